@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+
+/// The run loop of a thread, on top of Qt's event loop: streams report from it, and delayed blocks run on it.
+class RunLoop final : public QObject {
+    Q_OBJECT
+
+public:
+    /// The calling thread's loop, made on first use. It lives as long as the thread.
+    static RunLoop& current();
+
+    /// Runs until stop(). Not used on the main thread, whose loop the application runs.
+    void run();
+    /// Ends the present or the next run(). Safe from any thread.
+    void stop();
+
+    /// Whether the loop has left its default mode: while it is held, no stream of this thread reports anything and the
+    /// watchdogs stand still. Set by the thread itself.
+    bool isHeld() const { return m_held; }
+    void setHeld(bool held);
+
+    /// Runs @p block on the main thread's loop after @p delayMs milliseconds, unless @p context is destroyed before.
+    /// Safe from any thread. A null context means the life of the application.
+    static void dispatchAfter(int delayMs, QObject* context, std::function<void()> block);
+
+private:
+    RunLoop() = default;
+
+    bool m_held = false;
+    bool m_stopRequested = false;
+    class QEventLoop* m_loop = nullptr; ///< Set while run() runs.
+};

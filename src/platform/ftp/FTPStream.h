@@ -1,0 +1,108 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <span>
+
+/// What a stream tells its delegate. The values are the codes that the reports are known by.
+enum class FTPStreamEvent {
+    OpenCompleted = 1, ///< The transfer was accepted; of an upload, the data connection stands.
+    HasBytesAvailable = 2, ///< A read answers at once, also with 0 for the end.
+    HasSpaceAvailable = 4, ///< A write takes at least one byte; or the server has confirmed the whole upload.
+    ErrorOccurred = 8, ///< error() says what happened. No event follows.
+    EndEncountered = 16, ///< The folder has been created. No event follows.
+};
+
+/// Why a stream failed.
+struct FTPStreamError {
+    enum class Domain {
+        None, ///< Nothing has failed.
+        FTP, ///< The server refused with the reply code in `code` (400 to 599).
+        Other, ///< Resolving, connecting, time-outs, lost connections, texts that cannot be sent.
+    };
+
+    Domain domain = Domain::None;
+    int code = 0; ///< The reply code in the FTP domain, else 0.
+};
+
+class FTPStream;
+
+/// Receives the events of streams, on the thread that opened them.
+class FTPStreamDelegate {
+public:
+    /// @p stream has something to tell. The delegate may read, write, close and destroy it, and open another one.
+    virtual void handleEvent(FTPStream& stream, FTPStreamEvent event) = 0;
+
+protected:
+    ~FTPStreamDelegate() = default;
+};
+
+/// One FTP transfer, driven by the event loop of the thread that opens it. Nothing blocks.
+///
+/// Events come only from that loop, one at a time, never from inside open(), read(), write() or close(). A stream that
+/// has been closed or destroyed reports nothing; both are allowed from inside an event. All calls belong to the
+/// opening thread.
+class FTPStream {
+public:
+    FTPStream() = default;
+    FTPStream(const FTPStream&) = delete;
+    FTPStream& operator=(const FTPStream&) = delete;
+    virtual ~FTPStream() = default; ///< Closes.
+
+    /// The login, to be set before open(). Without a user name the login is anonymous. False when the stream refuses it.
+    [[nodiscard]] virtual bool setUserName(const QString& userName) = 0;
+    [[nodiscard]] virtual bool setPassword(const QString& password) = 0;
+
+    /// @p delegate receives the events until the stream is closed; it is not owned. Null drops them.
+    virtual void setDelegate(FTPStreamDelegate* delegate) = 0;
+
+    /// Starts. Every failure arrives later, as an event.
+    virtual void open() = 0;
+    /// Ends the transfer where it stands, without ceremony, and returns at once.
+    virtual void close() = 0;
+
+    /// What the ErrorOccurred event was about.
+    virtual FTPStreamError error() const = 0;
+};
+
+/// A listing or a download.
+class FTPReadStream : public FTPStream {
+public:
+    /// Takes up to @p buffer.size() bytes; answers how many, 0 when the server has confirmed the end, -1 on failure.
+    /// Meant for use after HasBytesAvailable.
+    [[nodiscard]] virtual qint64 read(std::span<char> buffer) = 0;
+
+    /// Whether a download asks the server for the file's size. May be set until the loop runs, also after open().
+    /// False when the stream refuses it.
+    virtual bool setFetchResourceInfo(bool fetch) = 0;
+    /// Bytes of the file as the server announced them; known, if at all, from OpenCompleted on.
+    virtual std::optional<qint64> resourceSize() const = 0;
+};
+
+/// An upload, or the creation of a folder (to which nothing is written).
+class FTPWriteStream : public FTPStream {
+public:
+    /// Sends up to @p data.size() bytes; answers how many were taken (at least one after HasSpaceAvailable), -1 on
+    /// failure.
+    [[nodiscard]] virtual qint64 write(std::span<const char> data) = 0;
+};
+
+/// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made
+/// (which does not happen with the streams of the engine: what is wrong with a location arrives as an event).
+///
+/// Locations are texts of the form ftp://host[:port]/path, percent-escaped, the path relative to the login folder,
+/// or absolute when it begins with a second "/".
+class FTPStreamFactory {
+public:
+    virtual ~FTPStreamFactory() = default;
+
+    virtual std::unique_ptr<FTPReadStream> createListingStream(const QString& location) = 0;
+    virtual std::unique_ptr<FTPReadStream> createDownloadStream(const QString& location) = 0;
+    /// @p length: how many bytes will be written. When that many are taken, the stream ends the data connection and
+    /// holds the next HasSpaceAvailable back until the server has confirmed the file.
+    virtual std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) = 0;
+    virtual std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) = 0;
+};

@@ -1,0 +1,74 @@
+#include "RunLoop.h"
+
+#include "WaitFor.h"
+
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <memory>
+
+namespace {
+
+TEST(RunLoopTest, EachThreadHasItsOwn)
+{
+    RunLoop* other = nullptr;
+    const std::unique_ptr<QThread> thread(QThread::create([&other] { other = &RunLoop::current(); }));
+    thread->start();
+    thread->wait();
+
+    EXPECT_NE(other, nullptr);
+    EXPECT_NE(other, &RunLoop::current());
+    EXPECT_EQ(&RunLoop::current(), &RunLoop::current());
+}
+
+TEST(RunLoopTest, StopFromAnotherThreadEndsTheRun)
+{
+    RunLoop& loop = RunLoop::current();
+    const std::unique_ptr<QThread> thread(QThread::create([&loop] { loop.stop(); }));
+
+    thread->start();
+    loop.run();
+
+    EXPECT_TRUE(thread->wait());
+}
+
+TEST(RunLoopTest, StopBeforeTheRunEndsItAtOnce)
+{
+    RunLoop::current().stop();
+
+    RunLoop::current().run();
+}
+
+TEST(RunLoopTest, DelayedBlockRunsOnTheMainThreadAfterItsDelay)
+{
+    QThread* ranOn = nullptr;
+    QElapsedTimer clock;
+    clock.start();
+    const std::unique_ptr<QThread> thread(QThread::create(
+        [&ranOn] { RunLoop::dispatchAfter(50, nullptr, [&ranOn] { ranOn = QThread::currentThread(); }); }));
+    thread->start();
+
+    ASSERT_TRUE(waitFor([&ranOn] { return ranOn != nullptr; }));
+
+    EXPECT_EQ(ranOn, QThread::currentThread());
+    EXPECT_GE(clock.elapsed(), 45);
+    thread->wait();
+}
+
+TEST(RunLoopTest, DelayedBlockOfADestroyedContextDoesNotRun)
+{
+    bool ran = false;
+    bool later = false;
+    auto context = std::make_unique<QObject>();
+    RunLoop::dispatchAfter(5, context.get(), [&ran] { ran = true; });
+    RunLoop::dispatchAfter(30, nullptr, [&later] { later = true; });
+
+    context.reset();
+
+    ASSERT_TRUE(waitFor([&later] { return later; }));
+    EXPECT_FALSE(ran);
+}
+
+} // namespace
