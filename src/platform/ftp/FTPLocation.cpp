@@ -15,8 +15,12 @@ std::optional<Authority> parseAuthority(QStringView text)
     if (at >= 0) {
         text = text.sliced(at + 1);
     }
-    const qsizetype hostEnd = text.startsWith(u'[') ? text.indexOf(u']') + 1 : text.indexOf(u':');
-    QStringView host = hostEnd > 0 ? text.first(hostEnd) : text;
+    const bool isBracketed = text.startsWith(u'[');
+    const qsizetype hostEnd = isBracketed ? text.indexOf(u']') + 1 : text.indexOf(u':');
+    if (isBracketed && hostEnd == 0) {
+        return std::nullopt;
+    }
+    QStringView host = hostEnd >= 0 ? text.first(hostEnd) : text;
     const QStringView portText = text.sliced(host.size());
     Authority authority;
     if (!portText.isEmpty()) {
@@ -26,7 +30,7 @@ std::optional<Authority> parseAuthority(QStringView text)
             return std::nullopt;
         }
     }
-    if (host.startsWith(u'[')) {
+    if (isBracketed) {
         host = host.sliced(1).chopped(1);
     }
     authority.host = QString::fromUtf8(QByteArray::fromPercentEncoding(host.toUtf8()));
