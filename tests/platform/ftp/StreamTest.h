@@ -16,7 +16,11 @@ using namespace std::chrono_literals;
 /// A stream of the engine against a server whose every line the test says.
 class StreamTest : public ::testing::Test {
 protected:
-    ~StreamTest() override { DeliveryGate::ofThisThread().setClosed(false); }
+    ~StreamTest() override
+    {
+        m_timeouts = FTPTimeouts();
+        DeliveryGate::ofThisThread().setClosed(false);
+    }
 
     void startUpload(const QString& path, const QByteArray& data)
     {
