@@ -1,6 +1,7 @@
 #include "StreamTest.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -191,8 +192,10 @@ TEST_F(StreamTimingTest, WithoutADescriptorLeftTheTransferFailsFromTheLoop)
     control->say("200 I");
     rlimit before{};
     ::getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit none{ 3, before.rlim_max };
-    ::setrlimit(RLIMIT_NOFILE, &none);
+    const int next = ::dup(0);
+    ::close(next);
+    const rlimit full{static_cast<rlim_t>(next), before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &full);
     m_timeouts.reason = 20ms;
 
     control->say(extendedPassive());
