@@ -181,8 +181,7 @@ TEST_F(FTPGetControllerTest, WithoutAPlaceEachDownloadGetsAFileOfItsOwnInTheDown
     }
 
     const QDir downloads(downloadsDirectoryPath());
-    const QStringList files
-        = downloads.entryList({ u"*-remote name"_s }, QDir::Files);
+    const QStringList files = downloads.entryList({ u"*-remote name"_s }, QDir::Files);
     EXPECT_EQ(files.size(), 2);
     for (const QString& file : files) {
         EXPECT_EQ(contents(downloads.filePath(file)), "hello");
