@@ -52,7 +52,6 @@ int main(int argc, char** argv)
     const CommandLine commandLine = readCommandLine(argc, argv);
 
     QApplication application(argc, argv);
-    QApplication::setApplicationDisplayName(u"Quillbox"_s);
     EngineStreamFactory streams;
     ViewController viewController(streams);
     AppDelegate delegate(viewController);
