@@ -18,6 +18,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype mebibyte = qsizetype(1024) * 1024;
+
 class UserDefaultsTest : public testing::Test {
 protected:
     void writeFile(const QByteArray& bytes) const { writeFileAt(m_path, bytes); }
@@ -211,9 +213,9 @@ TEST_F(UserDefaultsTest, AFileThatDoesNotChangeIsNotReadAgain)
 TEST_F(UserDefaultsTest, ABrokenFileReadsAsIfItWereEmpty)
 {
     for (const QByteArray& bytes :
-         { QByteArray(), QByteArray("{"), QByteArray("[1]"), QByteArray("\"Address\""), QByteArray("Address=host"),
-           QByteArray("{\"Address\": \"host\"} x"), QByteArray("{\"Address\": \"\xff\"}"),
-           QByteArray("{\"Address\": \"host\"}" + QByteArray(1024 * 1024, ' ')) }) {
+         { QByteArray(), QByteArray("{"), QByteArray("[1]"), QByteArray(R"("Address")"), QByteArray("Address=host"),
+           QByteArray(R"({"Address": "host"} x)"), QByteArray("{\"Address\": \"\xff\"}"),
+           QByteArray(R"({"Address": "host"})" + QByteArray(mebibyte, ' ')) }) {
         writeFile(bytes);
 
         EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull()) << bytes.left(40).toStdString();
@@ -223,7 +225,7 @@ TEST_F(UserDefaultsTest, ABrokenFileReadsAsIfItWereEmpty)
 TEST_F(UserDefaultsTest, AFileOfOneMiBIsStillRead)
 {
     const QByteArray json = R"({"Address": "host"})";
-    writeFile(json + QByteArray(1024 * 1024 - json.size(), ' '));
+    writeFile(json + QByteArray(mebibyte - json.size(), ' '));
 
     EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
 }
@@ -292,7 +294,7 @@ TEST_F(UserDefaultsTest, MoreThanCouldBeReadBackIsNotStored)
 {
     ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
 
-    EXPECT_FALSE(m_defaults.store({ { u"Username"_s, QString(1024 * 1024, u'a') } }));
+    EXPECT_FALSE(m_defaults.store({ { u"Username"_s, QString(mebibyte, u'a') } }));
 
     EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
 }
