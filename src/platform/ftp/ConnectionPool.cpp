@@ -95,6 +95,13 @@ void ConnectionPool::remove(ControlConnection& connection)
     }
 }
 
+qsizetype ConnectionPool::idleCount() const
+{
+    return std::count_if(m_entries.begin(), m_entries.end(), [](const auto& entry) {
+        return !entry->connection->isInUse() && !entry->connection->isPending();
+    });
+}
+
 bool ConnectionPool::hasOther(const ControlConnection& connection) const
 {
     return std::any_of(m_entries.begin(), m_entries.end(), [&connection](const auto& entry) {

@@ -35,6 +35,8 @@ public:
     /// The connection is of no further use.
     void discard(ControlConnection& connection);
 
+    /// How many connections are kept, ready for use.
+    qsizetype idleCount() const;
     /// Whether the server serves this thread through another connection than @p connection.
     bool hasOther(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless

@@ -271,12 +271,10 @@ void Transfer::judgeSetUp(const FTPCommand& command, const Reply& reply)
     ControlConnection::Session& session = m_connection->session();
     switch (command.verb) {
     case FTPVerb::Greeting:
-        if (reply.isNegative()) {
-            refuse(reply);
-        } else if (!reply.isPositive()) {
-            fail();
-        } else {
+        if (reply.isPositive()) {
             prepare();
+        } else {
+            finishRefused(reply);
         }
         return;
     case FTPVerb::User:
@@ -692,6 +690,11 @@ void Transfer::refuse(const Reply& reply)
     if (isConfused(reply) && !m_connection->isReused() && m_state == State::Preparing && retryInTurn()) {
         return;
     }
+    finishRefused(reply);
+}
+
+void Transfer::finishRefused(const Reply& reply)
+{
     if (reply.isNegative()) {
         finishWith({ FTPStreamError::Domain::FTP, reply.code }, true);
     } else {

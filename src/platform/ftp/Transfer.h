@@ -97,6 +97,7 @@ private:
 
     void succeed(FTPStreamEvent event);
     void refuse(const Reply& reply);
+    void finishRefused(const Reply& reply);
     void fail();
     void finishWith(FTPStreamError error, bool keepConnection);
     void report(FTPStreamEvent event);
