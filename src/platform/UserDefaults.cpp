@@ -155,7 +155,8 @@ bool UserDefaults::store(const QHash<QString, QJsonValue>& values)
         return false;
     }
     QSaveFile file(target);
-    const bool written = file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly)
+    // Unbuffered: what the buffer cannot write in the end is not noticed by commit().
+    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
         && file.write(bytes) == bytes.size() && file.commit();
     if (wasBroken && !written) {
         QFile::rename(backupPath(), target);

@@ -1,5 +1,6 @@
 #include "UserDefaults.h"
 
+#include "FileSizeLimit.h"
 #include "Printers.h"
 #include "WaitFor.h"
 
@@ -270,7 +271,20 @@ TEST_F(UserDefaultsTest, ANamedPipeInTheFilesPlaceMakesNobodyWait)
     EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
 }
 
-TEST_F(UserDefaultsTest, AStoreThatFailsLeavesTheBrokenFileInPlace)
+TEST_F(UserDefaultsTest, AStoreOnAFullDiskLeavesTheFileInPlace)
+{
+    for (const QByteArray& bytes : { QByteArray("broken"), QByteArray(R"({"Address": "host"})") }) {
+        writeFile(bytes);
+        const FileSizeLimit limit(0);
+
+        EXPECT_FALSE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
+
+        EXPECT_EQ(contents(m_path), bytes);
+        EXPECT_EQ(QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList{ u"settings.json"_s });
+    }
+}
+
+TEST_F(UserDefaultsTest, ABrokenFileThatCannotBeKeptStaysInPlace)
 {
     ASSERT_TRUE(QDir(m_folder.path()).mkdir(u"settings.json.bak"_s));
     writeFile("broken");
@@ -386,7 +400,6 @@ TEST_F(UserDefaultsTest, AFileThatIsWholeAgainAtOnceIsNotReported)
     EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
 
     writeFile(R"({"Address": "host"})");
-    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
     // Another broken file, noticed later, is reported when the first would long have been.
     const QString otherPath = m_folder.filePath(u"other.json"_s);
     writeFileAt(otherPath, "broken");
