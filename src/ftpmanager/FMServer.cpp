@@ -24,10 +24,10 @@ QString FMServer::destination() const
     return m_destination;
 }
 
-void FMServer::setDestination(const QString& destination)
+void FMServer::setDestination(QString destination)
 {
     const std::lock_guard lock(m_mutex);
-    m_destination = destination;
+    m_destination.swap(destination);
 }
 
 QString FMServer::username() const
@@ -36,10 +36,10 @@ QString FMServer::username() const
     return m_username;
 }
 
-void FMServer::setUsername(const QString& username)
+void FMServer::setUsername(QString username)
 {
     const std::lock_guard lock(m_mutex);
-    m_username = username;
+    m_username.swap(username);
 }
 
 QString FMServer::password() const
@@ -48,10 +48,10 @@ QString FMServer::password() const
     return m_password;
 }
 
-void FMServer::setPassword(const QString& password)
+void FMServer::setPassword(QString password)
 {
     const std::lock_guard lock(m_mutex);
-    m_password = password;
+    m_password.swap(password);
 }
 
 qint32 FMServer::port() const

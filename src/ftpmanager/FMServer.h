@@ -25,14 +25,14 @@ public:
     /// Address of the server, with or without a scheme and a folder: "ftp://host/dir/sub", "host/dir", "host". The
     /// folder is relative to the login folder. A port does not belong here.
     QString destination() const;
-    void setDestination(const QString& destination);
+    void setDestination(QString destination);
 
     QString username() const;
-    void setUsername(const QString& username);
+    void setUsername(QString username);
 
     /// Sent to the server as it is, unencrypted.
     QString password() const;
-    void setPassword(const QString& password);
+    void setPassword(QString password);
 
     /// The TCP port of the control connection.
     qint32 port() const;
