@@ -82,7 +82,8 @@ public:
     /// as 755, at most 777.
     [[nodiscard]] bool chmodFileNamed(const QString& name, quint32 mode, const FMServer* server);
 
-    /// Whether the server accepts the login.
+    /// Whether the server accepts the login. One that thinks about a wrong password for a while may act on the QUIT
+    /// behind it first, and is then taken to have accepted.
     [[nodiscard]] bool checkLogin(const FMServer* server);
 
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.

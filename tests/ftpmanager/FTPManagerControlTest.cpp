@@ -1,9 +1,8 @@
 #include "ControlServer.h"
 #include "FTPManager.h"
 #include "LogRecorder.h"
+#include "OpenDescriptors.h"
 #include "Printers.h"
-
-#include <QDir>
 
 #include <gtest/gtest.h>
 
@@ -46,12 +45,6 @@ template <typename Operation> QByteArray sentBy(Operation operation, const QStri
     EXPECT_TRUE(operation(manager, recordFor(server, folder).get()));
     server.close();
     return server.received().value(0);
-}
-
-int openDescriptors()
-{
-    return static_cast<int>(
-        QDir(u"/proc/self/fd"_s).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
 }
 
 TEST(FTPManagerControlTest, AFileIsDeletedWithOnePipelinedConversation)
@@ -253,7 +246,7 @@ TEST(FTPManagerControlTest, APortWhereNobodyListensIsLogged)
 
 TEST(FTPManagerControlTest, AHostThatIsNotKnownIsLogged)
 {
-    for (const QString& host : { u"no-such-host.invalid"_s, u"no such host"_s, u"::1"_s }) {
+    for (const QString& host : { u"no such host"_s, u"::1"_s, u""_s }) {
         const auto record = FMServer::serverWithDestination(host, u"user"_s, u"word"_s);
         const LogRecorder log;
 
@@ -368,7 +361,7 @@ TEST(FTPManagerControlTest, NoDescriptorStaysOpenOnAnyPath)
         }
     }
 
-    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_TRUE(waitForDescriptors([before](int count) { return count == before; }));
 }
 
 } // namespace
