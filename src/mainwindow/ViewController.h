@@ -152,7 +152,6 @@ private:
     std::unique_ptr<FTPCreateController> m_cc;
 
     QStringList m_fileUploadQueue;
-    QStringList m_droppedFiles;
     QList<ListingEntry> m_listEntries;
     bool m_listingWanted = false; ///< A refresh was asked for while a listing ran.
 
