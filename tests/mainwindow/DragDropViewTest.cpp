@@ -1,6 +1,6 @@
-#include "ViewControllerTest.h"
-
 #include "DragDropView.h"
+
+#include "ViewControllerTest.h"
 
 #include <QDragEnterEvent>
 #include <QMimeData>
@@ -26,10 +26,10 @@ protected:
     /// Sends the events of a whole drop; answers the action that was accepted.
     Qt::DropAction drop(Qt::DropAction proposed = Qt::CopyAction)
     {
-        QDragEnterEvent enter({5, 5}, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
         enter.setDropAction(proposed);
         QApplication::sendEvent(&view(), &enter);
-        QDropEvent event({5, 5}, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        QDropEvent event({ 5, 5 }, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
         event.setDropAction(proposed);
         QApplication::sendEvent(&view(), &event);
         return event.dropAction();
@@ -50,7 +50,7 @@ TEST_F(DragDropViewTest, ADragOfTextHighlightsAndOffersNothing)
 
 TEST_F(DragDropViewTest, ADragOfFilesHighlightsAndOffersACopy)
 {
-    name({makeFile(u"a"_s)});
+    name({ makeFile(u"a"_s) });
 
     EXPECT_EQ(view().draggingEntered(m_data), Qt::CopyAction);
     EXPECT_TRUE(view().highlight());
@@ -59,7 +59,7 @@ TEST_F(DragDropViewTest, ADragOfFilesHighlightsAndOffersACopy)
 TEST_F(DragDropViewTest, EnterIsAcceptedInEitherCaseSoThatLeavingIsTold)
 {
     m_data.setText(u"text"_s);
-    QDragEnterEvent enter({5, 5}, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+    QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&view(), &enter);
     EXPECT_TRUE(enter.isAccepted());
     EXPECT_EQ(enter.dropAction(), Qt::IgnoreAction);
@@ -75,12 +75,12 @@ TEST_F(DragDropViewTest, FilesAreQueuedInTheDropsOrderAndFoldersPassedOver)
 {
     const QString b = makeFile(u"b"_s);
     const QString a = makeFile(u"a"_s);
-    name({b, m_directory.path(), a, m_directory.filePath(u"missing"_s), b});
+    name({ b, m_directory.path(), a, m_directory.filePath(u"missing"_s), b });
 
     EXPECT_EQ(drop(Qt::MoveAction), Qt::CopyAction);
 
-    EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{b, a, b}));
-    EXPECT_EQ(view().droppedFiles(), (QStringList{b, a, b}));
+    EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{ b, a, b }));
+    EXPECT_EQ(view().droppedFiles(), (QStringList{ b, a, b }));
     EXPECT_TRUE(view().performDragOperation());
     EXPECT_FALSE(view().highlight());
     EXPECT_TRUE(shownSheets().isEmpty());
@@ -88,11 +88,11 @@ TEST_F(DragDropViewTest, FilesAreQueuedInTheDropsOrderAndFoldersPassedOver)
 
 TEST_F(DragDropViewTest, ADropWithoutAPlainFileIsRefusedWithAnAlert)
 {
-    name({m_directory.path()});
+    name({ m_directory.path() });
 
     EXPECT_FALSE(view().prepareForDragOperation(m_data));
 
-    EXPECT_EQ(shownSheets(), QStringList{u"No Files: Drop files only."_s});
+    EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
     answerSheet();
     EXPECT_FALSE(view().performDragOperation());
     drop();
@@ -103,19 +103,19 @@ TEST_F(DragDropViewTest, ADropWithoutAPlainFileIsRefusedWithAnAlert)
 TEST_F(DragDropViewTest, ARefusedDropKeepsTheFilesOfTheLastAcceptedOne)
 {
     const QString a = makeFile(u"a"_s);
-    name({a});
+    name({ a });
     ASSERT_TRUE(view().prepareForDragOperation(m_data));
-    name({m_directory.path()});
+    name({ m_directory.path() });
 
     EXPECT_FALSE(view().prepareForDragOperation(m_data));
 
-    EXPECT_EQ(view().droppedFiles(), QStringList{a});
+    EXPECT_EQ(view().droppedFiles(), QStringList{ a });
     answerSheet();
 }
 
 TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
 {
-    view().displayDroppedFiles({u"/a"_s, u"/b %1"_s});
+    view().displayDroppedFiles({ u"/a"_s, u"/b %1"_s });
     EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n2) /b %1\n\n"_s);
 
     view().displayDroppedFiles({});

@@ -1,6 +1,5 @@
-#include "ViewControllerTest.h"
-
 #include "StandardFolders.h"
+#include "ViewControllerTest.h"
 
 #include <QInputDialog>
 #include <QLineEdit>
@@ -85,7 +84,7 @@ TEST_F(ManualTransfersTest, UploadAndDownloadDoNotAskForEachOther)
 
 TEST_F(ManualTransfersTest, TheListButtonListsTheManualFolderAndAnyOtherTheDestination)
 {
-    m_controller->addListEntries({ListingEntry()});
+    m_controller->addListEntries({ ListingEntry() });
 
     button("startStopListButton").click();
     EXPECT_EQ(latest(Kind::Listing).location, u"ftp://host/in/sub/"_s);
@@ -113,7 +112,7 @@ TEST_F(ManualTransfersTest, ListAndCreateAskTheBusyGuard)
     button("startStopUploadButton").click();
 
     button("startStopListButton").click();
-    EXPECT_EQ(shownSheets(), QStringList{u"Cannot Download: Wait for the current upload to complete."_s});
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current upload to complete."_s });
     answerSheet();
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
     button("startStopCreateButton").click();
@@ -146,7 +145,7 @@ TEST_F(ManualTransfersTest, TheCreateButtonAsksForANameAndCreatesItInTheDestinat
 
 TEST_F(ManualTransfersTest, WithoutANameNothingIsCreated)
 {
-    for (const QString& answer : {QString(), u""_s}) {
+    for (const QString& answer : { QString(), u""_s }) {
         answerPrompt(answer);
 
         button("createButton").click();

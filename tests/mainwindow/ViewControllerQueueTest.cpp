@@ -1,6 +1,5 @@
-#include "ViewControllerTest.h"
-
 #include "RunLoop.h"
+#include "ViewControllerTest.h"
 
 #include <QElapsedTimer>
 #include <QMenu>
@@ -38,7 +37,7 @@ TEST_F(ViewControllerQueueTest, TheWindowStartsEmpty)
 
 TEST_F(ViewControllerQueueTest, ThreeFilesGoUpInOrderAndTheBarCountsThoseWaiting)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s) });
     for (int waiting = 2; waiting >= 0; --waiting) {
         tick(); // Starts one.
         tick(); // Shows it.
@@ -51,8 +50,8 @@ TEST_F(ViewControllerQueueTest, ThreeFilesGoUpInOrderAndTheBarCountsThoseWaiting
         finishUpload();
     }
 
-    EXPECT_EQ(sentFiles(), (QStringList{u"ftp://host/in/a"_s, u"ftp://host/in/b"_s, u"ftp://host/in/c"_s}));
-    EXPECT_EQ(upload().calls.first(2), (QStringList{u"setUserName anna"_s, u"setPassword secret"_s}));
+    EXPECT_EQ(sentFiles(), (QStringList{ u"ftp://host/in/a"_s, u"ftp://host/in/b"_s, u"ftp://host/in/c"_s }));
+    EXPECT_EQ(upload().calls.first(2), (QStringList{ u"setUserName anna"_s, u"setPassword secret"_s }));
     tick();
     EXPECT_FALSE(bar("percentProgressIndicator").isVisible());
     EXPECT_FALSE(button("stopButton").isEnabled());
@@ -60,7 +59,7 @@ TEST_F(ViewControllerQueueTest, ThreeFilesGoUpInOrderAndTheBarCountsThoseWaiting
 
 TEST_F(ViewControllerQueueTest, FilesWaitWhileOneIsSentAndTheNextTickStartsTheNext)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s), makeFile(u"b"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
     tick();
     tick();
@@ -76,19 +75,20 @@ TEST_F(ViewControllerQueueTest, FilesWaitWhileOneIsSentAndTheNextTickStartsTheNe
 TEST_F(ViewControllerQueueTest, WithoutADestinationFilesWaitForOne)
 {
     unset(u"Address"_s);
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
 
-    EXPECT_EQ(shownSheets(), QStringList{u"No Destination: Specify a destination on the FTP server. See Preferences "
-                                         "for instructions."_s});
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"No Destination: Specify a destination on the FTP server. See Preferences "
+                           "for instructions."_s });
     EXPECT_EQ(listed(), u""_s);
     EXPECT_TRUE(sentFiles().isEmpty());
     EXPECT_TRUE(button("clearQueueButton").isEnabled());
 
-    set({{u"Address"_s, u"other"_s}});
+    set({ { u"Address"_s, u"other"_s } });
     tick();
 
-    EXPECT_EQ(sentFiles(), QStringList{u"ftp://other/in/a"_s});
+    EXPECT_EQ(sentFiles(), QStringList{ u"ftp://other/in/a"_s });
     answerSheet();
 }
 
@@ -96,20 +96,20 @@ TEST_F(ViewControllerQueueTest, TheDropAreaListsTheWholeQueueAtEachAddition)
 {
     const QString a = makeFile(u"a"_s);
     const QString b = makeFile(u"b"_s);
-    m_controller->uploadFiles({a, b, b});
+    m_controller->uploadFiles({ a, b, b });
     EXPECT_EQ(listed(), u"1) %1\n\n2) %2\n\n3) %2\n\n"_s.arg(a, b));
 
     tick();
     EXPECT_EQ(listed(), u"1) %1\n\n2) %2\n\n3) %2\n\n"_s.arg(a, b)); // Stands until the next addition.
 
-    m_controller->uploadFiles({a, a});
+    m_controller->uploadFiles({ a, a });
     EXPECT_EQ(listed(), u"1) %2\n\n2) %2\n\n3) %1\n\n4) %1\n\n"_s.arg(a, b));
     EXPECT_EQ(bar("totalProgressIndicator").maximum(), 4);
 }
 
 TEST_F(ViewControllerQueueTest, StopEndsOneFileAndTheNextOneFollows)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s), makeFile(u"b"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
     tick();
 
@@ -119,12 +119,12 @@ TEST_F(ViewControllerQueueTest, StopEndsOneFileAndTheNextOneFollows)
     EXPECT_TRUE(shownSheets().isEmpty());
     tick();
     EXPECT_EQ(text("statusTextField"), u"Upload Stopped"_s);
-    EXPECT_EQ(sentFiles(), (QStringList{u"ftp://host/in/a"_s, u"ftp://host/in/b"_s}));
+    EXPECT_EQ(sentFiles(), (QStringList{ u"ftp://host/in/a"_s, u"ftp://host/in/b"_s }));
 }
 
 TEST_F(ViewControllerQueueTest, ClearQueueLetsTheRunningFileFinish)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s), makeFile(u"b"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
     tick();
 
@@ -141,7 +141,7 @@ TEST_F(ViewControllerQueueTest, ClearQueueLetsTheRunningFileFinish)
 
 TEST_F(ViewControllerQueueTest, AFailedFileIsDroppedAndTheNextOneFollows)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s), makeFile(u"b"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
 
     upload().sendRefusal(553);
@@ -153,14 +153,14 @@ TEST_F(ViewControllerQueueTest, AFailedFileIsDroppedAndTheNextOneFollows)
 
 TEST_F(ViewControllerQueueTest, WhatCannotBeSentIsPassedOverOneATick)
 {
-    m_controller->uploadFiles({m_directory.filePath(u"vanished"_s), m_directory.path(), makeFile(u"c"_s)});
+    m_controller->uploadFiles({ m_directory.filePath(u"vanished"_s), m_directory.path(), makeFile(u"c"_s) });
 
     tick();
     EXPECT_EQ(text("statusTextField"), u""_s);
     tick();
     tick();
 
-    EXPECT_EQ(sentFiles(), QStringList{u"ftp://host/in/c"_s});
+    EXPECT_EQ(sentFiles(), QStringList{ u"ftp://host/in/c"_s });
     EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 1U);
 }
 
@@ -171,7 +171,7 @@ TEST_F(ViewControllerQueueTest, ARunningListingOrCreationDoesNotHoldTheQueueBack
     ASSERT_TRUE(m_controller->lc().isReceiving());
     ASSERT_TRUE(m_controller->cc().isCreating());
 
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
 
     EXPECT_TRUE(m_controller->pc().isSending());
@@ -181,7 +181,7 @@ TEST_F(ViewControllerQueueTest, ADownloadHoldsTheQueueBack)
 {
     m_controller->startStopDownload();
     ASSERT_TRUE(m_controller->gc().isReceiving());
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     EXPECT_FALSE(m_controller->pc().isSending());
     EXPECT_TRUE(button("stopButton").isEnabled());
@@ -195,7 +195,7 @@ TEST_F(ViewControllerQueueTest, ADownloadHoldsTheQueueBack)
 
 TEST_F(ViewControllerQueueTest, ASuccessfulUploadListsTheDestinationWhenItIsIdleAgain)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
 
     finishUpload();
@@ -211,7 +211,7 @@ TEST_F(ViewControllerQueueTest, ARefreshDuringAListingIsMadeUpForOnceWhenAllIsId
 {
     using Kind = FakeFTPStream::Kind;
     m_controller->listFTPDestination();
-    m_controller->uploadFiles({makeFile(u"a"_s), makeFile(u"b"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
     finishUpload();
     EXPECT_EQ(count(Kind::Listing), 1);
@@ -251,7 +251,7 @@ TEST_F(ViewControllerQueueTest, ARefreshIsNotMadeUpForAfterTheListWasStopped)
 
 TEST_F(ViewControllerQueueTest, ListingDoesNothingWhileSomethingIsSentOrReceived)
 {
-    m_controller->addListEntries({ListingEntry()});
+    m_controller->addListEntries({ ListingEntry() });
     m_controller->startStopDownload();
 
     m_controller->listFTPDestination();
@@ -262,7 +262,7 @@ TEST_F(ViewControllerQueueTest, ListingDoesNothingWhileSomethingIsSentOrReceived
 
 TEST_F(ViewControllerQueueTest, ListingWithoutADestinationEmptiesTheList)
 {
-    m_controller->addListEntries({ListingEntry()});
+    m_controller->addListEntries({ ListingEntry() });
     unset(u"Address"_s);
 
     m_controller->listFTPDestination();
@@ -273,10 +273,10 @@ TEST_F(ViewControllerQueueTest, ListingWithoutADestinationEmptiesTheList)
 
 TEST_F(ViewControllerQueueTest, NothingMovesWhileADialogOrMenuHasTheUser)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
     QMenu menu;
     menu.addAction(u"Something"_s);
-    menu.popup({10, 10});
+    menu.popup({ 10, 10 });
     tick();
     EXPECT_TRUE(RunLoop::current().isHeld());
     EXPECT_TRUE(sentFiles().isEmpty());
@@ -291,7 +291,7 @@ TEST_F(ViewControllerQueueTest, NothingMovesWhileADialogOrMenuHasTheUser)
 TEST_F(ViewControllerQueueTest, ASheetHoldsNothing)
 {
     m_controller->showAlert(u"Title"_s, u"text"_s);
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
 
     tick();
 
@@ -302,7 +302,7 @@ TEST_F(ViewControllerQueueTest, ASheetHoldsNothing)
 
 TEST_F(ViewControllerQueueTest, TheTimerTicksByItself)
 {
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
 
     EXPECT_TRUE(waitFor([this] { return sentFiles().size() == 1; }));
 }

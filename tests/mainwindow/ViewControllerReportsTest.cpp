@@ -27,12 +27,12 @@ TEST_F(ViewControllerReportsTest, OnlyATextThatHoldsErrorRaisesTheAlert)
     EXPECT_TRUE(shownSheets().isEmpty());
 
     m_controller->updateListingStatus(u"Error: Check Settings"_s);
-    EXPECT_EQ(shownSheets(), QStringList{checkSettings});
+    EXPECT_EQ(shownSheets(), QStringList{ checkSettings });
     answerSheet();
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
 
     m_controller->updateStatus(u"Sending \"Error.log\""_s);
-    EXPECT_EQ(shownSheets(), QStringList{checkSettings});
+    EXPECT_EQ(shownSheets(), QStringList{ checkSettings });
     answerSheet();
 }
 
@@ -99,8 +99,8 @@ TEST_F(ViewControllerReportsTest, EntriesAreAppendedInTheirOrder)
     ListingEntry b;
     b.name = u"b"_s;
 
-    m_controller->addListEntries({b, a});
-    m_controller->addListEntries({b});
+    m_controller->addListEntries({ b, a });
+    m_controller->addListEntries({ b });
 
     ASSERT_EQ(m_controller->listEntries().size(), 3);
     EXPECT_EQ(m_controller->listEntries().first().name, u"b"_s);
@@ -114,15 +114,15 @@ TEST_F(ViewControllerReportsTest, TheBusyGuardTellsWhatIsRunning)
 
     m_controller->startStopDownload();
     EXPECT_TRUE(m_controller->alertSendingOrReceiving());
-    EXPECT_EQ(shownSheets(), QStringList{u"Cannot Download: Wait for the current download to complete."_s});
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current download to complete."_s });
     answerSheet();
     m_controller->stopButtonAction();
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
 
-    m_controller->uploadFiles({makeFile(u"a"_s)});
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     EXPECT_TRUE(m_controller->alertSendingOrReceiving());
-    EXPECT_EQ(shownSheets(), QStringList{u"Cannot Download: Wait for the current upload to complete."_s});
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current upload to complete."_s });
     answerSheet();
 }
 

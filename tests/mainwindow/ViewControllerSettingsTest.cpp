@@ -1,6 +1,5 @@
-#include "ViewControllerTest.h"
-
 #include "StandardFolders.h"
+#include "ViewControllerTest.h"
 
 #include <QLineEdit>
 
@@ -15,7 +14,7 @@ TEST_F(ViewControllerSettingsTest, SettingsAreReadAfreshAndUnchanged)
     EXPECT_EQ(ViewController::address(), u"host"_s);
     EXPECT_EQ(ViewController::ftpFolder(), u"in"_s);
 
-    set({{u"Username"_s, u" a,b;\"c\" "_s}});
+    set({ { u"Username"_s, u" a,b;\"c\" "_s } });
     unset(u"Password"_s);
 
     EXPECT_EQ(ViewController::username(), u" a,b;\"c\" "_s);
@@ -29,7 +28,7 @@ TEST_F(ViewControllerSettingsTest, TheDestinationFollowsTheSettingsAtOnce)
     unset(u"FTPFolder"_s);
     EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/"_s);
 
-    set({{u"Address"_s, u""_s}});
+    set({ { u"Address"_s, u""_s } });
     EXPECT_TRUE(ViewController::createFullDestinationPathFromAppNameAndFTPFolder().isNull());
 
     unset(u"Address"_s);

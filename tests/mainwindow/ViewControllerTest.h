@@ -9,13 +9,13 @@
 #include "ViewController.h"
 #include "WaitFor.h"
 
-#include <gtest/gtest.h>
-
 #include <QFile>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTemporaryDir>
+
+#include <gtest/gtest.h>
 
 #include <memory>
 
@@ -29,10 +29,10 @@ protected:
     {
         setProgramFileName(u"Quillbox"_s);
         NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
-        set({{u"Address"_s, u"host"_s},
-             {u"Username"_s, u"anna"_s},
-             {u"Password"_s, u"secret"_s},
-             {u"FTPFolder"_s, u"in"_s}});
+        set({ { u"Address"_s, u"host"_s },
+              { u"Username"_s, u"anna"_s },
+              { u"Password"_s, u"secret"_s },
+              { u"FTPFolder"_s, u"in"_s } });
         m_controller = std::make_unique<ViewController>(m_streams);
         m_controller->window().show();
         tick();
@@ -50,7 +50,7 @@ protected:
     }
 
     static void set(const QHash<QString, QJsonValue>& values) { ASSERT_TRUE(UserDefaults::standard().store(values)); }
-    static void unset(const QString& key) { set({{key, QJsonValue()}}); }
+    static void unset(const QString& key) { set({ { key, QJsonValue() } }); }
 
     QString makeFile(const QString& name, const QByteArray& contents = "hello")
     {

@@ -2,13 +2,13 @@
 
 #include "Printers.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QUrl>
+
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
@@ -31,11 +31,11 @@ TEST_F(DroppedFilesTest, KeepsPlainFilesInTheirOrder)
 {
     const QString second = make(u"b"_s);
     const QString first = make(u"a"_s);
-    m_data.setUrls({QUrl::fromLocalFile(second), QUrl::fromLocalFile(m_directory.path()), QUrl::fromLocalFile(first),
-                    QUrl::fromLocalFile(m_directory.filePath(u"missing"_s)), QUrl::fromLocalFile(second)});
+    m_data.setUrls({ QUrl::fromLocalFile(second), QUrl::fromLocalFile(m_directory.path()), QUrl::fromLocalFile(first),
+                     QUrl::fromLocalFile(m_directory.filePath(u"missing"_s)), QUrl::fromLocalFile(second) });
 
     EXPECT_TRUE(namesLocalFiles(m_data));
-    EXPECT_EQ(plainLocalFiles(m_data), (QStringList{second, first, second}));
+    EXPECT_EQ(plainLocalFiles(m_data), (QStringList{ second, first, second }));
 }
 
 TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
@@ -43,7 +43,7 @@ TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
     const QString path = make(u"a b%41#é.txt"_s);
     m_data.setData(u"text/uri-list"_s, QUrl::fromLocalFile(path).toEncoded() + "\r\n");
 
-    EXPECT_EQ(plainLocalFiles(m_data), QStringList{path});
+    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
 }
 
 TEST_F(DroppedFilesTest, FollowsLinks)
@@ -55,9 +55,9 @@ TEST_F(DroppedFilesTest, FollowsLinks)
     QFile::link(file, toFile);
     QFile::link(m_directory.path(), toFolder);
     QFile::link(m_directory.filePath(u"missing"_s), toNothing);
-    m_data.setUrls({QUrl::fromLocalFile(toFile), QUrl::fromLocalFile(toFolder), QUrl::fromLocalFile(toNothing)});
+    m_data.setUrls({ QUrl::fromLocalFile(toFile), QUrl::fromLocalFile(toFolder), QUrl::fromLocalFile(toNothing) });
 
-    EXPECT_EQ(plainLocalFiles(m_data), QStringList{toFile});
+    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ toFile });
 }
 
 TEST_F(DroppedFilesTest, OtherDataNamesNoFiles)
@@ -65,7 +65,7 @@ TEST_F(DroppedFilesTest, OtherDataNamesNoFiles)
     EXPECT_FALSE(namesLocalFiles(m_data));
     m_data.setText(u"some text"_s);
     EXPECT_FALSE(namesLocalFiles(m_data));
-    m_data.setUrls({QUrl(u"http://host/a"_s)});
+    m_data.setUrls({ QUrl(u"http://host/a"_s) });
     EXPECT_FALSE(namesLocalFiles(m_data));
     EXPECT_TRUE(plainLocalFiles(m_data).isEmpty());
 }

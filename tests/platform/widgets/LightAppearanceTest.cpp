@@ -1,10 +1,10 @@
 #include "LightAppearance.h"
 
-#include <gtest/gtest.h>
-
 #include <QApplication>
 #include <QPalette>
 #include <QStyle>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 #include "WaitFor.h"
 
-#include <gtest/gtest.h>
-
 #include <QMenu>
 #include <QMessageBox>
 #include <QWidget>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -39,7 +39,7 @@ TEST(ModalStateTest, AMenuHoldsTheLoopWhileItIsOpen)
     QMenu menu;
     menu.addAction(QStringLiteral("Something"));
 
-    menu.popup({10, 10});
+    menu.popup({ 10, 10 });
     EXPECT_TRUE(waitFor([] { return isMainLoopHeld(); }));
     menu.close();
 

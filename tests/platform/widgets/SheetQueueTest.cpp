@@ -4,11 +4,11 @@
 #include "Sheets.h"
 #include "WaitFor.h"
 
-#include <gtest/gtest.h>
-
 #include <QLabel>
 #include <QTest>
 #include <QWidget>
+
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
@@ -18,17 +18,23 @@ class SheetQueueTest : public ::testing::Test {
 protected:
     SheetQueueTest() { m_window.show(); }
 
-    void raise(const QString& title, const QString& text = u"text"_s) { m_queue.raise({.title = title, .text = text}); }
+    void raise(const QString& title, const QString& text = u"text"_s)
+    {
+        m_queue.raise({ .title = title, .text = text });
+    }
     static bool waitForSheet(const QString& title)
     {
-        return waitFor([&title] { return shownSheets() == QStringList{title + u": text"_s}; });
+        return waitFor([&title] { return shownSheets() == QStringList{ title + u": text"_s }; });
     }
 
     QWidget m_window;
     SheetQueue& m_queue = SheetQueue::of(m_window);
 };
 
-TEST_F(SheetQueueTest, AWindowHasOneQueue) { EXPECT_EQ(&SheetQueue::of(m_window), &m_queue); }
+TEST_F(SheetQueueTest, AWindowHasOneQueue)
+{
+    EXPECT_EQ(&SheetQueue::of(m_window), &m_queue);
+}
 
 TEST_F(SheetQueueTest, SheetsShowOneAtATimeInTheOrderRaised)
 {
@@ -79,7 +85,7 @@ TEST_F(SheetQueueTest, EqualTitlesWithOtherTextsAreNotMerged)
 
     answerSheet();
 
-    EXPECT_TRUE(waitFor([] { return shownSheets() == QStringList{u"one: b"_s}; }));
+    EXPECT_TRUE(waitFor([] { return shownSheets() == QStringList{ u"one: b"_s }; }));
     answerSheet();
 }
 
@@ -90,7 +96,8 @@ TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
     for (const QWidget* window : QApplication::topLevelWidgets()) {
         if (const auto* const box = qobject_cast<const QMessageBox*>(window)) {
             for (const QLabel* label : box->findChildren<QLabel*>()) {
-                EXPECT_TRUE(label->text().isEmpty() || label->textFormat() == Qt::PlainText) << label->text().toStdString();
+                EXPECT_TRUE(label->text().isEmpty() || label->textFormat() == Qt::PlainText)
+                    << label->text().toStdString();
             }
         }
     }
@@ -100,11 +107,11 @@ TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
 TEST_F(SheetQueueTest, ReturnAnswersTheDefaultButtonAndTheOtherOneMustBeChosen)
 {
     int chosen = 0;
-    const Sheet question{.title = u"Sure?"_s,
-                         .text = u"text"_s,
-                         .defaultButton = u"Cancel"_s,
-                         .alternateButton = u"Delete"_s,
-                         .onAlternate = [&chosen] { ++chosen; }};
+    const Sheet question{ .title = u"Sure?"_s,
+                          .text = u"text"_s,
+                          .defaultButton = u"Cancel"_s,
+                          .alternateButton = u"Delete"_s,
+                          .onAlternate = [&chosen] { ++chosen; } };
     m_queue.raise(question);
     QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return);
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
@@ -124,11 +131,11 @@ TEST_F(SheetQueueTest, QuestionsWithAChoiceAreNotMerged)
 {
     int chosen = 0;
     for (int i = 0; i < 2; ++i) {
-        m_queue.raise({.title = u"Sure?"_s,
-                       .text = u"text"_s,
-                       .defaultButton = u"Cancel"_s,
-                       .alternateButton = u"Delete"_s,
-                       .onAlternate = [&chosen] { ++chosen; }});
+        m_queue.raise({ .title = u"Sure?"_s,
+                        .text = u"text"_s,
+                        .defaultButton = u"Cancel"_s,
+                        .alternateButton = u"Delete"_s,
+                        .onAlternate = [&chosen] { ++chosen; } });
     }
 
     answerSheet(u"Delete"_s);

@@ -3,13 +3,13 @@
 #include "ModalState.h"
 #include "Printers.h"
 
-#include <gtest/gtest.h>
-
 #include <QApplication>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QTest>
 #include <QTimer>
+
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
