@@ -35,19 +35,20 @@ def free_port():
         return listener.getsockname()[1]
 
 
-def takes_login(login):
-    """Whether the server at the login's port is ours: another one would not know the password."""
+def log_in(login):
+    """A session with the server at the login's port, or None. Only our server knows the password."""
+    client = ftplib.FTP()
     try:
-        with ftplib.FTP() as client:
-            client.connect("127.0.0.1", login.port, timeout=5)
-            client.login(login.user, login.password)
-        return True
+        client.connect("127.0.0.1", login.port, timeout=5)
+        client.login(login.user, login.password)
+        return client
     except (OSError, EOFError, ftplib.Error):
-        return False
+        client.close()
+        return None
 
 
 def start(make, root, folder):
-    """Starts the server and answers its process and login; raises OSError when it cannot be started."""
+    """Starts the server and answers its process, its login and a session; raises OSError when it cannot be started."""
     log_path = os.path.join(folder, "log")
     for _ in range(ATTEMPTS):
         login = real_server_makes.Login(free_port(), make.user, secrets.token_hex(8))
@@ -63,8 +64,9 @@ def start(make, root, folder):
             )
         deadline = time.monotonic() + START_SECONDS
         while process.poll() is None and time.monotonic() < deadline:
-            if takes_login(login):
-                return process, login
+            session = log_in(login)
+            if session is not None:
+                return process, login, session
             time.sleep(0.01)
         kill(process)
         # Somebody else may have taken the port before the server did: another one may be free.
@@ -89,13 +91,15 @@ def main():
     with tempfile.TemporaryDirectory(prefix="real-server-") as folder:
         try:
             make = real_server_makes.MAKES[sys.argv[1]]()
-            process, login = start(make, os.path.abspath(sys.argv[2]), folder)
+            # The session stays open: when one ends, proftpd takes nobody else for 0.4 s.
+            process, login, session = start(make, os.path.abspath(sys.argv[2]), folder)
         except OSError as error:
             sys.exit(f"real_server.py: {error}")
         try:
             print(f"port {login.port} user {login.user} password {login.password}", flush=True)
             released.wait()
         finally:
+            session.close()
             kill(process)
 
 
