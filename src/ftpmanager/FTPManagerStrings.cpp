@@ -9,7 +9,7 @@ QString stringWithoutProtocol(const QString& destination)
 {
     constexpr QLatin1String separator("://");
     const qsizetype scheme = destination.indexOf(separator);
-    const QString address = scheme < 0 ? destination : destination.mid(scheme + separator.size());
+    QString address = scheme < 0 ? destination : destination.mid(scheme + separator.size());
     const qsizetype colon = address.indexOf(u':');
     const qsizetype slash = address.indexOf(u'/');
     if (colon >= 0 && (slash < 0 || colon < slash)) {
