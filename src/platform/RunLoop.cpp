@@ -1,6 +1,6 @@
 #include "RunLoop.h"
 
-#include "ConnectionPool.h"
+#include "DeliveryGate.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -47,7 +47,7 @@ void RunLoop::setHeld(bool held)
 {
     if (m_held != held) {
         m_held = held;
-        ConnectionPool::ofThisThread().setHeld(held);
+        DeliveryGate::ofThisThread().setClosed(held);
     }
 }
 

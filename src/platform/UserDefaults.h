@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WeakRef.h"
+
 #include <QHash>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -7,12 +9,14 @@
 
 #include <functional>
 #include <optional>
+#include <sys/types.h>
 
 /// The user's settings: one JSON object in a file that only its owner may read. Every read sees the file as it is;
 /// the file is parsed again only when it has changed. All calls belong to the main thread.
 ///
-/// A file that holds no JSON object reads as if it were empty; the next store keeps it beside the new one, with ".bak"
-/// appended to its name.
+/// A file that holds no JSON object, or more than 1 MiB, reads as if it were empty; the next store keeps it beside the
+/// new one, with ".bak" appended to its name. No file is no settings, and in order. A symbolic link is followed, also
+/// when storing: the link stays and the file that it leads to is replaced.
 class UserDefaults {
 public:
     /// The settings of this program: settings.json in the folder that QStandardPaths::AppConfigLocation names.
@@ -28,12 +32,41 @@ public:
     std::optional<bool> boolean(const QString& key) const;
 
     /// Stores all @p values in one step; a null value removes its key. What other programs have stored meanwhile under
-    /// other keys stays. False when the file could not be written, which then stands as it was.
+    /// other keys stays. Folders that are missing are made for the owner alone. False when the file could not be
+    /// written, which then stands as it was.
     [[nodiscard]] bool store(const QHash<QString, QJsonValue>& values);
 
-    /// @p handler is called from the loop, once for each change of the file that leaves it unreadable.
+    /// @p handler is called from the loop, once for each change of the file that leaves it unreadable. A file that is
+    /// whole again a moment later is none: some editors empty a file before they write it.
     void setBrokenFileHandler(std::function<void()> handler);
 
 private:
+    /// What tells one state of the file from another without reading it.
+    struct Stamp {
+        int error = 0; ///< Why there is no more to know; 0 when the rest counts.
+        dev_t device = 0;
+        ino_t inode = 0;
+        off_t size = 0;
+        qint64 changedNs = 0; ///< Last change of contents or attributes, since the epoch.
+
+        bool operator==(const Stamp&) const = default;
+    };
+
+    Stamp stampOfFile() const;
+    void refresh() const;
+    void readFile() const;
+    void scheduleBrokenReport() const;
+    void reportIfStillBroken() const;
+    QString backupPath() const;
+    bool moveBrokenFileAway(const QString& target) const;
+
     QString m_filePath;
+    std::function<void()> m_brokenFileHandler;
+    mutable QJsonObject m_values;
+    mutable std::optional<Stamp>
+        m_stamp; ///< The state that m_values were read from; nothing when it may change unseen.
+    mutable bool m_broken = false;
+    mutable std::optional<Stamp> m_brokenStamp; ///< The broken state last noticed.
+    mutable bool m_reportPending = false; ///< A broken state waits to be reported.
+    WeakAnchor m_anchor;
 };

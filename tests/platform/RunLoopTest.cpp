@@ -2,10 +2,10 @@
 
 #include "WaitFor.h"
 
-#include <gtest/gtest.h>
-
 #include <QElapsedTimer>
 #include <QThread>
+
+#include <gtest/gtest.h>
 
 #include <memory>
 

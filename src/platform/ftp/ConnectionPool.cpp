@@ -1,9 +1,172 @@
 #include "ConnectionPool.h"
 
+#include "DeliveryGate.h"
+
+#include <QThreadStorage>
+
+#include <algorithm>
+#include <utility>
+
 ConnectionPool& ConnectionPool::ofThisThread()
 {
-    static ConnectionPool pool;
-    return pool;
+    static QThreadStorage<ConnectionPool*> pools;
+    if (!pools.hasLocalData()) {
+        pools.setLocalData(new ConnectionPool);
+    }
+    return *pools.localData();
 }
 
-void ConnectionPool::setHeld(bool /*held*/) { }
+ConnectionPool::ConnectionPool()
+    : m_gate(DeliveryGate::ofThisThread())
+{
+}
+
+ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse)
+{
+    if (reuse == Reuse::Allowed) {
+        for (const std::unique_ptr<Entry>& entry : m_entries) {
+            ControlConnection& kept = *entry->connection;
+            if (kept.key() == key && !kept.isInUse() && !kept.isPending() && kept.isUsable()) {
+                entry->watchdog.stop();
+                kept.setUser(&user);
+                return kept;
+            }
+        }
+    }
+    auto entry = std::make_unique<Entry>(m_gate);
+    entry->connection = new ControlConnection(key, m_gate);
+    ControlConnection& connection = *entry->connection;
+    connection.setParent(this);
+    connection.setUser(&user);
+    connect(&connection, &ControlConnection::drained, this, [this, &connection] { settle(connection); });
+    connect(&connection, &ControlConnection::ended, this, [this, &connection] { remove(connection); });
+    connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {
+        if (connection.isPending()) {
+            connection.drop();
+        } else {
+            connection.quit();
+        }
+        remove(connection);
+    });
+    m_entries.push_back(std::move(entry));
+    connection.open();
+    return connection;
+}
+
+void ConnectionPool::release(ControlConnection& connection)
+{
+    connection.setUser(nullptr);
+    connection.setReused();
+    settle(connection);
+}
+
+void ConnectionPool::settle(ControlConnection& connection)
+{
+    if (!connection.isUsable()) {
+        discard(connection);
+        return;
+    }
+    entryOf(connection)->watchdog.start(connection.isPending() ? m_timeouts.drain : m_timeouts.idle);
+    if (!connection.isPending()) {
+        becameFree(connection.key());
+    }
+}
+
+void ConnectionPool::discard(ControlConnection& connection)
+{
+    connection.drop();
+    remove(connection);
+}
+
+void ConnectionPool::remove(ControlConnection& connection)
+{
+    const auto entry = std::find_if(m_entries.begin(), m_entries.end(),
+                                    [&connection](const auto& each) { return each->connection == &connection; });
+    if (entry != m_entries.end()) {
+        const FTPServerKey key = connection.key();
+        // One that never got in makes no room, and waking others for it would have them knock in turn for ever. But
+        // when it was the last one, nobody else would wake them.
+        const bool makesRoom = connection.session().loggedIn || !hasOther(connection);
+        connection.deleteLater();
+        m_entries.erase(entry);
+        if (makesRoom) {
+            becameFree(key);
+        }
+    }
+}
+
+qsizetype ConnectionPool::idleCount() const
+{
+    return std::count_if(m_entries.begin(), m_entries.end(), [](const auto& entry) {
+        return !entry->connection->isInUse() && !entry->connection->isPending();
+    });
+}
+
+bool ConnectionPool::hasOther(const ControlConnection& connection) const
+{
+    return std::any_of(m_entries.begin(), m_entries.end(), [&connection](const auto& entry) {
+        return entry->connection != &connection && entry->connection->key().isSameServer(connection.key());
+    });
+}
+
+void ConnectionPool::callWhenFree(const FTPServerKey& key, QObject* context, std::function<void()> retry)
+{
+    const bool isKept = std::any_of(m_entries.begin(), m_entries.end(), [&key](const auto& entry) {
+        const ControlConnection& connection = *entry->connection;
+        return !connection.isInUse() && !connection.isPending() && connection.key().isSameServer(key);
+    });
+    m_waiters.push_back({ key, context, std::move(retry) });
+    if (isKept) {
+        becameFree(key);
+    }
+}
+
+void ConnectionPool::becameFree(const FTPServerKey& key)
+{
+    const auto waiter = std::find_if(m_waiters.begin(), m_waiters.end(),
+                                     [&key](const Waiter& each) { return each.key.isSameServer(key); });
+    if (waiter == m_waiters.end()) {
+        return;
+    }
+    const Waiter chosen = std::move(*waiter);
+    m_waiters.erase(waiter);
+    if (chosen.context == nullptr) {
+        becameFree(key);
+        return;
+    }
+    // A connection with another login cannot be taken over, but it can make room.
+    std::vector<ControlConnection*> inTheWay;
+    for (const std::unique_ptr<Entry>& entry : m_entries) {
+        ControlConnection& connection = *entry->connection;
+        if (connection.key().isSameServer(key) && connection.key() != chosen.key && !connection.isInUse()) {
+            inTheWay.push_back(&connection);
+        }
+    }
+    for (ControlConnection* connection : inTheWay) {
+        connection->quit();
+        remove(*connection);
+    }
+    QMetaObject::invokeMethod(chosen.context, chosen.retry, Qt::QueuedConnection);
+}
+
+void ConnectionPool::closeIdle(const QString& host, quint16 port)
+{
+    std::vector<ControlConnection*> idle;
+    for (const std::unique_ptr<Entry>& entry : m_entries) {
+        const FTPServerKey& key = entry->connection->key();
+        if (key.host == host && key.port == port && !entry->connection->isInUse()) {
+            idle.push_back(entry->connection);
+        }
+    }
+    for (ControlConnection* connection : idle) {
+        connection->quit();
+        remove(*connection);
+    }
+}
+
+ConnectionPool::Entry* ConnectionPool::entryOf(const ControlConnection& connection)
+{
+    const auto entry = std::find_if(m_entries.begin(), m_entries.end(),
+                                    [&connection](const auto& each) { return each->connection == &connection; });
+    return entry != m_entries.end() ? entry->get() : nullptr;
+}

@@ -1,8 +1,86 @@
 #pragma once
 
-/// The control connections of one thread.
-class ConnectionPool {
+#include "ControlConnection.h"
+#include "FTPServerKey.h"
+#include "FTPTimeouts.h"
+#include "Watchdog.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class DeliveryGate;
+
+/// The control connections of one thread: in use, kept for the next transfer, or being drained of replies that nobody
+/// waits for. Nothing is shared between threads.
+class ConnectionPool final : public QObject {
+    Q_OBJECT
+
 public:
+    /// The calling thread's pool, made on first use. It lives as long as the thread.
     static ConnectionPool& ofThisThread();
-    void setHeld(bool held);
+
+    enum class Reuse {
+        Allowed, ///< A kept connection will do.
+        Fresh, ///< Only a new connection will do.
+    };
+    /// A connection for @p user alone, until it is released or discarded. It may not be established yet.
+    ControlConnection& acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse);
+    /// The user has finished; a sound connection is kept, once the replies still due have come.
+    void release(ControlConnection& connection);
+    /// The connection is of no further use.
+    void discard(ControlConnection& connection);
+
+    /// How many connections are kept, ready for use.
+    qsizetype idleCount() const;
+    /// Whether the server serves this thread through another connection than @p connection.
+    bool hasOther(const ControlConnection& connection) const;
+    /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
+    /// @p context is destroyed before.
+    void callWhenFree(const FTPServerKey& key, QObject* context, std::function<void()> retry);
+
+    /// Ends all connections to a server that nobody uses, for a server that allows no second login.
+    void closeIdle(const QString& host, quint16 port);
+
+    /// What is known of a server, for the life of the thread.
+    struct Traits {
+        bool strict = false; ///< It stumbles over commands sent ahead of replies.
+        bool passiveOnly = false; ///< EPSV leads nowhere.
+    };
+    Traits& traits(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
+
+    FTPTimeouts& timeouts() { return m_timeouts; }
+    DeliveryGate& gate() { return m_gate; }
+
+private:
+    ConnectionPool();
+
+    struct Entry {
+        explicit Entry(DeliveryGate& gate)
+            : watchdog(gate)
+        {
+        }
+        ControlConnection* connection = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
+        Watchdog watchdog; ///< Ends a drain that takes too long, and a connection that idles.
+    };
+    struct Waiter {
+        FTPServerKey key;
+        QPointer<QObject> context;
+        std::function<void()> retry;
+    };
+
+    Entry* entryOf(const ControlConnection& connection);
+    void becameFree(const FTPServerKey& key);
+    void remove(ControlConnection& connection);
+    void settle(ControlConnection& connection);
+
+    DeliveryGate& m_gate;
+    FTPTimeouts m_timeouts;
+    std::vector<std::unique_ptr<Entry>> m_entries;
+    std::vector<Waiter> m_waiters;
+    QHash<QString, Traits> m_traits;
 };

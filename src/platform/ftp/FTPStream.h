@@ -52,7 +52,8 @@ public:
     FTPStream& operator=(const FTPStream&) = delete;
     virtual ~FTPStream() = default; ///< Closes.
 
-    /// The login, to be set before open(). Without a user name the login is anonymous. False when the stream refuses it.
+    /// The login, to be set before open(). Without a user name the login is anonymous. False when the stream refuses
+    /// it.
     [[nodiscard]] virtual bool setUserName(const QString& userName) = 0;
     [[nodiscard]] virtual bool setPassword(const QString& password) = 0;
 

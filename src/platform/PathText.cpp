@@ -1,0 +1,54 @@
+#include "PathText.h"
+
+namespace {
+
+/// The length of @p path without the slashes at its end; the first slash stays.
+qsizetype lengthWithoutTrailingSlashes(const QString& path)
+{
+    qsizetype length = path.size();
+    while (length > 1 && path.at(length - 1) == u'/') {
+        --length;
+    }
+    return length;
+}
+
+} // namespace
+
+QString PathText::lastPathComponent(const QString& path)
+{
+    const qsizetype end = lengthWithoutTrailingSlashes(path);
+    if (end <= 1) {
+        return path.left(end);
+    }
+    const qsizetype start = path.lastIndexOf(u'/', end - 1) + 1;
+    return path.mid(start, end - start);
+}
+
+QString PathText::deletingPathExtension(const QString& path)
+{
+    const QString trimmed = path.left(lengthWithoutTrailingSlashes(path));
+    const qsizetype componentStart = trimmed.lastIndexOf(u'/') + 1;
+    const qsizetype dot = trimmed.lastIndexOf(u'.');
+    return dot > componentStart ? trimmed.left(dot) : trimmed;
+}
+
+QString PathText::appendingPathComponent(const QString& path, const QString& component)
+{
+    if (path.isEmpty()) {
+        return path.isNull() ? path : component;
+    }
+    if (component.isEmpty()) {
+        return path;
+    }
+    QString joined = path.left(lengthWithoutTrailingSlashes(path));
+    if (!joined.endsWith(u'/')) {
+        joined += u'/';
+    }
+    qsizetype start = 0;
+    while (start < component.size() && component.at(start) == u'/') {
+        ++start;
+    }
+    joined += QStringView(component).sliced(start);
+    joined.truncate(lengthWithoutTrailingSlashes(joined));
+    return joined;
+}

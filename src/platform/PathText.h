@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+/// Local paths as texts, without looking at the file system.
+namespace PathText {
+
+/// What stands after the last "/"; slashes at the end do not count. "/" of a path that is nothing but slashes, null
+/// of null.
+QString lastPathComponent(const QString& path);
+
+/// @p path without the last "." of its last component and what follows it, and without slashes at the end. A dot at
+/// the beginning of the component starts no extension.
+QString deletingPathExtension(const QString& path);
+
+/// @p component below @p path, with one "/" between them and none at the end. An empty @p component changes nothing;
+/// an empty @p path gives the component alone, a null one null.
+QString appendingPathComponent(const QString& path, const QString& component);
+
+} // namespace PathText

@@ -1,0 +1,99 @@
+#include "URLText.h"
+
+#include "PathText.h"
+
+#include <QByteArray>
+#include <QUrl>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Where the path of a URL lies in its text.
+struct PathRange {
+    qsizetype start = 0;
+    qsizetype end = 0;
+};
+
+PathRange pathRange(const QString& url)
+{
+    const qsizetype scheme = url.indexOf("://"_L1);
+    const qsizetype authority = scheme < 0 ? 0 : scheme + 3;
+    const auto begin = url.cbegin();
+    const auto end = std::find_if(begin + authority, url.cend(), [](QChar c) { return c == u'?' || c == u'#'; });
+    return PathRange{ std::find(begin + authority, end, u'/') - begin, end - begin };
+}
+
+QString escaped(const QString& text, const QByteArray& kept)
+{
+    // Asked first: the encoder would turn half a surrogate pair into a question mark.
+    if (text.isNull() || !text.isValidUtf16()) {
+        return QString();
+    }
+    return QString::fromLatin1(QUrl::toPercentEncoding(text, kept));
+}
+
+bool isHexDigit(QChar c)
+{
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+}
+
+bool isURLCharacter(QChar c)
+{
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z')
+        || u"!$&'()*+,-./:;=?@_~[]"_s.contains(c);
+}
+
+} // namespace
+
+QString URLText::appendingPathComponent(const QString& url, const QString& component)
+{
+    const QString text = escaped(component.isNull() ? u""_s : component, "!$&'()*+,/:=@");
+    if (url.isNull() || text.isNull()) {
+        return QString();
+    }
+    const PathRange path = pathRange(url);
+    const bool pathEndsInSlash = path.end > path.start && url.at(path.end - 1) == u'/';
+    const bool separated = pathEndsInSlash || text.startsWith(u'/');
+    return url.left(path.end) + (separated ? u""_s : u"/"_s) + text + url.mid(path.end);
+}
+
+QString URLText::addingPercentEscapes(const QString& text)
+{
+    return escaped(text, "!$&'()*+,/:=@;?");
+}
+
+bool URLText::isURLText(const QString& text)
+{
+    bool fragment = false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (c == u'%') {
+            if (i + 2 >= text.size() || !isHexDigit(text.at(i + 1)) || !isHexDigit(text.at(i + 2))) {
+                return false;
+            }
+            i += 2;
+        } else if (c == u'#') {
+            if (fragment) {
+                return false;
+            }
+            fragment = true;
+        } else if (!isURLCharacter(c)) {
+            return false;
+        }
+    }
+    return !text.isEmpty();
+}
+
+QString URLText::lastPathComponent(const QString& url)
+{
+    if (url.isNull()) {
+        return QString();
+    }
+    const PathRange path = pathRange(url);
+    // Escapes are resolved last: an escaped "/" separates nothing.
+    const QString component = PathText::lastPathComponent(url.mid(path.start, path.end - path.start));
+    return QString::fromUtf8(QByteArray::fromPercentEncoding(component.toUtf8()));
+}

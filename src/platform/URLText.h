@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+/// Locations as texts. They are never taken apart and put together again by QUrl, which would change the spelling of
+/// the host. A null text stands for no location.
+namespace URLText {
+
+/// @p component at the end of the path of @p url, with a "/" between them unless there is one already. In the
+/// component everything that has no place in a path is percent-escaped as UTF-8, "%" always; a "/" in it stays a
+/// separator. Null when @p url is null or the component holds half a surrogate pair.
+QString appendingPathComponent(const QString& url, const QString& component);
+
+/// @p text with everything percent-escaped that cannot stand in a URL, "%" and "#" among it; ";" and "?" stay. Null
+/// when the text is null or holds half a surrogate pair.
+QString addingPercentEscapes(const QString& text);
+
+/// Whether @p text can be read as a URL as it stands: it is not empty, and it holds nothing but the characters of
+/// URLs, complete percent escapes, and at most one "#".
+bool isURLText(const QString& text);
+
+/// The last component of the path of @p url, its escapes resolved as UTF-8. A "/" at the path's end does not count;
+/// the component of the path "/" is "/". Empty when there is no path, null for null.
+QString lastPathComponent(const QString& url);
+
+} // namespace URLText

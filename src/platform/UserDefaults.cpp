@@ -1,0 +1,250 @@
+#include "UserDefaults.h"
+
+#include "RunLoop.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 maximumFileSize = 1024 * 1024;
+/// Two changes of a file within one tick of the kernel's clock carry the same time.
+constexpr std::chrono::nanoseconds clockTick = std::chrono::milliseconds(20);
+/// How long an editor may take between emptying a file and writing it.
+constexpr int brokenReportDelayMs = 100;
+constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
+
+/// A descriptor that closes.
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor)
+        : m_descriptor(descriptor)
+    {
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor()
+    {
+        if (m_descriptor >= 0) {
+            close(m_descriptor);
+        }
+    }
+
+    int get() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+/// The whole of the regular file at @p path; nothing when there is none, it cannot be read, or is too long.
+std::optional<QByteArray> contents(const QString& path)
+{
+    // A named pipe must not make anybody wait.
+    const Descriptor file(open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status { };
+    if (file.get() < 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)
+        || status.st_size > maximumFileSize) {
+        return std::nullopt;
+    }
+    // One byte more than there should be, to notice a file that has grown.
+    QByteArray bytes(static_cast<qsizetype>(status.st_size) + 1, Qt::Uninitialized);
+    qsizetype length = 0;
+    ssize_t count = 0;
+    do {
+        count = read(file.get(), bytes.data() + length, static_cast<size_t>(bytes.size() - length));
+        length += count > 0 ? count : 0;
+    } while (count > 0 ? length < bytes.size() : count < 0 && errno == EINTR);
+    bytes.truncate(length);
+    return count < 0 ? std::nullopt : std::optional(bytes);
+}
+
+/// The object in the file at @p path; nothing when it holds no JSON object.
+std::optional<QJsonObject> parsedFile(const QString& path)
+{
+    const std::optional<QByteArray> bytes = contents(path);
+    const QJsonDocument document = bytes ? QJsonDocument::fromJson(*bytes) : QJsonDocument();
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
+}
+
+/// Makes @p path and what is missing above it, for the owner alone.
+bool makePrivateFolder(const QString& path)
+{
+    const QFileInfo info(path);
+    if (info.isDir()) {
+        return true;
+    }
+    const QString parent = info.path();
+    return parent != path && makePrivateFolder(parent) && mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0;
+}
+
+/// Where a chain of symbolic links leads, whether something is there or not.
+QString linkTarget(const QString& path)
+{
+    constexpr int maximumLinks = 40; // as the kernel has it
+    QString target = path;
+    for (int i = 0; i < maximumLinks && QFileInfo(target).isSymLink(); ++i) {
+        target = QFileInfo(target).symLinkTarget();
+    }
+    // Links in a circle lead nowhere: the first of them is what stands in the way.
+    return QFileInfo(target).isSymLink() ? path : target;
+}
+
+} // namespace
+
+UserDefaults& UserDefaults::standard()
+{
+    static UserDefaults defaults(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation)
+                                 + u"/settings.json"_s);
+    return defaults;
+}
+
+UserDefaults::UserDefaults(QString filePath)
+    : m_filePath(std::move(filePath))
+{
+}
+
+QString UserDefaults::string(const QString& key) const
+{
+    refresh();
+    const QJsonValue value = m_values.value(key);
+    if (!value.isString()) {
+        return QString();
+    }
+    const QString text = value.toString();
+    return text.isNull() ? u""_s : text;
+}
+
+std::optional<bool> UserDefaults::boolean(const QString& key) const
+{
+    refresh();
+    const QJsonValue value = m_values.value(key);
+    return value.isBool() ? std::optional(value.toBool()) : std::nullopt;
+}
+
+bool UserDefaults::store(const QHash<QString, QJsonValue>& values)
+{
+    readFile();
+    QJsonObject changed = m_values;
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        if (it.value().isNull()) {
+            changed.remove(it.key());
+        } else {
+            changed.insert(it.key(), it.value());
+        }
+    }
+    const QByteArray bytes = QJsonDocument(changed).toJson();
+    const QString target = linkTarget(m_filePath);
+    if (bytes.size() > maximumFileSize || !makePrivateFolder(QFileInfo(target).path())) {
+        return false;
+    }
+    const bool wasBroken = m_broken;
+    if (wasBroken && !moveBrokenFileAway(target)) {
+        return false;
+    }
+    QSaveFile file(target);
+    const bool written = file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly)
+        && file.write(bytes) == bytes.size() && file.commit();
+    if (wasBroken && !written) {
+        QFile::rename(backupPath(), target);
+    }
+    return written;
+}
+
+void UserDefaults::setBrokenFileHandler(std::function<void()> handler)
+{
+    m_brokenFileHandler = std::move(handler);
+    if (m_reportPending) {
+        scheduleBrokenReport();
+    }
+}
+
+UserDefaults::Stamp UserDefaults::stampOfFile() const
+{
+    struct stat status { };
+    if (stat(QFile::encodeName(m_filePath).constData(), &status) != 0) {
+        return Stamp{ .error = errno };
+    }
+    return Stamp{ .device = status.st_dev,
+                  .inode = status.st_ino,
+                  .size = status.st_size,
+                  .changedNs = qint64(status.st_ctim.tv_sec) * 1'000'000'000 + status.st_ctim.tv_nsec };
+}
+
+void UserDefaults::refresh() const
+{
+    if (m_stamp != stampOfFile()) {
+        readFile();
+    }
+}
+
+void UserDefaults::readFile() const
+{
+    // Taken first: whatever changes from here on makes the next read look again.
+    const Stamp stamp = stampOfFile();
+    m_values = QJsonObject();
+    m_broken = stamp.error != 0 && stamp.error != ENOENT && stamp.error != ENOTDIR;
+    if (stamp.error == 0) {
+        const std::optional<QJsonObject> values = parsedFile(m_filePath);
+        m_values = values.value_or(QJsonObject());
+        m_broken = !values;
+    }
+
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const auto age = std::chrono::abs(now - std::chrono::nanoseconds(stamp.changedNs));
+    m_stamp = age < clockTick ? std::nullopt : std::optional(stamp);
+
+    if (m_broken && m_brokenStamp != stamp && !std::exchange(m_reportPending, true)) {
+        scheduleBrokenReport();
+    }
+    m_brokenStamp = m_broken ? std::optional(stamp) : std::nullopt;
+}
+
+void UserDefaults::scheduleBrokenReport() const
+{
+    if (m_brokenFileHandler == nullptr) {
+        return;
+    }
+    RunLoop::dispatchAfter(brokenReportDelayMs, nullptr, [self = m_anchor.ref(this)] {
+        if (self.get() != nullptr) {
+            self.get()->reportIfStillBroken();
+        }
+    });
+}
+
+void UserDefaults::reportIfStillBroken() const
+{
+    refresh();
+    m_reportPending = false;
+    if (m_broken && m_brokenFileHandler != nullptr) {
+        // A copy: the handler may set another one.
+        const auto handler = m_brokenFileHandler;
+        handler();
+    }
+}
+
+QString UserDefaults::backupPath() const
+{
+    return m_filePath + u".bak"_s;
+}
+
+bool UserDefaults::moveBrokenFileAway(const QString& target) const
+{
+    if (QFileInfo(target).isFile()) {
+        QFile::setPermissions(target, ownerOnly);
+    }
+    QFile::remove(backupPath());
+    return QFile::rename(target, backupPath());
+}

@@ -1,0 +1,132 @@
+#include "ControlConnection.h"
+
+#include "DeliveryGate.h"
+#include "FTPLog.h"
+
+#include <QNetworkProxy>
+
+#include <utility>
+
+ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
+    : m_key(std::move(key))
+    , m_gate(gate)
+{
+    m_socket.setProxy(QNetworkProxy::NoProxy);
+    m_socket.setReadBufferSize(ReplyParser::LineLimit); // A flood stays in the kernel while the loop is held.
+    connect(&m_socket, &QTcpSocket::connected, this, [this] {
+        m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        m_socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+        m_established = true;
+        emit established();
+    });
+    connect(&m_socket, &QTcpSocket::readyRead, this, &ControlConnection::processInput);
+    const auto closed = [this] {
+        m_remoteClosed = true;
+        processInput();
+    };
+    connect(&m_socket, &QTcpSocket::disconnected, this, closed);
+    connect(&m_socket, &QTcpSocket::errorOccurred, this, closed);
+    connect(&m_gate, &DeliveryGate::opened, this, &ControlConnection::processInput, Qt::QueuedConnection);
+}
+
+void ControlConnection::open()
+{
+    m_pending.enqueue({ FTPVerb::Greeting, {} });
+    // From the loop, so that a failure to make the socket is not reported from inside this call.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (!m_ended) {
+                m_socket.connectToHost(m_key.host, m_key.port);
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void ControlConnection::send(const QList<FTPCommand>& commands)
+{
+    QByteArray lines;
+    for (const FTPCommand& command : commands) {
+        qCDebug(ftpLog, "> %s", command.loggedLine().constData());
+        lines.append(command.line());
+        lines.append("\r\n");
+        m_pending.enqueue(command);
+    }
+    m_socket.write(lines);
+    m_socket.flush();
+}
+
+void ControlConnection::quit()
+{
+    if (isUsable()) {
+        send({ { FTPVerb::Quit, {} } });
+    }
+    m_user = nullptr;
+    m_ended = true;
+    m_socket.disconnect(this);
+    m_socket.disconnectFromHost();
+}
+
+void ControlConnection::drop()
+{
+    m_user = nullptr;
+    m_ended = true;
+    m_socket.disconnect(this);
+    m_socket.abort();
+}
+
+void ControlConnection::processInput()
+{
+    while (!m_ended && !m_gate.isClosed()) {
+        if (const std::optional<Reply> reply = m_parser.next()) {
+            dispatch(*reply);
+        } else if (m_parser.isBroken()) {
+            qCDebug(ftpLog, "the server sends what is no reply");
+            connectionEnded();
+        } else if (m_socket.bytesAvailable() > 0) {
+            m_parser.append(m_socket.readAll());
+        } else {
+            break;
+        }
+    }
+    if (m_remoteClosed && !m_ended && !m_gate.isClosed()) {
+        connectionEnded();
+    }
+}
+
+void ControlConnection::dispatch(const Reply& reply)
+{
+    qCDebug(ftpLog, "< %d %s", reply.code, escapedForLog(reply.text).constData());
+    if (m_pending.isEmpty()) {
+        m_suspect = true;
+        if (m_user != nullptr) {
+            m_user->unaskedReplyArrived(reply);
+        } else {
+            connectionEnded();
+        }
+        return;
+    }
+    const FTPCommand command = m_pending.head();
+    if (!reply.isPreliminary()) {
+        m_pending.dequeue();
+    }
+    if (reply.code == 421) {
+        m_suspect = true; // The server is about to close (RFC 959, section 4.2).
+    }
+    if (m_user != nullptr) {
+        m_user->replyArrived(command, reply);
+    } else if (m_pending.isEmpty()) {
+        emit drained();
+    }
+}
+
+void ControlConnection::connectionEnded()
+{
+    ControlConnectionUser* const user = m_user;
+    drop();
+    if (user != nullptr) {
+        user->connectionLost();
+    } else {
+        emit ended();
+    }
+}

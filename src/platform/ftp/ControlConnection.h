@@ -1,0 +1,103 @@
+#pragma once
+
+#include "FTPCommand.h"
+#include "FTPServerKey.h"
+#include "Reply.h"
+#include "ReplyParser.h"
+
+#include <QHostAddress>
+#include <QList>
+#include <QObject>
+#include <QQueue>
+#include <QTcpSocket>
+
+#include <optional>
+
+class DeliveryGate;
+
+/// Hears the replies of a control connection while it uses it, from the event loop.
+class ControlConnectionUser {
+public:
+    /// @p reply answers @p command. A preliminary reply is followed by another one to the same command.
+    virtual void replyArrived(const FTPCommand& command, const Reply& reply) = 0;
+    /// A reply came that answers nothing; the connection will not be used again.
+    virtual void unaskedReplyArrived(const Reply& reply) = 0;
+    /// The connection has ended, or could not be made. Nothing follows.
+    virtual void connectionLost() = 0;
+
+protected:
+    ~ControlConnectionUser() = default;
+};
+
+/// The control connection to one server with one login. Commands may be sent ahead of the replies to those before;
+/// each waits in a queue until its final reply takes it off, also when its user has gone.
+class ControlConnection final : public QObject {
+    Q_OBJECT
+
+public:
+    ControlConnection(FTPServerKey key, DeliveryGate& gate);
+
+    const FTPServerKey& key() const { return m_key; }
+
+    /// Connects. The greeting arrives as the reply to FTPVerb::Greeting.
+    void open();
+    /// Sends @p commands at one stroke.
+    void send(const QList<FTPCommand>& commands);
+    /// Ends the connection in good order, with a QUIT that nobody waits for.
+    void quit();
+    /// Ends the connection at once. Nothing is reported.
+    void drop();
+
+    /// Who hears the replies; null: nobody, and replies are passed over.
+    void setUser(ControlConnectionUser* user) { m_user = user; }
+    bool isInUse() const { return m_user != nullptr; }
+
+    /// Whether a further transfer may use it once nothing is pending.
+    bool isUsable() const { return m_established && !m_ended && !m_suspect; }
+    /// Whether replies are still to come.
+    bool isPending() const { return !m_pending.isEmpty(); }
+    /// Whether the TCP connection stands.
+    bool isEstablished() const { return m_established; }
+    /// Whether a transfer before the present one has used it.
+    bool isReused() const { return m_reused; }
+    void setReused() { m_reused = true; }
+    /// Never to be used again.
+    void setSuspect() { m_suspect = true; }
+
+    /// The host that data connections go to.
+    QHostAddress peerAddress() const { return m_socket.peerAddress(); }
+
+    /// What its users have learnt about the session, for those who come after.
+    struct Session {
+        bool loggedIn = false;
+        std::optional<QByteArray> loginFolder; ///< Absolute; nothing when the server does not tell.
+        std::optional<QByteArray> folder; ///< The present folder as a location's path names it; nothing: unknown.
+    };
+    Session& session() { return m_session; }
+
+signals:
+    /// The TCP connection stands.
+    void established();
+    /// Nothing is pending and nobody uses it.
+    void drained();
+    /// It has ended while nobody used it.
+    void ended();
+
+private:
+    void processInput();
+    void dispatch(const Reply& reply);
+    void connectionEnded();
+
+    FTPServerKey m_key;
+    DeliveryGate& m_gate;
+    QTcpSocket m_socket;
+    ReplyParser m_parser;
+    QQueue<FTPCommand> m_pending; ///< Sent and not yet answered finally.
+    ControlConnectionUser* m_user = nullptr;
+    Session m_session;
+    bool m_established = false;
+    bool m_ended = false;
+    bool m_reused = false;
+    bool m_suspect = false;
+    bool m_remoteClosed = false; ///< The socket has ended; what it delivered before is still read.
+};

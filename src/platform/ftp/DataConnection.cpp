@@ -1,0 +1,226 @@
+#include "DataConnection.h"
+
+#include "DeliveryGate.h"
+
+#include <cerrno>
+#include <cstring>
+#include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <type_traits>
+#include <unistd.h>
+
+namespace {
+
+struct SocketAddress {
+    sockaddr_storage storage{};
+    socklen_t length = 0;
+};
+
+SocketAddress socketAddress(const QHostAddress& host, quint16 port)
+{
+    SocketAddress address;
+    if (host.protocol() == QAbstractSocket::IPv4Protocol) {
+        sockaddr_in v4{};
+        v4.sin_family = AF_INET;
+        v4.sin_port = htons(port);
+        v4.sin_addr.s_addr = htonl(host.toIPv4Address());
+        std::memcpy(&address.storage, &v4, sizeof v4);
+        address.length = sizeof v4;
+    } else {
+        sockaddr_in6 v6{};
+        v6.sin6_family = AF_INET6;
+        v6.sin6_port = htons(port);
+        const Q_IPV6ADDR bytes = host.toIPv6Address();
+        static_assert(std::is_trivially_copyable_v<Q_IPV6ADDR> && sizeof bytes == sizeof v6.sin6_addr);
+        std::memcpy(&v6.sin6_addr, &bytes, sizeof bytes);
+        v6.sin6_scope_id = host.scopeId().toUInt();
+        std::memcpy(&address.storage, &v6, sizeof v6);
+        address.length = sizeof v6;
+    }
+    return address;
+}
+
+int pendingError(int socket)
+{
+    int error = 0;
+    socklen_t length = sizeof error;
+    return ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &length) == 0 ? error : errno;
+}
+
+} // namespace
+
+DataConnection::DataConnection(DeliveryGate& gate)
+    : m_gate(gate)
+{
+    connect(&m_gate, &DeliveryGate::closed, this, &DataConnection::updateNotifier);
+    connect(&m_gate, &DeliveryGate::opened, this, &DataConnection::updateNotifier);
+}
+
+DataConnection::~DataConnection()
+{
+    reset();
+}
+
+void DataConnection::connectTo(const QHostAddress& host, quint16 port)
+{
+    const SocketAddress address = socketAddress(host, port);
+    m_socket = ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (m_socket < 0) {
+        QMetaObject::invokeMethod(this, &DataConnection::failed, Qt::QueuedConnection);
+        return;
+    }
+    const int on = 1;
+    ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    m_connecting = true;
+    const int result = ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address.storage), address.length);
+    if (result != 0 && errno != EINPROGRESS) {
+        closeSocket();
+        QMetaObject::invokeMethod(this, &DataConnection::failed, Qt::QueuedConnection);
+        return;
+    }
+    watch(QSocketNotifier::Write);
+}
+
+void DataConnection::watchForReading()
+{
+    watch(QSocketNotifier::Read);
+}
+void DataConnection::watchForWriting()
+{
+    watch(QSocketNotifier::Write);
+}
+
+void DataConnection::stopWatching()
+{
+    m_wanted = false;
+    updateNotifier();
+}
+
+void DataConnection::watch(QSocketNotifier::Type type)
+{
+    if (m_socket < 0) {
+        return;
+    }
+    if (m_notifier == nullptr || m_notifier->type() != type) {
+        if (m_notifier != nullptr) {
+            m_notifier->setEnabled(false);
+            m_notifier->deleteLater();
+        }
+        m_notifier = new QSocketNotifier(m_socket, type, this);
+        connect(m_notifier, &QSocketNotifier::activated, this, &DataConnection::activated);
+    }
+    m_wanted = true;
+    updateNotifier();
+}
+
+void DataConnection::updateNotifier()
+{
+    if (m_notifier != nullptr) {
+        const bool enable = m_wanted && !m_gate.isClosed();
+        if (m_notifier->isEnabled() != enable) {
+            m_notifier->setEnabled(enable);
+        }
+    }
+}
+
+void DataConnection::activated()
+{
+    if (m_connecting) {
+        finishConnecting();
+    } else if (m_notifier->type() == QSocketNotifier::Read) {
+        emit readable();
+    } else if (pendingError(m_socket) != 0) {
+        stopWatching();
+        emit failed();
+    } else {
+        emit writable();
+    }
+}
+
+void DataConnection::finishConnecting()
+{
+    m_connecting = false;
+    stopWatching();
+    if (pendingError(m_socket) != 0) {
+        closeSocket();
+        emit failed();
+    } else {
+        emit connected();
+    }
+}
+
+DataConnection::Pending DataConnection::pending() const
+{
+    char byte = 0;
+    const ssize_t count = ::recv(m_socket, &byte, 1, MSG_PEEK);
+    if (count > 0) {
+        return Pending::Bytes;
+    }
+    if (count == 0) {
+        return Pending::End;
+    }
+    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? Pending::Nothing : Pending::Failure;
+}
+
+qint64 DataConnection::read(std::span<char> buffer)
+{
+    ssize_t count = -1;
+    do {
+        count = ::recv(m_socket, buffer.data(), buffer.size(), 0);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+qint64 DataConnection::write(std::span<const char> data)
+{
+    ssize_t count = -1;
+    do {
+        count = ::send(m_socket, data.data(), data.size(), MSG_NOSIGNAL);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        return 0;
+    }
+    return count;
+}
+
+qint64 DataConnection::unacknowledgedBytes() const
+{
+    int count = 0;
+    return m_socket >= 0 && ::ioctl(m_socket, SIOCOUTQ, &count) == 0 ? count : 0;
+}
+
+void DataConnection::endWriting()
+{
+    stopWatching();
+    ::shutdown(m_socket, SHUT_WR);
+}
+
+void DataConnection::close()
+{
+    closeSocket();
+}
+
+void DataConnection::reset()
+{
+    if (m_socket >= 0) {
+        const linger atOnce{ 1, 0 };
+        ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        closeSocket();
+    }
+}
+
+void DataConnection::closeSocket()
+{
+    stopWatching();
+    if (m_notifier != nullptr) {
+        m_notifier->deleteLater();
+        m_notifier = nullptr;
+    }
+    if (m_socket >= 0) {
+        ::close(m_socket);
+        m_socket = -1;
+    }
+}

@@ -1,0 +1,109 @@
+#include "EngineStreamFactory.h"
+
+#include "Transfer.h"
+
+#include <utility>
+
+namespace {
+
+/// What reading and writing streams share: a request that becomes a transfer when the stream is opened.
+template <typename Interface> class EngineStream : public Interface {
+public:
+    EngineStream(Transfer::Kind kind, const QString& location, qint64 length = 0)
+        : m_request{ kind, FTPLocation::fromText(location), {}, {}, length, false }
+    {
+    }
+    ~EngineStream() override { endTransfer(); }
+
+    bool setUserName(const QString& userName) override
+    {
+        m_request.userName = userName.toUtf8();
+        return true;
+    }
+    bool setPassword(const QString& password) override
+    {
+        m_request.password = password.toUtf8();
+        return true;
+    }
+    void setDelegate(FTPStreamDelegate* delegate) override { m_delegate = delegate; }
+
+    void open() override
+    {
+        if (m_transfer == nullptr) {
+            m_transfer = new Transfer(ConnectionPool::ofThisThread(), m_request, [this](FTPStreamEvent event) {
+                if (m_delegate != nullptr) {
+                    m_delegate->handleEvent(*this, event); // May destroy this stream.
+                }
+            });
+            m_transfer->start();
+        }
+    }
+    void close() override { endTransfer(); }
+
+    FTPStreamError error() const override { return m_transfer != nullptr ? m_transfer->error() : FTPStreamError(); }
+
+protected:
+    Transfer::Request m_request;
+    Transfer* m_transfer = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
+
+private:
+    void endTransfer()
+    {
+        if (Transfer* const transfer = std::exchange(m_transfer, nullptr)) {
+            transfer->abandon();
+            transfer->deleteLater();
+        }
+    }
+
+    FTPStreamDelegate* m_delegate = nullptr;
+};
+
+class EngineReadStream final : public EngineStream<FTPReadStream> {
+public:
+    using EngineStream::EngineStream;
+
+    qint64 read(std::span<char> buffer) override { return m_transfer != nullptr ? m_transfer->read(buffer) : -1; }
+
+    bool setFetchResourceInfo(bool fetch) override
+    {
+        m_request.fetchSize = fetch;
+        if (m_transfer != nullptr) {
+            m_transfer->setFetchSize(fetch);
+        }
+        return true;
+    }
+
+    std::optional<qint64> resourceSize() const override
+    {
+        return m_transfer != nullptr ? m_transfer->size() : std::nullopt;
+    }
+};
+
+class EngineWriteStream final : public EngineStream<FTPWriteStream> {
+public:
+    using EngineStream::EngineStream;
+
+    qint64 write(std::span<const char> data) override { return m_transfer != nullptr ? m_transfer->write(data) : -1; }
+};
+
+} // namespace
+
+std::unique_ptr<FTPReadStream> EngineStreamFactory::createListingStream(const QString& location)
+{
+    return std::make_unique<EngineReadStream>(Transfer::Kind::Listing, location);
+}
+
+std::unique_ptr<FTPReadStream> EngineStreamFactory::createDownloadStream(const QString& location)
+{
+    return std::make_unique<EngineReadStream>(Transfer::Kind::Download, location);
+}
+
+std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QString& location, qint64 length)
+{
+    return std::make_unique<EngineWriteStream>(Transfer::Kind::Upload, location, length);
+}
+
+std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QString& location)
+{
+    return std::make_unique<EngineWriteStream>(Transfer::Kind::FolderCreation, location);
+}

@@ -1,0 +1,3 @@
+#include "FTPLog.h"
+
+Q_LOGGING_CATEGORY(ftpLog, "ftp", QtWarningMsg)

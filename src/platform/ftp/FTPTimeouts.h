@@ -1,0 +1,15 @@
+#pragma once
+
+#include <chrono>
+
+/// How long the engine waits before silence counts as a failure. All clocks stand still while the loop is held.
+struct FTPTimeouts {
+    std::chrono::milliseconds connect = std::chrono::seconds(30); ///< For a connection, resolving included.
+    std::chrono::milliseconds reply = std::chrono::seconds(60); ///< For the reply to a command.
+    std::chrono::milliseconds stalledData = std::chrono::seconds(60); ///< Without a byte moving.
+    std::chrono::milliseconds confirmation = std::chrono::seconds(300); ///< For the last word after the data.
+    std::chrono::milliseconds reason = std::chrono::seconds(3); ///< For the server's word on a broken data connection.
+    std::chrono::milliseconds acceptance = std::chrono::seconds(1); ///< For a 150 when data is there already.
+    std::chrono::milliseconds drain = std::chrono::seconds(2); ///< For the replies to what was given up.
+    std::chrono::milliseconds idle = std::chrono::seconds(60); ///< That an unused control connection is kept.
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Reply.h"
+
+#include <QByteArray>
+
+#include <optional>
+
+/// Turns the bytes of a control connection into replies (RFC 959, section 4.2), however they are cut. No socket, linear
+/// in the bytes, bounded memory.
+class ReplyParser {
+public:
+    static constexpr qsizetype LineLimit = 64 * 1024; ///< Bytes of one line.
+    static constexpr qsizetype ReplyLimit = 1024 * 1024; ///< Bytes of all lines of one reply.
+
+    void append(QByteArrayView bytes);
+
+    /// The next complete reply, or nothing yet. Nothing ever again once isBroken().
+    std::optional<Reply> next();
+
+    /// The peer does not speak FTP: a line that is no reply, or one beyond the limits.
+    bool isBroken() const { return m_broken; }
+
+private:
+    std::optional<Reply> takeLine(QByteArrayView line);
+
+    QByteArray m_bytes; ///< Received and not yet read from m_start on.
+    qsizetype m_start = 0; ///< Where the present line begins.
+    qsizetype m_searched = 0; ///< No line end stands before this place.
+    qsizetype m_replyLength = 0; ///< Bytes of the lines of the present multi-line reply.
+    int m_multiLineCode = 0; ///< The code that ends the present multi-line reply, or 0.
+    bool m_broken = false;
+};

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+/// Shows a warning with one button, "OK", one second later: hands both texts on the main thread to the presenter that
+/// is installed then. Safe from any thread.
+void ShowAlertAfterDelay(const QString& message, const QString& informative);
+
+/// Installs what shows delayed alerts, given the message and the informative text. Without one they are dropped. For
+/// the main thread.
+void setDelayedAlertPresenter(std::function<void(const QString&, const QString&)> presenter);

@@ -1,0 +1,162 @@
+#include "FTPListController.h"
+
+#include "MacRoman.h"
+#include "NetworkManager.h"
+
+#include <array>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+FTPListController::FTPListController(FTPStreamFactory& streams, LineParser parseLine)
+    : m_streams(streams)
+    , m_parseLine(std::move(parseLine))
+{
+}
+
+FTPListController::~FTPListController()
+{
+    stopReceiveWithStatus(u"Stopped"_s);
+}
+
+void FTPListController::setDelegate(WeakRef<FTPListControllerDelegate> delegate)
+{
+    m_delegate = std::move(delegate);
+}
+
+void FTPListController::startReceive(const QString& address, const QString& username, const QString& password)
+{
+    if (isReceiving()) {
+        return;
+    }
+    const Watch watch(*this);
+    updateListingStatus(u"Starting list..."_s);
+    if (!watch.isUndisturbed()) {
+        return;
+    }
+    const QString location = NetworkManager::sharedInstance().smartURLForString(address);
+    if (location.isNull()) {
+        updateListingStatus(u"Invalid URL"_s);
+        return;
+    }
+    m_listData.clear();
+    m_searched = 0;
+    if (startStream(m_streams.createListingStream(location), username, password)) {
+        didStart(u"Started List."_s);
+    }
+}
+
+void FTPListController::stopReceiveWithStatus(const QString& status)
+{
+    closeStream();
+    didStop(status.isNull() ? u"Listing succeeded"_s : status);
+}
+
+ListingEntry FTPListController::entryByReencodingNameInEntry(ListingEntry entry, QStringConverter::Encoding encoding)
+{
+    const std::optional<QByteArray> bytes = entry.name.isNull() ? std::nullopt : toMacRoman(entry.name);
+    if (bytes) {
+        // A byte order mark at the beginning of a name is part of the name.
+        QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
+        QString name = decoder.decode(*bytes);
+        if (!decoder.hasError()) {
+            entry.name = std::move(name);
+        }
+    }
+    return entry;
+}
+
+void FTPListController::handleStreamEvent(FTPStreamEvent event)
+{
+    switch (event) {
+    case FTPStreamEvent::OpenCompleted:
+        updateListingStatus(u"Opened connection"_s);
+        return;
+    case FTPStreamEvent::HasBytesAvailable:
+        receiveStep();
+        return;
+    case FTPStreamEvent::HasSpaceAvailable:
+        return;
+    case FTPStreamEvent::ErrorOccurred:
+        stopReceiveWithStatus(errorStatus(u"Error: Check Settings"_s));
+        return;
+    case FTPStreamEvent::EndEncountered:
+        break;
+    }
+    // A listing ends by a read of nothing, and by that alone: whatever else comes is said and changes nothing.
+    updateListingStatus(u"Error"_s);
+}
+
+void FTPListController::receiveStep()
+{
+    const Watch watch(*this);
+    updateListingStatus(u"Receiving"_s);
+    if (!watch.isUndisturbed()) {
+        return;
+    }
+    std::array<char, bufferSize> buffer;
+    const qint64 count = networkStream()->read(buffer);
+    if (count <= 0) {
+        stopReceiveWithStatus(count == 0 ? QString() : u"Network read error"_s);
+        return;
+    }
+    m_listData.append(buffer.data(), static_cast<qsizetype>(count));
+    parseListData();
+}
+
+void FTPListController::parseListData()
+{
+    if (!holdsWholeLine()) {
+        return;
+    }
+    const QDateTime now = QDateTime::currentDateTime();
+    QList<ListingEntry> entries;
+    qsizetype offset = 0;
+    qint64 consumed = 0;
+    do {
+        ParsedListing parsed = m_parseLine(QByteArrayView(m_listData).sliced(offset), now);
+        consumed = parsed.consumed;
+        if (consumed > 0) {
+            offset += static_cast<qsizetype>(consumed);
+            if (parsed.entry) {
+                entries.append(entryByReencodingNameInEntry(std::move(*parsed.entry), QStringConverter::Utf8));
+            }
+        }
+    } while (consumed > 0);
+    m_listData.remove(0, offset);
+    m_searched = m_listData.size();
+
+    const Watch watch(*this);
+    if (consumed < 0) {
+        stopReceiveWithStatus(u"Listing parse failed"_s);
+    }
+    // What was read before an error is delivered all the same.
+    if (watch.isAlive() && !entries.isEmpty()) {
+        addListEntries(entries);
+    }
+}
+
+/// Whether there is something to parse: a line end, or more bytes than any line may have. An incomplete line is not
+/// searched again from its beginning for each block that continues it.
+bool FTPListController::holdsWholeLine()
+{
+    if (m_listData.indexOf('\n', m_searched) >= 0) {
+        return true;
+    }
+    m_searched = m_listData.size();
+    return m_searched > maximumListingLine;
+}
+
+void FTPListController::updateListingStatus(const QString& status)
+{
+    if (FTPListControllerDelegate* delegate = m_delegate.get()) {
+        delegate->updateListingStatus(status);
+    }
+}
+
+void FTPListController::addListEntries(const QList<ListingEntry>& entries)
+{
+    if (FTPListControllerDelegate* delegate = m_delegate.get()) {
+        delegate->addListEntries(entries);
+    }
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "StreamController.h"
+
+#include <array>
+
+class FileInputStream;
+
+/// Receives the reports of one FTPPutController, on the thread that started the upload.
+class FTPPutControllerDelegate {
+public:
+    /// Percent of the file that the network has taken, 0 to 100. Not called for an empty file.
+    virtual void percentDone(float percent) = 0;
+    /// Bytes of the file that the network has taken; follows each percentDone().
+    virtual void bytesDone(float bytes) = 0;
+    /// What the upload is doing, or how it has ended.
+    virtual void updateStatus(const QString& status) = 0;
+    /// The server has confirmed the whole file. The controller is idle again and may be started from here; the status
+    /// of the end follows.
+    virtual void uploadDone() = 0;
+
+protected:
+    ~FTPPutControllerDelegate() = default;
+};
+
+/// Uploads one local file to a folder on an FTP server, driven by stream events on the thread that starts it, which is
+/// the main thread.
+class FTPPutController final : public StreamController<FTPWriteStream> {
+public:
+    static constexpr size_t bufferSize = 32768;
+
+    /// @p streams makes the network streams and outlives the controller.
+    explicit FTPPutController(FTPStreamFactory& streams);
+    ~FTPPutController(); ///< Stops with the status "Stopped".
+
+    void setDelegate(WeakRef<FTPPutControllerDelegate> delegate);
+
+    /// Starts an upload of the file at @p filePath, under its own name, to the folder @p destination. While one runs,
+    /// only pathToUpload() changes; a null path and a file that does not exist are passed over in silence. Without both
+    /// user name and password (null or empty) the login is anonymous.
+    void startSend(const QString& filePath, const QString& destination, const QString& username,
+                   const QString& password);
+    /// Ends the upload and reports @p status; null means that the file has arrived. What the server has of a file that
+    /// has not stays there.
+    void stopSendWithStatus(const QString& status);
+
+    bool isSending() const { return networkStream() != nullptr; }
+
+    /// Bytes read from the file and not yet taken by the network: those from bufferOffset() to bufferLimit().
+    const char* buffer() const { return m_buffer.data(); }
+    quint64 bufferOffset() const { return m_bufferOffset; }
+    quint64 bufferLimit() const { return m_bufferLimit; }
+    /// Bytes of the file by its attributes when the upload was asked for; 0 when they could not be read.
+    qint64 fileSize() const { return m_fileSize; }
+    qint64 totalBytesWritten() const { return m_totalBytesWritten; }
+    /// The path last asked for, also while another upload ran.
+    const QString& pathToUpload() const { return m_pathToUpload; }
+
+private:
+    void handleStreamEvent(FTPStreamEvent event) override;
+    void reportStatus(const QString& status) override { updateStatus(status); }
+    void stopWithStatus(const QString& status) override { stopSendWithStatus(status); }
+
+    void sendStep();
+    bool fillBuffer();
+    void reportProgress();
+    void sendDidStopWithStatus(const QString& status);
+    void updateStatus(const QString& status);
+    void uploadDone();
+
+    FTPStreamFactory& m_streams;
+    WeakRef<FTPPutControllerDelegate> m_delegate;
+    std::array<char, bufferSize> m_buffer{};
+    std::unique_ptr<FileInputStream> m_fileStream;
+    quint64 m_bufferOffset = 0; ///< First byte not yet sent.
+    quint64 m_bufferLimit = 0; ///< One past the last byte read.
+    qint64 m_fileSize = 0;
+    qint64 m_totalBytesWritten = 0;
+    QString m_pathToUpload;
+};

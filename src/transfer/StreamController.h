@@ -1,0 +1,85 @@
+#pragma once
+
+#include "FTPStream.h"
+#include "WeakRef.h"
+
+#include <QString>
+
+#include <memory>
+
+class RunLoop;
+
+/// What the four stream controllers share: one stream at a time with its login, driven by the run loop of the thread
+/// that starts it, and the count of operations that the network manager keeps. @p Stream is FTPReadStream or
+/// FTPWriteStream.
+///
+/// A delegate may do anything while it is reported to: stop the controller, start it anew, destroy it. Whatever goes on
+/// after a report asks a Watch first.
+template <typename Stream> class StreamController : private FTPStreamDelegate {
+public:
+    StreamController(const StreamController&) = delete;
+    StreamController& operator=(const StreamController&) = delete;
+
+    /// The loop that the stream reports from; null before the first start.
+    RunLoop* ourRunLoop() const { return m_ourRunLoop; }
+
+protected:
+    /// Tells what has become of a controller since the watch was made.
+    class Watch {
+    public:
+        explicit Watch(const StreamController& controller)
+            : m_controller(controller.m_anchor.ref(&controller))
+            , m_run(controller.m_run)
+        {
+        }
+
+        /// Whether the controller has not been destroyed.
+        bool isAlive() const { return m_controller.get() != nullptr; }
+        /// Whether, besides, no stream was opened or closed.
+        bool isUndisturbed() const { return isAlive() && m_controller.get()->m_run == m_run; }
+
+    private:
+        WeakRef<const StreamController> m_controller;
+        quint64 m_run;
+    };
+
+    StreamController() = default;
+    /// Reports nothing: each controller stops itself in its own destructor, while it can still report.
+    ~StreamController() = default;
+
+    /// The open stream; null exactly while nothing runs.
+    Stream* networkStream() const { return m_networkStream.get(); }
+
+    /// Takes @p stream, gives it the login, and opens it. False when there is no stream or it refuses the login: then
+    /// the controller has been stopped with the status that says so.
+    [[nodiscard]] bool startStream(std::unique_ptr<Stream> stream, const QString& username, const QString& password);
+    /// Counts a start and reports @p status.
+    void didStart(const QString& status);
+
+    /// Closes the stream, if there is one: no event comes from it any more.
+    void closeStream();
+    /// Reports @p status and counts a stop.
+    void didStop(const QString& status);
+
+    /// @p refusal when the failed stream was refused by the server, otherwise the status for all other errors.
+    QString errorStatus(const QString& refusal) const;
+
+    /// Hands @p status to the delegate.
+    virtual void reportStatus(const QString& status) = 0;
+    /// The controller's stop operation.
+    virtual void stopWithStatus(const QString& status) = 0;
+    /// An event of the open stream.
+    virtual void handleStreamEvent(FTPStreamEvent event) = 0;
+
+private:
+    void handleEvent(FTPStream& stream, FTPStreamEvent event) final;
+    bool authenticate(const QString& username, const QString& password);
+
+    std::unique_ptr<Stream> m_networkStream;
+    RunLoop* m_ourRunLoop = nullptr;
+    quint64 m_run = 0; ///< Changes whenever a stream is opened or closed.
+    WeakAnchor m_anchor;
+};
+
+extern template class StreamController<FTPReadStream>;
+extern template class StreamController<FTPWriteStream>;

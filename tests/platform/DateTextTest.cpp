@@ -1,0 +1,72 @@
+#include "DateText.h"
+
+#include "Printers.h"
+
+#include <QLocale>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Sets the program's locale for the length of one test.
+class LocaleScope {
+public:
+    explicit LocaleScope(const QLocale& locale) { QLocale::setDefault(locale); }
+    LocaleScope(const LocaleScope&) = delete;
+    LocaleScope& operator=(const LocaleScope&) = delete;
+    ~LocaleScope() { QLocale::setDefault(m_before); }
+
+private:
+    QLocale m_before;
+};
+
+const QDateTime afternoon(QDate(2024, 1, 9), QTime(15, 4, 5));
+
+/// Some versions of the locale data put a narrow blank before "PM".
+QString withPlainBlanks(QString text)
+{
+    return text.replace(QChar(0x202f), u' ');
+}
+
+TEST(DateTextTest, ShowsSecondsWithTheMediumTime)
+{
+    const LocaleScope locale(QLocale(QLocale::English, QLocale::UnitedStates));
+
+    EXPECT_EQ(withPlainBlanks(shortDateMediumTimeText(afternoon)), u"1/9/24, 3:04:05 PM"_s);
+}
+
+TEST(DateTextTest, ShowsNoSecondsWithTheShortTime)
+{
+    const LocaleScope locale(QLocale(QLocale::English, QLocale::UnitedStates));
+
+    EXPECT_EQ(withPlainBlanks(shortDateShortTimeText(afternoon)), u"1/9/24, 3:04 PM"_s);
+}
+
+TEST(DateTextTest, FollowsAChangeOfLocale)
+{
+    const LocaleScope english(QLocale(QLocale::English, QLocale::UnitedStates));
+    shortDateMediumTimeText(afternoon);
+
+    const LocaleScope german(QLocale(QLocale::German, QLocale::Germany));
+
+    EXPECT_EQ(shortDateMediumTimeText(afternoon), u"09.01.24, 15:04:05"_s);
+}
+
+TEST(DateTextTest, TheCLocaleReadsAsAmericanEnglish)
+{
+    const LocaleScope locale(QLocale::c());
+
+    EXPECT_EQ(withPlainBlanks(shortDateShortTimeText(afternoon)), u"1/9/24, 3:04 PM"_s);
+}
+
+TEST(DateTextTest, MomentsAreShownInTheUsersZone)
+{
+    const LocaleScope locale(QLocale(QLocale::German, QLocale::Germany));
+
+    EXPECT_EQ(shortDateMediumTimeText(afternoon.toUTC()), u"09.01.24, 15:04:05"_s);
+    EXPECT_EQ(shortDateMediumTimeText(afternoon.toOffsetFromUtc(5 * 3600)), u"09.01.24, 15:04:05"_s);
+}
+
+} // namespace

@@ -1,0 +1,192 @@
+#include "FileInputStream.h"
+#include "FileOutputStream.h"
+#include "Printers.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class FileStreamTest : public testing::Test {
+protected:
+    QString path(const QString& name) const { return m_folder.filePath(name); }
+
+    QString makeFile(const QString& name, const QByteArray& bytes) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return path(name);
+    }
+
+    static void append(const QString& path, const QByteArray& bytes)
+    {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::Append));
+        file.write(bytes);
+    }
+
+    static QByteArray contents(const QString& path)
+    {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+    QTemporaryDir m_folder;
+    std::array<char, 8> m_buffer{};
+};
+
+TEST_F(FileStreamTest, InputReadsTheWholeFileAndThenTheEnd)
+{
+    const auto stream = FileInputStream::create(makeFile(u"a"_s, "0123456789"));
+    ASSERT_NE(stream, nullptr);
+
+    EXPECT_EQ(stream->length(), 10);
+    EXPECT_EQ(stream->read(m_buffer), 8);
+    EXPECT_EQ(stream->read(m_buffer), 2);
+    EXPECT_EQ(m_buffer[1], '9');
+    EXPECT_EQ(stream->read(m_buffer), 0);
+}
+
+TEST_F(FileStreamTest, InputOfAnEmptyFileIsAtItsEndAtOnce)
+{
+    const auto stream = FileInputStream::create(makeFile(u"a"_s, ""));
+    ASSERT_NE(stream, nullptr);
+
+    EXPECT_EQ(stream->read(m_buffer), 0);
+}
+
+TEST_F(FileStreamTest, InputFollowsLinks)
+{
+    QFile::link(makeFile(u"a"_s, "0123456789"), path(u"link"_s));
+
+    const auto stream = FileInputStream::create(path(u"link"_s));
+
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->length(), 10);
+}
+
+TEST_F(FileStreamTest, InputLeavesOutWhatWasAppendedMeanwhile)
+{
+    const QString file = makeFile(u"a"_s, "0123");
+    const auto stream = FileInputStream::create(file);
+    ASSERT_NE(stream, nullptr);
+
+    append(file, "4567");
+
+    EXPECT_EQ(stream->read(m_buffer), 4);
+    EXPECT_EQ(stream->read(m_buffer), 0);
+}
+
+TEST_F(FileStreamTest, InputThatEndsBeforeItsLengthFails)
+{
+    const QString file = makeFile(u"a"_s, "0123456789");
+    const auto stream = FileInputStream::create(file);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->read(m_buffer), 8);
+
+    ASSERT_TRUE(QFile::resize(file, 8));
+
+    EXPECT_EQ(stream->read(m_buffer), -1);
+}
+
+TEST_F(FileStreamTest, InputFailsAfterItWasClosed)
+{
+    const auto stream = FileInputStream::create(makeFile(u"a"_s, "0123"));
+    ASSERT_NE(stream, nullptr);
+
+    stream->close();
+
+    EXPECT_EQ(stream->read(m_buffer), -1);
+}
+
+TEST_F(FileStreamTest, ThereIsNoInputFromAnythingButARegularFile)
+{
+    ASSERT_EQ(mkfifo(QFile::encodeName(path(u"pipe"_s)).constData(), 0600), 0);
+    QFile::link(path(u"nowhere"_s), path(u"dangling"_s));
+    makeFile(u"a"_s, "0123");
+
+    EXPECT_EQ(FileInputStream::create(path(u"missing"_s)), nullptr);
+    EXPECT_EQ(FileInputStream::create(m_folder.path()), nullptr);
+    EXPECT_EQ(FileInputStream::create(path(u"pipe"_s)), nullptr);
+    EXPECT_EQ(FileInputStream::create(path(u"dangling"_s)), nullptr);
+    EXPECT_EQ(FileInputStream::create(u"/dev/null"_s), nullptr);
+    EXPECT_EQ(FileInputStream::create(QString()), nullptr);
+    EXPECT_EQ(FileInputStream::create(path(u"a"_s) + QChar(0) + u"b"_s), nullptr);
+}
+
+TEST_F(FileStreamTest, OutputReplacesWhatWasThere)
+{
+    const QString file = makeFile(u"a"_s, "0123456789");
+    FileOutputStream stream(file);
+    stream.open();
+
+    EXPECT_EQ(stream.write(std::array{ 'x', 'y' }), 2);
+    EXPECT_EQ(stream.write(std::array{ 'z' }), 1);
+    EXPECT_TRUE(stream.close());
+
+    EXPECT_EQ(contents(file), "xyz");
+}
+
+TEST_F(FileStreamTest, OutputFilesAreNotExecutable)
+{
+    const mode_t before = umask(022);
+    FileOutputStream stream(path(u"a"_s));
+    stream.open();
+    umask(before);
+
+    EXPECT_TRUE(stream.close());
+    EXPECT_EQ(QFile::permissions(path(u"a"_s)) & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser),
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
+}
+
+TEST_F(FileStreamTest, OutputThatCannotBeOpenedFailsWhenItIsWritten)
+{
+    FileOutputStream stream(path(u"missing/a"_s));
+    stream.open();
+
+    EXPECT_EQ(stream.write(std::array{ 'x' }), -1);
+    EXPECT_FALSE(stream.close());
+}
+
+TEST_F(FileStreamTest, OutputThatCannotBeOpenedFailsWhenItIsClosedWithoutAByte)
+{
+    for (const QString& file : { path(u"missing/a"_s), m_folder.path(), path(u"a"_s) + QChar(0) + u"b"_s }) {
+        FileOutputStream stream(file);
+        stream.open();
+
+        EXPECT_FALSE(stream.close());
+    }
+    EXPECT_FALSE(QFileInfo::exists(path(u"a"_s)));
+}
+
+TEST_F(FileStreamTest, OutputToANamedPipeWithoutAReaderFailsInsteadOfWaiting)
+{
+    ASSERT_EQ(mkfifo(QFile::encodeName(path(u"pipe"_s)).constData(), 0600), 0);
+    FileOutputStream stream(path(u"pipe"_s));
+
+    stream.open();
+
+    EXPECT_FALSE(stream.close());
+}
+
+TEST_F(FileStreamTest, OutputToAFullDiskFails)
+{
+    FileOutputStream stream(u"/dev/full"_s);
+    stream.open();
+
+    EXPECT_EQ(stream.write(std::array{ 'x' }), -1);
+    EXPECT_FALSE(stream.close());
+}
+
+} // namespace

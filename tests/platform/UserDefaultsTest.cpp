@@ -1,0 +1,418 @@
+#include "UserDefaults.h"
+
+#include "Printers.h"
+#include "WaitFor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class UserDefaultsTest : public testing::Test {
+protected:
+    void writeFile(const QByteArray& bytes) const { writeFileAt(m_path, bytes); }
+
+    static void writeFileAt(const QString& path, const QByteArray& bytes)
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(bytes), bytes.size());
+    }
+
+    static QByteArray contents(const QString& path)
+    {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+    static mode_t mode(const QString& path)
+    {
+        struct stat status { };
+        EXPECT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
+        return status.st_mode & 07777;
+    }
+
+    QTemporaryDir m_folder;
+    QString m_path = m_folder.filePath(u"settings.json"_s);
+    QString m_backup = m_path + u".bak"_s;
+    UserDefaults m_defaults{ m_path };
+};
+
+TEST_F(UserDefaultsTest, TheStandardFileLiesInTheConfigurationFolder)
+{
+    EXPECT_EQ(UserDefaults::standard().filePath(),
+              QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) + u"/settings.json"_s);
+}
+
+TEST_F(UserDefaultsTest, NoFileIsNoSettings)
+{
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    EXPECT_EQ(m_defaults.boolean(u"Flag"_s), std::nullopt);
+}
+
+TEST_F(UserDefaultsTest, ReadsWhatItStored)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s }, { u"Flag"_s, true } }));
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    EXPECT_EQ(m_defaults.boolean(u"Flag"_s), true);
+    EXPECT_EQ(UserDefaults(m_path).string(u"Address"_s), u"host"_s);
+}
+
+TEST_F(UserDefaultsTest, AnEmptyTextIsNotNothing)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"FTPFolder"_s, u""_s } }));
+
+    EXPECT_FALSE(m_defaults.string(u"FTPFolder"_s).isNull());
+    EXPECT_TRUE(m_defaults.string(u"FTPFolder"_s).isEmpty());
+}
+
+TEST_F(UserDefaultsTest, OddTextsSurvive)
+{
+    for (const QString& text :
+         { u"a,b;c"_s, u"\"quoted\" 'and' \\ {}"_s, u" blanks "_s, u"\u0001\t\r\n\u007f"_s, u"nul\u0000inside"_s,
+           u"\u00e9\u4e2d\U0001F600"_s, QString(QChar(0xd800)) + u"half"_s, u"@ByteArray(x)"_s, u"%41"_s }) {
+        ASSERT_TRUE(m_defaults.store({ { u"Password"_s, text } }));
+
+        EXPECT_EQ(UserDefaults(m_path).string(u"Password"_s), text);
+    }
+}
+
+TEST_F(UserDefaultsTest, AValueOfTheWrongTypeReadsAsNothing)
+{
+    writeFile(R"({"Address": 5, "Username": null, "Password": ["x"], "Flag": "true", "Other": 1})");
+
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    EXPECT_TRUE(m_defaults.string(u"Username"_s).isNull());
+    EXPECT_TRUE(m_defaults.string(u"Password"_s).isNull());
+    EXPECT_EQ(m_defaults.boolean(u"Flag"_s), std::nullopt);
+    EXPECT_EQ(m_defaults.boolean(u"Other"_s), std::nullopt);
+}
+
+TEST_F(UserDefaultsTest, StoringNothingRemovesTheKey)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s }, { u"Username"_s, u"me"_s } }));
+
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, QJsonValue() } }));
+
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    EXPECT_EQ(m_defaults.string(u"Username"_s), u"me"_s);
+    EXPECT_FALSE(contents(m_path).contains("Address"));
+}
+
+TEST_F(UserDefaultsTest, StoringKeepsWhatAnotherProgramStoredMeanwhile)
+{
+    UserDefaults other(m_path);
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+    ASSERT_TRUE(other.store({ { u"Username"_s, u"me"_s } }));
+
+    ASSERT_TRUE(m_defaults.store({ { u"Password"_s, u"secret"_s } }));
+
+    EXPECT_EQ(other.string(u"Address"_s), u"host"_s);
+    EXPECT_EQ(other.string(u"Username"_s), u"me"_s);
+    EXPECT_EQ(other.string(u"Password"_s), u"secret"_s);
+}
+
+TEST_F(UserDefaultsTest, FileAndFolderAreForTheOwnerAlone)
+{
+    const mode_t before = umask(0);
+    const QString folder = m_folder.filePath(u"a/quillbox"_s);
+    UserDefaults defaults(folder + u"/settings.json"_s);
+    EXPECT_TRUE(defaults.string(u"Address"_s).isNull());
+    EXPECT_FALSE(QFileInfo::exists(folder));
+
+    EXPECT_TRUE(defaults.store({ { u"Address"_s, u"host"_s } }));
+    umask(before);
+
+    EXPECT_EQ(mode(defaults.filePath()), 0600);
+    EXPECT_EQ(mode(folder), 0700);
+    EXPECT_EQ(mode(m_folder.filePath(u"a"_s)), 0700);
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{ u"settings.json"_s });
+}
+
+TEST_F(UserDefaultsTest, AFileThatOthersCouldReadIsClosedToThemByAStore)
+{
+    writeFile(R"({"Address": "host"})");
+    ASSERT_EQ(chmod(QFile::encodeName(m_path).constData(), 0644), 0);
+
+    ASSERT_TRUE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
+
+    EXPECT_EQ(mode(m_path), 0600);
+}
+
+TEST_F(UserDefaultsTest, SeesTheFileAppearChangeAndGo)
+{
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    writeFile(R"({"Address": "one"})");
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
+    writeFile(R"({"Address": "two"})");
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"two"_s);
+    ASSERT_TRUE(QFile::remove(m_path));
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+}
+
+TEST_F(UserDefaultsTest, SeesEveryOneOfManyQuickChangesOfTheSameLength)
+{
+    for (int i = 1000; i < 1500; ++i) {
+        const QString host = QString::number(i);
+        writeFile(R"({"Address": ")" + host.toLatin1() + R"("})");
+
+        ASSERT_EQ(m_defaults.string(u"Address"_s), host);
+    }
+}
+
+TEST_F(UserDefaultsTest, AFileThatDoesNotChangeIsNotReadAgain)
+{
+    writeFile(R"({"Address": "host"})");
+    struct stat status { };
+    const auto settled = [this, &status] {
+        EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+        EXPECT_EQ(stat(QFile::encodeName(m_path).constData(), &status), 0);
+        timespec now{};
+        clock_gettime(CLOCK_REALTIME, &now);
+        return (now.tv_sec - status.st_ctim.tv_sec) * 1000 + (now.tv_nsec - status.st_ctim.tv_nsec) / 1'000'000 > 40;
+    };
+    ASSERT_TRUE(waitFor(settled));
+    ASSERT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    // Access times would tell of a read, but not on every file system: the reads of this process do.
+    const auto readCalls = [] {
+        const QList<QByteArray> lines = contents(u"/proc/self/io"_s).split('\n');
+        for (const QByteArray& line : lines) {
+            if (line.startsWith("syscr: ")) {
+                return line.mid(7).toLongLong();
+            }
+        }
+        return -1LL;
+    };
+    const qint64 forItself = [&readCalls] {
+        const qint64 first = readCalls();
+        return readCalls() - first;
+    }();
+    const qint64 before = readCalls();
+
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    }
+
+    EXPECT_EQ(readCalls() - before, forItself);
+}
+
+TEST_F(UserDefaultsTest, ABrokenFileReadsAsIfItWereEmpty)
+{
+    for (const QByteArray& bytes :
+         { QByteArray(), QByteArray("{"), QByteArray("[1]"), QByteArray("\"Address\""), QByteArray("Address=host"),
+           QByteArray("{\"Address\": \"host\"} x"), QByteArray("{\"Address\": \"\xff\"}"),
+           QByteArray("{\"Address\": \"host\"}" + QByteArray(1024 * 1024, ' ')) }) {
+        writeFile(bytes);
+
+        EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull()) << bytes.left(40).toStdString();
+    }
+}
+
+TEST_F(UserDefaultsTest, AFileOfOneMiBIsStillRead)
+{
+    const QByteArray json = R"({"Address": "host"})";
+    writeFile(json + QByteArray(1024 * 1024 - json.size(), ' '));
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+}
+
+TEST_F(UserDefaultsTest, TheStoreAfterABrokenFileKeepsItBesideTheNewOne)
+{
+    writeFileAt(m_backup, "older");
+    writeFile("Address=host\n");
+    ASSERT_EQ(chmod(QFile::encodeName(m_path).constData(), 0644), 0);
+
+    ASSERT_TRUE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
+
+    EXPECT_EQ(contents(m_backup), "Address=host\n");
+    EXPECT_EQ(mode(m_backup), 0600);
+    EXPECT_EQ(m_defaults.string(u"Username"_s), u"me"_s);
+}
+
+TEST_F(UserDefaultsTest, AStoreOverAGoodFileKeepsNone)
+{
+    writeFile(R"({"Address": "host"})");
+
+    ASSERT_TRUE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
+
+    EXPECT_FALSE(QFileInfo::exists(m_backup));
+}
+
+TEST_F(UserDefaultsTest, AFolderInTheFilesPlaceIsBrokenAndMakesRoom)
+{
+    ASSERT_TRUE(QDir().mkpath(m_path + u"/inside"_s));
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    EXPECT_TRUE(QFileInfo(m_backup + u"/inside"_s).isDir());
+}
+
+TEST_F(UserDefaultsTest, ANamedPipeInTheFilesPlaceMakesNobodyWait)
+{
+    ASSERT_EQ(mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
+
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+}
+
+TEST_F(UserDefaultsTest, AStoreThatFailsLeavesTheBrokenFileInPlace)
+{
+    ASSERT_TRUE(QDir(m_folder.path()).mkdir(u"settings.json.bak"_s));
+    writeFile("broken");
+
+    EXPECT_FALSE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+
+    EXPECT_EQ(contents(m_path), "broken");
+}
+
+TEST_F(UserDefaultsTest, AStoreIntoAPlaceThatIsNoFolderFails)
+{
+    writeFile("{}");
+    UserDefaults below(m_path + u"/settings.json"_s);
+
+    EXPECT_TRUE(below.string(u"Address"_s).isNull());
+    EXPECT_FALSE(below.store({ { u"Address"_s, u"host"_s } }));
+    EXPECT_EQ(contents(m_path), "{}");
+}
+
+TEST_F(UserDefaultsTest, MoreThanCouldBeReadBackIsNotStored)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+
+    EXPECT_FALSE(m_defaults.store({ { u"Username"_s, QString(1024 * 1024, u'a') } }));
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+}
+
+TEST_F(UserDefaultsTest, ALinkStaysAndTheFileThatItLeadsToIsReplaced)
+{
+    const QString target = m_folder.filePath(u"elsewhere.json"_s);
+    writeFileAt(target, R"({"Address": "host"})");
+    ASSERT_TRUE(QFile::link(target, m_path));
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+
+    ASSERT_TRUE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
+
+    EXPECT_TRUE(QFileInfo(m_path).isSymLink());
+    EXPECT_EQ(UserDefaults(target).string(u"Username"_s), u"me"_s);
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    EXPECT_EQ(mode(target), 0600);
+}
+
+TEST_F(UserDefaultsTest, ALinkToNothingYetIsStoredThrough)
+{
+    const QString target = m_folder.filePath(u"folder/elsewhere.json"_s);
+    ASSERT_TRUE(QFile::link(target, m_path));
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+
+    EXPECT_TRUE(QFileInfo(m_path).isSymLink());
+    EXPECT_EQ(UserDefaults(target).string(u"Address"_s), u"host"_s);
+}
+
+TEST_F(UserDefaultsTest, AChangeOfALinksTargetIsSeen)
+{
+    const QString target = m_folder.filePath(u"elsewhere.json"_s);
+    writeFileAt(target, R"({"Address": "one"})");
+    ASSERT_TRUE(QFile::link(target, m_path));
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
+
+    writeFileAt(target, R"({"Address": "two"})");
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"two"_s);
+}
+
+TEST_F(UserDefaultsTest, ALinkThatLeadsBackToItselfIsBroken)
+{
+    ASSERT_TRUE(QFile::link(m_path, m_path));
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    EXPECT_TRUE(QFileInfo(m_backup).isSymLink());
+}
+
+TEST_F(UserDefaultsTest, EachChangeThatBreaksTheFileIsReportedOnceFromTheLoop)
+{
+    int reports = 0;
+    m_defaults.setBrokenFileHandler([&reports] { ++reports; });
+    writeFile("broken");
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    EXPECT_EQ(reports, 0);
+
+    ASSERT_TRUE(waitFor([&] { return m_defaults.string(u"Address"_s).isNull() && reports == 1; }));
+    writeFile("broken again");
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    ASSERT_TRUE(waitFor([&] { return m_defaults.string(u"Address"_s).isNull() && reports == 2; }));
+
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    drainEventLoop();
+    EXPECT_EQ(reports, 2);
+}
+
+TEST_F(UserDefaultsTest, AFileThatWasBrokenBeforeTheHandlerCameIsReported)
+{
+    writeFile("broken");
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+    int reports = 0;
+
+    m_defaults.setBrokenFileHandler([&reports] { ++reports; });
+
+    EXPECT_TRUE(waitFor([&reports] { return reports == 1; }));
+}
+
+TEST_F(UserDefaultsTest, AFileThatIsWholeAgainAtOnceIsNotReported)
+{
+    int reports = 0;
+    m_defaults.setBrokenFileHandler([&reports] { ++reports; });
+    writeFile("");
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+
+    writeFile(R"({"Address": "host"})");
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
+    // Another broken file, noticed later, is reported when the first would long have been.
+    const QString otherPath = m_folder.filePath(u"other.json"_s);
+    writeFileAt(otherPath, "broken");
+    UserDefaults other(otherPath);
+    int otherReports = 0;
+    other.setBrokenFileHandler([&otherReports] { ++otherReports; });
+    EXPECT_TRUE(other.string(u"Address"_s).isNull());
+    ASSERT_TRUE(waitFor([&otherReports] { return otherReports == 1; }));
+
+    EXPECT_EQ(reports, 0);
+}
+
+TEST_F(UserDefaultsTest, NothingIsReportedForDefaultsThatAreGone)
+{
+    int reports = 0;
+    writeFile("broken");
+    {
+        UserDefaults gone(m_path);
+        gone.setBrokenFileHandler([&reports] { ++reports; });
+        EXPECT_TRUE(gone.string(u"Address"_s).isNull());
+    }
+    int later = 0;
+    m_defaults.setBrokenFileHandler([&later] { ++later; });
+    EXPECT_TRUE(m_defaults.string(u"Address"_s).isNull());
+
+    ASSERT_TRUE(waitFor([&later] { return later == 1; }));
+
+    EXPECT_EQ(reports, 0);
+}
+
+} // namespace

@@ -1,0 +1,250 @@
+#include "StreamTest.h"
+
+namespace {
+
+/// Listings and downloads.
+class ReadStreamTest : public StreamTest {
+protected:
+    std::unique_ptr<PeerConnection> openDownload() { return open("RETR f", { "TYPE I", "SIZE f", "EPSV" }); }
+
+    std::optional<qint64> announcedSize() const
+    {
+        return static_cast<FTPReadStream*>(m_recorder.stream())->resourceSize();
+    }
+};
+
+TEST_F(ReadStreamTest, AListingEndsOnlyWhenTheServerHasConfirmed)
+{
+    startListing(u"/in/"_s);
+    auto control = open("LIST", { "CWD in", "TYPE I", "EPSV" });
+    control->say("150 Comes");
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log().contains(u"end"_s); }, 50ms));
+
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_EQ(m_recorder.data, "line\r\n");
+}
+
+TEST_F(ReadStreamTest, TheDataConnectionIsClosedBeforeTheConfirmation)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+
+    m_data->close();
+
+    EXPECT_TRUE(m_data->waitForEnd());
+}
+
+TEST_F(ReadStreamTest, TheConfirmationMayComeBeforeTheEndOfTheData)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    control->say("226 Done");
+    ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
+    drainEventLoop();
+
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+}
+
+TEST_F(ReadStreamTest, AListingWithoutAnAnnouncementIsRead)
+{
+    m_timeouts.acceptance = 20ms;
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+    ASSERT_TRUE(m_recorder.waitFor(u"bytes"_s));
+
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+}
+
+TEST_F(ReadStreamTest, AnEmptyListingConfirmedWithoutAnAnnouncementEnds)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    m_data->close();
+
+    control->say("226 Nothing there");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"end"_s }));
+}
+
+TEST_F(ReadStreamTest, ARefusedListingIsReportedWithItsCode)
+{
+    for (const auto& [reply, report] :
+         { std::pair{ "450 No files", u"FTP 450"_s }, std::pair{ "550 No such folder", u"FTP 550"_s } }) {
+        ScriptedPeer peer;
+        m_recorder.start(m_factory.createListingStream(peer.location(u"/"_s)));
+        auto control = peer.accept();
+        for (const char* setUp : { "220 Ready", "331 P", "230 In", "257 \"/\"", "200 I" }) {
+            control->say(setUp);
+        }
+        control->say(extendedPassive());
+        control->hear(6);
+
+        control->say(reply);
+
+        EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ report });
+    }
+}
+
+TEST_F(ReadStreamTest, ARefusalBehindTheDataIsAnErrorAndNoEnd)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+
+    control->say("451 Disk trouble");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"FTP 451"_s }));
+}
+
+TEST_F(ReadStreamTest, TheSizeOfADownloadIsKnownWhenItOpens)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    std::optional<qint64> size;
+    m_recorder.onEvent = [this, &size](const QString& told) {
+        if (told == u"open"_s) {
+            size = announcedSize();
+        }
+    };
+    control->say("150 Comes");
+    m_data->sendBytes("hello");
+    m_data->close();
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_EQ(size, 5);
+    EXPECT_EQ(m_recorder.data, "hello");
+}
+
+TEST_F(ReadStreamTest, TheSizeMayBeAskedForAfterTheStreamWasOpened)
+{
+    auto stream = m_factory.createDownloadStream(m_peer.location(u"/f"_s));
+    FTPReadStream& reader = *stream;
+    m_recorder.start(std::move(stream));
+
+    EXPECT_TRUE(reader.setFetchResourceInfo(true));
+
+    EXPECT_NE(openDownload(), nullptr);
+}
+
+TEST_F(ReadStreamTest, WithoutASizeADownloadIsWholeWhenTheServerSaysSo)
+{
+    for (const char* reply : { "550 No SIZE", "502 What", "213 many", "213 -1" }) {
+        SCOPED_TRACE(reply);
+        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+        m_sizeReply = reply;
+        startDownload(u"/f"_s);
+        auto control = openDownload();
+        control->say("150 Comes");
+        ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
+        EXPECT_EQ(announcedSize(), std::nullopt);
+        m_data->sendBytes("hello");
+        m_data->close();
+        control->say("226 Done");
+
+        EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    }
+}
+
+TEST_F(ReadStreamTest, ADownloadShorterThanAnnouncedIsAFailure)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    control->say("150 Comes");
+    m_data->sendBytes("hell");
+    m_data->close();
+
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
+}
+
+TEST_F(ReadStreamTest, ADownloadLongerThanAnnouncedArrivesWhole)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    control->say("150 Comes");
+    m_data->sendBytes("hello, world");
+    m_data->close();
+
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_EQ(m_recorder.data, "hello, world");
+}
+
+TEST_F(ReadStreamTest, ARefusedDownloadIsReportedWithItsCode)
+{
+    startDownload(u"/f/"_s); // A "/" at the end makes no folder of it.
+    auto control = openDownload();
+
+    control->say("550 No such file");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 550"_s });
+}
+
+TEST_F(ReadStreamTest, ABrokenDataConnectionIsReportedWithTheServersReason)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    control->say("150 Comes");
+    m_data->sendBytes("he");
+    ASSERT_TRUE(m_recorder.waitFor(u"bytes"_s));
+    m_data->reset();
+    drainEventLoop();
+
+    control->say("426 Broken");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"FTP 426"_s }));
+}
+
+TEST_F(ReadStreamTest, AControlConnectionLostBehindTheDataIsAFailure)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    control->say("150 Comes");
+    m_data->sendBytes("hello");
+    m_data->close();
+    ASSERT_TRUE(m_recorder.waitFor(u"bytes"_s));
+
+    control->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
+}
+
+TEST_F(ReadStreamTest, WhatIsNotReadIsReportedAgain)
+{
+    int times = 0;
+    m_recorder.isIdle = true;
+    m_recorder.onEvent = [this, &times](const QString& told) {
+        if (told == u"bytes"_s && ++times == 3) {
+            m_recorder.isIdle = false;
+        }
+    };
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_EQ(m_recorder.data, "line\r\n");
+}
+
+} // namespace

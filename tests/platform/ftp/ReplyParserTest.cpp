@@ -1,0 +1,116 @@
+#include "ReplyParser.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+struct Parsed {
+    int code;
+    QByteArray text;
+
+    bool operator==(const Parsed&) const = default;
+};
+
+void PrintTo(const Parsed& parsed, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
+{
+    *out << parsed.code << " \"" << parsed.text.toStdString() << '"';
+}
+
+/// Feeds @p bytes in pieces of @p size.
+std::vector<Parsed> parse(const QByteArray& bytes, qsizetype size)
+{
+    ReplyParser parser;
+    std::vector<Parsed> replies;
+    for (qsizetype at = 0; at < bytes.size(); at += size) {
+        parser.append(bytes.sliced(at, std::min(size, bytes.size() - at)));
+        while (const std::optional<Reply> reply = parser.next()) {
+            replies.push_back({ reply->code, reply->text });
+        }
+    }
+    return replies;
+}
+
+TEST(ReplyParserTest, ReadsRepliesHoweverTheyAreCut)
+{
+    struct Row {
+        const char* why;
+        QByteArray bytes;
+        std::vector<Parsed> expected;
+    };
+    const std::vector<Row> rows = {
+        { "one line", "220 Ready\r\n", { { 220, "Ready" } } },
+        { "a bare line feed", "220 Ready\n", { { 220, "Ready" } } },
+        { "no text", "226\r\n", { { 226, "" } } },
+        { "no text but a blank", "226 \r\n", { { 226, "" } } },
+        { "two replies in one piece", "331 Password\r\n230 In\r\n", { { 331, "Password" }, { 230, "In" } } },
+        { "several lines", "220-Hello\r\n220-there\r\n220 Ready\r\n", { { 220, "Ready" } } },
+        { "other codes inside", "220-Hello\r\n530 not you\r\n 220 nor this\r\n220 Ready\r\n", { { 220, "Ready" } } },
+        { "the same code without a blank inside",
+          "211-Features\r\n211x\r\n211-still\r\n211 End\r\n",
+          { { 211, "End" } } },
+        { "an empty line inside", "220-Hello\r\n\r\n220 Ready\r\n", { { 220, "Ready" } } },
+        { "an empty line between", "220 Ready\r\n\r\n331 Password\r\n", { { 220, "Ready" }, { 331, "Password" } } },
+        { "no separator", "220Ready\r\n", { { 220, "eady" } } },
+        { "bytes that are no text", QByteArray("257 \"/\0\xff\"\r\n", 11), { { 257, QByteArray("\"/\0\xff\"", 5) } } },
+        { "the last line unfinished", "220 Ready\r\n331 Pass", { { 220, "Ready" } } },
+        { "a multi-line reply unfinished", "220-Hello\r\n221 no\r\n", {} },
+    };
+    for (const Row& row : rows) {
+        for (qsizetype size = 1; size <= row.bytes.size(); ++size) {
+            SCOPED_TRACE(std::string(row.why) + ", in pieces of " + std::to_string(size));
+            EXPECT_EQ(parse(row.bytes, size), row.expected);
+        }
+    }
+}
+
+TEST(ReplyParserTest, IsBrokenByWhatIsNoReply)
+{
+    for (const QByteArray& bytes : { QByteArray("HTTP/1.1 400 Bad Request\r\n"), QByteArray("SSH-2.0-Server\r\n"),
+                                     QByteArray("22\r\n"), QByteArray("600 What\r\n"), QByteArray("099 What\r\n") }) {
+        SCOPED_TRACE(bytes.toStdString());
+        ReplyParser parser;
+
+        parser.append(bytes);
+
+        EXPECT_FALSE(parser.next());
+        EXPECT_TRUE(parser.isBroken());
+    }
+}
+
+TEST(ReplyParserTest, ALineOfTheLimitIsReadAndALongerOneBreaks)
+{
+    ReplyParser atLimit;
+    atLimit.append("220 " + QByteArray(ReplyParser::LineLimit - 5, 'x') + "\n");
+    EXPECT_TRUE(atLimit.next());
+
+    ReplyParser endless;
+    endless.append("220 " + QByteArray(ReplyParser::LineLimit, 'x'));
+    EXPECT_FALSE(endless.next());
+    EXPECT_TRUE(endless.isBroken());
+}
+
+TEST(ReplyParserTest, AReplyOfEndlesslyManyLinesBreaks)
+{
+    ReplyParser parser;
+    const QByteArray line = "220-" + QByteArray(1000, 'x') + "\r\n";
+
+    for (int i = 0; i < 1100 && !parser.isBroken(); ++i) {
+        parser.append(line);
+        EXPECT_FALSE(parser.next());
+    }
+
+    EXPECT_TRUE(parser.isBroken());
+}
+
+TEST(ReplyParserTest, NothingIsReadBehindABreak)
+{
+    ReplyParser parser;
+    parser.append("nonsense\r\n220 Ready\r\n");
+
+    EXPECT_FALSE(parser.next());
+    EXPECT_FALSE(parser.next());
+}
+
+} // namespace
