@@ -34,7 +34,7 @@ class Rule:
         if unknown := set(description) - self._KEYS:
             raise ValueError(f"unknown in a rule: {', '.join(sorted(unknown))}")
         self._on = description["on"]
-        self.steps = [parse_step(step) for step in description["do"]]
+        self._steps = [parse_step(step) for step in description["do"]]
         self._nth = description.get("nth")
         self._times = description.get("times")
         self._connection = description.get("connection")
@@ -44,17 +44,17 @@ class Rule:
         self._fitting = 0
         self._used = 0
 
-    def takes(self, event):
-        """Whether this rule answers the event. It counts what it is asked, so ask once per event."""
+    def wants(self, event):
+        """Whether this rule would answer the event. It counts what it is asked: ask once about every event."""
         if not self._fits(event):
             return False
         self._fitting += 1
-        if self._nth is not None and self._fitting != self._nth:
-            return False
-        if self._times is not None and self._used >= self._times:
-            return False
+        return self._nth in (None, self._fitting) and (self._times is None or self._used < self._times)
+
+    def use(self):
+        """The steps, now that they are done once more."""
         self._used += 1
-        return True
+        return self._steps
 
     def _fits(self, event):
         return (
@@ -64,6 +64,25 @@ class Rule:
             and (event.pipelined or not self._pipelined)
             and event.other_logins >= self._logins
         )
+
+
+class Rules:
+    """The rules in force, the first of them first."""
+
+    def __init__(self, descriptions):
+        self._rules = [Rule(description) for description in descriptions]
+
+    def add(self, description):
+        """A further rule, before the others."""
+        self._rules.insert(0, Rule(description))
+
+    def forget(self):
+        self._rules.clear()
+
+    def steps_for(self, event):
+        """The steps of the first rule that wants the event, or None."""
+        wanting = [rule for rule in self._rules if rule.wants(event)]
+        return wanting[0].use() if wanting else None
 
 
 class Event:

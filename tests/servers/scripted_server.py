@@ -33,9 +33,13 @@ would do by steps, done in order:
 
     {"on": "STOR", "do": ["150 Go ahead", "read 1000", "552 Disk full", "data-reset"]}
 
-"on" is a command verb, "*" for any command, or "connect". A rule may be narrowed: "connection": N; "argument": REGEX;
-"nth": N (only the n-th event that fits the rest of the rule); "times": N (only so often); "pipelined": true (only
-commands sent before the previous one was answered); "logins": N (only while N other connections are logged in).
+"on" is a command verb, "*" for any command, or "connect". A rule may be narrowed:
+    "connection": N      only on this control connection
+    "argument": REGEX    only when the command's argument holds this
+    "nth": N             only the n-th event that fits the rest of the rule, whoever answers the others
+    "times": N           only so often
+    "pipelined": true    only commands sent before the previous one was answered
+    "logins": N          only while N other connections are logged in
 
 Steps on the control connection
     553 No such luck    a line that begins with a digit is a reply line. In it, {port} becomes a new port for the data
@@ -91,25 +95,8 @@ import tempfile
 
 from lifeline import Reporter, until_released
 from scripted_files import ServedFolder
-from scripted_rules import Rule, parse_step
+from scripted_rules import Rules, parse_step
 from scripted_session import Session
-
-
-class Rules:
-    """The rules in force, the first of them first."""
-
-    def __init__(self, descriptions):
-        self._rules = [Rule(description) for description in descriptions]
-
-    def add(self, description):
-        self._rules.insert(0, Rule(description))
-
-    def forget(self):
-        self._rules.clear()
-
-    def steps_for(self, event):
-        """The steps of the first rule that takes the event, or None."""
-        return next((rule.steps for rule in self._rules if rule.takes(event)), None)
 
 
 class ScriptedServer:
