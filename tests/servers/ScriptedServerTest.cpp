@@ -1,9 +1,9 @@
 #include "ScriptedServer.h"
 
 #include "Printers.h"
+#include "TextClient.h"
 
 #include <QCryptographicHash>
-#include <QTcpSocket>
 
 #include <gtest/gtest.h>
 
@@ -11,71 +11,10 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// A client that says lines and hears lines, blocking.
-class Client {
-public:
-    explicit Client(quint16 port)
-    {
-        m_socket.connectToHost(u"127.0.0.1"_s, port);
-        m_socket.waitForConnected();
-    }
-
-    QByteArray hear()
-    {
-        while (!m_socket.canReadLine() && m_socket.waitForReadyRead(20'000)) { }
-        return m_socket.readLine().trimmed();
-    }
-
-    void say(const QByteArray& line)
-    {
-        m_socket.write(line + "\r\n");
-        m_socket.waitForBytesWritten();
-    }
-
-    QByteArray ask(const QByteArray& line)
-    {
-        say(line);
-        return hear();
-    }
-
-    void logIn()
-    {
-        hear();
-        ask("USER anna");
-        ask("PASS secret");
-    }
-
-    quint16 askForPort()
-    {
-        const QByteArray reply = ask("EPSV");
-        return reply.mid(reply.indexOf("|||") + 3).chopped(2).toUShort();
-    }
-
-    void store(const QByteArray& name, const QByteArray& content)
-    {
-        QTcpSocket data;
-        data.connectToHost(u"127.0.0.1"_s, askForPort());
-        ask("STOR " + name);
-        data.write(content);
-        data.disconnectFromHost();
-        if (data.state() != QTcpSocket::UnconnectedState) {
-            data.waitForDisconnected();
-        }
-        hear();
-    }
-
-private:
-    QTcpSocket m_socket;
-};
-
-} // namespace
-
 TEST(ScriptedServerTest, KeepsWhatWasStoredAndWhatWasSaid)
 {
     ScriptedServer server;
-    Client client(server.port());
+    TextClient client(server.port());
     client.logIn();
 
     client.store("gr\xc3\xbc\xc3\x9f e", "content");
@@ -94,7 +33,7 @@ TEST(ScriptedServerTest, AnswersByRulesThatCanChange)
 {
     ScriptedServer server;
     server.on("NOOP", { "500 First" });
-    Client client(server.port());
+    TextClient client(server.port());
     client.logIn();
     EXPECT_EQ(client.ask("NOOP"), "500 First");
 
@@ -109,7 +48,7 @@ TEST(ScriptedServerTest, AnswersByRulesThatCanChange)
 TEST(ScriptedServerTest, SpeaksOutOfTurn)
 {
     ScriptedServer server;
-    Client client(server.port());
+    TextClient client(server.port());
     client.logIn();
 
     server.act(1, { "421 Idle for too long", "close" });
@@ -129,19 +68,19 @@ TEST(ScriptedServerTest, RefusesARuleThatMakesNoSense)
 TEST(ScriptedServerTest, KeepsItsRecordsWhenItIsStopped)
 {
     ScriptedServer server;
-    Client client(server.port());
+    TextClient client(server.port());
     client.logIn();
 
     server.stop();
 
     EXPECT_EQ(server.commands(), (QByteArrayList{ "USER anna", "PASS secret" }));
-    EXPECT_EQ(Client(server.port()).hear(), "");
+    EXPECT_EQ(TextClient(server.port()).hear(), "");
 }
 
 TEST(ScriptedServerTest, WaitsForACommand)
 {
     ScriptedServer server;
-    Client client(server.port());
+    TextClient client(server.port());
     client.say("NOOP");
     client.say("NOOP again");
 

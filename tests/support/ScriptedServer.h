@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HelperProcess.h"
+#include "LineProcess.h"
 
 #include <QByteArrayList>
 #include <QHostAddress>
@@ -103,7 +103,7 @@ private:
 
     QTemporaryDir m_root;
     QHostAddress m_address;
-    HelperProcess m_process;
+    LineProcess m_process;
     QList<QJsonObject> m_events;
     bool m_stopped = false;
 };

@@ -1,4 +1,4 @@
-#include "HelperProcess.h"
+#include "LineProcess.h"
 
 #include <QDeadlineTimer>
 
@@ -19,7 +19,7 @@ int milliseconds(const QDeadlineTimer& deadline)
 
 } // namespace
 
-HelperProcess::HelperProcess(const QString& script, const QStringList& arguments)
+LineProcess::LineProcess(const QString& script, const QStringList& arguments)
     : m_script(script)
 {
     m_process.setProgram(u"/usr/bin/python3"_s);
@@ -35,12 +35,12 @@ HelperProcess::HelperProcess(const QString& script, const QStringList& arguments
     }
 }
 
-HelperProcess::~HelperProcess()
+LineProcess::~LineProcess()
 {
     stop();
 }
 
-void HelperProcess::writeLine(const QByteArray& line)
+void LineProcess::writeLine(const QByteArray& line)
 {
     m_process.write(line + '\n');
     const QDeadlineTimer deadline(patience);
@@ -51,7 +51,7 @@ void HelperProcess::writeLine(const QByteArray& line)
     }
 }
 
-std::optional<QByteArray> HelperProcess::takeLine()
+std::optional<QByteArray> LineProcess::takeLine()
 {
     if (!m_process.canReadLine() && m_process.state() != QProcess::NotRunning) {
         m_process.waitForReadyRead(0);
@@ -64,7 +64,7 @@ std::optional<QByteArray> HelperProcess::takeLine()
     return line;
 }
 
-QByteArray HelperProcess::waitForLine()
+QByteArray LineProcess::waitForLine()
 {
     const QDeadlineTimer deadline(patience);
     while (!m_process.canReadLine()) {
@@ -75,7 +75,7 @@ QByteArray HelperProcess::waitForLine()
     return takeLine().value_or(QByteArray());
 }
 
-void HelperProcess::stop()
+void LineProcess::stop()
 {
     if (m_process.state() == QProcess::NotRunning) {
         return;
@@ -87,7 +87,7 @@ void HelperProcess::stop()
     }
 }
 
-void HelperProcess::fail(const QString& what)
+void LineProcess::fail(const QString& what)
 {
     throw std::runtime_error((u"tests/servers/"_s + m_script + u' ' + what).toStdString());
 }

@@ -10,13 +10,13 @@
 /// One of the programs in tests/servers/: it prints lines, takes lines, and lives as long as its standard input is
 /// open, so that it cannot outlive the test. It belongs to the thread that made it and needs no event loop there.
 /// Whatever goes wrong throws std::runtime_error with what the program said, which fails the test.
-class HelperProcess {
+class LineProcess {
 public:
     /// Starts tests/servers/@p script. The first line that it prints tells the port, which is awaited here.
-    HelperProcess(const QString& script, const QStringList& arguments);
-    HelperProcess(const HelperProcess&) = delete;
-    HelperProcess& operator=(const HelperProcess&) = delete;
-    ~HelperProcess(); ///< Stops it and waits for its end.
+    LineProcess(const QString& script, const QStringList& arguments);
+    LineProcess(const LineProcess&) = delete;
+    LineProcess& operator=(const LineProcess&) = delete;
+    ~LineProcess(); ///< Stops it and waits for its end.
 
     quint16 port() const { return m_port; }
     /// Sends @p line and its end.
