@@ -12,7 +12,7 @@
 namespace {
 
 constexpr qint64 msecsPerMinute = 60'000;
-constexpr qint64 msecsPerDay = 24 * 60 * msecsPerMinute;
+constexpr qint64 msecsPerDay = msecsPerMinute * 60 * 24;
 
 /// The milliseconds that lie between the beginning of 1970 and @p time on one and the same clock.
 std::optional<qint64> civilMSecs(const CivilTime& time)

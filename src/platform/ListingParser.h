@@ -17,7 +17,7 @@ struct ParsedListing {
 };
 
 /// The longest line that is read, in bytes, line end included.
-inline constexpr qsizetype maximumListingLine = 1024 * 1024;
+inline constexpr qsizetype maximumListingLine = 1 << 20;
 
 /// Reads the first line of @p bytes, which are what an FTP server sends for LIST: a Unix long listing or a DOS one, in
 /// any of their dialects, mixed as they come. Lines end with LF or CR LF.

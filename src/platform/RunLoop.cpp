@@ -21,26 +21,37 @@ RunLoop& RunLoop::current()
 void RunLoop::run()
 {
     QEventLoop loop;
-    m_loop = &loop;
-    if (!m_stopRequested) {
-        loop.exec();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_stopRequested, false)) {
+            return;
+        }
+        m_loop = &loop;
     }
+    // An event loop forgets that it was told to quit when that came before it ran. So it asks once more from inside.
+    QMetaObject::invokeMethod(this, &RunLoop::quitIfStopped, Qt::QueuedConnection);
+    loop.exec();
+    const std::lock_guard lock(m_mutex);
     m_loop = nullptr;
     m_stopRequested = false;
 }
 
 void RunLoop::stop()
 {
-    // Queued to the loop's own thread, where it cannot come between the test and the start of run().
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            m_stopRequested = true;
-            if (m_loop != nullptr) {
-                m_loop->quit();
-            }
-        },
-        Qt::AutoConnection);
+    // All under one lock: the thread may end, and this loop with it, as soon as it can see the request.
+    const std::lock_guard lock(m_mutex);
+    m_stopRequested = true;
+    if (m_loop != nullptr) {
+        m_loop->quit();
+    }
+}
+
+void RunLoop::quitIfStopped()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_stopRequested && m_loop != nullptr) {
+        m_loop->quit();
+    }
 }
 
 void RunLoop::setHeld(bool held)

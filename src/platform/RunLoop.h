@@ -3,6 +3,7 @@
 #include <QObject>
 
 #include <functional>
+#include <mutex>
 
 /// The run loop of a thread, on top of Qt's event loop: streams report from it, and delayed blocks run on it.
 class RunLoop final : public QObject {
@@ -29,7 +30,11 @@ public:
 private:
     RunLoop() = default;
 
+    void quitIfStopped();
+
     bool m_held = false;
+
+    std::mutex m_mutex; ///< Guards what stop() reaches from other threads.
     bool m_stopRequested = false;
     class QEventLoop* m_loop = nullptr; ///< Set while run() runs.
 };

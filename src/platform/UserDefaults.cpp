@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 maximumFileSize = 1024 * 1024;
+constexpr qint64 maximumFileSize = qint64(1024) * 1024;
 /// Two changes of a file within one tick of the kernel's clock carry the same time.
 constexpr std::chrono::nanoseconds clockTick = std::chrono::milliseconds(20);
 /// How long an editor may take between emptying a file and writing it.
@@ -155,7 +155,8 @@ bool UserDefaults::store(const QHash<QString, QJsonValue>& values)
         return false;
     }
     QSaveFile file(target);
-    const bool written = file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly)
+    // Unbuffered: what the buffer cannot write in the end is not noticed by commit().
+    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
         && file.write(bytes) == bytes.size() && file.commit();
     if (wasBroken && !written) {
         QFile::rename(backupPath(), target);

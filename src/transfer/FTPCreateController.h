@@ -18,7 +18,7 @@ class FTPCreateController final : public StreamController<FTPWriteStream> {
 public:
     /// @p streams makes the network streams and outlives the controller.
     explicit FTPCreateController(FTPStreamFactory& streams);
-    ~FTPCreateController(); ///< Stops with the status "Stopped".
+    ~FTPCreateController() override; ///< Stops with the status "Stopped".
 
     void setDelegate(WeakRef<FTPCreateControllerDelegate> delegate);
 

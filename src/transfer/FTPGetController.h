@@ -35,7 +35,7 @@ public:
     /// opened, and @p openFile opens them with the program that the user has chosen for their kind. All of them outlive
     /// the controller.
     FTPGetController(FTPStreamFactory& streams, const UserDefaults& defaults, FileOpener openFile);
-    ~FTPGetController(); ///< Stops with the status "Stopped".
+    ~FTPGetController() override; ///< Stops with the status "Stopped".
 
     void setDelegate(WeakRef<FTPGetControllerDelegate> delegate);
 

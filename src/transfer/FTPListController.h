@@ -32,7 +32,7 @@ public:
 
     /// @p streams makes the network streams and outlives the controller.
     explicit FTPListController(FTPStreamFactory& streams, LineParser parseLine = parseListingLine);
-    ~FTPListController(); ///< Stops with the status "Stopped".
+    ~FTPListController() override; ///< Stops with the status "Stopped".
 
     void setDelegate(WeakRef<FTPListControllerDelegate> delegate);
 

@@ -31,7 +31,7 @@ public:
 
     /// @p streams makes the network streams and outlives the controller.
     explicit FTPPutController(FTPStreamFactory& streams);
-    ~FTPPutController(); ///< Stops with the status "Stopped".
+    ~FTPPutController() override; ///< Stops with the status "Stopped".
 
     void setDelegate(WeakRef<FTPPutControllerDelegate> delegate);
 

@@ -19,6 +19,8 @@ template <typename Stream> class StreamController : private FTPStreamDelegate {
 public:
     StreamController(const StreamController&) = delete;
     StreamController& operator=(const StreamController&) = delete;
+    /// Reports nothing: each controller stops itself in its own destructor, while it can still report.
+    virtual ~StreamController() = default;
 
     /// The loop that the stream reports from; null before the first start.
     RunLoop* ourRunLoop() const { return m_ourRunLoop; }
@@ -44,8 +46,6 @@ protected:
     };
 
     StreamController() = default;
-    /// Reports nothing: each controller stops itself in its own destructor, while it can still report.
-    ~StreamController() = default;
 
     /// The open stream; null exactly while nothing runs.
     Stream* networkStream() const { return m_networkStream.get(); }

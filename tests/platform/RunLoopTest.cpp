@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -39,6 +41,35 @@ TEST(RunLoopTest, StopBeforeTheRunEndsItAtOnce)
     RunLoop::current().stop();
 
     RunLoop::current().run();
+}
+
+TEST(RunLoopTest, NoStopFromAnotherThreadIsLost)
+{
+    for (int round = 0; round < 1000; ++round) {
+        std::promise<RunLoop*> loop;
+        std::thread runner([&loop] {
+            loop.set_value(&RunLoop::current());
+            RunLoop::current().run();
+        });
+        loop.get_future().get()->stop();
+        runner.join();
+    }
+}
+
+TEST(RunLoopTest, AStopEndsOneRunAlone)
+{
+    RunLoop& loop = RunLoop::current();
+    int ran = 0;
+    for (int round = 0; round < 3; ++round) {
+        RunLoop::dispatchAfter(0, nullptr, [&] {
+            ++ran;
+            loop.stop();
+        });
+
+        loop.run();
+
+        EXPECT_EQ(ran, round + 1);
+    }
 }
 
 TEST(RunLoopTest, DelayedBlockRunsOnTheMainThreadAfterItsDelay)

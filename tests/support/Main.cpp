@@ -10,11 +10,19 @@ using Application = QApplication;
 using Application = QCoreApplication;
 #endif
 
+#include <optional>
+
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
     ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    const TemporaryHome home;
+    // A death test runs this program once more, and that run ends without cleaning up.
+    static constexpr auto homeIsMade = "TEST_HOME_IS_MADE";
+    std::optional<TemporaryHome> home;
+    if (!qEnvironmentVariableIsSet(homeIsMade)) {
+        home.emplace();
+        qputenv(homeIsMade, "1");
+    }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const Application application(argc, argv);
     return RUN_ALL_TESTS();

@@ -1,15 +1,13 @@
 #include "FTPGetController.h"
 
+#include "FileSizeLimit.h"
 #include "StandardFolders.h"
 #include "TransferTest.h"
 #include "UserDefaults.h"
 
 #include <QDir>
 
-#include <csignal>
 #include <memory>
-#include <sys/resource.h>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -25,29 +23,6 @@ public:
 
 private:
     WeakAnchor m_anchor;
-};
-
-/// Lets this process write files of at most a few bytes, as if the disk were full.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        m_signalBefore = std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{ bytes, m_before.rlim_max };
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_signalBefore);
-    }
-
-private:
-    rlimit m_before{};
-    void (*m_signalBefore)(int) = SIG_DFL;
 };
 
 class FTPGetControllerTest : public TransferTest {

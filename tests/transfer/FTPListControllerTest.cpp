@@ -2,6 +2,7 @@
 
 #include "TransferTest.h"
 
+#include <ctime>
 #include <memory>
 #include <optional>
 
@@ -249,6 +250,25 @@ TEST_F(FTPListControllerTest, ALongLineIsNotReadAgainForEachOfItsBytes)
 
     EXPECT_EQ(m_delegate->names(), QStringList{ QString(20000, u'n') });
     EXPECT_EQ(bytesOffered, longLine.size());
+}
+
+TEST_F(FTPListControllerTest, TheEndOfALongLineThatComesByteByByteCostsNoMoreThanItsBeginning)
+{
+    startReceiving();
+    const QByteArray longLine = line(QByteArray(1'000'000, 'n'));
+    const auto processorTimeFor = [this](const QByteArray& bytes) {
+        const std::clock_t start = std::clock();
+        for (const char byte : bytes) {
+            m_streams.last().sendBytes(QByteArray(1, byte));
+        }
+        return std::clock() - start;
+    };
+
+    const std::clock_t firstHalf = processorTimeFor(longLine.left(longLine.size() / 2));
+    const std::clock_t secondHalf = processorTimeFor(longLine.mid(longLine.size() / 2));
+
+    EXPECT_EQ(m_delegate->names().size(), 1);
+    EXPECT_LT(secondHalf, 2 * firstHalf);
 }
 
 TEST_F(FTPListControllerTest, AStartWhileAListingRunsIsPassedOverInSilence)

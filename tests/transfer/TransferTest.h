@@ -78,6 +78,11 @@ protected:
 /// Notes the reports of a controller in one list, and can act from inside a report.
 class RecordingDelegate {
 public:
+    RecordingDelegate() = default;
+    RecordingDelegate(const RecordingDelegate&) = delete;
+    RecordingDelegate& operator=(const RecordingDelegate&) = delete;
+    virtual ~RecordingDelegate() = default;
+
     QStringList calls;
     /// Called after each call was noted.
     std::function<void(const QString& call)> reaction;

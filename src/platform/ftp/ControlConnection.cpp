@@ -36,8 +36,12 @@ void ControlConnection::open()
     QMetaObject::invokeMethod(
         this,
         [this] {
-            if (!m_ended) {
-                m_socket.connectToHost(m_key.host, m_key.port);
+            if (m_ended) {
+                return;
+            }
+            m_socket.connectToHost(m_key.host, m_key.port);
+            if (m_socket.state() == QAbstractSocket::UnconnectedState && !m_ended) {
+                connectionEnded(); // Without a descriptor left the socket says nothing.
             }
         },
         Qt::QueuedConnection);

@@ -64,13 +64,12 @@ DataConnection::~DataConnection()
     reset();
 }
 
-void DataConnection::connectTo(const QHostAddress& host, quint16 port)
+bool DataConnection::connectTo(const QHostAddress& host, quint16 port)
 {
     const SocketAddress address = socketAddress(host, port);
     m_socket = ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
-        QMetaObject::invokeMethod(this, &DataConnection::failed, Qt::QueuedConnection);
-        return;
+        return false;
     }
     const int on = 1;
     ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -79,9 +78,10 @@ void DataConnection::connectTo(const QHostAddress& host, quint16 port)
     if (result != 0 && errno != EINPROGRESS) {
         closeSocket();
         QMetaObject::invokeMethod(this, &DataConnection::failed, Qt::QueuedConnection);
-        return;
+        return true;
     }
     watch(QSocketNotifier::Write);
+    return true;
 }
 
 void DataConnection::watchForReading()

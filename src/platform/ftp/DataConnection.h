@@ -20,8 +20,8 @@ public:
     explicit DataConnection(DeliveryGate& gate);
     ~DataConnection() override; ///< Resets a connection that still stands.
 
-    /// Begins to connect. A failure, also of the socket call itself, arrives as failed().
-    void connectTo(const QHostAddress& host, quint16 port);
+    /// Begins to connect; a failure to do so arrives as failed(). False when there is no descriptor left for it.
+    [[nodiscard]] bool connectTo(const QHostAddress& host, quint16 port);
 
     /// From now on readable() is reported again and again while there is something to read or the end has come.
     void watchForReading();

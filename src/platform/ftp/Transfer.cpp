@@ -215,7 +215,10 @@ void Transfer::prepared()
 void Transfer::openData()
 {
     m_watchdog.start(m_pool.timeouts().connect);
-    m_data.connectTo(m_connection->peerAddress(), m_port);
+    if (!m_data.connectTo(m_connection->peerAddress(), m_port)) {
+        fail();
+        return;
+    }
     switch (m_request.kind) {
     case Kind::Upload:
         m_connection->send({ { FTPVerb::Stor, relativeArgument(m_name) } });

@@ -185,24 +185,45 @@ TEST_F(StreamTimingTest, ANewStreamMayBeOpenedFromInsideTheLastEventOfAnother)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
-TEST_F(StreamTimingTest, WithoutADescriptorLeftTheTransferFailsFromTheLoop)
+/// No further descriptor can be opened while this lives.
+class NoDescriptorLeft {
+public:
+    NoDescriptorLeft()
+    {
+        ::getrlimit(RLIMIT_NOFILE, &m_before);
+        const int next = ::dup(0);
+        ::close(next);
+        const rlimit full{static_cast<rlim_t>(next), m_before.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &full);
+    }
+    NoDescriptorLeft(const NoDescriptorLeft&) = delete;
+    NoDescriptorLeft& operator=(const NoDescriptorLeft&) = delete;
+    ~NoDescriptorLeft() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+TEST_F(StreamTimingTest, WithoutADescriptorForTheDataTheTransferFails)
 {
     startUpload(u"/f"_s, "x");
-    auto control = logIn({ "TYPE I", "EPSV" });
+    auto control = logIn({"TYPE I", "EPSV"});
     control->say("200 I");
-    rlimit before{};
-    ::getrlimit(RLIMIT_NOFILE, &before);
-    const int next = ::dup(0);
-    ::close(next);
-    const rlimit full{static_cast<rlim_t>(next), before.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &full);
-    m_timeouts.reason = 20ms;
+    const NoDescriptorLeft none;
 
     control->say(extendedPassive());
-    const QStringList log = m_recorder.waitForEnd();
 
-    ::setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ(log, QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{u"other"_s});
+}
+
+TEST_F(StreamTimingTest, WithoutADescriptorForTheConnectionTheTransferFailsFromTheLoop)
+{
+    const NoDescriptorLeft none;
+
+    startUpload(u"/f"_s, "x");
+
+    EXPECT_TRUE(m_recorder.log().isEmpty());
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{u"other"_s});
 }
 
 } // namespace

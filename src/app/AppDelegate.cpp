@@ -1,0 +1,194 @@
+#include "AppDelegate.h"
+
+#include "LightAppearance.h"
+#include "PathText.h"
+#include "RunLoop.h"
+#include "SheetQueue.h"
+#include "StandardFolders.h"
+#include "UserDefaults.h"
+#include "ViewController.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QEvent>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QMainWindow>
+#include <QSaveFile>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+AppDelegate* theAppDelegate = nullptr;
+
+namespace {
+
+Q_LOGGING_CATEGORY(appLog, "app")
+
+constexpr int RefreshDelayMs = 1000;
+
+} // namespace
+
+AppDelegate::AppDelegate(ViewController& viewController)
+    : m_candidate(viewController)
+{
+    viewController.window().installEventFilter(this);
+    const auto changed = [this](const QString& path) {
+        // A file that was replaced is a new one at the same place.
+        if (QFile::exists(path) && !m_watcher.files().contains(path)) {
+            m_watcher.addPath(path);
+        }
+        updateWindowTitleAndList();
+    };
+    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, changed);
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    useLightAppearance();
+    findMainWindow();
+    updateWindowTitleAndList();
+    theAppDelegate = this;
+}
+
+void AppDelegate::applicationDidBecomeActive()
+{
+    if (ViewController* const controller = ourViewController()) {
+        controller->appActivated();
+    }
+    updateWindowTitleAndList();
+}
+
+void AppDelegate::openFiles(const QStringList& paths)
+{
+    if (ViewController* const controller = ourViewController()) {
+        controller->uploadFiles(paths);
+    }
+}
+
+void AppDelegate::updateWindowTitleAndList()
+{
+    RunLoop::dispatchAfter(RefreshDelayMs, this, [this] {
+        findMainWindow();
+        if (m_mainWindow == nullptr) {
+            return;
+        }
+        const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+        if (destination.isNull()) {
+            m_mainWindow->setWindowTitle(u"No FTP Destination"_s);
+            return;
+        }
+        RunLoop::dispatchAfter(RefreshDelayMs, this, [this, destination] {
+            if (m_mainWindow != nullptr) {
+                m_mainWindow->setWindowTitle(destination);
+            }
+            listFTPDestination();
+        });
+    });
+}
+
+void AppDelegate::listFTPDestination()
+{
+    if (ViewController* const controller = ourViewController()) {
+        controller->listFTPDestination();
+    }
+}
+
+ViewController* AppDelegate::ourViewController()
+{
+    findMainWindow();
+    if (m_viewController == nullptr && m_mainWindow != nullptr) {
+        m_viewController = &m_candidate;
+    }
+    return m_viewController;
+}
+
+bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == &m_candidate.window() && event->type() == QEvent::Close) {
+        QCoreApplication::quit(); // Whatever other windows are open.
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void AppDelegate::findMainWindow()
+{
+    QMainWindow& window = m_candidate.window();
+    m_mainWindow = window.isVisible() ? &window : nullptr;
+}
+
+void AppDelegate::showMainWindow()
+{
+    findMainWindow();
+    if (m_mainWindow != nullptr) {
+        m_mainWindow->setWindowState(m_mainWindow->windowState() & ~Qt::WindowMinimized);
+        m_mainWindow->raise();
+        m_mainWindow->activateWindow();
+    }
+}
+
+void AppDelegate::copyLocationToClipboard()
+{
+    const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+    if (destination.isNull()) {
+        QApplication::beep();
+    } else {
+        QApplication::clipboard()->setText(destination);
+    }
+}
+
+void AppDelegate::goToWebsite()
+{
+    QDesktopServices::openUrl(QUrl(QStringLiteral(QUILLBOX_WEBSITE)));
+}
+
+void AppDelegate::doAlert(const QString& message, const QString& added, QWidget* parentWindow,
+                          QMessageBox::Icon alertStyle)
+{
+    QApplication::beep();
+    if (parentWindow != nullptr) {
+        SheetQueue::of(*parentWindow).raise({ .title = message, .text = added });
+        return;
+    }
+    QMessageBox box;
+    box.setWindowModality(Qt::ApplicationModal);
+    box.setTextFormat(Qt::PlainText);
+    box.setIcon(alertStyle); // Kept: the style counts only here.
+    box.setText(message);
+    box.setInformativeText(added);
+    box.exec();
+}
+
+void AppDelegate::defaultsDidChangeHandler()
+{
+    qCInfo(appLog, "****************      defaultsDidChangeHandler        **************");
+}
+
+void AppDelegate::startDispatchSource(const QString& path)
+{
+    if (QFile(path).open(QIODevice::ReadOnly)) {
+        m_watcher.addPath(path);
+    }
+}
+
+QString AppDelegate::documentsPathForDestination() const
+{
+    return PathText::appendingPathComponent(documentsDirectoryPath(), u"FTPDestination"_s);
+}
+
+void AppDelegate::saveDestinationFolderName() const
+{
+    const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+    QSaveFile file(documentsPathForDestination());
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write((destination.isNull() ? u"Quillbox"_s : destination).toUtf8());
+        file.commit();
+    }
+}
+
+QString AppDelegate::defaultFilePath() const
+{
+    const QString path = UserDefaults::standard().filePath();
+    return QFile::exists(path) ? path : QString();
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QFileSystemWatcher>
+#include <QMessageBox>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+class QMainWindow;
+class ViewController;
+
+/// Starts the main window's life, keeps its title equal to the destination, and offers the commands that belong to no
+/// window. Belongs to the main thread.
+class AppDelegate final : public QObject {
+    Q_OBJECT
+
+public:
+    /// @p viewController controls the main window; it is found through the window from the moment that is shown.
+    explicit AppDelegate(ViewController& viewController);
+
+    // Lifecycle.
+
+    void applicationDidFinishLaunching();
+    void applicationDidBecomeActive();
+    /// Files opened with the application: they join the queue as they are. Without a main window they are lost.
+    void openFiles(const QStringList& paths);
+
+    /// Sets the window's title to the destination and lists it, about two seconds from now.
+    void updateWindowTitleAndList();
+    void listFTPDestination();
+    /// The main window's controller; null while no main window has been shown.
+    ViewController* ourViewController();
+    /// The application's main window when it was last looked for; null while none is shown.
+    QMainWindow* mainWindow() const { return m_mainWindow; }
+
+    // Commands.
+
+    void showMainWindow();
+    /// Copies the destination to the clipboard, or beeps when there is none.
+    void copyLocationToClipboard();
+    /// Opens the product's web page.
+    void goToWebsite();
+    /// Beeps and shows @p message with @p added text: as a sheet on @p parentWindow, or without one as a modal dialog
+    /// of the given style.
+    void doAlert(const QString& message, const QString& added, QWidget* parentWindow, QMessageBox::Icon alertStyle);
+
+    // Services that no step of the lifecycle uses.
+
+    void defaultsDidChangeHandler();
+    /// Watches the file at @p path for the life of the process; each change leads to updateWindowTitleAndList(). Does
+    /// nothing when the file cannot be opened.
+    void startDispatchSource(const QString& path);
+    /// The file that holds the destination's text when it is saved; null without a Documents folder.
+    QString documentsPathForDestination() const;
+    /// Saves the destination's text, or "Quillbox" when there is none. A failure is passed over.
+    void saveDestinationFolderName() const;
+    /// The path of the settings file; null while there is none.
+    QString defaultFilePath() const;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void findMainWindow();
+
+    ViewController& m_candidate; ///< Whose window becomes the main window when it is shown.
+    ViewController* m_viewController = nullptr;
+    QMainWindow* m_mainWindow = nullptr;
+    QFileSystemWatcher m_watcher;
+};
+
+/// The application's delegate, once launching has begun; null before.
+extern AppDelegate* theAppDelegate;

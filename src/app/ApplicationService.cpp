@@ -1,0 +1,96 @@
+#include "ApplicationService.h"
+
+#include <QCryptographicHash>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QScopeGuard>
+#include <QUrl>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int CallTimeoutMs = 5000;
+
+QString objectPath(const QString& busName)
+{
+    QString path = u'/' + busName;
+    return path.replace(u'.', u'/').replace(u'-', u'_');
+}
+
+} // namespace
+
+ApplicationService::ApplicationService(QObject* parent, Handler handler)
+    : QDBusAbstractAdaptor(parent)
+    , m_handler(std::move(handler))
+{
+}
+
+QString ApplicationService::busName(const QString& programName)
+{
+    const QString product = u"io.github.quillbox.Quillbox"_s;
+    if (programName == u"Quillbox"_s) {
+        return product;
+    }
+    // Names of files are free; elements of bus names are not.
+    const QByteArray hash = QCryptographicHash::hash(programName.toUtf8(), QCryptographicHash::Sha256).toHex();
+    return product + u".c"_s + QString::fromLatin1(hash.first(16));
+}
+
+bool ApplicationService::handOver(const QString& programName, const QStringList& files)
+{
+    // A connection of its own, since this may come before the application that the shared one belongs to.
+    static const QString connectionName = u"handOver"_s;
+    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
+    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
+    const QString name = busName(programName);
+    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(name)) {
+        return false;
+    }
+    const bool opens = !files.isEmpty();
+    QDBusMessage call = QDBusMessage::createMethodCall(name, objectPath(name), u"org.freedesktop.Application"_s,
+                                                       opens ? u"Open"_s : u"Activate"_s);
+    if (opens) {
+        QStringList uris;
+        for (const QString& file : files) {
+            uris.append(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded));
+        }
+        call << uris;
+    }
+    call << QVariantMap();
+    return bus.call(call, QDBus::Block, CallTimeoutMs).type() == QDBusMessage::ReplyMessage;
+}
+
+bool ApplicationService::registerFor(const QString& programName)
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString name = busName(programName);
+    return bus.registerObject(objectPath(name), parent(), QDBusConnection::ExportAdaptors) && bus.registerService(name);
+}
+
+void ApplicationService::Activate(const QVariantMap& /*platformData*/)
+{
+    m_handler.activate();
+}
+
+void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*platformData*/)
+{
+    QStringList files;
+    for (const QString& uri : uris) {
+        const QUrl url(uri);
+        if (url.isLocalFile()) {
+            files.append(url.toLocalFile());
+        }
+    }
+    m_handler.activate();
+    m_handler.open(files);
+}
+
+void ApplicationService::ActivateAction(const QString& /*name*/, const QVariantList& /*parameter*/,
+                                        const QVariantMap& /*platformData*/)
+{
+    m_handler.activate(); // There are no actions but to come to the front.
+}

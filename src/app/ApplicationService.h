@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QDBusAbstractAdaptor>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <functional>
+
+/// One running program for each program name: the first one answers under a bus name of its own on the session bus, as
+/// org.freedesktop.Application describes, and later starts hand their files to it.
+class ApplicationService final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    struct Handler {
+        std::function<void()> activate; ///< Bring the window to the front.
+        std::function<void(const QStringList&)> open; ///< Take these local files, absolute paths.
+    };
+
+    /// Answers calls through @p handler, as a child of @p parent.
+    ApplicationService(QObject* parent, Handler handler);
+
+    /// The bus name of the program @p programName: one for the product itself, another one for each other name, however
+    /// it is spelled.
+    static QString busName(const QString& programName);
+
+    /// Hands @p files to the running program of that name, or only activates it when there are none. False when none
+    /// runs, or there is no session bus: then this start is the one that runs.
+    static bool handOver(const QString& programName, const QStringList& files);
+    /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
+    bool registerFor(const QString& programName);
+
+public slots:
+    // The names are those of the interface.
+    // NOLINTBEGIN(readability-identifier-naming)
+    void Activate(const QVariantMap& platformData);
+    void Open(const QStringList& uris, const QVariantMap& platformData);
+    void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
+    // NOLINTEND(readability-identifier-naming)
+
+private:
+    Handler m_handler;
+};

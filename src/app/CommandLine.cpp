@@ -1,0 +1,55 @@
+#include "CommandLine.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QTextStream>
+#include <QUrl>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The absolute path of a word of the command line: a path, or a file's URL.
+QString absolutePath(const QString& word)
+{
+    const QUrl url(word);
+    return url.isLocalFile() ? url.toLocalFile() : QDir::cleanPath(QDir::current().absoluteFilePath(word));
+}
+
+} // namespace
+
+std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const QString& version, int& exitCode)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Uploads files into one folder of an FTP server. FILES go up one after another; a copy of the program under "
+        "another name uploads into a sub-folder of that name."_s);
+    const QCommandLineOption help({ u"h"_s, u"help"_s }, u"Shows this help."_s);
+    const QCommandLineOption showVersion({ u"v"_s, u"version"_s }, u"Shows the version."_s);
+    parser.addOptions({ help, showVersion });
+    parser.addPositionalArgument(u"FILES"_s, u"Files to upload."_s, u"[FILES...]"_s);
+
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    if (!parser.parse(arguments)) {
+        err << parser.errorText() << '\n';
+        exitCode = 2;
+        return std::nullopt;
+    }
+    exitCode = 0;
+    if (parser.isSet(help)) {
+        out << parser.helpText();
+        return std::nullopt;
+    }
+    if (parser.isSet(showVersion)) {
+        out << "Quillbox " << version << '\n';
+        return std::nullopt;
+    }
+    CommandLine commandLine;
+    for (const QString& word : parser.positionalArguments()) {
+        commandLine.files.append(absolutePath(word));
+    }
+    return commandLine;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QStringList>
+
+#include <optional>
+
+/// What the command line asks for.
+struct CommandLine {
+    QStringList files; ///< Absolute paths, in order.
+
+    /// Reads @p arguments (the program's name first). Nothing when the program is to end at once with @p exitCode:
+    /// help or version were asked for, or an option is unknown; what there is to say has been printed. Needs no
+    /// display.
+    static std::optional<CommandLine> read(const QStringList& arguments, const QString& version, int& exitCode);
+};

@@ -1,0 +1,86 @@
+#include "AppDelegate.h"
+#include "ApplicationService.h"
+#include "CommandLine.h"
+#include "DelayedAlert.h"
+#include "EngineStreamFactory.h"
+#include "ProgramName.h"
+#include "UserDefaults.h"
+#include "ViewController.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QMainWindow>
+
+#include <cstdio>
+#include <optional>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What the command line asks for, read without a display; ends the process when nothing is left to do.
+CommandLine readCommandLine(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    int exitCode = 0;
+    std::optional<CommandLine> commandLine
+        = CommandLine::read(QCoreApplication::arguments(), QStringLiteral(QUILLBOX_VERSION), exitCode);
+    if (!commandLine) {
+        std::exit(exitCode);
+    }
+    if (ApplicationService::handOver(programFileName(), commandLine->files)) {
+        std::exit(0);
+    }
+    return *std::move(commandLine);
+}
+
+void warnOfBrokenSettings(ViewController& viewController)
+{
+    viewController.showAlert(
+        u"Settings Not Readable"_s,
+        u"The settings in “%1” cannot be read, so none are in effect.\n\nThe file will be kept as “%1.bak” when "
+        "settings are next stored."_s.arg(UserDefaults::standard().filePath()));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setApplicationName(u"quillbox"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
+    const CommandLine commandLine = readCommandLine(argc, argv);
+
+    QApplication application(argc, argv);
+    EngineStreamFactory streams;
+    ViewController viewController(streams);
+    AppDelegate delegate(viewController);
+    ApplicationService service(&delegate,
+                               {
+                                   .activate = [&delegate] { delegate.showMainWindow(); },
+                                   .open = [&delegate](const QStringList& files) { delegate.openFiles(files); },
+                               });
+    setDelayedAlertPresenter([&viewController](const QString& message, const QString& informative) {
+        viewController.showAlert(message, informative);
+    });
+    UserDefaults::standard().setBrokenFileHandler([&viewController] { warnOfBrokenSettings(viewController); });
+
+    if (!service.registerFor(programFileName()) && ApplicationService::handOver(programFileName(), commandLine.files)) {
+        std::_Exit(0); // Another start was quicker.
+    }
+    viewController.window().show();
+    delegate.applicationDidFinishLaunching();
+    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
+                     [&delegate](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive) {
+                             delegate.applicationDidBecomeActive();
+                         }
+                     });
+    if (!commandLine.files.isEmpty()) {
+        delegate.openFiles(commandLine.files);
+    }
+
+    const int result = QApplication::exec();
+    std::fflush(nullptr);
+    ::_exit(result); // Nothing is torn down: no transfer reports that it was stopped.
+}

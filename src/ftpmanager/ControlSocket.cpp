@@ -1,0 +1,96 @@
+#include "ControlSocket.h"
+
+#include <cerrno>
+#include <memory>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+/// The first IPv4 address of @p host; null when it has none.
+std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> resolve(const QByteArray& host)
+{
+    addrinfo hints{};
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    // Unlike gethostbyname, it may be called on many threads at once.
+    if (getaddrinfo(host.constData(), nullptr, &hints, &found) != 0) {
+        found = nullptr;
+    }
+    return { found, &freeaddrinfo };
+}
+
+} // namespace
+
+ControlSocket::~ControlSocket()
+{
+    if (m_descriptor >= 0) {
+        close(m_descriptor);
+    }
+}
+
+ControlSocket::Outcome ControlSocket::connect(const QByteArray& host, quint16 port)
+{
+    m_descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_descriptor < 0) {
+        return Outcome::NoSocket;
+    }
+    const auto found = resolve(host);
+    if (found == nullptr) {
+        return Outcome::HostUnknown;
+    }
+    sockaddr_in address = *reinterpret_cast<const sockaddr_in*>(found->ai_addr);
+    address.sin_port = htons(port);
+    return connectTo(address) ? Outcome::Connected : Outcome::Refused;
+}
+
+bool ControlSocket::connectTo(const sockaddr_in& address) const
+{
+    if (::connect(m_descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+        return true;
+    }
+    if (errno != EINTR) {
+        return false;
+    }
+    // An interrupted connect goes on by itself and must not be called again; its outcome is asked for instead.
+    pollfd waiting{ .fd = m_descriptor, .events = POLLOUT, .revents = 0 };
+    while (poll(&waiting, 1, -1) < 0) {
+        if (errno != EINTR) {
+            return false;
+        }
+    }
+    int error = 0;
+    socklen_t size = sizeof(error);
+    return getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+}
+
+bool ControlSocket::write(const QByteArray& bytes)
+{
+    const char* next = bytes.constData();
+    auto left = static_cast<size_t>(bytes.size());
+    while (left > 0) {
+        const ssize_t sent = send(m_descriptor, next, left, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR) {
+            continue;
+        }
+        if (sent < 0) {
+            return false;
+        }
+        next += sent;
+        left -= static_cast<size_t>(sent);
+    }
+    return true;
+}
+
+qint64 ControlSocket::read(std::span<char> buffer)
+{
+    ssize_t count = 0;
+    do {
+        count = recv(m_descriptor, buffer.data(), buffer.size(), 0);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}

@@ -1,0 +1,67 @@
+#include "FMServer.h"
+
+using namespace Qt::StringLiterals;
+
+std::shared_ptr<FMServer> FMServer::serverWithDestination(const QString& destination, const QString& username,
+                                                          const QString& password)
+{
+    auto server = std::make_shared<FMServer>();
+    server->setDestination(destination);
+    server->setUsername(username);
+    server->setPassword(password);
+    return server;
+}
+
+std::shared_ptr<FMServer> FMServer::anonymousServerWithDestination(const QString& destination)
+{
+    // The password is empty and not null, or the record would not be accepted.
+    return serverWithDestination(destination, u"anonymous"_s, u""_s);
+}
+
+QString FMServer::destination() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_destination;
+}
+
+void FMServer::setDestination(QString destination)
+{
+    const std::lock_guard lock(m_mutex);
+    m_destination.swap(destination);
+}
+
+QString FMServer::username() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_username;
+}
+
+void FMServer::setUsername(QString username)
+{
+    const std::lock_guard lock(m_mutex);
+    m_username.swap(username);
+}
+
+QString FMServer::password() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_password;
+}
+
+void FMServer::setPassword(QString password)
+{
+    const std::lock_guard lock(m_mutex);
+    m_password.swap(password);
+}
+
+qint32 FMServer::port() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_port;
+}
+
+void FMServer::setPort(qint32 port)
+{
+    const std::lock_guard lock(m_mutex);
+    m_port = port;
+}

@@ -1,0 +1,163 @@
+#pragma once
+
+#include "FMServer.h"
+#include "FTPManagerDelegate.h"
+#include "FTPStream.h"
+#include "ListingEntry.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+
+class ControlSocket;
+class FileOutputStream;
+class RunLoop;
+class UploadSource;
+
+/// A synchronous FTP client: each operation runs on a worker thread of its own, and its caller waits for the result.
+///
+/// Any thread may call, with or without an event loop; nothing in here waits for the loop of another thread. A manager
+/// runs one operation at a time, so take one manager for each operation that runs at the same time. It must outlive its
+/// operation. abort() and progress() may be called from any thread meanwhile.
+///
+/// Every operation answers false, or nothing, when the server record is null or has a null destination, user name or
+/// password or a port below 1 (the log says which), when an argument is not as its comment says (without a word), or
+/// when the server or the network refused. Nothing more is told of a refusal; see FTPManagerLog.h for what is logged.
+/// Operations wait as long as the server is silent, up to the time limits of the streams.
+///
+/// Names are sent as UTF-8. Pass a record by address; it is read while the operation runs, and not kept.
+class FTPManager final : private FTPStreamDelegate {
+public:
+    /// A manager on streams to real servers.
+    FTPManager();
+    /// @p streams makes the streams and outlives the manager. It is called on worker threads.
+    explicit FTPManager(FTPStreamFactory& streams);
+    FTPManager(const FTPManager&) = delete;
+    FTPManager& operator=(const FTPManager&) = delete;
+    ~FTPManager();
+
+    /// Who hears of progress; may be null. Neither owned nor watched: it must outlive the operation. Set it while none
+    /// runs.
+    FTPManagerDelegate* delegate() const { return m_delegate; }
+    void setDelegate(FTPManagerDelegate* delegate) { m_delegate = delegate; }
+
+    /// Puts @p data, which is not null but may be empty, into the server's folder as @p fileName, over what is there.
+    [[nodiscard]] bool uploadData(const QByteArray& data, const QString& fileName, const FMServer* server);
+
+    /// Puts the local file @p fileURL into the server's folder under its own name, over what is there. It must exist
+    /// and be no folder.
+    [[nodiscard]] bool uploadFile(const QUrl& fileURL, const FMServer* server);
+
+    /// Makes the folder @p name, which is not empty, in the server's folder.
+    [[nodiscard]] bool createNewFolder(const QString& name, const FMServer* server);
+
+    /// What the server's folder holds, in its order, "." and ".." included where the server tells of them. A name that
+    /// is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its bytes). Nothing on failure,
+    /// also for a listing that cannot be read. An aborted listing has what came before.
+    [[nodiscard]] std::optional<QList<ListingEntry>> contentsOfServer(const FMServer* server);
+
+    /// Gets @p fileName, which is not empty and leads to no other folder by "..", from the server's folder into
+    /// @p directoryURL, which must exist, over what is there. A failed download removes the local file, an aborted one
+    /// leaves what has come.
+    [[nodiscard]] bool downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server);
+
+    // The next four speak to the server over a control connection of their own, through IPv4, and judge every line
+    // that it answers: one that begins with 4 or 5 is a failure, in a greeting too. They cannot be aborted and wait
+    // until the server closes the connection, however long that takes. Names, folders and logins that hold a line end
+    // or NUL, or are longer than a command line of 253 bytes, are refused before anything is sent.
+
+    /// Deletes @p name, not null, from the server's folder: as a folder when it holds no ".", as a file when it does.
+    [[nodiscard]] bool deleteFileNamed(const QString& name, const FMServer* server);
+    /// The same, on a further worker thread.
+    [[nodiscard]] bool deleteFile(const QString& name, const FMServer* server);
+
+    /// Changes the permissions of @p name, not null, to @p mode: the decimal number that shows the octal digits, such
+    /// as 755, at most 777.
+    [[nodiscard]] bool chmodFileNamed(const QString& name, quint32 mode, const FMServer* server);
+
+    /// Whether the server accepts the login. One that thinks about a wrong password for a while may act on the QUIT
+    /// behind it first, and is then taken to have accepted.
+    [[nodiscard]] bool checkLogin(const FMServer* server);
+
+    /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
+    quint64 fileSizeOf(const QUrl& fileURL) const;
+
+    /// How far the running upload or download has come. Nothing when none runs or its size is 0 or unknown.
+    std::optional<FTPManagerProgress> progress() const;
+
+    /// Ends the transfer or listing that runs where it stands; its operation then answers as if it had succeeded. Does
+    /// nothing before the transfer has begun, when it has ended, and to the operations over a control connection.
+    void abort();
+
+private:
+    /// What runs; its numbers are of old.
+    enum class Action : quint32 {
+        Upload = 0,
+        CreateFolder = 1,
+        List = 2,
+        Download = 3,
+        Command = 4, ///< A conversation over a control connection.
+        Ended = 5,
+    };
+    enum class FailureReason : qint32 { None = 0, Read = 1, Write = 2, General = 3, Aborted = 4 };
+
+    static bool _checkFMServer(const FMServer* server);
+
+    // The working operations, on the worker thread.
+    bool _uploadData(const QByteArray& data, const QString& fileName, const FMServer& server);
+    bool _uploadFile(const QUrl& fileURL, const FMServer& server);
+    bool _createNewFolder(const QString& name, const FMServer& server);
+    std::optional<QList<ListingEntry>> _contentsOfServer(const FMServer& server);
+    bool _downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server);
+    bool _ftpActionForServer(const FMServer& server, const QString& command);
+
+    static std::optional<QList<ListingEntry>>
+    _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
+    static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
+    static bool _checkAnswers(const QString& text);
+
+    void begin(Action action, quint64 fileSize);
+    bool upload(std::unique_ptr<UploadSource> source, const QString& fileName, const FMServer& server);
+    bool run(FTPStream& stream);
+    std::optional<Action> runningAction() const;
+
+    void handleEvent(FTPStream& stream, FTPStreamEvent event) override;
+    void openCompleted();
+    void hasBytesOfDownload();
+    void hasBytesOfListing();
+    void hasSpace();
+    std::span<const char> pendingBytes() const;
+    void countMoved(quint64 bytes);
+    void reportDownloadProgress();
+    void _streamDidEndWithSuccess(bool success, FailureReason failureReason);
+    void closeStreams();
+
+    FTPStreamFactory& m_streams;
+    FTPManagerDelegate* m_delegate = nullptr;
+
+    /// Guards what other threads reach through abort() and progress().
+    mutable std::mutex m_mutex;
+    Action m_action = Action::Upload;
+    RunLoop* m_currentRunLoop = nullptr; ///< The worker's; set exactly while a transfer runs.
+    quint64 m_fileSize = 0; ///< Of the whole transfer; 0 when unknown.
+    quint64 m_bytesProcessed = 0; ///< In the latest step.
+    quint64 m_fileSizeProcessed = 0;
+    bool m_streamSuccess = false;
+
+    // The worker's own.
+    std::array<char, 32768> m_buffer{};
+    quint64 m_bufferOffset = 0; ///< First byte that has not been passed on.
+    quint64 m_bufferLimit = 0; ///< End of the bytes that have been read.
+    std::unique_ptr<UploadSource> m_fileReader;
+    std::unique_ptr<FileOutputStream> m_fileWriter;
+    std::unique_ptr<FTPReadStream> m_serverReadStream;
+    std::unique_ptr<FTPWriteStream> m_serverStream;
+    QByteArray m_directoryListingData;
+};

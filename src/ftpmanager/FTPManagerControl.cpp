@@ -1,0 +1,136 @@
+#include "ControlSocket.h"
+#include "FTPManager.h"
+#include "FTPManagerLog.h"
+#include "FTPManagerStrings.h"
+
+#include <QStringTokenizer>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+// The conversation over a control connection: all commands are sent at once, then everything that the server says until
+// it closes the connection is read and judged.
+
+namespace {
+
+/// A command line, its line end included, fits into a buffer of 256 bytes with a NUL behind it.
+constexpr qsizetype longestLine = 255;
+
+/// The most that is read of a server's replies; one that says more is not listened to.
+constexpr qsizetype mostReplies = 1 << 20;
+
+/// The commands of one conversation. Complete is false when one of them cannot be a command line.
+class CommandLines {
+public:
+    void add(const QString& verb, const QString& argument) { add(verb + u' ' + argument); }
+    void add(const QString& command)
+    {
+        const QByteArray line = command.toUtf8();
+        constexpr auto endsLine = [](char c) { return c == '\r' || c == '\n' || c == '\0'; };
+        if (line.size() + 2 > longestLine || std::any_of(line.cbegin(), line.cend(), endsLine)) {
+            m_sendable = false;
+        }
+        m_lines.append(line + "\r\n");
+    }
+
+    bool isSendable() const { return m_sendable; }
+    const QList<QByteArray>& lines() const { return m_lines; }
+
+private:
+    QList<QByteArray> m_lines;
+    bool m_sendable = true;
+};
+
+CommandLines conversation(const FMServer& server, const QString& command)
+{
+    CommandLines lines;
+    lines.add(u"USER"_s, server.username());
+    lines.add(u"PASS"_s, server.password());
+    if (!command.isNull()) {
+        const QString folder = fmdir(server.destination());
+        if (!folder.isEmpty()) {
+            lines.add(u"CWD"_s, folder);
+        }
+        lines.add(command);
+    }
+    lines.add(u"QUIT"_s);
+    return lines;
+}
+
+bool connectTo(ControlSocket& socket, const FMServer& server)
+{
+    // Kept: of the port, as of all TCP ports, only 16 bits count.
+    switch (socket.connect(fmhost(server.destination()).toUtf8(), static_cast<quint16>(server.port()))) {
+    case ControlSocket::Outcome::Connected:
+        return true;
+    case ControlSocket::Outcome::NoSocket:
+        qCWarning(ftpManagerLog, "could not open socket!");
+        return false;
+    case ControlSocket::Outcome::HostUnknown:
+        qCWarning(ftpManagerLog, "host error!");
+        return false;
+    case ControlSocket::Outcome::Refused:
+        qCWarning(ftpManagerLog, "error connecting.");
+        return false;
+    }
+    return false;
+}
+
+} // namespace
+
+bool FTPManager::_ftpActionForServer(const FMServer& server, const QString& command)
+{
+    begin(Action::Command, 0);
+    const CommandLines commands = conversation(server, command);
+    if (!commands.isSendable()) {
+        return false;
+    }
+    ControlSocket socket;
+    if (!connectTo(socket, server)) {
+        return false;
+    }
+    for (const QByteArray& line : commands.lines()) {
+        if (!socket.write(line)) {
+            return false;
+        }
+    }
+    const std::optional<QString> answers = _listenLoopForSocket(socket);
+    const bool success = answers && _checkAnswers(*answers);
+    const std::lock_guard lock(m_mutex);
+    m_streamSuccess = success;
+    m_action = Action::Ended;
+    return success;
+}
+
+std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
+{
+    QByteArray text;
+    std::array<char, 255> piece{};
+    while (true) {
+        const qint64 count = socket.read(piece);
+        if (count < 0) {
+            qCWarning(ftpManagerLog, "Error reading from socket!");
+            return QString::fromUtf8(text);
+        }
+        // Kept: a piece begins a line even when the server's line was cut between two reads.
+        text.append('\n').append(piece.data(), count);
+        if (count == 0) {
+            return QString::fromUtf8(text);
+        }
+        if (text.size() > mostReplies) {
+            return std::nullopt;
+        }
+    }
+}
+
+bool FTPManager::_checkAnswers(const QString& text)
+{
+    for (const QStringView line : QStringView(text).tokenize(u'\n')) {
+        if (line.startsWith(u'4') || line.startsWith(u'5')) {
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,241 @@
+#include "FTPManager.h"
+#include "FTPManagerLog.h"
+#include "FileOutputStream.h"
+#include "RunLoop.h"
+#include "UploadSource.h"
+
+#include <span>
+#include <utility>
+
+// The transfer engine: one runner, one handler of stream events and one end for all operations on streams.
+
+void FTPManager::begin(Action action, quint64 fileSize)
+{
+    const std::lock_guard lock(m_mutex);
+    m_action = action;
+    m_fileSize = fileSize;
+    m_fileSizeProcessed = 0;
+    m_bytesProcessed = 0;
+}
+
+bool FTPManager::run(FTPStream& stream)
+{
+    m_bufferOffset = 0;
+    m_bufferLimit = 0;
+    RunLoop& loop = RunLoop::current();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_currentRunLoop = &loop;
+    }
+    stream.setDelegate(this);
+    stream.open();
+    loop.run();
+    // Not before: whoever aborts from another thread can end the loop, but a stream is closed on its own thread.
+    closeStreams();
+    // An abort stops the loop under this lock, so that it is done with the loop when the thread goes on to its end.
+    const std::lock_guard lock(m_mutex);
+    return m_streamSuccess;
+}
+
+void FTPManager::closeStreams()
+{
+    if (m_serverStream != nullptr) {
+        m_serverStream->setDelegate(nullptr);
+        m_serverStream->close();
+        m_serverStream = nullptr;
+    }
+    if (m_serverReadStream != nullptr) {
+        m_serverReadStream->setDelegate(nullptr);
+        m_serverReadStream->close();
+        m_serverReadStream = nullptr;
+    }
+    m_fileReader = nullptr;
+    m_fileWriter = nullptr;
+}
+
+void FTPManager::handleEvent(FTPStream& /*stream*/, FTPStreamEvent event)
+{
+    const std::optional<Action> action = runningAction();
+    if (!action) {
+        return;
+    }
+    switch (event) {
+    case FTPStreamEvent::OpenCompleted:
+        if (action == Action::Download) {
+            openCompleted();
+        }
+        break;
+    case FTPStreamEvent::HasBytesAvailable:
+        if (action == Action::Download) {
+            hasBytesOfDownload();
+        } else if (action == Action::List) {
+            hasBytesOfListing();
+        } else {
+            _streamDidEndWithSuccess(false, FailureReason::General);
+        }
+        break;
+    case FTPStreamEvent::HasSpaceAvailable:
+        if (action == Action::Upload) {
+            hasSpace();
+        } else {
+            _streamDidEndWithSuccess(false, FailureReason::General);
+        }
+        break;
+    case FTPStreamEvent::ErrorOccurred:
+        _streamDidEndWithSuccess(false, FailureReason::General);
+        break;
+    case FTPStreamEvent::EndEncountered:
+        // Listings and downloads end with a read of 0 bytes, uploads with a source that has been sent.
+        if (action == Action::CreateFolder) {
+            _streamDidEndWithSuccess(true, FailureReason::None);
+        }
+        break;
+    }
+}
+
+std::optional<FTPManager::Action> FTPManager::runningAction() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_currentRunLoop != nullptr ? std::optional(m_action) : std::nullopt;
+}
+
+void FTPManager::openCompleted()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_fileSize = static_cast<quint64>(m_serverReadStream->resourceSize().value_or(0));
+    }
+    reportDownloadProgress();
+}
+
+void FTPManager::hasBytesOfDownload()
+{
+    if (m_bufferOffset == m_bufferLimit) {
+        const qint64 count = m_serverReadStream->read(m_buffer);
+        if (count < 0) {
+            _streamDidEndWithSuccess(false, FailureReason::Read);
+            return;
+        }
+        if (count == 0) {
+            // The last bytes may fail to reach the disk as late as here.
+            const bool written = m_fileWriter->close();
+            _streamDidEndWithSuccess(written, written ? FailureReason::None : FailureReason::Write);
+            return;
+        }
+        m_bufferOffset = 0;
+        m_bufferLimit = static_cast<quint64>(count);
+        countMoved(m_bufferLimit);
+        reportDownloadProgress();
+    }
+    const qint64 written = m_fileWriter->write(pendingBytes());
+    if (written <= 0) {
+        _streamDidEndWithSuccess(false, FailureReason::Write);
+        return;
+    }
+    m_bufferOffset += static_cast<quint64>(written);
+}
+
+void FTPManager::hasBytesOfListing()
+{
+    const qint64 count = m_serverReadStream->read(m_buffer);
+    if (count < 0) {
+        _streamDidEndWithSuccess(false, FailureReason::Read);
+    } else if (count == 0) {
+        _streamDidEndWithSuccess(true, FailureReason::None);
+    } else {
+        m_directoryListingData.append(m_buffer.data(), count);
+    }
+}
+
+void FTPManager::hasSpace()
+{
+    if (m_bufferOffset == m_bufferLimit) {
+        const qint64 count = m_fileReader->read(m_buffer);
+        if (count < 0) {
+            _streamDidEndWithSuccess(false, FailureReason::Read);
+            return;
+        }
+        if (count == 0) {
+            _streamDidEndWithSuccess(true, FailureReason::None);
+            return;
+        }
+        m_bufferOffset = 0;
+        m_bufferLimit = static_cast<quint64>(count);
+    }
+    const qint64 written = m_serverStream->write(pendingBytes());
+    if (written <= 0) {
+        _streamDidEndWithSuccess(false, FailureReason::Write);
+        return;
+    }
+    m_bufferOffset += static_cast<quint64>(written);
+    countMoved(static_cast<quint64>(written));
+    if (m_delegate != nullptr) {
+        m_delegate->ftpManagerUploadProgressDidChange(progress());
+    }
+}
+
+std::span<const char> FTPManager::pendingBytes() const
+{
+    return std::span(m_buffer).subspan(m_bufferOffset, m_bufferLimit - m_bufferOffset);
+}
+
+void FTPManager::countMoved(quint64 bytes)
+{
+    const std::lock_guard lock(m_mutex);
+    m_bytesProcessed = bytes;
+    m_fileSizeProcessed += bytes;
+}
+
+void FTPManager::reportDownloadProgress()
+{
+    if (m_delegate != nullptr) {
+        m_delegate->ftpManagerDownloadProgressDidChange(progress());
+    }
+}
+
+void FTPManager::_streamDidEndWithSuccess(bool success, FailureReason failureReason)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_currentRunLoop == nullptr) {
+            return;
+        }
+        RunLoop* const loop = std::exchange(m_currentRunLoop, nullptr);
+        m_action = Action::Ended;
+        m_streamSuccess = success;
+        loop->stop();
+    }
+    switch (failureReason) {
+    case FailureReason::None:
+    case FailureReason::Aborted:
+        break;
+    case FailureReason::Read:
+        qCWarning(ftpManagerLog, "ftp stream failed: error while reading data");
+        break;
+    case FailureReason::Write:
+        qCWarning(ftpManagerLog, "ftp stream failed: error while writing data");
+        break;
+    case FailureReason::General:
+        qCWarning(ftpManagerLog, "ftp stream failed: general stream error (check credentials?)");
+        break;
+    }
+}
+
+std::optional<FTPManagerProgress> FTPManager::progress() const
+{
+    const std::lock_guard lock(m_mutex);
+    const bool hasProgress = m_action == Action::Upload || m_action == Action::Download;
+    if (!hasProgress || m_currentRunLoop == nullptr || m_fileSize == 0) {
+        return std::nullopt;
+    }
+    return FTPManagerProgress{ .fileSize = m_fileSize,
+                               .bytesProcessed = m_bytesProcessed,
+                               .fileSizeProcessed = m_fileSizeProcessed,
+                               .progress = static_cast<float>(m_fileSizeProcessed) / static_cast<float>(m_fileSize) };
+}
+
+void FTPManager::abort()
+{
+    // Aborted operations report success: the caller who aborted knows.
+    _streamDidEndWithSuccess(true, FailureReason::Aborted);
+}

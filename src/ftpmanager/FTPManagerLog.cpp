@@ -1,0 +1,3 @@
+#include "FTPManagerLog.h"
+
+Q_LOGGING_CATEGORY(ftpManagerLog, "ftpmanager")

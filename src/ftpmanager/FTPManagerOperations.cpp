@@ -1,0 +1,144 @@
+#include "FTPManager.h"
+#include "FTPManagerStrings.h"
+#include "FileOutputStream.h"
+#include "ListingParser.h"
+#include "MacRoman.h"
+#include "PathText.h"
+#include "URLText.h"
+#include "UploadSource.h"
+
+#include <QDateTime>
+#include <QFile>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+// The working operations on streams: each prepares what it needs, makes its stream and runs it to its end.
+
+namespace {
+
+QString baseURL(const FMServer& server)
+{
+    return ftpURLForPort(server.destination(), server.port());
+}
+
+/// The parser reads names as Mac OS Roman although servers send UTF-8: puts the characters right. A name whose bytes
+/// are not UTF-8 is taken away.
+void repairName(ListingEntry& entry)
+{
+    const std::optional<QByteArray> bytes = toMacRoman(entry.name);
+    if (bytes && bytes->isValidUtf8()) {
+        entry.name = QString::fromUtf8(*bytes);
+    } else {
+        entry.name = QString();
+    }
+}
+
+/// Hands the login to @p stream. False when that refuses it, or when no stream could be made.
+bool takesLogin(FTPStream* stream, const FMServer& server)
+{
+    return stream != nullptr && stream->setUserName(server.username()) && stream->setPassword(server.password());
+}
+
+} // namespace
+
+bool FTPManager::_uploadData(const QByteArray& data, const QString& fileName, const FMServer& server)
+{
+    begin(Action::Upload, static_cast<quint64>(data.size()));
+    return upload(std::make_unique<DataSource>(data), fileName, server);
+}
+
+bool FTPManager::_uploadFile(const QUrl& fileURL, const FMServer& server)
+{
+    begin(Action::Upload, fileSizeOf(fileURL));
+    const QString path = fileURL.toLocalFile();
+    return upload(FileSource::create(path), PathText::lastPathComponent(path), server);
+}
+
+bool FTPManager::upload(std::unique_ptr<UploadSource> source, const QString& fileName, const FMServer& server)
+{
+    m_fileReader = std::move(source);
+    if (m_fileReader == nullptr) {
+        return false;
+    }
+    const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
+    if (location.isNull()) {
+        return false;
+    }
+    m_serverStream = m_streams.createUploadStream(location, m_fileReader->length());
+    return takesLogin(m_serverStream.get(), server) && run(*m_serverStream);
+}
+
+bool FTPManager::_createNewFolder(const QString& name, const FMServer& server)
+{
+    begin(Action::CreateFolder, 0);
+    const QString location = URLText::appendingPathComponent(baseURL(server), name);
+    if (location.isNull()) {
+        return false;
+    }
+    m_serverStream = m_streams.createFolderStream(location + u'/');
+    return takesLogin(m_serverStream.get(), server) && run(*m_serverStream);
+}
+
+std::optional<QList<ListingEntry>> FTPManager::_contentsOfServer(const FMServer& server)
+{
+    begin(Action::List, 0);
+    m_directoryListingData = QByteArray();
+    QString location = baseURL(server);
+    if (location.isNull()) {
+        return std::nullopt;
+    }
+    if (!location.endsWith(u'/')) {
+        location += u'/';
+    }
+    m_serverReadStream = m_streams.createListingStream(location);
+    if (!takesLogin(m_serverReadStream.get(), server) || !run(*m_serverReadStream)) {
+        return std::nullopt;
+    }
+    return _createListingArrayFromDirectoryListingData(std::exchange(m_directoryListingData, QByteArray()));
+}
+
+bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server)
+{
+    begin(Action::Download, 0);
+    const QString localPath = PathText::appendingPathComponent(directoryURL.toLocalFile(), fileName);
+    m_fileWriter = std::make_unique<FileOutputStream>(localPath);
+    m_fileWriter->open();
+    const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
+    if (location.isNull()) {
+        return false;
+    }
+    m_serverReadStream = m_streams.createDownloadStream(location);
+    if (!takesLogin(m_serverReadStream.get(), server) || !m_serverReadStream->setFetchResourceInfo(true)) {
+        return false;
+    }
+    if (run(*m_serverReadStream)) {
+        return true;
+    }
+    // Part of a file looks like the file. Folders are left alone, should one stand in its place.
+    QFile::remove(localPath);
+    return false;
+}
+
+std::optional<QList<ListingEntry>>
+FTPManager::_createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    QList<ListingEntry> entries;
+    QByteArrayView rest = directoryListingData;
+    while (true) {
+        ParsedListing parsed = parseListingLine(rest, now);
+        if (parsed.consumed < 0) {
+            return std::nullopt;
+        }
+        if (parsed.consumed == 0) {
+            return entries;
+        }
+        if (parsed.entry) {
+            repairName(*parsed.entry);
+            entries.append(std::move(*parsed.entry));
+        }
+        rest = rest.sliced(parsed.consumed);
+    }
+}

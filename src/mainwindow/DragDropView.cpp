@@ -1,0 +1,171 @@
+#include "DragDropView.h"
+
+#include "DroppedFiles.h"
+#include "SheetQueue.h"
+#include "ViewController.h"
+
+#include <QDragEnterEvent>
+#include <QMimeData>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+qreal pathLineWidth = 1.0;
+
+constexpr qreal HighlightLineWidth = 5.0;
+
+} // namespace
+
+DragDropView::DragDropView(QWidget* parent)
+    : QFrame(parent)
+    , m_textView(new QPlainTextEdit(this))
+{
+    setAcceptDrops(true);
+    m_textView->setObjectName(u"textView"_s);
+    m_textView->setAccessibleName(u"Queued files"_s);
+    m_textView->setReadOnly(true);
+    m_textView->setTabChangesFocus(true);
+    m_textView->setAcceptDrops(false);
+    m_textView->viewport()->setAcceptDrops(false); // Drops are the view's, also over the list.
+    m_textView->setFrameShape(QFrame::NoFrame);
+    m_textView->viewport()->setAutoFillBackground(false);
+    m_textView->setVisible(false);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(16, 14, 16, 14);
+    layout->addWidget(m_textView);
+}
+
+Qt::DropAction DragDropView::draggingEntered(const QMimeData& pasteboard)
+{
+    setHighlight(true);
+    return namesLocalFiles(pasteboard) ? Qt::CopyAction : Qt::IgnoreAction;
+}
+
+void DragDropView::draggingExited()
+{
+    setHighlight(false);
+}
+
+QStringList DragDropView::pasteboardHasFiles(const QMimeData& pasteboard) const
+{
+    return plainLocalFiles(pasteboard);
+}
+
+bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
+{
+    setHighlight(false);
+    const QStringList files = pasteboardHasFiles(pasteboard);
+    if (files.isEmpty()) {
+        showAlert(u"No Files"_s, u"Drop files only."_s);
+        return false;
+    }
+    m_droppedFiles = files;
+    return true;
+}
+
+bool DragDropView::performDragOperation() const
+{
+    return !m_droppedFiles.isEmpty();
+}
+
+void DragDropView::concludeDragOperation()
+{
+    if (m_viewController != nullptr) {
+        m_viewController->uploadFiles(m_droppedFiles);
+    }
+}
+
+void DragDropView::displayDroppedFiles(const QStringList& files)
+{
+    QString text;
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        text += QString::number(i + 1) + u") "_s + files[i] + u"\n\n"_s;
+    }
+    m_textView->setPlainText(text);
+    m_textView->setVisible(!text.isEmpty());
+    update();
+}
+
+void DragDropView::showAlert(const QString& title, const QString& text)
+{
+    if (window()->isVisible()) {
+        SheetQueue::of(*window()).raise({ .title = title, .text = text });
+    }
+}
+
+qreal DragDropView::defaultLineWidth()
+{
+    return pathLineWidth;
+}
+
+void DragDropView::setHighlight(bool highlight)
+{
+    m_highlight = highlight;
+    update();
+}
+
+void DragDropView::paintEvent(QPaintEvent* event)
+{
+    QFrame::paintEvent(event);
+    QPainter painter(this);
+    painter.fillRect(event->rect(), palette().color(QPalette::Base));
+    drawEmptyState(painter);
+    if (m_highlight) {
+        // Kept: around what is being redrawn, and the width stays set afterwards.
+        pathLineWidth = HighlightLineWidth;
+        painter.setPen(QPen(palette().color(QPalette::Highlight), pathLineWidth));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(event->rect());
+    }
+}
+
+void DragDropView::drawEmptyState(QPainter& painter) const
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPen pen(palette().color(QPalette::Mid), 1.5, Qt::DashLine);
+    pen.setDashPattern({ 4, 3 });
+    painter.setPen(pen);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(6, 6, -6, -6), 8, 8);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    if (!m_textView->isHidden()) {
+        return;
+    }
+    QFont font = painter.font();
+    font.setPointSizeF(font.pointSizeF() * 1.5);
+    painter.setFont(font);
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(rect(), Qt::AlignCenter, u"Drop files here"_s);
+}
+
+void DragDropView::dragEnterEvent(QDragEnterEvent* event)
+{
+    // Accepted also without an action: an ignored drag would not tell when it leaves, and the highlight would stay.
+    event->setDropAction(draggingEntered(*event->mimeData()));
+    event->accept();
+}
+
+void DragDropView::dragMoveEvent(QDragMoveEvent* event)
+{
+    event->setDropAction(namesLocalFiles(*event->mimeData()) ? Qt::CopyAction : Qt::IgnoreAction);
+    event->accept();
+}
+
+void DragDropView::dragLeaveEvent(QDragLeaveEvent* event)
+{
+    draggingExited();
+    QFrame::dragLeaveEvent(event);
+}
+
+void DragDropView::dropEvent(QDropEvent* event)
+{
+    // A copy, whatever was proposed: a move would have the source delete its files.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    if (prepareForDragOperation(*event->mimeData()) && performDragOperation()) {
+        concludeDragOperation();
+    }
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QFrame>
+#include <QStringList>
+
+class QMimeData;
+class QPlainTextEdit;
+class ViewController;
+
+/// The drop area of the main window: takes plain files, hands them to the upload queue, and lists the queue.
+class DragDropView final : public QFrame {
+    Q_OBJECT
+
+public:
+    explicit DragDropView(QWidget* parent = nullptr);
+
+    /// Receives the accepted files. Not owned; null: nobody.
+    void setViewController(ViewController* viewController) { m_viewController = viewController; }
+
+    bool highlight() const { return m_highlight; }
+    /// The files of the last accepted drop.
+    const QStringList& droppedFiles() const { return m_droppedFiles; }
+    QPlainTextEdit* textView() const { return m_textView; }
+
+    /// A drag has come over the view: highlights it, and answers copy when it names files, otherwise no action.
+    Qt::DropAction draggingEntered(const QMimeData& pasteboard);
+    void draggingExited();
+    /// The plain files that @p pasteboard names, in its order.
+    QStringList pasteboardHasFiles(const QMimeData& pasteboard) const;
+    /// Whether the drop is accepted; without a plain file an alert says that it is not.
+    bool prepareForDragOperation(const QMimeData& pasteboard);
+    bool performDragOperation() const;
+    /// Hands the files over.
+    void concludeDragOperation();
+
+    /// Lists @p files as "1) path" and so on, in place of what was listed. The list then stands until the next one.
+    void displayDroppedFiles(const QStringList& files);
+
+    /// A sheet with one button on the view's window; nothing without a window.
+    void showAlert(const QString& title, const QString& text);
+
+    /// The width of lines for all drawing of this kind. Kept: it stays as the first highlight leaves it.
+    static qreal defaultLineWidth();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void setHighlight(bool highlight);
+    void drawEmptyState(QPainter& painter) const;
+
+    QPlainTextEdit* m_textView;
+    ViewController* m_viewController = nullptr;
+    QStringList m_droppedFiles;
+    bool m_highlight = false;
+};

@@ -1,0 +1,13 @@
+#include "NumberText.h"
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+QString numberText(double value, const QString& unit)
+{
+    const double fraction = std::fabs(value - std::trunc(value));
+    const bool isNearlyWhole = fraction < 0.1 || fraction > 0.9;
+    const QString number = isNearlyWhole ? QString::number(std::round(value), 'f', 0) : QString::number(value, 'f', 1);
+    return u"%1 %2"_s.arg(number, unit);
+}

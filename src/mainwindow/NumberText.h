@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QString>
+
+/// @p value and @p unit with a blank between them: a whole number when the value is within 0.1 of one, otherwise with
+/// one decimal place ("2 MB" for 2.05, "2.5 MB").
+QString numberText(double value, const QString& unit);

@@ -1,0 +1,91 @@
+#include "ViewController.h"
+
+#include "DragDropView.h"
+#include "UserDefaults.h"
+#include "ui_MainWindow.h"
+#include "ui_ManualTransfers.h"
+
+#include <QDesktopServices>
+#include <QUrl>
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Keeps the place of a control that comes and goes, so that nothing jumps.
+void keepPlaceWhileHidden(QWidget& control)
+{
+    QSizePolicy policy = control.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    control.setSizePolicy(policy);
+}
+
+} // namespace
+
+ViewController::ViewController(FTPStreamFactory& streams)
+    : m_streams(streams)
+    , m_ui(std::make_unique<Ui::MainWindow>())
+    , m_manual(std::make_unique<Ui::ManualTransfers>())
+{
+    loadView();
+    viewDidLoad();
+}
+
+ViewController::~ViewController() = default;
+
+void ViewController::loadView()
+{
+    m_ui->setupUi(&m_window);
+    m_manual->setupUi(&m_auxiliaryWindow);
+    for (QWidget* control :
+         { static_cast<QWidget*>(m_ui->totalProgressIndicator), static_cast<QWidget*>(m_ui->percentProgressIndicator),
+           static_cast<QWidget*>(m_ui->bytesFormattedTextField) }) {
+        keepPlaceWhileHidden(*control);
+    }
+    m_ui->dragAndDropView->setViewController(this);
+    connectControls();
+}
+
+void ViewController::connectControls()
+{
+    connect(m_ui->stopButton, &QPushButton::clicked, this, &ViewController::stopButtonAction);
+    connect(m_ui->clearQueueButton, &QPushButton::clicked, this, &ViewController::clearQueue);
+    connect(m_ui->quitAction, &QAction::triggered, &m_window, &QWidget::close);
+    connect(m_ui->manualTransfersAction, &QAction::triggered, this, &ViewController::showAuxiliaryWindow);
+    connect(m_manual->startStopUploadButton, &QPushButton::clicked, this, &ViewController::startStopUpload);
+    connect(m_manual->startStopDownloadButton, &QPushButton::clicked, this, &ViewController::startStopDownload);
+    for (const QPushButton* button : { m_manual->startStopListButton, m_manual->listDestinationButton }) {
+        connect(button, &QPushButton::clicked, this, [this, button] { startStopList(button); });
+    }
+    for (const QPushButton* button : { m_manual->startStopCreateButton, m_manual->createButton }) {
+        connect(button, &QPushButton::clicked, this, [this, button] { startStopCreate(button); });
+    }
+}
+
+void ViewController::showAuxiliaryWindow()
+{
+    m_auxiliaryWindow.show();
+    m_auxiliaryWindow.raise();
+    m_auxiliaryWindow.activateWindow();
+}
+
+void ViewController::viewDidLoad()
+{
+    m_gc = std::make_unique<FTPGetController>(m_streams, UserDefaults::standard(), [](const QString& path) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    });
+    m_gc->setDelegate(m_anchor.ref<FTPGetControllerDelegate>(this));
+    m_pc = std::make_unique<FTPPutController>(m_streams);
+    m_pc->setDelegate(m_anchor.ref<FTPPutControllerDelegate>(this));
+    m_lc = std::make_unique<FTPListController>(m_streams);
+    m_lc->setDelegate(m_anchor.ref<FTPListControllerDelegate>(this));
+    m_cc = std::make_unique<FTPCreateController>(m_streams);
+    m_cc->setDelegate(m_anchor.ref<FTPCreateControllerDelegate>(this));
+
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &ViewController::onTick);
+    m_timer.start(10ms);
+}

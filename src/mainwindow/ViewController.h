@@ -1,0 +1,168 @@
+#pragma once
+
+#include "FTPCreateController.h"
+#include "FTPGetController.h"
+#include "FTPListController.h"
+#include "FTPPutController.h"
+#include "WeakRef.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QMainWindow>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+
+namespace Ui {
+class MainWindow;
+class ManualTransfers;
+} // namespace Ui
+
+/// The controller of the main window and the hub of the program: settings and destination, the upload queue with the
+/// timer that works it off, the stream controllers and what the window shows of them.
+///
+/// Everything happens on the main thread. Status texts, percents and byte counts reach their widgets with the next
+/// tick; everything else happens in the call.
+class ViewController final : public QObject,
+                             public FTPPutControllerDelegate,
+                             public FTPGetControllerDelegate,
+                             public FTPListControllerDelegate,
+                             public FTPCreateControllerDelegate {
+    Q_OBJECT
+
+public:
+    /// @p streams makes the network streams and outlives the controller. Loads the view; the window is not shown yet.
+    explicit ViewController(FTPStreamFactory& streams);
+    ~ViewController() override;
+
+    // Settings and destination. Read afresh on every call; null stands for nothing.
+
+    static QString username();
+    static QString password();
+    static QString address();
+    static QString ftpFolder();
+    /// The program's file name as the user sees it.
+    static QString ourAppName();
+    /// The folder that a copy under another name uploads into; null under the product's own name.
+    static QString ftpFolderFromAppName();
+    /// The location of @p path, which may be null, in the configured folder.
+    static QString createFullURLFromFTPRootRelativePath(const QString& path);
+    /// The same with "/" at its end.
+    static QString createFullPathFromFTPRootRelativePath(const QString& path);
+    /// The destination folder's location, "/" at its end; null when no usable address is set.
+    static QString createFullDestinationPathFromAppNameAndFTPFolder();
+
+    // What the fields of the manual transfers stand for.
+
+    QString destination() const;
+    QString urlToDownload() const;
+    QString fileToUpload() const;
+    QString folderNameToCreate() const;
+
+    // The queue.
+
+    /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination.
+    void uploadFiles(const QStringList& paths);
+    void clearQueue();
+    const QStringList& fileUploadQueue() const { return m_fileUploadQueue; }
+
+    /// Refreshes the window's indicators and starts the next upload; called every 10 ms.
+    void onTick();
+
+    // Transfers.
+
+    /// Stops the running upload and the running download. The queue goes on.
+    void stopButtonAction();
+    /// Empties the list and lists the destination anew, unless something is being sent or received.
+    void listFTPDestination();
+    const QList<ListingEntry>& listEntries() const { return m_listEntries; }
+
+    void startStopUpload();
+    void startStopDownload();
+    /// @p sender: the button that was pressed; startStopListButton lists what the manual field names, any other the
+    /// destination.
+    void startStopList(const QObject* sender);
+    /// @p sender: the button that was pressed; createButton asks for a name and creates in the destination, any other
+    /// takes both from the manual fields.
+    void startStopCreate(const QObject* sender);
+
+    // Reports of the stream controllers.
+
+    void percentDone(float percent) override;
+    void bytesDone(float bytes) override;
+    void updateStatus(const QString& status) override;
+    void uploadDone() override;
+    void updateListingStatus(const QString& status) override;
+    void addListEntries(const QList<ListingEntry>& entries) override;
+
+    // Small window operations.
+
+    /// A sheet with the one button "OK"; nothing while the window is not shown.
+    void showAlert(const QString& title, const QString& text);
+    /// Whether something is being sent or received; if so, the user has been told.
+    bool alertSendingOrReceiving();
+    /// Asks for one line of text, application-modal; null unless "OK" ends it.
+    QString askInput(const QString& prompt, const QString& defaultText);
+    /// @p bytes as a file size.
+    static QString stringForFileSize(quint64 bytes);
+    /// @p value with its unit.
+    static QString stringForNumberAsUnits(double value, const QString& unit);
+    /// The application has become active. Nothing depends on it.
+    void appActivated() { }
+
+    // The windows, for those who show them. Owned by the controller.
+
+    QMainWindow& window() { return m_window; }
+    QWidget& auxiliaryWindow() { return m_auxiliaryWindow; }
+
+    FTPPutController& pc() { return *m_pc; }
+    FTPGetController& gc() { return *m_gc; }
+    FTPListController& lc() { return *m_lc; }
+    FTPCreateController& cc() { return *m_cc; }
+
+private:
+    void loadView();
+    void viewDidLoad();
+    void connectControls();
+    void showAuxiliaryWindow();
+
+    void showDate();
+    void showQueueLength();
+    void showProgress();
+    void showTexts();
+    void startNextUpload();
+    void listAgainIfWanted();
+    void resetProgress();
+    void emptyList();
+    void alertIfError(const QString& status);
+
+    FTPStreamFactory& m_streams;
+    QMainWindow m_window;
+    QWidget m_auxiliaryWindow; ///< The manual transfers.
+    std::unique_ptr<Ui::MainWindow> m_ui;
+    std::unique_ptr<Ui::ManualTransfers> m_manual;
+    QTimer m_timer;
+
+    std::unique_ptr<FTPPutController> m_pc;
+    std::unique_ptr<FTPGetController> m_gc;
+    std::unique_ptr<FTPListController> m_lc;
+    std::unique_ptr<FTPCreateController> m_cc;
+
+    QStringList m_fileUploadQueue;
+    QList<ListingEntry> m_listEntries;
+    bool m_listingWanted = false; ///< A refresh was asked for while a listing ran.
+
+    // What the next tick shows.
+    float m_percent = 0;
+    float m_auxiliaryPercent = 0;
+    std::optional<quint64> m_bytes; ///< Nothing: no text.
+    std::optional<quint64> m_shownBytes;
+    QString m_status;
+    QString m_listingStatus;
+    qint64 m_shownSecond = -1; ///< Of the date that is shown, since the epoch.
+
+    WeakAnchor m_anchor; ///< Last, so that it dies first.
+};

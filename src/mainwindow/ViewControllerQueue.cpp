@@ -1,0 +1,107 @@
+// The upload queue and the tick that works it off.
+
+#include "DateText.h"
+#include "DragDropView.h"
+#include "ModalState.h"
+#include "RunLoop.h"
+#include "ViewController.h"
+#include "ui_MainWindow.h"
+#include "ui_ManualTransfers.h"
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+void ViewController::uploadFiles(const QStringList& paths)
+{
+    m_fileUploadQueue += paths;
+    m_ui->totalProgressIndicator->setMaximum(static_cast<int>(m_fileUploadQueue.size()));
+    if (createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
+        showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
+    } else {
+        m_ui->dragAndDropView->displayDroppedFiles(m_fileUploadQueue);
+    }
+}
+
+void ViewController::clearQueue()
+{
+    m_fileUploadQueue.clear();
+}
+
+void ViewController::onTick()
+{
+    // While a dialog or a menu has the user's attention, nothing moves. The timer itself goes on in nested loops.
+    const bool held = isMainLoopHeld();
+    RunLoop::current().setHeld(held);
+    if (held) {
+        return;
+    }
+    showDate();
+    showQueueLength();
+    showProgress();
+    showTexts();
+    startNextUpload();
+}
+
+void ViewController::showDate()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    const qint64 second = now.toSecsSinceEpoch();
+    if (second != m_shownSecond) {
+        m_shownSecond = second;
+        m_ui->dateStringTextField->setText(shortDateMediumTimeText(now));
+    }
+}
+
+void ViewController::showQueueLength()
+{
+    const auto length = static_cast<int>(m_fileUploadQueue.size());
+    m_ui->totalProgressIndicator->setValue(length);
+    m_ui->totalProgressIndicator->setVisible(length != 0);
+    m_ui->clearQueueButton->setEnabled(length != 0);
+}
+
+void ViewController::showProgress()
+{
+    const bool isMoving = m_pc->isSending() || m_gc->isReceiving();
+    m_ui->percentProgressIndicator->setVisible(isMoving);
+    m_ui->bytesFormattedTextField->setVisible(isMoving);
+    m_ui->stopButton->setEnabled(isMoving);
+    m_ui->percentProgressIndicator->setValue(static_cast<int>(m_percent));
+    m_manual->auxiliaryPercentProgressIndicator->setValue(static_cast<int>(m_auxiliaryPercent));
+    if (m_bytes != m_shownBytes) {
+        m_shownBytes = m_bytes;
+        m_ui->bytesFormattedTextField->setText(m_bytes ? stringForFileSize(*m_bytes) : u""_s);
+    }
+}
+
+void ViewController::showTexts()
+{
+    m_ui->statusTextField->setText(m_status);
+    m_manual->auxiliaryStatusTextField->setText(m_status);
+    m_ui->listingStatusTextField->setText(m_listingStatus);
+}
+
+void ViewController::startNextUpload()
+{
+    const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
+    if (m_pc->isSending() || m_gc->isReceiving()) {
+        return;
+    }
+    if (m_fileUploadQueue.isEmpty() || destination.isNull()) {
+        listAgainIfWanted();
+        return;
+    }
+    m_percent = 0;
+    m_bytes.reset();
+    const QString path = m_fileUploadQueue.takeFirst();
+    m_pc->startSend(path, destination, username(), password());
+}
+
+void ViewController::listAgainIfWanted()
+{
+    if (m_listingWanted && !m_lc->isReceiving()) {
+        m_listingWanted = false;
+        listFTPDestination();
+    }
+}

@@ -1,0 +1,17 @@
+#include "ModalState.h"
+
+#include <QApplication>
+#include <QWidget>
+
+#include <algorithm>
+
+bool isMainLoopHeld()
+{
+    if (QApplication::activePopupWidget() != nullptr) {
+        return true;
+    }
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(), [](const QWidget* window) {
+        return window->isVisible() && window->windowModality() == Qt::ApplicationModal;
+    });
+}

@@ -1,0 +1,77 @@
+#include "SheetQueue.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QWidget>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+SheetQueue& SheetQueue::of(QWidget& window)
+{
+    if (auto* const queue = window.findChild<SheetQueue*>(QString(), Qt::FindDirectChildrenOnly)) {
+        return *queue;
+    }
+    return *new SheetQueue(window);
+}
+
+SheetQueue::SheetQueue(QWidget& window)
+    : QObject(&window)
+    , m_window(window)
+{
+}
+
+void SheetQueue::raise(const Sheet& sheet)
+{
+    const bool isKnown = std::any_of(m_sheets.begin(), m_sheets.end(), [&sheet](const Sheet& known) {
+        return known.title == sheet.title && known.text == sheet.text && !known.onAlternate && !sheet.onAlternate;
+    });
+    if (isKnown) {
+        return;
+    }
+    m_sheets.append(sheet);
+    if (m_sheets.size() == 1) {
+        showNext();
+    }
+}
+
+void SheetQueue::showNext()
+{
+    const Sheet& sheet = m_sheets.first();
+    auto* const box = new QMessageBox(&m_window);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setIcon(QMessageBox::Warning);
+    box->setTextFormat(Qt::PlainText);
+    box->setText(sheet.title);
+    box->setInformativeText(sheet.text);
+    if (auto* const label = box->findChild<QLabel*>(u"qt_msgbox_informativelabel"_s)) {
+        label->setTextFormat(Qt::PlainText);
+    }
+    QPushButton* const defaultButton = box->addButton(sheet.defaultButton, QMessageBox::RejectRole);
+    box->setDefaultButton(defaultButton);
+    box->setEscapeButton(defaultButton);
+    if (!sheet.alternateButton.isEmpty()) {
+        box->addButton(sheet.alternateButton, QMessageBox::DestructiveRole);
+    }
+    connect(box, &QMessageBox::finished, this, [this, box] { finished(*box); });
+    box->open();
+}
+
+void SheetQueue::finished(const QMessageBox& box)
+{
+    const Sheet sheet = m_sheets.takeFirst();
+    const QAbstractButton* const pressed = box.clickedButton();
+    const bool isAlternate = pressed != nullptr
+        && box.buttonRole(const_cast<QAbstractButton*>(pressed))
+            == QMessageBox::DestructiveRole; // The query takes a button that it does not change.
+    if (!m_sheets.isEmpty()) {
+        // From the loop, when the window has been given back by the sheet that is just closing.
+        QMetaObject::invokeMethod(this, &SheetQueue::showNext, Qt::QueuedConnection);
+    }
+    if (isAlternate && sheet.onAlternate) {
+        sheet.onAlternate();
+    }
+}

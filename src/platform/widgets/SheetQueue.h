@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+
+class QMessageBox;
+class QWidget;
+
+/// A question or a message that belongs to one window.
+struct Sheet {
+    QString title;
+    QString text;
+    QString defaultButton = QStringLiteral("OK"); ///< Answers Return, and Escape.
+    QString alternateButton = {}; ///< The other choice; empty: there is none.
+    std::function<void()> onAlternate = {}; ///< The other choice was made.
+};
+
+/// The sheets of one window: window-modal, one at a time, in the order in which they were raised. A message without a
+/// choice that equals the one showing or one waiting is merged with it; once acknowledged, it can be raised again.
+/// Nothing blocks. All texts are plain, never markup.
+class SheetQueue final : public QObject {
+    Q_OBJECT
+
+public:
+    /// The queue of @p window, made on first use and owned by the window.
+    static SheetQueue& of(QWidget& window);
+
+    void raise(const Sheet& sheet);
+
+private:
+    explicit SheetQueue(QWidget& window);
+    void showNext();
+    void finished(const QMessageBox& box);
+
+    QWidget& m_window;
+    QList<Sheet> m_sheets; ///< The first one is showing.
+};

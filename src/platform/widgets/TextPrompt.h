@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+/// Asks for one line of text in an application-modal dialog over @p parent (which may be null) and waits for the
+/// answer: the text when "OK" ended the dialog, null otherwise.
+QString promptForText(QWidget* parent, const QString& prompt, const QString& defaultText);

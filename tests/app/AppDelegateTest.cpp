@@ -1,0 +1,247 @@
+#include "AppDelegate.h"
+
+#include "FakeFTPStream.h"
+#include "NetworkManager.h"
+#include "Printers.h"
+#include "ProgramName.h"
+#include "Sheets.h"
+#include "StandardFolders.h"
+#include "UserDefaults.h"
+#include "ViewController.h"
+#include "WaitFor.h"
+
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QGuiApplication>
+#include <QTemporaryFile>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class AppDelegateTest : public ::testing::Test {
+protected:
+    AppDelegateTest()
+    {
+        setProgramFileName(u"Quillbox"_s);
+        NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
+        set(u"Address"_s, u"host"_s);
+    }
+    ~AppDelegateTest() override
+    {
+        NetworkManager::sharedInstance().setNetworkOperationCount(100);
+        m_controller.reset();
+        NetworkManager::sharedInstance().setNetworkOperationCount(0);
+        NetworkManager::setReachabilitySource(nullptr);
+        QFile::remove(UserDefaults::standard().filePath());
+        setProgramFileName(QString());
+    }
+
+    static void set(const QString& key, const QJsonValue& value)
+    {
+        ASSERT_TRUE(UserDefaults::standard().store({ { key, value } }));
+    }
+    void launch()
+    {
+        m_controller->window().show();
+        m_clock.start();
+        m_delegate.applicationDidFinishLaunching();
+    }
+    QString title() { return m_controller->window().windowTitle(); }
+
+    FakeStreamFactory m_streams;
+    std::unique_ptr<ViewController> m_controller = std::make_unique<ViewController>(m_streams);
+    AppDelegate m_delegate{ *m_controller };
+    QElapsedTimer m_clock;
+};
+
+TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStartsThen)
+{
+    launch();
+    EXPECT_EQ(theAppDelegate, &m_delegate);
+    EXPECT_EQ(m_delegate.mainWindow(), &m_controller->window());
+
+    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+
+    EXPECT_GE(m_clock.elapsed(), 1990);
+    EXPECT_TRUE(m_controller->lc().isReceiving());
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/"_s);
+}
+
+TEST_F(AppDelegateTest, WithoutADestinationTheTitleSaysSoAfterOneSecondAndNothingIsListed)
+{
+    set(u"Address"_s, QJsonValue());
+    launch();
+
+    ASSERT_TRUE(waitFor([this] { return title() == u"No FTP Destination"_s; }));
+
+    EXPECT_GE(m_clock.elapsed(), 990);
+    EXPECT_LT(m_clock.elapsed(), 1900);
+    EXPECT_TRUE(m_streams.streams().empty());
+}
+
+TEST_F(AppDelegateTest, TheTitleIsTheDestinationOfTheFirstSecond)
+{
+    launch();
+    waitFor([this] { return m_clock.elapsed() > 1300; });
+    set(u"Address"_s, u"other"_s);
+
+    ASSERT_TRUE(waitFor([this] { return title().startsWith(u"ftp://"_s); }));
+
+    EXPECT_EQ(title(), u"ftp://host/"_s);
+}
+
+TEST_F(AppDelegateTest, BecomingActiveDuringATransferRefreshesTheTitleAndListsNothing)
+{
+    launch();
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    m_delegate.openFiles({ file.fileName() });
+    m_controller->onTick();
+    ASSERT_TRUE(m_controller->pc().isSending());
+    m_delegate.applicationDidBecomeActive();
+
+    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+
+    EXPECT_FALSE(m_controller->lc().isReceiving());
+}
+
+TEST_F(AppDelegateTest, WithoutAMainWindowNothingIsFoundRefreshedOrOpened)
+{
+    EXPECT_EQ(m_delegate.ourViewController(), nullptr);
+    m_delegate.openFiles({ u"/a"_s });
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    m_delegate.updateWindowTitleAndList();
+    m_delegate.showMainWindow();
+    EXPECT_FALSE(waitFor([this] { return !m_streams.streams().empty(); }, std::chrono::milliseconds(2300)));
+    EXPECT_EQ(title(), u"Quillbox"_s);
+}
+
+TEST_F(AppDelegateTest, OnceFoundTheControllerIsKept)
+{
+    m_controller->window().show();
+    ASSERT_EQ(m_delegate.ourViewController(), m_controller.get());
+
+    m_controller->window().hide();
+
+    EXPECT_EQ(m_delegate.ourViewController(), m_controller.get());
+    EXPECT_EQ(m_delegate.mainWindow(), nullptr);
+}
+
+TEST_F(AppDelegateTest, OpenedFilesAreQueuedAsTheyAre)
+{
+    m_controller->window().show();
+
+    m_delegate.openFiles({ u"/missing"_s, u"/tmp"_s, u"/missing"_s });
+
+    EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{ u"/missing"_s, u"/tmp"_s, u"/missing"_s }));
+}
+
+TEST_F(AppDelegateTest, TheClipboardHoldsExactlyTheDestination)
+{
+    set(u"FTPFolder"_s, u"a b"_s);
+    m_delegate.copyLocationToClipboard();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/a%20b/"_s);
+
+    set(u"Address"_s, QJsonValue());
+    m_delegate.copyLocationToClipboard();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/a%20b/"_s);
+}
+
+TEST_F(AppDelegateTest, AnAlertWithAWindowIsASheetAndWithoutOneADialog)
+{
+    m_controller->window().show();
+    m_delegate.doAlert(u"Title"_s, u"50 % of \"%1\""_s, &m_controller->window(), QMessageBox::Critical);
+    EXPECT_EQ(shownSheets(), QStringList{ u"Title: 50 % of \"%1\""_s });
+    EXPECT_EQ(QApplication::activeModalWidget()->windowModality(), Qt::WindowModal);
+    answerSheet();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    Qt::WindowModality modality = Qt::NonModal;
+    QTimer answer;
+    QObject::connect(&answer, &QTimer::timeout, &answer, [&icon, &modality] {
+        if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            icon = box->icon();
+            modality = box->windowModality();
+            box->accept();
+        }
+    });
+    answer.start(5);
+    m_delegate.doAlert(u"Title"_s, u"text"_s, nullptr, QMessageBox::Critical);
+    EXPECT_EQ(icon, QMessageBox::Critical);
+    EXPECT_EQ(modality, Qt::ApplicationModal);
+}
+
+TEST_F(AppDelegateTest, TheDefaultsHandlerWritesItsLine)
+{
+    static QStringList lines;
+    lines.clear();
+    const QtMessageHandler before
+        = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) { lines.append(text); });
+
+    m_delegate.defaultsDidChangeHandler();
+
+    qInstallMessageHandler(before);
+    EXPECT_EQ(lines, QStringList{ u"****************      defaultsDidChangeHandler        **************"_s });
+}
+
+TEST_F(AppDelegateTest, AWatchedFileThatChangesRefreshesTheTitle)
+{
+    m_controller->window().show();
+    m_delegate.startDispatchSource(u"/nonexistent/settings"_s);
+    m_delegate.startDispatchSource(UserDefaults::standard().filePath());
+
+    for (const QString& host : { u"second"_s, u"third"_s }) {
+        set(u"Address"_s, host);
+        EXPECT_TRUE(waitFor([this, &host] { return title() == u"ftp://%1/"_s.arg(host); }));
+    }
+}
+
+TEST_F(AppDelegateTest, TheDestinationsTextIsSavedInTheDocumentsFolder)
+{
+    const QString path = m_delegate.documentsPathForDestination();
+    EXPECT_EQ(path, documentsDirectoryPath() + u"/FTPDestination"_s);
+    const auto saved = [&path] {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    };
+
+    set(u"FTPFolder"_s, u"é"_s);
+    m_delegate.saveDestinationFolderName();
+    EXPECT_EQ(saved(), "ftp://host/%C3%A9/");
+
+    set(u"Address"_s, QJsonValue());
+    m_delegate.saveDestinationFolderName();
+    EXPECT_EQ(saved(), "Quillbox");
+    QFile::remove(path);
+}
+
+TEST_F(AppDelegateTest, TheSettingsPathIsAnsweredOnlyWhileTheFileExists)
+{
+    EXPECT_EQ(m_delegate.defaultFilePath(), UserDefaults::standard().filePath());
+
+    QFile::remove(UserDefaults::standard().filePath());
+
+    EXPECT_TRUE(m_delegate.defaultFilePath().isNull());
+}
+
+TEST_F(AppDelegateTest, ClosingTheMainWindowQuits)
+{
+    m_controller->window().show();
+    m_controller->auxiliaryWindow().show();
+    bool quits = false;
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &m_delegate, [&quits] { quits = true; });
+    QTimer::singleShot(0, &m_controller->window(), &QWidget::close);
+
+    QApplication::exec();
+
+    EXPECT_TRUE(quits);
+}
+
+} // namespace

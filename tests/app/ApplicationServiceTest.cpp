@@ -1,0 +1,55 @@
+#include "ApplicationService.h"
+
+#include "Printers.h"
+
+#include <QDBusConnection>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+TEST(ApplicationServiceTest, EveryNameHasAValidBusNameOfItsOwn)
+{
+    static const QRegularExpression valid(u"^[A-Za-z_][A-Za-z0-9_-]*(\\.[A-Za-z_][A-Za-z0-9_-]*)+$"_s);
+    QStringList seen;
+    for (const QString& name :
+         { u"Quillbox"_s, u"quillbox"_s, u"Scans"_s, u"2024 Fotos/ü"_s, u""_s, QString(255, u'x') }) {
+        const QString busName = ApplicationService::busName(name);
+
+        EXPECT_TRUE(valid.match(busName).hasMatch()) << busName.toStdString();
+        EXPECT_LE(busName.size(), 255);
+        EXPECT_FALSE(seen.contains(busName)) << name.toStdString();
+        EXPECT_EQ(busName, ApplicationService::busName(name));
+        seen.append(busName);
+    }
+}
+
+TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
+{
+    QObject parent;
+    QStringList opened;
+    int activated = 0;
+    ApplicationService service(
+        &parent,
+        { .activate = [&activated] { ++activated; }, .open = [&opened](const QStringList& files) { opened = files; } });
+
+    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file:///%C3%A9"_s }, {});
+
+    EXPECT_EQ(opened, (QStringList{ u"/a b"_s, u"/é"_s }));
+    EXPECT_EQ(activated, 1);
+    service.Activate({});
+    service.ActivateAction(u"unknown"_s, {}, {});
+    EXPECT_EQ(activated, 3);
+}
+
+TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)
+{
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+
+    EXPECT_FALSE(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }));
+}
+
+} // namespace

@@ -1,0 +1,61 @@
+#include "CommandLine.h"
+
+#include "Printers.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class CommandLineTest : public ::testing::Test {
+protected:
+    std::optional<CommandLine> read(const QStringList& words)
+    {
+        return CommandLine::read(QStringList{ u"Quillbox"_s } + words, u"1.2"_s, m_exitCode);
+    }
+
+    int m_exitCode = -1;
+};
+
+TEST_F(CommandLineTest, PathsBecomeAbsolute)
+{
+    const auto commandLine = read({ u"a b"_s, u"/x/../y"_s, u"./c"_s, u"file:///d%20e"_s, u"--"_s, u"-f"_s });
+
+    ASSERT_TRUE(commandLine);
+    const QString here = QDir::currentPath() + u'/';
+    EXPECT_EQ(commandLine->files, (QStringList{ here + u"a b"_s, u"/y"_s, here + u"c"_s, u"/d e"_s, here + u"-f"_s }));
+}
+
+TEST_F(CommandLineTest, WithoutFilesNothingIsOpened)
+{
+    const auto commandLine = read({});
+
+    ASSERT_TRUE(commandLine);
+    EXPECT_TRUE(commandLine->files.isEmpty());
+}
+
+TEST_F(CommandLineTest, HelpAndVersionEndAtOnce)
+{
+    ::testing::internal::CaptureStdout();
+    EXPECT_FALSE(read({ u"--version"_s }));
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "Quillbox 1.2\n");
+    EXPECT_EQ(m_exitCode, 0);
+
+    ::testing::internal::CaptureStdout();
+    EXPECT_FALSE(read({ u"--help"_s }));
+    EXPECT_NE(::testing::internal::GetCapturedStdout().find("[FILES...]"), std::string::npos);
+    EXPECT_EQ(m_exitCode, 0);
+}
+
+TEST_F(CommandLineTest, AnUnknownOptionIsAnError)
+{
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(read({ u"--frobnicate"_s }));
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("frobnicate"), std::string::npos);
+    EXPECT_EQ(m_exitCode, 2);
+}
+
+} // namespace

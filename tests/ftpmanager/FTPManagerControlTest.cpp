@@ -1,0 +1,367 @@
+#include "ControlServer.h"
+#include "FTPManager.h"
+#include "LogRecorder.h"
+#include "OpenDescriptors.h"
+#include "Printers.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A server that greets, waits for the whole conversation, answers @p replies and closes.
+std::function<void(ControlPeer&)> answering(const QByteArray& replies)
+{
+    return [replies](ControlPeer& peer) {
+        peer.receiveUntil("QUIT\r\n");
+        peer.send(replies);
+    };
+}
+
+std::shared_ptr<FMServer> recordFor(const ControlServer& server, const QString& folder = {})
+{
+    auto record = FMServer::serverWithDestination(u"ftp://127.0.0.1"_s + folder, u"user"_s, u"word"_s);
+    record->setPort(server.port());
+    return record;
+}
+
+/// What checkLogin() makes of a server's replies.
+bool verdictOn(const QByteArray& replies)
+{
+    const ControlServer server(answering(replies));
+    return FTPManager().checkLogin(recordFor(server).get());
+}
+
+/// What @p operation sends to a server for @p folder.
+template <typename Operation> QByteArray sentBy(Operation operation, const QString& folder = {})
+{
+    ControlServer server(answering("220 hello\r\n230 in\r\n250 done\r\n221 bye\r\n"));
+    FTPManager manager;
+    EXPECT_TRUE(operation(manager, recordFor(server, folder).get()));
+    server.close();
+    return server.received().value(0);
+}
+
+TEST(FTPManagerControlTest, AFileIsDeletedWithOnePipelinedConversation)
+{
+    const auto remove
+        = [](FTPManager& manager, const FMServer* server) { return manager.deleteFileNamed(u"notes.txt"_s, server); };
+
+    EXPECT_EQ(sentBy(remove), "USER user\r\nPASS word\r\nDELE notes.txt\r\nQUIT\r\n"_ba);
+}
+
+TEST(FTPManagerControlTest, ANameWithoutADotIsRemovedAsAFolder)
+{
+    const auto remove
+        = [](FTPManager& manager, const FMServer* server) { return manager.deleteFileNamed(u"Archive"_s, server); };
+    const auto removeDotted
+        = [](FTPManager& manager, const FMServer* server) { return manager.deleteFileNamed(u"v1.2"_s, server); };
+
+    EXPECT_EQ(sentBy(remove), "USER user\r\nPASS word\r\nRMD Archive\r\nQUIT\r\n"_ba);
+    EXPECT_EQ(sentBy(removeDotted), "USER user\r\nPASS word\r\nDELE v1.2\r\nQUIT\r\n"_ba);
+}
+
+TEST(FTPManagerControlTest, TheFolderIsEnteredFirstAsItIsWritten)
+{
+    const auto remove
+        = [](FTPManager& manager, const FMServer* server) { return manager.deleteFileNamed(u"é 50%.txt"_s, server); };
+
+    EXPECT_EQ(sentBy(remove, u"/my dir/a%20b/"_s),
+              "USER user\r\nPASS word\r\nCWD my dir/a%20b/\r\nDELE \xC3\xA9 50%.txt\r\nQUIT\r\n"_ba);
+    EXPECT_EQ(sentBy(remove, u"/"_s), "USER user\r\nPASS word\r\nDELE \xC3\xA9 50%.txt\r\nQUIT\r\n"_ba);
+}
+
+TEST(FTPManagerControlTest, ALoginTestEntersNoFolder)
+{
+    const auto check = [](FTPManager& manager, const FMServer* server) { return manager.checkLogin(server); };
+
+    EXPECT_EQ(sentBy(check, u"/dir"_s), "USER user\r\nPASS word\r\nQUIT\r\n"_ba);
+}
+
+TEST(FTPManagerControlTest, PermissionsAreSentAsTheyAreWritten)
+{
+    for (const quint32 mode : { 755U, 777U, 0U, 689U }) {
+        const auto change = [mode](FTPManager& manager, const FMServer* server) {
+            return manager.chmodFileNamed(u"my file"_s, mode, server);
+        };
+
+        EXPECT_EQ(sentBy(change, u"/dir"_s),
+                  "USER user\r\nPASS word\r\nCWD dir\r\nSITE CHMOD " + QByteArray::number(mode)
+                      + " my file\r\nQUIT\r\n");
+    }
+}
+
+TEST(FTPManagerControlTest, PermissionsAbove777AreNotSent)
+{
+    ControlServer server(answering("200 ok\r\n"));
+
+    EXPECT_FALSE(FTPManager().chmodFileNamed(u"name"_s, 778, recordFor(server).get()));
+
+    server.close();
+    EXPECT_TRUE(server.received().isEmpty());
+}
+
+TEST(FTPManagerControlTest, DeleteFileDoesTheSameOnAFurtherThread)
+{
+    const auto remove
+        = [](FTPManager& manager, const FMServer* server) { return manager.deleteFile(u"notes.txt"_s, server); };
+
+    EXPECT_EQ(sentBy(remove), "USER user\r\nPASS word\r\nDELE notes.txt\r\nQUIT\r\n"_ba);
+}
+
+TEST(FTPManagerControlTest, EveryLineOfTheRepliesIsJudged)
+{
+    struct Row {
+        const char* why;
+        QByteArray replies;
+        bool good;
+    };
+    for (const Row& row : {
+             Row{ "all is well", "220 hi\r\n331 word?\r\n230 in\r\n250 gone\r\n221 bye\r\n", true },
+             Row{ "nothing at all", "", true },
+             Row{ "no such file", "220 hi\r\n331 word?\r\n230 in\r\n550 No such file\r\n221 bye\r\n", false },
+             Row{ "refused login", "220 hi\r\n331 word?\r\n530 no\r\n", false },
+             Row{ "refused folder, command done", "220 hi\r\n230 in\r\n550 no folder\r\n250 gone\r\n221 bye\r\n",
+                  false },
+             Row{ "busy", "421 too many\r\n", false },
+             Row{ "refused QUIT", "220 hi\r\n230 in\r\n250 gone\r\n500 what?\r\n", false },
+             Row{ "banner with a line that begins with 5", "220-hi\r\n5 users are here\r\n220 go\r\n230 in\r\n",
+                  false },
+             Row{ "banner with a line that begins with 4", "220-hi\r\n4 users\r\n220 go\r\n", false },
+             Row{ "banner with such a number after a blank", "220-hi\r\n 5 users\r\n220 go\r\n", true },
+             Row{ "LF alone", "220 hi\n550 no\n", false },
+             Row{ "no line end", "550", false },
+             Row{ "CR alone ends no line", "220 hi\r550 no\r\n", true },
+             Row{ "NUL in a line", QByteArray("220 \0hi\r\n550 no\r\n", 18), false },
+             Row{ "not UTF-8", "220 \xFF\xFE\r\n230 in\r\n", true },
+             Row{ "not UTF-8, refused", "220 \xFF\xFE\r\n550 \xE9\r\n", false },
+             Row{ "no FTP at all", "SSH-2.0\r\n", true },
+         }) {
+        SCOPED_TRACE(row.why);
+        const LogRecorder log;
+
+        EXPECT_EQ(verdictOn(row.replies), row.good);
+
+        EXPECT_EQ(log.lines(), QStringList());
+    }
+}
+
+TEST(FTPManagerControlTest, WhatFollowsAPieceOf255BytesCountsAsALine)
+{
+    EXPECT_TRUE(verdictOn("220 " + QByteArray(250, 'x') + "50 more\r\n"));
+    EXPECT_FALSE(verdictOn("220 " + QByteArray(251, 'x') + "50 more\r\n"));
+    EXPECT_TRUE(verdictOn("220 " + QByteArray(252, 'x') + "50 more\r\n"));
+}
+
+TEST(FTPManagerControlTest, RepliesOneByteAtATimeAreJudgedInTheEnd)
+{
+    const ControlServer server([](ControlPeer& peer) {
+        peer.receiveUntil("QUIT\r\n");
+        for (const char byte : "220 hi\r\n230 in\r\n"_ba) {
+            peer.send(QByteArray(1, byte));
+        }
+    });
+
+    // Cut after any byte, so that a "2" or "3" at most begins a line.
+    EXPECT_TRUE(FTPManager().checkLogin(recordFor(server).get()));
+}
+
+TEST(FTPManagerControlTest, MoreThanOneMebibyteOfRepliesIsGivenUp)
+{
+    const QByteArray line = "220-" + QByteArray(95, 'x') + "\n";
+    ASSERT_EQ(line.size(), 100);
+
+    EXPECT_TRUE(verdictOn(line.repeated(10'000)));
+    EXPECT_FALSE(verdictOn(line.repeated(11'000)));
+}
+
+TEST(FTPManagerControlTest, AnEndlessServerIsGivenUp)
+{
+    std::promise<void> gone;
+    const ControlServer server([&gone](ControlPeer& peer) {
+        peer.receiveUntil("QUIT\r\n");
+        peer.send(QByteArray(64 << 20, 'x')); // Fails when the client is gone.
+        gone.set_value();
+    });
+
+    EXPECT_FALSE(FTPManager().checkLogin(recordFor(server).get()));
+
+    gone.get_future().wait();
+}
+
+TEST(FTPManagerControlTest, AConnectionResetMidwayIsLoggedAndJudgedByWhatCame)
+{
+    struct Row {
+        QByteArray replies;
+        bool good;
+    };
+    for (const Row& row :
+         { Row{ "", true }, Row{ "220 hi\r\n230 in\r\n", true }, Row{ "220 hi\r\n550 no\r\n", false } }) {
+        const ControlServer server([&row](ControlPeer& peer) {
+            peer.receiveUntil("QUIT\r\n");
+            peer.send(row.replies);
+            peer.resetOnClose();
+        });
+        const LogRecorder log;
+
+        EXPECT_EQ(FTPManager().checkLogin(recordFor(server).get()), row.good);
+
+        EXPECT_EQ(log.lines(), QStringList{ u"Error reading from socket!"_s });
+    }
+}
+
+TEST(FTPManagerControlTest, AServerThatHangsUpAtOnceEndsTheConversation)
+{
+    const ControlServer server([](ControlPeer& peer) { peer.send("421 busy\r\n"); });
+    for (int round = 0; round < 50; ++round) {
+        const LogRecorder log;
+
+        // Whether the refusal is read, or lost with the connection, or a line is not taken, is up to the network.
+        const bool accepted = FTPManager().deleteFileNamed(u"a.txt"_s, recordFor(server).get());
+
+        EXPECT_TRUE(!accepted || log.lines() == QStringList{ u"Error reading from socket!"_s });
+    }
+}
+
+TEST(FTPManagerControlTest, APortWhereNobodyListensIsLogged)
+{
+    quint16 port = 0;
+    {
+        const ControlServer server(answering(""));
+        port = server.port();
+    }
+    const auto record = FMServer::serverWithDestination(u"127.0.0.1"_s, u"user"_s, u"word"_s);
+    record->setPort(port);
+    const LogRecorder log;
+
+    EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+
+    EXPECT_EQ(log.lines(), QStringList{ u"error connecting."_s });
+}
+
+TEST(FTPManagerControlTest, AHostThatIsNotKnownIsLogged)
+{
+    for (const QString& host : { u"no such host"_s, u"::1"_s, u""_s }) {
+        const auto record = FMServer::serverWithDestination(host, u"user"_s, u"word"_s);
+        const LogRecorder log;
+
+        EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+
+        EXPECT_EQ(log.lines().last(), u"host error!"_s);
+    }
+}
+
+TEST(FTPManagerControlTest, APortInTheDestinationDoesNotResolve)
+{
+    const ControlServer server(answering(""));
+    const auto record = FMServer::serverWithDestination(u"127.0.0.1:"_s + QString::number(server.port()) + u"/dir"_s,
+                                                        u"user"_s, u"word"_s);
+    const LogRecorder log;
+
+    EXPECT_FALSE(FTPManager().deleteFileNamed(u"a.txt"_s, record.get()));
+
+    EXPECT_EQ(log.lines().last(), u"host error!"_s);
+}
+
+TEST(FTPManagerControlTest, LineEndsAndNulAreRefusedBeforeAnythingIsSent)
+{
+    ControlServer server(answering("200 ok\r\n"));
+    FTPManager manager;
+    for (const QString& bad : { u"a.\rb"_s, u"a.\nb"_s, u"a.\0b"_s, u"a.\r\nDELE c"_s }) {
+        const auto record = recordFor(server);
+        EXPECT_FALSE(manager.deleteFileNamed(bad, record.get()));
+        EXPECT_FALSE(manager.deleteFile(bad, record.get()));
+        EXPECT_FALSE(manager.chmodFileNamed(bad, 644, record.get()));
+        const auto badFolder = recordFor(server, u'/' + bad);
+        EXPECT_FALSE(manager.deleteFileNamed(u"a.b"_s, badFolder.get()));
+        const auto badLogin = recordFor(server);
+        badLogin->setUsername(bad);
+        EXPECT_FALSE(manager.checkLogin(badLogin.get()));
+        badLogin->setUsername(u"user"_s);
+        badLogin->setPassword(bad);
+        EXPECT_FALSE(manager.checkLogin(badLogin.get()));
+    }
+
+    server.close();
+    EXPECT_TRUE(server.received().isEmpty());
+}
+
+TEST(FTPManagerControlTest, ALineThatFillsTheBufferIsSentAndALongerOneRefused)
+{
+    // 256 bytes hold "DELE ", the name, CR LF and a NUL.
+    const QString longest = u"."_s + QString(247, u'x');
+    const auto remove
+        = [&longest](FTPManager& manager, const FMServer* server) { return manager.deleteFileNamed(longest, server); };
+    EXPECT_TRUE(sentBy(remove).contains("DELE " + longest.toUtf8() + "\r\n"));
+
+    ControlServer server(answering("200 ok\r\n"));
+    FTPManager manager;
+    EXPECT_FALSE(manager.deleteFileNamed(longest + u'x', recordFor(server).get()));
+    EXPECT_FALSE(manager.deleteFileNamed(u"a.b"_s, recordFor(server, u'/' + QString(250, u'x')).get()));
+    const auto record = recordFor(server);
+    record->setPassword(QString(249, u'x'));
+    EXPECT_FALSE(manager.checkLogin(record.get()));
+    server.close();
+    EXPECT_TRUE(server.received().isEmpty());
+}
+
+TEST(FTPManagerControlTest, SixteenConversationsRunSideBySide)
+{
+    // The server answers none before all have come.
+    constexpr int count = 16;
+    std::atomic<int> arrived = 0;
+    std::promise<void> allArrived;
+    const std::shared_future<void> go = allArrived.get_future().share();
+    const ControlServer server([&](ControlPeer& peer) {
+        peer.receiveUntil("QUIT\r\n");
+        if (++arrived == count) {
+            allArrived.set_value();
+        }
+        go.wait();
+        peer.send("230 in\r\n");
+    });
+    std::vector<std::future<bool>> results;
+    results.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        results.push_back(
+            std::async(std::launch::async, [&server] { return FTPManager().checkLogin(recordFor(server).get()); }));
+    }
+
+    for (std::future<bool>& result : results) {
+        EXPECT_TRUE(result.get());
+    }
+}
+
+TEST(FTPManagerControlTest, NoDescriptorStaysOpenOnAnyPath)
+{
+    quint16 deadPort = 0;
+    {
+        const ControlServer dead(answering(""));
+        deadPort = dead.port();
+    }
+    const LogRecorder log;
+    const int before = openDescriptors();
+    {
+        const ControlServer server(answering("230 in\r\n"));
+        const ControlServer rude([](ControlPeer& peer) { peer.resetOnClose(); });
+        FTPManager manager;
+        for (int round = 0; round < 20; ++round) {
+            EXPECT_TRUE(manager.checkLogin(recordFor(server).get()));
+            (void)manager.checkLogin(recordFor(rude).get());
+            const auto unreachable = recordFor(server);
+            unreachable->setPort(deadPort);
+            EXPECT_FALSE(manager.checkLogin(unreachable.get()));
+            unreachable->setDestination(u"no such host"_s);
+            EXPECT_FALSE(manager.checkLogin(unreachable.get()));
+        }
+    }
+
+    EXPECT_TRUE(waitForDescriptors([before](int count) { return count == before; }));
+}
+
+} // namespace

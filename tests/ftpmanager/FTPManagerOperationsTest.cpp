@@ -1,0 +1,372 @@
+#include "FTPManager.h"
+#include "LogRecorder.h"
+#include "Printers.h"
+#include "ScriptedStreams.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using enum FTPStreamEvent;
+
+class FTPManagerOperationsTest : public ::testing::Test {
+protected:
+    using Operation = std::function<bool(const FMServer*)>;
+
+    /// Every public operation with arguments that are fine.
+    std::vector<Operation> operations()
+    {
+        return {
+            [this](const FMServer* server) { return m_manager.uploadData("x", u"name"_s, server); },
+            [this](const FMServer* server) { return m_manager.uploadFile(localFile("f", "x"), server); },
+            [this](const FMServer* server) { return m_manager.createNewFolder(u"name"_s, server); },
+            [this](const FMServer* server) { return m_manager.contentsOfServer(server).has_value(); },
+            [this](const FMServer* server) { return m_manager.downloadFile(u"name"_s, directoryURL(), server); },
+            [this](const FMServer* server) { return m_manager.deleteFileNamed(u"a.txt"_s, server); },
+            [this](const FMServer* server) { return m_manager.deleteFile(u"a.txt"_s, server); },
+            [this](const FMServer* server) { return m_manager.chmodFileNamed(u"a.txt"_s, 644, server); },
+            [this](const FMServer* server) { return m_manager.checkLogin(server); },
+        };
+    }
+
+    QUrl localFile(const QString& name, const QByteArray& contents) const
+    {
+        const QString path = m_directory.filePath(name);
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+        return QUrl::fromLocalFile(path);
+    }
+    QUrl localFile(const char* name, const QByteArray& contents) const
+    {
+        return localFile(QString::fromUtf8(name), contents);
+    }
+    QUrl directoryURL() const { return QUrl::fromLocalFile(m_directory.path()); }
+
+    std::optional<QList<ListingEntry>> list(const QByteArray& listing)
+    {
+        m_streams.reads.clear();
+        if (!listing.isEmpty()) {
+            m_streams.reads = { listing };
+        }
+        m_streams.turns.assign(static_cast<size_t>(listing.size() / 32768) + 2, { HasBytesAvailable });
+        return m_manager.contentsOfServer(m_server.get());
+    }
+
+    QTemporaryDir m_directory;
+    std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host/dir"_s, u"user"_s, u"word"_s);
+    ScriptedStreams m_streams;
+    FTPManager m_manager{ m_streams };
+};
+
+TEST_F(FTPManagerOperationsTest, NoRecordIsRefusedByEveryOperation)
+{
+    for (const Operation& operation : operations()) {
+        const LogRecorder log;
+
+        EXPECT_FALSE(operation(nullptr));
+
+        EXPECT_EQ(log.lines(), QStringList{ u"FMServer check failed: server cannot be nil"_s });
+    }
+    EXPECT_EQ(m_streams.calls, QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, AnIncompleteRecordIsRefusedByEveryOperationWithALineForEachFault)
+{
+    FMServer server;
+    server.setPort(0);
+    for (const Operation& operation : operations()) {
+        const LogRecorder log;
+
+        EXPECT_FALSE(operation(&server));
+
+        EXPECT_EQ(log.lines(),
+                  (QStringList{ u"FMServer check failed: destination cannot be nil"_s,
+                                u"FMServer check failed: username cannot be nil"_s,
+                                u"FMServer check failed: password cannot be nil"_s,
+                                u"FMServer check failed: port cannot be negative"_s }));
+    }
+    EXPECT_EQ(m_streams.calls, QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, NoDestinationAndNoUserNameAreLoggedInThisOrder)
+{
+    const auto server = FMServer::serverWithDestination(QString(), QString(), u"word"_s);
+    const LogRecorder log;
+
+    EXPECT_FALSE(m_manager.checkLogin(server.get()));
+
+    EXPECT_EQ(log.lines(),
+              (QStringList{ u"FMServer check failed: destination cannot be nil"_s,
+                            u"FMServer check failed: username cannot be nil"_s }));
+}
+
+TEST_F(FTPManagerOperationsTest, APortBelowOneIsRefused)
+{
+    for (const qint32 port : { 0, -5 }) {
+        m_server->setPort(port);
+        const LogRecorder log;
+
+        EXPECT_FALSE(m_manager.createNewFolder(u"name"_s, m_server.get()));
+
+        EXPECT_EQ(log.lines(), QStringList{ u"FMServer check failed: port cannot be negative"_s });
+    }
+}
+
+TEST_F(FTPManagerOperationsTest, EmptyTextsOfARecordAreAccepted)
+{
+    const auto server = FMServer::serverWithDestination(u""_s, u""_s, u""_s);
+    m_streams.turns = { { EndEncountered } };
+    const LogRecorder log;
+
+    EXPECT_TRUE(m_manager.createNewFolder(u"name"_s, server.get()));
+
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, AnAnonymousRecordIsAccepted)
+{
+    const auto server = FMServer::anonymousServerWithDestination(u"host"_s);
+    m_streams.turns = { { EndEncountered } };
+    const LogRecorder log;
+
+    EXPECT_TRUE(m_manager.createNewFolder(u"name"_s, server.get()));
+
+    EXPECT_EQ(log.lines(), QStringList());
+    EXPECT_EQ(m_streams.calls.mid(1, 2), (QStringList{ u"user anonymous"_s, u"password "_s }));
+}
+
+TEST_F(FTPManagerOperationsTest, UnusableArgumentsAreRefusedWithoutAWordOrAStream)
+{
+    const LogRecorder log;
+    const QUrl missing = QUrl::fromLocalFile(m_directory.filePath(u"missing"_s));
+
+    EXPECT_FALSE(m_manager.uploadData(QByteArray(), u"name"_s, m_server.get()));
+    EXPECT_FALSE(m_manager.uploadFile(QUrl(), m_server.get()));
+    EXPECT_FALSE(m_manager.uploadFile(missing, m_server.get()));
+    EXPECT_FALSE(m_manager.uploadFile(directoryURL(), m_server.get()));
+    EXPECT_FALSE(m_manager.createNewFolder(QString(), m_server.get()));
+    EXPECT_FALSE(m_manager.createNewFolder(u""_s, m_server.get()));
+    EXPECT_FALSE(m_manager.downloadFile(QString(), directoryURL(), m_server.get()));
+    EXPECT_FALSE(m_manager.downloadFile(u""_s, directoryURL(), m_server.get()));
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, QUrl(), m_server.get()));
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, missing, m_server.get()));
+    EXPECT_FALSE(m_manager.deleteFileNamed(QString(), m_server.get()));
+    EXPECT_FALSE(m_manager.deleteFile(QString(), m_server.get()));
+    EXPECT_FALSE(m_manager.chmodFileNamed(QString(), 644, m_server.get()));
+    EXPECT_FALSE(m_manager.chmodFileNamed(u"name"_s, 778, m_server.get()));
+
+    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, ANameThatLeadsOutOfTheLocalFolderIsRefused)
+{
+    for (const QString& name : { u".."_s, u"../name"_s, u"a/../../name"_s, u"na\0me"_s }) {
+        EXPECT_FALSE(m_manager.downloadFile(name, directoryURL(), m_server.get()));
+    }
+    EXPECT_EQ(m_streams.calls, QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, DataIsUploadedUnderItsName)
+{
+    m_streams.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
+
+    EXPECT_TRUE(m_manager.uploadData("hello", u"my file #1.txt"_s, m_server.get()));
+
+    EXPECT_EQ(m_streams.calls,
+              (QStringList{ u"upload ftp://host/dir/my%20file%20%231.txt 5"_s, u"user user"_s, u"password word"_s,
+                            u"open"_s, u"write 5"_s, u"close"_s }));
+}
+
+TEST_F(FTPManagerOperationsTest, AFileIsUploadedUnderItsOwnName)
+{
+    m_streams.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
+    m_server->setPort(2121);
+
+    EXPECT_TRUE(m_manager.uploadFile(localFile("50% caf\xC3\xA9.txt", "hello"), m_server.get()));
+
+    EXPECT_EQ(m_streams.calls.first(), u"upload ftp://host:2121/dir/50%25%20caf%C3%A9.txt 5"_s);
+    EXPECT_EQ(m_streams.written, "hello"_ba);
+}
+
+TEST_F(FTPManagerOperationsTest, AFolderIsCreatedAtALocationThatEndsInASlash)
+{
+    m_streams.turns = { { EndEncountered } };
+
+    EXPECT_TRUE(m_manager.createNewFolder(u"new folder"_s, m_server.get()));
+
+    EXPECT_EQ(m_streams.calls.first(), u"folder ftp://host/dir/new%20folder/"_s);
+}
+
+TEST_F(FTPManagerOperationsTest, AFolderIsListedAtALocationThatEndsInOneSlash)
+{
+    struct Row {
+        QString destination;
+        QString call;
+    };
+    for (const Row& row : {
+             Row{ u"host"_s, u"listing ftp://host/"_s },
+             Row{ u"host/"_s, u"listing ftp://host/"_s },
+             Row{ u"host/dir"_s, u"listing ftp://host/dir/"_s },
+             Row{ u"ftp://host/a/b/"_s, u"listing ftp://host/a/b/"_s },
+         }) {
+        m_server->setDestination(row.destination);
+        m_streams.calls.clear();
+
+        EXPECT_TRUE(list(""));
+
+        EXPECT_EQ(m_streams.calls.first(), row.call);
+    }
+}
+
+TEST_F(FTPManagerOperationsTest, ADownloadAsksForTheSizeAndOverwrites)
+{
+    localFile("name", "an old and longer text");
+    m_streams.reads = { "hello"_ba };
+    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
+
+    EXPECT_TRUE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
+
+    EXPECT_EQ(m_streams.calls,
+              (QStringList{ u"download ftp://host/dir/name"_s, u"user user"_s, u"password word"_s, u"fetch info"_s,
+                            u"open"_s, u"close"_s }));
+    QFile file(m_directory.filePath(u"name"_s));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "hello"_ba);
+}
+
+TEST_F(FTPManagerOperationsTest, ADownloadThatFailsMidwayLeavesNoFile)
+{
+    m_streams.reads = { "hel"_ba };
+    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable }, { ErrorOccurred } };
+    const LogRecorder log;
+
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
+
+    EXPECT_FALSE(QFile::exists(m_directory.filePath(u"name"_s)));
+}
+
+TEST_F(FTPManagerOperationsTest, AStreamThatCannotBeMadeFailsWithoutAWord)
+{
+    m_streams.refusesCreation = true;
+    const LogRecorder log;
+    const std::vector<Operation> all = operations();
+    for (size_t i = 0; i < 5; ++i) {
+        EXPECT_FALSE(all[i](m_server.get()));
+    }
+
+    EXPECT_EQ(m_streams.calls.size(), 5);
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, ADestinationThatIsNoLocationFailsWithoutAStream)
+{
+    m_server->setDestination(u"my host/dir"_s);
+    const LogRecorder log;
+    const std::vector<Operation> all = operations();
+    for (size_t i = 0; i < 5; ++i) {
+        EXPECT_FALSE(all[i](m_server.get()));
+    }
+
+    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, ARefusedLoginFailsBeforeTheStreamIsOpened)
+{
+    const std::vector<Operation> all = operations();
+    for (size_t i = 0; i < 5; ++i) {
+        m_streams.calls.clear();
+        m_streams.refusesUserName = true;
+        EXPECT_FALSE(all[i](m_server.get()));
+        EXPECT_EQ(m_streams.calls.mid(1), QStringList{ u"user user"_s });
+
+        m_streams.calls.clear();
+        m_streams.refusesUserName = false;
+        m_streams.refusesPassword = true;
+        EXPECT_FALSE(all[i](m_server.get()));
+        EXPECT_EQ(m_streams.calls.mid(1), (QStringList{ u"user user"_s, u"password word"_s }));
+        m_streams.refusesPassword = false;
+    }
+}
+
+TEST_F(FTPManagerOperationsTest, ADownloadThatFailsBeforeItRunsLeavesTheEmptyFile)
+{
+    m_streams.refusesFetchResourceInfo = true;
+
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
+
+    EXPECT_TRUE(QFile::exists(m_directory.filePath(u"name"_s)));
+    EXPECT_FALSE(m_streams.calls.contains(u"open"_s));
+}
+
+TEST_F(FTPManagerOperationsTest, AnEmptyListingHasNoEntries)
+{
+    const auto entries = list("");
+
+    ASSERT_TRUE(entries);
+    EXPECT_TRUE(entries->isEmpty());
+}
+
+TEST_F(FTPManagerOperationsTest, NamesInUtf8AreRepairedAndOthersMissing)
+{
+    const auto entries = list("total 2\r\n"
+                              "-rw-r--r-- 1 me us 7 2024-01-12 15:04:05 +0000 caf\xC3\xA9\r\n"
+                              "drwxr-x--- 1 me us 8 2024-01-12 15:04:05 +0000 caf\xE9\r\n"
+                              "unfinished");
+
+    ASSERT_TRUE(entries);
+    ASSERT_EQ(entries->size(), 2);
+    const ListingEntry& first = entries->at(0);
+    EXPECT_EQ(first.name, u"café"_s);
+    EXPECT_EQ(first.type, ListingEntry::plainFileType);
+    EXPECT_EQ(first.size, 7);
+    EXPECT_EQ(first.mode, 0644);
+    EXPECT_EQ(first.modDate, 1705071845000);
+    EXPECT_EQ(first.owner, u"me"_s);
+    EXPECT_EQ(first.group, u"us"_s);
+    EXPECT_TRUE(entries->at(1).name.isNull());
+    EXPECT_EQ(entries->at(1).rawName, "caf\xE9"_ba);
+    EXPECT_EQ(entries->at(1).type, ListingEntry::folderType);
+}
+
+TEST_F(FTPManagerOperationsTest, AListingThatCannotBeReadIsNothing)
+{
+    const LogRecorder log;
+
+    EXPECT_FALSE(list("-rw-r--r-- 1 a b 1 Jan 12 15:04 first\n" + QByteArray(1'100'000, 'x')));
+
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, AListingOfAHundredThousandEntriesIsRead)
+{
+    QByteArray listing;
+    for (int i = 0; i < 100'000; ++i) {
+        listing += "-rw-r--r-- 1 a b 1 Jan 12 15:04 name " + QByteArray::number(i) + "\r\n";
+    }
+
+    const auto entries = list(listing);
+
+    ASSERT_TRUE(entries);
+    EXPECT_EQ(entries->size(), 100'000);
+    EXPECT_EQ(entries->last().name, u"name 99999"_s);
+}
+
+TEST_F(FTPManagerOperationsTest, KnowsTheSizeOfLocalFiles)
+{
+    EXPECT_EQ(m_manager.fileSizeOf(localFile("f", "hello")), 5U);
+    EXPECT_EQ(m_manager.fileSizeOf(localFile("empty", "")), 0U);
+    EXPECT_EQ(m_manager.fileSizeOf(QUrl::fromLocalFile(m_directory.filePath(u"missing"_s))), 0U);
+    EXPECT_EQ(m_manager.fileSizeOf(QUrl()), 0U);
+}
+
+} // namespace

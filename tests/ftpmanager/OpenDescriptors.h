@@ -1,0 +1,9 @@
+#pragma once
+
+#include <functional>
+
+/// How many descriptors this process has open.
+int openDescriptors();
+
+/// Waits until @p condition holds for that number; false when it does not within 20 seconds.
+bool waitForDescriptors(const std::function<bool(int)>& condition);

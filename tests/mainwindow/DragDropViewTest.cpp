@@ -1,0 +1,152 @@
+#include "DragDropView.h"
+
+#include "ViewControllerTest.h"
+
+#include <QDragEnterEvent>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QUrl>
+
+namespace {
+
+class DragDropViewTest : public ViewControllerTest {
+protected:
+    DragDropView& view() { return control<DragDropView>("dragAndDropView"); }
+
+    /// Makes the drag name @p paths.
+    void name(const QStringList& paths)
+    {
+        QList<QUrl> urls;
+        for (const QString& path : paths) {
+            urls.append(QUrl::fromLocalFile(path));
+        }
+        m_data.setUrls(urls);
+    }
+
+    /// Sends the events of a whole drop; answers the action that was accepted.
+    Qt::DropAction drop(Qt::DropAction proposed = Qt::CopyAction)
+    {
+        QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        enter.setDropAction(proposed);
+        QApplication::sendEvent(&view(), &enter);
+        QDropEvent event({ 5, 5 }, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        event.setDropAction(proposed);
+        QApplication::sendEvent(&view(), &event);
+        return event.dropAction();
+    }
+
+    QMimeData m_data;
+};
+
+TEST_F(DragDropViewTest, ADragOfTextHighlightsAndOffersNothing)
+{
+    m_data.setText(u"text"_s);
+
+    EXPECT_EQ(view().draggingEntered(m_data), Qt::IgnoreAction);
+    EXPECT_TRUE(view().highlight());
+    view().draggingExited();
+    EXPECT_FALSE(view().highlight());
+}
+
+TEST_F(DragDropViewTest, ADragOfFilesHighlightsAndOffersACopy)
+{
+    name({ makeFile(u"a"_s) });
+
+    EXPECT_EQ(view().draggingEntered(m_data), Qt::CopyAction);
+    EXPECT_TRUE(view().highlight());
+}
+
+TEST_F(DragDropViewTest, EnterIsAcceptedInEitherCaseSoThatLeavingIsTold)
+{
+    m_data.setText(u"text"_s);
+    QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&view(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::IgnoreAction);
+    EXPECT_TRUE(view().highlight());
+
+    QDragLeaveEvent leave;
+    QApplication::sendEvent(&view(), &leave);
+
+    EXPECT_FALSE(view().highlight());
+}
+
+TEST_F(DragDropViewTest, FilesAreQueuedInTheDropsOrderAndFoldersPassedOver)
+{
+    const QString b = makeFile(u"b"_s);
+    const QString a = makeFile(u"a"_s);
+    name({ b, m_directory.path(), a, m_directory.filePath(u"missing"_s), b });
+
+    EXPECT_EQ(drop(Qt::MoveAction), Qt::CopyAction);
+
+    EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{ b, a, b }));
+    EXPECT_EQ(view().droppedFiles(), (QStringList{ b, a, b }));
+    EXPECT_TRUE(view().performDragOperation());
+    EXPECT_FALSE(view().highlight());
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(DragDropViewTest, ADropWithoutAPlainFileIsRefusedWithAnAlert)
+{
+    name({ m_directory.path() });
+
+    EXPECT_FALSE(view().prepareForDragOperation(m_data));
+
+    EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
+    answerSheet();
+    EXPECT_FALSE(view().performDragOperation());
+    drop();
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    answerSheet();
+}
+
+TEST_F(DragDropViewTest, ARefusedDropKeepsTheFilesOfTheLastAcceptedOne)
+{
+    const QString a = makeFile(u"a"_s);
+    name({ a });
+    ASSERT_TRUE(view().prepareForDragOperation(m_data));
+    name({ m_directory.path() });
+
+    EXPECT_FALSE(view().prepareForDragOperation(m_data));
+
+    EXPECT_EQ(view().droppedFiles(), QStringList{ a });
+    answerSheet();
+}
+
+TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
+{
+    view().displayDroppedFiles({ u"/a"_s, u"/b %1"_s });
+    EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n2) /b %1\n\n"_s);
+
+    view().displayDroppedFiles({});
+    EXPECT_EQ(view().textView()->toPlainText(), u""_s);
+}
+
+TEST_F(DragDropViewTest, TheHighlightIsDrawnAroundWhatIsRedrawnAndLeavesItsLineWidth)
+{
+    m_data.setText(u"text"_s);
+    const QRect part(30, 30, 60, 60);
+    QImage plain(view().size(), QImage::Format_RGB32);
+    view().render(&plain, part.topLeft(), part);
+
+    view().draggingEntered(m_data);
+    QImage lit(view().size(), QImage::Format_RGB32);
+    view().render(&lit, part.topLeft(), part);
+    view().draggingExited();
+
+    const QColor frame = view().palette().color(QPalette::Highlight);
+    EXPECT_EQ(lit.pixelColor(31, 60), frame);
+    EXPECT_NE(plain.pixelColor(31, 60), frame);
+    EXPECT_DOUBLE_EQ(DragDropView::defaultLineWidth(), 5.0);
+}
+
+TEST_F(DragDropViewTest, WithoutAWindowThereIsNoAlert)
+{
+    DragDropView alone;
+
+    alone.showAlert(u"Title"_s, u"text"_s);
+
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+} // namespace

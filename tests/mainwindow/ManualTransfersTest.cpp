@@ -1,0 +1,170 @@
+#include "StandardFolders.h"
+#include "ViewControllerTest.h"
+
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QTimer>
+
+namespace {
+
+using Kind = FakeFTPStream::Kind;
+
+class ManualTransfersTest : public ViewControllerTest {
+protected:
+    ManualTransfersTest()
+    {
+        control<QLineEdit>("destinationTextField").setText(u"sub"_s);
+        control<QLineEdit>("fileToDownloadTextField").setText(u"down.bin"_s);
+        control<QLineEdit>("fileToUploadTextField").setText(u"up.bin"_s);
+        control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
+        QFile file(downloadsDirectoryPath() + u"/up.bin"_s);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("hello");
+    }
+
+    /// Answers the next prompt with @p text, or cancels it when that is null.
+    void answerPrompt(const QString& text)
+    {
+        QObject::connect(&m_promptTimer, &QTimer::timeout, &m_promptTimer, [this, text] {
+            if (auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+                m_promptTimer.disconnect();
+                m_prompt = dialog->labelText();
+                dialog->setTextValue(text);
+                dialog->done(text.isNull() ? QDialog::Rejected : QDialog::Accepted);
+            }
+        });
+        m_promptTimer.start(1);
+    }
+
+    QTimer m_promptTimer;
+    QString m_prompt;
+};
+
+TEST_F(ManualTransfersTest, UploadStartsAndStops)
+{
+    m_controller->percentDone(50);
+
+    button("startStopUploadButton").click();
+    EXPECT_EQ(latest(Kind::Upload).location, u"ftp://host/in/sub/up.bin"_s);
+    tick();
+    EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 0);
+
+    button("startStopUploadButton").click();
+    tick();
+    EXPECT_EQ(text("auxiliaryStatusTextField"), u"Upload Stopped"_s);
+    EXPECT_FALSE(m_controller->pc().isSending());
+}
+
+TEST_F(ManualTransfersTest, DownloadStartsIntoTheDefaultPlaceAndStops)
+{
+    button("startStopDownloadButton").click();
+    EXPECT_EQ(latest(Kind::Download).location, u"ftp://host/in/down.bin/"_s);
+    EXPECT_TRUE(m_controller->gc().filePath().startsWith(downloadsDirectoryPath() + u'/'));
+    EXPECT_TRUE(m_controller->gc().filePath().endsWith(u"-down.bin"_s));
+
+    button("startStopDownloadButton").click();
+    tick();
+    EXPECT_EQ(text("auxiliaryStatusTextField"), u"Download Stopped"_s);
+}
+
+TEST_F(ManualTransfersTest, UploadAndDownloadDoNotAskForEachOther)
+{
+    button("startStopUploadButton").click();
+    button("startStopDownloadButton").click();
+    tick();
+
+    EXPECT_TRUE(m_controller->pc().isSending());
+    EXPECT_TRUE(m_controller->gc().isReceiving());
+    EXPECT_TRUE(button("stopButton").isEnabled());
+
+    button("stopButton").click();
+    EXPECT_FALSE(m_controller->pc().isSending());
+    EXPECT_FALSE(m_controller->gc().isReceiving());
+}
+
+TEST_F(ManualTransfersTest, TheListButtonListsTheManualFolderAndAnyOtherTheDestination)
+{
+    m_controller->addListEntries({ ListingEntry() });
+
+    button("startStopListButton").click();
+    EXPECT_EQ(latest(Kind::Listing).location, u"ftp://host/in/sub/"_s);
+    EXPECT_TRUE(m_controller->listEntries().isEmpty());
+    button("startStopListButton").click();
+    tick();
+    EXPECT_EQ(text("listingStatusTextField"), u"List Stopped"_s);
+
+    button("listDestinationButton").click();
+    EXPECT_EQ(latest(Kind::Listing).location, u"ftp://host/in/"_s);
+}
+
+TEST_F(ManualTransfersTest, AListWithoutADestinationReportsWhatTheControllerSays)
+{
+    unset(u"Address"_s);
+
+    button("listDestinationButton").click();
+    tick();
+
+    EXPECT_EQ(text("listingStatusTextField"), u"Invalid URL"_s);
+}
+
+TEST_F(ManualTransfersTest, ListAndCreateAskTheBusyGuard)
+{
+    button("startStopUploadButton").click();
+
+    button("startStopListButton").click();
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current upload to complete."_s });
+    answerSheet();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    button("startStopCreateButton").click();
+    EXPECT_EQ(shownSheets().size(), 1);
+    answerSheet();
+
+    EXPECT_EQ(count(Kind::Listing), 0);
+    EXPECT_EQ(count(Kind::Folder), 0);
+}
+
+TEST_F(ManualTransfersTest, CreateTakesNameAndPlaceFromTheFieldsAndStops)
+{
+    button("startStopCreateButton").click();
+    EXPECT_EQ(latest(Kind::Folder).location, u"ftp://host/in/sub/new/"_s);
+
+    button("startStopCreateButton").click();
+    tick();
+    EXPECT_EQ(text("auxiliaryStatusTextField"), u"Create Stopped"_s);
+}
+
+TEST_F(ManualTransfersTest, TheCreateButtonAsksForANameAndCreatesItInTheDestination)
+{
+    answerPrompt(u"asked"_s);
+
+    button("createButton").click();
+
+    EXPECT_EQ(m_prompt, u"Enter name of folder to create."_s);
+    EXPECT_EQ(latest(Kind::Folder).location, u"ftp://host/in/asked"_s);
+}
+
+TEST_F(ManualTransfersTest, WithoutANameNothingIsCreated)
+{
+    for (const QString& answer : { QString(), u""_s }) {
+        answerPrompt(answer);
+
+        button("createButton").click();
+
+        EXPECT_EQ(count(Kind::Folder), 0);
+    }
+}
+
+TEST_F(ManualTransfersTest, TheCreateButtonAsksBeforeItStopsARunningCreation)
+{
+    button("startStopCreateButton").click();
+    answerPrompt(u"asked"_s);
+
+    button("createButton").click();
+    tick();
+
+    EXPECT_EQ(m_prompt, u"Enter name of folder to create."_s);
+    EXPECT_EQ(text("auxiliaryStatusTextField"), u"Create Stopped"_s);
+    EXPECT_EQ(count(Kind::Folder), 1);
+}
+
+} // namespace

@@ -1,0 +1,137 @@
+#include "ViewControllerTest.h"
+
+namespace {
+
+using ViewControllerReportsTest = ViewControllerTest;
+
+const QString checkSettings
+    = u"Check Settings: An error occurred.\n\nPlease check your preference settings for correct FTP server passsword, "
+      "username and folder location."_s;
+
+TEST_F(ViewControllerReportsTest, StatusTextsShowInBothWindowsWithTheNextTick)
+{
+    m_controller->updateStatus(u"Opened connection"_s);
+    m_controller->updateListingStatus(u"Receiving"_s);
+    tick();
+
+    EXPECT_EQ(text("statusTextField"), u"Opened connection"_s);
+    EXPECT_EQ(text("auxiliaryStatusTextField"), u"Opened connection"_s);
+    EXPECT_EQ(text("listingStatusTextField"), u"Receiving"_s);
+}
+
+TEST_F(ViewControllerReportsTest, OnlyATextThatHoldsErrorRaisesTheAlert)
+{
+    m_controller->updateStatus(u"Upload succeeded"_s);
+    m_controller->updateStatus(u"FTP error 550"_s);
+    m_controller->updateListingStatus(u"Listing succeeded"_s);
+    EXPECT_TRUE(shownSheets().isEmpty());
+
+    m_controller->updateListingStatus(u"Error: Check Settings"_s);
+    EXPECT_EQ(shownSheets(), QStringList{ checkSettings });
+    answerSheet();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+
+    m_controller->updateStatus(u"Sending \"Error.log\""_s);
+    EXPECT_EQ(shownSheets(), QStringList{ checkSettings });
+    answerSheet();
+}
+
+TEST_F(ViewControllerReportsTest, TwoFailuresAcknowledgedBetweenRaiseTwoAlerts)
+{
+    for (int failure = 0; failure < 2; ++failure) {
+        m_controller->updateStatus(u"Error"_s);
+        ASSERT_EQ(shownSheets().size(), 1);
+        answerSheet();
+        ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    }
+}
+
+TEST_F(ViewControllerReportsTest, AWindowThatIsNotShownRaisesNoAlert)
+{
+    m_controller->window().hide();
+
+    m_controller->updateStatus(u"Error"_s);
+    m_controller->window().show();
+    drainEventLoop();
+
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(ViewControllerReportsTest, PercentShowsInBothWindows)
+{
+    m_controller->percentDone(42.7F);
+    tick();
+
+    EXPECT_EQ(bar("percentProgressIndicator").value(), 42);
+    EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 42);
+}
+
+TEST_F(ViewControllerReportsTest, BytesPassThroughSinglePrecision)
+{
+    m_controller->bytesDone(static_cast<float>(16777217));
+    tick();
+    EXPECT_EQ(text("bytesFormattedTextField"), u"16.8 MB"_s);
+    EXPECT_EQ(text("bytesFormattedTextField"), ViewController::stringForFileSize(16777216));
+
+    m_controller->bytesDone(999);
+    tick();
+    EXPECT_EQ(text("bytesFormattedTextField"), u"999 bytes"_s);
+}
+
+TEST_F(ViewControllerReportsTest, TheEndOfAnUploadResetsTheProgress)
+{
+    m_controller->percentDone(100);
+    m_controller->bytesDone(5);
+    tick();
+
+    m_controller->uploadDone();
+    tick();
+
+    EXPECT_EQ(bar("percentProgressIndicator").value(), 0);
+    EXPECT_EQ(text("bytesFormattedTextField"), u""_s);
+    EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 100); // Stays until a manual transfer starts.
+}
+
+TEST_F(ViewControllerReportsTest, EntriesAreAppendedInTheirOrder)
+{
+    ListingEntry a;
+    a.name = u"a"_s;
+    ListingEntry b;
+    b.name = u"b"_s;
+
+    m_controller->addListEntries({ b, a });
+    m_controller->addListEntries({ b });
+
+    ASSERT_EQ(m_controller->listEntries().size(), 3);
+    EXPECT_EQ(m_controller->listEntries().first().name, u"b"_s);
+}
+
+TEST_F(ViewControllerReportsTest, TheBusyGuardTellsWhatIsRunning)
+{
+    EXPECT_FALSE(m_controller->alertSendingOrReceiving());
+    m_controller->listFTPDestination();
+    EXPECT_FALSE(m_controller->alertSendingOrReceiving());
+
+    m_controller->startStopDownload();
+    EXPECT_TRUE(m_controller->alertSendingOrReceiving());
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current download to complete."_s });
+    answerSheet();
+    m_controller->stopButtonAction();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    EXPECT_TRUE(m_controller->alertSendingOrReceiving());
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current upload to complete."_s });
+    answerSheet();
+}
+
+TEST_F(ViewControllerReportsTest, SizesAndNumbersAreWrittenAsDescribed)
+{
+    EXPECT_EQ(ViewController::stringForFileSize(0), u"Zero KB"_s);
+    EXPECT_EQ(ViewController::stringForFileSize(1), u"1 byte"_s);
+    EXPECT_EQ(ViewController::stringForFileSize(1234567898), u"1.23 GB"_s);
+    EXPECT_EQ(ViewController::stringForNumberAsUnits(2.05, u"MB"_s), u"2 MB"_s);
+}
+
+} // namespace

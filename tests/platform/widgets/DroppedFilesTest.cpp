@@ -1,0 +1,73 @@
+#include "DroppedFiles.h"
+
+#include "Printers.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMimeData>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class DroppedFilesTest : public ::testing::Test {
+protected:
+    QString make(const QString& name)
+    {
+        QFile file(m_directory.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        return file.fileName();
+    }
+
+    QTemporaryDir m_directory;
+    QMimeData m_data;
+};
+
+TEST_F(DroppedFilesTest, KeepsPlainFilesInTheirOrder)
+{
+    const QString second = make(u"b"_s);
+    const QString first = make(u"a"_s);
+    m_data.setUrls({ QUrl::fromLocalFile(second), QUrl::fromLocalFile(m_directory.path()), QUrl::fromLocalFile(first),
+                     QUrl::fromLocalFile(m_directory.filePath(u"missing"_s)), QUrl::fromLocalFile(second) });
+
+    EXPECT_TRUE(namesLocalFiles(m_data));
+    EXPECT_EQ(plainLocalFiles(m_data), (QStringList{ second, first, second }));
+}
+
+TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
+{
+    const QString path = make(u"a b%41#é.txt"_s);
+    m_data.setData(u"text/uri-list"_s, QUrl::fromLocalFile(path).toEncoded() + "\r\n");
+
+    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
+}
+
+TEST_F(DroppedFilesTest, FollowsLinks)
+{
+    const QString file = make(u"a"_s);
+    const QString toFile = m_directory.filePath(u"to-file"_s);
+    const QString toFolder = m_directory.filePath(u"to-folder"_s);
+    const QString toNothing = m_directory.filePath(u"to-nothing"_s);
+    QFile::link(file, toFile);
+    QFile::link(m_directory.path(), toFolder);
+    QFile::link(m_directory.filePath(u"missing"_s), toNothing);
+    m_data.setUrls({ QUrl::fromLocalFile(toFile), QUrl::fromLocalFile(toFolder), QUrl::fromLocalFile(toNothing) });
+
+    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ toFile });
+}
+
+TEST_F(DroppedFilesTest, OtherDataNamesNoFiles)
+{
+    EXPECT_FALSE(namesLocalFiles(m_data));
+    m_data.setText(u"some text"_s);
+    EXPECT_FALSE(namesLocalFiles(m_data));
+    m_data.setUrls({ QUrl(u"http://host/a"_s) });
+    EXPECT_FALSE(namesLocalFiles(m_data));
+    EXPECT_TRUE(plainLocalFiles(m_data).isEmpty());
+}
+
+} // namespace

@@ -1,0 +1,148 @@
+#include "SheetQueue.h"
+
+#include "Printers.h"
+#include "Sheets.h"
+#include "WaitFor.h"
+
+#include <QLabel>
+#include <QTest>
+#include <QWidget>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class SheetQueueTest : public ::testing::Test {
+protected:
+    SheetQueueTest() { m_window.show(); }
+
+    void raise(const QString& title, const QString& text = u"text"_s)
+    {
+        m_queue.raise({ .title = title, .text = text });
+    }
+    static bool waitForSheet(const QString& title)
+    {
+        return waitFor([&title] { return shownSheets() == QStringList{ title + u": text"_s }; });
+    }
+
+    QWidget m_window;
+    SheetQueue& m_queue = SheetQueue::of(m_window);
+};
+
+TEST_F(SheetQueueTest, AWindowHasOneQueue)
+{
+    EXPECT_EQ(&SheetQueue::of(m_window), &m_queue);
+}
+
+TEST_F(SheetQueueTest, SheetsShowOneAtATimeInTheOrderRaised)
+{
+    raise(u"one"_s);
+    raise(u"two"_s);
+    raise(u"three"_s);
+
+    ASSERT_TRUE(waitForSheet(u"one"_s));
+    answerSheet();
+    ASSERT_TRUE(waitForSheet(u"two"_s));
+    answerSheet();
+    ASSERT_TRUE(waitForSheet(u"three"_s));
+    answerSheet();
+    EXPECT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+}
+
+TEST_F(SheetQueueTest, AnEqualSheetIsMergedWhileItShowsOrWaits)
+{
+    raise(u"one"_s);
+    raise(u"two"_s);
+    raise(u"one"_s);
+    raise(u"two"_s);
+
+    answerSheet();
+    ASSERT_TRUE(waitForSheet(u"two"_s));
+    answerSheet();
+    drainEventLoop();
+
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(SheetQueueTest, AnAcknowledgedSheetCanBeRaisedAgain)
+{
+    raise(u"one"_s);
+    answerSheet();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+
+    raise(u"one"_s);
+
+    EXPECT_TRUE(waitForSheet(u"one"_s));
+    answerSheet();
+}
+
+TEST_F(SheetQueueTest, EqualTitlesWithOtherTextsAreNotMerged)
+{
+    raise(u"one"_s, u"a"_s);
+    raise(u"one"_s, u"b"_s);
+
+    answerSheet();
+
+    EXPECT_TRUE(waitFor([] { return shownSheets() == QStringList{ u"one: b"_s }; }));
+    answerSheet();
+}
+
+TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
+{
+    raise(u"<b>bold</b>"_s, u"<img src='x'>"_s);
+
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+        if (const auto* const box = qobject_cast<const QMessageBox*>(window)) {
+            for (const QLabel* label : box->findChildren<QLabel*>()) {
+                EXPECT_TRUE(label->text().isEmpty() || label->textFormat() == Qt::PlainText)
+                    << label->text().toStdString();
+            }
+        }
+    }
+    answerSheet();
+}
+
+TEST_F(SheetQueueTest, ReturnAnswersTheDefaultButtonAndTheOtherOneMustBeChosen)
+{
+    int chosen = 0;
+    const Sheet question{ .title = u"Sure?"_s,
+                          .text = u"text"_s,
+                          .defaultButton = u"Cancel"_s,
+                          .alternateButton = u"Delete"_s,
+                          .onAlternate = [&chosen] { ++chosen; } };
+    m_queue.raise(question);
+    QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return);
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    EXPECT_EQ(chosen, 0);
+
+    m_queue.raise(question);
+    QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape);
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    EXPECT_EQ(chosen, 0);
+
+    m_queue.raise(question);
+    answerSheet(u"Delete"_s);
+    EXPECT_TRUE(waitFor([&chosen] { return chosen == 1; }));
+}
+
+TEST_F(SheetQueueTest, QuestionsWithAChoiceAreNotMerged)
+{
+    int chosen = 0;
+    for (int i = 0; i < 2; ++i) {
+        m_queue.raise({ .title = u"Sure?"_s,
+                        .text = u"text"_s,
+                        .defaultButton = u"Cancel"_s,
+                        .alternateButton = u"Delete"_s,
+                        .onAlternate = [&chosen] { ++chosen; } });
+    }
+
+    answerSheet(u"Delete"_s);
+    ASSERT_TRUE(waitForSheet(u"Sure?"_s));
+    answerSheet(u"Delete"_s);
+
+    EXPECT_TRUE(waitFor([&chosen] { return chosen == 2; }));
+}
+
+} // namespace

@@ -1,0 +1,73 @@
+#include "TextPrompt.h"
+
+#include "ModalState.h"
+#include "Printers.h"
+
+#include <QApplication>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Calls @p act with the prompt as soon as it shows.
+void whenShown(QObject& context, std::function<void(QInputDialog&)> act)
+{
+    auto* const timer = new QTimer(&context);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, act = std::move(act)] {
+        if (auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+            timer->stop();
+            act(*dialog);
+        }
+    });
+    timer->start(1);
+}
+
+class TextPromptTest : public ::testing::Test {
+protected:
+    QObject m_context;
+};
+
+TEST_F(TextPromptTest, AnswersTheTextThatWasTyped)
+{
+    bool wasHeld = false;
+    QString label;
+    whenShown(m_context, [&wasHeld, &label](QInputDialog& dialog) {
+        wasHeld = isMainLoopHeld();
+        label = dialog.labelText();
+        auto* const field = dialog.findChild<QLineEdit*>();
+        field->clear();
+        QTest::keyClicks(field, u" new name "_s);
+        QTest::keyClick(field, Qt::Key_Return);
+    });
+
+    EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u" new name "_s);
+    EXPECT_TRUE(wasHeld);
+    EXPECT_EQ(label, u"Name?"_s);
+}
+
+TEST_F(TextPromptTest, OffersTheDefault)
+{
+    whenShown(m_context, [](QInputDialog& dialog) { dialog.accept(); });
+
+    EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u"old"_s);
+}
+
+TEST_F(TextPromptTest, AnEmptyTextIsAnAnswerAndCancelIsNone)
+{
+    whenShown(m_context, [](QInputDialog& dialog) { dialog.accept(); });
+    const QString empty = promptForText(nullptr, u"Name?"_s, u""_s);
+    whenShown(m_context, [](QInputDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    const QString cancelled = promptForText(nullptr, u"Name?"_s, u"old"_s);
+
+    EXPECT_TRUE(empty.isEmpty());
+    EXPECT_FALSE(empty.isNull());
+    EXPECT_TRUE(cancelled.isNull());
+}
+
+} // namespace

@@ -1,0 +1,107 @@
+#!/usr/bin/python3
+"""Runs a real FTP server for a test:  real_server.py MAKE ROOT  (makes: vsftpd, proftpd, pyftpdlib)
+
+The server listens on a free port of 127.0.0.1 and serves the folder ROOT, which is where its login begins. Uploading,
+overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
+accounts play no part, and it works for any user.
+
+When the server takes logins, one line "port N user U password P" is printed. The server ends when stdin closes, on
+SIGTERM, or with its parent.
+
+vsftpd and proftpd come from build/servers, where scripts/fetch-test-servers puts them, or else from the system.
+"""
+
+import ftplib
+import os
+import secrets
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+import real_server_makes
+from process_lifetime import end_with_parent, stop_when_released
+
+START_SECONDS = 20
+ATTEMPTS = 4
+
+
+def free_port():
+    with socket.socket() as listener:
+        listener.bind(("127.0.0.1", 0))
+        return listener.getsockname()[1]
+
+
+def log_in(login):
+    """A session with the server at the login's port, or None. Only our server knows the password."""
+    client = ftplib.FTP()
+    try:
+        client.connect("127.0.0.1", login.port, timeout=5)
+        client.login(login.user, login.password)
+        return client
+    except (OSError, EOFError, ftplib.Error):
+        client.close()
+        return None
+
+
+def start(make, root, folder):
+    """Starts the server and answers its process, its login and a session; raises OSError when it cannot be started."""
+    log_path = os.path.join(folder, "log")
+    for _ in range(ATTEMPTS):
+        login = real_server_makes.Login(free_port(), make.user, secrets.token_hex(8))
+        with open(log_path, "wb") as log:
+            process = subprocess.Popen(
+                make.prepare(login, root, folder),
+                stdin=subprocess.DEVNULL,
+                stdout=log,
+                stderr=subprocess.STDOUT,
+                env={**os.environ, **real_server_makes.environment()},
+                start_new_session=True,
+                preexec_fn=end_with_parent(signal.SIGKILL),
+            )
+        deadline = time.monotonic() + START_SECONDS
+        while process.poll() is None and time.monotonic() < deadline:
+            session = log_in(login)
+            if session is not None:
+                return process, login, session
+            time.sleep(0.01)
+        kill(process)
+        # Somebody else may have taken the port before the server did: another one may be free.
+    with open(log_path, encoding="utf-8", errors="replace") as log:
+        raise OSError(f"{sys.argv[1]} does not start: {log.read().strip()}")
+
+
+def kill(process):
+    """Ends the server and the processes that it serves connections with."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
+
+
+def main():
+    if len(sys.argv) != 3 or sys.argv[1] not in real_server_makes.MAKES:
+        sys.exit(__doc__)
+    released = threading.Event()
+    stop_when_released(released.set)
+    with tempfile.TemporaryDirectory(prefix="real-server-") as folder:
+        try:
+            make = real_server_makes.MAKES[sys.argv[1]]()
+            # The session stays open: when one ends, proftpd takes nobody else for 0.4 s.
+            process, login, session = start(make, os.path.abspath(sys.argv[2]), folder)
+        except OSError as error:
+            sys.exit(f"real_server.py: {error}")
+        try:
+            print(f"port {login.port} user {login.user} password {login.password}", flush=True)
+            released.wait()
+        finally:
+            session.close()
+            kill(process)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,151 @@
+"""The makes of servers that real_server.py runs: how each is told what to serve, to whom and where."""
+
+import ctypes
+import dataclasses
+import grp
+import os
+import pwd
+import shutil
+import sys
+
+FETCHED = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", "..", "build", "servers"))
+
+
+@dataclasses.dataclass
+class Login:
+    port: int
+    user: str
+    password: str
+
+
+def environment():
+    """The environment for servers from FETCHED: the libraries that came with them are found there."""
+    folders = [os.path.dirname(path) for path in _libraries()]
+    return {"LD_LIBRARY_PATH": ":".join(dict.fromkeys(folders))} if folders else {}
+
+
+def _libraries():
+    for top in ("lib", "usr/lib"):
+        for folder, _, names in os.walk(os.path.join(FETCHED, top)):
+            yield from (os.path.join(folder, name) for name in names if ".so." in name)
+
+
+def _program(name):
+    path = shutil.which(name, path=os.path.join(FETCHED, "usr", "sbin") + ":/usr/sbin:/usr/local/sbin")
+    if path is None:
+        raise OSError(f"{name} is missing; scripts/fetch-test-servers brings it")
+    return path
+
+
+def _caller():
+    return pwd.getpwuid(os.getuid())
+
+
+def _write(folder, name, text):
+    path = os.path.join(folder, name)
+    with open(os.open(path, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600), "w", encoding="utf-8") as file:
+        file.write(text)
+    return path
+
+
+class Vsftpd:
+    """Run as its caller, vsftpd can only serve the anonymous user; a list of addresses makes its password count."""
+
+    user = "anonymous"
+
+    def __init__(self):
+        self._path = _program("vsftpd")
+
+    def prepare(self, login, root, folder):
+        empty = os.path.join(folder, "empty")
+        os.makedirs(empty, exist_ok=True)
+        caller = _caller().pw_name
+        settings = {
+            "listen": "YES",
+            "listen_address": "127.0.0.1",
+            "listen_port": login.port,
+            "background": "NO",
+            "run_as_launching_user": "YES",
+            "nopriv_user": caller,
+            "secure_chroot_dir": empty,
+            "seccomp_sandbox": "NO",
+            "anonymous_enable": "YES",
+            "ftp_username": caller,
+            "anon_root": root,
+            "allow_writeable_chroot": "YES",
+            "secure_email_list_enable": "YES",
+            "email_password_file": _write(folder, "passwords", login.password + "\n"),
+            "write_enable": "YES",
+            "anon_upload_enable": "YES",
+            "anon_mkdir_write_enable": "YES",
+            "anon_other_write_enable": "YES",
+            "anon_world_readable_only": "NO",
+            "anon_umask": "022",
+            "delay_failed_login": 0,
+            "delay_successful_login": 0,
+            "xferlog_enable": "NO",
+            "syslog_enable": "NO",
+        }
+        lines = "".join(f"{name}={value}\n" for name, value in settings.items())
+        return [self._path, _write(folder, "vsftpd.conf", lines)]
+
+
+class Proftpd:
+    user = "tester"
+
+    def __init__(self):
+        self._path = _program("proftpd")
+
+    def prepare(self, login, root, folder):
+        caller = _caller()
+        _write(folder, "users", f"{login.user}:{_crypt(login.password)}:{caller.pw_uid}:{caller.pw_gid}::{root}:\n")
+        _write(folder, "groups", f"tester:x:{caller.pw_gid}:\n")
+        lines = f"""
+            ServerType standalone
+            DefaultAddress 127.0.0.1
+            SocketBindTight on
+            Port {login.port}
+            UseIPv6 off
+            UseReverseDNS off
+            User {caller.pw_name}
+            Group {grp.getgrgid(caller.pw_gid).gr_name}
+            AuthOrder mod_auth_file.c
+            AuthUserFile "{folder}/users"
+            AuthGroupFile "{folder}/groups"
+            RequireValidShell off
+            UseFtpUsers off
+            RootLogin on
+            Umask 022
+            AllowOverwrite on
+            PidFile "{folder}/pid"
+            ScoreboardFile none
+            TransferLog none
+            SystemLog none
+            WtmpLog off
+            <IfModule mod_delay.c>
+              DelayEngine off
+            </IfModule>
+            <IfModule mod_lang.c>
+              UseEncoding off
+            </IfModule>
+        """
+        return [self._path, "--nodaemon", "--config", _write(folder, "proftpd.conf", lines)]
+
+
+class Pyftpdlib:
+    user = "tester"
+
+    def prepare(self, login, root, folder):
+        program = os.path.join(os.path.dirname(os.path.abspath(__file__)), "pyftpdlib_server.py")
+        password = _write(folder, "password", login.password)
+        return [sys.executable, program, str(login.port), login.user, password, root]
+
+
+def _crypt(password):
+    """The hash of a password, as password files hold it (SHA-512)."""
+    crypt = ctypes.CDLL("libcrypt.so.1").crypt
+    crypt.restype = ctypes.c_char_p
+    return crypt(password.encode(), b"$6$" + os.urandom(6).hex().encode() + b"$").decode()
+
+
+MAKES = {"vsftpd": Vsftpd, "proftpd": Proftpd, "pyftpdlib": Pyftpdlib}
