@@ -5,6 +5,7 @@ exactly as long as its stdin: when the test ends, however it ends, stdin closes 
 """
 
 import asyncio
+import contextlib
 import json
 import os
 import queue
@@ -44,20 +45,25 @@ class Reporter:
                 return
 
 
-async def until_released(on_line):
-    """Hands every line of stdin to on_line and returns when stdin closes or SIGTERM comes."""
-    loop = asyncio.get_running_loop()
-    released = asyncio.Event()
-    for number in (signal.SIGTERM, signal.SIGINT):
-        loop.add_signal_handler(number, released.set)
+class Lifeline:
+    """Tells when to stop. Made first of all, inside the running loop, so that no signal finds the helper unprepared."""
 
-    def receive():
+    def __init__(self):
+        self._loop = asyncio.get_running_loop()
+        self._released = asyncio.Event()
+        for number in (signal.SIGTERM, signal.SIGINT):
+            self._loop.add_signal_handler(number, self._released.set)
+
+    async def held(self, on_line):
+        """Hands every line of stdin to on_line, and returns when stdin closes or a signal comes."""
+        threading.Thread(target=self._receive, args=(on_line,), daemon=True).start()
+        await self._released.wait()
+
+    def _receive(self, on_line):
         pending = b""
-        while chunk := os.read(sys.stdin.fileno(), 65536):
-            *lines, pending = (pending + chunk).split(b"\n")
-            for line in lines:
-                loop.call_soon_threadsafe(on_line, line)
-        loop.call_soon_threadsafe(released.set)
-
-    threading.Thread(target=receive, daemon=True).start()
-    await released.wait()
+        with contextlib.suppress(RuntimeError):  # The loop has ended already.
+            while chunk := os.read(sys.stdin.fileno(), 65536):
+                *lines, pending = (pending + chunk).split(b"\n")
+                for line in lines:
+                    self._loop.call_soon_threadsafe(on_line, line)
+            self._loop.call_soon_threadsafe(self._released.set)

@@ -93,7 +93,7 @@ import socket
 import sys
 import tempfile
 
-from lifeline import Reporter, until_released
+from lifeline import Lifeline, Reporter
 from scripted_files import ServedFolder
 from scripted_rules import Rules, parse_step
 from scripted_session import Session
@@ -174,12 +174,13 @@ def listening_socket(address, port):
 
 async def main(options, reporter):
     """Serves until released."""
+    lifeline = Lifeline()
     with tempfile.TemporaryDirectory(prefix="scripted-server-") as own_folder:
         server = ScriptedServer(ServedFolder(options.root or own_folder), Rules(options.rules), reporter)
         listener = listening_socket(options.address, options.port)
         reporter.line(f"port {listener.getsockname()[1]}")
         serving = asyncio.create_task(server.serve(listener))
-        await until_released(server.hear)
+        await lifeline.held(server.hear)
         serving.cancel()
 
 
