@@ -26,7 +26,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(appLog, "app")
 
-constexpr int RefreshDelayMs = 1000;
+constexpr int refreshDelayMs = 1000;
 
 } // namespace
 
@@ -69,7 +69,7 @@ void AppDelegate::openFiles(const QStringList& paths)
 
 void AppDelegate::updateWindowTitleAndList()
 {
-    RunLoop::dispatchAfter(RefreshDelayMs, this, [this] {
+    RunLoop::dispatchAfter(refreshDelayMs, this, [this] {
         findMainWindow();
         if (m_mainWindow == nullptr) {
             return;
@@ -79,7 +79,7 @@ void AppDelegate::updateWindowTitleAndList()
             m_mainWindow->setWindowTitle(u"No FTP Destination"_s);
             return;
         }
-        RunLoop::dispatchAfter(RefreshDelayMs, this, [this, destination] {
+        RunLoop::dispatchAfter(refreshDelayMs, this, [this, destination] {
             if (m_mainWindow != nullptr) {
                 m_mainWindow->setWindowTitle(destination);
             }

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int CallTimeoutMs = 5000;
+constexpr int callTimeoutMs = 5000;
 
 QString objectPath(const QString& busName)
 {
@@ -31,7 +31,7 @@ ApplicationService::ApplicationService(QObject* parent, Handler handler)
 
 QString ApplicationService::busName(const QString& programName)
 {
-    const QString product = u"io.github.quillbox.Quillbox"_s;
+    QString product = u"io.github.quillbox.Quillbox"_s;
     if (programName == u"Quillbox"_s) {
         return product;
     }
@@ -61,7 +61,7 @@ bool ApplicationService::handOver(const QString& programName, const QStringList&
         call << uris;
     }
     call << QVariantMap();
-    return bus.call(call, QDBus::Block, CallTimeoutMs).type() == QDBusMessage::ReplyMessage;
+    return bus.call(call, QDBus::Block, callTimeoutMs).type() == QDBusMessage::ReplyMessage;
 }
 
 bool ApplicationService::registerFor(const QString& programName)

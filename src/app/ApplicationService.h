@@ -31,7 +31,7 @@ public:
     /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
     bool registerFor(const QString& programName);
 
-public slots:
+public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     // The names are those of the interface.
     // NOLINTBEGIN(readability-identifier-naming)
     void Activate(const QVariantMap& platformData);

@@ -16,7 +16,7 @@ namespace {
 
 qreal pathLineWidth = 1.0;
 
-constexpr qreal HighlightLineWidth = 5.0;
+constexpr qreal highlightLineWidth = 5.0;
 
 } // namespace
 
@@ -116,7 +116,7 @@ void DragDropView::paintEvent(QPaintEvent* event)
     drawEmptyState(painter);
     if (m_highlight) {
         // Kept: around what is being redrawn, and the width stays set afterwards.
-        pathLineWidth = HighlightLineWidth;
+        pathLineWidth = highlightLineWidth;
         painter.setPen(QPen(palette().color(QPalette::Highlight), pathLineWidth));
         painter.setBrush(Qt::NoBrush);
         painter.drawRect(event->rect());

@@ -23,7 +23,7 @@ def end_with_parent(number):
 
 
 def stop_when_released(stop):
-    """Calls `stop` once or more, from any thread, when stdin closes, SIGTERM or SIGINT comes, or our parent ends."""
+    """Calls `stop` once or more, from a thread or a signal handler, when stdin closes, SIGTERM or SIGINT comes, or our parent ends."""
     for number in (signal.SIGTERM, signal.SIGINT):
         signal.signal(number, lambda *_: stop())
     _libc.prctl(PR_SET_PDEATHSIG, signal.SIGTERM, 0, 0, 0)

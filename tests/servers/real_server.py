@@ -13,13 +13,13 @@ vsftpd and proftpd come from build/servers, where scripts/fetch-test-servers put
 
 import ftplib
 import os
+import queue
 import secrets
 import signal
 import socket
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 
 import real_server_makes
@@ -86,8 +86,9 @@ def kill(process):
 def main():
     if len(sys.argv) != 3 or sys.argv[1] not in real_server_makes.MAKES:
         sys.exit(__doc__)
-    released = threading.Event()
-    stop_when_released(released.set)
+    # Unlike an event, it may be put into by a signal handler.
+    released = queue.SimpleQueue()
+    stop_when_released(lambda: released.put(None))
     with tempfile.TemporaryDirectory(prefix="real-server-") as folder:
         try:
             make = real_server_makes.MAKES[sys.argv[1]]()
@@ -97,7 +98,7 @@ def main():
             sys.exit(f"real_server.py: {error}")
         try:
             print(f"port {login.port} user {login.user} password {login.password}", flush=True)
-            released.wait()
+            released.get()
         finally:
             session.close()
             kill(process)

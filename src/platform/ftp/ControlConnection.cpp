@@ -12,7 +12,7 @@ ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
     , m_gate(gate)
 {
     m_socket.setProxy(QNetworkProxy::NoProxy);
-    m_socket.setReadBufferSize(ReplyParser::LineLimit); // A flood stays in the kernel while the loop is held.
+    m_socket.setReadBufferSize(ReplyParser::lineLimit); // A flood stays in the kernel while the loop is held.
     connect(&m_socket, &QTcpSocket::connected, this, [this] {
         m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
         m_socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);

@@ -38,7 +38,7 @@ std::optional<Reply> ReplyParser::next()
 {
     while (!m_broken) {
         const qsizetype end = m_bytes.indexOf('\n', m_searched);
-        if ((end < 0 ? m_bytes.size() : end) - m_start > LineLimit) {
+        if ((end < 0 ? m_bytes.size() : end) - m_start > lineLimit) {
             m_broken = true;
             break;
         }
@@ -74,7 +74,7 @@ std::optional<Reply> ReplyParser::takeLine(QByteArrayView line)
             m_replyLength = 0;
             return Reply{ code, textOf(line) };
         }
-        m_broken = m_replyLength > ReplyLimit;
+        m_broken = m_replyLength > replyLimit;
         return std::nullopt;
     }
     m_replyLength = 0;

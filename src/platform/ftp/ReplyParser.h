@@ -10,8 +10,8 @@
 /// in the bytes, bounded memory.
 class ReplyParser {
 public:
-    static constexpr qsizetype LineLimit = 64 * 1024; ///< Bytes of one line.
-    static constexpr qsizetype ReplyLimit = 1024 * 1024; ///< Bytes of all lines of one reply.
+    static constexpr qsizetype lineLimit = qsizetype(64) * 1024; ///< Bytes of one line.
+    static constexpr qsizetype replyLimit = qsizetype(1024) * 1024; ///< Bytes of all lines of one reply.
 
     void append(QByteArrayView bytes);
 

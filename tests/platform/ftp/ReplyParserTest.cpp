@@ -82,11 +82,11 @@ TEST(ReplyParserTest, IsBrokenByWhatIsNoReply)
 TEST(ReplyParserTest, ALineOfTheLimitIsReadAndALongerOneBreaks)
 {
     ReplyParser atLimit;
-    atLimit.append("220 " + QByteArray(ReplyParser::LineLimit - 5, 'x') + "\n");
+    atLimit.append("220 " + QByteArray(ReplyParser::lineLimit - 5, 'x') + "\n");
     EXPECT_TRUE(atLimit.next());
 
     ReplyParser endless;
-    endless.append("220 " + QByteArray(ReplyParser::LineLimit, 'x'));
+    endless.append("220 " + QByteArray(ReplyParser::lineLimit, 'x'));
     EXPECT_FALSE(endless.next());
     EXPECT_TRUE(endless.isBroken());
 }

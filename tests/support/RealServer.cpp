@@ -1,0 +1,36 @@
+#include "RealServer.h"
+
+using namespace Qt::StringLiterals;
+
+std::vector<ServerMake> allServerMakes()
+{
+    return { ServerMake::Vsftpd, ServerMake::Proftpd, ServerMake::Pyftpdlib };
+}
+
+QString nameOf(ServerMake make)
+{
+    switch (make) {
+    case ServerMake::Vsftpd:
+        return u"vsftpd"_s;
+    case ServerMake::Proftpd:
+        return u"proftpd"_s;
+    case ServerMake::Pyftpdlib:
+        return u"pyftpdlib"_s;
+    }
+    Q_UNREACHABLE();
+}
+
+void PrintTo(ServerMake make, std::ostream* out)
+{
+    *out << nameOf(make).toStdString();
+}
+
+RealServer::RealServer(ServerMake make)
+    : m_process(u"real_server.py"_s, { nameOf(make), m_root.path() })
+{
+}
+
+QString RealServer::location(const QString& path) const
+{
+    return u"ftp://127.0.0.1:%1/%2"_s.arg(QString::number(port()), path);
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "HelperProcess.h"
+
+#include <QTemporaryDir>
+
+#include <ostream>
+#include <vector>
+
+/// The makes of FTP servers that the tests run.
+enum class ServerMake { Vsftpd, Proftpd, Pyftpdlib };
+
+std::vector<ServerMake> allServerMakes();
+/// The name of @p make's program, in letters only.
+QString nameOf(ServerMake make);
+void PrintTo(ServerMake make, std::ostream* out); // NOLINT(readability-identifier-naming): GoogleTest's name
+
+/// A real FTP server on this machine, serving a new, empty folder for as long as this lives. Its login begins in that
+/// folder and may do everything there.
+class RealServer {
+public:
+    /// Starts a server and waits until it takes logins.
+    explicit RealServer(ServerMake make);
+
+    /// Whether the server has started. If not, the reason is on stderr.
+    bool isRunning() const { return !m_process.words().isEmpty(); }
+
+    quint16 port() const { return static_cast<quint16>(m_process.value("port").toUInt()); }
+    QString userName() const { return m_process.value("user"); }
+    /// The only one that the server accepts.
+    QString password() const { return m_process.value("password"); }
+    /// The text of a location: @p path, percent-escaped, is relative to root().
+    QString location(const QString& path = {}) const;
+
+    /// The local path of the served folder, without "/" at its end.
+    QString root() const { return m_root.path(); }
+    /// The local path of the item @p name in the served folder.
+    QString path(const QString& name) const { return m_root.filePath(name); }
+
+private:
+    QTemporaryDir m_root;
+    HelperProcess m_process;
+};
