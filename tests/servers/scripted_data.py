@@ -84,6 +84,9 @@ class DataChannel:
     async def accept(self):
         """Waits until the data connection stands."""
         if self._connection is None:
+            if self._kept:
+                # Such a port was announced: like anyone behind a firewall, wait for what cannot come.
+                await asyncio.get_running_loop().create_future()
             if self._listener is None:
                 raise ConnectionError("no port was opened")
             self._connection, _ = await asyncio.get_running_loop().sock_accept(self._listener)

@@ -265,6 +265,10 @@ class ScriptedServerTest(unittest.TestCase):
         client = self.converse({"on": "EPSV", "do": ["229 Passive (|||{closed}|)"]})
         with self.assertRaises(ConnectionRefusedError):
             client.data_connection()
+        self.assertEqual(client.ask("STOR x")[:3], "150")
+        client.socket.settimeout(0.3)
+        with self.assertRaises(TimeoutError):
+            client.hear()
 
     def test_a_port_that_never_answers(self):
         client = self.converse({"on": "EPSV", "do": ["229 Passive (|||{full}|)"]})
