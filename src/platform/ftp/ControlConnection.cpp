@@ -29,6 +29,11 @@ ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
     connect(&m_gate, &DeliveryGate::opened, this, &ControlConnection::processInput, Qt::QueuedConnection);
 }
 
+ControlConnection::~ControlConnection()
+{
+    drop(); // The socket's own destructor would report its end to what is no longer there.
+}
+
 void ControlConnection::open()
 {
     m_pending.enqueue({ FTPVerb::Greeting, {} });

@@ -36,6 +36,7 @@ class ControlConnection final : public QObject {
 
 public:
     ControlConnection(FTPServerKey key, DeliveryGate& gate);
+    ~ControlConnection() override; ///< Drops the connection.
 
     const FTPServerKey& key() const { return m_key; }
 
