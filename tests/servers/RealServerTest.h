@@ -24,7 +24,7 @@
 /// local files.
 class RealServerTest : public testing::TestWithParam<ServerMake> {
 protected:
-    static constexpr qsizetype mebibyte = 1024 * 1024;
+    static constexpr qsizetype mebibyte = qsizetype(1024) * 1024;
 
     void SetUp() override
     {
@@ -106,6 +106,11 @@ inline std::string nameOfTest(const testing::TestParamInfo<ServerMake>& info)
 /// Notes the status texts of a controller, repetitions folded.
 class StatusRecorder {
 public:
+    StatusRecorder() = default;
+    StatusRecorder(const StatusRecorder&) = delete;
+    StatusRecorder& operator=(const StatusRecorder&) = delete;
+    virtual ~StatusRecorder() = default;
+
     QStringList statuses;
 
     QString last() const { return statuses.isEmpty() ? QString() : statuses.last(); }

@@ -1,4 +1,4 @@
-"""The server of pyftpdlib, with one user:  pyftpdlib_server.py PORT USER PASSWORD-FILE ROOT"""
+"""The server of pyftpdlib, with one user:  pyftpdlib_server.py ADDRESS PORT USER PASSWORD-FILE ROOT"""
 
 import logging
 import sys
@@ -14,7 +14,7 @@ class Handler(FTPHandler):
 
 
 def main():
-    port, user, password_file, root = sys.argv[1:]
+    address, port, user, password_file, root = sys.argv[1:]
     with open(password_file, encoding="utf-8") as file:
         password = file.read()
     logging.basicConfig(level=logging.ERROR)
@@ -22,7 +22,7 @@ def main():
     authorizer = DummyAuthorizer()
     authorizer.add_user(user, password, root, perm="elradfmwMT")
     Handler.authorizer = authorizer
-    FTPServer(("127.0.0.1", int(port)), Handler).serve_forever()
+    FTPServer((address, int(port)), Handler).serve_forever()
 
 
 if __name__ == "__main__":

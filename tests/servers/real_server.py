@@ -1,7 +1,8 @@
 #!/usr/bin/python3
-"""Runs a real FTP server for a test:  real_server.py MAKE ROOT  (makes: vsftpd, proftpd, pyftpdlib)
+"""Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS]  (makes: vsftpd, proftpd,
+pyftpdlib)
 
-The server listens on a free port of 127.0.0.1 and serves the folder ROOT, which is where its login begins. Uploading,
+The server listens on a free port of 127.0.0.1, or of the address given, and serves the folder ROOT, which is where its login begins. Uploading,
 overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
 accounts play no part, and it works for any user.
 
@@ -29,9 +30,9 @@ START_SECONDS = 20
 ATTEMPTS = 4
 
 
-def free_port():
+def free_port(address):
     with socket.socket() as listener:
-        listener.bind(("127.0.0.1", 0))
+        listener.bind((address, 0))
         return listener.getsockname()[1]
 
 
@@ -39,7 +40,7 @@ def log_in(login):
     """A session with the server at the login's port, or None. Only our server knows the password."""
     client = ftplib.FTP()
     try:
-        client.connect("127.0.0.1", login.port, timeout=5)
+        client.connect(login.address, login.port, timeout=5)
         client.login(login.user, login.password)
         return client
     except (OSError, EOFError, ftplib.Error):
@@ -47,11 +48,11 @@ def log_in(login):
         return None
 
 
-def start(make, root, folder):
+def start(make, address, root, folder):
     """Starts the server and answers its process, its login and a session; raises OSError when it cannot be started."""
     log_path = os.path.join(folder, "log")
     for _ in range(ATTEMPTS):
-        login = real_server_makes.Login(free_port(), make.user, secrets.token_hex(8))
+        login = real_server_makes.Login(address, free_port(address), make.user, secrets.token_hex(8))
         with open(log_path, "wb") as log:
             process = subprocess.Popen(
                 make.prepare(login, root, folder),
@@ -84,8 +85,9 @@ def kill(process):
 
 
 def main():
-    if len(sys.argv) != 3 or sys.argv[1] not in real_server_makes.MAKES:
+    if len(sys.argv) not in (3, 4) or sys.argv[1] not in real_server_makes.MAKES:
         sys.exit(__doc__)
+    address = sys.argv[3] if len(sys.argv) == 4 else "127.0.0.1"
     # Unlike an event, it may be put into by a signal handler.
     released = queue.SimpleQueue()
     stop_when_released(lambda: released.put(None))
@@ -93,7 +95,7 @@ def main():
         try:
             make = real_server_makes.MAKES[sys.argv[1]]()
             # The session stays open: when one ends, proftpd takes nobody else for 0.4 s.
-            process, login, session = start(make, os.path.abspath(sys.argv[2]), folder)
+            process, login, session = start(make, address, os.path.abspath(sys.argv[2]), folder)
         except OSError as error:
             sys.exit(f"real_server.py: {error}")
         try:

@@ -13,6 +13,7 @@ FETCHED = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", "..", "b
 
 @dataclasses.dataclass
 class Login:
+    address: str
     port: int
     user: str
     password: str
@@ -62,7 +63,7 @@ class Vsftpd:
         caller = _caller().pw_name
         settings = {
             "listen": "YES",
-            "listen_address": "127.0.0.1",
+            "listen_address": login.address,
             "listen_port": login.port,
             "background": "NO",
             "run_as_launching_user": "YES",
@@ -102,7 +103,7 @@ class Proftpd:
         _write(folder, "groups", f"tester:x:{caller.pw_gid}:\n")
         lines = f"""
             ServerType standalone
-            DefaultAddress 127.0.0.1
+            DefaultAddress {login.address}
             SocketBindTight on
             Port {login.port}
             UseIPv6 off
@@ -138,7 +139,7 @@ class Pyftpdlib:
     def prepare(self, login, root, folder):
         program = os.path.join(os.path.dirname(os.path.abspath(__file__)), "pyftpdlib_server.py")
         password = _write(folder, "password", login.password)
-        return [sys.executable, program, str(login.port), login.user, password, root]
+        return [sys.executable, program, login.address, str(login.port), login.user, password, root]
 
 
 def _crypt(password):

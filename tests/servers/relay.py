@@ -11,7 +11,7 @@ What a round-trip time (none, unless said) means, as on a link without limits of
 - The server sees a new connection after one and a half round trips, as at the end of TCP's handshake; what the client
   sends arrives no earlier than that, and a greeting reaches the client two round trips after its connect.
 What no relay can do is to hold back the client's connect(), which succeeds at once: a client that sends nothing else
-while it waits for a connection gets that round trip for nothing. bench/link.py models this too.
+while it waits for a connection gets that round trip for nothing. bench/link.py is a link that has this too.
 """
 
 import argparse
@@ -50,58 +50,57 @@ class Relay:
 
     async def _connect_through(self, reader, writer, port, from_client, from_server, listeners):
         """Carries one connection on to the server's port until both sides have ended it."""
-        loop = asyncio.get_running_loop()
-        established = loop.time() + self._round_trip
-        await asyncio.sleep(1.5 * self._round_trip)
+        half = self._round_trip / 2
+        established = asyncio.get_running_loop().time() + self._round_trip
+        to_server = asyncio.Queue(BLOCKS_UNDER_WAY)
+        to_client = asyncio.Queue(BLOCKS_UNDER_WAY)
+        # The client may send while the server does not know of it.
+        tasks = [asyncio.create_task(self._receive(reader, to_server, established, from_client, listeners))]
+        ends = [writer]
         try:
+            await asyncio.sleep(self._round_trip + half)
             server_reader, server_writer = await asyncio.open_connection("127.0.0.1", port)
-        except OSError:
-            writer.transport.abort()
-            return
-        for end in (writer, server_writer):
-            end.get_extra_info("socket").setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        try:
-            await asyncio.gather(
-                self._carry(reader, server_writer, established, from_client, listeners),
-                self._carry(server_reader, writer, 0, from_server, listeners),
-            )
-        except OSError:  # One side has reset the connection: so is the other.
-            writer.transport.abort()
-            server_writer.transport.abort()
+            ends.append(server_writer)
+            for end in ends:
+                end.get_extra_info("socket").setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            tasks += [
+                asyncio.create_task(self._deliver(to_server, server_writer)),
+                asyncio.create_task(self._receive(server_reader, to_client, 0, from_server, listeners)),
+                asyncio.create_task(self._deliver(to_client, writer)),
+            ]
+            await asyncio.gather(*tasks)
+        except OSError:  # One side has refused or reset the connection: to the other it is reset.
+            for end in ends:
+                end.transport.abort()
         finally:
-            writer.close()
-            server_writer.close()
+            for task in tasks:
+                task.cancel()
+            for end in ends:
+                end.close()
 
-    async def _carry(self, reader, writer, earliest, look_at, listeners):
-        """Carries one direction, its end included; `look_at` sees every block or line and answers what goes on."""
+    async def _receive(self, reader, under_way, earliest, look_at, listeners):
+        """Takes what is sent, up to its end. `look_at` sees every line, if anybody does, and answers what goes on."""
         loop = asyncio.get_running_loop()
-        under_way = asyncio.Queue(BLOCKS_UNDER_WAY)
+        while True:
+            block = await (reader.readline() if look_at else reader.read(BLOCK))
+            arrival = max(loop.time(), earliest) + self._round_trip / 2
+            if block and look_at:
+                block = await look_at(block, listeners)
+            await under_way.put((arrival, block))
+            if not block:
+                return
 
-        async def receive():
-            while True:
-                block = await (reader.readline() if look_at else reader.read(BLOCK))
-                arrival = max(loop.time(), earliest) + self._round_trip / 2
-                if block and look_at:
-                    block = await look_at(block, listeners)
-                await under_way.put((arrival, block))
-                if not block:
-                    return
-
-        async def deliver():
-            while True:
-                arrival, block = await under_way.get()
-                await asyncio.sleep(arrival - loop.time())
-                if not block:
-                    writer.write_eof()
-                    return
-                writer.write(block)
-                await writer.drain()
-
-        receiving = asyncio.create_task(receive())
-        try:
-            await deliver()
-        finally:
-            receiving.cancel()
+    async def _deliver(self, under_way, writer):
+        """Hands on what is under way when its time has come; an empty block is the end."""
+        loop = asyncio.get_running_loop()
+        while True:
+            arrival, block = await under_way.get()
+            await asyncio.sleep(arrival - loop.time())
+            if not block:
+                writer.write_eof()
+                return
+            writer.write(block)
+            await writer.drain()
 
     async def _command(self, line, _):
         self.counts["commands"].append(line.split(b" ")[0].strip().decode("ascii", "replace").upper())
