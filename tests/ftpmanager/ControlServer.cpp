@@ -1,5 +1,7 @@
 #include "ControlServer.h"
 
+#include <gtest/gtest.h>
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -46,8 +48,8 @@ ControlServer::ControlServer(std::function<void(ControlPeer&)> script)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
-    bind(m_listener, reinterpret_cast<const sockaddr*>(&address), size);
-    listen(m_listener, 64);
+    EXPECT_EQ(bind(m_listener, reinterpret_cast<const sockaddr*>(&address), size), 0);
+    EXPECT_EQ(listen(m_listener, 64), 0);
     getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
     m_port = ntohs(address.sin_port);
     m_thread = std::thread(&ControlServer::run, this);

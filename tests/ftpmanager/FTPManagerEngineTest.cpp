@@ -49,7 +49,7 @@ class FTPManagerEngineTest : public ::testing::Test {
 protected:
     void SetUp() override { m_manager.setDelegate(&m_delegate); }
 
-    void play(std::vector<FTPStreamEvent> events)
+    void play(const std::vector<FTPStreamEvent>& events)
     {
         for (const FTPStreamEvent event : events) {
             m_streams.turns.push_back({ event });

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
+#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -45,13 +45,20 @@ TEST(RunLoopTest, StopBeforeTheRunEndsItAtOnce)
 
 TEST(RunLoopTest, NoStopFromAnotherThreadIsLost)
 {
-    for (int round = 0; round < 1000; ++round) {
-        std::promise<RunLoop*> loop;
+    // Each round stops a little later, so that some stops fall between the beginning of run() and its loop.
+    for (int round = 0; round < 2000; ++round) {
+        std::atomic<RunLoop*> loop = nullptr;
         std::thread runner([&loop] {
-            loop.set_value(&RunLoop::current());
+            loop = &RunLoop::current();
             RunLoop::current().run();
         });
-        loop.get_future().get()->stop();
+        for (int spins = 0; loop == nullptr; ++spins) {
+            if (spins > 10'000) { // The runner may need this processor.
+                std::this_thread::yield();
+            }
+        }
+        for (std::atomic<int> spins = 0; spins < round; ++spins) { }
+        loop.load()->stop();
         runner.join();
     }
 }

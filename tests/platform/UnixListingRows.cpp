@@ -84,8 +84,8 @@ constexpr ListingRow rows[] = {
       "2024-01-12T15:04:00", "bob", "staff" },
 
     // Owners.
-    { "blanks in the group", "-rw-r--r--   1 DOMAIN\\bob  Domain Users  1234 Jan 12 15:04 a", "a", 8, 0644, 1234,
-      "2024-01-12T15:04:00", "DOMAIN\\bob", "Domain Users" },
+    { "blanks in the group", R"(-rw-r--r--   1 DOMAIN\bob  Domain Users  1234 Jan 12 15:04 a)", "a", 8, 0644, 1234,
+      "2024-01-12T15:04:00", R"(DOMAIN\bob)", "Domain Users" },
     { "blanks in both", "-rw-r--r--   1 John Smith   Domain Users  1234 Jan 12 15:04 a", "a", 8, 0644, 1234,
       "2024-01-12T15:04:00", "John Smith", "Domain Users" },
     { "single blanks everywhere", "-rw-r--r-- 1 bob Domain Users 1234 Jan 12 15:04 a", "a", 8, 0644, 1234,
