@@ -45,11 +45,10 @@ void ViewController::onTick()
 
 void ViewController::showDate()
 {
-    const QDateTime now = QDateTime::currentDateTime();
-    const qint64 second = now.toSecsSinceEpoch();
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
     if (second != m_shownSecond) {
         m_shownSecond = second;
-        m_ui->dateStringTextField->setText(shortDateMediumTimeText(now));
+        m_ui->dateStringTextField->setText(shortDateMediumTimeText(QDateTime::currentDateTime()));
     }
 }
 
@@ -84,11 +83,13 @@ void ViewController::showTexts()
 
 void ViewController::startNextUpload()
 {
-    const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
     if (m_pc->isSending() || m_gc->isReceiving()) {
         return;
     }
-    if (m_fileUploadQueue.isEmpty() || destination.isNull()) {
+    // An idle window asks for no destination, a hundred times a second.
+    const QString destination
+        = m_fileUploadQueue.isEmpty() ? QString() : createFullDestinationPathFromAppNameAndFTPFolder();
+    if (destination.isNull()) {
         listAgainIfWanted();
         return;
     }
