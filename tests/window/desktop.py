@@ -1,0 +1,183 @@
+"""A private desktop for one program: X server, window manager, session bus, home folder; mouse, keys and pictures.
+
+    with Desktop() as desktop:
+        program = Program(desktop, ["build/dev/Quillbox"])     # see program.py
+        desktop.drag((10, 10), (200, 200))
+        desktop.picture("window.png")
+
+One Desktop for each Python process: the accessibility library reads the environment once. Whatever a Desktop starts
+ends with it, and at the latest with this process, however that ends.
+"""
+
+import ctypes
+import os
+import random
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+
+# What would let the session around us shine through.
+FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "QT_", "WAYLAND_", "XDG_")
+
+
+def wait_for(condition, what, seconds=20):
+    """Calls condition until it answers something true, and answers that; fails after so many seconds."""
+    end = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"waited {seconds} s in vain for {what}")
+        time.sleep(0.02)
+
+
+def die_with_parent():
+    """In a new child: be ended by the kernel when the parent is gone."""
+    ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
+
+
+def end(process):
+    """Ends a process of ours, kindly if that helps."""
+    process.terminate()
+    try:
+        process.wait(3)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
+class Desktop:
+    def __init__(self, size="1280x1024", display=None):
+        """With display, such as ":0", the windows open there, among the user's; the rest is private all the same."""
+        self._size = size
+        self._display = display
+        self._processes = []
+        self.folder = tempfile.mkdtemp(prefix="quillbox-desktop-")
+        self.environment = {name: value for name, value in os.environ.items() if not name.startswith(FOREIGN)}
+
+    def __enter__(self):
+        try:
+            self._start()
+        except BaseException:
+            self.close()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def close(self):
+        for process in reversed(self._processes):
+            end(process)
+        self._processes.clear()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def new_home(self):
+        """Environment variables of a home folder that nobody has used."""
+        home = tempfile.mkdtemp(prefix="home-", dir=self.folder)
+        places = {"XDG_CONFIG_HOME": ".config", "XDG_CACHE_HOME": ".cache", "XDG_DATA_HOME": ".local/share"}
+        for place in [*places.values(), "Desktop", "Documents", "Downloads"]:
+            os.makedirs(os.path.join(home, place), mode=0o700)
+        return {"HOME": home, **{name: os.path.join(home, place) for name, place in places.items()}}
+
+    # Mouse, keys, windows, pictures.
+
+    def xdotool(self, *words):
+        result = subprocess.run(["xdotool", *map(str, words)], env=self.environment, capture_output=True, text=True)
+        return result.stdout.strip()
+
+    def key(self, *names):
+        self.xdotool("key", "--clearmodifiers", *names)
+
+    def click(self, point, button=1):
+        self.xdotool("mousemove", *point, "click", button)
+
+    def drag(self, source, target, steps=25):
+        """Moves the mouse with its button held, in small steps, as toolkits look where a drag goes by the way."""
+        self.xdotool("mousemove", *source, "sleep", 0.2, "mousedown", 1)
+        for step in range(1, steps + 1):
+            point = [start + (stop - start) * step // steps for start, stop in zip(source, target)]
+            self.xdotool("mousemove", *point, "sleep", 0.03)
+        # Whatever is under the mouse answers in its own time whether it takes the drop; it does not say so to us.
+        self.xdotool("mousemove_relative", "--", 1, 1, "sleep", 0.7, "mouseup", 1)
+
+    def windows_of(self, pid, title=""):
+        """The X windows, as numbers, that the process shows and whose titles hold a match for that expression."""
+        return self.xdotool("search", "--all", "--onlyvisible", "--pid", pid, "--name", title).split()
+
+    def picture(self, path, window="root", frame=False):
+        """Saves what a window shows; with frame also the frame that the window manager drew around it."""
+        words = ["-frame"] if frame else []
+        subprocess.run(["import", *words, "-window", window, path], env=self.environment, check=True)
+
+    def spawn(self, words, **options):
+        """Starts a program that ends with this desktop."""
+        options = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options}
+        process = subprocess.Popen(words, env=self.environment, preexec_fn=die_with_parent, **options)
+        self._processes.append(process)
+        return process
+
+    # The start.
+
+    def _start(self):
+        self.environment.update(self.new_home())
+        runtime = os.path.join(self.folder, "run")
+        os.mkdir(runtime, mode=0o700)
+        # Xwayland serves a display of the user's too, and the programs that take pictures know X alone.
+        self.environment.update(
+            XDG_RUNTIME_DIR=runtime, QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1"
+        )
+        if self._display:
+            # The key to the user's display lies in the user's own home.
+            key = os.environ.get("XAUTHORITY") or os.path.expanduser("~/.Xauthority")
+            self.environment.update(DISPLAY=self._display, XAUTHORITY=key)
+            self._start_bus()
+        else:
+            self.environment.pop("XAUTHORITY", None)
+            self._start_x_server()
+            self._start_bus()
+            self.spawn(["openbox", "--sm-disable"])
+            wait_for(lambda: "window id" in self._root_property("_NET_SUPPORTING_WM_CHECK"), "a window manager")
+        for name in os.environ.keys() - self.environment.keys():
+            del os.environ[name]
+        os.environ.update(self.environment)
+
+    def _start_x_server(self):
+        for number in random.sample(range(100, 1000), 50):
+            lock = f"/tmp/.X{number}-lock"
+            if os.path.exists(lock):
+                continue
+            screen = ["-screen", "0", self._size + "x24", "-nolisten", "tcp", "-noreset"]
+            server = self.spawn(["Xvfb", f":{number}", *screen])
+            self.environment["DISPLAY"] = f":{number}"
+            wait_for(lambda: server.poll() is not None or self._root_property("_NET_SUPPORTED"), "an X server")
+            # The display that answered may be another's, who was quicker.
+            try:
+                with open(lock, encoding="ascii") as file:
+                    if server.poll() is None and int(file.read()) == server.pid:
+                        return
+            except FileNotFoundError:
+                pass
+            self._processes.remove(server)
+            end(server)
+        raise AssertionError("no free display")
+
+    def _start_bus(self):
+        # The accessibility bus leaves its address on the display that it knows of; a user's display is not ours to
+        # mark.
+        environment = {name: value for name, value in self.environment.items() if name != "DISPLAY"}
+        address = f"unix:dir={self.environment['XDG_RUNTIME_DIR']}"
+        words = ["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address={address}"]
+        bus = subprocess.Popen(
+            words, env=environment, preexec_fn=die_with_parent, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
+        )
+        self._processes.append(bus)
+        with bus.stdout as out:
+            self.environment["DBUS_SESSION_BUS_ADDRESS"] = out.readline().decode().strip()
+
+    def _root_property(self, name):
+        words = ["xprop", "-root", name]
+        return subprocess.run(words, env=self.environment, capture_output=True, text=True).stdout

@@ -1,0 +1,193 @@
+"""One running program, read and operated through the accessibility interface, as a screen reader does.
+
+Labels are found by their accessible description, since a label's name is its text; everything else by its name.
+"""
+
+import json
+import os
+import signal
+import subprocess
+import tempfile
+
+from desktop import die_with_parent, wait_for
+
+SHEETS = ("alert", "dialog")
+
+
+def _atspi():
+    import gi
+
+    gi.require_version("Atspi", "2.0")
+    from gi.repository import Atspi
+
+    if not getattr(_atspi, "ready", False):
+        Atspi.init()
+        Atspi.set_timeout(3000, 3000)  # A program that hangs must not hang its test.
+        _atspi.ready = True
+    return Atspi
+
+
+def _ask(question, otherwise=None):
+    """Asks about a widget, which may vanish at any moment."""
+    try:
+        return question()
+    except Exception:  # The binding's errors have no narrower class in common.
+        return otherwise
+
+
+def _has(node, state):
+    state = getattr(_atspi().StateType, state)
+    return _ask(lambda: node.get_state_set().contains(state), False)
+
+
+def _children(node):
+    count = _ask(node.get_child_count, 0)
+    return [child for child in (_ask(lambda i=i: node.get_child_at_index(i)) for i in range(count)) if child]
+
+
+def _walk(node):
+    yield node
+    for child in _children(node):
+        yield from _walk(child)
+
+
+def _text(node):
+    """The text of a field, or the name, which is the text of a label."""
+    interface = _ask(node.get_text_iface)
+    if interface is None:
+        return _ask(node.get_name, "")
+    text = _atspi().Text
+    return _ask(lambda: text.get_text(interface, 0, text.get_character_count(interface)), "")
+
+
+def store_settings(environment, settings):
+    """Writes the settings file of a home folder, in one step."""
+    folder = os.path.join(environment["XDG_CONFIG_HOME"], "quillbox")
+    os.makedirs(folder, mode=0o700, exist_ok=True)
+    path = os.path.join(folder, "settings.json")
+    with open(path + ".new", "w", encoding="utf-8") as file:
+        json.dump(settings, file, ensure_ascii=False)
+    os.chmod(path + ".new", 0o600)
+    os.rename(path + ".new", path)
+
+
+class Program:
+    def __init__(self, desktop, words, environment=None, folder=None):
+        """Starts the program; environment adds to the desktop's, where None takes a variable away."""
+        self._desktop = desktop
+        variables = {**desktop.environment, **(environment or {})}
+        self._output = tempfile.TemporaryFile()
+        self.process = subprocess.Popen(
+            words,
+            env={name: value for name, value in variables.items() if value is not None},
+            cwd=folder,
+            stdin=subprocess.DEVNULL,
+            stdout=self._output,
+            stderr=subprocess.STDOUT,
+            preexec_fn=die_with_parent,
+        )
+
+    def close(self):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGKILL)
+        self.process.wait()
+        self._output.close()
+
+    def output(self):
+        """All that the program has printed."""
+        size = os.fstat(self._output.fileno()).st_size
+        return os.pread(self._output.fileno(), size, 0).decode(errors="replace")
+
+    def exit_code(self, seconds=20):
+        return self.process.wait(seconds)
+
+    # What shows.
+
+    def windows(self):
+        return [window for window in self._windows() if _has(window, "SHOWING")]
+
+    def is_active(self):
+        """Whether one of its windows has the keyboard, as the program sees it."""
+        return any(_has(window, "ACTIVE") for window in self._windows())
+
+    def titles(self):
+        return [_ask(window.get_name, "") for window in self.windows()]
+
+    def find(self, name):
+        """The widget of that name or description, when it shows."""
+        for window in self.windows():
+            for node in _walk(window):
+                if name in (_ask(node.get_name), _ask(node.get_description)) and _has(node, "SHOWING"):
+                    return node
+        return None
+
+    def need(self, name):
+        return wait_for(lambda: self.find(name), f"“{name}” to show")
+
+    def text(self, name):
+        return _text(self.need(name))
+
+    def value(self, name):
+        """The value and the maximum of a progress bar that shows, else nothing."""
+        node = self.find(name)
+        interface = _ask(node.get_value_iface) if node else None
+        if interface is None:
+            return None
+        value = _atspi().Value
+        return _ask(lambda: (value.get_current_value(interface), value.get_maximum_value(interface)))
+
+    def is_enabled(self, name):
+        return _has(self.need(name), "ENABLED")
+
+    def box(self, name):
+        """Where a widget is on the screen: left, top, width, height."""
+        area = _atspi().Component.get_extents(self.need(name).get_component_iface(), _atspi().CoordType.SCREEN)
+        return area.x, area.y, area.width, area.height
+
+    def centre(self, name):
+        left, top, width, height = self.box(name)
+        return left + width // 2, top + height // 2
+
+    def sheet(self):
+        """The texts of the sheet that shows, title first; nothing without one."""
+        for window in self.windows():
+            if _ask(window.get_role_name) in SHEETS:
+                nodes = [node for node in _walk(window) if _ask(node.get_role_name) == "label"]
+                return [text for text in map(_text, nodes) if text] or None
+        return None
+
+    def tree(self):
+        """All that shows, for a person who wonders."""
+        lines = []
+
+        def describe(node, depth):
+            role, name, what = _ask(node.get_role_name), _ask(node.get_name), _ask(node.get_description)
+            lines.append(f"{'  ' * depth}{role} {name!r} ({what}) {_text(node)!r}")
+            for child in _children(node):
+                describe(child, depth + 1)
+
+        for window in self.windows():
+            describe(window, 0)
+        return "\n".join(lines)
+
+    def _windows(self):
+        desk = _atspi().get_desktop(0)
+        desk.clear_cache()
+        for application in _children(desk):
+            if _ask(application.get_process_id) == self.process.pid:
+                application.set_cache_mask(_atspi().Cache.NONE)  # What it shows changes all the time.
+                return _children(application)
+        return []
+
+    # What is done.
+
+    def press(self, name):
+        """Presses a button as soon as it can be pressed."""
+        button = wait_for(lambda: (node := self.find(name)) and _has(node, "ENABLED") and node, f"“{name}” to be enabled")
+        _atspi().Action.do_action(button.get_action_iface(), 0)
+
+    def acknowledge(self):
+        """Answers the sheet that shows with OK, and sees it go."""
+        wait_for(self.sheet, "a sheet")
+        self.press("OK")
+        wait_for(lambda: self.sheet() is None, "the sheet to go")

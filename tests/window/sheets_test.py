@@ -1,0 +1,118 @@
+"""Sheets: when they come, what they say, and that nothing stands still meanwhile."""
+
+import os
+import unittest
+
+from desktop import wait_for
+from program import store_settings
+from window_test import WindowTest
+
+NO_DESTINATION = ["No Destination", "Specify a destination on the FTP server. See Preferences for instructions."]
+CHECK_SETTINGS = [
+    "Check Settings",
+    "An error occurred.\n\nPlease check your preference settings for correct FTP server passsword, username and folder"
+    " location.",
+]
+
+
+class Sheets(WindowTest):
+    def break_settings(self, content="{ broken"):
+        store_settings(self.home, {})
+        path = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(content)
+
+    def refresh(self, program):
+        """Makes the program the active one again, which lists the destination afresh."""
+        window = self.desktop.windows_of(program.process.pid)[0]
+        self.desktop.xdotool("windowminimize", window)
+        wait_for(lambda: not program.is_active(), "the program to notice that it is no longer active")
+        self.desktop.xdotool("windowactivate", window)
+
+    def test_files_without_a_destination_wait_for_one(self):
+        program = self.start(self.file("one.txt"), self.file("two.txt"))
+
+        wait_for(lambda: program.sheet() == NO_DESTINATION, "the sheet")
+        program.acknowledge()
+        self.assertEqual(program.value("Files waiting"), (2, 2))
+        self.settings()
+        self.wait_for_files("one.txt", "two.txt")
+        self.wait_for_status(program, "Upload succeeded")
+
+    def test_date_and_uploads_go_on_while_a_sheet_shows(self):
+        program = self.start(self.file("one.txt"))
+        wait_for(program.sheet, "the sheet")
+
+        self.wait_for_the_clock(program)
+        self.settings()
+        self.wait_for_files("one.txt")
+        self.wait_for_status(program, "Upload succeeded")
+
+        self.assertEqual(program.sheet(), NO_DESTINATION)
+
+    def test_a_sheet_keeps_the_mouse_from_the_window_behind(self):
+        program = self.start(self.file("one.txt"))
+        wait_for(program.sheet, "the sheet")
+        window = self.desktop.windows_of(program.process.pid, "^No FTP Destination$")
+        wait_for(lambda: program.value("Files waiting") == (1, 1), "the file to wait")
+
+        self.desktop.click(program.centre("Clear Queue"))
+
+        self.wait_for_the_clock(program)
+        self.assertEqual(program.value("Files waiting"), (1, 1), window)
+        program.acknowledge()
+        self.desktop.click(program.centre("Clear Queue"))
+        wait_for(lambda: program.value("Files waiting") is None, "the queue to be empty")
+
+    def test_a_large_file_called_error_raises_one_sheet(self):
+        self.settings()
+
+        program = self.start(self.file("Error.log", bytes(64 * 1024 * 1024)))
+
+        self.wait_for_files("Error.log")
+        self.assertEqual(os.path.getsize(self.server.path("Error.log")), 64 * 1024 * 1024)
+        self.wait_for_status(program, "Upload succeeded")
+        wait_for(lambda: program.sheet() == CHECK_SETTINGS, "the sheet")
+        self.assertEqual(len(program.windows()), 2)
+        program.acknowledge()
+        self.assert_no_more_sheets(program)
+
+    def test_each_failure_after_an_acknowledged_one_raises_a_sheet(self):
+        self.settings(FTPFolder="nowhere")
+        program = self.start()
+        for _ in range(2):
+            wait_for(lambda: program.sheet() == CHECK_SETTINGS, "the sheet")
+            wait_for(lambda: self.server.is_quiet_for(1), "no listing to be under way")
+            program.acknowledge()
+            self.assert_no_more_sheets(program)
+            self.refresh(program)
+
+        wait_for(lambda: program.sheet() == CHECK_SETTINGS, "the sheet of the third failure")
+
+    def test_broken_settings_are_told_once_for_each_change(self):
+        self.break_settings()
+        program = self.start()
+
+        for _ in range(2):
+            sheet = wait_for(program.sheet, "the sheet")
+            self.assertEqual(sheet[0], "Settings Not Readable")
+            self.assertIn("settings.json.bak", sheet[1])
+            wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+            program.acknowledge()
+            self.assert_no_more_sheets(program)
+            self.break_settings("[1, 2, 3]")
+
+        wait_for(program.sheet, "the sheet after the second change")
+
+    def test_settings_mended_by_hand_take_effect_at_once(self):
+        self.break_settings()
+        program = self.start(self.file("one.txt"))
+        wait_for(program.sheet, "a sheet")
+
+        self.settings()
+
+        self.wait_for_files("one.txt")
+
+
+if __name__ == "__main__":
+    unittest.main()

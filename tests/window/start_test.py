@@ -1,0 +1,119 @@
+"""Starts of the program: alone, beside another one, without this or that."""
+
+import os
+import unittest
+
+from desktop import wait_for
+from upload_server import PASSWORD
+from window_test import PROGRAM, WindowTest
+
+
+class Start(WindowTest):
+    def test_the_title_becomes_the_destination(self):
+        self.settings(FTPFolder="in box")
+
+        program = self.start()
+
+        title = f"ftp://127.0.0.1:{self.server.port}/in%20box/"
+        wait_for(lambda: title in program.titles(), f"the title {title}")
+
+    def test_without_settings_the_title_says_that_there_is_no_destination(self):
+        program = self.start()
+
+        wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        self.assertIsNone(program.sheet())
+
+    def test_a_second_start_hands_its_files_to_the_first(self):
+        self.settings()
+        first = self.start()
+        self.file("near.txt", b"near")
+        far = self.file("été far.txt", b"far")
+        os.mkdir(os.path.join(self.folder, "sub"))
+
+        second = self.launch("near.txt", "sub/../near.txt", far, folder=self.folder)
+
+        self.assertEqual(second.exit_code(), 0)
+        self.wait_for_files("near.txt", "near.txt", "été far.txt")
+        self.assertEqual(self.server.content("near.txt"), b"near")
+        self.assertEqual(self.server.content("été far.txt"), b"far")
+        self.wait_for_status(first, "Upload succeeded")
+        self.assertEqual(second.output(), "")
+
+    def test_a_second_start_brings_back_the_window(self):
+        first = self.start()
+        pid = first.process.pid
+        (window,) = wait_for(lambda: self.desktop.windows_of(pid), "the window on the screen")
+        self.desktop.xdotool("windowminimize", window)
+        wait_for(lambda: not self.desktop.windows_of(pid), "the window to be minimised")
+
+        second = self.launch()
+
+        self.assertEqual(second.exit_code(), 0)
+        wait_for(lambda: self.desktop.windows_of(pid), "the window to be back")
+
+    def test_a_copy_under_another_name_runs_beside_the_program(self):
+        self.settings()
+        os.mkdir(self.server.path("Scans"))
+        copy = os.path.join(self.folder, "Scans")
+        os.symlink(PROGRAM, copy)
+        self.start()
+
+        self.start(self.file("page.txt"), program=copy)
+
+        self.wait_for_files("Scans/page.txt")
+
+    def test_starts_without_a_session_bus(self):
+        self.settings()
+        nowhere = os.path.join(self.folder, "no-bus")
+
+        program = self.launch(
+            self.file("one.txt"), DBUS_SESSION_BUS_ADDRESS=f"unix:path={nowhere}", XDG_RUNTIME_DIR=self.folder
+        )
+
+        self.wait_for_files("one.txt")
+        pid = program.process.pid
+        wait_for(lambda: self.desktop.windows_of(pid, "^ftp://"), "the window on the screen")
+        self.assertIsNone(program.process.poll())
+
+    def test_help_and_version_need_no_display(self):
+        nothing = {"DISPLAY": None, "DBUS_SESSION_BUS_ADDRESS": None}
+
+        for_help = self.launch("--help", **nothing)
+        for_version = self.launch("--version", **nothing)
+
+        self.assertEqual(for_help.exit_code(), 0)
+        self.assertIn("Usage:", for_help.output())
+        self.assertEqual(for_version.exit_code(), 0)
+        self.assertRegex(for_version.output(), r"^Quillbox \d+\.\d+\.\d+\n$")
+
+    def test_an_unknown_option_is_refused(self):
+        program = self.launch("--no-such-option")
+
+        self.assertEqual(program.exit_code(), 2)
+        self.assertIn("no-such-option", program.output())
+
+    def test_the_log_holds_no_password(self):
+        self.settings()
+
+        program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*.debug=true")
+
+        self.wait_for_status(program, "Upload succeeded")
+        self.assertIn("STOR one.txt", program.output())
+        self.assertNotIn(PASSWORD, program.output())
+        self.assertNotIn(PASSWORD.split()[0], program.output())
+
+    def test_closing_the_window_ends_the_program_also_in_mid_upload(self):
+        self.settings()
+        self.server.read_at_most(500_000)
+        program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
+        wait_for(lambda: self.server.begun == ["one"], "the file to be sent")
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
+
+        self.desktop.xdotool("windowactivate", "--sync", window, "key", "--clearmodifiers", "alt+F4")
+
+        self.assertEqual(program.exit_code(), 0)
+        self.assertEqual(program.output(), "")
+
+
+if __name__ == "__main__":
+    unittest.main()

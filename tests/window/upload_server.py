@@ -1,0 +1,126 @@
+"""An FTP server on loopback for one user, in a thread of this process, with a folder and a record of its own."""
+
+import contextlib
+import logging
+import os
+import shutil
+import tempfile
+import threading
+import time
+
+from pyftpdlib.authorizers import DummyAuthorizer
+from pyftpdlib.handlers import DTPHandler, FTPHandler
+from pyftpdlib.ioloop import IOLoop
+from pyftpdlib.servers import FTPServer
+
+USER = "anna"
+PASSWORD = 's3cret "with, odd; %41 marks'
+
+
+class UploadServer:
+    def __init__(self, password=PASSWORD):
+        self.password = password
+        self.root = tempfile.mkdtemp(prefix="quillbox-server-")
+        self.received = []  # Files that arrived whole, in order, as paths below the root.
+        self.begun = []  # Files that the program has begun to send, in order.
+        self.logins = []  # Whether each login was good.
+        self.asked_at = time.monotonic()  # When the last command came.
+        self._stopping = threading.Event()
+
+        logging.getLogger("pyftpdlib").disabled = True
+        authorizer = DummyAuthorizer()
+        authorizer.add_user(USER, password, self.root, perm="elradfmwMT")
+        self._data = type("Data", (_Data,), {})
+        handler = type("Session", (_Session,), {"authorizer": authorizer, "dtp_handler": self._data, "record": self})
+        self._loop = IOLoop()
+        self._server = FTPServer(("127.0.0.1", 0), handler, ioloop=self._loop)
+        self.port = self._server.address[1]
+        self._thread = threading.Thread(target=self._serve, daemon=True)
+        self._thread.start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def close(self):
+        self._stopping.set()
+        self._thread.join()
+        shutil.rmtree(self.root, ignore_errors=True)
+
+    def read_at_most(self, bytes_per_second):
+        """Slows the uploads that begin from now on; 0 lets them run."""
+        self._data.bytes_per_second = bytes_per_second
+
+    def settings(self, **others):
+        return {"Address": f"127.0.0.1:{self.port}", "Username": USER, "Password": self.password, **others}
+
+    def path(self, name):
+        return os.path.join(self.root, name)
+
+    def is_quiet_for(self, seconds):
+        """Whether nothing has been asked of the server for so long."""
+        return time.monotonic() - self.asked_at > seconds
+
+    def content(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def _serve(self):
+        while not self._stopping.is_set():
+            self._loop.loop(timeout=0.05, blocking=False)
+        with contextlib.suppress(OSError):
+            self._server.close_all()
+
+
+class _Session(FTPHandler):
+    record = None
+    auth_failed_timeout = 0
+    timeout = 600
+
+    def on_login(self, username):
+        self.record.logins.append(True)
+
+    def on_login_failed(self, username, password):
+        self.record.logins.append(False)
+
+    def pre_process_command(self, line, cmd, arg):
+        self.record.asked_at = time.monotonic()
+        super().pre_process_command(line, cmd, arg)
+
+    def on_file_received(self, file):
+        self.record.received.append(os.path.relpath(file, self.record.root))
+
+    def ftp_STOR(self, file, mode="w"):
+        self.record.begun.append(os.path.relpath(file, self.record.root))
+        return super().ftp_STOR(file, mode)
+
+
+class _Data(DTPHandler):
+    """Reads evenly at a chosen speed; pyftpdlib's own throttle lets two seconds' worth through first."""
+
+    bytes_per_second = 0
+    pause = 0.02
+
+    def __init__(self, sock, cmd_channel):
+        self._piece = int(self.bytes_per_second * self.pause)
+        self._timer = None
+        super().__init__(sock, cmd_channel)
+
+    def recv(self, buffer_size):
+        if self._piece == 0:
+            return super().recv(buffer_size)
+        chunk = super().recv(self._piece)
+        if chunk:
+            self.del_channel()
+            self._timer = self.ioloop.call_later(self.pause, self._go_on, _errback=self.handle_error)
+        return chunk
+
+    def close(self):
+        if self._timer is not None and not self._timer.cancelled:
+            self._timer.cancel()
+        super().close()
+
+    def _go_on(self):
+        self.add_channel(events=self.ioloop.READ)

@@ -1,0 +1,73 @@
+"""What the tests of the real window have in common. The environment's QUILLBOX names the program, otherwise it is that of the
+dev preset."""
+
+import os
+import tempfile
+import unittest
+
+from desktop import Desktop, wait_for
+from program import Program, store_settings
+from upload_server import UploadServer
+
+TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+PROGRAM = os.path.abspath(os.environ.get("QUILLBOX", os.path.join(TOP, "build/dev/Quillbox")))
+
+
+class WindowTest(unittest.TestCase):
+    """Each test has its own server and home folder; those of one module share the desktop."""
+
+    desktop = None
+
+    @classmethod
+    def setUpClass(cls):
+        if WindowTest.desktop is None:
+            WindowTest.desktop = Desktop().__enter__()
+            unittest.addModuleCleanup(WindowTest.desktop.close)
+
+    def setUp(self):
+        self.server = UploadServer()
+        self.addCleanup(self.server.close)
+        self.home = self.desktop.new_home()
+        self.folder = tempfile.mkdtemp(prefix="files-", dir=self.desktop.folder)
+
+    def settings(self, **others):
+        """Stores the settings for this test's server, or others."""
+        store_settings(self.home, self.server.settings(DoNotShowWelcomeWindowAgain=True, **others))
+
+    def file(self, name, content=b"content\n"):
+        """Makes a file to upload, and answers its path."""
+        path = os.path.join(self.folder, name)
+        with open(path, "wb") as file:
+            file.write(content)
+        return path
+
+    def launch(self, *words, program=PROGRAM, folder=None, **environment):
+        """Starts the program; whoever does not end it finds it running at the end, or it has crashed."""
+        launched = Program(self.desktop, [program, *words], {**self.home, **environment}, folder)
+        self.addCleanup(launched.close)
+        return launched
+
+    def start(self, *words, **options):
+        """Starts the program, which runs until the test is over, and waits for its window."""
+        started = self.launch(*words, **options)
+        self.addCleanup(lambda: self.assertIsNone(started.process.poll(), started.output()))
+        wait_for(started.titles, "the window")
+        return started
+
+    def wait_for_status(self, program, status):
+        wait_for(lambda: program.text("Status") == status, f"the status “{status}”")
+
+    def wait_for_files(self, *names):
+        """Waits until these and no other files have arrived whole, in this order."""
+        wait_for(lambda: len(self.server.received) >= len(names), f"{names} to arrive")
+        self.assertEqual(self.server.received, list(names))
+
+    def assert_no_more_sheets(self, program):
+        """No sheet shows while the clock in the window moves on by two seconds."""
+        for _ in range(2):
+            self.wait_for_the_clock(program)
+            self.assertIsNone(program.sheet())
+
+    def wait_for_the_clock(self, program):
+        before = program.text("Date")
+        wait_for(lambda: program.text("Date") != before, "the date to go on", seconds=5)
