@@ -1,10 +1,7 @@
 #include "Transfer.h"
 
 #include "DeliveryGate.h"
-#include "FTPLog.h"
-#include "PassiveReply.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace {
@@ -25,17 +22,6 @@ std::optional<QByteArray> absoluteFolder(const QByteArray& folder, const std::op
         return loginFolder;
     }
     return loginFolder->endsWith('/') ? *loginFolder + folder : *loginFolder + '/' + folder;
-}
-
-bool isCompletion(const Reply& reply)
-{
-    return reply.code == 226 || reply.code == 250;
-}
-
-/// Whether the server did not understand, or not in this order: what pipelining leads to where it is not understood.
-bool isConfused(const Reply& reply)
-{
-    return reply.code == 500 || reply.code == 503;
 }
 
 } // namespace
@@ -73,8 +59,6 @@ void Transfer::abandon()
     m_data.reset();
     letGoOfConnection(true);
 }
-
-// Set-up
 
 void Transfer::begin()
 {
@@ -233,401 +217,6 @@ void Transfer::openData()
     }
 }
 
-// Replies
-
-void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
-{
-    if (reply.code == 421) {
-        serviceEnds(reply);
-        return;
-    }
-    m_replySeen = true;
-    switch (command.verb) {
-    case FTPVerb::Stor:
-    case FTPVerb::Retr:
-    case FTPVerb::List:
-        judgeTransfer(reply);
-        break;
-    case FTPVerb::Mkd:
-        judgeCreation(reply);
-        break;
-    case FTPVerb::Greeting:
-    case FTPVerb::User:
-    case FTPVerb::Pass:
-    case FTPVerb::Pwd:
-    case FTPVerb::Cwd:
-    case FTPVerb::Type:
-    case FTPVerb::Epsv:
-    case FTPVerb::Pasv:
-    case FTPVerb::Size:
-    case FTPVerb::Quit:
-        m_watchdog.touch();
-        if (!reply.isPreliminary()) {
-            judgeSetUp(command, reply);
-        }
-        break;
-    }
-}
-
-void Transfer::judgeSetUp(const FTPCommand& command, const Reply& reply)
-{
-    ControlConnection::Session& session = m_connection->session();
-    switch (command.verb) {
-    case FTPVerb::Greeting:
-        if (reply.isPositive()) {
-            prepare();
-        } else {
-            finishRefused(reply);
-        }
-        return;
-    case FTPVerb::User:
-        judgeUser(reply);
-        return;
-    case FTPVerb::Pass:
-        judgePass(reply);
-        return;
-    case FTPVerb::Pwd:
-        if (reply.code == 257) {
-            session.loginFolder = folderOfReply(reply.text);
-        }
-        break;
-    case FTPVerb::Cwd:
-    case FTPVerb::Type:
-        if (!reply.isPositive()) {
-            refuse(reply);
-            return;
-        }
-        if (command.verb == FTPVerb::Cwd) {
-            session.folder = m_folder;
-        }
-        break;
-    case FTPVerb::Size:
-        if (reply.code == 213) {
-            bool isNumber = false;
-            const qint64 size = reply.text.trimmed().toLongLong(&isNumber);
-            m_size = isNumber && size >= 0 ? std::optional(size) : std::nullopt;
-        }
-        break;
-    case FTPVerb::Epsv:
-    case FTPVerb::Pasv:
-        judgePassive(command.verb, reply);
-        return;
-    case FTPVerb::Stor:
-    case FTPVerb::Retr:
-    case FTPVerb::List:
-    case FTPVerb::Mkd:
-    case FTPVerb::Quit:
-        break;
-    }
-    sendPlanned();
-}
-
-void Transfer::judgeUser(const Reply& reply)
-{
-    if (reply.isPositive()) {
-        m_userAccepted = true;
-        m_connection->session().loggedIn = true;
-    } else if (reply.code != 331) {
-        refuse(reply);
-        return;
-    }
-    sendPlanned();
-}
-
-void Transfer::judgePass(const Reply& reply)
-{
-    // Without a wanted password the command is out of order (503), which says nothing about the login.
-    if (!reply.isPositive() && !(m_userAccepted && reply.code == 503)) {
-        refuse(reply);
-        return;
-    }
-    ControlConnection::Session& session = m_connection->session();
-    session.loggedIn = true;
-    if (m_folder.isEmpty()) {
-        session.folder = m_folder;
-    }
-    sendPlanned();
-}
-
-void Transfer::judgePassive(FTPVerb verb, const Reply& reply)
-{
-    const bool extended = verb == FTPVerb::Epsv;
-    std::optional<quint16> port;
-    if (reply.code == (extended ? 229 : 227)) {
-        port = extended ? portOfExtendedPassiveReply(reply.text) : portOfPassiveReply(reply.text);
-    }
-    if (port) {
-        m_port = *port;
-        m_extendedPassive = extended;
-        sendPlanned();
-        return;
-    }
-    const bool isIPv4 = m_connection->peerAddress().protocol() == QAbstractSocket::IPv4Protocol;
-    const bool isUnknown = reply.isPositive() || (reply.code >= 500 && reply.code != 530);
-    if (extended && isIPv4 && isUnknown) {
-        m_pool.traits(m_key).passiveOnly = true;
-        m_plan.prepend({ FTPVerb::Pasv, {} });
-        sendPlanned();
-        return;
-    }
-    refuse(reply);
-}
-
-void Transfer::judgeTransfer(const Reply& reply)
-{
-    if (m_state == State::AwaitingReason) {
-        if (reply.isNegative()) {
-            refuse(reply);
-        } else if (!reply.isPreliminary()) {
-            fail(); // The server may be content, but its data connection broke.
-        }
-        return;
-    }
-    if (reply.isPreliminary()) {
-        m_watchdog.touch();
-        m_accepted = true;
-        if (m_request.kind != Kind::Upload && m_state == State::Opening && m_dataStands) {
-            accepted();
-        }
-        return;
-    }
-    if (!isCompletion(reply)) {
-        refuse(reply);
-        return;
-    }
-    m_confirmed = true;
-    if (m_state == State::Confirming) {
-        if (m_request.kind == Kind::Upload) {
-            succeed(FTPStreamEvent::HasSpaceAvailable);
-        } else {
-            dataEnded();
-        }
-    } else if (m_request.kind == Kind::Upload) {
-        fail(); // It cannot confirm what it has not got.
-    } else if (m_state == State::Opening) {
-        m_accepted = true; // Some servers never announce the data.
-        if (m_dataStands) {
-            accepted();
-        }
-    }
-}
-
-void Transfer::judgeCreation(const Reply& reply)
-{
-    if (reply.isPositive()) {
-        succeed(FTPStreamEvent::EndEncountered);
-    } else if (!reply.isPreliminary()) {
-        refuse(reply);
-    }
-}
-
-void Transfer::serviceEnds(const Reply& reply)
-{
-    if (!m_replySeen && m_connection->isReused() && retryOnFreshConnection()) {
-        return;
-    }
-    if (!m_connection->session().loggedIn && m_pool.hasOther(*m_connection)) {
-        m_state = State::AwaitingLogin;
-        m_watchdog.stop();
-        letGoOfConnection(false);
-        m_pool.callWhenFree(m_key, this, [this] {
-            if (m_state == State::AwaitingLogin) {
-                takeConnection(ConnectionPool::Reuse::Allowed);
-            }
-        });
-        return;
-    }
-    finishWith({ FTPStreamError::Domain::FTP, reply.code }, false);
-}
-
-void Transfer::unaskedReplyArrived(const Reply& reply)
-{
-    qCDebug(ftpLog, "an unasked reply %d", reply.code);
-}
-
-void Transfer::connectionLost()
-{
-    if (!m_replySeen && m_connection->isReused() && retryOnFreshConnection()) {
-        return;
-    }
-    if (m_replySeen && !m_connection->isReused() && m_state == State::Preparing && retryInTurn()) {
-        return;
-    }
-    fail();
-}
-
-// Data
-
-void Transfer::dataConnected()
-{
-    m_dataStands = true;
-    if (m_request.kind == Kind::Upload) {
-        if (m_request.length > 0) {
-            m_state = State::Moving;
-            m_watchdog.start(m_pool.timeouts().stalledData);
-            m_data.watchForWriting();
-        } else {
-            m_state = State::Confirming;
-            m_watchdog.start(m_pool.timeouts().confirmation);
-            m_data.endWriting();
-        }
-        report(FTPStreamEvent::OpenCompleted);
-    } else if (m_accepted) {
-        accepted();
-    } else {
-        m_watchdog.start(m_pool.timeouts().reply);
-        m_data.watchForReading();
-    }
-}
-
-void Transfer::accepted()
-{
-    m_state = State::Moving;
-    m_dataWaitsForAcceptance = false;
-    m_watchdog.start(m_pool.timeouts().stalledData);
-    m_data.watchForReading();
-    report(FTPStreamEvent::OpenCompleted);
-}
-
-void Transfer::dataReadable()
-{
-    if (m_state == State::Opening) {
-        // The announcement is normally there before the data, so a short wait is enough; but some servers make none.
-        m_data.stopWatching();
-        m_dataWaitsForAcceptance = true;
-        m_watchdog.start(m_pool.timeouts().acceptance);
-        return;
-    }
-    switch (m_data.pending()) {
-    case DataConnection::Pending::Nothing:
-        break;
-    case DataConnection::Pending::Bytes:
-        m_watchdog.touch();
-        report(FTPStreamEvent::HasBytesAvailable);
-        break;
-    case DataConnection::Pending::End:
-        // At once: some servers send their last word only when the connection is closed on both sides.
-        m_data.close();
-        m_state = State::Confirming;
-        m_watchdog.start(m_pool.timeouts().confirmation);
-        if (m_confirmed) {
-            dataEnded();
-        }
-        break;
-    case DataConnection::Pending::Failure:
-        dataFailed();
-        break;
-    }
-}
-
-void Transfer::dataEnded()
-{
-    if (m_size && m_moved < *m_size) {
-        fail(); // Shorter than announced is not whole, whatever the server says. Longer is: the file may have grown.
-    } else {
-        succeed(FTPStreamEvent::HasBytesAvailable);
-    }
-}
-
-void Transfer::dataWritable()
-{
-    report(FTPStreamEvent::HasSpaceAvailable);
-}
-
-void Transfer::dataFailed()
-{
-    if (m_state == State::Finished) {
-        return;
-    }
-    m_data.reset();
-    m_state = State::AwaitingReason;
-    m_watchdog.start(m_pool.timeouts().reason);
-}
-
-qint64 Transfer::read(std::span<char> buffer)
-{
-    if (m_state == State::Finished) {
-        return m_confirmed && m_error.domain == FTPStreamError::Domain::None ? 0 : -1;
-    }
-    if (m_state != State::Moving) {
-        return -1;
-    }
-    const qint64 count = m_data.read(buffer);
-    if (count <= 0) {
-        return -1; // Nothing was reported to be there. 0 would say that the server has confirmed the end.
-    }
-    m_moved += count;
-    return count;
-}
-
-qint64 Transfer::write(std::span<const char> data)
-{
-    if (m_state == State::AwaitingReason) {
-        return static_cast<qint64>(data.size()); // Lost already; what happened is about to be reported.
-    }
-    if (m_request.kind != Kind::Upload || m_state != State::Moving) {
-        return -1;
-    }
-    const qint64 wanted = std::min(static_cast<qint64>(data.size()), m_request.length - m_moved);
-    const qint64 count = m_data.write(data.first(static_cast<std::size_t>(wanted)));
-    if (count < 0) {
-        dataFailed();
-        return static_cast<qint64>(data.size());
-    }
-    m_moved += count;
-    m_watchdog.touch();
-    m_unacknowledged = m_data.unacknowledgedBytes();
-    if (m_moved == m_request.length) {
-        m_data.endWriting();
-        m_state = State::Confirming;
-        m_watchdog.start(m_pool.timeouts().confirmation);
-    }
-    return count;
-}
-
-// Silence, and further tries
-
-void Transfer::silence()
-{
-    switch (m_state) {
-    case State::Opening:
-        if (m_dataWaitsForAcceptance) {
-            accepted();
-            return;
-        }
-        if (m_request.kind != Kind::FolderCreation && !m_dataStands) {
-            dataFailed();
-            return;
-        }
-        break;
-    case State::AwaitingReason:
-        if (!m_dataStands && m_extendedPassive && retryWithPasv()) {
-            return;
-        }
-        break;
-    case State::Preparing:
-        if (!m_replySeen && m_connection->isReused() && retryOnFreshConnection()) {
-            return;
-        }
-        break;
-    case State::Moving:
-    case State::Confirming:
-        // On a slow line the kernel still sends what was taken long ago.
-        if (const qint64 left = m_data.unacknowledgedBytes(); left < m_unacknowledged) {
-            m_unacknowledged = left;
-            m_watchdog.start(m_state == State::Moving ? m_pool.timeouts().stalledData : m_pool.timeouts().confirmation);
-            return;
-        }
-        break;
-    case State::New:
-    case State::Connecting:
-    case State::AwaitingLogin:
-    case State::Finished:
-        break;
-    }
-    fail();
-}
-
 bool Transfer::retryOnFreshConnection()
 {
     if (m_reported || std::exchange(m_triedFresh, true)) {
@@ -677,8 +266,6 @@ void Transfer::letGoOfConnection(bool keep)
     }
 }
 
-// Ends
-
 void Transfer::succeed(FTPStreamEvent event)
 {
     m_state = State::Finished;
@@ -686,23 +273,6 @@ void Transfer::succeed(FTPStreamEvent event)
     m_data.close();
     letGoOfConnection(true);
     report(event);
-}
-
-void Transfer::refuse(const Reply& reply)
-{
-    if (isConfused(reply) && !m_connection->isReused() && m_state == State::Preparing && retryInTurn()) {
-        return;
-    }
-    finishRefused(reply);
-}
-
-void Transfer::finishRefused(const Reply& reply)
-{
-    if (reply.isNegative()) {
-        finishWith({ FTPStreamError::Domain::FTP, reply.code }, true);
-    } else {
-        fail(); // An answer that does not fit the question.
-    }
 }
 
 void Transfer::fail()
@@ -727,8 +297,9 @@ void Transfer::report(FTPStreamEvent event)
         return;
     }
     m_reported = true;
-    if (m_report) {
-        m_report(event);
+    // A copy, since whoever hears it may abandon the transfer, which drops the original.
+    if (const std::function<void(FTPStreamEvent)> report = m_report) {
+        report(event);
     }
 }
 

@@ -193,7 +193,7 @@ public:
         ::getrlimit(RLIMIT_NOFILE, &m_before);
         const int next = ::dup(0);
         ::close(next);
-        const rlimit full{static_cast<rlim_t>(next), m_before.rlim_max};
+        const rlimit full{ static_cast<rlim_t>(next), m_before.rlim_max };
         ::setrlimit(RLIMIT_NOFILE, &full);
     }
     NoDescriptorLeft(const NoDescriptorLeft&) = delete;
@@ -207,13 +207,13 @@ private:
 TEST_F(StreamTimingTest, WithoutADescriptorForTheDataTheTransferFails)
 {
     startUpload(u"/f"_s, "x");
-    auto control = logIn({"TYPE I", "EPSV"});
+    auto control = logIn({ "TYPE I", "EPSV" });
     control->say("200 I");
     const NoDescriptorLeft none;
 
     control->say(extendedPassive());
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{u"other"_s});
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
 }
 
 TEST_F(StreamTimingTest, WithoutADescriptorForTheConnectionTheTransferFailsFromTheLoop)
@@ -223,7 +223,7 @@ TEST_F(StreamTimingTest, WithoutADescriptorForTheConnectionTheTransferFailsFromT
     startUpload(u"/f"_s, "x");
 
     EXPECT_TRUE(m_recorder.log().isEmpty());
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{u"other"_s});
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
 }
 
 } // namespace
