@@ -9,11 +9,9 @@ One Desktop for each Python process: the accessibility library reads the environ
 ends with it, and at the latest with this process, however that ends.
 """
 
-import ctypes
 import os
 import random
 import shutil
-import signal
 import subprocess
 import tempfile
 import time
@@ -34,9 +32,9 @@ def wait_for(condition, what, seconds=20):
         time.sleep(0.02)
 
 
-def die_with_parent():
-    """In a new child: be ended by the kernel when the parent is gone."""
-    ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
+def bound_to_us(words):
+    """The command line that has the kernel end a program when this process is gone, however it went."""
+    return ["setpriv", "--pdeathsig", "KILL", *map(str, words)]
 
 
 def end(process):
@@ -55,7 +53,7 @@ class Desktop:
         self._size = size
         self._display = display
         self._processes = []
-        self.folder = tempfile.mkdtemp(prefix="quillbox-desktop-")
+        self.folder = None
         self.environment = {name: value for name, value in os.environ.items() if not name.startswith(FOREIGN)}
 
     def __enter__(self):
@@ -73,7 +71,8 @@ class Desktop:
         for process in reversed(self._processes):
             end(process)
         self._processes.clear()
-        shutil.rmtree(self.folder, ignore_errors=True)
+        if self.folder:
+            shutil.rmtree(self.folder, ignore_errors=True)
 
     def new_home(self):
         """Environment variables of a home folder that nobody has used."""
@@ -108,21 +107,47 @@ class Desktop:
         """The X windows, as numbers, that the process shows and whose titles hold a match for that expression."""
         return self.xdotool("search", "--all", "--onlyvisible", "--pid", pid, "--name", title).split()
 
+    def place_of(self, window):
+        """The left and top edge of a window's contents on the screen."""
+        lines = self.xdotool("getwindowgeometry", "--shell", window).splitlines()
+        places = dict(line.split("=", 1) for line in lines)
+        return int(places["X"]), int(places["Y"])
+
+    def wait_until_still(self, window):
+        """Waits until what a window shows has stayed the same for a second."""
+        seen = since = None
+
+        def is_still():
+            nonlocal seen, since
+            words = ["import", "-window", str(window), "rgb:-"]
+            shown = subprocess.run(words, env=self.environment, capture_output=True).stdout
+            if shown != seen:
+                seen, since = shown, time.monotonic()
+            return time.monotonic() - since > 1
+
+        wait_for(is_still, "the window to be still")
+
     def picture(self, path, window="root", frame=False):
         """Saves what a window shows; with frame also the frame that the window manager drew around it."""
         words = ["-frame"] if frame else []
         subprocess.run(["import", *words, "-window", window, path], env=self.environment, check=True)
 
+    def end(self, process):
+        """Ends a program that spawn() started."""
+        self._processes.remove(process)
+        end(process)
+
     def spawn(self, words, **options):
         """Starts a program that ends with this desktop."""
         options = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options}
-        process = subprocess.Popen(words, env=self.environment, preexec_fn=die_with_parent, **options)
+        process = subprocess.Popen(bound_to_us(words), env=self.environment, **options)
         self._processes.append(process)
         return process
 
     # The start.
 
     def _start(self):
+        self.folder = tempfile.mkdtemp(prefix="quillbox-desktop-")
         self.environment.update(self.new_home())
         runtime = os.path.join(self.folder, "run")
         os.mkdir(runtime, mode=0o700)
@@ -172,7 +197,7 @@ class Desktop:
         address = f"unix:dir={self.environment['XDG_RUNTIME_DIR']}"
         words = ["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address={address}"]
         bus = subprocess.Popen(
-            words, env=environment, preexec_fn=die_with_parent, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
+            bound_to_us(words), env=environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
         )
         self._processes.append(bus)
         with bus.stdout as out:

@@ -5,11 +5,10 @@ Labels are found by their accessible description, since a label's name is its te
 
 import json
 import os
-import signal
 import subprocess
 import tempfile
 
-from desktop import die_with_parent, wait_for
+from desktop import bound_to_us, wait_for
 
 SHEETS = ("alert", "dialog")
 
@@ -78,18 +77,16 @@ class Program:
         variables = {**desktop.environment, **(environment or {})}
         self._output = tempfile.TemporaryFile()
         self.process = subprocess.Popen(
-            words,
+            bound_to_us(words),
             env={name: value for name, value in variables.items() if value is not None},
             cwd=folder,
             stdin=subprocess.DEVNULL,
             stdout=self._output,
             stderr=subprocess.STDOUT,
-            preexec_fn=die_with_parent,
         )
 
     def close(self):
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGKILL)
+        self.process.kill()
         self.process.wait()
         self._output.close()
 

@@ -101,6 +101,7 @@ class Sheets(WindowTest):
             program.acknowledge()
             self.assert_no_more_sheets(program)
             self.break_settings("[1, 2, 3]")
+            self.refresh(program)
 
         wait_for(program.sheet, "the sheet after the second change")
 

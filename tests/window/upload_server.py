@@ -69,7 +69,7 @@ class UploadServer:
 
     def _serve(self):
         while not self._stopping.is_set():
-            self._loop.loop(timeout=0.05, blocking=False)
+            self._loop.loop(timeout=0.01, blocking=False)
         with contextlib.suppress(OSError):
             self._server.close_all()
 

@@ -24,7 +24,7 @@ class Uploads(WindowTest):
     def test_files_go_in_order_and_the_waiting_ones_are_counted(self):
         self.settings()
         self.server.read_at_most(300_000)
-        paths = [self.file(name, bytes(500_000)) for name in ("one", "two", "three")]
+        paths = [self.file(name, bytes(300_000)) for name in ("one", "two", "three")]
 
         program = self.start(*paths)
 
@@ -37,7 +37,7 @@ class Uploads(WindowTest):
 
     def test_progress_shows_while_a_file_is_sent_and_only_then(self):
         self.settings()
-        self.server.read_at_most(2_000_000)
+        self.server.read_at_most(3_000_000)
 
         program = self.start(self.file("large", bytes(8_000_000)))
 
@@ -78,7 +78,7 @@ class Uploads(WindowTest):
     def test_clear_queue_lets_the_running_file_finish(self):
         self.settings()
         self.server.read_at_most(1_000_000)
-        program = self.start(self.file("one", bytes(3_000_000)), self.file("two"), self.file("three"))
+        program = self.start(self.file("one", bytes(2_000_000)), self.file("two"), self.file("three"))
         wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
 
         program.press("Clear Queue")

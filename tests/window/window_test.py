@@ -1,5 +1,7 @@
-"""What the tests of the real window have in common. The environment's QUILLBOX names the program, otherwise it is that of the
-dev preset."""
+"""What the tests of the real window have in common.
+
+The environment's QUILLBOX names the program; without it, it is that of the dev preset.
+"""
 
 import os
 import tempfile
