@@ -1,7 +1,7 @@
+#include "DelayedAlert.h"
 #include "RunLoop.h"
 #include "ViewControllerTest.h"
 
-#include <QElapsedTimer>
 #include <QMenu>
 #include <QPlainTextEdit>
 
@@ -307,23 +307,31 @@ TEST_F(ViewControllerQueueTest, TheTimerTicksByItself)
     EXPECT_TRUE(waitFor([this] { return sentFiles().size() == 1; }));
 }
 
-TEST_F(ViewControllerQueueTest, WithoutARouteManyFilesRaiseOneAlertAtATime)
+TEST_F(ViewControllerQueueTest, WithoutARouteManyFilesRaiseOneAlert)
 {
     NetworkManager::setReachabilitySource([] { return ReachabilityFlags(); });
+    setDelayedAlertPresenter(
+        [this](const QString& message, const QString& text) { m_controller->showAlert(message, text); });
     QStringList files;
     for (int i = 0; i < 10000; ++i) {
         files.append(m_directory.path()); // A folder: each try ends in the same tick.
     }
     m_controller->uploadFiles(files);
-
     while (!m_controller->fileUploadQueue().isEmpty()) {
         tick();
     }
-    m_controller->updateStatus(u"Error"_s);
-    m_controller->updateStatus(u"Error"_s);
+    bool allAreDue = false;
+    RunLoop::dispatchAfter(1010, nullptr, [&allAreDue] { allAreDue = true; });
 
-    EXPECT_EQ(shownSheets().size(), 1);
+    ASSERT_TRUE(waitFor([&allAreDue] { return allAreDue; }));
+    setDelayedAlertPresenter(nullptr);
+
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"No Internet Connection.: There seems to be no internet connection. The operation may fail."_s });
     answerSheet();
+    drainEventLoop();
+    EXPECT_TRUE(shownSheets().isEmpty());
 }
 
 TEST_F(ViewControllerQueueTest, AHundredThousandFilesStayUsable)

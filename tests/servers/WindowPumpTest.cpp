@@ -52,6 +52,13 @@ protected:
         file.write(bytes);
         return file.fileName();
     }
+    /// Descriptors that are open when no connection is kept.
+    qsizetype openDescriptors() const
+    {
+        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        drainEventLoop();
+        return QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size();
+    }
     bool waitUntilIdle()
     {
         return waitFor(
@@ -77,13 +84,17 @@ protected:
     std::unique_ptr<ViewController> m_controller;
 };
 
-TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftCounted)
+TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftOpenOrCounted)
 {
     auto& timeouts = ConnectionPool::ofThisThread().timeouts();
     timeouts.reply = 1s;
     timeouts.confirmation = 1s;
     timeouts.reason = 500ms;
     const ScriptedRule first{ .on = "STOR", .steps = {}, .argument = "first" };
+    m_controller->uploadFiles({ makeFile(u"zeroth"_s, "x") });
+    ASSERT_TRUE(waitFor([this] { return m_controller->fileUploadQueue().isEmpty(); }));
+    ASSERT_TRUE(waitUntilIdle());
+    const qsizetype descriptors = openDescriptors();
     int number = 0;
     for (const QByteArrayList& steps : {
              QByteArrayList{ "553 No" },
@@ -106,6 +117,7 @@ TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftCounted)
 
         EXPECT_TRUE(m_server.file(next) == bytes);
         EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
+        EXPECT_TRUE(waitFor([this, descriptors] { return openDescriptors() == descriptors; }));
     }
 }
 
