@@ -1,6 +1,7 @@
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
 #include "NetworkManager.h"
+#include "OpenDescriptors.h"
 #include "Printers.h"
 #include "ProgramName.h"
 #include "ScriptedServer.h"
@@ -53,11 +54,11 @@ protected:
         return file.fileName();
     }
     /// Descriptors that are open when no connection is kept.
-    qsizetype openDescriptors() const
+    int descriptorsAtRest() const
     {
         ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
         drainEventLoop();
-        return QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size();
+        return openDescriptors();
     }
     bool waitUntilIdle()
     {
@@ -94,7 +95,7 @@ TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftOpenOrCount
     m_controller->uploadFiles({ makeFile(u"zeroth"_s, "x") });
     ASSERT_TRUE(waitFor([this] { return m_controller->fileUploadQueue().isEmpty(); }));
     ASSERT_TRUE(waitUntilIdle());
-    const qsizetype descriptors = openDescriptors();
+    const int descriptors = descriptorsAtRest();
     int number = 0;
     for (const QByteArrayList& steps : {
              QByteArrayList{ "553 No" },
@@ -117,7 +118,7 @@ TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftOpenOrCount
 
         EXPECT_TRUE(m_server.file(next) == bytes);
         EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
-        EXPECT_TRUE(waitFor([this, descriptors] { return openDescriptors() == descriptors; }));
+        EXPECT_TRUE(waitFor([this, descriptors] { return descriptorsAtRest() == descriptors; }));
     }
 }
 

@@ -1,0 +1,152 @@
+#include "FTPManager.h"
+#include "LogRecorder.h"
+#include "Printers.h"
+#include "ScriptedServer.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString general = u"ftp stream failed: general stream error (check credentials?)"_s;
+
+/// The synchronous library against a server that misbehaves.
+class FaultyServerManagerTest : public ::testing::Test {
+protected:
+    FaultyServerManagerTest()
+    {
+        QDir(m_server.root()).mkdir(u"folder"_s);
+        m_server.putFile(u"folder/file.txt"_s, QByteArray(100'000, 'x'));
+        m_record->setPort(m_server.port());
+    }
+
+    bool download()
+    {
+        return m_manager.downloadFile(u"file.txt"_s, QUrl::fromLocalFile(m_local.path()), m_record.get());
+    }
+
+    ScriptedServer m_server;
+    QTemporaryDir m_local;
+    std::shared_ptr<FMServer> m_record = FMServer::serverWithDestination(u"127.0.0.1/folder"_s, u"anna"_s, u"secret"_s);
+    FTPManager m_manager;
+};
+
+TEST_F(FaultyServerManagerTest, TransfersFailWithTheirLogLineAndTheNextOneWorks)
+{
+    struct Row {
+        const char* name;
+        ScriptedRule rule;
+        std::function<bool()> operation;
+    };
+    const auto upload = [this] { return m_manager.uploadData(QByteArray(500'000, 'x'), u"up"_s, m_record.get()); };
+    const auto create = [this] { return m_manager.createNewFolder(u"made"_s, m_record.get()); };
+    const auto list = [this] { return m_manager.contentsOfServer(m_record.get()).has_value(); };
+    const auto fetch = [this] { return download(); };
+    for (const Row& row : {
+             Row{ "greeting refused", { .on = "connect", .steps = { "421 No", "close" } }, upload },
+             Row{ "login refused", { .on = "PASS", .steps = { "530 No" } }, list },
+             Row{ "folder refused", { .on = "CWD", .steps = { "550 No" } }, create },
+             Row{ "upload refused", { .on = "STOR", .steps = { "553 No" } }, upload },
+             Row{ "full in mid upload",
+                  { .on = "STOR", .steps = { "150 Go", "read 9", "552 Full", "data-reset" } },
+                  upload },
+             Row{ "not confirmed", { .on = "STOR", .steps = { "150 Go", "read", "close" } }, upload },
+             Row{ "hung up", { .on = "STOR", .steps = { "reset" } }, upload },
+             Row{ "download refused", { .on = "RETR", .steps = { "550 No" } }, fetch },
+             Row{ "download cut short",
+                  { .on = "RETR", .steps = { "150 Go", "write 9", "data-close", "226 Ok" } },
+                  fetch },
+             Row{ "download broken off", { .on = "RETR", .steps = { "150 Go", "write 9", "reset" } }, fetch },
+             Row{ "listing refused", { .on = "LIST", .steps = { "450 No" } }, list },
+             Row{ "listing broken off", { .on = "LIST", .steps = { "150 Go", "close" } }, list },
+             Row{ "creation refused", { .on = "MKD", .steps = { "550 It exists" } }, create },
+         }) {
+        SCOPED_TRACE(row.name);
+        m_server.add(row.rule);
+        {
+            const LogRecorder log;
+            EXPECT_FALSE(row.operation());
+            EXPECT_EQ(log.lines(), QStringList{ general });
+        }
+        EXPECT_FALSE(QFileInfo::exists(m_local.filePath(u"file.txt"_s)));
+
+        m_server.forgetRules();
+        EXPECT_TRUE(list());
+    }
+}
+
+TEST_F(FaultyServerManagerTest, AListingThatCannotBeReadIsNothing)
+{
+    m_server.on("LIST", { "150 Go", "fill 2000000", "data-close", "226 Done" });
+
+    EXPECT_FALSE(m_manager.contentsOfServer(m_record.get()));
+}
+
+TEST_F(FaultyServerManagerTest, TheConversationIsSentToTheLetterAndAllAtOnce)
+{
+    EXPECT_TRUE(m_manager.deleteFileNamed(u"file.txt"_s, m_record.get()));
+    EXPECT_EQ(m_server.commands(1),
+              (QByteArrayList{ "USER anna", "PASS secret", "CWD folder", "DELE file.txt", "QUIT" }));
+
+    EXPECT_FALSE(m_manager.deleteFileNamed(u"no folder"_s, m_record.get()));
+    EXPECT_EQ(m_server.commands(2),
+              (QByteArrayList{ "USER anna", "PASS secret", "CWD folder", "RMD no folder", "QUIT" }));
+
+    EXPECT_FALSE(m_manager.chmodFileNamed(u"a b"_s, 755, m_record.get()));
+    EXPECT_EQ(m_server.commands(3),
+              (QByteArrayList{ "USER anna", "PASS secret", "CWD folder", "SITE CHMOD 755 a b", "QUIT" }));
+
+    EXPECT_TRUE(m_manager.checkLogin(m_record.get()));
+    EXPECT_EQ(m_server.commands(4), (QByteArrayList{ "USER anna", "PASS secret", "QUIT" }));
+}
+
+TEST_F(FaultyServerManagerTest, EveryLineOfTheConversationIsJudgedAndTheNextOneWorks)
+{
+    for (const ScriptedRule& rule : {
+             ScriptedRule{ .on = "connect", .steps = { "220-Welcome", "say 5 users are here", "220 Ready" } },
+             ScriptedRule{ .on = "USER", .steps = { "530 No" } },
+             ScriptedRule{ .on = "PASS", .steps = { "530 No" } },
+             ScriptedRule{ .on = "CWD", .steps = { "550 No" } },
+             ScriptedRule{ .on = "DELE", .steps = { "550 No such file" } },
+             ScriptedRule{ .on = "DELE", .steps = { "450-Busy", "450 Later" } },
+             ScriptedRule{ .on = "QUIT", .steps = { "500 What?", "close" } },
+             ScriptedRule{ .on = "DELE", .steps = { "flood 3000000", "close" } },
+         }) {
+        SCOPED_TRACE(rule.on.toStdString() + ": " + rule.steps.join(", ").toStdString());
+        m_server.add(rule);
+        m_server.putFile(u"folder/doomed.txt"_s, "x");
+
+        EXPECT_FALSE(m_manager.deleteFileNamed(u"doomed.txt"_s, m_record.get()));
+
+        m_server.forgetRules();
+        m_server.putFile(u"folder/doomed.txt"_s, "x");
+        EXPECT_TRUE(m_manager.deleteFileNamed(u"doomed.txt"_s, m_record.get()));
+        EXPECT_FALSE(m_server.file(u"folder/doomed.txt"_s));
+    }
+}
+
+TEST_F(FaultyServerManagerTest, SilenceLastsUntilTheServerCloses)
+{
+    m_server.on("QUIT", { "wait 700", "221 Bye", "close" });
+
+    EXPECT_TRUE(m_manager.checkLogin(m_record.get()));
+}
+
+TEST_F(FaultyServerManagerTest, AServerThatIsGoneIsAConnectError)
+{
+    m_server.stop();
+    const LogRecorder log;
+
+    EXPECT_FALSE(m_manager.checkLogin(m_record.get()));
+
+    EXPECT_EQ(log.lines(), QStringList{ u"error connecting."_s });
+}
+
+} // namespace
