@@ -56,7 +56,8 @@ class Sheets(WindowTest):
         wait_for(lambda: program.value("Files waiting") == (1, 1), "the file to wait")
         left, top, width, height = program.box(NO_DESTINATION[0])
         button = program.centre("Clear Queue")
-        self.assertFalse(left <= button[0] < left + width and top <= button[1] < top + height, "the sheet is in the way")
+        is_covered = left <= button[0] < left + width and top <= button[1] < top + height
+        self.assertFalse(is_covered, "the sheet is in the way")
 
         self.desktop.click(button)
 
