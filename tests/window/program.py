@@ -180,11 +180,17 @@ class Program:
 
     def press(self, name):
         """Presses a button as soon as it can be pressed."""
-        button = wait_for(lambda: (node := self.find(name)) and _has(node, "ENABLED") and node, f"“{name}” to be enabled")
+
+        def enabled_button():
+            node = self.find(name)
+            return node if node and _has(node, "ENABLED") else None
+
+        button = wait_for(enabled_button, f"“{name}” to be enabled")
         _atspi().Action.do_action(button.get_action_iface(), 0)
 
     def acknowledge(self):
-        """Answers the sheet that shows with OK, and sees it go."""
-        wait_for(self.sheet, "a sheet")
+        """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
+        texts = wait_for(self.sheet, "a sheet")
         self.press("OK")
-        wait_for(lambda: self.sheet() is None, "the sheet to go")
+        wait_for(lambda: self.sheet() != texts, "the sheet to go")
+        return texts
