@@ -83,13 +83,12 @@ void ViewController::showTexts()
 
 void ViewController::startNextUpload()
 {
+    // On every tick, so that a settings file that has become unreadable is noticed also while nothing waits.
+    const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
     if (m_pc->isSending() || m_gc->isReceiving()) {
         return;
     }
-    // An idle window asks for no destination, a hundred times a second.
-    const QString destination
-        = m_fileUploadQueue.isEmpty() ? QString() : createFullDestinationPathFromAppNameAndFTPFolder();
-    if (destination.isNull()) {
+    if (m_fileUploadQueue.isEmpty() || destination.isNull()) {
         listAgainIfWanted();
         return;
     }

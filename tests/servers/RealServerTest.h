@@ -28,7 +28,6 @@ protected:
 
     void SetUp() override
     {
-        ASSERT_TRUE(m_server.isRunning()) << "scripts/fetch-test-servers brings the servers";
         NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
         NetworkManager::sharedInstance().setNetworkOperationCount(1000);
     }

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto patience = 20s;
+constexpr auto patience = 60s; // Others may keep the machine busy.
 
 int milliseconds(const QDeadlineTimer& deadline)
 {
@@ -28,9 +28,9 @@ LineProcess::LineProcess(const QString& script, const QStringList& arguments)
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.start();
     const QByteArray line = waitForLine();
-    bool isNumber = false;
-    m_port = line.startsWith("port ") ? line.mid(5).toUShort(&isNumber) : 0;
-    if (!isNumber) {
+    m_words = line.split(' ');
+    m_port = value("port").toUShort();
+    if (m_port == 0) {
         fail(u"said: "_s + QString::fromUtf8(line));
     }
 }
@@ -38,6 +38,12 @@ LineProcess::LineProcess(const QString& script, const QStringList& arguments)
 LineProcess::~LineProcess()
 {
     stop();
+}
+
+QString LineProcess::value(const QByteArray& name) const
+{
+    const qsizetype index = m_words.indexOf(name);
+    return index >= 0 ? QString::fromUtf8(m_words.value(index + 1)) : QString();
 }
 
 void LineProcess::writeLine(const QByteArray& line)

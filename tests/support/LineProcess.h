@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -12,13 +13,16 @@
 /// Whatever goes wrong throws std::runtime_error with what the program said, which fails the test.
 class LineProcess {
 public:
-    /// Starts tests/servers/@p script. The first line that it prints tells the port, which is awaited here.
+    /// Starts tests/servers/@p script. The first line that it prints, names and values by turns, tells that it is
+    /// ready, which is awaited here, and at least its port.
     LineProcess(const QString& script, const QStringList& arguments);
     LineProcess(const LineProcess&) = delete;
     LineProcess& operator=(const LineProcess&) = delete;
     ~LineProcess(); ///< Stops it and waits for its end.
 
     quint16 port() const { return m_port; }
+    /// The value after @p name in the first line; null when there is none.
+    QString value(const QByteArray& name) const;
     /// Sends @p line and its end.
     void writeLine(const QByteArray& line);
     /// The next line without its end, if one has come already.
@@ -33,5 +37,6 @@ private:
 
     QString m_script;
     QProcess m_process;
+    QByteArrayList m_words; ///< Of the first line.
     quint16 m_port = 0;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HelperProcess.h"
+#include "LineProcess.h"
 
 #include <QTemporaryDir>
 
@@ -22,10 +22,7 @@ public:
     /// Starts a server and waits until it takes logins.
     explicit RealServer(ServerMake make);
 
-    /// Whether the server has started. If not, the reason is on stderr.
-    bool isRunning() const { return !m_process.words().isEmpty(); }
-
-    quint16 port() const { return static_cast<quint16>(m_process.value("port").toUInt()); }
+    quint16 port() const { return m_process.port(); }
     QString userName() const { return m_process.value("user"); }
     /// The only one that the server accepts.
     QString password() const { return m_process.value("password"); }
@@ -39,5 +36,5 @@ public:
 
 private:
     QTemporaryDir m_root;
-    HelperProcess m_process;
+    LineProcess m_process;
 };

@@ -14,11 +14,12 @@ Relay::Relay(quint16 serverPort)
 
 QString Relay::location(const QString& path) const
 {
-    return u"ftp://127.0.0.1:%1/%2"_s.arg(m_process.value("port"), path);
+    return u"ftp://127.0.0.1:%1/%2"_s.arg(QString::number(m_process.port()), path);
 }
 
 Relay::Counts Relay::stop()
 {
-    const QJsonObject counts = QJsonDocument::fromJson(m_process.stop()).object();
+    m_process.stop();
+    const QJsonObject counts = QJsonDocument::fromJson(m_process.takeLine().value_or(QByteArray())).object();
     return { counts[u"control"].toInt(), counts[u"data"].toInt(), counts[u"commands"].toVariant().toStringList() };
 }

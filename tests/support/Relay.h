@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HelperProcess.h"
+#include "LineProcess.h"
 
 #include <QStringList>
 
@@ -21,5 +21,5 @@ public:
     Counts stop();
 
 private:
-    HelperProcess m_process;
+    LineProcess m_process;
 };
