@@ -129,11 +129,12 @@ private:
     void connectControls();
     void showAuxiliaryWindow();
 
-    void showDate();
+    /// Whether a new second has begun.
+    bool showDate();
     void showQueueLength();
     void showProgress();
     void showTexts();
-    void startNextUpload();
+    void startNextUpload(bool isNewSecond);
     void listAgainIfWanted();
     void resetProgress();
     void emptyList();

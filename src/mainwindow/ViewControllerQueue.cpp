@@ -36,20 +36,22 @@ void ViewController::onTick()
     if (held) {
         return;
     }
-    showDate();
+    const bool isNewSecond = showDate();
     showQueueLength();
     showProgress();
     showTexts();
-    startNextUpload();
+    startNextUpload(isNewSecond);
 }
 
-void ViewController::showDate()
+bool ViewController::showDate()
 {
     const qint64 second = QDateTime::currentSecsSinceEpoch();
-    if (second != m_shownSecond) {
-        m_shownSecond = second;
-        m_ui->dateStringTextField->setText(shortDateMediumTimeText(QDateTime::currentDateTime()));
+    if (second == m_shownSecond) {
+        return false;
     }
+    m_shownSecond = second;
+    m_ui->dateStringTextField->setText(shortDateMediumTimeText(QDateTime::currentDateTime()));
+    return true;
 }
 
 void ViewController::showQueueLength()
@@ -81,10 +83,12 @@ void ViewController::showTexts()
     m_ui->listingStatusTextField->setText(m_listingStatus);
 }
 
-void ViewController::startNextUpload()
+void ViewController::startNextUpload(bool isNewSecond)
 {
-    // On every tick, so that a settings file that has become unreadable is noticed also while nothing waits.
-    const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
+    // While nothing waits, once a second is enough to notice a settings file that has become unreadable: looking at it
+    // is most of what a tick costs.
+    const bool isNeeded = isNewSecond || !m_fileUploadQueue.isEmpty();
+    const QString destination = isNeeded ? createFullDestinationPathFromAppNameAndFTPFolder() : QString();
     if (m_pc->isSending() || m_gc->isReceiving()) {
         return;
     }
