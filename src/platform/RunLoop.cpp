@@ -64,5 +64,8 @@ void RunLoop::setHeld(bool held)
 
 void RunLoop::dispatchAfter(int delayMs, QObject* context, std::function<void()> block)
 {
-    QTimer::singleShot(delayMs, context != nullptr ? context : QCoreApplication::instance(), std::move(block));
+    QObject* const target = context != nullptr ? context : QCoreApplication::instance();
+    // On the target's thread, since the calling one may have no event loop of its own to start a timer on.
+    QMetaObject::invokeMethod(
+        target, [delayMs, target, block = std::move(block)] { QTimer::singleShot(delayMs, target, block); });
 }

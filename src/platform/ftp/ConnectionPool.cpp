@@ -109,7 +109,7 @@ bool ConnectionPool::hasOther(const ControlConnection& connection) const
     });
 }
 
-void ConnectionPool::callWhenFree(const FTPServerKey& key, QObject* context, std::function<void()> retry)
+void ConnectionPool::callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry)
 {
     const bool isKept = std::any_of(m_entries.begin(), m_entries.end(), [&key](const auto& entry) {
         const ControlConnection& connection = *entry->connection;
@@ -146,7 +146,14 @@ void ConnectionPool::becameFree(const FTPServerKey& key)
         connection->quit();
         remove(*connection);
     }
-    QMetaObject::invokeMethod(chosen.context, chosen.retry, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this, chosen] {
+            if (chosen.context == nullptr || !chosen.retry()) {
+                becameFree(chosen.key);
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void ConnectionPool::closeIdle(const QString& host, quint16 port)

@@ -40,8 +40,8 @@ public:
     /// Whether the server serves this thread through another connection than @p connection.
     bool hasOther(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
-    /// @p context is destroyed before.
-    void callWhenFree(const FTPServerKey& key, QObject* context, std::function<void()> retry);
+    /// @p context is destroyed before. @p retry answers whether it took the chance; if not, the next in line gets it.
+    void callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry);
 
     /// Ends all connections to a server that nobody uses, for a server that allows no second login.
     void closeIdle(const QString& host, quint16 port);
@@ -70,7 +70,7 @@ private:
     struct Waiter {
         FTPServerKey key;
         QPointer<QObject> context;
-        std::function<void()> retry;
+        std::function<bool()> retry;
     };
 
     Entry* entryOf(const ControlConnection& connection);

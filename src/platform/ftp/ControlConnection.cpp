@@ -17,6 +17,7 @@ ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
         m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
         m_socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
         m_established = true;
+        m_peer = m_socket.peerAddress();
         emit established();
     });
     connect(&m_socket, &QTcpSocket::readyRead, this, &ControlConnection::processInput);

@@ -66,11 +66,12 @@ public:
     void setSuspect() { m_suspect = true; }
 
     /// The host that data connections go to.
-    QHostAddress peerAddress() const { return m_socket.peerAddress(); }
+    QHostAddress peerAddress() const { return m_peer; }
 
     /// What its users have learnt about the session, for those who come after.
     struct Session {
         bool loggedIn = false;
+        bool binary = false; ///< The server has accepted TYPE I.
         std::optional<QByteArray> loginFolder; ///< Absolute; nothing when the server does not tell.
         std::optional<QByteArray> folder; ///< The present folder as a location's path names it; nothing: unknown.
     };
@@ -92,6 +93,7 @@ private:
     FTPServerKey m_key;
     DeliveryGate& m_gate;
     QTcpSocket m_socket;
+    QHostAddress m_peer; ///< Kept, because the socket forgets it when the connection ends.
     ReplyParser m_parser;
     QQueue<FTPCommand> m_pending; ///< Sent and not yet answered finally.
     ControlConnectionUser* m_user = nullptr;

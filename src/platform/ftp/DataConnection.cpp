@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <linux/sockios.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/ioctl.h>
@@ -36,7 +37,11 @@ SocketAddress socketAddress(const QHostAddress& host, quint16 port)
         const Q_IPV6ADDR bytes = host.toIPv6Address();
         static_assert(std::is_trivially_copyable_v<Q_IPV6ADDR> && sizeof bytes == sizeof v6.sin6_addr);
         std::memcpy(&v6.sin6_addr, &bytes, sizeof bytes);
-        v6.sin6_scope_id = host.scopeId().toUInt();
+        bool isNumber = false;
+        v6.sin6_scope_id = host.scopeId().toUInt(&isNumber);
+        if (!isNumber) {
+            v6.sin6_scope_id = ::if_nametoindex(host.scopeId().toLatin1().constData());
+        }
         std::memcpy(&address.storage, &v6, sizeof v6);
         address.length = sizeof v6;
     }

@@ -119,7 +119,7 @@ void Transfer::prepare()
     m_plan.clear();
     if (!session.loggedIn) {
         m_plan = loginCommands();
-    } else if (session.folder != m_folder) {
+    } else if (session.folder != m_folder || !session.binary) {
         const std::optional<QByteArray> folder = absoluteFolder(m_folder, session.loginFolder);
         if (!folder) {
             // Where this session stands is unknown; a new one stands in the login folder.
@@ -135,6 +135,9 @@ void Transfer::prepare()
     }
     if (m_request.kind != Kind::FolderCreation) {
         m_plan.append(passiveCommand());
+    } else if (m_plan.isEmpty()) {
+        // Finds out whether a kept connection still lives: MKD itself must not be sent twice.
+        m_plan.append({ FTPVerb::Type, "I" });
     }
     sendPlanned();
 }
@@ -179,6 +182,8 @@ void Transfer::sendPlanned()
     for (const FTPCommand& command : commands) {
         if (command.verb == FTPVerb::Cwd) {
             m_connection->session().folder.reset(); // Unknown until the reply.
+        } else if (command.verb == FTPVerb::Type) {
+            m_connection->session().binary = false;
         }
     }
     m_connection->send(commands);

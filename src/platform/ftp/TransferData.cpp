@@ -153,6 +153,10 @@ void Transfer::silence()
         if (!m_replySeen && m_connection->isReused() && retryOnFreshConnection()) {
             return;
         }
+        // Some servers throw away what was sent ahead of a reply.
+        if (m_replySeen && !m_connection->isReused() && retryInTurn()) {
+            return;
+        }
         break;
     case State::Moving:
     case State::Confirming:

@@ -83,6 +83,8 @@ void Transfer::judgeSetUp(const FTPCommand& command, const Reply& reply)
         }
         if (command.verb == FTPVerb::Cwd) {
             session.folder = m_folder;
+        } else {
+            session.binary = true;
         }
         break;
     case FTPVerb::Size:
@@ -198,7 +200,7 @@ void Transfer::judgeTransfer(const Reply& reply)
 
 void Transfer::judgeCreation(const Reply& reply)
 {
-    if (reply.isPositive()) {
+    if (reply.code == 257 || reply.code == 250) {
         succeed(FTPStreamEvent::EndEncountered);
     } else if (!reply.isPreliminary()) {
         refuse(reply);
@@ -215,9 +217,11 @@ void Transfer::serviceEnds(const Reply& reply)
         m_watchdog.stop();
         letGoOfConnection(false);
         m_pool.callWhenFree(m_key, this, [this] {
-            if (m_state == State::AwaitingLogin) {
-                takeConnection(ConnectionPool::Reuse::Allowed);
+            if (m_state != State::AwaitingLogin) {
+                return false;
             }
+            takeConnection(ConnectionPool::Reuse::Allowed);
+            return true;
         });
         return;
     }
@@ -231,6 +235,10 @@ void Transfer::unaskedReplyArrived(const Reply& reply)
 
 void Transfer::connectionLost()
 {
+    if (m_state == State::Moving && m_confirmed) {
+        letGoOfConnection(false); // The last word has been said; the rest of the data follows.
+        return;
+    }
     if (!m_replySeen && m_connection->isReused() && retryOnFreshConnection()) {
         return;
     }

@@ -1,0 +1,152 @@
+#include "StreamTest.h"
+
+namespace {
+
+/// What is left behind by one transfer must not harm the next.
+class StreamRecoveryTest : public StreamTest {
+protected:
+    void first()
+    {
+        startUpload(u"/first"_s, "1");
+        m_control = open("STOR first");
+        m_data->receiveToEnd();
+        m_control->say("226 Got it");
+        ASSERT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    }
+
+    /// A second upload keeps the only login; two further ones wait for it.
+    void fillTheQueueForTheOnlyLogin()
+    {
+        first();
+        startUpload(u"/second"_s, "2");
+        m_control->hear();
+        m_control->say(extendedPassive());
+        m_data = m_dataPeer.accept();
+        m_control->hear();
+        m_data->receiveToEnd();
+        for (StreamRecorder* waiter : { &m_other, &m_third }) {
+            waiter->data = "3";
+            waiter->start(m_factory.createUploadStream(m_peer.location(u"/third"_s), 1));
+            auto refused = m_peer.accept();
+            refused->say("421 Only one");
+            ASSERT_TRUE(refused->waitForEnd());
+        }
+        m_recorder.onEvent = [this](const QString& told) {
+            if (told == u"end"_s || told == u"other"_s) {
+                m_other.close();
+            }
+        };
+    }
+
+    std::unique_ptr<PeerConnection> m_control;
+    StreamRecorder m_other;
+    StreamRecorder m_third;
+};
+
+TEST_F(StreamRecoveryTest, ARefusedTypeIsAskedForAgain)
+{
+    startUpload(u"/f"_s, "a\nb");
+    auto control = logIn({ "TYPE I", "EPSV" });
+    control->say("451 Not now");
+    control->say(extendedPassive());
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 451"_s });
+    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+    startUpload(u"/g"_s, "a\nb");
+    EXPECT_NE(control->hear(), "EPSV"); // The type first, or a fresh connection.
+}
+
+TEST_F(StreamRecoveryTest, ATypeRefusedBehindAFolderIsAskedForAgain)
+{
+    first();
+    startUpload(u"/sub/f"_s, "a\nb");
+    EXPECT_EQ(m_control->hear(3).size(), 3);
+    m_control->say("250 There");
+    m_control->say("451 Not now");
+    m_control->say(extendedPassive());
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 451"_s });
+    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+    startUpload(u"/sub/g"_s, "a\nb");
+    EXPECT_TRUE(m_control->hear().startsWith("CWD"));
+}
+
+TEST_F(StreamRecoveryTest, AFolderOnAConnectionEndedWith421IsTriedOnAFreshOne)
+{
+    first();
+    startCreation(u"/d"_s);
+    m_control->hear();
+    m_control->say("421 Idle for too long");
+    m_control->close();
+    EXPECT_NE(m_peer.accept(), nullptr);
+    EXPECT_FALSE(m_recorder.log().contains(u"FTP 421"_s));
+}
+
+TEST_F(StreamRecoveryTest, AFolderOnADroppedConnectionIsTriedOnAFreshOne)
+{
+    first();
+    startCreation(u"/d"_s);
+    m_control->hear();
+    m_control->reset();
+    EXPECT_NE(m_peer.accept(), nullptr);
+    EXPECT_FALSE(m_recorder.log().contains(u"other"_s));
+}
+
+TEST_F(StreamRecoveryTest, AWaiterThatIsGoneDoesNotKeepTheNextWaiting)
+{
+    fillTheQueueForTheOnlyLogin();
+
+    m_control->reset();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+    EXPECT_NE(m_peer.accept(), nullptr);
+}
+
+TEST_F(StreamRecoveryTest, AWaiterStoppedWithTheEndOfTheHolderDoesNotKeepTheNextWaiting)
+{
+    fillTheQueueForTheOnlyLogin();
+
+    m_control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_EQ(m_control->hear(), "EPSV");
+}
+
+TEST_F(StreamRecoveryTest, ASuperfluousCommandCreatesNoFolder)
+{
+    startCreation(u"/a"_s);
+    auto control = logIn({ "TYPE I" });
+    control->say("200 I");
+    control->hear();
+    control->say("202 Command not implemented, superfluous at this site");
+    EXPECT_NE(m_recorder.waitForEnd().last(), u"created"_s);
+}
+
+TEST_F(StreamRecoveryTest, AServerThatSwallowsWhatIsSentAheadIsAskedInTurn)
+{
+    m_timeouts.reply = 100ms;
+    startUpload(u"/f"_s, "x");
+    auto control = m_peer.accept();
+    control->say("220 Ready");
+    control->hear(5);
+    control->say("331 P");
+    control->say("230 In");
+    EXPECT_NE(m_peer.accept(), nullptr);
+    EXPECT_EQ(m_recorder.log(), QStringList());
+}
+
+TEST_F(StreamRecoveryTest, AConfirmedListingOutlivesItsControlConnection)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    control->say("226 Done");
+    ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
+    control->close();
+    EXPECT_TRUE(control->waitForEnd());
+
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+}
+
+} // namespace
