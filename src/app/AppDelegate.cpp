@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "LightAppearance.h"
+#include "MessageBoxTexts.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
@@ -153,10 +154,8 @@ void AppDelegate::doAlert(const QString& message, const QString& added, QWidget*
     }
     QMessageBox box;
     box.setWindowModality(Qt::ApplicationModal);
-    box.setTextFormat(Qt::PlainText);
     box.setIcon(alertStyle); // Kept: the style counts only here.
-    box.setText(message);
-    box.setInformativeText(added);
+    setPlainTexts(box, message, added);
     box.exec();
 }
 

@@ -14,6 +14,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
+#include <QLabel>
 #include <QTemporaryFile>
 #include <QTimer>
 
@@ -163,16 +164,21 @@ TEST_F(AppDelegateTest, AnAlertWithAWindowIsASheetAndWithoutOneADialog)
 
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     Qt::WindowModality modality = Qt::NonModal;
+    bool isPlain = true;
     QTimer answer;
-    QObject::connect(&answer, &QTimer::timeout, &answer, [&icon, &modality] {
+    QObject::connect(&answer, &QTimer::timeout, &answer, [&icon, &modality, &isPlain] {
         if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
             icon = box->icon();
             modality = box->windowModality();
+            for (const QLabel* label : box->findChildren<QLabel*>()) {
+                isPlain = isPlain && (label->text().isEmpty() || label->textFormat() == Qt::PlainText);
+            }
             box->accept();
         }
     });
     answer.start(5);
-    m_delegate.doAlert(u"Title"_s, u"text"_s, nullptr, QMessageBox::Critical);
+    m_delegate.doAlert(u"Title"_s, u"<b>text</b>"_s, nullptr, QMessageBox::Critical);
+    EXPECT_TRUE(isPlain);
     EXPECT_EQ(icon, QMessageBox::Critical);
     EXPECT_EQ(modality, Qt::ApplicationModal);
 }

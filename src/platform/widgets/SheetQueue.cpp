@@ -1,14 +1,13 @@
 #include "SheetQueue.h"
 
+#include "MessageBoxTexts.h"
+
 #include <QAbstractButton>
-#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QWidget>
 
 #include <algorithm>
-
-using namespace Qt::StringLiterals;
 
 SheetQueue& SheetQueue::of(QWidget& window)
 {
@@ -44,12 +43,7 @@ void SheetQueue::showNext()
     auto* const box = new QMessageBox(&m_window);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setIcon(QMessageBox::Warning);
-    box->setTextFormat(Qt::PlainText);
-    box->setText(sheet.title);
-    box->setInformativeText(sheet.text);
-    if (auto* const label = box->findChild<QLabel*>(u"qt_msgbox_informativelabel"_s)) {
-        label->setTextFormat(Qt::PlainText);
-    }
+    setPlainTexts(*box, sheet.title, sheet.text);
     QPushButton* const defaultButton = box->addButton(sheet.defaultButton, QMessageBox::RejectRole);
     box->setDefaultButton(defaultButton);
     box->setEscapeButton(defaultButton);

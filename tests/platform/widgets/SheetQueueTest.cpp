@@ -104,6 +104,14 @@ TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
     answerSheet();
 }
 
+TEST_F(SheetQueueTest, ASheetsWindowIsNamedAfterItsTitle)
+{
+    raise(u"one"_s);
+
+    EXPECT_EQ(QApplication::activeModalWidget()->windowTitle(), u"one"_s);
+    answerSheet();
+}
+
 TEST_F(SheetQueueTest, ReturnAnswersTheDefaultButtonAndTheOtherOneMustBeChosen)
 {
     int chosen = 0;
