@@ -143,14 +143,16 @@ void DragDropView::drawEmptyState(QPainter& painter) const
 
 void DragDropView::dragEnterEvent(QDragEnterEvent* event)
 {
+    m_offeredAction = draggingEntered(*event->mimeData());
     // Accepted also without an action: an ignored drag would not tell when it leaves, and the highlight would stay.
-    event->setDropAction(draggingEntered(*event->mimeData()));
+    event->setDropAction(m_offeredAction);
     event->accept();
 }
 
 void DragDropView::dragMoveEvent(QDragMoveEvent* event)
 {
-    event->setDropAction(namesLocalFiles(*event->mimeData()) ? Qt::CopyAction : Qt::IgnoreAction);
+    // What a drag names stays the same while it moves, and may be a list of thousands.
+    event->setDropAction(m_offeredAction);
     event->accept();
 }
 
@@ -162,10 +164,15 @@ void DragDropView::dragLeaveEvent(QDragLeaveEvent* event)
 
 void DragDropView::dropEvent(QDropEvent* event)
 {
-    // A copy, whatever was proposed: a move would have the source delete its files.
-    event->setDropAction(Qt::CopyAction);
-    event->accept();
-    if (prepareForDragOperation(*event->mimeData()) && performDragOperation()) {
+    if (m_offeredAction == Qt::IgnoreAction) {
+        draggingExited(); // Some sources drop also where they were offered nothing.
+    } else if (prepareForDragOperation(*event->mimeData()) && performDragOperation()) {
+        // A copy, whatever was proposed: a move would have the source delete its files.
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
         concludeDragOperation();
+        return;
     }
+    event->setDropAction(Qt::IgnoreAction);
+    event->ignore();
 }

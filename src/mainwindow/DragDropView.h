@@ -57,4 +57,5 @@ private:
     ViewController* m_viewController = nullptr;
     QStringList m_droppedFiles;
     bool m_highlight = false;
+    Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the view.
 };

@@ -32,6 +32,7 @@ protected:
         QDropEvent event({ 5, 5 }, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
         event.setDropAction(proposed);
         QApplication::sendEvent(&view(), &event);
+        EXPECT_EQ(event.isAccepted(), event.dropAction() != Qt::IgnoreAction);
         return event.dropAction();
     }
 
@@ -95,9 +96,38 @@ TEST_F(DragDropViewTest, ADropWithoutAPlainFileIsRefusedWithAnAlert)
     EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
     answerSheet();
     EXPECT_FALSE(view().performDragOperation());
-    drop();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    EXPECT_EQ(drop(Qt::MoveAction), Qt::IgnoreAction);
+    EXPECT_EQ(shownSheets().size(), 1);
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
     answerSheet();
+}
+
+TEST_F(DragDropViewTest, DroppedTextThatWasOfferedNothingIsLeftAloneWithoutAWord)
+{
+    m_data.setText(u"text"_s);
+
+    EXPECT_EQ(drop(), Qt::IgnoreAction);
+
+    EXPECT_FALSE(view().highlight());
+    EXPECT_TRUE(shownSheets().isEmpty());
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+}
+
+TEST_F(DragDropViewTest, AMovingDragIsOfferedWhatItWasAtFirstAndItsListIsNotReadAgain)
+{
+    for (const bool namesFiles : { true, false }) {
+        namesFiles ? name({ makeFile(u"a"_s) }) : m_data.setUrls({ QUrl(u"http://host/a"_s) });
+        QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&view(), &enter);
+        m_data.clear();
+        QDragMoveEvent move({ 9, 9 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+
+        QApplication::sendEvent(&view(), &move);
+
+        EXPECT_TRUE(move.isAccepted());
+        EXPECT_EQ(move.dropAction(), namesFiles ? Qt::CopyAction : Qt::IgnoreAction);
+    }
 }
 
 TEST_F(DragDropViewTest, ARefusedDropKeepsTheFilesOfTheLastAcceptedOne)
