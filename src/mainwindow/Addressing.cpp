@@ -11,8 +11,10 @@ namespace Addressing {
 QString appName(const QString& location)
 {
     QString name = PathText::lastPathComponent(location);
-    if (name.endsWith(u".app"_s)) {
-        name.chop(4);
+    const QString extension = u".app"_s;
+    // A dot at the beginning starts no extension.
+    if (name.endsWith(extension) && name.size() > extension.size()) {
+        name.chop(extension.size());
     }
     return name.replace(u':', u'/');
 }

@@ -16,6 +16,7 @@ TEST(AddressingTest, TheAppNameIsTheFileNameAsTheUserSeesIt)
     EXPECT_EQ(Addressing::appName(u"Reports 1.2"_s), u"Reports 1.2"_s);
     EXPECT_EQ(Addressing::appName(u"Scans.v2.app"_s), u"Scans.v2"_s);
     EXPECT_EQ(Addressing::appName(u"Photos:2024.app"_s), u"Photos/2024"_s);
+    EXPECT_EQ(Addressing::appName(u"/opt/.app"_s), u".app"_s);
 }
 
 TEST(AddressingTest, OnlyAForeignNameAddsAFolder)
