@@ -8,9 +8,19 @@
 #include "ui_MainWindow.h"
 #include "ui_ManualTransfers.h"
 
-#include <cmath>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Where a bar stands at @p percent: at its end also when more has come than was announced.
+int barValue(float percent)
+{
+    return static_cast<int>(std::clamp(percent, 0.0F, 100.0F));
+}
+
+} // namespace
 
 void ViewController::uploadFiles(const QStringList& paths)
 {
@@ -68,8 +78,8 @@ void ViewController::showProgress()
     m_ui->percentProgressIndicator->setVisible(isMoving);
     m_ui->bytesFormattedTextField->setVisible(isMoving);
     m_ui->stopButton->setEnabled(isMoving);
-    m_ui->percentProgressIndicator->setValue(static_cast<int>(m_percent));
-    m_manual->auxiliaryPercentProgressIndicator->setValue(static_cast<int>(m_auxiliaryPercent));
+    m_ui->percentProgressIndicator->setValue(barValue(m_percent));
+    m_manual->auxiliaryPercentProgressIndicator->setValue(barValue(m_auxiliaryPercent));
     if (m_bytes != m_shownBytes) {
         m_shownBytes = m_bytes;
         m_ui->bytesFormattedTextField->setText(m_bytes ? stringForFileSize(*m_bytes) : u""_s);

@@ -66,6 +66,20 @@ TEST_F(ViewControllerReportsTest, PercentShowsInBothWindows)
     EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 42);
 }
 
+TEST_F(ViewControllerReportsTest, MoreThanAllIsShownAsAll)
+{
+    for (const float percent : { 100.5F, 101.0F, 6.4e9F }) {
+        m_controller->percentDone(7);
+        tick();
+
+        m_controller->percentDone(percent);
+        tick();
+
+        EXPECT_EQ(bar("percentProgressIndicator").value(), 100);
+        EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 100);
+    }
+}
+
 TEST_F(ViewControllerReportsTest, BytesPassThroughSinglePrecision)
 {
     m_controller->bytesDone(static_cast<float>(16777217));
