@@ -1,5 +1,5 @@
 #pragma once
 
 /// Draws the application's windows light, whatever the desktop's theme, and with icons also where no icon theme is
-/// set. To be called once, after the application object was made and before the first window.
+/// set. Needs the application object; windows that are already there change with it.
 void useLightAppearance();

@@ -1,6 +1,7 @@
 #include "TextPrompt.h"
 
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 
 using namespace Qt::StringLiterals;
@@ -10,7 +11,11 @@ QString promptForText(QWidget* parent, const QString& prompt, const QString& def
     QInputDialog dialog(parent);
     dialog.setWindowModality(Qt::ApplicationModal);
     dialog.setInputMode(QInputDialog::TextInput);
+    dialog.setWindowTitle(prompt);
     dialog.setLabelText(prompt);
+    if (auto* const label = dialog.findChild<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+    }
     dialog.setTextValue(defaultText);
     dialog.setOkButtonText(u"OK"_s);
     dialog.setCancelButtonText(u"Cancel"_s);

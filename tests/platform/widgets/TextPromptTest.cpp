@@ -5,11 +5,14 @@
 
 #include <QApplication>
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -49,6 +52,22 @@ TEST_F(TextPromptTest, AnswersTheTextThatWasTyped)
     EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u" new name "_s);
     EXPECT_TRUE(wasHeld);
     EXPECT_EQ(label, u"Name?"_s);
+}
+
+TEST_F(TextPromptTest, ThePromptNamesTheWindowAndIsNeverTakenAsMarkup)
+{
+    QString title;
+    std::optional<Qt::TextFormat> format;
+    whenShown(m_context, [&title, &format](QInputDialog& dialog) {
+        title = dialog.windowTitle();
+        format = dialog.findChild<QLabel*>()->textFormat();
+        dialog.accept();
+    });
+
+    promptForText(nullptr, u"<b>Name</b>?"_s, u""_s);
+
+    EXPECT_EQ(title, u"<b>Name</b>?"_s);
+    EXPECT_EQ(format, Qt::PlainText);
 }
 
 TEST_F(TextPromptTest, OffersTheDefault)
