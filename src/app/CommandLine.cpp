@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "FileURL.h"
+
 #include <QCommandLineParser>
 #include <QDir>
 #include <QTextStream>
@@ -14,8 +16,13 @@ namespace {
 /// The absolute path of a word of the command line: a path, or a file's URL.
 QString absolutePath(const QString& word)
 {
-    const QUrl url(word);
-    return url.isLocalFile() ? url.toLocalFile() : QDir::cleanPath(QDir::current().absoluteFilePath(word));
+    if (word.startsWith(u"file://"_s)) {
+        if (const QString path = localPath(QUrl(word)); !path.isNull()) {
+            return path;
+        }
+    }
+    // Not cleaned: after a link, ".." is the parent of what the link leads to.
+    return word.startsWith(u'/') ? word : QDir::currentPath() + u'/' + word;
 }
 
 } // namespace

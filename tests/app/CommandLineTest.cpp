@@ -26,7 +26,18 @@ TEST_F(CommandLineTest, PathsBecomeAbsolute)
 
     ASSERT_TRUE(commandLine);
     const QString here = QDir::currentPath() + u'/';
-    EXPECT_EQ(commandLine->files, (QStringList{ here + u"a b"_s, u"/y"_s, here + u"c"_s, u"/d e"_s, here + u"-f"_s }));
+    EXPECT_EQ(commandLine->files,
+              (QStringList{ here + u"a b"_s, u"/x/../y"_s, here + u"./c"_s, u"/d e"_s, here + u"-f"_s }));
+}
+
+TEST_F(CommandLineTest, WhatIsNoCompleteFileURLIsAName)
+{
+    const auto commandLine = read({ u":x"_s, u"file:x"_s, u"http://host/x"_s, u"file://localhost/x"_s });
+
+    ASSERT_TRUE(commandLine);
+    const QString here = QDir::currentPath() + u'/';
+    EXPECT_EQ(commandLine->files,
+              (QStringList{ here + u":x"_s, here + u"file:x"_s, here + u"http://host/x"_s, u"/x"_s }));
 }
 
 TEST_F(CommandLineTest, WithoutFilesNothingIsOpened)

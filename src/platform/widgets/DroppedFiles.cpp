@@ -1,5 +1,7 @@
 #include "DroppedFiles.h"
 
+#include "FileURL.h"
+
 #include <QFileInfo>
 #include <QMimeData>
 #include <QUrl>
@@ -9,19 +11,17 @@
 bool namesLocalFiles(const QMimeData& data)
 {
     const QList<QUrl> urls = data.urls();
-    return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return url.isLocalFile(); });
+    return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return !localPath(url).isNull(); });
 }
 
 QStringList plainLocalFiles(const QMimeData& data)
 {
     QStringList files;
     for (const QUrl& url : data.urls()) {
-        if (url.isLocalFile()) {
-            const QString path = url.toLocalFile();
-            const QFileInfo item(path);
-            if (item.exists() && !item.isDir()) {
-                files.append(path);
-            }
+        const QString path = localPath(url);
+        const QFileInfo item(path);
+        if (!path.isNull() && item.exists() && !item.isDir()) {
+            files.append(path);
         }
     }
     return files;

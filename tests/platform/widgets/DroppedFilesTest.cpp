@@ -46,6 +46,15 @@ TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
     EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
 }
 
+TEST_F(DroppedFilesTest, TheMachineMayBeNamed)
+{
+    const QString path = make(u"a"_s);
+    m_data.setData(u"text/uri-list"_s, "file://localhost" + path.toUtf8() + "\r\nfile://elsewhere.example/b\r\n");
+
+    EXPECT_TRUE(namesLocalFiles(m_data));
+    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
+}
+
 TEST_F(DroppedFilesTest, FollowsLinks)
 {
     const QString file = make(u"a"_s);
