@@ -1,5 +1,7 @@
 #include "ApplicationService.h"
 
+#include "FileURL.h"
+
 #include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -13,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int callTimeoutMs = 5000;
+constexpr int callTimeoutMs = 5000; ///< How long a start waits for the running program's answer.
 
 QString objectPath(const QString& busName)
 {
@@ -61,7 +63,14 @@ bool ApplicationService::handOver(const QString& programName, const QStringList&
         call << uris;
     }
     call << QVariantMap();
-    return bus.call(call, QDBus::Block, callTimeoutMs).type() == QDBusMessage::ReplyMessage;
+    call.setAutoStartService(false);
+    const QDBusMessage reply = bus.call(call, QDBus::Block, callTimeoutMs);
+    if (reply.type() == QDBusMessage::ReplyMessage) {
+        return true;
+    }
+    // A program that is busy takes the message from its inbox when it can. Files must not go up twice.
+    const bool isUnanswered = QDBusError(reply).type() == QDBusError::NoReply;
+    return isUnanswered && bus.interface()->isServiceRegistered(name);
 }
 
 bool ApplicationService::registerFor(const QString& programName)
@@ -80,13 +89,14 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*plat
 {
     QStringList files;
     for (const QString& uri : uris) {
-        const QUrl url(uri);
-        if (url.isLocalFile()) {
-            files.append(url.toLocalFile());
+        if (const QString path = localPath(QUrl(uri)); !path.isNull()) {
+            files.append(path);
         }
     }
     m_handler.activate();
-    m_handler.open(files);
+    if (!files.isEmpty()) {
+        m_handler.open(files);
+    }
 }
 
 void ApplicationService::ActivateAction(const QString& /*name*/, const QVariantList& /*parameter*/,

@@ -30,19 +30,24 @@ TEST(ApplicationServiceTest, EveryNameHasAValidBusNameOfItsOwn)
 TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
 {
     QObject parent;
-    QStringList opened;
+    QList<QStringList> opened;
     int activated = 0;
-    ApplicationService service(
-        &parent,
-        { .activate = [&activated] { ++activated; }, .open = [&opened](const QStringList& files) { opened = files; } });
+    ApplicationService service(&parent,
+                               {
+                                   .activate = [&activated] { ++activated; },
+                                   .open = [&opened](const QStringList& files) { opened.append(files); },
+                               });
 
-    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file:///%C3%A9"_s }, {});
+    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file://localhost/%C3%A9"_s }, {});
 
-    EXPECT_EQ(opened, (QStringList{ u"/a b"_s, u"/é"_s }));
+    EXPECT_EQ(opened, QList<QStringList>{ QStringList({ u"/a b"_s, u"/é"_s }) });
     EXPECT_EQ(activated, 1);
     service.Activate({});
     service.ActivateAction(u"unknown"_s, {}, {});
     EXPECT_EQ(activated, 3);
+    service.Open({ u"http://host/c"_s }, {});
+    EXPECT_EQ(activated, 4);
+    EXPECT_EQ(opened.size(), 1);
 }
 
 TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)

@@ -1,6 +1,7 @@
 """Starts of the program: alone, beside another one, without this or that."""
 
 import os
+import signal
 import unittest
 
 from desktop import wait_for
@@ -38,6 +39,19 @@ class Start(WindowTest):
         self.assertEqual(self.server.content("été far.txt"), b"far")
         self.wait_for_status(first, "Upload succeeded")
         self.assertEqual(second.output(), "")
+
+    def test_a_program_that_is_too_busy_to_answer_gets_its_files_once(self):
+        self.settings()
+        first = self.start()
+        first.process.send_signal(signal.SIGSTOP)
+
+        second = self.launch(self.file("one.txt"))
+
+        self.assertEqual(second.exit_code(), 0)
+        first.process.send_signal(signal.SIGCONT)
+        self.wait_for_files("one.txt")
+        self.wait_for_status(first, "Upload succeeded")
+        self.assertEqual(self.server.received, ["one.txt"])
 
     def test_a_second_start_brings_back_the_window(self):
         first = self.start()
