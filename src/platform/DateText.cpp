@@ -1,5 +1,6 @@
 #include "DateText.h"
 
+#include <QByteArrayList>
 #include <QLocale>
 
 #include <unicode/udat.h>
@@ -15,6 +16,24 @@ struct FormatCloser {
     void operator()(UDateFormat* format) const { udat_close(format); }
 };
 
+/// The name of the locale that writes dates: of the program's own when it has one, of the user's for dates otherwise.
+QByteArray localeName()
+{
+    const QLocale locale;
+    QByteArray name = locale.name().toLatin1();
+    if (locale == QLocale::system()) {
+        for (const char* variable : { "LC_ALL", "LC_TIME", "LANG" }) {
+            name = qgetenv(variable);
+            if (!name.isEmpty()) {
+                break;
+            }
+        }
+    }
+    // The C locale is a way to write programs, not dates.
+    static const QByteArrayList plain{ "", "C", "POSIX" };
+    return plain.contains(name.split('.').first()) ? "en_US" : name;
+}
+
 class DateFormatter {
 public:
     explicit DateFormatter(UDateFormatStyle timeStyle)
@@ -24,9 +43,8 @@ public:
 
     QString text(const QDateTime& moment)
     {
-        const QLocale locale;
-        if (m_format == nullptr || locale != m_locale) {
-            openFormat(locale);
+        if (const QByteArray name = localeName(); m_format == nullptr || name != m_localeName) {
+            openFormat(name);
         }
         // The formatter runs in GMT and gets the time of the user's clock, so that Qt alone decides about zones.
         const QDateTime local = moment.toLocalTime();
@@ -39,18 +57,15 @@ public:
     }
 
 private:
-    void openFormat(const QLocale& locale)
+    void openFormat(const QByteArray& name)
     {
-        // The C locale is a way to write programs, not dates.
-        const QString name = locale.language() == QLocale::C ? u"en_US"_s : locale.name();
         UErrorCode error = U_ZERO_ERROR;
-        m_format.reset(
-            udat_open(m_timeStyle, UDAT_SHORT, name.toLatin1().constData(), u"Etc/GMT", -1, nullptr, 0, &error));
-        m_locale = locale;
+        m_format.reset(udat_open(m_timeStyle, UDAT_SHORT, name.constData(), u"Etc/GMT", -1, nullptr, 0, &error));
+        m_localeName = name;
     }
 
     UDateFormatStyle m_timeStyle;
-    QLocale m_locale;
+    QByteArray m_localeName;
     std::unique_ptr<UDateFormat, FormatCloser> m_format;
 };
 

@@ -61,6 +61,20 @@ TEST(DateTextTest, TheCLocaleReadsAsAmericanEnglish)
     EXPECT_EQ(withPlainBlanks(shortDateShortTimeText(afternoon)), u"1/9/24, 3:04 PM"_s);
 }
 
+TEST(DateTextTest, TheUsersLocaleForDatesCounts)
+{
+    qunsetenv("LC_ALL");
+    qputenv("LANG", "en_US.UTF-8");
+    qputenv("LC_TIME", "de_DE.UTF-8");
+    const LocaleScope locale(QLocale::system());
+
+    EXPECT_EQ(shortDateShortTimeText(afternoon), u"09.01.24, 15:04"_s);
+    qputenv("LC_ALL", "en_GB");
+    EXPECT_EQ(shortDateShortTimeText(afternoon), u"09/01/2024, 15:04"_s);
+    qputenv("LC_ALL", "C.UTF-8");
+    EXPECT_EQ(withPlainBlanks(shortDateShortTimeText(afternoon)), u"1/9/24, 3:04 PM"_s);
+}
+
 TEST(DateTextTest, MomentsAreShownInTheUsersZone)
 {
     const LocaleScope locale(QLocale(QLocale::German, QLocale::Germany));
