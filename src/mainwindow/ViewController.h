@@ -154,7 +154,7 @@ private:
 
     QStringList m_fileUploadQueue;
     QList<ListingEntry> m_listEntries;
-    bool m_listingWanted = false; ///< A refresh was asked for while a listing ran.
+    bool m_listingWanted = false; ///< A refresh is due that could not be had when it was asked for.
 
     // What the next tick shows.
     float m_percent = 0;

@@ -41,6 +41,9 @@ void ViewController::uploadDone()
 {
     m_percent = 0;
     m_bytes.reset();
+    if (m_gc->isReceiving()) {
+        m_listingWanted = true; // The list cannot be refreshed beside a download, but has to be after it.
+    }
     listFTPDestination();
 }
 

@@ -7,9 +7,13 @@ using namespace Qt::StringLiterals;
 
 void ViewController::listFTPDestination()
 {
+    // A running listing goes on and fills the list from where it stands; what is missing then is listed afterwards.
+    const bool isListing = m_lc->isReceiving();
     if (m_pc->isSending() || m_gc->isReceiving()) {
+        m_listingWanted = m_listingWanted || isListing;
         return;
     }
+    m_listingWanted = isListing;
     emptyList();
     const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
     if (destination.isNull()) {
@@ -17,8 +21,6 @@ void ViewController::listFTPDestination()
     }
     m_percent = 0;
     m_bytes.reset();
-    // A running listing goes on and fills the list from where it stands; what is missing then is listed afterwards.
-    m_listingWanted = m_lc->isReceiving();
     m_lc->startReceive(destination, username(), password());
 }
 

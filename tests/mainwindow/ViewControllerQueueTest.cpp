@@ -236,6 +236,53 @@ TEST_F(ViewControllerQueueTest, ARefreshDuringAListingIsMadeUpForOnceWhenAllIsId
     EXPECT_EQ(count(Kind::Listing), 4);
 }
 
+TEST_F(ViewControllerQueueTest, ARefreshThatIsDueDuringADownloadIsMadeUpForAfterIt)
+{
+    using Kind = FakeFTPStream::Kind;
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    m_controller->startStopDownload();
+    finishUpload();
+    tick();
+    EXPECT_EQ(count(Kind::Listing), 0);
+
+    m_controller->startStopDownload();
+    tick();
+    tick();
+
+    EXPECT_EQ(count(Kind::Listing), 1);
+}
+
+TEST_F(ViewControllerQueueTest, ARefreshAskedForDuringAListingAndAnUploadIsMadeUpFor)
+{
+    using Kind = FakeFTPStream::Kind;
+    m_controller->listFTPDestination();
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    m_controller->listFTPDestination();
+    upload().sendRefusal(550);
+    latest(Kind::Listing).sendEnd();
+
+    tick();
+    tick();
+
+    EXPECT_EQ(count(Kind::Listing), 2);
+}
+
+TEST_F(ViewControllerQueueTest, AListingThatOutlivesItsDestinationLeavesNothingInTheList)
+{
+    m_controller->listFTPDestination();
+    unset(u"Address"_s);
+    m_controller->listFTPDestination();
+    m_controller->addListEntries({ ListingEntry() });
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+
+    tick();
+
+    EXPECT_TRUE(m_controller->listEntries().isEmpty());
+    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 1);
+}
+
 TEST_F(ViewControllerQueueTest, ARefreshIsNotMadeUpForAfterTheListWasStopped)
 {
     m_controller->listFTPDestination();
