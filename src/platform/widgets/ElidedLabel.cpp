@@ -1,5 +1,7 @@
 #include "ElidedLabel.h"
 
+#include "PlainToolTip.h"
+
 #include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
@@ -33,7 +35,7 @@ void ElidedLabel::paintEvent(QPaintEvent* /*event*/)
 bool ElidedLabel::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip && toolTip().isEmpty() && elidedText() != text()) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text().toHtmlEscaped(), this);
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(text()), this);
         return true;
     }
     return QLabel::event(event);

@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QString>
+
+/// @p text from an untrusted source with everything shown that would otherwise act unseen: control characters as their
+/// pictures ("␛"), characters that turn the direction of writing or that have no width as their numbers ("⟨U+202E⟩").
+/// What joins letters or emoji stays.
+QString visibleText(const QString& text);

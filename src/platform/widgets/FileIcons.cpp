@@ -1,0 +1,71 @@
+#include "FileIcons.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QHash>
+#include <QMimeDatabase>
+#include <QStyle>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QIcon plainIcon(QStyle::StandardPixmap which)
+{
+    return QApplication::style()->standardIcon(which);
+}
+
+QMimeType typeOfExtension(const QString& extension)
+{
+    static const QMimeDatabase types;
+    return types.mimeTypeForFile(u"name."_s + extension, QMimeDatabase::MatchExtension);
+}
+
+QIcon lookUp(const QString& extension)
+{
+    const QMimeType type = typeOfExtension(extension);
+    QIcon icon;
+    for (const QString& iconName : { type.iconName(), type.genericIconName(), u"text-x-generic"_s }) {
+        if (icon.isNull() && !iconName.isEmpty()) {
+            icon = QIcon::fromTheme(iconName);
+        }
+    }
+    return icon.isNull() ? plainIcon(QStyle::SP_FileIcon) : icon;
+}
+
+QString extensionOf(const QString& name)
+{
+    return QFileInfo(name).suffix();
+}
+
+} // namespace
+
+namespace FileIcons {
+
+QIcon folder()
+{
+    static const QIcon icon = QIcon::fromTheme(u"folder"_s, plainIcon(QStyle::SP_DirIcon));
+    return icon;
+}
+
+QIcon ofFileNamed(const QString& name)
+{
+    constexpr qsizetype mostExtensions = 1000; // Anybody may think up more; they are looked up again.
+    static QHash<QString, QIcon> icons;
+    const QString extension = extensionOf(name);
+    auto found = icons.constFind(extension);
+    if (found == icons.constEnd()) {
+        if (icons.size() >= mostExtensions) {
+            icons.clear();
+        }
+        found = icons.insert(extension, lookUp(extension));
+    }
+    return *found;
+}
+
+QString kindOfFileNamed(const QString& name)
+{
+    return typeOfExtension(extensionOf(name)).comment();
+}
+
+} // namespace FileIcons
