@@ -1,0 +1,56 @@
+#pragma once
+
+#include "ListingEntry.h"
+#include "SortDescriptor.h"
+
+#include <QCollator>
+#include <QList>
+
+#include <functional>
+#include <vector>
+
+/// The items of a listing in the order in which a table shows them. 100,000 of them stay quick: an item is stored once,
+/// as it arrived, with the key by which its name is sorted; the order is a list of numbers.
+///
+/// An item keeps the number of its arrival, whatever its row, until the list is cleared.
+class ListEntries {
+public:
+    ListEntries();
+
+    qsizetype size() const { return static_cast<qsizetype>(m_order.size()); }
+    bool isEmpty() const { return m_order.empty(); }
+    /// @p row: from 0 to size() - 1.
+    const ListingEntry& at(qsizetype row) const { return arrival(arrivalAt(row)); }
+    int arrivalAt(qsizetype row) const { return m_order[static_cast<size_t>(row)]; }
+    const ListingEntry& arrival(int number) const { return m_entries[static_cast<size_t>(number)]; }
+    /// The row of each arrival, by the arrivals' numbers.
+    std::vector<int> rowsOfArrivals() const;
+    /// Whether an item has exactly this name.
+    bool contains(const QString& name) const;
+
+    void clear();
+    /// Puts @p batch at the end, in its order. The list is in its order again after settle().
+    void append(const QList<ListingEntry>& batch);
+    /// Brings what was appended to its place. The outcome is that of sorting the whole list by its present descriptor.
+    void settle();
+    /// Sorts by the first of @p descriptors, by name without one. Items that compare as equal keep their order. A key
+    /// that is no column's title leaves the list empty.
+    void sort(const QList<SortDescriptor>& descriptors);
+
+    /// Whether the present descriptor names a column. Otherwise nothing can be in the list.
+    bool isSortable() const;
+
+private:
+    /// Whether the arrival on the left comes before that on the right.
+    using Comparator = std::function<bool(int left, int right)>;
+
+    Comparator comparator() const;
+    Comparator ascendingComparator() const;
+
+    std::vector<ListingEntry> m_entries; ///< In the order of their arrival.
+    std::vector<QCollatorSortKey> m_nameKeys; ///< Of m_entries.
+    std::vector<int> m_order; ///< Row by row the number of an arrival.
+    ptrdiff_t m_settled = 0; ///< So many rows at the beginning are sorted.
+    SortDescriptor m_descriptor;
+    QCollator m_collator;
+};

@@ -1,0 +1,140 @@
+#include "ListingModel.h"
+
+#include "CellValue.h"
+#include "FileIcons.h"
+#include "PlainToolTip.h"
+#include "TableColumns.h"
+#include "VisibleText.h"
+
+#include <QFontDatabase>
+
+using namespace Qt::StringLiterals;
+
+void ListingModel::clear()
+{
+    beginResetModel();
+    m_entries.clear();
+    endResetModel();
+}
+
+void ListingModel::add(const QList<ListingEntry>& batch)
+{
+    if (batch.isEmpty() || !m_entries.isSortable()) {
+        return;
+    }
+    const int end = rowCount();
+    beginInsertRows({}, end, end + static_cast<int>(batch.size()) - 1);
+    m_entries.append(batch);
+    endInsertRows();
+    reorder([this] { m_entries.settle(); });
+}
+
+void ListingModel::sortBy(const QList<SortDescriptor>& descriptors)
+{
+    if (descriptors.isEmpty() || TableColumns::all.contains(descriptors.first().key)) {
+        reorder([this, &descriptors] { m_entries.sort(descriptors); });
+    } else {
+        beginResetModel();
+        m_entries.sort(descriptors);
+        endResetModel();
+    }
+}
+
+template <typename Change> void ListingModel::reorder(Change change)
+{
+    emit layoutAboutToBeChanged({}, VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    std::vector<int> arrivals;
+    for (const QModelIndex& index : before) {
+        arrivals.push_back(m_entries.arrivalAt(index.row()));
+    }
+    change();
+    QModelIndexList after;
+    if (!before.isEmpty()) {
+        const std::vector<int> rows = m_entries.rowsOfArrivals();
+        for (qsizetype i = 0; i < before.size(); ++i) {
+            const int arrival = arrivals[static_cast<size_t>(i)];
+            after.append(createIndex(rows[static_cast<size_t>(arrival)], before[i].column()));
+        }
+    }
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, VerticalSortHint);
+}
+
+int ListingModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_entries.size());
+}
+
+int ListingModel::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(TableColumns::all.size());
+}
+
+QVariant ListingModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() || index.row() >= m_entries.size()) {
+        return {};
+    }
+    const ListingEntry& entry = m_entries.at(index.row());
+    const QString& column = TableColumns::all[index.column()];
+    const bool isType = column == TableColumns::type;
+    switch (role) {
+    case Qt::DisplayRole:
+        if (isType) {
+            return {};
+        }
+        return column == TableColumns::name ? visibleText(entry.name) : cellValue(entry, column);
+    case Qt::DecorationRole:
+        return isType ? cellValue(entry, column) : QVariant();
+    case Qt::AccessibleTextRole:
+        return isType ? describe(entry, column) : QVariant();
+    case Qt::ToolTipRole:
+        return plainToolTip(describe(entry, column).toString());
+    case Qt::TextAlignmentRole:
+        return static_cast<int>((column == TableColumns::size ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    case Qt::FontRole:
+        return column == TableColumns::mode ? QFontDatabase::systemFont(QFontDatabase::FixedFont) : QVariant();
+    default:
+        return {};
+    }
+}
+
+QVariant ListingModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) {
+        return {};
+    }
+    const QString& column = TableColumns::all[section];
+    if (role == Qt::DisplayRole) {
+        return column;
+    }
+    if (role == Qt::TextAlignmentRole) {
+        const Qt::Alignment side = column == TableColumns::size ? Qt::AlignRight
+            : column == TableColumns::type                      ? Qt::AlignHCenter
+                                                                : Qt::AlignLeft;
+        return static_cast<int>(side | Qt::AlignVCenter);
+    }
+    return {};
+}
+
+QVariant ListingModel::describe(const ListingEntry& entry, const QString& column) const
+{
+    if (column == TableColumns::name) {
+        const QString name = visibleText(entry.name);
+        return entry.link.isEmpty() ? name : u"%1 → %2"_s.arg(name, visibleText(entry.link));
+    }
+    if (column == TableColumns::type) {
+        switch (entry.type.value_or(0)) {
+        case ListingEntry::folderType:
+            return u"Folder"_s;
+        case ListingEntry::plainFileType:
+            return FileIcons::kindOfFileNamed(entry.name);
+        case ListingEntry::linkType:
+            return u"Link"_s;
+        default:
+            return u"Special item"_s;
+        }
+    }
+    return {};
+}

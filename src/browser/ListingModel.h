@@ -1,0 +1,34 @@
+#pragma once
+
+#include "ListEntries.h"
+
+#include <QAbstractTableModel>
+
+/// The listing as the model of a table view. A selection stays on its items while others come and while the order
+/// changes. Belongs to the main thread.
+class ListingModel final : public QAbstractTableModel {
+    Q_OBJECT
+
+public:
+    using QAbstractTableModel::QAbstractTableModel;
+
+    static constexpr double rowHeight = 30.0; ///< Of every row, in device-independent pixels.
+
+    const ListEntries& entries() const { return m_entries; }
+    void clear();
+    /// Adds @p batch at the places where the present order has its items.
+    void add(const QList<ListingEntry>& batch);
+    /// As ListEntries::sort().
+    void sortBy(const QList<SortDescriptor>& descriptors);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    template <typename Change> void reorder(Change change);
+    QVariant describe(const ListingEntry& entry, const QString& column) const;
+
+    ListEntries m_entries;
+};

@@ -1,0 +1,100 @@
+#include "ListingModel.h"
+
+#include "Entries.h"
+#include "Printers.h"
+
+#include <QAbstractItemModelTester>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class ListingModelTest : public ::testing::Test {
+protected:
+    QVariant data(int row, const QString& column, int role = Qt::DisplayRole) const
+    {
+        for (int section = 0; section < m_model.columnCount(); ++section) {
+            if (m_model.headerData(section, Qt::Horizontal, Qt::DisplayRole) == column) {
+                return m_model.data(m_model.index(row, section), role);
+            }
+        }
+        ADD_FAILURE() << "no such column";
+        return {};
+    }
+
+    ListingModel m_model;
+    QAbstractItemModelTester m_tester{ &m_model, QAbstractItemModelTester::FailureReportingMode::Fatal };
+};
+
+TEST_F(ListingModelTest, HasFiveColumnsAndAtFirstNoRows)
+{
+    QStringList titles;
+    for (int section = 0; section < m_model.columnCount(); ++section) {
+        titles.append(m_model.headerData(section, Qt::Horizontal, Qt::DisplayRole).toString());
+    }
+
+    EXPECT_EQ(titles, (QStringList{ u"Name"_s, u"Size"_s, u"Type"_s, u"Date"_s, u"Mode"_s }));
+    EXPECT_EQ(m_model.rowCount(), 0);
+}
+
+TEST_F(ListingModelTest, ItemsStayWithThemselvesWhateverTheirRow)
+{
+    m_model.add({ fileEntry(u"m"_s, 1), fileEntry(u"k"_s, 2) });
+    const QPersistentModelIndex m = m_model.index(1, 0);
+    ASSERT_EQ(m.data(), QVariant(u"m"_s));
+
+    m_model.add({ fileEntry(u"a"_s), fileEntry(u"z"_s, 3), fileEntry(u"l"_s) });
+    EXPECT_EQ(m.row(), 3);
+    EXPECT_EQ(m.data(), QVariant(u"m"_s));
+    m_model.sortBy({ { .key = u"Size"_s, .ascending = false } });
+    EXPECT_EQ(m.data(), QVariant(u"m"_s));
+    EXPECT_EQ(m.row(), 2);
+    m_model.clear();
+    EXPECT_FALSE(m.isValid());
+}
+
+TEST_F(ListingModelTest, AnUnknownKeyLeavesNoRows)
+{
+    m_model.add({ fileEntry(u"m"_s) });
+    const QPersistentModelIndex m = m_model.index(0, 0);
+
+    m_model.sortBy({ { .key = u"Colour"_s } });
+    m_model.add({ fileEntry(u"n"_s) });
+
+    EXPECT_EQ(m_model.rowCount(), 0);
+    EXPECT_FALSE(m.isValid());
+}
+
+TEST_F(ListingModelTest, NamesShowWhatWouldActUnseen)
+{
+    m_model.add({ fileEntry(u"gpj\u202e.\x1b"_s) });
+
+    EXPECT_EQ(data(0, u"Name"_s), QVariant(u"gpj⟨U+202E⟩.␛"_s));
+}
+
+TEST_F(ListingModelTest, ToolTipsTakeNothingForMarkup)
+{
+    ListingEntry link = fileEntry(u"<b>x</b>"_s);
+    link.link = u"<img src=y>"_s;
+    m_model.add({ link });
+
+    const QString toolTip = data(0, u"Name"_s, Qt::ToolTipRole).toString();
+
+    EXPECT_TRUE(toolTip.contains(u"&lt;b&gt;x&lt;/b&gt; → &lt;img src=y&gt;"_s)) << toolTip.toStdString();
+}
+
+TEST_F(ListingModelTest, TheTypeIsAlsoTold)
+{
+    ListingEntry link = fileEntry(u"c"_s);
+    link.type = ListingEntry::linkType;
+    m_model.add({ folderEntry(u"a"_s), fileEntry(u"b.txt"_s), link });
+
+    EXPECT_EQ(data(0, u"Type"_s, Qt::AccessibleTextRole), QVariant(u"Folder"_s));
+    EXPECT_FALSE(data(1, u"Type"_s, Qt::AccessibleTextRole).toString().isEmpty());
+    EXPECT_EQ(data(2, u"Type"_s, Qt::AccessibleTextRole), QVariant(u"Link"_s));
+    EXPECT_TRUE(data(0, u"Type"_s).toString().isEmpty());
+}
+
+} // namespace

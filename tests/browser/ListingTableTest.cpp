@@ -1,0 +1,221 @@
+#include "ListingTable.h"
+
+#include "Entries.h"
+#include "ListingModel.h"
+#include "Printers.h"
+#include "WaitFor.h"
+
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class ListingTableTest : public ::testing::Test {
+protected:
+    ListingTableTest()
+    {
+        m_table.setListing(m_model);
+        m_table.resize(700, 300);
+        m_table.show();
+    }
+
+    static QList<ListingEntry> numbered(int first, int end)
+    {
+        QList<ListingEntry> entries;
+        for (int i = first; i < end; ++i) {
+            entries.append(fileEntry(u"file %1"_s.arg(i, 4, 10, QChar(u'0'))));
+        }
+        return entries;
+    }
+    QString selectedName() const
+    {
+        const int row = m_table.selectedRow();
+        return row < 0 ? QString() : m_model.entries().at(row).name;
+    }
+    void press(Qt::Key key) { QTest::keyClick(&m_table, key); }
+
+    ListingModel m_model;
+    ListingTable m_table;
+};
+
+TEST_F(ListingTableTest, RowsAreThirtyHigh)
+{
+    m_model.add(numbered(0, 3));
+
+    EXPECT_EQ(m_table.rowHeight(0), 30);
+    EXPECT_EQ(m_table.rowHeight(2), 30);
+}
+
+TEST_F(ListingTableTest, AClickOnATitleSortsAndShowsTheArrow)
+{
+    QSignalSpy changes(&m_table, &ListingTable::sortDescriptorsDidChange);
+    QHeaderView* const header = m_table.horizontalHeader();
+    EXPECT_EQ(m_table.sortDescriptors(), (QList<SortDescriptor>{ { .key = u"Name"_s } }));
+    const auto click = [&](int section) {
+        const QPoint middle(header->sectionViewportPosition(section) + header->sectionSize(section) / 2, 10);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, middle);
+    };
+
+    click(1);
+    EXPECT_EQ(m_table.sortDescriptors(), (QList<SortDescriptor>{ { .key = u"Size"_s } }));
+    click(1);
+    EXPECT_EQ(m_table.sortDescriptors(), (QList<SortDescriptor>{ { .key = u"Size"_s, .ascending = false } }));
+    EXPECT_EQ(changes.size(), 2);
+    EXPECT_TRUE(header->isSortIndicatorShown());
+}
+
+TEST_F(ListingTableTest, OneRowIsSelectedAtMost)
+{
+    m_model.add(numbered(0, 9));
+    QSignalSpy changes(&m_table, &ListingTable::tableViewSelectionDidChange);
+    EXPECT_EQ(m_table.selectedRow(), -1);
+
+    m_table.selectRow(2);
+    m_table.setFocus();
+    QTest::keyClick(&m_table, Qt::Key_Down, Qt::ShiftModifier);
+
+    EXPECT_EQ(m_table.selectedRow(), 3);
+    EXPECT_EQ(m_table.selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(changes.size(), 2);
+}
+
+TEST_F(ListingTableTest, AClickBelowTheRowsSelectsNothing)
+{
+    m_model.add(numbered(0, 2));
+    m_table.selectRow(1);
+
+    QTest::mouseClick(m_table.viewport(), Qt::LeftButton, {}, QPoint(50, 150));
+
+    EXPECT_EQ(m_table.selectedRow(), -1);
+}
+
+TEST_F(ListingTableTest, SelectionAndScrollPositionSurviveBatches)
+{
+    m_model.add(numbered(100, 200));
+    m_table.selectRow(50);
+    m_table.verticalScrollBar()->setValue(1200);
+
+    m_model.add(numbered(0, 100));
+    m_model.add(numbered(200, 300));
+
+    EXPECT_EQ(selectedName(), u"file 0150"_s);
+    EXPECT_EQ(m_table.selectedRow(), 150);
+    EXPECT_EQ(m_table.verticalScrollBar()->value(), 1200);
+}
+
+TEST_F(ListingTableTest, SelectionAndScrollPositionSurviveARefresh)
+{
+    m_model.add(numbered(0, 200));
+    m_table.selectRow(120);
+    m_table.verticalScrollBar()->setValue(3000);
+    QSignalSpy changes(&m_table, &ListingTable::tableViewSelectionDidChange);
+
+    m_model.clear();
+    EXPECT_EQ(m_table.selectedRow(), -1);
+    EXPECT_EQ(changes.size(), 1);
+    m_model.add(numbered(100, 200));
+    EXPECT_EQ(selectedName(), u"file 0120"_s);
+    EXPECT_LT(m_table.verticalScrollBar()->value(), 3000);
+    m_model.add(numbered(0, 100));
+
+    EXPECT_EQ(selectedName(), u"file 0120"_s);
+    EXPECT_EQ(m_table.verticalScrollBar()->value(), 3000);
+}
+
+TEST_F(ListingTableTest, ANameThatIsGoneIsNotSelectedLater)
+{
+    m_model.add(numbered(0, 3));
+    m_table.selectRow(1);
+
+    m_model.clear();
+    m_model.add(numbered(2, 3));
+    m_table.listingEnded();
+    m_model.add(numbered(1, 2));
+
+    EXPECT_EQ(m_table.selectedRow(), -1);
+}
+
+TEST_F(ListingTableTest, WhatTheUserSelectsMeanwhileStays)
+{
+    m_model.add(numbered(0, 3));
+    m_table.selectRow(1);
+    m_model.clear();
+    m_model.add(numbered(2, 3));
+    m_table.setFocus();
+
+    press(Qt::Key_Home);
+    m_model.add(numbered(0, 2));
+
+    EXPECT_EQ(selectedName(), u"file 0002"_s);
+}
+
+TEST_F(ListingTableTest, TheOldPictureStaysForAMomentOnly)
+{
+    m_model.add(numbered(0, 3));
+
+    m_model.clear();
+    EXPECT_FALSE(m_table.updatesEnabled());
+    EXPECT_TRUE(waitFor([this] { return m_table.updatesEnabled(); }));
+
+    m_model.add(numbered(0, 3));
+    m_model.clear();
+    m_model.add(numbered(0, 3));
+    EXPECT_TRUE(m_table.updatesEnabled());
+    m_model.clear();
+    m_table.listingEnded();
+    EXPECT_TRUE(m_table.updatesEnabled());
+}
+
+TEST_F(ListingTableTest, TypingSelectsByNameWhateverColumnWasClicked)
+{
+    m_model.add({ fileEntry(u"alpha"_s), fileEntry(u"beta"_s), fileEntry(u"gamma"_s) });
+    m_table.setFocus();
+    m_table.setCurrentIndex(m_model.index(0, 3));
+
+    QTest::keyClicks(&m_table, u"ga"_s);
+
+    EXPECT_EQ(selectedName(), u"gamma"_s);
+}
+
+TEST_F(ListingTableTest, HomeAndEndGoToTheFirstAndLastRow)
+{
+    m_model.add(numbered(0, 50));
+    m_table.setFocus();
+    m_table.selectRow(20);
+
+    press(Qt::Key_End);
+    EXPECT_EQ(m_table.selectedRow(), 49);
+    press(Qt::Key_Home);
+    EXPECT_EQ(m_table.selectedRow(), 0);
+}
+
+TEST_F(ListingTableTest, AnEmptyTableSaysWhy)
+{
+    const QImage blank = m_table.viewport()->grab().toImage();
+
+    m_table.setEmptyText(u"Empty folder"_s);
+    EXPECT_NE(m_table.viewport()->grab().toImage(), blank);
+
+    m_model.add(numbered(0, 1));
+    const QImage full = m_table.viewport()->grab().toImage();
+    m_table.setEmptyText(u""_s);
+    EXPECT_EQ(m_table.viewport()->grab().toImage(), full);
+}
+
+TEST_F(ListingTableTest, OddNamesKeepTheirRows)
+{
+    m_model.add({ fileEntry(QString(4000, u'x')), fileEntry(u"مرحبا بالعالم.txt"_s), fileEntry(u"a\nb"_s) });
+
+    EXPECT_EQ(m_table.rowHeight(0), 30);
+    EXPECT_EQ(m_table.rowHeight(2), 30);
+    EXPECT_FALSE(m_table.grab().isNull());
+    EXPECT_LE(m_table.horizontalHeader()->length(), m_table.viewport()->width());
+}
+
+} // namespace
