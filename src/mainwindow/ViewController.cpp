@@ -46,15 +46,23 @@ void ViewController::loadView()
         keepPlaceWhileHidden(*control);
     }
     m_ui->dragAndDropView->setViewController(this);
+    m_ui->destinationListingTable->setListing(m_listing);
     connectControls();
+    connectActions();
 }
 
 void ViewController::connectControls()
 {
     connect(m_ui->stopButton, &QPushButton::clicked, this, &ViewController::stopButtonAction);
     connect(m_ui->clearQueueButton, &QPushButton::clicked, this, &ViewController::clearQueue);
-    connect(m_ui->quitAction, &QAction::triggered, &m_window, &QWidget::close);
-    connect(m_ui->manualTransfersAction, &QAction::triggered, this, &ViewController::showAuxiliaryWindow);
+    ListingTable* const table = m_ui->destinationListingTable;
+    connect(table, &ListingTable::tableViewSelectionDidChange, this,
+            [this, table] { tableViewSelectionDidChange(table); });
+    connect(table, &ListingTable::sortDescriptorsDidChange, this, &ViewController::sortDescriptorsDidChange);
+    connect(table, &ListingTable::doubleClicked, this, &ViewController::doubleAction);
+    connect(m_ui->downloadButton, &QPushButton::clicked, this, &ViewController::downloadSelection);
+    connect(m_ui->deleteButton, &QPushButton::clicked, this, &ViewController::deleteSelection);
+    connect(m_ui->newFolderButton, &QPushButton::clicked, this, &ViewController::createFolderButtonAction);
     connect(m_manual->startStopUploadButton, &QPushButton::clicked, this, &ViewController::startStopUpload);
     connect(m_manual->startStopDownloadButton, &QPushButton::clicked, this, &ViewController::startStopDownload);
     for (const QPushButton* button : { m_manual->startStopListButton, m_manual->listDestinationButton }) {

@@ -4,6 +4,8 @@
 #include "FTPGetController.h"
 #include "FTPListController.h"
 #include "FTPPutController.h"
+#include "ItemOperations.h"
+#include "ListingModel.h"
 #include "WeakRef.h"
 
 #include <QDateTime>
@@ -12,6 +14,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QTimer>
+#include <QVariant>
 
 #include <memory>
 #include <optional>
@@ -78,7 +81,7 @@ public:
     void stopButtonAction();
     /// Empties the list and lists the destination anew, unless something is being sent or received.
     void listFTPDestination();
-    const QList<ListingEntry>& listEntries() const { return m_listEntries; }
+    const ListEntries& listEntries() const { return m_listing.entries(); }
 
     void startStopUpload();
     void startStopDownload();
@@ -97,6 +100,47 @@ public:
     void uploadDone() override;
     void updateListingStatus(const QString& status) override;
     void addListEntries(const QList<ListingEntry>& entries) override;
+
+    // The table of the destination folder.
+
+    void sortListEntriesByNameAscending();
+    /// Sorts by the first of @p descriptors, by name without one.
+    void sortListEntriesWithDescriptors(const QList<SortDescriptor>& descriptors);
+    /// The user has chosen another order.
+    void sortDescriptorsDidChange();
+    qsizetype numberOfRowsInTableView() const;
+    /// What the column titled @p column shows in @p row; invalid where there is nothing to show.
+    QVariant objectValueForTableColumn(const QString& column, qsizetype row) const;
+    /// In device-independent pixels.
+    double heightOfRow(qsizetype row) const;
+    bool shouldSelectRow(qsizetype row) const;
+    /// @p table: whose selection has changed; only that of the destination folder counts.
+    void tableViewSelectionDidChange(const QObject* table);
+    /// Whether an item now listed has exactly this name.
+    bool listingContainsName(const QString& name) const;
+
+    // Actions on the selected item.
+
+    void downloadSelection();
+    void doubleAction();
+    /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default.
+    void downloadFileTo(const QString& name, const QString& folder);
+    void deleteSelection();
+    /// Waits for the server's answer.
+    void deleteFile(const QString& name);
+    void createFolderButtonAction();
+    /// Waits for the server's answer.
+    void createFolder(const QString& name);
+
+    // Commands of the menus.
+
+    /// Lets the user choose files to upload.
+    void openFiles();
+    /// Uploads the files on the clipboard.
+    void pasteFiles();
+    /// Copies the location of the selected item.
+    void copyItemLocation();
+    void showAbout();
 
     // Small window operations.
 
@@ -118,15 +162,25 @@ public:
     QMainWindow& window() { return m_window; }
     QWidget& auxiliaryWindow() { return m_auxiliaryWindow; }
 
+    /// Others than those of the library, for tests.
+    void setItemOperations(ItemOperations operations) { m_itemOperations = std::move(operations); }
+
     FTPPutController& pc() { return *m_pc; }
     FTPGetController& gc() { return *m_gc; }
     FTPListController& lc() { return *m_lc; }
     FTPCreateController& cc() { return *m_cc; }
 
+signals:
+    // Commands that belong to the application.
+    void copyLocationToClipboard();
+    void goToWebsite();
+
 private:
     void loadView();
     void viewDidLoad();
     void connectControls();
+    void connectActions();
+    void connectSortActions();
     void showAuxiliaryWindow();
 
     /// Whether a new second has begun.
@@ -134,10 +188,14 @@ private:
     void showQueueLength();
     void showProgress();
     void showTexts();
+    void showListingState();
+    void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
     void listAgainIfWanted();
     void resetProgress();
     void emptyList();
+    /// Null without a selection.
+    const ListingEntry* selectedEntry() const;
     void alertIfError(const QString& status);
 
     FTPStreamFactory& m_streams;
@@ -153,7 +211,10 @@ private:
     std::unique_ptr<FTPCreateController> m_cc;
 
     QStringList m_fileUploadQueue;
-    QList<ListingEntry> m_listEntries;
+    ListingModel m_listing;
+    bool m_isListed = false; ///< The list holds all that the server told.
+    bool m_wasListing = false; ///< At the last tick.
+    bool m_hasDestination = false; ///< As it was when it was last looked at.
     bool m_listingWanted = false; ///< A refresh is due that could not be had when it was asked for.
 
     // What the next tick shows.
@@ -164,6 +225,9 @@ private:
     QString m_status;
     QString m_listingStatus;
     qint64 m_shownSecond = -1; ///< Of the date that is shown, since the epoch.
+
+    ItemOperations m_itemOperations = libraryItemOperations();
+    QString m_lastOpenedFolder;
 
     WeakAnchor m_anchor; ///< Last, so that it dies first.
 };

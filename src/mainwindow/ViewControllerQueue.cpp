@@ -51,6 +51,8 @@ void ViewController::onTick()
     showProgress();
     showTexts();
     startNextUpload(isNewSecond);
+    showListingState();
+    showWhatCanBeDone();
 }
 
 bool ViewController::showDate()
@@ -99,6 +101,9 @@ void ViewController::startNextUpload(bool isNewSecond)
     // is most of what a tick costs.
     const bool isNeeded = isNewSecond || !m_fileUploadQueue.isEmpty();
     const QString destination = isNeeded ? createFullDestinationPathFromAppNameAndFTPFolder() : QString();
+    if (isNeeded) {
+        m_hasDestination = !destination.isNull();
+    }
     if (m_pc->isSending() || m_gc->isReceiving()) {
         return;
     }

@@ -25,6 +25,7 @@ void ViewController::updateStatus(const QString& status)
 void ViewController::updateListingStatus(const QString& status)
 {
     m_listingStatus = status;
+    m_isListed = status == u"Listing succeeded"_s;
     alertIfError(status);
 }
 
@@ -45,9 +46,4 @@ void ViewController::uploadDone()
         m_listingWanted = true; // The list cannot be refreshed beside a download, but has to be after it.
     }
     listFTPDestination();
-}
-
-void ViewController::addListEntries(const QList<ListingEntry>& entries)
-{
-    m_listEntries += entries;
 }

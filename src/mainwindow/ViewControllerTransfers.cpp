@@ -16,7 +16,8 @@ void ViewController::listFTPDestination()
     m_listingWanted = isListing;
     emptyList();
     const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
-    if (destination.isNull()) {
+    m_hasDestination = !destination.isNull();
+    if (!m_hasDestination) {
         return;
     }
     m_percent = 0;
@@ -26,7 +27,8 @@ void ViewController::listFTPDestination()
 
 void ViewController::emptyList()
 {
-    m_listEntries.clear();
+    m_listing.clear();
+    m_isListed = false;
 }
 
 void ViewController::stopButtonAction()

@@ -1,9 +1,7 @@
 #include "StandardFolders.h"
 #include "ViewControllerTest.h"
 
-#include <QInputDialog>
 #include <QLineEdit>
-#include <QTimer>
 
 namespace {
 
@@ -21,23 +19,6 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("hello");
     }
-
-    /// Answers the next prompt with @p text, or cancels it when that is null.
-    void answerPrompt(const QString& text)
-    {
-        QObject::connect(&m_promptTimer, &QTimer::timeout, &m_promptTimer, [this, text] {
-            if (auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
-                m_promptTimer.disconnect();
-                m_prompt = dialog->labelText();
-                dialog->setTextValue(text);
-                dialog->done(text.isNull() ? QDialog::Rejected : QDialog::Accepted);
-            }
-        });
-        m_promptTimer.start(1);
-    }
-
-    QTimer m_promptTimer;
-    QString m_prompt;
 };
 
 TEST_F(ManualTransfersTest, UploadStartsAndStops)
@@ -140,6 +121,7 @@ TEST_F(ManualTransfersTest, TheCreateButtonAsksForANameAndCreatesItInTheDestinat
     button("createButton").click();
 
     EXPECT_EQ(m_prompt, u"Enter name of folder to create."_s);
+    EXPECT_EQ(m_promptDefault, u""_s);
     EXPECT_EQ(latest(Kind::Folder).location, u"ftp://host/in/asked"_s);
 }
 

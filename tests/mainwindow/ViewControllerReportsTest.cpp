@@ -106,20 +106,6 @@ TEST_F(ViewControllerReportsTest, TheEndOfAnUploadResetsTheProgress)
     EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 100); // Stays until a manual transfer starts.
 }
 
-TEST_F(ViewControllerReportsTest, EntriesAreAppendedInTheirOrder)
-{
-    ListingEntry a;
-    a.name = u"a"_s;
-    ListingEntry b;
-    b.name = u"b"_s;
-
-    m_controller->addListEntries({ b, a });
-    m_controller->addListEntries({ b });
-
-    ASSERT_EQ(m_controller->listEntries().size(), 3);
-    EXPECT_EQ(m_controller->listEntries().first().name, u"b"_s);
-}
-
 TEST_F(ViewControllerReportsTest, TheBusyGuardTellsWhatIsRunning)
 {
     EXPECT_FALSE(m_controller->alertSendingOrReceiving());

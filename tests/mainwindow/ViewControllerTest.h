@@ -10,10 +10,12 @@
 #include "WaitFor.h"
 
 #include <QFile>
+#include <QInputDialog>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -103,6 +105,26 @@ protected:
             stream.sendHasSpace();
         }
     }
+
+    /// Answers the next prompt with @p text, or cancels it when that is null.
+    void answerPrompt(const QString& text)
+    {
+        QObject::connect(&m_promptTimer, &QTimer::timeout, &m_promptTimer, [this, text] {
+            if (auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+                m_promptTimer.stop();
+                m_promptTimer.disconnect();
+                m_prompt = dialog->labelText();
+                m_promptDefault = dialog->textValue();
+                dialog->setTextValue(text);
+                dialog->done(text.isNull() ? QDialog::Rejected : QDialog::Accepted);
+            }
+        });
+        m_promptTimer.start(1);
+    }
+
+    QTimer m_promptTimer;
+    QString m_prompt; ///< The latest question that answerPrompt() has answered.
+    QString m_promptDefault; ///< What its field held.
 
     QTemporaryDir m_directory;
     FakeStreamFactory m_streams;

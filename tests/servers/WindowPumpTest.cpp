@@ -72,8 +72,8 @@ protected:
     QStringList listedNames() const
     {
         QStringList names;
-        for (const ListingEntry& entry : m_controller->listEntries()) {
-            names.append(entry.name);
+        for (qsizetype row = 0; row < m_controller->listEntries().size(); ++row) {
+            names.append(m_controller->listEntries().at(row).name);
         }
         names.sort();
         return names;

@@ -46,8 +46,9 @@ def _children(node):
 
 def _walk(node):
     yield node
-    for child in _children(node):
-        yield from _walk(child)
+    if _ask(node.get_role_name) not in ("table", "menu"):  # Their items may be many, and are asked for one by one.
+        for child in _children(node):
+            yield from _walk(child)
 
 
 def _text(node):
@@ -111,10 +112,11 @@ class Program:
         return [_ask(window.get_name, "") for window in self.windows()]
 
     def find(self, name):
-        """The widget of that name or description, when it shows."""
-        for window in self.windows():
-            for node in _walk(window):
-                if name in (_ask(node.get_name), _ask(node.get_description)) and _has(node, "SHOWING"):
+        """The widget of that description, or else of that name, when it shows."""
+        showing = [node for window in self.windows() for node in _walk(window) if _has(node, "SHOWING")]
+        for text_of in ("get_description", "get_name"):
+            for node in showing:
+                if _ask(getattr(node, text_of)) == name:
                     return node
         return None
 

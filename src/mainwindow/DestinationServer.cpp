@@ -1,0 +1,21 @@
+#include "DestinationServer.h"
+
+#include <QRegularExpression>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const QString& username,
+                                              const QString& password)
+{
+    static const QRegularExpression parts(u"^(?<host>ftp://(?:\\[[^\\]]*\\]|[^:/]*))(?::(?<port>\\d+))?(?<path>/.*)?$"_s,
+                                          QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpressionMatch match = parts.match(destination);
+    if (!match.hasMatch()) {
+        return FMServer::serverWithDestination(destination, username, password);
+    }
+    const QString path = QUrl::fromPercentEncoding(match.captured(u"path"_s).toUtf8());
+    auto server = FMServer::serverWithDestination(match.captured(u"host"_s) + path, username, password);
+    server->setPort(match.hasCaptured(u"port"_s) ? match.captured(u"port"_s).toInt() : 21);
+    return server;
+}

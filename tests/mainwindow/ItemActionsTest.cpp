@@ -1,0 +1,286 @@
+#include "FMServer.h"
+#include "ListingTable.h"
+#include "StandardFolders.h"
+#include "ViewControllerTest.h"
+
+#include <QAction>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <functional>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+class ItemActionsTest : public ViewControllerTest {
+protected:
+    ItemActionsTest()
+    {
+        m_controller->setItemOperations({
+            .deleteFileNamed = [this](const QString& name, const FMServer& server) { return note(name, server); },
+            .createNewFolder = [this](const QString& name, const FMServer& server) { return note(name, server); },
+        });
+        add(u"file.txt"_s, ListingEntry::plainFileType);
+        add(u"folder"_s, ListingEntry::folderType);
+    }
+
+    void add(const QString& name, std::optional<int> type)
+    {
+        ListingEntry entry;
+        entry.name = name;
+        entry.type = type;
+        m_controller->addListEntries({ entry });
+    }
+    bool note(const QString& name, const FMServer& server)
+    {
+        m_operations.append(QStringList{ name, server.destination(), server.username(), server.password(),
+                                         QString::number(server.port()) });
+        return m_succeeds;
+    }
+    ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
+    void select(const QString& name)
+    {
+        for (int row = 0; row < m_controller->listEntries().size(); ++row) {
+            if (m_controller->listEntries().at(row).name == name) {
+                table().selectRow(row);
+            }
+        }
+    }
+    void startUpload()
+    {
+        m_controller->uploadFiles({ makeFile(u"up"_s) });
+        tick();
+    }
+    /// Whether the second that passes before a chosen action has brought anything.
+    bool somethingHappensLater() { return waitFor([this] { return !m_operations.isEmpty(); }, 2s); }
+    static QStringList operation(const QString& name)
+    {
+        return { name, u"ftp://host/in/"_s, u"anna"_s, u"secret"_s, u"21"_s };
+    }
+
+    QList<QStringList> m_operations;
+    bool m_succeeds = true;
+};
+
+const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
+
+TEST_F(ItemActionsTest, APlainFileIsDownloadedToTheDefaultPlace)
+{
+    select(u"file.txt"_s);
+
+    button("downloadButton").click();
+
+    FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
+    EXPECT_EQ(stream.location, u"ftp://host/in/file.txt"_s);
+    EXPECT_EQ(stream.calls.first(2), (QStringList{ u"setUserName anna"_s, u"setPassword secret"_s }));
+    stream.sendOpenCompleted();
+    stream.sendBytes("bytes");
+    stream.sendEnd();
+    const QFileInfoList downloads = QDir(downloadsDirectoryPath()).entryInfoList({ u"*file*.txt"_s });
+    ASSERT_EQ(downloads.size(), 1);
+    EXPECT_EQ(downloads.first().size(), 5);
+    QFile::remove(downloads.first().filePath());
+}
+
+TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
+{
+    m_controller->downloadFileTo(u"a b"_s, m_directory.path());
+
+    FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
+    EXPECT_EQ(stream.location, u"ftp://host/in/a%20b"_s);
+    stream.sendOpenCompleted();
+    stream.sendEnd();
+    EXPECT_TRUE(QFile::exists(m_directory.filePath(u"a b"_s)));
+}
+
+TEST_F(ItemActionsTest, ADownloadResetsTheProgressAndNeedsADestination)
+{
+    m_controller->percentDone(50);
+    m_controller->bytesDone(1000);
+    unset(u"Address"_s);
+
+    m_controller->downloadFileTo(u"a"_s, QString());
+    tick();
+
+    EXPECT_EQ(bar("percentProgressIndicator").value(), 0);
+    EXPECT_EQ(text("bytesFormattedTextField"), u""_s);
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+    EXPECT_EQ(shownSheets(), QStringList());
+}
+
+TEST_F(ItemActionsTest, WhatIsNoPlainFileIsNotDownloaded)
+{
+    add(u"link"_s, ListingEntry::linkType);
+    add(u"untyped"_s, std::nullopt);
+    for (const QString& name : { u"folder"_s, u"link"_s, u"untyped"_s }) {
+        select(name);
+
+        m_controller->downloadSelection();
+
+        EXPECT_EQ(shownSheets(), QStringList{ u"Folder Item: Folders are not downloadable."_s });
+        answerSheet();
+    }
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+}
+
+TEST_F(ItemActionsTest, ADoubleClickDownloadsARowAndNothingElsewhere)
+{
+    const auto doubleClick = [this](QPoint place) {
+        QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, place);
+        QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, place);
+    };
+    doubleClick(QPoint(60, table().rowViewportPosition(1) + 15));
+    EXPECT_EQ(shownSheets(), QStringList{ u"Folder Item: Folders are not downloadable."_s });
+    answerSheet();
+
+    doubleClick(QPoint(60, table().rowViewportPosition(1) + 45));
+    m_controller->doubleAction();
+    EXPECT_EQ(shownSheets(), QStringList());
+
+    doubleClick(QPoint(60, 15));
+    EXPECT_TRUE(m_controller->gc().isReceiving());
+}
+
+TEST_F(ItemActionsTest, WithoutASelectionNothingHappens)
+{
+    m_controller->downloadSelection();
+    m_controller->deleteSelection();
+    m_controller->doubleAction();
+
+    EXPECT_EQ(shownSheets(), QStringList());
+    EXPECT_FALSE(m_controller->gc().isReceiving());
+}
+
+TEST_F(ItemActionsTest, ATransferKeepsAllActionsBack)
+{
+    startUpload();
+    select(u"file.txt"_s);
+    const std::vector<std::function<void()>> actions{ [this] { button("downloadButton").click(); },
+                                                      [this] { button("deleteButton").click(); },
+                                                      [this] { button("newFolderButton").click(); } };
+    for (const auto& action : actions) {
+        action();
+        EXPECT_EQ(shownSheets(), QStringList{ waitForUpload });
+        answerSheet();
+    }
+}
+
+TEST_F(ItemActionsTest, DeletingAsksFirstAndCancelIsTheDefault)
+{
+    select(u"folder"_s);
+
+    button("deleteButton").click();
+
+    EXPECT_EQ(shownSheets(), QStringList{ u"Delete Item: Are you sure you want to delete \"folder\"?"_s });
+    auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
+    QTest::keyClick(sheet, Qt::Key_Return);
+    EXPECT_EQ(shownSheets(), QStringList());
+    EXPECT_FALSE(somethingHappensLater());
+}
+
+TEST_F(ItemActionsTest, AConfirmedDeletionComesASecondLaterAndRefreshes)
+{
+    select(u"file.txt"_s);
+    button("deleteButton").click();
+
+    QElapsedTimer timer;
+    timer.start();
+    answerSheet(u"Delete"_s);
+    EXPECT_TRUE(m_operations.isEmpty());
+
+    ASSERT_TRUE(somethingHappensLater());
+    EXPECT_GE(timer.elapsed(), 950);
+    EXPECT_EQ(m_operations, QList<QStringList>{ operation(u"file.txt"_s) });
+    EXPECT_TRUE(m_controller->lc().isReceiving());
+    EXPECT_TRUE(m_controller->listEntries().isEmpty());
+}
+
+TEST_F(ItemActionsTest, ARefusedDeletionIsExplainedAndLeavesTheList)
+{
+    m_succeeds = false;
+
+    m_controller->deleteFile(u"full %1"_s);
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Item Not Deleted: \"full %1\" was not deleted. If this is a folder make sure it is empty. "
+                           "Folders can not be deleted if they contain items.\n\nSwitch to the folder using "
+                           "preferences, and then delete its items."_s });
+    EXPECT_EQ(m_controller->listEntries().size(), 2);
+    EXPECT_FALSE(m_controller->lc().isReceiving());
+}
+
+TEST_F(ItemActionsTest, ATransferThatHasStartedMeanwhileKeepsTheListAsItIs)
+{
+    startUpload();
+
+    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->createFolder(u"new"_s);
+
+    EXPECT_EQ(m_operations.size(), 2);
+    EXPECT_EQ(m_controller->listEntries().size(), 2);
+    EXPECT_FALSE(m_controller->lc().isReceiving());
+}
+
+TEST_F(ItemActionsTest, AFolderIsCreatedUnderTheNameAsTyped)
+{
+    for (const QString& name : { u" "_s, u"Folder"_s, u"a/b é%41"_s }) {
+        m_operations.clear();
+        answerPrompt(name);
+
+        button("newFolderButton").click();
+
+        EXPECT_EQ(m_prompt, u"Enter name of folder to create."_s);
+        EXPECT_EQ(m_promptDefault, u""_s);
+        EXPECT_EQ(m_operations, QList<QStringList>{ operation(name) });
+        EXPECT_TRUE(m_controller->lc().isReceiving());
+    }
+}
+
+TEST_F(ItemActionsTest, NoAnswerCreatesNothing)
+{
+    answerPrompt(QString());
+    button("newFolderButton").click();
+    EXPECT_EQ(shownSheets(), QStringList());
+
+    answerPrompt(u""_s);
+    button("newFolderButton").click();
+    EXPECT_EQ(shownSheets(), QStringList{ u"Folder Not Created: Please retry with a name."_s });
+    EXPECT_TRUE(m_operations.isEmpty());
+}
+
+TEST_F(ItemActionsTest, AListedNameIsNotCreatedAgain)
+{
+    m_controller->createFolder(u"folder"_s);
+
+    EXPECT_EQ(shownSheets(), QStringList{ u"Folder Exists: Folder \"folder\" already exists. Try another name."_s });
+    EXPECT_TRUE(m_operations.isEmpty());
+}
+
+TEST_F(ItemActionsTest, ARefusedFolderIsExplained)
+{
+    m_succeeds = false;
+
+    m_controller->createFolder(u"new"_s);
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Folder Not Created: Folder \"new\" was not created due to an error.\n\nPlease check your "
+                           "preference settings for correct FTP server passsword, username and folder location."_s });
+    EXPECT_FALSE(m_controller->lc().isReceiving());
+}
+
+TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
+{
+    set({ { u"Address"_s, u"other:2121"_s }, { u"FTPFolder"_s, u"a b"_s } });
+    unset(u"Username"_s);
+
+    m_controller->createFolder(u"new"_s);
+
+    EXPECT_EQ(m_operations, (QList<QStringList>{
+                                { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
+}
+
+} // namespace
