@@ -25,8 +25,7 @@ public:
     virtual void selectWithFrame(const QRectF& frame, QWidget* view, QLineEdit* editor, QObject* delegate, int start,
                                  int length);
     /// Places @p editor likewise and passes on @p event, which began the editing and may be null.
-    virtual void editWithFrame(const QRectF& frame, QWidget* view, QLineEdit* editor, QObject* delegate,
-                               QEvent* event);
+    virtual void editWithFrame(const QRectF& frame, QWidget* view, QLineEdit* editor, QObject* delegate, QEvent* event);
 
     /// Draws the text with the painter's pen. A text too long for its room is shortened in the middle.
     void draw(QPainter& painter, const QRectF& bounds) const;

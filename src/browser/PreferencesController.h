@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QDialog>
+#include <QObject>
+#include <QSize>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class QLineEdit;
+class UserDefaults;
+
+namespace Ui {
+class Preferences;
+} // namespace Ui
+
+/// Controls the panel in which the user edits the settings. The fields are filled when the panel opens and stored
+/// together when it is done; what was left as it stood is not stored. The panel holds nothing else up. Belongs to the
+/// main thread.
+class PreferencesController final : public QObject {
+    Q_OBJECT
+
+public:
+    /// What the panel asks of the application.
+    struct Application {
+        /// Where files would go with this address and folder; null: nowhere.
+        std::function<QString(const QString& address, const QString& folder)> destinationFor;
+        /// Titles the main window by the destination and lists that.
+        std::function<void()> updateWindowTitleAndList;
+    };
+
+    /// @p defaults outlives the controller. The panel is a window of @p parent, which may be null.
+    PreferencesController(UserDefaults& defaults, Application application, QWidget* parent = nullptr);
+    ~PreferencesController() override;
+
+    // The fields; not owned.
+
+    QLineEdit* usernameTextField() const { return m_usernameTextField; }
+    void setUsernameTextField(QLineEdit* field) { m_usernameTextField = field; }
+    QLineEdit* passwordTextField() const { return m_passwordTextField; }
+    void setPasswordTextField(QLineEdit* field) { m_passwordTextField = field; }
+    QLineEdit* addressTextField() const { return m_addressTextField; }
+    void setAddressTextField(QLineEdit* field) { m_addressTextField = field; }
+    QLineEdit* folderTextField() const { return m_folderTextField; }
+    void setFolderTextField(QLineEdit* field) { m_folderTextField = field; }
+
+    /// The destination folder as it stood when the panel appeared; "/" for none.
+    const QString& savedFTPFolder() const { return m_savedFTPFolder; }
+    void setSavedFTPFolder(const QString& folder) { m_savedFTPFolder = folder; }
+    /// Device-independent pixels.
+    QSize preferredContentSize() const { return m_preferredContentSize; }
+
+    /// The panel; null when it was taken away.
+    QDialog* view() const { return m_view.get(); }
+    std::unique_ptr<QDialog> takeView() { return std::move(m_view); }
+
+    /// Shows the panel with the present settings, or brings it to the front as it is.
+    void showPanel();
+
+    void viewDidLoad();
+    void viewDidAppear();
+    /// Stores what was changed, closes the panel and refreshes the main window. When the settings cannot be stored, the
+    /// user is told and the panel stays.
+    void doneButton();
+    /// A new universally unique identifier of 36 characters.
+    QString UUIDString() const; // NOLINT(readability-identifier-naming): the name it is known by
+
+private:
+    void fillFields();
+    bool storeChanges();
+    void showDestination();
+    void showPassword(bool isShown);
+
+    UserDefaults& m_defaults;
+    Application m_application;
+    std::unique_ptr<Ui::Preferences> m_ui;
+    std::unique_ptr<QDialog> m_view;
+    QLineEdit* m_usernameTextField = nullptr;
+    QLineEdit* m_passwordTextField = nullptr;
+    QLineEdit* m_addressTextField = nullptr;
+    QLineEdit* m_folderTextField = nullptr;
+    QString m_savedFTPFolder;
+    QSize m_preferredContentSize;
+};
