@@ -42,6 +42,12 @@ AppDelegate::AppDelegate(ViewController& viewController)
         }
         updateWindowTitleAndList();
     };
+    ViewController* const controller = &viewController;
+    connect(controller, &ViewController::copyLocationToClipboard, this, &AppDelegate::copyLocationToClipboard);
+    connect(controller, &ViewController::goToWebsite, this, &AppDelegate::goToWebsite);
+    connect(controller, &ViewController::updateWindowTitleAndList, this, &AppDelegate::updateWindowTitleAndList);
+    connect(controller, &ViewController::welcomeWindowRequested, this,
+            [this, controller] { showWelcomeWindow(controller); });
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, changed);
 }
 
@@ -51,6 +57,7 @@ void AppDelegate::applicationDidFinishLaunching()
     findMainWindow();
     updateWindowTitleAndList();
     theAppDelegate = this;
+    showWelcomeWindow(nullptr);
 }
 
 void AppDelegate::applicationDidBecomeActive()
@@ -126,6 +133,13 @@ void AppDelegate::showMainWindow()
         m_mainWindow->setWindowState(m_mainWindow->windowState() & ~Qt::WindowMinimized);
         m_mainWindow->raise();
         m_mainWindow->activateWindow();
+    }
+}
+
+void AppDelegate::showWelcomeWindow(const QObject* sender)
+{
+    if (ViewController* const controller = ourViewController()) {
+        controller->showWelcomeWindow(sender != nullptr);
     }
 }
 

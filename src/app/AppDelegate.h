@@ -36,6 +36,8 @@ public:
     // Commands.
 
     void showMainWindow();
+    /// Shows the welcome window, in any case when there is a @p sender.
+    void showWelcomeWindow(const QObject* sender);
     /// Copies the destination to the clipboard, or beeps when there is none.
     void copyLocationToClipboard();
     /// Opens the product's web page.

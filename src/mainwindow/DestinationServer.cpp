@@ -8,8 +8,9 @@ using namespace Qt::StringLiterals;
 std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const QString& username,
                                               const QString& password)
 {
-    static const QRegularExpression parts(u"^(?<host>ftp://(?:\\[[^\\]]*\\]|[^:/]*))(?::(?<port>\\d+))?(?<path>/.*)?$"_s,
-                                          QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression parts(
+        u"^(?<host>ftp://(?:\\[[^\\]]*\\]|[^:/]*))(?::(?<port>\\d+))?(?<path>/.*)?$"_s,
+        QRegularExpression::DotMatchesEverythingOption);
     const QRegularExpressionMatch match = parts.match(destination);
     if (!match.hasMatch()) {
         return FMServer::serverWithDestination(destination, username, password);

@@ -1,9 +1,11 @@
 #include "ViewController.h"
 
 #include "DragDropView.h"
+#include "PreferencesController.h"
 #include "UserDefaults.h"
 #include "ui_MainWindow.h"
 #include "ui_ManualTransfers.h"
+#include "ui_Welcome.h"
 
 #include <QDesktopServices>
 #include <QUrl>
@@ -27,8 +29,10 @@ void keepPlaceWhileHidden(QWidget& control)
 
 ViewController::ViewController(FTPStreamFactory& streams)
     : m_streams(streams)
+    , m_welcomeWindow(new QDialog(&m_window))
     , m_ui(std::make_unique<Ui::MainWindow>())
     , m_manual(std::make_unique<Ui::ManualTransfers>())
+    , m_welcome(std::make_unique<Ui::Welcome>())
 {
     loadView();
     viewDidLoad();
@@ -48,6 +52,7 @@ void ViewController::loadView()
     m_ui->dragAndDropView->setViewController(this);
     m_ui->destinationListingTable->setListing(m_listing);
     connectControls();
+    loadOtherWindows();
     connectActions();
 }
 
@@ -71,13 +76,6 @@ void ViewController::connectControls()
     for (const QPushButton* button : { m_manual->startStopCreateButton, m_manual->createButton }) {
         connect(button, &QPushButton::clicked, this, [this, button] { startStopCreate(button); });
     }
-}
-
-void ViewController::showAuxiliaryWindow()
-{
-    m_auxiliaryWindow.show();
-    m_auxiliaryWindow.raise();
-    m_auxiliaryWindow.activateWindow();
 }
 
 void ViewController::viewDidLoad()

@@ -19,9 +19,13 @@
 #include <memory>
 #include <optional>
 
+class PreferencesController;
+class QDialog;
+
 namespace Ui {
 class MainWindow;
 class ManualTransfers;
+class Welcome;
 } // namespace Ui
 
 /// The controller of the main window and the hub of the program: settings and destination, the upload queue with the
@@ -142,6 +146,12 @@ public:
     void copyItemLocation();
     void showAbout();
 
+    // The other windows.
+
+    void showPreferences();
+    /// Shows the welcome window: unless the user has turned it off, or in any case when it is forced.
+    void showWelcomeWindow(bool force);
+
     // Small window operations.
 
     /// A sheet with the one button "OK"; nothing while the window is not shown.
@@ -161,6 +171,8 @@ public:
 
     QMainWindow& window() { return m_window; }
     QWidget& auxiliaryWindow() { return m_auxiliaryWindow; }
+    QDialog& welcomeWindow() { return *m_welcomeWindow; }
+    PreferencesController& preferences() { return *m_preferences; }
 
     /// Others than those of the library, for tests.
     void setItemOperations(ItemOperations operations) { m_itemOperations = std::move(operations); }
@@ -174,9 +186,13 @@ signals:
     // Commands that belong to the application.
     void copyLocationToClipboard();
     void goToWebsite();
+    void updateWindowTitleAndList();
+    void welcomeWindowRequested();
 
 private:
     void loadView();
+    void loadOtherWindows();
+    void rememberWelcomeChoice(bool isTurnedOff);
     void viewDidLoad();
     void connectControls();
     void connectActions();
@@ -201,8 +217,11 @@ private:
     FTPStreamFactory& m_streams;
     QMainWindow m_window;
     QWidget m_auxiliaryWindow; ///< The manual transfers.
+    QDialog* m_welcomeWindow; ///< A window of the main window's.
     std::unique_ptr<Ui::MainWindow> m_ui;
     std::unique_ptr<Ui::ManualTransfers> m_manual;
+    std::unique_ptr<Ui::Welcome> m_welcome;
+    std::unique_ptr<PreferencesController> m_preferences;
     QTimer m_timer;
 
     std::unique_ptr<FTPPutController> m_pc;

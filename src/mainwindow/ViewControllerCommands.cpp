@@ -31,6 +31,8 @@ void ViewController::connectActions()
     on(m_ui->clearQueueAction, &ViewController::clearQueue);
     on(m_ui->manualTransfersAction, &ViewController::showAuxiliaryWindow);
     on(m_ui->websiteAction, &ViewController::goToWebsite);
+    on(m_ui->preferencesAction, &ViewController::showPreferences);
+    on(m_ui->welcomeAction, &ViewController::welcomeWindowRequested);
     on(m_ui->aboutAction, &ViewController::showAbout);
     connect(m_ui->quitAction, &QAction::triggered, &m_window, &QWidget::close);
     m_ui->refreshAction->setShortcuts({ QKeySequence(Qt::Key_F5), QKeySequence(u"Ctrl+R"_s) });
@@ -116,8 +118,7 @@ void ViewController::copyItemLocation()
 {
     const ListingEntry* const entry = selectedEntry();
     const QString folder = createFullDestinationPathFromAppNameAndFTPFolder();
-    const QString location
-        = entry == nullptr ? QString() : URLText::appendingPathComponent(folder, entry->name);
+    const QString location = entry == nullptr ? QString() : URLText::appendingPathComponent(folder, entry->name);
     if (location.isNull()) {
         QApplication::beep();
     } else {
@@ -133,6 +134,7 @@ void ViewController::showAbout()
     about->setIconPixmap(m_window.windowIcon().pixmap(64));
     about->setTextFormat(Qt::PlainText);
     about->setText(u"Quillbox %1"_s.arg(QCoreApplication::applicationVersion()));
-    about->setInformativeText(u"Puts files into one folder of an FTP server.\n\nFree software under the MIT licence."_s);
+    about->setInformativeText(
+        u"Puts files into one folder of an FTP server.\n\nFree software under the MIT licence."_s);
     about->open();
 }

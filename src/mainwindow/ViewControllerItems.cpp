@@ -80,8 +80,7 @@ void ViewController::deleteSelection()
 
 void ViewController::deleteFile(const QString& name)
 {
-    const auto server
-        = serverOfDestination(createFullDestinationPathFromAppNameAndFTPFolder(), username(), password());
+    const auto server = serverOfDestination(createFullDestinationPathFromAppNameAndFTPFolder(), username(), password());
     if (m_itemOperations.deleteFileNamed(name, *server)) {
         listFTPDestination();
         return;
@@ -113,8 +112,7 @@ void ViewController::createFolder(const QString& name)
         showAlert(u"Folder Exists"_s, u"Folder \"%1\" already exists. Try another name."_s.arg(visibleText(name)));
         return;
     }
-    const auto server
-        = serverOfDestination(createFullDestinationPathFromAppNameAndFTPFolder(), username(), password());
+    const auto server = serverOfDestination(createFullDestinationPathFromAppNameAndFTPFolder(), username(), password());
     if (m_itemOperations.createNewFolder(name, *server)) {
         listFTPDestination();
         return;

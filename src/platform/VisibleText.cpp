@@ -31,8 +31,7 @@ QString shown(QChar character)
     if (code < 0x20) {
         return QChar(static_cast<char16_t>(firstPicture + code));
     }
-    return code == 0x7f ? QString(QChar(deletePicture))
-                        : u"⟨U+%1⟩"_s.arg(QString::number(code, 16).toUpper(), 4, u'0');
+    return code == 0x7f ? QString(QChar(deletePicture)) : u"⟨U+%1⟩"_s.arg(QString::number(code, 16).toUpper(), 4, u'0');
 }
 
 } // namespace

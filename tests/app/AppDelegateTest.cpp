@@ -250,4 +250,33 @@ TEST_F(AppDelegateTest, ClosingTheMainWindowQuits)
     EXPECT_TRUE(quits);
 }
 
+TEST_F(AppDelegateTest, LaunchingShowsTheWelcomeWindowUnlessItIsTurnedOff)
+{
+    launch();
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    m_controller->welcomeWindow().close();
+
+    set(u"DoNotShowWelcomeWindowAgain"_s, true);
+    m_delegate.applicationDidFinishLaunching();
+    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+    m_delegate.showWelcomeWindow(&m_delegate);
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+}
+
+TEST_F(AppDelegateTest, TheCommandsOfTheWindowReachTheApplication)
+{
+    launch();
+    m_controller->welcomeWindow().close();
+    set(u"DoNotShowWelcomeWindowAgain"_s, true);
+
+    emit m_controller->copyLocationToClipboard();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/"_s);
+    emit m_controller->welcomeWindowRequested();
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+    set(u"Address"_s, u"other"_s);
+    emit m_controller->updateWindowTitleAndList();
+    EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }));
+}
+
 } // namespace

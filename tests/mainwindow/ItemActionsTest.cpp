@@ -54,7 +54,10 @@ protected:
         tick();
     }
     /// Whether the second that passes before a chosen action has brought anything.
-    bool somethingHappensLater() { return waitFor([this] { return !m_operations.isEmpty(); }, 2s); }
+    bool somethingHappensLater()
+    {
+        return waitFor([this] { return !m_operations.isEmpty(); }, 2s);
+    }
     static QStringList operation(const QString& name)
     {
         return { name, u"ftp://host/in/"_s, u"anna"_s, u"secret"_s, u"21"_s };
@@ -279,8 +282,8 @@ TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
 
     m_controller->createFolder(u"new"_s);
 
-    EXPECT_EQ(m_operations, (QList<QStringList>{
-                                { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
+    EXPECT_EQ(m_operations,
+              (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
 }
 
 } // namespace

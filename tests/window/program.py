@@ -10,8 +10,6 @@ import tempfile
 
 from desktop import bound_to_us, wait_for
 
-SHEETS = ("alert", "dialog")
-
 
 def _atspi():
     import gi
@@ -150,7 +148,7 @@ class Program:
     def sheet(self):
         """The texts of the sheet that shows, title first; nothing without one."""
         for window in self.windows():
-            if _ask(window.get_role_name) in SHEETS:
+            if _ask(window.get_role_name) == "alert":
                 nodes = [node for node in _walk(window) if _ask(node.get_role_name) == "label"]
                 return [text for text in map(_text, nodes) if text] or None
         return None

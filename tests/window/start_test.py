@@ -19,9 +19,12 @@ class Start(WindowTest):
         wait_for(lambda: title in program.titles(), f"the title {title}")
 
     def test_without_settings_the_title_says_that_there_is_no_destination(self):
+        self.forget_settings()
+
         program = self.start()
 
         wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        self.assertIn("Welcome to Quillbox", program.titles())
         self.assertIsNone(program.sheet())
 
     def test_a_second_start_hands_its_files_to_the_first(self):

@@ -31,10 +31,15 @@ class WindowTest(unittest.TestCase):
         self.addCleanup(self.server.close)
         self.home = self.desktop.new_home()
         self.folder = tempfile.mkdtemp(prefix="files-", dir=self.desktop.folder)
+        store_settings(self.home, {"DoNotShowWelcomeWindowAgain": True})
 
     def settings(self, **others):
         """Stores the settings for this test's server, or others."""
         store_settings(self.home, self.server.settings(DoNotShowWelcomeWindowAgain=True, **others))
+
+    def forget_settings(self):
+        """As on the first start of all."""
+        os.remove(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"))
 
     def file(self, name, content=b"content\n"):
         """Makes a file to upload, and answers its path."""

@@ -1,0 +1,74 @@
+// The windows beside the main window: preferences, welcome, manual transfers.
+
+#include "Addressing.h"
+#include "PreferencesController.h"
+#include "SheetQueue.h"
+#include "UserDefaults.h"
+#include "ViewController.h"
+#include "ui_Welcome.h"
+
+#include <QJsonValue>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
+
+void bringToFront(QWidget& window)
+{
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+} // namespace
+
+void ViewController::loadOtherWindows()
+{
+    m_preferences = std::make_unique<PreferencesController>(
+        UserDefaults::standard(),
+        PreferencesController::Application{
+            .destinationFor
+            = [](const QString& address,
+                 const QString& folder) { return Addressing::fullPath(address, folder, ftpFolderFromAppName()); },
+            .updateWindowTitleAndList = [this] { emit updateWindowTitleAndList(); },
+        },
+        &m_window);
+    m_welcome->setupUi(m_welcomeWindow);
+    connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, m_welcomeWindow, &QWidget::close);
+    connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &ViewController::showPreferences);
+    connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::clicked, this, &ViewController::rememberWelcomeChoice);
+}
+
+void ViewController::showAuxiliaryWindow()
+{
+    bringToFront(m_auxiliaryWindow);
+}
+
+void ViewController::showPreferences()
+{
+    m_preferences->showPanel();
+}
+
+void ViewController::showWelcomeWindow(bool force)
+{
+    const bool isTurnedOff = UserDefaults::standard().boolean(doNotShowWelcomeWindowAgain).value_or(false);
+    if (!force && isTurnedOff) {
+        return;
+    }
+    m_welcome->doNotShowAgainCheckBox->setChecked(isTurnedOff);
+    bringToFront(*m_welcomeWindow);
+}
+
+void ViewController::rememberWelcomeChoice(bool isTurnedOff)
+{
+    UserDefaults& defaults = UserDefaults::standard();
+    if (!defaults.store({ { doNotShowWelcomeWindowAgain, isTurnedOff } })) {
+        m_welcome->doNotShowAgainCheckBox->setChecked(!isTurnedOff);
+        SheetQueue::of(*m_welcomeWindow)
+            .raise({ .title = u"Settings Not Saved"_s,
+                     .text = u"The settings could not be written to “%1”."_s.arg(defaults.filePath()) });
+    }
+}

@@ -1,0 +1,190 @@
+#include "ListingTable.h"
+#include "ViewControllerTest.h"
+
+#include <QAction>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QTest>
+#include <QUrl>
+
+namespace {
+
+class CommandsTest : public ViewControllerTest {
+protected:
+    QAction& action(const char* name) { return control<QAction>(name); }
+    ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
+    void addFile(const QString& name)
+    {
+        ListingEntry entry;
+        entry.name = name;
+        entry.type = ListingEntry::plainFileType;
+        m_controller->addListEntries({ entry });
+    }
+    static void copyFiles(const QList<QUrl>& urls)
+    {
+        auto* const data = new QMimeData;
+        data->setUrls(urls);
+        QGuiApplication::clipboard()->setMimeData(data);
+    }
+    void pressInTable(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        m_controller->window().activateWindow();
+        table().setFocus();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&m_controller->window()));
+        tick();
+        QTest::keyClick(&table(), key, modifiers);
+    }
+};
+
+TEST_F(CommandsTest, CommandsAreEnabledExactlyWhenTheyCanAct)
+{
+    const QStringList always{ u"openFilesAction"_s,    u"quitAction"_s,           u"preferencesAction"_s,
+                              u"aboutAction"_s,        u"manualTransfersAction"_s, u"welcomeAction"_s,
+                              u"copyLocationAction"_s, u"newFolderAction"_s };
+    const auto enabled = [&] {
+        tick();
+        QStringList names;
+        for (const QAction* candidate : m_controller->window().findChildren<QAction*>()) {
+            const QString name = candidate->objectName();
+            const bool isCommand = name.endsWith(u"Action"_s) && !name.startsWith(u"sort"_s)
+                && name != u"pasteFilesAction"_s && name != u"websiteAction"_s;
+            if (isCommand && candidate->isEnabled() && !always.contains(name)) {
+                names.append(name.chopped(6));
+            }
+        }
+        names.sort();
+        return names.join(u' ');
+    };
+
+    EXPECT_EQ(enabled(), u"refresh"_s);
+    addFile(u"a"_s);
+    table().selectRow(0);
+    EXPECT_EQ(enabled(), u"copyItemLocation delete download refresh"_s);
+    m_controller->uploadFiles({ makeFile(u"x"_s), makeFile(u"y"_s) });
+    tick();
+    EXPECT_EQ(enabled(), u"clearQueue copyItemLocation delete download stop"_s);
+    m_controller->clearQueue();
+    EXPECT_EQ(enabled(), u"copyItemLocation delete download stop"_s);
+    m_controller->stopButtonAction();
+    EXPECT_EQ(enabled(), u"copyItemLocation delete download refresh"_s);
+    unset(u"Address"_s);
+    m_controller->listFTPDestination();
+    EXPECT_EQ(enabled(), u""_s);
+    EXPECT_FALSE(action("copyLocationAction").isEnabled());
+    EXPECT_FALSE(action("newFolderAction").isEnabled());
+}
+
+TEST_F(CommandsTest, TransferCommandsDoWhatTheirButtonsDo)
+{
+    m_controller->uploadFiles({ makeFile(u"x"_s), makeFile(u"y"_s) });
+    tick();
+    tick();
+    action("clearQueueAction").trigger();
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    action("stopAction").trigger();
+    EXPECT_FALSE(m_controller->pc().isSending());
+    tick();
+    action("refreshAction").trigger();
+    EXPECT_TRUE(m_controller->lc().isReceiving());
+}
+
+TEST_F(CommandsTest, CommandsOfTheApplicationAreHandedOn)
+{
+    QSignalSpy copies(m_controller.get(), &ViewController::copyLocationToClipboard);
+    QSignalSpy visits(m_controller.get(), &ViewController::goToWebsite);
+
+    action("copyLocationAction").trigger();
+    action("websiteAction").trigger();
+
+    EXPECT_EQ(copies.size(), 1);
+    EXPECT_EQ(visits.size(), 1);
+}
+
+TEST_F(CommandsTest, QuitClosesTheWindow)
+{
+    action("quitAction").trigger();
+
+    EXPECT_FALSE(m_controller->window().isVisible());
+}
+
+TEST_F(CommandsTest, KeysActOnTheSelectedRow)
+{
+    addFile(u"a b"_s);
+    table().selectRow(0);
+
+    pressInTable(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/in/a%20b"_s);
+    pressInTable(Qt::Key_Delete);
+    EXPECT_EQ(shownSheets(), QStringList{ u"Delete Item: Are you sure you want to delete \"a b\"?"_s });
+    answerSheet(u"Cancel"_s);
+    pressInTable(Qt::Key_Return);
+    EXPECT_TRUE(m_controller->gc().isReceiving());
+}
+
+TEST_F(CommandsTest, TheContextMenuOffersTheCommandsOfARow)
+{
+    EXPECT_EQ(table().contextMenuPolicy(), Qt::ActionsContextMenu);
+    for (const char* name : { "downloadAction", "deleteAction", "copyItemLocationAction" }) {
+        EXPECT_TRUE(table().actions().contains(&action(name))) << name;
+    }
+}
+
+TEST_F(CommandsTest, TheSortMenuShowsAndSetsTheOrder)
+{
+    EXPECT_TRUE(action("sortByNameAction").isChecked());
+    EXPECT_TRUE(action("sortAscendingAction").isChecked());
+
+    action("sortByDateAction").trigger();
+    action("sortDescendingAction").trigger();
+    EXPECT_EQ(table().sortDescriptors(), (QList<SortDescriptor>{ { .key = u"Date"_s, .ascending = false } }));
+    table().horizontalHeader()->setSortIndicator(1, Qt::AscendingOrder);
+    EXPECT_TRUE(action("sortBySizeAction").isChecked());
+    EXPECT_TRUE(action("sortAscendingAction").isChecked());
+}
+
+TEST_F(CommandsTest, FilesOnTheClipboardArePasted)
+{
+    const QString file = makeFile(u"a b"_s);
+    QGuiApplication::clipboard()->setText(u"text"_s);
+    EXPECT_FALSE(action("pasteFilesAction").isEnabled());
+    m_controller->pasteFiles();
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+
+    copyFiles({ QUrl::fromLocalFile(m_directory.path()), QUrl::fromLocalFile(file) });
+    EXPECT_TRUE(action("pasteFilesAction").isEnabled());
+    action("pasteFilesAction").trigger();
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ file });
+}
+
+TEST_F(CommandsTest, ChosenFilesAreUploadedAndTheChooserHoldsNothing)
+{
+    const QString file = makeFile(u"a"_s);
+    action("openFilesAction").trigger();
+    auto* const chooser = m_controller->window().findChild<QFileDialog*>();
+    ASSERT_NE(chooser, nullptr);
+    EXPECT_EQ(chooser->windowModality(), Qt::WindowModal);
+
+    emit chooser->filesSelected({ file });
+
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ file });
+    tick();
+    EXPECT_TRUE(m_controller->pc().isSending());
+}
+
+TEST_F(CommandsTest, NoTwoCommandsShareAShortcut)
+{
+    QStringList shortcuts;
+    for (const QAction* candidate : m_controller->window().findChildren<QAction*>()) {
+        for (const QKeySequence& keys : candidate->shortcuts()) {
+            EXPECT_FALSE(shortcuts.contains(keys.toString())) << keys.toString().toStdString();
+            shortcuts.append(keys.toString());
+        }
+    }
+    EXPECT_GE(shortcuts.size(), 14);
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+#include "PreferencesController.h"
+#include "ViewControllerTest.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QSignalSpy>
+
+namespace {
+
+class OtherWindowsTest : public ViewControllerTest {
+protected:
+    QAction& action(const char* name) { return control<QAction>(name); }
+    QCheckBox& doNotShowAgain()
+    {
+        return *m_controller->welcomeWindow().findChild<QCheckBox*>(u"doNotShowAgainCheckBox"_s);
+    }
+    static std::optional<bool> isTurnedOff()
+    {
+        return UserDefaults::standard().boolean(u"DoNotShowWelcomeWindowAgain"_s);
+    }
+};
+
+TEST_F(OtherWindowsTest, TheWelcomeWindowShowsUnlessItIsTurnedOff)
+{
+    m_controller->showWelcomeWindow(false);
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    EXPECT_FALSE(m_controller->welcomeWindow().isModal());
+    m_controller->welcomeWindow().close();
+
+    set({ { u"DoNotShowWelcomeWindowAgain"_s, false } });
+    m_controller->showWelcomeWindow(false);
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    m_controller->welcomeWindow().close();
+
+    set({ { u"DoNotShowWelcomeWindowAgain"_s, true } });
+    m_controller->showWelcomeWindow(false);
+    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+    m_controller->showWelcomeWindow(true);
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+}
+
+TEST_F(OtherWindowsTest, TheCheckBoxTurnsTheWelcomeWindowOffAtOnce)
+{
+    m_controller->showWelcomeWindow(false);
+    EXPECT_FALSE(doNotShowAgain().isChecked());
+
+    doNotShowAgain().click();
+    EXPECT_EQ(isTurnedOff(), true);
+    m_controller->showWelcomeWindow(true);
+    EXPECT_TRUE(doNotShowAgain().isChecked());
+    doNotShowAgain().click();
+    EXPECT_EQ(isTurnedOff(), false);
+}
+
+TEST_F(OtherWindowsTest, TheWelcomeWindowLeadsToThePreferences)
+{
+    m_controller->showWelcomeWindow(false);
+
+    m_controller->welcomeWindow().findChild<QPushButton*>(u"welcomePreferencesButton"_s)->click();
+
+    EXPECT_TRUE(m_controller->preferences().view()->isVisible());
+    m_controller->welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s)->click();
+    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+}
+
+TEST_F(OtherWindowsTest, TheMenusLeadToTheOtherWindows)
+{
+    QSignalSpy welcomes(m_controller.get(), &ViewController::welcomeWindowRequested);
+
+    action("preferencesAction").trigger();
+    action("manualTransfersAction").trigger();
+    action("welcomeAction").trigger();
+    action("aboutAction").trigger();
+
+    EXPECT_TRUE(m_controller->preferences().view()->isVisible());
+    EXPECT_TRUE(m_controller->auxiliaryWindow().isVisible());
+    EXPECT_EQ(welcomes.size(), 1);
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().startsWith(u"Quillbox"_s));
+}
+
+TEST_F(OtherWindowsTest, NoneOfThemHoldsTransfers)
+{
+    action("preferencesAction").trigger();
+    action("manualTransfersAction").trigger();
+    action("aboutAction").trigger();
+    m_controller->showWelcomeWindow(true);
+
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+
+    EXPECT_TRUE(m_controller->pc().isSending());
+}
+
+TEST_F(OtherWindowsTest, WaitingFilesGoNowhereWhileAnAddressIsBeingTyped)
+{
+    unset(u"Address"_s);
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    answerSheet();
+    m_controller->showPreferences();
+    QLineEdit* const field = m_controller->preferences().addressTextField();
+    for (const QChar character : u"host"_s) {
+        field->insert(character);
+        tick();
+        EXPECT_FALSE(m_controller->pc().isSending());
+    }
+    field->setModified(true);
+
+    m_controller->preferences().doneButton();
+    tick();
+
+    EXPECT_TRUE(m_controller->pc().isSending());
+    EXPECT_EQ(upload().location, u"ftp://host/in/a"_s);
+}
+
+TEST_F(OtherWindowsTest, DoneAsksForATitleAndAListing)
+{
+    QSignalSpy refreshes(m_controller.get(), &ViewController::updateWindowTitleAndList);
+    m_controller->showPreferences();
+
+    m_controller->preferences().doneButton();
+
+    EXPECT_EQ(refreshes.size(), 1);
+}
+
+TEST_F(OtherWindowsTest, ThePanelNamesTheFolderOfACopy)
+{
+    setProgramFileName(u"Scans"_s);
+    m_controller->showPreferences();
+
+    EXPECT_EQ(m_controller->preferences().view()->findChild<QLabel*>(u"destinationLabel"_s)->text(),
+              u"Files go to ftp://host/in/Scans/"_s);
+}
+
+} // namespace
