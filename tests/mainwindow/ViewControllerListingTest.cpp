@@ -1,0 +1,32 @@
+#include "ViewControllerTest.h"
+
+namespace {
+
+using Kind = FakeFTPStream::Kind;
+using ViewControllerListingTest = ViewControllerTest;
+
+const QByteArray entryLine = "-rw-r--r--   1 user group       12 Nov 20  2025 one.txt\r\n";
+
+TEST_F(ViewControllerListingTest, IdleTicksLeaveTheListOfARunningListingAloneWhileAnotherIsWanted)
+{
+    m_controller->listFTPDestination();
+    latest(Kind::Listing).sendOpenCompleted();
+    m_controller->listFTPDestination();
+    latest(Kind::Listing).sendBytes(entryLine + entryLine);
+    ASSERT_EQ(m_controller->listEntries().size(), 2);
+
+    tick();
+    tick();
+
+    EXPECT_TRUE(m_controller->lc().isReceiving());
+    EXPECT_EQ(m_controller->listEntries().size(), 2);
+    EXPECT_EQ(count(Kind::Listing), 1);
+
+    latest(Kind::Listing).sendEnd();
+    tick();
+
+    EXPECT_EQ(count(Kind::Listing), 2);
+    EXPECT_TRUE(m_controller->listEntries().isEmpty());
+}
+
+} // namespace
