@@ -7,6 +7,13 @@ using ViewControllerListingTest = ViewControllerTest;
 
 const QByteArray entryLine = "-rw-r--r--   1 user group       12 Nov 20  2025 one.txt\r\n";
 
+TEST_F(ViewControllerListingTest, TheListingLogsInAsTheUser)
+{
+    m_controller->listFTPDestination();
+
+    EXPECT_EQ(latest(Kind::Listing).calls.mid(0, 2), login);
+}
+
 TEST_F(ViewControllerListingTest, IdleTicksLeaveTheListOfARunningListingAloneWhileAnotherIsWanted)
 {
     m_controller->listFTPDestination();
