@@ -15,6 +15,8 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMainWindow>
+#include <QPalette>
 #include <QTemporaryFile>
 #include <QTimer>
 
@@ -99,16 +101,49 @@ TEST_F(AppDelegateTest, TheTitleIsTheDestinationOfTheFirstSecond)
 TEST_F(AppDelegateTest, BecomingActiveDuringATransferRefreshesTheTitleAndListsNothing)
 {
     launch();
+    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+    m_streams.last().sendEnd();
+    ASSERT_FALSE(m_controller->lc().isReceiving());
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
     m_delegate.openFiles({ file.fileName() });
     m_controller->onTick();
     ASSERT_TRUE(m_controller->pc().isSending());
+    set(u"Address"_s, u"other"_s);
+
     m_delegate.applicationDidBecomeActive();
 
-    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
-
+    EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }, std::chrono::seconds(5)));
     EXPECT_FALSE(m_controller->lc().isReceiving());
+}
+
+TEST_F(AppDelegateTest, LaunchingMakesTheWindowsLight)
+{
+    QApplication::setPalette(Qt::black);
+
+    launch();
+
+    EXPECT_GT(QApplication::palette().color(QPalette::Window).lightness(), 200);
+    EXPECT_GT(m_controller->window().palette().color(QPalette::Window).lightness(), 200);
+}
+
+TEST_F(AppDelegateTest, ShowingTheMainWindowMakesItTheActiveOneAlsoFromItsIcon)
+{
+    QMainWindow& window = m_controller->window();
+    for (const Qt::WindowState state : { Qt::WindowNoState, Qt::WindowMinimized }) {
+        SCOPED_TRACE(state);
+        window.setWindowState(state);
+        window.show();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        ASSERT_TRUE(waitFor([&other] { return other.isActiveWindow(); }));
+
+        m_delegate.showMainWindow();
+
+        EXPECT_TRUE(waitFor([&window] { return window.isActiveWindow(); }, std::chrono::seconds(2)));
+        EXPECT_FALSE(window.isMinimized());
+    }
 }
 
 TEST_F(AppDelegateTest, WithoutAMainWindowNothingIsFoundRefreshedOrOpened)

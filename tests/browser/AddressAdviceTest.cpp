@@ -11,12 +11,9 @@ namespace {
 TEST(AddressAdviceTest, NamesWhatIsOdd)
 {
     const QList<std::pair<QString, QString>> cases{
-        { QString(), u"enter"_s },
-        { u""_s, u"enter"_s },
-        { u" host"_s, u"blank"_s },
-        { u"sftp://host"_s, u"“sftp://”"_s },
-        { u"anna@host"_s, u"user name"_s },
-        { u"host/in"_s, u"folder"_s },
+        { QString(), u"enter"_s },          { u""_s, u"enter"_s },
+        { u" host"_s, u"blank"_s },         { u"sftp://host"_s, u"“sftp://”"_s },
+        { u"anna@host"_s, u"user name"_s }, { u"host/in"_s, u"folder"_s },
         { u"host:0"_s, u"not the name"_s },
     };
     for (const auto& [address, advice] : cases) {

@@ -32,8 +32,9 @@ class PreferencesControllerTest : public ::testing::Test {
 protected:
     PreferencesControllerTest()
     {
-        setDelayedAlertPresenter(
-            [this](const QString& message, const QString& informative) { m_alerts.append({ message, informative }); });
+        setDelayedAlertPresenter([this](const QString& message, const QString& informative) {
+            m_alerts.append({ message, informative });
+        });
     }
     ~PreferencesControllerTest() override { setDelayedAlertPresenter(nullptr); }
 
@@ -72,8 +73,9 @@ protected:
     PreferencesController m_preferences{
         m_defaults,
         {
-            .destinationFor = [](const QString& address,
-                                 const QString& folder) { return address == u"host"_s ? u"ftp://host/"_s + folder : QString(); },
+            .destinationFor
+            = [](const QString& address,
+                 const QString& folder) { return address == u"host"_s ? u"ftp://host/"_s + folder : QString(); },
             .updateWindowTitleAndList = [this] { m_refreshes.append(m_defaults.string(u"Address"_s)); },
         }
     };
@@ -156,10 +158,11 @@ TEST_F(PreferencesControllerTest, NothingIsStoredBeforeDoneAndAllIsThenBeforeThe
 
     pressDone();
 
-    EXPECT_EQ(stored(), (QJsonObject{ { u"Address"_s, u"host"_s },
-                                      { u"Username"_s, u" anna "_s },
-                                      { u"Password"_s, u"se cret "_s },
-                                      { u"OpenDownloadedFiles"_s, true } })); // No folder: it was not touched.
+    EXPECT_EQ(stored(),
+              (QJsonObject{ { u"Address"_s, u"host"_s },
+                            { u"Username"_s, u" anna "_s },
+                            { u"Password"_s, u"se cret "_s },
+                            { u"OpenDownloadedFiles"_s, true } })); // No folder: it was not touched.
     EXPECT_EQ(m_refreshes, QStringList{ u"host"_s });
     EXPECT_FALSE(m_preferences.view()->isVisible());
 }
@@ -234,7 +237,8 @@ TEST_F(PreferencesControllerTest, AChangedFolderIsWarnedOfASecondLater)
     EXPECT_EQ(m_refreshes.size(), 1);
     EXPECT_TRUE(m_alerts.isEmpty());
     ASSERT_TRUE(alertComes());
-    EXPECT_EQ(m_alerts, (QList<QStringList>{ { u"Base URL Changed"_s, urlChanged(u"Uploads"_s, u"Uploads/2024 %1"_s) } }));
+    EXPECT_EQ(m_alerts,
+              (QList<QStringList>{ { u"Base URL Changed"_s, urlChanged(u"Uploads"_s, u"Uploads/2024 %1"_s) } }));
 }
 
 TEST_F(PreferencesControllerTest, ATrailingBlankIsAChange)
@@ -283,8 +287,9 @@ TEST_F(PreferencesControllerTest, WhatCannotBeStoredStaysInThePanel)
     EXPECT_TRUE(m_preferences.view()->isVisible());
     EXPECT_EQ(m_preferences.addressTextField()->text(), u"host"_s);
     EXPECT_TRUE(m_refreshes.isEmpty());
-    EXPECT_EQ(shownSheets(), QStringList{ u"Settings Not Saved: The settings could not be written to “%1”."_s.arg(
-                                 m_defaults.filePath()) });
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"Settings Not Saved: The settings could not be written to “%1”."_s.arg(m_defaults.filePath()) });
     answerSheet();
     obstacle.remove();
     pressDone();

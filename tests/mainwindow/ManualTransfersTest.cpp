@@ -3,9 +3,15 @@
 
 #include <QLineEdit>
 
+#include <array>
+
 namespace {
 
 using Kind = FakeFTPStream::Kind;
+
+/// The buttons that start a transfer with one click and stop it with the next.
+constexpr std::array transferButtons{ "startStopUploadButton", "startStopDownloadButton", "startStopListButton",
+                                      "listDestinationButton", "startStopCreateButton" };
 
 class ManualTransfersTest : public ViewControllerTest {
 protected:
@@ -23,12 +29,8 @@ protected:
 
 TEST_F(ManualTransfersTest, UploadStartsAndStops)
 {
-    m_controller->percentDone(50);
-
     button("startStopUploadButton").click();
     EXPECT_EQ(latest(Kind::Upload).location, u"ftp://host/in/sub/up.bin"_s);
-    tick();
-    EXPECT_EQ(bar("auxiliaryPercentProgressIndicator").value(), 0);
 
     button("startStopUploadButton").click();
     tick();
@@ -46,6 +48,38 @@ TEST_F(ManualTransfersTest, DownloadStartsIntoTheDefaultPlaceAndStops)
     button("startStopDownloadButton").click();
     tick();
     EXPECT_EQ(text("auxiliaryStatusTextField"), u"Download Stopped"_s);
+}
+
+TEST_F(ManualTransfersTest, EachStartsFromNothingAndItsStopChangesNothing)
+{
+    for (const char* name : transferButtons) {
+        SCOPED_TRACE(name);
+        showHalf();
+
+        button(name).click();
+        tick();
+        EXPECT_EQ(progress(), u"0, 0, "_s);
+        showHalf();
+        button(name).click();
+        tick();
+
+        EXPECT_TRUE(m_streams.last().isClosed());
+        EXPECT_EQ(progress(), half);
+    }
+}
+
+TEST_F(ManualTransfersTest, EachLogsInAsTheUser)
+{
+    for (const char* name : transferButtons) {
+        SCOPED_TRACE(name);
+
+        button(name).click();
+
+        EXPECT_EQ(m_streams.last().calls.mid(0, 2), login);
+        button(name).click(); // Stops it.
+        EXPECT_TRUE(m_streams.last().isClosed());
+    }
+    EXPECT_EQ(m_streams.streams().size(), transferButtons.size());
 }
 
 TEST_F(ManualTransfersTest, UploadAndDownloadDoNotAskForEachOther)
@@ -123,6 +157,7 @@ TEST_F(ManualTransfersTest, TheCreateButtonAsksForANameAndCreatesItInTheDestinat
     EXPECT_EQ(m_prompt, u"Enter name of folder to create."_s);
     EXPECT_EQ(m_promptDefault, u""_s);
     EXPECT_EQ(latest(Kind::Folder).location, u"ftp://host/in/asked"_s);
+    EXPECT_EQ(latest(Kind::Folder).calls.mid(0, 2), login);
 }
 
 TEST_F(ManualTransfersTest, WithoutANameNothingIsCreated)

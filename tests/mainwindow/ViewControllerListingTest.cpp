@@ -1,147 +1,39 @@
-#include "ListingTable.h"
 #include "ViewControllerTest.h"
-
-#include <QHeaderView>
-#include <QTest>
 
 namespace {
 
-class ViewControllerListingTest : public ViewControllerTest {
-protected:
-    static ListingEntry entry(const QString& name, int type = ListingEntry::plainFileType)
-    {
-        ListingEntry entry;
-        entry.name = name;
-        entry.type = type;
-        entry.size = 5;
-        return entry;
-    }
-    ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
-    QStringList names() const
-    {
-        QStringList names;
-        for (qsizetype row = 0; row < m_controller->numberOfRowsInTableView(); ++row) {
-            names.append(m_controller->objectValueForTableColumn(u"Name"_s, row).toString());
-        }
-        return names;
-    }
-};
+using Kind = FakeFTPStream::Kind;
+using ViewControllerListingTest = ViewControllerTest;
 
-TEST_F(ViewControllerListingTest, AnEmptyListingHasNoRowsAndShowsNothing)
+const QByteArray entryLine = "-rw-r--r--   1 user group       12 Nov 20  2025 one.txt\r\n";
+
+TEST_F(ViewControllerListingTest, TheListingLogsInAsTheUser)
 {
-    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
-    for (const QString& column : { u"Name"_s, u"Size"_s, u"Type"_s, u"Date"_s, u"Mode"_s }) {
-        EXPECT_FALSE(m_controller->objectValueForTableColumn(column, 0).isValid());
-    }
-}
-
-TEST_F(ViewControllerListingTest, TheRowAfterTheLastShowsNothing)
-{
-    m_controller->addListEntries({ entry(u"a"_s) });
-
-    EXPECT_EQ(m_controller->objectValueForTableColumn(u"Name"_s, 0), QVariant(u"a"_s));
-    EXPECT_FALSE(m_controller->objectValueForTableColumn(u"Name"_s, 1).isValid());
-    EXPECT_FALSE(m_controller->objectValueForTableColumn(u"Owner"_s, 0).isValid());
-}
-
-TEST_F(ViewControllerListingTest, EntriesJoinAtOnceInTheTablesOrder)
-{
-    m_controller->addListEntries({ entry(u"b"_s), entry(u"a"_s) });
-    m_controller->addListEntries({ entry(u"."_s), entry(u"b"_s) });
-    EXPECT_EQ(names(), (QStringList{ u"."_s, u"a"_s, u"b"_s, u"b"_s }));
-    EXPECT_EQ(table().model()->rowCount(), 4);
-
-    table().horizontalHeader()->setSortIndicator(0, Qt::DescendingOrder);
-    m_controller->addListEntries({ entry(u"c"_s) });
-    EXPECT_EQ(names(), (QStringList{ u"c"_s, u"b"_s, u"b"_s, u"a"_s, u"."_s }));
-}
-
-TEST_F(ViewControllerListingTest, TheOrderSurvivesARefresh)
-{
-    table().horizontalHeader()->setSortIndicator(0, Qt::DescendingOrder);
     m_controller->listFTPDestination();
 
-    m_controller->addListEntries({ entry(u"a"_s), entry(u"b"_s) });
-
-    EXPECT_EQ(names(), (QStringList{ u"b"_s, u"a"_s }));
+    EXPECT_EQ(latest(Kind::Listing).calls.mid(0, 2), login);
 }
 
-TEST_F(ViewControllerListingTest, SortingByNameOrByDescriptorsReordersTheRows)
+TEST_F(ViewControllerListingTest, IdleTicksLeaveTheListOfARunningListingAloneWhileAnotherIsWanted)
 {
-    m_controller->addListEntries({ entry(u"a"_s), entry(u"f"_s, ListingEntry::folderType), entry(u"z"_s) });
-
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Type"_s } });
-    EXPECT_EQ(names(), (QStringList{ u"f"_s, u"a"_s, u"z"_s }));
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Type"_s, .ascending = false } });
-    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"z"_s, u"f"_s }));
-    m_controller->sortListEntriesByNameAscending();
-    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"f"_s, u"z"_s }));
-    m_controller->sortListEntriesWithDescriptors({});
-    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"f"_s, u"z"_s }));
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Owner"_s } });
-    EXPECT_EQ(names(), QStringList());
-}
-
-TEST_F(ViewControllerListingTest, EveryRowIsThirtyHighAndSelectable)
-{
-    EXPECT_EQ(m_controller->heightOfRow(0), 30.0);
-    EXPECT_EQ(m_controller->heightOfRow(99'999), 30.0);
-    EXPECT_TRUE(m_controller->shouldSelectRow(0));
-}
-
-TEST_F(ViewControllerListingTest, TheItemButtonsFollowTheSelection)
-{
-    EXPECT_FALSE(button("downloadButton").isEnabled());
-    EXPECT_FALSE(button("deleteButton").isEnabled());
-    m_controller->addListEntries({ entry(u"a"_s) });
-
-    table().selectRow(0);
-    EXPECT_TRUE(button("downloadButton").isEnabled());
-    EXPECT_TRUE(button("deleteButton").isEnabled());
     m_controller->listFTPDestination();
-    EXPECT_FALSE(button("downloadButton").isEnabled());
-    EXPECT_FALSE(button("deleteButton").isEnabled());
-}
-
-TEST_F(ViewControllerListingTest, OnlyTheTablesOwnSelectionCounts)
-{
-    m_controller->addListEntries({ entry(u"a"_s) });
-    table().selectRow(0);
-    button("downloadButton").setEnabled(false);
-
-    m_controller->tableViewSelectionDidChange(&button("stopButton"));
-    EXPECT_FALSE(button("downloadButton").isEnabled());
-    m_controller->tableViewSelectionDidChange(&table());
-    EXPECT_TRUE(button("downloadButton").isEnabled());
-}
-
-TEST_F(ViewControllerListingTest, ContainsComparesNamesExactly)
-{
-    m_controller->addListEntries({ entry(u"photos"_s) });
-
-    EXPECT_TRUE(m_controller->listingContainsName(u"photos"_s));
-    EXPECT_FALSE(m_controller->listingContainsName(u"Photos"_s));
-}
-
-TEST_F(ViewControllerListingTest, AnEmptyTableSaysWhyItIsEmpty)
-{
-    EXPECT_EQ(table().emptyText(), u""_s);
+    latest(Kind::Listing).sendOpenCompleted();
     m_controller->listFTPDestination();
+    latest(Kind::Listing).sendBytes(entryLine + entryLine);
+    ASSERT_EQ(m_controller->listEntries().size(), 2);
+
     tick();
-    EXPECT_EQ(table().emptyText(), u"Listing…"_s);
-    latest(FakeFTPStream::Kind::Listing).sendEnd();
     tick();
-    EXPECT_EQ(table().emptyText(), u"Empty folder"_s);
 
-    m_controller->listFTPDestination();
-    latest(FakeFTPStream::Kind::Listing).sendRefusal(550);
-    tick();
-    EXPECT_EQ(table().emptyText(), u""_s); // What the folder holds is not known.
+    EXPECT_TRUE(m_controller->lc().isReceiving());
+    EXPECT_EQ(m_controller->listEntries().size(), 2);
+    EXPECT_EQ(count(Kind::Listing), 1);
 
-    unset(u"Address"_s);
-    m_controller->listFTPDestination();
+    latest(Kind::Listing).sendEnd();
     tick();
-    EXPECT_EQ(table().emptyText(), u"No destination"_s);
+
+    EXPECT_EQ(count(Kind::Listing), 2);
+    EXPECT_TRUE(m_controller->listEntries().isEmpty());
 }
 
 } // namespace

@@ -77,6 +77,22 @@ protected:
     QPushButton& button(const char* name) { return control<QPushButton>(name); }
     QProgressBar& bar(const char* name) { return control<QProgressBar>(name); }
 
+    /// Has the window show half of a transfer.
+    void showHalf()
+    {
+        m_controller->percentDone(50);
+        m_controller->bytesDone(7);
+        tick();
+        ASSERT_EQ(progress(), half);
+    }
+    /// What the bars and the byte count show, as "percent, percent in the auxiliary window, bytes".
+    QString progress()
+    {
+        return u"%1, %2, %3"_s.arg(QString::number(bar("percentProgressIndicator").value()),
+                                   QString::number(bar("auxiliaryPercentProgressIndicator").value()),
+                                   text("bytesFormattedTextField"));
+    }
+
     /// The latest stream of one kind, which must be there.
     FakeFTPStream& latest(FakeFTPStream::Kind kind)
     {
@@ -124,7 +140,11 @@ protected:
 
     QTimer m_promptTimer;
     QString m_prompt; ///< The latest question that answerPrompt() has answered.
-    QString m_promptDefault; ///< What its field held.
+    QString m_promptDefault = u"not asked"_s; ///< What its field held.
+
+    const QString half = u"50, 50, 7 bytes"_s; ///< The progress() after showHalf().
+    /// What a stream is told of the user in the settings, before anything else.
+    const QStringList login{ u"setUserName anna"_s, u"setPassword secret"_s };
 
     QTemporaryDir m_directory;
     FakeStreamFactory m_streams;

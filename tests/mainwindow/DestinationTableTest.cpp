@@ -1,0 +1,147 @@
+#include "ListingTable.h"
+#include "ViewControllerTest.h"
+
+#include <QHeaderView>
+#include <QTest>
+
+namespace {
+
+class DestinationTableTest : public ViewControllerTest {
+protected:
+    static ListingEntry entry(const QString& name, int type = ListingEntry::plainFileType)
+    {
+        ListingEntry entry;
+        entry.name = name;
+        entry.type = type;
+        entry.size = 5;
+        return entry;
+    }
+    ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
+    QStringList names() const
+    {
+        QStringList names;
+        for (qsizetype row = 0; row < m_controller->numberOfRowsInTableView(); ++row) {
+            names.append(m_controller->objectValueForTableColumn(u"Name"_s, row).toString());
+        }
+        return names;
+    }
+};
+
+TEST_F(DestinationTableTest, AnEmptyListingHasNoRowsAndShowsNothing)
+{
+    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
+    for (const QString& column : { u"Name"_s, u"Size"_s, u"Type"_s, u"Date"_s, u"Mode"_s }) {
+        EXPECT_FALSE(m_controller->objectValueForTableColumn(column, 0).isValid());
+    }
+}
+
+TEST_F(DestinationTableTest, TheRowAfterTheLastShowsNothing)
+{
+    m_controller->addListEntries({ entry(u"a"_s) });
+
+    EXPECT_EQ(m_controller->objectValueForTableColumn(u"Name"_s, 0), QVariant(u"a"_s));
+    EXPECT_FALSE(m_controller->objectValueForTableColumn(u"Name"_s, 1).isValid());
+    EXPECT_FALSE(m_controller->objectValueForTableColumn(u"Owner"_s, 0).isValid());
+}
+
+TEST_F(DestinationTableTest, EntriesJoinAtOnceInTheTablesOrder)
+{
+    m_controller->addListEntries({ entry(u"b"_s), entry(u"a"_s) });
+    m_controller->addListEntries({ entry(u"."_s), entry(u"b"_s) });
+    EXPECT_EQ(names(), (QStringList{ u"."_s, u"a"_s, u"b"_s, u"b"_s }));
+    EXPECT_EQ(table().model()->rowCount(), 4);
+
+    table().horizontalHeader()->setSortIndicator(0, Qt::DescendingOrder);
+    m_controller->addListEntries({ entry(u"c"_s) });
+    EXPECT_EQ(names(), (QStringList{ u"c"_s, u"b"_s, u"b"_s, u"a"_s, u"."_s }));
+}
+
+TEST_F(DestinationTableTest, TheOrderSurvivesARefresh)
+{
+    table().horizontalHeader()->setSortIndicator(0, Qt::DescendingOrder);
+    m_controller->listFTPDestination();
+
+    m_controller->addListEntries({ entry(u"a"_s), entry(u"b"_s) });
+
+    EXPECT_EQ(names(), (QStringList{ u"b"_s, u"a"_s }));
+}
+
+TEST_F(DestinationTableTest, SortingByNameOrByDescriptorsReordersTheRows)
+{
+    m_controller->addListEntries({ entry(u"a"_s), entry(u"f"_s, ListingEntry::folderType), entry(u"z"_s) });
+
+    m_controller->sortListEntriesWithDescriptors({ { .key = u"Type"_s } });
+    EXPECT_EQ(names(), (QStringList{ u"f"_s, u"a"_s, u"z"_s }));
+    m_controller->sortListEntriesWithDescriptors({ { .key = u"Type"_s, .ascending = false } });
+    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"z"_s, u"f"_s }));
+    m_controller->sortListEntriesByNameAscending();
+    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"f"_s, u"z"_s }));
+    m_controller->sortListEntriesWithDescriptors({});
+    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"f"_s, u"z"_s }));
+    m_controller->sortListEntriesWithDescriptors({ { .key = u"Owner"_s } });
+    EXPECT_EQ(names(), QStringList());
+}
+
+TEST_F(DestinationTableTest, EveryRowIsThirtyHighAndSelectable)
+{
+    EXPECT_EQ(m_controller->heightOfRow(0), 30.0);
+    EXPECT_EQ(m_controller->heightOfRow(99'999), 30.0);
+    EXPECT_TRUE(m_controller->shouldSelectRow(0));
+}
+
+TEST_F(DestinationTableTest, TheItemButtonsFollowTheSelection)
+{
+    EXPECT_FALSE(button("downloadButton").isEnabled());
+    EXPECT_FALSE(button("deleteButton").isEnabled());
+    m_controller->addListEntries({ entry(u"a"_s) });
+
+    table().selectRow(0);
+    EXPECT_TRUE(button("downloadButton").isEnabled());
+    EXPECT_TRUE(button("deleteButton").isEnabled());
+    m_controller->listFTPDestination();
+    EXPECT_FALSE(button("downloadButton").isEnabled());
+    EXPECT_FALSE(button("deleteButton").isEnabled());
+}
+
+TEST_F(DestinationTableTest, OnlyTheTablesOwnSelectionCounts)
+{
+    m_controller->addListEntries({ entry(u"a"_s) });
+    table().selectRow(0);
+    button("downloadButton").setEnabled(false);
+
+    m_controller->tableViewSelectionDidChange(&button("stopButton"));
+    EXPECT_FALSE(button("downloadButton").isEnabled());
+    m_controller->tableViewSelectionDidChange(&table());
+    EXPECT_TRUE(button("downloadButton").isEnabled());
+}
+
+TEST_F(DestinationTableTest, ContainsComparesNamesExactly)
+{
+    m_controller->addListEntries({ entry(u"photos"_s) });
+
+    EXPECT_TRUE(m_controller->listingContainsName(u"photos"_s));
+    EXPECT_FALSE(m_controller->listingContainsName(u"Photos"_s));
+}
+
+TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
+{
+    EXPECT_EQ(table().emptyText(), u""_s);
+    m_controller->listFTPDestination();
+    tick();
+    EXPECT_EQ(table().emptyText(), u"Listing…"_s);
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    tick();
+    EXPECT_EQ(table().emptyText(), u"Empty folder"_s);
+
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).sendRefusal(550);
+    tick();
+    EXPECT_EQ(table().emptyText(), u""_s); // What the folder holds is not known.
+
+    unset(u"Address"_s);
+    m_controller->listFTPDestination();
+    tick();
+    EXPECT_EQ(table().emptyText(), u"No destination"_s);
+}
+
+} // namespace

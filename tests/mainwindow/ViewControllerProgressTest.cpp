@@ -1,0 +1,68 @@
+#include "ViewControllerTest.h"
+
+namespace {
+
+using Kind = FakeFTPStream::Kind;
+
+/// The window shows half of a transfer, from which every start begins afresh.
+class ViewControllerProgressTest : public ViewControllerTest {
+protected:
+    ViewControllerProgressTest() { showHalf(); }
+
+    const QString nothingInTheMainWindow = u"0, 50, "_s; ///< The other bar waits for a manual transfer.
+};
+
+TEST_F(ViewControllerProgressTest, AFileFromTheQueueStartsFromNothing)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+
+    tick();
+    tick();
+
+    ASSERT_TRUE(m_controller->pc().isSending());
+    EXPECT_EQ(progress(), nothingInTheMainWindow);
+}
+
+TEST_F(ViewControllerProgressTest, WaitingFilesChangeNothingBeforeTheyStart)
+{
+    unset(u"Address"_s);
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+
+    tick();
+    tick();
+
+    EXPECT_EQ(progress(), half);
+    answerSheet();
+}
+
+TEST_F(ViewControllerProgressTest, AListingOfTheDestinationStartsFromNothing)
+{
+    m_controller->listFTPDestination();
+    tick();
+
+    EXPECT_EQ(progress(), nothingInTheMainWindow);
+}
+
+TEST_F(ViewControllerProgressTest, AListingThatCannotStartChangesNothing)
+{
+    unset(u"Address"_s);
+
+    m_controller->listFTPDestination();
+    tick();
+
+    EXPECT_EQ(progress(), half);
+}
+
+TEST_F(ViewControllerProgressTest, TheEndOfAnUploadLeavesNothingAlsoWhileADownloadKeepsItFromListing)
+{
+    m_controller->startStopDownload();
+    showHalf();
+
+    m_controller->uploadDone();
+    tick();
+
+    ASSERT_EQ(count(Kind::Listing), 0);
+    EXPECT_EQ(progress(), nothingInTheMainWindow);
+}
+
+} // namespace
