@@ -1,0 +1,30 @@
+"""What the benchmarks have in common."""
+
+import contextlib
+import os
+import subprocess
+
+TOP = os.path.abspath(os.path.join(os.path.dirname(__file__), ".."))
+SERVERS = os.path.join(TOP, "tests", "servers")
+BUILD = os.path.join(TOP, "build", "bench")
+
+
+def build(target):
+    """Builds the program that stands for ours, as it is released, and answers its path."""
+    for command in (
+        ["cmake", "--preset", "release", "-B", BUILD, "-D", "QUILLBOX_BENCH=ON"],
+        ["cmake", "--build", BUILD, "--target", target],
+    ):
+        subprocess.run(command, cwd=TOP, check=True, stdout=subprocess.DEVNULL)
+    return os.path.join(BUILD, "bench", target)
+
+
+@contextlib.contextmanager
+def helper(*command):
+    """Runs a program from tests/servers; gives the words of its first line, and the process."""
+    with subprocess.Popen(command, cwd=SERVERS, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as process:
+        words = process.stdout.readline().split()
+        if not words:
+            process.wait()
+            raise RuntimeError(f"{command[0]} has not started")
+        yield dict(zip(words[::2], words[1::2])), process
