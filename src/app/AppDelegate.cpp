@@ -115,6 +115,7 @@ ViewController* AppDelegate::ourViewController()
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == &m_candidate.window() && event->type() == QEvent::Close) {
+        m_candidate.rememberWindow();
         QCoreApplication::quit(); // Whatever other windows are open.
     }
     return QObject::eventFilter(watched, event);

@@ -3,6 +3,7 @@
 #include "DragDropView.h"
 #include "PreferencesController.h"
 #include "UserDefaults.h"
+#include "WindowMemory.h"
 #include "ui_MainWindow.h"
 #include "ui_ManualTransfers.h"
 #include "ui_Welcome.h"
@@ -51,6 +52,8 @@ void ViewController::loadView()
     }
     m_ui->dragAndDropView->setViewController(this);
     m_ui->destinationListingTable->setListing(m_listing);
+    WindowMemory::restore(m_window, *m_ui->destinationListingTable->horizontalHeader());
+    sortDescriptorsDidChange();
     connectControls();
     loadOtherWindows();
     connectActions();

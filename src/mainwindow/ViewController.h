@@ -146,7 +146,10 @@ public:
     void copyItemLocation();
     void showAbout();
 
-    // The other windows.
+    // The windows.
+
+    /// Notes the main window's size and columns for the next run.
+    void rememberWindow();
 
     void showPreferences();
     /// Shows the welcome window: unless the user has turned it off, or in any case when it is forced.

@@ -5,6 +5,8 @@
 #include "SheetQueue.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
+#include "WindowMemory.h"
+#include "ui_MainWindow.h"
 #include "ui_Welcome.h"
 
 #include <QJsonValue>
@@ -40,6 +42,11 @@ void ViewController::loadOtherWindows()
     connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, m_welcomeWindow, &QWidget::close);
     connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &ViewController::showPreferences);
     connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::clicked, this, &ViewController::rememberWelcomeChoice);
+}
+
+void ViewController::rememberWindow()
+{
+    WindowMemory::save(m_window, *m_ui->destinationListingTable->horizontalHeader());
 }
 
 void ViewController::showAuxiliaryWindow()
