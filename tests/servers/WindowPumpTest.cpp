@@ -56,7 +56,9 @@ protected:
     /// Descriptors that are open when no connection is kept.
     int descriptorsAtRest() const
     {
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        ConnectionPool& pool = ConnectionPool::ofThisThread();
+        pool.closeIdle(u"127.0.0.1"_s, m_server.port());
+        EXPECT_TRUE(waitFor([&pool] { return pool.connectionCount() == 0; }));
         drainEventLoop();
         return openDescriptors();
     }
