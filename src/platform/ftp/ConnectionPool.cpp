@@ -49,7 +49,7 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     connection.setParent(this);
     connection.setUser(&user);
     connect(&connection, &ControlConnection::drained, this, [this, &connection] { settle(connection); });
-    connect(&connection, &ControlConnection::ended, this, [this, &connection] { remove(connection); });
+    connect(&connection, &ControlConnection::ended, this, [this, &connection] { ended(connection); });
     connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {
         if (isKept(connection)) {
             dismiss(connection);
@@ -99,6 +99,16 @@ void ConnectionPool::dismiss(ControlConnection& connection)
     // It stays until the server has closed it: before that, the server may refuse the login that it makes room for.
     connection.quit();
     entryOf(connection)->watchdog.start(m_timeouts.drain);
+}
+
+void ConnectionPool::ended(ControlConnection& connection)
+{
+    if (connection.isLeaving()) {
+        // A server with a process for each session counts it out only when that process is gone, behind the close.
+        entryOf(connection)->watchdog.start(m_timeouts.farewell);
+    } else {
+        remove(connection);
+    }
 }
 
 void ConnectionPool::remove(ControlConnection& connection)

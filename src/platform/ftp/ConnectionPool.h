@@ -40,7 +40,7 @@ public:
     /// How many connections there are, those included that are leaving.
     qsizetype connectionCount() const { return static_cast<qsizetype>(m_entries.size()); }
     /// Whether the server serves this thread through another connection than @p connection. One that is leaving counts
-    /// as long as the server has not closed it.
+    /// until the server has closed it and had a moment to count it out.
     bool hasOther(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
     /// @p context is destroyed before. @p retry answers whether it took the chance; if not, the next in line gets it.
@@ -81,6 +81,7 @@ private:
     void becameFree(const FTPServerKey& key);
     bool makeWay(const FTPServerKey& key);
     void dismiss(ControlConnection& connection);
+    void ended(ControlConnection& connection);
     void remove(ControlConnection& connection);
     void settle(ControlConnection& connection);
 

@@ -56,8 +56,8 @@ public:
 
     /// Whether a further transfer may use it once nothing is pending.
     bool isUsable() const { return m_established && !m_ended && !m_suspect && !m_leaving; }
-    /// Whether it has taken leave, but not yet ended.
-    bool isLeaving() const { return m_leaving && !m_ended; }
+    /// Whether it has taken leave; it may have ended since.
+    bool isLeaving() const { return m_leaving; }
     /// Whether replies are still to come.
     bool isPending() const { return !m_pending.isEmpty(); }
     /// Whether the TCP connection stands.
