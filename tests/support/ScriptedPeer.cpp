@@ -103,6 +103,11 @@ QString ScriptedPeer::location(const QString& path) const
     return u"ftp://%1:%2%3"_s.arg(host.contains(u':') ? u"[%1]"_s.arg(host) : host, QString::number(port()), path);
 }
 
+bool ScriptedPeer::isLeftAlone()
+{
+    return !waitFor([this] { return m_server.hasPendingConnections(); }, 50ms);
+}
+
 std::unique_ptr<PeerConnection> ScriptedPeer::accept()
 {
     if (!waitFor([this] { return m_server.hasPendingConnections(); }, 5s)) {

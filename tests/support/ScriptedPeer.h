@@ -52,6 +52,8 @@ public:
     void stopListening() { m_server.close(); }
     int connectionCount() const { return m_connectionCount; }
 
+    /// Whether nobody knocks, after everything under way had time to arrive.
+    bool isLeftAlone();
     /// The next connection; null when none comes.
     std::unique_ptr<PeerConnection> accept();
 

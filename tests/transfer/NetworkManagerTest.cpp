@@ -8,6 +8,7 @@
 #include <QThread>
 
 #include <memory>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -137,6 +138,14 @@ TEST_F(NetworkManagerTest, AlertsOfOtherThreadsAreShownOnTheMainThread)
 
     ASSERT_TRUE(waitFor([&shownOn] { return shownOn != nullptr; }));
     EXPECT_EQ(shownOn, QThread::currentThread());
+}
+
+TEST_F(NetworkManagerTest, AlertsOfThreadsWithoutAnEventLoopAreShownToo)
+{
+    std::thread([] { ShowAlertAfterDelay(u"a"_s, u"b"_s); }).join();
+
+    EXPECT_TRUE(waitFor([this] { return !m_alerts.isEmpty(); }));
+    EXPECT_EQ(m_alerts, QStringList{ u"a|b"_s });
 }
 
 TEST_F(NetworkManagerTest, ADownloadGoesWhereItIsWanted)

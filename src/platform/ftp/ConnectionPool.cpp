@@ -7,6 +7,16 @@
 #include <algorithm>
 #include <utility>
 
+namespace {
+
+/// Whether a transfer with the connection's login can take it over at once.
+bool isKept(const ControlConnection& connection)
+{
+    return !connection.isInUse() && !connection.isPending() && connection.isUsable();
+}
+
+} // namespace
+
 ConnectionPool& ConnectionPool::ofThisThread()
 {
     static QThreadStorage<ConnectionPool*> pools;
@@ -26,7 +36,7 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     if (reuse == Reuse::Allowed) {
         for (const std::unique_ptr<Entry>& entry : m_entries) {
             ControlConnection& kept = *entry->connection;
-            if (kept.key() == key && !kept.isInUse() && !kept.isPending() && kept.isUsable()) {
+            if (kept.key() == key && isKept(kept)) {
                 entry->watchdog.stop();
                 kept.setUser(&user);
                 return kept;
@@ -39,14 +49,13 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     connection.setParent(this);
     connection.setUser(&user);
     connect(&connection, &ControlConnection::drained, this, [this, &connection] { settle(connection); });
-    connect(&connection, &ControlConnection::ended, this, [this, &connection] { remove(connection); });
+    connect(&connection, &ControlConnection::ended, this, [this, &connection] { ended(connection); });
     connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {
-        if (connection.isPending()) {
-            connection.drop();
+        if (isKept(connection)) {
+            dismiss(connection);
         } else {
-            connection.quit();
+            discard(connection);
         }
-        remove(connection);
     });
     m_entries.push_back(std::move(entry));
     connection.open();
@@ -78,6 +87,30 @@ void ConnectionPool::discard(ControlConnection& connection)
     remove(connection);
 }
 
+void ConnectionPool::dismiss(ControlConnection& connection)
+{
+    if (connection.isLeaving()) {
+        return;
+    }
+    if (!connection.isUsable()) {
+        discard(connection);
+        return;
+    }
+    // It stays until the server has closed it: before that, the server may refuse the login that it makes room for.
+    connection.quit();
+    entryOf(connection)->watchdog.start(m_timeouts.drain);
+}
+
+void ConnectionPool::ended(ControlConnection& connection)
+{
+    if (connection.isLeaving()) {
+        // A server with a process for each session counts it out only when that process is gone, behind the close.
+        entryOf(connection)->watchdog.start(m_timeouts.farewell);
+    } else {
+        remove(connection);
+    }
+}
+
 void ConnectionPool::remove(ControlConnection& connection)
 {
     const auto entry = std::find_if(m_entries.begin(), m_entries.end(),
@@ -97,9 +130,8 @@ void ConnectionPool::remove(ControlConnection& connection)
 
 qsizetype ConnectionPool::idleCount() const
 {
-    return std::count_if(m_entries.begin(), m_entries.end(), [](const auto& entry) {
-        return !entry->connection->isInUse() && !entry->connection->isPending();
-    });
+    return std::count_if(m_entries.begin(), m_entries.end(),
+                         [](const auto& entry) { return isKept(*entry->connection); });
 }
 
 bool ConnectionPool::hasOther(const ControlConnection& connection) const
@@ -111,41 +143,26 @@ bool ConnectionPool::hasOther(const ControlConnection& connection) const
 
 void ConnectionPool::callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry)
 {
-    const bool isKept = std::any_of(m_entries.begin(), m_entries.end(), [&key](const auto& entry) {
-        const ControlConnection& connection = *entry->connection;
-        return !connection.isInUse() && !connection.isPending() && connection.key().isSameServer(key);
+    const bool isOneKept = std::any_of(m_entries.begin(), m_entries.end(), [&key](const auto& entry) {
+        return entry->connection->key().isSameServer(key) && isKept(*entry->connection);
     });
     m_waiters.push_back({ key, context, std::move(retry) });
-    if (isKept) {
+    if (isOneKept) {
         becameFree(key);
     }
 }
 
 void ConnectionPool::becameFree(const FTPServerKey& key)
 {
+    std::erase_if(m_waiters, [](const Waiter& each) { return each.context == nullptr; });
     const auto waiter = std::find_if(m_waiters.begin(), m_waiters.end(),
                                      [&key](const Waiter& each) { return each.key.isSameServer(key); });
-    if (waiter == m_waiters.end()) {
-        return;
+    // The key is copied, since what is sent away may end at once and change the list.
+    if (waiter == m_waiters.end() || !makeWay(FTPServerKey(waiter->key))) {
+        return; // The end of what is in the way leads here again.
     }
     const Waiter chosen = std::move(*waiter);
     m_waiters.erase(waiter);
-    if (chosen.context == nullptr) {
-        becameFree(key);
-        return;
-    }
-    // A connection with another login cannot be taken over, but it can make room.
-    std::vector<ControlConnection*> inTheWay;
-    for (const std::unique_ptr<Entry>& entry : m_entries) {
-        ControlConnection& connection = *entry->connection;
-        if (connection.key().isSameServer(key) && connection.key() != chosen.key && !connection.isInUse()) {
-            inTheWay.push_back(&connection);
-        }
-    }
-    for (ControlConnection* connection : inTheWay) {
-        connection->quit();
-        remove(*connection);
-    }
     QMetaObject::invokeMethod(
         this,
         [this, chosen] {
@@ -154,6 +171,26 @@ void ConnectionPool::becameFree(const FTPServerKey& key)
             }
         },
         Qt::QueuedConnection);
+}
+
+/// Answers whether a transfer with @p key need not wait: it has a connection to take over, or none of another login is
+/// left that could make room by leaving.
+bool ConnectionPool::makeWay(const FTPServerKey& key)
+{
+    std::vector<ControlConnection*> inTheWay;
+    for (const std::unique_ptr<Entry>& entry : m_entries) {
+        ControlConnection& connection = *entry->connection;
+        if (connection.key() == key && isKept(connection)) {
+            return true;
+        }
+        if (connection.key().isSameServer(key) && connection.key() != key && !connection.isInUse()) {
+            inTheWay.push_back(&connection);
+        }
+    }
+    for (ControlConnection* connection : inTheWay) {
+        dismiss(*connection);
+    }
+    return inTheWay.empty();
 }
 
 void ConnectionPool::closeIdle(const QString& host, quint16 port)
@@ -166,8 +203,7 @@ void ConnectionPool::closeIdle(const QString& host, quint16 port)
         }
     }
     for (ControlConnection* connection : idle) {
-        connection->quit();
-        remove(*connection);
+        dismiss(*connection);
     }
 }
 

@@ -15,8 +15,8 @@
 
 class DeliveryGate;
 
-/// The control connections of one thread: in use, kept for the next transfer, or being drained of replies that nobody
-/// waits for. Nothing is shared between threads.
+/// The control connections of one thread: in use, kept for the next transfer, being drained of replies that nobody
+/// waits for, or leaving. Nothing is shared between threads.
 class ConnectionPool final : public QObject {
     Q_OBJECT
 
@@ -37,13 +37,17 @@ public:
 
     /// How many connections are kept, ready for use.
     qsizetype idleCount() const;
-    /// Whether the server serves this thread through another connection than @p connection.
+    /// How many connections there are, those included that are leaving.
+    qsizetype connectionCount() const { return static_cast<qsizetype>(m_entries.size()); }
+    /// Whether the server serves this thread through another connection than @p connection. One that is leaving counts
+    /// until the server has closed it and had a moment to count it out.
     bool hasOther(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
     /// @p context is destroyed before. @p retry answers whether it took the chance; if not, the next in line gets it.
     void callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry);
 
-    /// Ends all connections to a server that nobody uses, for a server that allows no second login.
+    /// Takes leave of a server on all connections to it that nobody uses, for a server that allows no second login.
+    /// Returns at once; the server may take a moment to let them go.
     void closeIdle(const QString& host, quint16 port);
 
     /// What is known of a server, for the life of the thread.
@@ -65,7 +69,7 @@ private:
         {
         }
         ControlConnection* connection = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
-        Watchdog watchdog; ///< Ends a drain that takes too long, and a connection that idles.
+        Watchdog watchdog; ///< Ends a drain or a leave that takes too long, and a connection that idles.
     };
     struct Waiter {
         FTPServerKey key;
@@ -75,6 +79,9 @@ private:
 
     Entry* entryOf(const ControlConnection& connection);
     void becameFree(const FTPServerKey& key);
+    bool makeWay(const FTPServerKey& key);
+    void dismiss(ControlConnection& connection);
+    void ended(ControlConnection& connection);
     void remove(ControlConnection& connection);
     void settle(ControlConnection& connection);
 

@@ -68,13 +68,9 @@ void ControlConnection::send(const QList<FTPCommand>& commands)
 
 void ControlConnection::quit()
 {
-    if (isUsable()) {
-        send({ { FTPVerb::Quit, {} } });
-    }
     m_user = nullptr;
-    m_ended = true;
-    m_socket.disconnect(this);
-    m_socket.disconnectFromHost();
+    m_leaving = true;
+    send({ { FTPVerb::Quit, {} } });
 }
 
 void ControlConnection::drop()
@@ -125,7 +121,7 @@ void ControlConnection::dispatch(const Reply& reply)
     }
     if (m_user != nullptr) {
         m_user->replyArrived(command, reply);
-    } else if (m_pending.isEmpty()) {
+    } else if (m_pending.isEmpty() && !m_leaving) {
         emit drained();
     }
 }

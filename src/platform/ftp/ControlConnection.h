@@ -44,7 +44,8 @@ public:
     void open();
     /// Sends @p commands at one stroke.
     void send(const QList<FTPCommand>& commands);
-    /// Ends the connection in good order, with a QUIT that nobody waits for.
+    /// Takes leave of the server with a QUIT. What still comes is passed over, and the connection lasts until the
+    /// server closes it, which ended() tells, or until it is dropped.
     void quit();
     /// Ends the connection at once. Nothing is reported.
     void drop();
@@ -54,7 +55,9 @@ public:
     bool isInUse() const { return m_user != nullptr; }
 
     /// Whether a further transfer may use it once nothing is pending.
-    bool isUsable() const { return m_established && !m_ended && !m_suspect; }
+    bool isUsable() const { return m_established && !m_ended && !m_suspect && !m_leaving; }
+    /// Whether it has taken leave; it may have ended since.
+    bool isLeaving() const { return m_leaving; }
     /// Whether replies are still to come.
     bool isPending() const { return !m_pending.isEmpty(); }
     /// Whether the TCP connection stands.
@@ -80,7 +83,7 @@ public:
 signals:
     /// The TCP connection stands.
     void established();
-    /// Nothing is pending and nobody uses it.
+    /// Nothing is pending and nobody uses it. Not told of one that is leaving.
     void drained();
     /// It has ended while nobody used it.
     void ended();
@@ -102,5 +105,6 @@ private:
     bool m_ended = false;
     bool m_reused = false;
     bool m_suspect = false;
+    bool m_leaving = false; ///< QUIT was sent.
     bool m_remoteClosed = false; ///< The socket has ended; what it delivered before is still read.
 };

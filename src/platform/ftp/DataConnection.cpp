@@ -1,52 +1,17 @@
 #include "DataConnection.h"
 
 #include "DeliveryGate.h"
+#include "SocketAddress.h"
 
 #include <cerrno>
-#include <cstring>
 #include <linux/sockios.h>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <type_traits>
 #include <unistd.h>
 
 namespace {
-
-struct SocketAddress {
-    sockaddr_storage storage{};
-    socklen_t length = 0;
-};
-
-SocketAddress socketAddress(const QHostAddress& host, quint16 port)
-{
-    SocketAddress address;
-    if (host.protocol() == QAbstractSocket::IPv4Protocol) {
-        sockaddr_in v4{};
-        v4.sin_family = AF_INET;
-        v4.sin_port = htons(port);
-        v4.sin_addr.s_addr = htonl(host.toIPv4Address());
-        std::memcpy(&address.storage, &v4, sizeof v4);
-        address.length = sizeof v4;
-    } else {
-        sockaddr_in6 v6{};
-        v6.sin6_family = AF_INET6;
-        v6.sin6_port = htons(port);
-        const Q_IPV6ADDR bytes = host.toIPv6Address();
-        static_assert(std::is_trivially_copyable_v<Q_IPV6ADDR> && sizeof bytes == sizeof v6.sin6_addr);
-        std::memcpy(&v6.sin6_addr, &bytes, sizeof bytes);
-        bool isNumber = false;
-        v6.sin6_scope_id = host.scopeId().toUInt(&isNumber);
-        if (!isNumber) {
-            v6.sin6_scope_id = ::if_nametoindex(host.scopeId().toLatin1().constData());
-        }
-        std::memcpy(&address.storage, &v6, sizeof v6);
-        address.length = sizeof v6;
-    }
-    return address;
-}
 
 int pendingError(int socket)
 {

@@ -11,5 +11,6 @@ struct FTPTimeouts {
     std::chrono::milliseconds reason = std::chrono::seconds(3); ///< For the server's word on a broken data connection.
     std::chrono::milliseconds acceptance = std::chrono::seconds(1); ///< For a 150 when data is there already.
     std::chrono::milliseconds drain = std::chrono::seconds(2); ///< For the replies to what was given up.
+    std::chrono::milliseconds farewell = std::chrono::milliseconds(200); ///< For a server to count out who has left.
     std::chrono::milliseconds idle = std::chrono::seconds(60); ///< That an unused control connection is kept.
 };

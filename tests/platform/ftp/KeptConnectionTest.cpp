@@ -147,6 +147,7 @@ TEST_F(KeptConnectionTest, UnusedItEndsWithAQuit)
 {
     ScriptedPeer peer;
     m_timeouts.idle = 50ms;
+    m_timeouts.drain = 50ms;
     m_recorder.start(m_factory.createFolderStream(peer.location(u"/d"_s)));
     auto control = peer.accept();
     control->say("220 Ready");
@@ -163,6 +164,8 @@ TEST_F(KeptConnectionTest, UnusedItEndsWithAQuit)
 
 TEST_F(KeptConnectionTest, ItCanBeClosedAheadOfACallToTheSameServer)
 {
+    m_timeouts.drain = 50ms;
+
     ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
 
     EXPECT_EQ(m_control->hear(), "QUIT");

@@ -1,4 +1,7 @@
+#include "OpenDescriptors.h"
 #include "StreamTest.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -38,6 +41,15 @@ protected:
         };
     }
 
+    /// Whether the login of a transfer under way was seen to succeed, its folder included.
+    static bool loginIsDone()
+    {
+        const auto connections = ConnectionPool::ofThisThread().findChildren<ControlConnection*>();
+        return std::any_of(connections.begin(), connections.end(), [](ControlConnection* connection) {
+            return connection->isInUse() && connection->session().loginFolder.has_value();
+        });
+    }
+
     std::unique_ptr<PeerConnection> m_control;
     StreamRecorder m_other;
     StreamRecorder m_third;
@@ -67,6 +79,21 @@ TEST_F(StreamRecoveryTest, ATypeRefusedBehindAFolderIsAskedForAgain)
     ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
     startUpload(u"/sub/g"_s, "a\nb");
     EXPECT_TRUE(m_control->hear().startsWith("CWD"));
+}
+
+TEST_F(StreamRecoveryTest, ATypeThatAnAbandonedTransferNeverSawAcceptedIsAskedForAgain)
+{
+    startUpload(u"/f"_s, "a\nb");
+    auto control = logIn({ "TYPE I", "EPSV" });
+    ASSERT_TRUE(waitFor(loginIsDone));
+    m_recorder.close();
+    control->say("451 Not now");
+    control->say(extendedPassive());
+    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+
+    startUpload(u"/g"_s, "a\nb");
+
+    EXPECT_EQ(control->hear(2), (QByteArrayList{ "CWD /home", "TYPE I" }));
 }
 
 TEST_F(StreamRecoveryTest, AFolderOnAConnectionEndedWith421IsTriedOnAFreshOne)
@@ -147,6 +174,46 @@ TEST_F(StreamRecoveryTest, AConfirmedListingOutlivesItsControlConnection)
     m_data->close();
 
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+}
+
+TEST_F(StreamRecoveryTest, AFolderOnAKeptConnectionIsOpenBeforeItIsCreatedAlsoBehindAHeldLoop)
+{
+    first();
+    DeliveryGate& gate = DeliveryGate::ofThisThread();
+    gate.setClosed(true);
+    startCreation(u"/d"_s);
+    if (m_control->hear() == "TYPE I") {
+        m_control->say("200 I");
+    }
+    m_control->say("257 \"/home/d\" made");
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
+
+    gate.setClosed(false);
+    m_recorder.waitForEnd();
+    drainEventLoop();
+
+    EXPECT_EQ(m_recorder.log(), (QStringList{ u"open"_s, u"created"_s }));
+}
+
+TEST_F(StreamRecoveryTest, DataNeverGoesToThisMachineWhenTheControlConnectionEndsBehindAHeldLoop)
+{
+    // What a connection without an address would reach: this machine, at a port of the server's choice.
+    ScriptedPeer bystander{ QHostAddress(QHostAddress::LocalHostIPv6) };
+    startUpload(u"/f"_s, "x");
+    auto control = logIn({ "TYPE I", "EPSV" });
+    DeliveryGate& gate = DeliveryGate::ofThisThread();
+    gate.setClosed(true);
+    control->say("200 I");
+    control->say("229 Come (|||" + QByteArray::number(bystander.port()) + "|)");
+    const int descriptors = openDescriptors();
+    control->close();
+    ASSERT_TRUE(
+        waitForDescriptors([descriptors](int count) { return count <= descriptors - 2; })); // Both ends are closed.
+
+    gate.setClosed(false);
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_TRUE(bystander.isLeftAlone());
 }
 
 } // namespace
