@@ -1,6 +1,7 @@
 #include "DragDropView.h"
 
 #include "ViewControllerTest.h"
+#include "WidgetEvents.h"
 
 #include <QDragEnterEvent>
 #include <QMimeData>
@@ -150,6 +151,43 @@ TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
 
     view().displayDroppedFiles({});
     EXPECT_EQ(view().textView()->toPlainText(), u""_s);
+}
+
+TEST_F(DragDropViewTest, DropsOntoTheShownListAreTheViews)
+{
+    view().displayDroppedFiles({ u"/a"_s });
+
+    ASSERT_TRUE(view().textView()->isVisible());
+    EXPECT_FALSE(view().textView()->acceptDrops());
+    EXPECT_FALSE(view().textView()->viewport()->acceptDrops());
+    EXPECT_TRUE(view().acceptDrops());
+}
+
+TEST_F(DragDropViewTest, TheHighlightIsPaintedAsSoonAsItComesAndGoes)
+{
+    m_data.setText(u"text"_s);
+    drainEventLoop();
+
+    const WidgetEvents whenItComes(view());
+    view().draggingEntered(m_data);
+    drainEventLoop();
+    EXPECT_GT(whenItComes.count(), 0);
+
+    const WidgetEvents whenItGoes(view());
+    view().draggingExited();
+    drainEventLoop();
+    EXPECT_GT(whenItGoes.count(), 0);
+}
+
+TEST_F(DragDropViewTest, TheBackgroundIsThatOfControls)
+{
+    view().setPalette(QPalette(Qt::black, Qt::gray, Qt::gray, Qt::gray, Qt::gray, Qt::black, Qt::red));
+
+    QImage image(view().size(), QImage::Format_RGB32);
+    view().render(&image);
+
+    EXPECT_EQ(image.pixelColor(2, 2), QColor(Qt::red));
+    EXPECT_EQ(image.pixelColor(30, 30), QColor(Qt::red));
 }
 
 TEST_F(DragDropViewTest, TheHighlightIsDrawnAroundWhatIsRedrawnAndLeavesItsLineWidth)

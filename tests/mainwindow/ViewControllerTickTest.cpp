@@ -1,5 +1,6 @@
 #include "RunLoop.h"
 #include "ViewControllerTest.h"
+#include "WidgetEvents.h"
 
 #include <QInputDialog>
 #include <QMenu>
@@ -14,35 +15,6 @@ using namespace std::chrono_literals;
 namespace {
 
 using Kind = FakeFTPStream::Kind;
-
-/// Counts what makes widgets lay themselves out or paint, from its making on.
-class WidgetEvents final : public QObject {
-public:
-    WidgetEvents() { qApp->installEventFilter(this); }
-
-    int count() const { return m_count; }
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        switch (event->type()) {
-        case QEvent::UpdateRequest:
-        case QEvent::LayoutRequest:
-        case QEvent::Paint:
-        case QEvent::Show:
-        case QEvent::Hide:
-        case QEvent::EnabledChange:
-            m_count += watched->isWidgetType() ? 1 : 0;
-            break;
-        default:
-            break;
-        }
-        return false;
-    }
-
-private:
-    int m_count = 0;
-};
 
 /// Counts how often a file is opened, from its making on.
 class FileOpens {
@@ -105,7 +77,7 @@ protected:
         for (;;) {
             const QString second = date();
             drainEventLoop();
-            const WidgetEvents events;
+            const WidgetEvents events(*qApp);
             for (int i = 0; i < 10; ++i) {
                 tick();
                 drainEventLoop();
@@ -142,7 +114,7 @@ TEST_F(ViewControllerTickTest, ATickThatHasNothingNewToShowTouchesNoWidget)
     EXPECT_EQ(widgetEventsOfTicks(), 0);
     EXPECT_TRUE(m_controller->pc().isSending());
 
-    const WidgetEvents events;
+    const WidgetEvents events(*qApp);
     nextSecond();
     drainEventLoop();
     EXPECT_GT(events.count(), 0);
