@@ -6,6 +6,7 @@
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QTest>
 #include <QUrl>
 
 namespace {
@@ -153,14 +154,27 @@ TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
     EXPECT_EQ(view().textView()->toPlainText(), u""_s);
 }
 
-TEST_F(DragDropViewTest, DropsOntoTheShownListAreTheViews)
+TEST_F(DragDropViewTest, TheListIsThereToReadOnly)
 {
     view().displayDroppedFiles({ u"/a"_s });
 
+    QTest::keyClicks(view().textView(), u"typed"_s);
+
+    EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n"_s);
+}
+
+TEST_F(DragDropViewTest, ADragOverTheShownListIsTheViews)
+{
+    view().displayDroppedFiles({ u"/a"_s });
     ASSERT_TRUE(view().textView()->isVisible());
-    EXPECT_FALSE(view().textView()->acceptDrops());
-    EXPECT_FALSE(view().textView()->viewport()->acceptDrops());
-    EXPECT_TRUE(view().acceptDrops());
+    name({ makeFile(u"a"_s) });
+    QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+
+    QApplication::sendEvent(view().textView()->viewport(), &enter);
+
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::CopyAction);
+    EXPECT_TRUE(view().highlight());
 }
 
 TEST_F(DragDropViewTest, TheHighlightIsPaintedAsSoonAsItComesAndGoes)
