@@ -1,10 +1,12 @@
 #include "DragDropView.h"
 
 #include "ViewControllerTest.h"
+#include "WidgetEvents.h"
 
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QTest>
 #include <QUrl>
 
 namespace {
@@ -150,6 +152,56 @@ TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
 
     view().displayDroppedFiles({});
     EXPECT_EQ(view().textView()->toPlainText(), u""_s);
+}
+
+TEST_F(DragDropViewTest, TheListIsThereToReadOnly)
+{
+    view().displayDroppedFiles({ u"/a"_s });
+
+    QTest::keyClicks(view().textView(), u"typed"_s);
+
+    EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n"_s);
+}
+
+TEST_F(DragDropViewTest, ADragOverTheShownListIsTheViews)
+{
+    view().displayDroppedFiles({ u"/a"_s });
+    ASSERT_TRUE(view().textView()->isVisible());
+    name({ makeFile(u"a"_s) });
+    QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+
+    QApplication::sendEvent(view().textView()->viewport(), &enter);
+
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::CopyAction);
+    EXPECT_TRUE(view().highlight());
+}
+
+TEST_F(DragDropViewTest, TheHighlightIsPaintedAsSoonAsItComesAndGoes)
+{
+    m_data.setText(u"text"_s);
+    drainEventLoop();
+
+    const WidgetEvents whenItComes(view());
+    view().draggingEntered(m_data);
+    drainEventLoop();
+    EXPECT_GT(whenItComes.count(), 0);
+
+    const WidgetEvents whenItGoes(view());
+    view().draggingExited();
+    drainEventLoop();
+    EXPECT_GT(whenItGoes.count(), 0);
+}
+
+TEST_F(DragDropViewTest, TheBackgroundIsThatOfControls)
+{
+    view().setPalette(QPalette(Qt::black, Qt::gray, Qt::gray, Qt::gray, Qt::gray, Qt::black, Qt::red));
+
+    QImage image(view().size(), QImage::Format_RGB32);
+    view().render(&image);
+
+    EXPECT_EQ(image.pixelColor(2, 2), QColor(Qt::red));
+    EXPECT_EQ(image.pixelColor(30, 30), QColor(Qt::red));
 }
 
 TEST_F(DragDropViewTest, TheHighlightIsDrawnAroundWhatIsRedrawnAndLeavesItsLineWidth)

@@ -2,7 +2,6 @@
 #include "RunLoop.h"
 #include "ViewControllerTest.h"
 
-#include <QMenu>
 #include <QPlainTextEdit>
 
 namespace {
@@ -316,42 +315,6 @@ TEST_F(ViewControllerQueueTest, ListingWithoutADestinationEmptiesTheList)
 
     EXPECT_TRUE(m_controller->listEntries().isEmpty());
     EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 0);
-}
-
-TEST_F(ViewControllerQueueTest, NothingMovesWhileADialogOrMenuHasTheUser)
-{
-    m_controller->uploadFiles({ makeFile(u"a"_s) });
-    QMenu menu;
-    menu.addAction(u"Something"_s);
-    menu.popup({ 10, 10 });
-    tick();
-    EXPECT_TRUE(RunLoop::current().isHeld());
-    EXPECT_TRUE(sentFiles().isEmpty());
-
-    menu.close();
-    tick();
-
-    EXPECT_FALSE(RunLoop::current().isHeld());
-    EXPECT_EQ(sentFiles().size(), 1);
-}
-
-TEST_F(ViewControllerQueueTest, ASheetHoldsNothing)
-{
-    m_controller->showAlert(u"Title"_s, u"text"_s);
-    m_controller->uploadFiles({ makeFile(u"a"_s) });
-
-    tick();
-
-    EXPECT_EQ(shownSheets().size(), 1);
-    EXPECT_EQ(sentFiles().size(), 1);
-    answerSheet();
-}
-
-TEST_F(ViewControllerQueueTest, TheTimerTicksByItself)
-{
-    m_controller->uploadFiles({ makeFile(u"a"_s) });
-
-    EXPECT_TRUE(waitFor([this] { return sentFiles().size() == 1; }));
 }
 
 TEST_F(ViewControllerQueueTest, WithoutARouteManyFilesRaiseOneAlert)

@@ -80,7 +80,7 @@ TEST_F(ViewControllerReportsTest, MoreThanAllIsShownAsAll)
     }
 }
 
-TEST_F(ViewControllerReportsTest, BytesPassThroughSinglePrecision)
+TEST_F(ViewControllerReportsTest, BytesShowAsAFileSizeWithTheNextTick)
 {
     m_controller->bytesDone(static_cast<float>(16777217));
     tick();
@@ -90,6 +90,26 @@ TEST_F(ViewControllerReportsTest, BytesPassThroughSinglePrecision)
     m_controller->bytesDone(999);
     tick();
     EXPECT_EQ(text("bytesFormattedTextField"), u"999 bytes"_s);
+}
+
+TEST_F(ViewControllerReportsTest, TheBytesOfAnUploadPassThroughSinglePrecision)
+{
+    // Every single-precision number of this size is even: the next ones are 16850000 and 16850002.
+    constexpr qint64 size = 16850001;
+    ASSERT_EQ(ViewController::stringForFileSize(size), u"16.9 MB"_s);
+    const QString path = makeFile(u"large"_s);
+    ASSERT_TRUE(QFile::resize(path, size));
+    m_controller->uploadFiles({ path });
+    tick();
+
+    upload().sendOpenCompleted();
+    while (upload().isOpen() && m_controller->pc().totalBytesWritten() < size) {
+        upload().sendHasSpace();
+    }
+    tick();
+
+    EXPECT_EQ(text("bytesFormattedTextField"), ViewController::stringForFileSize(16850000));
+    EXPECT_EQ(text("bytesFormattedTextField"), u"16.8 MB"_s);
 }
 
 TEST_F(ViewControllerReportsTest, TheEndOfAnUploadResetsTheProgress)

@@ -28,10 +28,10 @@ class Drop(WindowTest):
         wait_for(lambda: program.box("Drop area")[0] < 60, "the window to have moved")
         return program
 
-    def drag_icon(self, manager, number, program):
+    def drag_icon(self, manager, number, program, target="Drop area"):
         left, top = self.desktop.place_of(manager)
         icon = (left + FIRST_ICON[0] + number * TO_NEXT_ICON, top + FIRST_ICON[1])
-        self.desktop.drag(icon, program.centre("Drop area"))
+        self.desktop.drag(icon, program.centre(target))
 
     def test_a_dropped_file_arrives_on_the_server(self):
         self.settings()
@@ -46,6 +46,21 @@ class Drop(WindowTest):
         self.assertEqual(program.text("Queued files"), f"1) {path}\n\n")
         self.wait_for_status(program, "Upload succeeded")
         self.assertTrue(os.path.exists(path))
+
+    def test_a_file_dropped_onto_the_list_of_the_last_drop_arrives_too(self):
+        self.settings()
+        self.file("a.txt")
+        path = self.file("b.txt")
+        program = self.start_at_the_left()
+        manager = self.open_folder()
+        self.drag_icon(manager, 0, program)
+        self.wait_for_files("a.txt")
+
+        self.drag_icon(manager, 1, program, target="Queued files")
+
+        self.wait_for_files("a.txt", "b.txt")
+        self.assertEqual(program.text("Queued files"), f"1) {path}\n\n")
+        self.assertIsNone(program.sheet())
 
     def test_of_a_mixed_drop_the_files_are_taken_in_order(self):
         self.settings()

@@ -1,0 +1,205 @@
+#include "RunLoop.h"
+#include "ViewControllerTest.h"
+#include "WidgetEvents.h"
+
+#include <QInputDialog>
+#include <QMenu>
+#include <QTimer>
+
+#include <chrono>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+using Kind = FakeFTPStream::Kind;
+
+/// Counts how often a file is opened, from its making on.
+class FileOpens {
+public:
+    explicit FileOpens(const QString& path)
+        : m_descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    {
+        EXPECT_GE(inotify_add_watch(m_descriptor, QFile::encodeName(path).constData(), IN_OPEN), 0);
+    }
+    FileOpens(const FileOpens&) = delete;
+    FileOpens& operator=(const FileOpens&) = delete;
+    ~FileOpens() { close(m_descriptor); }
+
+    /// Those since the last call.
+    int take() const
+    {
+        int count = 0;
+        inotify_event event{};
+        while (read(m_descriptor, &event, sizeof event) > 0) {
+            count += (event.mask & IN_OPEN) != 0 ? 1 : 0;
+        }
+        return count;
+    }
+
+private:
+    int m_descriptor;
+};
+
+/// A timer that only counts.
+class Metronome final : public QTimer {
+public:
+    explicit Metronome(std::chrono::milliseconds interval)
+    {
+        setTimerType(Qt::PreciseTimer);
+        connect(this, &QTimer::timeout, this, [this] { ++m_beats; });
+        start(interval);
+    }
+
+    int beats() const { return m_beats; }
+
+private:
+    int m_beats = 0;
+};
+
+class ViewControllerTickTest : public ViewControllerTest {
+protected:
+    QString date() { return text("dateStringTextField"); }
+
+    /// Ticks until the window shows another date, and answers that.
+    QString nextSecond()
+    {
+        const QString before = date();
+        EXPECT_TRUE(waitFor([this, &before] { return date() != before; }));
+        return date();
+    }
+
+    /// What a few ticks within one second do to the widgets.
+    int widgetEventsOfTicks()
+    {
+        for (;;) {
+            const QString second = date();
+            drainEventLoop();
+            const WidgetEvents events(*qApp);
+            for (int i = 0; i < 10; ++i) {
+                tick();
+                drainEventLoop();
+            }
+            if (date() == second) {
+                return events.count();
+            }
+        }
+    }
+};
+
+TEST_F(ViewControllerTickTest, TheTimerTicksAHundredTimesASecond)
+{
+    constexpr int ticks = 20;
+    m_controller->uploadFiles(QStringList(ticks, u"/vanished"_s)); // Each tick passes over one.
+    const Metronome twiceAsFast(5ms);
+    const Metronome halfAsFast(20ms);
+
+    ASSERT_TRUE(waitFor([this] { return m_controller->fileUploadQueue().isEmpty(); }));
+
+    EXPECT_GE(twiceAsFast.beats(), ticks);
+    EXPECT_LE(halfAsFast.beats(), ticks);
+}
+
+TEST_F(ViewControllerTickTest, ATickThatHasNothingNewToShowTouchesNoWidget)
+{
+    EXPECT_EQ(widgetEventsOfTicks(), 0);
+
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    tick();
+    m_controller->updateListingStatus(u"Receiving"_s);
+    showHalf();
+
+    EXPECT_EQ(widgetEventsOfTicks(), 0);
+    EXPECT_TRUE(m_controller->pc().isSending());
+
+    const WidgetEvents events(*qApp);
+    nextSecond();
+    drainEventLoop();
+    EXPECT_GT(events.count(), 0);
+}
+
+TEST_F(ViewControllerTickTest, AnIdleWindowLooksAtItsSettingsOnceASecond)
+{
+    std::unique_ptr<const FileOpens> opens;
+    int opensOfTicks = 0;
+    QString second;
+    do {
+        second = nextSecond();
+        set({ { u"FTPFolder"_s, second } });
+        opens = std::make_unique<const FileOpens>(UserDefaults::standard().filePath());
+        for (int i = 0; i < 10; ++i) {
+            tick();
+        }
+        opensOfTicks = opens->take();
+    } while (date() != second);
+    EXPECT_EQ(opensOfTicks, 0);
+
+    nextSecond();
+
+    EXPECT_GT(opens->take(), 0);
+}
+
+TEST_F(ViewControllerTickTest, NothingMovesWhileAMenuIsOpen)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    QMenu menu;
+    menu.addAction(u"Something"_s);
+    menu.popup({ 10, 10 });
+    tick();
+    EXPECT_TRUE(RunLoop::current().isHeld());
+    EXPECT_EQ(count(Kind::Upload), 0);
+
+    menu.close();
+    tick();
+
+    EXPECT_FALSE(RunLoop::current().isHeld());
+    EXPECT_EQ(count(Kind::Upload), 1);
+}
+
+TEST_F(ViewControllerTickTest, NothingMovesWhileAQuestionIsOpenAndAllGoesOnAfterwards)
+{
+    const QString shown = nextSecond();
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    QString shownLater;
+    bool wasHeld = false;
+    qsizetype uploads = -1;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &look, [&, this] {
+        auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget());
+        if (dialog != nullptr && QDateTime::currentSecsSinceEpoch() > second + 1) {
+            shownLater = date();
+            wasHeld = RunLoop::current().isHeld();
+            uploads = count(Kind::Upload);
+            dialog->accept();
+        }
+    });
+    look.start(20ms);
+
+    m_controller->askInput(u"Name?"_s, u""_s);
+
+    EXPECT_EQ(shownLater, shown);
+    EXPECT_TRUE(wasHeld);
+    EXPECT_EQ(uploads, 0);
+    EXPECT_TRUE(waitFor([this] { return count(Kind::Upload) == 1; }));
+    EXPECT_FALSE(RunLoop::current().isHeld());
+    EXPECT_NE(date(), shown);
+}
+
+TEST_F(ViewControllerTickTest, ASheetHoldsNothing)
+{
+    m_controller->showAlert(u"Title"_s, u"text"_s);
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+
+    tick();
+
+    EXPECT_EQ(shownSheets().size(), 1);
+    EXPECT_FALSE(RunLoop::current().isHeld());
+    EXPECT_EQ(count(Kind::Upload), 1);
+    nextSecond();
+    answerSheet();
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+"""The commands in the menus, by mouse and by key."""
+
+import unittest
+
+from desktop import wait_for
+from window_test import WindowTest
+
+
+class Menus(WindowTest):
+    def launch_in_front(self):
+        """Starts the program, which a test may end, with its window in front."""
+        program = self.launch()
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+        return program
+
+    def choose(self, program, menu, command):
+        self.desktop.click(program.centre(menu))
+        self.desktop.click(program.centre(command))
+
+    def test_quit_in_the_menu_ends_the_program(self):
+        program = self.launch_in_front()
+
+        self.choose(program, "File", "Quit")
+
+        self.assertEqual(program.exit_code(), 0)
+        self.assertEqual(program.output(), "")
+
+    def test_its_key_ends_the_program_also_with_another_window_open(self):
+        program = self.launch_in_front()
+        self.choose(program, "Transfer", "Manual Transfers…")
+        wait_for(lambda: "Manual Transfers" in program.titles(), "the second window")
+        window = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^No FTP Destination$"), "the title")[0]
+        self.desktop.xdotool("windowactivate", "--sync", window)
+
+        self.desktop.key("ctrl+q")
+
+        self.assertEqual(program.exit_code(), 0)
+
+    def test_manual_transfers_open_by_their_key(self):
+        program = self.launch_in_front()
+
+        self.desktop.key("ctrl+m")
+
+        wait_for(lambda: "Manual Transfers" in program.titles(), "the second window")
+        self.assertIsNone(program.process.poll())
+
+
+if __name__ == "__main__":
+    unittest.main()
