@@ -200,9 +200,11 @@ TEST_F(AppDelegateTest, AnAlertWithAWindowIsASheetAndWithoutOneADialog)
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     Qt::WindowModality modality = Qt::NonModal;
     bool isPlain = true;
+    QStringList texts;
     QTimer answer;
-    QObject::connect(&answer, &QTimer::timeout, &answer, [&icon, &modality, &isPlain] {
+    QObject::connect(&answer, &QTimer::timeout, &answer, [&icon, &modality, &isPlain, &texts] {
         if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            texts = shownSheets();
             icon = box->icon();
             modality = box->windowModality();
             for (const QLabel* label : box->findChildren<QLabel*>()) {
@@ -213,6 +215,7 @@ TEST_F(AppDelegateTest, AnAlertWithAWindowIsASheetAndWithoutOneADialog)
     });
     answer.start(5);
     m_delegate.doAlert(u"Title"_s, u"<b>text</b>"_s, nullptr, QMessageBox::Critical);
+    EXPECT_EQ(texts, QStringList{ u"Title: <b>text</b>"_s });
     EXPECT_TRUE(isPlain);
     EXPECT_EQ(icon, QMessageBox::Critical);
     EXPECT_EQ(modality, Qt::ApplicationModal);

@@ -9,6 +9,7 @@ from window_test import WindowTest
 class Menus(WindowTest):
     def launch_in_front(self):
         """Starts the program, which a test may end, with its window in front."""
+        self.settings()
         program = self.launch()
         (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
         self.desktop.xdotool("windowactivate", "--sync", window)
@@ -31,7 +32,7 @@ class Menus(WindowTest):
         program = self.launch_in_front()
         self.choose(program, "Transfer", "Manual Transfers…")
         wait_for(lambda: "Manual Transfers" in program.titles(), "the second window")
-        window = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^No FTP Destination$"), "the title")[0]
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the destination as title")
         self.desktop.xdotool("windowactivate", "--sync", window)
 
         self.desktop.key("ctrl+q")
