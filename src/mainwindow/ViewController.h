@@ -208,11 +208,13 @@ private:
     void showProgress();
     void showTexts();
     void showListingState();
+    void showLastReply();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
     void listAgainIfWanted();
     void resetProgress();
     void emptyList();
+    std::shared_ptr<FMServer> serverForOperation();
     /// Null without a selection.
     const ListingEntry* selectedEntry() const;
     void alertIfError(const QString& status);
@@ -244,6 +246,7 @@ private:
     float m_auxiliaryPercent = 0;
     std::optional<quint64> m_bytes; ///< Nothing: no text.
     std::optional<quint64> m_shownBytes;
+    QString m_shownReply;
     QString m_status;
     QString m_listingStatus;
     qint64 m_shownSecond = -1; ///< Of the date that is shown, since the epoch.

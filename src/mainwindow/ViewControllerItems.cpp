@@ -78,9 +78,16 @@ void ViewController::deleteSelection()
                                      .onAlternate = deleteLater });
 }
 
+std::shared_ptr<FMServer> ViewController::serverForOperation()
+{
+    const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
+    m_streams.closeIdleConnections(destination); // Some servers allow one login alone.
+    return serverOfDestination(destination, username(), password());
+}
+
 void ViewController::deleteFile(const QString& name)
 {
-    const auto server = serverOfDestination(createFullDestinationPathFromAppNameAndFTPFolder(), username(), password());
+    const auto server = serverForOperation();
     if (m_itemOperations.deleteFileNamed(name, *server)) {
         listFTPDestination();
         return;
@@ -112,7 +119,7 @@ void ViewController::createFolder(const QString& name)
         showAlert(u"Folder Exists"_s, u"Folder \"%1\" already exists. Try another name."_s.arg(visibleText(name)));
         return;
     }
-    const auto server = serverOfDestination(createFullDestinationPathFromAppNameAndFTPFolder(), username(), password());
+    const auto server = serverForOperation();
     if (m_itemOperations.createNewFolder(name, *server)) {
         listFTPDestination();
         return;

@@ -3,8 +3,10 @@
 #include "DateText.h"
 #include "DragDropView.h"
 #include "ModalState.h"
+#include "PlainToolTip.h"
 #include "RunLoop.h"
 #include "ViewController.h"
+#include "VisibleText.h"
 #include "ui_MainWindow.h"
 #include "ui_ManualTransfers.h"
 
@@ -93,6 +95,22 @@ void ViewController::showTexts()
     m_ui->statusTextField->setText(m_status);
     m_manual->auxiliaryStatusTextField->setText(m_status);
     m_ui->listingStatusTextField->setText(m_listingStatus);
+    showLastReply();
+}
+
+void ViewController::showLastReply()
+{
+    const QString reply = m_streams.lastReply();
+    if (reply == m_shownReply) {
+        return;
+    }
+    m_shownReply = reply;
+    const QString toolTip = plainToolTip(u"The server said: %1"_s.arg(visibleText(reply)));
+    for (QWidget* field : { static_cast<QWidget*>(m_ui->statusTextField),
+                            static_cast<QWidget*>(m_ui->listingStatusTextField),
+                            static_cast<QWidget*>(m_manual->auxiliaryStatusTextField) }) {
+        field->setToolTip(toolTip);
+    }
 }
 
 void ViewController::startNextUpload(bool isNewSecond)

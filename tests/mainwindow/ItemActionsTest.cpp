@@ -275,6 +275,14 @@ TEST_F(ItemActionsTest, ARefusedFolderIsExplained)
     EXPECT_FALSE(m_controller->lc().isReceiving());
 }
 
+TEST_F(ItemActionsTest, KeptConnectionsAreClosedFirst)
+{
+    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->createFolder(u"new"_s);
+
+    EXPECT_EQ(m_streams.closedIdle, (QStringList{ u"ftp://host/in/"_s, u"ftp://host/in/"_s }));
+}
+
 TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
 {
     set({ { u"Address"_s, u"other:2121"_s }, { u"FTPFolder"_s, u"a b"_s } });

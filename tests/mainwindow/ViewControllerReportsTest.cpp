@@ -19,6 +19,20 @@ TEST_F(ViewControllerReportsTest, StatusTextsShowInBothWindowsWithTheNextTick)
     EXPECT_EQ(text("listingStatusTextField"), u"Receiving"_s);
 }
 
+TEST_F(ViewControllerReportsTest, TheStatusFieldsTellWhatTheServerSaidLast)
+{
+    EXPECT_EQ(control<QLabel>("statusTextField").toolTip(), u""_s);
+    m_streams.reply = u"550 <b>No such\u202e folder</b>"_s;
+
+    tick();
+
+    for (const char* field : { "statusTextField", "listingStatusTextField", "auxiliaryStatusTextField" }) {
+        EXPECT_TRUE(control<QLabel>(field).toolTip().contains(
+            u"The server said: 550 &lt;b&gt;No such⟨U+202E⟩ folder&lt;/b&gt;"_s))
+            << field;
+    }
+}
+
 TEST_F(ViewControllerReportsTest, OnlyATextThatHoldsErrorRaisesTheAlert)
 {
     m_controller->updateStatus(u"Upload succeeded"_s);

@@ -68,6 +68,12 @@ public:
     std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) override;
     std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) override;
 
+    QString lastReply() const override { return reply; }
+    void closeIdleConnections(const QString& location) override { closedIdle.append(location); }
+
+    QString reply; ///< What lastReply() answers.
+    QStringList closedIdle; ///< The locations whose idle connections were to be closed.
+
     /// All streams asked for that could be made, in order.
     const std::vector<std::shared_ptr<FakeFTPStream>>& streams() const { return m_streams; }
     /// The latest one; there must be one.

@@ -48,6 +48,7 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     ControlConnection& connection = *entry->connection;
     connection.setParent(this);
     connection.setUser(&user);
+    connect(&connection, &ControlConnection::replied, this, [this](const QString& line) { m_lastReply = line; });
     connect(&connection, &ControlConnection::drained, this, [this, &connection] { settle(connection); });
     connect(&connection, &ControlConnection::ended, this, [this, &connection] { ended(connection); });
     connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {

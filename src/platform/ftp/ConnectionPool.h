@@ -57,6 +57,9 @@ public:
     };
     Traits& traits(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
 
+    /// What a server has said last, as ControlConnection::replied() tells it; null at first.
+    const QString& lastReply() const { return m_lastReply; }
+
     FTPTimeouts& timeouts() { return m_timeouts; }
     DeliveryGate& gate() { return m_gate; }
 
@@ -90,4 +93,5 @@ private:
     std::vector<std::unique_ptr<Entry>> m_entries;
     std::vector<Waiter> m_waiters;
     QHash<QString, Traits> m_traits;
+    QString m_lastReply;
 };

@@ -100,9 +100,18 @@ void ControlConnection::processInput()
     }
 }
 
+QByteArray ControlConnection::withoutPassword(QByteArray text) const
+{
+    return m_key.password.isEmpty() ? text : text.replace(m_key.password, "****");
+}
+
 void ControlConnection::dispatch(const Reply& reply)
 {
-    qCDebug(ftpLog, "< %d %s", reply.code, escapedForLog(reply.text).constData());
+    const QByteArray line = QByteArray::number(reply.code) + ' ' + escapedForLog(withoutPassword(reply.text));
+    qCDebug(ftpLog, "< %s", line.constData());
+    if (!m_leaving) {
+        emit replied(QString::fromUtf8(line));
+    }
     if (m_pending.isEmpty()) {
         m_suspect = true;
         if (m_user != nullptr) {

@@ -81,6 +81,9 @@ public:
     Session& session() { return m_session; }
 
 signals:
+    /// The server has said @p line: the last of a reply, with its code, escaped like a line of the log, without the
+    /// password. Not told of one that is leaving.
+    void replied(const QString& line);
     /// The TCP connection stands.
     void established();
     /// Nothing is pending and nobody uses it. Not told of one that is leaving.
@@ -91,6 +94,7 @@ signals:
 private:
     void processInput();
     void dispatch(const Reply& reply);
+    QByteArray withoutPassword(QByteArray text) const;
     void connectionEnded();
 
     FTPServerKey m_key;

@@ -107,3 +107,15 @@ std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QS
 {
     return std::make_unique<EngineWriteStream>(Transfer::Kind::FolderCreation, location);
 }
+
+QString EngineStreamFactory::lastReply() const
+{
+    return ConnectionPool::ofThisThread().lastReply();
+}
+
+void EngineStreamFactory::closeIdleConnections(const QString& location)
+{
+    if (const std::optional<FTPLocation> server = FTPLocation::fromText(location)) {
+        ConnectionPool::ofThisThread().closeIdle(server->host, server->port);
+    }
+}

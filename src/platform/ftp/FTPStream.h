@@ -106,4 +106,11 @@ public:
     /// holds the next HasSpaceAvailable back until the server has confirmed the file.
     virtual std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) = 0;
     virtual std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) = 0;
+
+    /// The line that a server has said last to the streams of this thread, for people who wonder: escaped, without the
+    /// password. Null for none.
+    virtual QString lastReply() const { return {}; }
+    /// Ends the connections that are kept for further streams to the server of @p location on this thread, for the sake
+    /// of a server that allows few logins.
+    virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }
 };

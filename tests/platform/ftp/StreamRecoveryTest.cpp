@@ -216,4 +216,36 @@ TEST_F(StreamRecoveryTest, DataNeverGoesToThisMachineWhenTheControlConnectionEnd
     EXPECT_TRUE(bystander.isLeftAlone());
 }
 
+TEST_F(StreamRecoveryTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
+{
+    startListing(u"/"_s);
+    const auto control = m_peer.accept();
+    ASSERT_NE(control, nullptr);
+    control->say("220 Ready");
+    control->say("331 P");
+
+    control->say("530 anna/secret is no login\x1b");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
+    EXPECT_EQ(m_factory.lastReply(), u"530 anna/**** is no login\\x1b"_s);
+}
+
+TEST_F(StreamRecoveryTest, IdleConnectionsToAServerAreClosedOnRequest)
+{
+    startUpload(u"/f"_s, "hello");
+    const auto control = open("STOR f");
+    ASSERT_NE(control, nullptr);
+    control->say("150 Go on");
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    control->say("226 Done");
+    m_recorder.waitForEnd();
+    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() == 1; }));
+
+    m_factory.closeIdleConnections(u"ftp://elsewhere/"_s);
+    EXPECT_EQ(ConnectionPool::ofThisThread().idleCount(), 1);
+    m_factory.closeIdleConnections(m_peer.location(u"/any"_s));
+    EXPECT_EQ(control->hear(), "QUIT");
+    EXPECT_EQ(ConnectionPool::ofThisThread().idleCount(), 0);
+}
+
 } // namespace
