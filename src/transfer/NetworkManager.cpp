@@ -6,6 +6,7 @@
 #include "URLText.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QThread>
 #include <QUuid>
 
@@ -107,8 +108,13 @@ QString NetworkManager::pathForDownloadFileWithFilename(const QString& filename,
     if (filename.isNull() || filename.contains(u'/') || filename.contains(QChar::Null)) {
         return QString();
     }
+    const QString folder = downloadsDirectoryPath();
+    // New accounts have no such folder yet, and the download would fail at its first byte.
+    if (folder.isNull() || !QDir().mkpath(folder)) {
+        return QString();
+    }
     const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    return PathText::appendingPathComponent(downloadsDirectoryPath(), unique + u'-' + filename);
+    return PathText::appendingPathComponent(folder, unique + u'-' + filename);
 }
 
 void NetworkManager::didStartNetworkOperation()

@@ -3,6 +3,7 @@
 #include "StandardFolders.h"
 #include "TransferTest.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QThread>
@@ -158,6 +159,32 @@ TEST_F(NetworkManagerTest, ADownloadWithoutAPlaceGoesToTheDownloadsFolderUnderAN
     EXPECT_TRUE(form.match(one).hasMatch()) << one.toStdString();
     EXPECT_TRUE(form.match(two).hasMatch()) << two.toStdString();
     EXPECT_NE(one, two);
+}
+
+TEST_F(NetworkManagerTest, AMissingDownloadsFolderIsMade)
+{
+    const QDir downloads(downloadsDirectoryPath());
+    ASSERT_TRUE(QDir(downloads).removeRecursively());
+
+    const QString place = m_manager.pathForDownloadFileWithFilename(u"name.ext"_s, QString());
+
+    EXPECT_TRUE(downloads.exists());
+    QFile file(place);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << place.toStdString();
+    EXPECT_TRUE(file.remove());
+}
+
+TEST_F(NetworkManagerTest, WhereNoDownloadsFolderCanBeMadeThereIsNoPlace)
+{
+    QDir downloads(downloadsDirectoryPath());
+    ASSERT_TRUE(downloads.removeRecursively());
+    QFile inItsWay(downloads.path());
+    ASSERT_TRUE(inItsWay.open(QIODevice::WriteOnly));
+
+    EXPECT_TRUE(m_manager.pathForDownloadFileWithFilename(u"name.ext"_s, QString()).isNull());
+
+    EXPECT_TRUE(inItsWay.remove());
+    EXPECT_TRUE(downloads.mkpath(downloads.path()));
 }
 
 TEST_F(NetworkManagerTest, ANameThatIsNoFileNameHasNoPlace)
