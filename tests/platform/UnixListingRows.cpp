@@ -243,6 +243,9 @@ constexpr ListingRow rows[] = {
       "root" },
     { "French with a full stop", "-rw-r--r-- 1 root root 1 12 janv. 15:04 a", "a", 8, 0644, 1, "2024-01-12T15:04:00",
       "root", "root" },
+    { "French, April", "-rw-r--r-- 1 root root 1 12 avril 15:04 a", "a", 8, 0644, 1, "2024-04-12T15:04:00", "root",
+      "root" },
+    { "Russian", "-rw-r--r-- 1 root root 1 мая 12 15:04 a", "a", 8, 0644, 1, "2024-05-12T15:04:00", "root", "root" },
     { "Spanish", "-rw-r--r-- 1 root root 1 ene 12 15:04 a", "a", 8, 0644, 1, "2024-01-12T15:04:00", "root", "root" },
     { "Italian", "-rw-r--r-- 1 root root 1 12 giu  2020 a", "a", 8, 0644, 1, "2020-06-12T00:00:00", "root", "root" },
 };
