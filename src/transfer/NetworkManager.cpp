@@ -10,6 +10,7 @@
 #include <QThread>
 #include <QUuid>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -113,8 +114,10 @@ QString NetworkManager::pathForDownloadFileWithFilename(const QString& filename,
     if (folder.isNull() || !QDir().mkpath(folder)) {
         return QString();
     }
-    const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    return PathText::appendingPathComponent(folder, unique + u'-' + filename);
+    const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
+    // A name that a server takes may, with this before it, be too long for a file.
+    const QString fitting = PathText::shortenedFileName(filename, NAME_MAX - unique.size());
+    return PathText::appendingPathComponent(folder, unique + fitting);
 }
 
 void NetworkManager::didStartNetworkOperation()

@@ -29,7 +29,8 @@ public:
     QString smartURLForString(const QString& string) const;
 
     /// Where a download of @p filename goes: @p toFile unchanged, unless that is null; then a file of a name that
-    /// never comes twice in the Downloads folder, which is made when it is missing. Null when there can be no such
+    /// never comes twice in the Downloads folder, which is made when it is missing; of a @p filename too long for that
+    /// it holds the beginning and the extension. Null when there can be no such
     /// folder, and for a name that would lead out of it or cannot be one: null, or with "/" or NUL in it.
     QString pathForDownloadFileWithFilename(const QString& filename, const QString& toFile) const;
 

@@ -161,6 +161,26 @@ TEST_F(NetworkManagerTest, ADownloadWithoutAPlaceGoesToTheDownloadsFolderUnderAN
     EXPECT_NE(one, two);
 }
 
+TEST_F(NetworkManagerTest, ANameTooLongForTheDownloadsFolderLosesTheEndOfItsStem)
+{
+    struct Row {
+        QString name;
+        QString expected;
+    };
+    const std::vector<Row> rows{
+        { QString(214, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
+        { QString(215, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
+        { QString(80, u'\u6587') + u".ext"_s, QString(71, u'\u6587') + u".ext"_s },
+    };
+    for (const Row& row : rows) {
+        QFile file(m_manager.pathForDownloadFileWithFilename(row.name, QString()));
+
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << row.name.toStdString();
+        EXPECT_TRUE(file.fileName().endsWith(u'-' + row.expected)) << file.fileName().toStdString();
+        EXPECT_TRUE(file.remove());
+    }
+}
+
 TEST_F(NetworkManagerTest, AMissingDownloadsFolderIsMade)
 {
     const QDir downloads(downloadsDirectoryPath());
