@@ -2,6 +2,8 @@
 
 #include <QTextBoundaryFinder>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The length of @p path without the slashes at its end; the first slash stays.
@@ -68,6 +70,11 @@ QString PathText::appendingPathComponent(const QString& path, const QString& com
     joined += QStringView(component).sliced(start);
     joined.truncate(lengthWithoutTrailingSlashes(joined));
     return joined;
+}
+
+bool PathText::isFileName(const QString& name)
+{
+    return !name.isEmpty() && name != "."_L1 && name != ".."_L1 && !name.contains(u'/') && !name.contains(QChar::Null);
 }
 
 QString PathText::shortenedFileName(const QString& name, qsizetype bytes)

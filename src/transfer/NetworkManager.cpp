@@ -106,7 +106,7 @@ QString NetworkManager::pathForDownloadFileWithFilename(const QString& filename,
     if (!toFile.isNull()) {
         return toFile;
     }
-    if (filename.isNull() || filename.contains(u'/') || filename.contains(QChar::Null)) {
+    if (!PathText::isFileName(filename)) {
         return QString();
     }
     const QString folder = downloadsDirectoryPath();

@@ -79,6 +79,17 @@ TEST(PathTextTest, AppendingToNoPathGivesNoPath)
     EXPECT_TRUE(PathText::appendingPathComponent(QString(), u"a"_s).isNull());
 }
 
+TEST(PathTextTest, AFileNameStaysInItsFolder)
+{
+    for (const QString& name : { u"a"_s, u".a"_s, u"..."_s, u"..a"_s, u" "_s, u"~"_s, u"a\\b"_s, u"\u6587"_s }) {
+        EXPECT_TRUE(PathText::isFileName(name)) << name.toStdString();
+    }
+    for (const QString& name :
+         { QString(), u""_s, u"."_s, u".."_s, u"/"_s, u"/etc/x"_s, u"../x"_s, u"a/b"_s, u"a/"_s, u"a\0b"_s, u"\0"_s }) {
+        EXPECT_FALSE(PathText::isFileName(name)) << name.toStdString();
+    }
+}
+
 TEST(PathTextTest, ANameThatFitsIsNotShortened)
 {
     EXPECT_EQ(PathText::shortenedFileName(u"abcdef.txt"_s, 10), u"abcdef.txt"_s);

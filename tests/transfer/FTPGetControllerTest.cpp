@@ -205,7 +205,8 @@ TEST_F(FTPGetControllerTest, AnAddressThatIsNoFTPAddressIsAnInvalidURLWithoutASt
 
 TEST_F(FTPGetControllerTest, AnAddressWithoutAFileNameHasNoPlaceOfItsOwn)
 {
-    for (const QString& address : { u"ftp://host/"_s, u"ftp://host/a%2F..%2Fb"_s }) {
+    for (const QString& address :
+         { u"ftp://host"_s, u"ftp://host/"_s, u"ftp://host/.."_s, u"ftp://host/a%2F..%2Fb"_s }) {
         m_delegate->calls.clear();
         m_controller->startReceive(address, QString(), QString(), QString());
 

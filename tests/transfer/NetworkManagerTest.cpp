@@ -209,7 +209,7 @@ TEST_F(NetworkManagerTest, WhereNoDownloadsFolderCanBeMadeThereIsNoPlace)
 
 TEST_F(NetworkManagerTest, ANameThatIsNoFileNameHasNoPlace)
 {
-    for (const QString& name : { u"/"_s, u"../a"_s, u"a/b"_s, u"a\u0000b"_s, QString() }) {
+    for (const QString& name : { u"/"_s, u"../a"_s, u"a/b"_s, u"a\u0000b"_s, u"."_s, u".."_s, u""_s, QString() }) {
         EXPECT_TRUE(m_manager.pathForDownloadFileWithFilename(name, QString()).isNull()) << name.toStdString();
     }
 }
