@@ -1,5 +1,6 @@
 #include "FTPGetController.h"
 
+#include "FaultyFileCalls.h"
 #include "FileSizeLimit.h"
 #include "StandardFolders.h"
 #include "TransferTest.h"
@@ -7,7 +8,9 @@
 
 #include <QDir>
 
+#include <cerrno>
 #include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -325,6 +328,34 @@ TEST_F(FTPGetControllerTest, ABlockIsWrittenInAsManyPiecesAsItTakesUntilTheDiskI
                             u"File write error"_s }));
     EXPECT_EQ(contents(m_file), QByteArray(60, 'x'));
     EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerTest, AFileThatTakesNothingIsAFileWriteError)
+{
+    startReceivingFileOfSize(std::nullopt);
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::letWritesTakeNothing();
+        m_streams.last().sendBytes("hello");
+    }
+
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Receiving \"remote%20name\""_s, u"File write error"_s }));
+    EXPECT_FALSE(m_controller->isReceiving());
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerTest, AFileThatCannotBeClosedIsAFileWriteError)
+{
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendBytes("hello");
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::failToClose(EDQUOT);
+        m_streams.last().sendEnd();
+    }
+
+    EXPECT_EQ(m_delegate->calls.last(), u"File write error"_s);
+    EXPECT_FALSE(m_delegate->calls.contains(u"Download succeeded"_s));
 }
 
 TEST_F(FTPGetControllerTest, ACancelHalfWayLeavesThePartialFile)
