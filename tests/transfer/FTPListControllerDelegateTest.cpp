@@ -10,10 +10,7 @@ TEST_F(FTPListControllerDelegateTest, ADelegateMayDestroyTheControllerFromInside
 {
     for (const QString& report : { u"Starting list..."_s, u"Started List."_s, u"Opened connection"_s, u"Receiving"_s,
                                    u"entries a"_s, u"Listing parse failed"_s }) {
-        replaceController([](QByteArrayView bytes, const QDateTime& now) {
-            return bytes.startsWith("bad") ? ParsedListing{ .consumed = -1, .entry = {} }
-                                           : parseListingLine(bytes, now);
-        });
+        replaceController(parseUpToBadLine);
         m_delegate->reaction = [this, &report](const QString& call) {
             if (call == report) {
                 m_controller.reset();
@@ -46,4 +43,22 @@ TEST_F(FTPListControllerDelegateTest, ReportsToADelegateThatIsGoneAreDropped)
     EXPECT_EQ(countChange(), 0);
 }
 
+TEST_F(FTPListControllerDelegateTest, EntriesBeforeAParseErrorDoNotJoinAListingStartedFromItsReport)
+{
+    replaceController(parseUpToBadLine);
+    startReceiving();
+    m_delegate->reaction = [this](const QString& call) {
+        if (call == u"Listing parse failed"_s) {
+            start();
+        }
+    };
+
+    m_streams.last().sendBytes(line("old") + "bad\r\n");
+    m_streams.last().sendBytes(line("new"));
+
+    EXPECT_EQ(m_delegate->calls,
+              (QStringList{ u"Receiving"_s, u"Listing parse failed"_s, u"Starting list..."_s, u"Started List."_s,
+                            u"Receiving"_s, u"entries new"_s }));
+    EXPECT_EQ(countChange(), 1);
+}
 } // namespace

@@ -114,9 +114,7 @@ TEST_F(FTPListControllerParsingTest, ReencodingReplacesTheNameAlone)
 
 TEST_F(FTPListControllerParsingTest, AParseErrorEndsTheListingAndDeliversWhatCameBefore)
 {
-    replaceController([](QByteArrayView bytes, const QDateTime& now) {
-        return bytes.startsWith("bad") ? ParsedListing{ .consumed = -1, .entry = {} } : parseListingLine(bytes, now);
-    });
+    replaceController(parseUpToBadLine);
     startReceiving();
 
     m_streams.last().sendBytes(line("a") + line("b") + "bad\r\n" + line("c"));

@@ -35,6 +35,12 @@ inline QByteArray line(const QByteArray& name)
     return "-rw-r--r--   1 owner   group   1234 Jan 12 2024 " + name + "\r\n";
 }
 
+/// Reads lines as they are, but takes one that begins with "bad" for the end of what can be read.
+inline ParsedListing parseUpToBadLine(QByteArrayView bytes, const QDateTime& now)
+{
+    return bytes.startsWith("bad") ? ParsedListing{ .consumed = -1, .entry = {} } : parseListingLine(bytes, now);
+}
+
 /// A listing controller, the delegate that it reports to, and the streams that it asks for.
 class FTPListControllerTest : public TransferTest {
 protected:
