@@ -121,6 +121,15 @@ bool takeTimeOfDay(QByteArrayView& text, CivilTime& time, bool& hasSeconds)
     return true;
 }
 
+/// Whether there is an English letter in @p word, or anything beyond ASCII.
+bool holdsLetter(QByteArrayView word)
+{
+    return std::ranges::any_of(word, [](char c) {
+        const auto small = static_cast<quint8>(c | 0x20);
+        return (small >= 'a' && small <= 'z') || small >= 0x80;
+    });
+}
+
 bool atColumnEnd(QByteArrayView text)
 {
     return text.isEmpty() || isListingBlank(text.front());
@@ -186,19 +195,26 @@ std::optional<ListingDate> readMonthFirst(QByteArrayView text, int month, const 
     return readYearOrTime(text, { .month = month, .day = *day }, now);
 }
 
+/// The month, 0 for one that is not known; nothing when @p word is none of @p months.
+std::optional<int> readMonth(QByteArrayView word, ListingMonthWords months)
+{
+    const int month = listingMonth(word);
+    if (month == 0 && (months == ListingMonthWords::Known || !holdsLetter(word))) {
+        return std::nullopt;
+    }
+    return month;
+}
+
 /// "12 Jan 15:04", "12. Jan 2024".
-std::optional<ListingDate> readDayFirst(QByteArrayView text, const QDateTime& now)
+std::optional<ListingDate> readDayFirst(QByteArrayView text, const QDateTime& now, ListingMonthWords months)
 {
     QByteArrayView column = takeColumn(text);
     const std::optional<int> day = takeNumber(column, 1, 2);
     if (!day || (!column.isEmpty() && column != QByteArrayView("."))) {
         return std::nullopt;
     }
-    const int month = listingMonth(takeColumn(text));
-    if (month == 0) {
-        return std::nullopt;
-    }
-    return readYearOrTime(text, { .month = month, .day = *day }, now);
+    const std::optional<int> month = readMonth(takeColumn(text), months);
+    return month ? readYearOrTime(text, { .month = *month, .day = *day }, now) : std::nullopt;
 }
 
 /// The end of an ISO time with seconds: ".123456789 +0100", each part optional.
@@ -291,21 +307,25 @@ std::optional<qint64> toMSecs(const CivilTime& time, int offsetMinutes)
     return civil ? std::optional(*civil - offsetMinutes * msecsPerMinute) : std::nullopt;
 }
 
-std::optional<ListingDate> readUnixDate(QByteArrayView text, const QDateTime& now)
+std::optional<ListingDate> readUnixDate(QByteArrayView text, const QDateTime& now, ListingMonthWords months)
 {
     const QByteArrayView date = withoutLeadingBlanks(text);
     if (date.isEmpty()) {
         return std::nullopt;
     }
     if (isListingDigit(date.front())) {
-        const std::optional<ListingDate> iso = readIsoDate(date, now);
-        return iso ? iso : readDayFirst(date, now);
+        if (const std::optional<ListingDate> iso = readIsoDate(date, now)) {
+            return iso;
+        }
+        if (const std::optional<ListingDate> dayFirst = readDayFirst(date, now, months)) {
+            return dayFirst;
+        }
     }
     QByteArrayView rest = date;
     QByteArrayView word = takeColumn(rest);
     if (isListingWeekday(word)) {
         word = takeColumn(rest);
     }
-    const int month = listingMonth(word);
-    return month != 0 ? readMonthFirst(rest, month, now) : std::nullopt;
+    const std::optional<int> month = readMonth(word, months);
+    return month ? readMonthFirst(rest, *month, now) : std::nullopt;
 }

@@ -28,7 +28,13 @@ struct ListingDate {
     std::optional<qint64> msecs; ///< As in ListingEntry::modDate; nothing for a day that does not exist ("Feb 30").
 };
 
+/// Which words readUnixDate() takes for months.
+enum class ListingMonthWords {
+    Known, ///< Those of listingMonth() alone.
+    Any, ///< Every word with a letter in it; a date in a month that is not known has no milliseconds.
+};
+
 /// Reads the date with which @p text begins, after blanks: "Jan 12 15:04", "Jan 12  2024", "12 Jan 2024",
 /// "2024-01-12 15:04", with or without weekday, seconds, fractions and time zone, month names in English and the most
 /// frequent other languages. Nothing when no date stands there.
-std::optional<ListingDate> readUnixDate(QByteArrayView text, const QDateTime& now);
+std::optional<ListingDate> readUnixDate(QByteArrayView text, const QDateTime& now, ListingMonthWords months);

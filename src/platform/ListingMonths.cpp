@@ -5,59 +5,46 @@
 namespace {
 
 struct NamedMonth {
-    const char* name; ///< In small letters; accents in UTF-8 or in Latin-1.
+    QByteArrayView name; ///< In small letters, in UTF-8 or in the one-byte code of its language (Latin-1, Latin-2).
     int month;
 };
 
-// Those whose three letters are not the English ones. One list serves all languages: none of them disagree.
+// Those that are not the three English letters: what ls prints in French, German, Italian, Spanish, Portuguese, Dutch,
+// the Nordic languages, Polish, Czech, Romanian, Hungarian, Finnish and Russian. One list serves all of them: none
+// disagree.
 constexpr std::array otherMonths{
-    NamedMonth{ "abr", 4 },
-    NamedMonth{ "ago", 8 },
-    NamedMonth{ "ao\xC3\xBBt", 8 },
-    NamedMonth{ "ao\xFBt", 8 },
-    NamedMonth{ "avr", 4 },
-    NamedMonth{ "des", 12 },
-    NamedMonth{ "dez", 12 },
-    NamedMonth{ "dic", 12 },
-    NamedMonth{ "d\xC3\xA9"
-                "c",
-                12 },
-    NamedMonth{ "d\xE9"
-                "c",
-                12 },
-    NamedMonth{ "ene", 1 },
-    NamedMonth{ "fev", 2 },
-    NamedMonth{ "f\xC3\xA9v", 2 },
-    NamedMonth{ "f\xC3\xA9vr", 2 },
-    NamedMonth{ "f\xE9v", 2 },
-    NamedMonth{ "f\xE9vr", 2 },
-    NamedMonth{ "gen", 1 },
-    NamedMonth{ "giu", 6 },
-    NamedMonth{ "janv", 1 },
-    NamedMonth{ "juil", 7 },
-    NamedMonth{ "juin", 6 },
-    NamedMonth{ "juli", 7 },
-    NamedMonth{ "juni", 6 },
-    NamedMonth{ "lug", 7 },
-    NamedMonth{ "mag", 5 },
-    NamedMonth{ "mai", 5 },
-    NamedMonth{ "maj", 5 },
-    NamedMonth{ "mars", 3 },
-    NamedMonth{ "mei", 5 },
-    NamedMonth{ "mrt", 3 },
-    NamedMonth{ "mrz", 3 },
-    NamedMonth{ "m\xC3\xA4r", 3 },
-    NamedMonth{ "m\xC3\xA4rz", 3 },
-    NamedMonth{ "m\xE4r", 3 },
-    NamedMonth{ "m\xE4rz", 3 },
-    NamedMonth{ "okt", 10 },
-    NamedMonth{ "ott", 10 },
-    NamedMonth{ "out", 10 },
-    NamedMonth{ "sept", 9 },
-    NamedMonth{ "set", 9 },
+    NamedMonth{ "ene", 1 },       NamedMonth{ "gen", 1 },     NamedMonth{ "ian", 1 },        NamedMonth{ "janv", 1 },
+    NamedMonth{ "jän", 1 },       NamedMonth{ "j\344n", 1 },  NamedMonth{ "led", 1 },        NamedMonth{ "sty", 1 },
+    NamedMonth{ "tammi", 1 },     NamedMonth{ "янв", 1 },     NamedMonth{ "febr", 2 },       NamedMonth{ "fev", 2 },
+    NamedMonth{ "fév", 2 },       NamedMonth{ "févr", 2 },    NamedMonth{ "f\351v", 2 },     NamedMonth{ "f\351vr", 2 },
+    NamedMonth{ "helmi", 2 },     NamedMonth{ "lut", 2 },     NamedMonth{ "úno", 2 },        NamedMonth{ "фев", 2 },
+    NamedMonth{ "\372no", 2 },    NamedMonth{ "bře", 3 },     NamedMonth{ "b\370e", 3 },     NamedMonth{ "maalis", 3 },
+    NamedMonth{ "mars", 3 },      NamedMonth{ "mrt", 3 },     NamedMonth{ "mrz", 3 },        NamedMonth{ "márc", 3 },
+    NamedMonth{ "mär", 3 },       NamedMonth{ "märz", 3 },    NamedMonth{ "m\341rc", 3 },    NamedMonth{ "m\344r", 3 },
+    NamedMonth{ "m\344rz", 3 },   NamedMonth{ "мар", 3 },     NamedMonth{ "abr", 4 },        NamedMonth{ "april", 4 },
+    NamedMonth{ "avr", 4 },       NamedMonth{ "avril", 4 },   NamedMonth{ "dub", 4 },        NamedMonth{ "huhti", 4 },
+    NamedMonth{ "kwi", 4 },       NamedMonth{ "ápr", 4 },     NamedMonth{ "апр", 4 },        NamedMonth{ "\341pr", 4 },
+    NamedMonth{ "kvě", 5 },       NamedMonth{ "kv\354", 5 },  NamedMonth{ "mag", 5 },        NamedMonth{ "mai", 5 },
+    NamedMonth{ "maj", 5 },       NamedMonth{ "mei", 5 },     NamedMonth{ "máj", 5 },        NamedMonth{ "m\341j", 5 },
+    NamedMonth{ "touko", 5 },     NamedMonth{ "май", 5 },     NamedMonth{ "мая", 5 },        NamedMonth{ "cze", 6 },
+    NamedMonth{ "giu", 6 },       NamedMonth{ "iun", 6 },     NamedMonth{ "juin", 6 },       NamedMonth{ "juni", 6 },
+    NamedMonth{ "jún", 6 },       NamedMonth{ "j\372n", 6 },  NamedMonth{ "kesä", 6 },       NamedMonth{ "kes\344", 6 },
+    NamedMonth{ "čen", 6 },       NamedMonth{ "июн", 6 },     NamedMonth{ "\350en", 6 },     NamedMonth{ "heinä", 7 },
+    NamedMonth{ "hein\344", 7 },  NamedMonth{ "iul", 7 },     NamedMonth{ "juil", 7 },       NamedMonth{ "juli", 7 },
+    NamedMonth{ "júl", 7 },       NamedMonth{ "j\372l", 7 },  NamedMonth{ "lip", 7 },        NamedMonth{ "lug", 7 },
+    NamedMonth{ "čec", 7 },       NamedMonth{ "июл", 7 },     NamedMonth{ "\350ec", 7 },     NamedMonth{ "ago", 8 },
+    NamedMonth{ "août", 8 },      NamedMonth{ "ao\373t", 8 }, NamedMonth{ "elo", 8 },        NamedMonth{ "sie", 8 },
+    NamedMonth{ "srp", 8 },       NamedMonth{ "авг", 8 },     NamedMonth{ "sept", 9 },       NamedMonth{ "set", 9 },
+    NamedMonth{ "syys", 9 },      NamedMonth{ "szept", 9 },   NamedMonth{ "wrz", 9 },        NamedMonth{ "zář", 9 },
+    NamedMonth{ "z\341\370", 9 }, NamedMonth{ "сен", 9 },     NamedMonth{ "loka", 10 },      NamedMonth{ "okt", 10 },
+    NamedMonth{ "ott", 10 },      NamedMonth{ "out", 10 },    NamedMonth{ "pa\274", 10 },    NamedMonth{ "paź", 10 },
+    NamedMonth{ "říj", 10 },      NamedMonth{ "окт", 10 },    NamedMonth{ "\370\355j", 10 }, NamedMonth{ "lis", 11 },
+    NamedMonth{ "marras", 11 },   NamedMonth{ "ноя", 11 },    NamedMonth{ "des", 12 },       NamedMonth{ "dez", 12 },
+    NamedMonth{ "dic", 12 },      NamedMonth{ "déc", 12 },    NamedMonth{ "d\351c", 12 },    NamedMonth{ "gru", 12 },
+    NamedMonth{ "joulu", 12 },    NamedMonth{ "pro", 12 },    NamedMonth{ "дек", 12 },
 };
 
-constexpr qsizetype longestMonth = 5;
+constexpr qsizetype longestMonth = 6;
 
 constexpr char lowerCase(char c)
 {
@@ -142,7 +129,7 @@ int listingMonth(QByteArrayView word)
         }
     }
     for (const NamedMonth& named : otherMonths) {
-        if (equalsIgnoringCase(word, QByteArrayView(named.name))) {
+        if (equalsIgnoringCase(word, named.name)) {
             return named.month;
         }
     }

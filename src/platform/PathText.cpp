@@ -1,5 +1,9 @@
 #include "PathText.h"
 
+#include <QTextBoundaryFinder>
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The length of @p path without the slashes at its end; the first slash stays.
@@ -10,6 +14,21 @@ qsizetype lengthWithoutTrailingSlashes(const QString& path)
         --length;
     }
     return length;
+}
+
+/// As many of the first characters of @p text as take at most @p bytes in UTF-8. A letter and its accents are one.
+QString firstCharacters(const QString& text, qsizetype bytes)
+{
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype end = 0;
+    while (finder.toNextBoundary() > end) {
+        bytes -= QStringView(text).sliced(end, finder.position() - end).toUtf8().size();
+        if (bytes < 0) {
+            break;
+        }
+        end = finder.position();
+    }
+    return text.left(end);
 }
 
 } // namespace
@@ -51,4 +70,22 @@ QString PathText::appendingPathComponent(const QString& path, const QString& com
     joined += QStringView(component).sliced(start);
     joined.truncate(lengthWithoutTrailingSlashes(joined));
     return joined;
+}
+
+bool PathText::isFileName(const QString& name)
+{
+    return !name.isEmpty() && name != "."_L1 && name != ".."_L1 && !name.contains(u'/') && !name.contains(QChar::Null);
+}
+
+QString PathText::shortenedFileName(const QString& name, qsizetype bytes)
+{
+    if (name.toUtf8().size() <= bytes) {
+        return name;
+    }
+    const QString extension = name.sliced(deletingPathExtension(name).size());
+    const qsizetype extensionBytes = extension.toUtf8().size();
+    if (extensionBytes > bytes / 2) {
+        return firstCharacters(name, bytes);
+    }
+    return firstCharacters(name.chopped(extension.size()), bytes - extensionBytes) + extension;
 }

@@ -17,4 +17,12 @@ QString deletingPathExtension(const QString& path);
 /// an empty @p path gives the component alone, a null one null.
 QString appendingPathComponent(const QString& path, const QString& component);
 
+/// Whether @p name, which may come from anywhere, can name a file inside a folder and none elsewhere: it is not empty,
+/// "." or "..", and holds neither "/" nor NUL.
+bool isFileName(const QString& name);
+
+/// @p name, which holds no "/", when it takes at most @p bytes in UTF-8, else cut to that: the part before the
+/// extension loses whole characters at its end. An extension of more than half of @p bytes counts as none.
+QString shortenedFileName(const QString& name, qsizetype bytes);
+
 } // namespace PathText

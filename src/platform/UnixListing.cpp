@@ -226,7 +226,8 @@ struct SizeAndDate {
 
 /// Finds the first size with a date behind it in @p columns, what follows the permissions. Where that leaves no column
 /// for an owner, one further on is preferred: an owner called Jan looks like a month.
-std::optional<SizeAndDate> findSizeAndDate(QByteArrayView columns, bool device, const QDateTime& now)
+std::optional<SizeAndDate> findSizeAndDate(QByteArrayView columns, bool device, const QDateTime& now,
+                                           ListingMonthWords months)
 {
     std::optional<SizeAndDate> withoutOwner;
     QByteArrayView rest = columns;
@@ -239,7 +240,7 @@ std::optional<SizeAndDate> findSizeAndDate(QByteArrayView columns, bool device, 
         }
         const SizeColumn kind = kindOfSizeColumn(column, device);
         if (kind == SizeColumn::Bytes || kind == SizeColumn::Unknown) {
-            if (const std::optional<ListingDate> date = readUnixDate(rest, now)) {
+            if (const std::optional<ListingDate> date = readUnixDate(rest, now, months)) {
                 const char* const begin = major.isNull() ? column.data() : major.data();
                 SizeAndDate found{ .before = columns.first(begin - columns.data()), .size = {}, .date = *date };
                 if (kind == SizeColumn::Bytes && !device) {
@@ -248,7 +249,10 @@ std::optional<SizeAndDate> findSizeAndDate(QByteArrayView columns, bool device, 
                 if (!first) {
                     return found;
                 }
-                withoutOwner = found;
+                // Any owner looks like a month that is not known.
+                if (months == ListingMonthWords::Known) {
+                    withoutOwner = found;
+                }
             }
         }
         major = kind == SizeColumn::Major ? column : QByteArrayView();
@@ -299,7 +303,11 @@ std::optional<ListingEntry> parseUnixListingLine(QByteArrayView line, const QDat
     QByteArrayView name;
     if (entry.mode) {
         const bool device = entry.type == 2 || entry.type == 6;
-        const std::optional<SizeAndDate> found = findSizeAndDate(line, device, now);
+        std::optional<SizeAndDate> found = findSizeAndDate(line, device, now, ListingMonthWords::Known);
+        if (!found) {
+            // Better an item without a date than none.
+            found = findSizeAndDate(line, device, now, ListingMonthWords::Any);
+        }
         if (!found) {
             return std::nullopt;
         }

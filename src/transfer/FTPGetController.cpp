@@ -130,7 +130,8 @@ void FTPGetController::writeBlock(std::span<const char> block)
 {
     while (!block.empty()) {
         const qint64 count = m_fileStream->write(block);
-        if (count < 0) {
+        // Nothing taken is a failure too: to try again might never end.
+        if (count <= 0) {
             stopReceiveWithStatus(u"File write error"_s);
             return;
         }

@@ -126,12 +126,15 @@ void FTPListController::parseListData()
     m_listData.remove(0, offset);
     m_searched = m_listData.size();
 
-    const Watch watch(*this);
     if (consumed < 0) {
+        const Watch watch(*this);
         stopReceiveWithStatus(u"Listing parse failed"_s);
+        // What was read before an error is delivered all the same, but not as part of a listing started meanwhile.
+        if (!watch.isAlive() || isReceiving()) {
+            return;
+        }
     }
-    // What was read before an error is delivered all the same.
-    if (watch.isAlive() && !entries.isEmpty()) {
+    if (!entries.isEmpty()) {
         addListEntries(entries);
     }
 }

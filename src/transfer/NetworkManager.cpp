@@ -6,9 +6,11 @@
 #include "URLText.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QThread>
 #include <QUuid>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -104,11 +106,18 @@ QString NetworkManager::pathForDownloadFileWithFilename(const QString& filename,
     if (!toFile.isNull()) {
         return toFile;
     }
-    if (filename.isNull() || filename.contains(u'/') || filename.contains(QChar::Null)) {
+    if (!PathText::isFileName(filename)) {
         return QString();
     }
-    const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    return PathText::appendingPathComponent(downloadsDirectoryPath(), unique + u'-' + filename);
+    const QString folder = downloadsDirectoryPath();
+    // New accounts have no such folder yet, and the download would fail at its first byte.
+    if (folder.isNull() || !QDir().mkpath(folder)) {
+        return QString();
+    }
+    const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
+    // A name that a server takes may, with this before it, be too long for a file.
+    const QString fitting = PathText::shortenedFileName(filename, NAME_MAX - unique.size());
+    return PathText::appendingPathComponent(folder, unique + fitting);
 }
 
 void NetworkManager::didStartNetworkOperation()

@@ -29,8 +29,9 @@ public:
     QString smartURLForString(const QString& string) const;
 
     /// Where a download of @p filename goes: @p toFile unchanged, unless that is null; then a file of a name that
-    /// never comes twice in the Downloads folder. Null when there is no such folder, and for a name that would lead
-    /// out of it or cannot be one: null, or with "/" or NUL in it.
+    /// never comes twice in the Downloads folder, which is made when it is missing. Of a @p filename too long for that
+    /// it holds the beginning and the extension. Null when there can be no such folder, and for a @p filename that is
+    /// none: see PathText::isFileName().
     QString pathForDownloadFileWithFilename(const QString& filename, const QString& toFile) const;
 
     /// An operation has started. Ends the process when called on another thread than the main one.

@@ -1,3 +1,4 @@
+#include "FaultyFileCalls.h"
 #include "FileInputStream.h"
 #include "FileOutputStream.h"
 #include "Printers.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -187,6 +189,37 @@ TEST_F(FileStreamTest, OutputToAFullDiskFails)
 
     EXPECT_EQ(stream.write(std::array{ 'x' }), -1);
     EXPECT_FALSE(stream.close());
+}
+
+TEST_F(FileStreamTest, OutputThatIsInterruptedIsTriedAgain)
+{
+    FileOutputStream stream(path(u"a"_s));
+    stream.open();
+    const FaultyFileCalls faults;
+
+    FaultyFileCalls::interruptWrites(2);
+
+    EXPECT_EQ(stream.write(std::array{ 'x' }), 1);
+    EXPECT_TRUE(stream.close());
+    EXPECT_EQ(contents(path(u"a"_s)), "x");
+}
+
+TEST_F(FileStreamTest, OutputFailsWhenClosingDoes)
+{
+    struct Row {
+        int error;
+        bool closes;
+    };
+    for (const Row& row : { Row{ EIO, false }, Row{ EDQUOT, false }, Row{ EINTR, true } }) {
+        FileOutputStream stream(path(u"a"_s));
+        stream.open();
+        EXPECT_EQ(stream.write(std::array{ 'x' }), 1);
+        const FaultyFileCalls faults;
+
+        FaultyFileCalls::failToClose(row.error);
+
+        EXPECT_EQ(stream.close(), row.closes) << row.error;
+    }
 }
 
 } // namespace

@@ -243,8 +243,22 @@ constexpr ListingRow rows[] = {
       "root" },
     { "French with a full stop", "-rw-r--r-- 1 root root 1 12 janv. 15:04 a", "a", 8, 0644, 1, "2024-01-12T15:04:00",
       "root", "root" },
+    { "French, April", "-rw-r--r-- 1 root root 1 12 avril 15:04 a", "a", 8, 0644, 1, "2024-04-12T15:04:00", "root",
+      "root" },
+    { "Russian", "-rw-r--r-- 1 root root 1 мая 12 15:04 a", "a", 8, 0644, 1, "2024-05-12T15:04:00", "root", "root" },
     { "Spanish", "-rw-r--r-- 1 root root 1 ene 12 15:04 a", "a", 8, 0644, 1, "2024-01-12T15:04:00", "root", "root" },
     { "Italian", "-rw-r--r-- 1 root root 1 12 giu  2020 a", "a", 8, 0644, 1, "2020-06-12T00:00:00", "root", "root" },
+
+    // Months that nobody knows: the item is there without its date.
+    { "unknown month", "-rw-r--r-- 1 root root 1234 Foo 12 15:04 a", "a", 8, 0644, 1234, nullptr, "root", "root" },
+    { "unknown month, day first", "-rw-r--r-- 1 root root 1234 12. Foo  2020 a b", "a b", 8, 0644, 1234, nullptr,
+      "root", "root" },
+    { "month in full", "drwxr-xr-x 1 root root 4096 January 12 15:04 a", "a", 4, 0755, 4096, nullptr, "root", "root" },
+    { "Chinese", "-rw-r--r-- 1 root root 1234 1月  12 15:04 a", "a", 8, 0644, 1234, nullptr, "root", "root" },
+    { "Greek in ISO 8859-7", "-rw-r--r-- 1 root root 1234 12 \311\341\355 15:04 a", "a", 8, 0644, 1234, nullptr, "root",
+      "root" },
+    { "unknown month behind an owner with a number", "-rw-r--r-- 1 user 12 2000 Foo 12 15:04 a", "a", 8, 0644, 2000,
+      nullptr, "user", "12" },
 };
 
 } // namespace

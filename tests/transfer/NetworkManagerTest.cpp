@@ -3,6 +3,7 @@
 #include "StandardFolders.h"
 #include "TransferTest.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QThread>
@@ -169,9 +170,55 @@ TEST_F(NetworkManagerTest, ADownloadWithoutAPlaceGoesToTheDownloadsFolderUnderAN
     EXPECT_NE(one, two);
 }
 
+TEST_F(NetworkManagerTest, ANameTooLongForTheDownloadsFolderLosesTheEndOfItsStem)
+{
+    struct Row {
+        QString name;
+        QString expected;
+    };
+    const std::vector<Row> rows{
+        { QString(214, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
+        { QString(215, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
+        { QString(80, u'\u6587') + u".ext"_s, QString(71, u'\u6587') + u".ext"_s },
+    };
+    for (const Row& row : rows) {
+        QFile file(m_manager.pathForDownloadFileWithFilename(row.name, QString()));
+
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << row.name.toStdString();
+        EXPECT_TRUE(file.fileName().endsWith(u'-' + row.expected)) << file.fileName().toStdString();
+        EXPECT_TRUE(file.remove());
+    }
+}
+
+TEST_F(NetworkManagerTest, AMissingDownloadsFolderIsMade)
+{
+    const QDir downloads(downloadsDirectoryPath());
+    ASSERT_TRUE(QDir(downloads).removeRecursively());
+
+    const QString place = m_manager.pathForDownloadFileWithFilename(u"name.ext"_s, QString());
+
+    EXPECT_TRUE(downloads.exists());
+    QFile file(place);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << place.toStdString();
+    EXPECT_TRUE(file.remove());
+}
+
+TEST_F(NetworkManagerTest, WhereNoDownloadsFolderCanBeMadeThereIsNoPlace)
+{
+    QDir downloads(downloadsDirectoryPath());
+    ASSERT_TRUE(downloads.removeRecursively());
+    QFile inItsWay(downloads.path());
+    ASSERT_TRUE(inItsWay.open(QIODevice::WriteOnly));
+
+    EXPECT_TRUE(m_manager.pathForDownloadFileWithFilename(u"name.ext"_s, QString()).isNull());
+
+    EXPECT_TRUE(inItsWay.remove());
+    EXPECT_TRUE(downloads.mkpath(downloads.path()));
+}
+
 TEST_F(NetworkManagerTest, ANameThatIsNoFileNameHasNoPlace)
 {
-    for (const QString& name : { u"/"_s, u"../a"_s, u"a/b"_s, u"a\u0000b"_s, QString() }) {
+    for (const QString& name : { u"/"_s, u"../a"_s, u"a/b"_s, u"a\u0000b"_s, u"."_s, u".."_s, u""_s, QString() }) {
         EXPECT_TRUE(m_manager.pathForDownloadFileWithFilename(name, QString()).isNull()) << name.toStdString();
     }
 }

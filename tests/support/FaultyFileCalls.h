@@ -1,0 +1,18 @@
+#pragma once
+
+/// While one lives, chosen calls of the system behind files fail in the code under test, as they do on full disks,
+/// with quotas and on network drives. Only in programs that link file_call_support.
+class FaultyFileCalls {
+public:
+    FaultyFileCalls() = default;
+    FaultyFileCalls(const FaultyFileCalls&) = delete;
+    FaultyFileCalls& operator=(const FaultyFileCalls&) = delete;
+    ~FaultyFileCalls(); ///< All calls work again.
+
+    /// How many of the next writes are interrupted before the first byte.
+    static void interruptWrites(int count);
+    /// From here on writes take nothing, without an error.
+    static void letWritesTakeNothing();
+    /// From here on closing frees the descriptor and fails with @p error.
+    static void failToClose(int error);
+};

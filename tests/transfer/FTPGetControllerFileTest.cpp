@@ -1,0 +1,184 @@
+#include "FTPGetControllerTest.h"
+#include "FaultyFileCalls.h"
+#include "FileSizeLimit.h"
+#include "StandardFolders.h"
+
+#include <QDir>
+
+#include <cerrno>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using FTPGetControllerFileTest = FTPGetControllerTest;
+
+TEST_F(FTPGetControllerFileTest, AnExistingFileIsReplaced)
+{
+    makeFile(u"local"_s, "a longer text than the new one");
+    startReceivingFileOfSize(std::nullopt);
+
+    m_streams.last().sendBytes("new");
+    m_streams.last().sendEnd();
+
+    EXPECT_EQ(contents(m_file), "new");
+}
+
+TEST_F(FTPGetControllerFileTest, WithoutAPlaceEachDownloadGetsAFileOfItsOwnInTheDownloadsFolder)
+{
+    for (int i = 0; i < 2; ++i) {
+        start(QString());
+        m_streams.last().sendBytes("hello");
+        m_streams.last().sendEnd();
+    }
+
+    const QDir downloads(downloadsDirectoryPath());
+    const QStringList files = downloads.entryList({ u"*-remote name"_s }, QDir::Files);
+    EXPECT_EQ(files.size(), 2);
+    for (const QString& file : files) {
+        EXPECT_EQ(contents(downloads.filePath(file)), "hello");
+        EXPECT_TRUE(QFile::remove(downloads.filePath(file)));
+    }
+}
+
+TEST_F(FTPGetControllerFileTest, AnAddressWithoutAFileNameHasNoPlaceOfItsOwn)
+{
+    for (const QString& address :
+         { u"ftp://host"_s, u"ftp://host/"_s, u"ftp://host/.."_s, u"ftp://host/a%2F..%2Fb"_s }) {
+        m_delegate->calls.clear();
+        m_controller->startReceive(address, QString(), QString(), QString());
+
+        EXPECT_EQ(m_delegate->calls, (QStringList{ u"Starting get..."_s, u"Invalid Desftination File"_s }));
+    }
+    EXPECT_TRUE(m_streams.streams().empty());
+    EXPECT_EQ(countChange(), 0);
+    start(m_file);
+    EXPECT_TRUE(m_controller->isReceiving());
+}
+
+TEST_F(FTPGetControllerFileTest, APlaceThatCannotBeWrittenIsAFileWriteErrorAtTheFirstByte)
+{
+    start(path(u"missing/local"_s));
+    m_streams.last().sendOpenCompleted();
+    m_streams.last().sendBytes("hello");
+
+    EXPECT_EQ(m_delegate->calls.last(), u"File write error"_s);
+    EXPECT_TRUE(m_streams.last().isClosed());
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerFileTest, APlaceThatCannotBeWrittenIsAFileWriteErrorOfAnEmptyFileToo)
+{
+    start(path(u"missing/local"_s));
+    m_streams.last().sendOpenCompleted();
+    m_streams.last().sendEnd();
+
+    EXPECT_EQ(m_delegate->calls.last(), u"File write error"_s);
+    EXPECT_FALSE(m_delegate->calls.contains(u"Download succeeded"_s));
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerFileTest, AStopKeepsItsOwnTextAlsoWhenTheFileCannotBeWritten)
+{
+    start(path(u"missing/local"_s));
+
+    m_controller->stopReceiveWithStatus(u"Download Stopped"_s);
+
+    EXPECT_EQ(m_delegate->calls.last(), u"Download Stopped"_s);
+}
+
+TEST_F(FTPGetControllerFileTest, ABlockIsWrittenInAsManyPiecesAsItTakesUntilTheDiskIsFull)
+{
+    startReceivingFileOfSize(100);
+    {
+        const FileSizeLimit limit(60);
+        m_streams.last().sendBytes(QByteArray(100, 'x'));
+    }
+
+    EXPECT_EQ(m_delegate->calls,
+              (QStringList{ u"Receiving \"remote%20name\""_s, u"percent 60.0000038"_s, u"bytes 60"_s,
+                            u"File write error"_s }));
+    EXPECT_EQ(contents(m_file), QByteArray(60, 'x'));
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerFileTest, AFileThatTakesNothingIsAFileWriteError)
+{
+    startReceivingFileOfSize(std::nullopt);
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::letWritesTakeNothing();
+        m_streams.last().sendBytes("hello");
+    }
+
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Receiving \"remote%20name\""_s, u"File write error"_s }));
+    EXPECT_FALSE(m_controller->isReceiving());
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerFileTest, AFileThatCannotBeClosedIsAFileWriteError)
+{
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendBytes("hello");
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::failToClose(EDQUOT);
+        m_streams.last().sendEnd();
+    }
+
+    EXPECT_EQ(m_delegate->calls.last(), u"File write error"_s);
+    EXPECT_FALSE(m_delegate->calls.contains(u"Download succeeded"_s));
+}
+
+TEST_F(FTPGetControllerFileTest, ACancelHalfWayLeavesThePartialFile)
+{
+    startReceivingFileOfSize(10);
+    m_streams.last().sendBytes("hello");
+
+    m_controller->stopReceiveWithStatus(u"Download Stopped"_s);
+    m_streams.last().sendBytes("world");
+
+    EXPECT_EQ(m_delegate->calls.last(), u"Download Stopped"_s);
+    EXPECT_EQ(contents(m_file), "hello");
+    EXPECT_TRUE(m_controller->filePath().isNull());
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerFileTest, AFinishedFileIsOpenedWhenTheUserWantsIt)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"OpenDownloadedFiles"_s, true } }));
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendBytes("hello");
+    EXPECT_TRUE(m_opened.isEmpty());
+
+    m_streams.last().sendEnd();
+
+    EXPECT_EQ(m_opened, QStringList{ m_file });
+}
+
+TEST_F(FTPGetControllerFileTest, AFinishedFileIsNotOpenedWhenTheSettingIsFalseOrAbsent)
+{
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendEnd();
+    ASSERT_TRUE(m_defaults.store({ { u"OpenDownloadedFiles"_s, false } }));
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendEnd();
+
+    EXPECT_EQ(m_delegate->calls.last(), u"Download succeeded"_s);
+    EXPECT_TRUE(m_opened.isEmpty());
+}
+
+TEST_F(FTPGetControllerFileTest, NothingIsOpenedAfterAFailureOrACancel)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"OpenDownloadedFiles"_s, true } }));
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendRefusal(550);
+    startReceivingFileOfSize(std::nullopt);
+    m_controller->stopReceiveWithStatus(u"Download Stopped"_s);
+    start(path(u"missing/local"_s));
+    m_streams.last().sendEnd();
+
+    EXPECT_TRUE(m_opened.isEmpty());
+}
+
+} // namespace
