@@ -94,9 +94,8 @@ int main(int argc, char** argv)
     const QApplication application(argc, argv);
     const auto argument = [argv](int number) { return QString::fromLocal8Bit(argv[number]); };
     setProgramFileName(u"Quillbox"_s); // Another name adds a folder.
-    if (!UserDefaults::standard().store({ { u"Address"_s, argument(1) },
-                                          { u"Username"_s, argument(2) },
-                                          { u"Password"_s, argument(3) } })) {
+    if (!UserDefaults::standard().store(
+            { { u"Address"_s, argument(1) }, { u"Username"_s, argument(2) }, { u"Password"_s, argument(3) } })) {
         return 1;
     }
     EngineStreamFactory streams;

@@ -1,13 +1,17 @@
 #include "DragDropView.h"
 
 #include "DroppedFiles.h"
+#include "PlainToolTip.h"
 #include "SheetQueue.h"
 #include "ViewController.h"
+#include "VisibleText.h"
 
 #include <QDragEnterEvent>
+#include <QHelpEvent>
 #include <QMimeData>
 #include <QPainter>
 #include <QPlainTextEdit>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -95,6 +99,29 @@ void DragDropView::showAlert(const QString& title, const QString& text)
     if (window()->isVisible()) {
         SheetQueue::of(*window()).raise({ .title = title, .text = text });
     }
+}
+
+QString DragDropView::replacementText() const
+{
+    constexpr qsizetype mostNames = 20;
+    const QStringList names = m_viewController == nullptr ? QStringList() : m_viewController->filesToReplace();
+    if (names.isEmpty()) {
+        return {};
+    }
+    QString text = u"These files replace those of the same name on the server:"_s;
+    for (const QString& name : names.first(qMin(names.size(), mostNames))) {
+        text += u'\n' + visibleText(name);
+    }
+    return names.size() <= mostNames ? text : text + u"\nand %1 more"_s.arg(names.size() - mostNames);
+}
+
+bool DragDropView::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(replacementText()), this);
+        return true;
+    }
+    return QFrame::event(event);
 }
 
 qreal DragDropView::defaultLineWidth()

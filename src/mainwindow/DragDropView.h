@@ -42,7 +42,11 @@ public:
     /// The width of lines for all drawing of this kind. Kept: it stays as the first highlight leaves it.
     static qreal defaultLineWidth();
 
+    /// Names the waiting files that replace some on the server; empty without any.
+    QString replacementText() const;
+
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;

@@ -74,6 +74,9 @@ public:
     /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination.
     void uploadFiles(const QStringList& paths);
     void clearQueue();
+    /// The names among the waiting files that the destination has according to the list, each once, in the queue's
+    /// order.
+    QStringList filesToReplace() const;
     const QStringList& fileUploadQueue() const { return m_fileUploadQueue; }
 
     /// Refreshes the window's indicators and starts the next upload; called every 10 ms.

@@ -55,6 +55,10 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder)
     if (place.isNull()) {
         return;
     }
+    if (!folder.isNull() && !PathText::isFileName(name)) {
+        updateStatus(u"Invalid Desftination File"_s); // A name that the server sent never leads to another folder.
+        return;
+    }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
     m_gc->startReceive(URLText::appendingPathComponent(place, name), username(), password(), file);
 }

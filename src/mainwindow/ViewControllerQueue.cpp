@@ -3,12 +3,15 @@
 #include "DateText.h"
 #include "DragDropView.h"
 #include "ModalState.h"
+#include "PathText.h"
 #include "PlainToolTip.h"
 #include "RunLoop.h"
 #include "ViewController.h"
 #include "VisibleText.h"
 #include "ui_MainWindow.h"
 #include "ui_ManualTransfers.h"
+
+#include <QSet>
 
 #include <algorithm>
 
@@ -38,6 +41,22 @@ void ViewController::uploadFiles(const QStringList& paths)
 void ViewController::clearQueue()
 {
     m_fileUploadQueue.clear();
+}
+
+QStringList ViewController::filesToReplace() const
+{
+    QSet<QString> listed;
+    for (qsizetype row = 0; row < listEntries().size(); ++row) {
+        listed.insert(listEntries().at(row).name);
+    }
+    QStringList names;
+    for (const QString& path : m_fileUploadQueue) {
+        const QString name = PathText::lastPathComponent(path);
+        if (listed.remove(name)) {
+            names.append(name);
+        }
+    }
+    return names;
 }
 
 void ViewController::onTick()
@@ -106,9 +125,9 @@ void ViewController::showLastReply()
     }
     m_shownReply = reply;
     const QString toolTip = plainToolTip(u"The server said: %1"_s.arg(visibleText(reply)));
-    for (QWidget* field : { static_cast<QWidget*>(m_ui->statusTextField),
-                            static_cast<QWidget*>(m_ui->listingStatusTextField),
-                            static_cast<QWidget*>(m_manual->auxiliaryStatusTextField) }) {
+    for (QWidget* field :
+         { static_cast<QWidget*>(m_ui->statusTextField), static_cast<QWidget*>(m_ui->listingStatusTextField),
+           static_cast<QWidget*>(m_manual->auxiliaryStatusTextField) }) {
         field->setToolTip(toolTip);
     }
 }

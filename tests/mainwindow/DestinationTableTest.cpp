@@ -1,8 +1,12 @@
+#include "DragDropView.h"
 #include "ListingTable.h"
 #include "ViewControllerTest.h"
 
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QPlainTextEdit>
 #include <QTest>
+#include <QToolTip>
 
 namespace {
 
@@ -142,6 +146,39 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     m_controller->listFTPDestination();
     tick();
     EXPECT_EQ(table().emptyText(), u"No destination"_s);
+}
+
+TEST_F(DestinationTableTest, TheDropAreaNamesTheFilesThatReplaceListedOnes)
+{
+    auto& dropArea = control<DragDropView>("dragAndDropView");
+    m_controller->addListEntries({ entry(u"b"_s), entry(u"a"_s), entry(u"x"_s) });
+    EXPECT_EQ(dropArea.replacementText(), u""_s);
+
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s), makeFile(u"a"_s) });
+    EXPECT_EQ(dropArea.replacementText(), u"These files replace those of the same name on the server:\na\nb"_s);
+
+    m_controller->clearQueue();
+    QStringList many;
+    for (int i = 0; i < 23; ++i) {
+        m_controller->addListEntries({ entry(QString::number(i)) });
+        many.append(u"/somewhere/%1"_s.arg(i));
+    }
+    m_controller->uploadFiles(many);
+    EXPECT_TRUE(dropArea.replacementText().endsWith(u"\n19\nand 3 more"_s));
+    m_controller->clearQueue();
+}
+
+TEST_F(DestinationTableTest, HoveringOverTheDropAreaShowsThem)
+{
+    m_controller->addListEntries({ entry(u"a"_s) });
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    auto& dropArea = control<DragDropView>("dragAndDropView");
+    const QPoint middle = dropArea.rect().center();
+
+    QHelpEvent hover(QEvent::ToolTip, middle, dropArea.mapToGlobal(middle));
+    QApplication::sendEvent(dropArea.textView()->viewport(), &hover);
+
+    EXPECT_TRUE(waitFor([] { return QToolTip::text().contains(u"replace"_s); }));
 }
 
 } // namespace

@@ -98,6 +98,21 @@ TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
     EXPECT_TRUE(QFile::exists(m_directory.filePath(u"a b"_s)));
 }
 
+TEST_F(ItemActionsTest, ANameThatIsNoFileNameLeadsNowhere)
+{
+    const QString neighbour = makeFile(u"victim"_s, "precious");
+    QDir(m_directory.path()).mkdir(u"drop"_s);
+    for (const QString& name : { u"../victim"_s, u"/etc/x"_s, u".."_s, u"."_s, u""_s, u"a/b"_s, u"a\0b"_s }) {
+        m_controller->downloadFileTo(name, m_directory.filePath(u"drop"_s));
+        tick();
+
+        EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s) << name.toStdString();
+        EXPECT_FALSE(m_controller->gc().isReceiving());
+    }
+    EXPECT_EQ(QFileInfo(neighbour).size(), 8);
+    EXPECT_TRUE(QDir(m_directory.filePath(u"drop"_s)).isEmpty());
+}
+
 TEST_F(ItemActionsTest, ADownloadResetsTheProgressAndNeedsADestination)
 {
     m_controller->percentDone(50);
