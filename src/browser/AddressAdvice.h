@@ -2,5 +2,6 @@
 
 #include <QString>
 
-/// Why @p address, as somebody has typed it, names no server: a sentence for that person.
+/// Why @p address, as somebody has typed it, names no server: a sentence for that person. It quotes no more of the
+/// address than a scheme or one character.
 QString addressAdvice(const QString& address);

@@ -6,7 +6,6 @@
 #include "UserDefaults.h"
 #include "ui_Preferences.h"
 
-#include <QJsonValue>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
@@ -57,6 +56,7 @@ void PreferencesController::showPanel()
         m_view->show();
         viewDidAppear();
     }
+    m_view->setWindowState(m_view->windowState() & ~Qt::WindowMinimized);
     m_view->raise();
     m_view->activateWindow();
 }
@@ -66,23 +66,31 @@ void PreferencesController::viewDidAppear()
     m_savedFTPFolder = orRoot(m_defaults.string(u"FTPFolder"_s));
 }
 
+std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() const
+{
+    return { { { u"Address"_s, m_addressTextField },
+               { u"Username"_s, m_usernameTextField },
+               { u"Password"_s, m_passwordTextField },
+               { u"FTPFolder"_s, m_folderTextField } } };
+}
+
 void PreferencesController::fillFields()
 {
-    m_addressTextField->setText(m_defaults.string(u"Address"_s));
-    m_usernameTextField->setText(m_defaults.string(u"Username"_s));
-    m_passwordTextField->setText(m_defaults.string(u"Password"_s));
-    m_folderTextField->setText(m_defaults.string(u"FTPFolder"_s));
-    for (QLineEdit* field : { m_addressTextField, m_usernameTextField, m_passwordTextField, m_folderTextField }) {
-        field->setModified(false);
+    for (const auto& [key, field] : fields()) {
+        const QString setting = m_defaults.string(key);
+        field->setText(setting);
+        m_filled.insert(key, { .setting = setting, .text = field->text() });
     }
-    m_ui->openDownloadedFilesCheckBox->setChecked(m_defaults.boolean(openDownloadedFiles).value_or(false));
+    m_filledOpenDownloadedFiles = m_defaults.boolean(openDownloadedFiles).value_or(false);
+    m_ui->openDownloadedFilesCheckBox->setChecked(m_filledOpenDownloadedFiles);
     m_ui->showPasswordButton->setChecked(false);
     showDestination();
 }
 
 void PreferencesController::doneButton()
 {
-    if (!storeChanges()) {
+    const QHash<QString, QJsonValue> values = changes();
+    if (!values.isEmpty() && !m_defaults.store(values)) {
         SheetQueue::of(*m_view).raise(
             { .title = u"Settings Not Saved"_s,
               .text = u"The settings could not be written to “%1”."_s.arg(m_defaults.filePath()) });
@@ -98,37 +106,46 @@ void PreferencesController::doneButton()
     }
 }
 
-bool PreferencesController::storeChanges()
+QHash<QString, QJsonValue> PreferencesController::changes() const
 {
-    QHash<QString, QJsonValue> changes;
-    // What was not touched stays as it is: a setting that is absent is not the same as an empty one.
-    const auto addIfModified = [&changes](const QString& key, const QLineEdit& field) {
-        if (field.isModified()) {
-            changes.insert(key, field.text());
+    QHash<QString, QJsonValue> values;
+    bool isEdited = false;
+    for (const auto& [key, field] : fields()) {
+        // Compared by text: not every way of changing a field marks it as modified.
+        const Filled filled = m_filled.value(key);
+        const bool isFieldEdited = field->text() != filled.text;
+        isEdited = isEdited || isFieldEdited;
+        const QString wanted = isFieldEdited ? field->text() : filled.setting;
+        const QString present = m_defaults.string(key);
+        if (wanted != present || wanted.isNull() != present.isNull()) {
+            values.insert(key, wanted.isNull() ? QJsonValue() : QJsonValue(wanted));
         }
-    };
-    addIfModified(u"Address"_s, *m_addressTextField);
-    addIfModified(u"Username"_s, *m_usernameTextField);
-    addIfModified(u"Password"_s, *m_passwordTextField);
-    addIfModified(u"FTPFolder"_s, *m_folderTextField);
-    const bool opens = m_ui->openDownloadedFilesCheckBox->isChecked();
-    if (opens != m_defaults.boolean(openDownloadedFiles).value_or(false)) {
-        changes.insert(openDownloadedFiles, opens);
     }
-    return changes.isEmpty() || m_defaults.store(changes);
+    if (!isEdited) {
+        values.clear();
+    }
+    const bool opens = m_ui->openDownloadedFilesCheckBox->isChecked();
+    if (opens != m_filledOpenDownloadedFiles) {
+        values.insert(openDownloadedFiles, opens);
+    }
+    return values;
 }
 
 void PreferencesController::showDestination()
 {
     const QString address = m_addressTextField->text();
     const QString destination = m_application.destinationFor(address, m_folderTextField->text());
-    m_ui->destinationLabel->setText(destination.isNull() ? addressAdvice(address)
-                                                         : u"Files go to %1"_s.arg(destination));
+    const bool isNowhere = destination.isNull();
+    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(destination));
+    m_ui->adviceLabel->setText(isNowhere ? addressAdvice(address) : QString());
 }
 
 void PreferencesController::showPassword(bool isShown)
 {
     m_passwordTextField->setEchoMode(isShown ? QLineEdit::Normal : QLineEdit::Password);
+    // Shown, it is still nothing that an input method should learn or correct.
+    m_passwordTextField->setInputMethodHints(m_passwordTextField->inputMethodHints() | Qt::ImhSensitiveData
+                                             | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
 }
 
 QString PreferencesController::UUIDString() const

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <QDialog>
+#include <QHash>
+#include <QJsonValue>
 #include <QObject>
 #include <QSize>
 #include <QString>
 
+#include <array>
 #include <functional>
 #include <memory>
+#include <utility>
 
 class QLineEdit;
 class UserDefaults;
@@ -16,8 +20,9 @@ class Preferences;
 } // namespace Ui
 
 /// Controls the panel in which the user edits the settings. The fields are filled when the panel opens and stored
-/// together when it is done; what was left as it stood is not stored. The panel holds nothing else up. Belongs to the
-/// main thread.
+/// together, as they are, when it is done: never a password beside an address that it was not typed for. A setting that
+/// was absent stays absent while its field is left as it was. The panel holds nothing else up. Belongs to the main
+/// thread.
 class PreferencesController final : public QObject {
     Q_OBJECT
 
@@ -60,15 +65,23 @@ public:
 
     void viewDidLoad();
     void viewDidAppear();
-    /// Stores what was changed, closes the panel and refreshes the main window. When the settings cannot be stored, the
-    /// user is told and the panel stays.
+    /// Stores the settings if any of them was changed, closes the panel and refreshes the main window. When they cannot
+    /// be stored, the user is told and the panel stays.
     void doneButton();
     /// A new universally unique identifier of 36 characters.
     QString UUIDString() const; // NOLINT(readability-identifier-naming): the name it is known by
 
 private:
+    /// A field as it stood when the panel opened.
+    struct Filled {
+        QString setting; ///< Null when it was absent.
+        QString text;
+    };
+
+    /// The fields with the keys of their settings.
+    std::array<std::pair<QString, QLineEdit*>, 4> fields() const;
     void fillFields();
-    bool storeChanges();
+    QHash<QString, QJsonValue> changes() const;
     void showDestination();
     void showPassword(bool isShown);
 
@@ -80,6 +93,8 @@ private:
     QLineEdit* m_passwordTextField = nullptr;
     QLineEdit* m_addressTextField = nullptr;
     QLineEdit* m_folderTextField = nullptr;
+    QHash<QString, Filled> m_filled; ///< By the settings' keys.
+    bool m_filledOpenDownloadedFiles = false;
     QString m_savedFTPFolder;
     QSize m_preferredContentSize;
 };

@@ -10,6 +10,7 @@
 #include "ui_Welcome.h"
 
 #include <QJsonValue>
+#include <QSignalBlocker>
 
 using namespace Qt::StringLiterals;
 
@@ -23,6 +24,13 @@ void bringToFront(QWidget& window)
     window.show();
     window.raise();
     window.activateWindow();
+}
+
+/// Shows a state that is not the user's choice of this moment.
+void setCheckedQuietly(QCheckBox& box, bool isChecked)
+{
+    const QSignalBlocker blocker(box);
+    box.setChecked(isChecked);
 }
 
 } // namespace
@@ -41,7 +49,8 @@ void ViewController::loadOtherWindows()
     m_welcome->setupUi(m_welcomeWindow);
     connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, m_welcomeWindow, &QWidget::close);
     connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &ViewController::showPreferences);
-    connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::clicked, this, &ViewController::rememberWelcomeChoice);
+    // Not its clicks: a screen reader toggles without one.
+    connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::toggled, this, &ViewController::rememberWelcomeChoice);
 }
 
 void ViewController::rememberWindow()
@@ -65,7 +74,7 @@ void ViewController::showWelcomeWindow(bool force)
     if (!force && isTurnedOff) {
         return;
     }
-    m_welcome->doNotShowAgainCheckBox->setChecked(isTurnedOff);
+    setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, isTurnedOff);
     bringToFront(*m_welcomeWindow);
 }
 
@@ -73,7 +82,7 @@ void ViewController::rememberWelcomeChoice(bool isTurnedOff)
 {
     UserDefaults& defaults = UserDefaults::standard();
     if (!defaults.store({ { doNotShowWelcomeWindowAgain, isTurnedOff } })) {
-        m_welcome->doNotShowAgainCheckBox->setChecked(!isTurnedOff);
+        setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, !isTurnedOff);
         SheetQueue::of(*m_welcomeWindow)
             .raise({ .title = u"Settings Not Saved"_s,
                      .text = u"The settings could not be written to “%1”."_s.arg(defaults.filePath()) });

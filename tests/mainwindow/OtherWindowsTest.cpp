@@ -1,10 +1,13 @@
+#include "FileSizeLimit.h"
 #include "PreferencesController.h"
 #include "ViewControllerTest.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QSignalSpy>
+#include <QTest>
 
 namespace {
 
@@ -51,6 +54,67 @@ TEST_F(OtherWindowsTest, TheCheckBoxTurnsTheWelcomeWindowOffAtOnce)
     EXPECT_TRUE(doNotShowAgain().isChecked());
     doNotShowAgain().click();
     EXPECT_EQ(isTurnedOff(), false);
+}
+
+TEST_F(OtherWindowsTest, AScreenReaderTurnsTheWelcomeWindowOffAsWell)
+{
+    m_controller->showWelcomeWindow(false);
+
+    QAccessible::queryAccessibleInterface(&doNotShowAgain())
+        ->actionInterface()
+        ->doAction(QAccessibleActionInterface::toggleAction());
+
+    EXPECT_EQ(isTurnedOff(), true);
+}
+
+TEST_F(OtherWindowsTest, TheCheckBoxGoesBackWhenTheChoiceCannotBeStored)
+{
+    m_controller->showWelcomeWindow(false);
+    {
+        const FileSizeLimit limit(0);
+        doNotShowAgain().click();
+    }
+
+    EXPECT_FALSE(doNotShowAgain().isChecked());
+    EXPECT_EQ(isTurnedOff(), std::nullopt);
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Settings Not Saved: The settings could not be written to “%1”."_s.arg(
+                  UserDefaults::standard().filePath()) });
+    answerSheet();
+    doNotShowAgain().click();
+    EXPECT_EQ(isTurnedOff(), true);
+}
+
+TEST_F(OtherWindowsTest, TheWelcomeWindowShowsWhatIsSetByThen)
+{
+    m_controller->showWelcomeWindow(false);
+    set({ { u"DoNotShowWelcomeWindowAgain"_s, true } });
+
+    m_controller->showWelcomeWindow(true);
+
+    EXPECT_TRUE(doNotShowAgain().isChecked());
+}
+
+TEST_F(OtherWindowsTest, AskedForAgainTheWelcomeWindowComesBackFromBeingMinimised)
+{
+    m_controller->showWelcomeWindow(false);
+    m_controller->welcomeWindow().showMinimized();
+
+    m_controller->showWelcomeWindow(true);
+
+    EXPECT_FALSE(m_controller->welcomeWindow().isMinimized());
+}
+
+TEST_F(OtherWindowsTest, ReturnOnTheButtonOfTheWelcomeWindowOpensThePreferences)
+{
+    m_controller->showWelcomeWindow(false);
+    auto* const button = m_controller->welcomeWindow().findChild<QPushButton*>(u"welcomePreferencesButton"_s);
+    button->setFocus();
+
+    QTest::keyClick(button, Qt::Key_Return);
+
+    EXPECT_TRUE(m_controller->preferences().view()->isVisible());
+    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
 }
 
 TEST_F(OtherWindowsTest, TheWelcomeWindowLeadsToThePreferences)

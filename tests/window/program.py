@@ -133,6 +133,9 @@ class Program:
         value = _atspi().Value
         return _ask(lambda: (value.get_current_value(interface), value.get_maximum_value(interface)))
 
+    def has_focus(self, name):
+        return _has(self.need(name), "FOCUSED")
+
     def is_enabled(self, name):
         return _has(self.need(name), "ENABLED")
 
@@ -187,6 +190,11 @@ class Program:
 
         button = wait_for(enabled_button, f"“{name}” to be enabled")
         _atspi().Action.do_action(button.get_action_iface(), 0)
+
+    def enter(self, name, text):
+        """Replaces the text of a field, as a screen reader does."""
+        field = self.need(name).get_editable_text_iface()
+        _atspi().EditableText.set_text_contents(field, text)
 
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
