@@ -94,6 +94,9 @@ class Desktop:
     def click(self, point, button=1):
         self.xdotool("mousemove", *point, "click", button)
 
+    def double_click(self, point):
+        self.xdotool("mousemove", *point, "click", "--repeat", 2, "--delay", 50, 1)
+
     def drag(self, source, target, steps=25):
         """Moves the mouse with its button held, in small steps, as toolkits look where a drag goes by the way."""
         self.xdotool("mousemove", *source, "sleep", 0.2, "mousedown", 1)

@@ -148,6 +148,39 @@ class Program:
         left, top, width, height = self.box(name)
         return left + width // 2, top + height // 2
 
+    # Tables.
+
+    def rows(self, name):
+        """The texts of a table's cells, row by row."""
+        node = self.need(name)
+        table, interface = _atspi().Table, node.get_table_iface()
+        return [
+            [
+                _ask(lambda row=row, column=column: table.get_accessible_at(interface, row, column).get_name(), "")
+                for column in range(_ask(lambda: table.get_n_columns(interface), 0))
+            ]
+            for row in range(_ask(lambda: table.get_n_rows(interface), 0))
+        ]
+
+    def selected_row(self, name):
+        interface = self.need(name).get_table_iface()
+        rows = _atspi().Table.get_selected_rows(interface)
+        return rows[0] if rows else None
+
+    def cell(self, name, row, column):
+        """The place of a cell's middle on the screen."""
+        interface = self.need(name).get_table_iface()
+        return self._middle(_atspi().Table.get_accessible_at(interface, row, column))
+
+    def column_title(self, name, column):
+        """The place of the middle of a column's title on the screen."""
+        interface = self.need(name).get_table_iface()
+        return self._middle(_atspi().Table.get_column_header(interface, column))
+
+    def _middle(self, node):
+        area = _atspi().Component.get_extents(node.get_component_iface(), _atspi().CoordType.SCREEN)
+        return area.x + area.width // 2, area.y + area.height // 2
+
     def sheet(self):
         """The texts of the sheet that shows, title first; nothing without one."""
         for window in self.windows():

@@ -1,0 +1,188 @@
+"""The table of the destination folder, by the accessibility interface, by the mouse and by the keyboard alone."""
+
+import os
+import unittest
+
+from desktop import wait_for
+from window_test import WindowTest
+
+COLUMNS = ["Name", "Size", "Type", "Date", "Mode"]
+
+
+class Listing(WindowTest):
+    def setUp(self):
+        super().setUp()
+        self.put("beta.txt", 2000, 0o644, 1_500_000_000)
+        self.put("Alpha.bin", 1, 0o600, 1_600_000_000)
+        self.put("gamma file.txt", 30, 0o755, 1_400_000_000)
+        os.mkdir(self.server.path("Folder"), 0o750)
+
+    def put(self, name, size, mode, modified):
+        path = self.server.path(name)
+        with open(path, "wb") as file:
+            file.write(os.urandom(size))
+        os.chmod(path, mode)
+        os.utime(path, (modified, modified))
+
+    def start_listed(self, *words):
+        """Starts the program, and waits until the folder stands in the table and the window takes keys."""
+        self.settings()
+        program = self.start(*words)
+        self.wait_for_listing(program)
+        self.bring_to_front(program)
+        return program
+
+    def bring_to_front(self, program):
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+
+    def wait_for_listing(self, program, *names):
+        wanted = sorted(names or os.listdir(self.server.root))
+        wait_for(lambda: sorted(self.names(program)) == wanted, f"{wanted} in the table")
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the end of the listing")
+
+    def names(self, program):
+        return [row[0] for row in program.rows("Destination folder")]
+
+    def downloads(self):
+        folder = os.path.join(self.home["HOME"], "Downloads")
+        return sorted(os.listdir(folder)) if os.path.isdir(folder) else []
+
+    def assert_downloaded(self, name):
+        """That one file came, and its bytes are the server's."""
+        wait_for(lambda: [entry for entry in self.downloads() if entry.endswith(name)], f"{name} to be downloaded")
+        (entry,) = self.downloads()
+        with open(os.path.join(self.home["HOME"], "Downloads", entry), "rb") as file:
+            self.assertEqual(file.read(), self.server.content(name))
+
+    def test_the_table_shows_what_the_folder_holds(self):
+        program = self.start_listed()
+
+        rows = program.rows("Destination folder")
+        self.assertEqual([row[0] for row in rows], ["Alpha.bin", "beta.txt", "Folder", "gamma file.txt"])
+        self.assertEqual([row[1] for row in rows], ["1 byte", "2 KB", "-", "30 bytes"])
+        self.assertEqual(rows[2][2], "Folder")
+        self.assertEqual([row[4] for row in rows], ["-rw------- ", "-rw-r--r-- ", "drwxr-x--- ", "-rwxr-xr-x "])
+
+    def test_each_column_sorts_at_a_click_on_its_title(self):
+        program = self.start_listed()
+        expected = {
+            "Name": ["gamma file.txt", "Folder", "beta.txt", "Alpha.bin"],
+            "Size": ["Alpha.bin", "gamma file.txt", "beta.txt"],
+            "Type": ["Folder"],
+            "Date": ["gamma file.txt", "beta.txt", "Alpha.bin"],
+            "Mode": ["Alpha.bin", "beta.txt", "Folder", "gamma file.txt"],
+        }
+        for column in COLUMNS:  # The first is sorted by already, so its direction turns.
+            with self.subTest(column):
+                self.desktop.click(program.column_title("Destination folder", COLUMNS.index(column)))
+
+                def matches():
+                    names = [name for name in self.names(program) if name in expected[column]]
+                    whole = self.names(program)
+                    return names == expected[column] and (column != "Type" or whole[0] == "Folder")
+
+                wait_for(matches, f"the order by {column}")
+
+    def test_the_item_buttons_follow_the_selection(self):
+        program = self.start_listed()
+        self.assertFalse(program.is_enabled("Download"))
+
+        self.desktop.click(program.cell("Destination folder", 1, 0))
+
+        wait_for(lambda: program.is_enabled("Download") and program.is_enabled("Delete"), "the buttons")
+
+    def test_a_double_click_downloads_a_file_and_a_folder_is_refused(self):
+        program = self.start_listed()
+
+        self.desktop.double_click(program.cell("Destination folder", 2, 0))
+        self.assertEqual(program.acknowledge(), ["Folder Item", "Folders are not downloadable."])
+        self.desktop.double_click(program.cell("Destination folder", 1, 0))
+
+        self.assert_downloaded("beta.txt")
+        self.wait_for_status(program, "Download succeeded")
+
+    def test_by_keyboard_alone(self):
+        program = self.start_listed()
+        while not program.has_focus("Destination folder"):
+            self.desktop.key("Tab")
+            program.text("Status")  # An answer comes when the key has had its effect.
+
+        self.desktop.xdotool("type", "--delay", 15, "gam")
+        self.desktop.key("Return")
+        self.assert_downloaded("gamma file.txt")
+        self.wait_for_status(program, "Download succeeded")
+
+        self.desktop.key("Delete")
+        self.assertEqual(
+            wait_for(program.sheet, "the question"),
+            ["Delete Item", 'Are you sure you want to delete "gamma file.txt"?'],
+        )
+        self.desktop.key("Return")  # Cancel is the default.
+        wait_for(lambda: program.sheet() is None, "the question to go")
+        self.bring_to_front(program)
+        self.desktop.key("Delete")
+        wait_for(program.sheet, "the question")
+        self.desktop.key("Tab")
+        self.desktop.key("space")
+        wait_for(lambda: not os.path.exists(self.server.path("gamma file.txt")), "the file to be deleted")
+        self.wait_for_listing(program)
+
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+shift+n")
+        wait_for(lambda: program.find("OK"), "the question for a name")
+        self.desktop.xdotool("type", "--delay", 15, "new one")
+        self.desktop.key("Return")
+        wait_for(lambda: os.path.isdir(self.server.path("new one")), "the folder")
+        self.wait_for_listing(program)
+
+    def test_the_location_is_copied(self):
+        program = self.start_listed()
+
+        self.desktop.key("ctrl+shift+c")
+        program.text("Status")
+
+        self.assertEqual(self.pasted(program), f"ftp://127.0.0.1:{self.server.port}/")
+
+    def test_the_location_of_an_item_is_copied(self):
+        program = self.start_listed()
+        self.desktop.click(program.cell("Destination folder", 3, 0))
+        wait_for(lambda: program.is_enabled("Download"), "the selection")
+
+        self.desktop.key("ctrl+c")
+        program.text("Status")
+
+        self.assertEqual(self.pasted(program), f"ftp://127.0.0.1:{self.server.port}/gamma%20file.txt")
+
+    def pasted(self, program):
+        """What the clipboard holds, as a field takes it."""
+        self.desktop.key("ctrl+comma")
+        wait_for(lambda: program.find("Folder") and program.has_focus("Server address"), "a field")
+        self.desktop.key("ctrl+a")
+        self.desktop.key("ctrl+v")
+        return program.text("Server address")
+
+    def test_a_refresh_shows_what_has_changed_and_keeps_the_selection(self):
+        program = self.start_listed()
+        self.desktop.click(program.cell("Destination folder", 1, 0))
+        wait_for(lambda: program.is_enabled("Download"), "the selection")
+        self.put("aaa", 1, 0o644, 1_500_000_000)
+
+        self.desktop.key("F5")
+
+        self.wait_for_listing(program)
+        wait_for(lambda: program.is_enabled("Download"), "the selection to be back")
+        self.assertEqual(self.names(program)[program.selected_row("Destination folder")], "beta.txt")
+
+    def test_an_uploaded_file_joins_the_table(self):
+        program = self.start_listed(self.file("uploaded.txt"))
+
+        self.wait_for_files("uploaded.txt")
+
+        self.wait_for_listing(program)
+        self.assertIn("uploaded.txt", self.names(program))
+
+
+if __name__ == "__main__":
+    unittest.main()
