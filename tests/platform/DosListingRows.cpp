@@ -111,6 +111,7 @@ constexpr IgnoredRow ignored[] = {
     { "DOS: no name of a file", "01-12-24  03:04PM                 1234" },
     { "DOS: size with letters", "01-12-24  03:04PM                 12x4 a" },
     { "DOS: commas out of place", "01-12-24  03:04PM                 12,34 a" },
+    { "DOS: comma left out", "01-12-24  03:04PM                 1234567,890 a" },
     { "DOS: mixed separators", "01-12/24  03:04PM                 1234 a" },
     { "DOS: year of one digit", "01-12-4  03:04PM                 1234 a" },
     { "DOS: date without a year", "01-12  03:04PM                 1234 a" },
