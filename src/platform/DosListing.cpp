@@ -140,6 +140,12 @@ std::optional<qint64> readSize(QByteArrayView column)
     return listingSize(QByteArrayView(digits.data(), digits.size()));
 }
 
+/// Whether @p column is @p mark, in capital or small letters.
+bool isMark(QByteArrayView column, QByteArrayView mark)
+{
+    return column.compare(mark, Qt::CaseInsensitive) == 0;
+}
+
 /// The width of the column that holds "<DIR>" and its like, up to the name.
 constexpr qsizetype markWidth = 15;
 
@@ -185,11 +191,11 @@ std::optional<ListingEntry> parseDosListingLine(QByteArrayView line, const QDate
     QByteArrayView name;
     if (mark.startsWith('<') && mark.endsWith('>')) {
         name = nameAfterMark(mark, line);
-        const bool link = mark == QByteArrayView("<SYMLINK>");
+        const bool link = isMark(mark, "<SYMLINK>");
         entry.type = link ? ListingEntry::linkType : ListingEntry::folderType;
-        if (link || mark == QByteArrayView("<JUNCTION>") || mark == QByteArrayView("<SYMLINKD>")) {
+        if (link || isMark(mark, "<JUNCTION>") || isMark(mark, "<SYMLINKD>")) {
             takeTarget(name, entry);
-        } else if (mark != QByteArrayView("<DIR>")) {
+        } else if (!isMark(mark, "<DIR>")) {
             return std::nullopt;
         }
     } else {

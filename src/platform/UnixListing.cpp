@@ -14,6 +14,7 @@ std::optional<int> typeOfLetter(char letter)
     case 'd':
         return ListingEntry::folderType;
     case 'l':
+    case 'L': // Of servers that write permissions in their own way.
         return ListingEntry::linkType;
     case 'p':
         return 1;

@@ -140,6 +140,8 @@ constexpr ListingRow rows[] = {
     // Links.
     { "link", "lrwxrwxrwx   1 root     root            7 Jan 12 15:04 bin -> usr/bin", "bin", 10, 0777, 7,
       "2024-01-12T15:04:00", "root", "root", "usr/bin" },
+    { "link with a capital letter", "Lrwxrwxrwx 1 root root 7 Jan 12 15:04 bin -> usr/bin", "bin", 10, 0777, 7,
+      "2024-01-12T15:04:00", "root", "root", "usr/bin" },
     { "link with the target's size", "lrwxrwxrwx   1 root     root         4096 Jan 12 15:04 bin -> usr/bin", "bin", 10,
       0777, 4096, "2024-01-12T15:04:00", "root", "root", "usr/bin" },
     { "arrow in the link's name", "lrwxrwxrwx 1 root root 1 Jan 12 15:04 a -> b -> c", "a -> b", 10, 0777, 1,

@@ -184,4 +184,66 @@ TEST_F(FTPCreateControllerTest, ReportsToADelegateThatIsGoneAreDropped)
     EXPECT_EQ(countChange(), 0);
 }
 
+TEST_F(FTPCreateControllerTest, AStartFromInsideTheFirstReportTakesThePlaceOfTheOtherOne)
+{
+    m_delegate->reaction = [this](const QString& /*call*/) {
+        m_delegate->reaction = nullptr;
+        start(u"inner"_s);
+    };
+
+    start(u"new"_s);
+
+    EXPECT_EQ(m_delegate->calls,
+              (QStringList{ u"Starting create..."_s, u"Starting create..."_s, u"Started Create."_s }));
+    ASSERT_EQ(m_streams.streams().size(), 1U);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/inner"_s);
+    EXPECT_EQ(countChange(), 1);
+}
+
+TEST_F(FTPCreateControllerTest, AnotherFolderMayBeCreatedFromInsideTheLastReport)
+{
+    startCreating();
+    bool creatingAtReport = true;
+    m_delegate->reaction = [this, &creatingAtReport](const QString& call) {
+        if (call == u"Create succeeded"_s) {
+            creatingAtReport = m_controller->isCreating();
+            start(u"next"_s);
+        }
+    };
+
+    m_streams.last().sendEndEncountered();
+
+    EXPECT_FALSE(creatingAtReport);
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Create succeeded"_s, u"Starting create..."_s, u"Started Create."_s }));
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/next"_s);
+    EXPECT_TRUE(m_streams.last().isOpen());
+    EXPECT_EQ(countChange(), 1);
+}
+
+TEST_F(FTPCreateControllerTest, ADelegateMayDestroyTheControllerFromInsideAnyReport)
+{
+    for (const QString& report :
+         { u"Starting create..."_s, u"Started Create."_s, u"Opened connection"_s, u"Create succeeded"_s }) {
+        m_controller = std::make_unique<FTPCreateController>(m_streams);
+        m_controller->setDelegate(m_delegate->ref());
+        NetworkManager::sharedInstance().setNetworkOperationCount(baseCount);
+        m_delegate->reaction = [this, &report](const QString& call) {
+            if (call == report) {
+                m_controller.reset();
+            }
+        };
+
+        start(u"new"_s);
+        if (m_controller != nullptr) {
+            m_streams.last().sendOpenCompleted();
+            m_streams.last().sendEndEncountered();
+        }
+        m_delegate->reaction = nullptr;
+
+        EXPECT_EQ(m_controller, nullptr) << report.toStdString();
+        EXPECT_EQ(m_delegate->calls.last(), u"Stopped"_s) << report.toStdString();
+        EXPECT_EQ(countChange(), report == u"Starting create..."_s ? -1 : 0) << report.toStdString();
+    }
+}
+
 } // namespace

@@ -80,4 +80,44 @@ TEST_F(FTPGetControllerDelegateTest, ReportsToADelegateThatIsGoneAreDropped)
     EXPECT_EQ(countChange(), 0);
 }
 
+TEST_F(FTPGetControllerDelegateTest, AStartFromInsideTheFirstReportTakesThePlaceOfTheOtherOne)
+{
+    m_delegate->reaction = [this](const QString& /*call*/) {
+        m_delegate->reaction = nullptr;
+        m_controller->startReceive(u"ftp://host/inner"_s, QString(), QString(), path(u"inner"_s));
+    };
+
+    start(m_file);
+
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Starting get..."_s, u"Starting get..."_s, u"Started Get."_s }));
+    ASSERT_EQ(m_streams.streams().size(), 1U);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/inner"_s);
+    EXPECT_EQ(m_controller->filePath(), path(u"inner"_s));
+    EXPECT_FALSE(QFile::exists(m_file));
+    EXPECT_EQ(countChange(), 1);
+}
+
+TEST_F(FTPGetControllerDelegateTest, TheLastReportFindsTheStreamClosedAndTheFileWrittenButStillNamed)
+{
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendBytes("hello");
+    bool closed = false;
+    QString named;
+    QByteArray written;
+    m_delegate->reaction = [&, this](const QString& call) {
+        if (call == u"Download succeeded"_s) {
+            closed = !m_controller->isReceiving() && m_streams.last().isClosed();
+            named = m_controller->filePath();
+            written = contents(m_file);
+        }
+    };
+
+    m_streams.last().sendEnd();
+
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(named, m_file);
+    EXPECT_EQ(written, "hello");
+    EXPECT_TRUE(m_controller->filePath().isNull());
+}
+
 } // namespace

@@ -156,6 +156,22 @@ TEST_F(FTPGetControllerFileTest, AFinishedFileIsOpenedWhenTheUserWantsIt)
     EXPECT_EQ(m_opened, QStringList{ m_file });
 }
 
+TEST_F(FTPGetControllerFileTest, AFinishedFileIsOpenedBeforeSuccessIsReported)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"OpenDownloadedFiles"_s, true } }));
+    startReceivingFileOfSize(std::nullopt);
+    QStringList openedAtReport;
+    m_delegate->reaction = [this, &openedAtReport](const QString& call) {
+        if (call == u"Download succeeded"_s) {
+            openedAtReport = m_opened;
+        }
+    };
+
+    m_streams.last().sendEnd();
+
+    EXPECT_EQ(openedAtReport, QStringList{ m_file });
+}
+
 TEST_F(FTPGetControllerFileTest, AFinishedFileIsNotOpenedWhenTheSettingIsFalseOrAbsent)
 {
     startReceivingFileOfSize(std::nullopt);

@@ -61,4 +61,40 @@ TEST_F(FTPListControllerDelegateTest, EntriesBeforeAParseErrorDoNotJoinAListingS
                             u"Receiving"_s, u"entries new"_s }));
     EXPECT_EQ(countChange(), 1);
 }
+
+TEST_F(FTPListControllerDelegateTest, ADelegateMayStopFromInsideAnyReport)
+{
+    for (const QString& report : { u"Started List."_s, u"Opened connection"_s, u"Receiving"_s, u"entries a"_s }) {
+        m_delegate->reaction = [this, &report](const QString& call) {
+            if (call == report) {
+                m_controller->stopReceiveWithStatus(u"List Stopped"_s);
+            }
+        };
+
+        start();
+        m_streams.last().sendOpenCompleted();
+        m_streams.last().sendBytes(line("a"));
+        m_delegate->reaction = nullptr;
+
+        EXPECT_EQ(m_delegate->calls.last(), u"List Stopped"_s) << report.toStdString();
+        EXPECT_FALSE(m_controller->isReceiving()) << report.toStdString();
+        EXPECT_EQ(countChange(), 0) << report.toStdString();
+    }
+}
+
+TEST_F(FTPListControllerDelegateTest, AStartFromInsideTheFirstReportTakesThePlaceOfTheOtherOne)
+{
+    m_delegate->reaction = [this](const QString& /*call*/) {
+        m_delegate->reaction = nullptr;
+        m_controller->startReceive(u"ftp://host/inner/"_s, QString(), QString());
+    };
+
+    start();
+
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Starting list..."_s, u"Starting list..."_s, u"Started List."_s }));
+    ASSERT_EQ(m_streams.streams().size(), 1U);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/inner/"_s);
+    EXPECT_EQ(countChange(), 1);
+}
+
 } // namespace

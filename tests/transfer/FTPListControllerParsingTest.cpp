@@ -174,4 +174,16 @@ TEST_F(FTPListControllerParsingTest, TheEndOfALongLineThatComesByteByByteCostsNo
     EXPECT_LT(secondHalf, 2 * firstHalf);
 }
 
+TEST_F(FTPListControllerParsingTest, AListingAfterALongUnfinishedLineIsReadFromItsBeginning)
+{
+    startReceiving();
+    m_streams.last().sendBytes(QByteArray(200, 'x'));
+    m_streams.last().sendEnd();
+    startReceiving();
+
+    m_streams.last().sendBytes(line("short"));
+
+    EXPECT_EQ(m_delegate->names(), QStringList{ u"short"_s });
+}
+
 } // namespace

@@ -169,4 +169,47 @@ TEST_F(FTPListControllerTest, DestroyingStopsWithStopped)
     EXPECT_EQ(countChange(), 0);
 }
 
+TEST_F(FTPListControllerTest, AtMostOneBufferIsReadPerEvent)
+{
+    startReceiving();
+
+    m_streams.last().sendBytes(QByteArray(40000, 'x'));
+    EXPECT_EQ(m_controller->listData().size(), 32768);
+    m_streams.last().send(FTPStreamEvent::HasBytesAvailable);
+
+    EXPECT_EQ(m_controller->listData().size(), 40000);
+}
+
+TEST_F(FTPListControllerTest, TheFirstListingIsCountedBeforeItsStartIsReported)
+{
+    NetworkManager& manager = NetworkManager::sharedInstance();
+    manager.setNetworkOperationCount(0);
+    quint64 countAtReport = 0;
+    m_delegate->reaction = [&manager, &countAtReport](const QString& call) {
+        if (call == u"Started List."_s) {
+            countAtReport = manager.networkOperationCount();
+        }
+    };
+
+    start();
+
+    EXPECT_EQ(countAtReport, 1U);
+    manager.setNetworkOperationCount(baseCount);
+}
+
+TEST_F(FTPListControllerTest, TheStreamIsClosedBeforeTheEndIsReported)
+{
+    startReceiving();
+    bool idle = false;
+    m_delegate->reaction = [this, &idle](const QString& call) {
+        if (call == u"Listing succeeded"_s) {
+            idle = !m_controller->isReceiving() && m_streams.last().isClosed();
+        }
+    };
+
+    m_streams.last().sendEnd();
+
+    EXPECT_TRUE(idle);
+}
+
 } // namespace
