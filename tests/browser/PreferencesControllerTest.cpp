@@ -229,7 +229,7 @@ TEST_F(PreferencesControllerTest, AnEditedLoginIsStoredWithTheAddressThatThePane
     set({ { u"Address"_s, u"host"_s }, { u"Password"_s, u"old"_s } });
     m_preferences.showPanel();
     type(m_preferences.passwordTextField(), u"new"_s);
-    set({ { u"Address"_s, u"other"_s }, { u"FTPFolder"_s, u"of the other"_s } });
+    set({ { u"Address"_s, u"other"_s }, { u"Username"_s, u""_s }, { u"FTPFolder"_s, u"of the other"_s } });
 
     pressDone();
 
