@@ -1,0 +1,131 @@
+#!/usr/bin/python3
+"""Takes the pictures of the windows for docs/:  pictures.py PROGRAM FOLDER
+
+Each shows at 100 % and, with "-200" behind its name, at 200 %. Two files, a server of our own, a display of our own.
+"""
+
+import os
+import subprocess
+import sys
+
+TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+sys.path.insert(0, os.path.join(TOP, "tests", "window"))
+
+from desktop import Desktop, wait_for  # noqa: E402
+from program import Program, store_settings  # noqa: E402
+from upload_server import UploadServer  # noqa: E402
+
+FILES = {
+    "Annual report 2025.pdf": 2_480_000,
+    "Backup of the website.tar.gz": 88_400_000,
+    "Budget.ods": 74_500,
+    "Concert in June.mp4": 734_000_000,
+    "Interview.mp3": 48_200_000,
+    "Lighthouse.jpg": 3_640_000,
+    "Minutes of the meeting on a long winter evening, with all that was said about the roof.odt": 31_000,
+    "Read me.txt": 1_204,
+    "العقد النهائي.docx": 96_000,
+    "été à la mer.png": 1_870_000,
+}
+FOLDERS = ["Archive", "Photos"]
+SENDING = {"Lighthouse.jpg": 60_000_000, "Map of the harbour.svg": 2_000, "Letter.odt": 30_000}
+
+
+def fill(server):
+    for name, size in FILES.items():
+        with open(server.path(name), "wb") as file:
+            file.truncate(size)
+        os.utime(server.path(name), (1_760_000_000 + size, 1_760_000_000 + size))
+    for name in FOLDERS:
+        os.mkdir(server.path(name))
+        os.utime(server.path(name), (1_750_000_000, 1_750_000_000))
+
+
+class Pictures:
+    def __init__(self, desktop, server, program, folder, suffix):
+        self._desktop = desktop
+        self._server = server
+        self._program = program
+        self._folder = folder
+        self._suffix = suffix
+        self._home = None
+
+    def start(self, **settings):
+        self._home = {**self._desktop.new_home(), "LANG": "en_US.UTF-8"}
+        store_settings(self._home, {"DoNotShowWelcomeWindowAgain": True, **settings})
+        return Program(self._desktop, [self._program], self._home)
+
+    def hand_over(self, paths):
+        """Opens files with the program that runs."""
+        second = Program(self._desktop, [self._program, *paths], self._home)
+        second.exit_code()
+        second.close()
+
+    def to_front(self, program, title):
+        window = wait_for(lambda: self._desktop.windows_of(program.process.pid, title), title)[0]
+        self._desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the keyboard")
+        return window
+
+    def take(self, program, name, title):
+        window = self.to_front(program, title)
+        self._desktop.picture(os.path.join(self._folder, f"window-{name}{self._suffix}.png"), window, frame=True)
+
+    def take_all(self):
+        program = self.start(DoNotShowWelcomeWindowAgain=False)
+        wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        self.take(program, "welcome", "^Welcome")
+        program.press("Close")
+        self.take(program, "empty", "^No FTP")
+        program.close()
+
+        settings = self._server.settings()
+        program = self.start(**settings)
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.take(program, "listing", "^ftp:")
+        self._desktop.key("ctrl+comma")
+        wait_for(lambda: program.find("Server address"), "the panel")
+        program.enter("Server address", "files.example.com")
+        program.enter("Folder", "inbox")
+        self.take(program, "preferences", "^Preferences$")
+        program.press("Cancel")
+        wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
+        self.to_front(program, "^ftp:")
+        self._desktop.xdotool("type", "--delay", 15, "bud")
+        program.press("Delete")
+        wait_for(program.sheet, "the question")
+        self.take(program, "sheet", "^Delete Item$")
+        program.close()
+
+        self._server.read_at_most(3_000_000)
+        paths = []
+        for name, size in SENDING.items():
+            paths.append(os.path.join(self._desktop.folder, name))
+            with open(paths[-1], "wb") as file:
+                file.truncate(size)
+        program = self.start(**settings)
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.to_front(program, "^ftp:")
+        self.hand_over(paths)
+        wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 20, "a part to be sent")
+        self.take(program, "uploading", "^ftp:")
+        program.close()
+
+
+def main():
+    program, folder = map(os.path.abspath, sys.argv[1:3])
+    if len(sys.argv) == 3:  # One desktop for each process.
+        for scale in ("1", "2"):
+            subprocess.run([sys.executable, os.path.abspath(__file__), program, folder, scale], check=True)
+        return
+    scale = sys.argv[3]
+    os.environ["QT_SCALE_FACTOR"] = scale
+    with Desktop(size="2200x1800") as desktop, UploadServer() as server:
+        desktop.environment["QT_SCALE_FACTOR"] = scale
+        fill(server)
+        suffix = "" if scale == "1" else f"-{scale}00"
+        Pictures(desktop, server, program, folder, suffix).take_all()
+
+
+if __name__ == "__main__":
+    main()
