@@ -17,7 +17,7 @@ namespace {
 QString absolutePath(const QString& word)
 {
     if (word.startsWith(u"file://"_s)) {
-        if (const QString path = localPath(QUrl(word)); !path.isNull()) {
+        if (QString path = localPath(QUrl(word)); !path.isNull()) {
             return path;
         }
     }

@@ -5,7 +5,6 @@
 #include <QLocale>
 
 #include <algorithm>
-#include <ranges>
 
 namespace {
 
@@ -65,11 +64,12 @@ void ListEntries::settle()
     const Comparator isBefore = comparator();
     const auto settledEnd = m_order.begin() + m_settled;
     std::stable_sort(settledEnd, m_order.end(), isBefore);
-    const std::vector<int> fresh(settledEnd, m_order.end());
+    std::vector<int> fresh(settledEnd, m_order.end());
     // From the end to the beginning, so that each settled row moves once; a fresh item goes behind its equals.
     auto from = settledEnd;
     auto to = m_order.end();
-    for (const int item : std::views::reverse(fresh)) {
+    for (; !fresh.empty(); fresh.pop_back()) {
+        const int item = fresh.back();
         const auto place = std::upper_bound(m_order.begin(), from, item, isBefore);
         to = std::move_backward(place, from, to);
         from = place;

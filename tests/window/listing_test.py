@@ -24,10 +24,10 @@ class Listing(WindowTest):
         os.chmod(path, mode)
         os.utime(path, (modified, modified))
 
-    def start_listed(self, *words):
+    def start_listed(self):
         """Starts the program, and waits until the folder stands in the table and the window takes keys."""
         self.settings()
-        program = self.start(*words)
+        program = self.start()
         self.wait_for_listing(program)
         self.bring_to_front(program)
         return program
@@ -176,7 +176,9 @@ class Listing(WindowTest):
         self.assertEqual(self.names(program)[program.selected_row("Destination folder")], "beta.txt")
 
     def test_an_uploaded_file_joins_the_table(self):
-        program = self.start_listed(self.file("uploaded.txt"))
+        self.settings()
+
+        program = self.start(self.file("uploaded.txt"))
 
         self.wait_for_files("uploaded.txt")
 
