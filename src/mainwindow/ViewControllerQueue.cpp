@@ -25,6 +25,15 @@ int barValue(float percent)
     return static_cast<int>(std::clamp(percent, 0.0F, 100.0F));
 }
 
+/// Makes @p label as wide as its text where it is not. It never shrinks: the layout of a window whose clock keeps its size
+/// has nothing to do each second.
+void growToText(QLabel& label)
+{
+    if (const QSize wanted = label.sizeHint(); wanted.width() > label.minimumWidth()) {
+        label.setFixedSize(wanted);
+    }
+}
+
 } // namespace
 
 void ViewController::uploadFiles(const QStringList& paths)
@@ -84,6 +93,7 @@ bool ViewController::showDate()
     }
     m_shownSecond = second;
     m_ui->dateStringTextField->setText(shortDateMediumTimeText(QDateTime::currentDateTime()));
+    growToText(*m_ui->dateStringTextField);
     return true;
 }
 

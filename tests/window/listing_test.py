@@ -137,6 +137,33 @@ class Listing(WindowTest):
         wait_for(lambda: os.path.isdir(self.server.path("new one")), "the folder")
         self.wait_for_listing(program)
 
+    def test_the_order_is_chosen_by_keyboard_alone(self):
+        program = self.start_listed()
+
+        for key in ("alt+v", "s", "d"):
+            self.desktop.key(key)
+        wait_for(lambda: self.names(program)[-1] == "Folder", "the order by date")
+        self.bring_to_front(program)
+        for key in ("alt+v", "s", "e"):
+            self.desktop.key(key)
+
+        wait_for(lambda: self.names(program)[0] == "Folder", "the order turned")
+
+    def test_an_upload_keeps_item_actions_back(self):
+        self.server.read_at_most(500_000)
+        self.settings()
+        program = self.start()
+        self.wait_for_listing(program)
+        second = self.launch(self.file("large", bytes(20_000_000)))
+        self.assertEqual(second.exit_code(), 0)
+        wait_for(lambda: program.is_enabled("Stop"), "the upload")
+
+        program.press("New Folder")
+
+        self.assertEqual(program.acknowledge(), ["Cannot Download", "Wait for the current upload to complete."])
+        program.press("Stop")
+        self.wait_for_status(program, "Upload Stopped")
+
     def test_the_location_is_copied(self):
         program = self.start_listed()
 
