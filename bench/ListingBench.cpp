@@ -1,8 +1,8 @@
 // Lists a folder into the window's table as the program does, and prints what it took:
 //   ListingBench ADDRESS USER PASSWORD
 // Milliseconds from the first items to the complete, sorted table; the longest time that the event loop stood still
-// meanwhile; for each column the time to sort by it anew; the time to paint after a jump to the middle. Off screen
-// unless QT_QPA_PLATFORM says otherwise. The exit code is 1 when the listing failed.
+// meanwhile; by how many MiB its memory grew; for each column the time to sort by it anew; the time to paint after a
+// jump to the middle. Off screen unless QT_QPA_PLATFORM says otherwise. The exit code is 1 when the listing failed.
 
 #include "EngineStreamFactory.h"
 #include "ListingTable.h"
@@ -13,6 +13,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QScrollBar>
@@ -31,12 +32,21 @@ double milliseconds(const QElapsedTimer& clock)
     return static_cast<double>(clock.nsecsElapsed()) / 1e6;
 }
 
+/// Memory of this process, in MiB.
+double residentMemory()
+{
+    QFile file(u"/proc/self/statm"_s);
+    const QByteArrayList pages = file.open(QIODevice::ReadOnly) ? file.readAll().split(' ') : QByteArrayList();
+    return static_cast<double>(pages.value(1).toLongLong() * ::sysconf(_SC_PAGESIZE)) / (1024 * 1024);
+}
+
 /// The time from the first items to the last, and the longest pause between two turns of the loop.
 bool list(ViewController& controller)
 {
     QElapsedTimer sinceFirst;
     QElapsedTimer turn;
     double longest = 0;
+    const double memoryBefore = residentMemory();
     controller.listFTPDestination();
     while (controller.lc().isReceiving()) {
         turn.start();
@@ -53,8 +63,9 @@ bool list(ViewController& controller)
         std::fprintf(stderr, "%s\n", qPrintable(status));
         return false;
     }
-    std::printf("items %lld\ncomplete %.0f\nstall %.0f\n", static_cast<long long>(controller.listEntries().size()),
-                milliseconds(sinceFirst), longest);
+    std::printf("items %lld\ncomplete %.0f\nstall %.0f\nmemory %.0f\n",
+                static_cast<long long>(controller.listEntries().size()), milliseconds(sinceFirst), longest,
+                residentMemory() - memoryBefore);
     return true;
 }
 

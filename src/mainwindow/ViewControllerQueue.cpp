@@ -25,8 +25,8 @@ int barValue(float percent)
     return static_cast<int>(std::clamp(percent, 0.0F, 100.0F));
 }
 
-/// Makes @p label as wide as its text where it is not. It never shrinks: the layout of a window whose clock keeps its size
-/// has nothing to do each second.
+/// Makes @p label as wide as its text where it is not. It never shrinks: the layout of a window whose clock keeps its
+/// size has nothing to do each second.
 void growToText(QLabel& label)
 {
     if (const QSize wanted = label.sizeHint(); wanted.width() > label.minimumWidth()) {

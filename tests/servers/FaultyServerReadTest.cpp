@@ -5,6 +5,7 @@
 #include "FTPListController.h"
 #include "FileSizeLimit.h"
 #include "ScriptedServer.h"
+#include "SmallDisk.h"
 #include "TransferTest.h"
 #include "UserDefaults.h"
 
@@ -189,6 +190,24 @@ TEST_F(FaultyServerReadTest, ADownloadThatCannotBeWrittenIsNoSuccess)
     EXPECT_EQ(download(path(u"missing/local"_s)), u"File write error"_s);
     EXPECT_EQ(download(m_folder.path()), u"File write error"_s);
     EXPECT_EQ(m_delegate.calls.count(u"Download succeeded"_s), 0);
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FaultyServerReadTest, AFullDiskIsAFileWriteErrorAndTheNextDownloadWorks)
+{
+    const QString folder = path(u"disk"_s);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const SmallDisk disk(folder);
+    ASSERT_EQ(disk.problem().toStdString(), "");
+    m_server.putFile(u"folder/file"_s, QByteArray(3'000'000, 'x'));
+
+    EXPECT_EQ(download(folder + u"/local"_s), u"File write error"_s);
+
+    EXPECT_EQ(m_delegate.calls.count(u"Download succeeded"_s), 0);
+    EXPECT_GT(QFileInfo(folder + u"/local"_s).size(), 500'000); // What fitted stays.
+    QFile::remove(folder + u"/local"_s);
+    m_server.putFile(u"folder/file"_s, m_bytes);
+    expectDownloadWorks();
     EXPECT_EQ(countChange(), 0);
 }
 
