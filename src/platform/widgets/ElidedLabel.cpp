@@ -34,8 +34,8 @@ void ElidedLabel::paintEvent(QPaintEvent* /*event*/)
 
 bool ElidedLabel::event(QEvent* event)
 {
-    if (event->type() == QEvent::ToolTip && toolTip().isEmpty() && elidedText() != text()) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(text()), this);
+    if (event->type() == QEvent::ToolTip && elidedText() != text()) {
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(text()) + toolTip(), this);
         return true;
     }
     return QLabel::event(event);

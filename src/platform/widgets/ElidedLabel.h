@@ -3,7 +3,7 @@
 #include <QLabel>
 
 /// A label of one line that shortens a text too long for it in the middle and never widens its window. Its text stays
-/// whole for those who read it, and as a tool tip while it is shortened.
+/// whole for those who read it, and stands above its tool tip while it is shortened.
 class ElidedLabel final : public QLabel {
     Q_OBJECT
 

@@ -1,8 +1,15 @@
 #include "ElidedLabel.h"
 
 #include "Printers.h"
+#include "WaitFor.h"
+
+#include <QApplication>
+#include <QHelpEvent>
+#include <QToolTip>
 
 #include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -18,6 +25,25 @@ TEST(ElidedLabelTest, ALongTextDoesNotWidenIt)
     EXPECT_EQ(label.text().size(), 100000);
     label.resize(100, 20);
     label.grab();
+}
+
+TEST(ElidedLabelTest, AShortenedTextStandsWholeAboveTheToolTip)
+{
+    ElidedLabel label;
+    label.setToolTip(u"<p>why</p>"_s);
+    label.resize(60, 20);
+    label.show();
+    QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), label.mapToGlobal(QPoint(5, 5)));
+
+    label.setText(u"<i>a text that is much too long</i>"_s);
+    QApplication::sendEvent(&label, &hover);
+    EXPECT_TRUE(waitFor([] {
+        return QToolTip::text().contains(u"&lt;i&gt;a text that"_s) && QToolTip::text().endsWith(u"<p>why</p>"_s);
+    }));
+
+    label.setText(u"ok"_s);
+    QApplication::sendEvent(&label, &hover);
+    EXPECT_TRUE(waitFor([] { return QToolTip::text() == u"<p>why</p>"_s; }));
 }
 
 } // namespace
