@@ -6,6 +6,7 @@
 #include "FTPPutController.h"
 #include "ItemOperations.h"
 #include "ListingModel.h"
+#include "TableDragging.h"
 #include "WeakRef.h"
 
 #include <QDateTime>
@@ -37,7 +38,8 @@ class ViewController final : public QObject,
                              public FTPPutControllerDelegate,
                              public FTPGetControllerDelegate,
                              public FTPListControllerDelegate,
-                             public FTPCreateControllerDelegate {
+                             public FTPCreateControllerDelegate,
+                             public TableDragging {
     Q_OBJECT
 
 public:
@@ -125,6 +127,20 @@ public:
     void tableViewSelectionDidChange(const QObject* table);
     /// Whether an item now listed has exactly this name.
     bool listingContainsName(const QString& name) const;
+
+    // Dragging onto and out of that table.
+
+    /// What the promise of a dragged row holds, as a JSON list of one text: the number of the row.
+    static inline const QString promiseFormat = QStringLiteral("application/x-quillbox-promised-files");
+
+    /// The files of the last drop onto the table that was accepted.
+    const QStringList& droppedFiles() const { return m_droppedFiles; }
+    /// The plain files that @p pasteboard names, in its order.
+    QStringList pasteboardHasFiles(const QMimeData& pasteboard) const;
+    Qt::DropAction validateDrop(const QMimeData& pasteboard, TableDrop& drop) const override;
+    bool acceptDrop(const QMimeData& pasteboard, const TableDrop& drop) override;
+    bool writeRowsWithIndexes(const QList<int>& rows, QMimeData& pasteboard) override;
+    QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows) override;
 
     // Actions on the selected item.
 
@@ -218,6 +234,7 @@ private:
     void resetProgress();
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
+    void refuseFileName();
     /// Null without a selection.
     const ListingEntry* selectedEntry() const;
     void alertIfError(const QString& status);
@@ -238,6 +255,7 @@ private:
     std::unique_ptr<FTPCreateController> m_cc;
 
     QStringList m_fileUploadQueue;
+    QStringList m_droppedFiles;
     ListingModel m_listing;
     bool m_isListed = false; ///< The list holds all that the server told.
     bool m_wasListing = false; ///< At the last tick.
