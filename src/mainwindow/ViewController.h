@@ -146,8 +146,9 @@ public:
 
     void downloadSelection();
     void doubleAction();
-    /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default.
-    void downloadFileTo(const QString& name, const QString& folder);
+    /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default. @p rawName:
+    /// what the server knows it by, where that is no UTF-8.
+    void downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName = {});
     void deleteSelection();
     /// Waits for the server's answer.
     void deleteFile(const QString& name);
@@ -235,6 +236,7 @@ private:
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
     void refuseFileName();
+    void openDownload(const QString& path);
     /// Null without a selection.
     const ListingEntry* selectedEntry() const;
     void alertIfError(const QString& status);

@@ -1,5 +1,6 @@
 // Actions on the selected item of the destination folder, and new folders in it.
 
+#include "DefaultApplication.h"
 #include "DestinationServer.h"
 #include "PathText.h"
 #include "RunLoop.h"
@@ -41,13 +42,13 @@ void ViewController::downloadSelection()
         return;
     }
     if (entry->type == ListingEntry::plainFileType) {
-        downloadFileTo(entry->name, QString());
+        downloadFileTo(entry->name, QString(), entry->rawName);
     } else {
         showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
     }
 }
 
-void ViewController::downloadFileTo(const QString& name, const QString& folder)
+void ViewController::downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName)
 {
     m_percent = 0;
     m_bytes.reset();
@@ -55,17 +56,30 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder)
     if (place.isNull()) {
         return;
     }
-    if (!folder.isNull() && !PathText::isFileName(name)) {
+    if (!PathText::isFileName(name)) {
         refuseFileName();
         return;
     }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
-    m_gc->startReceive(URLText::appendingPathComponent(place, name), username(), password(), file);
+    const QString source = rawName.isNull() ? URLText::appendingPathComponent(place, name)
+                                            : URLText::appendingPathComponent(place, rawName);
+    m_gc->startReceive(source, username(), password(), file);
 }
 
 void ViewController::refuseFileName()
 {
     updateStatus(u"Invalid Desftination File"_s); // A name that the server sent never leads to another folder.
+}
+
+void ViewController::openDownload(const QString& path)
+{
+    if (DefaultApplication::isProgram(path)) {
+        showAlert(u"File Not Opened"_s,
+                  u"\"%1\" is there, but programs, scripts and launchers are not opened."_s.arg(
+                      visibleText(PathText::lastPathComponent(path))));
+    } else {
+        DefaultApplication::open(path);
+    }
 }
 
 void ViewController::deleteSelection()
