@@ -13,18 +13,12 @@ namespace {
 
 /// Types of what desktops run rather than show; with those derived from them, which scripts are.
 constexpr std::array programTypes{
-    "application/x-executable"_L1,
-    "application/x-sharedlib"_L1,
-    "application/x-desktop"_L1,
-    "application/vnd.appimage"_L1,
-    "application/x-iso9660-appimage"_L1,
-    "application/x-ms-dos-executable"_L1,
-    "application/x-msdownload"_L1,
-    "application/vnd.microsoft.portable-executable"_L1,
-    "application/x-java-archive"_L1,
-    "application/x-java-jnlp-file"_L1,
-    "application/x-ms-shortcut"_L1,
-    "application/vnd.flatpak.ref"_L1,
+    "application/x-executable"_L1,       "application/x-sharedlib"_L1,
+    "application/x-desktop"_L1,          "application/vnd.appimage"_L1,
+    "application/x-iso9660-appimage"_L1, "application/x-ms-dos-executable"_L1,
+    "application/x-msdownload"_L1,       "application/vnd.microsoft.portable-executable"_L1,
+    "application/x-java-archive"_L1,     "application/x-java-jnlp-file"_L1,
+    "application/x-ms-shortcut"_L1,      "application/vnd.flatpak.ref"_L1,
     "application/x-mswinurl"_L1,
 };
 
