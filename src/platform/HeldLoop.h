@@ -4,9 +4,9 @@
 
 class QObject;
 
-/// Holds the main thread's loop for as long as it lives: between a call and its answer the loop may run, so that windows
-/// are painted, but nothing of the program does. No stream reports, no delayed block runs (see RunLoop), and whatever
-/// else comes from outside asks whenFree(). For the main thread; one at a time.
+/// Holds the main thread's loop for as long as it lives: between a call and its answer the loop may run, so that
+/// windows are painted, but nothing of the program does. No stream reports, no delayed block runs (see RunLoop), and
+/// whatever else comes from outside asks whenFree(). For the main thread; one at a time.
 class HeldLoop final {
 public:
     HeldLoop();

@@ -6,8 +6,8 @@
 #include <memory>
 #include <optional>
 
-/// A call that may block for as long as it likes, on a thread of its own. Nobody has to wait for it: it may outlive this
-/// object, and the process may end while it runs.
+/// A call that may block for as long as it likes, on a thread of its own. Nobody has to wait for it: it may outlive
+/// this object, and the process may end while it runs.
 class WorkerCall final : public QObject {
     Q_OBJECT
 
