@@ -133,10 +133,10 @@ public:
     /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default.
     void downloadFileTo(const QString& name, const QString& folder);
     void deleteSelection();
-    /// Waits for the server's answer.
+    /// Waits for the server's answer, or until the user no longer wants to.
     void deleteFile(const QString& name);
     void createFolderButtonAction();
-    /// Waits for the server's answer.
+    /// Waits for the server's answer, or until the user no longer wants to.
     void createFolder(const QString& name);
 
     // Commands of the menus.
