@@ -93,6 +93,13 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
 void ViewController::deleteFile(const QString& name)
 {
     const QString shownName = visibleText(name);
+    if (hasIPv6Address(createFullDestinationPathFromAppNameAndFTPFolder())) {
+        showAlert(
+            u"Cannot Delete"_s,
+            u"“%1” was not deleted. Items can be deleted through IPv4 alone, and the server's address in the "
+            "preferences is an IPv6 address.\n\nGive the server's name or its IPv4 address instead."_s.arg(shownName));
+        return;
+    }
     const auto server = serverForOperation();
     const std::optional<bool> isDeleted = waitForAnswer(
         &m_window, u"Deleting “%1”…"_s.arg(shownName),
