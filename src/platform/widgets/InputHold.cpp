@@ -7,6 +7,7 @@
 #include <QDrag>
 #include <QDragLeaveEvent>
 #include <QMenu>
+#include <QSignalBlocker>
 #include <QWidget>
 #include <QWindow>
 
@@ -109,9 +110,11 @@ bool InputHold::isInWindow(const QObject& object) const
 
 bool InputHold::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::Timer) {
-        // A button that a screen reader has pressed stays down for a moment before it acts.
-        return qobject_cast<QAbstractButton*>(watched) != nullptr && !isInWindow(*watched);
+    if (event->type() == QEvent::Timer && qobject_cast<QAbstractButton*>(watched) != nullptr && !isInWindow(*watched)) {
+        // A button that a screen reader has pressed stays down for a moment before it acts: it comes up without acting.
+        const QSignalBlocker blocker(watched);
+        watched->event(event);
+        return true;
     }
     if (event->type() == QEvent::Show && qobject_cast<QMenu*>(watched) != nullptr) {
         QMetaObject::invokeMethod(watched, "hide", Qt::QueuedConnection); // A screen reader has opened it.

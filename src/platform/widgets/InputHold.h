@@ -9,8 +9,8 @@ class QCheckBox;
 class QWidget;
 
 /// Keeps the user from everything but one window for as long as it lives, also while that window does not show yet:
-/// mouse, keys, shortcuts, drops and the closing of windows are dropped, and what a screen reader presses waits or is
-/// refused. Windows are painted as ever, and nothing is greyed out.
+/// mouse, keys, shortcuts, drops, the closing of windows and what a screen reader presses come to nothing. Windows are
+/// painted as ever, and no button is greyed out.
 class InputHold final : public QObject {
 public:
     /// @p window goes on to take input.
