@@ -150,10 +150,10 @@ public:
     /// what the server knows it by, where that is no UTF-8.
     void downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName = {});
     void deleteSelection();
-    /// Waits for the server's answer.
+    /// Waits for the server's answer, or until the user no longer wants to.
     void deleteFile(const QString& name);
     void createFolderButtonAction();
-    /// Waits for the server's answer.
+    /// Waits for the server's answer, or until the user no longer wants to.
     void createFolder(const QString& name);
 
     // Commands of the menus.

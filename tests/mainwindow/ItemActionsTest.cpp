@@ -365,6 +365,22 @@ TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
               (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
 }
 
+TEST_F(ItemActionsTest, AtAnIPv6AddressNothingIsDeletedAndTheUserLearnsWhy)
+{
+    set({ { u"Address"_s, u"[::1]:2121"_s } });
+
+    m_controller->deleteFile(u"file.txt"_s);
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Cannot Delete: “file.txt” was not deleted. Items can be deleted through IPv4 alone, and "
+                           "the server's address in the preferences is an IPv6 address.\n\nGive the server's name or "
+                           "its IPv4 address instead."_s });
+    EXPECT_TRUE(m_operations.isEmpty());
+    EXPECT_EQ(m_controller->listEntries().size(), 2);
+    m_controller->createFolder(u"new"_s);
+    EXPECT_EQ(m_operations.size(), 1);
+}
+
 } // namespace
 
 #include "ItemActionsTest.moc"
