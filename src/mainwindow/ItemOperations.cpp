@@ -6,7 +6,7 @@ ItemOperations libraryItemOperations()
 {
     return {
         .deleteFileNamed
-        = [](const QString& name, const FMServer& server) { return FTPManager().deleteFileNamed(name, &server); },
+        = [](const QByteArray& name, const FMServer& server) { return FTPManager().deleteFileNamed(name, &server); },
         .createNewFolder
         = [](const QString& name, const FMServer& server) { return FTPManager().createNewFolder(name, &server); },
     };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <functional>
@@ -10,7 +11,8 @@ class FMServer;
 /// was done. Called on threads of their own, which may outlive everything else: an operation refers to nothing but its
 /// arguments and what it owns.
 struct ItemOperations {
-    std::function<bool(const QString& name, const FMServer& server)> deleteFileNamed;
+    /// @p name: its bytes, as the server knows them.
+    std::function<bool(const QByteArray& name, const FMServer& server)> deleteFileNamed;
     std::function<bool(const QString& name, const FMServer& server)> createNewFolder;
 };
 

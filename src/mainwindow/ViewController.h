@@ -151,7 +151,7 @@ public:
     void downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName = {});
     void deleteSelection();
     /// Waits for the server's answer, or until the user no longer wants to.
-    void deleteFile(const QString& name);
+    void deleteFile(const QString& name, const QByteArray& rawName = {});
     void createFolderButtonAction();
     /// Waits for the server's answer, or until the user no longer wants to.
     void createFolder(const QString& name);

@@ -92,8 +92,8 @@ void ViewController::deleteSelection()
     if (entry == nullptr) {
         return;
     }
-    const auto deleteLater = [this, name = entry->name] {
-        RunLoop::dispatchAfter(answerDelayMs, this, [this, name] { deleteFile(name); });
+    const auto deleteLater = [this, name = entry->name, rawName = entry->rawName] {
+        RunLoop::dispatchAfter(answerDelayMs, this, [this, name, rawName] { deleteFile(name, rawName); });
     };
     SheetQueue::of(m_window).raise({ .title = u"Delete Item"_s,
                                      .text = u"Are you sure you want to delete \"%1\"?"_s.arg(visibleText(entry->name)),
@@ -109,7 +109,7 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
     return serverOfDestination(destination, username(), password());
 }
 
-void ViewController::deleteFile(const QString& name)
+void ViewController::deleteFile(const QString& name, const QByteArray& rawName)
 {
     const QString shownName = visibleText(name);
     if (hasIPv6Address(createFullDestinationPathFromAppNameAndFTPFolder())) {
@@ -122,7 +122,8 @@ void ViewController::deleteFile(const QString& name)
     const auto server = serverForOperation();
     const std::optional<bool> isDeleted = waitForAnswer(
         &m_window, u"Deleting “%1”…"_s.arg(shownName),
-        [name, server, deleteFileNamed = m_itemOperations.deleteFileNamed] { return deleteFileNamed(name, *server); });
+        [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, server,
+         deleteFileNamed = m_itemOperations.deleteFileNamed] { return deleteFileNamed(nameOnServer, *server); });
     if (!isDeleted) {
         showAlert(u"No Answer"_s,
                   u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName));

@@ -21,7 +21,8 @@ protected:
     ItemActionsTest()
     {
         m_controller->setItemOperations({
-            .deleteFileNamed = [this](const QString& name, const FMServer& server) { return note(name, server); },
+            .deleteFileNamed = [this](const QByteArray& name,
+                                      const FMServer& server) { return note(QString::fromLatin1(name), server); },
             .createNewFolder = [this](const QString& name, const FMServer& server) { return note(name, server); },
         });
         add(u"file.txt"_s, ListingEntry::plainFileType);
@@ -149,6 +150,22 @@ TEST_F(ItemActionsTest, ANameThatIsNoUTF8IsAskedForByItsBytes)
     m_controller->downloadSelection();
 
     EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/caf%E9%20%2541"_s);
+}
+
+TEST_F(ItemActionsTest, ANameThatIsNoUTF8IsDeletedByItsBytes)
+{
+    m_controller->listFTPDestination();
+    ListingEntry entry;
+    entry.name = u"caf√©"_s;
+    entry.rawName = "caf\xE9"_ba;
+    m_controller->addListEntries({ entry });
+    select(entry.name);
+
+    button("deleteButton").click();
+    answerSheet(u"Delete"_s);
+
+    EXPECT_TRUE(somethingHappensLater());
+    EXPECT_EQ(m_operations, QList<QStringList>{ operation(u"caf\u00E9"_s) }); // Its bytes, read one by one.
 }
 
 TEST_F(ItemActionsTest, ANameThatIsNoFileNameLeadsNowhere)

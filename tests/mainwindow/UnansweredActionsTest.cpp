@@ -15,7 +15,8 @@ class UnansweredActionsTest : public ViewControllerTest {
 protected:
     UnansweredActionsTest()
     {
-        const auto operation = [call = m_call.function()](const QString&, const FMServer&) { return call(); };
+        const auto operation
+            = [call = m_call.function()](const auto& /*name*/, const FMServer& /*server*/) { return call(); };
         m_controller->setItemOperations({ .deleteFileNamed = operation, .createNewFolder = operation });
         ListingEntry entry;
         entry.name = u"file.txt"_s;
