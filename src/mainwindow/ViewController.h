@@ -6,6 +6,7 @@
 #include "FTPPutController.h"
 #include "ItemOperations.h"
 #include "ListingModel.h"
+#include "UploadHistory.h"
 #include "WeakRef.h"
 
 #include <QDateTime>
@@ -78,6 +79,8 @@ public:
     /// order.
     QStringList filesToReplace() const;
     const QStringList& fileUploadQueue() const { return m_fileUploadQueue; }
+    /// What has become of each file of this run.
+    UploadHistory& history() { return m_history; }
 
     /// Refreshes the window's indicators and starts the next upload; called every 10 ms.
     void onTick();
@@ -214,6 +217,12 @@ private:
     void showLastReply();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
+    void startUpload(const QString& path, const QString& destination);
+    void stopUpload();
+    void startListing(const QString& location);
+    void noteUploadStatus(const QString& status);
+    void noteEnd(const QString& status);
+    void noteConfirmation();
     void listAgainIfWanted();
     void resetProgress();
     void emptyList();
@@ -238,6 +247,10 @@ private:
     std::unique_ptr<FTPCreateController> m_cc;
 
     QStringList m_fileUploadQueue;
+    UploadHistory m_history;
+    bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
+    bool m_hasStartedUpload = false; ///< It has, and its stream was opened.
+    QString m_startStatus; ///< What it said last while it started.
     ListingModel m_listing;
     bool m_isListed = false; ///< The list holds all that the server told.
     bool m_wasListing = false; ///< At the last tick.
