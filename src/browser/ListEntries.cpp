@@ -32,10 +32,11 @@ std::vector<int> ListEntries::rowsOfArrivals() const
     return rows;
 }
 
-bool ListEntries::contains(const QString& name) const
+int ListEntries::rowOf(const QString& name) const
 {
-    return std::any_of(m_entries.begin(), m_entries.end(),
-                       [&name](const ListingEntry& entry) { return entry.name == name; });
+    const auto found = std::find_if(m_order.begin(), m_order.end(),
+                                    [this, &name](int number) { return arrival(number).name == name; });
+    return found == m_order.end() ? -1 : static_cast<int>(found - m_order.begin());
 }
 
 void ListEntries::clear()

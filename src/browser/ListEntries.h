@@ -25,8 +25,9 @@ public:
     const ListingEntry& arrival(int number) const { return m_entries[static_cast<size_t>(number)]; }
     /// The row of each arrival, by the arrivals' numbers.
     std::vector<int> rowsOfArrivals() const;
-    /// Whether an item has exactly this name.
-    bool contains(const QString& name) const;
+    /// The first row whose item has exactly this name; -1 without one.
+    int rowOf(const QString& name) const;
+    bool contains(const QString& name) const { return rowOf(name) >= 0; }
 
     void clear();
     /// Puts @p batch at the end, in its order. The list is in its order again after settle().

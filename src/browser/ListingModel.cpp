@@ -100,6 +100,11 @@ QVariant ListingModel::data(const QModelIndex& index, int role) const
     }
 }
 
+Qt::ItemFlags ListingModel::flags(const QModelIndex& index) const
+{
+    return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+}
+
 QVariant ListingModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) {

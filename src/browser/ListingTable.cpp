@@ -46,6 +46,8 @@ ListingTable::ListingTable(QWidget* parent)
     setShowGrid(false);
     setWordWrap(false);
     setTabKeyNavigation(false);
+    setDragEnabled(true);
+    setAcceptDrops(true);
     setUpHeaders();
     m_hold.setSingleShot(true);
     m_hold.setInterval(200ms);
@@ -241,9 +243,11 @@ void ListingTable::paintEvent(QPaintEvent* event)
         painter.setPen(palette().color(QPalette::PlaceholderText));
         painter.drawText(viewport()->rect(), Qt::AlignCenter, m_emptyText);
     }
-    if (hasFocus()) {
-        painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-        painter.drawRect(viewport()->rect().adjusted(1, 1, -1, -1));
+    if (hasFocus() || m_isDropTarget) {
+        const int width = m_isDropTarget ? 5 : 2;
+        painter.setPen(QPen(palette().color(QPalette::Highlight), width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+        const int inset = width / 2;
+        painter.drawRect(viewport()->rect().adjusted(inset, inset, -inset - width % 2, -inset - width % 2));
     }
 }
 

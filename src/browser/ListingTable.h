@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SortDescriptor.h"
+#include "TableDragging.h"
 
 #include <QList>
 #include <QString>
@@ -21,6 +22,8 @@ public:
 
     /// @p model outlives the table.
     void setListing(ListingModel& model);
+    /// @p dragging, not owned, outlives the table or is taken back by null: without it nothing is dragged.
+    void setDragging(TableDragging* dragging) { m_dragging = dragging; }
 
     /// The column that the header's arrow shows; none without an arrow.
     QList<SortDescriptor> sortDescriptors() const;
@@ -35,6 +38,8 @@ public:
 signals:
     void sortDescriptorsDidChange();
     void tableViewSelectionDidChange();
+    /// The user drags an item whose name no file can have.
+    void unnamableItemDragged();
 
 public: // What a view answers to.
     void keyboardSearch(const QString& text) override;
@@ -44,6 +49,11 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    void startDrag(Qt::DropActions actions) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
@@ -55,6 +65,10 @@ private:
     void restorePlace();
     void forgetPlace();
     void showAgain();
+    TableDrop dropAt(const QPoint& point) const;
+    void setDropTarget(bool isDropTarget);
+    void fulfilPromise(const QString& name, const QString& folder);
+    QPixmap dragPicture(int row) const;
 
     ListingModel* m_listing = nullptr;
     QString m_emptyText;
@@ -62,4 +76,7 @@ private:
     std::optional<int> m_wantedScroll;
     int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.
     QTimer m_hold; ///< Runs while the old picture stays.
+    TableDragging* m_dragging = nullptr;
+    Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the table.
+    bool m_isDropTarget = false; ///< As a whole, and shown so.
 };

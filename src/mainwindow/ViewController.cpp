@@ -52,6 +52,7 @@ void ViewController::loadView()
     }
     m_ui->dragAndDropView->setViewController(this);
     m_ui->destinationListingTable->setListing(m_listing);
+    m_ui->destinationListingTable->setDragging(this);
     WindowMemory::restore(m_window, *m_ui->destinationListingTable->horizontalHeader());
     sortDescriptorsDidChange();
     connectControls();
@@ -68,6 +69,7 @@ void ViewController::connectControls()
             [this, table] { tableViewSelectionDidChange(table); });
     connect(table, &ListingTable::sortDescriptorsDidChange, this, &ViewController::sortDescriptorsDidChange);
     connect(table, &ListingTable::doubleClicked, this, &ViewController::doubleAction);
+    connect(table, &ListingTable::unnamableItemDragged, this, &ViewController::refuseFileName);
     connect(m_ui->downloadButton, &QPushButton::clicked, this, &ViewController::downloadSelection);
     connect(m_ui->deleteButton, &QPushButton::clicked, this, &ViewController::deleteSelection);
     connect(m_ui->newFolderButton, &QPushButton::clicked, this, &ViewController::createFolderButtonAction);

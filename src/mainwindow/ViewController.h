@@ -6,6 +6,7 @@
 #include "FTPPutController.h"
 #include "ItemOperations.h"
 #include "ListingModel.h"
+#include "TableDragging.h"
 #include "UploadHistory.h"
 #include "WeakRef.h"
 
@@ -38,7 +39,8 @@ class ViewController final : public QObject,
                              public FTPPutControllerDelegate,
                              public FTPGetControllerDelegate,
                              public FTPListControllerDelegate,
-                             public FTPCreateControllerDelegate {
+                             public FTPCreateControllerDelegate,
+                             public TableDragging {
     Q_OBJECT
 
 public:
@@ -128,6 +130,20 @@ public:
     void tableViewSelectionDidChange(const QObject* table);
     /// Whether an item now listed has exactly this name.
     bool listingContainsName(const QString& name) const;
+
+    // Dragging onto and out of that table.
+
+    /// What the promise of a dragged row holds, as a JSON list of one text: the number of the row.
+    static inline const QString promiseFormat = QStringLiteral("application/x-quillbox-promised-files");
+
+    /// The files of the last drop onto the table that was accepted.
+    const QStringList& droppedFiles() const { return m_droppedFiles; }
+    /// The plain files that @p pasteboard names, in its order.
+    QStringList pasteboardHasFiles(const QMimeData& pasteboard) const;
+    Qt::DropAction validateDrop(const QMimeData& pasteboard, TableDrop& drop) const override;
+    bool acceptDrop(const QMimeData& pasteboard, const TableDrop& drop) override;
+    bool writeRowsWithIndexes(const QList<int>& rows, QMimeData& pasteboard) override;
+    QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows) override;
 
     // Actions on the selected item.
 
@@ -227,6 +243,7 @@ private:
     void resetProgress();
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
+    void refuseFileName();
     /// Null without a selection.
     const ListingEntry* selectedEntry() const;
     void alertIfError(const QString& status);
@@ -247,6 +264,7 @@ private:
     std::unique_ptr<FTPCreateController> m_cc;
 
     QStringList m_fileUploadQueue;
+    QStringList m_droppedFiles;
     UploadHistory m_history;
     bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
     bool m_hasStartedUpload = false; ///< It has, and its stream was opened.

@@ -56,11 +56,16 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder)
         return;
     }
     if (!folder.isNull() && !PathText::isFileName(name)) {
-        updateStatus(u"Invalid Desftination File"_s); // A name that the server sent never leads to another folder.
+        refuseFileName();
         return;
     }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
     m_gc->startReceive(URLText::appendingPathComponent(place, name), username(), password(), file);
+}
+
+void ViewController::refuseFileName()
+{
+    updateStatus(u"Invalid Desftination File"_s); // A name that the server sent never leads to another folder.
 }
 
 void ViewController::deleteSelection()

@@ -14,5 +14,8 @@ void setPlainTexts(QMessageBox& box, const QString& title, const QString& text)
     // The box's format is for its first text only.
     if (auto* const label = box.findChild<QLabel*>(u"qt_msgbox_informativelabel"_s)) {
         label->setTextFormat(Qt::PlainText);
+        // Otherwise a long text below a short title stands in a narrow column.
+        constexpr int comfortableWidth = 360;
+        label->setMinimumWidth(qMin(comfortableWidth, label->fontMetrics().horizontalAdvance(text)));
     }
 }

@@ -1,0 +1,94 @@
+#include "DirectSave.h"
+
+#include "FileURL.h"
+
+#include <QGuiApplication>
+#include <QUrl>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::uint32_t longestWish = 16 * 1024; ///< In words of four bytes.
+
+struct Free {
+    void operator()(void* reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-no-malloc): as xcb wants it
+};
+template <typename Reply> using ReplyPointer = std::unique_ptr<Reply, Free>;
+
+xcb_connection_t* connection()
+{
+    const auto* const native = qApp->nativeInterface<QNativeInterface::QX11Application>();
+    return native == nullptr ? nullptr : native->connection();
+}
+
+xcb_atom_t atom(xcb_connection_t* x, const QByteArray& name)
+{
+    const auto request = xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.constData());
+    const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(x, request, nullptr));
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+
+} // namespace
+
+bool DirectSave::isAvailable()
+{
+    return connection() != nullptr;
+}
+
+std::uint32_t DirectSave::announce(const QString& name)
+{
+    xcb_connection_t* const x = connection();
+    if (x == nullptr) {
+        return 0;
+    }
+    // Drags come from a window of the toolkit's own, not from the widget's.
+    const auto request = xcb_get_selection_owner(x, atom(x, "XdndSelection"));
+    const ReplyPointer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(x, request, nullptr));
+    const xcb_window_t window = reply ? reply->owner : xcb_window_t(XCB_WINDOW_NONE);
+    if (window != XCB_WINDOW_NONE) {
+        const QByteArray text = name.toUtf8();
+        xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, atom(x, "XdndDirectSave0"), atom(x, "text/plain"), 8,
+                            static_cast<std::uint32_t>(text.size()), text.constData());
+        xcb_flush(x);
+    }
+    return window;
+}
+
+QString DirectSave::takeWish(std::uint32_t window)
+{
+    xcb_connection_t* const x = connection();
+    if (x == nullptr || window == 0) {
+        return {};
+    }
+    const xcb_atom_t property = atom(x, "XdndDirectSave0");
+    const auto request = xcb_get_property(x, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longestWish);
+    const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(x, request, nullptr));
+    if (!reply || reply->bytes_after != 0) {
+        return {};
+    }
+    QString path = pathOfWish(QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                                               xcb_get_property_value_length(reply.get())));
+    if (!path.isNull()) {
+        xcb_delete_property(x, window, property);
+        xcb_flush(x);
+    }
+    return path;
+}
+
+QString DirectSave::pathOfWish(QByteArray value)
+{
+    // Some targets count the byte that ends a text in C, or end the line.
+    for (const char end : { '\0', '\r', '\n' }) {
+        if (const qsizetype at = value.indexOf(end); at >= 0) {
+            value.truncate(at);
+        }
+    }
+    const QString path = localPath(QUrl::fromEncoded(value, QUrl::StrictMode));
+    return path.startsWith(u'/') ? path : QString();
+}

@@ -1,0 +1,391 @@
+#include "DragExtraction.h"
+#include "ListingTable.h"
+#include "ViewControllerTest.h"
+
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QElapsedTimer>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QTest>
+#include <QUrl>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+class TableDraggingTest : public ViewControllerTest {
+protected:
+    TableDraggingTest()
+    {
+        QDir(m_directory.path()).mkdir(u"out"_s);
+        for (const QString& name : { u"a.txt"_s, u"b.txt"_s }) {
+            add(name, ListingEntry::plainFileType);
+        }
+        add(u"c"_s, ListingEntry::folderType);
+    }
+
+    void add(const QString& name, int type)
+    {
+        ListingEntry entry;
+        entry.name = name;
+        entry.type = type;
+        m_controller->addListEntries({ entry });
+    }
+    ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
+
+    /// Makes the drag name @p paths.
+    void name(const QStringList& paths)
+    {
+        QList<QUrl> urls;
+        for (const QString& path : paths) {
+            urls.append(QUrl::fromLocalFile(path));
+        }
+        m_data.setUrls(urls);
+    }
+    Qt::DropAction enter(const QPoint& place)
+    {
+        QDragEnterEvent enter(place, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(table().viewport(), &enter);
+        EXPECT_TRUE(enter.isAccepted()); // Or the end of the drag would not be told.
+        QDragMoveEvent move(place, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(table().viewport(), &move);
+        EXPECT_EQ(move.dropAction(), enter.dropAction());
+        return enter.dropAction();
+    }
+    /// Sends the events of a whole drop onto the table; answers the action that was accepted.
+    Qt::DropAction drop(const QPoint& place = { 40, 40 }, Qt::DropAction proposed = Qt::CopyAction)
+    {
+        enter(place);
+        QDropEvent event(place, Qt::CopyAction | Qt::MoveAction, &m_data, Qt::LeftButton, Qt::NoModifier);
+        event.setDropAction(proposed);
+        QApplication::sendEvent(table().viewport(), &event);
+        EXPECT_EQ(event.isAccepted(), event.dropAction() != Qt::IgnoreAction);
+        return event.dropAction();
+    }
+    bool waitForQueue(const QStringList& files)
+    {
+        return waitFor([this, files] { return control<QPlainTextEdit>("textView").toPlainText() == listed(files); }, 3s);
+    }
+    static QString listed(const QStringList& files)
+    {
+        QString text;
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            text += u"%1) %2\n\n"_s.arg(i + 1).arg(files[i]);
+        }
+        return text;
+    }
+
+    /// Presses the mouse on the first row and moves it. A drag that begins runs until this test runs out of time.
+    void dragFirstRow()
+    {
+        const QPoint row(60, 15);
+        QTest::mousePress(table().viewport(), Qt::LeftButton, {}, row);
+        for (const int distance : { 5, 40 }) {
+            const QPointF place = row + QPoint(distance, distance);
+            QMouseEvent move(QEvent::MouseMove, place, table().viewport()->mapToGlobal(place), Qt::NoButton,
+                             Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(table().viewport(), &move);
+        }
+        QTest::mouseRelease(table().viewport(), Qt::LeftButton, {}, row);
+    }
+
+    void startUpload()
+    {
+        m_controller->uploadFiles({ makeFile(u"up"_s) });
+        tick();
+    }
+    QString out(const QString& name = u""_s) const { return m_directory.filePath(u"out"_s + (name.isEmpty() ? u""_s : u'/' + name)); }
+    QStringList fulfil(const QList<int>& rows)
+    {
+        return m_controller->namesOfPromisedFilesDroppedAtDestination(out(), rows);
+    }
+    /// Lets the running download bring @p bytes.
+    void bring(const QByteArray& bytes)
+    {
+        FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
+        stream.sendOpenCompleted();
+        stream.sendBytes(bytes);
+        stream.sendEnd();
+    }
+    QByteArray contents(const QString& name) const
+    {
+        QFile file(out(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : "none"_ba;
+    }
+
+    QMimeData m_data;
+};
+
+const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
+const QString overwriteA = u"File \"a.txt\" Exists.: Do you want to overwrite the existing file \"a.txt\"?"_s;
+
+// Onto the table.
+
+TEST_F(TableDraggingTest, APasteboardsPlainFilesAreTakenInItsOrder)
+{
+    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), QStringList());
+    m_data.setText(u"/etc/passwd"_s);
+    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), QStringList());
+    m_data.setUrls({});
+    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), QStringList());
+
+    const QString z = makeFile(u"z é %41"_s);
+    const QString a = makeFile(u"a"_s);
+    QFile::link(a, m_directory.filePath(u"link"_s));
+    name({ z, m_directory.filePath(u"gone"_s), out(), a, m_directory.filePath(u"link"_s) });
+
+    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), (QStringList{ z, a, m_directory.filePath(u"link"_s) }));
+}
+
+TEST_F(TableDraggingTest, ADragOfFileNamesIsACopyOntoTheWholeTable)
+{
+    TableDrop drop{ .row = 1, .operation = TableDrop::Operation::Above };
+    m_data.setText(u"text"_s);
+    EXPECT_EQ(m_controller->validateDrop(m_data, drop), Qt::IgnoreAction);
+    EXPECT_EQ(drop.row, 1);
+
+    name({ m_directory.filePath(u"gone"_s) }); // Whether they are files is not looked at yet.
+    EXPECT_EQ(m_controller->validateDrop(m_data, drop), Qt::CopyAction);
+    EXPECT_EQ(drop.row, -1);
+    EXPECT_EQ(drop.operation, TableDrop::Operation::On);
+}
+
+TEST_F(TableDraggingTest, TheTableTakesDropsAnywhere)
+{
+    const QString file = makeFile(u"new"_s);
+    name({ file });
+    for (const QPoint& place : { QPoint(40, 40), QPoint(40, 200) }) { // On a row, and below the rows.
+        EXPECT_EQ(drop(place), Qt::CopyAction);
+        EXPECT_TRUE(waitForQueue({ file }));
+        control<QPlainTextEdit>("textView").clear();
+    }
+}
+
+TEST_F(TableDraggingTest, AMoveBecomesACopySoThatTheSourceKeepsItsFiles)
+{
+    name({ makeFile(u"new"_s) });
+
+    EXPECT_EQ(drop({ 40, 40 }, Qt::MoveAction), Qt::CopyAction);
+}
+
+TEST_F(TableDraggingTest, TheFilesGoToTheQueueASecondAfterTheDrop)
+{
+    const QString file = makeFile(u"new"_s);
+    name({ file });
+    EXPECT_EQ(m_controller->droppedFiles(), QStringList());
+    QElapsedTimer timer;
+    timer.start();
+
+    EXPECT_TRUE(m_controller->acceptDrop(m_data, {}));
+
+    EXPECT_EQ(m_controller->droppedFiles(), QStringList{ file });
+    EXPECT_EQ(control<QPlainTextEdit>("textView").toPlainText(), u""_s);
+    EXPECT_TRUE(waitForQueue({ file }));
+    EXPECT_GE(timer.elapsed(), 990);
+}
+
+TEST_F(TableDraggingTest, TwoDropsWithinOneSecondHandOverTheirOwnFilesEach)
+{
+    const QString first = makeFile(u"first"_s);
+    const QString second = makeFile(u"second"_s);
+    name({ first });
+    m_controller->acceptDrop(m_data, {});
+    name({ second });
+    m_controller->acceptDrop(m_data, {});
+    EXPECT_EQ(m_controller->droppedFiles(), QStringList{ second });
+
+    EXPECT_TRUE(waitFor([this, second] { return m_controller->fileUploadQueue() == QStringList{ second }; }, 3s));
+    EXPECT_EQ(upload().location, u"ftp://host/in/first"_s);
+}
+
+TEST_F(TableDraggingTest, FoldersAloneAreRefusedWithAnAlert)
+{
+    name({ out() });
+
+    EXPECT_EQ(drop(), Qt::IgnoreAction);
+
+    EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
+    EXPECT_EQ(m_controller->droppedFiles(), QStringList());
+}
+
+TEST_F(TableDraggingTest, OfAMixTheFilesAreTaken)
+{
+    const QString file = makeFile(u"new"_s);
+    name({ out(), file });
+
+    EXPECT_EQ(drop(), Qt::CopyAction);
+
+    EXPECT_TRUE(waitForQueue({ file }));
+    EXPECT_EQ(shownSheets(), QStringList());
+}
+
+TEST_F(TableDraggingTest, ADragOfTextIsNotTaken)
+{
+    m_data.setText(u"text"_s);
+
+    EXPECT_EQ(drop(), Qt::IgnoreAction);
+
+    EXPECT_EQ(shownSheets(), QStringList());
+}
+
+TEST_F(TableDraggingTest, TheTableShowsThatItTakesADropAsLongAsTheDragIsOverIt)
+{
+    const auto picture = [this] { return table().grab().toImage(); };
+    const QImage calm = picture();
+    name({ makeFile(u"new"_s) });
+
+    enter({ 40, 40 });
+    EXPECT_NE(picture(), calm);
+    QDragLeaveEvent leave;
+    QApplication::sendEvent(table().viewport(), &leave);
+    EXPECT_EQ(picture(), calm);
+
+    drop();
+    EXPECT_EQ(picture(), calm);
+    m_data.clear();
+    m_data.setText(u"text"_s);
+    enter({ 40, 40 });
+    EXPECT_EQ(picture(), calm);
+}
+
+// Out of the table.
+
+TEST_F(TableDraggingTest, APromiseHoldsTheNumberOfTheFirstRow)
+{
+    EXPECT_TRUE(m_controller->writeRowsWithIndexes({ 1, 2 }, m_data));
+
+    EXPECT_EQ(m_data.data(ViewController::promiseFormat), "[\"1\"]"_ba);
+    EXPECT_FALSE(m_data.hasUrls());
+}
+
+TEST_F(TableDraggingTest, NoRowIsDraggedWhileSomethingIsSentOrReceived)
+{
+    startUpload();
+
+    EXPECT_FALSE(m_controller->writeRowsWithIndexes({ 0 }, m_data));
+
+    EXPECT_EQ(m_data.formats(), QStringList());
+    EXPECT_EQ(shownSheets(), QStringList{ waitForUpload });
+    answerSheet();
+    m_controller->stopButtonAction();
+    m_controller->downloadFileTo(u"a.txt"_s, out());
+    EXPECT_FALSE(m_controller->writeRowsWithIndexes({ 0 }, m_data));
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current download to complete."_s });
+}
+
+TEST_F(TableDraggingTest, AMouseDragDuringAnUploadOnlyTellsWhy)
+{
+    startUpload();
+    dragFirstRow();
+
+    EXPECT_EQ(shownSheets(), QStringList{ waitForUpload });
+}
+
+TEST_F(TableDraggingTest, APromisedFileIsDownloadedIntoTheFolderOfTheDrop)
+{
+    EXPECT_EQ(fulfil({ 0, 1 }), QStringList{ u"a.txt"_s });
+
+    EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/a.txt"_s);
+    bring("bytes");
+    EXPECT_EQ(contents(u"a.txt"_s), "bytes");
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 1);
+    EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ u"a.txt"_s });
+}
+
+TEST_F(TableDraggingTest, ARowThatIsNotListedPromisesNothing)
+{
+    EXPECT_EQ(fulfil({ 3 }), QStringList());
+    m_controller->listFTPDestination();
+    EXPECT_EQ(fulfil({ 0 }), QStringList());
+
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+}
+
+TEST_F(TableDraggingTest, AFoldersRowIsDownloadedLikeAFile)
+{
+    EXPECT_EQ(fulfil({ 2 }), QStringList{ u"c"_s });
+
+    EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/c"_s);
+}
+
+TEST_F(TableDraggingTest, AnExistingFileIsKeptUnlessTheUserWantsOtherwise)
+{
+    for (const bool overwrites : { false, true }) {
+        QFile file(out(u"a.txt"_s));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("mine");
+        file.close();
+        QElapsedTimer timer;
+        timer.start();
+
+        EXPECT_EQ(fulfil({ 0 }), QStringList{ u"a.txt"_s });
+
+        EXPECT_EQ(shownSheets(), QStringList{ overwriteA });
+        EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+        answerSheet(overwrites ? u"Overwrite"_s : u"Cancel"_s);
+        EXPECT_EQ(waitFor([this] { return count(FakeFTPStream::Kind::Download) == 1; }, 2s), overwrites);
+        EXPECT_GE(timer.elapsed(), 990);
+        if (!overwrites) {
+            EXPECT_EQ(contents(u"a.txt"_s), "mine");
+        }
+    }
+    bring("theirs");
+    EXPECT_EQ(contents(u"a.txt"_s), "theirs");
+}
+
+TEST_F(TableDraggingTest, ReturnKeepsTheExistingFile)
+{
+    QFile file(out(u"a.txt"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+
+    fulfil({ 0 });
+
+    QWidget* const sheet = QApplication::activeModalWidget();
+    ASSERT_NE(sheet, nullptr);
+    QTest::keyClick(sheet, Qt::Key_Return);
+    EXPECT_EQ(shownSheets(), QStringList());
+    EXPECT_FALSE(waitFor([this] { return count(FakeFTPStream::Kind::Download) > 0; }, 1500ms));
+}
+
+TEST_F(TableDraggingTest, TheQuestionShowsNamesAsTheyAre)
+{
+    const QString name = u"<b>%1%2\u202Etxt.exe"_s;
+    m_controller->listFTPDestination();
+    add(name, ListingEntry::plainFileType);
+    QFile file(out(name));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+
+    fulfil({ 0 });
+
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().contains(u"<b>%1%2"_s));
+    EXPECT_FALSE(shownSheets().first().contains(u'\u202E'));
+}
+
+TEST_F(TableDraggingTest, ANameThatIsNoFileNameLeadsNowhereWhenDropped)
+{
+    m_controller->listFTPDestination();
+    add(u"../a.txt"_s, ListingEntry::plainFileType);
+    const QString neighbour = makeFile(u"a.txt"_s, "precious");
+
+    fulfil({ 0 });
+    tick();
+
+    EXPECT_EQ(shownSheets(), QStringList());
+    EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s);
+    EXPECT_EQ(QFileInfo(neighbour).size(), 8);
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+}
+
+TEST_F(TableDraggingTest, AnItemThatNoFileCanBeNamedAfterIsNotDragged)
+{
+    m_controller->listFTPDestination();
+    add(u"../a.txt"_s, ListingEntry::plainFileType);
+    dragFirstRow();
+    tick();
+
+    EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s);
+}
+
+} // namespace
