@@ -143,4 +143,20 @@ QString line(const HistoryEntry& entry)
         .join(u'\t');
 }
 
+QString summary(const FileTally& tally, qsizetype waiting, int differing)
+{
+    const QList<std::pair<qsizetype, QString>> counts{
+        { tally.confirmed, u"%1 confirmed"_s }, { differing, u"%1 listed with another size"_s },
+        { tally.failed, u"%1 failed"_s },       { tally.stopped, u"%1 stopped"_s },
+        { tally.removed, u"%1 removed"_s },     { waiting, u"%1 waiting"_s },
+    };
+    QStringList parts;
+    for (const auto& [count, text] : counts) {
+        if (count > 0) {
+            parts.append(text.arg(QLocale().toString(count)));
+        }
+    }
+    return parts.join(u", "_s);
+}
+
 } // namespace HistoryText

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FileTally.h"
 #include "HistoryEntry.h"
 
 #include <QStringList>
@@ -22,5 +23,9 @@ QString titleLine();
 /// @p entry as one line, separated by tabs: the whole path, and bare numbers in bytes and seconds, as a spreadsheet
 /// reads them. Tabs and line ends in names are made visible, so that they separate nothing.
 QString line(const HistoryEntry& entry);
+
+/// How many files stand where, in one line; empty when there are none. @p differing of the confirmed ones are listed
+/// with another size.
+QString summary(const FileTally& tally, qsizetype waiting, int differing);
 
 } // namespace HistoryText

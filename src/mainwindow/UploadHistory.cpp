@@ -123,22 +123,27 @@ void UploadHistory::append(QList<HistoryEntry> entries)
 
 void UploadHistory::count(const HistoryEntry& entry)
 {
-    if (entry.isManual) {
-        return;
+    countIn(m_runTally, entry.outcome);
+    if (!entry.isManual) {
+        countIn(m_tally, entry.outcome);
     }
-    switch (entry.outcome) {
+}
+
+void UploadHistory::countIn(FileTally& tally, Outcome outcome)
+{
+    switch (outcome) {
     case Outcome::Confirmed:
-        ++m_tally.confirmed;
+        ++tally.confirmed;
         break;
     case Outcome::Failed:
     case Outcome::NotFound:
-        ++m_tally.failed;
+        ++tally.failed;
         break;
     case Outcome::Stopped:
-        ++m_tally.stopped;
+        ++tally.stopped;
         break;
     case Outcome::Removed:
-        ++m_tally.removed;
+        ++tally.removed;
         break;
     case Outcome::Waiting:
     case Outcome::Sending:
@@ -182,6 +187,7 @@ void UploadHistory::listed(const QList<ListingEntry>& entries)
         m_unchecked.erase(found);
         if (item.type == ListingEntry::plainFileType && item.size && item.size != m_entries[row].size) {
             m_entries[row].listedSize = item.size;
+            ++m_differing;
             changed(row, row);
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FileTally.h"
 #include "HistoryEntry.h"
 #include "ListingEntry.h"
 
@@ -12,16 +13,6 @@
 #include <functional>
 #include <optional>
 #include <utility>
-
-/// What became of the files of a queue that was worked off.
-struct QueueTally {
-    int confirmed = 0;
-    int failed = 0; ///< Those included that were not found.
-    int stopped = 0;
-    int removed = 0;
-
-    int count() const { return confirmed + failed + stopped + removed; }
-};
 
 /// What has become of each file of this run, one row for each, in the order in which they were queued or started. It
 /// only observes: whoever queues, starts and ends uploads tells it. Each call costs the same however long the history
@@ -69,6 +60,12 @@ public:
     bool isSending() const { return m_current.has_value(); }
     /// The row of the file that was started and has not ended; -1 for none.
     int currentRow() const { return m_current ? m_current->row : -1; }
+    /// The files that are over, manual ones included.
+    const FileTally& runTally() const { return m_runTally; }
+    /// How many files wait in the queue.
+    qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
+    /// How many files are listed with another size than was sent.
+    int differingCount() const { return m_differing; }
     /// How much of the files that were queued since the queue was last worked off is done, from 0 to 1, when
     /// @p percent of the present one are.
     double queueProgress(float percent) const;
@@ -93,7 +90,7 @@ public:
 
 signals:
     /// No file of the queue waits or is being sent any more.
-    void queueDrained(const QueueTally& tally);
+    void queueDrained(const FileTally& tally);
 
 private:
     struct Current {
@@ -114,6 +111,7 @@ private:
     void start(int row, const QString& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(const HistoryEntry& entry);
+    static void countIn(FileTally& tally, HistoryEntry::Outcome outcome);
     void lookWhetherDrained();
     void changed(int firstRow, int lastRow);
     QString nameOf(int row) const;
@@ -123,7 +121,9 @@ private:
     QList<HistoryEntry> m_entries;
     std::deque<int> m_waiting; ///< The rows of the queue, in its order.
     std::optional<Current> m_current;
-    QueueTally m_tally; ///< Since the queue was last worked off.
+    FileTally m_tally; ///< Of the queue, since it was last worked off.
+    FileTally m_runTally;
+    int m_differing = 0;
     qsizetype m_unsettled = 0; ///< How many rows rowsToQueueAgain() answers.
 
     QHash<Place, Unchecked> m_unchecked;

@@ -21,6 +21,7 @@
 #include <memory>
 #include <optional>
 
+class HistoryWindow;
 class PreferencesController;
 class QDialog;
 
@@ -170,10 +171,12 @@ public:
 
     // The windows.
 
-    /// Notes the main window's size and columns for the next run.
+    /// Notes the sizes and columns of the main window and the history's for the next run.
     void rememberWindow();
 
     void showPreferences();
+    /// Shows the history of this run. It holds nothing.
+    void showHistory();
     /// Shows the welcome window: unless the user has turned it off, or in any case when it is forced.
     void showWelcomeWindow(bool force);
 
@@ -198,6 +201,8 @@ public:
     QWidget& auxiliaryWindow() { return m_auxiliaryWindow; }
     QDialog& welcomeWindow() { return *m_welcomeWindow; }
     PreferencesController& preferences() { return *m_preferences; }
+    /// Null until it is first shown.
+    HistoryWindow* historyWindow() { return m_historyWindow.get(); }
 
     /// Others than those of the library, for tests.
     void setItemOperations(ItemOperations operations) { m_itemOperations = std::move(operations); }
@@ -269,6 +274,7 @@ private:
     bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
     bool m_hasStartedUpload = false; ///< It has, and its stream was opened.
     QString m_startStatus; ///< What it said last while it started.
+    std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
     bool m_isListed = false; ///< The list holds all that the server told.
     bool m_wasListing = false; ///< At the last tick.

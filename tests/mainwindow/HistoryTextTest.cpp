@@ -117,4 +117,11 @@ TEST(HistoryTextTest, ANoteIsShownWhole)
     EXPECT_EQ(HistoryText::cell(entry, Column::File), u"Passed over: /a/b"_s);
 }
 
+TEST(HistoryTextTest, TheSummaryNamesWhatThereIs)
+{
+    EXPECT_EQ(HistoryText::summary({}, 0, 0), QString());
+    EXPECT_EQ(HistoryText::summary({ .confirmed = 1200, .failed = 1, .stopped = 2, .removed = 3 }, 4, 5),
+              u"1,200 confirmed, 5 listed with another size, 1 failed, 2 stopped, 3 removed, 4 waiting"_s);
+}
+
 } // namespace

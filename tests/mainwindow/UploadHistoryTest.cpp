@@ -16,7 +16,7 @@ class UploadHistoryTest : public ::testing::Test {
 protected:
     UploadHistoryTest()
     {
-        QObject::connect(&m_history, &UploadHistory::queueDrained, &m_history, [this](const QueueTally& tally) {
+        QObject::connect(&m_history, &UploadHistory::queueDrained, &m_history, [this](const FileTally& tally) {
             m_drained.append(u"%1 confirmed, %2 failed, %3 stopped, %4 removed"_s.arg(tally.confirmed)
                                  .arg(tally.failed)
                                  .arg(tally.stopped)
