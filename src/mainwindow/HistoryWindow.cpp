@@ -69,11 +69,11 @@ void HistoryWindow::setDefaultWidths()
         header.resizeSection(static_cast<int>(column), columnWidthFor(table, text));
     };
     header.setMinimumSectionSize(columnWidthFor(table, u"M"_s));
-    setWidth(Column::File, QString(22, u'x'));
+    setWidth(Column::File, QString(24, u'x'));
     setWidth(Column::Size, u"888.88 MB"_s);
     setWidth(Column::Duration, u"88 min 88 s"_s);
     setWidth(Column::Speed, u"888.8 MB/s"_s);
-    setWidth(Column::Outcome, QString(26, u'x'));
+    setWidth(Column::Outcome, u"Failed: FTP error 888; Directory may already exist?"_s);
     header.setStretchLastSection(true);
 }
 

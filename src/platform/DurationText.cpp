@@ -22,7 +22,11 @@ QString inTwoUnits(qint64 count, const QString& unit, qint64 rest, const QString
 QString durationText(std::chrono::milliseconds duration)
 {
     constexpr qint64 shortestWhole = 10;
-    const qint64 tenths = std::max<qint64>(duration.count(), 0) / 100;
+    const qint64 milliseconds = std::max<qint64>(duration.count(), 0);
+    const qint64 tenths = milliseconds / 100;
+    if (tenths == 0 && milliseconds > 0) {
+        return QString::number(milliseconds) + u" ms"_s;
+    }
     const qint64 seconds = tenths / 10;
     if (seconds < shortestWhole) {
         const int decimals = tenths % 10 == 0 ? 0 : 1;

@@ -45,7 +45,7 @@ class History(WindowTest):
 
         good, taken = self.rows(program)
         self.assertEqual(good[:2], ["good.txt", "5 bytes"])
-        self.assertRegex(good[2], r"^[\d.]+ s$")
+        self.assertRegex(good[2], r"^[\d.]+ m?s$")
         self.assertRegex(good[3], r"/s$")
         self.assertTrue(good[REPLY].startswith("226 "), good)
         self.assertTrue(taken[REPLY].startswith("550 "), taken)
