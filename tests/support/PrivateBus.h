@@ -17,14 +17,16 @@ public:
 
     /// The program's connection.
     QDBusConnection connection() const { return QDBusConnection(programName); }
-    /// Has @p object, its slots, answer under that name and path.
-    void serve(const QString& name, const QString& path, QObject& object);
+    /// Has one of the stand-ins of DesktopServices.h answer.
+    template <typename Service> void serve(Service& service) { serve(Service::name, Service::path, service); }
     /// Sends @p message as the service.
     bool sendFromService(const QDBusMessage& message) { return serviceConnection().send(message); }
     /// The service's connection, to listen to what is broadcast.
     QDBusConnection serviceConnection() const { return QDBusConnection(serviceName); }
 
 private:
+    void serve(const QString& name, const QString& path, QObject& object);
+
     static inline const QString programName = QStringLiteral("private-program");
     static inline const QString serviceName = QStringLiteral("private-service");
 

@@ -1,42 +1,21 @@
 #include "LauncherProgress.h"
 
+#include "DesktopServices.h"
 #include "Printers.h"
 #include "PrivateBus.h"
 #include "WaitFor.h"
 
-#include <QDBusMessage>
 #include <QElapsedTimer>
-#include <QVariantMap>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
-/// A dock that listens.
-class Dock final : public QObject {
-    Q_OBJECT
-
-public:
-    QStringList heard; ///< "launcher, progress" or "launcher, none".
-
-public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
-    void update(const QString& launcher, const QVariantMap& properties)
-    {
-        const bool isVisible = properties.value(u"progress-visible"_s).toBool();
-        heard.append(launcher + u", "_s
-                     + (isVisible ? QString::number(properties.value(u"progress"_s).toDouble()) : u"none"_s));
-    }
-};
-
 namespace {
 
 class LauncherProgressTest : public ::testing::Test {
 protected:
-    LauncherProgressTest()
-    {
-        m_bus.serviceConnection().connect(QString(), QString(), u"com.canonical.Unity.LauncherEntry"_s, u"Update"_s,
-                                          &m_dock, SLOT(update(QString, QVariantMap)));
-    }
+    LauncherProgressTest() { m_dock.listen(m_bus.serviceConnection()); }
 
     PrivateBus m_bus;
     Dock m_dock;
@@ -86,5 +65,3 @@ TEST_F(LauncherProgressTest, WhatStaysTheSameIsNotRepeated)
 }
 
 } // namespace
-
-#include "LauncherProgressTest.moc"

@@ -1,5 +1,6 @@
 #include "Notifier.h"
 
+#include "DesktopServices.h"
 #include "Printers.h"
 #include "PrivateBus.h"
 #include "WaitFor.h"
@@ -7,44 +8,16 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QSignalSpy>
-#include <QVariantMap>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
-// The names are those of the interface.
-// NOLINTBEGIN(readability-identifier-naming)
-
-/// The desktop's service.
-class NotificationService final : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-
-public:
-    QStringList shown;
-    QList<uint> replaced;
-    QVariantMap hints;
-
-public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
-    uint Notify(const QString& application, uint replaces, const QString& /*icon*/, const QString& summary,
-                const QString& body, const QStringList& /*actions*/, const QVariantMap& itsHints, int /*timeout*/)
-    {
-        shown.append(application + u": "_s + summary + u": "_s + body);
-        replaced.append(replaces);
-        hints = itsHints;
-        return 7;
-    }
-};
-// NOLINTEND(readability-identifier-naming)
-
 namespace {
-
-const QString path = u"/org/freedesktop/Notifications"_s;
 
 class NotifierTest : public ::testing::Test {
 protected:
-    void serve() { m_bus.serve(u"org.freedesktop.Notifications"_s, path, m_service); }
+    void serve() { m_bus.serve(m_service); }
     bool isAnswered() const { return m_notifier.findChildren<QDBusPendingCallWatcher*>().isEmpty(); }
     void showOne()
     {
@@ -54,7 +27,8 @@ protected:
     }
     void invoke(uint id, const QString& action)
     {
-        QDBusMessage message = QDBusMessage::createSignal(path, u"org.freedesktop.Notifications"_s, u"ActionInvoked"_s);
+        QDBusMessage message
+            = QDBusMessage::createSignal(NotificationService::path, NotificationService::name, u"ActionInvoked"_s);
         message << id << action;
         m_bus.sendFromService(message);
     }
@@ -108,5 +82,3 @@ TEST_F(NotifierTest, WithoutAServiceNothingHappens)
 }
 
 } // namespace
-
-#include "NotifierTest.moc"
