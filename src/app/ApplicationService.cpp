@@ -1,11 +1,11 @@
 #include "ApplicationService.h"
 
 #include "FileURL.h"
+#include "HeldLoop.h"
 
 #include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
 #include <QScopeGuard>
 #include <QUrl>
 
@@ -80,12 +80,12 @@ bool ApplicationService::registerFor(const QString& programName)
     return bus.registerObject(objectPath(name), parent(), QDBusConnection::ExportAdaptors) && bus.registerService(name);
 }
 
-void ApplicationService::Activate(const QVariantMap& /*platformData*/)
+void ApplicationService::Activate(const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
-    m_handler.activate();
+    serve(call, [this] { m_handler.activate(); });
 }
 
-void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*platformData*/)
+void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
     QStringList files;
     for (const QString& uri : uris) {
@@ -93,14 +93,31 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*plat
             files.append(path);
         }
     }
-    m_handler.activate();
-    if (!files.isEmpty()) {
-        m_handler.open(files);
-    }
+    serve(call, [this, files] {
+        m_handler.activate();
+        if (!files.isEmpty()) {
+            m_handler.open(files);
+        }
+    });
 }
 
 void ApplicationService::ActivateAction(const QString& /*name*/, const QVariantList& /*parameter*/,
-                                        const QVariantMap& /*platformData*/)
+                                        const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
-    m_handler.activate(); // There are no actions but to come to the front.
+    serve(call, [this] { m_handler.activate(); }); // There are no actions but to come to the front.
+}
+
+void ApplicationService::serve(const QDBusMessage& call, std::function<void()> service)
+{
+    if (!HeldLoop::isActive()) {
+        service();
+        return;
+    }
+    call.setDelayedReply(true);
+    HeldLoop::whenFree(*this, [call, service = std::move(service)] {
+        service();
+        if (call.isReplyRequired()) {
+            QDBusConnection::sessionBus().send(call.createReply());
+        }
+    });
 }

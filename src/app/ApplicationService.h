@@ -1,13 +1,15 @@
 #pragma once
 
 #include <QDBusAbstractAdaptor>
+#include <QDBusMessage>
 #include <QStringList>
 #include <QVariantMap>
 
 #include <functional>
 
 /// One running program for each program name: the first one answers under a bus name of its own on the session bus, as
-/// org.freedesktop.Application describes, and later starts hand their files to it.
+/// org.freedesktop.Application describes, and later starts hand their files to it. A call that comes while the main
+/// loop is held (HeldLoop) is served, and answered, when it is free again.
 class ApplicationService final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -34,11 +36,14 @@ public:
 public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     // The names are those of the interface.
     // NOLINTBEGIN(readability-identifier-naming)
-    void Activate(const QVariantMap& platformData);
-    void Open(const QStringList& uris, const QVariantMap& platformData);
-    void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
+    void Activate(const QVariantMap& platformData, const QDBusMessage& call);
+    void Open(const QStringList& uris, const QVariantMap& platformData, const QDBusMessage& call);
+    void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData,
+                        const QDBusMessage& call);
     // NOLINTEND(readability-identifier-naming)
 
 private:
+    void serve(const QDBusMessage& call, std::function<void()> service);
+
     Handler m_handler;
 };

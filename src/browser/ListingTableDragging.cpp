@@ -29,8 +29,8 @@ constexpr int margin = 6;
 TableDrop ListingTable::dropAt(const QPoint& point) const
 {
     const QModelIndex index = indexAt(point);
-    return index.isValid() ? TableDrop { .row = index.row(), .operation = TableDrop::Operation::On }
-                           : TableDrop { .row = model()->rowCount(), .operation = TableDrop::Operation::Above };
+    return index.isValid() ? TableDrop{ .row = index.row(), .operation = TableDrop::Operation::On }
+                           : TableDrop{ .row = model()->rowCount(), .operation = TableDrop::Operation::Above };
 }
 
 void ListingTable::setDropTarget(bool isDropTarget)

@@ -27,7 +27,8 @@ public:
     virtual bool writeRowsWithIndexes(const QList<int>& rows, QMimeData& pasteboard) = 0;
     /// Has the promised files of @p rows made in the local folder @p destination, and answers their names, before they
     /// are there.
-    virtual QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows) = 0;
+    virtual QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows)
+        = 0;
 
 protected:
     TableDragging() = default;

@@ -95,11 +95,16 @@ bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL,
 
 bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)
 {
-    if (!_checkFMServer(server) || name.isNull()) {
+    return deleteFileNamed(name.isNull() ? QByteArray() : name.toUtf8(), server);
+}
+
+bool FTPManager::deleteFileNamed(const QByteArray& rawName, const FMServer* server)
+{
+    if (!_checkFMServer(server) || rawName.isNull()) {
         return false;
     }
     // Kept: the name alone decides what the item is taken for.
-    const QString command = (name.contains(u'.') ? u"DELE "_s : u"RMD "_s) + name;
+    const QByteArray command = (rawName.contains('.') ? "DELE " : "RMD ") + rawName;
     return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
 }
 
@@ -117,7 +122,7 @@ bool FTPManager::chmodFileNamed(const QString& name, quint32 mode, const FMServe
     if (!_checkFMServer(server) || mode > largestMode || name.isNull()) {
         return false;
     }
-    const QString command = u"SITE CHMOD "_s + QString::number(mode) + u' ' + name;
+    const QByteArray command = "SITE CHMOD " + QByteArray::number(mode) + ' ' + name.toUtf8();
     return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
 }
 
@@ -126,7 +131,7 @@ bool FTPManager::checkLogin(const FMServer* server)
     if (!_checkFMServer(server)) {
         return false;
     }
-    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, QString()); });
+    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, QByteArray()); });
 }
 
 quint64 FTPManager::fileSizeOf(const QUrl& fileURL) const

@@ -75,6 +75,8 @@ public:
 
     /// Deletes @p name, not null, from the server's folder: as a folder when it holds no ".", as a file when it does.
     [[nodiscard]] bool deleteFileNamed(const QString& name, const FMServer* server);
+    /// The same for an item that is known by its name's bytes alone, since they are no UTF-8; not null.
+    [[nodiscard]] bool deleteFileNamed(const QByteArray& rawName, const FMServer* server);
     /// The same, on a further worker thread.
     [[nodiscard]] bool deleteFile(const QString& name, const FMServer* server);
 
@@ -116,7 +118,7 @@ private:
     bool _createNewFolder(const QString& name, const FMServer& server);
     std::optional<QList<ListingEntry>> _contentsOfServer(const FMServer& server);
     bool _downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server);
-    bool _ftpActionForServer(const FMServer& server, const QString& command);
+    bool _ftpActionForServer(const FMServer& server, const QByteArray& command);
 
     static std::optional<QList<ListingEntry>>
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);

@@ -24,10 +24,9 @@ constexpr qsizetype mostReplies = 1 << 20;
 /// The commands of one conversation. Complete is false when one of them cannot be a command line.
 class CommandLines {
 public:
-    void add(const QString& verb, const QString& argument) { add(verb + u' ' + argument); }
-    void add(const QString& command)
+    void add(const char* verb, const QString& argument) { add(verb + (' ' + argument.toUtf8())); }
+    void add(const QByteArray& line)
     {
-        const QByteArray line = command.toUtf8();
         constexpr auto endsLine = [](char c) { return c == '\r' || c == '\n' || c == '\0'; };
         if (line.size() + 2 > longestLine || std::any_of(line.cbegin(), line.cend(), endsLine)) {
             m_sendable = false;
@@ -43,19 +42,19 @@ private:
     bool m_sendable = true;
 };
 
-CommandLines conversation(const FMServer& server, const QString& command)
+CommandLines conversation(const FMServer& server, const QByteArray& command)
 {
     CommandLines lines;
-    lines.add(u"USER"_s, server.username());
-    lines.add(u"PASS"_s, server.password());
+    lines.add("USER", server.username());
+    lines.add("PASS", server.password());
     if (!command.isNull()) {
         const QString folder = fmdir(server.destination());
         if (!folder.isEmpty()) {
-            lines.add(u"CWD"_s, folder);
+            lines.add("CWD", folder);
         }
         lines.add(command);
     }
-    lines.add(u"QUIT"_s);
+    lines.add("QUIT");
     return lines;
 }
 
@@ -80,7 +79,7 @@ bool connectTo(ControlSocket& socket, const FMServer& server)
 
 } // namespace
 
-bool FTPManager::_ftpActionForServer(const FMServer& server, const QString& command)
+bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& command)
 {
     begin(Action::Command, 0);
     const CommandLines commands = conversation(server, command);

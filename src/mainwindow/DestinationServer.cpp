@@ -20,3 +20,8 @@ std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const 
     server->setPort(match.hasCaptured(u"port"_s) ? match.captured(u"port"_s).toInt() : 21);
     return server;
 }
+
+bool hasIPv6Address(const QString& destination)
+{
+    return destination.startsWith(u"ftp://["_s);
+}

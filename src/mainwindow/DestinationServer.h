@@ -6,3 +6,6 @@
 /// the user reads it, the location's port, 21 without one. Null texts stay null.
 std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const QString& username,
                                               const QString& password);
+
+/// Whether the location @p destination names its server by an IPv6 address.
+bool hasIPv6Address(const QString& destination);

@@ -9,9 +9,6 @@
 #include "ui_ManualTransfers.h"
 #include "ui_Welcome.h"
 
-#include <QDesktopServices>
-#include <QUrl>
-
 #include <chrono>
 
 using namespace Qt::StringLiterals;
@@ -86,9 +83,8 @@ void ViewController::connectControls()
 
 void ViewController::viewDidLoad()
 {
-    m_gc = std::make_unique<FTPGetController>(m_streams, UserDefaults::standard(), [](const QString& path) {
-        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
-    });
+    m_gc = std::make_unique<FTPGetController>(m_streams, UserDefaults::standard(),
+                                              [this](const QString& path) { openDownload(path); });
     m_gc->setDelegate(m_anchor.ref<FTPGetControllerDelegate>(this));
     m_pc = std::make_unique<FTPPutController>(m_streams);
     m_pc->setDelegate(m_anchor.ref<FTPPutControllerDelegate>(this));

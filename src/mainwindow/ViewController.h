@@ -150,13 +150,14 @@ public:
 
     void downloadSelection();
     void doubleAction();
-    /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default.
-    void downloadFileTo(const QString& name, const QString& folder);
+    /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default. @p rawName:
+    /// what the server knows it by, where that is no UTF-8.
+    void downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName = {});
     void deleteSelection();
-    /// Waits for the server's answer.
+    /// Waits for the server's answer, or until the user no longer wants to.
     void deleteFile(const QString& name);
     void createFolderButtonAction();
-    /// Waits for the server's answer.
+    /// Waits for the server's answer, or until the user no longer wants to.
     void createFolder(const QString& name);
 
     // Commands of the menus.
@@ -249,6 +250,7 @@ private:
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
     void refuseFileName();
+    void openDownload(const QString& path);
     /// Null without a selection.
     const ListingEntry* selectedEntry() const;
     void alertIfError(const QString& status);

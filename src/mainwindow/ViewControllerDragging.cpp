@@ -59,28 +59,26 @@ bool ViewController::writeRowsWithIndexes(const QList<int>& rows, QMimeData& pas
     return true;
 }
 
-QStringList ViewController::namesOfPromisedFilesDroppedAtDestination(const QString& destination,
-                                                                     const QList<int>& rows)
+QStringList ViewController::namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows)
 {
     const int row = rows.first();
     if (row >= listEntries().size()) {
         return {};
     }
     const QString name = listEntries().at(row).name;
+    const QByteArray rawName = listEntries().at(row).rawName;
+    const auto download = [this, name, destination, rawName] { downloadFileTo(name, destination, rawName); };
     const QString path = PathText::appendingPathComponent(destination, name);
     if (PathText::isFileName(name) && QFileInfo::exists(path)) {
         const QString shownName = visibleText(name);
-        const auto overwriteLater = [this, name, destination] {
-            RunLoop::dispatchAfter(dropDelayMs, this, [this, name, destination] { downloadFileTo(name, destination); });
-        };
         SheetQueue::of(m_window).raise(
             { .title = u"File \"%1\" Exists."_s.arg(shownName),
               .text = u"Do you want to overwrite the existing file \"%1\"?"_s.arg(shownName),
               .defaultButton = u"Cancel"_s,
               .alternateButton = u"Overwrite"_s,
-              .onAlternate = overwriteLater });
+              .onAlternate = [this, download] { RunLoop::dispatchAfter(dropDelayMs, this, download); } });
     } else {
-        downloadFileTo(name, destination);
+        download();
     }
     return { name };
 }

@@ -1,5 +1,6 @@
 // Actions on the selected item of the destination folder, and new folders in it.
 
+#include "DefaultApplication.h"
 #include "DestinationServer.h"
 #include "PathText.h"
 #include "RunLoop.h"
@@ -7,6 +8,7 @@
 #include "URLText.h"
 #include "ViewController.h"
 #include "VisibleText.h"
+#include "WaitingPanel.h"
 #include "ui_MainWindow.h"
 
 using namespace Qt::StringLiterals;
@@ -41,13 +43,13 @@ void ViewController::downloadSelection()
         return;
     }
     if (entry->type == ListingEntry::plainFileType) {
-        downloadFileTo(entry->name, QString());
+        downloadFileTo(entry->name, QString(), entry->rawName);
     } else {
         showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
     }
 }
 
-void ViewController::downloadFileTo(const QString& name, const QString& folder)
+void ViewController::downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName)
 {
     m_percent = 0;
     m_bytes.reset();
@@ -55,17 +57,30 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder)
     if (place.isNull()) {
         return;
     }
-    if (!folder.isNull() && !PathText::isFileName(name)) {
+    if (!PathText::isFileName(name)) {
         refuseFileName();
         return;
     }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
-    m_gc->startReceive(URLText::appendingPathComponent(place, name), username(), password(), file);
+    const QString source = rawName.isNull() ? URLText::appendingPathComponent(place, name)
+                                            : URLText::appendingPathComponent(place, rawName);
+    m_gc->startReceive(source, username(), password(), file);
 }
 
 void ViewController::refuseFileName()
 {
     updateStatus(u"Invalid Desftination File"_s); // A name that the server sent never leads to another folder.
+}
+
+void ViewController::openDownload(const QString& path)
+{
+    if (DefaultApplication::isProgram(path)) {
+        showAlert(u"File Not Opened"_s,
+                  u"\"%1\" is there, but programs, scripts and launchers are not opened."_s.arg(
+                      visibleText(PathText::lastPathComponent(path))));
+    } else {
+        DefaultApplication::open(path);
+    }
 }
 
 void ViewController::deleteSelection()
@@ -96,15 +111,31 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
 
 void ViewController::deleteFile(const QString& name)
 {
+    const QString shownName = visibleText(name);
+    if (hasIPv6Address(createFullDestinationPathFromAppNameAndFTPFolder())) {
+        showAlert(
+            u"Cannot Delete"_s,
+            u"“%1” was not deleted. Items can be deleted through IPv4 alone, and the server's address in the "
+            "preferences is an IPv6 address.\n\nGive the server's name or its IPv4 address instead."_s.arg(shownName));
+        return;
+    }
     const auto server = serverForOperation();
-    if (m_itemOperations.deleteFileNamed(name, *server)) {
+    const std::optional<bool> isDeleted = waitForAnswer(
+        &m_window, u"Deleting “%1”…"_s.arg(shownName),
+        [name, server, deleteFileNamed = m_itemOperations.deleteFileNamed] { return deleteFileNamed(name, *server); });
+    if (!isDeleted) {
+        showAlert(u"No Answer"_s,
+                  u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName));
+        listFTPDestination();
+        return;
+    }
+    if (*isDeleted) {
         listFTPDestination();
         return;
     }
     showAlert(u"Item Not Deleted"_s,
               u"\"%1\" was not deleted. If this is a folder make sure it is empty. Folders can not be deleted if they "
-              "contain items.\n\nSwitch to the folder using preferences, and then delete its items."_s.arg(
-                  visibleText(name)));
+              "contain items.\n\nSwitch to the folder using preferences, and then delete its items."_s.arg(shownName));
 }
 
 void ViewController::createFolderButtonAction()
@@ -129,11 +160,21 @@ void ViewController::createFolder(const QString& name)
         return;
     }
     const auto server = serverForOperation();
-    if (m_itemOperations.createNewFolder(name, *server)) {
+    const QString shownName = visibleText(name);
+    const std::optional<bool> isCreated = waitForAnswer(
+        &m_window, u"Creating “%1”…"_s.arg(shownName),
+        [name, server, createNewFolder = m_itemOperations.createNewFolder] { return createNewFolder(name, *server); });
+    if (!isCreated) {
+        showAlert(u"No Answer"_s,
+                  u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName));
+        listFTPDestination();
+        return;
+    }
+    if (*isCreated) {
         listFTPDestination();
         return;
     }
     showAlert(u"Folder Not Created"_s,
               u"Folder \"%1\" was not created due to an error.\n\nPlease check your preference settings for correct "
-              "FTP server passsword, username and folder location."_s.arg(visibleText(name)));
+              "FTP server passsword, username and folder location."_s.arg(shownName));
 }

@@ -4,8 +4,23 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+
+namespace {
+
+/// What comes from elsewhere takes no program's place: a file that is written over can no longer be executed.
+void withdrawExecution(int descriptor)
+{
+    constexpr mode_t execution = S_IXUSR | S_IXGRP | S_IXOTH;
+    struct stat status = {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & execution) != 0) {
+        ::fchmod(descriptor, status.st_mode & 07777 & ~execution);
+    }
+}
+
+} // namespace
 
 FileOutputStream::FileOutputStream(QString path)
     : m_path(std::move(path))
@@ -25,6 +40,9 @@ void FileOutputStream::open()
                               O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0666);
     }
     m_failed = m_descriptor < 0;
+    if (!m_failed) {
+        withdrawExecution(m_descriptor);
+    }
 }
 
 qint64 FileOutputStream::write(std::span<const char> data)

@@ -1,6 +1,7 @@
 #include "RunLoop.h"
 
 #include "DeliveryGate.h"
+#include "HeldLoop.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -65,7 +66,8 @@ void RunLoop::setHeld(bool held)
 void RunLoop::dispatchAfter(int delayMs, QObject* context, std::function<void()> block)
 {
     QObject* const target = context != nullptr ? context : QCoreApplication::instance();
+    const auto runWhenFree = [target, block = std::move(block)] { HeldLoop::whenFree(*target, block); };
     // On the target's thread, since the calling one may have no event loop of its own to start a timer on.
-    QMetaObject::invokeMethod(
-        target, [delayMs, target, block = std::move(block)] { QTimer::singleShot(delayMs, target, block); });
+    QMetaObject::invokeMethod(target,
+                              [delayMs, target, runWhenFree] { QTimer::singleShot(delayMs, target, runWhenFree); });
 }

@@ -23,8 +23,8 @@ public:
     bool isHeld() const { return m_held; }
     void setHeld(bool held);
 
-    /// Runs @p block on the main thread's loop after @p delayMs milliseconds, unless @p context is destroyed before.
-    /// Safe from any thread. A null context means the life of the application.
+    /// Runs @p block on the main thread's loop after @p delayMs milliseconds, and not before the loop is free (see
+    /// HeldLoop), unless @p context, an object of the main thread's, is destroyed before. Safe from any thread. A null context means the life of the application.
     static void dispatchAfter(int delayMs, QObject* context, std::function<void()> block);
 
 private:

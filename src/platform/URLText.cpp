@@ -2,9 +2,6 @@
 
 #include "PathText.h"
 
-#include <QByteArray>
-#include <QUrl>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -26,13 +23,16 @@ PathRange pathRange(const QString& url)
     return PathRange{ std::find(begin + authority, end, u'/') - begin, end - begin };
 }
 
-QString escaped(const QString& text, const QByteArray& kept)
+/// @p text in UTF-8; null when it is null or cannot be had so.
+QByteArray utf8(const QString& text)
 {
     // Asked first: the encoder would turn half a surrogate pair into a question mark.
-    if (text.isNull() || !text.isValidUtf16()) {
-        return QString();
-    }
-    return QString::fromLatin1(QUrl::toPercentEncoding(text, kept));
+    return text.isNull() || !text.isValidUtf16() ? QByteArray() : text.toUtf8();
+}
+
+QString escaped(const QByteArray& bytes, const QByteArray& kept)
+{
+    return bytes.isNull() ? QString() : QString::fromLatin1(bytes.toPercentEncoding(kept));
 }
 
 bool isHexDigit(QChar c)
@@ -50,7 +50,12 @@ bool isURLCharacter(QChar c)
 
 QString URLText::appendingPathComponent(const QString& url, const QString& component)
 {
-    const QString text = escaped(component.isNull() ? u""_s : component, "!$&'()*+,/:=@");
+    return appendingPathComponent(url, component.isNull() ? ""_ba : utf8(component));
+}
+
+QString URLText::appendingPathComponent(const QString& url, const QByteArray& component)
+{
+    const QString text = escaped(component, "!$&'()*+,/:=@");
     if (url.isNull() || text.isNull()) {
         return QString();
     }
@@ -62,7 +67,7 @@ QString URLText::appendingPathComponent(const QString& url, const QString& compo
 
 QString URLText::addingPercentEscapes(const QString& text)
 {
-    return escaped(text, "!$&'()*+,/:=@;?");
+    return escaped(utf8(text), "!$&'()*+,/:=@;?");
 }
 
 bool URLText::isURLText(const QString& text)

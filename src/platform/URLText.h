@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 /// Locations as texts. They are never taken apart and put together again by QUrl, which would change the spelling of
@@ -10,6 +11,9 @@ namespace URLText {
 /// component everything that has no place in a path is percent-escaped as UTF-8, "%" always; a "/" in it stays a
 /// separator. Null when @p url is null or the component holds half a surrogate pair.
 QString appendingPathComponent(const QString& url, const QString& component);
+
+/// The same for a component of which only the bytes are known.
+QString appendingPathComponent(const QString& url, const QByteArray& component);
 
 /// @p text with everything percent-escaped that cannot stand in a URL, "%" and "#" among it; ";" and "?" stay. Null
 /// when the text is null or holds half a surrogate pair.

@@ -1,6 +1,8 @@
 #include "ApplicationService.h"
 
+#include "HeldLoop.h"
 #include "Printers.h"
+#include "WaitFor.h"
 
 #include <QDBusConnection>
 #include <QRegularExpression>
@@ -38,16 +40,44 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
                                    .open = [&opened](const QStringList& files) { opened.append(files); },
                                });
 
-    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file://localhost/%C3%A9"_s }, {});
+    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file://localhost/%C3%A9"_s }, {}, {});
 
     EXPECT_EQ(opened, QList<QStringList>{ QStringList({ u"/a b"_s, u"/é"_s }) });
     EXPECT_EQ(activated, 1);
-    service.Activate({});
-    service.ActivateAction(u"unknown"_s, {}, {});
+    service.Activate({}, {});
+    service.ActivateAction(u"unknown"_s, {}, {}, {});
     EXPECT_EQ(activated, 3);
-    service.Open({ u"http://host/c"_s }, {});
+    service.Open({ u"http://host/c"_s }, {}, {});
     EXPECT_EQ(activated, 4);
     EXPECT_EQ(opened.size(), 1);
+}
+
+TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsInTheirOrder)
+{
+    QObject parent;
+    QStringList served;
+    ApplicationService service(
+        &parent,
+        {
+            .activate = [&served] { served.append(u"activate"_s); },
+            .open = [&served](const QStringList& files) { served.append(u"open "_s + files.join(u' ')); },
+        });
+    const QDBusMessage call = QDBusMessage::createMethodCall(u"io.github.test"_s, u"/test"_s, QString(), u"Open"_s);
+    {
+        const HeldLoop held;
+
+        service.Open({ u"file:///a"_s }, {}, call);
+        service.ActivateAction(u"unknown"_s, {}, {}, {});
+        service.Open({ u"file:///b"_s, u"file:///c"_s }, {}, {});
+        drainEventLoop();
+
+        EXPECT_EQ(served, QStringList());
+        EXPECT_TRUE(call.isDelayedReply());
+    }
+
+    drainEventLoop();
+
+    EXPECT_EQ(served, (QStringList{ u"activate"_s, u"open /a"_s, u"activate"_s, u"activate"_s, u"open /b /c"_s }));
 }
 
 TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)

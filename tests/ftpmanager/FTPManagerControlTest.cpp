@@ -66,6 +66,15 @@ TEST(FTPManagerControlTest, ANameWithoutADotIsRemovedAsAFolder)
     EXPECT_EQ(sentBy(removeDotted), "USER user\r\nPASS word\r\nDELE v1.2\r\nQUIT\r\n"_ba);
 }
 
+TEST(FTPManagerControlTest, ANameThatIsNoUTF8IsSentByItsBytes)
+{
+    const auto remove
+        = [](FTPManager& manager, const FMServer* server) { return manager.deleteFileNamed("caf\xE9.txt"_ba, server); };
+
+    EXPECT_EQ(sentBy(remove), "USER user\r\nPASS word\r\nDELE caf\xE9.txt\r\nQUIT\r\n"_ba);
+    EXPECT_FALSE(FTPManager().deleteFileNamed(QByteArray(), FMServer::anonymousServerWithDestination(u"h"_s).get()));
+}
+
 TEST(FTPManagerControlTest, TheFolderIsEnteredFirstAsItIsWritten)
 {
     const auto remove

@@ -38,4 +38,13 @@ TEST(DestinationServerTest, NothingStaysNothing)
     EXPECT_TRUE(server->password().isNull());
 }
 
+TEST(DestinationServerTest, AnIPv6AddressIsToldFromOthers)
+{
+    EXPECT_TRUE(hasIPv6Address(u"ftp://[::1]/a/"_s));
+    EXPECT_TRUE(hasIPv6Address(u"ftp://[fe80::1]:2121/"_s));
+    EXPECT_FALSE(hasIPv6Address(u"ftp://host/[::1]/"_s));
+    EXPECT_FALSE(hasIPv6Address(u"ftp://127.0.0.1:2121/"_s));
+    EXPECT_FALSE(hasIPv6Address(QString()));
+}
+
 } // namespace

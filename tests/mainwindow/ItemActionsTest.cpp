@@ -4,9 +4,11 @@
 #include "ViewControllerTest.h"
 
 #include <QAction>
+#include <QDesktopServices>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTest>
+#include <QUrl>
 
 #include <functional>
 
@@ -87,6 +89,42 @@ TEST_F(ItemActionsTest, APlainFileIsDownloadedToTheDefaultPlace)
     QFile::remove(downloads.first().filePath());
 }
 
+/// Stands in for the desktop's service that opens files.
+class OpenedFiles final : public QObject {
+    Q_OBJECT
+
+public:
+    OpenedFiles() { QDesktopServices::setUrlHandler(u"file"_s, this, "open"); }
+    ~OpenedFiles() override { QDesktopServices::unsetUrlHandler(u"file"_s); }
+
+    QStringList paths;
+
+public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
+    void open(const QUrl& url) { paths.append(url.toLocalFile()); }
+};
+
+TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
+{
+    set({ { u"OpenDownloadedFiles"_s, true } });
+    const OpenedFiles opened;
+    for (const QString& name : { u"tool.desktop"_s, u"picture"_s, u"run.sh"_s, u"note %41.txt"_s }) {
+        m_controller->downloadFileTo(name, m_directory.path());
+        FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
+        stream.sendOpenCompleted();
+        stream.sendBytes(name == u"picture"_s ? "#!/bin/sh\nrm -rf\n" : "text");
+        stream.sendEnd();
+        if (name != u"note %41.txt"_s) {
+            EXPECT_EQ(shownSheets(),
+                      QStringList{ u"File Not Opened: \"%1\" is there, but programs, scripts and "
+                                   "launchers are not opened."_s.arg(name) });
+            answerSheet();
+        }
+    }
+
+    EXPECT_EQ(opened.paths, QStringList{ m_directory.filePath(u"note %41.txt"_s) });
+    EXPECT_EQ(shownSheets(), QStringList());
+}
+
 TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
 {
     m_controller->downloadFileTo(u"a b"_s, m_directory.path());
@@ -98,16 +136,34 @@ TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
     EXPECT_TRUE(QFile::exists(m_directory.filePath(u"a b"_s)));
 }
 
+TEST_F(ItemActionsTest, ANameThatIsNoUTF8IsAskedForByItsBytes)
+{
+    m_controller->listFTPDestination();
+    ListingEntry entry;
+    entry.name = u"caf√©"_s;
+    entry.rawName = "caf\xE9 %41"_ba;
+    entry.type = ListingEntry::plainFileType;
+    m_controller->addListEntries({ entry });
+    select(entry.name);
+
+    m_controller->downloadSelection();
+
+    EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/caf%E9%20%2541"_s);
+}
+
 TEST_F(ItemActionsTest, ANameThatIsNoFileNameLeadsNowhere)
 {
     const QString neighbour = makeFile(u"victim"_s, "precious");
     QDir(m_directory.path()).mkdir(u"drop"_s);
     for (const QString& name : { u"../victim"_s, u"/etc/x"_s, u".."_s, u"."_s, u""_s, u"a/b"_s, u"a\0b"_s }) {
-        m_controller->downloadFileTo(name, m_directory.filePath(u"drop"_s));
-        tick();
+        for (const QString& folder : { m_directory.filePath(u"drop"_s), QString() }) {
+            m_controller->updateStatus(u""_s);
+            m_controller->downloadFileTo(name, folder);
+            tick();
 
-        EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s) << name.toStdString();
-        EXPECT_FALSE(m_controller->gc().isReceiving());
+            EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s) << name.toStdString();
+            EXPECT_FALSE(m_controller->gc().isReceiving());
+        }
     }
     EXPECT_EQ(QFileInfo(neighbour).size(), 8);
     EXPECT_TRUE(QDir(m_directory.filePath(u"drop"_s)).isEmpty());
@@ -309,4 +365,22 @@ TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
               (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
 }
 
+TEST_F(ItemActionsTest, AtAnIPv6AddressNothingIsDeletedAndTheUserLearnsWhy)
+{
+    set({ { u"Address"_s, u"[::1]:2121"_s } });
+
+    m_controller->deleteFile(u"file.txt"_s);
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Cannot Delete: “file.txt” was not deleted. Items can be deleted through IPv4 alone, and "
+                           "the server's address in the preferences is an IPv6 address.\n\nGive the server's name or "
+                           "its IPv4 address instead."_s });
+    EXPECT_TRUE(m_operations.isEmpty());
+    EXPECT_EQ(m_controller->listEntries().size(), 2);
+    m_controller->createFolder(u"new"_s);
+    EXPECT_EQ(m_operations.size(), 1);
+}
+
 } // namespace
+
+#include "ItemActionsTest.moc"

@@ -65,7 +65,8 @@ protected:
     }
     bool waitForQueue(const QStringList& files)
     {
-        return waitFor([this, files] { return control<QPlainTextEdit>("textView").toPlainText() == listed(files); }, 3s);
+        return waitFor([this, files] { return control<QPlainTextEdit>("textView").toPlainText() == listed(files); },
+                       3s);
     }
     static QString listed(const QStringList& files)
     {
@@ -95,7 +96,10 @@ protected:
         m_controller->uploadFiles({ makeFile(u"up"_s) });
         tick();
     }
-    QString out(const QString& name = u""_s) const { return m_directory.filePath(u"out"_s + (name.isEmpty() ? u""_s : u'/' + name)); }
+    QString out(const QString& name = u""_s) const
+    {
+        return m_directory.filePath(u"out"_s + (name.isEmpty() ? u""_s : u'/' + name));
+    }
     QStringList fulfil(const QList<int>& rows)
     {
         return m_controller->namesOfPromisedFilesDroppedAtDestination(out(), rows);
@@ -361,6 +365,25 @@ TEST_F(TableDraggingTest, TheQuestionShowsNamesAsTheyAre)
     ASSERT_EQ(shownSheets().size(), 1);
     EXPECT_TRUE(shownSheets().first().contains(u"<b>%1%2"_s));
     EXPECT_FALSE(shownSheets().first().contains(u'\u202E'));
+}
+
+TEST_F(TableDraggingTest, ANameThatIsNoUTF8IsAskedForByItsBytes)
+{
+    m_controller->listFTPDestination();
+    ListingEntry entry;
+    entry.name = u"caf√©"_s;
+    entry.rawName = "caf\xE9"_ba;
+    m_controller->addListEntries({ entry });
+    QFile file(out(entry.name));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+
+    fulfil({ 0 });
+    answerSheet(u"Overwrite"_s);
+
+    EXPECT_TRUE(waitFor([this] { return count(FakeFTPStream::Kind::Download) == 1; }, 3s));
+    EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/caf%E9"_s);
+    bring("bytes");
+    EXPECT_EQ(contents(entry.name), "bytes");
 }
 
 TEST_F(TableDraggingTest, ANameThatIsNoFileNameLeadsNowhereWhenDropped)

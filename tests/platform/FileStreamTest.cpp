@@ -152,6 +152,20 @@ TEST_F(FileStreamTest, OutputFilesAreNotExecutable)
               QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
 }
 
+TEST_F(FileStreamTest, OutputTakesNoProgramsPlace)
+{
+    const QString program = makeFile(u"program"_s, "#!");
+    ASSERT_TRUE(QFile::setPermissions(program,
+                                      QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup
+                                          | QFile::ExeGroup | QFile::ExeOther));
+    FileOutputStream stream(program);
+    stream.open();
+
+    EXPECT_TRUE(stream.close());
+    EXPECT_EQ(QFile::permissions(program) & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser),
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+}
+
 TEST_F(FileStreamTest, OutputThatCannotBeOpenedFailsWhenItIsWritten)
 {
     FileOutputStream stream(path(u"missing/a"_s));

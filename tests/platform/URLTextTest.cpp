@@ -104,4 +104,10 @@ TEST(URLTextTest, LastComponentIsUnescaped)
     }
 }
 
+TEST(URLTextTest, BytesThatAreNoUTF8AreEscapedOneByOne)
+{
+    EXPECT_EQ(URLText::appendingPathComponent(u"ftp://host/in"_s, "caf\xE9 %"_ba), u"ftp://host/in/caf%E9%20%25"_s);
+    EXPECT_TRUE(URLText::appendingPathComponent(u"ftp://host"_s, QByteArray()).isNull());
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 #include "OpenDescriptors.h"
 #include "RealServerTest.h"
 
+#include <fstream>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -123,6 +124,26 @@ TEST_P(RealManagerTest, ItemsAreDeletedByTheRuleOfTheDot)
     EXPECT_FALSE(exists(u"sub/empty folder é"_s));
     EXPECT_TRUE(exists(u"sub/full folder/x"_s));
     EXPECT_TRUE(exists(u"sub/plain"_s));
+}
+
+TEST_P(RealManagerTest, AnItemWhoseNameIsNoUTF8IsDeletedByItsBytes)
+{
+    const QByteArray rawName = "caf\xE9.txt";
+    const QByteArray path = QFile::encodeName(m_server.root()) + '/' + rawName;
+    std::ofstream(path.toStdString()) << "x";
+    const auto root = server();
+
+    const auto entries = m_manager.contentsOfServer(root.get());
+
+    ASSERT_TRUE(entries);
+    ASSERT_EQ(entries->size(), 1);
+    if (GetParam() == ServerMake::Pyftpdlib) {
+        EXPECT_EQ(entries->first().name, u"caf?.txt"_s); // This server does not tell the bytes.
+        return;
+    }
+    EXPECT_EQ(entries->first().rawName, rawName);
+    EXPECT_TRUE(m_manager.deleteFileNamed(rawName, root.get()));
+    EXPECT_TRUE(QDir(m_server.root()).isEmpty());
 }
 
 TEST_P(RealManagerTest, PermissionsAreChangedWhereTheServerAllowsIt)

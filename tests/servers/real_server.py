@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS]  (makes: vsftpd, proftpd,
+"""Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS [PORT]]  (makes: vsftpd, proftpd,
 pyftpdlib)
 
-The server listens on a free port of 127.0.0.1, or of the address given, and serves the folder ROOT, which is where its login begins. Uploading,
-overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
+The server listens on a free port of 127.0.0.1, or on the address and the port given, and serves the folder ROOT, which
+is where its login begins. Uploading, overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
 accounts play no part, and it works for any user.
 
 When the server takes logins, one line "port N user U password P" is printed. The server ends when stdin closes, on
@@ -48,11 +48,14 @@ def log_in(login):
         return None
 
 
-def start(make, address, root, folder):
-    """Starts the server and answers its process, its login and a session; raises OSError when it cannot be started."""
+def start(make, address, port, root, folder):
+    """Starts the server and answers its process, its login and a session; raises OSError when it cannot be started.
+
+    Without a port it takes a free one.
+    """
     log_path = os.path.join(folder, "log")
     for _ in range(ATTEMPTS):
-        login = real_server_makes.Login(address, free_port(address), make.user, secrets.token_hex(8))
+        login = real_server_makes.Login(address, port or free_port(address), make.user, secrets.token_hex(8))
         with open(log_path, "wb") as log:
             process = subprocess.Popen(
                 make.prepare(login, root, folder),
@@ -85,9 +88,10 @@ def kill(process):
 
 
 def main():
-    if len(sys.argv) not in (3, 4) or sys.argv[1] not in real_server_makes.MAKES:
+    if len(sys.argv) not in (3, 4, 5) or sys.argv[1] not in real_server_makes.MAKES:
         sys.exit(__doc__)
-    address = sys.argv[3] if len(sys.argv) == 4 else "127.0.0.1"
+    address = sys.argv[3] if len(sys.argv) > 3 else "127.0.0.1"
+    port = int(sys.argv[4]) if len(sys.argv) > 4 else None
     # Unlike an event, it may be put into by a signal handler.
     released = queue.SimpleQueue()
     stop_when_released(lambda: released.put(None))
@@ -95,7 +99,7 @@ def main():
         try:
             make = real_server_makes.MAKES[sys.argv[1]]()
             # The session stays open: when one ends, proftpd takes nobody else for 0.4 s.
-            process, login, session = start(make, address, os.path.abspath(sys.argv[2]), folder)
+            process, login, session = start(make, address, port, os.path.abspath(sys.argv[2]), folder)
         except OSError as error:
             sys.exit(f"real_server.py: {error}")
         try:

@@ -32,19 +32,6 @@ class Listing(WindowTest):
         self.bring_to_front(program)
         return program
 
-    def bring_to_front(self, program):
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
-
-    def wait_for_listing(self, program, *names):
-        wanted = sorted(names or os.listdir(self.server.root))
-        wait_for(lambda: sorted(self.names(program)) == wanted, f"{wanted} in the table")
-        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the end of the listing")
-
-    def names(self, program):
-        return [row[0] for row in program.rows("Destination folder")]
-
     def downloads(self):
         folder = os.path.join(self.home["HOME"], "Downloads")
         return sorted(os.listdir(folder)) if os.path.isdir(folder) else []

@@ -225,9 +225,14 @@ class Program:
         _atspi().Action.do_action(button.get_action_iface(), 0)
 
     def enter(self, name, text):
-        """Replaces the text of a field, as a screen reader does."""
-        field = self.need(name).get_editable_text_iface()
-        _atspi().EditableText.set_text_contents(field, text)
+        """Replaces the text of a field, as a screen reader does. Its label may have the same name."""
+
+        def field():
+            nodes = [node for window in self.windows() for node in _walk(window) if _ask(node.get_name) == name]
+            interfaces = [_ask(node.get_editable_text_iface) for node in nodes if _has(node, "SHOWING")]
+            return next(filter(None, interfaces), None)
+
+        _atspi().EditableText.set_text_contents(wait_for(field, f"the field “{name}”"), text)
 
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""

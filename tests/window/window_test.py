@@ -27,11 +27,15 @@ class WindowTest(unittest.TestCase):
             unittest.addModuleCleanup(WindowTest.desktop.close)
 
     def setUp(self):
-        self.server = UploadServer()
+        self.server = self.make_server()
         self.addCleanup(self.server.close)
         self.home = self.desktop.new_home()
         self.folder = tempfile.mkdtemp(prefix="files-", dir=self.desktop.folder)
         store_settings(self.home, {"DoNotShowWelcomeWindowAgain": True})
+
+    def make_server(self):
+        """A server with settings(), path() and close(), and what else the module's tests want of it."""
+        return UploadServer()
 
     def settings(self, **others):
         """Stores the settings for this test's server, or others."""
@@ -68,6 +72,41 @@ class WindowTest(unittest.TestCase):
         """Waits until these and no other files have arrived whole, in this order."""
         wait_for(lambda: len(self.server.received) >= len(names), f"{names} to arrive")
         self.assertEqual(self.server.received, list(names))
+
+    def bring_to_front(self, program):
+        """Gives the keyboard to the main window."""
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+
+    def wait_for_listing(self, program, place=""):
+        """Waits until the table shows what that folder of the server holds."""
+        wanted = sorted(os.listdir(self.server.path(place)))
+        wait_for(lambda: sorted(self.names(program)) == wanted, f"{wanted} in the table")
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the end of the listing")
+
+    def names(self, program):
+        """The names in the table, in its order."""
+        return [row[0] for row in program.rows("Destination folder")]
+
+    def select(self, program, name):
+        """Clicks on the row of that name."""
+        row = self.names(program).index(name)
+        self.desktop.click(program.cell("Destination folder", row, 0))
+        table = "Destination folder"
+        wait_for(lambda: program.is_enabled("Delete") and program.selected_row(table) == row, f"{name} to be selected")
+
+    def delete(self, program, name):
+        """Chooses to delete the row of that name, which happens a second later."""
+        self.bring_to_front(program)
+        self.select(program, name)
+        self.desktop.key("Delete")
+        question = ["Delete Item", f'Are you sure you want to delete "{name}"?']
+        wait_for(lambda: program.sheet() == question, "the question")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+        self.desktop.key("Tab")
+        self.desktop.key("space")
+        wait_for(lambda: program.sheet() != question, "the question to go")
 
     def assert_no_more_sheets(self, program):
         """No sheet shows while the clock in the window moves on by two seconds."""

@@ -73,7 +73,7 @@ QString DirectSave::takeWish(std::uint32_t window)
         return {};
     }
     QString path = pathOfWish(QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
-                                               xcb_get_property_value_length(reply.get())));
+                                         xcb_get_property_value_length(reply.get())));
     if (!path.isNull()) {
         xcb_delete_property(x, window, property);
         xcb_flush(x);

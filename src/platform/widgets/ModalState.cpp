@@ -1,5 +1,7 @@
 #include "ModalState.h"
 
+#include "HeldLoop.h"
+
 #include <QApplication>
 #include <QWidget>
 
@@ -7,7 +9,7 @@
 
 bool isMainLoopHeld()
 {
-    if (QApplication::activePopupWidget() != nullptr) {
+    if (HeldLoop::isActive() || QApplication::activePopupWidget() != nullptr) {
         return true;
     }
     if (QApplication::activeModalWidget() == nullptr) {

@@ -24,8 +24,7 @@ struct PromisedFile::Promise {
     void keep(const QString& folder)
     {
         if (isDropped && fulfil) {
-            RunLoop::dispatchAfter(0, source,
-                                   [fulfil = std::exchange(fulfil, nullptr), folder] { fulfil(folder); });
+            RunLoop::dispatchAfter(0, source, [fulfil = std::exchange(fulfil, nullptr), folder] { fulfil(folder); });
         }
     }
 };
@@ -33,7 +32,7 @@ struct PromisedFile::Promise {
 PromisedFile::PromisedFile(QString name, QWidget& source, Fulfil fulfil)
     : m_name(std::move(name))
     , m_source(source)
-    , m_promise(std::make_shared<Promise>(Promise { &source, std::move(fulfil) }))
+    , m_promise(std::make_shared<Promise>(Promise{ &source, std::move(fulfil) }))
 {
     qDeleteAll(source.findChildren<DragExtraction*>(Qt::FindDirectChildrenOnly)); // Of the last drag.
     if (PathText::isFileName(m_name)) {

@@ -1,6 +1,7 @@
 #include "SheetQueue.h"
 
 #include "MessageBoxTexts.h"
+#include "RunLoop.h"
 
 #include <QAbstractButton>
 #include <QMessageBox>
@@ -63,7 +64,7 @@ void SheetQueue::finished(const QMessageBox& box)
             == QMessageBox::DestructiveRole; // The query takes a button that it does not change.
     if (!m_sheets.isEmpty()) {
         // From the loop, when the window has been given back by the sheet that is just closing.
-        QMetaObject::invokeMethod(this, &SheetQueue::showNext, Qt::QueuedConnection);
+        RunLoop::dispatchAfter(0, this, [this] { showNext(); });
     }
     if (isAlternate && sheet.onAlternate) {
         sheet.onAlternate();

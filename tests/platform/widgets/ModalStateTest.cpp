@@ -1,5 +1,6 @@
 #include "ModalState.h"
 
+#include "HeldLoop.h"
 #include "WaitFor.h"
 
 #include <QMenu>
@@ -44,6 +45,16 @@ TEST(ModalStateTest, AMenuHoldsTheLoopWhileItIsOpen)
     menu.close();
 
     EXPECT_TRUE(waitFor([] { return !isMainLoopHeld(); }));
+}
+
+TEST(ModalStateTest, ACallThatHoldsTheLoopHoldsItWithoutAWindow)
+{
+    {
+        const HeldLoop held;
+        EXPECT_TRUE(isMainLoopHeld());
+    }
+
+    EXPECT_FALSE(isMainLoopHeld());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "SheetQueue.h"
 
+#include "HeldLoop.h"
 #include "Printers.h"
 #include "Sheets.h"
 #include "WaitFor.h"
@@ -151,6 +152,21 @@ TEST_F(SheetQueueTest, QuestionsWithAChoiceAreNotMerged)
     answerSheet(u"Delete"_s);
 
     EXPECT_TRUE(waitFor([&chosen] { return chosen == 2; }));
+}
+
+TEST_F(SheetQueueTest, TheNextSheetWaitsWhileTheLoopIsHeld)
+{
+    raise(u"one"_s);
+    raise(u"two"_s);
+    answerSheet();
+    {
+        const HeldLoop held;
+        drainEventLoop();
+        EXPECT_EQ(shownSheets(), QStringList());
+    }
+
+    EXPECT_TRUE(waitForSheet(u"two"_s));
+    answerSheet();
 }
 
 } // namespace

@@ -1,0 +1,57 @@
+#include "DefaultApplication.h"
+
+#include "Printers.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Case {
+    QString name;
+    QByteArray contents;
+};
+
+bool isProgram(const Case& item)
+{
+    const QTemporaryDir directory;
+    QFile file(directory.filePath(item.name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(item.contents);
+    file.close();
+    return DefaultApplication::isProgram(file.fileName());
+}
+
+TEST(DefaultApplicationTest, ProgramsScriptsAndLaunchersAreKnownByTheirNames)
+{
+    for (const QString& name :
+         { u"a.desktop"_s, u"a.sh"_s, u"a.py"_s, u"a.pl"_s, u"a.exe"_s, u"a.AppImage"_s, u"a.jar"_s, u"A.DESKTOP"_s }) {
+        EXPECT_TRUE(isProgram({ name, "text" })) << name.toStdString();
+    }
+}
+
+TEST(DefaultApplicationTest, ProgramsScriptsAndLaunchersAreKnownByTheirContents)
+{
+    for (const QByteArray& contents : { "#!/bin/sh\necho\n"_ba, "[Desktop Entry]\nExec=rm\n"_ba,
+                                        "\x7f"
+                                        "ELF\2\1\1\0\0\0\0\0\0\0\0\0\2\0\x3e\0"_ba,
+                                        "MZ\x90\0"_ba }) {
+        EXPECT_TRUE(isProgram({ u"picture.png"_s, contents })) << contents.constData();
+        EXPECT_TRUE(isProgram({ u"noname"_s, contents })) << contents.constData();
+    }
+}
+
+TEST(DefaultApplicationTest, DocumentsAreNoPrograms)
+{
+    for (const Case& item :
+         { Case{ u"a.txt"_s, "text" }, Case{ u"a.png"_s, "\x89PNG\r\n\x1a\n" }, Case{ u"a.pdf"_s, "%PDF-1.4" },
+           Case{ u"a.html"_s, "<html>" }, Case{ u"noname"_s, "" }, Case{ u"a.zip"_s, "PK\3\4" } }) {
+        EXPECT_FALSE(isProgram(item)) << item.name.toStdString();
+    }
+}
+
+} // namespace

@@ -1,0 +1,137 @@
+"""Items deleted and folders created by the real program on real servers, on port 21."""
+
+import os
+import unittest
+
+import private_network
+from desktop import wait_for
+from real_ftp_server import RealFTPServer
+from window_test import WindowTest
+
+
+def setUpModule():
+    private_network.enter()
+
+
+def refusal(name):
+    return [
+        "Item Not Deleted",
+        f'"{name}" was not deleted. If this is a folder make sure it is empty. Folders can not be deleted if they contain'
+        " items.\n\nSwitch to the folder using preferences, and then delete its items.",
+    ]
+
+
+class Items:
+    """The tests, for each make of server."""
+
+    make = None
+    place = ""  # The destination folder on the server.
+
+    def make_server(self):
+        return RealFTPServer(self.make)
+
+    def write(self, name):
+        with open(self.server.path(name), "wb") as file:
+            file.write(b"content")
+
+    def exists(self, name):
+        """Whether the destination folder holds an item of that name."""
+        return os.path.lexists(self.server.path(os.path.join(self.place, name)))
+
+    def start_listed(self, **settings):
+        self.settings(**settings)
+        program = self.start()
+        self.wait_for_listing(program, self.place)
+        return program
+
+    def assert_deleted(self, program, name):
+        self.delete(program, name)
+        wait_for(lambda: not self.exists(name), f"{name} to be deleted")
+        self.wait_for_listing(program, self.place)
+        self.assertIsNone(program.sheet())
+
+    def assert_refused(self, program, name):
+        self.delete(program, name)
+        self.assertEqual(program.acknowledge(), refusal(name))
+        self.assertTrue(self.exists(name))
+        self.assertIn(name, self.names(program))
+
+    def create(self, program, name):
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+shift+n")
+        program.enter("Enter name of folder to create.", name)
+        program.press("OK")
+
+    def assert_created(self, program, name):
+        self.create(program, name)
+        wait_for(lambda: self.exists(name), f"the folder {name}")
+        self.wait_for_listing(program, self.place)
+        self.assertIsNone(program.sheet())
+
+    def test_a_file_and_an_empty_folder_are_deleted(self):
+        self.write("unwanted file é.txt")
+        self.write("other.txt")
+        os.mkdir(self.server.path("empty"))
+        program = self.start_listed()
+
+        self.assert_deleted(program, "unwanted file é.txt")
+        self.assert_deleted(program, "empty")
+
+        self.assertEqual(os.listdir(self.server.path("")), ["other.txt"])
+
+    def test_a_full_folder_and_a_file_without_a_dot_are_refused(self):
+        os.mkdir(self.server.path("full"))
+        self.write("full/content.txt")
+        self.write("README")
+        program = self.start_listed()
+
+        self.assert_refused(program, "full")
+        self.assert_refused(program, "README")
+
+    def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
+        self.place = "ein Ordner é 100%"
+        os.mkdir(self.server.path(self.place))
+        program = self.start_listed(FTPFolder=self.place)
+
+        self.assert_created(program, "new one")
+        self.assert_created(program, "été à la mer")
+        self.assert_deleted(program, "new one")
+
+        self.assertEqual(os.listdir(self.server.path("")), [self.place])
+
+    def test_a_name_that_is_taken_is_told_from_the_list_or_by_the_server(self):
+        os.mkdir(self.server.path("listed"))
+        program = self.start_listed()
+
+        self.create(program, "listed")
+        self.assertEqual(
+            program.acknowledge(), ["Folder Exists", 'Folder "listed" already exists. Try another name.']
+        )
+        os.mkdir(self.server.path("unlisted"))
+        self.create(program, "unlisted")
+
+        self.assertEqual(
+            program.acknowledge(),
+            [
+                "Folder Not Created",
+                'Folder "unlisted" was not created due to an error.\n\nPlease check your preference settings for correct'
+                " FTP server passsword, username and folder location.",
+            ],
+        )
+        self.assertEqual(self.names(program), ["listed"])
+
+
+class OnVsftpd(Items, WindowTest):
+    make = "vsftpd"
+
+
+class OnProftpd(Items, WindowTest):
+    make = "proftpd"
+
+
+class OnPyftpdlib(Items, WindowTest):
+    make = "pyftpdlib"
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,151 @@
+"""A server that never closes its connection: waiting for it can be given up, and nothing else moves meanwhile."""
+
+import json
+import os
+import sys
+import tempfile
+import unittest
+
+from desktop import wait_for
+from window_test import TOP, WindowTest
+
+sys.path.append(os.path.join(TOP, "tests/servers"))
+
+from helper_client import Helper  # noqa: E402
+
+# The library says QUIT at the end and waits until the server closes. The listing does not come to that.
+NEVER_CLOSES = {"on": "QUIT", "do": ["221 Bye"]}
+NEVER_CREATES = {"on": "MKD", "do": ["silence"]}
+PANEL = "Waiting for"
+
+
+class ScriptedServer:
+    def __init__(self, *rules):
+        self._root = tempfile.TemporaryDirectory(prefix="quillbox-server-")
+        self._helper = Helper("scripted_server.py", "--root", self._root.name, "--rules", json.dumps(rules))
+
+    def settings(self, **others):
+        return {"Address": f"127.0.0.1:{self._helper.port}", "Username": "anna", "Password": "secret", **others}
+
+    def path(self, name):
+        return os.path.join(self._root.name, name)
+
+    def write(self, name):
+        with open(self.path(name), "wb") as file:
+            file.write(b"content")
+
+    def close(self):
+        self._helper.finish()
+        self._root.cleanup()
+
+
+class Waiting(WindowTest):
+    def make_server(self):
+        return ScriptedServer(NEVER_CLOSES, NEVER_CREATES)
+
+    def setUp(self):
+        super().setUp()
+        self.server.write("other.txt")
+        self.server.write("unwanted.txt")
+        self.settings()
+
+    def start_deleting(self, program):
+        """Deletes a file, and waits for the panel."""
+        self.wait_for_listing(program)
+        self.delete(program, "unwanted.txt")
+        wait_for(lambda: program.find("Stop Waiting"), "the panel")
+        self.assertEqual(program.text(PANEL), "Deleting “unwanted.txt”…")
+
+    def stop_waiting(self, program):
+        wait_for(lambda: program.has_focus("Stop Waiting"), "the keyboard to be in the panel")
+        self.desktop.key("space")
+
+    def assert_unanswered(self, program, text):
+        self.assertEqual(program.acknowledge(), ["No Answer", f"The server has not answered. {text}"])
+        self.assertIsNone(program.find("Stop Waiting"))
+        self.wait_for_listing(program)
+
+    def test_a_deletion_is_given_up_by_key_and_the_folder_listed_again(self):
+        program = self.start()
+        self.start_deleting(program)
+
+        self.stop_waiting(program)
+
+        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
+        self.assertEqual(self.names(program), ["other.txt"])
+        self.assert_no_more_sheets(program)
+
+    def test_escape_gives_up_as_well(self):
+        program = self.start()
+        self.start_deleting(program)
+        wait_for(lambda: program.has_focus("Stop Waiting"), "the keyboard to be in the panel")
+
+        self.desktop.key("Escape")
+
+        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
+
+    def test_a_new_folder_is_given_up_by_a_click(self):
+        program = self.start()
+        self.wait_for_listing(program)
+        program.press("New Folder")
+        wait_for(lambda: program.find("OK"), "the question for a name")
+        self.desktop.xdotool("type", "--delay", 15, "new one")
+        self.desktop.key("Return")
+        wait_for(lambda: program.find("Stop Waiting"), "the panel")
+        self.assertEqual(program.text(PANEL), "Creating “new one”…")
+
+        self.desktop.click(program.centre("Stop Waiting"))
+
+        self.assert_unanswered(program, "Folder “new one” may or may not have been created.")
+
+    def test_nothing_moves_meanwhile_and_files_handed_over_are_taken_afterwards(self):
+        program = self.start()
+        self.start_deleting(program)
+        date = program.text("Date")
+
+        second = self.launch(self.file("handed over.txt"))  # It asks for an answer for a while, and then trusts.
+        program.press("New Folder")
+        for key in ("ctrl+m", "ctrl+q", "F5"):
+            self.desktop.key(key)
+        self.assertEqual(second.exit_code(), 0)
+
+        self.assertEqual(program.text("Date"), date)
+        self.assertFalse(os.path.exists(self.server.path("handed over.txt")))
+        self.assertIsNone(program.find("OK"))
+        program.press("Stop Waiting")
+        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
+        wait_for(lambda: os.path.exists(self.server.path("handed over.txt")), "the file to be taken")
+        self.wait_for_status(program, "Upload succeeded")
+        self.assertEqual(len(program.windows()), 1)
+
+    def test_mouse_and_keys_reach_the_panel_alone(self):
+        program = self.start()
+        self.start_deleting(program)
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
+
+        self.desktop.click(program.centre("New Folder"))
+        self.desktop.xdotool("windowactivate", window)
+        self.desktop.key("ctrl+q")
+        program.text("Date")  # An answer comes when both have had their effect.
+
+        self.assertEqual(len(program.windows()), 2)
+        program.press("Stop Waiting")
+        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
+        self.assert_no_more_sheets(program)
+        self.assertEqual(len(program.windows()), 1)
+
+    def test_quitting_does_not_wait_for_an_operation_that_was_given_up(self):
+        program = self.launch()
+        self.start_deleting(program)
+        self.stop_waiting(program)
+        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
+        self.bring_to_front(program)
+
+        self.desktop.key("ctrl+q")
+
+        self.assertEqual(program.exit_code(5), 0)
+        self.assertEqual(program.output(), "")
+
+
+if __name__ == "__main__":
+    unittest.main()
