@@ -98,11 +98,7 @@ class Pictures:
         program.close()
 
         self._server.read_at_most(3_000_000)
-        paths = []
-        for name, size in SENDING.items():
-            paths.append(os.path.join(self._desktop.folder, name))
-            with open(paths[-1], "wb") as file:
-                file.truncate(size)
+        paths = [self.file(name, size) for name, size in SENDING.items()]
         program = self.start(**settings)
         wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
         self.to_front(program, "^ftp:")
@@ -110,6 +106,31 @@ class Pictures:
         wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 20, "a part to be sent")
         self.take(program, "uploading", "^ftp:")
         program.close()
+        self.take_history(settings)
+
+    def take_history(self, settings):
+        self._server.read_at_most(0)
+        self._server.after_receiving = lambda path: path.endswith("Poster.png") and os.truncate(path, 1_500_000)
+        program = self.start(**settings)
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.to_front(program, "^ftp:")
+        sizes = {"Letter.odt": 30_000, "Archive": 9_000, "Poster.png": 1_870_000, "Read me.txt": 1_204}
+        paths = [self.file(name, size) for name, size in sizes.items()]
+        self.hand_over([*paths, os.path.join(self._desktop.folder, "Gone.txt")])
+        wait_for(lambda: "Read me.txt" in self._server.received, "the files to arrive")
+        wait_for(lambda: program.value("Transfer progress") is None, "the queue to be worked off")
+        self._server.read_at_most(3_000_000)
+        self.hand_over([self.file("Lighthouse.jpg", 60_000_000), self.file("Map of the harbour.svg", 2_000)])
+        wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 10, "a part to be sent")
+        self._desktop.key("ctrl+h")
+        self.take(program, "history", "^History$")
+        program.close()
+
+    def file(self, name, size):
+        path = os.path.join(self._desktop.folder, name)
+        with open(path, "wb") as file:
+            file.truncate(size)
+        return path
 
 
 def main():

@@ -1,13 +1,10 @@
 #include "ListingTable.h"
 
-#include "ListingDelegate.h"
 #include "ListingModel.h"
 #include "TableColumns.h"
 
 #include <QHeaderView>
 #include <QMouseEvent>
-#include <QPainter>
-#include <QProxyStyle>
 #include <QScrollBar>
 
 #include <chrono>
@@ -15,37 +12,10 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// Gives the titles the margins of the cells.
-class HeaderStyle final : public QProxyStyle {
-public:
-    HeaderStyle()
-        : QProxyStyle(u"Fusion"_s)
-    {
-    }
-
-    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
-    {
-        return metric == PM_HeaderMargin ? 7 : QProxyStyle::pixelMetric(metric, option, widget);
-    }
-};
-
-} // namespace
-
 ListingTable::ListingTable(QWidget* parent)
-    : QTableView(parent)
+    : TextTable(parent)
 {
-    setItemDelegate(new ListingDelegate(this));
-    setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
-    setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    setAlternatingRowColors(true);
-    setShowGrid(false);
-    setWordWrap(false);
-    setTabKeyNavigation(false);
     setDragEnabled(true);
     setAcceptDrops(true);
     setUpHeaders();
@@ -56,20 +26,11 @@ ListingTable::ListingTable(QWidget* parent)
 
 void ListingTable::setUpHeaders()
 {
-    verticalHeader()->setVisible(false);
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setMinimumSectionSize(0);
     verticalHeader()->setDefaultSectionSize(static_cast<int>(ListingModel::rowHeight));
     QHeaderView& header = *horizontalHeader();
-    auto* const style = new HeaderStyle;
-    style->setParent(this);
-    header.setStyle(style);
     header.setSectionsClickable(true);
-    header.setSectionsMovable(true);
-    header.setHighlightSections(false);
     header.setSortIndicatorShown(true);
     header.setSortIndicator(0, Qt::AscendingOrder);
-    header.setFocusPolicy(Qt::NoFocus);
     connect(&header, &QHeaderView::sortIndicatorChanged, this, &ListingTable::sortDescriptorsDidChange);
 }
 
@@ -87,7 +48,7 @@ void ListingTable::setListing(ListingModel& model)
 
 void ListingTable::setDefaultWidths()
 {
-    const auto widthOf = [this](const QString& text) { return fontMetrics().horizontalAdvance(text) + 28; };
+    const auto widthOf = [this](const QString& text) { return columnWidthFor(*this, text); };
     QHeaderView& header = *horizontalHeader();
     const auto column = [](const QString& title) { return static_cast<int>(TableColumns::all.indexOf(title)); };
     header.setMinimumSectionSize(widthOf(u"M"_s));
@@ -114,14 +75,6 @@ int ListingTable::selectedRow() const
 {
     const QModelIndexList rows = selectionModel()->selectedRows();
     return rows.isEmpty() ? -1 : rows.first().row();
-}
-
-void ListingTable::setEmptyText(const QString& text)
-{
-    if (m_emptyText != text) {
-        m_emptyText = text;
-        viewport()->update();
-    }
 }
 
 // Keeping the place.
@@ -188,13 +141,13 @@ void ListingTable::showAgain()
 void ListingTable::keyPressEvent(QKeyEvent* event)
 {
     forgetPlace();
-    QTableView::keyPressEvent(event);
+    TextTable::keyPressEvent(event);
 }
 
 void ListingTable::mousePressEvent(QMouseEvent* event)
 {
     forgetPlace();
-    QTableView::mousePressEvent(event);
+    TextTable::mousePressEvent(event);
     if (!indexAt(event->position().toPoint()).isValid()) {
         clearSelection();
     }
@@ -203,7 +156,7 @@ void ListingTable::mousePressEvent(QMouseEvent* event)
 void ListingTable::wheelEvent(QWheelEvent* event)
 {
     m_wantedScroll.reset();
-    QTableView::wheelEvent(event);
+    TextTable::wheelEvent(event);
 }
 
 // Keys.
@@ -214,7 +167,7 @@ void ListingTable::keyboardSearch(const QString& text)
     if (currentIndex().column() > 0) {
         selectionModel()->setCurrentIndex(currentIndex().siblingAtColumn(0), QItemSelectionModel::NoUpdate);
     }
-    QTableView::keyboardSearch(text);
+    TextTable::keyboardSearch(text);
 }
 
 QModelIndex ListingTable::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
@@ -226,39 +179,6 @@ QModelIndex ListingTable::moveCursor(CursorAction action, Qt::KeyboardModifiers 
     case MoveEnd:
         return model()->index(model()->rowCount() - 1, column);
     default:
-        return QTableView::moveCursor(action, modifiers);
+        return TextTable::moveCursor(action, modifiers);
     }
-}
-
-// Painting.
-
-void ListingTable::paintEvent(QPaintEvent* event)
-{
-    QTableView::paintEvent(event);
-    QPainter painter(viewport());
-    if (model() == nullptr || model()->rowCount() == 0) {
-        QFont font = this->font();
-        font.setPointSizeF(font.pointSizeF() * 1.25);
-        painter.setFont(font);
-        painter.setPen(palette().color(QPalette::PlaceholderText));
-        painter.drawText(viewport()->rect(), Qt::AlignCenter, m_emptyText);
-    }
-    if (hasFocus() || m_isDropTarget) {
-        const int width = m_isDropTarget ? 5 : 2;
-        painter.setPen(QPen(palette().color(QPalette::Highlight), width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
-        const int inset = width / 2;
-        painter.drawRect(viewport()->rect().adjusted(inset, inset, -inset - width % 2, -inset - width % 2));
-    }
-}
-
-void ListingTable::focusInEvent(QFocusEvent* event)
-{
-    QTableView::focusInEvent(event);
-    viewport()->update();
-}
-
-void ListingTable::focusOutEvent(QFocusEvent* event)
-{
-    QTableView::focusOutEvent(event);
-    viewport()->update();
 }

@@ -2,10 +2,10 @@
 
 #include "SortDescriptor.h"
 #include "TableDragging.h"
+#include "TextTable.h"
 
 #include <QList>
 #include <QString>
-#include <QTableView>
 #include <QTimer>
 
 #include <optional>
@@ -14,7 +14,7 @@ class ListingModel;
 
 /// The table of the destination folder. What the user sees stays in place while the folder is listed anew: the selected
 /// name, the scroll position, and for a moment the old picture.
-class ListingTable final : public QTableView {
+class ListingTable final : public TextTable {
     Q_OBJECT
 
 public:
@@ -29,9 +29,6 @@ public:
     QList<SortDescriptor> sortDescriptors() const;
     /// -1 without a selection.
     int selectedRow() const;
-    /// What an empty table says.
-    const QString& emptyText() const { return m_emptyText; }
-    void setEmptyText(const QString& text);
     /// All items have come: what has not come back by now is gone.
     void listingEnded();
 
@@ -45,7 +42,6 @@ public: // What a view answers to.
     void keyboardSearch(const QString& text) override;
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
@@ -55,8 +51,7 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
+    int highlightWidth() const override { return m_isDropTarget ? 5 : TextTable::highlightWidth(); }
 
 private:
     void setUpHeaders();
@@ -71,7 +66,6 @@ private:
     QPixmap dragPicture(int row) const;
 
     ListingModel* m_listing = nullptr;
-    QString m_emptyText;
     QString m_wantedName; ///< Of the item that was selected before the list was emptied; null: none.
     std::optional<int> m_wantedScroll;
     int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.

@@ -1,6 +1,7 @@
 #include "ViewController.h"
 
 #include "DragDropView.h"
+#include "HistoryWindow.h"
 #include "PreferencesController.h"
 #include "UserDefaults.h"
 #include "WindowMemory.h"

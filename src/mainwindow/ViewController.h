@@ -7,6 +7,7 @@
 #include "ItemOperations.h"
 #include "ListingModel.h"
 #include "TableDragging.h"
+#include "UploadHistory.h"
 #include "WeakRef.h"
 
 #include <QDateTime>
@@ -20,6 +21,7 @@
 #include <memory>
 #include <optional>
 
+class HistoryWindow;
 class PreferencesController;
 class QDialog;
 
@@ -80,6 +82,8 @@ public:
     /// order.
     QStringList filesToReplace() const;
     const QStringList& fileUploadQueue() const { return m_fileUploadQueue; }
+    /// What has become of each file of this run.
+    UploadHistory& history() { return m_history; }
 
     /// Refreshes the window's indicators and starts the next upload; called every 10 ms.
     void onTick();
@@ -168,10 +172,12 @@ public:
 
     // The windows.
 
-    /// Notes the main window's size and columns for the next run.
+    /// Notes the sizes and columns of the main window and the history's for the next run.
     void rememberWindow();
 
     void showPreferences();
+    /// Shows the history of this run. It holds nothing.
+    void showHistory();
     /// Shows the welcome window: unless the user has turned it off, or in any case when it is forced.
     void showWelcomeWindow(bool force);
 
@@ -196,6 +202,8 @@ public:
     QWidget& auxiliaryWindow() { return m_auxiliaryWindow; }
     QDialog& welcomeWindow() { return *m_welcomeWindow; }
     PreferencesController& preferences() { return *m_preferences; }
+    /// Null until it is first shown.
+    HistoryWindow* historyWindow() { return m_historyWindow.get(); }
 
     /// Others than those of the library, for tests.
     void setItemOperations(ItemOperations operations) { m_itemOperations = std::move(operations); }
@@ -231,6 +239,12 @@ private:
     void showLastReply();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
+    void startUpload(const QString& path, const QString& destination);
+    void stopUpload();
+    void startListing(const QString& location);
+    void noteUploadStatus(const QString& status);
+    void noteEnd(const QString& status);
+    void noteConfirmation();
     void listAgainIfWanted();
     void resetProgress();
     void emptyList();
@@ -258,6 +272,11 @@ private:
 
     QStringList m_fileUploadQueue;
     QStringList m_droppedFiles;
+    UploadHistory m_history;
+    bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
+    bool m_hasStartedUpload = false; ///< It has, and its stream was opened.
+    QString m_startStatus; ///< What it said last while it started.
+    std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
     bool m_isListed = false; ///< The list holds all that the server told.
     bool m_wasListing = false; ///< At the last tick.

@@ -29,6 +29,7 @@ void ViewController::connectActions()
     on(m_ui->refreshAction, &ViewController::listFTPDestination);
     on(m_ui->stopAction, &ViewController::stopButtonAction);
     on(m_ui->clearQueueAction, &ViewController::clearQueue);
+    on(m_ui->historyAction, &ViewController::showHistory);
     on(m_ui->manualTransfersAction, &ViewController::showAuxiliaryWindow);
     on(m_ui->websiteAction, &ViewController::goToWebsite);
     on(m_ui->preferencesAction, &ViewController::showPreferences);

@@ -8,6 +8,7 @@ using namespace Qt::StringLiterals;
 
 void ViewController::addListEntries(const QList<ListingEntry>& entries)
 {
+    m_history.listed(entries);
     m_listing.add(entries); // At their places in the table's present order.
 }
 

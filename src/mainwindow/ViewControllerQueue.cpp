@@ -39,6 +39,7 @@ void growToText(QLabel& label)
 void ViewController::uploadFiles(const QStringList& paths)
 {
     m_fileUploadQueue += paths;
+    m_history.filesQueued(paths);
     m_ui->totalProgressIndicator->setMaximum(static_cast<int>(m_fileUploadQueue.size()));
     if (createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
@@ -50,6 +51,7 @@ void ViewController::uploadFiles(const QStringList& paths)
 void ViewController::clearQueue()
 {
     m_fileUploadQueue.clear();
+    m_history.queueCleared();
 }
 
 QStringList ViewController::filesToReplace() const
@@ -161,7 +163,8 @@ void ViewController::startNextUpload(bool isNewSecond)
     m_percent = 0;
     m_bytes.reset();
     const QString path = m_fileUploadQueue.takeFirst();
-    m_pc->startSend(path, destination, username(), password());
+    m_history.nextFileStarts(destination);
+    startUpload(path, destination);
 }
 
 void ViewController::listAgainIfWanted()

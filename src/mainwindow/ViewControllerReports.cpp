@@ -19,6 +19,7 @@ void ViewController::bytesDone(float bytes)
 void ViewController::updateStatus(const QString& status)
 {
     m_status = status;
+    noteUploadStatus(status);
     alertIfError(status);
 }
 
@@ -26,6 +27,9 @@ void ViewController::updateListingStatus(const QString& status)
 {
     m_listingStatus = status;
     m_isListed = status == u"Listing succeeded"_s;
+    if (m_isListed) {
+        m_history.listingSucceeded();
+    }
     alertIfError(status);
 }
 
@@ -40,6 +44,7 @@ void ViewController::alertIfError(const QString& status)
 
 void ViewController::uploadDone()
 {
+    noteConfirmation();
     m_percent = 0;
     m_bytes.reset();
     if (m_gc->isReceiving()) {

@@ -22,7 +22,7 @@ void ViewController::listFTPDestination()
     }
     m_percent = 0;
     m_bytes.reset();
-    m_lc->startReceive(destination, username(), password());
+    startListing(destination);
 }
 
 void ViewController::emptyList()
@@ -34,7 +34,7 @@ void ViewController::emptyList()
 void ViewController::stopButtonAction()
 {
     if (m_pc->isSending()) {
-        m_pc->stopSendWithStatus(u"Upload Stopped"_s);
+        stopUpload();
     }
     if (m_gc->isReceiving()) {
         m_gc->stopReceiveWithStatus(u"Download Stopped"_s);
@@ -51,11 +51,14 @@ void ViewController::resetProgress()
 void ViewController::startStopUpload()
 {
     if (m_pc->isSending()) {
-        m_pc->stopSendWithStatus(u"Upload Stopped"_s);
+        stopUpload();
         return;
     }
     resetProgress();
-    m_pc->startSend(fileToUpload(), destination(), username(), password());
+    const QString path = fileToUpload();
+    const QString place = destination();
+    m_history.manualFileStarts(path, place);
+    startUpload(path, place);
 }
 
 void ViewController::startStopDownload()
@@ -81,8 +84,7 @@ void ViewController::startStopList(const QObject* sender)
     resetProgress();
     emptyList();
     const bool isManual = sender == m_manual->startStopListButton;
-    m_lc->startReceive(isManual ? destination() : createFullDestinationPathFromAppNameAndFTPFolder(), username(),
-                       password());
+    startListing(isManual ? destination() : createFullDestinationPathFromAppNameAndFTPFolder());
 }
 
 void ViewController::startStopCreate(const QObject* sender)

@@ -1,6 +1,7 @@
 // The windows beside the main window: preferences, welcome, manual transfers.
 
 #include "Addressing.h"
+#include "HistoryWindow.h"
 #include "PreferencesController.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
@@ -16,6 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString historyName = u"history"_s; ///< Its window is remembered by it.
 const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
 
 void bringToFront(QWidget& window)
@@ -56,6 +58,9 @@ void ViewController::loadOtherWindows()
 void ViewController::rememberWindow()
 {
     WindowMemory::save(m_window, *m_ui->destinationListingTable->horizontalHeader());
+    if (m_historyWindow != nullptr) {
+        WindowMemory::save(*m_historyWindow, m_historyWindow->columns(), historyName);
+    }
 }
 
 void ViewController::showAuxiliaryWindow()
@@ -66,6 +71,16 @@ void ViewController::showAuxiliaryWindow()
 void ViewController::showPreferences()
 {
     m_preferences->showPanel();
+}
+
+void ViewController::showHistory()
+{
+    if (m_historyWindow == nullptr) {
+        m_historyWindow
+            = std::make_unique<HistoryWindow>(m_history, [this](const QStringList& paths) { uploadFiles(paths); });
+        WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
+    }
+    bringToFront(*m_historyWindow);
 }
 
 void ViewController::showWelcomeWindow(bool force)

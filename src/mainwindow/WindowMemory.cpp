@@ -1,9 +1,9 @@
 #include "WindowMemory.h"
 
 #include <QHeaderView>
-#include <QMainWindow>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QWidget>
 
 using namespace Qt::StringLiterals;
 
@@ -14,6 +14,11 @@ QString filePath()
     return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) + u"/window.ini"_s;
 }
 
+QString keyOf(const QString& window, const QString& value)
+{
+    return window.isEmpty() ? value : window + u'/' + value;
+}
+
 const QString geometry = u"geometry"_s;
 const QString columnState = u"columns"_s;
 
@@ -21,18 +26,18 @@ const QString columnState = u"columns"_s;
 
 namespace WindowMemory {
 
-void save(const QMainWindow& window, const QHeaderView& columns)
+void save(const QWidget& window, const QHeaderView& columns, const QString& name)
 {
     QSettings memory(filePath(), QSettings::IniFormat);
-    memory.setValue(geometry, window.saveGeometry());
-    memory.setValue(columnState, columns.saveState());
+    memory.setValue(keyOf(name, geometry), window.saveGeometry());
+    memory.setValue(keyOf(name, columnState), columns.saveState());
 }
 
-void restore(QMainWindow& window, QHeaderView& columns)
+void restore(QWidget& window, QHeaderView& columns, const QString& name)
 {
     const QSettings memory(filePath(), QSettings::IniFormat);
-    window.restoreGeometry(memory.value(geometry).toByteArray());
-    columns.restoreState(memory.value(columnState).toByteArray());
+    window.restoreGeometry(memory.value(keyOf(name, geometry)).toByteArray());
+    columns.restoreState(memory.value(keyOf(name, columnState)).toByteArray());
 }
 
 } // namespace WindowMemory

@@ -1,14 +1,16 @@
 #pragma once
 
-class QHeaderView;
-class QMainWindow;
+#include <QString>
 
-/// What the program remembers of its window from run to run: size and place, and the columns' widths, order and
+class QHeaderView;
+class QWidget;
+
+/// What the program remembers of its windows from run to run: size and place, and the columns' widths, order and
 /// sorting. It lies in window.ini beside the settings; what cannot be read is passed over, and so is a failure to
-/// write.
+/// write. @p name tells a window from others; the main window has none.
 namespace WindowMemory {
 
-void save(const QMainWindow& window, const QHeaderView& columns);
-void restore(QMainWindow& window, QHeaderView& columns);
+void save(const QWidget& window, const QHeaderView& columns, const QString& name = {});
+void restore(QWidget& window, QHeaderView& columns, const QString& name = {});
 
 } // namespace WindowMemory

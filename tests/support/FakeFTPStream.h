@@ -71,7 +71,10 @@ public:
     QString lastReply() const override { return reply; }
     void closeIdleConnections(const QString& location) override { closedIdle.append(location); }
 
+    QString lastUploadReply() const override { return uploadReply; }
+
     QString reply; ///< What lastReply() answers.
+    QString uploadReply; ///< What lastUploadReply() answers.
     QStringList closedIdle; ///< The locations whose idle connections were to be closed.
 
     /// All streams asked for that could be made, in order.

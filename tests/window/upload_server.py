@@ -24,6 +24,7 @@ class UploadServer:
         self.received = []  # Files that arrived whole, in order, as paths below the root.
         self.begun = []  # Files that the program has begun to send, in order.
         self.logins = []  # Whether each login was good.
+        self.after_receiving = lambda path: None  # Called with each file that has arrived whole.
         self.asked_at = time.monotonic()  # When the last command came.
         self._stopping = threading.Event()
 
@@ -90,6 +91,7 @@ class _Session(FTPHandler):
         super().pre_process_command(line, cmd, arg)
 
     def on_file_received(self, file):
+        self.record.after_receiving(file)
         self.record.received.append(os.path.relpath(file, self.record.root))
 
     def ftp_STOR(self, file, mode="w"):

@@ -59,6 +59,12 @@ public:
 
     /// What a server has said last, as ControlConnection::replied() tells it; null at first.
     const QString& lastReply() const { return m_lastReply; }
+    /// The same of what was said to the upload begun last; null while nothing was.
+    const QString& lastUploadReply() const { return m_lastUploadReply; }
+    /// An upload begins: nothing has been said to it.
+    void forgetUploadReply() { m_lastUploadReply.clear(); }
+    /// The last reply of all was to the upload.
+    void noteUploadReply() { m_lastUploadReply = m_lastReply; }
 
     FTPTimeouts& timeouts() { return m_timeouts; }
     DeliveryGate& gate() { return m_gate; }
@@ -94,4 +100,5 @@ private:
     std::vector<Waiter> m_waiters;
     QHash<QString, Traits> m_traits;
     QString m_lastReply;
+    QString m_lastUploadReply;
 };

@@ -113,6 +113,11 @@ QString EngineStreamFactory::lastReply() const
     return ConnectionPool::ofThisThread().lastReply();
 }
 
+QString EngineStreamFactory::lastUploadReply() const
+{
+    return ConnectionPool::ofThisThread().lastUploadReply();
+}
+
 void EngineStreamFactory::closeIdleConnections(const QString& location)
 {
     if (const std::optional<FTPLocation> server = FTPLocation::fromText(location)) {

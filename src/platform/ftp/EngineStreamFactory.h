@@ -10,5 +10,6 @@ public:
     std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) override;
     std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) override;
     QString lastReply() const override;
+    QString lastUploadReply() const override;
     void closeIdleConnections(const QString& location) override;
 };

@@ -110,6 +110,9 @@ public:
     /// The line that a server has said last to the streams of this thread, for people who wonder: escaped, without the
     /// password. Null for none.
     virtual QString lastReply() const { return {}; }
+    /// The same of what was said to the upload stream of this thread that was opened last, whatever other streams were
+    /// told meanwhile; it stays when that stream is gone. Null while nothing was said to it.
+    virtual QString lastUploadReply() const { return {}; }
     /// Ends the connections that are kept for further streams to the server of @p location on this thread, for the sake
     /// of a server that allows few logins.
     virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }

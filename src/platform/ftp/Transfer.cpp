@@ -48,6 +48,9 @@ Transfer::~Transfer()
 
 void Transfer::start()
 {
+    if (m_request.kind == Kind::Upload) {
+        m_pool.forgetUploadReply();
+    }
     QMetaObject::invokeMethod(this, &Transfer::begin, Qt::QueuedConnection);
 }
 

@@ -21,6 +21,9 @@ bool isConfused(const Reply& reply)
 
 void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
 {
+    if (m_request.kind == Kind::Upload) {
+        m_pool.noteUploadReply();
+    }
     if (reply.code == 421) {
         serviceEnds(reply);
         return;

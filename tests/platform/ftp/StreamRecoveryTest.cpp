@@ -230,6 +230,27 @@ TEST_F(StreamRecoveryTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
     EXPECT_EQ(m_factory.lastReply(), u"530 anna/**** is no login\\x1b"_s);
 }
 
+TEST_F(StreamRecoveryTest, TheLastReplyToAnUploadIsToldWhateverAListingHearsMeanwhile)
+{
+    first();
+    m_other.start(m_factory.createListingStream(m_peer.location(u"/"_s)));
+    m_control->hear();
+    m_control->say("530 Not your list");
+    EXPECT_EQ(m_other.waitForEnd(), QStringList{ u"FTP 530"_s });
+
+    EXPECT_EQ(m_factory.lastReply(), u"530 Not your list"_s);
+    EXPECT_EQ(m_factory.lastUploadReply(), u"226 Got it"_s);
+}
+
+TEST_F(StreamRecoveryTest, NothingWasSaidToAnUploadThatHasJustBeenOpened)
+{
+    first();
+
+    startUpload(u"/second"_s, "2");
+
+    EXPECT_TRUE(m_factory.lastUploadReply().isNull());
+}
+
 TEST_F(StreamRecoveryTest, IdleConnectionsToAServerAreClosedOnRequest)
 {
     startUpload(u"/f"_s, "hello");

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+#include <QTableView>
+
+/// A table of lines as this program shows them: rows alternate, there is no grid, the keyboard's place is framed, and
+/// an empty table can say why it is empty.
+class TextTable : public QTableView {
+    Q_OBJECT
+
+public:
+    explicit TextTable(QWidget* parent = nullptr);
+
+    /// What an empty table says.
+    const QString& emptyText() const { return m_emptyText; }
+    void setEmptyText(const QString& text);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+    /// The width of the frame around the table as a whole, in device-independent pixels; 0 for none.
+    virtual int highlightWidth() const { return hasFocus() ? 2 : 0; }
+
+private:
+    QString m_emptyText;
+};
+
+/// The width of a column of @p table that shows @p text whole, in device-independent pixels.
+int columnWidthFor(const QTableView& table, const QString& text);

@@ -1,0 +1,162 @@
+#include "HistoryText.h"
+
+#include "ByteCountText.h"
+#include "DurationText.h"
+#include "PathText.h"
+#include "VisibleText.h"
+
+#include <QLocale>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Outcome = HistoryEntry::Outcome;
+
+/// In bytes per second; only a whole file has one that means something.
+std::optional<double> speed(const HistoryEntry& entry)
+{
+    if (entry.outcome != Outcome::Confirmed || !entry.size || !entry.durationMs || *entry.size == 0) {
+        return std::nullopt;
+    }
+    const auto milliseconds = static_cast<double>(std::max<qint64>(*entry.durationMs, 1));
+    return static_cast<double>(*entry.size) * 1000 / milliseconds;
+}
+
+QString confirmedText(const HistoryEntry& entry)
+{
+    if (!entry.listedSize) {
+        return u"Confirmed by the server"_s;
+    }
+    const QLocale locale;
+    return u"Confirmed, but listed with %1 bytes instead of %2"_s.arg(locale.toString(*entry.listedSize),
+                                                                      locale.toString(entry.size.value_or(0)));
+}
+
+QString endText(const HistoryEntry& entry)
+{
+    switch (entry.outcome) {
+    case Outcome::Waiting:
+        return u"Waiting"_s;
+    case Outcome::Sending:
+        return u"Sending"_s;
+    case Outcome::Confirmed:
+        return confirmedText(entry);
+    case Outcome::Failed:
+        return u"Failed: "_s + visibleText(entry.status);
+    case Outcome::Stopped:
+        return u"Stopped"_s;
+    case Outcome::NotFound:
+        return u"Not found"_s;
+    case Outcome::Removed:
+        return u"Removed from the queue"_s;
+    case Outcome::Note:
+        return u"Note"_s;
+    }
+    return {};
+}
+
+QString outcomeText(const HistoryEntry& entry)
+{
+    return entry.isQueuedAgain ? endText(entry) + u" (queued again)"_s : endText(entry);
+}
+
+bool isNote(const HistoryEntry& entry)
+{
+    return entry.outcome == Outcome::Note;
+}
+
+} // namespace
+
+namespace HistoryText {
+
+QString title(Column column)
+{
+    switch (column) {
+    case Column::File:
+        return u"File"_s;
+    case Column::Size:
+        return u"Size"_s;
+    case Column::Duration:
+        return u"Duration"_s;
+    case Column::Speed:
+        return u"Speed"_s;
+    case Column::Outcome:
+        return u"Outcome"_s;
+    case Column::Reply:
+        return u"Server Reply"_s;
+    }
+    return {};
+}
+
+QString cell(const HistoryEntry& entry, Column column)
+{
+    switch (column) {
+    case Column::File:
+        return visibleText(isNote(entry) ? entry.path : PathText::lastPathComponent(entry.path));
+    case Column::Size:
+        return entry.size ? byteCountText(*entry.size) : QString();
+    case Column::Duration:
+        return entry.durationMs ? durationText(std::chrono::milliseconds(*entry.durationMs)) : QString();
+    case Column::Speed:
+        if (const std::optional<double> rate = speed(entry)) {
+            return byteCountText(static_cast<qint64>(*rate)) + u"/s"_s;
+        }
+        return {};
+    case Column::Outcome:
+        return outcomeText(entry);
+    case Column::Reply:
+        return visibleText(entry.reply);
+    }
+    return {};
+}
+
+QString toolTip(const HistoryEntry& entry, Column column)
+{
+    if (column == Column::File) {
+        return visibleText(entry.path);
+    }
+    if (column == Column::Size && entry.size) {
+        return QLocale().toString(*entry.size) + (*entry.size == 1 ? u" byte"_s : u" bytes"_s);
+    }
+    return cell(entry, column);
+}
+
+QString titleLine()
+{
+    return u"File\tSize (bytes)\tDuration (s)\tSpeed (bytes/s)\tOutcome\tServer reply"_s;
+}
+
+QString line(const HistoryEntry& entry)
+{
+    const std::optional<double> rate = speed(entry);
+    return QStringList{
+        visibleText(entry.path),
+        entry.size ? QString::number(*entry.size) : QString(),
+        entry.durationMs ? QString::number(static_cast<double>(*entry.durationMs) / 1000, 'f', 3) : QString(),
+        rate ? QString::number(*rate, 'f', 0) : QString(),
+        outcomeText(entry),
+        visibleText(entry.reply),
+    }
+        .join(u'\t');
+}
+
+QString summary(const FileTally& tally, qsizetype waiting, int differing)
+{
+    const QList<std::pair<qsizetype, QString>> counts{
+        { tally.confirmed, u"%1 confirmed"_s }, { differing, u"%1 listed with another size"_s },
+        { tally.failed, u"%1 failed"_s },       { tally.stopped, u"%1 stopped"_s },
+        { tally.removed, u"%1 removed"_s },     { waiting, u"%1 waiting"_s },
+    };
+    QStringList parts;
+    for (const auto& [count, text] : counts) {
+        if (count > 0) {
+            parts.append(text.arg(QLocale().toString(count)));
+        }
+    }
+    return parts.join(u", "_s);
+}
+
+} // namespace HistoryText

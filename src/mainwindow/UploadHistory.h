@@ -1,0 +1,133 @@
+#pragma once
+
+#include "FileTally.h"
+#include "HistoryEntry.h"
+#include "ListingEntry.h"
+
+#include <QAbstractTableModel>
+#include <QHash>
+#include <QList>
+#include <QStringList>
+
+#include <deque>
+#include <functional>
+#include <optional>
+#include <utility>
+
+/// What has become of each file of this run, one row for each, in the order in which they were queued or started. It
+/// only observes: whoever queues, starts and ends uploads tells it. Each call costs the same however long the history
+/// is, but for those that say how they scale. Belongs to the main thread.
+class UploadHistory final : public QAbstractTableModel {
+    Q_OBJECT
+
+public:
+    /// Answers milliseconds from any beginning; never runs backwards.
+    using Clock = std::function<qint64()>;
+
+    explicit UploadHistory(Clock clock = steadyClock, QObject* parent = nullptr);
+
+    // What happens.
+
+    void filesQueued(const QStringList& paths);
+    /// The files that wait have been taken out of the queue.
+    void queueCleared();
+    /// The first of the files that wait is being started, to go to the folder @p destination.
+    void nextFileStarts(const QString& destination);
+    /// The file at @p path is being started that never stood in the queue.
+    void manualFileStarts(const QString& path, const QString& destination);
+    /// The file that was started is under way; it has @p size bytes.
+    void fileMoves(qint64 size);
+    /// The server has confirmed the file, of which @p sent bytes were sent.
+    void fileConfirmed(qint64 sent, const QString& reply);
+    /// The file has ended otherwise: failed with @p status, was stopped, or was not found.
+    void fileEnded(HistoryEntry::Outcome outcome, const QString& status, const QString& reply);
+    /// Something worth a line that is no file, such as input that was passed over.
+    void note(const QString& text);
+
+    // The list of the server beside it: what it lists a confirmed file with is compared with what was sent.
+
+    /// A listing of the folder @p place begins.
+    void listingStarts(const QString& place);
+    /// Items of the listing that has begun last.
+    void listed(const QList<ListingEntry>& entries);
+    /// That listing is complete.
+    void listingSucceeded();
+
+    // What is known.
+
+    const QList<HistoryEntry>& entries() const { return m_entries; }
+    /// Whether a file was started that has not ended.
+    bool isSending() const { return m_current.has_value(); }
+    /// The row of the file that was started and has not ended; -1 for none.
+    int currentRow() const { return m_current ? m_current->row : -1; }
+    /// The files that are over, manual ones included.
+    const FileTally& runTally() const { return m_runTally; }
+    /// How many files wait in the queue.
+    qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
+    /// How many files are listed with another size than was sent.
+    int differingCount() const { return m_differing; }
+    /// How much of the files that were queued since the queue was last worked off is done, from 0 to 1, when
+    /// @p percent of the present one are.
+    double queueProgress(float percent) const;
+    /// The rows, as lines of text under a line of titles. Takes time by the number of @p rows.
+    QString text(const QList<int>& rows) const;
+
+    // Trying again.
+
+    /// Whether the file of that row is over without having arrived, and is not tried again already.
+    bool canQueueAgain(int row) const;
+    /// Whether rowsToQueueAgain() answers any.
+    bool hasRowsToQueueAgain() const { return m_unsettled > 0; }
+    /// All rows of the queue that failed, were stopped or not found. Takes time by the length of the history.
+    QList<int> rowsToQueueAgain() const;
+    /// Notes that the files of those of @p rows that can be queued again are, and answers their paths.
+    QStringList takeToQueueAgain(const QList<int>& rows);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+signals:
+    /// No file of the queue waits or is being sent any more.
+    void queueDrained(const FileTally& tally);
+
+private:
+    struct Current {
+        int row;
+        QString destination;
+        qint64 startedAt;
+    };
+    /// A confirmed file that no listing has shown since.
+    struct Unchecked {
+        int row;
+        qint64 sequence; ///< Which of all confirmations it was.
+    };
+    using Place = std::pair<QString, QString>; ///< A folder, and a name in it.
+
+    static qint64 steadyClock();
+
+    void append(QList<HistoryEntry> entries);
+    void start(int row, const QString& destination);
+    void end(HistoryEntry::Outcome outcome, const QString& reply);
+    void count(const HistoryEntry& entry);
+    static void countIn(FileTally& tally, HistoryEntry::Outcome outcome);
+    void lookWhetherDrained();
+    void changed(int firstRow, int lastRow);
+    QString nameOf(int row) const;
+    static bool isUnsettled(const HistoryEntry& entry);
+
+    Clock m_clock;
+    QList<HistoryEntry> m_entries;
+    std::deque<int> m_waiting; ///< The rows of the queue, in its order.
+    std::optional<Current> m_current;
+    FileTally m_tally; ///< Of the queue, since it was last worked off.
+    FileTally m_runTally;
+    int m_differing = 0;
+    qsizetype m_unsettled = 0; ///< How many rows rowsToQueueAgain() answers.
+
+    QHash<Place, Unchecked> m_unchecked;
+    qint64 m_confirmations = 0;
+    QString m_listedPlace;
+    qint64 m_listingSequence = 0; ///< The listing shows the files that were confirmed up to this one.
+};

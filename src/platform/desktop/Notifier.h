@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+
+class QDBusPendingCallWatcher;
+
+/// Shows notifications of one kind through the desktop's service (org.freedesktop.Notifications): a new one takes the
+/// place of the one before. Without such a service nothing is shown. Nothing blocks.
+class Notifier final : public QObject {
+    Q_OBJECT
+
+public:
+    /// @p applicationName stands for the program, @p desktopEntry is the name of its launcher file without the
+    /// extension.
+    Notifier(const QDBusConnection& sessionBus, QString applicationName, QString desktopEntry);
+
+    /// @p summary in plain text; @p body, which may be empty, must not hold what could be taken for markup.
+    void show(const QString& summary, const QString& body);
+
+signals:
+    /// The user wants to see what the notification is about.
+    void activated();
+
+private slots:
+    void actionInvoked(uint id, const QString& action);
+
+private:
+    void answered(const QDBusPendingCallWatcher& watcher);
+
+    QDBusConnection m_bus;
+    QString m_applicationName;
+    QString m_desktopEntry;
+    uint m_id = 0; ///< Of the notification shown last; 0 for none.
+};

@@ -1,0 +1,127 @@
+#include "HistoryText.h"
+
+#include "Printers.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using HistoryText::Column;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+HistoryEntry confirmed()
+{
+    return { .path = u"/home/anna/été.txt"_s,
+             .outcome = Outcome::Confirmed,
+             .size = 3'000'000,
+             .durationMs = 1500,
+             .reply = u"226 Got it"_s };
+}
+
+QStringList cells(const HistoryEntry& entry)
+{
+    QStringList cells;
+    for (int column = 0; column < HistoryText::columnCount; ++column) {
+        cells.append(HistoryText::cell(entry, static_cast<Column>(column)));
+    }
+    return cells;
+}
+
+TEST(HistoryTextTest, AConfirmedFileTellsEverything)
+{
+    EXPECT_EQ(cells(confirmed()),
+              (QStringList{ u"été.txt"_s, u"3 MB"_s, u"1.5 s"_s, u"2 MB/s"_s, u"Confirmed by the server"_s,
+                            u"226 Got it"_s }));
+}
+
+TEST(HistoryTextTest, EachOutcomeHasItsText)
+{
+    const QList<std::pair<Outcome, QString>> rows{
+        { Outcome::Waiting, u"Waiting"_s },
+        { Outcome::Sending, u"Sending"_s },
+        { Outcome::Confirmed, u"Confirmed by the server"_s },
+        { Outcome::Failed, u"Failed: Stream open error"_s },
+        { Outcome::Stopped, u"Stopped"_s },
+        { Outcome::NotFound, u"Not found"_s },
+        { Outcome::Removed, u"Removed from the queue"_s },
+        { Outcome::Note, u"Note"_s },
+    };
+    for (const auto& [outcome, text] : rows) {
+        const HistoryEntry entry{ .path = u"/a"_s, .outcome = outcome, .status = u"Stream open error"_s };
+        EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), text);
+    }
+}
+
+TEST(HistoryTextTest, ASizeListedOtherwiseIsToldToTheByte)
+{
+    HistoryEntry entry = confirmed();
+    entry.listedSize = 2'999'999;
+
+    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome),
+              u"Confirmed, but listed with 2,999,999 bytes instead of 3,000,000"_s);
+}
+
+TEST(HistoryTextTest, WhatIsTriedAgainSaysSo)
+{
+    const HistoryEntry entry{ .path = u"/a"_s, .outcome = Outcome::Stopped, .isQueuedAgain = true };
+
+    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Stopped (queued again)"_s);
+}
+
+TEST(HistoryTextTest, OnlyAWholeFileHasASpeed)
+{
+    HistoryEntry entry = confirmed();
+    entry.outcome = Outcome::Stopped;
+    EXPECT_TRUE(HistoryText::cell(entry, Column::Speed).isEmpty());
+
+    entry = confirmed();
+    entry.size = 0;
+    EXPECT_TRUE(HistoryText::cell(entry, Column::Speed).isEmpty());
+
+    entry = confirmed();
+    entry.durationMs = 0;
+    EXPECT_EQ(HistoryText::cell(entry, Column::Speed), u"3 GB/s"_s);
+}
+
+TEST(HistoryTextTest, UnseenCharactersAreShownAndSeparateNothing)
+{
+    const HistoryEntry entry{
+        .path = u"/tmp/a\tb\nc"_s, .outcome = Outcome::Failed, .status = u"\x1b"_s, .reply = u"550 \u202egpj"_s
+    };
+
+    EXPECT_EQ(cells(entry),
+              (QStringList{ u"a␉b␊c"_s, QString(), QString(), QString(), u"Failed: ␛"_s, u"550 ⟨U+202E⟩gpj"_s }));
+    EXPECT_EQ(HistoryText::line(entry).count(u'\t'), HistoryText::columnCount - 1);
+    EXPECT_FALSE(HistoryText::line(entry).contains(u'\n'));
+}
+
+TEST(HistoryTextTest, ALineHoldsTheWholePathAndBareNumbers)
+{
+    EXPECT_EQ(HistoryText::line(confirmed()),
+              u"/home/anna/été.txt\t3000000\t1.500\t2000000\tConfirmed by the server\t226 Got it"_s);
+    EXPECT_EQ(HistoryText::titleLine().count(u'\t'), HistoryText::columnCount - 1);
+}
+
+TEST(HistoryTextTest, ToolTipsTellThePathAndTheExactSize)
+{
+    EXPECT_EQ(HistoryText::toolTip(confirmed(), Column::File), u"/home/anna/été.txt"_s);
+    EXPECT_EQ(HistoryText::toolTip(confirmed(), Column::Size), u"3,000,000 bytes"_s);
+    EXPECT_EQ(HistoryText::toolTip(confirmed(), Column::Reply), u"226 Got it"_s);
+}
+
+TEST(HistoryTextTest, ANoteIsShownWhole)
+{
+    const HistoryEntry entry{ .path = u"Passed over: /a/b"_s, .outcome = Outcome::Note };
+
+    EXPECT_EQ(HistoryText::cell(entry, Column::File), u"Passed over: /a/b"_s);
+}
+
+TEST(HistoryTextTest, TheSummaryNamesWhatThereIs)
+{
+    EXPECT_EQ(HistoryText::summary({}, 0, 0), QString());
+    EXPECT_EQ(HistoryText::summary({ .confirmed = 1200, .failed = 1, .stopped = 2, .removed = 3 }, 4, 5),
+              u"1,200 confirmed, 5 listed with another size, 1 failed, 2 stopped, 3 removed, 4 waiting"_s);
+}
+
+} // namespace

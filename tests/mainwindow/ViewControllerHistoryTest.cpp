@@ -1,0 +1,200 @@
+#include "ViewControllerTest.h"
+
+#include <QLineEdit>
+
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+class ViewControllerHistoryTest : public ViewControllerTest {
+protected:
+    const HistoryEntry& row(int index) { return m_controller->history().entries()[index]; }
+    /// The outcomes, as numbers that gtest can print.
+    QList<Outcome> outcomes()
+    {
+        QList<Outcome> outcomes;
+        for (const HistoryEntry& entry : m_controller->history().entries()) {
+            outcomes.append(entry.outcome);
+        }
+        return outcomes;
+    }
+    void startOne()
+    {
+        m_controller->uploadFiles({ makeFile(u"a"_s) });
+        tick();
+        upload().sendOpenCompleted();
+    }
+};
+
+TEST_F(ViewControllerHistoryTest, AFileOfTheQueueIsFollowedUntilTheServerHasConfirmedIt)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::Waiting, Outcome::Waiting }));
+    tick();
+    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::Sending, Outcome::Waiting }));
+    EXPECT_EQ(row(0).size, 5);
+    m_streams.uploadReply = u"226 Got it"_s;
+
+    finishUpload();
+
+    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::Confirmed, Outcome::Waiting }));
+    EXPECT_EQ(row(0).reply, u"226 Got it"_s);
+    EXPECT_TRUE(row(0).durationMs.has_value());
+}
+
+TEST_F(ViewControllerHistoryTest, WhatWasSentWithoutTheServersWordIsNotConfirmed)
+{
+    startOne();
+    upload().sendHasSpace();
+    ASSERT_EQ(upload().written, "hello");
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Sending });
+
+    upload().sendRefusal(552);
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Failed });
+    EXPECT_EQ(row(0).status, u"FTP error 552; Directory may already exist?"_s);
+}
+
+TEST_F(ViewControllerHistoryTest, AnUploadThatFailsInMidwayHasItsStatusAndTheServersReply)
+{
+    startOne();
+    m_streams.uploadReply = u"150 Go on"_s;
+
+    upload().sendOtherError();
+
+    EXPECT_EQ(row(0).status, u"Stream open error"_s);
+    EXPECT_EQ(row(0).reply, u"150 Go on"_s);
+    EXPECT_EQ(row(0).size, 5);
+}
+
+TEST_F(ViewControllerHistoryTest, StopIsNoFailure)
+{
+    startOne();
+
+    m_controller->stopButtonAction();
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Stopped });
+}
+
+TEST_F(ViewControllerHistoryTest, AFileThatIsGoneIsNotFoundAndHeardNothing)
+{
+    m_streams.uploadReply = u"226 That was another file"_s;
+    m_controller->uploadFiles({ u"/nonexistent"_s, makeFile(u"b"_s) });
+
+    tick();
+
+    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::NotFound, Outcome::Waiting }));
+    EXPECT_TRUE(row(0).reply.isNull());
+}
+
+TEST_F(ViewControllerHistoryTest, AFileThatCannotBeReadHasFailedAtItsStart)
+{
+    m_controller->uploadFiles({ m_directory.path() });
+
+    tick();
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Failed });
+    EXPECT_EQ(row(0).status, u"Can not create output file."_s);
+    EXPECT_FALSE(row(0).size);
+}
+
+TEST_F(ViewControllerHistoryTest, AStreamThatTakesNoLoginHasFailedAtItsStart)
+{
+    m_streams.refusesUserName = true;
+    NetworkManager::sharedInstance().setNetworkOperationCount(100);
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+
+    tick();
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Failed });
+    EXPECT_EQ(row(0).status, u"Could not send username."_s);
+    m_streams.refusesUserName = false;
+}
+
+TEST_F(ViewControllerHistoryTest, ClearQueueRemovesWhatWaits)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    tick();
+
+    m_controller->clearQueue();
+
+    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::Sending, Outcome::Removed }));
+}
+
+TEST_F(ViewControllerHistoryTest, AManualUploadHasItsRowToo)
+{
+    control<QLineEdit>("fileToUploadTextField").setText(u"missing"_s);
+
+    m_controller->startStopUpload();
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::NotFound });
+    EXPECT_TRUE(row(0).isManual);
+    EXPECT_EQ(row(0).path, m_controller->fileToUpload());
+}
+
+TEST_F(ViewControllerHistoryTest, AManualUploadIsStoppedByHand)
+{
+    startOne();
+
+    m_controller->startStopUpload();
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Stopped });
+}
+
+TEST_F(ViewControllerHistoryTest, ADownloadsReportsAreNobodysEnd)
+{
+    startOne();
+
+    m_controller->startStopDownload();
+    m_controller->startStopDownload();
+
+    EXPECT_EQ(m_controller->pc().isSending(), true);
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Sending });
+}
+
+TEST_F(ViewControllerHistoryTest, TheListingThatFollowsIsComparedWithWhatWasSent)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    finishUpload();
+    FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+
+    listing.sendOpenCompleted();
+    listing.sendBytes("-rw-r--r-- 1 anna anna 4 Jan 1 2024 a\r\n");
+    listing.sendEnd();
+
+    EXPECT_EQ(row(0).listedSize, 4);
+}
+
+TEST_F(ViewControllerHistoryTest, AListingThatRanAlreadyIsNotCompared)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    m_controller->listFTPDestination();
+    FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+    tick();
+    finishUpload();
+
+    listing.sendOpenCompleted();
+    listing.sendBytes("-rw-r--r-- 1 anna anna 4 Jan 1 2024 a\r\n");
+    listing.sendEnd();
+
+    EXPECT_FALSE(row(0).listedSize);
+}
+
+TEST_F(ViewControllerHistoryTest, AFileWhoseListingWasStoppedIsComparedWithTheNext)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    finishUpload();
+    m_controller->startStopList(nullptr);
+    ASSERT_FALSE(m_controller->lc().isReceiving());
+
+    m_controller->startStopList(nullptr);
+    FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+    listing.sendOpenCompleted();
+    listing.sendBytes("-rw-r--r-- 1 anna anna 4 Jan 1 2024 a\r\n");
+
+    EXPECT_EQ(row(0).listedSize, 4);
+}
+
+} // namespace

@@ -1,0 +1,75 @@
+#include "DesktopServices.h"
+
+#include <array>
+#include <fcntl.h>
+#include <stdexcept>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+uint NotificationService::Notify(const QString& application, uint replaces, const QString& /*icon*/,
+                                 const QString& summary, const QString& body, const QStringList& /*actions*/,
+                                 const QVariantMap& itsHints, int /*timeout*/)
+{
+    shown.append(QStringList{ application, summary, body }.join(u": "_s));
+    replaced.append(replaces);
+    hints = itsHints;
+    return 7;
+}
+
+LoginManager::~LoginManager()
+{
+    closeOurEnd();
+}
+
+bool LoginManager::isLocked() const
+{
+    char byte = 0;
+    return m_ourEnd >= 0 && ::read(m_ourEnd, &byte, 1) != 0; // The end of the pipe, or nothing yet.
+}
+
+QDBusUnixFileDescriptor LoginManager::Inhibit(const QString& what, const QString& who, const QString& why,
+                                              const QString& mode)
+{
+    asked.append(QStringList{ what, who, why, mode }.join(u", "_s));
+    closeOurEnd();
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    m_ourEnd = ends[0];
+    QDBusUnixFileDescriptor lock(ends[1]); // Takes a copy.
+    ::close(ends[1]);
+    return lock;
+}
+
+void LoginManager::closeOurEnd()
+{
+    if (m_ourEnd >= 0) {
+        ::close(m_ourEnd);
+    }
+}
+
+uint PowerManager::Inhibit(const QString& who, const QString& why)
+{
+    asked.append(u"Inhibit %1, %2"_s.arg(who, why));
+    return 42;
+}
+
+void PowerManager::UnInhibit(uint cookie)
+{
+    asked.append(u"UnInhibit %1"_s.arg(cookie));
+}
+
+void Dock::listen(QDBusConnection bus)
+{
+    bus.connect(QString(), QString(), u"com.canonical.Unity.LauncherEntry"_s, u"Update"_s, this,
+                SLOT(update(QString, QVariantMap)));
+}
+
+void Dock::update(const QString& launcher, const QVariantMap& properties)
+{
+    const bool isVisible = properties.value(u"progress-visible"_s).toBool();
+    const QString progress = isVisible ? QString::number(properties.value(u"progress"_s).toDouble()) : u"none"_s;
+    heard.append(u"%1, %2"_s.arg(launcher, progress));
+}

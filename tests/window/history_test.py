@@ -1,0 +1,94 @@
+"""The history of this run, in its window."""
+
+import os
+import subprocess
+import unittest
+
+from desktop import wait_for
+from window_test import WindowTest
+
+OUTCOME = 4
+REPLY = 5
+
+
+class History(WindowTest):
+    def start_in_front(self, *paths):
+        self.settings()
+        program = self.start(*paths)
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^(ftp:|Quillbox)"), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+        return program
+
+    def open_history(self, program):
+        self.desktop.key("ctrl+h")
+        wait_for(lambda: "History" in program.titles(), "the history")
+
+    def rows(self, program):
+        return program.rows("Files of this run")
+
+    def wait_for_outcomes(self, program, *outcomes):
+        wait_for(lambda: [row[OUTCOME] for row in self.rows(program)] == list(outcomes), f"the outcomes {outcomes}")
+
+    def clipboard(self):
+        words = ["xclip", "-out", "-selection", "clipboard"]
+        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
+
+    def test_each_file_has_a_line_with_the_servers_word(self):
+        os.mkdir(self.server.path("taken"))
+        program = self.start_in_front(self.file("good.txt", b"12345"), self.file("taken"))
+        self.open_history(program)
+
+        self.wait_for_outcomes(
+            program, "Confirmed by the server", "Failed: FTP error 550; Directory may already exist?"
+        )
+
+        good, taken = self.rows(program)
+        self.assertEqual(good[:2], ["good.txt", "5 bytes"])
+        self.assertRegex(good[2], r"^[\d.]+ m?s$")
+        self.assertRegex(good[3], r"/s$")
+        self.assertTrue(good[REPLY].startswith("226 "), good)
+        self.assertTrue(taken[REPLY].startswith("550 "), taken)
+        self.assertNotIn(self.server.password, str(self.rows(program)))
+
+    def test_files_move_while_it_is_open_and_a_lost_one_is_queued_again(self):
+        os.mkdir(self.server.path("taken"))
+        program = self.start_in_front(self.file("taken"))
+        self.open_history(program)
+        self.wait_for_outcomes(program, "Failed: FTP error 550; Directory may already exist?")
+        os.rmdir(self.server.path("taken"))
+
+        program.press("Queue Again")
+
+        self.wait_for_files("taken")
+        self.wait_for_outcomes(
+            program, "Failed: FTP error 550; Directory may already exist? (queued again)", "Confirmed by the server"
+        )
+        self.assertFalse(program.is_enabled("Queue Again"))
+
+    def test_a_file_that_shrank_on_the_server_is_flagged(self):
+        self.settings()
+        self.server.after_receiving = lambda path: os.truncate(path, 3)
+        program = self.start_in_front(self.file("note.txt", b"12345"))
+        self.open_history(program)
+
+        self.wait_for_outcomes(program, "Confirmed, but listed with 3 bytes instead of 5")
+
+    def test_lines_are_copied_by_key(self):
+        program = self.start_in_front(self.file("note.txt", b"12345"))
+        self.open_history(program)
+        self.wait_for_outcomes(program, "Confirmed by the server")
+
+        self.desktop.click(program.cell("Files of this run", 0, 0))
+        self.desktop.key("ctrl+c")
+
+        lines = wait_for(self.clipboard, "the line on the clipboard").splitlines()
+        self.assertEqual(len(lines), 2)
+        line = lines[1].split("\t")
+        self.assertEqual(line[0], os.path.join(self.folder, "note.txt"))
+        self.assertEqual(line[1], "5")
+        self.assertEqual(line[OUTCOME], "Confirmed by the server")
+
+
+if __name__ == "__main__":
+    unittest.main()
