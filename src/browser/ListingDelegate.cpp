@@ -33,5 +33,10 @@ void ListingDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
         painter->setPen(item.palette.color(group, isSelected ? QPalette::HighlightedText : QPalette::Text));
         cell.draw(*painter, item.rect);
     }
+    // Where the keyboard is, as long as the selection does not show it. The style would do so after some keys only.
+    if ((item.state & (QStyle::State_HasFocus | QStyle::State_Selected)) == QStyle::State_HasFocus) {
+        painter->setPen(item.palette.color(QPalette::Highlight));
+        painter->drawRect(item.rect.adjusted(0, 0, -1, -1));
+    }
     painter->restore();
 }

@@ -89,6 +89,8 @@ QVariant ListingModel::data(const QModelIndex& index, int role) const
         return isType ? cellValue(entry, column) : QVariant();
     case Qt::AccessibleTextRole:
         return isType ? describe(entry, column) : QVariant();
+    case Qt::AccessibleDescriptionRole:
+        return column == TableColumns::name && !entry.link.isEmpty() ? describe(entry, column) : QVariant();
     case Qt::ToolTipRole:
         return plainToolTip(describe(entry, column).toString());
     case Qt::TextAlignmentRole:

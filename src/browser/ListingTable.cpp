@@ -7,6 +7,8 @@
 #include <QMouseEvent>
 #include <QScrollBar>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 
 using namespace Qt::StringLiterals;
@@ -38,7 +40,7 @@ void ListingTable::setListing(ListingModel& model)
 {
     m_listing = &model;
     setModel(&model);
-    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &ListingTable::tableViewSelectionDidChange);
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &ListingTable::selectionChanges);
     connect(&model, &QAbstractItemModel::modelAboutToBeReset, this, &ListingTable::keepPlace);
     // A view that is reset drops its selection without a word.
     connect(&model, &QAbstractItemModel::modelReset, this, &ListingTable::tableViewSelectionDidChange);
@@ -86,6 +88,7 @@ void ListingTable::keepPlace()
     }
     if (const int row = selectedRow(); row >= 0) {
         m_wantedName = m_listing->entries().at(row).name;
+        m_wantedRow = row;
     }
     if (!m_wantedScroll) {
         m_wantedScroll = verticalScrollBar()->value();
@@ -103,8 +106,7 @@ void ListingTable::restorePlace()
         if (entries.arrival(m_searchedArrivals).name == m_wantedName) {
             const int row = entries.rowsOfArrivals()[static_cast<size_t>(m_searchedArrivals)];
             m_wantedName.clear();
-            selectionModel()->setCurrentIndex(model()->index(row, 0),
-                                              QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+            goTo(row, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
         }
     }
     if (m_wantedScroll) {
@@ -129,7 +131,28 @@ void ListingTable::listingEnded()
         updateGeometries();
         verticalScrollBar()->setValue(*m_wantedScroll); // As far as there is still something.
     }
+    if (!m_wantedName.isNull() && model()->rowCount() > 0) {
+        // The keyboard goes on from where the item was. Nothing is selected that the user has not chosen.
+        goTo(qMin(m_wantedRow, model()->rowCount() - 1), QItemSelectionModel::NoUpdate);
+    }
     forgetPlace();
+}
+
+void ListingTable::goTo(int row, QItemSelectionModel::SelectionFlags flags)
+{
+    m_isRestoring = true;
+    setAutoScroll(false); // The place that shows is the user's.
+    selectionModel()->setCurrentIndex(model()->index(row, 0), flags);
+    setAutoScroll(true);
+    m_isRestoring = false;
+}
+
+void ListingTable::selectionChanges()
+{
+    if (!m_isRestoring && selectionModel()->hasSelection()) {
+        m_wantedName.clear(); // Whoever has selected something, by whatever means, wants that.
+    }
+    emit tableViewSelectionDidChange();
 }
 
 void ListingTable::showAgain()
@@ -140,7 +163,17 @@ void ListingTable::showAgain()
 
 void ListingTable::keyPressEvent(QKeyEvent* event)
 {
-    forgetPlace();
+    static constexpr std::array modifiers{ Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, Qt::Key_AltGr, Qt::Key_Meta };
+    if (std::find(modifiers.begin(), modifiers.end(), event->key()) == modifiers.end()) {
+        m_wantedScroll.reset(); // Not for those alone: they are part of going to another window.
+    }
+    const bool isArrow = event->key() == Qt::Key_Down || event->key() == Qt::Key_Up;
+    if (isArrow && event->modifiers() == Qt::NoModifier && currentIndex().isValid()
+        && !selectionModel()->hasSelection()) {
+        selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        event->accept(); // The row that was only marked before is the first to go to.
+        return;
+    }
     TextTable::keyPressEvent(event);
 }
 
@@ -150,6 +183,15 @@ void ListingTable::mousePressEvent(QMouseEvent* event)
     TextTable::mousePressEvent(event);
     if (!indexAt(event->position().toPoint()).isValid()) {
         clearSelection();
+    }
+}
+
+void ListingTable::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton) {
+        TextTable::mouseDoubleClickEvent(event);
+    } else {
+        mousePressEvent(event); // Two clicks, which mean nothing together.
     }
 }
 

@@ -44,6 +44,7 @@ public: // What a view answers to.
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void startDrag(Qt::DropActions actions) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -59,14 +60,18 @@ private:
     void keepPlace();
     void restorePlace();
     void forgetPlace();
+    void selectionChanges();
+    void goTo(int row, QItemSelectionModel::SelectionFlags flags);
     void showAgain();
     TableDrop dropAt(const QPoint& point) const;
     void setDropTarget(bool isDropTarget);
-    void fulfilPromise(const QString& name, const QString& folder);
+    void fulfilPromise(const ListingEntry& entry, const QString& folder);
     QPixmap dragPicture(int row) const;
 
     ListingModel* m_listing = nullptr;
     QString m_wantedName; ///< Of the item that was selected before the list was emptied; null: none.
+    int m_wantedRow = -1; ///< Where that item was.
+    bool m_isRestoring = false; ///< What is selected now, the user has not chosen now.
     std::optional<int> m_wantedScroll;
     int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.
     QTimer m_hold; ///< Runs while the old picture stays.

@@ -60,11 +60,13 @@ void ListingTable::dragMoveEvent(QDragMoveEvent* event)
 
 void ListingTable::dragLeaveEvent(QDragLeaveEvent* /*event*/)
 {
+    m_offeredAction = Qt::IgnoreAction;
     setDropTarget(false);
 }
 
 void ListingTable::dropEvent(QDropEvent* event)
 {
+    m_offeredAction = Qt::IgnoreAction;
     setDropTarget(false);
     TableDrop drop = dropAt(event->position().toPoint());
     if (m_dragging != nullptr && m_dragging->validateDrop(*event->mimeData(), drop) == Qt::CopyAction
@@ -91,25 +93,30 @@ void ListingTable::startDrag(Qt::DropActions /*actions*/)
         return;
     }
     const int row = rows.first();
-    const QString name = m_listing->entries().at(row).name;
-    auto file = std::make_unique<PromisedFile>(name, *this,
-                                               [this, name](const QString& folder) { fulfilPromise(name, folder); });
+    const ListingEntry entry = m_listing->entries().at(row);
+    auto file = std::make_unique<PromisedFile>(entry.name, *this,
+                                               [this, entry](const QString& folder) { fulfilPromise(entry, folder); });
     if (!m_dragging->writeRowsWithIndexes(rows, *file)) {
         return;
     }
-    if (PathText::isFileName(name)) {
+    if (PathText::isFileName(entry.name)) {
         PromisedFile::drag(std::move(file), dragPicture(row));
     } else {
         emit unnamableItemDragged();
     }
 }
 
-void ListingTable::fulfilPromise(const QString& name, const QString& folder)
+void ListingTable::fulfilPromise(const ListingEntry& entry, const QString& folder)
 {
-    // The item may stand elsewhere by now, or be gone.
-    const int row = m_listing->entries().rowOf(name);
-    if (m_dragging != nullptr && row >= 0) {
+    if (m_dragging == nullptr) {
+        return;
+    }
+    // It may stand elsewhere by now, or be away while the folder is listed anew.
+    const int row = m_listing->entries().rowOf(entry.name);
+    if (row >= 0 && m_listing->entries().at(row).rawName == entry.rawName) {
         m_dragging->namesOfPromisedFilesDroppedAtDestination(folder, { row });
+    } else {
+        m_dragging->makePromisedFile(entry, folder);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ListingEntry.h"
+
 #include <QList>
 #include <QStringList>
 #include <Qt>
@@ -29,6 +31,8 @@ public:
     /// are there.
     virtual QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows)
         = 0;
+    /// The same for the item @p entry, whose row has gone since it was dragged.
+    virtual void makePromisedFile(const ListingEntry& entry, const QString& destination) = 0;
 
 protected:
     TableDragging() = default;

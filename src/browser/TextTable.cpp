@@ -53,6 +53,7 @@ void TextTable::setEmptyText(const QString& text)
 {
     if (m_emptyText != text) {
         m_emptyText = text;
+        setAccessibleDescription(text);
         viewport()->update();
     }
 }

@@ -145,6 +145,7 @@ public:
     bool acceptDrop(const QMimeData& pasteboard, const TableDrop& drop) override;
     bool writeRowsWithIndexes(const QList<int>& rows, QMimeData& pasteboard) override;
     QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows) override;
+    void makePromisedFile(const ListingEntry& entry, const QString& destination) override;
 
     // Actions on the selected item.
 
@@ -278,6 +279,7 @@ private:
     QString m_startStatus; ///< What it said last while it started.
     std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
+    QString m_listedLocation; ///< Of the folder whose items the list holds.
     bool m_isListed = false; ///< The list holds all that the server told.
     bool m_wasListing = false; ///< At the last tick.
     bool m_hasDestination = false; ///< As it was when it was last looked at.

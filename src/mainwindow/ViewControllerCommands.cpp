@@ -1,8 +1,9 @@
 // The menus, their shortcuts, and what they can do at the moment.
 
 #include "DroppedFiles.h"
+#include "HeldLoop.h"
+#include "ItemLocation.h"
 #include "TableColumns.h"
-#include "URLText.h"
 #include "ViewController.h"
 #include "ui_MainWindow.h"
 
@@ -43,9 +44,10 @@ void ViewController::connectActions()
     const QClipboard* const clipboard = QApplication::clipboard();
     const auto lookAtClipboard = [this, clipboard] {
         const QMimeData* const data = clipboard->mimeData();
-        m_ui->pasteFilesAction->setEnabled(data != nullptr && data->hasUrls());
+        m_ui->pasteFilesAction->setEnabled(data != nullptr && namesLocalFiles(*data));
     };
-    connect(clipboard, &QClipboard::dataChanged, this, lookAtClipboard);
+    connect(clipboard, &QClipboard::dataChanged, this,
+            [this, lookAtClipboard] { HeldLoop::whenFree(*this, lookAtClipboard); });
     lookAtClipboard();
     connectSortActions();
 }
@@ -81,12 +83,12 @@ void ViewController::showWhatCanBeDone()
 {
     const bool isMoving = m_pc->isSending() || m_gc->isReceiving();
     const bool isSelected = m_ui->downloadButton->isEnabled();
-    m_ui->downloadAction->setEnabled(isSelected);
-    m_ui->deleteAction->setEnabled(isSelected);
-    m_ui->copyItemLocationAction->setEnabled(isSelected && m_hasDestination);
+    m_ui->downloadAction->setEnabled(isSelected && m_hasDestination);
+    m_ui->deleteAction->setEnabled(isSelected && m_hasDestination);
+    m_ui->copyItemLocationAction->setEnabled(isSelected);
     m_ui->copyLocationAction->setEnabled(m_hasDestination);
     m_ui->newFolderAction->setEnabled(m_hasDestination);
-    m_ui->refreshAction->setEnabled(m_hasDestination && !isMoving);
+    m_ui->refreshAction->setEnabled(!isMoving); // Without a destination it empties the list.
     m_ui->stopAction->setEnabled(isMoving);
     m_ui->clearQueueAction->setEnabled(!m_fileUploadQueue.isEmpty());
 }
@@ -118,8 +120,8 @@ void ViewController::pasteFiles()
 void ViewController::copyItemLocation()
 {
     const ListingEntry* const entry = selectedEntry();
-    const QString folder = createFullDestinationPathFromAppNameAndFTPFolder();
-    const QString location = entry == nullptr ? QString() : URLText::appendingPathComponent(folder, entry->name);
+    const QString location
+        = entry == nullptr ? QString() : locationOfItem(m_listedLocation, entry->name, entry->rawName);
     if (location.isNull()) {
         QApplication::beep();
     } else {

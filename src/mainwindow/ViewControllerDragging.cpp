@@ -65,9 +65,16 @@ QStringList ViewController::namesOfPromisedFilesDroppedAtDestination(const QStri
     if (row >= listEntries().size()) {
         return {};
     }
-    const QString name = listEntries().at(row).name;
-    const QByteArray rawName = listEntries().at(row).rawName;
-    const auto download = [this, name, destination, rawName] { downloadFileTo(name, destination, rawName); };
+    const ListingEntry entry = listEntries().at(row);
+    makePromisedFile(entry, destination);
+    return { entry.name };
+}
+
+void ViewController::makePromisedFile(const ListingEntry& entry, const QString& destination)
+{
+    const QString& name = entry.name;
+    const auto download
+        = [this, name, destination, rawName = entry.rawName] { downloadFileTo(name, destination, rawName); };
     const QString path = PathText::appendingPathComponent(destination, name);
     if (PathText::isFileName(name) && QFileInfo::exists(path)) {
         const QString shownName = visibleText(name);
@@ -80,5 +87,4 @@ QStringList ViewController::namesOfPromisedFilesDroppedAtDestination(const QStri
     } else {
         download();
     }
-    return { name };
 }

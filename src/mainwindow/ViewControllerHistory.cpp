@@ -29,14 +29,6 @@ void ViewController::stopUpload()
     m_pc->stopSendWithStatus(uploadStopped);
 }
 
-void ViewController::startListing(const QString& location)
-{
-    if (!m_lc->isReceiving()) {
-        m_history.listingStarts(location);
-    }
-    m_lc->startReceive(location, username(), password());
-}
-
 void ViewController::noteUploadStatus(const QString& status)
 {
     if (m_isStartingUpload) {

@@ -2,10 +2,10 @@
 
 #include "DefaultApplication.h"
 #include "DestinationServer.h"
+#include "ItemLocation.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
-#include "URLText.h"
 #include "ViewController.h"
 #include "VisibleText.h"
 #include "WaitingPanel.h"
@@ -62,9 +62,7 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder, 
         return;
     }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
-    const QString source = rawName.isNull() ? URLText::appendingPathComponent(place, name)
-                                            : URLText::appendingPathComponent(place, rawName);
-    m_gc->startReceive(source, username(), password(), file);
+    m_gc->startReceive(locationOfItem(place, name, rawName), username(), password(), file);
 }
 
 void ViewController::refuseFileName()

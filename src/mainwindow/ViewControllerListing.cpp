@@ -1,6 +1,7 @@
 // The table of the destination folder.
 
 #include "CellValue.h"
+#include "FocusKeeping.h"
 #include "ViewController.h"
 #include "ui_MainWindow.h"
 
@@ -34,7 +35,7 @@ qsizetype ViewController::numberOfRowsInTableView() const
 
 QVariant ViewController::objectValueForTableColumn(const QString& column, qsizetype row) const
 {
-    return row < numberOfRowsInTableView() ? cellValue(listEntries().at(row), column) : QVariant();
+    return row >= 0 && row < numberOfRowsInTableView() ? cellValue(listEntries().at(row), column) : QVariant();
 }
 
 double ViewController::heightOfRow(qsizetype /*row*/) const
@@ -51,8 +52,9 @@ void ViewController::tableViewSelectionDidChange(const QObject* table)
 {
     if (table == m_ui->destinationListingTable) {
         const bool isSelected = m_ui->destinationListingTable->selectedRow() != -1;
-        m_ui->deleteButton->setEnabled(isSelected);
-        m_ui->downloadButton->setEnabled(isSelected);
+        for (QPushButton* button : { m_ui->deleteButton, m_ui->downloadButton }) {
+            setEnabledKeepingFocus(*button, isSelected, *m_ui->destinationListingTable);
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "DateText.h"
 #include "DragDropView.h"
+#include "FocusKeeping.h"
 #include "ModalState.h"
 #include "PathText.h"
 #include "PlainToolTip.h"
@@ -104,7 +105,7 @@ void ViewController::showQueueLength()
     const auto length = static_cast<int>(m_fileUploadQueue.size());
     m_ui->totalProgressIndicator->setValue(length);
     m_ui->totalProgressIndicator->setVisible(length != 0);
-    m_ui->clearQueueButton->setEnabled(length != 0);
+    setEnabledKeepingFocus(*m_ui->clearQueueButton, length != 0, *m_ui->destinationListingTable);
 }
 
 void ViewController::showProgress()
@@ -112,7 +113,7 @@ void ViewController::showProgress()
     const bool isMoving = m_pc->isSending() || m_gc->isReceiving();
     m_ui->percentProgressIndicator->setVisible(isMoving);
     m_ui->bytesFormattedTextField->setVisible(isMoving);
-    m_ui->stopButton->setEnabled(isMoving);
+    setEnabledKeepingFocus(*m_ui->stopButton, isMoving, *m_ui->destinationListingTable);
     m_ui->percentProgressIndicator->setValue(barValue(m_percent));
     m_manual->auxiliaryPercentProgressIndicator->setValue(barValue(m_auxiliaryPercent));
     if (m_bytes != m_shownBytes) {
@@ -136,11 +137,13 @@ void ViewController::showLastReply()
         return;
     }
     m_shownReply = reply;
-    const QString toolTip = plainToolTip(u"The server said: %1"_s.arg(visibleText(reply)));
+    const QString words = u"The server said: %1"_s.arg(visibleText(reply));
     for (QWidget* field :
          { static_cast<QWidget*>(m_ui->statusTextField), static_cast<QWidget*>(m_ui->listingStatusTextField),
            static_cast<QWidget*>(m_manual->auxiliaryStatusTextField) }) {
-        field->setToolTip(toolTip);
+        field->setToolTip(plainToolTip(words));
+        const QString title = field->accessibleDescription().section(u". "_s, 0, 0);
+        field->setAccessibleDescription(title + u". "_s + words); // Those who see no tool tips hear it.
     }
 }
 

@@ -25,6 +25,15 @@ void ViewController::listFTPDestination()
     startListing(destination);
 }
 
+void ViewController::startListing(const QString& location)
+{
+    if (!m_lc->isReceiving()) {
+        m_history.listingStarts(location);
+        m_listedLocation = location;
+    }
+    m_lc->startReceive(location, username(), password());
+}
+
 void ViewController::emptyList()
 {
     m_listing.clear();

@@ -1,17 +1,22 @@
 #include "VisibleText.h"
 
+#include <QChar>
+#include <QList>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr char16_t zeroWidthNonJoiner = 0x200c;
-constexpr char16_t zeroWidthJoiner = 0x200d;
+constexpr qsizetype mostCharacters = 1000;
 
-bool actsUnseen(QChar character)
+constexpr char32_t zeroWidthNonJoiner = 0x200c;
+constexpr char32_t zeroWidthJoiner = 0x200d;
+
+bool actsUnseen(char32_t character)
 {
-    switch (character.category()) {
+    switch (QChar::category(character)) {
     case QChar::Other_Control:
     case QChar::Separator_Line:
     case QChar::Separator_Paragraph:
@@ -23,27 +28,46 @@ bool actsUnseen(QChar character)
     }
 }
 
-QString shown(QChar character)
+QString shown(char32_t character)
 {
-    constexpr char16_t firstPicture = 0x2400; // Of the control characters, in their order.
-    constexpr char16_t deletePicture = 0x2421;
-    const char16_t code = character.unicode();
-    if (code < 0x20) {
-        return QChar(static_cast<char16_t>(firstPicture + code));
+    constexpr char32_t firstPicture = 0x2400; // Of the control characters, in their order.
+    constexpr char32_t deletePicture = 0x2421;
+    if (character < 0x20) {
+        return QChar(static_cast<char16_t>(firstPicture + character));
     }
-    return code == 0x7f ? QString(QChar(deletePicture)) : u"⟨U+%1⟩"_s.arg(QString::number(code, 16).toUpper(), 4, u'0');
+    return character == 0x7f ? QString(QChar(static_cast<char16_t>(deletePicture)))
+                             : u"⟨U+%1⟩"_s.arg(QString::number(character, 16).toUpper(), 4, u'0');
+}
+
+/// @p text, with something left out in the middle where it is too long to be read.
+QString readable(const QString& text)
+{
+    if (text.size() <= mostCharacters) {
+        return text;
+    }
+    QString head = text.left(mostCharacters / 2);
+    QString tail = text.right(mostCharacters / 2);
+    if (head.back().isHighSurrogate()) {
+        head.chop(1);
+    }
+    if (tail.front().isLowSurrogate()) {
+        tail.remove(0, 1);
+    }
+    return head + u'…' + tail;
 }
 
 } // namespace
 
 QString visibleText(const QString& text)
 {
-    if (std::none_of(text.begin(), text.end(), actsUnseen)) {
-        return text;
+    const QString whole = readable(text);
+    const QList<uint> characters = whole.toUcs4();
+    if (std::none_of(characters.begin(), characters.end(), actsUnseen)) {
+        return whole;
     }
     QString visible;
-    for (const QChar character : text) {
-        visible += actsUnseen(character) ? shown(character) : QString(character);
+    for (const char32_t character : characters) {
+        visible += actsUnseen(character) ? shown(character) : QString::fromUcs4(&character, 1);
     }
     return visible;
 }

@@ -83,6 +83,7 @@ TEST_F(ListingModelTest, ToolTipsTakeNothingForMarkup)
     const QString toolTip = data(0, u"Name"_s, Qt::ToolTipRole).toString();
 
     EXPECT_TRUE(toolTip.contains(u"&lt;b&gt;x&lt;/b&gt; → &lt;img src=y&gt;"_s)) << toolTip.toStdString();
+    EXPECT_EQ(data(0, u"Name"_s, Qt::AccessibleDescriptionRole), QVariant(u"<b>x</b> → <img src=y>"_s));
 }
 
 TEST_F(ListingModelTest, TheTypeIsAlsoTold)

@@ -5,6 +5,7 @@
 #include <QClipboard>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QSignalSpy>
@@ -73,8 +74,10 @@ TEST_F(CommandsTest, CommandsAreEnabledExactlyWhenTheyCanAct)
     m_controller->stopButtonAction();
     EXPECT_EQ(enabled(), u"copyItemLocation delete download refresh"_s);
     unset(u"Address"_s);
-    m_controller->listFTPDestination();
-    EXPECT_EQ(enabled(), u""_s);
+    EXPECT_TRUE(waitFor([&enabled] { return enabled() == u"copyItemLocation refresh"_s; }));
+    action("refreshAction").trigger(); // Empties the list.
+    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
+    EXPECT_EQ(enabled(), u"refresh"_s);
     EXPECT_FALSE(action("copyLocationAction").isEnabled());
     EXPECT_FALSE(action("newFolderAction").isEnabled());
 }
@@ -114,6 +117,7 @@ TEST_F(CommandsTest, QuitClosesTheWindow)
 
 TEST_F(CommandsTest, KeysActOnTheSelectedRow)
 {
+    m_controller->listFTPDestination();
     addFile(u"a b"_s);
     table().selectRow(0);
 
@@ -124,6 +128,22 @@ TEST_F(CommandsTest, KeysActOnTheSelectedRow)
     answerSheet(u"Cancel"_s);
     pressInTable(Qt::Key_Return);
     EXPECT_TRUE(m_controller->gc().isReceiving());
+}
+
+TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListed)
+{
+    control<QLineEdit>("destinationTextField").setText(u"sub"_s);
+    m_controller->startStopList(&button("startStopListButton"));
+    ListingEntry entry;
+    entry.name = u"caf√©"_s;
+    entry.rawName = "caf\xE9"_ba;
+    m_controller->addListEntries({ entry });
+    table().selectRow(0);
+    set({ { u"Address"_s, u"elsewhere"_s } });
+
+    m_controller->copyItemLocation();
+
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/in/sub/caf%E9"_s);
 }
 
 TEST_F(CommandsTest, TheContextMenuOffersTheCommandsOfARow)
@@ -151,6 +171,8 @@ TEST_F(CommandsTest, FilesOnTheClipboardArePasted)
 {
     const QString file = makeFile(u"a b"_s);
     QGuiApplication::clipboard()->setText(u"text"_s);
+    EXPECT_FALSE(action("pasteFilesAction").isEnabled());
+    copyFiles({ QUrl(u"https://host/page"_s) });
     EXPECT_FALSE(action("pasteFilesAction").isEnabled());
     m_controller->pasteFiles();
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());

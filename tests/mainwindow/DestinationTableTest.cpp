@@ -107,6 +107,30 @@ TEST_F(DestinationTableTest, TheItemButtonsFollowTheSelection)
     EXPECT_FALSE(button("deleteButton").isEnabled());
 }
 
+TEST_F(DestinationTableTest, ARefreshLeavesTheKeyboardAtItsButton)
+{
+    QApplication::setActiveWindow(&m_controller->window());
+    m_controller->addListEntries({ entry(u"a"_s) });
+    table().selectRow(0);
+    button("downloadButton").setFocus();
+    ASSERT_TRUE(button("downloadButton").hasFocus());
+
+    m_controller->listFTPDestination();
+    EXPECT_TRUE(table().hasFocus());
+    m_controller->addListEntries({ entry(u"a"_s) });
+
+    EXPECT_TRUE(button("downloadButton").hasFocus());
+}
+
+TEST_F(DestinationTableTest, OnlyADoubleClickOfTheLeftButtonDownloads)
+{
+    m_controller->addListEntries({ entry(u"a"_s) });
+    for (const Qt::MouseButton mouseButton : { Qt::MiddleButton, Qt::RightButton, Qt::LeftButton }) {
+        QTest::mouseDClick(table().viewport(), mouseButton, {}, QPoint(60, 15));
+        EXPECT_EQ(m_controller->gc().isReceiving(), mouseButton == Qt::LeftButton);
+    }
+}
+
 TEST_F(DestinationTableTest, OnlyTheTablesOwnSelectionCounts)
 {
     m_controller->addListEntries({ entry(u"a"_s) });

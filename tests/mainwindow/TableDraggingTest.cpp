@@ -1,10 +1,12 @@
 #include "DragExtraction.h"
 #include "ListingTable.h"
+#include "PromisedFile.h"
 #include "ViewControllerTest.h"
 
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QElapsedTimer>
+#include <QHeaderView>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QTest>
@@ -295,6 +297,60 @@ TEST_F(TableDraggingTest, APromisedFileIsDownloadedIntoTheFolderOfTheDrop)
     EXPECT_EQ(contents(u"a.txt"_s), "bytes");
     EXPECT_EQ(count(FakeFTPStream::Kind::Download), 1);
     EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ u"a.txt"_s });
+}
+
+/// Lets a drag begin of which only the promise is kept: its target's wish comes when the test makes it.
+class PromiseKeeper final : public TableDragging {
+public:
+    explicit PromiseKeeper(TableDragging& real)
+        : m_real(real)
+    {
+    }
+
+    Qt::DropAction validateDrop(const QMimeData& data, TableDrop& drop) const override
+    {
+        return m_real.validateDrop(data, drop);
+    }
+    bool acceptDrop(const QMimeData& data, const TableDrop& drop) override { return m_real.acceptDrop(data, drop); }
+    bool writeRowsWithIndexes(const QList<int>& /*rows*/, QMimeData& pasteboard) override
+    {
+        static_cast<PromisedFile&>(pasteboard).begin(); // Or its extraction would end with the refused drag.
+        static_cast<PromisedFile&>(pasteboard).setDropped();
+        return false;
+    }
+    QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows) override
+    {
+        return m_real.namesOfPromisedFilesDroppedAtDestination(destination, rows);
+    }
+    void makePromisedFile(const ListingEntry& entry, const QString& destination) override
+    {
+        m_real.makePromisedFile(entry, destination);
+    }
+
+private:
+    TableDragging& m_real;
+};
+
+TEST_F(TableDraggingTest, TheDraggedItemIsMeantWhereverItStandsAtTheDrop)
+{
+    PromiseKeeper keeper(*m_controller);
+    table().setDragging(&keeper);
+    for (const bool isRefreshing : { false, true }) {
+        dragFirstRow();
+        table().horizontalHeader()->setSortIndicator(0, isRefreshing ? Qt::AscendingOrder : Qt::DescendingOrder);
+        if (isRefreshing) {
+            m_controller->listFTPDestination();
+        }
+
+        table().findChild<DragExtraction*>()->extractSelectedFilesTo(out());
+
+        const QString dragged = isRefreshing ? u"c"_s : u"a.txt"_s;
+        ASSERT_TRUE(waitFor([this] { return m_controller->gc().isReceiving(); }));
+        EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/"_s + dragged);
+        bring("bytes");
+        EXPECT_EQ(contents(dragged), "bytes");
+    }
+    table().setDragging(m_controller.get());
 }
 
 TEST_F(TableDraggingTest, ARowThatIsNotListedPromisesNothing)

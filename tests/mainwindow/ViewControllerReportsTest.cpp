@@ -31,6 +31,12 @@ TEST_F(ViewControllerReportsTest, TheStatusFieldsTellWhatTheServerSaidLast)
             u"The server said: 550 &lt;b&gt;No such⟨U+202E⟩ folder&lt;/b&gt;"_s))
             << field;
     }
+    const QString said = u"The server said: 550 <b>No such⟨U+202E⟩ folder</b>"_s;
+    EXPECT_EQ(control<QLabel>("statusTextField").accessibleDescription(), u"Status. "_s + said);
+    m_streams.reply = u"230 In. Or not."_s;
+    tick();
+    EXPECT_EQ(control<QLabel>("listingStatusTextField").accessibleDescription(),
+              u"Listing status. The server said: 230 In. Or not."_s);
 }
 
 TEST_F(ViewControllerReportsTest, OnlyATextThatHoldsErrorRaisesTheAlert)

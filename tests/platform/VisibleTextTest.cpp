@@ -24,4 +24,28 @@ TEST(VisibleTextTest, WhatActsUnseenIsShown)
               u"⟨U+0085⟩⟨U+202E⟩⟨U+2067⟩⟨U+200F⟩⟨U+200B⟩⟨U+FEFF⟩⟨U+2028⟩"_s);
 }
 
+TEST(VisibleTextTest, CharactersBeyondTheFirstPlaneAreShownToo)
+{
+    EXPECT_EQ(visibleText(u"a\U000E0041b\U0001D173"_s), u"a⟨U+E0041⟩b⟨U+1D173⟩"_s);
+    EXPECT_EQ(visibleText(u"\U0001F600\u0007"_s), u"\U0001F600␇"_s);
+}
+
+TEST(VisibleTextTest, HalfASurrogatePairDoesNoHarm)
+{
+    EXPECT_EQ(visibleText(u"a"_s + QChar(0xd800) + u'b').size(), 3);
+}
+
+TEST(VisibleTextTest, OfAVeryLongTextTheMiddleIsLeftOut)
+{
+    const QString longest(1000, u'x');
+    EXPECT_EQ(visibleText(longest), longest);
+
+    const QString head = u"a"_s.repeated(500);
+    const QString tail = u"z"_s.repeated(500);
+    EXPECT_EQ(visibleText(head + QString(1'000'000, u'm') + tail), head + u'…' + tail);
+    const QString smile = u"\U0001F600"_s;
+    EXPECT_EQ(visibleText(u'a' + smile.repeated(1000) + u'z'),
+              u'a' + smile.repeated(249) + u'…' + smile.repeated(249) + u'z');
+}
+
 } // namespace

@@ -110,11 +110,12 @@ class Program:
         return [_ask(window.get_name, "") for window in self.windows()]
 
     def find(self, name):
-        """The widget of that description, or else of that name, when it shows."""
+        """The widget whose description is that, or begins with it as a sentence, or else of that name, when it shows."""
         showing = [node for window in self.windows() for node in _walk(window) if _has(node, "SHOWING")]
         for text_of in ("get_description", "get_name"):
             for node in showing:
-                if _ask(getattr(node, text_of)) == name:
+                words = _ask(getattr(node, text_of)) or ""
+                if words == name or (text_of == "get_description" and words.startswith(name + ". ")):
                     return node
         return None
 

@@ -89,6 +89,7 @@ QString DirectSave::pathOfWish(QByteArray value)
             value.truncate(at);
         }
     }
-    const QString path = localPath(QUrl::fromEncoded(value, QUrl::StrictMode));
-    return path.startsWith(u'/') ? path : QString();
+    // With a "/" that is not escaped, which no name has: the property holds the announced name before the wish, and a
+    // name may look like a URI.
+    return value.startsWith("file:/") ? localPath(QUrl::fromEncoded(value, QUrl::StrictMode)) : QString();
 }

@@ -1,19 +1,14 @@
 #include "FileIcons.h"
 
-#include <QApplication>
-#include <QFileInfo>
+#include "DrawnIcons.h"
+#include "PathText.h"
+
 #include <QHash>
 #include <QMimeDatabase>
-#include <QStyle>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QIcon plainIcon(QStyle::StandardPixmap which)
-{
-    return QApplication::style()->standardIcon(which);
-}
 
 QMimeType typeOfExtension(const QString& extension)
 {
@@ -30,12 +25,14 @@ QIcon lookUp(const QString& extension)
             icon = QIcon::fromTheme(iconName);
         }
     }
-    return icon.isNull() ? plainIcon(QStyle::SP_FileIcon) : icon;
+    return icon.isNull() ? drawnFileIcon(type.name()) : icon;
 }
 
 QString extensionOf(const QString& name)
 {
-    return QFileInfo(name).suffix();
+    constexpr qsizetype longest = 30; // No type has a longer one.
+    const QString extension = name.mid(PathText::deletingPathExtension(name).size() + 1);
+    return extension.size() <= longest ? extension : QString();
 }
 
 } // namespace
@@ -44,7 +41,7 @@ namespace FileIcons {
 
 QIcon folder()
 {
-    static const QIcon icon = QIcon::fromTheme(u"folder"_s, plainIcon(QStyle::SP_DirIcon));
+    static const QIcon icon = QIcon::fromTheme(u"folder"_s, drawnFolderIcon());
     return icon;
 }
 

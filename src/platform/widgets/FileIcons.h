@@ -4,7 +4,7 @@
 
 class QString;
 
-/// The icons of the desktop's theme for files that are known by name alone; plain ones where the theme has none. For
+/// The icons of the desktop's theme for files that are known by name alone; drawn ones where the theme has none. For
 /// the main thread.
 namespace FileIcons {
 

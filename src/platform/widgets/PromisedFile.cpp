@@ -34,14 +34,20 @@ PromisedFile::PromisedFile(QString name, QWidget& source, Fulfil fulfil)
     , m_source(source)
     , m_promise(std::make_shared<Promise>(Promise{ &source, std::move(fulfil) }))
 {
-    qDeleteAll(source.findChildren<DragExtraction*>(Qt::FindDirectChildrenOnly)); // Of the last drag.
     if (PathText::isFileName(m_name)) {
         m_extraction
             = new DragExtraction(&source, [promise = m_promise](const QString& folder) { promise->keep(folder); });
+        m_service = m_extraction->service().toUtf8();
+        m_path = m_extraction->path().toUtf8();
     }
 }
 
-PromisedFile::~PromisedFile() = default;
+PromisedFile::~PromisedFile()
+{
+    if (!m_isDragged) {
+        delete m_extraction;
+    }
+}
 
 QStringList PromisedFile::protocols() const
 {
@@ -52,7 +58,7 @@ QStringList PromisedFile::protocols() const
     if (DirectSave::isAvailable()) {
         formats.append(DirectSave::format);
     }
-    if (!m_extraction->service().isEmpty()) {
+    if (!m_service.isEmpty()) {
         formats.append({ DragExtraction::serviceFormat, DragExtraction::pathFormat });
     }
     return formats;
@@ -74,9 +80,9 @@ QVariant PromisedFile::retrieveData(const QString& format, QMetaType type) const
         return QMimeData::retrieveData(format, type);
     }
     if (format == DragExtraction::serviceFormat) {
-        return m_extraction->service().toUtf8();
+        return m_service;
     }
-    return format == DragExtraction::pathFormat ? m_extraction->path().toUtf8() : answerDirectSave();
+    return format == DragExtraction::pathFormat ? m_path : answerDirectSave();
 }
 
 QByteArray PromisedFile::answerDirectSave() const
@@ -94,8 +100,19 @@ void PromisedFile::setDropped()
     m_promise->isDropped = true;
 }
 
+void PromisedFile::begin()
+{
+    for (DragExtraction* old : m_source.findChildren<DragExtraction*>(Qt::FindDirectChildrenOnly)) {
+        if (old != m_extraction) {
+            delete old; // Of the last drag. Whoever still asks about that one finds nobody there.
+        }
+    }
+    m_isDragged = true;
+}
+
 void PromisedFile::drag(std::unique_ptr<PromisedFile> file, const QPixmap& picture)
 {
+    file->begin();
     const QPointer<PromisedFile> watched = file.get();
     // The window that the drag comes from is known as soon as it runs.
     QTimer::singleShot(0, file.get(), [&file = *file] { file.m_window = DirectSave::announce(file.m_name); });

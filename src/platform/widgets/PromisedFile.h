@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMimeData>
+#include <QPointer>
 
 #include <cstdint>
 #include <functional>
@@ -33,6 +34,8 @@ public:
     /// returns; the target's wish comes later.
     static void drag(std::unique_ptr<PromisedFile> file, const QPixmap& picture);
 
+    /// The drag begins. Takes the place of the source's last one.
+    void begin();
     /// The drag has ended over a target that takes it. Wishes count from now on: some targets ask while a drag hovers.
     void setDropped();
 
@@ -48,6 +51,9 @@ private:
     QString m_name;
     QWidget& m_source;
     std::shared_ptr<Promise> m_promise; ///< Shared with the extraction, which outlives this.
-    DragExtraction* m_extraction = nullptr; ///< Owned by the source until its next drag.
+    QPointer<DragExtraction> m_extraction; ///< Once dragged, the source's until its next drag: it may outlive this.
+    QByteArray m_service;
+    QByteArray m_path; ///< Those two of the extraction.
+    bool m_isDragged = false;
     std::uint32_t m_window = 0; ///< That X Direct Save goes through.
 };

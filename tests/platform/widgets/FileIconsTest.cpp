@@ -28,6 +28,18 @@ TEST(FileIconsTest, ManyExtensionsAreNotKept)
     }
 }
 
+TEST(FileIconsTest, ADotAtTheBeginningStartsNoExtension)
+{
+    EXPECT_EQ(FileIcons::ofFileNamed(u".png"_s).cacheKey(), FileIcons::ofFileNamed(u"noextension"_s).cacheKey());
+    EXPECT_EQ(FileIcons::kindOfFileNamed(u".png"_s), FileIcons::kindOfFileNamed(u"noextension"_s));
+}
+
+TEST(FileIconsTest, AVeryLongExtensionCountsAsNone)
+{
+    EXPECT_EQ(FileIcons::ofFileNamed(u"a."_s + QString(100, u'x')).cacheKey(),
+              FileIcons::ofFileNamed(u"noextension"_s).cacheKey());
+}
+
 TEST(FileIconsTest, TheKindFollowsTheExtension)
 {
     EXPECT_EQ(FileIcons::kindOfFileNamed(u"a.png"_s), FileIcons::kindOfFileNamed(u"other name.png"_s));

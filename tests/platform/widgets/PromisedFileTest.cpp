@@ -30,8 +30,8 @@ TEST(DirectSaveTest, BytesAfterTheEndOfAWishAreIgnored)
 
 TEST(DirectSaveTest, WhatIsNoLocalFileIsNoWish)
 {
-    for (const QByteArray& value :
-         { "naïve.txt"_ba, ""_ba, "file://elsewhere.example/a"_ba, "sftp://host/a"_ba, "/a"_ba, "file:"_ba }) {
+    for (const QByteArray& value : { "naïve.txt"_ba, ""_ba, "file://elsewhere.example/a"_ba, "sftp://host/a"_ba,
+                                     "/a"_ba, "file:"_ba, "file:a"_ba, "file:%2Fhome%2Fx.desktop"_ba }) {
         EXPECT_TRUE(DirectSave::pathOfWish(value).isNull()) << value.constData();
     }
 }
@@ -89,6 +89,7 @@ TEST_F(PromisedFileTest, IsMadeOnce)
 TEST_F(PromisedFileTest, IsMadeAlsoWhenTheDraggedDataIsGone)
 {
     auto file = promise();
+    file->begin();
     file->setDropped();
     file.reset();
 
@@ -111,11 +112,23 @@ TEST_F(PromisedFileTest, IsNotMadeElsewhereThanInALocalFolder)
 TEST_F(PromisedFileTest, TheNextDragTakesTheLastOnesPlace)
 {
     const auto first = promise();
+    first->begin();
     const QString path = extraction().path();
     const auto second = promise();
+    EXPECT_EQ(m_source->findChildren<DragExtraction*>().size(), 2); // It may still be refused.
+    second->begin();
 
     EXPECT_EQ(m_source->findChildren<DragExtraction*>().size(), 1);
     EXPECT_NE(extraction().path(), path);
+    EXPECT_EQ(first->data(DragExtraction::pathFormat),
+              first->hasFormat(DragExtraction::pathFormat) ? path.toUtf8() : QByteArray());
+}
+
+TEST_F(PromisedFileTest, APromiseThatIsNotDraggedLeavesNothing)
+{
+    promise().reset();
+
+    EXPECT_TRUE(m_source->findChildren<DragExtraction*>().isEmpty());
 }
 
 TEST_F(PromisedFileTest, ANameThatIsNoFileNameIsOfferedToNobody)

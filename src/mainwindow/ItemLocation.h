@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// The location of the item @p name in the folder @p place. @p rawName: the bytes that the server knows it by, where
+/// they are no UTF-8; else null. Null when there is no such location.
+QString locationOfItem(const QString& place, const QString& name, const QByteArray& rawName);

@@ -1,0 +1,165 @@
+#include "DrawnIcons.h"
+
+#include <QIconEngine>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qreal unitSide = 16; ///< The drawings are made for a square of that side.
+
+using Drawing = void (*)(QPainter&);
+
+/// Paints one drawing at the size that is asked for.
+class DrawnIconEngine final : public QIconEngine {
+public:
+    explicit DrawnIconEngine(Drawing drawing)
+        : m_drawing(drawing)
+    {
+    }
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State /*state*/) override
+    {
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setOpacity(mode == QIcon::Disabled ? 0.5 : 1);
+        const int side = qMin(rect.width(), rect.height());
+        painter->translate(rect.x() + (rect.width() - side) / 2.0, rect.y() + (rect.height() - side) / 2.0);
+        painter->scale(side / unitSide, side / unitSide);
+        m_drawing(*painter);
+        painter->restore();
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override
+    {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
+    }
+    QIconEngine* clone() const override { return new DrawnIconEngine(*this); }
+
+private:
+    Drawing m_drawing;
+};
+
+const QColor outline(0x7a, 0x7f, 0x87);
+
+void drawFolder(QPainter& painter)
+{
+    painter.setPen(QPen(QColor(0xb5, 0x83, 0x2a), 0.8));
+    painter.setBrush(QColor(0xe3, 0xb1, 0x4f));
+    QPainterPath back(QPointF(1.5, 13));
+    back.lineTo(1.5, 3);
+    back.lineTo(6, 3);
+    back.lineTo(7.5, 5);
+    back.lineTo(14.5, 5);
+    back.lineTo(14.5, 13);
+    back.closeSubpath();
+    painter.drawPath(back);
+    painter.setBrush(QColor(0xf3, 0xcd, 0x7c));
+    painter.drawRect(QRectF(1.5, 6.5, 13, 6.5));
+}
+
+void drawSheet(QPainter& painter)
+{
+    painter.setPen(QPen(outline, 0.8));
+    painter.setBrush(Qt::white);
+    QPainterPath sheet(QPointF(3, 1.5));
+    sheet.lineTo(9.5, 1.5);
+    sheet.lineTo(13, 5);
+    sheet.lineTo(13, 14.5);
+    sheet.lineTo(3, 14.5);
+    sheet.closeSubpath();
+    painter.drawPath(sheet);
+    painter.drawPolyline(QPolygonF{ QPointF(9.5, 1.5), QPointF(9.5, 5), QPointF(13, 5) });
+}
+
+void drawText(QPainter& painter)
+{
+    drawSheet(painter);
+    for (const qreal y : { 7.5, 9.5, 11.5 }) {
+        painter.drawLine(QPointF(5, y), QPointF(y > 11 ? 9 : 11, y));
+    }
+}
+
+void drawPicture(QPainter& painter)
+{
+    drawSheet(painter);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0xf0, 0xb4, 0x29));
+    painter.drawEllipse(QPointF(6.2, 7.6), 1, 1);
+    painter.setBrush(QColor(0x3f, 0x8f, 0x5b));
+    painter.drawPolygon(QPolygonF{ QPointF(4.5, 13), QPointF(7, 9.8), QPointF(8.3, 11.2), QPointF(9.8, 8.6), QPointF(11.5, 13) });
+}
+
+void drawSound(QPainter& painter)
+{
+    drawSheet(painter);
+    painter.setPen(QPen(QColor(0x7a, 0x4f, 0xa3), 0.9));
+    painter.setBrush(QColor(0x7a, 0x4f, 0xa3));
+    painter.drawEllipse(QPointF(6.4, 12), 1.2, 1);
+    painter.drawEllipse(QPointF(10.2, 11.2), 1.2, 1);
+    painter.drawPolyline(QPolygonF{ QPointF(7.6, 12), QPointF(7.6, 7.6), QPointF(11.4, 6.8), QPointF(11.4, 11.2) });
+}
+
+void drawFilm(QPainter& painter)
+{
+    drawSheet(painter);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0x2f, 0x6f, 0xb5));
+    painter.drawPolygon(QPolygonF{ QPointF(5.8, 7), QPointF(11, 10), QPointF(5.8, 13) });
+}
+
+void drawPackage(QPainter& painter)
+{
+    drawSheet(painter);
+    painter.setPen(QPen(QColor(0x9a, 0x6a, 0x35), 0.8));
+    painter.setBrush(QColor(0xd9, 0xae, 0x78));
+    painter.drawRect(QRectF(5, 7.5, 6, 5));
+    painter.drawLine(QPointF(5, 9.2), QPointF(11, 9.2));
+    painter.drawLine(QPointF(8, 7.5), QPointF(8, 9.2));
+}
+
+bool isPackage(const QString& type)
+{
+    return type.contains("zip"_L1) || type.contains("compressed"_L1) || type.contains("-tar"_L1)
+        || type.contains("archive"_L1) || type.contains("package"_L1);
+}
+
+bool isText(const QString& type)
+{
+    return type.startsWith("text/"_L1) || type.contains("document"_L1) || type.contains("word"_L1)
+        || type == "application/pdf"_L1;
+}
+
+Drawing drawingFor(const QString& type)
+{
+    const std::pair<bool, Drawing> families[] = {
+        { type.startsWith("image/"_L1), drawPicture }, { type.startsWith("audio/"_L1), drawSound },
+        { type.startsWith("video/"_L1), drawFilm },    { isPackage(type), drawPackage },
+        { isText(type), drawText },
+    };
+    for (const auto& [fits, drawing] : families) {
+        if (fits) {
+            return drawing;
+        }
+    }
+    return drawSheet;
+}
+
+} // namespace
+
+QIcon drawnFolderIcon()
+{
+    return QIcon(new DrawnIconEngine(drawFolder));
+}
+
+QIcon drawnFileIcon(const QString& type)
+{
+    return QIcon(new DrawnIconEngine(drawingFor(type)));
+}

@@ -1,0 +1,63 @@
+#include "FocusKeeping.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class FocusKeepingTest : public ::testing::Test {
+protected:
+    FocusKeepingTest()
+    {
+        auto* const layout = new QHBoxLayout(&m_window);
+        layout->addWidget(&m_control);
+        layout->addWidget(&m_other);
+        layout->addWidget(&m_refuge);
+        m_window.show();
+        QApplication::setActiveWindow(&m_window);
+        m_control.setFocus();
+    }
+    void setEnabled(bool isEnabled) { setEnabledKeepingFocus(m_control, isEnabled, m_refuge); }
+
+    QWidget m_window;
+    QPushButton m_control{ &m_window };
+    QPushButton m_other{ &m_window };
+    QLineEdit m_refuge{ &m_window };
+};
+
+TEST_F(FocusKeepingTest, AControlThatIsDisabledForAMomentHasItsFocusBack)
+{
+    ASSERT_TRUE(m_control.hasFocus());
+
+    setEnabled(false);
+    EXPECT_TRUE(m_refuge.hasFocus());
+    EXPECT_FALSE(m_control.isEnabled());
+    setEnabled(true);
+
+    EXPECT_TRUE(m_control.hasFocus());
+}
+
+TEST_F(FocusKeepingTest, WhereTheUserHasGoneMeanwhileTheFocusStays)
+{
+    setEnabled(false);
+    m_other.setFocus();
+    setEnabled(true);
+
+    EXPECT_TRUE(m_other.hasFocus());
+    EXPECT_TRUE(m_control.isEnabled());
+}
+
+TEST_F(FocusKeepingTest, AControlWithoutTheFocusGetsNone)
+{
+    m_refuge.setFocus();
+    setEnabled(false);
+    setEnabled(true);
+
+    EXPECT_TRUE(m_refuge.hasFocus());
+}
+
+} // namespace
