@@ -7,6 +7,7 @@
 #include "ItemOperations.h"
 #include "ListingModel.h"
 #include "TableDragging.h"
+#include "TransferActivity.h"
 #include "UploadHistory.h"
 #include "WeakRef.h"
 
@@ -220,6 +221,9 @@ signals:
     void updateWindowTitleAndList();
     void welcomeWindowRequested();
 
+    /// What moves and waits has changed; told by the tick that sees it.
+    void activityChanged(const TransferActivity& activity);
+
 private:
     void loadView();
     void loadOtherWindows();
@@ -239,6 +243,7 @@ private:
     void showLastReply();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
+    void tellActivity();
     void startUpload(const QString& path, const QString& destination);
     void stopUpload();
     void startListing(const QString& location);
@@ -276,6 +281,7 @@ private:
     bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
     bool m_hasStartedUpload = false; ///< It has, and its stream was opened.
     QString m_startStatus; ///< What it said last while it started.
+    TransferActivity m_toldActivity;
     std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
     bool m_isListed = false; ///< The list holds all that the server told.

@@ -85,6 +85,7 @@ void ViewController::onTick()
     startNextUpload(isNewSecond);
     showListingState();
     showWhatCanBeDone();
+    tellActivity();
 }
 
 bool ViewController::showDate()
