@@ -8,6 +8,7 @@
 #include "ListingModel.h"
 #include "TableDragging.h"
 #include "TransferActivity.h"
+#include "TransferRate.h"
 #include "UploadHistory.h"
 #include "WeakRef.h"
 
@@ -194,6 +195,8 @@ public:
     static QString stringForFileSize(quint64 bytes);
     /// @p value with its unit.
     static QString stringForNumberAsUnits(double value, const QString& unit);
+    /// What is lost when the program ends at this moment; null when nothing is.
+    QString quitWarning() const;
     /// The application has become active. Nothing depends on it.
     void appActivated() { }
 
@@ -238,6 +241,7 @@ private:
     bool showDate();
     void showQueueLength();
     void showProgress();
+    void showSpeed();
     void showTexts();
     void showListingState();
     void showLastReply();
@@ -294,6 +298,7 @@ private:
     float m_auxiliaryPercent = 0;
     std::optional<quint64> m_bytes; ///< Nothing: no text.
     std::optional<quint64> m_shownBytes;
+    TransferRate m_rate;
     QString m_shownReply;
     QString m_status;
     QString m_listingStatus;
