@@ -38,7 +38,7 @@ QString TransferRate::text(float percent) const
     if (!rate) {
         return {};
     }
-    const QString speed = byteCountText(static_cast<qint64>(*rate)) + u"/s"_s;
+    QString speed = byteCountText(static_cast<qint64>(*rate)) + u"/s"_s;
     if (percent <= 0 || percent >= 100 || *rate < 1) {
         return speed;
     }
