@@ -19,7 +19,10 @@
 #include <QSaveFile>
 #include <QUrl>
 
+#include <chrono>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 AppDelegate* theAppDelegate = nullptr;
 
@@ -28,6 +31,7 @@ namespace {
 Q_LOGGING_CATEGORY(appLog, "app")
 
 constexpr int refreshDelayMs = 1000;
+constexpr auto sessionEndTime = 1min;
 
 } // namespace
 
@@ -35,6 +39,8 @@ AppDelegate::AppDelegate(ViewController& viewController)
     : m_candidate(viewController)
 {
     viewController.window().installEventFilter(this);
+    m_sessionEnd.setSingleShot(true);
+    m_sessionEnd.setInterval(sessionEndTime);
     const auto changed = [this](const QString& path) {
         // A file that was replaced is a new one at the same place.
         if (QFile::exists(path) && !m_watcher.files().contains(path)) {
@@ -73,6 +79,11 @@ void AppDelegate::openFiles(const QStringList& paths)
     if (ViewController* const controller = ourViewController()) {
         controller->uploadFiles(paths);
     }
+}
+
+void AppDelegate::sessionEnds()
+{
+    m_sessionEnd.start();
 }
 
 void AppDelegate::updateWindowTitleAndList()
@@ -115,10 +126,36 @@ ViewController* AppDelegate::ourViewController()
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == &m_candidate.window() && event->type() == QEvent::Close) {
+        const QString warning = m_candidate.quitWarning();
+        if (!warning.isNull() && !m_isQuitting && !m_sessionEnd.isActive()) {
+            event->ignore();
+            askWhetherToQuit(warning);
+            return true;
+        }
         m_candidate.rememberWindow();
         QCoreApplication::quit(); // Whatever other windows are open.
     }
     return QObject::eventFilter(watched, event);
+}
+
+void AppDelegate::askWhetherToQuit(const QString& warning)
+{
+    if (m_isAskingToQuit) {
+        return;
+    }
+    m_isAskingToQuit = true;
+    showMainWindow(); // A sheet of a window that is minimised would not show.
+    QMainWindow& window = m_candidate.window();
+    SheetQueue::of(window).raise({ .title = u"Quit Quillbox?"_s,
+                                   .text = warning,
+                                   .defaultButton = u"Cancel"_s,
+                                   .alternateButton = u"Quit"_s,
+                                   .onAlternate =
+                                       [this, &window] {
+                                           m_isQuitting = true;
+                                           window.close();
+                                       },
+                                   .onDefault = [this] { m_isAskingToQuit = false; } });
 }
 
 void AppDelegate::findMainWindow()

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 class QMainWindow;
 class ViewController;
@@ -24,6 +25,10 @@ public:
     void applicationDidBecomeActive();
     /// Files opened with the application: they join the queue as they are. Without a main window they are lost.
     void openFiles(const QStringList& paths);
+
+    /// The user's session is about to end: for a minute from now, closing the window asks nothing. Sessions whose end
+    /// is called off say nothing more.
+    void sessionEnds();
 
     /// Sets the window's title to the destination and lists it, about two seconds from now.
     void updateWindowTitleAndList();
@@ -64,11 +69,15 @@ protected:
 
 private:
     void findMainWindow();
+    void askWhetherToQuit(const QString& warning);
 
     ViewController& m_candidate; ///< Whose window becomes the main window when it is shown.
     ViewController* m_viewController = nullptr;
     QMainWindow* m_mainWindow = nullptr;
     QFileSystemWatcher m_watcher;
+    QTimer m_sessionEnd; ///< Runs while the session is about to end.
+    bool m_isAskingToQuit = false;
+    bool m_isQuitting = false; ///< The user has said so.
 };
 
 /// The application's delegate, once launching has begun; null before.

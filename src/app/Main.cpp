@@ -2,6 +2,7 @@
 #include "ApplicationService.h"
 #include "CommandLine.h"
 #include "DelayedAlert.h"
+#include "DesktopIntegration.h"
 #include "EngineStreamFactory.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
@@ -60,6 +61,14 @@ int main(int argc, char** argv)
                                    .activate = [&delegate] { delegate.showMainWindow(); },
                                    .open = [&delegate](const QStringList& files) { delegate.openFiles(files); },
                                });
+    DesktopIntegration desktop(
+        viewController, programFileName(),
+        {
+            .sessionBus = [] { return QDBusConnection::sessionBus(); },
+            .systemBus = [] { return QDBusConnection::systemBus(); },
+            .isInFront = [] { return QGuiApplication::applicationState() == Qt::ApplicationActive; },
+        });
+    QObject::connect(&desktop, &DesktopIntegration::activated, &delegate, &AppDelegate::showMainWindow);
     setDelayedAlertPresenter([&viewController](const QString& message, const QString& informative) {
         viewController.showAlert(message, informative);
     });
@@ -76,6 +85,7 @@ int main(int argc, char** argv)
                              delegate.applicationDidBecomeActive();
                          }
                      });
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, &delegate, &AppDelegate::sessionEnds);
     if (!commandLine.files.isEmpty()) {
         delegate.openFiles(commandLine.files);
     }

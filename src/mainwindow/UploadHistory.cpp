@@ -154,10 +154,14 @@ void UploadHistory::countIn(FileTally& tally, Outcome outcome)
 
 void UploadHistory::lookWhetherDrained()
 {
-    const bool isQueueFileSent = m_current && !m_entries[m_current->row].isManual;
-    if (m_waiting.empty() && !isQueueFileSent && m_tally.count() > 0) {
+    if (!isQueueUnderWay() && m_tally.count() > 0) {
         emit queueDrained(std::exchange(m_tally, {}));
     }
+}
+
+bool UploadHistory::isQueueFileSent() const
+{
+    return m_current && !m_entries[m_current->row].isManual;
 }
 
 void UploadHistory::changed(int firstRow, int lastRow)
@@ -205,13 +209,12 @@ void UploadHistory::listingSucceeded()
 
 double UploadHistory::queueProgress(float percent) const
 {
-    const bool isQueueFileSent = m_current && !m_entries[m_current->row].isManual;
     const int done = m_tally.count();
-    const auto all = static_cast<double>(done) + static_cast<double>(m_waiting.size()) + (isQueueFileSent ? 1 : 0);
+    const auto all = static_cast<double>(done) + static_cast<double>(m_waiting.size()) + (isQueueFileSent() ? 1 : 0);
     if (all == 0) {
         return 0;
     }
-    return (done + (isQueueFileSent ? static_cast<double>(percent) / 100 : 0)) / all;
+    return (done + (isQueueFileSent() ? static_cast<double>(percent) / 100 : 0)) / all;
 }
 
 QString UploadHistory::nameOf(int row) const

@@ -66,6 +66,8 @@ public:
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
     /// How many files are listed with another size than was sent.
     int differingCount() const { return m_differing; }
+    /// Whether files of the queue wait or are being sent.
+    bool isQueueUnderWay() const { return !m_waiting.empty() || isQueueFileSent(); }
     /// How much of the files that were queued since the queue was last worked off is done, from 0 to 1, when
     /// @p percent of the present one are.
     double queueProgress(float percent) const;
@@ -113,6 +115,7 @@ private:
     void count(const HistoryEntry& entry);
     static void countIn(FileTally& tally, HistoryEntry::Outcome outcome);
     void lookWhetherDrained();
+    bool isQueueFileSent() const;
     void changed(int firstRow, int lastRow);
     QString nameOf(int row) const;
     static bool isUnsettled(const HistoryEntry& entry);

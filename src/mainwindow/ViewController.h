@@ -7,6 +7,8 @@
 #include "ItemOperations.h"
 #include "ListingModel.h"
 #include "TableDragging.h"
+#include "TransferActivity.h"
+#include "TransferRate.h"
 #include "UploadHistory.h"
 #include "WeakRef.h"
 
@@ -194,6 +196,8 @@ public:
     static QString stringForFileSize(quint64 bytes);
     /// @p value with its unit.
     static QString stringForNumberAsUnits(double value, const QString& unit);
+    /// What is lost when the program ends at this moment; null when nothing is.
+    QString quitWarning() const;
     /// The application has become active. Nothing depends on it.
     void appActivated() { }
 
@@ -221,6 +225,9 @@ signals:
     void updateWindowTitleAndList();
     void welcomeWindowRequested();
 
+    /// What moves and waits has changed; told by the tick that sees it.
+    void activityChanged(const TransferActivity& activity);
+
 private:
     void loadView();
     void loadOtherWindows();
@@ -235,11 +242,13 @@ private:
     bool showDate();
     void showQueueLength();
     void showProgress();
+    void showSpeed();
     void showTexts();
     void showListingState();
     void showLastReply();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
+    void tellActivity();
     void startUpload(const QString& path, const QString& destination);
     void stopUpload();
     void startListing(const QString& location);
@@ -277,6 +286,7 @@ private:
     bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
     bool m_hasStartedUpload = false; ///< It has, and its stream was opened.
     QString m_startStatus; ///< What it said last while it started.
+    TransferActivity m_toldActivity;
     std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
     QString m_listedLocation; ///< Of the folder whose items the list holds.
@@ -290,6 +300,7 @@ private:
     float m_auxiliaryPercent = 0;
     std::optional<quint64> m_bytes; ///< Nothing: no text.
     std::optional<quint64> m_shownBytes;
+    TransferRate m_rate;
     QString m_shownReply;
     QString m_status;
     QString m_listingStatus;

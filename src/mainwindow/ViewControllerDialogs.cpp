@@ -6,6 +6,8 @@
 #include "TextPrompt.h"
 #include "ViewController.h"
 
+#include <QLocale>
+
 using namespace Qt::StringLiterals;
 
 void ViewController::showAlert(const QString& title, const QString& text)
@@ -27,6 +29,23 @@ bool ViewController::alertSendingOrReceiving()
         return true;
     }
     return false;
+}
+
+QString ViewController::quitWarning() const
+{
+    QStringList sentences;
+    if (m_pc->isSending()) {
+        sentences.append(u"A file is being uploaded, and what has arrived of it would not be whole."_s);
+    }
+    if (m_gc->isReceiving()) {
+        sentences.append(u"A file is being downloaded, and what has come of it would not be whole."_s);
+    }
+    if (const qsizetype waiting = m_fileUploadQueue.size(); waiting == 1) {
+        sentences.append(u"One file is waiting, and would not be uploaded."_s);
+    } else if (waiting > 1) {
+        sentences.append(u"%1 files are waiting, and would not be uploaded."_s.arg(QLocale().toString(waiting)));
+    }
+    return sentences.isEmpty() ? QString() : sentences.join(u"\n\n"_s);
 }
 
 QString ViewController::askInput(const QString& prompt, const QString& defaultText)

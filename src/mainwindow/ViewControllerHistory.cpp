@@ -1,4 +1,4 @@
-// What the history of this run is told. It observes; nothing that is sent depends on it.
+// What the history of this run and the desktop are told. They observe; nothing that is sent depends on them.
 
 #include "ViewController.h"
 
@@ -52,5 +52,20 @@ void ViewController::noteConfirmation()
 {
     if (m_history.isSending() && !m_pc->isSending()) {
         m_history.fileConfirmed(m_pc->totalBytesWritten(), m_streams.lastUploadReply());
+    }
+}
+
+void ViewController::tellActivity()
+{
+    TransferActivity activity{ .isMoving = m_pc->isSending() || m_gc->isReceiving(),
+                               .isWaiting = !m_fileUploadQueue.isEmpty() && m_hasDestination };
+    if (activity.isWaiting || (m_pc->isSending() && m_history.isQueueUnderWay())) {
+        activity.progress = m_history.queueProgress(m_pc->isSending() ? m_percent : 0);
+    } else if (activity.isMoving) {
+        activity.progress = static_cast<double>(m_percent) / 100;
+    }
+    if (activity != m_toldActivity) {
+        m_toldActivity = activity;
+        emit activityChanged(activity);
     }
 }

@@ -15,6 +15,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -82,10 +83,14 @@ void ViewController::onTick()
     const bool isNewSecond = showDate();
     showQueueLength();
     showProgress();
+    if (isNewSecond) {
+        showSpeed();
+    }
     showTexts();
     startNextUpload(isNewSecond);
     showListingState();
     showWhatCanBeDone();
+    tellActivity();
 }
 
 bool ViewController::showDate()
@@ -120,6 +125,18 @@ void ViewController::showProgress()
         m_shownBytes = m_bytes;
         m_ui->bytesFormattedTextField->setText(m_bytes ? stringForFileSize(*m_bytes) : u""_s);
     }
+}
+
+void ViewController::showSpeed()
+{
+    // Of two at once, the shown numbers are by turns the one's and the other's.
+    if (m_pc->isSending() == m_gc->isReceiving() || !m_bytes) {
+        m_rate.clear();
+    } else {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        m_rate.add(std::chrono::duration_cast<std::chrono::milliseconds>(now), *m_bytes);
+    }
+    m_ui->percentProgressIndicator->setToolTip(m_rate.text(m_percent));
 }
 
 void ViewController::showTexts()

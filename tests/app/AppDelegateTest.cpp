@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QPalette>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTimer>
 
@@ -60,6 +61,7 @@ protected:
     std::unique_ptr<ViewController> m_controller = std::make_unique<ViewController>(m_streams);
     AppDelegate m_delegate{ *m_controller };
     QElapsedTimer m_clock;
+    QTemporaryDir m_directory;
 };
 
 TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStartsThen)
@@ -315,6 +317,92 @@ TEST_F(AppDelegateTest, TheCommandsOfTheWindowReachTheApplication)
     set(u"Address"_s, u"other"_s);
     emit m_controller->updateWindowTitleAndList();
     EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }));
+}
+
+TEST_F(AppDelegateTest, QuittingAsksWhileFilesWaitAndCancelIsTheDefault)
+{
+    launch();
+    m_controller->uploadFiles({ u"/a"_s, u"/b"_s });
+
+    m_controller->window().close();
+
+    EXPECT_TRUE(m_controller->window().isVisible());
+    EXPECT_EQ(shownSheets(), QStringList{ u"Quit Quillbox?: 2 files are waiting, and would not be uploaded."_s });
+    auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
+    EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
+}
+
+TEST_F(AppDelegateTest, CancelGoesOnAndQuitEnds)
+{
+    launch();
+    m_controller->uploadFiles({ u"/a"_s });
+    m_controller->window().close();
+    answerSheet(u"Cancel"_s);
+    EXPECT_TRUE(m_controller->window().isVisible());
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    m_controller->uploadFiles({ u"/b"_s });
+
+    m_controller->window().close();
+    EXPECT_TRUE(m_controller->window().isVisible());
+    answerSheet(u"Quit"_s);
+
+    EXPECT_FALSE(m_controller->window().isVisible());
+}
+
+TEST_F(AppDelegateTest, TheQuestionIsAskedOnceAtATimeAndHoldsNoTransfer)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    launch();
+    m_controller->uploadFiles({ file.fileName(), u"/b"_s });
+
+    m_controller->window().close();
+    m_controller->window().close();
+    EXPECT_EQ(shownSheets().size(), 1);
+    m_controller->onTick();
+
+    EXPECT_TRUE(m_controller->pc().isSending());
+    answerSheet(u"Cancel"_s);
+    m_controller->window().close();
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"Quit Quillbox?: A file is being uploaded, and what has arrived of it would not be whole.\n\n"
+                     "One file is waiting, and would not be uploaded."_s });
+}
+
+TEST_F(AppDelegateTest, ADownloadIsAReasonToAskToo)
+{
+    launch();
+    m_controller->downloadFileTo(u"x"_s, m_directory.path());
+
+    m_controller->window().close();
+
+    EXPECT_TRUE(m_controller->window().isVisible());
+    m_controller->gc().stopReceiveWithStatus(u"Stopped"_s);
+}
+
+TEST_F(AppDelegateTest, WithNothingToLoseTheWindowCloses)
+{
+    launch();
+
+    m_controller->window().close();
+
+    EXPECT_FALSE(m_controller->window().isVisible());
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(AppDelegateTest, AtTheEndOfTheSessionNothingIsAsked)
+{
+    launch();
+    m_controller->uploadFiles({ u"/a"_s });
+
+    m_delegate.sessionEnds();
+    m_controller->window().close();
+
+    EXPECT_FALSE(m_controller->window().isVisible());
+    EXPECT_TRUE(shownSheets().isEmpty());
 }
 
 } // namespace

@@ -46,7 +46,8 @@ TEST_F(CommandsTest, CommandsAreEnabledExactlyWhenTheyCanAct)
     const QStringList always{ u"openFilesAction"_s,       u"quitAction"_s,
                               u"preferencesAction"_s,     u"aboutAction"_s,
                               u"manualTransfersAction"_s, u"welcomeAction"_s,
-                              u"copyLocationAction"_s,    u"newFolderAction"_s };
+                              u"copyLocationAction"_s,    u"newFolderAction"_s,
+                              u"historyAction"_s };
     const auto enabled = [&] {
         tick();
         QStringList names;

@@ -65,4 +65,21 @@ TEST_F(ViewControllerProgressTest, TheEndOfAnUploadLeavesNothingAlsoWhileADownlo
     EXPECT_EQ(progress(), nothingInTheMainWindow);
 }
 
+TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileAFileMoves)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    upload().sendOpenCompleted();
+    qint64 step = 0;
+
+    EXPECT_TRUE(waitFor([this, &step] {
+        m_controller->percentDone(10);
+        m_controller->bytesDone(static_cast<float>(++step * 1000));
+        return bar("percentProgressIndicator").toolTip().contains(u" left"_s);
+    }));
+
+    m_controller->stopButtonAction();
+    EXPECT_TRUE(waitFor([this] { return bar("percentProgressIndicator").toolTip().isEmpty(); }));
+}
+
 } // namespace

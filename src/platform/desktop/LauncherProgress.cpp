@@ -4,12 +4,13 @@
 #include <QVariantMap>
 
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-LauncherProgress::LauncherProgress(const QDBusConnection& sessionBus, const QString& desktopEntry)
-    : m_bus(sessionBus)
+LauncherProgress::LauncherProgress(QDBusConnection sessionBus, const QString& desktopEntry)
+    : m_bus(std::move(sessionBus))
     , m_launcher(u"application://%1.desktop"_s.arg(desktopEntry))
     , m_path(u"/com/canonical/unity/launcherentry/%1"_s.arg(qHash(m_launcher)))
 {

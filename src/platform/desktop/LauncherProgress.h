@@ -14,7 +14,7 @@ class LauncherProgress final : public QObject {
 
 public:
     /// @p desktopEntry is the name of the program's launcher file without the extension.
-    LauncherProgress(const QDBusConnection& sessionBus, const QString& desktopEntry);
+    LauncherProgress(QDBusConnection sessionBus, const QString& desktopEntry);
 
     /// From 0 to 1; nothing takes the bar away.
     void setProgress(std::optional<double> progress);

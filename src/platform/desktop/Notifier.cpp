@@ -18,8 +18,8 @@ const QString defaultAction = u"default"_s; ///< The notification itself is clic
 
 } // namespace
 
-Notifier::Notifier(const QDBusConnection& sessionBus, QString applicationName, QString desktopEntry)
-    : m_bus(sessionBus)
+Notifier::Notifier(QDBusConnection sessionBus, QString applicationName, QString desktopEntry)
+    : m_bus(std::move(sessionBus))
     , m_applicationName(std::move(applicationName))
     , m_desktopEntry(std::move(desktopEntry))
 {

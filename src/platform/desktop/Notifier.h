@@ -14,7 +14,7 @@ class Notifier final : public QObject {
 public:
     /// @p applicationName stands for the program, @p desktopEntry is the name of its launcher file without the
     /// extension.
-    Notifier(const QDBusConnection& sessionBus, QString applicationName, QString desktopEntry);
+    Notifier(QDBusConnection sessionBus, QString applicationName, QString desktopEntry);
 
     /// @p summary in plain text; @p body, which may be empty, must not hold what could be taken for markup.
     void show(const QString& summary, const QString& body);
@@ -23,10 +23,10 @@ signals:
     /// The user wants to see what the notification is about.
     void activated();
 
-private slots:
+private slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     void actionInvoked(uint id, const QString& action);
 
-private:
+private: // NOLINT(readability-redundant-access-specifiers): these are no slots
     void answered(const QDBusPendingCallWatcher& watcher);
 
     QDBusConnection m_bus;

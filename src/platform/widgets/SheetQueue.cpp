@@ -66,7 +66,7 @@ void SheetQueue::finished(const QMessageBox& box)
         // From the loop, when the window has been given back by the sheet that is just closing.
         RunLoop::dispatchAfter(0, this, [this] { showNext(); });
     }
-    if (isAlternate && sheet.onAlternate) {
-        sheet.onAlternate();
+    if (const std::function<void()>& then = isAlternate ? sheet.onAlternate : sheet.onDefault) {
+        then();
     }
 }

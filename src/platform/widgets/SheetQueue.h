@@ -16,6 +16,7 @@ struct Sheet {
     QString defaultButton = QStringLiteral("OK"); ///< Answers Return, and Escape.
     QString alternateButton = {}; ///< The other choice; empty: there is none.
     std::function<void()> onAlternate = {}; ///< The other choice was made.
+    std::function<void()> onDefault = {}; ///< The default choice was made, or the sheet was closed without any.
 };
 
 /// The sheets of one window: window-modal, one at a time, in the order in which they were raised. A message without a

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+#include <deque>
+#include <optional>
+
+/// How fast a transfer is at present, from what it has moved over the last seconds.
+class TransferRate {
+public:
+    /// So much has moved by @p time, from any beginning. Less than before means that another transfer has begun.
+    void add(std::chrono::milliseconds time, quint64 bytes);
+    void clear() { m_samples.clear(); }
+
+    /// Bytes per second; nothing until it can be told.
+    std::optional<double> bytesPerSecond() const;
+    /// Speed and time left, when @p percent of the transfer have moved; null until they can be told.
+    QString text(float percent) const;
+
+private:
+    struct Sample {
+        std::chrono::milliseconds time;
+        quint64 bytes;
+    };
+    std::deque<Sample> m_samples; ///< The latest ones, oldest first.
+};

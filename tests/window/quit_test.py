@@ -1,0 +1,67 @@
+"""Leaving the program while there is something to lose."""
+
+import unittest
+
+from desktop import wait_for
+from window_test import WindowTest
+
+
+class Quit(WindowTest):
+    def start_busy(self):
+        """Starts the program with a long file on its way and another one waiting."""
+        self.settings()
+        self.server.read_at_most(500_000)
+        program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
+        wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
+        self.to_front(program)
+        return program
+
+    def to_front(self, program):
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^(ftp:|Quillbox)"), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+
+    def ask(self, program):
+        self.desktop.key("ctrl+q")
+        title, text = wait_for(program.sheet, "the question")
+        self.assertEqual(title, "Quit Quillbox?")
+        return text
+
+    def test_files_go_on_while_the_question_is_up_and_return_cancels(self):
+        program = self.start_busy()
+
+        text = self.ask(program)
+
+        self.assertIn("A file is being uploaded", text)
+        self.assertIn("One file is waiting", text)
+        before = program.value("Transfer progress")
+        wait_for(lambda: program.value("Transfer progress") > before, "the file to go on")
+        self.desktop.key("Return")
+        wait_for(lambda: program.sheet() is None, "the question to go")
+        self.assertIsNone(program.process.poll())
+        program.press("Stop")
+        self.wait_for_files("two")
+
+    def test_quit_ends_the_program(self):
+        program = self.start_busy()
+        self.ask(program)
+
+        program.press("Quit")
+
+        self.assertEqual(program.exit_code(), 0)
+        self.assertEqual(program.output(), "")
+
+    def test_nothing_is_asked_when_all_is_done(self):
+        self.settings()
+        program = self.launch(self.file("one"))
+        self.wait_for_files("one")
+        self.wait_for_status(program, "Upload succeeded")
+        self.to_front(program)
+
+        self.desktop.key("ctrl+q")
+
+        self.assertEqual(program.exit_code(), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
