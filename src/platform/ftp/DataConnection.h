@@ -12,7 +12,10 @@ class DeliveryGate;
 /// The data connection of one transfer: a raw non-blocking socket, watched only while somebody wants to read or write,
 /// so that nothing is buffered twice and a partial write is seen as what it is.
 ///
-/// Every signal comes from the event loop, and none while the gate is closed.
+/// Every signal comes from the event loop, and none while the gate is closed. One turn of the loop may bring several
+/// signals, for a moment that nobody notices, since a turn costs more than a block of data.
+///
+/// Destroyed through the loop: it may be the one that is reporting.
 class DataConnection final : public QObject {
     Q_OBJECT
 
@@ -29,18 +32,19 @@ public:
     void watchForWriting();
     void stopWatching();
 
+    /// What a read would meet.
     enum class Pending {
         Nothing,
         Bytes,
         End, ///< The peer has ended its side and everything has been read.
         Failure,
     };
-    /// What a read would meet.
-    Pending pending() const;
     /// Bytes read, 0 at the end, -1 when nothing could be read.
     qint64 read(std::span<char> buffer);
-    /// Bytes taken, 0 when nothing could be taken, -1 on failure.
-    qint64 write(std::span<const char> data);
+    enum class Further { None, Follows };
+    /// Bytes taken, 0 when nothing could be taken, -1 on failure. What is followed by more may wait for it, so that
+    /// full packets are sent.
+    qint64 write(std::span<const char> data, Further further);
     /// Bytes that were taken and that the peer has not acknowledged.
     qint64 unacknowledgedBytes() const;
 
@@ -53,7 +57,7 @@ public:
 
 signals:
     void connected();
-    void readable();
+    void readable(DataConnection::Pending pending); ///< Not for Nothing.
     void writable();
     void failed();
 
@@ -61,6 +65,10 @@ private:
     void watch(QSocketNotifier::Type type);
     void updateNotifier();
     void activated();
+    bool isWatchedFor(QSocketNotifier::Type type) const;
+    bool reportReadable();
+    bool reportWritable();
+    Pending pending() const;
     void finishConnecting();
     void closeSocket();
 

@@ -82,7 +82,7 @@ private:
     void serviceEnds(const Reply& reply);
 
     void dataConnected();
-    void dataReadable();
+    void dataReadable(DataConnection::Pending pending);
     void dataWritable();
     void dataFailed();
     void accepted();

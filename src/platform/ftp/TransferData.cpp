@@ -35,7 +35,7 @@ void Transfer::accepted()
     report(FTPStreamEvent::OpenCompleted);
 }
 
-void Transfer::dataReadable()
+void Transfer::dataReadable(DataConnection::Pending pending)
 {
     if (m_state == State::Opening) {
         // The announcement is normally there before the data, so a short wait is enough; but some servers make none.
@@ -44,7 +44,7 @@ void Transfer::dataReadable()
         m_watchdog.start(m_pool.timeouts().acceptance);
         return;
     }
-    switch (m_data.pending()) {
+    switch (pending) {
     case DataConnection::Pending::Nothing:
         break;
     case DataConnection::Pending::Bytes:
@@ -114,8 +114,10 @@ qint64 Transfer::write(std::span<const char> data)
     if (m_request.kind != Kind::Upload || m_state != State::Moving) {
         return -1;
     }
-    const qint64 wanted = std::min(static_cast<qint64>(data.size()), m_request.length - m_moved);
-    const qint64 count = m_data.write(data.first(static_cast<std::size_t>(wanted)));
+    const qint64 left = m_request.length - m_moved;
+    const qint64 wanted = std::min(static_cast<qint64>(data.size()), left);
+    const auto further = wanted < left ? DataConnection::Further::Follows : DataConnection::Further::None;
+    const qint64 count = m_data.write(data.first(static_cast<std::size_t>(wanted)), further);
     if (count < 0) {
         dataFailed();
         return static_cast<qint64>(data.size());
