@@ -13,6 +13,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -116,6 +117,9 @@ void DataConnection::activated()
     do {
         isReady = type == QSocketNotifier::Read ? reportReadable() : reportWritable();
     } while (isReady && isWatchedFor(type) && !turn.hasExpired());
+    if (type == QSocketNotifier::Write) {
+        m_unacknowledged = unacknowledgedBytes();
+    }
 }
 
 bool DataConnection::isWatchedFor(QSocketNotifier::Type type) const
@@ -184,17 +188,22 @@ qint64 DataConnection::read(std::span<char> buffer)
     return count;
 }
 
-qint64 DataConnection::write(std::span<const char> data, Further further)
+qint64 DataConnection::write(std::span<const char> data)
 {
-    const int flags = MSG_NOSIGNAL | (further == Further::Follows ? MSG_MORE : 0);
     ssize_t count = -1;
     do {
-        count = ::send(m_socket, data.data(), data.size(), flags);
+        count = ::send(m_socket, data.data(), data.size(), MSG_NOSIGNAL);
     } while (count < 0 && errno == EINTR);
     if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
         return 0;
     }
     return count;
+}
+
+bool DataConnection::hasProgressed()
+{
+    const qint64 before = std::exchange(m_unacknowledged, unacknowledgedBytes());
+    return m_unacknowledged < before;
 }
 
 qint64 DataConnection::unacknowledgedBytes() const

@@ -41,14 +41,12 @@ public:
     };
     /// Bytes read, 0 at the end, -1 when nothing could be read.
     qint64 read(std::span<char> buffer);
-    enum class Further { None, Follows };
-    /// Bytes taken, 0 when nothing could be taken, -1 on failure. What is followed by more may wait for it, so that
-    /// full packets are sent.
-    qint64 write(std::span<const char> data, Further further);
-    /// Bytes that were taken and that the peer has not acknowledged.
-    qint64 unacknowledgedBytes() const;
+    /// Bytes taken, 0 when nothing could be taken, -1 on failure. Meant for use from inside writable().
+    qint64 write(std::span<const char> data);
+    /// Whether the peer has acknowledged something since bytes were last taken, or since this was last asked.
+    bool hasProgressed();
 
-    /// Tells the peer that everything has been sent. The socket stays, so that unacknowledgedBytes() goes on.
+    /// Tells the peer that everything has been sent. The socket stays, so that hasProgressed() goes on.
     void endWriting();
     /// Closes in good order.
     void close();
@@ -68,6 +66,7 @@ private:
     bool isWatchedFor(QSocketNotifier::Type type) const;
     bool reportReadable();
     bool reportWritable();
+    qint64 unacknowledgedBytes() const;
     Pending pending() const;
     void finishConnecting();
     void closeSocket();
@@ -77,4 +76,5 @@ private:
     QSocketNotifier* m_notifier = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
     bool m_connecting = false;
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
+    qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
 };

@@ -114,17 +114,14 @@ qint64 Transfer::write(std::span<const char> data)
     if (m_request.kind != Kind::Upload || m_state != State::Moving) {
         return -1;
     }
-    const qint64 left = m_request.length - m_moved;
-    const qint64 wanted = std::min(static_cast<qint64>(data.size()), left);
-    const auto further = wanted < left ? DataConnection::Further::Follows : DataConnection::Further::None;
-    const qint64 count = m_data.write(data.first(static_cast<std::size_t>(wanted)), further);
+    const qint64 wanted = std::min(static_cast<qint64>(data.size()), m_request.length - m_moved);
+    const qint64 count = m_data.write(data.first(static_cast<std::size_t>(wanted)));
     if (count < 0) {
         dataFailed();
         return static_cast<qint64>(data.size());
     }
     m_moved += count;
     m_watchdog.touch();
-    m_unacknowledged = m_data.unacknowledgedBytes();
     if (m_moved == m_request.length) {
         m_data.endWriting();
         m_state = State::Confirming;
@@ -163,8 +160,7 @@ void Transfer::silence()
     case State::Moving:
     case State::Confirming:
         // On a slow line the kernel still sends what was taken long ago.
-        if (const qint64 left = m_data.unacknowledgedBytes(); left < m_unacknowledged) {
-            m_unacknowledged = left;
+        if (m_data.hasProgressed()) {
             m_watchdog.start(m_state == State::Moving ? m_pool.timeouts().stalledData : m_pool.timeouts().confirmation);
             return;
         }
