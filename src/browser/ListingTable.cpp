@@ -17,6 +17,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
+/// How long an emptied table keeps its picture while nothing has come.
+constexpr auto longestHold = 200ms;
+/// How often the table shows what keeps coming. A picture of it costs more than a block of items.
+constexpr auto pictureInterval = 80ms;
+
 /// Gives the titles the margins of the cells.
 class HeaderStyle final : public QProxyStyle {
 public:
@@ -48,7 +53,6 @@ ListingTable::ListingTable(QWidget* parent)
     setTabKeyNavigation(false);
     setUpHeaders();
     m_hold.setSingleShot(true);
-    m_hold.setInterval(200ms);
     connect(&m_hold, &QTimer::timeout, this, &ListingTable::showAgain);
 }
 
@@ -137,12 +141,12 @@ void ListingTable::keepPlace()
     }
     m_searchedArrivals = 0;
     setUpdatesEnabled(false);
-    m_hold.start();
+    m_hold.start(longestHold);
 }
 
 void ListingTable::restorePlace()
 {
-    showAgain();
+    showSoon();
     const ListEntries& entries = m_listing->entries();
     for (; !m_wantedName.isNull() && m_searchedArrivals < entries.size(); ++m_searchedArrivals) {
         if (entries.arrival(m_searchedArrivals).name == m_wantedName) {
@@ -169,12 +173,25 @@ void ListingTable::forgetPlace()
 
 void ListingTable::listingEnded()
 {
-    showAgain();
+    showSoon();
     if (m_wantedScroll) {
         updateGeometries();
         verticalScrollBar()->setValue(*m_wantedScroll); // As far as there is still something.
     }
     forgetPlace();
+}
+
+/// Shows what the table holds, at once when the last picture is old enough.
+void ListingTable::showSoon()
+{
+    const auto age
+        = std::chrono::milliseconds(m_sincePicture.isValid() ? m_sincePicture.elapsed() : pictureInterval.count());
+    if (age >= pictureInterval) {
+        showAgain();
+        return;
+    }
+    setUpdatesEnabled(false);
+    m_hold.start(pictureInterval - age);
 }
 
 void ListingTable::showAgain()
@@ -185,12 +202,14 @@ void ListingTable::showAgain()
 
 void ListingTable::keyPressEvent(QKeyEvent* event)
 {
+    showAgain();
     forgetPlace();
     QTableView::keyPressEvent(event);
 }
 
 void ListingTable::mousePressEvent(QMouseEvent* event)
 {
+    showAgain();
     forgetPlace();
     QTableView::mousePressEvent(event);
     if (!indexAt(event->position().toPoint()).isValid()) {
@@ -232,6 +251,7 @@ QModelIndex ListingTable::moveCursor(CursorAction action, Qt::KeyboardModifiers 
 
 void ListingTable::paintEvent(QPaintEvent* event)
 {
+    m_sincePicture.start();
     QTableView::paintEvent(event);
     QPainter painter(viewport());
     if (model() == nullptr || model()->rowCount() == 0) {

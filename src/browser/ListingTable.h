@@ -2,6 +2,7 @@
 
 #include "SortDescriptor.h"
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QString>
 #include <QTableView>
@@ -54,6 +55,7 @@ private:
     void keepPlace();
     void restorePlace();
     void forgetPlace();
+    void showSoon();
     void showAgain();
 
     ListingModel* m_listing = nullptr;
@@ -62,4 +64,5 @@ private:
     std::optional<int> m_wantedScroll;
     int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.
     QTimer m_hold; ///< Runs while the old picture stays.
+    QElapsedTimer m_sincePicture; ///< Since the table was last painted.
 };
