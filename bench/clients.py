@@ -25,7 +25,7 @@ class Curl:
 
 class Lftp:
     name = "lftp"
-    settings = "set ftp:ssl-allow no; set net:max-retries 1; set cmd:interactive no; "
+    settings = "set ftp:ssl-allow no; set net:max-retries 1; set ftp:prefer-epsv yes; set cmd:interactive no; "
 
     def __init__(self, login, address="127.0.0.1", sync=None):
         """sync: whether each command waits for the reply to the one before; None leaves it to lftp."""

@@ -86,6 +86,15 @@ def transfers(events):
     return found
 
 
+def parts(events, verb):
+    """What passed for each transfer of that verb, from its first command to its final reply."""
+    return [
+        [event for event in events if event.connection == last.connection and first.time <= event.time <= last.time]
+        for done, first, last in transfers(events)
+        if done == verb
+    ]
+
+
 def counts(events):
     """How many commands, round trips, control and data connections. A round trip is one command, or several sent at one
     stroke, whose replies are waited for."""
