@@ -88,11 +88,16 @@ def transfers(events):
 
 def parts(events, verb):
     """What passed for each transfer of that verb, from its first command to its final reply."""
-    return [
-        [event for event in events if event.connection == last.connection and first.time <= event.time <= last.time]
-        for done, first, last in transfers(events)
-        if done == verb
-    ]
+    ends = {id(last) for done, _, last in transfers(events) if done == verb}
+    begins = {id(first) for _, first, _ in transfers(events)}
+    under_way, found = {}, []
+    for event in events:
+        if id(event) in begins:
+            under_way[event.connection] = []
+        under_way.get(event.connection, []).append(event)
+        if id(event) in ends:
+            found.append(under_way[event.connection])
+    return found
 
 
 def counts(events):

@@ -31,12 +31,21 @@ def link():
         yield Conversation(process.stdout)
 
 
-def first_and_further(events):
-    """Seconds from the first packet to the confirmation of the first file; from there on for each further one."""
-    ends = [last.time for verb, _, last in transfers(events) if verb == "STOR"]
+def first_and_further(events, ends):
+    """Seconds from the first packet to the first of the ends of files; from there on for each further one."""
     if len(ends) < 2:
         return 0, 0
     return ends[0] - events[0].time, (ends[-1] - ends[0]) / (len(ends) - 1)
+
+
+def ends_of_uploads(events):
+    """Of a client that lists in between."""
+    return [last.time for verb, _, last in transfers(events) if verb == "STOR"]
+
+
+def confirmations(events):
+    """Of a client that does nothing but upload, but may send commands ahead of replies."""
+    return [event.time for event in events if event.what == "<" and event.text.startswith("226 ")]
 
 
 def upload_far(bench, conversation):
@@ -54,11 +63,11 @@ def upload_far(bench, conversation):
                     conversation.wait_for_quiet(0.3)
                     mark = conversation.mark()
 
-                def finish():
+                def finish(ends_of):
                     conversation.wait_for_quiet(0.3)
                     events = conversation.since(mark)
                     take_away(root)
-                    return (*first_and_further(events), events)
+                    return (*first_and_further(events, ends_of(events)), events)
 
                 def ours():
                     nonlocal cpu
@@ -66,18 +75,18 @@ def upload_far(bench, conversation):
                     with Window(bench.desktop, bench.program, settings_of(login, FAR), files) as window:
                         usage = measured(window, lambda: None, lambda: conversation.wait_for(mark, count, "STOR"))
                         cpu = usage
-                        return finish()
+                        return finish(ends_of_uploads)
 
                 def theirs(command):
                     begin()
                     run(command)
-                    return finish()
+                    return finish(confirmations)
 
                 def other(command):
                     try:
                         return theirs(command)
                     except RuntimeError:  # Not every client gets on with every server in every mode.
-                        finish()
+                        finish(confirmations)
                         return None
 
                 cpu = None

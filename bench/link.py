@@ -25,6 +25,8 @@ TUNSETIFF = 0x400454CA
 IFF_TUN_NO_PI = 0x1001
 LARGEST_PACKET = 65536
 SYN, ACK = 0x02, 0x10
+SERVERS_FIRST = (b"220", b"120")
+CLIENTS_FIRST = (b"USER ", b"FEAT")  # Of those that do not wait for the greeting.
 
 
 def make_device():
@@ -45,7 +47,7 @@ def swapped(packet):
 
 
 class Listener:
-    """Reads along on TCP. Control connections are those that a server begins with 220; all others carry data."""
+    """Reads along on TCP. Control connections are those that begin as such; all others carry data."""
 
     def __init__(self):
         self._flows = {}  # By the ports of client and server.
@@ -73,7 +75,7 @@ class Listener:
         if flow is None or not payload or flow.is_data:
             return
         if flow.is_data is None:
-            flow.is_data = from_client or not payload.startswith((b"220", b"120"))
+            flow.is_data = not payload.startswith(CLIENTS_FIRST if from_client else SERVERS_FIRST)
             self._tell(flow.number, "d" if flow.is_data else "+")
             if flow.is_data:
                 return

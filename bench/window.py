@@ -67,9 +67,13 @@ class Window:
     # What a user does.
 
     def open(self, paths):
-        """Opens files with the running program, as a file manager does; answers when it has them."""
+        """Opens files with the running program, as a file manager does; it has them when this returns."""
+        self.seconds_to_accept(paths)
+
+    def seconds_to_accept(self, paths):
+        """The same; answers how long it took."""
         uris = ["file://" + path for path in paths]
-        self._call("org.freedesktop.Application", "Open", "(asa{sv})", (uris, {}))
+        return self._call("org.freedesktop.Application", "Open", "(asa{sv})", (uris, {}))
 
     def key(self, name):
         self._desktop.key(name)
@@ -84,9 +88,7 @@ class Window:
 
     def answer_seconds(self):
         """How long the program's loop takes to come round to a question over the bus."""
-        start = time.monotonic()
-        self._call("org.freedesktop.DBus.Properties", "GetAll", "(s)", ("org.freedesktop.Application",))
-        return time.monotonic() - start
+        return self._call("org.freedesktop.DBus.Properties", "GetAll", "(s)", ("org.freedesktop.Application",))
 
     def answers_while(self, busy, pause=0.004):
         """Asks again and again while busy() says so; answers all the times that it took, in seconds."""
@@ -124,10 +126,12 @@ class Window:
         if self._bus is None:
             self._bus = Gio.bus_get_sync(Gio.BusType.SESSION)
             wait_for(lambda: self._owner(Gio, GLib), "the program's name on the bus")
+        message = GLib.Variant(signature, arguments)
+        start = time.monotonic()
         self._bus.call_sync(
-            BUS_NAME, OBJECT_PATH, interface, method, GLib.Variant(signature, arguments), None,
-            Gio.DBusCallFlags.NO_AUTO_START, 60_000, None,
+            BUS_NAME, OBJECT_PATH, interface, method, message, None, Gio.DBusCallFlags.NO_AUTO_START, 60_000, None
         )
+        return time.monotonic() - start
 
     def _owner(self, gio, glib):
         place = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner")
