@@ -32,10 +32,12 @@ def link():
 
 
 def first_and_further(events, ends):
-    """Seconds from the first packet to the first of the ends of files; from there on for each further one."""
+    """Seconds from the first packet to the first of the ends of files; from one end to the next, as the median and as
+    the mean, which has in it that our second file waits for a second login, while the first is listed."""
     if len(ends) < 2:
-        return 0, 0
-    return ends[0] - events[0].time, (ends[-1] - ends[0]) / (len(ends) - 1)
+        return 0, 0, 0
+    gaps = [later - earlier for earlier, later in zip(ends, ends[1:])]
+    return ends[0] - events[0].time, statistics.median(gaps), statistics.mean(gaps)
 
 
 def ends_of_uploads(events):
@@ -108,14 +110,14 @@ def _upload_rows(make, count, results, others, goal, cpu):
     def of_others(index):
         return ", ".join(f"{name} {result[index] * 1000:.0f}" if result else f"{name} fails" for name, result in others.items())
 
-    events = results["ours"][-1][2]
+    events = results["ours"][-1][3]
     uploads = parts(events, "STOR")
     first = of_counts(counts(uploads[0]))
     further = [counts(part)["commands"] for part in uploads[1:]]
     yield Row(
-        f"{count} files of 4 KiB at 50 ms: each further", make, spread(each("ours", 1), "{:.0f}") + " ms",
-        f"≤ {goal} ms, ratio ≤ 0.85", curl=median(each("curl", 1), "{:.0f}") + " ms",
-        ratio=paired(each("ours", 1), each("curl", 1)), others=of_others(1), cpu=f"{cpu.cpu:.2f}",
+        f"{count} files of 4 KiB at 50 ms: each further", make,
+        f"{spread(each('ours', 1), '{:.0f}')} ms, mean {median(each('ours', 2), '{:.0f}')}", f"≤ {goal} ms, ratio ≤ 0.85",
+        curl=median(each("curl", 1), "{:.0f}") + " ms", ratio=paired(each("ours", 1), each("curl", 1)), others=of_others(1), cpu=f"{cpu.cpu:.2f}",
         peak=f"{cpu.peak:.0f}", commands=f"{statistics.mean(further):.1f}",
         trips=f"{results['ours'][-1][1] / ROUND_TRIP:.1f}",
         connections=f"{counts(events)['control']} control in all",
