@@ -108,7 +108,8 @@ def _upload_rows(make, count, results, others, goal, cpu):
         return [result[index] * 1000 for result in results[name]]
 
     def of_others(index):
-        return ", ".join(f"{name} {result[index] * 1000:.0f}" if result else f"{name} fails" for name, result in others.items())
+        texts = {name: f"{result[index] * 1000:.0f}" if result else "fails" for name, result in others.items()}
+        return ", ".join(f"{name} {text}" for name, text in texts.items())
 
     events = results["ours"][-1][3]
     uploads = parts(events, "STOR")
@@ -116,8 +117,9 @@ def _upload_rows(make, count, results, others, goal, cpu):
     further = [counts(part)["commands"] for part in uploads[1:]]
     yield Row(
         f"{count} files of 4 KiB at 50 ms: each further", make,
-        f"{spread(each('ours', 1), '{:.0f}')} ms, mean {median(each('ours', 2), '{:.0f}')}", f"≤ {goal} ms, ratio ≤ 0.85",
-        curl=median(each("curl", 1), "{:.0f}") + " ms", ratio=paired(each("ours", 1), each("curl", 1)), others=of_others(1), cpu=f"{cpu.cpu:.2f}",
+        f"{spread(each('ours', 1), '{:.0f}')} ms, mean {median(each('ours', 2), '{:.0f}')}",
+        f"≤ {goal} ms, ratio ≤ 0.85", curl=median(each("curl", 1), "{:.0f}") + " ms",
+        ratio=paired(each("ours", 1), each("curl", 1)), others=of_others(1), cpu=f"{cpu.cpu:.2f}",
         peak=f"{cpu.peak:.0f}", commands=f"{statistics.mean(further):.1f}",
         trips=f"{results['ours'][-1][1] / ROUND_TRIP:.1f}",
         connections=f"{counts(events)['control']} control in all",
