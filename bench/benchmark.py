@@ -10,21 +10,25 @@ BUILD = os.path.join(TOP, "build", "bench")
 
 
 def build(target):
-    """Builds the program that stands for ours, as it is released, and answers its path."""
+    """Builds a program as it is released, and answers its path: one of the benchmarks, or Quillbox itself."""
     for command in (
         ["cmake", "--preset", "release", "-B", BUILD, "-D", "QUILLBOX_BENCH=ON"],
         ["cmake", "--build", BUILD, "--target", target],
     ):
         subprocess.run(command, cwd=TOP, check=True, stdout=subprocess.DEVNULL)
-    return os.path.join(BUILD, "bench", target)
+    return os.path.join(BUILD, "" if target == "Quillbox" else "bench", target)
 
 
 @contextlib.contextmanager
 def helper(*command):
-    """Runs a program from tests/servers; gives the words of its first line, and the process."""
+    """Runs a program from tests/servers, or at a path; gives the words of its first line, and the process."""
     with subprocess.Popen(command, cwd=SERVERS, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as process:
         words = process.stdout.readline().split()
         if not words:
             process.wait()
             raise RuntimeError(f"{command[0]} has not started")
-        yield dict(zip(words[::2], words[1::2])), process
+        try:
+            yield dict(zip(words[::2], words[1::2])), process
+        finally:
+            process.stdin.close()  # Which ends it; whoever still reads what it says comes to an end, too.
+            process.wait()

@@ -14,6 +14,15 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+namespace {
+
+/// How long an emptied table keeps its picture while nothing has come.
+constexpr auto longestHold = 200ms;
+/// How often the table shows what keeps coming. A picture of it costs more than a block of items.
+constexpr auto pictureInterval = 80ms;
+
+} // namespace
+
 ListingTable::ListingTable(QWidget* parent)
     : TextTable(parent)
 {
@@ -22,7 +31,6 @@ ListingTable::ListingTable(QWidget* parent)
     setAcceptDrops(true);
     setUpHeaders();
     m_hold.setSingleShot(true);
-    m_hold.setInterval(200ms);
     connect(&m_hold, &QTimer::timeout, this, &ListingTable::showAgain);
 }
 
@@ -95,12 +103,12 @@ void ListingTable::keepPlace()
     }
     m_searchedArrivals = 0;
     setUpdatesEnabled(false);
-    m_hold.start();
+    m_hold.start(longestHold);
 }
 
 void ListingTable::restorePlace()
 {
-    showAgain();
+    showSoon();
     const ListEntries& entries = m_listing->entries();
     for (; !m_wantedName.isNull() && m_searchedArrivals < entries.size(); ++m_searchedArrivals) {
         if (entries.arrival(m_searchedArrivals).name == m_wantedName) {
@@ -126,7 +134,7 @@ void ListingTable::forgetPlace()
 
 void ListingTable::listingEnded()
 {
-    showAgain();
+    showSoon();
     if (m_wantedScroll) {
         updateGeometries();
         verticalScrollBar()->setValue(*m_wantedScroll); // As far as there is still something.
@@ -155,6 +163,19 @@ void ListingTable::selectionChanges()
     emit tableViewSelectionDidChange();
 }
 
+/// Shows what the table holds, at once when the last picture is old enough.
+void ListingTable::showSoon()
+{
+    const auto age
+        = std::chrono::milliseconds(m_sincePicture.isValid() ? m_sincePicture.elapsed() : pictureInterval.count());
+    if (age >= pictureInterval) {
+        showAgain();
+        return;
+    }
+    setUpdatesEnabled(false);
+    m_hold.start(pictureInterval - age);
+}
+
 void ListingTable::showAgain()
 {
     m_hold.stop();
@@ -163,6 +184,7 @@ void ListingTable::showAgain()
 
 void ListingTable::keyPressEvent(QKeyEvent* event)
 {
+    showAgain();
     static constexpr std::array modifiers{ Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, Qt::Key_AltGr, Qt::Key_Meta };
     if (std::find(modifiers.begin(), modifiers.end(), event->key()) == modifiers.end()) {
         m_wantedScroll.reset(); // Not for those alone: they are part of going to another window.
@@ -179,6 +201,7 @@ void ListingTable::keyPressEvent(QKeyEvent* event)
 
 void ListingTable::mousePressEvent(QMouseEvent* event)
 {
+    showAgain();
     forgetPlace();
     TextTable::mousePressEvent(event);
     if (!indexAt(event->position().toPoint()).isValid()) {
@@ -223,4 +246,12 @@ QModelIndex ListingTable::moveCursor(CursorAction action, Qt::KeyboardModifiers 
     default:
         return TextTable::moveCursor(action, modifiers);
     }
+}
+
+// Painting.
+
+void ListingTable::paintEvent(QPaintEvent* event)
+{
+    m_sincePicture.start();
+    TextTable::paintEvent(event);
 }

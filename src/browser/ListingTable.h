@@ -4,6 +4,7 @@
 #include "TableDragging.h"
 #include "TextTable.h"
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QString>
 #include <QTimer>
@@ -42,6 +43,7 @@ public: // What a view answers to.
     void keyboardSearch(const QString& text) override;
 
 protected:
+    void paintEvent(QPaintEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -62,6 +64,7 @@ private:
     void forgetPlace();
     void selectionChanges();
     void goTo(int row, QItemSelectionModel::SelectionFlags flags);
+    void showSoon();
     void showAgain();
     TableDrop dropAt(const QPoint& point) const;
     void setDropTarget(bool isDropTarget);
@@ -78,4 +81,5 @@ private:
     TableDragging* m_dragging = nullptr;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the table.
     bool m_isDropTarget = false; ///< As a whole, and shown so.
+    QElapsedTimer m_sincePicture; ///< Since the table was last painted.
 };

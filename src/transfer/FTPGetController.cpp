@@ -34,6 +34,7 @@ void FTPGetController::startReceive(const QString& address, const QString& usern
                                     const QString& file)
 {
     m_pathToDownload = address;
+    m_receivingStatus = u"Receiving \"%1\""_s.arg(PathText::lastPathComponent(address));
     if (isReceiving()) {
         ShowAlertAfterDelay(u"A network operation is already running."_s, u"Try again when it completes."_s);
         return;
@@ -113,7 +114,7 @@ void FTPGetController::openCompleted()
 void FTPGetController::receiveStep()
 {
     const Watch watch(*this);
-    updateStatus(u"Receiving \"%1\""_s.arg(PathText::lastPathComponent(m_pathToDownload)));
+    updateStatus(m_receivingStatus);
     if (!watch.isUndisturbed()) {
         return;
     }

@@ -78,4 +78,5 @@ private:
     qint64 m_fileSize = 0;
     qint64 m_totalBytesWritten = 0;
     QString m_pathToDownload;
+    QString m_receivingStatus; ///< Names the file of m_pathToDownload; said for each block.
 };

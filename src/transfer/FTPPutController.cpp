@@ -31,6 +31,7 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
                                  const QString& password)
 {
     m_pathToUpload = filePath;
+    m_sendingStatus = u"Sending \"%1\""_s.arg(PathText::lastPathComponent(filePath));
     if (isSending() || m_fileStream != nullptr || filePath.isNull() || !QFileInfo::exists(filePath)) {
         return;
     }
@@ -95,7 +96,7 @@ void FTPPutController::sendStep()
 {
     const Watch watch(*this);
     // By pathToUpload: a start that was ignored while this upload runs gives the text its name.
-    updateStatus(u"Sending \"%1\""_s.arg(PathText::lastPathComponent(m_pathToUpload)));
+    updateStatus(m_sendingStatus);
     if (!watch.isUndisturbed()) {
         return;
     }

@@ -77,4 +77,5 @@ private:
     qint64 m_fileSize = 0;
     qint64 m_totalBytesWritten = 0;
     QString m_pathToUpload;
+    QString m_sendingStatus; ///< Names the file of m_pathToUpload; said for each block.
 };

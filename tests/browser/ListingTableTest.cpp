@@ -38,6 +38,11 @@ protected:
         const int row = m_table.selectedRow();
         return row < 0 ? QString() : m_model.entries().at(row).name;
     }
+    void paint()
+    {
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_table));
+        m_table.viewport()->repaint();
+    }
     void press(Qt::Key key) { QTest::keyClick(&m_table, key); }
 
     ListingModel m_model;
@@ -253,9 +258,33 @@ TEST_F(ListingTableTest, TheOldPictureStaysForAMomentOnly)
     m_model.add(numbered(0, 3));
     m_model.clear();
     m_model.add(numbered(0, 3));
-    EXPECT_TRUE(m_table.updatesEnabled());
+    EXPECT_TRUE(waitFor([this] { return m_table.updatesEnabled(); }));
     m_model.clear();
     m_table.listingEnded();
+    EXPECT_TRUE(waitFor([this] { return m_table.updatesEnabled(); }));
+}
+
+TEST_F(ListingTableTest, ItemsThatComeRightAfterAPictureWaitForTheNextOne)
+{
+    m_model.add(numbered(0, 3));
+    paint();
+
+    m_model.add(numbered(3, 6));
+
+    EXPECT_EQ(m_model.rowCount(), 6);
+    EXPECT_FALSE(m_table.updatesEnabled());
+    EXPECT_TRUE(waitFor([this] { return m_table.updatesEnabled(); }));
+}
+
+TEST_F(ListingTableTest, WhoeverUsesTheTableSeesItAtOnce)
+{
+    m_model.add(numbered(0, 3));
+    paint();
+    m_model.add(numbered(3, 6));
+    ASSERT_FALSE(m_table.updatesEnabled());
+
+    press(Qt::Key_Down);
+
     EXPECT_TRUE(m_table.updatesEnabled());
 }
 

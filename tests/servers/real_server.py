@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS [PORT]]  (makes: vsftpd, proftpd,
-pyftpdlib)
+pyftpdlib, pure-ftpd)
 
 The server listens on a free port of 127.0.0.1, or on the address and the port given, and serves the folder ROOT, which
 is where its login begins. Uploading, overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's

@@ -6,6 +6,7 @@ import grp
 import os
 import pwd
 import shutil
+import subprocess
 import sys
 
 FETCHED = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", "..", "build", "servers"))
@@ -133,6 +134,36 @@ class Proftpd:
         return [self._path, "--nodaemon", "--config", _write(folder, "proftpd.conf", lines)]
 
 
+class PureFtpd:
+    """It serves nobody as root, so that files go by the account "nobody", and only root can start it."""
+
+    user = "tester"
+    account = pwd.getpwnam("nobody")
+
+    def __init__(self):
+        self._path = _program("pure-ftpd")
+        if os.getuid() != 0:
+            raise OSError("pure-ftpd can only be started by root")
+
+    def prepare(self, login, root, folder):
+        os.chown(root, self.account.pw_uid, self.account.pw_gid)
+        fields = [login.user, _crypt(login.password), self.account.pw_uid, self.account.pw_gid, "", f"{root}/./"]
+        users = _write(folder, "users", ":".join(map(str, fields)) + ":" * 12 + "\n")
+        database = os.path.join(folder, "users.pdb")
+        tool = os.path.join(os.path.dirname(self._path), "..", "bin", "pure-pw")
+        subprocess.run([tool, "mkdb", database, "-f", users], check=True, env={**os.environ, **environment()})
+        settings = {
+            "--bind": f"{login.address},{login.port}",
+            "--login": f"puredb:{database}",
+            "--minuid": 1,
+            "--umask": "022:022",
+            "--limitrecursion": "1000000:10",
+            "--pidfile": os.path.join(folder, "pid"),
+        }
+        words = [word for item in settings.items() for word in map(str, item)]
+        return [self._path, "--ipv4only", "--noanonymous", "--dontresolve", *words]
+
+
 class Pyftpdlib:
     user = "tester"
 
@@ -149,4 +180,4 @@ def _crypt(password):
     return crypt(password.encode(), b"$6$" + os.urandom(6).hex().encode() + b"$").decode()
 
 
-MAKES = {"vsftpd": Vsftpd, "proftpd": Proftpd, "pyftpdlib": Pyftpdlib}
+MAKES = {"vsftpd": Vsftpd, "proftpd": Proftpd, "pyftpdlib": Pyftpdlib, "pure-ftpd": PureFtpd}

@@ -3,15 +3,24 @@
 #include "DeliveryGate.h"
 #include "SocketAddress.h"
 
+#include <QDeadlineTimer>
+
 #include <cerrno>
 #include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
+
+using namespace std::chrono_literals;
 
 namespace {
+
+/// For how long one turn of the loop goes on to move data: whoever waits for the loop does not notice it.
+constexpr auto longestTurn = 2ms;
 
 int pendingError(int socket)
 {
@@ -100,14 +109,49 @@ void DataConnection::activated()
 {
     if (m_connecting) {
         finishConnecting();
-    } else if (m_notifier->type() == QSocketNotifier::Read) {
-        emit readable();
-    } else if (pendingError(m_socket) != 0) {
+        return;
+    }
+    const QSocketNotifier::Type type = m_notifier->type();
+    const QDeadlineTimer turn(longestTurn, Qt::PreciseTimer);
+    bool isReady = true;
+    do {
+        isReady = type == QSocketNotifier::Read ? reportReadable() : reportWritable();
+    } while (isReady && isWatchedFor(type) && !turn.hasExpired());
+    if (type == QSocketNotifier::Write) {
+        m_unacknowledged = unacknowledgedBytes();
+    }
+}
+
+bool DataConnection::isWatchedFor(QSocketNotifier::Type type) const
+{
+    return m_notifier != nullptr && m_notifier->type() == type && m_notifier->isEnabled();
+}
+
+/// False when there is nothing to report.
+bool DataConnection::reportReadable()
+{
+    const Pending found = pending();
+    if (found == Pending::Nothing) {
+        return false;
+    }
+    emit readable(found);
+    return true;
+}
+
+/// False when there is nothing to report.
+bool DataConnection::reportWritable()
+{
+    pollfd state{ m_socket, POLLOUT, 0 };
+    if (::poll(&state, 1, 0) <= 0) {
+        return false;
+    }
+    if ((state.revents & POLLERR) != 0) {
         stopWatching();
         emit failed();
     } else {
         emit writable();
     }
+    return true;
 }
 
 void DataConnection::finishConnecting()
@@ -154,6 +198,12 @@ qint64 DataConnection::write(std::span<const char> data)
         return 0;
     }
     return count;
+}
+
+bool DataConnection::hasProgressed()
+{
+    const qint64 before = std::exchange(m_unacknowledged, unacknowledgedBytes());
+    return m_unacknowledged < before;
 }
 
 qint64 DataConnection::unacknowledgedBytes() const

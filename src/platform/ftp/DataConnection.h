@@ -12,7 +12,10 @@ class DeliveryGate;
 /// The data connection of one transfer: a raw non-blocking socket, watched only while somebody wants to read or write,
 /// so that nothing is buffered twice and a partial write is seen as what it is.
 ///
-/// Every signal comes from the event loop, and none while the gate is closed.
+/// Every signal comes from the event loop, and none while the gate is closed. One turn of the loop may bring several
+/// signals, for a moment that nobody notices, since a turn costs more than a block of data.
+///
+/// Destroyed through the loop: it may be the one that is reporting.
 class DataConnection final : public QObject {
     Q_OBJECT
 
@@ -29,22 +32,21 @@ public:
     void watchForWriting();
     void stopWatching();
 
+    /// What a read would meet.
     enum class Pending {
         Nothing,
         Bytes,
         End, ///< The peer has ended its side and everything has been read.
         Failure,
     };
-    /// What a read would meet.
-    Pending pending() const;
     /// Bytes read, 0 at the end, -1 when nothing could be read.
     qint64 read(std::span<char> buffer);
-    /// Bytes taken, 0 when nothing could be taken, -1 on failure.
+    /// Bytes taken, 0 when nothing could be taken, -1 on failure. Meant for use from inside writable().
     qint64 write(std::span<const char> data);
-    /// Bytes that were taken and that the peer has not acknowledged.
-    qint64 unacknowledgedBytes() const;
+    /// Whether the peer has acknowledged something since bytes were last taken, or since this was last asked.
+    bool hasProgressed();
 
-    /// Tells the peer that everything has been sent. The socket stays, so that unacknowledgedBytes() goes on.
+    /// Tells the peer that everything has been sent. The socket stays, so that hasProgressed() goes on.
     void endWriting();
     /// Closes in good order.
     void close();
@@ -53,7 +55,7 @@ public:
 
 signals:
     void connected();
-    void readable();
+    void readable(DataConnection::Pending pending); ///< Not for Nothing.
     void writable();
     void failed();
 
@@ -61,6 +63,11 @@ private:
     void watch(QSocketNotifier::Type type);
     void updateNotifier();
     void activated();
+    bool isWatchedFor(QSocketNotifier::Type type) const;
+    bool reportReadable();
+    bool reportWritable();
+    qint64 unacknowledgedBytes() const;
+    Pending pending() const;
     void finishConnecting();
     void closeSocket();
 
@@ -69,4 +76,5 @@ private:
     QSocketNotifier* m_notifier = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
     bool m_connecting = false;
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
+    qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
 };

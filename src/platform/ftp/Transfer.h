@@ -82,7 +82,7 @@ private:
     void serviceEnds(const Reply& reply);
 
     void dataConnected();
-    void dataReadable();
+    void dataReadable(DataConnection::Pending pending);
     void dataWritable();
     void dataFailed();
     void accepted();
@@ -133,7 +133,6 @@ private:
     bool m_reported = false; ///< An event has been delivered, so that no further try is invisible.
 
     qint64 m_moved = 0; ///< Bytes written or read.
-    qint64 m_unacknowledged = 0; ///< When the last byte was written.
     std::optional<qint64> m_size;
     FTPStreamError m_error;
     std::optional<FTPStreamEvent> m_waiting; ///< An event that became due while the gate was closed.

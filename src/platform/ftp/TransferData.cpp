@@ -35,7 +35,7 @@ void Transfer::accepted()
     report(FTPStreamEvent::OpenCompleted);
 }
 
-void Transfer::dataReadable()
+void Transfer::dataReadable(DataConnection::Pending pending)
 {
     if (m_state == State::Opening) {
         // The announcement is normally there before the data, so a short wait is enough; but some servers make none.
@@ -44,7 +44,7 @@ void Transfer::dataReadable()
         m_watchdog.start(m_pool.timeouts().acceptance);
         return;
     }
-    switch (m_data.pending()) {
+    switch (pending) {
     case DataConnection::Pending::Nothing:
         break;
     case DataConnection::Pending::Bytes:
@@ -122,7 +122,6 @@ qint64 Transfer::write(std::span<const char> data)
     }
     m_moved += count;
     m_watchdog.touch();
-    m_unacknowledged = m_data.unacknowledgedBytes();
     if (m_moved == m_request.length) {
         m_data.endWriting();
         m_state = State::Confirming;
@@ -161,8 +160,7 @@ void Transfer::silence()
     case State::Moving:
     case State::Confirming:
         // On a slow line the kernel still sends what was taken long ago.
-        if (const qint64 left = m_data.unacknowledgedBytes(); left < m_unacknowledged) {
-            m_unacknowledged = left;
+        if (m_data.hasProgressed()) {
             m_watchdog.start(m_state == State::Moving ? m_pool.timeouts().stalledData : m_pool.timeouts().confirmation);
             return;
         }
