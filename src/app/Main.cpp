@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "DelayedAlert.h"
 #include "EngineStreamFactory.h"
+#include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -52,6 +53,7 @@ int main(int argc, char** argv)
     const CommandLine commandLine = readCommandLine(argc, argv);
 
     QApplication application(argc, argv);
+    ProgramIdentity::apply(programFileName());
     EngineStreamFactory streams;
     ViewController viewController(streams);
     AppDelegate delegate(viewController);
