@@ -4,6 +4,7 @@
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
 #include "EngineStreamFactory.h"
+#include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -53,6 +54,7 @@ int main(int argc, char** argv)
     const CommandLine commandLine = readCommandLine(argc, argv);
 
     QApplication application(argc, argv);
+    ProgramIdentity::apply(programFileName());
     EngineStreamFactory streams;
     ViewController viewController(streams);
     AppDelegate delegate(viewController);

@@ -1,0 +1,67 @@
+#include "ProgramIdentity.h"
+
+#include "ApplicationService.h"
+#include "Printers.h"
+#include "TemporaryHome.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QScopeGuard>
+#include <QStandardPaths>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void installLauncher(const QString& name)
+{
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    QFile file(folder + u'/' + name + u".desktop"_s);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+}
+
+TEST(ProgramIdentityTest, WindowsHaveAnIconOfEveryUsualSize)
+{
+    const QIcon icon = ProgramIdentity::icon();
+
+    for (const int edge : { 16, 22, 24, 32, 48, 64, 128, 256 }) {
+        EXPECT_EQ(icon.actualSize(QSize(edge, edge)), QSize(edge, edge));
+        const QImage image = icon.pixmap(QSize(edge, edge), 1.0).toImage();
+        EXPECT_EQ(image.pixelColor(0, 0).alpha(), 0) << edge;
+        EXPECT_EQ(image.pixelColor(edge / 2, edge * 3 / 4).alpha(), 255) << edge;
+    }
+}
+
+TEST(ProgramIdentityTest, ACopyBelongsToItsOwnLauncherOnceThatIsInstalled)
+{
+    const TemporaryHome home;
+    const QString product = u"io.github.quillbox.Quillbox"_s;
+    const QString own = ApplicationService::busName(u"Scans"_s);
+
+    EXPECT_EQ(ProgramIdentity::launcher(u"Quillbox"_s), product);
+    EXPECT_EQ(ProgramIdentity::launcher(u"Scans"_s), product);
+    installLauncher(own);
+    EXPECT_EQ(ProgramIdentity::launcher(u"Scans"_s), own);
+    EXPECT_EQ(ProgramIdentity::launcher(u"Fotos"_s), product);
+}
+
+TEST(ProgramIdentityTest, TheApplicationTakesIconAndLauncher)
+{
+    const TemporaryHome home;
+    const auto restore = qScopeGuard([icon = QGuiApplication::windowIcon()] {
+        QGuiApplication::setWindowIcon(icon);
+        QGuiApplication::setDesktopFileName({});
+    });
+
+    ProgramIdentity::apply(u"Quillbox"_s);
+
+    EXPECT_FALSE(QGuiApplication::windowIcon().isNull());
+    EXPECT_EQ(QGuiApplication::desktopFileName(), u"io.github.quillbox.Quillbox"_s);
+}
+
+} // namespace
