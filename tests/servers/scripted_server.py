@@ -49,7 +49,7 @@ Steps on the control connection
     raw BYTES           exactly these bytes
     flood N             N bytes without a line end
     flood-lines N       N lines of a reply that does not end
-    slowly MS           from here on everything goes out byte by byte with such a pause
+    slowly MS           from here on everything goes out byte by byte with such a pause; 0: at once again
     wait MS             a pause
     idle MS             waits until no command has come for so long
     silence             nothing more is ever said; the connection stays until the client ends it

@@ -206,6 +206,12 @@ class ScriptedServerTest(unittest.TestCase):
         self.assertEqual(b"".join(pieces), b"200 Fine\r\n")
         self.assertGreater(len(pieces), 2)
 
+    def test_byte_by_byte_for_a_while(self):
+        client = self.converse({"on": "NOOP", "do": ["slowly 5", "default", "slowly 0"]})
+        self.assertEqual(client.ask("NOOP"), "200 Fine")
+        client.socket.sendall(b"PWD\r\n")
+        self.assertTrue(client.socket.recv(100).endswith(b"\r\n"))
+
     def test_silence(self):
         client = self.converse({"on": "NOOP", "do": ["silence"]})
         client.say("NOOP", "PWD")

@@ -142,7 +142,7 @@ class Session:
             await self._send(b"200-And more\r\n" * min(1000, int(count) - start))
 
     async def _do_slowly(self, milliseconds):
-        self._pause = int(milliseconds) / 1000
+        self._pause = int(milliseconds) / 1000 or None
 
     async def _do_wait(self, milliseconds):
         await asyncio.sleep(int(milliseconds) / 1000)
