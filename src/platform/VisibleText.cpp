@@ -34,10 +34,20 @@ QString shown(QChar character)
     return code == 0x7f ? QString(QChar(deletePicture)) : u"⟨U+%1⟩"_s.arg(QString::number(code, 16).toUpper(), 4, u'0');
 }
 
+/// Both ends of a text that is too long, cut between characters.
+QString ends(const QString& text)
+{
+    constexpr qsizetype half = longestVisibleText / 2;
+    const qsizetype leftEnd = text.at(half - 1).isHighSurrogate() ? half - 1 : half;
+    const qsizetype rightStart = text.size() - half + (text.at(text.size() - half).isLowSurrogate() ? 1 : 0);
+    return text.left(leftEnd) + u'…' + text.mid(rightStart);
+}
+
 } // namespace
 
-QString visibleText(const QString& text)
+QString visibleText(const QString& wholeText)
 {
+    const QString text = wholeText.size() > longestVisibleText ? ends(wholeText) : wholeText;
     if (std::none_of(text.begin(), text.end(), actsUnseen)) {
         return text;
     }

@@ -24,4 +24,17 @@ TEST(VisibleTextTest, WhatActsUnseenIsShown)
               u"⟨U+0085⟩⟨U+202E⟩⟨U+2067⟩⟨U+200F⟩⟨U+200B⟩⟨U+FEFF⟩⟨U+2028⟩"_s);
 }
 
+TEST(VisibleTextTest, OfALongTextTheMiddleIsLeftOut)
+{
+    const QString longest(longestVisibleText, u'x');
+    EXPECT_EQ(visibleText(longest), longest);
+
+    const QString half(longestVisibleText / 2, u'x');
+    EXPECT_EQ(visibleText(half + u"yyy"_s + half), half + u"…"_s + half);
+    // A character of two code units is not cut apart.
+    const QString emoji = u"👧"_s;
+    EXPECT_EQ(visibleText(half.chopped(1) + emoji + u"yyy"_s + emoji + half.chopped(1)),
+              half.chopped(1) + u"…"_s + half.chopped(1));
+}
+
 } // namespace

@@ -76,11 +76,11 @@ std::string inWords(Ending ending)
 /// Every operation, in the window and in the library, meets every fault. The operations of a column share a server.
 class FaultMatrixTest : public testing::TestWithParam<Cell> {
 protected:
-    static void SetUpTestSuite() { s_scene = std::make_unique<FaultScene>(); }
+    static void SetUpTestSuite() { scene = std::make_unique<FaultScene>(); }
     static void TearDownTestSuite()
     {
-        s_operations.reset();
-        s_scene.reset();
+        operations.reset();
+        scene.reset();
     }
 
     void SetUp() override
@@ -92,18 +92,17 @@ protected:
         RecordProperty("stage", textOf(cell.fault.stage));
         RecordProperty("fault", textOf(cell.fault.manner));
         RecordProperty("ending", inWords(cell.plan.ending));
-        if (s_operations == nullptr) {
-            s_operations
-                = cell.column.way == Way::Window ? operationsOfWindow(*s_scene) : operationsOfLibrary(*s_scene);
+        if (operations == nullptr) {
+            operations = cell.column.way == Way::Window ? operationsOfWindow(*scene) : operationsOfLibrary(*scene);
             performUndisturbed(); // What is opened once and for all is open from here on.
-            s_descriptors = openDescriptors();
+            restingDescriptors = openDescriptors();
         }
     }
 
     void TearDown() override
     {
-        s_scene->server().forgetRules();
-        s_operations->leave();
+        scene->server().forgetRules();
+        operations->leave();
     }
 
     static Operation operation() { return GetParam().column.operation; }
@@ -120,28 +119,28 @@ protected:
             }
         }
         for (const ScriptedRule& rule : plan.rules) {
-            s_scene->server().add(rule);
+            scene->server().add(rule);
         }
-        s_scene->prepare(operation());
+        scene->prepare(operation());
         const LogRecorder log; // What is logged of failures has tests of its own.
-        const quint16 port = dead ? dead->port() : s_scene->server().port();
-        return s_operations->perform(operation(), port, plan.needsShortTimeouts);
+        const quint16 port = dead ? dead->port() : scene->server().port();
+        return operations->perform(operation(), port, plan.needsShortTimeouts);
     }
 
     static void performUndisturbed()
     {
-        s_scene->server().forgetRules();
-        s_operations->leave();
-        s_scene->prepare(operation());
-        EXPECT_EQ(s_operations->perform(operation(), s_scene->server().port(), false),
-                  s_operations->told(operation(), { Ending::Kind::Works }));
-        EXPECT_TRUE(s_scene->isDone(operation()));
-        s_operations->leave();
+        scene->server().forgetRules();
+        operations->leave();
+        scene->prepare(operation());
+        EXPECT_EQ(operations->perform(operation(), scene->server().port(), false),
+                  operations->told(operation(), { Ending::Kind::Works }));
+        EXPECT_TRUE(scene->isDone(operation()));
+        operations->leave();
     }
 
-    static inline std::unique_ptr<FaultScene> s_scene;
-    static inline std::unique_ptr<FaultOperations> s_operations;
-    static inline int s_descriptors = 0;
+    static inline std::unique_ptr<FaultScene> scene;
+    static inline std::unique_ptr<FaultOperations> operations;
+    static inline int restingDescriptors = 0;
 };
 
 TEST_P(FaultMatrixTest, EndsInTheRightWordsInTimeAndTheNextOperationWorks)
@@ -149,17 +148,17 @@ TEST_P(FaultMatrixTest, EndsInTheRightWordsInTimeAndTheNextOperationWorks)
     const FaultPlan& plan = GetParam().plan;
     const auto start = std::chrono::steady_clock::now();
 
-    EXPECT_EQ(performDisturbed(), s_operations->told(operation(), plan.ending));
+    EXPECT_EQ(performDisturbed(), operations->told(operation(), plan.ending));
 
     const auto elapsed = std::chrono::steady_clock::now() - start;
     EXPECT_TRUE(elapsed < 15s);
     EXPECT_TRUE(elapsed >= plan.silence);
     if (plan.ending.kind == Ending::Kind::Works && !isConversation(operation())) {
-        EXPECT_TRUE(s_scene->isDone(operation()));
+        EXPECT_TRUE(scene->isDone(operation()));
     }
     performUndisturbed();
     // Fewer when a thread of Qt's that had nothing to do has ended.
-    EXPECT_TRUE(waitForDescriptors([](int count) { return count <= s_descriptors; })) << openDescriptors();
+    EXPECT_TRUE(waitForDescriptors([](int count) { return count <= restingDescriptors; })) << openDescriptors();
 }
 
 const Column windowUpload{ 0, "upload (window)", Way::Window, Operation::Upload };

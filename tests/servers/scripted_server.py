@@ -65,6 +65,7 @@ Steps on the data connection
     send BYTES          sends these
     send-file PATH      sends what this local file holds
     fill N              sends N times an "x"
+    repeat BYTES        sends these again and again, until the client ends a connection
     data-close, data-reset   ends it by FIN or RST. (FIN while bytes are unread is a RST on the wire: that is TCP.)
 A data connection that no step ends stays open until the next passive port or the end of the control connection.
 

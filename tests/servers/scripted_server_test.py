@@ -394,6 +394,16 @@ class ScriptedServerTest(unittest.TestCase):
                     self.assertEqual(got, content)
                     self.assertEqual(replies, ["150 Go", "226 Done"])
 
+    def test_a_download_without_end(self):
+        client = self.converse({"on": "RETR", "do": ["150 Go", "repeat ab"]})
+        data = client.data_connection()
+        client.say("RETR x")
+        self.assertEqual(client.hear(), "150 Go")
+        for _ in range(100):
+            self.assertTrue(data.recv(65536))
+        data.close()
+        self.assertEqual(client.hear()[:3], "426")
+
     # Its own end
 
     def test_ends_with_its_stdin_in_the_middle_of_everything(self):

@@ -205,6 +205,12 @@ class Session:
     async def _do_fill(self, count):
         await self._do_send("x" * int(count))
 
+    async def _do_repeat(self, text):
+        await self._do_accept("")
+        block = text.encode("latin-1") * (1 + _BLOCK // len(text))
+        while not self._gone.is_set():
+            await self._data.send(io.BytesIO(block))
+
     async def _do_data_close(self, _rest):
         self._finish_upload(complete=False)
         self._data.close()
