@@ -102,7 +102,8 @@ QVariant ListingModel::data(const QModelIndex& index, int role) const
 
 Qt::ItemFlags ListingModel::flags(const QModelIndex& index) const
 {
-    return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+    const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    return index.isValid() ? flags | Qt::ItemIsDragEnabled : flags;
 }
 
 QVariant ListingModel::headerData(int section, Qt::Orientation orientation, int role) const
