@@ -16,8 +16,8 @@ qint64 residentMemory()
     return file.readAll().split(' ').value(1).toLongLong() * ::sysconf(_SC_PAGESIZE);
 }
 
-qint64 residentMemoryInUse()
+qint64 allocatedMemory()
 {
-    ::malloc_trim(0);
-    return residentMemory();
+    const struct mallinfo2 info = ::mallinfo2();
+    return static_cast<qint64>(info.uordblks + info.hblkhd);
 }

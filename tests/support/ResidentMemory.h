@@ -5,5 +5,5 @@
 /// Bytes of this process that are in memory.
 qint64 residentMemory();
 
-/// The same, when what is free has been given back to the system.
-qint64 residentMemoryInUse();
+/// Bytes that the program has allocated and not freed.
+qint64 allocatedMemory();
