@@ -1,9 +1,8 @@
 #include "ControlSocket.h"
 #include "FTPManager.h"
+#include "FTPManagerAnswers.h"
 #include "FTPManagerLog.h"
 #include "FTPManagerStrings.h"
-
-#include <QStringTokenizer>
 
 #include <algorithm>
 #include <array>
@@ -113,8 +112,7 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
             qCWarning(ftpManagerLog, "Error reading from socket!");
             return QString::fromUtf8(text);
         }
-        // Kept: a piece begins a line even when the server's line was cut between two reads.
-        text.append('\n').append(piece.data(), count);
+        appendAnswer(text, QByteArrayView(piece.data(), count));
         if (count == 0) {
             return QString::fromUtf8(text);
         }
@@ -126,10 +124,5 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
 
 bool FTPManager::_checkAnswers(const QString& text)
 {
-    for (const QStringView line : QStringView(text).tokenize(u'\n')) {
-        if (line.startsWith(u'4') || line.startsWith(u'5')) {
-            return false;
-        }
-    }
-    return true;
+    return areGoodAnswers(text);
 }

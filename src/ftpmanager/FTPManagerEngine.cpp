@@ -1,6 +1,7 @@
 #include "FTPManager.h"
 #include "FTPManagerLog.h"
 #include "FileOutputStream.h"
+#include "ListingParser.h"
 #include "RunLoop.h"
 #include "UploadSource.h"
 
@@ -142,6 +143,8 @@ void FTPManager::hasBytesOfListing()
         _streamDidEndWithSuccess(false, FailureReason::Read);
     } else if (count == 0) {
         _streamDidEndWithSuccess(true, FailureReason::None);
+    } else if (m_directoryListingData.size() + count > maximumListing) {
+        _streamDidEndWithSuccess(false, FailureReason::None); // Like any listing that cannot be read: without a word.
     } else {
         m_directoryListingData.append(m_buffer.data(), count);
     }

@@ -19,6 +19,10 @@ struct ParsedListing {
 /// The longest line that is read, in bytes, line end included.
 inline constexpr qsizetype maximumListingLine = 1 << 20;
 
+/// The longest listing that is taken from a server, in bytes: room for some 400,000 items. What is longer is no folder
+/// that people have, but a server that does not end.
+inline constexpr qint64 maximumListing = 32 << 20;
+
 /// Reads the first line of @p bytes, which are what an FTP server sends for LIST: a Unix long listing or a DOS one, in
 /// any of their dialects, mixed as they come. Lines end with LF or CR LF.
 ///

@@ -40,6 +40,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
         return;
     }
     m_listData.clear();
+    m_received = 0;
     m_searched = 0;
     if (startStream(m_streams.createListingStream(location), username, password)) {
         didStart(u"Started List."_s);
@@ -98,6 +99,11 @@ void FTPListController::receiveStep()
     const qint64 count = networkStream()->read(buffer);
     if (count <= 0) {
         stopReceiveWithStatus(count == 0 ? QString() : u"Network read error"_s);
+        return;
+    }
+    m_received += count;
+    if (m_received > maximumListing) {
+        stopReceiveWithStatus(u"Listing parse failed"_s);
         return;
     }
     m_listData.append(buffer.data(), static_cast<qsizetype>(count));

@@ -10,7 +10,7 @@ _STEPS = {
     "slowly": _NUMBER, "wait": _NUMBER, "idle": _NUMBER, "silence": _NOTHING,
     "default": _NOTHING, "close": _NOTHING, "reset": _NOTHING,
     "accept": _NOTHING, "narrow": _NUMBER, "read": _OPTIONAL_NUMBER, "write": _OPTIONAL_NUMBER,
-    "send": _TEXT, "send-file": _TEXT, "fill": _NUMBER, "data-close": _NOTHING, "data-reset": _NOTHING,
+    "send": _TEXT, "send-file": _TEXT, "fill": _NUMBER, "repeat": _TEXT, "data-close": _NOTHING, "data-reset": _NOTHING,
 }
 
 

@@ -49,7 +49,7 @@ Steps on the control connection
     raw BYTES           exactly these bytes
     flood N             N bytes without a line end
     flood-lines N       N lines of a reply that does not end
-    slowly MS           from here on everything goes out byte by byte with such a pause
+    slowly MS           from here on everything goes out byte by byte with such a pause; 0: at once again
     wait MS             a pause
     idle MS             waits until no command has come for so long
     silence             nothing more is ever said; the connection stays until the client ends it
@@ -65,6 +65,7 @@ Steps on the data connection
     send BYTES          sends these
     send-file PATH      sends what this local file holds
     fill N              sends N times an "x"
+    repeat BYTES        sends these again and again, until the client ends a connection
     data-close, data-reset   ends it by FIN or RST. (FIN while bytes are unread is a RST on the wire: that is TCP.)
 A data connection that no step ends stays open until the next passive port or the end of the control connection.
 

@@ -206,6 +206,12 @@ class ScriptedServerTest(unittest.TestCase):
         self.assertEqual(b"".join(pieces), b"200 Fine\r\n")
         self.assertGreater(len(pieces), 2)
 
+    def test_byte_by_byte_for_a_while(self):
+        client = self.converse({"on": "NOOP", "do": ["slowly 5", "default", "slowly 0"]})
+        self.assertEqual(client.ask("NOOP"), "200 Fine")
+        client.socket.sendall(b"PWD\r\n")
+        self.assertTrue(client.socket.recv(100).endswith(b"\r\n"))
+
     def test_silence(self):
         client = self.converse({"on": "NOOP", "do": ["silence"]})
         client.say("NOOP", "PWD")
@@ -387,6 +393,16 @@ class ScriptedServerTest(unittest.TestCase):
                     got, replies = self.download("LIST", {"on": "LIST", "do": steps})
                     self.assertEqual(got, content)
                     self.assertEqual(replies, ["150 Go", "226 Done"])
+
+    def test_a_download_without_end(self):
+        client = self.converse({"on": "RETR", "do": ["150 Go", "repeat ab"]})
+        data = client.data_connection()
+        client.say("RETR x")
+        self.assertEqual(client.hear(), "150 Go")
+        for _ in range(100):
+            self.assertTrue(data.recv(65536))
+        data.close()
+        self.assertEqual(client.hear()[:3], "426")
 
     # Its own end
 

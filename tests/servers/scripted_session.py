@@ -142,7 +142,7 @@ class Session:
             await self._send(b"200-And more\r\n" * min(1000, int(count) - start))
 
     async def _do_slowly(self, milliseconds):
-        self._pause = int(milliseconds) / 1000
+        self._pause = int(milliseconds) / 1000 or None
 
     async def _do_wait(self, milliseconds):
         await asyncio.sleep(int(milliseconds) / 1000)
@@ -204,6 +204,12 @@ class Session:
 
     async def _do_fill(self, count):
         await self._do_send("x" * int(count))
+
+    async def _do_repeat(self, text):
+        await self._do_accept("")
+        block = text.encode("latin-1") * (1 + _BLOCK // len(text))
+        while not self._gone.is_set():
+            await self._data.send(io.BytesIO(block))
 
     async def _do_data_close(self, _rest):
         self._finish_upload(complete=False)

@@ -156,6 +156,12 @@ const QList<QJsonObject>& ScriptedServer::events()
     return m_events;
 }
 
+void ScriptedServer::forgetRecords()
+{
+    synchronize();
+    m_events.clear();
+}
+
 bool ScriptedServer::waitForCommand(const QByteArray& line, int times)
 {
     return waitForEvent(

@@ -79,6 +79,10 @@ public:
     /// Everything, as the server reports it.
     const QList<QJsonObject>& events();
 
+    /// Forgets all that has been recorded so far, so that a long run does not fill the memory. What counts connections
+    /// then counts from here on.
+    void forgetRecords();
+
     /// Waits until a command line equal to @p line, or beginning with it and a blank, has come so many times.
     bool waitForCommand(const QByteArray& line, int times = 1);
     bool waitForReply(const QByteArray& line);

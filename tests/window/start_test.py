@@ -2,9 +2,10 @@
 
 import os
 import signal
+import subprocess
 import unittest
 
-from desktop import wait_for
+from desktop import bound_to_us, wait_for
 from upload_server import PASSWORD
 from window_test import PROGRAM, WindowTest
 
@@ -91,6 +92,31 @@ class Start(WindowTest):
         pid = program.process.pid
         wait_for(lambda: self.desktop.windows_of(pid, "^ftp://"), "the window on the screen")
         self.assertIsNone(program.process.poll())
+
+    def test_goes_on_when_the_session_bus_is_lost(self):
+        self.settings()
+        self.server.read_at_most(200_000)
+        command = ["dbus-daemon", "--session", "--nofork", "--print-address"]
+        with subprocess.Popen(bound_to_us(command), stdout=subprocess.PIPE, text=True) as bus:
+            address = bus.stdout.readline().strip()
+            program = self.launch(
+                self.file("one.txt", bytes(400_000)), self.file("two.txt"), DBUS_SESSION_BUS_ADDRESS=address
+            )
+            wait_for(lambda: self.server.begun == ["one.txt"], "the file to be sent")
+
+            bus.kill()
+
+        self.wait_for_files("one.txt", "two.txt")
+        self.assertIsNone(program.process.poll())
+
+    def test_starts_where_nothing_can_be_written(self):
+        nowhere = "/proc/self/nowhere"  # Not even by root.
+        program = self.start(
+            HOME=nowhere, XDG_CONFIG_HOME=nowhere, XDG_DATA_HOME=nowhere, XDG_CACHE_HOME=nowhere, XDG_STATE_HOME=nowhere
+        )
+
+        wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        self.assertIsNone(program.sheet())
 
     def test_help_and_version_need_no_display(self):
         nothing = {"DISPLAY": None, "DBUS_SESSION_BUS_ADDRESS": None}

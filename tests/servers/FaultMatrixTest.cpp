@@ -1,0 +1,190 @@
+#include "FaultMatrix.h"
+
+#include "DeadPort.h"
+#include "FaultOperations.h"
+#include "LogRecorder.h"
+#include "OpenDescriptors.h"
+#include "Printers.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+enum class Way { Window, Library };
+
+struct Column {
+    int number; ///< From the left.
+    const char* title;
+    Way way;
+    Operation operation;
+};
+
+struct Cell {
+    Column column;
+    int row; ///< From above.
+    Fault fault;
+    FaultPlan plan;
+};
+
+void PrintTo(const Cell& cell, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
+{
+    *out << cell.column.title << ": " << nameOf(cell.fault);
+}
+
+std::vector<Cell> cellsOf(const Column& column)
+{
+    std::vector<Cell> cells;
+    int row = 0;
+    for (const Fault& fault : allFaults()) {
+        if (const std::optional<FaultPlan> plan = planOf(fault, column.operation)) {
+            cells.push_back({ column, row, fault, *plan });
+        }
+        ++row;
+    }
+    return cells;
+}
+
+std::string nameOfCell(const testing::TestParamInfo<Cell>& info)
+{
+    return nameOf(info.param.fault);
+}
+
+std::string inWords(Ending ending)
+{
+    switch (ending.kind) {
+    case Ending::Kind::Works:
+        return "works";
+    case Ending::Kind::Refused:
+        return std::to_string(ending.code);
+    case Ending::Kind::Lost:
+        return "lost";
+    case Ending::Kind::Believed:
+        return "believed";
+    case Ending::Kind::Failed:
+        return "fails";
+    }
+    return {};
+}
+
+/// Every operation, in the window and in the library, meets every fault. The operations of a column share a server.
+class FaultMatrixTest : public testing::TestWithParam<Cell> {
+protected:
+    static void SetUpTestSuite() { scene = std::make_unique<FaultScene>(); }
+    static void TearDownTestSuite()
+    {
+        operations.reset();
+        scene.reset();
+    }
+
+    void SetUp() override
+    {
+        const Cell& cell = GetParam();
+        RecordProperty("column", cell.column.number);
+        RecordProperty("operation", cell.column.title);
+        RecordProperty("row", cell.row);
+        RecordProperty("stage", textOf(cell.fault.stage));
+        RecordProperty("fault", textOf(cell.fault.manner));
+        RecordProperty("ending", inWords(cell.plan.ending));
+        if (operations == nullptr) {
+            operations = cell.column.way == Way::Window ? operationsOfWindow(*scene) : operationsOfLibrary(*scene);
+            performUndisturbed(); // What is opened once and for all is open from here on.
+            restingDescriptors = openDescriptors();
+        }
+    }
+
+    void TearDown() override
+    {
+        scene->server().forgetRules();
+        operations->leave();
+    }
+
+    static Operation operation() { return GetParam().column.operation; }
+
+    /// Does the operation against the fault and answers what was told of its end.
+    static QString performDisturbed()
+    {
+        const FaultPlan& plan = GetParam().plan;
+        std::optional<DeadPort> dead;
+        if (plan.port != FaultPlan::Port::Served) {
+            dead.emplace(plan.port == FaultPlan::Port::Closed ? DeadPort::Kind::Closed : DeadPort::Kind::Full);
+            if (plan.port == FaultPlan::Port::Full && isConversation(operation())) {
+                dead->giveUpAfter(200ms); // It has no time limit.
+            }
+        }
+        for (const ScriptedRule& rule : plan.rules) {
+            scene->server().add(rule);
+        }
+        scene->prepare(operation());
+        const LogRecorder log; // What is logged of failures has tests of its own.
+        const quint16 port = dead ? dead->port() : scene->server().port();
+        return operations->perform(operation(), port, plan.needsShortTimeouts);
+    }
+
+    static void performUndisturbed()
+    {
+        scene->server().forgetRules();
+        operations->leave();
+        scene->prepare(operation());
+        EXPECT_EQ(operations->perform(operation(), scene->server().port(), false),
+                  operations->told(operation(), { Ending::Kind::Works }));
+        EXPECT_TRUE(scene->isDone(operation()));
+        operations->leave();
+    }
+
+    static inline std::unique_ptr<FaultScene> scene;
+    static inline std::unique_ptr<FaultOperations> operations;
+    static inline int restingDescriptors = 0;
+};
+
+TEST_P(FaultMatrixTest, EndsInTheRightWordsInTimeAndTheNextOperationWorks)
+{
+    const FaultPlan& plan = GetParam().plan;
+    const auto start = std::chrono::steady_clock::now();
+
+    EXPECT_EQ(performDisturbed(), operations->told(operation(), plan.ending));
+
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_TRUE(elapsed < 15s);
+    EXPECT_TRUE(elapsed >= plan.silence);
+    if (plan.ending.kind == Ending::Kind::Works && !isConversation(operation())) {
+        EXPECT_TRUE(scene->isDone(operation()));
+    }
+    performUndisturbed();
+    // Fewer when a thread of Qt's that had nothing to do has ended.
+    EXPECT_TRUE(waitForDescriptors([](int count) { return count <= restingDescriptors; })) << openDescriptors();
+}
+
+const Column windowUpload{ 0, "upload (window)", Way::Window, Operation::Upload };
+const Column windowDownload{ 1, "download (window)", Way::Window, Operation::Download };
+const Column windowListing{ 2, "listing (window)", Way::Window, Operation::Listing };
+const Column windowCreation{ 3, "new folder (window)", Way::Window, Operation::FolderCreation };
+const Column windowDeletion{ 4, "delete (window)", Way::Window, Operation::Deletion };
+const Column libraryUpload{ 5, "upload (library)", Way::Library, Operation::Upload };
+const Column libraryDownload{ 6, "download (library)", Way::Library, Operation::Download };
+const Column libraryListing{ 7, "listing (library)", Way::Library, Operation::Listing };
+const Column libraryCreation{ 8, "new folder (library)", Way::Library, Operation::FolderCreation };
+const Column libraryDeletion{ 9, "delete (library)", Way::Library, Operation::Deletion };
+const Column libraryLogin{ 10, "login test (library)", Way::Library, Operation::LoginTest };
+
+using testing::ValuesIn;
+
+INSTANTIATE_TEST_SUITE_P(WindowUpload, FaultMatrixTest, ValuesIn(cellsOf(windowUpload)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(WindowDownload, FaultMatrixTest, ValuesIn(cellsOf(windowDownload)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(WindowListing, FaultMatrixTest, ValuesIn(cellsOf(windowListing)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(WindowFolderCreation, FaultMatrixTest, ValuesIn(cellsOf(windowCreation)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(WindowDeletion, FaultMatrixTest, ValuesIn(cellsOf(windowDeletion)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryUpload, FaultMatrixTest, ValuesIn(cellsOf(libraryUpload)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryDownload, FaultMatrixTest, ValuesIn(cellsOf(libraryDownload)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryListing, FaultMatrixTest, ValuesIn(cellsOf(libraryListing)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryFolderCreation, FaultMatrixTest, ValuesIn(cellsOf(libraryCreation)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryDeletion, FaultMatrixTest, ValuesIn(cellsOf(libraryDeletion)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryLoginTest, FaultMatrixTest, ValuesIn(cellsOf(libraryLogin)), nameOfCell);
+
+} // namespace

@@ -1,0 +1,211 @@
+#include "FTPManager.h"
+#include "ResidentMemory.h"
+#include "WindowServerTest.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QTcpServer>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint64 mebibyte = 1 << 20;
+
+QByteArray row(const QByteArray& name)
+{
+    return "-rw-r--r--   1 owner   group   1234 Jan 12 2024 " + name + "\r\n";
+}
+
+/// A server that means harm, and the window.
+class HostileServerTest : public WindowServerTest {
+protected:
+    void listRows(const QByteArray& rows)
+    {
+        m_server.on("LIST", { "150 Go", "send " + rows, "data-close", "226 Done" });
+    }
+
+    /// Every file and folder below @p folder.
+    static QStringList everythingIn(const QString& folder)
+    {
+        QStringList paths;
+        QDirIterator files(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            paths.append(files.next());
+        }
+        paths.sort();
+        return paths;
+    }
+};
+
+TEST_F(HostileServerTest, AListingWithoutEndIsGivenUpAndTheNextOneWorks)
+{
+    const qint64 before = residentMemory();
+    m_server.on("LIST", { "150 Go", "repeat " + row(QByteArray(4000, 'n')) + QByteArray(28000, '?') + "\r\n" });
+
+    EXPECT_EQ(list(), u"Listing parse failed"_s);
+
+    EXPECT_GT(m_controller->listEntries().size(), 500);
+    EXPECT_LT(residentMemory() - before, 400 * mebibyte);
+    m_server.forgetRules();
+    EXPECT_EQ(list(), u"Listing succeeded"_s);
+    EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
+}
+
+TEST_F(HostileServerTest, AListingWithoutEndIsNothingToTheLibraryEither)
+{
+    const auto record = FMServer::serverWithDestination(u"127.0.0.1/folder"_s, u"anna"_s, u"secret"_s);
+    record->setPort(m_server.port());
+    const qint64 before = residentMemory();
+    m_server.on("LIST", { "150 Go", "repeat " + row(QByteArray(4000, 'n')) + QByteArray(28000, '?') + "\r\n" });
+
+    EXPECT_FALSE(FTPManager().contentsOfServer(record.get()));
+
+    EXPECT_LT(residentMemory() - before, 200 * mebibyte);
+    m_server.forgetRules();
+    EXPECT_TRUE(FTPManager().contentsOfServer(record.get()));
+}
+
+TEST_F(HostileServerTest, ADownloadWithoutEndTakesNoMemoryAndCanBeStopped)
+{
+    m_server.on("RETR", { "150 Go", "repeat 0123456789abcdef" });
+    const QFileInfo file(m_local.filePath(u"endless"_s));
+    m_controller->downloadFileTo(u"endless"_s, m_local.path());
+    const auto hasCome = [&file](qint64 bytes) {
+        return waitFor([&file, bytes] { return QFileInfo(file.filePath()).size() > bytes; });
+    };
+    ASSERT_TRUE(hasCome(mebibyte));
+    const qint64 before = residentMemory();
+
+    ASSERT_TRUE(hasCome(64 * mebibyte));
+    EXPECT_LT(residentMemory() - before, 16 * mebibyte);
+    m_controller->stopButtonAction();
+
+    EXPECT_TRUE(waitUntilIdle());
+    EXPECT_EQ(status(), u"Download Stopped"_s);
+    m_server.forgetRules();
+    EXPECT_EQ(list(), u"Listing succeeded"_s);
+}
+
+TEST_F(HostileServerTest, AGreetingMayHoldAnythingButHasAnEnd)
+{
+    const QString lost = u"Stream open error"_s;
+    const QString succeeded = u"Listing succeeded"_s;
+    struct Row {
+        QByteArrayList greeting;
+        QString status;
+    };
+    for (const Row& row : {
+             Row{ { "flood-lines 1000000", "220 Ready" }, lost },
+             Row{ { "flood 1000000", "220 Ready" }, lost },
+             Row{ { "raw \0\0\0\0\r\n"_ba, "220 Ready" }, lost },
+             Row{ { "raw 220 a\0b\x1b[31m\xff\r\n"_ba }, succeeded },
+             Row{ { "raw 220\n" }, succeeded },
+             Row{ { "220-Welcome", "say 530 is no refusal here", "say ", "220 Ready" }, succeeded },
+         }) {
+        SCOPED_TRACE(row.greeting.first().toStdString());
+        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        m_server.on("connect", row.greeting);
+
+        EXPECT_EQ(list(), row.status);
+
+        m_server.forgetRules();
+        EXPECT_EQ(list(), succeeded);
+    }
+}
+
+TEST_F(HostileServerTest, DataIsFetchedFromTheServerAloneWhateverAPassiveReplySays)
+{
+    QTcpServer elsewhere;
+    ASSERT_TRUE(elsewhere.listen(QHostAddress(u"127.0.0.2"_s)));
+    const QByteArray port
+        = QByteArray::number(elsewhere.serverPort() / 256) + ',' + QByteArray::number(elsewhere.serverPort() % 256);
+    m_server.on("EPSV", { "500 What?" });
+    m_server.on("PASV", { "227 Go (127,0,0,2," + port + ")" });
+    ConnectionPool::ofThisThread().timeouts().reason = 100ms;
+
+    const QString status = list();
+
+    // Nobody listens at that port of the server itself.
+    EXPECT_TRUE(status == u"Stream open error"_s || status == u"Error: Check Settings"_s) << status.toStdString();
+    EXPECT_FALSE(elsewhere.hasPendingConnections());
+    EXPECT_FALSE(elsewhere.waitForNewConnection(0));
+}
+
+TEST_F(HostileServerTest, NoListedNameLeadsOutOfTheChosenFolder)
+{
+    const QString outside = m_local.filePath(u"outside"_s);
+    const QString chosen = outside + u"/chosen"_s;
+    ASSERT_TRUE(QDir().mkpath(chosen));
+    const QString downloads = QDir::homePath() + u"/Downloads"_s;
+    const QByteArrayList names{ "../evil",
+                                "/tmp/evil",
+                                "a/b",
+                                "..",
+                                ".",
+                                "~/evil",
+                                "a\0b"_ba,
+                                "<b>bold</b><img src=\"file:///etc/passwd\">",
+                                "\xe2\x80\xaegpj.exe",
+                                "\x1b]0;title\x07",
+                                QByteArray(4096, 'n'),
+                                "$(touch evil)",
+                                "-rf",
+                                "%2e%2e%2fevil",
+                                "..\\evil" };
+    listRows([&names] {
+        QByteArray rows;
+        for (const QByteArray& name : names) {
+            rows += row(name);
+        }
+        return rows;
+    }());
+    m_server.on("RETR", { "150 Go", "send content", "data-close", "226 Done" });
+    m_server.on("SIZE", { "502 No" });
+    EXPECT_EQ(list(), u"Listing succeeded"_s);
+    const QStringList listed = listedNames();
+    ASSERT_GE(listed.size(), names.size() - 2);
+    const QStringList homeBefore = everythingIn(QDir::homePath());
+    const QStringList serverBefore = everythingIn(m_server.root());
+
+    for (const QString& name : listed) {
+        SCOPED_TRACE(name.left(100).toStdString());
+        for (const QString& folder : { chosen, QString() }) {
+            m_controller->downloadFileTo(name, folder);
+            EXPECT_TRUE(waitUntilIdle());
+        }
+    }
+
+    for (const QString& path : everythingIn(m_local.path())) {
+        EXPECT_TRUE(path == outside || path == chosen || QFileInfo(path).path() == chosen) << path.toStdString();
+    }
+    for (const QString& path : everythingIn(QDir::homePath())) {
+        EXPECT_TRUE(homeBefore.contains(path) || QFileInfo(path).path() == downloads) << path.toStdString();
+    }
+    EXPECT_EQ(everythingIn(m_server.root()), serverBefore);
+    EXPECT_FALSE(QFile::exists(u"/tmp/evil"_s));
+    for (const QString& path : everythingIn(downloads)) {
+        QFile::remove(path);
+    }
+}
+
+TEST_F(HostileServerTest, AListedNameAsLongAsALineMayBeLeavesTheWindowUsable)
+{
+    listRows(row(QByteArray(mebibyte - 100, 'n')));
+    EXPECT_EQ(list(), u"Listing succeeded"_s);
+    ASSERT_EQ(listedNames().size(), 1);
+    QElapsedTimer clock;
+    clock.start();
+
+    m_controller->deleteFile(listedNames().first());
+    m_controller->onTick();
+    drainEventLoop();
+
+    EXPECT_EQ(shownSheets().size(), 1);
+    EXPECT_LT(clock.elapsed(), 5000);
+    answerSheet();
+}
+
+} // namespace

@@ -1,0 +1,32 @@
+#include "PrivateNetwork.h"
+
+#include <cerrno>
+#include <cstring>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+PrivateNetwork::PrivateNetwork()
+{
+    if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+        m_problem = QByteArray("no network of our own (ordinary users need kernel.unprivileged_userns_clone=1): ")
+            + std::strerror(errno);
+        return;
+    }
+    setUp(true);
+}
+
+void PrivateNetwork::setUp(bool isUp)
+{
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request{};
+    request.ifr_name[0] = 'l';
+    request.ifr_name[1] = 'o';
+    request.ifr_flags = static_cast<short>(isUp ? IFF_UP | IFF_RUNNING : 0);
+    if (::ioctl(descriptor, SIOCSIFFLAGS, &request) != 0) {
+        m_problem = QByteArray("the loopback device cannot be switched: ") + std::strerror(errno);
+    }
+    ::close(descriptor);
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QByteArray>
+
+/// A network with nothing but a loopback device, which this thread and all processes that it starts are in from the
+/// construction on, for good. Needs root or the right of ordinary users to make namespaces.
+class PrivateNetwork {
+public:
+    PrivateNetwork();
+
+    /// Empty when the network is there, else what is missing.
+    const QByteArray& problem() const { return m_problem; }
+    /// Whether anything can be reached; at first it can.
+    void setUp(bool isUp);
+
+private:
+    QByteArray m_problem;
+};

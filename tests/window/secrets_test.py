@@ -1,0 +1,103 @@
+"""Where the password must not show: anywhere but in the settings and on the way to the server."""
+
+import os
+import stat
+import subprocess
+import unittest
+
+from desktop import bound_to_us, end, wait_for
+from upload_server import PASSWORD
+from window_test import WindowTest
+
+SECRET = PASSWORD.split()[0]  # No spelling of the whole changes this part.
+
+
+class Secrets(WindowTest):
+    def setUp(self):
+        super().setUp()
+        self.settings(FTPFolder="in")
+        os.mkdir(self.server.path("in"))
+
+    def monitored_bus(self):
+        """The file that every message of the session bus is written to from now on."""
+        path = os.path.join(self.desktop.folder, "bus.log")
+        with open(path, "wb") as file:
+            command = ["dbus-monitor", "--address", self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]]
+            monitor = subprocess.Popen(bound_to_us(command), stdout=file, env=self.desktop.environment)
+        self.addCleanup(end, monitor)
+        wait_for(lambda: "NameLost" in self.content(path), "the monitor to listen")
+        return path
+
+    @staticmethod
+    def content(path):
+        with open(path, "rb") as file:
+            return file.read().decode(errors="replace")
+
+    def assert_silent(self, where, text):
+        self.assertNotIn(SECRET, text, where)
+
+    def test_the_password_is_nowhere_to_be_seen(self):
+        messages = self.monitored_bus()
+        program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
+        self.wait_for_status(program, "Upload succeeded")
+        second = self.launch(self.file("two.txt"), QT_LOGGING_RULES="*=true")
+        self.assertEqual(second.exit_code(), 0)
+        self.wait_for_files("in/one.txt", "in/two.txt")
+        # A wrong password is no less a secret.
+        self.settings(FTPFolder="in", Password=PASSWORD + "!")
+        third = self.launch(self.file("three.txt"))
+        self.assertEqual(third.exit_code(), 0)
+        program.acknowledge()
+
+        self.desktop.key("ctrl+shift+c")
+        shown = wait_for(program.tree, "the window")
+        clipboard = wait_for(self.clipboard, "the clipboard to be filled")
+
+        self.assertIn(f":{self.server.port}/in/", clipboard)
+        self.assert_silent("the clipboard", clipboard)
+        self.assertTrue(any("/in/" in title for title in program.titles()))
+        self.assert_silent("the window", shown)
+        self.assertIn("STOR two.txt", program.output())
+        self.assert_silent("the log", program.output() + second.output() + third.output())
+        self.assertIn("two.txt", self.content(messages))
+        self.assert_silent("the session bus", self.content(messages))
+        for name in ("cmdline", "environ", "comm"):
+            self.assert_silent(name, self.content(f"/proc/{program.process.pid}/{name}"))
+
+    def test_only_the_settings_file_holds_it_and_only_its_owner_reads_that(self):
+        program = self.start(self.file("one.txt"))
+        self.wait_for_status(program, "Upload succeeded")
+        self.change_the_folder(program)
+
+        holders = [path for path in self.everything_at_home() if SECRET in self.content(path)]
+
+        (settings,) = holders
+        self.assertEqual(os.path.basename(settings), "settings.json")
+        self.assertEqual(stat.S_IMODE(os.stat(settings).st_mode), 0o600)
+        self.assertEqual(stat.S_IMODE(os.stat(os.path.dirname(settings)).st_mode), 0o700)
+
+    def change_the_folder(self, program):
+        """In the panel, which stores the settings anew."""
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+        self.desktop.key("ctrl+comma")
+        program.enter("Folder", "out")
+        self.assert_silent("the panel", program.tree())
+        program.press("Done")
+        wait_for(lambda: any("/out/" in title for title in program.titles()), "the new title")
+
+    def everything_at_home(self):
+        for folder, _, names in os.walk(self.home["HOME"]):
+            for name in names:
+                path = os.path.join(folder, name)
+                if os.path.isfile(path):
+                    yield path
+
+    def clipboard(self):
+        words = ["xclip", "-selection", "clipboard", "-o"]
+        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
+
+
+if __name__ == "__main__":
+    unittest.main()
