@@ -23,6 +23,48 @@ QString objectPath(const QString& busName)
     return path.replace(u'.', u'/').replace(u'-', u'_');
 }
 
+QDBusMessage callTo(const QString& busName, const QString& method, const QVariantList& arguments)
+{
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(busName, objectPath(busName), u"org.freedesktop.Application"_s, method);
+    call.setArguments(arguments);
+    call.setAutoStartService(false);
+    return call;
+}
+
+/// What tells a running program of @p files and @p action, in order; never nothing.
+QList<QDBusMessage> callsTo(const QString& busName, const QStringList& files, const QString& action)
+{
+    const QVariantMap platformData;
+    QList<QDBusMessage> calls;
+    if (!files.isEmpty()) {
+        QStringList uris;
+        for (const QString& file : files) {
+            uris.append(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded));
+        }
+        calls.append(callTo(busName, u"Open"_s, { uris, platformData }));
+    }
+    if (!action.isNull()) {
+        calls.append(callTo(busName, u"ActivateAction"_s, { action, QVariantList(), platformData }));
+    }
+    if (calls.isEmpty()) {
+        calls.append(callTo(busName, u"Activate"_s, { platformData }));
+    }
+    return calls;
+}
+
+/// Whether the program @p busName has got @p call, or will get it.
+bool deliver(const QDBusConnection& bus, const QString& busName, const QDBusMessage& call)
+{
+    const QDBusMessage reply = bus.call(call, QDBus::Block, callTimeoutMs);
+    if (reply.type() == QDBusMessage::ReplyMessage) {
+        return true;
+    }
+    // A program that is busy takes the message from its inbox when it can. Files must not go up twice.
+    const bool isUnanswered = QDBusError(reply).type() == QDBusError::NoReply;
+    return isUnanswered && bus.interface()->isServiceRegistered(busName);
+}
+
 } // namespace
 
 ApplicationService::ApplicationService(QObject* parent, Handler handler)
@@ -42,7 +84,7 @@ QString ApplicationService::busName(const QString& programName)
     return product + u".c"_s + QString::fromLatin1(hash.first(16));
 }
 
-bool ApplicationService::handOver(const QString& programName, const QStringList& files)
+bool ApplicationService::handOver(const QString& programName, const QStringList& files, const QString& action)
 {
     // A connection of its own, since this may come before the application that the shared one belongs to.
     static const QString connectionName = u"handOver"_s;
@@ -52,25 +94,12 @@ bool ApplicationService::handOver(const QString& programName, const QStringList&
     if (!bus.isConnected() || !bus.interface()->isServiceRegistered(name)) {
         return false;
     }
-    const bool opens = !files.isEmpty();
-    QDBusMessage call = QDBusMessage::createMethodCall(name, objectPath(name), u"org.freedesktop.Application"_s,
-                                                       opens ? u"Open"_s : u"Activate"_s);
-    if (opens) {
-        QStringList uris;
-        for (const QString& file : files) {
-            uris.append(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded));
-        }
-        call << uris;
+    const QList<QDBusMessage> calls = callsTo(name, files, action);
+    const bool isDelivered = deliver(bus, name, calls.first());
+    if (isDelivered && calls.size() > 1) {
+        deliver(bus, name, calls.last()); // The files are in good hands, whatever becomes of the action.
     }
-    call << QVariantMap();
-    call.setAutoStartService(false);
-    const QDBusMessage reply = bus.call(call, QDBus::Block, callTimeoutMs);
-    if (reply.type() == QDBusMessage::ReplyMessage) {
-        return true;
-    }
-    // A program that is busy takes the message from its inbox when it can. Files must not go up twice.
-    const bool isUnanswered = QDBusError(reply).type() == QDBusError::NoReply;
-    return isUnanswered && bus.interface()->isServiceRegistered(name);
+    return isDelivered;
 }
 
 bool ApplicationService::registerFor(const QString& programName)
@@ -101,10 +130,13 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*plat
     });
 }
 
-void ApplicationService::ActivateAction(const QString& /*name*/, const QVariantList& /*parameter*/,
+void ApplicationService::ActivateAction(const QString& name, const QVariantList& /*parameter*/,
                                         const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
-    serve(call, [this] { m_handler.activate(); }); // There are no actions but to come to the front.
+    serve(call, [this, name] {
+        m_handler.activate();
+        m_handler.action(name);
+    });
 }
 
 void ApplicationService::serve(const QDBusMessage& call, std::function<void()> service)

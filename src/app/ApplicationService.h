@@ -18,6 +18,7 @@ public:
     struct Handler {
         std::function<void()> activate; ///< Bring the window to the front.
         std::function<void(const QStringList&)> open; ///< Take these local files, absolute paths.
+        std::function<void(const QString&)> action; ///< Do what the launcher's action of that name says, if known.
     };
 
     /// Answers calls through @p handler, as a child of @p parent.
@@ -27,9 +28,9 @@ public:
     /// it is spelled.
     static QString busName(const QString& programName);
 
-    /// Hands @p files to the running program of that name, or only activates it when there are none. False when none
-    /// runs, or there is no session bus: then this start is the one that runs.
-    static bool handOver(const QString& programName, const QStringList& files);
+    /// Hands @p files and @p action (null for none) to the running program of that name, or only activates it when
+    /// there is neither. False when none runs, or there is no session bus: then this start is the one that runs.
+    static bool handOver(const QString& programName, const QStringList& files, const QString& action);
     /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
     bool registerFor(const QString& programName);
 

@@ -35,7 +35,8 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
         "another name uploads into a sub-folder of that name."_s);
     const QCommandLineOption help({ u"h"_s, u"help"_s }, u"Shows this help."_s);
     const QCommandLineOption showVersion({ u"v"_s, u"version"_s }, u"Shows the version."_s);
-    parser.addOptions({ help, showVersion });
+    const QCommandLineOption preferences(u"preferences"_s, u"Opens the preferences."_s);
+    parser.addOptions({ help, showVersion, preferences });
     parser.addPositionalArgument(u"FILES"_s, u"Files to upload."_s, u"[FILES...]"_s);
 
     QTextStream out(stdout);
@@ -57,6 +58,9 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
     CommandLine commandLine;
     for (const QString& word : parser.positionalArguments()) {
         commandLine.files.append(absolutePath(word));
+    }
+    if (parser.isSet(preferences)) {
+        commandLine.action = u"preferences"_s;
     }
     return commandLine;
 }

@@ -7,6 +7,7 @@
 /// What the command line asks for.
 struct CommandLine {
     QStringList files; ///< Absolute paths, in order.
+    QString action; ///< The launcher's action that is asked for; null for none.
 
     /// Reads @p arguments (the program's name first). Nothing when the program is to end at once with @p exitCode:
     /// help or version were asked for, or an option is unknown; what there is to say has been printed. Needs no

@@ -31,10 +31,18 @@ CommandLine readCommandLine(int argc, char** argv)
     if (!commandLine) {
         std::exit(exitCode);
     }
-    if (ApplicationService::handOver(programFileName(), commandLine->files)) {
+    if (ApplicationService::handOver(programFileName(), commandLine->files, commandLine->action)) {
         std::exit(0);
     }
     return *std::move(commandLine);
+}
+
+/// Does what the launcher's action @p name says; names that are not known, or none, do nothing.
+void act(ViewController& viewController, const QString& name)
+{
+    if (name == u"preferences"_s) {
+        viewController.showPreferences();
+    }
 }
 
 void warnOfBrokenSettings(ViewController& viewController)
@@ -62,6 +70,7 @@ int main(int argc, char** argv)
                                {
                                    .activate = [&delegate] { delegate.showMainWindow(); },
                                    .open = [&delegate](const QStringList& files) { delegate.openFiles(files); },
+                                   .action = [&viewController](const QString& name) { act(viewController, name); },
                                });
     DesktopIntegration desktop(
         viewController, programFileName(),
@@ -76,7 +85,8 @@ int main(int argc, char** argv)
     });
     UserDefaults::standard().setBrokenFileHandler([&viewController] { warnOfBrokenSettings(viewController); });
 
-    if (!service.registerFor(programFileName()) && ApplicationService::handOver(programFileName(), commandLine.files)) {
+    if (!service.registerFor(programFileName())
+        && ApplicationService::handOver(programFileName(), commandLine.files, commandLine.action)) {
         std::_Exit(0); // Another start was quicker.
     }
     viewController.window().show();
@@ -91,6 +101,7 @@ int main(int argc, char** argv)
     if (!commandLine.files.isEmpty()) {
         delegate.openFiles(commandLine.files);
     }
+    act(viewController, commandLine.action);
 
     const int result = QApplication::exec();
     std::fflush(nullptr);

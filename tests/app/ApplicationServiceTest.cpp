@@ -33,11 +33,13 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
 {
     QObject parent;
     QList<QStringList> opened;
+    QStringList acted;
     int activated = 0;
     ApplicationService service(&parent,
                                {
                                    .activate = [&activated] { ++activated; },
                                    .open = [&opened](const QStringList& files) { opened.append(files); },
+                                   .action = [&acted](const QString& name) { acted.append(name); },
                                });
 
     service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file://localhost/%C3%A9"_s }, {}, {});
@@ -45,7 +47,9 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
     EXPECT_EQ(opened, QList<QStringList>{ QStringList({ u"/a b"_s, u"/é"_s }) });
     EXPECT_EQ(activated, 1);
     service.Activate({}, {});
-    service.ActivateAction(u"unknown"_s, {}, {}, {});
+    EXPECT_EQ(acted, QStringList());
+    service.ActivateAction(u"preferences"_s, {}, {}, {});
+    EXPECT_EQ(acted, QStringList{ u"preferences"_s });
     EXPECT_EQ(activated, 3);
     service.Open({ u"http://host/c"_s }, {}, {});
     EXPECT_EQ(activated, 4);
@@ -61,13 +65,14 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
         {
             .activate = [&served] { served.append(u"activate"_s); },
             .open = [&served](const QStringList& files) { served.append(u"open "_s + files.join(u' ')); },
+            .action = [&served](const QString& name) { served.append(name); },
         });
     const QDBusMessage call = QDBusMessage::createMethodCall(u"io.github.test"_s, u"/test"_s, QString(), u"Open"_s);
     {
         const HeldLoop held;
 
         service.Open({ u"file:///a"_s }, {}, call);
-        service.ActivateAction(u"unknown"_s, {}, {}, {});
+        service.ActivateAction(u"act"_s, {}, {}, {});
         service.Open({ u"file:///b"_s, u"file:///c"_s }, {}, {});
         drainEventLoop();
 
@@ -77,14 +82,15 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
 
     drainEventLoop();
 
-    EXPECT_EQ(served, (QStringList{ u"activate"_s, u"open /a"_s, u"activate"_s, u"activate"_s, u"open /b /c"_s }));
+    EXPECT_EQ(served,
+              (QStringList{ u"activate"_s, u"open /a"_s, u"activate"_s, u"act"_s, u"activate"_s, u"open /b /c"_s }));
 }
 
 TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)
 {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
 
-    EXPECT_FALSE(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }));
+    EXPECT_FALSE(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }, {}));
 }
 
 } // namespace

@@ -46,6 +46,18 @@ TEST_F(CommandLineTest, WithoutFilesNothingIsOpened)
 
     ASSERT_TRUE(commandLine);
     EXPECT_TRUE(commandLine->files.isEmpty());
+    EXPECT_TRUE(commandLine->action.isNull());
+}
+
+TEST_F(CommandLineTest, ALaunchersActionGoesWithOrWithoutFiles)
+{
+    EXPECT_EQ(read({ u"--preferences"_s }).value_or(CommandLine()).action, u"preferences"_s);
+
+    const auto commandLine = read({ u"--preferences"_s, u"/a"_s });
+
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->action, u"preferences"_s);
+    EXPECT_EQ(commandLine->files, QStringList{ u"/a"_s });
 }
 
 TEST_F(CommandLineTest, HelpAndVersionEndAtOnce)

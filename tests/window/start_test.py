@@ -44,6 +44,19 @@ class Start(WindowTest):
         self.wait_for_status(first, "Upload succeeded")
         self.assertEqual(second.output(), "")
 
+    def test_the_launchers_action_opens_the_preferences_whether_or_not_the_program_runs(self):
+        self.settings()
+        first = self.start("--preferences")
+        wait_for(lambda: "Preferences" in first.titles(), "the preferences")
+        first.press("Cancel")
+        wait_for(lambda: "Preferences" not in first.titles(), "the preferences to close")
+
+        second = self.launch("--preferences", self.file("one.txt"))
+
+        self.assertEqual(second.exit_code(), 0)
+        wait_for(lambda: "Preferences" in first.titles(), "the preferences again")
+        self.wait_for_files("one.txt")
+
     def test_a_program_that_is_too_busy_to_answer_gets_its_files_once(self):
         self.settings()
         first = self.start()

@@ -94,7 +94,8 @@ void drawPicture(QPainter& painter)
     painter.setBrush(QColor(0xf0, 0xb4, 0x29));
     painter.drawEllipse(QPointF(6.2, 7.6), 1, 1);
     painter.setBrush(QColor(0x3f, 0x8f, 0x5b));
-    painter.drawPolygon(QPolygonF{ QPointF(4.5, 13), QPointF(7, 9.8), QPointF(8.3, 11.2), QPointF(9.8, 8.6), QPointF(11.5, 13) });
+    painter.drawPolygon(
+        QPolygonF{ QPointF(4.5, 13), QPointF(7, 9.8), QPointF(8.3, 11.2), QPointF(9.8, 8.6), QPointF(11.5, 13) });
 }
 
 void drawSound(QPainter& painter)
@@ -140,8 +141,10 @@ bool isText(const QString& type)
 Drawing drawingFor(const QString& type)
 {
     const std::pair<bool, Drawing> families[] = {
-        { type.startsWith("image/"_L1), drawPicture }, { type.startsWith("audio/"_L1), drawSound },
-        { type.startsWith("video/"_L1), drawFilm },    { isPackage(type), drawPackage },
+        { type.startsWith("image/"_L1), drawPicture },
+        { type.startsWith("audio/"_L1), drawSound },
+        { type.startsWith("video/"_L1), drawFilm },
+        { isPackage(type), drawPackage },
         { isText(type), drawText },
     };
     for (const auto& [fits, drawing] : families) {
