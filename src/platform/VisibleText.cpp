@@ -37,17 +37,20 @@ QString shown(QChar character)
 /// Both ends of a text that is too long, cut between characters.
 QString ends(const QString& text)
 {
-    constexpr qsizetype half = longestVisibleText / 2;
-    const qsizetype leftEnd = text.at(half - 1).isHighSurrogate() ? half - 1 : half;
-    const qsizetype rightStart = text.size() - half + (text.at(text.size() - half).isLowSurrogate() ? 1 : 0);
+    constexpr qsizetype left = longestVisibleText / 2;
+    constexpr qsizetype right = longestVisibleText - left - 1;
+    const qsizetype leftEnd = text.at(left - 1).isHighSurrogate() ? left - 1 : left;
+    const qsizetype rightStart = text.size() - right + (text.at(text.size() - right).isLowSurrogate() ? 1 : 0);
     return text.left(leftEnd) + u'…' + text.mid(rightStart);
 }
 
 } // namespace
 
-QString visibleText(const QString& wholeText)
+QString visibleText(const QString& text)
 {
-    const QString text = wholeText.size() > longestVisibleText ? ends(wholeText) : wholeText;
+    if (text.size() > longestVisibleText) {
+        return visibleText(ends(text));
+    }
     if (std::none_of(text.begin(), text.end(), actsUnseen)) {
         return text;
     }
