@@ -58,7 +58,7 @@ public:
         m_controller->onTick(); // Shows the last word.
         EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
         noteListing();
-        const QString words = wordsOfEnd(operation);
+        QString words = wordsOfEnd(operation);
         closeSheets();
         ConnectionPool::ofThisThread().timeouts() = usualTimeouts();
         return words;

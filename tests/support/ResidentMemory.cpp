@@ -19,5 +19,5 @@ qint64 residentMemory()
 qint64 allocatedMemory()
 {
     const struct mallinfo2 info = ::mallinfo2();
-    return static_cast<qint64>(info.uordblks + info.hblkhd);
+    return static_cast<qint64>(info.uordblks) + static_cast<qint64>(info.hblkhd);
 }
