@@ -192,8 +192,10 @@ FaultPlan planOfConversation(Manner manner, const Spot& spot)
     FaultPlan plan;
     QByteArrayList steps = stepsOf(manner, spot);
     switch (manner) {
-    case Manner::Refused:
     case Manner::Oversized:
+        steps.prepend("idle 60"); // As below.
+        [[fallthrough]];
+    case Manner::Refused:
         if (spot.event == "QUIT") {
             steps.append("close"); // It is waited for.
         }

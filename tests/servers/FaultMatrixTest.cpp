@@ -6,6 +6,8 @@
 #include "OpenDescriptors.h"
 #include "Printers.h"
 
+#include <QMimeDatabase>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -13,6 +15,7 @@
 #include <optional>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -95,6 +98,7 @@ protected:
         if (operations == nullptr) {
             operations = cell.column.way == Way::Window ? operationsOfWindow(*scene) : operationsOfLibrary(*scene);
             performUndisturbed(); // What is opened once and for all is open from here on.
+            QMimeDatabase().mimeTypeForName(u"text/plain"_s); // With what a table that is painted opens.
             restingDescriptors = openDescriptors();
         }
     }

@@ -166,6 +166,7 @@ class Start(WindowTest):
         (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
 
         self.desktop.xdotool("windowactivate", "--sync", window, "key", "--clearmodifiers", "alt+F4")
+        program.press("Quit")  # It asks whether to leave the upload.
 
         self.assertEqual(program.exit_code(), 0)
         self.assertEqual(program.output(), "")
