@@ -60,7 +60,7 @@ QString readable(const QString& text)
 
 QString visibleText(const QString& text)
 {
-    const QString whole = readable(text);
+    QString whole = readable(text);
     const QList<uint> characters = whole.toUcs4();
     if (std::none_of(characters.begin(), characters.end(), actsUnseen)) {
         return whole;

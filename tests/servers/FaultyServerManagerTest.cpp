@@ -117,7 +117,7 @@ TEST_F(FaultyServerManagerTest, EveryLineOfTheConversationIsJudgedAndTheNextOneW
              ScriptedRule{ .on = "DELE", .steps = { "550 No such file" } },
              ScriptedRule{ .on = "DELE", .steps = { "450-Busy", "450 Later" } },
              ScriptedRule{ .on = "QUIT", .steps = { "500 What?", "close" } },
-             ScriptedRule{ .on = "DELE", .steps = { "flood 3000000", "close" } },
+             ScriptedRule{ .on = "DELE", .steps = { "idle 60", "flood 3000000", "close" } },
          }) {
         SCOPED_TRACE(rule.on.toStdString() + ": " + rule.steps.join(", ").toStdString());
         m_server.add(rule);
