@@ -62,7 +62,7 @@ TEST_F(WaitingPanelTest, AnAnswerWithinHalfASecondShowsNoPanel)
 {
     bool hasShown = false;
     whenShown([&hasShown](WaitingPanel& /*panel*/) { hasShown = true; });
-    QTimer::singleShot(300, &m_window, [this] { m_call.release(); });
+    QTimer::singleShot(100, &m_window, [this] { m_call.release(); });
 
     EXPECT_EQ(wait(), true);
 
