@@ -37,7 +37,7 @@ signals:
     void sortDescriptorsDidChange();
     void tableViewSelectionDidChange();
     /// The user drags an item whose name no file can have.
-    void unnamableItemDragged();
+    void unnamableItemDragged(const QString& name);
 
 public: // What a view answers to.
     void keyboardSearch(const QString& text) override;

@@ -102,7 +102,7 @@ void ListingTable::startDrag(Qt::DropActions /*actions*/)
     if (PathText::isFileName(entry.name)) {
         PromisedFile::drag(std::move(file), dragPicture(row));
     } else {
-        emit unnamableItemDragged();
+        emit unnamableItemDragged(entry.name);
     }
 }
 

@@ -259,7 +259,10 @@ private:
     void resetProgress();
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
-    void refuseFileName();
+    /// Between a drop or an answer and what it leads to.
+    static constexpr int answerDelayMs = 1000;
+
+    void refuseFileName(const QString& name);
     void openDownload(const QString& path);
     /// Null without a selection.
     const ListingEntry* selectedEntry() const;

@@ -14,13 +14,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Between a drop or an answer and what it leads to.
-constexpr int dropDelayMs = 1000;
-
-} // namespace
-
 QStringList ViewController::pasteboardHasFiles(const QMimeData& pasteboard) const
 {
     return plainLocalFiles(pasteboard);
@@ -44,7 +37,7 @@ bool ViewController::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*
     }
     m_droppedFiles = files;
     // Its own files, also when the next drop comes before they are handed over.
-    RunLoop::dispatchAfter(dropDelayMs, this, [this, files] { uploadFiles(files); });
+    RunLoop::dispatchAfter(answerDelayMs, this, [this, files] { uploadFiles(files); });
     return true;
 }
 
@@ -83,7 +76,7 @@ void ViewController::makePromisedFile(const ListingEntry& entry, const QString& 
               .text = u"Do you want to overwrite the existing file \"%1\"?"_s.arg(shownName),
               .defaultButton = u"Cancel"_s,
               .alternateButton = u"Overwrite"_s,
-              .onAlternate = [this, download] { RunLoop::dispatchAfter(dropDelayMs, this, download); } });
+              .onAlternate = [this, download] { RunLoop::dispatchAfter(answerDelayMs, this, download); } });
     } else {
         download();
     }

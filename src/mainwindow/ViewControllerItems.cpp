@@ -13,13 +13,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Between an answer and what it leads to.
-constexpr int answerDelayMs = 1000;
-
-} // namespace
-
 const ListingEntry* ViewController::selectedEntry() const
 {
     const int row = m_ui->destinationListingTable->selectedRow();
@@ -58,16 +51,17 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder, 
         return;
     }
     if (!PathText::isFileName(name)) {
-        refuseFileName();
+        refuseFileName(name);
         return;
     }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
     m_gc->startReceive(locationOfItem(place, name, rawName), username(), password(), file);
 }
 
-void ViewController::refuseFileName()
+void ViewController::refuseFileName(const QString& name)
 {
     updateStatus(u"Invalid Desftination File"_s); // A name that the server sent never leads to another folder.
+    m_history.note(u"“%1” is no name for a file, and was not downloaded."_s.arg(visibleText(name)));
 }
 
 void ViewController::openDownload(const QString& path)

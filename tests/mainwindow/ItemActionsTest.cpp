@@ -2,6 +2,7 @@
 #include "ListingTable.h"
 #include "StandardFolders.h"
 #include "ViewControllerTest.h"
+#include "VisibleText.h"
 
 #include <QAction>
 #include <QDesktopServices>
@@ -180,6 +181,9 @@ TEST_F(ItemActionsTest, ANameThatIsNoFileNameLeadsNowhere)
 
             EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s) << name.toStdString();
             EXPECT_FALSE(m_controller->gc().isReceiving());
+            const HistoryEntry& line = m_controller->history().entries().last();
+            EXPECT_EQ(line.outcome, HistoryEntry::Outcome::Note);
+            EXPECT_TRUE(line.path.startsWith(u'“' + visibleText(name) + u"” is no name"_s));
         }
     }
     EXPECT_EQ(QFileInfo(neighbour).size(), 8);

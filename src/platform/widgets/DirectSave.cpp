@@ -53,8 +53,8 @@ std::uint32_t DirectSave::announce(const QString& name)
     const xcb_window_t window = reply ? reply->owner : xcb_window_t(XCB_WINDOW_NONE);
     if (window != XCB_WINDOW_NONE) {
         const QByteArray text = name.toUtf8();
-        xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, atom(x, "XdndDirectSave0"), atom(x, "text/plain"), 8,
-                            static_cast<std::uint32_t>(text.size()), text.constData());
+        xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, atom(x, DirectSave::format.toLatin1()),
+                            atom(x, "text/plain"), 8, static_cast<std::uint32_t>(text.size()), text.constData());
         xcb_flush(x);
     }
     return window;
@@ -66,7 +66,7 @@ QString DirectSave::takeWish(std::uint32_t window)
     if (x == nullptr || window == 0) {
         return {};
     }
-    const xcb_atom_t property = atom(x, "XdndDirectSave0");
+    const xcb_atom_t property = atom(x, DirectSave::format.toLatin1());
     const auto request = xcb_get_property(x, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longestWish);
     const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(x, request, nullptr));
     if (!reply || reply->bytes_after != 0) {

@@ -69,11 +69,6 @@ QStringList PromisedFile::formats() const
     return protocols() + QMimeData::formats();
 }
 
-bool PromisedFile::hasFormat(const QString& format) const
-{
-    return formats().contains(format);
-}
-
 QVariant PromisedFile::retrieveData(const QString& format, QMetaType type) const
 {
     if (!protocols().contains(format)) {

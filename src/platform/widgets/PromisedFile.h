@@ -28,7 +28,6 @@ public:
     ~PromisedFile() override;
 
     QStringList formats() const override;
-    bool hasFormat(const QString& format) const override;
 
     /// Drags @p file, with @p picture at the pointer, until the user lets go. The file is dropped as soon as this
     /// returns; the target's wish comes later.
