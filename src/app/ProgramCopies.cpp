@@ -1,0 +1,227 @@
+#include "ProgramCopies.h"
+
+#include "ApplicationService.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <unistd.h>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype longestFileName = 255; ///< Bytes that a file system takes, less what a launcher's name adds.
+constexpr QLatin1String launcherSuffix(".desktop");
+constexpr QLatin1String ownMark("X-Quillbox-Copy"); ///< The launcher's key that says for which file name we made it.
+
+/// @p text as the value of a key in a launcher.
+QString asValue(QString text)
+{
+    text.replace(u'\\', u"\\\\"_s);
+    return text.startsWith(u' ') ? u"\\s"_s + text.sliced(1) : text;
+}
+
+/// @p word of a launcher's command line: quoted for it, and then as a value.
+QString asWord(QString word)
+{
+    for (const QChar special : { u'\\', u'"', u'`', u'$' }) {
+        word.replace(special, QString(u'\\') + special);
+    }
+    word.replace(u'%', u"%%"_s);
+    return asValue(u'"' + word + u'"');
+}
+
+/// The command line that starts the program at @p path. By way of a shell, as a launcher's first word must not hold
+/// "=", and some desktops look for a program whose name has "%%" in it when "%" was meant.
+QString commandLine(const QString& path)
+{
+    return u"/bin/sh -c "_s + asWord(u"exec \"$0\" \"$@\""_s) + u' ' + asWord(path) + u" %F"_s;
+}
+
+/// Whether anything is at @p path, were it a link that leads nowhere.
+bool isTaken(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
+}
+
+/// Writes a file that was not there before; leaves none behind when it fails.
+bool writeNew(const QString& path, const QByteArray& content, QFile::Permissions permissions)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+        return false;
+    }
+    const bool isWritten = file.write(content) == content.size() && file.flush() && file.setPermissions(permissions);
+    file.close();
+    if (!isWritten || file.error() != QFile::NoError) {
+        file.remove();
+        return false;
+    }
+    return true;
+}
+
+/// Whether the launcher at @p path was made by us, for the program's file @p fileName.
+bool isOurs(const QString& path, const QString& fileName)
+{
+    QFile file(path);
+    if (QFileInfo(path).isSymLink() || !file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    return file.readAll().split('\n').contains((ownMark + u'=' + asValue(fileName)).toUtf8());
+}
+
+bool isFolderName(const QString& level)
+{
+    return !level.trimmed().isEmpty() && level != u"."_s && level != u".."_s;
+}
+
+constexpr QFile::Permissions readable = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther;
+constexpr QFile::Permissions executable = readable | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
+
+} // namespace
+
+ProgramCopies::Folders ProgramCopies::Folders::standard()
+{
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    return {
+        .links = data + u"/quillbox/copies"_s,
+        .launchers = QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation),
+        .desktop = QFileInfo(desktop).isDir() && desktop != QDir::homePath() ? desktop : QString(),
+    };
+}
+
+ProgramCopies::ProgramCopies(QString programPath, Folders folders)
+    : m_programPath(std::move(programPath))
+    , m_folders(std::move(folders))
+{
+}
+
+QString ProgramCopies::fileName(const QString& name)
+{
+    QString file = name;
+    file.replace(u'/', u':');
+    // The program takes one such ending off its name.
+    return file.endsWith(u".app"_s) ? file + u".app"_s : file;
+}
+
+ProgramCopies::NameVerdict ProgramCopies::judge(const QString& name)
+{
+    const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
+    const QStringList levels = name.split(u'/');
+    if (name.contains(u':') || std::ranges::any_of(name, isControl) || !std::ranges::all_of(levels, isFolderName)) {
+        return NameVerdict::Unsuitable;
+    }
+    if (fileName(name).toUtf8().size() + launcherSuffix.size() > longestFileName) {
+        return NameVerdict::TooLong;
+    }
+    if (name == u"Quillbox"_s) {
+        return NameVerdict::ProductsName;
+    }
+    return name.startsWith(u"Quillbox"_s) ? NameVerdict::NoFolderOfItsOwn : NameVerdict::Good;
+}
+
+ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) const
+{
+    const NameVerdict verdict = judge(name);
+    if (verdict != NameVerdict::Good && verdict != NameVerdict::NoFolderOfItsOwn) {
+        return Outcome::NameNotPossible;
+    }
+    const std::optional<QString> onDesktopPath = onDesktop ? desktopPath(name) : std::nullopt;
+    if (isTaken(linkPath(name)) || isTaken(launcherPath(name)) || (onDesktopPath && isTaken(*onDesktopPath))) {
+        return Outcome::AlreadyThere;
+    }
+    QDir().mkpath(m_folders.links);
+    QDir().mkpath(m_folders.launchers);
+    // Each of these makes a new file or none, so that what another program has made meanwhile stays as it is.
+    if (::symlink(QFile::encodeName(m_programPath).constData(), QFile::encodeName(linkPath(name)).constData()) != 0) {
+        return Outcome::NotWritable;
+    }
+    if (!writeNew(launcherPath(name), launcher(name), readable)) {
+        QFile::remove(linkPath(name));
+        return Outcome::NotWritable;
+    }
+    if (onDesktopPath && !writeNew(*onDesktopPath, launcher(name), executable)) {
+        QFile::remove(launcherPath(name));
+        QFile::remove(linkPath(name));
+        return Outcome::NotWritable;
+    }
+    return Outcome::Made;
+}
+
+QList<ProgramCopies::Copy> ProgramCopies::copies() const
+{
+    QList<Copy> found;
+    const QStringList files = QDir(m_folders.links).entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name);
+    for (const QString& file : files) {
+        QString name = file;
+        if (name.endsWith(u".app"_s)) {
+            name.chop(4);
+        }
+        name.replace(u':', u'/');
+        if (fileName(name) == file && QFileInfo(linkPath(name)).isSymLink()) {
+            const std::optional<QString> desktop = desktopPath(name);
+            found.append({ .name = name, .path = linkPath(name), .isOnDesktop = desktop && isOurs(*desktop, file) });
+        }
+    }
+    return found;
+}
+
+bool ProgramCopies::remove(const QString& name) const
+{
+    const QString file = fileName(name);
+    if (!QFileInfo(linkPath(name)).isSymLink()) {
+        return false;
+    }
+    bool isRemoved = true;
+    for (const std::optional<QString>& path : { desktopPath(name), std::optional(launcherPath(name)) }) {
+        if (path && isOurs(*path, file)) {
+            isRemoved = QFile::remove(*path) && isRemoved;
+        }
+    }
+    // Last: while the link is there, the copy is listed and can be removed again.
+    return isRemoved && QFile::remove(linkPath(name));
+}
+
+QString ProgramCopies::linkPath(const QString& name) const
+{
+    return m_folders.links + u'/' + fileName(name);
+}
+
+QString ProgramCopies::launcherPath(const QString& name) const
+{
+    return m_folders.launchers + u'/' + ApplicationService::busName(fileName(name)) + launcherSuffix;
+}
+
+std::optional<QString> ProgramCopies::desktopPath(const QString& name) const
+{
+    return m_folders.desktop.isNull() ? std::nullopt
+                                      : std::optional(m_folders.desktop + u'/' + fileName(name) + launcherSuffix);
+}
+
+QByteArray ProgramCopies::launcher(const QString& name) const
+{
+    // There is no MimeType, as in the product's own launcher: opening a file must never upload it.
+    const QString text = u"[Desktop Entry]\n"
+                         "Type=Application\n"
+                         "Version=1.4\n"
+                         "Name=%1\n"
+                         "Comment=Put files into this folder of your FTP server\n"
+                         "TryExec=%2\n"
+                         "Exec=%3\n"
+                         "Icon=io.github.quillbox.Quillbox\n"
+                         "Terminal=false\n"
+                         "StartupNotify=false\n"
+                         "StartupWMClass=%4\n"
+                         "%5=%4\n"_s;
+    // All at once: a name may hold what looks like a place for another one.
+    return text
+        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), asValue(fileName(name)), ownMark)
+        .toUtf8();
+}

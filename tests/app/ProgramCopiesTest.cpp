@@ -1,0 +1,229 @@
+#include "ProgramCopies.h"
+
+#include "ApplicationService.h"
+#include "Printers.h"
+#include "WaitFor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using NameVerdict = ProgramCopies::NameVerdict;
+using Outcome = ProgramCopies::Outcome;
+
+/// Names that something between here and the program could take for more than a name.
+const QStringList strangeNames{ u"Scans"_s,          u"Photos/2024"_s, u"with blank"_s,  u" leading"_s,
+                                u"été Ω"_s,          u"a\"b'c`d"_s,    u"100%F %% %1"_s, u"$HOME"_s,
+                                u"back\\slash\\n"_s, u"Quillbox 2"_s,  u"#;[x]&|<>*?"_s, u"x.app"_s,
+                                u"--help"_s,         u"a=b"_s };
+
+class ProgramCopiesTest : public ::testing::Test {
+protected:
+    ProgramCopiesTest()
+    {
+        QDir().mkpath(path(u"Desktop"_s));
+        write(path(u"program"_s),
+              "#!/bin/sh\nprintf '%s\\n' \"${0##*/}\" \"$@\" >\"$RESULT.new\"\nmv \"$RESULT.new\" "
+              "\"$RESULT\"\n");
+        QFile::setPermissions(path(u"program"_s), QFile::ReadOwner | QFile::ExeOwner);
+    }
+
+    QString path(const QString& name) const { return m_folder.path() + u'/' + name; }
+    QString launcherPath(const QString& file) const
+    {
+        return path(u"applications/"_s) + ApplicationService::busName(file) + u".desktop"_s;
+    }
+    QStringList files(const QString& folder) const
+    {
+        return QDir(path(folder)).entryList(QDir::Files | QDir::System | QDir::Hidden);
+    }
+
+    static void write(const QString& path, const QByteArray& content)
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+    static QByteArray read(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    /// What the program gets when the desktop's own library starts a launcher with a file.
+    QByteArray startedBy(const QString& launcher)
+    {
+        static const QString script = u"import sys; from gi.repository import Gio\n"
+                                      "launcher = Gio.DesktopAppInfo.new_from_filename(sys.argv[1])\n"
+                                      "launcher.launch([Gio.File.new_for_path('/a b%')], None)"_s;
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"RESULT"_s, path(u"result"_s));
+        process.setProcessEnvironment(environment);
+        QFile::remove(path(u"result"_s));
+        process.start(u"/usr/bin/python3"_s, { u"-c"_s, script, launcher });
+        EXPECT_TRUE(process.waitForFinished());
+        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+        EXPECT_TRUE(waitFor([this] { return QFile::exists(path(u"result"_s)); }));
+        return read(path(u"result"_s));
+    }
+
+    QTemporaryDir m_folder;
+    ProgramCopies m_copies{
+        path(u"program"_s),
+        { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) }
+    };
+};
+
+TEST_F(ProgramCopiesTest, ACopyIsALinkOfItsNameAndALauncher)
+{
+    EXPECT_EQ(m_copies.make(u"Scans"_s, false), Outcome::Made);
+
+    EXPECT_EQ(QFile::symLinkTarget(path(u"copies/Scans"_s)), path(u"program"_s));
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nName=Scans\n"));
+    EXPECT_FALSE(read(launcherPath(u"Scans"_s)).contains("MimeType"));
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopMayBeExecuted)
+{
+    EXPECT_EQ(m_copies.make(u"A/B"_s, true), Outcome::Made);
+
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"A:B.desktop"_s });
+    EXPECT_TRUE(QFileInfo(path(u"Desktop/A:B.desktop"_s)).isExecutable());
+    EXPECT_EQ(m_copies.copies().size(), 1);
+    EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
+}
+
+TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysName)
+{
+    for (const QString& name : strangeNames) {
+        SCOPED_TRACE(name.toStdString());
+        ASSERT_EQ(m_copies.make(name, false), Outcome::Made);
+        const QString file = ProgramCopies::fileName(name);
+
+        const int validity = QProcess::execute(u"desktop-file-validate"_s, { launcherPath(file) });
+
+        EXPECT_EQ(validity, 0) << read(launcherPath(file)).toStdString();
+        EXPECT_EQ(startedBy(launcherPath(file)), file.toUtf8() + "\n/a b%\n");
+    }
+}
+
+TEST_F(ProgramCopiesTest, CopiesAreListedByTheNamesThatWereGiven)
+{
+    for (const QString& name : strangeNames) {
+        ASSERT_EQ(m_copies.make(name, false), Outcome::Made);
+    }
+    write(path(u"copies/not a link"_s), "");
+
+    QStringList listed;
+    for (const ProgramCopies::Copy& copy : m_copies.copies()) {
+        listed.append(copy.name);
+        EXPECT_EQ(QFileInfo(copy.path).symLinkTarget(), path(u"program"_s));
+    }
+
+    EXPECT_EQ(QSet<QString>(listed.cbegin(), listed.cend()), QSet<QString>(strangeNames.cbegin(), strangeNames.cend()));
+    EXPECT_EQ(listed.size(), strangeNames.size());
+}
+
+TEST_F(ProgramCopiesTest, RemovingLeavesNothingOfACopyAndAllOfTheOthers)
+{
+    ASSERT_EQ(m_copies.make(u"a\"%/é"_s, true), Outcome::Made);
+    ASSERT_EQ(m_copies.make(u"other"_s, true), Outcome::Made);
+
+    EXPECT_TRUE(m_copies.remove(u"a\"%/é"_s));
+
+    EXPECT_EQ(files(u"copies"_s), QStringList{ u"other"_s });
+    EXPECT_EQ(files(u"applications"_s).size(), 1);
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"other.desktop"_s });
+    EXPECT_FALSE(m_copies.remove(u"a\"%/é"_s));
+    EXPECT_FALSE(m_copies.remove(u".."_s));
+    EXPECT_TRUE(QFile::exists(path(u"program"_s)));
+}
+
+TEST_F(ProgramCopiesTest, WhatIsNotOursStaysAsItIs)
+{
+    const QByteArray foreign = "[Desktop Entry]\nName=x\n";
+    write(path(u"copies/x"_s), foreign);
+    write(launcherPath(u"y"_s), foreign);
+    write(path(u"Desktop/z.desktop"_s), foreign);
+    ASSERT_TRUE(QFile::link(path(u"nowhere"_s), path(u"Desktop/w.desktop"_s)));
+
+    for (const QString& name : { u"x"_s, u"y"_s, u"z"_s, u"w"_s }) {
+        EXPECT_EQ(m_copies.make(name, true), Outcome::AlreadyThere) << name.toStdString();
+    }
+    EXPECT_FALSE(m_copies.remove(u"x"_s));
+    EXPECT_EQ(m_copies.make(u"z"_s, false), Outcome::Made);
+    EXPECT_TRUE(m_copies.remove(u"z"_s));
+
+    EXPECT_EQ(read(path(u"copies/x"_s)), foreign);
+    EXPECT_EQ(read(launcherPath(u"y"_s)), foreign);
+    EXPECT_EQ(read(path(u"Desktop/z.desktop"_s)), foreign);
+    EXPECT_EQ(files(u"copies"_s), QStringList{ u"x"_s });
+    EXPECT_EQ(files(u"applications"_s).size(), 1);
+    EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
+}
+
+TEST_F(ProgramCopiesTest, ACopyIsMadeOnce)
+{
+    EXPECT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    const QByteArray launcher = read(launcherPath(u"a"_s));
+
+    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::AlreadyThere);
+
+    EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ACopyOfWhichAPartCannotBeMadeIsNotMade)
+{
+    write(path(u"applications"_s), "no folder");
+
+    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::NotWritable);
+
+    EXPECT_EQ(files(u"copies"_s), QStringList());
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)
+{
+    const struct {
+        QString name;
+        NameVerdict verdict;
+    } rows[] = {
+        { u""_s, NameVerdict::Unsuitable },           { u"  "_s, NameVerdict::Unsuitable },
+        { u"."_s, NameVerdict::Unsuitable },          { u"a/../b"_s, NameVerdict::Unsuitable },
+        { u"/a"_s, NameVerdict::Unsuitable },         { u"a/"_s, NameVerdict::Unsuitable },
+        { u"a//b"_s, NameVerdict::Unsuitable },       { u"a:b"_s, NameVerdict::Unsuitable },
+        { u"a\nb"_s, NameVerdict::Unsuitable },       { QString(u'\0'), NameVerdict::Unsuitable },
+        { u"Quillbox"_s, NameVerdict::ProductsName }, { QString(248, u'x'), NameVerdict::TooLong },
+        { QString(124, u'é'), NameVerdict::TooLong },
+    };
+    for (const auto& [name, verdict] : rows) {
+        SCOPED_TRACE(name.toStdString());
+        EXPECT_EQ(ProgramCopies::judge(name), verdict);
+        EXPECT_EQ(m_copies.make(name, true), Outcome::NameNotPossible);
+    }
+    EXPECT_EQ(files(u"copies"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ANameWithoutAFolderOfItsOwnIsSaidToBeSo)
+{
+    EXPECT_EQ(ProgramCopies::judge(u"Quillbox 2"_s), NameVerdict::NoFolderOfItsOwn);
+    EXPECT_EQ(ProgramCopies::judge(u"Quillbox/2"_s), NameVerdict::NoFolderOfItsOwn);
+    EXPECT_EQ(ProgramCopies::judge(u"quillbox"_s), NameVerdict::Good);
+    EXPECT_EQ(ProgramCopies::judge(u"My Quillbox"_s), NameVerdict::Good);
+    EXPECT_EQ(ProgramCopies::judge(QString(247, u'x')), NameVerdict::Good);
+    EXPECT_EQ(m_copies.make(QString(247, u'x'), true), Outcome::Made);
+}
+
+} // namespace
