@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CertificateQuestions.h"
 #include "ControlConnection.h"
 #include "FTPServerKey.h"
 #include "FTPTimeouts.h"
@@ -60,6 +61,7 @@ public:
     /// What a server has said last, as ControlConnection::replied() tells it; null at first.
     const QString& lastReply() const { return m_lastReply; }
 
+    CertificateQuestions& certificateQuestions() { return m_certificateQuestions; }
     FTPTimeouts& timeouts() { return m_timeouts; }
     DeliveryGate& gate() { return m_gate; }
 
@@ -94,4 +96,5 @@ private:
     std::vector<Waiter> m_waiters;
     QHash<QString, Traits> m_traits;
     QString m_lastReply;
+    CertificateQuestions m_certificateQuestions;
 };

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "FTPEncryption.h"
+
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <memory>
@@ -21,7 +24,7 @@ struct FTPStreamError {
     enum class Domain {
         None, ///< Nothing has failed.
         FTP, ///< The server refused with the reply code in `code` (400 to 599).
-        Other, ///< Resolving, connecting, time-outs, lost connections, texts that cannot be sent.
+        Other, ///< Resolving, connecting, time-outs, lost connections, refused TLS, texts that cannot be sent.
     };
 
     Domain domain = Domain::None;
@@ -56,6 +59,12 @@ public:
     /// it.
     [[nodiscard]] virtual bool setUserName(const QString& userName) = 0;
     [[nodiscard]] virtual bool setPassword(const QString& password) = 0;
+
+    /// Whether the transfer is encrypted, to be set before open(); in clear without. False when the stream refuses it.
+    [[nodiscard]] virtual bool setEncryption(FTPEncryption encryption) = 0;
+    /// SHA-256 fingerprints of certificates that the server may show whatever is wrong with them, to be set before
+    /// open(). All others must be good for the system's store and the name of the host.
+    virtual void setTrustedCertificates(const QList<QByteArray>& fingerprints) = 0;
 
     /// @p delegate receives the events until the stream is closed; it is not owned. Null drops them.
     virtual void setDelegate(FTPStreamDelegate* delegate) = 0;
