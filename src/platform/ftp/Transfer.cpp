@@ -205,14 +205,15 @@ QList<FTPCommand> Transfer::loginCommands() const
     // Nothing that changes anything on the server may follow a CWD whose reply has not been seen: were it refused,
     // the change would happen in another folder.
     QList<FTPCommand> commands;
-    if (m_request.userName.isEmpty()) {
-        commands = { { FTPVerb::User, "anonymous" }, { FTPVerb::Pass, "anonymous@" } };
-    } else {
-        commands = { { FTPVerb::User, m_request.userName }, { FTPVerb::Pass, m_request.password } };
-    }
     if (m_connection->tls() != nullptr) {
-        // Encrypts data connections (RFC 4217, section 9). A session whose folder is known has passed this.
-        commands.append({ { FTPVerb::Pbsz, "0" }, { FTPVerb::Prot, "P" } });
+        // Encrypts data connections (RFC 4217, section 9). In front, so that the replies to a login stand together:
+        // some servers think about a wrong password and answer what follows meanwhile.
+        commands = { { FTPVerb::Pbsz, "0" }, { FTPVerb::Prot, "P" } };
+    }
+    if (m_request.userName.isEmpty()) {
+        commands.append({ { FTPVerb::User, "anonymous" }, { FTPVerb::Pass, "anonymous@" } });
+    } else {
+        commands.append({ { FTPVerb::User, m_request.userName }, { FTPVerb::Pass, m_request.password } });
     }
     commands.append({ FTPVerb::Pwd, {} });
     if (!m_folder.isEmpty()) {

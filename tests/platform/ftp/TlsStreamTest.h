@@ -54,9 +54,9 @@ protected:
     std::unique_ptr<PeerConnection> logInSecurely(const QByteArrayList& rest)
     {
         auto control = secure();
-        EXPECT_EQ(control->hear(5), (QByteArrayList{ "USER anna", "PASS secret", "PBSZ 0", "PROT P", "PWD" }));
+        EXPECT_EQ(control->hear(5), (QByteArrayList{ "PBSZ 0", "PROT P", "USER anna", "PASS secret", "PWD" }));
         EXPECT_EQ(control->hear(static_cast<int>(rest.size())), rest);
-        for (const char* reply : { "331 Password", "230 In", "200 Size 0", "200 Private", "257 \"/home\" is it" }) {
+        for (const char* reply : { "200 Size 0", "200 Private", "331 Password", "230 In", "257 \"/home\" is it" }) {
             control->say(reply);
         }
         return control;

@@ -65,7 +65,7 @@ TEST_F(TlsTrustTest, ATrustedCertificateIsNotAskedAboutWhateverIsWrongWithIt)
     m_trusted = { QByteArray(32, 'x'), m_certificate.fingerprint() };
     startSecureUpload(u"/f"_s, "x");
 
-    EXPECT_EQ(secure()->hear(), "USER anna");
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
 }
 
 TEST_F(TlsTrustTest, AnotherCertificateThanTheTrustedOneIsRefused)
@@ -89,7 +89,7 @@ TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
     m_tls = TlsServerContext(TestCertificate::make({}, &authority));
     startSecureUpload(u"/f"_s, "x");
 
-    EXPECT_EQ(secure()->hear(), "USER anna");
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
 
     qunsetenv("SSL_CERT_FILE");
 }
@@ -128,7 +128,7 @@ TEST_F(TlsTrustTest, TheStreamWaitsForTheAnswerWithoutATimeLimit)
 
     m_judge.answers.front()(true);
 
-    EXPECT_EQ(control->hear(), "USER anna");
+    EXPECT_EQ(control->hear(), "PBSZ 0");
 }
 
 TEST_F(TlsTrustTest, ARefusalIsAnErrorOfTheOtherDomain)
@@ -149,7 +149,7 @@ TEST_F(TlsTrustTest, AnAnswerMayComeFromInsideTheQuestion)
     m_judge.immediately = true;
     startJudged(m_recorder);
 
-    EXPECT_EQ(secure()->hear(), "USER anna");
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
 }
 
 TEST_F(TlsTrustTest, ManyStreamsWaitForOneAnswer)
@@ -168,8 +168,8 @@ TEST_F(TlsTrustTest, ManyStreamsWaitForOneAnswer)
         m_judge.answers.front()(isTrusted);
 
         if (isTrusted) {
-            EXPECT_EQ(first->hear(), "USER anna");
-            EXPECT_EQ(second->hear(), "USER anna");
+            EXPECT_EQ(first->hear(), "PBSZ 0");
+            EXPECT_EQ(second->hear(), "PBSZ 0");
         } else {
             EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
             EXPECT_EQ(other.waitForEnd(), QStringList{ u"other"_s });
@@ -203,7 +203,7 @@ TEST_F(TlsTrustTest, AServerThatDoesNotWaitIsTriedAgainAfterTheAnswer)
     m_judge.immediately = true; // It is remembered by now.
     m_judge.answers.front()(true);
 
-    EXPECT_EQ(secure()->hear(), "USER anna");
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
 }
 
 TEST_F(TlsTrustTest, AStreamMayBeClosedWhileItWaits)
