@@ -209,17 +209,29 @@ DataConnection::Pending DataConnection::pending()
 qint64 DataConnection::read(std::span<char> buffer)
 {
     if (m_tls != nullptr) {
-        const TlsChannel::ReadResult result = m_tls->read(buffer);
-        if (result.outcome == TlsChannel::Outcome::Done) {
-            return result.count;
-        }
-        return result.outcome == TlsChannel::Outcome::Ended ? 0 : -1;
+        return readDecrypted(buffer);
     }
     ssize_t count = -1;
     do {
         count = ::recv(m_socket, buffer.data(), buffer.size(), 0);
     } while (count < 0 && errno == EINTR);
     return count;
+}
+
+/// Reads records until the buffer is full or there are no more of them.
+qint64 DataConnection::readDecrypted(std::span<char> buffer)
+{
+    qint64 total = 0;
+    while (!buffer.empty()) {
+        const TlsChannel::ReadResult result = m_tls->read(buffer);
+        if (result.outcome != TlsChannel::Outcome::Done) {
+            const qint64 ending = result.outcome == TlsChannel::Outcome::Ended ? 0 : -1;
+            return total > 0 ? total : ending; // How it goes on is what the next read tells.
+        }
+        total += result.count;
+        buffer = buffer.subspan(static_cast<size_t>(result.count));
+    }
+    return total;
 }
 
 qint64 DataConnection::write(std::span<const char> data)

@@ -72,6 +72,7 @@ private:
     qint64 receive(char* bytes, qint64 size) override;
     bool send(const char* bytes, qint64 size) override;
 
+    qint64 readDecrypted(std::span<char> buffer);
     void watch(QSocketNotifier::Type type);
     void updateNotifier();
     void readAgainIfDecrypted();

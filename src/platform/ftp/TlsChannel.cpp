@@ -254,21 +254,13 @@ TlsChannel::Outcome TlsChannel::peek()
 
 TlsChannel::ReadResult TlsChannel::read(std::span<char> buffer)
 {
-    ReadResult result{ .outcome = m_broken ? Outcome::Broken : Outcome::Done };
-    while (result.outcome == Outcome::Done && !buffer.empty()) {
-        ERR_clear_error();
-        const int count = SSL_read(m_ssl.get(), buffer.data(), sizeForCall(static_cast<qsizetype>(buffer.size())));
-        result.outcome = outcomeOf(count);
-        m_latest = result.outcome;
-        if (count > 0) {
-            result.count += count;
-            buffer = buffer.subspan(static_cast<size_t>(count));
-        }
+    if (m_broken) {
+        return { .outcome = Outcome::Broken };
     }
-    if (result.count > 0) {
-        result.outcome = Outcome::Done; // How it goes on is what the next read tells.
-    }
-    return result;
+    ERR_clear_error();
+    const int count = SSL_read(m_ssl.get(), buffer.data(), sizeForCall(static_cast<qsizetype>(buffer.size())));
+    m_latest = outcomeOf(count);
+    return { .outcome = m_latest, .count = std::max(count, 0) };
 }
 
 bool TlsChannel::mayHaveMore() const

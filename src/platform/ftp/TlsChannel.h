@@ -45,6 +45,7 @@ public:
 
     /// What a read would meet, without taking anything.
     Outcome peek();
+    /// Reads what the peer has written at one stroke, as far as it fits.
     ReadResult read(std::span<char> buffer);
     /// Whether a read might have more to tell without the transport receiving anything.
     bool mayHaveMore() const;
