@@ -1,9 +1,11 @@
 // Actions on the selected item of the destination folder, and new folders in it.
 
 #include "DestinationServer.h"
+#include "FTPLocation.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
+#include "TrustedCertificates.h"
 #include "URLText.h"
 #include "ViewController.h"
 #include "VisibleText.h"
@@ -91,7 +93,13 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
 {
     const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
     m_streams.closeIdleConnections(destination); // Some servers allow one login alone.
-    return serverOfDestination(destination, username(), password());
+    auto server = serverOfDestination(destination, username(), password());
+    server->setEncryption(encryption());
+    if (const std::optional<FTPLocation> place = FTPLocation::fromText(destination)) {
+        const QByteArray trusted = TrustedCertificates::standard().fingerprint(place->host, place->port);
+        server->setTrustedFingerprints(trusted.isEmpty() ? QList<QByteArray>() : QList<QByteArray>{ trusted });
+    }
+    return server;
 }
 
 void ViewController::deleteFile(const QString& name)

@@ -1,6 +1,7 @@
 #include "FMServer.h"
 #include "ListingTable.h"
 #include "StandardFolders.h"
+#include "TrustedCertificates.h"
 #include "ViewControllerTest.h"
 
 #include <QAction>
@@ -37,6 +38,8 @@ protected:
     {
         m_operations.append(QStringList{ name, server.destination(), server.username(), server.password(),
                                          QString::number(server.port()) });
+        m_encryption = server.encryption();
+        m_trustedFingerprints = server.trustedFingerprints();
         return m_succeeds;
     }
     ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
@@ -64,6 +67,8 @@ protected:
     }
 
     QList<QStringList> m_operations;
+    FTPEncryption m_encryption = FTPEncryption::None; ///< Of the latest operation.
+    QList<QByteArray> m_trustedFingerprints; ///< Of the latest operation.
     bool m_succeeds = true;
 };
 
@@ -307,6 +312,23 @@ TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
 
     EXPECT_EQ(m_operations,
               (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
+}
+
+TEST_F(ItemActionsTest, EncryptionAndTheTrustedCertificateAreHandedOver)
+{
+    const QByteArray fingerprint(32, 'f');
+    EXPECT_TRUE(TrustedCertificates::standard().trust(u"host"_s, 2121, fingerprint));
+
+    m_controller->createFolder(u"in clear"_s);
+    EXPECT_EQ(m_encryption, FTPEncryption::None);
+    EXPECT_TRUE(m_trustedFingerprints.isEmpty());
+
+    set({ { u"Encryption"_s, u"required"_s }, { u"Address"_s, u"host:2121"_s } });
+    m_controller->createFolder(u"encrypted"_s);
+    EXPECT_EQ(m_encryption, FTPEncryption::Required);
+    EXPECT_EQ(m_trustedFingerprints, QList<QByteArray>{ fingerprint });
+
+    QFile::remove(TrustedCertificates::standard().filePath());
 }
 
 } // namespace
