@@ -3,6 +3,7 @@
 #include "CertificateQuestions.h"
 #include "ControlConnection.h"
 #include "FTPServerKey.h"
+#include "FTPStream.h"
 #include "FTPTimeouts.h"
 #include "Watchdog.h"
 
@@ -12,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class DeliveryGate;
@@ -61,6 +63,10 @@ public:
     /// What a server has said last, as ControlConnection::replied() tells it; null at first.
     const QString& lastReply() const { return m_lastReply; }
 
+    /// How the latest transfer was protected; nothing at first.
+    const std::optional<FTPSecurity>& lastSecurity() const { return m_lastSecurity; }
+    void setLastSecurity(const FTPSecurity& security) { m_lastSecurity = security; }
+
     CertificateQuestions& certificateQuestions() { return m_certificateQuestions; }
     FTPTimeouts& timeouts() { return m_timeouts; }
     DeliveryGate& gate() { return m_gate; }
@@ -96,5 +102,6 @@ private:
     std::vector<Waiter> m_waiters;
     QHash<QString, Traits> m_traits;
     QString m_lastReply;
+    std::optional<FTPSecurity> m_lastSecurity;
     CertificateQuestions m_certificateQuestions;
 };

@@ -125,6 +125,11 @@ QString EngineStreamFactory::lastReply() const
     return ConnectionPool::ofThisThread().lastReply();
 }
 
+std::optional<FTPSecurity> EngineStreamFactory::lastSecurity() const
+{
+    return ConnectionPool::ofThisThread().lastSecurity();
+}
+
 void EngineStreamFactory::closeIdleConnections(const QString& location)
 {
     if (const std::optional<FTPLocation> server = FTPLocation::fromText(location)) {

@@ -20,6 +20,7 @@ public:
     std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) override;
     std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) override;
     QString lastReply() const override;
+    std::optional<FTPSecurity> lastSecurity() const override;
     void closeIdleConnections(const QString& location) override;
 
 private:

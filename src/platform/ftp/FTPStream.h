@@ -100,6 +100,13 @@ public:
     [[nodiscard]] virtual qint64 write(std::span<const char> data) = 0;
 };
 
+/// How what was said to a server was protected.
+struct FTPSecurity {
+    QString protocol; ///< That of the encryption, such as "TLSv1.3"; null: everything went in clear.
+    /// Whether the system vouches for the server's certificate; otherwise somebody trusts it. False in clear.
+    bool isVouchedFor = false;
+};
+
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made
 /// (which does not happen with the streams of the engine: what is wrong with a location arrives as an event).
 ///
@@ -119,6 +126,9 @@ public:
     /// The line that a server has said last to the streams of this thread, for people who wonder: escaped, without the
     /// password. Null for none.
     virtual QString lastReply() const { return {}; }
+    /// How the latest transfer of this thread was protected that got so far as to send a login, or to find one made.
+    /// Nothing before that.
+    virtual std::optional<FTPSecurity> lastSecurity() const { return std::nullopt; }
     /// Ends the connections that are kept for further streams to the server of @p location on this thread, for the sake
     /// of a server that allows few logins.
     virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }

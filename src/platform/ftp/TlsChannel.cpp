@@ -12,6 +12,7 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+#include <utility>
 
 namespace {
 
@@ -149,8 +150,8 @@ void TlsChannel::Release::operator()(ssl_st* ssl) const
     SSL_free(ssl);
 }
 
-TlsChannel::TlsChannel(TlsTransport& transport, const QString& host)
-    : m_host(host)
+TlsChannel::TlsChannel(TlsTransport& transport, QString host)
+    : m_host(std::move(host))
     , m_ssl(SSL_new(newContext().get()))
 {
     prepare(transport);
@@ -326,6 +327,11 @@ ServerCertificate TlsChannel::certificate() const
              .validFrom = timeOf(X509_get0_notBefore(certificate.get())),
              .validUntil = timeOf(X509_get0_notAfter(certificate.get())),
              .problems = m_problems };
+}
+
+QString TlsChannel::protocol() const
+{
+    return QString::fromLatin1(SSL_get_version(m_ssl.get()));
 }
 
 bool TlsChannel::isResumed() const

@@ -32,7 +32,7 @@ public:
     };
 
     /// A channel of its own to @p host, a name or an address. The transport outlives it.
-    TlsChannel(TlsTransport& transport, const QString& host);
+    TlsChannel(TlsTransport& transport, QString host);
     /// A further channel to the peer of @p first, over another connection, which takes up its session. It is broken
     /// when that other connection turns out to lead to somebody else.
     TlsChannel(TlsTransport& transport, const TlsChannel& first);
@@ -57,6 +57,10 @@ public:
 
     /// The peer's certificate; known when the handshake is done.
     ServerCertificate certificate() const;
+    /// Whether nothing is wrong with the certificate.
+    bool isVouchedFor() const { return m_problems.isEmpty(); }
+    /// The version that is spoken, such as "TLSv1.3".
+    QString protocol() const;
     /// Whether the handshake took up the session of another channel.
     bool isResumed() const;
 

@@ -173,6 +173,8 @@ void Transfer::trustAnswered(bool isTrusted)
 
 void Transfer::prepare()
 {
+    const TlsChannel* const tls = m_connection->tls();
+    m_pool.setLastSecurity(tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor() } : FTPSecurity());
     ControlConnection::Session& session = m_connection->session();
     m_plan.clear();
     if (!session.loggedIn) {

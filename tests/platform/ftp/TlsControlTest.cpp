@@ -170,6 +170,21 @@ TEST_F(TlsControlTest, ARefusalOfPbszAloneDoesNotMatter)
     EXPECT_EQ(m_data->receive(1), "x");
 }
 
+TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
+{
+    m_tls = TlsServerContext(m_certificate, TLS1_2_VERSION);
+    startSecureUpload(u"/f"_s, "x");
+    auto encrypted = openSecurely("STOR f");
+    ASSERT_TRUE(m_factory.lastSecurity());
+    EXPECT_EQ(m_factory.lastSecurity()->protocol, u"TLSv1.2"_s);
+    EXPECT_FALSE(m_factory.lastSecurity()->isVouchedFor);
+    m_recorder.close();
+
+    startUpload(u"/g"_s, "x");
+    auto plain = open("STOR g");
+    EXPECT_TRUE(m_factory.lastSecurity()->protocol.isNull());
+}
+
 TEST_F(TlsControlTest, ConnectionsWithAndWithoutEncryptionAreKeptApart)
 {
     startUpload(u"/f"_s, "x");

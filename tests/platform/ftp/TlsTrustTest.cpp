@@ -90,6 +90,7 @@ TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
     startSecureUpload(u"/f"_s, "x");
 
     EXPECT_EQ(secure()->hear(), "PBSZ 0");
+    EXPECT_TRUE(m_factory.lastSecurity()->isVouchedFor);
 
     qunsetenv("SSL_CERT_FILE");
 }
