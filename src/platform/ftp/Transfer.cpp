@@ -139,7 +139,7 @@ void Transfer::encryptionStands()
 {
     const ServerCertificate certificate = m_connection->tls()->certificate();
     if (certificate.problems.isEmpty() || m_request.trustedCertificates.contains(certificate.fingerprint)) {
-        trustAnswered(true);
+        secured();
         return;
     }
     if (m_request.certificateTrust == nullptr) {
@@ -165,10 +165,15 @@ void Transfer::trustAnswered(bool isTrusted)
         letGoOfConnection(false);
         takeConnection(ConnectionPool::Reuse::Fresh);
     } else {
-        m_state = State::Preparing;
-        m_watchdog.start(m_pool.timeouts().reply);
-        prepare();
+        secured();
     }
+}
+
+void Transfer::secured()
+{
+    m_state = State::Preparing;
+    m_watchdog.start(m_pool.timeouts().reply);
+    prepare();
 }
 
 void Transfer::prepare()

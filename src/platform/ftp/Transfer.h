@@ -73,6 +73,7 @@ private:
     void greeted();
     void authAnswered(const Reply& reply);
     void trustAnswered(bool isTrusted);
+    void secured();
     void prepare();
     QList<FTPCommand> loginCommands() const;
     FTPCommand passiveCommand() const;
