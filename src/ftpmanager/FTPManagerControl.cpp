@@ -85,7 +85,7 @@ std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
 {
     std::array<char, 512> piece{};
     while (true) {
-        const std::optional<Reply> reply = parser.next();
+        std::optional<Reply> reply = parser.next();
         if (reply && !reply->isPreliminary()) {
             return reply;
         }
