@@ -1,5 +1,7 @@
 #include "ControlSocket.h"
 
+#include "TlsChannel.h"
+
 #include <cerrno>
 #include <memory>
 #include <netdb.h>
@@ -25,6 +27,8 @@ std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> resolve(const QByteArray& hos
 }
 
 } // namespace
+
+ControlSocket::ControlSocket() = default;
 
 ControlSocket::~ControlSocket()
 {
@@ -68,29 +72,61 @@ bool ControlSocket::connectTo(const sockaddr_in& address) const
     return getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
+bool ControlSocket::startEncryption(const QString& host)
+{
+    TlsTransport& transport = *this;
+    m_tls = std::make_unique<TlsChannel>(transport, host);
+    return m_tls->handshake() == TlsChannel::Outcome::Done;
+}
+
 bool ControlSocket::write(const QByteArray& bytes)
 {
-    const char* next = bytes.constData();
-    auto left = static_cast<size_t>(bytes.size());
-    while (left > 0) {
-        const ssize_t sent = send(m_descriptor, next, left, MSG_NOSIGNAL);
+    return m_tls != nullptr ? m_tls->write(bytes) : send(bytes.constData(), bytes.size());
+}
+
+qint64 ControlSocket::read(std::span<char> buffer)
+{
+    if (m_tls == nullptr) {
+        ssize_t count = 0;
+        do {
+            count = recv(m_descriptor, buffer.data(), buffer.size(), 0);
+        } while (count < 0 && errno == EINTR);
+        return count;
+    }
+    const TlsChannel::ReadResult result = m_tls->read(buffer);
+    switch (result.outcome) {
+    case TlsChannel::Outcome::Done:
+        return result.count;
+    case TlsChannel::Outcome::Ended:
+        return 0;
+    case TlsChannel::Outcome::Waiting: // The transport never has nothing yet.
+    case TlsChannel::Outcome::Broken:
+        break;
+    }
+    return -1;
+}
+
+qint64 ControlSocket::receive(char* bytes, qint64 size)
+{
+    ssize_t count = 0;
+    do {
+        count = recv(m_descriptor, bytes, static_cast<size_t>(size), 0);
+    } while (count < 0 && errno == EINTR);
+    return count > 0 ? count : 0;
+}
+
+bool ControlSocket::send(const char* bytes, qint64 size)
+{
+    while (size > 0) {
+        const ssize_t sent = ::send(m_descriptor, bytes, static_cast<size_t>(size), MSG_NOSIGNAL);
         if (sent < 0 && errno == EINTR) {
             continue;
         }
         if (sent < 0) {
             return false;
         }
-        next += sent;
-        left -= static_cast<size_t>(sent);
+        bytes += sent;
+        size -= sent;
     }
     return true;
-}
-
-qint64 ControlSocket::read(std::span<char> buffer)
-{
-    ssize_t count = 0;
-    do {
-        count = recv(m_descriptor, buffer.data(), buffer.size(), 0);
-    } while (count < 0 && errno == EINTR);
-    return count;
 }

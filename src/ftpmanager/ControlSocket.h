@@ -1,13 +1,19 @@
 #pragma once
 
+#include "TlsTransport.h"
+
 #include <QByteArray>
+#include <QString>
 #include <QtGlobal>
 
+#include <memory>
 #include <span>
 
-/// A blocking TCP connection through IPv4, closed when this is destroyed. Interrupted calls go on, a peer that is gone
-/// raises no signal, and nothing is given up for want of time.
-class ControlSocket final {
+class TlsChannel;
+
+/// A blocking TCP connection through IPv4, in clear at first, closed when this is destroyed. Interrupted calls go on, a
+/// peer that is gone raises no signal, and nothing is given up for want of time.
+class ControlSocket final : private TlsTransport {
 public:
     enum class Outcome {
         Connected,
@@ -16,10 +22,10 @@ public:
         Refused, ///< Nobody answers there.
     };
 
-    ControlSocket() = default;
+    ControlSocket();
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;
-    ~ControlSocket();
+    ~ControlSocket() override;
 
     /// Connects to the first address of @p host. Called once.
     [[nodiscard]] Outcome connect(const QByteArray& host, quint16 port);
@@ -28,11 +34,21 @@ public:
     [[nodiscard]] bool write(const QByteArray& bytes);
 
     /// Waits for bytes and reads up to @p buffer.size() of them; answers how many, 0 when the peer has closed the
-    /// connection, -1 on failure.
+    /// connection, -1 on failure. An encrypted connection that is closed without the peer's word inside the encryption
+    /// is a failure: somebody may have cut it.
     [[nodiscard]] qint64 read(std::span<char> buffer);
 
+    /// Goes on in TLS with @p host; false when the peer does not come to terms. Its certificate remains to be judged
+    /// before anything is written.
+    [[nodiscard]] bool startEncryption(const QString& host);
+    /// The channel of the encryption; null without.
+    const TlsChannel* tls() const { return m_tls.get(); }
+
 private:
+    qint64 receive(char* bytes, qint64 size) override;
+    bool send(const char* bytes, qint64 size) override;
     bool connectTo(const struct sockaddr_in& address) const;
 
     int m_descriptor = -1;
+    std::unique_ptr<TlsChannel> m_tls;
 };

@@ -65,3 +65,27 @@ void FMServer::setPort(qint32 port)
     const std::lock_guard lock(m_mutex);
     m_port = port;
 }
+
+FTPEncryption FMServer::encryption() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_encryption;
+}
+
+void FMServer::setEncryption(FTPEncryption encryption)
+{
+    const std::lock_guard lock(m_mutex);
+    m_encryption = encryption;
+}
+
+QList<QByteArray> FMServer::trustedFingerprints() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_trustedFingerprints;
+}
+
+void FMServer::setTrustedFingerprints(QList<QByteArray> fingerprints)
+{
+    const std::lock_guard lock(m_mutex);
+    m_trustedFingerprints.swap(fingerprints);
+}

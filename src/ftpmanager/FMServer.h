@@ -1,5 +1,9 @@
 #pragma once
 
+#include "FTPEncryption.h"
+
+#include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <memory>
@@ -30,7 +34,7 @@ public:
     QString username() const;
     void setUsername(QString username);
 
-    /// Sent to the server as it is, unencrypted.
+    /// Sent to the server as it is: readable for everybody on the way, unless encryption() is required.
     QString password() const;
     void setPassword(QString password);
 
@@ -38,10 +42,28 @@ public:
     qint32 port() const;
     void setPort(qint32 port);
 
+    /// Whether operations are encrypted by TLS; none at first.
+    ///
+    /// Required protects the login, all commands, names and replies, and the contents of files and listings from being
+    /// read or changed on the way, and makes sure that they go to the server that the certificate was issued for. An
+    /// operation fails, before it sends user name or password, with a server that offers no TLS or whose certificate
+    /// the system does not trust for this host. It does not hide which server is spoken to, when, and how much is
+    /// moved; and what the server does with files and passwords is not protected at all.
+    FTPEncryption encryption() const;
+    void setEncryption(FTPEncryption encryption);
+
+    /// SHA-256 fingerprints, 32 bytes each, of certificates that are trusted whatever is wrong with them, as with one
+    /// that a server has made for itself; none at first. The library asks nobody: show the user what
+    /// `openssl x509 -fingerprint -sha256` tells, and pass here what he accepts.
+    QList<QByteArray> trustedFingerprints() const;
+    void setTrustedFingerprints(QList<QByteArray> fingerprints);
+
 private:
     mutable std::mutex m_mutex;
     QString m_destination;
     QString m_username;
     QString m_password;
     qint32 m_port = 21;
+    FTPEncryption m_encryption = FTPEncryption::None;
+    QList<QByteArray> m_trustedFingerprints;
 };

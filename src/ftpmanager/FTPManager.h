@@ -32,6 +32,10 @@ class UploadSource;
 /// when the server or the network refused. Nothing more is told of a refusal; see FTPManagerLog.h for what is logged.
 /// Operations wait as long as the server is silent, up to the time limits of the streams.
 ///
+/// With a record whose encryption() is required, every operation holds its conversation and moves its data inside TLS,
+/// or fails before it sends user name and password; FMServer says what that protects. Otherwise everything goes in
+/// clear.
+///
 /// Names are sent as UTF-8. Pass a record by address; it is read while the operation runs, and not kept.
 class FTPManager final : private FTPStreamDelegate {
 public:

@@ -3,6 +3,8 @@
 #include "FTPManagerAnswers.h"
 #include "FTPManagerLog.h"
 #include "FTPManagerStrings.h"
+#include "ReplyParser.h"
+#include "TlsChannel.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +12,7 @@
 using namespace Qt::StringLiterals;
 
 // The conversation over a control connection: all commands are sent at once, then everything that the server says until
-// it closes the connection is read and judged.
+// it closes the connection is read and judged. With encryption, the same is said inside of it.
 
 namespace {
 
@@ -76,6 +78,56 @@ bool connectTo(ControlSocket& socket, const FMServer& server)
     return false;
 }
 
+/// The next final reply; nothing when the server does not make one.
+std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
+{
+    std::array<char, 512> piece{};
+    while (true) {
+        std::optional<Reply> reply = parser.next();
+        if (reply && !reply->isPreliminary()) {
+            return reply;
+        }
+        if (reply) {
+            continue;
+        }
+        const qint64 count = parser.isBroken() ? -1 : socket.read(piece);
+        if (count <= 0) {
+            return std::nullopt;
+        }
+        parser.append(QByteArrayView(piece.data(), count));
+    }
+}
+
+/// Agrees with the server on encryption before anything else is said. False when it does not come to be, or leads to
+/// somebody who is not trusted.
+bool encrypt(ControlSocket& socket, const FMServer& server)
+{
+    ReplyParser parser;
+    std::optional<Reply> reply = readReply(socket, parser);
+    if (!reply || !reply->isPositive() || !socket.write("AUTH TLS\r\n")) {
+        qCWarning(ftpManagerLog, "the server does not greet");
+        return false;
+    }
+    reply = readReply(socket, parser);
+    // What else has come by now is dropped with the parser: it may be anybody's (RFC 4217, section 15).
+    if (!reply || reply->code != 234 || !socket.startEncryption(fmhost(server.destination()))) {
+        qCWarning(ftpManagerLog, "the server does not encrypt");
+        return false;
+    }
+    const ServerCertificate certificate = socket.tls()->certificate();
+    if (!certificate.problems.isEmpty() && !server.trustedFingerprints().contains(certificate.fingerprint)) {
+        qCWarning(ftpManagerLog, "the certificate of the server is not trusted");
+        return false;
+    }
+    return true;
+}
+
+/// Whether @p replies have a line that answers QUIT.
+bool holdsFarewell(const QByteArray& replies)
+{
+    return replies.startsWith("221") || replies.contains("\n221");
+}
+
 } // namespace
 
 bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& command)
@@ -87,6 +139,9 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     }
     ControlSocket socket;
     if (!connectTo(socket, server)) {
+        return false;
+    }
+    if (server.encryption() == FTPEncryption::Required && !encrypt(socket, server)) {
         return false;
     }
     for (const QByteArray& line : commands.lines()) {
@@ -105,14 +160,24 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
 std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
 {
     QByteArray text;
+    QByteArray replies; // The same as it came, where it is needed.
     std::array<char, 255> piece{};
     while (true) {
         const qint64 count = socket.read(piece);
+        if (count < 0 && socket.tls() != nullptr && holdsFarewell(replies)) {
+            return QString::fromUtf8(text); // Nothing is missing; some servers just go.
+        }
         if (count < 0) {
             qCWarning(ftpManagerLog, "Error reading from socket!");
+            if (socket.tls() != nullptr) {
+                return std::nullopt; // A refusal may have been cut off.
+            }
             return QString::fromUtf8(text);
         }
         appendAnswer(text, QByteArrayView(piece.data(), count));
+        if (socket.tls() != nullptr) {
+            replies.append(piece.data(), count);
+        }
         if (count == 0) {
             return QString::fromUtf8(text);
         }

@@ -35,10 +35,14 @@ void repairName(ListingEntry& entry)
     }
 }
 
-/// Hands the login to @p stream. False when that refuses it, or when no stream could be made.
+/// Hands encryption and login to @p stream. False when that refuses them, or when no stream could be made.
 bool takesLogin(FTPStream* stream, const FMServer& server)
 {
-    return stream != nullptr && stream->setUserName(server.username()) && stream->setPassword(server.password());
+    if (stream == nullptr || !stream->setEncryption(server.encryption())) {
+        return false;
+    }
+    stream->setTrustedCertificates(server.trustedFingerprints());
+    return stream->setUserName(server.username()) && stream->setPassword(server.password());
 }
 
 } // namespace

@@ -92,6 +92,10 @@ void ViewController::viewDidLoad()
     m_lc->setDelegate(m_anchor.ref<FTPListControllerDelegate>(this));
     m_cc = std::make_unique<FTPCreateController>(m_streams);
     m_cc->setDelegate(m_anchor.ref<FTPCreateControllerDelegate>(this));
+    m_gc->setEncryptionSource(&ViewController::encryption);
+    m_pc->setEncryptionSource(&ViewController::encryption);
+    m_lc->setEncryptionSource(&ViewController::encryption);
+    m_cc->setEncryptionSource(&ViewController::encryption);
 
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &ViewController::onTick);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FTPCreateController.h"
+#include "FTPEncryption.h"
 #include "FTPGetController.h"
 #include "FTPListController.h"
 #include "FTPPutController.h"
@@ -57,6 +58,9 @@ public:
     static QString password();
     static QString address();
     static QString ftpFolder();
+    /// The setting "Encryption": none when it is absent or "none", required when it is "required". Any other value, of
+    /// whatever kind, counts as required, so that a mistake in it never sends the password in clear.
+    static FTPEncryption encryption();
     /// The program's file name as the user sees it.
     static QString ourAppName();
     /// The folder that a copy under another name uploads into; null under the product's own name.

@@ -2,10 +2,12 @@
 
 #include "DefaultApplication.h"
 #include "DestinationServer.h"
+#include "FTPLocation.h"
 #include "ItemLocation.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
+#include "TrustedCertificates.h"
 #include "ViewController.h"
 #include "VisibleText.h"
 #include "WaitingPanel.h"
@@ -98,7 +100,13 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
 {
     const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
     m_streams.closeIdleConnections(destination); // Some servers allow one login alone.
-    return serverOfDestination(destination, username(), password());
+    auto server = serverOfDestination(destination, username(), password());
+    server->setEncryption(encryption());
+    if (const std::optional<FTPLocation> place = FTPLocation::fromText(destination)) {
+        const QByteArray trusted = TrustedCertificates::standard().fingerprint(place->host, place->port);
+        server->setTrustedFingerprints(trusted.isEmpty() ? QList<QByteArray>() : QList<QByteArray>{ trusted });
+    }
+    return server;
 }
 
 void ViewController::deleteFile(const QString& name, const QByteArray& rawName)

@@ -26,6 +26,13 @@ QString ViewController::ftpFolder()
 {
     return UserDefaults::standard().string(u"FTPFolder"_s);
 }
+FTPEncryption ViewController::encryption()
+{
+    const UserDefaults& defaults = UserDefaults::standard();
+    const QString key = u"Encryption"_s;
+    const bool isOff = !defaults.contains(key) || defaults.string(key) == u"none"_s;
+    return isOff ? FTPEncryption::None : FTPEncryption::Required;
+}
 
 QString ViewController::ourAppName()
 {

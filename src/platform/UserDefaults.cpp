@@ -116,6 +116,12 @@ UserDefaults::UserDefaults(QString filePath)
 {
 }
 
+bool UserDefaults::contains(const QString& key) const
+{
+    refresh();
+    return m_values.contains(key);
+}
+
 QString UserDefaults::string(const QString& key) const
 {
     refresh();

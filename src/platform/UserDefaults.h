@@ -26,6 +26,8 @@ public:
 
     const QString& filePath() const { return m_filePath; }
 
+    /// Whether anything is stored under @p key, of whatever kind.
+    bool contains(const QString& key) const;
     /// The text under @p key as it was stored; null when the key is absent or holds no text.
     QString string(const QString& key) const;
     /// The boolean under @p key; nothing when the key is absent or holds no boolean.

@@ -13,7 +13,8 @@ bool StreamController<Stream>::startStream(std::unique_ptr<Stream> stream, const
 {
     m_networkStream = std::move(stream);
     ++m_run;
-    if (m_networkStream == nullptr) {
+    const FTPEncryption encryption = m_encryptionSource ? m_encryptionSource() : FTPEncryption::None;
+    if (m_networkStream == nullptr || !m_networkStream->setEncryption(encryption)) {
         stopWithStatus(u"Can not create network connection."_s);
         return false;
     }

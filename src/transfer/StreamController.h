@@ -1,11 +1,14 @@
 #pragma once
 
+#include "FTPEncryption.h"
 #include "FTPStream.h"
 #include "WeakRef.h"
 
 #include <QString>
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 class RunLoop;
 
@@ -21,6 +24,9 @@ public:
     StreamController& operator=(const StreamController&) = delete;
     /// Reports nothing: each controller stops itself in its own destructor, while it can still report.
     virtual ~StreamController() = default;
+
+    /// @p source is asked at each start whether the transfer is to be encrypted. Without one it is not.
+    void setEncryptionSource(std::function<FTPEncryption()> source) { m_encryptionSource = std::move(source); }
 
     /// The loop that the stream reports from; null before the first start.
     RunLoop* ourRunLoop() const { return m_ourRunLoop; }
@@ -50,8 +56,8 @@ protected:
     /// The open stream; null exactly while nothing runs.
     Stream* networkStream() const { return m_networkStream.get(); }
 
-    /// Takes @p stream, gives it the login, and opens it. False when there is no stream or it refuses the login: then
-    /// the controller has been stopped with the status that says so.
+    /// Takes @p stream, gives it the encryption and the login, and opens it. False when there is no stream or it
+    /// refuses one of them: then the controller has been stopped with the status that says so.
     [[nodiscard]] bool startStream(std::unique_ptr<Stream> stream, const QString& username, const QString& password);
     /// Counts a start and reports @p status.
     void didStart(const QString& status);
@@ -75,6 +81,7 @@ private:
     void handleEvent(FTPStream& stream, FTPStreamEvent event) final;
     bool authenticate(const QString& username, const QString& password);
 
+    std::function<FTPEncryption()> m_encryptionSource; ///< Null: none.
     std::unique_ptr<Stream> m_networkStream;
     RunLoop* m_ourRunLoop = nullptr;
     quint64 m_run = 0; ///< Changes whenever a stream is opened or closed.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -10,6 +11,16 @@
 #include <vector>
 
 void ControlPeer::send(const QByteArray& bytes)
+{
+    if (m_tls == nullptr) {
+        sendRaw(bytes);
+        return;
+    }
+    m_tls->write(bytes);
+    sendRaw(m_tls->take());
+}
+
+void ControlPeer::sendRaw(const QByteArray& bytes)
 {
     qsizetype sent = 0;
     while (sent < bytes.size()) {
@@ -22,16 +33,48 @@ void ControlPeer::send(const QByteArray& bytes)
     }
 }
 
-void ControlPeer::receiveUntil(const QByteArray& end)
+QByteArray ControlPeer::receiveRaw()
 {
     char buffer[4096];
+    const ssize_t count = recv(m_descriptor, buffer, sizeof(buffer), 0);
+    return QByteArray(buffer, std::max<ssize_t>(count, 0));
+}
+
+void ControlPeer::receiveUntil(const QByteArray& end)
+{
     while (!m_received.endsWith(end)) {
-        const ssize_t count = recv(m_descriptor, buffer, sizeof(buffer), 0);
-        if (count <= 0) {
+        const QByteArray bytes = receiveRaw();
+        if (bytes.isEmpty()) {
             return;
         }
-        m_received.append(buffer, count);
+        if (m_tls == nullptr) {
+            m_received.append(bytes);
+        } else {
+            m_tls->feed(bytes);
+            m_received.append(m_tls->read());
+        }
     }
+}
+
+bool ControlPeer::startTls(const TlsServerContext& context)
+{
+    m_tls = std::make_unique<TlsServerEnd>(context);
+    while (!m_tls->isReady()) {
+        const QByteArray bytes = receiveRaw();
+        m_tls->feed(bytes);
+        sendRaw(m_tls->take());
+        if (bytes.isEmpty()) {
+            return false;
+        }
+    }
+    m_received.append(m_tls->read());
+    return true;
+}
+
+void ControlPeer::sayClosing()
+{
+    m_tls->sendClose();
+    sendRaw(m_tls->take());
 }
 
 void ControlPeer::resetOnClose()

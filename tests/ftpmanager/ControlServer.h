@@ -1,10 +1,13 @@
 #pragma once
 
+#include "TlsServerEnd.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QtGlobal>
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -20,13 +23,22 @@ public:
     void send(const QByteArray& bytes);
     /// Reads until what was received ends with @p end or the client closes.
     void receiveUntil(const QByteArray& end);
+    /// Goes on in TLS; what was received in clear counts as received before. False when the client does not come to
+    /// terms.
+    bool startTls(const TlsServerContext& context);
+    /// Says in TLS that everything has been sent.
+    void sayClosing();
     /// The next close() resets the connection.
     void resetOnClose();
 
     const QByteArray& received() const { return m_received; }
 
 private:
+    void sendRaw(const QByteArray& bytes);
+    QByteArray receiveRaw();
+
     int m_descriptor;
+    std::unique_ptr<TlsServerEnd> m_tls;
     QByteArray m_received;
 };
 

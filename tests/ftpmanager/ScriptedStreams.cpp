@@ -27,6 +27,15 @@ public:
         m_script.calls.append(u"password "_s + password);
         return !m_script.refusesPassword;
     }
+    bool setEncryption(FTPEncryption encryption) override
+    {
+        m_script.encryption = encryption;
+        return !m_script.refusesEncryption;
+    }
+    void setTrustedCertificates(const QList<QByteArray>& fingerprints) override
+    {
+        m_script.trustedCertificates = fingerprints;
+    }
     void setDelegate(FTPStreamDelegate* delegate) override { m_delegate = delegate; }
     void open() override
     {

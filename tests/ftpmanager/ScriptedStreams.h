@@ -18,6 +18,7 @@ public:
     bool refusesUserName = false;
     bool refusesPassword = false;
     bool refusesFetchResourceInfo = false;
+    bool refusesEncryption = false;
     std::optional<qint64> resourceSize;
 
     /// What the stream reports once it is open: a turn of the loop after the other, the events of one turn at once.
@@ -32,6 +33,8 @@ public:
     /// Everything that was done to streams, in order: "upload LOCATION LENGTH", "user NAME", "open", "close", ...
     QStringList calls;
     QByteArray written; ///< All bytes that writes took.
+    std::optional<FTPEncryption> encryption; ///< What the latest stream was told; nothing: it was told nothing.
+    QList<QByteArray> trustedCertificates; ///< What it was told to trust.
 
     std::unique_ptr<FTPReadStream> createListingStream(const QString& location) override;
     std::unique_ptr<FTPReadStream> createDownloadStream(const QString& location) override;

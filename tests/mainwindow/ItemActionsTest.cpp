@@ -1,6 +1,7 @@
 #include "FMServer.h"
 #include "ListingTable.h"
 #include "StandardFolders.h"
+#include "TrustedCertificates.h"
 #include "ViewControllerTest.h"
 #include "VisibleText.h"
 
@@ -41,6 +42,8 @@ protected:
     {
         m_operations.append(QStringList{ name, server.destination(), server.username(), server.password(),
                                          QString::number(server.port()) });
+        m_encryption = server.encryption();
+        m_trustedFingerprints = server.trustedFingerprints();
         return m_succeeds;
     }
     ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
@@ -68,6 +71,8 @@ protected:
     }
 
     QList<QStringList> m_operations;
+    FTPEncryption m_encryption = FTPEncryption::None; ///< Of the latest operation.
+    QList<QByteArray> m_trustedFingerprints; ///< Of the latest operation.
     bool m_succeeds = true;
 };
 
@@ -400,6 +405,23 @@ TEST_F(ItemActionsTest, AtAnIPv6AddressNothingIsDeletedAndTheUserLearnsWhy)
     EXPECT_EQ(m_controller->listEntries().size(), 2);
     m_controller->createFolder(u"new"_s);
     EXPECT_EQ(m_operations.size(), 1);
+}
+
+TEST_F(ItemActionsTest, EncryptionAndTheTrustedCertificateAreHandedOver)
+{
+    const QByteArray fingerprint(32, 'f');
+    EXPECT_TRUE(TrustedCertificates::standard().trust(u"host"_s, 2121, fingerprint));
+
+    m_controller->createFolder(u"in clear"_s);
+    EXPECT_EQ(m_encryption, FTPEncryption::None);
+    EXPECT_TRUE(m_trustedFingerprints.isEmpty());
+
+    set({ { u"Encryption"_s, u"required"_s }, { u"Address"_s, u"host:2121"_s } });
+    m_controller->createFolder(u"encrypted"_s);
+    EXPECT_EQ(m_encryption, FTPEncryption::Required);
+    EXPECT_EQ(m_trustedFingerprints, QList<QByteArray>{ fingerprint });
+
+    QFile::remove(TrustedCertificates::standard().filePath());
 }
 
 } // namespace

@@ -21,6 +21,43 @@ TEST_F(ViewControllerSettingsTest, SettingsAreReadAfreshAndUnchanged)
     EXPECT_TRUE(ViewController::password().isNull());
 }
 
+TEST_F(ViewControllerSettingsTest, EncryptionIsOffOnlyWhenItIsAbsentOrSaidToBe)
+{
+    EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
+    set({ { u"Encryption"_s, u"none"_s } });
+    EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
+
+    for (const QJsonValue& value :
+         { QJsonValue(u"required"_s), QJsonValue(u"Required"_s), QJsonValue(u"requierd"_s), QJsonValue(u"None"_s),
+           QJsonValue(u""_s), QJsonValue(u" none"_s), QJsonValue(true), QJsonValue(false), QJsonValue(0) }) {
+        SCOPED_TRACE(value.toVariant().toString().toStdString());
+        set({ { u"Encryption"_s, value } });
+
+        EXPECT_EQ(ViewController::encryption(), FTPEncryption::Required);
+    }
+    unset(u"Encryption"_s);
+    EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
+}
+
+TEST_F(ViewControllerSettingsTest, EveryTransferTakesTheSettingForEncryption)
+{
+    set({ { u"Encryption"_s, u"required"_s } });
+
+    control<QLineEdit>("fileToDownloadTextField").setText(u"file.txt"_s);
+    control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
+
+    m_controller->listFTPDestination();
+    m_controller->startStopCreate(nullptr);
+    m_controller->uploadFiles({ makeFile(u"x"_s) });
+    tick();
+    m_controller->startStopDownload();
+
+    EXPECT_EQ(m_streams.streams().size(), 4U);
+    for (const auto& stream : m_streams.streams()) {
+        EXPECT_EQ(stream->encryption, FTPEncryption::Required);
+    }
+}
+
 TEST_F(ViewControllerSettingsTest, TheDestinationFollowsTheSettingsAtOnce)
 {
     EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/"_s);

@@ -1,10 +1,14 @@
 #!/usr/bin/python3
-"""Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS [PORT]]  (makes: vsftpd, proftpd,
-pyftpdlib, pure-ftpd)
+"""Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS [PORT]] [--tls PEM [VERSION]]  (makes: vsftpd,
+proftpd, pyftpdlib, pure-ftpd)
 
 The server listens on a free port of 127.0.0.1, or on the address and the port given, and serves the folder ROOT, which
 is where its login begins. Uploading, overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
 accounts play no part, and it works for any user.
+
+With --tls the server refuses logins and data in clear, shows the certificate in the file PEM, which holds its key too,
+and speaks TLS of VERSION (1.2 or 1.3) alone, or of any version. vsftpd and proftpd take data connections only in the
+session of the control connection.
 
 When the server takes logins, one line "port N user U password P" is printed. The server ends when stdin closes, on
 SIGTERM, or with its parent.
@@ -18,6 +22,7 @@ import queue
 import secrets
 import signal
 import socket
+import ssl
 import subprocess
 import sys
 import tempfile
@@ -39,6 +44,11 @@ def free_port(address):
 def log_in(login):
     """A session with the server at the login's port, or None. Only our server knows the password."""
     client = ftplib.FTP()
+    if login.tls is not None:
+        trusting = ssl.SSLContext(ssl.PROTOCOL_TLS_CLIENT)
+        trusting.check_hostname = False
+        trusting.verify_mode = ssl.CERT_NONE
+        client = ftplib.FTP_TLS(context=trusting)
     try:
         client.connect(login.address, login.port, timeout=5)
         client.login(login.user, login.password)
@@ -48,21 +58,21 @@ def log_in(login):
         return None
 
 
-def start(make, address, port, root, folder):
+def start(make, address, port, root, folder, tls):
     """Starts the server and answers its process, its login and a session; raises OSError when it cannot be started.
 
     Without a port it takes a free one.
     """
     log_path = os.path.join(folder, "log")
     for _ in range(ATTEMPTS):
-        login = real_server_makes.Login(address, port or free_port(address), make.user, secrets.token_hex(8))
+        login = real_server_makes.Login(address, port or free_port(address), make.user, secrets.token_hex(8), tls)
         with open(log_path, "wb") as log:
             process = subprocess.Popen(
                 make.prepare(login, root, folder),
                 stdin=subprocess.DEVNULL,
                 stdout=log,
                 stderr=subprocess.STDOUT,
-                env={**os.environ, **real_server_makes.environment()},
+                env={**os.environ, **real_server_makes.environment(tls, folder)},
                 start_new_session=True,
                 preexec_fn=end_with_parent(signal.SIGKILL),
             )
@@ -88,18 +98,25 @@ def kill(process):
 
 
 def main():
-    if len(sys.argv) not in (3, 4, 5) or sys.argv[1] not in real_server_makes.MAKES:
+    arguments, tls = sys.argv[1:], None
+    if "--tls" in arguments:
+        place = arguments.index("--tls")
+        if len(arguments) - place not in (2, 3):
+            sys.exit(__doc__)
+        tls = real_server_makes.Tls(*arguments[place + 1 :])
+        del arguments[place:]
+    if len(arguments) not in (2, 3, 4) or arguments[0] not in real_server_makes.MAKES:
         sys.exit(__doc__)
-    address = sys.argv[3] if len(sys.argv) > 3 else "127.0.0.1"
-    port = int(sys.argv[4]) if len(sys.argv) > 4 else None
+    address = arguments[2] if len(arguments) > 2 else "127.0.0.1"
+    port = int(arguments[3]) if len(arguments) > 3 else None
     # Unlike an event, it may be put into by a signal handler.
     released = queue.SimpleQueue()
     stop_when_released(lambda: released.put(None))
     with tempfile.TemporaryDirectory(prefix="real-server-") as folder:
         try:
-            make = real_server_makes.MAKES[sys.argv[1]]()
+            make = real_server_makes.MAKES[arguments[0]]()
             # The session stays open: when one ends, proftpd takes nobody else for 0.4 s.
-            process, login, session = start(make, address, port, os.path.abspath(sys.argv[2]), folder)
+            process, login, session = start(make, address, port, os.path.abspath(arguments[1]), folder, tls)
         except OSError as error:
             sys.exit(f"real_server.py: {error}")
         try:

@@ -13,17 +13,38 @@ FETCHED = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", "..", "b
 
 
 @dataclasses.dataclass
+class Tls:
+    pem: str
+    version: str = ""  # "1.2" or "1.3"; empty: any.
+
+
+@dataclasses.dataclass
 class Login:
     address: str
     port: int
     user: str
     password: str
+    tls: Tls | None = None  # None: in clear.
 
 
-def environment():
-    """The environment for servers from FETCHED: the libraries that came with them are found there."""
+def environment(tls, folder):
+    """The environment for servers: the libraries that came with those from FETCHED are found there."""
     folders = [os.path.dirname(path) for path in _libraries()]
-    return {"LD_LIBRARY_PATH": ":".join(dict.fromkeys(folders))} if folders else {}
+    variables = {"LD_LIBRARY_PATH": ":".join(dict.fromkeys(folders))} if folders else {}
+    if tls is not None and tls.version:
+        # Not every make has a setting for it; all of them use OpenSSL.
+        text = f"""
+            openssl_conf = top
+            [top]
+            ssl_conf = ssl
+            [ssl]
+            system_default = tls
+            [tls]
+            MinProtocol = TLSv{tls.version}
+            MaxProtocol = TLSv{tls.version}
+        """
+        variables["OPENSSL_CONF"] = _write(folder, "openssl.cnf", text)
+    return variables
 
 
 def _libraries():
@@ -88,6 +109,17 @@ class Vsftpd:
             "xferlog_enable": "NO",
             "syslog_enable": "NO",
         }
+        if login.tls is not None:
+            settings |= {
+                "ssl_enable": "YES",
+                "allow_anon_ssl": "YES",
+                "force_anon_logins_ssl": "YES",
+                "force_anon_data_ssl": "YES",
+                "require_ssl_reuse": "YES",
+                "ssl_ciphers": "HIGH",
+                "rsa_cert_file": login.tls.pem,
+                "rsa_private_key_file": login.tls.pem,
+            }
         lines = "".join(f"{name}={value}\n" for name, value in settings.items())
         return [self._path, _write(folder, "vsftpd.conf", lines)]
 
@@ -131,6 +163,17 @@ class Proftpd:
               UseEncoding off
             </IfModule>
         """
+        if login.tls is not None:
+            versions = f"TLSv{login.tls.version}" if login.tls.version else "TLSv1.2 TLSv1.3"
+            lines += f"""
+            ModulePath {os.path.join(FETCHED, "usr", "lib", "proftpd")}
+            LoadModule mod_tls.c
+            TLSEngine on
+            TLSRequired on
+            TLSProtocol {versions}
+            TLSECCertificateFile "{login.tls.pem}"
+            TLSECCertificateKeyFile "{login.tls.pem}"
+            """
         return [self._path, "--nodaemon", "--config", _write(folder, "proftpd.conf", lines)]
 
 
@@ -170,7 +213,8 @@ class Pyftpdlib:
     def prepare(self, login, root, folder):
         program = os.path.join(os.path.dirname(os.path.abspath(__file__)), "pyftpdlib_server.py")
         password = _write(folder, "password", login.password)
-        return [sys.executable, program, login.address, str(login.port), login.user, password, root]
+        pem = [login.tls.pem] if login.tls is not None else []
+        return [sys.executable, program, login.address, str(login.port), login.user, password, root, *pem]
 
 
 def _crypt(password):

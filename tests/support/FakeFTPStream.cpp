@@ -27,6 +27,15 @@ public:
         m_record->calls.append(u"setPassword "_s + password);
         return !m_record->refusesPassword;
     }
+    bool setEncryption(FTPEncryption encryption) override
+    {
+        m_record->encryption = encryption;
+        return !m_record->refusesEncryption;
+    }
+    void setTrustedCertificates(const QList<QByteArray>& fingerprints) override
+    {
+        m_record->trustedCertificates = fingerprints;
+    }
     void setDelegate(FTPStreamDelegate* delegate) override { m_record->delegate = delegate; }
     void open() override { m_record->calls.append(u"open"_s); }
     void close() override { m_record->calls.append(u"close"_s); }
@@ -162,6 +171,7 @@ std::shared_ptr<FakeFTPStream> FakeStreamFactory::record(FakeFTPStream::Kind kin
     stream->length = length;
     stream->refusesUserName = refusesUserName;
     stream->refusesPassword = refusesPassword;
+    stream->refusesEncryption = refusesEncryption;
     m_streams.push_back(stream);
     return stream;
 }

@@ -23,8 +23,12 @@ struct FakeFTPStream {
     QStringList calls;
     QByteArray written; ///< All bytes that write() took.
 
+    FTPEncryption encryption = FTPEncryption::None;
+    QList<QByteArray> trustedCertificates;
+
     bool refusesUserName = false;
     bool refusesPassword = false;
+    bool refusesEncryption = false;
     FTPStreamError error;
     std::optional<qint64> resourceSize;
     /// The next answers of write(): -1 to fail, otherwise how many bytes it takes at most. Takes all when empty.
@@ -62,6 +66,7 @@ public:
     bool refusesCreation = false;
     bool refusesUserName = false;
     bool refusesPassword = false;
+    bool refusesEncryption = false;
 
     std::unique_ptr<FTPReadStream> createListingStream(const QString& location) override;
     std::unique_ptr<FTPReadStream> createDownloadStream(const QString& location) override;

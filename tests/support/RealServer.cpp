@@ -1,5 +1,7 @@
 #include "RealServer.h"
 
+#include <QFile>
+
 using namespace Qt::StringLiterals;
 
 std::vector<ServerMake> allServerMakes()
@@ -28,6 +30,25 @@ void PrintTo(ServerMake make, std::ostream* out)
 RealServer::RealServer(ServerMake make)
     : m_process(u"real_server.py"_s, { nameOf(make), m_root.path() })
 {
+}
+
+RealServer::RealServer(ServerMake make, const TestCertificate& certificate, const QString& version)
+    : m_process(u"real_server.py"_s, QStringList{ nameOf(make), m_root.path() } + tlsArguments(certificate, version))
+{
+}
+
+QStringList RealServer::tlsArguments(const TestCertificate& certificate, const QString& version) const
+{
+    QFile file(m_pemFolder.filePath(u"certificate.pem"_s));
+    const bool isWritten = file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)
+        && file.write(certificate.certificatePem() + certificate.keyPem()) > 0;
+    Q_ASSERT(isWritten);
+    Q_UNUSED(isWritten);
+    QStringList arguments{ u"--tls"_s, file.fileName() };
+    if (!version.isEmpty()) {
+        arguments.append(version);
+    }
+    return arguments;
 }
 
 QString RealServer::location(const QString& path) const

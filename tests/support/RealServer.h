@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LineProcess.h"
+#include "TestCertificate.h"
 
 #include <QTemporaryDir>
 
@@ -21,6 +22,9 @@ class RealServer {
 public:
     /// Starts a server and waits until it takes logins.
     explicit RealServer(ServerMake make);
+    /// The same for a server that takes nothing in clear and shows @p certificate. @p version: "1.2" or "1.3", the only
+    /// TLS that it speaks; empty: any.
+    RealServer(ServerMake make, const TestCertificate& certificate, const QString& version);
 
     quint16 port() const { return m_process.port(); }
     QString userName() const { return m_process.value("user"); }
@@ -35,6 +39,10 @@ public:
     QString path(const QString& name) const { return m_root.filePath(name); }
 
 private:
+    /// The arguments behind the folder; writes the certificate.
+    QStringList tlsArguments(const TestCertificate& certificate, const QString& version) const;
+
     QTemporaryDir m_root;
+    QTemporaryDir m_pemFolder;
     LineProcess m_process;
 };

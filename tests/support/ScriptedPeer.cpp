@@ -17,7 +17,7 @@ QByteArray PeerConnection::hear()
 {
     waitFor(
         [this] {
-            m_received += m_socket->readAll();
+            takeIn();
             return m_received.contains("\r\n");
         },
         5s);
@@ -42,8 +42,22 @@ QByteArrayList PeerConnection::hear(int count)
 bool PeerConnection::isSilent()
 {
     waitFor([this] { return m_socket->bytesAvailable() > 0; }, 50ms);
-    m_received += m_socket->readAll();
+    takeIn();
     return m_received.isEmpty();
+}
+
+void PeerConnection::takeIn()
+{
+    if (m_tls == nullptr) {
+        m_received += m_socket->readAll();
+        return;
+    }
+    m_tls->feed(m_socket->readAll());
+    m_received += m_tls->read();
+    if (const QByteArray answer = m_tls->take(); !answer.isEmpty()) {
+        m_socket->write(answer);
+        m_socket->flush();
+    }
 }
 
 void PeerConnection::say(const QByteArray& line)
@@ -53,7 +67,30 @@ void PeerConnection::say(const QByteArray& line)
 
 void PeerConnection::sendBytes(const QByteArray& bytes)
 {
-    m_socket->write(bytes);
+    if (m_tls != nullptr) {
+        m_tls->write(bytes);
+        m_socket->write(m_tls->take());
+    } else {
+        m_socket->write(bytes);
+    }
+    m_socket->flush();
+}
+
+bool PeerConnection::startTls(const TlsServerContext& context)
+{
+    m_tls = std::make_unique<TlsServerEnd>(context);
+    return waitFor(
+        [this] {
+            takeIn();
+            return m_tls->isReady();
+        },
+        5s);
+}
+
+void PeerConnection::sayClosing()
+{
+    m_tls->sendClose();
+    m_socket->write(m_tls->take());
     m_socket->flush();
 }
 
@@ -66,7 +103,7 @@ QByteArray PeerConnection::receiveToEnd()
 QByteArray PeerConnection::receive(qsizetype count)
 {
     waitFor([this, count] {
-        m_received += m_socket->readAll();
+        takeIn();
         return m_received.size() >= count;
     });
     return std::exchange(m_received, {});
@@ -87,7 +124,7 @@ void PeerConnection::reset()
 bool PeerConnection::waitForEnd()
 {
     return waitFor([this] {
-        m_received += m_socket->readAll();
+        takeIn();
         return m_socket->state() == QAbstractSocket::UnconnectedState;
     });
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TlsServerEnd.h"
+
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QHostAddress>
@@ -30,13 +32,23 @@ public:
     /// At least so many bytes.
     QByteArray receive(qsizetype count);
 
+    /// Goes on in TLS; false when the client does not come to terms.
+    bool startTls(const TlsServerContext& context);
+    /// The TLS that startTls() began.
+    const TlsServerEnd& tls() const { return *m_tls; }
+    /// Says in TLS that everything has been sent. The connection stays.
+    void sayClosing();
+
     void close();
     void reset();
     /// Whether the other side ends the connection.
     bool waitForEnd();
 
 private:
+    void takeIn();
+
     std::unique_ptr<QTcpSocket> m_socket;
+    std::unique_ptr<TlsServerEnd> m_tls;
     QByteArray m_received;
 };
 

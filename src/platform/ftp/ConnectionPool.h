@@ -1,7 +1,9 @@
 #pragma once
 
+#include "CertificateQuestions.h"
 #include "ControlConnection.h"
 #include "FTPServerKey.h"
+#include "FTPStream.h"
 #include "FTPTimeouts.h"
 #include "Watchdog.h"
 
@@ -11,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class DeliveryGate;
@@ -66,6 +69,11 @@ public:
     /// The last reply of all was to the upload.
     void noteUploadReply() { m_lastUploadReply = m_lastReply; }
 
+    /// How the latest transfer was protected; nothing at first.
+    const std::optional<FTPSecurity>& lastSecurity() const { return m_lastSecurity; }
+    void setLastSecurity(const FTPSecurity& security) { m_lastSecurity = security; }
+
+    CertificateQuestions& certificateQuestions() { return m_certificateQuestions; }
     FTPTimeouts& timeouts() { return m_timeouts; }
     DeliveryGate& gate() { return m_gate; }
 
@@ -101,4 +109,6 @@ private:
     QHash<QString, Traits> m_traits;
     QString m_lastReply;
     QString m_lastUploadReply;
+    std::optional<FTPSecurity> m_lastSecurity;
+    CertificateQuestions m_certificateQuestions;
 };

@@ -2,10 +2,36 @@
 
 #include "DeliveryGate.h"
 #include "FTPLog.h"
+#include "TlsChannel.h"
+#include "TlsTransport.h"
 
 #include <QNetworkProxy>
 
+#include <array>
 #include <utility>
+
+namespace {
+
+/// Carries TLS over a socket of Qt. The socket tells of its end by itself.
+class SocketTransport final : public TlsTransport {
+public:
+    explicit SocketTransport(QTcpSocket& socket)
+        : m_socket(socket)
+    {
+    }
+
+    qint64 receive(char* bytes, qint64 size) override
+    {
+        const qint64 count = m_socket.read(bytes, size);
+        return count > 0 ? count : nothingYet;
+    }
+    bool send(const char* bytes, qint64 size) override { return m_socket.write(bytes, size) == size; }
+
+private:
+    QTcpSocket& m_socket;
+};
+
+} // namespace
 
 ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
     : m_key(std::move(key))
@@ -62,8 +88,25 @@ void ControlConnection::send(const QList<FTPCommand>& commands)
         lines.append("\r\n");
         m_pending.enqueue(command);
     }
-    m_socket.write(lines);
+    if (m_tls == nullptr) {
+        m_socket.write(lines);
+    } else if (m_shakingHands || !m_tls->write(lines)) {
+        // Never in clear. The end of the connection is on its way, if it has not been told already.
+        m_socket.disconnectFromHost();
+    }
     m_socket.flush();
+}
+
+void ControlConnection::startEncryption()
+{
+    const QByteArray dropped = m_socket.readAll();
+    qCDebug(ftpLog, "%lld bytes before the handshake are dropped", static_cast<long long>(dropped.size()));
+    m_parser = ReplyParser();
+    m_transport = std::make_unique<SocketTransport>(m_socket);
+    m_tls = std::make_unique<TlsChannel>(*m_transport, m_key.host);
+    m_shakingHands = true;
+    // Through the loop, like everything that is received: whoever calls may be hearing a reply.
+    QMetaObject::invokeMethod(this, &ControlConnection::processInput, Qt::QueuedConnection);
 }
 
 void ControlConnection::quit()
@@ -89,15 +132,61 @@ void ControlConnection::processInput()
         } else if (m_parser.isBroken()) {
             qCDebug(ftpLog, "the server sends what is no reply");
             connectionEnded();
-        } else if (m_socket.bytesAvailable() > 0) {
-            m_parser.append(m_socket.readAll());
-        } else {
+        } else if (!receive()) {
             break;
         }
     }
     if (m_remoteClosed && !m_ended && !m_gate.isClosed()) {
         connectionEnded();
     }
+}
+
+/// Takes in what has come. False when that is nothing.
+bool ControlConnection::receive()
+{
+    if (m_tls == nullptr) {
+        if (m_socket.bytesAvailable() == 0) {
+            return false;
+        }
+        m_parser.append(m_socket.readAll());
+        return true;
+    }
+    if (m_shakingHands) {
+        return shakeHands();
+    }
+    std::array<char, 4096> buffer;
+    const TlsChannel::ReadResult result = m_tls->read(buffer);
+    switch (result.outcome) {
+    case TlsChannel::Outcome::Done:
+        m_parser.append(QByteArrayView(buffer.data(), result.count));
+        return true;
+    case TlsChannel::Outcome::Waiting:
+        return false;
+    case TlsChannel::Outcome::Ended:
+    case TlsChannel::Outcome::Broken:
+        m_remoteClosed = true;
+        return false;
+    }
+    return false;
+}
+
+/// Goes on with the handshake. False when it waits for the peer.
+bool ControlConnection::shakeHands()
+{
+    const TlsChannel::Outcome outcome = m_tls->handshake();
+    m_socket.flush();
+    if (outcome == TlsChannel::Outcome::Waiting) {
+        return false;
+    }
+    if (outcome != TlsChannel::Outcome::Done) {
+        m_remoteClosed = true;
+        return false;
+    }
+    m_shakingHands = false;
+    if (m_user != nullptr) {
+        m_user->encryptionStands();
+    }
+    return true;
 }
 
 QByteArray ControlConnection::withoutPassword(QByteArray text) const

@@ -11,9 +11,12 @@
 #include <QQueue>
 #include <QTcpSocket>
 
+#include <memory>
 #include <optional>
 
 class DeliveryGate;
+class TlsChannel;
+class TlsTransport;
 
 /// Hears the replies of a control connection while it uses it, from the event loop.
 class ControlConnectionUser {
@@ -22,7 +25,10 @@ public:
     virtual void replyArrived(const FTPCommand& command, const Reply& reply) = 0;
     /// A reply came that answers nothing; the connection will not be used again.
     virtual void unaskedReplyArrived(const Reply& reply) = 0;
-    /// The connection has ended, or could not be made. Nothing follows.
+    /// The handshake that startEncryption() began is done. Nothing has been said yet to whoever is there: tls() has the
+    /// certificate.
+    virtual void encryptionStands() = 0;
+    /// The connection has ended, or could not be made, or not be encrypted. Nothing follows.
     virtual void connectionLost() = 0;
 
 protected:
@@ -44,6 +50,9 @@ public:
     void open();
     /// Sends @p commands at one stroke.
     void send(const QList<FTPCommand>& commands);
+    /// Goes on in TLS, when the server has agreed to it (AUTH) and nothing is pending. Whatever else has come by then
+    /// is dropped: it may be anybody's (RFC 4217, section 15).
+    void startEncryption();
     /// Takes leave of the server with a QUIT. What still comes is passed over, and the connection lasts until the
     /// server closes it, which ended() tells, or until it is dropped.
     void quit();
@@ -67,6 +76,9 @@ public:
     void setReused() { m_reused = true; }
     /// Never to be used again.
     void setSuspect() { m_suspect = true; }
+
+    /// The channel that everything is said through; null without encryption.
+    const TlsChannel* tls() const { return m_tls.get(); }
 
     /// The host that data connections go to.
     QHostAddress peerAddress() const { return m_peer; }
@@ -93,6 +105,8 @@ signals:
 
 private:
     void processInput();
+    bool receive();
+    bool shakeHands();
     void dispatch(const Reply& reply);
     QByteArray withoutPassword(QByteArray text) const;
     void connectionEnded();
@@ -100,6 +114,9 @@ private:
     FTPServerKey m_key;
     DeliveryGate& m_gate;
     QTcpSocket m_socket;
+    std::unique_ptr<TlsTransport> m_transport; ///< Carries m_tls over m_socket.
+    std::unique_ptr<TlsChannel> m_tls;
+    bool m_shakingHands = false;
     QHostAddress m_peer; ///< Kept, because the socket forgets it when the connection ends.
     ReplyParser m_parser;
     QQueue<FTPCommand> m_pending; ///< Sent and not yet answered finally.

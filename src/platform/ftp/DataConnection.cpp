@@ -2,6 +2,7 @@
 
 #include "DeliveryGate.h"
 #include "SocketAddress.h"
+#include "TlsChannel.h"
 
 #include <QDeadlineTimer>
 
@@ -43,8 +44,12 @@ DataConnection::~DataConnection()
     reset();
 }
 
-bool DataConnection::connectTo(const QHostAddress& host, quint16 port)
+bool DataConnection::connectTo(const QHostAddress& host, quint16 port, const TlsChannel* control)
 {
+    if (control != nullptr) {
+        TlsTransport& transport = *this;
+        m_tls = std::make_unique<TlsChannel>(transport, *control);
+    }
     const SocketAddress address = socketAddress(host, port);
     m_socket = ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
@@ -102,13 +107,39 @@ void DataConnection::updateNotifier()
         if (m_notifier->isEnabled() != enable) {
             m_notifier->setEnabled(enable);
         }
+        readAgainIfDecrypted();
     }
+}
+
+/// What the channel has received already, the socket does not report again.
+void DataConnection::readAgainIfDecrypted()
+{
+    const bool isDue = m_wanted && !m_gate.isClosed() && m_notifier != nullptr
+        && m_notifier->type() == QSocketNotifier::Read && m_tls != nullptr && m_tls->mayHaveMore();
+    if (!isDue || m_readPosted) {
+        return;
+    }
+    m_readPosted = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_readPosted = false;
+            if (m_wanted && !m_gate.isClosed() && m_notifier != nullptr
+                && m_notifier->type() == QSocketNotifier::Read) {
+                activated();
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void DataConnection::activated()
 {
     if (m_connecting) {
         finishConnecting();
+        return;
+    }
+    if (m_shakingHands) {
+        shakeHands();
         return;
     }
     const QSocketNotifier::Type type = m_notifier->type();
@@ -120,6 +151,7 @@ void DataConnection::activated()
     if (type == QSocketNotifier::Write) {
         m_unacknowledged = unacknowledgedBytes();
     }
+    readAgainIfDecrypted();
 }
 
 bool DataConnection::isWatchedFor(QSocketNotifier::Type type) const
@@ -145,9 +177,13 @@ bool DataConnection::reportWritable()
     if (::poll(&state, 1, 0) <= 0) {
         return false;
     }
-    if ((state.revents & POLLERR) != 0) {
+    if ((state.revents & POLLERR) != 0 || !flush()) {
+        fail();
+    } else if (!m_outgoing.isEmpty()) {
+        return false; // The socket has not taken all of it yet.
+    } else if (m_ending) {
         stopWatching();
-        emit failed();
+        ::shutdown(m_socket, SHUT_WR);
     } else {
         emit writable();
     }
@@ -161,13 +197,50 @@ void DataConnection::finishConnecting()
     if (pendingError(m_socket) != 0) {
         closeSocket();
         emit failed();
+    } else if (m_tls != nullptr) {
+        m_shakingHands = true;
+        emit reached();
+        shakeHands();
     } else {
         emit connected();
     }
 }
 
-DataConnection::Pending DataConnection::pending() const
+void DataConnection::shakeHands()
 {
+    const TlsChannel::Outcome outcome = m_tls->handshake();
+    if (!flush() || (outcome != TlsChannel::Outcome::Done && outcome != TlsChannel::Outcome::Waiting)) {
+        m_shakingHands = false;
+        fail();
+    } else if (outcome == TlsChannel::Outcome::Waiting) {
+        watch(m_outgoing.isEmpty() ? QSocketNotifier::Read : QSocketNotifier::Write);
+    } else {
+        m_shakingHands = false;
+        stopWatching();
+        emit connected();
+    }
+}
+
+void DataConnection::fail()
+{
+    stopWatching();
+    emit failed();
+}
+
+DataConnection::Pending DataConnection::pending()
+{
+    if (m_tls != nullptr) {
+        switch (m_tls->peek()) {
+        case TlsChannel::Outcome::Done:
+            return Pending::Bytes;
+        case TlsChannel::Outcome::Waiting:
+            return Pending::Nothing;
+        case TlsChannel::Outcome::Ended:
+            return Pending::End;
+        case TlsChannel::Outcome::Broken:
+            return Pending::Failure;
+        }
+    }
     char byte = 0;
     const ssize_t count = ::recv(m_socket, &byte, 1, MSG_PEEK);
     if (count > 0) {
@@ -181,6 +254,9 @@ DataConnection::Pending DataConnection::pending() const
 
 qint64 DataConnection::read(std::span<char> buffer)
 {
+    if (m_tls != nullptr) {
+        return readDecrypted(buffer);
+    }
     ssize_t count = -1;
     do {
         count = ::recv(m_socket, buffer.data(), buffer.size(), 0);
@@ -188,8 +264,30 @@ qint64 DataConnection::read(std::span<char> buffer)
     return count;
 }
 
+/// Reads records until the buffer is full or there are no more of them.
+qint64 DataConnection::readDecrypted(std::span<char> buffer)
+{
+    qint64 total = 0;
+    while (!buffer.empty()) {
+        const TlsChannel::ReadResult result = m_tls->read(buffer);
+        if (result.outcome != TlsChannel::Outcome::Done) {
+            const qint64 ending = result.outcome == TlsChannel::Outcome::Ended ? 0 : -1;
+            return total > 0 ? total : ending; // How it goes on is what the next read tells.
+        }
+        total += result.count;
+        buffer = buffer.subspan(static_cast<size_t>(result.count));
+    }
+    return total;
+}
+
 qint64 DataConnection::write(std::span<const char> data)
 {
+    if (m_tls != nullptr) {
+        if (!m_outgoing.isEmpty()) {
+            return 0;
+        }
+        return m_tls->write(data) && flush() ? static_cast<qint64>(data.size()) : -1;
+    }
     ssize_t count = -1;
     do {
         count = ::send(m_socket, data.data(), data.size(), MSG_NOSIGNAL);
@@ -206,20 +304,68 @@ bool DataConnection::hasProgressed()
     return m_unacknowledged < before;
 }
 
+qint64 DataConnection::receive(char* bytes, qint64 size)
+{
+    ssize_t count = -1;
+    do {
+        count = ::recv(m_socket, bytes, static_cast<size_t>(size), 0);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        return errno == EAGAIN || errno == EWOULDBLOCK ? nothingYet : 0;
+    }
+    return count;
+}
+
+bool DataConnection::send(const char* bytes, qint64 size)
+{
+    m_outgoing.append(bytes, size); // Sent at one stroke when all records have been made.
+    return true;
+}
+
+/// Sends what waits, as far as the socket takes it. False when that has failed.
+bool DataConnection::flush()
+{
+    while (m_outgoingStart < m_outgoing.size()) {
+        const ssize_t count = ::send(m_socket, m_outgoing.constData() + m_outgoingStart,
+                                     static_cast<size_t>(m_outgoing.size() - m_outgoingStart), MSG_NOSIGNAL);
+        if (count >= 0) {
+            m_outgoingStart += count;
+        } else if (errno != EINTR) {
+            return errno == EAGAIN || errno == EWOULDBLOCK;
+        }
+    }
+    m_outgoing.resize(0); // Keeps its memory for the next block.
+    m_outgoingStart = 0;
+    return true;
+}
+
 qint64 DataConnection::unacknowledgedBytes() const
 {
     int count = 0;
-    return m_socket >= 0 && ::ioctl(m_socket, SIOCOUTQ, &count) == 0 ? count : 0;
+    const bool isKnown = m_socket >= 0 && ::ioctl(m_socket, SIOCOUTQ, &count) == 0;
+    return isKnown ? count + m_outgoing.size() - m_outgoingStart : 0;
 }
 
 void DataConnection::endWriting()
 {
     stopWatching();
+    if (m_tls != nullptr) {
+        m_tls->sendClose();
+        if (flush() && !m_outgoing.isEmpty()) {
+            m_ending = true;
+            watch(QSocketNotifier::Write);
+            return;
+        }
+    }
     ::shutdown(m_socket, SHUT_WR);
 }
 
 void DataConnection::close()
 {
+    if (m_socket >= 0 && m_tls != nullptr) {
+        m_tls->sendClose(); // Of no effect when it has been sent.
+        flush();
+    }
     closeSocket();
 }
 
@@ -243,4 +389,9 @@ void DataConnection::closeSocket()
         ::close(m_socket);
         m_socket = -1;
     }
+    m_tls.reset();
+    m_shakingHands = false;
+    m_ending = false;
+    m_outgoing.clear();
+    m_outgoingStart = 0;
 }

@@ -1,22 +1,27 @@
 #pragma once
 
+#include "TlsTransport.h"
+
+#include <QByteArray>
 #include <QHostAddress>
 #include <QObject>
-#include <QPointer>
 #include <QSocketNotifier>
 
+#include <memory>
 #include <span>
 
 class DeliveryGate;
+class TlsChannel;
 
 /// The data connection of one transfer: a raw non-blocking socket, watched only while somebody wants to read or write,
-/// so that nothing is buffered twice and a partial write is seen as what it is.
+/// so that nothing is buffered twice and a partial write is seen as what it is. With TLS, what has been encrypted and
+/// is not sent yet waits here; no more is taken meanwhile.
 ///
 /// Every signal comes from the event loop, and none while the gate is closed. One turn of the loop may bring several
 /// signals, for a moment that nobody notices, since a turn costs more than a block of data.
 ///
 /// Destroyed through the loop: it may be the one that is reporting.
-class DataConnection final : public QObject {
+class DataConnection final : public QObject, private TlsTransport {
     Q_OBJECT
 
 public:
@@ -24,7 +29,11 @@ public:
     ~DataConnection() override; ///< Resets a connection that still stands.
 
     /// Begins to connect; a failure to do so arrives as failed(). False when there is no descriptor left for it.
-    [[nodiscard]] bool connectTo(const QHostAddress& host, quint16 port);
+    /// With @p control, the channel of the control connection, the connection is encrypted, in the same session: it is
+    /// connected() when its handshake is done, too. The channel is not needed any more when this returns.
+    [[nodiscard]] bool connectTo(const QHostAddress& host, quint16 port, const TlsChannel* control = nullptr);
+    /// Whether the peer has accepted the connection, which may wait for its handshake.
+    bool hasReachedPeer() const { return m_socket >= 0 && !m_connecting; }
 
     /// From now on readable() is reported again and again while there is something to read or the end has come.
     void watchForReading();
@@ -37,7 +46,7 @@ public:
         Nothing,
         Bytes,
         End, ///< The peer has ended its side and everything has been read.
-        Failure,
+        Failure, ///< Also an encrypted connection that ends without the peer's word: somebody may have cut it.
     };
     /// Bytes read, 0 at the end, -1 when nothing could be read.
     qint64 read(std::span<char> buffer);
@@ -48,33 +57,50 @@ public:
 
     /// Tells the peer that everything has been sent. The socket stays, so that hasProgressed() goes on.
     void endWriting();
-    /// Closes in good order.
+    /// Closes in good order, when the peer has ended its side or everything has been sent.
     void close();
     /// Drops what is under way, so that the peer sees an interruption and not an end.
     void reset();
 
 signals:
+    /// The peer has accepted the connection; its handshake begins. Not told of one that is not encrypted.
+    void reached();
     void connected();
     void readable(DataConnection::Pending pending); ///< Not for Nothing.
     void writable();
     void failed();
 
 private:
+    qint64 receive(char* bytes, qint64 size) override;
+    bool send(const char* bytes, qint64 size) override;
+
+    qint64 readDecrypted(std::span<char> buffer);
     void watch(QSocketNotifier::Type type);
     void updateNotifier();
+    void readAgainIfDecrypted();
     void activated();
     bool isWatchedFor(QSocketNotifier::Type type) const;
     bool reportReadable();
     bool reportWritable();
     qint64 unacknowledgedBytes() const;
-    Pending pending() const;
+    /// What a read would meet.
+    Pending pending();
     void finishConnecting();
+    void shakeHands();
+    bool flush();
     void closeSocket();
+    void fail();
 
     DeliveryGate& m_gate;
     int m_socket = -1;
     QSocketNotifier* m_notifier = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
     bool m_connecting = false;
+    bool m_shakingHands = false;
+    bool m_ending = false; ///< Our side ends when what waits has been sent.
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
     qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
+    bool m_readPosted = false; ///< The loop will look for what has been received and not yet read.
+    std::unique_ptr<TlsChannel> m_tls; ///< Null: not encrypted.
+    QByteArray m_outgoing; ///< Encrypted; from m_outgoingStart on not sent yet.
+    qsizetype m_outgoingStart = 0;
 };

@@ -9,9 +9,12 @@ namespace {
 /// What reading and writing streams share: a request that becomes a transfer when the stream is opened.
 template <typename Interface> class EngineStream : public Interface {
 public:
-    EngineStream(Transfer::Kind kind, const QString& location, qint64 length = 0)
-        : m_request{ kind, FTPLocation::fromText(location), {}, {}, length, false }
+    EngineStream(CertificateTrust* trust, Transfer::Kind kind, const QString& location, qint64 length = 0)
     {
+        m_request.kind = kind;
+        m_request.location = FTPLocation::fromText(location);
+        m_request.length = length;
+        m_request.certificateTrust = trust;
     }
     ~EngineStream() override { endTransfer(); }
 
@@ -24,6 +27,15 @@ public:
     {
         m_request.password = password.toUtf8();
         return true;
+    }
+    bool setEncryption(FTPEncryption encryption) override
+    {
+        m_request.encryption = encryption;
+        return true;
+    }
+    void setTrustedCertificates(const QList<QByteArray>& fingerprints) override
+    {
+        m_request.trustedCertificates = fingerprints;
     }
     void setDelegate(FTPStreamDelegate* delegate) override { m_delegate = delegate; }
 
@@ -90,22 +102,22 @@ public:
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createListingStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(Transfer::Kind::Listing, location);
+    return std::make_unique<EngineReadStream>(m_trust, Transfer::Kind::Listing, location);
 }
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createDownloadStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(Transfer::Kind::Download, location);
+    return std::make_unique<EngineReadStream>(m_trust, Transfer::Kind::Download, location);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QString& location, qint64 length)
 {
-    return std::make_unique<EngineWriteStream>(Transfer::Kind::Upload, location, length);
+    return std::make_unique<EngineWriteStream>(m_trust, Transfer::Kind::Upload, location, length);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QString& location)
 {
-    return std::make_unique<EngineWriteStream>(Transfer::Kind::FolderCreation, location);
+    return std::make_unique<EngineWriteStream>(m_trust, Transfer::Kind::FolderCreation, location);
 }
 
 QString EngineStreamFactory::lastReply() const
@@ -116,6 +128,11 @@ QString EngineStreamFactory::lastReply() const
 QString EngineStreamFactory::lastUploadReply() const
 {
     return ConnectionPool::ofThisThread().lastUploadReply();
+}
+
+std::optional<FTPSecurity> EngineStreamFactory::lastSecurity() const
+{
+    return ConnectionPool::ofThisThread().lastSecurity();
 }
 
 void EngineStreamFactory::closeIdleConnections(const QString& location)

@@ -9,10 +9,16 @@ QByteArrayView word(FTPVerb verb)
     switch (verb) {
     case FTPVerb::Greeting:
         return "";
+    case FTPVerb::Auth:
+        return "AUTH";
     case FTPVerb::User:
         return "USER";
     case FTPVerb::Pass:
         return "PASS";
+    case FTPVerb::Pbsz:
+        return "PBSZ";
+    case FTPVerb::Prot:
+        return "PROT";
     case FTPVerb::Pwd:
         return "PWD";
     case FTPVerb::Cwd:

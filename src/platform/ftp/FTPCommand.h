@@ -3,7 +3,25 @@
 #include <QByteArray>
 
 /// What a command asks for; Greeting stands for the reply that the server sends unasked at the start.
-enum class FTPVerb { Greeting, User, Pass, Pwd, Cwd, Type, Epsv, Pasv, Size, Stor, Retr, List, Mkd, Quit };
+enum class FTPVerb {
+    Greeting,
+    Auth,
+    User,
+    Pass,
+    Pbsz,
+    Prot,
+    Pwd,
+    Cwd,
+    Type,
+    Epsv,
+    Pasv,
+    Size,
+    Stor,
+    Retr,
+    List,
+    Mkd,
+    Quit
+};
 
 /// One command, without its line end. Its argument never holds CR, LF or NUL.
 struct FTPCommand {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FTPEncryption.h"
+
 #include <QByteArray>
 #include <QHashFunctions>
 #include <QString>
@@ -10,6 +12,7 @@ struct FTPServerKey {
     quint16 port = 21;
     QByteArray userName; ///< Empty for an anonymous login.
     QByteArray password;
+    FTPEncryption encryption = FTPEncryption::None;
 
     bool operator==(const FTPServerKey&) const = default;
     bool isSameServer(const FTPServerKey& other) const { return host == other.host && port == other.port; }

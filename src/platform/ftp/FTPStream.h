@@ -1,6 +1,9 @@
 #pragma once
 
+#include "FTPEncryption.h"
+
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <memory>
@@ -21,7 +24,7 @@ struct FTPStreamError {
     enum class Domain {
         None, ///< Nothing has failed.
         FTP, ///< The server refused with the reply code in `code` (400 to 599).
-        Other, ///< Resolving, connecting, time-outs, lost connections, texts that cannot be sent.
+        Other, ///< Resolving, connecting, time-outs, lost connections, refused TLS, texts that cannot be sent.
     };
 
     Domain domain = Domain::None;
@@ -57,6 +60,12 @@ public:
     [[nodiscard]] virtual bool setUserName(const QString& userName) = 0;
     [[nodiscard]] virtual bool setPassword(const QString& password) = 0;
 
+    /// Whether the transfer is encrypted, to be set before open(); in clear without. False when the stream refuses it.
+    [[nodiscard]] virtual bool setEncryption(FTPEncryption encryption) = 0;
+    /// SHA-256 fingerprints of certificates that the server may show whatever is wrong with them, to be set before
+    /// open(). All others must be good for the system's store and the name of the host.
+    virtual void setTrustedCertificates(const QList<QByteArray>& fingerprints) = 0;
+
     /// @p delegate receives the events until the stream is closed; it is not owned. Null drops them.
     virtual void setDelegate(FTPStreamDelegate* delegate) = 0;
 
@@ -91,6 +100,13 @@ public:
     [[nodiscard]] virtual qint64 write(std::span<const char> data) = 0;
 };
 
+/// How what was said to a server was protected.
+struct FTPSecurity {
+    QString protocol; ///< That of the encryption, such as "TLSv1.3"; null: everything went in clear.
+    /// Whether the system vouches for the server's certificate; otherwise somebody trusts it. False in clear.
+    bool isVouchedFor = false;
+};
+
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made
 /// (which does not happen with the streams of the engine: what is wrong with a location arrives as an event).
 ///
@@ -113,6 +129,9 @@ public:
     /// The same of what was said to the upload stream of this thread that was opened last, whatever other streams were
     /// told meanwhile; it stays when that stream is gone. Null while nothing was said to it.
     virtual QString lastUploadReply() const { return {}; }
+    /// How the latest transfer of this thread was protected that got so far as to send a login, or to find one made.
+    /// Nothing before that.
+    virtual std::optional<FTPSecurity> lastSecurity() const { return std::nullopt; }
     /// Ends the connections that are kept for further streams to the server of @p location on this thread, for the sake
     /// of a server that allows few logins.
     virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }

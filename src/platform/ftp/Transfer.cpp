@@ -1,6 +1,7 @@
 #include "Transfer.h"
 
 #include "DeliveryGate.h"
+#include "TlsChannel.h"
 
 #include <utility>
 
@@ -33,6 +34,7 @@ Transfer::Transfer(ConnectionPool& pool, Request request, std::function<void(FTP
     , m_data(pool.gate())
     , m_watchdog(pool.gate())
 {
+    connect(&m_data, &DataConnection::reached, this, [this] { m_watchdog.start(m_pool.timeouts().reply); });
     connect(&m_data, &DataConnection::connected, this, &Transfer::dataConnected);
     connect(&m_data, &DataConnection::readable, this, &Transfer::dataReadable);
     connect(&m_data, &DataConnection::writable, this, &Transfer::dataWritable);
@@ -73,7 +75,7 @@ void Transfer::begin()
         return;
     }
     const FTPLocation& location = *m_request.location;
-    m_key = { location.host, location.port, m_request.userName, m_request.password };
+    m_key = { location.host, location.port, m_request.userName, m_request.password, m_request.encryption };
     if (m_request.kind == Kind::Listing) {
         m_folder = location.pathWithoutTrailingSlashes();
     } else {
@@ -116,8 +118,71 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     });
 }
 
+void Transfer::greeted()
+{
+    if (m_key.encryption == FTPEncryption::None) {
+        prepare();
+        return;
+    }
+    // Nothing goes along with it: before the handshake anybody may listen and answer.
+    m_state = State::Securing;
+    m_connection->send({ { FTPVerb::Auth, "TLS" } });
+}
+
+void Transfer::authAnswered(const Reply& reply)
+{
+    if (reply.code == 234) {
+        m_connection->startEncryption();
+    } else {
+        fail(); // No TLS, no login.
+    }
+}
+
+void Transfer::encryptionStands()
+{
+    const ServerCertificate certificate = m_connection->tls()->certificate();
+    if (certificate.problems.isEmpty() || m_request.trustedCertificates.contains(certificate.fingerprint)) {
+        secured();
+        return;
+    }
+    if (m_request.certificateTrust == nullptr) {
+        fail();
+        return;
+    }
+    m_state = State::AwaitingTrust;
+    m_watchdog.stop();
+    m_pool.certificateQuestions().ask(*m_request.certificateTrust, { m_key.host, m_key.port, certificate }, this,
+                                      [this](bool isTrusted) {
+                                          if (m_state == State::AwaitingTrust) {
+                                              trustAnswered(isTrusted);
+                                          }
+                                      });
+}
+
+void Transfer::trustAnswered(bool isTrusted)
+{
+    if (!isTrusted) {
+        fail();
+    } else if (m_connection == nullptr || !m_connection->isUsable()) {
+        // The server would not wait for the answer.
+        letGoOfConnection(false);
+        takeConnection(ConnectionPool::Reuse::Fresh);
+    } else {
+        secured();
+    }
+}
+
+void Transfer::secured()
+{
+    m_state = State::Preparing;
+    m_watchdog.start(m_pool.timeouts().reply);
+    prepare();
+}
+
 void Transfer::prepare()
 {
+    const TlsChannel* const tls = m_connection->tls();
+    m_pool.setLastSecurity(tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor() } : FTPSecurity());
     ControlConnection::Session& session = m_connection->session();
     m_plan.clear();
     if (!session.loggedIn) {
@@ -150,10 +215,15 @@ QList<FTPCommand> Transfer::loginCommands() const
     // Nothing that changes anything on the server may follow a CWD whose reply has not been seen: were it refused,
     // the change would happen in another folder.
     QList<FTPCommand> commands;
+    if (m_connection->tls() != nullptr) {
+        // Encrypts data connections (RFC 4217, section 9). In front, so that the replies to a login stand together:
+        // some servers think about a wrong password and answer what follows meanwhile.
+        commands = { { FTPVerb::Pbsz, "0" }, { FTPVerb::Prot, "P" } };
+    }
     if (m_request.userName.isEmpty()) {
-        commands = { { FTPVerb::User, "anonymous" }, { FTPVerb::Pass, "anonymous@" } };
+        commands.append({ { FTPVerb::User, "anonymous" }, { FTPVerb::Pass, "anonymous@" } });
     } else {
-        commands = { { FTPVerb::User, m_request.userName }, { FTPVerb::Pass, m_request.password } };
+        commands.append({ { FTPVerb::User, m_request.userName }, { FTPVerb::Pass, m_request.password } });
     }
     commands.append({ FTPVerb::Pwd, {} });
     if (!m_folder.isEmpty()) {
@@ -207,7 +277,7 @@ void Transfer::prepared()
 void Transfer::openData()
 {
     m_watchdog.start(m_pool.timeouts().connect);
-    if (!m_data.connectTo(m_connection->peerAddress(), m_port)) {
+    if (!m_data.connectTo(m_connection->peerAddress(), m_port, m_connection->tls())) {
         fail();
         return;
     }

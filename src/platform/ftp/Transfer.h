@@ -1,7 +1,9 @@
 #pragma once
 
+#include "CertificateTrust.h"
 #include "ConnectionPool.h"
 #include "DataConnection.h"
+#include "FTPEncryption.h"
 #include "FTPLocation.h"
 #include "FTPStream.h"
 #include "Watchdog.h"
@@ -32,6 +34,9 @@ public:
         QByteArray password;
         qint64 length = 0; ///< Of an upload: how many bytes will be written.
         bool fetchSize = false; ///< Of a download: ask for the size first.
+        FTPEncryption encryption = FTPEncryption::None;
+        QList<QByteArray> trustedCertificates; ///< Fingerprints that need not be judged.
+        CertificateTrust* certificateTrust = nullptr; ///< Judges other certificates that are not good; null: refused.
     };
 
     Transfer(ConnectionPool& pool, Request request, std::function<void(FTPStreamEvent)> report);
@@ -51,6 +56,8 @@ private:
     enum class State {
         New, ///< Not started, or the start is on its way through the loop.
         Connecting, ///< The control connection is being made.
+        Securing, ///< Greeting and handshake; nothing else has been said.
+        AwaitingTrust, ///< Somebody is asked about the server's certificate. The connection may be lost meanwhile.
         Preparing, ///< Greeting, login, folder, type, size and port are being settled.
         Opening, ///< The transfer command is out; the data connection is being made, or the server's consent awaited.
         Moving, ///< Data moves.
@@ -63,6 +70,10 @@ private:
     void begin();
     bool canBeRequested() const;
     void takeConnection(ConnectionPool::Reuse reuse);
+    void greeted();
+    void authAnswered(const Reply& reply);
+    void trustAnswered(bool isTrusted);
+    void secured();
     void prepare();
     QList<FTPCommand> loginCommands() const;
     FTPCommand passiveCommand() const;
@@ -72,6 +83,7 @@ private:
 
     void replyArrived(const FTPCommand& command, const Reply& reply) override;
     void unaskedReplyArrived(const Reply& reply) override;
+    void encryptionStands() override;
     void connectionLost() override;
     void judgeSetUp(const FTPCommand& command, const Reply& reply);
     void judgeUser(const Reply& reply);

@@ -85,6 +85,7 @@ void Transfer::dataFailed()
     if (m_state == State::Finished) {
         return;
     }
+    m_dataStands = m_dataStands || m_data.hasReachedPeer(); // It is no dead port that has failed.
     m_data.reset();
     m_state = State::AwaitingReason;
     m_watchdog.start(m_pool.timeouts().reason);
@@ -167,6 +168,8 @@ void Transfer::silence()
         break;
     case State::New:
     case State::Connecting:
+    case State::Securing:
+    case State::AwaitingTrust:
     case State::AwaitingLogin:
     case State::Finished:
         break;

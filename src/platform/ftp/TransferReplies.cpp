@@ -39,8 +39,11 @@ void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
         judgeCreation(reply);
         break;
     case FTPVerb::Greeting:
+    case FTPVerb::Auth:
     case FTPVerb::User:
     case FTPVerb::Pass:
+    case FTPVerb::Pbsz:
+    case FTPVerb::Prot:
     case FTPVerb::Pwd:
     case FTPVerb::Cwd:
     case FTPVerb::Type:
@@ -62,10 +65,13 @@ void Transfer::judgeSetUp(const FTPCommand& command, const Reply& reply)
     switch (command.verb) {
     case FTPVerb::Greeting:
         if (reply.isPositive()) {
-            prepare();
+            greeted();
         } else {
             finishRefused(reply);
         }
+        return;
+    case FTPVerb::Auth:
+        authAnswered(reply);
         return;
     case FTPVerb::User:
         judgeUser(reply);
@@ -73,6 +79,14 @@ void Transfer::judgeSetUp(const FTPCommand& command, const Reply& reply)
     case FTPVerb::Pass:
         judgePass(reply);
         return;
+    case FTPVerb::Prot:
+        if (!reply.isPositive()) {
+            if (!isConfused(reply) || m_connection->isReused() || !retryInTurn()) {
+                fail(); // Data would go in clear.
+            }
+            return;
+        }
+        break;
     case FTPVerb::Pwd:
         if (reply.code == 257) {
             session.loginFolder = folderOfReply(reply.text);
@@ -105,6 +119,7 @@ void Transfer::judgeSetUp(const FTPCommand& command, const Reply& reply)
     case FTPVerb::Retr:
     case FTPVerb::List:
     case FTPVerb::Mkd:
+    case FTPVerb::Pbsz: // Whether it matters, PROT tells.
     case FTPVerb::Quit:
         break;
     }
@@ -238,6 +253,10 @@ void Transfer::unaskedReplyArrived(const Reply& reply)
 
 void Transfer::connectionLost()
 {
+    if (m_state == State::AwaitingTrust) {
+        letGoOfConnection(false); // With the answer another one is made.
+        return;
+    }
     if (m_state == State::Moving && m_confirmed) {
         letGoOfConnection(false); // The last word has been said; the rest of the data follows.
         return;

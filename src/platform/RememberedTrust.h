@@ -1,0 +1,64 @@
+#pragma once
+
+#include "CertificateTrust.h"
+#include "WeakRef.h"
+
+#include <QByteArray>
+#include <QSet>
+#include <QString>
+
+#include <functional>
+
+class TrustedCertificates;
+
+/// Asks a person about certificates. All calls come on the main thread.
+class CertificatePrompt {
+public:
+    /// @p answer is to be called once, at once or later: true when the person trusts the certificate, which is then
+    /// remembered for its host and port.
+    virtual void askToTrust(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) = 0;
+    /// The server has shown another certificate than the one that is trusted there, which may be an attack. It has been
+    /// refused; until the old one is forgotten (TrustedCertificates::forget()) it always will be. @p trustedFingerprint
+    /// is that of the old one: 32 bytes.
+    virtual void certificateHasChanged(const CertificateQuestion& question, const QByteArray& trustedFingerprint) = 0;
+
+protected:
+    ~CertificatePrompt() = default;
+};
+
+/// Decides about certificates by what is remembered, and asks a person about the rest.
+///
+/// An answer counts until further notice, so that a queue of files is one question: trust for ever, a refusal until
+/// forgetRefusals() is called. Belongs to the main thread.
+class RememberedTrust final : public CertificateTrust {
+public:
+    /// Both outlive it.
+    RememberedTrust(TrustedCertificates& store, CertificatePrompt& prompt);
+    virtual ~RememberedTrust() = default;
+
+    void judge(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) override;
+
+    /// The person may be asked again about what was refused: to be called when somebody tries anew on purpose.
+    void forgetRefusals() { m_refused.clear(); }
+
+private:
+    struct Shown {
+        QString host;
+        quint16 port = 0;
+        QByteArray fingerprint;
+
+        bool operator==(const Shown&) const = default;
+        friend size_t qHash(const Shown& shown, size_t seed = 0)
+        {
+            return qHashMulti(seed, shown.host, shown.port, shown.fingerprint);
+        }
+    };
+
+    void answered(const Shown& shown, bool isTrusted);
+
+    TrustedCertificates& m_store;
+    CertificatePrompt& m_prompt;
+    QSet<Shown> m_accepted; ///< Those that could not be stored.
+    QSet<Shown> m_refused;
+    WeakAnchor m_anchor;
+};

@@ -1,0 +1,45 @@
+#include "TrustedCertificates.h"
+
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype fingerprintSize = 32;
+
+QString keyOf(const QString& host, quint16 port)
+{
+    const QString name = host.toLower();
+    return u"%1:%2"_s.arg(name.contains(u':') ? u"[%1]"_s.arg(name) : name, QString::number(port));
+}
+
+} // namespace
+
+TrustedCertificates& TrustedCertificates::standard()
+{
+    static TrustedCertificates certificates(QFileInfo(UserDefaults::standard().filePath()).path()
+                                            + u"/trusted-certificates.json"_s);
+    return certificates;
+}
+
+TrustedCertificates::TrustedCertificates(const QString& filePath)
+    : m_file(filePath)
+{
+}
+
+QByteArray TrustedCertificates::fingerprint(const QString& host, quint16 port) const
+{
+    const QByteArray bytes = QByteArray::fromHex(m_file.string(keyOf(host, port)).toLatin1());
+    return bytes.size() == fingerprintSize ? bytes : QByteArray();
+}
+
+bool TrustedCertificates::trust(const QString& host, quint16 port, const QByteArray& fingerprint)
+{
+    return m_file.store({ { keyOf(host, port), QString::fromLatin1(fingerprint.toHex()) } });
+}
+
+bool TrustedCertificates::forget(const QString& host, quint16 port)
+{
+    return m_file.store({ { keyOf(host, port), QJsonValue() } });
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "UserDefaults.h"
+
+#include <QByteArray>
+#include <QString>
+
+/// The certificates that the user trusts although nobody vouches for them: one for each host and port, by its SHA-256
+/// fingerprint, in a file that only its owner may read. Every read sees the file as it is; it is written atomically.
+/// All calls belong to the main thread.
+///
+/// A file that cannot be read holds nothing; see UserDefaults for what becomes of it.
+class TrustedCertificates {
+public:
+    /// Those of this program: trusted-certificates.json beside its settings.
+    static TrustedCertificates& standard();
+
+    explicit TrustedCertificates(const QString& filePath);
+
+    const QString& filePath() const { return m_file.filePath(); }
+
+    /// The 32 bytes of the fingerprint that is trusted at @p host, in any spelling of its letters, and @p port; empty
+    /// when there is none.
+    QByteArray fingerprint(const QString& host, quint16 port) const;
+
+    /// Stores @p fingerprint, 32 bytes, in place of what was trusted there before. False when the file could not be
+    /// written.
+    [[nodiscard]] bool trust(const QString& host, quint16 port, const QByteArray& fingerprint);
+    /// Trusts nothing there any more. False when the file could not be written.
+    [[nodiscard]] bool forget(const QString& host, quint16 port);
+
+private:
+    UserDefaults m_file;
+};

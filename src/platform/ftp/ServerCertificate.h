@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QString>
+
+/// What is wrong with a server's certificate.
+enum class CertificateProblem {
+    SelfSigned, ///< It vouches for itself, or its issuer does and is not known.
+    UnknownIssuer, ///< No authority that the system trusts vouches for it.
+    Expired, ///< It, or one above it, is no longer valid.
+    NotYetValid, ///< It, or one above it, is not valid yet.
+    WrongHost, ///< It was issued for another host.
+    Revoked, ///< Its issuer has taken it back.
+    Invalid, ///< Anything else: a signature that is wrong or too weak, another purpose.
+};
+
+/// The certificate that a server has shown, and how the system's store and the name of the host judge it.
+struct ServerCertificate {
+    QByteArray fingerprint; ///< SHA-256 of the certificate: 32 bytes. Empty when there is no certificate.
+    QString subject; ///< For people, such as "CN=ftp.example, O=Example". As the server says it: untrusted text.
+    QString issuer; ///< Like the subject.
+    QDateTime validFrom; ///< In UTC.
+    QDateTime validUntil; ///< In UTC.
+    QList<CertificateProblem> problems; ///< Each once, in the order of the enumeration; empty: it is good.
+
+    /// The fingerprint for people: pairs of capital hexadecimal digits with colons between them.
+    QString fingerprintText() const { return QString::fromLatin1(fingerprint.toHex(':').toUpper()); }
+};

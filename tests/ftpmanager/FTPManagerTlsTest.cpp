@@ -1,0 +1,188 @@
+// Operations with a record that requires encryption.
+
+#include "ControlServer.h"
+#include "FTPManager.h"
+#include "LogRecorder.h"
+#include "Printers.h"
+#include "ScriptedStreams.h"
+
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class FTPManagerTlsTest : public testing::Test {
+protected:
+    /// A server that agrees to TLS, waits for the whole conversation, answers @p replies and closes in good order.
+    std::function<void(ControlPeer&)> answering(const QByteArray& replies, bool saysClosing = true)
+    {
+        return [this, replies, saysClosing](ControlPeer& peer) {
+            if (agree(peer)) {
+                peer.receiveUntil("QUIT\r\n");
+                peer.send(replies);
+                if (saysClosing) {
+                    peer.sayClosing();
+                }
+            }
+        };
+    }
+    bool agree(ControlPeer& peer)
+    {
+        peer.send("220 hello\r\n");
+        peer.receiveUntil("\r\n");
+        peer.send("234 go on\r\n");
+        return peer.startTls(m_context);
+    }
+
+    std::shared_ptr<FMServer> recordFor(const ControlServer& server) const
+    {
+        auto record = FMServer::serverWithDestination(u"ftp://127.0.0.1/dir"_s, u"user"_s, u"word"_s);
+        record->setPort(server.port());
+        record->setEncryption(FTPEncryption::Required);
+        record->setTrustedFingerprints({ m_certificate.fingerprint() });
+        return record;
+    }
+
+    TestCertificate m_certificate = TestCertificate::selfSigned();
+    TlsServerContext m_context{ m_certificate };
+};
+
+TEST_F(FTPManagerTlsTest, ARecordIsNotEncryptedAndTrustsNothingAtFirst)
+{
+    const FMServer server;
+
+    EXPECT_EQ(server.encryption(), FTPEncryption::None);
+    EXPECT_TRUE(server.trustedFingerprints().isEmpty());
+}
+
+TEST_F(FTPManagerTlsTest, TheSameConversationIsHeldInsideTls)
+{
+    ControlServer server(answering("230 in\r\n250 there\r\n250 gone\r\n221 bye\r\n"));
+
+    EXPECT_TRUE(FTPManager().deleteFileNamed(u"notes.txt"_s, recordFor(server).get()));
+
+    server.close();
+    EXPECT_EQ(server.received().value(0),
+              "AUTH TLS\r\nUSER user\r\nPASS word\r\nCWD dir\r\nDELE notes.txt\r\nQUIT\r\n"_ba);
+}
+
+TEST_F(FTPManagerTlsTest, RepliesInsideAreJudgedAsEver)
+{
+    const ControlServer server(answering("331 word?\r\n530 no\r\n221 bye\r\n"));
+
+    EXPECT_FALSE(FTPManager().checkLogin(recordFor(server).get()));
+}
+
+TEST_F(FTPManagerTlsTest, RepliesInjectedBeforeTheHandshakeAreDropped)
+{
+    const ControlServer server([this](ControlPeer& peer) {
+        peer.send("220 hello\r\n");
+        peer.receiveUntil("\r\n");
+        peer.send("234 go on\r\n550 no\r\n221 bye\r\n");
+        if (peer.startTls(m_context)) {
+            peer.receiveUntil("QUIT\r\n");
+            peer.send("230 in\r\n221 bye\r\n");
+            peer.sayClosing();
+        }
+    });
+
+    EXPECT_TRUE(FTPManager().checkLogin(recordFor(server).get()));
+}
+
+TEST_F(FTPManagerTlsTest, WithoutTlsNothingButTheWishForItIsSaid)
+{
+    for (const char* reply : { "500 what?\r\n", "534 no\r\n", "230 in\r\n", "234 go on\r\n250 no TLS here\r\n", "" }) {
+        SCOPED_TRACE(reply);
+        ControlServer server([reply](ControlPeer& peer) {
+            peer.send("220 hello\r\n");
+            peer.receiveUntil("\r\n");
+            peer.send(reply);
+        });
+        const LogRecorder log;
+
+        EXPECT_FALSE(FTPManager().checkLogin(recordFor(server).get()));
+
+        server.close();
+        EXPECT_EQ(server.received().value(0), "AUTH TLS\r\n"_ba);
+        EXPECT_EQ(log.lines(), QStringList{ u"the server does not encrypt"_s });
+    }
+}
+
+TEST_F(FTPManagerTlsTest, AServerThatDoesNotGreetIsToldNothing)
+{
+    for (const char* greeting : { "421 busy\r\n", "SSH-2.0\r\n", "" }) {
+        ControlServer server([greeting](ControlPeer& peer) { peer.send(greeting); });
+        const LogRecorder log;
+
+        EXPECT_FALSE(FTPManager().checkLogin(recordFor(server).get()));
+
+        server.close();
+        EXPECT_EQ(server.received().value(0), ""_ba);
+        EXPECT_EQ(log.lines(), QStringList{ u"the server does not greet"_s });
+    }
+}
+
+TEST_F(FTPManagerTlsTest, ACertificateThatIsNotTrustedGetsNoLogin)
+{
+    ControlServer server([this](ControlPeer& peer) {
+        agree(peer);
+        peer.receiveUntil("QUIT\r\n");
+    });
+    const auto record = recordFor(server);
+    const LogRecorder log;
+
+    record->setTrustedFingerprints({});
+    EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+    record->setTrustedFingerprints({ TestCertificate::selfSigned().fingerprint() });
+    EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+
+    server.close();
+    EXPECT_EQ(server.received(), (QList<QByteArray>{ "AUTH TLS\r\n", "AUTH TLS\r\n" }));
+    EXPECT_EQ(log.lines().value(0), u"the certificate of the server is not trusted"_s);
+}
+
+TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheFarewellIsAFailure)
+{
+    const ControlServer cut(answering("230 in\r\n250 there\r\n", false));
+    const ControlServer complete(answering("230 in\r\n250 there\r\n250 gone\r\n221 bye\r\n", false));
+    const ControlServer silent(answering("", true));
+    const LogRecorder log;
+
+    EXPECT_FALSE(FTPManager().deleteFileNamed(u"a.txt"_s, recordFor(cut).get()));
+    EXPECT_TRUE(FTPManager().deleteFileNamed(u"a.txt"_s, recordFor(complete).get()));
+    EXPECT_TRUE(FTPManager().deleteFileNamed(u"a.txt"_s, recordFor(silent).get())); // In clear, too.
+
+    EXPECT_EQ(log.lines(), QStringList{ u"Error reading from socket!"_s });
+}
+
+TEST_F(FTPManagerTlsTest, StreamsAreToldWhatTheRecordSays)
+{
+    ScriptedStreams streams;
+    streams.turns = { { FTPStreamEvent::EndEncountered } };
+    const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
+    EXPECT_TRUE(FTPManager(streams).createNewFolder(u"a"_s, record.get()));
+    EXPECT_EQ(streams.encryption, FTPEncryption::None);
+
+    record->setEncryption(FTPEncryption::Required);
+    record->setTrustedFingerprints({ "fingerprint" });
+    streams.turns = { { FTPStreamEvent::EndEncountered } };
+    EXPECT_TRUE(FTPManager(streams).createNewFolder(u"a"_s, record.get()));
+    EXPECT_EQ(streams.encryption, FTPEncryption::Required);
+    EXPECT_EQ(streams.trustedCertificates, QList<QByteArray>{ "fingerprint" });
+
+    streams.refusesEncryption = true;
+    streams.calls.clear();
+    const QTemporaryDir folder;
+    FTPManager manager(streams);
+    EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
+    EXPECT_FALSE(manager.uploadData("x", u"a"_s, record.get()));
+    EXPECT_FALSE(manager.contentsOfServer(record.get()));
+    EXPECT_FALSE(manager.downloadFile(u"a"_s, QUrl::fromLocalFile(folder.path()), record.get()));
+    EXPECT_FALSE(streams.calls.contains(u"open"_s));
+}
+
+} // namespace

@@ -1,0 +1,239 @@
+// Certificates that the system does not vouch for.
+
+#include "CertificateTrust.h"
+#include "TlsStreamTest.h"
+
+#include <QTemporaryFile>
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+namespace {
+
+/// Writes the questions down and lets the test answer.
+class Judge final : public CertificateTrust {
+public:
+    void judge(const CertificateQuestion& question, std::function<void(bool)> answer) override
+    {
+        questions.push_back(question);
+        if (immediately) {
+            answer(*immediately);
+        } else {
+            answers.push_back(std::move(answer));
+        }
+    }
+
+    std::vector<CertificateQuestion> questions;
+    std::vector<std::function<void(bool)>> answers;
+    std::optional<bool> immediately;
+};
+
+class TlsTrustTest : public TlsStreamTest {
+protected:
+    TlsTrustTest() { m_trusted.clear(); }
+
+    void startJudged(StreamRecorder& recorder, const QString& path = u"/f"_s)
+    {
+        recorder.data = "x";
+        auto stream = m_judged.createUploadStream(m_peer.location(path), 1);
+        EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
+        recorder.start(std::move(stream));
+    }
+    bool waitForQuestions(size_t count)
+    {
+        return waitFor([this, count] { return m_judge.questions.size() >= count; });
+    }
+
+    Judge m_judge;
+    EngineStreamFactory m_judged{ m_judge };
+};
+
+TEST_F(TlsTrustTest, ACertificateThatNobodyVouchesForIsRefusedBeforeTheLogin)
+{
+    startSecureUpload(u"/f"_s, "x");
+    auto control = secure();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(control->receiveToEnd(), "");
+}
+
+TEST_F(TlsTrustTest, ATrustedCertificateIsNotAskedAboutWhateverIsWrongWithIt)
+{
+    m_certificate = TestCertificate::make({ .subjectAlternativeName = "DNS:elsewhere", .validUntilSeconds = -1 });
+    m_tls = TlsServerContext(m_certificate);
+    m_trusted = { QByteArray(32, 'x'), m_certificate.fingerprint() };
+    startSecureUpload(u"/f"_s, "x");
+
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
+}
+
+TEST_F(TlsTrustTest, AnotherCertificateThanTheTrustedOneIsRefused)
+{
+    m_trusted = { TestCertificate::selfSigned().fingerprint() };
+    startSecureUpload(u"/f"_s, "x");
+    auto control = secure();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(control->receiveToEnd(), "");
+}
+
+TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
+{
+    const TestCertificate authority = TestCertificate::make({ .commonName = "authority", .isAuthority = true });
+    QTemporaryFile store;
+    ASSERT_TRUE(store.open());
+    store.write(authority.certificatePem());
+    store.close();
+    qputenv("SSL_CERT_FILE", store.fileName().toLocal8Bit());
+    m_tls = TlsServerContext(TestCertificate::make({}, &authority));
+    startSecureUpload(u"/f"_s, "x");
+
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
+    EXPECT_TRUE(m_factory.lastSecurity()->isVouchedFor);
+
+    qunsetenv("SSL_CERT_FILE");
+}
+
+TEST_F(TlsTrustTest, TheQuestionTellsEverything)
+{
+    m_certificate = TestCertificate::make(
+        { .subjectAlternativeName = "DNS:elsewhere", .commonName = "elsewhere", .validUntilSeconds = -60 });
+    m_tls = TlsServerContext(m_certificate);
+    startJudged(m_recorder);
+    auto control = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+
+    const CertificateQuestion& question = m_judge.questions.front();
+
+    EXPECT_EQ(question.host, u"127.0.0.1"_s);
+    EXPECT_EQ(question.port, m_peer.port());
+    EXPECT_EQ(question.certificate.subject, u"CN=elsewhere"_s);
+    EXPECT_EQ(question.certificate.fingerprint, m_certificate.fingerprint());
+    EXPECT_LT(question.certificate.validUntil, QDateTime::currentDateTimeUtc());
+    EXPECT_THAT(question.certificate.problems,
+                testing::ElementsAre(CertificateProblem::SelfSigned, CertificateProblem::Expired,
+                                     CertificateProblem::WrongHost));
+}
+
+TEST_F(TlsTrustTest, TheStreamWaitsForTheAnswerWithoutATimeLimit)
+{
+    m_timeouts.reply = 300ms;
+    m_timeouts.connect = 300ms;
+    startJudged(m_recorder);
+    auto control = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 500ms));
+    EXPECT_TRUE(control->isSilent());
+    m_timeouts = FTPTimeouts();
+
+    m_judge.answers.front()(true);
+
+    EXPECT_EQ(control->hear(), "PBSZ 0");
+}
+
+TEST_F(TlsTrustTest, ARefusalIsAnErrorOfTheOtherDomain)
+{
+    startJudged(m_recorder);
+    auto control = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+
+    m_judge.answers.front()(false);
+
+    EXPECT_TRUE(m_recorder.log().isEmpty()); // From the loop, as always.
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(control->receiveToEnd(), "");
+}
+
+TEST_F(TlsTrustTest, AnAnswerMayComeFromInsideTheQuestion)
+{
+    m_judge.immediately = true;
+    startJudged(m_recorder);
+
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
+}
+
+TEST_F(TlsTrustTest, ManyStreamsWaitForOneAnswer)
+{
+    for (const bool isTrusted : { false, true }) {
+        m_judge.questions.clear();
+        m_judge.answers.clear();
+        StreamRecorder other;
+        startJudged(m_recorder);
+        auto first = secure();
+        startJudged(other, u"/g"_s);
+        auto second = secure();
+        ASSERT_TRUE(waitForQuestions(1));
+        EXPECT_FALSE(waitFor([this] { return m_judge.questions.size() > 1; }, 50ms));
+
+        m_judge.answers.front()(isTrusted);
+
+        if (isTrusted) {
+            EXPECT_EQ(first->hear(), "PBSZ 0");
+            EXPECT_EQ(second->hear(), "PBSZ 0");
+        } else {
+            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+            EXPECT_EQ(other.waitForEnd(), QStringList{ u"other"_s });
+        }
+        EXPECT_EQ(m_judge.questions.size(), 1U);
+    }
+}
+
+TEST_F(TlsTrustTest, ALaterStreamAsksAnew)
+{
+    startJudged(m_recorder);
+    auto first = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+    m_judge.answers.front()(false);
+    m_recorder.waitForEnd();
+
+    startJudged(m_recorder);
+    auto second = secure();
+
+    EXPECT_TRUE(waitForQuestions(2));
+}
+
+TEST_F(TlsTrustTest, AServerThatDoesNotWaitIsTriedAgainAfterTheAnswer)
+{
+    startJudged(m_recorder);
+    auto first = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+    first->close();
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
+
+    m_judge.immediately = true; // It is remembered by now.
+    m_judge.answers.front()(true);
+
+    EXPECT_EQ(secure()->hear(), "PBSZ 0");
+}
+
+TEST_F(TlsTrustTest, AStreamMayBeClosedWhileItWaits)
+{
+    startJudged(m_recorder);
+    auto control = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+
+    m_recorder.close();
+    EXPECT_TRUE(control->waitForEnd());
+    m_judge.answers.front()(true);
+    drainEventLoop();
+
+    EXPECT_TRUE(m_recorder.log().isEmpty());
+}
+
+TEST_F(TlsTrustTest, OnceTrustedAKeptConnectionIsNotAskedAboutAgain)
+{
+    m_judge.immediately = true;
+    startJudged(m_recorder);
+    auto control = openSecurely("STOR f");
+    m_data->receiveToEnd();
+    control->say("226 Got it");
+    m_recorder.waitForEnd();
+
+    startJudged(m_recorder, u"/g"_s);
+
+    EXPECT_EQ(control->hear(), "EPSV");
+    EXPECT_EQ(m_judge.questions.size(), 1U);
+}
+
+} // namespace

@@ -1,0 +1,175 @@
+// Encrypted streams against real servers that take nothing in clear; two of them take data only in the session of the
+// control connection.
+
+#include "ConnectionPool.h"
+#include "EngineStreamFactory.h"
+#include "Printers.h"
+#include "RealServer.h"
+#include "StreamRecorder.h"
+#include "WaitFor.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <tuple>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Make and TLS version of a server.
+using Parameter = std::tuple<ServerMake, std::string>;
+
+class RealTlsTest : public testing::TestWithParam<Parameter> {
+protected:
+    ~RealTlsTest() override
+    {
+        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        EXPECT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().connectionCount() == 0; }));
+    }
+
+    static constexpr qsizetype mebibyte = qsizetype(1024) * 1024;
+
+    static QByteArray bytesOfSize(qsizetype size)
+    {
+        QByteArray bytes(size, Qt::Uninitialized);
+        quint32 state = 2463534242U;
+        for (char& byte : bytes) {
+            state ^= state << 13U;
+            state ^= state >> 17U;
+            state ^= state << 5U;
+            byte = static_cast<char>(state);
+        }
+        return bytes;
+    }
+
+    QStringList run(std::unique_ptr<FTPStream> stream)
+    {
+        EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
+        stream->setTrustedCertificates(m_trusted);
+        m_recorder.start(std::move(stream), m_server.userName(), m_password);
+        return m_recorder.waitForEnd();
+    }
+    QString upload(const QString& name, const QByteArray& data)
+    {
+        m_recorder.data = data;
+        return run(m_streams.createUploadStream(m_server.location(name), data.size())).last();
+    }
+    QString download(const QString& name)
+    {
+        m_recorder.data.clear();
+        auto stream = m_streams.createDownloadStream(m_server.location(name));
+        stream->setFetchResourceInfo(true);
+        return run(std::move(stream)).last();
+    }
+    QString list(const QString& path)
+    {
+        m_recorder.data.clear();
+        return run(m_streams.createListingStream(m_server.location(path))).last();
+    }
+    bool holds(const QString& name, const QByteArray& bytes) const
+    {
+        QFile file(m_server.path(name));
+        return file.open(QIODevice::ReadOnly) && file.readAll() == bytes;
+    }
+
+    TestCertificate m_certificate = TestCertificate::selfSigned();
+    RealServer m_server{ std::get<ServerMake>(GetParam()), m_certificate,
+                         QString::fromStdString(std::get<std::string>(GetParam())) };
+    QString m_password = m_server.password();
+    QList<QByteArray> m_trusted{ m_certificate.fingerprint() };
+    EngineStreamFactory m_streams;
+    StreamRecorder m_recorder;
+};
+
+TEST_P(RealTlsTest, FilesGoThereAndBackOverOneControlConnection)
+{
+    for (const qsizetype size : { qsizetype(0), qsizetype(1), qsizetype(16384), qsizetype(100'000), 32 * mebibyte }) {
+        SCOPED_TRACE(size);
+        const QByteArray bytes = bytesOfSize(size);
+
+        EXPECT_EQ(upload(u"file"_s, bytes), u"end"_s);
+        EXPECT_TRUE(holds(u"file"_s, bytes));
+        EXPECT_EQ(download(u"file"_s), u"end"_s);
+        EXPECT_TRUE(m_recorder.data == bytes);
+    }
+    EXPECT_EQ(ConnectionPool::ofThisThread().connectionCount(), 1);
+}
+
+TEST_P(RealTlsTest, FoldersAreMadeAndListed)
+{
+    EXPECT_EQ(run(m_streams.createFolderStream(m_server.location(u"sub"_s))).last(), u"created"_s);
+    EXPECT_TRUE(QDir(m_server.path(u"sub"_s)).exists());
+    EXPECT_EQ(list(u"sub/"_s), u"end"_s);
+    EXPECT_FALSE(m_recorder.data.contains("file"));
+    EXPECT_EQ(upload(u"sub/file"_s, "x"), u"end"_s);
+
+    EXPECT_EQ(list(u"sub/"_s), u"end"_s);
+
+    EXPECT_TRUE(m_recorder.data.contains("file"));
+    EXPECT_EQ(ConnectionPool::ofThisThread().connectionCount(), 1);
+}
+
+TEST_P(RealTlsTest, RefusalsHaveTheirCodesAndFurtherTransfersGoOn)
+{
+    const QString refused = download(u"missing"_s);
+
+    EXPECT_TRUE(refused.startsWith(u"FTP 55"_s)) << refused.toStdString();
+    EXPECT_TRUE(upload(u"missing/file"_s, "x").startsWith(u"FTP 55"_s));
+    EXPECT_EQ(upload(u"file"_s, "x"), u"end"_s);
+}
+
+TEST_P(RealTlsTest, AWrongPasswordIsRefused)
+{
+    m_password = u"wrong"_s;
+
+    EXPECT_EQ(upload(u"file"_s, "x"), u"FTP 530"_s);
+}
+
+TEST_P(RealTlsTest, ACertificateThatNobodyTrustsIsRefused)
+{
+    m_trusted.clear();
+
+    EXPECT_EQ(upload(u"file"_s, "x"), u"other"_s);
+    EXPECT_FALSE(QFile::exists(m_server.path(u"file"_s)));
+}
+
+TEST_P(RealTlsTest, ManySmallFilesFollowEachOther)
+{
+    for (int i = 0; i < 30; ++i) {
+        ASSERT_EQ(upload(u"file %1"_s.arg(i), bytesOfSize(4096 + i)), u"end"_s) << i;
+        ASSERT_TRUE(holds(u"file %1"_s.arg(i), bytesOfSize(4096 + i)));
+    }
+    EXPECT_EQ(ConnectionPool::ofThisThread().connectionCount(), 1);
+}
+
+TEST_P(RealTlsTest, ADownloadThatIsGivenUpCostsNoSession)
+{
+    ASSERT_EQ(upload(u"large"_s, bytesOfSize(8 * mebibyte)), u"end"_s);
+    m_recorder.isIdle = true;
+    auto stream = m_streams.createDownloadStream(m_server.location(u"large"_s));
+    EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
+    stream->setTrustedCertificates(m_trusted);
+    m_recorder.start(std::move(stream), m_server.userName(), m_password);
+    EXPECT_TRUE(m_recorder.waitFor(u"bytes"_s));
+    m_recorder.close();
+    m_recorder.isIdle = false;
+
+    EXPECT_EQ(download(u"large"_s), u"end"_s);
+    EXPECT_TRUE(m_recorder.data == bytesOfSize(8 * mebibyte));
+}
+
+std::string nameOfTest(const testing::TestParamInfo<Parameter>& info)
+{
+    const std::string version = std::get<std::string>(info.param);
+    return nameOf(std::get<ServerMake>(info.param)).toStdString() + (version == "1.2" ? "Tls12" : "Tls13");
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, RealTlsTest,
+                         testing::Combine(testing::ValuesIn(allServerMakes()), testing::Values("1.2", "1.3")),
+                         nameOfTest);
+
+} // namespace
