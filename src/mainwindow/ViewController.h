@@ -14,6 +14,7 @@
 #include "WeakRef.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QList>
 #include <QMainWindow>
 #include <QObject>
@@ -307,6 +308,7 @@ private:
     float m_auxiliaryPercent = 0;
     std::optional<quint64> m_bytes; ///< Nothing: no text.
     std::optional<quint64> m_shownBytes;
+    QElapsedTimer m_sinceProgressShown; ///< Percent and bytes.
     TransferRate m_rate;
     QString m_shownReply;
     QString m_status;

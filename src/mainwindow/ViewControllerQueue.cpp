@@ -21,6 +21,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int progressIntervalMs = 80;
+
 /// Where a bar stands at @p percent: at its end also when more has come than was announced.
 int barValue(float percent)
 {
@@ -119,6 +121,12 @@ void ViewController::showProgress()
     m_ui->percentProgressIndicator->setVisible(isMoving);
     m_ui->bytesFormattedTextField->setVisible(isMoving);
     setEnabledKeepingFocus(*m_ui->stopButton, isMoving, *m_ui->destinationListingTable);
+    // Numbers that move are painted no more often than somebody could read them: it would cost more than the sending.
+    const bool isOneOfMany = isMoving && m_bytes && m_shownBytes;
+    if (isOneOfMany && m_sinceProgressShown.isValid() && !m_sinceProgressShown.hasExpired(progressIntervalMs)) {
+        return;
+    }
+    m_sinceProgressShown.start();
     m_ui->percentProgressIndicator->setValue(barValue(m_percent));
     m_manual->auxiliaryPercentProgressIndicator->setValue(barValue(m_auxiliaryPercent));
     if (m_bytes != m_shownBytes) {

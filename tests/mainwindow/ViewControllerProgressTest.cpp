@@ -1,5 +1,7 @@
 #include "ViewControllerTest.h"
 
+#include <QElapsedTimer>
+
 namespace {
 
 using Kind = FakeFTPStream::Kind;
@@ -63,6 +65,46 @@ TEST_F(ViewControllerProgressTest, TheEndOfAnUploadLeavesNothingAlsoWhileADownlo
 
     ASSERT_EQ(count(Kind::Listing), 0);
     EXPECT_EQ(progress(), nothingInTheMainWindow);
+}
+
+TEST_F(ViewControllerProgressTest, NumbersThatMoveAreShownSeveralTimesASecondAndNoMore)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    upload().sendOpenCompleted();
+    QElapsedTimer time;
+    time.start();
+    qint64 step = 0;
+    int shown = 0;
+    QString last = text("bytesFormattedTextField");
+
+    while (shown < 5) {
+        m_controller->bytesDone(static_cast<float>(++step % 1000));
+        m_controller->percentDone(static_cast<float>(step % 100));
+        tick();
+        if (text("bytesFormattedTextField") != last) {
+            last = text("bytesFormattedTextField");
+            EXPECT_EQ(last, ViewController::stringForFileSize(static_cast<quint64>(step % 1000)));
+            EXPECT_EQ(bar("percentProgressIndicator").value(), step % 100);
+            ++shown;
+        }
+    }
+
+    EXPECT_GE(time.elapsed(), 4 * 80); // The first one waits for nothing.
+    EXPECT_GT(step, 5);
+}
+
+TEST_F(ViewControllerProgressTest, TheLastNumberOfAPauseIsShown)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    upload().sendOpenCompleted();
+    m_controller->bytesDone(1);
+    tick();
+
+    m_controller->bytesDone(2);
+
+    EXPECT_TRUE(waitFor([this] { return text("bytesFormattedTextField") == ViewController::stringForFileSize(2); }));
 }
 
 TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileAFileMoves)
