@@ -39,7 +39,10 @@ QString explanation(const QString& name)
     using enum ProgramCopies::NameVerdict;
     switch (ProgramCopies::judge(name)) {
     case Good:
-        return u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it."_s;
+        return name.contains(u'/')
+            ? u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level after "
+              "the other."_s
+            : u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it."_s;
     case NoFolderOfItsOwn:
         return u"A name that begins with “Quillbox” adds no sub-folder: this copy would upload into the same folder as "
                "Quillbox itself."_s;

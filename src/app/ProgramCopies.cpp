@@ -171,7 +171,9 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
 QList<ProgramCopies::Copy> ProgramCopies::copies() const
 {
     QList<Copy> found;
-    const QStringList files = QDir(m_folders.links).entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name);
+    const QStringList files
+        = QDir(m_folders.links)
+              .entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name | QDir::IgnoreCase | QDir::LocaleAware);
     for (const QString& file : files) {
         QString name = file;
         if (name.endsWith(u".app"_s)) {

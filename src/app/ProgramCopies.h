@@ -57,7 +57,7 @@ public:
     /// Whether a copy can be put on the desktop.
     bool hasDesktop() const { return !m_folders.desktop.isNull(); }
     Outcome make(const QString& name, bool onDesktop) const;
-    /// Those that are there, in the order of their file names.
+    /// Those that are there, in the order in which the user's language has their file names.
     QList<Copy> copies() const;
     /// Removes what belongs to the copy @p name. False when something of it could not be removed, or there is none.
     bool remove(const QString& name) const;

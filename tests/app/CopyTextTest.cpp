@@ -23,7 +23,10 @@ TEST(CopyTextTest, EveryKindOfNameIsExplained)
         { QString(),
           u"A copy uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s },
         { u"Scans"_s, onServer },
-        { u"été à la mer/2"_s, onServer },
+        { u"été à la mer"_s, onServer },
+        { u"Photos/2024"_s,
+          u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level after the "
+          "other."_s },
         { u"Quillbox 2"_s,
           u"A name that begins with “Quillbox” adds no sub-folder: this copy would upload into the same folder as "
           "Quillbox itself."_s },

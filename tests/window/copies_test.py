@@ -197,6 +197,24 @@ class MakingAndRemoving(Copies):
         self.assertTrue(os.path.isdir(self.on_server(SUMMER)))
         self.assertTrue(os.path.exists(PROGRAM))
 
+    def test_the_folder_of_a_copy_is_made_by_new_folder_one_level_after_the_other(self):
+        program = self.start()
+        self.open_copies(program)
+        self.make_copy(program, "New/Folders é")
+        self.desktop.key("Escape")
+        wait_for(lambda: "Make a Copy" not in program.titles(), "the window to close")
+
+        for level in ("New", "New/Folders é"):
+            self.activate(program, "^ftp:")
+            self.wait_for_listing(program, self.place)
+            self.desktop.key("ctrl+shift+n")
+            program.enter("Enter name of folder to create.", level)
+            program.press("OK")
+            wait_for(lambda level=level: os.path.isdir(self.on_server(level)), f"the folder {level}")
+        self.launch_copy("New/Folders é", self.file("note.txt", b"12345"))
+
+        wait_for(lambda: self.has_exactly("New/Folders é", {"note.txt": b"12345"}), "the file")
+
     def test_a_copy_makes_copies_of_the_program_and_starts_them(self):
         other = os.path.join(self.folder, OTHER)
         os.symlink(PROGRAM, other)
