@@ -107,6 +107,7 @@ class Pictures:
         self.take(program, "uploading", "^ftp:")
         program.close()
         self.take_history(settings)
+        self.take_copies(settings)
 
     def take_history(self, settings):
         self._server.read_at_most(0)
@@ -124,6 +125,18 @@ class Pictures:
         wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 10, "a part to be sent")
         self._desktop.key("ctrl+h")
         self.take(program, "history", "^History$")
+        program.close()
+
+    def take_copies(self, settings):
+        program = self.start(**settings)
+        self.to_front(program, "^(ftp:|Quillbox)")
+        self._desktop.key("alt+f", "m")
+        for name in ("Invoices", "Scans", "été à la mer"):
+            program.enter("Name of the copy", name)
+            program.press("Make Copy")
+            wait_for(lambda name=name: name in [row[0] for row in program.rows("Copies")], name)
+        program.enter("Name of the copy", "Photos/2024")
+        self.take(program, "copies", "^Make a Copy$")
         program.close()
 
     def file(self, name, size):

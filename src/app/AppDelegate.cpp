@@ -1,8 +1,12 @@
 #include "AppDelegate.h"
 
+#include "Addressing.h"
+#include "BringToFront.h"
+#include "CopiesWindow.h"
 #include "LightAppearance.h"
 #include "MessageBoxTexts.h"
 #include "PathText.h"
+#include "ProgramCopies.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
 #include "StandardFolders.h"
@@ -16,6 +20,7 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <QMainWindow>
+#include <QProcess>
 #include <QSaveFile>
 #include <QUrl>
 
@@ -54,8 +59,11 @@ AppDelegate::AppDelegate(ViewController& viewController)
     connect(controller, &ViewController::updateWindowTitleAndList, this, &AppDelegate::updateWindowTitleAndList);
     connect(controller, &ViewController::welcomeWindowRequested, this,
             [this, controller] { showWelcomeWindow(controller); });
+    connect(controller, &ViewController::copiesWindowRequested, this, &AppDelegate::showCopiesWindow);
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, changed);
 }
+
+AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching()
 {
@@ -168,9 +176,7 @@ void AppDelegate::showMainWindow()
 {
     findMainWindow();
     if (m_mainWindow != nullptr) {
-        m_mainWindow->setWindowState(m_mainWindow->windowState() & ~Qt::WindowMinimized);
-        m_mainWindow->raise();
-        m_mainWindow->activateWindow();
+        bringToFront(*m_mainWindow);
     }
 }
 
@@ -179,6 +185,21 @@ void AppDelegate::showWelcomeWindow(const QObject* sender)
     if (ViewController* const controller = ourViewController()) {
         controller->showWelcomeWindow(sender != nullptr);
     }
+}
+
+void AppDelegate::showCopiesWindow()
+{
+    if (m_copiesWindow == nullptr) {
+        const auto destinationFor = [](const QString& fileName) {
+            return ViewController::createFullPathFromFTPRootRelativePath(
+                Addressing::folderFromAppName(Addressing::appName(fileName)));
+        };
+        const auto start = [](const QString& path) { return QProcess::startDetached(path, {}); };
+        m_copiesWindow = std::make_unique<CopiesWindow>(
+            ProgramCopies(ProgramCopies::ourProgramPath(), ProgramCopies::Folders::standard()),
+            CopiesWindow::Application{ .destinationFor = destinationFor, .start = start });
+    }
+    bringToFront(*m_copiesWindow);
 }
 
 void AppDelegate::copyLocationToClipboard()

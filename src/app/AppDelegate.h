@@ -7,6 +7,9 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <memory>
+
+class CopiesWindow;
 class QMainWindow;
 class ViewController;
 
@@ -18,6 +21,7 @@ class AppDelegate final : public QObject {
 public:
     /// @p viewController controls the main window; it is found through the window from the moment that is shown.
     explicit AppDelegate(ViewController& viewController);
+    ~AppDelegate() override;
 
     // Lifecycle.
 
@@ -43,6 +47,10 @@ public:
     void showMainWindow();
     /// Shows the welcome window, in any case when there is a @p sender.
     void showWelcomeWindow(const QObject* sender);
+    /// Shows the window in which copies of the program are made.
+    void showCopiesWindow();
+    /// Null until it is first shown.
+    CopiesWindow* copiesWindow() const { return m_copiesWindow.get(); }
     /// Copies the destination to the clipboard, or beeps when there is none.
     void copyLocationToClipboard();
     /// Opens the product's web page.
@@ -74,6 +82,7 @@ private:
     ViewController& m_candidate; ///< Whose window becomes the main window when it is shown.
     ViewController* m_viewController = nullptr;
     QMainWindow* m_mainWindow = nullptr;
+    std::unique_ptr<CopiesWindow> m_copiesWindow; ///< Null until it is first shown.
     QFileSystemWatcher m_watcher;
     QTimer m_sessionEnd; ///< Runs while the session is about to end.
     bool m_isAskingToQuit = false;

@@ -2,6 +2,7 @@
 
 #include "ApplicationService.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -127,10 +128,22 @@ ProgramCopies::NameVerdict ProgramCopies::judge(const QString& name)
     return name.startsWith(u"Quillbox"_s) ? NameVerdict::NoFolderOfItsOwn : NameVerdict::Good;
 }
 
+bool ProgramCopies::canBeMade(NameVerdict verdict)
+{
+    return verdict == NameVerdict::Good || verdict == NameVerdict::NoFolderOfItsOwn;
+}
+
+QString ProgramCopies::ourProgramPath()
+{
+    const QString path = QCoreApplication::applicationFilePath();
+    const QString withoutLinks = QFileInfo(path).canonicalFilePath();
+    // A file that has been removed or replaced meanwhile keeps the path that it had.
+    return withoutLinks.isEmpty() ? path : withoutLinks;
+}
+
 ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) const
 {
-    const NameVerdict verdict = judge(name);
-    if (verdict != NameVerdict::Good && verdict != NameVerdict::NoFolderOfItsOwn) {
+    if (!canBeMade(judge(name))) {
         return Outcome::NameNotPossible;
     }
     const std::optional<QString> onDesktopPath = onDesktop ? desktopPath(name) : std::nullopt;
@@ -158,7 +171,9 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
 QList<ProgramCopies::Copy> ProgramCopies::copies() const
 {
     QList<Copy> found;
-    const QStringList files = QDir(m_folders.links).entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name);
+    const QStringList files
+        = QDir(m_folders.links)
+              .entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name | QDir::IgnoreCase | QDir::LocaleAware);
     for (const QString& file : files) {
         QString name = file;
         if (name.endsWith(u".app"_s)) {

@@ -22,6 +22,8 @@ public:
         QString name; ///< As the user gave it.
         QString path; ///< The link; what is started.
         bool isOnDesktop = false;
+
+        bool operator==(const Copy& other) const = default;
     };
 
     /// What there is to say of a name before a copy is made.
@@ -47,9 +49,15 @@ public:
     /// The name of the program's file that uploads into the sub-folder @p name; "/" makes levels.
     static QString fileName(const QString& name);
     static NameVerdict judge(const QString& name);
+    /// Whether a copy of a name that was judged so is possible.
+    static bool canBeMade(NameVerdict verdict);
+    /// The file of the running program, also when that was started by a link: what a copy is a copy of.
+    static QString ourProgramPath();
 
+    /// Whether a copy can be put on the desktop.
+    bool hasDesktop() const { return !m_folders.desktop.isNull(); }
     Outcome make(const QString& name, bool onDesktop) const;
-    /// Those that are there, in the order of their file names.
+    /// Those that are there, in the order in which the user's language has their file names.
     QList<Copy> copies() const;
     /// Removes what belongs to the copy @p name. False when something of it could not be removed, or there is none.
     bool remove(const QString& name) const;

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 QIcon ProgramIdentity::icon()
 {
     QIcon icon;
-    for (const int edge : { 16, 22, 24, 32, 48, 64, 128, 256 }) {
+    for (const int edge : { QUILLBOX_ICON_EDGES }) {
         icon.addFile(u":/icons/%1x%1/io.github.quillbox.Quillbox.png"_s.arg(edge), QSize(edge, edge));
     }
     return icon;

@@ -1,6 +1,7 @@
 #include "PreferencesController.h"
 
 #include "AddressAdvice.h"
+#include "BringToFront.h"
 #include "DelayedAlert.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
@@ -56,9 +57,7 @@ void PreferencesController::showPanel()
         m_view->show();
         viewDidAppear();
     }
-    m_view->setWindowState(m_view->windowState() & ~Qt::WindowMinimized);
-    m_view->raise();
-    m_view->activateWindow();
+    bringToFront(*m_view);
 }
 
 void PreferencesController::viewDidAppear()

@@ -229,6 +229,7 @@ signals:
     void goToWebsite();
     void updateWindowTitleAndList();
     void welcomeWindowRequested();
+    void copiesWindowRequested();
 
     /// What moves and waits has changed; told by the tick that sees it.
     void activityChanged(const TransferActivity& activity);

@@ -34,6 +34,7 @@ void ViewController::connectActions()
     on(m_ui->manualTransfersAction, &ViewController::showAuxiliaryWindow);
     on(m_ui->websiteAction, &ViewController::goToWebsite);
     on(m_ui->preferencesAction, &ViewController::showPreferences);
+    on(m_ui->makeCopyAction, &ViewController::copiesWindowRequested);
     on(m_ui->welcomeAction, &ViewController::welcomeWindowRequested);
     on(m_ui->aboutAction, &ViewController::showAbout);
     connect(m_ui->quitAction, &QAction::triggered, &m_window, &QWidget::close);

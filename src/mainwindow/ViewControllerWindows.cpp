@@ -1,6 +1,7 @@
 // The windows beside the main window: preferences, welcome, manual transfers.
 
 #include "Addressing.h"
+#include "BringToFront.h"
 #include "HistoryWindow.h"
 #include "PreferencesController.h"
 #include "SheetQueue.h"
@@ -19,14 +20,6 @@ namespace {
 
 const QString historyName = u"history"_s; ///< Its window is remembered by it.
 const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
-
-void bringToFront(QWidget& window)
-{
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.show();
-    window.raise();
-    window.activateWindow();
-}
 
 /// Shows a state that is not the user's choice of this moment.
 void setCheckedQuietly(QCheckBox& box, bool isChecked)

@@ -1,8 +1,10 @@
 #include "AppDelegate.h"
 
+#include "CopiesWindow.h"
 #include "FakeFTPStream.h"
 #include "NetworkManager.h"
 #include "Printers.h"
+#include "ProgramCopies.h"
 #include "ProgramName.h"
 #include "Sheets.h"
 #include "StandardFolders.h"
@@ -10,13 +12,17 @@
 #include "ViewController.h"
 #include "WaitFor.h"
 
+#include <QAction>
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QPalette>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTimer>
@@ -391,6 +397,50 @@ TEST_F(AppDelegateTest, WithNothingToLoseTheWindowCloses)
 
     EXPECT_FALSE(m_controller->window().isVisible());
     EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo)
+{
+    set(u"FTPFolder"_s, u"in"_s);
+    launch();
+    auto& action = *m_controller->window().findChild<QAction*>(u"makeCopyAction"_s);
+    EXPECT_EQ(m_delegate.copiesWindow(), nullptr);
+
+    action.trigger();
+    const CopiesWindow* const window = m_delegate.copiesWindow();
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(window->isVisible());
+    auto* const name = window->findChild<QLineEdit*>(u"nameTextField"_s);
+    auto* const destination = window->findChild<QLabel*>(u"destinationLabel"_s);
+    name->setText(u"Photos/2024"_s);
+    EXPECT_EQ(destination->text(), u"Files go to ftp://host/in/Photos/2024/"_s);
+    action.trigger();
+
+    EXPECT_EQ(m_delegate.copiesWindow(), window);
+    EXPECT_EQ(name->text(), u"Photos/2024"_s);
+    for (const QString& plain : { u"Reports 1.2"_s, u"x.app"_s, u"é%"_s }) {
+        setProgramFileName(ProgramCopies::fileName(plain));
+        name->setText(plain);
+        EXPECT_EQ(destination->text(),
+                  u"Files go to "_s + ViewController::createFullDestinationPathFromAppNameAndFTPFolder());
+    }
+    name->setText(u"Quillbox 2"_s);
+    EXPECT_EQ(destination->text(), u"Files go to ftp://host/in/"_s);
+}
+
+TEST_F(AppDelegateTest, ACopyMadeThereIsALinkToThisProgramsOwnFile)
+{
+    launch();
+    m_delegate.showCopiesWindow();
+    m_delegate.copiesWindow()->findChild<QLineEdit*>(u"nameTextField"_s)->setText(u"Scans"_s);
+
+    m_delegate.copiesWindow()->findChild<QPushButton*>(u"makeCopyButton"_s)->click();
+
+    const ProgramCopies copies(QString(), ProgramCopies::Folders::standard());
+    ASSERT_EQ(copies.copies().size(), 1);
+    EXPECT_EQ(QFile::symLinkTarget(copies.copies().constFirst().path),
+              QFileInfo(u"/proc/self/exe"_s).canonicalFilePath());
+    EXPECT_TRUE(copies.remove(u"Scans"_s));
 }
 
 TEST_F(AppDelegateTest, AtTheEndOfTheSessionNothingIsAsked)

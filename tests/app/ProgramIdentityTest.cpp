@@ -2,6 +2,7 @@
 
 #include "ApplicationService.h"
 #include "Printers.h"
+#include "ProgramCopies.h"
 #include "TemporaryHome.h"
 
 #include <QDir>
@@ -48,6 +49,23 @@ TEST(ProgramIdentityTest, ACopyBelongsToItsOwnLauncherOnceThatIsInstalled)
     installLauncher(own);
     EXPECT_EQ(ProgramIdentity::launcher(u"Scans"_s), own);
     EXPECT_EQ(ProgramIdentity::launcher(u"Fotos"_s), product);
+}
+
+TEST(ProgramIdentityTest, TheLauncherOfACopyThatWasMadeIsItsOwn)
+{
+    const TemporaryHome home;
+    const ProgramCopies copies(u"/nowhere"_s, ProgramCopies::Folders::standard());
+    for (const QString& name : { u"Photos/2024"_s, u"été à la mer"_s }) {
+        ASSERT_EQ(copies.make(name, false), ProgramCopies::Outcome::Made);
+
+        const QString launcher = ProgramIdentity::launcher(ProgramCopies::fileName(name));
+
+        EXPECT_NE(launcher, ProgramIdentity::launcher(u"Quillbox"_s));
+        const QString path = QStandardPaths::locate(QStandardPaths::ApplicationsLocation, launcher + u".desktop"_s);
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+        EXPECT_TRUE(file.readAll().contains("\nName=" + name.toUtf8() + '\n'));
+    }
 }
 
 TEST(ProgramIdentityTest, TheApplicationTakesIconAndLauncher)

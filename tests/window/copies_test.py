@@ -1,0 +1,249 @@
+"""Copies of the program under other names: made in its window, started by their launchers, removed again."""
+
+import os
+import signal
+import subprocess
+import unittest
+import urllib.parse
+
+import private_network
+from desktop import wait_for
+from launcher import LaunchedProgram
+from real_ftp_server import RealFTPServer
+from window_test import PROGRAM, WindowTest
+
+FIELD = "Name of the copy"
+TABLE = "Copies"
+SUMMER = "Été à la mer 100%"
+PHOTOS = "Photos/2024"  # Two levels of folders.
+OTHER = "Other"
+
+
+def setUpModule():
+    private_network.enter()
+
+
+class Copies:
+    """What the tests do in the window and with launchers, on a server of some make."""
+
+    make = None
+    place = "inbox"  # The destination folder on the server.
+
+    def make_server(self):
+        return RealFTPServer(self.make)
+
+    def setUp(self):
+        super().setUp()
+        self.settings(FTPFolder=self.place)
+        for name in (SUMMER, PHOTOS, OTHER):
+            os.makedirs(self.on_server(name))
+
+    # Where things are.
+
+    def on_server(self, *names):
+        return self.server.path(os.path.join(self.place, *names))
+
+    def destination(self, name):
+        return f"ftp://127.0.0.1/{self.place}/{urllib.parse.quote(name)}/"
+
+    def data_folder(self, name):
+        return os.path.join(self.home["XDG_DATA_HOME"], name)
+
+    def link(self, name):
+        return os.path.join(self.data_folder("quillbox/copies"), name.replace("/", ":"))
+
+    def launchers(self):
+        """The paths of the launchers in the applications menu, by the labels they show."""
+        folder = self.data_folder("applications")
+        found = {}
+        for name in os.listdir(folder) if os.path.isdir(folder) else []:
+            path = os.path.join(folder, name)
+            with open(path, encoding="utf-8") as file:
+                found[next(line[5:-1] for line in file if line.startswith("Name="))] = path
+        return found
+
+    def on_desktop(self):
+        return os.listdir(os.path.join(self.home["HOME"], "Desktop"))
+
+    # What is done in the window.
+
+    def activate(self, program, title):
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), title)
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the keyboard")
+
+    def open_copies(self, program):
+        self.activate(program, "^(ftp:|Quillbox)")
+        self.desktop.click(program.centre("File"))
+        self.desktop.click(program.centre("Make a Copy…"))
+        self.activate(program, "^Make a Copy$")
+        wait_for(lambda: program.has_focus(FIELD), "the keyboard to be in the field")
+
+    def paste(self, program, text):
+        """Pastes by key, as typing a letter that the keyboard lacks would change the keyboard."""
+        path = os.path.join(self.folder, "clipboard")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text)
+        clipboard = self.desktop.spawn(["xclip", "-quiet", "-in", "-selection", "clipboard", path])
+        words = ["xclip", "-out", "-selection", "clipboard"]
+
+        def content():
+            return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
+
+        wait_for(lambda: content() == text, "the clipboard")
+        self.desktop.key("ctrl+v")
+        wait_for(lambda: program.text(FIELD) == text, f"“{text}” in the field")
+        self.desktop.end(clipboard)
+        os.remove(path)
+
+    def listed(self, program):
+        return [row[0] for row in program.rows(TABLE)]
+
+    def make_copy(self, program, name, on_desktop=False):
+        self.paste(program, name)
+        self.assertEqual(program.text("Destination of the copy"), f"Files go to {self.destination(name)}")
+        if on_desktop:
+            self.desktop.key("Tab", "space")
+        self.desktop.key("Return")
+        wait_for(lambda: name in self.listed(program), f"“{name}” in the list")
+        self.assertIn("applications menu", program.text("Explanation"))
+        wait_for(lambda: program.has_focus(FIELD) and program.text(FIELD) == "", "the field to be empty")
+
+    def make_both(self, program):
+        self.open_copies(program)
+        self.make_copy(program, SUMMER)
+        self.make_copy(program, PHOTOS, on_desktop=True)
+
+    # What is done with launchers.
+
+    def launch_copy(self, name, *paths):
+        launched = LaunchedProgram(self.desktop, self.launchers()[name], paths, self.home)
+        self.addCleanup(launched.close)
+        return launched
+
+    def files_of_some_kinds(self, mark):
+        contents = {f"{mark} short.txt": mark.encode(), f"{mark} empty": b"", f"{mark} é %F.bin": os.urandom(400_000)}
+        return contents, [self.file(name, content) for name, content in contents.items()]
+
+    def has_exactly(self, name, contents):
+        """Whether the copy's folder on the server holds these files, and nothing else."""
+        found = {}
+        for entry in os.listdir(self.on_server(name)):
+            with open(self.on_server(name, entry), "rb") as file:
+                found[entry] = file.read()
+        return found == contents
+
+    def window_classes(self, program):
+        """What a desktop that looks for the window's launcher goes by: its instance and its class."""
+        (window,) = self.desktop.windows_of(program.process.pid, "^ftp:")
+        words = ["xprop", "-id", window, "-notype", "-f", "WM_CLASS", "8u", "WM_CLASS"]
+        environment = {**self.desktop.environment, "LC_ALL": "C.UTF-8"}
+        line = subprocess.run(words, env=environment, capture_output=True, text=True).stdout
+        return line.strip().split(" = ", 1)[1]
+
+
+class Running(Copies):
+    def test_copies_run_at_the_same_time_and_each_file_ends_in_its_copys_folder(self):
+        program = self.start()
+        self.make_both(program)
+        summer_files, summer_paths = self.files_of_some_kinds("sea")
+        photo_files, photo_paths = self.files_of_some_kinds("photo")
+
+        summer = self.launch_copy(SUMMER, *summer_paths)
+        photos = self.launch_copy(PHOTOS, *photo_paths)
+
+        wait_for(lambda: self.has_exactly(SUMMER, summer_files), "the first copy's files")
+        wait_for(lambda: self.has_exactly(PHOTOS, photo_files), "the second copy's files")
+        for copy, name in ((summer, SUMMER), (photos, PHOTOS)):
+            wait_for(lambda copy=copy, name=name: self.destination(name) in copy.titles(), "its destination as title")
+            wait_for(lambda copy=copy: copy.text("Status") == "Upload succeeded", "the last status")
+            self.assertEqual(self.window_classes(copy), f'"{copy.startup_class}", "quillbox"')
+
+        # A second start of one of them.
+        more_files, more_paths = self.files_of_some_kinds("more")
+        second = self.launch_copy(SUMMER, *more_paths)
+        self.assertEqual(second.exit_code(), 0)
+        wait_for(lambda: self.has_exactly(SUMMER, {**summer_files, **more_files}), "the files handed over")
+        self.assertTrue(self.has_exactly(PHOTOS, photo_files))
+        self.assertEqual(sorted(os.listdir(self.on_server())), [OTHER, "Photos", SUMMER])
+        for running in (program, summer, photos):
+            self.assertIsNone(running.process.poll())
+
+
+class MakingAndRemoving(Copies):
+    def test_a_removed_copy_leaves_nothing_behind(self):
+        program = self.start()
+        self.make_both(program)
+        self.assertEqual(sorted(self.launchers()), [PHOTOS, SUMMER])
+        self.assertEqual(self.on_desktop(), ["Photos:2024.desktop"])
+
+        self.desktop.click(program.cell(TABLE, self.listed(program).index(PHOTOS), 0))
+        self.desktop.key("Delete")
+        wait_for(program.sheet, "the question")
+        self.desktop.key("Escape")
+        wait_for(lambda: not program.sheet(), "the question to go")
+        self.assertEqual(len(self.launchers()), 2)
+        for left in (1, 0):
+            self.desktop.key("Delete")
+            self.assertEqual(wait_for(program.sheet, "the question")[0], "Remove Copy")
+            wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+            self.desktop.key("Tab", "space")
+            wait_for(lambda left=left: len(self.listed(program)) == left, f"{left} copies in the list")
+            wait_for(lambda: not program.sheet(), "the question to go")
+
+        self.assertEqual(self.launchers(), {})
+        self.assertEqual(os.listdir(self.data_folder("quillbox/copies")), [])
+        self.assertEqual(self.on_desktop(), [])
+        self.assertTrue(os.path.isdir(self.on_server(SUMMER)))
+        self.assertTrue(os.path.exists(PROGRAM))
+
+    def test_the_folder_of_a_copy_is_made_by_new_folder_one_level_after_the_other(self):
+        program = self.start()
+        self.open_copies(program)
+        self.make_copy(program, "New/Folders é")
+        self.desktop.key("Escape")
+        wait_for(lambda: "Make a Copy" not in program.titles(), "the window to close")
+
+        for level in ("New", "New/Folders é"):
+            self.activate(program, "^ftp:")
+            self.wait_for_listing(program, self.place)
+            self.desktop.key("ctrl+shift+n")
+            program.enter("Enter name of folder to create.", level)
+            program.press("OK")
+            wait_for(lambda level=level: os.path.isdir(self.on_server(level)), f"the folder {level}")
+        self.launch_copy("New/Folders é", self.file("note.txt", b"12345"))
+
+        wait_for(lambda: self.has_exactly("New/Folders é", {"note.txt": b"12345"}), "the file")
+
+    def test_a_copy_makes_copies_of_the_program_and_starts_them(self):
+        other = os.path.join(self.folder, OTHER)
+        os.symlink(PROGRAM, other)
+        program = self.start(program=other)
+        self.open_copies(program)
+
+        self.make_copy(program, SUMMER)
+        self.assertEqual(os.readlink(self.link(SUMMER)), os.path.realpath(PROGRAM))
+        program.press("Start")
+
+        title = self.destination(SUMMER)
+        (window,) = wait_for(lambda: self.desktop.xdotool("search", "--name", f"^{title}$").split(), title)
+        pid = int(self.desktop.xdotool("getwindowpid", window))
+        self.addCleanup(os.kill, pid, signal.SIGKILL)
+        with open(f"/proc/{pid}/cmdline", encoding="utf-8") as file:
+            self.assertEqual(file.read(), self.link(SUMMER) + "\0")
+
+
+class OnVsftpd(Running, WindowTest):
+    make = "vsftpd"
+
+
+class OnProftpd(Running, WindowTest):
+    make = "proftpd"
+
+
+class OnPyftpdlib(Running, MakingAndRemoving, WindowTest):
+    make = "pyftpdlib"
+
+
+if __name__ == "__main__":
+    unittest.main()
