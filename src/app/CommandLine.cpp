@@ -7,6 +7,7 @@
 #include <QTextStream>
 #include <QUrl>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -25,6 +26,17 @@ QString absolutePath(const QString& word)
     return word.startsWith(u'/') ? word : QDir::currentPath() + u'/' + word;
 }
 
+/// Without "-session ID", with which a session manager starts programs again: it is a matter of the toolkit's.
+QStringList withoutSession(QStringList arguments)
+{
+    const qsizetype place = arguments.indexOf(u"-session"_s);
+    const qsizetype endOfOptions = arguments.indexOf(u"--"_s);
+    if (place > 0 && (endOfOptions < 0 || place < endOfOptions)) {
+        arguments.remove(place, std::min<qsizetype>(2, arguments.size() - place));
+    }
+    return arguments;
+}
+
 } // namespace
 
 std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const QString& version, int& exitCode)
@@ -41,7 +53,7 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
 
     QTextStream out(stdout);
     QTextStream err(stderr);
-    if (!parser.parse(arguments)) {
+    if (!parser.parse(withoutSession(arguments))) {
         err << parser.errorText() << '\n';
         exitCode = 2;
         return std::nullopt;

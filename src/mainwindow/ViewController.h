@@ -244,10 +244,31 @@ private:
     void connectSortActions();
     void showAuxiliaryWindow();
 
+    /// What a tick shows, and what it decides by.
+    struct Look {
+        bool isSending = false;
+        bool isReceiving = false;
+        bool isListing = false;
+        bool isListed = false;
+        bool isListingWanted = false;
+        bool hasDestination = false;
+        bool isItemSelected = false;
+        qsizetype waiting = 0;
+        float percent = 0;
+        float auxiliaryPercent = 0;
+        std::optional<quint64> bytes;
+        QString status;
+        QString listingStatus;
+
+        bool operator==(const Look&) const = default;
+    };
+    Look look() const;
+
     /// Whether a new second has begun.
     bool showDate();
     void showQueueLength();
-    void showProgress();
+    /// False when the numbers have to wait.
+    bool showProgress();
     void showSpeed();
     void showTexts();
     void showListingState();
@@ -310,6 +331,7 @@ private:
     std::optional<quint64> m_bytes; ///< Nothing: no text.
     std::optional<quint64> m_shownBytes;
     QElapsedTimer m_sinceProgressShown; ///< Percent and bytes.
+    std::optional<Look> m_shownLook; ///< Nothing: something has not been shown yet.
     TransferRate m_rate;
     QString m_shownReply;
     QString m_status;

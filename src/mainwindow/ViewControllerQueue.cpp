@@ -83,8 +83,12 @@ void ViewController::onTick()
         return;
     }
     const bool isNewSecond = showDate();
+    const Look now = look();
+    if (!isNewSecond && now.waiting == 0 && now == m_shownLook) {
+        return; // Nothing has changed and nothing waits: the window that just stands there costs next to nothing.
+    }
     showQueueLength();
-    showProgress();
+    const bool isProgressShown = showProgress();
     if (isNewSecond) {
         showSpeed();
     }
@@ -93,6 +97,24 @@ void ViewController::onTick()
     showListingState();
     showWhatCanBeDone();
     tellActivity();
+    m_shownLook = isProgressShown ? std::optional(now) : std::nullopt;
+}
+
+ViewController::Look ViewController::look() const
+{
+    return { .isSending = m_pc->isSending(),
+             .isReceiving = m_gc->isReceiving(),
+             .isListing = m_lc->isReceiving(),
+             .isListed = m_isListed,
+             .isListingWanted = m_listingWanted,
+             .hasDestination = m_hasDestination,
+             .isItemSelected = m_ui->downloadButton->isEnabled(),
+             .waiting = m_fileUploadQueue.size(),
+             .percent = m_percent,
+             .auxiliaryPercent = m_auxiliaryPercent,
+             .bytes = m_bytes,
+             .status = m_status,
+             .listingStatus = m_listingStatus };
 }
 
 bool ViewController::showDate()
@@ -115,7 +137,7 @@ void ViewController::showQueueLength()
     setEnabledKeepingFocus(*m_ui->clearQueueButton, length != 0, *m_ui->destinationListingTable);
 }
 
-void ViewController::showProgress()
+bool ViewController::showProgress()
 {
     const bool isMoving = m_pc->isSending() || m_gc->isReceiving();
     m_ui->percentProgressIndicator->setVisible(isMoving);
@@ -124,7 +146,7 @@ void ViewController::showProgress()
     // Numbers that move are painted no more often than somebody could read them: it would cost more than the sending.
     const bool isOneOfMany = isMoving && m_bytes && m_shownBytes;
     if (isOneOfMany && m_sinceProgressShown.isValid() && !m_sinceProgressShown.hasExpired(progressIntervalMs)) {
-        return;
+        return false;
     }
     m_sinceProgressShown.start();
     m_ui->percentProgressIndicator->setValue(barValue(m_percent));
@@ -133,6 +155,7 @@ void ViewController::showProgress()
         m_shownBytes = m_bytes;
         m_ui->bytesFormattedTextField->setText(m_bytes ? stringForFileSize(*m_bytes) : u""_s);
     }
+    return true;
 }
 
 void ViewController::showSpeed()

@@ -40,6 +40,19 @@ TEST_F(CommandLineTest, WhatIsNoCompleteFileURLIsAName)
               (QStringList{ here + u":x"_s, here + u"file:x"_s, here + u"http://host/x"_s, u"/x"_s }));
 }
 
+TEST_F(CommandLineTest, WhatASessionManagerAddsIsPassedOver)
+{
+    const auto commandLine = read({ u"-session"_s, u"2a_17"_s, u"/a"_s });
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->files, QStringList{ u"/a"_s });
+
+    EXPECT_TRUE(read({ u"-session"_s }));
+
+    const auto names = read({ u"--"_s, u"-session"_s, u"/a"_s });
+    ASSERT_TRUE(names);
+    EXPECT_EQ(names->files, (QStringList{ QDir::currentPath() + u"/-session"_s, u"/a"_s }));
+}
+
 TEST_F(CommandLineTest, WithoutFilesNothingIsOpened)
 {
     const auto commandLine = read({});
