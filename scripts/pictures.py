@@ -11,8 +11,10 @@ import sys
 TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(TOP, "tests", "window"))
 
+from certificates import make_certificate  # noqa: E402
 from desktop import Desktop, wait_for  # noqa: E402
 from program import Program, store_settings  # noqa: E402
+from real_ftp_server import RealFTPServer  # noqa: E402
 from upload_server import UploadServer  # noqa: E402
 
 FILES = {
@@ -87,6 +89,7 @@ class Pictures:
         wait_for(lambda: program.find("Server address"), "the panel")
         program.enter("Server address", "files.example.com")
         program.enter("Folder", "inbox")
+        program.press("Encryption required")
         self.take(program, "preferences", "^Preferences$")
         program.press("Cancel")
         wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
@@ -108,6 +111,7 @@ class Pictures:
         program.close()
         self.take_history(settings)
         self.take_copies(settings)
+        self.take_encryption()
 
     def take_history(self, settings):
         self._server.read_at_most(0)
@@ -138,6 +142,19 @@ class Pictures:
         program.enter("Name of the copy", "Photos/2024")
         self.take(program, "copies", "^Make a Copy$")
         program.close()
+
+    def take_encryption(self):
+        pem, _ = make_certificate(self._desktop.folder, names="DNS:files.example.com", subject="files.example.com")
+        server = RealFTPServer("pyftpdlib", pem)
+        fill(server)
+        program = self.start(**server.settings(Encryption="required"))
+        wait_for(program.sheet, "the question")
+        self.take(program, "certificate", "^Trust This Server")
+        program.press("Trust")
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.take(program, "encrypted", "^ftp:")
+        program.close()
+        server.close()
 
     def file(self, name, size):
         path = os.path.join(self._desktop.folder, name)

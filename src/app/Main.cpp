@@ -1,11 +1,14 @@
 #include "AppDelegate.h"
 #include "ApplicationService.h"
+#include "CertificateSheets.h"
 #include "CommandLine.h"
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
 #include "EngineStreamFactory.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
+#include "RememberedTrust.h"
+#include "TrustedCertificates.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
 
@@ -63,8 +66,13 @@ int main(int argc, char** argv)
 
     QApplication application(argc, argv);
     ProgramIdentity::apply(programFileName());
-    EngineStreamFactory streams;
+    CertificateSheets certificateSheets;
+    RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);
+    EngineStreamFactory streams(trust);
     ViewController viewController(streams);
+    certificateSheets.setWindow(viewController.window());
+    QObject::connect(&viewController, &ViewController::triesAnew, &viewController,
+                     [&trust] { trust.forgetRefusals(); });
     AppDelegate delegate(viewController);
     ApplicationService service(&delegate,
                                {

@@ -3,6 +3,9 @@
 #include "AddressAdvice.h"
 #include "BringToFront.h"
 #include "DelayedAlert.h"
+#include "DrawnIcons.h"
+#include "EncryptionSetting.h"
+#include "FocusKeeping.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
 #include "ui_Preferences.h"
@@ -39,6 +42,10 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     for (const QLineEdit* field : { m_addressTextField, m_folderTextField }) {
         connect(field, &QLineEdit::textChanged, this, &PreferencesController::showDestination);
     }
+    m_ui->showPasswordButton->setIcon(drawnEyeIcon());
+    connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::showEncryption);
+    connect(m_ui->forgetCertificateButton, &QPushButton::clicked, this, &PreferencesController::forgetCertificate);
+    showEncryption();
     viewDidLoad();
 }
 
@@ -82,6 +89,9 @@ void PreferencesController::fillFields()
     }
     m_filledOpenDownloadedFiles = m_defaults.boolean(openDownloadedFiles).value_or(false);
     m_ui->openDownloadedFilesCheckBox->setChecked(m_filledOpenDownloadedFiles);
+    m_filledEncryption = encryptionSetting(m_defaults);
+    (m_filledEncryption == FTPEncryption::None ? m_ui->noEncryptionButton : m_ui->requiredEncryptionButton)
+        ->setChecked(true);
     m_ui->showPasswordButton->setChecked(false);
     showDestination();
 }
@@ -120,6 +130,11 @@ QHash<QString, QJsonValue> PreferencesController::changes() const
             values.insert(key, wanted.isNull() ? QJsonValue() : QJsonValue(wanted));
         }
     }
+    // Like the fields: what the panel shows holds, also when another program has changed it meanwhile.
+    isEdited = isEdited || wantedEncryption() != m_filledEncryption;
+    if (wantedEncryption() != encryptionSetting(m_defaults)) {
+        values.insert(encryptionKey(), encryptionValue(wantedEncryption()));
+    }
     if (!isEdited) {
         values.clear();
     }
@@ -130,13 +145,48 @@ QHash<QString, QJsonValue> PreferencesController::changes() const
     return values;
 }
 
+QString PreferencesController::destination() const
+{
+    return m_application.destinationFor(m_addressTextField->text(), m_folderTextField->text());
+}
+
 void PreferencesController::showDestination()
 {
-    const QString address = m_addressTextField->text();
-    const QString destination = m_application.destinationFor(address, m_folderTextField->text());
-    const bool isNowhere = destination.isNull();
-    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(destination));
-    m_ui->adviceLabel->setText(isNowhere ? addressAdvice(address) : QString());
+    const QString place = destination();
+    const bool isNowhere = place.isNull();
+    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(place));
+    m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text()) : QString());
+    showWhetherTrusted();
+}
+
+FTPEncryption PreferencesController::wantedEncryption() const
+{
+    return m_ui->requiredEncryptionButton->isChecked() ? FTPEncryption::Required : FTPEncryption::None;
+}
+
+void PreferencesController::showEncryption()
+{
+    m_ui->encryptionNoteLabel->setText(
+        wantedEncryption() == FTPEncryption::None
+            ? u"The password and the files travel in clear: whoever can listen on the way to the server can read them."_s
+            : u"The password and the files travel encrypted (TLS). A server that cannot do that is told neither."_s);
+}
+
+void PreferencesController::showWhetherTrusted()
+{
+    const QString place = destination();
+    setEnabledKeepingFocus(*m_ui->forgetCertificateButton, !place.isNull() && m_application.trustsCertificate(place),
+                           *m_addressTextField);
+}
+
+void PreferencesController::forgetCertificate()
+{
+    if (!m_application.forgetCertificate(destination())) {
+        SheetQueue::of(*m_view).raise({ .title = u"Certificate Not Forgotten"_s,
+                                        .text = u"The list of trusted certificates could not be written. It is beside "
+                                                "“%1”."_s.arg(m_defaults.filePath()) });
+    }
+    showWhetherTrusted();
 }
 
 void PreferencesController::showPassword(bool isShown)

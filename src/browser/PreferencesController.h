@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FTPEncryption.h"
+
 #include <QDialog>
 #include <QHash>
 #include <QJsonValue>
@@ -33,6 +35,10 @@ public:
         std::function<QString(const QString& address, const QString& folder)> destinationFor;
         /// Titles the main window by the destination and lists that.
         std::function<void()> updateWindowTitleAndList;
+        /// Whether a certificate is trusted that the server of this destination has shown.
+        std::function<bool(const QString& destination)> trustsCertificate = [](const QString&) { return false; };
+        /// Trusts it no longer. False when that could not be stored.
+        std::function<bool(const QString& destination)> forgetCertificate = [](const QString&) { return false; };
     };
 
     /// @p defaults outlives the controller. The panel is a window of @p parent, which may be null.
@@ -83,6 +89,11 @@ private:
     void fillFields();
     QHash<QString, QJsonValue> changes() const;
     void showDestination();
+    void showEncryption();
+    void showWhetherTrusted();
+    void forgetCertificate();
+    FTPEncryption wantedEncryption() const;
+    QString destination() const;
     void showPassword(bool isShown);
 
     UserDefaults& m_defaults;
@@ -95,6 +106,7 @@ private:
     QLineEdit* m_folderTextField = nullptr;
     QHash<QString, Filled> m_filled; ///< By the settings' keys.
     bool m_filledOpenDownloadedFiles = false;
+    FTPEncryption m_filledEncryption = FTPEncryption::None;
     QString m_savedFTPFolder;
     QSize m_preferredContentSize;
 };

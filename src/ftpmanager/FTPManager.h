@@ -92,6 +92,10 @@ public:
     /// behind it first, and is then taken to have accepted.
     [[nodiscard]] bool checkLogin(const FMServer* server);
 
+    /// Whether the latest operation has failed because the server's certificate is neither good nor trusted. It has
+    /// sent no login then.
+    bool hasRefusedCertificate() const;
+
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
     quint64 fileSizeOf(const QUrl& fileURL) const;
 
@@ -130,6 +134,7 @@ private:
     static bool _checkAnswers(const QString& text);
 
     void begin(Action action, quint64 fileSize);
+    void noteRefusedCertificate();
     bool upload(std::unique_ptr<UploadSource> source, const QString& fileName, const FMServer& server);
     bool run(FTPStream& stream);
     std::optional<Action> runningAction() const;
@@ -156,6 +161,7 @@ private:
     quint64 m_bytesProcessed = 0; ///< In the latest step.
     quint64 m_fileSizeProcessed = 0;
     bool m_streamSuccess = false;
+    bool m_refusedCertificate = false;
 
     // The worker's own.
     std::array<char, 32768> m_buffer{};

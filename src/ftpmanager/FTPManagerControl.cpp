@@ -98,28 +98,33 @@ std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
     }
 }
 
-/// Agrees with the server on encryption before anything else is said. False when it does not come to be, or leads to
-/// somebody who is not trusted.
-bool encrypt(ControlSocket& socket, const FMServer& server)
+enum class Encryption {
+    Stands,
+    Failed, ///< It has not come to be.
+    Untrusted, ///< It leads to somebody who is not trusted.
+};
+
+/// Agrees with the server on encryption before anything else is said.
+Encryption encrypt(ControlSocket& socket, const FMServer& server)
 {
     ReplyParser parser;
     std::optional<Reply> reply = readReply(socket, parser);
     if (!reply || !reply->isPositive() || !socket.write("AUTH TLS\r\n")) {
         qCWarning(ftpManagerLog, "the server does not greet");
-        return false;
+        return Encryption::Failed;
     }
     reply = readReply(socket, parser);
     // What else has come by now is dropped with the parser: it may be anybody's (RFC 4217, section 15).
     if (!reply || reply->code != 234 || !socket.startEncryption(fmhost(server.destination()))) {
         qCWarning(ftpManagerLog, "the server does not encrypt");
-        return false;
+        return Encryption::Failed;
     }
     const ServerCertificate certificate = socket.tls()->certificate();
     if (!certificate.problems.isEmpty() && !server.trustedFingerprints().contains(certificate.fingerprint)) {
         qCWarning(ftpManagerLog, "the certificate of the server is not trusted");
-        return false;
+        return Encryption::Untrusted;
     }
-    return true;
+    return Encryption::Stands;
 }
 
 /// Whether @p replies have a line that answers QUIT.
@@ -141,8 +146,14 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     if (!connectTo(socket, server)) {
         return false;
     }
-    if (server.encryption() == FTPEncryption::Required && !encrypt(socket, server)) {
-        return false;
+    if (server.encryption() == FTPEncryption::Required) {
+        const Encryption encryption = encrypt(socket, server);
+        if (encryption == Encryption::Untrusted) {
+            noteRefusedCertificate();
+        }
+        if (encryption != Encryption::Stands) {
+            return false;
+        }
     }
     for (const QByteArray& line : commands.lines()) {
         if (!socket.write(line)) {

@@ -17,6 +17,19 @@ void FTPManager::begin(Action action, quint64 fileSize)
     m_fileSize = fileSize;
     m_fileSizeProcessed = 0;
     m_bytesProcessed = 0;
+    m_refusedCertificate = false;
+}
+
+void FTPManager::noteRefusedCertificate()
+{
+    const std::lock_guard lock(m_mutex);
+    m_refusedCertificate = true;
+}
+
+bool FTPManager::hasRefusedCertificate() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_refusedCertificate;
 }
 
 bool FTPManager::run(FTPStream& stream)
@@ -54,7 +67,7 @@ void FTPManager::closeStreams()
     m_fileWriter = nullptr;
 }
 
-void FTPManager::handleEvent(FTPStream& /*stream*/, FTPStreamEvent event)
+void FTPManager::handleEvent(FTPStream& stream, FTPStreamEvent event)
 {
     const std::optional<Action> action = runningAction();
     if (!action) {
@@ -83,6 +96,9 @@ void FTPManager::handleEvent(FTPStream& /*stream*/, FTPStreamEvent event)
         }
         break;
     case FTPStreamEvent::ErrorOccurred:
+        if (stream.error().domain == FTPStreamError::Domain::Certificate) {
+            noteRefusedCertificate();
+        }
         _streamDidEndWithSuccess(false, FailureReason::General);
         break;
     case FTPStreamEvent::EndEncountered:

@@ -7,13 +7,20 @@
 
 class FMServer;
 
-/// What is done to single items on the server. Each waits for the server's answer, however long that takes: whether it
-/// was done. Called on threads of their own, which may outlive everything else: an operation refers to nothing but its
-/// arguments and what it owns.
+/// What has become of an operation.
+enum class ItemOutcome {
+    Done,
+    Refused, ///< By the server or the network, or before anything was sent.
+    NotTrusted, ///< The server's certificate is neither good nor trusted.
+};
+
+/// What is done to single items on the server. Each waits for the server's answer, however long that takes. Called on
+/// threads of their own, which may outlive everything else: an operation refers to nothing but its arguments and what
+/// it owns.
 struct ItemOperations {
     /// @p name: its bytes, as the server knows them.
-    std::function<bool(const QByteArray& name, const FMServer& server)> deleteFileNamed;
-    std::function<bool(const QString& name, const FMServer& server)> createNewFolder;
+    std::function<ItemOutcome(const QByteArray& name, const FMServer& server)> deleteFileNamed;
+    std::function<ItemOutcome(const QString& name, const FMServer& server)> createNewFolder;
 };
 
 /// The operations of the FTP manager library.

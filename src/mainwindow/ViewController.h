@@ -22,6 +22,7 @@
 #include <QTimer>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -59,8 +60,7 @@ public:
     static QString password();
     static QString address();
     static QString ftpFolder();
-    /// The setting "Encryption": none when it is absent or "none", required when it is "required". Any other value, of
-    /// whatever kind, counts as required, so that a mistake in it never sends the password in clear.
+    /// The setting "Encryption"; see encryptionSetting().
     static FTPEncryption encryption();
     /// The program's file name as the user sees it.
     static QString ourAppName();
@@ -231,6 +231,10 @@ signals:
     void welcomeWindowRequested();
     void copiesWindowRequested();
 
+    /// The user has asked for something that talks to the server, so what was refused before may be asked about again.
+    /// Not told of what the program begins by itself, such as the next file of the queue.
+    void triesAnew();
+
     /// What moves and waits has changed; told by the tick that sees it.
     void activityChanged(const TransferActivity& activity);
 
@@ -273,6 +277,7 @@ private:
     void showTexts();
     void showListingState();
     void showLastReply();
+    void showSecurity();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
     void tellActivity();
@@ -286,6 +291,9 @@ private:
     void resetProgress();
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
+    void refresh();
+    /// Has @p operation run while its panel says @p what; nothing when nobody waits any more.
+    std::optional<ItemOutcome> waitForOperation(const QString& what, std::function<ItemOutcome()> operation);
     /// Between a drop or an answer and what it leads to.
     static constexpr int answerDelayMs = 1000;
 
@@ -334,6 +342,7 @@ private:
     std::optional<Look> m_shownLook; ///< Nothing: something has not been shown yet.
     TransferRate m_rate;
     QString m_shownReply;
+    std::optional<FTPSecurity> m_shownSecurity;
     QString m_status;
     QString m_listingStatus;
     qint64 m_shownSecond = -1; ///< Of the date that is shown, since the epoch.

@@ -27,7 +27,7 @@ void ViewController::connectActions()
     on(m_ui->deleteAction, &ViewController::deleteSelection);
     on(m_ui->copyItemLocationAction, &ViewController::copyItemLocation);
     on(m_ui->copyLocationAction, &ViewController::copyLocationToClipboard);
-    on(m_ui->refreshAction, &ViewController::listFTPDestination);
+    on(m_ui->refreshAction, &ViewController::refresh);
     on(m_ui->stopAction, &ViewController::stopButtonAction);
     on(m_ui->clearQueueAction, &ViewController::clearQueue);
     on(m_ui->historyAction, &ViewController::showHistory);

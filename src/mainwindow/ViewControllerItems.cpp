@@ -13,7 +13,23 @@
 #include "WaitingPanel.h"
 #include "ui_MainWindow.h"
 
+#include <atomic>
+#include <utility>
+
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What is said of an item when the server's certificate is not trusted. There is no question here: the call that would
+/// have to wait for the answer holds the program.
+QString notTrustedText(const QString& whatIsNot)
+{
+    return u"%1, since the server has shown a certificate that is not trusted. Nothing was sent to it.\n\nRefresh the "
+           u"list: "
+           "you are then asked about the certificate, or told what is wrong with it."_s.arg(whatIsNot);
+}
+
+} // namespace
 
 const ListingEntry* ViewController::selectedEntry() const
 {
@@ -46,6 +62,7 @@ void ViewController::downloadSelection()
 
 void ViewController::downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName)
 {
+    emit triesAnew();
     m_percent = 0;
     m_bytes.reset();
     const QString place = createFullURLFromFTPRootRelativePath(ftpFolderFromAppName());
@@ -109,6 +126,16 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
     return server;
 }
 
+std::optional<ItemOutcome> ViewController::waitForOperation(const QString& what, std::function<ItemOutcome()> operation)
+{
+    const auto outcome = std::make_shared<std::atomic<ItemOutcome>>(ItemOutcome::Refused); // The call may outlive this.
+    const std::optional<bool> isDone = waitForAnswer(&m_window, what, [outcome, operation = std::move(operation)] {
+        *outcome = operation();
+        return *outcome == ItemOutcome::Done;
+    });
+    return isDone ? std::optional<ItemOutcome>(*outcome) : std::nullopt;
+}
+
 void ViewController::deleteFile(const QString& name, const QByteArray& rawName)
 {
     const QString shownName = visibleText(name);
@@ -120,18 +147,22 @@ void ViewController::deleteFile(const QString& name, const QByteArray& rawName)
         return;
     }
     const auto server = serverForOperation();
-    const std::optional<bool> isDeleted = waitForAnswer(
-        &m_window, u"Deleting “%1”…"_s.arg(shownName),
+    const std::optional<ItemOutcome> outcome = waitForOperation(
+        u"Deleting “%1”…"_s.arg(shownName),
         [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, server,
          deleteFileNamed = m_itemOperations.deleteFileNamed] { return deleteFileNamed(nameOnServer, *server); });
-    if (!isDeleted) {
+    if (!outcome) {
         showAlert(u"No Answer"_s,
                   u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName));
         listFTPDestination();
         return;
     }
-    if (*isDeleted) {
+    if (outcome == ItemOutcome::Done) {
         listFTPDestination();
+        return;
+    }
+    if (outcome == ItemOutcome::NotTrusted) {
+        showAlert(u"Item Not Deleted"_s, notTrustedText(u"“%1” was not deleted"_s.arg(shownName)));
         return;
     }
     showAlert(u"Item Not Deleted"_s,
@@ -162,17 +193,21 @@ void ViewController::createFolder(const QString& name)
     }
     const auto server = serverForOperation();
     const QString shownName = visibleText(name);
-    const std::optional<bool> isCreated = waitForAnswer(
-        &m_window, u"Creating “%1”…"_s.arg(shownName),
+    const std::optional<ItemOutcome> outcome = waitForOperation(
+        u"Creating “%1”…"_s.arg(shownName),
         [name, server, createNewFolder = m_itemOperations.createNewFolder] { return createNewFolder(name, *server); });
-    if (!isCreated) {
+    if (!outcome) {
         showAlert(u"No Answer"_s,
                   u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName));
         listFTPDestination();
         return;
     }
-    if (*isCreated) {
+    if (outcome == ItemOutcome::Done) {
         listFTPDestination();
+        return;
+    }
+    if (outcome == ItemOutcome::NotTrusted) {
+        showAlert(u"Folder Not Created"_s, notTrustedText(u"Folder “%1” was not created"_s.arg(shownName)));
         return;
     }
     showAlert(u"Folder Not Created"_s,

@@ -7,6 +7,7 @@
 #include "PathText.h"
 #include "PlainToolTip.h"
 #include "RunLoop.h"
+#include "SecurityText.h"
 #include "ViewController.h"
 #include "VisibleText.h"
 #include "ui_MainWindow.h"
@@ -42,6 +43,7 @@ void growToText(QLabel& label)
 
 void ViewController::uploadFiles(const QStringList& paths)
 {
+    emit triesAnew();
     m_fileUploadQueue += paths;
     m_history.filesQueued(paths);
     m_ui->totalProgressIndicator->setMaximum(static_cast<int>(m_fileUploadQueue.size()));
@@ -176,6 +178,7 @@ void ViewController::showTexts()
     m_manual->auxiliaryStatusTextField->setText(m_status);
     m_ui->listingStatusTextField->setText(m_listingStatus);
     showLastReply();
+    showSecurity();
 }
 
 void ViewController::showLastReply()
@@ -193,6 +196,19 @@ void ViewController::showLastReply()
         const QString title = field->accessibleDescription().section(u". "_s, 0, 0);
         field->setAccessibleDescription(title + u". "_s + words); // Those who see no tool tips hear it.
     }
+}
+
+void ViewController::showSecurity()
+{
+    const std::optional<FTPSecurity> security = m_streams.lastSecurity();
+    if (security == m_shownSecurity && !m_ui->connectionIcon->icon().isNull()) {
+        return;
+    }
+    m_shownSecurity = security;
+    const QString words = securityText(security);
+    m_ui->connectionIcon->setIcon(drawnPadlockIcon(securityPadlock(security)));
+    m_ui->connectionIcon->setToolTip(plainToolTip(words));
+    m_ui->connectionIcon->setAccessibleName(words);
 }
 
 void ViewController::startNextUpload(bool isNewSecond)

@@ -1,6 +1,7 @@
 // Settings, the destination, and what the manual fields stand for.
 
 #include "Addressing.h"
+#include "EncryptionSetting.h"
 #include "PathText.h"
 #include "ProgramName.h"
 #include "StandardFolders.h"
@@ -28,10 +29,7 @@ QString ViewController::ftpFolder()
 }
 FTPEncryption ViewController::encryption()
 {
-    const UserDefaults& defaults = UserDefaults::standard();
-    const QString key = u"Encryption"_s;
-    const bool isOff = !defaults.contains(key) || defaults.string(key) == u"none"_s;
-    return isOff ? FTPEncryption::None : FTPEncryption::Required;
+    return encryptionSetting(UserDefaults::standard());
 }
 
 QString ViewController::ourAppName()

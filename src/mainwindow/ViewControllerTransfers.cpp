@@ -25,6 +25,12 @@ void ViewController::listFTPDestination()
     startListing(destination);
 }
 
+void ViewController::refresh()
+{
+    emit triesAnew();
+    listFTPDestination();
+}
+
 void ViewController::startListing(const QString& location)
 {
     if (!m_lc->isReceiving()) {
@@ -63,6 +69,7 @@ void ViewController::startStopUpload()
         stopUpload();
         return;
     }
+    emit triesAnew();
     resetProgress();
     const QString path = fileToUpload();
     const QString place = destination();
@@ -76,6 +83,7 @@ void ViewController::startStopDownload()
         m_gc->stopReceiveWithStatus(u"Download Stopped"_s);
         return;
     }
+    emit triesAnew();
     resetProgress();
     m_gc->startReceive(urlToDownload(), username(), password(), QString());
 }
@@ -90,6 +98,7 @@ void ViewController::startStopList(const QObject* sender)
         m_lc->stopReceiveWithStatus(u"List Stopped"_s);
         return;
     }
+    emit triesAnew();
     resetProgress();
     emptyList();
     const bool isManual = sender == m_manual->startStopListButton;
@@ -115,6 +124,7 @@ void ViewController::startStopCreate(const QObject* sender)
         m_cc->stopCreateWithStatus(u"Create Stopped"_s);
         return;
     }
+    emit triesAnew();
     resetProgress();
     m_cc->startCreate(name, place, username(), password());
 }

@@ -2,9 +2,11 @@
 
 #include "Addressing.h"
 #include "BringToFront.h"
+#include "FTPLocation.h"
 #include "HistoryWindow.h"
 #include "PreferencesController.h"
 #include "SheetQueue.h"
+#include "TrustedCertificates.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
 #include "WindowMemory.h"
@@ -20,6 +22,13 @@ namespace {
 
 const QString historyName = u"history"_s; ///< Its window is remembered by it.
 const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
+
+/// Of the certificate that is trusted at the server of @p destination; empty: none.
+QByteArray trustedFingerprint(const QString& destination)
+{
+    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
+    return place ? TrustedCertificates::standard().fingerprint(place->host, place->port) : QByteArray();
+}
 
 /// Shows a state that is not the user's choice of this moment.
 void setCheckedQuietly(QCheckBox& box, bool isChecked)
@@ -38,7 +47,17 @@ void ViewController::loadOtherWindows()
             .destinationFor
             = [](const QString& address,
                  const QString& folder) { return Addressing::fullPath(address, folder, ftpFolderFromAppName()); },
-            .updateWindowTitleAndList = [this] { emit updateWindowTitleAndList(); },
+            .updateWindowTitleAndList =
+                [this] {
+                    emit triesAnew();
+                    emit updateWindowTitleAndList();
+                },
+            .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
+            .forgetCertificate =
+                [](const QString& destination) {
+                    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
+                    return place && TrustedCertificates::standard().forget(place->host, place->port);
+                },
         },
         &m_window);
     m_welcome->setupUi(m_welcomeWindow);

@@ -16,7 +16,10 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
     const QByteArray known = m_store.fingerprint(shown.host, shown.port);
     if (!known.isEmpty() && known != shown.fingerprint) {
         answer(false);
-        m_prompt.certificateHasChanged(question, known);
+        if (!m_toldOf.contains(shown)) {
+            m_toldOf.insert(shown);
+            m_prompt.certificateHasChanged(question, known);
+        }
     } else if (known == shown.fingerprint || m_accepted.contains(shown)) {
         answer(true);
     } else if (m_refused.contains(shown)) {
@@ -29,6 +32,12 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
             answer(isTrusted);
         });
     }
+}
+
+void RememberedTrust::forgetRefusals()
+{
+    m_refused.clear();
+    m_toldOf.clear();
 }
 
 void RememberedTrust::answered(const Shown& shown, bool isTrusted)

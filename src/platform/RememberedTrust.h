@@ -29,7 +29,7 @@ protected:
 /// Decides about certificates by what is remembered, and asks a person about the rest.
 ///
 /// An answer counts until further notice, so that a queue of files is one question: trust for ever, a refusal until
-/// forgetRefusals() is called. Belongs to the main thread.
+/// forgetRefusals() is called. Likewise a changed certificate is told of once. Belongs to the main thread.
 class RememberedTrust final : public CertificateTrust {
 public:
     /// Both outlive it.
@@ -38,8 +38,9 @@ public:
 
     void judge(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) override;
 
-    /// The person may be asked again about what was refused: to be called when somebody tries anew on purpose.
-    void forgetRefusals() { m_refused.clear(); }
+    /// The person may be asked again about what was refused, and told again of what has changed: to be called when
+    /// somebody tries anew on purpose.
+    void forgetRefusals();
 
 private:
     struct Shown {
@@ -60,5 +61,6 @@ private:
     CertificatePrompt& m_prompt;
     QSet<Shown> m_accepted; ///< Those that could not be stored.
     QSet<Shown> m_refused;
+    QSet<Shown> m_toldOf; ///< Those that were not the trusted ones.
     WeakAnchor m_anchor;
 };

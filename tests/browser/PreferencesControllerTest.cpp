@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -71,22 +72,27 @@ protected:
 
     QTemporaryDir m_folder;
     UserDefaults m_defaults{ m_folder.filePath(u"settings/settings.json"_s) };
+    QStringList m_trusted; ///< Destinations whose certificate is trusted.
+    bool m_canForget = true;
     QStringList m_refreshes; ///< For each refresh the address that was stored then.
     QList<bool> m_wasOpen; ///< For each refresh whether the panel still showed.
     QList<QStringList> m_alerts;
-    PreferencesController m_preferences{ m_defaults,
-                                         {
-                                             .destinationFor =
-                                                 [](const QString& address, const QString& folder) {
-                                                     return address == u"host"_s ? u"ftp://host/"_s + folder
-                                                                                 : QString();
-                                                 },
-                                             .updateWindowTitleAndList =
-                                                 [this] {
-                                                     m_refreshes.append(m_defaults.string(u"Address"_s));
-                                                     m_wasOpen.append(m_preferences.view()->isVisible());
-                                                 },
-                                         } };
+    PreferencesController m_preferences{
+        m_defaults,
+        {
+            .destinationFor
+            = [](const QString& address,
+                 const QString& folder) { return address == u"host"_s ? u"ftp://host/"_s + folder : QString(); },
+            .updateWindowTitleAndList =
+                [this] {
+                    m_refreshes.append(m_defaults.string(u"Address"_s));
+                    m_wasOpen.append(m_preferences.view()->isVisible());
+                },
+            .trustsCertificate = [this](const QString& destination) { return m_trusted.contains(destination); },
+            .forgetCertificate
+            = [this](const QString& destination) { return m_canForget && m_trusted.removeAll(destination) > 0; },
+        }
+    };
 };
 
 TEST_F(PreferencesControllerTest, ThePreferredSizeIsThatOfTheView)
@@ -287,7 +293,8 @@ TEST_F(PreferencesControllerTest, AClearedFieldIsStoredAsEmpty)
 TEST_F(PreferencesControllerTest, ReturnIsDoneEverywhereButOnCancel)
 {
     for (const char* name : { "addressTextField", "usernameTextField", "passwordTextField", "folderTextField",
-                              "openDownloadedFilesCheckBox", "showPasswordButton", "doneButton" }) {
+                              "openDownloadedFilesCheckBox", "showPasswordButton", "noEncryptionButton",
+                              "requiredEncryptionButton", "doneButton" }) {
         SCOPED_TRACE(name);
         m_preferences.showPanel();
         control<QWidget>(name).setFocus();
@@ -296,14 +303,14 @@ TEST_F(PreferencesControllerTest, ReturnIsDoneEverywhereButOnCancel)
 
         EXPECT_FALSE(m_preferences.view()->isVisible());
     }
-    EXPECT_EQ(m_refreshes.size(), 7);
+    EXPECT_EQ(m_refreshes.size(), 9);
 
     m_preferences.showPanel();
     type(m_preferences.addressTextField(), u"host"_s);
     control<QPushButton>("cancelButton").setFocus();
     QTest::keyClick(&control<QPushButton>("cancelButton"), Qt::Key_Return);
     EXPECT_FALSE(m_preferences.view()->isVisible());
-    EXPECT_EQ(m_refreshes.size(), 7);
+    EXPECT_EQ(m_refreshes.size(), 9);
     EXPECT_EQ(stored(), QJsonObject());
 }
 
@@ -493,6 +500,7 @@ TEST_F(PreferencesControllerTest, NoTextMovesTheButtons)
         for (const QString& folder : { u""_s, QString(3000, u'w') }) {
             m_preferences.addressTextField()->setText(address);
             m_preferences.folderTextField()->setText(folder);
+            control<QRadioButton>("requiredEncryptionButton").setChecked(folder.isEmpty());
             drainEventLoop();
 
             EXPECT_EQ(m_preferences.view()->size(), size);
@@ -501,9 +509,112 @@ TEST_F(PreferencesControllerTest, NoTextMovesTheButtons)
     }
 }
 
-TEST_F(PreferencesControllerTest, ThePanelSaysThatNothingIsEncrypted)
+TEST_F(PreferencesControllerTest, ThePanelSaysWhatEncryptionMeans)
 {
-    EXPECT_TRUE(control<QLabel>("unencryptedLabel").text().contains(u"unencrypted"_s));
+    const auto note = [this] { return control<QLabel>("encryptionNoteLabel").text(); };
+    m_preferences.showPanel();
+    EXPECT_TRUE(control<QRadioButton>("noEncryptionButton").isChecked());
+    EXPECT_TRUE(note().startsWith(u"The password and the files travel in clear"_s));
+
+    control<QRadioButton>("requiredEncryptionButton").click();
+
+    EXPECT_TRUE(note().startsWith(u"The password and the files travel encrypted"_s));
+}
+
+TEST_F(PreferencesControllerTest, EncryptionIsStoredWhenItIsDoneAndOnlyWhenItWasChanged)
+{
+    m_preferences.showPanel();
+    control<QRadioButton>("requiredEncryptionButton").click();
+    control<QRadioButton>("noEncryptionButton").click();
+    pressDone();
+    EXPECT_EQ(stored(), QJsonObject());
+
+    m_preferences.showPanel();
+    control<QRadioButton>("requiredEncryptionButton").click();
+    EXPECT_EQ(stored(), QJsonObject());
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"Encryption"_s, u"required"_s } }));
+
+    m_preferences.showPanel();
+    EXPECT_TRUE(control<QRadioButton>("requiredEncryptionButton").isChecked());
+    control<QRadioButton>("noEncryptionButton").click();
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"Encryption"_s, u"none"_s } }));
+}
+
+TEST_F(PreferencesControllerTest, AnUnknownEncryptionShowsAsRequiredAndStaysUntilItIsChanged)
+{
+    for (const QJsonValue& value : { QJsonValue(u"requierd"_s), QJsonValue(true), QJsonValue(u""_s) }) {
+        set({ { u"Encryption"_s, value } });
+        m_preferences.showPanel();
+        EXPECT_TRUE(control<QRadioButton>("requiredEncryptionButton").isChecked());
+        type(m_preferences.usernameTextField(), value.toVariant().toString() + u"anna"_s);
+
+        pressDone();
+
+        EXPECT_EQ(stored().value(u"Encryption"_s), value);
+    }
+    m_preferences.showPanel();
+    control<QRadioButton>("noEncryptionButton").click();
+    pressDone();
+    EXPECT_EQ(stored().value(u"Encryption"_s), QJsonValue(u"none"_s));
+}
+
+TEST_F(PreferencesControllerTest, APasswordIsStoredWithTheEncryptionThatThePanelShows)
+{
+    set({ { u"Encryption"_s, u"required"_s } });
+    m_preferences.showPanel();
+    type(m_preferences.passwordTextField(), u"secret"_s);
+    set({ { u"Encryption"_s, u"none"_s } });
+
+    pressDone();
+
+    EXPECT_EQ(stored(), (QJsonObject{ { u"Encryption"_s, u"required"_s }, { u"Password"_s, u"secret"_s } }));
+}
+
+TEST_F(PreferencesControllerTest, ACancelledChoiceOfEncryptionIsForgotten)
+{
+    m_preferences.showPanel();
+    control<QRadioButton>("requiredEncryptionButton").click();
+    control<QPushButton>("cancelButton").click();
+
+    m_preferences.showPanel();
+
+    EXPECT_TRUE(control<QRadioButton>("noEncryptionButton").isChecked());
+    EXPECT_EQ(stored(), QJsonObject());
+}
+
+TEST_F(PreferencesControllerTest, ACertificateIsForgottenAtOnceAndOnlyWhereOneIsTrusted)
+{
+    const auto& forget = control<QPushButton>("forgetCertificateButton");
+    m_trusted = { u"ftp://host/in"_s };
+    m_preferences.showPanel();
+    EXPECT_FALSE(forget.isEnabled()); // No address.
+
+    type(m_preferences.addressTextField(), u"host"_s);
+    type(m_preferences.folderTextField(), u"in"_s);
+    ASSERT_TRUE(forget.isEnabled());
+    control<QPushButton>("forgetCertificateButton").setFocus();
+    control<QPushButton>("forgetCertificateButton").click();
+
+    EXPECT_TRUE(m_trusted.isEmpty());
+    EXPECT_FALSE(forget.isEnabled());
+    EXPECT_EQ(stored(), QJsonObject());
+}
+
+TEST_F(PreferencesControllerTest, ACertificateThatCannotBeForgottenIsToldOf)
+{
+    m_trusted = { u"ftp://host/"_s };
+    m_canForget = false;
+    m_preferences.showPanel();
+    type(m_preferences.addressTextField(), u"host"_s);
+
+    control<QPushButton>("forgetCertificateButton").click();
+
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().startsWith(u"Certificate Not Forgotten: "_s));
+    EXPECT_TRUE(control<QPushButton>("forgetCertificateButton").isEnabled());
+    answerSheet();
 }
 
 TEST_F(PreferencesControllerTest, EachIdentifierIsNewAndHasThirtySixCharacters)

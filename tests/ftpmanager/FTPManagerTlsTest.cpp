@@ -135,14 +135,35 @@ TEST_F(FTPManagerTlsTest, ACertificateThatIsNotTrustedGetsNoLogin)
     const auto record = recordFor(server);
     const LogRecorder log;
 
+    FTPManager manager;
+
     record->setTrustedFingerprints({});
-    EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+    EXPECT_FALSE(manager.checkLogin(record.get()));
+    EXPECT_TRUE(manager.hasRefusedCertificate());
     record->setTrustedFingerprints({ TestCertificate::selfSigned().fingerprint() });
     EXPECT_FALSE(FTPManager().checkLogin(record.get()));
 
     server.close();
     EXPECT_EQ(server.received(), (QList<QByteArray>{ "AUTH TLS\r\n", "AUTH TLS\r\n" }));
     EXPECT_EQ(log.lines().value(0), u"the certificate of the server is not trusted"_s);
+}
+
+TEST_F(FTPManagerTlsTest, WhyAnOperationFailedIsToldOfTheLatestOneAlone)
+{
+    ScriptedStreams streams;
+    const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
+    FTPManager manager(streams);
+    EXPECT_FALSE(manager.hasRefusedCertificate());
+
+    streams.errorDomain = FTPStreamError::Domain::Certificate;
+    streams.turns = { { FTPStreamEvent::ErrorOccurred } };
+    EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
+    EXPECT_TRUE(manager.hasRefusedCertificate());
+
+    streams.errorDomain = FTPStreamError::Domain::Other;
+    streams.turns = { { FTPStreamEvent::ErrorOccurred } };
+    EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
+    EXPECT_FALSE(manager.hasRefusedCertificate());
 }
 
 TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheFarewellIsAFailure)

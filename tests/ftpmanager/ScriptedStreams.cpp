@@ -47,7 +47,7 @@ public:
         m_script.calls.append(u"close"_s);
         m_loop.reset();
     }
-    FTPStreamError error() const override { return { FTPStreamError::Domain::Other, 0 }; }
+    FTPStreamError error() const override { return { m_script.errorDomain, 0 }; }
 
 protected:
     ScriptedStreams& script() const { return m_script; }

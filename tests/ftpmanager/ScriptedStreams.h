@@ -20,6 +20,7 @@ public:
     bool refusesFetchResourceInfo = false;
     bool refusesEncryption = false;
     std::optional<qint64> resourceSize;
+    FTPStreamError::Domain errorDomain = FTPStreamError::Domain::Other; ///< What an error is about.
 
     /// What the stream reports once it is open: a turn of the loop after the other, the events of one turn at once.
     std::deque<std::vector<FTPStreamEvent>> turns;

@@ -38,13 +38,13 @@ protected:
         entry.type = type;
         m_controller->addListEntries({ entry });
     }
-    bool note(const QString& name, const FMServer& server)
+    ItemOutcome note(const QString& name, const FMServer& server)
     {
         m_operations.append(QStringList{ name, server.destination(), server.username(), server.password(),
                                          QString::number(server.port()) });
         m_encryption = server.encryption();
         m_trustedFingerprints = server.trustedFingerprints();
-        return m_succeeds;
+        return m_outcome;
     }
     ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
     void select(const QString& name)
@@ -73,7 +73,7 @@ protected:
     QList<QStringList> m_operations;
     FTPEncryption m_encryption = FTPEncryption::None; ///< Of the latest operation.
     QList<QByteArray> m_trustedFingerprints; ///< Of the latest operation.
-    bool m_succeeds = true;
+    ItemOutcome m_outcome = ItemOutcome::Done;
 };
 
 const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
@@ -301,7 +301,7 @@ TEST_F(ItemActionsTest, AConfirmedDeletionComesASecondLaterAndRefreshes)
 
 TEST_F(ItemActionsTest, ARefusedDeletionIsExplainedAndLeavesTheList)
 {
-    m_succeeds = false;
+    m_outcome = ItemOutcome::Refused;
 
     m_controller->deleteFile(u"full %1"_s);
 
@@ -362,7 +362,7 @@ TEST_F(ItemActionsTest, AListedNameIsNotCreatedAgain)
 
 TEST_F(ItemActionsTest, ARefusedFolderIsExplained)
 {
-    m_succeeds = false;
+    m_outcome = ItemOutcome::Refused;
 
     m_controller->createFolder(u"new"_s);
 
@@ -422,6 +422,24 @@ TEST_F(ItemActionsTest, EncryptionAndTheTrustedCertificateAreHandedOver)
     EXPECT_EQ(m_trustedFingerprints, QList<QByteArray>{ fingerprint });
 
     QFile::remove(TrustedCertificates::standard().filePath());
+}
+
+TEST_F(ItemActionsTest, ACertificateThatIsNotTrustedIsGivenAsTheReason)
+{
+    m_outcome = ItemOutcome::NotTrusted;
+
+    m_controller->deleteFile(u"file.txt"_s);
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().startsWith(
+        u"Item Not Deleted: “file.txt” was not deleted, since the server has shown a certificate that is not trusted."_s));
+    answerSheet();
+    ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    m_controller->createFolder(u"new"_s);
+
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().startsWith(
+        u"Folder Not Created: Folder “new” was not created, since the server has shown a certificate that is not"_s));
+    answerSheet();
 }
 
 } // namespace

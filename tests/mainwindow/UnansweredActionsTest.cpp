@@ -15,8 +15,9 @@ class UnansweredActionsTest : public ViewControllerTest {
 protected:
     UnansweredActionsTest()
     {
-        const auto operation
-            = [call = m_call.function()](const auto& /*name*/, const FMServer& /*server*/) { return call(); };
+        const auto operation = [call = m_call.function()](const auto& /*name*/, const FMServer& /*server*/) {
+            return call() ? ItemOutcome::Done : ItemOutcome::Refused;
+        };
         m_controller->setItemOperations({ .deleteFileNamed = operation, .createNewFolder = operation });
         ListingEntry entry;
         entry.name = u"file.txt"_s;

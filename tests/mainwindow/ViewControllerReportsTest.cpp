@@ -1,4 +1,7 @@
+#include "IconLabel.h"
 #include "ViewControllerTest.h"
+
+#include <QImage>
 
 namespace {
 
@@ -37,6 +40,33 @@ TEST_F(ViewControllerReportsTest, TheStatusFieldsTellWhatTheServerSaidLast)
     tick();
     EXPECT_EQ(control<QLabel>("listingStatusTextField").accessibleDescription(),
               u"Listing status. The server said: 230 In. Or not."_s);
+}
+
+TEST_F(ViewControllerReportsTest, ThePadlockTellsHowTheLastConnectionWasProtected)
+{
+    const auto words = [this] { return control<IconLabel>("connectionIcon").accessibleName(); };
+    const auto picture = [this] { return control<IconLabel>("connectionIcon").icon().pixmap(32).toImage(); };
+    QList<QImage> pictures{ picture() };
+    EXPECT_EQ(words(), u"No connection has been made yet."_s);
+
+    const QList<std::pair<FTPSecurity, QString>> states{
+        { {}, u"The last connection was not encrypted: the password and the files travelled in clear."_s },
+        { { .protocol = u"TLSv1.3"_s, .isVouchedFor = true, .cipher = u"AES"_s },
+          u"The last connection was encrypted with TLSv1.3, AES. The system vouches for the server's certificate."_s },
+        { { .protocol = u"TLSv1.2"_s, .isVouchedFor = false, .cipher = u"AES"_s },
+          u"The last connection was encrypted with TLSv1.2, AES. The server's certificate is one that you trust; the "
+          "system does not vouch for it."_s },
+    };
+    for (const auto& [security, expected] : states) {
+        m_streams.security = security;
+
+        tick();
+
+        EXPECT_EQ(words(), expected);
+        EXPECT_TRUE(control<IconLabel>("connectionIcon").toolTip().contains(expected.toHtmlEscaped()));
+        EXPECT_FALSE(pictures.contains(picture())); // Never by its colour alone; see the drawn icons.
+        pictures.append(picture());
+    }
 }
 
 TEST_F(ViewControllerReportsTest, OnlyATextThatHoldsErrorRaisesTheAlert)

@@ -1,7 +1,12 @@
+#include "PreferencesController.h"
 #include "StandardFolders.h"
+#include "TrustedCertificates.h"
 #include "ViewControllerTest.h"
 
+#include <QAction>
 #include <QLineEdit>
+
+#include <functional>
 
 namespace {
 
@@ -56,6 +61,58 @@ TEST_F(ViewControllerSettingsTest, EveryTransferTakesTheSettingForEncryption)
     for (const auto& stream : m_streams.streams()) {
         EXPECT_EQ(stream->encryption, FTPEncryption::Required);
     }
+}
+
+TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsATryAnew)
+{
+    int tries = 0;
+    QObject::connect(m_controller.get(), &ViewController::triesAnew, m_controller.get(), [&tries] { ++tries; });
+    const auto triesOf = [&tries](const std::function<void()>& act) {
+        tries = 0;
+        act();
+        return tries;
+    };
+    control<QLineEdit>("fileToDownloadTextField").setText(u"file.txt"_s);
+    control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
+
+    EXPECT_EQ(triesOf([this] { m_controller->window().findChild<QAction*>(u"refreshAction"_s)->trigger(); }), 1);
+    EXPECT_EQ(triesOf([this] { m_controller->startStopList(nullptr); }), 0); // Stops that listing.
+    EXPECT_EQ(triesOf([this] { m_controller->startStopList(nullptr); }), 1);
+    EXPECT_EQ(triesOf([this] { m_controller->startStopCreate(nullptr); }), 1);
+    EXPECT_EQ(triesOf([this] { m_controller->startStopCreate(nullptr); }), 0);
+    EXPECT_EQ(triesOf([this] { m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) }); }), 1);
+    EXPECT_EQ(triesOf([this] {
+                  tick();
+                  upload().sendOtherError();
+                  tick(); // Goes on with the next file.
+                  upload().sendOtherError();
+                  m_controller->listFTPDestination();
+              }),
+              0);
+    EXPECT_EQ(triesOf([this] { m_controller->startStopDownload(); }), 1);
+    EXPECT_EQ(triesOf([this] { m_controller->startStopDownload(); }), 0);
+    EXPECT_EQ(triesOf([this] { m_controller->downloadFileTo(u"file.txt"_s, QString()); }), 1);
+    EXPECT_EQ(triesOf([this] { m_controller->preferences().doneButton(); }), 1);
+}
+
+TEST_F(ViewControllerSettingsTest, ThePanelForgetsTheCertificateOfTheServerThatItShows)
+{
+    TrustedCertificates& trusted = TrustedCertificates::standard();
+    ASSERT_TRUE(trusted.trust(u"host"_s, 21, QByteArray(32, 'a')));
+    ASSERT_TRUE(trusted.trust(u"host"_s, 2121, QByteArray(32, 'b')));
+    m_controller->showPreferences();
+    auto& forget = *m_controller->preferences().view()->findChild<QPushButton*>(u"forgetCertificateButton"_s);
+    EXPECT_TRUE(forget.isEnabled());
+
+    m_controller->preferences().addressTextField()->setText(u"elsewhere"_s);
+    EXPECT_FALSE(forget.isEnabled());
+    m_controller->preferences().addressTextField()->setText(u"HOST"_s);
+    forget.click();
+
+    EXPECT_FALSE(forget.isEnabled());
+    EXPECT_TRUE(trusted.fingerprint(u"host"_s, 21).isEmpty());
+    EXPECT_FALSE(trusted.fingerprint(u"host"_s, 2121).isEmpty());
+    QFile::remove(trusted.filePath());
 }
 
 TEST_F(ViewControllerSettingsTest, TheDestinationFollowsTheSettingsAtOnce)

@@ -92,6 +92,31 @@ TEST_F(RememberedTrustTest, AChangedCertificateIsRefusedWithoutAQuestion)
     EXPECT_EQ(m_store.fingerprint(u"host"_s, 21), QByteArray(32, 'a'));
 }
 
+TEST_F(RememberedTrustTest, AChangedCertificateIsToldOfOnceUntilSomebodyTriesAnew)
+{
+    EXPECT_TRUE(m_store.trust(u"host"_s, 21, QByteArray(32, 'a')));
+    judge('b');
+    judge('b');
+    EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"changed at host from a"_s, u"refused"_s }));
+
+    m_trust->forgetRefusals();
+    judge('b');
+
+    EXPECT_EQ(m_log.last(), u"changed at host from a"_s);
+    EXPECT_EQ(m_log.size(), 5);
+}
+
+TEST_F(RememberedTrustTest, OnceTheOldOneIsForgottenTheNewOneIsAskedAbout)
+{
+    EXPECT_TRUE(m_store.trust(u"host"_s, 21, QByteArray(32, 'a')));
+    judge('b');
+
+    EXPECT_TRUE(m_store.forget(u"host"_s, 21));
+    judge('b');
+
+    EXPECT_EQ(m_log.last(), u"asked about host"_s);
+}
+
 TEST_F(RememberedTrustTest, TrustThatCannotBeStoredLastsAsLongAsTheProgram)
 {
     TrustedCertificates nowhere(u"/dev/null/trusted.json"_s);

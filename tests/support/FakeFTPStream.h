@@ -74,11 +74,13 @@ public:
     std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) override;
 
     QString lastReply() const override { return reply; }
+    std::optional<FTPSecurity> lastSecurity() const override { return security; }
     void closeIdleConnections(const QString& location) override { closedIdle.append(location); }
 
     QString lastUploadReply() const override { return uploadReply; }
 
     QString reply; ///< What lastReply() answers.
+    std::optional<FTPSecurity> security; ///< What lastSecurity() answers.
     QString uploadReply; ///< What lastUploadReply() answers.
     QStringList closedIdle; ///< The locations whose idle connections were to be closed.
 

@@ -7,6 +7,25 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+QString textOf(const FTPStreamError& error)
+{
+    switch (error.domain) {
+    case FTPStreamError::Domain::FTP:
+        return u"FTP %1"_s.arg(error.code);
+    case FTPStreamError::Domain::Certificate:
+        return u"certificate"_s;
+    case FTPStreamError::Domain::Other:
+        return u"other"_s;
+    case FTPStreamError::Domain::None:
+        break;
+    }
+    return u"no error"_s;
+}
+
+} // namespace
+
 void StreamRecorder::start(std::unique_ptr<FTPStream> stream, const QString& userName, const QString& password)
 {
     m_stream = std::move(stream);
@@ -57,8 +76,7 @@ void StreamRecorder::handleEvent(FTPStream& stream, FTPStreamEvent event)
         break;
     case FTPStreamEvent::ErrorOccurred:
         m_ended = true;
-        record(stream.error().domain == FTPStreamError::Domain::FTP ? u"FTP %1"_s.arg(stream.error().code)
-                                                                    : u"other"_s);
+        record(textOf(stream.error()));
         break;
     }
 }

@@ -9,7 +9,7 @@
 #include <memory>
 
 /// Drives one stream as a well-behaved delegate does and writes down what it is told, repetitions folded:
-/// "open", "space", "bytes", "end" (a read that answers 0), "created", "FTP 550", "other".
+/// "open", "space", "bytes", "end" (a read that answers 0), "created", "FTP 550", "certificate", "other".
 class StreamRecorder final : public FTPStreamDelegate {
 public:
     /// Opens @p stream with the login, unless the user name is null.

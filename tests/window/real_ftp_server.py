@@ -1,4 +1,4 @@
-"""A real FTP server of one make on port 21 of loopback, with a folder of its own."""
+"""A real FTP server of one make on loopback, with a folder of its own: on port 21, or encrypted on a free port."""
 
 import os
 import shutil
@@ -10,10 +10,17 @@ SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers
 
 
 class RealFTPServer:
-    def __init__(self, make):
+    def __init__(self, make, pem=None):
+        """With the file of a certificate and its key, nothing is taken in clear."""
+        self._make = make
         self._root = tempfile.mkdtemp(prefix="quillbox-server-")
+        self._port = None if pem else 21
+        self._start(["--tls", pem] if pem else [])
+
+    def _start(self, tls):
+        place = ["127.0.0.1", str(self._port)] if self._port else []
         self._process = subprocess.Popen(
-            [sys.executable, "-B", SCRIPT, make, self._root, "127.0.0.1", "21"],
+            [sys.executable, "-B", SCRIPT, self._make, self._root, *place, *tls],
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
             text=True,
@@ -21,17 +28,30 @@ class RealFTPServer:
         words = self._process.stdout.readline().split()
         if len(words) != 6:
             self.close()
-            raise AssertionError(f"{make} did not start")
-        self._user, self._password = words[3], words[5]
+            raise AssertionError(f"{self._make} did not start")
+        self._port, self._user, self._password = int(words[1]), words[3], words[5]
 
-    def close(self):
+    def _stop(self):
         self._process.stdin.close()
         self._process.stdout.close()
         self._process.wait(20)
+
+    def show_certificate(self, pem):
+        """Starts again, on the same port, with another certificate and another password."""
+        self._stop()
+        self._start(["--tls", pem])
+
+    def close(self):
+        self._stop()
         shutil.rmtree(self._root, ignore_errors=True)
 
+    @property
+    def port(self):
+        return self._port
+
     def settings(self, **others):
-        return {"Address": "127.0.0.1", "Username": self._user, "Password": self._password, **others}
+        address = "127.0.0.1" if self._port == 21 else f"127.0.0.1:{self._port}"
+        return {"Address": address, "Username": self._user, "Password": self._password, **others}
 
     def path(self, name):
         return os.path.join(self._root, name)

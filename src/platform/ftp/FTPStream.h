@@ -24,6 +24,7 @@ struct FTPStreamError {
     enum class Domain {
         None, ///< Nothing has failed.
         FTP, ///< The server refused with the reply code in `code` (400 to 599).
+        Certificate, ///< The server's certificate is neither good nor trusted; no login was sent.
         Other, ///< Resolving, connecting, time-outs, lost connections, refused TLS, texts that cannot be sent.
     };
 
@@ -105,6 +106,9 @@ struct FTPSecurity {
     QString protocol; ///< That of the encryption, such as "TLSv1.3"; null: everything went in clear.
     /// Whether the system vouches for the server's certificate; otherwise somebody trusts it. False in clear.
     bool isVouchedFor = false;
+    QString cipher; ///< That of the control connection, such as "TLS_AES_256_GCM_SHA384"; null in clear.
+
+    bool operator==(const FTPSecurity&) const = default;
 };
 
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made

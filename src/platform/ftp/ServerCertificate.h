@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 /// What is wrong with a server's certificate.
 enum class CertificateProblem {
@@ -21,6 +22,7 @@ struct ServerCertificate {
     QByteArray fingerprint; ///< SHA-256 of the certificate: 32 bytes. Empty when there is no certificate.
     QString subject; ///< For people, such as "CN=ftp.example, O=Example". As the server says it: untrusted text.
     QString issuer; ///< Like the subject.
+    QStringList hosts; ///< The names and addresses that it was issued for, at most twenty. Untrusted like the subject.
     QDateTime validFrom; ///< In UTC.
     QDateTime validUntil; ///< In UTC.
     QList<CertificateProblem> problems; ///< Each once, in the order of the enumeration; empty: it is good.

@@ -5,6 +5,7 @@
 
 #include <QHostAddress>
 #include <QUrl>
+#include <QtEndian>
 
 #include <algorithm>
 #include <ctime>
@@ -25,6 +26,7 @@ template <auto function> struct Releaser {
 using Context = std::unique_ptr<SSL_CTX, Releaser<&SSL_CTX_free>>;
 using Session = std::unique_ptr<SSL_SESSION, Releaser<&SSL_SESSION_free>>;
 using Certificate = std::unique_ptr<X509, Releaser<&X509_free>>;
+using Names = std::unique_ptr<GENERAL_NAMES, Releaser<&GENERAL_NAMES_free>>;
 using MemoryBio = std::unique_ptr<BIO, Releaser<&BIO_free>>;
 
 TlsTransport& transportOf(BIO* bio)
@@ -112,6 +114,44 @@ QString textOf(const X509_NAME* name)
     char* bytes = nullptr;
     const long length = BIO_get_mem_data(memory.get(), &bytes);
     return QString::fromUtf8(bytes, length);
+}
+
+QString textOf(const ASN1_STRING* text)
+{
+    return QString::fromLatin1(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)), ASN1_STRING_length(text));
+}
+
+QString addressTextOf(const ASN1_OCTET_STRING* address)
+{
+    const unsigned char* const bytes = ASN1_STRING_get0_data(address);
+    switch (ASN1_STRING_length(address)) {
+    case 4:
+        return QHostAddress(qFromBigEndian<quint32>(bytes)).toString();
+    case 16:
+        return QHostAddress(bytes).toString();
+    default:
+        return {};
+    }
+}
+
+/// The names and addresses that a certificate was issued for, as many as anybody would read.
+QStringList hostsOf(const X509* certificate)
+{
+    constexpr int most = 20;
+    const Names names(
+        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    const int count = names == nullptr ? 0 : std::min(sk_GENERAL_NAME_num(names.get()), most);
+    QStringList hosts;
+    for (int i = 0; i < count; ++i) {
+        const GENERAL_NAME* const name = sk_GENERAL_NAME_value(names.get(), i);
+        if (name->type == GEN_DNS) {
+            hosts.append(textOf(name->d.dNSName));
+        } else if (name->type == GEN_IPADD) {
+            hosts.append(addressTextOf(name->d.iPAddress));
+        }
+    }
+    hosts.removeAll(QString());
+    return hosts;
 }
 
 QDateTime timeOf(const ASN1_TIME* time)
@@ -324,6 +364,7 @@ ServerCertificate TlsChannel::certificate() const
     return { .fingerprint = fingerprintOf(certificate.get()),
              .subject = textOf(X509_get_subject_name(certificate.get())),
              .issuer = textOf(X509_get_issuer_name(certificate.get())),
+             .hosts = hostsOf(certificate.get()),
              .validFrom = timeOf(X509_get0_notBefore(certificate.get())),
              .validUntil = timeOf(X509_get0_notAfter(certificate.get())),
              .problems = m_problems };
@@ -332,6 +373,11 @@ ServerCertificate TlsChannel::certificate() const
 QString TlsChannel::protocol() const
 {
     return QString::fromLatin1(SSL_get_version(m_ssl.get()));
+}
+
+QString TlsChannel::cipher() const
+{
+    return QString::fromLatin1(SSL_get_cipher_name(m_ssl.get()));
 }
 
 bool TlsChannel::isResumed() const

@@ -61,6 +61,8 @@ public:
     bool isVouchedFor() const { return m_problems.isEmpty(); }
     /// The version that is spoken, such as "TLSv1.3".
     QString protocol() const;
+    /// What is encrypted with, such as "TLS_AES_256_GCM_SHA384".
+    QString cipher() const;
     /// Whether the handshake took up the session of another channel.
     bool isResumed() const;
 

@@ -146,7 +146,7 @@ void Transfer::encryptionStands()
         return;
     }
     if (m_request.certificateTrust == nullptr) {
-        fail();
+        trustAnswered(false);
         return;
     }
     m_state = State::AwaitingTrust;
@@ -162,7 +162,7 @@ void Transfer::encryptionStands()
 void Transfer::trustAnswered(bool isTrusted)
 {
     if (!isTrusted) {
-        fail();
+        finishWith({ FTPStreamError::Domain::Certificate, 0 }, false);
     } else if (m_connection == nullptr || !m_connection->isUsable()) {
         // The server would not wait for the answer.
         letGoOfConnection(false);
@@ -182,7 +182,8 @@ void Transfer::secured()
 void Transfer::prepare()
 {
     const TlsChannel* const tls = m_connection->tls();
-    m_pool.setLastSecurity(tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor() } : FTPSecurity());
+    m_pool.setLastSecurity(tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor(), tls->cipher() }
+                                          : FTPSecurity());
     ControlConnection::Session& session = m_connection->session();
     m_plan.clear();
     if (!session.loggedIn) {

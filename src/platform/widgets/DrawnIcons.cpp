@@ -126,6 +126,84 @@ void drawPackage(QPainter& painter)
     painter.drawLine(QPointF(8, 7.5), QPointF(8, 9.2));
 }
 
+/// The body of a padlock and its shackle, whose legs stand that far to the right of where they belong.
+void drawPadlock(QPainter& painter, const QColor& colour, const QRectF& body, qreal shackleX, qreal shackleEnd)
+{
+    painter.setPen(QPen(colour, 1.5));
+    painter.setBrush(Qt::NoBrush);
+    QPainterPath shackle(QPointF(shackleX, body.top()));
+    shackle.lineTo(shackleX, 5);
+    shackle.arcTo(QRectF(shackleX, 2.2, 5.4, 5.4), 180, -180);
+    shackle.lineTo(shackleX + 5.4, shackleEnd);
+    painter.drawPath(shackle);
+    painter.drawRoundedRect(body, 1.2, 1.2);
+}
+
+void drawUnknownPadlock(QPainter& painter)
+{
+    drawPadlock(painter, outline, QRectF(3.5, 7.2, 9, 6.6), 5.3, 7.2);
+}
+
+void drawOpenPadlock(QPainter& painter)
+{
+    const QColor colour(0xb0, 0x4a, 0x00);
+    const QRectF body(1.5, 7.2, 8.6, 6.6);
+    drawPadlock(painter, colour, body, 8.2, 6.4);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawEllipse(QPointF(5.8, 10.5), 1, 1);
+}
+
+void drawClosedPadlock(QPainter& painter)
+{
+    const QColor colour(0x1f, 0x75, 0x3c);
+    const QRectF body(3.5, 7.2, 9, 6.6);
+    drawPadlock(painter, colour, body, 5.3, 7.2);
+    painter.fillRect(body, colour);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(QPointF(8, 9.8), 1.1, 1.1);
+    painter.drawRect(QRectF(7.5, 10, 1, 2.4));
+}
+
+void drawTickedPadlock(QPainter& painter)
+{
+    const QColor colour(0x2a, 0x62, 0xa3);
+    const QRectF body(3.5, 7.2, 9, 6.6);
+    drawPadlock(painter, colour, body, 5.3, 7.2);
+    painter.fillRect(body, colour);
+    painter.setPen(QPen(Qt::white, 1.2));
+    painter.drawPolyline(QPolygonF{ QPointF(5.6, 10.6), QPointF(7.3, 12.2), QPointF(10.5, 9) });
+}
+
+void drawEye(QPainter& painter)
+{
+    const QColor colour(0x4a, 0x4e, 0x55);
+    painter.setPen(QPen(colour, 1.2));
+    painter.setBrush(Qt::NoBrush);
+    QPainterPath lids(QPointF(1, 8));
+    lids.quadTo(8, 0.5, 15, 8);
+    lids.quadTo(8, 15.5, 1, 8);
+    painter.drawPath(lids);
+    painter.setBrush(colour);
+    painter.drawEllipse(QPointF(8, 8), 2, 2);
+}
+
+Drawing drawingOf(Padlock padlock)
+{
+    switch (padlock) {
+    case Padlock::Open:
+        return drawOpenPadlock;
+    case Padlock::Closed:
+        return drawClosedPadlock;
+    case Padlock::Ticked:
+        return drawTickedPadlock;
+    case Padlock::None:
+        break;
+    }
+    return drawUnknownPadlock;
+}
+
 bool isPackage(const QString& type)
 {
     return type.contains("zip"_L1) || type.contains("compressed"_L1) || type.contains("-tar"_L1)
@@ -160,6 +238,16 @@ Drawing drawingFor(const QString& type)
 QIcon drawnFolderIcon()
 {
     return QIcon(new DrawnIconEngine(drawFolder));
+}
+
+QIcon drawnPadlockIcon(Padlock padlock)
+{
+    return QIcon(new DrawnIconEngine(drawingOf(padlock)));
+}
+
+QIcon drawnEyeIcon()
+{
+    return QIcon(new DrawnIconEngine(drawEye));
 }
 
 QIcon drawnFileIcon(const QString& type)

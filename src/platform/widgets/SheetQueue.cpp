@@ -2,6 +2,7 @@
 
 #include "MessageBoxTexts.h"
 #include "RunLoop.h"
+#include "SheetDetails.h"
 
 #include <QAbstractButton>
 #include <QMessageBox>
@@ -27,7 +28,8 @@ SheetQueue::SheetQueue(QWidget& window)
 void SheetQueue::raise(const Sheet& sheet)
 {
     const bool isKnown = std::any_of(m_sheets.begin(), m_sheets.end(), [&sheet](const Sheet& known) {
-        return known.title == sheet.title && known.text == sheet.text && !known.onAlternate && !sheet.onAlternate;
+        return known.title == sheet.title && known.text == sheet.text && known.details == sheet.details
+            && !known.onAlternate && !sheet.onAlternate;
     });
     if (isKnown) {
         return;
@@ -50,6 +52,9 @@ void SheetQueue::showNext()
     box->setEscapeButton(defaultButton);
     if (!sheet.alternateButton.isEmpty()) {
         box->addButton(sheet.alternateButton, QMessageBox::DestructiveRole);
+    }
+    if (!sheet.details.isEmpty()) {
+        addSheetDetails(*box, sheet.details);
     }
     connect(box, &QMessageBox::finished, this, [this, box] { finished(*box); });
     box->open();

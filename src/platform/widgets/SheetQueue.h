@@ -9,6 +9,15 @@
 class QMessageBox;
 class QWidget;
 
+/// A line of facts below the text of a sheet.
+struct SheetDetail {
+    QString name; ///< Such as "Issued to".
+    QString value; ///< Shortened when it is long, unless it is a code.
+    bool isCode = false; ///< To be compared or copied letter by letter; it may have several lines.
+
+    bool operator==(const SheetDetail&) const = default;
+};
+
 /// A question or a message that belongs to one window.
 struct Sheet {
     QString title;
@@ -17,6 +26,7 @@ struct Sheet {
     QString alternateButton = {}; ///< The other choice; empty: there is none.
     std::function<void()> onAlternate = {}; ///< The other choice was made.
     std::function<void()> onDefault = {}; ///< The default choice was made, or the sheet was closed without any.
+    QList<SheetDetail> details = {}; ///< Shown below the text, in this order.
 };
 
 /// The sheets of one window: window-modal, one at a time, in the order in which they were raised. A message without a

@@ -177,6 +177,8 @@ TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
     auto encrypted = openSecurely("STOR f");
     ASSERT_TRUE(m_factory.lastSecurity());
     EXPECT_EQ(m_factory.lastSecurity()->protocol, u"TLSv1.2"_s);
+    EXPECT_TRUE(m_factory.lastSecurity()->cipher.contains(u"AES"_s)
+                || m_factory.lastSecurity()->cipher.contains(u"CHACHA"_s));
     EXPECT_FALSE(m_factory.lastSecurity()->isVouchedFor);
     m_recorder.close();
 

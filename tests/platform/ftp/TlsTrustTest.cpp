@@ -54,7 +54,7 @@ TEST_F(TlsTrustTest, ACertificateThatNobodyVouchesForIsRefusedBeforeTheLogin)
     startSecureUpload(u"/f"_s, "x");
     auto control = secure();
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"certificate"_s });
     EXPECT_EQ(control->receiveToEnd(), "");
 }
 
@@ -74,7 +74,7 @@ TEST_F(TlsTrustTest, AnotherCertificateThanTheTrustedOneIsRefused)
     startSecureUpload(u"/f"_s, "x");
     auto control = secure();
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"certificate"_s });
     EXPECT_EQ(control->receiveToEnd(), "");
 }
 
@@ -97,8 +97,9 @@ TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
 
 TEST_F(TlsTrustTest, TheQuestionTellsEverything)
 {
-    m_certificate = TestCertificate::make(
-        { .subjectAlternativeName = "DNS:elsewhere", .commonName = "elsewhere", .validUntilSeconds = -60 });
+    m_certificate = TestCertificate::make({ .subjectAlternativeName = "DNS:elsewhere,IP:::1,email:a@b.c,IP:10.0.0.7",
+                                            .commonName = "elsewhere",
+                                            .validUntilSeconds = -60 });
     m_tls = TlsServerContext(m_certificate);
     startJudged(m_recorder);
     auto control = secure();
@@ -109,6 +110,7 @@ TEST_F(TlsTrustTest, TheQuestionTellsEverything)
     EXPECT_EQ(question.host, u"127.0.0.1"_s);
     EXPECT_EQ(question.port, m_peer.port());
     EXPECT_EQ(question.certificate.subject, u"CN=elsewhere"_s);
+    EXPECT_EQ(question.certificate.hosts, (QStringList{ u"elsewhere"_s, u"::1"_s, u"10.0.0.7"_s }));
     EXPECT_EQ(question.certificate.fingerprint, m_certificate.fingerprint());
     EXPECT_LT(question.certificate.validUntil, QDateTime::currentDateTimeUtc());
     EXPECT_THAT(question.certificate.problems,
@@ -132,7 +134,7 @@ TEST_F(TlsTrustTest, TheStreamWaitsForTheAnswerWithoutATimeLimit)
     EXPECT_EQ(control->hear(), "PBSZ 0");
 }
 
-TEST_F(TlsTrustTest, ARefusalIsAnErrorOfTheOtherDomain)
+TEST_F(TlsTrustTest, ARefusalIsAnErrorOfItsOwnKind)
 {
     startJudged(m_recorder);
     auto control = secure();
@@ -141,7 +143,7 @@ TEST_F(TlsTrustTest, ARefusalIsAnErrorOfTheOtherDomain)
     m_judge.answers.front()(false);
 
     EXPECT_TRUE(m_recorder.log().isEmpty()); // From the loop, as always.
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"certificate"_s });
     EXPECT_EQ(control->receiveToEnd(), "");
 }
 
@@ -172,8 +174,8 @@ TEST_F(TlsTrustTest, ManyStreamsWaitForOneAnswer)
             EXPECT_EQ(first->hear(), "PBSZ 0");
             EXPECT_EQ(second->hear(), "PBSZ 0");
         } else {
-            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-            EXPECT_EQ(other.waitForEnd(), QStringList{ u"other"_s });
+            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"certificate"_s });
+            EXPECT_EQ(other.waitForEnd(), QStringList{ u"certificate"_s });
         }
         EXPECT_EQ(m_judge.questions.size(), 1U);
     }

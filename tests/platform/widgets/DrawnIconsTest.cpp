@@ -35,6 +35,31 @@ TEST(DrawnIconsTest, TypesOfAFamilyShareTheirPicture)
     EXPECT_EQ(imageOf(drawnFileIcon(u"application/pdf"_s)), imageOf(drawnFileIcon(u"text/plain"_s)));
 }
 
+/// The shape of a picture without its colours.
+QImage shapeOf(const QIcon& icon)
+{
+    QImage image = imageOf(icon).convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            const bool isInk = qAlpha(pixel) > 127 && qGray(pixel) < 200;
+            image.setPixel(x, y, isInk ? qRgb(0, 0, 0) : qRgb(255, 255, 255));
+        }
+    }
+    return image;
+}
+
+TEST(DrawnIconsTest, PadlocksDifferInMoreThanTheirColour)
+{
+    QList<QImage> seen;
+    for (const Padlock padlock : { Padlock::None, Padlock::Open, Padlock::Closed, Padlock::Ticked }) {
+        const QImage shape = shapeOf(drawnPadlockIcon(padlock));
+        EXPECT_FALSE(seen.contains(shape));
+        seen.append(shape);
+    }
+    EXPECT_FALSE(seen.contains(shapeOf(drawnEyeIcon())));
+}
+
 TEST(DrawnIconsTest, EverySizeIsDrawnToItsEdges)
 {
     for (const int side : { 16, 20, 40, 256 }) {

@@ -1,0 +1,22 @@
+#include "EncryptionSetting.h"
+
+#include "UserDefaults.h"
+
+using namespace Qt::StringLiterals;
+
+FTPEncryption encryptionSetting(const UserDefaults& defaults)
+{
+    const bool isOff = !defaults.contains(encryptionKey())
+        || defaults.string(encryptionKey()) == encryptionValue(FTPEncryption::None);
+    return isOff ? FTPEncryption::None : FTPEncryption::Required;
+}
+
+QString encryptionKey()
+{
+    return u"Encryption"_s;
+}
+
+QString encryptionValue(FTPEncryption encryption)
+{
+    return encryption == FTPEncryption::None ? u"none"_s : u"required"_s;
+}

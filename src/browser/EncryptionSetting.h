@@ -1,0 +1,15 @@
+#pragma once
+
+#include "FTPEncryption.h"
+
+#include <QString>
+
+class UserDefaults;
+
+/// The setting "Encryption" in @p defaults: none when it is absent or "none", required when it is "required". Any other
+/// value, of whatever kind, counts as required, so that a mistake in it never sends the password in clear.
+FTPEncryption encryptionSetting(const UserDefaults& defaults);
+
+/// The setting's key, and what stands for @p encryption there.
+QString encryptionKey();
+QString encryptionValue(FTPEncryption encryption);

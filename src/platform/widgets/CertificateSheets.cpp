@@ -1,0 +1,47 @@
+#include "CertificateSheets.h"
+
+#include "CertificateText.h"
+#include "SheetQueue.h"
+#include "VisibleText.h"
+
+using namespace Qt::StringLiterals;
+
+void CertificateSheets::askToTrust(const CertificateQuestion& question, std::function<void(bool)> answer)
+{
+    if (m_window == nullptr) {
+        answer(false);
+        return;
+    }
+    const ServerCertificate& certificate = question.certificate;
+    const QString problems = problemTexts(question, QDateTime::currentDateTimeUtc()).join(u"\n• "_s);
+    SheetQueue::of(*m_window).raise(
+        { .title = u"Trust This Server?"_s,
+          .text = u"The server has shown a certificate that this computer does not trust:\n\n• %1\n\nAsk who runs "
+                  "the server for the fingerprint, and trust the certificate only if it is the one below. "
+                  "Otherwise somebody else may be reading the password and the files."_s.arg(problems),
+          .defaultButton = u"Cancel"_s,
+          .alternateButton = u"Trust"_s,
+          .onAlternate = [answer] { answer(true); },
+          .onDefault = [answer] { answer(false); },
+          .details = { { u"Server"_s, serverText(question) },
+                       { u"Issued to"_s, visibleText(certificate.subject) },
+                       { u"Issued by"_s, visibleText(certificate.issuer) },
+                       { u"Valid"_s, validityText(certificate) },
+                       { u"Fingerprint (SHA-256)"_s, fingerprintLines(certificate.fingerprint), true } } });
+}
+
+void CertificateSheets::certificateHasChanged(const CertificateQuestion& question, const QByteArray& trustedFingerprint)
+{
+    if (m_window == nullptr) {
+        return;
+    }
+    SheetQueue::of(*m_window).raise(
+        { .title = u"The Server’s Certificate Has Changed"_s,
+          .text = u"The server has shown another certificate than the one that you trust. Somebody else may be "
+                  "answering in its place, so the connection was refused, and nothing was sent.\n\nIf who runs the "
+                  "server says that there is a new certificate, choose “Forget Certificate” in the preferences. "
+                  "You are then asked about the new one."_s,
+          .details = { { u"Server"_s, serverText(question) },
+                       { u"Trusted (SHA-256)"_s, fingerprintLines(trustedFingerprint), true },
+                       { u"Shown (SHA-256)"_s, fingerprintLines(question.certificate.fingerprint), true } } });
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QIcon>
+#include <QLabel>
+
+/// Shows an icon, sharp on every screen. What it means belongs into its accessible name and its tool tip.
+class IconLabel final : public QLabel {
+    Q_OBJECT
+
+public:
+    using QLabel::QLabel;
+
+    void setIcon(const QIcon& icon);
+    const QIcon& icon() const { return m_icon; }
+
+    QSize minimumSizeHint() const override { return sizeHint(); }
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QIcon m_icon;
+};

@@ -1,0 +1,28 @@
+"""Certificates made for a test."""
+
+import hashlib
+import os
+import secrets
+
+from OpenSSL import crypto
+
+
+def make_certificate(folder, names="IP:127.0.0.1", subject="test server"):
+    """Makes a certificate that vouches for itself. Answers the file that holds it and its key, and its fingerprint."""
+    key = crypto.PKey()
+    key.generate_key(crypto.TYPE_RSA, 2048)
+    certificate = crypto.X509()
+    certificate.set_version(2)
+    certificate.set_serial_number(secrets.randbits(64))
+    certificate.get_subject().CN = subject
+    certificate.set_issuer(certificate.get_subject())
+    certificate.gmtime_adj_notBefore(-3600)
+    certificate.gmtime_adj_notAfter(24 * 3600)
+    certificate.set_pubkey(key)
+    certificate.add_extensions([crypto.X509Extension(b"subjectAltName", False, names.encode())])
+    certificate.sign(key, "sha256")
+    path = os.path.join(folder, secrets.token_hex(4) + ".pem")
+    with open(os.open(path, os.O_WRONLY | os.O_CREAT, 0o600), "wb") as file:
+        file.write(crypto.dump_certificate(crypto.FILETYPE_PEM, certificate))
+        file.write(crypto.dump_privatekey(crypto.FILETYPE_PEM, key))
+    return path, hashlib.sha256(crypto.dump_certificate(crypto.FILETYPE_ASN1, certificate)).hexdigest()
