@@ -5,6 +5,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -39,19 +40,18 @@ int ListEntries::rowOf(const QString& name) const
     return found == m_order.end() ? -1 : static_cast<int>(found - m_order.begin());
 }
 
-void ListEntries::clear()
+ListEntries::Contents ListEntries::takeContents()
 {
-    m_entries.clear();
-    m_nameKeys.clear();
     m_order.clear();
     m_settled = 0;
+    return std::exchange(m_contents, {});
 }
 
 void ListEntries::append(const QList<ListingEntry>& batch)
 {
-    m_entries.insert(m_entries.end(), batch.begin(), batch.end());
+    m_contents.entries.insert(m_contents.entries.end(), batch.begin(), batch.end());
     for (const ListingEntry& entry : batch) {
-        m_nameKeys.push_back(m_collator.sortKey(entry.name));
+        m_contents.nameKeys.push_back(m_collator.sortKey(entry.name));
         m_order.push_back(static_cast<int>(m_order.size()));
     }
 }
@@ -104,7 +104,7 @@ ListEntries::Comparator ListEntries::ascendingComparator() const
 {
     if (m_descriptor.key == TableColumns::name) {
         return [this](int left, int right) {
-            return m_nameKeys[static_cast<size_t>(left)] < m_nameKeys[static_cast<size_t>(right)];
+            return m_contents.nameKeys[static_cast<size_t>(left)] < m_contents.nameKeys[static_cast<size_t>(right)];
         };
     }
     // What has no such value comes before what has one.

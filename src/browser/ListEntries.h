@@ -6,6 +6,7 @@
 #include <QCollator>
 #include <QList>
 
+#include <deque>
 #include <functional>
 #include <vector>
 
@@ -22,14 +23,21 @@ public:
     /// @p row: from 0 to size() - 1.
     const ListingEntry& at(qsizetype row) const { return arrival(arrivalAt(row)); }
     int arrivalAt(qsizetype row) const { return m_order[static_cast<size_t>(row)]; }
-    const ListingEntry& arrival(int number) const { return m_entries[static_cast<size_t>(number)]; }
+    const ListingEntry& arrival(int number) const { return m_contents.entries[static_cast<size_t>(number)]; }
     /// The row of each arrival, by the arrivals' numbers.
     std::vector<int> rowsOfArrivals() const;
     /// The first row whose item has exactly this name; -1 without one.
     int rowOf(const QString& name) const;
     bool contains(const QString& name) const { return rowOf(name) >= 0; }
 
-    void clear();
+    void clear() { takeContents(); }
+    /// What takes time to destroy when it is large.
+    struct Contents {
+        std::deque<ListingEntry> entries;
+        std::deque<QCollatorSortKey> nameKeys;
+    };
+    /// Clears the list and answers what it held.
+    Contents takeContents();
     /// Puts @p batch at the end, in its order. The list is in its order again after settle().
     void append(const QList<ListingEntry>& batch);
     /// Brings what was appended to its place. The outcome is that of sorting the whole list by its present descriptor.
@@ -48,8 +56,7 @@ private:
     Comparator comparator() const;
     Comparator ascendingComparator() const;
 
-    std::vector<ListingEntry> m_entries; ///< In the order of their arrival.
-    std::vector<QCollatorSortKey> m_nameKeys; ///< Of m_entries.
+    Contents m_contents; ///< In the order of their arrival. What has come is never moved by what comes.
     std::vector<int> m_order; ///< Row by row the number of an arrival.
     ptrdiff_t m_settled = 0; ///< So many rows at the beginning are sorted.
     SortDescriptor m_descriptor;

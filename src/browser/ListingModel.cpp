@@ -8,12 +8,16 @@
 
 #include <QFontDatabase>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 void ListingModel::clear()
 {
     beginResetModel();
-    m_entries.clear();
+    ListEntries::Contents remains = m_entries.takeContents();
+    m_remains.take(std::move(remains.entries));
+    m_remains.take(std::move(remains.nameKeys));
     endResetModel();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "GradualRelease.h"
 #include "ListEntries.h"
 
 #include <QAbstractTableModel>
@@ -32,4 +33,5 @@ private:
     QVariant describe(const ListingEntry& entry, const QString& column) const;
 
     ListEntries m_entries;
+    GradualRelease m_remains; ///< Of lists that were cleared.
 };

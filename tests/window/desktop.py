@@ -16,12 +16,16 @@ import subprocess
 import tempfile
 import time
 
+# A program under a tool that slows it down is waited for so many times longer.
+PATIENCE = float(os.environ.get("QUILLBOX_PATIENCE", "1"))
+
 # What would let the session around us shine through.
 FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "QT_", "WAYLAND_", "XDG_")
 
 
 def wait_for(condition, what, seconds=20):
     """Calls condition until it answers something true, and answers that; fails after so many seconds."""
+    seconds *= PATIENCE
     end = time.monotonic() + seconds
     while True:
         value = condition()

@@ -8,7 +8,7 @@ import os
 import subprocess
 import tempfile
 
-from desktop import bound_to_us, wait_for
+from desktop import PATIENCE, bound_to_us, wait_for
 
 
 def _atspi():
@@ -19,7 +19,8 @@ def _atspi():
 
     if not getattr(_atspi, "ready", False):
         Atspi.init()
-        Atspi.set_timeout(3000, 3000)  # A program that hangs must not hang its test.
+        limit = int(3000 * PATIENCE)
+        Atspi.set_timeout(limit, limit)  # A program that hangs must not hang its test.
         _atspi.ready = True
     return Atspi
 
@@ -95,7 +96,7 @@ class Program:
         return os.pread(self._output.fileno(), size, 0).decode(errors="replace")
 
     def exit_code(self, seconds=20):
-        return self.process.wait(seconds)
+        return self.process.wait(seconds * PATIENCE)
 
     # What shows.
 

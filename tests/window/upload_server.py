@@ -27,6 +27,8 @@ class UploadServer:
         self.after_receiving = lambda path: None  # Called with each file that has arrived whole.
         self.asked_at = time.monotonic()  # When the last command came.
         self._stopping = threading.Event()
+        self._moving = threading.Event()
+        self._moving.set()
 
         logging.getLogger("pyftpdlib").disabled = True
         authorizer = DummyAuthorizer()
@@ -47,12 +49,20 @@ class UploadServer:
 
     def close(self):
         self._stopping.set()
+        self._moving.set()
         self._thread.join()
         shutil.rmtree(self.root, ignore_errors=True)
 
     def read_at_most(self, bytes_per_second):
         """Slows the uploads that begin from now on; 0 lets them run."""
         self._data.bytes_per_second = bytes_per_second
+
+    def stand_still(self):
+        """Reads nothing, says nothing and lets nobody in until go_on()."""
+        self._moving.clear()
+
+    def go_on(self):
+        self._moving.set()
 
     def settings(self, **others):
         return {"Address": f"127.0.0.1:{self.port}", "Username": USER, "Password": self.password, **others}
@@ -70,6 +80,7 @@ class UploadServer:
 
     def _serve(self):
         while not self._stopping.is_set():
+            self._moving.wait()
             self._loop.loop(timeout=0.01, blocking=False)
         with contextlib.suppress(OSError):
             self._server.close_all()

@@ -1,9 +1,11 @@
 """What the tests of the real window have in common.
 
-The environment's QUILLBOX names the program; without it, it is that of the dev preset.
+The environment's QUILLBOX names the program; without it, it is that of the dev preset. QUILLBOX_UNDER holds the words of
+a command that is to run it, such as a memory checker's.
 """
 
 import os
+import shlex
 import tempfile
 import unittest
 
@@ -13,6 +15,7 @@ from upload_server import UploadServer
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PROGRAM = os.path.abspath(os.environ.get("QUILLBOX", os.path.join(TOP, "build/dev/Quillbox")))
+UNDER = shlex.split(os.environ.get("QUILLBOX_UNDER", ""))
 
 
 class WindowTest(unittest.TestCase):
@@ -54,7 +57,7 @@ class WindowTest(unittest.TestCase):
 
     def launch(self, *words, program=PROGRAM, folder=None, **environment):
         """Starts the program; whoever does not end it finds it running at the end, or it has crashed."""
-        launched = Program(self.desktop, [program, *words], {**self.home, **environment}, folder)
+        launched = Program(self.desktop, [*UNDER, program, *words], {**self.home, **environment}, folder)
         self.addCleanup(launched.close)
         return launched
 

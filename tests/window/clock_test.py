@@ -1,0 +1,111 @@
+"""The clock of the machine is set while a file is on its way."""
+
+import os
+import re
+import struct
+import time
+import unittest
+
+from desktop import wait_for
+from window_test import TOP, WindowTest
+
+DAY = 24 * 3600
+CLOCK = os.environ.get("SHIFTED_CLOCK_LIBRARY", os.path.join(TOP, "build/dev/tests/support/libshifted_clock.so"))
+BYTES_PER_SECOND = 500_000
+SPEED = r"^([\d.]+) ([KM]B)/s(?:, about (.+) left)?$"
+
+
+class Clock(WindowTest):
+    def setUp(self):
+        super().setUp()
+        self.shift_file = self.file("shift", bytes(8))
+
+    def shift(self, seconds):
+        """Sets the program's clock that far from ours."""
+        with open(self.shift_file, "r+b", buffering=0) as file:
+            file.write(struct.pack("=q", seconds))
+
+    def start_shiftable(self, *paths):
+        # A sanitizer's library does not like not to be the first.
+        options = f"{os.environ.get('ASAN_OPTIONS', '')}:verify_asan_link_order=0"
+        return self.start(*paths, LD_PRELOAD=CLOCK, SHIFTED_CLOCK=self.shift_file, ASAN_OPTIONS=options)
+
+    def day(self, program):
+        """The date in the window without the time of day."""
+        return program.text("Date").split(",")[0].split(" ")[0]
+
+    def percent(self, program):
+        return (program.value("Transfer progress") or (0, 0))[0]
+
+    def assert_sane(self, speed):
+        """What the bar says of speed and time left has to do with how the server reads."""
+        self.assertRegex(speed, SPEED)
+        number, unit, left = re.search(SPEED, speed).groups()
+        rate = float(number) * {"KB": 1e3, "MB": 1e6}[unit]
+        self.assertTrue(BYTES_PER_SECOND / 5 < rate < BYTES_PER_SECOND * 5, speed)
+        if left is not None:
+            self.assertRegex(left, r"^\d+ s$", speed)
+
+    def speed(self, program):
+        node = program.find("Transfer progress")
+        return node.get_description() if node else ""
+
+    def test_an_upload_goes_on_and_its_figures_stay_sane(self):
+        self.settings()
+        self.server.read_at_most(BYTES_PER_SECOND)
+        begun = time.monotonic()
+        program = self.start_shiftable(self.file("large", bytes(16 * BYTES_PER_SECOND)))
+        wait_for(lambda: "/s" in self.speed(program), "the speed")
+        today = self.day(program)
+
+        days = [today]
+        for shift in (2 * DAY, -2 * DAY, 0):
+            self.shift(shift)
+            wait_for(lambda: self.day(program) != days[-1], "another date")
+            days.append(self.day(program))
+            before = self.percent(program)
+            # Long enough for two changes of the figures.
+            for _ in range(2):
+                self.wait_for_the_clock(program)
+                self.assert_sane(self.speed(program))
+            wait_for(lambda: self.percent(program) > before, "the file to go on")
+
+        self.assertEqual(len(set(days)), 3, days)
+        self.assertEqual(days[-1], today)
+        self.wait_for_files("large")
+        self.wait_for_status(program, "Upload succeeded")
+        whole = time.monotonic() - begun
+        (row,) = self.history(program)
+        self.assertEqual(row[4], "Confirmed by the server")
+        self.assertRegex(row[2], r"^[\d.]+ s$")
+        self.assertLessEqual(float(row[2].split()[0]), whole)
+        self.assert_sane(row[3])
+        self.assertIsNone(program.sheet())
+
+    def test_silence_while_the_clock_jumps_ends_nothing(self):
+        self.settings()
+        self.server.read_at_most(BYTES_PER_SECOND)
+        program = self.start_shiftable(self.file("one", bytes(16 * BYTES_PER_SECOND)), self.file("two"))
+        wait_for(lambda: self.percent(program) > 5, "some per cent")
+
+        for shift in (2 * DAY, -2 * DAY):
+            self.server.stand_still()
+            self.shift(shift)
+            for _ in range(3):
+                self.wait_for_the_clock(program)
+                self.assertEqual(program.text("Status"), 'Sending "one"')
+            before = self.percent(program)
+            self.server.go_on()
+            wait_for(lambda: self.percent(program) > before, "the file to go on")
+
+        self.wait_for_files("one", "two")
+        self.wait_for_status(program, "Upload succeeded")
+
+    def history(self, program):
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+h")
+        return wait_for(lambda: program.rows("Files of this run"), "the history")
+
+
+if __name__ == "__main__":
+    unittest.main()
