@@ -263,6 +263,8 @@ private:
         std::optional<quint64> bytes;
         QString status;
         QString listingStatus;
+        QString reply;
+        std::optional<FTPSecurity> security;
 
         bool operator==(const Look&) const = default;
     };

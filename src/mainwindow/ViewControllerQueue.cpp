@@ -116,7 +116,9 @@ ViewController::Look ViewController::look() const
              .auxiliaryPercent = m_auxiliaryPercent,
              .bytes = m_bytes,
              .status = m_status,
-             .listingStatus = m_listingStatus };
+             .listingStatus = m_listingStatus,
+             .reply = m_streams.lastReply(),
+             .security = m_streams.lastSecurity() };
 }
 
 bool ViewController::showDate()
