@@ -69,6 +69,7 @@ protected:
     {
         return waitFor(
             [this] {
+                m_controller->onTick(); // A listing that is due begins with a tick.
                 return m_controller->fileUploadQueue().isEmpty() && !m_controller->pc().isSending()
                     && !m_controller->lc().isReceiving();
             },

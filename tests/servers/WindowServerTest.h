@@ -64,6 +64,7 @@ protected:
     {
         return waitFor(
             [this] {
+                m_controller->onTick(); // A listing that is due begins with a tick.
                 return m_controller->fileUploadQueue().isEmpty() && !m_controller->pc().isSending()
                     && !m_controller->gc().isReceiving() && !m_controller->lc().isReceiving()
                     && !m_controller->cc().isCreating();
