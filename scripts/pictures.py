@@ -153,6 +153,10 @@ class Pictures:
         program.press("Trust")
         wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
         self.take(program, "encrypted", "^ftp:")
+        self._desktop.key("ctrl+comma")
+        program.press("Test Connection")
+        wait_for(lambda: program.text("Test result").startswith("It works"), "the result")
+        self.take(program, "test", "^Preferences$")
         program.close()
         server.close()
 

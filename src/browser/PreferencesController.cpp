@@ -6,8 +6,10 @@
 #include "DrawnIcons.h"
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
+#include "ProbeText.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
+#include "VisibleText.h"
 #include "ui_Preferences.h"
 
 #include <QUuid>
@@ -42,6 +44,12 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     for (const QLineEdit* field : { m_addressTextField, m_folderTextField }) {
         connect(field, &QLineEdit::textChanged, this, &PreferencesController::showDestination);
     }
+    for (const auto& [key, field] : fields()) {
+        connect(field, &QLineEdit::textChanged, this, &PreferencesController::clearTest);
+    }
+    connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::clearTest);
+    connect(m_ui->testButton, &QPushButton::clicked, this, &PreferencesController::startOrStopTest);
+    connect(m_view.get(), &QDialog::finished, this, &PreferencesController::clearTest);
     m_ui->showPasswordButton->setIcon(drawnEyeIcon());
     connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::showEncryption);
     connect(m_ui->forgetCertificateButton, &QPushButton::clicked, this, &PreferencesController::forgetCertificate);
@@ -156,6 +164,7 @@ void PreferencesController::showDestination()
     const bool isNowhere = place.isNull();
     m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(place));
     m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text()) : QString());
+    setEnabledKeepingFocus(*m_ui->testButton, !isNowhere, *m_addressTextField);
     showWhetherTrusted();
 }
 
@@ -187,6 +196,49 @@ void PreferencesController::forgetCertificate()
                                                 "“%1”."_s.arg(m_defaults.filePath()) });
     }
     showWhetherTrusted();
+}
+
+void PreferencesController::startOrStopTest()
+{
+    if (m_probe != nullptr) {
+        endTest();
+        m_ui->testResultLabel->setText(u"The test was stopped."_s);
+        return;
+    }
+    clearTest();
+    m_probe = m_application.startProbe({ .location = destination(),
+                                         .userName = m_usernameTextField->text(),
+                                         .password = m_passwordTextField->text(),
+                                         .encryption = wantedEncryption() },
+                                       [this](const FTPProbeReport& report) { showTest(report); });
+    if (m_probe != nullptr) {
+        m_ui->testButton->setText(u"Stop &Test"_s);
+        showTest({});
+    }
+}
+
+void PreferencesController::showTest(const FTPProbeReport& report)
+{
+    m_ui->testResultLabel->setText(probeText(report));
+    m_ui->testReplyLabel->setText(report.reply.isEmpty() ? QString()
+                                                         : u"The server said: %1"_s.arg(visibleText(report.reply)));
+    showWhetherTrusted(); // The question about a certificate may have been answered.
+    if (isEnd(report.state)) {
+        endTest();
+    }
+}
+
+void PreferencesController::endTest()
+{
+    m_probe.reset();
+    m_ui->testButton->setText(u"&Test Connection"_s);
+}
+
+void PreferencesController::clearTest()
+{
+    endTest();
+    m_ui->testResultLabel->clear();
+    m_ui->testReplyLabel->clear();
 }
 
 void PreferencesController::showPassword(bool isShown)

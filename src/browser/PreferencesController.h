@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FTPEncryption.h"
+#include "FTPProbe.h"
 
 #include <QDialog>
 #include <QHash>
@@ -23,8 +24,9 @@ class Preferences;
 
 /// Controls the panel in which the user edits the settings. The fields are filled when the panel opens and stored
 /// together, as they are, when it is done: never a password beside an address that it was not typed for. A setting that
-/// was absent stays absent while its field is left as it was. The panel holds nothing else up. Belongs to the main
-/// thread.
+/// was absent stays absent while its field is left as it was. A connection can be tried with the fields as they are
+/// typed; that stores none of them, and ends when one of them changes or the panel closes. The panel holds nothing else
+/// up. Belongs to the main thread.
 class PreferencesController final : public QObject {
     Q_OBJECT
 
@@ -39,6 +41,9 @@ public:
         std::function<bool(const QString& destination)> trustsCertificate = [](const QString&) { return false; };
         /// Trusts it no longer. False when that could not be stored.
         std::function<bool(const QString& destination)> forgetCertificate = [](const QString&) { return false; };
+        /// Tries a connection; see FTPStreamFactory::startProbe(). Null when that cannot be.
+        std::function<std::unique_ptr<FTPProbe>(const FTPProbeRequest& request, FTPProbeHandler handler)> startProbe
+            = [](const FTPProbeRequest&, const FTPProbeHandler&) { return nullptr; };
     };
 
     /// @p defaults outlives the controller. The panel is a window of @p parent, which may be null.
@@ -92,6 +97,10 @@ private:
     void showEncryption();
     void showWhetherTrusted();
     void forgetCertificate();
+    void startOrStopTest();
+    void showTest(const FTPProbeReport& report);
+    void endTest();
+    void clearTest();
     FTPEncryption wantedEncryption() const;
     QString destination() const;
     void showPassword(bool isShown);
@@ -107,6 +116,7 @@ private:
     QHash<QString, Filled> m_filled; ///< By the settings' keys.
     bool m_filledOpenDownloadedFiles = false;
     FTPEncryption m_filledEncryption = FTPEncryption::None;
+    std::unique_ptr<FTPProbe> m_probe; ///< Set exactly while a connection is tried.
     QString m_savedFTPFolder;
     QSize m_preferredContentSize;
 };

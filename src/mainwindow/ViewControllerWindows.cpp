@@ -58,6 +58,11 @@ void ViewController::loadOtherWindows()
                     const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
                     return place && TrustedCertificates::standard().forget(place->host, place->port);
                 },
+            .startProbe =
+                [this](const FTPProbeRequest& request, FTPProbeHandler handler) {
+                    emit triesAnew();
+                    return m_streams.startProbe(request, std::move(handler));
+                },
         },
         &m_window);
     m_welcome->setupUi(m_welcomeWindow);

@@ -2,6 +2,7 @@
 
 #include "DelayedAlert.h"
 #include "Printers.h"
+#include "ProbeText.h"
 #include "Sheets.h"
 #include "UserDefaults.h"
 #include "WaitFor.h"
@@ -24,6 +25,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <tuple>
 #include <vector>
 
@@ -31,6 +33,25 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
+
+/// A trial of a connection as a test sees it.
+struct ProbeRecord {
+    FTPProbeRequest request;
+    FTPProbeHandler handler;
+    bool isRunning = true;
+};
+
+class RecordedProbe final : public FTPProbe {
+public:
+    explicit RecordedProbe(std::shared_ptr<ProbeRecord> record)
+        : m_record(std::move(record))
+    {
+    }
+    ~RecordedProbe() override { m_record->isRunning = false; }
+
+private:
+    std::shared_ptr<ProbeRecord> m_record;
+};
 
 class PreferencesControllerTest : public ::testing::Test {
 protected:
@@ -60,6 +81,20 @@ protected:
         QTest::keyClicks(field, text);
     }
     void pressDone() { control<QPushButton>("doneButton").click(); }
+    QString text(const char* name)
+    {
+        const QVariant text = control<QWidget>(name).property("text");
+        EXPECT_TRUE(text.isValid()) << name;
+        return text.toString();
+    }
+    /// Opens the panel on "host" and begins to try a connection.
+    void startTest()
+    {
+        set({ { u"Address"_s, u"host"_s }, { u"FTPFolder"_s, QJsonValue() } });
+        m_preferences.view()->close();
+        m_preferences.showPanel();
+        control<QPushButton>("testButton").click();
+    }
     bool alertComes()
     {
         return waitFor([this] { return !m_alerts.isEmpty(); }, 2s);
@@ -72,6 +107,7 @@ protected:
 
     QTemporaryDir m_folder;
     UserDefaults m_defaults{ m_folder.filePath(u"settings/settings.json"_s) };
+    std::shared_ptr<ProbeRecord> m_probe; ///< The latest one.
     QStringList m_trusted; ///< Destinations whose certificate is trusted.
     bool m_canForget = true;
     QStringList m_refreshes; ///< For each refresh the address that was stored then.
@@ -91,6 +127,13 @@ protected:
             .trustsCertificate = [this](const QString& destination) { return m_trusted.contains(destination); },
             .forgetCertificate
             = [this](const QString& destination) { return m_canForget && m_trusted.removeAll(destination) > 0; },
+            .startProbe =
+                [this](const FTPProbeRequest& request, FTPProbeHandler handler) {
+                    m_probe = std::make_shared<ProbeRecord>();
+                    m_probe->request = request;
+                    m_probe->handler = std::move(handler);
+                    return std::make_unique<RecordedProbe>(m_probe);
+                },
         }
     };
 };
@@ -615,6 +658,138 @@ TEST_F(PreferencesControllerTest, ACertificateThatCannotBeForgottenIsToldOf)
     EXPECT_TRUE(shownSheets().first().startsWith(u"Certificate Not Forgotten: "_s));
     EXPECT_TRUE(control<QPushButton>("forgetCertificateButton").isEnabled());
     answerSheet();
+}
+
+TEST_F(PreferencesControllerTest, AConnectionIsTriedWithWhatIsTypedAndNothingIsStored)
+{
+    set({ { u"Address"_s, u"host"_s }, { u"Password"_s, u"stored"_s } });
+    const QJsonObject before = stored();
+    m_preferences.showPanel();
+    type(m_preferences.usernameTextField(), u"anna"_s);
+    type(m_preferences.passwordTextField(), u"typed"_s);
+    type(m_preferences.folderTextField(), u"in"_s);
+    control<QRadioButton>("requiredEncryptionButton").click();
+
+    control<QPushButton>("testButton").click();
+
+    ASSERT_TRUE(m_probe);
+    EXPECT_EQ(m_probe->request.location, u"ftp://host/in"_s);
+    EXPECT_EQ(m_probe->request.userName, u"anna"_s);
+    EXPECT_EQ(m_probe->request.password, u"typed"_s);
+    EXPECT_EQ(m_probe->request.encryption, FTPEncryption::Required);
+    EXPECT_EQ(text("testButton"), u"Stop &Test"_s);
+    EXPECT_EQ(text("testResultLabel"), u"Connecting…"_s);
+    EXPECT_EQ(stored(), before);
+}
+
+TEST_F(PreferencesControllerTest, WhatHasComeOfATrialIsToldWithTheServersWords)
+{
+    startTest();
+    m_probe->handler({ .state = FTPProbeState::OpeningFolder, .reply = u"230 In"_s });
+    EXPECT_EQ(text("testResultLabel"), u"Logged in. Opening the folder…"_s);
+    EXPECT_EQ(text("testReplyLabel"), u"The server said: 230 In"_s);
+    EXPECT_TRUE(m_probe->isRunning);
+
+    m_probe->handler({ .state = FTPProbeState::FolderRefused, .reply = u"550 <b>No\u202e</b>"_s });
+
+    EXPECT_TRUE(text("testResultLabel").startsWith(u"The login is accepted, but the folder is refused."_s));
+    EXPECT_EQ(text("testReplyLabel"), u"The server said: 550 <b>No⟨U+202E⟩</b>"_s);
+    EXPECT_EQ(control<QLabel>("testReplyLabel").textFormat(), Qt::PlainText);
+    EXPECT_FALSE(m_probe->isRunning);
+    EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
+}
+
+TEST_F(PreferencesControllerTest, EveryEndOfATrialHasWordsOfItsOwn)
+{
+    QStringList seen;
+    for (const FTPProbeState state :
+         { FTPProbeState::Works, FTPProbeState::Unreachable, FTPProbeState::NoAnswer, FTPProbeState::Lost,
+           FTPProbeState::NotEncrypted, FTPProbeState::NotTrusted, FTPProbeState::LoginRefused,
+           FTPProbeState::FolderRefused, FTPProbeState::NotSendable }) {
+        EXPECT_TRUE(isEnd(state));
+        const QString words = probeText({ .state = state });
+        EXPECT_FALSE(words.isEmpty() || seen.contains(words));
+        seen.append(words);
+    }
+    EXPECT_TRUE(seen.first().endsWith(u"Nothing was encrypted."_s));
+    EXPECT_TRUE(probeText({ .state = FTPProbeState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, true, {} } })
+                    .endsWith(u"Encrypted with TLSv1.3."_s));
+    EXPECT_TRUE(probeText({ .state = FTPProbeState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, false, {} } })
+                    .endsWith(u"Encrypted with TLSv1.3; you trust the server’s certificate."_s));
+}
+
+TEST_F(PreferencesControllerTest, ASecondPressStopsATrial)
+{
+    startTest();
+
+    control<QPushButton>("testButton").click();
+
+    EXPECT_FALSE(m_probe->isRunning);
+    EXPECT_EQ(text("testResultLabel"), u"The test was stopped."_s);
+    EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
+    control<QPushButton>("testButton").click();
+    EXPECT_TRUE(m_probe->isRunning);
+}
+
+TEST_F(PreferencesControllerTest, AnEditAndTheEndOfThePanelStopATrialAndForgetItsResult)
+{
+    const std::vector<std::function<void()>> ways{
+        [this] { type(m_preferences.addressTextField(), u"host"_s); },
+        [this] { type(m_preferences.usernameTextField(), u"bert"_s); },
+        [this] { type(m_preferences.passwordTextField(), u"other"_s); },
+        [this] { type(m_preferences.folderTextField(), u"there"_s); },
+        [this] { control<QRadioButton>("requiredEncryptionButton").toggle(); },
+        [this] { control<QPushButton>("cancelButton").click(); },
+        [this] { m_preferences.view()->close(); },
+        [this] { pressDone(); },
+    };
+    for (const auto& act : ways) {
+        startTest();
+        ASSERT_TRUE(m_probe->isRunning);
+
+        act();
+
+        EXPECT_FALSE(m_probe->isRunning);
+        EXPECT_EQ(text("testResultLabel"), QString());
+        EXPECT_EQ(text("testReplyLabel"), QString());
+        EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
+    }
+    waitFor([this] { return !m_alerts.isEmpty(); }, 2s); // Not in the next test.
+}
+
+TEST_F(PreferencesControllerTest, WithoutADestinationThereIsNothingToTry)
+{
+    m_preferences.showPanel();
+    EXPECT_FALSE(control<QPushButton>("testButton").isEnabled());
+
+    type(m_preferences.addressTextField(), u"host"_s);
+    EXPECT_TRUE(control<QPushButton>("testButton").isEnabled());
+}
+
+TEST_F(PreferencesControllerTest, ATrustedCertificateCanBeForgottenAsSoonAsATrialHasAsked)
+{
+    startTest();
+    EXPECT_FALSE(control<QPushButton>("forgetCertificateButton").isEnabled());
+    m_trusted = { u"ftp://host/"_s };
+
+    m_probe->handler({ .state = FTPProbeState::Works, .reply = u"200 Fine"_s });
+
+    EXPECT_TRUE(control<QPushButton>("forgetCertificateButton").isEnabled());
+}
+
+TEST_F(PreferencesControllerTest, NoResultMovesTheButtons)
+{
+    startTest();
+    const QSize size = m_preferences.view()->size();
+    const QPoint place = control<QWidget>("doneButton").pos();
+    for (int state = 0; state <= static_cast<int>(FTPProbeState::NotSendable); ++state) {
+        startTest();
+        m_probe->handler({ .state = static_cast<FTPProbeState>(state), .reply = QString(3000, u'w') });
+        drainEventLoop();
+
+        EXPECT_EQ(m_preferences.view()->size(), size);
+        EXPECT_EQ(control<QWidget>("doneButton").pos(), place);
+    }
 }
 
 TEST_F(PreferencesControllerTest, EachIdentifierIsNewAndHasThirtySixCharacters)

@@ -95,6 +95,22 @@ TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsATryAnew)
     EXPECT_EQ(triesOf([this] { m_controller->preferences().doneButton(); }), 1);
 }
 
+TEST_F(ViewControllerSettingsTest, AConnectionIsTriedWhereFilesWouldGoAndThatIsATryAnew)
+{
+    int tries = 0;
+    QObject::connect(m_controller.get(), &ViewController::triesAnew, m_controller.get(), [&tries] { ++tries; });
+    setProgramFileName(u"Scans"_s);
+    m_controller->showPreferences();
+
+    m_controller->preferences().view()->findChild<QPushButton*>(u"testButton"_s)->click();
+
+    EXPECT_EQ(tries, 1);
+    ASSERT_EQ(m_streams.probeRequests.size(), 1U);
+    EXPECT_EQ(m_streams.probeRequests.front().location, u"ftp://host/in/Scans/"_s);
+    EXPECT_EQ(m_streams.probeRequests.front().password, u"secret"_s);
+    EXPECT_TRUE(m_streams.streams().empty());
+}
+
 TEST_F(ViewControllerSettingsTest, ThePanelForgetsTheCertificateOfTheServerThatItShows)
 {
     TrustedCertificates& trusted = TrustedCertificates::standard();

@@ -79,9 +79,18 @@ public:
 
     QString lastUploadReply() const override { return uploadReply; }
 
+    std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler) override
+    {
+        probeRequests.push_back(request);
+        probeHandler = std::move(handler);
+        return std::make_unique<FTPProbe>();
+    }
+
     QString reply; ///< What lastReply() answers.
     std::optional<FTPSecurity> security; ///< What lastSecurity() answers.
     QString uploadReply; ///< What lastUploadReply() answers.
+    std::vector<FTPProbeRequest> probeRequests; ///< Of all probes.
+    FTPProbeHandler probeHandler; ///< Hears of the latest one.
     QStringList closedIdle; ///< The locations whose idle connections were to be closed.
 
     /// All streams asked for that could be made, in order.

@@ -41,6 +41,10 @@ class EncryptedWindowTest(WindowTest):
         with open(self.trusted_path(), encoding="utf-8") as file:
             return json.load(file)
 
+    def stored_settings(self):
+        with open(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"), encoding="utf-8") as file:
+            return json.load(file)
+
     def trusted_path(self):
         return os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "trusted-certificates.json")
 
@@ -239,6 +243,38 @@ class OnPyftpdlib(Roads, EncryptedWindowTest):
         self.answer(program, "Cancel")
 
 
+    def test_a_connection_is_tried_with_what_is_typed(self):
+        program = self.start()
+        wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        settings = self.server.settings()
+        self.open_panel(program)
+        program.enter("Server address", settings["Address"])
+        program.enter("User name", settings["Username"])
+        program.enter("Password", settings["Password"] + "!")
+        program.press("Encryption required")
+
+        program.press("Test Connection")
+        self.wait_for_sheet(program, QUESTION)
+        self.answer(program, "Trust")
+        wait_for(lambda: program.text("Test result") == "The server refuses the login.", "the refusal")
+        self.assertRegex(program.text("Server's reply"), "^The server said: 530 ")
+        program.enter("Password", settings["Password"])
+        wait_for(lambda: program.text("Test result") == "", "the result to go")
+        program.press("Test Connection")
+
+        wait_for(lambda: program.text("Test result").startswith("It works: "), "the result")
+        self.assertRegex(program.text("Test result"), "Encrypted with TLSv1.[23]; you trust")
+        self.assertNotIn(settings["Password"], program.tree())
+        program.enter("Folder", "nowhere")
+        program.press("Test Connection")
+        wait_for(lambda: "the folder is refused" in program.text("Test result"), "the folder to be refused")
+        self.assertRegex(program.text("Server's reply"), "^The server said: 550 ")
+        program.press("Cancel")
+        self.assertEqual(self.stored_settings(), {"DoNotShowWelcomeWindowAgain": True})
+        self.assertEqual(self.trusted(), {self.place(): self.fingerprint})
+        self.assertEqual(program.text("Connection"), "No connection has been made yet.")
+
+
 class Refuser:
     """A server that knows no AUTH, and writes down all that it is told."""
 
@@ -283,6 +319,41 @@ class InClear(WindowTest):
 
         self.assertEqual(set(self.server.received.split(b"\r\n")), {b"AUTH TLS", b""})
         self.assertEqual(program.text("Connection"), "No connection has been made yet.")
+
+
+class Silent:
+    """A server that takes connections and says nothing."""
+
+    def __init__(self):
+        self._listener = socket.create_server(("127.0.0.1", 0))
+
+    def settings(self, **others):
+        return {"Address": f"127.0.0.1:{self._listener.getsockname()[1]}", **others}
+
+    def close(self):
+        self._listener.close()
+
+
+class WithoutAnAnswer(WindowTest):
+    def make_server(self):
+        return Silent()
+
+    def test_a_trial_is_stopped_by_a_second_press_and_the_window_lives_meanwhile(self):
+        program = self.start()
+        wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^No FTP Dest"), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+        self.desktop.key("ctrl+comma")
+        program.enter("Server address", self.server.settings()["Address"])
+
+        program.press("Test Connection")
+
+        wait_for(lambda: program.text("Test result") == "The server is there. Logging in…", "the connection")
+        self.wait_for_the_clock(program)
+        program.press("Stop Test")
+        wait_for(lambda: program.text("Test result") == "The test was stopped.", "the end of the trial")
+        program.press("Cancel")
 
 
 if __name__ == "__main__":

@@ -48,7 +48,9 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     ControlConnection& connection = *entry->connection;
     connection.setParent(this);
     connection.setUser(&user);
-    connect(&connection, &ControlConnection::replied, this, [this](const QString& line) { m_lastReply = line; });
+    if (reuse != Reuse::Apart) {
+        connect(&connection, &ControlConnection::replied, this, [this](const QString& line) { m_lastReply = line; });
+    }
     connect(&connection, &ControlConnection::drained, this, [this, &connection] { settle(connection); });
     connect(&connection, &ControlConnection::ended, this, [this, &connection] { ended(connection); });
     connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {
@@ -80,6 +82,12 @@ void ConnectionPool::settle(ControlConnection& connection)
     if (!connection.isPending()) {
         becameFree(connection.key());
     }
+}
+
+void ConnectionPool::takeLeave(ControlConnection& connection)
+{
+    connection.setUser(nullptr);
+    dismiss(connection);
 }
 
 void ConnectionPool::discard(ControlConnection& connection)

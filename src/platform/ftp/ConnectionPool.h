@@ -30,11 +30,14 @@ public:
     enum class Reuse {
         Allowed, ///< A kept connection will do.
         Fresh, ///< Only a new connection will do.
+        Apart, ///< Likewise, and what is said on it does not count as lastReply().
     };
     /// A connection for @p user alone, until it is released or discarded. It may not be established yet.
     ControlConnection& acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse);
     /// The user has finished; a sound connection is kept, once the replies still due have come.
     void release(ControlConnection& connection);
+    /// The user has finished, and so has the connection: it takes leave of the server.
+    void takeLeave(ControlConnection& connection);
     /// The connection is of no further use.
     void discard(ControlConnection& connection);
 

@@ -1,5 +1,6 @@
 #include "EngineStreamFactory.h"
 
+#include "ConnectionProbe.h"
 #include "Transfer.h"
 
 #include <utility>
@@ -140,4 +141,9 @@ void EngineStreamFactory::closeIdleConnections(const QString& location)
     if (const std::optional<FTPLocation> server = FTPLocation::fromText(location)) {
         ConnectionPool::ofThisThread().closeIdle(server->host, server->port);
     }
+}
+
+std::unique_ptr<FTPProbe> EngineStreamFactory::startProbe(const FTPProbeRequest& request, FTPProbeHandler handler)
+{
+    return std::make_unique<ConnectionProbe>(request, m_trust, std::move(handler));
 }

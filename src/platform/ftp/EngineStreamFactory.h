@@ -23,6 +23,7 @@ public:
     QString lastUploadReply() const override;
     std::optional<FTPSecurity> lastSecurity() const override;
     void closeIdleConnections(const QString& location) override;
+    std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler) override;
 
 private:
     CertificateTrust* m_trust = nullptr;

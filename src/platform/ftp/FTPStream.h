@@ -1,6 +1,8 @@
 #pragma once
 
 #include "FTPEncryption.h"
+#include "FTPProbe.h"
+#include "FTPSecurity.h"
 
 #include <QByteArray>
 #include <QList>
@@ -101,16 +103,6 @@ public:
     [[nodiscard]] virtual qint64 write(std::span<const char> data) = 0;
 };
 
-/// How what was said to a server was protected.
-struct FTPSecurity {
-    QString protocol; ///< That of the encryption, such as "TLSv1.3"; null: everything went in clear.
-    /// Whether the system vouches for the server's certificate; otherwise somebody trusts it. False in clear.
-    bool isVouchedFor = false;
-    QString cipher; ///< That of the control connection, such as "TLS_AES_256_GCM_SHA384"; null in clear.
-
-    bool operator==(const FTPSecurity&) const = default;
-};
-
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made
 /// (which does not happen with the streams of the engine: what is wrong with a location arrives as an event).
 ///
@@ -139,4 +131,13 @@ public:
     /// Ends the connections that are kept for further streams to the server of @p location on this thread, for the sake
     /// of a server that allows few logins.
     virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }
+
+    /// Tries a connection, as a stream to the folder would make it, on a connection of its own. Nothing is moved or
+    /// changed. Null when there is nothing to try it with.
+    virtual std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler)
+    {
+        Q_UNUSED(request);
+        Q_UNUSED(handler);
+        return nullptr;
+    }
 };

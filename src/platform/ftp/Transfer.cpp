@@ -76,7 +76,7 @@ void Transfer::begin()
     }
     const FTPLocation& location = *m_request.location;
     m_key = { location.host, location.port, m_request.userName, m_request.password, m_request.encryption };
-    if (m_request.kind == Kind::Listing) {
+    if (isAboutFolder()) {
         m_folder = location.pathWithoutTrailingSlashes();
     } else {
         m_folder = location.folder();
@@ -89,11 +89,36 @@ bool Transfer::canBeRequested() const
 {
     const bool isWhole = m_request.location && canBeSent(m_request.userName) && canBeSent(m_request.password)
         && canBeSent(m_request.location->path);
-    return isWhole && (m_request.kind == Kind::Listing || !m_request.location->name().isEmpty());
+    return isWhole && (isAboutFolder() || !m_request.location->name().isEmpty());
+}
+
+/// Whether it is about a folder rather than an item in one.
+bool Transfer::isAboutFolder() const
+{
+    return m_request.kind == Kind::Listing || m_request.kind == Kind::Probe;
+}
+
+bool Transfer::movesData() const
+{
+    return m_request.kind != Kind::FolderCreation && m_request.kind != Kind::Probe;
+}
+
+void Transfer::reach(Stage stage)
+{
+    m_progress.stage = stage;
+    // From the loop: whoever hears it may abandon the transfer.
+    QMetaObject::invokeMethod(this, &Transfer::stageReached, Qt::QueuedConnection);
 }
 
 void Transfer::takeConnection(ConnectionPool::Reuse reuse)
 {
+    if (m_request.kind == Kind::Probe) {
+        // Some servers allow one login alone, and only a login that is made anew tells anything.
+        m_pool.closeIdle(m_key.host, m_key.port);
+        reuse = ConnectionPool::Reuse::Apart;
+        m_progress.security.reset();
+        reach(Stage::Connecting);
+    }
     m_replySeen = false;
     m_userAccepted = false;
     m_extendedPassive = false;
@@ -104,6 +129,8 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     m_confirmed = false;
     m_plan.clear();
     m_connection = &m_pool.acquire(m_key, *this, reuse);
+    m_replied = connect(m_connection, &ControlConnection::replied, this,
+                        [this](const QString& line) { m_progress.reply = line; });
     if (m_connection->isEstablished()) {
         m_state = State::Preparing;
         m_watchdog.start(m_pool.timeouts().reply);
@@ -115,6 +142,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     m_established = connect(m_connection, &ControlConnection::established, this, [this] {
         m_state = State::Preparing; // The greeting is the first reply.
         m_watchdog.start(m_pool.timeouts().reply);
+        reach(Stage::Connected);
     });
 }
 
@@ -182,8 +210,12 @@ void Transfer::secured()
 void Transfer::prepare()
 {
     const TlsChannel* const tls = m_connection->tls();
-    m_pool.setLastSecurity(tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor(), tls->cipher() }
-                                          : FTPSecurity());
+    m_progress.security
+        = tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor(), tls->cipher() } : FTPSecurity();
+    if (m_request.kind != Kind::Probe) {
+        m_pool.setLastSecurity(*m_progress.security);
+    }
+    reach(Stage::LoggingIn);
     ControlConnection::Session& session = m_connection->session();
     m_plan.clear();
     if (!session.loggedIn) {
@@ -202,7 +234,7 @@ void Transfer::prepare()
     if (m_request.kind == Kind::Download && m_request.fetchSize) {
         m_plan.append({ FTPVerb::Size, relativeArgument(m_name) });
     }
-    if (m_request.kind != Kind::FolderCreation) {
+    if (movesData()) {
         m_plan.append(passiveCommand());
     } else if (m_plan.isEmpty()) {
         // Finds out whether a kept connection still lives: MKD itself must not be sent twice.
@@ -265,6 +297,10 @@ void Transfer::sendPlanned()
 
 void Transfer::prepared()
 {
+    if (m_request.kind == Kind::Probe) {
+        succeed(FTPStreamEvent::EndEncountered);
+        return;
+    }
     m_state = State::Opening;
     m_watchdog.start(m_pool.timeouts().reply);
     if (m_request.kind == Kind::FolderCreation) {
@@ -291,6 +327,7 @@ void Transfer::openData()
         break;
     case Kind::Listing:
     case Kind::FolderCreation:
+    case Kind::Probe:
         m_connection->send({ { FTPVerb::List, {} } });
         break;
     }
@@ -336,9 +373,14 @@ void Transfer::retry()
 void Transfer::letGoOfConnection(bool keep)
 {
     disconnect(m_established);
+    disconnect(m_replied);
     if (ControlConnection* const connection = std::exchange(m_connection, nullptr)) {
         if (keep && connection->session().loggedIn) {
-            m_pool.release(*connection);
+            if (m_request.kind == Kind::Probe) {
+                m_pool.takeLeave(*connection);
+            } else {
+                m_pool.release(*connection);
+            }
         } else {
             m_pool.discard(*connection);
         }

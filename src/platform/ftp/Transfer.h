@@ -25,7 +25,8 @@ class Transfer final : public QObject, private ControlConnectionUser {
     Q_OBJECT
 
 public:
-    enum class Kind { Listing, Download, Upload, FolderCreation };
+    /// A probe ends with success where a listing would have its folder open, and takes leave.
+    enum class Kind { Listing, Download, Upload, FolderCreation, Probe };
 
     struct Request {
         Kind kind = Kind::Listing;
@@ -37,6 +38,21 @@ public:
         FTPEncryption encryption = FTPEncryption::None;
         QList<QByteArray> trustedCertificates; ///< Fingerprints that need not be judged.
         CertificateTrust* certificateTrust = nullptr; ///< Judges other certificates that are not good; null: refused.
+    };
+
+    /// How far the conversation has come.
+    enum class Stage {
+        Connecting, ///< No connection stands.
+        Connected, ///< No login has been sent.
+        LoggingIn, ///< The login has been sent.
+        LoggedIn, ///< It was accepted.
+    };
+    /// What is known of the present try, and of the last one at the end.
+    struct Progress {
+        Stage stage = Stage::Connecting;
+        bool wasSilent = false; ///< It has ended for a silence that was too long.
+        QString reply; ///< What the server has said last; see ControlConnection::replied(). Null for nothing.
+        std::optional<FTPSecurity> security; ///< Nothing while no login has been sent.
     };
 
     Transfer(ConnectionPool& pool, Request request, std::function<void(FTPStreamEvent)> report);
@@ -51,6 +67,13 @@ public:
     qint64 write(std::span<const char> data);
     const FTPStreamError& error() const { return m_error; }
     std::optional<qint64> size() const { return m_size; }
+    const Progress& progress() const { return m_progress; }
+    /// Whether the request is one that can be put into commands. Otherwise it fails from the loop.
+    bool canBeRequested() const;
+
+signals:
+    /// progress() has come to another stage. Whoever hears it may abandon the transfer.
+    void stageReached();
 
 private:
     enum class State {
@@ -68,7 +91,9 @@ private:
     };
 
     void begin();
-    bool canBeRequested() const;
+    bool isAboutFolder() const;
+    bool movesData() const;
+    void reach(Stage stage);
     void takeConnection(ConnectionPool::Reuse reuse);
     void greeted();
     void authAnswered(const Reply& reply);
@@ -125,11 +150,13 @@ private:
     State m_state = State::New;
     ControlConnection* m_connection = nullptr;
     QMetaObject::Connection m_established;
+    QMetaObject::Connection m_replied;
     DataConnection m_data;
     Watchdog m_watchdog;
     QList<FTPCommand> m_plan; ///< Commands of the set-up that have not been sent yet.
 
     // Of the present try.
+    Progress m_progress;
     bool m_replySeen = false;
     bool m_userAccepted = false; ///< No password is wanted; what is said to it does not matter.
     bool m_extendedPassive = false; ///< The port came from EPSV.

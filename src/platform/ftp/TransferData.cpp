@@ -174,5 +174,6 @@ void Transfer::silence()
     case State::Finished:
         break;
     }
+    m_progress.wasSilent = true;
     fail();
 }

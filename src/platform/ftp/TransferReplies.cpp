@@ -131,6 +131,7 @@ void Transfer::judgeUser(const Reply& reply)
     if (reply.isPositive()) {
         m_userAccepted = true;
         m_connection->session().loggedIn = true;
+        reach(Stage::LoggedIn);
     } else if (reply.code != 331) {
         refuse(reply);
         return;
@@ -147,6 +148,7 @@ void Transfer::judgePass(const Reply& reply)
     }
     ControlConnection::Session& session = m_connection->session();
     session.loggedIn = true;
+    reach(Stage::LoggedIn);
     if (m_folder.isEmpty()) {
         session.folder = m_folder;
     }

@@ -1,0 +1,48 @@
+#include "ProbeText.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString protectionText(const FTPSecurity& security)
+{
+    if (security.protocol.isNull()) {
+        return u"Nothing was encrypted."_s;
+    }
+    return security.isVouchedFor ? u"Encrypted with %1."_s.arg(security.protocol)
+                                 : u"Encrypted with %1; you trust the server’s certificate."_s.arg(security.protocol);
+}
+
+} // namespace
+
+QString probeText(const FTPProbeReport& report)
+{
+    switch (report.state) {
+    case FTPProbeState::Connecting:
+        return u"Connecting…"_s;
+    case FTPProbeState::LoggingIn:
+        return u"The server is there. Logging in…"_s;
+    case FTPProbeState::OpeningFolder:
+        return u"Logged in. Opening the folder…"_s;
+    case FTPProbeState::Works:
+        return u"It works: the login is accepted, and the folder is there. "_s
+            + protectionText(report.security.value_or(FTPSecurity()));
+    case FTPProbeState::Unreachable:
+        return u"There is no FTP server at this address, or it cannot be reached."_s;
+    case FTPProbeState::NoAnswer:
+        return u"The server does not answer."_s;
+    case FTPProbeState::Lost:
+        return u"The server has ended the connection."_s;
+    case FTPProbeState::NotEncrypted:
+        return u"The server does not come to terms about encryption. It was told neither name nor password."_s;
+    case FTPProbeState::NotTrusted:
+        return u"The server’s certificate is not trusted. It was told neither name nor password."_s;
+    case FTPProbeState::LoginRefused:
+        return u"The server refuses the login."_s;
+    case FTPProbeState::FolderRefused:
+        return u"The login is accepted, but the folder is refused. It has to be there before files can go into it."_s;
+    case FTPProbeState::NotSendable:
+        break;
+    }
+    return u"The user name, the password or the folder holds a character that cannot be sent."_s;
+}

@@ -1,0 +1,387 @@
+#include "CertificateTrust.h"
+#include "FTPProbe.h"
+#include "TlsStreamTest.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+namespace {
+
+using State = FTPProbeState;
+
+/// Answers each question about a certificate as the test says, or later when it says nothing.
+class Judge final : public CertificateTrust {
+public:
+    void judge(const CertificateQuestion& /*question*/, std::function<void(bool)> answer) override
+    {
+        ++questions;
+        if (verdict) {
+            answer(*verdict);
+        }
+    }
+
+    int questions = 0;
+    std::optional<bool> verdict;
+};
+
+class ConnectionProbeTest : public TlsStreamTest {
+protected:
+    void probe(const QString& path = u"/in"_s, FTPEncryption encryption = FTPEncryption::None,
+               const QString& password = u"secret"_s)
+    {
+        probeAt(m_peer.location(path), encryption, password);
+    }
+    void probeAt(const QString& location, FTPEncryption encryption = FTPEncryption::None,
+                 const QString& password = u"secret"_s)
+    {
+        m_states.clear();
+        m_probe
+            = m_judged.startProbe({ location, u"anna"_s, password, encryption }, [this](const FTPProbeReport& report) {
+                  m_states.push_back(report.state);
+                  m_last = report;
+                  if (m_stopsAt == report.state) {
+                      m_probe.reset();
+                  }
+              });
+    }
+    State waitForEnd()
+    {
+        EXPECT_TRUE(waitFor([this] { return !m_states.empty() && isEnd(m_states.back()); }));
+        return m_states.empty() ? State::Connecting : m_states.back();
+    }
+    /// Takes the connection, greets, and hears the commands, each of which is answered by the test.
+    std::unique_ptr<PeerConnection> greet(const QByteArrayList& expected
+                                          = { "USER anna", "PASS secret", "PWD", "CWD in", "TYPE I" })
+    {
+        auto control = m_peer.accept();
+        if (control == nullptr) {
+            ADD_FAILURE() << "no connection";
+            return nullptr;
+        }
+        control->say("220 Ready");
+        EXPECT_EQ(control->hear(static_cast<int>(expected.size())), expected);
+        return control;
+    }
+    static void say(PeerConnection& control, const QByteArrayList& replies)
+    {
+        for (const QByteArray& reply : replies) {
+            control.say(reply);
+        }
+    }
+
+    Judge m_judge;
+    EngineStreamFactory m_judged{ m_judge };
+    std::unique_ptr<FTPProbe> m_probe;
+    std::vector<State> m_states;
+    FTPProbeReport m_last;
+    std::optional<State> m_stopsAt;
+};
+
+TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndTakesLeave)
+{
+    probe();
+    EXPECT_TRUE(m_states.empty()); // From the loop, as always.
+    auto control = greet();
+    say(*control, { "331 Password", "230 In" });
+    EXPECT_TRUE(waitFor([this] { return m_last.state == State::OpeningFolder; }));
+    say(*control, { "257 \"/home\" is it", "250 There", "200 Fine" });
+
+    EXPECT_EQ(waitForEnd(), State::Works);
+
+    EXPECT_THAT(m_states, testing::ElementsAre(State::LoggingIn, State::OpeningFolder, State::Works));
+    EXPECT_EQ(m_last.reply, u"200 Fine"_s);
+    EXPECT_EQ(m_last.security, FTPSecurity());
+    EXPECT_EQ(control->hear(), "QUIT");
+    EXPECT_TRUE(control->isSilent());
+}
+
+TEST_F(ConnectionProbeTest, NothingOfItStaysBehind)
+{
+    m_recorder.data = "x";
+    probe();
+    auto control = greet();
+    say(*control, { "331 Password", "230 In", "257 \"/home\" is it", "250 There", "200 Fine" });
+    waitForEnd();
+
+    EXPECT_TRUE(m_factory.lastReply().isNull() || m_factory.lastReply() != u"200 Fine"_s);
+    EXPECT_EQ(ConnectionPool::ofThisThread().idleCount(), 0);
+}
+
+TEST_F(ConnectionProbeTest, EveryRefusalIsToldWithTheServersWords)
+{
+    const std::vector<std::tuple<QByteArrayList, State, QString>> refusals{
+        { { "530 No such user" }, State::LoginRefused, u"530 No such user"_s },
+        { { "331 Password", "530 secret is wrong" }, State::LoginRefused, u"530 **** is wrong"_s },
+        { { "331 Password", "230 In", "257 \"/\"", "550 No <b>such</b> folder" },
+          State::FolderRefused,
+          u"550 No <b>such</b> folder"_s },
+        { { "331 Password", "230 In", "257 \"/\"", "250 There", "504 No" }, State::FolderRefused, u"504 No"_s },
+        { { "421 Too many" }, State::LoginRefused, u"421 Too many"_s },
+    };
+    for (const auto& [replies, state, reply] : refusals) {
+        SCOPED_TRACE(reply.toStdString());
+        ScriptedPeer peer;
+        probeAt(peer.location(u"/in"_s));
+        auto control = peer.accept();
+        control->say("220 Ready");
+        say(*control, replies);
+
+        EXPECT_EQ(waitForEnd(), state);
+        EXPECT_EQ(m_last.reply, reply);
+    }
+}
+
+TEST_F(ConnectionProbeTest, ARefusalInTheGreetingIsARefusedLogin)
+{
+    probe();
+    m_peer.accept()->say("530 Go away");
+
+    EXPECT_EQ(waitForEnd(), State::LoginRefused);
+    EXPECT_EQ(m_last.reply, u"530 Go away"_s);
+    EXPECT_FALSE(m_last.security);
+}
+
+TEST_F(ConnectionProbeTest, AKeptConnectionDoesNotHideAWrongPasswordAndIsClosedFirst)
+{
+    startUpload(u"/f"_s, "x");
+    auto kept = open("STOR f");
+    m_data->receiveToEnd();
+    kept->say("226 Got it");
+    m_recorder.waitForEnd();
+
+    probe(u"/in"_s, FTPEncryption::None, u"wrong"_s);
+
+    EXPECT_EQ(kept->hear(), "QUIT");
+    auto control = greet({ "USER anna", "PASS wrong", "PWD", "CWD in", "TYPE I" });
+    say(*control, { "331 Password", "530 No" });
+    EXPECT_EQ(waitForEnd(), State::LoginRefused);
+}
+
+TEST_F(ConnectionProbeTest, AServerThatAllowsOneLoginIsTriedAgainWhenTheOtherHasLeft)
+{
+    startUpload(u"/f"_s, "x");
+    auto kept = open("STOR f");
+    m_data->receiveToEnd();
+    kept->say("226 Got it");
+    m_recorder.waitForEnd();
+    probe();
+    EXPECT_EQ(kept->hear(), "QUIT");
+    m_peer.accept()->say("421 One is enough");
+
+    kept->close();
+
+    auto control = greet();
+    say(*control, { "331 Password", "230 In", "257 \"/\"", "250 There", "200 Fine" });
+    EXPECT_EQ(waitForEnd(), State::Works);
+}
+
+TEST_F(ConnectionProbeTest, SilenceAtEveryStageIsNoAnswer)
+{
+    m_timeouts.reply = 150ms;
+    m_timeouts.connect = 150ms;
+    const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There" };
+    for (qsizetype said = 0; said <= replies.size(); ++said) {
+        SCOPED_TRACE(said);
+        ScriptedPeer peer; // It may be known as one that wants commands in turn afterwards.
+        probeAt(peer.location(u"/in"_s));
+        std::vector<std::unique_ptr<PeerConnection>> connections;
+        while (m_states.empty() || !isEnd(m_states.back())) {
+            auto control = peer.accept();
+            if (control == nullptr) {
+                break;
+            }
+            say(*control, replies.first(said));
+            connections.push_back(std::move(control));
+            if (waitFor([this] { return isEnd(m_last.state) && !m_states.empty() && isEnd(m_states.back()); }, 400ms)) {
+                break;
+            }
+        }
+
+        EXPECT_EQ(waitForEnd(), State::NoAnswer);
+    }
+}
+
+TEST_F(ConnectionProbeTest, AConnectionThatBreaksAtAnyStageIsLost)
+{
+    const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There" };
+    for (qsizetype said = 0; said <= replies.size(); ++said) {
+        SCOPED_TRACE(said);
+        ScriptedPeer peer;
+        probeAt(peer.location(u"/in"_s));
+        for (int tries = 0; tries < 2; ++tries) { // What was sent ahead of replies may be to blame, once.
+            auto control = peer.accept();
+            if (control == nullptr) {
+                break;
+            }
+            say(*control, replies.first(said));
+            control->close();
+            if (waitFor([this] { return !m_states.empty() && isEnd(m_states.back()); }, 200ms)) {
+                break;
+            }
+        }
+
+        EXPECT_EQ(waitForEnd(), State::Lost);
+    }
+}
+
+TEST_F(ConnectionProbeTest, WhereNobodyListensNothingIsReached)
+{
+    const QString location = m_peer.location(u"/in"_s);
+    m_peer.stopListening();
+
+    probeAt(location);
+
+    EXPECT_EQ(waitForEnd(), State::Unreachable);
+    EXPECT_TRUE(m_last.reply.isNull());
+}
+
+TEST_F(ConnectionProbeTest, WhatCannotBeSentIsNotSent)
+{
+    probeAt(u"http://host/"_s);
+    EXPECT_EQ(waitForEnd(), State::NotSendable);
+
+    probe(u"/in"_s, FTPEncryption::None, u"se\ncret"_s);
+    EXPECT_EQ(waitForEnd(), State::NotSendable);
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_F(ConnectionProbeTest, WithoutNameAndPasswordTheLoginIsAnonymous)
+{
+    probe(u"/"_s, FTPEncryption::None, u""_s);
+
+    greet({ "USER anonymous", "PASS anonymous@", "PWD", "TYPE I" });
+    m_probe.reset();
+}
+
+TEST_F(ConnectionProbeTest, StoppedAtAnyStageItEndsTheConnectionAndReportsNothing)
+{
+    const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There" };
+    for (qsizetype said = 0; said <= replies.size(); ++said) {
+        SCOPED_TRACE(said);
+        probe();
+        auto control = m_peer.accept();
+        ASSERT_NE(control, nullptr);
+        say(*control, replies.first(said));
+        drainEventLoop();
+        m_states.clear();
+
+        m_probe.reset();
+        control->say("200 Fine");
+
+        const QByteArray rest = control->receiveToEnd();
+        EXPECT_FALSE(rest.contains("STOR") || rest.contains("EPSV"));
+        drainEventLoop();
+        EXPECT_TRUE(m_states.empty());
+    }
+}
+
+TEST_F(ConnectionProbeTest, WhoeverHearsAReportMayStopIt)
+{
+    const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There", "200 Fine" };
+    const QList<std::pair<State, qsizetype>> states{ { State::LoggingIn, 1 },
+                                                     { State::OpeningFolder, 3 },
+                                                     { State::Works, 6 } };
+    for (const auto& [state, said] : states) {
+        m_stopsAt = state;
+        probe();
+        auto control = m_peer.accept();
+        say(*control, replies.first(said));
+
+        EXPECT_TRUE(waitFor([this] { return m_probe == nullptr; }));
+
+        drainEventLoop();
+        EXPECT_EQ(m_states.back(), state);
+    }
+}
+
+TEST_F(ConnectionProbeTest, EncryptedItSaysNothingBeforeTheHandshake)
+{
+    m_judge.verdict = true;
+    probe(u"/in"_s, FTPEncryption::Required);
+    auto control = secure();
+    EXPECT_EQ(control->hear(7),
+              (QByteArrayList{ "PBSZ 0", "PROT P", "USER anna", "PASS secret", "PWD", "CWD in", "TYPE I" }));
+    say(*control, { "200 0", "200 P", "331 Password", "230 In", "257 \"/\"", "250 There", "200 Fine" });
+
+    EXPECT_EQ(waitForEnd(), State::Works);
+
+    ASSERT_TRUE(m_last.security);
+    EXPECT_TRUE(m_last.security->protocol.startsWith(u"TLSv1."_s));
+    EXPECT_FALSE(m_last.security->isVouchedFor);
+}
+
+TEST_F(ConnectionProbeTest, ItLeavesThePadlockOfTheTransfersAlone)
+{
+    const std::optional<FTPSecurity> before = m_factory.lastSecurity();
+    m_judge.verdict = true;
+    probe(u"/in"_s, FTPEncryption::Required);
+    auto control = secure();
+    control->hear(7);
+
+    EXPECT_EQ(m_factory.lastSecurity(), before);
+    m_probe.reset();
+}
+
+TEST_F(ConnectionProbeTest, ACertificateThatIsNotTrustedGetsNoLogin)
+{
+    m_judge.verdict = false;
+    probe(u"/in"_s, FTPEncryption::Required);
+    auto control = secure();
+
+    EXPECT_EQ(waitForEnd(), State::NotTrusted);
+    EXPECT_EQ(control->receiveToEnd(), "");
+    EXPECT_EQ(m_judge.questions, 1);
+    EXPECT_FALSE(m_last.security);
+}
+
+TEST_F(ConnectionProbeTest, TheQuestionHasNoTimeLimitAndMayBeLeft)
+{
+    m_timeouts.reply = 1s;
+    probe(u"/in"_s, FTPEncryption::Required);
+    auto control = secure();
+    ASSERT_TRUE(waitFor([this] { return m_judge.questions == 1; }));
+    EXPECT_FALSE(waitFor([this] { return !m_states.empty() && isEnd(m_states.back()); }, 1300ms));
+
+    m_probe.reset();
+
+    EXPECT_EQ(control->receiveToEnd(), "");
+}
+
+TEST_F(ConnectionProbeTest, AServerThatDoesNotEncryptGetsNoLogin)
+{
+    for (const char* reply : { "500 What?", "534 No", "230 In" }) {
+        SCOPED_TRACE(reply);
+        probe(u"/in"_s, FTPEncryption::Required);
+        auto control = greet({ "AUTH TLS" });
+        control->say(reply);
+
+        EXPECT_EQ(waitForEnd(), State::NotEncrypted);
+        EXPECT_EQ(m_last.reply, QString::fromLatin1(reply));
+        EXPECT_EQ(control->receiveToEnd(), "");
+    }
+}
+
+TEST_F(ConnectionProbeTest, AServerThatWantsCommandsInTurnIsAskedInTurn)
+{
+    ScriptedPeer peer;
+    probeAt(peer.location(u"/in"_s));
+    auto first = peer.accept();
+    say(*first, { "220 Ready", "331 Password", "503 Not in this order" });
+    auto control = peer.accept();
+    ASSERT_NE(control, nullptr);
+    control->say("220 Ready");
+    const QList<std::pair<QByteArray, QByteArray>> turns{ { "USER anna", "331 Password" },
+                                                          { "PASS secret", "230 In" },
+                                                          { "PWD", "257 \"/\"" },
+                                                          { "CWD in", "250 There" },
+                                                          { "TYPE I", "200 Fine" } };
+    for (const auto& [command, reply] : turns) {
+        EXPECT_EQ(control->hear(), command);
+        control->say(reply);
+    }
+
+    EXPECT_EQ(waitForEnd(), State::Works);
+}
+
+} // namespace
