@@ -2,6 +2,7 @@
 
 #include "DeliveryGate.h"
 #include "HeldLoop.h"
+#include "PostedCall.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -68,6 +69,7 @@ void RunLoop::dispatchAfter(int delayMs, QObject* context, std::function<void()>
     QObject* const target = context != nullptr ? context : QCoreApplication::instance();
     const auto runWhenFree = [target, block = std::move(block)] { HeldLoop::whenFree(*target, block); };
     // On the target's thread, since the calling one may have no event loop of its own to start a timer on.
-    QMetaObject::invokeMethod(target,
-                              [delayMs, target, runWhenFree] { QTimer::singleShot(delayMs, target, runWhenFree); });
+    postCall(
+        target, [delayMs, target, runWhenFree] { QTimer::singleShot(delayMs, target, runWhenFree); },
+        Qt::AutoConnection);
 }

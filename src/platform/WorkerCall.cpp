@@ -1,5 +1,7 @@
 #include "WorkerCall.h"
 
+#include "PostedCall.h"
+
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -15,7 +17,7 @@ struct WorkerCall::Shared {
         const std::lock_guard lock(mutex);
         answer = value;
         if (caller != nullptr) {
-            QMetaObject::invokeMethod(caller, &WorkerCall::answered, Qt::QueuedConnection);
+            postCall(caller, [caller = caller] { emit caller->answered(); });
         }
     }
 };

@@ -16,9 +16,7 @@ namespace {
 TEST(RunLoopTest, EachThreadHasItsOwn)
 {
     RunLoop* other = nullptr;
-    const std::unique_ptr<QThread> thread(QThread::create([&other] { other = &RunLoop::current(); }));
-    thread->start();
-    thread->wait();
+    std::thread([&other] { other = &RunLoop::current(); }).join();
 
     EXPECT_NE(other, nullptr);
     EXPECT_NE(other, &RunLoop::current());

@@ -1,7 +1,15 @@
+#include "DelayedAlert.h"
 #include "PrivateNetwork.h"
+#include "RunLoop.h"
 #include "WindowServerTest.h"
 
+#include <QDeadlineTimer>
+
+#include <algorithm>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -56,8 +64,108 @@ TEST_F(NetworkLossTest, FilesFailWhileTheNetworkIsGoneAndGoUpWhenItIsBack)
     EXPECT_EQ(network.problem().toStdString(), "");
 }
 
+TEST_F(NetworkLossTest, TheSameQueueGoesOnWhenTheNetworkIsBackAndTellsWhatIsLost)
+{
+    using Outcome = HistoryEntry::Outcome;
+    QStringList files;
+    for (int i = 0; i < 200; ++i) {
+        files.append(makeFile(u"file %1"_s.arg(i), QByteArray::number(i)));
+    }
+    const auto outcomes = [this](Outcome outcome) {
+        const auto& entries = m_controller->history().entries();
+        return std::count_if(entries.begin(), entries.end(),
+                             [outcome](const HistoryEntry& entry) { return entry.outcome == outcome; });
+    };
+    m_controller->uploadFiles(files);
+    ASSERT_TRUE(waitFor([&outcomes] { return outcomes(Outcome::Confirmed) >= 3; }));
+
+    network.setUp(false);
+    EXPECT_TRUE(waitFor([&outcomes] { return outcomes(Outcome::Failed) >= 3; }));
+    network.setUp(true);
+    EXPECT_TRUE(waitUntilIdle());
+
+    EXPECT_GT(outcomes(Outcome::Waiting) + outcomes(Outcome::Failed) + outcomes(Outcome::Confirmed), 6);
+    EXPECT_EQ(outcomes(Outcome::Failed) + outcomes(Outcome::Confirmed), files.size());
+    for (const HistoryEntry& entry : m_controller->history().entries()) {
+        if (entry.outcome == Outcome::Confirmed) {
+            const QString name = QFileInfo(entry.path).fileName();
+            EXPECT_EQ(arrived(name), name.section(u' ', 1).toUtf8()) << name.toStdString();
+        }
+    }
+    EXPECT_EQ(status(), u"Upload succeeded"_s);
+    EXPECT_EQ(m_controller->history().entries().back().outcome, Outcome::Confirmed);
+    EXPECT_EQ(network.problem().toStdString(), "");
+}
+
+/// The window where nothing leads to the server, nor anywhere else.
+class NoRouteTest : protected InPrivateNetwork, public WindowServerTest {
+protected:
+    NoRouteTest()
+    {
+        NetworkManager::setReachabilitySource(nullptr); // The kernel's own word.
+        set({ { u"Address"_s, u"192.0.2.1"_s } });
+        setDelayedAlertPresenter([this](const QString& message, const QString& text) {
+            ++m_alerts;
+            m_controller->showAlert(message, text);
+        });
+    }
+    ~NoRouteTest() override { setDelayedAlertPresenter(nullptr); }
+
+    int m_alerts = 0;
+};
+
+TEST_F(NoRouteTest, ThousandsOfFilesFailOneAfterTheOtherWithOneAlert)
+{
+    constexpr int count = 2'000;
+    ASSERT_EQ(network.problem().toStdString(), "");
+    const QString file = makeFile(u"file"_s);
+    m_controller->uploadFiles(QStringList(count, file));
+
+    // More ticks than the timer has: one for each turn of the loop.
+    const QDeadlineTimer deadline(100s);
+    while ((!m_controller->fileUploadQueue().isEmpty() || m_controller->pc().isSending()) && !deadline.hasExpired()) {
+        m_controller->onTick();
+        QCoreApplication::processEvents();
+    }
+    bool allAreDue = false;
+    RunLoop::dispatchAfter(1010, nullptr, [&allAreDue] { allAreDue = true; });
+    EXPECT_TRUE(waitFor([&allAreDue] { return allAreDue; }));
+
+    EXPECT_EQ(status(), u"Stream open error"_s);
+    const auto& entries = m_controller->history().entries();
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
+                            [](const HistoryEntry& entry) { return entry.outcome == HistoryEntry::Outcome::Failed; }),
+              count);
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"No Internet Connection.: There seems to be no internet connection. The operation may fail."_s });
+    answerSheet();
+    EXPECT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
+}
+
 /// Files that change between their being dropped and their turn.
-class ChangedFilesTest : public WindowServerTest { };
+class ChangedFilesTest : public WindowServerTest {
+protected:
+    /// The descriptor of a local socket that others can connect to at @p path, or -1.
+    static int listeningAt(const QString& path)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        const QByteArray name = QFile::encodeName(path);
+        if (static_cast<size_t>(name.size()) >= sizeof address.sun_path) {
+            return -1;
+        }
+        std::copy(name.begin(), name.end(), static_cast<char*>(address.sun_path));
+        const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0
+            || ::listen(descriptor, 1) != 0) {
+            ::close(descriptor);
+            return -1;
+        }
+        return descriptor;
+    }
+};
 
 TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGoesUp)
 {
@@ -66,10 +174,11 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
     const QString pipe = makeFile(u"pipe"_s);
     const QString folder = makeFile(u"became a folder"_s);
     const QString device = makeFile(u"device"_s);
+    const QString socketPath = makeFile(u"socket"_s);
     const QString grown = makeFile(u"grown"_s);
     const QString shrunk = makeFile(u"shrunk"_s, "much content");
     const QString last = makeFile(u"last"_s);
-    m_controller->uploadFiles({ first, vanished, pipe, folder, device, grown, shrunk, last });
+    m_controller->uploadFiles({ first, vanished, pipe, folder, device, socketPath, grown, shrunk, last });
 
     QFile::remove(vanished);
     QFile::remove(pipe);
@@ -78,10 +187,14 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
     ASSERT_TRUE(QDir().mkdir(folder));
     QFile::remove(device);
     ASSERT_TRUE(QFile::link(u"/dev/zero"_s, device));
+    QFile::remove(socketPath);
+    const int socket = listeningAt(socketPath);
+    ASSERT_GE(socket, 0);
     makeFile(u"grown"_s, "content and more");
     makeFile(u"shrunk"_s, "little");
 
     EXPECT_TRUE(waitUntilIdle());
+    ::close(socket);
     EXPECT_EQ(status(), u"Upload succeeded"_s);
     EXPECT_EQ(m_server.file(u"folder/first"_s), QByteArray("content"));
     EXPECT_EQ(m_server.file(u"folder/grown"_s), QByteArray("content and more"));

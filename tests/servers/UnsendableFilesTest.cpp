@@ -137,6 +137,26 @@ TEST_F(UnsendableFilesTest, AFileThatShrinksWhileItIsSentIsAReadError)
     EXPECT_EQ(countChange(), 0);
 }
 
+TEST_F(UnsendableFilesTest, AFileThatGrowsWhileItIsSentGoesUpAsLongAsItWasAtTheStart)
+{
+    const QByteArray bytes(8'000'000, 'x');
+    const QString path = makeFile(u"file"_s, bytes);
+    bool hasGrown = false;
+    m_delegate.reaction = [&path, &hasGrown](const QString& status) {
+        if (status.startsWith(u"Sending"_s) && !std::exchange(hasGrown, true)) {
+            QFile file(path);
+            ASSERT_TRUE(file.open(QIODevice::Append));
+            file.write(QByteArray(1'000'000, 'y'));
+        }
+    };
+
+    EXPECT_EQ(upload(path).last(), u"Upload succeeded"_s);
+
+    m_delegate.reaction = nullptr;
+    EXPECT_TRUE(hasGrown);
+    EXPECT_TRUE(m_server.file(u"file"_s) == bytes);
+}
+
 TEST_F(UnsendableFilesTest, ALinkUploadsTheFileItLeadsToWhole)
 {
     const QByteArray bytes(100'000, 'x');

@@ -31,9 +31,7 @@ using NetworkManagerDeathTest = NetworkManagerTest;
 TEST_F(NetworkManagerTest, ThereIsOneForAllThreads)
 {
     NetworkManager* other = nullptr;
-    const std::unique_ptr<QThread> thread(QThread::create([&other] { other = &NetworkManager::sharedInstance(); }));
-    thread->start();
-    thread->wait();
+    std::thread([&other] { other = &NetworkManager::sharedInstance(); }).join();
 
     EXPECT_EQ(other, &m_manager);
 }
