@@ -4,7 +4,7 @@
 
 bool isEnd(FTPProbeState state)
 {
-    return state >= FTPProbeState::Works;
+    return state >= FTPProbeState::Works; // All ends stand behind what comes before them.
 }
 
 ConnectionProbe::ConnectionProbe(const FTPProbeRequest& request, CertificateTrust* trust, FTPProbeHandler handler)

@@ -134,6 +134,7 @@ public:
 
     /// Tries a connection, as a stream to the folder would make it, on a connection of its own. Nothing is moved or
     /// changed. Null when there is nothing to try it with.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): factories that try a connection keep it.
     virtual std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler)
     {
         Q_UNUSED(request);
