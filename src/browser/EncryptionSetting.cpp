@@ -6,8 +6,8 @@ using namespace Qt::StringLiterals;
 
 FTPEncryption encryptionSetting(const UserDefaults& defaults)
 {
-    const bool isOff = !defaults.contains(encryptionKey())
-        || defaults.string(encryptionKey()) == encryptionValue(FTPEncryption::None);
+    const QJsonValue value = defaults.lastKnown(encryptionKey());
+    const bool isOff = value.isUndefined() || value == encryptionValue(FTPEncryption::None);
     return isOff ? FTPEncryption::None : FTPEncryption::Required;
 }
 

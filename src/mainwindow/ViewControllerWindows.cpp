@@ -54,7 +54,8 @@ void ViewController::loadOtherWindows()
                 },
             .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
             .forgetCertificate =
-                [](const QString& destination) {
+                [this](const QString& destination) {
+                    m_streams.closeIdleConnections(destination); // They were made while it was trusted.
                     const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
                     return place && TrustedCertificates::standard().forget(place->host, place->port);
                 },

@@ -12,13 +12,20 @@ QString dateText(const QDateTime& moment)
     return moment.isValid() ? shortDateShortTimeText(moment) : u"an unknown date"_s;
 }
 
+/// A name that a server has chosen, no longer than a name has to be.
+QString shortened(const QString& name)
+{
+    constexpr qsizetype most = 60;
+    return name.size() <= most ? name : name.first(most / 2) + u'…' + name.last(most / 2);
+}
+
 /// Whom the certificate was made for, as far as it says so.
 QString hostsText(const ServerCertificate& certificate)
 {
     constexpr qsizetype most = 3;
     QStringList hosts;
     for (const QString& host : certificate.hosts.first(qMin(most, certificate.hosts.size()))) {
-        hosts.append(u"“%1”"_s.arg(visibleText(host)));
+        hosts.append(u"“%1”"_s.arg(shortened(visibleText(host))));
     }
     if (certificate.hosts.size() > most) {
         hosts.append(u"others"_s);

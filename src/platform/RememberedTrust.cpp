@@ -14,23 +14,28 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
 {
     const Shown shown{ question.host.toLower(), question.port, question.certificate.fingerprint };
     const QByteArray known = m_store.fingerprint(shown.host, shown.port);
-    if (!known.isEmpty() && known != shown.fingerprint) {
-        answer(false);
-        if (!m_toldOf.contains(shown)) {
-            m_toldOf.insert(shown);
-            m_prompt.certificateHasChanged(question, known);
-        }
-    } else if (known == shown.fingerprint || m_accepted.contains(shown)) {
+    if (known == shown.fingerprint) {
         answer(true);
+    } else if (!known.isEmpty()) {
+        answer(false);
+        tellOfChange(question, known);
     } else if (m_refused.contains(shown)) {
         answer(false);
     } else {
-        m_prompt.askToTrust(question, [self = m_anchor.ref(this), shown, answer = std::move(answer)](bool isTrusted) {
-            if (self.get() != nullptr) {
-                self.get()->answered(shown, isTrusted);
-            }
-            answer(isTrusted);
-        });
+        m_prompt.askToTrust(question,
+                            [self = m_anchor.ref(this), question, answer = std::move(answer)](bool isTrusted) {
+                                const bool counts = self.get() == nullptr || self.get()->answered(question, isTrusted);
+                                answer(isTrusted && counts);
+                            });
+    }
+}
+
+void RememberedTrust::tellOfChange(const CertificateQuestion& question, const QByteArray& known)
+{
+    const Shown place{ question.host.toLower(), question.port, {} };
+    if (!m_toldOf.contains(place)) {
+        m_toldOf.insert(place);
+        m_prompt.certificateHasChanged(question, known);
     }
 }
 
@@ -40,11 +45,19 @@ void RememberedTrust::forgetRefusals()
     m_toldOf.clear();
 }
 
-void RememberedTrust::answered(const Shown& shown, bool isTrusted)
+/// False when the answer cannot count: another certificate has come to be trusted there since the question.
+bool RememberedTrust::answered(const CertificateQuestion& question, bool isTrusted)
 {
+    const QByteArray& fingerprint = question.certificate.fingerprint;
     if (!isTrusted) {
-        m_refused.insert(shown);
-    } else if (!m_store.trust(shown.host, shown.port, shown.fingerprint)) {
-        m_accepted.insert(shown);
+        m_refused.insert({ question.host.toLower(), question.port, fingerprint });
+        return true;
     }
+    const QByteArray known = m_store.fingerprint(question.host, question.port);
+    if (!known.isEmpty() && known != fingerprint) {
+        tellOfChange(question, known);
+        return false;
+    }
+    m_store.trust(question.host, question.port, fingerprint);
+    return true;
 }

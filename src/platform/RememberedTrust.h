@@ -55,12 +55,12 @@ private:
         }
     };
 
-    void answered(const Shown& shown, bool isTrusted);
+    bool answered(const CertificateQuestion& question, bool isTrusted);
+    void tellOfChange(const CertificateQuestion& question, const QByteArray& known);
 
     TrustedCertificates& m_store;
     CertificatePrompt& m_prompt;
-    QSet<Shown> m_accepted; ///< Those that could not be stored.
     QSet<Shown> m_refused;
-    QSet<Shown> m_toldOf; ///< Those that were not the trusted ones.
+    QSet<Shown> m_toldOf; ///< Where another one than the trusted one was shown; without fingerprints.
     WeakAnchor m_anchor;
 };

@@ -30,16 +30,28 @@ TrustedCertificates::TrustedCertificates(const QString& filePath)
 
 QByteArray TrustedCertificates::fingerprint(const QString& host, quint16 port) const
 {
-    const QByteArray bytes = QByteArray::fromHex(m_file.string(keyOf(host, port)).toLatin1());
+    const QString key = keyOf(host, port);
+    if (const auto unstored = m_unstored.constFind(key); unstored != m_unstored.constEnd()) {
+        return *unstored;
+    }
+    const QByteArray bytes = QByteArray::fromHex(m_file.string(key).toLatin1());
     return bytes.size() == fingerprintSize ? bytes : QByteArray();
 }
 
 bool TrustedCertificates::trust(const QString& host, quint16 port, const QByteArray& fingerprint)
 {
-    return m_file.store({ { keyOf(host, port), QString::fromLatin1(fingerprint.toHex()) } });
+    const QString key = keyOf(host, port);
+    m_unstored.remove(key);
+    const bool isStored = m_file.store({ { key, QString::fromLatin1(fingerprint.toHex()) } });
+    if (!isStored) {
+        m_unstored.insert(key, fingerprint);
+    }
+    return isStored;
 }
 
 bool TrustedCertificates::forget(const QString& host, quint16 port)
 {
-    return m_file.store({ { keyOf(host, port), QJsonValue() } });
+    const QString key = keyOf(host, port);
+    m_unstored.remove(key);
+    return m_file.store({ { key, QJsonValue() } });
 }

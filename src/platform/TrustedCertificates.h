@@ -3,6 +3,7 @@
 #include "UserDefaults.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 
 /// The certificates that the user trusts although nobody vouches for them: one for each host and port, by its SHA-256
@@ -24,11 +25,12 @@ public:
     QByteArray fingerprint(const QString& host, quint16 port) const;
 
     /// Stores @p fingerprint, 32 bytes, in place of what was trusted there before. False when the file could not be
-    /// written.
-    [[nodiscard]] bool trust(const QString& host, quint16 port, const QByteArray& fingerprint);
+    /// written: then it is trusted as long as the program runs.
+    bool trust(const QString& host, quint16 port, const QByteArray& fingerprint);
     /// Trusts nothing there any more. False when the file could not be written.
     [[nodiscard]] bool forget(const QString& host, quint16 port);
 
 private:
     UserDefaults m_file;
+    QHash<QString, QByteArray> m_unstored; ///< By host and port: what the file could not take.
 };

@@ -122,6 +122,12 @@ bool UserDefaults::contains(const QString& key) const
     return m_values.contains(key);
 }
 
+QJsonValue UserDefaults::lastKnown(const QString& key) const
+{
+    refresh();
+    return m_lastKnown.value(key);
+}
+
 QString UserDefaults::string(const QString& key) const
 {
     refresh();
@@ -207,6 +213,9 @@ void UserDefaults::readFile() const
         const std::optional<QJsonObject> values = parsedFile(m_filePath);
         m_values = values.value_or(QJsonObject());
         m_broken = !values;
+    }
+    if (!m_values.isEmpty()) {
+        m_lastKnown = m_values;
     }
 
     const auto now = std::chrono::system_clock::now().time_since_epoch();

@@ -33,6 +33,10 @@ public:
     /// The boolean under @p key; nothing when the key is absent or holds no boolean.
     std::optional<bool> boolean(const QString& key) const;
 
+    /// The value under @p key, also when the file holds nothing at this moment: then as it was when it last held
+    /// something. For what must not be lost while somebody writes the file. Undefined when the key is absent.
+    QJsonValue lastKnown(const QString& key) const;
+
     /// Stores all @p values in one step; a null value removes its key. What other programs have stored meanwhile under
     /// other keys stays. Folders that are missing are made for the owner alone. False when the file could not be
     /// written, which then stands as it was.
@@ -65,6 +69,7 @@ private:
     QString m_filePath;
     std::function<void()> m_brokenFileHandler;
     mutable QJsonObject m_values;
+    mutable QJsonObject m_lastKnown; ///< The last ones that were not empty.
     mutable std::optional<Stamp>
         m_stamp; ///< The state that m_values were read from; nothing when it may change unseen.
     mutable bool m_broken = false;

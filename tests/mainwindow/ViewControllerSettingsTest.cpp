@@ -44,6 +44,21 @@ TEST_F(ViewControllerSettingsTest, EncryptionIsOffOnlyWhenItIsAbsentOrSaidToBe)
     EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
 }
 
+TEST_F(ViewControllerSettingsTest, EncryptionStaysRequiredWhileSomebodyWritesTheFile)
+{
+    set({ { u"Encryption"_s, u"required"_s } });
+    EXPECT_EQ(ViewController::encryption(), FTPEncryption::Required);
+
+    for (const char* contents : { "", "{ \"Encryp", "{}" }) {
+        QFile file(UserDefaults::standard().filePath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+        file.close();
+
+        EXPECT_EQ(ViewController::encryption(), FTPEncryption::Required) << contents;
+    }
+}
+
 TEST_F(ViewControllerSettingsTest, EveryTransferTakesTheSettingForEncryption)
 {
     set({ { u"Encryption"_s, u"required"_s } });
@@ -126,6 +141,7 @@ TEST_F(ViewControllerSettingsTest, ThePanelForgetsTheCertificateOfTheServerThatI
     forget.click();
 
     EXPECT_FALSE(forget.isEnabled());
+    EXPECT_FALSE(m_streams.closedIdle.isEmpty()); // What was logged in under it is not used again.
     EXPECT_TRUE(trusted.fingerprint(u"host"_s, 21).isEmpty());
     EXPECT_FALSE(trusted.fingerprint(u"host"_s, 2121).isEmpty());
     QFile::remove(trusted.filePath());

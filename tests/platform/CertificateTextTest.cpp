@@ -72,6 +72,16 @@ TEST(CertificateTextTest, WhomItWasMadeForIsShownAndNotObeyed)
               QStringList{ u"It was made for “a”, “b”, “c”, others, not for “ftp.example”."_s });
 }
 
+TEST(CertificateTextTest, ANameThatTheServerChoseStaysAName)
+{
+    CertificateQuestion question = questionAbout({ CertificateProblem::WrongHost });
+    question.certificate.hosts = { u"begin "_s + u"x "_s.repeated(500) + u"end"_s };
+
+    EXPECT_EQ(problemTexts(question, now),
+              QStringList{ u"It was made for “begin x x x x x x x x x x x x … x x x x x x x x x x x x x end”, not for "
+                           "“ftp.example”."_s });
+}
+
 TEST(CertificateTextTest, ServersAreToldWithTheirPort)
 {
     CertificateQuestion question = questionAbout({});

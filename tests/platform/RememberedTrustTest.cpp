@@ -106,6 +106,29 @@ TEST_F(RememberedTrustTest, AChangedCertificateIsToldOfOnceUntilSomebodyTriesAne
     EXPECT_EQ(m_log.size(), 5);
 }
 
+TEST_F(RememberedTrustTest, AServerThatShowsAnotherOneEachTimeIsToldOfOnce)
+{
+    EXPECT_TRUE(m_store.trust(u"host"_s, 21, QByteArray(32, 'a')));
+
+    judge('b');
+    judge('c');
+    judge('d', u"HOST"_s);
+
+    EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"changed at host from a"_s, u"refused"_s, u"refused"_s }));
+}
+
+TEST_F(RememberedTrustTest, OfTwoOpenQuestionsAboutAServerOneCanBeTrusted)
+{
+    judge('a');
+    judge('b');
+
+    m_answers[0](true);
+    m_answers[1](true);
+
+    EXPECT_EQ(m_log.mid(2), (QStringList{ u"trusted"_s, u"changed at host from a"_s, u"refused"_s }));
+    EXPECT_EQ(m_store.fingerprint(u"host"_s, 21), QByteArray(32, 'a'));
+}
+
 TEST_F(RememberedTrustTest, OnceTheOldOneIsForgottenTheNewOneIsAskedAbout)
 {
     EXPECT_TRUE(m_store.trust(u"host"_s, 21, QByteArray(32, 'a')));
@@ -125,8 +148,11 @@ TEST_F(RememberedTrustTest, TrustThatCannotBeStoredLastsAsLongAsTheProgram)
     answer(true);
 
     judge('a');
+    judge('b');
 
-    EXPECT_EQ(m_log, (QStringList{ u"asked about host"_s, u"trusted"_s, u"trusted"_s }));
+    EXPECT_EQ(
+        m_log,
+        (QStringList{ u"asked about host"_s, u"trusted"_s, u"trusted"_s, u"refused"_s, u"changed at host from a"_s }));
     m_trust.reset();
 }
 

@@ -84,11 +84,18 @@ TEST_F(TrustedCertificatesTest, WhatIsNoFingerprintIsNotTrusted)
     EXPECT_EQ(m_certificates.fingerprint(u"host"_s, 21), m_two);
 }
 
-TEST_F(TrustedCertificatesTest, AFileThatCannotBeWrittenIsTold)
+TEST_F(TrustedCertificatesTest, WhatCannotBeWrittenIsToldAndLastsAsLongAsTheProgram)
 {
     TrustedCertificates nowhere(u"/dev/null/trusted.json"_s);
 
-    EXPECT_FALSE(nowhere.trust(u"host"_s, 21, m_one));
+    EXPECT_FALSE(nowhere.trust(u"Host"_s, 21, m_one));
+    EXPECT_EQ(nowhere.fingerprint(u"host"_s, 21), m_one);
+    EXPECT_TRUE(nowhere.fingerprint(u"host"_s, 22).isEmpty());
+
+    EXPECT_FALSE(nowhere.trust(u"host"_s, 21, m_two));
+    EXPECT_EQ(nowhere.fingerprint(u"host"_s, 21), m_two);
+
+    EXPECT_FALSE(nowhere.forget(u"HOST"_s, 21));
     EXPECT_TRUE(nowhere.fingerprint(u"host"_s, 21).isEmpty());
 }
 

@@ -223,6 +223,22 @@ TEST_F(UserDefaultsTest, ABrokenFileReadsAsIfItWereEmpty)
     }
 }
 
+TEST_F(UserDefaultsTest, WhatAFileLastHeldIsKnownWhileItHoldsNothing)
+{
+    EXPECT_TRUE(m_defaults.lastKnown(u"Address"_s).isUndefined());
+    writeFile(R"({"Address": "host", "Other": true})");
+    EXPECT_EQ(m_defaults.lastKnown(u"Address"_s), QJsonValue(u"host"_s));
+
+    for (const char* bytes : { "", "{", "{}" }) {
+        writeFile(bytes);
+
+        EXPECT_FALSE(m_defaults.contains(u"Address"_s));
+        EXPECT_EQ(m_defaults.lastKnown(u"Address"_s), QJsonValue(u"host"_s)) << bytes;
+    }
+    writeFile(R"({"Other": true})");
+    EXPECT_TRUE(m_defaults.lastKnown(u"Address"_s).isUndefined());
+}
+
 TEST_F(UserDefaultsTest, AFileOfOneMiBIsStillRead)
 {
     const QByteArray json = R"({"Address": "host"})";

@@ -182,6 +182,7 @@ bool DataConnection::reportWritable()
     } else if (!m_outgoing.isEmpty()) {
         return false; // The socket has not taken all of it yet.
     } else if (m_ending) {
+        m_ending = false;
         stopWatching();
         ::shutdown(m_socket, SHUT_WR);
     } else {

@@ -57,6 +57,8 @@ public:
 
     /// Tells the peer that everything has been sent. The socket stays, so that hasProgressed() goes on.
     void endWriting();
+    /// Whether the end, and what was taken before it, still waits for the socket. Never so in clear.
+    bool isEnding() const { return m_ending; }
     /// Closes in good order, when the peer has ended its side or everything has been sent.
     void close();
     /// Drops what is under way, so that the peer sees an interruption and not an end.

@@ -192,6 +192,10 @@ void Transfer::trustAnswered(bool isTrusted)
     if (!isTrusted) {
         finishWith({ FTPStreamError::Domain::Certificate, 0 }, false);
     } else if (m_connection == nullptr || !m_connection->isUsable()) {
+        if (std::exchange(m_triedAfterTrust, true)) {
+            fail(); // It leaves whenever its certificate is looked at.
+            return;
+        }
         // The server would not wait for the answer.
         letGoOfConnection(false);
         takeConnection(ConnectionPool::Reuse::Fresh);

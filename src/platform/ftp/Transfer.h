@@ -168,6 +168,7 @@ private:
 
     bool m_triedFresh = false;
     bool m_triedInTurn = false;
+    bool m_triedAfterTrust = false;
     bool m_triedPasv = false;
     bool m_reported = false; ///< An event has been delivered, so that no further try is invisible.
 

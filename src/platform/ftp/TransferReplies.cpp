@@ -203,7 +203,9 @@ void Transfer::judgeTransfer(const Reply& reply)
     }
     m_confirmed = true;
     if (m_state == State::Confirming) {
-        if (m_request.kind == Kind::Upload) {
+        if (m_request.kind == Kind::Upload && m_data.isEnding()) {
+            fail(); // It cannot confirm what has not left yet.
+        } else if (m_request.kind == Kind::Upload) {
             succeed(FTPStreamEvent::HasSpaceAvailable);
         } else {
             dataEnded();

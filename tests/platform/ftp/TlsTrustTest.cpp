@@ -209,6 +209,26 @@ TEST_F(TlsTrustTest, AServerThatDoesNotWaitIsTriedAgainAfterTheAnswer)
     EXPECT_EQ(secure()->hear(), "PBSZ 0");
 }
 
+TEST_F(TlsTrustTest, AServerThatLeavesWheneverItsCertificateIsLookedAtIsGivenUp)
+{
+    startJudged(m_recorder);
+    auto first = secure();
+    ASSERT_TRUE(waitForQuestions(1));
+    first->say("421 Too slow"); // Not only the bare end: what it says first ends the use of the connection, too.
+    first->close();
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
+    m_judge.answers.front()(true);
+    auto second = secure();
+    ASSERT_TRUE(waitForQuestions(2));
+    second->close();
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
+
+    m_judge.answers.back()(true);
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_peer.connectionCount(), 2);
+}
+
 TEST_F(TlsTrustTest, AStreamMayBeClosedWhileItWaits)
 {
     startJudged(m_recorder);
