@@ -90,6 +90,16 @@ constexpr QFile::Permissions executable = readable | QFile::ExeOwner | QFile::Ex
 ProgramCopies::Folders ProgramCopies::Folders::standard()
 {
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+/// Writes a launcher for @p fileName as writeNew() does, but in place of one of our own that is left there.
+bool writeLauncher(const QString& path, const QString& fileName, const QByteArray& content,
+                   QFile::Permissions permissions)
+{
+    if (isOurs(path, fileName)) {
+        QFile::remove(path);
+    }
+    return writeNew(path, content, permissions);
+}
+
     const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     return {
         .links = data + u"/quillbox/copies"_s,
@@ -147,7 +157,10 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
         return Outcome::NameNotPossible;
     }
     const std::optional<QString> onDesktopPath = onDesktop ? desktopPath(name) : std::nullopt;
-    if (isTaken(linkPath(name)) || isTaken(launcherPath(name)) || (onDesktopPath && isTaken(*onDesktopPath))) {
+    const QString file = fileName(name);
+    const auto isForeign = [&file](const QString& path) { return isTaken(path) && !isOurs(path, file); };
+    // A copy whose link has been removed by hand leaves launchers, which must not stand in its way for good.
+    if (isTaken(linkPath(name)) || isForeign(launcherPath(name)) || (onDesktopPath && isForeign(*onDesktopPath))) {
         return Outcome::AlreadyThere;
     }
     QDir().mkpath(m_folders.links);
@@ -156,11 +169,11 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
     if (::symlink(QFile::encodeName(m_programPath).constData(), QFile::encodeName(linkPath(name)).constData()) != 0) {
         return Outcome::NotWritable;
     }
-    if (!writeNew(launcherPath(name), launcher(name), readable)) {
+    if (!writeLauncher(launcherPath(name), file, launcher(name), readable)) {
         QFile::remove(linkPath(name));
         return Outcome::NotWritable;
     }
-    if (onDesktopPath && !writeNew(*onDesktopPath, launcher(name), executable)) {
+    if (onDesktopPath && !writeLauncher(*onDesktopPath, file, launcher(name), executable)) {
         QFile::remove(launcherPath(name));
         QFile::remove(linkPath(name));
         return Outcome::NotWritable;

@@ -210,6 +210,35 @@ TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)
     };
     for (const auto& [name, verdict] : rows) {
         SCOPED_TRACE(name.toStdString());
+TEST_F(ProgramCopiesTest, ACopyWhoseLinkWasRemovedByHandCanBeMadeAgain)
+{
+    ASSERT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
+    const QByteArray launcher = read(launcherPath(u"a"_s));
+    ASSERT_TRUE(QFile::remove(path(u"copies/a"_s)));
+    write(launcherPath(u"a"_s), launcher + "Comment[de]=old\n");
+
+    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
+
+    EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
+    EXPECT_EQ(read(path(u"Desktop/a.desktop"_s)), launcher);
+    EXPECT_TRUE(m_copies.remove(u"a"_s));
+    EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, AnotherCopysLauncherStandsInTheWay)
+{
+    ASSERT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    const QByteArray launcher = read(launcherPath(u"a"_s));
+    write(path(u"Desktop/b.desktop"_s), launcher);
+    write(launcherPath(u"c"_s), launcher);
+
+    EXPECT_EQ(m_copies.make(u"b"_s, true), Outcome::AlreadyThere);
+    EXPECT_EQ(m_copies.make(u"c"_s, false), Outcome::AlreadyThere);
+
+    EXPECT_EQ(files(u"copies"_s), QStringList{ u"a"_s });
+    EXPECT_EQ(read(path(u"Desktop/b.desktop"_s)), launcher);
+}
+
         EXPECT_EQ(ProgramCopies::judge(name), verdict);
         EXPECT_EQ(m_copies.make(name, true), Outcome::NameNotPossible);
     }
