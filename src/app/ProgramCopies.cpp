@@ -20,11 +20,17 @@ constexpr qsizetype longestFileName = 255; ///< Bytes that a file system takes, 
 constexpr QLatin1String launcherSuffix(".desktop");
 constexpr QLatin1String ownMark("X-Quillbox-Copy"); ///< The launcher's key that says for which file name we made it.
 
-/// @p text as the value of a key in a launcher.
+/// @p text as the value of a key in a launcher. Some readers drop blanks at either end of a value.
 QString asValue(QString text)
 {
     text.replace(u'\\', u"\\\\"_s);
-    return text.startsWith(u' ') ? u"\\s"_s + text.sliced(1) : text;
+    if (text.startsWith(u' ')) {
+        text.replace(0, 1, u"\\s"_s);
+    }
+    if (text.endsWith(u' ')) {
+        text.replace(text.size() - 1, 1, u"\\s"_s);
+    }
+    return text;
 }
 
 /// @p word of a launcher's command line: quoted for it, and then as a value.
@@ -42,6 +48,13 @@ QString asWord(QString word)
 QString commandLine(const QString& path)
 {
     return u"/bin/sh -c "_s + asWord(u"exec \"$0\" \"$@\""_s) + u' ' + asWord(path) + u" %F"_s;
+}
+
+/// The line by which the desktop knows the windows of the program's file @p fileName by their instance; none for the
+/// name that is the class of all windows, which the product's own launcher claims.
+QString windowsLine(const QString& fileName)
+{
+    return fileName == u"quillbox"_s ? QString() : u"StartupWMClass="_s + asValue(fileName) + u'\n';
 }
 
 /// Whether anything is at @p path, were it a link that leads nowhere.
@@ -77,6 +90,16 @@ bool isOurs(const QString& path, const QString& fileName)
     return file.readAll().split('\n').contains((ownMark + u'=' + asValue(fileName)).toUtf8());
 }
 
+/// Writes a launcher for @p fileName as writeNew() does, but in place of one of our own that is left there.
+bool writeLauncher(const QString& path, const QString& fileName, const QByteArray& content,
+                   QFile::Permissions permissions)
+{
+    if (isOurs(path, fileName)) {
+        QFile::remove(path);
+    }
+    return writeNew(path, content, permissions);
+}
+
 bool isFolderName(const QString& level)
 {
     return !level.trimmed().isEmpty() && level != u"."_s && level != u".."_s;
@@ -90,16 +113,6 @@ constexpr QFile::Permissions executable = readable | QFile::ExeOwner | QFile::Ex
 ProgramCopies::Folders ProgramCopies::Folders::standard()
 {
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-/// Writes a launcher for @p fileName as writeNew() does, but in place of one of our own that is left there.
-bool writeLauncher(const QString& path, const QString& fileName, const QByteArray& content,
-                   QFile::Permissions permissions)
-{
-    if (isOurs(path, fileName)) {
-        QFile::remove(path);
-    }
-    return writeNew(path, content, permissions);
-}
-
     const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     return {
         .links = data + u"/quillbox/copies"_s,
@@ -229,8 +242,14 @@ QString ProgramCopies::launcherPath(const QString& name) const
 
 std::optional<QString> ProgramCopies::desktopPath(const QString& name) const
 {
-    return m_folders.desktop.isNull() ? std::nullopt
-                                      : std::optional(m_folders.desktop + u'/' + fileName(name) + launcherSuffix);
+    if (m_folders.desktop.isNull()) {
+        return std::nullopt;
+    }
+    QString file = fileName(name);
+    if (file.startsWith(u'.')) {
+        file[0] = u'_'; // A hidden file does not show on the desktop.
+    }
+    return m_folders.desktop + u'/' + file + launcherSuffix;
 }
 
 QByteArray ProgramCopies::launcher(const QString& name) const
@@ -245,11 +264,12 @@ QByteArray ProgramCopies::launcher(const QString& name) const
                          "Exec=%3\n"
                          "Icon=io.github.quillbox.Quillbox\n"
                          "Terminal=false\n"
+                         "Categories=Network;FileTransfer;Qt;\n"
                          "StartupNotify=false\n"
-                         "StartupWMClass=%4\n"
-                         "%5=%4\n"_s;
+                         "%4%5=%6\n"_s;
     // All at once: a name may hold what looks like a place for another one.
     return text
-        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), asValue(fileName(name)), ownMark)
+        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), windowsLine(fileName(name)), ownMark,
+             asValue(fileName(name)))
         .toUtf8();
 }

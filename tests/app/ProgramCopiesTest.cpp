@@ -23,7 +23,7 @@ using Outcome = ProgramCopies::Outcome;
 const QStringList strangeNames{ u"Scans"_s,          u"Photos/2024"_s, u"with blank"_s,  u" leading"_s,
                                 u"été Ω"_s,          u"a\"b'c`d"_s,    u"100%F %% %1"_s, u"$HOME"_s,
                                 u"back\\slash\\n"_s, u"Quillbox 2"_s,  u"#;[x]&|<>*?"_s, u"x.app"_s,
-                                u"--help"_s,         u"a=b"_s };
+                                u"--help"_s,         u"a=b"_s,         u"trailing "_s,   u"two  "_s };
 
 class ProgramCopiesTest : public ::testing::Test {
 protected:
@@ -94,6 +94,8 @@ TEST_F(ProgramCopiesTest, ACopyIsALinkOfItsNameAndALauncher)
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nStartupWMClass=Scans\n"));
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nCategories=Network;FileTransfer;Qt;\n"));
 TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopMayBeExecuted)
 {
     EXPECT_EQ(m_copies.make(u"A/B"_s, true), Outcome::Made);
@@ -108,6 +110,37 @@ TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysNa
 {
     for (const QString& name : strangeNames) {
         SCOPED_TRACE(name.toStdString());
+TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopIsNoHiddenFile)
+{
+    EXPECT_EQ(m_copies.make(u".x"_s, true), Outcome::Made);
+
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"_x.desktop"_s });
+    EXPECT_EQ(m_copies.make(u"_x"_s, true), Outcome::AlreadyThere);
+    ASSERT_EQ(m_copies.copies().size(), 1);
+    EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
+    EXPECT_TRUE(m_copies.remove(u".x"_s));
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, NoCopyClaimsTheWindowsOfAllOthers)
+{
+    ASSERT_EQ(m_copies.make(u"quillbox"_s, false), Outcome::Made);
+
+    EXPECT_FALSE(read(launcherPath(u"quillbox"_s)).contains("StartupWMClass"));
+}
+
+TEST_F(ProgramCopiesTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThem)
+{
+    ASSERT_EQ(m_copies.make(u" a "_s, false), Outcome::Made);
+
+    const QList<QByteArray> lines = read(launcherPath(u" a "_s)).split('\n');
+    EXPECT_TRUE(lines.contains("Name=\\sa\\s"));
+    EXPECT_TRUE(lines.contains("StartupWMClass=\\sa\\s"));
+    for (const QByteArray& line : lines) {
+        EXPECT_FALSE(line.endsWith(' ')) << line.toStdString();
+    }
+}
+
         ASSERT_EQ(m_copies.make(name, false), Outcome::Made);
         const QString file = ProgramCopies::fileName(name);
 
