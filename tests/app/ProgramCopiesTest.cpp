@@ -8,9 +8,13 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/fsuid.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -90,12 +94,12 @@ TEST_F(ProgramCopiesTest, ACopyIsALinkOfItsNameAndALauncher)
 
     EXPECT_EQ(QFile::symLinkTarget(path(u"copies/Scans"_s)), path(u"program"_s));
     EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nName=Scans\n"));
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nStartupWMClass=Scans\n"));
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nCategories=Network;FileTransfer;Qt;\n"));
     EXPECT_FALSE(read(launcherPath(u"Scans"_s)).contains("MimeType"));
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
-    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nStartupWMClass=Scans\n"));
-    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nCategories=Network;FileTransfer;Qt;\n"));
 TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopMayBeExecuted)
 {
     EXPECT_EQ(m_copies.make(u"A/B"_s, true), Outcome::Made);
@@ -106,10 +110,6 @@ TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopMayBeExecuted)
     EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
 }
 
-TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysName)
-{
-    for (const QString& name : strangeNames) {
-        SCOPED_TRACE(name.toStdString());
 TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopIsNoHiddenFile)
 {
     EXPECT_EQ(m_copies.make(u".x"_s, true), Outcome::Made);
@@ -141,6 +141,10 @@ TEST_F(ProgramCopiesTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThe
     }
 }
 
+TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysName)
+{
+    for (const QString& name : strangeNames) {
+        SCOPED_TRACE(name.toStdString());
         ASSERT_EQ(m_copies.make(name, false), Outcome::Made);
         const QString file = ProgramCopies::fileName(name);
 
@@ -206,43 +210,6 @@ TEST_F(ProgramCopiesTest, WhatIsNotOursStaysAsItIs)
     EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
 }
 
-TEST_F(ProgramCopiesTest, ACopyIsMadeOnce)
-{
-    EXPECT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
-    const QByteArray launcher = read(launcherPath(u"a"_s));
-
-    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::AlreadyThere);
-
-    EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
-    EXPECT_EQ(files(u"Desktop"_s), QStringList());
-}
-
-TEST_F(ProgramCopiesTest, ACopyOfWhichAPartCannotBeMadeIsNotMade)
-{
-    write(path(u"applications"_s), "no folder");
-
-    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::NotWritable);
-
-    EXPECT_EQ(files(u"copies"_s), QStringList());
-    EXPECT_EQ(files(u"Desktop"_s), QStringList());
-}
-
-TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)
-{
-    const struct {
-        QString name;
-        NameVerdict verdict;
-    } rows[] = {
-        { u""_s, NameVerdict::Unsuitable },           { u"  "_s, NameVerdict::Unsuitable },
-        { u"."_s, NameVerdict::Unsuitable },          { u"a/../b"_s, NameVerdict::Unsuitable },
-        { u"/a"_s, NameVerdict::Unsuitable },         { u"a/"_s, NameVerdict::Unsuitable },
-        { u"a//b"_s, NameVerdict::Unsuitable },       { u"a:b"_s, NameVerdict::Unsuitable },
-        { u"a\nb"_s, NameVerdict::Unsuitable },       { QString(u'\0'), NameVerdict::Unsuitable },
-        { u"Quillbox"_s, NameVerdict::ProductsName }, { QString(248, u'x'), NameVerdict::TooLong },
-        { QString(124, u'é'), NameVerdict::TooLong },
-    };
-    for (const auto& [name, verdict] : rows) {
-        SCOPED_TRACE(name.toStdString());
 TEST_F(ProgramCopiesTest, ACopyWhoseLinkWasRemovedByHandCanBeMadeAgain)
 {
     ASSERT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
@@ -272,6 +239,88 @@ TEST_F(ProgramCopiesTest, AnotherCopysLauncherStandsInTheWay)
     EXPECT_EQ(read(path(u"Desktop/b.desktop"_s)), launcher);
 }
 
+TEST_F(ProgramCopiesTest, ACopyIsMadeOnce)
+{
+    EXPECT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    const QByteArray launcher = read(launcherPath(u"a"_s));
+
+    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::AlreadyThere);
+
+    EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ACopyOfWhichAPartCannotBeMadeIsNotMade)
+{
+    write(path(u"applications"_s), "no folder");
+
+    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::NotWritable);
+
+    EXPECT_EQ(files(u"copies"_s), QStringList());
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, WithoutALinkNothingOfACopyIsMade)
+{
+    const ProgramCopies copies(
+        path(u"program"_s),
+        { .links = u"/proc/nowhere"_s, .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) });
+
+    EXPECT_EQ(copies.make(u"a"_s, true), Outcome::NotWritable);
+
+    EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ACopyThatCannotBePutOnTheDesktopIsNotMade)
+{
+    const ProgramCopies copies(
+        path(u"program"_s),
+        { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = u"/proc/nowhere"_s });
+
+    EXPECT_EQ(copies.make(u"a"_s, true), Outcome::NotWritable);
+
+    EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ACopyWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
+{
+    ASSERT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    const auto setMode = [this](const QString& name, mode_t mode) {
+        ASSERT_EQ(::chmod(QFile::encodeName(path(name)).constData(), mode), 0);
+    };
+    setMode(QString(), 0755);
+    setMode(u"copies"_s, 0777);
+    setMode(u"applications"_s, 0555);
+    {
+        // Root may remove anything: as far as files go, be somebody else.
+        const auto before = static_cast<uid_t>(::setfsuid(65534));
+        const auto restore = qScopeGuard([before] { ::setfsuid(before); });
+
+        EXPECT_FALSE(m_copies.remove(u"a"_s));
+        EXPECT_EQ(m_copies.copies().size(), 1);
+    }
+    setMode(u"applications"_s, 0755);
+
+    EXPECT_TRUE(m_copies.remove(u"a"_s));
+    EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)
+{
+    const struct {
+        QString name;
+        NameVerdict verdict;
+    } rows[] = {
+        { u""_s, NameVerdict::Unsuitable },           { u"  "_s, NameVerdict::Unsuitable },
+        { u"."_s, NameVerdict::Unsuitable },          { u"a/../b"_s, NameVerdict::Unsuitable },
+        { u"/a"_s, NameVerdict::Unsuitable },         { u"a/"_s, NameVerdict::Unsuitable },
+        { u"a//b"_s, NameVerdict::Unsuitable },       { u"a:b"_s, NameVerdict::Unsuitable },
+        { u"a\nb"_s, NameVerdict::Unsuitable },       { QString(u'\0'), NameVerdict::Unsuitable },
+        { u"Quillbox"_s, NameVerdict::ProductsName }, { QString(248, u'x'), NameVerdict::TooLong },
+        { QString(124, u'é'), NameVerdict::TooLong },
+    };
+    for (const auto& [name, verdict] : rows) {
+        SCOPED_TRACE(name.toStdString());
         EXPECT_EQ(ProgramCopies::judge(name), verdict);
         EXPECT_EQ(m_copies.make(name, true), Outcome::NameNotPossible);
     }
