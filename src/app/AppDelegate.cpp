@@ -24,10 +24,7 @@
 #include <QSaveFile>
 #include <QUrl>
 
-#include <chrono>
-
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 AppDelegate* theAppDelegate = nullptr;
 
@@ -36,7 +33,6 @@ namespace {
 Q_LOGGING_CATEGORY(appLog, "app")
 
 constexpr int refreshDelayMs = 1000;
-constexpr auto sessionEndTime = 1min;
 
 } // namespace
 
@@ -44,8 +40,6 @@ AppDelegate::AppDelegate(ViewController& viewController)
     : m_candidate(viewController)
 {
     viewController.window().installEventFilter(this);
-    m_sessionEnd.setSingleShot(true);
-    m_sessionEnd.setInterval(sessionEndTime);
     const auto changed = [this](const QString& path) {
         // A file that was replaced is a new one at the same place.
         if (QFile::exists(path) && !m_watcher.files().contains(path)) {
@@ -61,6 +55,7 @@ AppDelegate::AppDelegate(ViewController& viewController)
             [this, controller] { showWelcomeWindow(controller); });
     connect(controller, &ViewController::copiesWindowRequested, this, &AppDelegate::showCopiesWindow);
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, changed);
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::sessionEnds);
 }
 
 AppDelegate::~AppDelegate() = default;
@@ -91,7 +86,7 @@ void AppDelegate::openFiles(const QStringList& paths)
 
 void AppDelegate::sessionEnds()
 {
-    m_sessionEnd.start();
+    m_sessionEnd.announce();
 }
 
 void AppDelegate::updateWindowTitleAndList()
@@ -135,7 +130,7 @@ bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == &m_candidate.window() && event->type() == QEvent::Close) {
         const QString warning = m_candidate.quitWarning();
-        if (!warning.isNull() && !m_isQuitting && !m_sessionEnd.isActive()) {
+        if (!warning.isNull() && !m_isQuitting && !m_sessionEnd.isNear()) {
             event->ignore();
             askWhetherToQuit(warning);
             return true;

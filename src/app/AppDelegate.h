@@ -1,11 +1,12 @@
 #pragma once
 
+#include "SessionEnd.h"
+
 #include <QFileSystemWatcher>
 #include <QMessageBox>
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QTimer>
 
 #include <memory>
 
@@ -30,8 +31,8 @@ public:
     /// Files opened with the application: they join the queue as they are. Without a main window they are lost.
     void openFiles(const QStringList& paths);
 
-    /// The user's session is about to end: for a minute from now, closing the window asks nothing. Sessions whose end
-    /// is called off say nothing more.
+    /// The user's session is about to end: until the user does something here again, closing the window asks nothing.
+    /// Called when the application hears of it.
     void sessionEnds();
 
     /// Sets the window's title to the destination and lists it, about two seconds from now.
@@ -84,7 +85,7 @@ private:
     QMainWindow* m_mainWindow = nullptr;
     std::unique_ptr<CopiesWindow> m_copiesWindow; ///< Null until it is first shown.
     QFileSystemWatcher m_watcher;
-    QTimer m_sessionEnd; ///< Runs while the session is about to end.
+    SessionEnd m_sessionEnd;
     bool m_isAskingToQuit = false;
     bool m_isQuitting = false; ///< The user has said so.
 };

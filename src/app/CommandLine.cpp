@@ -14,16 +14,26 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// @p path with one "/" at its beginning: a URL would take what follows two of them for the name of a host.
+QString withOneLeadingSlash(const QString& path)
+{
+    qsizetype slashes = 0;
+    while (slashes < path.size() && path[slashes] == u'/') {
+        ++slashes;
+    }
+    return path.sliced(std::max<qsizetype>(slashes - 1, 0));
+}
+
 /// The absolute path of a word of the command line: a path, or a file's URL.
 QString absolutePath(const QString& word)
 {
     if (word.startsWith(u"file://"_s)) {
-        if (QString path = localPath(QUrl(word)); !path.isNull()) {
-            return path;
+        if (const QString path = localPath(QUrl(word)); !path.isNull()) {
+            return withOneLeadingSlash(path);
         }
     }
     // Not cleaned: after a link, ".." is the parent of what the link leads to.
-    return word.startsWith(u'/') ? word : QDir::currentPath() + u'/' + word;
+    return withOneLeadingSlash(word.startsWith(u'/') ? word : QDir::currentPath() + u'/' + word);
 }
 
 /// Without "-session ID", with which a session manager starts programs again: it is a matter of the toolkit's.

@@ -1,6 +1,7 @@
 #include "DesktopIntegration.h"
 
-#include "ApplicationService.h"
+#include "Addressing.h"
+#include "ProgramIdentity.h"
 #include "ViewController.h"
 
 #include <QLocale>
@@ -11,9 +12,13 @@ using namespace Qt::StringLiterals;
 
 DesktopIntegration::DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop)
     : m_desktop(std::move(desktop))
-    , m_notifier(m_desktop.sessionBus(), programName, ApplicationService::busName(programName))
-    , m_progress(m_desktop.sessionBus(), ApplicationService::busName(programName))
-    , m_inhibitor(m_desktop.systemBus, m_desktop.sessionBus, programName, u"Files are being transferred"_s)
+    , m_notifier(m_desktop.sessionBus(),
+                 { .name = Addressing::appName(programName),
+                   .icon = ProgramIdentity::iconName(),
+                   .desktopEntry = ProgramIdentity::launcher(programName) })
+    , m_progress(m_desktop.sessionBus(), ProgramIdentity::launcher(programName))
+    , m_inhibitor(m_desktop.systemBus, m_desktop.sessionBus, Addressing::appName(programName),
+                  u"Files are being transferred"_s)
 {
     connect(&viewController, &ViewController::activityChanged, this, [this](const TransferActivity& activity) {
         m_progress.setProgress(activity.progress);

@@ -24,7 +24,8 @@ public:
         std::function<bool()> isInFront; ///< Whether the user sees one of the program's windows.
     };
 
-    /// @p viewController outlives this. @p programName: the file name under which the program runs.
+    /// @p viewController outlives this. @p programName: the file name under which the program runs; its
+    /// launcher is looked for once.
     DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop);
 
     /// What is said of a queue that was worked off; null when the user has ended it and there is nothing to tell.

@@ -105,7 +105,6 @@ int main(int argc, char** argv)
                              delegate.applicationDidBecomeActive();
                          }
                      });
-    QObject::connect(&application, &QGuiApplication::commitDataRequest, &delegate, &AppDelegate::sessionEnds);
     if (!commandLine.files.isEmpty()) {
         delegate.openFiles(commandLine.files);
     }

@@ -20,11 +20,17 @@ constexpr qsizetype longestFileName = 255; ///< Bytes that a file system takes, 
 constexpr QLatin1String launcherSuffix(".desktop");
 constexpr QLatin1String ownMark("X-Quillbox-Copy"); ///< The launcher's key that says for which file name we made it.
 
-/// @p text as the value of a key in a launcher.
+/// @p text as the value of a key in a launcher. Some readers drop blanks at either end of a value.
 QString asValue(QString text)
 {
     text.replace(u'\\', u"\\\\"_s);
-    return text.startsWith(u' ') ? u"\\s"_s + text.sliced(1) : text;
+    if (text.startsWith(u' ')) {
+        text.replace(0, 1, u"\\s"_s);
+    }
+    if (text.endsWith(u' ')) {
+        text.replace(text.size() - 1, 1, u"\\s"_s);
+    }
+    return text;
 }
 
 /// @p word of a launcher's command line: quoted for it, and then as a value.
@@ -42,6 +48,13 @@ QString asWord(QString word)
 QString commandLine(const QString& path)
 {
     return u"/bin/sh -c "_s + asWord(u"exec \"$0\" \"$@\""_s) + u' ' + asWord(path) + u" %F"_s;
+}
+
+/// The line by which the desktop knows the windows of the program's file @p fileName by their instance; none for the
+/// name that is the class of all windows, which the product's own launcher claims.
+QString windowsLine(const QString& fileName)
+{
+    return fileName == u"quillbox"_s ? QString() : u"StartupWMClass="_s + asValue(fileName) + u'\n';
 }
 
 /// Whether anything is at @p path, were it a link that leads nowhere.
@@ -75,6 +88,16 @@ bool isOurs(const QString& path, const QString& fileName)
         return false;
     }
     return file.readAll().split('\n').contains((ownMark + u'=' + asValue(fileName)).toUtf8());
+}
+
+/// Writes a launcher for @p fileName as writeNew() does, but in place of one of our own that is left there.
+bool writeLauncher(const QString& path, const QString& fileName, const QByteArray& content,
+                   QFile::Permissions permissions)
+{
+    if (isOurs(path, fileName)) {
+        QFile::remove(path);
+    }
+    return writeNew(path, content, permissions);
 }
 
 bool isFolderName(const QString& level)
@@ -147,7 +170,10 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
         return Outcome::NameNotPossible;
     }
     const std::optional<QString> onDesktopPath = onDesktop ? desktopPath(name) : std::nullopt;
-    if (isTaken(linkPath(name)) || isTaken(launcherPath(name)) || (onDesktopPath && isTaken(*onDesktopPath))) {
+    const QString file = fileName(name);
+    const auto isForeign = [&file](const QString& path) { return isTaken(path) && !isOurs(path, file); };
+    // A copy whose link has been removed by hand leaves launchers, which must not stand in its way for good.
+    if (isTaken(linkPath(name)) || isForeign(launcherPath(name)) || (onDesktopPath && isForeign(*onDesktopPath))) {
         return Outcome::AlreadyThere;
     }
     QDir().mkpath(m_folders.links);
@@ -156,11 +182,11 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
     if (::symlink(QFile::encodeName(m_programPath).constData(), QFile::encodeName(linkPath(name)).constData()) != 0) {
         return Outcome::NotWritable;
     }
-    if (!writeNew(launcherPath(name), launcher(name), readable)) {
+    if (!writeLauncher(launcherPath(name), file, launcher(name), readable)) {
         QFile::remove(linkPath(name));
         return Outcome::NotWritable;
     }
-    if (onDesktopPath && !writeNew(*onDesktopPath, launcher(name), executable)) {
+    if (onDesktopPath && !writeLauncher(*onDesktopPath, file, launcher(name), executable)) {
         QFile::remove(launcherPath(name));
         QFile::remove(linkPath(name));
         return Outcome::NotWritable;
@@ -216,8 +242,14 @@ QString ProgramCopies::launcherPath(const QString& name) const
 
 std::optional<QString> ProgramCopies::desktopPath(const QString& name) const
 {
-    return m_folders.desktop.isNull() ? std::nullopt
-                                      : std::optional(m_folders.desktop + u'/' + fileName(name) + launcherSuffix);
+    if (m_folders.desktop.isNull()) {
+        return std::nullopt;
+    }
+    QString file = fileName(name);
+    if (file.startsWith(u'.')) {
+        file[0] = u'_'; // A hidden file does not show on the desktop.
+    }
+    return m_folders.desktop + u'/' + file + launcherSuffix;
 }
 
 QByteArray ProgramCopies::launcher(const QString& name) const
@@ -232,11 +264,12 @@ QByteArray ProgramCopies::launcher(const QString& name) const
                          "Exec=%3\n"
                          "Icon=io.github.quillbox.Quillbox\n"
                          "Terminal=false\n"
+                         "Categories=Network;FileTransfer;Qt;\n"
                          "StartupNotify=false\n"
-                         "StartupWMClass=%4\n"
-                         "%5=%4\n"_s;
+                         "%4%5=%6\n"_s;
     // All at once: a name may hold what looks like a place for another one.
     return text
-        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), asValue(fileName(name)), ownMark)
+        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), windowsLine(fileName(name)), ownMark,
+             asValue(fileName(name)))
         .toUtf8();
 }

@@ -39,7 +39,8 @@ public:
     enum class Outcome {
         Made,
         NameNotPossible,
-        AlreadyThere, ///< A copy of that name, or another file where something of it would be; nothing has changed.
+        AlreadyThere, ///< A copy of that name, or a file that is not ours where something of it would be; nothing has
+                      ///< changed.
         NotWritable, ///< A file could not be made; nothing is left of what was.
     };
 

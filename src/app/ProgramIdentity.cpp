@@ -13,9 +13,14 @@ QIcon ProgramIdentity::icon()
 {
     QIcon icon;
     for (const int edge : { QUILLBOX_ICON_EDGES }) {
-        icon.addFile(u":/icons/%1x%1/io.github.quillbox.Quillbox.png"_s.arg(edge), QSize(edge, edge));
+        icon.addFile(u":/icons/%1x%1/%2.png"_s.arg(QString::number(edge), iconName()), QSize(edge, edge));
     }
     return icon;
+}
+
+QString ProgramIdentity::iconName()
+{
+    return ApplicationService::busName(u"Quillbox"_s);
 }
 
 QString ProgramIdentity::launcher(const QString& programName)

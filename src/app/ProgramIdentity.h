@@ -9,6 +9,9 @@ namespace ProgramIdentity {
 /// The icon of all windows, in the usual sizes. Needs the application object.
 QIcon icon();
 
+/// What the icon is called in the icon theme. Copies have no icon of their own.
+QString iconName();
+
 /// The name, without ".desktop", of the launcher that belongs to the program @p programName: its own when one is
 /// installed, otherwise the product's.
 QString launcher(const QString& programName);

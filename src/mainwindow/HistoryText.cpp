@@ -31,8 +31,8 @@ QString confirmedText(const HistoryEntry& entry)
         return u"Confirmed by the server"_s;
     }
     const QLocale locale;
-    return u"Confirmed, but listed with %1 bytes instead of %2"_s.arg(locale.toString(*entry.listedSize),
-                                                                      locale.toString(entry.size.value_or(0)));
+    return u"Confirmed, but %1 bytes listed, not %2"_s.arg(locale.toString(*entry.listedSize),
+                                                           locale.toString(entry.size.value_or(0)));
 }
 
 QString endText(const HistoryEntry& entry)
@@ -133,7 +133,7 @@ QString line(const HistoryEntry& entry)
 {
     const std::optional<double> rate = speed(entry);
     return QStringList{
-        visibleText(entry.path),
+        wholeVisibleText(entry.path),
         entry.size ? QString::number(*entry.size) : QString(),
         entry.durationMs ? QString::number(static_cast<double>(*entry.durationMs) / 1000, 'f', 3) : QString(),
         rate ? QString::number(*rate, 'f', 0) : QString(),

@@ -73,7 +73,7 @@ void HistoryWindow::setDefaultWidths()
     setWidth(Column::Size, u"888.88 MB"_s);
     setWidth(Column::Duration, u"88 min 88 s"_s);
     setWidth(Column::Speed, u"888.8 MB/s"_s);
-    setWidth(Column::Outcome, u"Failed: FTP error 888; Directory may already exist?"_s);
+    setWidth(Column::Outcome, u"Confirmed, but 888,888,888 bytes listed, not 888,888,888"_s);
     header.setStretchLastSection(true);
 }
 

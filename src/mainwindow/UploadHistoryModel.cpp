@@ -19,6 +19,13 @@ QVariant alignment(Column column)
     return static_cast<int>((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
 }
 
+/// What counts as failed, and what may have gone wrong.
+bool isWarning(const HistoryEntry& entry)
+{
+    using Outcome = HistoryEntry::Outcome;
+    return entry.outcome == Outcome::Failed || entry.outcome == Outcome::NotFound || entry.listedSize;
+}
+
 } // namespace
 
 QString UploadHistory::text(const QList<int>& rows) const
@@ -53,10 +60,7 @@ QVariant UploadHistory::data(const QModelIndex& index, int role) const
     case Qt::ToolTipRole:
         return plainToolTip(HistoryText::toolTip(entry, column));
     case Qt::ForegroundRole:
-        if (column == Column::Outcome && (entry.outcome == HistoryEntry::Outcome::Failed || entry.listedSize)) {
-            return QBrush(warningColor);
-        }
-        return {};
+        return column == Column::Outcome && isWarning(entry) ? QBrush(warningColor) : QVariant();
     case Qt::TextAlignmentRole:
         return alignment(column);
     default:

@@ -60,10 +60,14 @@ QString readable(const QString& text)
 
 QString visibleText(const QString& text)
 {
-    QString whole = readable(text);
-    const QList<uint> characters = whole.toUcs4();
+    return wholeVisibleText(readable(text));
+}
+
+QString wholeVisibleText(const QString& text)
+{
+    const QList<uint> characters = text.toUcs4();
     if (std::none_of(characters.begin(), characters.end(), actsUnseen)) {
-        return whole;
+        return text;
     }
     QString visible;
     for (const char32_t character : characters) {

@@ -7,3 +7,6 @@
 /// What joins letters or emoji stays. A text of more than 1,000 characters, which nobody reads but which takes time to
 /// lay out, loses its middle for a "…".
 QString visibleText(const QString& text);
+
+/// The same of the whole text, however long: for programs, not for people.
+QString wholeVisibleText(const QString& text);

@@ -25,6 +25,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -453,6 +454,31 @@ TEST_F(AppDelegateTest, AtTheEndOfTheSessionNothingIsAsked)
 
     EXPECT_FALSE(m_controller->window().isVisible());
     EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(AppDelegateTest, WhoeverGoesOnAfterTheEndOfTheSessionWasCalledOffIsAskedAgain)
+{
+    launch();
+    m_controller->uploadFiles({ u"/a"_s });
+    for (const QEvent::Type type : { QEvent::KeyPress, QEvent::MouseButtonPress }) {
+        m_delegate.sessionEnds();
+
+        if (type == QEvent::KeyPress) {
+            QTest::keyClick(&m_controller->window(), Qt::Key_Shift);
+        } else {
+            QTest::mouseClick(m_controller->window().centralWidget(), Qt::LeftButton);
+        }
+        m_controller->window().close();
+
+        EXPECT_TRUE(m_controller->window().isVisible());
+        ASSERT_FALSE(shownSheets().isEmpty());
+        answerSheet(u"Cancel"_s);
+    }
+}
+
+TEST_F(AppDelegateTest, TheApplicationTellsOfTheEndOfTheSession)
+{
+    EXPECT_TRUE(QObject::disconnect(qGuiApp, &QGuiApplication::commitDataRequest, &m_delegate, nullptr));
 }
 
 } // namespace

@@ -40,6 +40,26 @@ TEST_F(CommandLineTest, WhatIsNoCompleteFileURLIsAName)
               (QStringList{ here + u":x"_s, here + u"file:x"_s, here + u"http://host/x"_s, u"/x"_s }));
 }
 
+TEST_F(CommandLineTest, PathsBeginWithOneSlashSoThatNothingIsTakenForAHost)
+{
+    const auto commandLine = read({ u"//x/y"_s, u"///a//../b"_s, u"/"_s, u"//"_s, u"file:////c"_s });
+
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->files, (QStringList{ u"/x/y"_s, u"/a//../b"_s, u"/"_s, u"/"_s, u"/c"_s }));
+}
+
+TEST_F(CommandLineTest, ANameGivenInTheRootFolderBeginsWithOneSlash)
+{
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(u"/"_s));
+
+    const auto commandLine = read({ u"a/b"_s, u"file:x"_s });
+
+    QDir::setCurrent(before);
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->files, (QStringList{ u"/a/b"_s, u"/file:x"_s }));
+}
+
 TEST_F(CommandLineTest, WhatASessionManagerAddsIsPassedOver)
 {
     const auto commandLine = read({ u"-session"_s, u"2a_17"_s, u"/a"_s });

@@ -1,10 +1,12 @@
 #include "DesktopIntegration.h"
 
+#include "ApplicationService.h"
 #include "DesktopServices.h"
 #include "FakeFTPStream.h"
 #include "NetworkManager.h"
 #include "Printers.h"
 #include "PrivateBus.h"
+#include "ProgramCopies.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -12,6 +14,7 @@
 
 #include <QDBusMessage>
 #include <QFile>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -32,7 +35,11 @@ protected:
         m_bus.serve(m_loginManager);
         m_dock.listen(m_bus.serviceConnection());
         m_controller = std::make_unique<ViewController>(m_streams);
-        m_integration = std::make_unique<DesktopIntegration>(*m_controller, u"Scans"_s,
+        integrate(u"Scans"_s);
+    }
+    void integrate(const QString& programName)
+    {
+        m_integration = std::make_unique<DesktopIntegration>(*m_controller, programName,
                                                              DesktopIntegration::Desktop{
                                                                  .sessionBus = [this] { return m_bus.connection(); },
                                                                  .systemBus = [this] { return m_bus.connection(); },
@@ -113,6 +120,19 @@ TEST_F(DesktopIntegrationTest, WhatTheUserSeesIsNotNotified)
     EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: 1 file uploaded"_s });
 }
 
+TEST_F(DesktopIntegrationTest, ACopyIntroducesItselfAsTheUserKnowsIt)
+{
+    integrate(u"Photos:2024.app"_s);
+
+    startOne();
+    ASSERT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
+    finish();
+
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    EXPECT_TRUE(m_notifications.shown.constFirst().startsWith(u"Photos/2024: "_s));
+    EXPECT_TRUE(m_loginManager.asked.constFirst().startsWith(u"sleep:idle, Photos/2024, "_s));
+}
+
 TEST_F(DesktopIntegrationTest, AClickOnTheNotificationAsksForTheWindow)
 {
     QSignalSpy activated(m_integration.get(), &DesktopIntegration::activated);
@@ -174,13 +194,43 @@ TEST_F(DesktopIntegrationTest, TheLauncherShowsHowMuchOfTheQueueIsDone)
     m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     m_controller->onTick();
     ASSERT_TRUE(waitFor([this] { return m_dock.heard.value(0).endsWith(u".desktop, 0"_s); }));
-    EXPECT_TRUE(m_dock.heard.first().startsWith(u"application://io.github.quillbox.Quillbox.c"_s));
 
     finish();
     ASSERT_TRUE(waitFor([this] { return m_dock.heard.last().endsWith(u", 0.5"_s); }));
     finish();
 
     EXPECT_TRUE(waitFor([this] { return m_dock.heard.last().endsWith(u", none"_s); }));
+}
+
+TEST_F(DesktopIntegrationTest, ACopyWithoutALauncherOfItsOwnBelongsToTheProducts)
+{
+    const QString product = u"io.github.quillbox.Quillbox"_s;
+    startOne();
+    ASSERT_TRUE(waitFor([this] { return !m_dock.heard.isEmpty(); }));
+    finish();
+
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    EXPECT_EQ(m_dock.heard.constFirst(), u"application://%1.desktop, 0"_s.arg(product));
+    EXPECT_EQ(m_notifications.hints.value(u"desktop-entry"_s).toString(), product);
+    EXPECT_EQ(m_notifications.icon, product);
+}
+
+TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderTheProductsIcon)
+{
+    const ProgramCopies copies(u"/nowhere"_s, ProgramCopies::Folders::standard());
+    ASSERT_EQ(copies.make(u"Scans"_s, false), ProgramCopies::Outcome::Made);
+    const auto remove = qScopeGuard([&copies] { EXPECT_TRUE(copies.remove(u"Scans"_s)); });
+    integrate(u"Scans"_s);
+
+    startOne();
+    ASSERT_TRUE(waitFor([this] { return !m_dock.heard.isEmpty(); }));
+    finish();
+
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    const QString own = ApplicationService::busName(u"Scans"_s);
+    EXPECT_EQ(m_dock.heard.constFirst(), u"application://%1.desktop, 0"_s.arg(own));
+    EXPECT_EQ(m_notifications.hints.value(u"desktop-entry"_s).toString(), own);
+    EXPECT_EQ(m_notifications.icon, u"io.github.quillbox.Quillbox"_s);
 }
 
 } // namespace

@@ -8,9 +8,13 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/fsuid.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -23,7 +27,7 @@ using Outcome = ProgramCopies::Outcome;
 const QStringList strangeNames{ u"Scans"_s,          u"Photos/2024"_s, u"with blank"_s,  u" leading"_s,
                                 u"été Ω"_s,          u"a\"b'c`d"_s,    u"100%F %% %1"_s, u"$HOME"_s,
                                 u"back\\slash\\n"_s, u"Quillbox 2"_s,  u"#;[x]&|<>*?"_s, u"x.app"_s,
-                                u"--help"_s,         u"a=b"_s };
+                                u"--help"_s,         u"a=b"_s,         u"trailing "_s,   u"two  "_s };
 
 class ProgramCopiesTest : public ::testing::Test {
 protected:
@@ -90,6 +94,8 @@ TEST_F(ProgramCopiesTest, ACopyIsALinkOfItsNameAndALauncher)
 
     EXPECT_EQ(QFile::symLinkTarget(path(u"copies/Scans"_s)), path(u"program"_s));
     EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nName=Scans\n"));
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nStartupWMClass=Scans\n"));
+    EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nCategories=Network;FileTransfer;Qt;\n"));
     EXPECT_FALSE(read(launcherPath(u"Scans"_s)).contains("MimeType"));
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
@@ -102,6 +108,37 @@ TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopMayBeExecuted)
     EXPECT_TRUE(QFileInfo(path(u"Desktop/A:B.desktop"_s)).isExecutable());
     EXPECT_EQ(m_copies.copies().size(), 1);
     EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
+}
+
+TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopIsNoHiddenFile)
+{
+    EXPECT_EQ(m_copies.make(u".x"_s, true), Outcome::Made);
+
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"_x.desktop"_s });
+    EXPECT_EQ(m_copies.make(u"_x"_s, true), Outcome::AlreadyThere);
+    ASSERT_EQ(m_copies.copies().size(), 1);
+    EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
+    EXPECT_TRUE(m_copies.remove(u".x"_s));
+    EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, NoCopyClaimsTheWindowsOfAllOthers)
+{
+    ASSERT_EQ(m_copies.make(u"quillbox"_s, false), Outcome::Made);
+
+    EXPECT_FALSE(read(launcherPath(u"quillbox"_s)).contains("StartupWMClass"));
+}
+
+TEST_F(ProgramCopiesTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThem)
+{
+    ASSERT_EQ(m_copies.make(u" a "_s, false), Outcome::Made);
+
+    const QList<QByteArray> lines = read(launcherPath(u" a "_s)).split('\n');
+    EXPECT_TRUE(lines.contains("Name=\\sa\\s"));
+    EXPECT_TRUE(lines.contains("StartupWMClass=\\sa\\s"));
+    for (const QByteArray& line : lines) {
+        EXPECT_FALSE(line.endsWith(' ')) << line.toStdString();
+    }
 }
 
 TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysName)
@@ -173,6 +210,35 @@ TEST_F(ProgramCopiesTest, WhatIsNotOursStaysAsItIs)
     EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
 }
 
+TEST_F(ProgramCopiesTest, ACopyWhoseLinkWasRemovedByHandCanBeMadeAgain)
+{
+    ASSERT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
+    const QByteArray launcher = read(launcherPath(u"a"_s));
+    ASSERT_TRUE(QFile::remove(path(u"copies/a"_s)));
+    write(launcherPath(u"a"_s), launcher + "Comment[de]=old\n");
+
+    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
+
+    EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
+    EXPECT_EQ(read(path(u"Desktop/a.desktop"_s)), launcher);
+    EXPECT_TRUE(m_copies.remove(u"a"_s));
+    EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, AnotherCopysLauncherStandsInTheWay)
+{
+    ASSERT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    const QByteArray launcher = read(launcherPath(u"a"_s));
+    write(path(u"Desktop/b.desktop"_s), launcher);
+    write(launcherPath(u"c"_s), launcher);
+
+    EXPECT_EQ(m_copies.make(u"b"_s, true), Outcome::AlreadyThere);
+    EXPECT_EQ(m_copies.make(u"c"_s, false), Outcome::AlreadyThere);
+
+    EXPECT_EQ(files(u"copies"_s), QStringList{ u"a"_s });
+    EXPECT_EQ(read(path(u"Desktop/b.desktop"_s)), launcher);
+}
+
 TEST_F(ProgramCopiesTest, ACopyIsMadeOnce)
 {
     EXPECT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
@@ -192,6 +258,51 @@ TEST_F(ProgramCopiesTest, ACopyOfWhichAPartCannotBeMadeIsNotMade)
 
     EXPECT_EQ(files(u"copies"_s), QStringList());
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, WithoutALinkNothingOfACopyIsMade)
+{
+    const ProgramCopies copies(
+        path(u"program"_s),
+        { .links = u"/proc/nowhere"_s, .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) });
+
+    EXPECT_EQ(copies.make(u"a"_s, true), Outcome::NotWritable);
+
+    EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ACopyThatCannotBePutOnTheDesktopIsNotMade)
+{
+    const ProgramCopies copies(
+        path(u"program"_s),
+        { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = u"/proc/nowhere"_s });
+
+    EXPECT_EQ(copies.make(u"a"_s, true), Outcome::NotWritable);
+
+    EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
+}
+
+TEST_F(ProgramCopiesTest, ACopyWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
+{
+    ASSERT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    const auto setMode = [this](const QString& name, mode_t mode) {
+        ASSERT_EQ(::chmod(QFile::encodeName(path(name)).constData(), mode), 0);
+    };
+    setMode(QString(), 0755);
+    setMode(u"copies"_s, 0777);
+    setMode(u"applications"_s, 0555);
+    {
+        // Root may remove anything: as far as files go, be somebody else.
+        const auto before = static_cast<uid_t>(::setfsuid(65534));
+        const auto restore = qScopeGuard([before] { ::setfsuid(before); });
+
+        EXPECT_FALSE(m_copies.remove(u"a"_s));
+        EXPECT_EQ(m_copies.copies().size(), 1);
+    }
+    setMode(u"applications"_s, 0755);
+
+    EXPECT_TRUE(m_copies.remove(u"a"_s));
+    EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
 }
 
 TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)

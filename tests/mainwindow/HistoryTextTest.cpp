@@ -58,8 +58,7 @@ TEST(HistoryTextTest, ASizeListedOtherwiseIsToldToTheByte)
     HistoryEntry entry = confirmed();
     entry.listedSize = 2'999'999;
 
-    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome),
-              u"Confirmed, but listed with 2,999,999 bytes instead of 3,000,000"_s);
+    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Confirmed, but 2,999,999 bytes listed, not 3,000,000"_s);
 }
 
 TEST(HistoryTextTest, WhatIsTriedAgainSaysSo)
@@ -101,6 +100,13 @@ TEST(HistoryTextTest, ALineHoldsTheWholePathAndBareNumbers)
     EXPECT_EQ(HistoryText::line(confirmed()),
               u"/home/anna/été.txt\t3000000\t1.500\t2000000\tConfirmed by the server\t226 Got it"_s);
     EXPECT_EQ(HistoryText::titleLine().count(u'\t'), HistoryText::columnCount - 1);
+}
+
+TEST(HistoryTextTest, NothingIsLeftOutOfALongPathInALine)
+{
+    const QString path = u"/folder"_s.repeated(500);
+
+    EXPECT_EQ(HistoryText::line({ .path = path }).section(u'\t', 0, 0), path);
 }
 
 TEST(HistoryTextTest, ToolTipsTellThePathAndTheExactSize)

@@ -1,5 +1,6 @@
 #include "HistoryWindow.h"
 
+#include "HistoryText.h"
 #include "TextTable.h"
 #include "ViewControllerTest.h"
 
@@ -74,6 +75,18 @@ TEST_F(HistoryWindowTest, ItShowsALineForEachFile)
     EXPECT_EQ(table().model()->index(2, 4).data().toString(), u"Waiting"_s);
     // The third one starts while the loop runs.
     EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"1 confirmed, 1 failed"_s; }));
+}
+
+TEST_F(HistoryWindowTest, BothSizesOfAFileThatIsListedWithAnotherAreSeen)
+{
+    open();
+    const HistoryEntry entry{ .outcome = Outcome::Confirmed, .size = 888'888'888, .listedSize = 888'888'887 };
+
+    const QString text = HistoryText::cell(entry, HistoryText::Column::Outcome);
+
+    constexpr auto outcome = static_cast<int>(HistoryText::Column::Outcome);
+    EXPECT_GE(table().columnWidth(outcome), columnWidthFor(table(), text));
+    EXPECT_GT(table().columnWidth(outcome + 1), 200); // The server's reply still has its place.
 }
 
 TEST_F(HistoryWindowTest, QueueAgainWithoutASelectionTakesAllThatWereLost)

@@ -336,6 +336,16 @@ TEST_F(UploadHistoryTest, FailuresAndDifferencesStandOut)
     EXPECT_FALSE(standsOut(2));
 }
 
+TEST_F(UploadHistoryTest, AFileThatIsNotFoundStandsOutAsTheFailureThatItCountsAs)
+{
+    m_history.filesQueued({ u"/a"_s });
+
+    m_history.nextFileStarts(u"ftp://host/"_s);
+    m_history.fileEnded(Outcome::NotFound, QString(), QString());
+
+    EXPECT_TRUE(m_history.index(0, 4).data(Qt::ForegroundRole).isValid());
+}
+
 TEST_F(UploadHistoryTest, ToolTipsAreNoMarkup)
 {
     m_history.filesQueued({ u"/<b>a</b>"_s });

@@ -43,6 +43,7 @@ TEST(VisibleTextTest, OfAVeryLongTextTheMiddleIsLeftOut)
     const QString head = u"a"_s.repeated(500);
     const QString tail = u"z"_s.repeated(500);
     EXPECT_EQ(visibleText(head + QString(1'000'000, u'm') + tail), head + u'…' + tail);
+    EXPECT_EQ(wholeVisibleText(head.repeated(9) + u'\t'), head.repeated(9) + u'␉');
     const QString smile = u"\U0001F600"_s;
     EXPECT_EQ(visibleText(u'a' + smile.repeated(1000) + u'z'),
               u'a' + smile.repeated(249) + u'…' + smile.repeated(249) + u'z');

@@ -7,12 +7,13 @@
 
 using namespace Qt::StringLiterals;
 
-uint NotificationService::Notify(const QString& application, uint replaces, const QString& /*icon*/,
+uint NotificationService::Notify(const QString& application, uint replaces, const QString& itsIcon,
                                  const QString& summary, const QString& body, const QStringList& /*actions*/,
                                  const QVariantMap& itsHints, int /*timeout*/)
 {
     shown.append(QStringList{ application, summary, body }.join(u": "_s));
     replaced.append(replaces);
+    icon = itsIcon;
     hints = itsHints;
     return 7;
 }

@@ -21,10 +21,11 @@ public:
 
     QStringList shown; ///< "application: summary: body".
     QList<uint> replaced;
+    QString icon; ///< Of the one shown last, as its hints.
     QVariantMap hints;
 
 public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
-    uint Notify(const QString& application, uint replaces, const QString& icon, const QString& summary,
+    uint Notify(const QString& application, uint replaces, const QString& itsIcon, const QString& summary,
                 const QString& body, const QStringList& actions, const QVariantMap& itsHints, int timeout);
 };
 

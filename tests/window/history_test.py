@@ -72,7 +72,7 @@ class History(WindowTest):
         program = self.start_in_front(self.file("note.txt", b"12345"))
         self.open_history(program)
 
-        self.wait_for_outcomes(program, "Confirmed, but listed with 3 bytes instead of 5")
+        self.wait_for_outcomes(program, "Confirmed, but 3 bytes listed, not 5")
 
     def test_lines_are_copied_by_key(self):
         program = self.start_in_front(self.file("note.txt", b"12345"))

@@ -10,7 +10,35 @@ from upload_server import PASSWORD
 from window_test import PROGRAM, WindowTest
 
 
+def call_as_a_desktop(method, signature, *arguments):
+    """Calls the program over the session bus by the names that desktops make of its launcher's."""
+    from gi.repository import Gio, GLib
+
+    kind = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+    bus = Gio.DBusConnection.new_for_address_sync(os.environ["DBUS_SESSION_BUS_ADDRESS"], kind, None, None)
+    try:
+        bus.call_sync(
+            "io.github.quillbox.Quillbox",
+            "/io/github/quillbox/Quillbox",
+            "org.freedesktop.Application",
+            method,
+            GLib.Variant(signature, arguments),
+            None,
+            Gio.DBusCallFlags.NO_AUTO_START,
+            20_000,
+            None,
+        )
+    finally:
+        bus.close_sync(None)
+
+
 class Start(WindowTest):
+    def minimise(self, program):
+        pid = program.process.pid
+        (window,) = wait_for(lambda: self.desktop.windows_of(pid), "the window on the screen")
+        self.desktop.xdotool("windowminimize", window)
+        wait_for(lambda: not self.desktop.windows_of(pid), "the window to be minimised")
+
     def test_the_title_becomes_the_destination(self):
         self.settings(FTPFolder="in box")
 
@@ -44,6 +72,18 @@ class Start(WindowTest):
         self.wait_for_status(first, "Upload succeeded")
         self.assertEqual(second.output(), "")
 
+    def test_names_that_would_begin_with_two_slashes_reach_the_first(self):
+        self.settings()
+        self.start()
+        below_root = self.file("one.txt").lstrip("/")
+
+        in_root = self.launch(below_root, folder="/")
+        self.assertEqual(in_root.exit_code(), 0)
+        doubled = self.launch("/" + self.file("two.txt"))
+        self.assertEqual(doubled.exit_code(), 0)
+
+        self.wait_for_files("one.txt", "two.txt")
+
     def test_the_launchers_action_opens_the_preferences_whether_or_not_the_program_runs(self):
         self.settings()
         first = self.start("--preferences")
@@ -56,6 +96,33 @@ class Start(WindowTest):
         self.assertEqual(second.exit_code(), 0)
         wait_for(lambda: "Preferences" in first.titles(), "the preferences again")
         self.wait_for_files("one.txt")
+
+    def test_a_desktop_opens_files_over_the_bus(self):
+        self.settings()
+        self.start()
+        files = [f"file://{self.file('one.txt')}", f"file://{self.folder}/two%20words.txt"]
+        self.file("two words.txt")
+
+        call_as_a_desktop("Open", "(asa{sv})", files, {})
+
+        self.wait_for_files("one.txt", "two words.txt")
+
+    def test_a_desktop_brings_back_the_window_over_the_bus(self):
+        first = self.start()
+        self.minimise(first)
+
+        call_as_a_desktop("Activate", "(a{sv})", {})
+
+        wait_for(lambda: self.desktop.windows_of(first.process.pid), "the window to be back")
+
+    def test_a_desktop_asks_for_actions_over_the_bus(self):
+        first = self.start()
+
+        call_as_a_desktop("ActivateAction", "(sava{sv})", "no-such-action", [], {})
+        call_as_a_desktop("ActivateAction", "(sava{sv})", "preferences", [], {})
+
+        wait_for(lambda: "Preferences" in first.titles(), "the preferences")
+        self.assertIsNone(first.sheet())
 
     def test_a_program_that_is_too_busy_to_answer_gets_its_files_once(self):
         self.settings()
@@ -72,15 +139,12 @@ class Start(WindowTest):
 
     def test_a_second_start_brings_back_the_window(self):
         first = self.start()
-        pid = first.process.pid
-        (window,) = wait_for(lambda: self.desktop.windows_of(pid), "the window on the screen")
-        self.desktop.xdotool("windowminimize", window)
-        wait_for(lambda: not self.desktop.windows_of(pid), "the window to be minimised")
+        self.minimise(first)
 
         second = self.launch()
 
         self.assertEqual(second.exit_code(), 0)
-        wait_for(lambda: self.desktop.windows_of(pid), "the window to be back")
+        wait_for(lambda: self.desktop.windows_of(first.process.pid), "the window to be back")
 
     def test_a_copy_under_another_name_runs_beside_the_program(self):
         self.settings()

@@ -18,10 +18,9 @@ const QString defaultAction = u"default"_s; ///< The notification itself is clic
 
 } // namespace
 
-Notifier::Notifier(QDBusConnection sessionBus, QString applicationName, QString desktopEntry)
+Notifier::Notifier(QDBusConnection sessionBus, Sender sender)
     : m_bus(std::move(sessionBus))
-    , m_applicationName(std::move(applicationName))
-    , m_desktopEntry(std::move(desktopEntry))
+    , m_sender(std::move(sender))
 {
     // From whoever sends it: asking for the service's owner would wait for the bus.
     m_bus.connect(QString(), path, service, u"ActionInvoked"_s, this, SLOT(actionInvoked(uint, QString)));
@@ -31,8 +30,8 @@ void Notifier::show(const QString& summary, const QString& body)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, service, u"Notify"_s);
     constexpr int serviceDecides = -1; // How long it stays.
-    call << m_applicationName << m_id << m_desktopEntry << summary << body << QStringList{ defaultAction, u"Show"_s }
-         << QVariantMap{ { u"desktop-entry"_s, m_desktopEntry } } << serviceDecides;
+    call << m_sender.name << m_id << m_sender.icon << summary << body << QStringList{ defaultAction, u"Show"_s }
+         << QVariantMap{ { u"desktop-entry"_s, m_sender.desktopEntry } } << serviceDecides;
     auto* const watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         answered(*watcher);

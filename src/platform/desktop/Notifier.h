@@ -12,9 +12,14 @@ class Notifier final : public QObject {
     Q_OBJECT
 
 public:
-    /// @p applicationName stands for the program, @p desktopEntry is the name of its launcher file without the
-    /// extension.
-    Notifier(QDBusConnection sessionBus, QString applicationName, QString desktopEntry);
+    /// What notifications say of the program that shows them.
+    struct Sender {
+        QString name; ///< As the user knows it.
+        QString icon; ///< By its name in the icon theme.
+        QString desktopEntry; ///< The launcher file's name without the extension.
+    };
+
+    Notifier(QDBusConnection sessionBus, Sender sender);
 
     /// @p summary in plain text; @p body, which may be empty, must not hold what could be taken for markup.
     void show(const QString& summary, const QString& body);
@@ -30,7 +35,6 @@ private: // NOLINT(readability-redundant-access-specifiers): these are no slots
     void answered(const QDBusPendingCallWatcher& watcher);
 
     QDBusConnection m_bus;
-    QString m_applicationName;
-    QString m_desktopEntry;
+    Sender m_sender;
     uint m_id = 0; ///< Of the notification shown last; 0 for none.
 };

@@ -49,6 +49,7 @@ void SleepInhibitor::settle()
     }
 }
 
+/// On a bus that is connected: otherwise no answer would ever come.
 template <typename Answered>
 void SleepInhibitor::call(const QDBusConnection& bus, const QDBusMessage& message, Answered done)
 {
@@ -67,7 +68,12 @@ void SleepInhibitor::askLoginManager()
                                                           u"org.freedesktop.login1.Manager"_s, u"Inhibit"_s);
     // Only the sleep that comes by itself or by mistake: closing the lid is the user's word.
     message << u"sleep:idle"_s << m_who << m_why << u"block"_s;
-    call(m_systemBus(), message, &SleepInhibitor::loginManagerAnswered);
+    const QDBusConnection bus = m_systemBus();
+    if (bus.isConnected()) {
+        call(bus, message, &SleepInhibitor::loginManagerAnswered);
+    } else {
+        askPowerManager();
+    }
 }
 
 void SleepInhibitor::loginManagerAnswered(const QDBusPendingCallWatcher& watcher)
@@ -85,7 +91,12 @@ void SleepInhibitor::askPowerManager()
 {
     QDBusMessage message = powerCall(u"Inhibit"_s);
     message << m_who << m_why;
-    call(m_sessionBus(), message, &SleepInhibitor::powerManagerAnswered);
+    const QDBusConnection bus = m_sessionBus();
+    if (bus.isConnected()) {
+        call(bus, message, &SleepInhibitor::powerManagerAnswered);
+    } else {
+        m_isRefused = true;
+    }
 }
 
 void SleepInhibitor::powerManagerAnswered(const QDBusPendingCallWatcher& watcher)

@@ -35,7 +35,10 @@ protected:
 
     PrivateBus m_bus;
     NotificationService m_service;
-    Notifier m_notifier{ m_bus.connection(), u"Scans"_s, u"org.example.Scans"_s };
+    Notifier m_notifier{
+        m_bus.connection(),
+        { .name = u"Scans"_s, .icon = u"org.example.Scanner"_s, .desktopEntry = u"org.example.Scans"_s }
+    };
     QSignalSpy m_activated{ &m_notifier, &Notifier::activated };
 };
 
@@ -46,6 +49,7 @@ TEST_F(NotifierTest, TheServiceIsToldWhoSaysWhat)
     showOne();
 
     EXPECT_EQ(m_service.shown, QStringList{ u"Scans: Done: 2 files uploaded"_s });
+    EXPECT_EQ(m_service.icon, u"org.example.Scanner"_s);
     EXPECT_EQ(m_service.hints.value(u"desktop-entry"_s).toString(), u"org.example.Scans"_s);
 }
 

@@ -69,6 +69,38 @@ TEST_F(SleepInhibitorTest, WithoutALoginManagerThePowerManagerIsAsked)
               (QStringList{ u"Inhibit Quillbox, Files are being uploaded"_s, u"UnInhibit 42"_s }));
 }
 
+TEST_F(SleepInhibitorTest, WithoutASystemBusThePowerManagerIsAsked)
+{
+    m_bus.serve(m_powerManager);
+    SleepInhibitor inhibitor([] { return QDBusConnection(u"no such bus"_s); }, [this] { return m_bus.connection(); },
+                             u"Quillbox"_s, u"Files are being uploaded"_s);
+
+    inhibitor.setInhibited(true);
+    ASSERT_TRUE(waitFor([this] { return m_powerManager.asked.size() == 1; }));
+    inhibitor.setInhibited(false);
+
+    ASSERT_TRUE(waitFor([this] { return m_powerManager.asked.size() == 2; }));
+    EXPECT_EQ(m_powerManager.asked,
+              (QStringList{ u"Inhibit Quillbox, Files are being uploaded"_s, u"UnInhibit 42"_s }));
+}
+
+TEST_F(SleepInhibitorTest, WithoutAnyBusNothingIsAskedForTwice)
+{
+    int connections = 0;
+    const auto noBus = [&connections] {
+        ++connections;
+        return QDBusConnection(u"no such bus"_s);
+    };
+    SleepInhibitor inhibitor(noBus, noBus, u"Quillbox"_s, u"Files are being uploaded"_s);
+
+    inhibitor.setInhibited(true);
+    inhibitor.setInhibited(false);
+    inhibitor.setInhibited(true);
+
+    EXPECT_EQ(connections, 2);
+    EXPECT_TRUE(inhibitor.findChildren<QObject*>().isEmpty());
+}
+
 TEST_F(SleepInhibitorTest, WhereNobodyCanItIsNotAskedForAgain)
 {
     int connections = 0;
