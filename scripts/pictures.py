@@ -175,7 +175,7 @@ def main():
         return
     scale = sys.argv[3]
     os.environ["QT_SCALE_FACTOR"] = scale
-    with Desktop(size="2200x1800") as desktop, UploadServer() as server:
+    with Desktop(size="2400x1800") as desktop, UploadServer() as server:
         desktop.environment["QT_SCALE_FACTOR"] = scale
         fill(server)
         suffix = "" if scale == "1" else f"-{scale}00"
