@@ -194,7 +194,7 @@ class PureFtpd:
         users = _write(folder, "users", ":".join(map(str, fields)) + ":" * 12 + "\n")
         database = os.path.join(folder, "users.pdb")
         tool = os.path.join(os.path.dirname(self._path), "..", "bin", "pure-pw")
-        subprocess.run([tool, "mkdb", database, "-f", users], check=True, env={**os.environ, **environment()})
+        subprocess.run([tool, "mkdb", database, "-f", users], check=True, env={**os.environ, **environment(None, folder)})
         settings = {
             "--bind": f"{login.address},{login.port}",
             "--login": f"puredb:{database}",

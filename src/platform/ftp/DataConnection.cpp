@@ -6,6 +6,7 @@
 
 #include <QDeadlineTimer>
 
+#include <algorithm>
 #include <cerrno>
 #include <linux/sockios.h>
 #include <netinet/in.h>
@@ -22,6 +23,22 @@ namespace {
 
 /// For how long one turn of the loop goes on to move data: whoever waits for the loop does not notice it.
 constexpr auto longestTurn = 2ms;
+
+/// How many bytes wait to be read, as far as that can be told without reading; 0 also at the end.
+qint64 bytesToRead(int socket)
+{
+    int count = 0;
+    return ::ioctl(socket, FIONREAD, &count) == 0 ? count : 0;
+}
+
+/// How many bytes a socket takes that has just been found writable. The kernel says so when a third of its buffer is
+/// free; half of that may go to its own records.
+qint64 roomToWrite(int socket)
+{
+    int size = 0;
+    socklen_t length = sizeof size;
+    return ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, &length) == 0 ? size / 6 : 0;
+}
 
 int pendingError(int socket)
 {
@@ -144,6 +161,7 @@ void DataConnection::activated()
     }
     const QSocketNotifier::Type type = m_notifier->type();
     const QDeadlineTimer turn(longestTurn, Qt::PreciseTimer);
+    m_known = 0;
     bool isReady = true;
     do {
         isReady = type == QSocketNotifier::Read ? reportReadable() : reportWritable();
@@ -173,6 +191,10 @@ bool DataConnection::reportReadable()
 /// False when there is nothing to report.
 bool DataConnection::reportWritable()
 {
+    if (m_known > 0) {
+        emit writable();
+        return true;
+    }
     pollfd state{ m_socket, POLLOUT, 0 };
     if (::poll(&state, 1, 0) <= 0) {
         return false;
@@ -186,6 +208,7 @@ bool DataConnection::reportWritable()
         stopWatching();
         ::shutdown(m_socket, SHUT_WR);
     } else {
+        m_known = m_tls == nullptr ? roomToWrite(m_socket) : 0;
         emit writable();
     }
     return true;
@@ -242,6 +265,13 @@ DataConnection::Pending DataConnection::pending()
             return Pending::Failure;
         }
     }
+    if (m_known > 0) {
+        return Pending::Bytes;
+    }
+    m_known = bytesToRead(m_socket);
+    if (m_known > 0) {
+        return Pending::Bytes;
+    }
     char byte = 0;
     const ssize_t count = ::recv(m_socket, &byte, 1, MSG_PEEK);
     if (count > 0) {
@@ -262,6 +292,7 @@ qint64 DataConnection::read(std::span<char> buffer)
     do {
         count = ::recv(m_socket, buffer.data(), buffer.size(), 0);
     } while (count < 0 && errno == EINTR);
+    m_known -= std::max<qint64>(count, 0);
     return count;
 }
 
@@ -294,8 +325,10 @@ qint64 DataConnection::write(std::span<const char> data)
         count = ::send(m_socket, data.data(), data.size(), MSG_NOSIGNAL);
     } while (count < 0 && errno == EINTR);
     if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        m_known = 0;
         return 0;
     }
+    m_known = count < static_cast<qint64>(data.size()) ? 0 : m_known - count; // Less than all: it is full.
     return count;
 }
 

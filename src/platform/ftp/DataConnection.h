@@ -101,6 +101,7 @@ private:
     bool m_ending = false; ///< Our side ends when what waits has been sent.
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
     qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
+    qint64 m_known = 0; ///< Bytes that can be read, or written, without another look; counts in this turn alone.
     bool m_readPosted = false; ///< The loop will look for what has been received and not yet read.
     std::unique_ptr<TlsChannel> m_tls; ///< Null: not encrypted.
     QByteArray m_outgoing; ///< Encrypted; from m_outgoingStart on not sent yet.
