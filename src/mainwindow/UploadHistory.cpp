@@ -117,7 +117,11 @@ void UploadHistory::append(QList<HistoryEntry> entries)
     }
     const int first = rowCount();
     beginInsertRows({}, first, first + static_cast<int>(entries.size()) - 1);
-    m_entries.append(std::move(entries));
+    if (m_entries.isEmpty()) {
+        m_entries = std::move(entries); // The first of a run are the most at times: they need not be there twice.
+    } else {
+        m_entries.append(std::move(entries));
+    }
     endInsertRows();
 }
 
