@@ -1,5 +1,8 @@
 #include "DestinationServer.h"
 
+#include "FTPLocation.h"
+#include "TrustedCertificates.h"
+
 #include <QRegularExpression>
 #include <QUrl>
 
@@ -24,4 +27,10 @@ std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const 
 bool hasIPv6Address(const QString& destination)
 {
     return destination.startsWith(u"ftp://["_s);
+}
+
+QByteArray trustedFingerprint(const QString& destination)
+{
+    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
+    return place ? TrustedCertificates::standard().fingerprint(place->host, place->port) : QByteArray();
 }

@@ -9,3 +9,7 @@ std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const 
 
 /// Whether the location @p destination names its server by an IPv6 address.
 bool hasIPv6Address(const QString& destination);
+
+/// The fingerprint of the certificate that is trusted at the server of @p destination, 32 bytes; empty: none is. For
+/// the main thread.
+QByteArray trustedFingerprint(const QString& destination);

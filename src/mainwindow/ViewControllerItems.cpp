@@ -2,12 +2,10 @@
 
 #include "DefaultApplication.h"
 #include "DestinationServer.h"
-#include "FTPLocation.h"
 #include "ItemLocation.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
-#include "TrustedCertificates.h"
 #include "ViewController.h"
 #include "VisibleText.h"
 #include "WaitingPanel.h"
@@ -25,8 +23,7 @@ namespace {
 QString notTrustedText(const QString& whatIsNot)
 {
     return u"%1, since the server has shown a certificate that is not trusted. Nothing was sent to it.\n\nRefresh the "
-           u"list: "
-           "you are then asked about the certificate, or told what is wrong with it."_s.arg(whatIsNot);
+           "list: you are then asked about the certificate, or told what is wrong with it."_s.arg(whatIsNot);
 }
 
 } // namespace
@@ -119,9 +116,8 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
     m_streams.closeIdleConnections(destination); // Some servers allow one login alone.
     auto server = serverOfDestination(destination, username(), password());
     server->setEncryption(encryption());
-    if (const std::optional<FTPLocation> place = FTPLocation::fromText(destination)) {
-        const QByteArray trusted = TrustedCertificates::standard().fingerprint(place->host, place->port);
-        server->setTrustedFingerprints(trusted.isEmpty() ? QList<QByteArray>() : QList<QByteArray>{ trusted });
+    if (const QByteArray trusted = trustedFingerprint(destination); !trusted.isEmpty()) {
+        server->setTrustedFingerprints({ trusted });
     }
     return server;
 }

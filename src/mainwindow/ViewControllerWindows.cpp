@@ -2,6 +2,7 @@
 
 #include "Addressing.h"
 #include "BringToFront.h"
+#include "DestinationServer.h"
 #include "FTPLocation.h"
 #include "HistoryWindow.h"
 #include "PreferencesController.h"
@@ -22,13 +23,6 @@ namespace {
 
 const QString historyName = u"history"_s; ///< Its window is remembered by it.
 const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
-
-/// Of the certificate that is trusted at the server of @p destination; empty: none.
-QByteArray trustedFingerprint(const QString& destination)
-{
-    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
-    return place ? TrustedCertificates::standard().fingerprint(place->host, place->port) : QByteArray();
-}
 
 /// Shows a state that is not the user's choice of this moment.
 void setCheckedQuietly(QCheckBox& box, bool isChecked)
