@@ -54,6 +54,30 @@ TEST_F(HostileServerTest, AListingWithoutEndIsGivenUpAndTheNextOneWorks)
     EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
 }
 
+TEST_F(HostileServerTest, AMillionItemsAreMoreThanAListingMayHaveAndTheWindowGoesOn)
+{
+    QFile file(m_local.filePath(u"million"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    for (int number = 0; number < 1'000'000; ++number) {
+        // In no order that sorting would like.
+        file.write(row("file " + QByteArray::number((number * 7919LL) % 1'000'000)));
+    }
+    file.close();
+    m_server.on("LIST", { "150 Go", "send-file " + QFile::encodeName(file.fileName()), "data-close", "226 Done" });
+    const qint64 before = residentMemory();
+
+    EXPECT_EQ(list(), u"Listing parse failed"_s);
+
+    EXPECT_GT(m_controller->listEntries().size(), 300'000);
+    EXPECT_LT(m_controller->listEntries().size(), 700'000);
+    EXPECT_LT(residentMemory() - before, 500 * mebibyte);
+    m_server.forgetRules();
+    EXPECT_EQ(list(), u"Listing succeeded"_s);
+    m_controller->uploadFiles({ makeFile(u"afterwards"_s) });
+    EXPECT_TRUE(waitUntilIdle());
+    EXPECT_EQ(m_server.file(u"folder/afterwards"_s), QByteArray("content"));
+}
+
 TEST_F(HostileServerTest, AListingWithoutEndIsNothingToTheLibraryEither)
 {
     const auto record = FMServer::serverWithDestination(u"127.0.0.1/folder"_s, u"anna"_s, u"secret"_s);

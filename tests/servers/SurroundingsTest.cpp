@@ -175,10 +175,11 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
     const QString folder = makeFile(u"became a folder"_s);
     const QString device = makeFile(u"device"_s);
     const QString socketPath = makeFile(u"socket"_s);
+    const QString unreadable = makeFile(u"unreadable"_s);
     const QString grown = makeFile(u"grown"_s);
     const QString shrunk = makeFile(u"shrunk"_s, "much content");
     const QString last = makeFile(u"last"_s);
-    m_controller->uploadFiles({ first, vanished, pipe, folder, device, socketPath, grown, shrunk, last });
+    m_controller->uploadFiles({ first, vanished, pipe, folder, device, socketPath, unreadable, grown, shrunk, last });
 
     QFile::remove(vanished);
     QFile::remove(pipe);
@@ -190,11 +191,23 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
     QFile::remove(socketPath);
     const int socket = listeningAt(socketPath);
     ASSERT_GE(socket, 0);
+    QFile::remove(unreadable);
+    ASSERT_TRUE(QFile::link(u"/proc/sys/vm/drop_caches"_s, unreadable)); // A plain file that not even root can read.
     makeFile(u"grown"_s, "content and more");
     makeFile(u"shrunk"_s, "little");
 
     EXPECT_TRUE(waitUntilIdle());
     ::close(socket);
+    using Outcome = HistoryEntry::Outcome;
+    QList<std::pair<Outcome, QString>> endings;
+    for (const HistoryEntry& entry : m_controller->history().entries()) {
+        endings.append({ entry.outcome, entry.status });
+    }
+    const std::pair<Outcome, QString> sent(Outcome::Confirmed, QString());
+    const std::pair<Outcome, QString> unopened(Outcome::Failed, u"Can not create output file."_s);
+    EXPECT_EQ(endings,
+              (QList{ sent, std::pair(Outcome::NotFound, QString()), unopened, unopened, unopened, unopened, unopened,
+                      sent, sent, sent }));
     EXPECT_EQ(status(), u"Upload succeeded"_s);
     EXPECT_EQ(m_server.file(u"folder/first"_s), QByteArray("content"));
     EXPECT_EQ(m_server.file(u"folder/grown"_s), QByteArray("content and more"));

@@ -6,7 +6,6 @@ import subprocess
 import unittest
 
 from desktop import bound_to_us, wait_for
-from upload_server import PASSWORD
 from window_test import PROGRAM, WindowTest
 
 
@@ -211,16 +210,6 @@ class Start(WindowTest):
 
         self.assertEqual(program.exit_code(), 2)
         self.assertIn("no-such-option", program.output())
-
-    def test_the_log_holds_no_password(self):
-        self.settings()
-
-        program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*.debug=true")
-
-        self.wait_for_status(program, "Upload succeeded")
-        self.assertIn("STOR one.txt", program.output())
-        self.assertNotIn(PASSWORD, program.output())
-        self.assertNotIn(PASSWORD.split()[0], program.output())
 
     def test_closing_the_window_ends_the_program_also_in_mid_upload(self):
         self.settings()

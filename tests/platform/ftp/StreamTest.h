@@ -43,6 +43,12 @@ protected:
 
     QByteArray extendedPassive() const { return "229 Come (|||" + QByteArray::number(m_dataPeer.port()) + "|)"; }
 
+    QByteArray passive() const
+    {
+        const int port = m_dataPeer.port();
+        return "227 Come (127,0,0,1," + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256) + ')';
+    }
+
     /// Greets and takes the login that ends with @p rest, the commands behind the first three.
     std::unique_ptr<PeerConnection> logIn(const QByteArrayList& rest)
     {

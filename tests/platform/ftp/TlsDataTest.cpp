@@ -241,6 +241,106 @@ TEST_F(TlsDataTest, EveryDataConnectionTakesUpTheSessionOfTheControlConnection)
     }
 }
 
+TEST_F(TlsDataTest, AServerThatKnowsNoEpsvIsAskedByPasvInsideTheEncryption)
+{
+    startSecureUpload(u"/f"_s, "hello");
+    auto control = logInSecurely({ "TYPE I", "EPSV" });
+    control->say("200 I");
+    control->say("500 What?");
+    EXPECT_EQ(control->hear(), "PASV");
+    control->say(passive());
+    acceptData();
+    EXPECT_EQ(control->hear(), "STOR f");
+
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    control->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_F(TlsDataTest, ADeadDataPortIsTriedAnewByPasvInsideTheEncryption)
+{
+    m_timeouts.reason = 20ms;
+    quint16 deadPort = 0;
+    {
+        const ScriptedPeer dead;
+        deadPort = dead.port();
+    }
+    startSecureUpload(u"/f"_s, "hello");
+    auto control = logInSecurely({ "TYPE I", "EPSV" });
+    control->say("200 I");
+    control->say("229 Come (|||" + QByteArray::number(deadPort) + "|)");
+
+    auto second = logInSecurely({ "TYPE I", "PASV" });
+    ASSERT_NE(second, nullptr);
+    second->say("200 I");
+    second->say(passive());
+    acceptData();
+
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    second->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_F(TlsDataTest, AKeptConnectionThatTurnsOutDeadIsReplacedByAnotherEncryptedOne)
+{
+    startSecureUpload(u"/first"_s, "1");
+    auto control = openSecurely("STOR first");
+    m_data->receiveToEnd();
+    control->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+
+    startSecureUpload(u"/second"_s, "2");
+    EXPECT_EQ(control->hear(), "EPSV");
+    control->close();
+
+    auto fresh = openSecurely("STOR second");
+    EXPECT_EQ(m_data->receiveToEnd(), "2");
+    fresh->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_EQ(m_peer.connectionCount(), 2);
+}
+
+TEST_F(TlsDataTest, BytesAheadOfTheAnnouncementWaitForIt)
+{
+    startSecureDownload(u"/f"_s);
+    auto control = openSecurely("RETR f", { "TYPE I", "SIZE f", "EPSV" });
+    m_data->sendBytes("hello");
+    m_data->sayClosing();
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
+
+    control->say("150 Here");
+    EXPECT_TRUE(m_recorder.waitFor(u"bytes"_s));
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_EQ(m_recorder.data, "hello");
+}
+
+TEST_F(TlsDataTest, WhatHasBeenReceivedAlreadyIsReadWhenTheLoopIsHeldNoLonger)
+{
+    startSecureDownload(u"/f"_s);
+    m_sizeReply = "550 Unknown";
+    auto control = openSecurely("RETR f", { "TYPE I", "SIZE f", "EPSV" });
+    control->say("150 Here");
+    const QByteArray data(40'000, 'x'); // Three records, of which one block takes two and a part.
+    m_recorder.onEvent = [](const QString& event) {
+        if (event == u"bytes"_s) {
+            DeliveryGate::ofThisThread().setClosed(true);
+        }
+    };
+    m_data->sendBytes(data);
+    m_data->sayClosing();
+    control->say("226 Done");
+    EXPECT_TRUE(waitFor([this] { return m_recorder.data.size() == 32768; }));
+    EXPECT_FALSE(waitFor([this] { return m_recorder.data.size() > 32768; }, 50ms));
+    m_recorder.onEvent = nullptr;
+
+    DeliveryGate::ofThisThread().setClosed(false);
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_EQ(m_recorder.data, data);
+}
+
 TEST_F(TlsDataTest, NothingIsReadWhileTheLoopIsHeld)
 {
     startSecureDownload(u"/f"_s);

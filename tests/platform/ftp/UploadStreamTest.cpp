@@ -362,8 +362,7 @@ TEST_F(UploadStreamTest, ADeadExtendedPassivePortIsTriedOnceMoreWithPasv)
     auto second = logIn({ "TYPE I", "PASV" });
     ASSERT_NE(second, nullptr);
     second->say("200 I");
-    const int port = m_dataPeer.port();
-    second->say("227 (127,0,0,1," + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256) + ")");
+    second->say(passive());
     EXPECT_EQ(m_dataPeer.accept()->receiveToEnd(), "hello");
     second->say("226 Got it");
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
