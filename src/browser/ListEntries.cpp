@@ -5,6 +5,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -15,6 +16,13 @@ QCollator userCollator()
     const QLocale locale = QLocale().collation();
     return QCollator(locale.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : locale);
 }
+
+/// The key of a name, compared where it is.
+struct NameKey {
+    const QCollatorSortKey* key;
+
+    friend bool operator<(NameKey left, NameKey right) { return *left.key < *right.key; }
+};
 
 } // namespace
 
@@ -58,23 +66,52 @@ void ListEntries::append(const QList<ListingEntry>& batch)
 
 void ListEntries::settle()
 {
-    if (!isSortable()) {
+    // What has no such value comes before what has one.
+    const auto valueOf
+        = [this](auto ListingEntry::*value) { return [this, value](int number) { return arrival(number).*value; }; };
+    if (m_descriptor.key == TableColumns::name) {
+        settleBy([this](int number) { return NameKey{ &m_contents.nameKeys[static_cast<size_t>(number)] }; });
+    } else if (m_descriptor.key == TableColumns::size) {
+        settleBy(valueOf(&ListingEntry::size));
+    } else if (m_descriptor.key == TableColumns::type) {
+        settleBy(valueOf(&ListingEntry::type));
+    } else if (m_descriptor.key == TableColumns::date) {
+        settleBy(valueOf(&ListingEntry::modDate));
+    } else if (m_descriptor.key == TableColumns::mode) {
+        settleBy(valueOf(&ListingEntry::mode));
+    } else {
         clear();
-        return;
     }
-    const Comparator isBefore = comparator();
+}
+
+template <typename Key> void ListEntries::settleBy(Key key)
+{
+    const auto isBefore = [isAscending = m_descriptor.ascending](const auto& left, const auto& right) {
+        return isAscending ? left < right : right < left;
+    };
+    struct Fresh {
+        decltype(key(0)) value;
+        int number;
+    };
+    // Values side by side: to look each up in its item whenever two are compared takes longer than all the rest.
     const auto settledEnd = m_order.begin() + m_settled;
-    std::stable_sort(settledEnd, m_order.end(), isBefore);
-    std::vector<int> fresh(settledEnd, m_order.end());
+    std::vector<Fresh> fresh;
+    fresh.reserve(static_cast<size_t>(m_order.end() - settledEnd));
+    std::transform(settledEnd, m_order.end(), std::back_inserter(fresh), [&key](int number) {
+        return Fresh{ key(number), number };
+    });
+    std::stable_sort(fresh.begin(), fresh.end(),
+                     [&isBefore](const Fresh& left, const Fresh& right) { return isBefore(left.value, right.value); });
     // From the end to the beginning, so that each settled row moves once; a fresh item goes behind its equals.
     auto from = settledEnd;
     auto to = m_order.end();
     for (; !fresh.empty(); fresh.pop_back()) {
-        const int item = fresh.back();
-        const auto place = std::upper_bound(m_order.begin(), from, item, isBefore);
+        const Fresh& item = fresh.back();
+        const auto place = std::upper_bound(m_order.begin(), from, item.value,
+                                            [&](const auto& value, int row) { return isBefore(value, key(row)); });
         to = std::move_backward(place, from, to);
         from = place;
-        *--to = item;
+        *--to = item.number;
     }
     m_settled = static_cast<ptrdiff_t>(m_order.size());
 }
@@ -89,36 +126,4 @@ void ListEntries::sort(const QList<SortDescriptor>& descriptors)
 bool ListEntries::isSortable() const
 {
     return TableColumns::all.contains(m_descriptor.key);
-}
-
-ListEntries::Comparator ListEntries::comparator() const
-{
-    Comparator ascending = ascendingComparator();
-    if (m_descriptor.ascending) {
-        return ascending;
-    }
-    return [ascending = std::move(ascending)](int left, int right) { return ascending(right, left); };
-}
-
-ListEntries::Comparator ListEntries::ascendingComparator() const
-{
-    if (m_descriptor.key == TableColumns::name) {
-        return [this](int left, int right) {
-            return m_contents.nameKeys[static_cast<size_t>(left)] < m_contents.nameKeys[static_cast<size_t>(right)];
-        };
-    }
-    // What has no such value comes before what has one.
-    const auto byValue = [this](auto ListingEntry::*key) -> Comparator {
-        return [this, key](int left, int right) { return arrival(left).*key < arrival(right).*key; };
-    };
-    if (m_descriptor.key == TableColumns::size) {
-        return byValue(&ListingEntry::size);
-    }
-    if (m_descriptor.key == TableColumns::type) {
-        return byValue(&ListingEntry::type);
-    }
-    if (m_descriptor.key == TableColumns::date) {
-        return byValue(&ListingEntry::modDate);
-    }
-    return byValue(&ListingEntry::mode);
 }

@@ -7,7 +7,6 @@
 #include <QList>
 
 #include <deque>
-#include <functional>
 #include <vector>
 
 /// The items of a listing in the order in which a table shows them. 100,000 of them stay quick: an item is stored once,
@@ -50,11 +49,8 @@ public:
     bool isSortable() const;
 
 private:
-    /// Whether the arrival on the left comes before that on the right.
-    using Comparator = std::function<bool(int left, int right)>;
-
-    Comparator comparator() const;
-    Comparator ascendingComparator() const;
+    /// @p key answers the value of an arrival that the rows are sorted by.
+    template <typename Key> void settleBy(Key key);
 
     Contents m_contents; ///< In the order of their arrival. What has come is never moved by what comes.
     std::vector<int> m_order; ///< Row by row the number of an arrival.
