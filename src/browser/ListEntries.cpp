@@ -10,6 +10,9 @@
 
 namespace {
 
+/// In characters. No file system has longer names; to compare the whole of those that a server makes up takes long.
+constexpr qsizetype longestComparedName = 4096;
+
 /// Compares as the user's language does. The C locale compares character codes, which is no order for people.
 QCollator userCollator()
 {
@@ -59,7 +62,7 @@ void ListEntries::append(const QList<ListingEntry>& batch)
 {
     m_contents.entries.insert(m_contents.entries.end(), batch.begin(), batch.end());
     for (const ListingEntry& entry : batch) {
-        m_contents.nameKeys.push_back(m_collator.sortKey(entry.name));
+        m_contents.nameKeys.push_back(m_collator.sortKey(entry.name.left(longestComparedName)));
         m_order.push_back(static_cast<int>(m_order.size()));
     }
 }

@@ -58,6 +58,18 @@ TEST_F(ListEntriesTest, NamesAreOrderedByTheUsersLanguageAndNotByNumbers)
     EXPECT_EQ(namesOf(m_entries), (QStringList{ u"a"_s, u"B"_s }));
 }
 
+TEST_F(ListEntriesTest, NamesAreComparedAsFarAsAnyFileSystemsGo)
+{
+    const QString longest(4095, u'n');
+    addFiles({ longest + u'b', longest + u'a' });
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ longest + u'a', longest + u'b' }));
+
+    m_entries.clear();
+    const QStringList madeUp{ longest + u"nb"_s, longest + u"na"_s };
+    addFiles(madeUp);
+    EXPECT_EQ(namesOf(m_entries), madeUp);
+}
+
 TEST_F(ListEntriesTest, EachKeySortsByItsValueInBothDirections)
 {
     ListingEntry one = fileEntry(u"one"_s, 10);
