@@ -161,8 +161,7 @@ TEST_P(FaultMatrixTest, EndsInTheRightWordsInTimeAndTheNextOperationWorks)
         EXPECT_TRUE(scene->isDone(operation()));
     }
     performUndisturbed();
-    // Fewer when a thread of Qt's that had nothing to do has ended.
-    EXPECT_TRUE(waitForDescriptors([](int count) { return count <= restingDescriptors; })) << openDescriptors();
+    EXPECT_TRUE(waitForDescriptors([](int count) { return count == restingDescriptors; })) << openDescriptors();
 }
 
 const Column windowUpload{ 0, "upload (window)", Way::Window, Operation::Upload };
