@@ -11,7 +11,8 @@ struct Spot {
     QByteArray event;
     QByteArrayList before; ///< Steps that go well.
     QByteArrayList good; ///< What a good server does from there.
-    QByteArray refusal;
+    QByteArrayList refusal;
+    int lastCode = 0; ///< Of the reply before it, in a test of a connection.
 };
 
 bool movesData(Operation operation)
@@ -19,6 +20,7 @@ bool movesData(Operation operation)
     return operation == Upload || operation == Download || operation == Listing;
 }
 
+/// The command that does what is asked, or the last that a test of a connection needs; null when there is none.
 QByteArray verbOf(Operation operation)
 {
     switch (operation) {
@@ -29,9 +31,12 @@ QByteArray verbOf(Operation operation)
     case Listing:
         return "LIST";
     case FolderCreation:
+    case ManualFolderCreation:
         return "MKD";
     case Deletion:
         return "DELE";
+    case ConnectionTest:
+        return "TYPE";
     case LoginTest:
         break;
     }
@@ -44,37 +49,37 @@ std::optional<Spot> spotOf(Stage stage, Operation operation)
     const QByteArray verb = verbOf(operation);
     switch (stage) {
     case Stage::Greeting:
-        return Spot{ "connect", {}, { "default" }, "421 Too busy" };
+        return Spot{ "connect", {}, { "default" }, { "421 Too busy", "close" } };
     case Stage::Login:
-        return Spot{ "PASS", {}, { "default" }, "530 No" };
+        return Spot{ "PASS", {}, { "default" }, { "530 No" }, 331 };
     case Stage::Folder:
         if (operation == LoginTest) {
             return std::nullopt;
         }
-        return Spot{ "CWD", {}, { "default" }, "550 No" };
+        return Spot{ "CWD", {}, { "default" }, { "550 No" }, 257 };
     case Stage::Command:
         if (verb.isEmpty()) {
             return std::nullopt;
         }
-        return Spot{ verb, {}, { "default" }, "553 No" };
+        return Spot{ verb, {}, { "default" }, { "553 No" }, 250 };
     case Stage::Transfer:
         if (!movesData(operation)) {
             return std::nullopt;
         }
         if (isUpload) {
-            return Spot{ verb, { "150 Go", "read 9" }, { "read", "226 Done" }, "552 Full" };
+            return Spot{ verb, { "150 Go", "read 9" }, { "read", "226 Done" }, { "552 Full" } };
         }
-        return Spot{ verb, { "150 Go", "write 9" }, { "write", "data-close", "226 Done" }, "451 No" };
+        return Spot{ verb, { "150 Go", "write 9" }, { "write", "data-close", "226 Done" }, { "451 No" } };
     case Stage::Completion:
         if (!movesData(operation)) {
             return std::nullopt;
         }
         if (isUpload) {
-            return Spot{ verb, { "150 Go", "read" }, { "226 Done" }, "552 Full" };
+            return Spot{ verb, { "150 Go", "read" }, { "226 Done" }, { "552 Full" } };
         }
-        return Spot{ verb, { "150 Go", "write", "data-close" }, { "226 Done" }, "451 No" };
+        return Spot{ verb, { "150 Go", "write", "data-close" }, { "226 Done" }, { "451 No" } };
     case Stage::Quit:
-        return Spot{ "QUIT", {}, { "default" }, "500 What?" };
+        return Spot{ "QUIT", {}, { "default" }, { "500 What?" } };
     case Stage::Connect:
     case Stage::DataConnection:
         break;
@@ -89,16 +94,17 @@ FaultPlan planFor(const QList<ScriptedRule>& rules, Ending ending)
 
 FaultPlan silentPlan(const QList<ScriptedRule>& rules)
 {
-    return { .rules = rules, .ending = { Ending::Kind::Lost }, .needsShortTimeouts = true };
+    return { .rules = rules, .ending = { Ending::Kind::Silence }, .needsShortTimeouts = true };
 }
 
 std::optional<FaultPlan> planOfConnect(Manner manner, Operation operation)
 {
-    const Ending ending{ isConversation(operation) ? Ending::Kind::Failed : Ending::Kind::Lost };
     if (manner == Manner::Refused) {
-        return FaultPlan{ .port = FaultPlan::Port::Closed, .ending = ending };
+        return FaultPlan{ .port = FaultPlan::Port::Closed, .ending = { Ending::Kind::Unreachable } };
     }
     if (manner == Manner::Stalled) {
+        // A conversation waits until the system gives up.
+        const Ending ending{ isConversation(operation) ? Ending::Kind::Unreachable : Ending::Kind::Silence };
         return FaultPlan{ .port = FaultPlan::Port::Full, .ending = ending, .needsShortTimeouts = true };
     }
     return std::nullopt;
@@ -147,7 +153,7 @@ QByteArrayList stepsOf(Manner manner, const Spot& spot)
 {
     switch (manner) {
     case Manner::Refused:
-        return { spot.refusal };
+        return spot.refusal;
     case Manner::Dropped:
         return { "close" };
     case Manner::Reset:
@@ -166,46 +172,47 @@ QByteArrayList stepsOf(Manner manner, const Spot& spot)
     return {};
 }
 
-/// Of an operation on streams, which reads each reply as it comes.
-Ending endingOnStreams(Manner manner, const Spot& spot)
+/// Of an operation that reads each reply as it comes.
+Ending endingInTurn(Fault fault, Operation operation, const Spot& spot)
 {
-    switch (manner) {
-    case Manner::Refused:
-        return { Ending::Kind::Refused, spot.refusal.left(3).toInt() };
+    if (fault.stage == Stage::Quit) {
+        return { Ending::Kind::Works }; // Nobody waits for an answer to a farewell.
+    }
+    switch (fault.manner) {
+    case Manner::Refused: {
+        const bool isLoggedIn = fault.stage != Stage::Greeting && fault.stage != Stage::Login;
+        return { operation == ConnectionTest && isLoggedIn ? Ending::Kind::FolderRefused : Ending::Kind::Refused,
+                 spot.refusal.first().left(3).toInt() };
+    }
+    case Manner::Stalled:
+        return { Ending::Kind::Silence, spot.lastCode };
     case Manner::Slow:
     case Manner::SingleBytes:
         return { Ending::Kind::Works };
     case Manner::Dropped:
     case Manner::Reset:
-    case Manner::Stalled:
     case Manner::Garbage:
     case Manner::Oversized:
         break;
     }
-    return { Ending::Kind::Lost };
+    return { Ending::Kind::Lost, spot.lastCode };
 }
 
-/// Of a conversation whose replies are judged when the server has closed the connection: any line that begins with 4
-/// or 5 is a refusal, everything else passes.
+/// Of a conversation whose replies are judged when the server has closed the connection: any piece of them that begins
+/// with 4 or 5 is a refusal, everything else passes.
 FaultPlan planOfConversation(Manner manner, const Spot& spot)
 {
     FaultPlan plan;
     QByteArrayList steps = stepsOf(manner, spot);
     switch (manner) {
-    case Manner::Oversized:
-        steps.prepend("idle 60"); // As below.
-        [[fallthrough]];
     case Manner::Refused:
-        if (spot.event == "QUIT") {
-            steps.append("close"); // It is waited for.
-        }
-        plan.ending = { Ending::Kind::Failed };
+        plan.ending = { Ending::Kind::Refused };
         break;
     case Manner::Dropped:
-    case Manner::Reset:
-        // When all that was sent ahead has come: a command that cannot be sent is another matter.
-        steps.prepend("idle 60");
         plan.ending = { Ending::Kind::Believed };
+        break;
+    case Manner::Reset:
+        plan.ending = { Ending::Kind::BelievedAfterReset };
         break;
     case Manner::Stalled:
         // It waits until the server closes, however long that takes.
@@ -213,41 +220,58 @@ FaultPlan planOfConversation(Manner manner, const Spot& spot)
         steps = { "wait 120", "close" };
         plan.ending = { Ending::Kind::Believed };
         break;
+    case Manner::Oversized:
+        plan.ending = { Ending::Kind::Lost };
+        break;
     case Manner::SingleBytes:
-        // A piece that begins with a 4 or 5 would be a refusal.
         if (spot.event == "CWD" || spot.event == "DELE") {
-            steps = { "slowly 1", "220 Done", "slowly 0" };
+            plan.ending = { Ending::Kind::Refused }; // The reply is 250: its second piece begins with 5.
         }
-        plan.ending = { Ending::Kind::Works };
         break;
     case Manner::Slow:
     case Manner::Garbage:
-        plan.ending = { Ending::Kind::Works };
         break;
     }
-    plan.rules = { { .on = spot.event, .steps = spot.before + steps } };
-    if (manner == Manner::SingleBytes && spot.event == "CWD") {
-        plan.rules.append(ScriptedRule{ .on = "DELE", .steps = { "220 Done" } }); // It is in the wrong folder.
+    if (spot.event == "QUIT") {
+        steps.append("close"); // It is waited for.
     }
+    if (steps.contains("close") || steps.contains("reset")) {
+        steps.prepend("until QUIT"); // A command that cannot be sent is another matter.
+    }
+    plan.rules = { { .on = spot.event, .steps = spot.before + steps } };
     return plan;
 }
 
-} // namespace
-
-QList<Fault> allFaults()
+/// Whether a fault that is told of leaves the thing done all the same.
+std::optional<bool> isDoneInSpiteOf(Fault fault, Operation operation)
 {
-    QList<Fault> faults;
-    for (const Stage stage : { Stage::Connect, Stage::Greeting, Stage::Login, Stage::Folder, Stage::DataConnection,
-                               Stage::Command, Stage::Transfer, Stage::Completion, Stage::Quit }) {
-        for (const Manner manner : { Manner::Refused, Manner::Dropped, Manner::Reset, Manner::Stalled, Manner::Slow,
-                                     Manner::Garbage, Manner::Oversized, Manner::SingleBytes }) {
-            faults.append({ stage, manner });
+    const bool serverGoesOn
+        = fault.manner == Manner::Slow || fault.manner == Manner::Garbage || fault.manner == Manner::SingleBytes;
+    switch (operation) {
+    case Deletion: // All of it was sent before.
+        return serverGoesOn || fault.stage == Stage::Quit;
+    case FolderCreation:
+    case ManualFolderCreation:
+        return serverGoesOn && fault.stage == Stage::Command;
+    case Upload:
+        if (serverGoesOn && (fault.stage == Stage::Command || fault.stage == Stage::Transfer)) {
+            return std::nullopt; // How much is sent before it is given up is left to chance.
         }
+        return fault.stage == Stage::Completion;
+    case Download:
+        if (serverGoesOn || fault.stage == Stage::Completion) {
+            return std::nullopt; // So is how much of what was sent is read.
+        }
+        return false;
+    case Listing:
+    case LoginTest:
+    case ConnectionTest:
+        break;
     }
-    return faults;
+    return std::nullopt;
 }
 
-std::optional<FaultPlan> planOf(Fault fault, Operation operation)
+std::optional<FaultPlan> planOfAnyStage(Fault fault, Operation operation)
 {
     if (fault.stage == Stage::Connect) {
         return planOfConnect(fault.manner, operation);
@@ -262,72 +286,18 @@ std::optional<FaultPlan> planOf(Fault fault, Operation operation)
     if (isConversation(operation)) {
         return planOfConversation(fault.manner, *spot);
     }
-    FaultPlan plan{ .rules = { { .on = spot->event, .steps = spot->before + stepsOf(fault.manner, *spot) } },
-                    .ending = endingOnStreams(fault.manner, *spot),
-                    .needsShortTimeouts = fault.manner == Manner::Stalled };
-    if (fault.stage == Stage::Quit) {
-        plan.ending = { Ending::Kind::Works }; // Nobody waits for an answer to a farewell.
+    return FaultPlan{ .rules = { { .on = spot->event, .steps = spot->before + stepsOf(fault.manner, *spot) } },
+                      .ending = endingInTurn(fault, operation, *spot),
+                      .needsShortTimeouts = fault.manner == Manner::Stalled };
+}
+
+} // namespace
+
+std::optional<FaultPlan> planOf(Fault fault, Operation operation)
+{
+    std::optional<FaultPlan> plan = planOfAnyStage(fault, operation);
+    if (plan) {
+        plan->isDone = plan->ending.kind == Ending::Kind::Works ? true : isDoneInSpiteOf(fault, operation);
     }
     return plan;
-}
-
-const char* textOf(Stage stage)
-{
-    switch (stage) {
-    case Stage::Connect:
-        return "connect";
-    case Stage::Greeting:
-        return "greeting";
-    case Stage::Login:
-        return "login";
-    case Stage::Folder:
-        return "folder";
-    case Stage::DataConnection:
-        return "data connection";
-    case Stage::Command:
-        return "command";
-    case Stage::Transfer:
-        return "transfer";
-    case Stage::Completion:
-        return "completion";
-    case Stage::Quit:
-        return "quit";
-    }
-    return "";
-}
-
-const char* textOf(Manner manner)
-{
-    switch (manner) {
-    case Manner::Refused:
-        return "refused";
-    case Manner::Dropped:
-        return "dropped";
-    case Manner::Reset:
-        return "reset";
-    case Manner::Stalled:
-        return "stalled";
-    case Manner::Slow:
-        return "slow";
-    case Manner::Garbage:
-        return "garbage";
-    case Manner::Oversized:
-        return "oversized";
-    case Manner::SingleBytes:
-        return "single bytes";
-    }
-    return "";
-}
-
-std::string nameOf(Fault fault)
-{
-    std::string name;
-    bool startsWord = true;
-    for (const char c : std::string(textOf(fault.stage)) + ' ' + textOf(fault.manner)) {
-        if (c != ' ') {
-            name += startsWord ? static_cast<char>(c - 'a' + 'A') : c;
-        }
-        startsWord = c == ' ';
-    }
-    return name;
 }

@@ -10,7 +10,16 @@
 #include <string>
 
 /// What is asked of a server.
-enum class Operation { Upload, Download, Listing, FolderCreation, Deletion, LoginTest };
+enum class Operation {
+    Upload,
+    Download,
+    Listing,
+    FolderCreation,
+    ManualFolderCreation, ///< By the window's manual controls.
+    Deletion,
+    LoginTest, ///< The library's.
+    ConnectionTest, ///< The one in the window's preferences.
+};
 
 /// Where in the conversation something goes wrong.
 enum class Stage {
@@ -21,7 +30,7 @@ enum class Stage {
     DataConnection,
     Command, ///< The reply to what begins the transfer, or does what is asked.
     Transfer, ///< Nine bytes of data have moved.
-    Completion, ///< All data has moved; the last word is due.
+    Completion, ///< All data has been sent; the last word is due.
     Quit,
 };
 
@@ -38,12 +47,15 @@ struct Ending {
     enum class Kind {
         Works,
         Refused, ///< With the server's code.
+        FolderRefused, ///< The same, by a server that has accepted the login.
         Lost, ///< For a reason that the server has not given.
+        Silence, ///< The server was waited for in vain.
+        Unreachable, ///< There is no connection.
         Believed, ///< The server fell silent without a refusal, which counts as done.
-        Failed, ///< The library says no more than that.
+        BelievedAfterReset, ///< The same, by a reset of the connection.
     };
     Kind kind;
-    int code = 0; ///< Of a refusal.
+    int code = 0; ///< Of the refusal, or else of the server's latest reply; 0 for none.
 };
 
 /// One cell of the matrix: how the server is made to fail, and what comes of it.
@@ -56,6 +68,9 @@ struct FaultPlan {
     Port port = Port::Served;
     QList<ScriptedRule> rules = {};
     Ending ending = { Ending::Kind::Works };
+    /// Whether the thing itself is done then, whatever is told of it; nothing where that is left to chance, or where
+    /// there is no such thing.
+    std::optional<bool> isDone = {};
     bool needsShortTimeouts = false; ///< It ends when a time limit of the streams does.
     std::chrono::milliseconds silence{ 0 }; ///< How long the operation waits at least.
 };

@@ -1,6 +1,7 @@
 #include "FTPManager.h"
 #include "FaultOperations.h"
 #include "HastyStreams.h"
+#include "LogRecorder.h"
 
 #include <QUrl>
 
@@ -20,13 +21,34 @@ public:
         HastyStreams streams(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
         FTPManager manager(streams);
         m_record->setPort(port);
-        return isDone(manager, operation) ? u"true"_s : u"false"_s;
+        const LogRecorder log;
+        const QString answer = isDone(manager, operation) ? u"true"_s : u"false"_s;
+        return (QStringList{ answer } + log.lines()).join(u"; "_s);
     }
 
-    QString told(Operation /*operation*/, Ending ending) const override
+    Outcome outcome(Operation operation, Ending ending) const override
     {
-        const bool isDone = ending.kind == Ending::Kind::Works || ending.kind == Ending::Kind::Believed;
-        return isDone ? u"true"_s : u"false"_s;
+        switch (ending.kind) {
+        case Ending::Kind::Works:
+            return { "works", u"true"_s };
+        case Ending::Kind::Believed:
+            return { "believed", u"true"_s };
+        case Ending::Kind::BelievedAfterReset:
+            return { "believed", u"true; Error reading from socket!"_s };
+        case Ending::Kind::Unreachable:
+            if (isConversation(operation)) {
+                return { "fails", u"false; error connecting."_s };
+            }
+            break;
+        case Ending::Kind::Refused:
+        case Ending::Kind::FolderRefused:
+        case Ending::Kind::Lost:
+        case Ending::Kind::Silence:
+            break;
+        }
+        return { "fails",
+                 isConversation(operation) ? u"false"_s
+                                           : u"false; ftp stream failed: general stream error (check credentials?)"_s };
     }
 
     void leave() override { } // Each operation's connections go with its thread.
@@ -42,10 +64,12 @@ private:
         case Operation::Listing:
             return list(manager);
         case Operation::FolderCreation:
+        case Operation::ManualFolderCreation:
             return manager.createNewFolder(m_scene.folderToMake(), m_record.get());
         case Operation::Deletion:
             return manager.deleteFileNamed(u"doomed.txt"_s, m_record.get());
         case Operation::LoginTest:
+        case Operation::ConnectionTest:
             return manager.checkLogin(m_record.get());
         }
         return false;

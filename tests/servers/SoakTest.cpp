@@ -1,5 +1,4 @@
 #include "FaultOperations.h"
-#include "LogRecorder.h"
 #include "OpenDescriptors.h"
 #include "ResidentMemory.h"
 #include "WindowServerTest.h"
@@ -196,7 +195,7 @@ protected:
         }
         m_scene.prepare(operation);
         EXPECT_EQ(operations.perform(operation, m_scene.server().port(), false),
-                  operations.told(operation, plan->ending));
+                  operations.outcome(operation, plan->ending).told);
         m_scene.server().forgetRules();
         operations.leave();
         m_scene.server().forgetRecords();
@@ -209,7 +208,8 @@ protected:
         using enum Operation;
         int count = 0;
         for (const Fault& fault : allFaults()) {
-            for (const Operation operation : { Upload, Download, Listing, FolderCreation, Deletion }) {
+            for (const Operation operation :
+                 { Upload, Download, Listing, FolderCreation, ManualFolderCreation, Deletion, ConnectionTest }) {
                 count += fail(*m_window, operation, fault) ? 1 : 0;
             }
             for (const Operation operation : { Upload, Download, Listing, FolderCreation, Deletion, LoginTest }) {
@@ -219,7 +219,6 @@ protected:
         return count;
     }
 
-    LogRecorder m_log; ///< What is logged of failures has tests of its own.
     FaultScene m_scene;
     std::unique_ptr<FaultOperations> m_window = operationsOfWindow(m_scene);
     std::unique_ptr<FaultOperations> m_library = operationsOfLibrary(m_scene);

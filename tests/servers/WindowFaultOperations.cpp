@@ -1,8 +1,12 @@
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
+#include "FTPManager.h"
 #include "FaultOperations.h"
 #include "HastyStreams.h"
+#include "ItemOperations.h"
+#include "LogRecorder.h"
 #include "NetworkManager.h"
+#include "PreferencesController.h"
 #include "ProgramName.h"
 #include "Sheets.h"
 #include "UserDefaults.h"
@@ -11,6 +15,7 @@
 
 #include <QFile>
 #include <QLabel>
+#include <QPushButton>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +26,46 @@ namespace {
 
 const QString checkSettings = u"Check Settings"_s;
 const QString notDeleted = u"Item Not Deleted"_s;
+const QString notCreated = u"Folder Not Created"_s;
+
+/// The library's, with time limits that a test can wait for.
+ItemOperations hastyItemOperations(bool hasShortTimeouts)
+{
+    ItemOperations operations = libraryItemOperations();
+    operations.createNewFolder = [hasShortTimeouts](const QString& name, const FMServer& server) {
+        HastyStreams streams(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
+        return FTPManager(streams).createNewFolder(name, &server) ? ItemOutcome::Done : ItemOutcome::Refused;
+    };
+    return operations;
+}
+
+/// What the preferences say of a test that has come to @p ending, and what such ends are called.
+Outcome outcomeOfTest(Ending ending)
+{
+    const QString reply = ending.code == 0 ? u""_s : u" The server said: %1"_s.arg(ending.code);
+    switch (ending.kind) {
+    case Ending::Kind::Works:
+        return { "works",
+                 u"It works: the login is accepted, and the folder is there. Nothing was encrypted. The server said: "
+                 "200"_s };
+    case Ending::Kind::Refused:
+        return { "login refused", u"The server refuses the login."_s + reply };
+    case Ending::Kind::FolderRefused:
+        return { "folder refused",
+                 u"The login is accepted, but the folder is refused. It has to be there before files can go into it."_s
+                     + reply };
+    case Ending::Kind::Lost:
+        return { "lost", u"The server has ended the connection."_s + reply };
+    case Ending::Kind::Silence:
+        return { "no answer", u"The server does not answer."_s + reply };
+    case Ending::Kind::Unreachable:
+        return { "no server", u"There is no FTP server at this address, or it cannot be reached."_s };
+    case Ending::Kind::Believed:
+    case Ending::Kind::BelievedAfterReset:
+        break;
+    }
+    return {};
+}
 
 class WindowFaultOperations final : public FaultOperations {
 public:
@@ -52,6 +97,8 @@ public:
                                                      { u"Username"_s, u"anna"_s },
                                                      { u"Password"_s, u"secret"_s },
                                                      { u"FTPFolder"_s, u"folder"_s } }));
+        m_controller->setItemOperations(hastyItemOperations(hasShortTimeouts));
+        const LogRecorder log; // What the library logs is not told in the window.
         begin(operation);
         const bool isIdle = waitFor([this] { return !isBusy(); });
         EXPECT_TRUE(isIdle);
@@ -64,23 +111,36 @@ public:
         return words;
     }
 
-    QString told(Operation operation, Ending ending) const override
+    Outcome outcome(Operation operation, Ending ending) const override
     {
-        const bool isDone = ending.kind == Ending::Kind::Works || ending.kind == Ending::Kind::Believed;
-        if (operation == Operation::Deletion) {
-            return isDone ? u""_s : notDeleted;
+        if (operation == Operation::ConnectionTest) {
+            return outcomeOfTest(ending);
         }
-        if (isDone) {
-            return subjectOf(operation) + u" succeeded"_s;
+        const bool isSaidInASheet = operation == Operation::Deletion || operation == Operation::FolderCreation;
+        switch (ending.kind) {
+        case Ending::Kind::Works:
+            return { "works", isSaidInASheet ? u""_s : subjectOf(operation) + u" succeeded"_s };
+        case Ending::Kind::Believed:
+        case Ending::Kind::BelievedAfterReset:
+            return { "believed", u""_s };
+        case Ending::Kind::Refused:
+        case Ending::Kind::FolderRefused:
+        case Ending::Kind::Lost:
+        case Ending::Kind::Silence:
+        case Ending::Kind::Unreachable:
+            break;
         }
-        if (ending.kind == Ending::Kind::Lost) {
-            return u"Stream open error"_s;
+        if (isSaidInASheet) {
+            return { "fails", operation == Operation::Deletion ? notDeleted : notCreated };
+        }
+        if (ending.kind != Ending::Kind::Refused) {
+            return { "lost", u"Stream open error"_s };
         }
         if (operation == Operation::Listing) {
-            return u"Error: Check Settings, and a sheet"_s;
+            return { "refused", u"Error: Check Settings, and a sheet"_s };
         }
         const QString question = operation == Operation::Download ? u""_s : u"; Directory may already exist?"_s;
-        return u"FTP error %1"_s.arg(ending.code) + question;
+        return { std::to_string(ending.code), u"FTP error %1"_s.arg(ending.code) + question };
     }
 
     void leave() override
@@ -107,10 +167,12 @@ private:
             return u"Download"_s;
         case Operation::Listing:
             return u"Listing"_s;
-        case Operation::FolderCreation:
+        case Operation::ManualFolderCreation:
             return u"Create"_s;
+        case Operation::FolderCreation:
         case Operation::Deletion:
         case Operation::LoginTest:
+        case Operation::ConnectionTest:
             break;
         }
         return {};
@@ -129,23 +191,37 @@ private:
             m_controller->listFTPDestination();
             break;
         case Operation::FolderCreation:
+            m_controller->createFolder(m_scene.folderToMake());
+            m_scene.server().forgetRules(); // They are not for the listing that follows.
+            break;
+        case Operation::ManualFolderCreation:
             m_controller->cc().startCreate(m_scene.folderToMake(),
                                            ViewController::createFullDestinationPathFromAppNameAndFTPFolder(),
                                            ViewController::username(), ViewController::password());
             break;
         case Operation::Deletion:
             m_controller->deleteFile(u"doomed.txt"_s);
-            m_scene.server().forgetRules(); // They are not for the listing that follows.
+            m_scene.server().forgetRules();
+            break;
+        case Operation::ConnectionTest:
+            m_controller->showPreferences();
+            control<QPushButton>(u"testButton"_s).click();
             break;
         case Operation::LoginTest:
             break;
         }
     }
 
+    template <typename Control> Control& control(const QString& name) const
+    {
+        return *m_controller->preferences().view()->findChild<Control*>(name);
+    }
+
     bool isBusy() const
     {
         return !m_controller->fileUploadQueue().isEmpty() || m_controller->pc().isSending()
-            || m_controller->gc().isReceiving() || m_controller->lc().isReceiving() || m_controller->cc().isCreating();
+            || m_controller->gc().isReceiving() || m_controller->lc().isReceiving() || m_controller->cc().isCreating()
+            || control<QPushButton>(u"testButton"_s).text() == u"Stop &Test"_s;
     }
 
     void noteListing()
@@ -159,13 +235,30 @@ private:
 
     QString wordsOfEnd(Operation operation) const
     {
-        if (operation == Operation::Deletion) {
-            return hasSheet(notDeleted) ? notDeleted : u""_s;
+        if (operation == Operation::ConnectionTest) {
+            return wordsOfTest();
+        }
+        for (const QString& title : { notDeleted, notCreated }) {
+            if (hasSheet(title)) {
+                return title;
+            }
+        }
+        if (operation == Operation::Deletion || operation == Operation::FolderCreation) {
+            return shownSheets().join(u' ');
         }
         const bool isListing = operation == Operation::Listing;
         const auto* const label
             = m_controller->window().findChild<QLabel*>(isListing ? u"listingStatusTextField"_s : u"statusTextField"_s);
         return label->text() + (hasSheet(checkSettings) ? u", and a sheet"_s : u""_s);
+    }
+
+    /// The sentence, and what the server has said up to the number.
+    QString wordsOfTest() const
+    {
+        const QString sentence = control<QLabel>(u"testResultLabel"_s).text();
+        const QString reply = control<QLabel>(u"testReplyLabel"_s).text();
+        m_controller->preferences().view()->close();
+        return sentence + (reply.isEmpty() ? u""_s : u' ' + reply.left(u"The server said: 200"_s.size()));
     }
 
     static bool hasSheet(const QString& title)

@@ -2,12 +2,12 @@
 
 import re
 
-_NUMBER, _OPTIONAL_NUMBER, _TEXT, _NOTHING = r"\d+", r"(\d+)?", r".*", r""
+_NUMBER, _OPTIONAL_NUMBER, _VERB, _TEXT, _NOTHING = r"\d+", r"(\d+)?", r"[A-Z]+", r".*", r""
 
 # Every step by its name, with the form of what follows the name.
 _STEPS = {
     "say": _TEXT, "raw": _TEXT, "flood": _NUMBER, "flood-lines": _NUMBER,
-    "slowly": _NUMBER, "wait": _NUMBER, "idle": _NUMBER, "silence": _NOTHING,
+    "slowly": _NUMBER, "wait": _NUMBER, "idle": _NUMBER, "until": _VERB, "silence": _NOTHING,
     "default": _NOTHING, "close": _NOTHING, "reset": _NOTHING,
     "accept": _NOTHING, "narrow": _NUMBER, "read": _OPTIONAL_NUMBER, "write": _OPTIONAL_NUMBER,
     "send": _TEXT, "send-file": _TEXT, "fill": _NUMBER, "repeat": _TEXT, "data-close": _NOTHING, "data-reset": _NOTHING,

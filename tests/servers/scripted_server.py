@@ -49,9 +49,11 @@ Steps on the control connection
     raw BYTES           exactly these bytes
     flood N             N bytes without a line end
     flood-lines N       N lines of a reply that does not end
-    slowly MS           from here on everything goes out byte by byte with such a pause; 0: at once again
+    slowly MS           from here on everything goes out byte by byte with such a pause, and each byte after the client
+                        has read the one before; 0: at once again
     wait MS             a pause
     idle MS             waits until no command has come for so long
+    until VERB          waits until such a command has come, which is still answered in its turn
     silence             nothing more is ever said; the connection stays until the client ends it
     close, reset        ends the control connection by FIN or RST; the data connection may still be used by the
                         steps that follow, and ends after them

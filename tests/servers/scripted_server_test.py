@@ -12,6 +12,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 from helper_client import Conversation, Helper, received
@@ -203,8 +204,19 @@ class ScriptedServerTest(unittest.TestCase):
         pieces = [client.socket.recv(100)]
         while not pieces[-1].endswith(b"\n"):
             pieces.append(client.socket.recv(100))
-        self.assertEqual(b"".join(pieces), b"200 Fine\r\n")
-        self.assertGreater(len(pieces), 2)
+        self.assertEqual(pieces, [bytes([byte]) for byte in b"200 Fine\r\n"])
+
+    def test_byte_by_byte_for_a_client_that_takes_its_time(self):
+        for address in ("127.0.0.1", "::1"):
+            with self.subTest(address), Helper("scripted_server.py", "--address", address) as server:
+                with Conversation(server.port, address) as client:
+                    client.hear()
+                    server.wish(rule={"on": "NOOP", "do": ["slowly 1", "502"]})
+                    server.events_up_to("ruled")
+                    client.socket.sendall(b"NOOP\r\n")
+                    for byte in b"502\r\n":
+                        time.sleep(0.02)
+                        self.assertEqual(client.socket.recv(100), bytes([byte]))
 
     def test_byte_by_byte_for_a_while(self):
         client = self.converse({"on": "NOOP", "do": ["slowly 5", "default", "slowly 0"]})
@@ -218,6 +230,15 @@ class ScriptedServerTest(unittest.TestCase):
         client.socket.settimeout(0.3)
         with self.assertRaises(TimeoutError):
             client.hear()
+
+    def test_can_wait_for_a_command_further_on(self):
+        client = self.converse({"on": "NOOP", "do": ["until QUIT", "close"]})
+        client.say("NOOP")
+        client.socket.settimeout(0.3)
+        with self.assertRaises(TimeoutError):
+            client.socket.recv(1)
+        client.say("quit")
+        self.assertEqual(client.socket.recv(1), b"")
 
     def test_no_answer_to_one_command(self):
         client = self.converse({"on": "NOOP", "do": []})

@@ -9,6 +9,7 @@ import socket
 from scripted_commands import steps_of_good_behaviour
 from scripted_data import DataChannel, Upload, reset
 from scripted_files import joined
+from scripted_pace import unread_bytes
 from scripted_rules import Event, parse_step
 
 _BLOCK = 65536
@@ -32,6 +33,7 @@ class Session:
         self._answered = -1  # Command lines whose steps are done; the greeting comes first.
         self._gone = asyncio.Event()  # One side has ended the connection.
         self._closed = False  # We have ended it.
+        self._heard = set()  # The verbs of all commands that have come, answered or not.
         self._pause = None  # Seconds between two bytes of a reply.
         self._upload = None
         self._source = None
@@ -107,6 +109,7 @@ class Session:
             self.report("command", line=text, pipelined=pipelined)
         else:
             self.report("command", line=text, pipelined=pipelined, end="LF alone")
+        self._heard.add(text.partition(" ")[0].upper())
         self._lines.put_nowait((text, pipelined))
 
     async def _answer(self, verb, argument, pipelined):
@@ -154,6 +157,10 @@ class Session:
             if self._received == before or self._gone.is_set():
                 return
             before = self._received
+
+    async def _do_until(self, verb):
+        while verb not in self._heard and not self._gone.is_set():
+            await asyncio.sleep(0.001)
 
     async def _do_silence(self, _rest):
         await self._gone.wait()
@@ -266,6 +273,8 @@ class Session:
             for byte in data:
                 await asyncio.get_running_loop().sock_sendall(self._connection, bytes([byte]))
                 await asyncio.sleep(self._pause)
+                while unread_bytes(self._connection) and not self._gone.is_set():
+                    await asyncio.sleep(self._pause)
 
     async def _end(self, how):
         if self._closed:

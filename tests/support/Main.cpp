@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #ifdef TESTS_HAVE_WIDGETS
+#include "WaitFor.h"
+
 #include <QApplication>
+#include <QThreadPool>
 using Application = QApplication;
 #else
 #include <QCoreApplication>
@@ -33,6 +36,23 @@ extern "C" __attribute__((visibility("default"))) int clone(int (*main)(void*), 
 }
 #endif
 
+#ifdef TESTS_HAVE_WIDGETS
+namespace {
+
+/// Qt paints with the help of more or fewer threads, by what happens to be idle just then, and each has a descriptor.
+/// Tests count descriptors: let there be one such thread from the beginning to the end.
+void paintWithOneThread()
+{
+    QThreadPool& painters = *QThreadPool::globalInstance();
+    painters.setMaxThreadCount(1);
+    painters.setExpiryTimeout(-1); // None ends for want of work.
+    painters.start([] {});
+    waitFor([&painters] { return painters.activeThreadCount() == 0; });
+}
+
+} // namespace
+#endif
+
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
@@ -46,5 +66,8 @@ int main(int argc, char** argv)
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const Application application(argc, argv);
+#ifdef TESTS_HAVE_WIDGETS
+    paintWithOneThread();
+#endif
     return RUN_ALL_TESTS();
 }
