@@ -19,7 +19,7 @@ using Application = QCoreApplication;
 #include <cstdarg>
 #include <sched.h>
 
-extern "C" int __clone(int (*)(void*), void*, int, void*, ...); // NOLINT(bugprone-reserved-identifier): the C library's
+extern "C" int __clone(int (*)(void*), void*, int, void*, ...); // The C library's.
 
 /// What QProcess starts programs by, past ThreadSanitizer. Its own version counts what it ignores during the call twice
 /// down and once up when the child shares our memory, and is then blind for every lock of the calling thread.
