@@ -140,6 +140,51 @@ TEST_F(HostileServerTest, AGreetingMayHoldAnythingButHasAnEnd)
     }
 }
 
+TEST_F(HostileServerTest, AFloodOfRepliesThatNobodyAskedForTakesNoMemoryAndTheNextListingWorks)
+{
+    const QByteArray flood = "flood-replies 100000";
+    const QByteArray over = "200 Enough"; // Said when the flood has been taken, or nobody is there to take it.
+    const QString lost = u"Stream open error"_s;
+    const QString succeeded = u"Listing succeeded"_s;
+    struct Row {
+        const char* behind;
+        QByteArray on;
+        QByteArrayList steps;
+        QString status;
+    };
+    for (const Row& row : {
+             // These pass for the answers to what was sent ahead, a port among it.
+             Row{ "the login", "PASS", { "230 In", flood, over }, lost },
+             Row{ "a command", "TYPE", { "200 Binary", flood, over }, lost },
+             Row{ "the last word, while data comes",
+                  "LIST",
+                  { "150 Go", "226 Done", flood, over, "send " + ::row("a"), "data-close" },
+                  succeeded },
+             Row{ "the last word, when nobody listens",
+                  "LIST",
+                  { "150 Go", "send " + ::row("a"), "data-close", "226 Done", flood, over },
+                  succeeded },
+         }) {
+        SCOPED_TRACE(row.behind);
+        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        m_server.on(row.on, row.steps);
+        const qint64 before = residentMemory();
+
+        EXPECT_EQ(list(), row.status);
+        EXPECT_TRUE(m_server.waitForReply(over));
+
+        EXPECT_LT(residentMemory() - before, 8 * mebibyte);
+        m_server.forgetRules();
+        m_server.forgetRecords();
+        EXPECT_EQ(list(), succeeded);
+        EXPECT_EQ(m_server.connectionCount(), 1); // What was flooded is not used again.
+        EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
+    }
+    m_controller->uploadFiles({ makeFile(u"afterwards"_s) });
+    EXPECT_TRUE(waitUntilIdle());
+    EXPECT_EQ(m_server.file(u"folder/afterwards"_s), QByteArray("content"));
+}
+
 TEST_F(HostileServerTest, DataIsFetchedFromTheServerAloneWhateverAPassiveReplySays)
 {
     QTcpServer elsewhere;
