@@ -131,6 +131,7 @@ TEST_F(NoRouteTest, TenThousandFilesFailOneAfterTheOtherWithOneAlertThatIsAnswer
     };
     ASSERT_EQ(network.problem().toStdString(), "");
     const QString file = makeFile(u"file"_s);
+    m_controller->window().setUpdatesEnabled(false); // Nobody looks, and painting takes most of the time.
     m_controller->uploadFiles(QStringList(count, file));
 
     // More ticks than the timer has, but over a time in which alerts fall due again and again; each is answered at
@@ -146,6 +147,8 @@ TEST_F(NoRouteTest, TenThousandFilesFailOneAfterTheOtherWithOneAlertThatIsAnswer
             m_controller->onTick();
         }
         QCoreApplication::processEvents();
+        // Those that are left would be looked through in each turn.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         if (!shownSheets().isEmpty()) {
             EXPECT_EQ(shownSheets(), alert);
             answerSheet();
