@@ -7,6 +7,8 @@ namespace {
 
 using StreamTimingTest = StreamTest;
 
+constexpr qsizetype tooMuch = 64 << 20; ///< More bytes than all buffers on the way hold.
+
 TEST_F(StreamTimingTest, SilenceInsteadOfAGreetingEndsTheTransfer)
 {
     m_timeouts.reply = 50ms;
@@ -34,7 +36,7 @@ TEST_F(StreamTimingTest, SilenceInTheSetUpEndsTheTransfer)
 TEST_F(StreamTimingTest, AStalledDataConnectionEndsTheUpload)
 {
     m_timeouts.stalledData = 50ms;
-    startUpload(u"/f"_s, QByteArray(64 * 1024 * 1024, 'x'));
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
 
     auto control = open("STOR f");
 
@@ -115,7 +117,7 @@ TEST_F(StreamTimingTest, PreliminaryRepliesWithoutEndEndTheTransferWhateverTheyA
         sayWithoutEnd(*control, "120 Wait");
     }
 
-    startUpload(u"/f"_s, QByteArray(64 * 1024 * 1024, 'x'));
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
     auto control = open("STOR f");
     sayWithoutEnd(*control, "150 Wait");
 
@@ -168,7 +170,7 @@ TEST_F(StreamTimingTest, NothingIsReportedAndNoTimeRunsWhileTheLoopIsHeld)
 {
     m_timeouts.reply = 300ms;
     DeliveryGate& gate = DeliveryGate::ofThisThread();
-    startUpload(u"/f"_s, QByteArray(64 * 1024 * 1024, 'x'));
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
     auto control = m_peer.accept();
     control->say("220 Ready");
     control->hear(5);
