@@ -19,6 +19,9 @@ std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> resolve(const QByteArray& hos
     hints.ai_family = AF_INET;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
+    if (host.contains('\0')) {
+        return { found, &freeaddrinfo }; // The system would stop there and look up another host.
+    }
     // Unlike gethostbyname, it may be called on many threads at once.
     if (getaddrinfo(host.constData(), nullptr, &hints, &found) != 0) {
         found = nullptr;

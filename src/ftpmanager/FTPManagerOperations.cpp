@@ -120,8 +120,11 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
     if (run(*m_serverReadStream)) {
         return true;
     }
-    // Part of a file looks like the file. Folders are left alone, should one stand in its place.
-    QFile::remove(localPath);
+    // Part of a file looks like the file. Folders are left alone, should one stand in its place, and so are links that
+    // lead to nothing.
+    if (QFile::exists(localPath)) {
+        QFile::remove(localPath);
+    }
     return false;
 }
 

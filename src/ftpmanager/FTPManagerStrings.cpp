@@ -36,7 +36,11 @@ QString fmdir(const QString& destination)
 
 QString ftpURLForPort(const QString& destination, qint32 port)
 {
-    QString location = u"ftp://"_s + fmhost(destination);
+    const QString host = fmhost(destination);
+    if (host.contains(u'?') || host.contains(u'#')) {
+        return QString(); // The port would be part of the query or fragment, and the login go to that of FTP.
+    }
+    QString location = u"ftp://"_s + host;
     if (port != 21) {
         location += u':' + QString::number(port);
     }

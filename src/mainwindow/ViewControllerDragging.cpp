@@ -69,6 +69,7 @@ void ViewController::makePromisedFile(const ListingEntry& entry, const QString& 
     const auto download
         = [this, name, destination, rawName = entry.rawName] { downloadFileTo(name, destination, rawName); };
     const QString path = PathText::appendingPathComponent(destination, name);
+    // A link that leads to nothing is no file to ask about: nothing is written through it.
     if (PathText::isFileName(name) && QFileInfo::exists(path)) {
         const QString shownName = visibleText(name);
         SheetQueue::of(m_window).raise(

@@ -176,8 +176,9 @@ void ViewController::showSpeed()
 
 void ViewController::showTexts()
 {
-    m_ui->statusTextField->setText(m_status);
-    m_manual->auxiliaryStatusTextField->setText(m_status);
+    const QString status = visibleText(m_status); // It may hold a name from a server.
+    m_ui->statusTextField->setText(status);
+    m_manual->auxiliaryStatusTextField->setText(status);
     m_ui->listingStatusTextField->setText(m_listingStatus);
     showLastReply();
     showSecurity();

@@ -20,6 +20,16 @@ void withdrawExecution(int descriptor)
     }
 }
 
+/// Opens what is there or, when there is nothing, makes a file. In two steps, since a file that is made in the one step
+/// that the system has for both is also made at the end of a link that leads to nothing.
+int openForWriting(const QString& path)
+{
+    constexpr int flags = O_WRONLY | O_TRUNC | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    const QByteArray name = QFile::encodeName(path);
+    const int descriptor = ::open(name.constData(), flags);
+    return descriptor >= 0 || errno != ENOENT ? descriptor : ::open(name.constData(), flags | O_CREAT | O_EXCL, 0666);
+}
+
 } // namespace
 
 FileOutputStream::FileOutputStream(QString path)
@@ -36,8 +46,7 @@ void FileOutputStream::open()
 {
     // The system would stop at a NUL and write another file.
     if (!m_path.contains(QChar::Null)) {
-        m_descriptor = ::open(QFile::encodeName(m_path).constData(),
-                              O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0666);
+        m_descriptor = openForWriting(m_path);
     }
     m_failed = m_descriptor < 0;
     if (!m_failed) {

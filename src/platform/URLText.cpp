@@ -67,7 +67,7 @@ QString URLText::appendingPathComponent(const QString& url, const QByteArray& co
 
 QString URLText::addingPercentEscapes(const QString& text)
 {
-    return escaped(utf8(text), "!$&'()*+,/:=@;?");
+    return escaped(utf8(text), "!$&'()*+,/:=@;");
 }
 
 bool URLText::isURLText(const QString& text)

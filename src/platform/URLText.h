@@ -15,8 +15,8 @@ QString appendingPathComponent(const QString& url, const QString& component);
 /// The same for a component of which only the bytes are known.
 QString appendingPathComponent(const QString& url, const QByteArray& component);
 
-/// @p text with everything percent-escaped that cannot stand in a URL, "%" and "#" among it; ";" and "?" stay. Null
-/// when the text is null or holds half a surrogate pair.
+/// @p text with everything percent-escaped that cannot stand in the path of a URL, "%", "?" and "#" among it; "/" and
+/// ";" stay. Null when the text is null or holds half a surrogate pair.
 QString addingPercentEscapes(const QString& text);
 
 /// Whether @p text can be read as a URL as it stands: it is not empty, and it holds nothing but the characters of

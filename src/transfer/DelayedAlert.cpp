@@ -2,11 +2,20 @@
 
 #include "RunLoop.h"
 
+#include <QDeadlineTimer>
+#include <QList>
+
+#include <algorithm>
+#include <mutex>
 #include <utility>
 
 namespace {
 
 constexpr int delayMs = 1000;
+
+/// How long nobody must have asked for an alert until it is shown anew. Less than the delay: whoever has read one and
+/// tries again is told again.
+constexpr int pauseMs = 900;
 
 std::function<void(const QString&, const QString&)>& installedPresenter()
 {
@@ -14,10 +23,55 @@ std::function<void(const QString&, const QString&)>& installedPresenter()
     return presenter;
 }
 
+/// The alerts that are asked for again and again, as for each file of a long queue without a connection. One alert
+/// tells of a whole run; otherwise there would be another as soon as one is answered, for as long as the queue lasts.
+class AlertRuns {
+public:
+    /// Whether the request begins a run, so that its alert is to be shown.
+    bool beginsWith(const QString& message, const QString& informative)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_runs.removeIf([](const Run& run) { return run.end.hasExpired(); });
+        const auto run = std::find_if(m_runs.begin(), m_runs.end(), [&](const Run& each) {
+            return each.message == message && each.informative == informative;
+        });
+        if (run != m_runs.end()) {
+            run->end.setRemainingTime(pauseMs);
+            return false;
+        }
+        m_runs.append({ message, informative, QDeadlineTimer(pauseMs) });
+        return true;
+    }
+    void forget()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_runs.clear();
+    }
+
+private:
+    struct Run {
+        QString message;
+        QString informative;
+        QDeadlineTimer end; ///< Unless somebody asks before.
+    };
+
+    std::mutex m_mutex;
+    QList<Run> m_runs;
+};
+
+AlertRuns& alertRuns()
+{
+    static AlertRuns runs;
+    return runs;
+}
+
 } // namespace
 
 void ShowAlertAfterDelay(const QString& message, const QString& informative)
 {
+    if (!alertRuns().beginsWith(message, informative)) {
+        return;
+    }
     RunLoop::dispatchAfter(delayMs, nullptr, [message, informative] {
         // A copy: the presenter may install another one.
         const auto presenter = installedPresenter();
@@ -30,4 +84,5 @@ void ShowAlertAfterDelay(const QString& message, const QString& informative)
 void setDelayedAlertPresenter(std::function<void(const QString&, const QString&)> presenter)
 {
     installedPresenter() = std::move(presenter);
+    alertRuns().forget();
 }

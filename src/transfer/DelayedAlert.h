@@ -5,9 +5,10 @@
 #include <functional>
 
 /// Shows a warning with one button, "OK", one second later: hands both texts on the main thread to the presenter that
-/// is installed then. Safe from any thread.
+/// is installed then. Requests for the same alert that follow one another without a pause of nearly a second are told
+/// of once, a second after the first. Safe from any thread.
 void ShowAlertAfterDelay(const QString& message, const QString& informative);
 
-/// Installs what shows delayed alerts, given the message and the informative text. Without one they are dropped. For
-/// the main thread.
+/// Installs what shows delayed alerts, given the message and the informative text. Without one they are dropped. To a
+/// new one nothing counts as told. For the main thread.
 void setDelayedAlertPresenter(std::function<void(const QString&, const QString&)> presenter);

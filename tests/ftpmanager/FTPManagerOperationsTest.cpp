@@ -4,6 +4,7 @@
 #include "ScriptedStreams.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -252,6 +253,21 @@ TEST_F(FTPManagerOperationsTest, ADownloadThatFailsMidwayLeavesNoFile)
     EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
 
     EXPECT_FALSE(QFile::exists(m_directory.filePath(u"name"_s)));
+}
+
+TEST_F(FTPManagerOperationsTest, ADownloadMakesNoFileThroughALinkThatLeadsToNothingAndLeavesTheLink)
+{
+    const QString link = m_directory.filePath(u"name"_s);
+    const QString elsewhere = m_directory.filePath(u"elsewhere"_s);
+    ASSERT_TRUE(QFile::link(elsewhere, link));
+    m_streams.reads = { "hello"_ba };
+    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
+    const LogRecorder log;
+
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
+
+    EXPECT_FALSE(QFile::exists(elsewhere));
+    EXPECT_TRUE(QFileInfo(link).isSymLink());
 }
 
 TEST_F(FTPManagerOperationsTest, AStreamThatCannotBeMadeFailsWithoutAWord)

@@ -75,7 +75,7 @@ TEST(FTPManagerStringsTest, MakesLocations)
              Row{ u"ftp://host/a/b/"_s, 21, u"ftp://host/a/b/"_s },
              Row{ u"host/my dir"_s, 21, u"ftp://host/my%20dir"_s },
              Row{ u"host/50%/#1/é"_s, 21, u"ftp://host/50%25/%231/%C3%A9"_s },
-             Row{ u"host/a?b;c"_s, 21, u"ftp://host/a?b;c"_s },
+             Row{ u"host/a?b;c"_s, 21, u"ftp://host/a%3Fb;c"_s },
              Row{ u"host//abs"_s, 21, u"ftp://host//abs"_s },
              Row{ u"example-host"_s, 2121, u"ftp://example-host:2121"_s },
              Row{ u"sftp://Host/dir"_s, 2121, u"ftp://Host:2121/dir"_s },
@@ -91,6 +91,8 @@ TEST(FTPManagerStringsTest, MakesNoLocationOfWhatIsNoURL)
 {
     EXPECT_TRUE(ftpURLForPort(u"my host/dir"_s, 21).isNull());
     EXPECT_TRUE(ftpURLForPort(u"höst"_s, 21).isNull());
+    EXPECT_TRUE(ftpURLForPort(u"host?q/dir"_s, 2121).isNull());
+    EXPECT_TRUE(ftpURLForPort(u"host#f"_s, 21).isNull());
     EXPECT_TRUE(ftpURLForPort(u"host/"_s + QChar(0xD800), 21).isNull());
 }
 

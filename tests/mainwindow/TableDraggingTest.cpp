@@ -394,6 +394,25 @@ TEST_F(TableDraggingTest, AnExistingFileIsKeptUnlessTheUserWantsOtherwise)
     EXPECT_EQ(contents(u"a.txt"_s), "theirs");
 }
 
+TEST_F(TableDraggingTest, NoFileIsMadeElsewhereThroughALinkThatLeadsToNothing)
+{
+    const QString outside = m_directory.filePath(u"outside"_s);
+    ASSERT_TRUE(QFile::link(outside, out(u"a.txt"_s)));
+
+    const auto promise = [this] { fulfil({ 0 }); };
+    const auto download = [this] { m_controller->downloadFileTo(u"a.txt"_s, out()); };
+    for (const std::function<void()>& begin : { std::function<void()>(promise), std::function<void()>(download) }) {
+        begin();
+        bring("bytes");
+        tick();
+
+        EXPECT_EQ(control<QLabel>("statusTextField").text(), u"File write error"_s);
+        EXPECT_FALSE(m_controller->gc().isReceiving());
+        EXPECT_FALSE(QFileInfo::exists(outside));
+        EXPECT_TRUE(QFileInfo(out(u"a.txt"_s)).isSymLink());
+    }
+}
+
 TEST_F(TableDraggingTest, ReturnKeepsTheExistingFile)
 {
     QFile file(out(u"a.txt"_s));

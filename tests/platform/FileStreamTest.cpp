@@ -140,6 +140,26 @@ TEST_F(FileStreamTest, OutputReplacesWhatWasThere)
     EXPECT_EQ(contents(file), "xyz");
 }
 
+TEST_F(FileStreamTest, OutputGoesThroughALinkToAFileAndMakesNoneThroughALinkToNothing)
+{
+    const QString file = makeFile(u"a"_s, "0123456789");
+    ASSERT_TRUE(QFile::link(file, path(u"link"_s)));
+    FileOutputStream through(path(u"link"_s));
+    through.open();
+    EXPECT_EQ(through.write(std::array{ 'x' }), 1);
+    EXPECT_TRUE(through.close());
+    EXPECT_EQ(contents(file), "x");
+
+    ASSERT_TRUE(QFile::link(path(u"nowhere"_s), path(u"dangling"_s)));
+    FileOutputStream nowhere(path(u"dangling"_s));
+    nowhere.open();
+
+    EXPECT_EQ(nowhere.write(std::array{ 'x' }), -1);
+    EXPECT_FALSE(nowhere.close());
+    EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
+    EXPECT_TRUE(QFileInfo(path(u"dangling"_s)).isSymLink());
+}
+
 TEST_F(FileStreamTest, OutputFilesAreNotExecutable)
 {
     const mode_t before = umask(022);

@@ -60,9 +60,9 @@ TEST(URLTextTest, NothingAppendedToIsNothing)
     EXPECT_TRUE(URLText::lastPathComponent(QString()).isNull());
 }
 
-TEST(URLTextTest, PercentEscapesLeaveParameterAndQuerySigns)
+TEST(URLTextTest, PercentEscapesLeaveParameterSignsAndNoQuery)
 {
-    EXPECT_EQ(URLText::addingPercentEscapes(u"my dir/a;b?c#d%20\u00e9"_s), u"my%20dir/a;b?c%23d%2520%C3%A9"_s);
+    EXPECT_EQ(URLText::addingPercentEscapes(u"my dir/a;b?c#d%20\u00e9"_s), u"my%20dir/a;b%3Fc%23d%2520%C3%A9"_s);
 }
 
 TEST(URLTextTest, ReadsAsURLsWhatHoldsOnlyTheirCharacters)

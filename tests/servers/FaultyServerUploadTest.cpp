@@ -20,11 +20,13 @@ QString refused(int code)
 class StatusRecorder final : public RecordingDelegate, public FTPPutControllerDelegate {
 public:
     void percentDone(float /*percent*/) override { }
-    void bytesDone(float /*bytes*/) override { }
+    void bytesDone(float bytes) override { bytesTaken = static_cast<qint64>(bytes); }
     void updateStatus(const QString& status) override { note(status); }
     void uploadDone() override { note(u"uploadDone"_s); }
 
     WeakRef<StatusRecorder> ref() { return m_anchor.ref(this); }
+
+    qint64 bytesTaken = 0; ///< By the network.
 
 private:
     WeakAnchor m_anchor;
@@ -147,11 +149,16 @@ protected:
         TransferTest::TearDown();
     }
 
-    /// Uploads and answers the last status.
-    QString upload(const QString& name, const QByteArray& bytes)
+    void start(const QString& name, const QByteArray& bytes)
     {
         m_delegate.calls.clear();
         m_controller.startSend(makeFile(name, bytes), m_server.location(u"folder/"_s), u"anna"_s, u"secret"_s);
+    }
+
+    /// Uploads and answers the last status.
+    QString upload(const QString& name, const QByteArray& bytes)
+    {
+        start(name, bytes);
         EXPECT_TRUE(waitFor([this] { return !m_controller.isSending(); }));
         return m_delegate.calls.last();
     }
@@ -179,6 +186,39 @@ TEST_P(FaultyServerUploadTest, EndsInTheRightWordsAndTheNextUploadWorks)
     m_server.forgetRules();
     EXPECT_EQ(upload(u"second"_s, "content"), succeeded);
     EXPECT_EQ(m_server.file(u"folder/second"_s), QByteArray("content"));
+    EXPECT_EQ(countChange(), 0);
+}
+
+using EarlyConfirmationTest = FaultyServerUploadTest;
+
+TEST_F(EarlyConfirmationTest, IsBelievedWhileTheServerHasYetToReadWhatHasLeftUsAndTheRestStillArrives)
+{
+    m_server.add(narrowPorts);
+    m_server.on("STOR", { "150 Go", "accept" });
+    const QByteArray bytes(100'000, 'x'); // All of it fits on the way; the server's end holds little of that.
+    start(u"first"_s, bytes);
+    ASSERT_TRUE(waitFor([this, &bytes] { return m_delegate.bytesTaken == bytes.size(); }));
+
+    m_server.act(1, { "226 Done" });
+
+    EXPECT_TRUE(waitFor([this] { return !m_controller.isSending(); }));
+    EXPECT_EQ(m_delegate.calls.last(), succeeded);
+    EXPECT_FALSE(m_server.file(u"folder/first"_s));
+    m_server.act(1, { "read" });
+    EXPECT_TRUE(m_server.file(u"folder/first"_s) == bytes);
+    EXPECT_TRUE(m_server.storedFiles().last().isComplete);
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(EarlyConfirmationTest, IsAFailureWhileBytesHaveYetToLeaveUs)
+{
+    m_server.add(narrowPorts);
+    m_server.on("STOR", { "150 Go", "accept", "226 Done" });
+
+    EXPECT_EQ(upload(u"first"_s, QByteArray(8'000'000, 'x')), lost);
+
+    m_server.forgetRules();
+    EXPECT_EQ(upload(u"second"_s, "content"), succeeded);
     EXPECT_EQ(countChange(), 0);
 }
 

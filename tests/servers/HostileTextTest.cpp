@@ -6,6 +6,7 @@
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -24,6 +25,9 @@ void PrintTo(const HostileText& text, std::ostream* out) // NOLINT(readability-i
 class HostileTextTest : public WindowServerTest, public testing::WithParamInterface<HostileText> {
 protected:
     static const QString& hostile() { return GetParam().text; }
+
+    /// What is hostile about those that begin like a name.
+    static QString withoutItsBeginning() { return hostile().mid(hostile().startsWith(u'x') ? 1 : 0); }
 
     static bool isSendable()
     {
@@ -55,9 +59,9 @@ protected:
         settle();
     }
 
-    void useLibrary(const QString& folder, const QString& user, const QString& password, const QString& name)
+    void useLibrary(const QString& destination, const QString& user, const QString& password, const QString& name)
     {
-        const auto record = FMServer::serverWithDestination(u"127.0.0.1/"_s + folder, user, password);
+        const auto record = FMServer::serverWithDestination(destination, user, password);
         record->setPort(m_server.port());
         FTPManager manager;
         // The outcome depends on the text; what counts is what was sent.
@@ -106,14 +110,14 @@ protected:
         return found;
     }
 
-    const QString m_folder = u"folder"_s;
+    const QString m_destination = u"127.0.0.1/folder"_s;
 };
 
 TEST_P(HostileTextTest, AsANameItIsSentToTheLetterOrNotAtAll)
 {
     useWindow(hostile());
     uploadLocalFile(hostile());
-    useLibrary(m_folder, u"anna"_s, u"secret"_s, hostile());
+    useLibrary(m_destination, u"anna"_s, u"secret"_s, hostile());
 
     expectOurCommandsAlone();
     if (!hostile().contains(u'/')) {
@@ -132,27 +136,82 @@ TEST_P(HostileTextTest, AsALoginItIsSentToTheLetterOrNotAtAll)
 {
     set({ { u"Username"_s, hostile() } });
     useWindow(u"name"_s);
-    useLibrary(m_folder, hostile(), u"secret"_s, u"name"_s);
+    useLibrary(m_destination, hostile(), u"secret"_s, u"name"_s);
     EXPECT_EQ(arguments("USER"), isSendable() ? QSet<QByteArray>{ hostile().toUtf8() } : QSet<QByteArray>());
 
     set({ { u"Username"_s, u"anna"_s }, { u"Password"_s, hostile() } });
     useWindow(u"name"_s);
-    useLibrary(m_folder, u"anna"_s, hostile(), u"name"_s);
+    useLibrary(m_destination, u"anna"_s, hostile(), u"name"_s);
     EXPECT_EQ(arguments("PASS").contains(hostile().toUtf8()), isSendable());
 
     expectOurCommandsAlone();
 }
 
-TEST_P(HostileTextTest, AsAFolderOrPartOfTheAddressItBringsInNoCommand)
+TEST_P(HostileTextTest, AsAFolderItIsEnteredToTheLetterOrNotAtAll)
 {
+    m_server.on("CWD", { "250 Fine" });
     set({ { u"FTPFolder"_s, hostile() } });
     useWindow(u"name"_s);
-    useLibrary(hostile(), u"anna"_s, u"secret"_s, u"name"_s);
-
-    set({ { u"FTPFolder"_s, u"folder"_s }, { u"Address"_s, m_server.address() + u'/' + hostile() } });
-    useWindow(u"name"_s);
+    useLibrary(u"127.0.0.1/"_s + hostile(), u"anna"_s, u"secret"_s, u"name"_s);
 
     expectOurCommandsAlone();
+    if (!isSendable()) {
+        // A login test enters no folder.
+        EXPECT_EQ(m_server.commands(), (QByteArrayList{ "USER anna", "PASS secret", "QUIT" }));
+        return;
+    }
+    // Relative to the login folder; on a connection that is used again, from the root; in the window's conversations
+    // with the "/" that ends each destination.
+    const QByteArray bytes = hostile().toUtf8();
+    QSet<QByteArray> allowed{ bytes, '/' + bytes, bytes + '/' };
+    if (bytes.startsWith('~')) {
+        allowed.insert("./" + bytes);
+    }
+    EXPECT_EQ(arguments("CWD") - allowed, QSet<QByteArray>());
+    EXPECT_FALSE(arguments("CWD").isEmpty());
+    EXPECT_EQ(arguments("STOR"), QSet<QByteArray>{ "name" });
+    EXPECT_EQ(arguments("MKD"), QSet<QByteArray>{ "name" });
+    EXPECT_EQ(arguments("RETR"), QSet<QByteArray>{ "name" });
+}
+
+TEST_P(HostileTextTest, AsPartOfTheWindowsAddressItLeadsNowhere)
+{
+    const QString host = u"127.0.0.1"_s;
+    const QString port = u':' + QString::number(m_server.port());
+    ConnectionPool::ofThisThread().timeouts().connect = 500ms; // Some are names of hosts, which nobody has.
+    for (const QString& text : { hostile(), withoutItsBeginning() }) {
+        for (const QString& address :
+             { text + host + port, u"127."_s + text + u"0.0.1"_s + port, host + text + port, host + port + text }) {
+            SCOPED_TRACE(address.left(100).toStdString());
+            set({ { u"Address"_s, address } });
+
+            useWindow(u"name"_s);
+
+            EXPECT_EQ(m_server.connectionCount(), 0);
+        }
+    }
+}
+
+TEST_P(HostileTextTest, AsPartOfTheLibrarysAddressItLeadsNowhereUnlessItNamesAUser)
+{
+    const QString host = u"127.0.0.1"_s;
+    for (const QString& text : { hostile(), withoutItsBeginning() }) {
+        for (const QString& address : { text + host, u"127."_s + text + u"0.0.1"_s, host + text }) {
+            SCOPED_TRACE(address.left(100).toStdString());
+
+            useLibrary(address + u"/folder"_s, u"anna"_s, u"secret"_s, u"name"_s);
+
+            if (address.endsWith(u'@' + host)) {
+                // A user in a location counts for nothing beside that of the record.
+                EXPECT_EQ(arguments("USER"), QSet<QByteArray>{ "anna" });
+                EXPECT_EQ(arguments("CWD"), QSet<QByteArray>{ "folder" });
+                expectOurCommandsAlone();
+            } else {
+                EXPECT_EQ(m_server.connectionCount(), 0);
+            }
+            m_server.forgetRecords();
+        }
+    }
 }
 
 std::string nameOfText(const testing::TestParamInfo<HostileText>& info)
@@ -178,6 +237,9 @@ INSTANTIATE_TEST_SUITE_P(
                     HostileText{ "FolderAbove", u"../x"_s }, //
                     HostileText{ "Quotes", u"a\"b'c`d$(e)"_s }, HostileText{ "TelnetCommand", u"\u00ff\u00f4x"_s },
                     HostileText{ "QueryAndFragment", u"a?b#c"_s }, HostileText{ "Host", u"a@b:c"_s },
+                    HostileText{ "User", u"a@"_s }, //
+                    HostileText{ "Fragment", u"#c"_s }, //
+                    HostileText{ "Query", u"?c"_s }, //
                     HostileText{ "OverLong", QString(5000, u'x') }),
     nameOfText);
 

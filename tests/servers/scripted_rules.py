@@ -6,7 +6,7 @@ _NUMBER, _OPTIONAL_NUMBER, _VERB, _TEXT, _NOTHING = r"\d+", r"(\d+)?", r"[A-Z]+"
 
 # Every step by its name, with the form of what follows the name.
 _STEPS = {
-    "say": _TEXT, "raw": _TEXT, "flood": _NUMBER, "flood-lines": _NUMBER,
+    "say": _TEXT, "raw": _TEXT, "flood": _NUMBER, "flood-lines": _NUMBER, "flood-replies": _NUMBER,
     "slowly": _NUMBER, "wait": _NUMBER, "idle": _NUMBER, "until": _VERB, "silence": _NOTHING,
     "default": _NOTHING, "close": _NOTHING, "reset": _NOTHING,
     "accept": _NOTHING, "narrow": _NUMBER, "read": _OPTIONAL_NUMBER, "write": _OPTIONAL_NUMBER,

@@ -49,6 +49,7 @@ Steps on the control connection
     raw BYTES           exactly these bytes
     flood N             N bytes without a line end
     flood-lines N       N lines of a reply that does not end
+    flood-replies N     N replies of 200 bytes each
     slowly MS           from here on everything goes out byte by byte with such a pause, and each byte after the client
                         has read the one before; 0: at once again
     wait MS             a pause

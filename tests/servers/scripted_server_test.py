@@ -198,6 +198,11 @@ class ScriptedServerTest(unittest.TestCase):
         client.say("NOOP")
         self.assertEqual([client.hear() for _ in range(2501)], ["200-And more"] * 2500 + ["200 End"])
 
+    def test_replies_without_end(self):
+        client = self.converse({"on": "NOOP", "do": ["flood-replies 2500", "201 End"]})
+        client.say("NOOP")
+        self.assertEqual([client.hear() for _ in range(2501)], ["200 " + "x" * 194] * 2500 + ["201 End"])
+
     def test_byte_by_byte(self):
         client = self.converse({"on": "NOOP", "do": ["slowly 5", "default"]})
         client.socket.sendall(b"NOOP\r\n")

@@ -144,6 +144,10 @@ class Session:
         for start in range(0, int(count), 1000):
             await self._send(b"200-And more\r\n" * min(1000, int(count) - start))
 
+    async def _do_flood_replies(self, count):
+        for start in range(0, int(count), 1000):
+            await self._send((b"200 " + b"x" * 194 + b"\r\n") * min(1000, int(count) - start))
+
     async def _do_slowly(self, milliseconds):
         self._pause = int(milliseconds) / 1000 or None
 

@@ -115,6 +115,32 @@ TEST_F(NetworkManagerTest, WithAConnectionNobodyIsWarned)
     EXPECT_TRUE(m_alerts.isEmpty());
 }
 
+TEST_F(NetworkManagerTest, AnAlertThatIsAskedForWithoutAPauseIsShownOnceASecondAfterTheFirstRequest)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < 2500) {
+        ShowAlertAfterDelay(u"a"_s, u"b"_s);
+        EXPECT_FALSE(waitFor([this] { return m_alerts.size() > 1; }, std::chrono::milliseconds(10)));
+        if (clock.elapsed() > 1500) {
+            EXPECT_EQ(m_alerts, QStringList{ u"a|b"_s });
+        }
+    }
+    ShowAlertAfterDelay(u"a"_s, u"another text"_s);
+
+    waitForAlerts();
+    EXPECT_EQ(m_alerts, (QStringList{ u"a|b"_s, u"a|another text"_s }));
+}
+
+TEST_F(NetworkManagerTest, AnAlertIsShownAgainToWhomeverTriesAgainAfterIt)
+{
+    for (int tries = 1; tries <= 3; ++tries) {
+        ShowAlertAfterDelay(u"a"_s, u"b"_s);
+
+        EXPECT_TRUE(waitFor([this, tries] { return m_alerts.size() == tries; }));
+    }
+}
+
 TEST_F(NetworkManagerTest, AlertsAreDroppedWhenNobodyShowsThem)
 {
     ShowAlertAfterDelay(u"a"_s, u"b"_s);

@@ -230,6 +230,21 @@ class OnPyftpdlib(Roads, EncryptedWindowTest):
         self.assertEqual(program.exit_code(), 0)
         self.assertFalse(os.path.exists(self.trusted_path()))
 
+    def test_the_password_is_in_no_log_of_an_encrypted_session(self):
+        self.require_encryption()
+        program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
+        self.wait_for_sheet(program, QUESTION)
+        self.answer(program, "Trust")
+        self.wait_for_status(program, "Upload succeeded")
+        self.wait_for_listing(program)
+
+        self.delete(program, "one.txt")
+        wait_for(lambda: os.listdir(self.server.path("")) == [], "the file to be deleted")
+        self.wait_for_listing(program)
+
+        self.assertIn("STOR one.txt", program.output())
+        self.assertFalse(self.server.settings()["Password"] in program.output())  # Without printing it.
+
     def test_a_certificate_for_another_server_is_told_as_such(self):
         pem, _ = make_certificate(self.desktop.folder, names="DNS:other.example", subject="<b>bold</b>")
         self.server.show_certificate(pem)

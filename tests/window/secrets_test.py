@@ -64,6 +64,56 @@ class Secrets(WindowTest):
         for name in ("cmdline", "environ", "comm"):
             self.assert_silent(name, self.content(f"/proc/{program.process.pid}/{name}"))
 
+    def test_nor_is_it_when_a_server_repeats_it_to_whatever_it_is_asked(self):
+        self.server.repeats_passwords = True
+        with open(self.server.path("in/README"), "wb"):
+            pass
+        messages = self.monitored_bus()
+        program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
+        self.wait_for_status(program, "Upload succeeded")
+        self.wait_for_listing(program, "in")
+
+        self.delete(program, "one.txt")
+        wait_for(lambda: not os.path.exists(self.server.path("in/one.txt")), "the file to be deleted")
+        self.wait_for_listing(program, "in")
+        self.delete(program, "README")  # Without a dot it is taken for a folder, and refused.
+        wait_for(program.sheet, "the refusal")
+        self.assert_silent("the refusal", program.tree())
+        program.acknowledge()
+        self.create_folder(program, "new")
+        self.assert_silent("the window", program.tree())
+        self.try_the_connection(program)
+
+        self.assertIn("MKD new", program.output())
+        self.assertIn("****", program.output())
+        self.assert_silent("the log", program.output())
+        self.assert_silent("the session bus", self.content(messages))
+        (settings,) = [path for path in self.everything_at_home() if SECRET in self.content(path)]
+        self.assertEqual(os.path.basename(settings), "settings.json")
+
+    def create_folder(self, program, name):
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+shift+n")
+        program.enter("Enter name of folder to create.", name)
+        program.press("OK")
+        wait_for(lambda: os.path.isdir(self.server.path(os.path.join("in", name))), "the folder")
+        self.wait_for_listing(program, "in")
+
+    def try_the_connection(self, program):
+        """In the panel, with a wrong password and with the right one."""
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+comma")
+        program.enter("Password", PASSWORD + "!")
+        program.press("Test Connection")
+        wait_for(lambda: program.text("Test result") == "The server refuses the login.", "the refusal")
+        self.assertRegex(program.text("Server's reply"), r"^The server said: 530 .*\*\*\*\*")
+        self.assert_silent("the panel", program.tree())
+        program.enter("Password", PASSWORD)
+        program.press("Test Connection")
+        wait_for(lambda: program.text("Test result").startswith("It works: "), "the result")
+        self.assert_silent("the panel", program.tree())
+        program.press("Cancel")
+
     def test_only_the_settings_file_holds_it_and_only_its_owner_reads_that(self):
         program = self.start(self.file("one.txt"))
         self.wait_for_status(program, "Upload succeeded")

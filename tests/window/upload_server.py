@@ -25,6 +25,7 @@ class UploadServer:
         self.begun = []  # Files that the program has begun to send, in order.
         self.logins = []  # Whether each login was good.
         self.after_receiving = lambda path: None  # Called with each file that has arrived whole.
+        self.repeats_passwords = False  # Whether each reply ends with what the session gave as its password.
         self.asked_at = time.monotonic()  # When the last command came.
         self._stopping = threading.Event()
         self._moving = threading.Event()
@@ -88,6 +89,7 @@ class UploadServer:
 
 class _Session(FTPHandler):
     record = None
+    repeated = ""
     auth_failed_timeout = 0
     timeout = 600
 
@@ -100,6 +102,14 @@ class _Session(FTPHandler):
     def pre_process_command(self, line, cmd, arg):
         self.record.asked_at = time.monotonic()
         super().pre_process_command(line, cmd, arg)
+
+    def ftp_PASS(self, line):
+        if self.record.repeats_passwords:
+            self.repeated = " " + line
+        super().ftp_PASS(line)
+
+    def respond(self, resp, **others):
+        super().respond(resp + self.repeated, **others)
 
     def on_file_received(self, file):
         self.record.after_receiving(file)

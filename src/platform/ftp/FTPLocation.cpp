@@ -33,10 +33,12 @@ std::optional<Authority> parseAuthority(QStringView text)
     if (isBracketed) {
         host = host.sliced(1).chopped(1);
     }
-    authority.host = QString::fromUtf8(QByteArray::fromPercentEncoding(host.toUtf8()));
-    if (authority.host.isEmpty()) {
+    const QByteArray name = QByteArray::fromPercentEncoding(host.toUtf8());
+    // The system would look up another host: that before the NUL.
+    if (name.isEmpty() || !canBeSent(name)) {
         return std::nullopt;
     }
+    authority.host = QString::fromUtf8(name);
     return authority;
 }
 

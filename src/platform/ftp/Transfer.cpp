@@ -120,6 +120,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
         reach(Stage::Connecting);
     }
     m_replySeen = false;
+    m_preliminaries = 0;
     m_userAccepted = false;
     m_extendedPassive = false;
     m_port = 0;

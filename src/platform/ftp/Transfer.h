@@ -158,6 +158,7 @@ private:
     // Of the present try.
     Progress m_progress;
     bool m_replySeen = false;
+    int m_preliminaries = 0; ///< Preliminary replies since the last final one, or since data last moved.
     bool m_userAccepted = false; ///< No password is wanted; what is said to it does not matter.
     bool m_extendedPassive = false; ///< The port came from EPSV.
     quint16 m_port = 0;

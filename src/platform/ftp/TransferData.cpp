@@ -104,6 +104,7 @@ qint64 Transfer::read(std::span<char> buffer)
         return -1; // Nothing was reported to be there. 0 would say that the server has confirmed the end.
     }
     m_moved += count;
+    m_preliminaries = 0;
     return count;
 }
 
@@ -122,6 +123,7 @@ qint64 Transfer::write(std::span<const char> data)
         return static_cast<qint64>(data.size());
     }
     m_moved += count;
+    m_preliminaries = 0;
     m_watchdog.touch();
     if (m_moved == m_request.length) {
         m_data.endWriting();

@@ -6,6 +6,10 @@
 
 namespace {
 
+/// How many preliminary replies may come in a row. Each begins the wait for the final one anew, which some servers ask
+/// for while they take long; one that says nothing else would never be done with.
+constexpr int preliminaryLimit = 100;
+
 bool isCompletion(const Reply& reply)
 {
     return reply.code == 226 || reply.code == 250;
@@ -29,6 +33,11 @@ void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
         return;
     }
     m_replySeen = true;
+    m_preliminaries = reply.isPreliminary() ? m_preliminaries + 1 : 0;
+    if (m_preliminaries > preliminaryLimit) {
+        fail();
+        return;
+    }
     switch (command.verb) {
     case FTPVerb::Stor:
     case FTPVerb::Retr:

@@ -46,7 +46,7 @@ TEST(FTPLocationTest, RefusesWhatIsNoLocation)
     for (const QString& text :
          { QString(), u""_s, u"host/a"_s, u"http://host/a"_s, u"ftp://"_s, u"ftp:///a"_s, u"ftp://host:/a"_s,
            u"ftp://host:0/a"_s, u"ftp://host:65536/a"_s, u"ftp://host:2121:2121/a"_s, u"ftp://[]/a"_s, u"ftp://[/a"_s,
-           u"ftp://[::1/a"_s, u"ftp://:21/a"_s, u"ftp://[::1]x/a"_s }) {
+           u"ftp://[::1/a"_s, u"ftp://:21/a"_s, u"ftp://[::1]x/a"_s, u"ftp://host%00x/a"_s, u"ftp://host%0D%0A/a"_s }) {
         EXPECT_FALSE(FTPLocation::fromText(text)) << text.toStdString();
     }
 }

@@ -7,6 +7,8 @@ namespace {
 
 using StreamTimingTest = StreamTest;
 
+constexpr qsizetype tooMuch = 64 << 20; ///< More bytes than all buffers on the way hold.
+
 TEST_F(StreamTimingTest, SilenceInsteadOfAGreetingEndsTheTransfer)
 {
     m_timeouts.reply = 50ms;
@@ -34,7 +36,7 @@ TEST_F(StreamTimingTest, SilenceInTheSetUpEndsTheTransfer)
 TEST_F(StreamTimingTest, AStalledDataConnectionEndsTheUpload)
 {
     m_timeouts.stalledData = 50ms;
-    startUpload(u"/f"_s, QByteArray(64 * 1024 * 1024, 'x'));
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
 
     auto control = open("STOR f");
 
@@ -66,6 +68,93 @@ TEST_F(StreamTimingTest, ALateConfirmationWithinItsTimeIsASuccess)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
+TEST_F(StreamTimingTest, PreliminaryRepliesKeepASilentServersTransferAlive)
+{
+    m_timeouts.reply = 400ms;
+    m_timeouts.confirmation = 400ms;
+    const auto sayForLong = [this](PeerConnection& control, const QByteArray& reply) {
+        for (int i = 0; i < 5; ++i) {
+            control.say(reply);
+            EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 150ms));
+        }
+    };
+    startUpload(u"/f"_s, "x");
+    auto control = m_peer.accept();
+
+    sayForLong(*control, "120 Soon");
+    for (const char* reply : { "220 Ready", "331 P", "230 In", "257 \"/\"", "200 I" }) {
+        control->say(reply);
+    }
+    control->say(extendedPassive());
+    m_data = m_dataPeer.accept();
+    m_data->receiveToEnd();
+    sayForLong(*control, "150 Still looking for viruses");
+    control->say("226 None");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_F(StreamTimingTest, PreliminaryRepliesWithoutEndEndTheTransferWhateverTheyAnswer)
+{
+    const auto sayWithoutEnd = [this](PeerConnection& control, const QByteArray& reply) {
+        for (int i = 0; i < 150; ++i) {
+            control.say(reply);
+        }
+        EXPECT_TRUE(m_recorder.waitForEnd().endsWith(u"other"_s));
+        EXPECT_TRUE(control.waitForEnd());
+    };
+    startUpload(u"/f"_s, "x");
+    sayWithoutEnd(*m_peer.accept(), "120 Soon");
+
+    for (const QByteArrayList& before : { QByteArrayList{ "220 Ready" }, QByteArrayList{ "220 Ready", "331 P" },
+                                          QByteArrayList{ "220 Ready", "331 P", "230 In", "257 \"/\"" } }) {
+        SCOPED_TRACE(before.last().toStdString());
+        startUpload(u"/f"_s, "x");
+        auto control = m_peer.accept();
+        for (const QByteArray& reply : before) {
+            control->say(reply);
+        }
+        sayWithoutEnd(*control, "120 Wait");
+    }
+
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
+    auto control = open("STOR f");
+    sayWithoutEnd(*control, "150 Wait");
+
+    startUpload(u"/f"_s, "x");
+    control = open("STOR f");
+    m_data->receiveToEnd();
+    sayWithoutEnd(*control, "150 Wait");
+
+    startDownload(u"/f"_s);
+    control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
+    sayWithoutEnd(*control, "150 Wait");
+
+    startCreation(u"/a"_s);
+    control = logIn({ "TYPE I" });
+    control->say("200 I");
+    EXPECT_EQ(control->hear(), "MKD a");
+    sayWithoutEnd(*control, "150 Wait");
+}
+
+TEST_F(StreamTimingTest, PreliminaryRepliesAreNotCountedWhileDataMoves)
+{
+    startDownload(u"/f"_s);
+    m_sizeReply = "213 1000";
+    auto control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
+    control->say("150 Comes");
+    for (int i = 0; i < 1000; ++i) {
+        m_data->sendBytes("x");
+        control->say("150 Comes");
+        ASSERT_TRUE(waitFor([this, i] { return m_recorder.data.size() == i + 1; })) << i;
+    }
+
+    m_data->close();
+    control->say("226 All");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
 TEST_F(StreamTimingTest, AStalledDownloadEnds)
 {
     m_timeouts.stalledData = 300ms;
@@ -81,7 +170,7 @@ TEST_F(StreamTimingTest, NothingIsReportedAndNoTimeRunsWhileTheLoopIsHeld)
 {
     m_timeouts.reply = 300ms;
     DeliveryGate& gate = DeliveryGate::ofThisThread();
-    startUpload(u"/f"_s, QByteArray(64 * 1024 * 1024, 'x'));
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
     auto control = m_peer.accept();
     control->say("220 Ready");
     control->hear(5);
