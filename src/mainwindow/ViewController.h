@@ -346,6 +346,7 @@ private:
     QString m_shownReply;
     std::optional<FTPSecurity> m_shownSecurity;
     QString m_status;
+    QString m_shownStatus;
     QString m_listingStatus;
     qint64 m_shownSecond = -1; ///< Of the date that is shown, since the epoch.
 

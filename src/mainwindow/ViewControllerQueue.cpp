@@ -176,9 +176,12 @@ void ViewController::showSpeed()
 
 void ViewController::showTexts()
 {
-    const QString status = visibleText(m_status); // It may hold a name from a server.
-    m_ui->statusTextField->setText(status);
-    m_manual->auxiliaryStatusTextField->setText(status);
+    if (m_status != m_shownStatus) {
+        m_shownStatus = m_status;
+        const QString status = visibleText(m_status); // It may hold a name from a server.
+        m_ui->statusTextField->setText(status);
+        m_manual->auxiliaryStatusTextField->setText(status);
+    }
     m_ui->listingStatusTextField->setText(m_listingStatus);
     showLastReply();
     showSecurity();

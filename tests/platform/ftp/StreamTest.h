@@ -41,6 +41,9 @@ protected:
     }
     void startCreation(const QString& path) { m_recorder.start(m_factory.createFolderStream(m_peer.location(path))); }
 
+    /// A port that nobody listens on.
+    static quint16 deadPort() { return ScriptedPeer().port(); }
+
     QByteArray extendedPassive() const { return "229 Come (|||" + QByteArray::number(m_dataPeer.port()) + "|)"; }
 
     QByteArray passive() const

@@ -260,15 +260,10 @@ TEST_F(TlsDataTest, AServerThatKnowsNoEpsvIsAskedByPasvInsideTheEncryption)
 TEST_F(TlsDataTest, ADeadDataPortIsTriedAnewByPasvInsideTheEncryption)
 {
     m_timeouts.reason = 20ms;
-    quint16 deadPort = 0;
-    {
-        const ScriptedPeer dead;
-        deadPort = dead.port();
-    }
     startSecureUpload(u"/f"_s, "hello");
     auto control = logInSecurely({ "TYPE I", "EPSV" });
     control->say("200 I");
-    control->say("229 Come (|||" + QByteArray::number(deadPort) + "|)");
+    control->say("229 Come (|||" + QByteArray::number(deadPort()) + "|)");
 
     auto second = logInSecurely({ "TYPE I", "PASV" });
     ASSERT_NE(second, nullptr);

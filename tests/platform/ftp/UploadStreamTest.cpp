@@ -348,16 +348,11 @@ TEST_F(UploadStreamTest, PasvIsUsedWhereEpsvIsRefusedAndThePortAloneIsTaken)
 TEST_F(UploadStreamTest, ADeadExtendedPassivePortIsTriedOnceMoreWithPasv)
 {
     m_timeouts.reason = 20ms;
-    quint16 deadPort = 0;
-    {
-        const ScriptedPeer dead;
-        deadPort = dead.port();
-    }
     startUpload(u"/f"_s, "hello");
     auto control = logIn({ "TYPE I", "EPSV" });
     control->say("200 I");
 
-    control->say("229 Come (|||" + QByteArray::number(deadPort) + "|)");
+    control->say("229 Come (|||" + QByteArray::number(deadPort()) + "|)");
 
     auto second = logIn({ "TYPE I", "PASV" });
     ASSERT_NE(second, nullptr);
@@ -370,15 +365,10 @@ TEST_F(UploadStreamTest, ADeadExtendedPassivePortIsTriedOnceMoreWithPasv)
 
 TEST_F(UploadStreamTest, ARefusalIsReportedAlsoWhenTheDataPortIsDead)
 {
-    quint16 deadPort = 0;
-    {
-        const ScriptedPeer dead;
-        deadPort = dead.port();
-    }
     startUpload(u"/f"_s, "hello");
     auto control = logIn({ "TYPE I", "EPSV" });
     control->say("200 I");
-    control->say("229 Come (|||" + QByteArray::number(deadPort) + "|)");
+    control->say("229 Come (|||" + QByteArray::number(deadPort()) + "|)");
     control->hear();
 
     control->say("553 Not this one");
