@@ -198,6 +198,7 @@ TEST_F(EarlyConfirmationTest, IsBelievedWhileTheServerHasYetToReadWhatHasLeftUsA
     const QByteArray bytes(100'000, 'x'); // All of it fits on the way; the server's end holds little of that.
     start(u"first"_s, bytes);
     ASSERT_TRUE(waitFor([this, &bytes] { return m_delegate.bytesTaken == bytes.size(); }));
+    ASSERT_TRUE(waitFor([this] { return m_server.dataConnectionCount() == 1; })); // It has read STOR and said 150.
 
     m_server.act(1, { "226 Done" });
 

@@ -23,10 +23,11 @@ A test may talk to it through stdin, one JSON object per line. It ends when stdi
 
     {"rule": RULE}                     a further rule, tried before the earlier ones; {"event": "ruled"} comes back
     {"forget": true}                   no rules from now on; {"event": "ruled"} comes back
-    {"connection": N, "do": [STEP..]}  steps out of turn; {"event": "done"} comes back after the last one
+    {"connection": N, "do": [STEP..]}  steps out of turn, at once: what they follow must have been seen to happen;
+                                       {"event": "done"} comes back after the last one
     {"sync": N}                        {"event": "sync", "number": N} comes back: all that went before is reported
 
-What makes no sense is answered with {"event": "misunderstood", "text": REASON}.
+What makes no sense, or fails, is answered with {"event": "misunderstood", "text": REASON}.
 
 Rules. --rules is a list of rules, as JSON or in a file. The first one that fits an event replaces what a good server
 would do by steps, done in order:
@@ -156,8 +157,12 @@ class ScriptedServer:
             del self._sessions[number]
 
     async def _act(self, number, steps):
-        if number in self._sessions:
-            await self._sessions[number].perform(steps)
+        try:
+            if number in self._sessions:
+                await self._sessions[number].perform(steps)
+        except Exception as error:  # Whatever it is, the test that waits for the end is to hear of it.
+            self.report("misunderstood", text=repr(error))
+            return
         self.report("done", connection=number)
 
     def _start(self, work):

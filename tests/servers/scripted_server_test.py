@@ -277,6 +277,12 @@ class ScriptedServerTest(unittest.TestCase):
         with self.assertRaises(ConnectionResetError):
             client.hear()
 
+    def test_what_fails_at_a_wish_is_said_so(self):
+        client = self.converse()
+        self.enterContext(client.data_connection())
+        self.server.wish(connection=1, do=["send-file /nowhere"])
+        self.assertIn("FileNotFoundError", self.server.events_up_to("misunderstood")[-1]["text"])
+
     # Passive ports
 
     def test_passive_replies(self):
