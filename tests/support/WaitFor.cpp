@@ -2,15 +2,21 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QTimer>
+
+using namespace std::chrono_literals;
 
 bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit)
 {
     const QDeadlineTimer deadline(limit);
+    QTimer look; // No event may tell that the condition holds.
+    look.setTimerType(Qt::PreciseTimer);
+    look.start(2ms);
     while (!condition()) {
         if (deadline.hasExpired()) {
             return false;
         }
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     return true;
