@@ -5,16 +5,24 @@
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QHostAddress>
+#include <QSocketNotifier>
 #include <QTcpServer>
-#include <QTcpSocket>
 
+#include <deque>
 #include <memory>
+#include <optional>
+#include <ostream>
 
 /// The server's end of one connection, driven line by line by a test in the test's own thread. What is waited for and
-/// does not come is an empty answer, which no expectation matches.
+/// does not come is an empty answer, which no expectation matches. What no test asks for stays unread, so that the
+/// sender stalls.
 class PeerConnection {
 public:
-    explicit PeerConnection(std::unique_ptr<QTcpSocket> socket);
+    /// Takes @p socket over.
+    explicit PeerConnection(int socket);
+    PeerConnection(const PeerConnection&) = delete;
+    PeerConnection& operator=(const PeerConnection&) = delete;
+    ~PeerConnection();
 
     /// The next command line, without its end.
     QByteArray hear();
@@ -29,28 +37,50 @@ public:
 
     /// All bytes up to the peer's end of the connection.
     QByteArray receiveToEnd();
-    /// At least so many bytes.
+    /// At least @p count bytes. Without encryption no more of them are taken from the connection.
     QByteArray receive(qsizetype count);
 
     /// Goes on in TLS; false when the client does not come to terms.
     bool startTls(const TlsServerContext& context);
     /// The TLS that startTls() began.
     const TlsServerEnd& tls() const { return *m_tls; }
+
     /// Says in TLS that everything has been sent. The connection stays.
     void sayClosing();
-
+    /// Tells the other side that everything has been sent, in TLS too. What that side sends still arrives.
+    void finish();
+    /// The same without a word in TLS, as somebody does who cuts the line.
+    void cut();
+    /// Closes in good order: everything that was said arrives, and then the end.
     void close();
     void reset();
-    /// Whether the other side ends the connection.
-    bool waitForEnd();
+
+    /// How the other side has ended the connection.
+    enum class End { None, Finished, Reset };
+    /// Waits for the other side's end. Not to be asked once this side has closed, which ends the connection by itself.
+    End waitForEnd();
 
 private:
-    void takeIn();
+    void takeIn(std::optional<qsizetype> most = std::nullopt);
+    void send(const QByteArray& bytes);
+    void flush();
+    void closeSocket();
 
-    std::unique_ptr<QTcpSocket> m_socket;
+    int m_socket = -1;
+    QSocketNotifier m_writable;
     std::unique_ptr<TlsServerEnd> m_tls;
     QByteArray m_received;
+    QByteArray m_outgoing;
+    bool m_finishing = false; ///< Nothing follows m_outgoing.
+    bool m_closing = false;
+    End m_end = End::None;
 };
+
+inline void PrintTo(PeerConnection::End end, std::ostream* out) // NOLINT(readability-identifier-naming)
+{
+    constexpr const char* names[] = { "no end", "finished", "reset" };
+    *out << names[static_cast<int>(end)];
+}
 
 /// An FTP server whose every reply is a line of the test.
 class ScriptedPeer {
@@ -70,6 +100,14 @@ public:
     std::unique_ptr<PeerConnection> accept();
 
 private:
-    QTcpServer m_server;
+    class Listener final : public QTcpServer {
+    public:
+        std::deque<std::unique_ptr<PeerConnection>> connections;
+
+    private:
+        void incomingConnection(qintptr socket) override;
+    };
+
+    Listener m_server;
     int m_connectionCount = 0;
 };

@@ -105,7 +105,7 @@ TEST_F(ConnectionProbeTest, NothingOfItStaysBehind)
     waitForEnd();
 
     EXPECT_TRUE(m_factory.lastReply().isNull() || m_factory.lastReply() != u"200 Fine"_s);
-    EXPECT_EQ(ConnectionPool::ofThisThread().idleCount(), 0);
+    EXPECT_EQ(m_pool.idleCount(), 0);
 }
 
 TEST_F(ConnectionProbeTest, EveryRefusalIsToldWithTheServersWords)

@@ -20,7 +20,7 @@ protected:
 TEST_F(FolderStreamTest, AFolderIsCreatedWithAndWithoutASlashAtTheEnd)
 {
     for (const QString& path : { u"/in/a%20b"_s, u"/in/a%20b/"_s }) {
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
         startCreation(path);
         auto control = openCreation("MKD a b");
         ASSERT_TRUE(m_recorder.waitFor(u"open"_s));

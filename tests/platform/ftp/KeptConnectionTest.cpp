@@ -72,7 +72,7 @@ TEST_F(KeptConnectionTest, SilentAtTheNextCommandItIsReplaced)
     startUpload(u"/second"_s, "2");
     EXPECT_EQ(m_control->hear(), "EPSV");
     m_timeouts.reply = 10s;
-    ASSERT_TRUE(m_control->waitForEnd());
+    ASSERT_NE(m_control->waitForEnd(), End::None);
 
     expectUploadOnFreshConnection();
 }
@@ -104,7 +104,7 @@ TEST_F(KeptConnectionTest, ItIsReplacedOnlyOnce)
 TEST_F(KeptConnectionTest, AnUnaskedReplyMakesItUnfitForUse)
 {
     m_control->say("200 By the way");
-    EXPECT_TRUE(m_control->waitForEnd());
+    EXPECT_NE(m_control->waitForEnd(), End::None);
 
     startUpload(u"/second"_s, "2");
 
@@ -159,17 +159,17 @@ TEST_F(KeptConnectionTest, UnusedItEndsWithAQuit)
     m_recorder.waitForEnd();
 
     EXPECT_EQ(control->hear(), "QUIT");
-    EXPECT_TRUE(control->waitForEnd());
+    EXPECT_NE(control->waitForEnd(), End::None);
 }
 
 TEST_F(KeptConnectionTest, ItCanBeClosedAheadOfACallToTheSameServer)
 {
     m_timeouts.drain = 50ms;
 
-    ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+    m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
 
     EXPECT_EQ(m_control->hear(), "QUIT");
-    EXPECT_TRUE(m_control->waitForEnd());
+    EXPECT_NE(m_control->waitForEnd(), End::None);
 }
 
 TEST_F(KeptConnectionTest, AnUploadGivenUpIsResetAndItsConnectionServesAgainAfterTheReply)
@@ -183,9 +183,9 @@ TEST_F(KeptConnectionTest, AnUploadGivenUpIsResetAndItsConnectionServesAgainAfte
     ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
 
     m_recorder.close();
-    EXPECT_TRUE(data->waitForEnd());
+    EXPECT_EQ(data->waitForEnd(), End::Reset);
     m_control->say("426 Interrupted");
-    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
     startUpload(u"/third"_s, "3");
 
     EXPECT_EQ(m_control->hear(), "EPSV");
@@ -203,7 +203,7 @@ TEST_F(KeptConnectionTest, AnUploadGivenUpWithoutAReplyCostsTheConnection)
 
     m_recorder.close();
 
-    EXPECT_TRUE(m_control->waitForEnd());
+    EXPECT_NE(m_control->waitForEnd(), End::None);
 }
 
 /// A second transfer, started while the first one keeps the only login that the server allows.
@@ -223,7 +223,7 @@ protected:
         auto refused = m_peer.accept();
         ASSERT_NE(refused, nullptr);
         refused->say("421 Only one");
-        ASSERT_TRUE(refused->waitForEnd());
+        ASSERT_NE(refused->waitForEnd(), End::None);
         EXPECT_TRUE(m_other.log().isEmpty());
     }
 

@@ -25,7 +25,7 @@ protected:
         auto refused = m_peer.accept();
         ASSERT_NE(refused, nullptr);
         refused->say("421 Only one");
-        EXPECT_TRUE(refused->waitForEnd());
+        EXPECT_NE(refused->waitForEnd(), End::None);
     }
 
     /// Serves an upload of Ben's on the next connection, up to the confirmation.
@@ -78,7 +78,7 @@ TEST_F(OtherLoginTest, ARefusedLoginIsTriedAgainWhenTheServerHasLetTheOldOneGo)
 
 TEST_F(OtherLoginTest, ASecondRefusalWhileTheOldLoginLastsIsWaitedOutToo)
 {
-    ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+    m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
     EXPECT_EQ(m_annas->hear(), "QUIT");
     startAsBen(m_bens);
     refuseLogin();
@@ -97,7 +97,7 @@ TEST_F(OtherLoginTest, AServerThatDoesNotLetTheOldLoginGoIsWaitedForOnlyAWhile)
     refuseLogin();
     EXPECT_EQ(m_annas->hear(), "QUIT");
 
-    EXPECT_TRUE(m_annas->waitForEnd());
+    EXPECT_NE(m_annas->waitForEnd(), End::None);
 
     refuseLogin();
     EXPECT_EQ(m_bens.waitForEnd(), QStringList{ u"FTP 421"_s });
@@ -105,10 +105,10 @@ TEST_F(OtherLoginTest, AServerThatDoesNotLetTheOldLoginGoIsWaitedForOnlyAWhile)
 
 TEST_F(OtherLoginTest, AConnectionThatWasClosedIsNotTakenOverWhileItLasts)
 {
-    ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+    m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
     EXPECT_EQ(m_annas->hear(), "QUIT");
     m_annas->say("221 Bye");
-    EXPECT_FALSE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }, 50ms));
+    EXPECT_FALSE(waitFor([this] { return m_pool.idleCount() > 0; }, 50ms));
 
     startUpload(u"/second"_s, "2");
 

@@ -34,9 +34,9 @@ TEST_F(ReadStreamTest, TheDataConnectionIsClosedBeforeTheConfirmation)
     auto control = open("LIST");
     control->say("150 Comes");
 
-    m_data->close();
+    m_data->finish();
 
-    EXPECT_TRUE(m_data->waitForEnd());
+    EXPECT_EQ(m_data->waitForEnd(), End::Finished);
 }
 
 TEST_F(ReadStreamTest, TheConfirmationMayComeBeforeTheEndOfTheData)
@@ -105,6 +105,7 @@ TEST_F(ReadStreamTest, ARefusalBehindTheDataIsAnErrorAndNoEnd)
     control->say("150 Comes");
     m_data->sendBytes("line\r\n");
     m_data->close();
+    ASSERT_TRUE(m_recorder.waitFor(u"bytes"_s));
 
     control->say("451 Disk trouble");
 
@@ -146,7 +147,7 @@ TEST_F(ReadStreamTest, WithoutASizeADownloadIsWholeWhenTheServerSaysSo)
 {
     for (const char* reply : { "550 No SIZE", "502 What", "213 many", "213 -1" }) {
         SCOPED_TRACE(reply);
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
         m_sizeReply = reply;
         startDownload(u"/f"_s);
         auto control = openDownload();

@@ -32,7 +32,7 @@ protected:
             waiter->start(m_factory.createUploadStream(m_peer.location(u"/third"_s), 1));
             auto refused = m_peer.accept();
             refused->say("421 Only one");
-            ASSERT_TRUE(refused->waitForEnd());
+            ASSERT_NE(refused->waitForEnd(), End::None);
         }
         m_recorder.onEvent = [this](const QString& told) {
             if (told == u"end"_s || told == u"other"_s) {
@@ -42,9 +42,9 @@ protected:
     }
 
     /// Whether the login of a transfer under way was seen to succeed, its folder included.
-    static bool loginIsDone()
+    bool loginIsDone() const
     {
-        const auto connections = ConnectionPool::ofThisThread().findChildren<ControlConnection*>();
+        const auto connections = m_pool.findChildren<ControlConnection*>();
         return std::any_of(connections.begin(), connections.end(), [](ControlConnection* connection) {
             return connection->isInUse() && connection->session().loginFolder.has_value();
         });
@@ -62,7 +62,7 @@ TEST_F(StreamRecoveryTest, ARefusedTypeIsAskedForAgain)
     control->say("451 Not now");
     control->say(extendedPassive());
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 451"_s });
-    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
     startUpload(u"/g"_s, "a\nb");
     EXPECT_NE(control->hear(), "EPSV"); // The type first, or a fresh connection.
 }
@@ -76,7 +76,7 @@ TEST_F(StreamRecoveryTest, ATypeRefusedBehindAFolderIsAskedForAgain)
     m_control->say("451 Not now");
     m_control->say(extendedPassive());
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 451"_s });
-    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
     startUpload(u"/sub/g"_s, "a\nb");
     EXPECT_TRUE(m_control->hear().startsWith("CWD"));
 }
@@ -85,11 +85,11 @@ TEST_F(StreamRecoveryTest, ATypeThatAnAbandonedTransferNeverSawAcceptedIsAskedFo
 {
     startUpload(u"/f"_s, "a\nb");
     auto control = logIn({ "TYPE I", "EPSV" });
-    ASSERT_TRUE(waitFor(loginIsDone));
+    ASSERT_TRUE(waitFor([this] { return loginIsDone(); }));
     m_recorder.close();
     control->say("451 Not now");
     control->say(extendedPassive());
-    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() > 0; }));
+    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
 
     startUpload(u"/g"_s, "a\nb");
 
@@ -167,8 +167,8 @@ TEST_F(StreamRecoveryTest, AConfirmedListingOutlivesItsControlConnection)
     control->say("150 Comes");
     control->say("226 Done");
     ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
-    control->close();
-    EXPECT_TRUE(control->waitForEnd());
+    control->finish();
+    EXPECT_EQ(control->waitForEnd(), End::Finished);
 
     m_data->sendBytes("line\r\n");
     m_data->close();
@@ -260,13 +260,13 @@ TEST_F(StreamRecoveryTest, IdleConnectionsToAServerAreClosedOnRequest)
     EXPECT_EQ(m_data->receiveToEnd(), "hello");
     control->say("226 Done");
     m_recorder.waitForEnd();
-    ASSERT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() == 1; }));
+    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() == 1; }));
 
     m_factory.closeIdleConnections(u"ftp://elsewhere/"_s);
-    EXPECT_EQ(ConnectionPool::ofThisThread().idleCount(), 1);
+    EXPECT_EQ(m_pool.idleCount(), 1);
     m_factory.closeIdleConnections(m_peer.location(u"/any"_s));
     EXPECT_EQ(control->hear(), "QUIT");
-    EXPECT_EQ(ConnectionPool::ofThisThread().idleCount(), 0);
+    EXPECT_EQ(m_pool.idleCount(), 0);
 }
 
 } // namespace

@@ -13,6 +13,8 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+using End = PeerConnection::End;
+
 /// A stream of the engine against a server whose every line the test says.
 class StreamTest : public ::testing::Test {
 protected:
@@ -90,5 +92,6 @@ protected:
     std::unique_ptr<PeerConnection> m_data;
     QByteArray m_sizeReply = "213 5";
     StreamRecorder m_recorder;
-    FTPTimeouts& m_timeouts = ConnectionPool::ofThisThread().timeouts();
+    ConnectionPool& m_pool = ConnectionPool::ofThisThread();
+    FTPTimeouts& m_timeouts = m_pool.timeouts();
 };

@@ -63,7 +63,7 @@ TEST_F(TlsControlTest, WithoutTheServersConsentNothingMoreIsSaid)
         control->say(reply);
 
         EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-        EXPECT_TRUE(control->waitForEnd());
+        EXPECT_NE(control->waitForEnd(), End::None);
         EXPECT_EQ(control->receiveToEnd(), "");
     }
     EXPECT_TRUE(m_peer.isLeftAlone());
@@ -122,6 +122,7 @@ TEST_F(TlsControlTest, AHandshakeThatFailsIsAnErrorOfTheOtherDomain)
     control->say("220 Ready");
     control->hear();
     control->say("234 Go on");
+    EXPECT_FALSE(control->receive(1).isEmpty()); // What comes ahead of the handshake is dropped.
 
     control->say("230 In");
 

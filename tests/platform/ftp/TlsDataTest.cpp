@@ -60,7 +60,7 @@ TEST_F(TlsDataTest, DownloadsAndListingsEndByTheServersWordInsideTheEncryption)
     control->say("226 Done");
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
     EXPECT_EQ(m_recorder.data, "hello");
-    EXPECT_TRUE(m_data->waitForEnd());
+    EXPECT_EQ(m_data->waitForEnd(), End::Finished);
     EXPECT_TRUE(m_data->tls().hasClientClosed());
 
     startSecureListing();
@@ -85,7 +85,7 @@ TEST_F(TlsDataTest, DataThatIsCutIsAFailureWhateverTheServerSays)
             auto control = openSecurely("RETR f", { "TYPE I", "SIZE f", "EPSV" });
             control->say("150 Here");
             m_data->sendBytes("hello");
-            m_data->close();
+            m_data->cut();
             if (isConfirmed) {
                 control->say("226 Done");
             }
@@ -96,7 +96,7 @@ TEST_F(TlsDataTest, DataThatIsCutIsAFailureWhateverTheServerSays)
         auto control = openSecurely("LIST");
         control->say("150 Here");
         m_data->sendBytes("-rw-r--r-- 1 a a 5 Jan 1 2020 f\r\n");
-        m_data->close();
+        m_data->cut();
         if (isConfirmed) {
             control->say("226 Done");
         }
@@ -110,7 +110,7 @@ TEST_F(TlsDataTest, AListingThatIsCutBeforeItsFirstByteIsNoEmptyFolder)
     startSecureListing();
     auto control = openSecurely("LIST");
     control->say("150 Here");
-    m_data->close();
+    m_data->cut();
     control->say("226 Done");
 
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"other"_s }));
@@ -224,7 +224,7 @@ TEST_F(TlsDataTest, EveryDataConnectionTakesUpTheSessionOfTheControlConnection)
         EXPECT_EQ(m_data->tls().version(), version);
         m_recorder.close(); // A connection that is dropped must not cost the session.
         control->say("426 Broken");
-        EXPECT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().idleCount() == 1; }));
+        EXPECT_TRUE(waitFor([this] { return m_pool.idleCount() == 1; }));
 
         startSecureUpload(u"/third"_s, "3");
         EXPECT_EQ(control->hear(2).last(), "EPSV");
@@ -235,9 +235,9 @@ TEST_F(TlsDataTest, EveryDataConnectionTakesUpTheSessionOfTheControlConnection)
         control->say("226 Got it");
         EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_peer.port());
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
         control->close();
-        EXPECT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().connectionCount() == 0; }));
+        EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
     }
 }
 
