@@ -1,16 +1,18 @@
 #include "ListingMonths.h"
 
-#include "CheckRows.h"
+#include "Printers.h"
 
 #include <QByteArray>
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 /// The months of one language as ls abbreviates them, in the code that its servers send.
 struct Language {
-    const char* why;
+    const char* name;
     const char* months; ///< Twelve words with blanks between.
 };
 
@@ -48,18 +50,18 @@ constexpr Language languages[] = {
 
 TEST(ListingMonthsTest, KnowsEveryMonthOfEveryLanguage)
 {
-    checkRows(languages, [](const Language& language) {
+    for (const Language& language : languages) {
         const QList<QByteArray> months = QByteArray(language.months).split(' ');
-        ASSERT_EQ(months.size(), 12);
+        ASSERT_EQ(months.size(), 12) << language.name;
         for (int month = 1; month <= 12; ++month) {
             const QByteArray& word = months.at(month - 1);
-            SCOPED_TRACE(word.toStdString());
+            SCOPED_TRACE(::testing::Message() << language.name << ": " << word.toStdString());
 
             EXPECT_EQ(listingMonth(word), month);
             EXPECT_EQ(listingMonth(word.toUpper()), month);
             EXPECT_EQ(listingMonth(word.endsWith('.') ? word.chopped(1) : word + '.'), month);
         }
-    });
+    }
 }
 
 TEST(ListingMonthsTest, OtherWordsAreNoMonths)

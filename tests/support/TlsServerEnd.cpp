@@ -5,6 +5,9 @@
 TlsServerContext::TlsServerContext(const TestCertificate& certificate, int version)
     : m_context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free)
 {
+    if (version != 0 && version < TLS1_2_VERSION) {
+        SSL_CTX_set_security_level(get(), 0); // Otherwise it would not be spoken.
+    }
     SSL_CTX_set_min_proto_version(get(), version);
     SSL_CTX_set_max_proto_version(get(), version);
     SSL_CTX_set_session_id_context(get(), reinterpret_cast<const unsigned char*>("test"), 4);

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
+#include <openssl/conf.h>
 
 using namespace Qt::StringLiterals;
 
@@ -111,13 +113,54 @@ TEST(TlsChannelTest, BytesPassBothWaysInTls12And13)
     }
 }
 
-TEST(TlsChannelTest, OlderVersionsAreNotSpoken)
-{
-    const TlsServerContext context(TestCertificate::selfSigned(), TLS1_1_VERSION);
-    Pair pair(context);
+/// A system on which programs speak TLS 1.0 and 1.1 unless they decide otherwise.
+class LenientSystem {
+public:
+    LenientSystem()
+    {
+        QTemporaryFile settings;
+        EXPECT_TRUE(settings.open());
+        settings.write("openssl_conf = all\n[all]\nssl_conf = tls\n[tls]\nsystem_default = lenient\n"
+                       "[lenient]\nMinProtocol = TLSv1\nCipherString = DEFAULT:@SECLEVEL=0\n");
+        settings.close();
+        EXPECT_EQ(CONF_modules_load_file(settings.fileName().toLocal8Bit().constData(), "openssl_conf", 0), 1);
+    }
+    LenientSystem(const LenientSystem&) = delete;
+    LenientSystem& operator=(const LenientSystem&) = delete;
+    ~LenientSystem() { CONF_modules_load_file(nullptr, nullptr, 0); }
+};
 
-    EXPECT_EQ(pair.shakeHands(), TlsChannel::Outcome::Broken);
-    EXPECT_FALSE(pair.channel.write(QByteArray("PASS secret")));
+/// Whether a client that takes any version comes to terms with a server of @p context.
+bool isSpokenWithOthers(const TlsServerContext& context)
+{
+    const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> any(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free);
+    const std::unique_ptr<SSL, decltype(&SSL_free)> client(SSL_new(any.get()), &SSL_free);
+    BIO* const in = BIO_new(BIO_s_mem());
+    BIO* const out = BIO_new(BIO_s_mem());
+    SSL_set_bio(client.get(), in, out);
+    SSL_set_connect_state(client.get());
+    TlsServerEnd server(context);
+    for (int turn = 0; turn < 10 && SSL_do_handshake(client.get()) != 1; ++turn) {
+        QByteArray bytes(static_cast<qsizetype>(BIO_ctrl_pending(out)), Qt::Uninitialized);
+        BIO_read(out, bytes.data(), static_cast<int>(bytes.size()));
+        server.feed(bytes);
+        const QByteArray answer = server.take();
+        BIO_write(in, answer.constData(), static_cast<int>(answer.size()));
+    }
+    return SSL_is_init_finished(client.get()) == 1;
+}
+
+TEST(TlsChannelTest, OlderVersionsAreNotSpokenWhereTheSystemAllowsThemEither)
+{
+    const LenientSystem system;
+    for (const int version : { TLS1_VERSION, TLS1_1_VERSION }) {
+        const TlsServerContext context(TestCertificate::selfSigned(), version);
+        ASSERT_TRUE(isSpokenWithOthers(context));
+        Pair pair(context);
+
+        EXPECT_EQ(pair.shakeHands(), TlsChannel::Outcome::Broken);
+        EXPECT_FALSE(pair.channel.write(QByteArray("PASS secret")));
+    }
 }
 
 TEST(TlsChannelTest, APeerThatDoesNotSpeakTlsBreaksIt)
@@ -206,6 +249,8 @@ TEST(TlsChannelTest, WhatIsWrongWithACertificateIsNamed)
     using enum CertificateProblem;
     const TestCertificate authority = TestCertificate::make({ .commonName = "authority", .isAuthority = true });
     const TestCertificate::Options named{ .subjectAlternativeName = "DNS:ftp.example" };
+    const TestCertificate::Options wide{ .subjectAlternativeName = "DNS:*.example.org" };
+    const TestCertificate::Options partial{ .subjectAlternativeName = "DNS:ft*.example.org" };
     const TestCertificate::Options old{ .validFromSeconds = -7200, .validUntilSeconds = -3600 };
     const TestCertificate::Options early{ .validFromSeconds = 3600, .validUntilSeconds = 7200 };
 
@@ -217,6 +262,11 @@ TEST(TlsChannelTest, WhatIsWrongWithACertificateIsNamed)
     EXPECT_THAT(problemsOf(TestCertificate::make(named), u"ftp.example"_s), testing::ElementsAre(SelfSigned));
     EXPECT_THAT(problemsOf(TestCertificate::make(named), u"FTP.Example."_s), testing::ElementsAre(SelfSigned));
     EXPECT_THAT(problemsOf(TestCertificate::make(named), u"www.example"_s),
+                testing::ElementsAre(SelfSigned, WrongHost));
+    EXPECT_THAT(problemsOf(TestCertificate::make(wide), u"ftp.example.org"_s), testing::ElementsAre(SelfSigned));
+    EXPECT_THAT(problemsOf(TestCertificate::make(wide), u"a.ftp.example.org"_s),
+                testing::ElementsAre(SelfSigned, WrongHost));
+    EXPECT_THAT(problemsOf(TestCertificate::make(partial), u"ftp.example.org"_s),
                 testing::ElementsAre(SelfSigned, WrongHost));
 }
 
