@@ -1,7 +1,7 @@
+#include "CheckRows.h"
 #include "FaultyFileCalls.h"
 #include "FileInputStream.h"
 #include "FileOutputStream.h"
-#include "Printers.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -240,20 +240,16 @@ TEST_F(FileStreamTest, OutputThatIsInterruptedIsTriedAgain)
 
 TEST_F(FileStreamTest, OutputFailsWhenClosingDoes)
 {
-    struct Row {
-        int error;
-        bool closes;
-    };
-    for (const Row& row : { Row{ EIO, false }, Row{ EDQUOT, false }, Row{ EINTR, true } }) {
+    checkRows<bool(int)>({ { EIO, false }, { EDQUOT, false }, { EINTR, true } }, [this](int error) {
         FileOutputStream stream(path(u"a"_s));
         stream.open();
         EXPECT_EQ(stream.write(std::array{ 'x' }), 1);
         const FaultyFileCalls faults;
 
-        FaultyFileCalls::failToClose(row.error);
+        FaultyFileCalls::failToClose(error);
 
-        EXPECT_EQ(stream.close(), row.closes) << row.error;
-    }
+        return stream.close();
+    });
 }
 
 } // namespace

@@ -1,18 +1,16 @@
 #include "ListingMonths.h"
 
-#include "Printers.h"
+#include "CheckRows.h"
 
 #include <QByteArray>
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 namespace {
 
 /// The months of one language as ls abbreviates them, in the code that its servers send.
 struct Language {
-    const char* name;
+    const char* why;
     const char* months; ///< Twelve words with blanks between.
 };
 
@@ -50,18 +48,18 @@ constexpr Language languages[] = {
 
 TEST(ListingMonthsTest, KnowsEveryMonthOfEveryLanguage)
 {
-    for (const Language& language : languages) {
+    checkRows(languages, [](const Language& language) {
         const QList<QByteArray> months = QByteArray(language.months).split(' ');
-        ASSERT_EQ(months.size(), 12) << language.name;
+        ASSERT_EQ(months.size(), 12);
         for (int month = 1; month <= 12; ++month) {
             const QByteArray& word = months.at(month - 1);
-            SCOPED_TRACE(::testing::Message() << language.name << ": " << word.toStdString());
+            SCOPED_TRACE(word.toStdString());
 
             EXPECT_EQ(listingMonth(word), month);
             EXPECT_EQ(listingMonth(word.toUpper()), month);
             EXPECT_EQ(listingMonth(word.endsWith('.') ? word.chopped(1) : word + '.'), month);
         }
-    }
+    });
 }
 
 TEST(ListingMonthsTest, OtherWordsAreNoMonths)

@@ -1,8 +1,8 @@
 #include "ListingParser.h"
 
+#include "CheckRows.h"
 #include "ListingRows.h"
 #include "MacRoman.h"
-#include "Printers.h"
 
 #include <QStringDecoder>
 #include <QTimeZone>
@@ -20,6 +20,11 @@ QDateTime utc(const char* iso)
     QDateTime time = QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODate);
     time.setTimeSpec(Qt::UTC);
     return time;
+}
+
+qint64 ms(const char* iso)
+{
+    return utc(iso).toMSecsSinceEpoch();
 }
 
 QDateTime now()
@@ -46,7 +51,7 @@ ListingEntry expectedEntry(const ListingRow& row)
         entry.size = row.size;
     }
     if (row.date != nullptr) {
-        entry.modDate = utc(row.date).toMSecsSinceEpoch();
+        entry.modDate = ms(row.date);
     }
     entry.type = row.type;
     if (row.mode != noMode) {
@@ -72,9 +77,9 @@ void expectEntry(const ListingEntry& actual, const ListingEntry& expected)
     EXPECT_EQ(actual.mode, expected.mode);
 }
 
-void expectRow(const ListingRow& row, const QByteArray& lineEnd)
+void expectEntryOfRow(const ListingRow& row, const QByteArray& lineEnd)
 {
-    SCOPED_TRACE(::testing::Message() << row.why << ": " << row.line);
+    SCOPED_TRACE(row.line);
     const QByteArray line = row.line + lineEnd;
 
     const ParsedListing parsed = parseListingLine(line + "next", now());
@@ -82,6 +87,12 @@ void expectRow(const ListingRow& row, const QByteArray& lineEnd)
     EXPECT_EQ(parsed.consumed, line.size());
     ASSERT_TRUE(parsed.entry);
     expectEntry(*parsed.entry, expectedEntry(row));
+}
+
+void expectEntriesOfRow(const ListingRow& row)
+{
+    expectEntryOfRow(row, "\n");
+    expectEntryOfRow(row, "\r\n");
 }
 
 /// The entry of a line that is known to be one.
@@ -130,25 +141,19 @@ std::vector<ListingEntry> entriesOfBlocks(const std::vector<QByteArray>& blocks)
 
 TEST(ListingParserTest, ReadsUnixListings)
 {
-    for (const ListingRow& row : unixRows()) {
-        expectRow(row, "\n");
-        expectRow(row, "\r\n");
-    }
+    checkRows(unixRows(), expectEntriesOfRow);
 }
 
 TEST(ListingParserTest, ReadsDosListings)
 {
-    for (const ListingRow& row : dosRows()) {
-        expectRow(row, "\n");
-        expectRow(row, "\r\n");
-    }
+    checkRows(dosRows(), expectEntriesOfRow);
 }
 
 TEST(ListingParserTest, SkipsWhatMakesNoSense)
 {
-    for (const IgnoredRow& row : ignoredRows()) {
+    checkRows(ignoredRows(), [](const IgnoredRow& row) {
         for (const QByteArray& lineEnd : { "\n"_ba, "\r\n"_ba }) {
-            SCOPED_TRACE(::testing::Message() << row.why << ": " << row.line);
+            SCOPED_TRACE(row.line);
             const QByteArray line = row.line + lineEnd;
 
             const ParsedListing parsed = parseListingLine(line + "next", now());
@@ -156,7 +161,7 @@ TEST(ListingParserTest, SkipsWhatMakesNoSense)
             EXPECT_EQ(parsed.consumed, line.size());
             EXPECT_FALSE(parsed.entry);
         }
-    }
+    });
 }
 
 TEST(ListingParserTest, KnowsMoreThanAHundredAndTwentyLines)
@@ -280,28 +285,20 @@ TEST(ListingParserTest, EntriesOfOneOwnerShareItsText)
 
 TEST(ListingParserTest, ADateWithoutAYearIsTheNewestPossible)
 {
-    struct Row {
-        const char* why;
-        const char* now;
-        const char* date;
-        const char* expected;
-    };
-    for (const Row& row : {
-             Row{ "a minute ago", "2024-06-15T12:00:00", "Jun 15 11:59", "2024-06-15T11:59:00" },
-             Row{ "a server a little ahead", "2024-06-15T12:00:00", "Jun 15 12:10", "2024-06-15T12:10:00" },
-             Row{ "a server further east on New Year's Eve", "2024-12-31T20:00:00", "Jan  1 03:00",
-                  "2025-01-01T03:00:00" },
-             Row{ "two days ahead is a year ago", "2024-12-31T20:00:00", "Jan  2 03:00", "2024-01-02T03:00:00" },
-             Row{ "last year in January", "2024-01-01T00:10:00", "Dec 31 23:50", "2023-12-31T23:50:00" },
-             Row{ "leap day in a common year", "2023-06-15T12:00:00", "Feb 29 12:00", "2020-02-29T12:00:00" },
-             Row{ "leap day around 2100", "2103-06-15T12:00:00", "Feb 29 12:00", "2096-02-29T12:00:00" },
-         }) {
-        SCOPED_TRACE(row.why);
-
-        const ListingEntry entry = entryOf("-rw-r--r-- 1 a b 1 " + QByteArray(row.date) + " name", utc(row.now));
-
-        EXPECT_EQ(entry.modDate, utc(row.expected).toMSecsSinceEpoch());
-    }
+    checkRows<std::optional<qint64>(const char*, const char*)>(
+        {
+            { "a minute ago", "2024-06-15T12:00:00", "Jun 15 11:59", ms("2024-06-15T11:59:00") },
+            { "a server a little ahead", "2024-06-15T12:00:00", "Jun 15 12:10", ms("2024-06-15T12:10:00") },
+            { "a server further east on New Year's Eve", "2024-12-31T20:00:00", "Jan  1 03:00",
+              ms("2025-01-01T03:00:00") },
+            { "two days ahead is a year ago", "2024-12-31T20:00:00", "Jan  2 03:00", ms("2024-01-02T03:00:00") },
+            { "last year in January", "2024-01-01T00:10:00", "Dec 31 23:50", ms("2023-12-31T23:50:00") },
+            { "leap day in a common year", "2023-06-15T12:00:00", "Feb 29 12:00", ms("2020-02-29T12:00:00") },
+            { "leap day around 2100", "2103-06-15T12:00:00", "Feb 29 12:00", ms("2096-02-29T12:00:00") },
+        },
+        [](const char* clock, const char* date) {
+            return entryOf("-rw-r--r-- 1 a b 1 " + QByteArray(date) + " name", utc(clock)).modDate;
+        });
 }
 
 TEST(ListingParserTest, DatesAreInTheZoneOfTheClock)
@@ -310,33 +307,25 @@ TEST(ListingParserTest, DatesAreInTheZoneOfTheClock)
     const QByteArray dosLine = "01-12-24  03:04PM                 1234 name";
     const QDateTime east(QDate(2024, 6, 15), QTime(12, 0), Qt::OffsetFromUTC, 7200);
     for (const QByteArray& line : { unixLine, dosLine }) {
-        EXPECT_EQ(entryOf(line, now()).modDate, utc("2024-01-12T15:04:00").toMSecsSinceEpoch());
-        EXPECT_EQ(entryOf(line, east).modDate, utc("2024-01-12T13:04:00").toMSecsSinceEpoch());
+        EXPECT_EQ(entryOf(line, now()).modDate, ms("2024-01-12T15:04:00"));
+        EXPECT_EQ(entryOf(line, east).modDate, ms("2024-01-12T13:04:00"));
     }
 }
 
 TEST(ListingParserTest, FollowsTheClocksPutForwardAndBack)
 {
     const QDateTime berlin(QDate(2024, 6, 15), QTime(12, 0), QTimeZone("Europe/Berlin"));
-    struct Row {
-        const char* date;
-        const char* expected;
-    };
-    for (const Row& row : {
-             Row{ "Jan 12 15:04", "2024-01-12T14:04:00" },
-             Row{ "Jun 12 15:04", "2024-06-12T13:04:00" },
-             Row{ "Mar 31 01:59", "2024-03-31T00:59:00" },
-             Row{ "Mar 31 03:00", "2024-03-31T01:00:00" },
-             Row{ "Oct 29 01:30", "2023-10-28T23:30:00" },
-             Row{ "Oct 29 03:00", "2023-10-29T02:00:00" },
-             Row{ "Jan 12 16:04", "2024-01-12T15:04:00" },
-         }) {
-        SCOPED_TRACE(row.date);
-
-        const ListingEntry entry = entryOf("-rw-r--r-- 1 a b 1 " + QByteArray(row.date) + " name", berlin);
-
-        EXPECT_EQ(entry.modDate, utc(row.expected).toMSecsSinceEpoch());
-    }
+    checkRows<std::optional<qint64>(const char*)>(
+        {
+            { "Jan 12 15:04", ms("2024-01-12T14:04:00") },
+            { "Jun 12 15:04", ms("2024-06-12T13:04:00") },
+            { "Mar 31 01:59", ms("2024-03-31T00:59:00") },
+            { "Mar 31 03:00", ms("2024-03-31T01:00:00") },
+            { "Oct 29 01:30", ms("2023-10-28T23:30:00") },
+            { "Oct 29 03:00", ms("2023-10-29T02:00:00") },
+            { "Jan 12 16:04", ms("2024-01-12T15:04:00") },
+        },
+        [&](const char* date) { return entryOf("-rw-r--r-- 1 a b 1 " + QByteArray(date) + " name", berlin).modDate; });
 }
 
 TEST(ListingParserTest, FollowsTheZoneWhenItChanges)
@@ -345,9 +334,9 @@ TEST(ListingParserTest, FollowsTheZoneWhenItChanges)
     const QDateTime berlin(QDate(2024, 6, 15), QTime(12, 0), QTimeZone("Europe/Berlin"));
     const QDateTime tokyo(QDate(2024, 6, 15), QTime(12, 0), QTimeZone("Asia/Tokyo"));
 
-    EXPECT_EQ(entryOf(line, berlin).modDate, utc("2024-01-12T14:04:00").toMSecsSinceEpoch());
-    EXPECT_EQ(entryOf(line, tokyo).modDate, utc("2024-01-12T06:04:00").toMSecsSinceEpoch());
-    EXPECT_EQ(entryOf(line, berlin).modDate, utc("2024-01-12T14:04:00").toMSecsSinceEpoch());
+    EXPECT_EQ(entryOf(line, berlin).modDate, ms("2024-01-12T14:04:00"));
+    EXPECT_EQ(entryOf(line, tokyo).modDate, ms("2024-01-12T06:04:00"));
+    EXPECT_EQ(entryOf(line, berlin).modDate, ms("2024-01-12T14:04:00"));
 }
 
 TEST(ListingParserTest, TimesWithoutAZoneAreLocalTimes)

@@ -1,5 +1,7 @@
 #include "Reachability.h"
 
+#include "CheckRows.h"
+
 #include <gtest/gtest.h>
 
 #include <linux/netlink.h>
@@ -11,8 +13,6 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <vector>
-
 namespace {
 
 using enum ReachabilityFlag;
@@ -107,29 +107,24 @@ TEST(ReachabilityDeathTest, ADefaultRouteThatTurnsPacketsAwayCountsForNothing)
 
 TEST(ReachabilityTest, ReachableDependsOnWhoMustEstablishTheConnection)
 {
-    struct Row {
-        std::optional<ReachabilityFlags> flags;
-        bool expected;
-    };
-    const std::vector<Row> rows{
-        { std::nullopt, false },
-        { ReachabilityFlags(), false },
-        { Reachable, true },
-        { Transient, false },
-        { ConnectionRequired, false },
-        { ConnectionOnTraffic | ConnectionOnDemand, false },
-        { Reachable | InterventionRequired, true },
-        { Reachable | LocalAddress | Direct, true },
-        { Reachable | ConnectionRequired, false },
-        { Reachable | ConnectionRequired | ConnectionOnTraffic, true },
-        { Reachable | ConnectionRequired | ConnectionOnDemand, true },
-        { Reachable | ConnectionRequired | ConnectionOnTraffic | InterventionRequired, false },
-        { Reachable | ConnectionRequired | ConnectionOnDemand | InterventionRequired, false },
-        { Reachable | ConnectionRequired | InterventionRequired, false },
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(isReachable(row.flags), row.expected) << (row.flags ? row.flags->toInt() : 0);
-    }
+    checkRows<bool(std::optional<ReachabilityFlags>)>(
+        {
+            { std::nullopt, false },
+            { ReachabilityFlags(), false },
+            { Reachable, true },
+            { Transient, false },
+            { ConnectionRequired, false },
+            { ConnectionOnTraffic | ConnectionOnDemand, false },
+            { Reachable | InterventionRequired, true },
+            { Reachable | LocalAddress | Direct, true },
+            { Reachable | ConnectionRequired, false },
+            { Reachable | ConnectionRequired | ConnectionOnTraffic, true },
+            { Reachable | ConnectionRequired | ConnectionOnDemand, true },
+            { Reachable | ConnectionRequired | ConnectionOnTraffic | InterventionRequired, false },
+            { Reachable | ConnectionRequired | ConnectionOnDemand | InterventionRequired, false },
+            { Reachable | ConnectionRequired | InterventionRequired, false },
+        },
+        isReachable);
 }
 
 } // namespace
