@@ -12,23 +12,43 @@ if(QUILLBOX_SANITIZERS)
     target_link_options(quillbox_options INTERFACE -fsanitize=${QUILLBOX_SANITIZERS})
 endif()
 
-# quillbox_library(NAME SOURCES file... [DEPENDS target...])
+# What most sources include and nobody here changes is compiled once: for the product without and with widgets, and for the
+# tests the same again with what tests are written with. Sources include what they need all the same.
+set(QUILLBOX_CORE_HEADERS
+    <QByteArray> <QDateTime> <QHash> <QList> <QObject> <QString> <QStringList> <QTimer> <QUrl>
+    <algorithm> <array> <chrono> <functional> <memory> <optional> <span> <utility> <vector>)
+set(QUILLBOX_WIDGET_HEADERS
+    ${QUILLBOX_CORE_HEADERS} <QApplication> <QHeaderView> <QLabel> <QLineEdit> <QMainWindow> <QMenu> <QMessageBox>
+    <QMimeData> <QPainter> <QPointer> <QPushButton> <QTableView>)
+set(QUILLBOX_TEST_HEADERS <gtest/gtest.h> <QDir> <QFile> <QSignalSpy> <QTemporaryDir> <QTest>)
+
+# quillbox_library(NAME SOURCES file... [DEPENDS target...] [HEADERS_OF target])
 # A static library for one folder. It exports that folder alone, and an include names just the file, so that an
-# include of a folder that is not among the dependencies does not compile.
+# include of a folder that is not among the dependencies does not compile. Its precompiled headers are those of a target
+# that it depends on.
 function(quillbox_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS_OF" "SOURCES;DEPENDS")
     add_library(${name} STATIC ${arg_SOURCES})
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE quillbox_options)
+    if(arg_HEADERS_OF)
+        target_precompile_headers(${name} REUSE_FROM ${arg_HEADERS_OF})
+    endif()
 endfunction()
 
 # quillbox_test(NAME SOURCES file... [DEPENDS target...] [WIDGETS])
 # One GoogleTest program, each of its tests known to ctest. With WIDGETS it runs on an off-screen display.
 function(quillbox_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "WIDGETS" "" "SOURCES;DEPENDS")
+    set(support test_support)
+    set(headers test_common)
+    if(arg_WIDGETS)
+        set(support test_support_widgets)
+        set(headers test_support_widgets)
+    endif()
     add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE ${arg_DEPENDS} quillbox_options
-        $<IF:$<BOOL:${arg_WIDGETS}>,test_support_widgets,test_support>)
+    target_link_libraries(${name} PRIVATE ${arg_DEPENDS} ${support} quillbox_options)
+    target_precompile_headers(${name} REUSE_FROM ${headers})
     target_compile_definitions(${name} PRIVATE TEST_SOURCE_DIR="${CMAKE_SOURCE_DIR}/tests")
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST
         PROPERTIES TIMEOUT 120)

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#ifdef TESTS_HAVE_WIDGETS
+#ifdef QT_WIDGETS_LIB
 #include "WaitFor.h"
 
 #include <QApplication>
@@ -36,7 +36,7 @@ extern "C" __attribute__((visibility("default"))) int clone(int (*main)(void*), 
 }
 #endif
 
-#ifdef TESTS_HAVE_WIDGETS
+#ifdef QT_WIDGETS_LIB
 namespace {
 
 /// Qt paints with the help of more or fewer threads, by what happens to be idle just then, and each has a descriptor.
@@ -66,7 +66,7 @@ int main(int argc, char** argv)
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const Application application(argc, argv);
-#ifdef TESTS_HAVE_WIDGETS
+#ifdef QT_WIDGETS_LIB
     paintWithOneThread();
 #endif
     return RUN_ALL_TESTS();
