@@ -32,3 +32,9 @@ def helper(*command):
         finally:
             process.stdin.close()  # Which ends it; whoever still reads what it says comes to an end, too.
             process.wait()
+
+
+def in_network_of_its_own(command):
+    """The command line that runs a command in a network namespace, where it may make devices. Loopback works there."""
+    as_root = [] if os.getuid() == 0 else ["--map-root-user"]
+    return ["unshare", "--net", *as_root, "sh", "-c", 'ip link set lo up && exec "$@"', "sh", *command]

@@ -9,7 +9,7 @@ import time
 from benchmark import TOP, helper
 from clients import Curl, Lftp
 from conversation import Conversation, counts, parts, transfers
-from near import SMALL, make_files, measured, take_away
+from near import SMALL, make_files, measured, shown, take_away
 from table import Row, median, of_counts, paired, spread
 from usage import run
 from window import Window, settings_of
@@ -50,60 +50,73 @@ def confirmations(events):
     return [event.time for event in events if event.what == "<" and event.text.startswith("226 ")]
 
 
+class SmallUploads:
+    """Small files that go up to a server at the far end, over and over again."""
+
+    def __init__(self, bench, conversation, login, root, folder):
+        self._conversation = conversation
+        self._login = login
+        self._root = root
+        self.count = 20 if bench.quick else 100
+        self.files = make_files(folder, self.count, SMALL)
+
+    def turn(self, bench):
+        """By our program, from its start; answers first_and_further(), the events, and what the program used."""
+        mark = self._begin()
+        with Window(bench.desktop, bench.program, settings_of(self._login, FAR), self.files) as window:
+            usage = measured(window, lambda: None, lambda: self._conversation.wait_for(mark, self.count, "STOR"))
+            return (*self._finish(mark, ends_of_uploads), usage)
+
+    def theirs(self, command):
+        """By another client; answers first_and_further() and the events."""
+        mark = self._begin()
+        try:
+            run(command)
+        finally:
+            result = self._finish(mark, confirmations)
+        return result
+
+    def _begin(self):
+        self._conversation.wait_for_quiet(0.3)
+        return self._conversation.mark()
+
+    def _finish(self, mark, ends_of):
+        self._conversation.wait_for_quiet(0.3)
+        events = self._conversation.since(mark)
+        take_away(self._root)
+        return (*first_and_further(events, ends_of(events)), events)
+
+
+@contextlib.contextmanager
+def small_uploads(bench, conversation, make):
+    with tempfile.TemporaryDirectory() as folder, served(make) as (root, login):
+        yield SmallUploads(bench, conversation, login, root, folder), login
+
+
 def upload_far(bench, conversation):
-    count = 20 if bench.quick else 100
     goals = {"vsftpd": 215}
-    with tempfile.TemporaryDirectory() as folder:
-        files = make_files(folder, count, SMALL)
-        names = [path.replace(" ", "\\ ") for path in files]
-        for make in bench.makes("vsftpd", "pure-ftpd", "proftpd", "pyftpdlib"):
-            with served(make) as (root, login):
-                mark = None
+    for make in bench.makes("vsftpd", "pure-ftpd", "proftpd", "pyftpdlib"):
+        with small_uploads(bench, conversation, make) as (uploads, login):
 
-                def begin():
-                    nonlocal mark
-                    conversation.wait_for_quiet(0.3)
-                    mark = conversation.mark()
+            def other(command):
+                try:
+                    return uploads.theirs(command)
+                except RuntimeError:  # Not every client gets on with every server in every mode.
+                    return None
 
-                def finish(ends_of):
-                    conversation.wait_for_quiet(0.3)
-                    events = conversation.since(mark)
-                    take_away(root)
-                    return (*first_and_further(events, ends_of(events)), events)
-
-                def ours():
-                    nonlocal cpu
-                    begin()
-                    with Window(bench.desktop, bench.program, settings_of(login, FAR), files) as window:
-                        usage = measured(window, lambda: None, lambda: conversation.wait_for(mark, count, "STOR"))
-                        cpu = usage
-                        return finish(ends_of_uploads)
-
-                def theirs(command):
-                    begin()
-                    run(command)
-                    return finish(confirmations)
-
-                def other(command):
-                    try:
-                        return theirs(command)
-                    except RuntimeError:  # Not every client gets on with every server in every mode.
-                        finish(confirmations)
-                        return None
-
-                cpu = None
-                results = {"ours": [], "curl": []}
-                for _ in range(1 if bench.quick else min(bench.runs, 3)):
-                    results["ours"].append(ours())
-                    results["curl"].append(theirs(Curl(login, FAR).upload(files)))
-                others = {
-                    "lftp sync": other(Lftp(login, FAR, sync=True).upload(names)),
-                    "lftp no sync": other(Lftp(login, FAR, sync=False).upload(names)),
-                }
-                yield from _upload_rows(make, count, results, others, goals.get(make, 165), cpu)
+            results = {"ours": [], "curl": []}
+            for _ in range(1 if bench.quick else min(bench.runs, 3)):
+                results["ours"].append(uploads.turn(bench))
+                results["curl"].append(uploads.theirs(Curl(login, FAR).upload(uploads.files)))
+            names = [path.replace(" ", "\\ ") for path in uploads.files]
+            others = {
+                "lftp sync": other(Lftp(login, FAR, sync=True).upload(names)),
+                "lftp no sync": other(Lftp(login, FAR, sync=False).upload(names)),
+            }
+            yield from _upload_rows(make, uploads.count, results, others, goals.get(make, 165))
 
 
-def _upload_rows(make, count, results, others, goal, cpu):
+def _upload_rows(make, count, results, others, goal):
     def each(name, index):
         return [result[index] * 1000 for result in results[name]]
 
@@ -111,7 +124,7 @@ def _upload_rows(make, count, results, others, goal, cpu):
         texts = {name: f"{result[index] * 1000:.0f}" if result else "fails" for name, result in others.items()}
         return ", ".join(f"{name} {text}" for name, text in texts.items())
 
-    events = results["ours"][-1][3]
+    events, usage = results["ours"][-1][3:]
     uploads = parts(events, "STOR")
     first = of_counts(counts(uploads[0]))
     further = [counts(part)["commands"] for part in uploads[1:]]
@@ -119,8 +132,8 @@ def _upload_rows(make, count, results, others, goal, cpu):
         f"{count} files of 4 KiB at 50 ms: each further", make,
         f"{spread(each('ours', 1), '{:.0f}')} ms, mean {median(each('ours', 2), '{:.0f}')}",
         f"≤ {goal} ms, ratio ≤ 0.85", curl=median(each("curl", 1), "{:.0f}") + " ms",
-        ratio=paired(each("ours", 1), each("curl", 1)), others=of_others(1), cpu=f"{cpu.cpu:.2f}",
-        peak=f"{cpu.peak:.0f}", commands=f"{statistics.mean(further):.1f}",
+        ratio=paired(each("ours", 1), each("curl", 1)), others=of_others(1), cpu=f"{usage.cpu:.2f}",
+        peak=f"{usage.peak:.0f}", commands=f"{statistics.mean(further):.1f}",
         trips=f"{results['ours'][-1][1] / ROUND_TRIP:.1f}",
         connections=f"{counts(events)['control']} control in all",
     )  # fmt: skip
@@ -132,31 +145,34 @@ def _upload_rows(make, count, results, others, goal, cpu):
     )  # fmt: skip
 
 
+def fetch(bench, conversation, window, verb):
+    """Downloads the file in the first row, or lists its folder; answers the seconds and the events."""
+    conversation.wait_for_quiet(0.6)  # Two clicks in short succession are taken for more.
+    mark = conversation.mark()
+    if verb == "LIST":
+        window.key("F5")
+    else:
+        window.double_click(bench.places()["row"])
+    end = conversation.wait_for(mark, 1, verb)
+    events = conversation.since(mark)
+    return end - events[0].time, events
+
+
 def fetch_far(bench, conversation):
-    places = bench.places()
+    bench.places()
     for make in bench.makes("vsftpd", "pure-ftpd", "proftpd", "pyftpdlib"):
         with served(make) as (root, login), tempfile.TemporaryDirectory() as folder:
             make_files(root, 1, SMALL, "small")
-            mark = conversation.mark()
-            with Window(bench.desktop, bench.program, settings_of(login, FAR)) as window:
-                window.settle(conversation, mark)
-                acts = {
-                    "LIST": lambda: window.key("F5"),
-                    "RETR": lambda: window.double_click(places["row"]),
-                }
-                commands = {
-                    "LIST": Curl(login, FAR).list(times=2),
-                    "RETR": Curl(login, FAR).download(["small", "small"], folder),
-                }
+            commands = {
+                "LIST": Curl(login, FAR).list(times=2),
+                "RETR": Curl(login, FAR).download(["small", "small"], folder),
+            }
+            with shown(bench, login, conversation, FAR) as window:
                 for verb, what in (("RETR", "download"), ("LIST", "listing")):
                     ours, curl, events = [], [], []
                     for _ in range(3 if bench.quick else bench.runs):
-                        conversation.wait_for_quiet(0.6)  # Two clicks in short succession are taken for more.
-                        mark = conversation.mark()
-                        acts[verb]()
-                        end = conversation.wait_for(mark, 1, verb)
-                        events = conversation.since(mark)
-                        ours.append((end - events[0].time) * 1000)
+                        seconds, events = fetch(bench, conversation, window, verb)
+                        ours.append(seconds * 1000)
                         mark = conversation.mark()
                         run(commands[verb])
                         conversation.wait_for(mark, 2, verb)
@@ -170,3 +186,33 @@ def fetch_far(bench, conversation):
                         f"≤ {limit} round trips", curl=median(curl, "{:.0f}") + " ms", ratio=paired(ours, curl), **cells,
                     )  # fmt: skip
                     time.sleep(0.3)
+
+
+@contextlib.contextmanager
+def _upload_turns(bench, conversation, make):
+    with small_uploads(bench, conversation, make) as (uploads, _):
+
+        def turn(bench):
+            first, further, _, _, usage = uploads.turn(bench)
+            return {"first s": first, "each further s": further, "CPU s": usage.cpu, "memory MiB": usage.peak}
+
+        yield turn
+
+
+@contextlib.contextmanager
+def _fetch_turns(_, conversation, make):
+    with served(make) as (root, login):
+        make_files(root, 1, SMALL, "small")
+
+        def turn(bench):
+            with shown(bench, login, conversation, FAR) as window:
+                return {
+                    "download s": fetch(bench, conversation, window, "RETR")[0],
+                    "listing s": fetch(bench, conversation, window, "LIST")[0],
+                }
+
+        yield turn
+
+
+# What bench/compare repeats, as near.turns() has it.
+TURNS = {"upload-far": _upload_turns, "fetch-far": _fetch_turns}

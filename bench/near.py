@@ -1,7 +1,9 @@
-"""The workloads over loopback."""
+"""The workloads over loopback. What our program does in each is a scene of its own, which bench/compare plays, too."""
 
+import collections
 import concurrent.futures
 import contextlib
+import functools
 import os
 import statistics
 import subprocess
@@ -18,6 +20,10 @@ from window import Window, settings_of
 LARGE = 1024**3
 SMALL = 4096
 
+# A server with its login and what passes there, and what our program does with it. turn(bench, window) plays it once in a
+# window at rest and answers its usage and the events; finish() checks what has arrived elsewhere, and takes it away.
+Scene = collections.namedtuple("Scene", "login conversation turn finish files", defaults=[None, None])
+
 
 @contextlib.contextmanager
 def served(make):
@@ -31,10 +37,10 @@ def served(make):
 
 
 @contextlib.contextmanager
-def shown(bench, login, conversation, **settings):
+def shown(bench, login, conversation, address="127.0.0.1"):
     """Our program, its window settled."""
     mark = conversation.mark()
-    with Window(bench.desktop, bench.program, {**settings_of(login), **settings}) as window:
+    with Window(bench.desktop, bench.program, settings_of(login, address)) as window:
         window.settle(conversation, mark)
         yield window
 
@@ -63,20 +69,23 @@ def measured(window, act, end):
     return Usage(stop - start, window.cpu() - spent, peak_memory(window.pid))
 
 
-def compare(bench, ours, curl, others):
-    """Runs that take turns; answers lists of usages by name. The others run once in three."""
+def compare(bench, scene, window, curl, others):
+    """Runs that take turns; answers lists of usages by name, and the events of our last run. The others run once in
+    three."""
     curl()  # Whoever comes first finds nothing in memory: neither files nor, in a virtual machine, the memory itself.
     results = {"ours": [], "curl": [], **{name: [] for name in others}}
+    events = []
     for number in range(bench.runs):
-        results["ours"].append(ours())
+        usage, events = scene.turn(bench, window)
+        results["ours"].append(usage)
         results["curl"].append(curl())
         if number % 3 == 0:
             for name, other in others.items():
                 results[name].append(other())
-    return results
+    return results, events
 
 
-def row_of(workload, server, to_reach, results, last_counts, **more):
+def row_of(workload, server, to_reach, results, events):
     def each(name, field):
         return [getattr(usage, field) for usage in results[name]]
 
@@ -89,8 +98,7 @@ def row_of(workload, server, to_reach, results, last_counts, **more):
         cpu=f"{median(each('ours', 'cpu'))} / {median(each('curl', 'cpu'))}",
         cpu_ratio=paired(each("ours", "cpu"), each("curl", "cpu")),
         peak=f"{max(each('ours', 'peak')):.0f}",
-        **of_counts(last_counts),
-        **more,
+        **of_counts(counts(events)),
     )  # fmt: skip
 
 
@@ -109,124 +117,148 @@ def until(conversation, mark, verb):
     return lambda: not any(done == verb for done, _, _ in transfers(conversation.since(mark)))
 
 
+def memory_row(bench, make, scene, window, start, verb, results, before):
+    """What the loop waits while one more transfer runs, and how much memory the runs before have taken."""
+    mark = scene.conversation.mark()
+    start()
+    stall = longest_stall(window, until(scene.conversation, mark, verb))
+    growth = max(usage.peak for usage in results["ours"]) - before
+    return Row("… loop, memory", make, stall, "≤ 20 ms", peak=f"+{growth:.1f}")
+
+
+@contextlib.contextmanager
+def large_upload(bench, make):
+    large = bench.large_file()
+    with served(make) as (root, login, conversation):
+        arrived = os.path.join(root, os.path.basename(large))
+
+        def turn(_, window):
+            mark = conversation.mark()
+            usage = measured(window, lambda: window.open([large]), lambda: conversation.wait_for(mark, 1, "STOR"))
+            conversation.wait_for(mark, 1, "LIST")
+            finish()
+            return usage, conversation.since(mark)
+
+        def finish():
+            check_size(arrived, LARGE)
+            os.remove(arrived)
+
+        yield Scene(login, conversation, turn, finish)
+
+
 def upload_large(bench):
     large = bench.large_file()
     for make in bench.makes("vsftpd", "pure-ftpd"):
-        with served(make) as (root, login, conversation), shown(bench, login, conversation) as window:
-            arrived = os.path.join(root, os.path.basename(large))
-
-            def ours():
-                nonlocal last
-                mark = conversation.mark()
-                usage = measured(
-                    window, lambda: window.open([large]), lambda: conversation.wait_for(mark, 1, "STOR")
-                )
-                conversation.wait_for(mark, 1, "LIST")
-                last = counts(conversation.since(mark))
-                finish()
-                return usage
-
-            def finish():
-                check_size(arrived, LARGE)
-                os.remove(arrived)
+        with large_upload(bench, make) as scene, shown(bench, scene.login, scene.conversation) as window:
 
             def theirs(client):
                 usage = run(client.upload([large]))
-                finish()
+                scene.finish()
                 return usage
 
-            last, before = None, memory(window.pid, "Rss")
-            lftp = {"lftp": lambda: theirs(Lftp(login))}
-            results = compare(bench, ours, lambda: theirs(Curl(login)), lftp)
+            before = memory(window.pid, "Rss")
+            lftp = {"lftp": lambda: theirs(Lftp(scene.login))}
+            results, events = compare(bench, scene, window, lambda: theirs(Curl(scene.login)), lftp)
+            yield row_of("upload 1 GiB", make, "ratio ≤ 1.05, CPU ≤ 1.2", results, events)
+            yield memory_row(bench, make, scene, window, lambda: window.open([large]), "STOR", results, before)
+
+
+@contextlib.contextmanager
+def large_download(bench, make):
+    with served(make) as (root, login, conversation):
+        os.link(bench.large_file(), os.path.join(root, "large"))
+        os.chmod(bench.large_file(), 0o644)
+
+        def turn(bench, window):
             mark = conversation.mark()
-            window.open([large])
-            stall = longest_stall(window, until(conversation, mark, "STOR"))
-            growth = max(usage.peak for usage in results["ours"]) - before
-            yield row_of("upload 1 GiB", make, "ratio ≤ 1.05, CPU ≤ 1.2", results, last)
-            yield Row("… loop, memory", make, stall, "≤ 20 ms", peak=f"+{growth:.1f}")
+            usage = measured(
+                window,
+                lambda: start_download(bench, window, conversation),
+                lambda: conversation.wait_for(mark, 1, "RETR"),
+            )
+            events = conversation.since(mark)
+            wait_for_calm(window.pid, calm=0.1)
+            finish(window.downloads)
+            return usage, events
+
+        def finish(place):
+            for name in os.listdir(place):
+                check_size(os.path.join(place, name), LARGE)
+            take_away(place)
+
+        yield Scene(login, conversation, turn, finish)
+
+
+def start_download(bench, window, conversation):
+    """Answers when the program has begun with it."""
+    mark = conversation.mark()
+    window.double_click(bench.places()["row"])
+    while not conversation.since(mark):
+        time.sleep(0.001)
+    return conversation.since(mark)[0].time
 
 
 def download_large(bench):
-    places = bench.places()
+    bench.places()
     for make in bench.makes("vsftpd", "pure-ftpd"):
-        with served(make) as (root, login, conversation):
-            os.link(bench.large_file(), os.path.join(root, "large"))
-            os.chmod(bench.large_file(), 0o644)
-            with shown(bench, login, conversation) as window, tempfile.TemporaryDirectory() as folder:
+        with (
+            large_download(bench, make) as scene,
+            shown(bench, scene.login, scene.conversation) as window,
+            tempfile.TemporaryDirectory() as folder,
+        ):
 
-                def ours():
-                    nonlocal last
-                    mark = conversation.mark()
-                    usage = measured(window, lambda: start(mark), lambda: conversation.wait_for(mark, 1, "RETR"))
-                    last = counts(conversation.since(mark))
-                    finish(window.downloads)
-                    return usage
+            def theirs(client):
+                usage = run(client.download(["large"], folder))
+                scene.finish(folder)
+                return usage
 
-                def start(mark):
-                    window.double_click(places["row"])
-                    while not conversation.since(mark):
-                        time.sleep(0.001)
-                    return conversation.since(mark)[0].time
+            before = memory(window.pid, "Rss")
+            lftp = {"lftp": lambda: theirs(Lftp(scene.login))}
+            results, events = compare(bench, scene, window, lambda: theirs(Curl(scene.login)), lftp)
+            yield row_of("download 1 GiB", make, "ratio ≤ 1.05, CPU ≤ 1.2", results, events)
+            start = functools.partial(start_download, bench, window, scene.conversation)
+            yield memory_row(bench, make, scene, window, start, "RETR", results, before)
 
-                def finish(place):
-                    wait_for_calm(window.pid, calm=0.1)
-                    for name in os.listdir(place):
-                        check_size(os.path.join(place, name), LARGE)
-                    take_away(place)
 
-                def theirs(client):
-                    usage = run(client.download(["large"], folder))
-                    finish(folder)
-                    return usage
+@contextlib.contextmanager
+def small_uploads(_, make):
+    count = 1000
+    with tempfile.TemporaryDirectory() as folder, served(make) as (root, login, conversation):
+        files = make_files(folder, count, SMALL)
 
-                last, before = None, memory(window.pid, "Rss")
-                lftp = {"lftp": lambda: theirs(Lftp(login))}
-                results = compare(bench, ours, lambda: theirs(Curl(login)), lftp)
-                mark = conversation.mark()
-                start(mark)
-                stall = longest_stall(window, until(conversation, mark, "RETR"))
-                growth = max(usage.peak for usage in results["ours"]) - before
-                yield row_of("download 1 GiB", make, "ratio ≤ 1.05, CPU ≤ 1.2", results, last)
-                yield Row("… loop, memory", make, stall, "≤ 20 ms", peak=f"+{growth:.1f}")
+        def turn(_, window):
+            mark = conversation.mark()
+            usage = measured(window, lambda: window.open(files), lambda: conversation.wait_for(mark, count, "STOR"))
+            conversation.wait_for_quiet(0.5)
+            finish()
+            return usage, conversation.since(mark)
+
+        def finish():
+            for path in files:
+                check_size(os.path.join(root, os.path.basename(path)), SMALL)
+            take_away(root)
+
+        yield Scene(login, conversation, turn, finish, files)
 
 
 def upload_many(bench):
-    count = 1000
-    with tempfile.TemporaryDirectory() as folder:
-        files = make_files(folder, count, SMALL)
-        names = [path.replace(" ", "\\ ") for path in files]
-        for make in bench.makes("vsftpd", "pure-ftpd"):
-            with served(make) as (root, login, conversation), shown(bench, login, conversation) as window:
+    for make in bench.makes("vsftpd", "pure-ftpd"):
+        with small_uploads(bench, make) as scene, shown(bench, scene.login, scene.conversation) as window:
 
-                def ours():
-                    nonlocal events
-                    mark = conversation.mark()
-                    usage = measured(
-                        window, lambda: window.open(files), lambda: conversation.wait_for(mark, count, "STOR")
-                    )
-                    conversation.wait_for_quiet(0.5)
-                    events = conversation.since(mark)
-                    finish()
-                    return usage
+            def theirs(command):
+                usage = run(command)
+                scene.finish()
+                return usage
 
-                def finish():
-                    for path in files:
-                        check_size(os.path.join(root, os.path.basename(path)), SMALL)
-                    take_away(root)
-
-                def theirs(command):
-                    usage = run(command)
-                    finish()
-                    return usage
-
-                events = []
-                others = {
-                    "lftp": lambda: theirs(Lftp(login).upload(names)),
-                    "ncftp": lambda: theirs(Ncftp(login).upload(files)),
-                }
-                results = compare(bench, ours, lambda: theirs(Curl(login).upload(files)), others)
-                yield row_of("1,000 files of 4 KiB", make, "≤ 10.5 s", results, counts(events))
-                yield from _shares(make, events)
+            names = [path.replace(" ", "\\ ") for path in scene.files]
+            others = {
+                "lftp": lambda: theirs(Lftp(scene.login).upload(names)),
+                "ncftp": lambda: theirs(Ncftp(scene.login).upload(scene.files)),
+            }
+            curl = Curl(scene.login).upload(scene.files)
+            results, events = compare(bench, scene, window, lambda: theirs(curl), others)
+            yield row_of("1,000 files of 4 KiB", make, "≤ 10.5 s", results, events)
+            yield from _shares(make, events)
 
 
 def _shares(make, events):
@@ -246,41 +278,51 @@ def _shares(make, events):
     )  # fmt: skip
 
 
-def list_large(bench):
+@contextlib.contextmanager
+def large_listing(_, make):
+    with served(make) as (root, login, conversation):
+
+        def turn(_, window):
+            if not os.listdir(root):  # A window that was shown before has an empty list so far.
+                fill(root)
+            mark = conversation.mark()
+            usage = measured(window, lambda: window.key("F5"), lambda: listed(window, mark))
+            return usage, conversation.since(mark)
+
+        def listed(window, mark):
+            confirmed = conversation.wait_for(mark, 1, "LIST")
+            return wait_for_calm(window.pid) or confirmed
+
+        yield Scene(login, conversation, turn)
+
+
+def fill(root):
+    """With files in no order that sorting would like."""
     count = 100_000
+    for number in range(count):
+        with open(os.path.join(root, f"file {number * 7919 % count:06d} report.txt"), "wb"):
+            pass
+
+
+def list_large(bench):
     places = bench.places()
     for make in bench.makes("vsftpd", "proftpd"):
-        with served(make) as (root, login, conversation), shown(bench, login, conversation) as window:
-            before = memory(window.pid)
-            # In no order that sorting would like.
-            for number in range(count):
-                with open(os.path.join(root, f"file {number * 7919 % count:06d} report.txt"), "wb"):
-                    pass
-
-            def ours():
-                nonlocal last
-                mark = conversation.mark()
-                usage = measured(window, lambda: window.key("F5"), lambda: listed(mark))
-                last = counts(conversation.since(mark))
-                return usage
-
-            def listed(mark):
-                confirmed = conversation.wait_for(mark, 1, "LIST")
-                return wait_for_calm(window.pid) or confirmed
+        with large_listing(bench, make) as scene, shown(bench, scene.login, scene.conversation) as window:
 
             def curl():
-                first = run(Curl(login).list())
+                command = Curl(scene.login).list()
+                first = run(command)
                 start = time.monotonic()
-                with subprocess.Popen(Curl(login).list(), stdout=subprocess.PIPE) as source:
+                with subprocess.Popen(command, stdout=subprocess.PIPE) as source:
                     subprocess.run(["sort"], stdin=source.stdout, stdout=subprocess.DEVNULL, check=True)
                 return Usage(time.monotonic() - start, first.cpu, 0)
 
-            last = None
-            results = compare(bench, ours, curl, {})
+            before = memory(window.pid)
+            results, events = compare(bench, scene, window, curl, {})
             after = memory(window.pid)
             walls = {name: [usage.wall for usage in usages] for name, usages in results.items()}
             excess = statistics.median(our - 1.3 * their for our, their in zip(walls["ours"], walls["curl"]))
-            row = row_of("listing 100,000 entries (curl \\| sort)", make, "≤ 1.3 curl + 0.2 s", results, last)
+            row = row_of("listing 100,000 entries (curl \\| sort)", make, "≤ 1.3 curl + 0.2 s", results, events)
             row.ours += f"; 1.3 curl {excess:+.2f} s"
             yield row
             yield Row("… memory for it", make, f"{after - before:.0f} MiB", "< 60 MiB", peak=row.peak)
@@ -296,44 +338,75 @@ def list_large(bench):
             yield Row("… sorted by a click on a title", make, text + " ms", "< 300 ms")
 
 
-def drop_many(bench):
-    count = 100_000
-    make = bench.makes("vsftpd")[0]
+@contextlib.contextmanager
+def large_drop(_, make):
+    """Its usage: the wall until the files are accepted, the processor for each file that is sent in the three seconds
+    behind that, the memory more than before. Instead of events the longest wait for the loop in those seconds."""
     with tempfile.TemporaryDirectory() as folder, served(make) as (_, login, conversation):
-        paths = make_files(folder, count, 0)
-        accepted, growth, tick, stalls = [], [], [], []
+        paths = make_files(folder, 100_000, 0)
+
+        def turn(_, window):
+            before = memory(window.pid, "Rss")
+            accepted = window.seconds_to_accept(paths)
+            time.sleep(1)
+            mark, spent, start = conversation.mark(), window.cpu(), time.monotonic()
+            stalls = window.answers_while(lambda: time.monotonic() - start < 3)
+            sent = len([verb for verb, _, _ in transfers(conversation.since(mark)) if verb == "STOR"])
+            tick = (window.cpu() - spent) / max(sent, 1)
+            return Usage(accepted, tick, peak_memory(window.pid) - before), max(stalls)
+
+        yield Scene(login, conversation, turn)
+
+
+def drop_many(bench):
+    make = bench.makes("vsftpd")[0]
+    usages, stalls = [], []
+    with large_drop(bench, make) as scene:
         for _ in range(min(bench.runs, 3)):
-            with shown(bench, login, conversation) as window:
-                before = memory(window.pid, "Rss")
-                accepted.append(window.seconds_to_accept(paths))
-                time.sleep(1)
-                mark, spent, start = conversation.mark(), window.cpu(), time.monotonic()
-                times = window.answers_while(lambda begun=start: time.monotonic() - begun < 3)
-                sent = len([verb for verb, _, _ in transfers(conversation.since(mark)) if verb == "STOR"])
-                tick.append((window.cpu() - spent) / max(sent, 1) * 1000)
-                stalls.append(max(times) * 1000)
-                growth.append(peak_memory(window.pid) - before)
-        yield Row(
-            "100,000 files opened at once", make, f"accepted in {spread(accepted)} s", "< 1 s",
-            peak=f"+{max(growth):.0f}",
-        )  # fmt: skip
-        yield Row(
-            "… afterwards", make,
-            f"{median(tick)} ms of CPU a file, its upload and listing included; loop waits {max(stalls):.1f} ms at most",
-            "tick < 1 ms, < 180 MiB more",
-        )  # fmt: skip
+            with shown(bench, scene.login, scene.conversation) as window:
+                usage, stall = scene.turn(bench, window)
+                usages.append(usage)
+                stalls.append(stall * 1000)
+    yield Row(
+        "100,000 files opened at once", make, f"accepted in {spread([usage.wall for usage in usages])} s", "< 1 s",
+        peak=f"+{max(usage.peak for usage in usages):.0f}",
+    )  # fmt: skip
+    tick = median([usage.cpu * 1000 for usage in usages])
+    yield Row(
+        "… afterwards", make,
+        f"{tick} ms of CPU a file, its upload and listing included; loop waits {max(stalls):.1f} ms at most",
+        "tick < 1 ms, < 180 MiB more",
+    )  # fmt: skip
+
+
+@contextlib.contextmanager
+def rest(_, make):
+    """Nothing happens for half a minute."""
+    with served(make) as (_, login, conversation):
+
+        def turn(_, window):
+            seconds = 30
+            (spent,) = spent_in([window.pid], seconds)
+            return Usage(None, spent, memory(window.pid)), []
+
+        yield Scene(login, conversation, turn)
+
+
+def spent_in(pids, seconds):
+    """The processor time that each of these processes uses in so many seconds."""
+    before = [cpu_seconds(pid) for pid in pids]
+    time.sleep(seconds)
+    return [cpu_seconds(pid) - spent for pid, spent in zip(pids, before)]
 
 
 def idle(bench):
     seconds = 30 if bench.quick else 300
-    with served("pyftpdlib") as (_, login, conversation), shown(bench, login, conversation) as window:
+    with rest(bench, "pyftpdlib") as scene, shown(bench, scene.login, scene.conversation) as window:
         # At the same time, since what waking up costs depends on what else the machine does.
         others = [bench.desktop.spawn([build(name)]) for name in ("EmptyTimer", "BareTimer")]
         time.sleep(2)
-        pids = [window.pid, *(other.pid for other in others)]
-        spent = [cpu_seconds(pid) for pid in pids]
-        time.sleep(seconds)
-        ours, empty, bare = [(cpu_seconds(pid) - before) / seconds * 100 for pid, before in zip(pids, spent)]
+        spent = spent_in([window.pid, *(other.pid for other in others)], seconds)
+        ours, empty, bare = [share / seconds * 100 for share in spent]
         for other in others:
             bench.desktop.end(other)
     yield Row(
@@ -342,12 +415,48 @@ def idle(bench):
     )  # fmt: skip
 
 
+@contextlib.contextmanager
+def first_moments(_, make):
+    """The wall until the window shows, and the memory once it is at rest."""
+    with served(make) as (_, login, conversation):
+        yield Scene(
+            login,
+            conversation,
+            lambda _, window: (Usage(window.mapped - window.started, None, memory(window.pid)), []),
+        )
+
+
 def start(bench):
-    times, shares = [], []
-    with served("pyftpdlib") as (_, login, conversation):
+    usages = []
+    with first_moments(bench, "pyftpdlib") as scene:
         for _ in range(max(bench.runs, 3) + 1):
-            with shown(bench, login, conversation) as window:
-                times.append(window.mapped - window.started)
-                shares.append(memory(window.pid))
-    warm = times[1:]
-    yield Row("start to window shown", "", spread(warm) + " s", "< 0.2 s", peak=f"PSS {max(shares):.0f} (< 45)")
+            with shown(bench, scene.login, scene.conversation) as window:
+                usages.append(scene.turn(bench, window)[0])
+    warm = [usage.wall for usage in usages[1:]]
+    share = max(usage.peak for usage in usages)
+    yield Row("start to window shown", "", spread(warm) + " s", "< 0.2 s", peak=f"PSS {share:.0f} (< 45)")
+
+
+SCENES = {
+    "upload-large": large_upload,
+    "download-large": large_download,
+    "upload-many": small_uploads,
+    "list-large": large_listing,
+    "drop-many": large_drop,
+    "idle": rest,
+    "start": first_moments,
+}
+
+
+@contextlib.contextmanager
+def turns(name, bench, make):
+    """What bench/compare repeats: turn(bench) plays a scene in a window of its own and answers figures by their names."""
+    with SCENES[name](bench, make) as scene:
+
+        def turn(bench):
+            with shown(bench, scene.login, scene.conversation) as window:
+                usage, _ = scene.turn(bench, window)
+            figures = {"wall s": usage.wall, "CPU s": usage.cpu, "memory MiB": usage.peak}
+            return {name: value for name, value in figures.items() if value is not None}
+
+        yield turn

@@ -28,12 +28,17 @@ class Row:
     connections: str = ""
 
 
-def print_head():
-    print("| " + " | ".join(TITLES) + " |\n|" + "---|" * len(TITLES), flush=True)
+def print_head(titles):
+    print_cells(titles)
+    print("|" + "---|" * len(titles), flush=True)
 
 
 def print_row(row):
-    print("| " + " | ".join(dataclasses.astuple(row)) + " |", flush=True)
+    print_cells(dataclasses.astuple(row))
+
+
+def print_cells(cells):
+    print("| " + " | ".join(cells) + " |", flush=True)
 
 
 def paired(ours, theirs):
