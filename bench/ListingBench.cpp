@@ -5,6 +5,7 @@
 // jump to the middle. Off screen unless QT_QPA_PLATFORM says otherwise. The exit code is 1 when the listing failed.
 
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "ListingTable.h"
 #include "ProgramName.h"
 #include "TableColumns.h"
@@ -109,7 +110,8 @@ int main(int argc, char** argv)
             { { u"Address"_s, argument(1) }, { u"Username"_s, argument(2) }, { u"Password"_s, argument(3) } })) {
         return 1;
     }
-    EngineStreamFactory streams;
+    FTPEngine engine;
+    EngineStreamFactory streams(engine);
     auto* const controller = new ViewController(streams); // Lives as long as the process.
     controller->window().show();
     const bool isListed = list(*controller);

@@ -2,6 +2,7 @@
 
 #include "DragDropView.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -23,9 +24,9 @@ constexpr int manyFiles = 100'000;
 /// A window whose destination is a port that nobody listens on: an upload starts and does not get far.
 ViewController& controller()
 {
-    static EngineStreamFactory streams;
     static auto* const controller = [] {
-        auto* const made = new ViewController(streams); // Lives as long as the process.
+        auto* const engine = new FTPEngine; // All of it lives as long as the process.
+        auto* const made = new ViewController(*new EngineStreamFactory(*engine));
         made->window().show();
         QApplication::processEvents();
         return made;

@@ -9,6 +9,7 @@
 // Off screen unless QT_QPA_PLATFORM says otherwise.
 
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "FTPGetController.h"
 #include "FTPListController.h"
 #include "ListingTable.h"
@@ -171,7 +172,8 @@ int main(int argc, char** argv)
             { { u"Address"_s, words[1] }, { u"Username"_s, words[2] }, { u"Password"_s, words[3] } })) {
         return 1;
     }
-    EngineStreamFactory streams;
+    FTPEngine engine;
+    EngineStreamFactory streams(engine);
     auto* const controller = new ViewController(streams); // Lives as long as the process.
     controller->window().show();
     Turns start;

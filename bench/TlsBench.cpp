@@ -7,6 +7,7 @@
 
 #include "CertificateTrust.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
 #include "NetworkManager.h"
@@ -91,7 +92,8 @@ private:
     QElapsedTimer m_clock;
     QObject m_context;
     TrustEverybody m_trust;
-    EngineStreamFactory m_streams{ m_trust };
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine, m_trust };
     UserDefaults m_defaults{ u"/nonexistent"_s };
     FTPPutController m_put{ m_streams };
     FTPGetController m_get{ m_streams, m_defaults, [](const QString&) {} };

@@ -4,6 +4,7 @@
 // 1 when one has not arrived.
 
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "FTPPutController.h"
 #include "NetworkManager.h"
 
@@ -82,7 +83,8 @@ private:
     QString m_status;
     QElapsedTimer m_clock;
     QTimer m_timer;
-    EngineStreamFactory m_streams;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     FTPPutController m_controller{ m_streams };
     WeakAnchor m_anchor;
 };

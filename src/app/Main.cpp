@@ -5,6 +5,7 @@
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
@@ -68,7 +69,8 @@ int main(int argc, char** argv)
     ProgramIdentity::apply(programFileName());
     CertificateSheets certificateSheets;
     RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);
-    EngineStreamFactory streams(trust);
+    FTPEngine engine;
+    EngineStreamFactory streams(engine, trust);
     ViewController viewController(streams);
     certificateSheets.setWindow(viewController.window());
     QObject::connect(&viewController, &ViewController::triesAnew, &viewController,

@@ -2,6 +2,7 @@
 
 #include "EngineStreamFactory.h"
 #include "FMThread.h"
+#include "FTPEngine.h"
 #include "FTPManagerLog.h"
 #include "FileOutputStream.h"
 #include "UploadSource.h"
@@ -13,12 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-FTPStreamFactory& engineStreams()
-{
-    static EngineStreamFactory factory;
-    return factory;
-}
 
 /// Runs @p operation on a worker thread; a worker that could not be made answers like a failed operation.
 template <typename Result> Result onWorkerThread(const std::function<Result()>& operation)
@@ -36,24 +31,40 @@ bool leavesFolder(const QString& name)
 
 } // namespace
 
-FTPManager::FTPManager()
-    : FTPManager(engineStreams())
+FTPManager::FTPManager(const FTPTimeouts& timeouts)
+    : m_timeouts(timeouts)
 {
 }
 
 FTPManager::FTPManager(FTPStreamFactory& streams)
-    : m_streams(streams)
+    : m_streams(&streams)
 {
 }
 
 FTPManager::~FTPManager() = default;
+
+/// Runs @p operation like onWorkerThread(), with m_streams set.
+template <typename Result> Result FTPManager::runOnStreams(const std::function<Result()>& operation)
+{
+    if (m_streams != nullptr) {
+        return onWorkerThread(operation);
+    }
+    return onWorkerThread<Result>([this, &operation] {
+        FTPEngine engine(m_timeouts);
+        EngineStreamFactory streams(engine);
+        m_streams = &streams;
+        Result result = operation();
+        m_streams = nullptr;
+        return result;
+    });
+}
 
 bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, const FMServer* server)
 {
     if (!_checkFMServer(server) || data.isNull()) {
         return false;
     }
-    return onWorkerThread<bool>([&] { return _uploadData(data, fileName, *server); });
+    return runOnStreams<bool>([&] { return _uploadData(data, fileName, *server); });
 }
 
 bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
@@ -65,7 +76,7 @@ bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
     if (!file.exists() || file.isDir()) {
         return false;
     }
-    return onWorkerThread<bool>([&] { return _uploadFile(fileURL, *server); });
+    return runOnStreams<bool>([&] { return _uploadFile(fileURL, *server); });
 }
 
 bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
@@ -73,7 +84,7 @@ bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
     if (!_checkFMServer(server) || name.isEmpty()) {
         return false;
     }
-    return onWorkerThread<bool>([&] { return _createNewFolder(name, *server); });
+    return runOnStreams<bool>([&] { return _createNewFolder(name, *server); });
 }
 
 std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* server)
@@ -81,7 +92,7 @@ std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* 
     if (!_checkFMServer(server)) {
         return std::nullopt;
     }
-    return onWorkerThread<std::optional<QList<ListingEntry>>>([&] { return _contentsOfServer(*server); });
+    return runOnStreams<std::optional<QList<ListingEntry>>>([&] { return _contentsOfServer(*server); });
 }
 
 bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server)
@@ -90,7 +101,7 @@ bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL,
         || !QFileInfo::exists(directoryURL.toLocalFile())) {
         return false;
     }
-    return onWorkerThread<bool>([&] { return _downloadFile(fileName, directoryURL, *server); });
+    return runOnStreams<bool>([&] { return _downloadFile(fileName, directoryURL, *server); });
 }
 
 bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)

@@ -3,6 +3,7 @@
 #include "FMServer.h"
 #include "FTPManagerDelegate.h"
 #include "FTPStream.h"
+#include "FTPTimeouts.h"
 #include "ListingEntry.h"
 
 #include <QByteArray>
@@ -11,6 +12,7 @@
 #include <QUrl>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -39,8 +41,8 @@ class UploadSource;
 /// Names are sent as UTF-8. Pass a record by address; it is read while the operation runs, and not kept.
 class FTPManager final : private FTPStreamDelegate {
 public:
-    /// A manager on streams to real servers.
-    FTPManager();
+    /// A manager on streams to real servers, each operation on connections of its own.
+    explicit FTPManager(const FTPTimeouts& timeouts = {});
     /// @p streams makes the streams and outlives the manager. It is called on worker threads.
     explicit FTPManager(FTPStreamFactory& streams);
     FTPManager(const FTPManager&) = delete;
@@ -119,6 +121,7 @@ private:
     enum class FailureReason : qint32 { None = 0, Read = 1, Write = 2, General = 3, Aborted = 4 };
 
     static bool _checkFMServer(const FMServer* server);
+    template <typename Result> Result runOnStreams(const std::function<Result()>& operation);
 
     // The working operations, on the worker thread.
     bool _uploadData(const QByteArray& data, const QString& fileName, const FMServer& server);
@@ -150,7 +153,8 @@ private:
     void _streamDidEndWithSuccess(bool success, FailureReason failureReason);
     void closeStreams();
 
-    FTPStreamFactory& m_streams;
+    const FTPTimeouts m_timeouts;
+    FTPStreamFactory* m_streams = nullptr; ///< Given for good, or made for the operation that runs.
     FTPManagerDelegate* m_delegate = nullptr;
 
     /// Guards what other threads reach through abort() and progress().

@@ -70,7 +70,7 @@ bool FTPManager::upload(std::unique_ptr<UploadSource> source, const QString& fil
     if (location.isNull()) {
         return false;
     }
-    m_serverStream = m_streams.createUploadStream(location, m_fileReader->length());
+    m_serverStream = m_streams->createUploadStream(location, m_fileReader->length());
     return takesLogin(m_serverStream.get(), server) && run(*m_serverStream);
 }
 
@@ -81,7 +81,7 @@ bool FTPManager::_createNewFolder(const QString& name, const FMServer& server)
     if (location.isNull()) {
         return false;
     }
-    m_serverStream = m_streams.createFolderStream(location + u'/');
+    m_serverStream = m_streams->createFolderStream(location + u'/');
     return takesLogin(m_serverStream.get(), server) && run(*m_serverStream);
 }
 
@@ -96,7 +96,7 @@ std::optional<QList<ListingEntry>> FTPManager::_contentsOfServer(const FMServer&
     if (!location.endsWith(u'/')) {
         location += u'/';
     }
-    m_serverReadStream = m_streams.createListingStream(location);
+    m_serverReadStream = m_streams->createListingStream(location);
     if (!takesLogin(m_serverReadStream.get(), server) || !run(*m_serverReadStream)) {
         return std::nullopt;
     }
@@ -113,7 +113,7 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
     if (location.isNull()) {
         return false;
     }
-    m_serverReadStream = m_streams.createDownloadStream(location);
+    m_serverReadStream = m_streams->createDownloadStream(location);
     if (!takesLogin(m_serverReadStream.get(), server) || !m_serverReadStream->setFetchResourceInfo(true)) {
         return false;
     }

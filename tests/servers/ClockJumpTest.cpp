@@ -15,7 +15,7 @@ class ClockJumpTest : public WindowServerTest, public ::testing::WithParamInterf
 protected:
     ClockJumpTest()
     {
-        auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+        auto& timeouts = m_engine.timeouts();
         timeouts.connect = 5s;
         timeouts.reply = 5s;
         timeouts.stalledData = 5s;
@@ -66,7 +66,7 @@ TEST_P(ClockJumpTest, AFileGoesOnThroughSilencesWhereverTheClockGoes)
 
 TEST_P(ClockJumpTest, SilenceEndsAtItsLimitWhereverTheClockGoes)
 {
-    auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+    auto& timeouts = m_engine.timeouts();
     timeouts.stalledData = timeouts.confirmation = 500ms;
     timeouts.reason = timeouts.drain = 100ms;
     m_server.on("STOR", { "150 Go", "read 9", "silence" });

@@ -1,6 +1,7 @@
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
 #include "FTPCreateController.h"
+#include "FTPEngine.h"
 #include "FTPGetController.h"
 #include "FTPListController.h"
 #include "FileSizeLimit.h"
@@ -55,7 +56,7 @@ protected:
     void SetUp() override
     {
         TransferTest::SetUp();
-        auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+        auto& timeouts = m_engine.timeouts();
         timeouts.connect = 2s;
         timeouts.reply = 1s;
         timeouts.stalledData = 1s;
@@ -69,16 +70,10 @@ protected:
         m_create.setDelegate(m_delegate.ref<FTPCreateControllerDelegate>());
     }
 
-    void TearDown() override
-    {
-        ConnectionPool::ofThisThread().timeouts() = FTPTimeouts();
-        TransferTest::TearDown();
-    }
-
     void misbehave(const Fault& fault)
     {
         // A connection of an earlier fault would pass over what happens at the login.
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
         for (const ScriptedRule& rule : fault.rules) {
             m_server.add(rule);
         }
@@ -120,12 +115,13 @@ protected:
 
     const QByteArray m_bytes = QByteArray(200'000, 'x');
     ScriptedServer m_server;
-    EngineStreamFactory m_engine;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     StatusRecorder m_delegate;
     UserDefaults m_defaults{ path(u"settings.json"_s) };
-    FTPGetController m_get{ m_engine, m_defaults, [](const QString& /*path*/) {} };
-    FTPListController m_list{ m_engine };
-    FTPCreateController m_create{ m_engine };
+    FTPGetController m_get{ m_streams, m_defaults, [](const QString& /*path*/) {} };
+    FTPListController m_list{ m_streams };
+    FTPCreateController m_create{ m_streams };
 };
 
 TEST_F(FaultyServerReadTest, ADownloadEndsInTheRightWordsAndTheNextOneWorks)

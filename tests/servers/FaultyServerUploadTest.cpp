@@ -1,5 +1,5 @@
-#include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "FTPPutController.h"
 #include "ScriptedServer.h"
 #include "TransferTest.h"
@@ -134,19 +134,13 @@ protected:
     {
         TransferTest::SetUp();
         // Time enough for a busy machine, and little enough to wait for.
-        auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+        auto& timeouts = m_engine.timeouts();
         timeouts.connect = 2s;
         timeouts.reply = 2s;
         timeouts.stalledData = 2s;
         timeouts.confirmation = 2s;
         QDir(m_server.root()).mkdir(u"folder"_s);
         m_controller.setDelegate(m_delegate.ref());
-    }
-
-    void TearDown() override
-    {
-        ConnectionPool::ofThisThread().timeouts() = FTPTimeouts();
-        TransferTest::TearDown();
     }
 
     void start(const QString& name, const QByteArray& bytes)
@@ -164,9 +158,10 @@ protected:
     }
 
     ScriptedServer m_server;
-    EngineStreamFactory m_engine;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     StatusRecorder m_delegate;
-    FTPPutController m_controller{ m_engine };
+    FTPPutController m_controller{ m_streams };
 };
 
 TEST_P(FaultyServerUploadTest, EndsInTheRightWordsAndTheNextUploadWorks)

@@ -138,7 +138,7 @@ TEST_F(HostileServerTest, AGreetingMayHoldAnythingButHasAnEnd)
              Row{ { "220-Welcome", "say 530 is no refusal here", "say ", "220 Ready" }, succeeded },
          }) {
         SCOPED_TRACE(row.greeting.first().toStdString());
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
         m_server.on("connect", row.greeting);
 
         EXPECT_EQ(list(), row.status);
@@ -174,7 +174,7 @@ TEST_F(HostileServerTest, AFloodOfRepliesThatNobodyAskedForTakesNoMemoryAndTheNe
                   succeeded },
          }) {
         SCOPED_TRACE(row.behind);
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
+        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
         m_server.on(row.on, row.steps);
         const qint64 before = residentMemory();
 
@@ -201,7 +201,7 @@ TEST_F(HostileServerTest, DataIsFetchedFromTheServerAloneWhateverAPassiveReplySa
         = QByteArray::number(elsewhere.serverPort() / 256) + ',' + QByteArray::number(elsewhere.serverPort() % 256);
     m_server.on("EPSV", { "500 What?" });
     m_server.on("PASV", { "227 Go (127,0,0,2," + port + ")" });
-    ConnectionPool::ofThisThread().timeouts().reason = 100ms;
+    m_engine.timeouts().reason = 100ms;
 
     const QString status = list();
 

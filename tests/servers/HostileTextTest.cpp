@@ -178,7 +178,7 @@ TEST_P(HostileTextTest, AsPartOfTheWindowsAddressItLeadsNowhere)
 {
     const QString host = u"127.0.0.1"_s;
     const QString port = u':' + QString::number(m_server.port());
-    ConnectionPool::ofThisThread().timeouts().connect = 500ms; // Some are names of hosts, which nobody has.
+    m_engine.timeouts().connect = 500ms; // Some are names of hosts, which nobody has.
     for (const QString& text : { hostile(), withoutItsBeginning() }) {
         for (const QString& address :
              { text + host + port, u"127."_s + text + u"0.0.1"_s + port, host + text + port, host + port + text }) {

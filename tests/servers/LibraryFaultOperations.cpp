@@ -1,7 +1,7 @@
 #include "FTPManager.h"
 #include "FaultOperations.h"
-#include "HastyStreams.h"
 #include "LogRecorder.h"
+#include "TestTimeouts.h"
 
 #include <QUrl>
 
@@ -18,8 +18,7 @@ public:
 
     QString perform(Operation operation, quint16 port, bool hasShortTimeouts) override
     {
-        HastyStreams streams(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
-        FTPManager manager(streams);
+        FTPManager manager(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
         m_record->setPort(port);
         const LogRecorder log;
         const QString answer = isDone(manager, operation) ? u"true"_s : u"false"_s;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "NetworkManager.h"
 #include "Printers.h"
 #include "RealServer.h"
@@ -76,7 +77,8 @@ protected:
 
     QTemporaryDir m_folder;
     RealServer m_server{ GetParam() };
-    EngineStreamFactory m_streams;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
 };
 
 inline QStringList RealServerTest::awkwardNames()

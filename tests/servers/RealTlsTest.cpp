@@ -3,6 +3,7 @@
 
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "Printers.h"
 #include "RealServer.h"
 #include "StreamRecorder.h"
@@ -27,8 +28,8 @@ class RealTlsTest : public testing::TestWithParam<Parameter> {
 protected:
     ~RealTlsTest() override
     {
-        ConnectionPool::ofThisThread().closeIdle(u"127.0.0.1"_s, m_server.port());
-        EXPECT_TRUE(waitFor([] { return ConnectionPool::ofThisThread().connectionCount() == 0; }));
+        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
+        EXPECT_TRUE(waitFor([this] { return m_engine.pool().connectionCount() == 0; }));
     }
 
     static constexpr qsizetype mebibyte = qsizetype(1024) * 1024;
@@ -81,7 +82,8 @@ protected:
                          QString::fromStdString(std::get<std::string>(GetParam())) };
     QString m_password = m_server.password();
     QList<QByteArray> m_trusted{ m_certificate.fingerprint() };
-    EngineStreamFactory m_streams;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     StreamRecorder m_recorder;
 };
 
@@ -96,7 +98,7 @@ TEST_P(RealTlsTest, FilesGoThereAndBackOverOneControlConnection)
         EXPECT_EQ(download(u"file"_s), u"end"_s);
         EXPECT_TRUE(m_recorder.data == bytes);
     }
-    EXPECT_EQ(ConnectionPool::ofThisThread().connectionCount(), 1);
+    EXPECT_EQ(m_engine.pool().connectionCount(), 1);
 }
 
 TEST_P(RealTlsTest, FoldersAreMadeAndListed)
@@ -110,7 +112,7 @@ TEST_P(RealTlsTest, FoldersAreMadeAndListed)
     EXPECT_EQ(list(u"sub/"_s), u"end"_s);
 
     EXPECT_TRUE(m_recorder.data.contains("file"));
-    EXPECT_EQ(ConnectionPool::ofThisThread().connectionCount(), 1);
+    EXPECT_EQ(m_engine.pool().connectionCount(), 1);
 }
 
 TEST_P(RealTlsTest, RefusalsHaveTheirCodesAndFurtherTransfersGoOn)
@@ -143,7 +145,7 @@ TEST_P(RealTlsTest, ManySmallFilesFollowEachOther)
         ASSERT_EQ(upload(u"file %1"_s.arg(i), bytesOfSize(4096 + i)), u"end"_s) << i;
         ASSERT_TRUE(holds(u"file %1"_s.arg(i), bytesOfSize(4096 + i)));
     }
-    EXPECT_EQ(ConnectionPool::ofThisThread().connectionCount(), 1);
+    EXPECT_EQ(m_engine.pool().connectionCount(), 1);
 }
 
 TEST_P(RealTlsTest, ADownloadThatIsGivenUpCostsNoSession)

@@ -46,7 +46,7 @@ protected:
     SoakTest()
     {
         std::cout << "SOAK_SEED=" << m_seed << '\n';
-        auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+        auto& timeouts = m_engine.timeouts();
         timeouts.reply = 1s;
         timeouts.confirmation = 1s;
         timeouts.stalledData = 1s;
@@ -122,12 +122,12 @@ protected:
             answerSheet();
             return shownSheets().isEmpty();
         }));
-        ConnectionPool& pool = ConnectionPool::ofThisThread();
+        ConnectionPool& pool = m_engine.pool();
         EXPECT_TRUE(waitFor([this, &pool] {
             pool.closeIdle(u"127.0.0.1"_s, m_server.port());
             return pool.connectionCount() == 0;
         }));
-        pool.traits({ u"127.0.0.1"_s, m_server.port(), {}, {} }) = {};
+        m_engine.traits({ u"127.0.0.1"_s, m_server.port(), {}, {} }) = {};
         drainEventLoop();
         m_server.forgetRecords();
     }

@@ -27,7 +27,7 @@ class NetworkLossTest : protected InPrivateNetwork, public WindowServerTest {
 protected:
     NetworkLossTest()
     {
-        auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+        auto& timeouts = m_engine.timeouts();
         timeouts.connect = 500ms;
         timeouts.reply = 500ms;
         timeouts.stalledData = 500ms;

@@ -1,4 +1,5 @@
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "FTPPutController.h"
 #include "ScriptedServer.h"
 #include "TransferTest.h"
@@ -44,9 +45,10 @@ protected:
     }
 
     ScriptedServer m_server;
-    EngineStreamFactory m_engine;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     StatusRecorder m_delegate;
-    FTPPutController m_controller{ m_engine };
+    FTPPutController m_controller{ m_streams };
 };
 
 TEST_F(UnsendableFilesTest, AFileThatHasVanishedIsPassedOverInSilence)

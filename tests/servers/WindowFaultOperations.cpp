@@ -1,14 +1,15 @@
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "FTPManager.h"
 #include "FaultOperations.h"
-#include "HastyStreams.h"
 #include "ItemOperations.h"
 #include "LogRecorder.h"
 #include "NetworkManager.h"
 #include "PreferencesController.h"
 #include "ProgramName.h"
 #include "Sheets.h"
+#include "TestTimeouts.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
 #include "WaitFor.h"
@@ -33,8 +34,8 @@ ItemOperations hastyItemOperations(bool hasShortTimeouts)
 {
     ItemOperations operations = libraryItemOperations();
     operations.createNewFolder = [hasShortTimeouts](const QString& name, const FMServer& server) {
-        HastyStreams streams(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
-        return FTPManager(streams).createNewFolder(name, &server) ? ItemOutcome::Done : ItemOutcome::Refused;
+        FTPManager manager(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
+        return manager.createNewFolder(name, &server) ? ItemOutcome::Done : ItemOutcome::Refused;
     };
     return operations;
 }
@@ -85,14 +86,13 @@ public:
         m_controller.reset();
         NetworkManager::sharedInstance().setNetworkOperationCount(0);
         NetworkManager::setReachabilitySource(nullptr);
-        ConnectionPool::ofThisThread().timeouts() = FTPTimeouts();
         QFile::remove(UserDefaults::standard().filePath());
         setProgramFileName(QString());
     }
 
     QString perform(Operation operation, quint16 port, bool hasShortTimeouts) override
     {
-        ConnectionPool::ofThisThread().timeouts() = hasShortTimeouts ? shortTimeouts() : usualTimeouts();
+        m_engine.timeouts() = hasShortTimeouts ? shortTimeouts() : usualTimeouts();
         EXPECT_TRUE(UserDefaults::standard().store({ { u"Address"_s, u"127.0.0.1:%1"_s.arg(port) },
                                                      { u"Username"_s, u"anna"_s },
                                                      { u"Password"_s, u"secret"_s },
@@ -107,7 +107,7 @@ public:
         noteListing();
         QString words = wordsOfEnd(operation);
         closeSheets();
-        ConnectionPool::ofThisThread().timeouts() = usualTimeouts();
+        m_engine.timeouts() = usualTimeouts();
         return words;
     }
 
@@ -145,7 +145,7 @@ public:
 
     void leave() override
     {
-        ConnectionPool& pool = ConnectionPool::ofThisThread();
+        ConnectionPool& pool = m_engine.pool();
         const quint16 port = m_scene.server().port();
         const bool hasLeft = waitFor([&pool, port] {
             pool.closeIdle(u"127.0.0.1"_s, port);
@@ -153,7 +153,7 @@ public:
         });
         EXPECT_TRUE(hasLeft);
         // What was learned of the server's weaknesses while it had them.
-        pool.traits({ u"127.0.0.1"_s, port, {}, {} }) = {};
+        m_engine.traits({ u"127.0.0.1"_s, port, {}, {} }) = {};
         drainEventLoop();
     }
 
@@ -274,7 +274,8 @@ private:
     }
 
     FaultScene& m_scene;
-    EngineStreamFactory m_streams;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     std::unique_ptr<ViewController> m_controller;
 };
 

@@ -1,5 +1,6 @@
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "NetworkManager.h"
 #include "OpenDescriptors.h"
 #include "Printers.h"
@@ -36,7 +37,6 @@ protected:
     }
     ~WindowPumpTest() override
     {
-        ConnectionPool::ofThisThread().timeouts() = FTPTimeouts();
         // Each controller counts a stop when it is destroyed.
         NetworkManager::sharedInstance().setNetworkOperationCount(100);
         m_controller.reset();
@@ -54,9 +54,9 @@ protected:
         return file.fileName();
     }
     /// Descriptors that are open when no connection is kept.
-    int descriptorsAtRest() const
+    int descriptorsAtRest()
     {
-        ConnectionPool& pool = ConnectionPool::ofThisThread();
+        ConnectionPool& pool = m_engine.pool();
         // Again and again, since a refresh may open another one meanwhile.
         EXPECT_TRUE(waitFor([this, &pool] {
             pool.closeIdle(u"127.0.0.1"_s, m_server.port());
@@ -87,13 +87,14 @@ protected:
 
     QTemporaryDir m_folder;
     ScriptedServer m_server;
-    EngineStreamFactory m_streams;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     std::unique_ptr<ViewController> m_controller;
 };
 
 TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftOpenOrCounted)
 {
-    auto& timeouts = ConnectionPool::ofThisThread().timeouts();
+    auto& timeouts = m_engine.timeouts();
     timeouts.reply = 1s;
     timeouts.confirmation = 1s;
     timeouts.reason = 500ms;

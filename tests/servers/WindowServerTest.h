@@ -2,6 +2,7 @@
 
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "NetworkManager.h"
 #include "Printers.h"
 #include "ProgramName.h"
@@ -44,7 +45,6 @@ protected:
         NetworkManager::sharedInstance().setNetworkOperationCount(100);
         m_controller.reset();
         NetworkManager::sharedInstance().setNetworkOperationCount(0);
-        ConnectionPool::ofThisThread().timeouts() = FTPTimeouts();
         NetworkManager::setReachabilitySource(nullptr);
         QFile::remove(UserDefaults::standard().filePath());
         setProgramFileName(QString());
@@ -101,6 +101,7 @@ protected:
 
     QTemporaryDir m_local;
     ScriptedServer m_server;
-    EngineStreamFactory m_streams;
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
     std::unique_ptr<ViewController> m_controller;
 };

@@ -1,9 +1,5 @@
 #include "ConnectionPool.h"
 
-#include "DeliveryGate.h"
-
-#include <QThreadStorage>
-
 #include <algorithm>
 #include <utility>
 
@@ -17,17 +13,9 @@ bool isKept(const ControlConnection& connection)
 
 } // namespace
 
-ConnectionPool& ConnectionPool::ofThisThread()
-{
-    static QThreadStorage<ConnectionPool*> pools;
-    if (!pools.hasLocalData()) {
-        pools.setLocalData(new ConnectionPool);
-    }
-    return *pools.localData();
-}
-
-ConnectionPool::ConnectionPool()
-    : m_gate(DeliveryGate::ofThisThread())
+ConnectionPool::ConnectionPool(DeliveryGate& gate, const FTPTimeouts& timeouts)
+    : m_gate(gate)
+    , m_timeouts(timeouts)
 {
 }
 

@@ -1,13 +1,11 @@
 #pragma once
 
-#include "CertificateQuestions.h"
 #include "ControlConnection.h"
 #include "FTPServerKey.h"
 #include "FTPStream.h"
 #include "FTPTimeouts.h"
 #include "Watchdog.h"
 
-#include <QHash>
 #include <QObject>
 #include <QPointer>
 
@@ -18,14 +16,14 @@
 
 class DeliveryGate;
 
-/// The control connections of one thread: in use, kept for the next transfer, being drained of replies that nobody
-/// waits for, or leaving. Nothing is shared between threads.
+/// The control connections of an engine: in use, kept for the next transfer, being drained of replies that nobody waits
+/// for, or leaving.
 class ConnectionPool final : public QObject {
     Q_OBJECT
 
 public:
-    /// The calling thread's pool, made on first use. It lives as long as the thread.
-    static ConnectionPool& ofThisThread();
+    /// Both outlive the pool; @p timeouts is read anew for each wait.
+    ConnectionPool(DeliveryGate& gate, const FTPTimeouts& timeouts);
 
     enum class Reuse {
         Allowed, ///< A kept connection will do.
@@ -45,7 +43,7 @@ public:
     qsizetype idleCount() const;
     /// How many connections there are, those included that are leaving.
     qsizetype connectionCount() const { return static_cast<qsizetype>(m_entries.size()); }
-    /// Whether the server serves this thread through another connection than @p connection. One that is leaving counts
+    /// Whether the server serves this engine through another connection than @p connection. One that is leaving counts
     /// until the server has closed it and had a moment to count it out.
     bool hasOther(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
@@ -55,13 +53,6 @@ public:
     /// Takes leave of a server on all connections to it that nobody uses, for a server that allows no second login.
     /// Returns at once; the server may take a moment to let them go.
     void closeIdle(const QString& host, quint16 port);
-
-    /// What is known of a server, for the life of the thread.
-    struct Traits {
-        bool strict = false; ///< It stumbles over commands sent ahead of replies.
-        bool passiveOnly = false; ///< EPSV leads nowhere.
-    };
-    Traits& traits(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
 
     /// What a server has said last, as ControlConnection::replied() tells it; null at first.
     const QString& lastReply() const { return m_lastReply; }
@@ -76,13 +67,7 @@ public:
     const std::optional<FTPSecurity>& lastSecurity() const { return m_lastSecurity; }
     void setLastSecurity(const FTPSecurity& security) { m_lastSecurity = security; }
 
-    CertificateQuestions& certificateQuestions() { return m_certificateQuestions; }
-    FTPTimeouts& timeouts() { return m_timeouts; }
-    DeliveryGate& gate() { return m_gate; }
-
 private:
-    ConnectionPool();
-
     struct Entry {
         explicit Entry(DeliveryGate& gate)
             : watchdog(gate)
@@ -106,12 +91,10 @@ private:
     void settle(ControlConnection& connection);
 
     DeliveryGate& m_gate;
-    FTPTimeouts m_timeouts;
+    const FTPTimeouts& m_timeouts;
     std::vector<std::unique_ptr<Entry>> m_entries;
     std::vector<Waiter> m_waiters;
-    QHash<QString, Traits> m_traits;
     QString m_lastReply;
     QString m_lastUploadReply;
     std::optional<FTPSecurity> m_lastSecurity;
-    CertificateQuestions m_certificateQuestions;
 };

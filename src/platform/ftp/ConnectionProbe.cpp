@@ -7,7 +7,8 @@ bool isEnd(FTPProbeState state)
     return state >= FTPProbeState::Works; // All ends stand behind what comes before them.
 }
 
-ConnectionProbe::ConnectionProbe(const FTPProbeRequest& request, CertificateTrust* trust, FTPProbeHandler handler)
+ConnectionProbe::ConnectionProbe(FTPEngine& engine, const FTPProbeRequest& request, CertificateTrust* trust,
+                                 FTPProbeHandler handler)
     : m_handler(std::move(handler))
     , m_encryption(request.encryption)
 {
@@ -20,7 +21,7 @@ ConnectionProbe::ConnectionProbe(const FTPProbeRequest& request, CertificateTrus
     }
     probe.encryption = request.encryption;
     probe.certificateTrust = trust;
-    m_transfer = new Transfer(ConnectionPool::ofThisThread(), probe, [this](FTPStreamEvent) { ended(); });
+    m_transfer = new Transfer(engine, probe, [this](FTPStreamEvent) { ended(); });
     m_isSendable = m_transfer->canBeRequested();
     QObject::connect(m_transfer, &Transfer::stageReached, m_transfer, [this] { stageReached(); });
     m_transfer->start();

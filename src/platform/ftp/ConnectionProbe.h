@@ -5,14 +5,16 @@
 #include <QPointer>
 
 class CertificateTrust;
+class FTPEngine;
 class Transfer;
 
-/// Tries a connection as the streams of this thread would make it: the same conversation up to the folder, on a
+/// Tries a connection as the streams of an engine would make it: the same conversation up to the folder, on a
 /// connection of its own that takes leave at once, so that no kept connection hides a wrong login.
 class ConnectionProbe final : public FTPProbe {
 public:
     /// @p trust judges certificates that are not good, and outlives the probe; null: they are refused.
-    ConnectionProbe(const FTPProbeRequest& request, CertificateTrust* trust, FTPProbeHandler handler);
+    ConnectionProbe(FTPEngine& engine, const FTPProbeRequest& request, CertificateTrust* trust,
+                    FTPProbeHandler handler);
     ~ConnectionProbe() override;
 
 private:

@@ -10,7 +10,9 @@ namespace {
 /// What reading and writing streams share: a request that becomes a transfer when the stream is opened.
 template <typename Interface> class EngineStream : public Interface {
 public:
-    EngineStream(CertificateTrust* trust, Transfer::Kind kind, const QString& location, qint64 length = 0)
+    EngineStream(FTPEngine& engine, CertificateTrust* trust, Transfer::Kind kind, const QString& location,
+                 qint64 length = 0)
+        : m_engine(engine)
     {
         m_request.kind = kind;
         m_request.location = FTPLocation::fromText(location);
@@ -43,7 +45,7 @@ public:
     void open() override
     {
         if (m_transfer == nullptr) {
-            m_transfer = new Transfer(ConnectionPool::ofThisThread(), m_request, [this](FTPStreamEvent event) {
+            m_transfer = new Transfer(m_engine, m_request, [this](FTPStreamEvent event) {
                 if (m_delegate != nullptr) {
                     m_delegate->handleEvent(*this, event); // May destroy this stream.
                 }
@@ -68,6 +70,7 @@ private:
         }
     }
 
+    FTPEngine& m_engine;
     FTPStreamDelegate* m_delegate = nullptr;
 };
 
@@ -103,47 +106,47 @@ public:
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createListingStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(m_trust, Transfer::Kind::Listing, location);
+    return std::make_unique<EngineReadStream>(m_engine, m_trust, Transfer::Kind::Listing, location);
 }
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createDownloadStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(m_trust, Transfer::Kind::Download, location);
+    return std::make_unique<EngineReadStream>(m_engine, m_trust, Transfer::Kind::Download, location);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QString& location, qint64 length)
 {
-    return std::make_unique<EngineWriteStream>(m_trust, Transfer::Kind::Upload, location, length);
+    return std::make_unique<EngineWriteStream>(m_engine, m_trust, Transfer::Kind::Upload, location, length);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QString& location)
 {
-    return std::make_unique<EngineWriteStream>(m_trust, Transfer::Kind::FolderCreation, location);
+    return std::make_unique<EngineWriteStream>(m_engine, m_trust, Transfer::Kind::FolderCreation, location);
 }
 
 QString EngineStreamFactory::lastReply() const
 {
-    return ConnectionPool::ofThisThread().lastReply();
+    return m_engine.pool().lastReply();
 }
 
 QString EngineStreamFactory::lastUploadReply() const
 {
-    return ConnectionPool::ofThisThread().lastUploadReply();
+    return m_engine.pool().lastUploadReply();
 }
 
 std::optional<FTPSecurity> EngineStreamFactory::lastSecurity() const
 {
-    return ConnectionPool::ofThisThread().lastSecurity();
+    return m_engine.pool().lastSecurity();
 }
 
 void EngineStreamFactory::closeIdleConnections(const QString& location)
 {
     if (const std::optional<FTPLocation> server = FTPLocation::fromText(location)) {
-        ConnectionPool::ofThisThread().closeIdle(server->host, server->port);
+        m_engine.pool().closeIdle(server->host, server->port);
     }
 }
 
 std::unique_ptr<FTPProbe> EngineStreamFactory::startProbe(const FTPProbeRequest& request, FTPProbeHandler handler)
 {
-    return std::make_unique<ConnectionProbe>(request, m_trust, std::move(handler));
+    return std::make_unique<ConnectionProbe>(m_engine, request, m_trust, std::move(handler));
 }

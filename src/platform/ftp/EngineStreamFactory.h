@@ -3,15 +3,21 @@
 #include "FTPStream.h"
 
 class CertificateTrust;
+class FTPEngine;
 
-/// Makes streams that speak to real servers, on the connections of the calling thread.
+/// Makes streams that speak to real servers, on the connections of an engine.
 class EngineStreamFactory final : public FTPStreamFactory {
 public:
-    /// Certificates that are not good are refused, unless a stream is told to trust them.
-    EngineStreamFactory() = default;
-    /// @p trust judges such certificates; it outlives the streams, which belong to its thread.
-    explicit EngineStreamFactory(CertificateTrust& trust)
-        : m_trust(&trust)
+    /// @p engine outlives the streams and probes. Certificates that are not good are refused, unless a stream is told
+    /// to trust them.
+    explicit EngineStreamFactory(FTPEngine& engine)
+        : m_engine(engine)
+    {
+    }
+    /// @p trust judges such certificates; it outlives the streams, too, and belongs to the engine's thread.
+    EngineStreamFactory(FTPEngine& engine, CertificateTrust& trust)
+        : m_engine(engine)
+        , m_trust(&trust)
     {
     }
 
@@ -26,5 +32,6 @@ public:
     std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler) override;
 
 private:
+    FTPEngine& m_engine;
     CertificateTrust* m_trust = nullptr;
 };

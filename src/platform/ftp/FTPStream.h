@@ -119,17 +119,17 @@ public:
     virtual std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) = 0;
     virtual std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) = 0;
 
-    /// The line that a server has said last to the streams of this thread, for people who wonder: escaped, without the
+    /// The line that a server has said last to these streams, for people who wonder: escaped, without the
     /// password. Null for none.
     virtual QString lastReply() const { return {}; }
-    /// The same of what was said to the upload stream of this thread that was opened last, whatever other streams were
+    /// The same of what was said to the upload stream that was opened last, whatever other streams were
     /// told meanwhile; it stays when that stream is gone. Null while nothing was said to it.
     virtual QString lastUploadReply() const { return {}; }
-    /// How the latest transfer of this thread was protected that got so far as to send a login, or to find one made.
+    /// How the latest transfer was protected that got so far as to send a login, or to find one made.
     /// Nothing before that.
     virtual std::optional<FTPSecurity> lastSecurity() const { return std::nullopt; }
-    /// Ends the connections that are kept for further streams to the server of @p location on this thread, for the sake
-    /// of a server that allows few logins.
+    /// Ends the connections that are kept for further streams to the server of @p location, for the sake of a
+    /// server that allows few logins.
     virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }
 
     /// Tries a connection, as a stream to the folder would make it, on a connection of its own. Nothing is moved or

@@ -1,5 +1,6 @@
 #include "Transfer.h"
 
+#include "CertificateQuestions.h"
 #include "DeliveryGate.h"
 #include "TlsChannel.h"
 
@@ -27,20 +28,22 @@ std::optional<QByteArray> absoluteFolder(const QByteArray& folder, const std::op
 
 } // namespace
 
-Transfer::Transfer(ConnectionPool& pool, Request request, std::function<void(FTPStreamEvent)> report)
-    : m_pool(pool)
+Transfer::Transfer(FTPEngine& engine, Request request, std::function<void(FTPStreamEvent)> report)
+    : QObject(&engine.transfers())
+    , m_engine(engine)
+    , m_pool(engine.pool())
     , m_request(std::move(request))
     , m_report(std::move(report))
-    , m_data(pool.gate())
-    , m_watchdog(pool.gate())
+    , m_data(engine.gate())
+    , m_watchdog(engine.gate())
 {
-    connect(&m_data, &DataConnection::reached, this, [this] { m_watchdog.start(m_pool.timeouts().reply); });
+    connect(&m_data, &DataConnection::reached, this, [this] { m_watchdog.start(m_engine.timeouts().reply); });
     connect(&m_data, &DataConnection::connected, this, &Transfer::dataConnected);
     connect(&m_data, &DataConnection::readable, this, &Transfer::dataReadable);
     connect(&m_data, &DataConnection::writable, this, &Transfer::dataWritable);
     connect(&m_data, &DataConnection::failed, this, &Transfer::dataFailed);
     connect(&m_watchdog, &Watchdog::expired, this, &Transfer::silence);
-    connect(&m_pool.gate(), &DeliveryGate::opened, this, &Transfer::reportWhatWaited, Qt::QueuedConnection);
+    connect(&m_engine.gate(), &DeliveryGate::opened, this, &Transfer::reportWhatWaited, Qt::QueuedConnection);
 }
 
 Transfer::~Transfer()
@@ -134,15 +137,15 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
                         [this](const QString& line) { m_progress.reply = line; });
     if (m_connection->isEstablished()) {
         m_state = State::Preparing;
-        m_watchdog.start(m_pool.timeouts().reply);
+        m_watchdog.start(m_engine.timeouts().reply);
         prepare();
         return;
     }
     m_state = State::Connecting;
-    m_watchdog.start(m_pool.timeouts().connect);
+    m_watchdog.start(m_engine.timeouts().connect);
     m_established = connect(m_connection, &ControlConnection::established, this, [this] {
         m_state = State::Preparing; // The greeting is the first reply.
-        m_watchdog.start(m_pool.timeouts().reply);
+        m_watchdog.start(m_engine.timeouts().reply);
         reach(Stage::Connected);
     });
 }
@@ -180,12 +183,12 @@ void Transfer::encryptionStands()
     }
     m_state = State::AwaitingTrust;
     m_watchdog.stop();
-    m_pool.certificateQuestions().ask(*m_request.certificateTrust, { m_key.host, m_key.port, certificate }, this,
-                                      [this](bool isTrusted) {
-                                          if (m_state == State::AwaitingTrust) {
-                                              trustAnswered(isTrusted);
-                                          }
-                                      });
+    m_engine.certificateQuestions().ask(*m_request.certificateTrust, { m_key.host, m_key.port, certificate }, this,
+                                        [this](bool isTrusted) {
+                                            if (m_state == State::AwaitingTrust) {
+                                                trustAnswered(isTrusted);
+                                            }
+                                        });
 }
 
 void Transfer::trustAnswered(bool isTrusted)
@@ -208,7 +211,7 @@ void Transfer::trustAnswered(bool isTrusted)
 void Transfer::secured()
 {
     m_state = State::Preparing;
-    m_watchdog.start(m_pool.timeouts().reply);
+    m_watchdog.start(m_engine.timeouts().reply);
     prepare();
 }
 
@@ -274,7 +277,7 @@ QList<FTPCommand> Transfer::loginCommands() const
 FTPCommand Transfer::passiveCommand() const
 {
     const bool isIPv4 = m_connection->peerAddress().protocol() == QAbstractSocket::IPv4Protocol;
-    return { isIPv4 && m_pool.traits(m_key).passiveOnly ? FTPVerb::Pasv : FTPVerb::Epsv, {} };
+    return { isIPv4 && m_engine.traits(m_key).passiveOnly ? FTPVerb::Pasv : FTPVerb::Epsv, {} };
 }
 
 void Transfer::sendPlanned()
@@ -285,7 +288,7 @@ void Transfer::sendPlanned()
         }
         return;
     }
-    const bool inTurn = m_pool.traits(m_key).strict;
+    const bool inTurn = m_engine.traits(m_key).strict;
     if (inTurn && m_connection->isPending()) {
         return;
     }
@@ -307,7 +310,7 @@ void Transfer::prepared()
         return;
     }
     m_state = State::Opening;
-    m_watchdog.start(m_pool.timeouts().reply);
+    m_watchdog.start(m_engine.timeouts().reply);
     if (m_request.kind == Kind::FolderCreation) {
         m_connection->send({ { FTPVerb::Mkd, relativeArgument(m_name) } });
         report(FTPStreamEvent::OpenCompleted);
@@ -318,7 +321,7 @@ void Transfer::prepared()
 
 void Transfer::openData()
 {
-    m_watchdog.start(m_pool.timeouts().connect);
+    m_watchdog.start(m_engine.timeouts().connect);
     if (!m_data.connectTo(m_connection->peerAddress(), m_port, m_connection->tls())) {
         fail();
         return;
@@ -349,10 +352,10 @@ bool Transfer::retryOnFreshConnection()
 
 bool Transfer::retryInTurn()
 {
-    if (m_reported || m_pool.traits(m_key).strict || std::exchange(m_triedInTurn, true)) {
+    if (m_reported || m_engine.traits(m_key).strict || std::exchange(m_triedInTurn, true)) {
         return false;
     }
-    m_pool.traits(m_key).strict = true;
+    m_engine.traits(m_key).strict = true;
     retry();
     return true;
 }
@@ -363,7 +366,7 @@ bool Transfer::retryWithPasv()
     if (m_reported || !isIPv4 || std::exchange(m_triedPasv, true)) {
         return false;
     }
-    m_pool.traits(m_key).passiveOnly = true;
+    m_engine.traits(m_key).passiveOnly = true;
     retry();
     return true;
 }
@@ -418,7 +421,7 @@ void Transfer::finishWith(FTPStreamError error, bool keepConnection)
 
 void Transfer::report(FTPStreamEvent event)
 {
-    if (m_pool.gate().isClosed()) {
+    if (m_engine.gate().isClosed()) {
         m_waiting = event;
         return;
     }
@@ -431,7 +434,7 @@ void Transfer::report(FTPStreamEvent event)
 
 void Transfer::reportWhatWaited()
 {
-    if (m_waiting && !m_pool.gate().isClosed()) {
+    if (m_waiting && !m_engine.gate().isClosed()) {
         report(*std::exchange(m_waiting, std::nullopt));
     }
 }

@@ -4,6 +4,7 @@
 #include "ConnectionPool.h"
 #include "DataConnection.h"
 #include "FTPEncryption.h"
+#include "FTPEngine.h"
 #include "FTPLocation.h"
 #include "FTPStream.h"
 #include "Watchdog.h"
@@ -55,7 +56,7 @@ public:
         std::optional<FTPSecurity> security; ///< Nothing while no login has been sent.
     };
 
-    Transfer(ConnectionPool& pool, Request request, std::function<void(FTPStreamEvent)> report);
+    Transfer(FTPEngine& engine, Request request, std::function<void(FTPStreamEvent)> report);
     ~Transfer() override;
 
     void start();
@@ -140,6 +141,7 @@ private:
     void report(FTPStreamEvent event);
     void reportWhatWaited();
 
+    FTPEngine& m_engine;
     ConnectionPool& m_pool;
     Request m_request;
     std::function<void(FTPStreamEvent)> m_report;

@@ -10,18 +10,18 @@ void Transfer::dataConnected()
     if (m_request.kind == Kind::Upload) {
         if (m_request.length > 0) {
             m_state = State::Moving;
-            m_watchdog.start(m_pool.timeouts().stalledData);
+            m_watchdog.start(m_engine.timeouts().stalledData);
             m_data.watchForWriting();
         } else {
             m_state = State::Confirming;
-            m_watchdog.start(m_pool.timeouts().confirmation);
+            m_watchdog.start(m_engine.timeouts().confirmation);
             m_data.endWriting();
         }
         report(FTPStreamEvent::OpenCompleted);
     } else if (m_accepted) {
         accepted();
     } else {
-        m_watchdog.start(m_pool.timeouts().reply);
+        m_watchdog.start(m_engine.timeouts().reply);
         m_data.watchForReading();
     }
 }
@@ -30,7 +30,7 @@ void Transfer::accepted()
 {
     m_state = State::Moving;
     m_dataWaitsForAcceptance = false;
-    m_watchdog.start(m_pool.timeouts().stalledData);
+    m_watchdog.start(m_engine.timeouts().stalledData);
     m_data.watchForReading();
     report(FTPStreamEvent::OpenCompleted);
 }
@@ -41,7 +41,7 @@ void Transfer::dataReadable(DataConnection::Pending pending)
         // The announcement is normally there before the data, so a short wait is enough; but some servers make none.
         m_data.stopWatching();
         m_dataWaitsForAcceptance = true;
-        m_watchdog.start(m_pool.timeouts().acceptance);
+        m_watchdog.start(m_engine.timeouts().acceptance);
         return;
     }
     switch (pending) {
@@ -55,7 +55,7 @@ void Transfer::dataReadable(DataConnection::Pending pending)
         // At once: some servers send their last word only when the connection is closed on both sides.
         m_data.close();
         m_state = State::Confirming;
-        m_watchdog.start(m_pool.timeouts().confirmation);
+        m_watchdog.start(m_engine.timeouts().confirmation);
         if (m_confirmed) {
             dataEnded();
         }
@@ -88,7 +88,7 @@ void Transfer::dataFailed()
     m_dataStands = m_dataStands || m_data.hasReachedPeer(); // It is no dead port that has failed.
     m_data.reset();
     m_state = State::AwaitingReason;
-    m_watchdog.start(m_pool.timeouts().reason);
+    m_watchdog.start(m_engine.timeouts().reason);
 }
 
 qint64 Transfer::read(std::span<char> buffer)
@@ -128,7 +128,7 @@ qint64 Transfer::write(std::span<const char> data)
     if (m_moved == m_request.length) {
         m_data.endWriting();
         m_state = State::Confirming;
-        m_watchdog.start(m_pool.timeouts().confirmation);
+        m_watchdog.start(m_engine.timeouts().confirmation);
     }
     return count;
 }
@@ -164,7 +164,8 @@ void Transfer::silence()
     case State::Confirming:
         // On a slow line the kernel still sends what was taken long ago.
         if (m_data.hasProgressed()) {
-            m_watchdog.start(m_state == State::Moving ? m_pool.timeouts().stalledData : m_pool.timeouts().confirmation);
+            m_watchdog.start(m_state == State::Moving ? m_engine.timeouts().stalledData
+                                                      : m_engine.timeouts().confirmation);
             return;
         }
         break;

@@ -180,7 +180,7 @@ void Transfer::judgePassive(FTPVerb verb, const Reply& reply)
     const bool isIPv4 = m_connection->peerAddress().protocol() == QAbstractSocket::IPv4Protocol;
     const bool isUnknown = reply.isPositive() || (reply.code >= 500 && reply.code != 530);
     if (extended && isIPv4 && isUnknown) {
-        m_pool.traits(m_key).passiveOnly = true;
+        m_engine.traits(m_key).passiveOnly = true;
         m_plan.prepend({ FTPVerb::Pasv, {} });
         sendPlanned();
         return;

@@ -71,7 +71,7 @@ protected:
     }
 
     Judge m_judge;
-    EngineStreamFactory m_judged{ m_judge };
+    EngineStreamFactory m_judged{ m_engine, m_judge };
     std::unique_ptr<FTPProbe> m_probe;
     std::vector<State> m_states;
     FTPProbeReport m_last;

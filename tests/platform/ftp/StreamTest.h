@@ -3,6 +3,7 @@
 #include "ConnectionPool.h"
 #include "DeliveryGate.h"
 #include "EngineStreamFactory.h"
+#include "FTPEngine.h"
 #include "Printers.h"
 #include "ScriptedPeer.h"
 #include "StreamRecorder.h"
@@ -15,14 +16,10 @@ using namespace std::chrono_literals;
 
 using End = PeerConnection::End;
 
-/// A stream of the engine against a server whose every line the test says.
+/// A stream of an engine of the test's own against a server whose every line the test says.
 class StreamTest : public ::testing::Test {
 protected:
-    ~StreamTest() override
-    {
-        m_timeouts = FTPTimeouts();
-        DeliveryGate::ofThisThread().setClosed(false);
-    }
+    ~StreamTest() override { DeliveryGate::ofThisThread().setClosed(false); }
 
     void startUpload(const QString& path, const QByteArray& data)
     {
@@ -86,12 +83,13 @@ protected:
         return control;
     }
 
-    EngineStreamFactory m_factory;
+    FTPEngine m_engine;
+    FTPTimeouts& m_timeouts = m_engine.timeouts();
+    ConnectionPool& m_pool = m_engine.pool();
+    EngineStreamFactory m_factory{ m_engine };
     ScriptedPeer m_peer;
     ScriptedPeer m_dataPeer;
     std::unique_ptr<PeerConnection> m_data;
     QByteArray m_sizeReply = "213 5";
     StreamRecorder m_recorder;
-    ConnectionPool& m_pool = ConnectionPool::ofThisThread();
-    FTPTimeouts& m_timeouts = m_pool.timeouts();
 };

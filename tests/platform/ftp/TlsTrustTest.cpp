@@ -46,7 +46,7 @@ protected:
     }
 
     Judge m_judge;
-    EngineStreamFactory m_judged{ m_judge };
+    EngineStreamFactory m_judged{ m_engine, m_judge };
 };
 
 TEST_F(TlsTrustTest, ACertificateThatNobodyVouchesForIsRefusedBeforeTheLogin)

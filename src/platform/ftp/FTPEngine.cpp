@@ -1,0 +1,15 @@
+#include "FTPEngine.h"
+
+#include "CertificateQuestions.h"
+#include "ConnectionPool.h"
+#include "DeliveryGate.h"
+
+FTPEngine::FTPEngine(const FTPTimeouts& timeouts)
+    : m_gate(DeliveryGate::ofThisThread())
+    , m_timeouts(timeouts)
+    , m_pool(std::make_unique<ConnectionPool>(m_gate, m_timeouts))
+    , m_certificateQuestions(std::make_unique<CertificateQuestions>())
+{
+}
+
+FTPEngine::~FTPEngine() = default;

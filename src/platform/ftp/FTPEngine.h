@@ -1,0 +1,51 @@
+#pragma once
+
+#include "FTPServerKey.h"
+#include "FTPTimeouts.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <memory>
+
+class CertificateQuestions;
+class ConnectionPool;
+class DeliveryGate;
+
+/// The connections to FTP servers, and what is known about these servers. Streams are made on an engine by an
+/// EngineStreamFactory. Its user owns it and keeps it until its streams are gone.
+///
+/// It belongs to the thread that makes it: everything happens on that thread's event loop, and nothing is shared with
+/// other engines.
+class FTPEngine final {
+public:
+    explicit FTPEngine(const FTPTimeouts& timeouts = {});
+    FTPEngine(const FTPEngine&) = delete;
+    FTPEngine& operator=(const FTPEngine&) = delete;
+    ~FTPEngine(); ///< Drops all connections.
+
+    /// A changed limit applies to waits that begin later.
+    FTPTimeouts& timeouts() { return m_timeouts; }
+    ConnectionPool& pool() { return *m_pool; }
+    CertificateQuestions& certificateQuestions() { return *m_certificateQuestions; }
+    /// The gate of the engine's thread.
+    DeliveryGate& gate() { return m_gate; }
+
+    struct ServerTraits {
+        bool strict = false; ///< It stumbles over commands sent ahead of replies.
+        bool passiveOnly = false; ///< EPSV leads nowhere.
+    };
+    /// What transfers have learnt about a server.
+    ServerTraits& traits(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
+
+    /// The parent of all transfers. Those that have ended and wait for the loop to destroy them go with the engine.
+    QObject& transfers() { return m_transfers; }
+
+private:
+    DeliveryGate& m_gate;
+    FTPTimeouts m_timeouts;
+    QHash<QString, ServerTraits> m_traits;
+    std::unique_ptr<ConnectionPool> m_pool;
+    std::unique_ptr<CertificateQuestions> m_certificateQuestions;
+    QObject m_transfers; ///< Behind all that transfers use.
+};
