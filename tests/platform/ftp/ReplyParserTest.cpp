@@ -82,26 +82,49 @@ TEST(ReplyParserTest, IsBrokenByWhatIsNoReply)
 TEST(ReplyParserTest, ALineOfTheLimitIsReadAndALongerOneBreaks)
 {
     ReplyParser atLimit;
-    atLimit.append("220 " + QByteArray(ReplyParser::lineLimit - 5, 'x') + "\n");
+    atLimit.append("220 " + QByteArray(ReplyParser::lineLimit - 4, 'x') + "\n");
     EXPECT_TRUE(atLimit.next());
 
     ReplyParser endless;
-    endless.append("220 " + QByteArray(ReplyParser::lineLimit, 'x'));
+    endless.append("220 " + QByteArray(ReplyParser::lineLimit - 4, 'x'));
+    EXPECT_FALSE(endless.next());
+    EXPECT_FALSE(endless.isBroken());
+    endless.append("x");
     EXPECT_FALSE(endless.next());
     EXPECT_TRUE(endless.isBroken());
 }
 
-TEST(ReplyParserTest, AReplyOfEndlesslyManyLinesBreaks)
+TEST(ReplyParserTest, AReplyOfManyLinesIsReadUpToTheLimitAndBreaksBeyond)
+{
+    const QByteArray line = "220-" + QByteArray(1020, 'x') + "\r\n"; // 1,024 bytes and its end.
+    for (const bool isTooLong : { false, true }) {
+        ReplyParser parser;
+        parser.append("220-Hello\r\n");
+        for (qsizetype length = 0; length < ReplyParser::replyLimit; length += 1024) {
+            parser.append(line);
+            EXPECT_FALSE(parser.next());
+        }
+        EXPECT_FALSE(parser.isBroken());
+        if (isTooLong) {
+            parser.append("-\r\n");
+        }
+
+        parser.append("220 Ready\r\n");
+
+        EXPECT_EQ(parser.next().has_value(), !isTooLong);
+    }
+}
+
+TEST(ReplyParserTest, TheLimitOfLinesIsThatOfOneReply)
 {
     ReplyParser parser;
-    const QByteArray line = "220-" + QByteArray(1000, 'x') + "\r\n";
-
-    for (int i = 0; i < 1100 && !parser.isBroken(); ++i) {
-        parser.append(line);
-        EXPECT_FALSE(parser.next());
+    for (int i = 0; i < 3; ++i) {
+        for (qsizetype length = 0; length < ReplyParser::replyLimit / 2; length += 1024) {
+            parser.append("220-" + QByteArray(1020, 'x') + "\r\n");
+        }
+        parser.append("220 Ready\r\n");
+        EXPECT_TRUE(parser.next());
     }
-
-    EXPECT_TRUE(parser.isBroken());
 }
 
 TEST(ReplyParserTest, NothingIsReadBehindABreak)
