@@ -104,6 +104,14 @@ void PeerConnection::say(const QByteArray& line)
     sendBytes(line + "\r\n");
 }
 
+void PeerConnection::answer(const QByteArrayList& replies)
+{
+    for (const QByteArray& reply : replies) {
+        EXPECT_NE(hear(), "") << "before " << reply.constData();
+        say(reply);
+    }
+}
+
 void PeerConnection::sendBytes(const QByteArray& bytes)
 {
     if (m_tls != nullptr) {
@@ -217,11 +225,14 @@ void PeerConnection::closeSocket()
 
 PeerConnection::End PeerConnection::waitForEnd()
 {
+    waitFor([this] { return end() != End::None || m_socket < 0; });
+    return m_end;
+}
+
+PeerConnection::End PeerConnection::end()
+{
     EXPECT_GE(m_socket, 0) << "this side has closed";
-    waitFor([this] {
-        takeIn();
-        return m_end != End::None || m_socket < 0;
-    });
+    takeIn();
     return m_end;
 }
 
@@ -241,14 +252,19 @@ void ScriptedPeer::Listener::incomingConnection(qintptr socket)
     connections.push_back(std::make_unique<PeerConnection>(static_cast<int>(socket)));
 }
 
+void ScriptedPeer::limitReceiveBuffer(int size)
+{
+    ::setsockopt(static_cast<int>(m_server.socketDescriptor()), SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
+}
+
 bool ScriptedPeer::isLeftAlone()
 {
-    return !waitFor([this] { return !m_server.connections.empty(); }, 50ms);
+    return !waitFor([this] { return isCalled(); }, 50ms);
 }
 
 std::unique_ptr<PeerConnection> ScriptedPeer::accept()
 {
-    if (!waitFor([this] { return !m_server.connections.empty(); }, 5s)) {
+    if (!waitFor([this] { return isCalled(); }, 5s)) {
         return nullptr;
     }
     ++m_connectionCount;

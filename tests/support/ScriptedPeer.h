@@ -32,6 +32,8 @@ public:
     bool isSilent();
     /// Sends @p line and its end.
     void say(const QByteArray& line);
+    /// Hears a command for each of @p replies and says it then.
+    void answer(const QByteArrayList& replies);
     /// Sends @p bytes as they are.
     void sendBytes(const QByteArray& bytes);
 
@@ -59,6 +61,8 @@ public:
     enum class End { None, Finished, Reset };
     /// Waits for the other side's end. Not to be asked once this side has closed, which ends the connection by itself.
     End waitForEnd();
+    /// How the other side has ended the connection by now.
+    End end();
 
 private:
     void takeIn(std::optional<qsizetype> most = std::nullopt);
@@ -94,6 +98,11 @@ public:
     void stopListening() { m_server.close(); }
     int connectionCount() const { return m_connectionCount; }
 
+    /// Has the system take in no more than about @p size bytes that no test asks for, on connections yet to come.
+    void limitReceiveBuffer(int size);
+
+    /// Whether somebody knocks.
+    bool isCalled() const { return !m_server.connections.empty(); }
     /// Whether nobody knocks, after everything under way had time to arrive.
     bool isLeftAlone();
     /// The next connection; null when none comes.

@@ -98,7 +98,7 @@ void StreamRecorder::writeMore(FTPWriteStream& stream)
         record(u"end"_s);
         return;
     }
-    const qsizetype size = std::min<qsizetype>(32768, data.size() - m_written);
+    const qsizetype size = std::min(blockSize, data.size() - m_written);
     const qint64 count = stream.write(std::span(data.constData() + m_written, static_cast<std::size_t>(size)));
     if (count < 1) {
         m_ended = true;

@@ -21,6 +21,8 @@ public:
     QByteArray data;
     /// Called in each event, after it was written down and before it is acted upon.
     std::function<void(const QString&)> onEvent;
+    /// How much an upload offers at a time.
+    qsizetype blockSize = 32768;
     /// While set, has-space and has-bytes are written down and not acted upon.
     bool isIdle = false;
 

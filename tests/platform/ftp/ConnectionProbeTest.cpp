@@ -1,6 +1,6 @@
 #include "CertificateTrust.h"
 #include "FTPProbe.h"
-#include "TlsStreamTest.h"
+#include "StreamTest.h"
 
 #include <gmock/gmock.h>
 
@@ -25,41 +25,36 @@ public:
     std::optional<bool> verdict;
 };
 
-class ConnectionProbeTest : public TlsStreamTest {
+class ConnectionProbeTest : public StreamTest {
 protected:
-    void probe(const QString& path = u"/in"_s, FTPEncryption encryption = FTPEncryption::None,
-               const QString& password = u"secret"_s)
+    void probe(const QString& path = u"/in"_s, const QString& password = u"secret"_s)
     {
-        probeAt(m_peer.location(path), encryption, password);
+        probeAt(m_peer.location(path), password);
     }
-    void probeAt(const QString& location, FTPEncryption encryption = FTPEncryption::None,
-                 const QString& password = u"secret"_s)
+    void probeAt(const QString& location, const QString& password = u"secret"_s)
     {
         m_states.clear();
-        m_probe
-            = m_judged.startProbe({ location, u"anna"_s, password, encryption }, [this](const FTPProbeReport& report) {
-                  m_states.push_back(report.state);
-                  m_last = report;
-                  if (m_stopsAt == report.state) {
-                      m_probe.reset();
-                  }
-              });
+        m_last = {};
+        m_probe = m_judged.startProbe({ location, u"anna"_s, password, m_encryption },
+                                      [this](const FTPProbeReport& report) {
+                                          m_states.push_back(report.state);
+                                          m_last = report;
+                                          if (m_stopsAt == report.state) {
+                                              m_probe.reset();
+                                          }
+                                      });
     }
+    bool hasEnded() const { return !m_states.empty() && isEnd(m_states.back()); }
     State waitForEnd()
     {
-        EXPECT_TRUE(waitFor([this] { return !m_states.empty() && isEnd(m_states.back()); }));
+        EXPECT_TRUE(waitFor([this] { return hasEnded(); }));
         return m_states.empty() ? State::Connecting : m_states.back();
     }
     /// Takes the connection, greets, and hears the commands, each of which is answered by the test.
-    std::unique_ptr<PeerConnection> greet(const QByteArrayList& expected
-                                          = { "USER anna", "PASS secret", "PWD", "CWD in", "TYPE I" })
+    std::unique_ptr<PeerConnection> hearProbe(const QByteArrayList& expected
+                                              = { "USER anna", "PASS secret", "PWD", "CWD in", "TYPE I" })
     {
-        auto control = m_peer.accept();
-        if (control == nullptr) {
-            ADD_FAILURE() << "no connection";
-            return nullptr;
-        }
-        control->say("220 Ready");
+        auto control = greet();
         EXPECT_EQ(control->hear(static_cast<int>(expected.size())), expected);
         return control;
     }
@@ -67,6 +62,14 @@ protected:
     {
         for (const QByteArray& reply : replies) {
             control.say(reply);
+        }
+    }
+    /// Greets and answers the commands, as far as @p replies go, the greeting first.
+    static void answer(PeerConnection& control, const QByteArrayList& replies)
+    {
+        if (!replies.isEmpty()) {
+            control.say(replies.front());
+            control.answer(replies.sliced(1));
         }
     }
 
@@ -82,7 +85,7 @@ TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndTakesLeave)
 {
     probe();
     EXPECT_TRUE(m_states.empty()); // From the loop, as always.
-    auto control = greet();
+    auto control = hearProbe();
     say(*control, { "331 Password", "230 In" });
     EXPECT_TRUE(waitFor([this] { return m_last.state == State::OpeningFolder; }));
     say(*control, { "257 \"/home\" is it", "250 There", "200 Fine" });
@@ -98,9 +101,8 @@ TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndTakesLeave)
 
 TEST_F(ConnectionProbeTest, NothingOfItStaysBehind)
 {
-    m_recorder.data = "x";
     probe();
-    auto control = greet();
+    auto control = hearProbe();
     say(*control, { "331 Password", "230 In", "257 \"/home\" is it", "250 There", "200 Fine" });
     waitForEnd();
 
@@ -121,21 +123,21 @@ TEST_F(ConnectionProbeTest, EveryRefusalIsToldWithTheServersWords)
     };
     for (const auto& [replies, state, reply] : refusals) {
         SCOPED_TRACE(reply.toStdString());
-        ScriptedPeer peer;
-        probeAt(peer.location(u"/in"_s));
-        auto control = peer.accept();
-        control->say("220 Ready");
-        say(*control, replies);
+        probe();
+        auto control = greet();
+        control->answer(replies);
 
         EXPECT_EQ(waitForEnd(), state);
         EXPECT_EQ(m_last.reply, reply);
+        control->close();
+        ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
     }
 }
 
 TEST_F(ConnectionProbeTest, ARefusalInTheGreetingIsARefusedLogin)
 {
     probe();
-    m_peer.accept()->say("530 Go away");
+    accept()->say("530 Go away");
 
     EXPECT_EQ(waitForEnd(), State::LoginRefused);
     EXPECT_EQ(m_last.reply, u"530 Go away"_s);
@@ -144,34 +146,26 @@ TEST_F(ConnectionProbeTest, ARefusalInTheGreetingIsARefusedLogin)
 
 TEST_F(ConnectionProbeTest, AKeptConnectionDoesNotHideAWrongPasswordAndIsClosedFirst)
 {
-    startUpload(u"/f"_s, "x");
-    auto kept = open("STOR f");
-    m_data->receiveToEnd();
-    kept->say("226 Got it");
-    m_recorder.waitForEnd();
+    auto kept = upload(u"f"_s, "x");
 
-    probe(u"/in"_s, FTPEncryption::None, u"wrong"_s);
+    probe(u"/in"_s, u"wrong"_s);
 
     EXPECT_EQ(kept->hear(), "QUIT");
-    auto control = greet({ "USER anna", "PASS wrong", "PWD", "CWD in", "TYPE I" });
+    auto control = hearProbe({ "USER anna", "PASS wrong", "PWD", "CWD in", "TYPE I" });
     say(*control, { "331 Password", "530 No" });
     EXPECT_EQ(waitForEnd(), State::LoginRefused);
 }
 
 TEST_F(ConnectionProbeTest, AServerThatAllowsOneLoginIsTriedAgainWhenTheOtherHasLeft)
 {
-    startUpload(u"/f"_s, "x");
-    auto kept = open("STOR f");
-    m_data->receiveToEnd();
-    kept->say("226 Got it");
-    m_recorder.waitForEnd();
+    auto kept = upload(u"f"_s, "x");
     probe();
     EXPECT_EQ(kept->hear(), "QUIT");
-    m_peer.accept()->say("421 One is enough");
+    accept()->say("421 One is enough");
 
     kept->close();
 
-    auto control = greet();
+    auto control = hearProbe();
     say(*control, { "331 Password", "230 In", "257 \"/\"", "250 There", "200 Fine" });
     EXPECT_EQ(waitForEnd(), State::Works);
 }
@@ -186,14 +180,14 @@ TEST_F(ConnectionProbeTest, SilenceAtEveryStageIsNoAnswer)
         ScriptedPeer peer; // It may be known as one that wants commands in turn afterwards.
         probeAt(peer.location(u"/in"_s));
         std::vector<std::unique_ptr<PeerConnection>> connections;
-        while (m_states.empty() || !isEnd(m_states.back())) {
+        while (!hasEnded()) {
             auto control = peer.accept();
             if (control == nullptr) {
                 break;
             }
             say(*control, replies.first(said));
             connections.push_back(std::move(control));
-            if (waitFor([this] { return isEnd(m_last.state) && !m_states.empty() && isEnd(m_states.back()); }, 400ms)) {
+            if (waitFor([this] { return hasEnded(); }, 400ms)) {
                 break;
             }
         }
@@ -216,7 +210,7 @@ TEST_F(ConnectionProbeTest, AConnectionThatBreaksAtAnyStageIsLost)
             }
             say(*control, replies.first(said));
             control->close();
-            if (waitFor([this] { return !m_states.empty() && isEnd(m_states.back()); }, 200ms)) {
+            if (waitFor([this] { return hasEnded(); }, 200ms)) {
                 break;
             }
         }
@@ -241,16 +235,16 @@ TEST_F(ConnectionProbeTest, WhatCannotBeSentIsNotSent)
     probeAt(u"http://host/"_s);
     EXPECT_EQ(waitForEnd(), State::NotSendable);
 
-    probe(u"/in"_s, FTPEncryption::None, u"se\ncret"_s);
+    probe(u"/in"_s, u"se\ncret"_s);
     EXPECT_EQ(waitForEnd(), State::NotSendable);
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
 TEST_F(ConnectionProbeTest, WithoutNameAndPasswordTheLoginIsAnonymous)
 {
-    probe(u"/"_s, FTPEncryption::None, u""_s);
+    probe(u"/"_s, u""_s);
 
-    greet({ "USER anonymous", "PASS anonymous@", "PWD", "TYPE I" });
+    hearProbe({ "USER anonymous", "PASS anonymous@", "PWD", "TYPE I" });
     m_probe.reset();
 }
 
@@ -260,9 +254,8 @@ TEST_F(ConnectionProbeTest, StoppedAtAnyStageItEndsTheConnectionAndReportsNothin
     for (qsizetype said = 0; said <= replies.size(); ++said) {
         SCOPED_TRACE(said);
         probe();
-        auto control = m_peer.accept();
-        ASSERT_NE(control, nullptr);
-        say(*control, replies.first(said));
+        auto control = accept();
+        answer(*control, replies.first(said));
         drainEventLoop();
         m_states.clear();
 
@@ -285,8 +278,8 @@ TEST_F(ConnectionProbeTest, WhoeverHearsAReportMayStopIt)
     for (const auto& [state, said] : states) {
         m_stopsAt = state;
         probe();
-        auto control = m_peer.accept();
-        say(*control, replies.first(said));
+        auto control = accept();
+        answer(*control, replies.first(said));
 
         EXPECT_TRUE(waitFor([this] { return m_probe == nullptr; }));
 
@@ -298,8 +291,9 @@ TEST_F(ConnectionProbeTest, WhoeverHearsAReportMayStopIt)
 TEST_F(ConnectionProbeTest, EncryptedItSaysNothingBeforeTheHandshake)
 {
     m_judge.verdict = true;
-    probe(u"/in"_s, FTPEncryption::Required);
-    auto control = secure();
+    m_encryption = FTPEncryption::Required;
+    probe();
+    auto control = greet();
     EXPECT_EQ(control->hear(7),
               (QByteArrayList{ "PBSZ 0", "PROT P", "USER anna", "PASS secret", "PWD", "CWD in", "TYPE I" }));
     say(*control, { "200 0", "200 P", "331 Password", "230 In", "257 \"/\"", "250 There", "200 Fine" });
@@ -315,8 +309,9 @@ TEST_F(ConnectionProbeTest, ItLeavesThePadlockOfTheTransfersAlone)
 {
     const std::optional<FTPSecurity> before = m_factory.lastSecurity();
     m_judge.verdict = true;
-    probe(u"/in"_s, FTPEncryption::Required);
-    auto control = secure();
+    m_encryption = FTPEncryption::Required;
+    probe();
+    auto control = greet();
     control->hear(7);
 
     EXPECT_EQ(m_factory.lastSecurity(), before);
@@ -326,8 +321,9 @@ TEST_F(ConnectionProbeTest, ItLeavesThePadlockOfTheTransfersAlone)
 TEST_F(ConnectionProbeTest, ACertificateThatIsNotTrustedGetsNoLogin)
 {
     m_judge.verdict = false;
-    probe(u"/in"_s, FTPEncryption::Required);
-    auto control = secure();
+    m_encryption = FTPEncryption::Required;
+    probe();
+    auto control = greet();
 
     EXPECT_EQ(waitForEnd(), State::NotTrusted);
     EXPECT_EQ(control->receiveToEnd(), "");
@@ -338,10 +334,11 @@ TEST_F(ConnectionProbeTest, ACertificateThatIsNotTrustedGetsNoLogin)
 TEST_F(ConnectionProbeTest, TheQuestionHasNoTimeLimitAndMayBeLeft)
 {
     m_timeouts.reply = 1s;
-    probe(u"/in"_s, FTPEncryption::Required);
-    auto control = secure();
+    m_encryption = FTPEncryption::Required;
+    probe();
+    auto control = greet();
     ASSERT_TRUE(waitFor([this] { return m_judge.questions == 1; }));
-    EXPECT_FALSE(waitFor([this] { return !m_states.empty() && isEnd(m_states.back()); }, 1300ms));
+    EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 1300ms));
 
     m_probe.reset();
 
@@ -350,11 +347,12 @@ TEST_F(ConnectionProbeTest, TheQuestionHasNoTimeLimitAndMayBeLeft)
 
 TEST_F(ConnectionProbeTest, AServerThatDoesNotEncryptGetsNoLogin)
 {
+    m_encryption = FTPEncryption::Required;
     for (const char* reply : { "500 What?", "534 No", "230 In" }) {
         SCOPED_TRACE(reply);
-        probe(u"/in"_s, FTPEncryption::Required);
-        auto control = greet({ "AUTH TLS" });
-        control->say(reply);
+        probe();
+        auto control = accept();
+        answer(*control, { "220 Ready", reply });
 
         EXPECT_EQ(waitForEnd(), State::NotEncrypted);
         EXPECT_EQ(m_last.reply, QString::fromLatin1(reply));
@@ -364,13 +362,10 @@ TEST_F(ConnectionProbeTest, AServerThatDoesNotEncryptGetsNoLogin)
 
 TEST_F(ConnectionProbeTest, AServerThatWantsCommandsInTurnIsAskedInTurn)
 {
-    ScriptedPeer peer;
-    probeAt(peer.location(u"/in"_s));
-    auto first = peer.accept();
-    say(*first, { "220 Ready", "331 Password", "503 Not in this order" });
-    auto control = peer.accept();
-    ASSERT_NE(control, nullptr);
-    control->say("220 Ready");
+    probe();
+    auto first = accept();
+    answer(*first, { "220 Ready", "331 Password", "503 Not in this order" });
+    auto control = greet();
     const QList<std::pair<QByteArray, QByteArray>> turns{ { "USER anna", "331 Password" },
                                                           { "PASS secret", "230 In" },
                                                           { "PWD", "257 \"/\"" },

@@ -3,21 +3,20 @@
 namespace {
 
 /// The creation of folders.
-class FolderStreamTest : public StreamTest {
+class FolderStreamTest : public EachEncryptionTest {
 protected:
     std::unique_ptr<PeerConnection> openCreation(const QByteArray& command)
     {
         auto control = logIn({ "CWD in", "TYPE I" });
-        if (control != nullptr) {
-            control->say("250 There");
-            control->say("200 I");
-            EXPECT_EQ(control->hear(), command);
-        }
+        control->say("250 There");
+        control->say("200 I");
+        EXPECT_EQ(control->hear(), command);
         return control;
     }
 };
+RUN_IN_CLEAR_AND_ENCRYPTED(FolderStreamTest);
 
-TEST_F(FolderStreamTest, AFolderIsCreatedWithAndWithoutASlashAtTheEnd)
+TEST_P(FolderStreamTest, AFolderIsCreatedWithAndWithoutASlashAtTheEnd)
 {
     for (const QString& path : { u"/in/a%20b"_s, u"/in/a%20b/"_s }) {
         m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
@@ -31,7 +30,7 @@ TEST_F(FolderStreamTest, AFolderIsCreatedWithAndWithoutASlashAtTheEnd)
     }
 }
 
-TEST_F(FolderStreamTest, ARefusalIsReportedWithItsCode)
+TEST_P(FolderStreamTest, ARefusalIsReportedWithItsCode)
 {
     startCreation(u"/in/a"_s);
     auto control = openCreation("MKD a");
@@ -41,7 +40,7 @@ TEST_F(FolderStreamTest, ARefusalIsReportedWithItsCode)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"FTP 550"_s }));
 }
 
-TEST_F(FolderStreamTest, ARefusedParentFolderIsReportedAndNothingIsMade)
+TEST_P(FolderStreamTest, ARefusedParentFolderIsReportedAndNothingIsMade)
 {
     startCreation(u"/in/a"_s);
     auto control = logIn({ "CWD in", "TYPE I" });
@@ -52,24 +51,80 @@ TEST_F(FolderStreamTest, ARefusedParentFolderIsReportedAndNothingIsMade)
     EXPECT_TRUE(control->isSilent());
 }
 
-TEST_F(FolderStreamTest, SilenceEndsTheCreation)
+TEST_P(FolderStreamTest, ASuperfluousCommandCreatesNoFolder)
 {
     startCreation(u"/in/a"_s);
-    auto control = logIn({ "CWD in", "TYPE I" });
-    control->say("250 There");
-    m_timeouts.reply = 50ms;
-    control->say("200 I");
-    EXPECT_EQ(control->hear(), "MKD a");
+    auto control = openCreation("MKD a");
+
+    control->say("202 Command not implemented, superfluous at this site");
 
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"other"_s }));
 }
 
-TEST_F(FolderStreamTest, WithoutANameNothingIsSent)
+TEST_P(FolderStreamTest, OnAKeptConnectionItIsMadeOnceTheConnectionIsKnownToLive)
+{
+    auto control = upload(u"first"_s, "1");
+    startCreation(u"/d"_s);
+    EXPECT_EQ(control->hear(), "TYPE I");
+    EXPECT_TRUE(control->isSilent());
+    EXPECT_TRUE(m_recorder.log().isEmpty());
+
+    control->say("200 I");
+
+    EXPECT_EQ(control->hear(), "MKD d");
+    EXPECT_EQ(m_recorder.log(), QStringList{ u"open"_s });
+    control->say("257 \"/home/d\" made");
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"created"_s }));
+}
+
+TEST_P(FolderStreamTest, WhatIsSaidWhileTheLoopIsHeldIsReportedInOrderAfterwards)
+{
+    auto control = upload(u"first"_s, "1");
+    startCreation(u"/d"_s);
+    EXPECT_EQ(control->hear(), "TYPE I");
+    DeliveryGate& gate = DeliveryGate::ofThisThread();
+    gate.setClosed(true);
+    control->say("200 I");
+    EXPECT_TRUE(control->isSilent());
+    EXPECT_TRUE(m_recorder.log().isEmpty());
+    gate.setClosed(false);
+    EXPECT_EQ(control->hear(), "MKD d");
+
+    gate.setClosed(true);
+    control->say("257 \"/home/d\" made");
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"created"_s); }, 50ms));
+    gate.setClosed(false);
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"created"_s }));
+}
+
+TEST_P(FolderStreamTest, OnAKeptConnectionThatHasEndedItIsTriedOnAFreshOne)
+{
+    for (const bool isSaid : { true, false }) {
+        auto control = upload(u"first"_s, "1");
+        startCreation(u"/in/d"_s);
+        EXPECT_EQ(control->hear(2), (QByteArrayList{ "CWD /home/in", "TYPE I" }));
+        if (isSaid) {
+            control->say("421 Idle for too long");
+            control->close();
+        } else {
+            control->reset();
+        }
+
+        auto fresh = openCreation("MKD d");
+        fresh->say("257 \"/home/d\" made");
+        EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"created"_s }));
+        fresh->close();
+        EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+    }
+}
+
+TEST_P(FolderStreamTest, WithoutANameNothingIsSent)
 {
     startCreation(u"/"_s);
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-    EXPECT_EQ(m_peer.connectionCount(), 0);
+    EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
 } // namespace

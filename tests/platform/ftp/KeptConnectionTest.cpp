@@ -1,209 +1,316 @@
 #include "StreamTest.h"
 
+#include <QCoreApplication>
+
 namespace {
 
 /// Begins with a first upload done, its control connection kept.
-class KeptConnectionTest : public StreamTest {
+class KeptConnectionTest : public EachEncryptionTest {
 protected:
-    void SetUp() override
-    {
-        startUpload(u"/first"_s, "1");
-        m_control = open("STOR first");
-        m_data->receiveToEnd();
-        m_control->say("226 Got it");
-        ASSERT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
-    }
+    void SetUp() override { m_control = upload(u"first"_s, "1"); }
 
+    void startSecond() { startUpload(u"/second"_s, "2"); }
+
+    void finishUpload(PeerConnection& control)
+    {
+        EXPECT_EQ(m_data->receiveToEnd(), "2");
+        control.say("226 Got it");
+        EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"space"_s, u"end"_s }));
+    }
     /// Serves a second upload on a connection of its own.
     void expectUploadOnFreshConnection()
     {
         auto control = open("STOR second");
-        ASSERT_NE(control, nullptr);
-        EXPECT_EQ(m_data->receiveToEnd(), "2");
-        control->say("226 Got it");
-        EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"space"_s, u"end"_s }));
+        finishUpload(*control);
         EXPECT_EQ(m_peer.connectionCount(), 2);
+    }
+    /// Gives an upload up while a folder is being entered for it, and says @p reply to that.
+    void giveUpWhileEntering(const QByteArray& reply)
+    {
+        startUpload(u"/sub/second"_s, "2");
+        EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home/sub", "TYPE I", "EPSV" }));
+        m_recorder.close();
+        m_control->say(reply);
+        m_control->say("200 Fine");
+        m_control->say(extendedPassive());
+        ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
     }
 
     std::unique_ptr<PeerConnection> m_control;
 };
+RUN_IN_CLEAR_AND_ENCRYPTED(KeptConnectionTest);
 
-TEST_F(KeptConnectionTest, EndedByTheServerItIsReplacedSilently)
+TEST_P(KeptConnectionTest, EndedByTheServerItIsReplacedSilently)
 {
     m_control->close();
 
-    startUpload(u"/second"_s, "2");
+    startSecond();
 
     expectUploadOnFreshConnection();
 }
 
-TEST_F(KeptConnectionTest, EndedWith421ItIsReplacedSilently)
+TEST_P(KeptConnectionTest, EndedWith421ItIsReplacedSilently)
 {
     m_control->say("421 Idle for too long");
     m_control->close();
     drainEventLoop();
 
-    startUpload(u"/second"_s, "2");
+    startSecond();
 
     expectUploadOnFreshConnection();
 }
 
-TEST_F(KeptConnectionTest, AnsweredWith421ItIsReplacedSilently)
+TEST_P(KeptConnectionTest, AnsweredWith421ItIsReplacedSilently)
 {
-    startUpload(u"/second"_s, "2");
+    startSecond();
     EXPECT_EQ(m_control->hear(), "EPSV");
     m_control->say("421 Idle for too long");
 
     expectUploadOnFreshConnection();
 }
 
-TEST_F(KeptConnectionTest, DroppedAtTheNextCommandItIsReplacedSilently)
+TEST_P(KeptConnectionTest, DroppedAtTheNextCommandItIsReplacedSilently)
 {
-    startUpload(u"/second"_s, "2");
+    startSecond();
     EXPECT_EQ(m_control->hear(), "EPSV");
     m_control->reset();
 
     expectUploadOnFreshConnection();
 }
 
-TEST_F(KeptConnectionTest, SilentAtTheNextCommandItIsReplaced)
+TEST_P(KeptConnectionTest, SilentAtTheNextCommandItIsReplaced)
 {
     m_timeouts.reply = 50ms;
-    startUpload(u"/second"_s, "2");
+    startSecond();
+    QCoreApplication::sendPostedEvents(); // The wait begins.
+    m_timeouts.reply = 1h;
     EXPECT_EQ(m_control->hear(), "EPSV");
-    m_timeouts.reply = 10s;
-    ASSERT_NE(m_control->waitForEnd(), End::None);
 
     expectUploadOnFreshConnection();
 }
 
-TEST_F(KeptConnectionTest, ItIsNotReplacedOnceAReplyWasSeen)
+TEST_P(KeptConnectionTest, ItIsNotReplacedOnceAReplyWasSeen)
 {
-    startUpload(u"/second"_s, "2");
+    startSecond();
     m_control->hear();
     m_control->say(extendedPassive());
     m_control->hear();
     m_control->reset();
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
-    EXPECT_EQ(m_peer.connectionCount(), 1);
+    EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
-TEST_F(KeptConnectionTest, ItIsReplacedOnlyOnce)
+TEST_P(KeptConnectionTest, ItIsReplacedOnlyOnce)
 {
-    startUpload(u"/second"_s, "2");
+    startSecond();
     m_control->reset();
-    auto second = m_peer.accept();
-    ASSERT_NE(second, nullptr);
-    second->reset();
+    accept()->reset();
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-    EXPECT_EQ(m_peer.connectionCount(), 2);
+    EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
-TEST_F(KeptConnectionTest, AnUnaskedReplyMakesItUnfitForUse)
+TEST_P(KeptConnectionTest, LostInTheMidstOfASetUpItIsNoReasonToAskInTurn)
+{
+    startUpload(u"/sub/second"_s, "2");
+    EXPECT_EQ(m_control->hear(3).last(), "EPSV");
+    m_control->say("250 There");
+    m_control->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_P(KeptConnectionTest, SilentInTheMidstOfASetUpItIsNoReasonToAskInTurn)
+{
+    m_timeouts.reply = 100ms;
+    startUpload(u"/sub/second"_s, "2");
+    QCoreApplication::sendPostedEvents(); // The wait begins.
+    EXPECT_EQ(m_control->hear(3).last(), "EPSV");
+    m_control->say("250 There");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_P(KeptConnectionTest, ConfusedInTheMidstOfASetUpItIsNoReasonToAskInTurn)
+{
+    startUpload(u"/sub/second"_s, "2");
+    EXPECT_EQ(m_control->hear(3).last(), "EPSV");
+    m_control->say("500 What");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 500"_s });
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_P(KeptConnectionTest, AnUnaskedReplyMakesItUnfitForUse)
 {
     m_control->say("200 By the way");
     EXPECT_NE(m_control->waitForEnd(), End::None);
 
-    startUpload(u"/second"_s, "2");
+    startSecond();
 
     expectUploadOnFreshConnection();
 }
 
-TEST_F(KeptConnectionTest, AnotherLoginHasItsOwn)
+TEST_P(KeptConnectionTest, AnotherLoginHasItsOwn)
 {
-    m_recorder.start(m_factory.createUploadStream(m_peer.location(u"/f"_s), 1), u"ben"_s, u"secret"_s);
+    startUpload(m_recorder, u"/second"_s, "2", u"ben"_s);
 
-    EXPECT_NE(m_peer.accept(), nullptr);
+    EXPECT_NE(open("STOR second", { "TYPE I", "EPSV" }, "ben"), nullptr);
+    EXPECT_TRUE(m_control->isSilent());
 }
 
-TEST_F(KeptConnectionTest, WithoutAKnownLoginFolderAnotherFolderTakesAFreshOne)
+TEST_P(KeptConnectionTest, AnotherPasswordHasItsOwn)
 {
-    ScriptedPeer peer;
-    m_recorder.data = "1";
-    m_recorder.start(m_factory.createUploadStream(peer.location(u"/first"_s), 1));
-    auto control = peer.accept();
-    control->say("220 Ready");
-    control->hear(5);
-    for (const char* reply : { "331 P", "230 In", "502 No PWD", "200 I" }) {
-        control->say(reply);
+    auto stream = m_factory.createUploadStream(m_peer.location(u"/second"_s), 1);
+    EXPECT_TRUE(stream->setEncryption(GetParam()));
+    stream->setTrustedCertificates(m_trusted);
+    m_recorder.start(std::move(stream), u"anna"_s, u"other"_s);
+
+    auto control = greet();
+    EXPECT_TRUE(control->hear(static_cast<int>(login().size())).contains("PASS other"));
+    EXPECT_TRUE(m_control->isSilent());
+}
+
+TEST_P(KeptConnectionTest, WithoutAKnownLoginFolderAnotherFolderTakesAFreshOne)
+{
+    m_control->close();
+    startUpload(u"/first"_s, "1");
+    m_control = greet();
+    QByteArrayList replies;
+    for (const auto& [command, reply] : login()) {
+        replies.append(command == "PWD" ? "502 No PWD" : reply);
     }
-    control->say(extendedPassive());
-    m_dataPeer.accept()->receiveToEnd();
-    control->hear();
-    control->say("226 Got it");
+    m_control->answer(replies + QByteArrayList{ "200 Fine" });
+    reopen(*m_control, "STOR first");
+    EXPECT_EQ(m_data->receiveToEnd(), "1");
+    m_control->say("226 Got it");
     m_recorder.waitForEnd();
 
-    m_recorder.start(m_factory.createUploadStream(peer.location(u"/sub/second"_s), 1));
+    startUpload(u"/sub/second"_s, "2");
 
-    auto second = peer.accept();
-    ASSERT_NE(second, nullptr);
-    second->say("220 Ready");
-    EXPECT_EQ(second->hear(4).last(), "CWD sub");
+    auto fresh = open("STOR second", { "CWD sub", "TYPE I", "EPSV" });
+    finishUpload(*fresh);
 }
 
-TEST_F(KeptConnectionTest, UnusedItEndsWithAQuit)
+TEST_P(KeptConnectionTest, WhereAFolderChangeHasLedThatNobodySawIsNotAssumed)
 {
-    ScriptedPeer peer;
+    giveUpWhileEntering("250 There");
+
+    startUpload(u"/third"_s, "3"); // Into the folder that the connection was in before.
+
+    EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home", "TYPE I", "EPSV" }));
+}
+
+TEST_P(KeptConnectionTest, AFolderChangeThatNobodySawRefusedIsNotAssumed)
+{
+    giveUpWhileEntering("550 No such folder");
+
+    startUpload(u"/sub/third"_s, "3");
+
+    EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home/sub", "TYPE I", "EPSV" }));
+}
+
+TEST_P(KeptConnectionTest, AFolderThatWasRefusedIsEnteredAgainBeforeAnythingIsStored)
+{
+    for (const QString& path : { u"/sub/third"_s, u"/third"_s }) {
+        startUpload(u"/sub/second"_s, "2");
+        EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home/sub", "TYPE I", "EPSV" }));
+        m_control->say("550 No such folder");
+        m_control->say("200 Fine");
+        m_control->say(extendedPassive());
+        EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 550"_s });
+        ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
+
+        startUpload(path, "3");
+
+        EXPECT_TRUE(m_control->hear().startsWith("CWD /home"));
+        EXPECT_EQ(m_control->hear(2), (QByteArrayList{ "TYPE I", "EPSV" }));
+        m_recorder.close();
+        m_control->say("550 No such folder");
+        m_control->say("200 Fine");
+        m_control->say(extendedPassive());
+        ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
+    }
+}
+
+TEST_P(KeptConnectionTest, UnusedItEndsWithAQuit)
+{
     m_timeouts.idle = 50ms;
-    m_timeouts.drain = 50ms;
-    m_recorder.start(m_factory.createFolderStream(peer.location(u"/d"_s)));
-    auto control = peer.accept();
-    control->say("220 Ready");
-    for (const char* reply : { "331 P", "230 In", "257 \"/\"", "200 I" }) {
-        control->say(reply);
-    }
-    control->hear(5);
-    control->say("257 \"/d\" made");
-    m_recorder.waitForEnd();
-
-    EXPECT_EQ(control->hear(), "QUIT");
-    EXPECT_NE(control->waitForEnd(), End::None);
-}
-
-TEST_F(KeptConnectionTest, ItCanBeClosedAheadOfACallToTheSameServer)
-{
-    m_timeouts.drain = 50ms;
-
-    m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
+    startSecond();
+    reopen(*m_control, "STOR second");
+    finishUpload(*m_control);
 
     EXPECT_EQ(m_control->hear(), "QUIT");
+    EXPECT_TRUE(m_control->isSilent());
+}
+
+TEST_P(KeptConnectionTest, InUseItIsNotUnused)
+{
+    m_timeouts.idle = 100ms;
+    bool isAgain = false;
+    m_recorder.onEvent = [this, &isAgain](const QString& event) {
+        if (event == u"end"_s && !std::exchange(isAgain, true)) {
+            startUpload(u"/third"_s, "2"); // At once.
+        }
+    };
+    startSecond();
+    reopen(*m_control, "STOR second");
+    m_data->receiveToEnd();
+    m_control->say("226 Got it");
+    reopen(*m_control, "STOR third");
+
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 250ms));
+
+    finishUpload(*m_control);
+}
+
+TEST_P(KeptConnectionTest, ItCanBeClosedAheadOfACallToTheSameServer)
+{
+    m_factory.closeIdleConnections(u"ftp://elsewhere:%1/"_s.arg(m_peer.port()));
+    m_factory.closeIdleConnections(u"ftp://127.0.0.1:%1/"_s.arg(m_dataPeer.port()));
+    EXPECT_EQ(m_pool.idleCount(), 1);
+
+    m_factory.closeIdleConnections(m_peer.location(u"/any"_s));
+
+    EXPECT_EQ(m_pool.idleCount(), 0);
+    EXPECT_EQ(m_control->hear(), "QUIT");
+    m_control->say("221 Bye");
+    m_control->finish();
     EXPECT_NE(m_control->waitForEnd(), End::None);
 }
 
-TEST_F(KeptConnectionTest, AnUploadGivenUpIsResetAndItsConnectionServesAgainAfterTheReply)
+TEST_P(KeptConnectionTest, InUseItIsNotClosedAheadOfACallToTheSameServer)
 {
-    startUpload(u"/second"_s, QByteArray(64 * 1024 * 1024, 'x'));
-    m_control->hear();
-    m_control->say(extendedPassive());
-    auto data = m_dataPeer.accept();
-    m_control->hear();
+    startSecond();
+    reopen(*m_control, "STOR second");
+
+    m_factory.closeIdleConnections(m_peer.location(u"/any"_s));
+
+    finishUpload(*m_control);
+    EXPECT_TRUE(m_control->isSilent());
+}
+
+TEST_P(KeptConnectionTest, ItServesAgainOnlyWhenWhatWasGivenUpHasBeenAnswered)
+{
+    startUpload(u"/second"_s, QByteArray(tooMuch, 'x'));
+    reopen(*m_control, "STOR second");
     m_control->say("150 Go");
     ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
-
     m_recorder.close();
-    EXPECT_EQ(data->waitForEnd(), End::Reset);
+
+    startUpload(u"/third"_s, "2");
+    auto other = open("STOR third");
+    EXPECT_TRUE(m_control->isSilent());
+    finishUpload(*other);
     m_control->say("426 Interrupted");
-    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
-    startUpload(u"/third"_s, "3");
+    ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() == 2; }));
 
-    EXPECT_EQ(m_control->hear(), "EPSV");
-    EXPECT_EQ(m_peer.connectionCount(), 1);
-}
-
-TEST_F(KeptConnectionTest, AnUploadGivenUpWithoutAReplyCostsTheConnection)
-{
-    m_timeouts.drain = 50ms;
-    startUpload(u"/second"_s, QByteArray(64 * 1024 * 1024, 'x'));
-    m_control->hear();
-    m_control->say(extendedPassive());
-    m_control->hear();
-    ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
-
-    m_recorder.close();
-
-    EXPECT_NE(m_control->waitForEnd(), End::None);
+    startUpload(u"/fourth"_s, "2");
+    reopen(*m_control, "STOR fourth");
+    finishUpload(*m_control);
 }
 
 /// A second transfer, started while the first one keeps the only login that the server allows.
@@ -211,41 +318,40 @@ class OnlyOneLoginTest : public KeptConnectionTest {
 protected:
     void startBoth()
     {
-        startUpload(u"/second"_s, "2");
-        m_control->hear();
-        m_control->say(extendedPassive());
-        m_data = m_dataPeer.accept();
-        m_control->hear();
-        m_data->receiveToEnd();
-
-        m_other.data = "3";
-        m_other.start(m_factory.createUploadStream(m_peer.location(u"/third"_s), 1));
-        auto refused = m_peer.accept();
-        ASSERT_NE(refused, nullptr);
+        startSecond();
+        reopen(*m_control, "STOR second");
+        EXPECT_EQ(m_data->receiveToEnd(), "2");
+        startRefused(m_other);
+    }
+    /// Starts another upload, which is told to wait.
+    void startRefused(StreamRecorder& recorder)
+    {
+        startUpload(recorder, u"/third"_s, "2");
+        const auto refused = accept();
         refused->say("421 Only one");
         ASSERT_NE(refused->waitForEnd(), End::None);
-        EXPECT_TRUE(m_other.log().isEmpty());
+        EXPECT_TRUE(recorder.log().isEmpty());
     }
 
     StreamRecorder m_other;
+    StreamRecorder m_third;
 };
+RUN_IN_CLEAR_AND_ENCRYPTED(OnlyOneLoginTest);
 
-TEST_F(OnlyOneLoginTest, TheFreedConnectionIsReused)
+TEST_P(OnlyOneLoginTest, TheFreedConnectionIsReused)
 {
     startBoth();
 
     m_control->say("226 Got it");
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
-    EXPECT_EQ(m_control->hear(), "EPSV");
-    m_control->say(extendedPassive());
-    EXPECT_EQ(m_dataPeer.accept()->receiveToEnd(), "3");
-    EXPECT_EQ(m_control->hear(), "STOR third");
+    reopen(*m_control, "STOR third");
+    EXPECT_EQ(m_data->receiveToEnd(), "2");
     m_control->say("226 Got it");
     EXPECT_EQ(m_other.waitForEnd().last(), u"end"_s);
 }
 
-TEST_F(OnlyOneLoginTest, WhenTheConnectionIsLostAFreshOneIsTried)
+TEST_P(OnlyOneLoginTest, WhenTheConnectionIsLostAFreshOneIsTried)
 {
     startBoth();
 
@@ -255,7 +361,7 @@ TEST_F(OnlyOneLoginTest, WhenTheConnectionIsLostAFreshOneIsTried)
     EXPECT_NE(logIn({ "TYPE I", "EPSV" }), nullptr);
 }
 
-TEST_F(OnlyOneLoginTest, GivenUpWhileItWaitsItTakesNothing)
+TEST_P(OnlyOneLoginTest, GivenUpWhileItWaitsItTakesNothing)
 {
     startBoth();
     m_other.close();
@@ -264,6 +370,68 @@ TEST_F(OnlyOneLoginTest, GivenUpWhileItWaitsItTakesNothing)
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
     EXPECT_TRUE(m_control->isSilent());
+}
+
+TEST_P(OnlyOneLoginTest, OneThatNeverGotInMakesNoRoomForOthers)
+{
+    startBoth();
+
+    startRefused(m_third);
+
+    EXPECT_TRUE(m_peer.isLeftAlone()); // Otherwise both would knock in turn for ever.
+}
+
+TEST_P(OnlyOneLoginTest, TheLastOneWakesThoseWhoWaitAlsoWhenItNeverGotIn)
+{
+    m_control->close();
+    ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+    startSecond();
+    auto slow = accept();
+    startRefused(m_other);
+
+    slow->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_NE(open("STOR third"), nullptr);
+}
+
+TEST_P(OnlyOneLoginTest, WithoutAnotherConnectionTheRefusalIsReported)
+{
+    m_control->close();
+    ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+    startSecond();
+
+    accept()->say("421 Too many");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 421"_s });
+}
+
+TEST_P(OnlyOneLoginTest, WhoeverIsGoneDoesNotKeepTheNextWaiting)
+{
+    startBoth();
+    startRefused(m_third);
+    m_other.close();
+
+    m_control->reset();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+    EXPECT_NE(open("STOR third"), nullptr);
+}
+
+TEST_P(OnlyOneLoginTest, WhoeverGoesAtTheEndOfTheHolderDoesNotKeepTheNextWaiting)
+{
+    startBoth();
+    startRefused(m_third);
+    m_recorder.onEvent = [this](const QString& told) {
+        if (told == u"end"_s) {
+            m_other.close();
+        }
+    };
+
+    m_control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    reopen(*m_control, "STOR third");
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 namespace {
 
 /// Listings and downloads.
-class ReadStreamTest : public StreamTest {
+class ReadStreamTest : public EachEncryptionTest {
 protected:
     std::unique_ptr<PeerConnection> openDownload() { return open("RETR f", { "TYPE I", "SIZE f", "EPSV" }); }
 
@@ -12,8 +12,9 @@ protected:
         return static_cast<FTPReadStream*>(m_recorder.stream())->resourceSize();
     }
 };
+RUN_IN_CLEAR_AND_ENCRYPTED(ReadStreamTest);
 
-TEST_F(ReadStreamTest, AListingEndsOnlyWhenTheServerHasConfirmed)
+TEST_P(ReadStreamTest, AListingEndsOnlyWhenTheServerHasConfirmed)
 {
     startListing(u"/in/"_s);
     auto control = open("LIST", { "CWD in", "TYPE I", "EPSV" });
@@ -28,7 +29,24 @@ TEST_F(ReadStreamTest, AListingEndsOnlyWhenTheServerHasConfirmed)
     EXPECT_EQ(m_recorder.data, "line\r\n");
 }
 
-TEST_F(ReadStreamTest, TheDataConnectionIsClosedBeforeTheConfirmation)
+TEST_P(ReadStreamTest, AListingOfManyBlocksArrivesWhole)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    QByteArray data;
+    for (int i = 0; data.size() < 1'000'000; ++i) {
+        data += QByteArray::number(i) + "\r\n";
+    }
+    m_data->sendBytes(data);
+    m_data->close();
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_TRUE(m_recorder.data == data);
+}
+
+TEST_P(ReadStreamTest, TheDataConnectionIsClosedBeforeTheConfirmation)
 {
     startListing(u"/"_s);
     auto control = open("LIST");
@@ -39,14 +57,13 @@ TEST_F(ReadStreamTest, TheDataConnectionIsClosedBeforeTheConfirmation)
     EXPECT_EQ(m_data->waitForEnd(), End::Finished);
 }
 
-TEST_F(ReadStreamTest, TheConfirmationMayComeBeforeTheEndOfTheData)
+TEST_P(ReadStreamTest, TheConfirmationMayComeBeforeTheEndOfTheData)
 {
     startListing(u"/"_s);
     auto control = open("LIST");
     control->say("150 Comes");
     control->say("226 Done");
-    ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
-    drainEventLoop();
+    ASSERT_TRUE(waitFor([this] { return m_factory.lastReply() == u"226 Done"_s; }));
 
     m_data->sendBytes("line\r\n");
     m_data->close();
@@ -54,7 +71,24 @@ TEST_F(ReadStreamTest, TheConfirmationMayComeBeforeTheEndOfTheData)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
 }
 
-TEST_F(ReadStreamTest, AListingWithoutAnAnnouncementIsRead)
+TEST_P(ReadStreamTest, DataAheadOfTheAnnouncementWaitsForIt)
+{
+    m_timeouts.acceptance = 1h;
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    m_data->sendBytes("hello");
+    m_data->close();
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
+
+    control->say("150 Comes");
+    EXPECT_TRUE(m_recorder.waitFor(u"bytes"_s));
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_EQ(m_recorder.data, "hello");
+}
+
+TEST_P(ReadStreamTest, AListingWithoutAnAnnouncementIsRead)
 {
     m_timeouts.acceptance = 20ms;
     startListing(u"/"_s);
@@ -68,7 +102,7 @@ TEST_F(ReadStreamTest, AListingWithoutAnAnnouncementIsRead)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
 }
 
-TEST_F(ReadStreamTest, AnEmptyListingConfirmedWithoutAnAnnouncementEnds)
+TEST_P(ReadStreamTest, AnEmptyListingConfirmedWithoutAnAnnouncementEnds)
 {
     startListing(u"/"_s);
     auto control = open("LIST");
@@ -79,18 +113,13 @@ TEST_F(ReadStreamTest, AnEmptyListingConfirmedWithoutAnAnnouncementEnds)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"end"_s }));
 }
 
-TEST_F(ReadStreamTest, ARefusedListingIsReportedWithItsCode)
+TEST_P(ReadStreamTest, ARefusedListingIsReportedWithItsCode)
 {
     for (const auto& [reply, report] :
          { std::pair{ "450 No files", u"FTP 450"_s }, std::pair{ "550 No such folder", u"FTP 550"_s } }) {
-        ScriptedPeer peer;
-        m_recorder.start(m_factory.createListingStream(peer.location(u"/"_s)));
-        auto control = peer.accept();
-        for (const char* setUp : { "220 Ready", "331 P", "230 In", "257 \"/\"", "200 I" }) {
-            control->say(setUp);
-        }
-        control->say(extendedPassive());
-        control->hear(6);
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
+        startListing(u"/"_s);
+        auto control = open("LIST");
 
         control->say(reply);
 
@@ -98,7 +127,7 @@ TEST_F(ReadStreamTest, ARefusedListingIsReportedWithItsCode)
     }
 }
 
-TEST_F(ReadStreamTest, ARefusalBehindTheDataIsAnErrorAndNoEnd)
+TEST_P(ReadStreamTest, ARefusalBehindTheDataIsAnErrorAndNoEnd)
 {
     startListing(u"/"_s);
     auto control = open("LIST");
@@ -112,7 +141,7 @@ TEST_F(ReadStreamTest, ARefusalBehindTheDataIsAnErrorAndNoEnd)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"FTP 451"_s }));
 }
 
-TEST_F(ReadStreamTest, TheSizeOfADownloadIsKnownWhenItOpens)
+TEST_P(ReadStreamTest, TheSizeOfADownloadIsKnownWhenItOpens)
 {
     startDownload(u"/f"_s);
     auto control = openDownload();
@@ -132,18 +161,18 @@ TEST_F(ReadStreamTest, TheSizeOfADownloadIsKnownWhenItOpens)
     EXPECT_EQ(m_recorder.data, "hello");
 }
 
-TEST_F(ReadStreamTest, TheSizeMayBeAskedForAfterTheStreamWasOpened)
+TEST_P(ReadStreamTest, TheSizeMayBeAskedForAfterTheStreamWasOpened)
 {
     auto stream = m_factory.createDownloadStream(m_peer.location(u"/f"_s));
     FTPReadStream& reader = *stream;
-    m_recorder.start(std::move(stream));
+    start(std::move(stream), m_recorder);
 
     EXPECT_TRUE(reader.setFetchResourceInfo(true));
 
     EXPECT_NE(openDownload(), nullptr);
 }
 
-TEST_F(ReadStreamTest, WithoutASizeADownloadIsWholeWhenTheServerSaysSo)
+TEST_P(ReadStreamTest, WithoutASizeADownloadIsWholeWhenTheServerSaysSo)
 {
     for (const char* reply : { "550 No SIZE", "502 What", "213 many", "213 -1" }) {
         SCOPED_TRACE(reply);
@@ -162,7 +191,7 @@ TEST_F(ReadStreamTest, WithoutASizeADownloadIsWholeWhenTheServerSaysSo)
     }
 }
 
-TEST_F(ReadStreamTest, ADownloadShorterThanAnnouncedIsAFailure)
+TEST_P(ReadStreamTest, ADownloadShorterThanAnnouncedIsAFailure)
 {
     startDownload(u"/f"_s);
     auto control = openDownload();
@@ -175,7 +204,7 @@ TEST_F(ReadStreamTest, ADownloadShorterThanAnnouncedIsAFailure)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
 }
 
-TEST_F(ReadStreamTest, ADownloadLongerThanAnnouncedArrivesWhole)
+TEST_P(ReadStreamTest, ADownloadLongerThanAnnouncedArrivesWhole)
 {
     startDownload(u"/f"_s);
     auto control = openDownload();
@@ -189,7 +218,7 @@ TEST_F(ReadStreamTest, ADownloadLongerThanAnnouncedArrivesWhole)
     EXPECT_EQ(m_recorder.data, "hello, world");
 }
 
-TEST_F(ReadStreamTest, ARefusedDownloadIsReportedWithItsCode)
+TEST_P(ReadStreamTest, ARefusedDownloadIsReportedWithItsCode)
 {
     startDownload(u"/f/"_s); // A "/" at the end makes no folder of it.
     auto control = openDownload();
@@ -199,7 +228,7 @@ TEST_F(ReadStreamTest, ARefusedDownloadIsReportedWithItsCode)
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 550"_s });
 }
 
-TEST_F(ReadStreamTest, ABrokenDataConnectionIsReportedWithTheServersReason)
+TEST_P(ReadStreamTest, ABrokenDataConnectionIsReportedWithTheServersReason)
 {
     startDownload(u"/f"_s);
     auto control = openDownload();
@@ -214,7 +243,7 @@ TEST_F(ReadStreamTest, ABrokenDataConnectionIsReportedWithTheServersReason)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"FTP 426"_s }));
 }
 
-TEST_F(ReadStreamTest, AControlConnectionLostBehindTheDataIsAFailure)
+TEST_P(ReadStreamTest, AControlConnectionLostBehindTheDataIsAFailure)
 {
     startDownload(u"/f"_s);
     auto control = openDownload();
@@ -228,7 +257,41 @@ TEST_F(ReadStreamTest, AControlConnectionLostBehindTheDataIsAFailure)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
 }
 
-TEST_F(ReadStreamTest, WhatIsNotReadIsReportedAgain)
+TEST_P(ReadStreamTest, AConfirmedListingOutlivesItsControlConnection)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    control->say("226 Done");
+    ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
+    control->finish();
+    EXPECT_EQ(control->waitForEnd(), End::Finished);
+
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+}
+
+TEST_P(ReadStreamTest, AReplyThatNobodyAskedForDoesNotHarmButCostsTheConnection)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    control->say("226 Done");
+    control->say("226 Done again"); // It would confirm what comes next.
+    ASSERT_TRUE(waitFor([this] { return m_factory.lastReply() == u"226 Done again"_s; }));
+    m_data->sendBytes("line\r\n");
+    m_data->close();
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+
+    startUpload(u"/f"_s, "x");
+
+    EXPECT_NE(open("STOR f"), nullptr);
+    EXPECT_EQ(control->receiveToEnd(), "");
+}
+
+TEST_P(ReadStreamTest, WhatIsNotReadIsReportedAgain)
 {
     int times = 0;
     m_recorder.isIdle = true;
@@ -246,6 +309,23 @@ TEST_F(ReadStreamTest, WhatIsNotReadIsReportedAgain)
 
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
     EXPECT_EQ(m_recorder.data, "line\r\n");
+}
+
+TEST_P(ReadStreamTest, NothingIsReadWhileTheLoopIsHeld)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    control->say("150 Here");
+    EXPECT_TRUE(m_recorder.waitFor(u"open"_s));
+    DeliveryGate::ofThisThread().setClosed(true);
+    m_data->sendBytes("hello");
+    m_data->close();
+    control->say("226 Done");
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log().size() > 1; }, 50ms));
+
+    DeliveryGate::ofThisThread().setClosed(false);
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
 }
 
 } // namespace

@@ -1,70 +1,74 @@
 #include "StreamTest.h"
 
+#include <QElapsedTimer>
+
 #include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
 
-using StreamTimingTest = StreamTest;
+class StreamTimingTest : public StreamTest {
+protected:
+    /// Does @p step again and again until @p limit has gone by several times, and answers whether no stream has failed
+    /// meanwhile.
+    bool goOnBeyond(std::chrono::milliseconds limit, const std::function<void()>& step)
+    {
+        QElapsedTimer sinceStep;
+        sinceStep.start();
+        return !waitFor(
+            [&] {
+                if (std::chrono::milliseconds(sinceStep.elapsed()) > limit / 8) {
+                    step();
+                    sinceStep.start();
+                }
+                return m_recorder.log().endsWith(u"other"_s);
+            },
+            3 * limit);
+    }
+};
 
-constexpr qsizetype tooMuch = 64 << 20; ///< More bytes than all buffers on the way hold.
-
-TEST_F(StreamTimingTest, SilenceInsteadOfAGreetingEndsTheTransfer)
+TEST_F(StreamTimingTest, ASlowLineKeepsAnUploadAliveWhileTheServerTakesIn)
 {
-    m_timeouts.reply = 50ms;
-    startUpload(u"/f"_s, "x");
-
-    auto control = m_peer.accept();
-
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-    EXPECT_NE(control->waitForEnd(), End::None);
-}
-
-TEST_F(StreamTimingTest, SilenceInTheSetUpEndsTheTransfer)
-{
-    m_timeouts.reply = 50ms;
-    startUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
-    control->say("220 Ready");
-    control->hear(5);
-
-    control->say("331 P");
-
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-}
-
-TEST_F(StreamTimingTest, AStalledDataConnectionEndsTheUpload)
-{
-    m_timeouts.stalledData = 50ms;
+    m_timeouts.stalledData = 400ms;
+    m_dataPeer.limitReceiveBuffer(32'768);
     startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
-
     auto control = open("STOR f");
+    ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
 
-    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"space"_s, u"other"_s }));
+    // Too little for the system to take more of us: it sends what it has taken.
+    EXPECT_TRUE(goOnBeyond(m_timeouts.stalledData, [this] { m_data->receive(15'000); }));
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s); // When nothing moves any more.
 }
 
-TEST_F(StreamTimingTest, AMissingConfirmationEndsTheUpload)
+TEST_F(StreamTimingTest, ASlowLineKeepsAWholeUploadAliveWhileTheServerTakesIn)
 {
-    m_timeouts.confirmation = 50ms;
-    startUpload(u"/f"_s, "x");
+    m_timeouts.confirmation = 400ms;
+    m_dataPeer.limitReceiveBuffer(32'768);
+    const QByteArray data(1'000'000, 'x'); // All of which the system takes at once.
+    startUpload(u"/f"_s, data);
     auto control = open("STOR f");
+    QByteArray got;
 
-    m_data->receiveToEnd();
+    EXPECT_TRUE(goOnBeyond(m_timeouts.confirmation, [this, &got] { got += m_data->receive(30'000); }));
 
-    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+    got += m_data->receiveToEnd();
+    EXPECT_TRUE(got == data);
+    control->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
-TEST_F(StreamTimingTest, ALateConfirmationWithinItsTimeIsASuccess)
+TEST_F(StreamTimingTest, DataKeepsADownloadAlive)
 {
-    m_timeouts.reply = 150ms;
-    m_timeouts.stalledData = 150ms;
-    startUpload(u"/f"_s, "x");
-    auto control = open("STOR f");
-    m_data->receiveToEnd();
-    EXPECT_FALSE(waitFor([this] { return m_recorder.log().last() != u"space"_s; }, 300ms));
+    m_timeouts.stalledData = 400ms;
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
 
-    control->say("226 At last");
+    EXPECT_TRUE(goOnBeyond(m_timeouts.stalledData, [this] { m_data->sendBytes("line\r\n"); }));
 
+    m_data->close();
+    control->say("226 Done");
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
@@ -72,78 +76,78 @@ TEST_F(StreamTimingTest, PreliminaryRepliesKeepASilentServersTransferAlive)
 {
     m_timeouts.reply = 400ms;
     m_timeouts.confirmation = 400ms;
-    const auto sayForLong = [this](PeerConnection& control, const QByteArray& reply) {
-        for (int i = 0; i < 5; ++i) {
-            control.say(reply);
-            EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 150ms));
-        }
-    };
     startUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
+    auto control = accept();
+    EXPECT_TRUE(goOnBeyond(m_timeouts.reply, [&control] { control->say("120 Soon"); }));
+    control->say("220 Ready");
+    control->answer({ "331 P", "230 In", "257 \"/\"", "200 I" });
+    reopen(*control, "STOR f");
+    EXPECT_EQ(m_data->receiveToEnd(), "x");
 
-    sayForLong(*control, "120 Soon");
-    for (const char* reply : { "220 Ready", "331 P", "230 In", "257 \"/\"", "200 I" }) {
-        control->say(reply);
-    }
-    control->say(extendedPassive());
-    m_data = m_dataPeer.accept();
-    m_data->receiveToEnd();
-    sayForLong(*control, "150 Still looking for viruses");
+    EXPECT_TRUE(goOnBeyond(m_timeouts.confirmation, [&control] { control->say("150 Still looking for viruses"); }));
     control->say("226 None");
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
-TEST_F(StreamTimingTest, PreliminaryRepliesWithoutEndEndTheTransferWhateverTheyAnswer)
-{
-    const auto sayWithoutEnd = [this](PeerConnection& control, const QByteArray& reply) {
-        for (int i = 0; i < 150; ++i) {
+/// What may be answered with preliminary replies.
+class PreliminaryReplyTest : public StreamTest {
+protected:
+    static constexpr int limit = 100;
+
+    void expectEnd(PeerConnection& control, const QByteArray& reply)
+    {
+        for (int i = 0; i < limit; ++i) {
             control.say(reply);
         }
+        EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 50ms));
+        control.say(reply);
         EXPECT_TRUE(m_recorder.waitForEnd().endsWith(u"other"_s));
         EXPECT_NE(control.waitForEnd(), End::None);
-    };
-    startUpload(u"/f"_s, "x");
-    sayWithoutEnd(*m_peer.accept(), "120 Soon");
+    }
+};
 
-    for (const QByteArrayList& before : { QByteArrayList{ "220 Ready" }, QByteArrayList{ "220 Ready", "331 P" },
-                                          QByteArrayList{ "220 Ready", "331 P", "230 In", "257 \"/\"" } }) {
-        SCOPED_TRACE(before.last().toStdString());
+TEST_F(PreliminaryReplyTest, AHundredInARowAreTakenAndNotOneMoreWhateverTheyAnswer)
+{
+    startUpload(u"/f"_s, "x");
+    expectEnd(*accept(), "120 Soon");
+
+    for (const QByteArrayList& answers :
+         { QByteArrayList{}, QByteArrayList{ "331 P" }, QByteArrayList{ "331 P", "230 In", "257 \"/\"" } }) {
         startUpload(u"/f"_s, "x");
-        auto control = m_peer.accept();
-        for (const QByteArray& reply : before) {
-            control->say(reply);
-        }
-        sayWithoutEnd(*control, "120 Wait");
+        auto control = greet();
+        control->answer(answers);
+        EXPECT_NE(control->hear(), "");
+        expectEnd(*control, "120 Wait");
     }
 
-    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
-    auto control = open("STOR f");
-    sayWithoutEnd(*control, "150 Wait");
+    m_recorder.isIdle = true;
+    startUpload(u"/f"_s, "x");
+    expectEnd(*open("STOR f"), "150 Wait");
+    m_recorder.isIdle = false;
 
     startUpload(u"/f"_s, "x");
-    control = open("STOR f");
+    auto control = open("STOR f");
     m_data->receiveToEnd();
-    sayWithoutEnd(*control, "150 Wait");
+    expectEnd(*control, "150 Wait");
 
     startDownload(u"/f"_s);
-    control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
-    sayWithoutEnd(*control, "150 Wait");
+    expectEnd(*open("RETR f", { "TYPE I", "SIZE f", "EPSV" }), "150 Wait");
 
     startCreation(u"/a"_s);
     control = logIn({ "TYPE I" });
     control->say("200 I");
     EXPECT_EQ(control->hear(), "MKD a");
-    sayWithoutEnd(*control, "150 Wait");
+    expectEnd(*control, "150 Wait");
 }
 
-TEST_F(StreamTimingTest, PreliminaryRepliesAreNotCountedWhileDataMoves)
+TEST_F(PreliminaryReplyTest, TheyAreNotCountedWhileDataComes)
 {
     startDownload(u"/f"_s);
-    m_sizeReply = "213 1000";
+    m_sizeReply = "213 300";
     auto control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
     control->say("150 Comes");
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 300; ++i) {
         m_data->sendBytes("x");
         control->say("150 Comes");
         ASSERT_TRUE(waitFor([this, i] { return m_recorder.data.size() == i + 1; })) << i;
@@ -155,32 +159,64 @@ TEST_F(StreamTimingTest, PreliminaryRepliesAreNotCountedWhileDataMoves)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
-TEST_F(StreamTimingTest, AStalledDownloadEnds)
+TEST_F(PreliminaryReplyTest, TheyAreNotCountedWhileDataGoes)
 {
-    m_timeouts.stalledData = 300ms;
-    startDownload(u"/f"_s);
-    auto control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
-    control->say("150 Comes");
-    m_data->sendBytes("ab");
+    m_recorder.blockSize = 1;
+    bool mayWrite = false;
+    m_recorder.onEvent = [this, &mayWrite](const QString& event) {
+        m_recorder.isIdle = event == u"space"_s && !std::exchange(mayWrite, false);
+    };
+    startUpload(u"/f"_s, QByteArray(2 * limit + 1, 'x'));
+    auto control = open("STOR f");
+    for (int i = 0; i < 2 * limit; ++i) {
+        mayWrite = true;
+        ASSERT_EQ(m_data->receive(1), "x");
+        const QByteArray reply = "150 " + QByteArray::number(i);
+        control->say(reply);
+        ASSERT_TRUE(waitFor([this, &reply] { return m_factory.lastReply() == QString::fromLatin1(reply); }));
+    }
 
-    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
+    m_recorder.onEvent = nullptr;
+    m_recorder.isIdle = false;
+    EXPECT_EQ(m_data->receiveToEnd(), "x");
+    control->say("226 All");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_F(PreliminaryReplyTest, TheyAreCountedFromTheLastFinalReply)
+{
+    startUpload(u"/f"_s, "x");
+    auto control = accept();
+    const auto sayMany = [&control](const QByteArray& reply) {
+        for (int i = 0; i < limit; ++i) {
+            control->say("120 Wait");
+        }
+        control->say(reply);
+    };
+    sayMany("220 Ready");
+    for (const char* reply : { "331 P", "230 In", "257 \"/\"", "200 I" }) {
+        EXPECT_NE(control->hear(), "");
+        sayMany(reply);
+    }
+    reopen(*control, "STOR f");
+
+    EXPECT_EQ(m_data->receiveToEnd(), "x");
 }
 
 TEST_F(StreamTimingTest, NothingIsReportedAndNoTimeRunsWhileTheLoopIsHeld)
 {
-    m_timeouts.reply = 300ms;
     DeliveryGate& gate = DeliveryGate::ofThisThread();
+    m_recorder.onEvent = [&gate](const QString& event) {
+        if (event == u"open"_s) {
+            gate.setClosed(true);
+        }
+    };
+    m_timeouts.stalledData = 200ms;
     startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
-    auto control = m_peer.accept();
-    control->say("220 Ready");
-    control->hear(5);
-
-    gate.setClosed(true);
-    for (const char* reply : { "331 P", "230 In", "257 \"/\"", "200 I" }) {
-        control->say(reply);
-    }
-    control->say(extendedPassive());
-    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 500ms));
+    auto control = open("STOR f");
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log() != QStringList{ u"open"_s }; }, 500ms));
+    m_timeouts.stalledData = 1h;
     gate.setClosed(false);
     EXPECT_TRUE(m_recorder.waitFor(u"space"_s));
 
@@ -230,25 +266,20 @@ TEST_F(StreamTimingTest, ClosedInAnyEventTheStreamReportsNothingMore)
                 m_recorder.close();
             }
         };
-        ScriptedPeer peer;
-        m_recorder.data = "hello";
-        m_recorder.start(m_factory.createUploadStream(peer.location(u"/f"_s), 5));
-        auto control = peer.accept();
-        for (const char* reply : { "220 Ready", "331 P", "230 In", "257 \"/\"", "200 I" }) {
-            control->say(reply);
-        }
-        control->say(extendedPassive());
-        auto data = m_dataPeer.accept();
-        control->hear(6);
-        control->say(event.startsWith(u"FTP") ? "552 Full" : "150 Go");
-        if (!event.startsWith(u"FTP")) {
-            data->receiveToEnd();
+        startUpload(u"/f"_s, "hello");
+        auto control = open("STOR f");
+        if (event == u"FTP 552"_s) {
+            control->say("552 Full");
+        } else if (event == u"end"_s) {
+            EXPECT_EQ(m_data->receiveToEnd(), "hello");
             control->say("226 Got it");
         }
 
         ASSERT_TRUE(m_recorder.waitFor(event));
         drainEventLoop();
         EXPECT_EQ(m_recorder.log().last(), event);
+        control->close();
+        ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
     }
 }
 
@@ -266,10 +297,8 @@ TEST_F(StreamTimingTest, ANewStreamMayBeOpenedFromInsideTheLastEventOfAnother)
 
     control->say("226 Got it");
 
-    EXPECT_EQ(control->hear(), "EPSV");
-    control->say(extendedPassive());
-    EXPECT_EQ(m_dataPeer.accept()->receiveToEnd(), "y");
-    EXPECT_EQ(control->hear(), "STOR g");
+    reopen(*control, "STOR g");
+    EXPECT_EQ(m_data->receiveToEnd(), "y");
     control->say("226 Got it");
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }

@@ -1,16 +1,25 @@
 // What is said before and inside the encryption of a control connection.
 
-#include "TlsStreamTest.h"
+#include "StreamTest.h"
 
 namespace {
 
-using TlsControlTest = TlsStreamTest;
+class TlsControlTest : public TlsStreamTest {
+protected:
+    /// Greets and hears the wish for encryption.
+    std::unique_ptr<PeerConnection> hearWish()
+    {
+        auto control = accept();
+        control->say("220 Ready");
+        EXPECT_EQ(control->hear(), "AUTH TLS");
+        return control;
+    }
+};
 
 TEST_F(TlsControlTest, NothingIsSaidBeforeTheHandshakeButTheWishForIt)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
-    ASSERT_NE(control, nullptr);
+    startUpload(u"/f"_s, "x");
+    auto control = accept();
     EXPECT_TRUE(control->isSilent());
 
     control->say("220 Ready");
@@ -21,32 +30,12 @@ TEST_F(TlsControlTest, NothingIsSaidBeforeTheHandshakeButTheWishForIt)
 
 TEST_F(TlsControlTest, LoginAndSetUpFollowAtOneStrokeInsideIt)
 {
-    startSecureUpload(u"/sub/f"_s, "x");
-    auto control = secure();
+    startUpload(u"/sub/f"_s, "x");
+    auto control = greet();
 
     EXPECT_EQ(control->hear(8),
               (QByteArrayList{ "PBSZ 0", "PROT P", "USER anna", "PASS secret", "PWD", "CWD sub", "TYPE I", "EPSV" }));
     EXPECT_TRUE(control->isSilent());
-}
-
-TEST_F(TlsControlTest, AServerThatStumblesIsAskedInTurnInsideIt)
-{
-    startSecureUpload(u"/f"_s, "x");
-    auto first = secure();
-    first->hear(7);
-    first->say("200 0");
-    first->say("503 One at a time");
-
-    auto second = secure();
-
-    for (const auto& [command, reply] :
-         { std::pair{ "PBSZ 0", "200 0" }, std::pair{ "PROT P", "200 P" }, std::pair{ "USER anna", "331 P" },
-           std::pair{ "PASS secret", "230 In" }, std::pair{ "PWD", "257 \"/\"" }, std::pair{ "TYPE I", "200 I" } }) {
-        EXPECT_EQ(second->hear(), command);
-        EXPECT_TRUE(second->isSilent());
-        second->say(reply);
-    }
-    EXPECT_EQ(second->hear(), "EPSV");
 }
 
 TEST_F(TlsControlTest, WithoutTheServersConsentNothingMoreIsSaid)
@@ -54,11 +43,8 @@ TEST_F(TlsControlTest, WithoutTheServersConsentNothingMoreIsSaid)
     for (const char* reply :
          { "500 What", "502 Not here", "530 Log in first", "534 No", "431 Later", "200 Fine", "334 More", "AUTH" }) {
         SCOPED_TRACE(reply);
-        startSecureUpload(u"/f"_s, "x");
-        auto control = m_peer.accept();
-        ASSERT_NE(control, nullptr);
-        control->say("220 Ready");
-        control->hear();
+        startUpload(u"/f"_s, "x");
+        auto control = hearWish();
 
         control->say(reply);
 
@@ -71,10 +57,8 @@ TEST_F(TlsControlTest, WithoutTheServersConsentNothingMoreIsSaid)
 
 TEST_F(TlsControlTest, AServerThatIsBusySaysSoWithItsCode)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
-    control->say("220 Ready");
-    control->hear();
+    startUpload(u"/f"_s, "x");
+    auto control = hearWish();
 
     control->say("421 Too many");
 
@@ -83,10 +67,8 @@ TEST_F(TlsControlTest, AServerThatIsBusySaysSoWithItsCode)
 
 TEST_F(TlsControlTest, RepliesInjectedBeforeTheHandshakeAreDropped)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
-    control->say("220 Ready");
-    control->hear();
+    startUpload(u"/f"_s, "x");
+    auto control = hearWish();
 
     control->sendBytes("234 Go on\r\n331 P\r\n230 In\r\n200 0\r\n200 P\r\n257 \"/\"\r\n200 I\r\n229 (|||1|)\r\n");
 
@@ -100,13 +82,37 @@ TEST_F(TlsControlTest, RepliesInjectedBeforeTheHandshakeAreDropped)
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
 }
 
+TEST_F(TlsControlTest, HalfAReplyInjectedBeforeTheHandshakeIsDroppedToo)
+{
+    for (const char* half : { "5", "530 N", "331-Hello", "331-Hello\r\n33" }) {
+        SCOPED_TRACE(half);
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
+        startUpload(u"/f"_s, "x");
+        auto control = hearWish();
+
+        control->sendBytes(QByteArray("234 Go on\r\n") + half);
+
+        ASSERT_TRUE(control->startTls(m_tls));
+        EXPECT_EQ(control->hear(), "PBSZ 0");
+        control->say("200 Size 0");
+        ASSERT_TRUE(waitFor([this] { return m_factory.lastReply() != u"234 Go on"_s; }));
+        EXPECT_EQ(m_factory.lastReply(), u"200 Size 0"_s);
+        control->answer({ "200 P", "331 P", "230 In", "257 \"/\"", "200 I" });
+        reopen(*control, "STOR f");
+        EXPECT_EQ(m_data->receiveToEnd(), "x");
+        control->say("226 Got it");
+        EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    }
+}
+
 TEST_F(TlsControlTest, AConsentSentAheadDoesNotOpenTheWayToClearText)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
+    startUpload(u"/f"_s, "x");
+    auto control = accept();
 
     control->sendBytes("220 Ready\r\n234 Go on\r\n331 P\r\n230 In\r\n");
-    control->hear();
+    EXPECT_EQ(control->hear(), "AUTH TLS");
+    EXPECT_NE(control->receive(1), "");
     control->say("234 Go on"); // In the midst of the handshake.
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
@@ -117,12 +123,10 @@ TEST_F(TlsControlTest, AConsentSentAheadDoesNotOpenTheWayToClearText)
 
 TEST_F(TlsControlTest, AHandshakeThatFailsIsAnErrorOfTheOtherDomain)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
-    control->say("220 Ready");
-    control->hear();
+    startUpload(u"/f"_s, "x");
+    auto control = hearWish();
     control->say("234 Go on");
-    EXPECT_FALSE(control->receive(1).isEmpty()); // What comes ahead of the handshake is dropped.
+    EXPECT_NE(control->receive(1), ""); // What comes ahead of the handshake is dropped.
 
     control->say("230 In");
 
@@ -131,27 +135,14 @@ TEST_F(TlsControlTest, AHandshakeThatFailsIsAnErrorOfTheOtherDomain)
     EXPECT_EQ(m_peer.connectionCount(), 1);
 }
 
-TEST_F(TlsControlTest, AServerThatKeepsSilentInTheHandshakeIsGivenUp)
-{
-    m_timeouts.reply = 50ms;
-    startSecureUpload(u"/f"_s, "x");
-    auto control = m_peer.accept();
-    control->say("220 Ready");
-    control->hear();
-    control->say("234 Go on");
-
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
-}
-
 TEST_F(TlsControlTest, WithoutProtectionOfDataNothingIsMoved)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = secure();
-    control->hear(7);
-    for (const char* reply : { "200 0", "536 Not here", "331 P", "230 In", "257 \"/\"", "200 I" }) {
-        control->say(reply);
-    }
-    control->say(extendedPassive());
+    startUpload(u"/f"_s, "x");
+    auto control = greet();
+    EXPECT_EQ(control->hear(7).last(), "EPSV");
+
+    control->say("200 0");
+    control->say("536 Not here");
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
     EXPECT_TRUE(m_dataPeer.isLeftAlone());
@@ -159,14 +150,10 @@ TEST_F(TlsControlTest, WithoutProtectionOfDataNothingIsMoved)
 
 TEST_F(TlsControlTest, ARefusalOfPbszAloneDoesNotMatter)
 {
-    startSecureUpload(u"/f"_s, "x");
-    auto control = secure();
-    control->hear(7);
-    for (const char* reply : { "502 What", "200 P", "331 P", "230 In", "257 \"/\"", "200 I" }) {
-        control->say(reply);
-    }
-    control->say(extendedPassive());
-    acceptData();
+    startUpload(u"/f"_s, "x");
+    auto control = greet();
+    control->answer({ "502 What", "200 P", "331 P", "230 In", "257 \"/\"", "200 I" });
+    reopen(*control, "STOR f");
 
     EXPECT_EQ(m_data->receive(1), "x");
 }
@@ -174,8 +161,8 @@ TEST_F(TlsControlTest, ARefusalOfPbszAloneDoesNotMatter)
 TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
 {
     m_tls = TlsServerContext(m_certificate, TLS1_2_VERSION);
-    startSecureUpload(u"/f"_s, "x");
-    auto encrypted = openSecurely("STOR f");
+    startUpload(u"/f"_s, "x");
+    auto encrypted = open("STOR f");
     ASSERT_TRUE(m_factory.lastSecurity());
     EXPECT_EQ(m_factory.lastSecurity()->protocol, u"TLSv1.2"_s);
     EXPECT_TRUE(m_factory.lastSecurity()->cipher.contains(u"AES"_s)
@@ -183,6 +170,7 @@ TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
     EXPECT_FALSE(m_factory.lastSecurity()->isVouchedFor);
     m_recorder.close();
 
+    m_encryption = FTPEncryption::None;
     startUpload(u"/g"_s, "x");
     auto plain = open("STOR g");
     EXPECT_TRUE(m_factory.lastSecurity()->protocol.isNull());
@@ -190,21 +178,16 @@ TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
 
 TEST_F(TlsControlTest, ConnectionsWithAndWithoutEncryptionAreKeptApart)
 {
-    startUpload(u"/f"_s, "x");
-    auto plain = open("STOR f");
-    m_data->receiveToEnd();
-    plain->say("226 Got it");
-    m_recorder.waitForEnd();
-
-    startSecureUpload(u"/g"_s, "y");
-    auto encrypted = openSecurely("STOR g");
-    EXPECT_EQ(m_data->receiveToEnd(), "y");
-    encrypted->say("226 Got it");
-    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    m_encryption = FTPEncryption::None;
+    auto plain = upload(u"f"_s, "x");
+    m_encryption = FTPEncryption::Required;
+    auto encrypted = upload(u"g"_s, "y");
+    m_encryption = FTPEncryption::None;
 
     startUpload(u"/h"_s, "z");
+
     EXPECT_EQ(plain->hear(), "EPSV");
-    EXPECT_EQ(m_peer.connectionCount(), 2);
+    EXPECT_TRUE(encrypted->isSilent());
 }
 
 } // namespace

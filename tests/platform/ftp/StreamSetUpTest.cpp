@@ -1,0 +1,256 @@
+// What is said in a set-up, and how refusals of it are reported.
+
+#include "CheckRows.h"
+#include "StreamTest.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace {
+
+using StreamSetUpTest = StreamTest;
+
+/// An option of this program's end of the connection to @p port; nothing when there is none.
+std::optional<int> optionOfSocketTo(quint16 port, int level, int name)
+{
+    for (int socket = 0; socket < 1000; ++socket) {
+        sockaddr_in peer{};
+        socklen_t length = sizeof peer;
+        int value = 0;
+        socklen_t valueLength = sizeof value;
+        if (::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &length) == 0 && peer.sin_port == htons(port)
+            && ::getsockopt(socket, level, name, &value, &valueLength) == 0) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+TEST_F(StreamSetUpTest, TheFolderIsEnteredRelativeToTheLoginFolderOrAbsolutely)
+{
+    checkRows<void(QString, QByteArray)>(
+        {
+            { u"/in/x%20y/f"_s, "CWD in/x y" },
+            { u"//srv/x/f"_s, "CWD /srv/x" },
+            { u"//f"_s, "CWD /" },
+            { u"/~x/f"_s, "CWD ./~x" },
+            { u"/%C3%A9%25/f"_s, "CWD \xc3\xa9%" },
+        },
+        [this](const QString& path, const QByteArray& command) {
+            startUpload(path, "x");
+            EXPECT_NE(logIn({ command, "TYPE I", "EPSV" }), nullptr);
+            m_recorder.close();
+        });
+}
+
+TEST_F(StreamSetUpTest, OnAKeptConnectionAnotherFolderIsEnteredAbsolutely)
+{
+    checkRows<void(QString, QByteArray)>(
+        {
+            { u"/in/x%20y/f"_s, "CWD /home/in/x y" },
+            { u"//srv/x/f"_s, "CWD /srv/x" },
+            { u"//f"_s, "CWD /" },
+            { u"/~x/f"_s, "CWD /home/~x" },
+        },
+        [this](const QString& path, const QByteArray& command) {
+            auto control = upload(u"first"_s, "1");
+            startUpload(path, "x");
+            EXPECT_EQ(control->hear(3), (QByteArrayList{ command, "TYPE I", "EPSV" }));
+            control->close();
+            m_recorder.close();
+            EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+        });
+}
+
+TEST_F(StreamSetUpTest, ALoginFolderAtTheRootMakesNoDoubleSlash)
+{
+    startUpload(u"/first"_s, "1");
+    auto control = greet();
+    control->answer({ "331 P", "230 In", "257 \"/\"", "200 I" });
+    reopen(*control, "STOR first");
+    m_data->receiveToEnd();
+    control->say("226 Got it");
+    m_recorder.waitForEnd();
+
+    startUpload(u"/sub/second"_s, "2");
+
+    EXPECT_EQ(control->hear(), "CWD /sub");
+}
+
+TEST_F(StreamSetUpTest, NamesArriveAsTheUserSeesThem)
+{
+    checkRows<void(QString, QByteArray)>(
+        {
+            { u"/%2541"_s, "STOR %41" },
+            { u"/%23%3B%3F%22'"_s, "STOR #;?\"'" },
+            { u"/;type=a"_s, "STOR ;type=a" },
+            { u"/%20lead"_s, "STOR  lead" },
+            { u"/~home"_s, "STOR ./~home" },
+            { u"/%F0%9F%98%80"_s, "STOR \xf0\x9f\x98\x80" },
+            { u"/name/"_s, "STOR name" },
+        },
+        [this](const QString& path, const QByteArray& command) {
+            startUpload(path, "x");
+            EXPECT_NE(open(command), nullptr);
+            m_recorder.close();
+        });
+}
+
+TEST_F(StreamSetUpTest, EveryRefusalIsReportedWithItsCode)
+{
+    checkRows<void(QByteArrayList, QString)>(
+        {
+            { "greeting 421", { "421 Too many" }, u"FTP 421"_s },
+            { "greeting 500", { "500 Go away" }, u"FTP 500"_s },
+            { "greeting 120", { "120 Wait\r\n220 Ready", "530 No" }, u"FTP 530"_s },
+            { "USER refused", { "220 Ready", "530 No", "503 First USER" }, u"FTP 530"_s },
+            { "USER wants an account", { "220 Ready", "332 Account" }, u"other"_s },
+            { "PASS refused", { "220 Ready", "331 P", "530 No" }, u"FTP 530"_s },
+            { "PASS wants an account", { "220 Ready", "331 P", "332 Account" }, u"other"_s },
+            { "PASS wanted and out of order", { "220 Ready", "331 P", "502 No" }, u"FTP 502"_s },
+            { "421 to PASS", { "220 Ready", "331 P", "421 Closing" }, u"FTP 421"_s },
+            { "TYPE refused", { "220 Ready", "331 P", "230 In", "502 No PWD", "504 No" }, u"FTP 504"_s },
+            { "EPSV 425", { "220 Ready", "331 P", "230 In", "502 No PWD", "200 I", "425 No" }, u"FTP 425"_s },
+            { "EPSV 530", { "220 Ready", "331 P", "230 In", "502 No PWD", "200 I", "530 No" }, u"FTP 530"_s },
+            { "PASV 502",
+              { "220 Ready", "331 P", "230 In", "502 No PWD", "200 I", "500 No EPSV", "502 No" },
+              u"FTP 502"_s },
+            { "PASV without a port",
+              { "220 Ready", "331 P", "230 In", "502 No PWD", "200 I", "500 No EPSV", "227 Come" },
+              u"other"_s },
+            { "no FTP at all", { "SSH-2.0-Server" }, u"other"_s },
+        },
+        [this](QByteArrayList replies, const QString& report) {
+            forgetServer();
+            startUpload(u"/f"_s, "x");
+            auto control = accept();
+            control->say(replies.takeFirst());
+            for (const QByteArray& reply : replies) {
+                if (!m_recorder.log().isEmpty()) {
+                    break;
+                }
+                control->answer({ reply });
+            }
+            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ report });
+            EXPECT_TRUE(m_peer.isLeftAlone());
+            control->close();
+            EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+        });
+}
+
+TEST_F(StreamSetUpTest, ALoginWithoutAPasswordGoesOn)
+{
+    startUpload(u"/f"_s, "x");
+    auto control = greet();
+    control->answer({ "230 In", "503 No password wanted", "257 \"/\"", "200 I" });
+    reopen(*control, "STOR f");
+
+    EXPECT_TRUE(m_recorder.waitFor(u"space"_s));
+}
+
+TEST_F(StreamSetUpTest, WithoutAUserNameTheLoginIsAnonymous)
+{
+    m_recorder.start(m_factory.createUploadStream(m_peer.location(u"/f"_s), 0), QString());
+
+    EXPECT_EQ(greet()->hear(2), (QByteArrayList{ "USER anonymous", "PASS anonymous@" }));
+}
+
+TEST_F(StreamSetUpTest, RepliesAreUnderstoodByteByByteAndWithOtherCodesInside)
+{
+    startUpload(u"/f"_s, "x");
+    auto control = accept();
+    const auto sayInBytes = [&control](const QByteArray& bytes) {
+        for (const char byte : bytes) {
+            control->sendBytes(QByteArray(1, byte));
+            drainEventLoop();
+        }
+    };
+    sayInBytes("220-Hello\r\n530 not meant\r\n220 Ready\r\n");
+    EXPECT_EQ(control->hear(5).last(), "EPSV");
+    sayInBytes("331 P\r\n230 In\r\n257 \"/\"\r\n200 I\r\n");
+    control->say(extendedPassive());
+
+    EXPECT_TRUE(m_recorder.waitFor(u"space"_s));
+}
+
+TEST_F(StreamSetUpTest, AConnectionThatCannotBeMadeIsAnErrorOfTheOtherDomain)
+{
+    m_peer.stopListening();
+
+    startUpload(u"/f"_s, "hello");
+
+    EXPECT_TRUE(m_recorder.log().isEmpty());
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+}
+
+TEST_F(StreamSetUpTest, WhatCannotBeSentFailsFromTheLoopWithoutAConnection)
+{
+    checkRows<void(QString, QString, QString)>(
+        {
+            { u"/a%0d%0aDELE%20b"_s, u"anna"_s, u"p"_s },
+            { u"/a%0a/f"_s, u"anna"_s, u"p"_s },
+            { u"/a%00"_s, u"anna"_s, u"p"_s },
+            { u"/f"_s, u"anna\r\nDELE b"_s, u"p"_s },
+            { u"/f"_s, u"anna"_s, u"p\nDELE b"_s },
+            { u"/f"_s, u"anna"_s, u"p"_s + QChar(0) },
+            { u"/"_s, u"anna"_s, u"p"_s },
+        },
+        [this](const QString& path, const QString& userName, const QString& password) {
+            m_recorder.start(m_factory.createUploadStream(m_peer.location(path), 1), userName, password);
+            EXPECT_TRUE(m_recorder.log().isEmpty());
+            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+        });
+    m_recorder.start(m_factory.createUploadStream(u"http://host/f"_s, 1));
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_F(StreamSetUpTest, IPv6ServersAreReachedInBrackets)
+{
+    ScriptedPeer peer(QHostAddress::LocalHostIPv6);
+    const ScriptedPeer dataPeer(QHostAddress::LocalHostIPv6);
+    m_recorder.data = "hello";
+    m_recorder.start(m_factory.createUploadStream(peer.location(u"/f"_s), 5));
+    auto control = peer.accept();
+    ASSERT_NE(control, nullptr);
+    control->say("220 Ready");
+    control->answer({ "331 P", "230 In", "257 \"/\"", "200 I", extendedPassive(dataPeer.port()) });
+
+    EXPECT_TRUE(m_recorder.waitFor(u"space"_s));
+}
+
+TEST_F(StreamSetUpTest, WhereAddressesAreThoseOfIPv6PasvIsNotTried)
+{
+    ScriptedPeer peer(QHostAddress::LocalHostIPv6);
+    m_recorder.start(m_factory.createUploadStream(peer.location(u"/f"_s), 5));
+    auto control = peer.accept();
+    ASSERT_NE(control, nullptr);
+    control->say("220 Ready");
+    control->answer({ "331 P", "230 In", "257 \"/\"", "200 I", "522 No EPSV" });
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 522"_s });
+    EXPECT_TRUE(control->isSilent());
+}
+
+TEST_F(StreamSetUpTest, TheSystemKeepsTheControlConnectionAliveAndHoldsNothingBack)
+{
+    startUpload(u"/f"_s, "x");
+    auto control = open("STOR f");
+
+    EXPECT_EQ(optionOfSocketTo(m_peer.port(), SOL_SOCKET, SO_KEEPALIVE), 1);
+    EXPECT_EQ(optionOfSocketTo(m_peer.port(), IPPROTO_TCP, TCP_NODELAY), 1);
+    EXPECT_EQ(optionOfSocketTo(m_dataPeer.port(), IPPROTO_TCP, TCP_NODELAY), 1);
+}
+
+TEST_F(StreamSetUpTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
+{
+    startListing(u"/"_s);
+    const auto control = greet();
+    control->answer({ "331 P", "530 anna/secret is no login\x1b" });
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
+    EXPECT_EQ(m_factory.lastReply(), u"530 anna/**** is no login\\x1b"_s);
+}
+
+} // namespace
