@@ -1,8 +1,8 @@
 #include "ControlServer.h"
 #include "FTPManager.h"
+#include "FakeFTPStream.h"
 #include "LogRecorder.h"
 #include "Printers.h"
-#include "ScriptedStreams.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -43,7 +43,7 @@ protected:
     template <typename Operation> auto abortWhenOver(Operation operation)
     {
         std::promise<void> over;
-        m_streams.whenOver = [&over] { over.set_value(); };
+        m_streams.next.whenOver = [&over](FakeFTPStream&) { over.set_value(); };
         auto result = std::async(std::launch::async, operation);
         over.get_future().wait();
         m_manager.abort();
@@ -51,32 +51,32 @@ protected:
     }
 
     std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
-    ScriptedStreams m_streams;
+    FakeStreamFactory m_streams;
     FTPManager m_manager{ m_streams };
     LogRecorder m_log;
 };
 
 TEST_F(FTPManagerAbortTest, AnAbortedListingSucceedsWithWhatCameBefore)
 {
-    m_streams.reads = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 first\n-rw-r--r-- 1 a b 1 Jan 12 15:04 sec"_ba };
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable } };
+    m_streams.next.readAnswers = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 first\n-rw-r--r-- 1 a b 1 Jan 12 15:04 sec"_ba };
+    m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable } };
 
     const auto entries = abortWhenOver([this] { return m_manager.contentsOfServer(m_server.get()); });
 
     ASSERT_TRUE(entries);
     ASSERT_EQ(entries->size(), 1);
     EXPECT_EQ(entries->first().name, u"first"_s);
-    EXPECT_EQ(m_streams.calls.last(), u"close"_s);
+    EXPECT_EQ(m_streams.last().calls.last(), u"close"_s);
     EXPECT_EQ(m_log.lines(), QStringList());
 }
 
 TEST_F(FTPManagerAbortTest, AnAbortedUploadSucceeds)
 {
-    m_streams.turns = { { OpenCompleted }, { HasSpaceAvailable } };
+    m_streams.next.turns = { { OpenCompleted }, { HasSpaceAvailable } };
 
     EXPECT_TRUE(abortWhenOver([this] { return m_manager.uploadData("hello", u"name"_s, m_server.get()); }));
 
-    EXPECT_EQ(m_streams.calls.last(), u"close"_s);
+    EXPECT_EQ(m_streams.last().calls.last(), u"close"_s);
 }
 
 TEST_F(FTPManagerAbortTest, AnAbortedFolderCreationSucceeds)
@@ -87,8 +87,8 @@ TEST_F(FTPManagerAbortTest, AnAbortedFolderCreationSucceeds)
 TEST_F(FTPManagerAbortTest, AnAbortedDownloadSucceedsAndKeepsWhatCame)
 {
     const QTemporaryDir directory;
-    m_streams.reads = { "hel"_ba };
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable } };
+    m_streams.next.readAnswers = { "hel"_ba };
+    m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable } };
 
     EXPECT_TRUE(abortWhenOver(
         [&] { return m_manager.downloadFile(u"name"_s, QUrl::fromLocalFile(directory.path()), m_server.get()); }));
@@ -102,21 +102,21 @@ TEST_F(FTPManagerAbortTest, AnAbortFromInsideAReportEndsTheOperation)
 {
     AbortingDelegate delegate(m_manager);
     m_manager.setDelegate(&delegate);
-    m_streams.writes = { 1 };
-    m_streams.turns = { { OpenCompleted }, { HasSpaceAvailable, HasSpaceAvailable }, { HasSpaceAvailable } };
+    m_streams.next.writeAnswers = { 1 };
+    m_streams.next.turns = { { OpenCompleted }, { HasSpaceAvailable, HasSpaceAvailable }, { HasSpaceAvailable } };
 
     EXPECT_TRUE(m_manager.uploadData("hello", u"name"_s, m_server.get()));
 
-    EXPECT_EQ(m_streams.written, "h"_ba);
+    EXPECT_EQ(m_streams.last().written, "h"_ba);
 }
 
 TEST_F(FTPManagerAbortTest, AnAbortBeforeAndAfterAnOperationDoesNothing)
 {
     m_manager.abort();
-    m_streams.turns = { { ErrorOccurred } };
+    m_streams.next.turns = { { ErrorOccurred } };
     EXPECT_FALSE(m_manager.createNewFolder(u"name"_s, m_server.get()));
     m_manager.abort();
-    m_streams.turns = { { ErrorOccurred } };
+    m_streams.next.turns = { { ErrorOccurred } };
     EXPECT_FALSE(m_manager.createNewFolder(u"name"_s, m_server.get()));
 }
 
@@ -152,10 +152,9 @@ TEST_F(FTPManagerAbortTest, AbortsAtAnyMomentDoNoHarm)
         }
     });
     for (int round = 0; round < 2000; ++round) {
-        m_streams.turns = { { OpenCompleted }, { HasSpaceAvailable }, { HasSpaceAvailable } };
-        m_streams.calls.clear();
+        m_streams.next.turns = { { OpenCompleted }, { HasSpaceAvailable }, { HasSpaceAvailable } };
         EXPECT_TRUE(m_manager.uploadData("hello", u"name"_s, m_server.get()));
-        EXPECT_EQ(m_streams.calls.last(), u"close"_s);
+        EXPECT_EQ(m_streams.last().calls.last(), u"close"_s);
     }
     done = true;
     aborter.join();
@@ -168,18 +167,18 @@ TEST_F(FTPManagerAbortTest, SixteenManagersRunSideBySide)
     std::atomic<size_t> arrived = 0;
     std::promise<void> allArrived;
     const std::shared_future<void> go = allArrived.get_future().share();
-    std::vector<ScriptedStreams> scripts(count);
+    std::vector<FakeStreamFactory> factories(count);
     std::vector<std::future<bool>> results;
-    for (ScriptedStreams& script : scripts) {
-        script.whenOver = [&] {
+    for (FakeStreamFactory& streams : factories) {
+        streams.next.whenOver = [&](FakeFTPStream& stream) {
             if (++arrived == count) {
                 allArrived.set_value();
             }
             go.wait();
-            script.turns = { { EndEncountered } };
+            stream.turns = { { EndEncountered } };
         };
-        results.push_back(std::async(std::launch::async, [this, &script] {
-            FTPManager manager(script);
+        results.push_back(std::async(std::launch::async, [this, &streams] {
+            FTPManager manager(streams);
             return manager.createNewFolder(u"name"_s, m_server.get());
         }));
     }

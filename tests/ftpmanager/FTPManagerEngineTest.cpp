@@ -1,7 +1,7 @@
 #include "FTPManager.h"
+#include "FakeFTPStream.h"
 #include "LogRecorder.h"
 #include "Printers.h"
-#include "ScriptedStreams.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -52,7 +52,7 @@ protected:
     void play(const std::vector<FTPStreamEvent>& events)
     {
         for (const FTPStreamEvent event : events) {
-            m_streams.turns.push_back({ event });
+            m_streams.next.turns.push_back({ event });
         }
     }
 
@@ -71,7 +71,7 @@ protected:
 
     QTemporaryDir m_directory;
     std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
-    ScriptedStreams m_streams;
+    FakeStreamFactory m_streams;
     RecordingDelegate m_delegate;
     FTPManager m_manager{ m_streams };
     LogRecorder m_log;
@@ -85,7 +85,7 @@ TEST_F(FTPManagerEngineTest, AnUploadSendsEverythingAndEndsWithItsSource)
 
     EXPECT_TRUE(upload("hello"));
 
-    EXPECT_EQ(m_streams.written, "hello"_ba);
+    EXPECT_EQ(m_streams.last().written, "hello"_ba);
     EXPECT_EQ(m_log.lines(), QStringList());
 }
 
@@ -96,24 +96,24 @@ TEST_F(FTPManagerEngineTest, AnUploadReadsOneBufferAtATime)
 
     EXPECT_TRUE(upload(data));
 
-    EXPECT_EQ(m_streams.written, data);
-    EXPECT_EQ(m_streams.calls.filter(u"write"_s), (QStringList{ u"write 32768"_s, u"write 5"_s }));
+    EXPECT_EQ(m_streams.last().written, data);
+    EXPECT_EQ(m_streams.last().calls.filter(u"write"_s), (QStringList{ u"write 32768"_s, u"write 5"_s }));
 }
 
 TEST_F(FTPManagerEngineTest, WhatAWriteDoesNotTakeWaitsForTheNextEvent)
 {
-    m_streams.writes = { 3, 1 };
+    m_streams.next.writeAnswers = { 3, 1 };
     play({ HasSpaceAvailable, HasSpaceAvailable, HasSpaceAvailable, HasSpaceAvailable });
 
     EXPECT_TRUE(upload("0123456789"));
 
-    EXPECT_EQ(m_streams.written, "0123456789"_ba);
-    EXPECT_EQ(m_streams.calls.filter(u"write"_s), (QStringList{ u"write 10"_s, u"write 7"_s, u"write 6"_s }));
+    EXPECT_EQ(m_streams.last().written, "0123456789"_ba);
+    EXPECT_EQ(m_streams.last().calls.filter(u"write"_s), (QStringList{ u"write 10"_s, u"write 7"_s, u"write 6"_s }));
 }
 
 TEST_F(FTPManagerEngineTest, AnUploadReportsEveryPartThatWasTaken)
 {
-    m_streams.writes = { 3 };
+    m_streams.next.writeAnswers = { 3 };
     play({ OpenCompleted, HasSpaceAvailable, HasSpaceAvailable, HasSpaceAvailable });
 
     EXPECT_TRUE(upload("0123456789"));
@@ -130,16 +130,16 @@ TEST_F(FTPManagerEngineTest, AnEmptyUploadSucceedsWithoutAWrite)
 
     EXPECT_TRUE(upload(""));
 
-    EXPECT_TRUE(m_streams.calls.filter(u"write"_s).isEmpty());
+    EXPECT_TRUE(m_streams.last().calls.filter(u"write"_s).isEmpty());
     EXPECT_TRUE(m_delegate.uploads.empty());
 }
 
 TEST_F(FTPManagerEngineTest, AnEmptyUploadHasNoProgress)
 {
     std::optional<FTPManagerProgress> progress = FTPManagerProgress();
-    m_streams.whenOver = [&] {
+    m_streams.next.whenOver = [&](FakeFTPStream& stream) {
         progress = m_manager.progress();
-        play({ HasSpaceAvailable });
+        stream.turns = { { HasSpaceAvailable } };
     };
 
     EXPECT_TRUE(upload(""));
@@ -151,8 +151,8 @@ TEST_F(FTPManagerEngineTest, AWriteThatTakesNothingIsAFailure)
 {
     for (const qint64 answer : { 0, -1 }) {
         const LogRecorder log;
-        m_streams.writes = { answer };
-        m_streams.turns = { { HasSpaceAvailable } };
+        m_streams.next.writeAnswers = { answer };
+        m_streams.next.turns = { { HasSpaceAvailable } };
 
         EXPECT_FALSE(upload("hello"));
 
@@ -167,9 +167,9 @@ TEST_F(FTPManagerEngineTest, ASourceThatCannotBeReadIsAFailure)
     file.write(QByteArray(40'000, 'x'));
     file.close();
     play({ HasSpaceAvailable });
-    m_streams.whenOver = [&] {
+    m_streams.next.whenOver = [&](FakeFTPStream& stream) {
         ASSERT_TRUE(file.resize(100));
-        play({ HasSpaceAvailable });
+        stream.turns = { { HasSpaceAvailable } };
     };
 
     EXPECT_FALSE(m_manager.uploadFile(QUrl::fromLocalFile(localPath()), m_server.get()));
@@ -181,7 +181,7 @@ TEST_F(FTPManagerEngineTest, ASourceThatCannotBeReadIsAFailure)
 
 TEST_F(FTPManagerEngineTest, ADownloadWritesWhatItReadsAndEndsWithARead)
 {
-    m_streams.reads = { "hello "_ba, "world"_ba };
+    m_streams.next.readAnswers = { "hello "_ba, "world"_ba };
     play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable, HasBytesAvailable });
 
     EXPECT_TRUE(download());
@@ -192,8 +192,8 @@ TEST_F(FTPManagerEngineTest, ADownloadWritesWhatItReadsAndEndsWithARead)
 
 TEST_F(FTPManagerEngineTest, ADownloadReportsItsBeginningAndEveryPart)
 {
-    m_streams.resourceSize = 10;
-    m_streams.reads = { "0123"_ba, "456789"_ba };
+    m_streams.next.resourceSize = 10;
+    m_streams.next.readAnswers = { "0123"_ba, "456789"_ba };
     play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable, HasBytesAvailable });
 
     EXPECT_TRUE(download());
@@ -207,7 +207,7 @@ TEST_F(FTPManagerEngineTest, ADownloadReportsItsBeginningAndEveryPart)
 
 TEST_F(FTPManagerEngineTest, ADownloadOfUnknownSizeReportsNothingAsItsProgress)
 {
-    m_streams.reads = { "0123"_ba };
+    m_streams.next.readAnswers = { "0123"_ba };
     play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable });
 
     EXPECT_TRUE(download());
@@ -219,11 +219,11 @@ TEST_F(FTPManagerEngineTest, ADownloadOfUnknownSizeReportsNothingAsItsProgress)
 
 TEST_F(FTPManagerEngineTest, TheSizeOfAnEarlierDownloadIsForgotten)
 {
-    m_streams.resourceSize = 10;
+    m_streams.next.resourceSize = 10;
     play({ OpenCompleted, HasBytesAvailable });
     EXPECT_TRUE(download());
-    m_streams.resourceSize.reset();
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable } };
+    m_streams.next.resourceSize.reset();
+    m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable } };
 
     EXPECT_TRUE(download());
 
@@ -232,7 +232,7 @@ TEST_F(FTPManagerEngineTest, TheSizeOfAnEarlierDownloadIsForgotten)
 
 TEST_F(FTPManagerEngineTest, AReadThatFailsEndsADownload)
 {
-    m_streams.reads = { "0123"_ba, std::nullopt };
+    m_streams.next.readAnswers = { "0123"_ba, std::nullopt };
     play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable });
 
     EXPECT_FALSE(download());
@@ -243,7 +243,7 @@ TEST_F(FTPManagerEngineTest, AReadThatFailsEndsADownload)
 TEST_F(FTPManagerEngineTest, AFullDiskEndsADownload)
 {
     ASSERT_TRUE(QFile::link(u"/dev/full"_s, localPath()));
-    m_streams.reads = { "0123"_ba };
+    m_streams.next.readAnswers = { "0123"_ba };
     play({ OpenCompleted, HasBytesAvailable });
 
     EXPECT_FALSE(download());
@@ -267,7 +267,8 @@ TEST_F(FTPManagerEngineTest, AnEmptyDownloadToAPlaceThatCannotBeWrittenFails)
 
 TEST_F(FTPManagerEngineTest, AListingIsGatheredAndEndsWithARead)
 {
-    m_streams.reads = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 fi"_ba, "rst\n-rw-r--r-- 1 a b 1 Jan 12 15:04 second\r\n"_ba };
+    m_streams.next.readAnswers
+        = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 fi"_ba, "rst\n-rw-r--r-- 1 a b 1 Jan 12 15:04 second\r\n"_ba };
     play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable, HasBytesAvailable });
 
     const auto entries = list();
@@ -280,7 +281,7 @@ TEST_F(FTPManagerEngineTest, AListingIsGatheredAndEndsWithARead)
 
 TEST_F(FTPManagerEngineTest, AReadThatFailsEndsAListing)
 {
-    m_streams.reads = { std::nullopt };
+    m_streams.next.readAnswers = { std::nullopt };
     play({ OpenCompleted, HasBytesAvailable });
 
     EXPECT_FALSE(list());
@@ -292,9 +293,9 @@ TEST_F(FTPManagerEngineTest, AListingHasNoProgress)
 {
     std::optional<FTPManagerProgress> progress = FTPManagerProgress();
     play({ OpenCompleted });
-    m_streams.whenOver = [&] {
+    m_streams.next.whenOver = [&](FakeFTPStream& stream) {
         progress = m_manager.progress();
-        play({ HasBytesAvailable });
+        stream.turns = { { HasBytesAvailable } };
     };
 
     EXPECT_TRUE(list());
@@ -310,16 +311,16 @@ TEST_F(FTPManagerEngineTest, OnlyAFolderIsCompleteWithTheEndOfItsStream)
     play({ OpenCompleted, EndEncountered });
     EXPECT_TRUE(createFolder());
 
-    m_streams.turns = { { EndEncountered }, { HasSpaceAvailable }, { HasSpaceAvailable } };
+    m_streams.next.turns = { { EndEncountered }, { HasSpaceAvailable }, { HasSpaceAvailable } };
     EXPECT_TRUE(upload("hello"));
-    EXPECT_EQ(m_streams.written, "hello"_ba);
+    EXPECT_EQ(m_streams.last().written, "hello"_ba);
 
-    m_streams.reads = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 first\n"_ba };
-    m_streams.turns = { { EndEncountered }, { HasBytesAvailable }, { HasBytesAvailable } };
+    m_streams.next.readAnswers = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 first\n"_ba };
+    m_streams.next.turns = { { EndEncountered }, { HasBytesAvailable }, { HasBytesAvailable } };
     EXPECT_EQ(list()->size(), 1);
 
-    m_streams.reads = { "hello"_ba };
-    m_streams.turns = { { EndEncountered }, { HasBytesAvailable }, { HasBytesAvailable } };
+    m_streams.next.readAnswers = { "hello"_ba };
+    m_streams.next.turns = { { EndEncountered }, { HasBytesAvailable }, { HasBytesAvailable } };
     EXPECT_TRUE(download());
     EXPECT_EQ(localContents(), "hello"_ba);
 }
@@ -329,7 +330,7 @@ TEST_F(FTPManagerEngineTest, BytesWhereNoneBelongAreAFailure)
     for (const auto& operation :
          { std::function([this] { return upload("hello"); }), std::function([this] { return createFolder(); }) }) {
         const LogRecorder log;
-        m_streams.turns = { { HasBytesAvailable } };
+        m_streams.next.turns = { { HasBytesAvailable } };
 
         EXPECT_FALSE(operation());
 
@@ -343,7 +344,7 @@ TEST_F(FTPManagerEngineTest, SpaceWhereNoneBelongsIsAFailure)
          { std::function([this] { return createFolder(); }), std::function([this] { return list().has_value(); }),
            std::function([this] { return download(); }) }) {
         const LogRecorder log;
-        m_streams.turns = { { HasSpaceAvailable } };
+        m_streams.next.turns = { { HasSpaceAvailable } };
 
         EXPECT_FALSE(operation());
 
@@ -357,7 +358,7 @@ TEST_F(FTPManagerEngineTest, AnErrorEndsEveryOperation)
          { std::function([this] { return upload("hello"); }), std::function([this] { return createFolder(); }),
            std::function([this] { return list().has_value(); }), std::function([this] { return download(); }) }) {
         const LogRecorder log;
-        m_streams.turns = { { OpenCompleted }, { ErrorOccurred } };
+        m_streams.next.turns = { { OpenCompleted }, { ErrorOccurred } };
 
         EXPECT_FALSE(operation());
 
@@ -367,7 +368,8 @@ TEST_F(FTPManagerEngineTest, AnErrorEndsEveryOperation)
 
 TEST_F(FTPManagerEngineTest, NothingThatComesAfterTheEndCounts)
 {
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable, ErrorOccurred, HasSpaceAvailable, HasBytesAvailable } };
+    m_streams.next.turns
+        = { { OpenCompleted }, { HasBytesAvailable, ErrorOccurred, HasSpaceAvailable, HasBytesAvailable } };
 
     EXPECT_TRUE(list());
 
@@ -376,7 +378,7 @@ TEST_F(FTPManagerEngineTest, NothingThatComesAfterTheEndCounts)
 
 TEST_F(FTPManagerEngineTest, AFailureIsNotTurnedIntoASuccess)
 {
-    m_streams.turns = { { ErrorOccurred, EndEncountered } };
+    m_streams.next.turns = { { ErrorOccurred, EndEncountered } };
 
     EXPECT_FALSE(createFolder());
 
@@ -389,25 +391,25 @@ TEST_F(FTPManagerEngineTest, AStreamIsLoggedInThenOpenedAndInTheEndClosed)
 
     EXPECT_TRUE(createFolder());
 
-    EXPECT_EQ(m_streams.calls,
-              (QStringList{ u"folder ftp://host/name/"_s, u"user user"_s, u"password word"_s, u"open"_s, u"close"_s }));
+    EXPECT_EQ(m_streams.last().calls,
+              (QStringList{ u"setUserName user"_s, u"setPassword word"_s, u"open"_s, u"close"_s }));
 }
 
 TEST_F(FTPManagerEngineTest, AManagerCanBeUsedAgain)
 {
-    m_streams.turns = { { ErrorOccurred } };
+    m_streams.next.turns = { { ErrorOccurred } };
     EXPECT_FALSE(upload("hello"));
-    m_streams.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
+    m_streams.next.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
     EXPECT_TRUE(upload("again"));
 
-    EXPECT_EQ(m_streams.written, "again"_ba);
+    EXPECT_EQ(m_streams.last().written, "again"_ba);
     EXPECT_FALSE(m_manager.progress());
 }
 
 TEST_F(FTPManagerEngineTest, WorksWithoutADelegate)
 {
     m_manager.setDelegate(nullptr);
-    m_streams.reads = { "hello"_ba };
+    m_streams.next.readAnswers = { "hello"_ba };
     play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable });
 
     EXPECT_TRUE(download());

@@ -1,7 +1,7 @@
 #include "FTPManager.h"
+#include "FakeFTPStream.h"
 #include "LogRecorder.h"
 #include "Printers.h"
-#include "ScriptedStreams.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using enum FTPStreamEvent;
+using Kind = FakeFTPStream::Kind;
 
 class FTPManagerOperationsTest : public ::testing::Test {
 protected:
@@ -53,17 +54,20 @@ protected:
 
     std::optional<QList<ListingEntry>> list(const QByteArray& listing)
     {
-        m_streams.reads.clear();
+        m_streams.next.readAnswers.clear();
         if (!listing.isEmpty()) {
-            m_streams.reads = { listing };
+            m_streams.next.readAnswers = { listing };
         }
-        m_streams.turns.assign(static_cast<size_t>(listing.size() / 32768) + 2, { HasBytesAvailable });
+        m_streams.next.turns.assign(static_cast<size_t>(listing.size() / 32768) + 2, { HasBytesAvailable });
         return m_manager.contentsOfServer(m_server.get());
     }
 
+    /// What a stream is told of the record, before anything else.
+    const QStringList m_login{ u"setUserName user"_s, u"setPassword word"_s };
+
     QTemporaryDir m_directory;
     std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host/dir"_s, u"user"_s, u"word"_s);
-    ScriptedStreams m_streams;
+    FakeStreamFactory m_streams;
     FTPManager m_manager{ m_streams };
 };
 
@@ -76,7 +80,7 @@ TEST_F(FTPManagerOperationsTest, NoRecordIsRefusedByEveryOperation)
 
         EXPECT_EQ(log.lines(), QStringList{ u"FMServer check failed: server cannot be nil"_s });
     }
-    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_TRUE(m_streams.streams().empty());
 }
 
 TEST_F(FTPManagerOperationsTest, AnIncompleteRecordIsRefusedByEveryOperationWithALineForEachFault)
@@ -94,7 +98,7 @@ TEST_F(FTPManagerOperationsTest, AnIncompleteRecordIsRefusedByEveryOperationWith
                                 u"FMServer check failed: password cannot be nil"_s,
                                 u"FMServer check failed: port cannot be negative"_s }));
     }
-    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_TRUE(m_streams.streams().empty());
 }
 
 TEST_F(FTPManagerOperationsTest, NoDestinationAndNoUserNameAreLoggedInThisOrder)
@@ -124,7 +128,7 @@ TEST_F(FTPManagerOperationsTest, APortBelowOneIsRefused)
 TEST_F(FTPManagerOperationsTest, EmptyTextsOfARecordAreAccepted)
 {
     const auto server = FMServer::serverWithDestination(u""_s, u""_s, u""_s);
-    m_streams.turns = { { EndEncountered } };
+    m_streams.next.turns = { { EndEncountered } };
     const LogRecorder log;
 
     EXPECT_TRUE(m_manager.createNewFolder(u"name"_s, server.get()));
@@ -135,13 +139,13 @@ TEST_F(FTPManagerOperationsTest, EmptyTextsOfARecordAreAccepted)
 TEST_F(FTPManagerOperationsTest, AnAnonymousRecordIsAccepted)
 {
     const auto server = FMServer::anonymousServerWithDestination(u"host"_s);
-    m_streams.turns = { { EndEncountered } };
+    m_streams.next.turns = { { EndEncountered } };
     const LogRecorder log;
 
     EXPECT_TRUE(m_manager.createNewFolder(u"name"_s, server.get()));
 
     EXPECT_EQ(log.lines(), QStringList());
-    EXPECT_EQ(m_streams.calls.mid(1, 2), (QStringList{ u"user anonymous"_s, u"password "_s }));
+    EXPECT_EQ(m_streams.last().calls.first(2), (QStringList{ u"setUserName anonymous"_s, u"setPassword "_s }));
 }
 
 TEST_F(FTPManagerOperationsTest, UnusableArgumentsAreRefusedWithoutAWordOrAStream)
@@ -164,7 +168,7 @@ TEST_F(FTPManagerOperationsTest, UnusableArgumentsAreRefusedWithoutAWordOrAStrea
     EXPECT_FALSE(m_manager.chmodFileNamed(QString(), 644, m_server.get()));
     EXPECT_FALSE(m_manager.chmodFileNamed(u"name"_s, 778, m_server.get()));
 
-    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_TRUE(m_streams.streams().empty());
     EXPECT_EQ(log.lines(), QStringList());
 }
 
@@ -173,72 +177,78 @@ TEST_F(FTPManagerOperationsTest, ANameThatLeadsOutOfTheLocalFolderIsRefused)
     for (const QString& name : { u".."_s, u"../name"_s, u"a/../../name"_s, u"na\0me"_s }) {
         EXPECT_FALSE(m_manager.downloadFile(name, directoryURL(), m_server.get()));
     }
-    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_TRUE(m_streams.streams().empty());
 }
 
 TEST_F(FTPManagerOperationsTest, DataIsUploadedUnderItsName)
 {
-    m_streams.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
+    m_streams.next.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
 
     EXPECT_TRUE(m_manager.uploadData("hello", u"my file #1.txt"_s, m_server.get()));
 
-    EXPECT_EQ(m_streams.calls,
-              (QStringList{ u"upload ftp://host/dir/my%20file%20%231.txt 5"_s, u"user user"_s, u"password word"_s,
-                            u"open"_s, u"write 5"_s, u"close"_s }));
+    const FakeFTPStream& stream = m_streams.last();
+    EXPECT_EQ(stream.kind, Kind::Upload);
+    EXPECT_EQ(stream.location, u"ftp://host/dir/my%20file%20%231.txt"_s);
+    EXPECT_EQ(stream.length, 5);
+    EXPECT_EQ(stream.calls, m_login + QStringList({ u"open"_s, u"write 5"_s, u"close"_s }));
+    EXPECT_EQ(stream.written, "hello"_ba);
 }
 
 TEST_F(FTPManagerOperationsTest, AFileIsUploadedUnderItsOwnName)
 {
-    m_streams.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
+    m_streams.next.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
     m_server->setPort(2121);
 
     EXPECT_TRUE(m_manager.uploadFile(localFile("50% caf\xC3\xA9.txt", "hello"), m_server.get()));
 
-    EXPECT_EQ(m_streams.calls.first(), u"upload ftp://host:2121/dir/50%25%20caf%C3%A9.txt 5"_s);
-    EXPECT_EQ(m_streams.written, "hello"_ba);
+    EXPECT_EQ(m_streams.last().kind, Kind::Upload);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host:2121/dir/50%25%20caf%C3%A9.txt"_s);
+    EXPECT_EQ(m_streams.last().length, 5);
+    EXPECT_EQ(m_streams.last().written, "hello"_ba);
 }
 
 TEST_F(FTPManagerOperationsTest, AFolderIsCreatedAtALocationThatEndsInASlash)
 {
-    m_streams.turns = { { EndEncountered } };
+    m_streams.next.turns = { { EndEncountered } };
 
     EXPECT_TRUE(m_manager.createNewFolder(u"new folder"_s, m_server.get()));
 
-    EXPECT_EQ(m_streams.calls.first(), u"folder ftp://host/dir/new%20folder/"_s);
+    EXPECT_EQ(m_streams.last().kind, Kind::Folder);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/new%20folder/"_s);
 }
 
 TEST_F(FTPManagerOperationsTest, AFolderIsListedAtALocationThatEndsInOneSlash)
 {
     struct Row {
         QString destination;
-        QString call;
+        QString location;
     };
     for (const Row& row : {
-             Row{ u"host"_s, u"listing ftp://host/"_s },
-             Row{ u"host/"_s, u"listing ftp://host/"_s },
-             Row{ u"host/dir"_s, u"listing ftp://host/dir/"_s },
-             Row{ u"ftp://host/a/b/"_s, u"listing ftp://host/a/b/"_s },
+             Row{ u"host"_s, u"ftp://host/"_s },
+             Row{ u"host/"_s, u"ftp://host/"_s },
+             Row{ u"host/dir"_s, u"ftp://host/dir/"_s },
+             Row{ u"ftp://host/a/b/"_s, u"ftp://host/a/b/"_s },
          }) {
         m_server->setDestination(row.destination);
-        m_streams.calls.clear();
 
         EXPECT_TRUE(list(""));
 
-        EXPECT_EQ(m_streams.calls.first(), row.call);
+        EXPECT_EQ(m_streams.last().kind, Kind::Listing);
+        EXPECT_EQ(m_streams.last().location, row.location);
     }
 }
 
 TEST_F(FTPManagerOperationsTest, ADownloadAsksForTheSizeAndOverwrites)
 {
     localFile("name", "an old and longer text");
-    m_streams.reads = { "hello"_ba };
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
+    m_streams.next.readAnswers = { "hello"_ba };
+    m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
 
     EXPECT_TRUE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
 
-    EXPECT_EQ(m_streams.calls,
-              (QStringList{ u"download ftp://host/dir/name"_s, u"user user"_s, u"password word"_s, u"fetch info"_s,
-                            u"open"_s, u"close"_s }));
+    EXPECT_EQ(m_streams.last().kind, Kind::Download);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/name"_s);
+    EXPECT_EQ(m_streams.last().calls, m_login + QStringList({ u"setFetchResourceInfo"_s, u"open"_s, u"close"_s }));
     QFile file(m_directory.filePath(u"name"_s));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), "hello"_ba);
@@ -246,8 +256,8 @@ TEST_F(FTPManagerOperationsTest, ADownloadAsksForTheSizeAndOverwrites)
 
 TEST_F(FTPManagerOperationsTest, ADownloadThatFailsMidwayLeavesNoFile)
 {
-    m_streams.reads = { "hel"_ba };
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable }, { ErrorOccurred } };
+    m_streams.next.readAnswers = { "hel"_ba };
+    m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable }, { ErrorOccurred } };
     const LogRecorder log;
 
     EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
@@ -260,8 +270,8 @@ TEST_F(FTPManagerOperationsTest, ADownloadMakesNoFileThroughALinkThatLeadsToNoth
     const QString link = m_directory.filePath(u"name"_s);
     const QString elsewhere = m_directory.filePath(u"elsewhere"_s);
     ASSERT_TRUE(QFile::link(elsewhere, link));
-    m_streams.reads = { "hello"_ba };
-    m_streams.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
+    m_streams.next.readAnswers = { "hello"_ba };
+    m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
     const LogRecorder log;
 
     EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
@@ -279,7 +289,7 @@ TEST_F(FTPManagerOperationsTest, AStreamThatCannotBeMadeFailsWithoutAWord)
         EXPECT_FALSE(all[i](m_server.get()));
     }
 
-    EXPECT_EQ(m_streams.calls.size(), 5);
+    EXPECT_EQ(m_streams.streams().size(), 5U);
     EXPECT_EQ(log.lines(), QStringList());
 }
 
@@ -292,7 +302,7 @@ TEST_F(FTPManagerOperationsTest, ADestinationThatIsNoLocationFailsWithoutAStream
         EXPECT_FALSE(all[i](m_server.get()));
     }
 
-    EXPECT_EQ(m_streams.calls, QStringList());
+    EXPECT_TRUE(m_streams.streams().empty());
     EXPECT_EQ(log.lines(), QStringList());
 }
 
@@ -300,28 +310,26 @@ TEST_F(FTPManagerOperationsTest, ARefusedLoginFailsBeforeTheStreamIsOpened)
 {
     const std::vector<Operation> all = operations();
     for (size_t i = 0; i < 5; ++i) {
-        m_streams.calls.clear();
-        m_streams.refusesUserName = true;
+        m_streams.next.refusesUserName = true;
         EXPECT_FALSE(all[i](m_server.get()));
-        EXPECT_EQ(m_streams.calls.mid(1), QStringList{ u"user user"_s });
+        EXPECT_EQ(m_streams.last().calls, m_login.first(1));
 
-        m_streams.calls.clear();
-        m_streams.refusesUserName = false;
-        m_streams.refusesPassword = true;
+        m_streams.next.refusesUserName = false;
+        m_streams.next.refusesPassword = true;
         EXPECT_FALSE(all[i](m_server.get()));
-        EXPECT_EQ(m_streams.calls.mid(1), (QStringList{ u"user user"_s, u"password word"_s }));
-        m_streams.refusesPassword = false;
+        EXPECT_EQ(m_streams.last().calls, m_login);
+        m_streams.next.refusesPassword = false;
     }
 }
 
 TEST_F(FTPManagerOperationsTest, ADownloadThatFailsBeforeItRunsLeavesTheEmptyFile)
 {
-    m_streams.refusesFetchResourceInfo = true;
+    m_streams.next.refusesFetchResourceInfo = true;
 
     EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
 
     EXPECT_TRUE(QFile::exists(m_directory.filePath(u"name"_s)));
-    EXPECT_FALSE(m_streams.calls.contains(u"open"_s));
+    EXPECT_FALSE(m_streams.last().wasOpened());
 }
 
 TEST_F(FTPManagerOperationsTest, AnEmptyListingHasNoEntries)

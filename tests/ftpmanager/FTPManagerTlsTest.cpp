@@ -2,9 +2,9 @@
 
 #include "ControlServer.h"
 #include "FTPManager.h"
+#include "FakeFTPStream.h"
 #include "LogRecorder.h"
 #include "Printers.h"
-#include "ScriptedStreams.h"
 
 #include <QTemporaryDir>
 #include <QUrl>
@@ -150,18 +150,18 @@ TEST_F(FTPManagerTlsTest, ACertificateThatIsNotTrustedGetsNoLogin)
 
 TEST_F(FTPManagerTlsTest, WhyAnOperationFailedIsToldOfTheLatestOneAlone)
 {
-    ScriptedStreams streams;
+    FakeStreamFactory streams;
     const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
     FTPManager manager(streams);
     EXPECT_FALSE(manager.hasRefusedCertificate());
 
-    streams.errorDomain = FTPStreamError::Domain::Certificate;
-    streams.turns = { { FTPStreamEvent::ErrorOccurred } };
+    streams.next.error.domain = FTPStreamError::Domain::Certificate;
+    streams.next.turns = { { FTPStreamEvent::ErrorOccurred } };
     EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
     EXPECT_TRUE(manager.hasRefusedCertificate());
 
-    streams.errorDomain = FTPStreamError::Domain::Other;
-    streams.turns = { { FTPStreamEvent::ErrorOccurred } };
+    streams.next.error.domain = FTPStreamError::Domain::Other;
+    streams.next.turns = { { FTPStreamEvent::ErrorOccurred } };
     EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
     EXPECT_FALSE(manager.hasRefusedCertificate());
 }
@@ -182,28 +182,30 @@ TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheFarewellIsAFailure)
 
 TEST_F(FTPManagerTlsTest, StreamsAreToldWhatTheRecordSays)
 {
-    ScriptedStreams streams;
-    streams.turns = { { FTPStreamEvent::EndEncountered } };
+    FakeStreamFactory streams;
+    streams.next.turns = { { FTPStreamEvent::EndEncountered } };
     const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
     EXPECT_TRUE(FTPManager(streams).createNewFolder(u"a"_s, record.get()));
-    EXPECT_EQ(streams.encryption, FTPEncryption::None);
+    EXPECT_EQ(streams.last().encryption, FTPEncryption::None);
 
     record->setEncryption(FTPEncryption::Required);
     record->setTrustedFingerprints({ "fingerprint" });
-    streams.turns = { { FTPStreamEvent::EndEncountered } };
+    streams.next.turns = { { FTPStreamEvent::EndEncountered } };
     EXPECT_TRUE(FTPManager(streams).createNewFolder(u"a"_s, record.get()));
-    EXPECT_EQ(streams.encryption, FTPEncryption::Required);
-    EXPECT_EQ(streams.trustedCertificates, QList<QByteArray>{ "fingerprint" });
+    EXPECT_EQ(streams.last().encryption, FTPEncryption::Required);
+    EXPECT_EQ(streams.last().trustedCertificates, QList<QByteArray>{ "fingerprint" });
 
-    streams.refusesEncryption = true;
-    streams.calls.clear();
+    FakeStreamFactory refusing;
+    refusing.next.refusesEncryption = true;
     const QTemporaryDir folder;
-    FTPManager manager(streams);
+    FTPManager manager(refusing);
     EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
     EXPECT_FALSE(manager.uploadData("x", u"a"_s, record.get()));
     EXPECT_FALSE(manager.contentsOfServer(record.get()));
     EXPECT_FALSE(manager.downloadFile(u"a"_s, QUrl::fromLocalFile(folder.path()), record.get()));
-    EXPECT_FALSE(streams.calls.contains(u"open"_s));
+    for (const auto& stream : refusing.streams()) {
+        EXPECT_FALSE(stream->wasOpened());
+    }
 }
 
 } // namespace

@@ -100,7 +100,7 @@ TEST_F(ViewControllerHistoryTest, AFileThatCannotBeReadHasFailedAtItsStart)
 
 TEST_F(ViewControllerHistoryTest, AStreamThatTakesNoLoginHasFailedAtItsStart)
 {
-    m_streams.refusesUserName = true;
+    m_streams.next.refusesUserName = true;
     NetworkManager::sharedInstance().setNetworkOperationCount(100);
     m_controller->uploadFiles({ makeFile(u"a"_s) });
 
@@ -108,7 +108,7 @@ TEST_F(ViewControllerHistoryTest, AStreamThatTakesNoLoginHasFailedAtItsStart)
 
     EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Failed });
     EXPECT_EQ(row(0).status, u"Could not send username."_s);
-    m_streams.refusesUserName = false;
+    m_streams.next.refusesUserName = false;
 }
 
 TEST_F(ViewControllerHistoryTest, ClearQueueRemovesWhatWaits)

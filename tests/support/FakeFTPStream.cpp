@@ -1,5 +1,7 @@
 #include "FakeFTPStream.h"
 
+#include <QObject>
+
 #include <algorithm>
 #include <utility>
 
@@ -37,15 +39,53 @@ public:
         m_record->trustedCertificates = fingerprints;
     }
     void setDelegate(FTPStreamDelegate* delegate) override { m_record->delegate = delegate; }
-    void open() override { m_record->calls.append(u"open"_s); }
-    void close() override { m_record->calls.append(u"close"_s); }
+    void open() override
+    {
+        m_record->calls.append(u"open"_s);
+        if (!m_record->turns.empty() || m_record->whenOver != nullptr) {
+            playNextTurn();
+        }
+    }
+    void close() override
+    {
+        m_record->calls.append(u"close"_s);
+        m_loop.reset();
+    }
     FTPStreamError error() const override { return m_record->error; }
 
 protected:
     FakeFTPStream& fake() const { return *m_record; }
 
 private:
+    void playNextTurn()
+    {
+        QMetaObject::invokeMethod(
+            m_loop.get(), [this] { playTurn(); }, Qt::QueuedConnection);
+    }
+
+    void playTurn()
+    {
+        const std::shared_ptr<FakeFTPStream> record = m_record; // An event may destroy this stream.
+        if (record->turns.empty()) {
+            if (record->whenOver == nullptr) {
+                record->sendOtherError();
+                return;
+            }
+            std::exchange(record->whenOver, nullptr)(*record);
+            if (record->turns.empty()) {
+                return;
+            }
+        }
+        const std::vector<FTPStreamEvent> events = std::move(record->turns.front());
+        record->turns.pop_front();
+        playNextTurn();
+        for (const FTPStreamEvent event : events) {
+            record->send(event);
+        }
+    }
+
     std::shared_ptr<FakeFTPStream> m_record;
+    std::unique_ptr<QObject> m_loop = std::make_unique<QObject>(); ///< Null once closed.
 };
 
 class FakeReadStream final : public FakeStreamBase<FTPReadStream> {
@@ -73,7 +113,7 @@ public:
     bool setFetchResourceInfo(bool fetch) override
     {
         fake().calls.append(fetch ? u"setFetchResourceInfo"_s : u"setFetchResourceInfo false"_s);
-        return true;
+        return !fake().refusesFetchResourceInfo;
     }
     std::optional<qint64> resourceSize() const override { return fake().resourceSize; }
 };
@@ -85,6 +125,7 @@ public:
     qint64 write(std::span<const char> data) override
     {
         auto count = static_cast<qint64>(data.size());
+        fake().calls.append(u"write "_s + QString::number(count));
         if (!fake().writeAnswers.empty()) {
             count = std::min(count, fake().writeAnswers.front());
             fake().writeAnswers.pop_front();
@@ -137,41 +178,31 @@ void FakeFTPStream::sendOtherError()
 
 std::unique_ptr<FTPReadStream> FakeStreamFactory::createListingStream(const QString& location)
 {
-    auto stream = record(FakeFTPStream::Kind::Listing, location, -1);
-    return stream != nullptr ? std::make_unique<FakeReadStream>(std::move(stream)) : nullptr;
+    return make<FakeReadStream>(FakeFTPStream::Kind::Listing, location);
 }
 
 std::unique_ptr<FTPReadStream> FakeStreamFactory::createDownloadStream(const QString& location)
 {
-    auto stream = record(FakeFTPStream::Kind::Download, location, -1);
-    return stream != nullptr ? std::make_unique<FakeReadStream>(std::move(stream)) : nullptr;
+    return make<FakeReadStream>(FakeFTPStream::Kind::Download, location);
 }
 
 std::unique_ptr<FTPWriteStream> FakeStreamFactory::createUploadStream(const QString& location, qint64 length)
 {
-    auto stream = record(FakeFTPStream::Kind::Upload, location, length);
-    return stream != nullptr ? std::make_unique<FakeWriteStream>(std::move(stream)) : nullptr;
+    return make<FakeWriteStream>(FakeFTPStream::Kind::Upload, location, length);
 }
 
 std::unique_ptr<FTPWriteStream> FakeStreamFactory::createFolderStream(const QString& location)
 {
-    auto stream = record(FakeFTPStream::Kind::Folder, location, -1);
-    return stream != nullptr ? std::make_unique<FakeWriteStream>(std::move(stream)) : nullptr;
+    return make<FakeWriteStream>(FakeFTPStream::Kind::Folder, location);
 }
 
-std::shared_ptr<FakeFTPStream> FakeStreamFactory::record(FakeFTPStream::Kind kind, const QString& location,
-                                                         qint64 length)
+template <typename Stream>
+std::unique_ptr<Stream> FakeStreamFactory::make(FakeFTPStream::Kind kind, const QString& location, qint64 length)
 {
-    if (refusesCreation) {
-        return nullptr;
-    }
-    auto stream = std::make_shared<FakeFTPStream>();
-    stream->kind = kind;
-    stream->location = location;
-    stream->length = length;
-    stream->refusesUserName = refusesUserName;
-    stream->refusesPassword = refusesPassword;
-    stream->refusesEncryption = refusesEncryption;
-    m_streams.push_back(stream);
-    return stream;
+    auto record = std::make_shared<FakeFTPStream>(next);
+    record->kind = kind;
+    record->location = location;
+    record->length = length;
+    m_streams.push_back(record);
+    return refusesCreation ? nullptr : std::make_unique<Stream>(std::move(record));
 }

@@ -6,30 +6,21 @@
 #include <QStringList>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
-/// One stream as a test sees it: what the controller did to it, and the means to answer. It stays when the controller
-/// has destroyed the stream itself.
-struct FakeFTPStream {
-    enum class Kind { Listing, Download, Upload, Folder };
+struct FakeFTPStream;
 
-    Kind kind = Kind::Listing;
-    QString location;
-    qint64 length = -1; ///< Of an upload: the length it was created with.
-
-    /// What was called, in order: "setUserName NAME", "setPassword WORD", "setFetchResourceInfo", "open", "close".
-    QStringList calls;
-    QByteArray written; ///< All bytes that write() took.
-
-    FTPEncryption encryption = FTPEncryption::None;
-    QList<QByteArray> trustedCertificates;
-
+/// What a fake stream answers, and what it reports by itself.
+struct FakeStreamScript {
     bool refusesUserName = false;
     bool refusesPassword = false;
     bool refusesEncryption = false;
-    FTPStreamError error;
+    bool refusesFetchResourceInfo = false;
+    FTPStreamError error; ///< What an error event is about.
     std::optional<qint64> resourceSize;
     /// The next answers of write(): -1 to fail, otherwise how many bytes it takes at most. Takes all when empty.
     std::deque<qint64> writeAnswers;
@@ -37,10 +28,41 @@ struct FakeFTPStream {
     /// empty.
     std::deque<std::optional<QByteArray>> readAnswers;
 
-    FTPStream* stream = nullptr; ///< Null when the controller has destroyed it.
+    /// What an open stream reports on the loop of the thread that opened it: the events of one entry at once, one entry
+    /// in each turn of the loop, and an error after the last one, lest somebody waits for ever. Empty for a test that
+    /// delivers the events itself.
+    std::deque<std::vector<FTPStreamEvent>> turns;
+    /// Called once from the same loop instead of that error. May add turns; without, the stream is silent.
+    std::function<void(FakeFTPStream&)> whenOver;
+};
+
+/// One stream as a test sees it: what was done to it, and the means to answer. It stays when the stream itself has been
+/// destroyed. A stream that runs on another thread is looked at when its operation has returned.
+struct FakeFTPStream : FakeStreamScript {
+    enum class Kind { Listing, Download, Upload, Folder };
+
+    explicit FakeFTPStream(FakeStreamScript script)
+        : FakeStreamScript(std::move(script))
+    {
+    }
+
+    Kind kind = Kind::Listing;
+    QString location;
+    qint64 length = -1; ///< Of an upload: the length it was created with.
+
+    /// What was called, in order: "setUserName NAME", "setPassword WORD", "setFetchResourceInfo", "open", "write SIZE",
+    /// "close".
+    QStringList calls;
+    QByteArray written; ///< All bytes that write() took.
+
+    FTPEncryption encryption = FTPEncryption::None;
+    QList<QByteArray> trustedCertificates;
+
+    FTPStream* stream = nullptr; ///< Null when it was not made or has been destroyed.
     FTPStreamDelegate* delegate = nullptr;
 
-    bool isOpen() const { return stream != nullptr && calls.contains(QLatin1String("open")) && !isClosed(); }
+    bool isOpen() const { return stream != nullptr && wasOpened() && !isClosed(); }
+    bool wasOpened() const { return calls.contains(QLatin1String("open")); }
     bool isClosed() const { return calls.contains(QLatin1String("close")); }
 
     /// Delivers @p event as the loop would; a stream that is not open delivers nothing.
@@ -64,9 +86,7 @@ struct FakeFTPStream {
 class FakeStreamFactory final : public FTPStreamFactory {
 public:
     bool refusesCreation = false;
-    bool refusesUserName = false;
-    bool refusesPassword = false;
-    bool refusesEncryption = false;
+    FakeStreamScript next; ///< Of each stream that is asked for from now on.
 
     std::unique_ptr<FTPReadStream> createListingStream(const QString& location) override;
     std::unique_ptr<FTPReadStream> createDownloadStream(const QString& location) override;
@@ -93,13 +113,14 @@ public:
     FTPProbeHandler probeHandler; ///< Hears of the latest one.
     QStringList closedIdle; ///< The locations whose idle connections were to be closed.
 
-    /// All streams asked for that could be made, in order.
+    /// All streams that were asked for, in order, whether they could be made or not.
     const std::vector<std::shared_ptr<FakeFTPStream>>& streams() const { return m_streams; }
     /// The latest one; there must be one.
     FakeFTPStream& last() const { return *m_streams.back(); }
 
 private:
-    std::shared_ptr<FakeFTPStream> record(FakeFTPStream::Kind kind, const QString& location, qint64 length);
+    template <typename Stream>
+    std::unique_ptr<Stream> make(FakeFTPStream::Kind kind, const QString& location, qint64 length = -1);
 
     std::vector<std::shared_ptr<FakeFTPStream>> m_streams;
 };

@@ -105,10 +105,10 @@ TEST_F(FTPCreateControllerTest, WithoutAStreamTheStopIsReportedAndCounted)
 
 TEST_F(FTPCreateControllerTest, ARefusedLoginStopsBeforeTheOpening)
 {
-    m_streams.refusesUserName = true;
+    m_streams.next.refusesUserName = true;
     start(u"new"_s);
-    m_streams.refusesUserName = false;
-    m_streams.refusesPassword = true;
+    m_streams.next.refusesUserName = false;
+    m_streams.next.refusesPassword = true;
     start(u"new"_s);
 
     EXPECT_EQ(m_delegate->calls,

@@ -139,10 +139,10 @@ TEST_F(FTPGetControllerTest, WithoutAStreamTheStopIsReportedAndCounted)
 
 TEST_F(FTPGetControllerTest, ARefusedLoginStopsBeforeTheOpening)
 {
-    m_streams.refusesUserName = true;
+    m_streams.next.refusesUserName = true;
     start(m_file);
-    m_streams.refusesUserName = false;
-    m_streams.refusesPassword = true;
+    m_streams.next.refusesUserName = false;
+    m_streams.next.refusesPassword = true;
     start(m_file);
 
     EXPECT_EQ(m_delegate->calls,

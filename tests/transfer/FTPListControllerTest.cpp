@@ -78,10 +78,10 @@ TEST_F(FTPListControllerTest, WithoutAStreamTheStopIsReportedAndCounted)
 
 TEST_F(FTPListControllerTest, ARefusedLoginStopsBeforeTheOpening)
 {
-    m_streams.refusesUserName = true;
+    m_streams.next.refusesUserName = true;
     start();
-    m_streams.refusesUserName = false;
-    m_streams.refusesPassword = true;
+    m_streams.next.refusesUserName = false;
+    m_streams.next.refusesPassword = true;
     start();
 
     EXPECT_EQ(m_delegate->calls,

@@ -345,7 +345,7 @@ TEST_F(FTPPutControllerTest, WithoutAStreamTheStopIsReportedAndCounted)
 
 TEST_F(FTPPutControllerTest, ARefusedUserNameStopsBeforeThePassword)
 {
-    m_streams.refusesUserName = true;
+    m_streams.next.refusesUserName = true;
 
     start(makeFile(u"a"_s, "hello"));
 
@@ -357,7 +357,7 @@ TEST_F(FTPPutControllerTest, ARefusedUserNameStopsBeforeThePassword)
 
 TEST_F(FTPPutControllerTest, ARefusedPasswordStopsBeforeTheOpening)
 {
-    m_streams.refusesPassword = true;
+    m_streams.next.refusesPassword = true;
 
     start(makeFile(u"a"_s, "hello"));
 

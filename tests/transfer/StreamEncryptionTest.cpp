@@ -73,7 +73,7 @@ TEST_F(StreamEncryptionTest, TheSourceIsAskedAtEachStart)
 
 TEST_F(StreamEncryptionTest, AStreamThatRefusesItIsNotOpened)
 {
-    m_streams.refusesEncryption = true;
+    m_streams.next.refusesEncryption = true;
 
     startAll();
 
