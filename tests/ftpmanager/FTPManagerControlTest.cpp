@@ -1,5 +1,6 @@
 #include "ControlServer.h"
 #include "FTPManager.h"
+#include "FaultySocketCalls.h"
 #include "LogRecorder.h"
 #include "OpenDescriptors.h"
 #include "Printers.h"
@@ -92,6 +93,27 @@ TEST(FTPManagerControlTest, ALoginTestEntersNoFolder)
     EXPECT_EQ(sentBy(check, u"/dir"_s), "USER user\r\nPASS word\r\nQUIT\r\n"_ba);
 }
 
+TEST(FTPManagerControlTest, AnAnonymousLoginSendsAnEmptyPassword)
+{
+    ControlServer server(answering("230 in\r\n"));
+    const auto record = FMServer::anonymousServerWithDestination(u"127.0.0.1"_s);
+    record->setPort(server.port());
+
+    EXPECT_TRUE(FTPManager().checkLogin(record.get()));
+
+    server.close();
+    EXPECT_EQ(server.received().value(0), "USER anonymous\r\nPASS \r\nQUIT\r\n"_ba);
+}
+
+TEST(FTPManagerControlTest, OfThePort16BitsCount)
+{
+    const ControlServer server(answering("230 in\r\n"));
+    const auto record = recordFor(server);
+    record->setPort(0x70000 + server.port());
+
+    EXPECT_TRUE(FTPManager().checkLogin(record.get()));
+}
+
 TEST(FTPManagerControlTest, PermissionsAreSentAsTheyAreWritten)
 {
     for (const quint32 mode : { 755U, 777U, 0U, 689U }) {
@@ -115,7 +137,7 @@ TEST(FTPManagerControlTest, PermissionsAbove777AreNotSent)
     EXPECT_TRUE(server.received().isEmpty());
 }
 
-TEST(FTPManagerControlTest, DeleteFileDoesTheSameOnAFurtherThread)
+TEST(FTPManagerControlTest, DeleteFileSendsTheSame)
 {
     const auto remove
         = [](FTPManager& manager, const FMServer* server) { return manager.deleteFile(u"notes.txt"_s, server); };
@@ -224,6 +246,36 @@ TEST(FTPManagerControlTest, AConnectionResetMidwayIsLoggedAndJudgedByWhatCame)
     }
 }
 
+TEST(FTPManagerControlTest, ALineThatIsNotTakenFailsWithoutAWord)
+{
+    // Were a signal raised for a connection that is gone, it would end this program.
+    const ControlServer server(answering("230 in\r\n"));
+    for (const int lines : { 0, 1, 4 }) { // Of five.
+        const LogRecorder log;
+        const FaultySocketCalls faults;
+        FaultySocketCalls::breakAfterSends(lines);
+
+        EXPECT_FALSE(FTPManager().deleteFileNamed(u"a.txt"_s, recordFor(server, u"/dir"_s).get()));
+
+        EXPECT_EQ(log.lines(), QStringList());
+    }
+}
+
+TEST(FTPManagerControlTest, InterruptedCallsAndShortSendsGoOn)
+{
+    const auto remove = [](FTPManager& manager, const FMServer* server) {
+        const FaultySocketCalls faults;
+        FaultySocketCalls::interruptCalls();
+        FaultySocketCalls::shortenSends();
+        return manager.deleteFileNamed(u"notes.txt"_s, server);
+    };
+    const LogRecorder log;
+
+    EXPECT_EQ(sentBy(remove), "USER user\r\nPASS word\r\nDELE notes.txt\r\nQUIT\r\n"_ba);
+
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
 TEST(FTPManagerControlTest, AServerThatHangsUpAtOnceEndsTheConversation)
 {
     const ControlServer server([](ControlPeer& peer) { peer.send("421 busy\r\n"); });
@@ -246,11 +298,28 @@ TEST(FTPManagerControlTest, APortWhereNobodyListensIsLogged)
     }
     const auto record = FMServer::serverWithDestination(u"127.0.0.1"_s, u"user"_s, u"word"_s);
     record->setPort(port);
+    for (const bool isInterrupted : { false, true }) {
+        const LogRecorder log;
+        const FaultySocketCalls faults;
+        if (isInterrupted) {
+            FaultySocketCalls::interruptCalls();
+        }
+
+        EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+
+        EXPECT_EQ(log.lines(), QStringList{ u"error connecting."_s });
+    }
+}
+
+TEST(FTPManagerControlTest, WithoutADescriptorThereIsNoSocket)
+{
+    const ControlServer server(answering("230 in\r\n"));
     const LogRecorder log;
+    const NoDescriptorLeft none;
 
-    EXPECT_FALSE(FTPManager().checkLogin(record.get()));
+    EXPECT_FALSE(FTPManager().checkLogin(recordFor(server).get()));
 
-    EXPECT_EQ(log.lines(), QStringList{ u"error connecting."_s });
+    EXPECT_EQ(log.lines(), QStringList{ u"could not open socket!"_s });
 }
 
 TEST(FTPManagerControlTest, AHostThatIsNotKnownIsLogged)

@@ -1,5 +1,6 @@
 #include "FTPManager.h"
 #include "FakeFTPStream.h"
+#include "FaultyFileCalls.h"
 #include "LogRecorder.h"
 #include "Printers.h"
 
@@ -124,6 +125,22 @@ TEST_F(FTPManagerEngineTest, AnUploadReportsEveryPartThatWasTaken)
     EXPECT_TRUE(m_delegate.downloads.empty());
 }
 
+TEST_F(FTPManagerEngineTest, AnUploadedFileReportsEveryPartThatWasTaken)
+{
+    QFile file(localPath());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("0123456789");
+    file.close();
+    m_streams.next.writeAnswers = { 3 };
+    play({ OpenCompleted, HasSpaceAvailable, HasSpaceAvailable, HasSpaceAvailable });
+
+    EXPECT_TRUE(m_manager.uploadFile(QUrl::fromLocalFile(localPath()), m_server.get()));
+
+    ASSERT_EQ(m_delegate.uploads.size(), 2U);
+    expectProgress(m_delegate.uploads[0], 10, 3, 3, 0.3F);
+    expectProgress(m_delegate.uploads[1], 10, 7, 10, 1.0F);
+}
+
 TEST_F(FTPManagerEngineTest, AnEmptyUploadSucceedsWithoutAWrite)
 {
     play({ OpenCompleted, HasSpaceAvailable });
@@ -238,6 +255,40 @@ TEST_F(FTPManagerEngineTest, AReadThatFailsEndsADownload)
     EXPECT_FALSE(download());
 
     EXPECT_EQ(m_log.lines(), QStringList{ readFailure });
+}
+
+TEST_F(FTPManagerEngineTest, WhatTheDiskDoesNotTakeWaitsForTheNextEventAndIsWrittenBeforeTheNextRead)
+{
+    m_streams.next.resourceSize = 12;
+    m_streams.next.readAnswers = { "0123456789"_ba, "ab"_ba };
+    play({ OpenCompleted, HasBytesAvailable });
+    QByteArray afterOneEvent;
+    m_streams.next.whenOver = [&](FakeFTPStream& stream) {
+        afterOneEvent = localContents();
+        stream.turns.assign(5, { HasBytesAvailable });
+    };
+    const FaultyFileCalls faults;
+    FaultyFileCalls::limitWrites(4);
+
+    EXPECT_TRUE(download());
+
+    EXPECT_EQ(afterOneEvent, "0123"_ba);
+    EXPECT_EQ(localContents(), "0123456789ab"_ba);
+    ASSERT_EQ(m_delegate.downloads.size(), 3U);
+    expectProgress(m_delegate.downloads[1], 12, 10, 10, 10.0F / 12);
+    expectProgress(m_delegate.downloads[2], 12, 2, 12, 1.0F);
+}
+
+TEST_F(FTPManagerEngineTest, ADiskThatTakesNothingIsAFailure)
+{
+    m_streams.next.readAnswers = { "0123"_ba };
+    play({ OpenCompleted, HasBytesAvailable });
+    const FaultyFileCalls faults;
+    FaultyFileCalls::limitWrites(0);
+
+    EXPECT_FALSE(download());
+
+    EXPECT_EQ(m_log.lines(), QStringList{ writeFailure });
 }
 
 TEST_F(FTPManagerEngineTest, AFullDiskEndsADownload)
@@ -395,15 +446,59 @@ TEST_F(FTPManagerEngineTest, AStreamIsLoggedInThenOpenedAndInTheEndClosed)
               (QStringList{ u"setUserName user"_s, u"setPassword word"_s, u"open"_s, u"close"_s }));
 }
 
-TEST_F(FTPManagerEngineTest, AManagerCanBeUsedAgain)
-{
-    m_streams.next.turns = { { ErrorOccurred } };
-    EXPECT_FALSE(upload("hello"));
-    m_streams.next.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
-    EXPECT_TRUE(upload("again"));
+// One operation after the other
 
+TEST_F(FTPManagerEngineTest, WhatAFailedTransferLeavesInTheBufferIsNotPassedOnByTheNext)
+{
+    const auto failMidway = [this] {
+        m_streams.next.writeAnswers = { 3 };
+        m_streams.next.turns = { { HasSpaceAvailable }, { ErrorOccurred } };
+        EXPECT_FALSE(upload("0123456789"));
+        m_streams.next = {};
+    };
+
+    failMidway();
+    play({ HasSpaceAvailable, HasSpaceAvailable });
+    EXPECT_TRUE(upload("again"));
     EXPECT_EQ(m_streams.last().written, "again"_ba);
     EXPECT_FALSE(m_manager.progress());
+
+    failMidway();
+    m_streams.next.readAnswers = { "hello"_ba };
+    play({ HasBytesAvailable, HasBytesAvailable });
+    EXPECT_TRUE(download());
+    EXPECT_EQ(localContents(), "hello"_ba);
+}
+
+TEST_F(FTPManagerEngineTest, TheNumbersOfATransferBeginAtZero)
+{
+    m_streams.next.writeAnswers = { 3 };
+    play({ HasSpaceAvailable, ErrorOccurred });
+    EXPECT_FALSE(upload("0123456789"));
+
+    m_streams.next.turns = { { HasSpaceAvailable }, { ErrorOccurred } };
+    EXPECT_FALSE(upload("01234"));
+    expectProgress(m_delegate.uploads.back(), 5, 3, 3, 0.6F);
+
+    m_streams.next.resourceSize = 10;
+    m_streams.next.turns = { { OpenCompleted }, { ErrorOccurred } };
+    EXPECT_FALSE(download());
+    expectProgress(m_delegate.downloads.back(), 10, 0, 0, 0.0F);
+}
+
+TEST_F(FTPManagerEngineTest, TheRowsOfAListingThatFailedAreNotAmongThoseOfTheNext)
+{
+    m_streams.next.readAnswers = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 first\n"_ba };
+    play({ HasBytesAvailable, ErrorOccurred });
+    EXPECT_FALSE(list());
+    m_streams.next.readAnswers = { "-rw-r--r-- 1 a b 1 Jan 12 15:04 second\n"_ba };
+    m_streams.next.turns = { { HasBytesAvailable }, { HasBytesAvailable } };
+
+    const auto entries = list();
+
+    ASSERT_TRUE(entries);
+    ASSERT_EQ(entries->size(), 1);
+    EXPECT_EQ(entries->first().name, u"second"_s);
 }
 
 TEST_F(FTPManagerEngineTest, WorksWithoutADelegate)

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -167,6 +168,41 @@ TEST_F(FTPManagerOperationsTest, UnusableArgumentsAreRefusedWithoutAWordOrAStrea
     EXPECT_FALSE(m_manager.deleteFile(QString(), m_server.get()));
     EXPECT_FALSE(m_manager.chmodFileNamed(QString(), 644, m_server.get()));
     EXPECT_FALSE(m_manager.chmodFileNamed(u"name"_s, 778, m_server.get()));
+
+    EXPECT_TRUE(m_streams.streams().empty());
+    EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(FTPManagerOperationsTest, TheRecordIsCheckedBeforeTheOtherArguments)
+{
+    for (const Operation& operation : std::vector<Operation>{
+             [this](const FMServer* server) { return m_manager.uploadData(QByteArray(), QString(), server); },
+             [this](const FMServer* server) { return m_manager.uploadFile(QUrl(), server); },
+             [this](const FMServer* server) { return m_manager.uploadFile(directoryURL(), server); },
+             [this](const FMServer* server) { return m_manager.createNewFolder(QString(), server); },
+             [this](const FMServer* server) { return m_manager.downloadFile(QString(), directoryURL(), server); },
+             [this](const FMServer* server) { return m_manager.downloadFile(u"name"_s, QUrl(), server); },
+             [this](const FMServer* server) { return m_manager.deleteFileNamed(QString(), server); },
+             [this](const FMServer* server) { return m_manager.deleteFile(QString(), server); },
+             [this](const FMServer* server) { return m_manager.chmodFileNamed(QString(), 644, server); },
+             [this](const FMServer* server) { return m_manager.chmodFileNamed(u"name"_s, 778, server); },
+         }) {
+        const LogRecorder log;
+
+        EXPECT_FALSE(operation(nullptr));
+
+        EXPECT_EQ(log.lines(), QStringList{ u"FMServer check failed: server cannot be nil"_s });
+    }
+}
+
+TEST_F(FTPManagerOperationsTest, AFileThatDoesNotOpenForReadingIsRefusedWithoutAWordOrAStream)
+{
+    const QString pipe = m_directory.filePath(u"pipe"_s);
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    m_streams.next.turns = { { HasSpaceAvailable } };
+    const LogRecorder log;
+
+    EXPECT_FALSE(m_manager.uploadFile(QUrl::fromLocalFile(pipe), m_server.get()));
 
     EXPECT_TRUE(m_streams.streams().empty());
     EXPECT_EQ(log.lines(), QStringList());

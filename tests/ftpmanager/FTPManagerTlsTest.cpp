@@ -3,6 +3,7 @@
 #include "ControlServer.h"
 #include "FTPManager.h"
 #include "FakeFTPStream.h"
+#include "FaultySocketCalls.h"
 #include "LogRecorder.h"
 #include "Printers.h"
 
@@ -68,6 +69,16 @@ TEST_F(FTPManagerTlsTest, TheSameConversationIsHeldInsideTls)
     server.close();
     EXPECT_EQ(server.received().value(0),
               "AUTH TLS\r\nUSER user\r\nPASS word\r\nCWD dir\r\nDELE notes.txt\r\nQUIT\r\n"_ba);
+}
+
+TEST_F(FTPManagerTlsTest, InterruptedCallsAndShortSendsGoOn)
+{
+    const ControlServer server(answering("230 in\r\n221 bye\r\n"));
+    const FaultySocketCalls faults;
+    FaultySocketCalls::interruptCalls();
+    FaultySocketCalls::shortenSends();
+
+    EXPECT_TRUE(FTPManager().checkLogin(recordFor(server).get()));
 }
 
 TEST_F(FTPManagerTlsTest, RepliesInsideAreJudgedAsEver)

@@ -2,6 +2,7 @@
 #include "LogRecorder.h"
 #include "Printers.h"
 #include "ScriptedServer.h"
+#include "WaitFor.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -9,13 +10,33 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <future>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 const QString general = u"ftp stream failed: general stream error (check credentials?)"_s;
+
+/// Aborts its manager when the first bytes have been sent.
+class AbortingDelegate final : public FTPManagerDelegate {
+public:
+    explicit AbortingDelegate(FTPManager& manager)
+        : m_manager(manager)
+    {
+    }
+
+    void ftpManagerUploadProgressDidChange(const std::optional<FTPManagerProgress>& /*progress*/) override
+    {
+        m_manager.abort();
+    }
+
+private:
+    FTPManager& m_manager;
+};
 
 /// The synchronous library against a server that misbehaves.
 class FaultyServerManagerTest : public ::testing::Test {
@@ -30,6 +51,20 @@ protected:
     bool download()
     {
         return m_manager.downloadFile(u"file.txt"_s, QUrl::fromLocalFile(m_local.path()), m_record.get());
+    }
+
+    /// Runs @p operation on a thread of its own and aborts it from this one as soon as @p hasMoved.
+    bool abortOnce(const std::function<bool()>& hasMoved, const std::function<bool()>& operation)
+    {
+        auto result = std::async(std::launch::async, operation);
+        EXPECT_TRUE(waitFor(hasMoved));
+        m_manager.abort();
+        const bool isOver = waitFor([&result] { return result.wait_for(0s) == std::future_status::ready; });
+        EXPECT_TRUE(isOver);
+        if (!isOver) {
+            m_server.stop();
+        }
+        return result.get();
     }
 
     ScriptedServer m_server;
@@ -80,6 +115,36 @@ TEST_F(FaultyServerManagerTest, TransfersFailWithTheirLogLineAndTheNextOneWorks)
         m_server.forgetRules();
         EXPECT_TRUE(list());
     }
+}
+
+TEST_F(FaultyServerManagerTest, AnAbortedTransferEndsWhereItStandsAndSucceeds)
+{
+    const QString local = m_local.filePath(u"file.txt"_s);
+    m_server.on("RETR", { "150 Go", "write 50000", "until NOOP" });
+    EXPECT_TRUE(abortOnce([&local] { return QFileInfo(local).size() == 50'000; }, [this] { return download(); }));
+    EXPECT_EQ(QFileInfo(local).size(), 50'000);
+
+    m_server.on("STOR", { "150 Go", "read 50000", "until NOOP" });
+    EXPECT_TRUE(abortOnce([this] { return m_manager.progress().has_value(); },
+                          [this] { return m_manager.uploadData(QByteArray(64 << 20, 'x'), u"up"_s, m_record.get()); }));
+
+    m_server.on("LIST", { "150 Go", "send -rw-r--r-- 1 a b 1 Jan 12 15:04 first", "until NOOP" });
+    EXPECT_TRUE(abortOnce([this] { return m_server.waitForReply("150 Go"); },
+                          [this] { return m_manager.contentsOfServer(m_record.get()).has_value(); }));
+
+    EXPECT_TRUE(m_server.waitForConnectionsClosed());
+}
+
+TEST_F(FaultyServerManagerTest, AnAbortedUploadIsResetLestTheServerTakesItForAWholeFile)
+{
+    AbortingDelegate delegate(m_manager);
+    m_manager.setDelegate(&delegate);
+
+    EXPECT_TRUE(m_manager.uploadData(QByteArray(500'000, 'x'), u"up"_s, m_record.get()));
+
+    EXPECT_TRUE(m_server.waitForConnectionsClosed());
+    ASSERT_EQ(m_server.storedFiles().size(), 1);
+    EXPECT_FALSE(m_server.storedFiles().first().isComplete);
 }
 
 TEST_F(FaultyServerManagerTest, AListingThatCannotBeReadIsNothing)

@@ -1,13 +1,16 @@
 #include "FaultyFileCalls.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <unistd.h>
 
 namespace {
 
 struct Faults {
+    int interruptedReads = 0;
     int interruptedWrites = 0;
-    bool writesTakeNothing = false;
+    std::optional<size_t> longestWrite;
     int closeError = 0;
 };
 
@@ -17,25 +20,41 @@ Faults& faults()
     return current;
 }
 
+/// Whether one of @p remaining interruptions comes now.
+bool interrupts(int& remaining)
+{
+    if (remaining == 0) {
+        return false;
+    }
+    --remaining;
+    errno = EINTR;
+    return true;
+}
+
 } // namespace
 
 // The linker leads the calls to __wrap_NAME and those of __real_NAME to the system: its names, not ours.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
 extern "C" {
 
+ssize_t __real_read(int descriptor, void* data, size_t size);
 ssize_t __real_write(int descriptor, const void* data, size_t size);
 int __real_close(int descriptor);
+ssize_t __wrap_read(int descriptor, void* data, size_t size);
 ssize_t __wrap_write(int descriptor, const void* data, size_t size);
 int __wrap_close(int descriptor);
 
+ssize_t __wrap_read(int descriptor, void* data, size_t size)
+{
+    return interrupts(faults().interruptedReads) ? -1 : __real_read(descriptor, data, size);
+}
+
 ssize_t __wrap_write(int descriptor, const void* data, size_t size)
 {
-    if (faults().interruptedWrites > 0) {
-        --faults().interruptedWrites;
-        errno = EINTR;
+    if (interrupts(faults().interruptedWrites)) {
         return -1;
     }
-    return faults().writesTakeNothing ? 0 : __real_write(descriptor, data, size);
+    return __real_write(descriptor, data, std::min(size, faults().longestWrite.value_or(size)));
 }
 
 int __wrap_close(int descriptor)
@@ -55,14 +74,19 @@ FaultyFileCalls::~FaultyFileCalls()
     faults() = Faults();
 }
 
+void FaultyFileCalls::interruptReads(int count)
+{
+    faults().interruptedReads = count;
+}
+
 void FaultyFileCalls::interruptWrites(int count)
 {
     faults().interruptedWrites = count;
 }
 
-void FaultyFileCalls::letWritesTakeNothing()
+void FaultyFileCalls::limitWrites(size_t size)
 {
-    faults().writesTakeNothing = true;
+    faults().longestWrite = size;
 }
 
 void FaultyFileCalls::failToClose(int error)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 /// While one lives, chosen calls of the system behind files fail in the code under test, as they do on full disks,
 /// with quotas and on network drives. Only in programs that link file_call_support.
 class FaultyFileCalls {
@@ -9,10 +11,11 @@ public:
     FaultyFileCalls& operator=(const FaultyFileCalls&) = delete;
     ~FaultyFileCalls(); ///< All calls work again.
 
-    /// How many of the next writes are interrupted before the first byte.
+    /// How many of the next reads or writes are interrupted before the first byte.
+    static void interruptReads(int count);
     static void interruptWrites(int count);
-    /// From here on writes take nothing, without an error.
-    static void letWritesTakeNothing();
+    /// From here on a write takes at most @p size bytes, without an error.
+    static void limitWrites(std::size_t size);
     /// From here on closing frees the descriptor and fails with @p error.
     static void failToClose(int error);
 };

@@ -107,7 +107,7 @@ TEST_F(FTPGetControllerFileTest, AFileThatTakesNothingIsAFileWriteError)
     startReceivingFileOfSize(std::nullopt);
     {
         const FaultyFileCalls faults;
-        FaultyFileCalls::letWritesTakeNothing();
+        FaultyFileCalls::limitWrites(0);
         m_streams.last().sendBytes("hello");
     }
 

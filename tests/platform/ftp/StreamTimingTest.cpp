@@ -1,9 +1,7 @@
+#include "OpenDescriptors.h"
 #include "StreamTest.h"
 
 #include <QElapsedTimer>
-
-#include <sys/resource.h>
-#include <unistd.h>
 
 namespace {
 
@@ -302,25 +300,6 @@ TEST_F(StreamTimingTest, ANewStreamMayBeOpenedFromInsideTheLastEventOfAnother)
     control->say("226 Got it");
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
-
-/// No further descriptor can be opened while this lives.
-class NoDescriptorLeft {
-public:
-    NoDescriptorLeft()
-    {
-        ::getrlimit(RLIMIT_NOFILE, &m_before);
-        const int next = ::dup(0);
-        ::close(next);
-        const rlimit full{ static_cast<rlim_t>(next), m_before.rlim_max };
-        ::setrlimit(RLIMIT_NOFILE, &full);
-    }
-    NoDescriptorLeft(const NoDescriptorLeft&) = delete;
-    NoDescriptorLeft& operator=(const NoDescriptorLeft&) = delete;
-    ~NoDescriptorLeft() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
-
-private:
-    rlimit m_before{};
-};
 
 TEST_F(StreamTimingTest, WithoutADescriptorForTheDataTheTransferFails)
 {
