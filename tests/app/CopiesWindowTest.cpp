@@ -1,8 +1,8 @@
 #include "CopiesWindow.h"
 
+#include "CheckRows.h"
 #include "CopyText.h"
 #include "ElidedLabel.h"
-#include "Printers.h"
 #include "Sheets.h"
 #include "TextTable.h"
 #include "WaitFor.h"
@@ -130,30 +130,25 @@ TEST_F(CopiesWindowTest, ItOpensWithAnEmptyFieldAndSaysThatThereAreNoCopies)
 
 TEST_F(CopiesWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
 {
-    const struct {
-        QString name;
-        QString destination;
-        bool canBeMade;
-    } rows[] = {
-        { u"Scans"_s, u"Files go to ftp://host/in/Scans/"_s, true },
-        { u"A/B"_s, u"Files go to ftp://host/in/A:B/"_s, true },
-        { u"Quillbox 2"_s, u"Files go to ftp://host/in/Quillbox 2/"_s, true },
-        { u"Quillbox"_s, QString(), false },
-        { u"a/"_s, QString(), false },
-        { u"a:b"_s, QString(), false },
-        { u".."_s, QString(), false },
-        { QString(248, u'x'), QString(), false },
-    };
     open();
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name.toStdString());
+    checkRows<void(QString, QString, bool)>(
+        {
+            { u"Scans"_s, u"Files go to ftp://host/in/Scans/"_s, true },
+            { u"A/B"_s, u"Files go to ftp://host/in/A:B/"_s, true },
+            { u"Quillbox 2"_s, u"Files go to ftp://host/in/Quillbox 2/"_s, true },
+            { u"Quillbox"_s, QString(), false },
+            { u"a/"_s, QString(), false },
+            { u"a:b"_s, QString(), false },
+            { u".."_s, QString(), false },
+            { QString(248, u'x'), QString(), false },
+        },
+        [this](const QString& typed, const QString& whereto, bool canBeMade) {
+            name().setText(typed);
 
-        name().setText(row.name);
-
-        EXPECT_EQ(explanation(), CopyText::explanation(row.name));
-        EXPECT_EQ(destination(), row.destination);
-        EXPECT_EQ(makeCopy().isEnabled(), row.canBeMade);
-    }
+            EXPECT_EQ(explanation(), CopyText::explanation(typed));
+            EXPECT_EQ(destination(), whereto);
+            EXPECT_EQ(makeCopy().isEnabled(), canBeMade);
+        });
     name().clear();
     EXPECT_FALSE(makeCopy().isEnabled());
 }

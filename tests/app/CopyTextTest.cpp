@@ -1,6 +1,6 @@
 #include "CopyText.h"
 
-#include "Printers.h"
+#include "CheckRows.h"
 
 #include <QDir>
 
@@ -16,36 +16,31 @@ TEST(CopyTextTest, EveryKindOfNameIsExplained)
     const QString noBeginning
         = u"A “/” stands between two names: not at the beginning, not at the end, and not beside another one."_s;
     const QString onServer = u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it."_s;
-    const struct {
-        QString name;
-        QString explanation;
-    } rows[] = {
-        { QString(),
-          u"A copy uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s },
-        { u"Scans"_s, onServer },
-        { u"été à la mer"_s, onServer },
-        { u"Photos/2024"_s,
-          u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level after the "
-          "other."_s },
-        { u"Quillbox 2"_s,
-          u"A name that begins with “Quillbox” adds no sub-folder: this copy would upload into the same folder as "
-          "Quillbox itself."_s },
-        { u"Quillbox"_s, u"“Quillbox” is the name of the program itself. A copy needs another one."_s },
-        { u"a:b"_s, u"A name cannot hold “:”. A “/” makes levels, as in “Photos/2024”."_s },
-        { u".."_s, u"“.” and “..” are no names of folders."_s },
-        { u"a/./b"_s, u"“.” and “..” are no names of folders."_s },
-        { u"/a"_s, noBeginning },
-        { u"a/"_s, noBeginning },
-        { u"a//b"_s, noBeginning },
-        { u"  "_s, u"A name cannot be made of blanks alone."_s },
-        { u"a/ "_s, u"A name cannot be made of blanks alone."_s },
-        { u"a\tb"_s, u"A name cannot hold invisible characters."_s },
-        { QString(248, u'x'), u"This name is too long for a file."_s },
-    };
-    for (const auto& [name, explanation] : rows) {
-        SCOPED_TRACE(name.toStdString());
-        EXPECT_EQ(CopyText::explanation(name), explanation);
-    }
+    checkRows<QString(QString)>(
+        {
+            { QString(),
+              u"A copy uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s },
+            { u"Scans"_s, onServer },
+            { u"été à la mer"_s, onServer },
+            { u"Photos/2024"_s,
+              u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level "
+              "after the other."_s },
+            { u"Quillbox 2"_s,
+              u"A name that begins with “Quillbox” adds no sub-folder: this copy would upload into the same folder as "
+              "Quillbox itself."_s },
+            { u"Quillbox"_s, u"“Quillbox” is the name of the program itself. A copy needs another one."_s },
+            { u"a:b"_s, u"A name cannot hold “:”. A “/” makes levels, as in “Photos/2024”."_s },
+            { u".."_s, u"“.” and “..” are no names of folders."_s },
+            { u"a/./b"_s, u"“.” and “..” are no names of folders."_s },
+            { u"/a"_s, noBeginning },
+            { u"a/"_s, noBeginning },
+            { u"a//b"_s, noBeginning },
+            { u"  "_s, u"A name cannot be made of blanks alone."_s },
+            { u"a/ "_s, u"A name cannot be made of blanks alone."_s },
+            { u"a\tb"_s, u"A name cannot hold invisible characters."_s },
+            { QString(248, u'x'), u"This name is too long for a file."_s },
+        },
+        CopyText::explanation);
 }
 
 TEST(CopyTextTest, EveryOutcomeIsTold)

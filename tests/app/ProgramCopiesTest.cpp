@@ -1,7 +1,7 @@
 #include "ProgramCopies.h"
 
 #include "ApplicationService.h"
-#include "Printers.h"
+#include "CheckRows.h"
 #include "WaitFor.h"
 
 #include <QDir>
@@ -307,23 +307,26 @@ TEST_F(ProgramCopiesTest, ACopyWhoseLauncherCannotBeRemovedStaysListedUntilItCan
 
 TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)
 {
-    const struct {
-        QString name;
-        NameVerdict verdict;
-    } rows[] = {
-        { u""_s, NameVerdict::Unsuitable },           { u"  "_s, NameVerdict::Unsuitable },
-        { u"."_s, NameVerdict::Unsuitable },          { u"a/../b"_s, NameVerdict::Unsuitable },
-        { u"/a"_s, NameVerdict::Unsuitable },         { u"a/"_s, NameVerdict::Unsuitable },
-        { u"a//b"_s, NameVerdict::Unsuitable },       { u"a:b"_s, NameVerdict::Unsuitable },
-        { u"a\nb"_s, NameVerdict::Unsuitable },       { QString(u'\0'), NameVerdict::Unsuitable },
-        { u"Quillbox"_s, NameVerdict::ProductsName }, { QString(248, u'x'), NameVerdict::TooLong },
-        { QString(124, u'é'), NameVerdict::TooLong },
-    };
-    for (const auto& [name, verdict] : rows) {
-        SCOPED_TRACE(name.toStdString());
-        EXPECT_EQ(ProgramCopies::judge(name), verdict);
-        EXPECT_EQ(m_copies.make(name, true), Outcome::NameNotPossible);
-    }
+    checkRows<NameVerdict(QString)>(
+        {
+            { u""_s, NameVerdict::Unsuitable },
+            { u"  "_s, NameVerdict::Unsuitable },
+            { u"."_s, NameVerdict::Unsuitable },
+            { u"a/../b"_s, NameVerdict::Unsuitable },
+            { u"/a"_s, NameVerdict::Unsuitable },
+            { u"a/"_s, NameVerdict::Unsuitable },
+            { u"a//b"_s, NameVerdict::Unsuitable },
+            { u"a:b"_s, NameVerdict::Unsuitable },
+            { u"a\nb"_s, NameVerdict::Unsuitable },
+            { QString(u'\0'), NameVerdict::Unsuitable },
+            { u"Quillbox"_s, NameVerdict::ProductsName },
+            { QString(248, u'x'), NameVerdict::TooLong },
+            { QString(124, u'é'), NameVerdict::TooLong },
+        },
+        [this](const QString& name) {
+            EXPECT_EQ(m_copies.make(name, true), Outcome::NameNotPossible);
+            return ProgramCopies::judge(name);
+        });
     EXPECT_EQ(files(u"copies"_s), QStringList());
 }
 

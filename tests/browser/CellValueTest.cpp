@@ -1,9 +1,9 @@
 #include "CellValue.h"
 
+#include "CheckRows.h"
 #include "DateText.h"
 #include "Entries.h"
 #include "FileIcons.h"
-#include "Printers.h"
 
 #include <QDateTime>
 #include <QIcon>
@@ -21,18 +21,22 @@ TEST(CellValueTest, TheNameIsAsTheServerSentIt)
 
 TEST(CellValueTest, OnlyPlainFilesShowASize)
 {
-    ListingEntry link = fileEntry(u"a"_s, 5);
-    link.type = ListingEntry::linkType;
-    ListingEntry untyped = fileEntry(u"a"_s, 5);
-    untyped.type.reset();
-    ListingEntry unsized = folderEntry(u"a"_s);
-    unsized.size.reset();
-
-    EXPECT_EQ(cellValue(fileEntry(u"a"_s, 1'234'567), u"Size"_s), QVariant(u"1.2 MB"_s));
-    EXPECT_EQ(cellValue(folderEntry(u"a"_s), u"Size"_s), QVariant(u"-"_s));
-    EXPECT_EQ(cellValue(link, u"Size"_s), QVariant(u"-"_s));
-    EXPECT_EQ(cellValue(untyped, u"Size"_s), QVariant(u"-"_s));
-    EXPECT_EQ(cellValue(unsized, u"Size"_s), QVariant(u"?"_s));
+    checkRows<QString(std::optional<int>, std::optional<qint64>)>(
+        {
+            { "plain file", ListingEntry::plainFileType, 1'234'567, u"1.2 MB"_s },
+            { "empty plain file", ListingEntry::plainFileType, 0, u"Zero KB"_s },
+            { "plain file of unknown size", ListingEntry::plainFileType, std::nullopt, u"?"_s },
+            { "folder", ListingEntry::folderType, 4096, u"-"_s },
+            { "folder of unknown size", ListingEntry::folderType, std::nullopt, u"?"_s },
+            { "link", ListingEntry::linkType, 5, u"-"_s },
+            { "no type", std::nullopt, 5, u"-"_s },
+        },
+        [](std::optional<int> type, std::optional<qint64> size) {
+            ListingEntry entry = fileEntry(u"a"_s);
+            entry.type = type;
+            entry.size = size;
+            return cellValue(entry, u"Size"_s).toString();
+        });
 }
 
 TEST(CellValueTest, FoldersAndPlainFilesHaveIcons)
@@ -63,12 +67,18 @@ TEST(CellValueTest, TheDateIsShort)
 
 TEST(CellValueTest, TheModeTakesTheTypeIntoAccount)
 {
-    ListingEntry entry = folderEntry(u"a"_s);
-    EXPECT_EQ(cellValue(entry, u"Mode"_s), QVariant(u"drwxr-xr-x "_s));
-    entry.type.reset();
-    EXPECT_EQ(cellValue(entry, u"Mode"_s), QVariant(u"?rwxr-xr-x "_s));
-    entry.mode.reset();
-    EXPECT_EQ(cellValue(entry, u"Mode"_s), QVariant(u"???????????"_s));
+    checkRows<QString(std::optional<int>, std::optional<int>)>(
+        {
+            { "folder", ListingEntry::folderType, 493, u"drwxr-xr-x "_s },
+            { "no type", std::nullopt, 0755, u"?rwxr-xr-x "_s },
+            { "no mode", ListingEntry::folderType, std::nullopt, u"???????????"_s },
+        },
+        [](std::optional<int> type, std::optional<int> mode) {
+            ListingEntry entry = fileEntry(u"a"_s);
+            entry.type = type;
+            entry.mode = mode;
+            return cellValue(entry, u"Mode"_s).toString();
+        });
 }
 
 TEST(CellValueTest, OtherColumnsShowNothing)

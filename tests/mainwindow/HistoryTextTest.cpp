@@ -1,6 +1,6 @@
 #include "HistoryText.h"
 
-#include "Printers.h"
+#include "CheckRows.h"
 
 #include <gtest/gtest.h>
 
@@ -37,20 +37,21 @@ TEST(HistoryTextTest, AConfirmedFileTellsEverything)
 
 TEST(HistoryTextTest, EachOutcomeHasItsText)
 {
-    const QList<std::pair<Outcome, QString>> rows{
-        { Outcome::Waiting, u"Waiting"_s },
-        { Outcome::Sending, u"Sending"_s },
-        { Outcome::Confirmed, u"Confirmed by the server"_s },
-        { Outcome::Failed, u"Failed: Stream open error"_s },
-        { Outcome::Stopped, u"Stopped"_s },
-        { Outcome::NotFound, u"Not found"_s },
-        { Outcome::Removed, u"Removed from the queue"_s },
-        { Outcome::Note, u"Note"_s },
-    };
-    for (const auto& [outcome, text] : rows) {
-        const HistoryEntry entry{ .path = u"/a"_s, .outcome = outcome, .status = u"Stream open error"_s };
-        EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), text);
-    }
+    checkRows<QString(Outcome)>(
+        {
+            { Outcome::Waiting, u"Waiting"_s },
+            { Outcome::Sending, u"Sending"_s },
+            { Outcome::Confirmed, u"Confirmed by the server"_s },
+            { Outcome::Failed, u"Failed: Stream open error"_s },
+            { Outcome::Stopped, u"Stopped"_s },
+            { Outcome::NotFound, u"Not found"_s },
+            { Outcome::Removed, u"Removed from the queue"_s },
+            { Outcome::Note, u"Note"_s },
+        },
+        [](Outcome outcome) {
+            const HistoryEntry entry{ .path = u"/a"_s, .outcome = outcome, .status = u"Stream open error"_s };
+            return HistoryText::cell(entry, Column::Outcome);
+        });
 }
 
 TEST(HistoryTextTest, ASizeListedOtherwiseIsToldToTheByte)

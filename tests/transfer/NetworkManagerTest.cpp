@@ -1,5 +1,6 @@
 #include "NetworkManager.h"
 
+#include "CheckRows.h"
 #include "StandardFolders.h"
 #include "TransferTest.h"
 
@@ -10,8 +11,6 @@
 
 #include <memory>
 #include <thread>
-#include <vector>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -50,24 +49,19 @@ TEST_F(NetworkManagerTest, ConnectivityFollowsTheFlags)
 
 TEST_F(NetworkManagerTest, AddressesBecomeLocations)
 {
-    struct Row {
-        QString address;
-        QString expected;
-    };
-    const std::vector<Row> rows{
-        { u"host/pub"_s, u"ftp://host/pub"_s },
-        { u"  host\t"_s, u"ftp://host"_s },
-        { u"\u00a0host\u3000"_s, u"ftp://host"_s },
-        { u"ftp://host/dir"_s, u"ftp://host/dir"_s },
-        { u"FTP://host/dir"_s, u"FTP://host/dir"_s },
-        { u"Ftp://Host/dir/"_s, u"Ftp://Host/dir/"_s },
-        { u"host:2121/a%20b"_s, u"ftp://host:2121/a%20b"_s },
-        { u"[::1]:2121/"_s, u"ftp://[::1]:2121/"_s },
-        { u"ftp://host/http://x"_s, u"ftp://host/http://x"_s },
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(m_manager.smartURLForString(row.address), row.expected) << row.address.toStdString();
-    }
+    checkRows<QString(QString)>(
+        {
+            { u"host/pub"_s, u"ftp://host/pub"_s },
+            { u"  host\t"_s, u"ftp://host"_s },
+            { u"\u00a0host\u3000"_s, u"ftp://host"_s },
+            { u"ftp://host/dir"_s, u"ftp://host/dir"_s },
+            { u"FTP://host/dir"_s, u"FTP://host/dir"_s },
+            { u"Ftp://Host/dir/"_s, u"Ftp://Host/dir/"_s },
+            { u"host:2121/a%20b"_s, u"ftp://host:2121/a%20b"_s },
+            { u"[::1]:2121/"_s, u"ftp://[::1]:2121/"_s },
+            { u"ftp://host/http://x"_s, u"ftp://host/http://x"_s },
+        },
+        [this](const QString& address) { return m_manager.smartURLForString(address); });
 }
 
 TEST_F(NetworkManagerTest, WhatIsNoFTPAddressGivesNothing)
@@ -196,22 +190,19 @@ TEST_F(NetworkManagerTest, ADownloadWithoutAPlaceGoesToTheDownloadsFolderUnderAN
 
 TEST_F(NetworkManagerTest, ANameTooLongForTheDownloadsFolderLosesTheEndOfItsStem)
 {
-    struct Row {
-        QString name;
-        QString expected;
-    };
-    const std::vector<Row> rows{
-        { QString(214, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
-        { QString(215, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
-        { QString(80, u'\u6587') + u".ext"_s, QString(71, u'\u6587') + u".ext"_s },
-    };
-    for (const Row& row : rows) {
-        QFile file(m_manager.pathForDownloadFileWithFilename(row.name, QString()));
+    checkRows<void(QString, QString)>(
+        {
+            { QString(214, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
+            { QString(215, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
+            { QString(80, u'\u6587') + u".ext"_s, QString(71, u'\u6587') + u".ext"_s },
+        },
+        [this](const QString& name, const QString& expected) {
+            QFile file(m_manager.pathForDownloadFileWithFilename(name, QString()));
 
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << row.name.toStdString();
-        EXPECT_TRUE(file.fileName().endsWith(u'-' + row.expected)) << file.fileName().toStdString();
-        EXPECT_TRUE(file.remove());
-    }
+            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+            EXPECT_TRUE(file.fileName().endsWith(u'-' + expected)) << file.fileName().toStdString();
+            EXPECT_TRUE(file.remove());
+        });
 }
 
 TEST_F(NetworkManagerTest, AMissingDownloadsFolderIsMade)
