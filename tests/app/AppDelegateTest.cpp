@@ -1,15 +1,12 @@
 #include "AppDelegate.h"
 
 #include "CopiesWindow.h"
-#include "FakeFTPStream.h"
-#include "NetworkManager.h"
-#include "Printers.h"
+#include "FakeWindowTest.h"
 #include "ProgramCopies.h"
 #include "ProgramName.h"
 #include "Sheets.h"
 #include "StandardFolders.h"
 #include "UserDefaults.h"
-#include "ViewController.h"
 #include "WaitFor.h"
 
 #include <QAction>
@@ -34,28 +31,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class AppDelegateTest : public ::testing::Test {
+class AppDelegateTest : public FakeWindowTest {
 protected:
-    AppDelegateTest()
-    {
-        setProgramFileName(u"Quillbox"_s);
-        NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
-        set(u"Address"_s, u"host"_s);
-    }
-    ~AppDelegateTest() override
-    {
-        NetworkManager::sharedInstance().setNetworkOperationCount(100);
-        m_controller.reset();
-        NetworkManager::sharedInstance().setNetworkOperationCount(0);
-        NetworkManager::setReachabilitySource(nullptr);
-        QFile::remove(UserDefaults::standard().filePath());
-        setProgramFileName(QString());
-    }
-
-    static void set(const QString& key, const QJsonValue& value)
-    {
-        ASSERT_TRUE(UserDefaults::standard().store({ { key, value } }));
-    }
     void launch()
     {
         m_controller->window().show();
@@ -64,11 +41,8 @@ protected:
     }
     QString title() { return m_controller->window().windowTitle(); }
 
-    FakeStreamFactory m_streams;
-    std::unique_ptr<ViewController> m_controller = std::make_unique<ViewController>(m_streams);
     AppDelegate m_delegate{ *m_controller };
     QElapsedTimer m_clock;
-    QTemporaryDir m_directory;
 };
 
 TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStartsThen)
@@ -86,7 +60,7 @@ TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStar
 
 TEST_F(AppDelegateTest, WithoutADestinationTheTitleSaysSoAfterOneSecondAndNothingIsListed)
 {
-    set(u"Address"_s, QJsonValue());
+    unset(u"Address"_s);
     launch();
 
     ASSERT_TRUE(waitFor([this] { return title() == u"No FTP Destination"_s; }));
@@ -192,7 +166,7 @@ TEST_F(AppDelegateTest, TheClipboardHoldsExactlyTheDestination)
     m_delegate.copyLocationToClipboard();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/a%20b/"_s);
 
-    set(u"Address"_s, QJsonValue());
+    unset(u"Address"_s);
     m_delegate.copyLocationToClipboard();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/a%20b/"_s);
 }
@@ -269,7 +243,7 @@ TEST_F(AppDelegateTest, TheDestinationsTextIsSavedInTheDocumentsFolder)
     m_delegate.saveDestinationFolderName();
     EXPECT_EQ(saved(), "ftp://host/%C3%A9/");
 
-    set(u"Address"_s, QJsonValue());
+    unset(u"Address"_s);
     m_delegate.saveDestinationFolderName();
     EXPECT_EQ(saved(), "Quillbox");
     QFile::remove(path);

@@ -2,21 +2,15 @@
 
 #include "ApplicationService.h"
 #include "DesktopServices.h"
-#include "FakeFTPStream.h"
-#include "NetworkManager.h"
-#include "Printers.h"
+#include "FakeWindowTest.h"
 #include "PrivateBus.h"
 #include "ProgramCopies.h"
 #include "ProgramName.h"
-#include "UserDefaults.h"
-#include "ViewController.h"
 #include "WaitFor.h"
 
 #include <QDBusMessage>
-#include <QFile>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -24,17 +18,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class DesktopIntegrationTest : public ::testing::Test {
+class DesktopIntegrationTest : public FakeWindowTest {
 protected:
     DesktopIntegrationTest()
+        : FakeWindowTest({ { u"Address"_s, u"host"_s } }, u"Scans"_s)
     {
-        setProgramFileName(u"Scans"_s);
-        NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
-        setAddress(u"host"_s);
         m_bus.serve(m_notifications);
         m_bus.serve(m_loginManager);
         m_dock.listen(m_bus.serviceConnection());
-        m_controller = std::make_unique<ViewController>(m_streams);
         integrate(u"Scans"_s);
     }
     void integrate(const QString& programName)
@@ -46,40 +37,11 @@ protected:
                                                                  .isInFront = [this] { return m_isInFront; },
                                                              });
     }
-    ~DesktopIntegrationTest() override
-    {
-        NetworkManager::sharedInstance().setNetworkOperationCount(100);
-        m_integration.reset();
-        m_controller.reset();
-        NetworkManager::sharedInstance().setNetworkOperationCount(0);
-        NetworkManager::setReachabilitySource(nullptr);
-        QFile::remove(UserDefaults::standard().filePath());
-        setProgramFileName(QString());
-    }
 
-    static void setAddress(const QJsonValue& address)
-    {
-        ASSERT_TRUE(UserDefaults::standard().store({ { u"Address"_s, address } }));
-    }
-    QString makeFile(const QString& name)
-    {
-        QFile file(m_directory.filePath(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("hello");
-        return file.fileName();
-    }
     void startOne()
     {
         m_controller->uploadFiles({ makeFile(u"a"_s) });
-        m_controller->onTick();
-    }
-    void finish()
-    {
-        FakeFTPStream& stream = m_streams.last();
-        stream.sendOpenCompleted();
-        while (stream.isOpen()) {
-            stream.sendHasSpace();
-        }
+        tick();
     }
 
     PrivateBus m_bus;
@@ -87,20 +49,17 @@ protected:
     LoginManager m_loginManager;
     Dock m_dock;
     bool m_isInFront = false;
-    QTemporaryDir m_directory;
-    FakeStreamFactory m_streams;
-    std::unique_ptr<ViewController> m_controller;
     std::unique_ptr<DesktopIntegration> m_integration;
 };
 
 TEST_F(DesktopIntegrationTest, AQueueWorkedOffUnseenIsNotifiedOnce)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s, makeFile(u"b"_s) });
-    m_controller->onTick();
-    finish();
-    m_controller->onTick();
-    m_controller->onTick();
-    finish();
+    tick();
+    finishUpload();
+    tick();
+    tick();
+    finishUpload();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_EQ(m_notifications.shown,
@@ -111,10 +70,10 @@ TEST_F(DesktopIntegrationTest, WhatTheUserSeesIsNotNotified)
 {
     m_isInFront = true;
     startOne();
-    finish();
+    finishUpload();
     m_isInFront = false;
     startOne();
-    finish();
+    finishUpload();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: 1 file uploaded"_s });
@@ -126,7 +85,7 @@ TEST_F(DesktopIntegrationTest, ACopyIntroducesItselfAsTheUserKnowsIt)
 
     startOne();
     ASSERT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
-    finish();
+    finishUpload();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_TRUE(m_notifications.shown.constFirst().startsWith(u"Photos/2024: "_s));
@@ -137,7 +96,7 @@ TEST_F(DesktopIntegrationTest, AClickOnTheNotificationAsksForTheWindow)
 {
     QSignalSpy activated(m_integration.get(), &DesktopIntegration::activated);
     startOne();
-    finish();
+    finishUpload();
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
 
     // The click may be quicker than the program's knowledge of its notification's number.
@@ -165,7 +124,7 @@ TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeWhileAFileMovesAndNotLonger)
     ASSERT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
     EXPECT_TRUE(m_loginManager.asked.first().startsWith(u"sleep:idle, Scans, "_s));
 
-    finish();
+    finishUpload();
 
     EXPECT_TRUE(waitFor([this] { return !m_loginManager.isLocked(); }));
 }
@@ -179,11 +138,11 @@ TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeForADownloadToo)
 
 TEST_F(DesktopIntegrationTest, FilesThatHaveNowhereToGoLetTheMachineSleepUntilTheyHave)
 {
-    setAddress(QJsonValue());
+    unset(u"Address"_s);
     startOne();
     EXPECT_FALSE(m_loginManager.isLocked());
 
-    setAddress(u"host"_s);
+    set(u"Address"_s, u"host"_s);
 
     EXPECT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
     EXPECT_EQ(m_loginManager.asked.size(), 1);
@@ -192,12 +151,12 @@ TEST_F(DesktopIntegrationTest, FilesThatHaveNowhereToGoLetTheMachineSleepUntilTh
 TEST_F(DesktopIntegrationTest, TheLauncherShowsHowMuchOfTheQueueIsDone)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
-    m_controller->onTick();
+    tick();
     ASSERT_TRUE(waitFor([this] { return m_dock.heard.value(0).endsWith(u".desktop, 0"_s); }));
 
-    finish();
+    finishUpload();
     ASSERT_TRUE(waitFor([this] { return m_dock.heard.last().endsWith(u", 0.5"_s); }));
-    finish();
+    finishUpload();
 
     EXPECT_TRUE(waitFor([this] { return m_dock.heard.last().endsWith(u", none"_s); }));
 }
@@ -207,7 +166,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithoutALauncherOfItsOwnBelongsToTheProducts
     const QString product = u"io.github.quillbox.Quillbox"_s;
     startOne();
     ASSERT_TRUE(waitFor([this] { return !m_dock.heard.isEmpty(); }));
-    finish();
+    finishUpload();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_EQ(m_dock.heard.constFirst(), u"application://%1.desktop, 0"_s.arg(product));
@@ -224,7 +183,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderThePr
 
     startOne();
     ASSERT_TRUE(waitFor([this] { return !m_dock.heard.isEmpty(); }));
-    finish();
+    finishUpload();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     const QString own = ApplicationService::busName(u"Scans"_s);

@@ -195,10 +195,7 @@ TEST_F(HistoryWindowTest, ItsSizeAndColumnsAreRemembered)
     window.columns().resizeSection(1, 123);
     m_controller->rememberWindow();
 
-    NetworkManager::sharedInstance().setNetworkOperationCount(100);
-    m_controller = std::make_unique<ViewController>(m_streams);
-    NetworkManager::sharedInstance().setNetworkOperationCount(0);
-    m_controller->window().show();
+    startAgain();
 
     EXPECT_EQ(open().size(), QSize(700, 300));
     EXPECT_EQ(m_controller->historyWindow()->columns().sectionSize(1), 123);

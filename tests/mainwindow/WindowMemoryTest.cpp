@@ -16,13 +16,6 @@ protected:
         return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) + u"/window.ini"_s;
     }
     QHeaderView& header() { return *control<ListingTable>("destinationListingTable").horizontalHeader(); }
-    void startAnew()
-    {
-        NetworkManager::sharedInstance().setNetworkOperationCount(100);
-        m_controller = std::make_unique<ViewController>(m_streams);
-        NetworkManager::sharedInstance().setNetworkOperationCount(0);
-        m_controller->window().show();
-    }
 };
 
 TEST_F(WindowMemoryTest, SizeColumnsAndOrderAreRemembered)
@@ -32,7 +25,7 @@ TEST_F(WindowMemoryTest, SizeColumnsAndOrderAreRemembered)
     header().setSortIndicator(3, Qt::DescendingOrder);
     m_controller->rememberWindow();
 
-    startAnew();
+    startAgain();
 
     EXPECT_EQ(m_controller->window().size(), QSize(700, 600));
     EXPECT_EQ(header().sectionSize(1), 123);
@@ -66,7 +59,7 @@ TEST_F(WindowMemoryTest, WhatMakesNoSenseIsPassedOver)
     memory.write("[General]\ngeometry=@ByteArray(nonsense)\ncolumns=@ByteArray(nonsense)\n");
     memory.close();
 
-    startAnew();
+    startAgain();
 
     EXPECT_EQ(header().sortIndicatorSection(), 0);
     EXPECT_GE(m_controller->window().width(), m_controller->window().minimumWidth());

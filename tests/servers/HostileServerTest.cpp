@@ -1,3 +1,4 @@
+#include "CheckRows.h"
 #include "FTPManager.h"
 #include "ListingTable.h"
 #include "ResidentMemory.h"
@@ -64,7 +65,7 @@ TEST_F(HostileServerTest, AListingWithoutEndIsGivenUpAndTheNextOneWorks)
 
 TEST_F(HostileServerTest, AMillionItemsAreMoreThanAListingMayHaveAndTheWindowGoesOn)
 {
-    QFile file(m_local.filePath(u"million"_s));
+    QFile file(m_directory.filePath(u"million"_s));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     for (int number = 0; number < 1'000'000; ++number) {
         // In no order that sorting would like.
@@ -83,7 +84,7 @@ TEST_F(HostileServerTest, AMillionItemsAreMoreThanAListingMayHaveAndTheWindowGoe
     EXPECT_EQ(list(), u"Listing succeeded"_s);
     m_controller->uploadFiles({ makeFile(u"afterwards"_s) });
     EXPECT_TRUE(waitUntilIdle());
-    EXPECT_EQ(m_server.file(u"folder/afterwards"_s), QByteArray("content"));
+    EXPECT_EQ(m_server.file(u"folder/afterwards"_s), QByteArray("hello"));
 }
 
 TEST_F(HostileServerTest, AListingWithoutEndIsNothingToTheLibraryEither)
@@ -103,8 +104,8 @@ TEST_F(HostileServerTest, AListingWithoutEndIsNothingToTheLibraryEither)
 TEST_F(HostileServerTest, ADownloadWithoutEndTakesNoMemoryAndCanBeStopped)
 {
     m_server.on("RETR", { "150 Go", "repeat 0123456789abcdef" });
-    const QFileInfo file(m_local.filePath(u"endless"_s));
-    m_controller->downloadFileTo(u"endless"_s, m_local.path());
+    const QFileInfo file(m_directory.filePath(u"endless"_s));
+    m_controller->downloadFileTo(u"endless"_s, m_directory.path());
     const auto hasCome = [&file](qint64 bytes) {
         return waitFor([&file, bytes] { return QFileInfo(file.filePath()).size() > bytes; });
     };
@@ -125,27 +126,24 @@ TEST_F(HostileServerTest, AGreetingMayHoldAnythingButHasAnEnd)
 {
     const QString lost = u"Stream open error"_s;
     const QString succeeded = u"Listing succeeded"_s;
-    struct Row {
-        QByteArrayList greeting;
-        QString status;
-    };
-    for (const Row& row : {
-             Row{ { "flood-lines 1000000", "220 Ready" }, lost },
-             Row{ { "flood 1000000", "220 Ready" }, lost },
-             Row{ { "raw \0\0\0\0\r\n"_ba, "220 Ready" }, lost },
-             Row{ { "raw 220 a\0b\x1b[31m\xff\r\n"_ba }, succeeded },
-             Row{ { "raw 220\n" }, succeeded },
-             Row{ { "220-Welcome", "say 530 is no refusal here", "say ", "220 Ready" }, succeeded },
-         }) {
-        SCOPED_TRACE(row.greeting.first().toStdString());
-        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
-        m_server.on("connect", row.greeting);
+    checkRows<void(QByteArrayList, QString)>(
+        {
+            { { "flood-lines 1000000", "220 Ready" }, lost },
+            { { "flood 1000000", "220 Ready" }, lost },
+            { { "raw \0\0\0\0\r\n"_ba, "220 Ready" }, lost },
+            { { "raw 220 a\0b\x1b[31m\xff\r\n"_ba }, succeeded },
+            { { "raw 220\n" }, succeeded },
+            { { "220-Welcome", "say 530 is no refusal here", "say ", "220 Ready" }, succeeded },
+        },
+        [&](const QByteArrayList& greeting, const QString& status) {
+            m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
+            m_server.on("connect", greeting);
 
-        EXPECT_EQ(list(), row.status);
+            EXPECT_EQ(list(), status);
 
-        m_server.forgetRules();
-        EXPECT_EQ(list(), succeeded);
-    }
+            m_server.forgetRules();
+            EXPECT_EQ(list(), succeeded);
+        });
 }
 
 TEST_F(HostileServerTest, AFloodOfRepliesThatNobodyAskedForTakesNoMemoryAndTheNextListingWorks)
@@ -154,43 +152,38 @@ TEST_F(HostileServerTest, AFloodOfRepliesThatNobodyAskedForTakesNoMemoryAndTheNe
     const QByteArray over = "200 Enough"; // Said when the flood has been taken, or nobody is there to take it.
     const QString lost = u"Stream open error"_s;
     const QString succeeded = u"Listing succeeded"_s;
-    struct Row {
-        const char* behind;
-        QByteArray on;
-        QByteArrayList steps;
-        QString status;
-    };
-    for (const Row& row : {
-             // These pass for the answers to what was sent ahead, a port among it.
-             Row{ "the login", "PASS", { "230 In", flood, over }, lost },
-             Row{ "a command", "TYPE", { "200 Binary", flood, over }, lost },
-             Row{ "the last word, while data comes",
-                  "LIST",
-                  { "150 Go", "226 Done", flood, over, "send " + ::row("a"), "data-close" },
-                  succeeded },
-             Row{ "the last word, when nobody listens",
-                  "LIST",
-                  { "150 Go", "send " + ::row("a"), "data-close", "226 Done", flood, over },
-                  succeeded },
-         }) {
-        SCOPED_TRACE(row.behind);
-        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
-        m_server.on(row.on, row.steps);
-        const qint64 before = residentMemory();
+    checkRows<void(QByteArray, QByteArrayList, QString)>(
+        {
+            // These pass for the answers to what was sent ahead, a port among it.
+            { "the login", "PASS", { "230 In", flood, over }, lost },
+            { "a command", "TYPE", { "200 Binary", flood, over }, lost },
+            { "the last word, while data comes",
+              "LIST",
+              { "150 Go", "226 Done", flood, over, "send " + ::row("a"), "data-close" },
+              succeeded },
+            { "the last word, when nobody listens",
+              "LIST",
+              { "150 Go", "send " + ::row("a"), "data-close", "226 Done", flood, over },
+              succeeded },
+        },
+        [&](const QByteArray& command, const QByteArrayList& steps, const QString& status) {
+            m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
+            m_server.on(command, steps);
+            const qint64 before = residentMemory();
 
-        EXPECT_EQ(list(), row.status);
-        EXPECT_TRUE(m_server.waitForReply(over));
+            EXPECT_EQ(list(), status);
+            EXPECT_TRUE(m_server.waitForReply(over));
 
-        EXPECT_LT(residentMemory() - before, 8 * mebibyte + sanitizerMemory);
-        m_server.forgetRules();
-        m_server.forgetRecords();
-        EXPECT_EQ(list(), succeeded);
-        EXPECT_EQ(m_server.connectionCount(), 1); // What was flooded is not used again.
-        EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
-    }
+            EXPECT_LT(residentMemory() - before, 8 * mebibyte + sanitizerMemory);
+            m_server.forgetRules();
+            m_server.forgetRecords();
+            EXPECT_EQ(list(), succeeded);
+            EXPECT_EQ(m_server.connectionCount(), 1); // What was flooded is not used again.
+            EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
+        });
     m_controller->uploadFiles({ makeFile(u"afterwards"_s) });
     EXPECT_TRUE(waitUntilIdle());
-    EXPECT_EQ(m_server.file(u"folder/afterwards"_s), QByteArray("content"));
+    EXPECT_EQ(m_server.file(u"folder/afterwards"_s), QByteArray("hello"));
 }
 
 TEST_F(HostileServerTest, DataIsFetchedFromTheServerAloneWhateverAPassiveReplySays)
@@ -213,7 +206,7 @@ TEST_F(HostileServerTest, DataIsFetchedFromTheServerAloneWhateverAPassiveReplySa
 
 TEST_F(HostileServerTest, NoListedNameLeadsOutOfTheChosenFolder)
 {
-    const QString outside = m_local.filePath(u"outside"_s);
+    const QString outside = m_directory.filePath(u"outside"_s);
     const QString chosen = outside + u"/chosen"_s;
     ASSERT_TRUE(QDir().mkpath(chosen));
     const QString downloads = QDir::homePath() + u"/Downloads"_s;
@@ -255,7 +248,7 @@ TEST_F(HostileServerTest, NoListedNameLeadsOutOfTheChosenFolder)
         }
     }
 
-    for (const QString& path : everythingIn(m_local.path())) {
+    for (const QString& path : everythingIn(m_directory.path())) {
         EXPECT_TRUE(path == outside || path == chosen || QFileInfo(path).path() == chosen) << path.toStdString();
     }
     for (const QString& path : everythingIn(QDir::homePath())) {

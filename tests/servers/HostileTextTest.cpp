@@ -42,7 +42,7 @@ protected:
         settle();
         m_controller->cc().startCreate(name, destination, ViewController::username(), ViewController::password());
         settle();
-        m_controller->downloadFileTo(name, m_local.path());
+        m_controller->downloadFileTo(name, m_directory.path());
         settle();
         m_controller->deleteFile(name);
         settle();
@@ -68,7 +68,7 @@ protected:
         static_cast<void>(manager.contentsOfServer(record.get()));
         static_cast<void>(manager.uploadData("x", name, record.get()));
         static_cast<void>(manager.createNewFolder(name, record.get()));
-        static_cast<void>(manager.downloadFile(name, QUrl::fromLocalFile(m_local.path()), record.get()));
+        static_cast<void>(manager.downloadFile(name, QUrl::fromLocalFile(m_directory.path()), record.get()));
         static_cast<void>(manager.deleteFileNamed(name, record.get()));
         static_cast<void>(manager.chmodFileNamed(name, 755, record.get()));
         static_cast<void>(manager.checkLogin(record.get()));

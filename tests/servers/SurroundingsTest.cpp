@@ -226,7 +226,7 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
     ASSERT_GE(socket, 0);
     QFile::remove(unreadable);
     ASSERT_TRUE(QFile::link(u"/proc/sys/vm/drop_caches"_s, unreadable)); // A plain file that not even root can read.
-    makeFile(u"grown"_s, "content and more");
+    makeFile(u"grown"_s, "hello and more");
     makeFile(u"shrunk"_s, "little");
 
     EXPECT_TRUE(waitUntilIdle());
@@ -242,10 +242,10 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
               (QList{ sent, std::pair(Outcome::NotFound, QString()), unopened, unopened, unopened, unopened, unopened,
                       sent, sent, sent }));
     EXPECT_EQ(status(), u"Upload succeeded"_s);
-    EXPECT_EQ(m_server.file(u"folder/first"_s), QByteArray("content"));
-    EXPECT_EQ(m_server.file(u"folder/grown"_s), QByteArray("content and more"));
+    EXPECT_EQ(m_server.file(u"folder/first"_s), QByteArray("hello"));
+    EXPECT_EQ(m_server.file(u"folder/grown"_s), QByteArray("hello and more"));
     EXPECT_EQ(m_server.file(u"folder/shrunk"_s), QByteArray("little"));
-    EXPECT_EQ(m_server.file(u"folder/last"_s), QByteArray("content"));
+    EXPECT_EQ(m_server.file(u"folder/last"_s), QByteArray("hello"));
     QStringList listed = listedNames();
     listed.sort();
     EXPECT_EQ(listed, (QStringList{ u"first"_s, u"grown"_s, u"last"_s, u"shrunk"_s }));

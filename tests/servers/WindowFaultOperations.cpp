@@ -1,20 +1,16 @@
 #include "ConnectionPool.h"
-#include "EngineStreamFactory.h"
-#include "FTPEngine.h"
+#include "EngineStreams.h"
 #include "FTPManager.h"
 #include "FaultOperations.h"
 #include "ItemOperations.h"
 #include "LogRecorder.h"
 #include "NetworkManager.h"
 #include "PreferencesController.h"
-#include "ProgramName.h"
 #include "Sheets.h"
 #include "TestTimeouts.h"
-#include "UserDefaults.h"
-#include "ViewController.h"
 #include "WaitFor.h"
+#include "WindowFixture.h"
 
-#include <QFile>
 #include <QLabel>
 #include <QPushButton>
 
@@ -68,43 +64,30 @@ Outcome outcomeOfTest(Ending ending)
     return {};
 }
 
-class WindowFaultOperations final : public FaultOperations {
+class WindowFaultOperations final : public FaultOperations, private EngineStreams, private WindowFixture {
 public:
     explicit WindowFaultOperations(FaultScene& scene)
-        : m_scene(scene)
+        : WindowFixture(m_streams, {})
+        , m_scene(scene)
     {
-        setProgramFileName(u"Quillbox"_s);
-        NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
-        m_controller = std::make_unique<ViewController>(m_streams);
         m_controller->window().show();
-    }
-
-    ~WindowFaultOperations() override
-    {
-        // Each controller counts a stop when it is destroyed.
-        NetworkManager::sharedInstance().setNetworkOperationCount(100);
-        m_controller.reset();
-        NetworkManager::sharedInstance().setNetworkOperationCount(0);
-        NetworkManager::setReachabilitySource(nullptr);
-        QFile::remove(UserDefaults::standard().filePath());
-        setProgramFileName(QString());
     }
 
     QString perform(Operation operation, quint16 port, bool hasShortTimeouts) override
     {
         m_engine.timeouts() = hasShortTimeouts ? shortTimeouts() : usualTimeouts();
-        EXPECT_TRUE(UserDefaults::standard().store({ { u"Address"_s, u"127.0.0.1:%1"_s.arg(port) },
-                                                     { u"Username"_s, u"anna"_s },
-                                                     { u"Password"_s, u"secret"_s },
-                                                     { u"FTPFolder"_s, u"folder"_s } }));
+        set({ { u"Address"_s, u"127.0.0.1:%1"_s.arg(port) },
+              { u"Username"_s, u"anna"_s },
+              { u"Password"_s, u"secret"_s },
+              { u"FTPFolder"_s, u"folder"_s } });
         m_controller->setItemOperations(hastyItemOperations(hasShortTimeouts));
         const LogRecorder log; // What the library logs is not told in the window.
         begin(operation);
-        const bool isIdle = waitFor([this] { return !isBusy(); });
-        EXPECT_TRUE(isIdle);
-        m_controller->onTick(); // Shows the last word.
+        const bool hasEnded = waitFor([this] { return isIdle() && !isTesting(); });
+        EXPECT_TRUE(hasEnded);
+        tick(); // Shows the last word.
         EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
-        noteListing();
+        m_scene.setListed(listedNames());
         QString words = wordsOfEnd(operation);
         closeSheets();
         m_engine.timeouts() = usualTimeouts();
@@ -205,33 +188,19 @@ private:
             break;
         case Operation::ConnectionTest:
             m_controller->showPreferences();
-            control<QPushButton>(u"testButton"_s).click();
+            preference<QPushButton>("testButton").click();
             break;
         case Operation::LoginTest:
             break;
         }
     }
 
-    template <typename Control> Control& control(const QString& name) const
+    template <typename Control> Control& preference(const char* name) const
     {
-        return *m_controller->preferences().view()->findChild<Control*>(name);
+        return *m_controller->preferences().view()->findChild<Control*>(QString::fromLatin1(name));
     }
 
-    bool isBusy() const
-    {
-        return !m_controller->fileUploadQueue().isEmpty() || m_controller->pc().isSending()
-            || m_controller->gc().isReceiving() || m_controller->lc().isReceiving() || m_controller->cc().isCreating()
-            || control<QPushButton>(u"testButton"_s).text() == u"Stop &Test"_s;
-    }
-
-    void noteListing()
-    {
-        QStringList names;
-        for (qsizetype row = 0; row < m_controller->listEntries().size(); ++row) {
-            names.append(m_controller->listEntries().at(row).name);
-        }
-        m_scene.setListed(names);
-    }
+    bool isTesting() const { return preference<QPushButton>("testButton").text() == u"Stop &Test"_s; }
 
     QString wordsOfEnd(Operation operation) const
     {
@@ -246,17 +215,15 @@ private:
         if (operation == Operation::Deletion || operation == Operation::FolderCreation) {
             return shownSheets().join(u' ');
         }
-        const bool isListing = operation == Operation::Listing;
-        const auto* const label
-            = m_controller->window().findChild<QLabel*>(isListing ? u"listingStatusTextField"_s : u"statusTextField"_s);
-        return label->text() + (hasSheet(checkSettings) ? u", and a sheet"_s : u""_s);
+        return text(operation == Operation::Listing ? "listingStatusTextField" : "statusTextField")
+            + (hasSheet(checkSettings) ? u", and a sheet"_s : u""_s);
     }
 
     /// The sentence, and what the server has said up to the number.
     QString wordsOfTest() const
     {
-        const QString sentence = control<QLabel>(u"testResultLabel"_s).text();
-        const QString reply = control<QLabel>(u"testReplyLabel"_s).text();
+        const QString sentence = preference<QLabel>("testResultLabel").text();
+        const QString reply = preference<QLabel>("testReplyLabel").text();
         m_controller->preferences().view()->close();
         return sentence + (reply.isEmpty() ? u""_s : u' ' + reply.left(u"The server said: 200"_s.size()));
     }
@@ -274,9 +241,6 @@ private:
     }
 
     FaultScene& m_scene;
-    FTPEngine m_engine;
-    EngineStreamFactory m_streams{ m_engine };
-    std::unique_ptr<ViewController> m_controller;
 };
 
 } // namespace

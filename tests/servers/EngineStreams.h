@@ -1,0 +1,10 @@
+#pragma once
+
+#include "EngineStreamFactory.h"
+#include "FTPEngine.h"
+
+/// Streams to real servers.
+struct EngineStreams {
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
+};
