@@ -77,7 +77,7 @@ private:
     bool m_isRestoring = false; ///< What is selected now, the user has not chosen now.
     std::optional<int> m_wantedScroll;
     int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.
-    QTimer m_hold; ///< Runs while the old picture stays.
+    QTimer m_hold{ this }; ///< Runs while the old picture stays.
     TableDragging* m_dragging = nullptr;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the table.
     bool m_isDropTarget = false; ///< As a whole, and shown so.

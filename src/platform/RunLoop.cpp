@@ -11,6 +11,21 @@
 
 #include <utility>
 
+namespace {
+
+/// @p target owns the timer: it ends with it, and can be asked what it waits for.
+void runAfter(int delayMs, QObject& target, const std::function<void()>& block)
+{
+    auto* const timer = new QTimer(&target);
+    timer->setSingleShot(true);
+    timer->setTimerType(Qt::PreciseTimer);
+    QObject::connect(timer, &QTimer::timeout, timer, &QObject::deleteLater);
+    QObject::connect(timer, &QTimer::timeout, &target, block);
+    timer->start(delayMs);
+}
+
+} // namespace
+
 RunLoop& RunLoop::current()
 {
     static QThreadStorage<RunLoop*> loops;
@@ -70,6 +85,5 @@ void RunLoop::dispatchAfter(int delayMs, QObject* context, std::function<void()>
     const auto runWhenFree = [target, block = std::move(block)] { HeldLoop::whenFree(*target, block); };
     // On the target's thread, since the calling one may have no event loop of its own to start a timer on.
     postCall(
-        target, [delayMs, target, runWhenFree] { QTimer::singleShot(delayMs, target, runWhenFree); },
-        Qt::AutoConnection);
+        target, [delayMs, target, runWhenFree] { runAfter(delayMs, *target, runWhenFree); }, Qt::AutoConnection);
 }

@@ -25,7 +25,8 @@ public:
 
     /// Runs @p block on the main thread's loop after @p delayMs milliseconds, and not before the loop is free (see
     /// HeldLoop), unless @p context, an object of the main thread's, is destroyed before. Safe from any thread. A null
-    /// context means the life of the application.
+    /// context means the life of the application. Until then @p context, or the application, has a single-shot QTimer
+    /// for it among its children.
     static void dispatchAfter(int delayMs, QObject* context, std::function<void()> block);
 
 private:

@@ -1,6 +1,6 @@
 #include "DelayedAlert.h"
+#include "Delays.h"
 #include "PrivateNetwork.h"
-#include "RunLoop.h"
 #include "WindowServerTest.h"
 
 #include <QDeadlineTimer>
@@ -112,14 +112,6 @@ protected:
     }
     ~NoRouteTest() override { setDelayedAlertPresenter(nullptr); }
 
-    /// Waits until every alert asked for so far is shown.
-    static void waitForAlerts()
-    {
-        bool areDue = false;
-        RunLoop::dispatchAfter(1010, nullptr, [&areDue] { areDue = true; });
-        EXPECT_TRUE(waitFor([&areDue] { return areDue; }));
-    }
-
     int m_alerts = 0;
 };
 
@@ -155,7 +147,7 @@ TEST_F(NoRouteTest, TenThousandFilesFailOneAfterTheOtherWithOneAlertThatIsAnswer
             ++answers;
         }
     }
-    waitForAlerts();
+    passDelaysOf(*qApp); // Every alert that was asked for.
 
     EXPECT_GE(clock.elapsed(), shortestMs);
     EXPECT_EQ(status(), u"Stream open error"_s);
@@ -172,7 +164,7 @@ TEST_F(NoRouteTest, TenThousandFilesFailOneAfterTheOtherWithOneAlertThatIsAnswer
     EXPECT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
     EXPECT_EQ(shownSheets(), alert);
     answerSheet();
-    waitForAlerts();
+    passDelaysOf(*qApp); // Every alert that was asked for.
     EXPECT_EQ(m_alerts, 2);
     EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
 }

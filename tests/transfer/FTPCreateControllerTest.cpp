@@ -73,7 +73,7 @@ TEST_F(FTPCreateControllerTest, AStartWhileAFolderIsCreatedOnlyAlertsASecondLate
     EXPECT_EQ(m_streams.streams().size(), 1U);
     EXPECT_TRUE(m_delegate->calls.isEmpty());
     EXPECT_TRUE(m_alerts.isEmpty());
-    waitForAlerts();
+    passAlertDelays();
     EXPECT_EQ(m_alerts, QStringList{ u"A network operation is already running.|Try again when it completes."_s });
     EXPECT_TRUE(m_streams.last().isOpen());
     EXPECT_EQ(countChange(), 1);

@@ -104,7 +104,7 @@ TEST_F(FTPGetControllerTest, AStartWhileADownloadRunsChangesTheAddressAndAlertsA
     EXPECT_EQ(m_controller->filePath(), m_file);
     EXPECT_EQ(m_delegate->calls, (QStringList{ u"Receiving \"other\""_s, u"percent 100"_s, u"bytes 5"_s }));
     EXPECT_TRUE(m_alerts.isEmpty());
-    waitForAlerts();
+    passAlertDelays();
     EXPECT_EQ(m_alerts, QStringList{ u"A network operation is already running.|Try again when it completes."_s });
     EXPECT_EQ(countChange(), 1);
 }

@@ -1,5 +1,6 @@
 #include "FTPPutController.h"
 
+#include "RunLoop.h"
 #include "TransferTest.h"
 
 #include <QDir>

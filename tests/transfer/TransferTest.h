@@ -1,13 +1,14 @@
 #pragma once
 
 #include "DelayedAlert.h"
+#include "Delays.h"
 #include "FakeFTPStream.h"
 #include "NetworkManager.h"
 #include "Printers.h"
-#include "RunLoop.h"
 #include "WaitFor.h"
 #include "WeakRef.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -62,13 +63,8 @@ protected:
         return file.readAll();
     }
 
-    /// Waits until every alert asked for so far has been shown or dropped.
-    static void waitForAlerts()
-    {
-        bool due = false;
-        RunLoop::dispatchAfter(1010, nullptr, [&due] { due = true; });
-        ASSERT_TRUE(waitFor([&due] { return due; }));
-    }
+    /// Lets the second pass after which every alert asked for so far is shown or dropped.
+    static void passAlertDelays() { passDelaysOf(*QCoreApplication::instance()); }
 
     QTemporaryDir m_folder;
     FakeStreamFactory m_streams;

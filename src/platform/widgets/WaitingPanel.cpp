@@ -63,7 +63,10 @@ std::optional<bool> waitForAnswer(QWidget* parent, const QString& what, std::fun
     QEventLoop loop;
     QObject::connect(&worker, &WorkerCall::answered, &loop, &QEventLoop::quit);
     QObject::connect(&panel, &QDialog::rejected, &loop, &QEventLoop::quit);
-    QTimer::singleShot(unseen, &panel, &QWidget::show);
+    QTimer appearance(&panel);
+    appearance.setSingleShot(true);
+    QObject::connect(&appearance, &QTimer::timeout, &panel, &QWidget::show);
+    appearance.start(unseen);
     loop.exec();
     return worker.answer();
 }
