@@ -67,6 +67,11 @@ void AppDelegate::applicationDidFinishLaunching()
     updateWindowTitleAndList();
     theAppDelegate = this;
     showWelcomeWindow(nullptr);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive) {
+            applicationDidBecomeActive();
+        }
+    });
 }
 
 void AppDelegate::applicationDidBecomeActive()

@@ -26,6 +26,7 @@ public:
 
     // Lifecycle.
 
+    /// From here on the delegate hears when the application becomes active.
     void applicationDidFinishLaunching();
     void applicationDidBecomeActive();
     /// Files opened with the application: they join the queue as they are. Without a main window they are lost.

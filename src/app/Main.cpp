@@ -65,7 +65,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
     const CommandLine commandLine = readCommandLine(argc, argv);
 
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     ProgramIdentity::apply(programFileName());
     CertificateSheets certificateSheets;
     RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);
@@ -101,12 +101,6 @@ int main(int argc, char** argv)
     }
     viewController.window().show();
     delegate.applicationDidFinishLaunching();
-    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
-                     [&delegate](Qt::ApplicationState state) {
-                         if (state == Qt::ApplicationActive) {
-                             delegate.applicationDidBecomeActive();
-                         }
-                     });
     if (!commandLine.files.isEmpty()) {
         delegate.openFiles(commandLine.files);
     }

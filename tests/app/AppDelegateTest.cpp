@@ -1,7 +1,10 @@
 #include "AppDelegate.h"
 
+#include "Beeps.h"
 #include "CopiesWindow.h"
+#include "Delays.h"
 #include "FakeWindowTest.h"
+#include "OpenedUrls.h"
 #include "ProgramCopies.h"
 #include "ProgramName.h"
 #include "Sheets.h"
@@ -11,7 +14,6 @@
 
 #include <QAction>
 #include <QClipboard>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -27,6 +29,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -36,13 +40,18 @@ protected:
     void launch()
     {
         m_controller->window().show();
-        m_clock.start();
+        drainEventLoop(); // The application is active before it is launched, not some time later.
         m_delegate.applicationDidFinishLaunching();
+    }
+    /// Lets both seconds pass after which the title is refreshed.
+    void passTwoSeconds()
+    {
+        passDelaysOf(m_delegate);
+        passDelaysOf(m_delegate);
     }
     QString title() { return m_controller->window().windowTitle(); }
 
     AppDelegate m_delegate{ *m_controller };
-    QElapsedTimer m_clock;
 };
 
 TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStartsThen)
@@ -51,40 +60,78 @@ TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStar
     EXPECT_EQ(theAppDelegate, &m_delegate);
     EXPECT_EQ(m_delegate.mainWindow(), &m_controller->window());
 
-    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+    for (int second = 0; second < 2; ++second) {
+        EXPECT_EQ(title(), u"Quillbox"_s);
+        EXPECT_TRUE(m_streams.streams().empty());
+        EXPECT_EQ(delaysOf(m_delegate), QList<int>{ 1000 });
+        passDelaysOf(m_delegate);
+    }
 
-    EXPECT_GE(m_clock.elapsed(), 1990);
+    EXPECT_EQ(title(), u"ftp://host/"_s);
     EXPECT_TRUE(m_controller->lc().isReceiving());
     EXPECT_EQ(m_streams.last().location, u"ftp://host/"_s);
+    EXPECT_EQ(delaysOf(m_delegate), QList<int>());
+}
+
+TEST_F(AppDelegateTest, TheTitleIsSetBeforeTheListingStarts)
+{
+    std::optional<bool> isListingAlready;
+    QObject::connect(&m_controller->window(), &QWidget::windowTitleChanged, &m_delegate,
+                     [&] { isListingAlready = m_controller->lc().isReceiving(); });
+    launch();
+
+    passTwoSeconds();
+
+    EXPECT_EQ(isListingAlready, false);
+    EXPECT_TRUE(m_controller->lc().isReceiving());
 }
 
 TEST_F(AppDelegateTest, WithoutADestinationTheTitleSaysSoAfterOneSecondAndNothingIsListed)
 {
     unset(u"Address"_s);
     launch();
+    EXPECT_EQ(delaysOf(m_delegate), QList<int>{ 1000 });
 
-    ASSERT_TRUE(waitFor([this] { return title() == u"No FTP Destination"_s; }));
+    passDelaysOf(m_delegate);
 
-    EXPECT_GE(m_clock.elapsed(), 990);
-    EXPECT_LT(m_clock.elapsed(), 1900);
+    EXPECT_EQ(title(), u"No FTP Destination"_s);
+    EXPECT_EQ(delaysOf(m_delegate), QList<int>());
     EXPECT_TRUE(m_streams.streams().empty());
 }
 
 TEST_F(AppDelegateTest, TheTitleIsTheDestinationOfTheFirstSecond)
 {
     launch();
-    waitFor([this] { return m_clock.elapsed() > 1300; });
-    set(u"Address"_s, u"other"_s);
+    set(u"Address"_s, u"first"_s);
+    passDelaysOf(m_delegate);
+    set(u"Address"_s, u"second"_s);
 
-    ASSERT_TRUE(waitFor([this] { return title().startsWith(u"ftp://"_s); }));
+    passDelaysOf(m_delegate);
 
-    EXPECT_EQ(title(), u"ftp://host/"_s);
+    EXPECT_EQ(title(), u"ftp://first/"_s);
+}
+
+TEST_F(AppDelegateTest, EachTimeTheApplicationBecomesActiveTheTitleIsRefreshed)
+{
+    launch();
+    passTwoSeconds();
+    for (const QString& host : { u"second"_s, u"third"_s }) {
+        set(u"Address"_s, host);
+        emit qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
+        EXPECT_EQ(delaysOf(m_delegate), QList<int>());
+
+        emit qGuiApp->applicationStateChanged(Qt::ApplicationActive);
+
+        EXPECT_EQ(delaysOf(m_delegate), QList<int>{ 1000 });
+        passTwoSeconds();
+        EXPECT_EQ(title(), u"ftp://%1/"_s.arg(host));
+    }
 }
 
 TEST_F(AppDelegateTest, BecomingActiveDuringATransferRefreshesTheTitleAndListsNothing)
 {
     launch();
-    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+    passTwoSeconds();
     m_streams.last().sendEnd();
     ASSERT_FALSE(m_controller->lc().isReceiving());
     QTemporaryFile file;
@@ -95,8 +142,9 @@ TEST_F(AppDelegateTest, BecomingActiveDuringATransferRefreshesTheTitleAndListsNo
     set(u"Address"_s, u"other"_s);
 
     m_delegate.applicationDidBecomeActive();
+    passTwoSeconds();
 
-    EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }, std::chrono::seconds(5)));
+    EXPECT_EQ(title(), u"ftp://other/"_s);
     EXPECT_FALSE(m_controller->lc().isReceiving());
 }
 
@@ -105,6 +153,7 @@ TEST_F(AppDelegateTest, LaunchingMakesTheWindowsLight)
     QApplication::setPalette(Qt::black);
 
     launch();
+    drainEventLoop();
 
     EXPECT_GT(QApplication::palette().color(QPalette::Window).lightness(), 200);
     EXPECT_GT(m_controller->window().palette().color(QPalette::Window).lightness(), 200);
@@ -134,9 +183,11 @@ TEST_F(AppDelegateTest, WithoutAMainWindowNothingIsFoundRefreshedOrOpened)
     EXPECT_EQ(m_delegate.ourViewController(), nullptr);
     m_delegate.openFiles({ u"/a"_s });
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
-    m_delegate.updateWindowTitleAndList();
     m_delegate.showMainWindow();
-    EXPECT_FALSE(waitFor([this] { return !m_streams.streams().empty(); }, std::chrono::milliseconds(2300)));
+    m_delegate.updateWindowTitleAndList();
+    passDelaysOf(m_delegate);
+    EXPECT_EQ(delaysOf(m_delegate), QList<int>());
+    EXPECT_TRUE(m_streams.streams().empty());
     EXPECT_EQ(title(), u"Quillbox"_s);
 }
 
@@ -160,21 +211,35 @@ TEST_F(AppDelegateTest, OpenedFilesAreQueuedAsTheyAre)
     EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{ u"/missing"_s, u"/tmp"_s, u"/missing"_s }));
 }
 
-TEST_F(AppDelegateTest, TheClipboardHoldsExactlyTheDestination)
+TEST_F(AppDelegateTest, TheClipboardHoldsExactlyTheDestinationAndWithoutOneThereIsABeep)
 {
+    const Beeps beeps;
     set(u"FTPFolder"_s, u"a b"_s);
     m_delegate.copyLocationToClipboard();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/a%20b/"_s);
+    EXPECT_EQ(beeps.count(), 0);
 
     unset(u"Address"_s);
     m_delegate.copyLocationToClipboard();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/a%20b/"_s);
+    EXPECT_EQ(beeps.count(), 1);
 }
 
-TEST_F(AppDelegateTest, AnAlertWithAWindowIsASheetAndWithoutOneADialog)
+TEST_F(AppDelegateTest, TheProductsWebPageIsOpened)
 {
+    const OpenedUrls opened(u"https"_s);
+
+    m_delegate.goToWebsite();
+
+    EXPECT_EQ(opened.urls(), QList<QUrl>{ QUrl(QStringLiteral(QUILLBOX_WEBSITE)) });
+}
+
+TEST_F(AppDelegateTest, AnAlertBeepsAndIsASheetWithAWindowAndADialogWithoutOne)
+{
+    const Beeps beeps;
     m_controller->window().show();
     m_delegate.doAlert(u"Title"_s, u"50 % of \"%1\""_s, &m_controller->window(), QMessageBox::Critical);
+    EXPECT_EQ(beeps.count(), 1);
     EXPECT_EQ(shownSheets(), QStringList{ u"Title: 50 % of \"%1\""_s });
     EXPECT_EQ(QApplication::activeModalWidget()->windowModality(), Qt::WindowModal);
     answerSheet();
@@ -202,6 +267,7 @@ TEST_F(AppDelegateTest, AnAlertWithAWindowIsASheetAndWithoutOneADialog)
     EXPECT_TRUE(isPlain);
     EXPECT_EQ(icon, QMessageBox::Critical);
     EXPECT_EQ(modality, Qt::ApplicationModal);
+    EXPECT_EQ(beeps.count(), 2);
 }
 
 TEST_F(AppDelegateTest, TheDefaultsHandlerWritesItsLine)
@@ -225,7 +291,10 @@ TEST_F(AppDelegateTest, AWatchedFileThatChangesRefreshesTheTitle)
 
     for (const QString& host : { u"second"_s, u"third"_s }) {
         set(u"Address"_s, host);
-        EXPECT_TRUE(waitFor([this, &host] { return title() == u"ftp://%1/"_s.arg(host); }));
+        EXPECT_TRUE(waitFor([this, &host] {
+            passDelaysOf(m_delegate);
+            return title() == u"ftp://%1/"_s.arg(host);
+        }));
     }
 }
 
@@ -294,10 +363,31 @@ TEST_F(AppDelegateTest, TheCommandsOfTheWindowReachTheApplication)
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/"_s);
     emit m_controller->welcomeWindowRequested();
     EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
-    ASSERT_TRUE(waitFor([this] { return title() == u"ftp://host/"_s; }));
+    passTwoSeconds();
     set(u"Address"_s, u"other"_s);
     emit m_controller->updateWindowTitleAndList();
-    EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }));
+    passTwoSeconds();
+    EXPECT_EQ(title(), u"ftp://other/"_s);
+    const OpenedUrls opened(u"https"_s);
+    emit m_controller->goToWebsite();
+    EXPECT_EQ(opened.urls().size(), 1);
+}
+
+TEST_F(AppDelegateTest, WhenTheMainWindowClosesItsPlaceIsRememberedForTheNextRun)
+{
+    const auto sizeInTheNextRun = [this] {
+        NetworkManager::sharedInstance().setNetworkOperationCount(100);
+        const QSize size = ViewController(m_streams).window().size();
+        NetworkManager::sharedInstance().setNetworkOperationCount(0);
+        return size;
+    };
+    launch();
+    m_controller->window().resize(713, 617);
+    ASSERT_NE(sizeInTheNextRun(), QSize(713, 617));
+
+    m_controller->window().close();
+
+    EXPECT_EQ(sizeInTheNextRun(), QSize(713, 617));
 }
 
 TEST_F(AppDelegateTest, QuittingAsksWhileFilesWaitAndCancelIsTheDefault)
