@@ -68,14 +68,17 @@ TEST_F(ManualTransfersTest, EachStartsFromNothingAndItsStopChangesNothing)
     }
 }
 
-TEST_F(ManualTransfersTest, EachLogsInAsTheUser)
+TEST_F(ManualTransfersTest, EachLogsInAsTheUserOfThatMoment)
 {
     for (const char* name : transferButtons) {
         SCOPED_TRACE(name);
+        const QString user = QString::fromLatin1(name);
+        set({ { u"Username"_s, user }, { u"Password"_s, user.toUpper() } });
 
         button(name).click();
 
-        EXPECT_EQ(m_streams.last().calls.mid(0, 2), login);
+        EXPECT_EQ(m_streams.last().calls.mid(0, 2),
+                  (QStringList{ u"setUserName "_s + user, u"setPassword "_s + user.toUpper() }));
         button(name).click(); // Stops it.
         EXPECT_TRUE(m_streams.last().isClosed());
     }
@@ -91,10 +94,23 @@ TEST_F(ManualTransfersTest, UploadAndDownloadDoNotAskForEachOther)
     EXPECT_TRUE(m_controller->pc().isSending());
     EXPECT_TRUE(m_controller->gc().isReceiving());
     EXPECT_TRUE(button("stopButton").isEnabled());
+}
 
+TEST_F(ManualTransfersTest, OfAnUploadAndADownloadTheUploadIsToldOfAndStoppedFirst)
+{
+    button("startStopUploadButton").click();
+    button("startStopDownloadButton").click();
+    tick();
+
+    EXPECT_TRUE(m_controller->alertSendingOrReceiving());
+    EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current upload to complete."_s });
+    answerSheet();
     button("stopButton").click();
+    tick();
+
     EXPECT_FALSE(m_controller->pc().isSending());
     EXPECT_FALSE(m_controller->gc().isReceiving());
+    EXPECT_EQ(text("statusTextField"), u"Download Stopped"_s); // The last word.
 }
 
 TEST_F(ManualTransfersTest, TheListButtonListsTheManualFolderAndAnyOtherTheDestination)

@@ -1,3 +1,4 @@
+#include "Delays.h"
 #include "DragExtraction.h"
 #include "ListingTable.h"
 #include "PromisedFile.h"
@@ -5,14 +6,11 @@
 
 #include <QDir>
 #include <QDragEnterEvent>
-#include <QElapsedTimer>
 #include <QHeaderView>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QTest>
 #include <QUrl>
-
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -65,11 +63,8 @@ protected:
         EXPECT_EQ(event.isAccepted(), event.dropAction() != Qt::IgnoreAction);
         return event.dropAction();
     }
-    bool waitForQueue(const QStringList& files)
-    {
-        return waitFor([this, files] { return control<QPlainTextEdit>("textView").toPlainText() == listed(files); },
-                       3s);
-    }
+    /// What the drop area shows.
+    QString queued() { return control<QPlainTextEdit>("textView").toPlainText(); }
     static QString listed(const QStringList& files)
     {
         QString text;
@@ -163,7 +158,9 @@ TEST_F(TableDraggingTest, TheTableTakesDropsAnywhere)
     name({ file });
     for (const QPoint& place : { QPoint(40, 40), QPoint(40, 200) }) { // On a row, and below the rows.
         EXPECT_EQ(drop(place), Qt::CopyAction);
-        EXPECT_TRUE(waitForQueue({ file }));
+        passDelaysOf(*m_controller);
+        EXPECT_EQ(queued(), listed({ file }));
+        m_controller->clearQueue();
         control<QPlainTextEdit>("textView").clear();
     }
 }
@@ -180,15 +177,14 @@ TEST_F(TableDraggingTest, TheFilesGoToTheQueueASecondAfterTheDrop)
     const QString file = makeFile(u"new"_s);
     name({ file });
     EXPECT_EQ(m_controller->droppedFiles(), QStringList());
-    QElapsedTimer timer;
-    timer.start();
 
     EXPECT_TRUE(m_controller->acceptDrop(m_data, {}));
 
     EXPECT_EQ(m_controller->droppedFiles(), QStringList{ file });
-    EXPECT_EQ(control<QPlainTextEdit>("textView").toPlainText(), u""_s);
-    EXPECT_TRUE(waitForQueue({ file }));
-    EXPECT_GE(timer.elapsed(), 990);
+    EXPECT_EQ(queued(), u""_s);
+    EXPECT_EQ(delaysOf(*m_controller), QList<int>{ 1000 });
+    passDelaysOf(*m_controller);
+    EXPECT_EQ(queued(), listed({ file }));
 }
 
 TEST_F(TableDraggingTest, TwoDropsWithinOneSecondHandOverTheirOwnFilesEach)
@@ -201,8 +197,10 @@ TEST_F(TableDraggingTest, TwoDropsWithinOneSecondHandOverTheirOwnFilesEach)
     m_controller->acceptDrop(m_data, {});
     EXPECT_EQ(m_controller->droppedFiles(), QStringList{ second });
 
-    EXPECT_TRUE(waitFor([this, second] { return m_controller->fileUploadQueue() == QStringList{ second }; }, 3s));
+    passDelaysOf(*m_controller);
+    tick();
     EXPECT_EQ(upload().location, u"ftp://host/in/first"_s);
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ second });
 }
 
 TEST_F(TableDraggingTest, FoldersAloneAreRefusedWithAnAlert)
@@ -222,7 +220,8 @@ TEST_F(TableDraggingTest, OfAMixTheFilesAreTaken)
 
     EXPECT_EQ(drop(), Qt::CopyAction);
 
-    EXPECT_TRUE(waitForQueue({ file }));
+    passDelaysOf(*m_controller);
+    EXPECT_EQ(queued(), listed({ file }));
     EXPECT_EQ(shownSheets(), QStringList());
 }
 
@@ -376,20 +375,17 @@ TEST_F(TableDraggingTest, AnExistingFileIsKeptUnlessTheUserWantsOtherwise)
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("mine");
         file.close();
-        QElapsedTimer timer;
-        timer.start();
 
         EXPECT_EQ(fulfil({ 0 }), QStringList{ u"a.txt"_s });
 
         EXPECT_EQ(shownSheets(), QStringList{ overwriteA });
         EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
         answerSheet(overwrites ? u"Overwrite"_s : u"Cancel"_s);
-        EXPECT_EQ(waitFor([this] { return count(FakeFTPStream::Kind::Download) == 1; }, 2s), overwrites);
-        EXPECT_GE(timer.elapsed(), 990);
-        if (!overwrites) {
-            EXPECT_EQ(contents(u"a.txt"_s), "mine");
-        }
+        EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+        EXPECT_EQ(delaysOf(*m_controller), overwrites ? QList<int>{ 1000 } : QList<int>());
+        EXPECT_EQ(contents(u"a.txt"_s), "mine");
     }
+    passDelaysOf(*m_controller);
     bring("theirs");
     EXPECT_EQ(contents(u"a.txt"_s), "theirs");
 }
@@ -424,7 +420,8 @@ TEST_F(TableDraggingTest, ReturnKeepsTheExistingFile)
     ASSERT_NE(sheet, nullptr);
     QTest::keyClick(sheet, Qt::Key_Return);
     EXPECT_EQ(shownSheets(), QStringList());
-    EXPECT_FALSE(waitFor([this] { return count(FakeFTPStream::Kind::Download) > 0; }, 1500ms));
+    EXPECT_EQ(delaysOf(*m_controller), QList<int>());
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
 }
 
 TEST_F(TableDraggingTest, TheQuestionShowsNamesAsTheyAre)
@@ -454,8 +451,8 @@ TEST_F(TableDraggingTest, ANameThatIsNoUTF8IsAskedForByItsBytes)
 
     fulfil({ 0 });
     answerSheet(u"Overwrite"_s);
+    passDelaysOf(*m_controller);
 
-    EXPECT_TRUE(waitFor([this] { return count(FakeFTPStream::Kind::Download) == 1; }, 3s));
     EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/caf%E9"_s);
     bring("bytes");
     EXPECT_EQ(contents(entry.name), "bytes");

@@ -1,3 +1,4 @@
+#include "ListingTable.h"
 #include "ViewControllerTest.h"
 
 namespace {
@@ -34,6 +35,28 @@ TEST_F(ViewControllerListingTest, IdleTicksLeaveTheListOfARunningListingAloneWhi
 
     EXPECT_EQ(count(Kind::Listing), 2);
     EXPECT_TRUE(m_controller->listEntries().isEmpty());
+}
+
+TEST_F(ViewControllerListingTest, AfterARefreshTheKeyboardGoesOnFromWhereAnItemHasGone)
+{
+    const auto list = [this](const QByteArrayList& names) {
+        m_controller->listFTPDestination();
+        latest(Kind::Listing).sendOpenCompleted();
+        for (const QByteArray& name : names) {
+            latest(Kind::Listing).sendBytes(QByteArray(entryLine).replace("one.txt", name));
+        }
+        tick();
+        latest(Kind::Listing).sendEnd();
+        tick();
+    };
+    auto& table = control<ListingTable>("destinationListingTable");
+    list({ "a", "b", "c" });
+    table.selectRow(1);
+
+    list({ "a", "c" });
+
+    EXPECT_EQ(table.selectedRow(), -1);
+    EXPECT_EQ(table.currentIndex().row(), 1);
 }
 
 } // namespace

@@ -1,6 +1,11 @@
+#include "Metronome.h"
 #include "ViewControllerTest.h"
 
 #include <QElapsedTimer>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -72,26 +77,28 @@ TEST_F(ViewControllerProgressTest, NumbersThatMoveAreShownSeveralTimesASecondAnd
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     upload().sendOpenCompleted();
+    const Metronome severalTimesASecond(250ms);
     QElapsedTimer time;
     time.start();
-    qint64 step = 0;
+    int step = 0;
     int shown = 0;
     QString last = text("bytesFormattedTextField");
 
-    while (shown < 5) {
-        m_controller->bytesDone(static_cast<float>(++step % 1000));
-        m_controller->percentDone(static_cast<float>(step % 100));
-        tick();
+    EXPECT_TRUE(waitFor([&] {
         if (text("bytesFormattedTextField") != last) {
             last = text("bytesFormattedTextField");
             EXPECT_EQ(last, ViewController::stringForFileSize(static_cast<quint64>(step % 1000)));
             EXPECT_EQ(bar("percentProgressIndicator").value(), step % 100);
             ++shown;
         }
-    }
+        ++step;
+        m_controller->bytesDone(static_cast<float>(step % 1000));
+        m_controller->percentDone(static_cast<float>(step % 100));
+        return severalTimesASecond.beats() == 4;
+    }));
 
-    EXPECT_GE(time.elapsed(), 4 * 80); // The first one waits for nothing.
-    EXPECT_GT(step, 5);
+    EXPECT_GE(shown, 4);
+    EXPECT_GE(time.elapsed(), (shown - 1) * 80); // The first one waits for nothing.
 }
 
 TEST_F(ViewControllerProgressTest, TheLastNumberOfAPauseIsShown)

@@ -1,8 +1,11 @@
 #include "DelayedAlert.h"
-#include "RunLoop.h"
+#include "Delays.h"
 #include "ViewControllerTest.h"
 
 #include <QPlainTextEdit>
+
+#include <functional>
+#include <vector>
 
 namespace {
 
@@ -104,6 +107,62 @@ TEST_F(ViewControllerQueueTest, TheDropAreaListsTheWholeQueueAtEachAddition)
     m_controller->uploadFiles({ a, a });
     EXPECT_EQ(listed(), u"1) %2\n\n2) %2\n\n3) %1\n\n4) %1\n\n"_s.arg(a, b));
     EXPECT_EQ(bar("totalProgressIndicator").maximum(), 4);
+}
+
+TEST_F(ViewControllerQueueTest, ATickShowsWhatWaitsAndMovesBeforeItStartsTheNextFile)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+
+    tick();
+
+    ASSERT_TRUE(m_controller->pc().isSending());
+    EXPECT_EQ(bar("totalProgressIndicator").value(), 1);
+    EXPECT_TRUE(bar("totalProgressIndicator").isVisible());
+    EXPECT_TRUE(button("clearQueueButton").isEnabled());
+    EXPECT_FALSE(bar("percentProgressIndicator").isVisible());
+    EXPECT_FALSE(button("stopButton").isEnabled());
+}
+
+TEST_F(ViewControllerQueueTest, TheBarsMaximumIsTheQueuesLengthAtTheLatestAdditionAlsoWhenThatIsLess)
+{
+    m_controller->uploadFiles(QStringList(3, u"/vanished"_s));
+    EXPECT_EQ(bar("totalProgressIndicator").maximum(), 3);
+    m_controller->clearQueue();
+    EXPECT_EQ(bar("totalProgressIndicator").maximum(), 3);
+
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+
+    EXPECT_EQ(bar("totalProgressIndicator").maximum(), 1);
+}
+
+TEST_F(ViewControllerQueueTest, EachFileLogsInWithTheSettingsOfItsStart)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    tick();
+    set({ { u"Username"_s, u"bert"_s }, { u"Password"_s, u"word"_s } });
+    finishUpload();
+
+    tick();
+
+    EXPECT_EQ(upload().location, u"ftp://host/in/b"_s);
+    EXPECT_EQ(upload().calls.mid(0, 2), (QStringList{ u"setUserName bert"_s, u"setPassword word"_s }));
+}
+
+TEST_F(ViewControllerQueueTest, AStoppedFileLeadsToNoListing)
+{
+    const std::vector<std::function<void()>> starts{ [this] { m_controller->uploadFiles({ makeFile(u"a"_s) }); },
+                                                     [this] { m_controller->startStopDownload(); } };
+    for (const auto& start : starts) {
+        start();
+        tick();
+        ASSERT_TRUE(m_controller->pc().isSending() || m_controller->gc().isReceiving());
+
+        m_controller->stopButtonAction();
+        tick();
+        tick();
+
+        EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 0);
+    }
 }
 
 TEST_F(ViewControllerQueueTest, StopEndsOneFileAndTheNextOneFollows)
@@ -322,18 +381,13 @@ TEST_F(ViewControllerQueueTest, WithoutARouteManyFilesRaiseOneAlert)
     NetworkManager::setReachabilitySource([] { return ReachabilityFlags(); });
     setDelayedAlertPresenter(
         [this](const QString& message, const QString& text) { m_controller->showAlert(message, text); });
-    QStringList files;
-    for (int i = 0; i < 10000; ++i) {
-        files.append(m_directory.path()); // A folder: each try ends in the same tick.
-    }
-    m_controller->uploadFiles(files);
+    m_controller->uploadFiles(QStringList(1000, m_directory.path())); // A folder: each try ends in the same tick.
     while (!m_controller->fileUploadQueue().isEmpty()) {
         tick();
     }
-    bool allAreDue = false;
-    RunLoop::dispatchAfter(1010, nullptr, [&allAreDue] { allAreDue = true; });
 
-    ASSERT_TRUE(waitFor([&allAreDue] { return allAreDue; }));
+    EXPECT_EQ(delaysOf(*qApp), QList<int>{ 1000 });
+    passDelaysOf(*qApp);
     setDelayedAlertPresenter(nullptr);
 
     EXPECT_EQ(

@@ -19,10 +19,14 @@ TEST_F(ViewControllerSettingsTest, SettingsAreReadAfreshAndUnchanged)
     EXPECT_EQ(ViewController::address(), u"host"_s);
     EXPECT_EQ(ViewController::ftpFolder(), u"in"_s);
 
-    set({ { u"Username"_s, u" a,b;\"c\" "_s } });
-    unset(u"Password"_s);
+    const QString odd = u" a,b;\"c\"\t\n "_s;
+    set({ { u"Username"_s, odd }, { u"Password"_s, odd }, { u"Address"_s, odd }, { u"FTPFolder"_s, odd } });
+    EXPECT_EQ(ViewController::username(), odd);
+    EXPECT_EQ(ViewController::password(), odd);
+    EXPECT_EQ(ViewController::address(), odd);
+    EXPECT_EQ(ViewController::ftpFolder(), odd);
 
-    EXPECT_EQ(ViewController::username(), u" a,b;\"c\" "_s);
+    unset(u"Password"_s);
     EXPECT_TRUE(ViewController::password().isNull());
 }
 

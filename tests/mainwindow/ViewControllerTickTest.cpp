@@ -1,3 +1,4 @@
+#include "Metronome.h"
 #include "RunLoop.h"
 #include "ViewControllerTest.h"
 #include "WidgetEvents.h"
@@ -41,22 +42,6 @@ public:
 
 private:
     int m_descriptor;
-};
-
-/// A timer that only counts.
-class Metronome final : public QTimer {
-public:
-    explicit Metronome(std::chrono::milliseconds interval)
-    {
-        setTimerType(Qt::PreciseTimer);
-        connect(this, &QTimer::timeout, this, [this] { ++m_beats; });
-        start(interval);
-    }
-
-    int beats() const { return m_beats; }
-
-private:
-    int m_beats = 0;
 };
 
 class ViewControllerTickTest : public ViewControllerTest {
