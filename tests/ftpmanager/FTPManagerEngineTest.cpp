@@ -501,13 +501,22 @@ TEST_F(FTPManagerEngineTest, TheRowsOfAListingThatFailedAreNotAmongThoseOfTheNex
     EXPECT_EQ(entries->first().name, u"second"_s);
 }
 
-TEST_F(FTPManagerEngineTest, WorksWithoutADelegate)
+TEST_F(FTPManagerEngineTest, WithoutADelegateEverythingIsMovedAndNobodyIsTold)
 {
     m_manager.setDelegate(nullptr);
-    m_streams.next.readAnswers = { "hello"_ba };
-    play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable });
 
+    m_streams.next.readAnswers = { "hel"_ba, "lo"_ba };
+    play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable, HasBytesAvailable });
     EXPECT_TRUE(download());
+    EXPECT_EQ(localContents(), "hello"_ba);
+
+    m_streams.next = {};
+    play({ OpenCompleted, HasSpaceAvailable, HasSpaceAvailable });
+    EXPECT_TRUE(upload("hello"));
+    EXPECT_EQ(m_streams.last().written, "hello"_ba);
+
+    EXPECT_TRUE(m_delegate.uploads.empty());
+    EXPECT_TRUE(m_delegate.downloads.empty());
 }
 
 } // namespace
