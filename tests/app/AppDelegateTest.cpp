@@ -173,7 +173,7 @@ TEST_F(AppDelegateTest, ShowingTheMainWindowMakesItTheActiveOneAlsoFromItsIcon)
 
         m_delegate.showMainWindow();
 
-        EXPECT_TRUE(waitFor([&window] { return window.isActiveWindow(); }, std::chrono::seconds(2)));
+        EXPECT_TRUE(waitFor([&window] { return window.isActiveWindow(); }));
         EXPECT_FALSE(window.isMinimized());
     }
 }

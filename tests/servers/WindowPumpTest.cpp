@@ -83,7 +83,7 @@ TEST_F(WindowPumpTest, TheListIsRightAfterManyUploadsDuringASlowListing)
 
     m_controller->uploadFiles(files);
 
-    EXPECT_TRUE(waitFor([this, &names] { return listed() == names; }, 60s));
+    EXPECT_TRUE(waitFor([this, &names] { return listed() == names; }));
     ASSERT_TRUE(waitUntilIdle());
     EXPECT_EQ(listed(), names);
 }
