@@ -4,6 +4,7 @@
 #include "CopiesWindow.h"
 #include "Delays.h"
 #include "FakeWindowTest.h"
+#include "NetworkManager.h"
 #include "OpenedUrls.h"
 #include "ProgramCopies.h"
 #include "ProgramName.h"

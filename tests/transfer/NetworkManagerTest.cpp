@@ -125,7 +125,7 @@ TEST_F(NetworkManagerTest, AnAlertThatIsAskedForWithoutAPauseIsShownOnceASecondA
         return true;
     };
     while (!askAgainAndAgain()) {
-        waitForAlerts();
+        passAlertDelays();
         m_alerts.clear();
     }
     EXPECT_EQ(m_alerts, QStringList{ u"a|b"_s });

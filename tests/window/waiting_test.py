@@ -143,7 +143,7 @@ class Waiting(WindowTest):
 
         self.desktop.key("ctrl+q")
 
-        self.assertEqual(program.exit_code(5), 0)
+        self.assertEqual(program.exit_code(), 0)
         self.assertEqual(program.output(), "")
 
 
