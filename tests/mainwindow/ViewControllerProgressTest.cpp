@@ -4,8 +4,6 @@
 
 namespace {
 
-using Kind = FakeFTPStream::Kind;
-
 /// The window shows half of a transfer, from which every start begins afresh.
 class ViewControllerProgressTest : public ViewControllerTest {
 protected:

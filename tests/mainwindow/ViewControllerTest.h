@@ -23,10 +23,15 @@
 
 using namespace Qt::StringLiterals;
 
+/// The sheet that refuses an action on an item while a file goes up.
+inline const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
+
 /// The window's controller on an off-screen display, with fake streams and settings of its own. Ticks come from the
 /// test: the timer has no chance to fire, unless the test runs the loop.
 class ViewControllerTest : public ::testing::Test {
 protected:
+    using Kind = FakeFTPStream::Kind;
+
     ViewControllerTest()
     {
         setProgramFileName(u"Quillbox"_s);
@@ -94,7 +99,7 @@ protected:
     }
 
     /// The latest stream of one kind, which must be there.
-    FakeFTPStream& latest(FakeFTPStream::Kind kind)
+    FakeFTPStream& latest(Kind kind)
     {
         FakeFTPStream* found = nullptr;
         for (const auto& stream : m_streams.streams()) {
@@ -105,8 +110,8 @@ protected:
         EXPECT_NE(found, nullptr);
         return *found;
     }
-    FakeFTPStream& upload() { return latest(FakeFTPStream::Kind::Upload); }
-    qsizetype count(FakeFTPStream::Kind kind) const
+    FakeFTPStream& upload() { return latest(Kind::Upload); }
+    qsizetype count(Kind kind) const
     {
         return std::count_if(m_streams.streams().begin(), m_streams.streams().end(),
                              [kind](const auto& stream) { return stream->kind == kind; });
