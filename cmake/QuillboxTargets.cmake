@@ -37,7 +37,7 @@ function(quillbox_library name)
 endfunction()
 
 # quillbox_test(NAME SOURCES file... [DEPENDS target...] [WIDGETS])
-# One GoogleTest program, each of its tests known to ctest. With WIDGETS it runs on an off-screen display.
+# One GoogleTest program, each of its suites known to ctest. With WIDGETS it runs on an off-screen display.
 function(quillbox_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "WIDGETS" "" "SOURCES;DEPENDS")
     set(support test_support)
@@ -50,6 +50,13 @@ function(quillbox_test name)
     target_link_libraries(${name} PRIVATE ${arg_DEPENDS} ${support} quillbox_options)
     target_precompile_headers(${name} REUSE_FROM ${headers})
     target_compile_definitions(${name} PRIVATE TEST_SOURCE_DIR="${CMAKE_SOURCE_DIR}/tests")
-    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT 120)
+    set(for_ctest ${CMAKE_CURRENT_BINARY_DIR}/${name}_suites)
+    file(GENERATE OUTPUT ${for_ctest}.cmake CONTENT "
+set(NAME ${name})
+set(PROGRAM \"$<TARGET_FILE:${name}>\")
+set(SUITES \"${for_ctest}.txt\")
+set(PROPERTIES TIMEOUT 600)
+include(\"${CMAKE_SOURCE_DIR}/cmake/AddTestSuites.cmake\")
+")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${for_ctest}.cmake)
 endfunction()
