@@ -122,7 +122,7 @@ TEST_F(AppDelegateTest, BecomingActiveDuringATransferRefreshesTheTitleAndListsNo
 
     m_delegate.applicationDidBecomeActive();
 
-    EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }, std::chrono::seconds(5)));
+    EXPECT_TRUE(waitFor([this] { return title() == u"ftp://other/"_s; }));
     EXPECT_FALSE(m_controller->lc().isReceiving());
 }
 
@@ -150,7 +150,7 @@ TEST_F(AppDelegateTest, ShowingTheMainWindowMakesItTheActiveOneAlsoFromItsIcon)
 
         m_delegate.showMainWindow();
 
-        EXPECT_TRUE(waitFor([&window] { return window.isActiveWindow(); }, std::chrono::seconds(2)));
+        EXPECT_TRUE(waitFor([&window] { return window.isActiveWindow(); }));
         EXPECT_FALSE(window.isMinimized());
     }
 }

@@ -60,10 +60,10 @@ protected:
         m_controller->uploadFiles({ makeFile(u"up"_s) });
         tick();
     }
-    /// Whether the second that passes before a chosen action has brought anything.
-    bool somethingHappensLater()
+    /// Waits for what is done a second after it was chosen.
+    bool waitForOperation()
     {
-        return waitFor([this] { return !m_operations.isEmpty(); }, 2s);
+        return waitFor([this] { return !m_operations.isEmpty(); });
     }
     static QStringList operation(const QString& name)
     {
@@ -168,7 +168,7 @@ TEST_F(ItemActionsTest, ANameThatIsNoUTF8IsDeletedByItsBytes)
     button("deleteButton").click();
     answerSheet(u"Delete"_s);
 
-    EXPECT_TRUE(somethingHappensLater());
+    EXPECT_TRUE(waitForOperation());
     EXPECT_EQ(m_operations, QList<QStringList>{ operation(u"caf\u00E9"_s) }); // Its bytes, read one by one.
 }
 
@@ -277,7 +277,7 @@ TEST_F(ItemActionsTest, DeletingAsksFirstAndCancelIsTheDefault)
     EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
     QTest::keyClick(sheet, Qt::Key_Return);
     EXPECT_EQ(shownSheets(), QStringList());
-    EXPECT_FALSE(somethingHappensLater());
+    EXPECT_FALSE(waitFor([this] { return !m_operations.isEmpty(); }, 2s));
 }
 
 TEST_F(ItemActionsTest, AConfirmedDeletionComesASecondLaterAndRefreshes)
@@ -290,7 +290,7 @@ TEST_F(ItemActionsTest, AConfirmedDeletionComesASecondLaterAndRefreshes)
     answerSheet(u"Delete"_s);
     EXPECT_TRUE(m_operations.isEmpty());
 
-    ASSERT_TRUE(somethingHappensLater());
+    ASSERT_TRUE(waitForOperation());
     EXPECT_GE(timer.elapsed(), 950);
     EXPECT_EQ(m_operations, QList<QStringList>{ operation(u"file.txt"_s) });
     EXPECT_TRUE(m_controller->lc().isReceiving());

@@ -4,7 +4,6 @@
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -27,7 +26,7 @@ protected:
     {
         m_delegate.statuses.clear();
         m_controller.startCreate(name, m_server.location(), m_server.userName(), m_server.password());
-        waitFor([this] { return !m_controller.isCreating(); }, 60s);
+        waitFor([this] { return !m_controller.isCreating(); });
         return m_delegate.statuses;
     }
 

@@ -8,7 +8,6 @@
 #include <functional>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -41,7 +40,7 @@ protected:
     {
         m_delegate.statuses.clear();
         m_controller.startReceive(m_server.location(escaped(name)), m_server.userName(), m_server.password(), file);
-        waitFor([this] { return !m_controller.isReceiving(); }, 60s);
+        waitFor([this] { return !m_controller.isReceiving(); });
         return m_delegate.statuses;
     }
 

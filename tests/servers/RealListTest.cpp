@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -32,7 +31,7 @@ protected:
         m_delegate.statuses.clear();
         m_delegate.entries.clear();
         m_controller.startReceive(m_server.location(path), m_server.userName(), m_server.password());
-        waitFor([this] { return !m_controller.isReceiving(); }, 60s);
+        waitFor([this] { return !m_controller.isReceiving(); });
         return m_delegate.statuses;
     }
 

@@ -2,7 +2,6 @@
 #include "RealServerTest.h"
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -30,7 +29,7 @@ protected:
     {
         m_delegate.statuses.clear();
         m_controller.startSend(path, destination, m_server.userName(), password);
-        waitFor([this] { return !m_controller.isSending(); }, 60s);
+        waitFor([this] { return !m_controller.isSending(); });
         return m_delegate.statuses;
     }
     QStringList upload(const QString& path) { return upload(path, m_server.location(), m_server.password()); }

@@ -67,13 +67,11 @@ protected:
     }
     bool waitUntilIdle()
     {
-        return waitFor(
-            [this] {
-                m_controller->onTick(); // A listing that is due begins with a tick.
-                return m_controller->fileUploadQueue().isEmpty() && !m_controller->pc().isSending()
-                    && !m_controller->lc().isReceiving();
-            },
-            60s);
+        return waitFor([this] {
+            m_controller->onTick(); // A listing that is due begins with a tick.
+            return m_controller->fileUploadQueue().isEmpty() && !m_controller->pc().isSending()
+                && !m_controller->lc().isReceiving();
+        });
     }
     QStringList listedNames() const
     {
@@ -147,7 +145,7 @@ TEST_F(WindowPumpTest, TheListIsRightAfterManyUploadsDuringASlowListing)
 
     m_controller->uploadFiles(files);
 
-    EXPECT_TRUE(waitFor([this, &names] { return listedNames() == names; }, 60s));
+    EXPECT_TRUE(waitFor([this, &names] { return listedNames() == names; }));
     ASSERT_TRUE(waitUntilIdle());
     EXPECT_EQ(listedNames(), names);
 }

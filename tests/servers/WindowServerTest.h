@@ -60,16 +60,14 @@ protected:
         return file.fileName();
     }
 
-    bool waitUntilIdle(std::chrono::milliseconds limit = std::chrono::seconds(60)) const
+    bool waitUntilIdle() const
     {
-        return waitFor(
-            [this] {
-                m_controller->onTick(); // A listing that is due begins with a tick.
-                return m_controller->fileUploadQueue().isEmpty() && !m_controller->pc().isSending()
-                    && !m_controller->gc().isReceiving() && !m_controller->lc().isReceiving()
-                    && !m_controller->cc().isCreating();
-            },
-            limit);
+        return waitFor([this] {
+            m_controller->onTick(); // A listing that is due begins with a tick.
+            return m_controller->fileUploadQueue().isEmpty() && !m_controller->pc().isSending()
+                && !m_controller->gc().isReceiving() && !m_controller->lc().isReceiving()
+                && !m_controller->cc().isCreating();
+        });
     }
 
     /// What a label shows after the next tick.

@@ -35,12 +35,10 @@ PeerConnection::~PeerConnection()
 
 QByteArray PeerConnection::hear()
 {
-    waitFor(
-        [this] {
-            takeIn();
-            return m_received.contains("\r\n");
-        },
-        5s);
+    waitFor([this] {
+        takeIn();
+        return m_received.contains("\r\n");
+    });
     const qsizetype end = m_received.indexOf("\r\n");
     if (end < 0) {
         return {};
@@ -150,12 +148,10 @@ void PeerConnection::flush()
 bool PeerConnection::startTls(const TlsServerContext& context)
 {
     m_tls = std::make_unique<TlsServerEnd>(context);
-    return waitFor(
-        [this] {
-            takeIn();
-            return m_tls->isReady();
-        },
-        5s);
+    return waitFor([this] {
+        takeIn();
+        return m_tls->isReady();
+    });
 }
 
 QByteArray PeerConnection::receiveToEnd()
@@ -248,7 +244,7 @@ bool ScriptedPeer::isLeftAlone()
 
 std::unique_ptr<PeerConnection> ScriptedPeer::accept()
 {
-    if (!waitFor([this] { return !m_server.connections.empty(); }, 5s)) {
+    if (!waitFor([this] { return !m_server.connections.empty(); })) {
         return nullptr;
     }
     ++m_connectionCount;
