@@ -5,7 +5,7 @@ import signal
 import tempfile
 
 from desktop import wait_for
-from program import Program
+from program import Finder, Program
 
 
 class _Child:
@@ -22,7 +22,7 @@ class _Child:
                 self._code = os.waitstatus_to_exitcode(status)
         return self._code
 
-    def wait(self, seconds=20):
+    def wait(self, seconds=60):
         wait_for(lambda: self.poll() is not None, "the process to end", seconds)
         return self._code
 
@@ -41,6 +41,7 @@ class LaunchedProgram(Program):
 
         self._desktop = desktop
         self._output = tempfile.TemporaryFile()
+        self._finder = Finder()
         pids = []
         context = Gio.AppLaunchContext()
         for name, value in {**desktop.environment, **environment}.items():

@@ -19,7 +19,7 @@ def _atspi():
 
     if not getattr(_atspi, "ready", False):
         Atspi.init()
-        limit = int(3000 * PATIENCE)
+        limit = int(20_000 * PATIENCE)
         Atspi.set_timeout(limit, limit)  # A program that hangs must not hang its test.
         _atspi.ready = True
     return Atspi
@@ -44,10 +44,43 @@ def _children(node):
 
 
 def _walk(node):
+    """The node and all below it, as far as they show."""
+    if not _has(node, "SHOWING"):
+        return
     yield node
     if _ask(node.get_role_name) not in ("table", "menu"):  # Their items may be many, and are asked for one by one.
         for child in _children(node):
             yield from _walk(child)
+
+
+def _is_described_as(node, words):
+    """Whether the node's description is that, or begins with it as a sentence."""
+    description = _ask(node.get_description) or ""
+    return description == words or description.startswith(words + ". ")
+
+
+def _is_called(node, words):
+    return _is_described_as(node, words) or _ask(node.get_name) == words
+
+
+class Finder:
+    """Finds widgets, and again without a look through all windows, which costs hundreds of questions."""
+
+    def __init__(self):
+        self._windows = []
+        self._found = {}
+
+    def find(self, windows, name):
+        """The first whose description is that, or begins with it as a sentence, or else of that name."""
+        if windows != self._windows:
+            self._windows, self._found = windows, {}
+        node = self._found.get(name)
+        if node is None or not (_is_called(node, name) and _has(node, "SHOWING")):
+            showing = [node for window in windows for node in _walk(window)]
+            fitting = [node for node in showing if _is_described_as(node, name)]
+            fitting = fitting or [node for node in showing if _ask(node.get_name) == name]
+            node = self._found[name] = fitting[0] if fitting else None
+        return node
 
 
 def _text(node):
@@ -76,6 +109,7 @@ class Program:
         self._desktop = desktop
         variables = {**desktop.environment, **(environment or {})}
         self._output = tempfile.TemporaryFile()
+        self._finder = Finder()
         self.process = subprocess.Popen(
             bound_to_us(words),
             env={name: value for name, value in variables.items() if value is not None},
@@ -95,8 +129,8 @@ class Program:
         size = os.fstat(self._output.fileno()).st_size
         return os.pread(self._output.fileno(), size, 0).decode(errors="replace")
 
-    def exit_code(self, seconds=20):
-        return self.process.wait(seconds * PATIENCE)
+    def exit_code(self):
+        return self.process.wait(60 * PATIENCE)
 
     # What shows.
 
@@ -111,14 +145,8 @@ class Program:
         return [_ask(window.get_name, "") for window in self.windows()]
 
     def find(self, name):
-        """The widget whose description is that, or begins with it as a sentence, or else of that name, when it shows."""
-        showing = [node for window in self.windows() for node in _walk(window) if _has(node, "SHOWING")]
-        for text_of in ("get_description", "get_name"):
-            for node in showing:
-                words = _ask(getattr(node, text_of)) or ""
-                if words == name or (text_of == "get_description" and words.startswith(name + ". ")):
-                    return node
-        return None
+        """The widget that shows and whose description is that, or begins with it as a sentence, or else of that name."""
+        return self._finder.find(self.windows(), name)
 
     def need(self, name):
         return wait_for(lambda: self.find(name), f"“{name}” to show")
@@ -231,7 +259,7 @@ class Program:
 
         def field():
             nodes = [node for window in self.windows() for node in _walk(window) if _ask(node.get_name) == name]
-            interfaces = [_ask(node.get_editable_text_iface) for node in nodes if _has(node, "SHOWING")]
+            interfaces = [_ask(node.get_editable_text_iface) for node in nodes]
             return next(filter(None, interfaces), None)
 
         _atspi().EditableText.set_text_contents(wait_for(field, f"the field “{name}”"), text)
