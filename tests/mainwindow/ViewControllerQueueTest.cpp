@@ -328,7 +328,8 @@ TEST_F(ViewControllerQueueTest, WithoutARouteManyFilesRaiseOneAlert)
         tick();
     }
     bool allAreDue = false;
-    RunLoop::dispatchAfter(1010, nullptr, [&allAreDue] { allAreDue = true; });
+    // Blocks with the same delay run in the order in which they were asked for.
+    RunLoop::dispatchAfter(1000, nullptr, [&allAreDue] { allAreDue = true; });
 
     ASSERT_TRUE(waitFor([&allAreDue] { return allAreDue; }));
     setDelayedAlertPresenter(nullptr);

@@ -13,6 +13,7 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -117,15 +118,25 @@ TEST_F(NetworkManagerTest, WithAConnectionNobodyIsWarned)
 
 TEST_F(NetworkManagerTest, AnAlertThatIsAskedForWithoutAPauseIsShownOnceASecondAfterTheFirstRequest)
 {
-    QElapsedTimer clock;
-    clock.start();
-    while (clock.elapsed() < 2500) {
-        ShowAlertAfterDelay(u"a"_s, u"b"_s);
-        EXPECT_FALSE(waitFor([this] { return m_alerts.size() > 1; }, std::chrono::milliseconds(10)));
-        if (clock.elapsed() > 1500) {
-            EXPECT_EQ(m_alerts, QStringList{ u"a|b"_s });
+    const auto askAgainAndAgain = [this] {
+        QElapsedTimer clock;
+        QElapsedTimer sinceRequest;
+        clock.start();
+        sinceRequest.start();
+        while (clock.elapsed() < 2500) {
+            if (sinceRequest.restart() > 500) {
+                return false; // The machine was too busy, and this may count as a pause.
+            }
+            ShowAlertAfterDelay(u"a"_s, u"b"_s);
+            EXPECT_FALSE(waitFor([this] { return m_alerts.size() > 1; }, 10ms));
         }
+        return true;
+    };
+    while (!askAgainAndAgain()) {
+        waitForAlerts();
+        m_alerts.clear();
     }
+    EXPECT_EQ(m_alerts, QStringList{ u"a|b"_s });
     ShowAlertAfterDelay(u"a"_s, u"another text"_s);
 
     waitForAlerts();

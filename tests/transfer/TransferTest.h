@@ -66,7 +66,8 @@ protected:
     static void waitForAlerts()
     {
         bool due = false;
-        RunLoop::dispatchAfter(1010, nullptr, [&due] { due = true; });
+        // Blocks with the same delay run in the order in which they were asked for.
+        RunLoop::dispatchAfter(1000, nullptr, [&due] { due = true; });
         ASSERT_TRUE(waitFor([&due] { return due; }));
     }
 
