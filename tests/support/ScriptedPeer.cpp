@@ -37,7 +37,7 @@ QByteArray PeerConnection::hear()
 {
     waitFor([this] {
         takeIn();
-        return m_received.contains("\r\n");
+        return m_received.contains("\r\n") || hasEnded();
     });
     const qsizetype end = m_received.indexOf("\r\n");
     if (end < 0) {
@@ -148,10 +148,11 @@ void PeerConnection::flush()
 bool PeerConnection::startTls(const TlsServerContext& context)
 {
     m_tls = std::make_unique<TlsServerEnd>(context);
-    return waitFor([this] {
+    waitFor([this] {
         takeIn();
-        return m_tls->isReady();
+        return m_tls->isReady() || hasEnded();
     });
+    return m_tls->isReady();
 }
 
 QByteArray PeerConnection::receiveToEnd()
@@ -164,7 +165,7 @@ QByteArray PeerConnection::receive(qsizetype count)
 {
     waitFor([this, count] {
         takeIn(count - m_received.size());
-        return m_received.size() >= count;
+        return m_received.size() >= count || hasEnded();
     });
     return std::exchange(m_received, {});
 }
@@ -216,7 +217,7 @@ PeerConnection::End PeerConnection::waitForEnd()
     EXPECT_GE(m_socket, 0) << "this side has closed";
     waitFor([this] {
         takeIn();
-        return m_end != End::None || m_socket < 0;
+        return hasEnded();
     });
     return m_end;
 }

@@ -65,6 +65,8 @@ private:
     void send(const QByteArray& bytes);
     void flush();
     void closeSocket();
+    /// Whether nothing more can come.
+    bool hasEnded() const { return m_end != End::None || m_socket < 0; }
 
     int m_socket = -1;
     QSocketNotifier m_writable;

@@ -102,12 +102,20 @@ TEST_F(TlsTrustTest, TheQuestionTellsEverything)
 
 TEST_F(TlsTrustTest, TheStreamWaitsForTheAnswerWithoutATimeLimit)
 {
-    m_timeouts.reply = 300ms;
-    m_timeouts.connect = 300ms;
-    startJudged(m_recorder);
-    auto control = secure();
-    ASSERT_TRUE(waitForQuestions(1));
-    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 500ms));
+    std::unique_ptr<PeerConnection> control;
+    auto limit = 150ms;
+    while (m_judge.questions.empty()) {
+        limit *= 2; // On a busy machine a short one ends before the handshake does.
+        m_timeouts.reply = m_timeouts.connect = limit;
+        startJudged(m_recorder);
+        control = m_peer.accept();
+        control->say("220 Ready");
+        control->hear();
+        control->say("234 Go on");
+        control->startTls(m_tls);
+        waitFor([this] { return !m_judge.questions.empty() || !m_recorder.log().isEmpty(); });
+    }
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 2 * limit));
     EXPECT_TRUE(control->isSilent());
     m_timeouts = FTPTimeouts();
 
