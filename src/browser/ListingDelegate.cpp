@@ -5,12 +5,6 @@
 #include <QApplication>
 #include <QPainter>
 
-namespace {
-
-constexpr int iconSide = 20;
-
-} // namespace
-
 void ListingDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
     QStyleOptionViewItem item = option;

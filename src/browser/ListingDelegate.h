@@ -7,6 +7,8 @@ class ListingDelegate final : public QStyledItemDelegate {
     Q_OBJECT
 
 public:
+    static constexpr int iconSide = 20; ///< In pixels.
+
     using QStyledItemDelegate::QStyledItemDelegate;
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;

@@ -1,6 +1,7 @@
 // What the table does while files are dragged onto it and rows out of it.
 
 #include "CellValue.h"
+#include "ListingDelegate.h"
 #include "ListingModel.h"
 #include "ListingTable.h"
 #include "PathText.h"
@@ -19,7 +20,7 @@ namespace {
 
 constexpr int pictureWidth = 280;
 constexpr int pictureHeight = 28;
-constexpr int iconSide = 20;
+constexpr int iconSide = ListingDelegate::iconSide;
 constexpr int margin = 6;
 
 } // namespace

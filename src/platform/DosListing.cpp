@@ -161,7 +161,7 @@ QByteArrayView nameAfterMark(QByteArrayView mark, QByteArrayView after)
 }
 
 /// Cuts " [target]" off the name of a junction or a symbolic link.
-void takeTarget(QByteArrayView& name, ListingEntry& entry)
+void takeBracketedTarget(QByteArrayView& name, ListingEntry& entry)
 {
     const qsizetype bracket = name.endsWith(']') ? name.indexOf(" [") : -1;
     if (bracket > 0) {
@@ -194,7 +194,7 @@ std::optional<ListingEntry> parseDosListingLine(QByteArrayView line, const QDate
         const bool link = isMark(mark, "<SYMLINK>");
         entry.type = link ? ListingEntry::linkType : ListingEntry::folderType;
         if (link || isMark(mark, "<JUNCTION>") || isMark(mark, "<SYMLINKD>")) {
-            takeTarget(name, entry);
+            takeBracketedTarget(name, entry);
         } else if (!isMark(mark, "<DIR>")) {
             return std::nullopt;
         }

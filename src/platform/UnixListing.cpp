@@ -274,7 +274,7 @@ std::optional<QByteArrayView> afterUnknownColumns(QByteArrayView columns)
 
 /// Parts "name -> target". The size of a link is the length of its target, which tells the right arrow from those that
 /// are part of a name.
-void takeTarget(QByteArrayView& name, ListingEntry& entry)
+void takeArrowTarget(QByteArrayView& name, ListingEntry& entry)
 {
     constexpr QByteArrayView arrow(" -> ");
     qsizetype at = -1;
@@ -325,7 +325,7 @@ std::optional<ListingEntry> parseUnixListingLine(QByteArrayView line, const QDat
     }
     name = name.sliced(1);
     if (entry.type == ListingEntry::linkType) {
-        takeTarget(name, entry);
+        takeArrowTarget(name, entry);
     }
     setListingName(entry, name);
     return entry;

@@ -19,7 +19,6 @@ using enum FTPStreamEvent;
 
 const QString readFailure = u"ftp stream failed: error while reading data"_s;
 const QString writeFailure = u"ftp stream failed: error while writing data"_s;
-const QString generalFailure = u"ftp stream failed: general stream error (check credentials?)"_s;
 
 class RecordingDelegate final : public FTPManagerDelegate {
 public:

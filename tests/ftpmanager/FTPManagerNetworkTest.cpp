@@ -14,8 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString generalFailure = u"ftp stream failed: general stream error (check credentials?)"_s;
-
 void refuseLogin(ControlPeer& peer)
 {
     peer.send("220 hello\r\n");

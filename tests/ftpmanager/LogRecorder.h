@@ -1,9 +1,13 @@
 #pragma once
 
+#include <QString>
 #include <QStringList>
 #include <QtGlobal>
 
 #include <mutex>
+
+/// What the library logs of a stream that breaks.
+inline const QString generalFailure = QStringLiteral("ftp stream failed: general stream error (check credentials?)");
 
 /// Keeps what the library logs, from any thread, while it lives; everything else goes where it went before. There is
 /// one at a time.

@@ -68,8 +68,6 @@ protected:
     ItemOutcome m_outcome = ItemOutcome::Done;
 };
 
-const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
-
 TEST_F(ItemActionsTest, APlainFileIsDownloadedToTheDefaultPlace)
 {
     select(u"file.txt"_s);

@@ -7,8 +7,6 @@
 
 namespace {
 
-using Kind = FakeFTPStream::Kind;
-
 /// The buttons that start a transfer with one click and stop it with the next.
 constexpr std::array transferButtons{ "startStopUploadButton", "startStopDownloadButton", "startStopListButton",
                                       "listDestinationButton", "startStopCreateButton" };

@@ -118,7 +118,6 @@ protected:
     QMimeData m_data;
 };
 
-const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
 const QString overwriteA = u"File \"a.txt\" Exists.: Do you want to overwrite the existing file \"a.txt\"?"_s;
 
 // Onto the table.

@@ -8,8 +8,6 @@
 
 namespace {
 
-using Kind = FakeFTPStream::Kind;
-
 /// Deletes and creates on a server that does not answer before the test wants it to.
 class UnansweredActionsTest : public ViewControllerTest {
 protected:

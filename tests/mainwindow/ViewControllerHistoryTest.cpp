@@ -157,7 +157,7 @@ TEST_F(ViewControllerHistoryTest, TheListingThatFollowsIsComparedWithWhatWasSent
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     finishUpload();
-    FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+    FakeFTPStream& listing = latest(Kind::Listing);
 
     listing.sendOpenCompleted();
     listing.sendBytes("-rw-r--r-- 1 anna anna 4 Jan 1 2024 a\r\n");
@@ -170,7 +170,7 @@ TEST_F(ViewControllerHistoryTest, AListingThatRanAlreadyIsNotCompared)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     m_controller->listFTPDestination();
-    FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+    FakeFTPStream& listing = latest(Kind::Listing);
     tick();
     finishUpload();
 
@@ -190,7 +190,7 @@ TEST_F(ViewControllerHistoryTest, AFileWhoseListingWasStoppedIsComparedWithTheNe
     ASSERT_FALSE(m_controller->lc().isReceiving());
 
     m_controller->startStopList(nullptr);
-    FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+    FakeFTPStream& listing = latest(Kind::Listing);
     listing.sendOpenCompleted();
     listing.sendBytes("-rw-r--r-- 1 anna anna 4 Jan 1 2024 a\r\n");
 

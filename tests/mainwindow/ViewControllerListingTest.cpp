@@ -3,7 +3,6 @@
 
 namespace {
 
-using Kind = FakeFTPStream::Kind;
 using ViewControllerListingTest = ViewControllerTest;
 
 const QByteArray entryLine = "-rw-r--r--   1 user group       12 Nov 20  2025 one.txt\r\n";

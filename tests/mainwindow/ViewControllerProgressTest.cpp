@@ -9,8 +9,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Kind = FakeFTPStream::Kind;
-
 /// The window shows half of a transfer, from which every start begins afresh.
 class ViewControllerProgressTest : public ViewControllerTest {
 protected:

@@ -16,7 +16,7 @@ protected:
     {
         QStringList names;
         for (const auto& stream : m_streams.streams()) {
-            if (stream->kind == FakeFTPStream::Kind::Upload) {
+            if (stream->kind == Kind::Upload) {
                 names.append(stream->location);
             }
         }
@@ -173,7 +173,7 @@ TEST_F(ViewControllerQueueTest, StopEndsOneFileAndTheNextOneFollows)
 
     button("stopButton").click();
 
-    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 0);
+    EXPECT_EQ(count(Kind::Listing), 0);
     EXPECT_TRUE(shownSheets().isEmpty());
     tick();
     EXPECT_EQ(text("statusTextField"), u"Upload Stopped"_s);
@@ -206,7 +206,7 @@ TEST_F(ViewControllerQueueTest, AFailedFileIsDroppedAndTheNextOneFollows)
     tick();
 
     EXPECT_EQ(sentFiles().size(), 2);
-    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 0);
+    EXPECT_EQ(count(Kind::Listing), 0);
 }
 
 TEST_F(ViewControllerQueueTest, WhatCannotBeSentIsPassedOverOneATick)
@@ -258,8 +258,8 @@ TEST_F(ViewControllerQueueTest, ASuccessfulUploadListsTheDestinationWhenItIsIdle
 
     finishUpload();
 
-    ASSERT_EQ(count(FakeFTPStream::Kind::Listing), 1);
-    EXPECT_EQ(latest(FakeFTPStream::Kind::Listing).location, u"ftp://host/in/"_s);
+    ASSERT_EQ(count(Kind::Listing), 1);
+    EXPECT_EQ(latest(Kind::Listing).location, u"ftp://host/in/"_s);
     tick();
     EXPECT_EQ(text("statusTextField"), u"Upload succeeded"_s);
     EXPECT_EQ(text("listingStatusTextField"), u"Started List."_s);
@@ -267,7 +267,6 @@ TEST_F(ViewControllerQueueTest, ASuccessfulUploadListsTheDestinationWhenItIsIdle
 
 TEST_F(ViewControllerQueueTest, ARefreshDuringAListingIsMadeUpForOnceWhenAllIsIdle)
 {
-    using Kind = FakeFTPStream::Kind;
     m_controller->listFTPDestination();
     m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
@@ -296,7 +295,6 @@ TEST_F(ViewControllerQueueTest, ARefreshDuringAListingIsMadeUpForOnceWhenAllIsId
 
 TEST_F(ViewControllerQueueTest, ARefreshThatIsDueDuringADownloadIsMadeUpForAfterIt)
 {
-    using Kind = FakeFTPStream::Kind;
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     m_controller->startStopDownload();
@@ -313,7 +311,6 @@ TEST_F(ViewControllerQueueTest, ARefreshThatIsDueDuringADownloadIsMadeUpForAfter
 
 TEST_F(ViewControllerQueueTest, ARefreshAskedForDuringAListingAndAnUploadIsMadeUpFor)
 {
-    using Kind = FakeFTPStream::Kind;
     m_controller->listFTPDestination();
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
@@ -333,12 +330,12 @@ TEST_F(ViewControllerQueueTest, AListingThatOutlivesItsDestinationLeavesNothingI
     unset(u"Address"_s);
     m_controller->listFTPDestination();
     m_controller->addListEntries({ ListingEntry() });
-    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    latest(Kind::Listing).sendEnd();
 
     tick();
 
     EXPECT_TRUE(m_controller->listEntries().isEmpty());
-    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 1);
+    EXPECT_EQ(count(Kind::Listing), 1);
 }
 
 TEST_F(ViewControllerQueueTest, ARefreshIsNotMadeUpForAfterTheListWasStopped)
@@ -351,7 +348,7 @@ TEST_F(ViewControllerQueueTest, ARefreshIsNotMadeUpForAfterTheListWasStopped)
 
     EXPECT_EQ(text("listingStatusTextField"), u"List Stopped"_s);
     tick();
-    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 1);
+    EXPECT_EQ(count(Kind::Listing), 1);
 }
 
 TEST_F(ViewControllerQueueTest, ListingDoesNothingWhileSomethingIsSentOrReceived)
@@ -362,7 +359,7 @@ TEST_F(ViewControllerQueueTest, ListingDoesNothingWhileSomethingIsSentOrReceived
     m_controller->listFTPDestination();
 
     EXPECT_EQ(m_controller->listEntries().size(), 1);
-    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 0);
+    EXPECT_EQ(count(Kind::Listing), 0);
 }
 
 TEST_F(ViewControllerQueueTest, ListingWithoutADestinationEmptiesTheList)
@@ -373,7 +370,7 @@ TEST_F(ViewControllerQueueTest, ListingWithoutADestinationEmptiesTheList)
     m_controller->listFTPDestination();
 
     EXPECT_TRUE(m_controller->listEntries().isEmpty());
-    EXPECT_EQ(count(FakeFTPStream::Kind::Listing), 0);
+    EXPECT_EQ(count(Kind::Listing), 0);
 }
 
 TEST_F(ViewControllerQueueTest, WithoutARouteManyFilesRaiseOneAlert)

@@ -17,9 +17,14 @@
 
 using namespace Qt::StringLiterals;
 
+/// The sheet that refuses an action on an item while a file goes up.
+inline const QString waitForUpload = u"Cannot Download: Wait for the current upload to complete."_s;
+
 /// The window's controller on an off-screen display, with fake streams. It shows, and the first tick has been.
 class ViewControllerTest : public FakeWindowTest {
 protected:
+    using Kind = FakeFTPStream::Kind;
+
     ViewControllerTest()
         : FakeWindowTest({ { u"Address"_s, u"host"_s },
                            { u"Username"_s, u"anna"_s },

@@ -15,8 +15,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Kind = FakeFTPStream::Kind;
-
 /// Counts how often a file is opened, from its making on.
 class FileOpens {
 public:

@@ -9,15 +9,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QDateTime now(QDate(2026, 6, 1), QTime(12, 0), Qt::UTC);
+const QDateTime today(QDate(2026, 6, 1), QTime(12, 0), Qt::UTC);
 
 CertificateQuestion questionAbout(const QList<CertificateProblem>& problems)
 {
     CertificateQuestion question;
     question.host = u"ftp.example"_s;
     question.port = 2121;
-    question.certificate.validFrom = now.addDays(-10);
-    question.certificate.validUntil = now.addDays(10);
+    question.certificate.validFrom = today.addDays(-10);
+    question.certificate.validUntil = today.addDays(10);
     question.certificate.problems = problems;
     return question;
 }
@@ -37,38 +37,38 @@ TEST(CertificateTextTest, EveryProblemIsNamed)
     QList<CertificateProblem> all;
     QStringList texts;
     for (const auto& [problem, text] : problems) {
-        EXPECT_EQ(problemTexts(questionAbout({ problem }), now), QStringList{ text });
+        EXPECT_EQ(problemTexts(questionAbout({ problem }), today), QStringList{ text });
         all.append(problem);
         texts.append(text);
     }
-    EXPECT_EQ(problemTexts(questionAbout(all), now), texts);
+    EXPECT_EQ(problemTexts(questionAbout(all), today), texts);
 }
 
 TEST(CertificateTextTest, ItsOwnDatesAreTold)
 {
     CertificateQuestion question = questionAbout({ CertificateProblem::Expired });
-    question.certificate.validUntil = now.addSecs(-1);
-    EXPECT_EQ(problemTexts(question, now),
-              QStringList{ u"It expired on %1."_s.arg(shortDateShortTimeText(now.addSecs(-1))) });
+    question.certificate.validUntil = today.addSecs(-1);
+    EXPECT_EQ(problemTexts(question, today),
+              QStringList{ u"It expired on %1."_s.arg(shortDateShortTimeText(today.addSecs(-1))) });
 
     question = questionAbout({ CertificateProblem::NotYetValid });
-    question.certificate.validFrom = now.addSecs(60);
-    EXPECT_EQ(problemTexts(question, now),
-              QStringList{ u"It is not valid before %1."_s.arg(shortDateShortTimeText(now.addSecs(60))) });
+    question.certificate.validFrom = today.addSecs(60);
+    EXPECT_EQ(problemTexts(question, today),
+              QStringList{ u"It is not valid before %1."_s.arg(shortDateShortTimeText(today.addSecs(60))) });
     question.certificate.validUntil = QDateTime();
     EXPECT_EQ(validityText(question.certificate),
-              u"%1 to an unknown date"_s.arg(shortDateShortTimeText(now.addSecs(60))));
+              u"%1 to an unknown date"_s.arg(shortDateShortTimeText(today.addSecs(60))));
 }
 
 TEST(CertificateTextTest, WhomItWasMadeForIsShownAndNotObeyed)
 {
     CertificateQuestion question = questionAbout({ CertificateProblem::WrongHost });
     question.certificate.hosts = { u"other\u202e.example"_s };
-    EXPECT_EQ(problemTexts(question, now),
+    EXPECT_EQ(problemTexts(question, today),
               QStringList{ u"It was made for “other⟨U+202E⟩.example”, not for “ftp.example”."_s });
 
     question.certificate.hosts = { u"a"_s, u"b"_s, u"c"_s, u"d"_s };
-    EXPECT_EQ(problemTexts(question, now),
+    EXPECT_EQ(problemTexts(question, today),
               QStringList{ u"It was made for “a”, “b”, “c”, others, not for “ftp.example”."_s });
 }
 
@@ -77,7 +77,7 @@ TEST(CertificateTextTest, ANameThatTheServerChoseStaysAName)
     CertificateQuestion question = questionAbout({ CertificateProblem::WrongHost });
     question.certificate.hosts = { u"begin "_s + u"x "_s.repeated(500) + u"end"_s };
 
-    EXPECT_EQ(problemTexts(question, now),
+    EXPECT_EQ(problemTexts(question, today),
               QStringList{ u"It was made for “begin x x x x x x x x x x x x … x x x x x x x x x x x x x end”, not for "
                            "“ftp.example”."_s });
 }

@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr ListingRow rows[] = {
+constexpr ListingRow dosListing[] = {
     { "IIS, folder", "02-25-04  06:14PM       <DIR>          Photos", "Photos", 4, noMode, noSize,
       "2004-02-25T18:14:00" },
     { "IIS, file", "02-25-04  06:14AM                 1234 readme.txt", "readme.txt", 8, noMode, 1234,
@@ -126,7 +126,7 @@ constexpr IgnoredRow ignored[] = {
 
 std::span<const ListingRow> dosRows()
 {
-    return rows;
+    return dosListing;
 }
 
 std::span<const IgnoredRow> ignoredRows()

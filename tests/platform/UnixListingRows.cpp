@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr ListingRow rows[] = {
+constexpr ListingRow unixListing[] = {
     // Servers of today.
     { "vsftpd, numeric owners", "-rw-r--r--    1 1000     1000         1234 Jan 12 15:04 notes.txt", "notes.txt", 8,
       0644, 1234, "2024-01-12T15:04:00", "1000", "1000" },
@@ -267,5 +267,5 @@ constexpr ListingRow rows[] = {
 
 std::span<const ListingRow> unixRows()
 {
-    return rows;
+    return unixListing;
 }

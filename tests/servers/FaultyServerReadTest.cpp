@@ -17,12 +17,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const QString lost = u"Stream open error"_s;
+const QString readLost = u"Stream open error"_s;
 
-class StatusRecorder final : public RecordingDelegate,
-                             public FTPGetControllerDelegate,
-                             public FTPListControllerDelegate,
-                             public FTPCreateControllerDelegate {
+class ReadDelegate final : public RecordingDelegate,
+                           public FTPGetControllerDelegate,
+                           public FTPListControllerDelegate,
+                           public FTPCreateControllerDelegate {
 public:
     void percentDone(float /*percent*/) override { }
     void bytesDone(float /*bytes*/) override { }
@@ -44,7 +44,7 @@ private:
 };
 
 /// What the server does wrong, and what the transfer ends in.
-struct Fault {
+struct ReadFault {
     const char* name;
     QList<ScriptedRule> rules;
     QString status;
@@ -70,7 +70,7 @@ protected:
         m_create.setDelegate(m_delegate.ref<FTPCreateControllerDelegate>());
     }
 
-    void misbehave(const Fault& fault)
+    void misbehave(const ReadFault& fault)
     {
         // A connection of an earlier fault would pass over what happens at the login.
         m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
@@ -117,7 +117,7 @@ protected:
     ScriptedServer m_server;
     FTPEngine m_engine;
     EngineStreamFactory m_streams{ m_engine };
-    StatusRecorder m_delegate;
+    ReadDelegate m_delegate;
     UserDefaults m_defaults{ path(u"settings.json"_s) };
     FTPGetController m_get{ m_streams, m_defaults, [](const QString& /*path*/) {} };
     FTPListController m_list{ m_streams };
@@ -127,36 +127,40 @@ protected:
 TEST_F(FaultyServerReadTest, ADownloadEndsInTheRightWordsAndTheNextOneWorks)
 {
     const QString succeeded = u"Download succeeded"_s;
-    for (const Fault& fault : {
-             Fault{ "refused", { { .on = "RETR", .steps = { "550 No such file" } } }, u"FTP error 550"_s },
-             Fault{ "folder refused", { { .on = "CWD", .steps = { "550 No" } } }, u"FTP error 550"_s },
-             Fault{ "login refused", { { .on = "PASS", .steps = { "530 No" } } }, u"FTP error 530"_s },
-             Fault{ "421 at the transfer", { { .on = "RETR", .steps = { "421 Bye", "close" } } }, u"FTP error 421"_s },
-             Fault{ "broken off with a reason",
-                    { { .on = "RETR", .steps = { "150 Go", "write 999", "data-reset", "426 Broken" } } },
-                    u"FTP error 426"_s },
-             Fault{ "shorter than announced",
-                    { { .on = "RETR", .steps = { "150 Go", "write 10", "data-close", "226 Done" } } },
-                    lost },
-             Fault{ "dropped in the data", { { .on = "RETR", .steps = { "150 Go", "write 999", "close" } } }, lost },
-             Fault{ "reset in the data", { { .on = "RETR", .steps = { "150 Go", "write 999", "reset" } } }, lost },
-             Fault{ "stalled", { { .on = "RETR", .steps = { "150 Go", "write 999", "silence" } } }, lost },
-             Fault{ "silent before the data", { { .on = "RETR", .steps = { "silence" } } }, lost },
-             Fault{
-                 "no last word", { { .on = "RETR", .steps = { "150 Go", "write", "data-close", "silence" } } }, lost },
-             Fault{ "last word of another kind",
-                    { { .on = "RETR", .steps = { "150 Go", "write", "data-close", "200 Done" } } },
-                    lost },
-             Fault{
+    for (const ReadFault& fault : {
+             ReadFault{ "refused", { { .on = "RETR", .steps = { "550 No such file" } } }, u"FTP error 550"_s },
+             ReadFault{ "folder refused", { { .on = "CWD", .steps = { "550 No" } } }, u"FTP error 550"_s },
+             ReadFault{ "login refused", { { .on = "PASS", .steps = { "530 No" } } }, u"FTP error 530"_s },
+             ReadFault{
+                 "421 at the transfer", { { .on = "RETR", .steps = { "421 Bye", "close" } } }, u"FTP error 421"_s },
+             ReadFault{ "broken off with a reason",
+                        { { .on = "RETR", .steps = { "150 Go", "write 999", "data-reset", "426 Broken" } } },
+                        u"FTP error 426"_s },
+             ReadFault{ "shorter than announced",
+                        { { .on = "RETR", .steps = { "150 Go", "write 10", "data-close", "226 Done" } } },
+                        readLost },
+             ReadFault{
+                 "dropped in the data", { { .on = "RETR", .steps = { "150 Go", "write 999", "close" } } }, readLost },
+             ReadFault{
+                 "reset in the data", { { .on = "RETR", .steps = { "150 Go", "write 999", "reset" } } }, readLost },
+             ReadFault{ "stalled", { { .on = "RETR", .steps = { "150 Go", "write 999", "silence" } } }, readLost },
+             ReadFault{ "silent before the data", { { .on = "RETR", .steps = { "silence" } } }, readLost },
+             ReadFault{ "no last word",
+                        { { .on = "RETR", .steps = { "150 Go", "write", "data-close", "silence" } } },
+                        readLost },
+             ReadFault{ "last word of another kind",
+                        { { .on = "RETR", .steps = { "150 Go", "write", "data-close", "200 Done" } } },
+                        readLost },
+             ReadFault{
                  "no announcement", { { .on = "RETR", .steps = { "write", "data-close", "226 Done" } } }, succeeded },
-             Fault{ "last word first",
-                    { { .on = "RETR", .steps = { "150 Go", "226 Done", "write", "data-close" } } },
-                    succeeded },
-             Fault{ "size refused", { { .on = "SIZE", .steps = { "550 No" } } }, succeeded },
-             Fault{ "size unknown", { { .on = "SIZE", .steps = { "500 What" } } }, succeeded },
-             Fault{ "size nonsense", { { .on = "SIZE", .steps = { "213 many" } } }, succeeded },
-             Fault{ "longer than announced", { { .on = "SIZE", .steps = { "213 5" } } }, succeeded },
-             Fault{ "byte by byte", { { .on = "connect", .steps = { "slowly 1", "default" } } }, succeeded },
+             ReadFault{ "last word first",
+                        { { .on = "RETR", .steps = { "150 Go", "226 Done", "write", "data-close" } } },
+                        succeeded },
+             ReadFault{ "size refused", { { .on = "SIZE", .steps = { "550 No" } } }, succeeded },
+             ReadFault{ "size unknown", { { .on = "SIZE", .steps = { "500 What" } } }, succeeded },
+             ReadFault{ "size nonsense", { { .on = "SIZE", .steps = { "213 many" } } }, succeeded },
+             ReadFault{ "longer than announced", { { .on = "SIZE", .steps = { "213 5" } } }, succeeded },
+             ReadFault{ "byte by byte", { { .on = "connect", .steps = { "slowly 1", "default" } } }, succeeded },
          }) {
         SCOPED_TRACE(fault.name);
         misbehave(fault);
@@ -215,23 +219,24 @@ TEST_F(FaultyServerReadTest, AListingEndsInTheRightWordsAndTheNextOneWorks)
     for (int i = 0; i < 4096; ++i) {
         binary.append(static_cast<char>(i % 251));
     }
-    for (const Fault& fault : {
-             Fault{ "450", { { .on = "LIST", .steps = { "450 No files" } } }, check },
-             Fault{ "550", { { .on = "LIST", .steps = { "550 No" } } }, check },
-             Fault{ "refused behind the data",
-                    { { .on = "LIST", .steps = { "150 Go", "write", "data-close", "451 No" } } },
-                    check },
-             Fault{ "dropped", { { .on = "LIST", .steps = { "150 Go", "close" } } }, lost },
-             Fault{ "stalled", { { .on = "LIST", .steps = { "150 Go", "accept", "silence" } } }, lost },
-             Fault{ "endless line",
-                    { { .on = "LIST", .steps = { "150 Go", "fill 3000000", "data-close", "226 Done" } } },
-                    u"Listing parse failed"_s },
-             Fault{ "garbage",
-                    { { .on = "LIST", .steps = { "150 Go", "send some\r\nnonsense\r\n", "data-close", "226 Done" } } },
-                    succeeded },
-             Fault{ "binary",
-                    { { .on = "LIST", .steps = { "150 Go", "send " + binary, "data-close", "226 Done" } } },
-                    succeeded },
+    for (const ReadFault& fault : {
+             ReadFault{ "450", { { .on = "LIST", .steps = { "450 No files" } } }, check },
+             ReadFault{ "550", { { .on = "LIST", .steps = { "550 No" } } }, check },
+             ReadFault{ "refused behind the data",
+                        { { .on = "LIST", .steps = { "150 Go", "write", "data-close", "451 No" } } },
+                        check },
+             ReadFault{ "dropped", { { .on = "LIST", .steps = { "150 Go", "close" } } }, readLost },
+             ReadFault{ "stalled", { { .on = "LIST", .steps = { "150 Go", "accept", "silence" } } }, readLost },
+             ReadFault{ "endless line",
+                        { { .on = "LIST", .steps = { "150 Go", "fill 3000000", "data-close", "226 Done" } } },
+                        u"Listing parse failed"_s },
+             ReadFault{
+                 "garbage",
+                 { { .on = "LIST", .steps = { "150 Go", "send some\r\nnonsense\r\n", "data-close", "226 Done" } } },
+                 succeeded },
+             ReadFault{ "binary",
+                        { { .on = "LIST", .steps = { "150 Go", "send " + binary, "data-close", "226 Done" } } },
+                        succeeded },
          }) {
         SCOPED_TRACE(fault.name);
         misbehave(fault);
@@ -250,12 +255,12 @@ TEST_F(FaultyServerReadTest, ACreationEndsInTheRightWordsAndTheNextOneWorks)
 {
     const auto refused = [](int code) { return u"FTP error %1; Directory may already exist?"_s.arg(code); };
     int number = 0;
-    for (const Fault& fault : {
-             Fault{ "refused", { { .on = "MKD", .steps = { "550 It exists" } } }, refused(550) },
-             Fault{ "421", { { .on = "MKD", .steps = { "421 Bye", "close" } } }, refused(421) },
-             Fault{ "folder refused", { { .on = "CWD", .steps = { "550 No" } } }, refused(550) },
-             Fault{ "silent", { { .on = "MKD", .steps = { "silence" } } }, lost },
-             Fault{ "dropped", { { .on = "MKD", .steps = { "close" } } }, lost },
+    for (const ReadFault& fault : {
+             ReadFault{ "refused", { { .on = "MKD", .steps = { "550 It exists" } } }, refused(550) },
+             ReadFault{ "421", { { .on = "MKD", .steps = { "421 Bye", "close" } } }, refused(421) },
+             ReadFault{ "folder refused", { { .on = "CWD", .steps = { "550 No" } } }, refused(550) },
+             ReadFault{ "silent", { { .on = "MKD", .steps = { "silence" } } }, readLost },
+             ReadFault{ "dropped", { { .on = "MKD", .steps = { "close" } } }, readLost },
          }) {
         SCOPED_TRACE(fault.name);
         misbehave(fault);

@@ -17,14 +17,14 @@ QString refused(int code)
     return u"FTP error %1; Directory may already exist?"_s.arg(code);
 }
 
-class StatusRecorder final : public RecordingDelegate, public FTPPutControllerDelegate {
+class UploadDelegate final : public RecordingDelegate, public FTPPutControllerDelegate {
 public:
     void percentDone(float /*percent*/) override { }
     void bytesDone(float bytes) override { bytesTaken = static_cast<qint64>(bytes); }
     void updateStatus(const QString& status) override { note(status); }
     void uploadDone() override { note(u"uploadDone"_s); }
 
-    WeakRef<StatusRecorder> ref() { return m_anchor.ref(this); }
+    WeakRef<UploadDelegate> ref() { return m_anchor.ref(this); }
 
     qint64 bytesTaken = 0; ///< By the network.
 
@@ -33,13 +33,13 @@ private:
 };
 
 /// What the server does wrong, and what the upload ends in.
-struct Fault {
+struct UploadFault {
     std::string name;
     QList<ScriptedRule> rules;
     QString status;
 };
 
-void PrintTo(const Fault& fault, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
+void PrintTo(const UploadFault& fault, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
 {
     *out << fault.name;
 }
@@ -47,7 +47,7 @@ void PrintTo(const Fault& fault, std::ostream* out) // NOLINT(readability-identi
 const ScriptedRule noExtendedPassive{ .on = "EPSV", .steps = { "500 What?" } };
 const ScriptedRule narrowPorts{ .on = "EPSV", .steps = { "narrow 4096", "default" } };
 
-QList<Fault> refusals()
+QList<UploadFault> refusals()
 {
     return {
         { "GreetingRefused", { { .on = "connect", .steps = { "421 Too busy", "close" } } }, refused(421) },
@@ -79,7 +79,7 @@ QList<Fault> refusals()
     };
 }
 
-QList<Fault> losses()
+QList<UploadFault> losses()
 {
     return {
         { "HangsUpAtOnce", { { .on = "connect", .steps = { "close" } } }, lost },
@@ -104,7 +104,7 @@ QList<Fault> losses()
     };
 }
 
-QList<Fault> oddities()
+QList<UploadFault> oddities()
 {
     return {
         { "GreetingInTwoSteps", { { .on = "connect", .steps = { "120 Wait", "wait 50", "220 Go" } } }, succeeded },
@@ -128,7 +128,7 @@ QList<Fault> oddities()
     };
 }
 
-class FaultyServerUploadTest : public TransferTest, public testing::WithParamInterface<Fault> {
+class FaultyServerUploadTest : public TransferTest, public testing::WithParamInterface<UploadFault> {
 protected:
     void SetUp() override
     {
@@ -160,7 +160,7 @@ protected:
     ScriptedServer m_server;
     FTPEngine m_engine;
     EngineStreamFactory m_streams{ m_engine };
-    StatusRecorder m_delegate;
+    UploadDelegate m_delegate;
     FTPPutController m_controller{ m_streams };
 };
 
@@ -218,7 +218,7 @@ TEST_F(EarlyConfirmationTest, IsAFailureWhileBytesHaveYetToLeaveUs)
     EXPECT_EQ(countChange(), 0);
 }
 
-std::string nameOfTest(const testing::TestParamInfo<Fault>& info)
+std::string nameOfTest(const testing::TestParamInfo<UploadFault>& info)
 {
     return info.param.name;
 }

@@ -34,15 +34,15 @@ protected:
     FTPCreateController m_controller{ m_streams };
 };
 
-const QStringList success{ u"Starting create..."_s, u"Started Create."_s, u"Opened connection"_s,
-                           u"Create succeeded"_s };
+const QStringList createSuccess{ u"Starting create..."_s, u"Started Create."_s, u"Opened connection"_s,
+                                 u"Create succeeded"_s };
 
 TEST_P(RealCreateTest, AFolderIsCreatedWithAndWithoutASlashAtTheEndOfItsName)
 {
     for (const QString& name : { u"plain"_s, u"with slash/"_s }) {
         const QStringList statuses = create(name);
 
-        EXPECT_EQ(statuses, success);
+        EXPECT_EQ(statuses, createSuccess);
         EXPECT_TRUE(QFileInfo(m_server.path(name)).isDir()) << name.toStdString();
     }
 }
@@ -55,7 +55,7 @@ TEST_P(RealCreateTest, FoldersGetTheirNamesHoweverAwkward)
         }
         const QStringList statuses = create(name);
 
-        EXPECT_EQ(statuses, success);
+        EXPECT_EQ(statuses, createSuccess);
         EXPECT_TRUE(QFileInfo(m_server.path(name)).isDir()) << name.toStdString();
     }
 }

@@ -72,8 +72,8 @@ protected:
     FTPListController m_controller{ m_streams };
 };
 
-const QStringList success{ u"Starting list..."_s, u"Started List."_s, u"Opened connection"_s, u"Receiving"_s,
-                           u"Listing succeeded"_s };
+const QStringList listSuccess{ u"Starting list..."_s, u"Started List."_s, u"Opened connection"_s, u"Receiving"_s,
+                               u"Listing succeeded"_s };
 
 TEST_P(RealListTest, FoldersOfNoneOneAndAThousandFilesAreListedWhole)
 {
@@ -82,7 +82,7 @@ TEST_P(RealListTest, FoldersOfNoneOneAndAThousandFilesAreListedWhole)
 
         const QStringList statuses = list();
 
-        EXPECT_EQ(statuses, success);
+        EXPECT_EQ(statuses, listSuccess);
         EXPECT_EQ(listedNames(), names);
     }
 }
@@ -93,7 +93,7 @@ TEST_P(RealListTest, AHundredThousandFilesAreListedWhole)
 
     const QStringList statuses = list();
 
-    EXPECT_EQ(statuses, success);
+    EXPECT_EQ(statuses, listSuccess);
     EXPECT_TRUE(listedNames() == names) << listedNames().size();
 }
 
@@ -108,7 +108,7 @@ TEST_P(RealListTest, FilesAndFoldersKeepTheirNamesKindsAndSizes)
 
     const QStringList statuses = list();
 
-    EXPECT_EQ(statuses, success);
+    EXPECT_EQ(statuses, listSuccess);
     for (const ListingEntry& entry : m_delegate.entries) {
         if (names.contains(entry.name)) {
             EXPECT_EQ(entry.type, ListingEntry::plainFileType) << entry.name.toStdString();

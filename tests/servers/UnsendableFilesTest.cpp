@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class StatusRecorder final : public RecordingDelegate, public FTPPutControllerDelegate {
+class UnsendableDelegate final : public RecordingDelegate, public FTPPutControllerDelegate {
 public:
     void percentDone(float /*percent*/) override { }
     void bytesDone(float /*bytes*/) override { }
@@ -47,7 +47,7 @@ protected:
     ScriptedServer m_server;
     FTPEngine m_engine;
     EngineStreamFactory m_streams{ m_engine };
-    StatusRecorder m_delegate;
+    UnsendableDelegate m_delegate;
     FTPPutController m_controller{ m_streams };
 };
 

@@ -170,7 +170,9 @@ class Running(Copies):
             self.assertIsNone(running.process.poll())
 
 
-class MakingAndRemoving(Copies):
+class MakingAndRemoving(Copies, WindowTest):
+    make = "pyftpdlib"
+
     def test_a_removed_copy_leaves_nothing_behind(self):
         program = self.start()
         self.make_both(program)
@@ -241,7 +243,7 @@ class OnProftpd(Running, WindowTest):
     make = "proftpd"
 
 
-class OnPyftpdlib(Running, MakingAndRemoving, WindowTest):
+class OnPyftpdlib(Running, WindowTest):
     make = "pyftpdlib"
 
 

@@ -9,6 +9,7 @@ One Desktop for each Python process: the accessibility library reads the environ
 ends with it, and at the latest with this process, however that ends.
 """
 
+import contextlib
 import os
 import random
 import shutil
@@ -23,7 +24,7 @@ PATIENCE = float(os.environ.get("QUILLBOX_PATIENCE", "1"))
 FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "QT_", "WAYLAND_", "XDG_")
 
 
-def wait_for(condition, what, seconds=20):
+def wait_for(condition, what, seconds=60):
     """Calls condition until it answers something true, and answers that; fails after so many seconds."""
     seconds *= PATIENCE
     end = time.monotonic() + seconds
@@ -103,12 +104,20 @@ class Desktop:
 
     def drag(self, source, target, steps=25):
         """Moves the mouse with its button held, in small steps, as toolkits look where a drag goes by the way."""
-        self.xdotool("mousemove", *source, "sleep", 0.2, "mousedown", 1)
+        words = ["mousemove", *source, "sleep", 0.2, "mousedown", 1]
         for step in range(1, steps + 1):
             point = [start + (stop - start) * step // steps for start, stop in zip(source, target)]
-            self.xdotool("mousemove", *point, "sleep", 0.03)
-        # Whatever is under the mouse answers in its own time whether it takes the drop; it does not say so to us.
-        self.xdotool("mousemove_relative", "--", 1, 1, "sleep", 0.7, "mouseup", 1)
+            words += ["mousemove", *point, "sleep", 0.03]
+        self.xdotool(*words, "mousemove_relative", "--", 1, 1, "sleep", 0.5, "mouseup", 1)
+
+    def drag_until(self, taken, source, target):
+        """Drags until that holds: what is under the mouse takes its time to accept a drop, and does not say so to us."""
+        for seconds in (5, 20):
+            self.drag(source, target)
+            with contextlib.suppress(AssertionError):
+                return wait_for(taken, "the drop", seconds)
+        self.drag(source, target)
+        return wait_for(taken, "the drop")
 
     def windows_of(self, pid, title=""):
         """The X windows, as numbers, that the process shows and whose titles hold a match for that expression."""

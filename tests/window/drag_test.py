@@ -67,9 +67,8 @@ class Drag(FileManagerTest):
         (window,) = wait_for(lambda: self.desktop.windows_of(target.pid, "Extraction target"), "the target")
         self.desktop.xdotool("windowmove", "--sync", window, 800, 40)
         self.desktop.wait_until_still(window)
-        left, top = self.desktop.place_of(window)
 
-        self.desktop.drag(program.cell("Destination folder", 1, 0), (left + 150, top + 100))
+        self.drag_row_to((150, 100), 1, program, window)
 
         self.wait_for_status(program, "Download succeeded")
         self.assertEqual(self.content_here("other.txt"), b"other")

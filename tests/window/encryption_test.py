@@ -170,6 +170,10 @@ class OnProftpd(Roads, EncryptedWindowTest):
 class OnPyftpdlib(Roads, EncryptedWindowTest):
     make = "pyftpdlib"
 
+
+class Questions(EncryptedWindowTest):
+    make = "pyftpdlib"
+
     def test_many_files_are_one_question(self):
         self.require_encryption()
         contents = {f"file {number}": os.urandom(1000) for number in range(20)}
@@ -230,6 +234,22 @@ class OnPyftpdlib(Roads, EncryptedWindowTest):
         self.assertEqual(program.exit_code(), 0)
         self.assertFalse(os.path.exists(self.trusted_path()))
 
+    def test_a_certificate_for_another_server_is_told_as_such(self):
+        pem, _ = make_certificate(self.desktop.folder, names="DNS:other.example", subject="<b>bold</b>")
+        self.server.show_certificate(pem)
+        self.require_encryption()
+        program = self.start()
+
+        self.wait_for_sheet(program, QUESTION)
+
+        self.assertIn("• It was made for “other.example”, not for “127.0.0.1”.", program.sheet()[1])
+        self.assertEqual(program.text("Issued to"), 'CN="<b>bold</b>"')
+        self.answer(program, "Cancel")
+
+
+class Trusted(EncryptedWindowTest):
+    make = "pyftpdlib"
+
     def test_the_password_is_in_no_log_of_an_encrypted_session(self):
         self.require_encryption()
         program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
@@ -244,19 +264,6 @@ class OnPyftpdlib(Roads, EncryptedWindowTest):
 
         self.assertIn("STOR one.txt", program.output())
         self.assertFalse(self.server.settings()["Password"] in program.output())  # Without printing it.
-
-    def test_a_certificate_for_another_server_is_told_as_such(self):
-        pem, _ = make_certificate(self.desktop.folder, names="DNS:other.example", subject="<b>bold</b>")
-        self.server.show_certificate(pem)
-        self.require_encryption()
-        program = self.start()
-
-        self.wait_for_sheet(program, QUESTION)
-
-        self.assertIn("• It was made for “other.example”, not for “127.0.0.1”.", program.sheet()[1])
-        self.assertEqual(program.text("Issued to"), 'CN="<b>bold</b>"')
-        self.answer(program, "Cancel")
-
 
     def test_a_connection_is_tried_with_what_is_typed(self):
         program = self.start()

@@ -30,9 +30,21 @@ class FileManagerTest(WindowTest):
     def drag_icon(self, manager, number, program, target="Drop area"):
         left, top = self.desktop.place_of(manager)
         icon = (left + FIRST_ICON[0] + number * TO_NEXT_ICON, top + FIRST_ICON[1])
-        self.desktop.drag(icon, program.centre(target))
+        begun = len(self.server.begun)
+        self.desktop.drag_until(
+            lambda: len(self.server.begun) > begun or program.sheet(), icon, program.centre(target)
+        )
 
     def drag_row(self, row, program, manager):
         """Drags a row of the table by its name into the folder."""
-        left, top = self.desktop.place_of(manager)
-        self.desktop.drag(program.cell("Destination folder", row, 0), (left + NO_ICON[0], top + NO_ICON[1]))
+        self.drag_row_to(NO_ICON, row, program, manager)
+
+    def drag_row_to(self, place, row, program, window):
+        """Drags a row of the table by its name to a place in another window."""
+        left, top = self.desktop.place_of(window)
+        before = program.text("Status")
+        self.desktop.drag_until(
+            lambda: program.sheet() or program.text("Status") != before,
+            program.cell("Destination folder", row, 0),
+            (left + place[0], top + place[1]),
+        )

@@ -5,7 +5,7 @@ import subprocess
 import unittest
 
 from desktop import wait_for
-from window_test import WindowTest
+from window_test import ANY_TITLE, WindowTest
 
 OUTCOME = 4
 REPLY = 5
@@ -15,9 +15,7 @@ class History(WindowTest):
     def start_in_front(self, *paths):
         self.settings()
         program = self.start(*paths)
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^(ftp:|Quillbox)"), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program, ANY_TITLE)
         return program
 
     def open_history(self, program):

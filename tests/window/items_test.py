@@ -68,25 +68,20 @@ class Items:
         self.wait_for_listing(program, self.place)
         self.assertIsNone(program.sheet())
 
-    def test_a_file_and_an_empty_folder_are_deleted(self):
+    def test_files_and_empty_folders_are_deleted_but_for_those_without_a_dot_and_full_ones(self):
         self.write("unwanted file é.txt")
-        self.write("other.txt")
+        self.write("README")
         os.mkdir(self.server.path("empty"))
+        os.mkdir(self.server.path("full"))
+        self.write("full/content.txt")
         program = self.start_listed()
 
         self.assert_deleted(program, "unwanted file é.txt")
         self.assert_deleted(program, "empty")
-
-        self.assertEqual(os.listdir(self.server.path("")), ["other.txt"])
-
-    def test_a_full_folder_and_a_file_without_a_dot_are_refused(self):
-        os.mkdir(self.server.path("full"))
-        self.write("full/content.txt")
-        self.write("README")
-        program = self.start_listed()
-
         self.assert_refused(program, "full")
         self.assert_refused(program, "README")
+
+        self.assertEqual(sorted(os.listdir(self.server.path(""))), ["README", "full"])
 
     def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
         self.place = "ein Ordner é 100%"

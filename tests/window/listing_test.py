@@ -4,6 +4,7 @@ import os
 import unittest
 
 from desktop import wait_for
+from upload_server import SLOW
 from window_test import WindowTest
 
 COLUMNS = ["Name", "Size", "Type", "Date", "Mode"]
@@ -40,10 +41,12 @@ class Listing(WindowTest):
         """That one file came, and its bytes are the server's."""
         wait_for(lambda: [entry for entry in self.downloads() if entry.endswith(name)], f"{name} to be downloaded")
         (entry,) = self.downloads()
-        with open(os.path.join(self.home["HOME"], "Downloads", entry), "rb") as file:
+        path = os.path.join(self.home["HOME"], "Downloads", entry)
+        wait_for(lambda: os.path.getsize(path) == os.path.getsize(self.server.path(name)), f"the whole of {name}")
+        with open(path, "rb") as file:
             self.assertEqual(file.read(), self.server.content(name))
 
-    def test_the_table_shows_what_the_folder_holds(self):
+    def test_the_table_shows_what_the_folder_holds_and_sorts_at_a_click_on_a_columns_title(self):
         program = self.start_listed()
 
         rows = program.rows("Destination folder")
@@ -52,8 +55,6 @@ class Listing(WindowTest):
         self.assertEqual(rows[2][2], "Folder")
         self.assertEqual([row[4] for row in rows], ["-rw------- ", "-rw-r--r-- ", "drwxr-x--- ", "-rwxr-xr-x "])
 
-    def test_each_column_sorts_at_a_click_on_its_title(self):
-        program = self.start_listed()
         expected = {
             "Name": ["gamma file.txt", "Folder", "beta.txt", "Alpha.bin"],
             "Size": ["Alpha.bin", "gamma file.txt", "beta.txt"],
@@ -71,14 +72,6 @@ class Listing(WindowTest):
                     return names == expected[column] and (column != "Type" or whole[0] == "Folder")
 
                 wait_for(matches, f"the order by {column}")
-
-    def test_the_item_buttons_follow_the_selection(self):
-        program = self.start_listed()
-        self.assertFalse(program.is_enabled("Download"))
-
-        self.desktop.click(program.cell("Destination folder", 1, 0))
-
-        wait_for(lambda: program.is_enabled("Download") and program.is_enabled("Delete"), "the buttons")
 
     def test_a_double_click_downloads_a_file_and_a_folder_is_refused(self):
         program = self.start_listed()
@@ -137,7 +130,7 @@ class Listing(WindowTest):
         wait_for(lambda: self.names(program)[0] == "Folder", "the order turned")
 
     def test_an_upload_keeps_item_actions_back(self):
-        self.server.read_at_most(500_000)
+        self.server.read_at_most(SLOW)
         self.settings()
         program = self.start()
         self.wait_for_listing(program)
@@ -151,31 +144,30 @@ class Listing(WindowTest):
         program.press("Stop")
         self.wait_for_status(program, "Upload Stopped")
 
-    def test_the_location_is_copied(self):
+    def test_the_buttons_follow_the_selection_and_the_locations_of_folder_and_item_are_copied(self):
         program = self.start_listed()
-
+        self.assertFalse(program.is_enabled("Download"))
         self.desktop.key("ctrl+shift+c")
         program.text("Status")
-
         self.assertEqual(self.pasted(program), f"ftp://127.0.0.1:{self.server.port}/")
 
-    def test_the_location_of_an_item_is_copied(self):
-        program = self.start_listed()
+        self.bring_to_front(program)
         self.desktop.click(program.cell("Destination folder", 3, 0))
-        wait_for(lambda: program.is_enabled("Download"), "the selection")
-
+        wait_for(lambda: program.is_enabled("Download") and program.is_enabled("Delete"), "the buttons")
         self.desktop.key("ctrl+c")
         program.text("Status")
-
         self.assertEqual(self.pasted(program), f"ftp://127.0.0.1:{self.server.port}/gamma%20file.txt")
 
     def pasted(self, program):
-        """What the clipboard holds, as a field takes it."""
+        """What the clipboard holds, as a field of the preferences takes it."""
         self.desktop.key("ctrl+comma")
         wait_for(lambda: program.find("Folder") and program.has_focus("Server address"), "a field")
         self.desktop.key("ctrl+a")
         self.desktop.key("ctrl+v")
-        return program.text("Server address")
+        pasted = program.text("Server address")
+        self.desktop.key("Escape")
+        wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
+        return pasted
 
     def test_a_refresh_shows_what_has_changed_and_keeps_the_selection(self):
         program = self.start_listed()

@@ -3,23 +3,19 @@
 import unittest
 
 from desktop import wait_for
-from window_test import WindowTest
+from upload_server import SLOW
+from window_test import ANY_TITLE, WindowTest
 
 
 class Quit(WindowTest):
     def start_busy(self):
         """Starts the program with a long file on its way and another one waiting."""
         self.settings()
-        self.server.read_at_most(500_000)
+        self.server.read_at_most(SLOW)
         program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
         wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
-        self.to_front(program)
+        self.bring_to_front(program, ANY_TITLE)
         return program
-
-    def to_front(self, program):
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^(ftp:|Quillbox)"), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
 
     def ask(self, program):
         self.desktop.key("ctrl+q")
@@ -57,7 +53,7 @@ class Quit(WindowTest):
         program = self.launch(self.file("one"))
         self.wait_for_files("one")
         self.wait_for_status(program, "Upload succeeded")
-        self.to_front(program)
+        self.bring_to_front(program, ANY_TITLE)
 
         self.desktop.key("ctrl+q")
 

@@ -6,7 +6,8 @@ import subprocess
 import unittest
 
 from desktop import bound_to_us, wait_for
-from window_test import PROGRAM, WindowTest
+from upload_server import SLOW
+from window_test import ANY_TITLE, PROGRAM, WindowTest
 
 
 def call_as_a_desktop(method, signature, *arguments):
@@ -171,17 +172,18 @@ class Start(WindowTest):
 
     def test_goes_on_when_the_session_bus_is_lost(self):
         self.settings()
-        self.server.read_at_most(200_000)
+        self.server.read_at_most(SLOW)
         command = ["dbus-daemon", "--session", "--nofork", "--print-address"]
         with subprocess.Popen(bound_to_us(command), stdout=subprocess.PIPE, text=True) as bus:
             address = bus.stdout.readline().strip()
             program = self.launch(
-                self.file("one.txt", bytes(400_000)), self.file("two.txt"), DBUS_SESSION_BUS_ADDRESS=address
+                self.file("one.txt", bytes(20_000_000)), self.file("two.txt"), DBUS_SESSION_BUS_ADDRESS=address
             )
             wait_for(lambda: self.server.begun == ["one.txt"], "the file to be sent")
 
             bus.kill()
 
+        self.server.read_at_most(0)
         self.wait_for_files("one.txt", "two.txt")
         self.assertIsNone(program.process.poll())
 
@@ -213,12 +215,12 @@ class Start(WindowTest):
 
     def test_closing_the_window_ends_the_program_also_in_mid_upload(self):
         self.settings()
-        self.server.read_at_most(500_000)
+        self.server.read_at_most(SLOW)
         program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
         wait_for(lambda: self.server.begun == ["one"], "the file to be sent")
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
+        self.bring_to_front(program, ANY_TITLE)
 
-        self.desktop.xdotool("windowactivate", "--sync", window, "key", "--clearmodifiers", "alt+F4")
+        self.desktop.key("alt+F4")
         program.press("Quit")  # It asks whether to leave the upload.
 
         self.assertEqual(program.exit_code(), 0)

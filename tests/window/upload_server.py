@@ -15,6 +15,7 @@ from pyftpdlib.servers import FTPServer
 
 USER = "anna"
 PASSWORD = 's3cret "with, odd; %41 marks'
+SLOW = 200_000  # Bytes a second, at which a file of 20 MB is on its way for as long as any test wants.
 
 
 class UploadServer:
@@ -55,7 +56,7 @@ class UploadServer:
         shutil.rmtree(self.root, ignore_errors=True)
 
     def read_at_most(self, bytes_per_second):
-        """Slows the uploads that begin from now on; 0 lets them run."""
+        """Slows the uploads; 0 lets them run."""
         self._data.bytes_per_second = bytes_per_second
 
     def stand_still(self):
@@ -127,14 +128,14 @@ class _Data(DTPHandler):
     pause = 0.02
 
     def __init__(self, sock, cmd_channel):
-        self._piece = int(self.bytes_per_second * self.pause)
         self._timer = None
         super().__init__(sock, cmd_channel)
 
     def recv(self, buffer_size):
-        if self._piece == 0:
+        piece = int(self.bytes_per_second * self.pause)
+        if piece == 0:
             return super().recv(buffer_size)
-        chunk = super().recv(self._piece)
+        chunk = super().recv(piece)
         if chunk:
             self.del_channel()
             self._timer = self.ioloop.call_later(self.pause, self._go_on, _errback=self.handle_error)

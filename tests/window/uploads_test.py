@@ -4,6 +4,7 @@ import os
 import unittest
 
 from desktop import wait_for
+from upload_server import SLOW
 from window_test import PROGRAM, WindowTest
 
 
@@ -23,38 +24,41 @@ class Uploads(WindowTest):
 
     def test_files_go_in_order_and_the_waiting_ones_are_counted(self):
         self.settings()
-        self.server.read_at_most(300_000)
-        paths = [self.file(name, bytes(300_000)) for name in ("one", "two", "three")]
+        self.server.read_at_most(SLOW)
+        self.server.after_receiving = lambda path: self.server.read_at_most(SLOW)
+        paths = [self.file(name, bytes(20_000_000)) for name in ("one", "two", "three")]
 
         program = self.start(*paths)
 
         for waiting in (2, 1):
             wait_for(lambda n=waiting: program.value("Files waiting") == (n, 3), f"{waiting} of 3 files waiting")
+            self.server.read_at_most(0)
         wait_for(lambda: program.value("Files waiting") is None, "no file waiting")
-        self.assertEqual(self.server.begun, ["one", "two", "three"])
+        self.server.read_at_most(0)
         self.wait_for_files("one", "two", "three")
+        self.assertEqual(self.server.begun, ["one", "two", "three"])
         self.assertEqual(program.text("Queued files"), "".join(f"{n}) {path}\n\n" for n, path in enumerate(paths, 1)))
 
     def test_progress_shows_while_a_file_is_sent_and_only_then(self):
         self.settings()
-        self.server.read_at_most(3_000_000)
+        self.server.read_at_most(SLOW)
 
-        program = self.start(self.file("large", bytes(8_000_000)))
+        program = self.start(self.file("large", bytes(20_000_000)))
 
         wait_for(lambda: 0 < (program.value("Transfer progress") or (0, 0))[0] < 100, "some per cent")
         self.assertRegex(program.text("Bytes transferred"), r"^[\d.]+ .?B$")
         self.assertEqual(program.text("Status"), 'Sending "large"')
         self.assertTrue(program.is_enabled("Stop"))
+        self.server.read_at_most(0)
         self.wait_for_status(program, "Upload succeeded")
         self.assertIsNone(program.find("Transfer progress"))
         self.assertFalse(program.is_enabled("Stop"))
 
     def test_stop_ends_one_file_and_the_next_one_starts(self):
         self.settings()
-        self.server.read_at_most(500_000)
+        self.server.read_at_most(SLOW)
         program = self.start(self.file("one", bytes(20_000_000)), self.file("two"))
         wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
-        self.server.read_at_most(0)
 
         program.press("Stop")
 
@@ -64,7 +68,7 @@ class Uploads(WindowTest):
 
     def test_a_stopped_upload_says_so_without_a_sheet(self):
         self.settings()
-        self.server.read_at_most(500_000)
+        self.server.read_at_most(SLOW)
         program = self.start(self.file("one", bytes(20_000_000)))
         wait_for(lambda: self.server.begun == ["one"], "the file to be sent")
 
@@ -77,14 +81,15 @@ class Uploads(WindowTest):
 
     def test_clear_queue_lets_the_running_file_finish(self):
         self.settings()
-        self.server.read_at_most(1_000_000)
-        program = self.start(self.file("one", bytes(2_000_000)), self.file("two"), self.file("three"))
+        self.server.read_at_most(SLOW)
+        program = self.start(self.file("one", bytes(20_000_000)), self.file("two"), self.file("three"))
         wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
 
         program.press("Clear Queue")
 
         wait_for(lambda: program.value("Files waiting") is None, "no file waiting")
         self.assertEqual(program.text("Status"), 'Sending "one"')
+        self.server.read_at_most(0)
         self.wait_for_files("one")
         self.wait_for_status(program, "Upload succeeded")
         self.assertFalse(program.is_enabled("Clear Queue"))

@@ -39,7 +39,7 @@ class ScriptedServer:
         self._root.cleanup()
 
 
-class Waiting(WindowTest):
+class WaitingTest(WindowTest):
     def make_server(self):
         return ScriptedServer(NEVER_CLOSES, NEVER_CREATES)
 
@@ -49,44 +49,46 @@ class Waiting(WindowTest):
         self.server.write("unwanted.txt")
         self.settings()
 
-    def start_deleting(self, program):
+    def start_deleting(self, program, name="unwanted.txt"):
         """Deletes a file, and waits for the panel."""
         self.wait_for_listing(program)
-        self.delete(program, "unwanted.txt")
+        self.delete(program, name)
         wait_for(lambda: program.find("Stop Waiting"), "the panel")
-        self.assertEqual(program.text(PANEL), "Deleting “unwanted.txt”…")
-
-    def stop_waiting(self, program):
-        wait_for(lambda: program.has_focus("Stop Waiting"), "the keyboard to be in the panel")
-        self.desktop.key("space")
+        self.assertEqual(program.text(PANEL), f"Deleting “{name}”…")
 
     def assert_unanswered(self, program, text):
         self.assertEqual(program.acknowledge(), ["No Answer", f"The server has not answered. {text}"])
         self.assertIsNone(program.find("Stop Waiting"))
         self.wait_for_listing(program)
 
-    def test_a_deletion_is_given_up_by_key_and_the_folder_listed_again(self):
-        program = self.start()
+
+class GivenUp(WaitingTest):
+    def test_by_key_by_escape_and_by_click_after_which_the_folder_is_listed_and_the_program_can_be_left(self):
+        program = self.launch()
         self.start_deleting(program)
-
-        self.stop_waiting(program)
-
+        self.press_in_the_panel(program, "space")
         self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
         self.assertEqual(self.names(program), ["other.txt"])
         self.assert_no_more_sheets(program)
 
-    def test_escape_gives_up_as_well(self):
-        program = self.start()
-        self.start_deleting(program)
+        self.start_deleting(program, "other.txt")
+        self.press_in_the_panel(program, "Escape")
+        self.assert_unanswered(program, "“other.txt” may or may not have been deleted.")
+
+        self.start_creating(program)
+        self.desktop.click(program.centre("Stop Waiting"))
+        self.assert_unanswered(program, "Folder “new one” may or may not have been created.")
+
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+q")  # Nobody waits for the operations any more.
+        self.assertEqual(program.exit_code(), 0)
+        self.assertEqual(program.output(), "")
+
+    def press_in_the_panel(self, program, key):
         wait_for(lambda: program.has_focus("Stop Waiting"), "the keyboard to be in the panel")
+        self.desktop.key(key)
 
-        self.desktop.key("Escape")
-
-        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
-
-    def test_a_new_folder_is_given_up_by_a_click(self):
-        program = self.start()
-        self.wait_for_listing(program)
+    def start_creating(self, program):
         program.press("New Folder")
         wait_for(lambda: program.find("OK"), "the question for a name")
         self.desktop.xdotool("type", "--delay", 15, "new one")
@@ -94,11 +96,9 @@ class Waiting(WindowTest):
         wait_for(lambda: program.find("Stop Waiting"), "the panel")
         self.assertEqual(program.text(PANEL), "Creating “new one”…")
 
-        self.desktop.click(program.centre("Stop Waiting"))
 
-        self.assert_unanswered(program, "Folder “new one” may or may not have been created.")
-
-    def test_nothing_moves_meanwhile_and_files_handed_over_are_taken_afterwards(self):
+class Meanwhile(WaitingTest):
+    def test_nothing_moves_and_files_handed_over_are_taken_afterwards(self):
         program = self.start()
         self.start_deleting(program)
         date = program.text("Date")
@@ -133,18 +133,6 @@ class Waiting(WindowTest):
         self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
         self.assert_no_more_sheets(program)
         self.assertEqual(len(program.windows()), 1)
-
-    def test_quitting_does_not_wait_for_an_operation_that_was_given_up(self):
-        program = self.launch()
-        self.start_deleting(program)
-        self.stop_waiting(program)
-        self.assert_unanswered(program, "“unwanted.txt” may or may not have been deleted.")
-        self.bring_to_front(program)
-
-        self.desktop.key("ctrl+q")
-
-        self.assertEqual(program.exit_code(), 0)
-        self.assertEqual(program.output(), "")
 
 
 if __name__ == "__main__":

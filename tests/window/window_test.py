@@ -13,6 +13,8 @@ from desktop import Desktop, wait_for
 from program import Program, store_settings
 from upload_server import UploadServer
 
+ANY_TITLE = "^(ftp:|Quillbox)"  # Of the main window, from the first moment on.
+
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PROGRAM = os.path.abspath(os.environ.get("QUILLBOX", os.path.join(TOP, "build/dev/Quillbox")))
 UNDER = shlex.split(os.environ.get("QUILLBOX_UNDER", ""))
@@ -76,9 +78,9 @@ class WindowTest(unittest.TestCase):
         wait_for(lambda: len(self.server.received) >= len(names), f"{names} to arrive")
         self.assertEqual(self.server.received, list(names))
 
-    def bring_to_front(self, program):
-        """Gives the keyboard to the main window."""
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
+    def bring_to_front(self, program, title="^ftp://"):
+        """Gives the keyboard to the main window, once it has such a title."""
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), "the window")
         self.desktop.xdotool("windowactivate", "--sync", window)
         wait_for(program.is_active, "the program to have the keyboard")
 
@@ -119,4 +121,4 @@ class WindowTest(unittest.TestCase):
 
     def wait_for_the_clock(self, program):
         before = program.text("Date")
-        wait_for(lambda: program.text("Date") != before, "the date to go on", seconds=5)
+        wait_for(lambda: program.text("Date") != before, "the date to go on")

@@ -1,20 +1,17 @@
 #include "PassiveReply.h"
 
+#include "Reply.h"
+
 #include <array>
 
 namespace {
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 /// Reads a number of at most @p limit at @p at and moves @p at behind it; nothing when there is none.
 std::optional<int> readNumber(QByteArrayView text, qsizetype& at, int limit)
 {
     const qsizetype start = at;
     int number = 0;
-    while (at < text.size() && isDigit(text[at])) {
+    while (at < text.size() && isReplyDigit(text[at])) {
         number = number * 10 + (text[at] - '0');
         if (number > limit) {
             return std::nullopt;
@@ -65,7 +62,7 @@ std::optional<quint16> portOfExtendedPassiveReply(QByteArrayView text)
 std::optional<quint16> portOfPassiveReply(QByteArrayView text)
 {
     for (qsizetype at = 0; at < text.size(); ++at) {
-        const bool startsNumber = isDigit(text[at]) && (at == 0 || !isDigit(text[at - 1]));
+        const bool startsNumber = isReplyDigit(text[at]) && (at == 0 || !isReplyDigit(text[at - 1]));
         if (startsNumber) {
             if (const std::optional<quint16> port = readSixNumbers(text, at)) {
                 return port;

@@ -12,3 +12,8 @@ struct Reply {
     bool isIntermediate() const { return code >= 300 && code < 400; }
     bool isNegative() const { return code >= 400; }
 };
+/// A digit as replies are written with.
+inline bool isReplyDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}

@@ -2,15 +2,10 @@
 
 namespace {
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 /// The reply code that a line begins with, or 0.
 int codeOf(QByteArrayView line)
 {
-    if (line.size() < 3 || !isDigit(line[0]) || !isDigit(line[1]) || !isDigit(line[2])) {
+    if (line.size() < 3 || !isReplyDigit(line[0]) || !isReplyDigit(line[1]) || !isReplyDigit(line[2])) {
         return 0;
     }
     const int code = (line[0] - '0') * 100 + (line[1] - '0') * 10 + (line[2] - '0');

@@ -1,5 +1,6 @@
 #include "CertificateQuestions.h"
 
+#include "RecordingJudge.h"
 #include "WaitFor.h"
 
 #include <gmock/gmock.h>
@@ -10,19 +11,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Keeps what is to be called with each verdict.
-class Judge final : public CertificateTrust {
-public:
-    void judge(const CertificateQuestion& question, std::function<void(bool)> answer) override
-    {
-        questions.push_back(question);
-        answers.push_back(std::move(answer));
-    }
-
-    std::vector<CertificateQuestion> questions;
-    std::vector<std::function<void(bool)>> answers;
-};
 
 /// One who waits for an answer.
 struct Asker {
@@ -45,8 +33,8 @@ protected:
         return made;
     }
 
-    Judge m_judge;
-    Judge m_otherJudge;
+    RecordingJudge m_judge;
+    RecordingJudge m_otherJudge;
     CertificateQuestions m_questions;
     Asker m_first;
     Asker m_second;
@@ -70,7 +58,7 @@ TEST_F(CertificateQuestionsTest, AnAnswerCountsForThatCertificateOfThatServerAnd
 {
     struct Row {
         CertificateQuestion question;
-        Judge& judge;
+        RecordingJudge& judge;
     };
     for (const Row& row : {
              Row{ question(u"other"_s), m_judge },

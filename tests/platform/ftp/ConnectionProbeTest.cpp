@@ -1,5 +1,5 @@
-#include "CertificateTrust.h"
 #include "FTPProbe.h"
+#include "RecordingJudge.h"
 #include "StreamTest.h"
 
 #include <gmock/gmock.h>
@@ -9,21 +9,6 @@
 namespace {
 
 using State = FTPProbeState;
-
-/// Answers each question about a certificate as the test says, or later when it says nothing.
-class Judge final : public CertificateTrust {
-public:
-    void judge(const CertificateQuestion& /*question*/, std::function<void(bool)> answer) override
-    {
-        ++questions;
-        if (verdict) {
-            answer(*verdict);
-        }
-    }
-
-    int questions = 0;
-    std::optional<bool> verdict;
-};
 
 class ConnectionProbeTest : public StreamTest {
 protected:
@@ -73,7 +58,7 @@ protected:
         }
     }
 
-    Judge m_judge;
+    RecordingJudge m_judge;
     EngineStreamFactory m_judged{ m_engine, m_judge };
     std::unique_ptr<FTPProbe> m_probe;
     std::vector<State> m_states;
@@ -327,7 +312,7 @@ TEST_F(ConnectionProbeTest, ACertificateThatIsNotTrustedGetsNoLogin)
 
     EXPECT_EQ(waitForEnd(), State::NotTrusted);
     EXPECT_EQ(control->receiveToEnd(), "");
-    EXPECT_EQ(m_judge.questions, 1);
+    EXPECT_EQ(m_judge.questions.size(), 1U);
     EXPECT_FALSE(m_last.security);
 }
 
@@ -337,7 +322,7 @@ TEST_F(ConnectionProbeTest, TheQuestionHasNoTimeLimitAndMayBeLeft)
     m_encryption = FTPEncryption::Required;
     probe();
     auto control = greet();
-    ASSERT_TRUE(waitFor([this] { return m_judge.questions == 1; }));
+    ASSERT_TRUE(waitFor([this] { return m_judge.questions.size() == 1; }));
     EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 1300ms));
 
     m_probe.reset();

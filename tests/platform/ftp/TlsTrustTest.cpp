@@ -1,6 +1,6 @@
 // Certificates that the system does not vouch for.
 
-#include "CertificateTrust.h"
+#include "RecordingJudge.h"
 #include "StreamTest.h"
 
 #include <QTemporaryFile>
@@ -10,24 +10,6 @@
 #include <vector>
 
 namespace {
-
-/// Writes the questions down and lets the test answer.
-class Judge final : public CertificateTrust {
-public:
-    void judge(const CertificateQuestion& question, std::function<void(bool)> answer) override
-    {
-        questions.push_back(question);
-        if (immediately) {
-            answer(*immediately);
-        } else {
-            answers.push_back(std::move(answer));
-        }
-    }
-
-    std::vector<CertificateQuestion> questions;
-    std::vector<std::function<void(bool)>> answers;
-    std::optional<bool> immediately;
-};
 
 class TlsTrustTest : public TlsStreamTest {
 protected:
@@ -45,7 +27,7 @@ protected:
         return waitFor([this, count] { return m_judge.questions.size() >= count; });
     }
 
-    Judge m_judge;
+    RecordingJudge m_judge;
     EngineStreamFactory m_judged{ m_engine, m_judge };
 };
 
@@ -156,7 +138,7 @@ TEST_F(TlsTrustTest, ARefusalIsAnErrorOfItsOwnKind)
 
 TEST_F(TlsTrustTest, AnAnswerMayComeFromInsideTheQuestion)
 {
-    m_judge.immediately = true;
+    m_judge.verdict = true;
     startJudged(m_recorder);
 
     EXPECT_EQ(greet()->hear(), "PBSZ 0");
@@ -210,7 +192,7 @@ TEST_F(TlsTrustTest, AServerThatDoesNotWaitIsTriedAgainAfterTheAnswer)
     first->close();
     EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 50ms));
 
-    m_judge.immediately = true; // It is remembered by now.
+    m_judge.verdict = true; // It is remembered by now.
     m_judge.answers.front()(true);
 
     EXPECT_EQ(greet()->hear(), "PBSZ 0");
@@ -252,7 +234,7 @@ TEST_F(TlsTrustTest, AStreamMayBeClosedWhileItWaits)
 
 TEST_F(TlsTrustTest, OnceTrustedAKeptConnectionIsNotAskedAboutAgain)
 {
-    m_judge.immediately = true;
+    m_judge.verdict = true;
     startJudged(m_recorder);
     auto control = open("STOR f");
     m_data->receiveToEnd();
