@@ -128,8 +128,8 @@ TEST_F(FaultyServerManagerTest, AnAbortedTransferEndsWhereItStandsAndSucceeds)
     EXPECT_TRUE(abortOnce([this] { return m_manager.progress().has_value(); },
                           [this] { return m_manager.uploadData(QByteArray(64 << 20, 'x'), u"up"_s, m_record.get()); }));
 
-    m_server.on("LIST", { "150 Go", "send -rw-r--r-- 1 a b 1 Jan 12 15:04 first", "until NOOP" });
-    EXPECT_TRUE(abortOnce([this] { return m_server.waitForReply("150 Go"); },
+    m_server.on("LIST", { "150 Rows", "send -rw-r--r-- 1 a b 1 Jan 12 15:04 first", "until NOOP" });
+    EXPECT_TRUE(abortOnce([this] { return m_server.waitForReply("150 Rows"); },
                           [this] { return m_manager.contentsOfServer(m_record.get()).has_value(); }));
 
     EXPECT_TRUE(m_server.waitForConnectionsClosed());
