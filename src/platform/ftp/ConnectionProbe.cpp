@@ -12,8 +12,8 @@ ConnectionProbe::ConnectionProbe(FTPEngine& engine, const FTPProbeRequest& reque
     : m_handler(std::move(handler))
     , m_encryption(request.encryption)
 {
-    Transfer::Request probe;
-    probe.kind = Transfer::Kind::Probe;
+    TransferRequest probe;
+    probe.kind = TransferRequest::Kind::ConnectionTest;
     probe.location = FTPLocation::fromText(request.location);
     if (!request.userName.isEmpty() && !request.password.isEmpty()) {
         probe.userName = request.userName.toUtf8();
@@ -22,7 +22,7 @@ ConnectionProbe::ConnectionProbe(FTPEngine& engine, const FTPProbeRequest& reque
     probe.encryption = request.encryption;
     probe.certificateTrust = trust;
     m_transfer = new Transfer(engine, probe, [this](FTPStreamEvent) { ended(); });
-    m_isSendable = m_transfer->canBeRequested();
+    m_isSendable = probe.canBeSent();
     QObject::connect(m_transfer, &Transfer::stageReached, m_transfer, [this] { stageReached(); });
     m_transfer->start();
 }

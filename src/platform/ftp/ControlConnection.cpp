@@ -6,6 +6,7 @@
 #include "TlsTransport.h"
 
 #include <QNetworkProxy>
+#include <QScopedValueRollback>
 
 #include <array>
 #include <utility>
@@ -49,7 +50,12 @@ ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
     connect(&m_socket, &QTcpSocket::readyRead, this, &ControlConnection::processInput);
     const auto closed = [this] {
         m_remoteClosed = true;
-        processInput();
+        if (m_isSending) {
+            // Whoever sends has not returned yet, and must not hear of the end before that.
+            QMetaObject::invokeMethod(this, &ControlConnection::processInput, Qt::QueuedConnection);
+        } else {
+            processInput();
+        }
     };
     connect(&m_socket, &QTcpSocket::disconnected, this, closed);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, closed);
@@ -81,6 +87,7 @@ void ControlConnection::open()
 
 void ControlConnection::send(const QList<FTPCommand>& commands)
 {
+    const QScopedValueRollback sending(m_isSending, true);
     QByteArray lines;
     for (const FTPCommand& command : commands) {
         qCDebug(ftpLog, "> %s", command.loggedLine().constData());

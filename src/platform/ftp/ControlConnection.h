@@ -91,6 +91,7 @@ public:
         std::optional<QByteArray> folder; ///< The present folder as a location's path names it; nothing: unknown.
     };
     Session& session() { return m_session; }
+    const Session& session() const { return m_session; }
 
 signals:
     /// The server has said @p line: the last of a reply, with its code, escaped like a line of the log, without the
@@ -127,5 +128,6 @@ private:
     bool m_reused = false;
     bool m_suspect = false;
     bool m_leaving = false; ///< QUIT was sent.
+    bool m_isSending = false; ///< send() has not returned.
     bool m_remoteClosed = false; ///< The socket has ended; what it delivered before is still read.
 };

@@ -1,18 +1,16 @@
 #include "DataConnection.h"
 
 #include "DeliveryGate.h"
+#include "PlainCarrier.h"
 #include "SocketAddress.h"
-#include "TlsChannel.h"
+#include "SocketCalls.h"
+#include "TlsCarrier.h"
 
 #include <QDeadlineTimer>
 
-#include <algorithm>
 #include <cerrno>
-#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
@@ -23,29 +21,6 @@ namespace {
 
 /// For how long one turn of the loop goes on to move data: whoever waits for the loop does not notice it.
 constexpr auto longestTurn = 2ms;
-
-/// How many bytes wait to be read, as far as that can be told without reading; 0 also at the end.
-qint64 bytesToRead(int socket)
-{
-    int count = 0;
-    return ::ioctl(socket, FIONREAD, &count) == 0 ? count : 0;
-}
-
-/// How many bytes a socket takes that has just been found writable. The kernel says so when a third of its buffer is
-/// free; half of that may go to its own records.
-qint64 roomToWrite(int socket)
-{
-    int size = 0;
-    socklen_t length = sizeof size;
-    return ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, &length) == 0 ? size / 6 : 0;
-}
-
-int pendingError(int socket)
-{
-    int error = 0;
-    socklen_t length = sizeof error;
-    return ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &length) == 0 ? error : errno;
-}
 
 } // namespace
 
@@ -63,14 +38,15 @@ DataConnection::~DataConnection()
 
 bool DataConnection::connectTo(const QHostAddress& host, quint16 port, const TlsChannel* control)
 {
-    if (control != nullptr) {
-        TlsTransport& transport = *this;
-        m_tls = std::make_unique<TlsChannel>(transport, *control);
-    }
     const SocketAddress address = socketAddress(host, port);
     m_socket = ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
         return false;
+    }
+    if (control != nullptr) {
+        m_carrier = std::make_unique<TlsCarrier>(m_socket, *control);
+    } else {
+        m_carrier = std::make_unique<PlainCarrier>(m_socket);
     }
     const int on = 1;
     ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -124,16 +100,14 @@ void DataConnection::updateNotifier()
         if (m_notifier->isEnabled() != enable) {
             m_notifier->setEnabled(enable);
         }
-        readAgainIfDecrypted();
+        readAgainIfMore();
     }
 }
 
-/// What the channel has received already, the socket does not report again.
-void DataConnection::readAgainIfDecrypted()
+/// What the carrier has received already, the socket does not report again.
+void DataConnection::readAgainIfMore()
 {
-    const bool isDue = m_wanted && !m_gate.isClosed() && m_notifier != nullptr
-        && m_notifier->type() == QSocketNotifier::Read && m_tls != nullptr && m_tls->mayHaveMore();
-    if (!isDue || m_readPosted) {
+    if (m_readPosted || !isWatchedFor(QSocketNotifier::Read) || !m_carrier->mayHaveMore()) {
         return;
     }
     m_readPosted = true;
@@ -141,8 +115,7 @@ void DataConnection::readAgainIfDecrypted()
         this,
         [this] {
             m_readPosted = false;
-            if (m_wanted && !m_gate.isClosed() && m_notifier != nullptr
-                && m_notifier->type() == QSocketNotifier::Read) {
+            if (isWatchedFor(QSocketNotifier::Read)) {
                 activated();
             }
         },
@@ -161,15 +134,15 @@ void DataConnection::activated()
     }
     const QSocketNotifier::Type type = m_notifier->type();
     const QDeadlineTimer turn(longestTurn, Qt::PreciseTimer);
-    m_known = 0;
+    m_carrier->beginTurn();
     bool isReady = true;
     do {
         isReady = type == QSocketNotifier::Read ? reportReadable() : reportWritable();
     } while (isReady && isWatchedFor(type) && !turn.hasExpired());
     if (type == QSocketNotifier::Write) {
-        m_unacknowledged = unacknowledgedBytes();
+        m_unacknowledged = waitingBytes();
     }
-    readAgainIfDecrypted();
+    readAgainIfMore();
 }
 
 bool DataConnection::isWatchedFor(QSocketNotifier::Type type) const
@@ -180,7 +153,7 @@ bool DataConnection::isWatchedFor(QSocketNotifier::Type type) const
 /// False when there is nothing to report.
 bool DataConnection::reportReadable()
 {
-    const Pending found = pending();
+    const Pending found = m_carrier->pending();
     if (found == Pending::Nothing) {
         return false;
     }
@@ -191,25 +164,19 @@ bool DataConnection::reportReadable()
 /// False when there is nothing to report.
 bool DataConnection::reportWritable()
 {
-    if (m_known > 0) {
-        emit writable();
-        return true;
-    }
-    pollfd state{ m_socket, POLLOUT, 0 };
-    if (::poll(&state, 1, 0) <= 0) {
+    switch (m_carrier->space()) {
+    case DataCarrier::Space::None:
         return false;
-    }
-    if ((state.revents & POLLERR) != 0 || !flush()) {
+    case DataCarrier::Space::Failure:
         fail();
-    } else if (!m_outgoing.isEmpty()) {
-        return false; // The socket has not taken all of it yet.
-    } else if (m_ending) {
-        m_ending = false;
-        stopWatching();
-        ::shutdown(m_socket, SHUT_WR);
-    } else {
-        m_known = m_tls == nullptr ? roomToWrite(m_socket) : 0;
-        emit writable();
+        break;
+    case DataCarrier::Space::Some:
+        if (m_ending) {
+            finishWriting();
+        } else {
+            emit writable();
+        }
+        break;
     }
     return true;
 }
@@ -218,30 +185,36 @@ void DataConnection::finishConnecting()
 {
     m_connecting = false;
     stopWatching();
-    if (pendingError(m_socket) != 0) {
+    if (takePendingError(m_socket) != 0) {
         closeSocket();
         emit failed();
-    } else if (m_tls != nullptr) {
-        m_shakingHands = true;
+        return;
+    }
+    m_shakingHands = true;
+    shakeHands();
+    if (m_shakingHands) {
         emit reached();
-        shakeHands();
-    } else {
-        emit connected();
     }
 }
 
 void DataConnection::shakeHands()
 {
-    const TlsChannel::Outcome outcome = m_tls->handshake();
-    if (!flush() || (outcome != TlsChannel::Outcome::Done && outcome != TlsChannel::Outcome::Waiting)) {
-        m_shakingHands = false;
-        fail();
-    } else if (outcome == TlsChannel::Outcome::Waiting) {
-        watch(m_outgoing.isEmpty() ? QSocketNotifier::Read : QSocketNotifier::Write);
-    } else {
+    switch (m_carrier->shakeHands()) {
+    case DataCarrier::Handshake::WaitsToRead:
+        watch(QSocketNotifier::Read);
+        break;
+    case DataCarrier::Handshake::WaitsToWrite:
+        watch(QSocketNotifier::Write);
+        break;
+    case DataCarrier::Handshake::Done:
         m_shakingHands = false;
         stopWatching();
         emit connected();
+        break;
+    case DataCarrier::Handshake::Failed:
+        m_shakingHands = false;
+        fail();
+        break;
     }
 }
 
@@ -251,154 +224,52 @@ void DataConnection::fail()
     emit failed();
 }
 
-DataConnection::Pending DataConnection::pending()
-{
-    if (m_tls != nullptr) {
-        switch (m_tls->peek()) {
-        case TlsChannel::Outcome::Done:
-            return Pending::Bytes;
-        case TlsChannel::Outcome::Waiting:
-            return Pending::Nothing;
-        case TlsChannel::Outcome::Ended:
-            return Pending::End;
-        case TlsChannel::Outcome::Broken:
-            return Pending::Failure;
-        }
-    }
-    if (m_known > 0) {
-        return Pending::Bytes;
-    }
-    m_known = bytesToRead(m_socket);
-    if (m_known > 0) {
-        return Pending::Bytes;
-    }
-    char byte = 0;
-    const ssize_t count = ::recv(m_socket, &byte, 1, MSG_PEEK);
-    if (count > 0) {
-        return Pending::Bytes;
-    }
-    if (count == 0) {
-        return Pending::End;
-    }
-    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? Pending::Nothing : Pending::Failure;
-}
-
 qint64 DataConnection::read(std::span<char> buffer)
 {
-    if (m_tls != nullptr) {
-        return readDecrypted(buffer);
-    }
-    ssize_t count = -1;
-    do {
-        count = ::recv(m_socket, buffer.data(), buffer.size(), 0);
-    } while (count < 0 && errno == EINTR);
-    m_known -= std::max<qint64>(count, 0);
-    return count;
-}
-
-/// Reads records until the buffer is full or there are no more of them.
-qint64 DataConnection::readDecrypted(std::span<char> buffer)
-{
-    qint64 total = 0;
-    while (!buffer.empty()) {
-        const TlsChannel::ReadResult result = m_tls->read(buffer);
-        if (result.outcome != TlsChannel::Outcome::Done) {
-            const qint64 ending = result.outcome == TlsChannel::Outcome::Ended ? 0 : -1;
-            return total > 0 ? total : ending; // How it goes on is what the next read tells.
-        }
-        total += result.count;
-        buffer = buffer.subspan(static_cast<size_t>(result.count));
-    }
-    return total;
+    return m_carrier != nullptr ? m_carrier->read(buffer) : -1;
 }
 
 qint64 DataConnection::write(std::span<const char> data)
 {
-    if (m_tls != nullptr) {
-        if (!m_outgoing.isEmpty()) {
-            return 0;
-        }
-        return m_tls->write(data) && flush() ? static_cast<qint64>(data.size()) : -1;
-    }
-    ssize_t count = -1;
-    do {
-        count = ::send(m_socket, data.data(), data.size(), MSG_NOSIGNAL);
-    } while (count < 0 && errno == EINTR);
-    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-        m_known = 0;
-        return 0;
-    }
-    m_known = count < static_cast<qint64>(data.size()) ? 0 : m_known - count; // Less than all: it is full.
-    return count;
+    return m_carrier != nullptr ? m_carrier->write(data) : -1;
 }
 
 bool DataConnection::hasProgressed()
 {
-    const qint64 before = std::exchange(m_unacknowledged, unacknowledgedBytes());
+    const qint64 before = std::exchange(m_unacknowledged, waitingBytes());
     return m_unacknowledged < before;
 }
 
-qint64 DataConnection::receive(char* bytes, qint64 size)
+/// Bytes that were taken and that the peer has not acknowledged.
+qint64 DataConnection::waitingBytes() const
 {
-    ssize_t count = -1;
-    do {
-        count = ::recv(m_socket, bytes, static_cast<size_t>(size), 0);
-    } while (count < 0 && errno == EINTR);
-    if (count < 0) {
-        return errno == EAGAIN || errno == EWOULDBLOCK ? nothingYet : 0;
-    }
-    return count;
-}
-
-bool DataConnection::send(const char* bytes, qint64 size)
-{
-    m_outgoing.append(bytes, size); // Sent at one stroke when all records have been made.
-    return true;
-}
-
-/// Sends what waits, as far as the socket takes it. False when that has failed.
-bool DataConnection::flush()
-{
-    while (m_outgoingStart < m_outgoing.size()) {
-        const ssize_t count = ::send(m_socket, m_outgoing.constData() + m_outgoingStart,
-                                     static_cast<size_t>(m_outgoing.size() - m_outgoingStart), MSG_NOSIGNAL);
-        if (count >= 0) {
-            m_outgoingStart += count;
-        } else if (errno != EINTR) {
-            return errno == EAGAIN || errno == EWOULDBLOCK;
-        }
-    }
-    m_outgoing.resize(0); // Keeps its memory for the next block.
-    m_outgoingStart = 0;
-    return true;
-}
-
-qint64 DataConnection::unacknowledgedBytes() const
-{
-    int count = 0;
-    const bool isKnown = m_socket >= 0 && ::ioctl(m_socket, SIOCOUTQ, &count) == 0;
-    return isKnown ? count + m_outgoing.size() - m_outgoingStart : 0;
+    return m_carrier != nullptr ? unacknowledgedBytes(m_socket) + m_carrier->unsentBytes() : 0;
 }
 
 void DataConnection::endWriting()
 {
     stopWatching();
-    if (m_tls != nullptr) {
-        m_tls->sendClose();
-        if (flush() && !m_outgoing.isEmpty()) {
-            m_ending = true;
-            watch(QSocketNotifier::Write);
-            return;
-        }
+    m_carrier->sayEnd();
+    if (m_carrier->flush() == DataCarrier::Flush::Waits) {
+        m_ending = true;
+        watch(QSocketNotifier::Write);
+    } else {
+        finishWriting();
     }
+}
+
+void DataConnection::finishWriting()
+{
+    m_ending = false;
+    stopWatching();
     ::shutdown(m_socket, SHUT_WR);
 }
 
 void DataConnection::close()
 {
-    if (m_socket >= 0 && m_tls != nullptr) {
-        m_tls->sendClose(); // Of no effect when it has been sent.
-        flush();
+    if (m_carrier != nullptr) {
+        m_carrier->sayEnd();
+        m_carrier->flush();
     }
     closeSocket();
 }
@@ -414,18 +285,18 @@ void DataConnection::reset()
 
 void DataConnection::closeSocket()
 {
-    stopWatching();
+    m_wanted = false;
     if (m_notifier != nullptr) {
+        m_notifier->setEnabled(false);
         m_notifier->deleteLater();
         m_notifier = nullptr;
     }
+    m_carrier.reset();
     if (m_socket >= 0) {
         ::close(m_socket);
         m_socket = -1;
     }
-    m_tls.reset();
+    m_connecting = false;
     m_shakingHands = false;
     m_ending = false;
-    m_outgoing.clear();
-    m_outgoingStart = 0;
 }

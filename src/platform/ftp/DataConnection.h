@@ -1,8 +1,7 @@
 #pragma once
 
-#include "TlsTransport.h"
+#include "DataCarrier.h"
 
-#include <QByteArray>
 #include <QHostAddress>
 #include <QObject>
 #include <QSocketNotifier>
@@ -14,14 +13,14 @@ class DeliveryGate;
 class TlsChannel;
 
 /// The data connection of one transfer: a raw non-blocking socket, watched only while somebody wants to read or write,
-/// so that nothing is buffered twice and a partial write is seen as what it is. With TLS, what has been encrypted and
-/// is not sent yet waits here; no more is taken meanwhile.
+/// so that nothing is buffered twice and a partial write is seen as what it is. A carrier moves the bytes, encrypted or
+/// not; the connection makes the socket, watches it and ends it.
 ///
 /// Every signal comes from the event loop, and none while the gate is closed. One turn of the loop may bring several
 /// signals, for a moment that nobody notices, since a turn costs more than a block of data.
 ///
 /// Destroyed through the loop: it may be the one that is reporting.
-class DataConnection final : public QObject, private TlsTransport {
+class DataConnection final : public QObject {
     Q_OBJECT
 
 public:
@@ -41,13 +40,7 @@ public:
     void watchForWriting();
     void stopWatching();
 
-    /// What a read would meet.
-    enum class Pending {
-        Nothing,
-        Bytes,
-        End, ///< The peer has ended its side and everything has been read.
-        Failure, ///< Also an encrypted connection that ends without the peer's word: somebody may have cut it.
-    };
+    using Pending = DataCarrier::Pending;
     /// Bytes read, 0 at the end, -1 when nothing could be read.
     qint64 read(std::span<char> buffer);
     /// Bytes taken, 0 when nothing could be taken, -1 on failure. Meant for use from inside writable().
@@ -65,7 +58,7 @@ public:
     void reset();
 
 signals:
-    /// The peer has accepted the connection; its handshake begins. Not told of one that is not encrypted.
+    /// The peer has accepted the connection, and its handshake takes a while.
     void reached();
     void connected();
     void readable(DataConnection::Pending pending); ///< Not for Nothing.
@@ -73,23 +66,17 @@ signals:
     void failed();
 
 private:
-    qint64 receive(char* bytes, qint64 size) override;
-    bool send(const char* bytes, qint64 size) override;
-
-    qint64 readDecrypted(std::span<char> buffer);
     void watch(QSocketNotifier::Type type);
     void updateNotifier();
-    void readAgainIfDecrypted();
+    void readAgainIfMore();
     void activated();
     bool isWatchedFor(QSocketNotifier::Type type) const;
     bool reportReadable();
     bool reportWritable();
-    qint64 unacknowledgedBytes() const;
-    /// What a read would meet.
-    Pending pending();
+    qint64 waitingBytes() const;
     void finishConnecting();
     void shakeHands();
-    bool flush();
+    void finishWriting();
     void closeSocket();
     void fail();
 
@@ -101,9 +88,6 @@ private:
     bool m_ending = false; ///< Our side ends when what waits has been sent.
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
     qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
-    qint64 m_known = 0; ///< Bytes that can be read, or written, without another look; counts in this turn alone.
     bool m_readPosted = false; ///< The loop will look for what has been received and not yet read.
-    std::unique_ptr<TlsChannel> m_tls; ///< Null: not encrypted.
-    QByteArray m_outgoing; ///< Encrypted; from m_outgoingStart on not sent yet.
-    qsizetype m_outgoingStart = 0;
+    std::unique_ptr<DataCarrier> m_carrier; ///< There is one while there is a socket.
 };

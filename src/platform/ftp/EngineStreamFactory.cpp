@@ -1,6 +1,7 @@
 #include "EngineStreamFactory.h"
 
 #include "ConnectionProbe.h"
+#include "FTPEngine.h"
 #include "Transfer.h"
 
 #include <utility>
@@ -10,7 +11,7 @@ namespace {
 /// What reading and writing streams share: a request that becomes a transfer when the stream is opened.
 template <typename Interface> class EngineStream : public Interface {
 public:
-    EngineStream(FTPEngine& engine, CertificateTrust* trust, Transfer::Kind kind, const QString& location,
+    EngineStream(FTPEngine& engine, CertificateTrust* trust, TransferRequest::Kind kind, const QString& location,
                  qint64 length = 0)
         : m_engine(engine)
     {
@@ -58,7 +59,7 @@ public:
     FTPStreamError error() const override { return m_transfer != nullptr ? m_transfer->error() : FTPStreamError(); }
 
 protected:
-    Transfer::Request m_request;
+    TransferRequest m_request;
     Transfer* m_transfer = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
 
 private:
@@ -106,22 +107,22 @@ public:
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createListingStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(m_engine, m_trust, Transfer::Kind::Listing, location);
+    return std::make_unique<EngineReadStream>(m_engine, m_trust, TransferRequest::Kind::Listing, location);
 }
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createDownloadStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(m_engine, m_trust, Transfer::Kind::Download, location);
+    return std::make_unique<EngineReadStream>(m_engine, m_trust, TransferRequest::Kind::Download, location);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QString& location, qint64 length)
 {
-    return std::make_unique<EngineWriteStream>(m_engine, m_trust, Transfer::Kind::Upload, location, length);
+    return std::make_unique<EngineWriteStream>(m_engine, m_trust, TransferRequest::Kind::Upload, location, length);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QString& location)
 {
-    return std::make_unique<EngineWriteStream>(m_engine, m_trust, Transfer::Kind::FolderCreation, location);
+    return std::make_unique<EngineWriteStream>(m_engine, m_trust, TransferRequest::Kind::FolderCreation, location);
 }
 
 QString EngineStreamFactory::lastReply() const

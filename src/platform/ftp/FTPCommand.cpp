@@ -62,6 +62,11 @@ QByteArray FTPCommand::loggedLine() const
     return verb == FTPVerb::Pass ? QByteArray("PASS ****") : escapedForLog(line());
 }
 
+QByteArray relativeArgument(const QByteArray& path)
+{
+    return path.startsWith('~') ? "./" + path : path;
+}
+
 QByteArray escapedForLog(QByteArrayView text)
 {
     static constexpr qsizetype limit = 400;

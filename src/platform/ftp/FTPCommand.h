@@ -33,5 +33,9 @@ struct FTPCommand {
     QByteArray loggedLine() const;
 };
 
+/// @p path as an argument: one that does not begin with "/" is made safe from servers that take a "~" at its beginning
+/// for a home folder.
+QByteArray relativeArgument(const QByteArray& path);
+
 /// @p text with everything outside printable ASCII escaped, and cut where it is very long.
 QByteArray escapedForLog(QByteArrayView text);

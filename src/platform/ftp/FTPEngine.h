@@ -2,6 +2,7 @@
 
 #include "FTPServerKey.h"
 #include "FTPTimeouts.h"
+#include "ServerTraits.h"
 
 #include <QHash>
 #include <QObject>
@@ -31,10 +32,6 @@ public:
     /// The gate of the engine's thread.
     DeliveryGate& gate() { return m_gate; }
 
-    struct ServerTraits {
-        bool strict = false; ///< It stumbles over commands sent ahead of replies.
-        bool passiveOnly = false; ///< EPSV leads nowhere.
-    };
     /// What transfers have learnt about a server.
     ServerTraits& traits(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
 

@@ -11,6 +11,11 @@ struct Reply {
     bool isPositive() const { return code >= 200 && code < 300; }
     bool isIntermediate() const { return code >= 300 && code < 400; }
     bool isNegative() const { return code >= 400; }
+    /// Whether a transfer of data is done: 226, or 250, and no other positive reply (section 5.4).
+    bool isCompletion() const { return code == 226 || code == 250; }
+    /// Whether the server did not understand, or not in this order: what commands ahead of replies lead to where they
+    /// are not understood.
+    bool isConfusion() const { return code == 500 || code == 503; }
 };
 /// A digit as replies are written with.
 inline bool isReplyDigit(char c)

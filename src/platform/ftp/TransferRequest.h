@@ -1,0 +1,42 @@
+#pragma once
+
+#include "FTPCommand.h"
+#include "FTPEncryption.h"
+#include "FTPLocation.h"
+#include "FTPServerKey.h"
+
+#include <QByteArray>
+#include <QList>
+
+#include <optional>
+
+class CertificateTrust;
+
+/// What one operation is to do, where, and by whom.
+struct TransferRequest {
+    /// A connection test ends with success where a listing would have its folder open, and sends QUIT.
+    enum class Kind { Listing, Download, Upload, FolderCreation, ConnectionTest };
+
+    Kind kind = Kind::Listing;
+    std::optional<FTPLocation> location; ///< Empty: the text was none, which fails from the loop.
+    QByteArray userName; ///< Empty: anonymous.
+    QByteArray password;
+    qint64 length = 0; ///< Of an upload: how many bytes will be written.
+    bool fetchSize = false; ///< Of a download: ask for the size first.
+    FTPEncryption encryption = FTPEncryption::None;
+    QList<QByteArray> trustedCertificates; ///< Fingerprints that need not be judged.
+    CertificateTrust* certificateTrust = nullptr; ///< Judges other certificates that are not good; null: refused.
+
+    /// Whether it can be put into commands.
+    bool canBeSent() const;
+    /// Whether it is about a folder rather than an item in one.
+    bool isAboutFolder() const { return kind == Kind::Listing || kind == Kind::ConnectionTest; }
+    bool movesData() const { return kind != Kind::FolderCreation && kind != Kind::ConnectionTest; }
+
+    // Of a request with a location:
+    FTPServerKey server() const;
+    /// The folder that it happens in.
+    QByteArray folder() const;
+    /// The command that it is for. A connection test has none.
+    FTPCommand command() const;
+};
