@@ -3,6 +3,7 @@
 #include "PathText.h"
 
 #include <algorithm>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -90,6 +91,36 @@ bool URLText::isURLText(const QString& text)
         }
     }
     return !text.isEmpty();
+}
+
+bool URLText::hasReadableAuthority(const QString& url)
+{
+    const qsizetype scheme = url.indexOf("://"_L1);
+    if (scheme < 0) {
+        return true;
+    }
+    QStringView authority = QStringView(url).sliced(scheme + 3);
+    authority = authority.first(
+        std::find_if(authority.begin(), authority.end(), [](QChar c) { return c == u'/' || c == u'?' || c == u'#'; })
+        - authority.begin());
+    QStringView host = authority.sliced(authority.lastIndexOf(u'@') + 1);
+    if (host.startsWith(u'[')) {
+        const qsizetype end = host.indexOf(u']');
+        if (end < 0) {
+            return false;
+        }
+        host = host.sliced(end + 1);
+        if (!host.isEmpty() && !host.startsWith(u':')) {
+            return false;
+        }
+    }
+    const qsizetype colon = host.indexOf(u':');
+    if (colon < 0 || colon + 1 == host.size()) {
+        return true;
+    }
+    bool isPort = false;
+    std::ignore = host.sliced(colon + 1).toUShort(&isPort);
+    return isPort;
 }
 
 QString URLText::lastPathComponent(const QString& url)

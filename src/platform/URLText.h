@@ -23,6 +23,10 @@ QString addingPercentEscapes(const QString& text);
 /// URLs, complete percent escapes, and at most one "#".
 bool isURLText(const QString& text);
 
+/// Whether @p url has no authority, or one that can be read: brackets that are closed, and a port that is a number of
+/// 16 bits (RFC 3986, section 3.2).
+bool hasReadableAuthority(const QString& url);
+
 /// The last component of the path of @p url, its escapes resolved as UTF-8. A "/" at the path's end does not count;
 /// the component of the path "/" is "/". Empty when there is no path, null for null.
 QString lastPathComponent(const QString& url);

@@ -98,7 +98,7 @@ QString NetworkManager::smartURLForString(const QString& string) const
         return QString();
     }
     const QString url = schemeEnd < 0 ? u"ftp://"_s + address : address;
-    return URLText::isURLText(url) ? url : QString();
+    return URLText::isURLText(url) && URLText::hasReadableAuthority(url) ? url : QString();
 }
 
 QString NetworkManager::pathForDownloadFileWithFilename(const QString& filename, const QString& toFile) const

@@ -58,8 +58,9 @@ TEST(URLTextTest, PercentEscapesLeaveParameterSignsAndNoQuery)
 
 TEST(URLTextTest, ReadsAsURLsWhatHoldsOnlyTheirCharacters)
 {
-    for (const QString& text : { u"ftp://h"_s, u"ftp://h:21/a%20b"_s, u"ftp://[::1]/x"_s, u"ftp://h/a#b"_s,
-                                 u"ftp://h/a;b?c"_s, u"%aF"_s, u"ftp://u:p@h/!$&'()*+,-._~="_s }) {
+    for (const QString& text :
+         { u"ftp://h"_s, u"ftp://h:21/a%20b"_s, u"ftp://[::1]/x"_s, u"ftp://h/a#b"_s, u"ftp://h/a;b?c"_s, u"%aF"_s,
+           u"ftp://h:/"_s, u"ftp://[::1]:65535"_s, u"ftp://u:p@h/!$&'()*+,-._~="_s }) {
         EXPECT_TRUE(URLText::isURLText(text)) << text.toStdString();
     }
 }
@@ -70,6 +71,17 @@ TEST(URLTextTest, DoesNotReadAsURLsWhatWouldHaveToBeEscaped)
          { u"ftp://h/a b"_s, u"ftp://h/%"_s, u"ftp://h/%2"_s, u"ftp://h/%zz"_s, u"ftp://h/%2g"_s, u"ftp://h/a#b#c"_s,
            u"ftp://h/\u00e9"_s, u"ftp://h/<"_s, u"ftp://h/\n"_s, u"ftp://h/\\"_s, u""_s }) {
         EXPECT_FALSE(URLText::isURLText(text)) << text.toStdString();
+    }
+}
+
+TEST(URLTextTest, AnAuthorityWithHalfAnAddressOrWithoutAPortNumberCannotBeRead)
+{
+    for (const QString& text : { u"ftp://h:abc"_s, u"ftp://h:99999/x"_s, u"ftp://h:-1"_s, u"ftp://[::1"_s,
+                                 u"ftp://[::1/x"_s, u"ftp://[::1]x"_s, u"ftp://[::1]:x/"_s, u"ftp://u@h:x"_s }) {
+        EXPECT_FALSE(URLText::hasReadableAuthority(text)) << text.toStdString();
+    }
+    for (const QString& text : { u"ftp://h"_s, u"ftp://h:/"_s, u"ftp://[::1]:65535"_s, u"ftp://u:p@h/a:b"_s, u"h"_s }) {
+        EXPECT_TRUE(URLText::hasReadableAuthority(text)) << text.toStdString();
     }
 }
 
