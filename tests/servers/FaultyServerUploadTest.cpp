@@ -186,8 +186,9 @@ TEST_P(FaultyServerUploadTest, EndsInTheRightWordsAndTheNextUploadWorks)
 
 using EarlyConfirmationTest = FaultyServerUploadTest;
 
-TEST_F(EarlyConfirmationTest, IsBelievedWhileTheServerHasYetToReadWhatHasLeftUsAndTheRestStillArrives)
+TEST_F(EarlyConfirmationTest, WaitsUntilTheServersTCPHasAcknowledgedEverything)
 {
+    m_engine.timeouts() = FTPTimeouts();
     m_server.add(narrowPorts);
     m_server.on("STOR", { "150 Go", "accept" });
     const QByteArray bytes(100'000, 'x'); // All of it fits on the way; the server's end holds little of that.
@@ -196,11 +197,12 @@ TEST_F(EarlyConfirmationTest, IsBelievedWhileTheServerHasYetToReadWhatHasLeftUsA
     ASSERT_TRUE(waitFor([this] { return m_server.dataConnectionCount() == 1; })); // It has read STOR and said 150.
 
     m_server.act(1, { "226 Done" });
+    EXPECT_FALSE(waitFor([this] { return !m_controller.isSending(); }, 100ms));
+    EXPECT_FALSE(m_server.file(u"folder/first"_s));
 
+    m_server.act(1, { "read" });
     EXPECT_TRUE(waitFor([this] { return !m_controller.isSending(); }));
     EXPECT_EQ(m_delegate.calls.last(), succeeded);
-    EXPECT_FALSE(m_server.file(u"folder/first"_s));
-    m_server.act(1, { "read" });
     EXPECT_TRUE(m_server.file(u"folder/first"_s) == bytes);
     EXPECT_TRUE(m_server.storedFiles().last().isComplete);
     EXPECT_EQ(countChange(), 0);

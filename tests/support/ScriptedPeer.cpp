@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <linux/filter.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -257,6 +258,25 @@ void ScriptedPeer::limitReceiveBuffer(int size)
 bool ScriptedPeer::isLeftAlone()
 {
     return !waitFor([this] { return isCalled(); }, 50ms);
+}
+
+void PeerConnection::stopAcknowledging()
+{
+    sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
+    const sock_fprog program{ 1, &dropAll };
+    ::setsockopt(m_socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+}
+
+void PeerConnection::acknowledgeAtOnce()
+{
+    const int on = 1;
+    ::setsockopt(m_socket, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+}
+
+void PeerConnection::acknowledgeAgain()
+{
+    const int unused = 0;
+    ::setsockopt(m_socket, SOL_SOCKET, SO_DETACH_FILTER, &unused, sizeof unused);
 }
 
 std::unique_ptr<PeerConnection> ScriptedPeer::accept()

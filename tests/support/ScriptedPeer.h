@@ -57,6 +57,12 @@ public:
     void close();
     void reset();
 
+    /// From now on its TCP hears nothing, and so acknowledges nothing. What it sends still goes out.
+    void stopAcknowledging();
+    void acknowledgeAgain();
+    /// Its TCP acknowledges everything that has come, and does not wait for more.
+    void acknowledgeAtOnce();
+
     /// How the other side has ended the connection.
     enum class End { None, Finished, Reset };
     /// Waits for the other side's end. Not to be asked once this side has closed, which ends the connection by itself.

@@ -31,6 +31,8 @@ public:
     QStringList waitForEnd();
     /// Waits until @p event is the last that was told.
     bool waitFor(const QString& event);
+    /// How many bytes of data the upload has taken.
+    qsizetype written() const { return m_written; }
     FTPStream* stream() const { return m_stream.get(); }
 
 private:

@@ -19,7 +19,8 @@ ConnectionPool::ConnectionPool(DeliveryGate& gate, const FTPTimeouts& timeouts)
 {
 }
 
-ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse)
+ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse,
+                                           const QHostAddress& preferredAddress)
 {
     if (reuse == Reuse::Allowed) {
         for (const std::unique_ptr<Entry>& entry : m_entries) {
@@ -32,7 +33,7 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
         }
     }
     auto entry = std::make_unique<Entry>(m_gate);
-    entry->connection = new ControlConnection(key, m_gate);
+    entry->connection = new ControlConnection(key, m_gate, preferredAddress);
     ControlConnection& connection = *entry->connection;
     connection.setParent(this);
     connection.setUser(&user);

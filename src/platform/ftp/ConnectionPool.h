@@ -31,7 +31,9 @@ public:
         Apart, ///< Likewise, and what is said on it does not count as lastReply().
     };
     /// A connection for @p user alone, until it is released or discarded. It may not be established yet.
-    ControlConnection& acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse);
+    /// A new one goes to @p preferredAddress first, if the host has it.
+    ControlConnection& acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse,
+                               const QHostAddress& preferredAddress);
     /// The user has finished; a sound connection is kept, once the replies still due have come.
     void release(ControlConnection& connection);
     /// The user has finished, and so has the connection: it takes leave of the server.
@@ -58,6 +60,8 @@ public:
     const QString& lastReply() const { return m_lastReply; }
     /// The same of what was said to the upload begun last; null while nothing was.
     const QString& lastUploadReply() const { return m_lastUploadReply; }
+    /// Of the replies that came together @p line is the one that counts.
+    void setLastReply(const QString& line) { m_lastReply = line; }
     /// An upload begins: nothing has been said to it.
     void forgetUploadReply() { m_lastUploadReply.clear(); }
     /// The last reply of all was to the upload.

@@ -2,10 +2,11 @@
 
 #include "DeliveryGate.h"
 #include "FTPLog.h"
+#include "SocketCalls.h"
+#include "SystemCertificates.h"
 #include "TlsChannel.h"
 #include "TlsTransport.h"
 
-#include <QNetworkProxy>
 #include <QScopedValueRollback>
 
 #include <array>
@@ -32,33 +33,33 @@ private:
     QTcpSocket& m_socket;
 };
 
+bool isPartOfWord(char byte)
+{
+    return byte == '_' || (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+
+/// Whether @p word stands in @p text with nothing beside it that would belong to a longer one.
+bool holdsWord(const QByteArray& text, const QByteArray& word)
+{
+    for (qsizetype at = text.indexOf(word); at >= 0; at = text.indexOf(word, at + 1)) {
+        const qsizetype end = at + word.size();
+        const bool begins = at == 0 || !isPartOfWord(text[at - 1]);
+        if (begins && (end == text.size() || !isPartOfWord(text[end]))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
-ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate)
+ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate, const QHostAddress& preferredAddress)
     : m_key(std::move(key))
     , m_gate(gate)
+    , m_connector(m_key.host, m_key.port, preferredAddress)
 {
-    m_socket.setProxy(QNetworkProxy::NoProxy);
-    m_socket.setReadBufferSize(ReplyParser::lineLimit); // A flood stays in the kernel while the loop is held.
-    connect(&m_socket, &QTcpSocket::connected, this, [this] {
-        m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        m_socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-        m_established = true;
-        m_peer = m_socket.peerAddress();
-        emit established();
-    });
-    connect(&m_socket, &QTcpSocket::readyRead, this, &ControlConnection::processInput);
-    const auto closed = [this] {
-        m_remoteClosed = true;
-        if (m_isSending) {
-            // Whoever sends has not returned yet, and must not hear of the end before that.
-            QMetaObject::invokeMethod(this, &ControlConnection::processInput, Qt::QueuedConnection);
-        } else {
-            processInput();
-        }
-    };
-    connect(&m_socket, &QTcpSocket::disconnected, this, closed);
-    connect(&m_socket, &QTcpSocket::errorOccurred, this, closed);
+    connect(&m_connector, &HostConnector::connected, this, &ControlConnection::connectionStands);
+    connect(&m_connector, &HostConnector::failed, this, &ControlConnection::socketClosed);
     connect(&m_gate, &DeliveryGate::opened, this, &ControlConnection::processInput, Qt::QueuedConnection);
 }
 
@@ -70,19 +71,38 @@ ControlConnection::~ControlConnection()
 void ControlConnection::open()
 {
     m_pending.enqueue({ FTPVerb::Greeting, {} });
-    // From the loop, so that a failure to make the socket is not reported from inside this call.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (m_ended) {
-                return;
-            }
-            m_socket.connectToHost(m_key.host, m_key.port);
-            if (m_socket.state() == QAbstractSocket::UnconnectedState && !m_ended) {
-                connectionEnded(); // Without a descriptor left the socket says nothing.
-            }
-        },
-        Qt::QueuedConnection);
+    if (m_key.encryption != FTPEncryption::None) {
+        SystemCertificates::prepare(); // While the connection is being made.
+    }
+    m_connector.start();
+}
+
+void ControlConnection::connectionStands()
+{
+    m_socket = m_connector.takeSocket();
+    if (m_ended) {
+        return;
+    }
+    m_socket->setReadBufferSize(ReplyParser::lineLimit); // A flood stays in the kernel while the loop is held.
+    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    keepAlive(static_cast<int>(m_socket->socketDescriptor()));
+    connect(m_socket.get(), &QTcpSocket::readyRead, this, &ControlConnection::processInput);
+    connect(m_socket.get(), &QTcpSocket::disconnected, this, &ControlConnection::socketClosed);
+    connect(m_socket.get(), &QTcpSocket::errorOccurred, this, &ControlConnection::socketClosed);
+    m_established = true;
+    m_peer = m_socket->peerAddress();
+    emit established();
+}
+
+void ControlConnection::socketClosed()
+{
+    m_remoteClosed = true;
+    if (m_isSending) {
+        // Whoever sends has not returned yet, and must not hear of the end before that.
+        QMetaObject::invokeMethod(this, &ControlConnection::processInput, Qt::QueuedConnection);
+    } else {
+        processInput();
+    }
 }
 
 void ControlConnection::send(const QList<FTPCommand>& commands)
@@ -95,25 +115,32 @@ void ControlConnection::send(const QList<FTPCommand>& commands)
         lines.append("\r\n");
         m_pending.enqueue(command);
     }
-    if (m_tls == nullptr) {
-        m_socket.write(lines);
+    if (m_tls == nullptr && !m_shakingHands) {
+        m_socket->write(lines);
     } else if (m_shakingHands || !m_tls->write(lines)) {
         // Never in clear. The end of the connection is on its way, if it has not been told already.
-        m_socket.disconnectFromHost();
+        m_socket->disconnectFromHost();
     }
-    m_socket.flush();
+    m_socket->flush();
 }
 
 void ControlConnection::startEncryption()
 {
-    const QByteArray dropped = m_socket.readAll();
+    const QByteArray dropped = m_socket->readAll();
     qCDebug(ftpLog, "%lld bytes before the handshake are dropped", static_cast<long long>(dropped.size()));
     m_parser = ReplyParser();
-    m_transport = std::make_unique<SocketTransport>(m_socket);
-    m_tls = std::make_unique<TlsChannel>(*m_transport, m_key.host);
     m_shakingHands = true;
-    // Through the loop, like everything that is received: whoever calls may be hearing a reply.
-    QMetaObject::invokeMethod(this, &ControlConnection::processInput, Qt::QueuedConnection);
+    SystemCertificates::whenReady(this, [this] { beginHandshake(); });
+}
+
+void ControlConnection::beginHandshake()
+{
+    if (m_ended) {
+        return;
+    }
+    m_transport = std::make_unique<SocketTransport>(*m_socket);
+    m_tls = std::make_unique<TlsChannel>(*m_transport, m_key.host);
+    processInput();
 }
 
 void ControlConnection::quit()
@@ -127,8 +154,11 @@ void ControlConnection::drop()
 {
     m_user = nullptr;
     m_ended = true;
-    m_socket.disconnect(this);
-    m_socket.abort();
+    m_connector.disconnect(this);
+    if (m_socket != nullptr) {
+        m_socket->disconnect(this);
+        m_socket->abort();
+    }
 }
 
 void ControlConnection::processInput()
@@ -151,11 +181,14 @@ void ControlConnection::processInput()
 /// Takes in what has come. False when that is nothing.
 bool ControlConnection::receive()
 {
+    if (m_socket == nullptr || (m_shakingHands && m_tls == nullptr)) {
+        return false; // What comes before the handshake belongs to it, or is nobody's word.
+    }
     if (m_tls == nullptr) {
-        if (m_socket.bytesAvailable() == 0) {
+        if (m_socket->bytesAvailable() == 0) {
             return false;
         }
-        m_parser.append(m_socket.readAll());
+        m_parser.append(m_socket->readAll());
         return true;
     }
     if (m_shakingHands) {
@@ -181,7 +214,7 @@ bool ControlConnection::receive()
 bool ControlConnection::shakeHands()
 {
     const TlsChannel::Outcome outcome = m_tls->handshake();
-    m_socket.flush();
+    m_socket->flush();
     if (outcome == TlsChannel::Outcome::Waiting) {
         return false;
     }
@@ -196,17 +229,28 @@ bool ControlConnection::shakeHands()
     return true;
 }
 
-QByteArray ControlConnection::withoutPassword(QByteArray text) const
+/// What people may read of @p text, a reply to @p command. A reply to the login may repeat the password; a server that
+/// has done so may repeat it in any reply. Of all others the words stay as they are, also those that a short password
+/// is a part of.
+QByteArray ControlConnection::readableText(FTPVerb command, QByteArray text)
 {
-    return m_key.password.isEmpty() ? text : text.replace(m_key.password, "****");
+    const QByteArray& password = m_key.password;
+    if (password.isEmpty()) {
+        return text;
+    }
+    const bool isLogin = command == FTPVerb::User || command == FTPVerb::Pass;
+    m_repeatsPassword = m_repeatsPassword || (isLogin && holdsWord(text, password));
+    return isLogin || m_repeatsPassword ? text.replace(password, "****") : text;
 }
 
-void ControlConnection::dispatch(const Reply& reply)
+void ControlConnection::dispatch(Reply reply)
 {
-    const QByteArray line = QByteArray::number(reply.code) + ' ' + escapedForLog(withoutPassword(reply.text));
+    const FTPVerb answered = m_pending.isEmpty() ? FTPVerb::Quit : m_pending.head().verb;
+    const QByteArray line = QByteArray::number(reply.code) + ' ' + escapedForLog(readableText(answered, reply.text));
     qCDebug(ftpLog, "< %s", line.constData());
+    reply.readable = QString::fromUtf8(line);
     if (!m_leaving) {
-        emit replied(QString::fromUtf8(line));
+        emit replied(reply.readable);
     }
     if (m_pending.isEmpty()) {
         m_suspect = true;

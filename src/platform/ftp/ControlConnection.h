@@ -2,6 +2,7 @@
 
 #include "FTPCommand.h"
 #include "FTPServerKey.h"
+#include "HostConnector.h"
 #include "Reply.h"
 #include "ReplyParser.h"
 
@@ -41,7 +42,8 @@ class ControlConnection final : public QObject {
     Q_OBJECT
 
 public:
-    ControlConnection(FTPServerKey key, DeliveryGate& gate);
+    /// Of several addresses of the host @p preferredAddress is tried first; null: none.
+    ControlConnection(FTPServerKey key, DeliveryGate& gate, const QHostAddress& preferredAddress);
     ~ControlConnection() override; ///< Drops the connection.
 
     const FTPServerKey& key() const { return m_key; }
@@ -105,16 +107,20 @@ signals:
     void ended();
 
 private:
+    void connectionStands();
+    void socketClosed();
     void processInput();
+    void beginHandshake();
     bool receive();
     bool shakeHands();
-    void dispatch(const Reply& reply);
-    QByteArray withoutPassword(QByteArray text) const;
+    void dispatch(Reply reply);
+    QByteArray readableText(FTPVerb command, QByteArray text);
     void connectionEnded();
 
     FTPServerKey m_key;
     DeliveryGate& m_gate;
-    QTcpSocket m_socket;
+    HostConnector m_connector;
+    std::unique_ptr<QTcpSocket> m_socket; ///< Null until the connection stands.
     std::unique_ptr<TlsTransport> m_transport; ///< Carries m_tls over m_socket.
     std::unique_ptr<TlsChannel> m_tls;
     bool m_shakingHands = false;
@@ -128,6 +134,7 @@ private:
     bool m_reused = false;
     bool m_suspect = false;
     bool m_leaving = false; ///< QUIT was sent.
+    bool m_repeatsPassword = false; ///< The server has repeated the password in a reply.
     bool m_isSending = false; ///< send() has not returned.
     bool m_remoteClosed = false; ///< The socket has ended; what it delivered before is still read.
 };

@@ -14,7 +14,8 @@ public:
         Nothing,
         Bytes,
         End, ///< The peer has ended its side and everything has been read.
-        Failure, ///< Also an encrypted connection that ends without the peer's word: somebody may have cut it.
+        Cut, ///< The connection has ended without the word that ends encrypted data: somebody may have cut it.
+        Failure,
     };
     /// What a write would meet.
     enum class Space { None, Some, Failure };

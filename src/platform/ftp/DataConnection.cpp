@@ -8,6 +8,7 @@
 
 #include <QDeadlineTimer>
 
+#include <algorithm>
 #include <cerrno>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -22,6 +23,10 @@ namespace {
 /// For how long one turn of the loop goes on to move data: whoever waits for the loop does not notice it.
 constexpr auto longestTurn = 2ms;
 
+/// Nothing wakes the loop when the last byte is acknowledged. The time between two looks at it doubles between these.
+constexpr auto firstDeliveryCheck = 1ms;
+constexpr auto slowestDeliveryCheck = 50ms;
+
 } // namespace
 
 DataConnection::DataConnection(DeliveryGate& gate)
@@ -29,6 +34,8 @@ DataConnection::DataConnection(DeliveryGate& gate)
 {
     connect(&m_gate, &DeliveryGate::closed, this, &DataConnection::updateNotifier);
     connect(&m_gate, &DeliveryGate::opened, this, &DataConnection::updateNotifier);
+    m_deliveryCheck.setSingleShot(true);
+    connect(&m_deliveryCheck, &QTimer::timeout, this, &DataConnection::checkDelivery);
 }
 
 DataConnection::~DataConnection()
@@ -263,6 +270,25 @@ void DataConnection::finishWriting()
     m_ending = false;
     stopWatching();
     ::shutdown(m_socket, SHUT_WR);
+    m_deliveryCheck.start(firstDeliveryCheck);
+}
+
+bool DataConnection::isDelivered() const
+{
+    return m_deliveryCheck.isActive() && waitingBytes() == 0;
+}
+
+void DataConnection::checkDelivery()
+{
+    const bool isDelivered = waitingBytes() == 0;
+    if (m_gate.isClosed() || (!isDelivered && !isOver(m_socket))) {
+        m_deliveryCheck.start(
+            std::min(2 * m_deliveryCheck.intervalAsDuration(), std::chrono::milliseconds(slowestDeliveryCheck)));
+    } else if (isDelivered) {
+        emit delivered();
+    } else {
+        emit failed();
+    }
 }
 
 void DataConnection::close()
@@ -286,6 +312,7 @@ void DataConnection::reset()
 void DataConnection::closeSocket()
 {
     m_wanted = false;
+    m_deliveryCheck.stop();
     if (m_notifier != nullptr) {
         m_notifier->setEnabled(false);
         m_notifier->deleteLater();

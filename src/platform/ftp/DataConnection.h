@@ -5,6 +5,7 @@
 #include <QHostAddress>
 #include <QObject>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <memory>
 #include <span>
@@ -48,10 +49,12 @@ public:
     /// Whether the peer has acknowledged something since bytes were last taken, or since this was last asked.
     bool hasProgressed();
 
-    /// Tells the peer that everything has been sent. The socket stays, so that hasProgressed() goes on.
+    /// Tells the peer that everything has been sent. The socket stays; delivered() or failed() follows.
     void endWriting();
-    /// Whether the end, and what was taken before it, still waits for the socket. Never so in clear.
+    /// Whether the end, and what was taken before it, still waits for the socket. Only encrypted bytes do.
     bool isEnding() const { return m_ending; }
+    /// Whether the peer's TCP has acknowledged every byte and our end.
+    bool isDelivered() const;
     /// Closes in good order, when the peer has ended its side or everything has been sent.
     void close();
     /// Drops what is under way, so that the peer sees an interruption and not an end.
@@ -63,6 +66,8 @@ signals:
     void connected();
     void readable(DataConnection::Pending pending); ///< Not for Nothing.
     void writable();
+    /// The peer's TCP has acknowledged every byte and our end.
+    void delivered();
     void failed();
 
 private:
@@ -77,6 +82,7 @@ private:
     void finishConnecting();
     void shakeHands();
     void finishWriting();
+    void checkDelivery();
     void closeSocket();
     void fail();
 
@@ -88,6 +94,7 @@ private:
     bool m_ending = false; ///< Our side ends when what waits has been sent.
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
     qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
+    QTimer m_deliveryCheck; ///< Runs from our end on, until everything was acknowledged.
     bool m_readPosted = false; ///< The loop will look for what has been received and not yet read.
     std::unique_ptr<DataCarrier> m_carrier; ///< There is one while there is a socket.
 };

@@ -5,10 +5,15 @@
 /// How long the engine waits before silence counts as a failure. All clocks stand still while the loop is held.
 struct FTPTimeouts {
     std::chrono::milliseconds connect = std::chrono::seconds(30); ///< For a connection, resolving included.
-    std::chrono::milliseconds reply = std::chrono::seconds(60); ///< For the reply to a command.
+    std::chrono::milliseconds login = std::chrono::seconds(120); ///< For another login to end, all tries together.
+    /// For all replies of a set-up together; likewise for those to the command that it is for, until data moves.
+    std::chrono::milliseconds reply = std::chrono::seconds(60);
     std::chrono::milliseconds stalledData = std::chrono::seconds(60); ///< Without a byte moving.
-    std::chrono::milliseconds confirmation = std::chrono::seconds(300); ///< For the last word after the data.
+    std::chrono::milliseconds slowListing = std::chrono::seconds(60); ///< In which a listing has to bring 1 KiB.
+    std::chrono::milliseconds confirmation = std::chrono::seconds(300); ///< For the final reply after the data.
     std::chrono::milliseconds reason = std::chrono::seconds(3); ///< For the server's word on a broken data connection.
+    /// For the server's words on a refused login, which some servers think about for three seconds.
+    std::chrono::milliseconds loginReason = std::chrono::seconds(5);
     std::chrono::milliseconds acceptance = std::chrono::seconds(1); ///< For a 150 when data is there already.
     std::chrono::milliseconds drain = std::chrono::seconds(2); ///< For the replies to what was given up.
     std::chrono::milliseconds farewell = std::chrono::milliseconds(200); ///< For a server to count out who has left.

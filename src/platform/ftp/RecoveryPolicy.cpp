@@ -14,7 +14,7 @@ struct Rule {
     Is reused;
     Is replied;
     Is loggedIn;
-    Is otherLogin;
+    Is otherLogin; ///< Or a session of ours that was given up.
     Is passive;
     Remedy remedy;
     bool isOnce; ///< The remedy is of no use a second time.
@@ -40,6 +40,7 @@ constexpr std::array rules{
     Rule{ Trouble::ServiceEnding,      any, any, any, no,  yes, any, Remedy::AwaitLogin,         false },
     Rule{ Trouble::UnknownFolder,      any, any, any, any, any, any, Remedy::FreshConnection,    false },
     Rule{ Trouble::LostDuringQuestion, any, any, any, any, any, any, Remedy::FreshAfterQuestion, true },
+    Rule{ Trouble::StrayReply,         any, yes, any, any, any, any, Remedy::FreshConnection,    true },
     Rule{ Trouble::DeadDataPort,       any, any, any, any, any, yes, Remedy::WithPassive,        true },
     // clang-format on
 };
@@ -53,7 +54,8 @@ bool fits(const Rule& rule, Trouble trouble, const TryFacts& facts)
 {
     return rule.trouble == trouble && fits(rule.settingUp, facts.isSettingUp) && fits(rule.reused, facts.isReused)
         && fits(rule.replied, facts.hasReplied) && fits(rule.loggedIn, facts.isLoggedIn)
-        && fits(rule.otherLogin, facts.hasOtherLogin) && fits(rule.passive, facts.canUsePassive);
+        && fits(rule.otherLogin, facts.hasOtherLogin || facts.hasLeftSession)
+        && fits(rule.passive, facts.canUsePassive);
 }
 
 bool isPossible(const Rule& rule, const TryFacts& facts, Remedies tried)

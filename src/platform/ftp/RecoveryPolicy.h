@@ -10,7 +10,8 @@ enum class Trouble {
     ServiceEnding, ///< 421: the server is about to close, or allows no further login (RFC 959, section 4.2).
     UnknownFolder, ///< A kept session stands in a folder that nobody knows.
     LostDuringQuestion, ///< The connection has ended while somebody was asked about the server's certificate.
-    DeadDataPort, ///< Nobody answers at the port that the server has named.
+    StrayReply, ///< A reply came that cannot be one to its command: it may be a late one to the transfer before.
+    DeadDataPort, ///< Nobody answers at the port that the server has named, or the server says so itself (425).
 };
 
 /// What may be tried then, while nothing has been reported, so that nobody notices.
@@ -20,7 +21,7 @@ enum class Remedy {
     WithoutPipelining = 2, ///< Again, each command after the reply to the one before.
     WithPassive = 4, ///< Again, with PASV instead of EPSV.
     FreshAfterQuestion = 8, ///< Again, on a connection of its own, now that the certificate is trusted.
-    AwaitLogin = 16, ///< Again, as soon as one of our other connections to the server is free.
+    AwaitLogin = 16, ///< Again, as soon as one of our other sessions on the server has ended or is free.
 };
 Q_DECLARE_FLAGS(Remedies, Remedy)
 
@@ -33,6 +34,7 @@ struct TryFacts {
     bool hasOtherLogin = false; ///< The server serves another connection of ours.
     bool canUsePassive = false; ///< The port came from EPSV, and PASV could name one as well.
     bool pipelines = true; ///< Commands were sent ahead of replies.
+    bool hasLeftSession = false; ///< A session of ours was given up before; the server may not have noticed yet.
     bool hasReported = false; ///< An event was delivered.
 };
 

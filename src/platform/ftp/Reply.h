@@ -1,11 +1,14 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 /// One complete reply of the server (RFC 959, section 4.2).
 struct Reply {
     int code = 0; ///< 100 to 599
     QByteArray text; ///< The last line without its code, as it came: for parsing and for the log, never as markup.
+
+    QString readable = {}; ///< Code and text for people: escaped like a line of the log, without the password.
 
     bool isPreliminary() const { return code < 200; }
     bool isPositive() const { return code >= 200 && code < 300; }

@@ -4,6 +4,7 @@
 #include "PassiveReply.h"
 #include "ServerTraits.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -18,6 +19,19 @@ std::optional<QByteArray> absoluteFolder(const QByteArray& folder, const std::op
         return loginFolder;
     }
     return loginFolder->endsWith('/') ? *loginFolder + folder : *loginFolder + '/' + folder;
+}
+
+/// Whether @p reply cannot be one to @p command: a second or late reply to the transfer before looks so.
+bool isStray(const FTPCommand& command, const Reply& reply)
+{
+    switch (command.verb) {
+    case FTPVerb::Epsv:
+        return reply.isPositive() && reply.code != 229;
+    case FTPVerb::Type:
+        return reply.isPositive() && reply.code != 200;
+    default:
+        return reply.code == 226;
+    }
 }
 
 } // namespace
@@ -117,6 +131,15 @@ SessionSetup::Verdict SessionSetup::sendPlanned()
 
 SessionSetup::Verdict SessionSetup::handleReply(const FTPCommand& command, const Reply& reply)
 {
+    if (m_connection.isReused() && isStray(command, reply)) {
+        return Verdict::Stray;
+    }
+    if (!m_loginRefusals.isEmpty()) {
+        m_loginRefusals.append(reply);
+        // Words that differ are those for the login, or the first to what stands behind it.
+        const bool isKnown = reply.text != m_loginRefusals.first().text || !m_connection.isPending();
+        return isKnown ? Verdict::Refused : Verdict::GoesOn;
+    }
     ControlConnection::Session& session = m_connection.session();
     switch (command.verb) {
     case FTPVerb::Greeting:
@@ -198,7 +221,11 @@ SessionSetup::Verdict SessionSetup::handlePassReply(const Reply& reply)
 {
     // Without a wanted password the command is out of order (503), which says nothing about the login.
     if (!reply.isPositive() && !(m_userAccepted && reply.code == 503)) {
-        return refusal(reply);
+        if (reply.isConfusion()) {
+            return Verdict::Confused;
+        }
+        m_loginRefusals = { reply };
+        return m_connection.isPending() ? Verdict::GoesOn : Verdict::Refused;
     }
     ControlConnection::Session& session = m_connection.session();
     session.loggedIn = true;
@@ -206,6 +233,19 @@ SessionSetup::Verdict SessionSetup::handlePassReply(const Reply& reply)
         session.folder = m_goal.folder;
     }
     return sendPlanned();
+}
+
+std::optional<Reply> SessionSetup::loginRefusal() const
+{
+    if (m_loginRefusals.isEmpty()) {
+        return std::nullopt;
+    }
+    // A server that thinks about the password answers what stands behind it first, and always in the same words.
+    const Reply& first = m_loginRefusals.first();
+    const Reply& last = m_loginRefusals.last();
+    const bool isRepeated = std::any_of(m_loginRefusals.begin() + 1, m_loginRefusals.end(),
+                                        [&first](const Reply& each) { return each.text == first.text; });
+    return isRepeated && last.isNegative() && last.text != first.text ? last : first;
 }
 
 SessionSetup::Verdict SessionSetup::handlePassiveReply(FTPVerb verb, const Reply& reply)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FTPCommand.h"
+#include "Reply.h"
 
 #include <QByteArray>
 #include <QList>
@@ -8,7 +9,6 @@
 #include <optional>
 
 class ControlConnection;
-struct Reply;
 struct ServerTraits;
 
 /// The conversation from the greeting of a control connection, or from where the transfer before has left it, to where
@@ -31,6 +31,7 @@ public:
         Refused, ///< The reply refuses something that the transfer needs.
         Confused, ///< The server did not understand, or not in this order.
         Unprotected, ///< Encryption, of commands or data, does not come about.
+        Stray, ///< The reply cannot be one to the command.
         FolderUnknown, ///< Nobody knows where the session stands.
     };
 
@@ -41,6 +42,10 @@ public:
     /// Judges a final reply to one of the commands of the set-up, the greeting included.
     Verdict handleReply(const FTPCommand& command, const Reply& reply);
 
+    /// The server's words for a refused login; nothing while it has not been refused. Known from the first refusal on,
+    /// and for good when handleReply() answers Refused: some servers think about a wrong password, and meanwhile refuse
+    /// what was sent behind it.
+    std::optional<Reply> loginRefusal() const;
     /// Whether begin() was called: the login, or what follows it, is under way.
     bool hasBegun() const { return m_hasBegun; }
     /// The port of the server that data is expected at; 0 while none was named.
@@ -68,6 +73,7 @@ private:
     bool m_hasBegun = false;
     bool m_userAccepted = false; ///< No password is wanted; what is said to it does not matter.
     bool m_isExtendedPassive = false; ///< The port came from EPSV.
+    QList<Reply> m_loginRefusals; ///< The reply to the password, and those to what was sent behind it.
     quint16 m_port = 0;
     std::optional<qint64> m_size;
 };

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -53,6 +55,22 @@ qint64 unacknowledgedBytes(int socket)
 {
     int count = 0;
     return ::ioctl(socket, SIOCOUTQ, &count) == 0 ? count : 0;
+}
+
+void keepAlive(int socket, std::chrono::seconds interval)
+{
+    const int on = 1;
+    const int seconds = static_cast<int>(interval.count());
+    ::setsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    ::setsockopt(socket, IPPROTO_TCP, TCP_KEEPIDLE, &seconds, sizeof seconds);
+    ::setsockopt(socket, IPPROTO_TCP, TCP_KEEPINTVL, &seconds, sizeof seconds);
+}
+
+bool isOver(int socket)
+{
+    tcp_info info{};
+    socklen_t length = sizeof info;
+    return ::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &length) != 0 || info.tcpi_state == TCP_CLOSE;
 }
 
 Writability writability(int socket)

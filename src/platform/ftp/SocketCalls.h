@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+#include <chrono>
 #include <span>
 
 // The system's calls on a non-blocking stream socket, each carried through interruptions (EINTR). They may be called on
@@ -23,6 +24,12 @@ qint64 bytesToRead(int socket);
 qint64 roomToWrite(int socket);
 /// Bytes that were written and that the peer's TCP has not acknowledged; our end, once it was said, counts as one.
 qint64 unacknowledgedBytes(int socket);
+
+/// Has the kernel ask after @p interval of silence, and then again and again, whether the peer is still there: so an
+/// address translation on the way does not forget the connection, and a dead peer is noticed.
+void keepAlive(int socket, std::chrono::seconds interval = std::chrono::seconds(60));
+/// Whether the connection is over for both sides, in good order or by a reset or a failure.
+bool isOver(int socket);
 
 enum class Writability { Full, Writable, Failed };
 /// Whether a write would find room.

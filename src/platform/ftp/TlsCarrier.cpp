@@ -39,7 +39,7 @@ DataCarrier::Pending TlsCarrier::pending()
     case TlsChannel::Outcome::Broken:
         break;
     }
-    return Pending::Failure;
+    return m_hasSocketEnded ? Pending::Cut : Pending::Failure;
 }
 
 DataCarrier::Space TlsCarrier::space()
@@ -99,6 +99,7 @@ qint64 TlsCarrier::receive(char* bytes, qint64 size)
     if (count < 0) {
         return wouldHaveWaited() ? nothingYet : 0;
     }
+    m_hasSocketEnded = count == 0;
     return count;
 }
 

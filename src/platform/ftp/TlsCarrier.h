@@ -31,5 +31,6 @@ private:
     int m_socket;
     QByteArray m_outgoing; ///< Encrypted; not sent yet from m_outgoingStart on.
     qsizetype m_outgoingStart = 0;
+    bool m_hasSocketEnded = false; ///< The peer has ended its side of the socket.
     TlsChannel m_channel;
 };

@@ -1,6 +1,7 @@
 #include "TlsChannel.h"
 
 #include "FTPLog.h"
+#include "SystemCertificates.h"
 #include "TlsTransport.h"
 
 #include <QHostAddress>
@@ -74,7 +75,7 @@ Context newContext()
     SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
     SSL_CTX_set_options(context.get(), SSL_OP_NO_RENEGOTIATION);
     SSL_CTX_set_mode(context.get(), SSL_MODE_RELEASE_BUFFERS);
-    SSL_CTX_set_default_verify_paths(context.get());
+    SSL_CTX_set1_cert_store(context.get(), SystemCertificates::store());
     SSL_CTX_set_read_ahead(context.get(), 1);
     SSL_CTX_set_default_read_buffer_len(context.get(), receiveBufferSize);
     return context;

@@ -4,7 +4,10 @@
 #include "DeliveryGate.h"
 #include "FTPEngine.h"
 #include "FTPLog.h"
+#include "ServerTraits.h"
 #include "TlsChannel.h"
+
+#include <QTimer>
 
 #include <algorithm>
 #include <utility>
@@ -15,6 +18,15 @@ namespace {
 /// says nothing else would never end.
 constexpr int preliminaryLimit = 100;
 
+/// "Service not available, closing control connection" (RFC 959, section 4.2): also one login too many.
+constexpr int serviceEnding = 421;
+
+/// Bytes that a listing must bring in FTPTimeouts::slowListing, from its second such time on. People wait for it.
+constexpr qint64 listingPace = 1024;
+
+/// How long to wait before a server that has not noticed the end of a session is asked for another one.
+constexpr auto loginInterval = std::chrono::seconds(1);
+
 } // namespace
 
 Transfer::Transfer(FTPEngine& engine, TransferRequest request, std::function<void(FTPStreamEvent)> report)
@@ -23,14 +35,17 @@ Transfer::Transfer(FTPEngine& engine, TransferRequest request, std::function<voi
     , m_request(std::move(request))
     , m_report(std::move(report))
     , m_watchdog(engine.gate())
+    , m_pace(engine.gate())
     , m_data(engine.gate())
 {
     connect(&m_data, &DataConnection::reached, this, [this] { enter(State::SecuringData); });
     connect(&m_data, &DataConnection::connected, this, &Transfer::dataConnected);
     connect(&m_data, &DataConnection::readable, this, &Transfer::dataReadable);
     connect(&m_data, &DataConnection::writable, this, [this] { this->report(FTPStreamEvent::HasSpaceAvailable); });
+    connect(&m_data, &DataConnection::delivered, this, &Transfer::dataDelivered);
     connect(&m_data, &DataConnection::failed, this, &Transfer::dataFailed);
     connect(&m_watchdog, &Watchdog::expired, this, &Transfer::limitReached);
+    connect(&m_pace, &Watchdog::expired, this, &Transfer::checkPace);
     connect(&engine.gate(), &DeliveryGate::opened, this, &Transfer::reportWhatWaited, Qt::QueuedConnection);
 }
 
@@ -58,21 +73,34 @@ void Transfer::abandon()
 /// The only place where the state changes, and with it the time that is left.
 void Transfer::enter(State state)
 {
+    if (m_state == State::AwaitingLogin) {
+        m_loginLimit = m_watchdog.remaining(); // It holds for all tries together.
+    }
     m_state = state;
     const StateClock clock = clockOf(state);
     if (clock.limit != nullptr) {
-        m_watchdog.start(m_engine.timeouts().*clock.limit);
+        m_watchdog.start(limitOf(clock));
     } else {
         m_watchdog.stop();
     }
+    if (state == State::Moving && m_request.kind == Kind::Listing) {
+        m_pace.start(m_engine.timeouts().slowListing);
+    } else {
+        m_pace.stop();
+    }
 }
 
-/// The server, or its network, has shown that it lives.
-void Transfer::signOfLife()
+std::chrono::milliseconds Transfer::limitOf(const StateClock& clock) const
 {
-    if (clockOf(m_state).restarts) {
-        m_watchdog.touch();
-    }
+    const std::chrono::milliseconds limit = m_engine.timeouts().*clock.limit;
+    return m_state == State::AwaitingLogin ? m_loginLimit.value_or(limit) : limit;
+}
+
+void Transfer::dataMoved(qint64 count)
+{
+    m_try.moved += count;
+    m_try.preliminaryReplies = 0;
+    m_watchdog.touch();
 }
 
 void Transfer::reach(Stage stage)
@@ -107,7 +135,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
         reach(Stage::Connecting);
     }
     m_try = Try();
-    m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse);
+    m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, m_engine.traits(m_key).address);
     const bool wantsSize = m_request.kind == Kind::Download && m_request.fetchSize;
     m_try.setup = std::make_unique<SessionSetup>(
         *m_try.connection, m_engine.traits(m_key),
@@ -123,6 +151,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     }
     enter(State::Connecting);
     m_established = connect(m_try.connection, &ControlConnection::established, this, [this] {
+        m_engine.traits(m_key).address = m_try.connection->peerAddress();
         enter(State::SettingUp); // The greeting is the first reply.
         reach(Stage::Connected);
     });
@@ -151,7 +180,7 @@ void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
     if (m_request.kind == Kind::Upload) {
         m_engine.pool().noteUploadReply();
     }
-    if (reply.code == 421) {
+    if (reply.code == serviceEnding) {
         handleServiceEnding(reply);
         return;
     }
@@ -159,7 +188,7 @@ void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
     m_try.preliminaryReplies = reply.isPreliminary() ? m_try.preliminaryReplies + 1 : 0;
     if (m_try.preliminaryReplies > preliminaryLimit) {
         fail();
-    } else if (m_state == State::SettingUp) {
+    } else if (m_state == State::SettingUp || m_state == State::AwaitingLoginReason) {
         handleSetupReply(command, reply);
     } else if (command.verb == FTPVerb::Mkd) {
         handleCreationReply(reply);
@@ -175,18 +204,21 @@ void Transfer::unaskedReplyArrived(const Reply& reply)
 
 void Transfer::connectionLost()
 {
+    if (m_state == State::Connecting) {
+        m_engine.traits(m_key).address.clear(); // It has answered no more than all others.
+    }
     if (m_state == State::AwaitingTrust) {
         letGoOfConnection(false); // With the answer another one is made.
-    } else if (m_state == State::Moving && m_try.isConfirmed) {
+    } else if ((m_state == State::Moving || m_state == State::Delivering) && m_try.isConfirmed) {
         letGoOfConnection(false); // The final reply has come; the rest of the data follows.
-    } else if (!recover(Trouble::ConnectionLost)) {
+    } else if (!endRefusedLogin() && !recover(Trouble::ConnectionLost)) {
         fail();
     }
 }
 
 void Transfer::handleServiceEnding(const Reply& reply)
 {
-    if (!recover(Trouble::ServiceEnding)) {
+    if (!endRefusedLogin() && !recover(Trouble::ServiceEnding)) {
         finishWith({ FTPStreamError::Domain::FTP, reply.code }, false);
     }
 }
@@ -208,7 +240,6 @@ void Transfer::setUp()
 
 void Transfer::handleSetupReply(const FTPCommand& command, const Reply& reply)
 {
-    signOfLife();
     if (reply.isPreliminary()) {
         return;
     }
@@ -219,10 +250,31 @@ void Transfer::handleSetupReply(const FTPCommand& command, const Reply& reply)
     follow(verdict, reply);
 }
 
+/// Ends the transfer in the server's words for the login. False when that was not refused.
+bool Transfer::endRefusedLogin()
+{
+    const std::optional<Reply> refusal = m_try.setup != nullptr ? m_try.setup->loginRefusal() : std::nullopt;
+    if (!refusal) {
+        return false;
+    }
+    m_progress.reply = refusal->readable;
+    if (m_request.kind != Kind::ConnectionTest) {
+        m_engine.pool().setLastReply(refusal->readable);
+    }
+    if (m_request.kind == Kind::Upload) {
+        m_engine.pool().noteUploadReply();
+    }
+    finishRefused(*refusal);
+    return true;
+}
+
 void Transfer::follow(SessionSetup::Verdict verdict, const Reply& reply)
 {
     switch (verdict) {
     case SessionSetup::Verdict::GoesOn:
+        if (m_state == State::SettingUp && m_try.setup->loginRefusal()) {
+            enter(State::AwaitingLoginReason);
+        }
         break;
     case SessionSetup::Verdict::MayLogIn:
         setUp();
@@ -240,10 +292,17 @@ void Transfer::follow(SessionSetup::Verdict verdict, const Reply& reply)
         }
         break;
     case SessionSetup::Verdict::Refused:
-        finishRefused(reply);
+        if (!endRefusedLogin()) {
+            finishRefused(reply);
+        }
         break;
     case SessionSetup::Verdict::Unprotected:
         fail();
+        break;
+    case SessionSetup::Verdict::Stray:
+        if (!recover(Trouble::StrayReply)) {
+            fail();
+        }
         break;
     case SessionSetup::Verdict::FolderUnknown:
         if (!recover(Trouble::UnknownFolder)) {
@@ -323,6 +382,10 @@ void Transfer::handleCreationReply(const Reply& reply)
 
 void Transfer::handleTransferReply(const Reply& reply)
 {
+    const bool isDeadPort = reply.code == 425 && !m_try.hasDataConnection && !m_data.hasReachedPeer();
+    if (isDeadPort && recover(Trouble::DeadDataPort)) {
+        return;
+    }
     if (m_state == State::AwaitingReason) {
         if (reply.isNegative()) {
             finishRefused(reply);
@@ -335,12 +398,16 @@ void Transfer::handleTransferReply(const Reply& reply)
         finishRefused(reply);
         return;
     }
-    m_try.hasConsented = true; // Some servers say nothing before the end.
+    ServerTraits& traits = m_engine.traits(m_key);
     if (reply.isPreliminary()) {
-        signOfLife();
+        traits.announces = true;
+    } else if (m_request.kind == Kind::Upload && traits.announces && !m_try.hasConsented) {
+        fail(); // A late word on the transfer before: this one the server has yet to begin.
+        return;
     } else {
         m_try.isConfirmed = true;
     }
+    m_try.hasConsented = true; // Some servers say nothing before the end.
     if (m_state == State::AwaitingConsent || m_state == State::AwaitingLateConsent) {
         consented();
     } else if (m_try.isConfirmed) {
@@ -351,10 +418,11 @@ void Transfer::handleTransferReply(const Reply& reply)
 void Transfer::confirmed()
 {
     if (m_request.kind == Kind::Upload) {
-        if (m_state == State::Confirming && !m_data.isEnding()) {
+        const bool isTaken = m_state == State::Delivering && !m_data.isEnding();
+        if (m_state == State::Confirming || (isTaken && m_data.isDelivered())) {
             succeed(FTPStreamEvent::HasSpaceAvailable);
-        } else {
-            fail(); // It cannot confirm what it has not got.
+        } else if (!isTaken) {
+            fail(); // It cannot confirm what has not left us.
         }
     } else if (m_state == State::Confirming) {
         dataEnded();
@@ -378,7 +446,7 @@ void Transfer::dataConnected()
             enter(State::Moving);
             m_data.watchForWriting();
         } else {
-            enter(State::Confirming);
+            enter(State::Delivering);
             m_data.endWriting();
         }
         report(FTPStreamEvent::OpenCompleted);
@@ -401,9 +469,16 @@ void Transfer::dataReadable(DataConnection::Pending pending)
     case DataConnection::Pending::Nothing:
         break;
     case DataConnection::Pending::Bytes:
-        signOfLife();
+        m_watchdog.touch();
         report(FTPStreamEvent::HasBytesAvailable);
         break;
+    case DataConnection::Pending::Cut:
+        // Nothing is missing when as much has come as the server has announced.
+        if (m_try.size != m_try.moved) {
+            dataFailed();
+            break;
+        }
+        [[fallthrough]];
     case DataConnection::Pending::End:
         // At once: some servers send their final reply only when the connection is closed on both sides.
         m_data.close();
@@ -415,6 +490,15 @@ void Transfer::dataReadable(DataConnection::Pending pending)
     case DataConnection::Pending::Failure:
         dataFailed();
         break;
+    }
+}
+
+void Transfer::dataDelivered()
+{
+    if (m_try.isConfirmed) {
+        succeed(FTPStreamEvent::HasSpaceAvailable);
+    } else {
+        enter(State::Confirming);
     }
 }
 
@@ -434,7 +518,11 @@ void Transfer::dataFailed()
     }
     m_try.hasDataConnection = m_try.hasDataConnection || m_data.hasReachedPeer();
     m_data.reset();
-    enter(State::AwaitingReason);
+    if (m_try.isConfirmed) {
+        fail(); // The server has said its final reply, which was wrong.
+    } else {
+        enter(State::AwaitingReason);
+    }
 }
 
 qint64 Transfer::read(std::span<char> buffer)
@@ -449,15 +537,14 @@ qint64 Transfer::read(std::span<char> buffer)
     if (count <= 0) {
         return -1; // Nothing was reported to be there. 0 would say that the server has confirmed the end.
     }
-    m_try.moved += count;
-    m_try.preliminaryReplies = 0;
+    dataMoved(count);
     return count;
 }
 
 qint64 Transfer::write(std::span<const char> data)
 {
     if (m_state == State::AwaitingReason) {
-        return static_cast<qint64>(data.size()); // Lost already; what happened is about to be reported.
+        return 0; // Lost already; what happened is about to be reported.
     }
     if (m_request.kind != Kind::Upload || m_state != State::Moving) {
         return -1;
@@ -466,14 +553,12 @@ qint64 Transfer::write(std::span<const char> data)
     const qint64 count = m_data.write(data.first(static_cast<std::size_t>(wanted)));
     if (count < 0) {
         dataFailed();
-        return static_cast<qint64>(data.size());
+        return 0;
     }
-    m_try.moved += count;
-    m_try.preliminaryReplies = 0;
-    signOfLife();
+    dataMoved(count);
     if (m_try.moved == m_request.length) {
+        enter(State::Delivering);
         m_data.endWriting();
-        enter(State::Confirming);
     }
     return count;
 }
@@ -495,29 +580,47 @@ void Transfer::limitReached()
             return;
         }
         break;
+    case State::AwaitingLoginReason:
+        endRefusedLogin();
+        return;
     case State::SettingUp:
         if (recover(Trouble::Silence)) {
             return;
         }
         break;
     case State::Moving:
-    case State::Confirming:
+    case State::Delivering:
         // On a slow line the kernel still sends what was taken long ago.
         if (m_data.hasProgressed()) {
             enter(m_state);
             return;
         }
         break;
-    case State::New:
     case State::AwaitingLogin:
+        finishWith({ FTPStreamError::Domain::FTP, serviceEnding }, false);
+        return;
+    case State::New:
     case State::Connecting:
     case State::AwaitingTrust:
     case State::AwaitingConsent:
+    case State::Confirming:
     case State::Finished:
         break;
     }
     m_progress.wasSilent = true;
     fail();
+}
+
+/// Ends a listing that trickles.
+void Transfer::checkPace()
+{
+    const qint64 brought = m_try.moved - std::exchange(m_try.movedBefore, m_try.moved);
+    if (std::exchange(m_try.isPaced, true) && brought < listingPace) {
+        m_progress.wasSilent = true;
+        fail();
+    } else {
+        m_pace.start(m_engine.timeouts().slowListing);
+    }
 }
 
 TryFacts Transfer::facts() const
@@ -531,13 +634,15 @@ TryFacts Transfer::facts() const
              .hasOtherLogin = hasConnection && m_engine.pool().hasOther(*connection),
              .canUsePassive = m_try.setup != nullptr && m_try.setup->canUsePassive(),
              .pipelines = m_engine.traits(m_key).pipelines,
+             .hasLeftSession = m_hasLeftSession,
              .hasReported = m_reported };
 }
 
 /// Makes another try where that may help. False when nothing does.
 bool Transfer::recover(Trouble trouble)
 {
-    const Remedy remedy = remedyFor(trouble, facts(), m_tried);
+    const TryFacts facts = this->facts();
+    const Remedy remedy = remedyFor(trouble, facts, m_tried);
     m_tried |= remedy;
     switch (remedy) {
     case Remedy::None:
@@ -556,22 +661,32 @@ bool Transfer::recover(Trouble trouble)
         break;
     }
     m_data.reset();
-    letGoOfConnection(false);
-    takeConnection(ConnectionPool::Reuse::Fresh);
+    // A session that stands in good order is taken again: the server may allow no second one.
+    const bool isKept = remedy == Remedy::WithPassive && !m_try.connection->isPending();
+    const bool isEndedByServer = trouble == Trouble::ConnectionLost || trouble == Trouble::ServiceEnding;
+    m_hasLeftSession = m_hasLeftSession || (facts.isLoggedIn && !isKept && !isEndedByServer);
+    letGoOfConnection(isKept);
+    takeConnection(isKept ? ConnectionPool::Reuse::Allowed : ConnectionPool::Reuse::Fresh);
     return true;
 }
 
 void Transfer::awaitLogin()
 {
+    const bool hasOther = m_engine.pool().hasOther(*m_try.connection);
     enter(State::AwaitingLogin);
     letGoOfConnection(false);
-    m_engine.pool().callWhenFree(m_key, this, [this] {
+    const auto tryAgain = [this] {
         if (m_state != State::AwaitingLogin) {
             return false;
         }
         takeConnection(ConnectionPool::Reuse::Allowed);
         return true;
-    });
+    };
+    if (hasOther) {
+        m_engine.pool().callWhenFree(m_key, this, tryAgain);
+    } else {
+        QTimer::singleShot(loginInterval, this, tryAgain);
+    }
 }
 
 // The end.

@@ -76,10 +76,13 @@ private:
         bool isConfirmed = false; ///< The server has said that it was done.
         std::optional<qint64> size; ///< Bytes of the file, as the server says.
         qint64 moved = 0; ///< Bytes written or read.
+        qint64 movedBefore = 0; ///< Of a listing: at the last look at its pace.
+        bool isPaced = false; ///< Of a listing: its first minute is over.
     };
 
     void enter(State state);
-    void signOfLife();
+    std::chrono::milliseconds limitOf(const StateClock& clock) const;
+    void dataMoved(qint64 count);
     void reach(Stage stage);
     void begin();
     void takeConnection(ConnectionPool::Reuse reuse);
@@ -93,6 +96,7 @@ private:
 
     void setUp();
     void handleSetupReply(const FTPCommand& command, const Reply& reply);
+    bool endRefusedLogin();
     void follow(SessionSetup::Verdict verdict, const Reply& reply);
     void trustAnswered(bool isTrusted);
 
@@ -105,7 +109,9 @@ private:
     void dataConnected();
     void dataReadable(DataConnection::Pending pending);
     void dataFailed();
+    void dataDelivered();
     void dataEnded();
+    void checkPace();
 
     void limitReached();
     TryFacts facts() const;
@@ -126,6 +132,7 @@ private:
 
     State m_state = State::New;
     Watchdog m_watchdog;
+    Watchdog m_pace; ///< Of a listing.
     DataConnection m_data;
     Try m_try;
     Progress m_progress;
@@ -133,6 +140,8 @@ private:
     QMetaObject::Connection m_replied;
 
     Remedies m_tried; ///< Remedies that have been used up.
+    bool m_hasLeftSession = false; ///< We have dropped a session that the server may still count.
+    std::optional<std::chrono::milliseconds> m_loginLimit; ///< What is left for another login to end.
     bool m_reported = false; ///< An event has been delivered.
     FTPStreamError m_error;
     std::optional<FTPStreamEvent> m_waiting; ///< An event that became due while the gate was closed.

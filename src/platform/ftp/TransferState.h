@@ -10,12 +10,14 @@ enum class TransferState {
     AwaitingLogin, ///< The server allows no further login; one of our connections will become free.
     Connecting, ///< The control connection is being made.
     SettingUp, ///< SessionSetup settles greeting, encryption, login, folder, type, size and port.
+    AwaitingLoginReason, ///< The login was refused; the reply that says why may come behind others.
     AwaitingTrust, ///< Somebody is asked about the server's certificate. The connection may be lost meanwhile.
     OpeningData, ///< The transfer command is out; the data connection is being made.
     SecuringData, ///< The data connection has reached the server; its handshake goes on.
     AwaitingConsent, ///< The server has to say that it will do what it was told.
     AwaitingLateConsent, ///< Data has come without that word, which is normally there first. Some servers say none.
     Moving, ///< Data moves.
+    Delivering, ///< All data was taken; the server's TCP has to acknowledge it.
     Confirming, ///< All data has moved; the server has to say that it was done.
     AwaitingReason, ///< The data connection broke; the server may say why.
     Finished, ///< Done, failed or abandoned.
@@ -24,8 +26,8 @@ enum class TransferState {
 /// How long a state may last.
 struct StateClock {
     std::chrono::milliseconds FTPTimeouts::*limit; ///< Null: without a limit.
-    /// Whether a sign of life, a reply or a byte, lets the time begin again; otherwise the limit holds for the state as
-    /// a whole.
+    /// Whether each byte that moves lets the time begin again; otherwise the limit holds for the state as a whole,
+    /// whatever the server says meanwhile.
     bool restarts;
 };
 
@@ -34,22 +36,26 @@ constexpr StateClock clockOf(TransferState state)
     switch (state) {
     case TransferState::New:
     case TransferState::AwaitingTrust:
-    case TransferState::AwaitingLogin:
     case TransferState::Finished:
         break;
+    case TransferState::AwaitingLogin:
+        return { &FTPTimeouts::login, false };
     case TransferState::Connecting:
     case TransferState::OpeningData:
         return { &FTPTimeouts::connect, false };
     case TransferState::SettingUp:
     case TransferState::SecuringData:
     case TransferState::AwaitingConsent:
-        return { &FTPTimeouts::reply, true };
+        return { &FTPTimeouts::reply, false };
     case TransferState::AwaitingLateConsent:
         return { &FTPTimeouts::acceptance, false };
     case TransferState::Moving:
+    case TransferState::Delivering:
         return { &FTPTimeouts::stalledData, true };
     case TransferState::Confirming:
-        return { &FTPTimeouts::confirmation, true };
+        return { &FTPTimeouts::confirmation, false };
+    case TransferState::AwaitingLoginReason:
+        return { &FTPTimeouts::loginReason, false };
     case TransferState::AwaitingReason:
         return { &FTPTimeouts::reason, false };
     }

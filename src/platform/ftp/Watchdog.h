@@ -18,6 +18,8 @@ public:
     /// Begins to wait for @p limit, whatever was waited for before.
     void start(std::chrono::milliseconds limit);
     void stop();
+    /// What is left of the limit; 0 when it does not run.
+    std::chrono::milliseconds remaining() const;
     /// Something has happened: the wait begins anew. Costs next to nothing, so it may be called for every block.
     void touch()
     {

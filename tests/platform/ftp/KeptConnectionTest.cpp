@@ -14,6 +14,7 @@ protected:
     void finishUpload(PeerConnection& control)
     {
         EXPECT_EQ(m_data->receiveToEnd(), "2");
+        control.say("150 Go");
         control.say("226 Got it");
         EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"space"_s, u"end"_s }));
     }

@@ -13,7 +13,10 @@ TEST(FTPTimeoutsTest, TheLimitsAreTheDocumentedOnes)
     const FTPTimeouts limits;
 
     EXPECT_EQ(limits.connect, 30s);
+    EXPECT_EQ(limits.login, 120s);
     EXPECT_EQ(limits.reply, 60s);
+    EXPECT_EQ(limits.slowListing, 60s);
+    EXPECT_EQ(limits.loginReason, 5s);
     EXPECT_EQ(limits.stalledData, 60s);
     EXPECT_EQ(limits.confirmation, 300s);
     EXPECT_EQ(limits.reason, 3s);
@@ -299,11 +302,14 @@ INSTANTIATE_TEST_SUITE_P(
               { &Limits::connect } },
         Wait{ "ForDataToGo", { &Limits::stalledData }, &TimeLimitTest::stalledUpload, { &Limits::connect } },
         Wait{ "ForDataToCome", { &Limits::stalledData }, &TimeLimitTest::stalledDownload },
-        Wait{ "ForTheConfirmationOfAnUpload", { &Limits::confirmation }, &TimeLimitTest::uploadsConfirmation },
+        Wait{ "ForTheConfirmationOfAnUpload",
+              { &Limits::confirmation },
+              &TimeLimitTest::uploadsConfirmation,
+              { &Limits::stalledData } },
         Wait{ "ForTheConfirmationOfAnEmptyUpload",
               { &Limits::confirmation },
               &TimeLimitTest::emptyUploadsConfirmation,
-              { &Limits::connect } },
+              { &Limits::connect, &Limits::stalledData } },
         Wait{ "ForTheConfirmationOfAListing", { &Limits::confirmation }, &TimeLimitTest::listingsConfirmation },
         Wait{ "ForTheReasonOfABreak", { &Limits::reason }, &TimeLimitTest::reason },
         Wait{ "ForTheAnnouncementOfDataThatIsThere", { &Limits::acceptance }, &TimeLimitTest::acceptance },

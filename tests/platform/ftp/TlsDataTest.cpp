@@ -82,7 +82,7 @@ TEST_F(TlsDataTest, DataThatIsCutIsAFailureWhateverTheServerSays)
 {
     m_timeouts.reason = 50ms;
     for (const bool isConfirmed : { true, false }) {
-        for (const char* size : { "213 10", "213 5", "550 Unknown" }) {
+        for (const char* size : { "213 10", "550 Unknown" }) {
             m_sizeReply = size;
             startDownload(u"/f"_s);
             auto control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
@@ -106,6 +106,19 @@ TEST_F(TlsDataTest, DataThatIsCutIsAFailureWhateverTheServerSays)
 
         EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
     }
+}
+
+TEST_F(TlsDataTest, DataThatIsCutWhenAllThatWasAnnouncedHasComeIsWholeIfTheServerSaysSo)
+{
+    startDownload(u"/f"_s);
+    auto control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
+    control->say("150 Here");
+    m_data->sendBytes("hello");
+    m_data->cut();
+    control->say("226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+    EXPECT_EQ(m_recorder.data, "hello");
 }
 
 TEST_F(TlsDataTest, AListingThatIsCutBeforeItsFirstByteIsNoEmptyFolder)

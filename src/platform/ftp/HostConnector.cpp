@@ -1,0 +1,140 @@
+#include "HostConnector.h"
+
+#include "FTPLog.h"
+
+#include <QHostInfo>
+#include <QNetworkProxy>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How long an address has before the next one is tried beside it ("Connection Attempt Delay", RFC 8305, section 5).
+constexpr auto attemptDelay = 250ms;
+
+} // namespace
+
+QList<QHostAddress> inOrderOfAttempts(const QList<QHostAddress>& addresses, const QHostAddress& preferred)
+{
+    QList<QHostAddress> ordered;
+    const auto append = [&ordered](const QHostAddress& address) {
+        if (!ordered.contains(address)) {
+            ordered.append(address);
+        }
+    };
+    if (addresses.contains(preferred)) {
+        append(preferred);
+    }
+    QList<QHostAddress> families[2]; // IPv6, and all others.
+    for (const QHostAddress& address : addresses) {
+        families[address.protocol() == QAbstractSocket::IPv6Protocol ? 0 : 1].append(address);
+    }
+    for (qsizetype i = 0; i < std::max(families[0].size(), families[1].size()); ++i) {
+        for (const QList<QHostAddress>& family : families) {
+            if (i < family.size()) {
+                append(family[i]);
+            }
+        }
+    }
+    return ordered;
+}
+
+HostConnector::HostConnector(QString host, quint16 port, QHostAddress preferred)
+    : m_host(std::move(host))
+    , m_port(port)
+    , m_preferred(std::move(preferred))
+{
+    m_nextAttempt.setSingleShot(true);
+    m_nextAttempt.setInterval(attemptDelay);
+    connect(&m_nextAttempt, &QTimer::timeout, this, &HostConnector::tryNext);
+}
+
+HostConnector::~HostConnector()
+{
+    if (m_lookup >= 0) {
+        QHostInfo::abortHostLookup(m_lookup);
+    }
+    dropAttempts();
+}
+
+void HostConnector::start()
+{
+    const QHostAddress address(m_host);
+    if (address.isNull()) {
+        m_lookup = QHostInfo::lookupHost(m_host, this, &HostConnector::resolved);
+    } else {
+        m_addresses = { address };
+        QMetaObject::invokeMethod(this, &HostConnector::tryNext, Qt::QueuedConnection);
+    }
+}
+
+void HostConnector::resolved(const QHostInfo& found)
+{
+    m_lookup = -1;
+    m_addresses = inOrderOfAttempts(found.addresses(), m_preferred);
+    tryNext();
+}
+
+void HostConnector::tryNext()
+{
+    m_nextAttempt.stop();
+    if (m_addresses.isEmpty()) {
+        if (m_attempts.empty()) {
+            emit failed();
+        }
+        return;
+    }
+    const QHostAddress address = m_addresses.takeFirst();
+    qCDebug(ftpLog, "connecting to %s port %u", qUtf8Printable(address.toString()), m_port);
+    m_attempts.push_back(std::make_unique<QTcpSocket>());
+    QTcpSocket* const socket = m_attempts.back().get();
+    socket->setProxy(QNetworkProxy::NoProxy);
+    connect(socket, &QTcpSocket::connected, this, [this, socket] { attemptSucceeded(socket); });
+    // Through the loop: it may come from inside this call.
+    connect(
+        socket, &QTcpSocket::errorOccurred, this, [this, socket] { attemptFailed(socket); }, Qt::QueuedConnection);
+    m_nextAttempt.start();
+    socket->connectToHost(address, m_port);
+    if (socket->state() == QAbstractSocket::UnconnectedState) {
+        // Without a descriptor left the socket says nothing.
+        QMetaObject::invokeMethod(
+            this, [this, socket] { attemptFailed(socket); }, Qt::QueuedConnection);
+    }
+}
+
+void HostConnector::attemptSucceeded(QTcpSocket* socket)
+{
+    m_nextAttempt.stop();
+    m_addresses.clear();
+    const auto winner = std::find_if(m_attempts.begin(), m_attempts.end(),
+                                     [socket](const auto& each) { return each.get() == socket; });
+    m_connected = std::move(*winner);
+    m_attempts.erase(winner);
+    m_connected->disconnect(this);
+    dropAttempts();
+    emit connected();
+}
+
+void HostConnector::attemptFailed(QTcpSocket* socket)
+{
+    const auto failed = std::find_if(m_attempts.begin(), m_attempts.end(),
+                                     [socket](const auto& each) { return each.get() == socket; });
+    if (failed == m_attempts.end()) {
+        return; // It was told before.
+    }
+    m_attempts.erase(failed);
+    tryNext();
+}
+
+void HostConnector::dropAttempts()
+{
+    for (const std::unique_ptr<QTcpSocket>& attempt : m_attempts) {
+        attempt->disconnect(this);
+        attempt->abort();
+    }
+    m_attempts.clear();
+}

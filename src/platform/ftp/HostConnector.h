@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QHostAddress>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <memory>
+#include <vector>
+
+class QHostInfo;
+
+/// Connects to a host by whichever of its addresses answers first (RFC 8305): the next one is tried when one has
+/// failed, or has said nothing for 250 ms; the families take turns, IPv6 first. Without a limit of its own: whoever
+/// waits for it gives up by destroying it.
+///
+/// Everything is reported from the event loop.
+class HostConnector final : public QObject {
+    Q_OBJECT
+
+public:
+    /// @p host is a name or an address; @p preferred, where the host has it, is tried before all others.
+    HostConnector(QString host, quint16 port, QHostAddress preferred = {});
+    ~HostConnector() override; ///< Gives up what is under way.
+
+    void start();
+    /// The socket that stands; null before connected(), and once it was taken.
+    std::unique_ptr<QTcpSocket> takeSocket() { return std::move(m_connected); }
+
+signals:
+    /// One of the addresses has answered. May destroy this through the loop.
+    void connected();
+    /// There is no such host, or none of its addresses lets us in. May destroy this through the loop.
+    void failed();
+
+private:
+    void resolved(const QHostInfo& found);
+    void tryNext();
+    void attemptSucceeded(QTcpSocket* socket);
+    void attemptFailed(QTcpSocket* socket);
+    void dropAttempts();
+
+    QString m_host;
+    quint16 m_port;
+    QHostAddress m_preferred; ///< Null: none.
+    int m_lookup = -1; ///< The number of the look-up that is under way; -1: none.
+    QList<QHostAddress> m_addresses; ///< That have not been tried.
+    std::vector<std::unique_ptr<QTcpSocket>> m_attempts;
+    QTimer m_nextAttempt;
+    std::unique_ptr<QTcpSocket> m_connected;
+};
+
+/// @p addresses in the order in which they are tried: @p preferred first if it is among them, then the families in
+/// turns, IPv6 first, each in its own order; none twice (RFC 8305, section 4).
+QList<QHostAddress> inOrderOfAttempts(const QList<QHostAddress>& addresses, const QHostAddress& preferred);

@@ -1,0 +1,121 @@
+#include "StreamTest.h"
+
+namespace {
+
+/// An upload is done when the server has said so and its TCP has acknowledged every byte and our end, whatever the
+/// order.
+class DeliveryTest : public EachEncryptionTest {
+protected:
+    /// Begins an upload of @p size bytes to a server whose TCP acknowledges none of them.
+    std::unique_ptr<PeerConnection> beginUnacknowledged(qsizetype size)
+    {
+        m_recorder.isIdle = true;
+        startUpload(u"/f"_s, QByteArray(size, 'x'));
+        auto control = open("STOR f");
+        EXPECT_TRUE(m_recorder.waitFor(u"space"_s));
+        m_data->stopAcknowledging();
+        m_recorder.isIdle = false;
+        control->say("150 Come");
+        EXPECT_TRUE(waitFor([this] { return m_recorder.written() > 0; }));
+        return control;
+    }
+
+    bool hasEnded() const { return m_recorder.log().last() != u"space"_s; }
+};
+
+TEST_P(DeliveryTest, AResetWithAllBytesUnacknowledgedIsAFailureWhateverTheServerSays)
+{
+    for (const qsizetype size : { qsizetype(1), qsizetype(100'000), tooMuch }) {
+        auto control = beginUnacknowledged(size);
+        m_data->reset();
+        control->say("226 Got it");
+
+        EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s) << size;
+        EXPECT_EQ(control->waitForEnd(), End::Finished);
+    }
+}
+
+TEST_P(DeliveryTest, AResetThatComesAfterTheConfirmationOfUnacknowledgedBytesIsAFailure)
+{
+    auto control = beginUnacknowledged(1000);
+    control->say("226 Got it");
+    EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 100ms));
+    m_data->reset();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+}
+
+TEST_P(DeliveryTest, AResetWithAPartUnacknowledgedIsAFailureWhateverTheServerSays)
+{
+    m_dataPeer.limitReceiveBuffer(4096);
+    startUpload(u"/f"_s, QByteArray(1'000'000, 'x'));
+    auto control = open("STOR f");
+    control->say("150 Come");
+    EXPECT_TRUE(waitFor([this] { return m_recorder.written() > 0; }));
+    m_data->receive(1);
+    m_data->reset();
+    control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+}
+
+TEST_P(DeliveryTest, AResetWithEverythingAcknowledgedIsASuccessIfTheServerSaysSo)
+{
+    startUpload(u"/f"_s, "hello");
+    auto control = open("STOR f");
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    m_data->acknowledgeAtOnce();
+    m_data->reset();
+    control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(DeliveryTest, AConfirmationWaitsForTheAcknowledgement)
+{
+    auto control = beginUnacknowledged(5);
+    control->say("226 Got it");
+    EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 2s));
+
+    m_data->acknowledgeAgain();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(DeliveryTest, AConfirmationWaitsForTheAcknowledgementAlsoWithoutTheServer)
+{
+    auto control = beginUnacknowledged(5);
+    control->say("226 Got it");
+    control->close();
+    EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 200ms));
+
+    m_data->acknowledgeAgain();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(DeliveryTest, AConfirmationOfWhatIsNeverAcknowledgedIsAFailure)
+{
+    m_timeouts.stalledData = 200ms;
+    auto control = beginUnacknowledged(5);
+    control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+}
+
+TEST_P(DeliveryTest, TheConfirmationIsWaitedForOnceFromTheAcknowledgementOn)
+{
+    m_timeouts.confirmation = 300ms;
+    startUpload(u"/f"_s, "hello");
+    auto control = open("STOR f");
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    QElapsedTimer sinceEnd;
+    sinceEnd.start();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+    EXPECT_GE(sinceEnd.elapsed(), 250);
+}
+
+RUN_IN_CLEAR_AND_ENCRYPTED(DeliveryTest);
+
+} // namespace
