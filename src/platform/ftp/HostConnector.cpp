@@ -43,10 +43,10 @@ QList<QHostAddress> inOrderOfAttempts(const QList<QHostAddress>& addresses, cons
     return ordered;
 }
 
-HostConnector::HostConnector(QString host, quint16 port, QHostAddress preferred)
+HostConnector::HostConnector(QString host, quint16 port, const QHostAddress& preferred)
     : m_host(std::move(host))
     , m_port(port)
-    , m_preferred(std::move(preferred))
+    , m_preferred(preferred)
 {
     m_nextAttempt.setSingleShot(true);
     m_nextAttempt.setInterval(attemptDelay);

@@ -22,7 +22,7 @@ class HostConnector final : public QObject {
 
 public:
     /// @p host is a name or an address; @p preferred, where the host has it, is tried before all others.
-    HostConnector(QString host, quint16 port, QHostAddress preferred = {});
+    HostConnector(QString host, quint16 port, const QHostAddress& preferred = {});
     ~HostConnector() override; ///< Gives up what is under way.
 
     void start();

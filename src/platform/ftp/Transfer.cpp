@@ -207,10 +207,11 @@ void Transfer::connectionLost()
     if (m_state == State::Connecting) {
         m_engine.traits(m_key).address.clear(); // It has answered no more than all others.
     }
-    if (m_state == State::AwaitingTrust) {
-        letGoOfConnection(false); // With the answer another one is made.
-    } else if ((m_state == State::Moving || m_state == State::Delivering) && m_try.isConfirmed) {
-        letGoOfConnection(false); // The final reply has come; the rest of the data follows.
+    // With the answer to a question another connection is made; and behind the final reply the rest of the data
+    // follows.
+    const bool isMoving = m_state == State::Moving || m_state == State::Delivering;
+    if (m_state == State::AwaitingTrust || (isMoving && m_try.isConfirmed)) {
+        letGoOfConnection(false);
     } else if (!endRefusedLogin() && !recover(Trouble::ConnectionLost)) {
         fail();
     }

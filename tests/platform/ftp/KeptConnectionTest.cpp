@@ -25,15 +25,27 @@ protected:
         finishUpload(*control);
         EXPECT_EQ(m_peer.connectionCount(), 2);
     }
-    /// Gives an upload up while a folder is being entered for it, and says @p reply to that.
-    void giveUpWhileEntering(const QByteArray& reply)
+    /// What is heard before a file goes into another folder, before the first reply.
+    QByteArrayList commandsToEnter(const QByteArray& folder)
     {
-        startUpload(u"/sub/second"_s, "2");
-        EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home/sub", "TYPE I", "EPSV" }));
-        m_recorder.close();
+        return !traits().pipelines ? QByteArrayList{ "CWD " + folder }
+                                   : QByteArrayList{ "CWD " + folder, "TYPE I", "EPSV" };
+    }
+    /// Starts an upload, and hears that a folder is entered for it.
+    void expectToEnter(const QByteArray& folder, const QString& path)
+    {
+        startUpload(path, "2");
+        const QByteArrayList expected = commandsToEnter(folder);
+        EXPECT_EQ(m_control->hear(static_cast<int>(expected.size())), expected);
+    }
+    /// Answers what expectToEnter() heard, with @p reply to the folder.
+    void answerEntering(const QByteArray& reply)
+    {
         m_control->say(reply);
-        m_control->say("200 Fine");
-        m_control->say(extendedPassive());
+        if (traits().pipelines) {
+            m_control->say("200 Fine");
+            m_control->say(extendedPassive());
+        }
         ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
     }
 
@@ -198,42 +210,52 @@ TEST_P(KeptConnectionTest, WithoutAKnownLoginFolderAnotherFolderTakesAFreshOne)
 
 TEST_P(KeptConnectionTest, WhereAFolderChangeHasLedThatNobodySawIsNotAssumed)
 {
-    giveUpWhileEntering("250 There");
-
-    startUpload(u"/third"_s, "3"); // Into the folder that the connection was in before.
-
-    EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home", "TYPE I", "EPSV" }));
-}
-
-TEST_P(KeptConnectionTest, AFolderChangeThatNobodySawRefusedIsNotAssumed)
-{
-    giveUpWhileEntering("550 No such folder");
-
-    startUpload(u"/sub/third"_s, "3");
-
-    EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home/sub", "TYPE I", "EPSV" }));
-}
-
-TEST_P(KeptConnectionTest, AFolderThatWasRefusedIsEnteredAgainBeforeAnythingIsStored)
-{
-    for (const QString& path : { u"/sub/third"_s, u"/third"_s }) {
-        startUpload(u"/sub/second"_s, "2");
-        EXPECT_EQ(m_control->hear(3), (QByteArrayList{ "CWD /home/sub", "TYPE I", "EPSV" }));
-        m_control->say("550 No such folder");
-        m_control->say("200 Fine");
-        m_control->say(extendedPassive());
-        EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 550"_s });
-        ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
-
-        startUpload(path, "3");
-
-        EXPECT_TRUE(m_control->hear().startsWith("CWD /home"));
-        EXPECT_EQ(m_control->hear(2), (QByteArrayList{ "TYPE I", "EPSV" }));
+    for (const bool inTurn : { false, true }) {
+        SCOPED_TRACE(inTurn);
+        traits().pipelines = !inTurn;
+        expectToEnter("/home/sub", u"/sub/second"_s);
         m_recorder.close();
-        m_control->say("550 No such folder");
-        m_control->say("200 Fine");
-        m_control->say(extendedPassive());
-        ASSERT_TRUE(waitFor([this] { return m_pool.idleCount() > 0; }));
+        answerEntering("250 There");
+
+        expectToEnter("/home", u"/third"_s); // Where the connection was before.
+
+        m_recorder.close();
+        answerEntering("250 There");
+        m_control->close();
+        ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+        traits().pipelines = true;
+        m_control = upload(u"first"_s, "1");
+    }
+}
+
+TEST_P(KeptConnectionTest, AFolderThatWasRefusedIsNotAssumedNorTheOneBefore)
+{
+    for (const bool inTurn : { false, true }) {
+        for (const bool isSeen : { false, true }) {
+            for (const auto& [folder, path] :
+                 { std::pair{ "/home/sub", u"/sub/third"_s }, std::pair{ "/home", u"/third"_s } }) {
+                SCOPED_TRACE(inTurn);
+                SCOPED_TRACE(isSeen);
+                SCOPED_TRACE(folder);
+                traits().pipelines = !inTurn;
+                expectToEnter("/home/sub", u"/sub/second"_s);
+                if (!isSeen) {
+                    m_recorder.close();
+                }
+                answerEntering("550 No such folder");
+                if (isSeen) {
+                    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 550"_s });
+                }
+
+                expectToEnter(folder, path);
+
+                m_recorder.close();
+                m_control->close();
+                ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+                traits().pipelines = true;
+                m_control = upload(u"first"_s, "1");
+            }
+        }
     }
 }
 

@@ -122,7 +122,7 @@ TEST_F(StreamSetUpTest, EveryRefusalIsReportedWithItsCode)
             { "no FTP at all", { "SSH-2.0-Server" }, u"other"_s },
         },
         [this](QByteArrayList replies, const QString& report) {
-            forgetServer();
+            traits() = {};
             startUpload(u"/f"_s, "x");
             auto control = accept();
             control->say(replies.takeFirst());

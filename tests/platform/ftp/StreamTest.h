@@ -148,13 +148,13 @@ protected:
         EXPECT_EQ(control.hear(), command);
     }
 
-    /// Has the engine forget what it has learnt about the server, as if it were another one.
-    void forgetServer()
+    /// What the engine has learnt about the server.
+    ServerTraits& traits()
     {
         FTPServerKey key;
         key.host = u"127.0.0.1"_s;
         key.port = m_peer.port();
-        m_engine.traits(key) = {};
+        return m_engine.traits(key);
     }
 
     void acceptData()
