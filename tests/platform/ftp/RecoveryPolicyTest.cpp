@@ -56,6 +56,18 @@ TEST(RecoveryPolicyTest, ARefusedLoginWaitsForAnotherConnectionOfOurs)
     EXPECT_EQ(remedyFor(Trouble::ServiceEnding, fresh, {}), Remedy::None);
 }
 
+TEST(RecoveryPolicyTest, ARefusedLoginWaitsForASessionThatWeHaveLeft)
+{
+    EXPECT_EQ(remedyFor(Trouble::ServiceEnding, with(fresh, &TryFacts::hasLeftSession), {}), Remedy::AwaitLogin);
+}
+
+TEST(RecoveryPolicyTest, AReplyThatFitsNoCommandIsWorthAFreshConnectionWhereOneWasKept)
+{
+    EXPECT_EQ(remedyFor(Trouble::StrayReply, with(kept, &TryFacts::hasReplied), {}), Remedy::FreshConnection);
+    EXPECT_EQ(remedyFor(Trouble::StrayReply, kept, Remedy::FreshConnection), Remedy::None);
+    EXPECT_EQ(remedyFor(Trouble::StrayReply, fresh, {}), Remedy::None);
+}
+
 TEST(RecoveryPolicyTest, ASessionThatStandsNobodyKnowsWhereIsAlwaysReplaced)
 {
     EXPECT_EQ(remedyFor(Trouble::UnknownFolder, kept, {}), Remedy::FreshConnection);
