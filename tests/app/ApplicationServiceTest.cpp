@@ -1,5 +1,6 @@
 #include "ApplicationService.h"
 
+#include "EnvironmentValue.h"
 #include "HeldLoop.h"
 #include "Printers.h"
 #include "WaitFor.h"
@@ -89,7 +90,7 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
 
 TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)
 {
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    const EnvironmentValue address("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
 
     EXPECT_FALSE(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }, {}));
 }

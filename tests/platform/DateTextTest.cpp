@@ -1,5 +1,6 @@
 #include "DateText.h"
 
+#include "EnvironmentValue.h"
 #include "Printers.h"
 
 #include <QLocale>
@@ -63,15 +64,15 @@ TEST(DateTextTest, TheCLocaleReadsAsAmericanEnglish)
 
 TEST(DateTextTest, TheUsersLocaleForDatesCounts)
 {
-    qunsetenv("LC_ALL");
-    qputenv("LANG", "en_US.UTF-8");
-    qputenv("LC_TIME", "de_DE.UTF-8");
+    EnvironmentValue all("LC_ALL", std::nullopt);
+    const EnvironmentValue language("LANG", "en_US.UTF-8");
+    const EnvironmentValue times("LC_TIME", "de_DE.UTF-8");
     const LocaleScope locale(QLocale::system());
 
     EXPECT_EQ(shortDateShortTimeText(afternoon), u"09.01.24, 15:04"_s);
-    qputenv("LC_ALL", "en_GB");
+    all.set("en_GB");
     EXPECT_EQ(shortDateShortTimeText(afternoon), u"09/01/2024, 15:04"_s);
-    qputenv("LC_ALL", "C.UTF-8");
+    all.set("C.UTF-8");
     EXPECT_EQ(withPlainBlanks(shortDateShortTimeText(afternoon)), u"1/9/24, 3:04 PM"_s);
 }
 

@@ -282,7 +282,8 @@ void PeerConnection::acknowledgeAgain()
 std::unique_ptr<PeerConnection> ScriptedPeer::accept()
 {
     if (!waitFor([this] { return isCalled(); })) {
-        return nullptr;
+        ADD_FAILURE() << "no connection";
+        return std::make_unique<PeerConnection>(-1);
     }
     ++m_connectionCount;
     std::unique_ptr<PeerConnection> connection = std::move(m_server.connections.front());

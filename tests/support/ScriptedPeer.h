@@ -113,7 +113,7 @@ public:
     bool isCalled() const { return !m_server.connections.empty(); }
     /// Whether nobody knocks, after everything under way had time to arrive.
     bool isLeftAlone();
-    /// The next connection; null when none comes.
+    /// The next connection. That none comes is a failure, and the answer is one that has ended.
     std::unique_ptr<PeerConnection> accept();
 
 private:

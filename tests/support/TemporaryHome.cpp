@@ -13,7 +13,7 @@ TemporaryHome::TemporaryHome()
         const QString path = m_directory.filePath(QString::fromLatin1(folder));
         QDir().mkpath(path);
         QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv(variable, QFile::encodeName(path));
+        m_environment.emplace_back(variable, QFile::encodeName(path));
     }
     for (const QString& folder : { u"Downloads"_s, u"Documents"_s }) {
         QDir(m_directory.path()).mkdir(folder);

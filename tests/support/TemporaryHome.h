@@ -1,9 +1,13 @@
 #pragma once
 
+#include "EnvironmentValue.h"
+
 #include <QTemporaryDir>
 
-/// A home folder of its own for one test program, with nothing in it but Downloads and Documents. The environment is
-/// set for the rest of the process; the folder goes when this goes.
+#include <list>
+
+/// A home folder of its own for a test program, or for one test, with nothing in it but Downloads and Documents. When
+/// this goes, the folder goes and the environment is as before.
 class TemporaryHome {
 public:
     TemporaryHome();
@@ -12,4 +16,5 @@ public:
 
 private:
     QTemporaryDir m_directory;
+    std::list<EnvironmentValue> m_environment;
 };

@@ -64,6 +64,9 @@ protected:
     }
     void startCreation(const QString& path) { start(m_factory.createFolderStream(m_peer.location(path)), m_recorder); }
 
+    /// Has the engine know nothing of @p peer, which may have got the port of an earlier one of the same test.
+    void forget(const ScriptedPeer& peer) { m_engine.traits({ u"127.0.0.1"_s, peer.port(), {}, {} }) = {}; }
+
     /// A port that nobody listens on.
     static quint16 deadPort() { return ScriptedPeer().port(); }
 

@@ -1,5 +1,6 @@
 #include "TlsChannel.h"
 
+#include "EnvironmentValue.h"
 #include "TlsServerEnd.h"
 #include "TlsTransport.h"
 
@@ -277,13 +278,11 @@ TEST(TlsChannelTest, ACertificateOfAnAuthorityInTheSystemsStoreIsGoodForItsHostA
     ASSERT_TRUE(store.open());
     store.write(authority.certificatePem());
     store.close();
-    qputenv("SSL_CERT_FILE", store.fileName().toLocal8Bit());
+    const EnvironmentValue certificates("SSL_CERT_FILE", store.fileName().toLocal8Bit());
     const TestCertificate good = TestCertificate::make({ .subjectAlternativeName = "DNS:ftp.example" }, &authority);
 
     EXPECT_TRUE(problemsOf(good, u"ftp.example"_s).isEmpty());
     EXPECT_THAT(problemsOf(good, u"ftp.example.org"_s), testing::ElementsAre(CertificateProblem::WrongHost));
-
-    qunsetenv("SSL_CERT_FILE");
 }
 
 TEST(TlsChannelTest, TheCertificateIsToldAsItIs)

@@ -1,5 +1,6 @@
 // Certificates that the system does not vouch for.
 
+#include "EnvironmentValue.h"
 #include "RecordingJudge.h"
 #include "StreamTest.h"
 
@@ -67,14 +68,12 @@ TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
     ASSERT_TRUE(store.open());
     store.write(authority.certificatePem());
     store.close();
-    qputenv("SSL_CERT_FILE", store.fileName().toLocal8Bit());
+    const EnvironmentValue certificates("SSL_CERT_FILE", store.fileName().toLocal8Bit());
     m_tls = TlsServerContext(TestCertificate::make({}, &authority));
     startUpload(u"/f"_s, "x");
 
     EXPECT_EQ(greet()->hear(), "PBSZ 0");
     EXPECT_TRUE(m_factory.lastSecurity()->isVouchedFor);
-
-    qunsetenv("SSL_CERT_FILE");
 }
 
 TEST_F(TlsTrustTest, TheQuestionTellsEverything)
