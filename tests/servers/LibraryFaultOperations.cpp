@@ -22,7 +22,12 @@ public:
         m_record->setPort(port);
         const LogRecorder log;
         const QString answer = isDone(manager, operation) ? u"true"_s : u"false"_s;
-        return (QStringList{ answer } + log.lines()).join(u"; "_s);
+        QStringList lines = log.lines();
+        if (operation == Operation::Upload) {
+            // Whether the write or the report is first to see a lost connection is left to chance.
+            lines.replaceInStrings(u"error while writing data"_s, u"general stream error (check credentials?)"_s);
+        }
+        return (QStringList{ answer } + lines).join(u"; "_s);
     }
 
     Outcome outcome(Operation operation, Ending ending) const override
