@@ -13,6 +13,8 @@ using Application = QApplication;
 using Application = QCoreApplication;
 #endif
 
+#include <QDir>
+
 #include <optional>
 
 #ifdef __SANITIZE_THREAD__
@@ -36,8 +38,29 @@ extern "C" __attribute__((visibility("default"))) int clone(int (*main)(void*), 
 }
 #endif
 
-#ifdef QT_WIDGETS_LIB
 namespace {
+
+/// What a test has left in the home's Downloads and Documents is not found by the next one.
+class EmptyFolders final : public ::testing::EmptyTestEventListener {
+public:
+    explicit EmptyFolders(QString home)
+        : m_home(std::move(home))
+    {
+    }
+
+    void OnTestEnd(const ::testing::TestInfo& /*test*/) override
+    {
+        for (const char* folder : { "Downloads", "Documents" }) {
+            QDir(m_home + u'/' + QLatin1StringView(folder)).removeRecursively();
+            QDir(m_home).mkdir(QString::fromLatin1(folder));
+        }
+    }
+
+private:
+    QString m_home;
+};
+
+#ifdef QT_WIDGETS_LIB
 
 /// Qt paints with the help of more or fewer threads, by what happens to be idle just then, and each has a descriptor.
 /// Tests count descriptors: let there be one such thread from the beginning to the end.
@@ -50,8 +73,9 @@ void paintWithOneThread()
     waitFor([&painters] { return painters.activeThreadCount() == 0; });
 }
 
-} // namespace
 #endif
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -62,6 +86,7 @@ int main(int argc, char** argv)
     std::optional<TemporaryHome> home;
     if (!qEnvironmentVariableIsSet(homeIsMade)) {
         home.emplace();
+        ::testing::UnitTest::GetInstance()->listeners().Append(new EmptyFolders(home->path())); // Owned by the list.
         qputenv(homeIsMade, "1");
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
