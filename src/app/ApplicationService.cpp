@@ -1,7 +1,7 @@
 #include "ApplicationService.h"
 
 #include "FileURL.h"
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 
 #include <QCryptographicHash>
 #include <QDBusConnection>
@@ -141,12 +141,12 @@ void ApplicationService::ActivateAction(const QString& name, const QVariantList&
 
 void ApplicationService::serve(const QDBusMessage& call, std::function<void()> service)
 {
-    if (!HeldLoop::isActive()) {
+    if (!LoopSuspension::isActive()) {
         service();
         return;
     }
     call.setDelayedReply(true);
-    HeldLoop::whenFree(*this, [call, service = std::move(service)] {
+    LoopSuspension::whenResumed(*this, [call, service = std::move(service)] {
         service();
         if (call.isReplyRequired()) {
             QDBusConnection::sessionBus().send(call.createReply());

@@ -9,7 +9,7 @@
 
 /// One running program for each program name: the first one answers under a bus name of its own on the session bus, as
 /// org.freedesktop.Application describes, and later starts hand their files to it. A call that comes while the main
-/// loop is held (HeldLoop) is served, and answered, when it is free again.
+/// loop is suspended (LoopSuspension) is served, and answered, once it is resumed.
 class ApplicationService final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")

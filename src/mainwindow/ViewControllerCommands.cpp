@@ -1,8 +1,8 @@
 // The menus, their shortcuts, and what they can do at the moment.
 
 #include "DroppedFiles.h"
-#include "HeldLoop.h"
 #include "ItemLocation.h"
+#include "LoopSuspension.h"
 #include "TableColumns.h"
 #include "ViewController.h"
 #include "ui_MainWindow.h"
@@ -48,7 +48,7 @@ void ViewController::connectActions()
         m_ui->pasteFilesAction->setEnabled(data != nullptr && namesLocalFiles(*data));
     };
     connect(clipboard, &QClipboard::dataChanged, this,
-            [this, lookAtClipboard] { HeldLoop::whenFree(*this, lookAtClipboard); });
+            [this, lookAtClipboard] { LoopSuspension::whenResumed(*this, lookAtClipboard); });
     lookAtClipboard();
     connectSortActions();
 }

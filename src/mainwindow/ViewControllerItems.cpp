@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// What is said of an item when the server's certificate is not trusted. There is no question here: the call that would
-/// have to wait for the answer holds the program.
+/// have to wait for the answer suspends the program.
 QString notTrustedText(const QString& whatIsNot)
 {
     return u"%1, since the server has shown a certificate that is not trusted. Nothing was sent to it.\n\nRefresh the "

@@ -79,9 +79,9 @@ QStringList ViewController::filesToReplace() const
 void ViewController::onTick()
 {
     // While a dialog or a menu has the user's attention, nothing moves. The timer itself goes on in nested loops.
-    const bool held = isMainLoopHeld();
-    RunLoop::current().setHeld(held);
-    if (held) {
+    const bool suspended = isMainLoopSuspended();
+    RunLoop::current().setSuspended(suspended);
+    if (suspended) {
         return;
     }
     const bool isNewSecond = showDate();

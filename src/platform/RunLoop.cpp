@@ -1,7 +1,7 @@
 #include "RunLoop.h"
 
 #include "DeliveryGate.h"
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 #include "PostedCall.h"
 
 #include <QCoreApplication>
@@ -71,19 +71,19 @@ void RunLoop::quitIfStopped()
     }
 }
 
-void RunLoop::setHeld(bool held)
+void RunLoop::setSuspended(bool suspended)
 {
-    if (m_held != held) {
-        m_held = held;
-        DeliveryGate::ofThisThread().setClosed(held);
+    if (m_suspended != suspended) {
+        m_suspended = suspended;
+        DeliveryGate::ofThisThread().setClosed(suspended);
     }
 }
 
 void RunLoop::dispatchAfter(int delayMs, QObject* context, std::function<void()> block)
 {
     QObject* const target = context != nullptr ? context : QCoreApplication::instance();
-    const auto runWhenFree = [target, block = std::move(block)] { HeldLoop::whenFree(*target, block); };
+    const auto runWhenResumed = [target, block = std::move(block)] { LoopSuspension::whenResumed(*target, block); };
     // On the target's thread, since the calling one may have no event loop of its own to start a timer on.
     postCall(
-        target, [delayMs, target, runWhenFree] { runAfter(delayMs, *target, runWhenFree); }, Qt::AutoConnection);
+        target, [delayMs, target, runWhenResumed] { runAfter(delayMs, *target, runWhenResumed); }, Qt::AutoConnection);
 }

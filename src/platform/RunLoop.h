@@ -18,15 +18,15 @@ public:
     /// Ends the present or the next run(). Safe from any thread.
     void stop();
 
-    /// Whether the loop has left its default mode: while it is held, no stream of this thread reports anything and the
-    /// watchdogs stand still. Set by the thread itself.
-    bool isHeld() const { return m_held; }
-    void setHeld(bool held);
+    /// Whether the loop has left its default mode: while it is suspended, no stream of this thread reports anything and
+    /// the watchdogs are suspended. Set by the thread itself.
+    bool isSuspended() const { return m_suspended; }
+    void setSuspended(bool suspended);
 
-    /// Runs @p block on the main thread's loop after @p delayMs milliseconds, and not before the loop is free (see
-    /// HeldLoop), unless @p context, an object of the main thread's, is destroyed before. Safe from any thread. A null
-    /// context means the life of the application. Until then @p context, or the application, has a single-shot QTimer
-    /// for it among its children.
+    /// Runs @p block on the main thread's loop after @p delayMs milliseconds, and not while the loop is suspended (see
+    /// LoopSuspension), unless @p context, an object of the main thread's, is destroyed before. Safe from any thread. A
+    /// null context means the life of the application. Until then @p context, or the application, has a single-shot
+    /// QTimer for it among its children.
     static void dispatchAfter(int delayMs, QObject* context, std::function<void()> block);
 
 private:
@@ -34,7 +34,7 @@ private:
 
     void quitIfStopped();
 
-    bool m_held = false;
+    bool m_suspended = false;
 
     std::mutex m_mutex; ///< Guards what stop() reaches from other threads.
     bool m_stopRequested = false;

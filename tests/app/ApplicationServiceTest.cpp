@@ -1,7 +1,7 @@
 #include "ApplicationService.h"
 
 #include "EnvironmentValue.h"
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 #include "Printers.h"
 #include "WaitFor.h"
 
@@ -71,7 +71,7 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
         });
     const QDBusMessage call = QDBusMessage::createMethodCall(u"io.github.test"_s, u"/test"_s, QString(), u"Open"_s);
     {
-        const HeldLoop held;
+        const LoopSuspension suspension;
 
         service.Open({ u"file:///a"_s }, {}, call);
         service.ActivateAction(u"act"_s, {}, {}, {});

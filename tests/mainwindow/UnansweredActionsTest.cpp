@@ -120,17 +120,17 @@ TEST_F(UnansweredActionsTest, NothingElseMovesBeforeTheAnswer)
 {
     m_controller->uploadFiles({ makeFile(u"up"_s) });
     qsizetype uploads = -1;
-    bool wasHeld = false;
+    bool wasSuspended = false;
     whenPanelShows([&, this](WaitingPanel& /*panel*/) {
         uploads = count(Kind::Upload);
-        wasHeld = RunLoop::current().isHeld();
+        wasSuspended = RunLoop::current().isSuspended();
         m_call.release();
     });
 
     m_controller->createFolder(u"new"_s);
 
     EXPECT_EQ(uploads, 0);
-    EXPECT_TRUE(wasHeld);
+    EXPECT_TRUE(wasSuspended);
     EXPECT_TRUE(waitFor([this] { return count(Kind::Upload) == 1; }));
 }
 

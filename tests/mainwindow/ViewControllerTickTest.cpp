@@ -131,13 +131,13 @@ TEST_F(ViewControllerTickTest, NothingMovesWhileAMenuIsOpen)
     menu.addAction(u"Something"_s);
     menu.popup({ 10, 10 });
     tick();
-    EXPECT_TRUE(RunLoop::current().isHeld());
+    EXPECT_TRUE(RunLoop::current().isSuspended());
     EXPECT_EQ(count(Kind::Upload), 0);
 
     menu.close();
     tick();
 
-    EXPECT_FALSE(RunLoop::current().isHeld());
+    EXPECT_FALSE(RunLoop::current().isSuspended());
     EXPECT_EQ(count(Kind::Upload), 1);
 }
 
@@ -147,14 +147,14 @@ TEST_F(ViewControllerTickTest, NothingMovesWhileAQuestionIsOpenAndAllGoesOnAfter
     const qint64 second = QDateTime::currentSecsSinceEpoch();
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     QString shownLater;
-    bool wasHeld = false;
+    bool wasSuspended = false;
     qsizetype uploads = -1;
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, &look, [&, this] {
         auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget());
         if (dialog != nullptr && QDateTime::currentSecsSinceEpoch() > second + 1) {
             shownLater = date();
-            wasHeld = RunLoop::current().isHeld();
+            wasSuspended = RunLoop::current().isSuspended();
             uploads = count(Kind::Upload);
             dialog->accept();
         }
@@ -164,10 +164,10 @@ TEST_F(ViewControllerTickTest, NothingMovesWhileAQuestionIsOpenAndAllGoesOnAfter
     m_controller->askInput(u"Name?"_s, u""_s);
 
     EXPECT_EQ(shownLater, shown);
-    EXPECT_TRUE(wasHeld);
+    EXPECT_TRUE(wasSuspended);
     EXPECT_EQ(uploads, 0);
     EXPECT_TRUE(waitFor([this] { return count(Kind::Upload) == 1; }));
-    EXPECT_FALSE(RunLoop::current().isHeld());
+    EXPECT_FALSE(RunLoop::current().isSuspended());
     EXPECT_NE(date(), shown);
 }
 
@@ -179,7 +179,7 @@ TEST_F(ViewControllerTickTest, ASheetHoldsNothing)
     tick();
 
     EXPECT_EQ(shownSheets().size(), 1);
-    EXPECT_FALSE(RunLoop::current().isHeld());
+    EXPECT_FALSE(RunLoop::current().isSuspended());
     EXPECT_EQ(count(Kind::Upload), 1);
     nextSecond();
     answerSheet();

@@ -83,7 +83,7 @@ void ControlConnection::connectionStands()
     if (m_ended) {
         return;
     }
-    m_socket->setReadBufferSize(ReplyParser::lineLimit); // A flood stays in the kernel while the loop is held.
+    m_socket->setReadBufferSize(ReplyParser::lineLimit); // A flood stays in the kernel while the loop is suspended.
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     keepAlive(static_cast<int>(m_socket->socketDescriptor()));
     connect(m_socket.get(), &QTcpSocket::readyRead, this, &ControlConnection::processInput);

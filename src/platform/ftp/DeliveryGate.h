@@ -2,8 +2,8 @@
 
 #include <QObject>
 
-/// Whether the streams of a thread may report. Closed while the thread's loop is held: sockets are not read, what is
-/// due waits, and watchdogs stand still.
+/// Whether the streams of a thread may report. Closed while the thread's loop is suspended: sockets are not read,
+/// reports that are due wait, and watchdogs are suspended.
 class DeliveryGate final : public QObject {
     Q_OBJECT
 

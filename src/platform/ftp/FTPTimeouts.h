@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-/// How long the engine waits before silence counts as a failure. All clocks stand still while the loop is held.
+/// How long the engine waits before silence counts as a failure. No time limit runs while the loop is suspended.
 struct FTPTimeouts {
     std::chrono::milliseconds connect = std::chrono::seconds(30); ///< For a connection, resolving included.
     std::chrono::milliseconds login = std::chrono::seconds(120); ///< For another login to end, all tries together.

@@ -1,15 +1,15 @@
 #include "ModalState.h"
 
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 
 #include <QApplication>
 #include <QWidget>
 
 #include <algorithm>
 
-bool isMainLoopHeld()
+bool isMainLoopSuspended()
 {
-    if (HeldLoop::isActive() || QApplication::activePopupWidget() != nullptr) {
+    if (LoopSuspension::isActive() || QApplication::activePopupWidget() != nullptr) {
         return true;
     }
     if (QApplication::activeModalWidget() == nullptr) {

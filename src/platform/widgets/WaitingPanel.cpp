@@ -1,8 +1,8 @@
 #include "WaitingPanel.h"
 
 #include "ElidedLabel.h"
-#include "HeldLoop.h"
 #include "InputHold.h"
+#include "LoopSuspension.h"
 #include "WorkerCall.h"
 
 #include <QDialogButtonBox>
@@ -57,7 +57,7 @@ std::optional<bool> waitForAnswer(QWidget* parent, const QString& what, std::fun
 {
     WaitingPanel panel(parent, what);
     const InputHold inputHold(panel);
-    const HeldLoop heldLoop;
+    const LoopSuspension suspension;
     const WorkerCall worker(std::move(call));
 
     QEventLoop loop;

@@ -311,7 +311,7 @@ TEST_P(ReadStreamTest, WhatIsNotReadIsReportedAgain)
     EXPECT_EQ(m_recorder.data, "line\r\n");
 }
 
-TEST_P(ReadStreamTest, NothingIsReadWhileTheLoopIsHeld)
+TEST_P(ReadStreamTest, NothingIsReadWhileTheLoopIsSuspended)
 {
     startDownload(u"/f"_s);
     auto control = openDownload();

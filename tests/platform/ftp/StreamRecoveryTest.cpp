@@ -96,7 +96,7 @@ TEST_F(StreamRecoveryTest, AServerThatSwallowsWhatIsSentAheadIsAskedInTurn)
     EXPECT_EQ(m_recorder.log(), QStringList());
 }
 
-TEST_F(StreamRecoveryTest, DataNeverGoesToThisMachineWhenTheControlConnectionEndsBehindAHeldLoop)
+TEST_F(StreamRecoveryTest, DataNeverGoesToThisMachineWhenTheControlConnectionEndsBehindASuspendedLoop)
 {
     // What a connection without an address would reach: this machine, at a port of the server's choice.
     ScriptedPeer bystander{ QHostAddress(QHostAddress::LocalHostIPv6) };

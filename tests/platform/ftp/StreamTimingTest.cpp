@@ -203,7 +203,7 @@ TEST_F(PreliminaryReplyTest, TheyAreCountedFromTheLastFinalReply)
     EXPECT_EQ(m_data->receiveToEnd(), "x");
 }
 
-TEST_F(StreamTimingTest, NothingIsReportedAndNoTimeRunsWhileTheLoopIsHeld)
+TEST_F(StreamTimingTest, NothingIsReportedAndNoTimeRunsWhileTheLoopIsSuspended)
 {
     DeliveryGate& gate = DeliveryGate::ofThisThread();
     m_recorder.onEvent = [&gate](const QString& event) {

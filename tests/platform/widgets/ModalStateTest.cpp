@@ -1,6 +1,6 @@
 #include "ModalState.h"
 
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 #include "WaitFor.h"
 
 #include <QMenu>
@@ -19,20 +19,20 @@ TEST(ModalStateTest, ASheetDoesNotHoldTheLoop)
     box.open();
 
     EXPECT_TRUE(box.isVisible());
-    EXPECT_FALSE(isMainLoopHeld());
+    EXPECT_FALSE(isMainLoopSuspended());
 }
 
 TEST(ModalStateTest, AnApplicationModalDialogHoldsTheLoopWhileItShows)
 {
     QMessageBox box;
     box.setWindowModality(Qt::ApplicationModal);
-    EXPECT_FALSE(isMainLoopHeld());
+    EXPECT_FALSE(isMainLoopSuspended());
 
     box.show();
-    EXPECT_TRUE(isMainLoopHeld());
+    EXPECT_TRUE(isMainLoopSuspended());
     box.hide();
 
-    EXPECT_FALSE(isMainLoopHeld());
+    EXPECT_FALSE(isMainLoopSuspended());
 }
 
 TEST(ModalStateTest, AMenuHoldsTheLoopWhileItIsOpen)
@@ -41,20 +41,20 @@ TEST(ModalStateTest, AMenuHoldsTheLoopWhileItIsOpen)
     menu.addAction(QStringLiteral("Something"));
 
     menu.popup({ 10, 10 });
-    EXPECT_TRUE(waitFor([] { return isMainLoopHeld(); }));
+    EXPECT_TRUE(waitFor([] { return isMainLoopSuspended(); }));
     menu.close();
 
-    EXPECT_TRUE(waitFor([] { return !isMainLoopHeld(); }));
+    EXPECT_TRUE(waitFor([] { return !isMainLoopSuspended(); }));
 }
 
 TEST(ModalStateTest, ACallThatHoldsTheLoopHoldsItWithoutAWindow)
 {
     {
-        const HeldLoop held;
-        EXPECT_TRUE(isMainLoopHeld());
+        const LoopSuspension suspension;
+        EXPECT_TRUE(isMainLoopSuspended());
     }
 
-    EXPECT_FALSE(isMainLoopHeld());
+    EXPECT_FALSE(isMainLoopSuspended());
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "SheetQueue.h"
 
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 #include "Printers.h"
 #include "Sheets.h"
 #include "WaitFor.h"
@@ -154,13 +154,13 @@ TEST_F(SheetQueueTest, QuestionsWithAChoiceAreNotMerged)
     EXPECT_TRUE(waitFor([&chosen] { return chosen == 2; }));
 }
 
-TEST_F(SheetQueueTest, TheNextSheetWaitsWhileTheLoopIsHeld)
+TEST_F(SheetQueueTest, TheNextSheetWaitsWhileTheLoopIsSuspended)
 {
     raise(u"one"_s);
     raise(u"two"_s);
     answerSheet();
     {
-        const HeldLoop held;
+        const LoopSuspension suspension;
         drainEventLoop();
         EXPECT_EQ(shownSheets(), QStringList());
     }

@@ -38,10 +38,10 @@ protected:
 
 TEST_F(TextPromptTest, AnswersTheTextThatWasTyped)
 {
-    bool wasHeld = false;
+    bool wasSuspended = false;
     QString label;
-    whenShown(m_context, [&wasHeld, &label](QInputDialog& dialog) {
-        wasHeld = isMainLoopHeld();
+    whenShown(m_context, [&wasSuspended, &label](QInputDialog& dialog) {
+        wasSuspended = isMainLoopSuspended();
         label = dialog.labelText();
         auto* const field = dialog.findChild<QLineEdit*>();
         field->clear();
@@ -50,7 +50,7 @@ TEST_F(TextPromptTest, AnswersTheTextThatWasTyped)
     });
 
     EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u" new name "_s);
-    EXPECT_TRUE(wasHeld);
+    EXPECT_TRUE(wasSuspended);
     EXPECT_EQ(label, u"Name?"_s);
 }
 

@@ -1,6 +1,6 @@
 #include "WaitingPanel.h"
 
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 #include "ModalState.h"
 #include "Printers.h"
 #include "SlowCall.h"
@@ -125,14 +125,14 @@ TEST_F(WaitingPanelTest, ALateAnswerChangesNothing)
     EXPECT_TRUE(waitFor([this] { return m_call.hasEnded(); }));
     drainEventLoop();
 
-    EXPECT_FALSE(HeldLoop::isActive());
+    EXPECT_FALSE(LoopSuspension::isActive());
     EXPECT_EQ(waitForAnswer(&m_window, u"x"_s, [] { return false; }), false);
 }
 
 TEST_F(WaitingPanelTest, TheLoopIsHeldFromTheFirstMomentToTheAnswer)
 {
-    QList<bool> held;
-    const auto look = [&held] { held.append(HeldLoop::isActive() && isMainLoopHeld()); };
+    QList<bool> suspended;
+    const auto look = [&suspended] { suspended.append(LoopSuspension::isActive() && isMainLoopSuspended()); };
     QMetaObject::invokeMethod(&m_window, look, Qt::QueuedConnection);
     whenShown([&look, this](WaitingPanel& /*panel*/) {
         look();
@@ -141,9 +141,9 @@ TEST_F(WaitingPanelTest, TheLoopIsHeldFromTheFirstMomentToTheAnswer)
 
     EXPECT_EQ(wait(), true);
 
-    EXPECT_EQ(held, (QList<bool>{ true, true }));
-    EXPECT_FALSE(HeldLoop::isActive());
-    EXPECT_FALSE(isMainLoopHeld());
+    EXPECT_EQ(suspended, (QList<bool>{ true, true }));
+    EXPECT_FALSE(LoopSuspension::isActive());
+    EXPECT_FALSE(isMainLoopSuspended());
 }
 
 TEST_F(WaitingPanelTest, TheUserIsKeptFromTheWindowBeforeThePanelShows)

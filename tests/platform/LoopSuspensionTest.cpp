@@ -1,4 +1,4 @@
-#include "HeldLoop.h"
+#include "LoopSuspension.h"
 
 #include "DeliveryGate.h"
 #include "RunLoop.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-class HeldLoopTest : public ::testing::Test {
+class LoopSuspensionTest : public ::testing::Test {
 protected:
     /// Runs the loop until a timer set now, and so every one that was due before it, has fired.
     static void pass(int milliseconds)
@@ -32,39 +32,39 @@ protected:
     QList<int> m_ran;
 };
 
-TEST_F(HeldLoopTest, StreamsAreHeldAlongWithIt)
+TEST_F(LoopSuspensionTest, StreamsAreSuspendedAlongWithIt)
 {
-    EXPECT_FALSE(HeldLoop::isActive());
+    EXPECT_FALSE(LoopSuspension::isActive());
     {
-        const HeldLoop held;
+        const LoopSuspension suspension;
 
-        EXPECT_TRUE(HeldLoop::isActive());
-        EXPECT_TRUE(RunLoop::current().isHeld());
+        EXPECT_TRUE(LoopSuspension::isActive());
+        EXPECT_TRUE(RunLoop::current().isSuspended());
         EXPECT_TRUE(DeliveryGate::ofThisThread().isClosed());
     }
 
-    EXPECT_FALSE(HeldLoop::isActive());
+    EXPECT_FALSE(LoopSuspension::isActive());
     EXPECT_FALSE(DeliveryGate::ofThisThread().isClosed());
 }
 
-TEST_F(HeldLoopTest, StreamsThatAMenuHeldStayHeld)
+TEST_F(LoopSuspensionTest, StreamsThatAMenuSuspendedStaySuspended)
 {
-    RunLoop::current().setHeld(true);
+    RunLoop::current().setSuspended(true);
     {
-        const HeldLoop held;
+        const LoopSuspension suspension;
     }
 
-    EXPECT_TRUE(RunLoop::current().isHeld());
-    RunLoop::current().setHeld(false);
+    EXPECT_TRUE(RunLoop::current().isSuspended());
+    RunLoop::current().setSuspended(false);
 }
 
-TEST_F(HeldLoopTest, DelayedBlocksWaitAndThenRunInTheOrderInWhichTheyWereDue)
+TEST_F(LoopSuspensionTest, DelayedBlocksWaitAndThenRunInTheOrderInWhichTheyWereDue)
 {
     RunLoop::dispatchAfter(30, &m_context, note(3));
     RunLoop::dispatchAfter(10, &m_context, note(1));
     RunLoop::dispatchAfter(20, nullptr, note(2));
     {
-        const HeldLoop held;
+        const LoopSuspension suspension;
         pass(50);
         EXPECT_TRUE(m_ran.isEmpty());
     }
@@ -75,20 +75,20 @@ TEST_F(HeldLoopTest, DelayedBlocksWaitAndThenRunInTheOrderInWhichTheyWereDue)
     EXPECT_EQ(m_ran, (QList<int>{ 1, 2, 3 }));
 }
 
-TEST_F(HeldLoopTest, ABlockRunsAtOnceWhileTheLoopIsFree)
+TEST_F(LoopSuspensionTest, ABlockRunsAtOnceWhileTheLoopRuns)
 {
-    HeldLoop::whenFree(m_context, note(1));
+    LoopSuspension::whenResumed(m_context, note(1));
 
     EXPECT_EQ(m_ran, QList<int>{ 1 });
 }
 
-TEST_F(HeldLoopTest, ABlockWhoseContextIsGoneNeverRuns)
+TEST_F(LoopSuspensionTest, ABlockWhoseContextIsGoneNeverRuns)
 {
     auto context = std::make_unique<QObject>();
     {
-        const HeldLoop held;
-        HeldLoop::whenFree(*context, note(1));
-        HeldLoop::whenFree(m_context, note(2));
+        const LoopSuspension suspension;
+        LoopSuspension::whenResumed(*context, note(1));
+        LoopSuspension::whenResumed(m_context, note(2));
         context.reset();
     }
 
@@ -97,16 +97,16 @@ TEST_F(HeldLoopTest, ABlockWhoseContextIsGoneNeverRuns)
     EXPECT_EQ(m_ran, QList<int>{ 2 });
 }
 
-TEST_F(HeldLoopTest, ABlockThatHoldsTheLoopAgainKeepsTheOthersBack)
+TEST_F(LoopSuspensionTest, ABlockThatSuspendsTheLoopAgainKeepsTheOthersBack)
 {
     {
-        const HeldLoop held;
-        HeldLoop::whenFree(m_context, [this] {
-            const HeldLoop heldAgain;
+        const LoopSuspension suspension;
+        LoopSuspension::whenResumed(m_context, [this] {
+            const LoopSuspension suspendedAgain;
             pass(0);
             m_ran.append(1);
         });
-        HeldLoop::whenFree(m_context, note(2));
+        LoopSuspension::whenResumed(m_context, note(2));
     }
 
     ASSERT_TRUE(waitFor([this] { return m_ran.size() == 2; }));
