@@ -1,7 +1,7 @@
 #include "WaitingPanel.h"
 
 #include "ElidedLabel.h"
-#include "InputHold.h"
+#include "InputBlocker.h"
 #include "LoopSuspension.h"
 #include "WorkerCall.h"
 
@@ -56,7 +56,7 @@ WaitingPanel::WaitingPanel(QWidget* parent, const QString& what)
 std::optional<bool> waitForAnswer(QWidget* parent, const QString& what, std::function<bool()> call)
 {
     WaitingPanel panel(parent, what);
-    const InputHold inputHold(panel);
+    const InputBlocker inputBlocker(panel);
     const LoopSuspension suspension;
     const WorkerCall worker(std::move(call));
 

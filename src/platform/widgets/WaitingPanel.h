@@ -16,7 +16,7 @@ public:
 
 /// Has @p call, which may block and owns all that it uses, run on a thread of its own, and waits for its answer as a
 /// plain call would: until then nothing else of the program runs, and input is dropped (see LoopSuspension and
-/// InputHold). Windows are painted all the same, and after half a second a WaitingPanel over @p parent, which may be
+/// InputBlocker). Windows are painted all the same, and after half a second a WaitingPanel over @p parent, which may be
 /// null, says @p what is going on. Answers std::nullopt when the user has stopped waiting; the call then ends by
 /// itself, however late, and its answer is dropped. Nothing else ends the waiting: the program refuses to quit
 /// meanwhile.

@@ -1,4 +1,4 @@
-#include "InputHold.h"
+#include "InputBlocker.h"
 
 #include "Printers.h"
 #include "WaitFor.h"
@@ -49,9 +49,9 @@ protected:
     }
 };
 
-class InputHoldTest : public ::testing::Test {
+class InputBlockerTest : public ::testing::Test {
 protected:
-    InputHoldTest()
+    InputBlockerTest()
         : m_menu(*m_window.menuBar()->addMenu(u"Menu"_s))
         , m_action(*m_menu.addAction(u"Act"_s))
     {
@@ -71,7 +71,7 @@ protected:
         EXPECT_TRUE(QTest::qWaitForWindowActive(&m_window));
         m_field.setFocus();
     }
-    ~InputHoldTest() override
+    ~InputBlockerTest() override
     {
         for (QWidget* const control : { static_cast<QWidget*>(&m_button), static_cast<QWidget*>(&m_field),
                                         static_cast<QWidget*>(&m_box), static_cast<QWidget*>(&m_dropArea) }) {
@@ -102,10 +102,10 @@ protected:
     QStringList m_done;
 };
 
-TEST_F(InputHoldTest, MouseKeysAndShortcutsAreDropped)
+TEST_F(InputBlockerTest, MouseKeysAndShortcutsAreDropped)
 {
     {
-        const InputHold hold(m_free);
+        const InputBlocker blocker(m_free);
         useMouseAndKeys();
     }
     drainEventLoop();
@@ -118,13 +118,13 @@ TEST_F(InputHoldTest, MouseKeysAndShortcutsAreDropped)
     EXPECT_EQ(m_field.text(), u"x"_s);
 }
 
-TEST_F(InputHoldTest, TheFreeWindowTakesInput)
+TEST_F(InputBlockerTest, TheFreeWindowTakesInput)
 {
     auto* const button = new QPushButton(&m_free);
     auto* const box = new QCheckBox(&m_free);
     QObject::connect(button, &QPushButton::clicked, &m_free, &QDialog::reject);
     m_free.show();
-    const InputHold hold(m_free);
+    const InputBlocker blocker(m_free);
 
     choose(*box, QAccessibleActionInterface::toggleAction());
     EXPECT_TRUE(box->isChecked());
@@ -133,10 +133,10 @@ TEST_F(InputHoldTest, TheFreeWindowTakesInput)
     EXPECT_TRUE(m_free.isHidden());
 }
 
-TEST_F(InputHoldTest, WindowsCannotBeClosed)
+TEST_F(InputBlockerTest, WindowsCannotBeClosed)
 {
     {
-        const InputHold hold(m_free);
+        const InputBlocker blocker(m_free);
         EXPECT_FALSE(m_window.close());
         m_window.windowHandle()->close(); // As the window manager asks.
         EXPECT_TRUE(m_window.isVisible());
@@ -145,12 +145,12 @@ TEST_F(InputHoldTest, WindowsCannotBeClosed)
     EXPECT_TRUE(m_window.close());
 }
 
-TEST_F(InputHoldTest, ADropIsRefusedAndTheDragHearsThatItIsOver)
+TEST_F(InputBlockerTest, ADropIsRefusedAndTheDragHearsThatItIsOver)
 {
     QMimeData data;
     QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&m_dropArea, &enter);
-    const InputHold hold(m_free);
+    const InputBlocker blocker(m_free);
 
     QDropEvent drop({ 5, 5 }, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&m_dropArea, &drop);
@@ -162,11 +162,11 @@ TEST_F(InputHoldTest, ADropIsRefusedAndTheDragHearsThatItIsOver)
     EXPECT_EQ(m_dropArea.events, (QStringList{ u"enter"_s, u"leave"_s }));
 }
 
-TEST_F(InputHoldTest, WhatAScreenReaderChoosesComesToNothing)
+TEST_F(InputBlockerTest, WhatAScreenReaderChoosesComesToNothing)
 {
     bool isOver = false;
     {
-        const InputHold hold(m_free);
+        const InputBlocker blocker(m_free);
         QAccessible::queryAccessibleInterface(&m_menu)->child(0)->actionInterface()->doAction(
             QAccessibleActionInterface::pressAction());
         choose(m_box, QAccessibleActionInterface::toggleAction());
@@ -183,11 +183,11 @@ TEST_F(InputHoldTest, WhatAScreenReaderChoosesComesToNothing)
     EXPECT_FALSE(m_box.isChecked());
 }
 
-TEST_F(InputHoldTest, MenusClose)
+TEST_F(InputBlockerTest, MenusClose)
 {
     m_menu.popup({ 10, 10 });
     ASSERT_EQ(QApplication::activePopupWidget(), &m_menu);
-    const InputHold hold(m_free);
+    const InputBlocker blocker(m_free);
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 
     m_menu.popup({ 10, 10 }); // As a screen reader can.
@@ -195,7 +195,7 @@ TEST_F(InputHoldTest, MenusClose)
     EXPECT_TRUE(waitFor([] { return QApplication::activePopupWidget() == nullptr; }));
 }
 
-TEST_F(InputHoldTest, AfterwardsAllCanBeDoneThatCouldBeDoneBefore)
+TEST_F(InputBlockerTest, AfterwardsAllCanBeDoneThatCouldBeDoneBefore)
 {
     QAction* const disabled = m_menu.addAction(u"Not now"_s);
     disabled->setEnabled(false);
@@ -204,7 +204,7 @@ TEST_F(InputHoldTest, AfterwardsAllCanBeDoneThatCouldBeDoneBefore)
                             m_box.isEnabled(), m_button.isEnabled() };
     };
     {
-        const InputHold hold(m_free);
+        const InputBlocker blocker(m_free);
         EXPECT_EQ(states(), (QList<bool>{ false, false, true, false, true }));
     }
 

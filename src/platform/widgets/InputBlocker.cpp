@@ -1,4 +1,4 @@
-#include "InputHold.h"
+#include "InputBlocker.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -47,7 +47,7 @@ bool isInput(QEvent::Type type)
     }
 }
 
-/// Those show in the menu bar all the time, and only open their menu.
+/// The menu bar shows these all the time, and they only open their menu.
 bool isTitleOfMenu(const QObject& control)
 {
     return qobject_cast<const QMenu*>(control.parent()) != nullptr
@@ -56,20 +56,20 @@ bool isTitleOfMenu(const QObject& control)
 
 } // namespace
 
-InputHold::InputHold(const QWidget& window)
+InputBlocker::InputBlocker(const QWidget& window)
     : m_window(window)
 {
     QDrag::cancel(); // A drag of ours would never learn that the mouse was released.
     while (QWidget* const menu = QApplication::activePopupWidget()) {
-        menu->close(); // It would keep mouse and keyboard to itself.
+        menu->close(); // An open menu grabs mouse and keyboard.
     }
-    // What a screen reader chooses reaches these in a call, without an event.
+    // A screen reader triggers these by a call, without an event.
     disable(m_actions);
     disable(m_checkBoxes);
     qApp->installEventFilter(this);
 }
 
-InputHold::~InputHold()
+InputBlocker::~InputBlocker()
 {
     for (const QPointer<QAction>& action : m_actions) {
         if (action != nullptr) {
@@ -83,11 +83,11 @@ InputHold::~InputHold()
     }
 }
 
-template <typename Control> void InputHold::disable(QList<QPointer<Control>>& disabled) const
+template <typename Control> void InputBlocker::disable(QList<QPointer<Control>>& disabled) const
 {
     for (const QWidget* window : QApplication::topLevelWidgets()) {
         if (window == &m_window || window->parentWidget() != nullptr) {
-            continue; // The children of one with a parent are among the parent's.
+            continue; // Its children are among its parent's.
         }
         for (Control* control : window->findChildren<Control*>()) {
             if (control->isEnabled() && !isTitleOfMenu(*control) && !isInWindow(*control)) {
@@ -98,7 +98,7 @@ template <typename Control> void InputHold::disable(QList<QPointer<Control>>& di
     }
 }
 
-bool InputHold::isInWindow(const QObject& object) const
+bool InputBlocker::isInWindow(const QObject& object) const
 {
     for (const QObject* part = &object; part != nullptr; part = part->parent()) {
         if (part == &m_window || part == m_window.windowHandle()) {
@@ -108,7 +108,7 @@ bool InputHold::isInWindow(const QObject& object) const
     return false;
 }
 
-bool InputHold::eventFilter(QObject* watched, QEvent* event)
+bool InputBlocker::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Timer && qobject_cast<QAbstractButton*>(watched) != nullptr && !isInWindow(*watched)) {
         // A button that a screen reader has pressed stays down for a moment before it acts: it comes up without acting.
@@ -123,7 +123,7 @@ bool InputHold::eventFilter(QObject* watched, QEvent* event)
         return false;
     }
     if (event->type() == QEvent::Drop) {
-        // Where the drag has shown itself welcome it hears that it is over.
+        // A widget that has accepted the drag learns that it is over.
         QDragLeaveEvent leave;
         QCoreApplication::sendEvent(watched, &leave);
     }
