@@ -176,7 +176,7 @@ QByteArrayList stepsOf(Manner manner, const Spot& spot)
 Ending endingInTurn(Fault fault, Operation operation, const Spot& spot)
 {
     if (fault.stage == Stage::Quit) {
-        return { Ending::Kind::Works }; // Nobody waits for an answer to a farewell.
+        return { Ending::Kind::Works }; // Nobody waits for the reply to QUIT.
     }
     switch (fault.manner) {
     case Manner::Refused: {

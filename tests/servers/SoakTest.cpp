@@ -51,7 +51,7 @@ protected:
         timeouts.confirmation = 1s;
         timeouts.stalledData = 1s;
         timeouts.reason = 200ms;
-        timeouts.farewell = 1ms;
+        timeouts.quitGrace = 1ms;
     }
 
     /// A fault that the next upload meets, now and then one that it survives.

@@ -4,11 +4,11 @@
 
 #include <chrono>
 
-/// The usual time limits, but for that of a farewell: to a server that counts out at once who has left.
+/// The usual time limits, but for the one behind a QUIT: to a server that ends a session as soon as it has closed it.
 inline FTPTimeouts usualTimeouts()
 {
     FTPTimeouts timeouts;
-    timeouts.farewell = std::chrono::milliseconds(1);
+    timeouts.quitGrace = std::chrono::milliseconds(1);
     return timeouts;
 }
 

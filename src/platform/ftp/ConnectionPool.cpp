@@ -73,7 +73,7 @@ void ConnectionPool::settle(ControlConnection& connection)
     }
 }
 
-void ConnectionPool::takeLeave(ControlConnection& connection)
+void ConnectionPool::quit(ControlConnection& connection)
 {
     connection.setUser(nullptr);
     dismiss(connection);
@@ -87,23 +87,23 @@ void ConnectionPool::discard(ControlConnection& connection)
 
 void ConnectionPool::dismiss(ControlConnection& connection)
 {
-    if (connection.isLeaving()) {
+    if (connection.isClosing()) {
         return;
     }
     if (!connection.isUsable()) {
         discard(connection);
         return;
     }
-    // It stays until the server has closed it: before that, the server may refuse the login that it makes room for.
+    // It stays until the server has closed it: before that, the server may refuse the next login.
     connection.quit();
     entryOf(connection)->watchdog.start(m_timeouts.drain);
 }
 
 void ConnectionPool::ended(ControlConnection& connection)
 {
-    if (connection.isLeaving()) {
-        // A server with a process for each session counts it out only when that process is gone, behind the close.
-        entryOf(connection)->watchdog.start(m_timeouts.farewell);
+    if (connection.isClosing()) {
+        // A server with a process for each session counts the login until that process has ended, after the close.
+        entryOf(connection)->watchdog.start(m_timeouts.quitGrace);
     } else {
         remove(connection);
     }
@@ -115,8 +115,8 @@ void ConnectionPool::remove(ControlConnection& connection)
                                     [&connection](const auto& each) { return each->connection == &connection; });
     if (entry != m_entries.end()) {
         const FTPServerKey key = connection.key();
-        // One that never got in makes no room, and waking others for it would have them knock in turn for ever. But
-        // when it was the last one, nobody else would wake them.
+        // A connection that never logged in frees no login, and waking waiters for it would make them try in turn for
+        // ever. But when it was the last one, nothing else would wake them.
         const bool makesRoom = connection.session().loggedIn || !hasOther(connection);
         connection.deleteLater();
         m_entries.erase(entry);
@@ -171,8 +171,8 @@ void ConnectionPool::becameFree(const FTPServerKey& key)
         Qt::QueuedConnection);
 }
 
-/// Answers whether a transfer with @p key need not wait: it has a connection to take over, or none of another login is
-/// left that could make room by leaving.
+/// Answers whether a transfer with @p key need not wait: there is a connection that it can take over, or none of
+/// another login is left that could be closed for it.
 bool ConnectionPool::makeWay(const FTPServerKey& key)
 {
     std::vector<ControlConnection*> inTheWay;

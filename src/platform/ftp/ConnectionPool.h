@@ -17,7 +17,7 @@
 class DeliveryGate;
 
 /// The control connections of an engine: in use, kept for the next transfer, being drained of replies that nobody waits
-/// for, or leaving.
+/// for, or closing.
 class ConnectionPool final : public QObject {
     Q_OBJECT
 
@@ -36,24 +36,24 @@ public:
                                const QHostAddress& preferredAddress);
     /// The user has finished; a sound connection is kept, once the replies still due have come.
     void release(ControlConnection& connection);
-    /// The user has finished, and so has the connection: it takes leave of the server.
-    void takeLeave(ControlConnection& connection);
+    /// The user has finished, and the connection is not kept: it sends QUIT.
+    void quit(ControlConnection& connection);
     /// The connection is of no further use.
     void discard(ControlConnection& connection);
 
     /// How many connections are kept, ready for use.
     qsizetype idleCount() const;
-    /// How many connections there are, those included that are leaving.
+    /// How many connections there are, including closing ones.
     qsizetype connectionCount() const { return static_cast<qsizetype>(m_entries.size()); }
-    /// Whether the server serves this engine through another connection than @p connection. One that is leaving counts
-    /// until the server has closed it and had a moment to count it out.
+    /// Whether this engine has another connection to the server than @p connection. A closing one counts until the
+    /// server has closed it and quitGrace has passed.
     bool hasOther(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
     /// @p context is destroyed before. @p retry answers whether it took the chance; if not, the next in line gets it.
     void callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry);
 
-    /// Takes leave of a server on all connections to it that nobody uses, for a server that allows no second login.
-    /// Returns at once; the server may take a moment to let them go.
+    /// Sends QUIT on all connections to a server that nobody uses, for a server that allows no second login. Returns at
+    /// once; the server may take a moment to close them.
     void closeIdle(const QString& host, quint16 port);
 
     /// What a server has said last, as ControlConnection::replied() tells it; null at first.
@@ -78,7 +78,7 @@ private:
         {
         }
         ControlConnection* connection = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
-        Watchdog watchdog; ///< Ends a drain or a leave that takes too long, and a connection that idles.
+        Watchdog watchdog; ///< Ends a drain or a QUIT that takes too long, and a connection that idles.
     };
     struct Waiter {
         FTPServerKey key;

@@ -9,7 +9,7 @@ class FTPEngine;
 class Transfer;
 
 /// Tries a connection as the streams of an engine would make it: the same conversation up to the folder, on a
-/// connection of its own that takes leave at once, so that no kept connection hides a wrong login.
+/// connection of its own that quits at the end, so that no kept connection hides a wrong login.
 class ConnectionProbe final : public FTPProbe {
 public:
     /// @p trust judges certificates that are not good, and outlives the probe; null: they are refused.

@@ -146,7 +146,7 @@ void ControlConnection::beginHandshake()
 void ControlConnection::quit()
 {
     m_user = nullptr;
-    m_leaving = true;
+    m_closing = true;
     send({ { FTPVerb::Quit, {} } });
 }
 
@@ -249,7 +249,7 @@ void ControlConnection::dispatch(Reply reply)
     const QByteArray line = QByteArray::number(reply.code) + ' ' + escapedForLog(readableText(answered, reply.text));
     qCDebug(ftpLog, "< %s", line.constData());
     reply.readable = QString::fromUtf8(line);
-    if (!m_leaving) {
+    if (!m_closing) {
         emit replied(reply.readable);
     }
     if (m_pending.isEmpty()) {
@@ -270,7 +270,7 @@ void ControlConnection::dispatch(Reply reply)
     }
     if (m_user != nullptr) {
         m_user->replyArrived(command, reply);
-    } else if (m_pending.isEmpty() && !m_leaving) {
+    } else if (m_pending.isEmpty() && !m_closing) {
         emit drained();
     }
 }

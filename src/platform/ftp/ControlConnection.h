@@ -55,8 +55,8 @@ public:
     /// Goes on in TLS, when the server has agreed to it (AUTH) and nothing is pending. Whatever else has come by then
     /// is dropped: it may be anybody's (RFC 4217, section 15).
     void startEncryption();
-    /// Takes leave of the server with a QUIT. What still comes is passed over, and the connection lasts until the
-    /// server closes it, which ended() tells, or until it is dropped.
+    /// Sends QUIT. Further replies are ignored, and the connection lasts until the server closes it, which ended()
+    /// reports, or until it is dropped.
     void quit();
     /// Ends the connection at once. Nothing is reported.
     void drop();
@@ -66,9 +66,9 @@ public:
     bool isInUse() const { return m_user != nullptr; }
 
     /// Whether a further transfer may use it once nothing is pending.
-    bool isUsable() const { return m_established && !m_ended && !m_suspect && !m_leaving; }
-    /// Whether it has taken leave; it may have ended since.
-    bool isLeaving() const { return m_leaving; }
+    bool isUsable() const { return m_established && !m_ended && !m_suspect && !m_closing; }
+    /// Whether it has sent QUIT; it may have ended since.
+    bool isClosing() const { return m_closing; }
     /// Whether replies are still to come.
     bool isPending() const { return !m_pending.isEmpty(); }
     /// Whether the TCP connection stands.
@@ -97,11 +97,11 @@ public:
 
 signals:
     /// The server has said @p line: the last of a reply, with its code, escaped like a line of the log, without the
-    /// password. Not told of one that is leaving.
+    /// password. Not emitted while closing.
     void replied(const QString& line);
     /// The TCP connection stands.
     void established();
-    /// Nothing is pending and nobody uses it. Not told of one that is leaving.
+    /// Nothing is pending and nobody uses it. Not emitted while closing.
     void drained();
     /// It has ended while nobody used it.
     void ended();
@@ -133,7 +133,7 @@ private:
     bool m_ended = false;
     bool m_reused = false;
     bool m_suspect = false;
-    bool m_leaving = false; ///< QUIT was sent.
+    bool m_closing = false; ///< QUIT was sent.
     bool m_repeatsPassword = false; ///< The server has repeated the password in a reply.
     bool m_isSending = false; ///< send() has not returned.
     bool m_remoteClosed = false; ///< The socket has ended; what it delivered before is still read.

@@ -13,7 +13,7 @@ enum class FTPProbeState {
     Connecting, ///< The server is being looked for; if need be, a login of ours has to end first.
     LoggingIn, ///< It is there. Encryption and login are being settled.
     OpeningFolder, ///< The login was accepted.
-    Works, ///< The end: the folder was opened, and leave was taken.
+    Works, ///< The end: the folder was opened, and QUIT was sent.
     Unreachable, ///< The end: there is no such host, or nobody listens there.
     NoAnswer, ///< The end: silence for too long.
     Lost, ///< The end: the server has ended the connection, or said what makes no sense.

@@ -16,6 +16,7 @@ struct FTPTimeouts {
     std::chrono::milliseconds loginReason = std::chrono::seconds(5);
     std::chrono::milliseconds acceptance = std::chrono::seconds(1); ///< For a 150 when data is there already.
     std::chrono::milliseconds drain = std::chrono::seconds(2); ///< For the replies to what was given up.
-    std::chrono::milliseconds farewell = std::chrono::milliseconds(200); ///< For a server to count out who has left.
+    std::chrono::milliseconds quitGrace
+        = std::chrono::milliseconds(200); ///< For a server to end a session that it has closed.
     std::chrono::milliseconds idle = std::chrono::seconds(60); ///< That an unused control connection is kept.
 };

@@ -169,7 +169,7 @@ void Transfer::letGoOfConnection(bool keep)
     if (!keep || !connection->session().loggedIn) {
         m_engine.pool().discard(*connection);
     } else if (m_request.kind == Kind::ConnectionTest) {
-        m_engine.pool().takeLeave(*connection);
+        m_engine.pool().quit(*connection);
     } else {
         m_engine.pool().release(*connection);
     }

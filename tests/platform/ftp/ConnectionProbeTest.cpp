@@ -66,7 +66,7 @@ protected:
     std::optional<State> m_stopsAt;
 };
 
-TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndTakesLeave)
+TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndQuits)
 {
     probe();
     EXPECT_TRUE(m_states.empty()); // From the loop, as always.

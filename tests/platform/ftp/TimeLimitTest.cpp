@@ -315,7 +315,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wait{ "ForTheAnnouncementOfDataThatIsThere", { &Limits::acceptance }, &TimeLimitTest::acceptance },
         Wait{ "ForRepliesToWhatWasGivenUp", { &Limits::drain }, &TimeLimitTest::drain },
         Wait{ "ForTheEndBehindAQuit", { &Limits::drain }, &TimeLimitTest::leave },
-        Wait{ "ForAServerToCountOut", { &Limits::farewell }, &TimeLimitTest::farewell },
+        Wait{ "ForAServerToCountOut", { &Limits::quitGrace }, &TimeLimitTest::quitGrace },
         Wait{ "ForAUseOfAKeptConnection", { &Limits::idle }, &TimeLimitTest::idle }),
     [](const auto& each) { return std::string(each.param.name); });
 
