@@ -9,8 +9,9 @@ QString protectionText(const FTPSecurity& security)
     if (security.protocol.isNull()) {
         return u"Nothing was encrypted."_s;
     }
-    return security.isVouchedFor ? u"Encrypted with %1."_s.arg(security.protocol)
-                                 : u"Encrypted with %1; you trust the server’s certificate."_s.arg(security.protocol);
+    return security.isTrustedBySystem
+        ? u"Encrypted with %1."_s.arg(security.protocol)
+        : u"Encrypted with %1; you trust the server’s certificate."_s.arg(security.protocol);
 }
 
 } // namespace

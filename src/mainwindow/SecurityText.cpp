@@ -12,7 +12,7 @@ QString securityText(const std::optional<FTPSecurity>& security)
     }
     const QString how = u"The last connection was encrypted with %1, %2. "_s.arg(security->protocol, security->cipher);
     return how
-        + (security->isVouchedFor
+        + (security->isTrustedBySystem
                ? u"The system vouches for the server's certificate."_s
                : u"The server's certificate is one that you trust; the system does not vouch for it."_s);
 }
@@ -25,5 +25,5 @@ Padlock securityPadlock(const std::optional<FTPSecurity>& security)
     if (security->protocol.isNull()) {
         return Padlock::Open;
     }
-    return security->isVouchedFor ? Padlock::Closed : Padlock::Ticked;
+    return security->isTrustedBySystem ? Padlock::Closed : Padlock::Ticked;
 }

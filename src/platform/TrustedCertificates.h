@@ -6,7 +6,7 @@
 #include <QHash>
 #include <QString>
 
-/// The certificates that the user trusts although nobody vouches for them: one for each host and port, by its SHA-256
+/// The certificates that the user trusts although the system does not: one for each host and port, by its SHA-256
 /// fingerprint, in a file that only its owner may read. Every read sees the file as it is; it is written atomically.
 /// All calls belong to the main thread.
 ///

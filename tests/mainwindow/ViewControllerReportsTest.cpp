@@ -51,9 +51,9 @@ TEST_F(ViewControllerReportsTest, ThePadlockTellsHowTheLastConnectionWasProtecte
 
     const QList<std::pair<FTPSecurity, QString>> states{
         { {}, u"The last connection was not encrypted: the password and the files travelled in clear."_s },
-        { { .protocol = u"TLSv1.3"_s, .isVouchedFor = true, .cipher = u"AES"_s },
+        { { .protocol = u"TLSv1.3"_s, .isTrustedBySystem = true, .cipher = u"AES"_s },
           u"The last connection was encrypted with TLSv1.3, AES. The system vouches for the server's certificate."_s },
-        { { .protocol = u"TLSv1.2"_s, .isVouchedFor = false, .cipher = u"AES"_s },
+        { { .protocol = u"TLSv1.2"_s, .isTrustedBySystem = false, .cipher = u"AES"_s },
           u"The last connection was encrypted with TLSv1.2, AES. The server's certificate is one that you trust; the "
           "system does not vouch for it."_s },
     };

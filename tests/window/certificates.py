@@ -8,7 +8,7 @@ from OpenSSL import crypto
 
 
 def make_certificate(folder, names="IP:127.0.0.1", subject="test server"):
-    """Makes a certificate that vouches for itself. Answers the file that holds it and its key, and its fingerprint."""
+    """Makes a self-signed certificate. Answers the file that holds it and its key, and its fingerprint."""
     key = crypto.PKey()
     key.generate_key(crypto.TYPE_RSA, 2048)
     certificate = crypto.X509()

@@ -6,7 +6,7 @@
 
 #include <functional>
 
-/// A certificate that the system's store and the name of the host do not vouch for, and where it was shown.
+/// A certificate that is not good by the system's store or the name of the host, and the server that has shown it.
 struct CertificateQuestion {
     QString host; ///< As the location spells it, without brackets.
     quint16 port = 21;

@@ -8,8 +8,8 @@
 
 /// What is wrong with a server's certificate.
 enum class CertificateProblem {
-    SelfSigned, ///< It vouches for itself, or its issuer does and is not known.
-    UnknownIssuer, ///< No authority that the system trusts vouches for it.
+    SelfSigned, ///< It is signed by itself, or by an issuer that is signed by itself and not known.
+    UnknownIssuer, ///< No authority that the system trusts has signed it.
     Expired, ///< It, or one above it, is no longer valid.
     NotYetValid, ///< It, or one above it, is not valid yet.
     WrongHost, ///< It was issued for another host.

@@ -58,7 +58,7 @@ public:
     /// The peer's certificate; known when the handshake is done.
     ServerCertificate certificate() const;
     /// Whether nothing is wrong with the certificate.
-    bool isVouchedFor() const { return m_problems.isEmpty(); }
+    bool isTrustedBySystem() const { return m_problems.isEmpty(); }
     /// The version that is spoken, such as "TLSv1.3".
     QString protocol() const;
     /// What is encrypted with, such as "TLS_AES_256_GCM_SHA384".

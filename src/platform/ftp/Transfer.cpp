@@ -231,7 +231,7 @@ void Transfer::setUp()
 {
     const TlsChannel* const tls = m_try.connection->tls();
     m_progress.security
-        = tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isVouchedFor(), tls->cipher() } : FTPSecurity();
+        = tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isTrustedBySystem(), tls->cipher() } : FTPSecurity();
     if (m_request.kind != Kind::ConnectionTest) {
         m_engine.pool().setLastSecurity(*m_progress.security);
     }

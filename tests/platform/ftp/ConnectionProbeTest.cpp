@@ -277,7 +277,7 @@ TEST_F(ConnectionProbeTest, EncryptedItSaysNothingBeforeTheHandshake)
 
     ASSERT_TRUE(m_last.security);
     EXPECT_TRUE(m_last.security->protocol.startsWith(u"TLSv1."_s));
-    EXPECT_FALSE(m_last.security->isVouchedFor);
+    EXPECT_FALSE(m_last.security->isTrustedBySystem);
 }
 
 TEST_F(ConnectionProbeTest, ItLeavesThePadlockOfTheTransfersAlone)

@@ -167,7 +167,7 @@ TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
     EXPECT_EQ(m_factory.lastSecurity()->protocol, u"TLSv1.2"_s);
     EXPECT_TRUE(m_factory.lastSecurity()->cipher.contains(u"AES"_s)
                 || m_factory.lastSecurity()->cipher.contains(u"CHACHA"_s));
-    EXPECT_FALSE(m_factory.lastSecurity()->isVouchedFor);
+    EXPECT_FALSE(m_factory.lastSecurity()->isTrustedBySystem);
     m_recorder.close();
 
     m_encryption = FTPEncryption::None;

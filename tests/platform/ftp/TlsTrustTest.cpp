@@ -1,4 +1,4 @@
-// Certificates that the system does not vouch for.
+// Certificates that the system does not trust.
 
 #include "EnvironmentValue.h"
 #include "RecordingJudge.h"
@@ -32,7 +32,7 @@ protected:
     EngineStreamFactory m_judged{ m_engine, m_judge };
 };
 
-TEST_F(TlsTrustTest, ACertificateThatNobodyVouchesForIsRefusedBeforeTheLogin)
+TEST_F(TlsTrustTest, ACertificateThatNobodyTrustsIsRefusedBeforeTheLogin)
 {
     startUpload(u"/f"_s, "x");
     auto control = greet();
@@ -73,7 +73,7 @@ TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
     startUpload(u"/f"_s, "x");
 
     EXPECT_EQ(greet()->hear(), "PBSZ 0");
-    EXPECT_TRUE(m_factory.lastSecurity()->isVouchedFor);
+    EXPECT_TRUE(m_factory.lastSecurity()->isTrustedBySystem);
 }
 
 TEST_F(TlsTrustTest, TheQuestionTellsEverything)
