@@ -32,7 +32,7 @@ QDBusMessage callTo(const QString& busName, const QString& method, const QVarian
     return call;
 }
 
-/// What tells a running program of @p files and @p action, in order; never nothing.
+/// The calls that hand @p files and @p action to a running program, in order; at least one.
 QList<QDBusMessage> callsTo(const QString& busName, const QStringList& files, const QString& action)
 {
     const QVariantMap platformData;

@@ -28,7 +28,7 @@ public:
     /// launcher is looked for once.
     DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop);
 
-    /// What is said of a queue that was worked off; null when the user has ended it and there is nothing to tell.
+    /// The text about a finished queue; null when the user has ended it and there is nothing to report.
     static QString drainedText(const FileTally& tally);
 
 signals:

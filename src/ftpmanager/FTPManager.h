@@ -31,7 +31,7 @@ class UploadSource;
 ///
 /// Every operation answers false, or nothing, when the server record is null or has a null destination, user name or
 /// password or a port below 1 (the log says which), when an argument is not as its comment says (without a word), or
-/// when the server or the network refused. Nothing more is told of a refusal; see FTPManagerLog.h for what is logged.
+/// when the server or the network refused. The reason is not reported; see FTPManagerLog.h for what is logged.
 /// Operations wait as long as the server is silent, up to the time limits of the streams.
 ///
 /// With a record whose encryption() is required, every operation holds its conversation and moves its data inside TLS,

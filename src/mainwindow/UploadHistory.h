@@ -15,8 +15,8 @@
 #include <utility>
 
 /// What has become of each file of this run, one row for each, in the order in which they were queued or started. It
-/// only observes: whoever queues, starts and ends uploads tells it. Each call costs the same however long the history
-/// is, but for those that say how they scale. Belongs to the main thread.
+/// only observes: the code that queues, starts and ends uploads reports to it. Each call costs the same however long
+/// the history is, unless its comment says how it scales. Belongs to the main thread.
 class UploadHistory final : public QAbstractTableModel {
     Q_OBJECT
 
@@ -41,10 +41,10 @@ public:
     void fileConfirmed(qint64 sent, const QString& reply);
     /// The file has ended otherwise: failed with @p status, was stopped, or was not found.
     void fileEnded(HistoryEntry::Outcome outcome, const QString& status, const QString& reply);
-    /// Something worth a line that is no file, such as input that was passed over.
+    /// An event worth a line that is no file, such as ignored input.
     void note(const QString& text);
 
-    // The list of the server beside it: what it lists a confirmed file with is compared with what was sent.
+    // The server's listing: the listed size of a confirmed file is compared with the size that was sent.
 
     /// A listing of the folder @p place begins.
     void listingStarts(const QString& place);

@@ -235,7 +235,7 @@ signals:
     /// Not told of what the program begins by itself, such as the next file of the queue.
     void triesAnew();
 
-    /// What moves and waits has changed; told by the tick that sees it.
+    /// The transfers under way or the queue have changed; emitted by the tick that notices it.
     void activityChanged(const TransferActivity& activity);
 
 private:
@@ -282,7 +282,7 @@ private:
     void showSecurity();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
-    void tellActivity();
+    void reportActivity();
     void startUpload(const QString& path, const QString& destination);
     void stopUpload();
     void startListing(const QString& location);
@@ -326,7 +326,7 @@ private:
     bool m_isStartingUpload = false; ///< The upload controller has been asked to start and has not answered yet.
     bool m_hasStartedUpload = false; ///< It has, and its stream was opened.
     QString m_startStatus; ///< What it said last while it started.
-    TransferActivity m_toldActivity;
+    TransferActivity m_reportedActivity;
     std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
     QString m_listedLocation; ///< Of the folder whose items the list holds.

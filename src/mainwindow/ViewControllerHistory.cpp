@@ -1,4 +1,4 @@
-// What the history of this run and the desktop are told. They observe; nothing that is sent depends on them.
+// Reports to the history of this run and to the desktop. Both only observe; no upload depends on them.
 
 #include "ViewController.h"
 
@@ -55,7 +55,7 @@ void ViewController::noteConfirmation()
     }
 }
 
-void ViewController::tellActivity()
+void ViewController::reportActivity()
 {
     TransferActivity activity{ .isMoving = m_pc->isSending() || m_gc->isReceiving(),
                                .isWaiting = !m_fileUploadQueue.isEmpty() && m_hasDestination };
@@ -64,8 +64,8 @@ void ViewController::tellActivity()
     } else if (activity.isMoving) {
         activity.progress = static_cast<double>(m_percent) / 100;
     }
-    if (activity != m_toldActivity) {
-        m_toldActivity = activity;
+    if (activity != m_reportedActivity) {
+        m_reportedActivity = activity;
         emit activityChanged(activity);
     }
 }

@@ -98,7 +98,7 @@ void ViewController::onTick()
     startNextUpload(isNewSecond);
     showListingState();
     showWhatCanBeDone();
-    tellActivity();
+    reportActivity();
     m_shownLook = isProgressShown ? std::optional(now) : std::nullopt;
 }
 

@@ -5,8 +5,8 @@
 
 #include <optional>
 
-/// One item of a directory listing. What the server's line did not tell is null or has no value. Kept small, because
-/// a folder may hold 100,000 items; items of the same owner share its text.
+/// One item of a directory listing. A field that the server's line did not have is null or has no value. Kept small,
+/// because a folder may hold 100,000 items; items of the same owner share its text.
 struct ListingEntry {
     // The codes of `type`, as in dirent.h.
     static constexpr int folderType = 4;

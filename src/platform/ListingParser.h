@@ -12,7 +12,7 @@ struct ParsedListing {
     /// How many bytes the line took, its line end included; 0 when there is no whole line yet; negative when what
     /// comes is no listing: a line of more than maximumListingLine bytes.
     qint64 consumed = 0;
-    /// The item that the line tells of. Lines such as "total 12" and those that make no sense have none.
+    /// The item that the line describes. Lines such as "total 12" and lines that cannot be parsed have none.
     std::optional<ListingEntry> entry;
 };
 

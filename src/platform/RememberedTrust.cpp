@@ -18,7 +18,7 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
         answer(true);
     } else if (!known.isEmpty()) {
         answer(false);
-        tellOfChange(question, known);
+        warnOfChange(question, known);
     } else if (m_refused.contains(shown)) {
         answer(false);
     } else {
@@ -30,11 +30,11 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
     }
 }
 
-void RememberedTrust::tellOfChange(const CertificateQuestion& question, const QByteArray& known)
+void RememberedTrust::warnOfChange(const CertificateQuestion& question, const QByteArray& known)
 {
     const Shown place{ question.host.toLower(), question.port, {} };
-    if (!m_toldOf.contains(place)) {
-        m_toldOf.insert(place);
+    if (!m_warnedAbout.contains(place)) {
+        m_warnedAbout.insert(place);
         m_prompt.certificateHasChanged(question, known);
     }
 }
@@ -42,7 +42,7 @@ void RememberedTrust::tellOfChange(const CertificateQuestion& question, const QB
 void RememberedTrust::forgetRefusals()
 {
     m_refused.clear();
-    m_toldOf.clear();
+    m_warnedAbout.clear();
 }
 
 /// False when the answer cannot count: another certificate has come to be trusted there since the question.
@@ -55,7 +55,7 @@ bool RememberedTrust::answered(const CertificateQuestion& question, bool isTrust
     }
     const QByteArray known = m_store.fingerprint(question.host, question.port);
     if (!known.isEmpty() && known != fingerprint) {
-        tellOfChange(question, known);
+        warnOfChange(question, known);
         return false;
     }
     m_store.trust(question.host, question.port, fingerprint);

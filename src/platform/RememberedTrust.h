@@ -11,10 +11,10 @@
 
 class TrustedCertificates;
 
-/// Asks a person about certificates. All calls come on the main thread.
+/// Asks the user about certificates. All calls come on the main thread.
 class CertificatePrompt {
 public:
-    /// @p answer is to be called once, at once or later: true when the person trusts the certificate, which is then
+    /// @p answer is to be called once, at once or later: true when the user trusts the certificate, which is then
     /// remembered for its host and port.
     virtual void askToTrust(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) = 0;
     /// The server has shown another certificate than the one that is trusted there, which may be an attack. It has been
@@ -26,10 +26,10 @@ protected:
     ~CertificatePrompt() = default;
 };
 
-/// Decides about certificates by what is remembered, and asks a person about the rest.
+/// Decides about certificates by the remembered answers, and asks the user about the others.
 ///
-/// An answer counts until further notice, so that a queue of files is one question: trust for ever, a refusal until
-/// forgetRefusals() is called. Likewise a changed certificate is told of once. Belongs to the main thread.
+/// An answer counts for the transfers that follow, so that a queue of files asks once: trust for ever, a refusal until
+/// forgetRefusals() is called. Likewise a changed certificate is reported once. Belongs to the main thread.
 class RememberedTrust final : public CertificateTrust {
 public:
     /// Both outlive it.
@@ -38,8 +38,8 @@ public:
 
     void judge(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) override;
 
-    /// The person may be asked again about what was refused, and told again of what has changed: to be called when
-    /// somebody tries anew on purpose.
+    /// The user may be asked again about a refused certificate, and warned again of a changed one: to be called when
+    /// the user requests a connection.
     void forgetRefusals();
 
 private:
@@ -56,11 +56,11 @@ private:
     };
 
     bool answered(const CertificateQuestion& question, bool isTrusted);
-    void tellOfChange(const CertificateQuestion& question, const QByteArray& known);
+    void warnOfChange(const CertificateQuestion& question, const QByteArray& known);
 
     TrustedCertificates& m_store;
     CertificatePrompt& m_prompt;
     QSet<Shown> m_refused;
-    QSet<Shown> m_toldOf; ///< Where another one than the trusted one was shown; without fingerprints.
+    QSet<Shown> m_warnedAbout; ///< Where another certificate than the trusted one was shown; no fingerprints.
     WeakAnchor m_anchor;
 };

@@ -24,7 +24,7 @@ std::function<void(const QString&, const QString&)>& installedPresenter()
 }
 
 /// The alerts that are asked for again and again, as for each file of a long queue without a connection. One alert
-/// tells of a whole run; otherwise there would be another as soon as one is answered, for as long as the queue lasts.
+/// stands for a whole run; otherwise there would be another as soon as one is answered, for as long as the queue lasts.
 class AlertRuns {
 public:
     /// Whether the request begins a run, so that its alert is to be shown.

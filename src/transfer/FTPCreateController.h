@@ -5,7 +5,7 @@
 /// Receives the reports of one FTPCreateController, on the thread that started the creation.
 class FTPCreateControllerDelegate {
 public:
-    /// What the creation is doing, or how it has ended: success and failure are told by this text alone.
+    /// What the creation is doing, or how it has ended: only this text reports success and failure.
     virtual void updateStatus(const QString& status) = 0;
 
 protected:

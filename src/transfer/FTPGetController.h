@@ -16,7 +16,7 @@ public:
     virtual void percentDone(float percent) = 0;
     /// Bytes of the file that have been written; follows each percentDone().
     virtual void bytesDone(float bytes) = 0;
-    /// What the download is doing, or how it has ended: success and failure are told by this text alone.
+    /// What the download is doing, or how it has ended: only this text reports success and failure.
     virtual void updateStatus(const QString& status) = 0;
 
 protected:

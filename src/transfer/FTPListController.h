@@ -12,7 +12,7 @@
 /// Receives the reports of one FTPListController, on the thread that started the listing.
 class FTPListControllerDelegate {
 public:
-    /// What the listing is doing, or how it has ended: success and failure are told by this text alone.
+    /// What the listing is doing, or how it has ended: only this text reports success and failure.
     virtual void updateListingStatus(const QString& status) = 0;
     /// The items of one received block, in the server's order; never empty.
     virtual void addListEntries(const QList<ListingEntry>& entries) = 0;

@@ -59,7 +59,7 @@ TEST_F(DragDropViewTest, ADragOfFilesHighlightsAndOffersACopy)
     EXPECT_TRUE(view().highlight());
 }
 
-TEST_F(DragDropViewTest, EnterIsAcceptedInEitherCaseSoThatLeavingIsTold)
+TEST_F(DragDropViewTest, EnterIsAcceptedInEitherCaseSoThatLeavingIsReported)
 {
     m_data.setText(u"text"_s);
     QDragEnterEvent enter({ 5, 5 }, Qt::CopyAction, &m_data, Qt::LeftButton, Qt::NoModifier);

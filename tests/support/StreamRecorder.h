@@ -8,8 +8,8 @@
 #include <functional>
 #include <memory>
 
-/// Drives one stream as a well-behaved delegate does and writes down what it is told, repetitions folded:
-/// "open", "space", "bytes", "end" (a read that answers 0), "created", "FTP 550", "certificate", "other".
+/// Drives one stream as a well-behaved delegate does and records its reports, repetitions folded: "open", "space",
+/// "bytes", "end" (a read that answers 0), "created", "FTP 550", "certificate", "other".
 class StreamRecorder final : public FTPStreamDelegate {
 public:
     /// Opens @p stream with the login, unless the user name is null.
@@ -29,7 +29,7 @@ public:
     const QStringList& log() const { return m_log; }
     /// Waits until the stream has ended in one way or another, and answers the log.
     QStringList waitForEnd();
-    /// Waits until @p event is the last that was told.
+    /// Waits until @p event is the last that was reported.
     bool waitFor(const QString& event);
     /// How many bytes of data the upload has taken.
     qsizetype written() const { return m_written; }

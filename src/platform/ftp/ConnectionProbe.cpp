@@ -63,7 +63,7 @@ void ConnectionProbe::ended()
 void ConnectionProbe::report(FTPProbeState state)
 {
     if (state == m_reported || isEnd(m_reported)) {
-        return; // A stage is told through the loop, so the end may come before it.
+        return; // A stage is reported through the loop, so the end may come before it.
     }
     m_reported = state;
     // A copy, since whoever hears it may destroy this.

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Carries TLS over a socket of Qt. The socket tells of its end by itself.
+/// Carries TLS over a socket of Qt. The socket reports its end by itself.
 class SocketTransport final : public TlsTransport {
 public:
     explicit SocketTransport(QTcpSocket& socket)

@@ -8,8 +8,8 @@ class FTPEngine;
 /// Makes streams that speak to real servers, on the connections of an engine.
 class EngineStreamFactory final : public FTPStreamFactory {
 public:
-    /// @p engine outlives the streams and probes. Certificates that are not good are refused, unless a stream is told
-    /// to trust them.
+    /// @p engine outlives the streams and connection tests. Certificates that are not good are refused, unless a stream
+    /// was given their fingerprints.
     explicit EngineStreamFactory(FTPEngine& engine)
         : m_engine(engine)
     {

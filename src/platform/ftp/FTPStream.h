@@ -12,7 +12,7 @@
 #include <optional>
 #include <span>
 
-/// What a stream tells its delegate. The values are the codes that the reports are known by.
+/// The events that a stream reports to its delegate, with the codes that they are known by.
 enum class FTPStreamEvent {
     OpenCompleted = 1, ///< The transfer was accepted; of an upload, the data connection stands.
     HasBytesAvailable = 2, ///< A read answers at once, also with 0 for the end.
@@ -39,7 +39,7 @@ class FTPStream;
 /// Receives the events of streams, on the thread that opened them.
 class FTPStreamDelegate {
 public:
-    /// @p stream has something to tell. The delegate may read, write, close and destroy it, and open another one.
+    /// @p stream reports an event. The delegate may read, write, close and destroy it, and open another one.
     virtual void handleEvent(FTPStream& stream, FTPStreamEvent event) = 0;
 
 protected:

@@ -146,8 +146,8 @@ TEST_P(ReadStreamTest, TheSizeOfADownloadIsKnownWhenItOpens)
     startDownload(u"/f"_s);
     auto control = openDownload();
     std::optional<qint64> size;
-    m_recorder.onEvent = [this, &size](const QString& told) {
-        if (told == u"open"_s) {
+    m_recorder.onEvent = [this, &size](const QString& event) {
+        if (event == u"open"_s) {
             size = announcedSize();
         }
     };
@@ -295,8 +295,8 @@ TEST_P(ReadStreamTest, WhatIsNotReadIsReportedAgain)
 {
     int times = 0;
     m_recorder.isIdle = true;
-    m_recorder.onEvent = [this, &times](const QString& told) {
-        if (told == u"bytes"_s && ++times == 3) {
+    m_recorder.onEvent = [this, &times](const QString& event) {
+        if (event == u"bytes"_s && ++times == 3) {
             m_recorder.isIdle = false;
         }
     };

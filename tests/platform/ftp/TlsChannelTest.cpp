@@ -293,14 +293,14 @@ TEST(TlsChannelTest, TheCertificateIsToldAsItIs)
     Pair pair(context);
     pair.shakeHands();
 
-    const ServerCertificate told = pair.channel.certificate();
+    const ServerCertificate shown = pair.channel.certificate();
 
-    EXPECT_EQ(told.fingerprint, made.fingerprint());
-    EXPECT_EQ(told.fingerprint.size(), 32);
-    EXPECT_EQ(told.fingerprintText().size(), 95);
-    EXPECT_EQ(told.subject, u"CN=Größe\\0Aline"_s);
-    EXPECT_EQ(told.issuer, told.subject);
-    EXPECT_EQ(told.validFrom.secsTo(told.validUntil), 25 * 3600);
+    EXPECT_EQ(shown.fingerprint, made.fingerprint());
+    EXPECT_EQ(shown.fingerprint.size(), 32);
+    EXPECT_EQ(shown.fingerprintText().size(), 95);
+    EXPECT_EQ(shown.subject, u"CN=Größe\\0Aline"_s);
+    EXPECT_EQ(shown.issuer, shown.subject);
+    EXPECT_EQ(shown.validFrom.secsTo(shown.validUntil), 25 * 3600);
 }
 
 } // namespace
