@@ -1,7 +1,7 @@
 // Lists a folder into the window's table as the program does, and prints what it took:
 //   ListingBench ADDRESS USER PASSWORD
 // Milliseconds from the first items to the complete, sorted table; the longest time that the event loop stood still
-// meanwhile; by how many MiB its memory grew; for each column the time to sort by it anew; the time to paint after a
+// meanwhile; by how many MiB its memory grew; for each column the time to sort by it again; the time to paint after a
 // jump to the middle. Off screen unless QT_QPA_PLATFORM says otherwise. The exit code is 1 when the listing failed.
 
 #include "EngineStreamFactory.h"

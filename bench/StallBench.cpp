@@ -1,6 +1,6 @@
 // Does things in the program's window, and prints how long its loop stood still at most meanwhile:
 //   StallBench ADDRESS USER PASSWORD OPERATION...
-//   list        lists the destination folder anew
+//   list        lists the destination folder again
 //   select      selects the item in the middle of the table, which a further listing has to find again
 //   sort        sorts by each column, up and down
 //   download    downloads "endless" until the disk holds 256 MiB of it, then stops

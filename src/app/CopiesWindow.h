@@ -15,8 +15,8 @@ class CopiesWindow;
 } // namespace Ui
 
 /// The window in which copies of the program are made under other names, and are listed, started and removed. What a
-/// name leads to is said while it is typed, and what has come of making a copy in the same place. The list is read anew
-/// whenever the window becomes the active one. It holds nothing else up. Belongs to the main thread.
+/// name leads to is said while it is typed, and what has come of making a copy in the same place. The list is read
+/// again whenever the window becomes the active one. It holds nothing else up. Belongs to the main thread.
 class CopiesWindow final : public QDialog {
     Q_OBJECT
 

@@ -73,7 +73,7 @@ int main(int argc, char** argv)
     EngineStreamFactory streams(engine, trust);
     ViewController viewController(streams);
     certificateSheets.setWindow(viewController.window());
-    QObject::connect(&viewController, &ViewController::triesAnew, &viewController,
+    QObject::connect(&viewController, &ViewController::userRequestedConnection, &viewController,
                      [&trust] { trust.forgetRefusals(); });
     AppDelegate delegate(viewController);
     ApplicationService service(&delegate,

@@ -13,8 +13,8 @@
 
 class ListingModel;
 
-/// The table of the destination folder. What the user sees stays in place while the folder is listed anew: the selected
-/// name, the scroll position, and for a moment the old picture.
+/// The table of the destination folder. What the user sees stays in place while the folder is listed again: the
+/// selected name, the scroll position, and for a moment the old picture.
 class ListingTable final : public TextTable {
     Q_OBJECT
 

@@ -112,7 +112,7 @@ void ListingTable::fulfilPromise(const ListingEntry& entry, const QString& folde
     if (m_dragging == nullptr) {
         return;
     }
-    // It may stand elsewhere by now, or be away while the folder is listed anew.
+    // It may stand elsewhere by now, or be away while the folder is listed again.
     const int row = m_listing->entries().rowOf(entry.name);
     if (row >= 0 && m_listing->entries().at(row).rawName == entry.rawName) {
         m_dragging->namesOfPromisedFilesDroppedAtDestination(folder, { row });

@@ -99,7 +99,7 @@ public:
 
     /// Stops the running upload and the running download. The queue goes on.
     void stopButtonAction();
-    /// Empties the list and lists the destination anew, unless something is being sent or received.
+    /// Empties the list and lists the destination again, unless something is being sent or received.
     void listFTPDestination();
     const ListEntries& listEntries() const { return m_listing.entries(); }
 
@@ -231,9 +231,9 @@ signals:
     void welcomeWindowRequested();
     void copiesWindowRequested();
 
-    /// The user has asked for something that talks to the server, so what was refused before may be asked about again.
-    /// Not told of what the program begins by itself, such as the next file of the queue.
-    void triesAnew();
+    /// The user has asked for something that connects to the server, so that the user may be asked again about a
+    /// refused certificate. Not emitted for what the program begins by itself, such as the next file of the queue.
+    void userRequestedConnection();
 
     /// The transfers under way or the queue have changed; emitted by the tick that notices it.
     void activityChanged(const TransferActivity& activity);

@@ -59,7 +59,7 @@ void ViewController::downloadSelection()
 
 void ViewController::downloadFileTo(const QString& name, const QString& folder, const QByteArray& rawName)
 {
-    emit triesAnew();
+    emit userRequestedConnection();
     m_percent = 0;
     m_bytes.reset();
     const QString place = createFullURLFromFTPRootRelativePath(ftpFolderFromAppName());

@@ -43,7 +43,7 @@ void growToText(QLabel& label)
 
 void ViewController::uploadFiles(const QStringList& paths)
 {
-    emit triesAnew();
+    emit userRequestedConnection();
     m_fileUploadQueue += paths;
     m_history.filesQueued(paths);
     m_ui->totalProgressIndicator->setMaximum(static_cast<int>(m_fileUploadQueue.size()));

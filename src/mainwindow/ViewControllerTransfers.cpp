@@ -27,7 +27,7 @@ void ViewController::listFTPDestination()
 
 void ViewController::refresh()
 {
-    emit triesAnew();
+    emit userRequestedConnection();
     listFTPDestination();
 }
 
@@ -69,7 +69,7 @@ void ViewController::startStopUpload()
         stopUpload();
         return;
     }
-    emit triesAnew();
+    emit userRequestedConnection();
     resetProgress();
     const QString path = fileToUpload();
     const QString place = destination();
@@ -83,7 +83,7 @@ void ViewController::startStopDownload()
         m_gc->stopReceiveWithStatus(u"Download Stopped"_s);
         return;
     }
-    emit triesAnew();
+    emit userRequestedConnection();
     resetProgress();
     m_gc->startReceive(urlToDownload(), username(), password(), QString());
 }
@@ -98,7 +98,7 @@ void ViewController::startStopList(const QObject* sender)
         m_lc->stopReceiveWithStatus(u"List Stopped"_s);
         return;
     }
-    emit triesAnew();
+    emit userRequestedConnection();
     resetProgress();
     emptyList();
     const bool isManual = sender == m_manual->startStopListButton;
@@ -124,7 +124,7 @@ void ViewController::startStopCreate(const QObject* sender)
         m_cc->stopCreateWithStatus(u"Create Stopped"_s);
         return;
     }
-    emit triesAnew();
+    emit userRequestedConnection();
     resetProgress();
     m_cc->startCreate(name, place, username(), password());
 }

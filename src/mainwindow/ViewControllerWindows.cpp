@@ -43,7 +43,7 @@ void ViewController::loadOtherWindows()
                  const QString& folder) { return Addressing::fullPath(address, folder, ftpFolderFromAppName()); },
             .updateWindowTitleAndList =
                 [this] {
-                    emit triesAnew();
+                    emit userRequestedConnection();
                     emit updateWindowTitleAndList();
                 },
             .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
@@ -55,7 +55,7 @@ void ViewController::loadOtherWindows()
                 },
             .startProbe =
                 [this](const FTPProbeRequest& request, FTPProbeHandler handler) {
-                    emit triesAnew();
+                    emit userRequestedConnection();
                     return m_streams.startProbe(request, std::move(handler));
                 },
         },

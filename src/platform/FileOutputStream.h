@@ -4,8 +4,8 @@
 
 #include <span>
 
-/// A local file that is written anew from its beginning. Making the stream always succeeds: a file that cannot be
-/// opened shows when it is written to or closed.
+/// A local file that is written from its beginning. Making the stream always succeeds: a file that cannot be opened
+/// shows when it is written to or closed.
 class FileOutputStream {
 public:
     explicit FileOutputStream(QString path);

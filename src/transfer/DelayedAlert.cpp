@@ -13,7 +13,7 @@ namespace {
 
 constexpr int delayMs = 1000;
 
-/// How long nobody must have asked for an alert until it is shown anew. Less than the delay: whoever has read one and
+/// How long nobody must have asked for an alert until it is shown again. Less than the delay: whoever has read one and
 /// tries again is told again.
 constexpr int pauseMs = 900;
 

@@ -16,8 +16,8 @@ class RunLoop;
 /// that starts it, and the count of operations that the network manager keeps. @p Stream is FTPReadStream or
 /// FTPWriteStream.
 ///
-/// A delegate may do anything while it is reported to: stop the controller, start it anew, destroy it. Whatever goes on
-/// after a report asks a Watch first.
+/// A delegate may do anything while it is reported to: stop the controller, start it again, destroy it. Whatever goes
+/// on after a report asks a Watch first.
 template <typename Stream> class StreamController : private FTPStreamDelegate {
 public:
     StreamController(const StreamController&) = delete;

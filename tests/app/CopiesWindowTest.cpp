@@ -351,7 +351,7 @@ TEST_F(CopiesWindowTest, StartStartsTheSelectedCopyOrSaysThatItCannot)
     EXPECT_EQ(message(), QString());
 }
 
-TEST_F(CopiesWindowTest, TheListIsReadAnewWhenTheWindowBecomesActiveAndTheSelectionStays)
+TEST_F(CopiesWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelectionStays)
 {
     open();
     makeByKeys(u"b"_s);

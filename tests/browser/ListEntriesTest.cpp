@@ -123,7 +123,7 @@ TEST_F(ListEntriesTest, EqualItemsKeepTheirOrderInBothDirections)
     EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s, u"z"_s, u"y"_s }));
 }
 
-TEST_F(ListEntriesTest, BatchesEndAsIfAllHadBeenSortedAnewEachTime)
+TEST_F(ListEntriesTest, BatchesEndAsIfAllHadBeenSortedAgainEachTime)
 {
     std::mt19937 random(7);
     for (const QString& key : { u"Name"_s, u"Size"_s }) {

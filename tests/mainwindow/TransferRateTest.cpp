@@ -42,7 +42,7 @@ TEST(TransferRateTest, OnlyTheLastSecondsCount)
     EXPECT_EQ(rate.bytesPerSecond(), 1000);
 }
 
-TEST(TransferRateTest, AnotherTransferBeginsAnew)
+TEST(TransferRateTest, AnotherTransferStartsOver)
 {
     TransferRate rate;
     rate.add(1s, 0);

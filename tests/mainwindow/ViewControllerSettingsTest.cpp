@@ -82,25 +82,26 @@ TEST_F(ViewControllerSettingsTest, EveryTransferTakesTheSettingForEncryption)
     }
 }
 
-TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsATryAnew)
+TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsARequestedConnection)
 {
-    int tries = 0;
-    QObject::connect(m_controller.get(), &ViewController::triesAnew, m_controller.get(), [&tries] { ++tries; });
-    const auto triesOf = [&tries](const std::function<void()>& act) {
-        tries = 0;
+    int requests = 0;
+    QObject::connect(m_controller.get(), &ViewController::userRequestedConnection, m_controller.get(),
+                     [&requests] { ++requests; });
+    const auto requestsOf = [&requests](const std::function<void()>& act) {
+        requests = 0;
         act();
-        return tries;
+        return requests;
     };
     control<QLineEdit>("fileToDownloadTextField").setText(u"file.txt"_s);
     control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
 
-    EXPECT_EQ(triesOf([this] { m_controller->window().findChild<QAction*>(u"refreshAction"_s)->trigger(); }), 1);
-    EXPECT_EQ(triesOf([this] { m_controller->startStopList(nullptr); }), 0); // Stops that listing.
-    EXPECT_EQ(triesOf([this] { m_controller->startStopList(nullptr); }), 1);
-    EXPECT_EQ(triesOf([this] { m_controller->startStopCreate(nullptr); }), 1);
-    EXPECT_EQ(triesOf([this] { m_controller->startStopCreate(nullptr); }), 0);
-    EXPECT_EQ(triesOf([this] { m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) }); }), 1);
-    EXPECT_EQ(triesOf([this] {
+    EXPECT_EQ(requestsOf([this] { m_controller->window().findChild<QAction*>(u"refreshAction"_s)->trigger(); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->startStopList(nullptr); }), 0); // Stops that listing.
+    EXPECT_EQ(requestsOf([this] { m_controller->startStopList(nullptr); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->startStopCreate(nullptr); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->startStopCreate(nullptr); }), 0);
+    EXPECT_EQ(requestsOf([this] { m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) }); }), 1);
+    EXPECT_EQ(requestsOf([this] {
                   tick();
                   upload().sendOtherError();
                   tick(); // Goes on with the next file.
@@ -108,22 +109,23 @@ TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsATryAnew)
                   m_controller->listFTPDestination();
               }),
               0);
-    EXPECT_EQ(triesOf([this] { m_controller->startStopDownload(); }), 1);
-    EXPECT_EQ(triesOf([this] { m_controller->startStopDownload(); }), 0);
-    EXPECT_EQ(triesOf([this] { m_controller->downloadFileTo(u"file.txt"_s, QString()); }), 1);
-    EXPECT_EQ(triesOf([this] { m_controller->preferences().doneButton(); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->startStopDownload(); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->startStopDownload(); }), 0);
+    EXPECT_EQ(requestsOf([this] { m_controller->downloadFileTo(u"file.txt"_s, QString()); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->preferences().doneButton(); }), 1);
 }
 
-TEST_F(ViewControllerSettingsTest, AConnectionIsTriedWhereFilesWouldGoAndThatIsATryAnew)
+TEST_F(ViewControllerSettingsTest, AConnectionIsTestedWhereFilesWouldGoAndThatIsARequestedConnection)
 {
-    int tries = 0;
-    QObject::connect(m_controller.get(), &ViewController::triesAnew, m_controller.get(), [&tries] { ++tries; });
+    int requests = 0;
+    QObject::connect(m_controller.get(), &ViewController::userRequestedConnection, m_controller.get(),
+                     [&requests] { ++requests; });
     setProgramFileName(u"Scans"_s);
     m_controller->showPreferences();
 
     m_controller->preferences().view()->findChild<QPushButton*>(u"testButton"_s)->click();
 
-    EXPECT_EQ(tries, 1);
+    EXPECT_EQ(requests, 1);
     ASSERT_EQ(m_streams.probeRequests.size(), 1U);
     EXPECT_EQ(m_streams.probeRequests.front().location, u"ftp://host/in/Scans/"_s);
     EXPECT_EQ(m_streams.probeRequests.front().password, u"secret"_s);

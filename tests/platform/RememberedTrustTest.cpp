@@ -92,7 +92,7 @@ TEST_F(RememberedTrustTest, AChangedCertificateIsRefusedWithoutAQuestion)
     EXPECT_EQ(m_store.fingerprint(u"host"_s, 21), QByteArray(32, 'a'));
 }
 
-TEST_F(RememberedTrustTest, AChangedCertificateIsReportedOnceUntilSomebodyTriesAnew)
+TEST_F(RememberedTrustTest, AChangedCertificateIsReportedOnceUntilAConnectionIsRequestedAgain)
 {
     EXPECT_TRUE(m_store.trust(u"host"_s, 21, QByteArray(32, 'a')));
     judge('b');

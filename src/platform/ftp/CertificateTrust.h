@@ -19,8 +19,8 @@ class CertificateTrust {
 public:
     /// @p answer is to be called once, with true for trust: at once or any time later, on the calling thread. Until
     /// then the transfers that wait stand still without a time limit. While a question is open it is not asked again,
-    /// however many transfers wait for it; a later transfer asks anew. An @p answer that nobody waits for any more does
-    /// nothing, also when the streams, or their factory, are gone.
+    /// however many transfers wait for it; a later transfer asks again. An @p answer that nobody waits for any more
+    /// does nothing, also when the streams, or their factory, are gone.
     virtual void judge(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) = 0;
 
 protected:

@@ -22,7 +22,7 @@ class ConnectionPool final : public QObject {
     Q_OBJECT
 
 public:
-    /// Both outlive the pool; @p timeouts is read anew for each wait.
+    /// Both outlive the pool; @p timeouts is read again for each wait.
     ConnectionPool(DeliveryGate& gate, const FTPTimeouts& timeouts);
 
     enum class Reuse {

@@ -128,7 +128,7 @@ void Transfer::begin()
 void Transfer::takeConnection(ConnectionPool::Reuse reuse)
 {
     if (m_request.kind == Kind::ConnectionTest) {
-        // Some servers allow one login alone, and only a login that is made anew tells anything.
+        // Some servers allow one login only, and the test must log in itself.
         m_engine.pool().closeIdle(m_key.host, m_key.port);
         reuse = ConnectionPool::Reuse::Apart;
         m_progress.security.reset();

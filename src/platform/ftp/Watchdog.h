@@ -20,7 +20,7 @@ public:
     void stop();
     /// What is left of the limit; 0 when it does not run.
     std::chrono::milliseconds remaining() const;
-    /// Something has happened: the wait begins anew. Costs next to nothing, so it may be called for every block.
+    /// Something has happened: the wait begins again. Cheap enough to be called for every block.
     void touch()
     {
         m_quiet.start();

@@ -169,7 +169,7 @@ TEST_F(TlsTrustTest, ManyStreamsWaitForOneAnswer)
     }
 }
 
-TEST_F(TlsTrustTest, ALaterStreamAsksAnew)
+TEST_F(TlsTrustTest, ALaterStreamAsksAgain)
 {
     startJudged(m_recorder);
     auto first = greet();

@@ -35,7 +35,7 @@ TEST_F(WatchdogTest, TellsWhenItsTimeIsOver)
     EXPECT_GE(elapsed(), 29ms);
 }
 
-TEST_F(WatchdogTest, ATouchBeginsTheWaitAnew)
+TEST_F(WatchdogTest, ARestartBeginsTheWaitAgain)
 {
     m_watchdog.start(200ms);
     waitFor([this] { return elapsed() >= 60ms; });
