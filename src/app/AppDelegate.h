@@ -69,7 +69,7 @@ public:
     void startDispatchSource(const QString& path);
     /// The file that holds the destination's text when it is saved; null without a Documents folder.
     QString documentsPathForDestination() const;
-    /// Saves the destination's text, or "Quillbox" when there is none. A failure is passed over.
+    /// Saves the destination's text, or "Quillbox" when there is none. A failure is ignored.
     void saveDestinationFolderName() const;
     /// The path of the settings file; null while there is none.
     QString defaultFilePath() const;

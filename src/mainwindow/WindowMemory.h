@@ -6,8 +6,8 @@ class QHeaderView;
 class QWidget;
 
 /// What the program remembers of its windows from run to run: size and place, and the columns' widths, order and
-/// sorting. It lies in window.ini beside the settings; what cannot be read is passed over, and so is a failure to
-/// write. @p name tells a window from others; the main window has none.
+/// sorting. It lies in window.ini beside the settings; unreadable values are ignored, and so is a failure to write.
+/// @p name tells a window from others; the main window has none.
 namespace WindowMemory {
 
 void save(const QWidget& window, const QHeaderView& columns, const QString& name = {});

@@ -36,8 +36,8 @@ public:
 
     void setDelegate(WeakRef<FTPListControllerDelegate> delegate);
 
-    /// Starts to list the folder at @p address; passed over in silence while a listing runs. Without both user name and
-    /// password (null or empty) the login is anonymous.
+    /// Starts to list the folder at @p address; ignored while a listing runs. Without both user name and password (null
+    /// or empty) the login is anonymous.
     void startReceive(const QString& address, const QString& username, const QString& password);
     /// Ends the listing and reports @p status; null means that it is complete.
     void stopReceiveWithStatus(const QString& status);

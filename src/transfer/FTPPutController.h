@@ -36,8 +36,8 @@ public:
     void setDelegate(WeakRef<FTPPutControllerDelegate> delegate);
 
     /// Starts an upload of the file at @p filePath, under its own name, to the folder @p destination. While one runs,
-    /// only pathToUpload() changes; a null path and a file that does not exist are passed over in silence. Without both
-    /// user name and password (null or empty) the login is anonymous.
+    /// only pathToUpload() changes; a null path and a file that does not exist are ignored. Without both user name and
+    /// password (null or empty) the login is anonymous.
     void startSend(const QString& filePath, const QString& destination, const QString& username,
                    const QString& password);
     /// Ends the upload and reports @p status; null means that the file has arrived. What the server has of a file that

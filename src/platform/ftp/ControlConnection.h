@@ -61,7 +61,7 @@ public:
     /// Ends the connection at once. Nothing is reported.
     void drop();
 
-    /// Who hears the replies; null: nobody, and replies are passed over.
+    /// Who hears the replies; null: nobody, and replies are ignored.
     void setUser(ControlConnectionUser* user) { m_user = user; }
     bool isInUse() const { return m_user != nullptr; }
 
