@@ -11,8 +11,8 @@
 
 class TlsChannel;
 
-/// A blocking TCP connection through IPv4, in clear at first, closed when this is destroyed. Interrupted calls go on, a
-/// peer that is gone raises no signal, and nothing is given up for want of time.
+/// A blocking TCP connection through IPv4, unencrypted at first, closed when this is destroyed. Interrupted calls go
+/// on, a peer that is gone raises no signal, and there is no time limit.
 class ControlSocket final : private TlsTransport {
 public:
     enum class Outcome {
@@ -38,8 +38,8 @@ public:
     /// is a failure: somebody may have cut it.
     [[nodiscard]] qint64 read(std::span<char> buffer);
 
-    /// Goes on in TLS with @p host; false when the peer does not come to terms. Its certificate remains to be judged
-    /// before anything is written.
+    /// Goes on in TLS with @p host; false when the handshake fails. Its certificate remains to be judged before
+    /// anything is written.
     [[nodiscard]] bool startEncryption(const QString& host);
     /// The channel of the encryption; null without.
     const TlsChannel* tls() const { return m_tls.get(); }

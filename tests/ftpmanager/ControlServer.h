@@ -23,8 +23,7 @@ public:
     void send(const QByteArray& bytes);
     /// Reads until what was received ends with @p end or the client closes.
     void receiveUntil(const QByteArray& end);
-    /// Goes on in TLS; what was received in clear counts as received before. False when the client does not come to
-    /// terms.
+    /// Goes on in TLS; what was received unencrypted counts as received before. False when the handshake fails.
     bool startTls(const TlsServerContext& context);
     /// Says in TLS that everything has been sent.
     void sayClosing();

@@ -1,4 +1,4 @@
-// The synchronous library, encrypted, against real servers that take nothing in clear.
+// The synchronous library, encrypted, against real servers that take nothing unencrypted.
 
 #include "FTPManager.h"
 #include "Printers.h"

@@ -1,5 +1,5 @@
-// Encrypted streams against real servers that take nothing in clear; two of them take data only in the session of the
-// control connection.
+// Encrypted streams against real servers that take nothing unencrypted; two of them take data only in the session of
+// the control connection.
 
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"

@@ -1,6 +1,6 @@
 """The server of pyftpdlib, with one user:  pyftpdlib_server.py ADDRESS PORT USER PASSWORD-FILE ROOT [PEM]
 
-With PEM, the file of a certificate and its key, nothing is taken in clear.
+With PEM, the file of a certificate and its key, nothing is taken unencrypted.
 """
 
 import logging

@@ -6,7 +6,7 @@ The server listens on a free port of 127.0.0.1, or on the address and the port g
 is where its login begins. Uploading, overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
 accounts play no part, and it works for any user.
 
-With --tls the server refuses logins and data in clear, shows the certificate in the file PEM, which holds its key too,
+With --tls the server refuses unencrypted logins and data, shows the certificate in PEM, which holds its key too,
 and speaks TLS of VERSION (1.2 or 1.3) alone, or of any version. vsftpd and proftpd take data connections only in the
 session of the control connection.
 

@@ -24,7 +24,7 @@ class Login:
     port: int
     user: str
     password: str
-    tls: Tls | None = None  # None: in clear.
+    tls: Tls | None = None  # None: unencrypted.
 
 
 def environment(tls, folder):

@@ -22,8 +22,8 @@ class RealServer {
 public:
     /// Starts a server and waits until it takes logins.
     explicit RealServer(ServerMake make);
-    /// The same for a server that takes nothing in clear and shows @p certificate. @p version: "1.2" or "1.3", the only
-    /// TLS that it speaks; empty: any.
+    /// The same for a server that takes nothing unencrypted and shows @p certificate. @p version: "1.2" or "1.3", the
+    /// only TLS that it speaks; empty: any.
     RealServer(ServerMake make, const TestCertificate& certificate, const QString& version);
 
     quint16 port() const { return m_process.port(); }

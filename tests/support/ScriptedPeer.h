@@ -42,7 +42,7 @@ public:
     /// At least @p count bytes. Without encryption no more of them are taken from the connection.
     QByteArray receive(qsizetype count);
 
-    /// Goes on in TLS; false when the client does not come to terms.
+    /// Goes on in TLS; false when the handshake fails.
     bool startTls(const TlsServerContext& context);
     /// The TLS that startTls() began.
     const TlsServerEnd& tls() const { return *m_tls; }

@@ -328,7 +328,7 @@ class Refuser:
         self._thread.join(20)
 
 
-class InClear(WindowTest):
+class Unencrypted(WindowTest):
     def make_server(self):
         return Refuser()
 

@@ -11,7 +11,7 @@ SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers
 
 class RealFTPServer:
     def __init__(self, make, pem=None):
-        """With the file of a certificate and its key, nothing is taken in clear."""
+        """With the file of a certificate and its key, nothing is taken unencrypted."""
         self._make = make
         self._root = tempfile.mkdtemp(prefix="quillbox-server-")
         self._port = None if pem else 21

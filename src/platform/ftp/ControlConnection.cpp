@@ -118,7 +118,7 @@ void ControlConnection::send(const QList<FTPCommand>& commands)
     if (m_tls == nullptr && !m_shakingHands) {
         m_socket->write(lines);
     } else if (m_shakingHands || !m_tls->write(lines)) {
-        // Never in clear. The end of the connection is on its way, if it has not been told already.
+        // Never unencrypted. The end of the connection is about to be reported, if it was not already.
         m_socket->disconnectFromHost();
     }
     m_socket->flush();

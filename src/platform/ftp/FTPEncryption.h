@@ -2,6 +2,6 @@
 
 /// Whether what is said to a server, and what is moved, is encrypted.
 enum class FTPEncryption {
-    None, ///< Everything goes in clear, the password too.
+    None, ///< Everything goes unencrypted, the password too.
     Required, ///< TLS on control and data connections (RFC 4217), or no login at all: never a fallback to clear text.
 };

@@ -4,10 +4,10 @@
 
 /// How what was said to a server was protected.
 struct FTPSecurity {
-    QString protocol; ///< That of the encryption, such as "TLSv1.3"; null: everything went in clear.
+    QString protocol; ///< The encryption's, such as "TLSv1.3"; null: there was no encryption.
     /// Whether the system trusts the server's certificate; otherwise the user does. False without encryption.
     bool isTrustedBySystem = false;
-    QString cipher; ///< That of the control connection, such as "TLS_AES_256_GCM_SHA384"; null in clear.
+    QString cipher; ///< The control connection's, such as "TLS_AES_256_GCM_SHA384"; null without encryption.
 
     bool operator==(const FTPSecurity&) const = default;
 };

@@ -63,7 +63,8 @@ public:
     [[nodiscard]] virtual bool setUserName(const QString& userName) = 0;
     [[nodiscard]] virtual bool setPassword(const QString& password) = 0;
 
-    /// Whether the transfer is encrypted, to be set before open(); in clear without. False when the stream refuses it.
+    /// Whether the transfer is encrypted, to be set before open(); unencrypted by default. False when the stream
+    /// refuses it.
     [[nodiscard]] virtual bool setEncryption(FTPEncryption encryption) = 0;
     /// SHA-256 fingerprints of certificates that the server may show whatever is wrong with them, to be set before
     /// open(). All others must be good for the system's store and the name of the host.

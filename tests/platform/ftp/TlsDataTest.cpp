@@ -132,7 +132,7 @@ TEST_F(TlsDataTest, AListingThatIsCutBeforeItsFirstByteIsNoEmptyFolder)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"other"_s }));
 }
 
-TEST_F(TlsDataTest, BytesInClearInsteadOfTheHandshakeAreAFailureWithoutASecondTry)
+TEST_F(TlsDataTest, UnencryptedBytesInsteadOfTheHandshakeAreAFailureWithoutASecondTry)
 {
     m_timeouts.reason = 50ms;
     startDownload(u"/f"_s);
