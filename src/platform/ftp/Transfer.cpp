@@ -100,7 +100,7 @@ void Transfer::dataMoved(qint64 count)
 {
     m_try.moved += count;
     m_try.preliminaryReplies = 0;
-    m_watchdog.touch();
+    m_watchdog.restart();
 }
 
 void Transfer::reach(Stage stage)
@@ -470,7 +470,7 @@ void Transfer::dataReadable(DataConnection::Pending pending)
     case DataConnection::Pending::Nothing:
         break;
     case DataConnection::Pending::Bytes:
-        m_watchdog.touch();
+        m_watchdog.restart();
         report(FTPStreamEvent::HasBytesAvailable);
         break;
     case DataConnection::Pending::Cut:

@@ -10,15 +10,15 @@ Watchdog::Watchdog(DeliveryGate& gate)
     : m_gate(gate)
 {
     m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, &Watchdog::look);
-    connect(&m_gate, &DeliveryGate::closed, this, &Watchdog::standStill);
-    connect(&m_gate, &DeliveryGate::opened, this, &Watchdog::goOn);
+    connect(&m_timer, &QTimer::timeout, this, &Watchdog::check);
+    connect(&m_gate, &DeliveryGate::closed, this, &Watchdog::suspend);
+    connect(&m_gate, &DeliveryGate::opened, this, &Watchdog::resume);
 }
 
 void Watchdog::start(std::chrono::milliseconds limit)
 {
     m_limit = limit;
-    m_quietBefore = 0ms;
+    m_quietBeforeSuspension = 0ms;
     m_running = true;
     m_quiet.start();
     if (!m_gate.isClosed()) {
@@ -38,26 +38,26 @@ std::chrono::milliseconds Watchdog::remaining() const
         return 0ms;
     }
     const auto quiet = m_gate.isClosed() ? 0ms : std::chrono::milliseconds(m_quiet.elapsed());
-    return std::max(m_limit - m_quietBefore - quiet, 0ms);
+    return std::max(m_limit - m_quietBeforeSuspension - quiet, 0ms);
 }
 
-void Watchdog::standStill()
+void Watchdog::suspend()
 {
     m_timer.stop();
-    m_quietBefore += std::chrono::milliseconds(m_quiet.isValid() ? m_quiet.elapsed() : 0);
+    m_quietBeforeSuspension += std::chrono::milliseconds(m_quiet.isValid() ? m_quiet.elapsed() : 0);
 }
 
-void Watchdog::goOn()
+void Watchdog::resume()
 {
     if (m_running) {
         m_quiet.start();
-        m_timer.start(std::max(m_limit - m_quietBefore, 1ms));
+        m_timer.start(std::max(m_limit - m_quietBeforeSuspension, 1ms));
     }
 }
 
-void Watchdog::look()
+void Watchdog::check()
 {
-    const auto quiet = m_quietBefore + std::chrono::milliseconds(m_quiet.elapsed());
+    const auto quiet = m_quietBeforeSuspension + std::chrono::milliseconds(m_quiet.elapsed());
     if (quiet < m_limit) {
         m_timer.start(m_limit - quiet);
         return;

@@ -40,7 +40,7 @@ TEST_F(WatchdogTest, ARestartBeginsTheWaitAgain)
     m_watchdog.start(200ms);
     waitFor([this] { return elapsed() >= 60ms; });
 
-    m_watchdog.touch();
+    m_watchdog.restart();
 
     ASSERT_TRUE(waitFor([this] { return m_expired; }));
     EXPECT_GE(elapsed(), 259ms);
