@@ -72,7 +72,7 @@ void sortByColumn(benchmark::State& state)
 {
     ListEntries entries;
     entries.append(parsed(listing()));
-    entries.settle();
+    entries.mergeAppended();
     const QString& column = TableColumns::all[state.range(0)];
     state.SetLabel(column.toStdString());
     bool ascending = false;
@@ -91,7 +91,7 @@ void takeInBlocks(benchmark::State& state)
         ListEntries entries;
         for (qsizetype first = 0; first < all.size(); first += blockItems) {
             entries.append(all.mid(first, blockItems));
-            entries.settle();
+            entries.mergeAppended();
         }
         benchmark::DoNotOptimize(entries);
     }

@@ -54,7 +54,7 @@ int ListEntries::rowOf(const QString& name) const
 ListEntries::Contents ListEntries::takeContents()
 {
     m_order.clear();
-    m_settled = 0;
+    m_sortedCount = 0;
     return std::exchange(m_contents, {});
 }
 
@@ -67,27 +67,27 @@ void ListEntries::append(const QList<ListingEntry>& batch)
     }
 }
 
-void ListEntries::settle()
+void ListEntries::mergeAppended()
 {
     // What has no such value comes before what has one.
     const auto valueOf
         = [this](auto ListingEntry::*value) { return [this, value](int number) { return arrival(number).*value; }; };
     if (m_descriptor.key == TableColumns::name) {
-        settleBy([this](int number) { return NameKey{ &m_contents.nameKeys[static_cast<size_t>(number)] }; });
+        mergeAppendedBy([this](int number) { return NameKey{ &m_contents.nameKeys[static_cast<size_t>(number)] }; });
     } else if (m_descriptor.key == TableColumns::size) {
-        settleBy(valueOf(&ListingEntry::size));
+        mergeAppendedBy(valueOf(&ListingEntry::size));
     } else if (m_descriptor.key == TableColumns::type) {
-        settleBy(valueOf(&ListingEntry::type));
+        mergeAppendedBy(valueOf(&ListingEntry::type));
     } else if (m_descriptor.key == TableColumns::date) {
-        settleBy(valueOf(&ListingEntry::modDate));
+        mergeAppendedBy(valueOf(&ListingEntry::modDate));
     } else if (m_descriptor.key == TableColumns::mode) {
-        settleBy(valueOf(&ListingEntry::mode));
+        mergeAppendedBy(valueOf(&ListingEntry::mode));
     } else {
         clear();
     }
 }
 
-template <typename Key> void ListEntries::settleBy(Key key)
+template <typename Key> void ListEntries::mergeAppendedBy(Key key)
 {
     const auto isBefore = [isAscending = m_descriptor.ascending](const auto& left, const auto& right) {
         return isAscending ? left < right : right < left;
@@ -97,16 +97,16 @@ template <typename Key> void ListEntries::settleBy(Key key)
         int number;
     };
     // Values side by side: to look each up in its item whenever two are compared takes longer than all the rest.
-    const auto settledEnd = m_order.begin() + m_settled;
+    const auto sortedEnd = m_order.begin() + m_sortedCount;
     std::vector<Fresh> fresh;
-    fresh.reserve(static_cast<size_t>(m_order.end() - settledEnd));
-    std::transform(settledEnd, m_order.end(), std::back_inserter(fresh), [&key](int number) {
+    fresh.reserve(static_cast<size_t>(m_order.end() - sortedEnd));
+    std::transform(sortedEnd, m_order.end(), std::back_inserter(fresh), [&key](int number) {
         return Fresh{ key(number), number };
     });
     std::stable_sort(fresh.begin(), fresh.end(),
                      [&isBefore](const Fresh& left, const Fresh& right) { return isBefore(left.value, right.value); });
-    // From the end to the beginning, so that each settled row moves once; a fresh item goes behind its equals.
-    auto from = settledEnd;
+    // From the end to the beginning, so that each sorted row moves once; a fresh item goes behind its equals.
+    auto from = sortedEnd;
     auto to = m_order.end();
     for (; !fresh.empty(); fresh.pop_back()) {
         const Fresh& item = fresh.back();
@@ -116,14 +116,14 @@ template <typename Key> void ListEntries::settleBy(Key key)
         from = place;
         *--to = item.number;
     }
-    m_settled = static_cast<ptrdiff_t>(m_order.size());
+    m_sortedCount = static_cast<ptrdiff_t>(m_order.size());
 }
 
 void ListEntries::sort(const QList<SortDescriptor>& descriptors)
 {
     m_descriptor = descriptors.isEmpty() ? SortDescriptor{ .key = TableColumns::name } : descriptors.first();
-    m_settled = 0;
-    settle();
+    m_sortedCount = 0;
+    mergeAppended();
 }
 
 bool ListEntries::isSortable() const

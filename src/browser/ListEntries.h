@@ -37,10 +37,10 @@ public:
     };
     /// Clears the list and answers what it held.
     Contents takeContents();
-    /// Puts @p batch at the end, in its order. The list is in its order again after settle().
+    /// Puts @p batch at the end, in its order. The list is sorted again after mergeAppended().
     void append(const QList<ListingEntry>& batch);
-    /// Brings what was appended to its place. The outcome is that of sorting the whole list by its present descriptor.
-    void settle();
+    /// Merges the appended items in. The result is that of sorting the whole list by its present descriptor.
+    void mergeAppended();
     /// Sorts by the first of @p descriptors, by name without one. Items that compare as equal keep their order. A key
     /// that is no column's title leaves the list empty.
     void sort(const QList<SortDescriptor>& descriptors);
@@ -50,11 +50,11 @@ public:
 
 private:
     /// @p key answers the value of an arrival that the rows are sorted by.
-    template <typename Key> void settleBy(Key key);
+    template <typename Key> void mergeAppendedBy(Key key);
 
     Contents m_contents; ///< In the order of their arrival. What has come is never moved by what comes.
     std::vector<int> m_order; ///< Row by row the number of an arrival.
-    ptrdiff_t m_settled = 0; ///< So many rows at the beginning are sorted.
+    ptrdiff_t m_sortedCount = 0; ///< How many rows at the beginning are sorted.
     SortDescriptor m_descriptor;
     QCollator m_collator;
 };

@@ -30,7 +30,7 @@ void ListingModel::add(const QList<ListingEntry>& batch)
     beginInsertRows({}, end, end + static_cast<int>(batch.size()) - 1);
     m_entries.append(batch);
     endInsertRows();
-    reorder([this] { m_entries.settle(); });
+    reorder([this] { m_entries.mergeAppended(); });
 }
 
 void ListingModel::sortBy(const QList<SortDescriptor>& descriptors)

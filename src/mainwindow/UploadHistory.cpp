@@ -45,7 +45,7 @@ void UploadHistory::queueCleared()
     const auto [first, last] = std::pair(m_waiting.front(), m_waiting.back());
     m_waiting.clear();
     changed(first, last);
-    lookWhetherDrained();
+    checkDrained();
 }
 
 void UploadHistory::nextFileStarts(const QString& destination)
@@ -102,7 +102,7 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
     m_unsettled += isUnsettled(entry) ? 1 : 0;
     count(entry);
     changed(ended.row, ended.row);
-    lookWhetherDrained();
+    checkDrained();
 }
 
 void UploadHistory::note(const QString& text)
@@ -156,7 +156,7 @@ void UploadHistory::countIn(FileTally& tally, Outcome outcome)
     }
 }
 
-void UploadHistory::lookWhetherDrained()
+void UploadHistory::checkDrained()
 {
     if (!isQueueUnderWay() && m_tally.count() > 0) {
         emit queueDrained(std::exchange(m_tally, {}));

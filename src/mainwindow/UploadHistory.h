@@ -114,7 +114,7 @@ private:
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(const HistoryEntry& entry);
     static void countIn(FileTally& tally, HistoryEntry::Outcome outcome);
-    void lookWhetherDrained();
+    void checkDrained();
     bool isQueueFileSent() const;
     void changed(int firstRow, int lastRow);
     QString nameOf(int row) const;

@@ -19,14 +19,14 @@ protected:
     void add(const QList<ListingEntry>& batch)
     {
         m_entries.append(batch);
-        m_entries.settle();
+        m_entries.mergeAppended();
     }
     void addFiles(const QStringList& names)
     {
         for (const QString& name : names) {
             m_entries.append({ fileEntry(name) });
         }
-        m_entries.settle();
+        m_entries.mergeAppended();
     }
 
     ListEntries m_entries;

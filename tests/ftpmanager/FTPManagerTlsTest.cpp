@@ -104,7 +104,7 @@ TEST_F(FTPManagerTlsTest, RepliesInjectedBeforeTheHandshakeAreDropped)
     EXPECT_TRUE(FTPManager().checkLogin(recordFor(server).get()));
 }
 
-TEST_F(FTPManagerTlsTest, WithoutTlsNothingButTheWishForItIsSaid)
+TEST_F(FTPManagerTlsTest, WithoutTlsNothingButTheRequestForItIsSent)
 {
     for (const char* reply : { "500 what?\r\n", "534 no\r\n", "230 in\r\n", "234 go on\r\n250 no TLS here\r\n", "" }) {
         SCOPED_TRACE(reply);

@@ -297,7 +297,7 @@ TEST_F(TableDraggingTest, APromisedFileIsDownloadedIntoTheFolderOfTheDrop)
     EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ u"a.txt"_s });
 }
 
-/// Lets a drag begin of which only the promise is kept: its target's wish comes when the test makes it.
+/// Begins a drag of which only the promise is kept: the test sends its target's request.
 class PromiseKeeper final : public TableDragging {
 public:
     explicit PromiseKeeper(TableDragging& real)

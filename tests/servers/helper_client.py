@@ -25,9 +25,9 @@ class Helper:
     def __exit__(self, *_exception):
         self.finish()
 
-    def wish(self, **wish):
-        """Sends a wish on the helper's stdin."""
-        self._process.stdin.write(json.dumps(wish) + "\n")
+    def request(self, **request):
+        """Sends a request on the helper's stdin."""
+        self._process.stdin.write(json.dumps(request) + "\n")
         self._process.stdin.flush()
 
     def event(self):

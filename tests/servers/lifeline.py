@@ -1,6 +1,6 @@
 """What ties the helper servers to the test that started them.
 
-A helper talks to its test in lines: events go out on stdout as JSON, one per line, and wishes come in on stdin. It lives
+A helper talks to its test in lines: it prints events as JSON, one per line, and reads requests from stdin. It lives
 exactly as long as its stdin: when the test ends, however it ends, stdin closes and the helper stops. SIGTERM stops it too.
 """
 

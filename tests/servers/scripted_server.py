@@ -105,7 +105,7 @@ from scripted_session import Session
 
 
 class ScriptedServer:
-    """Accepts control connections and hears the wishes of the test."""
+    """Accepts control connections and hears the requests of the test."""
 
     def __init__(self, folder, rules, reporter):
         self.folder = folder
@@ -138,17 +138,17 @@ class ScriptedServer:
         except (ValueError, KeyError) as error:
             self.report("misunderstood", text=repr(error))
 
-    def _grant(self, wish):
-        if "rule" in wish:
-            self.rules.add(wish["rule"])
+    def _grant(self, request):
+        if "rule" in request:
+            self.rules.add(request["rule"])
             self.report("ruled")
-        elif "forget" in wish:
+        elif "forget" in request:
             self.rules.forget()
             self.report("ruled")
-        elif "sync" in wish:
-            self.report("sync", number=wish["sync"])
+        elif "sync" in request:
+            self.report("sync", number=request["sync"])
         else:
-            self._start(self._act(wish["connection"], [parse_step(step) for step in wish["do"]]))
+            self._start(self._act(request["connection"], [parse_step(step) for step in request["do"]]))
 
     async def _hold(self, number):
         try:

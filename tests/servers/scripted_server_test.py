@@ -158,18 +158,18 @@ class ScriptedServerTest(unittest.TestCase):
 
     def test_rules_come_and_go_while_it_runs(self):
         client = self.converse({"on": "NOOP", "do": ["500 early"]})
-        self.server.wish(rule={"on": "NOOP", "do": ["500 late"]})
+        self.server.request(rule={"on": "NOOP", "do": ["500 late"]})
         self.server.events_up_to("ruled")
         self.assertEqual(client.ask("NOOP"), "500 late")
-        self.server.wish(forget=True)
+        self.server.request(forget=True)
         self.server.events_up_to("ruled")
         self.assertEqual(client.ask("NOOP"), "200 Fine")
 
     def test_what_makes_no_sense_is_said_so(self):
         self.start()
-        for wish in ({"rule": {"on": "NOOP", "do": ["read much"]}}, {"rule": {"on": "NOOP"}},
+        for request in ({"rule": {"on": "NOOP", "do": ["read much"]}}, {"rule": {"on": "NOOP"}},
                      {"rule": {"on": "NOOP", "when": 1, "do": []}}, {"do": []}):
-            self.server.wish(**wish)
+            self.server.request(**request)
             self.assertEqual(self.server.event()["event"], "misunderstood")
 
     # Replies
@@ -216,7 +216,7 @@ class ScriptedServerTest(unittest.TestCase):
             with self.subTest(address), Helper("scripted_server.py", "--address", address) as server:
                 with Conversation(server.port, address) as client:
                     client.hear()
-                    server.wish(rule={"on": "NOOP", "do": ["slowly 1", "502"]})
+                    server.request(rule={"on": "NOOP", "do": ["slowly 1", "502"]})
                     server.events_up_to("ruled")
                     client.socket.sendall(b"NOOP\r\n")
                     for byte in b"502\r\n":
@@ -270,9 +270,9 @@ class ScriptedServerTest(unittest.TestCase):
         self.assertEqual(client.ask("NOOP"), "200 Fine")
         self.assertEqual([client.hear(), client.hear()], ["421 Idle for too long", ""])
 
-    def test_unasked_at_a_wish(self):
+    def test_unasked_at_a_request(self):
         client = self.converse()
-        self.server.wish(connection=1, do=["reset"])
+        self.server.request(connection=1, do=["reset"])
         self.server.events_up_to("done")
         with self.assertRaises(ConnectionResetError):
             client.hear()
@@ -280,7 +280,7 @@ class ScriptedServerTest(unittest.TestCase):
     def test_what_fails_at_a_wish_is_said_so(self):
         client = self.converse()
         self.enterContext(client.data_connection())
-        self.server.wish(connection=1, do=["send-file /nowhere"])
+        self.server.request(connection=1, do=["send-file /nowhere"])
         self.assertIn("FileNotFoundError", self.server.events_up_to("misunderstood")[-1]["text"])
 
     # Passive ports
@@ -455,7 +455,7 @@ class ScriptedServerTest(unittest.TestCase):
         client = self.converse()
         for number in range(5000):
             client.ask(f"NOOP {number}")
-        self.server.wish(sync=7)
+        self.server.request(sync=7)
         self.assertEqual(len(self.server.events_up_to("sync")), 2 * 5002 + 3)
 
 

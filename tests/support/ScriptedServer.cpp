@@ -198,11 +198,11 @@ std::optional<QByteArray> ScriptedServer::file(const QString& name) const
     return file.open(QFile::ReadOnly) ? std::optional(file.readAll()) : std::nullopt;
 }
 
-void ScriptedServer::request(const QJsonObject& wish, const QString& answer)
+void ScriptedServer::request(const QJsonObject& request, const QString& answer)
 {
     takeEvents();
     const qsizetype known = m_events.size();
-    m_process.writeLine(QJsonDocument(wish).toJson(QJsonDocument::Compact));
+    m_process.writeLine(QJsonDocument(request).toJson(QJsonDocument::Compact));
     for (qsizetype next = known;; ++next) {
         while (m_events.size() == next) {
             record(m_process.waitForLine());

@@ -97,7 +97,7 @@ public:
     QString pathOf(const QString& name) const { return m_root.filePath(name); }
 
 private:
-    void request(const QJsonObject& wish, const QString& answer);
+    void request(const QJsonObject& request, const QString& answer);
     void synchronize();
     void takeEvents();
     void record(const QByteArray& line);

@@ -32,11 +32,11 @@ SleepInhibitor::SleepInhibitor(Bus systemBus, Bus sessionBus, QString who, QStri
 void SleepInhibitor::setInhibited(bool isInhibited)
 {
     m_isWanted = isInhibited;
-    settle();
+    update();
 }
 
 /// Brings about what is wanted, one step at a time: each answer leads here again.
-void SleepInhibitor::settle()
+void SleepInhibitor::update()
 {
     if (m_isAsking) {
         return;
@@ -81,7 +81,7 @@ void SleepInhibitor::loginManagerAnswered(const QDBusPendingCallWatcher& watcher
     const QDBusPendingReply<QDBusUnixFileDescriptor> reply = watcher;
     if (reply.isValid() && reply.value().isValid()) {
         m_lock = reply.value();
-        settle();
+        update();
     } else if (m_isWanted) {
         askPowerManager();
     }
@@ -104,7 +104,7 @@ void SleepInhibitor::powerManagerAnswered(const QDBusPendingCallWatcher& watcher
     const QDBusPendingReply<uint> reply = watcher;
     if (reply.isValid()) {
         m_cookie = reply.value();
-        settle();
+        update();
     } else {
         m_isRefused = true;
     }

@@ -33,7 +33,7 @@ private:
     void loginManagerAnswered(const QDBusPendingCallWatcher& watcher);
     void askPowerManager();
     void powerManagerAnswered(const QDBusPendingCallWatcher& watcher);
-    void settle();
+    void update();
     void release();
     template <typename Answered> void call(const QDBusConnection& bus, const QDBusMessage& message, Answered done);
 

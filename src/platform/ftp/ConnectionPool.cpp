@@ -40,11 +40,11 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     if (reuse != Reuse::Apart) {
         connect(&connection, &ControlConnection::replied, this, [this](const QString& line) { m_lastReply = line; });
     }
-    connect(&connection, &ControlConnection::drained, this, [this, &connection] { settle(connection); });
+    connect(&connection, &ControlConnection::drained, this, [this, &connection] { finish(connection); });
     connect(&connection, &ControlConnection::ended, this, [this, &connection] { ended(connection); });
     connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {
         if (isKept(connection)) {
-            dismiss(connection);
+            close(connection);
         } else {
             discard(connection);
         }
@@ -58,10 +58,10 @@ void ConnectionPool::release(ControlConnection& connection)
 {
     connection.setUser(nullptr);
     connection.setReused();
-    settle(connection);
+    finish(connection);
 }
 
-void ConnectionPool::settle(ControlConnection& connection)
+void ConnectionPool::finish(ControlConnection& connection)
 {
     if (!connection.isUsable()) {
         discard(connection);
@@ -76,7 +76,7 @@ void ConnectionPool::settle(ControlConnection& connection)
 void ConnectionPool::quit(ControlConnection& connection)
 {
     connection.setUser(nullptr);
-    dismiss(connection);
+    close(connection);
 }
 
 void ConnectionPool::discard(ControlConnection& connection)
@@ -85,7 +85,7 @@ void ConnectionPool::discard(ControlConnection& connection)
     remove(connection);
 }
 
-void ConnectionPool::dismiss(ControlConnection& connection)
+void ConnectionPool::close(ControlConnection& connection)
 {
     if (connection.isClosing()) {
         return;
@@ -156,7 +156,7 @@ void ConnectionPool::becameFree(const FTPServerKey& key)
     const auto waiter = std::find_if(m_waiters.begin(), m_waiters.end(),
                                      [&key](const Waiter& each) { return each.key.isSameServer(key); });
     // The key is copied, since what is sent away may end at once and change the list.
-    if (waiter == m_waiters.end() || !makeWay(FTPServerKey(waiter->key))) {
+    if (waiter == m_waiters.end() || !evict(FTPServerKey(waiter->key))) {
         return; // The end of what is in the way leads here again.
     }
     const Waiter chosen = std::move(*waiter);
@@ -173,22 +173,22 @@ void ConnectionPool::becameFree(const FTPServerKey& key)
 
 /// Answers whether a transfer with @p key need not wait: there is a connection that it can take over, or none of
 /// another login is left that could be closed for it.
-bool ConnectionPool::makeWay(const FTPServerKey& key)
+bool ConnectionPool::evict(const FTPServerKey& key)
 {
-    std::vector<ControlConnection*> inTheWay;
+    std::vector<ControlConnection*> evicted;
     for (const std::unique_ptr<Entry>& entry : m_entries) {
         ControlConnection& connection = *entry->connection;
         if (connection.key() == key && isKept(connection)) {
             return true;
         }
         if (connection.key().isSameServer(key) && connection.key() != key && !connection.isInUse()) {
-            inTheWay.push_back(&connection);
+            evicted.push_back(&connection);
         }
     }
-    for (ControlConnection* connection : inTheWay) {
-        dismiss(*connection);
+    for (ControlConnection* connection : evicted) {
+        close(*connection);
     }
-    return inTheWay.empty();
+    return evicted.empty();
 }
 
 void ConnectionPool::closeIdle(const QString& host, quint16 port)
@@ -201,7 +201,7 @@ void ConnectionPool::closeIdle(const QString& host, quint16 port)
         }
     }
     for (ControlConnection* connection : idle) {
-        dismiss(*connection);
+        close(*connection);
     }
 }
 

@@ -88,11 +88,11 @@ private:
 
     Entry* entryOf(const ControlConnection& connection);
     void becameFree(const FTPServerKey& key);
-    bool makeWay(const FTPServerKey& key);
-    void dismiss(ControlConnection& connection);
+    bool evict(const FTPServerKey& key);
+    void close(ControlConnection& connection);
     void ended(ControlConnection& connection);
     void remove(ControlConnection& connection);
-    void settle(ControlConnection& connection);
+    void finish(ControlConnection& connection);
 
     DeliveryGate& m_gate;
     const FTPTimeouts& m_timeouts;

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::uint32_t longestWish = 16 * 1024; ///< In words of four bytes.
+constexpr std::uint32_t longestRequest = 16 * 1024; ///< In words of four bytes.
 
 struct Free {
     void operator()(void* reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-no-malloc): as xcb wants it
@@ -60,20 +60,20 @@ std::uint32_t DirectSave::announce(const QString& name)
     return window;
 }
 
-QString DirectSave::takeWish(std::uint32_t window)
+QString DirectSave::acceptRequest(std::uint32_t window)
 {
     xcb_connection_t* const x = connection();
     if (x == nullptr || window == 0) {
         return {};
     }
     const xcb_atom_t property = atom(x, DirectSave::format.toLatin1());
-    const auto request = xcb_get_property(x, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longestWish);
+    const auto request = xcb_get_property(x, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longestRequest);
     const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(x, request, nullptr));
     if (!reply || reply->bytes_after != 0) {
         return {};
     }
-    QString path = pathOfWish(QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
-                                         xcb_get_property_value_length(reply.get())));
+    QString path = pathOfRequest(QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                                            xcb_get_property_value_length(reply.get())));
     if (!path.isNull()) {
         xcb_delete_property(x, window, property);
         xcb_flush(x);
@@ -81,7 +81,7 @@ QString DirectSave::takeWish(std::uint32_t window)
     return path;
 }
 
-QString DirectSave::pathOfWish(QByteArray value)
+QString DirectSave::pathOfRequest(QByteArray value)
 {
     // Some targets count the byte that ends a text in C, or end the line.
     for (const char end : { '\0', '\r', '\n' }) {
@@ -89,7 +89,7 @@ QString DirectSave::pathOfWish(QByteArray value)
             value.truncate(at);
         }
     }
-    // With a "/" that is not escaped, which no name has: the property holds the announced name before the wish, and a
-    // name may look like a URI.
+    // With a "/" that is not escaped, which no name has: before the request the property holds the announced name,
+    // which may look like a URI.
     return value.startsWith("file:/") ? localPath(QUrl::fromEncoded(value, QUrl::StrictMode)) : QString();
 }

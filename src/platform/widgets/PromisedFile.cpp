@@ -82,7 +82,7 @@ QVariant PromisedFile::retrieveData(const QString& format, QMetaType type) const
 
 QByteArray PromisedFile::answerDirectSave() const
 {
-    const QString path = m_promise->isDropped ? DirectSave::takeWish(m_window) : QString();
+    const QString path = m_promise->isDropped ? DirectSave::acceptRequest(m_window) : QString();
     if (path.isNull()) {
         return "E"_ba; // There will be no file.
     }
@@ -99,7 +99,7 @@ void PromisedFile::begin()
 {
     for (DragExtraction* old : m_source.findChildren<DragExtraction*>(Qt::FindDirectChildrenOnly)) {
         if (old != m_extraction) {
-            delete old; // Of the last drag. Whoever still asks about that one finds nobody there.
+            delete old; // The last drag's: a target that still asks about that one gets no answer.
         }
     }
     m_isDragged = true;

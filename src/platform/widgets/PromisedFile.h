@@ -30,12 +30,13 @@ public:
     QStringList formats() const override;
 
     /// Drags @p file, with @p picture at the pointer, until the user lets go. The file is dropped as soon as this
-    /// returns; the target's wish comes later.
+    /// returns; the target's request comes later.
     static void drag(std::unique_ptr<PromisedFile> file, const QPixmap& picture);
 
     /// The drag begins. Takes the place of the source's last one.
     void begin();
-    /// The drag has ended over a target that takes it. Wishes count from now on: some targets ask while a drag hovers.
+    /// The drag has ended over a target that takes it. Requests count from now on: some targets send them while a drag
+    /// hovers.
     void setDropped();
 
 protected:

@@ -44,7 +44,7 @@ TEST_F(SleepInhibitorTest, ALockThatComesTooLateIsLetGo)
     EXPECT_TRUE(waitFor([this] { return !m_loginManager.isLocked(); }));
 }
 
-TEST_F(SleepInhibitorTest, AWishThatComesAndGoesWhileTheAnswerIsDueAsksOnce)
+TEST_F(SleepInhibitorTest, ARequestThatComesAndGoesWhileTheAnswerIsDueAsksOnce)
 {
     m_bus.serve(m_loginManager);
 

@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(TlsControlTest, NothingIsSaidBeforeTheHandshakeButTheWishForIt)
+TEST_F(TlsControlTest, NothingIsSentBeforeTheHandshakeButTheRequestForIt)
 {
     startUpload(u"/f"_s, "x");
     auto control = accept();

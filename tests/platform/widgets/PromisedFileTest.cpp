@@ -15,24 +15,24 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-TEST(DirectSaveTest, AWishIsALocalFilesPath)
+TEST(DirectSaveTest, ARequestIsALocalFilesPath)
 {
-    EXPECT_EQ(DirectSave::pathOfWish("file:///dest%20dir/na%C3%AFve.txt"), u"/dest dir/naïve.txt"_s);
-    EXPECT_EQ(DirectSave::pathOfWish("file://localhost/a"), u"/a"_s);
+    EXPECT_EQ(DirectSave::pathOfRequest("file:///dest%20dir/na%C3%AFve.txt"), u"/dest dir/naïve.txt"_s);
+    EXPECT_EQ(DirectSave::pathOfRequest("file://localhost/a"), u"/a"_s);
 }
 
-TEST(DirectSaveTest, BytesAfterTheEndOfAWishAreIgnored)
+TEST(DirectSaveTest, BytesAfterTheEndOfARequestAreIgnored)
 {
-    EXPECT_EQ(DirectSave::pathOfWish("file:///a\0"_ba), u"/a"_s);
-    EXPECT_EQ(DirectSave::pathOfWish("file:///a\r\n"), u"/a"_s);
-    EXPECT_EQ(DirectSave::pathOfWish("file:///a\0/b"_ba), u"/a"_s);
+    EXPECT_EQ(DirectSave::pathOfRequest("file:///a\0"_ba), u"/a"_s);
+    EXPECT_EQ(DirectSave::pathOfRequest("file:///a\r\n"), u"/a"_s);
+    EXPECT_EQ(DirectSave::pathOfRequest("file:///a\0/b"_ba), u"/a"_s);
 }
 
-TEST(DirectSaveTest, WhatIsNoLocalFileIsNoWish)
+TEST(DirectSaveTest, WhatIsNoLocalFileIsNoRequest)
 {
     for (const QByteArray& value : { "naïve.txt"_ba, ""_ba, "file://elsewhere.example/a"_ba, "sftp://host/a"_ba,
                                      "/a"_ba, "file:"_ba, "file:a"_ba, "file:%2Fhome%2Fx.desktop"_ba }) {
-        EXPECT_TRUE(DirectSave::pathOfWish(value).isNull()) << value.constData();
+        EXPECT_TRUE(DirectSave::pathOfRequest(value).isNull()) << value.constData();
     }
 }
 
