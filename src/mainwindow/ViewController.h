@@ -248,8 +248,8 @@ private:
     void connectSortActions();
     void showAuxiliaryWindow();
 
-    /// What a tick shows, and what it decides by.
-    struct Look {
+    /// Everything that a tick shows or decides by.
+    struct Snapshot {
         bool isSending = false;
         bool isReceiving = false;
         bool isListing = false;
@@ -266,9 +266,9 @@ private:
         QString reply;
         std::optional<FTPSecurity> security;
 
-        bool operator==(const Look&) const = default;
+        bool operator==(const Snapshot&) const = default;
     };
-    Look look() const;
+    Snapshot snapshot() const;
 
     /// Whether a new second has begun.
     bool showDate();
@@ -341,7 +341,7 @@ private:
     std::optional<quint64> m_bytes; ///< Nothing: no text.
     std::optional<quint64> m_shownBytes;
     QElapsedTimer m_sinceProgressShown; ///< Percent and bytes.
-    std::optional<Look> m_shownLook; ///< Nothing: something has not been shown yet.
+    std::optional<Snapshot> m_shownSnapshot; ///< Nothing: something has not been shown yet.
     TransferRate m_rate;
     QString m_shownReply;
     std::optional<FTPSecurity> m_shownSecurity;

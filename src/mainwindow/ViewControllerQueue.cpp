@@ -85,8 +85,8 @@ void ViewController::onTick()
         return;
     }
     const bool isNewSecond = showDate();
-    const Look now = look();
-    if (!isNewSecond && now.waiting == 0 && now == m_shownLook) {
+    const Snapshot now = snapshot();
+    if (!isNewSecond && now.waiting == 0 && now == m_shownSnapshot) {
         return; // Nothing has changed and nothing waits: the window that just stands there costs next to nothing.
     }
     showQueueLength();
@@ -99,10 +99,10 @@ void ViewController::onTick()
     showListingState();
     showWhatCanBeDone();
     reportActivity();
-    m_shownLook = isProgressShown ? std::optional(now) : std::nullopt;
+    m_shownSnapshot = isProgressShown ? std::optional(now) : std::nullopt;
 }
 
-ViewController::Look ViewController::look() const
+ViewController::Snapshot ViewController::snapshot() const
 {
     return { .isSending = m_pc->isSending(),
              .isReceiving = m_gc->isReceiving(),
