@@ -2,11 +2,11 @@
 
 #include "AddressAdvice.h"
 #include "BringToFront.h"
+#include "ConnectionTestText.h"
 #include "DelayedAlert.h"
 #include "DrawnIcons.h"
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
-#include "ProbeText.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
@@ -200,26 +200,27 @@ void PreferencesController::forgetCertificate()
 
 void PreferencesController::startOrStopTest()
 {
-    if (m_probe != nullptr) {
+    if (m_connectionTest != nullptr) {
         endTest();
         m_ui->testResultLabel->setText(u"The test was stopped."_s);
         return;
     }
     clearTest();
-    m_probe = m_application.startProbe({ .location = destination(),
-                                         .userName = m_usernameTextField->text(),
-                                         .password = m_passwordTextField->text(),
-                                         .encryption = wantedEncryption() },
-                                       [this](const FTPProbeReport& report) { showTest(report); });
-    if (m_probe != nullptr) {
+    m_connectionTest
+        = m_application.startConnectionTest({ .location = destination(),
+                                              .userName = m_usernameTextField->text(),
+                                              .password = m_passwordTextField->text(),
+                                              .encryption = wantedEncryption() },
+                                            [this](const FTPConnectionTestReport& report) { showTest(report); });
+    if (m_connectionTest != nullptr) {
         m_ui->testButton->setText(u"Stop &Test"_s);
         showTest({});
     }
 }
 
-void PreferencesController::showTest(const FTPProbeReport& report)
+void PreferencesController::showTest(const FTPConnectionTestReport& report)
 {
-    m_ui->testResultLabel->setText(probeText(report));
+    m_ui->testResultLabel->setText(connectionTestText(report));
     m_ui->testReplyLabel->setText(report.reply.isEmpty() ? QString()
                                                          : u"The server said: %1"_s.arg(visibleText(report.reply)));
     showWhetherTrusted(); // The question about a certificate may have been answered.
@@ -230,7 +231,7 @@ void PreferencesController::showTest(const FTPProbeReport& report)
 
 void PreferencesController::endTest()
 {
-    m_probe.reset();
+    m_connectionTest.reset();
     m_ui->testButton->setText(u"&Test Connection"_s);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "FTPConnectionTest.h"
 #include "FTPEncryption.h"
-#include "FTPProbe.h"
 
 #include <QDialog>
 #include <QHash>
@@ -41,9 +41,11 @@ public:
         std::function<bool(const QString& destination)> trustsCertificate = [](const QString&) { return false; };
         /// Trusts it no longer. False when that could not be stored.
         std::function<bool(const QString& destination)> forgetCertificate = [](const QString&) { return false; };
-        /// Tries a connection; see FTPStreamFactory::startProbe(). Null when that cannot be.
-        std::function<std::unique_ptr<FTPProbe>(const FTPProbeRequest& request, FTPProbeHandler handler)> startProbe
-            = [](const FTPProbeRequest&, const FTPProbeHandler&) { return nullptr; };
+        /// Tests a connection; see FTPStreamFactory::startConnectionTest(). Null when that is not possible.
+        std::function<std::unique_ptr<FTPConnectionTest>(const FTPConnectionTestRequest& request,
+                                                         FTPConnectionTestHandler handler)>
+            startConnectionTest
+            = [](const FTPConnectionTestRequest&, const FTPConnectionTestHandler&) { return nullptr; };
     };
 
     /// @p defaults outlives the controller. The panel is a window of @p parent, which may be null.
@@ -98,7 +100,7 @@ private:
     void showWhetherTrusted();
     void forgetCertificate();
     void startOrStopTest();
-    void showTest(const FTPProbeReport& report);
+    void showTest(const FTPConnectionTestReport& report);
     void endTest();
     void clearTest();
     FTPEncryption wantedEncryption() const;
@@ -116,7 +118,7 @@ private:
     QHash<QString, Filled> m_filled; ///< By the settings' keys.
     bool m_filledOpenDownloadedFiles = false;
     FTPEncryption m_filledEncryption = FTPEncryption::None;
-    std::unique_ptr<FTPProbe> m_probe; ///< Set exactly while a connection is tried.
+    std::unique_ptr<FTPConnectionTest> m_connectionTest; ///< Set exactly while a connection is tried.
     QString m_savedFTPFolder;
     QSize m_preferredContentSize;
 };

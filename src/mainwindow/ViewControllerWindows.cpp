@@ -53,10 +53,10 @@ void ViewController::loadOtherWindows()
                     const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
                     return place && TrustedCertificates::standard().forget(place->host, place->port);
                 },
-            .startProbe =
-                [this](const FTPProbeRequest& request, FTPProbeHandler handler) {
+            .startConnectionTest =
+                [this](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
                     emit userRequestedConnection();
-                    return m_streams.startProbe(request, std::move(handler));
+                    return m_streams.startConnectionTest(request, std::move(handler));
                 },
         },
         &m_window);

@@ -1,8 +1,8 @@
 #include "PreferencesController.h"
 
+#include "ConnectionTestText.h"
 #include "DelayedAlert.h"
 #include "Printers.h"
-#include "ProbeText.h"
 #include "Sheets.h"
 #include "UserDefaults.h"
 #include "WaitFor.h"
@@ -34,23 +34,23 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A trial of a connection as a test sees it.
-struct ProbeRecord {
-    FTPProbeRequest request;
-    FTPProbeHandler handler;
+/// A connection test as its test sees it.
+struct ConnectionTestRecord {
+    FTPConnectionTestRequest request;
+    FTPConnectionTestHandler handler;
     bool isRunning = true;
 };
 
-class RecordedProbe final : public FTPProbe {
+class RecordedConnectionTest final : public FTPConnectionTest {
 public:
-    explicit RecordedProbe(std::shared_ptr<ProbeRecord> record)
+    explicit RecordedConnectionTest(std::shared_ptr<ConnectionTestRecord> record)
         : m_record(std::move(record))
     {
     }
-    ~RecordedProbe() override { m_record->isRunning = false; }
+    ~RecordedConnectionTest() override { m_record->isRunning = false; }
 
 private:
-    std::shared_ptr<ProbeRecord> m_record;
+    std::shared_ptr<ConnectionTestRecord> m_record;
 };
 
 class PreferencesControllerTest : public ::testing::Test {
@@ -111,7 +111,7 @@ protected:
 
     QTemporaryDir m_folder;
     UserDefaults m_defaults{ m_folder.filePath(u"settings/settings.json"_s) };
-    std::shared_ptr<ProbeRecord> m_probe; ///< The latest one.
+    std::shared_ptr<ConnectionTestRecord> m_connectionTest; ///< The latest one.
     QStringList m_trusted; ///< Destinations whose certificate is trusted.
     bool m_canForget = true;
     QStringList m_refreshes; ///< For each refresh the address that was stored then.
@@ -131,12 +131,12 @@ protected:
             .trustsCertificate = [this](const QString& destination) { return m_trusted.contains(destination); },
             .forgetCertificate
             = [this](const QString& destination) { return m_canForget && m_trusted.removeAll(destination) > 0; },
-            .startProbe =
-                [this](const FTPProbeRequest& request, FTPProbeHandler handler) {
-                    m_probe = std::make_shared<ProbeRecord>();
-                    m_probe->request = request;
-                    m_probe->handler = std::move(handler);
-                    return std::make_unique<RecordedProbe>(m_probe);
+            .startConnectionTest =
+                [this](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
+                    m_connectionTest = std::make_shared<ConnectionTestRecord>();
+                    m_connectionTest->request = request;
+                    m_connectionTest->handler = std::move(handler);
+                    return std::make_unique<RecordedConnectionTest>(m_connectionTest);
                 },
         }
     };
@@ -676,66 +676,69 @@ TEST_F(PreferencesControllerTest, AConnectionIsTriedWithWhatIsTypedAndNothingIsS
 
     control<QPushButton>("testButton").click();
 
-    ASSERT_TRUE(m_probe);
-    EXPECT_EQ(m_probe->request.location, u"ftp://host/in"_s);
-    EXPECT_EQ(m_probe->request.userName, u"anna"_s);
-    EXPECT_EQ(m_probe->request.password, u"typed"_s);
-    EXPECT_EQ(m_probe->request.encryption, FTPEncryption::Required);
+    ASSERT_TRUE(m_connectionTest);
+    EXPECT_EQ(m_connectionTest->request.location, u"ftp://host/in"_s);
+    EXPECT_EQ(m_connectionTest->request.userName, u"anna"_s);
+    EXPECT_EQ(m_connectionTest->request.password, u"typed"_s);
+    EXPECT_EQ(m_connectionTest->request.encryption, FTPEncryption::Required);
     EXPECT_EQ(text("testButton"), u"Stop &Test"_s);
     EXPECT_EQ(text("testResultLabel"), u"Connecting…"_s);
     EXPECT_EQ(stored(), before);
 }
 
-TEST_F(PreferencesControllerTest, WhatHasComeOfATrialIsToldWithTheServersWords)
+TEST_F(PreferencesControllerTest, WhatHasComeOfATestIsShownWithTheServersWords)
 {
     startTest();
-    m_probe->handler({ .state = FTPProbeState::OpeningFolder, .reply = u"230 In"_s });
+    m_connectionTest->handler({ .state = FTPConnectionTestState::OpeningFolder, .reply = u"230 In"_s });
     EXPECT_EQ(text("testResultLabel"), u"Logged in. Opening the folder…"_s);
     EXPECT_EQ(text("testReplyLabel"), u"The server said: 230 In"_s);
-    EXPECT_TRUE(m_probe->isRunning);
+    EXPECT_TRUE(m_connectionTest->isRunning);
 
-    m_probe->handler({ .state = FTPProbeState::FolderRefused, .reply = u"550 <b>No\u202e</b>"_s });
+    m_connectionTest->handler({ .state = FTPConnectionTestState::FolderRefused, .reply = u"550 <b>No\u202e</b>"_s });
 
     EXPECT_TRUE(text("testResultLabel").startsWith(u"The login is accepted, but the folder is refused."_s));
     EXPECT_EQ(text("testReplyLabel"), u"The server said: 550 <b>No⟨U+202E⟩</b>"_s);
     EXPECT_EQ(control<QLabel>("testReplyLabel").textFormat(), Qt::PlainText);
-    EXPECT_FALSE(m_probe->isRunning);
+    EXPECT_FALSE(m_connectionTest->isRunning);
     EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
 }
 
-TEST_F(PreferencesControllerTest, EveryEndOfATrialHasWordsOfItsOwn)
+TEST_F(PreferencesControllerTest, EveryEndOfATestHasWordsOfItsOwn)
 {
     QStringList seen;
-    for (const FTPProbeState state :
-         { FTPProbeState::Works, FTPProbeState::Unreachable, FTPProbeState::NoAnswer, FTPProbeState::Lost,
-           FTPProbeState::NotEncrypted, FTPProbeState::NotTrusted, FTPProbeState::LoginRefused,
-           FTPProbeState::FolderRefused, FTPProbeState::NotSendable }) {
+    for (const FTPConnectionTestState state :
+         { FTPConnectionTestState::Works, FTPConnectionTestState::Unreachable, FTPConnectionTestState::NoAnswer,
+           FTPConnectionTestState::Lost, FTPConnectionTestState::NotEncrypted, FTPConnectionTestState::NotTrusted,
+           FTPConnectionTestState::LoginRefused, FTPConnectionTestState::FolderRefused,
+           FTPConnectionTestState::NotSendable }) {
         EXPECT_TRUE(isEnd(state));
-        const QString words = probeText({ .state = state });
+        const QString words = connectionTestText({ .state = state });
         EXPECT_FALSE(words.isEmpty() || seen.contains(words));
         seen.append(words);
     }
     EXPECT_TRUE(seen.first().endsWith(u"Nothing was encrypted."_s));
-    EXPECT_TRUE(probeText({ .state = FTPProbeState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, true, {} } })
+    EXPECT_TRUE(connectionTestText(
+                    { .state = FTPConnectionTestState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, true, {} } })
                     .endsWith(u"Encrypted with TLSv1.3."_s));
-    EXPECT_TRUE(probeText({ .state = FTPProbeState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, false, {} } })
+    EXPECT_TRUE(connectionTestText(
+                    { .state = FTPConnectionTestState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, false, {} } })
                     .endsWith(u"Encrypted with TLSv1.3; you trust the server’s certificate."_s));
 }
 
-TEST_F(PreferencesControllerTest, ASecondPressStopsATrial)
+TEST_F(PreferencesControllerTest, ASecondPressStopsATest)
 {
     startTest();
 
     control<QPushButton>("testButton").click();
 
-    EXPECT_FALSE(m_probe->isRunning);
+    EXPECT_FALSE(m_connectionTest->isRunning);
     EXPECT_EQ(text("testResultLabel"), u"The test was stopped."_s);
     EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
     control<QPushButton>("testButton").click();
-    EXPECT_TRUE(m_probe->isRunning);
+    EXPECT_TRUE(m_connectionTest->isRunning);
 }
 
-TEST_F(PreferencesControllerTest, AnEditAndTheEndOfThePanelStopATrialAndForgetItsResult)
+TEST_F(PreferencesControllerTest, AnEditAndTheEndOfThePanelStopATestAndForgetItsResult)
 {
     const std::vector<std::function<void()>> ways{
         [this] { type(m_preferences.addressTextField(), u"host"_s); },
@@ -749,11 +752,11 @@ TEST_F(PreferencesControllerTest, AnEditAndTheEndOfThePanelStopATrialAndForgetIt
     };
     for (const auto& act : ways) {
         startTest();
-        ASSERT_TRUE(m_probe->isRunning);
+        ASSERT_TRUE(m_connectionTest->isRunning);
 
         act();
 
-        EXPECT_FALSE(m_probe->isRunning);
+        EXPECT_FALSE(m_connectionTest->isRunning);
         EXPECT_EQ(text("testResultLabel"), QString());
         EXPECT_EQ(text("testReplyLabel"), QString());
         EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
@@ -770,13 +773,13 @@ TEST_F(PreferencesControllerTest, WithoutADestinationThereIsNothingToTry)
     EXPECT_TRUE(control<QPushButton>("testButton").isEnabled());
 }
 
-TEST_F(PreferencesControllerTest, ATrustedCertificateCanBeForgottenAsSoonAsATrialHasAsked)
+TEST_F(PreferencesControllerTest, ATrustedCertificateCanBeForgottenAsSoonAsATestHasAsked)
 {
     startTest();
     EXPECT_FALSE(control<QPushButton>("forgetCertificateButton").isEnabled());
     m_trusted = { u"ftp://host/"_s };
 
-    m_probe->handler({ .state = FTPProbeState::Works, .reply = u"200 Fine"_s });
+    m_connectionTest->handler({ .state = FTPConnectionTestState::Works, .reply = u"200 Fine"_s });
 
     EXPECT_TRUE(control<QPushButton>("forgetCertificateButton").isEnabled());
 }
@@ -786,9 +789,10 @@ TEST_F(PreferencesControllerTest, NoResultMovesTheButtons)
     startTest();
     const QSize size = m_preferences.view()->size();
     const QPoint place = control<QWidget>("doneButton").pos();
-    for (int state = 0; state <= static_cast<int>(FTPProbeState::NotSendable); ++state) {
+    for (int state = 0; state <= static_cast<int>(FTPConnectionTestState::NotSendable); ++state) {
         startTest();
-        m_probe->handler({ .state = static_cast<FTPProbeState>(state), .reply = QString(3000, u'w') });
+        m_connectionTest->handler(
+            { .state = static_cast<FTPConnectionTestState>(state), .reply = QString(3000, u'w') });
         drainEventLoop();
 
         EXPECT_EQ(m_preferences.view()->size(), size);

@@ -126,9 +126,9 @@ TEST_F(ViewControllerSettingsTest, AConnectionIsTestedWhereFilesWouldGoAndThatIs
     m_controller->preferences().view()->findChild<QPushButton*>(u"testButton"_s)->click();
 
     EXPECT_EQ(requests, 1);
-    ASSERT_EQ(m_streams.probeRequests.size(), 1U);
-    EXPECT_EQ(m_streams.probeRequests.front().location, u"ftp://host/in/Scans/"_s);
-    EXPECT_EQ(m_streams.probeRequests.front().password, u"secret"_s);
+    ASSERT_EQ(m_streams.connectionTestRequests.size(), 1U);
+    EXPECT_EQ(m_streams.connectionTestRequests.front().location, u"ftp://host/in/Scans/"_s);
+    EXPECT_EQ(m_streams.connectionTestRequests.front().password, u"secret"_s);
     EXPECT_TRUE(m_streams.streams().empty());
 }
 

@@ -168,7 +168,7 @@ const Column windowListing{ 2, "listing (window)", Way::Window, Operation::Listi
 const Column windowCreation{ 3, "new folder (window)", Way::Window, Operation::FolderCreation };
 const Column windowManualCreation{ 4, "manual new folder (window)", Way::Window, Operation::ManualFolderCreation };
 const Column windowDeletion{ 5, "delete (window)", Way::Window, Operation::Deletion };
-const Column windowTest{ 6, "login test (window)", Way::Window, Operation::ConnectionTest };
+const Column windowTest{ 6, "connection test (window)", Way::Window, Operation::ConnectionTest };
 const Column libraryUpload{ 7, "upload (library)", Way::Library, Operation::Upload };
 const Column libraryDownload{ 8, "download (library)", Way::Library, Operation::Download };
 const Column libraryListing{ 9, "listing (library)", Way::Library, Operation::Listing };
@@ -185,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(WindowFolderCreation, FaultMatrixTest, ValuesIn(cellsOf
 INSTANTIATE_TEST_SUITE_P(WindowManualFolderCreation, FaultMatrixTest, ValuesIn(cellsOf(windowManualCreation)),
                          nameOfCell);
 INSTANTIATE_TEST_SUITE_P(WindowDeletion, FaultMatrixTest, ValuesIn(cellsOf(windowDeletion)), nameOfCell);
-INSTANTIATE_TEST_SUITE_P(WindowLoginTest, FaultMatrixTest, ValuesIn(cellsOf(windowTest)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(WindowConnectionTest, FaultMatrixTest, ValuesIn(cellsOf(windowTest)), nameOfCell);
 INSTANTIATE_TEST_SUITE_P(LibraryUpload, FaultMatrixTest, ValuesIn(cellsOf(libraryUpload)), nameOfCell);
 INSTANTIATE_TEST_SUITE_P(LibraryDownload, FaultMatrixTest, ValuesIn(cellsOf(libraryDownload)), nameOfCell);
 INSTANTIATE_TEST_SUITE_P(LibraryListing, FaultMatrixTest, ValuesIn(cellsOf(libraryListing)), nameOfCell);

@@ -99,18 +99,19 @@ public:
 
     QString lastUploadReply() const override { return uploadReply; }
 
-    std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler) override
+    std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
+                                                           FTPConnectionTestHandler handler) override
     {
-        probeRequests.push_back(request);
-        probeHandler = std::move(handler);
-        return std::make_unique<FTPProbe>();
+        connectionTestRequests.push_back(request);
+        connectionTestHandler = std::move(handler);
+        return std::make_unique<FTPConnectionTest>();
     }
 
     QString reply; ///< What lastReply() answers.
     std::optional<FTPSecurity> security; ///< What lastSecurity() answers.
     QString uploadReply; ///< What lastUploadReply() answers.
-    std::vector<FTPProbeRequest> probeRequests; ///< Of all probes.
-    FTPProbeHandler probeHandler; ///< Hears of the latest one.
+    std::vector<FTPConnectionTestRequest> connectionTestRequests; ///< Of all connection tests.
+    FTPConnectionTestHandler connectionTestHandler; ///< Hears of the latest one.
     QStringList closedIdle; ///< The locations whose idle connections were to be closed.
 
     /// All streams that were asked for, in order, whether they could be made or not.

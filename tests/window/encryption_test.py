@@ -360,7 +360,7 @@ class WithoutAnAnswer(WindowTest):
     def make_server(self):
         return Silent()
 
-    def test_a_trial_is_stopped_by_a_second_press_and_the_window_lives_meanwhile(self):
+    def test_a_connection_test_is_stopped_by_a_second_press_and_the_window_lives_meanwhile(self):
         program = self.start()
         wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
         (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^No FTP Dest"), "the window")
@@ -374,7 +374,7 @@ class WithoutAnAnswer(WindowTest):
         wait_for(lambda: program.text("Test result") == "The server is there. Logging in…", "the connection")
         self.wait_for_the_clock(program)
         program.press("Stop Test")
-        wait_for(lambda: program.text("Test result") == "The test was stopped.", "the end of the trial")
+        wait_for(lambda: program.text("Test result") == "The test was stopped.", "the end of the test")
         program.press("Cancel")
 
 

@@ -1,6 +1,6 @@
 #include "EngineStreamFactory.h"
 
-#include "ConnectionProbe.h"
+#include "ConnectionTest.h"
 #include "FTPEngine.h"
 #include "Transfer.h"
 
@@ -147,7 +147,8 @@ void EngineStreamFactory::closeIdleConnections(const QString& location)
     }
 }
 
-std::unique_ptr<FTPProbe> EngineStreamFactory::startProbe(const FTPProbeRequest& request, FTPProbeHandler handler)
+std::unique_ptr<FTPConnectionTest> EngineStreamFactory::startConnectionTest(const FTPConnectionTestRequest& request,
+                                                                            FTPConnectionTestHandler handler)
 {
-    return std::make_unique<ConnectionProbe>(m_engine, request, m_trust, std::move(handler));
+    return std::make_unique<ConnectionTest>(m_engine, request, m_trust, std::move(handler));
 }

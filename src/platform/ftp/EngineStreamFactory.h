@@ -29,7 +29,8 @@ public:
     QString lastUploadReply() const override;
     std::optional<FTPSecurity> lastSecurity() const override;
     void closeIdleConnections(const QString& location) override;
-    std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler) override;
+    std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
+                                                           FTPConnectionTestHandler handler) override;
 
 private:
     FTPEngine& m_engine;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "FTPConnectionTest.h"
 #include "FTPEncryption.h"
-#include "FTPProbe.h"
 #include "FTPSecurity.h"
 
 #include <QByteArray>
@@ -133,10 +133,12 @@ public:
     /// server that allows few logins.
     virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }
 
-    /// Tries a connection, as a stream to the folder would make it, on a connection of its own. Nothing is moved or
-    /// changed. Null when there is nothing to try it with.
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): factories that try a connection keep it.
-    virtual std::unique_ptr<FTPProbe> startProbe(const FTPProbeRequest& request, FTPProbeHandler handler)
+    /// Tests a connection as a stream to the folder would make it, on a connection of its own. Moves and changes
+    /// nothing. Null when this factory has no connection test.
+    virtual std::unique_ptr<FTPConnectionTest> startConnectionTest(
+        const FTPConnectionTestRequest& request,
+        // NOLINTNEXTLINE(performance-unnecessary-value-param): factories that test a connection keep it.
+        FTPConnectionTestHandler handler)
     {
         Q_UNUSED(request);
         Q_UNUSED(handler);

@@ -1,4 +1,4 @@
-#include "ProbeText.h"
+#include "ConnectionTestText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -16,33 +16,33 @@ QString protectionText(const FTPSecurity& security)
 
 } // namespace
 
-QString probeText(const FTPProbeReport& report)
+QString connectionTestText(const FTPConnectionTestReport& report)
 {
     switch (report.state) {
-    case FTPProbeState::Connecting:
+    case FTPConnectionTestState::Connecting:
         return u"Connecting…"_s;
-    case FTPProbeState::LoggingIn:
+    case FTPConnectionTestState::LoggingIn:
         return u"The server is there. Logging in…"_s;
-    case FTPProbeState::OpeningFolder:
+    case FTPConnectionTestState::OpeningFolder:
         return u"Logged in. Opening the folder…"_s;
-    case FTPProbeState::Works:
+    case FTPConnectionTestState::Works:
         return u"It works: the login is accepted, and the folder is there. "_s
             + protectionText(report.security.value_or(FTPSecurity()));
-    case FTPProbeState::Unreachable:
+    case FTPConnectionTestState::Unreachable:
         return u"There is no FTP server at this address, or it cannot be reached."_s;
-    case FTPProbeState::NoAnswer:
+    case FTPConnectionTestState::NoAnswer:
         return u"The server does not answer."_s;
-    case FTPProbeState::Lost:
+    case FTPConnectionTestState::Lost:
         return u"The server has ended the connection."_s;
-    case FTPProbeState::NotEncrypted:
+    case FTPConnectionTestState::NotEncrypted:
         return u"The server does not come to terms about encryption. It was told neither name nor password."_s;
-    case FTPProbeState::NotTrusted:
+    case FTPConnectionTestState::NotTrusted:
         return u"The server’s certificate is not trusted. It was told neither name nor password."_s;
-    case FTPProbeState::LoginRefused:
+    case FTPConnectionTestState::LoginRefused:
         return u"The server refuses the login."_s;
-    case FTPProbeState::FolderRefused:
+    case FTPConnectionTestState::FolderRefused:
         return u"The login is accepted, but the folder is refused. It has to be there before files can go into it."_s;
-    case FTPProbeState::NotSendable:
+    case FTPConnectionTestState::NotSendable:
         break;
     }
     return u"The user name, the password or the folder holds a character that cannot be sent."_s;

@@ -1,4 +1,4 @@
-#include "FTPProbe.h"
+#include "FTPConnectionTest.h"
 #include "RecordingJudge.h"
 #include "StreamTest.h"
 
@@ -8,26 +8,26 @@
 
 namespace {
 
-using State = FTPProbeState;
+using State = FTPConnectionTestState;
 
-class ConnectionProbeTest : public StreamTest {
+class ConnectionTestTest : public StreamTest {
 protected:
-    void probe(const QString& path = u"/in"_s, const QString& password = u"secret"_s)
+    void test(const QString& path = u"/in"_s, const QString& password = u"secret"_s)
     {
-        probeAt(m_peer.location(path), password);
+        testAt(m_peer.location(path), password);
     }
-    void probeAt(const QString& location, const QString& password = u"secret"_s)
+    void testAt(const QString& location, const QString& password = u"secret"_s)
     {
         m_states.clear();
         m_last = {};
-        m_probe = m_judged.startProbe({ location, u"anna"_s, password, m_encryption },
-                                      [this](const FTPProbeReport& report) {
-                                          m_states.push_back(report.state);
-                                          m_last = report;
-                                          if (m_stopsAt == report.state) {
-                                              m_probe.reset();
-                                          }
-                                      });
+        m_connectionTest = m_judged.startConnectionTest({ location, u"anna"_s, password, m_encryption },
+                                                        [this](const FTPConnectionTestReport& report) {
+                                                            m_states.push_back(report.state);
+                                                            m_last = report;
+                                                            if (m_stopsAt == report.state) {
+                                                                m_connectionTest.reset();
+                                                            }
+                                                        });
     }
     bool hasEnded() const { return !m_states.empty() && isEnd(m_states.back()); }
     State waitForEnd()
@@ -60,15 +60,15 @@ protected:
 
     RecordingJudge m_judge;
     EngineStreamFactory m_judged{ m_engine, m_judge };
-    std::unique_ptr<FTPProbe> m_probe;
+    std::unique_ptr<FTPConnectionTest> m_connectionTest;
     std::vector<State> m_states;
-    FTPProbeReport m_last;
+    FTPConnectionTestReport m_last;
     std::optional<State> m_stopsAt;
 };
 
-TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndQuits)
+TEST_F(ConnectionTestTest, ItGoesAsFarAsTheFolderAndQuits)
 {
-    probe();
+    test();
     EXPECT_TRUE(m_states.empty()); // From the loop, as always.
     auto control = hearProbe();
     say(*control, { "331 Password", "230 In" });
@@ -84,9 +84,9 @@ TEST_F(ConnectionProbeTest, ItGoesAsFarAsTheFolderAndQuits)
     EXPECT_TRUE(control->isSilent());
 }
 
-TEST_F(ConnectionProbeTest, NothingOfItStaysBehind)
+TEST_F(ConnectionTestTest, NothingOfItStaysBehind)
 {
-    probe();
+    test();
     auto control = hearProbe();
     say(*control, { "331 Password", "230 In", "257 \"/home\" is it", "250 There", "200 Fine" });
     waitForEnd();
@@ -95,7 +95,7 @@ TEST_F(ConnectionProbeTest, NothingOfItStaysBehind)
     EXPECT_EQ(m_pool.idleCount(), 0);
 }
 
-TEST_F(ConnectionProbeTest, EveryRefusalIsToldWithTheServersWords)
+TEST_F(ConnectionTestTest, EveryRefusalIsToldWithTheServersWords)
 {
     const std::vector<std::tuple<QByteArrayList, State, QString>> refusals{
         { { "530 No such user" }, State::LoginRefused, u"530 No such user"_s },
@@ -108,7 +108,7 @@ TEST_F(ConnectionProbeTest, EveryRefusalIsToldWithTheServersWords)
     };
     for (const auto& [replies, state, reply] : refusals) {
         SCOPED_TRACE(reply.toStdString());
-        probe();
+        test();
         auto control = greet();
         control->answer(replies);
 
@@ -119,9 +119,9 @@ TEST_F(ConnectionProbeTest, EveryRefusalIsToldWithTheServersWords)
     }
 }
 
-TEST_F(ConnectionProbeTest, ARefusalInTheGreetingIsARefusedLogin)
+TEST_F(ConnectionTestTest, ARefusalInTheGreetingIsARefusedLogin)
 {
-    probe();
+    test();
     accept()->say("530 Go away");
 
     EXPECT_EQ(waitForEnd(), State::LoginRefused);
@@ -129,11 +129,11 @@ TEST_F(ConnectionProbeTest, ARefusalInTheGreetingIsARefusedLogin)
     EXPECT_FALSE(m_last.security);
 }
 
-TEST_F(ConnectionProbeTest, AKeptConnectionDoesNotHideAWrongPasswordAndIsClosedFirst)
+TEST_F(ConnectionTestTest, AKeptConnectionDoesNotHideAWrongPasswordAndIsClosedFirst)
 {
     auto kept = upload(u"f"_s, "x");
 
-    probe(u"/in"_s, u"wrong"_s);
+    test(u"/in"_s, u"wrong"_s);
 
     EXPECT_EQ(kept->hear(), "QUIT");
     auto control = hearProbe({ "USER anna", "PASS wrong", "PWD", "CWD in", "TYPE I" });
@@ -141,10 +141,10 @@ TEST_F(ConnectionProbeTest, AKeptConnectionDoesNotHideAWrongPasswordAndIsClosedF
     EXPECT_EQ(waitForEnd(), State::LoginRefused);
 }
 
-TEST_F(ConnectionProbeTest, AServerThatAllowsOneLoginIsTriedAgainWhenTheOtherHasLeft)
+TEST_F(ConnectionTestTest, AServerThatAllowsOneLoginIsTriedAgainWhenTheOtherHasLeft)
 {
     auto kept = upload(u"f"_s, "x");
-    probe();
+    test();
     EXPECT_EQ(kept->hear(), "QUIT");
     accept()->say("421 One is enough");
 
@@ -155,7 +155,7 @@ TEST_F(ConnectionProbeTest, AServerThatAllowsOneLoginIsTriedAgainWhenTheOtherHas
     EXPECT_EQ(waitForEnd(), State::Works);
 }
 
-TEST_F(ConnectionProbeTest, SilenceAtEveryStageIsNoAnswer)
+TEST_F(ConnectionTestTest, SilenceAtEveryStageIsNoAnswer)
 {
     m_timeouts.reply = 150ms;
     m_timeouts.connect = 150ms;
@@ -164,7 +164,7 @@ TEST_F(ConnectionProbeTest, SilenceAtEveryStageIsNoAnswer)
         SCOPED_TRACE(said);
         ScriptedPeer peer;
         forget(peer);
-        probeAt(peer.location(u"/in"_s));
+        testAt(peer.location(u"/in"_s));
         std::vector<std::unique_ptr<PeerConnection>> connections;
         while (waitFor([this, &peer] { return hasEnded() || peer.isCalled(); }) && !hasEnded()) {
             connections.push_back(peer.accept());
@@ -175,14 +175,14 @@ TEST_F(ConnectionProbeTest, SilenceAtEveryStageIsNoAnswer)
     }
 }
 
-TEST_F(ConnectionProbeTest, AConnectionThatBreaksAtAnyStageIsLost)
+TEST_F(ConnectionTestTest, AConnectionThatBreaksAtAnyStageIsLost)
 {
     const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There" };
     for (qsizetype said = 0; said <= replies.size(); ++said) {
         SCOPED_TRACE(said);
         ScriptedPeer peer;
         forget(peer);
-        probeAt(peer.location(u"/in"_s));
+        testAt(peer.location(u"/in"_s));
         // What was sent ahead of replies may be to blame, once.
         while (waitFor([this, &peer] { return hasEnded() || peer.isCalled(); }) && !hasEnded()) {
             auto control = peer.accept();
@@ -194,47 +194,47 @@ TEST_F(ConnectionProbeTest, AConnectionThatBreaksAtAnyStageIsLost)
     }
 }
 
-TEST_F(ConnectionProbeTest, WhereNobodyListensNothingIsReached)
+TEST_F(ConnectionTestTest, WhereNobodyListensNothingIsReached)
 {
     const QString location = m_peer.location(u"/in"_s);
     m_peer.stopListening();
 
-    probeAt(location);
+    testAt(location);
 
     EXPECT_EQ(waitForEnd(), State::Unreachable);
     EXPECT_TRUE(m_last.reply.isNull());
 }
 
-TEST_F(ConnectionProbeTest, WhatCannotBeSentIsNotSent)
+TEST_F(ConnectionTestTest, WhatCannotBeSentIsNotSent)
 {
-    probeAt(u"http://host/"_s);
+    testAt(u"http://host/"_s);
     EXPECT_EQ(waitForEnd(), State::NotSendable);
 
-    probe(u"/in"_s, u"se\ncret"_s);
+    test(u"/in"_s, u"se\ncret"_s);
     EXPECT_EQ(waitForEnd(), State::NotSendable);
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
-TEST_F(ConnectionProbeTest, WithoutNameAndPasswordTheLoginIsAnonymous)
+TEST_F(ConnectionTestTest, WithoutNameAndPasswordTheLoginIsAnonymous)
 {
-    probe(u"/"_s, u""_s);
+    test(u"/"_s, u""_s);
 
     hearProbe({ "USER anonymous", "PASS anonymous@", "PWD", "TYPE I" });
-    m_probe.reset();
+    m_connectionTest.reset();
 }
 
-TEST_F(ConnectionProbeTest, StoppedAtAnyStageItEndsTheConnectionAndReportsNothing)
+TEST_F(ConnectionTestTest, StoppedAtAnyStageItEndsTheConnectionAndReportsNothing)
 {
     const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There" };
     for (qsizetype said = 0; said <= replies.size(); ++said) {
         SCOPED_TRACE(said);
-        probe();
+        test();
         auto control = accept();
         answer(*control, replies.first(said));
         drainEventLoop();
         m_states.clear();
 
-        m_probe.reset();
+        m_connectionTest.reset();
         control->say("200 Fine");
 
         const QByteArray rest = control->receiveToEnd();
@@ -244,7 +244,7 @@ TEST_F(ConnectionProbeTest, StoppedAtAnyStageItEndsTheConnectionAndReportsNothin
     }
 }
 
-TEST_F(ConnectionProbeTest, WhoeverHearsAReportMayStopIt)
+TEST_F(ConnectionTestTest, WhoeverHearsAReportMayStopIt)
 {
     const QByteArrayList replies{ "220 Ready", "331 Password", "230 In", "257 \"/\"", "250 There", "200 Fine" };
     const QList<std::pair<State, qsizetype>> states{ { State::LoggingIn, 1 },
@@ -252,22 +252,22 @@ TEST_F(ConnectionProbeTest, WhoeverHearsAReportMayStopIt)
                                                      { State::Works, 6 } };
     for (const auto& [state, said] : states) {
         m_stopsAt = state;
-        probe();
+        test();
         auto control = accept();
         answer(*control, replies.first(said));
 
-        EXPECT_TRUE(waitFor([this] { return m_probe == nullptr; }));
+        EXPECT_TRUE(waitFor([this] { return m_connectionTest == nullptr; }));
 
         drainEventLoop();
         EXPECT_EQ(m_states.back(), state);
     }
 }
 
-TEST_F(ConnectionProbeTest, EncryptedItSaysNothingBeforeTheHandshake)
+TEST_F(ConnectionTestTest, EncryptedItSaysNothingBeforeTheHandshake)
 {
     m_judge.verdict = true;
     m_encryption = FTPEncryption::Required;
-    probe();
+    test();
     auto control = greet();
     EXPECT_EQ(control->hear(7),
               (QByteArrayList{ "PBSZ 0", "PROT P", "USER anna", "PASS secret", "PWD", "CWD in", "TYPE I" }));
@@ -280,24 +280,24 @@ TEST_F(ConnectionProbeTest, EncryptedItSaysNothingBeforeTheHandshake)
     EXPECT_FALSE(m_last.security->isTrustedBySystem);
 }
 
-TEST_F(ConnectionProbeTest, ItLeavesThePadlockOfTheTransfersAlone)
+TEST_F(ConnectionTestTest, ItLeavesThePadlockOfTheTransfersAlone)
 {
     const std::optional<FTPSecurity> before = m_factory.lastSecurity();
     m_judge.verdict = true;
     m_encryption = FTPEncryption::Required;
-    probe();
+    test();
     auto control = greet();
     control->hear(7);
 
     EXPECT_EQ(m_factory.lastSecurity(), before);
-    m_probe.reset();
+    m_connectionTest.reset();
 }
 
-TEST_F(ConnectionProbeTest, ACertificateThatIsNotTrustedGetsNoLogin)
+TEST_F(ConnectionTestTest, ACertificateThatIsNotTrustedGetsNoLogin)
 {
     m_judge.verdict = false;
     m_encryption = FTPEncryption::Required;
-    probe();
+    test();
     auto control = greet();
 
     EXPECT_EQ(waitForEnd(), State::NotTrusted);
@@ -306,26 +306,26 @@ TEST_F(ConnectionProbeTest, ACertificateThatIsNotTrustedGetsNoLogin)
     EXPECT_FALSE(m_last.security);
 }
 
-TEST_F(ConnectionProbeTest, TheQuestionHasNoTimeLimitAndMayBeLeft)
+TEST_F(ConnectionTestTest, TheQuestionHasNoTimeLimitAndMayBeLeft)
 {
     m_timeouts.reply = 1s;
     m_encryption = FTPEncryption::Required;
-    probe();
+    test();
     auto control = greet();
     ASSERT_TRUE(waitFor([this] { return m_judge.questions.size() == 1; }));
     EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 1300ms));
 
-    m_probe.reset();
+    m_connectionTest.reset();
 
     EXPECT_EQ(control->receiveToEnd(), "");
 }
 
-TEST_F(ConnectionProbeTest, AServerThatDoesNotEncryptGetsNoLogin)
+TEST_F(ConnectionTestTest, AServerThatDoesNotEncryptGetsNoLogin)
 {
     m_encryption = FTPEncryption::Required;
     for (const char* reply : { "500 What?", "534 No", "230 In" }) {
         SCOPED_TRACE(reply);
-        probe();
+        test();
         auto control = accept();
         answer(*control, { "220 Ready", reply });
 
@@ -335,9 +335,9 @@ TEST_F(ConnectionProbeTest, AServerThatDoesNotEncryptGetsNoLogin)
     }
 }
 
-TEST_F(ConnectionProbeTest, AServerThatWantsCommandsInTurnIsAskedInTurn)
+TEST_F(ConnectionTestTest, AServerThatWantsCommandsInTurnIsAskedInTurn)
 {
-    probe();
+    test();
     auto first = accept();
     answer(*first, { "220 Ready", "331 Password", "503 Not in this order" });
     auto control = greet();
