@@ -9,7 +9,7 @@ namespace ProgramIdentity {
 /// The icon of all windows, in the usual sizes. Needs the application object.
 QIcon icon();
 
-/// What the icon is called in the icon theme. Copies have no icon of their own.
+/// What the icon is called in the icon theme. Drop icons have no picture of their own.
 QString iconName();
 
 /// The name, without ".desktop", of the launcher that belongs to the program @p programName: its own when one is

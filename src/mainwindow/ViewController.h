@@ -64,7 +64,7 @@ public:
     static FTPEncryption encryption();
     /// The program's file name as the user sees it.
     static QString ourAppName();
-    /// The folder that a copy under another name uploads into; null under the product's own name.
+    /// The sub-folder that a drop icon uploads into; null under the product's own name.
     static QString ftpFolderFromAppName();
     /// The location of @p path, which may be null, in the configured folder.
     static QString createFullURLFromFTPRootRelativePath(const QString& path);

@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// The file name under which this program was started: of the copy or the link, not of what a link leads to. Null
-/// before the application object exists.
+/// The file name under which this program was started: the drop icon's or the link's, not its target's. Null before the
+/// application object exists.
 QString programFileName();
 
 /// Lets tests run under another name; null brings the true one back.
