@@ -173,7 +173,7 @@ QByteArrayList stepsOf(Manner manner, const Spot& spot)
 }
 
 /// Of an operation that reads each reply as it comes.
-Ending endingInTurn(Fault fault, Operation operation, const Spot& spot)
+Ending endingWithoutPipelining(Fault fault, Operation operation, const Spot& spot)
 {
     if (fault.stage == Stage::Quit) {
         return { Ending::Kind::Works }; // Nobody waits for the reply to QUIT.
@@ -287,7 +287,7 @@ std::optional<FaultPlan> planOfAnyStage(Fault fault, Operation operation)
         return planOfConversation(fault.manner, *spot);
     }
     return FaultPlan{ .rules = { { .on = spot->event, .steps = spot->before + stepsOf(fault.manner, *spot) } },
-                      .ending = endingInTurn(fault, operation, *spot),
+                      .ending = endingWithoutPipelining(fault, operation, *spot),
                       .needsShortTimeouts = fault.manner == Manner::Stalled };
 }
 

@@ -335,7 +335,7 @@ TEST_F(ConnectionTestTest, AServerThatDoesNotEncryptGetsNoLogin)
     }
 }
 
-TEST_F(ConnectionTestTest, AServerThatWantsCommandsInTurnIsAskedInTurn)
+TEST_F(ConnectionTestTest, AServerThatDoesNotPipelineIsAskedWithoutPipelining)
 {
     test();
     auto first = accept();

@@ -81,7 +81,7 @@ TEST_F(StreamRecoveryTest, ALoginThatWasNotSeenToSucceedIsNotKept)
     EXPECT_EQ(m_pool.connectionCount(), 0);
 }
 
-TEST_F(StreamRecoveryTest, AServerThatSwallowsWhatIsSentAheadIsAskedInTurn)
+TEST_F(StreamRecoveryTest, AServerThatDropsCommandsSentAheadIsAskedWithoutPipelining)
 {
     m_timeouts.reply = 500ms;
     startUpload(u"/f"_s, "x");

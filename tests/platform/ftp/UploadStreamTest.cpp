@@ -302,7 +302,7 @@ TEST_P(UploadStreamTest, ARefusalIsReportedAlsoWhenTheDataPortIsDead)
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 553"_s });
 }
 
-TEST_P(UploadStreamTest, AServerThatStumblesOverPipeliningIsAskedInTurnAndRemembered)
+TEST_P(UploadStreamTest, AServerThatDoesNotPipelineIsAskedWithoutItAndRemembered)
 {
     startUpload(u"/sub/f"_s, "hello");
     auto first = greet();
@@ -328,7 +328,7 @@ TEST_P(UploadStreamTest, AServerThatStumblesOverPipeliningIsAskedInTurnAndRememb
     EXPECT_TRUE(second->isSilent());
 }
 
-TEST_P(UploadStreamTest, AConnectionLostInThePipelinedSetUpIsTriedOnceInTurn)
+TEST_P(UploadStreamTest, AConnectionLostInThePipelinedSetUpIsTriedOnceWithoutPipelining)
 {
     startUpload(u"/f"_s, "hello");
     auto first = greet();
