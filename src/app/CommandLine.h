@@ -9,7 +9,7 @@ struct CommandLine {
     QStringList files; ///< Absolute paths, in order.
     QString action; ///< The launcher's action that is asked for; null for none.
 
-    /// Reads @p arguments (the program's name first). Nothing when the program is to end at once with @p exitCode:
+    /// Reads @p arguments (the program's name first). std::nullopt when the program is to end at once with @p exitCode:
     /// help or version were asked for, or an option is unknown; what there is to say has been printed. Needs no
     /// display.
     static std::optional<CommandLine> read(const QStringList& arguments, const QString& version, int& exitCode);

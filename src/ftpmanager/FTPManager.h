@@ -29,8 +29,8 @@ class UploadSource;
 /// runs one operation at a time, so take one manager for each operation that runs at the same time. It must outlive its
 /// operation. abort() and progress() may be called from any thread meanwhile.
 ///
-/// Every operation answers false, or nothing, when the server record is null or has a null destination, user name or
-/// password or a port below 1 (the log says which), when an argument is not as its comment says (without a word), or
+/// Every operation answers false, or std::nullopt, when the server record is null or has a null destination, user name
+/// or password or a port below 1 (the log says which), when an argument is not as its comment says (without a word), or
 /// when the server or the network refused. The reason is not reported; see FTPManagerLog.h for what is logged.
 /// Operations wait as long as the server is silent, up to the time limits of the streams.
 ///
@@ -65,8 +65,8 @@ public:
     [[nodiscard]] bool createNewFolder(const QString& name, const FMServer* server);
 
     /// What the server's folder holds, in its order, "." and ".." included where the server tells of them. A name that
-    /// is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its bytes). Nothing on failure,
-    /// also for a listing that cannot be read. An aborted listing has what came before.
+    /// is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its bytes). std::nullopt on
+    /// failure, also for a listing that cannot be read. An aborted listing has what came before.
     [[nodiscard]] std::optional<QList<ListingEntry>> contentsOfServer(const FMServer* server);
 
     /// Gets @p fileName, which is not empty and leads to no other folder by "..", from the server's folder into
@@ -101,7 +101,7 @@ public:
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
     quint64 fileSizeOf(const QUrl& fileURL) const;
 
-    /// How far the running upload or download has come. Nothing when none runs or its size is 0 or unknown.
+    /// How far the running upload or download has come. std::nullopt when none runs or its size is 0 or unknown.
     std::optional<FTPManagerProgress> progress() const;
 
     /// Ends the transfer or listing that runs where it stands; its operation then answers as if it had succeeded. Does
@@ -109,7 +109,7 @@ public:
     void abort();
 
 private:
-    /// What runs; its numbers are of old.
+    /// The kind of the running operation. Its numbers are fixed.
     enum class Action : quint32 {
         Upload = 0,
         CreateFolder = 1,

@@ -78,7 +78,7 @@ bool connectTo(ControlSocket& socket, const FMServer& server)
     return false;
 }
 
-/// The next final reply; nothing when the server does not make one.
+/// The next final reply; std::nullopt when the server sends none.
 std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
 {
     std::array<char, 512> piece{};

@@ -16,10 +16,10 @@ struct FTPManagerProgress {
 /// waits. Both reports may be left out.
 class FTPManagerDelegate {
 public:
-    /// A part of the upload has been sent. @p progress is as FTPManager::progress() answers it: nothing for a file
+    /// A part of the upload has been sent. @p progress is as FTPManager::progress() answers it: std::nullopt for a file
     /// without a byte.
     virtual void ftpManagerUploadProgressDidChange(const std::optional<FTPManagerProgress>& progress);
-    /// The download has begun, or a part of it has come. Nothing as long as the size is unknown.
+    /// The download has begun, or a part of it has come. std::nullopt as long as the size is unknown.
     virtual void ftpManagerDownloadProgressDidChange(const std::optional<FTPManagerProgress>& progress);
 
 protected:

@@ -26,5 +26,5 @@ struct HistoryEntry {
     std::optional<qint64> listedSize
         = {}; ///< What the server lists it with, in bytes, where that is not what was sent.
     QString status = {}; ///< What the upload said when it failed.
-    QString reply = {}; ///< What the server said last to it, escaped; null for nothing.
+    QString reply = {}; ///< The server's last reply to it, escaped; null for none.
 };

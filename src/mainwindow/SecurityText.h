@@ -7,7 +7,7 @@
 
 #include <optional>
 
-/// How the last connection was protected, as a sentence or two; nothing: there has been none.
+/// How the last connection was protected, as a sentence or two; std::nullopt: there has been none.
 QString securityText(const std::optional<FTPSecurity>& security);
 
 /// The padlock that stands for it.

@@ -13,9 +13,9 @@ public:
     void add(std::chrono::milliseconds time, quint64 bytes);
     void clear() { m_samples.clear(); }
 
-    /// Bytes per second; nothing until it can be told.
+    /// Bytes per second; std::nullopt until it is known.
     std::optional<double> bytesPerSecond() const;
-    /// Speed and time left, when @p percent of the transfer have moved; null until they can be told.
+    /// Speed and time left, when @p percent of the transfer have moved; null until they are known.
     QString text(float percent) const;
 
 private:

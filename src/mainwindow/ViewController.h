@@ -294,9 +294,9 @@ private:
     void emptyList();
     std::shared_ptr<FMServer> serverForOperation();
     void refresh();
-    /// Has @p operation run while its panel says @p what; nothing when nobody waits any more.
+    /// Runs @p operation while its panel says @p what; std::nullopt when the user has stopped waiting.
     std::optional<ItemOutcome> waitForOperation(const QString& what, std::function<ItemOutcome()> operation);
-    /// Between a drop or an answer and what it leads to.
+    /// Between a drop or an answer and its consequence.
     static constexpr int answerDelayMs = 1000;
 
     void refuseFileName(const QString& name);
@@ -338,10 +338,10 @@ private:
     // What the next tick shows.
     float m_percent = 0;
     float m_auxiliaryPercent = 0;
-    std::optional<quint64> m_bytes; ///< Nothing: no text.
+    std::optional<quint64> m_bytes; ///< std::nullopt: no text.
     std::optional<quint64> m_shownBytes;
     QElapsedTimer m_sinceProgressShown; ///< Percent and bytes.
-    std::optional<Snapshot> m_shownSnapshot; ///< Nothing: something has not been shown yet.
+    std::optional<Snapshot> m_shownSnapshot; ///< std::nullopt: something has not been shown yet.
     TransferRate m_rate;
     QString m_shownReply;
     std::optional<FTPSecurity> m_shownSecurity;

@@ -50,8 +50,8 @@ inline bool isListingNumber(QByteArrayView text)
     return !text.isEmpty();
 }
 
-/// Takes a number of @p fewest to @p most digits (at most 9) off @p text. Nothing when there is none or a longer one;
-/// then @p text is as it was.
+/// Takes a number of @p fewest to @p most digits (at most 9) off @p text. std::nullopt when there is none or a longer
+/// one; then @p text is as it was.
 inline std::optional<int> takeNumber(QByteArrayView& text, int fewest, int most)
 {
     int value = 0;
@@ -80,5 +80,5 @@ inline bool takeCharacter(QByteArrayView& text, char c)
     return true;
 }
 
-/// The value of a column of digits; nothing when it does not fit or is not such a column.
+/// The value of a column of digits; std::nullopt when it does not fit or is not such a column.
 std::optional<qint64> listingSize(QByteArrayView digits);

@@ -195,7 +195,7 @@ std::optional<ListingDate> readMonthFirst(QByteArrayView text, int month, const 
     return readYearOrTime(text, { .month = month, .day = *day }, now);
 }
 
-/// The month, 0 for one that is not known; nothing when @p word is none of @p months.
+/// The month, 0 for one that is not known; std::nullopt when @p word is none of @p months.
 std::optional<int> readMonth(QByteArrayView word, ListingMonthWords months)
 {
     const int month = listingMonth(word);

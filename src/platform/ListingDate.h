@@ -25,7 +25,7 @@ std::optional<qint64> toMSecs(const CivilTime& time, int offsetMinutes);
 /// The date column or columns of a Unix listing.
 struct ListingDate {
     QByteArrayView rest; ///< What follows the date: a blank and the name.
-    std::optional<qint64> msecs; ///< As in ListingEntry::modDate; nothing for a day that does not exist ("Feb 30").
+    std::optional<qint64> msecs; ///< As in ListingEntry::modDate; std::nullopt for "Feb 30" and the like.
 };
 
 /// Which words readUnixDate() takes for months.
@@ -36,5 +36,5 @@ enum class ListingMonthWords {
 
 /// Reads the date with which @p text begins, after blanks: "Jan 12 15:04", "Jan 12  2024", "12 Jan 2024",
 /// "2024-01-12 15:04", with or without weekday, seconds, fractions and time zone, month names in English and the most
-/// frequent other languages. Nothing when no date stands there.
+/// frequent other languages. std::nullopt when no date stands there.
 std::optional<ListingDate> readUnixDate(QByteArrayView text, const QDateTime& now, ListingMonthWords months);

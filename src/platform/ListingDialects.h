@@ -7,8 +7,8 @@
 
 #include <optional>
 
-// The two families of listing lines. A line comes without its line end; the answer is nothing when it is not of the
-// family, names no item or makes no sense. @p now is what parseListingLine() was given.
+// The two families of listing lines. A line comes without its line end; the answer is std::nullopt when it is not of
+// the family, names no item or cannot be parsed. @p now is what parseListingLine() was given.
 
 /// A line as ls -l writes it: "-rw-r--r--   1 owner   group   1234 Jan 12 15:04 name".
 std::optional<ListingEntry> parseUnixListingLine(QByteArrayView line, const QDateTime& now);

@@ -11,5 +11,5 @@
 /// One character for each byte of @p bytes. Never null.
 QString fromMacRoman(QByteArrayView bytes);
 
-/// The bytes of @p text; nothing when it holds a character that Mac OS Roman has not.
+/// The bytes of @p text; std::nullopt when it holds a character that Mac OS Roman has not.
 std::optional<QByteArray> toMacRoman(QStringView text);

@@ -19,7 +19,7 @@ Q_DECLARE_FLAGS(ReachabilityFlags, ReachabilityFlag)
 Q_DECLARE_OPERATORS_FOR_FLAGS(ReachabilityFlags)
 
 /// The way to hosts in general: Reachable when the kernel has a default route, IPv4 or IPv6, no flag when it has none.
-/// Nothing when the kernel cannot be asked. Sends no packet and does not wait. Safe on any thread.
+/// std::nullopt when the kernel cannot be asked. Sends no packet and does not wait. Safe on any thread.
 std::optional<ReachabilityFlags> reachabilityFlags();
 
 /// Whether @p flags mean that a packet sent finds its way without anybody's help. Unknown flags mean no.

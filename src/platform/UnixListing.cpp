@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The type's code for the letter at the beginning of the permissions; nothing for letters that stand for no type.
+/// The type's code for the letter at the beginning of the permissions; std::nullopt for letters that stand for no type.
 std::optional<int> typeOfLetter(char letter)
 {
     switch (letter) {

@@ -49,7 +49,7 @@ private:
     int m_descriptor;
 };
 
-/// The whole of the regular file at @p path; nothing when there is none, it cannot be read, or is too long.
+/// The contents of the regular file at @p path; std::nullopt when there is none, it cannot be read, or it is too long.
 std::optional<QByteArray> contents(const QString& path)
 {
     // A named pipe must not make anybody wait.
@@ -71,7 +71,7 @@ std::optional<QByteArray> contents(const QString& path)
     return count < 0 ? std::nullopt : std::optional(bytes);
 }
 
-/// The object in the file at @p path; nothing when it holds no JSON object.
+/// The object in the file at @p path; std::nullopt when it holds no JSON object.
 std::optional<QJsonObject> parsedFile(const QString& path)
 {
     const std::optional<QByteArray> bytes = contents(path);

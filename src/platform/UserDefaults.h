@@ -30,7 +30,7 @@ public:
     bool contains(const QString& key) const;
     /// The text under @p key as it was stored; null when the key is absent or holds no text.
     QString string(const QString& key) const;
-    /// The boolean under @p key; nothing when the key is absent or holds no boolean.
+    /// The boolean under @p key; std::nullopt when the key is absent or holds no boolean.
     std::optional<bool> boolean(const QString& key) const;
 
     /// The value under @p key, also when the file holds nothing at this moment: then as it was when it last held
@@ -71,7 +71,7 @@ private:
     mutable QJsonObject m_values;
     mutable QJsonObject m_lastKnown; ///< The last ones that were not empty.
     mutable std::optional<Stamp>
-        m_stamp; ///< The state that m_values were read from; nothing when it may change unseen.
+        m_stamp; ///< The state that m_values were read from; std::nullopt when it may change unseen.
     mutable bool m_broken = false;
     mutable std::optional<Stamp> m_brokenStamp; ///< The broken state last noticed.
     mutable bool m_reportPending = false; ///< A broken state waits to be reported.

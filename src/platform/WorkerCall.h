@@ -17,7 +17,7 @@ public:
     /// Waits for nothing. The answer of a call that still runs is dropped.
     ~WorkerCall() override;
 
-    /// Nothing as long as the call runs.
+    /// std::nullopt as long as the call runs.
     std::optional<bool> answer() const;
 
 signals:

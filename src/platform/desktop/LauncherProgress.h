@@ -16,7 +16,7 @@ public:
     /// @p desktopEntry is the name of the program's launcher file without the extension.
     LauncherProgress(QDBusConnection sessionBus, const QString& desktopEntry);
 
-    /// From 0 to 1; nothing takes the bar away.
+    /// From 0 to 1; std::nullopt takes the bar away.
     void setProgress(std::optional<double> progress);
 
 private:

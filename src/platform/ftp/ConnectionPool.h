@@ -56,18 +56,18 @@ public:
     /// once; the server may take a moment to close them.
     void closeIdle(const QString& host, quint16 port);
 
-    /// What a server has said last, as ControlConnection::replied() tells it; null at first.
+    /// The last reply of any server, as ControlConnection::replied() has it; null at first.
     const QString& lastReply() const { return m_lastReply; }
-    /// The same of what was said to the upload begun last; null while nothing was.
+    /// The last reply to the upload begun last; null while there was none.
     const QString& lastUploadReply() const { return m_lastUploadReply; }
     /// Of the replies that came together @p line is the one that counts.
     void setLastReply(const QString& line) { m_lastReply = line; }
-    /// An upload begins: nothing has been said to it.
+    /// An upload begins: no reply to it has come.
     void forgetUploadReply() { m_lastUploadReply.clear(); }
     /// The last reply of all was to the upload.
     void noteUploadReply() { m_lastUploadReply = m_lastReply; }
 
-    /// How the latest transfer was protected; nothing at first.
+    /// How the latest transfer was protected; std::nullopt at first.
     const std::optional<FTPSecurity>& lastSecurity() const { return m_lastSecurity; }
     void setLastSecurity(const FTPSecurity& security) { m_lastSecurity = security; }
 

@@ -178,7 +178,7 @@ void ControlConnection::processInput()
     }
 }
 
-/// Takes in what has come. False when that is nothing.
+/// Reads what has arrived. False when nothing has.
 bool ControlConnection::receive()
 {
     if (m_socket == nullptr || (m_shakingHands && m_tls == nullptr)) {

@@ -85,18 +85,18 @@ public:
     /// The host that data connections go to.
     QHostAddress peerAddress() const { return m_peer; }
 
-    /// What its users have learnt about the session, for those who come after.
+    /// The state of the session, kept for the next user.
     struct Session {
         bool loggedIn = false;
         bool binary = false; ///< The server has accepted TYPE I.
-        std::optional<QByteArray> loginFolder; ///< Absolute; nothing when the server does not tell.
-        std::optional<QByteArray> folder; ///< The present folder as a location's path names it; nothing: unknown.
+        std::optional<QByteArray> loginFolder; ///< Absolute; std::nullopt when the server does not say.
+        std::optional<QByteArray> folder; ///< The present folder as a location's path names it; std::nullopt: unknown.
     };
     Session& session() { return m_session; }
     const Session& session() const { return m_session; }
 
 signals:
-    /// The server has said @p line: the last of a reply, with its code, escaped like a line of the log, without the
+    /// The server has sent @p line: the last one of a reply, with its code, escaped like a line of the log, without the
     /// password. Not emitted while closing.
     void replied(const QString& line);
     /// The TCP connection stands.

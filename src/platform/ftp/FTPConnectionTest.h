@@ -29,7 +29,7 @@ bool isEnd(FTPConnectionTestState state);
 
 struct FTPConnectionTestReport {
     FTPConnectionTestState state = FTPConnectionTestState::Connecting;
-    QString reply = {}; ///< What the server has said last, escaped and without the password; null for nothing.
+    QString reply = {}; ///< The server's last reply, escaped and without the password; null for none.
     std::optional<FTPSecurity> security
         = {}; ///< How login and folder were protected; std::nullopt while no login was sent.
 };

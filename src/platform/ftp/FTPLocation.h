@@ -11,8 +11,8 @@ struct FTPLocation {
     quint16 port = 21;
     QByteArray path; ///< Relative to the login folder; absolute when it begins with "/". In UTF-8.
 
-    /// Reads ftp://host[:port]/path; nothing when the text has another scheme, no host or no usable port. A query is
-    /// unknown to FTP locations (RFC 1738, section 3.2.2), so a "?" belongs to the path. A user part is ignored.
+    /// Reads ftp://host[:port]/path; std::nullopt when the text has another scheme, no host or no usable port. A query
+    /// is unknown to FTP locations (RFC 1738, section 3.2.2), so a "?" belongs to the path. A user part is ignored.
     static std::optional<FTPLocation> fromText(const QString& text);
 
     /// The path without any "/" at its end.

@@ -123,8 +123,8 @@ public:
     /// The line that a server has said last to these streams, for people who wonder: escaped, without the
     /// password. Null for none.
     virtual QString lastReply() const { return {}; }
-    /// The same of what was said to the upload stream that was opened last, whatever other streams were
-    /// told meanwhile; it stays when that stream is gone. Null while nothing was said to it.
+    /// The same of what was said to the upload stream that was opened last, whatever other streams were told meanwhile;
+    /// it stays when that stream is gone. Null while no reply to it has come.
     virtual QString lastUploadReply() const { return {}; }
     /// How the latest transfer was protected that got so far as to send a login, or to find one made.
     /// Nothing before that.

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Reads a number of at most @p limit at @p at and moves @p at behind it; nothing when there is none.
+/// Reads a number of at most @p limit at @p at and moves @p at behind it; std::nullopt when there is none.
 std::optional<int> readNumber(QByteArrayView text, qsizetype& at, int limit)
 {
     const qsizetype start = at;

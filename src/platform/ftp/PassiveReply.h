@@ -11,6 +11,6 @@ std::optional<quint16> portOfExtendedPassiveReply(QByteArrayView text);
 /// without parentheses. The address is not read: data goes to the host of the control connection alone.
 std::optional<quint16> portOfPassiveReply(QByteArrayView text);
 
-/// The folder of a reply 257 to PWD: the quoted text, doubled quotes made single (RFC 959, appendix II). Nothing when
-/// it is no absolute path of the usual form.
+/// The folder of a reply 257 to PWD: the quoted text, doubled quotes made single (RFC 959, appendix II). std::nullopt
+/// when it is no absolute path of the usual form.
 std::optional<QByteArray> folderOfReply(QByteArrayView text);

@@ -15,7 +15,7 @@ public:
 
     void append(QByteArrayView bytes);
 
-    /// The next complete reply, or nothing yet. Nothing ever again once isBroken().
+    /// The next complete reply; std::nullopt when none is complete yet, and always once isBroken().
     std::optional<Reply> next();
 
     /// The peer does not speak FTP: a line that is no reply, or one beyond the limits.

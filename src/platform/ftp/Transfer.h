@@ -35,12 +35,12 @@ public:
         LoggingIn, ///< The login has been sent.
         LoggedIn, ///< It was accepted.
     };
-    /// What is known of the present try, and of the last one at the end.
+    /// The state of the present try, and of the last one at the end.
     struct Progress {
         Stage stage = Stage::Connecting;
         bool wasSilent = false; ///< It has ended for a silence that was too long.
-        QString reply; ///< What the server has said last; see ControlConnection::replied(). Null for nothing.
-        std::optional<FTPSecurity> security; ///< Nothing while no login has been sent.
+        QString reply; ///< The server's last reply; see ControlConnection::replied(). Null for none.
+        std::optional<FTPSecurity> security; ///< std::nullopt while no login has been sent.
     };
 
     Transfer(FTPEngine& engine, TransferRequest request, std::function<void(FTPStreamEvent)> report);
