@@ -30,7 +30,7 @@ enum class Stage {
     DataConnection,
     Command, ///< The reply to what begins the transfer, or does what is asked.
     Transfer, ///< Nine bytes of data have moved.
-    Completion, ///< All data has been sent; the last word is due.
+    Completion, ///< All data has been sent; the final reply is due.
     Quit,
 };
 

@@ -106,7 +106,7 @@ void Transfer::dataMoved(qint64 count)
 void Transfer::reach(Stage stage)
 {
     m_progress.stage = stage;
-    // From the loop: whoever hears it may abandon the transfer.
+    // From the loop: a slot may abandon the transfer.
     QMetaObject::invokeMethod(this, &Transfer::stageReached, Qt::QueuedConnection);
 }
 
@@ -730,7 +730,7 @@ void Transfer::report(FTPStreamEvent event)
         return;
     }
     m_reported = true;
-    // A copy, since whoever hears it may abandon the transfer, which drops the original.
+    // A copy, since the delegate may abandon the transfer, which drops the original.
     if (const std::function<void(FTPStreamEvent)> report = m_report) {
         report(event);
     }

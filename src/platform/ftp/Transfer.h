@@ -23,7 +23,7 @@ class FTPEngine;
 /// which trouble leads to another try, SessionSetup what comes before the operation's own command.
 ///
 /// Everything is reported from the event loop, never from inside a call, and nothing while the gate is closed. A report
-/// is always the last thing that happens in a step, since whoever hears it may abandon the transfer.
+/// is always the last thing that happens in a step, since the delegate may abandon the transfer.
 class Transfer final : public QObject, private ControlConnectionUser {
     Q_OBJECT
 
@@ -58,7 +58,7 @@ public:
     const Progress& progress() const { return m_progress; }
 
 signals:
-    /// progress() has come to another stage. Whoever hears it may abandon the transfer.
+    /// progress() has come to another stage. A slot may abandon the transfer.
     void stageReached();
 
 private:
@@ -144,5 +144,5 @@ private:
     std::optional<std::chrono::milliseconds> m_loginLimit; ///< What is left for another login to end.
     bool m_reported = false; ///< An event has been delivered.
     FTPStreamError m_error;
-    std::optional<FTPStreamEvent> m_waiting; ///< An event that became due while the gate was closed.
+    std::optional<FTPStreamEvent> m_waiting; ///< An event that was due while the gate was closed.
 };
