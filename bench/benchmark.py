@@ -30,7 +30,7 @@ def helper(*command):
         try:
             yield dict(zip(words[::2], words[1::2])), process
         finally:
-            process.stdin.close()  # Which ends it; whoever still reads what it says comes to an end, too.
+            process.stdin.close()  # Which ends it, and with it the thread that reads its lines.
             process.wait()
 
 

@@ -72,7 +72,7 @@ def measured(window, act, end):
 def compare(bench, scene, window, curl, others):
     """Runs that take turns; answers lists of usages by name, and the events of our last run. The others run once in
     three."""
-    curl()  # Whoever comes first finds nothing in memory: neither files nor, in a virtual machine, the memory itself.
+    curl()  # The first to run finds nothing in memory: neither files nor, in a virtual machine, the memory itself.
     results = {"ours": [], "curl": [], **{name: [] for name in others}}
     events = []
     for number in range(bench.runs):

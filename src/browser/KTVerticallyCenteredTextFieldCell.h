@@ -9,24 +9,24 @@ public:
 
     QRectF drawingRectForBounds(const QRectF& bounds) const override
     {
-        QRectF room = Base::drawingRectForBounds(bounds);
+        QRectF rectangle = Base::drawingRectForBounds(bounds);
         if (mIsEditingOrSelecting) {
-            return room;
+            return rectangle;
         }
         // Kept: the difference has single precision.
-        const auto excess = static_cast<float>(room.height() - this->cellSizeForBounds(bounds).height());
+        const auto excess = static_cast<float>(rectangle.height() - this->cellSizeForBounds(bounds).height());
         if (excess > 0) {
-            room.setHeight(room.height() - static_cast<qreal>(excess));
-            room.translate(0, static_cast<qreal>(excess) * 0.5);
+            rectangle.setHeight(rectangle.height() - static_cast<qreal>(excess));
+            rectangle.translate(0, static_cast<qreal>(excess) * 0.5);
         }
-        return room;
+        return rectangle;
     }
 
     void selectWithFrame(const QRectF& frame, QWidget* view, QLineEdit* editor, QObject* delegate, int start,
                          int length) override
     {
         const QRectF centred = drawingRectForBounds(frame);
-        // The base asks for the room again while it sets up; it must not be centred twice.
+        // The base asks for the rectangle again while it sets up; it must not be centred twice.
         mIsEditingOrSelecting = true;
         Base::selectWithFrame(centred, view, editor, delegate, start, length);
         mIsEditingOrSelecting = false;

@@ -158,7 +158,7 @@ void ListingTable::goTo(int row, QItemSelectionModel::SelectionFlags flags)
 void ListingTable::selectionChanges()
 {
     if (!m_isRestoring && selectionModel()->hasSelection()) {
-        m_wantedName.clear(); // Whoever has selected something, by whatever means, wants that.
+        m_wantedName.clear(); // A new selection replaces the wanted one.
     }
     emit tableViewSelectionDidChange();
 }

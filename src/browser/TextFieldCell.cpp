@@ -54,9 +54,9 @@ void TextFieldCell::place(const QRectF& frame, QWidget* view, QLineEdit* editor,
 
 void TextFieldCell::draw(QPainter& painter, const QRectF& bounds) const
 {
-    const QRectF room = drawingRectForBounds(bounds);
+    const QRectF rectangle = drawingRectForBounds(bounds);
     painter.setFont(font);
-    const QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideMiddle, room.width());
-    painter.drawText(room, static_cast<int>((alignment & Qt::AlignHorizontal_Mask) | Qt::AlignTop) | Qt::TextSingleLine,
-                     shown);
+    const QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideMiddle, rectangle.width());
+    painter.drawText(
+        rectangle, static_cast<int>((alignment & Qt::AlignHorizontal_Mask) | Qt::AlignTop) | Qt::TextSingleLine, shown);
 }

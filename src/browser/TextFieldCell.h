@@ -17,7 +17,7 @@ public:
 
     /// Where in @p bounds the text is drawn. All lengths are device-independent pixels.
     virtual QRectF drawingRectForBounds(const QRectF& bounds) const;
-    /// How much room the text needs in @p bounds.
+    /// The size that the text needs in @p bounds.
     virtual QSizeF cellSizeForBounds(const QRectF& bounds) const;
 
     /// Places @p editor, a child of @p view, in @p frame with @p length characters from @p start selected. @p delegate,
@@ -27,7 +27,7 @@ public:
     /// Places @p editor likewise and passes on @p event, which began the editing and may be null.
     virtual void editWithFrame(const QRectF& frame, QWidget* view, QLineEdit* editor, QObject* delegate, QEvent* event);
 
-    /// Draws the text with the painter's pen. A text too long for its room is shortened in the middle.
+    /// Draws the text with the painter's pen. A text too long for its rectangle is shortened in the middle.
     void draw(QPainter& painter, const QRectF& bounds) const;
 
     QString text;

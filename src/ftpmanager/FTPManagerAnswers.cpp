@@ -2,9 +2,9 @@
 
 #include <QStringTokenizer>
 
-void appendAnswer(QByteArray& text, QByteArrayView piece)
+void appendAnswer(QByteArray& text, QByteArrayView part)
 {
-    text.append('\n').append(piece);
+    text.append('\n').append(part);
 }
 
 bool areGoodAnswers(const QString& text)

@@ -5,9 +5,9 @@
 
 // What a server has answered in a conversation over a control connection. Pure functions, safe on any thread.
 
-/// Adds what one read has brought to the text so far. Every piece begins a line, even when the server's line was cut
-/// between two reads.
-void appendAnswer(QByteArray& text, QByteArrayView piece);
+/// Adds the bytes of one read to the text so far. Every part begins a line, even when the server's line was cut between
+/// two reads.
+void appendAnswer(QByteArray& text, QByteArrayView part);
 
 /// Whether no line of @p text begins with 4 or 5.
 bool areGoodAnswers(const QString& text);

@@ -81,7 +81,7 @@ bool connectTo(ControlSocket& socket, const FMServer& server)
 /// The next final reply; std::nullopt when the server sends none.
 std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
 {
-    std::array<char, 512> piece{};
+    std::array<char, 512> part{};
     while (true) {
         std::optional<Reply> reply = parser.next();
         if (reply && !reply->isPreliminary()) {
@@ -90,11 +90,11 @@ std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
         if (reply) {
             continue;
         }
-        const qint64 count = parser.isBroken() ? -1 : socket.read(piece);
+        const qint64 count = parser.isBroken() ? -1 : socket.read(part);
         if (count <= 0) {
             return std::nullopt;
         }
-        parser.append(QByteArrayView(piece.data(), count));
+        parser.append(QByteArrayView(part.data(), count));
     }
 }
 
@@ -172,9 +172,9 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
 {
     QByteArray text;
     QByteArray replies; // The same as it came, where it is needed.
-    std::array<char, 255> piece{};
+    std::array<char, 255> part{};
     while (true) {
-        const qint64 count = socket.read(piece);
+        const qint64 count = socket.read(part);
         if (count < 0 && socket.tls() != nullptr && holdsFarewell(replies)) {
             return QString::fromUtf8(text); // Nothing is missing; some servers just go.
         }
@@ -185,9 +185,9 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
             }
             return QString::fromUtf8(text);
         }
-        appendAnswer(text, QByteArrayView(piece.data(), count));
+        appendAnswer(text, QByteArrayView(part.data(), count));
         if (socket.tls() != nullptr) {
-            replies.append(piece.data(), count);
+            replies.append(part.data(), count);
         }
         if (count == 0) {
             return QString::fromUtf8(text);

@@ -44,7 +44,7 @@ bool FTPManager::run(FTPStream& stream)
     stream.setDelegate(this);
     stream.open();
     loop.run();
-    // Not before: whoever aborts from another thread can end the loop, but a stream is closed on its own thread.
+    // Not before: another thread that aborts can end the loop, but a stream is closed on its own thread.
     closeStreams();
     // An abort stops the loop under this lock, so that it is done with the loop when the thread goes on to its end.
     const std::lock_guard lock(m_mutex);

@@ -14,9 +14,9 @@
 #include <optional>
 #include <utility>
 
-/// What has become of each file of this run, one row for each, in the order in which they were queued or started. It
-/// only observes: the code that queues, starts and ends uploads reports to it. Each call costs the same however long
-/// the history is, unless its comment says how it scales. Belongs to the main thread.
+/// The outcome of each file of this run, one row for each, in the order in which they were queued or started. It only
+/// observes: the code that queues, starts and ends uploads reports to it. Each call costs the same however long the
+/// history is, unless its comment says how it scales. Belongs to the main thread.
 class UploadHistory final : public QAbstractTableModel {
     Q_OBJECT
 
@@ -56,11 +56,11 @@ public:
     // What is known.
 
     const QList<HistoryEntry>& entries() const { return m_entries; }
-    /// Whether a file was started that has not ended.
+    /// Whether a file has been started and has not ended.
     bool isSending() const { return m_current.has_value(); }
     /// The row of the file that was started and has not ended; -1 for none.
     int currentRow() const { return m_current ? m_current->row : -1; }
-    /// The files that are over, manual ones included.
+    /// The files that have ended, including manual ones.
     const FileTally& runTally() const { return m_runTally; }
     /// How many files wait in the queue.
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
@@ -68,15 +68,15 @@ public:
     int differingCount() const { return m_differing; }
     /// Whether files of the queue wait or are being sent.
     bool isQueueUnderWay() const { return !m_waiting.empty() || isQueueFileSent(); }
-    /// How much of the files that were queued since the queue was last worked off is done, from 0 to 1, when
-    /// @p percent of the present one are.
+    /// The share of the files queued since the queue was last empty that is done, from 0 to 1, when @p percent of the
+    /// present one are.
     double queueProgress(float percent) const;
     /// The rows, as lines of text under a line of titles. Takes time by the number of @p rows.
     QString text(const QList<int>& rows) const;
 
     // Trying again.
 
-    /// Whether the file of that row is over without having arrived, and is not tried again already.
+    /// Whether the file of that row has ended without arriving, and is not queued again already.
     bool canQueueAgain(int row) const;
     /// Whether rowsToQueueAgain() answers any.
     bool hasRowsToQueueAgain() const { return m_unsettled > 0; }

@@ -8,8 +8,8 @@
 #include <memory>
 #include <utility>
 
-/// Destroys what large containers hold a piece at a time, each in a turn of the loop of its own, so that nothing else
-/// has to wait for the whole. What is left when this is destroyed goes with it. Belongs to the thread that makes it.
+/// Destroys the contents of large containers in steps, each in its own turn of the loop, so that nothing else has to
+/// wait for the whole. What is left when this is destroyed goes with it. Belongs to the thread that makes it.
 class GradualRelease final {
 public:
     static constexpr qsizetype itemsInATurn = 8192;
@@ -35,6 +35,6 @@ public:
 private:
     void releasePiece();
 
-    std::deque<std::function<bool()>> m_containers; ///< Each destroys a piece, and tells whether it was the last one.
+    std::deque<std::function<bool()>> m_containers; ///< Each destroys a part; true: it was the last.
     QTimer m_timer;
 };

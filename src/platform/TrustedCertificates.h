@@ -10,7 +10,7 @@
 /// fingerprint, in a file that only its owner may read. Every read sees the file as it is; it is written atomically.
 /// All calls belong to the main thread.
 ///
-/// A file that cannot be read holds nothing; see UserDefaults for what becomes of it.
+/// A file that cannot be read counts as empty; see UserDefaults for what happens to it.
 class TrustedCertificates {
 public:
     /// Those of this program: trusted-certificates.json beside its settings.
@@ -27,7 +27,7 @@ public:
     /// Stores @p fingerprint, 32 bytes, in place of what was trusted there before. False when the file could not be
     /// written: then it is trusted as long as the program runs.
     bool trust(const QString& host, quint16 port, const QByteArray& fingerprint);
-    /// Trusts nothing there any more. False when the file could not be written.
+    /// Forgets the certificate of that host and port. False when the file could not be written.
     [[nodiscard]] bool forget(const QString& host, quint16 port);
 
 private:

@@ -13,8 +13,8 @@ namespace {
 
 constexpr int delayMs = 1000;
 
-/// How long nobody must have asked for an alert until it is shown again. Less than the delay: whoever has read one and
-/// tries again is told again.
+/// How long nobody must have asked for an alert until it is shown again. Less than the delay: a user who has read one
+/// and tries again gets it again.
 constexpr int pauseMs = 900;
 
 std::function<void(const QString&, const QString&)>& installedPresenter()

@@ -164,7 +164,7 @@ TEST_F(NoRouteTest, TenThousandFilesFailOneAfterTheOtherWithOneAlertThatIsAnswer
     EXPECT_EQ(answers, 1);
     EXPECT_EQ(shownSheets(), QStringList());
 
-    // Whoever tries again is told again.
+    // A user who tries again is alerted again.
     m_controller->uploadFiles({ file });
     EXPECT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
     EXPECT_EQ(shownSheets(), alert);

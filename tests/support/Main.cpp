@@ -68,7 +68,7 @@ void paintWithOneThread()
 {
     QThreadPool& painters = *QThreadPool::globalInstance();
     painters.setMaxThreadCount(1);
-    painters.setExpiryTimeout(-1); // None ends for want of work.
+    painters.setExpiryTimeout(-1); // None ends because it has no work.
     painters.start([] {});
     waitFor([&painters] { return painters.activeThreadCount() == 0; });
 }

@@ -40,6 +40,6 @@ public:
 private:
     std::promise<void> m_release;
     std::shared_future<void> m_released = m_release.get_future().share();
-    std::shared_ptr<int> m_isRunning = std::make_shared<int>(); ///< Shared with whoever has the function.
+    std::shared_ptr<int> m_isRunning = std::make_shared<int>(); ///< Shared with all copies of the function.
     bool m_isReleased = false;
 };

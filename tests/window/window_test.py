@@ -58,7 +58,7 @@ class WindowTest(unittest.TestCase):
         return path
 
     def launch(self, *words, program=PROGRAM, folder=None, **environment):
-        """Starts the program; whoever does not end it finds it running at the end, or it has crashed."""
+        """Starts the program, which ends with the test at the latest."""
         launched = Program(self.desktop, [*UNDER, program, *words], {**self.home, **environment}, folder)
         self.addCleanup(launched.close)
         return launched

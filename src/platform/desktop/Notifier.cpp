@@ -22,7 +22,7 @@ Notifier::Notifier(QDBusConnection sessionBus, Sender sender)
     : m_bus(std::move(sessionBus))
     , m_sender(std::move(sender))
 {
-    // From whoever sends it: asking for the service's owner would wait for the bus.
+    // From any sender: asking for the service's owner would wait for the bus.
     m_bus.connect(QString(), path, service, u"ActionInvoked"_s, this, SLOT(actionInvoked(uint, QString)));
 }
 

@@ -9,7 +9,7 @@
 #include <list>
 #include <vector>
 
-/// The questions about certificates that are open on one thread: each is asked once, however many wait for the answer.
+/// The open questions about certificates on one thread: each is asked once, however many transfers wait for the answer.
 class CertificateQuestions final : public QObject {
     Q_OBJECT
 

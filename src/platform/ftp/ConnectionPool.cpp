@@ -155,9 +155,9 @@ void ConnectionPool::becameFree(const FTPServerKey& key)
     std::erase_if(m_waiters, [](const Waiter& each) { return each.context == nullptr; });
     const auto waiter = std::find_if(m_waiters.begin(), m_waiters.end(),
                                      [&key](const Waiter& each) { return each.key.isSameServer(key); });
-    // The key is copied, since what is sent away may end at once and change the list.
+    // The key is copied, since a connection that is closed may end at once and change the list.
     if (waiter == m_waiters.end() || !evict(FTPServerKey(waiter->key))) {
-        return; // The end of what is in the way leads here again.
+        return; // The end of the closing connections leads here again.
     }
     const Waiter chosen = std::move(*waiter);
     m_waiters.erase(waiter);

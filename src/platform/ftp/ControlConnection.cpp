@@ -65,7 +65,7 @@ ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate, const
 
 ControlConnection::~ControlConnection()
 {
-    drop(); // The socket's own destructor would report its end to what is no longer there.
+    drop(); // The socket's own destructor would report its end to a destroyed object.
 }
 
 void ControlConnection::open()

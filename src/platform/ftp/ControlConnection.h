@@ -24,9 +24,9 @@ class ControlConnectionUser {
 public:
     /// @p reply answers @p command. A preliminary reply is followed by another one to the same command.
     virtual void replyArrived(const FTPCommand& command, const Reply& reply) = 0;
-    /// A reply came that answers nothing; the connection will not be used again.
+    /// A reply came that answers no command; the connection will not be used again.
     virtual void unaskedReplyArrived(const Reply& reply) = 0;
-    /// The handshake that startEncryption() began is done. Nothing has been said yet to whoever is there: tls() has the
+    /// The handshake that startEncryption() began is done. Nothing has been sent to the server yet: tls() has its
     /// certificate.
     virtual void encryptionStands() = 0;
     /// The connection has ended, or could not be made, or not be encrypted. Nothing follows.
@@ -50,10 +50,10 @@ public:
 
     /// Connects. The greeting arrives as the reply to FTPVerb::Greeting.
     void open();
-    /// Sends @p commands at one stroke.
+    /// Sends @p commands together, in one write.
     void send(const QList<FTPCommand>& commands);
-    /// Goes on in TLS, when the server has agreed to it (AUTH) and nothing is pending. Whatever else has come by then
-    /// is dropped: it may be anybody's (RFC 4217, section 15).
+    /// Goes on in TLS, when the server has agreed to it (AUTH) and no reply is pending. Other bytes that have come by
+    /// then are dropped: an attacker may have sent them (RFC 4217, section 15).
     void startEncryption();
     /// Sends QUIT. Further replies are ignored, and the connection lasts until the server closes it, which ended()
     /// reports, or until it is dropped.
@@ -79,7 +79,7 @@ public:
     /// Never to be used again.
     void setSuspect() { m_suspect = true; }
 
-    /// The channel that everything is said through; null without encryption.
+    /// The channel that carries commands and replies; null without encryption.
     const TlsChannel* tls() const { return m_tls.get(); }
 
     /// The host that data connections go to.
@@ -124,7 +124,7 @@ private:
     std::unique_ptr<TlsTransport> m_transport; ///< Carries m_tls over m_socket.
     std::unique_ptr<TlsChannel> m_tls;
     bool m_shakingHands = false;
-    QHostAddress m_peer; ///< Kept, because the socket forgets it when the connection ends.
+    QHostAddress m_peer; ///< Kept because the socket forgets it when the connection ends.
     ReplyParser m_parser;
     QQueue<FTPCommand> m_pending; ///< Sent and not yet answered finally.
     ControlConnectionUser* m_user = nullptr;
@@ -136,5 +136,5 @@ private:
     bool m_closing = false; ///< QUIT was sent.
     bool m_repeatsPassword = false; ///< The server has repeated the password in a reply.
     bool m_isSending = false; ///< send() has not returned.
-    bool m_remoteClosed = false; ///< The socket has ended; what it delivered before is still read.
+    bool m_remoteClosed = false; ///< The socket has ended; bytes that it delivered before are still read.
 };

@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// For how long one turn of the loop goes on to move data: whoever waits for the loop does not notice it.
+/// For how long one turn of the loop moves data: short enough that nobody notices it.
 constexpr auto longestTurn = 2ms;
 
 /// Nothing wakes the loop when the last byte is acknowledged. The time between two looks at it doubles between these.

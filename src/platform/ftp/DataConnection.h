@@ -91,7 +91,7 @@ private:
     QSocketNotifier* m_notifier = nullptr; ///< Destroyed through the loop: it may be the one that is reporting.
     bool m_connecting = false;
     bool m_shakingHands = false;
-    bool m_ending = false; ///< Our side ends when what waits has been sent.
+    bool m_ending = false; ///< Our side ends when the waiting bytes have been sent.
     bool m_wanted = false; ///< Somebody wants to hear of readiness.
     qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
     QTimer m_deliveryCheck; ///< Runs from our end on, until everything was acknowledged.

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// What reading and writing streams share: a request that becomes a transfer when the stream is opened.
+/// The common part of reading and writing streams: a request that becomes a transfer when the stream is opened.
 template <typename Interface> class EngineStream : public Interface {
 public:
     EngineStream(FTPEngine& engine, CertificateTrust* trust, TransferRequest::Kind kind, const QString& location,

@@ -75,7 +75,7 @@ public:
 
     /// Starts. Every failure arrives later, as an event.
     virtual void open() = 0;
-    /// Ends the transfer where it stands, without ceremony, and returns at once.
+    /// Drops the transfer in whatever state it is, and returns at once.
     virtual void close() = 0;
 
     /// What the ErrorOccurred event was about.
@@ -120,14 +120,13 @@ public:
     virtual std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) = 0;
     virtual std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) = 0;
 
-    /// The line that a server has said last to these streams, for people who wonder: escaped, without the
-    /// password. Null for none.
+    /// The last line of the last reply to one of these streams, for people: escaped, without the password. Null for
+    /// none.
     virtual QString lastReply() const { return {}; }
-    /// The same of what was said to the upload stream that was opened last, whatever other streams were told meanwhile;
-    /// it stays when that stream is gone. Null while no reply to it has come.
+    /// The same for the upload stream that was opened last, whatever other streams hear meanwhile; it stays when that
+    /// stream is gone. Null while no reply to it has come.
     virtual QString lastUploadReply() const { return {}; }
-    /// How the latest transfer was protected that got so far as to send a login, or to find one made.
-    /// Nothing before that.
+    /// How the latest transfer was protected that has sent a login or used a kept one. std::nullopt before that.
     virtual std::optional<FTPSecurity> lastSecurity() const { return std::nullopt; }
     /// Ends the connections that are kept for further streams to the server of @p location, for the sake of a
     /// server that allows few logins.

@@ -15,7 +15,7 @@ struct ssl_st;
 struct x509_store_ctx_st;
 
 /// The client's end of a TLS connection (1.2 or 1.3), over a transport of any kind: it waits only where the transport
-/// does. The certificate is judged and not enforced; whoever holds the channel looks at it before saying anything.
+/// does. The certificate is judged and not enforced; the channel's owner checks it before sending anything.
 ///
 /// Not safe for use by two threads at a time; channels of different threads have nothing in common.
 class TlsChannel {
@@ -43,11 +43,11 @@ public:
     /// Agrees with the peer on keys. Done: bytes may be read and written.
     Outcome handshake();
 
-    /// What a read would meet, without taking anything.
+    /// The result that a read would have, without taking anything.
     Outcome peek();
-    /// Reads what the peer has written at one stroke, as far as it fits.
+    /// Reads one record of the peer's, as far as it fits.
     ReadResult read(std::span<char> buffer);
-    /// Whether a read might have more to tell without the transport receiving anything.
+    /// Whether a read may answer more without the transport receiving anything.
     bool mayHaveMore() const;
 
     /// False when the channel is broken.
@@ -61,7 +61,7 @@ public:
     bool isTrustedBySystem() const { return m_problems.isEmpty(); }
     /// The version that is spoken, such as "TLSv1.3".
     QString protocol() const;
-    /// What is encrypted with, such as "TLS_AES_256_GCM_SHA384".
+    /// The cipher, such as "TLS_AES_256_GCM_SHA384".
     QString cipher() const;
     /// Whether the handshake took up the session of another channel.
     bool isResumed() const;
