@@ -128,7 +128,7 @@ Encryption encrypt(ControlSocket& socket, const FMServer& server)
 }
 
 /// Whether @p replies have a line that answers QUIT.
-bool holdsFarewell(const QByteArray& replies)
+bool holdsQuitReply(const QByteArray& replies)
 {
     return replies.startsWith("221") || replies.contains("\n221");
 }
@@ -175,7 +175,7 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
     std::array<char, 255> part{};
     while (true) {
         const qint64 count = socket.read(part);
-        if (count < 0 && socket.tls() != nullptr && holdsFarewell(replies)) {
+        if (count < 0 && socket.tls() != nullptr && holdsQuitReply(replies)) {
             return QString::fromUtf8(text); // Nothing is missing; some servers just go.
         }
         if (count < 0) {

@@ -177,7 +177,7 @@ TEST_F(FTPManagerTlsTest, WhyAnOperationFailedIsToldOfTheLatestOneAlone)
     EXPECT_FALSE(manager.hasRefusedCertificate());
 }
 
-TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheFarewellIsAFailure)
+TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheReplyToQuitIsAFailure)
 {
     const ControlServer cut(answering("230 in\r\n250 there\r\n", false));
     const ControlServer complete(answering("230 in\r\n250 there\r\n250 gone\r\n221 bye\r\n", false));

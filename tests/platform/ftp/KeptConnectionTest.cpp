@@ -124,7 +124,7 @@ TEST_P(KeptConnectionTest, ItIsReplacedOnlyOnce)
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
-TEST_P(KeptConnectionTest, LostInTheMidstOfASetUpItIsNoReasonToAskInTurn)
+TEST_P(KeptConnectionTest, LostInTheMidstOfASetUpItIsNoReasonToStopPipelining)
 {
     startUpload(u"/sub/second"_s, "2");
     EXPECT_EQ(m_control->hear(3).last(), "EPSV");
@@ -135,7 +135,7 @@ TEST_P(KeptConnectionTest, LostInTheMidstOfASetUpItIsNoReasonToAskInTurn)
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
-TEST_P(KeptConnectionTest, SilentInTheMidstOfASetUpItIsNoReasonToAskInTurn)
+TEST_P(KeptConnectionTest, SilentInTheMidstOfASetUpItIsNoReasonToStopPipelining)
 {
     m_timeouts.reply = 100ms;
     startUpload(u"/sub/second"_s, "2");
@@ -147,7 +147,7 @@ TEST_P(KeptConnectionTest, SilentInTheMidstOfASetUpItIsNoReasonToAskInTurn)
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 
-TEST_P(KeptConnectionTest, ConfusedInTheMidstOfASetUpItIsNoReasonToAskInTurn)
+TEST_P(KeptConnectionTest, ConfusedInTheMidstOfASetUpItIsNoReasonToStopPipelining)
 {
     startUpload(u"/sub/second"_s, "2");
     EXPECT_EQ(m_control->hear(3).last(), "EPSV");
@@ -210,9 +210,9 @@ TEST_P(KeptConnectionTest, WithoutAKnownLoginFolderAnotherFolderTakesAFreshOne)
 
 TEST_P(KeptConnectionTest, WhereAFolderChangeHasLedThatNobodySawIsNotAssumed)
 {
-    for (const bool inTurn : { false, true }) {
-        SCOPED_TRACE(inTurn);
-        traits().pipelines = !inTurn;
+    for (const bool pipelines : { true, false }) {
+        SCOPED_TRACE(pipelines);
+        traits().pipelines = pipelines;
         expectToEnter("/home/sub", u"/sub/second"_s);
         m_recorder.close();
         answerEntering("250 There");
@@ -230,14 +230,14 @@ TEST_P(KeptConnectionTest, WhereAFolderChangeHasLedThatNobodySawIsNotAssumed)
 
 TEST_P(KeptConnectionTest, AFolderThatWasRefusedIsNotAssumedNorTheOneBefore)
 {
-    for (const bool inTurn : { false, true }) {
+    for (const bool pipelines : { true, false }) {
         for (const bool isSeen : { false, true }) {
             for (const auto& [folder, path] :
                  { std::pair{ "/home/sub", u"/sub/third"_s }, std::pair{ "/home", u"/third"_s } }) {
-                SCOPED_TRACE(inTurn);
+                SCOPED_TRACE(pipelines);
                 SCOPED_TRACE(isSeen);
                 SCOPED_TRACE(folder);
-                traits().pipelines = !inTurn;
+                traits().pipelines = pipelines;
                 expectToEnter("/home/sub", u"/sub/second"_s);
                 if (!isSeen) {
                     m_recorder.close();

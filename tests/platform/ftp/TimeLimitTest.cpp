@@ -22,15 +22,17 @@ TEST(FTPTimeoutsTest, TheLimitsAreTheDocumentedOnes)
     EXPECT_EQ(limits.reason, 3s);
     EXPECT_EQ(limits.acceptance, 1s);
     EXPECT_EQ(limits.drain, 2s);
-    EXPECT_EQ(limits.farewell, 200ms);
+    EXPECT_EQ(limits.quitGrace, 200ms);
     EXPECT_EQ(limits.idle, 60s);
 }
 
 using Limit = std::chrono::milliseconds FTPTimeouts::*;
 
-constexpr std::array<Limit, 9> allLimits{ &FTPTimeouts::connect,      &FTPTimeouts::reply,    &FTPTimeouts::stalledData,
-                                          &FTPTimeouts::confirmation, &FTPTimeouts::reason,   &FTPTimeouts::acceptance,
-                                          &FTPTimeouts::drain,        &FTPTimeouts::farewell, &FTPTimeouts::idle };
+constexpr std::array<Limit, 9> allLimits{ &FTPTimeouts::connect,     &FTPTimeouts::reply,
+                                          &FTPTimeouts::stalledData, &FTPTimeouts::confirmation,
+                                          &FTPTimeouts::reason,      &FTPTimeouts::acceptance,
+                                          &FTPTimeouts::drain,       &FTPTimeouts::quitGrace,
+                                          &FTPTimeouts::idle };
 
 class TimeLimitTest;
 
@@ -199,7 +201,7 @@ public:
         EXPECT_EQ(m_control->hear(), "QUIT");
         return isControlEnded();
     }
-    std::function<bool()> farewell()
+    std::function<bool()> quitGrace()
     {
         keep();
         startUpload(m_recorder, u"/f"_s, "x", u"ben"_s);
