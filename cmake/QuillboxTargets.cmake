@@ -22,15 +22,22 @@ set(QUILLBOX_WIDGET_HEADERS
     <QMimeData> <QPainter> <QPointer> <QPushButton> <QTableView>)
 set(QUILLBOX_TEST_HEADERS <gtest/gtest.h> <QDir> <QFile> <QSignalSpy> <QTemporaryDir> <QTest>)
 
-# quillbox_library(NAME SOURCES file... [DEPENDS target...] [HEADERS_OF target])
+# quillbox_library(NAME SOURCES file... [INTERNAL folder...] [DEPENDS target...] [HEADERS_OF target])
 # A static library for one folder. It exports that folder alone, and an include names just the file, so that an
-# include of a folder that is not among the dependencies does not compile. Its precompiled headers are those of a target
-# that it depends on.
+# include of a folder that is not among the dependencies, or of an internal one of another library, does not compile.
+# Tests of what is internal depend on NAME_internals. Its precompiled headers are those of a target that it depends on.
 function(quillbox_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS_OF" "SOURCES;DEPENDS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS_OF" "SOURCES;INTERNAL;DEPENDS")
     add_library(${name} STATIC ${arg_SOURCES})
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE quillbox_options)
+    if(arg_INTERNAL)
+        list(TRANSFORM arg_INTERNAL PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+        target_include_directories(${name} PRIVATE ${arg_INTERNAL})
+        add_library(${name}_internals INTERFACE)
+        target_include_directories(${name}_internals INTERFACE ${arg_INTERNAL})
+        target_link_libraries(${name}_internals INTERFACE ${name})
+    endif()
     if(arg_HEADERS_OF)
         target_precompile_headers(${name} REUSE_FROM ${arg_HEADERS_OF})
     endif()

@@ -4,7 +4,6 @@
 #include "FTPManagerLog.h"
 #include "FTPManagerStrings.h"
 #include "ReplyParser.h"
-#include "TlsChannel.h"
 
 #include <algorithm>
 #include <array>
@@ -119,7 +118,7 @@ Encryption encrypt(ControlSocket& socket, const FMServer& server)
         qCWarning(ftpManagerLog, "the server does not encrypt");
         return Encryption::Failed;
     }
-    const ServerCertificate certificate = socket.tls()->certificate();
+    const ServerCertificate certificate = socket.certificate();
     if (!certificate.problems.isEmpty() && !server.trustedFingerprints().contains(certificate.fingerprint)) {
         qCWarning(ftpManagerLog, "the certificate of the server is not trusted");
         return Encryption::Untrusted;
@@ -175,18 +174,18 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
     std::array<char, 255> part{};
     while (true) {
         const qint64 count = socket.read(part);
-        if (count < 0 && socket.tls() != nullptr && holdsQuitReply(replies)) {
+        if (count < 0 && socket.isEncrypted() && holdsQuitReply(replies)) {
             return QString::fromUtf8(text); // Nothing is missing; some servers just go.
         }
         if (count < 0) {
             qCWarning(ftpManagerLog, "Error reading from socket!");
-            if (socket.tls() != nullptr) {
+            if (socket.isEncrypted()) {
                 return std::nullopt; // A refusal may have been cut off.
             }
             return QString::fromUtf8(text);
         }
         appendAnswer(text, QByteArrayView(part.data(), count));
-        if (socket.tls() != nullptr) {
+        if (socket.isEncrypted()) {
             replies.append(part.data(), count);
         }
         if (count == 0) {

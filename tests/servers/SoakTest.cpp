@@ -1,6 +1,7 @@
 #include "FaultOperations.h"
 #include "OpenDescriptors.h"
 #include "ResidentMemory.h"
+#include "ServerTraits.h"
 #include "WindowServerTest.h"
 
 #include <QRandomGenerator>
@@ -127,7 +128,7 @@ protected:
             pool.closeIdle(u"127.0.0.1"_s, m_server.port());
             return pool.connectionCount() == 0;
         }));
-        m_engine.traits({ u"127.0.0.1"_s, m_server.port(), {}, {} }) = {};
+        m_engine.servers().of({ u"127.0.0.1"_s, m_server.port(), {}, {} }) = {};
         drainEventLoop();
         m_server.forgetRecords();
     }

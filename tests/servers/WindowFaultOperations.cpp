@@ -6,6 +6,7 @@
 #include "LogRecorder.h"
 #include "NetworkManager.h"
 #include "PreferencesController.h"
+#include "ServerTraits.h"
 #include "Sheets.h"
 #include "TestTimeouts.h"
 #include "WaitFor.h"
@@ -136,7 +137,7 @@ public:
         });
         EXPECT_TRUE(hasLeft);
         // What was learned of the server's weaknesses while it had them.
-        m_engine.traits({ u"127.0.0.1"_s, port, {}, {} }) = {};
+        m_engine.servers().of({ u"127.0.0.1"_s, port, {}, {} }) = {};
         drainEventLoop();
     }
 

@@ -6,6 +6,7 @@
 #include "FTPEngine.h"
 #include "Printers.h"
 #include "ScriptedPeer.h"
+#include "ServerTraits.h"
 #include "StreamRecorder.h"
 #include "TestCertificate.h"
 #include "TlsServerEnd.h"
@@ -65,7 +66,7 @@ protected:
     void startCreation(const QString& path) { start(m_factory.createFolderStream(m_peer.location(path)), m_recorder); }
 
     /// Has the engine know nothing of @p peer, which may have got the port of an earlier one of the same test.
-    void forget(const ScriptedPeer& peer) { m_engine.traits({ u"127.0.0.1"_s, peer.port(), {}, {} }) = {}; }
+    void forget(const ScriptedPeer& peer) { m_engine.servers().of({ u"127.0.0.1"_s, peer.port(), {}, {} }) = {}; }
 
     /// A port that nobody listens on.
     static quint16 deadPort() { return ScriptedPeer().port(); }
@@ -157,7 +158,7 @@ protected:
         FTPServerKey key;
         key.host = u"127.0.0.1"_s;
         key.port = m_peer.port();
-        return m_engine.traits(key);
+        return m_engine.servers().of(key);
     }
 
     void acceptData()

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "FTPServerKey.h"
+
+#include <QHash>
 #include <QHostAddress>
 
 /// What is known of a server, for as long as there is an engine.
@@ -8,4 +11,13 @@ struct ServerTraits {
     bool pipelines = true; ///< It understands commands that are sent ahead of replies.
     bool announces = false; ///< It says that a transfer begins (125, 150) before it says that one was done.
     bool passiveOnly = false; ///< EPSV leads nowhere; PASV is to be used where there is an IPv4 address.
+};
+
+/// What transfers have learnt about the servers of an engine.
+class ServerMemory {
+public:
+    ServerTraits& of(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
+
+private:
+    QHash<QString, ServerTraits> m_traits;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TlsTransport.h"
+#include "ServerCertificate.h"
 
 #include <QByteArray>
 #include <QString>
@@ -13,7 +13,7 @@ class TlsChannel;
 
 /// A blocking TCP connection through IPv4, unencrypted at first, closed when this is destroyed. Interrupted calls go
 /// on, a peer that is gone raises no signal, and there is no time limit.
-class ControlSocket final : private TlsTransport {
+class ControlSocket final {
 public:
     enum class Outcome {
         Connected,
@@ -25,7 +25,7 @@ public:
     ControlSocket();
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;
-    ~ControlSocket() override;
+    ~ControlSocket();
 
     /// Connects to the first address of @p host. Called once.
     [[nodiscard]] Outcome connect(const QByteArray& host, quint16 port);
@@ -41,14 +41,13 @@ public:
     /// Goes on in TLS with @p host; false when the handshake fails. Its certificate remains to be judged before
     /// anything is written.
     [[nodiscard]] bool startEncryption(const QString& host);
-    /// The channel of the encryption; null without.
-    const TlsChannel* tls() const { return m_tls.get(); }
+    bool isEncrypted() const { return m_tls != nullptr; }
+    /// The peer's certificate; known once startEncryption() has answered true.
+    ServerCertificate certificate() const;
 
 private:
-    qint64 receive(char* bytes, qint64 size) override;
-    bool send(const char* bytes, qint64 size) override;
-    bool connectTo(const struct sockaddr_in& address) const;
+    class Descriptor;
 
-    int m_descriptor = -1;
-    std::unique_ptr<TlsChannel> m_tls;
+    std::unique_ptr<Descriptor> m_descriptor;
+    std::unique_ptr<TlsChannel> m_tls; ///< Uses the descriptor.
 };

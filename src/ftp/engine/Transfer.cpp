@@ -70,6 +70,11 @@ void Transfer::abandon()
     letGoOfConnection(true);
 }
 
+ServerTraits& Transfer::traits() const
+{
+    return m_engine.servers().of(m_key);
+}
+
 /// The only place where the state changes, and with it the time that is left.
 void Transfer::enter(State state)
 {
@@ -135,10 +140,10 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
         reach(Stage::Connecting);
     }
     m_try = Try();
-    m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, m_engine.traits(m_key).address);
+    m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, traits().address);
     const bool wantsSize = m_request.kind == Kind::Download && m_request.fetchSize;
     m_try.setup = std::make_unique<SessionSetup>(
-        *m_try.connection, m_engine.traits(m_key),
+        *m_try.connection, traits(),
         SessionSetup::Goal{ .folder = m_request.folder(),
                             .sizedFile = wantsSize ? m_request.location->name() : QByteArray(),
                             .needsPort = m_request.movesData() });
@@ -151,7 +156,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     }
     enter(State::Connecting);
     m_established = connect(m_try.connection, &ControlConnection::established, this, [this] {
-        m_engine.traits(m_key).address = m_try.connection->peerAddress();
+        traits().address = m_try.connection->peerAddress();
         enter(State::SettingUp); // The greeting is the first reply.
         reach(Stage::Connected);
     });
@@ -205,7 +210,7 @@ void Transfer::unaskedReplyArrived(const Reply& reply)
 void Transfer::connectionLost()
 {
     if (m_state == State::Connecting) {
-        m_engine.traits(m_key).address.clear(); // It has answered no more than all others.
+        traits().address.clear(); // It has answered no more than all others.
     }
     // With the answer to a question another connection is made; and behind the final reply the rest of the data
     // follows.
@@ -399,10 +404,10 @@ void Transfer::handleTransferReply(const Reply& reply)
         finishRefused(reply);
         return;
     }
-    ServerTraits& traits = m_engine.traits(m_key);
+    ServerTraits& known = traits();
     if (reply.isPreliminary()) {
-        traits.announces = true;
-    } else if (m_request.kind == Kind::Upload && traits.announces && !m_try.hasConsented) {
+        known.announces = true;
+    } else if (m_request.kind == Kind::Upload && known.announces && !m_try.hasConsented) {
         fail(); // A late word on the transfer before: this one the server has yet to begin.
         return;
     } else {
@@ -634,7 +639,7 @@ TryFacts Transfer::facts() const
              .isLoggedIn = hasConnection && connection->session().loggedIn,
              .hasOtherLogin = hasConnection && m_engine.pool().hasOther(*connection),
              .canUsePassive = m_try.setup != nullptr && m_try.setup->canUsePassive(),
-             .pipelines = m_engine.traits(m_key).pipelines,
+             .pipelines = traits().pipelines,
              .hasLeftSession = m_hasLeftSession,
              .hasReported = m_reported };
 }
@@ -655,10 +660,10 @@ bool Transfer::recover(Trouble trouble)
     case Remedy::FreshAfterQuestion:
         break;
     case Remedy::WithoutPipelining:
-        m_engine.traits(m_key).pipelines = false;
+        traits().pipelines = false;
         break;
     case Remedy::WithPassive:
-        m_engine.traits(m_key).passiveOnly = true;
+        traits().passiveOnly = true;
         break;
     }
     m_data.reset();

@@ -80,6 +80,7 @@ private:
         bool isPaced = false; ///< Of a listing: its first minute is over.
     };
 
+    ServerTraits& traits() const;
     void enter(State state);
     std::chrono::milliseconds limitOf(const StateClock& clock) const;
     void dataMoved(qint64 count);

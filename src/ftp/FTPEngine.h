@@ -1,10 +1,7 @@
 #pragma once
 
-#include "FTPServerKey.h"
 #include "FTPTimeouts.h"
-#include "ServerTraits.h"
 
-#include <QHash>
 #include <QObject>
 
 #include <memory>
@@ -12,6 +9,7 @@
 class CertificateQuestions;
 class ConnectionPool;
 class DeliveryGate;
+class ServerMemory;
 
 /// The connections to FTP servers, and what is known about these servers. Streams are made on an engine by an
 /// EngineStreamFactory. Its user owns it and keeps it until its streams are gone.
@@ -32,8 +30,8 @@ public:
     /// The gate of the engine's thread.
     DeliveryGate& gate() { return m_gate; }
 
-    /// What transfers have learnt about a server.
-    ServerTraits& traits(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
+    /// What transfers have learnt about servers.
+    ServerMemory& servers() { return *m_servers; }
 
     /// The parent of all transfers. Those that have ended and wait for the loop to destroy them go with the engine.
     QObject& transfers() { return m_transfers; }
@@ -41,7 +39,7 @@ public:
 private:
     DeliveryGate& m_gate;
     FTPTimeouts m_timeouts;
-    QHash<QString, ServerTraits> m_traits;
+    std::unique_ptr<ServerMemory> m_servers;
     std::unique_ptr<ConnectionPool> m_pool;
     std::unique_ptr<CertificateQuestions> m_certificateQuestions;
     QObject m_transfers; ///< Behind all that transfers use.
