@@ -18,6 +18,13 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+namespace {
+
+/// The most bytes that a TLS record takes on the way; nothing of it can be read before all have come.
+constexpr qsizetype largestRecord = 5 + 16384 + 256;
+
+} // namespace
+
 PeerConnection::PeerConnection(int socket)
     : m_socket(socket)
     , m_writable(socket, QSocketNotifier::Write)
@@ -173,7 +180,8 @@ QByteArray PeerConnection::receiveToEnd()
 QByteArray PeerConnection::receive(qsizetype count)
 {
     waitFor([this, count] {
-        takeIn(count - m_received.size());
+        const qsizetype missing = count - m_received.size();
+        takeIn(m_tls != nullptr ? missing + largestRecord : missing);
         return m_received.size() >= count || hasEnded();
     });
     return std::exchange(m_received, {});

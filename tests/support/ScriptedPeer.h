@@ -39,7 +39,7 @@ public:
 
     /// All bytes up to the peer's end of the connection.
     QByteArray receiveToEnd();
-    /// At least @p count bytes. Without encryption no more of them are taken from the connection.
+    /// At least @p count bytes. No more of them are taken from the connection; with encryption, little more.
     QByteArray receive(qsizetype count);
 
     /// Goes on in TLS; false when the handshake fails.
