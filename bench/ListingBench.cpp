@@ -4,6 +4,7 @@
 // meanwhile; by how many MiB its memory grew; for each column the time to sort by it again; the time to paint after a
 // jump to the middle. Off screen unless QT_QPA_PLATFORM says otherwise. The exit code is 1 when the listing failed.
 
+#include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "ListingTable.h"
@@ -112,7 +113,8 @@ int main(int argc, char** argv)
     }
     FTPEngine engine;
     EngineStreamFactory streams(engine);
-    auto* const controller = new ViewController(streams); // Lives as long as the process.
+    EngineConnections connections(engine);
+    auto* const controller = new ViewController(streams, connections); // Lives as long as the process.
     controller->window().show();
     const bool isListed = list(*controller);
     if (isListed) {

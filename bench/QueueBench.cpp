@@ -1,6 +1,7 @@
 // What many waiting files cost the window, and what a tick costs: Google Benchmark, off screen.
 
 #include "DragDropView.h"
+#include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "ProgramName.h"
@@ -26,7 +27,7 @@ ViewController& controller()
 {
     static auto* const controller = [] {
         auto* const engine = new FTPEngine; // All of it lives as long as the process.
-        auto* const made = new ViewController(*new EngineStreamFactory(*engine));
+        auto* const made = new ViewController(*new EngineStreamFactory(*engine), *new EngineConnections(*engine));
         made->window().show();
         QApplication::processEvents();
         return made;

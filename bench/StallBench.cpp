@@ -8,6 +8,7 @@
 // a turn for us at most (another program may have had it meanwhile), the items in the table, the last status.
 // Off screen unless QT_QPA_PLATFORM says otherwise.
 
+#include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "FTPGetController.h"
@@ -174,7 +175,8 @@ int main(int argc, char** argv)
     }
     FTPEngine engine;
     EngineStreamFactory streams(engine);
-    auto* const controller = new ViewController(streams); // Lives as long as the process.
+    EngineConnections connections(engine);
+    auto* const controller = new ViewController(streams, connections); // Lives as long as the process.
     controller->window().show();
     Turns start;
     start.runFor(1000);

@@ -4,6 +4,7 @@
 #include "CommandLine.h"
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
+#include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "ProgramIdentity.h"
@@ -71,7 +72,8 @@ int main(int argc, char** argv)
     RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);
     FTPEngine engine;
     EngineStreamFactory streams(engine, trust);
-    ViewController viewController(streams);
+    EngineConnections connections(engine, &trust);
+    ViewController viewController(streams, connections);
     certificateSheets.setWindow(viewController.window());
     QObject::connect(&viewController, &ViewController::userRequestedConnection, &viewController,
                      [&trust] { trust.forgetRefusals(); });

@@ -41,7 +41,7 @@ public:
         std::function<bool(const QString& destination)> trustsCertificate = [](const QString&) { return false; };
         /// Trusts it no longer. False when that could not be stored.
         std::function<bool(const QString& destination)> forgetCertificate = [](const QString&) { return false; };
-        /// Tests a connection; see FTPStreamFactory::startConnectionTest(). Null when that is not possible.
+        /// Tests a connection; see FTPConnections::startConnectionTest(). Null when that is not possible.
         std::function<std::unique_ptr<FTPConnectionTest>(const FTPConnectionTestRequest& request,
                                                          FTPConnectionTestHandler handler)>
             startConnectionTest

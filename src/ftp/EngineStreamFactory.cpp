@@ -1,6 +1,5 @@
 #include "EngineStreamFactory.h"
 
-#include "ConnectionTest.h"
 #include "FTPEngine.h"
 #include "Transfer.h"
 
@@ -57,6 +56,8 @@ public:
     void close() override { endTransfer(); }
 
     FTPStreamError error() const override { return m_transfer != nullptr ? m_transfer->error() : FTPStreamError(); }
+    QString lastReply() const override { return said().reply; }
+    std::optional<FTPSecurity> security() const override { return said().security; }
 
 protected:
     TransferRequest m_request;
@@ -66,13 +67,17 @@ private:
     void endTransfer()
     {
         if (Transfer* const transfer = std::exchange(m_transfer, nullptr)) {
+            m_said = transfer->progress();
             transfer->abandon();
             transfer->deleteLater();
         }
     }
 
+    const Transfer::Progress& said() const { return m_transfer != nullptr ? m_transfer->progress() : m_said; }
+
     FTPEngine& m_engine;
     FTPStreamDelegate* m_delegate = nullptr;
+    Transfer::Progress m_said; ///< Of a transfer that has been closed.
 };
 
 class EngineReadStream final : public EngineStream<FTPReadStream> {
@@ -123,32 +128,4 @@ std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QS
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QString& location)
 {
     return std::make_unique<EngineWriteStream>(m_engine, m_trust, TransferRequest::Kind::FolderCreation, location);
-}
-
-QString EngineStreamFactory::lastReply() const
-{
-    return m_engine.pool().lastReply();
-}
-
-QString EngineStreamFactory::lastUploadReply() const
-{
-    return m_engine.pool().lastUploadReply();
-}
-
-std::optional<FTPSecurity> EngineStreamFactory::lastSecurity() const
-{
-    return m_engine.pool().lastSecurity();
-}
-
-void EngineStreamFactory::closeIdleConnections(const QString& location)
-{
-    if (const std::optional<FTPLocation> server = FTPLocation::fromText(location)) {
-        m_engine.pool().closeIdle(server->host, server->port);
-    }
-}
-
-std::unique_ptr<FTPConnectionTest> EngineStreamFactory::startConnectionTest(const FTPConnectionTestRequest& request,
-                                                                            FTPConnectionTestHandler handler)
-{
-    return std::make_unique<ConnectionTest>(m_engine, request, m_trust, std::move(handler));
 }

@@ -8,7 +8,7 @@ class FTPEngine;
 /// Makes streams that speak to real servers, on the connections of an engine.
 class EngineStreamFactory final : public FTPStreamFactory {
 public:
-    /// @p engine outlives the streams and connection tests. Certificates that are not good are refused, unless a stream
+    /// @p engine outlives the streams. Certificates that are not good are refused, unless a stream
     /// was given their fingerprints.
     explicit EngineStreamFactory(FTPEngine& engine)
         : m_engine(engine)
@@ -25,12 +25,6 @@ public:
     std::unique_ptr<FTPReadStream> createDownloadStream(const QString& location) override;
     std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) override;
     std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) override;
-    QString lastReply() const override;
-    QString lastUploadReply() const override;
-    std::optional<FTPSecurity> lastSecurity() const override;
-    void closeIdleConnections(const QString& location) override;
-    std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
-                                                           FTPConnectionTestHandler handler) override;
 
 private:
     FTPEngine& m_engine;

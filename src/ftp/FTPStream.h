@@ -1,6 +1,5 @@
 #pragma once
 
-#include "FTPConnectionTest.h"
 #include "FTPEncryption.h"
 #include "FTPSecurity.h"
 
@@ -80,6 +79,13 @@ public:
 
     /// What the ErrorOccurred event was about.
     virtual FTPStreamError error() const = 0;
+
+    /// The last line of the last reply that this stream has received, for people: escaped, without the password. Null
+    /// for none. It stays when the stream is closed.
+    virtual QString lastReply() const = 0;
+    /// How this stream's login was protected, or that of the kept connection that it uses; std::nullopt before that. It
+    /// stays when the stream is closed.
+    virtual std::optional<FTPSecurity> security() const = 0;
 };
 
 /// A listing or a download.
@@ -119,28 +125,4 @@ public:
     /// holds the next HasSpaceAvailable back until the server has confirmed the file.
     virtual std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) = 0;
     virtual std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) = 0;
-
-    /// The last line of the last reply to one of these streams, for people: escaped, without the password. Null for
-    /// none.
-    virtual QString lastReply() const { return {}; }
-    /// The same for the upload stream that was opened last, whatever other streams hear meanwhile; it stays when that
-    /// stream is gone. Null while no reply to it has come.
-    virtual QString lastUploadReply() const { return {}; }
-    /// How the latest transfer was protected that has sent a login or used a kept one. std::nullopt before that.
-    virtual std::optional<FTPSecurity> lastSecurity() const { return std::nullopt; }
-    /// Ends the connections that are kept for further streams to the server of @p location, for the sake of a
-    /// server that allows few logins.
-    virtual void closeIdleConnections(const QString& location) { Q_UNUSED(location); }
-
-    /// Tests a connection as a stream to the folder would make it, on a connection of its own. Moves and changes
-    /// nothing. Null when this factory has no connection test.
-    virtual std::unique_ptr<FTPConnectionTest> startConnectionTest(
-        const FTPConnectionTestRequest& request,
-        // NOLINTNEXTLINE(performance-unnecessary-value-param): factories that test a connection keep it.
-        FTPConnectionTestHandler handler)
-    {
-        Q_UNUSED(request);
-        Q_UNUSED(handler);
-        return nullptr;
-    }
 };

@@ -26,8 +26,9 @@ void keepPlaceWhileHidden(QWidget& control)
 
 } // namespace
 
-ViewController::ViewController(FTPStreamFactory& streams)
+ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connections)
     : m_streams(streams)
+    , m_connections(connections)
     , m_welcomeWindow(new QDialog(&m_window))
     , m_ui(std::make_unique<Ui::MainWindow>())
     , m_manual(std::make_unique<Ui::ManualTransfers>())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FTPCreateController.h"
+#include "FTPConnections.h"
 #include "FTPEncryption.h"
 #include "FTPGetController.h"
 #include "FTPListController.h"
@@ -50,8 +51,9 @@ class ViewController final : public QObject,
     Q_OBJECT
 
 public:
-    /// @p streams makes the network streams and outlives the controller. Loads the view; the window is not shown yet.
-    explicit ViewController(FTPStreamFactory& streams);
+    /// @p streams makes the network streams, on @p connections; both outlive the controller. Loads the view; the window
+    /// is not shown yet.
+    ViewController(FTPStreamFactory& streams, FTPConnections& connections);
     ~ViewController() override;
 
     // Settings and destination. Read afresh on every call; null stands for nothing.
@@ -264,6 +266,7 @@ private:
         QString status;
         QString listingStatus;
         QString reply;
+        QString listingReply;
         std::optional<FTPSecurity> security;
 
         bool operator==(const Snapshot&) const = default;
@@ -278,13 +281,15 @@ private:
     void showSpeed();
     void showTexts();
     void showListingState();
-    void showLastReply();
+    void showLastReplies();
     void showSecurity();
     void showWhatCanBeDone();
     void startNextUpload(bool isNewSecond);
     void reportActivity();
     void startUpload(const QString& path, const QString& destination);
     void stopUpload();
+    /// @p answers, to what has just been started; null when it was over before it had sent anything.
+    const ServerAnswers* started(const ServerAnswers& answers, bool isRunning);
     void startListing(const QString& location);
     void noteUploadStatus(const QString& status);
     void noteEnd(const QString& status);
@@ -306,6 +311,7 @@ private:
     void alertIfError(const QString& status);
 
     FTPStreamFactory& m_streams;
+    FTPConnections& m_connections;
     QMainWindow m_window;
     QWidget m_auxiliaryWindow; ///< The manual transfers.
     QDialog* m_welcomeWindow; ///< A window of the main window's.
@@ -343,7 +349,11 @@ private:
     QElapsedTimer m_sinceProgressShown; ///< Percent and bytes.
     std::optional<Snapshot> m_shownSnapshot; ///< std::nullopt: something has not been shown yet.
     TransferRate m_rate;
+    const ServerAnswers* m_answers = nullptr; ///< To what m_status is about; null: nothing was sent.
+    const ServerAnswers* m_listingAnswers = nullptr; ///< Likewise of m_listingStatus.
+    const ServerAnswers* m_latestAnswers = nullptr; ///< To what was started last of all.
     QString m_shownReply;
+    QString m_shownListingReply;
     std::optional<FTPSecurity> m_shownSecurity;
     QString m_status;
     QString m_shownStatus;

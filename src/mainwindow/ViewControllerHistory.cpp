@@ -17,6 +17,7 @@ void ViewController::startUpload(const QString& path, const QString& destination
     m_pc->startSend(path, destination, username(), password());
     m_isStartingUpload = false;
     m_hasStartedUpload = m_pc->isSending();
+    m_answers = started(*m_pc, m_hasStartedUpload);
     if (m_hasStartedUpload) {
         m_history.fileMoves(m_pc->fileSize());
     } else {
@@ -45,13 +46,13 @@ void ViewController::noteEnd(const QString& status)
     using enum HistoryEntry::Outcome;
     const HistoryEntry::Outcome outcome = status.isNull() ? NotFound : status == uploadStopped ? Stopped : Failed;
     // What never started has heard nothing from the server.
-    m_history.fileEnded(outcome, status, m_hasStartedUpload ? m_streams.lastUploadReply() : QString());
+    m_history.fileEnded(outcome, status, m_hasStartedUpload ? m_pc->lastReply() : QString());
 }
 
 void ViewController::noteConfirmation()
 {
     if (m_history.isSending() && !m_pc->isSending()) {
-        m_history.fileConfirmed(m_pc->totalBytesWritten(), m_streams.lastUploadReply());
+        m_history.fileConfirmed(m_pc->totalBytesWritten(), m_pc->lastReply());
     }
 }
 

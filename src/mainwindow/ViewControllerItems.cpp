@@ -72,6 +72,7 @@ void ViewController::downloadFileTo(const QString& name, const QString& folder, 
     }
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
     m_gc->startReceive(locationOfItem(place, name, rawName), username(), password(), file);
+    m_answers = started(*m_gc, m_gc->isReceiving());
 }
 
 void ViewController::refuseFileName(const QString& name)
@@ -113,7 +114,7 @@ void ViewController::deleteSelection()
 std::shared_ptr<FMServer> ViewController::serverForOperation()
 {
     const QString destination = createFullDestinationPathFromAppNameAndFTPFolder();
-    m_streams.closeIdleConnections(destination); // Some servers allow one login alone.
+    m_connections.closeIdleConnections(destination); // Some servers allow one login alone.
     auto server = serverOfDestination(destination, username(), password());
     server->setEncryption(encryption());
     if (const QByteArray trusted = trustedFingerprint(destination); !trusted.isEmpty()) {

@@ -117,8 +117,9 @@ ViewController::Snapshot ViewController::snapshot() const
              .bytes = m_bytes,
              .status = m_status,
              .listingStatus = m_listingStatus,
-             .reply = m_streams.lastReply(),
-             .security = m_streams.lastSecurity() };
+             .reply = m_answers != nullptr ? m_answers->lastReply() : QString(),
+             .listingReply = m_listingAnswers != nullptr ? m_listingAnswers->lastReply() : QString(),
+             .security = m_latestAnswers != nullptr ? m_latestAnswers->security() : std::nullopt };
 }
 
 bool ViewController::showDate()
@@ -183,30 +184,37 @@ void ViewController::showTexts()
         m_manual->auxiliaryStatusTextField->setText(status);
     }
     m_ui->listingStatusTextField->setText(m_listingStatus);
-    showLastReply();
+    showLastReplies();
     showSecurity();
 }
 
-void ViewController::showLastReply()
+void ViewController::showLastReplies()
 {
-    const QString reply = m_streams.lastReply();
-    if (reply == m_shownReply) {
-        return;
-    }
-    m_shownReply = reply;
-    const QString words = u"The server said: %1"_s.arg(visibleText(reply));
-    for (QWidget* field :
-         { static_cast<QWidget*>(m_ui->statusTextField), static_cast<QWidget*>(m_ui->listingStatusTextField),
-           static_cast<QWidget*>(m_manual->auxiliaryStatusTextField) }) {
-        field->setToolTip(plainToolTip(words));
-        const QString title = field->accessibleDescription().section(u". "_s, 0, 0);
-        field->setAccessibleDescription(title + u". "_s + words); // Those who see no tool tips hear it.
-    }
+    const auto show = [](const ServerAnswers* answers, QString& shown, std::initializer_list<QWidget*> fields) {
+        const QString reply = answers != nullptr ? answers->lastReply() : QString();
+        if (reply == shown) {
+            return;
+        }
+        shown = reply;
+        const QString words = reply.isNull() ? QString() : u"The server said: %1"_s.arg(visibleText(reply));
+        for (QWidget* const field : fields) {
+            field->setToolTip(words.isNull() ? QString() : plainToolTip(words));
+            const QString title = field->accessibleDescription().section(u". "_s, 0, 0);
+            // Those who see no tool tips hear it.
+            field->setAccessibleDescription(words.isNull() ? title : title + u". "_s + words);
+        }
+    };
+    show(m_answers, m_shownReply, { m_ui->statusTextField, m_manual->auxiliaryStatusTextField });
+    show(m_listingAnswers, m_shownListingReply, { m_ui->listingStatusTextField });
 }
 
 void ViewController::showSecurity()
 {
-    const std::optional<FTPSecurity> security = m_streams.lastSecurity();
+    // Until a login is sent, the last connection is another one's.
+    std::optional<FTPSecurity> security = m_latestAnswers != nullptr ? m_latestAnswers->security() : std::nullopt;
+    if (!security) {
+        security = m_shownSecurity;
+    }
     if (security == m_shownSecurity && !m_ui->connectionIcon->icon().isNull()) {
         return;
     }

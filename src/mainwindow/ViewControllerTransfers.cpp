@@ -31,6 +31,15 @@ void ViewController::refresh()
     listFTPDestination();
 }
 
+const ServerAnswers* ViewController::started(const ServerAnswers& answers, bool isRunning)
+{
+    if (!isRunning) {
+        return nullptr;
+    }
+    m_latestAnswers = &answers;
+    return &answers;
+}
+
 void ViewController::startListing(const QString& location)
 {
     if (!m_lc->isReceiving()) {
@@ -38,6 +47,7 @@ void ViewController::startListing(const QString& location)
         m_listedLocation = location;
     }
     m_lc->startReceive(location, username(), password());
+    m_listingAnswers = started(*m_lc, m_lc->isReceiving());
 }
 
 void ViewController::emptyList()
@@ -86,6 +96,7 @@ void ViewController::startStopDownload()
     emit userRequestedConnection();
     resetProgress();
     m_gc->startReceive(urlToDownload(), username(), password(), QString());
+    m_answers = started(*m_gc, m_gc->isReceiving());
 }
 
 void ViewController::startStopList(const QObject* sender)
@@ -127,4 +138,5 @@ void ViewController::startStopCreate(const QObject* sender)
     emit userRequestedConnection();
     resetProgress();
     m_cc->startCreate(name, place, username(), password());
+    m_answers = started(*m_cc, m_cc->isCreating());
 }

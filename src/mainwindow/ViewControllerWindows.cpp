@@ -49,14 +49,14 @@ void ViewController::loadOtherWindows()
             .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
             .forgetCertificate =
                 [this](const QString& destination) {
-                    m_streams.closeIdleConnections(destination); // They were made while it was trusted.
+                    m_connections.closeIdleConnections(destination); // They were made while it was trusted.
                     const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
                     return place && TrustedCertificates::standard().forget(place->host, place->port);
                 },
             .startConnectionTest =
                 [this](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
                     emit userRequestedConnection();
-                    return m_streams.startConnectionTest(request, std::move(handler));
+                    return m_connections.startConnectionTest(request, std::move(handler));
                 },
         },
         &m_window);

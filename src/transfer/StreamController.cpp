@@ -55,6 +55,8 @@ template <typename Stream> void StreamController<Stream>::closeStream()
     if (m_networkStream != nullptr) {
         m_networkStream->setDelegate(nullptr);
         m_networkStream->close();
+        m_lastReply = m_networkStream->lastReply();
+        m_security = m_networkStream->security();
         m_networkStream.reset();
         ++m_run;
     }

@@ -8,9 +8,22 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
 class RunLoop;
+
+/// What the server has said to the stream that a controller has opened last, be it open or closed.
+class ServerAnswers {
+public:
+    /// See FTPStream::lastReply().
+    virtual QString lastReply() const = 0;
+    /// See FTPStream::security().
+    virtual std::optional<FTPSecurity> security() const = 0;
+
+protected:
+    ~ServerAnswers() = default;
+};
 
 /// What the four stream controllers share: one stream at a time with its login, driven by the run loop of the thread
 /// that starts it, and the count of operations that the network manager keeps. @p Stream is FTPReadStream or
@@ -18,7 +31,7 @@ class RunLoop;
 ///
 /// A delegate may do anything while it is reported to: stop the controller, start it again, destroy it. Whatever goes
 /// on after a report asks a Watch first.
-template <typename Stream> class StreamController : private FTPStreamDelegate {
+template <typename Stream> class StreamController : public ServerAnswers, private FTPStreamDelegate {
 public:
     StreamController(const StreamController&) = delete;
     StreamController& operator=(const StreamController&) = delete;
@@ -27,6 +40,12 @@ public:
 
     /// @p source is asked at each start whether the transfer is to be encrypted. Without one it is not.
     void setEncryptionSource(std::function<FTPEncryption()> source) { m_encryptionSource = std::move(source); }
+
+    QString lastReply() const final { return m_networkStream != nullptr ? m_networkStream->lastReply() : m_lastReply; }
+    std::optional<FTPSecurity> security() const final
+    {
+        return m_networkStream != nullptr ? m_networkStream->security() : m_security;
+    }
 
     /// The loop that the stream reports from; null before the first start.
     RunLoop* ourRunLoop() const { return m_ourRunLoop; }
@@ -83,6 +102,8 @@ private:
 
     std::function<FTPEncryption()> m_encryptionSource; ///< Null: none.
     std::unique_ptr<Stream> m_networkStream;
+    QString m_lastReply; ///< To a stream that has been closed.
+    std::optional<FTPSecurity> m_security; ///< Likewise.
     RunLoop* m_ourRunLoop = nullptr;
     quint64 m_run = 0; ///< Changes whenever a stream is opened or closed.
     WeakAnchor m_anchor;

@@ -378,7 +378,7 @@ TEST_F(AppDelegateTest, WhenTheMainWindowClosesItsPlaceIsRememberedForTheNextRun
 {
     const auto sizeInTheNextRun = [this] {
         NetworkManager::sharedInstance().setNetworkOperationCount(100);
-        const QSize size = ViewController(m_streams).window().size();
+        const QSize size = ViewController(m_streams, m_connections).window().size();
         NetworkManager::sharedInstance().setNetworkOperationCount(0);
         return size;
     };

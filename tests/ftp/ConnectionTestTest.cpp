@@ -1,3 +1,4 @@
+#include "EngineConnections.h"
 #include "FTPConnectionTest.h"
 #include "RecordingJudge.h"
 #include "StreamTest.h"
@@ -59,7 +60,7 @@ protected:
     }
 
     RecordingJudge m_judge;
-    EngineStreamFactory m_judged{ m_engine, m_judge };
+    EngineConnections m_judged{ m_engine, &m_judge };
     std::unique_ptr<FTPConnectionTest> m_connectionTest;
     std::vector<State> m_states;
     FTPConnectionTestReport m_last;
@@ -91,7 +92,6 @@ TEST_F(ConnectionTestTest, NothingOfItStaysBehind)
     say(*control, { "331 Password", "230 In", "257 \"/home\" is it", "250 There", "200 Fine" });
     waitForEnd();
 
-    EXPECT_TRUE(m_factory.lastReply().isNull() || m_factory.lastReply() != u"200 Fine"_s);
     EXPECT_EQ(m_pool.idleCount(), 0);
 }
 
@@ -278,19 +278,6 @@ TEST_F(ConnectionTestTest, EncryptedItSaysNothingBeforeTheHandshake)
     ASSERT_TRUE(m_last.security);
     EXPECT_TRUE(m_last.security->protocol.startsWith(u"TLSv1."_s));
     EXPECT_FALSE(m_last.security->isTrustedBySystem);
-}
-
-TEST_F(ConnectionTestTest, ItLeavesThePadlockOfTheTransfersAlone)
-{
-    const std::optional<FTPSecurity> before = m_factory.lastSecurity();
-    m_judge.verdict = true;
-    m_encryption = FTPEncryption::Required;
-    test();
-    auto control = greet();
-    control->hear(7);
-
-    EXPECT_EQ(m_factory.lastSecurity(), before);
-    m_connectionTest.reset();
 }
 
 TEST_F(ConnectionTestTest, ACertificateThatIsNotTrustedGetsNoLogin)

@@ -1,3 +1,4 @@
+#include "EngineConnections.h"
 #include "StreamTest.h"
 
 #include <QCoreApplication>
@@ -292,11 +293,11 @@ TEST_P(KeptConnectionTest, InUseItIsNotUnused)
 
 TEST_P(KeptConnectionTest, ItCanBeClosedAheadOfACallToTheSameServer)
 {
-    m_factory.closeIdleConnections(u"ftp://elsewhere:%1/"_s.arg(m_peer.port()));
-    m_factory.closeIdleConnections(u"ftp://127.0.0.1:%1/"_s.arg(m_dataPeer.port()));
+    EngineConnections(m_engine).closeIdleConnections(u"ftp://elsewhere:%1/"_s.arg(m_peer.port()));
+    EngineConnections(m_engine).closeIdleConnections(u"ftp://127.0.0.1:%1/"_s.arg(m_dataPeer.port()));
     EXPECT_EQ(m_pool.idleCount(), 1);
 
-    m_factory.closeIdleConnections(m_peer.location(u"/any"_s));
+    EngineConnections(m_engine).closeIdleConnections(m_peer.location(u"/any"_s));
 
     EXPECT_EQ(m_pool.idleCount(), 0);
     EXPECT_EQ(m_control->hear(), "QUIT");
@@ -310,7 +311,7 @@ TEST_P(KeptConnectionTest, InUseItIsNotClosedAheadOfACallToTheSameServer)
     startSecond();
     reopen(*m_control, "STOR second");
 
-    m_factory.closeIdleConnections(m_peer.location(u"/any"_s));
+    EngineConnections(m_engine).closeIdleConnections(m_peer.location(u"/any"_s));
 
     finishUpload(*m_control);
     EXPECT_TRUE(m_control->isSilent());

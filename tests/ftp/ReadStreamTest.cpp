@@ -63,7 +63,7 @@ TEST_P(ReadStreamTest, TheConfirmationMayComeBeforeTheEndOfTheData)
     auto control = open("LIST");
     control->say("150 Comes");
     control->say("226 Done");
-    ASSERT_TRUE(waitFor([this] { return m_factory.lastReply() == u"226 Done"_s; }));
+    ASSERT_TRUE(waitFor([this] { return m_recorder.lastReply() == u"226 Done"_s; }));
 
     m_data->sendBytes("line\r\n");
     m_data->close();
@@ -280,7 +280,7 @@ TEST_P(ReadStreamTest, AReplyThatNobodyAskedForDoesNotHarmButCostsTheConnection)
     control->say("150 Comes");
     control->say("226 Done");
     control->say("226 Done again"); // It would confirm what comes next.
-    ASSERT_TRUE(waitFor([this] { return m_factory.lastReply() == u"226 Done again"_s; }));
+    ASSERT_TRUE(waitFor([this] { return m_recorder.lastReply() == u"226 Done again"_s; }));
     m_data->sendBytes("line\r\n");
     m_data->close();
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));

@@ -125,8 +125,10 @@ TEST_F(StreamRecoveryTest, TheLastReplyToAnUploadIsToldWhateverAListingHearsMean
     control->say("530 Not your list");
     EXPECT_EQ(m_other.waitForEnd(), QStringList{ u"FTP 530"_s });
 
-    EXPECT_EQ(m_factory.lastReply(), u"530 Not your list"_s);
-    EXPECT_EQ(m_factory.lastUploadReply(), u"226 Got it"_s);
+    EXPECT_EQ(m_other.lastReply(), u"530 Not your list"_s);
+    EXPECT_EQ(m_recorder.lastReply(), u"226 Got it"_s);
+    m_recorder.stream()->close();
+    EXPECT_EQ(m_recorder.lastReply(), u"226 Got it"_s);
 }
 
 TEST_F(StreamRecoveryTest, NothingWasSaidToAnUploadThatHasJustBeenOpened)
@@ -135,7 +137,8 @@ TEST_F(StreamRecoveryTest, NothingWasSaidToAnUploadThatHasJustBeenOpened)
 
     startUpload(u"/second"_s, "2");
 
-    EXPECT_TRUE(m_factory.lastUploadReply().isNull());
+    EXPECT_TRUE(m_recorder.lastReply().isNull());
+    EXPECT_FALSE(m_recorder.stream()->security());
 }
 
 } // namespace

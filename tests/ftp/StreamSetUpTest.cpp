@@ -250,7 +250,7 @@ TEST_F(StreamSetUpTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
     control->answer({ "331 P", "530 anna/secret is no login\x1b" });
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
-    EXPECT_EQ(m_factory.lastReply(), u"530 anna/**** is no login\\x1b"_s);
+    EXPECT_EQ(m_recorder.lastReply(), u"530 anna/**** is no login\\x1b"_s);
 }
 
 } // namespace

@@ -172,7 +172,7 @@ TEST_F(PreliminaryReplyTest, TheyAreNotCountedWhileDataGoes)
         ASSERT_EQ(m_data->receive(1), "x");
         const QByteArray reply = "150 " + QByteArray::number(i);
         control->say(reply);
-        ASSERT_TRUE(waitFor([this, &reply] { return m_factory.lastReply() == QString::fromLatin1(reply); }));
+        ASSERT_TRUE(waitFor([this, &reply] { return m_recorder.lastReply() == QString::fromLatin1(reply); }));
     }
 
     m_recorder.onEvent = nullptr;

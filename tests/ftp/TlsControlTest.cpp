@@ -95,8 +95,8 @@ TEST_F(TlsControlTest, HalfAReplyInjectedBeforeTheHandshakeIsDroppedToo)
         ASSERT_TRUE(control->startTls(m_tls));
         EXPECT_EQ(control->hear(), "PBSZ 0");
         control->say("200 Size 0");
-        ASSERT_TRUE(waitFor([this] { return m_factory.lastReply() != u"234 Go on"_s; }));
-        EXPECT_EQ(m_factory.lastReply(), u"200 Size 0"_s);
+        ASSERT_TRUE(waitFor([this] { return m_recorder.lastReply() != u"234 Go on"_s; }));
+        EXPECT_EQ(m_recorder.lastReply(), u"200 Size 0"_s);
         control->answer({ "200 P", "331 P", "230 In", "257 \"/\"", "200 I" });
         reopen(*control, "STOR f");
         EXPECT_EQ(m_data->receiveToEnd(), "x");
@@ -158,22 +158,20 @@ TEST_F(TlsControlTest, ARefusalOfPbszAloneDoesNotMatter)
     EXPECT_EQ(m_data->receive(1), "x");
 }
 
-TEST_F(TlsControlTest, HowTheLatestTransferWasProtectedIsTold)
+TEST_F(TlsControlTest, AStreamTellsHowItWasProtected)
 {
     m_tls = TlsServerContext(m_certificate, TLS1_2_VERSION);
     startUpload(u"/f"_s, "x");
     auto encrypted = open("STOR f");
-    ASSERT_TRUE(m_factory.lastSecurity());
-    EXPECT_EQ(m_factory.lastSecurity()->protocol, u"TLSv1.2"_s);
-    EXPECT_TRUE(m_factory.lastSecurity()->cipher.contains(u"AES"_s)
-                || m_factory.lastSecurity()->cipher.contains(u"CHACHA"_s));
-    EXPECT_FALSE(m_factory.lastSecurity()->isTrustedBySystem);
+    EXPECT_EQ(m_recorder.security().protocol, u"TLSv1.2"_s);
+    EXPECT_TRUE(m_recorder.security().cipher.contains(u"AES"_s) || m_recorder.security().cipher.contains(u"CHACHA"_s));
+    EXPECT_FALSE(m_recorder.security().isTrustedBySystem);
     m_recorder.close();
 
     m_encryption = FTPEncryption::None;
     startUpload(u"/g"_s, "x");
     auto plain = open("STOR g");
-    EXPECT_TRUE(m_factory.lastSecurity()->protocol.isNull());
+    EXPECT_TRUE(m_recorder.security().protocol.isNull());
 }
 
 TEST_F(TlsControlTest, ConnectionsWithAndWithoutEncryptionAreKeptApart)

@@ -73,7 +73,7 @@ TEST_F(TlsTrustTest, ACertificateOfAnAuthorityInTheSystemsStoreNeedsNoTrust)
     startUpload(u"/f"_s, "x");
 
     EXPECT_EQ(greet()->hear(), "PBSZ 0");
-    EXPECT_TRUE(m_factory.lastSecurity()->isTrustedBySystem);
+    EXPECT_TRUE(m_recorder.security().isTrustedBySystem);
 }
 
 TEST_F(TlsTrustTest, TheQuestionTellsEverything)

@@ -390,7 +390,7 @@ TEST_F(ItemActionsTest, KeptConnectionsAreClosedFirst)
     m_controller->deleteFile(u"file.txt"_s);
     m_controller->createFolder(u"new"_s);
 
-    EXPECT_EQ(m_streams.closedIdle, (QStringList{ u"ftp://host/in/"_s, u"ftp://host/in/"_s }));
+    EXPECT_EQ(m_connections.closedIdle, (QStringList{ u"ftp://host/in/"_s, u"ftp://host/in/"_s }));
 }
 
 TEST_F(ItemActionsTest, SettingsAreReadForEachAction)

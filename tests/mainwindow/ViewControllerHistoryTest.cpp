@@ -33,7 +33,7 @@ TEST_F(ViewControllerHistoryTest, AFileOfTheQueueIsFollowedUntilTheServerHasConf
     tick();
     EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::Sending, Outcome::Waiting }));
     EXPECT_EQ(row(0).size, 5);
-    m_streams.uploadReply = u"226 Got it"_s;
+    upload().reply = u"226 Got it"_s;
 
     finishUpload();
 
@@ -58,7 +58,7 @@ TEST_F(ViewControllerHistoryTest, WhatWasSentWithoutTheServersWordIsNotConfirmed
 TEST_F(ViewControllerHistoryTest, AnUploadThatFailsInMidwayHasItsStatusAndTheServersReply)
 {
     startOne();
-    m_streams.uploadReply = u"150 Go on"_s;
+    upload().reply = u"150 Go on"_s;
 
     upload().sendOtherError();
 
@@ -78,13 +78,15 @@ TEST_F(ViewControllerHistoryTest, StopIsNoFailure)
 
 TEST_F(ViewControllerHistoryTest, AFileThatIsGoneIsNotFoundAndHeardNothing)
 {
-    m_streams.uploadReply = u"226 That was another file"_s;
-    m_controller->uploadFiles({ u"/nonexistent"_s, makeFile(u"b"_s) });
+    m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s, makeFile(u"b"_s) });
+    tick();
+    upload().reply = u"226 That was another file"_s;
+    finishUpload();
 
     tick();
 
-    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::NotFound, Outcome::Waiting }));
-    EXPECT_TRUE(row(0).reply.isNull());
+    EXPECT_EQ(outcomes(), (QList<Outcome>{ Outcome::Confirmed, Outcome::NotFound, Outcome::Waiting }));
+    EXPECT_TRUE(row(1).reply.isNull());
 }
 
 TEST_F(ViewControllerHistoryTest, AFileThatCannotBeReadHasFailedAtItsStart)

@@ -22,24 +22,42 @@ TEST_F(ViewControllerReportsTest, StatusTextsShowInBothWindowsWithTheNextTick)
     EXPECT_EQ(text("listingStatusTextField"), u"Receiving"_s);
 }
 
-TEST_F(ViewControllerReportsTest, TheStatusFieldsTellWhatTheServerSaidLast)
+TEST_F(ViewControllerReportsTest, EachStatusHasWhatTheServerSaidToItsOwnStream)
 {
     EXPECT_EQ(control<QLabel>("statusTextField").toolTip(), u""_s);
-    m_streams.reply = u"550 <b>No such\u202e folder</b>"_s;
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    upload().reply = u"550 <b>No such\u202e folder</b>"_s;
+    upload().sendRefusal(550);
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).reply = u"230 In. Or not."_s;
 
     tick();
 
-    for (const char* field : { "statusTextField", "listingStatusTextField", "auxiliaryStatusTextField" }) {
+    for (const char* field : { "statusTextField", "auxiliaryStatusTextField" }) {
         EXPECT_TRUE(control<QLabel>(field).toolTip().contains(
             u"The server said: 550 &lt;b&gt;No such⟨U+202E⟩ folder&lt;/b&gt;"_s))
             << field;
     }
-    const QString said = u"The server said: 550 <b>No such⟨U+202E⟩ folder</b>"_s;
-    EXPECT_EQ(control<QLabel>("statusTextField").accessibleDescription(), u"Status. "_s + said);
-    m_streams.reply = u"230 In. Or not."_s;
-    tick();
+    EXPECT_EQ(control<QLabel>("statusTextField").accessibleDescription(),
+              u"Status. The server said: 550 <b>No such⟨U+202E⟩ folder</b>"_s);
+    EXPECT_TRUE(control<QLabel>("listingStatusTextField").toolTip().contains(u"The server said: 230 In. Or not."_s));
     EXPECT_EQ(control<QLabel>("listingStatusTextField").accessibleDescription(),
               u"Listing status. The server said: 230 In. Or not."_s);
+}
+
+TEST_F(ViewControllerReportsTest, AStatusOfWhatNeverReachedAServerHasNoReply)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s });
+    tick();
+    upload().reply = u"226 Got it"_s;
+    finishUpload();
+    tick(); // It begins with the one that is not there.
+
+    tick();
+
+    EXPECT_EQ(control<QLabel>("statusTextField").toolTip(), u""_s);
+    EXPECT_EQ(control<QLabel>("statusTextField").accessibleDescription(), u"Status"_s);
 }
 
 TEST_F(ViewControllerReportsTest, ThePadlockTellsHowTheLastConnectionWasProtected)
@@ -57,8 +75,10 @@ TEST_F(ViewControllerReportsTest, ThePadlockTellsHowTheLastConnectionWasProtecte
           u"The last connection was encrypted with TLSv1.2, AES. The server's certificate is one that you trust; the "
           "system does not vouch for it."_s },
     };
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
     for (const auto& [security, expected] : states) {
-        m_streams.security = security;
+        upload().security = security;
 
         tick();
 

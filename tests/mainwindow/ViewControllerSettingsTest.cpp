@@ -126,9 +126,9 @@ TEST_F(ViewControllerSettingsTest, AConnectionIsTestedWhereFilesWouldGoAndThatIs
     m_controller->preferences().view()->findChild<QPushButton*>(u"testButton"_s)->click();
 
     EXPECT_EQ(requests, 1);
-    ASSERT_EQ(m_streams.connectionTestRequests.size(), 1U);
-    EXPECT_EQ(m_streams.connectionTestRequests.front().location, u"ftp://host/in/Scans/"_s);
-    EXPECT_EQ(m_streams.connectionTestRequests.front().password, u"secret"_s);
+    ASSERT_EQ(m_connections.connectionTestRequests.size(), 1U);
+    EXPECT_EQ(m_connections.connectionTestRequests.front().location, u"ftp://host/in/Scans/"_s);
+    EXPECT_EQ(m_connections.connectionTestRequests.front().password, u"secret"_s);
     EXPECT_TRUE(m_streams.streams().empty());
 }
 
@@ -147,7 +147,7 @@ TEST_F(ViewControllerSettingsTest, ThePanelForgetsTheCertificateOfTheServerThatI
     forget.click();
 
     EXPECT_FALSE(forget.isEnabled());
-    EXPECT_FALSE(m_streams.closedIdle.isEmpty()); // What was logged in under it is not used again.
+    EXPECT_FALSE(m_connections.closedIdle.isEmpty()); // What was logged in under it is not used again.
     EXPECT_TRUE(trusted.fingerprint(u"host"_s, 21).isEmpty());
     EXPECT_FALSE(trusted.fingerprint(u"host"_s, 2121).isEmpty());
     QFile::remove(trusted.filePath());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 
@@ -7,4 +8,5 @@
 struct EngineStreams {
     FTPEngine m_engine;
     EngineStreamFactory m_streams{ m_engine };
+    EngineConnections m_connections{ m_engine };
 };

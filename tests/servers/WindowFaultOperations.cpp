@@ -68,7 +68,7 @@ Outcome outcomeOfTest(Ending ending)
 class WindowFaultOperations final : public FaultOperations, private EngineStreams, private WindowFixture {
 public:
     explicit WindowFaultOperations(FaultScene& scene)
-        : WindowFixture(m_streams, {})
+        : WindowFixture(m_streams, m_connections, {})
         , m_scene(scene)
     {
         m_controller->window().show();

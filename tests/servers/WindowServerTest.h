@@ -29,7 +29,7 @@ class WindowServerTest : public ::testing::Test,
                          protected WindowFixture {
 protected:
     WindowServerTest()
-        : WindowFixture(m_streams,
+        : WindowFixture(m_streams, m_connections,
                         { { QStringLiteral("Address"), m_server.address() },
                           { QStringLiteral("Username"), QStringLiteral("anna") },
                           { QStringLiteral("Password"), QStringLiteral("secret") },

@@ -52,6 +52,8 @@ public:
         m_loop.reset();
     }
     FTPStreamError error() const override { return m_record->error; }
+    QString lastReply() const override { return m_record->reply; }
+    std::optional<FTPSecurity> security() const override { return m_record->security; }
 
 protected:
     FakeFTPStream& fake() const { return *m_record; }

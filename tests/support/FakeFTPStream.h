@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FTPConnections.h"
 #include "FTPStream.h"
 
 #include <QByteArray>
@@ -21,6 +22,8 @@ struct FakeStreamScript {
     bool refusesEncryption = false;
     bool refusesFetchResourceInfo = false;
     FTPStreamError error; ///< What an error event is about.
+    QString reply; ///< What lastReply() answers.
+    std::optional<FTPSecurity> security;
     std::optional<qint64> resourceSize;
     /// The next answers of write(): -1 to fail, otherwise how many bytes it takes at most. Takes all when empty.
     std::deque<qint64> writeAnswers;
@@ -93,27 +96,6 @@ public:
     std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) override;
     std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) override;
 
-    QString lastReply() const override { return reply; }
-    std::optional<FTPSecurity> lastSecurity() const override { return security; }
-    void closeIdleConnections(const QString& location) override { closedIdle.append(location); }
-
-    QString lastUploadReply() const override { return uploadReply; }
-
-    std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
-                                                           FTPConnectionTestHandler handler) override
-    {
-        connectionTestRequests.push_back(request);
-        connectionTestHandler = std::move(handler);
-        return std::make_unique<FTPConnectionTest>();
-    }
-
-    QString reply; ///< What lastReply() answers.
-    std::optional<FTPSecurity> security; ///< What lastSecurity() answers.
-    QString uploadReply; ///< What lastUploadReply() answers.
-    std::vector<FTPConnectionTestRequest> connectionTestRequests; ///< Of all connection tests.
-    FTPConnectionTestHandler connectionTestHandler; ///< Hears of the latest one.
-    QStringList closedIdle; ///< The locations whose idle connections were to be closed.
-
     /// All streams that were asked for, in order, whether they could be made or not.
     const std::vector<std::shared_ptr<FakeFTPStream>>& streams() const { return m_streams; }
     /// The latest one; there must be one.
@@ -124,4 +106,21 @@ private:
     std::unique_ptr<Stream> make(FakeFTPStream::Kind kind, const QString& location, qint64 length = -1);
 
     std::vector<std::shared_ptr<FakeFTPStream>> m_streams;
+};
+
+/// Connections that a test looks at and answers for.
+class FakeConnections final : public FTPConnections {
+public:
+    void closeIdleConnections(const QString& location) override { closedIdle.append(location); }
+    std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
+                                                           FTPConnectionTestHandler handler) override
+    {
+        connectionTestRequests.push_back(request);
+        connectionTestHandler = std::move(handler);
+        return std::make_unique<FTPConnectionTest>();
+    }
+
+    QStringList closedIdle; ///< The locations whose idle connections were to be closed.
+    std::vector<FTPConnectionTestRequest> connectionTestRequests; ///< Of all connection tests.
+    FTPConnectionTestHandler connectionTestHandler; ///< Hears of the latest one.
 };

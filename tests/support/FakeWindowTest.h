@@ -11,6 +11,7 @@
 /// Streams whose every event a test delivers.
 struct FakeStreams {
     FakeStreamFactory m_streams;
+    FakeConnections m_connections;
 };
 
 /// The window's controller with fake streams.
@@ -18,7 +19,7 @@ class FakeWindowTest : public ::testing::Test, protected FakeStreams, protected 
 protected:
     explicit FakeWindowTest(const Settings& settings = { { QStringLiteral("Address"), QStringLiteral("host") } },
                             const QString& programName = QStringLiteral("Quillbox"))
-        : WindowFixture(m_streams, settings, programName)
+        : WindowFixture(m_streams, m_connections, settings, programName)
     {
     }
 

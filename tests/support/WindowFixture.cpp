@@ -7,13 +7,15 @@
 
 #include <QFile>
 
-WindowFixture::WindowFixture(FTPStreamFactory& streams, const Settings& settings, const QString& programName)
+WindowFixture::WindowFixture(FTPStreamFactory& streams, FTPConnections& connections, const Settings& settings,
+                             const QString& programName)
     : m_factory(streams)
+    , m_factoryConnections(connections)
 {
     setProgramFileName(programName);
     NetworkManager::setReachabilitySource([] { return ReachabilityFlags(ReachabilityFlag::Reachable); });
     set(settings);
-    m_controller = std::make_unique<ViewController>(m_factory);
+    m_controller = std::make_unique<ViewController>(m_factory, m_factoryConnections);
 }
 
 WindowFixture::~WindowFixture()
@@ -34,7 +36,7 @@ void WindowFixture::destroyController()
 void WindowFixture::startAgain()
 {
     destroyController();
-    m_controller = std::make_unique<ViewController>(m_factory);
+    m_controller = std::make_unique<ViewController>(m_factory, m_factoryConnections);
     m_controller->window().show();
 }
 

@@ -25,8 +25,8 @@ public:
 protected:
     using Settings = QHash<QString, QJsonValue>;
 
-    /// @p streams outlives the fixture.
-    WindowFixture(FTPStreamFactory& streams, const Settings& settings,
+    /// @p streams and @p connections outlive the fixture.
+    WindowFixture(FTPStreamFactory& streams, FTPConnections& connections, const Settings& settings,
                   const QString& programName = QStringLiteral("Quillbox"));
     ~WindowFixture();
 
@@ -62,6 +62,7 @@ protected:
 
     QTemporaryDir m_directory; ///< For local files.
     FTPStreamFactory& m_factory;
+    FTPConnections& m_factoryConnections;
     std::unique_ptr<ViewController> m_controller;
 
 private:

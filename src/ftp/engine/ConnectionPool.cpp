@@ -37,9 +37,6 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     ControlConnection& connection = *entry->connection;
     connection.setParent(this);
     connection.setUser(&user);
-    if (reuse != Reuse::Apart) {
-        connect(&connection, &ControlConnection::replied, this, [this](const QString& line) { m_lastReply = line; });
-    }
     connect(&connection, &ControlConnection::drained, this, [this, &connection] { finish(connection); });
     connect(&connection, &ControlConnection::ended, this, [this, &connection] { ended(connection); });
     connect(&entry->watchdog, &Watchdog::expired, &connection, [this, &connection] {

@@ -2,7 +2,6 @@
 
 #include "ControlConnection.h"
 #include "FTPServerKey.h"
-#include "FTPStream.h"
 #include "FTPTimeouts.h"
 #include "Watchdog.h"
 
@@ -28,7 +27,6 @@ public:
     enum class Reuse {
         Allowed, ///< A kept connection will do.
         Fresh, ///< Only a new connection will do.
-        Apart, ///< Likewise, and what is said on it does not count as lastReply().
     };
     /// A connection for @p user alone, until it is released or discarded. It may not be established yet.
     /// A new one goes to @p preferredAddress first, if the host has it.
@@ -55,21 +53,6 @@ public:
     /// Sends QUIT on all connections to a server that nobody uses, for a server that allows no second login. Returns at
     /// once; the server may take a moment to close them.
     void closeIdle(const QString& host, quint16 port);
-
-    /// The last reply of any server, as ControlConnection::replied() has it; null at first.
-    const QString& lastReply() const { return m_lastReply; }
-    /// The last reply to the upload begun last; null while there was none.
-    const QString& lastUploadReply() const { return m_lastUploadReply; }
-    /// Of the replies that came together @p line is the one that counts.
-    void setLastReply(const QString& line) { m_lastReply = line; }
-    /// An upload begins: no reply to it has come.
-    void forgetUploadReply() { m_lastUploadReply.clear(); }
-    /// The last reply of all was to the upload.
-    void noteUploadReply() { m_lastUploadReply = m_lastReply; }
-
-    /// How the latest transfer was protected; std::nullopt at first.
-    const std::optional<FTPSecurity>& lastSecurity() const { return m_lastSecurity; }
-    void setLastSecurity(const FTPSecurity& security) { m_lastSecurity = security; }
 
 private:
     struct Entry {
@@ -98,7 +81,4 @@ private:
     const FTPTimeouts& m_timeouts;
     std::vector<std::unique_ptr<Entry>> m_entries;
     std::vector<Waiter> m_waiters;
-    QString m_lastReply;
-    QString m_lastUploadReply;
-    std::optional<FTPSecurity> m_lastSecurity;
 };

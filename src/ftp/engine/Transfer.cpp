@@ -56,9 +56,6 @@ Transfer::~Transfer()
 
 void Transfer::start()
 {
-    if (m_request.kind == Kind::Upload) {
-        m_engine.pool().forgetUploadReply();
-    }
     QMetaObject::invokeMethod(this, &Transfer::begin, Qt::QueuedConnection);
 }
 
@@ -135,7 +132,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     if (m_request.kind == Kind::ConnectionTest) {
         // Some servers allow one login only, and the test must log in itself.
         m_engine.pool().closeIdle(m_key.host, m_key.port);
-        reuse = ConnectionPool::Reuse::Apart;
+        reuse = ConnectionPool::Reuse::Fresh;
         m_progress.security.reset();
         reach(Stage::Connecting);
     }
@@ -182,9 +179,6 @@ void Transfer::letGoOfConnection(bool keep)
 
 void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
 {
-    if (m_request.kind == Kind::Upload) {
-        m_engine.pool().noteUploadReply();
-    }
     if (reply.code == serviceEnding) {
         handleServiceEnding(reply);
         return;
@@ -237,9 +231,6 @@ void Transfer::setUp()
     const TlsChannel* const tls = m_try.connection->tls();
     m_progress.security
         = tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isTrustedBySystem(), tls->cipher() } : FTPSecurity();
-    if (m_request.kind != Kind::ConnectionTest) {
-        m_engine.pool().setLastSecurity(*m_progress.security);
-    }
     reach(Stage::LoggingIn);
     follow(m_try.setup->begin(), Reply());
 }
@@ -264,12 +255,6 @@ bool Transfer::endRefusedLogin()
         return false;
     }
     m_progress.reply = refusal->readable;
-    if (m_request.kind != Kind::ConnectionTest) {
-        m_engine.pool().setLastReply(refusal->readable);
-    }
-    if (m_request.kind == Kind::Upload) {
-        m_engine.pool().noteUploadReply();
-    }
     finishRefused(*refusal);
     return true;
 }
