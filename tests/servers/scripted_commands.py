@@ -115,6 +115,18 @@ def _site(session):
     return ["200 Mode changed"]
 
 
+def _auth(session):
+    if session.argument.upper() != "TLS" or not session.can_encrypt:
+        return ["504 Not known"]
+    return ["encrypt", "234 Go on in TLS"]
+
+
+def _prot(session):
+    if session.argument.upper() not in ("C", "P"):
+        return ["536 Not known"]
+    return [f"protect {session.argument.upper()}", "200 Fine"]
+
+
 def _epsv(_session):
     return ["229 Entering Extended Passive Mode (|||{port}|)"]
 
@@ -123,7 +135,7 @@ def _always(*steps):
     return lambda session: list(steps)
 
 
-_BEFORE_LOGIN = {"connect", "USER", "PASS", "ACCT", "QUIT", "NOOP", "FEAT", "OPTS", "SYST", "AUTH"}
+_BEFORE_LOGIN = {"connect", "USER", "PASS", "ACCT", "QUIT", "NOOP", "FEAT", "OPTS", "SYST", "AUTH", "PBSZ", "PROT"}
 
 _ANSWERS = {
     "connect": _always("220 Ready"),
@@ -132,6 +144,9 @@ _ANSWERS = {
     "PWD": _always('257 "{folder}" is the present folder'),
     "CWD": _cwd,
     "CDUP": _cdup,
+    "AUTH": _auth,
+    "PBSZ": _always("200 PBSZ=0"),
+    "PROT": _prot,
     "TYPE": _type,
     "EPSV": _epsv,
     "PASV": _always("227 Entering Passive Mode ({pasv})"),

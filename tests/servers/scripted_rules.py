@@ -8,8 +8,9 @@ _NUMBER, _OPTIONAL_NUMBER, _VERB, _TEXT, _NOTHING = r"\d+", r"(\d+)?", r"[A-Z]+"
 _STEPS = {
     "say": _TEXT, "raw": _TEXT, "flood": _NUMBER, "flood-lines": _NUMBER, "flood-replies": _NUMBER,
     "slowly": _NUMBER, "wait": _NUMBER, "idle": _NUMBER, "until": _VERB, "silence": _NOTHING,
-    "default": _NOTHING, "close": _NOTHING, "reset": _NOTHING,
-    "accept": _NOTHING, "narrow": _NUMBER, "read": _OPTIONAL_NUMBER, "write": _OPTIONAL_NUMBER,
+    "default": _NOTHING, "encrypt": _NOTHING, "protect": _TEXT, "close": _NOTHING, "reset": _NOTHING,
+    "narrow": _NUMBER, "deaf": _NOTHING, "accept": _NOTHING, "held": _NUMBER,
+    "read": _OPTIONAL_NUMBER, "take": _NOTHING, "write": _OPTIONAL_NUMBER,
     "send": _TEXT, "send-file": _TEXT, "fill": _NUMBER, "repeat": _TEXT, "data-close": _NOTHING, "data-reset": _NOTHING,
 }
 

@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """An FTP server on loopback that behaves well unless told otherwise.
 
-    scripted_server.py [--root FOLDER] [--address 127.0.0.1|::1] [--port N] [--rules JSON|@FILE]
+    scripted_server.py [--root FOLDER] [--address 127.0.0.1|::1] [--port N] [--rules JSON|@FILE] [--tls PEM]
 
-It serves FOLDER (a temporary one without --root) to any login. The first line on stdout is "port N"; after that comes
+It serves FOLDER (a temporary one without --root) to any login. With --tls it goes on in TLS when it is asked to; PEM
+holds its certificate and the key. The first line on stdout is "port N"; after that comes
 one JSON object per line for everything that happens, in order, each with "ms" since the start and "connection", the
 control connections being numbered from 1:
 
@@ -60,11 +61,17 @@ Steps on the control connection
     close, reset        ends the control connection by FIN or RST; the data connection may still be used by the
                         steps that follow, and ends after them
     default             what a good server does at this event
+    encrypt             what comes from here on is TLS, and once its handshake is done, so is what goes
+    protect P, protect C     data connections are encrypted from here on, or are not
 Steps on the data connection
     narrow N            ports opened from here on have socket buffers of about N bytes (in a rule on EPSV, PASV or
                         connect, before "default")
+    deaf                likewise, the system acknowledges neither data nor end on connections to them
     accept              waits until the data connection stands; the others wait for it, too
-    read [N]            receives N bytes, or all up to the end, and stores them under the command's name
+    held N              waits until the client's system holds N bytes of the data that were not acknowledged
+    read [N]            receives N bytes, or all up to the end, and stores them under the command's name; closes at
+                        the end
+    take                receives and stores all up to the end, and waits until everything is acknowledged
     write [N]           sends the next N bytes of the command's file or listing, or the rest
     send BYTES          sends these
     send-file PATH      sends what this local file holds
@@ -107,9 +114,10 @@ from scripted_session import Session
 class ScriptedServer:
     """Accepts control connections and hears the requests of the test."""
 
-    def __init__(self, folder, rules, reporter):
+    def __init__(self, folder, rules, certificate, reporter):
         self.folder = folder
         self.rules = rules
+        self.certificate = certificate
         self.report = reporter.event
         self._sessions = {}
         self._tasks = set()
@@ -185,7 +193,9 @@ async def main(options, reporter):
     """Serves until released."""
     lifeline = Lifeline()
     with tempfile.TemporaryDirectory(prefix="scripted-server-") as own_folder:
-        server = ScriptedServer(ServedFolder(options.root or own_folder), Rules(options.rules), reporter)
+        server = ScriptedServer(
+            ServedFolder(options.root or own_folder), Rules(options.rules), options.tls, reporter
+        )
         listener = listening_socket(options.address, options.port)
         reporter.line(f"port {listener.getsockname()[1]}")
         serving = asyncio.create_task(server.serve(listener))
@@ -210,6 +220,7 @@ def parse_arguments():
     parser.add_argument("--address", default="127.0.0.1")
     parser.add_argument("--port", type=int, default=0)
     parser.add_argument("--rules", type=rules_argument, default=[])
+    parser.add_argument("--tls")
     return parser.parse_args()
 
 

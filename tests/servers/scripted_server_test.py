@@ -9,6 +9,7 @@ import json
 import os
 import signal
 import socket
+import ssl
 import subprocess
 import sys
 import tempfile
@@ -380,6 +381,55 @@ class ScriptedServerTest(unittest.TestCase):
         data.close()
         self.assertEqual(client.hear()[:3], "426")
         self.assertFalse(self.stored()["complete"])
+
+    def test_data_that_is_not_acknowledged(self):
+        client = self.converse(
+            {"on": "EPSV", "do": ["deaf", "default"]}, {"on": "STOR", "do": ["150 Go", "held 10", "data-reset", "226 No"]}
+        )
+        with client.data_connection() as data:
+            client.say("STOR x")
+            self.assertEqual(client.hear(), "150 Go")
+            data.sendall(b"0123456789")
+            self.assertEqual(client.hear(), "226 No")
+            with self.assertRaises(ConnectionResetError):
+                data.recv(1)
+        self.assertEqual(os.listdir(self.root), [])
+
+    def test_everything_can_be_acknowledged_before_a_reset(self):
+        client, data = self.upload(["150 Go", "take", "data-reset", "226 Done"])
+        data.shutdown(socket.SHUT_WR)
+        self.assertEqual([client.hear(), client.hear()], ["150 Go", "226 Done"])
+        with data, self.assertRaises(ConnectionResetError):
+            data.recv(1)
+        self.assertTrue(self.stored()["complete"])
+
+    # Encryption
+
+    def test_a_client_library_finds_encryption(self):
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        pem, certificate = os.path.join(folder, "pem"), os.path.join(folder, "certificate")
+        subprocess.run(
+            ["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
+             "-subj", "/CN=test", "-keyout", pem, "-out", certificate],
+            check=True, capture_output=True,
+        )
+        with open(pem, "ab") as file, open(certificate, "rb") as public:
+            file.write(public.read())
+        trusting = ssl.create_default_context(cafile=certificate)
+        trusting.check_hostname = False
+        content = os.urandom(300_000)
+        server = self.enterContext(Helper("scripted_server.py", "--root", folder, "--tls", pem))
+        with ftplib.FTP_TLS(context=trusting) as client:
+            client.connect("127.0.0.1", server.port)
+            client.login("anna", "secret")
+            client.prot_p()
+            client.storbinary("STOR x", io.BytesIO(content))
+            copy = io.BytesIO()
+            client.retrbinary("RETR x", copy.write)
+            self.assertEqual(copy.getvalue(), content)
+            client.prot_c()
+            client.retrlines("LIST", self.assertTrue)
+            client.quit()
 
     # Downloads and listings
 

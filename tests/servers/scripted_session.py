@@ -11,12 +11,13 @@ from scripted_data import DataChannel, Upload, reset
 from scripted_files import joined
 from scripted_pace import unread_bytes
 from scripted_rules import Event, parse_step
+from scripted_tls import TlsEnd, context_of
 
 _BLOCK = 65536
 
 
 class Session:
-    """server gives: rules, folder, report(name, **fields), other_logins(session)."""
+    """server gives: rules, folder, certificate, report(name, **fields), other_logins(session)."""
 
     def __init__(self, server, connection, number):
         self._server = server
@@ -37,12 +38,17 @@ class Session:
         self._pause = None  # Seconds between two bytes of a reply.
         self._upload = None
         self._source = None
+        self._tls = None
         self._data = DataChannel(connection.family, connection.getsockname()[0], self.report)
         self._receiver = None
 
     @property
     def files(self):
         return self._server.folder
+
+    @property
+    def can_encrypt(self):
+        return self._server.certificate is not None
 
     def path(self, name):
         """The server path that a command's argument means."""
@@ -87,11 +93,12 @@ class Session:
         while True:
             try:
                 chunk = await asyncio.get_running_loop().sock_recv(self._connection, _BLOCK)
+                said = await self._decrypted(chunk) if self._tls is not None and chunk else chunk
             except ConnectionError:
                 chunk, how = b"", "reset"
             if not chunk:
                 break
-            *lines, pending = (pending + chunk).split(b"\n")
+            *lines, pending = (pending + said).split(b"\n")
             for line in lines:
                 self._take(line)
         if pending:
@@ -99,6 +106,11 @@ class Session:
         self.report("closed", by="client", how=how)
         self._gone.set()
         self._lines.put_nowait(None)
+
+    async def _decrypted(self, chunk):
+        said = self._tls.feed(chunk)
+        await asyncio.get_running_loop().sock_sendall(self._connection, self._tls.sealed())
+        return said
 
     def _take(self, line):
         text = line.decode("latin-1")
@@ -170,6 +182,13 @@ class Session:
         await self._gone.wait()
         await self._end("fin")
 
+    async def _do_encrypt(self, _rest):
+        # Before the reply is sent: what comes then is TLS already. The reply itself goes in clear.
+        self._tls = TlsEnd(context_of(self._server.certificate))
+
+    async def _do_protect(self, level):
+        self._data.certificate = self._server.certificate if level == "P" else None
+
     async def _do_close(self, _rest):
         await self._end("fin")
 
@@ -191,12 +210,30 @@ class Session:
     async def _do_narrow(self, size):
         self._data.narrow(int(size))
 
+    async def _do_deaf(self, _rest):
+        self._data.deafen()
+
+    async def _do_held(self, count):
+        await self._do_accept("")
+        await self._data.held(int(count))
+
     async def _do_read(self, count):
+        if await self._receive_data(int(count) if count else None):
+            self._data.close()
+
+    async def _do_take(self, _rest):
+        await self._receive_data(None)
+        await self._data.all_acknowledged()
+
+    async def _receive_data(self, limit):
+        """True at the end."""
         await self._do_accept("")
         if self._upload is None:
             self._upload = Upload(self.files.open_for_writing(self.path(self.argument)))
-        if await self._data.receive(int(count) if count else None, self._upload):
+        has_ended = await self._data.receive(limit, self._upload)
+        if has_ended:
             self._finish_upload(complete=True)
+        return has_ended
 
     async def _do_write(self, count):
         await self._do_accept("")
@@ -271,6 +308,8 @@ class Session:
         with contextlib.suppress(OSError):
             if self._closed:
                 return
+            if self._tls is not None and self._tls.ready:
+                data = self._tls.sealed(data)
             if self._pause is None:
                 await asyncio.get_running_loop().sock_sendall(self._connection, data)
                 return

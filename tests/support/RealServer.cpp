@@ -1,7 +1,5 @@
 #include "RealServer.h"
 
-#include <QFile>
-
 using namespace Qt::StringLiterals;
 
 std::vector<ServerMake> allServerMakes()
@@ -39,12 +37,9 @@ RealServer::RealServer(ServerMake make, const TestCertificate& certificate, cons
 
 QStringList RealServer::tlsArguments(const TestCertificate& certificate, const QString& version) const
 {
-    QFile file(m_pemFolder.filePath(u"certificate.pem"_s));
-    const bool isWritten = file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)
-        && file.write(certificate.certificatePem() + certificate.keyPem()) > 0;
-    Q_ASSERT(isWritten);
-    Q_UNUSED(isWritten);
-    QStringList arguments{ u"--tls"_s, file.fileName() };
+    const QString pem = m_pemFolder.filePath(u"certificate.pem"_s);
+    certificate.writePem(pem);
+    QStringList arguments{ u"--tls"_s, pem };
     if (!version.isEmpty()) {
         arguments.append(version);
     }

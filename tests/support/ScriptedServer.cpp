@@ -71,6 +71,19 @@ ScriptedServer::ScriptedServer(const QHostAddress& address, quint16 port)
 {
 }
 
+ScriptedServer::ScriptedServer(const TestCertificate& certificate)
+    : m_address(QHostAddress::LocalHost)
+    , m_process(u"scripted_server.py"_s, argumentsFor(m_root.path(), m_address, 0) + tlsArguments(certificate))
+{
+}
+
+QStringList ScriptedServer::tlsArguments(const TestCertificate& certificate) const
+{
+    const QString pem = m_pemFolder.filePath(u"certificate.pem"_s);
+    certificate.writePem(pem);
+    return { u"--tls"_s, pem };
+}
+
 QString ScriptedServer::address() const
 {
     const bool isIPv6 = m_address.protocol() == QAbstractSocket::IPv6Protocol;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LineProcess.h"
+#include "TestCertificate.h"
 
 #include <QByteArrayList>
 #include <QHostAddress>
@@ -47,6 +48,8 @@ class ScriptedServer {
 public:
     /// @p address is a loopback address. Port 0 is any free one.
     explicit ScriptedServer(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost), quint16 port = 0);
+    /// One that also takes encrypted logins and data, and shows @p certificate.
+    explicit ScriptedServer(const TestCertificate& certificate);
 
     quint16 port() const { return m_process.port(); }
     /// Host and port as a user writes them.
@@ -105,7 +108,11 @@ private:
     QByteArrayList lines(QLatin1StringView event, int connection);
     bool waitForEvent(const std::function<bool(const QJsonObject&)>& fits, int times = 1);
 
+    /// The arguments for encryption; writes the certificate.
+    QStringList tlsArguments(const TestCertificate& certificate) const;
+
     QTemporaryDir m_root;
+    QTemporaryDir m_pemFolder;
     QHostAddress m_address;
     LineProcess m_process;
     QList<QJsonObject> m_events;

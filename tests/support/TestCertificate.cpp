@@ -1,5 +1,7 @@
 #include "TestCertificate.h"
 
+#include <QFile>
+
 #include <gtest/gtest.h>
 
 #include <openssl/ec.h>
@@ -75,4 +77,11 @@ QByteArray TestCertificate::keyPem() const
 {
     return pem(
         [this](BIO* memory) { return PEM_write_bio_PrivateKey(memory, key(), nullptr, nullptr, 0, nullptr, nullptr); });
+}
+
+void TestCertificate::writePem(const QString& path) const
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)
+                && file.write(certificatePem() + keyPem()) > 0);
 }

@@ -29,6 +29,8 @@ public:
 
     QByteArray certificatePem() const;
     QByteArray keyPem() const;
+    /// Writes both into the file at @p path, which only we can read.
+    void writePem(const QString& path) const;
 
 private:
     TestCertificate() = default;
