@@ -5,6 +5,7 @@
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -29,4 +30,14 @@ void PrivateNetwork::setUp(bool isUp)
         m_problem = QByteArray("the loopback device cannot be switched: ") + std::strerror(errno);
     }
     ::close(descriptor);
+}
+
+void PrivateNetwork::nameHosts(const QByteArray& lines)
+{
+    const bool isWritten = m_hosts.open() && m_hosts.write(lines) == lines.size() && m_hosts.flush();
+    const QByteArray path = m_hosts.fileName().toLocal8Bit();
+    if (!isWritten || ::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+        || ::mount(path.constData(), "/etc/hosts", nullptr, MS_BIND, nullptr) != 0) {
+        m_problem = QByteArray("hosts cannot be named: ") + std::strerror(errno);
+    }
 }

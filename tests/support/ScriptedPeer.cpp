@@ -23,6 +23,20 @@ namespace {
 /// The most bytes that a TLS record takes on the way; nothing of it can be read before all have come.
 constexpr qsizetype largestRecord = 5 + 16384 + 256;
 
+/// From now on the system drops whatever comes to @p socket.
+void dropPackets(int socket)
+{
+    sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
+    const sock_fprog program{ 1, &dropAll };
+    ::setsockopt(socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+}
+
+void takePacketsAgain(int socket)
+{
+    const int unused = 0;
+    ::setsockopt(socket, SOL_SOCKET, SO_DETACH_FILTER, &unused, sizeof unused);
+}
+
 } // namespace
 
 PeerConnection::PeerConnection(int socket)
@@ -242,9 +256,9 @@ PeerConnection::End PeerConnection::end()
     return m_end;
 }
 
-ScriptedPeer::ScriptedPeer(const QHostAddress& address)
+ScriptedPeer::ScriptedPeer(const QHostAddress& address, quint16 port)
 {
-    m_server.listen(address);
+    EXPECT_TRUE(m_server.listen(address, port)) << port;
 }
 
 QString ScriptedPeer::location(const QString& path) const
@@ -263,6 +277,16 @@ void ScriptedPeer::limitReceiveBuffer(int size)
     ::setsockopt(static_cast<int>(m_server.socketDescriptor()), SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
 }
 
+void ScriptedPeer::stopAnswering()
+{
+    dropPackets(static_cast<int>(m_server.socketDescriptor()));
+}
+
+void ScriptedPeer::answerAgain()
+{
+    takePacketsAgain(static_cast<int>(m_server.socketDescriptor()));
+}
+
 bool ScriptedPeer::isLeftAlone()
 {
     return !waitFor([this] { return isCalled(); }, 50ms);
@@ -270,9 +294,7 @@ bool ScriptedPeer::isLeftAlone()
 
 void PeerConnection::stopAcknowledging()
 {
-    sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
-    const sock_fprog program{ 1, &dropAll };
-    ::setsockopt(m_socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+    dropPackets(m_socket);
 }
 
 void PeerConnection::acknowledgeAtOnce()
@@ -283,8 +305,7 @@ void PeerConnection::acknowledgeAtOnce()
 
 void PeerConnection::acknowledgeAgain()
 {
-    const int unused = 0;
-    ::setsockopt(m_socket, SOL_SOCKET, SO_DETACH_FILTER, &unused, sizeof unused);
+    takePacketsAgain(m_socket);
 }
 
 std::unique_ptr<PeerConnection> ScriptedPeer::accept()

@@ -97,7 +97,8 @@ inline void PrintTo(PeerConnection::End end, std::ostream* out) // NOLINT(readab
 /// An FTP server whose every reply is a line of the test.
 class ScriptedPeer {
 public:
-    explicit ScriptedPeer(const QHostAddress& address = QHostAddress::LocalHost);
+    /// Port 0 is any free one.
+    explicit ScriptedPeer(const QHostAddress& address = QHostAddress::LocalHost, quint16 port = 0);
 
     quint16 port() const { return m_server.serverPort(); }
     /// The text of a location on this server.
@@ -105,6 +106,10 @@ public:
     /// No connection is accepted from now on.
     void stopListening() { m_server.close(); }
     int connectionCount() const { return m_connectionCount; }
+
+    /// From now on whoever knocks hears nothing, as where a packet is lost on its way.
+    void stopAnswering();
+    void answerAgain();
 
     /// Has the system take in no more than about @p size bytes that no test asks for, on connections yet to come.
     void limitReceiveBuffer(int size);

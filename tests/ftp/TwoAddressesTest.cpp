@@ -1,0 +1,107 @@
+// A host that has an IPv6 and an IPv4 address, by its name. Here names mean what this program says; it is one of its
+// own, since what it enters it cannot leave.
+
+#include "PrivateNetwork.h"
+#include "StreamTest.h"
+
+#include <QElapsedTimer>
+
+namespace {
+
+class TwoAddressesTest : public StreamTest {
+protected:
+    static void SetUpTestSuite()
+    {
+        network = std::make_unique<PrivateNetwork>();
+        network->nameHosts("::1 two.example\n127.0.0.1 two.example\n");
+        ASSERT_EQ(network->problem().toStdString(), "");
+    }
+
+    void startUploadByName(const QByteArray& data)
+    {
+        m_recorder.data = data;
+        start(m_factory.createUploadStream(u"ftp://two.example:%1/f"_s.arg(m_peer.port()), data.size()), m_recorder);
+    }
+    /// Begins an upload and answers whether @p peer is where it goes.
+    bool goesTo(ScriptedPeer& peer)
+    {
+        startUploadByName("x");
+        auto control = peer.accept();
+        control->say("220 Ready");
+        const bool isFound = !control->hear().isEmpty();
+        m_recorder.close(); // The connection goes with it: its login has not been answered.
+        return isFound;
+    }
+
+    static inline std::unique_ptr<PrivateNetwork> network; // Made before the peers that are in it.
+    ScriptedPeer m_peerOfIPv6{ QHostAddress::LocalHostIPv6, m_peer.port() };
+};
+
+TEST_F(TwoAddressesTest, OneThatIsSilentCostsLessThanASecond)
+{
+    m_peerOfIPv6.stopAnswering();
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    startUploadByName("hello");
+
+    auto control = open("STOR f");
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_LT(sinceStart.elapsed(), 1000);
+}
+
+TEST_F(TwoAddressesTest, TheOneThatHasAnsweredIsTriedFirstFromThenOn)
+{
+    m_peerOfIPv6.stopAnswering();
+    EXPECT_TRUE(goesTo(m_peer));
+    m_peerOfIPv6.answerAgain();
+
+    EXPECT_TRUE(goesTo(m_peer));
+
+    EXPECT_TRUE(m_peerOfIPv6.isLeftAlone());
+}
+
+TEST_F(TwoAddressesTest, OnceThatOneIsSilentTheOtherIsTriedFirst)
+{
+    m_peerOfIPv6.stopAnswering();
+    EXPECT_TRUE(goesTo(m_peer));
+    m_peerOfIPv6.answerAgain();
+    m_peer.stopAnswering();
+
+    EXPECT_TRUE(goesTo(m_peerOfIPv6));
+    m_peer.answerAgain();
+    EXPECT_TRUE(goesTo(m_peerOfIPv6));
+
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_F(TwoAddressesTest, WhereNeitherAnswersTheLimitHoldsForBothTogether)
+{
+    m_timeouts.connect = 600ms;
+    m_peer.stopAnswering();
+    m_peerOfIPv6.stopAnswering();
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+
+    startUploadByName("x");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_LT(sinceStart.elapsed(), 1200);
+}
+
+TEST_F(TwoAddressesTest, OnceNobodyListensThereNoneIsPreferred)
+{
+    m_peerOfIPv6.stopAnswering();
+    EXPECT_TRUE(goesTo(m_peer));
+    const quint16 port = m_peer.port();
+    m_peerOfIPv6.stopListening();
+    m_peer.stopListening();
+    start(m_factory.createUploadStream(u"ftp://two.example:%1/f"_s.arg(port), 1), m_recorder);
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+
+    EXPECT_TRUE(m_engine.servers().of({ u"two.example"_s, port, {}, {} }).address.isNull());
+}
+
+} // namespace
