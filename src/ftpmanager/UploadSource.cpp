@@ -19,7 +19,8 @@ qint64 DataSource::read(std::span<char> buffer)
 std::unique_ptr<FileSource> FileSource::create(const QString& path)
 {
     std::unique_ptr<FileInputStream> file = FileInputStream::create(path);
-    return file != nullptr ? std::unique_ptr<FileSource>(new FileSource(std::move(file))) : nullptr;
+    return file != nullptr && file->length() >= 0 ? std::unique_ptr<FileSource>(new FileSource(std::move(file)))
+                                                  : nullptr;
 }
 
 FileSource::FileSource(std::unique_ptr<FileInputStream> file)

@@ -35,7 +35,7 @@ private:
 /// A local file as it was when it was opened.
 class FileSource final : public UploadSource {
 public:
-    /// Null when there is no regular file at @p path that opens for reading.
+    /// Null when there is no regular file at @p path that opens for reading, and when its length cannot be told.
     static std::unique_ptr<FileSource> create(const QString& path);
 
     qint64 length() const override { return m_file->length(); }

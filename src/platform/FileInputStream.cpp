@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -23,7 +24,11 @@ std::unique_ptr<FileInputStream> FileInputStream::create(const QString& path)
         ::close(descriptor);
         return nullptr;
     }
-    return std::unique_ptr<FileInputStream>(new FileInputStream(descriptor, status.st_size));
+    std::unique_ptr<FileInputStream> stream(new FileInputStream(descriptor, status.st_size));
+    if (status.st_size == 0) {
+        stream->readWhole();
+    }
+    return stream;
 }
 
 FileInputStream::FileInputStream(int descriptor, qint64 length)
@@ -37,19 +42,40 @@ FileInputStream::~FileInputStream()
     close();
 }
 
+void FileInputStream::readWhole()
+{
+    std::array<char, 32768> part{};
+    qint64 count = 0;
+    while (m_bytes.size() <= lengthLimit && (count = readSome(part)) > 0) {
+        m_bytes.append(part.data(), count);
+    }
+    m_length = count == 0 ? m_bytes.size() : -1;
+}
+
+qint64 FileInputStream::readSome(std::span<char> buffer) const
+{
+    ssize_t count = 0;
+    do {
+        count = ::read(m_descriptor, buffer.data(), buffer.size());
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
 qint64 FileInputStream::read(std::span<char> buffer)
 {
-    if (m_descriptor < 0) {
+    if (m_descriptor < 0 || m_length < 0) {
         return -1;
     }
     const qint64 wanted = std::min(static_cast<qint64>(buffer.size()), m_length - m_position);
     if (wanted == 0) {
         return 0;
     }
-    ssize_t count = 0;
-    do {
-        count = ::read(m_descriptor, buffer.data(), static_cast<size_t>(wanted));
-    } while (count < 0 && errno == EINTR);
+    if (!m_bytes.isEmpty()) {
+        std::copy_n(m_bytes.cbegin() + m_position, wanted, buffer.begin());
+        m_position += wanted;
+        return wanted;
+    }
+    const qint64 count = readSome(buffer.first(static_cast<size_t>(wanted)));
     if (count <= 0) {
         return -1;
     }

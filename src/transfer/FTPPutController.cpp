@@ -54,6 +54,11 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
         updateStatus(u"Can not create output file."_s);
         return;
     }
+    if (m_fileStream->length() < 0) {
+        m_fileStream.reset();
+        updateStatus(u"File read error"_s);
+        return;
+    }
     m_bufferOffset = 0;
     m_bufferLimit = 0;
     if (startStream(m_streams.createUploadStream(location, m_fileStream->length()), username, password)) {

@@ -68,6 +68,35 @@ TEST_F(FileStreamTest, InputOfAnEmptyFileIsAtItsEndAtOnce)
     EXPECT_EQ(stream->read(m_buffer), 0);
 }
 
+TEST_F(FileStreamTest, InputOfAFileWhoseSizeIsGivenAsZeroHasItsTrueLength)
+{
+    const QString file = u"/proc/self/status"_s;
+    ASSERT_EQ(QFileInfo(file).size(), 0);
+    const auto stream = FileInputStream::create(file);
+    ASSERT_NE(stream, nullptr);
+
+    QByteArray bytes;
+    while (const qint64 count = stream->read(m_buffer)) {
+        ASSERT_GT(count, 0);
+        bytes.append(m_buffer.data(), count);
+    }
+
+    EXPECT_TRUE(bytes.startsWith("Name:"));
+    EXPECT_EQ(stream->length(), bytes.size());
+}
+
+TEST_F(FileStreamTest, InputWhoseLengthCannotBeToldFails)
+{
+    for (const QString& file : { u"/proc/self/mem"_s, u"/proc/self/pagemap"_s }) { // Unreadable at 0; of many GiB.
+        SCOPED_TRACE(file.toStdString());
+        const auto stream = FileInputStream::create(file);
+        ASSERT_NE(stream, nullptr);
+
+        EXPECT_EQ(stream->length(), -1);
+        EXPECT_EQ(stream->read(m_buffer), -1);
+    }
+}
+
 TEST_F(FileStreamTest, InputFollowsLinks)
 {
     QFile::link(makeFile(u"a"_s, "0123456789"), path(u"link"_s));

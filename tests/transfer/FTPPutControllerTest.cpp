@@ -287,6 +287,36 @@ TEST_F(FTPPutControllerTest, ANameThatFormsNoLocationIsAnInvalidURL)
     EXPECT_EQ(countChange(), 0);
 }
 
+TEST_F(FTPPutControllerTest, AFileWhoseSizeIsGivenAsZeroIsSentWholeWithoutProgress)
+{
+    const QString file = u"/proc/self/status"_s;
+    start(file);
+    FakeFTPStream& stream = m_streams.last();
+    EXPECT_GT(stream.length, 0);
+    m_delegate->calls.clear();
+
+    while (stream.written.size() < stream.length) {
+        stream.sendHasSpace();
+        ASSERT_TRUE(m_controller->isSending());
+    }
+    stream.sendHasSpace();
+
+    EXPECT_TRUE(stream.written.startsWith("Name:"));
+    EXPECT_EQ(stream.written.size(), stream.length);
+    EXPECT_EQ(m_delegate->calls.filter(u"percent"_s), QStringList());
+    EXPECT_EQ(m_delegate->calls.last(), u"Upload succeeded"_s);
+}
+
+TEST_F(FTPPutControllerTest, AFileWhoseLengthCannotBeToldIsAReadErrorAndNothingIsSent)
+{
+    start(u"/proc/self/pagemap"_s);
+
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Starting put..."_s, u"File read error"_s }));
+    EXPECT_TRUE(m_streams.streams().empty());
+    EXPECT_FALSE(m_controller->isSending());
+    EXPECT_EQ(countChange(), 0);
+}
+
 TEST_F(FTPPutControllerTest, WhatIsNoReadableFileSendsNothingAndCountsNothing)
 {
     ASSERT_EQ(mkfifo(QFile::encodeName(path(u"pipe"_s)).constData(), 0600), 0);
