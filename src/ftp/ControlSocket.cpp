@@ -3,9 +3,14 @@
 #include "TlsChannel.h"
 #include "TlsTransport.h"
 
+#include <QDeadlineTimer>
+
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
+#include <limits>
 #include <memory>
+#include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -33,7 +38,7 @@ std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> resolve(const QByteArray& hos
 
 } // namespace
 
-/// The blocking socket. Interrupted calls go on.
+/// The socket. Interrupted calls go on.
 class ControlSocket::Descriptor final : public TlsTransport {
 public:
     Descriptor() = default;
@@ -47,35 +52,41 @@ public:
         }
     }
 
-    bool open()
+    bool open(int family)
     {
-        m_number = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        m_number = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
         return m_number >= 0;
     }
 
-    bool connectTo(const sockaddr_in& address) const
+    void setTimeLimit(std::chrono::milliseconds limit) { m_end = QDeadlineTimer(limit); }
+    bool hasTimedOut() const { return m_hasTimedOut; }
+
+    bool connectTo(const sockaddr* address, socklen_t size)
     {
-        if (::connect(m_number, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+        // A non-blocking connect goes on by itself, as an interrupted one does; neither must be called again.
+        setNonBlocking(!m_end.isForever());
+        if (::connect(m_number, address, size) == 0) {
+            setNonBlocking(false);
             return true;
         }
-        if (errno != EINTR) {
+        if (errno != EINTR && errno != EINPROGRESS) {
             return false;
         }
-        // An interrupted connect goes on by itself and must not be called again; its outcome is asked for instead.
-        pollfd waiting{ .fd = m_number, .events = POLLOUT, .revents = 0 };
-        while (poll(&waiting, 1, -1) < 0) {
-            if (errno != EINTR) {
-                return false;
-            }
-        }
         int error = 0;
-        socklen_t size = sizeof(error);
-        return getsockopt(m_number, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+        socklen_t sizeOfError = sizeof(error);
+        if (!waitFor(POLLOUT) || getsockopt(m_number, SOL_SOCKET, SO_ERROR, &error, &sizeOfError) != 0 || error != 0) {
+            return false;
+        }
+        setNonBlocking(false);
+        return true;
     }
 
     /// Like recv(): how many bytes, 0 at the end, -1 on failure.
-    qint64 read(std::span<char> buffer) const
+    qint64 read(std::span<char> buffer)
     {
+        if (!m_end.isForever() && !waitFor(POLLIN)) {
+            return -1;
+        }
         ssize_t count = 0;
         do {
             count = recv(m_number, buffer.data(), buffer.size(), 0);
@@ -90,8 +101,12 @@ public:
 
     bool send(const char* bytes, qint64 size) override
     {
+        const int flags = MSG_NOSIGNAL | (m_end.isForever() ? 0 : MSG_DONTWAIT);
         while (size > 0) {
-            const ssize_t sent = ::send(m_number, bytes, static_cast<size_t>(size), MSG_NOSIGNAL);
+            if (!m_end.isForever() && !waitFor(POLLOUT)) {
+                return false;
+            }
+            const ssize_t sent = ::send(m_number, bytes, static_cast<size_t>(size), flags);
             if (sent < 0 && errno == EINTR) {
                 continue;
             }
@@ -105,7 +120,36 @@ public:
     }
 
 private:
+    void setNonBlocking(bool isNonBlocking) const
+    {
+        const int flags = fcntl(m_number, F_GETFL);
+        fcntl(m_number, F_SETFL, isNonBlocking ? flags | O_NONBLOCK : flags & ~O_NONBLOCK);
+    }
+
+    /// Waits for @p events; false when the time is over.
+    bool waitFor(short events)
+    {
+        pollfd waiting{ .fd = m_number, .events = events, .revents = 0 };
+        while (true) {
+            const auto left
+                = static_cast<int>(std::min<qint64>(m_end.remainingTime(), std::numeric_limits<int>::max()));
+            const int count = poll(&waiting, 1, left);
+            if (count > 0) {
+                return true;
+            }
+            if (count == 0) {
+                m_hasTimedOut = true;
+                return false;
+            }
+            if (errno != EINTR) {
+                return false;
+            }
+        }
+    }
+
     int m_number = -1;
+    QDeadlineTimer m_end{ QDeadlineTimer::Forever };
+    bool m_hasTimedOut = false;
 };
 
 ControlSocket::ControlSocket()
@@ -115,9 +159,19 @@ ControlSocket::ControlSocket()
 
 ControlSocket::~ControlSocket() = default;
 
+void ControlSocket::setTimeLimit(std::chrono::milliseconds limit)
+{
+    m_descriptor->setTimeLimit(limit);
+}
+
+bool ControlSocket::hasTimedOut() const
+{
+    return m_descriptor->hasTimedOut();
+}
+
 ControlSocket::Outcome ControlSocket::connect(const QByteArray& host, quint16 port)
 {
-    if (!m_descriptor->open()) {
+    if (!m_descriptor->open(AF_INET)) {
         return Outcome::NoSocket;
     }
     const auto found = resolve(host);
@@ -126,7 +180,34 @@ ControlSocket::Outcome ControlSocket::connect(const QByteArray& host, quint16 po
     }
     sockaddr_in address = *reinterpret_cast<const sockaddr_in*>(found->ai_addr);
     address.sin_port = htons(port);
-    return m_descriptor->connectTo(address) ? Outcome::Connected : Outcome::Refused;
+    return outcomeOfConnect(reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+}
+
+ControlSocket::Outcome ControlSocket::connect(const QHostAddress& address, quint16 port)
+{
+    const bool isIPv4 = address.protocol() == QAbstractSocket::IPv4Protocol;
+    if (!m_descriptor->open(isIPv4 ? AF_INET : AF_INET6)) {
+        return Outcome::NoSocket;
+    }
+    if (isIPv4) {
+        sockaddr_in internet{};
+        internet.sin_family = AF_INET;
+        internet.sin_port = htons(port);
+        internet.sin_addr.s_addr = htonl(address.toIPv4Address());
+        return outcomeOfConnect(reinterpret_cast<const sockaddr*>(&internet), sizeof(internet));
+    }
+    sockaddr_in6 internet{};
+    internet.sin6_family = AF_INET6;
+    internet.sin6_port = htons(port);
+    internet.sin6_scope_id = if_nametoindex(address.scopeId().toLatin1().constData());
+    const Q_IPV6ADDR bytes = address.toIPv6Address();
+    std::copy(std::begin(bytes.c), std::end(bytes.c), std::begin(internet.sin6_addr.s6_addr));
+    return outcomeOfConnect(reinterpret_cast<const sockaddr*>(&internet), sizeof(internet));
+}
+
+ControlSocket::Outcome ControlSocket::outcomeOfConnect(const sockaddr* address, quint32 size)
+{
+    return m_descriptor->connectTo(address, size) ? Outcome::Connected : Outcome::Refused;
 }
 
 bool ControlSocket::startEncryption(const QString& host)

@@ -3,23 +3,25 @@
 #include "ServerCertificate.h"
 
 #include <QByteArray>
+#include <QHostAddress>
 #include <QString>
 #include <QtGlobal>
 
+#include <chrono>
 #include <memory>
 #include <span>
 
 class TlsChannel;
 
-/// A blocking TCP connection through IPv4, unencrypted at first, closed when this is destroyed. Interrupted calls go
-/// on, a peer that is gone raises no signal, and there is no time limit.
+/// A blocking TCP connection, unencrypted at first, closed when this is destroyed. Interrupted calls go on, a peer that
+/// is gone raises no signal, and there is no time limit unless one is set.
 class ControlSocket final {
 public:
     enum class Outcome {
         Connected,
         NoSocket, ///< The system gives no socket.
         HostUnknown, ///< The host's name has no IPv4 address.
-        Refused, ///< Nobody answers there.
+        Refused, ///< Nobody answers there, or not in time.
     };
 
     ControlSocket();
@@ -27,8 +29,15 @@ public:
     ControlSocket& operator=(const ControlSocket&) = delete;
     ~ControlSocket();
 
-    /// Connects to the first address of @p host. Called once.
+    /// Lets connect() and all that follows take @p limit together: what would wait longer fails.
+    void setTimeLimit(std::chrono::milliseconds limit);
+    /// Whether something has failed because the time was over.
+    bool hasTimedOut() const;
+
+    /// Connects to the first IPv4 address of @p host. Called once.
     [[nodiscard]] Outcome connect(const QByteArray& host, quint16 port);
+    /// Connects to @p address, through IPv4 or IPv6. Called once, instead.
+    [[nodiscard]] Outcome connect(const QHostAddress& address, quint16 port);
 
     /// Sends all of @p bytes; false when the connection does not take them.
     [[nodiscard]] bool write(const QByteArray& bytes);
@@ -47,6 +56,8 @@ public:
 
 private:
     class Descriptor;
+
+    Outcome outcomeOfConnect(const struct sockaddr* address, quint32 size);
 
     std::unique_ptr<Descriptor> m_descriptor;
     std::unique_ptr<TlsChannel> m_tls; ///< Uses the descriptor.

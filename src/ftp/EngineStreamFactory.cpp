@@ -58,6 +58,7 @@ public:
     FTPStreamError error() const override { return m_transfer != nullptr ? m_transfer->error() : FTPStreamError(); }
     QString lastReply() const override { return said().reply; }
     std::optional<FTPSecurity> security() const override { return said().security; }
+    QHostAddress peerAddress() const override { return said().address; }
 
 protected:
     TransferRequest m_request;

@@ -15,3 +15,10 @@ FTPEngine::FTPEngine(const FTPTimeouts& timeouts)
 }
 
 FTPEngine::~FTPEngine() = default;
+
+void FTPEngine::setAddress(const QString& host, quint16 port, const QHostAddress& address)
+{
+    ServerTraits& traits = m_servers->of({ host, port, {}, {} });
+    traits.address = address;
+    traits.hasFixedAddress = true;
+}

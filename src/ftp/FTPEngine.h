@@ -2,6 +2,7 @@
 
 #include "FTPTimeouts.h"
 
+#include <QHostAddress>
 #include <QObject>
 
 #include <memory>
@@ -30,6 +31,8 @@ public:
     /// The gate of the engine's thread.
     DeliveryGate& gate() { return m_gate; }
 
+    /// Has all connections to this server, whatever the login, go to @p address alone; its host is then not resolved.
+    void setAddress(const QString& host, quint16 port, const QHostAddress& address);
     /// What transfers have learnt about servers.
     ServerMemory& servers() { return *m_servers; }
 

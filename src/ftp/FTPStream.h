@@ -4,6 +4,7 @@
 #include "FTPSecurity.h"
 
 #include <QByteArray>
+#include <QHostAddress>
 #include <QList>
 #include <QString>
 
@@ -86,6 +87,9 @@ public:
     /// How this stream's login was protected, or that of the kept connection that it uses; std::nullopt before that. It
     /// stays when the stream is closed.
     virtual std::optional<FTPSecurity> security() const = 0;
+    /// The address of the machine that this stream's login went to, or that the kept connection leads to; null before
+    /// that. It stays when the stream is closed.
+    virtual QHostAddress peerAddress() const = 0;
 };
 
 /// A listing or a download.

@@ -66,6 +66,30 @@ void FMServer::setPort(qint32 port)
     m_port = port;
 }
 
+QHostAddress FMServer::address() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_address;
+}
+
+void FMServer::setAddress(QHostAddress address)
+{
+    const std::lock_guard lock(m_mutex);
+    m_address.swap(address);
+}
+
+std::chrono::milliseconds FMServer::timeLimit() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_timeLimit;
+}
+
+void FMServer::setTimeLimit(std::chrono::milliseconds limit)
+{
+    const std::lock_guard lock(m_mutex);
+    m_timeLimit = limit;
+}
+
 FTPEncryption FMServer::encryption() const
 {
     const std::lock_guard lock(m_mutex);

@@ -3,9 +3,11 @@
 #include "FTPEncryption.h"
 
 #include <QByteArray>
+#include <QHostAddress>
 #include <QList>
 #include <QString>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 
@@ -42,6 +44,17 @@ public:
     qint32 port() const;
     void setPort(qint32 port);
 
+    /// The address of the machine that operations connect to; null at first: the host of destination() is resolved, and
+    /// conversations over a control connection take its first IPv4 address. Set, it may be an IPv6 address as well, and
+    /// the host is no longer resolved; a certificate still has to be the host's.
+    QHostAddress address() const;
+    void setAddress(QHostAddress address);
+
+    /// How long a conversation over a control connection may take as a whole, from the connect to the close by the
+    /// server; 0 at first: however long it takes. The host's look-up does not count.
+    std::chrono::milliseconds timeLimit() const;
+    void setTimeLimit(std::chrono::milliseconds limit);
+
     /// Whether operations are encrypted by TLS; none at first.
     ///
     /// Required protects the login, all commands, names and replies, and the contents of files and listings from being
@@ -64,6 +77,8 @@ private:
     QString m_username;
     QString m_password;
     qint32 m_port = 21;
+    QHostAddress m_address;
+    std::chrono::milliseconds m_timeLimit{ 0 };
     FTPEncryption m_encryption = FTPEncryption::None;
     QList<QByteArray> m_trustedFingerprints;
 };

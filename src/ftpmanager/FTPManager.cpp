@@ -3,7 +3,9 @@
 #include "EngineStreamFactory.h"
 #include "FMThread.h"
 #include "FTPEngine.h"
+#include "FTPLocation.h"
 #include "FTPManagerLog.h"
+#include "FTPManagerStrings.h"
 #include "FileOutputStream.h"
 #include "UploadSource.h"
 
@@ -29,6 +31,18 @@ bool leavesFolder(const QString& name)
     return name.contains(QChar::Null) || name.split(u'/').contains(u".."_s);
 }
 
+/// Has @p engine connect to the address that @p server gives, if it gives one.
+void useAddress(FTPEngine& engine, const FMServer& server)
+{
+    const QHostAddress address = server.address();
+    if (address.isNull()) {
+        return;
+    }
+    if (const auto location = FTPLocation::fromText(ftpURLForPort(server.destination(), server.port()))) {
+        engine.setAddress(location->host, location->port, address);
+    }
+}
+
 } // namespace
 
 FTPManager::FTPManager(const FTPTimeouts& timeouts)
@@ -44,13 +58,15 @@ FTPManager::FTPManager(FTPStreamFactory& streams)
 FTPManager::~FTPManager() = default;
 
 /// Runs @p operation like onWorkerThread(), with m_streams set.
-template <typename Result> Result FTPManager::runOnStreams(const std::function<Result()>& operation)
+template <typename Result>
+Result FTPManager::runOnStreams(const FMServer& server, const std::function<Result()>& operation)
 {
     if (m_streams != nullptr) {
         return onWorkerThread(operation);
     }
-    return onWorkerThread<Result>([this, &operation] {
+    return onWorkerThread<Result>([this, &server, &operation] {
         FTPEngine engine(m_timeouts);
+        useAddress(engine, server);
         EngineStreamFactory streams(engine);
         m_streams = &streams;
         Result result = operation();
@@ -64,7 +80,7 @@ bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, con
     if (!_checkFMServer(server) || data.isNull()) {
         return false;
     }
-    return runOnStreams<bool>([&] { return _uploadData(data, fileName, *server); });
+    return runOnStreams<bool>(*server, [&] { return _uploadData(data, fileName, *server); });
 }
 
 bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
@@ -76,7 +92,7 @@ bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
     if (!file.exists() || file.isDir()) {
         return false;
     }
-    return runOnStreams<bool>([&] { return _uploadFile(fileURL, *server); });
+    return runOnStreams<bool>(*server, [&] { return _uploadFile(fileURL, *server); });
 }
 
 bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
@@ -84,7 +100,7 @@ bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
     if (!_checkFMServer(server) || name.isEmpty()) {
         return false;
     }
-    return runOnStreams<bool>([&] { return _createNewFolder(name, *server); });
+    return runOnStreams<bool>(*server, [&] { return _createNewFolder(name, *server); });
 }
 
 std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* server)
@@ -92,7 +108,7 @@ std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* 
     if (!_checkFMServer(server)) {
         return std::nullopt;
     }
-    return runOnStreams<std::optional<QList<ListingEntry>>>([&] { return _contentsOfServer(*server); });
+    return runOnStreams<std::optional<QList<ListingEntry>>>(*server, [&] { return _contentsOfServer(*server); });
 }
 
 bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server)
@@ -101,7 +117,7 @@ bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL,
         || !QFileInfo::exists(directoryURL.toLocalFile())) {
         return false;
     }
-    return runOnStreams<bool>([&] { return _downloadFile(fileName, directoryURL, *server); });
+    return runOnStreams<bool>(*server, [&] { return _downloadFile(fileName, directoryURL, *server); });
 }
 
 bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)

@@ -76,8 +76,8 @@ public:
 
     // The next four speak to the server over a control connection of their own, through IPv4, and judge every line
     // that it answers: one that begins with 4 or 5 is a failure, in a greeting too. They cannot be aborted and wait
-    // until the server closes the connection, however long that takes. Names, folders and logins that hold a line end
-    // or NUL, or are longer than a command line of 253 bytes, are refused before anything is sent.
+    // until the server closes the connection, or until FMServer::timeLimit() is over. Names, folders and logins that
+    // hold a line end or NUL, or are longer than a command line of 253 bytes, are refused before anything is sent.
 
     /// Deletes @p name, not null, from the server's folder: as a folder when it holds no ".", as a file when it does.
     [[nodiscard]] bool deleteFileNamed(const QString& name, const FMServer* server);
@@ -97,6 +97,10 @@ public:
     /// Whether the latest operation has failed because the server's certificate is neither good nor trusted. It has
     /// sent no login then.
     bool hasRefusedCertificate() const;
+
+    /// Whether the latest operation was one over a control connection that has failed because FMServer::timeLimit() was
+    /// over: nobody knows what the server has done.
+    bool hasTimedOut() const;
 
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
     quint64 fileSizeOf(const QUrl& fileURL) const;
@@ -121,7 +125,7 @@ private:
     enum class FailureReason : qint32 { None = 0, Read = 1, Write = 2, General = 3, Aborted = 4 };
 
     static bool _checkFMServer(const FMServer* server);
-    template <typename Result> Result runOnStreams(const std::function<Result()>& operation);
+    template <typename Result> Result runOnStreams(const FMServer& server, const std::function<Result()>& operation);
 
     // The working operations, on the worker thread.
     bool _uploadData(const QByteArray& data, const QString& fileName, const FMServer& server);
@@ -133,6 +137,7 @@ private:
 
     static std::optional<QList<ListingEntry>>
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
+    std::optional<QString> converse(ControlSocket& socket, const FMServer& server, const QList<QByteArray>& lines);
     static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
     static bool _checkAnswers(const QString& text);
 
@@ -166,6 +171,7 @@ private:
     quint64 m_fileSizeProcessed = 0;
     bool m_streamSuccess = false;
     bool m_refusedCertificate = false;
+    bool m_hasTimedOut = false;
 
     // The worker's own.
     std::array<char, 32768> m_buffer{};

@@ -60,8 +60,10 @@ CommandLines conversation(const FMServer& server, const QByteArray& command)
 
 bool connectTo(ControlSocket& socket, const FMServer& server)
 {
-    // Kept: of the port, as of all TCP ports, only 16 bits count.
-    switch (socket.connect(fmhost(server.destination()).toUtf8(), static_cast<quint16>(server.port()))) {
+    const auto port = static_cast<quint16>(server.port()); // Kept: as of all TCP ports, only 16 bits count.
+    const QHostAddress address = server.address();
+    switch (address.isNull() ? socket.connect(fmhost(server.destination()).toUtf8(), port)
+                             : socket.connect(address, port)) {
     case ControlSocket::Outcome::Connected:
         return true;
     case ControlSocket::Outcome::NoSocket:
@@ -142,8 +144,24 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
         return false;
     }
     ControlSocket socket;
+    if (const std::chrono::milliseconds limit = server.timeLimit(); limit.count() > 0) {
+        socket.setTimeLimit(limit);
+    }
+    const std::optional<QString> answers = converse(socket, server, commands.lines());
+    const bool success = answers && _checkAnswers(*answers);
+    const std::lock_guard lock(m_mutex);
+    m_hasTimedOut = !answers && socket.hasTimedOut();
+    m_streamSuccess = success;
+    m_action = Action::Ended;
+    return success;
+}
+
+/// Everything that the server says to @p lines; std::nullopt when that cannot be told.
+std::optional<QString> FTPManager::converse(ControlSocket& socket, const FMServer& server,
+                                            const QList<QByteArray>& lines)
+{
     if (!connectTo(socket, server)) {
-        return false;
+        return std::nullopt;
     }
     if (server.encryption() == FTPEncryption::Required) {
         const Encryption encryption = encrypt(socket, server);
@@ -151,31 +169,30 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
             noteRefusedCertificate();
         }
         if (encryption != Encryption::Stands) {
-            return false;
+            return std::nullopt;
         }
     }
-    for (const QByteArray& line : commands.lines()) {
+    for (const QByteArray& line : lines) {
         if (!socket.write(line)) {
-            return false;
+            return std::nullopt;
         }
     }
-    const std::optional<QString> answers = _listenLoopForSocket(socket);
-    const bool success = answers && _checkAnswers(*answers);
-    const std::lock_guard lock(m_mutex);
-    m_streamSuccess = success;
-    m_action = Action::Ended;
-    return success;
+    return _listenLoopForSocket(socket);
 }
 
 std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
 {
     QByteArray text;
-    QByteArray replies; // The same as it came, where it is needed.
+    QByteArray replies; // The same as it came.
     std::array<char, 255> part{};
     while (true) {
         const qint64 count = socket.read(part);
-        if (count < 0 && socket.isEncrypted() && holdsQuitReply(replies)) {
-            return QString::fromUtf8(text); // Nothing is missing; some servers just go.
+        if (count < 0 && (socket.isEncrypted() || socket.hasTimedOut()) && holdsQuitReply(replies)) {
+            return QString::fromUtf8(text); // Nothing is missing; some servers just go, or do not.
+        }
+        if (count < 0 && socket.hasTimedOut()) {
+            qCWarning(ftpManagerLog, "the server has not answered in time");
+            return std::nullopt;
         }
         if (count < 0) {
             qCWarning(ftpManagerLog, "Error reading from socket!");
@@ -185,9 +202,7 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
             return QString::fromUtf8(text);
         }
         appendAnswer(text, QByteArrayView(part.data(), count));
-        if (socket.isEncrypted()) {
-            replies.append(part.data(), count);
-        }
+        replies.append(part.data(), count);
         if (count == 0) {
             return QString::fromUtf8(text);
         }

@@ -18,6 +18,7 @@ void FTPManager::begin(Action action, quint64 fileSize)
     m_fileSizeProcessed = 0;
     m_bytesProcessed = 0;
     m_refusedCertificate = false;
+    m_hasTimedOut = false;
 }
 
 void FTPManager::noteRefusedCertificate()
@@ -30,6 +31,12 @@ bool FTPManager::hasRefusedCertificate() const
 {
     const std::lock_guard lock(m_mutex);
     return m_refusedCertificate;
+}
+
+bool FTPManager::hasTimedOut() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasTimedOut;
 }
 
 bool FTPManager::run(FTPStream& stream)

@@ -9,6 +9,9 @@ ItemOutcome outcomeOf(const FTPManager& manager, bool isDone)
     if (isDone) {
         return ItemOutcome::Done;
     }
+    if (manager.hasTimedOut()) {
+        return ItemOutcome::Unanswered;
+    }
     return manager.hasRefusedCertificate() ? ItemOutcome::NotTrusted : ItemOutcome::Refused;
 }
 

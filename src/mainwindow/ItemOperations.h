@@ -11,6 +11,7 @@ class FMServer;
 enum class ItemOutcome {
     Done,
     Refused, ///< By the server or the network, or before anything was sent.
+    Unanswered, ///< The server has not answered in time: nobody knows what it has done.
     NotTrusted, ///< The server's certificate is neither good nor trusted.
 };
 

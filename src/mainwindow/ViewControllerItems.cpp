@@ -12,11 +12,15 @@
 #include "ui_MainWindow.h"
 
 #include <atomic>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// How long an action may wait for the server's answers, all together.
+constexpr std::chrono::seconds conversationLimit(60);
 
 /// What is said of an item when the server's certificate is not trusted. There is no question here: the call that would
 /// have to wait for the answer suspends the program.
@@ -117,6 +121,10 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
     m_connections.closeIdleConnections(destination); // Some servers allow one login alone.
     auto server = serverOfDestination(destination, username(), password());
     server->setEncryption(encryption());
+    server->setTimeLimit(conversationLimit);
+    if (m_listedLocation == destination) {
+        server->setAddress(m_lc->peerAddress()); // Addresses of one host may lead to different machines.
+    }
     if (const QByteArray trusted = trustedFingerprint(destination); !trusted.isEmpty()) {
         server->setTrustedFingerprints({ trusted });
     }
@@ -136,19 +144,19 @@ std::optional<ItemOutcome> ViewController::waitForOperation(const QString& what,
 void ViewController::deleteFile(const QString& name, const QByteArray& rawName)
 {
     const QString shownName = visibleText(name);
-    if (hasIPv6Address(createFullDestinationPathFromAppNameAndFTPFolder())) {
+    const auto server = serverForOperation();
+    if (server->address().isNull() && hasIPv6Address(createFullDestinationPathFromAppNameAndFTPFolder())) {
         showAlert(
             u"Cannot Delete"_s,
             u"“%1” was not deleted. Items can be deleted through IPv4 alone, and the server's address in the "
             "preferences is an IPv6 address.\n\nGive the server's name or its IPv4 address instead."_s.arg(shownName));
         return;
     }
-    const auto server = serverForOperation();
     const std::optional<ItemOutcome> outcome = waitForOperation(
         u"Deleting “%1”…"_s.arg(shownName),
         [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, server,
          deleteFileNamed = m_itemOperations.deleteFileNamed] { return deleteFileNamed(nameOnServer, *server); });
-    if (!outcome) {
+    if (!outcome || outcome == ItemOutcome::Unanswered) {
         showAlert(u"No Answer"_s,
                   u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName));
         listFTPDestination();
@@ -193,7 +201,7 @@ void ViewController::createFolder(const QString& name)
     const std::optional<ItemOutcome> outcome = waitForOperation(
         u"Creating “%1”…"_s.arg(shownName),
         [name, server, createNewFolder = m_itemOperations.createNewFolder] { return createNewFolder(name, *server); });
-    if (!outcome) {
+    if (!outcome || outcome == ItemOutcome::Unanswered) {
         showAlert(u"No Answer"_s,
                   u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName));
         listFTPDestination();

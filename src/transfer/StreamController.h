@@ -20,6 +20,8 @@ public:
     virtual QString lastReply() const = 0;
     /// See FTPStream::security().
     virtual std::optional<FTPSecurity> security() const = 0;
+    /// See FTPStream::peerAddress().
+    virtual QHostAddress peerAddress() const = 0;
 
 protected:
     ~ServerAnswers() = default;
@@ -45,6 +47,11 @@ public:
     std::optional<FTPSecurity> security() const final
     {
         return m_networkStream != nullptr ? m_networkStream->security() : m_security;
+    }
+
+    QHostAddress peerAddress() const final
+    {
+        return m_networkStream != nullptr ? m_networkStream->peerAddress() : m_peerAddress;
     }
 
     /// The loop that the stream reports from; null before the first start.
@@ -104,6 +111,7 @@ private:
     std::unique_ptr<Stream> m_networkStream;
     QString m_lastReply; ///< To a stream that has been closed.
     std::optional<FTPSecurity> m_security; ///< Likewise.
+    QHostAddress m_peerAddress; ///< Likewise.
     RunLoop* m_ourRunLoop = nullptr;
     quint64 m_run = 0; ///< Changes whenever a stream is opened or closed.
     WeakAnchor m_anchor;

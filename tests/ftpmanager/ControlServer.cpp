@@ -83,18 +83,23 @@ void ControlPeer::resetOnClose()
     setsockopt(m_descriptor, SOL_SOCKET, SO_LINGER, &reset, sizeof(reset));
 }
 
-ControlServer::ControlServer(std::function<void(ControlPeer&)> script)
+ControlServer::ControlServer(std::function<void(ControlPeer&)> script, Family family)
     : m_script(std::move(script))
-    , m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    , m_listener(socket(family == Family::IPv4 ? AF_INET : AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    EXPECT_EQ(bind(m_listener, reinterpret_cast<const sockaddr*>(&address), size), 0);
+    sockaddr_in6 longAddress{};
+    longAddress.sin6_family = AF_INET6;
+    longAddress.sin6_addr = in6addr_loopback;
+    const bool isShort = family == Family::IPv4;
+    auto* const bound = isShort ? reinterpret_cast<sockaddr*>(&address) : reinterpret_cast<sockaddr*>(&longAddress);
+    socklen_t size = isShort ? sizeof(address) : sizeof(longAddress);
+    EXPECT_EQ(bind(m_listener, bound, size), 0);
     EXPECT_EQ(listen(m_listener, 64), 0);
-    getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
-    m_port = ntohs(address.sin_port);
+    getsockname(m_listener, bound, &size);
+    m_port = ntohs(isShort ? address.sin_port : longAddress.sin6_port);
     m_thread = std::thread(&ControlServer::run, this);
 }
 

@@ -45,7 +45,9 @@ private:
 /// the connection at the end of it. Destroying it waits for all scripts to end.
 class ControlServer {
 public:
-    explicit ControlServer(std::function<void(ControlPeer&)> script);
+    enum class Family { IPv4, IPv6 };
+
+    explicit ControlServer(std::function<void(ControlPeer&)> script, Family family = Family::IPv4);
     ControlServer(const ControlServer&) = delete;
     ControlServer& operator=(const ControlServer&) = delete;
     ~ControlServer();

@@ -63,4 +63,17 @@ TEST(FMServerTest, CanBeReadWhileItIsChanged)
     EXPECT_EQ(server.port(), 999);
 }
 
+TEST(FMServerTest, ARecordHasNeitherAnAddressNorATimeLimitUntilTheyAreSet)
+{
+    FMServer server;
+    EXPECT_TRUE(server.address().isNull());
+    EXPECT_EQ(server.timeLimit(), std::chrono::milliseconds(0));
+
+    server.setAddress(QHostAddress(QHostAddress::LocalHostIPv6));
+    server.setTimeLimit(std::chrono::seconds(30));
+
+    EXPECT_EQ(server.address(), QHostAddress(QHostAddress::LocalHostIPv6));
+    EXPECT_EQ(server.timeLimit(), std::chrono::seconds(30));
+}
+
 } // namespace

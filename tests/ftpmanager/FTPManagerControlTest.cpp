@@ -12,6 +12,7 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -440,6 +441,78 @@ TEST(FTPManagerControlTest, NoDescriptorStaysOpenOnAnyPath)
     }
 
     EXPECT_TRUE(waitForDescriptors([before](int count) { return count == before; }));
+}
+
+TEST(FTPManagerControlTest, TheAddressOfTheRecordIsConnectedToWhateverTheHostIsCalled)
+{
+    for (const auto& [family, address] :
+         { std::pair{ ControlServer::Family::IPv4, QHostAddress(QHostAddress::LocalHost) },
+           std::pair{ ControlServer::Family::IPv6, QHostAddress(QHostAddress::LocalHostIPv6) } }) {
+        SCOPED_TRACE(address.toString().toStdString());
+        ControlServer server(answering("220 hello\r\n230 in\r\n250 there\r\n250 done\r\n221 bye\r\n"), family);
+        const auto record = FMServer::serverWithDestination(u"nowhere.invalid/in"_s, u"user"_s, u"word"_s);
+        record->setPort(server.port());
+        record->setAddress(address);
+
+        EXPECT_TRUE(FTPManager().deleteFileNamed(u"a.txt"_s, record.get()));
+
+        server.close();
+        EXPECT_EQ(server.received().value(0), "USER user\r\nPASS word\r\nCWD in\r\nDELE a.txt\r\nQUIT\r\n"_ba);
+    }
+}
+
+TEST(FTPManagerControlTest, AServerThatIsSilentForTheRecordsTimeLimitFails)
+{
+    for (const char* said : { "", "220 hello\r\n", "220 hello\r\n331 p\r\n230 in\r\n" }) {
+        SCOPED_TRACE(said);
+        std::promise<void> hasAnswered;
+        const ControlServer server([said, &hasAnswered](ControlPeer& peer) {
+            peer.send(said);
+            hasAnswered.get_future().wait();
+        });
+        const auto record = recordFor(server);
+        record->setTimeLimit(50ms);
+        const LogRecorder log;
+        FTPManager manager;
+
+        EXPECT_FALSE(manager.checkLogin(record.get()));
+
+        EXPECT_TRUE(manager.hasTimedOut());
+        EXPECT_EQ(log.lines(), QStringList{ u"the server has not answered in time"_s });
+        hasAnswered.set_value();
+    }
+}
+
+TEST(FTPManagerControlTest, AServerThatDoesNotCloseHasAnsweredAllTheSame)
+{
+    for (const auto& [verdict, reply] : { std::pair{ true, "250 done\r\n" }, std::pair{ false, "550 no\r\n" } }) {
+        std::promise<void> hasAnswered;
+        const ControlServer server([reply = QByteArray(reply), &hasAnswered](ControlPeer& peer) {
+            peer.receiveUntil("QUIT\r\n");
+            peer.send("220 hello\r\n230 in\r\n" + reply + "221 bye\r\n");
+            hasAnswered.get_future().wait();
+        });
+        const auto record = recordFor(server);
+        record->setTimeLimit(200ms);
+        FTPManager manager;
+
+        EXPECT_EQ(manager.deleteFileNamed(u"a.txt"_s, record.get()), verdict);
+
+        EXPECT_FALSE(manager.hasTimedOut());
+        hasAnswered.set_value();
+    }
+}
+
+TEST(FTPManagerControlTest, WithATimeLimitInterruptedCallsGoOn)
+{
+    FaultySocketCalls calls;
+    calls.interruptCalls();
+    calls.shortenSends();
+    const ControlServer server(answering("220 hello\r\n230 in\r\n221 bye\r\n"));
+    const auto record = recordFor(server);
+    record->setTimeLimit(1h);
+
+    EXPECT_TRUE(FTPManager().checkLogin(record.get()));
 }
 
 } // namespace

@@ -41,6 +41,8 @@ protected:
                                          QString::number(server.port()) });
         m_encryption = server.encryption();
         m_trustedFingerprints = server.trustedFingerprints();
+        m_address = server.address();
+        m_timeLimit = server.timeLimit();
         return m_outcome;
     }
     ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
@@ -65,6 +67,8 @@ protected:
     QList<QStringList> m_operations;
     FTPEncryption m_encryption = FTPEncryption::None; ///< Of the latest operation.
     QList<QByteArray> m_trustedFingerprints; ///< Of the latest operation.
+    QHostAddress m_address; ///< Likewise.
+    std::chrono::milliseconds m_timeLimit{ 0 }; ///< Likewise.
     ItemOutcome m_outcome = ItemOutcome::Done;
 };
 
@@ -316,6 +320,40 @@ TEST_F(ItemActionsTest, ARefusedDeletionIsExplainedAndLeavesTheList)
                            "preferences, and then delete its items."_s });
     EXPECT_EQ(m_controller->listEntries().size(), 2);
     EXPECT_FALSE(m_controller->lc().isReceiving());
+}
+
+TEST_F(ItemActionsTest, AnActionGoesToTheMachineThatTheListCameFrom)
+{
+    m_controller->deleteFile(u"file.txt"_s);
+    EXPECT_TRUE(m_address.isNull()); // No list has come.
+    EXPECT_EQ(m_timeLimit, std::chrono::seconds(60));
+    const QHostAddress listed(u"2001:db8::7"_s);
+    latest(FakeFTPStream::Kind::Listing).peerAddress = listed;
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+
+    m_controller->deleteFile(u"file.txt"_s);
+    EXPECT_EQ(m_address, listed);
+    latest(FakeFTPStream::Kind::Listing).peerAddress = listed;
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    m_controller->createFolder(u"new"_s);
+    EXPECT_EQ(m_address, listed);
+
+    set(u"Address"_s, u"elsewhere"_s);
+    m_controller->createFolder(u"newer"_s);
+    EXPECT_TRUE(m_address.isNull());
+}
+
+TEST_F(ItemActionsTest, WhatTheServerHasNotAnsweredInTimeMayOrMayNotBeDone)
+{
+    m_outcome = ItemOutcome::Unanswered;
+
+    m_controller->deleteFile(u"file.txt"_s);
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"No Answer: The server has not answered. “file.txt” may or may not have been deleted."_s });
+    EXPECT_TRUE(m_controller->lc().isReceiving());
 }
 
 TEST_F(ItemActionsTest, ATransferThatHasStartedMeanwhileKeepsTheListAsItIs)

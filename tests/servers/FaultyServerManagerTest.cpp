@@ -122,6 +122,19 @@ TEST_F(FaultyServerManagerTest, TransfersFailWithTheirLogLineAndTheNextOneWorks)
     }
 }
 
+TEST_F(FaultyServerManagerTest, AllOperationsGoToTheAddressOfTheRecord)
+{
+    m_record->setDestination(u"nowhere.invalid/folder"_s);
+    EXPECT_FALSE(m_manager.contentsOfServer(m_record.get()));
+    m_record->setAddress(QHostAddress(QHostAddress::LocalHost));
+
+    EXPECT_TRUE(m_manager.contentsOfServer(m_record.get()));
+    EXPECT_TRUE(m_manager.uploadData("bytes", u"up"_s, m_record.get()));
+    EXPECT_TRUE(m_manager.createNewFolder(u"made"_s, m_record.get()));
+    EXPECT_TRUE(download());
+    EXPECT_TRUE(m_manager.checkLogin(m_record.get()));
+}
+
 TEST_F(FaultyServerManagerTest, AnAbortedTransferEndsWhereItStandsAndSucceeds)
 {
     const QString local = m_local.filePath(u"file.txt"_s);

@@ -54,6 +54,7 @@ public:
     FTPStreamError error() const override { return m_record->error; }
     QString lastReply() const override { return m_record->reply; }
     std::optional<FTPSecurity> security() const override { return m_record->security; }
+    QHostAddress peerAddress() const override { return m_record->peerAddress; }
 
 protected:
     FakeFTPStream& fake() const { return *m_record; }

@@ -24,6 +24,7 @@ struct FakeStreamScript {
     FTPStreamError error; ///< What an error event is about.
     QString reply; ///< What lastReply() answers.
     std::optional<FTPSecurity> security;
+    QHostAddress peerAddress;
     std::optional<qint64> resourceSize;
     /// The next answers of write(): -1 to fail, otherwise how many bytes it takes at most. Takes all when empty.
     std::deque<qint64> writeAnswers;

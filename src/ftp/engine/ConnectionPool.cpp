@@ -20,7 +20,7 @@ ConnectionPool::ConnectionPool(DeliveryGate& gate, const FTPTimeouts& timeouts)
 }
 
 ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse,
-                                           const QHostAddress& preferredAddress)
+                                           const ServerTraits& traits)
 {
     if (reuse == Reuse::Allowed) {
         for (const std::unique_ptr<Entry>& entry : m_entries) {
@@ -33,7 +33,7 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
         }
     }
     auto entry = std::make_unique<Entry>(m_gate);
-    entry->connection = new ControlConnection(key, m_gate, preferredAddress);
+    entry->connection = new ControlConnection(key, m_gate, traits);
     ControlConnection& connection = *entry->connection;
     connection.setParent(this);
     connection.setUser(&user);

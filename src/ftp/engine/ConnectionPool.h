@@ -14,6 +14,7 @@
 #include <vector>
 
 class DeliveryGate;
+struct ServerTraits;
 
 /// The control connections of an engine: in use, kept for the next transfer, being drained of replies that nobody waits
 /// for, or closing.
@@ -29,9 +30,9 @@ public:
         Fresh, ///< Only a new connection will do.
     };
     /// A connection for @p user alone, until it is released or discarded. It may not be established yet.
-    /// A new one goes to @p preferredAddress first, if the host has it.
+    /// @p traits say which of the host's addresses a new one goes to.
     ControlConnection& acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse,
-                               const QHostAddress& preferredAddress);
+                               const ServerTraits& traits);
     /// The user has finished; a sound connection is kept, once the replies still due have come.
     void release(ControlConnection& connection);
     /// The user has finished, and the connection is not kept: it sends QUIT.

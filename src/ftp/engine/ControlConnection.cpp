@@ -2,6 +2,7 @@
 
 #include "DeliveryGate.h"
 #include "FTPLog.h"
+#include "ServerTraits.h"
 #include "SocketCalls.h"
 #include "SystemCertificates.h"
 #include "TlsChannel.h"
@@ -53,10 +54,10 @@ bool holdsWord(const QByteArray& text, const QByteArray& word)
 
 } // namespace
 
-ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate, const QHostAddress& preferredAddress)
+ControlConnection::ControlConnection(FTPServerKey key, DeliveryGate& gate, const ServerTraits& traits)
     : m_key(std::move(key))
     , m_gate(gate)
-    , m_connector(m_key.host, m_key.port, preferredAddress)
+    , m_connector(traits.hasFixedAddress ? traits.address.toString() : m_key.host, m_key.port, traits.address)
 {
     connect(&m_connector, &HostConnector::connected, this, &ControlConnection::connectionStands);
     connect(&m_connector, &HostConnector::failed, this, &ControlConnection::socketClosed);

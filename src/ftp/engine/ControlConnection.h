@@ -16,6 +16,7 @@
 #include <optional>
 
 class DeliveryGate;
+struct ServerTraits;
 class TlsChannel;
 class TlsTransport;
 
@@ -42,8 +43,8 @@ class ControlConnection final : public QObject {
     Q_OBJECT
 
 public:
-    /// Of several addresses of the host @p preferredAddress is tried first; null: none.
-    ControlConnection(FTPServerKey key, DeliveryGate& gate, const QHostAddress& preferredAddress);
+    /// @p traits say which of the host's addresses is tried first, or alone.
+    ControlConnection(FTPServerKey key, DeliveryGate& gate, const ServerTraits& traits);
     ~ControlConnection() override; ///< Drops the connection.
 
     const FTPServerKey& key() const { return m_key; }

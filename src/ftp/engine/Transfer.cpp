@@ -137,7 +137,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
         reach(Stage::Connecting);
     }
     m_try = Try();
-    m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, traits().address);
+    m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, traits());
     const bool wantsSize = m_request.kind == Kind::Download && m_request.fetchSize;
     m_try.setup = std::make_unique<SessionSetup>(
         *m_try.connection, traits(),
@@ -204,7 +204,9 @@ void Transfer::unaskedReplyArrived(const Reply& reply)
 void Transfer::connectionLost()
 {
     if (m_state == State::Connecting) {
-        traits().address.clear(); // It has answered no more than all others.
+        if (!traits().hasFixedAddress) {
+            traits().address.clear(); // It has answered no more than all others.
+        }
     }
     // With the answer to a question another connection is made; and behind the final reply the rest of the data
     // follows.
@@ -229,6 +231,7 @@ void Transfer::handleServiceEnding(const Reply& reply)
 void Transfer::setUp()
 {
     const TlsChannel* const tls = m_try.connection->tls();
+    m_progress.address = m_try.connection->peerAddress();
     m_progress.security
         = tls != nullptr ? FTPSecurity{ tls->protocol(), tls->isTrustedBySystem(), tls->cipher() } : FTPSecurity();
     reach(Stage::LoggingIn);

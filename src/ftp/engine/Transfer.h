@@ -41,6 +41,7 @@ public:
         bool wasSilent = false; ///< It has ended for a silence that was too long.
         QString reply; ///< The server's last reply; see ControlConnection::replied(). Null for none.
         std::optional<FTPSecurity> security; ///< std::nullopt while no login has been sent.
+        QHostAddress address; ///< Of the server; null while no login has been sent.
     };
 
     Transfer(FTPEngine& engine, TransferRequest request, std::function<void(FTPStreamEvent)> report);
