@@ -51,4 +51,26 @@ TEST_F(MainWindowTest, ManualTransfersInTheMenuShowsTheirWindowAndBringsItToTheF
     EXPECT_TRUE(waitFor([&auxiliary] { return auxiliary.isActiveWindow(); }));
 }
 
+TEST_F(MainWindowTest, NothingJumpsWhenATransferBegins)
+{
+    const auto places = [this] {
+        drainEventLoop();
+        QList<QRect> found;
+        for (const char* name : { "dragAndDropView", "destinationListingTable", "stopButton", "clearQueueButton" }) {
+            found.append(control<QWidget>(name).geometry());
+        }
+        return found;
+    };
+    m_controller->uploadFiles(QStringList(9, makeFile(u"a"_s))); // The bar of those that wait stays to the end.
+    tick();
+    ASSERT_TRUE(m_controller->pc().isSending());
+    ASSERT_FALSE(bar("percentProgressIndicator").isVisible()); // From the next tick on.
+    const QList<QRect> before = places();
+
+    tick();
+
+    ASSERT_TRUE(bar("percentProgressIndicator").isVisible());
+    EXPECT_EQ(places(), before);
+}
+
 } // namespace
