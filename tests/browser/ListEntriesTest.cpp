@@ -115,10 +115,12 @@ TEST_F(ListEntriesTest, EqualItemsKeepTheirOrderInBothDirections)
     addFiles({ u"c"_s, u"a"_s, u"b"_s });
     m_entries.sort({ { .key = u"Name"_s, .ascending = false } });
 
-    m_entries.sort({ { .key = u"Size"_s, .ascending = true } });
-    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s }));
-    m_entries.sort({ { .key = u"Size"_s, .ascending = false } });
-    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s }));
+    for (const QString& key : { u"Size"_s, u"Type"_s, u"Date"_s, u"Mode"_s }) {
+        for (const bool ascending : { true, false }) {
+            m_entries.sort({ { .key = key, .ascending = ascending } });
+            EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s })) << key.toStdString();
+        }
+    }
     addFiles({ u"z"_s, u"y"_s });
     EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s, u"z"_s, u"y"_s }));
 }

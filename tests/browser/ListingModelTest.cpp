@@ -1,9 +1,11 @@
 #include "ListingModel.h"
 
+#include "DateText.h"
 #include "Entries.h"
 #include "Printers.h"
 
 #include <QAbstractItemModelTester>
+#include <QDateTime>
 
 #include <gtest/gtest.h>
 
@@ -65,6 +67,20 @@ TEST_F(ListingModelTest, AnUnknownKeyLeavesNoRows)
 
     EXPECT_EQ(m_model.rowCount(), 0);
     EXPECT_FALSE(m.isValid());
+}
+
+TEST_F(ListingModelTest, EveryColumnButThatOfTheIconsShowsItsText)
+{
+    ListingEntry entry = fileEntry(u"a.txt"_s, 1'234'567);
+    const QDateTime moment(QDate(2024, 1, 9), QTime(15, 4));
+    entry.modDate = moment.toMSecsSinceEpoch();
+    m_model.add({ entry });
+
+    EXPECT_EQ(data(0, u"Name"_s), QVariant(u"a.txt"_s));
+    EXPECT_EQ(data(0, u"Size"_s), QVariant(u"1.2 MB"_s));
+    EXPECT_EQ(data(0, u"Type"_s), QVariant());
+    EXPECT_EQ(data(0, u"Date"_s), QVariant(shortDateShortTimeText(moment)));
+    EXPECT_EQ(data(0, u"Mode"_s), QVariant(u"-rw-r--r-- "_s));
 }
 
 TEST_F(ListingModelTest, NamesShowWhatWouldActUnseen)

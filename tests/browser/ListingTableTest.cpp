@@ -53,6 +53,21 @@ protected:
             return !m_table.updatesEnabled(); // Unless the machine was too slow for that.
         }));
     }
+    /// The smallest rectangle around all that is painted of a column's cell in the first row, as seen from the cell.
+    QRect inkOf(int column)
+    {
+        const QRect cell = m_table.visualRect(m_model.index(0, column));
+        const QImage picture = m_table.viewport()->grab(cell).toImage();
+        QRegion ink;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (picture.pixel(x, y) != picture.pixel(0, 0)) {
+                    ink += QRect(x, y, 1, 1);
+                }
+            }
+        }
+        return ink.boundingRect();
+    }
     void press(Qt::Key key) { QTest::keyClick(&m_table, key); }
 
     ListingModel m_model;
@@ -65,6 +80,18 @@ TEST_F(ListingTableTest, RowsAreThirtyHigh)
 
     EXPECT_EQ(m_table.rowHeight(0), 30);
     EXPECT_EQ(m_table.rowHeight(2), 30);
+}
+
+TEST_F(ListingTableTest, TextsAreCentredInTheirRowsAndSizesStandOnTheRight)
+{
+    m_model.add({ fileEntry(u"Ägypten"_s, 5) });
+
+    const QRect name = inkOf(0);
+    EXPECT_NEAR(name.center().y(), 15, 3);
+    EXPECT_LT(name.center().x(), m_table.columnWidth(0) / 2);
+    const QRect size = inkOf(1);
+    EXPECT_NEAR(size.center().y(), 15, 3);
+    EXPECT_GT(size.center().x(), m_table.columnWidth(1) / 2);
 }
 
 TEST_F(ListingTableTest, AClickOnATitleSortsAndShowsTheArrow)

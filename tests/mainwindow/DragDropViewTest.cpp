@@ -204,7 +204,7 @@ TEST_F(DragDropViewTest, TheBackgroundIsThatOfControls)
     EXPECT_EQ(image.pixelColor(30, 30), QColor(Qt::red));
 }
 
-TEST_F(DragDropViewTest, TheHighlightIsDrawnAroundWhatIsRedrawnAndLeavesItsLineWidth)
+TEST_F(DragDropViewTest, TheHighlightIsALineOfFiveAroundWhatIsRedrawnAndLeavesThisWidth)
 {
     m_data.setText(u"text"_s);
     const QRect part(30, 30, 60, 60);
@@ -217,8 +217,10 @@ TEST_F(DragDropViewTest, TheHighlightIsDrawnAroundWhatIsRedrawnAndLeavesItsLineW
     view().draggingExited();
 
     const QColor frame = view().palette().color(QPalette::Highlight);
-    EXPECT_EQ(lit.pixelColor(31, 60), frame);
-    EXPECT_NE(plain.pixelColor(31, 60), frame);
+    // Half of the line lies outside.
+    EXPECT_EQ(lit.pixelColor(32, 60), frame);
+    EXPECT_NE(lit.pixelColor(33, 60), frame);
+    EXPECT_NE(plain.pixelColor(32, 60), frame);
     EXPECT_DOUBLE_EQ(DragDropView::defaultLineWidth(), 5.0);
 }
 

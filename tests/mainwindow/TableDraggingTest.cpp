@@ -408,6 +408,16 @@ TEST_F(TableDraggingTest, NoFileIsMadeElsewhereThroughALinkThatLeadsToNothing)
     }
 }
 
+TEST_F(TableDraggingTest, AFolderInThePlaceOfTheFileIsAskedAboutToo)
+{
+    ASSERT_TRUE(QDir(out()).mkdir(u"a.txt"_s));
+
+    fulfil({ 0 });
+
+    EXPECT_EQ(shownSheets(), QStringList{ overwriteA });
+    EXPECT_EQ(count(Kind::Download), 0);
+}
+
 TEST_F(TableDraggingTest, ReturnKeepsTheExistingFile)
 {
     QFile file(out(u"a.txt"_s));
