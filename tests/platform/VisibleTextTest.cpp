@@ -39,6 +39,7 @@ TEST(VisibleTextTest, OfAVeryLongTextTheMiddleIsLeftOut)
 {
     const QString longest(1000, u'x');
     EXPECT_EQ(visibleText(longest), longest);
+    EXPECT_EQ(visibleText(longest + u'x'), longest.first(500) + u'…' + longest.first(500));
 
     const QString head = u"a"_s.repeated(500);
     const QString tail = u"z"_s.repeated(500);

@@ -66,6 +66,7 @@ TEST_F(NotifierTest, ANewOneTakesThePlaceOfTheOneBefore)
 TEST_F(NotifierTest, AClickOnItIsReportedAndOneOnAnotherProgramsIsNot)
 {
     serve();
+    invoke(0, u"default"_s); // What is not shown yet has no number.
     showOne();
 
     invoke(8, u"default"_s);

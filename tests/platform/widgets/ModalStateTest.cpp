@@ -15,6 +15,8 @@ TEST(ModalStateTest, ASheetDoesNotHoldTheLoop)
 {
     QWidget window;
     window.show();
+    QMessageBox hidden; // As after an application-modal dialog has been answered.
+    hidden.setWindowModality(Qt::ApplicationModal);
     QMessageBox box(&window);
     box.open();
 

@@ -90,6 +90,18 @@ TEST_F(SheetQueueTest, EqualTitlesWithOtherTextsAreNotMerged)
     answerSheet();
 }
 
+TEST_F(SheetQueueTest, EqualTextsWithOtherDetailsAreNotMerged)
+{
+    for (const QString& server : { u"one.example"_s, u"two.example"_s }) {
+        m_queue.raise({ .title = u"Changed"_s, .text = u"text"_s, .details = { { u"Server"_s, server } } });
+    }
+
+    answerSheet();
+
+    EXPECT_TRUE(waitForSheet(u"Changed"_s));
+    answerSheet();
+}
+
 TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
 {
     raise(u"<b>bold</b>"_s, u"<img src='x'>"_s);
