@@ -114,7 +114,7 @@ TEST_F(FTPManagerOperationsTest, NoDestinationAndNoUserNameAreLoggedInThisOrder)
                             u"FMServer check failed: username cannot be nil"_s }));
 }
 
-TEST_F(FTPManagerOperationsTest, APortBelowOneIsRefused)
+TEST_F(FTPManagerOperationsTest, APortBelowOneIsRefusedAndOneIsNot)
 {
     for (const qint32 port : { 0, -5 }) {
         m_server->setPort(port);
@@ -124,6 +124,9 @@ TEST_F(FTPManagerOperationsTest, APortBelowOneIsRefused)
 
         EXPECT_EQ(log.lines(), QStringList{ u"FMServer check failed: port cannot be negative"_s });
     }
+    m_server->setPort(1);
+    m_streams.next.turns = { { EndEncountered } };
+    EXPECT_TRUE(m_manager.createNewFolder(u"name"_s, m_server.get()));
 }
 
 TEST_F(FTPManagerOperationsTest, EmptyTextsOfARecordAreAccepted)
