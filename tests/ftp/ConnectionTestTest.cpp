@@ -131,6 +131,7 @@ TEST_F(ConnectionTestTest, ARefusalInTheGreetingIsARefusedLogin)
 
 TEST_F(ConnectionTestTest, AKeptConnectionDoesNotHideAWrongPasswordAndIsClosedFirst)
 {
+    m_timeouts.loginReason = 50ms;
     auto kept = upload(u"f"_s, "x");
 
     test(u"/in"_s, u"wrong"_s);

@@ -168,6 +168,77 @@ TEST_P(KeptConnectionTest, AnUnaskedReplyMakesItUnfitForUse)
     expectUploadOnFreshConnection();
 }
 
+TEST_P(KeptConnectionTest, ASecondConfirmationInPlaceOfAPortCostsTheConnectionAndConfirmsNothing)
+{
+    startSecond();
+    EXPECT_EQ(m_control->hear(), "EPSV");
+    m_control->say("226 Got it");
+
+    expectUploadOnFreshConnection();
+    EXPECT_NE(m_control->waitForEnd(), End::None);
+}
+
+TEST_P(KeptConnectionTest, ASecondConfirmationInPlaceOfAFolderCostsTheConnectionAndEntersNothing)
+{
+    expectToEnter("/home/sub", u"/sub/second"_s);
+    m_control->say("226 Got it");
+
+    auto control = open("STOR second", { "CWD sub", "TYPE I", "EPSV" });
+    finishUpload(*control);
+}
+
+TEST_P(KeptConnectionTest, AnAnswerThatFitsNoTypeCostsTheConnection)
+{
+    expectToEnter("/home/sub", u"/sub/second"_s);
+    m_control->say("250 There");
+    m_control->say("250 There");
+
+    auto control = open("STOR second", { "CWD sub", "TYPE I", "EPSV" });
+    finishUpload(*control);
+}
+
+TEST_P(KeptConnectionTest, AnAnswerThatFitsNoPortIsNotTakenForOneAgainAndAgain)
+{
+    startSecond();
+    EXPECT_EQ(m_control->hear(), "EPSV");
+    m_control->say("226 Got it");
+    auto control = logIn({ "TYPE I", "EPSV" });
+    control->say("200 Fine");
+    control->say("226 Got it");
+
+    EXPECT_EQ(control->hear(), "PASV"); // On a connection of its own it is an odd answer to EPSV.
+    control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_P(KeptConnectionTest, ALateConfirmationDoesNotConfirmTheNextFileOfAServerThatAnnouncesTransfers)
+{
+    startSecond();
+    reopen(*m_control, "STOR second");
+    finishUpload(*m_control); // With a 150.
+    startUpload(u"/third"_s, "3");
+    reopen(*m_control, "STOR third");
+    EXPECT_EQ(m_data->receiveToEnd(), "3");
+
+    m_control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+    EXPECT_NE(m_control->waitForEnd(), End::None);
+}
+
+TEST_P(KeptConnectionTest, WhatIsSaidToTheNextFileIsBelievedWhereTransfersAreNotAnnounced)
+{
+    startSecond();
+    reopen(*m_control, "STOR second");
+    EXPECT_EQ(m_data->receiveToEnd(), "2");
+
+    m_control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
 TEST_P(KeptConnectionTest, AnotherLoginHasItsOwn)
 {
     startUpload(m_recorder, u"/second"_s, "2", u"ben"_s);

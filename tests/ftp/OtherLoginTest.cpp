@@ -1,5 +1,7 @@
 #include "StreamTest.h"
 
+#include <QElapsedTimer>
+
 namespace {
 
 /// Ben's uploads to a server that allows one session, which a kept connection of Anna's takes up.
@@ -132,6 +134,42 @@ TEST_F(OtherLoginTest, ALoginInUseIsWaitedForAndNotSentAway)
     EXPECT_EQ(m_annas->hear(), "QUIT");
     m_annas->close();
     EXPECT_NE(serveBen(), nullptr);
+}
+
+TEST_F(OtherLoginTest, ALoginThatIsNotGivenUpIsWaitedForNoLongerThanTheLimit)
+{
+    m_timeouts.login = 100ms;
+    startUpload(u"/another"_s, "1");
+    reopen(*m_annas, "STOR another");
+    startAsBen(m_bens);
+    refuseLogin();
+
+    EXPECT_EQ(m_bens.waitForEnd(), QStringList{ u"FTP 421"_s });
+
+    EXPECT_TRUE(m_peer.isLeftAlone());
+}
+
+TEST_F(OtherLoginTest, TheLimitHoldsForAllTriesTogether)
+{
+    m_timeouts.login = 2s;
+    startUpload(u"/another"_s, "1");
+    reopen(*m_annas, "STOR another");
+    start(m_factory.createUploadStream(m_peer.location(u"/third"_s), 1), m_bensOther, u"cleo"_s);
+    auto cleos = accept();
+    startAsBen(m_bens);
+    refuseLogin();
+    EXPECT_FALSE(waitFor([this] { return m_peer.isCalled(); }, 1200ms));
+    EXPECT_EQ(m_data->receiveToEnd(), "1");
+    m_annas->say("226 Got it");
+    EXPECT_EQ(m_annas->hear(), "QUIT");
+    m_annas->close();
+
+    refuseLogin(); // Cleo is still there.
+    QElapsedTimer sinceSecondRefusal;
+    sinceSecondRefusal.start();
+
+    EXPECT_EQ(m_bens.waitForEnd(), QStringList{ u"FTP 421"_s });
+    EXPECT_LT(sinceSecondRefusal.elapsed(), 1500);
 }
 
 TEST_F(OtherLoginTest, OneThatEndsBecauseNobodyUsesItMakesRoomWhenTheServerHasLetItGo)

@@ -99,6 +99,7 @@ TEST_F(StreamSetUpTest, NamesArriveAsTheUserSeesThem)
 
 TEST_F(StreamSetUpTest, EveryRefusalIsReportedWithItsCode)
 {
+    m_timeouts.loginReason = 50ms;
     checkRows<void(QByteArrayList, QString)>(
         {
             { "greeting 421", { "421 Too many" }, u"FTP 421"_s },
@@ -239,12 +240,63 @@ TEST_F(StreamSetUpTest, TheSystemKeepsTheControlConnectionAliveAndHoldsNothingBa
     auto control = open("STOR f");
 
     EXPECT_EQ(optionOfSocketTo(m_peer.port(), SOL_SOCKET, SO_KEEPALIVE), 1);
+    EXPECT_EQ(optionOfSocketTo(m_peer.port(), IPPROTO_TCP, TCP_KEEPIDLE), 60);
+    EXPECT_EQ(optionOfSocketTo(m_peer.port(), IPPROTO_TCP, TCP_KEEPINTVL), 60);
     EXPECT_EQ(optionOfSocketTo(m_peer.port(), IPPROTO_TCP, TCP_NODELAY), 1);
     EXPECT_EQ(optionOfSocketTo(m_dataPeer.port(), IPPROTO_TCP, TCP_NODELAY), 1);
 }
 
+TEST_F(StreamSetUpTest, ARefusedLoginIsToldInTheServersWordsForItWhateverItSaysMeanwhile)
+{
+    const QByteArray loginFirst = "530 Log in with USER and PASS first.";
+    checkRows<QString(QByteArrayList)>(
+        {
+            { "the reason last",
+              { loginFirst, loginFirst, loginFirst, "530 Wrong password" },
+              u"530 Wrong password"_s },
+            { "the reason first",
+              { "530 Wrong password", loginFirst, loginFirst, loginFirst },
+              u"530 Wrong password"_s },
+            { "one by one", { "530 Wrong password", "530 Not so fast", "503 What" }, u"530 Wrong password"_s },
+            { "all alike",
+              { loginFirst, loginFirst, loginFirst, loginFirst },
+              u"530 Log in with USER and PASS first."_s },
+            { "421 in the end", { "530 Wrong password", "421 Bye" }, u"530 Wrong password"_s },
+        },
+        [this](const QByteArrayList& replies) {
+            startUpload(u"/f"_s, "x");
+            const auto control = greet();
+            EXPECT_EQ(control->hear(5).last(), "EPSV");
+            control->say("331 Password");
+            for (const QByteArray& reply : replies) {
+                control->say(reply);
+            }
+            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
+            return m_recorder.lastReply();
+        });
+}
+
+TEST_F(StreamSetUpTest, TheReasonOfARefusedLoginIsWaitedForNoLongerThanTheLimitOrTheConnection)
+{
+    for (const bool isClosed : { true, false }) {
+        m_timeouts.loginReason = isClosed ? 1h : 50ms;
+        startUpload(u"/f"_s, "x");
+        const auto control = greet();
+        EXPECT_EQ(control->hear(5).last(), "EPSV");
+        control->say("331 Password");
+        control->say("530 Log in with USER and PASS first.");
+        if (isClosed) {
+            control->close();
+        }
+
+        EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
+        EXPECT_EQ(m_recorder.lastReply(), u"530 Log in with USER and PASS first."_s);
+    }
+}
+
 TEST_F(StreamSetUpTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
 {
+    m_timeouts.loginReason = 50ms;
     startListing(u"/"_s);
     const auto control = greet();
     control->answer({ "331 P", "530 anna/secret is no login\x1b" });

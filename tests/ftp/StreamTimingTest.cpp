@@ -70,6 +70,45 @@ TEST_F(StreamTimingTest, DataKeepsADownloadAlive)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
+TEST_F(StreamTimingTest, AListingThatTricklesEndsWithItsSecondMinute)
+{
+    m_timeouts.slowListing = 400ms;
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    QElapsedTimer sinceAnnouncement;
+    sinceAnnouncement.start();
+
+    EXPECT_FALSE(goOnBeyond(m_timeouts.slowListing, [this] { m_data->sendBytes("line\r\n"); }));
+
+    EXPECT_GE(sinceAnnouncement.elapsed(), 790); // In its first it may think.
+}
+
+TEST_F(StreamTimingTest, AListingGoesOnThatBringsAKibibyteAMinuteFromItsSecondOn)
+{
+    m_timeouts.slowListing = 400ms;
+    startListing(u"/"_s);
+    auto control = open("LIST");
+    control->say("150 Comes");
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, m_timeouts.slowListing * 3 / 4));
+
+    EXPECT_TRUE(goOnBeyond(m_timeouts.slowListing, [this] { m_data->sendBytes(QByteArray(1024, 'x')); }));
+
+    m_data->close();
+    control->say("226 Done");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_F(StreamTimingTest, ADownloadMayTrickle)
+{
+    m_timeouts.slowListing = 100ms;
+    startDownload(u"/f"_s);
+    auto control = open("RETR f", { "TYPE I", "SIZE f", "EPSV" });
+    control->say("150 Comes");
+
+    EXPECT_TRUE(goOnBeyond(400ms, [this] { m_data->sendBytes("x"); }));
+}
+
 TEST_F(StreamTimingTest, PreliminaryRepliesDoNotProlongTheSetUp)
 {
     m_timeouts.reply = 400ms;

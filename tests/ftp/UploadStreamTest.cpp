@@ -289,6 +289,26 @@ TEST_P(UploadStreamTest, ADeadExtendedPassivePortIsTriedOnceMoreWithPasv)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
+TEST_P(UploadStreamTest, ADeadExtendedPassivePortThatTheServerTellsOfIsTriedWithPasvInTheSameSession)
+{
+    startUpload(u"/f"_s, "hello");
+    auto control = logIn({ "TYPE I", "EPSV" });
+    control->say("200 Fine");
+    control->say(extendedPassive(deadPort()));
+    EXPECT_EQ(control->hear(), "STOR f");
+
+    control->say("425 Nobody has come");
+
+    EXPECT_EQ(control->hear(), "PASV");
+    control->say(passive());
+    acceptData();
+    EXPECT_EQ(control->hear(), "STOR f");
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    control->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"space"_s, u"end"_s }));
+    EXPECT_EQ(m_peer.connectionCount(), 1);
+}
+
 TEST_P(UploadStreamTest, ARefusalIsReportedAlsoWhenTheDataPortIsDead)
 {
     startUpload(u"/f"_s, "hello");
