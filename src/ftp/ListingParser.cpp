@@ -40,3 +40,14 @@ ParsedListing parseListingLine(QByteArrayView bytes, const QDateTime& now)
     const QByteArrayView line = bytes.first(lineEnd - bytes.data() + 1);
     return { .consumed = line.size(), .entry = parseLine(withoutLineEnd(line), now) };
 }
+
+bool ListingMeasure::takes(const ParsedListing& line)
+{
+    if (line.entry) {
+        ++m_items;
+        m_ofNames += line.entry->name.size() + line.entry->link.size(); // One character for each byte.
+    } else {
+        m_passedOver += line.consumed;
+    }
+    return m_items <= mostItems && m_ofNames <= mostOfNames && m_passedOver <= mostPassedOver;
+}

@@ -19,10 +19,6 @@ struct ParsedListing {
 /// The longest line that is read, in bytes, line end included.
 inline constexpr qsizetype maximumListingLine = 1 << 20;
 
-/// The longest listing that is taken from a server, in bytes: room for some 400,000 items. What is longer is no folder
-/// that people have, but a server that does not end.
-inline constexpr qint64 maximumListing = 32 << 20;
-
 /// Reads the first line of @p bytes, which are what an FTP server sends for LIST: a Unix long listing or a DOS one, in
 /// any of their dialects, mixed as they come. Lines end with LF or CR LF.
 ///
@@ -32,3 +28,21 @@ inline constexpr qint64 maximumListing = 32 << 20;
 /// The answer depends on the arguments alone, not on any locale, and takes time in proportion to the line's length.
 /// Safe on any thread.
 ParsedListing parseListingLine(QByteArrayView bytes, const QDateTime& now);
+
+/// Measures a listing by what is kept of it, so that a large folder is listed whole and a server that does not end is
+/// given up.
+class ListingMeasure {
+public:
+    static constexpr qint64 mostItems = 2'000'000;
+    static constexpr qint64 mostOfNames = 32 << 20; ///< Bytes of the names, and of where links lead.
+    static constexpr qint64 mostPassedOver = 32 << 20; ///< Bytes of lines that have no item.
+    static constexpr qint64 mostBytes = 128 << 20; ///< Of all lines, for who keeps them until the listing has ended.
+
+    /// Counts @p line, a whole one. False when that is more than a folder has that people have.
+    bool takes(const ParsedListing& line);
+
+private:
+    qint64 m_items = 0;
+    qint64 m_ofNames = 0;
+    qint64 m_passedOver = 0;
+};

@@ -166,7 +166,7 @@ void FTPManager::hasBytesOfListing()
         _streamDidEndWithSuccess(false, FailureReason::Read);
     } else if (count == 0) {
         _streamDidEndWithSuccess(true, FailureReason::None);
-    } else if (m_directoryListingData.size() + count > maximumListing) {
+    } else if (m_directoryListingData.size() + count > ListingMeasure::mostBytes) {
         _streamDidEndWithSuccess(false, FailureReason::None); // Like any listing that cannot be read: without a word.
     } else {
         m_directoryListingData.append(m_buffer.data(), count);

@@ -133,10 +133,11 @@ FTPManager::_createListingArrayFromDirectoryListingData(const QByteArray& direct
 {
     const QDateTime now = QDateTime::currentDateTime();
     QList<ListingEntry> entries;
+    ListingMeasure measure;
     QByteArrayView rest = directoryListingData;
     while (true) {
         ParsedListing parsed = parseListingLine(rest, now);
-        if (parsed.consumed < 0) {
+        if (parsed.consumed < 0 || !measure.takes(parsed)) {
             return std::nullopt;
         }
         if (parsed.consumed == 0) {

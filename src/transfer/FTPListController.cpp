@@ -40,7 +40,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
         return;
     }
     m_listData.clear();
-    m_received = 0;
+    m_measure = {};
     m_searched = 0;
     if (startStream(m_streams.createListingStream(location), username, password)) {
         didStart(u"Started List."_s);
@@ -101,11 +101,6 @@ void FTPListController::receiveStep()
         stopReceiveWithStatus(count == 0 ? QString() : u"Network read error"_s);
         return;
     }
-    m_received += count;
-    if (m_received > maximumListing) {
-        stopReceiveWithStatus(u"Listing parse failed"_s);
-        return;
-    }
     m_listData.append(buffer.data(), static_cast<qsizetype>(count));
     parseListData();
 }
@@ -122,6 +117,9 @@ void FTPListController::parseListData()
     do {
         ParsedListing parsed = m_parseLine(QByteArrayView(m_listData).sliced(offset), now);
         consumed = parsed.consumed;
+        if (consumed > 0 && !m_measure.takes(parsed)) {
+            consumed = -1;
+        }
         if (consumed > 0) {
             offset += static_cast<qsizetype>(consumed);
             if (parsed.entry) {

@@ -70,7 +70,7 @@ private:
     LineParser m_parseLine;
     WeakRef<FTPListControllerDelegate> m_delegate;
     QByteArray m_listData;
-    qint64 m_received = 0; ///< Bytes of this listing so far.
+    ListingMeasure m_measure; ///< Of this listing.
     qsizetype m_searched = 0; ///< So many bytes at the beginning of m_listData are known to hold no line end.
     QString m_status;
 };

@@ -243,6 +243,29 @@ TEST(ListingParserTest, AnswersAnErrorForALongerLine)
     EXPECT_LT(parseListingLine(line, now()).consumed, 0);
 }
 
+TEST(ListingMeasureTest, TakesAsMuchAsAFolderMayHaveOfEachKindAndNothingBeyond)
+{
+    ListingEntry longest;
+    longest.name = QString(ListingMeasure::mostOfNames - 10, u'n');
+    longest.link = QString(10, u'l');
+    ListingEntry shortest;
+    shortest.name = u"n"_s;
+    const ParsedListing none{ .consumed = ListingMeasure::mostPassedOver, .entry = {} };
+    ListingMeasure names;
+    ListingMeasure passedOver;
+    ListingMeasure items;
+
+    EXPECT_TRUE(names.takes({ .consumed = 1, .entry = longest }));
+    EXPECT_TRUE(names.takes(none));
+    EXPECT_FALSE(names.takes({ .consumed = 1, .entry = shortest }));
+    EXPECT_TRUE(passedOver.takes(none));
+    EXPECT_FALSE(passedOver.takes({ .consumed = 1, .entry = {} }));
+    for (qint64 count = 0; count < ListingMeasure::mostItems; ++count) {
+        ASSERT_TRUE(items.takes({ .consumed = 1, .entry = shortest }));
+    }
+    EXPECT_FALSE(items.takes({ .consumed = 1, .entry = shortest }));
+}
+
 TEST(ListingParserTest, BytesOfEveryValueDoNoHarm)
 {
     QByteArray all;

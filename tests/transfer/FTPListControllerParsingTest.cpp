@@ -137,6 +137,44 @@ TEST_F(FTPListControllerParsingTest, AnEndlessLineIsAParseError)
     EXPECT_EQ(m_delegate->calls.count(u"Receiving"_s), 33);
 }
 
+TEST_F(FTPListControllerParsingTest, AFolderOfManyItemsIsListedWholeHoweverManyBytesItsLinesHave)
+{
+    replaceController([](QByteArrayView bytes, const QDateTime&) {
+        ParsedListing parsed{ .consumed = bytes.indexOf('\n') + 1, .entry = {} };
+        if (parsed.consumed > 0) {
+            parsed.entry.emplace().name = u"a"_s;
+        }
+        return parsed;
+    });
+    startReceiving();
+    const QByteArray longLine = QByteArray(32767, 'x') + '\n';
+
+    for (int lines = 0; lines < 3000; ++lines) {
+        m_streams.last().sendBytes(longLine);
+    }
+
+    EXPECT_EQ(m_delegate->names().size(), 3000);
+    EXPECT_TRUE(m_controller->isReceiving());
+}
+
+TEST_F(FTPListControllerParsingTest, MoreThanAFolderHasThatPeopleHaveIsAParseErrorAndTheNextListingIsMeasuredAnew)
+{
+    for (int listings = 0; listings < 2; ++listings) {
+        startReceiving();
+        const QByteArray nonsense = QByteArray(32767, '?') + '\n';
+        m_streams.last().sendBytes(line("a"));
+
+        for (qint64 bytes = 0; bytes < ListingMeasure::mostPassedOver; bytes += nonsense.size()) {
+            EXPECT_TRUE(m_controller->isReceiving());
+            m_streams.last().sendBytes(nonsense);
+        }
+        EXPECT_TRUE(m_controller->isReceiving());
+        m_streams.last().sendBytes(nonsense);
+
+        EXPECT_EQ(m_delegate->calls.last(), u"Listing parse failed"_s);
+    }
+}
+
 TEST_F(FTPListControllerParsingTest, ALongLineIsNotReadAgainForEachOfItsBytes)
 {
     qint64 bytesOffered = 0;
