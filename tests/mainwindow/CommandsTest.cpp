@@ -1,4 +1,6 @@
+#include "Beeps.h"
 #include "ListingTable.h"
+#include "LoopSuspension.h"
 #include "ViewControllerTest.h"
 
 #include <QAction>
@@ -131,7 +133,7 @@ TEST_F(CommandsTest, KeysActOnTheSelectedRow)
     EXPECT_TRUE(m_controller->gc().isReceiving());
 }
 
-TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListed)
+TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListedAndWithoutOneThereIsABeep)
 {
     control<QLineEdit>("destinationTextField").setText(u"sub"_s);
     m_controller->startStopList(&button("startStopListButton"));
@@ -139,11 +141,15 @@ TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListed)
     entry.name = u"caf√©"_s;
     entry.rawName = "caf\xE9"_ba;
     m_controller->addListEntries({ entry });
+    const Beeps beeps;
+    m_controller->copyItemLocation();
+    EXPECT_EQ(beeps.count(), 1);
     table().selectRow(0);
     set({ { u"Address"_s, u"elsewhere"_s } });
 
     m_controller->copyItemLocation();
 
+    EXPECT_EQ(beeps.count(), 1);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/in/sub/caf%E9"_s);
 }
 
@@ -168,20 +174,36 @@ TEST_F(CommandsTest, TheSortMenuShowsAndSetsTheOrder)
     EXPECT_TRUE(action("sortAscendingAction").isChecked());
 }
 
-TEST_F(CommandsTest, FilesOnTheClipboardArePasted)
+TEST_F(CommandsTest, FilesOnTheClipboardArePastedAndWithoutAnyThereIsABeep)
 {
     const QString file = makeFile(u"a b"_s);
     QGuiApplication::clipboard()->setText(u"text"_s);
     EXPECT_FALSE(action("pasteFilesAction").isEnabled());
     copyFiles({ QUrl(u"https://host/page"_s) });
     EXPECT_FALSE(action("pasteFilesAction").isEnabled());
+    const Beeps beeps;
     m_controller->pasteFiles();
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(beeps.count(), 1);
 
     copyFiles({ QUrl::fromLocalFile(m_directory.path()), QUrl::fromLocalFile(file) });
     EXPECT_TRUE(action("pasteFilesAction").isEnabled());
     action("pasteFilesAction").trigger();
     EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ file });
+    EXPECT_EQ(beeps.count(), 1);
+}
+
+TEST_F(CommandsTest, FilesCopiedWhileTheLoopIsSuspendedCanBePastedAsSoonAsItIsResumed)
+{
+    QGuiApplication::clipboard()->setText(u"text"_s);
+    {
+        const LoopSuspension suspension;
+        copyFiles({ QUrl::fromLocalFile(makeFile(u"a"_s)) });
+        drainEventLoop();
+        EXPECT_FALSE(action("pasteFilesAction").isEnabled());
+    }
+
+    EXPECT_TRUE(waitFor([this] { return action("pasteFilesAction").isEnabled(); }));
 }
 
 TEST_F(CommandsTest, ChosenFilesAreUploadedAndTheChooserHoldsNothing)
@@ -197,6 +219,24 @@ TEST_F(CommandsTest, ChosenFilesAreUploadedAndTheChooserHoldsNothing)
     EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ file });
     tick();
     EXPECT_TRUE(m_controller->pc().isSending());
+}
+
+TEST_F(CommandsTest, TheChooserOpensInTheFolderOfTheFilesThatWereChosenLast)
+{
+    const auto openChooser = [this] {
+        action("openFilesAction").trigger();
+        return std::unique_ptr<QFileDialog>(m_controller->window().findChild<QFileDialog*>());
+    };
+    std::unique_ptr<QFileDialog> chooser = openChooser();
+    ASSERT_NE(chooser->directory(), QDir(m_directory.path()));
+    chooser->setDirectory(m_directory.path());
+    emit chooser->filesSelected({ makeFile(u"a"_s) });
+    chooser.reset();
+    QFileDialog().setDirectory(QDir::rootPath()); // Choosers without a folder begin where the last one of all was.
+
+    chooser = openChooser();
+
+    EXPECT_EQ(chooser->directory(), QDir(m_directory.path()));
 }
 
 TEST_F(CommandsTest, NoTwoCommandsShareAShortcut)

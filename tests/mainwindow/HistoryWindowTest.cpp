@@ -1,6 +1,7 @@
 #include "HistoryWindow.h"
 
 #include "HistoryText.h"
+#include "Metronome.h"
 #include "TextTable.h"
 #include "ViewControllerTest.h"
 
@@ -9,6 +10,10 @@
 #include <QHeaderView>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
 
 using Outcome = HistoryEntry::Outcome;
 
@@ -176,6 +181,23 @@ TEST_F(HistoryWindowTest, ItFollowsTheFileBeingSentUnlessTheUserLooksElsewhere)
     window.close();
     open();
     EXPECT_TRUE(isShown(201));
+}
+
+TEST_F(HistoryWindowTest, TheSummaryFollowsSoonButNotAtOnceAlsoWhileFilesKeepComing)
+{
+    open();
+    const auto summary = [this] { return part<QLabel>("summaryLabel").text(); };
+    const QString before = summary();
+    const Metronome fourTimesASecond(250ms);
+
+    m_controller->uploadFiles({ u"/nonexistent"_s });
+    EXPECT_EQ(summary(), before);
+    EXPECT_TRUE(waitFor([this, &summary, &before] {
+        m_controller->uploadFiles({ u"/nonexistent"_s });
+        return summary() != before;
+    }));
+
+    EXPECT_LE(fourTimesASecond.beats(), 4);
 }
 
 TEST_F(HistoryWindowTest, EscapeClosesIt)

@@ -42,6 +42,19 @@ TEST_F(ViewControllerHistoryTest, AFileOfTheQueueIsFollowedUntilTheServerHasConf
     EXPECT_TRUE(row(0).durationMs.has_value());
 }
 
+TEST_F(ViewControllerHistoryTest, TheSizeOfAConfirmedFileIsWhatWasSentAlsoWhereTheSystemKnowsNone)
+{
+    const QString file = u"/proc/version"_s;
+    ASSERT_EQ(QFile(file).size(), 0);
+    m_controller->uploadFiles({ file });
+    tick();
+
+    finishUpload();
+
+    EXPECT_GT(upload().written.size(), 0);
+    EXPECT_EQ(row(0).size, upload().written.size());
+}
+
 TEST_F(ViewControllerHistoryTest, WhatWasSentWithoutTheServersWordIsNotConfirmed)
 {
     startOne();

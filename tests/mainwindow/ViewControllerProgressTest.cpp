@@ -112,21 +112,27 @@ TEST_F(ViewControllerProgressTest, TheLastNumberOfAPauseIsShown)
     EXPECT_TRUE(waitFor([this] { return text("bytesFormattedTextField") == ViewController::stringForFileSize(2); }));
 }
 
-TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileAFileMoves)
+TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileOneFileMovesAlone)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     upload().sendOpenCompleted();
     qint64 step = 0;
-
-    EXPECT_TRUE(waitFor([this, &step] {
+    const auto toolTipAfterNextStep = [this, &step] {
         m_controller->percentDone(10);
         m_controller->bytesDone(static_cast<float>(++step * 1000));
-        return bar("percentProgressIndicator").toolTip().contains(u" left"_s);
-    }));
+        return bar("percentProgressIndicator").toolTip();
+    };
+    const auto speedIsTold = [&] { return toolTipAfterNextStep().contains(u" left"_s); };
+    const auto nothingIsTold = [&] { return toolTipAfterNextStep().isEmpty(); };
+    EXPECT_TRUE(waitFor(speedIsTold));
 
+    m_controller->startStopDownload(); // The numbers are by turns the one's and the other's.
+    EXPECT_TRUE(waitFor(nothingIsTold));
+    m_controller->startStopDownload();
+    EXPECT_TRUE(waitFor(speedIsTold));
     m_controller->stopButtonAction();
-    EXPECT_TRUE(waitFor([this] { return bar("percentProgressIndicator").toolTip().isEmpty(); }));
+    EXPECT_TRUE(waitFor(nothingIsTold));
 }
 
 } // namespace

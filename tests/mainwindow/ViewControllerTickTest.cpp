@@ -72,6 +72,19 @@ protected:
     }
 };
 
+TEST_F(ViewControllerTickTest, TheDateGrowsToItsTextAndNeverShrinks)
+{
+    auto& label = control<QLabel>("dateStringTextField");
+    label.setFixedSize(1, 1);
+    nextSecond();
+    const int needed = label.sizeHint().width();
+    EXPECT_GE(label.minimumWidth(), needed);
+
+    label.setFixedWidth(2 * needed);
+    nextSecond();
+    EXPECT_EQ(label.minimumWidth(), 2 * needed);
+}
+
 TEST_F(ViewControllerTickTest, TheTimerTicksAHundredTimesASecond)
 {
     constexpr int ticks = 20;
