@@ -25,7 +25,6 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
-#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -405,6 +404,18 @@ TEST_F(AppDelegateTest, QuittingAsksWhileFilesWaitAndCancelIsTheDefault)
     EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
 }
 
+TEST_F(AppDelegateTest, TheQuestionOpensAMinimizedWindow)
+{
+    launch();
+    m_controller->uploadFiles({ u"/a"_s });
+    m_controller->window().showMinimized();
+
+    m_controller->window().close();
+
+    EXPECT_FALSE(m_controller->window().isMinimized());
+    EXPECT_EQ(shownSheets().size(), 1);
+}
+
 TEST_F(AppDelegateTest, CancelGoesOnAndQuitEnds)
 {
     launch();
@@ -525,14 +536,13 @@ TEST_F(AppDelegateTest, WhoeverGoesOnAfterTheEndOfTheSessionWasCalledOffIsAskedA
 {
     launch();
     m_controller->uploadFiles({ u"/a"_s });
-    for (const QEvent::Type type : { QEvent::KeyPress, QEvent::MouseButtonPress }) {
+    for (const QEvent::Type type :
+         { QEvent::KeyPress, QEvent::MouseButtonPress, QEvent::TouchBegin, QEvent::TabletPress }) {
         m_delegate.sessionEnds();
 
-        if (type == QEvent::KeyPress) {
-            QTest::keyClick(&m_controller->window(), Qt::Key_Shift);
-        } else {
-            QTest::mouseClick(m_controller->window().centralWidget(), Qt::LeftButton);
-        }
+        QObject anybody;
+        QEvent input(type);
+        QCoreApplication::sendEvent(&anybody, &input);
         m_controller->window().close();
 
         EXPECT_TRUE(m_controller->window().isVisible());

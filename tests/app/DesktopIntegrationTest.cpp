@@ -129,6 +129,13 @@ TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeWhileAFileMovesAndNotLonger)
     EXPECT_TRUE(waitFor([this] { return !m_loginManager.isLocked(); }));
 }
 
+TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeBetweenTwoFiles)
+{
+    emit m_controller->activityChanged({ .isMoving = false, .isWaiting = true });
+
+    EXPECT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
+}
+
 TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeForADownloadToo)
 {
     m_controller->downloadFileTo(u"x"_s, m_directory.path());
