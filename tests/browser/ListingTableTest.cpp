@@ -3,15 +3,22 @@
 #include "Entries.h"
 #include "ListingModel.h"
 #include "Printers.h"
+#include "TableColumns.h"
 #include "WaitFor.h"
 
+#include <QFontDatabase>
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -92,6 +99,40 @@ TEST_F(ListingTableTest, TextsAreCentredInTheirRowsAndSizesStandOnTheRight)
     const QRect size = inkOf(1);
     EXPECT_NEAR(size.center().y(), 15, 3);
     EXPECT_GT(size.center().x(), m_table.columnWidth(1) / 2);
+}
+
+TEST_F(ListingTableTest, PermissionsAreWrittenInTheFixedFont)
+{
+    m_model.add({ fileEntry(u"a"_s) });
+    const int column = static_cast<int>(TableColumns::all.indexOf(TableColumns::mode));
+    const QString text = m_model.index(0, column).data().toString().trimmed();
+    const auto widthIn = [&text](const QFont& font) { return QFontMetrics(font).tightBoundingRect(text).width(); };
+    const int expected = widthIn(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    ASSERT_GT(std::abs(expected - widthIn(m_table.font())), 4);
+
+    EXPECT_NEAR(inkOf(column).width(), expected, 2);
+}
+
+TEST_F(ListingTableTest, TheTextOfTheSelectedRowHasTheColourForThat)
+{
+    QPalette palette = m_table.palette();
+    palette.setColor(QPalette::Text, Qt::black);
+    palette.setColor(QPalette::Highlight, Qt::white);
+    palette.setColor(QPalette::HighlightedText, Qt::red);
+    m_table.setPalette(palette);
+    m_model.add({ fileEntry(u"selected"_s) });
+    m_table.selectRow(0);
+
+    const QImage picture = m_table.viewport()->grab(m_table.visualRect(m_model.index(0, 0))).toImage();
+
+    int strongestRed = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QColor colour = picture.pixelColor(x, y);
+            strongestRed = std::max(strongestRed, colour.red() - colour.blue());
+        }
+    }
+    EXPECT_GT(strongestRed, 100);
 }
 
 TEST_F(ListingTableTest, AClickOnATitleSortsAndShowsTheArrow)
@@ -183,6 +224,31 @@ TEST_F(ListingTableTest, ASelectionThatComesBackLateLeavesTheScrollPositionAlone
 
     EXPECT_EQ(selectedName(), u"file 0150"_s);
     EXPECT_EQ(m_table.verticalScrollBar()->value(), 600);
+}
+
+TEST_F(ListingTableTest, WhoUsesTheTableDuringARefreshIsNotScrolledBackToTheFormerPlace)
+{
+    const QPoint place(10, 10);
+    const auto click = [this, place] { QTest::mouseClick(m_table.viewport(), Qt::LeftButton, {}, place); };
+    const auto turnTheWheel = [this, place] {
+        QWheelEvent turn(place, m_table.viewport()->mapToGlobal(place), {}, { 0, 120 }, {}, {}, Qt::NoScrollPhase,
+                         false);
+        QCoreApplication::sendEvent(m_table.viewport(), &turn);
+    };
+    const auto pressHome = [this] { press(Qt::Key_Home); };
+    for (const std::function<void()>& use : { std::function<void()>(click), { turnTheWheel }, { pressHome } }) {
+        m_model.clear();
+        m_model.add(numbered(0, 200));
+        m_table.verticalScrollBar()->setValue(3000);
+        m_model.clear();
+        m_model.add(numbered(0, 50));
+
+        use();
+        m_model.add(numbered(50, 200));
+        m_table.listingEnded();
+
+        EXPECT_LT(m_table.verticalScrollBar()->value(), 3000);
+    }
 }
 
 TEST_F(ListingTableTest, AfterADeletionTheKeyboardGoesOnFromThere)
@@ -341,6 +407,17 @@ TEST_F(ListingTableTest, HomeAndEndGoToTheFirstAndLastRow)
     EXPECT_EQ(m_table.selectedRow(), 49);
     press(Qt::Key_Home);
     EXPECT_EQ(m_table.selectedRow(), 0);
+}
+
+TEST_F(ListingTableTest, TabGoesToNoOtherCell)
+{
+    m_model.add(numbered(0, 3));
+    m_table.selectRow(1);
+    m_table.setFocus();
+
+    press(Qt::Key_Tab);
+
+    EXPECT_EQ(m_table.currentIndex(), m_model.index(1, 0));
 }
 
 TEST_F(ListingTableTest, AnEmptyTableSaysWhy)

@@ -458,6 +458,18 @@ TEST_F(PreferencesControllerTest, WhatCannotBeStoredStaysInThePanel)
     EXPECT_EQ(m_refreshes, QStringList{ u"host"_s });
 }
 
+TEST_F(PreferencesControllerTest, EachTimeThePanelOpensTheKeyboardIsInTheAddress)
+{
+    m_preferences.showPanel();
+    EXPECT_EQ(m_preferences.view()->focusWidget(), m_preferences.addressTextField());
+    m_preferences.passwordTextField()->setFocus();
+    m_preferences.view()->close();
+
+    m_preferences.showPanel();
+
+    EXPECT_EQ(m_preferences.view()->focusWidget(), m_preferences.addressTextField());
+}
+
 TEST_F(PreferencesControllerTest, ThePasswordIsHiddenUntilAskedFor)
 {
     set({ { u"Password"_s, u"secret"_s } });
