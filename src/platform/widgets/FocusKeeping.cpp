@@ -27,5 +27,4 @@ void setEnabledKeepingFocus(QWidget& control, bool isEnabled, QWidget& refuge)
     if (control.property(lent).toBool() && refuge.hasFocus()) {
         control.setFocus();
     }
-    control.setProperty(lent, false);
 }

@@ -3,6 +3,7 @@
 #include "Printers.h"
 
 #include <QTextDocument>
+#include <QTextOption>
 
 #include <gtest/gtest.h>
 
@@ -26,13 +27,18 @@ TEST(PlainToolTipTest, ShowsATextAsItStands)
     }
 }
 
-TEST(PlainToolTipTest, LongWordsBreakAnywhere)
+TEST(PlainToolTipTest, WordsOfFortyCharactersBreakAndShorterOnesDoNot)
 {
+    QTextOption betweenWords; // Where a tool tip breaks its lines.
+    betweenWords.setWrapMode(QTextOption::WordWrap);
     QTextDocument document;
+    document.setDefaultTextOption(betweenWords);
     document.setHtml(plainToolTip(QString(4000, u'x')));
     document.setTextWidth(400);
 
     EXPECT_LE(document.idealWidth(), 400);
+    const QString shortWord(39, u'x');
+    EXPECT_EQ(shown(plainToolTip(shortWord)), shortWord);
 }
 
 } // namespace

@@ -117,6 +117,16 @@ TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
     answerSheet();
 }
 
+TEST_F(SheetQueueTest, ALongTextBelowAShortTitleIsBrokenIntoLinesOfAComfortableWidth)
+{
+    raise(u"one"_s, u"word "_s.repeated(200));
+
+    const auto& label = *QApplication::activeModalWidget()->findChild<QLabel*>(u"qt_msgbox_informativelabel"_s);
+    EXPECT_GE(label.width(), 360);
+    EXPECT_LT(label.width(), 720);
+    answerSheet();
+}
+
 TEST_F(SheetQueueTest, ASheetsWindowIsNamedAfterItsTitle)
 {
     raise(u"one"_s);
