@@ -31,6 +31,8 @@ class Drag(FileManagerTest):
         with open(os.path.join(self.folder, name), "rb") as file:
             return file.read()
 
+
+class IntoAFolder(Drag):
     def test_a_row_dragged_into_a_folder_arrives_there(self):
         program = self.start_listed()
         manager = self.open_folder()
@@ -60,6 +62,8 @@ class Drag(FileManagerTest):
         self.wait_for_status(program, "Download succeeded")
         self.assertEqual(self.content_here("été %41.bin"), self.content)
 
+
+class Elsewhere(Drag):
     def test_a_row_dragged_to_where_files_are_extracted_arrives_there(self):
         program = self.start_listed()
         script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "extraction_target.py")
