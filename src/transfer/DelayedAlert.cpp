@@ -17,6 +17,9 @@ constexpr int delayMs = 1000;
 /// and tries again gets it again.
 constexpr int pauseMs = 900;
 
+/// A user who has seen the alert takes at least so long to ask again; a queue asks at once.
+constexpr int quickestUserMs = 250;
+
 std::function<void(const QString&, const QString&)>& installedPresenter()
 {
     static std::function<void(const QString&, const QString&)> presenter;
@@ -35,12 +38,21 @@ public:
         const auto run = std::find_if(m_runs.begin(), m_runs.end(), [&](const Run& each) {
             return each.message == message && each.informative == informative;
         });
-        if (run != m_runs.end()) {
-            run->end.setRemainingTime(pauseMs);
-            return false;
+        if (run == m_runs.end()) {
+            m_runs.append({ message, informative, QDeadlineTimer(pauseMs) });
+            return true;
         }
-        m_runs.append({ message, informative, QDeadlineTimer(pauseMs) });
-        return true;
+        const auto sinceRequest = pauseMs - run->end.remainingTime();
+        run->end.setRemainingTime(pauseMs);
+        return std::exchange(run->isShown, false) && sinceRequest >= quickestUserMs;
+    }
+    /// The alert is shown to the user, who may answer it and try again.
+    void noteShown(const QString& message, const QString& informative)
+    {
+        const std::lock_guard lock(m_mutex);
+        for (Run& run : m_runs) {
+            run.isShown = run.isShown || (run.message == message && run.informative == informative);
+        }
     }
     void forget()
     {
@@ -53,6 +65,7 @@ private:
         QString message;
         QString informative;
         QDeadlineTimer end; ///< Unless somebody asks before.
+        bool isShown = false; ///< Since the last request.
     };
 
     std::mutex m_mutex;
@@ -76,6 +89,7 @@ void ShowAlertAfterDelay(const QString& message, const QString& informative)
         // A copy: the presenter may install another one.
         const auto presenter = installedPresenter();
         if (presenter != nullptr) {
+            alertRuns().noteShown(message, informative);
             presenter(message, informative);
         }
     });

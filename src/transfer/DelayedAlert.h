@@ -6,7 +6,8 @@
 
 /// Shows a warning with one button, "OK", one second later: hands both texts on the main thread to the presenter that
 /// is installed then. Requests for the same alert that follow one another without a pause of nearly a second are told
-/// of once, a second after the first. Safe from any thread.
+/// of once, a second after the first; but a user who tries again after it was shown is told again. Safe from any
+/// thread.
 void ShowAlertAfterDelay(const QString& message, const QString& informative);
 
 /// Installs what shows delayed alerts, given the message and the informative text. Without one they are dropped. To a

@@ -144,6 +144,19 @@ TEST_F(NetworkManagerTest, AnAlertIsShownAgainToWhomeverTriesAgainAfterIt)
     }
 }
 
+TEST_F(NetworkManagerTest, AnAlertThatWasShownIsShownAgainAlsoToWhomeverTriesAgainSoon)
+{
+    ShowAlertAfterDelay(u"a"_s, u"b"_s);
+    passAlertDelays();
+    EXPECT_EQ(m_alerts.size(), 1);
+    EXPECT_FALSE(waitFor([this] { return m_alerts.size() > 1; }, 300ms)); // To read it, and to answer.
+
+    ShowAlertAfterDelay(u"a"_s, u"b"_s);
+    passAlertDelays();
+
+    EXPECT_EQ(m_alerts.size(), 2);
+}
+
 TEST_F(NetworkManagerTest, AlertsAreDroppedWhenNobodyShowsThem)
 {
     ShowAlertAfterDelay(u"a"_s, u"b"_s);
