@@ -1,10 +1,11 @@
 #!/usr/bin/python3
 """Runs a real FTP server for a test:  real_server.py MAKE ROOT [ADDRESS [PORT]] [--tls PEM [VERSION]]  (makes: vsftpd,
-proftpd, pyftpdlib, pure-ftpd)
+proftpd, pyftpdlib, pure-ftpd, inetutils, netkit, twisted)
 
 The server listens on a free port of 127.0.0.1, or on the address and the port given, and serves the folder ROOT, which
-is where its login begins. Uploading, overwriting, creating and deleting are allowed. Configuration and login are made up for this run; the machine's
-accounts play no part, and it works for any user.
+is where its login begins. Uploading, overwriting, creating and deleting are allowed. Configuration and login are made up
+for this run; the machine's accounts play no part. It works for any user, but for pure-ftpd, inetutils and netkit, which
+only root can start.
 
 With --tls the server refuses unencrypted logins and data, shows the certificate in PEM, which holds its key too,
 and speaks TLS of VERSION (1.2 or 1.3) alone, or of any version. vsftpd and proftpd take data connections only in the
@@ -13,7 +14,7 @@ session of the control connection.
 When the server takes logins, one line "port N user U password P" is printed. The server ends when stdin closes, on
 SIGTERM, or with its parent.
 
-vsftpd and proftpd come from build/servers, where scripts/fetch-test-servers puts them, or else from the system.
+Servers come from build/servers, where scripts/fetch-test-servers puts them, or else from the system.
 """
 
 import ftplib

@@ -9,6 +9,8 @@ import shutil
 import subprocess
 import sys
 
+import system_accounts
+
 FETCHED = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", "..", "build", "servers"))
 
 
@@ -211,10 +213,57 @@ class Pyftpdlib:
     user = "tester"
 
     def prepare(self, login, root, folder):
-        program = os.path.join(os.path.dirname(os.path.abspath(__file__)), "pyftpdlib_server.py")
+        program = _script("pyftpdlib_server.py")
         password = _write(folder, "password", login.password)
         pem = [login.tls.pem] if login.tls is not None else []
         return [sys.executable, program, login.address, str(login.port), login.user, password, root, *pem]
+
+
+class Twisted:
+    user = "tester"
+
+    def prepare(self, login, root, folder):
+        if login.tls is not None:
+            raise OSError("the server of Twisted does not encrypt")
+        password = _write(folder, "password", login.password)
+        return [sys.executable, _script("twisted_server.py"), login.address, str(login.port), login.user, password, root]
+
+
+class _Inetd:
+    """A server that takes one connection from its standard input and logs in users of the system."""
+
+    user = "tester"
+    program = ""
+    arguments = []
+
+    def __init__(self):
+        self._path = _program(self.program)
+        if os.getuid() != 0:
+            raise OSError(f"{self.program} logs in users of the system, which takes root; run the tests as root")
+
+    def prepare(self, login, root, folder):
+        accounts = os.path.join(folder, "accounts")
+        system_accounts.write(accounts, login.user, _crypt(login.password), root)
+        if login.tls is not None:
+            raise OSError(f"{self.program} does not encrypt")
+        words = [login.address, str(login.port), accounts, self._path, *self.arguments]
+        return [sys.executable, _script("inetd_server.py"), *words]
+
+
+class InetutilsFtpd(_Inetd):
+    program = "ftpd"
+    arguments = ["--umask=022"]
+
+
+class NetkitFtpd(_Inetd):
+    """Debian 12's agrees to encryption, but never reads the certificate that it is given, and so ends each handshake."""
+
+    program = "in.ftpd"
+    arguments = ["-n", "-u", "022"]
+
+
+def _script(name):
+    return os.path.join(os.path.dirname(os.path.abspath(__file__)), name)
 
 
 def _crypt(password):
@@ -224,4 +273,12 @@ def _crypt(password):
     return crypt(password.encode(), b"$6$" + os.urandom(6).hex().encode() + b"$").decode()
 
 
-MAKES = {"vsftpd": Vsftpd, "proftpd": Proftpd, "pyftpdlib": Pyftpdlib, "pure-ftpd": PureFtpd}
+MAKES = {
+    "vsftpd": Vsftpd,
+    "proftpd": Proftpd,
+    "pyftpdlib": Pyftpdlib,
+    "pure-ftpd": PureFtpd,
+    "inetutils": InetutilsFtpd,
+    "netkit": NetkitFtpd,
+    "twisted": Twisted,
+}

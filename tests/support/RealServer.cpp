@@ -2,7 +2,7 @@
 
 using namespace Qt::StringLiterals;
 
-std::vector<ServerMake> allServerMakes()
+std::vector<ServerMake> usualServerMakes()
 {
     return { ServerMake::Vsftpd, ServerMake::Proftpd, ServerMake::Pyftpdlib };
 }
@@ -16,6 +16,14 @@ QString nameOf(ServerMake make)
         return u"proftpd"_s;
     case ServerMake::Pyftpdlib:
         return u"pyftpdlib"_s;
+    case ServerMake::PureFtpd:
+        return u"pure-ftpd"_s;
+    case ServerMake::Inetutils:
+        return u"inetutils"_s;
+    case ServerMake::Netkit:
+        return u"netkit"_s;
+    case ServerMake::Twisted:
+        return u"twisted"_s;
     }
     Q_UNREACHABLE();
 }

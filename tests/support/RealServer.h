@@ -8,11 +8,13 @@
 #include <ostream>
 #include <vector>
 
-/// The makes of FTP servers that the tests run.
-enum class ServerMake { Vsftpd, Proftpd, Pyftpdlib };
+/// The makes of FTP servers that the tests run. The first three encrypt, and all but PureFtpd, Inetutils and Netkit run
+/// for everybody; these take root.
+enum class ServerMake { Vsftpd, Proftpd, Pyftpdlib, PureFtpd, Inetutils, Netkit, Twisted };
 
-std::vector<ServerMake> allServerMakes();
-/// The name of @p make's program, in letters only.
+/// The ones that run for everybody and encrypt: the first three.
+std::vector<ServerMake> usualServerMakes();
+/// The name by which real_server.py knows @p make.
 QString nameOf(ServerMake make);
 void PrintTo(ServerMake make, std::ostream* out); // NOLINT(readability-identifier-naming): GoogleTest's name
 

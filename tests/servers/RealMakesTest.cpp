@@ -1,0 +1,206 @@
+// What every make of server must do with us, unencrypted and, where it can, encrypted: the others in this folder look
+// more closely at three of them.
+
+#include "EngineStreamFactory.h"
+#include "FTPEngine.h"
+#include "Printers.h"
+#include "RealServer.h"
+#include "StreamRecorder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSet>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Make {
+    ServerMake make;
+    bool isEncrypted = false;
+};
+
+void PrintTo(const Make& make, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
+{
+    *out << nameOf(make.make).toStdString() << (make.isEncrypted ? ", encrypted" : "");
+}
+
+class RealMakesTest : public testing::TestWithParam<Make> {
+protected:
+    struct Item {
+        QString name;
+        qsizetype size;
+    };
+    /// Names that have gone wrong somewhere: in locations, in command lines, in listings.
+    static QList<Item> awkwardItems()
+    {
+        return { { u"two blanks  in it.txt"_s, 1 },
+                 { u"double \" and single ' quotes"_s, 2 },
+                 { u"\"quoted\""_s, 100 },
+                 { u"%41"_s, 32'767 },
+                 { u"50% off #1"_s, 32'768 },
+                 { u"file;type=a"_s, 32'769 },
+                 { u"why?.txt"_s, 0 },
+                 { u"-rf"_s, 65'536 },
+                 { u"a*b[c]{d}\\e"_s, 1000 },
+                 { u"~home"_s, 1000 },
+                 { u".hidden"_s, 1000 },
+                 { u"trailing dot."_s, 1000 },
+                 { u"a:b|c<d>e&f"_s, 1000 },
+                 { u"Gr\u00F6\u00DFe \u00E9t\u00E9.txt"_s, 1000 },
+                 { u"e\u0301 decomposed"_s, 1000 },
+                 { u"\u4E2D\u6587\u6587\u4EF6"_s, 1000 },
+                 { u"\U0001F600.txt"_s, 1000 },
+                 { QString(200, u'n'), 1000 },
+                 { u"large"_s, 8'000'000 } };
+    }
+
+    /// Bytes without a period, that differ by name.
+    static QByteArray bytesOf(const Item& item)
+    {
+        QByteArray bytes(item.size, Qt::Uninitialized);
+        quint32 state = 2463534242U ^ static_cast<quint32>(qHash(item.name, 1));
+        for (char& byte : bytes) {
+            state ^= state << 13U;
+            state ^= state >> 17U;
+            state ^= state << 5U;
+            byte = static_cast<char>(state);
+        }
+        return bytes;
+    }
+
+    QString location(const QString& path) const
+    {
+        return m_server->location(QString::fromLatin1(QUrl::toPercentEncoding(path, "/")));
+    }
+
+    /// The last of the reports of @p stream.
+    QString run(std::unique_ptr<FTPStream> stream)
+    {
+        if (GetParam().isEncrypted) {
+            EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
+            stream->setTrustedCertificates({ m_certificate.fingerprint() });
+        }
+        m_recorder.start(std::move(stream), m_server->userName(), m_server->password());
+        return m_recorder.waitForEnd().last();
+    }
+    QString upload(const QString& path, const QByteArray& bytes)
+    {
+        m_recorder.data = bytes;
+        return run(m_streams.createUploadStream(location(path), bytes.size()));
+    }
+    QString download(const QString& path)
+    {
+        m_recorder.data.clear();
+        return run(m_streams.createDownloadStream(location(path)));
+    }
+    QString list(const QString& path)
+    {
+        m_recorder.data.clear();
+        return run(m_streams.createListingStream(location(path)));
+    }
+    /// Whether the server's rules forbid @p name.
+    static bool isRefused(const QString& name)
+    {
+        return GetParam().make == ServerMake::PureFtpd && name.contains(u'\\');
+    }
+    /// What the server calls a file that was sent as @p name.
+    static QString nameOnDisk(const QString& name)
+    {
+        // It takes the bytes of a name for characters.
+        return GetParam().make == ServerMake::Twisted ? QString::fromLatin1(name.toUtf8()) : name;
+    }
+    bool holds(const QString& path, const QByteArray& bytes) const
+    {
+        QFile file(m_server->path(path));
+        return file.open(QIODevice::ReadOnly) && file.readAll() == bytes;
+    }
+    QSet<QString> namesOnDisk() const
+    {
+        const QStringList names
+            = QDir(m_server->root()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        return QSet<QString>(names.begin(), names.end());
+    }
+
+    TestCertificate m_certificate = TestCertificate::selfSigned();
+    std::unique_ptr<RealServer> m_server = GetParam().isEncrypted
+        ? std::make_unique<RealServer>(GetParam().make, m_certificate, QString())
+        : std::make_unique<RealServer>(GetParam().make);
+    FTPEngine m_engine;
+    EngineStreamFactory m_streams{ m_engine };
+    StreamRecorder m_recorder;
+};
+
+TEST_P(RealMakesTest, WhatIsSaidToHaveArrivedIsOnTheServersDisk)
+{
+    QSet<QString> expected;
+    for (const Item& item : awkwardItems()) {
+        SCOPED_TRACE(item.name.toStdString());
+        const QByteArray bytes = bytesOf(item);
+        if (isRefused(item.name)) {
+            EXPECT_EQ(upload(item.name, bytes), u"FTP 553"_s);
+            continue;
+        }
+        expected.insert(nameOnDisk(item.name));
+
+        EXPECT_EQ(upload(item.name, bytes), u"end"_s);
+        EXPECT_TRUE(holds(nameOnDisk(item.name), bytes));
+        EXPECT_EQ(download(item.name), u"end"_s);
+        EXPECT_TRUE(m_recorder.data == bytes);
+    }
+    EXPECT_EQ(namesOnDisk(), expected);
+}
+
+TEST_P(RealMakesTest, TheListingHasTheNamesAndSizes)
+{
+    for (const Item& item : awkwardItems()) {
+        QFile file(m_server->path(item.name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytesOf(item));
+    }
+
+    EXPECT_EQ(list(u""_s), u"end"_s);
+
+    QStringList missing;
+    for (const Item& item : awkwardItems()) {
+        const bool isHidden = item.name.startsWith(u'.'); // Some servers list such files, some do not.
+        if (!isHidden && !m_recorder.data.contains(item.name.toUtf8())) {
+            missing.append(item.name);
+        }
+    }
+    EXPECT_EQ(missing, QStringList());
+    EXPECT_TRUE(m_recorder.data.contains("8000000"));
+}
+
+TEST_P(RealMakesTest, AFolderIsCreatedAndTakesFiles)
+{
+    EXPECT_EQ(run(m_streams.createFolderStream(location(u"new folder"_s))), u"created"_s);
+    EXPECT_TRUE(QFileInfo(m_server->path(u"new folder"_s)).isDir());
+
+    EXPECT_EQ(upload(u"new folder/file"_s, "bytes"), u"end"_s);
+
+    EXPECT_TRUE(holds(u"new folder/file"_s, "bytes"));
+    EXPECT_TRUE(list(u"new folder/"_s) == u"end"_s && m_recorder.data.contains("file"));
+    EXPECT_NE(run(m_streams.createFolderStream(location(u"new folder"_s))), u"created"_s);
+    EXPECT_NE(upload(u"no such folder/file"_s, "bytes"), u"end"_s);
+}
+
+std::string nameOfTest(const testing::TestParamInfo<Make>& tested)
+{
+    return nameOf(tested.param.make).remove(u'-').toStdString() + (tested.param.isEncrypted ? "Encrypted" : "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, RealMakesTest,
+                         testing::Values(Make{ ServerMake::Vsftpd }, Make{ ServerMake::Vsftpd, true },
+                                         Make{ ServerMake::Proftpd }, Make{ ServerMake::Proftpd, true },
+                                         Make{ ServerMake::Pyftpdlib }, Make{ ServerMake::Pyftpdlib, true },
+                                         Make{ ServerMake::PureFtpd }, Make{ ServerMake::Inetutils },
+                                         Make{ ServerMake::Netkit }, Make{ ServerMake::Twisted }),
+                         nameOfTest);
+
+} // namespace
