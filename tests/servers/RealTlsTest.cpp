@@ -4,6 +4,7 @@
 #include "ConnectionPool.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
+#include "LoopTurns.h"
 #include "Printers.h"
 #include "RealServer.h"
 #include "StreamRecorder.h"
@@ -146,6 +147,22 @@ TEST_P(RealTlsTest, ManySmallFilesFollowEachOther)
         ASSERT_TRUE(holds(u"file %1"_s.arg(i), bytesOfSize(4096 + i)));
     }
     EXPECT_EQ(m_engine.pool().connectionCount(), 1);
+}
+
+TEST_P(RealTlsTest, NoTurnOfTheLoopIsLongWhileConnectionsAreMade)
+{
+    const LoopTurns turns;
+
+    for (int i = 0; i < 5; ++i) {
+        FTPEngine engine; // Each makes a control connection and a data connection.
+        EngineStreamFactory streams(engine);
+        m_recorder.data = "x";
+        ASSERT_EQ(run(streams.createUploadStream(m_server.location(u"file"_s), 1)).last(), u"end"_s);
+        m_recorder.close();
+    }
+
+    RecordProperty("longestTurn", std::to_string(turns.longestMilliseconds()));
+    EXPECT_LT(turns.longestMilliseconds(), 10);
 }
 
 TEST_P(RealTlsTest, ADownloadThatIsGivenUpCostsNoSession)
