@@ -68,6 +68,7 @@ TEST_F(NotifierTest, AClickOnItIsReportedAndOneOnAnotherProgramsIsNot)
     serve();
     invoke(0, u"default"_s); // What is not shown yet has no number.
     showOne();
+    EXPECT_TRUE(m_activated.isEmpty()); // The service has sent the click first.
 
     invoke(8, u"default"_s);
     invoke(7, u"other"_s);
@@ -84,6 +85,21 @@ TEST_F(NotifierTest, WithoutAServiceNothingHappens)
     serve();
     showOne();
     EXPECT_EQ(m_service.replaced, QList<uint>{ 0 });
+}
+
+TEST_F(NotifierTest, WhatAServiceHasShownIsNotReplacedAfterItWasGone)
+{
+    serve();
+    showOne();
+    QDBusConnection service = m_bus.serviceConnection();
+    ASSERT_TRUE(service.unregisterService(NotificationService::name));
+    m_notifier.show(u"Done"_s, QString());
+    ASSERT_TRUE(waitFor([this] { return isAnswered(); }));
+
+    ASSERT_TRUE(service.registerService(NotificationService::name));
+    showOne();
+
+    EXPECT_EQ(m_service.replaced, (QList<uint>{ 0, 0 }));
 }
 
 } // namespace
