@@ -245,6 +245,7 @@ TEST_F(TableDraggingTest, TheTableShowsThatItTakesADropAsLongAsTheDragIsOverIt)
     QApplication::sendEvent(table().viewport(), &leave);
     EXPECT_EQ(picture(), calm);
 
+    enter({ 40, 40 });
     drop();
     EXPECT_EQ(picture(), calm);
     m_data.clear();
@@ -348,6 +349,24 @@ TEST_F(TableDraggingTest, TheDraggedItemIsMeantWhereverItStandsAtTheDrop)
         bring("bytes");
         EXPECT_EQ(contents(dragged), "bytes");
     }
+    table().setDragging(m_controller.get());
+}
+
+TEST_F(TableDraggingTest, TheDraggedItemIsMeantAndNotAnotherOneThatShowsTheSameName)
+{
+    PromiseKeeper keeper(*m_controller);
+    table().setDragging(&keeper);
+    dragFirstRow();
+    m_controller->listFTPDestination();
+    ListingEntry other;
+    other.name = u"a.txt"_s;
+    other.rawName = "other"_ba;
+    m_controller->addListEntries({ other });
+
+    table().findChild<DragExtraction*>()->extractSelectedFilesTo(out());
+
+    ASSERT_TRUE(waitFor([this] { return m_controller->gc().isReceiving(); }));
+    EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/a.txt"_s);
     table().setDragging(m_controller.get());
 }
 
