@@ -1,5 +1,6 @@
 #include "DefaultApplication.h"
 
+#include "OpenedUrls.h"
 #include "Printers.h"
 
 #include <QFile>
@@ -52,6 +53,24 @@ TEST(DefaultApplicationTest, DocumentsAreNoPrograms)
            Case{ u"a.html"_s, "<html>" }, Case{ u"noname"_s, "" }, Case{ u"a.zip"_s, "PK\3\4" } }) {
         EXPECT_FALSE(isProgram(item)) << item.name.toStdString();
     }
+}
+
+TEST(DefaultApplicationTest, DocumentsAreOpenedAndProgramsAreNot)
+{
+    const QTemporaryDir directory;
+    const OpenedUrls opened(u"file"_s);
+    const QString document = directory.filePath(u"a.txt"_s);
+    const QString program = directory.filePath(u"a.sh"_s);
+    for (const QString& path : { document, program }) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("text");
+    }
+
+    EXPECT_TRUE(DefaultApplication::open(document));
+    EXPECT_FALSE(DefaultApplication::open(program));
+
+    EXPECT_EQ(opened.localPaths(), QStringList{ document });
 }
 
 } // namespace
