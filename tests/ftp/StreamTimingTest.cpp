@@ -41,14 +41,14 @@ TEST_F(StreamTimingTest, ASlowLineKeepsAnUploadAliveWhileTheServerTakesIn)
 
 TEST_F(StreamTimingTest, ASlowLineKeepsAWholeUploadAliveWhileTheServerTakesIn)
 {
-    m_timeouts.confirmation = 400ms;
+    m_timeouts.stalledData = 400ms;
     m_dataPeer.limitReceiveBuffer(32'768);
     const QByteArray data(1'000'000, 'x'); // All of which the system takes at once.
     startUpload(u"/f"_s, data);
     auto control = open("STOR f");
     QByteArray got;
 
-    EXPECT_TRUE(goOnBeyond(m_timeouts.confirmation, [this, &got] { got += m_data->receive(30'000); }));
+    EXPECT_TRUE(goOnBeyond(m_timeouts.stalledData, [this, &got] { got += m_data->receive(30'000); }));
 
     got += m_data->receiveToEnd();
     EXPECT_TRUE(got == data);
