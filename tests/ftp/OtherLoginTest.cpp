@@ -136,6 +136,22 @@ TEST_F(OtherLoginTest, ALoginInUseIsWaitedForAndNotSentAway)
     EXPECT_NE(serveBen(), nullptr);
 }
 
+TEST_F(OtherLoginTest, ALoginThatIsLostMakesRoomWhateverOtherConnectionsThereAre)
+{
+    m_timeouts.reply = 1h; // None of the others goes.
+    startUpload(u"/another"_s, "1");
+    reopen(*m_annas, "STOR another");
+    start(m_factory.createUploadStream(m_peer.location(u"/third"_s), 1), m_bensOther, u"cleo"_s);
+    const auto cleos = accept();
+    startAsBen(m_bens);
+    refuseLogin();
+
+    m_annas->reset();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
+    EXPECT_NE(serveBen(), nullptr);
+}
+
 TEST_F(OtherLoginTest, ALoginThatIsNotGivenUpIsWaitedForNoLongerThanTheLimit)
 {
     m_timeouts.login = 100ms;
