@@ -3,6 +3,7 @@
 #include "FileInputStream.h"
 #include "FileOutputStream.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -58,6 +59,24 @@ TEST_F(FileStreamTest, InputReadsTheWholeFileAndThenTheEnd)
     EXPECT_EQ(stream->read(m_buffer), 2);
     EXPECT_EQ(m_buffer[1], '9');
     EXPECT_EQ(stream->read(m_buffer), 0);
+}
+
+TEST_F(FileStreamTest, ProgramsThatAreStartedMeanwhileInheritNoFile)
+{
+    const auto input = FileInputStream::create(makeFile(u"in"_s, "text"));
+    FileOutputStream output(path(u"out"_s));
+    output.open();
+
+    for (const QString& name : { u"in"_s, u"out"_s }) {
+        int found = 0;
+        for (const QFileInfo& descriptor : QDir(u"/proc/self/fd"_s).entryInfoList(QDir::Files)) {
+            if (descriptor.symLinkTarget() == QFileInfo(path(name)).canonicalFilePath()) {
+                ++found;
+                EXPECT_EQ(fcntl(descriptor.fileName().toInt(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+            }
+        }
+        EXPECT_EQ(found, 1) << name.toStdString();
+    }
 }
 
 TEST_F(FileStreamTest, InputOfAnEmptyFileIsAtItsEndAtOnce)
