@@ -249,7 +249,9 @@ TEST_F(ListingTableTest, WhoUsesTheTableDuringARefreshIsNotScrolledBackToTheForm
     for (const std::function<void()>& use : { std::function<void()>(click), { turnTheWheel }, { pressHome } }) {
         m_model.clear();
         m_model.add(numbered(0, 200));
+        drainEventLoop();
         m_table.verticalScrollBar()->setValue(3000);
+        ASSERT_EQ(m_table.verticalScrollBar()->value(), 3000);
         m_model.clear();
         m_model.add(numbered(0, 3));
 
