@@ -29,6 +29,9 @@ public:
 TextTable::TextTable(QWidget* parent)
     : QTableView(parent)
 {
+    m_descriptionTimer.setSingleShot(true);
+    m_descriptionTimer.setInterval(200);
+    connect(&m_descriptionTimer, &QTimer::timeout, this, &TextTable::describe);
     setItemDelegate(new ListingDelegate(this));
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -53,8 +56,34 @@ void TextTable::setEmptyText(const QString& text)
 {
     if (m_emptyText != text) {
         m_emptyText = text;
-        setAccessibleDescription(text);
+        describe();
         viewport()->update();
+    }
+}
+
+void TextTable::setModel(QAbstractItemModel* model)
+{
+    if (this->model() != nullptr) {
+        this->model()->disconnect(&m_descriptionTimer);
+    }
+    QTableView::setModel(model);
+    const auto describeLater = [this] {
+        if (!m_descriptionTimer.isActive()) {
+            m_descriptionTimer.start();
+        }
+    };
+    connect(model, &QAbstractItemModel::rowsInserted, &m_descriptionTimer, describeLater);
+    connect(model, &QAbstractItemModel::rowsRemoved, &m_descriptionTimer, describeLater);
+    connect(model, &QAbstractItemModel::modelReset, &m_descriptionTimer, describeLater);
+    describe();
+}
+
+void TextTable::describe()
+{
+    const int rows = model() != nullptr ? model()->rowCount() : 0;
+    const QString text = rows == 0 ? m_emptyText : rows == 1 ? u"1 row"_s : u"%1 rows"_s.arg(rows);
+    if (text != accessibleDescription()) {
+        setAccessibleDescription(text);
     }
 }
 

@@ -2,9 +2,10 @@
 
 #include <QString>
 #include <QTableView>
+#include <QTimer>
 
 /// A table of lines as this program shows them: rows alternate, there is no grid, the keyboard's place is framed, and
-/// an empty table can say why it is empty.
+/// an empty table can say why it is empty. Its accessible description says that too, or how many rows there are.
 class TextTable : public QTableView {
     Q_OBJECT
 
@@ -15,6 +16,8 @@ public:
     const QString& emptyText() const { return m_emptyText; }
     void setEmptyText(const QString& text);
 
+    void setModel(QAbstractItemModel* model) override;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
@@ -24,7 +27,10 @@ protected:
     virtual int highlightWidth() const { return hasFocus() ? 2 : 0; }
 
 private:
+    void describe();
+
     QString m_emptyText;
+    QTimer m_descriptionTimer; ///< Rows come in many small portions.
 };
 
 /// The width of a column of @p table that shows @p text whole, in device-independent pixels.

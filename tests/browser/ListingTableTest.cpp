@@ -440,6 +440,21 @@ TEST_F(ListingTableTest, AnEmptyTableSaysWhy)
     EXPECT_EQ(m_table.viewport()->grab().toImage(), full);
 }
 
+TEST_F(ListingTableTest, ScreenReadersHearHowManyRowsThereAreOrWhyThereAreNone)
+{
+    const auto isDescribedAs
+        = [this](const QString& words) { return waitFor([&] { return m_table.accessibleDescription() == words; }); };
+    m_table.setEmptyText(u"Empty folder"_s);
+    m_model.add(numbered(0, 1));
+    EXPECT_TRUE(isDescribedAs(u"1 row"_s));
+
+    m_model.add(numbered(1, 1000));
+    EXPECT_TRUE(isDescribedAs(u"1000 rows"_s));
+
+    m_model.clear();
+    EXPECT_TRUE(isDescribedAs(u"Empty folder"_s));
+}
+
 TEST_F(ListingTableTest, OddNamesKeepTheirRows)
 {
     m_model.add({ fileEntry(QString(1'000'000, u'x')), fileEntry(u"مرحبا بالعالم.txt"_s), fileEntry(u"a\nb"_s) });
