@@ -207,6 +207,16 @@ class Start(WindowTest):
         self.assertEqual(for_version.exit_code(), 0)
         self.assertRegex(for_version.output(), r"^Quillbox \d+\.\d+\.\d+\n$")
 
+    def test_files_named_like_options_of_the_toolkit_are_files(self):
+        self.settings()
+        names = ("-platform", "nowhere", "-style")
+        for name in names:
+            self.file(name, name.encode())
+
+        self.launch("--", *names, folder=self.folder)
+
+        self.wait_for_files(*names)
+
     def test_an_unknown_option_is_refused(self):
         program = self.launch("--no-such-option")
 
