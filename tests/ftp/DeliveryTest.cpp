@@ -1,5 +1,40 @@
 #include "StreamTest.h"
 
+#include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace {
+
+/// Called once, with the socket, when it has been asked how much is unacknowledged, before the answer is given.
+std::function<void(int socket)>& afterCount()
+{
+    static std::function<void(int)> call;
+    return call;
+}
+
+} // namespace
+
+// The linker leads the calls to __wrap_NAME and those of __real_NAME to the system: its names, not ours.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+extern "C" {
+
+int __real_ioctl(int descriptor, unsigned long request, void* argument);
+int __wrap_ioctl(int descriptor, unsigned long request, void* argument);
+
+int __wrap_ioctl(int descriptor, unsigned long request, void* argument)
+{
+    const int result = __real_ioctl(descriptor, request, argument);
+    if (request == SIOCOUTQ && afterCount() != nullptr) {
+        std::exchange(afterCount(), nullptr)(descriptor);
+    }
+    return result;
+}
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+
 namespace {
 
 /// An upload is done when the server has said so and its TCP has acknowledged every byte and our end, whatever the
@@ -90,6 +125,26 @@ TEST_P(DeliveryTest, AConfirmationWaitsForTheAcknowledgementAlsoWithoutTheServer
     EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 200ms));
 
     m_data->acknowledgeAgain();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(DeliveryTest, AConnectionThatEndsBehindTheLastAcknowledgementHasDelivered)
+{
+    auto control = beginUnacknowledged(5);
+    bool hasClosed = false;
+    afterCount() = [this, &hasClosed](int socket) {
+        m_data->acknowledgeAgain();
+        m_data->receiveToEnd();
+        m_data->close();
+        hasClosed = waitFor([socket] {
+            tcp_info info{};
+            socklen_t size = sizeof info;
+            return getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 && info.tcpi_state == TCP_CLOSE;
+        });
+    };
+    EXPECT_TRUE(waitFor([&hasClosed] { return hasClosed; }));
+    control->say("226 Got it");
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }

@@ -280,8 +280,10 @@ bool DataConnection::isDelivered() const
 
 void DataConnection::checkDelivery()
 {
+    // Asked first: the last acknowledgement and the end may come between the two questions.
+    const bool isOver = ::isOver(m_socket);
     const bool isDelivered = waitingBytes() == 0;
-    if (m_gate.isClosed() || (!isDelivered && !isOver(m_socket))) {
+    if (m_gate.isClosed() || (!isDelivered && !isOver)) {
         m_deliveryCheck.start(
             std::min(2 * m_deliveryCheck.intervalAsDuration(), std::chrono::milliseconds(slowestDeliveryCheck)));
     } else if (isDelivered) {
