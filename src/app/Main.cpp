@@ -66,8 +66,8 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
     const CommandLine commandLine = readCommandLine(argc, argv);
 
-    // The toolkit has options of its own, which it reads behind "--" too: with files of such names somebody else's folder
-    // would choose the plug-ins that are loaded.
+    // The toolkit has options of its own, which it reads behind "--" too: by files of such names a folder of somebody
+    // else's would choose the plug-ins that are loaded.
     int wordsForToolkit = 1;
     const QApplication application(wordsForToolkit, argv);
     ProgramIdentity::apply(programFileName());

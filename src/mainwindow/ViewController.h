@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FTPCreateController.h"
 #include "FTPConnections.h"
+#include "FTPCreateController.h"
 #include "FTPEncryption.h"
 #include "FTPGetController.h"
 #include "FTPListController.h"
