@@ -62,10 +62,10 @@ def surroundings():
             yield desktop, folder
 
 
-def prepare(packages="--bench", servers="--bench"):
-    """Installs and unpacks what the workloads need; with what the scripts of these names are to be given."""
-    for words in (["install-dependencies", packages], ["fetch-test-servers", servers]):
-        subprocess.run([os.path.join(TOP, "scripts", words[0]), words[1]], check=True, stdout=sys.stderr)
+def prepare(packages="--bench"):
+    """Installs and unpacks what the workloads need; `packages` is what install-dependencies is to be given."""
+    for words in (["install-dependencies", packages], ["fetch-test-servers"]):
+        subprocess.run([os.path.join(TOP, "scripts", words[0]), *words[1:]], check=True, stdout=sys.stderr)
 
 
 def _folder_for_files():
