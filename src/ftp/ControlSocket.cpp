@@ -1,5 +1,7 @@
 #include "ControlSocket.h"
 
+#include "SocketAddress.h"
+#include "SocketCalls.h"
 #include "TlsChannel.h"
 #include "TlsTransport.h"
 
@@ -10,7 +12,6 @@
 #include <fcntl.h>
 #include <limits>
 #include <memory>
-#include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -55,6 +56,9 @@ public:
     bool open(int family)
     {
         m_number = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (m_number >= 0) {
+            keepAlive(m_number);
+        }
         return m_number >= 0;
     }
 
@@ -185,24 +189,11 @@ ControlSocket::Outcome ControlSocket::connect(const QByteArray& host, quint16 po
 
 ControlSocket::Outcome ControlSocket::connect(const QHostAddress& address, quint16 port)
 {
-    const bool isIPv4 = address.protocol() == QAbstractSocket::IPv4Protocol;
-    if (!m_descriptor->open(isIPv4 ? AF_INET : AF_INET6)) {
+    const SocketAddress target = socketAddress(address, port);
+    if (!m_descriptor->open(target.storage.ss_family)) {
         return Outcome::NoSocket;
     }
-    if (isIPv4) {
-        sockaddr_in internet{};
-        internet.sin_family = AF_INET;
-        internet.sin_port = htons(port);
-        internet.sin_addr.s_addr = htonl(address.toIPv4Address());
-        return outcomeOfConnect(reinterpret_cast<const sockaddr*>(&internet), sizeof(internet));
-    }
-    sockaddr_in6 internet{};
-    internet.sin6_family = AF_INET6;
-    internet.sin6_port = htons(port);
-    internet.sin6_scope_id = if_nametoindex(address.scopeId().toLatin1().constData());
-    const Q_IPV6ADDR bytes = address.toIPv6Address();
-    std::copy(std::begin(bytes.c), std::end(bytes.c), std::begin(internet.sin6_addr.s6_addr));
-    return outcomeOfConnect(reinterpret_cast<const sockaddr*>(&internet), sizeof(internet));
+    return outcomeOfConnect(reinterpret_cast<const sockaddr*>(&target.storage), target.length);
 }
 
 ControlSocket::Outcome ControlSocket::outcomeOfConnect(const sockaddr* address, quint32 size)

@@ -336,6 +336,11 @@ private:
     std::unique_ptr<HistoryWindow> m_historyWindow;
     ListingModel m_listing;
     QString m_listedLocation; ///< Of the folder whose items the list holds.
+    /// The latest listing that has brought something: of which folder, from which machine.
+    struct {
+        QString location;
+        QHostAddress address;
+    } m_listingSource;
     bool m_isListed = false; ///< The list holds all that the server told.
     bool m_wasListing = false; ///< At the last tick.
     bool m_hasDestination = false; ///< As it was when it was last looked at.

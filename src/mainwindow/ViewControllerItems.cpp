@@ -122,8 +122,8 @@ std::shared_ptr<FMServer> ViewController::serverForOperation()
     auto server = serverOfDestination(destination, username(), password());
     server->setEncryption(encryption());
     server->setTimeLimit(conversationLimit);
-    if (m_listedLocation == destination) {
-        server->setAddress(m_lc->peerAddress()); // Addresses of one host may lead to different machines.
+    if (m_listingSource.location == destination) {
+        server->setAddress(m_listingSource.address); // Addresses of one host may lead to different machines.
     }
     if (const QByteArray trusted = trustedFingerprint(destination); !trusted.isEmpty()) {
         server->setTrustedFingerprints({ trusted });

@@ -9,6 +9,9 @@ using namespace Qt::StringLiterals;
 
 void ViewController::addListEntries(const QList<ListingEntry>& entries)
 {
+    if (m_lc->isReceiving()) {
+        m_listingSource = { m_listedLocation, m_lc->peerAddress() };
+    }
     m_history.listed(entries);
     m_listing.add(entries); // At their places in the table's present order.
 }

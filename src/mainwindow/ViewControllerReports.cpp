@@ -28,6 +28,7 @@ void ViewController::updateListingStatus(const QString& status)
     m_listingStatus = status;
     m_isListed = status == u"Listing succeeded"_s;
     if (m_isListed) {
+        m_listingSource = { m_listedLocation, m_lc->peerAddress() };
         m_history.listingSucceeded();
     }
     alertIfError(status);

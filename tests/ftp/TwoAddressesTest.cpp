@@ -13,19 +13,20 @@ protected:
     static void SetUpTestSuite()
     {
         network = std::make_unique<PrivateNetwork>();
-        network->nameHosts("::1 two.example\n127.0.0.1 two.example\n");
+        network->nameHosts("::1 two.example\n127.0.0.1 two.example\n"
+                           "2001:db8::1 nowhere.example\n127.0.0.1 nowhere.example\n"); // No route leads to the first.
         ASSERT_EQ(network->problem().toStdString(), "");
     }
 
-    void startUploadByName(const QByteArray& data)
+    void startUploadByName(const QByteArray& data, const QString& host = u"two.example"_s)
     {
         m_recorder.data = data;
-        start(m_factory.createUploadStream(u"ftp://two.example:%1/f"_s.arg(m_peer.port()), data.size()), m_recorder);
+        start(m_factory.createUploadStream(u"ftp://%1:%2/f"_s.arg(host).arg(m_peer.port()), data.size()), m_recorder);
     }
     /// Begins an upload and answers whether @p peer is where it goes.
-    bool goesTo(ScriptedPeer& peer)
+    bool goesTo(ScriptedPeer& peer, const QString& host = u"two.example"_s)
     {
-        startUploadByName("x");
+        startUploadByName("x", host);
         auto control = peer.accept();
         control->say("220 Ready");
         const bool isFound = !control->hear().isEmpty();
@@ -61,6 +62,18 @@ TEST_F(TwoAddressesTest, TheOneThatHasAnsweredIsTriedFirstFromThenOn)
     EXPECT_TRUE(goesTo(m_peer));
 
     EXPECT_TRUE(m_peerOfIPv6.isLeftAlone());
+}
+
+TEST_F(TwoAddressesTest, OneThatRefusesLeavesTheOther)
+{
+    m_peerOfIPv6.stopListening();
+
+    EXPECT_TRUE(goesTo(m_peer));
+}
+
+TEST_F(TwoAddressesTest, OneThatCannotBeReachedLeavesTheOther)
+{
+    EXPECT_TRUE(goesTo(m_peer, u"nowhere.example"_s));
 }
 
 TEST_F(TwoAddressesTest, OnceThatOneIsSilentTheOtherIsTriedFirst)

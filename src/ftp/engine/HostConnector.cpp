@@ -4,6 +4,7 @@
 
 #include <QHostInfo>
 #include <QNetworkProxy>
+#include <QPointer>
 
 #include <algorithm>
 #include <chrono>
@@ -95,14 +96,18 @@ void HostConnector::tryNext()
     socket->setProxy(QNetworkProxy::NoProxy);
     connect(socket, &QTcpSocket::connected, this, [this, socket] { attemptSucceeded(socket); });
     // Through the loop: it may come from inside this call.
-    connect(
-        socket, &QTcpSocket::errorOccurred, this, [this, socket] { attemptFailed(socket); }, Qt::QueuedConnection);
+    // What has failed at once may be told twice, the second time when another attempt has its place in memory.
+    const auto fail = [this, attempt = QPointer(socket)] {
+        if (attempt != nullptr) {
+            attemptFailed(attempt);
+        }
+    };
+    connect(socket, &QTcpSocket::errorOccurred, this, fail, Qt::QueuedConnection);
     m_nextAttempt.start();
     socket->connectToHost(address, m_port);
     if (socket->state() == QAbstractSocket::UnconnectedState) {
         // Without a descriptor left the socket says nothing.
-        QMetaObject::invokeMethod(
-            this, [this, socket] { attemptFailed(socket); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, fail, Qt::QueuedConnection);
     }
 }
 

@@ -2,8 +2,9 @@
 
 #include "FTPServerKey.h"
 
-#include <QHash>
 #include <QHostAddress>
+
+#include <map>
 
 /// What is known of a server, for as long as there is an engine.
 struct ServerTraits {
@@ -20,5 +21,5 @@ public:
     ServerTraits& of(const FTPServerKey& key) { return m_traits[key.host + u':' + QString::number(key.port)]; }
 
 private:
-    QHash<QString, ServerTraits> m_traits;
+    std::map<QString, ServerTraits> m_traits; ///< Set-ups refer to what is in it.
 };

@@ -54,7 +54,7 @@ qint64 roomToWrite(int socket)
 qint64 unacknowledgedBytes(int socket)
 {
     int count = 0;
-    return ::ioctl(socket, SIOCOUTQ, &count) == 0 ? count : 0;
+    return ::ioctl(socket, SIOCOUTQ, &count) == 0 ? count : 1; // Unknown is not acknowledged.
 }
 
 void keepAlive(int socket, std::chrono::seconds interval)

@@ -22,7 +22,8 @@ qint64 bytesToRead(int socket);
 /// How many bytes a socket takes that has just been found writable. The kernel says so when a third of its buffer is
 /// free; half of that may go to its own records.
 qint64 roomToWrite(int socket);
-/// Bytes that were written and that the peer's TCP has not acknowledged; our end, once it was said, counts as one.
+/// Bytes that were written and that the peer's TCP has not acknowledged; our end, once it was said, counts as one. At
+/// least one where the system does not tell.
 qint64 unacknowledgedBytes(int socket);
 
 /// Has the kernel ask after @p interval of silence, and then again and again, whether the peer is still there: so an

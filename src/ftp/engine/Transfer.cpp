@@ -310,7 +310,6 @@ void Transfer::encryptionStands()
 {
     const ServerCertificate certificate = m_try.connection->tls()->certificate();
     if (certificate.problems.isEmpty() || m_request.trustedCertificates.contains(certificate.fingerprint)) {
-        enter(State::SettingUp);
         setUp();
         return;
     }
