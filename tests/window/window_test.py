@@ -96,6 +96,11 @@ class WindowTest(unittest.TestCase):
 
     def select(self, program, name):
         """Clicks on the row of that name."""
+        # A refresh that has come due meanwhile empties the table for a moment.
+        wait_for(
+            lambda: program.text("Listing status") == "Listing succeeded" and name in self.names(program),
+            f"{name} in the table",
+        )
         row = self.names(program).index(name)
         self.desktop.click(program.cell("Destination folder", row, 0))
         table = "Destination folder"
