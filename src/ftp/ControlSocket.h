@@ -29,8 +29,8 @@ public:
     ControlSocket& operator=(const ControlSocket&) = delete;
     ~ControlSocket();
 
-    /// Lets connect() and all that follows take @p limit together, but for the look-up of a host: what would wait longer
-    /// fails.
+    /// Lets connect(), without the look-up of a host, and all that follows take @p limit together: what would wait
+    /// longer fails.
     void setTimeLimit(std::chrono::milliseconds limit);
     /// Whether something has failed because the time was over.
     bool hasTimedOut() const;
