@@ -111,14 +111,12 @@ public:
                 return false;
             }
             const ssize_t sent = ::send(m_number, bytes, static_cast<size_t>(size), flags);
-            if (sent < 0 && errno == EINTR) {
-                continue;
-            }
-            if (sent < 0) {
+            if (sent >= 0) {
+                bytes += sent;
+                size -= sent;
+            } else if (errno != EINTR && (!wouldHaveWaited() || isTimeOver())) {
                 return false;
             }
-            bytes += sent;
-            size -= sent;
         }
         return true;
     }
@@ -128,6 +126,12 @@ private:
     {
         const int flags = fcntl(m_number, F_GETFL);
         fcntl(m_number, F_SETFL, isNonBlocking ? flags | O_NONBLOCK : flags & ~O_NONBLOCK);
+    }
+
+    bool isTimeOver()
+    {
+        m_hasTimedOut = m_end.hasExpired();
+        return m_hasTimedOut;
     }
 
     /// Waits for @p events; false when the time is over.

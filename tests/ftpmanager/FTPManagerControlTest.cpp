@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <limits>
 #include <thread>
 #include <vector>
 
@@ -481,6 +482,31 @@ TEST(FTPManagerControlTest, AServerThatIsSilentForTheRecordsTimeLimitFails)
         EXPECT_EQ(log.lines(), QStringList{ u"the server has not answered in time"_s });
         hasAnswered.set_value();
     }
+}
+
+TEST(FTPManagerControlTest, WithATimeLimitASocketThatHasNoRoomIsWaitedFor)
+{
+    FaultySocketCalls calls;
+    calls.fillBuffersFor(3);
+    const ControlServer server(answering("220 hello\r\n230 in\r\n221 bye\r\n"));
+    const auto record = recordFor(server);
+    record->setTimeLimit(1h);
+
+    EXPECT_TRUE(FTPManager().checkLogin(record.get()));
+}
+
+TEST(FTPManagerControlTest, ASocketThatNeverHasRoomIsWaitedForNoLongerThanTheTimeLimit)
+{
+    FaultySocketCalls calls;
+    calls.fillBuffersFor(std::numeric_limits<int>::max());
+    const ControlServer server([](ControlPeer& peer) { peer.receiveUntil("QUIT\r\n"); });
+    const auto record = recordFor(server);
+    record->setTimeLimit(50ms);
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.checkLogin(record.get()));
+
+    EXPECT_TRUE(manager.hasTimedOut());
 }
 
 TEST(FTPManagerControlTest, AServerThatDoesNotCloseHasAnsweredAllTheSame)

@@ -19,6 +19,7 @@ struct Faults {
     bool interrupts = false;
     std::set<Call> interrupted; ///< Whose latest one was interrupted, so that the next one works.
     bool shortensSends = false;
+    int sendsWithoutRoom = 0;
     std::optional<int> sendsLeft; ///< Before the connection breaks.
 };
 
@@ -87,6 +88,11 @@ ssize_t __wrap_send(int descriptor, const void* data, size_t size, int flags)
     if (interrupts(Call::Send)) {
         return -1;
     }
+    if ((flags & MSG_DONTWAIT) != 0 && faults().sendsWithoutRoom > 0) {
+        --faults().sendsWithoutRoom;
+        errno = EAGAIN;
+        return -1;
+    }
     if (faults().sendsLeft && (*faults().sendsLeft)-- == 0) {
         shutdown(descriptor, SHUT_RDWR);
     }
@@ -106,6 +112,7 @@ FaultySocketCalls::~FaultySocketCalls()
     faults().interrupts = false;
     faults().interrupted.clear();
     faults().shortensSends = false;
+    faults().sendsWithoutRoom = 0;
     faults().sendsLeft.reset();
 }
 
@@ -117,6 +124,11 @@ void FaultySocketCalls::interruptCalls()
 void FaultySocketCalls::shortenSends()
 {
     faults().shortensSends = true;
+}
+
+void FaultySocketCalls::fillBuffersFor(int count)
+{
+    faults().sendsWithoutRoom = count;
 }
 
 void FaultySocketCalls::breakAfterSends(int count)

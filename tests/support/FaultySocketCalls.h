@@ -14,6 +14,8 @@ public:
     static void interruptCalls();
     /// From here on a send takes one byte.
     static void shortenSends();
+    /// The next @p count sends that must not wait find no room, although there seemed to be some.
+    static void fillBuffersFor(int count);
     /// The connection breaks when @p count sends have been made.
     static void breakAfterSends(int count);
 };
