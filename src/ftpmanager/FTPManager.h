@@ -99,7 +99,8 @@ public:
     bool hasRefusedCertificate() const;
 
     /// Whether the latest operation was one over a control connection that has failed because FMServer::timeLimit() was
-    /// over: nobody knows what the server has done.
+    /// over when its commands were on the way: nobody knows what the server has done. False when the time was over
+    /// before, in connecting, the greeting or the handshake.
     bool hasTimedOut() const;
 
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
@@ -137,7 +138,8 @@ private:
 
     static std::optional<QList<ListingEntry>>
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
-    std::optional<QString> converse(ControlSocket& socket, const FMServer& server, const QList<QByteArray>& lines);
+    bool prepare(ControlSocket& socket, const FMServer& server);
+    static std::optional<QString> converse(ControlSocket& socket, const QList<QByteArray>& lines);
     static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
     static bool _checkAnswers(const QString& text);
 

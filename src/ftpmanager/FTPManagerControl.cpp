@@ -105,7 +105,7 @@ enum class Encryption {
     Untrusted, ///< It leads to somebody who is not trusted.
 };
 
-/// Agrees with the server on encryption before anything else is said.
+/// Agrees with the server on encryption.
 Encryption encrypt(ControlSocket& socket, const FMServer& server)
 {
     ReplyParser parser;
@@ -147,31 +147,35 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     if (const std::chrono::milliseconds limit = server.timeLimit(); limit.count() > 0) {
         socket.setTimeLimit(limit);
     }
-    const std::optional<QString> answers = converse(socket, server, commands.lines());
+    const bool isReady = prepare(socket, server);
+    const std::optional<QString> answers = isReady ? converse(socket, commands.lines()) : std::nullopt;
     const bool success = answers && _checkAnswers(*answers);
     const std::lock_guard lock(m_mutex);
-    m_hasTimedOut = !answers && socket.hasTimedOut();
+    m_hasTimedOut = isReady && !answers && socket.hasTimedOut();
     m_streamSuccess = success;
     m_action = Action::Ended;
     return success;
 }
 
-/// Everything that the server says to @p lines; std::nullopt when that cannot be told.
-std::optional<QString> FTPManager::converse(ControlSocket& socket, const FMServer& server,
-                                            const QList<QByteArray>& lines)
+/// What comes before the first command line: the connection, and its encryption where that is required.
+bool FTPManager::prepare(ControlSocket& socket, const FMServer& server)
 {
     if (!connectTo(socket, server)) {
-        return std::nullopt;
+        return false;
     }
-    if (server.encryption() == FTPEncryption::Required) {
-        const Encryption encryption = encrypt(socket, server);
-        if (encryption == Encryption::Untrusted) {
-            noteRefusedCertificate();
-        }
-        if (encryption != Encryption::Stands) {
-            return std::nullopt;
-        }
+    if (server.encryption() == FTPEncryption::None) {
+        return true;
     }
+    const Encryption encryption = encrypt(socket, server);
+    if (encryption == Encryption::Untrusted) {
+        noteRefusedCertificate();
+    }
+    return encryption == Encryption::Stands;
+}
+
+/// Everything that the server says to @p lines; std::nullopt when that cannot be told.
+std::optional<QString> FTPManager::converse(ControlSocket& socket, const QList<QByteArray>& lines)
+{
     for (const QByteArray& line : lines) {
         if (!socket.write(line)) {
             return std::nullopt;

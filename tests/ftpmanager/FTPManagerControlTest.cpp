@@ -1,4 +1,5 @@
 #include "ControlServer.h"
+#include "DeadPort.h"
 #include "FTPManager.h"
 #include "FaultySocketCalls.h"
 #include "LogRecorder.h"
@@ -481,6 +482,22 @@ TEST(FTPManagerControlTest, AServerThatIsSilentForTheRecordsTimeLimitFails)
         EXPECT_TRUE(manager.hasTimedOut());
         EXPECT_EQ(log.lines(), QStringList{ u"the server has not answered in time"_s });
         hasAnswered.set_value();
+    }
+}
+
+TEST(FTPManagerControlTest, WhatWasNeverSentIsNotSaidToBeUndecided)
+{
+    const DeadPort unanswered(DeadPort::Kind::Full);
+    for (const auto encryption : { FTPEncryption::None, FTPEncryption::Required }) {
+        const auto record = FMServer::serverWithDestination(u"127.0.0.1"_s, u"user"_s, u"word"_s);
+        record->setPort(unanswered.port());
+        record->setTimeLimit(50ms);
+        record->setEncryption(encryption);
+        FTPManager manager;
+
+        EXPECT_FALSE(manager.checkLogin(record.get()));
+
+        EXPECT_FALSE(manager.hasTimedOut());
     }
 }
 

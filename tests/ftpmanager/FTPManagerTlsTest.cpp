@@ -12,7 +12,10 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -194,6 +197,26 @@ TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheReplyToQuitIsAFailure)
     EXPECT_TRUE(FTPManager().deleteFileNamed(u"a.txt"_s, recordFor(silent).get())); // In clear, too.
 
     EXPECT_EQ(log.lines(), QStringList{ u"Error reading from socket!"_s });
+}
+
+TEST_F(FTPManagerTlsTest, AServerThatIsSilentBeforeTheConversationLeavesNothingUndecided)
+{
+    for (const char* said : { "", "220 hello\r\n", "220 hello\r\n234 go on\r\n" }) {
+        SCOPED_TRACE(said);
+        std::promise<void> hasFailed;
+        const ControlServer server([said, &hasFailed](ControlPeer& peer) {
+            peer.send(said);
+            hasFailed.get_future().wait();
+        });
+        const auto record = recordFor(server);
+        record->setTimeLimit(50ms);
+        FTPManager manager;
+
+        EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, record.get()));
+
+        EXPECT_FALSE(manager.hasTimedOut());
+        hasFailed.set_value();
+    }
 }
 
 TEST_F(FTPManagerTlsTest, StreamsAreToldWhatTheRecordSays)
