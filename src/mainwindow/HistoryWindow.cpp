@@ -1,5 +1,6 @@
 #include "HistoryWindow.h"
 
+#include "HistoryTableModel.h"
 #include "HistoryText.h"
 #include "UploadHistory.h"
 #include "ui_HistoryWindow.h"
@@ -28,7 +29,7 @@ HistoryWindow::HistoryWindow(UploadHistory& history, Upload upload)
     , m_ui(std::make_unique<Ui::HistoryWindow>())
 {
     m_ui->setupUi(this);
-    m_ui->historyTable->setModel(&history);
+    m_ui->historyTable->setModel(new HistoryTableModel(history, this));
     m_ui->historyTable->setEmptyText(u"No files yet"_s);
     m_ui->historyTable->verticalHeader()->setDefaultSectionSize(rowHeight);
     setDefaultWidths();
@@ -36,8 +37,8 @@ HistoryWindow::HistoryWindow(UploadHistory& history, Upload upload)
     m_refresh.setSingleShot(true);
     m_refresh.setInterval(200ms);
     connect(&m_refresh, &QTimer::timeout, this, &HistoryWindow::refresh);
-    connect(&history, &UploadHistory::dataChanged, this, &HistoryWindow::refreshSoon);
-    connect(&history, &UploadHistory::rowsInserted, this, &HistoryWindow::refreshSoon);
+    connect(&history, &UploadHistory::rowsChanged, this, &HistoryWindow::refreshSoon);
+    connect(&history, &UploadHistory::rowsAppended, this, &HistoryWindow::refreshSoon);
     connect(m_ui->historyTable->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &HistoryWindow::showWhatCanBeDone);
 }
@@ -117,7 +118,7 @@ void HistoryWindow::showEvent(QShowEvent* event)
     QWidget::showEvent(event);
     m_followedRow = m_history.currentRow();
     if (m_followedRow >= 0) {
-        m_ui->historyTable->scrollTo(m_history.index(m_followedRow, 0));
+        m_ui->historyTable->scrollTo(m_ui->historyTable->model()->index(m_followedRow, 0));
     }
     refresh();
 }
@@ -158,7 +159,7 @@ void HistoryWindow::follow()
         return;
     }
     if (m_followedRow < 0 || isRowVisible(m_followedRow)) {
-        m_ui->historyTable->scrollTo(m_history.index(row, 0));
+        m_ui->historyTable->scrollTo(m_ui->historyTable->model()->index(row, 0));
     }
     m_followedRow = row;
 }

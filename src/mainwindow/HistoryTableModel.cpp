@@ -1,4 +1,4 @@
-// The history as a table.
+#include "HistoryTableModel.h"
 
 #include "HistoryText.h"
 #include "PlainToolTip.h"
@@ -28,31 +28,33 @@ bool isWarning(const HistoryEntry& entry)
 
 } // namespace
 
-QString UploadHistory::text(const QList<int>& rows) const
+HistoryTableModel::HistoryTableModel(const UploadHistory& history, QObject* parent)
+    : QAbstractTableModel(parent)
+    , m_history(history)
 {
-    QString text = HistoryText::titleLine() + u'\n';
-    for (const int row : rows) {
-        text += HistoryText::line(m_entries[row]) + u'\n';
-    }
-    return text;
+    connect(&history, &UploadHistory::rowsAboutToBeAppended, this,
+            [this](int first, int last) { beginInsertRows({}, first, last); });
+    connect(&history, &UploadHistory::rowsAppended, this, [this] { endInsertRows(); });
+    connect(&history, &UploadHistory::rowsChanged, this,
+            [this](int first, int last) { emit dataChanged(index(first, 0), index(last, columnCount() - 1)); });
 }
 
-int UploadHistory::rowCount(const QModelIndex& parent) const
+int HistoryTableModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(m_entries.size());
+    return parent.isValid() ? 0 : m_history.rowCount();
 }
 
-int UploadHistory::columnCount(const QModelIndex& parent) const
+int HistoryTableModel::columnCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : HistoryText::columnCount;
 }
 
-QVariant UploadHistory::data(const QModelIndex& index, int role) const
+QVariant HistoryTableModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || index.row() >= rowCount()) {
         return {};
     }
-    const HistoryEntry& entry = m_entries[index.row()];
+    const HistoryEntry& entry = m_history.entries()[index.row()];
     const auto column = static_cast<Column>(index.column());
     switch (role) {
     case Qt::DisplayRole:
@@ -68,7 +70,7 @@ QVariant UploadHistory::data(const QModelIndex& index, int role) const
     }
 }
 
-QVariant UploadHistory::headerData(int section, Qt::Orientation orientation, int role) const
+QVariant HistoryTableModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) {
         return {};

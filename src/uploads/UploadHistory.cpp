@@ -1,5 +1,6 @@
 #include "UploadHistory.h"
 
+#include "HistoryText.h"
 #include "PathText.h"
 
 #include <algorithm>
@@ -8,7 +9,7 @@
 using Outcome = HistoryEntry::Outcome;
 
 UploadHistory::UploadHistory(Clock clock, QObject* parent)
-    : QAbstractTableModel(parent)
+    : QObject(parent)
     , m_clock(std::move(clock))
 {
 }
@@ -44,7 +45,7 @@ void UploadHistory::queueCleared()
     }
     const auto [first, last] = std::pair(m_waiting.front(), m_waiting.back());
     m_waiting.clear();
-    changed(first, last);
+    emit rowsChanged(first, last);
     checkDrained();
 }
 
@@ -67,13 +68,13 @@ void UploadHistory::start(int row, const QString& destination)
     // What was sent there before is about to be replaced.
     m_unchecked.remove({ destination, nameOf(row) });
     m_entries[row].outcome = Outcome::Sending;
-    changed(row, row);
+    emit rowsChanged(row, row);
 }
 
 void UploadHistory::fileMoves(qint64 size)
 {
     m_entries[m_current->row].size = size;
-    changed(m_current->row, m_current->row);
+    emit rowsChanged(m_current->row, m_current->row);
 }
 
 void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
@@ -101,7 +102,7 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
     }
     m_unsettled += isUnsettled(entry) ? 1 : 0;
     count(entry);
-    changed(ended.row, ended.row);
+    emit rowsChanged(ended.row, ended.row);
     checkDrained();
 }
 
@@ -116,13 +117,13 @@ void UploadHistory::append(QList<HistoryEntry> entries)
         return;
     }
     const int first = rowCount();
-    beginInsertRows({}, first, first + static_cast<int>(entries.size()) - 1);
+    emit rowsAboutToBeAppended(first, first + static_cast<int>(entries.size()) - 1);
     if (m_entries.isEmpty()) {
         m_entries = std::move(entries); // The first of a run are the most at times: they need not be there twice.
     } else {
         m_entries.append(std::move(entries));
     }
-    endInsertRows();
+    emit rowsAppended();
 }
 
 void UploadHistory::count(const HistoryEntry& entry)
@@ -168,11 +169,6 @@ bool UploadHistory::isQueueFileSent() const
     return m_current && !m_entries[m_current->row].isManual;
 }
 
-void UploadHistory::changed(int firstRow, int lastRow)
-{
-    emit dataChanged(index(firstRow, 0), index(lastRow, columnCount() - 1));
-}
-
 // The list of the server.
 
 void UploadHistory::listingStarts(const QString& place)
@@ -196,7 +192,7 @@ void UploadHistory::listed(const QList<ListingEntry>& entries)
         if (item.type == ListingEntry::plainFileType && item.size && item.size != m_entries[row].size) {
             m_entries[row].listedSize = item.size;
             ++m_differing;
-            changed(row, row);
+            emit rowsChanged(row, row);
         }
     }
 }
@@ -219,6 +215,15 @@ double UploadHistory::queueProgress(float percent) const
         return 0;
     }
     return (done + (isQueueFileSent() ? static_cast<double>(percent) / 100 : 0)) / all;
+}
+
+QString UploadHistory::text(const QList<int>& rows) const
+{
+    QString text = HistoryText::titleLine() + u'\n';
+    for (const int row : rows) {
+        text += HistoryText::line(m_entries[row]) + u'\n';
+    }
+    return text;
 }
 
 QString UploadHistory::nameOf(int row) const
@@ -277,7 +282,7 @@ QStringList UploadHistory::takeToQueueAgain(const QList<int>& rows)
         paths.append(entry.path);
     }
     if (!paths.isEmpty()) {
-        changed(*std::min_element(rows.begin(), rows.end()), *std::max_element(rows.begin(), rows.end()));
+        emit rowsChanged(*std::min_element(rows.begin(), rows.end()), *std::max_element(rows.begin(), rows.end()));
     }
     return paths;
 }

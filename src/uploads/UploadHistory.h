@@ -4,9 +4,9 @@
 #include "HistoryEntry.h"
 #include "ListingEntry.h"
 
-#include <QAbstractTableModel>
 #include <QHash>
 #include <QList>
+#include <QObject>
 #include <QStringList>
 
 #include <deque>
@@ -17,7 +17,7 @@
 /// The outcome of each file of this run, one row for each, in the order in which they were queued or started. It only
 /// observes: the code that queues, starts and ends uploads reports to it. Each call costs the same however long the
 /// history is, unless its comment says how it scales. Belongs to the main thread.
-class UploadHistory final : public QAbstractTableModel {
+class UploadHistory final : public QObject {
     Q_OBJECT
 
 public:
@@ -56,6 +56,7 @@ public:
     // What is known.
 
     const QList<HistoryEntry>& entries() const { return m_entries; }
+    int rowCount() const { return static_cast<int>(m_entries.size()); }
     /// Whether a file has been started and has not ended.
     bool isSending() const { return m_current.has_value(); }
     /// The row of the file that was started and has not ended; -1 for none.
@@ -85,12 +86,12 @@ public:
     /// Notes that the files of those of @p rows that can be queued again are, and answers their paths.
     QStringList takeToQueueAgain(const QList<int>& rows);
 
-    int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
-    QVariant data(const QModelIndex& index, int role) const override;
-    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
-
 signals:
+    /// The rows from @p first to @p last are about to come at the end; rowsAppended() follows.
+    void rowsAboutToBeAppended(int first, int last);
+    void rowsAppended();
+    /// What is known of the rows from @p first to @p last has changed.
+    void rowsChanged(int first, int last);
     /// No file of the queue waits or is being sent any more.
     void queueDrained(const FileTally& tally);
 
@@ -116,7 +117,6 @@ private:
     static void countIn(FileTally& tally, HistoryEntry::Outcome outcome);
     void checkDrained();
     bool isQueueFileSent() const;
-    void changed(int firstRow, int lastRow);
     QString nameOf(int row) const;
     static bool isUnsettled(const HistoryEntry& entry);
 

@@ -2,7 +2,6 @@
 
 #include "Printers.h"
 
-#include <QAbstractItemModelTester>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -59,7 +58,6 @@ protected:
 
     qint64 m_now = 1000;
     UploadHistory m_history{ [this] { return m_now; } };
-    QAbstractItemModelTester m_tester{ &m_history, QAbstractItemModelTester::FailureReportingMode::Fatal };
     QStringList m_drained;
 };
 
@@ -311,7 +309,7 @@ TEST_F(UploadHistoryTest, ItemsWithoutASizeOfTheirOwnAreNotCompared)
     EXPECT_FALSE(listedSize(1));
 }
 
-// The table.
+// As text.
 
 TEST_F(UploadHistoryTest, TextsOfRowsAreLinesUnderTheTitles)
 {
@@ -320,37 +318,6 @@ TEST_F(UploadHistoryTest, TextsOfRowsAreLinesUnderTheTitles)
     EXPECT_EQ(m_history.text({ 0, 2 }),
               u"File\tSize (bytes)\tDuration (s)\tSpeed (bytes/s)\tOutcome\tServer reply\n"
               "/a\t\t\t\tWaiting\t\n/c\t\t\t\tWaiting\t\n"_s);
-}
-
-TEST_F(UploadHistoryTest, FailuresAndDifferencesStandOut)
-{
-    m_history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
-    failNext();
-    confirmNext(5);
-    confirmNext(5);
-    list({ item(u"b"_s, 4) });
-
-    const auto standsOut = [this](int row) { return m_history.index(row, 4).data(Qt::ForegroundRole).isValid(); };
-    EXPECT_TRUE(standsOut(0));
-    EXPECT_TRUE(standsOut(1));
-    EXPECT_FALSE(standsOut(2));
-}
-
-TEST_F(UploadHistoryTest, AFileThatIsNotFoundStandsOutAsTheFailureThatItCountsAs)
-{
-    m_history.filesQueued({ u"/a"_s });
-
-    m_history.nextFileStarts(u"ftp://host/"_s);
-    m_history.fileEnded(Outcome::NotFound, QString(), QString());
-
-    EXPECT_TRUE(m_history.index(0, 4).data(Qt::ForegroundRole).isValid());
-}
-
-TEST_F(UploadHistoryTest, ToolTipsAreNoMarkup)
-{
-    m_history.filesQueued({ u"/<b>a</b>"_s });
-
-    EXPECT_TRUE(m_history.index(0, 0).data(Qt::ToolTipRole).toString().contains(u"&lt;b&gt;"_s));
 }
 
 TEST(LongUploadHistoryTest, AHundredThousandFilesTellOfThreeChangesEach)
@@ -362,10 +329,8 @@ TEST(LongUploadHistoryTest, AHundredThousandFilesTellOfThreeChangesEach)
     }
     UploadHistory history;
     qsizetype changedRows = 0;
-    QObject::connect(&history, &UploadHistory::dataChanged, &history,
-                     [&changedRows](const QModelIndex& first, const QModelIndex& last) {
-                         changedRows += last.row() - first.row() + 1;
-                     });
+    QObject::connect(&history, &UploadHistory::rowsChanged, &history,
+                     [&changedRows](int first, int last) { changedRows += last - first + 1; });
 
     history.filesQueued(paths);
     for (int i = 0; i < count; ++i) {

@@ -1,0 +1,67 @@
+#include "HistoryTableModel.h"
+
+#include "UploadHistory.h"
+
+#include <QAbstractItemModelTester>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+class HistoryTableModelTest : public ::testing::Test {
+protected:
+    bool standsOut(int row) const { return m_model.index(row, 4).data(Qt::ForegroundRole).isValid(); }
+
+    UploadHistory m_history;
+    HistoryTableModel m_model{ m_history };
+    QAbstractItemModelTester m_tester{ &m_model, QAbstractItemModelTester::FailureReportingMode::Fatal };
+};
+
+TEST_F(HistoryTableModelTest, RowsComeAndChangeWithTheHistory)
+{
+    m_history.filesQueued({ u"/a"_s });
+    m_history.filesQueued({ u"/b"_s, u"/c"_s });
+
+    m_history.nextFileStarts(u"ftp://host/"_s);
+
+    ASSERT_EQ(m_model.rowCount(), 3);
+    EXPECT_EQ(m_model.index(0, 4).data().toString(), u"Sending"_s);
+    EXPECT_EQ(m_model.index(2, 0).data().toString(), u"c"_s);
+}
+
+TEST_F(HistoryTableModelTest, FailuresAndDifferencesStandOut)
+{
+    m_history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s, u"/d"_s });
+    for (const Outcome outcome : { Outcome::Failed, Outcome::NotFound }) {
+        m_history.nextFileStarts(u"ftp://host/"_s);
+        m_history.fileEnded(outcome, QString(), QString());
+    }
+    for (int i = 0; i < 2; ++i) {
+        m_history.nextFileStarts(u"ftp://host/"_s);
+        m_history.fileMoves(5);
+        m_history.fileConfirmed(5, QString());
+    }
+    m_history.listingStarts(u"ftp://host/"_s);
+    ListingEntry shorter;
+    shorter.name = u"c"_s;
+    shorter.type = ListingEntry::plainFileType;
+    shorter.size = 4;
+    m_history.listed({ shorter });
+
+    EXPECT_TRUE(standsOut(0));
+    EXPECT_TRUE(standsOut(1));
+    EXPECT_TRUE(standsOut(2));
+    EXPECT_FALSE(standsOut(3));
+}
+
+TEST_F(HistoryTableModelTest, ToolTipsAreNoMarkup)
+{
+    m_history.filesQueued({ u"/<b>a</b>"_s });
+
+    EXPECT_TRUE(m_model.index(0, 0).data(Qt::ToolTipRole).toString().contains(u"&lt;b&gt;"_s));
+}
+
+} // namespace
