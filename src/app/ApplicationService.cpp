@@ -40,7 +40,7 @@ QList<QDBusMessage> callsTo(const QString& busName, const QStringList& files, co
     if (!files.isEmpty()) {
         QStringList uris;
         for (const QString& file : files) {
-            uris.append(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded));
+            uris.append(fileURI(file));
         }
         calls.append(callTo(busName, u"Open"_s, { uris, platformData }));
     }

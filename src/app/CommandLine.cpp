@@ -1,14 +1,15 @@
 #include "CommandLine.h"
 
 #include "FileURL.h"
+#include "LocalPath.h"
 
 #include <QCommandLineParser>
-#include <QDir>
 #include <QTextStream>
 #include <QUrl>
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +25,12 @@ QString withOneLeadingSlash(const QString& path)
     return path.sliced(std::max<qsizetype>(slashes - 1, 0));
 }
 
+QString currentFolder()
+{
+    std::error_code error; // A folder that is gone has no path.
+    return LocalPath::fromBytes(QByteArray::fromStdString(std::filesystem::current_path(error).native()));
+}
+
 /// The absolute path of a word of the command line: a path, or a file's URL.
 QString absolutePath(const QString& word)
 {
@@ -33,7 +40,7 @@ QString absolutePath(const QString& word)
         }
     }
     // Not cleaned: after a link, ".." is the parent of what the link leads to.
-    return withOneLeadingSlash(word.startsWith(u'/') ? word : QDir::currentPath() + u'/' + word);
+    return withOneLeadingSlash(word.startsWith(u'/') ? word : currentFolder() + u'/' + word);
 }
 
 /// Without "-session ID", with which a session manager starts programs again: it is a matter of the toolkit's.

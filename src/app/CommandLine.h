@@ -6,11 +6,11 @@
 
 /// What the command line asks for.
 struct CommandLine {
-    QStringList files; ///< Absolute paths, in order.
+    QStringList files; ///< Absolute paths (LocalPath), in order.
     QString action; ///< The launcher's action that is asked for; null for none.
 
-    /// Reads @p arguments (the program's name first). std::nullopt when the program is to end at once with @p exitCode:
-    /// help or version were asked for, or an option is unknown; what there is to say has been printed. Needs no
-    /// display.
+    /// Reads @p arguments (the program's name first), each the text of its bytes (LocalPath). std::nullopt when the
+    /// program is to end at once with @p exitCode: help or version were asked for, or an option is unknown; what there
+    /// is to say has been printed. Needs no display.
     static std::optional<CommandLine> read(const QStringList& arguments, const QString& version, int& exitCode);
 };

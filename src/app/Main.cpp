@@ -7,6 +7,7 @@
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
+#include "LocalPath.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
@@ -18,7 +19,9 @@
 #include <QCoreApplication>
 #include <QMainWindow>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <optional>
 #include <unistd.h>
 
@@ -29,10 +32,11 @@ namespace {
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv)
 {
+    QStringList words;
+    std::transform(argv, argv + argc, std::back_inserter(words), LocalPath::fromBytes);
     const QCoreApplication application(argc, argv);
     int exitCode = 0;
-    std::optional<CommandLine> commandLine
-        = CommandLine::read(QCoreApplication::arguments(), QStringLiteral(QUILLBOX_VERSION), exitCode);
+    std::optional<CommandLine> commandLine = CommandLine::read(words, QStringLiteral(QUILLBOX_VERSION), exitCode);
     if (!commandLine) {
         std::exit(exitCode);
     }

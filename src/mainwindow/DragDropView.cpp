@@ -87,7 +87,7 @@ void DragDropView::displayDroppedFiles(const QStringList& files)
 {
     QString text;
     for (qsizetype i = 0; i < files.size(); ++i) {
-        text += QString::number(i + 1) + u") "_s + files[i] + u"\n\n"_s;
+        text += QString::number(i + 1) + u") "_s + wholeVisibleText(files[i]) + u"\n\n"_s;
     }
     m_textView->setPlainText(text);
     m_textView->setVisible(!text.isEmpty());

@@ -1,13 +1,13 @@
 // Files dragged onto the table of the destination folder, and rows dragged out of it.
 
 #include "DroppedFiles.h"
+#include "LocalItem.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
 #include "ViewController.h"
 #include "VisibleText.h"
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QMimeData>
@@ -70,7 +70,7 @@ void ViewController::makePromisedFile(const ListingEntry& entry, const QString& 
         = [this, name, destination, rawName = entry.rawName] { downloadFileTo(name, destination, rawName); };
     const QString path = PathText::appendingPathComponent(destination, name);
     // A link that leads to nothing is no file to ask about: nothing is written through it.
-    if (PathText::isFileName(name) && QFileInfo::exists(path)) {
+    if (PathText::isFileName(name) && LocalItem::at(path)) {
         const QString shownName = visibleText(name);
         SheetQueue::of(m_window).raise(
             { .title = u"File \"%1\" Exists."_s.arg(shownName),

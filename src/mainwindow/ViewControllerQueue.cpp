@@ -3,6 +3,7 @@
 #include "DateText.h"
 #include "DragDropView.h"
 #include "FocusKeeping.h"
+#include "LocalName.h"
 #include "ModalState.h"
 #include "PathText.h"
 #include "PlainToolTip.h"
@@ -64,7 +65,7 @@ QStringList ViewController::filesToReplace() const
 {
     QSet<QString> listed;
     for (qsizetype row = 0; row < listEntries().size(); ++row) {
-        listed.insert(listEntries().at(row).name);
+        listed.insert(localName(listEntries().at(row)));
     }
     QStringList names;
     for (const QString& path : m_fileUploadQueue) {

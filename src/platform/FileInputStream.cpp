@@ -1,6 +1,6 @@
 #include "FileInputStream.h"
 
-#include <QFile>
+#include "LocalPath.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@ std::unique_ptr<FileInputStream> FileInputStream::create(const QString& path)
     if (path.contains(QChar::Null)) {
         return nullptr;
     }
-    const int descriptor = open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    const int descriptor = open(LocalPath::toBytes(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (descriptor < 0) {
         return nullptr;
     }

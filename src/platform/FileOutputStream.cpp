@@ -1,6 +1,6 @@
 #include "FileOutputStream.h"
 
-#include <QFile>
+#include "LocalPath.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -25,7 +25,7 @@ void withdrawExecution(int descriptor)
 int openForWriting(const QString& path)
 {
     constexpr int flags = O_WRONLY | O_TRUNC | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    const QByteArray name = QFile::encodeName(path);
+    const QByteArray name = LocalPath::toBytes(path);
     const int descriptor = ::open(name.constData(), flags);
     return descriptor >= 0 || errno != ENOENT ? descriptor : ::open(name.constData(), flags | O_CREAT | O_EXCL, 0666);
 }

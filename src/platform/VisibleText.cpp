@@ -1,5 +1,7 @@
 #include "VisibleText.h"
 
+#include "LocalPath.h"
+
 #include <QChar>
 #include <QList>
 
@@ -23,6 +25,8 @@ bool actsUnseen(char32_t character)
         return true;
     case QChar::Other_Format:
         return character != zeroWidthJoiner && character != zeroWidthNonJoiner;
+    case QChar::Other_Surrogate:
+        return LocalPath::isByte(character);
     default:
         return false;
     }
@@ -35,8 +39,27 @@ QString shown(char32_t character)
     if (character < 0x20) {
         return QChar(static_cast<char16_t>(firstPicture + character));
     }
-    return character == 0x7f ? QString(QChar(static_cast<char16_t>(deletePicture)))
-                             : u"⟨U+%1⟩"_s.arg(QString::number(character, 16).toUpper(), 4, u'0');
+    if (character == 0x7f) {
+        return QChar(static_cast<char16_t>(deletePicture));
+    }
+    const bool isByte = LocalPath::isByte(character);
+    const QString number = QString::number(isByte ? LocalPath::byteOf(character) : character, 16).toUpper();
+    return isByte ? u"⟨0x%1⟩"_s.arg(number) : u"⟨U+%1⟩"_s.arg(number, 4, u'0');
+}
+
+/// The characters of @p text, with a half of a surrogate pair as one of its own.
+QList<char32_t> charactersOf(const QString& text)
+{
+    QList<char32_t> characters;
+    characters.reserve(text.size());
+    for (const QChar unit : text) {
+        if (unit.isLowSurrogate() && !characters.isEmpty() && QChar::isHighSurrogate(characters.last())) {
+            characters.last() = QChar::surrogateToUcs4(static_cast<char16_t>(characters.last()), unit.unicode());
+        } else {
+            characters.append(unit.unicode());
+        }
+    }
+    return characters;
 }
 
 /// @p text, with something left out in the middle where it is too long to be read.
@@ -65,7 +88,7 @@ QString visibleText(const QString& text)
 
 QString wholeVisibleText(const QString& text)
 {
-    const QList<uint> characters = text.toUcs4();
+    const QList<char32_t> characters = charactersOf(text);
     if (std::none_of(characters.begin(), characters.end(), actsUnseen)) {
         return text;
     }

@@ -1,12 +1,12 @@
 #include "FTPPutController.h"
 
 #include "FileInputStream.h"
+#include "LocalItem.h"
+#include "LocalPath.h"
 #include "NetworkManager.h"
 #include "PathText.h"
 #include "TransferPercent.h"
 #include "URLText.h"
-
-#include <QFileInfo>
 
 #include <utility>
 
@@ -32,7 +32,8 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
 {
     m_pathToUpload = filePath;
     m_sendingStatus = u"Sending \"%1\""_s.arg(PathText::lastPathComponent(filePath));
-    if (isSending() || m_fileStream != nullptr || filePath.isNull() || !QFileInfo::exists(filePath)) {
+    const std::optional<LocalItem> item = LocalItem::at(filePath);
+    if (isSending() || m_fileStream != nullptr || !item) {
         return;
     }
     const Watch watch(*this);
@@ -40,10 +41,11 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     if (!watch.isUndisturbed()) {
         return;
     }
-    m_fileSize = QFileInfo(filePath).size();
+    m_fileSize = item->size;
 
     const QString folder = NetworkManager::sharedInstance().smartURLForString(destination);
-    const QString location = URLText::appendingPathComponent(folder, PathText::lastPathComponent(filePath));
+    const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(filePath));
+    const QString location = URLText::appendingPathComponent(folder, name);
     if (location.isNull()) {
         updateStatus(u"Invalid URL"_s);
         return;

@@ -1,6 +1,7 @@
 #include "UploadHistory.h"
 
 #include "HistoryText.h"
+#include "LocalName.h"
 #include "PathText.h"
 
 #include <algorithm>
@@ -183,7 +184,7 @@ void UploadHistory::listed(const QList<ListingEntry>& entries)
         return;
     }
     for (const ListingEntry& item : entries) {
-        const auto found = m_unchecked.constFind({ m_listedPlace, item.name });
+        const auto found = m_unchecked.constFind({ m_listedPlace, localName(item) });
         if (found == m_unchecked.cend() || found->sequence > m_listingSequence) {
             continue;
         }

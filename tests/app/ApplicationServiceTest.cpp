@@ -44,9 +44,9 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
                                    .action = [&acted](const QString& name) { acted.append(name); },
                                });
 
-    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file://localhost/%C3%A9"_s }, {}, {});
+    service.Open({ u"file:///a%20b"_s, u"http://host/c"_s, u"file://localhost/%C3%A9"_s, u"file:///%E9"_s }, {}, {});
 
-    EXPECT_EQ(opened, QList<QStringList>{ QStringList({ u"/a b"_s, u"/é"_s }) });
+    EXPECT_EQ(opened, QList<QStringList>{ QStringList({ u"/a b"_s, u"/é"_s, u"/"_s + QChar(0xdce9) }) });
     EXPECT_EQ(activated, 1);
     service.Activate({}, {});
     EXPECT_EQ(acted, QStringList());

@@ -1,10 +1,15 @@
 #include "CommandLine.h"
 
+#include "LocalPath.h"
 #include "Printers.h"
 
 #include <QDir>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -46,6 +51,23 @@ TEST_F(CommandLineTest, PathsBeginWithOneSlashSoThatNothingIsTakenForAHost)
 
     ASSERT_TRUE(commandLine);
     EXPECT_EQ(commandLine->files, (QStringList{ u"/x/y"_s, u"/a//../b"_s, u"/"_s, u"/"_s, u"/c"_s }));
+}
+
+TEST_F(CommandLineTest, NamesThatAreNotUtf8KeepTheirBytes)
+{
+    const QTemporaryDir folder;
+    const QByteArray here = QFile::encodeName(folder.path()) + "/d\xff";
+    const QString before = QDir::currentPath();
+    ASSERT_EQ(::mkdir(here.constData(), S_IRWXU), 0);
+    ASSERT_EQ(::chdir(here.constData()), 0);
+
+    const auto commandLine = read({ LocalPath::fromBytes("caf\xe9"), u"file:///caf%E9"_s });
+
+    QDir::setCurrent(before);
+    ::rmdir(here.constData());
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->files,
+              (QStringList{ LocalPath::fromBytes(here + "/caf\xe9"), LocalPath::fromBytes("/caf\xe9") }));
 }
 
 TEST_F(CommandLineTest, ANameGivenInTheRootFolderBeginsWithOneSlash)

@@ -1,5 +1,6 @@
 #include "DragDropView.h"
 #include "ListingTable.h"
+#include "LocalPath.h"
 #include "ViewControllerTest.h"
 
 #include <QHeaderView>
@@ -189,6 +190,19 @@ TEST_F(DestinationTableTest, TheDropAreaNamesTheFilesThatReplaceListedOnes)
     }
     m_controller->uploadFiles(many);
     EXPECT_TRUE(dropArea.replacementText().endsWith(u"\n19\nand 3 more"_s));
+    m_controller->clearQueue();
+}
+
+TEST_F(DestinationTableTest, AFileWhoseNameIsNotUtf8ReplacesTheOneListedWithItsBytes)
+{
+    auto& dropArea = control<DragDropView>("dragAndDropView");
+    ListingEntry listed = entry(u"cafÈ"_s);
+    listed.rawName = "caf\xe9"_ba;
+    m_controller->addListEntries({ listed });
+
+    m_controller->uploadFiles({ u"/cafÈ"_s, LocalPath::fromBytes("/caf\xe9") });
+
+    EXPECT_EQ(dropArea.replacementText(), u"These files replace those of the same name on the server:\ncaf⟨0xE9⟩"_s);
     m_controller->clearQueue();
 }
 

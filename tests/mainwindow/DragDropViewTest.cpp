@@ -1,5 +1,6 @@
 #include "DragDropView.h"
 
+#include "LocalPath.h"
 #include "ViewControllerTest.h"
 #include "WidgetEvents.h"
 
@@ -147,8 +148,8 @@ TEST_F(DragDropViewTest, ARefusedDropKeepsTheFilesOfTheLastAcceptedOne)
 
 TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
 {
-    view().displayDroppedFiles({ u"/a"_s, u"/b %1"_s });
-    EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n2) /b %1\n\n"_s);
+    view().displayDroppedFiles({ u"/a"_s, u"/b %1"_s, LocalPath::fromBytes("/caf\xe9") });
+    EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n2) /b %1\n\n3) /caf⟨0xE9⟩\n\n"_s);
 
     view().displayDroppedFiles({});
     EXPECT_EQ(view().textView()->toPlainText(), u""_s);

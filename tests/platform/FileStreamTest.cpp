@@ -1,7 +1,9 @@
 #include "CheckRows.h"
 #include "FaultyFileCalls.h"
 #include "FileInputStream.h"
+#include "FileOfBytes.h"
 #include "FileOutputStream.h"
+#include "LocalPath.h"
 
 #include <QDir>
 #include <QFile>
@@ -59,6 +61,21 @@ TEST_F(FileStreamTest, InputReadsTheWholeFileAndThenTheEnd)
     EXPECT_EQ(stream->read(m_buffer), 2);
     EXPECT_EQ(m_buffer[1], '9');
     EXPECT_EQ(stream->read(m_buffer), 0);
+}
+
+TEST_F(FileStreamTest, NamesThatAreNotUtf8AreReadAndWrittenUnderTheirBytes)
+{
+    const FileOfBytes file(m_folder.path(), "caf\xe9", "old");
+    const QString path = LocalPath::fromBytes(file.path());
+    FileOutputStream output(path);
+    output.open();
+
+    EXPECT_EQ(output.write(QByteArrayView("new")), 3);
+    EXPECT_TRUE(output.close());
+    const auto input = FileInputStream::create(path);
+    ASSERT_NE(input, nullptr);
+    EXPECT_EQ(input->read(m_buffer), 3);
+    EXPECT_EQ(m_buffer[0], 'n');
 }
 
 TEST_F(FileStreamTest, ProgramsThatAreStartedMeanwhileInheritNoFile)

@@ -1,5 +1,6 @@
 #include "FileURL.h"
 
+#include "LocalPath.h"
 #include "Printers.h"
 
 #include <QSysInfo>
@@ -17,6 +18,24 @@ TEST(FileURLTest, NamesAFileOfThisMachineHoweverTheMachineIsSpelled)
     EXPECT_EQ(localPath(QUrl(u"file:/a"_s)), u"/a"_s);
     EXPECT_EQ(localPath(QUrl(u"file://localhost/a"_s)), u"/a"_s);
     EXPECT_EQ(localPath(QUrl(u"file://"_s + QSysInfo::machineHostName() + u"/a"_s)), u"/a"_s);
+}
+
+TEST(FileURLTest, BytesThatAreNotUtf8StayWhatTheyAre)
+{
+    EXPECT_EQ(LocalPath::toBytes(localPath(QUrl(u"file:///d%FF/caf%E9%C3%A9%2541?x#y"_s))), "/d\xff/caf\xe9é%41"_ba);
+    EXPECT_EQ(localPath(QUrl(u"file:///50%/%zz"_s)), u"/50%/%zz"_s);
+}
+
+TEST(FileURLTest, TheURIOfAFileLeadsBackToIt)
+{
+    EXPECT_EQ(fileURI(u"/a b/é%41#;?[].txt"_s), u"file:///a%20b/%C3%A9%2541%23%3B%3F%5B%5D.txt"_s);
+    EXPECT_EQ(fileURI(LocalPath::fromBytes("/caf\xe9")), u"file:///caf%E9"_s);
+
+    QByteArray path = "/";
+    for (int byte = 1; byte < 256; ++byte) {
+        path += static_cast<char>(byte);
+    }
+    EXPECT_EQ(LocalPath::toBytes(localPath(QUrl(fileURI(LocalPath::fromBytes(path))))), path);
 }
 
 TEST(FileURLTest, FilesElsewhereAreNotLocal)

@@ -1,5 +1,6 @@
 #include "VisibleText.h"
 
+#include "LocalPath.h"
 #include "Printers.h"
 
 #include <gtest/gtest.h>
@@ -28,6 +29,12 @@ TEST(VisibleTextTest, CharactersBeyondTheFirstPlaneAreShownToo)
 {
     EXPECT_EQ(visibleText(u"a\U000E0041b\U0001D173"_s), u"a⟨U+E0041⟩b⟨U+1D173⟩"_s);
     EXPECT_EQ(visibleText(u"\U0001F600\u0007"_s), u"\U0001F600␇"_s);
+}
+
+TEST(VisibleTextTest, BytesOfPathsThatAreNotUtf8AreShownByTheirNumbers)
+{
+    EXPECT_EQ(visibleText(LocalPath::fromBytes("caf\xe9\x80.txt")), u"caf⟨0xE9⟩⟨0x80⟩.txt"_s);
+    EXPECT_EQ(visibleText(LocalPath::fromBytes("\xf0\x9f\x98\x80\xff")), u"\U0001F600⟨0xFF⟩"_s);
 }
 
 TEST(VisibleTextTest, HalfASurrogatePairDoesNoHarm)

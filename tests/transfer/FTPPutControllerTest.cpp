@@ -1,5 +1,7 @@
 #include "FTPPutController.h"
 
+#include "FileOfBytes.h"
+#include "LocalPath.h"
 #include "RunLoop.h"
 #include "TransferTest.h"
 
@@ -86,6 +88,19 @@ TEST_F(FTPPutControllerTest, TheStreamGetsLocationLengthAndLoginBeforeItOpens)
     EXPECT_TRUE(m_controller->isSending());
     EXPECT_EQ(m_controller->ourRunLoop(), &RunLoop::current());
     EXPECT_EQ(countChange(), 1);
+}
+
+TEST_F(FTPPutControllerTest, AFileWhoseNameIsNotUtf8GoesUpUnderItsBytes)
+{
+    const FileOfBytes file(m_folder.path(), "caf\xe9.txt", "hello");
+    start(LocalPath::fromBytes(file.path()));
+
+    ASSERT_FALSE(m_streams.streams().empty());
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/caf%E9.txt"_s);
+    EXPECT_EQ(m_streams.last().length, 5);
+    m_streams.last().sendHasSpace();
+    EXPECT_EQ(m_streams.last().written, "hello");
+    EXPECT_TRUE(m_delegate->calls.contains(u"percent 100"_s));
 }
 
 TEST_F(FTPPutControllerTest, TheServersFileGetsTheLocalNameWhateverTheDestinationEndsIn)
@@ -278,11 +293,12 @@ TEST_F(FTPPutControllerTest, ADestinationThatIsNoFTPAddressIsAnInvalidURLWithout
     EXPECT_EQ(countChange(), 0);
 }
 
-TEST_F(FTPPutControllerTest, ANameThatFormsNoLocationIsAnInvalidURL)
+TEST_F(FTPPutControllerTest, APathThatStandsForNoBytesIsNoFileThatTheSystemCouldTakeItFor)
 {
-    start(makeFile(QString(QChar(0xd800)) + u"half"_s, "hello"));
+    makeFile(u"?half"_s, "hello");
+    start(path(QChar(0xd800) + u"half"_s));
 
-    EXPECT_EQ(m_delegate->calls, (QStringList{ u"Starting put..."_s, u"Invalid URL"_s }));
+    EXPECT_EQ(m_delegate->calls, QStringList());
     EXPECT_TRUE(m_streams.streams().empty());
     EXPECT_EQ(countChange(), 0);
 }

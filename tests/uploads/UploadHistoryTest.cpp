@@ -1,5 +1,6 @@
 #include "UploadHistory.h"
 
+#include "LocalPath.h"
 #include "Printers.h"
 
 #include <QSignalSpy>
@@ -231,6 +232,18 @@ TEST_F(UploadHistoryTest, AListedSizeThatDiffersIsFlagged)
 
     EXPECT_EQ(listedSize(0), 4);
     EXPECT_FALSE(listedSize(1));
+}
+
+TEST_F(UploadHistoryTest, AFileWhoseNameIsNotUtf8IsFoundInTheListingByItsBytes)
+{
+    m_history.filesQueued({ LocalPath::fromBytes("/caf\xe9") });
+    confirmNext(5);
+    ListingEntry listed = item(u"cafÈ"_s, 4);
+    listed.rawName = "caf\xe9"_ba;
+
+    list({ item(u"cafÈ"_s, 3), listed });
+
+    EXPECT_EQ(listedSize(0), 4);
 }
 
 TEST_F(UploadHistoryTest, OnlyTheFirstListingAfterTheConfirmationCounts)

@@ -28,6 +28,22 @@ class Drop(FileManagerTest):
         self.assertEqual(program.text("Queued files"), f"1) {second}\n\n")
         self.assertIsNone(program.sheet())
 
+    def test_a_file_whose_name_is_not_utf8_arrives_under_its_bytes(self):
+        self.settings()
+        name = os.fsdecode(b"caf\xe9.txt")
+        self.file(name, b"dropped")
+        program = self.start_at_the_left()
+        manager = self.open_folder()
+
+        self.drag_icon(manager, 0, program)
+
+        self.wait_for_files(name)
+        self.assertEqual(os.listdir(os.fsencode(self.server.root)), [b"caf\xe9.txt"])
+        self.assertEqual(self.server.content(name), b"dropped")
+        self.wait_for_status(program, "Upload succeeded")
+        self.assertEqual(program.text("Queued files"), f"1) {self.folder}/caf⟨0xE9⟩.txt\n\n")
+        self.assertIsNone(program.sheet())
+
     def test_of_a_mixed_drop_the_files_are_taken_in_order_and_of_one_onto_the_table_as_well(self):
         self.settings()
         os.mkdir(os.path.join(self.folder, "a folder"))

@@ -97,6 +97,29 @@ class Start(WindowTest):
         wait_for(lambda: "Preferences" in first.titles(), "the preferences again")
         self.wait_for_files("one.txt")
 
+    def test_a_file_whose_name_is_not_utf8_goes_up_under_its_bytes_from_everywhere(self):
+        self.settings()
+        names = [os.fsdecode(name) for name in (b"at \xe9 start", b"later \xff\xc3", b"bus \xe9\xc3\xa9")]
+        for name in names:
+            self.file(name, os.fsencode(name))
+        program = self.start(names[0], folder=self.folder)
+        self.wait_for_files(names[0])
+
+        self.assertEqual(self.launch(names[1], folder=self.folder).exit_code(), 0)
+        call_as_a_desktop("Open", "(asa{sv})", [f"file://{self.folder}/bus%20%E9%C3%A9"], {})
+
+        self.wait_for_files(*names)
+        for name in names:
+            self.assertEqual(self.server.content(name), os.fsencode(name))
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+h")
+        shown = ["at ⟨0xE9⟩ start", "later ⟨0xFF⟩⟨0xC3⟩", "bus ⟨0xE9⟩é"]
+        wait_for(
+            lambda: [(row[0], row[4]) for row in program.rows("Files of this run")]
+            == [(name, "Confirmed by the server") for name in shown],
+            "the files in the history, once each",
+        )
+
     def test_a_desktop_opens_files_over_the_bus(self):
         self.settings()
         self.start()

@@ -91,6 +91,7 @@ class UploadServer:
 class _Session(FTPHandler):
     record = None
     repeated = ""
+    unicode_errors = "surrogateescape"  # Names are kept as the bytes that they are.
     auth_failed_timeout = 0
     timeout = 600
 

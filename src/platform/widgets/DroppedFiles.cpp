@@ -1,8 +1,8 @@
 #include "DroppedFiles.h"
 
 #include "FileURL.h"
+#include "LocalItem.h"
 
-#include <QFileInfo>
 #include <QMimeData>
 #include <QUrl>
 
@@ -19,8 +19,7 @@ QStringList plainLocalFiles(const QMimeData& data)
     QStringList files;
     for (const QUrl& url : data.urls()) {
         const QString path = localPath(url);
-        const QFileInfo item(path);
-        if (!path.isNull() && item.exists() && !item.isDir()) {
+        if (const auto item = LocalItem::at(path); item && !item->isFolder) {
             files.append(path);
         }
     }

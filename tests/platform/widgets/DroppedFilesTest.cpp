@@ -1,5 +1,7 @@
 #include "DroppedFiles.h"
 
+#include "FileOfBytes.h"
+#include "LocalPath.h"
 #include "Printers.h"
 
 #include <QDir>
@@ -44,6 +46,14 @@ TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
     m_data.setData(u"text/uri-list"_s, QUrl::fromLocalFile(path).toEncoded() + "\r\n");
 
     EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
+}
+
+TEST_F(DroppedFilesTest, FindsFilesWhoseNamesAreNotUtf8)
+{
+    const FileOfBytes file(m_directory.path(), "caf\xe9.txt");
+    m_data.setData(u"text/uri-list"_s, "file://" + m_directory.path().toUtf8() + "/caf%E9.txt\r\n");
+
+    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ LocalPath::fromBytes(file.path()) });
 }
 
 TEST_F(DroppedFilesTest, TheMachineMayBeNamed)

@@ -1,0 +1,16 @@
+#include "LocalItem.h"
+
+#include "LocalPath.h"
+
+#include <sys/stat.h>
+
+std::optional<LocalItem> LocalItem::at(const QString& path)
+{
+    const QByteArray bytes = LocalPath::toBytes(path);
+    struct stat status = {};
+    // The system would stop at a NUL and find another item.
+    if (bytes.isEmpty() || bytes.contains('\0') || ::stat(bytes.constData(), &status) != 0) {
+        return std::nullopt;
+    }
+    return LocalItem{ .isFolder = S_ISDIR(status.st_mode), .size = status.st_size };
+}

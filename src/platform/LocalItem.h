@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+/// What the file system says of a file, a folder or anything else at a path (LocalPath).
+struct LocalItem {
+    bool isFolder = false;
+    qint64 size = 0; ///< In bytes.
+
+    /// The item at @p path, or where a link there leads to. std::nullopt when there is none that can be seen.
+    static std::optional<LocalItem> at(const QString& path);
+};

@@ -1,0 +1,46 @@
+#include "LocalItem.h"
+
+#include "FileOfBytes.h"
+#include "LocalPath.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+TEST(LocalItemTest, FindsWhatIsThereWhateverItsBytes)
+{
+    const QTemporaryDir folder;
+    const FileOfBytes file(folder.path(), "caf\xe9.txt", "12345");
+    const auto item = LocalItem::at(LocalPath::fromBytes(file.path()));
+
+    ASSERT_TRUE(item);
+    EXPECT_FALSE(item->isFolder);
+    EXPECT_EQ(item->size, 5);
+    ASSERT_TRUE(LocalItem::at(folder.path()));
+    EXPECT_TRUE(LocalItem::at(folder.path())->isFolder);
+}
+
+TEST(LocalItemTest, FollowsLinks)
+{
+    const QTemporaryDir folder;
+    QFile::link(u"/"_s, folder.filePath(u"to-folder"_s));
+    QFile::link(u"/nowhere"_s, folder.filePath(u"to-nothing"_s));
+
+    ASSERT_TRUE(LocalItem::at(folder.filePath(u"to-folder"_s)));
+    EXPECT_TRUE(LocalItem::at(folder.filePath(u"to-folder"_s))->isFolder);
+    EXPECT_FALSE(LocalItem::at(folder.filePath(u"to-nothing"_s)));
+}
+
+TEST(LocalItemTest, NoOtherItemIsTakenForWhatCannotBe)
+{
+    EXPECT_FALSE(LocalItem::at({}));
+    EXPECT_FALSE(LocalItem::at(u""_s));
+    EXPECT_FALSE(LocalItem::at(u"/"_s + QChar::Null));
+    EXPECT_FALSE(LocalItem::at(u"/"_s + QChar(0xd800)));
+}
+
+} // namespace
