@@ -5,7 +5,7 @@
 /// How long the engine waits before silence counts as a failure. No time limit runs while the loop is suspended.
 struct FTPTimeouts {
     std::chrono::milliseconds connect = std::chrono::seconds(30); ///< For a connection, resolving included.
-    std::chrono::milliseconds login = std::chrono::seconds(120); ///< For another login to end, all tries together.
+    std::chrono::milliseconds login = std::chrono::seconds(120); ///< For another login to end and ours to stand.
     /// For all replies of a set-up together; likewise for those to the command that it is for, until data moves.
     std::chrono::milliseconds reply = std::chrono::seconds(60);
     std::chrono::milliseconds stalledData = std::chrono::seconds(60); ///< Without a byte moving.

@@ -188,6 +188,36 @@ TEST_F(OtherLoginTest, TheLimitHoldsForAllTriesTogether)
     EXPECT_LT(sinceSecondRefusal.elapsed(), 1500);
 }
 
+TEST_F(OtherLoginTest, TheLimitHoldsForWhatATryTakesToo)
+{
+    m_timeouts.login = 300ms;
+    startAsBen(m_bens);
+    refuseLogin();
+    m_annas->close();
+    auto control = accept();
+    control->say("220 Ready");
+
+    EXPECT_EQ(m_bens.waitForEnd(), QStringList{ u"FTP 421"_s });
+    EXPECT_EQ(m_bens.lastReply(), u"421 Only one"_s);
+}
+
+TEST_F(OtherLoginTest, TheLimitHoldsNoLongerThanToTheLogin)
+{
+    m_timeouts.login = 1s;
+    startAsBen(m_bens);
+    refuseLogin();
+    m_annas->close();
+    auto control = logIn({ "TYPE I", "EPSV" }, "ben");
+    EXPECT_TRUE(waitFor([this] { return m_bens.lastReply().startsWith(u"257"_s); }));
+
+    EXPECT_FALSE(waitFor([this] { return !m_bens.log().isEmpty(); }, 1200ms));
+
+    control->say("200 Fine");
+    control->say(extendedPassive());
+    acceptData();
+    EXPECT_EQ(control->hear(), "STOR second");
+}
+
 TEST_F(OtherLoginTest, OneThatEndsBecauseNobodyUsesItMakesRoomWhenTheServerHasLetItGo)
 {
     m_timeouts.drain = 1h;

@@ -122,6 +122,26 @@ TEST_F(TlsTrustTest, TheStreamWaitsForTheAnswerWithoutATimeLimit)
     EXPECT_EQ(control->hear(), "PBSZ 0");
 }
 
+TEST_F(TlsTrustTest, TheStreamWaitsForTheAnswerAlsoWhereItHadToWaitForAnotherLogin)
+{
+    m_timeouts.login = 1s;
+    StreamRecorder other;
+    startUpload(other, u"/g"_s, "x", u"ben"_s);
+    auto others = accept();
+    startJudged(m_recorder);
+    const auto refused = accept();
+    refused->say("421 Only one");
+    ASSERT_NE(refused->waitForEnd(), End::None);
+    others->close();
+    auto control = greet();
+    ASSERT_TRUE(waitForQuestions(1));
+
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 1200ms));
+
+    m_judge.answers.front()(true);
+    EXPECT_EQ(control->hear(), "PBSZ 0");
+}
+
 TEST_F(TlsTrustTest, ARefusalIsAnErrorOfItsOwnKind)
 {
     startJudged(m_recorder);

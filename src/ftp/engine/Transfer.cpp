@@ -36,6 +36,7 @@ Transfer::Transfer(FTPEngine& engine, TransferRequest request, std::function<voi
     , m_report(std::move(report))
     , m_watchdog(engine.gate())
     , m_pace(engine.gate())
+    , m_loginWait(engine.gate())
     , m_data(engine.gate())
 {
     connect(&m_data, &DataConnection::reached, this, [this] { enter(State::SecuringData); });
@@ -46,6 +47,7 @@ Transfer::Transfer(FTPEngine& engine, TransferRequest request, std::function<voi
     connect(&m_data, &DataConnection::failed, this, &Transfer::dataFailed);
     connect(&m_watchdog, &Watchdog::expired, this, &Transfer::limitReached);
     connect(&m_pace, &Watchdog::expired, this, &Transfer::checkPace);
+    connect(&m_loginWait, &Watchdog::expired, this, &Transfer::finishWithoutLogin);
     connect(&engine.gate(), &DeliveryGate::opened, this, &Transfer::reportWhatWaited, Qt::QueuedConnection);
 }
 
@@ -75,13 +77,10 @@ ServerTraits& Transfer::traits() const
 /// The only place where the state changes, and with it the time that is left.
 void Transfer::enter(State state)
 {
-    if (m_state == State::AwaitingLogin) {
-        m_loginLimit = m_watchdog.remaining(); // It holds for all tries together.
-    }
     m_state = state;
     const StateClock clock = clockOf(state);
     if (clock.limit != nullptr) {
-        m_watchdog.start(limitOf(clock));
+        m_watchdog.start(m_engine.timeouts().*clock.limit);
     } else {
         m_watchdog.stop();
     }
@@ -90,12 +89,11 @@ void Transfer::enter(State state)
     } else {
         m_pace.stop();
     }
-}
-
-std::chrono::milliseconds Transfer::limitOf(const StateClock& clock) const
-{
-    const std::chrono::milliseconds limit = m_engine.timeouts().*clock.limit;
-    return m_state == State::AwaitingLogin ? m_loginLimit.value_or(limit) : limit;
+    if (state == State::AwaitingLogin && !m_loginWait.isRunning()) {
+        m_loginWait.start(m_engine.timeouts().login);
+    } else if (state == State::AwaitingTrust || state == State::Finished) {
+        m_loginWait.stop();
+    }
 }
 
 void Transfer::dataMoved(qint64 count)
@@ -245,6 +243,7 @@ void Transfer::handleSetupReply(const FTPCommand& command, const Reply& reply)
     }
     const SessionSetup::Verdict verdict = m_try.setup->handleReply(command, reply);
     if (m_progress.stage == Stage::LoggingIn && m_try.connection->session().loggedIn) {
+        m_loginWait.stop();
         reach(Stage::LoggedIn);
     }
     follow(verdict, reply);
@@ -589,10 +588,8 @@ void Transfer::limitReached()
             return;
         }
         break;
-    case State::AwaitingLogin:
-        finishWith({ FTPStreamError::Domain::FTP, serviceEnding }, false);
-        return;
     case State::New:
+    case State::AwaitingLogin:
     case State::Connecting:
     case State::AwaitingTrust:
     case State::AwaitingConsent:
@@ -666,6 +663,7 @@ bool Transfer::recover(Trouble trouble)
 void Transfer::awaitLogin()
 {
     const bool hasOther = m_engine.pool().hasOther(*m_try.connection);
+    m_loginRefusal = m_progress.reply;
     enter(State::AwaitingLogin);
     letGoOfConnection(false);
     const auto tryAgain = [this] {
@@ -680,6 +678,12 @@ void Transfer::awaitLogin()
     } else {
         QTimer::singleShot(loginInterval, this, tryAgain);
     }
+}
+
+void Transfer::finishWithoutLogin()
+{
+    m_progress.reply = m_loginRefusal;
+    finishWith({ FTPStreamError::Domain::FTP, serviceEnding }, false);
 }
 
 // The end.

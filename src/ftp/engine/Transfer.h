@@ -83,7 +83,6 @@ private:
 
     ServerTraits& traits() const;
     void enter(State state);
-    std::chrono::milliseconds limitOf(const StateClock& clock) const;
     void dataMoved(qint64 count);
     void reach(Stage stage);
     void begin();
@@ -119,6 +118,7 @@ private:
     TryFacts facts() const;
     bool recover(Trouble trouble);
     void awaitLogin();
+    void finishWithoutLogin();
 
     void succeed(FTPStreamEvent event);
     void finishRefused(const Reply& reply);
@@ -135,6 +135,7 @@ private:
     State m_state = State::New;
     Watchdog m_watchdog;
     Watchdog m_pace; ///< Of a listing.
+    Watchdog m_loginWait; ///< From the first refusal of a further login to a login, all tries together.
     DataConnection m_data;
     Try m_try;
     Progress m_progress;
@@ -143,7 +144,7 @@ private:
 
     Remedies m_tried; ///< Remedies that have been used up.
     bool m_hasLeftSession = false; ///< We have dropped a session that the server may still count.
-    std::optional<std::chrono::milliseconds> m_loginLimit; ///< What is left for another login to end.
+    QString m_loginRefusal; ///< The server's latest words when it allowed no further login.
     bool m_reported = false; ///< An event has been delivered.
     FTPStreamError m_error;
     std::optional<FTPStreamEvent> m_waiting; ///< An event that was due while the gate was closed.

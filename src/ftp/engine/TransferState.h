@@ -35,11 +35,10 @@ constexpr StateClock clockOf(TransferState state)
 {
     switch (state) {
     case TransferState::New:
+    case TransferState::AwaitingLogin: // FTPTimeouts::login, together with the tries that end in it.
     case TransferState::AwaitingTrust:
     case TransferState::Finished:
         break;
-    case TransferState::AwaitingLogin:
-        return { &FTPTimeouts::login, false };
     case TransferState::Connecting:
     case TransferState::OpeningData:
         return { &FTPTimeouts::connect, false };

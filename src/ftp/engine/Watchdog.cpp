@@ -32,15 +32,6 @@ void Watchdog::stop()
     m_timer.stop();
 }
 
-std::chrono::milliseconds Watchdog::remaining() const
-{
-    if (!m_running) {
-        return 0ms;
-    }
-    const auto quiet = m_gate.isClosed() ? 0ms : std::chrono::milliseconds(m_quiet.elapsed());
-    return std::max(m_limit - m_quietBeforeSuspension - quiet, 0ms);
-}
-
 void Watchdog::suspend()
 {
     m_timer.stop();

@@ -18,8 +18,7 @@ public:
     /// Begins to wait for @p limit, instead of what it waited for before.
     void start(std::chrono::milliseconds limit);
     void stop();
-    /// What is left of the limit; 0 when it does not run.
-    std::chrono::milliseconds remaining() const;
+    bool isRunning() const { return m_running; }
     /// Something has happened: the wait begins again. Cheap enough to be called for every block.
     void restart()
     {
