@@ -257,7 +257,9 @@ TEST_F(StreamSetUpTest, ARefusedLoginIsToldInTheServersWordsForItWhateverItSaysM
             { "the reason first",
               { "530 Wrong password", loginFirst, loginFirst, loginFirst },
               u"530 Wrong password"_s },
-            { "one by one", { "530 Wrong password", "530 Not so fast", "503 What" }, u"530 Wrong password"_s },
+            { "one by one",
+              { "530 Wrong password", "530 Not so fast", "503 What", "530 What" },
+              u"530 Wrong password"_s },
             { "all alike",
               { loginFirst, loginFirst, loginFirst, loginFirst },
               u"530 Log in with USER and PASS first."_s },
@@ -274,6 +276,54 @@ TEST_F(StreamSetUpTest, ARefusedLoginIsToldInTheServersWordsForItWhateverItSaysM
             EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 530"_s });
             return m_recorder.lastReply();
         });
+}
+
+TEST_F(StreamSetUpTest, AServerThatThinksAboutAGoodPasswordIsAskedWithoutPipelining)
+{
+    const QByteArray loginFirst = "530 Log in with USER and PASS first.";
+    checkRows<void(QByteArrayList)>(
+        {
+            { "always in the same words", { loginFirst, loginFirst, loginFirst } },
+            { "in other words for each command", { loginFirst, "530 No TYPE yet", "503 No EPSV yet" } },
+        },
+        [this](const QByteArrayList& replies) {
+            traits().pipelines = true;
+            startUpload(u"/f"_s, "x");
+            const auto control = greet();
+            EXPECT_EQ(control->hear(5).last(), "EPSV");
+            control->say("331 Password");
+            for (const QByteArray& reply : replies) {
+                control->say(reply);
+            }
+            control->say("230 In");
+
+            const auto second = greet();
+            EXPECT_EQ(second->hear(), "USER anna");
+            EXPECT_TRUE(second->isSilent());
+            EXPECT_EQ(m_recorder.log(), QStringList());
+            second->say("331 Password");
+            second->answer({ "230 In", "257 \"/\"", "200 I" });
+            reopen(*second, "STOR f");
+            EXPECT_EQ(m_data->receiveToEnd(), "x");
+            second->say("226 Got it");
+            EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+            second->close();
+            EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+        });
+}
+
+TEST_F(StreamSetUpTest, AServerThatThinksAboutAGoodPasswordMayAllowOneLoginAlone)
+{
+    startUpload(u"/f"_s, "x");
+    const auto control = greet();
+    EXPECT_EQ(control->hear(5).last(), "EPSV");
+    for (const char* reply : { "331 Password", "530 Log in", "530 Log in", "530 Log in", "230 In" }) {
+        control->say(reply);
+    }
+
+    accept()->say("421 Only one"); // The first has ended for us alone.
+
+    EXPECT_EQ(greet()->hear(), "USER anna");
 }
 
 TEST_F(StreamSetUpTest, TheReasonOfARefusedLoginIsWaitedForNoLongerThanTheLimitOrTheConnection)

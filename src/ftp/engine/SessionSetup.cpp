@@ -9,6 +9,9 @@
 
 namespace {
 
+/// "User logged in, proceed" (RFC 959, section 4.2).
+constexpr int loggedIn = 230;
+
 /// The absolute form of a location's folder; nothing when the server did not tell the login folder.
 std::optional<QByteArray> absoluteFolder(const QByteArray& folder, const std::optional<QByteArray>& loginFolder)
 {
@@ -136,9 +139,11 @@ SessionSetup::Verdict SessionSetup::handleReply(const FTPCommand& command, const
     }
     if (!m_loginRefusals.isEmpty()) {
         m_loginRefusals.append(reply);
-        // Words that differ are those for the login, or the first to what stands behind it.
-        const bool isKnown = reply.text != m_loginRefusals.first().text || !m_connection.isPending();
-        return isKnown ? Verdict::Refused : Verdict::GoesOn;
+        if (reply.code == loggedIn) {
+            m_connection.session().loggedIn = true;
+            return Verdict::Confused; // What was refused stood behind the password.
+        }
+        return m_connection.isPending() ? Verdict::GoesOn : Verdict::Refused;
     }
     ControlConnection::Session& session = m_connection.session();
     switch (command.verb) {

@@ -617,7 +617,8 @@ TryFacts Transfer::facts() const
 {
     const ControlConnection* const connection = m_try.connection;
     const bool hasConnection = connection != nullptr;
-    return { .isSettingUp = m_state == State::SettingUp && m_try.setup->hasBegun(),
+    const bool isSettingUp = m_state == State::SettingUp || m_state == State::AwaitingLoginReason;
+    return { .isSettingUp = isSettingUp && m_try.setup->hasBegun(),
              .isReused = hasConnection && connection->isReused(),
              .hasReplied = m_try.hasReplied,
              .isLoggedIn = hasConnection && connection->session().loggedIn,
