@@ -98,6 +98,23 @@ TEST_P(FolderStreamTest, WhatIsSaidWhileTheLoopIsHeldIsReportedInOrderAfterwards
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"created"_s }));
 }
 
+TEST_P(FolderStreamTest, AReplyOf250CreatesAFolderWhereItCannotBeALateOneToAnUpload)
+{
+    startCreation(u"/in/a"_s);
+    auto control = openCreation("MKD a");
+    control->say("250 Made");
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"created"_s }));
+
+    startCreation(u"/in/b"_s);
+    EXPECT_EQ(control->hear(), "TYPE I");
+    control->say("200 I");
+    EXPECT_EQ(control->hear(), "MKD b");
+    control->say("250 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"other"_s }));
+    EXPECT_NE(control->waitForEnd(), End::None);
+}
+
 TEST_P(FolderStreamTest, OnAKeptConnectionThatHasEndedItIsTriedOnAFreshOne)
 {
     for (const bool isSaid : { true, false }) {

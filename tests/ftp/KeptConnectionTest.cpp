@@ -170,12 +170,24 @@ TEST_P(KeptConnectionTest, AnUnaskedReplyMakesItUnfitForUse)
 
 TEST_P(KeptConnectionTest, ASecondConfirmationInPlaceOfAPortCostsTheConnectionAndConfirmsNothing)
 {
-    startSecond();
-    EXPECT_EQ(m_control->hear(), "EPSV");
-    m_control->say("226 Got it");
+    for (const QByteArray& command : { QByteArray("EPSV"), QByteArray("PASV") }) {
+        for (const QByteArray& confirmation : { QByteArray("226 Got it"), QByteArray("250 Got it") }) {
+            SCOPED_TRACE((command + ": " + confirmation).toStdString());
+            traits().passiveOnly = command == "PASV";
+            startSecond();
+            EXPECT_EQ(m_control->hear(), command);
+            m_control->say(confirmation);
 
-    expectUploadOnFreshConnection();
-    EXPECT_NE(m_control->waitForEnd(), End::None);
+            auto control = logIn({ "TYPE I", command });
+            control->say("200 Fine");
+            control->say(traits().passiveOnly ? passive() : extendedPassive());
+            acceptData();
+            EXPECT_EQ(control->hear(), "STOR second");
+            finishUpload(*control);
+            EXPECT_NE(m_control->waitForEnd(), End::None);
+            m_control = std::move(control);
+        }
+    }
 }
 
 TEST_P(KeptConnectionTest, ASecondConfirmationInPlaceOfAFolderCostsTheConnectionAndEntersNothing)
@@ -230,6 +242,78 @@ TEST_P(KeptConnectionTest, ALateConfirmationDoesNotConfirmTheNextFileOfAServerTh
 
 TEST_P(KeptConnectionTest, WhatIsSaidToTheNextFileIsBelievedWhereTransfersAreNotAnnounced)
 {
+    startSecond();
+    reopen(*m_control, "STOR second");
+    EXPECT_EQ(m_data->receiveToEnd(), "2");
+
+    m_control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(KeptConnectionTest, ALateConfirmationEndsNoListingAndNoDownloadOfAServerThatAnnouncesThem)
+{
+    for (const bool isListing : { true, false }) {
+        SCOPED_TRACE(isListing);
+        const auto start = [this, isListing] { isListing ? startListing(u"/"_s) : startDownload(u"/f"_s); };
+        const QByteArray command = isListing ? "LIST" : "RETR f";
+        const auto serve = [this](PeerConnection& control) {
+            control.say("150 Comes");
+            m_data->sendBytes("hello");
+            m_data->close();
+            control.say("226 Done");
+            EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"end"_s }));
+            EXPECT_EQ(m_recorder.data, "hello");
+        };
+        const auto reopenForReading = [this, isListing, &command](PeerConnection& control) {
+            if (!isListing) {
+                EXPECT_EQ(control.hear(), "SIZE f");
+                control.say("502 No SIZE");
+            }
+            reopen(control, command);
+        };
+        start();
+        reopenForReading(*m_control);
+        serve(*m_control);
+
+        start();
+        reopenForReading(*m_control);
+        m_control->say("226 Got it");
+        auto control = open(
+            command, isListing ? QByteArrayList{ "TYPE I", "EPSV" } : QByteArrayList{ "TYPE I", "SIZE f", "EPSV" });
+        serve(*control);
+        EXPECT_NE(m_control->waitForEnd(), End::None);
+        m_control = std::move(control);
+    }
+}
+
+TEST_P(KeptConnectionTest, AnEmptyListingThatIsNotAnnouncedIsBelievedOnAConnectionOfItsOwn)
+{
+    startListing(u"/"_s);
+    reopen(*m_control, "LIST");
+    m_control->say("150 Comes");
+    m_data->close();
+    m_control->say("226 Done");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+
+    startListing(u"/"_s);
+    reopen(*m_control, "LIST");
+    m_control->say("226 Nothing there");
+    auto control = open("LIST");
+    m_data->close();
+    control->say("226 Nothing there");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"end"_s }));
+}
+
+TEST_P(KeptConnectionTest, ThatAServerAnnouncesListingsSaysNothingOfUploads)
+{
+    startListing(u"/"_s);
+    reopen(*m_control, "LIST");
+    m_control->say("150 Comes");
+    m_data->close();
+    m_control->say("226 Done");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
     startSecond();
     reopen(*m_control, "STOR second");
     EXPECT_EQ(m_data->receiveToEnd(), "2");

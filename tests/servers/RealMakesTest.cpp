@@ -190,6 +190,21 @@ TEST_P(RealMakesTest, AFolderIsCreatedAndTakesFiles)
     EXPECT_NE(upload(u"no such folder/file"_s, "bytes"), u"end"_s);
 }
 
+TEST_P(RealMakesTest, WhatIsEmptyIsReadLikeAllElse)
+{
+    ASSERT_TRUE(QDir(m_server->root()).mkdir(u"empty"_s));
+    EXPECT_EQ(upload(u"full.txt"_s, "bytes"), u"end"_s);
+    EXPECT_EQ(upload(u"empty.txt"_s, ""), u"end"_s);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(download(u"full.txt"_s), u"end"_s);
+        EXPECT_EQ(download(u"empty.txt"_s), u"end"_s);
+        EXPECT_EQ(m_recorder.data, "");
+        EXPECT_EQ(list(u""_s), u"end"_s);
+        EXPECT_EQ(list(u"empty/"_s), u"end"_s);
+        EXPECT_FALSE(m_recorder.data.contains("txt"));
+    }
+}
+
 std::string nameOfTest(const testing::TestParamInfo<Make>& tested)
 {
     return nameOf(tested.param.make).remove(u'-').toStdString() + (tested.param.isEncrypted ? "Encrypted" : "");

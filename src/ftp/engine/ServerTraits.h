@@ -1,17 +1,20 @@
 #pragma once
 
+#include "FTPCommand.h"
 #include "FTPServerKey.h"
 
 #include <QHostAddress>
 
 #include <map>
+#include <set>
 
 /// What is known of a server, for as long as there is an engine.
 struct ServerTraits {
     QHostAddress address; ///< Of the host's addresses the one that has answered last; null: none has.
     bool hasFixedAddress = false; ///< No other one is to be used.
     bool pipelines = true; ///< It understands commands that are sent ahead of replies.
-    bool announces = false; ///< It says that a transfer begins (125, 150) before it says that one was done.
+    /// STOR, RETR, LIST: it says that such a transfer begins (125, 150) before it says that it was done.
+    std::set<FTPVerb> announced;
     bool passiveOnly = false; ///< EPSV leads nowhere; PASV is to be used where there is an IPv4 address.
 };
 

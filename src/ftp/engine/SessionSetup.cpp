@@ -30,6 +30,8 @@ bool isStray(const FTPCommand& command, const Reply& reply)
     switch (command.verb) {
     case FTPVerb::Epsv:
         return reply.isPositive() && reply.code != 229;
+    case FTPVerb::Pasv:
+        return reply.isPositive() && reply.code != 227;
     case FTPVerb::Type:
         return reply.isPositive() && reply.code != 200;
     default:

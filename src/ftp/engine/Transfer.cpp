@@ -190,7 +190,7 @@ void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
     } else if (command.verb == FTPVerb::Mkd) {
         handleCreationReply(reply);
     } else {
-        handleTransferReply(reply);
+        handleTransferReply(command.verb, reply);
     }
 }
 
@@ -365,14 +365,24 @@ void Transfer::runCommand()
 
 void Transfer::handleCreationReply(const Reply& reply)
 {
-    if (reply.code == 257 || reply.code == 250) {
+    // 250 answers uploads as well, and one of those may have been answered twice.
+    if (reply.code == 257 || (reply.code == 250 && !m_try.connection->isReused())) {
         succeed(FTPStreamEvent::EndEncountered);
     } else if (!reply.isPreliminary()) {
         finishRefused(reply);
     }
 }
 
-void Transfer::handleTransferReply(const Reply& reply)
+/// Whether a confirmation of the transfer that @p verb has asked for may be a late word on the one before: the server
+/// has yet to say that this one begins.
+bool Transfer::mayBeLate(FTPVerb verb) const
+{
+    const bool isUpload = m_request.kind == Kind::Upload;
+    return !m_try.hasConsented && traits().announced.contains(verb)
+        && (isUpload || m_try.connection->isReused()); // Nothing was before it on a connection of its own.
+}
+
+void Transfer::handleTransferReply(FTPVerb verb, const Reply& reply)
 {
     const bool isDeadPort = reply.code == 425 && !m_try.hasDataConnection && !m_data.hasReachedPeer();
     if (isDeadPort && recover(Trouble::DeadDataPort)) {
@@ -390,11 +400,13 @@ void Transfer::handleTransferReply(const Reply& reply)
         finishRefused(reply);
         return;
     }
-    ServerTraits& known = traits();
     if (reply.isPreliminary()) {
-        known.announces = true;
-    } else if (m_request.kind == Kind::Upload && known.announces && !m_try.hasConsented) {
-        fail(); // A late word on the transfer before: this one the server has yet to begin.
+        traits().announced.insert(verb);
+    } else if (mayBeLate(verb)) {
+        const bool isUpload = m_request.kind == Kind::Upload; // A STOR is not said twice: the first may act later.
+        if (isUpload || !recover(Trouble::StrayReply)) {
+            fail();
+        }
         return;
     } else {
         m_try.isConfirmed = true;

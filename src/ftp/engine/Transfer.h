@@ -103,7 +103,8 @@ private:
 
     void runCommand();
     void handleCreationReply(const Reply& reply);
-    void handleTransferReply(const Reply& reply);
+    void handleTransferReply(FTPVerb verb, const Reply& reply);
+    bool mayBeLate(FTPVerb verb) const;
     void confirmed();
     void consented();
 
