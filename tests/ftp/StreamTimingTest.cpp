@@ -99,6 +99,29 @@ TEST_F(StreamTimingTest, AListingGoesOnThatBringsAKibibyteAMinuteFromItsSecondOn
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
+TEST_F(StreamTimingTest, AKibibyteAMinuteIsEnoughForAListingAndAByteLessIsNot)
+{
+    for (const qsizetype size : { 1023, 1024 }) {
+        SCOPED_TRACE(size);
+        m_timeouts.slowListing = 20ms;
+        startListing(u"/"_s);
+        auto control = open("LIST");
+        control->say("150 Comes");
+        ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
+        m_timeouts.slowListing = 1s; // The second minute, which begins when the first is over.
+        EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 100ms));
+
+        m_data->sendBytes(QByteArray(size, 'x'));
+
+        const bool isEnded = waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 1500ms);
+        EXPECT_EQ(m_recorder.data.size(), size);
+        EXPECT_EQ(isEnded, size < 1024);
+        m_recorder.close();
+        control->close();
+        EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+    }
+}
+
 TEST_F(StreamTimingTest, ADownloadMayTrickle)
 {
     m_timeouts.slowListing = 100ms;
