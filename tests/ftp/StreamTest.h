@@ -4,6 +4,7 @@
 #include "DeliveryGate.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
+#include "NoWarnings.h"
 #include "Printers.h"
 #include "ScriptedPeer.h"
 #include "ServerTraits.h"
@@ -183,6 +184,7 @@ protected:
         return control;
     }
 
+    NoWarnings m_noWarnings;
     TestCertificate m_certificate = TestCertificate::selfSigned();
     TlsServerContext m_tls{ m_certificate };
     QList<QByteArray> m_trusted{ m_certificate.fingerprint() };

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Carries TLS over a socket of Qt. The socket reports its end by itself.
+/// Carries TLS over a socket of Qt. The socket reports its end by itself, and is closed by then.
 class SocketTransport final : public TlsTransport {
 public:
     explicit SocketTransport(QTcpSocket& socket)
@@ -25,10 +25,13 @@ public:
 
     qint64 receive(char* bytes, qint64 size) override
     {
-        const qint64 count = m_socket.read(bytes, size);
+        const qint64 count = m_socket.isOpen() ? m_socket.read(bytes, size) : 0;
         return count > 0 ? count : nothingYet;
     }
-    bool send(const char* bytes, qint64 size) override { return m_socket.write(bytes, size) == size; }
+    bool send(const char* bytes, qint64 size) override
+    {
+        return m_socket.isOpen() && m_socket.write(bytes, size) == size;
+    }
 
 private:
     QTcpSocket& m_socket;
@@ -115,6 +118,9 @@ void ControlConnection::send(const QList<FTPCommand>& commands)
         lines.append(command.line());
         lines.append("\r\n");
         m_pending.enqueue(command);
+    }
+    if (!m_socket->isOpen()) {
+        return; // The end of the connection is about to be reported.
     }
     if (m_tls == nullptr && !m_shakingHands) {
         m_socket->write(lines);
