@@ -1,5 +1,6 @@
 #include "StreamTest.h"
 
+#include <cerrno>
 #include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -15,6 +16,13 @@ std::function<void(int socket)>& afterCount()
     return call;
 }
 
+/// Whether the system cannot tell how much is unacknowledged.
+bool& isCountUnknown()
+{
+    static bool isUnknown = false;
+    return isUnknown;
+}
+
 } // namespace
 
 // The linker leads the calls to __wrap_NAME and those of __real_NAME to the system: its names, not ours.
@@ -26,6 +34,10 @@ int __wrap_ioctl(int descriptor, unsigned long request, void* argument);
 
 int __wrap_ioctl(int descriptor, unsigned long request, void* argument)
 {
+    if (request == SIOCOUTQ && isCountUnknown()) {
+        errno = EINVAL;
+        return -1;
+    }
     const int result = __real_ioctl(descriptor, request, argument);
     if (request == SIOCOUTQ && afterCount() != nullptr) {
         std::exchange(afterCount(), nullptr)(descriptor);
@@ -54,6 +66,8 @@ protected:
         EXPECT_TRUE(waitFor([this] { return m_recorder.written() > 0; }));
         return control;
     }
+
+    ~DeliveryTest() override { isCountUnknown() = false; }
 
     bool hasEnded() const { return m_recorder.log().last() != u"space"_s; }
 };
@@ -125,6 +139,20 @@ TEST_P(DeliveryTest, AConfirmationWaitsForTheAcknowledgementAlsoWithoutTheServer
     EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 200ms));
 
     m_data->acknowledgeAgain();
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(DeliveryTest, WhatTheSystemDoesNotTellHasNotBeenAcknowledged)
+{
+    isCountUnknown() = true;
+    startUpload(u"/f"_s, "hello");
+    auto control = open("STOR f");
+    EXPECT_EQ(m_data->receiveToEnd(), "hello");
+    control->say("226 Got it");
+    EXPECT_FALSE(waitFor([this] { return hasEnded(); }, 200ms));
+
+    isCountUnknown() = false;
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }

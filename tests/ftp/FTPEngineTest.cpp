@@ -36,6 +36,17 @@ TEST_F(FTPEngineTest, WhatOneHasLearntAboutAServerNoOtherKnows)
     logIn({ "TYPE I", "EPSV" });
 }
 
+TEST_F(FTPEngineTest, WhatItKnowsOfAServerStaysWhereItIsHoweverManyThereAre)
+{
+    const ServerTraits& known = traits();
+
+    for (quint16 port = 1; port <= 1000; ++port) {
+        m_engine.servers().of({ u"elsewhere"_s, port, {}, {} });
+    }
+
+    EXPECT_EQ(&traits(), &known); // A set-up under way refers to it.
+}
+
 TEST_F(FTPEngineTest, AConnectionServesTheStreamsOfItsOwnAlone)
 {
     startUpload(u"/first"_s, "x");

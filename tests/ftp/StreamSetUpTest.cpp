@@ -1,31 +1,14 @@
 // What is said in a set-up, and how refusals of it are reported.
 
 #include "CheckRows.h"
+#include "SocketOptions.h"
 #include "StreamTest.h"
 
-#include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/socket.h>
 
 namespace {
 
 using StreamSetUpTest = StreamTest;
-
-/// An option of this program's end of the connection to @p port; nothing when there is none.
-std::optional<int> optionOfSocketTo(quint16 port, int level, int name)
-{
-    for (int socket = 0; socket < 1000; ++socket) {
-        sockaddr_in peer{};
-        socklen_t length = sizeof peer;
-        int value = 0;
-        socklen_t valueLength = sizeof value;
-        if (::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &length) == 0 && peer.sin_port == htons(port)
-            && ::getsockopt(socket, level, name, &value, &valueLength) == 0) {
-            return value;
-        }
-    }
-    return std::nullopt;
-}
 
 TEST_F(StreamSetUpTest, TheFolderIsEnteredRelativeToTheLoginFolderOrAbsolutely)
 {

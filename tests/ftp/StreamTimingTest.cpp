@@ -141,6 +141,26 @@ TEST_F(StreamTimingTest, PreliminaryRepliesDoNotProlongTheSetUp)
     EXPECT_FALSE(goOnBeyond(m_timeouts.reply, [&control] { control->say("120 Soon"); }));
 }
 
+TEST_F(StreamTimingTest, TheLimitOfASetUpHoldsForGreetingEncryptionAndLoginTogether)
+{
+    m_timeouts.reply = 1s;
+    m_encryption = FTPEncryption::Required;
+    traits().pipelines = false; // It is not tried again.
+    startUpload(u"/f"_s, "x");
+    auto control = accept();
+    QElapsedTimer sinceConnection;
+    sinceConnection.start();
+    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 700ms));
+    control->say("220 Ready");
+    control->answer({ "234 Go on" });
+    EXPECT_TRUE(control->startTls(m_tls));
+    EXPECT_EQ(control->hear(), "PBSZ 0");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+
+    EXPECT_LT(sinceConnection.elapsed(), 1600);
+}
+
 TEST_F(StreamTimingTest, PreliminaryRepliesDoNotProlongTheWaitForTheConfirmation)
 {
     m_timeouts.confirmation = 400ms;

@@ -5,11 +5,14 @@
 #include "LogRecorder.h"
 #include "OpenDescriptors.h"
 #include "Printers.h"
+#include "SocketOptions.h"
 
 #include <gtest/gtest.h>
 
 #include <future>
 #include <limits>
+#include <netinet/tcp.h>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -461,6 +464,28 @@ TEST(FTPManagerControlTest, TheAddressOfTheRecordIsConnectedToWhateverTheHostIsC
         server.close();
         EXPECT_EQ(server.received().value(0), "USER user\r\nPASS word\r\nCWD in\r\nDELE a.txt\r\nQUIT\r\n"_ba);
     }
+}
+
+TEST(FTPManagerControlTest, TheSystemKeepsTheConnectionAlive)
+{
+    std::optional<int> isKept;
+    std::optional<int> idle;
+    std::optional<int> interval;
+    quint16 port = 0;
+    const ControlServer server([&](ControlPeer& peer) {
+        peer.receiveUntil("QUIT\r\n");
+        isKept = optionOfSocketTo(port, SOL_SOCKET, SO_KEEPALIVE);
+        idle = optionOfSocketTo(port, IPPROTO_TCP, TCP_KEEPIDLE);
+        interval = optionOfSocketTo(port, IPPROTO_TCP, TCP_KEEPINTVL);
+        peer.send("220 hello\r\n230 in\r\n221 bye\r\n");
+    });
+    port = server.port();
+
+    EXPECT_TRUE(FTPManager().checkLogin(recordFor(server).get()));
+
+    EXPECT_EQ(isKept, 1);
+    EXPECT_EQ(idle, 60);
+    EXPECT_EQ(interval, 60);
 }
 
 TEST(FTPManagerControlTest, AServerThatIsSilentForTheRecordsTimeLimitFails)

@@ -345,6 +345,27 @@ TEST_F(ItemActionsTest, AnActionGoesToTheMachineThatTheListCameFrom)
     EXPECT_TRUE(m_address.isNull());
 }
 
+TEST_F(ItemActionsTest, UntilARefreshBringsRowsTheMachineIsThatOfTheListBefore)
+{
+    const QHostAddress listed(u"2001:db8::7"_s);
+    const QHostAddress other(u"192.0.2.7"_s);
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).peerAddress = listed;
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).peerAddress = other;
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+
+    m_outcome = ItemOutcome::Refused; // Which leaves the refresh alone.
+    m_controller->createFolder(u"new"_s);
+    EXPECT_EQ(m_address, listed);
+
+    latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2020 a\r\n");
+    m_controller->createFolder(u"newer"_s);
+    EXPECT_EQ(m_address, other);
+}
+
 TEST_F(ItemActionsTest, WhatTheServerHasNotAnsweredInTimeMayOrMayNotBeDone)
 {
     m_outcome = ItemOutcome::Unanswered;
