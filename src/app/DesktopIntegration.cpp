@@ -4,14 +4,22 @@
 #include "ProgramIdentity.h"
 #include "ViewController.h"
 
-#include <QLocale>
-
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// So long the notification of a finished queue waits for the listing that checks sizes.
+constexpr auto longestCheck = 5s;
+
+} // namespace
 
 DesktopIntegration::DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop)
     : m_desktop(std::move(desktop))
+    , m_history(viewController.history())
     , m_notifier(m_desktop.sessionBus(),
                  { .name = Addressing::appName(programName),
                    .icon = ProgramIdentity::iconName(),
@@ -24,32 +32,38 @@ DesktopIntegration::DesktopIntegration(ViewController& viewController, const QSt
         m_progress.setProgress(activity.progress);
         m_inhibitor.setInhibited(activity.isMoving || activity.isWaiting);
     });
-    connect(&viewController.history(), &UploadHistory::queueDrained, this, &DesktopIntegration::queueDrained);
+    m_check.setSingleShot(true);
+    connect(&m_check, &QTimer::timeout, this, &DesktopIntegration::notify);
+    connect(&m_history, &UploadHistory::queueDrained, this, &DesktopIntegration::queueDrained);
+    connect(&m_history, &UploadHistory::filesChecked, this, [this] {
+        if (m_check.isActive() && !m_history.hasUncheckedFiles()) {
+            m_check.start(0ms);
+        }
+    });
+    // The next queue has its own notification.
+    connect(&m_history, &UploadHistory::queueBegins, this, [this] {
+        if (m_check.isActive()) {
+            m_check.stop();
+            notify();
+        }
+    });
     connect(&m_notifier, &Notifier::activated, this, &DesktopIntegration::activated);
 }
 
-QString DesktopIntegration::drainedText(const FileTally& tally)
+void DesktopIntegration::queueDrained()
 {
-    if (tally.confirmed + tally.failed == 0) {
-        return {};
+    if (m_desktop.isInFront()) {
+        return;
     }
-    const QLocale locale;
-    const auto counted
-        = [&locale](int count) { return locale.toString(count) + (count == 1 ? u" file"_s : u" files"_s); };
-    QStringList parts{ u"%1 uploaded"_s.arg(counted(tally.confirmed)) };
-    if (tally.failed > 0) {
-        parts.append(u"%1 failed"_s.arg(locale.toString(tally.failed)));
-    }
-    if (tally.stopped > 0) {
-        parts.append(u"%1 stopped"_s.arg(locale.toString(tally.stopped)));
-    }
-    return parts.join(u", "_s);
+    m_check.start(m_history.hasUncheckedFiles() ? std::chrono::milliseconds(longestCheck) : 0ms);
 }
 
-void DesktopIntegration::queueDrained(const FileTally& tally)
+void DesktopIntegration::notify()
 {
-    const QString text = drainedText(tally);
-    if (!text.isNull() && !m_desktop.isInFront()) {
-        m_notifier.show(tally.failed == 0 ? u"Upload finished"_s : u"Upload finished with failures"_s, text);
+    const FileTally& tally = m_history.queueTally();
+    const bool isWorthIt = tally.confirmed + tally.notListed + tally.lost() > 0; // What the user has ended is not.
+    if (isWorthIt) {
+        m_notifier.show(tally.lost() == 0 ? u"Upload finished"_s : u"Upload finished with failures"_s,
+                        m_history.queueText());
     }
 }

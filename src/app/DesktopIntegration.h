@@ -1,15 +1,16 @@
 #pragma once
 
-#include "FileTally.h"
 #include "LauncherProgress.h"
 #include "Notifier.h"
 #include "SleepInhibitor.h"
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 #include <functional>
 
+class UploadHistory;
 class ViewController;
 
 /// Tells the desktop what the transfers are about: progress on the launcher's icon, no sleep while files move or are
@@ -28,17 +29,17 @@ public:
     /// launcher is looked for once.
     DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop);
 
-    /// The text about a finished queue; null when the user has ended it and there is nothing to report.
-    static QString drainedText(const FileTally& tally);
-
 signals:
     /// The user has clicked on the notification.
     void activated();
 
 private:
-    void queueDrained(const FileTally& tally);
+    void queueDrained();
+    void notify();
 
     Desktop m_desktop;
+    UploadHistory& m_history;
+    QTimer m_check; ///< Runs while a listing that is to come may know better of the last queue.
     Notifier m_notifier;
     LauncherProgress m_progress;
     SleepInhibitor m_inhibitor;

@@ -27,7 +27,9 @@ struct FTPStreamError {
         None, ///< Nothing has failed.
         FTP, ///< The server refused with the reply code in `code` (400 to 599).
         Certificate, ///< The server's certificate is neither good nor trusted; no login was sent.
-        Other, ///< Resolving, connecting, time-outs, lost connections, refused TLS, texts that cannot be sent.
+        Silent, ///< The server has let a time limit pass.
+        Unsendable, ///< No command can hold the location or the login; nothing was sent.
+        Other, ///< Resolving, connecting, lost connections, refused TLS.
     };
 
     Domain domain = Domain::None;

@@ -22,8 +22,7 @@ QVariant alignment(Column column)
 /// What counts as failed, and what may have gone wrong.
 bool isWarning(const HistoryEntry& entry)
 {
-    using Outcome = HistoryEntry::Outcome;
-    return entry.outcome == Outcome::Failed || entry.outcome == Outcome::NotFound || entry.listedSize;
+    return isFailure(entry.outcome) || entry.outcome == UploadOutcome::Kind::NotListed;
 }
 
 } // namespace

@@ -134,8 +134,7 @@ void HistoryWindow::refreshSoon()
 void HistoryWindow::refresh()
 {
     showWhatCanBeDone();
-    m_ui->summaryLabel->setText(
-        HistoryText::summary(m_history.runTally(), m_history.waitingCount(), m_history.differingCount()));
+    m_ui->summaryLabel->setText(HistoryText::summary(m_history.runTally(), m_history.waitingCount()));
     follow();
 }
 

@@ -8,7 +8,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto window = 8s; ///< Long enough to be calm, short enough to follow.
+constexpr auto measuredSpan = 8s; ///< Long enough to be calm, short enough to follow.
 
 } // namespace
 
@@ -18,7 +18,7 @@ void TransferRate::add(std::chrono::milliseconds time, quint64 bytes)
         m_samples.clear();
     }
     m_samples.push_back({ time, bytes });
-    while (time - m_samples.front().time > window) {
+    while (time - m_samples.front().time > measuredSpan) {
         m_samples.pop_front();
     }
 }

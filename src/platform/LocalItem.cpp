@@ -12,5 +12,7 @@ std::optional<LocalItem> LocalItem::at(const QString& path)
     if (bytes.isEmpty() || bytes.contains('\0') || ::stat(bytes.constData(), &status) != 0) {
         return std::nullopt;
     }
-    return LocalItem{ .isFolder = S_ISDIR(status.st_mode), .size = status.st_size };
+    return LocalItem{ .isFolder = S_ISDIR(status.st_mode),
+                      .isPlainFile = S_ISREG(status.st_mode),
+                      .size = status.st_size };
 }

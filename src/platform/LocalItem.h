@@ -7,6 +7,7 @@
 /// What the file system says of a file, a folder or anything else at a path (LocalPath).
 struct LocalItem {
     bool isFolder = false;
+    bool isPlainFile = false;
     qint64 size = 0; ///< In bytes.
 
     /// The item at @p path, or where a link there leads to. std::nullopt when there is none that can be seen.

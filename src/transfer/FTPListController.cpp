@@ -39,6 +39,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
         updateListingStatus(u"Invalid URL"_s);
         return;
     }
+    m_hasSucceeded = false;
     m_listData.clear();
     m_measure = {};
     m_searched = 0;
@@ -50,6 +51,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
 void FTPListController::stopReceiveWithStatus(const QString& status)
 {
     closeStream();
+    m_hasSucceeded = status.isNull();
     didStop(status.isNull() ? u"Listing succeeded"_s : status);
 }
 

@@ -43,6 +43,9 @@ public:
     void stopReceiveWithStatus(const QString& status);
 
     bool isReceiving() const { return networkStream() != nullptr; }
+    /// Whether the server has confirmed the end of the last listing. It is known before the status of the end is
+    /// reported.
+    bool hasSucceeded() const { return m_hasSucceeded; }
 
     /// What has been received of lines that are not complete. Stays after the end; the next start empties it.
     const QByteArray& listData() const { return m_listData; }
@@ -73,4 +76,5 @@ private:
     ListingMeasure m_measure; ///< Of this listing.
     qsizetype m_searched = 0; ///< So many bytes at the beginning of m_listData are known to hold no line end.
     QString m_status;
+    bool m_hasSucceeded = false;
 };

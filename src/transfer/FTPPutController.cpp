@@ -32,10 +32,15 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
 {
     m_pathToUpload = filePath;
     m_sendingStatus = u"Sending \"%1\""_s.arg(PathText::lastPathComponent(filePath));
-    const std::optional<LocalItem> item = LocalItem::at(filePath);
-    if (isSending() || m_fileStream != nullptr || !item) {
+    if (isSending() || m_fileStream != nullptr) {
         return;
     }
+    const std::optional<LocalItem> item = LocalItem::at(filePath);
+    if (!item) {
+        m_outcome = { .kind = UploadOutcome::Kind::NotFound };
+        return;
+    }
+    m_outcome = { .kind = UploadOutcome::Kind::Sending };
     const Watch watch(*this);
     updateStatus(u"Starting put..."_s);
     if (!watch.isUndisturbed()) {
@@ -47,18 +52,19 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(filePath));
     const QString location = URLText::appendingPathComponent(folder, name);
     if (location.isNull()) {
-        updateStatus(u"Invalid URL"_s);
+        refuseStart(UploadOutcome::Kind::Failed, u"Invalid URL"_s);
         return;
     }
     m_fileStream = FileInputStream::create(filePath);
     if (m_fileStream == nullptr) {
+        using enum UploadOutcome::Kind;
         // The wording stays, although it is the input file that is meant.
-        updateStatus(u"Can not create output file."_s);
+        refuseStart(item->isPlainFile ? NotReadable : NotPlainFile, u"Can not create output file."_s);
         return;
     }
     if (m_fileStream->length() < 0) {
         m_fileStream.reset();
-        updateStatus(u"File read error"_s);
+        refuseStart(UploadOutcome::Kind::NotReadable, u"File read error"_s);
         return;
     }
     m_bufferOffset = 0;
@@ -68,8 +74,27 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     }
 }
 
+/// Reports @p status of a file that nothing was sent of.
+void FTPPutController::refuseStart(UploadOutcome::Kind kind, const QString& status)
+{
+    m_outcome = { .kind = kind, .status = status };
+    updateStatus(status);
+}
+
 void FTPPutController::stopSendWithStatus(const QString& status)
 {
+    stop(status.isNull() ? UploadOutcome::Kind::Confirmed : UploadOutcome::Kind::Stopped, status);
+}
+
+void FTPPutController::stop(UploadOutcome::Kind kind, const QString& status)
+{
+    if (m_outcome.kind == UploadOutcome::Kind::Sending) {
+        m_outcome = { .kind = kind, .status = status };
+        if (isSending()) {
+            m_outcome.code = networkStream()->error().code;
+            m_outcome.reply = lastReply();
+        }
+    }
     closeStream();
     if (m_fileStream != nullptr) {
         m_fileStream->close();
@@ -89,14 +114,35 @@ void FTPPutController::handleStreamEvent(FTPStreamEvent event)
         sendStep();
         break;
     case FTPStreamEvent::ErrorOccurred:
-        // Kept: the text asks about a directory because folder creation shares it.
-        stopSendWithStatus(
-            errorStatus(u"FTP error %1; Directory may already exist?"_s.arg(networkStream()->error().code)));
+        streamFailed();
         break;
     case FTPStreamEvent::HasBytesAvailable:
     case FTPStreamEvent::EndEncountered:
         break;
     }
+}
+
+void FTPPutController::streamFailed()
+{
+    const FTPStreamError error = networkStream()->error();
+    const auto kind = [&error] {
+        switch (error.domain) {
+        case FTPStreamError::Domain::FTP:
+            return UploadOutcome::Kind::Refused;
+        case FTPStreamError::Domain::Silent:
+            return UploadOutcome::Kind::Silent;
+        case FTPStreamError::Domain::Unsendable:
+            return UploadOutcome::Kind::UnsendableName;
+        case FTPStreamError::Domain::Other:
+            return UploadOutcome::Kind::ConnectionLost;
+        case FTPStreamError::Domain::None:
+        case FTPStreamError::Domain::Certificate:
+            break;
+        }
+        return UploadOutcome::Kind::Failed;
+    };
+    // Kept: the text asks about a directory because folder creation shares it.
+    stop(kind(), errorStatus(u"FTP error %1; Directory may already exist?"_s.arg(error.code)));
 }
 
 void FTPPutController::sendStep()
@@ -113,7 +159,7 @@ void FTPPutController::sendStep()
     const qint64 count = networkStream()->write(std::span<const char>(m_buffer).subspan(
         static_cast<size_t>(m_bufferOffset), static_cast<size_t>(m_bufferLimit - m_bufferOffset)));
     if (count < 0) {
-        stopSendWithStatus(u"Network write error"_s);
+        stop(UploadOutcome::Kind::ConnectionLost, u"Network write error"_s);
         return;
     }
     m_bufferOffset += static_cast<quint64>(count);
@@ -126,7 +172,11 @@ bool FTPPutController::fillBuffer()
 {
     const qint64 count = m_fileStream->read(m_buffer);
     if (count <= 0) {
-        stopSendWithStatus(count == 0 ? QString() : u"File read error"_s);
+        if (count == 0) {
+            stopSendWithStatus(QString());
+        } else {
+            stop(UploadOutcome::Kind::NotReadable, u"File read error"_s);
+        }
         return false;
     }
     m_bufferOffset = 0;

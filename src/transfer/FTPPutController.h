@@ -1,6 +1,7 @@
 #pragma once
 
 #include "StreamController.h"
+#include "UploadOutcome.h"
 
 #include <array>
 
@@ -45,6 +46,9 @@ public:
     void stopSendWithStatus(const QString& status);
 
     bool isSending() const { return networkStream() != nullptr; }
+    /// What has become of the file that was last to be started; a start that is ignored while another upload runs
+    /// changes nothing. It is known before the status of the end is reported.
+    const UploadOutcome& outcome() const { return m_outcome; }
 
     /// Bytes read from the file and not yet taken by the network: those from bufferOffset() to bufferLimit().
     const char* buffer() const { return m_buffer.data(); }
@@ -59,8 +63,11 @@ public:
 private:
     void handleStreamEvent(FTPStreamEvent event) override;
     void reportStatus(const QString& status) override { updateStatus(status); }
-    void stopWithStatus(const QString& status) override { stopSendWithStatus(status); }
+    void stopWithStatus(const QString& status) override { stop(UploadOutcome::Kind::Failed, status); }
 
+    void refuseStart(UploadOutcome::Kind kind, const QString& status);
+    void stop(UploadOutcome::Kind kind, const QString& status);
+    void streamFailed();
     void sendStep();
     bool fillBuffer();
     void reportProgress();
@@ -76,6 +83,7 @@ private:
     quint64 m_bufferLimit = 0; ///< One past the last byte read.
     qint64 m_fileSize = 0;
     qint64 m_totalBytesWritten = 0;
+    UploadOutcome m_outcome;
     QString m_pathToUpload;
     QString m_sendingStatus; ///< Names the file of m_pathToUpload; said for each block.
 };

@@ -13,23 +13,20 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Outcome = HistoryEntry::Outcome;
-
 /// In bytes per second; only a whole file has one that means something.
 std::optional<double> speed(const HistoryEntry& entry)
 {
-    if (entry.outcome != Outcome::Confirmed || !entry.size || !entry.durationMs || *entry.size == 0) {
+    using enum UploadOutcome::Kind;
+    const bool isWhole = entry.outcome == Confirmed || entry.outcome == NotListed || entry.outcome == OtherSize;
+    if (!isWhole || !entry.size || !entry.durationMs || *entry.size == 0) {
         return std::nullopt;
     }
     const auto milliseconds = static_cast<double>(std::max<qint64>(*entry.durationMs, 1));
     return static_cast<double>(*entry.size) * 1000 / milliseconds;
 }
 
-QString confirmedText(const HistoryEntry& entry)
+QString otherSizeText(const HistoryEntry& entry)
 {
-    if (!entry.listedSize) {
-        return u"Confirmed by the server"_s;
-    }
     const QLocale locale;
     return u"Confirmed, but %1 bytes listed, not %2"_s.arg(locale.toString(*entry.listedSize),
                                                            locale.toString(entry.size.value_or(0)));
@@ -38,21 +35,38 @@ QString confirmedText(const HistoryEntry& entry)
 QString endText(const HistoryEntry& entry)
 {
     switch (entry.outcome) {
-    case Outcome::Waiting:
+        using enum UploadOutcome::Kind;
+    case Waiting:
         return u"Waiting"_s;
-    case Outcome::Sending:
+    case Sending:
         return u"Sending"_s;
-    case Outcome::Confirmed:
-        return confirmedText(entry);
-    case Outcome::Failed:
+    case Confirmed:
+        return u"Confirmed by the server"_s;
+    case OtherSize:
+        return otherSizeText(entry);
+    case NotListed:
+        return u"Confirmed, but not listed under this name"_s;
+    case Refused:
+    case ConnectionLost:
+    case Failed:
         return u"Failed: "_s + visibleText(entry.status);
-    case Outcome::Stopped:
+    case Silent:
+        return u"Failed: the server did not answer in time"_s;
+    case NotReadable:
+        return u"Failed: the file could not be read"_s;
+    case NotPlainFile:
+        return u"Failed: not a plain file"_s;
+    case UnsendableName:
+        return u"Failed: the name cannot be sent"_s;
+    case Stopped:
         return u"Stopped"_s;
-    case Outcome::NotFound:
+    case NotFound:
         return u"Not found"_s;
-    case Outcome::Removed:
+    case LeftOut:
+        return u"Left out: not a plain file"_s;
+    case Removed:
         return u"Removed from the queue"_s;
-    case Outcome::Note:
+    case Note:
         return u"Note"_s;
     }
     return {};
@@ -65,7 +79,7 @@ QString outcomeText(const HistoryEntry& entry)
 
 bool isNote(const HistoryEntry& entry)
 {
-    return entry.outcome == Outcome::Note;
+    return entry.outcome == UploadOutcome::Kind::Note;
 }
 
 } // namespace
@@ -143,12 +157,17 @@ QString line(const HistoryEntry& entry)
         .join(u'\t');
 }
 
-QString summary(const FileTally& tally, qsizetype waiting, int differing)
+QString summary(const FileTally& tally, qsizetype waiting)
 {
     const QList<std::pair<qsizetype, QString>> counts{
-        { tally.confirmed, u"%1 confirmed"_s }, { differing, u"%1 listed with another size"_s },
-        { tally.failed, u"%1 failed"_s },       { tally.stopped, u"%1 stopped"_s },
-        { tally.removed, u"%1 removed"_s },     { waiting, u"%1 waiting"_s },
+        { tally.confirmed + tally.notListed + tally.otherSize, u"%1 confirmed"_s },
+        { tally.otherSize, u"%1 listed with another size"_s },
+        { tally.notListed, u"%1 not listed"_s },
+        { tally.failed, u"%1 failed"_s },
+        { tally.stopped, u"%1 stopped"_s },
+        { tally.leftOut, u"%1 left out"_s },
+        { tally.removed, u"%1 removed"_s },
+        { waiting, u"%1 waiting"_s },
     };
     QStringList parts;
     for (const auto& [count, text] : counts) {

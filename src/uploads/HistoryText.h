@@ -24,8 +24,7 @@ QString titleLine();
 /// reads them. Tabs and line ends in names are made visible, so that they separate nothing.
 QString line(const HistoryEntry& entry);
 
-/// How many files stand where, in one line; empty when there are none. @p differing of the confirmed ones are listed
-/// with another size.
-QString summary(const FileTally& tally, qsizetype waiting, int differing);
+/// How many files stand where, in one line; empty when there are none.
+QString summary(const FileTally& tally, qsizetype waiting);
 
 } // namespace HistoryText

@@ -1,7 +1,9 @@
 #include "UploadHistory.h"
 
 #include "HistoryText.h"
+#include "LocalItem.h"
 #include "LocalName.h"
+#include "OutcomeText.h"
 #include "PathText.h"
 
 #include <algorithm>
@@ -23,16 +25,32 @@ qint64 UploadHistory::steadyClock()
 
 // What happens.
 
-void UploadHistory::filesQueued(const QStringList& paths)
+void UploadHistory::filesQueued(const QStringList& paths, const QStringList& leftOut)
 {
+    if (paths.isEmpty() && leftOut.isEmpty()) {
+        return;
+    }
+    if (!isQueueUnderWay()) {
+        emit queueBegins();
+        m_firstQueueRow = rowCount();
+        m_tally = {};
+        m_isDrained = false;
+    }
     QList<HistoryEntry> entries;
-    entries.reserve(paths.size());
-    auto row = static_cast<int>(m_entries.size());
+    entries.reserve(leftOut.size() + paths.size());
+    for (const QString& path : leftOut) {
+        entries.append({ .path = path, .outcome = Outcome::LeftOut });
+    }
+    auto row = rowCount() + static_cast<int>(leftOut.size());
     for (const QString& path : paths) {
         m_waiting.push_back(row++);
         entries.append({ .path = path });
     }
     append(std::move(entries));
+    for (qsizetype i = 0; i < leftOut.size(); ++i) {
+        count(rowCount() - static_cast<int>(paths.size() + leftOut.size() - i));
+    }
+    checkDrained();
 }
 
 void UploadHistory::queueCleared()
@@ -42,7 +60,7 @@ void UploadHistory::queueCleared()
     }
     for (const int row : m_waiting) {
         m_entries[row].outcome = Outcome::Removed;
-        count(m_entries[row]);
+        count(row);
     }
     const auto [first, last] = std::pair(m_waiting.front(), m_waiting.back());
     m_waiting.clear();
@@ -68,7 +86,9 @@ void UploadHistory::start(int row, const QString& destination)
     m_current = Current{ row, destination, m_clock() };
     // What was sent there before is about to be replaced.
     m_unchecked.remove({ destination, nameOf(row) });
+    m_missing.remove({ destination, nameOf(row) });
     m_entries[row].outcome = Outcome::Sending;
+    m_entries[row].destination = destination;
     emit rowsChanged(row, row);
 }
 
@@ -86,10 +106,12 @@ void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
     end(Outcome::Confirmed, reply);
 }
 
-void UploadHistory::fileEnded(Outcome outcome, const QString& status, const QString& reply)
+void UploadHistory::fileEnded(const UploadOutcome& outcome)
 {
-    m_entries[m_current->row].status = status;
-    end(outcome, reply);
+    HistoryEntry& entry = m_entries[m_current->row];
+    entry.code = outcome.code;
+    entry.status = outcome.status;
+    end(outcome.kind, outcome.reply);
 }
 
 void UploadHistory::end(Outcome outcome, const QString& reply)
@@ -101,8 +123,7 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
     if (entry.size) {
         entry.durationMs = m_clock() - ended.startedAt;
     }
-    m_unsettled += isUnsettled(entry) ? 1 : 0;
-    count(entry);
+    count(ended.row);
     emit rowsChanged(ended.row, ended.row);
     checkDrained();
 }
@@ -127,41 +148,33 @@ void UploadHistory::append(QList<HistoryEntry> entries)
     emit rowsAppended();
 }
 
-void UploadHistory::count(const HistoryEntry& entry)
+/// Counts the outcome of @p row where it belongs, or with a @p step of -1 no longer.
+void UploadHistory::count(int row, int step)
 {
-    countIn(m_runTally, entry.outcome);
-    if (!entry.isManual) {
-        countIn(m_tally, entry.outcome);
+    const HistoryEntry& entry = m_entries[row];
+    if (entry.isQueuedAgain) {
+        return; // Its next try counts.
     }
+    m_runTally.count(entry.outcome, step);
+    if (!entry.isManual && row >= m_firstQueueRow) {
+        m_tally.count(entry.outcome, step);
+    }
+    m_unsettled += isUnsettled(entry) ? step : 0;
 }
 
-void UploadHistory::countIn(FileTally& tally, Outcome outcome)
+/// A listing knows better of a file that has ended.
+void UploadHistory::correct(int row, Outcome outcome)
 {
-    switch (outcome) {
-    case Outcome::Confirmed:
-        ++tally.confirmed;
-        break;
-    case Outcome::Failed:
-    case Outcome::NotFound:
-        ++tally.failed;
-        break;
-    case Outcome::Stopped:
-        ++tally.stopped;
-        break;
-    case Outcome::Removed:
-        ++tally.removed;
-        break;
-    case Outcome::Waiting:
-    case Outcome::Sending:
-    case Outcome::Note:
-        break;
-    }
+    count(row, -1);
+    m_entries[row].outcome = outcome;
+    count(row);
+    emit rowsChanged(row, row);
 }
 
 void UploadHistory::checkDrained()
 {
-    if (!isQueueUnderWay() && m_tally.count() > 0) {
-        emit queueDrained(std::exchange(m_tally, {}));
+    if (!isQueueUnderWay() && !std::exchange(m_isDrained, true)) {
+        emit queueDrained();
     }
 }
 
@@ -176,45 +189,73 @@ void UploadHistory::listingStarts(const QString& place)
 {
     m_listedPlace = place;
     m_listingSequence = m_confirmations;
+    m_isDotListed = false;
 }
 
 void UploadHistory::listed(const QList<ListingEntry>& entries)
 {
-    if (m_unchecked.isEmpty()) {
+    if (m_unchecked.isEmpty() && m_missing.isEmpty()) {
         return;
     }
     for (const ListingEntry& item : entries) {
-        const auto found = m_unchecked.constFind({ m_listedPlace, localName(item) });
-        if (found == m_unchecked.cend() || found->sequence > m_listingSequence) {
-            continue;
+        m_isDotListed = m_isDotListed || item.name.startsWith(u'.');
+        const Place place(m_listedPlace, localName(item));
+        const auto found = m_unchecked.constFind(place);
+        if (found == m_unchecked.cend()) {
+            if (const auto missing = m_missing.constFind(place); missing != m_missing.cend()) {
+                checkListed(missing.value(), item);
+                m_missing.erase(missing);
+            }
+        } else if (found->sequence <= m_listingSequence) {
+            const int row = found->row;
+            m_unchecked.erase(found);
+            checkListed(row, item);
         }
-        const int row = found->row;
-        m_unchecked.erase(found);
-        if (item.type == ListingEntry::plainFileType && item.size && item.size != m_entries[row].size) {
-            m_entries[row].listedSize = item.size;
-            ++m_differing;
-            emit rowsChanged(row, row);
-        }
+    }
+}
+
+/// @p item is what the server has of the confirmed file of @p row.
+void UploadHistory::checkListed(int row, const ListingEntry& item)
+{
+    HistoryEntry& entry = m_entries[row];
+    if (item.type == ListingEntry::plainFileType && item.size && item.size != entry.size) {
+        entry.listedSize = item.size;
+        correct(row, Outcome::OtherSize);
+    } else if (entry.outcome != Outcome::Confirmed) {
+        correct(row, Outcome::Confirmed);
     }
 }
 
 void UploadHistory::listingSucceeded()
 {
     // Each is looked at twice at most: what stays was confirmed while the listing ran, and goes with the next one.
-    m_unchecked.removeIf([this](const QHash<Place, Unchecked>::iterator& each) {
-        return each.key().first == m_listedPlace && each->sequence <= m_listingSequence;
-    });
+    QHash<Place, int> missing;
+    const auto isOver = [this, &missing](const QHash<Place, Unchecked>::iterator& each) {
+        if (each.key().first != m_listedPlace || each->sequence > m_listingSequence) {
+            return false;
+        }
+        missing.insert(each.key(), each->row);
+        return true;
+    };
+    m_unchecked.removeIf(isOver);
+    for (auto each = missing.cbegin(); each != missing.cend(); ++each) {
+        if (m_isDotListed || !each.key().second.startsWith(u'.')) {
+            m_missing.insert(each.key(), each.value());
+            correct(each.value(), Outcome::NotListed);
+        }
+    }
+    emit filesChecked();
 }
 
 // What is known.
 
 double UploadHistory::queueProgress(float percent) const
 {
-    const int done = m_tally.count();
-    const auto all = static_cast<double>(done) + static_cast<double>(m_waiting.size()) + (isQueueFileSent() ? 1 : 0);
-    if (all == 0) {
+    if (!isQueueUnderWay()) {
         return 0;
     }
+    const int done = m_tally.tried();
+    const auto all = static_cast<double>(done) + static_cast<double>(m_waiting.size()) + (isQueueFileSent() ? 1 : 0);
     return (done + (isQueueFileSent() ? static_cast<double>(percent) / 100 : 0)) / all;
 }
 
@@ -232,31 +273,44 @@ QString UploadHistory::nameOf(int row) const
     return PathText::lastPathComponent(m_entries[row].path);
 }
 
+QString UploadHistory::queueText() const
+{
+    if (m_tally.tried() + m_tally.leftOut == 1) {
+        for (int row = m_firstQueueRow; row < rowCount(); ++row) {
+            const HistoryEntry& entry = m_entries[row];
+            if (entry.outcome != Outcome::Note && !entry.isManual && !entry.isQueuedAgain) {
+                return outcomeText(m_tally, nameOf(row));
+            }
+        }
+    }
+    return outcomeText(m_tally);
+}
+
+QList<int> UploadHistory::lostRowsOfQueue() const
+{
+    QList<int> rows;
+    for (int row = m_firstQueueRow; row < rowCount(); ++row) {
+        if (isUnsettled(m_entries[row])) {
+            rows.append(row);
+        }
+    }
+    return rows;
+}
+
 // Trying again.
 
 bool UploadHistory::isUnsettled(const HistoryEntry& entry)
 {
-    const bool isLost
-        = entry.outcome == Outcome::Failed || entry.outcome == Outcome::Stopped || entry.outcome == Outcome::NotFound;
+    const bool isLost = isFailure(entry.outcome) || entry.outcome == Outcome::Stopped;
     return isLost && !entry.isManual && !entry.isQueuedAgain;
 }
 
 bool UploadHistory::canQueueAgain(int row) const
 {
     const HistoryEntry& entry = m_entries[row];
-    switch (entry.outcome) {
-    case Outcome::Failed:
-    case Outcome::Stopped:
-    case Outcome::NotFound:
-    case Outcome::Removed:
-        return !entry.isQueuedAgain;
-    case Outcome::Waiting:
-    case Outcome::Sending:
-    case Outcome::Confirmed:
-    case Outcome::Note:
-        return false;
-    }
-    return false;
+    const bool isOpen
+        = isFailure(entry.outcome) || entry.outcome == Outcome::Stopped || entry.outcome == Outcome::Removed;
+    return isOpen && !entry.isQueuedAgain;
 }
 
 QList<int> UploadHistory::rowsToQueueAgain() const
@@ -270,17 +324,22 @@ QList<int> UploadHistory::rowsToQueueAgain() const
     return rows;
 }
 
-QStringList UploadHistory::takeToQueueAgain(const QList<int>& rows)
+bool UploadHistory::isPlainLocalFile(const QString& path)
+{
+    const std::optional<LocalItem> item = LocalItem::at(path);
+    return item && item->isPlainFile;
+}
+
+QStringList UploadHistory::takeToQueueAgain(const QList<int>& rows, const FileCheck& isPlainFile)
 {
     QStringList paths;
     for (const int row : rows) {
-        if (!canQueueAgain(row)) {
+        if (!canQueueAgain(row) || !isPlainFile(m_entries[row].path)) {
             continue;
         }
-        HistoryEntry& entry = m_entries[row];
-        m_unsettled -= isUnsettled(entry) ? 1 : 0;
-        entry.isQueuedAgain = true;
-        paths.append(entry.path);
+        count(row, -1);
+        m_entries[row].isQueuedAgain = true;
+        paths.append(m_entries[row].path);
     }
     if (!paths.isEmpty()) {
         emit rowsChanged(*std::min_element(rows.begin(), rows.end()), *std::max_element(rows.begin(), rows.end()));

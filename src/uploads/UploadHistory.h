@@ -23,12 +23,15 @@ class UploadHistory final : public QObject {
 public:
     /// Answers milliseconds from any beginning; never runs backwards.
     using Clock = std::function<qint64()>;
+    using FileCheck = std::function<bool(const QString& path)>;
 
     explicit UploadHistory(Clock clock = steadyClock, QObject* parent = nullptr);
 
     // What happens.
 
-    void filesQueued(const QStringList& paths);
+    /// The files at @p paths have joined the queue, and those at @p leftOut, added with them, have not, since they are
+    /// no plain files. A queue begins with the first that joins while none waits or is being sent.
+    void filesQueued(const QStringList& paths, const QStringList& leftOut = {});
     /// The files that wait have been taken out of the queue.
     void queueCleared();
     /// The first of the files that wait is being started, to go to the folder @p destination.
@@ -39,18 +42,19 @@ public:
     void fileMoves(qint64 size);
     /// The server has confirmed the file, of which @p sent bytes were sent.
     void fileConfirmed(qint64 sent, const QString& reply);
-    /// The file has ended otherwise: failed with @p status, was stopped, or was not found.
-    void fileEnded(HistoryEntry::Outcome outcome, const QString& status, const QString& reply);
+    /// The file has ended otherwise.
+    void fileEnded(const UploadOutcome& outcome);
     /// An event worth a line that is no file, such as ignored input.
     void note(const QString& text);
 
-    // The server's listing: the listed size of a confirmed file is compared with the size that was sent.
+    // The server's listing: a confirmed file has to be in it, with the size that was sent.
 
     /// A listing of the folder @p place begins.
     void listingStarts(const QString& place);
     /// Items of the listing that has begun last.
     void listed(const QList<ListingEntry>& entries);
-    /// That listing is complete.
+    /// That listing is complete. A confirmed file that it does not hold is not listed, unless its name begins with "."
+    /// and the listing has no such names at all.
     void listingSucceeded();
 
     // What is known.
@@ -61,19 +65,25 @@ public:
     bool isSending() const { return m_current.has_value(); }
     /// The row of the file that was started and has not ended; -1 for none.
     int currentRow() const { return m_current ? m_current->row : -1; }
-    /// The files that have ended, including manual ones.
+    /// The files that have ended, including manual ones. A file that was queued again counts by its last try.
     const FileTally& runTally() const { return m_runTally; }
+    /// The files of the present queue that have ended; between queues those of the last one. A later listing may still
+    /// change it.
+    const FileTally& queueTally() const { return m_tally; }
+    /// That tally in words; one file alone is named. Null when the queue had no files.
+    QString queueText() const;
     /// How many files wait in the queue.
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
-    /// How many files are listed with another size than was sent.
-    int differingCount() const { return m_differing; }
     /// Whether files of the queue wait or are being sent.
     bool isQueueUnderWay() const { return !m_waiting.empty() || isQueueFileSent(); }
-    /// The share of the files queued since the queue was last empty that is done, from 0 to 1, when @p percent of the
-    /// present one are.
+    /// Whether a listing that has yet to come may change the tally of the queue.
+    bool hasUncheckedFiles() const { return !m_unchecked.isEmpty(); }
+    /// The share of the files of the queue that is done, from 0 to 1, when @p percent of the present one are.
     double queueProgress(float percent) const;
     /// The rows, as lines of text under a line of titles. Takes time by the number of @p rows.
     QString text(const QList<int>& rows) const;
+    /// The rows of the present queue, or of the last one, whose files were lost or stopped. Takes time by its length.
+    QList<int> lostRowsOfQueue() const;
 
     // Trying again.
 
@@ -81,10 +91,11 @@ public:
     bool canQueueAgain(int row) const;
     /// Whether rowsToQueueAgain() answers any.
     bool hasRowsToQueueAgain() const { return m_unsettled > 0; }
-    /// All rows of the queue that failed, were stopped or not found. Takes time by the length of the history.
+    /// All rows whose files stood in a queue and failed or were stopped. Takes time by the length of the history.
     QList<int> rowsToQueueAgain() const;
-    /// Notes that the files of those of @p rows that can be queued again are, and answers their paths.
-    QStringList takeToQueueAgain(const QList<int>& rows);
+    /// Notes that the files of those of @p rows that can be queued again are, and answers their paths. What is no plain
+    /// file by now stays as it is: another try cannot work.
+    QStringList takeToQueueAgain(const QList<int>& rows, const FileCheck& isPlainFile = isPlainLocalFile);
 
 signals:
     /// The rows from @p first to @p last are about to come at the end; rowsAppended() follows.
@@ -92,8 +103,12 @@ signals:
     void rowsAppended();
     /// What is known of the rows from @p first to @p last has changed.
     void rowsChanged(int first, int last);
+    /// A queue begins; what is known of the one before is about to be forgotten.
+    void queueBegins();
     /// No file of the queue waits or is being sent any more.
-    void queueDrained(const FileTally& tally);
+    void queueDrained();
+    /// A complete listing has been compared with the confirmed files.
+    void filesChecked();
 
 private:
     struct Current {
@@ -109,12 +124,14 @@ private:
     using Place = std::pair<QString, QString>; ///< A folder, and a name in it.
 
     static qint64 steadyClock();
+    static bool isPlainLocalFile(const QString& path);
 
     void append(QList<HistoryEntry> entries);
     void start(int row, const QString& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
-    void count(const HistoryEntry& entry);
-    static void countIn(FileTally& tally, HistoryEntry::Outcome outcome);
+    void count(int row, int step = 1);
+    void correct(int row, HistoryEntry::Outcome outcome);
+    void checkListed(int row, const ListingEntry& item);
     void checkDrained();
     bool isQueueFileSent() const;
     QString nameOf(int row) const;
@@ -124,13 +141,16 @@ private:
     QList<HistoryEntry> m_entries;
     std::deque<int> m_waiting; ///< The rows of the queue, in its order.
     std::optional<Current> m_current;
-    FileTally m_tally; ///< Of the queue, since it was last worked off.
+    int m_firstQueueRow = 0; ///< The present queue, or the last one, begins there.
+    FileTally m_tally; ///< Of that queue.
     FileTally m_runTally;
-    int m_differing = 0;
+    bool m_isDrained = true; ///< The end of that queue has been reported.
     qsizetype m_unsettled = 0; ///< How many rows rowsToQueueAgain() answers.
 
     QHash<Place, Unchecked> m_unchecked;
+    QHash<Place, int> m_missing; ///< The rows of confirmed files that the last listing did not hold.
     qint64 m_confirmations = 0;
     QString m_listedPlace;
     qint64 m_listingSequence = 0; ///< The listing shows the files that were confirmed up to this one.
+    bool m_isDotListed = false; ///< It holds names that begin with ".".
 };

@@ -458,7 +458,7 @@ TEST_F(AppDelegateTest, TheQuestionIsAskedOnceAtATimeAndHoldsNoTransfer)
 TEST_F(AppDelegateTest, ADownloadIsAReasonToAskToo)
 {
     launch();
-    m_controller->downloadFileTo(u"x"_s, m_directory.path());
+    m_controller->downloadFile(u"x"_s, m_directory.path());
 
     m_controller->window().close();
 

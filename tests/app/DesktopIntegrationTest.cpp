@@ -44,6 +44,16 @@ protected:
         tick();
     }
 
+    /// Lets the upload succeed, and the listing after it, which holds nothing hidden.
+    void finishOne()
+    {
+        finishUpload();
+        latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+        latest(FakeFTPStream::Kind::Listing)
+            .sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2024 a\r\n-rw-r--r-- 1 u g 5 Jan 1 2024 b\r\n");
+        latest(FakeFTPStream::Kind::Listing).sendEnd();
+    }
+
     PrivateBus m_bus;
     NotificationService m_notifications;
     LoginManager m_loginManager;
@@ -56,27 +66,27 @@ TEST_F(DesktopIntegrationTest, AQueueWorkedOffUnseenIsNotifiedOnce)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s, makeFile(u"b"_s) });
     tick();
-    finishUpload();
+    finishOne();
     tick();
     tick();
-    finishUpload();
+    finishOne();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_EQ(m_notifications.shown,
-              QStringList{ u"Scans: Upload finished with failures: 2 files uploaded, 1 failed"_s });
+              QStringList{ u"Scans: Upload finished with failures: 2 of 3 uploaded, 1 failed"_s });
 }
 
 TEST_F(DesktopIntegrationTest, WhatTheUserSeesIsNotNotified)
 {
     m_isInFront = true;
     startOne();
-    finishUpload();
+    finishOne();
     m_isInFront = false;
     startOne();
-    finishUpload();
+    finishOne();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
-    EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: 1 file uploaded"_s });
+    EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: “a” uploaded"_s });
 }
 
 TEST_F(DesktopIntegrationTest, ACopyIntroducesItselfAsTheUserKnowsIt)
@@ -85,7 +95,7 @@ TEST_F(DesktopIntegrationTest, ACopyIntroducesItselfAsTheUserKnowsIt)
 
     startOne();
     ASSERT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
-    finishUpload();
+    finishOne();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_TRUE(m_notifications.shown.constFirst().startsWith(u"Photos/2024: "_s));
@@ -96,7 +106,7 @@ TEST_F(DesktopIntegrationTest, AClickOnTheNotificationAsksForTheWindow)
 {
     QSignalSpy activated(m_integration.get(), &DesktopIntegration::activated);
     startOne();
-    finishUpload();
+    finishOne();
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
 
     // The click may be quicker than the program's knowledge of its notification's number.
@@ -109,13 +119,27 @@ TEST_F(DesktopIntegrationTest, AClickOnTheNotificationAsksForTheWindow)
     }));
 }
 
-TEST_F(DesktopIntegrationTest, TheNotificationCountsWhatWentUpAndWhatDidNot)
+TEST_F(DesktopIntegrationTest, TheNotificationWaitsForTheListingAndSaysWhatItHasFound)
 {
-    EXPECT_TRUE(DesktopIntegration::drainedText({ .stopped = 1, .removed = 5 }).isNull());
-    EXPECT_EQ(DesktopIntegration::drainedText({ .confirmed = 1 }), u"1 file uploaded"_s);
-    EXPECT_EQ(DesktopIntegration::drainedText({ .failed = 3 }), u"0 files uploaded, 3 failed"_s);
-    EXPECT_EQ(DesktopIntegration::drainedText({ .confirmed = 1234, .failed = 1, .stopped = 2, .removed = 9 }),
-              u"1,234 files uploaded, 1 failed, 2 stopped"_s);
+    startOne();
+    finishUpload();
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 2 Jan 1 2024 a\r\n");
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished with failures: “a” not uploaded whole"_s });
+}
+
+TEST_F(DesktopIntegrationTest, WhatTheUserHasEndedIsNotNotified)
+{
+    startOne();
+    m_controller->stopButtonAction();
+    startOne();
+    finishOne();
+
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: “a” uploaded"_s });
 }
 
 TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeWhileAFileMovesAndNotLonger)
@@ -138,7 +162,7 @@ TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeBetweenTwoFiles)
 
 TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeForADownloadToo)
 {
-    m_controller->downloadFileTo(u"x"_s, m_directory.path());
+    m_controller->downloadFile(u"x"_s, m_directory.path());
 
     EXPECT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
 }
@@ -173,7 +197,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithoutALauncherOfItsOwnBelongsToTheProducts
     const QString product = u"io.github.quillbox.Quillbox"_s;
     startOne();
     ASSERT_TRUE(waitFor([this] { return !m_dock.heard.isEmpty(); }));
-    finishUpload();
+    finishOne();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_EQ(m_dock.heard.constFirst(), u"application://%1.desktop, 0"_s.arg(product));
@@ -190,7 +214,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderThePr
 
     startOne();
     ASSERT_TRUE(waitFor([this] { return !m_dock.heard.isEmpty(); }));
-    finishUpload();
+    finishOne();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     const QString own = ApplicationService::busName(u"Scans"_s);

@@ -142,12 +142,12 @@ TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListedAndWithoutOneTh
     entry.rawName = "caf\xE9"_ba;
     m_controller->addListEntries({ entry });
     const Beeps beeps;
-    m_controller->copyItemLocation();
+    emit control<QAction>("copyItemLocationAction").triggered();
     EXPECT_EQ(beeps.count(), 1);
     table().selectRow(0);
     set({ { u"Address"_s, u"elsewhere"_s } });
 
-    m_controller->copyItemLocation();
+    emit control<QAction>("copyItemLocationAction").triggered();
 
     EXPECT_EQ(beeps.count(), 1);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/in/sub/caf%E9"_s);
@@ -182,7 +182,7 @@ TEST_F(CommandsTest, FilesOnTheClipboardArePastedAndWithoutAnyThereIsABeep)
     copyFiles({ QUrl(u"https://host/page"_s) });
     EXPECT_FALSE(action("pasteFilesAction").isEnabled());
     const Beeps beeps;
-    m_controller->pasteFiles();
+    emit control<QAction>("pasteFilesAction").triggered();
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
     EXPECT_EQ(beeps.count(), 1);
 

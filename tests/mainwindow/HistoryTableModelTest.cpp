@@ -37,7 +37,7 @@ TEST_F(HistoryTableModelTest, FailuresAndDifferencesStandOut)
     m_history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s, u"/d"_s });
     for (const Outcome outcome : { Outcome::Failed, Outcome::NotFound }) {
         m_history.nextFileStarts(u"ftp://host/"_s);
-        m_history.fileEnded(outcome, QString(), QString());
+        m_history.fileEnded({ .kind = outcome });
     }
     for (int i = 0; i < 2; ++i) {
         m_history.nextFileStarts(u"ftp://host/"_s);

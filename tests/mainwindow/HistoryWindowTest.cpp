@@ -234,7 +234,7 @@ TEST_F(HistoryWindowTest, AHundredThousandLinesAreNoBurden)
     table().selectAll();
     for (int i = 0; i < missing.size(); ++i) {
         m_controller->history().nextFileStarts(u"ftp://host/"_s);
-        m_controller->history().fileEnded(Outcome::NotFound, QString(), QString());
+        m_controller->history().fileEnded({ .kind = Outcome::NotFound });
         if (i % 1000 == 0) {
             QApplication::processEvents();
         }

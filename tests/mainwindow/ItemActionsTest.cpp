@@ -95,7 +95,7 @@ TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
     set({ { u"OpenDownloadedFiles"_s, true } });
     const OpenedUrls opened(u"file"_s);
     for (const QString& name : { u"tool.desktop"_s, u"picture"_s, u"run.sh"_s, u"note %41.txt"_s }) {
-        m_controller->downloadFileTo(name, m_directory.path());
+        m_controller->downloadFile(name, m_directory.path());
         FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
         stream.sendOpenCompleted();
         stream.sendBytes(name == u"picture"_s ? "#!/bin/sh\nrm -rf\n" : "text");
@@ -114,7 +114,7 @@ TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
 
 TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
 {
-    m_controller->downloadFileTo(u"a b"_s, m_directory.path());
+    m_controller->downloadFile(u"a b"_s, m_directory.path());
 
     FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
     EXPECT_EQ(stream.location, u"ftp://host/in/a%20b"_s);
@@ -161,7 +161,7 @@ TEST_F(ItemActionsTest, ANameThatIsNoFileNameLeadsNowhere)
     for (const QString& name : { u"../victim"_s, u"/etc/x"_s, u".."_s, u"."_s, u""_s, u"a/b"_s, u"a\0b"_s }) {
         for (const QString& folder : { m_directory.filePath(u"drop"_s), QString() }) {
             m_controller->updateStatus(u""_s);
-            m_controller->downloadFileTo(name, folder);
+            m_controller->downloadFile(name, folder);
             tick();
 
             EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s) << name.toStdString();
@@ -181,7 +181,7 @@ TEST_F(ItemActionsTest, ADownloadResetsTheProgressAndNeedsADestination)
     m_controller->bytesDone(1000);
     unset(u"Address"_s);
 
-    m_controller->downloadFileTo(u"a"_s, QString());
+    m_controller->downloadFile(u"a"_s, QString());
     tick();
 
     EXPECT_EQ(bar("percentProgressIndicator").value(), 0);
@@ -299,7 +299,7 @@ TEST_F(ItemActionsTest, TheActionsOfACopyActInItsOwnFolder)
 
     m_controller->deleteFile(u"file.txt"_s);
     m_controller->createFolder(u"new"_s);
-    m_controller->downloadFileTo(u"file.txt"_s, m_directory.path());
+    m_controller->downloadFile(u"file.txt"_s, m_directory.path());
 
     ASSERT_EQ(m_operations.size(), 2);
     for (const QStringList& operation : m_operations) {

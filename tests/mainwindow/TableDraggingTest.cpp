@@ -260,7 +260,7 @@ TEST_F(TableDraggingTest, APromiseHoldsTheNumberOfTheFirstRow)
 {
     EXPECT_TRUE(m_controller->writeRowsWithIndexes({ 1, 2 }, m_data));
 
-    EXPECT_EQ(m_data.data(ViewController::promiseFormat), "[\"1\"]"_ba);
+    EXPECT_EQ(m_data.data(ItemDragging::promiseFormat), "[\"1\"]"_ba);
     EXPECT_FALSE(m_data.hasUrls());
 }
 
@@ -274,7 +274,7 @@ TEST_F(TableDraggingTest, NoRowIsDraggedWhileSomethingIsSentOrReceived)
     EXPECT_EQ(shownSheets(), QStringList{ waitForUpload });
     answerSheet();
     m_controller->stopButtonAction();
-    m_controller->downloadFileTo(u"a.txt"_s, out());
+    m_controller->downloadFile(u"a.txt"_s, out());
     EXPECT_FALSE(m_controller->writeRowsWithIndexes({ 0 }, m_data));
     EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current download to complete."_s });
 }
@@ -414,7 +414,7 @@ TEST_F(TableDraggingTest, NoFileIsMadeElsewhereThroughALinkThatLeadsToNothing)
     ASSERT_TRUE(QFile::link(outside, out(u"a.txt"_s)));
 
     const auto promise = [this] { fulfil({ 0 }); };
-    const auto download = [this] { m_controller->downloadFileTo(u"a.txt"_s, out()); };
+    const auto download = [this] { m_controller->downloadFile(u"a.txt"_s, out()); };
     for (const std::function<void()>& begin : { std::function<void()>(promise), std::function<void()>(download) }) {
         begin();
         bring("bytes");

@@ -64,7 +64,7 @@ TEST_F(ViewControllerHistoryTest, WhatWasSentWithoutTheServersWordIsNotConfirmed
 
     upload().sendRefusal(552);
 
-    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Failed });
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Refused });
     EXPECT_EQ(row(0).status, u"FTP error 552; Directory may already exist?"_s);
 }
 
@@ -108,7 +108,7 @@ TEST_F(ViewControllerHistoryTest, AFileThatCannotBeReadHasFailedAtItsStart)
 
     tick();
 
-    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Failed });
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::NotPlainFile });
     EXPECT_EQ(row(0).status, u"Can not create output file."_s);
     EXPECT_FALSE(row(0).size);
 }

@@ -221,7 +221,7 @@ TEST_F(ViewControllerReportsTest, SizesAndNumbersAreWrittenAsDescribed)
     EXPECT_EQ(ViewController::stringForFileSize(0), u"Zero KB"_s);
     EXPECT_EQ(ViewController::stringForFileSize(1), u"1 byte"_s);
     EXPECT_EQ(ViewController::stringForFileSize(1234567898), u"1.23 GB"_s);
-    EXPECT_EQ(ViewController::stringForNumberAsUnits(2.05, u"MB"_s), u"2 MB"_s);
+    EXPECT_EQ(ViewController::stringForNumber(2.05, u"MB"_s), u"2 MB"_s);
 }
 
 } // namespace

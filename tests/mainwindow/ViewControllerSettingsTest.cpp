@@ -111,7 +111,7 @@ TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsARequestedConnection)
               0);
     EXPECT_EQ(requestsOf([this] { m_controller->startStopDownload(); }), 1);
     EXPECT_EQ(requestsOf([this] { m_controller->startStopDownload(); }), 0);
-    EXPECT_EQ(requestsOf([this] { m_controller->downloadFileTo(u"file.txt"_s, QString()); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->downloadFile(u"file.txt"_s, QString()); }), 1);
     EXPECT_EQ(requestsOf([this] { m_controller->preferences().doneButton(); }), 1);
 }
 

@@ -111,7 +111,7 @@ TEST_F(HostileServerTest, ADownloadWithoutEndTakesNoMemoryAndCanBeStopped)
 {
     m_server.on("RETR", { "150 Go", "repeat 0123456789abcdef" });
     const QFileInfo file(m_directory.filePath(u"endless"_s));
-    m_controller->downloadFileTo(u"endless"_s, m_directory.path());
+    m_controller->downloadFile(u"endless"_s, m_directory.path());
     const auto hasCome = [&file](qint64 bytes) {
         return waitFor([&file, bytes] { return QFileInfo(file.filePath()).size() > bytes; });
     };
@@ -249,7 +249,7 @@ TEST_F(HostileServerTest, NoListedNameLeadsOutOfTheChosenFolder)
     for (const QString& name : listed) {
         SCOPED_TRACE(name.left(100).toStdString());
         for (const QString& folder : { chosen, QString() }) {
-            m_controller->downloadFileTo(name, folder);
+            m_controller->downloadFile(name, folder);
             EXPECT_TRUE(waitUntilIdle());
         }
     }
@@ -310,7 +310,7 @@ TEST_F(HostileServerTest, OfAListedNameAsLongAsALineMayBeNoWidgetGetsMoreThanPeo
         m_controller->onTick();
         EXPECT_LT(longestShownText(), readable);
 
-        m_controller->downloadFileTo(names[row], QString());
+        m_controller->downloadFile(names[row], QString());
         EXPECT_TRUE(waitFor([this] { return status().startsWith(u"Receiving"_s); }));
         EXPECT_LT(longestShownText(), readable);
         m_controller->stopButtonAction();

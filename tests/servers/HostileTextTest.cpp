@@ -42,7 +42,7 @@ protected:
         settle();
         m_controller->cc().startCreate(name, destination, ViewController::username(), ViewController::password());
         settle();
-        m_controller->downloadFileTo(name, m_directory.path());
+        m_controller->downloadFile(name, m_directory.path());
         settle();
         m_controller->deleteFile(name);
         settle();

@@ -82,12 +82,12 @@ TEST_F(NetworkLossTest, TheSameQueueGoesOnWhenTheNetworkIsBackAndTellsWhatIsLost
     ASSERT_TRUE(waitFor([&outcomes] { return outcomes(Outcome::Confirmed) >= 3; }));
 
     network.setUp(false);
-    EXPECT_TRUE(waitFor([&outcomes] { return outcomes(Outcome::Failed) >= 3; }));
+    EXPECT_TRUE(waitFor([&outcomes] { return outcomes(Outcome::ConnectionLost) >= 3; }));
     network.setUp(true);
     EXPECT_TRUE(waitUntilIdle());
 
-    EXPECT_GT(outcomes(Outcome::Waiting) + outcomes(Outcome::Failed) + outcomes(Outcome::Confirmed), 6);
-    EXPECT_EQ(outcomes(Outcome::Failed) + outcomes(Outcome::Confirmed), files.size());
+    EXPECT_GT(outcomes(Outcome::Waiting) + outcomes(Outcome::ConnectionLost) + outcomes(Outcome::Confirmed), 6);
+    EXPECT_EQ(outcomes(Outcome::ConnectionLost) + outcomes(Outcome::Confirmed), files.size());
     for (const HistoryEntry& entry : m_controller->history().entries()) {
         if (entry.outcome == Outcome::Confirmed) {
             const QString name = QFileInfo(entry.path).fileName();
@@ -234,7 +234,7 @@ TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGo
         endings.append({ entry.outcome, entry.status });
     }
     const std::pair<Outcome, QString> sent(Outcome::Confirmed, QString());
-    const std::pair<Outcome, QString> unopened(Outcome::Failed, u"Can not create output file."_s);
+    const std::pair<Outcome, QString> unopened(Outcome::NotPlainFile, u"Can not create output file."_s);
     EXPECT_EQ(endings,
               (QList{ sent, std::pair(Outcome::NotFound, QString()), unopened, unopened, unopened, unopened, unopened,
                       sent, sent, sent }));

@@ -169,7 +169,7 @@ private:
             m_controller->uploadFiles({ m_scene.fileToSend() });
             break;
         case Operation::Download:
-            m_controller->downloadFileTo(u"got"_s, m_scene.localFolder());
+            m_controller->downloadFile(u"got"_s, m_scene.localFolder());
             break;
         case Operation::Listing:
             m_controller->listFTPDestination();

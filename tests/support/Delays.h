@@ -9,12 +9,12 @@
 #include <algorithm>
 #include <chrono>
 
-/// The timers of what waits with @p context for its time, as RunLoop::dispatchAfter() makes them; what is due first
-/// comes first.
+/// The timers of what waits with @p context, or with an object of its own, for its time, as RunLoop::dispatchAfter()
+/// makes them; what is due first comes first.
 inline QList<QPointer<QTimer>> delayTimersOf(const QObject& context)
 {
     QList<QPointer<QTimer>> timers;
-    for (QTimer* timer : context.findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly)) {
+    for (QTimer* timer : context.findChildren<QTimer*>()) {
         if (timer->isSingleShot() && timer->isActive()) {
             timers.append(timer);
         }

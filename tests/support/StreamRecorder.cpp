@@ -16,6 +16,8 @@ QString textOf(const FTPStreamError& error)
         return u"FTP %1"_s.arg(error.code);
     case FTPStreamError::Domain::Certificate:
         return u"certificate"_s;
+    case FTPStreamError::Domain::Silent:
+    case FTPStreamError::Domain::Unsendable:
     case FTPStreamError::Domain::Other:
         return u"other"_s;
     case FTPStreamError::Domain::None:

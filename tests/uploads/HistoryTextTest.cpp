@@ -43,6 +43,14 @@ TEST(HistoryTextTest, EachOutcomeHasItsText)
             { Outcome::Sending, u"Sending"_s },
             { Outcome::Confirmed, u"Confirmed by the server"_s },
             { Outcome::Failed, u"Failed: Stream open error"_s },
+            { Outcome::Refused, u"Failed: Stream open error"_s },
+            { Outcome::ConnectionLost, u"Failed: Stream open error"_s },
+            { Outcome::Silent, u"Failed: the server did not answer in time"_s },
+            { Outcome::NotReadable, u"Failed: the file could not be read"_s },
+            { Outcome::NotPlainFile, u"Failed: not a plain file"_s },
+            { Outcome::UnsendableName, u"Failed: the name cannot be sent"_s },
+            { Outcome::NotListed, u"Confirmed, but not listed under this name"_s },
+            { Outcome::LeftOut, u"Left out: not a plain file"_s },
             { Outcome::Stopped, u"Stopped"_s },
             { Outcome::NotFound, u"Not found"_s },
             { Outcome::Removed, u"Removed from the queue"_s },
@@ -58,6 +66,7 @@ TEST(HistoryTextTest, ASizeListedOtherwiseIsToldToTheByte)
 {
     HistoryEntry entry = confirmed();
     entry.listedSize = 2'999'999;
+    entry.outcome = Outcome::OtherSize;
 
     EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Confirmed, but 2,999,999 bytes listed, not 3,000,000"_s);
 }
@@ -126,8 +135,8 @@ TEST(HistoryTextTest, ANoteIsShownWhole)
 
 TEST(HistoryTextTest, TheSummaryNamesWhatThereIs)
 {
-    EXPECT_EQ(HistoryText::summary({}, 0, 0), QString());
-    EXPECT_EQ(HistoryText::summary({ .confirmed = 1200, .failed = 1, .stopped = 2, .removed = 3 }, 4, 5),
+    EXPECT_EQ(HistoryText::summary({}, 0), QString());
+    EXPECT_EQ(HistoryText::summary({ .confirmed = 1195, .otherSize = 5, .failed = 1, .stopped = 2, .removed = 3 }, 4),
               u"1,200 confirmed, 5 listed with another size, 1 failed, 2 stopped, 3 removed, 4 waiting"_s);
 }
 

@@ -16,7 +16,8 @@ class UploadHistoryTest : public ::testing::Test {
 protected:
     UploadHistoryTest()
     {
-        QObject::connect(&m_history, &UploadHistory::queueDrained, &m_history, [this](const FileTally& tally) {
+        QObject::connect(&m_history, &UploadHistory::queueDrained, &m_history, [this] {
+            const FileTally& tally = m_history.queueTally();
             m_drained.append(u"%1 confirmed, %2 failed, %3 stopped, %4 removed"_s.arg(tally.confirmed)
                                  .arg(tally.failed)
                                  .arg(tally.stopped)
@@ -37,7 +38,7 @@ protected:
     void failNext()
     {
         send();
-        m_history.fileEnded(Outcome::Failed, u"Stream open error"_s, QString());
+        m_history.fileEnded({ .kind = Outcome::Failed, .status = u"Stream open error"_s });
     }
     Outcome outcome(int row) { return m_history.entries()[row].outcome; }
 
@@ -54,6 +55,10 @@ protected:
         m_history.listingStarts(place);
         m_history.listed(items);
         m_history.listingSucceeded();
+    }
+    QStringList takeAgain(const QList<int>& rows)
+    {
+        return m_history.takeToQueueAgain(rows, [](const QString& /*path*/) { return true; });
     }
     std::optional<qint64> listedSize(int row) { return m_history.entries()[row].listedSize; }
 
@@ -90,7 +95,7 @@ TEST_F(UploadHistoryTest, WhatNeverMovedHasNeitherSizeNorDuration)
     m_history.nextFileStarts(u"ftp://host/"_s);
     m_now += 5;
 
-    m_history.fileEnded(Outcome::NotFound, QString(), QString());
+    m_history.fileEnded({ .kind = Outcome::NotFound });
 
     EXPECT_EQ(outcome(0), Outcome::NotFound);
     EXPECT_FALSE(m_history.entries()[0].size);
@@ -140,11 +145,11 @@ TEST_F(UploadHistoryTest, AQueueThatIsWorkedOffSaysSoOnceAndHowItWent)
     confirmNext();
     failNext();
     send();
-    m_history.fileEnded(Outcome::Stopped, u"Upload Stopped"_s, QString());
+    m_history.fileEnded({ .kind = Outcome::Stopped, .status = u"Upload Stopped"_s });
     EXPECT_TRUE(m_drained.isEmpty());
 
     m_history.nextFileStarts(u"ftp://host/"_s);
-    m_history.fileEnded(Outcome::NotFound, QString(), QString());
+    m_history.fileEnded({ .kind = Outcome::NotFound });
 
     EXPECT_EQ(m_drained, QStringList{ u"1 confirmed, 2 failed, 1 stopped, 0 removed"_s });
     m_history.filesQueued({ u"/e"_s });
@@ -187,7 +192,60 @@ TEST_F(UploadHistoryTest, TheProgressOfTheQueueCountsFilesAndThePartOfThePresent
     EXPECT_EQ(m_history.queueProgress(50), 0.375);
 }
 
+TEST_F(UploadHistoryTest, WhatIsLeftOutIsCountedInTheQueueOfItsDropAndNeverAsFailed)
+{
+    m_history.filesQueued({ u"/a"_s }, { u"/folder"_s });
+    confirmNext();
+
+    EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .leftOut = 1 }));
+    EXPECT_EQ(outcome(0), Outcome::LeftOut);
+    EXPECT_FALSE(m_history.canQueueAgain(0));
+    EXPECT_EQ(m_drained.size(), 1);
+
+    m_history.filesQueued({}, { u"/folder"_s });
+    EXPECT_EQ(m_history.queueTally(), FileTally{ .leftOut = 1 });
+    EXPECT_EQ(m_drained.size(), 2);
+}
+
+TEST_F(UploadHistoryTest, AQueueBeginsWithTheFirstFileThatIsAddedWhileNoneWaits)
+{
+    m_history.filesQueued({ u"/a"_s });
+    send();
+    m_history.filesQueued({ u"/b"_s });
+    m_history.fileConfirmed(5, QString());
+    failNext();
+    EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .failed = 1 }));
+    EXPECT_EQ(m_history.queueText(), u"1 of 2 uploaded, 1 failed"_s);
+
+    m_history.filesQueued({ u"/c.txt"_s });
+    confirmNext();
+
+    EXPECT_EQ(m_history.queueTally(), FileTally{ .confirmed = 1 });
+    EXPECT_EQ(m_history.queueText(), u"“c.txt” uploaded"_s);
+    EXPECT_EQ(m_history.runTally(), (FileTally{ .confirmed = 2, .failed = 1 }));
+}
+
 // Trying again.
+
+TEST_F(UploadHistoryTest, AFileThatIsQueuedAgainCountsByItsLastTry)
+{
+    m_history.filesQueued({ u"/a"_s });
+    failNext();
+    m_history.filesQueued(takeAgain({ 0 }));
+
+    confirmNext();
+
+    EXPECT_EQ(m_history.runTally(), FileTally{ .confirmed = 1 });
+}
+
+TEST_F(UploadHistoryTest, WhatIsNoPlainFileAnyMoreIsNotQueuedAgain)
+{
+    m_history.filesQueued({ u"/nonexistent/a"_s });
+    failNext();
+
+    EXPECT_TRUE(m_history.takeToQueueAgain({ 0 }).isEmpty());
+    EXPECT_TRUE(m_history.canQueueAgain(0));
+}
 
 TEST_F(UploadHistoryTest, LostFilesCanBeQueuedAgainAndAreOnlyOnce)
 {
@@ -195,15 +253,15 @@ TEST_F(UploadHistoryTest, LostFilesCanBeQueuedAgainAndAreOnlyOnce)
     failNext();
     confirmNext();
     send();
-    m_history.fileEnded(Outcome::Stopped, u"Upload Stopped"_s, QString());
+    m_history.fileEnded({ .kind = Outcome::Stopped, .status = u"Upload Stopped"_s });
     ASSERT_TRUE(m_history.hasRowsToQueueAgain());
     EXPECT_EQ(m_history.rowsToQueueAgain(), (QList<int>{ 0, 2 }));
     EXPECT_FALSE(m_history.canQueueAgain(1));
 
-    EXPECT_EQ(m_history.takeToQueueAgain({ 0, 1, 2 }), (QStringList{ u"/a"_s, u"/c"_s }));
+    EXPECT_EQ(takeAgain({ 0, 1, 2 }), (QStringList{ u"/a"_s, u"/c"_s }));
 
     EXPECT_FALSE(m_history.hasRowsToQueueAgain());
-    EXPECT_TRUE(m_history.takeToQueueAgain({ 0, 1, 2 }).isEmpty());
+    EXPECT_TRUE(takeAgain({ 0, 1, 2 }).isEmpty());
     EXPECT_EQ(outcome(0), Outcome::Failed);
 }
 
@@ -212,11 +270,11 @@ TEST_F(UploadHistoryTest, RemovedAndManualFilesAreQueuedAgainOnlyOnPurpose)
     m_history.filesQueued({ u"/a"_s });
     m_history.queueCleared();
     m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
-    m_history.fileEnded(Outcome::Failed, u"Invalid URL"_s, QString());
+    m_history.fileEnded({ .kind = Outcome::Failed, .status = u"Invalid URL"_s });
 
     EXPECT_FALSE(m_history.hasRowsToQueueAgain());
     EXPECT_TRUE(m_history.rowsToQueueAgain().isEmpty());
-    EXPECT_EQ(m_history.takeToQueueAgain({ 1, 0 }), (QStringList{ u"/m"_s, u"/a"_s }));
+    EXPECT_EQ(takeAgain({ 1, 0 }), (QStringList{ u"/m"_s, u"/a"_s }));
     EXPECT_FALSE(m_history.hasRowsToQueueAgain());
 }
 
@@ -275,15 +333,53 @@ TEST_F(UploadHistoryTest, AListingThatFailsLeavesTheQuestionToTheNextOne)
     EXPECT_EQ(listedSize(0), 4);
 }
 
-TEST_F(UploadHistoryTest, AFileThatTheListingDoesNotShowIsNotLookedForInALaterOne)
+TEST_F(UploadHistoryTest, AConfirmedFileThatTheListingDoesNotHoldIsNotListedUntilALaterOneHoldsIt)
 {
-    m_history.filesQueued({ u"/a"_s });
+    m_history.filesQueued({ u"/a"_s, u"/b"_s });
     confirmNext(5);
-    list({});
+    confirmNext(5);
+    list({ item(u"A"_s, 5) });
+    EXPECT_EQ(outcome(0), Outcome::NotListed);
+    EXPECT_EQ(outcome(1), Outcome::NotListed);
+    EXPECT_EQ(m_history.queueTally().notListed, 2);
 
-    list({ item(u"a"_s, 4) });
+    list({ item(u"a"_s, 5), item(u"b"_s, 4) });
 
-    EXPECT_FALSE(listedSize(0));
+    EXPECT_EQ(outcome(0), Outcome::Confirmed);
+    EXPECT_EQ(outcome(1), Outcome::OtherSize);
+    EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
+    EXPECT_EQ(m_history.runTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
+}
+
+TEST_F(UploadHistoryTest, AHiddenFileIsMissedOnlyInAListingThatHoldsHiddenNames)
+{
+    m_history.filesQueued({ u"/.a"_s, u"/.b"_s });
+    confirmNext(5);
+    list({ item(u"c"_s, 5) });
+    EXPECT_EQ(outcome(0), Outcome::Confirmed);
+    confirmNext(5);
+
+    list({ item(u".c"_s, 5) });
+
+    EXPECT_EQ(outcome(1), Outcome::NotListed);
+}
+
+TEST_F(UploadHistoryTest, WhatAListingLearnsCorrectsTheCountsOfTheQueueThatHasEnded)
+{
+    m_history.filesQueued({ u"/a"_s, u"/b"_s });
+    confirmNext(5);
+    confirmNext(5);
+    ASSERT_EQ(m_history.queueTally(), FileTally{ .confirmed = 2 });
+    QSignalSpy checked(&m_history, &UploadHistory::filesChecked);
+    EXPECT_TRUE(m_history.hasUncheckedFiles());
+
+    list({ item(u"a"_s, 4), item(u"b"_s, 5) });
+
+    EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
+    EXPECT_EQ(outcome(0), Outcome::OtherSize);
+    EXPECT_EQ(m_history.lostRowsOfQueue(), QList<int>{ 0 });
+    EXPECT_EQ(checked.size(), 1);
+    EXPECT_FALSE(m_history.hasUncheckedFiles());
 }
 
 TEST_F(UploadHistoryTest, AnotherFolderIsNoAnswer)

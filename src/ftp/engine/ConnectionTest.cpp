@@ -83,6 +83,8 @@ FTPConnectionTestState ConnectionTest::endState() const
     case FTPStreamError::Domain::FTP:
         return progress.stage == Transfer::Stage::LoggedIn ? FTPConnectionTestState::FolderRefused
                                                            : FTPConnectionTestState::LoginRefused;
+    case FTPStreamError::Domain::Silent:
+    case FTPStreamError::Domain::Unsendable:
     case FTPStreamError::Domain::Other:
         break;
     }

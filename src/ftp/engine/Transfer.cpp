@@ -118,7 +118,7 @@ void Transfer::begin()
         return;
     }
     if (!m_request.canBeSent()) {
-        fail();
+        finishWith({ FTPStreamError::Domain::Unsendable, 0 }, false);
         return;
     }
     m_key = m_request.server();
@@ -720,7 +720,8 @@ void Transfer::finishRefused(const Reply& reply)
 
 void Transfer::fail()
 {
-    finishWith({ FTPStreamError::Domain::Other, 0 }, false);
+    using enum FTPStreamError::Domain;
+    finishWith({ m_progress.wasSilent ? Silent : Other, 0 }, false);
 }
 
 void Transfer::finishWith(FTPStreamError error, bool keepConnection)

@@ -1,0 +1,225 @@
+#include "ItemActions.h"
+
+#include "DefaultApplication.h"
+#include "DestinationListing.h"
+#include "DestinationServer.h"
+#include "DestinationSettings.h"
+#include "FTPConnections.h"
+#include "FTPGetController.h"
+#include "ItemLocation.h"
+#include "ListingTable.h"
+#include "PathText.h"
+#include "RunLoop.h"
+#include "SheetQueue.h"
+#include "VisibleText.h"
+#include "WaitingPanel.h"
+
+#include <atomic>
+#include <chrono>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// How long an action may wait for the server's answers, all together.
+constexpr std::chrono::seconds conversationLimit(60);
+
+/// What is said of an item when the server's certificate is not trusted. There is no question here: the call that would
+/// have to wait for the answer suspends the program.
+QString notTrustedText(const QString& whatIsNot)
+{
+    return u"%1, since the server has shown a certificate that is not trusted. Nothing was sent to it.\n\nRefresh the "
+           "list: you are then asked about the certificate, or told what is wrong with it."_s.arg(whatIsNot);
+}
+
+} // namespace
+
+ItemActions::ItemActions(QWidget& window, ListingTable& table, DestinationListing& listing, FTPGetController& downloads,
+                         FTPConnections& connections, Application application, QObject* parent)
+    : QObject(parent)
+    , m_window(window)
+    , m_table(table)
+    , m_listing(listing)
+    , m_downloads(downloads)
+    , m_connections(connections)
+    , m_application(std::move(application))
+{
+}
+
+const ListingEntry* ItemActions::selectedEntry() const
+{
+    const int row = m_table.selectedRow();
+    return row >= 0 && row < m_listing.entries().size() ? &m_listing.entries().at(row) : nullptr;
+}
+
+void ItemActions::downloadSelection()
+{
+    if (m_application.alertSendingOrReceiving()) {
+        return;
+    }
+    const ListingEntry* const entry = selectedEntry();
+    if (entry == nullptr) {
+        return;
+    }
+    if (entry->type == ListingEntry::plainFileType) {
+        downloadFile(entry->name, QString(), entry->rawName);
+    } else {
+        m_application.showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
+    }
+}
+
+void ItemActions::downloadFile(const QString& name, const QString& folder, const QByteArray& rawName)
+{
+    m_application.userRequestedConnection();
+    m_application.resetProgress();
+    const QString place = DestinationSettings::fullURL(DestinationSettings::ftpFolderFromAppName());
+    if (place.isNull()) {
+        return;
+    }
+    if (!PathText::isFileName(name)) {
+        refuseFileName(name);
+        return;
+    }
+    const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
+    m_downloads.startReceive(locationOfItem(place, name, rawName), DestinationSettings::username(),
+                             DestinationSettings::password(), file);
+    m_application.downloadStarted();
+}
+
+void ItemActions::refuseFileName(const QString& name)
+{
+    // A name that the server sent never leads to another folder.
+    m_application.downloadRefused(u"Invalid Desftination File"_s,
+                                  u"“%1” is no name for a file, and was not downloaded."_s.arg(visibleText(name)));
+}
+
+void ItemActions::openDownload(const QString& path)
+{
+    if (DefaultApplication::isProgram(path)) {
+        m_application.showAlert(u"File Not Opened"_s,
+                                u"\"%1\" is there, but programs, scripts and launchers are not opened."_s.arg(
+                                    visibleText(PathText::lastPathComponent(path))));
+    } else {
+        DefaultApplication::open(path);
+    }
+}
+
+void ItemActions::deleteSelection()
+{
+    if (m_application.alertSendingOrReceiving()) {
+        return;
+    }
+    const ListingEntry* const entry = selectedEntry();
+    if (entry == nullptr) {
+        return;
+    }
+    const auto deleteLater = [this, name = entry->name, rawName = entry->rawName] {
+        RunLoop::dispatchAfter(answerDelayMs, this, [this, name, rawName] { deleteFile(name, rawName); });
+    };
+    SheetQueue::of(m_window).raise({ .title = u"Delete Item"_s,
+                                     .text = u"Are you sure you want to delete \"%1\"?"_s.arg(visibleText(entry->name)),
+                                     .defaultButton = u"Cancel"_s,
+                                     .alternateButton = u"Delete"_s,
+                                     .onAlternate = deleteLater });
+}
+
+std::shared_ptr<FMServer> ItemActions::server() const
+{
+    const Destination destination = DestinationSettings::destination();
+    m_connections.closeIdleConnections(destination.location); // Some servers allow one login alone.
+    auto server = serverOfDestination(destination.location, destination.username, destination.password);
+    server->setEncryption(destination.encryption);
+    server->setTimeLimit(conversationLimit);
+    // Addresses of one host may lead to different machines.
+    server->setAddress(m_listing.addressOf(destination.location));
+    if (const QByteArray trusted = trustedFingerprint(destination.location); !trusted.isEmpty()) {
+        server->setTrustedFingerprints({ trusted });
+    }
+    return server;
+}
+
+void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
+{
+    const QString shownName = visibleText(name);
+    const auto record = server();
+    if (record->address().isNull() && hasIPv6Address(DestinationSettings::location())) {
+        m_application.showAlert(
+            u"Cannot Delete"_s,
+            u"“%1” was not deleted. Items can be deleted through IPv4 alone, and the server's address in the "
+            "preferences is an IPv6 address.\n\nGive the server's name or its IPv4 address instead."_s.arg(shownName));
+        return;
+    }
+    run({ .panelText = u"Deleting “%1”…"_s.arg(shownName),
+          .call = [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, record,
+                   deleteFileNamed = m_operations.deleteFileNamed] { return deleteFileNamed(nameOnServer, *record); },
+          .unansweredText = u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName),
+          .title = u"Item Not Deleted"_s,
+          .notTrustedText = notTrustedText(u"“%1” was not deleted"_s.arg(shownName)),
+          .refusedText
+          = u"\"%1\" was not deleted. If this is a folder make sure it is empty. Folders can not be deleted if they "
+            "contain items.\n\nSwitch to the folder using preferences, and then delete its items."_s.arg(shownName) });
+}
+
+void ItemActions::createFolderButtonAction()
+{
+    if (m_application.alertSendingOrReceiving()) {
+        return;
+    }
+    const QString name = m_application.askInput(u"Enter name of folder to create."_s);
+    if (!name.isNull()) {
+        createFolder(name);
+    }
+}
+
+void ItemActions::createFolder(const QString& name)
+{
+    if (name.isEmpty()) {
+        m_application.showAlert(u"Folder Not Created"_s, u"Please retry with a name."_s);
+        return;
+    }
+    const QString shownName = visibleText(name);
+    if (m_listing.entries().contains(name)) {
+        m_application.showAlert(u"Folder Exists"_s,
+                                u"Folder \"%1\" already exists. Try another name."_s.arg(shownName));
+        return;
+    }
+    run({ .panelText = u"Creating “%1”…"_s.arg(shownName),
+          .call = [name, record = server(),
+                   createNewFolder = m_operations.createNewFolder] { return createNewFolder(name, *record); },
+          .unansweredText
+          = u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName),
+          .title = u"Folder Not Created"_s,
+          .notTrustedText = notTrustedText(u"Folder “%1” was not created"_s.arg(shownName)),
+          .refusedText
+          = u"Folder \"%1\" was not created due to an error.\n\nPlease check your preference settings for correct "
+            "FTP server passsword, username and folder location."_s.arg(shownName) });
+}
+
+void ItemActions::run(const Operation& operation)
+{
+    const std::optional<ItemOutcome> outcome = waitFor(operation.panelText, operation.call);
+    if (outcome == ItemOutcome::NotTrusted) {
+        m_application.showAlert(operation.title, operation.notTrustedText);
+        return;
+    }
+    if (outcome == ItemOutcome::Refused) {
+        m_application.showAlert(operation.title, operation.refusedText);
+        return;
+    }
+    if (outcome != ItemOutcome::Done) {
+        m_application.showAlert(u"No Answer"_s, operation.unansweredText);
+    }
+    m_application.listFTPDestination();
+}
+
+/// Runs @p call while its panel says @p panelText; std::nullopt when the user has stopped waiting.
+std::optional<ItemOutcome> ItemActions::waitFor(const QString& panelText, std::function<ItemOutcome()> call)
+{
+    const auto outcome = std::make_shared<std::atomic<ItemOutcome>>(ItemOutcome::Refused); // The call may outlive this.
+    const std::optional<bool> isDone = waitForAnswer(&m_window, panelText, [outcome, call = std::move(call)] {
+        *outcome = call();
+        return *outcome == ItemOutcome::Done;
+    });
+    return isDone ? std::optional<ItemOutcome>(*outcome) : std::nullopt;
+}

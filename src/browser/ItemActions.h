@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Destination.h"
+#include "ItemOperations.h"
+#include "ListingEntry.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class DestinationListing;
+class FTPConnections;
+class FTPGetController;
+class ListingTable;
+class QWidget;
+
+/// What the user does with the items of the destination folder: download, delete, and new folders. Belongs to the main
+/// thread.
+class ItemActions final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Between a drop or an answer and its consequence.
+    static constexpr int answerDelayMs = 1000;
+
+    /// What the actions ask of the program that they belong to.
+    struct Application {
+        std::function<bool()> alertSendingOrReceiving; ///< Whether a transfer keeps them back; if so, the user knows.
+        std::function<QString(const QString& prompt)> askInput; ///< A line of text; null: none was given.
+        std::function<void(const QString& title, const QString& text)> showAlert;
+        std::function<void()> listFTPDestination;
+        std::function<void()> userRequestedConnection;
+        std::function<void()> resetProgress;
+        std::function<void()> downloadStarted; ///< The download controller has been asked to start.
+        std::function<void(const QString& status, const QString& note)> downloadRefused;
+    };
+
+    /// All outlive the actions. @p window has the sheets.
+    ItemActions(QWidget& window, ListingTable& table, DestinationListing& listing, FTPGetController& downloads,
+                FTPConnections& connections, Application application, QObject* parent = nullptr);
+
+    /// Others than those of the library, for tests.
+    void setOperations(ItemOperations operations) { m_operations = std::move(operations); }
+
+    /// The selected item; null without a selection.
+    const ListingEntry* selectedEntry() const;
+
+    void downloadSelection();
+    /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default. @p rawName:
+    /// what the server knows it by, where that is no UTF-8.
+    void downloadFile(const QString& name, const QString& folder, const QByteArray& rawName = {});
+    /// Says that no file can be called @p name.
+    void refuseFileName(const QString& name);
+    void deleteSelection();
+    /// Waits for the server's answer, or until the user no longer wants to.
+    void deleteFile(const QString& name, const QByteArray& rawName = {});
+    void createFolderButtonAction();
+    /// Waits for the server's answer, or until the user no longer wants to.
+    void createFolder(const QString& name);
+    /// Opens the file at @p path with the program that the user has chosen for its kind.
+    void openDownload(const QString& path);
+
+private:
+    /// What is done to one item, and how its outcome is told.
+    struct Operation {
+        QString panelText; ///< Shown while it runs.
+        std::function<ItemOutcome()> call; ///< On a thread of its own.
+        QString unansweredText;
+        QString title; ///< Of the alert about a refusal.
+        QString notTrustedText;
+        QString refusedText;
+    };
+    std::shared_ptr<FMServer> server() const;
+    void run(const Operation& operation);
+    std::optional<ItemOutcome> waitFor(const QString& panelText, std::function<ItemOutcome()> call);
+
+    QWidget& m_window;
+    ListingTable& m_table;
+    DestinationListing& m_listing;
+    FTPGetController& m_downloads;
+    FTPConnections& m_connections;
+    Application m_application;
+    ItemOperations m_operations = libraryItemOperations();
+};

@@ -1,0 +1,156 @@
+#include "MainMenu.h"
+
+#include "DroppedFiles.h"
+#include "LoopSuspension.h"
+#include "MainWindow.h"
+#include "ViewController.h"
+#include "WindowState.h"
+#include "ui_MainWindow.h"
+
+#include <QActionGroup>
+#include <QApplication>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QMessageBox>
+#include <QMimeData>
+
+using namespace Qt::StringLiterals;
+
+MainMenu::MainMenu(MainWindow& window, ViewController& controller)
+    : m_window(window)
+    , m_controller(controller)
+{
+    connectActions();
+    connectSortActions();
+    watchClipboard();
+}
+
+void MainMenu::connectActions()
+{
+    const Ui::MainWindow& ui = m_window.ui();
+    const auto on
+        = [this](const QAction* action, auto slot) { connect(action, &QAction::triggered, &m_controller, slot); };
+    on(ui.newFolderAction, &ViewController::createFolderButtonAction);
+    on(ui.downloadAction, &ViewController::downloadSelection);
+    on(ui.deleteAction, &ViewController::deleteSelection);
+    on(ui.copyLocationAction, &ViewController::copyLocationToClipboard);
+    on(ui.refreshAction, &ViewController::refresh);
+    on(ui.stopAction, &ViewController::stopButtonAction);
+    on(ui.clearQueueAction, &ViewController::clearQueue);
+    on(ui.historyAction, &ViewController::showHistory);
+    on(ui.manualTransfersAction, &ViewController::showManualTransfers);
+    on(ui.websiteAction, &ViewController::goToWebsite);
+    on(ui.preferencesAction, &ViewController::showPreferences);
+    on(ui.makeCopyAction, &ViewController::copiesWindowRequested);
+    on(ui.welcomeAction, &ViewController::welcomeWindowRequested);
+    connect(ui.openFilesAction, &QAction::triggered, this, &MainMenu::openFiles);
+    connect(ui.pasteFilesAction, &QAction::triggered, this, &MainMenu::pasteFiles);
+    connect(ui.copyItemLocationAction, &QAction::triggered, this, &MainMenu::copyItemLocation);
+    connect(ui.aboutAction, &QAction::triggered, this, &MainMenu::showAbout);
+    connect(ui.quitAction, &QAction::triggered, &m_window, &QWidget::close);
+    ui.refreshAction->setShortcuts({ QKeySequence(Qt::Key_F5), QKeySequence(u"Ctrl+R"_s) });
+    ui.downloadAction->setShortcuts({ QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) });
+    ui.destinationListingTable->addActions(
+        { ui.downloadAction, ui.deleteAction, ui.copyItemLocationAction, ui.newFolderAction, ui.refreshAction });
+}
+
+void MainMenu::watchClipboard()
+{
+    const QClipboard* const clipboard = QApplication::clipboard();
+    const auto lookAtClipboard = [this, clipboard] {
+        const QMimeData* const data = clipboard->mimeData();
+        m_window.ui().pasteFilesAction->setEnabled(data != nullptr && namesLocalFiles(*data));
+    };
+    connect(clipboard, &QClipboard::dataChanged, this,
+            [this, lookAtClipboard] { LoopSuspension::whenResumed(*this, lookAtClipboard); });
+    lookAtClipboard();
+}
+
+void MainMenu::connectSortActions()
+{
+    const Ui::MainWindow& ui = m_window.ui();
+    QHeaderView* const header = ui.destinationListingTable->horizontalHeader();
+    const QList<QAction*> columns{ ui.sortByNameAction, ui.sortBySizeAction, ui.sortByTypeAction, ui.sortByDateAction,
+                                   ui.sortByModeAction };
+    auto* const columnGroup = new QActionGroup(this);
+    for (int section = 0; section < columns.size(); ++section) {
+        columnGroup->addAction(columns[section]);
+        connect(columns[section], &QAction::triggered, this,
+                [header, section] { header->setSortIndicator(section, header->sortIndicatorOrder()); });
+    }
+    auto* const orderGroup = new QActionGroup(this);
+    const QList<std::pair<QAction*, Qt::SortOrder>> orders{ { ui.sortAscendingAction, Qt::AscendingOrder },
+                                                            { ui.sortDescendingAction, Qt::DescendingOrder } };
+    for (const auto& [action, order] : orders) {
+        orderGroup->addAction(action);
+        connect(action, &QAction::triggered, this,
+                [header, order = order] { header->setSortIndicator(header->sortIndicatorSection(), order); });
+    }
+    const auto showOrder = [columns, orders](int section, Qt::SortOrder order) {
+        columns.value(section, columns.first())->setChecked(true);
+        orders[order == Qt::AscendingOrder ? 0 : 1].first->setChecked(true);
+    };
+    connect(header, &QHeaderView::sortIndicatorChanged, this, showOrder);
+    showOrder(header->sortIndicatorSection(), header->sortIndicatorOrder());
+}
+
+void MainMenu::show(const WindowState& state)
+{
+    const Ui::MainWindow& ui = m_window.ui();
+    ui.downloadAction->setEnabled(state.isItemSelected && state.hasDestination);
+    ui.deleteAction->setEnabled(state.isItemSelected && state.hasDestination);
+    ui.copyItemLocationAction->setEnabled(state.isItemSelected);
+    ui.copyLocationAction->setEnabled(state.hasDestination);
+    ui.newFolderAction->setEnabled(state.hasDestination);
+    ui.refreshAction->setEnabled(!state.isMoving()); // Without a destination it empties the list.
+    ui.stopAction->setEnabled(state.isMoving());
+    ui.clearQueueAction->setEnabled(state.waiting != 0);
+}
+
+void MainMenu::openFiles()
+{
+    auto* const chooser = new QFileDialog(&m_window, u"Upload Files"_s, m_lastOpenedFolder);
+    chooser->setAttribute(Qt::WA_DeleteOnClose);
+    chooser->setFileMode(QFileDialog::ExistingFiles);
+    chooser->setLabelText(QFileDialog::Accept, u"Upload"_s);
+    connect(chooser, &QFileDialog::filesSelected, this, [this, chooser](const QStringList& paths) {
+        m_lastOpenedFolder = chooser->directory().absolutePath();
+        m_controller.uploadFiles(paths);
+    });
+    chooser->open();
+}
+
+void MainMenu::pasteFiles()
+{
+    const QMimeData* const data = QApplication::clipboard()->mimeData();
+    const QStringList files = data == nullptr ? QStringList() : plainLocalFiles(*data);
+    if (files.isEmpty()) {
+        QApplication::beep();
+    } else {
+        m_controller.uploadFiles(files);
+    }
+}
+
+void MainMenu::copyItemLocation()
+{
+    const QString location = m_controller.locationOfSelection();
+    if (location.isNull()) {
+        QApplication::beep();
+    } else {
+        QApplication::clipboard()->setText(location);
+    }
+}
+
+void MainMenu::showAbout()
+{
+    auto* const about = new QMessageBox(&m_window);
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->setWindowTitle(u"About Quillbox"_s);
+    about->setIconPixmap(m_window.windowIcon().pixmap(64));
+    about->setTextFormat(Qt::PlainText);
+    about->setText(u"Quillbox %1"_s.arg(QCoreApplication::applicationVersion()));
+    about->setInformativeText(
+        u"Puts files into one folder of an FTP server.\n\nFree software under the MIT licence."_s);
+    about->open();
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class MainWindow;
+class ViewController;
+struct WindowState;
+
+/// The menus of the main window, their shortcuts, and what they can do at the moment. Belongs to the main thread.
+class MainMenu final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Connects the commands of @p window with what @p controller does. Both outlive the menus.
+    MainMenu(MainWindow& window, ViewController& controller);
+
+    /// Enables what can be done in @p state.
+    void show(const WindowState& state);
+
+private:
+    void connectActions();
+    void connectSortActions();
+    void watchClipboard();
+
+    /// Lets the user choose files to upload.
+    void openFiles();
+    /// Uploads the files on the clipboard.
+    void pasteFiles();
+    /// Copies the location of the selected item.
+    void copyItemLocation();
+    void showAbout();
+
+    MainWindow& m_window;
+    ViewController& m_controller;
+    QString m_lastOpenedFolder;
+};

@@ -1,0 +1,130 @@
+#include "SecondaryWindows.h"
+
+#include "Addressing.h"
+#include "BringToFront.h"
+#include "DestinationServer.h"
+#include "DestinationSettings.h"
+#include "FTPConnections.h"
+#include "FTPLocation.h"
+#include "HistoryWindow.h"
+#include "PreferencesController.h"
+#include "SheetQueue.h"
+#include "TrustedCertificates.h"
+#include "UserDefaults.h"
+#include "WindowMemory.h"
+#include "ui_Welcome.h"
+
+#include <QJsonValue>
+#include <QSignalBlocker>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString historyName = u"history"_s; ///< Its window is remembered by it.
+const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
+
+/// Shows a state that is not the user's choice of this moment.
+void setCheckedQuietly(QCheckBox& box, bool isChecked)
+{
+    const QSignalBlocker blocker(box);
+    box.setChecked(isChecked);
+}
+
+} // namespace
+
+SecondaryWindows::SecondaryWindows(QMainWindow& mainWindow, UploadHistory& history, FTPConnections& connections,
+                                   Application application)
+    : m_history(history)
+    , m_application(std::move(application))
+    , m_welcomeWindow(new QDialog(&mainWindow))
+    , m_welcome(std::make_unique<Ui::Welcome>())
+{
+    makePreferences(mainWindow, connections);
+    m_welcome->setupUi(m_welcomeWindow);
+    connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, m_welcomeWindow, &QWidget::close);
+    connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &SecondaryWindows::showPreferences);
+    // Not its clicks: a screen reader toggles without one.
+    connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::toggled, this, &SecondaryWindows::rememberWelcomeChoice);
+}
+
+SecondaryWindows::~SecondaryWindows() = default;
+
+void SecondaryWindows::makePreferences(QMainWindow& mainWindow, FTPConnections& connections)
+{
+    m_preferences = std::make_unique<PreferencesController>(
+        UserDefaults::standard(),
+        PreferencesController::Application{
+            .destinationFor =
+                [](const QString& address, const QString& folder) {
+                    return Addressing::fullPath(address, folder, DestinationSettings::ftpFolderFromAppName());
+                },
+            .updateWindowTitleAndList =
+                [this] {
+                    m_application.userRequestedConnection();
+                    m_application.updateWindowTitleAndList();
+                },
+            .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
+            .forgetCertificate =
+                [&connections](const QString& destination) {
+                    connections.closeIdleConnections(destination); // They were made while it was trusted.
+                    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
+                    return place && TrustedCertificates::standard().forget(place->host, place->port);
+                },
+            .startConnectionTest =
+                [this, &connections](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
+                    m_application.userRequestedConnection();
+                    return connections.startConnectionTest(request, std::move(handler));
+                },
+        },
+        &mainWindow);
+}
+
+void SecondaryWindows::showManualTransfers()
+{
+    bringToFront(m_manualTransfers);
+}
+
+void SecondaryWindows::showPreferences()
+{
+    m_preferences->showPanel();
+}
+
+void SecondaryWindows::showHistory()
+{
+    if (m_historyWindow == nullptr) {
+        m_historyWindow = std::make_unique<HistoryWindow>(m_history, m_application.uploadFiles);
+        WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
+    }
+    bringToFront(*m_historyWindow);
+}
+
+void SecondaryWindows::showWelcome(bool force)
+{
+    const bool isTurnedOff = UserDefaults::standard().boolean(doNotShowWelcomeWindowAgain).value_or(false);
+    if (!force && isTurnedOff) {
+        return;
+    }
+    setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, isTurnedOff);
+    bringToFront(*m_welcomeWindow);
+}
+
+void SecondaryWindows::rememberWelcomeChoice(bool isTurnedOff)
+{
+    UserDefaults& defaults = UserDefaults::standard();
+    if (!defaults.store({ { doNotShowWelcomeWindowAgain, isTurnedOff } })) {
+        setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, !isTurnedOff);
+        SheetQueue::of(*m_welcomeWindow)
+            .raise({ .title = u"Settings Not Saved"_s,
+                     .text = u"The settings could not be written to “%1”."_s.arg(defaults.filePath()) });
+    }
+}
+
+void SecondaryWindows::remember()
+{
+    if (m_historyWindow != nullptr) {
+        WindowMemory::save(*m_historyWindow, m_historyWindow->columns(), historyName);
+    }
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "ManualTransfers.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+class FTPConnections;
+class HistoryWindow;
+class PreferencesController;
+class QDialog;
+class QMainWindow;
+class UploadHistory;
+
+namespace Ui {
+class Welcome;
+} // namespace Ui
+
+/// The windows beside the main window: preferences, welcome, history and manual transfers. Belongs to the main thread.
+class SecondaryWindows final : public QObject {
+    Q_OBJECT
+
+public:
+    /// What the windows ask of the program.
+    struct Application {
+        std::function<void()> userRequestedConnection;
+        std::function<void()> updateWindowTitleAndList;
+        std::function<void(const QStringList& paths)> uploadFiles;
+    };
+
+    /// All outlive the windows.
+    SecondaryWindows(QMainWindow& mainWindow, UploadHistory& history, FTPConnections& connections,
+                     Application application);
+    ~SecondaryWindows() override;
+
+    ManualTransfers& manualTransfers() { return m_manualTransfers; }
+    PreferencesController& preferences() { return *m_preferences; }
+    QDialog& welcomeWindow() { return *m_welcomeWindow; }
+    /// Null until it is first shown.
+    HistoryWindow* historyWindow() { return m_historyWindow.get(); }
+
+    void showManualTransfers();
+    void showPreferences();
+    void showHistory();
+    /// Unless the user has turned it off, or in any case when it is forced.
+    void showWelcome(bool force);
+    /// Notes the size and the columns of the history's window for the next run.
+    void remember();
+
+private:
+    void makePreferences(QMainWindow& mainWindow, FTPConnections& connections);
+    void rememberWelcomeChoice(bool isTurnedOff);
+
+    UploadHistory& m_history;
+    Application m_application;
+    ManualTransfers m_manualTransfers;
+    std::unique_ptr<PreferencesController> m_preferences;
+    QDialog* m_welcomeWindow; ///< A window of the main window's.
+    std::unique_ptr<Ui::Welcome> m_welcome;
+    std::unique_ptr<HistoryWindow> m_historyWindow;
+};

@@ -1,0 +1,223 @@
+#include "WindowIndicators.h"
+
+#include "ByteCountText.h"
+#include "DateText.h"
+#include "FocusKeeping.h"
+#include "PlainToolTip.h"
+#include "SecurityText.h"
+#include "StreamController.h"
+#include "VisibleText.h"
+#include "ui_MainWindow.h"
+#include "ui_ManualTransfers.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int progressIntervalMs = 80;
+
+/// Where a bar stands at @p percent: at its end also when more has come than was announced.
+int barValue(float percent)
+{
+    return static_cast<int>(std::clamp(percent, 0.0F, 100.0F));
+}
+
+/// Makes @p label as wide as its text where it is not. It never shrinks: the layout of a window whose clock keeps its
+/// size has nothing to do each second.
+void growToText(QLabel& label)
+{
+    if (const QSize wanted = label.sizeHint(); wanted.width() > label.minimumWidth()) {
+        label.setFixedSize(wanted);
+    }
+}
+
+/// Has @p field say what the server has said last, for those too who see no tool tips.
+void showReply(QWidget& field, const QString& reply)
+{
+    const QString words = reply.isNull() ? QString() : u"The server said: %1"_s.arg(visibleText(reply));
+    field.setToolTip(words.isNull() ? QString() : plainToolTip(words));
+    const QString title = field.accessibleDescription().section(u". "_s, 0, 0);
+    field.setAccessibleDescription(words.isNull() ? title : title + u". "_s + words);
+}
+
+QString emptyText(DestinationListing::State state, bool hasDestination)
+{
+    if (state == DestinationListing::State::Listing) {
+        return u"Listing…"_s;
+    }
+    if (!hasDestination) {
+        return u"No destination"_s;
+    }
+    return state == DestinationListing::State::Complete ? u"Empty folder"_s : u""_s;
+}
+
+} // namespace
+
+WindowIndicators::WindowIndicators(const Ui::MainWindow& window, const Ui::ManualTransfers& manual)
+    : m_window(window)
+    , m_manual(manual)
+{
+}
+
+void WindowIndicators::setPercent(float percent)
+{
+    m_next.percent = percent;
+    m_next.auxiliaryPercent = percent;
+}
+
+void WindowIndicators::resetProgress()
+{
+    m_next.percent = 0;
+    m_next.bytes.reset();
+}
+
+void WindowIndicators::resetAllProgress()
+{
+    resetProgress();
+    m_next.auxiliaryPercent = 0;
+}
+
+void WindowIndicators::transferStarted(const ServerAnswers& answers, bool isRunning)
+{
+    m_answers = isRunning ? &answers : nullptr;
+    if (isRunning) {
+        m_latestAnswers = &answers;
+    }
+}
+
+void WindowIndicators::listingStarted(const ServerAnswers& answers, bool isRunning)
+{
+    m_listingAnswers = isRunning ? &answers : nullptr;
+    if (isRunning) {
+        m_latestAnswers = &answers;
+    }
+}
+
+WindowIndicators::Values WindowIndicators::values() const
+{
+    Values values = m_next;
+    values.reply = m_answers != nullptr ? m_answers->lastReply() : QString();
+    values.listingReply = m_listingAnswers != nullptr ? m_listingAnswers->lastReply() : QString();
+    values.security = m_latestAnswers != nullptr ? m_latestAnswers->security() : std::nullopt;
+    return values;
+}
+
+bool WindowIndicators::showDate()
+{
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
+    if (second == m_shownSecond) {
+        return false;
+    }
+    m_shownSecond = second;
+    m_window.dateStringTextField->setText(shortDateMediumTimeText(QDateTime::currentDateTime()));
+    growToText(*m_window.dateStringTextField);
+    return true;
+}
+
+bool WindowIndicators::isShown(const WindowState& state) const
+{
+    return m_shown && m_shown->state == state && m_shown->values == values();
+}
+
+void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
+{
+    const Values now = values();
+    showQueueLength(state.waiting);
+    const bool isProgressShown = showProgress(now, state.isMoving());
+    if (isNewSecond) {
+        showSpeed(state);
+    }
+    showTexts(now);
+    showSecurity(now.security);
+    m_shown = isProgressShown ? std::optional<Shown>({ state, now }) : std::nullopt;
+}
+
+void WindowIndicators::showQueueLength(qsizetype length)
+{
+    m_window.totalProgressIndicator->setValue(static_cast<int>(length));
+    m_window.totalProgressIndicator->setVisible(length != 0);
+    setEnabledKeepingFocus(*m_window.clearQueueButton, length != 0, *m_window.destinationListingTable);
+}
+
+/// False when the numbers have to wait.
+bool WindowIndicators::showProgress(const Values& values, bool isMoving)
+{
+    m_window.percentProgressIndicator->setVisible(isMoving);
+    m_window.bytesFormattedTextField->setVisible(isMoving);
+    setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);
+    // Numbers that move are painted no more often than somebody could read them: it would cost more than the sending.
+    const bool isOneOfMany = isMoving && values.bytes && m_lastValues.bytes;
+    if (isOneOfMany && m_sinceProgressShown.isValid() && !m_sinceProgressShown.hasExpired(progressIntervalMs)) {
+        return false;
+    }
+    m_sinceProgressShown.start();
+    m_window.percentProgressIndicator->setValue(barValue(values.percent));
+    m_manual.auxiliaryPercentProgressIndicator->setValue(barValue(values.auxiliaryPercent));
+    if (values.bytes != m_lastValues.bytes) {
+        m_lastValues.bytes = values.bytes;
+        m_window.bytesFormattedTextField->setText(values.bytes ? byteCountText(static_cast<qint64>(*values.bytes))
+                                                               : u""_s);
+    }
+    return true;
+}
+
+void WindowIndicators::showSpeed(const WindowState& state)
+{
+    // Of two at once, the shown numbers are by turns the one's and the other's.
+    if (state.isSending == state.isReceiving || !m_next.bytes) {
+        m_rate.clear();
+    } else {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        m_rate.add(std::chrono::duration_cast<std::chrono::milliseconds>(now), *m_next.bytes);
+    }
+    m_window.percentProgressIndicator->setToolTip(m_rate.text(m_next.percent));
+}
+
+void WindowIndicators::showTexts(const Values& values)
+{
+    if (values.status != m_lastValues.status) {
+        m_lastValues.status = values.status;
+        const QString status = visibleText(values.status); // It may hold a name from a server.
+        m_window.statusTextField->setText(status);
+        m_manual.auxiliaryStatusTextField->setText(status);
+    }
+    if (values.listingStatus != m_lastValues.listingStatus) {
+        m_lastValues.listingStatus = values.listingStatus;
+        m_window.listingStatusTextField->setText(values.listingStatus);
+    }
+    if (values.reply != m_lastValues.reply) {
+        m_lastValues.reply = values.reply;
+        showReply(*m_window.statusTextField, values.reply);
+        showReply(*m_manual.auxiliaryStatusTextField, values.reply);
+    }
+    if (values.listingReply != m_lastValues.listingReply) {
+        m_lastValues.listingReply = values.listingReply;
+        showReply(*m_window.listingStatusTextField, values.listingReply);
+    }
+}
+
+void WindowIndicators::showSecurity(std::optional<FTPSecurity> security)
+{
+    // Until a login is sent, the last connection is another one's.
+    if (!security) {
+        security = m_lastValues.security;
+    }
+    if (security == m_lastValues.security && !m_window.connectionIcon->icon().isNull()) {
+        return;
+    }
+    m_lastValues.security = security;
+    const QString words = securityText(security);
+    m_window.connectionIcon->setIcon(drawnPadlockIcon(securityPadlock(security)));
+    m_window.connectionIcon->setToolTip(plainToolTip(words));
+    m_window.connectionIcon->setAccessibleName(words);
+}
+
+void WindowIndicators::showListing(const WindowState& state)
+{
+    m_window.destinationListingTable->setEmptyText(emptyText(state.listing, state.hasDestination));
+}

@@ -1,0 +1,28 @@
+#include "UploadOutcome.h"
+
+bool isFailure(UploadOutcome::Kind outcome)
+{
+    switch (outcome) {
+        using enum UploadOutcome::Kind;
+    case OtherSize:
+    case Refused:
+    case ConnectionLost:
+    case Silent:
+    case Failed:
+    case NotFound:
+    case NotReadable:
+    case NotPlainFile:
+    case UnsendableName:
+        return true;
+    case Waiting:
+    case Sending:
+    case Confirmed:
+    case NotListed:
+    case Stopped:
+    case LeftOut:
+    case Removed:
+    case Note:
+        return false;
+    }
+    return false;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+/// What has become of one file that was to be uploaded, so far.
+struct UploadOutcome {
+    enum class Kind {
+        Waiting, ///< In the queue.
+        Sending,
+        Confirmed, ///< The server has said that it has the whole file, and acknowledged every byte.
+        OtherSize, ///< Confirmed, but listed with another size than was sent.
+        NotListed, ///< Confirmed, but not in a complete listing of its folder.
+        Refused, ///< By the server, with `code`.
+        ConnectionLost, ///< Or it could not be made.
+        Silent, ///< The server has let a time limit pass.
+        Failed, ///< Otherwise; `status` says how.
+        Stopped, ///< By the user.
+        NotFound, ///< There was no such file when its turn came.
+        NotReadable, ///< It could not be opened or read to its end.
+        NotPlainFile, ///< A folder, a device or the like.
+        UnsendableName, ///< No command can hold its name.
+        LeftOut, ///< It was dropped or pasted, and never stood in the queue, since it is no plain file.
+        Removed, ///< Taken out of the queue before its turn came.
+        Note, ///< Not a file: a remark.
+    };
+
+    Kind kind = Kind::Waiting;
+    int code = 0; ///< The server's reply code of a refusal, 400 to 599; else 0.
+    QString status = {}; ///< What the upload said at its end.
+    QString reply = {}; ///< The server's last reply to it, escaped; null for none.
+};
+
+/// Whether the server does not have the whole file although it was to be sent. A file that was stopped, removed or left
+/// out is no failure.
+bool isFailure(UploadOutcome::Kind outcome);

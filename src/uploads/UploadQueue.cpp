@@ -1,0 +1,24 @@
+#include "UploadQueue.h"
+
+#include "UploadHistory.h"
+
+void UploadQueue::append(const QStringList& paths)
+{
+    m_paths += paths;
+    m_history.filesQueued(paths);
+    emit changed();
+}
+
+void UploadQueue::clear()
+{
+    m_paths.clear();
+    m_history.queueCleared();
+    emit changed();
+}
+
+QString UploadQueue::takeFirst()
+{
+    const QString path = m_paths.takeFirst();
+    emit changed();
+    return path;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+class UploadHistory;
+
+/// The local files that wait to be uploaded, first in first out. A file that was taken out is never put back. Belongs
+/// to the main thread.
+class UploadQueue final : public QObject {
+    Q_OBJECT
+
+public:
+    /// @p history is told of each file, and outlives the queue.
+    explicit UploadQueue(UploadHistory& history)
+        : m_history(history)
+    {
+    }
+
+    /// Appends @p paths, in their order; duplicates are kept.
+    void append(const QStringList& paths);
+    void clear();
+    /// Takes the first path out of a queue that is not empty.
+    QString takeFirst();
+
+    const QStringList& paths() const { return m_paths; }
+    qsizetype size() const { return m_paths.size(); }
+    bool isEmpty() const { return m_paths.isEmpty(); }
+
+signals:
+    void changed();
+
+private:
+    UploadHistory& m_history;
+    QStringList m_paths;
+};
