@@ -44,13 +44,16 @@ Qt::DropAction ItemDragging::validateDrop(const QMimeData& pasteboard, TableDrop
 bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*drop*/)
 {
     const QStringList files = pasteboardHasFiles(pasteboard);
+    const QStringList leftOut = otherItems(pasteboard);
     if (files.isEmpty()) {
+        m_application.uploadFiles({}, leftOut);
         m_application.showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;
     }
     m_droppedFiles = files;
     // Its own files, also when the next drop comes before they are handed over.
-    RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, [this, files] { m_application.uploadFiles(files); });
+    RunLoop::dispatchAfter(ItemActions::answerDelayMs, this,
+                           [this, files, leftOut] { m_application.uploadFiles(files, leftOut); });
     return true;
 }
 

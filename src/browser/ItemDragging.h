@@ -22,7 +22,8 @@ public:
     struct Application {
         std::function<bool()> alertSendingOrReceiving; ///< Whether a transfer keeps it back; if so, the user knows.
         std::function<void(const QString& title, const QString& text)> showAlert;
-        std::function<void(const QStringList& paths)> uploadFiles;
+        /// With the items that came with them and are no plain files.
+        std::function<void(const QStringList& paths, const QStringList& leftOut)> uploadFiles;
     };
 
     /// All outlive the dragging. @p window has the sheets.

@@ -64,10 +64,14 @@ bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
     setHighlight(false);
     const QStringList files = pasteboardHasFiles(pasteboard);
     if (files.isEmpty()) {
+        if (m_viewController != nullptr) {
+            m_viewController->uploadFiles({}, otherItems(pasteboard));
+        }
         showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;
     }
     m_droppedFiles = files;
+    m_leftOut = otherItems(pasteboard);
     return true;
 }
 
@@ -79,7 +83,7 @@ bool DragDropView::performDragOperation() const
 void DragDropView::concludeDragOperation()
 {
     if (m_viewController != nullptr) {
-        m_viewController->uploadFiles(m_droppedFiles);
+        m_viewController->uploadFiles(m_droppedFiles, m_leftOut);
     }
 }
 

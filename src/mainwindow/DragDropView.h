@@ -60,6 +60,7 @@ private:
     QPlainTextEdit* m_textView;
     ViewController* m_viewController = nullptr;
     QStringList m_droppedFiles;
+    QStringList m_leftOut; ///< What came with them and is no plain file.
     bool m_highlight = false;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the view.
 };

@@ -23,9 +23,9 @@ constexpr int rowHeight = 28;
 
 } // namespace
 
-HistoryWindow::HistoryWindow(UploadHistory& history, Upload upload)
+HistoryWindow::HistoryWindow(UploadHistory& history, QueueAgain queueAgain)
     : m_history(history)
-    , m_upload(std::move(upload))
+    , m_queueAgain(std::move(queueAgain))
     , m_ui(std::make_unique<Ui::HistoryWindow>())
 {
     m_ui->setupUi(this);
@@ -48,6 +48,24 @@ HistoryWindow::~HistoryWindow() = default;
 QHeaderView& HistoryWindow::columns()
 {
     return *m_ui->historyTable->horizontalHeader();
+}
+
+void HistoryWindow::select(const QList<int>& rows)
+{
+    if (rows.isEmpty()) {
+        return;
+    }
+    const QAbstractItemModel& model = *m_ui->historyTable->model();
+    QItemSelection selection;
+    for (qsizetype first = 0, next = 0; first < rows.size(); first = next) {
+        next = first + 1;
+        while (next < rows.size() && rows[next] == rows[next - 1] + 1) {
+            ++next;
+        }
+        selection.append({ model.index(rows[first], 0), model.index(rows[next - 1], model.columnCount() - 1) });
+    }
+    m_ui->historyTable->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    m_ui->historyTable->scrollTo(model.index(rows.first(), 0));
 }
 
 void HistoryWindow::connectActions()
@@ -95,10 +113,7 @@ QList<int> HistoryWindow::selectedRows() const
 void HistoryWindow::queueAgain()
 {
     const QList<int> selected = selectedRows();
-    const QStringList paths = m_history.takeToQueueAgain(selected.isEmpty() ? m_history.rowsToQueueAgain() : selected);
-    if (!paths.isEmpty()) {
-        m_upload(paths);
-    }
+    m_queueAgain(selected.isEmpty() ? m_history.rowsToQueueAgain() : selected);
     refresh();
 }
 

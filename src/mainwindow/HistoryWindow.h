@@ -21,14 +21,16 @@ class HistoryWindow final : public QWidget {
     Q_OBJECT
 
 public:
-    /// Puts files into the queue once more.
-    using Upload = std::function<void(const QStringList& paths)>;
+    /// Puts the files of rows into the queue once more.
+    using QueueAgain = std::function<void(const QList<int>& rows)>;
 
     /// @p history outlives the window.
-    HistoryWindow(UploadHistory& history, Upload upload);
+    HistoryWindow(UploadHistory& history, QueueAgain queueAgain);
     ~HistoryWindow() override;
 
     QHeaderView& columns();
+    /// Selects @p rows alone, and shows the first of them. Nothing without any.
+    void select(const QList<int>& rows);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -46,7 +48,7 @@ private:
     bool isRowVisible(int row) const;
 
     UploadHistory& m_history;
-    Upload m_upload;
+    QueueAgain m_queueAgain;
     std::unique_ptr<Ui::HistoryWindow> m_ui;
     QTimer m_refresh;
     int m_followedRow = -1; ///< The row of the file that was being sent at the last look.

@@ -125,10 +125,12 @@ void MainMenu::pasteFiles()
 {
     const QMimeData* const data = QApplication::clipboard()->mimeData();
     const QStringList files = data == nullptr ? QStringList() : plainLocalFiles(*data);
+    const QStringList leftOut = data == nullptr ? QStringList() : otherItems(*data);
     if (files.isEmpty()) {
         QApplication::beep();
-    } else {
-        m_controller.uploadFiles(files);
+    }
+    if (!files.isEmpty() || !leftOut.isEmpty()) {
+        m_controller.uploadFiles(files, leftOut);
     }
 }
 

@@ -92,13 +92,14 @@ void SecondaryWindows::showPreferences()
     m_preferences->showPanel();
 }
 
-void SecondaryWindows::showHistory()
+void SecondaryWindows::showHistory(const QList<int>& rows)
 {
     if (m_historyWindow == nullptr) {
-        m_historyWindow = std::make_unique<HistoryWindow>(m_history, m_application.uploadFiles);
+        m_historyWindow = std::make_unique<HistoryWindow>(m_history, m_application.queueAgain);
         WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
     }
     bringToFront(*m_historyWindow);
+    m_historyWindow->select(rows);
 }
 
 void SecondaryWindows::showWelcome(bool force)

@@ -27,7 +27,7 @@ public:
     struct Application {
         std::function<void()> userRequestedConnection;
         std::function<void()> updateWindowTitleAndList;
-        std::function<void(const QStringList& paths)> uploadFiles;
+        std::function<void(const QList<int>& rows)> queueAgain; ///< Of the history.
     };
 
     /// All outlive the windows.
@@ -43,7 +43,8 @@ public:
 
     void showManualTransfers();
     void showPreferences();
-    void showHistory();
+    /// With @p rows selected, if there are any.
+    void showHistory(const QList<int>& rows);
     /// Unless the user has turned it off, or in any case when it is forced.
     void showWelcome(bool force);
     /// Notes the size and the columns of the history's window for the next run.

@@ -53,12 +53,13 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_dragging(m_window, m_listing, m_items,
                  { .alertSendingOrReceiving = [this] { return alertSendingOrReceiving(); },
                    .showAlert = [this](const QString& title, const QString& text) { showAlert(title, text); },
-                   .uploadFiles = [this](const QStringList& paths) { uploadFiles(paths); } },
+                   .uploadFiles
+                   = [this](const QStringList& paths, const QStringList& leftOut) { uploadFiles(paths, leftOut); } },
                  this)
     , m_windows(m_window, m_history, connections,
                 { .userRequestedConnection = [this] { emit userRequestedConnection(); },
                   .updateWindowTitleAndList = [this] { emit updateWindowTitleAndList(); },
-                  .uploadFiles = [this](const QStringList& paths) { uploadFiles(paths); } })
+                  .queueAgain = [this](const QList<int>& rows) { queueAgain(rows); } })
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
 {
     setDelegates();
@@ -112,21 +113,50 @@ void ViewController::connectControls()
     connect(ui.downloadButton, &QPushButton::clicked, this, &ViewController::downloadSelection);
     connect(ui.deleteButton, &QPushButton::clicked, this, &ViewController::deleteSelection);
     connect(ui.newFolderButton, &QPushButton::clicked, this, &ViewController::createFolderButtonAction);
+    ui.outcomeLine->setHistory(m_history);
+    connect(ui.outcomeLine, &OutcomeLine::showRequested, &m_windows, &SecondaryWindows::showHistory);
+    connect(ui.outcomeLine, &OutcomeLine::queueAgainRequested, this, &ViewController::queueAgain);
     m_windows.manualTransfers().connectTo(*this);
 }
 
 // The queue.
 
-void ViewController::uploadFiles(const QStringList& paths)
+void ViewController::uploadFiles(const QStringList& paths, const QStringList& leftOut)
 {
+    if (paths.isEmpty() && !leftOut.isEmpty()) {
+        m_queue.append({}, leftOut);
+        return;
+    }
     emit userRequestedConnection();
-    m_queue.append(paths);
+    m_queue.append(paths, leftOut);
     m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
     if (DestinationSettings::location().isNull()) {
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
     } else {
         m_window.ui().dragAndDropView->displayDroppedFiles(m_queue.paths());
     }
+}
+
+void ViewController::queueAgain(const QList<int>& rows)
+{
+    const auto queue = [this, rows] {
+        if (const QStringList paths = m_history.takeToQueueAgain(rows); !paths.isEmpty()) {
+            uploadFiles(paths);
+        }
+    };
+    const QString present = DestinationSettings::location();
+    QStringList others = m_history.destinationsOf(rows);
+    others.removeAll(present);
+    if (others.isEmpty() || present.isNull()) {
+        queue();
+        return;
+    }
+    const QString former = others.size() == 1 ? others.first() : u"%1 other folders"_s.arg(others.size());
+    SheetQueue::of(m_window).raise({ .title = u"Queue Again"_s,
+                                     .text = u"These files were for %1; send them to %2?"_s.arg(former, present),
+                                     .defaultButton = u"Cancel"_s,
+                                     .alternateButton = u"Send"_s,
+                                     .onAlternate = queue });
 }
 
 QStringList ViewController::filesToReplace() const
@@ -171,6 +201,7 @@ WindowState ViewController::state() const
     return { .isSending = m_pc.isSending(),
              .isReceiving = m_gc.isReceiving(),
              .waiting = m_queue.size(),
+             .tally = m_history.queueTally(),
              .listing = m_listing.state(),
              .isListingDue = m_listing.isDue(),
              .hasDestination = m_listing.hasDestination(),

@@ -71,8 +71,12 @@ public:
 
     // The queue.
 
-    /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination.
-    void uploadFiles(const QStringList& paths);
+    /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. The items
+    /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
+    void uploadFiles(const QStringList& paths, const QStringList& leftOut = {});
+    /// Puts the files of those @p rows of the history that can work into the queue once more; asks before when they
+    /// were for another destination than the one in force.
+    void queueAgain(const QList<int>& rows);
     void clearQueue() { m_queue.clear(); }
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's
     /// order.
@@ -188,7 +192,7 @@ public:
     /// Null until it is first shown.
     HistoryWindow* historyWindow() { return m_windows.historyWindow(); }
     void showPreferences() { m_windows.showPreferences(); }
-    void showHistory() { m_windows.showHistory(); }
+    void showHistory() { m_windows.showHistory({}); }
     void showManualTransfers() { m_windows.showManualTransfers(); }
     /// Unless the user has turned it off, or in any case when it is forced.
     void showWelcomeWindow(bool force) { m_windows.showWelcome(force); }

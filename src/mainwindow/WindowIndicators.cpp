@@ -3,6 +3,7 @@
 #include "ByteCountText.h"
 #include "DateText.h"
 #include "FocusKeeping.h"
+#include "OutcomeText.h"
 #include "PlainToolTip.h"
 #include "SecurityText.h"
 #include "StreamController.h"
@@ -20,6 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int progressIntervalMs = 80;
+const QString waitingFormat = u"%v waiting"_s;
 
 /// Where a bar stands at @p percent: at its end also when more has come than was announced.
 int barValue(float percent)
@@ -127,7 +129,7 @@ bool WindowIndicators::isShown(const WindowState& state) const
 void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
 {
     const Values now = values();
-    showQueueLength(state.waiting);
+    showQueue(state.waiting, state.tally);
     const bool isProgressShown = showProgress(now, state.isMoving());
     if (isNewSecond) {
         showSpeed(state);
@@ -137,8 +139,11 @@ void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
     m_shown = isProgressShown ? std::optional<Shown>({ state, now }) : std::nullopt;
 }
 
-void WindowIndicators::showQueueLength(qsizetype length)
+void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
 {
+    // What has become of the files before stands behind the number of those that wait.
+    const QString outcome = outcomeText(tally);
+    m_window.totalProgressIndicator->setFormat(outcome.isNull() ? waitingFormat : waitingFormat + u" – "_s + outcome);
     m_window.totalProgressIndicator->setValue(static_cast<int>(length));
     m_window.totalProgressIndicator->setVisible(length != 0);
     setEnabledKeepingFocus(*m_window.clearQueueButton, length != 0, *m_window.destinationListingTable);

@@ -71,7 +71,7 @@ private:
     };
     Values values() const;
 
-    void showQueueLength(qsizetype length);
+    void showQueue(qsizetype length, const FileTally& tally);
     bool showProgress(const Values& values, bool isMoving);
     void showSpeed(const WindowState& state);
     void showTexts(const Values& values);

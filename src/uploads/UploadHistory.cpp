@@ -297,6 +297,29 @@ QList<int> UploadHistory::lostRowsOfQueue() const
     return rows;
 }
 
+QList<int> UploadHistory::rowsToShowOfQueue() const
+{
+    QList<int> remarkable;
+    QList<int> all;
+    for (int row = m_firstQueueRow; row < rowCount(); ++row) {
+        const HistoryEntry& entry = m_entries[row];
+        if (entry.isManual || entry.outcome == Outcome::Note) {
+            continue;
+        }
+        all.append(row);
+        if (entry.outcome != Outcome::Confirmed) {
+            remarkable.append(row);
+        }
+    }
+    return remarkable.isEmpty() ? all : remarkable;
+}
+
+bool UploadHistory::canQueueAnyAgain() const
+{
+    const QList<int> rows = lostRowsOfQueue();
+    return std::any_of(rows.begin(), rows.end(), [this](int row) { return isPlainLocalFile(m_entries[row].path); });
+}
+
 // Trying again.
 
 bool UploadHistory::isUnsettled(const HistoryEntry& entry)
@@ -322,6 +345,18 @@ QList<int> UploadHistory::rowsToQueueAgain() const
         }
     }
     return rows;
+}
+
+QStringList UploadHistory::destinationsOf(const QList<int>& rows) const
+{
+    QStringList destinations;
+    for (const int row : rows) {
+        const QString& destination = m_entries[row].destination;
+        if (!destination.isNull() && !destinations.contains(destination)) {
+            destinations.append(destination);
+        }
+    }
+    return destinations;
 }
 
 bool UploadHistory::isPlainLocalFile(const QString& path)

@@ -84,6 +84,10 @@ public:
     QString text(const QList<int>& rows) const;
     /// The rows of the present queue, or of the last one, whose files were lost or stopped. Takes time by its length.
     QList<int> lostRowsOfQueue() const;
+    /// The rows of that queue that somebody may want to see: those that were not simply uploaded, or all. Likewise.
+    QList<int> rowsToShowOfQueue() const;
+    /// Whether another try of one of lostRowsOfQueue() can work. Likewise.
+    bool canQueueAnyAgain() const;
 
     // Trying again.
 
@@ -93,6 +97,9 @@ public:
     bool hasRowsToQueueAgain() const { return m_unsettled > 0; }
     /// All rows whose files stood in a queue and failed or were stopped. Takes time by the length of the history.
     QList<int> rowsToQueueAgain() const;
+    /// The folders that the files of @p rows were to go to, each once, as locations; none for a file that was never
+    /// started.
+    QStringList destinationsOf(const QList<int>& rows) const;
     /// Notes that the files of those of @p rows that can be queued again are, and answers their paths. What is no plain
     /// file by now stays as it is: another try cannot work.
     QStringList takeToQueueAgain(const QList<int>& rows, const FileCheck& isPlainFile = isPlainLocalFile);

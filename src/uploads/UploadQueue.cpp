@@ -2,10 +2,10 @@
 
 #include "UploadHistory.h"
 
-void UploadQueue::append(const QStringList& paths)
+void UploadQueue::append(const QStringList& paths, const QStringList& leftOut)
 {
     m_paths += paths;
-    m_history.filesQueued(paths);
+    m_history.filesQueued(paths, leftOut);
     emit changed();
 }
 

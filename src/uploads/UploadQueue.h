@@ -17,8 +17,8 @@ public:
     {
     }
 
-    /// Appends @p paths, in their order; duplicates are kept.
-    void append(const QStringList& paths);
+    /// Appends @p paths, in their order; duplicates are kept. The items @p leftOut came with them and do not wait.
+    void append(const QStringList& paths, const QStringList& leftOut = {});
     void clear();
     /// Takes the first path out of a queue that is not empty.
     QString takeFirst();

@@ -189,6 +189,16 @@ void drawEye(QPainter& painter)
     painter.drawEllipse(QPointF(8, 8), 2, 2);
 }
 
+void drawWarning(QPainter& painter)
+{
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0xc0, 0x39, 0x2b));
+    painter.drawEllipse(QPointF(8, 8), 7, 7);
+    painter.setPen(QPen(Qt::white, 1.8, Qt::SolidLine, Qt::RoundCap));
+    painter.drawLine(QPointF(8, 4.4), QPointF(8, 8.6));
+    painter.drawPoint(QPointF(8, 11.6));
+}
+
 Drawing drawingOf(Padlock padlock)
 {
     switch (padlock) {
@@ -248,6 +258,11 @@ QIcon drawnPadlockIcon(Padlock padlock)
 QIcon drawnEyeIcon()
 {
     return QIcon(new DrawnIconEngine(drawEye));
+}
+
+QIcon drawnWarningIcon()
+{
+    return QIcon(new DrawnIconEngine(drawWarning));
 }
 
 QIcon drawnFileIcon(const QString& type)

@@ -16,6 +16,8 @@ enum class Padlock {
 };
 QIcon drawnPadlockIcon(Padlock padlock);
 QIcon drawnEyeIcon();
+/// A disc with an exclamation mark.
+QIcon drawnWarningIcon();
 /// A sheet of paper, with a mark for the family of the MIME type @p type: text, picture, sound, film, package; else
 /// none.
 QIcon drawnFileIcon(const QString& type);

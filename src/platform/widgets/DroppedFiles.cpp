@@ -14,14 +14,36 @@ bool namesLocalFiles(const QMimeData& data)
     return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return !localPath(url).isNull(); });
 }
 
+namespace {
+
+/// Whether there is something at @p path that is no folder.
+bool isFile(const QString& path)
+{
+    const std::optional<LocalItem> item = LocalItem::at(path);
+    return item && !item->isFolder;
+}
+
+} // namespace
+
 QStringList plainLocalFiles(const QMimeData& data)
 {
     QStringList files;
     for (const QUrl& url : data.urls()) {
-        const QString path = localPath(url);
-        if (const auto item = LocalItem::at(path); item && !item->isFolder) {
+        if (const QString path = localPath(url); isFile(path)) {
             files.append(path);
         }
     }
     return files;
+}
+
+QStringList otherItems(const QMimeData& data)
+{
+    QStringList items;
+    for (const QUrl& url : data.urls()) {
+        const QString path = localPath(url);
+        if (!isFile(path)) {
+            items.append(path.isNull() ? url.toDisplayString() : path);
+        }
+    }
+    return items;
 }

@@ -10,3 +10,7 @@ bool namesLocalFiles(const QMimeData& data);
 /// The absolute paths of those local files that @p data names, that exist and that are no folders, in the data's
 /// order. Links are followed, folders not searched.
 QStringList plainLocalFiles(const QMimeData& data);
+
+/// What else @p data names, in its order: the paths of local folders and of items that are not there, and the texts of
+/// other URLs.
+QStringList otherItems(const QMimeData& data);

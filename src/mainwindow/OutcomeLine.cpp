@@ -1,0 +1,104 @@
+#include "OutcomeLine.h"
+
+#include "DrawnIcons.h"
+#include "UploadHistory.h"
+
+#include <QAccessibleWidget>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int iconSide = 18;
+
+/// What the line looks like when something was lost, and when nothing was.
+QString styleOf(bool isWarning)
+{
+    return isWarning ? u"OutcomeLine { background: #fdeaea; border: 1px solid #efc4c4; border-radius: 4px; }"
+                       "QLabel { color: #7a1f1a; font-weight: bold; }"_s
+                     : u"OutcomeLine { background: #eef3f9; border: 1px solid #d3dce8; border-radius: 4px; }"
+                       "QLabel { color: #2c3440; }"_s;
+}
+
+/// Screen readers announce an alert when it shows.
+QAccessibleInterface* accessibleLine(const QString& className, QObject* object)
+{
+    auto* const line = qobject_cast<OutcomeLine*>(object);
+    const bool isLine = line != nullptr && className == QLatin1String(OutcomeLine::staticMetaObject.className());
+    return isLine ? new QAccessibleWidget(line, QAccessible::AlertMessage) : nullptr;
+}
+
+} // namespace
+
+OutcomeLine::OutcomeLine(QWidget* parent)
+    : QFrame(parent)
+    , m_icon(new QLabel(this))
+    , m_text(new QLabel(this))
+{
+    QAccessible::installFactory(accessibleLine); // More than once does no harm.
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(10, 5, 6, 5);
+    layout->setSpacing(8);
+    layout->addWidget(m_icon);
+    layout->addWidget(m_text, 1);
+    m_text->setObjectName(u"outcomeTextField"_s);
+    m_text->setAccessibleDescription(u"Outcome of the last queue"_s);
+    m_text->setTextFormat(Qt::PlainText);
+    m_text->setMinimumWidth(1); // A long line is cut and does not widen the window.
+    m_icon->setPixmap(drawnWarningIcon().pixmap(iconSide));
+    m_showButton = addButton("showOutcomeButton", u"Show…"_s);
+    m_showButton->setToolTip(u"Show these files in the history"_s);
+    m_queueAgainButton = addButton("queueOutcomeAgainButton", u"Queue Again"_s);
+    m_queueAgainButton->setToolTip(u"Put the files that were lost or stopped into the queue once more"_s);
+    QToolButton* const dismissButton = addButton("dismissOutcomeButton", u"✕"_s);
+    dismissButton->setToolTip(u"Dismiss"_s);
+    dismissButton->setAccessibleName(u"Dismiss"_s);
+    connect(dismissButton, &QToolButton::clicked, this, &QWidget::hide);
+    connect(m_showButton, &QToolButton::clicked, this, [this] { emit showRequested(m_history->rowsToShowOfQueue()); });
+    connect(m_queueAgainButton, &QToolButton::clicked, this,
+            [this] { emit queueAgainRequested(m_history->lostRowsOfQueue()); });
+    hide();
+}
+
+QToolButton* OutcomeLine::addButton(const char* name, const QString& text)
+{
+    auto* const button = new QToolButton(this);
+    button->setObjectName(QString::fromLatin1(name));
+    button->setText(text);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::StrongFocus);
+    layout()->addWidget(button);
+    return button;
+}
+
+void OutcomeLine::setHistory(const UploadHistory& history)
+{
+    m_history = &history;
+    connect(&history, &UploadHistory::queueBegins, this, &QWidget::hide);
+    connect(&history, &UploadHistory::queueDrained, this, &OutcomeLine::queueDrained);
+    connect(&history, &UploadHistory::filesChecked, this, &OutcomeLine::refresh);
+}
+
+void OutcomeLine::queueDrained()
+{
+    refresh();
+    setVisible(!m_text->text().isEmpty());
+}
+
+void OutcomeLine::refresh()
+{
+    const bool isWarning = m_history->queueTally().lost() > 0;
+    const QString text = m_history->queueText();
+    if (text == m_text->text() && m_icon->isVisibleTo(this) == isWarning) {
+        return;
+    }
+    m_text->setText(text);
+    setAccessibleName(text);
+    m_text->setToolTip(text);
+    m_icon->setVisible(isWarning);
+    setStyleSheet(styleOf(isWarning));
+    m_queueAgainButton->setVisible(m_history->canQueueAnyAgain());
+}

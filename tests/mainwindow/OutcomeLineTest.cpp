@@ -1,0 +1,191 @@
+#include "OutcomeLine.h"
+
+#include "HistoryWindow.h"
+#include "ViewControllerTest.h"
+
+#include <QAccessible>
+#include <QDir>
+#include <QTableView>
+#include <QToolButton>
+
+namespace {
+
+class OutcomeLineTest : public ViewControllerTest {
+protected:
+    OutcomeLine& line() { return control<OutcomeLine>("outcomeLine"); }
+    QToolButton& tool(const char* name) { return control<QToolButton>(name); }
+    bool isWarning() { return line().findChildren<QLabel*>().first()->isVisibleTo(&line()); }
+
+    /// Has the next file of the queue sent and confirmed.
+    void confirmNext()
+    {
+        tick();
+        finishUpload();
+    }
+    /// Has the next file of the queue refused.
+    void refuseNext()
+    {
+        tick();
+        upload().sendRefusal(552);
+    }
+    /// Ends the listing that runs, with what @p rows say.
+    void list(const QByteArray& rows)
+    {
+        latest(Kind::Listing).sendOpenCompleted();
+        latest(Kind::Listing).sendBytes(rows);
+        latest(Kind::Listing).sendEnd();
+    }
+    void loseOneOfTwo()
+    {
+        m_lost = makeFile(u"lost"_s);
+        m_controller->uploadFiles({ makeFile(u"good"_s), m_lost });
+        confirmNext();
+        refuseNext();
+        tick();
+    }
+
+    QString m_lost;
+};
+
+TEST_F(OutcomeLineTest, AfterAQueueItSaysWhatHasBecomeOfItUntilTheNextOneBegins)
+{
+    EXPECT_FALSE(line().isVisible());
+    m_controller->uploadFiles(
+        { makeFile(u"a"_s), makeFile(u"b"_s), u"/nonexistent"_s, makeFile(u"c"_s), makeFile(u"d"_s) });
+    confirmNext();
+    refuseNext();
+    tick(); // The one that is not there.
+    confirmNext();
+    EXPECT_FALSE(line().isVisible());
+    confirmNext();
+
+    EXPECT_TRUE(line().isVisible());
+    EXPECT_EQ(text("outcomeTextField"), u"3 of 5 uploaded, 2 failed"_s);
+    EXPECT_TRUE(isWarning());
+    tick();
+    EXPECT_EQ(text("statusTextField"), u"Upload succeeded"_s);
+
+    m_controller->uploadFiles({ makeFile(u"e"_s) });
+    EXPECT_FALSE(line().isVisible());
+}
+
+TEST_F(OutcomeLineTest, NothingIsRedAboutWhatWasLeftOutOrStopped)
+{
+    ASSERT_TRUE(QDir(m_directory.path()).mkdir(u"folder"_s));
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) }, { m_directory.filePath(u"folder"_s) });
+    confirmNext();
+    confirmNext();
+    EXPECT_EQ(text("outcomeTextField"), u"2 uploaded, 1 left out"_s);
+    EXPECT_FALSE(isWarning());
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+
+    m_controller->uploadFiles({ makeFile(u"c"_s) });
+    tick();
+    m_controller->stopButtonAction();
+    EXPECT_EQ(text("outcomeTextField"), u"“c” stopped"_s);
+    EXPECT_FALSE(isWarning());
+    EXPECT_TRUE(tool("queueOutcomeAgainButton").isVisible());
+}
+
+TEST_F(OutcomeLineTest, AListingThatKnowsBetterCorrectsIt)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    confirmNext();
+    confirmNext();
+    EXPECT_EQ(text("outcomeTextField"), u"2 uploaded"_s);
+    EXPECT_FALSE(isWarning());
+
+    list("-rw-r--r-- 1 u g 4 Jan 1 2024 a\r\n-rw-r--r-- 1 u g 5 Jan 1 2024 b\r\n"); // One that ran with the first file.
+    tick();
+    list("-rw-r--r-- 1 u g 4 Jan 1 2024 a\r\n-rw-r--r-- 1 u g 5 Jan 1 2024 b\r\n");
+
+    EXPECT_EQ(text("outcomeTextField"), u"1 of 2 uploaded, 1 failed"_s);
+    EXPECT_TRUE(isWarning());
+}
+
+TEST_F(OutcomeLineTest, ToScreenReadersItIsAnAlertThatSaysWhatItShows)
+{
+    loseOneOfTwo();
+
+    const QAccessibleInterface* const interface = QAccessible::queryAccessibleInterface(&line());
+
+    EXPECT_EQ(interface->role(), QAccessible::AlertMessage);
+    EXPECT_EQ(interface->text(QAccessible::Name), u"1 of 2 uploaded, 1 failed"_s);
+}
+
+TEST_F(OutcomeLineTest, ItCanBeDismissed)
+{
+    loseOneOfTwo();
+    ASSERT_TRUE(line().isVisible());
+
+    tool("dismissOutcomeButton").click();
+
+    EXPECT_FALSE(line().isVisible());
+}
+
+TEST_F(OutcomeLineTest, ShowSelectsTheFilesInTheHistory)
+{
+    loseOneOfTwo();
+
+    tool("showOutcomeButton").click();
+
+    ASSERT_NE(m_controller->historyWindow(), nullptr);
+    const auto* const table = m_controller->historyWindow()->findChild<QTableView*>(u"historyTable"_s);
+    const QModelIndexList rows = table->selectionModel()->selectedRows();
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_EQ(rows.first().row(), 1);
+}
+
+TEST_F(OutcomeLineTest, QueueAgainTakesWhatCanWork)
+{
+    const QString gone = makeFile(u"gone"_s);
+    m_controller->uploadFiles({ makeFile(u"lost"_s), gone });
+    refuseNext();
+    refuseNext();
+    tick();
+    ASSERT_TRUE(QFile::remove(gone));
+
+    tool("queueOutcomeAgainButton").click();
+
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ m_directory.filePath(u"lost"_s) });
+    EXPECT_FALSE(line().isVisible());
+}
+
+TEST_F(OutcomeLineTest, QueueAgainAsksBeforeItSendsToAnotherDestination)
+{
+    loseOneOfTwo();
+    set(u"FTPFolder"_s, u"other"_s);
+
+    tool("queueOutcomeAgainButton").click();
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Queue Again: These files were for ftp://host/in/; send them to "
+                           "ftp://host/other/?"_s });
+    answerSheet(u"Send"_s);
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ m_lost });
+}
+
+TEST_F(OutcomeLineTest, WhileTheQueueLastsItsWordsStandBehindTheNumberOfThoseThatWait)
+{
+    const QProgressBar& waiting = bar("totalProgressIndicator");
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s) });
+    tick();
+    EXPECT_EQ(waiting.text(), u"3 waiting"_s);
+    upload().sendRefusal(552);
+    tick();
+    tick();
+
+    EXPECT_EQ(waiting.text(), u"1 waiting – 0 of 1 uploaded, 1 failed"_s);
+    EXPECT_FALSE(line().isVisible());
+}
+
+TEST_F(OutcomeLineTest, AManualUploadIsNoQueue)
+{
+    m_controller->startStopUpload();
+    tick();
+
+    EXPECT_FALSE(line().isVisible());
+}
+
+} // namespace
