@@ -35,16 +35,14 @@ void setCheckedQuietly(QCheckBox& box, bool isChecked)
 
 } // namespace
 
-SecondaryWindows::SecondaryWindows(QMainWindow& mainWindow, UploadHistory& history, FTPConnections& connections,
-                                   Application application)
+SecondaryWindows::SecondaryWindows(UploadHistory& history, FTPConnections& connections, Application application)
     : m_history(history)
     , m_application(std::move(application))
-    , m_welcomeWindow(new QDialog(&mainWindow))
     , m_welcome(std::make_unique<Ui::Welcome>())
 {
-    makePreferences(mainWindow, connections);
-    m_welcome->setupUi(m_welcomeWindow);
-    connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, m_welcomeWindow, &QWidget::close);
+    makePreferences(connections);
+    m_welcome->setupUi(&m_welcomeWindow);
+    connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, &m_welcomeWindow, &QWidget::close);
     connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &SecondaryWindows::showPreferences);
     // Not its clicks: a screen reader toggles without one.
     connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::toggled, this, &SecondaryWindows::rememberWelcomeChoice);
@@ -52,7 +50,7 @@ SecondaryWindows::SecondaryWindows(QMainWindow& mainWindow, UploadHistory& histo
 
 SecondaryWindows::~SecondaryWindows() = default;
 
-void SecondaryWindows::makePreferences(QMainWindow& mainWindow, FTPConnections& connections)
+void SecondaryWindows::makePreferences(FTPConnections& connections)
 {
     m_preferences = std::make_unique<PreferencesController>(
         UserDefaults::standard(),
@@ -78,8 +76,7 @@ void SecondaryWindows::makePreferences(QMainWindow& mainWindow, FTPConnections& 
                     m_application.userRequestedConnection();
                     return connections.startConnectionTest(request, std::move(handler));
                 },
-        },
-        &mainWindow);
+        });
 }
 
 void SecondaryWindows::showManualTransfers()
@@ -109,7 +106,7 @@ void SecondaryWindows::showWelcome(bool force)
         return;
     }
     setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, isTurnedOff);
-    bringToFront(*m_welcomeWindow);
+    bringToFront(m_welcomeWindow);
 }
 
 void SecondaryWindows::rememberWelcomeChoice(bool isTurnedOff)
@@ -117,7 +114,7 @@ void SecondaryWindows::rememberWelcomeChoice(bool isTurnedOff)
     UserDefaults& defaults = UserDefaults::standard();
     if (!defaults.store({ { doNotShowWelcomeWindowAgain, isTurnedOff } })) {
         setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, !isTurnedOff);
-        SheetQueue::of(*m_welcomeWindow)
+        SheetQueue::of(m_welcomeWindow)
             .raise({ .title = u"Settings Not Saved"_s,
                      .text = u"The settings could not be written to “%1”."_s.arg(defaults.filePath()) });
     }

@@ -2,6 +2,7 @@
 
 #include "ManualTransfers.h"
 
+#include <QDialog>
 #include <QObject>
 
 #include <functional>
@@ -10,15 +11,14 @@
 class FTPConnections;
 class HistoryWindow;
 class PreferencesController;
-class QDialog;
-class QMainWindow;
 class UploadHistory;
 
 namespace Ui {
 class Welcome;
 } // namespace Ui
 
-/// The windows beside the main window: preferences, welcome, history and manual transfers. Belongs to the main thread.
+/// The windows beside the main window: preferences, welcome, history and manual transfers. None is a child of the main
+/// window, whose sheets would hold it. Belongs to the main thread.
 class SecondaryWindows final : public QObject {
     Q_OBJECT
 
@@ -31,13 +31,12 @@ public:
     };
 
     /// All outlive the windows.
-    SecondaryWindows(QMainWindow& mainWindow, UploadHistory& history, FTPConnections& connections,
-                     Application application);
+    SecondaryWindows(UploadHistory& history, FTPConnections& connections, Application application);
     ~SecondaryWindows() override;
 
     ManualTransfers& manualTransfers() { return m_manualTransfers; }
     PreferencesController& preferences() { return *m_preferences; }
-    QDialog& welcomeWindow() { return *m_welcomeWindow; }
+    QDialog& welcomeWindow() { return m_welcomeWindow; }
     /// Null until it is first shown.
     HistoryWindow* historyWindow() { return m_historyWindow.get(); }
 
@@ -51,14 +50,14 @@ public:
     void remember();
 
 private:
-    void makePreferences(QMainWindow& mainWindow, FTPConnections& connections);
+    void makePreferences(FTPConnections& connections);
     void rememberWelcomeChoice(bool isTurnedOff);
 
     UploadHistory& m_history;
     Application m_application;
     ManualTransfers m_manualTransfers;
     std::unique_ptr<PreferencesController> m_preferences;
-    QDialog* m_welcomeWindow; ///< A window of the main window's.
+    QDialog m_welcomeWindow;
     std::unique_ptr<Ui::Welcome> m_welcome;
     std::unique_ptr<HistoryWindow> m_historyWindow;
 };

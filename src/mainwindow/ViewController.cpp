@@ -56,7 +56,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
                    .uploadFiles
                    = [this](const QStringList& paths, const QStringList& leftOut) { uploadFiles(paths, leftOut); } },
                  this)
-    , m_windows(m_window, m_history, connections,
+    , m_windows(m_history, connections,
                 { .userRequestedConnection = [this] { emit userRequestedConnection(); },
                   .updateWindowTitleAndList = [this] { emit updateWindowTitleAndList(); },
                   .queueAgain = [this](const QList<int>& rows) { queueAgain(rows); } })

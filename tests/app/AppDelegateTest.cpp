@@ -237,7 +237,7 @@ TEST_F(AppDelegateTest, TheProductsWebPageIsOpened)
 TEST_F(AppDelegateTest, AnAlertBeepsAndIsASheetWithAWindowAndADialogWithoutOne)
 {
     const Beeps beeps;
-    m_controller->window().show();
+    showInFront(m_controller->window());
     m_delegate.doAlert(u"Title"_s, u"50 % of \"%1\""_s, &m_controller->window(), QMessageBox::Critical);
     EXPECT_EQ(beeps.count(), 1);
     EXPECT_EQ(shownSheets(), QStringList{ u"Title: 50 % of \"%1\""_s });

@@ -56,6 +56,26 @@ TEST_F(OtherWindowsTest, TheCheckBoxTurnsTheWelcomeWindowOffAtOnce)
     EXPECT_EQ(isTurnedOff(), false);
 }
 
+TEST_F(OtherWindowsTest, ASheetOfTheMainWindowHoldsNoOtherWindow)
+{
+    const auto click = [](QWidget& control) {
+        const QWidget& window = *control.window();
+        QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, control.mapTo(&window, control.rect().center()));
+    };
+    m_controller->showWelcomeWindow(false);
+    m_controller->showPreferences();
+    showInFront(m_controller->window());
+    m_controller->showAlert(u"Title"_s, u"text"_s);
+    ASSERT_NE(QApplication::activeModalWidget(), nullptr);
+
+    click(*m_controller->welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s));
+    click(*m_controller->preferences().view()->findChild<QPushButton*>(u"cancelButton"_s));
+
+    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+    EXPECT_FALSE(m_controller->preferences().view()->isVisible());
+    answerSheet();
+}
+
 TEST_F(OtherWindowsTest, AScreenReaderTurnsTheWelcomeWindowOffAsWell)
 {
     m_controller->showWelcomeWindow(false);

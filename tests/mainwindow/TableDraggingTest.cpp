@@ -441,6 +441,7 @@ TEST_F(TableDraggingTest, ReturnKeepsTheExistingFile)
 {
     QFile file(out(u"a.txt"_s));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    showInFront(m_controller->window());
 
     fulfil({ 0 });
 

@@ -1,5 +1,6 @@
 """Sheets: when they come, what they say, and that nothing stands still meanwhile."""
 
+import json
 import os
 import unittest
 
@@ -21,6 +22,10 @@ class Sheets(WindowTest):
         path = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json")
         with open(path, "w", encoding="utf-8") as file:
             file.write(content)
+
+    def stored(self):
+        with open(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"), encoding="utf-8") as file:
+            return json.load(file)
 
     def refresh(self, program):
         """Makes the program the active one again, which lists the destination afresh."""
@@ -66,6 +71,52 @@ class Sheets(WindowTest):
         program.acknowledge()
         self.desktop.click(program.centre("Clear Queue"))
         wait_for(lambda: program.value("Files waiting") is None, "the queue to be empty")
+
+    def test_a_sheet_takes_no_key_from_the_preferences(self):
+        self.settings(FTPFolder="nowhere")
+        self.server.stand_still()
+        program = self.start()
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+comma")
+        wait_for(lambda: program.has_focus("Server address"), "the keyboard to be in the preferences")
+        (panel,) = self.desktop.windows_of(program.process.pid, "^Preferences$")
+        self.desktop.xdotool("windowmove", "--sync", panel, 700, 550)
+        self.desktop.key("Tab", "Tab", "ctrl+a")
+        wait_for(lambda: program.has_focus("Password"), "the keyboard to be in the password")
+        password = "correct horse battery staple"
+        self.desktop.xdotool("type", password[:10])
+
+        self.server.go_on()
+        wait_for(lambda: program.sheet() == CHECK_SETTINGS, "the sheet")
+        self.desktop.xdotool("type", "--delay", 50, password[10:])
+
+        self.assertTrue(program.has_focus("Password"))
+        self.assertEqual(program.sheet(), CHECK_SETTINGS)
+        self.desktop.click(program.centre("Folder"))
+        wait_for(lambda: program.has_focus("Folder"), "the mouse to reach the preferences as well")
+        self.server.stand_still()  # Lest the listing that Done begins fails too.
+        self.desktop.key("Return")
+        wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
+        self.assertEqual(self.stored()["Password"], password)
+        self.assertEqual(program.sheet(), CHECK_SETTINGS)
+
+    def test_a_sheet_gets_the_keyboard_with_its_window(self):
+        self.settings(FTPFolder="nowhere")
+        self.server.stand_still()
+        program = self.start()
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+h")
+        wait_for(lambda: program.has_focus("Files of this run"), "the keyboard to be in the history")
+        self.server.go_on()
+        wait_for(lambda: program.sheet() == CHECK_SETTINGS, "the sheet")
+        self.desktop.key("space", "Return")
+        self.assertTrue(program.has_focus("Files of this run"))
+
+        self.bring_to_front(program)
+
+        wait_for(lambda: program.has_focus("OK"), "the keyboard to be in the sheet")
+        self.desktop.key("Return")
+        wait_for(lambda: program.sheet() is None, "the sheet to go")
 
     def test_a_large_file_called_error_raises_one_sheet(self):
         self.settings()

@@ -27,11 +27,11 @@ QString orRoot(const QString& folder)
 
 } // namespace
 
-PreferencesController::PreferencesController(UserDefaults& defaults, Application application, QWidget* parent)
+PreferencesController::PreferencesController(UserDefaults& defaults, Application application)
     : m_defaults(defaults)
     , m_application(std::move(application))
     , m_ui(std::make_unique<Ui::Preferences>())
-    , m_view(std::make_unique<QDialog>(parent))
+    , m_view(std::make_unique<QDialog>())
 {
     m_ui->setupUi(m_view.get());
     m_usernameTextField = m_ui->usernameTextField;

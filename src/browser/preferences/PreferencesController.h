@@ -48,8 +48,8 @@ public:
             = [](const FTPConnectionTestRequest&, const FTPConnectionTestHandler&) { return nullptr; };
     };
 
-    /// @p defaults outlives the controller. The panel is a window of @p parent, which may be null.
-    PreferencesController(UserDefaults& defaults, Application application, QWidget* parent = nullptr);
+    /// @p defaults outlives the controller.
+    PreferencesController(UserDefaults& defaults, Application application);
     ~PreferencesController() override;
 
     // The fields; not owned.

@@ -5,11 +5,25 @@
 #include "SheetDetails.h"
 
 #include <QAbstractButton>
+#include <QEvent>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QWidget>
 
 #include <algorithm>
+
+namespace {
+
+/// What the user has opened in @p window and goes on with before a sheet comes, such as a file chooser; null for none.
+QDialog* openedDialog(const QWidget& window)
+{
+    const QList<QDialog*> dialogs = window.findChildren<QDialog*>(QString(), Qt::FindDirectChildrenOnly);
+    const auto found = std::find_if(dialogs.begin(), dialogs.end(),
+                                    [](const QDialog* dialog) { return dialog->isVisible() && dialog->isModal(); });
+    return found == dialogs.end() ? nullptr : *found;
+}
+
+} // namespace
 
 SheetQueue& SheetQueue::of(QWidget& window)
 {
@@ -23,6 +37,17 @@ SheetQueue::SheetQueue(QWidget& window)
     : QObject(&window)
     , m_window(window)
 {
+    window.installEventFilter(this);
+}
+
+bool SheetQueue::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::WindowActivate && m_box != nullptr && !m_box->isModal()) {
+        m_box->hide(); // Its modality counts when it is shown.
+        m_box->setAttribute(Qt::WA_ShowWithoutActivating, false);
+        m_box->open();
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 void SheetQueue::raise(const Sheet& sheet)
@@ -40,8 +65,18 @@ void SheetQueue::raise(const Sheet& sheet)
     }
 }
 
+void SheetQueue::showNextSoon()
+{
+    // From the loop, when the window has been given back by the dialog that is just closing.
+    RunLoop::dispatchAfter(0, this, [this] { showNext(); });
+}
+
 void SheetQueue::showNext()
 {
+    if (const QDialog* const dialog = openedDialog(m_window)) {
+        connect(dialog, &QDialog::finished, this, &SheetQueue::showNextSoon, Qt::SingleShotConnection);
+        return;
+    }
     const Sheet& sheet = m_sheets.first();
     auto* const box = new QMessageBox(&m_window);
     box->setAttribute(Qt::WA_DeleteOnClose);
@@ -57,7 +92,15 @@ void SheetQueue::showNext()
         addSheetDetails(*box, sheet.details);
     }
     connect(box, &QMessageBox::finished, this, [this, box] { finished(*box); });
-    box->open();
+    m_box = box;
+    if (m_window.isActiveWindow()) {
+        box->open();
+    } else {
+        // Who types in another window goes on there: a modal window would ask for the keyboard, whatever is set here.
+        box->setAttribute(Qt::WA_ShowWithoutActivating);
+        box->setModal(false);
+        box->show();
+    }
 }
 
 void SheetQueue::finished(const QMessageBox& box)
@@ -68,8 +111,7 @@ void SheetQueue::finished(const QMessageBox& box)
         && box.buttonRole(const_cast<QAbstractButton*>(pressed))
             == QMessageBox::DestructiveRole; // The query takes a button that it does not change.
     if (!m_sheets.isEmpty()) {
-        // From the loop, when the window has been given back by the sheet that is just closing.
-        RunLoop::dispatchAfter(0, this, [this] { showNext(); });
+        showNextSoon();
     }
     if (const std::function<void()>& then = isAlternate ? sheet.onAlternate : sheet.onDefault) {
         then();

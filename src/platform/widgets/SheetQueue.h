@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
@@ -30,8 +31,10 @@ struct Sheet {
 };
 
 /// The sheets of one window: window-modal, one at a time, in the order in which they were raised. A message without a
-/// choice that equals the one showing or one waiting is merged with it; once acknowledged, it can be raised again.
-/// Nothing blocks. All texts are plain, never markup.
+/// choice that equals the one showing or one waiting is merged with it; once acknowledged, it can be raised again. A
+/// sheet waits for other modal dialogs of its window. While its window has not the keyboard it takes it from nobody,
+/// and holds the window, with the keyboard, as soon as the user comes there. Nothing blocks. All texts are plain, never
+/// markup.
 class SheetQueue final : public QObject {
     Q_OBJECT
 
@@ -41,11 +44,15 @@ public:
 
     void raise(const Sheet& sheet);
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     explicit SheetQueue(QWidget& window);
     void showNext();
+    void showNextSoon();
     void finished(const QMessageBox& box);
 
     QWidget& m_window;
-    QList<Sheet> m_sheets; ///< The first one is showing.
+    QPointer<QMessageBox> m_box; ///< The sheet that shows.
+    QList<Sheet> m_sheets; ///< The first one is showing, or waits for a dialog.
 };

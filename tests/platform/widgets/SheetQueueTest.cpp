@@ -5,6 +5,7 @@
 #include "Sheets.h"
 #include "WaitFor.h"
 
+#include <QDialog>
 #include <QLabel>
 #include <QTest>
 #include <QWidget>
@@ -17,7 +18,7 @@ namespace {
 
 class SheetQueueTest : public ::testing::Test {
 protected:
-    SheetQueueTest() { m_window.show(); }
+    SheetQueueTest() { showInFront(m_window); }
 
     void raise(const QString& title, const QString& text = u"text"_s)
     {
@@ -50,6 +51,36 @@ TEST_F(SheetQueueTest, SheetsShowOneAtATimeInTheOrderRaised)
     ASSERT_TRUE(waitForSheet(u"three"_s));
     answerSheet();
     EXPECT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+}
+
+TEST_F(SheetQueueTest, ASheetHoldsItsWindowOnlyWhenTheKeyboardComesThere)
+{
+    QWidget other;
+    showInFront(other);
+    raise(u"one"_s);
+
+    ASSERT_TRUE(waitForSheet(u"one"_s));
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    m_window.activateWindow();
+    ASSERT_TRUE(waitFor([] { return QApplication::activeModalWidget() != nullptr; }));
+    EXPECT_EQ(QApplication::activeModalWidget()->windowModality(), Qt::WindowModal);
+    EXPECT_EQ(shownSheets(), QStringList{ u"one: text"_s });
+    answerSheet();
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
+TEST_F(SheetQueueTest, ASheetWaitsForAnotherDialogOfItsWindow)
+{
+    QDialog dialog(&m_window);
+    dialog.open();
+    raise(u"one"_s);
+    drainEventLoop();
+    EXPECT_TRUE(shownSheets().isEmpty());
+
+    dialog.reject();
+
+    EXPECT_TRUE(waitForSheet(u"one"_s));
+    answerSheet();
 }
 
 TEST_F(SheetQueueTest, AnEqualSheetIsMergedWhileItShowsOrWaits)
