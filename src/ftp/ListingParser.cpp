@@ -47,7 +47,7 @@ bool ListingMeasure::takes(const ParsedListing& line)
         ++m_items;
         m_ofNames += line.entry->name.size() + line.entry->link.size(); // One character for each byte.
     } else {
-        m_passedOver += line.consumed;
+        m_ignored += line.consumed;
     }
-    return m_items <= mostItems && m_ofNames <= mostOfNames && m_passedOver <= mostPassedOver;
+    return m_items <= mostItems && m_ofNames <= mostOfNames && m_ignored <= mostIgnored;
 }

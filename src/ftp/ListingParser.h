@@ -35,7 +35,7 @@ class ListingMeasure {
 public:
     static constexpr qint64 mostItems = 2'000'000;
     static constexpr qint64 mostOfNames = 32 << 20; ///< Bytes of the names, and of where links lead.
-    static constexpr qint64 mostPassedOver = 32 << 20; ///< Bytes of lines that have no item.
+    static constexpr qint64 mostIgnored = 32 << 20; ///< Bytes of lines that have no item.
     static constexpr qint64 mostBytes = 128 << 20; ///< Of all lines, for who keeps them until the listing has ended.
 
     /// Counts @p line, a whole one. False when that is more than a folder has that people have.
@@ -44,5 +44,5 @@ public:
 private:
     qint64 m_items = 0;
     qint64 m_ofNames = 0;
-    qint64 m_passedOver = 0;
+    qint64 m_ignored = 0;
 };

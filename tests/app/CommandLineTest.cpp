@@ -82,7 +82,7 @@ TEST_F(CommandLineTest, ANameGivenInTheRootFolderBeginsWithOneSlash)
     EXPECT_EQ(commandLine->files, (QStringList{ u"/a/b"_s, u"/file:x"_s }));
 }
 
-TEST_F(CommandLineTest, WhatASessionManagerAddsIsPassedOver)
+TEST_F(CommandLineTest, WhatASessionManagerAddsIsIgnored)
 {
     const auto commandLine = read({ u"-session"_s, u"2a_17"_s, u"/a"_s });
     ASSERT_TRUE(commandLine);

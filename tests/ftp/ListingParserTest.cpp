@@ -250,16 +250,16 @@ TEST(ListingMeasureTest, TakesAsMuchAsAFolderMayHaveOfEachKindAndNothingBeyond)
     longest.link = QString(10, u'l');
     ListingEntry shortest;
     shortest.name = u"n"_s;
-    const ParsedListing none{ .consumed = ListingMeasure::mostPassedOver, .entry = {} };
+    const ParsedListing none{ .consumed = ListingMeasure::mostIgnored, .entry = {} };
     ListingMeasure names;
-    ListingMeasure passedOver;
+    ListingMeasure ignored;
     ListingMeasure items;
 
     EXPECT_TRUE(names.takes({ .consumed = 1, .entry = longest }));
     EXPECT_TRUE(names.takes(none));
     EXPECT_FALSE(names.takes({ .consumed = 1, .entry = shortest }));
-    EXPECT_TRUE(passedOver.takes(none));
-    EXPECT_FALSE(passedOver.takes({ .consumed = 1, .entry = {} }));
+    EXPECT_TRUE(ignored.takes(none));
+    EXPECT_FALSE(ignored.takes({ .consumed = 1, .entry = {} }));
     for (qint64 count = 0; count < ListingMeasure::mostItems; ++count) {
         ASSERT_TRUE(items.takes({ .consumed = 1, .entry = shortest }));
     }

@@ -75,7 +75,7 @@ TEST_F(DragDropViewTest, EnterIsAcceptedInEitherCaseSoThatLeavingIsReported)
     EXPECT_FALSE(view().highlight());
 }
 
-TEST_F(DragDropViewTest, FilesAreQueuedInTheDropsOrderAndFoldersPassedOver)
+TEST_F(DragDropViewTest, FilesAreQueuedInTheDropsOrderAndFoldersIgnored)
 {
     const QString b = makeFile(u"b"_s);
     const QString a = makeFile(u"a"_s);

@@ -209,7 +209,7 @@ TEST_F(ViewControllerQueueTest, AFailedFileIsDroppedAndTheNextOneFollows)
     EXPECT_EQ(count(Kind::Listing), 0);
 }
 
-TEST_F(ViewControllerQueueTest, WhatCannotBeSentIsPassedOverOneATick)
+TEST_F(ViewControllerQueueTest, WhatCannotBeSentIsIgnoredOneATick)
 {
     m_controller->uploadFiles({ m_directory.filePath(u"vanished"_s), m_directory.path(), makeFile(u"c"_s) });
 

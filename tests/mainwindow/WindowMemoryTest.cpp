@@ -52,7 +52,7 @@ TEST_F(WindowMemoryTest, TheSettingsFileHoldsNothingOfIt)
     EXPECT_TRUE(QFile::exists(path()));
 }
 
-TEST_F(WindowMemoryTest, WhatMakesNoSenseIsPassedOver)
+TEST_F(WindowMemoryTest, WhatMakesNoSenseIsIgnored)
 {
     QFile memory(path());
     ASSERT_TRUE(memory.open(QIODevice::WriteOnly));

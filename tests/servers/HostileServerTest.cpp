@@ -1,4 +1,5 @@
 #include "CheckRows.h"
+#include "ConnectionPool.h"
 #include "FTPManager.h"
 #include "ListingTable.h"
 #include "ResidentMemory.h"

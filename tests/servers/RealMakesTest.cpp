@@ -1,20 +1,13 @@
 // What every make of server must do with us, unencrypted and, where it can, encrypted: the others in this folder look
 // more closely at three of them.
 
-#include "EngineStreamFactory.h"
-#include "FTPEngine.h"
-#include "Printers.h"
-#include "RealServer.h"
-#include "StreamRecorder.h"
+#include "RealServerStreams.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSet>
-#include <QUrl>
 
 #include <gtest/gtest.h>
-
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -22,16 +15,21 @@ namespace {
 
 struct Make {
     ServerMake make;
-    bool isEncrypted = false;
+    FTPEncryption encryption = FTPEncryption::None;
 };
 
 void PrintTo(const Make& make, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
 {
-    *out << nameOf(make.make).toStdString() << (make.isEncrypted ? ", encrypted" : "");
+    *out << nameOf(make.make).toStdString() << (make.encryption == FTPEncryption::Required ? ", encrypted" : "");
 }
 
-class RealMakesTest : public testing::TestWithParam<Make> {
+class RealMakesTest : public testing::TestWithParam<Make>, protected RealServerStreams {
 protected:
+    RealMakesTest()
+        : RealServerStreams(GetParam().make, GetParam().encryption)
+    {
+    }
+
     struct Item {
         QString name;
         qsizetype size;
@@ -60,49 +58,10 @@ protected:
                  { u"large"_s, 8'000'000 } };
     }
 
-    /// Bytes without a period, that differ by name.
+    /// They differ by name.
     static QByteArray bytesOf(const Item& item)
     {
-        QByteArray bytes(item.size, Qt::Uninitialized);
-        quint32 state = 2463534242U ^ static_cast<quint32>(qHash(item.name, 1));
-        for (char& byte : bytes) {
-            state ^= state << 13U;
-            state ^= state >> 17U;
-            state ^= state << 5U;
-            byte = static_cast<char>(state);
-        }
-        return bytes;
-    }
-
-    QString location(const QString& path) const
-    {
-        return m_server->location(QString::fromLatin1(QUrl::toPercentEncoding(path, "/")));
-    }
-
-    /// The last of the reports of @p stream.
-    QString run(std::unique_ptr<FTPStream> stream)
-    {
-        if (GetParam().isEncrypted) {
-            EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
-            stream->setTrustedCertificates({ m_certificate.fingerprint() });
-        }
-        m_recorder.start(std::move(stream), m_server->userName(), m_server->password());
-        return m_recorder.waitForEnd().last();
-    }
-    QString upload(const QString& path, const QByteArray& bytes)
-    {
-        m_recorder.data = bytes;
-        return run(m_streams.createUploadStream(location(path), bytes.size()));
-    }
-    QString download(const QString& path)
-    {
-        m_recorder.data.clear();
-        return run(m_streams.createDownloadStream(location(path)));
-    }
-    QString list(const QString& path)
-    {
-        m_recorder.data.clear();
-        return run(m_streams.createListingStream(location(path)));
+        return bytesOfSize(item.size, static_cast<quint32>(qHash(item.name, 1)) | 1U);
     }
     /// Whether the server's rules forbid @p name.
     static bool isRefused(const QString& name)
@@ -115,25 +74,12 @@ protected:
         // It takes the bytes of a name for characters.
         return GetParam().make == ServerMake::Twisted ? QString::fromLatin1(name.toUtf8()) : name;
     }
-    bool holds(const QString& path, const QByteArray& bytes) const
-    {
-        QFile file(m_server->path(path));
-        return file.open(QIODevice::ReadOnly) && file.readAll() == bytes;
-    }
     QSet<QString> namesOnDisk() const
     {
         const QStringList names
             = QDir(m_server->root()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
         return QSet<QString>(names.begin(), names.end());
     }
-
-    TestCertificate m_certificate = TestCertificate::selfSigned();
-    std::unique_ptr<RealServer> m_server = GetParam().isEncrypted
-        ? std::make_unique<RealServer>(GetParam().make, m_certificate, QString())
-        : std::make_unique<RealServer>(GetParam().make);
-    FTPEngine m_engine;
-    EngineStreamFactory m_streams{ m_engine };
-    StreamRecorder m_recorder;
 };
 
 TEST_P(RealMakesTest, WhatIsSaidToHaveArrivedIsOnTheServersDisk)
@@ -149,7 +95,7 @@ TEST_P(RealMakesTest, WhatIsSaidToHaveArrivedIsOnTheServersDisk)
         expected.insert(nameOnDisk(item.name));
 
         EXPECT_EQ(upload(item.name, bytes), u"end"_s);
-        EXPECT_TRUE(holds(nameOnDisk(item.name), bytes));
+        EXPECT_TRUE(serverHolds(nameOnDisk(item.name), bytes));
         EXPECT_EQ(download(item.name), u"end"_s);
         EXPECT_TRUE(m_recorder.data == bytes);
     }
@@ -179,14 +125,14 @@ TEST_P(RealMakesTest, TheListingHasTheNamesAndSizes)
 
 TEST_P(RealMakesTest, AFolderIsCreatedAndTakesFiles)
 {
-    EXPECT_EQ(run(m_streams.createFolderStream(location(u"new folder"_s))), u"created"_s);
+    EXPECT_EQ(createFolder(u"new folder"_s), u"created"_s);
     EXPECT_TRUE(QFileInfo(m_server->path(u"new folder"_s)).isDir());
 
     EXPECT_EQ(upload(u"new folder/file"_s, "bytes"), u"end"_s);
 
-    EXPECT_TRUE(holds(u"new folder/file"_s, "bytes"));
+    EXPECT_TRUE(serverHolds(u"new folder/file"_s, "bytes"));
     EXPECT_TRUE(list(u"new folder/"_s) == u"end"_s && m_recorder.data.contains("file"));
-    EXPECT_NE(run(m_streams.createFolderStream(location(u"new folder"_s))), u"created"_s);
+    EXPECT_NE(createFolder(u"new folder"_s), u"created"_s);
     EXPECT_NE(upload(u"no such folder/file"_s, "bytes"), u"end"_s);
 }
 
@@ -207,15 +153,17 @@ TEST_P(RealMakesTest, WhatIsEmptyIsReadLikeAllElse)
 
 std::string nameOfTest(const testing::TestParamInfo<Make>& tested)
 {
-    return nameOf(tested.param.make).remove(u'-').toStdString() + (tested.param.isEncrypted ? "Encrypted" : "");
+    return nameOf(tested.param.make).remove(u'-').toStdString()
+        + (tested.param.encryption == FTPEncryption::Required ? "Encrypted" : "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, RealMakesTest,
-                         testing::Values(Make{ ServerMake::Vsftpd }, Make{ ServerMake::Vsftpd, true },
-                                         Make{ ServerMake::Proftpd }, Make{ ServerMake::Proftpd, true },
-                                         Make{ ServerMake::Pyftpdlib }, Make{ ServerMake::Pyftpdlib, true },
-                                         Make{ ServerMake::PureFtpd }, Make{ ServerMake::Inetutils },
-                                         Make{ ServerMake::Netkit }, Make{ ServerMake::Twisted }),
-                         nameOfTest);
+INSTANTIATE_TEST_SUITE_P(
+    Servers, RealMakesTest,
+    testing::Values(Make{ ServerMake::Vsftpd }, Make{ ServerMake::Vsftpd, FTPEncryption::Required },
+                    Make{ ServerMake::Proftpd }, Make{ ServerMake::Proftpd, FTPEncryption::Required },
+                    Make{ ServerMake::Pyftpdlib }, Make{ ServerMake::Pyftpdlib, FTPEncryption::Required },
+                    Make{ ServerMake::PureFtpd }, Make{ ServerMake::Inetutils }, Make{ ServerMake::Netkit },
+                    Make{ ServerMake::Twisted }),
+    nameOfTest);
 
 } // namespace

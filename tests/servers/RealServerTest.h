@@ -6,6 +6,7 @@
 #include "Printers.h"
 #include "RealServer.h"
 #include "Relay.h"
+#include "ServerBytes.h"
 #include "WaitFor.h"
 
 #include <QDir>
@@ -16,7 +17,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <string>
 
@@ -35,20 +35,6 @@ protected:
 
     void TearDown() override { NetworkManager::setReachabilitySource(nullptr); }
 
-    /// Bytes without a period, the same for the same size.
-    static QByteArray bytesOfSize(qsizetype size)
-    {
-        QByteArray bytes(size, Qt::Uninitialized);
-        quint32 state = 2463534242U;
-        std::ranges::generate(bytes, [&state] {
-            state ^= state << 13U;
-            state ^= state >> 17U;
-            state ^= state << 5U;
-            return static_cast<char>(state);
-        });
-        return bytes;
-    }
-
     static void writeFile(const QString& path, const QByteArray& bytes)
     {
         QFile file(path);
@@ -61,13 +47,6 @@ protected:
     {
         writeFile(m_folder.filePath(name), bytes);
         return m_folder.filePath(name);
-    }
-
-    /// Whether the file at @p path holds @p bytes; printing them would tell nobody anything.
-    static bool holds(const QString& path, const QByteArray& bytes)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) && file.readAll() == bytes;
     }
 
     static QString escaped(const QString& name) { return QString::fromLatin1(QUrl::toPercentEncoding(name)); }

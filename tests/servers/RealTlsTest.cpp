@@ -2,12 +2,8 @@
 // the control connection.
 
 #include "ConnectionPool.h"
-#include "EngineStreamFactory.h"
-#include "FTPEngine.h"
 #include "LoopTurns.h"
-#include "Printers.h"
-#include "RealServer.h"
-#include "StreamRecorder.h"
+#include "RealServerStreams.h"
 #include "WaitFor.h"
 
 #include <QDir>
@@ -25,67 +21,20 @@ namespace {
 /// Make and TLS version of a server.
 using Parameter = std::tuple<ServerMake, std::string>;
 
-class RealTlsTest : public testing::TestWithParam<Parameter> {
+class RealTlsTest : public testing::TestWithParam<Parameter>, protected RealServerStreams {
 protected:
+    RealTlsTest()
+        : RealServerStreams(std::get<ServerMake>(GetParam()), FTPEncryption::Required,
+                            QString::fromStdString(std::get<std::string>(GetParam())))
+    {
+    }
     ~RealTlsTest() override
     {
-        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server.port());
+        m_engine.pool().closeIdle(u"127.0.0.1"_s, m_server->port());
         EXPECT_TRUE(waitFor([this] { return m_engine.pool().connectionCount() == 0; }));
     }
 
     static constexpr qsizetype mebibyte = qsizetype(1024) * 1024;
-
-    static QByteArray bytesOfSize(qsizetype size)
-    {
-        QByteArray bytes(size, Qt::Uninitialized);
-        quint32 state = 2463534242U;
-        for (char& byte : bytes) {
-            state ^= state << 13U;
-            state ^= state >> 17U;
-            state ^= state << 5U;
-            byte = static_cast<char>(state);
-        }
-        return bytes;
-    }
-
-    QStringList run(std::unique_ptr<FTPStream> stream)
-    {
-        EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
-        stream->setTrustedCertificates(m_trusted);
-        m_recorder.start(std::move(stream), m_server.userName(), m_password);
-        return m_recorder.waitForEnd();
-    }
-    QString upload(const QString& name, const QByteArray& data)
-    {
-        m_recorder.data = data;
-        return run(m_streams.createUploadStream(m_server.location(name), data.size())).last();
-    }
-    QString download(const QString& name)
-    {
-        m_recorder.data.clear();
-        auto stream = m_streams.createDownloadStream(m_server.location(name));
-        stream->setFetchResourceInfo(true);
-        return run(std::move(stream)).last();
-    }
-    QString list(const QString& path)
-    {
-        m_recorder.data.clear();
-        return run(m_streams.createListingStream(m_server.location(path))).last();
-    }
-    bool holds(const QString& name, const QByteArray& bytes) const
-    {
-        QFile file(m_server.path(name));
-        return file.open(QIODevice::ReadOnly) && file.readAll() == bytes;
-    }
-
-    TestCertificate m_certificate = TestCertificate::selfSigned();
-    RealServer m_server{ std::get<ServerMake>(GetParam()), m_certificate,
-                         QString::fromStdString(std::get<std::string>(GetParam())) };
-    QString m_password = m_server.password();
-    QList<QByteArray> m_trusted{ m_certificate.fingerprint() };
-    FTPEngine m_engine;
-    EngineStreamFactory m_streams{ m_engine };
-    StreamRecorder m_recorder;
 };
 
 TEST_P(RealTlsTest, FilesGoThereAndBackOverOneControlConnection)
@@ -95,7 +44,7 @@ TEST_P(RealTlsTest, FilesGoThereAndBackOverOneControlConnection)
         const QByteArray bytes = bytesOfSize(size);
 
         EXPECT_EQ(upload(u"file"_s, bytes), u"end"_s);
-        EXPECT_TRUE(holds(u"file"_s, bytes));
+        EXPECT_TRUE(serverHolds(u"file"_s, bytes));
         EXPECT_EQ(download(u"file"_s), u"end"_s);
         EXPECT_TRUE(m_recorder.data == bytes);
     }
@@ -104,8 +53,8 @@ TEST_P(RealTlsTest, FilesGoThereAndBackOverOneControlConnection)
 
 TEST_P(RealTlsTest, FoldersAreMadeAndListed)
 {
-    EXPECT_EQ(run(m_streams.createFolderStream(m_server.location(u"sub"_s))).last(), u"created"_s);
-    EXPECT_TRUE(QDir(m_server.path(u"sub"_s)).exists());
+    EXPECT_EQ(createFolder(u"sub"_s), u"created"_s);
+    EXPECT_TRUE(QDir(m_server->path(u"sub"_s)).exists());
     EXPECT_EQ(list(u"sub/"_s), u"end"_s);
     EXPECT_FALSE(m_recorder.data.contains("file"));
     EXPECT_EQ(upload(u"sub/file"_s, "x"), u"end"_s);
@@ -137,14 +86,14 @@ TEST_P(RealTlsTest, ACertificateThatNobodyTrustsIsRefused)
     m_trusted.clear();
 
     EXPECT_EQ(upload(u"file"_s, "x"), u"certificate"_s);
-    EXPECT_FALSE(QFile::exists(m_server.path(u"file"_s)));
+    EXPECT_FALSE(QFile::exists(m_server->path(u"file"_s)));
 }
 
 TEST_P(RealTlsTest, ManySmallFilesFollowEachOther)
 {
     for (int i = 0; i < 30; ++i) {
         ASSERT_EQ(upload(u"file %1"_s.arg(i), bytesOfSize(4096 + i)), u"end"_s) << i;
-        ASSERT_TRUE(holds(u"file %1"_s.arg(i), bytesOfSize(4096 + i)));
+        ASSERT_TRUE(serverHolds(u"file %1"_s.arg(i), bytesOfSize(4096 + i)));
     }
     EXPECT_EQ(m_engine.pool().connectionCount(), 1);
 }
@@ -157,7 +106,7 @@ TEST_P(RealTlsTest, NoTurnOfTheLoopIsLongWhileConnectionsAreMade)
         FTPEngine engine; // Each makes a control connection and a data connection.
         EngineStreamFactory streams(engine);
         m_recorder.data = "x";
-        ASSERT_EQ(run(streams.createUploadStream(m_server.location(u"file"_s), 1)).last(), u"end"_s);
+        ASSERT_EQ(run(streams.createUploadStream(location(u"file"_s), 1)), u"end"_s);
         m_recorder.close();
     }
 
@@ -169,10 +118,7 @@ TEST_P(RealTlsTest, ADownloadThatIsGivenUpCostsNoSession)
 {
     ASSERT_EQ(upload(u"large"_s, bytesOfSize(8 * mebibyte)), u"end"_s);
     m_recorder.isIdle = true;
-    auto stream = m_streams.createDownloadStream(m_server.location(u"large"_s));
-    EXPECT_TRUE(stream->setEncryption(FTPEncryption::Required));
-    stream->setTrustedCertificates(m_trusted);
-    m_recorder.start(std::move(stream), m_server.userName(), m_password);
+    start(m_streams.createDownloadStream(location(u"large"_s)));
     EXPECT_TRUE(m_recorder.waitFor(u"bytes"_s));
     m_recorder.close();
     m_recorder.isIdle = false;

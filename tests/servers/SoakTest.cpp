@@ -1,3 +1,4 @@
+#include "ConnectionPool.h"
 #include "FaultOperations.h"
 #include "OpenDescriptors.h"
 #include "ResidentMemory.h"

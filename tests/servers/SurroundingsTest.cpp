@@ -197,7 +197,7 @@ protected:
     }
 };
 
-TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsPassedOverAndTheRestGoesUp)
+TEST_F(ChangedFilesTest, WhatBecomesUnsendableInTheQueueIsIgnoredAndTheRestGoesUp)
 {
     const QString first = makeFile(u"first"_s);
     const QString vanished = makeFile(u"vanished"_s);

@@ -51,7 +51,7 @@ protected:
     FTPPutController m_controller{ m_streams };
 };
 
-TEST_F(UnsendableFilesTest, AFileThatHasVanishedIsPassedOverInSilence)
+TEST_F(UnsendableFilesTest, AFileThatHasVanishedIsIgnoredInSilence)
 {
     EXPECT_EQ(upload(path(u"vanished"_s)), QStringList());
     QFile::link(path(u"nowhere"_s), path(u"dangling"_s));

@@ -1,3 +1,4 @@
+#include "ConnectionPool.h"
 #include "OpenDescriptors.h"
 #include "WindowServerTest.h"
 

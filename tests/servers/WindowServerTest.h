@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ConnectionPool.h"
 #include "EngineStreams.h"
 #include "NetworkManager.h"
 #include "Printers.h"

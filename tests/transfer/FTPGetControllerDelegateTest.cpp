@@ -6,7 +6,7 @@ namespace {
 
 using FTPGetControllerDelegateTest = FTPGetControllerTest;
 
-TEST_F(FTPGetControllerDelegateTest, AStartFromInsideTheLastReportIsPassedOver)
+TEST_F(FTPGetControllerDelegateTest, AStartFromInsideTheLastReportIsIgnored)
 {
     startReceivingFileOfSize(std::nullopt);
     m_delegate->reaction = [this](const QString& call) {

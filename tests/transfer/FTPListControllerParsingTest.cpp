@@ -164,7 +164,7 @@ TEST_F(FTPListControllerParsingTest, MoreThanAFolderHasThatPeopleHaveIsAParseErr
         const QByteArray nonsense = QByteArray(32767, '?') + '\n';
         m_streams.last().sendBytes(line("a"));
 
-        for (qint64 bytes = 0; bytes < ListingMeasure::mostPassedOver; bytes += nonsense.size()) {
+        for (qint64 bytes = 0; bytes < ListingMeasure::mostIgnored; bytes += nonsense.size()) {
             EXPECT_TRUE(m_controller->isReceiving());
             m_streams.last().sendBytes(nonsense);
         }

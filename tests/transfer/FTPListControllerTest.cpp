@@ -43,7 +43,7 @@ TEST_F(FTPListControllerTest, AnEmptyFolderGivesNoEntries)
     EXPECT_EQ(m_delegate->calls, (QStringList{ u"Receiving"_s, u"Listing succeeded"_s }));
 }
 
-TEST_F(FTPListControllerTest, AStartWhileAListingRunsIsPassedOverInSilence)
+TEST_F(FTPListControllerTest, AStartWhileAListingRunsIsIgnoredInSilence)
 {
     startReceiving();
 

@@ -266,7 +266,7 @@ TEST_F(FTPPutControllerTest, ASecondStartChangesNothingButThePathAndTheName)
     EXPECT_EQ(countChange(), 1);
 }
 
-TEST_F(FTPPutControllerTest, ANullPathAndAVanishedFileArePassedOverInSilence)
+TEST_F(FTPPutControllerTest, ANullPathAndAVanishedFileAreIgnoredInSilence)
 {
     start(QString());
     EXPECT_TRUE(m_controller->pathToUpload().isNull());
