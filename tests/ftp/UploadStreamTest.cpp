@@ -211,6 +211,22 @@ TEST_P(UploadStreamTest, ABrokenDataConnectionIsNoSuccessWhateverTheServerSays)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
 }
 
+TEST_P(UploadStreamTest, OfWhatIsWrittenToABrokenDataConnectionNothingIsTaken)
+{
+    m_recorder.isIdle = true;
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
+    auto control = open("STOR f");
+    ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
+    auto& stream = *static_cast<FTPWriteStream*>(m_recorder.stream());
+
+    m_data->reset();
+
+    EXPECT_TRUE(waitFor([&stream] { return stream.write(std::span("x", 1)) == 0; }));
+    EXPECT_EQ(stream.write(std::span("x", 1)), 0);
+    control->say("426 Broken");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"FTP 426"_s);
+}
+
 TEST_P(UploadStreamTest, AConfirmationBeforeTheEndConfirmsNothing)
 {
     startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
