@@ -151,6 +151,17 @@ TEST_P(RealMakesTest, WhatIsEmptyIsReadLikeAllElse)
     }
 }
 
+TEST_P(RealMakesTest, AWrongPasswordIsRefusedInWordsForIt)
+{
+    m_password = u"wrong"_s;
+
+    EXPECT_EQ(upload(u"file"_s, "bytes"), u"FTP 530"_s);
+
+    const QString reply = m_recorder.lastReply();
+    EXPECT_TRUE(reply.contains(u"incorrect"_s) || reply.contains(u"fail"_s, Qt::CaseInsensitive))
+        << reply.toStdString();
+}
+
 std::string nameOfTest(const testing::TestParamInfo<Make>& tested)
 {
     return nameOf(tested.param.make).remove(u'-').toStdString()
