@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 #include "ApplicationService.h"
 #include "CertificateSheets.h"
+#include "ClipboardHandOver.h"
 #include "CommandLine.h"
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
@@ -20,14 +21,18 @@
 #include <QMainWindow>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <iterator>
 #include <optional>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+constexpr auto clipboardLimit = 2s; ///< A clipboard manager that hangs keeps nobody's program.
 
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv)
@@ -116,6 +121,7 @@ int main(int argc, char** argv)
     act(viewController, commandLine.action);
 
     const int result = QApplication::exec();
+    handOverClipboard(clipboardLimit);
     std::fflush(nullptr);
     ::_exit(result); // Nothing is torn down: no transfer reports that it was stopped.
 }

@@ -1,38 +1,18 @@
 #include "DirectSave.h"
 
 #include "FileURL.h"
+#include "XServer.h"
 
-#include <QGuiApplication>
 #include <QUrl>
 
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-#include <memory>
-
 using namespace Qt::StringLiterals;
+using XServer::atom;
+using XServer::connection;
+using XServer::ReplyPointer;
 
 namespace {
 
 constexpr std::uint32_t longestRequest = 16 * 1024; ///< In words of four bytes.
-
-struct Free {
-    void operator()(void* reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-no-malloc): as xcb wants it
-};
-template <typename Reply> using ReplyPointer = std::unique_ptr<Reply, Free>;
-
-xcb_connection_t* connection()
-{
-    const auto* const native = qApp->nativeInterface<QNativeInterface::QX11Application>();
-    return native == nullptr ? nullptr : native->connection();
-}
-
-xcb_atom_t atom(xcb_connection_t* x, const QByteArray& name)
-{
-    const auto request = xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.constData());
-    const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(x, request, nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
 
 } // namespace
 
@@ -48,9 +28,7 @@ std::uint32_t DirectSave::announce(const QString& name)
         return 0;
     }
     // Drags come from a window of the toolkit's own, not from the widget's.
-    const auto request = xcb_get_selection_owner(x, atom(x, "XdndSelection"));
-    const ReplyPointer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(x, request, nullptr));
-    const xcb_window_t window = reply ? reply->owner : xcb_window_t(XCB_WINDOW_NONE);
+    const xcb_window_t window = XServer::selectionOwner(x, "XdndSelection");
     if (window != XCB_WINDOW_NONE) {
         const QByteArray text = name.toUtf8();
         xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, atom(x, DirectSave::format.toLatin1()),
