@@ -6,8 +6,10 @@
 #include "ViewController.h"
 #include "VisibleText.h"
 
+#include <QAccessibleWidget>
 #include <QDragEnterEvent>
 #include <QHelpEvent>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
 #include <QPlainTextEdit>
@@ -22,13 +24,44 @@ qreal pathLineWidth = 1.0;
 
 constexpr qreal highlightLineWidth = 5.0;
 
+/// What a screen reader says of the view: it can be pressed, and holds the list of the queue.
+class AccessibleDropArea final : public QAccessibleWidget {
+public:
+    explicit AccessibleDropArea(DragDropView& view)
+        : QAccessibleWidget(&view, QAccessible::Grouping)
+        , m_view(view)
+    {
+    }
+
+    QStringList actionNames() const override { return QStringList{ pressAction() } + QAccessibleWidget::actionNames(); }
+    void doAction(const QString& name) override
+    {
+        if (name == pressAction()) {
+            emit m_view.pressed();
+        } else {
+            QAccessibleWidget::doAction(name);
+        }
+    }
+
+private:
+    DragDropView& m_view;
+};
+
+QAccessibleInterface* accessibleDropArea(const QString& /*className*/, QObject* object)
+{
+    auto* const view = qobject_cast<DragDropView*>(object);
+    return view == nullptr ? nullptr : new AccessibleDropArea(*view);
+}
+
 } // namespace
 
 DragDropView::DragDropView(QWidget* parent)
     : QFrame(parent)
     , m_textView(new QPlainTextEdit(this))
 {
+    QAccessible::installFactory(accessibleDropArea); // More than once does no harm.
     setAcceptDrops(true);
+    setFocusPolicy(Qt::TabFocus);
     m_textView->setObjectName(u"textView"_s);
     m_textView->setAccessibleName(u"Queued files"_s);
     m_textView->setReadOnly(true);
@@ -154,10 +187,23 @@ void DragDropView::paintEvent(QPaintEvent* event)
     }
 }
 
+void DragDropView::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        emit pressed();
+        break;
+    default:
+        QFrame::keyPressEvent(event);
+    }
+}
+
 void DragDropView::drawEmptyState(QPainter& painter) const
 {
     painter.setRenderHint(QPainter::Antialiasing);
-    QPen pen(palette().color(QPalette::Mid), 1.5, Qt::DashLine);
+    QPen pen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid), 1.5, Qt::DashLine);
     pen.setDashPattern({ 4, 3 });
     painter.setPen(pen);
     painter.drawRoundedRect(QRectF(rect()).adjusted(6, 6, -6, -6), 8, 8);

@@ -45,9 +45,14 @@ public:
     /// Names the waiting files that replace some on the server; empty without any.
     QString replacementText() const;
 
+signals:
+    /// Space, Return or a screen reader has pressed the view.
+    void pressed();
+
 protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;

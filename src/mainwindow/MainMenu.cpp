@@ -45,6 +45,7 @@ void MainMenu::connectActions()
     on(ui.makeCopyAction, &ViewController::copiesWindowRequested);
     on(ui.welcomeAction, &ViewController::welcomeWindowRequested);
     connect(ui.openFilesAction, &QAction::triggered, this, &MainMenu::openFiles);
+    connect(ui.dragAndDropView, &DragDropView::pressed, ui.openFilesAction, &QAction::trigger);
     connect(ui.pasteFilesAction, &QAction::triggered, this, &MainMenu::pasteFiles);
     connect(ui.copyItemLocationAction, &QAction::triggered, this, &MainMenu::copyItemLocation);
     connect(ui.aboutAction, &QAction::triggered, this, &MainMenu::showAbout);

@@ -6,6 +6,7 @@ MainWindow::MainWindow()
     : m_ui(std::make_unique<Ui::MainWindow>())
 {
     m_ui->setupUi(this);
+    m_ui->destinationListingTable->setFocus();
     // They come and go, and nothing is to jump.
     for (QWidget* control :
          { static_cast<QWidget*>(m_ui->totalProgressIndicator), static_cast<QWidget*>(m_ui->percentProgressIndicator),

@@ -4,7 +4,9 @@
 #include "ViewControllerTest.h"
 #include "WidgetEvents.h"
 
+#include <QAccessible>
 #include <QDragEnterEvent>
+#include <QFileDialog>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QTest>
@@ -144,6 +146,27 @@ TEST_F(DragDropViewTest, ARefusedDropKeepsTheFilesOfTheLastAcceptedOne)
 
     EXPECT_EQ(view().droppedFiles(), QStringList{ a });
     answerSheet();
+}
+
+TEST_F(DragDropViewTest, SpaceReturnAndAScreenReaderOpenTheFileChooser)
+{
+    const auto opensIt = [this](const std::function<void()>& press) {
+        press();
+        const std::unique_ptr<QFileDialog> chooser(m_controller->window().findChild<QFileDialog*>());
+        return chooser != nullptr && chooser->isVisible();
+    };
+    QAccessibleInterface& accessible = *QAccessible::queryAccessibleInterface(&view());
+
+    for (const Qt::Key key : { Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter }) {
+        EXPECT_TRUE(opensIt([this, key] { QTest::keyClick(&view(), key); })) << key;
+    }
+    EXPECT_FALSE(opensIt([this] { QTest::keyClick(&view(), Qt::Key_A); }));
+    EXPECT_TRUE(
+        opensIt([&accessible] { accessible.actionInterface()->doAction(QAccessibleActionInterface::pressAction()); }));
+    EXPECT_TRUE(accessible.actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+    EXPECT_EQ(accessible.role(), QAccessible::Grouping);
+    EXPECT_EQ(accessible.text(QAccessible::Name), u"Drop area"_s);
+    EXPECT_TRUE(accessible.text(QAccessible::Description).startsWith(u"Files that are dropped here are uploaded."_s));
 }
 
 TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)

@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
+#include <QSet>
+#include <QTest>
 
 namespace {
 
@@ -49,6 +51,20 @@ TEST_F(MainWindowTest, ManualTransfersInTheMenuShowsTheirWindowAndBringsItToTheF
     ASSERT_TRUE(waitFor([this] { return window().isActiveWindow(); }));
     manualTransfers->trigger();
     EXPECT_TRUE(waitFor([&auxiliary] { return auxiliary.isActiveWindow(); }));
+}
+
+TEST_F(MainWindowTest, TheKeyboardBeginsInTheTableAndReachesTheDropArea)
+{
+    showInFront(window());
+    EXPECT_EQ(window().focusWidget(), &control<QWidget>("destinationListingTable"));
+
+    QSet<const QWidget*> reached;
+    while (!reached.contains(window().focusWidget())) {
+        reached.insert(window().focusWidget());
+        QTest::keyClick(window().focusWidget(), Qt::Key_Tab);
+    }
+
+    EXPECT_TRUE(reached.contains(&control<QWidget>("dragAndDropView")));
 }
 
 TEST_F(MainWindowTest, NothingJumpsWhenATransferBegins)

@@ -39,6 +39,19 @@ class Menus(WindowTest):
 
         self.assertEqual(program.exit_code(), 0)
 
+    def test_files_are_chosen_by_key_from_the_drop_area(self):
+        program = self.launch_in_front()
+        wait_for(lambda: program.has_focus("Destination folder"), "the keyboard to be in the table")
+        for _ in range(10):
+            if program.has_focus("Drop area"):
+                break
+            self.desktop.key("Tab")
+        wait_for(lambda: program.has_focus("Drop area"), "the keyboard to be in the drop area")
+
+        self.desktop.key("space")
+
+        wait_for(lambda: "Upload Files" in program.titles(), "the file chooser")
+
     def test_manual_transfers_open_by_their_key(self):
         program = self.launch_in_front()
 
