@@ -53,12 +53,41 @@ const ListingEntry* ItemActions::selectedEntry() const
     return row >= 0 && row < m_listing.entries().size() ? &m_listing.entries().at(row) : nullptr;
 }
 
+const ListingEntry* ItemActions::pressedEntry()
+{
+    const ListingEntry* const entry = selectedEntry();
+    if (entry == nullptr) {
+        return nullptr;
+    }
+    const QString name = entry->name;
+    if (m_listing.lookAt(DestinationSettings::destination())) {
+        alertOtherDestination(name);
+        return nullptr;
+    }
+    return entry;
+}
+
+bool ItemActions::isStillInForce(const Destination& pressed, const QString& name)
+{
+    if (DestinationSettings::destination() == pressed) {
+        return true;
+    }
+    alertOtherDestination(name);
+    return false;
+}
+
+void ItemActions::alertOtherDestination(const QString& name)
+{
+    m_application.showAlert(u"Destination Changed"_s,
+                            u"Nothing was done to “%1”, since the destination has changed."_s.arg(visibleText(name)));
+}
+
 void ItemActions::downloadSelection()
 {
     if (m_application.alertSendingOrReceiving()) {
         return;
     }
-    const ListingEntry* const entry = selectedEntry();
+    const ListingEntry* const entry = pressedEntry();
     if (entry == nullptr) {
         return;
     }
@@ -110,18 +139,28 @@ void ItemActions::deleteSelection()
     if (m_application.alertSendingOrReceiving()) {
         return;
     }
-    const ListingEntry* const entry = selectedEntry();
+    const ListingEntry* const entry = pressedEntry();
     if (entry == nullptr) {
         return;
     }
-    const auto deleteLater = [this, name = entry->name, rawName = entry->rawName] {
-        RunLoop::dispatchAfter(answerDelayMs, this, [this, name, rawName] { deleteFile(name, rawName); });
+    const auto deleteLater = [this, pressed = m_listing.destination(), name = entry->name, rawName = entry->rawName] {
+        RunLoop::dispatchAfter(answerDelayMs, this, [this, pressed, name, rawName] {
+            if (isStillInForce(pressed, name)) {
+                deleteFile(name, rawName);
+            }
+        });
     };
+    QList<SheetDetail> folders; // An item of another folder is not the one that is deleted.
+    if (m_listing.isOfOtherFolder()) {
+        folders = { { .name = u"Deleted from"_s, .value = m_listing.destination().location },
+                    { .name = u"Listed is"_s, .value = m_listing.location() } };
+    }
     SheetQueue::of(m_window).raise({ .title = u"Delete Item"_s,
                                      .text = u"Are you sure you want to delete \"%1\"?"_s.arg(visibleText(entry->name)),
                                      .defaultButton = u"Cancel"_s,
                                      .alternateButton = u"Delete"_s,
-                                     .onAlternate = deleteLater });
+                                     .onAlternate = deleteLater,
+                                     .details = folders });
 }
 
 std::shared_ptr<FMServer> ItemActions::server() const

@@ -48,6 +48,9 @@ public:
     const ListingEntry* selectedEntry() const;
 
     void downloadSelection();
+    /// Whether @p pressed, the destination when the user began something, is still in force; if not, the user is told
+    /// that nothing was done to the item @p name.
+    bool isStillInForce(const Destination& pressed, const QString& name);
     /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default. @p rawName:
     /// what the server knows it by, where that is no UTF-8.
     void downloadFile(const QString& name, const QString& folder, const QByteArray& rawName = {});
@@ -63,6 +66,8 @@ public:
     void openDownload(const QString& path);
 
 private:
+    /// As selectedEntry(). Null, and the user has been told, when its row is of a destination that was in force.
+    const ListingEntry* pressedEntry();
     /// What is done to one item, and how its outcome is told.
     struct Operation {
         QString panelText; ///< Shown while it runs.
@@ -72,6 +77,7 @@ private:
         QString notTrustedText;
         QString refusedText;
     };
+    void alertOtherDestination(const QString& name);
     std::shared_ptr<FMServer> server() const;
     void run(const Operation& operation);
     std::optional<ItemOutcome> waitFor(const QString& panelText, std::function<ItemOutcome()> call);

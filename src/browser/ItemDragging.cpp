@@ -1,6 +1,7 @@
 #include "ItemDragging.h"
 
 #include "DestinationListing.h"
+#include "DestinationSettings.h"
 #include "DroppedFiles.h"
 #include "ItemActions.h"
 #include "LocalItem.h"
@@ -62,6 +63,7 @@ bool ItemDragging::writeRowsWithIndexes(const QList<int>& rows, QMimeData& paste
     if (m_application.alertSendingOrReceiving()) {
         return false;
     }
+    m_dragged = DestinationSettings::destination();
     // Kept: the number of the row stands where others tell types of files. Nobody reads it.
     const QJsonArray properties{ QString::number(rows.first()) };
     pasteboard.setData(promiseFormat, QJsonDocument(properties).toJson(QJsonDocument::Compact));
@@ -81,8 +83,13 @@ QStringList ItemDragging::namesOfPromisedFilesDroppedAtDestination(const QString
 void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& destination)
 {
     const QString& name = entry.name;
-    const auto download
-        = [this, name, destination, rawName = entry.rawName] { m_actions.downloadFile(name, destination, rawName); };
+    const Destination present = DestinationSettings::destination();
+    const Destination pressed = std::exchange(m_dragged, std::nullopt).value_or(present);
+    const auto download = [this, pressed, name, destination, rawName = entry.rawName] {
+        if (m_actions.isStillInForce(pressed, name)) {
+            m_actions.downloadFile(name, destination, rawName);
+        }
+    };
     const QString path = PathText::appendingPathComponent(destination, name);
     // A link that leads to nothing is no file to ask about: nothing is written through it.
     if (PathText::isFileName(name) && LocalItem::at(path)) {

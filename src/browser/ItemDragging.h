@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Destination.h"
 #include "TableDragging.h"
 
 #include <QObject>
 
 #include <functional>
+#include <optional>
 
 class DestinationListing;
 class ItemActions;
@@ -48,4 +50,5 @@ private:
     ItemActions& m_actions;
     Application m_application;
     QStringList m_droppedFiles;
+    std::optional<Destination> m_dragged; ///< The destination when the drag that is not over yet began.
 };

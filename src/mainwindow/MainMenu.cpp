@@ -36,6 +36,7 @@ void MainMenu::connectActions()
     on(ui.deleteAction, &ViewController::deleteSelection);
     on(ui.copyLocationAction, &ViewController::copyLocationToClipboard);
     on(ui.refreshAction, &ViewController::refresh);
+    on(ui.stopListingAction, &ViewController::stopListing);
     on(ui.stopAction, &ViewController::stopButtonAction);
     on(ui.clearQueueAction, &ViewController::clearQueue);
     on(ui.historyAction, &ViewController::showHistory);
@@ -52,8 +53,9 @@ void MainMenu::connectActions()
     connect(ui.quitAction, &QAction::triggered, &m_window, &QWidget::close);
     ui.refreshAction->setShortcuts({ QKeySequence(Qt::Key_F5), QKeySequence(u"Ctrl+R"_s) });
     ui.downloadAction->setShortcuts({ QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) });
-    ui.destinationListingTable->addActions(
-        { ui.downloadAction, ui.deleteAction, ui.copyItemLocationAction, ui.newFolderAction, ui.refreshAction });
+    ui.stopListingAction->setShortcutContext(Qt::WidgetShortcut); // Escape means something else elsewhere.
+    ui.destinationListingTable->addActions({ ui.downloadAction, ui.deleteAction, ui.copyItemLocationAction,
+                                             ui.newFolderAction, ui.refreshAction, ui.stopListingAction });
 }
 
 void MainMenu::watchClipboard()
@@ -105,6 +107,7 @@ void MainMenu::show(const WindowState& state)
     ui.copyLocationAction->setEnabled(state.hasDestination);
     ui.newFolderAction->setEnabled(state.hasDestination);
     ui.refreshAction->setEnabled(!state.isMoving()); // Without a destination it empties the list.
+    ui.stopListingAction->setEnabled(state.listing == DestinationListing::State::Listing);
     ui.stopAction->setEnabled(state.isMoving());
     ui.clearQueueAction->setEnabled(state.waiting != 0);
 }

@@ -58,11 +58,16 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
                  this)
     , m_windows(m_history, connections,
                 { .userRequestedConnection = [this] { emit userRequestedConnection(); },
-                  .updateWindowTitleAndList = [this] { emit updateWindowTitleAndList(); },
+                  .updateWindowTitleAndList =
+                      [this] {
+                          m_listing.lookAt(DestinationSettings::destination());
+                          emit updateWindowTitleAndList();
+                      },
                   .queueAgain = [this](const QList<int>& rows) { queueAgain(rows); } })
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
 {
     setDelegates();
+    watchDestination();
     connectControls();
     m_menu = new MainMenu(m_window, *this);
     m_menu->setParent(this);
@@ -100,6 +105,7 @@ void ViewController::connectControls()
     connect(table, &ListingTable::sortDescriptorsDidChange, this, &ViewController::sortDescriptorsDidChange);
     connect(table, &ListingTable::doubleClicked, this, &ViewController::doubleAction);
     connect(table, &ListingTable::unnamableItemDragged, &m_items, &ItemActions::refuseFileName);
+    connect(&m_listing, &DestinationListing::placeChanged, table, &ListingTable::placeChanged);
     connect(&m_listing, &DestinationListing::began, &m_history, &UploadHistory::listingStarts);
     connect(&m_listing, &DestinationListing::entriesAdded, &m_history, &UploadHistory::listed);
     connect(&m_listing, &DestinationListing::ended, this, [this, table](DestinationListing::State state) {
@@ -109,6 +115,7 @@ void ViewController::connectControls()
         table->listingEnded();
     });
     connect(ui.stopButton, &QPushButton::clicked, this, &ViewController::stopButtonAction);
+    connect(table, &ListingTable::stopRequested, this, &ViewController::stopListing);
     connect(ui.clearQueueButton, &QPushButton::clicked, this, &ViewController::clearQueue);
     connect(ui.downloadButton, &QPushButton::clicked, this, &ViewController::downloadSelection);
     connect(ui.deleteButton, &QPushButton::clicked, this, &ViewController::deleteSelection);
@@ -117,6 +124,25 @@ void ViewController::connectControls()
     connect(ui.outcomeLine, &OutcomeLine::showRequested, &m_windows, &SecondaryWindows::showHistory);
     connect(ui.outcomeLine, &OutcomeLine::queueAgainRequested, this, &ViewController::queueAgain);
     m_windows.manualTransfers().connectTo(*this);
+}
+
+/// Settings that somebody else has changed, another copy of the program or an editor, count as the user's when they
+/// have been quiet for a second and can be read.
+void ViewController::watchDestination()
+{
+    m_listing.lookAt(DestinationSettings::destination());
+    auto* const settled = new QTimer(&m_windows);
+    settled->setSingleShot(true);
+    settled->setInterval(1s);
+    connect(&m_listing, &DestinationListing::destinationChanged, settled, qOverload<>(&QTimer::start));
+    connect(this, &ViewController::updateWindowTitleAndList, settled, &QTimer::stop);
+    connect(settled, &QTimer::timeout, this, [this, settled] {
+        if (UserDefaults::standard().isReadable()) {
+            emit updateWindowTitleAndList();
+        } else {
+            settled->start();
+        }
+    });
 }
 
 // The queue.
@@ -203,8 +229,11 @@ WindowState ViewController::state() const
              .waiting = m_queue.size(),
              .tally = m_history.queueTally(),
              .listing = m_listing.state(),
+             .listingFailure = m_listing.failure(),
+             .isListingStuck = m_listing.isStuck(),
+             .otherFolder = m_listing.isOfOtherFolder() ? m_listing.location() : QString(),
              .isListingDue = m_listing.isDue(),
-             .hasDestination = m_listing.hasDestination(),
+             .hasDestination = !m_listing.destination().isNull(),
              .isItemSelected = m_window.ui().destinationListingTable->selectedRow() != -1 };
 }
 
@@ -214,12 +243,12 @@ void ViewController::startNextUpload(bool isNewSecond)
     // is most of what a tick costs.
     const bool isNeeded = isNewSecond || !m_queue.isEmpty();
     if (isNeeded) {
-        m_listing.setHasDestination(!DestinationSettings::location().isNull());
+        m_listing.lookAt(DestinationSettings::destination());
     }
     if (m_pc.isSending() || m_gc.isReceiving()) {
         return;
     }
-    if (!m_queue.isEmpty() && m_listing.hasDestination()) {
+    if (!m_queue.isEmpty() && !m_listing.destination().isNull()) {
         m_indicators.resetProgress();
         m_run.startNext(m_queue, DestinationSettings::destination());
         m_indicators.transferStarted(m_pc, m_pc.isSending());
@@ -232,7 +261,7 @@ void ViewController::startNextUpload(bool isNewSecond)
 void ViewController::reportActivity()
 {
     TransferActivity activity{ .isMoving = m_pc.isSending() || m_gc.isReceiving(),
-                               .isWaiting = !m_queue.isEmpty() && m_listing.hasDestination() };
+                               .isWaiting = !m_queue.isEmpty() && !m_listing.destination().isNull() };
     if (activity.isWaiting || (m_pc.isSending() && m_history.isQueueUnderWay())) {
         activity.progress = m_history.queueProgress(m_pc.isSending() ? m_indicators.percent() : 0);
     } else if (activity.isMoving) {
@@ -274,7 +303,17 @@ void ViewController::listFTPDestination()
 void ViewController::refresh()
 {
     emit userRequestedConnection();
+    if (m_listing.isStuck()) {
+        m_listing.stop();
+    }
     listFTPDestination();
+}
+
+void ViewController::stopListing()
+{
+    if (m_listing.isListing()) {
+        m_listing.stop();
+    }
 }
 
 void ViewController::startStopUpload()
@@ -363,7 +402,7 @@ void ViewController::updateStatus(const QString& status)
 void ViewController::updateListingStatus(const QString& status)
 {
     m_indicators.setListingStatus(status);
-    m_listing.statusReported();
+    m_listing.statusReported(status);
     alertIfError(status);
 }
 
@@ -384,6 +423,14 @@ void ViewController::uploadDone()
         m_listing.setDue(true); // The list cannot be refreshed beside a download, but has to be after it.
     }
     listFTPDestination();
+}
+
+void ViewController::addListEntries(const QList<ListingEntry>& entries)
+{
+    if (!m_lc.isReceiving()) {
+        m_listing.lookAt(DestinationSettings::destination()); // They can only be of that one.
+    }
+    m_listing.addEntries(entries);
 }
 
 // The table.

@@ -94,8 +94,10 @@ public:
     void stopButtonAction();
     /// Empties the list and lists the destination again, unless something is being sent or received.
     void listFTPDestination();
-    /// The same, asked for by the user.
+    /// The same, asked for by the user. A listing that is stuck is given up before.
     void refresh();
+    /// Gives the running listing up.
+    void stopListing();
     const ListEntries& listEntries() const { return m_listing.entries(); }
 
     void startStopUpload();
@@ -114,7 +116,7 @@ public:
     void updateStatus(const QString& status) override;
     void uploadDone() override;
     void updateListingStatus(const QString& status) override;
-    void addListEntries(const QList<ListingEntry>& entries) override { m_listing.addEntries(entries); }
+    void addListEntries(const QList<ListingEntry>& entries) override;
 
     // The table of the destination folder.
 
@@ -240,6 +242,7 @@ private:
     void connectControls();
     void setDelegates();
     WindowState state() const;
+    void watchDestination();
     void startNextUpload(bool isNewSecond);
     void reportActivity();
     void alertIfError(const QString& status);

@@ -47,15 +47,18 @@ void showReply(QWidget& field, const QString& reply)
     field.setAccessibleDescription(words.isNull() ? title : title + u". "_s + words);
 }
 
-QString emptyText(DestinationListing::State state, bool hasDestination)
+QString emptyText(const WindowState& state)
 {
-    if (state == DestinationListing::State::Listing) {
+    if (state.listing == DestinationListing::State::Listing) {
         return u"Listing…"_s;
     }
-    if (!hasDestination) {
+    if (!state.hasDestination) {
         return u"No destination"_s;
     }
-    return state == DestinationListing::State::Complete ? u"Empty folder"_s : u""_s;
+    if (state.listing == DestinationListing::State::Failed) {
+        return u"Could not list: %1\nF5 tries again"_s.arg(visibleText(state.listingFailure));
+    }
+    return state.listing == DestinationListing::State::Complete ? u"Empty folder"_s : u""_s;
 }
 
 } // namespace
@@ -224,5 +227,10 @@ void WindowIndicators::showSecurity(std::optional<FTPSecurity> security)
 
 void WindowIndicators::showListing(const WindowState& state)
 {
-    m_window.destinationListingTable->setEmptyText(emptyText(state.listing, state.hasDestination));
+    m_window.destinationListingTable->setEmptyText(emptyText(state));
+    m_window.destinationListingTable->offerStop(state.isListingStuck);
+    m_window.otherFolderLabel->setVisible(!state.otherFolder.isNull());
+    m_window.otherFolderLabel->setText(
+        state.otherFolder.isNull() ? QString()
+                                   : u"Listed is %1, not the destination"_s.arg(visibleText(state.otherFolder)));
 }

@@ -3,6 +3,8 @@
 #include "DestinationListing.h"
 #include "FileTally.h"
 
+#include <QString>
+
 /// What is going on, as far as the window shows it.
 struct WindowState {
     bool isSending = false;
@@ -10,6 +12,9 @@ struct WindowState {
     qsizetype waiting = 0; ///< Files in the queue.
     FileTally tally; ///< Of the queue's files that have ended.
     DestinationListing::State listing = DestinationListing::State::Idle;
+    QString listingFailure; ///< Why the listing failed.
+    bool isListingStuck = false; ///< The listing has brought nothing for a while.
+    QString otherFolder; ///< That is listed instead of the destination; null: none.
     bool isListingDue = false;
     bool hasDestination = false;
     bool isItemSelected = false;

@@ -122,6 +122,12 @@ bool UserDefaults::contains(const QString& key) const
     return m_values.contains(key);
 }
 
+bool UserDefaults::isReadable() const
+{
+    refresh();
+    return !m_broken;
+}
+
 QJsonValue UserDefaults::lastKnown(const QString& key) const
 {
     refresh();

@@ -28,6 +28,8 @@ public:
 
     /// Whether anything is stored under @p key, of whatever kind.
     bool contains(const QString& key) const;
+    /// Whether the file can be read as settings, or there is none; otherwise every key reads as nothing.
+    bool isReadable() const;
     /// The text under @p key as it was stored; null when the key is absent or holds no text.
     QString string(const QString& key) const;
     /// The boolean under @p key; std::nullopt when the key is absent or holds no boolean.

@@ -163,9 +163,15 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     EXPECT_EQ(table().emptyText(), u"Empty folder"_s);
 
     m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).reply = u"550 No such folder"_s;
     latest(FakeFTPStream::Kind::Listing).sendRefusal(550);
     tick();
-    EXPECT_EQ(table().emptyText(), u""_s); // What the folder holds is not known.
+    EXPECT_EQ(table().emptyText(), u"Could not list: 550 No such folder\nF5 tries again"_s);
+
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).sendOtherError();
+    tick();
+    EXPECT_EQ(table().emptyText(), u"Could not list: Stream open error\nF5 tries again"_s);
 
     unset(u"Address"_s);
     m_controller->listFTPDestination();

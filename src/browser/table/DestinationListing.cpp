@@ -14,20 +14,47 @@ bool DestinationListing::isListing() const
     return m_controller.isReceiving();
 }
 
+bool DestinationListing::isStuck() const
+{
+    return isListing() && m_sinceProgress.hasExpired(std::chrono::milliseconds(patience).count());
+}
+
+bool DestinationListing::isOfOtherFolder() const
+{
+    return !m_source.isNull() && m_source.location != m_inForce.location;
+}
+
 QHostAddress DestinationListing::addressOf(const QString& location) const
 {
     return m_answered.location == location ? m_answered.address : QHostAddress();
 }
 
-void DestinationListing::list(const Destination& destination)
+bool DestinationListing::lookAt(const Destination& inForce)
 {
+    if (inForce == m_inForce) {
+        return false;
+    }
+    m_inForce = inForce;
+    if (isListing()) {
+        stop();
+    }
+    empty();
+    m_source = {};
+    m_state = m_inForce.isNull() ? State::NoDestination : State::Idle;
+    emit placeChanged();
+    emit destinationChanged();
+    return true;
+}
+
+void DestinationListing::list(const Destination& inForce)
+{
+    lookAt(inForce);
     m_isDue = isListing();
     empty();
-    m_hasDestination = !destination.isNull();
-    if (m_hasDestination) {
-        start(destination);
-    } else {
+    if (inForce.isNull()) {
         m_state = State::NoDestination;
+    } else {
+        start(inForce);
     }
 }
 
@@ -46,30 +73,42 @@ void DestinationListing::stop()
 void DestinationListing::empty()
 {
     m_model.clear();
+    m_failure.clear();
     m_state = isListing() ? State::Listing : State::Idle;
 }
 
 void DestinationListing::start(const Destination& folder)
 {
     if (!isListing()) {
+        const bool isOther = m_source != folder;
         m_source = folder;
+        m_sinceProgress.start();
+        if (isOther) {
+            emit placeChanged();
+        }
         emit began(folder.location);
     }
+    m_state = State::Listing;
     m_isStarting = true;
     m_controller.startReceive(folder.location, folder.username, folder.password);
     m_isStarting = false;
-    m_state = State::Listing;
-    statusReported();
+    m_hasOpened = isListing();
+    statusReported(m_lastStatus);
 }
 
-void DestinationListing::statusReported()
+void DestinationListing::statusReported(const QString& status)
 {
+    m_lastStatus = status;
     if (m_isStarting || m_state != State::Listing || isListing()) {
         return;
     }
-    m_state = m_controller.hasSucceeded() ? State::Complete : State::Failed;
-    if (m_state == State::Complete) {
+    if (m_controller.hasSucceeded()) {
+        m_state = State::Complete;
         m_answered = { m_source.location, m_controller.peerAddress() };
+    } else {
+        m_state = State::Failed;
+        const QString reply = m_hasOpened ? m_controller.lastReply() : QString();
+        m_failure = reply.isNull() ? status : reply;
     }
     emit ended(m_state);
 }
@@ -78,6 +117,9 @@ void DestinationListing::addEntries(const QList<ListingEntry>& entries)
 {
     if (isListing()) {
         m_answered = { m_source.location, m_controller.peerAddress() };
+        m_sinceProgress.start();
+    } else if (m_source.isNull()) {
+        m_source = m_inForce; // Nobody has listed anything: they are of the destination.
     }
     emit entriesAdded(entries);
     m_model.add(entries); // At their places in the table's present order.

@@ -3,8 +3,11 @@
 #include "Destination.h"
 #include "ListingModel.h"
 
+#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QObject>
+
+#include <chrono>
 
 class FTPListController;
 
@@ -29,19 +32,27 @@ public:
     const ListEntries& entries() const { return m_model.entries(); }
     State state() const { return m_state; }
     bool isListing() const;
+    /// Whether a listing runs that has brought nothing for patience.
+    bool isStuck() const;
+    /// Why the last listing failed, for people: the server's words, or the status. Null when it has not.
+    const QString& failure() const { return m_failure; }
     /// The folder that the items belong to.
     const QString& location() const { return m_source.location; }
+    /// Whether that is not the folder of the destination in force, since the user has named another one by hand.
+    bool isOfOtherFolder() const;
     /// The address of the machine that the items of the folder @p location came from; null: none did.
     QHostAddress addressOf(const QString& location) const;
 
-    /// Whether there was a destination when list() or setHasDestination() was last called.
-    bool hasDestination() const { return m_hasDestination; }
-    void setHasDestination(bool hasDestination) { m_hasDestination = hasDestination; }
+    /// The destination as it was when it was last looked at.
+    const Destination& destination() const { return m_inForce; }
+    /// Has @p inForce be the destination. When it is another one than before, the items go at once, and a listing that
+    /// runs is given up; answers whether that was so.
+    bool lookAt(const Destination& inForce);
 
-    /// Empties the list and lists @p destination. A listing that runs goes on and fills the list from where it stands;
-    /// another one is due after it.
-    void list(const Destination& destination);
-    /// The same for a folder that the user has named, where the place of a null location is not asked about.
+    /// Empties the list and lists the destination @p inForce. A listing that runs goes on and fills the list from where
+    /// it stands; another one is due after it.
+    void list(const Destination& inForce);
+    /// Empties the list and lists @p folder, which the user has named. A null location is no folder, and a failure.
     void listFolder(const Destination& folder);
     /// Ends the running listing with the status "List Stopped"; none is due any more.
     void stop();
@@ -52,11 +63,18 @@ public:
 
     // What the controller reports.
 
-    /// It has said a status: that of an end, when it receives no more.
-    void statusReported();
+    /// It has said @p status: that of an end, when it receives no more.
+    void statusReported(const QString& status);
     void addEntries(const QList<ListingEntry>& entries);
 
+    /// So long a listing may bring nothing before the user is offered to end it.
+    static constexpr std::chrono::seconds patience{ 2 };
+
 signals:
+    /// Another destination is in force.
+    void destinationChanged();
+    /// What is listed from here on is another folder, or is reached by another login, than before.
+    void placeChanged();
     /// A listing of the folder @p location begins.
     void began(const QString& location);
     void entriesAdded(const QList<ListingEntry>& entries);
@@ -70,13 +88,17 @@ private:
     FTPListController& m_controller;
     ListingModel m_model;
     State m_state = State::Idle;
+    Destination m_inForce; ///< As it was when it was last looked at.
     Destination m_source; ///< What is listed, or was last.
+    QString m_failure;
+    QElapsedTimer m_sinceProgress; ///< Since the listing began or brought something.
     /// The latest listing that has brought something: of which folder, from which machine.
     struct {
         QString location;
         QHostAddress address;
     } m_answered;
-    bool m_hasDestination = false;
     bool m_isDue = false;
     bool m_isStarting = false; ///< The controller is idle until it has started, whatever it says meanwhile.
+    bool m_hasOpened = false; ///< What the controller has heard is about this listing.
+    QString m_lastStatus;
 };

@@ -2,10 +2,11 @@
 
 #include "ListingModel.h"
 #include "TableColumns.h"
+#include "TablePlace.h"
 
 #include <QHeaderView>
 #include <QMouseEvent>
-#include <QScrollBar>
+#include <QToolButton>
 
 #include <algorithm>
 #include <array>
@@ -25,7 +26,12 @@ constexpr auto pictureInterval = 80ms;
 
 ListingTable::ListingTable(QWidget* parent)
     : TextTable(parent)
+    , m_stopButton(new QToolButton(viewport()))
 {
+    m_stopButton->setObjectName(u"stopListingButton"_s);
+    m_stopButton->setText(u"Stop Listing"_s);
+    m_stopButton->hide();
+    connect(m_stopButton, &QToolButton::clicked, this, &ListingTable::stopRequested);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setDragEnabled(true);
     setAcceptDrops(true);
@@ -48,7 +54,8 @@ void ListingTable::setListing(ListingModel& model)
 {
     m_listing = &model;
     setModel(&model);
-    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &ListingTable::selectionChanges);
+    m_place = new TablePlace(*this, model);
+    connect(m_place, &TablePlace::selectionChanged, this, &ListingTable::tableViewSelectionDidChange);
     connect(&model, &QAbstractItemModel::modelAboutToBeReset, this, &ListingTable::keepPlace);
     // A view that is reset drops its selection without a word.
     connect(&model, &QAbstractItemModel::modelReset, this, &ListingTable::tableViewSelectionDidChange);
@@ -87,6 +94,28 @@ int ListingTable::selectedRow() const
     return rows.isEmpty() ? -1 : rows.first().row();
 }
 
+void ListingTable::offerStop(bool isOffered)
+{
+    if (isOffered != m_stopButton->isVisibleTo(viewport())) {
+        placeStopButton();
+        m_stopButton->setVisible(isOffered);
+    }
+}
+
+void ListingTable::placeStopButton()
+{
+    constexpr int margin = 12;
+    m_stopButton->adjustSize();
+    m_stopButton->move((viewport()->width() - m_stopButton->width()) / 2,
+                       viewport()->height() - m_stopButton->height() - margin);
+}
+
+void ListingTable::resizeEvent(QResizeEvent* event)
+{
+    TextTable::resizeEvent(event);
+    placeStopButton();
+}
+
 // Keeping the place.
 
 void ListingTable::keepPlace()
@@ -94,14 +123,7 @@ void ListingTable::keepPlace()
     if (m_listing->entries().isEmpty()) {
         return; // What is wanted from the list before stays wanted.
     }
-    if (const int row = selectedRow(); row >= 0) {
-        m_wantedName = m_listing->entries().at(row).name;
-        m_wantedRow = row;
-    }
-    if (!m_wantedScroll) {
-        m_wantedScroll = verticalScrollBar()->value();
-    }
-    m_searchedArrivals = 0;
+    m_place->keep();
     setUpdatesEnabled(false);
     m_hold.start(longestHold);
 }
@@ -109,58 +131,21 @@ void ListingTable::keepPlace()
 void ListingTable::restorePlace()
 {
     showSoon();
-    const ListEntries& entries = m_listing->entries();
-    for (; !m_wantedName.isNull() && m_searchedArrivals < entries.size(); ++m_searchedArrivals) {
-        if (entries.arrival(m_searchedArrivals).name == m_wantedName) {
-            const int row = entries.rowsOfArrivals()[static_cast<size_t>(m_searchedArrivals)];
-            m_wantedName.clear();
-            goTo(row, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-        }
-    }
-    if (m_wantedScroll) {
-        updateGeometries();
-        if (*m_wantedScroll <= verticalScrollBar()->maximum()) {
-            verticalScrollBar()->setValue(*m_wantedScroll);
-            m_wantedScroll.reset();
-        }
-    }
-}
-
-void ListingTable::forgetPlace()
-{
-    m_wantedName.clear();
-    m_wantedScroll.reset();
+    updateGeometries(); // The scroll bar knows how far it goes.
+    m_place->restore();
 }
 
 void ListingTable::listingEnded()
 {
     showSoon();
-    if (m_wantedScroll) {
-        updateGeometries();
-        verticalScrollBar()->setValue(*m_wantedScroll); // As far as there is still something.
-    }
-    if (!m_wantedName.isNull() && model()->rowCount() > 0) {
-        // The keyboard goes on from where the item was. Nothing is selected that the user has not chosen.
-        goTo(qMin(m_wantedRow, model()->rowCount() - 1), QItemSelectionModel::NoUpdate);
-    }
-    forgetPlace();
+    updateGeometries();
+    m_place->end();
 }
 
-void ListingTable::goTo(int row, QItemSelectionModel::SelectionFlags flags)
+void ListingTable::placeChanged()
 {
-    m_isRestoring = true;
-    setAutoScroll(false); // The place that shows is the user's.
-    selectionModel()->setCurrentIndex(model()->index(row, 0), flags);
-    setAutoScroll(true);
-    m_isRestoring = false;
-}
-
-void ListingTable::selectionChanges()
-{
-    if (!m_isRestoring && selectionModel()->hasSelection()) {
-        m_wantedName.clear(); // A new selection replaces the wanted one.
-    }
-    emit tableViewSelectionDidChange();
+    m_place->forget();
+    showAgain();
 }
 
 /// Shows what the table holds, at once when the last picture is old enough.
@@ -187,7 +172,7 @@ void ListingTable::keyPressEvent(QKeyEvent* event)
     showAgain();
     static constexpr std::array modifiers{ Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, Qt::Key_AltGr, Qt::Key_Meta };
     if (std::find(modifiers.begin(), modifiers.end(), event->key()) == modifiers.end()) {
-        m_wantedScroll.reset(); // Not for those alone: they are part of going to another window.
+        m_place->forgetScroll(); // Not for those alone: they are part of going to another window.
     }
     const bool isArrow = event->key() == Qt::Key_Down || event->key() == Qt::Key_Up;
     if (isArrow && event->modifiers() == Qt::NoModifier && currentIndex().isValid()
@@ -202,7 +187,7 @@ void ListingTable::keyPressEvent(QKeyEvent* event)
 void ListingTable::mousePressEvent(QMouseEvent* event)
 {
     showAgain();
-    forgetPlace();
+    m_place->forget();
     TextTable::mousePressEvent(event);
     if (!indexAt(event->position().toPoint()).isValid()) {
         clearSelection();
@@ -220,7 +205,7 @@ void ListingTable::mouseDoubleClickEvent(QMouseEvent* event)
 
 void ListingTable::wheelEvent(QWheelEvent* event)
 {
-    m_wantedScroll.reset();
+    m_place->forgetScroll();
     TextTable::wheelEvent(event);
 }
 

@@ -9,9 +9,9 @@
 #include <QString>
 #include <QTimer>
 
-#include <optional>
-
 class ListingModel;
+class QToolButton;
+class TablePlace;
 
 /// The table of the destination folder. What the user sees stays in place while the folder is listed again: the
 /// selected name, the scroll position, and for a moment the old picture.
@@ -32,8 +32,14 @@ public:
     int selectedRow() const;
     /// All items have come: what has not come back by now is gone.
     void listingEnded();
+    /// The list is about another folder than before: nothing comes back, and the old picture goes at once.
+    void placeChanged();
+
+    /// Whether a button on the table offers to end the listing that runs.
+    void offerStop(bool isOffered);
 
 signals:
+    void stopRequested();
     void sortDescriptorsDidChange();
     void tableViewSelectionDidChange();
     /// The user drags an item whose name no file can have.
@@ -48,6 +54,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void startDrag(Qt::DropActions actions) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
@@ -59,11 +66,9 @@ protected:
 private:
     void setUpHeaders();
     void setDefaultWidths();
+    void placeStopButton();
     void keepPlace();
     void restorePlace();
-    void forgetPlace();
-    void selectionChanges();
-    void goTo(int row, QItemSelectionModel::SelectionFlags flags);
     void showSoon();
     void showAgain();
     TableDrop dropAt(const QPoint& point) const;
@@ -72,11 +77,8 @@ private:
     QPixmap dragPicture(int row) const;
 
     ListingModel* m_listing = nullptr;
-    QString m_wantedName; ///< Of the item that was selected before the list was emptied; null: none.
-    int m_wantedRow = -1; ///< Where that item was.
-    bool m_isRestoring = false; ///< What is selected now, the user has not chosen now.
-    std::optional<int> m_wantedScroll;
-    int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.
+    QToolButton* m_stopButton;
+    TablePlace* m_place = nullptr; ///< Of m_listing.
     QTimer m_hold{ this }; ///< Runs while the old picture stays.
     TableDragging* m_dragging = nullptr;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the table.

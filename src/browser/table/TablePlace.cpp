@@ -1,0 +1,77 @@
+#include "TablePlace.h"
+
+#include "ListingModel.h"
+
+#include <QScrollBar>
+#include <QTableView>
+
+TablePlace::TablePlace(QTableView& table, ListingModel& listing)
+    : QObject(&table)
+    , m_table(table)
+    , m_listing(listing)
+{
+    connect(table.selectionModel(), &QItemSelectionModel::selectionChanged, this, &TablePlace::selectionChanges);
+}
+
+void TablePlace::keep()
+{
+    if (const QModelIndexList rows = m_table.selectionModel()->selectedRows(); !rows.isEmpty()) {
+        m_wantedRow = rows.first().row();
+        m_wantedName = m_listing.entries().at(m_wantedRow).name;
+    }
+    if (!m_wantedScroll) {
+        m_wantedScroll = m_table.verticalScrollBar()->value();
+    }
+    m_searchedArrivals = 0;
+}
+
+void TablePlace::restore()
+{
+    const ListEntries& entries = m_listing.entries();
+    for (; !m_wantedName.isNull() && m_searchedArrivals < entries.size(); ++m_searchedArrivals) {
+        if (entries.arrival(m_searchedArrivals).name == m_wantedName) {
+            const int row = entries.rowsOfArrivals()[static_cast<size_t>(m_searchedArrivals)];
+            m_wantedName.clear();
+            goTo(row, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        }
+    }
+    if (m_wantedScroll && *m_wantedScroll <= m_table.verticalScrollBar()->maximum()) {
+        m_table.verticalScrollBar()->setValue(*m_wantedScroll);
+        m_wantedScroll.reset();
+    }
+}
+
+void TablePlace::end()
+{
+    if (m_wantedScroll) {
+        m_table.verticalScrollBar()->setValue(*m_wantedScroll); // As far as there is still something.
+    }
+    if (const int rows = m_listing.rowCount(); !m_wantedName.isNull() && rows > 0) {
+        // The keyboard goes on from where the item was. Nothing is selected that the user has not chosen.
+        goTo(qMin(m_wantedRow, rows - 1), QItemSelectionModel::NoUpdate);
+    }
+    forget();
+}
+
+void TablePlace::forget()
+{
+    m_wantedName.clear();
+    m_wantedScroll.reset();
+}
+
+void TablePlace::goTo(int row, QItemSelectionModel::SelectionFlags flags)
+{
+    m_isRestoring = true;
+    m_table.setAutoScroll(false); // The place that shows is the user's.
+    m_table.selectionModel()->setCurrentIndex(m_listing.index(row, 0), flags);
+    m_table.setAutoScroll(true);
+    m_isRestoring = false;
+}
+
+void TablePlace::selectionChanges()
+{
+    if (!m_isRestoring && m_table.selectionModel()->hasSelection()) {
+        m_wantedName.clear(); // A new selection replaces the wanted one.
+    }
+    emit selectionChanged();
+}

@@ -1,0 +1,215 @@
+#include "Delays.h"
+#include "ListingTable.h"
+#include "PreferencesController.h"
+#include "ViewControllerTest.h"
+
+#include <QMessageBox>
+#include <QMimeData>
+#include <QSignalSpy>
+
+namespace {
+
+/// The listed folder and the destination in force come apart.
+class DestinationChangeTest : public ViewControllerTest {
+protected:
+    DestinationChangeTest()
+    {
+        m_controller->setItemOperations({
+            .deleteFileNamed =
+                [this](const QByteArray& name, const FMServer& /*server*/) {
+                    m_deleted.append(QString::fromUtf8(name));
+                    return ItemOutcome::Done;
+                },
+            .createNewFolder = {},
+        });
+        list({ u"a"_s, u"b"_s });
+    }
+
+    ListingTable& table() { return control<ListingTable>("destinationListingTable"); }
+    static ListingEntry entry(const QString& name)
+    {
+        ListingEntry entry;
+        entry.name = name;
+        entry.type = ListingEntry::plainFileType;
+        return entry;
+    }
+    /// Lists the destination, which holds files of @p names.
+    void list(const QStringList& names)
+    {
+        m_controller->listFTPDestination();
+        arrive(names);
+    }
+    void arrive(const QStringList& names)
+    {
+        QByteArray rows;
+        for (const QString& name : names) {
+            rows += "-rw-r--r-- 1 u g 5 Jan 1 2024 " + name.toUtf8() + "\r\n";
+        }
+        latest(Kind::Listing).sendOpenCompleted();
+        latest(Kind::Listing).sendBytes(rows);
+        latest(Kind::Listing).sendEnd();
+        tick();
+    }
+    void select(int row)
+    {
+        table().selectRow(row);
+        tick();
+    }
+
+    QStringList m_deleted;
+    const QString destinationChanged
+        = u"Destination Changed: Nothing was done to “a”, since the destination has changed."_s;
+};
+
+TEST_F(DestinationChangeTest, WithTheDestinationItsRowsAndButtonsGoAtOnce)
+{
+    select(0);
+    ASSERT_TRUE(button("deleteButton").isEnabled());
+    m_controller->listFTPDestination();
+    const FakeFTPStream& running = latest(Kind::Listing);
+    list({ u"a"_s });
+
+    m_controller->showPreferences();
+    m_controller->preferences().folderTextField()->setText(u"other"_s);
+    m_controller->preferences().doneButton();
+
+    EXPECT_TRUE(listedNames().isEmpty());
+    EXPECT_FALSE(button("deleteButton").isEnabled());
+    EXPECT_FALSE(button("downloadButton").isEnabled());
+    EXPECT_TRUE(running.isClosed());
+}
+
+TEST_F(DestinationChangeTest, AListingOfTheFormerDestinationIsGivenUp)
+{
+    m_controller->listFTPDestination();
+    latest(Kind::Listing).sendOpenCompleted();
+    ASSERT_TRUE(m_controller->lc().isReceiving());
+
+    set(u"Username"_s, u"berta"_s);
+
+    EXPECT_TRUE(waitFor([this] { return !m_controller->lc().isReceiving(); }));
+    EXPECT_TRUE(listedNames().isEmpty());
+}
+
+TEST_F(DestinationChangeTest, SettingsThatSomebodyElseHasChangedAreTheUsersWhenTheyAreQuiet)
+{
+    QSignalSpy updates(m_controller.get(), &ViewController::updateWindowTitleAndList);
+
+    set(u"Address"_s, u"elsewhere"_s);
+    ASSERT_TRUE(waitFor([this] { return listedNames().isEmpty(); }));
+    EXPECT_EQ(updates.size(), 0);
+
+    EXPECT_TRUE(waitFor([&updates] { return updates.size() == 1; }));
+}
+
+TEST_F(DestinationChangeTest, SettingsThatCannotBeReadAreNobodysWish)
+{
+    QSignalSpy updates(m_controller.get(), &ViewController::updateWindowTitleAndList);
+    const QString path = UserDefaults::standard().filePath();
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const QByteArray whole = file.readAll();
+    ASSERT_TRUE(file.resize(0) && file.write("{ \"Address\": ") > 0 && file.flush());
+    ASSERT_TRUE(waitFor([this] { return listedNames().isEmpty(); }));
+    QElapsedTimer sinceThen;
+    sinceThen.start();
+    ASSERT_TRUE(waitFor([&sinceThen] { return sinceThen.elapsed() > 1500; }));
+    EXPECT_EQ(updates.size(), 0);
+
+    ASSERT_TRUE(file.resize(0) && file.seek(0) && file.write(whole) > 0 && file.flush());
+
+    EXPECT_TRUE(waitFor([&updates] { return updates.size() == 1; }));
+}
+
+TEST_F(DestinationChangeTest, AnActionOnARowOfTheFormerDestinationDoesNothingAndSaysSo)
+{
+    select(0);
+    set(u"FTPFolder"_s, u"other"_s);
+
+    m_controller->deleteSelection();
+
+    EXPECT_EQ(shownSheets(), QStringList{ destinationChanged });
+    EXPECT_TRUE(listedNames().isEmpty());
+    m_controller->downloadSelection();
+    EXPECT_EQ(count(Kind::Download), 0);
+}
+
+TEST_F(DestinationChangeTest, ADeletionThatComesDueUnderAnotherDestinationDoesNothingAndSaysSo)
+{
+    select(0);
+    m_controller->deleteSelection();
+    answerSheet(u"Delete"_s);
+    set(u"Password"_s, u"another"_s);
+
+    passDelaysOf(*m_controller);
+
+    EXPECT_TRUE(m_deleted.isEmpty());
+    EXPECT_EQ(shownSheets(), QStringList{ destinationChanged });
+}
+
+TEST_F(DestinationChangeTest, ADeletionUnderTheSameDestinationIsDone)
+{
+    select(0);
+    m_controller->deleteSelection();
+    answerSheet(u"Delete"_s);
+
+    passDelaysOf(*m_controller);
+
+    EXPECT_EQ(m_deleted, QStringList{ u"a"_s });
+}
+
+TEST_F(DestinationChangeTest, ARowThatWasDraggedUnderAnotherDestinationIsNotFetched)
+{
+    QMimeData data;
+    ASSERT_TRUE(m_controller->writeRowsWithIndexes({ 0 }, data));
+    set(u"FTPFolder"_s, u"other"_s);
+
+    m_controller->makePromisedFile(entry(u"a"_s), m_directory.path());
+
+    EXPECT_EQ(count(Kind::Download), 0);
+    EXPECT_EQ(shownSheets(), QStringList{ destinationChanged });
+}
+
+TEST_F(DestinationChangeTest, TheSelectionStaysWithinADestinationAlone)
+{
+    select(1);
+    list({ u"a"_s, u"b"_s });
+    EXPECT_EQ(table().selectedRow(), 1);
+
+    set(u"FTPFolder"_s, u"other"_s);
+    list({ u"a"_s, u"b"_s });
+
+    EXPECT_EQ(table().selectedRow(), -1);
+    tick();
+    EXPECT_FALSE(button("deleteButton").isEnabled());
+}
+
+TEST_F(DestinationChangeTest, RowsOfAFolderThatWasListedByHandAreMarked)
+{
+    QLabel& mark = control<QLabel>("otherFolderLabel");
+    EXPECT_FALSE(mark.isVisible());
+    select(0);
+    control<QLineEdit>("destinationTextField").setText(u"elsewhere"_s);
+
+    m_controller->startStopList(&control<QPushButton>("startStopListButton"));
+    arrive({ u"a"_s });
+
+    EXPECT_TRUE(mark.isVisible());
+    EXPECT_EQ(mark.text(), u"Listed is ftp://host/in/elsewhere/, not the destination"_s);
+    EXPECT_EQ(table().selectedRow(), -1);
+    select(0);
+    m_controller->deleteSelection();
+    const auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    ASSERT_NE(sheet, nullptr);
+    QStringList words;
+    for (const QLabel* label : sheet->findChildren<QLabel*>()) {
+        words.append(label->text());
+    }
+    EXPECT_TRUE(words.contains(u"ftp://host/in/"_s)) << words.join(u'|').toStdString();
+    EXPECT_TRUE(words.contains(u"ftp://host/in/elsewhere/"_s)) << words.join(u'|').toStdString();
+
+    list({ u"a"_s });
+    EXPECT_FALSE(mark.isVisible());
+}
+
+} // namespace
