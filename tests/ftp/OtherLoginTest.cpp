@@ -201,6 +201,19 @@ TEST_F(OtherLoginTest, TheLimitHoldsForWhatATryTakesToo)
     EXPECT_EQ(m_bens.lastReply(), u"421 Only one"_s);
 }
 
+TEST_F(OtherLoginTest, BehindTheEndOfATryTheLimitReportsNothing)
+{
+    m_timeouts.login = 1s;
+    startAsBen(m_bens);
+    refuseLogin();
+    m_annas->close();
+    auto control = accept();
+    control->say("500 Go away");
+    EXPECT_EQ(m_bens.waitForEnd(), QStringList{ u"FTP 500"_s });
+
+    EXPECT_FALSE(waitFor([this] { return m_bens.log().size() > 1; }, 1200ms));
+}
+
 TEST_F(OtherLoginTest, TheLimitHoldsNoLongerThanToTheLogin)
 {
     m_timeouts.login = 1s;
