@@ -127,6 +127,17 @@ TEST_P(ReadStreamTest, ARefusedListingIsReportedWithItsCode)
     }
 }
 
+TEST_P(ReadStreamTest, AReplyOf425IsReportedWhereTheDataConnectionStands)
+{
+    startListing(u"/"_s);
+    auto control = open("LIST");
+
+    control->say("425 Nobody has come");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 425"_s });
+    EXPECT_TRUE(control->isSilent()); // PASV would lead nowhere else.
+}
+
 TEST_P(ReadStreamTest, ARefusalBehindTheDataIsAnErrorAndNoEnd)
 {
     startListing(u"/"_s);

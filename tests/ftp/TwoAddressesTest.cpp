@@ -13,8 +13,12 @@ protected:
     static void SetUpTestSuite()
     {
         network = std::make_unique<PrivateNetwork>();
-        network->nameHosts("::1 two.example\n127.0.0.1 two.example\n"
-                           "2001:db8::1 nowhere.example\n127.0.0.1 nowhere.example\n"); // No route leads to the first.
+        QByteArray hosts = "::1 two.example\n127.0.0.1 two.example\n"
+                           "2001:db8::1 nowhere.example\n127.0.0.1 nowhere.example\n"; // No route leads to the first.
+        for (int i = 1; i <= manyAddresses; ++i) {
+            hosts += "127.0.0." + QByteArray::number(i) + " many.example\n";
+        }
+        network->nameHosts(hosts);
         ASSERT_EQ(network->problem().toStdString(), "");
     }
 
@@ -34,6 +38,7 @@ protected:
         return isFound;
     }
 
+    static constexpr int manyAddresses = 10;
     static inline std::unique_ptr<PrivateNetwork> network; // Made before the peers that are in it.
     ScriptedPeer m_peerOfIPv6{ QHostAddress::LocalHostIPv6, m_peer.port() };
 };
@@ -69,6 +74,18 @@ TEST_F(TwoAddressesTest, OneThatRefusesLeavesTheOther)
     m_peerOfIPv6.stopListening();
 
     EXPECT_TRUE(goesTo(m_peer));
+}
+
+TEST_F(TwoAddressesTest, OnesThatRefuseAreFollowedByTheNextAtOnce)
+{
+    m_peer.stopListening();
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    startUploadByName("x", u"many.example"_s);
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+
+    EXPECT_LT(sinceStart.elapsed(), 1500); // Not a quarter of a second each.
 }
 
 TEST_F(TwoAddressesTest, OneThatCannotBeReachedLeavesTheOther)
