@@ -431,6 +431,7 @@ void ViewController::addListEntries(const QList<ListingEntry>& entries)
         m_listing.lookAt(DestinationSettings::destination()); // They can only be of that one.
     }
     m_listing.addEntries(entries);
+    sortListEntriesWithDescriptors(m_window.ui().destinationListingTable->sortDescriptors());
 }
 
 // The table.

@@ -179,6 +179,22 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     EXPECT_EQ(table().emptyText(), u"No destination"_s);
 }
 
+TEST_F(DestinationTableTest, WhatArrivesIsSortedAsTheTableIs)
+{
+    m_controller->addListEntries({ entry(u"b"_s), entry(u"a"_s) });
+    m_controller->sortListEntriesWithDescriptors({ { .key = u"Name"_s, .ascending = false } });
+    ASSERT_EQ(m_controller->listEntries().at(0).name, u"b"_s);
+
+    m_controller->addListEntries({ entry(u"c"_s) });
+    EXPECT_EQ(m_controller->listEntries().at(0).name, u"a"_s);
+
+    m_controller->sortListEntriesWithDescriptors({ { .key = u"Colour"_s } });
+    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
+    m_controller->addListEntries({ entry(u"e"_s), entry(u"d"_s) });
+    ASSERT_EQ(m_controller->numberOfRowsInTableView(), 2);
+    EXPECT_EQ(m_controller->listEntries().at(0).name, u"d"_s);
+}
+
 TEST_F(DestinationTableTest, TheDropAreaNamesTheFilesThatReplaceListedOnes)
 {
     auto& dropArea = control<DragDropView>("dragAndDropView");

@@ -122,5 +122,5 @@ void DestinationListing::addEntries(const QList<ListingEntry>& entries)
         m_source = m_inForce; // Nobody has listed anything: they are of the destination.
     }
     emit entriesAdded(entries);
-    m_model.add(entries); // At their places in the table's present order.
+    m_model.add(entries); // At their places in the present order.
 }

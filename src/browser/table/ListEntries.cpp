@@ -20,6 +20,11 @@ QCollator userCollator()
     return QCollator(locale.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : locale);
 }
 
+SortDescriptor firstOf(const QList<SortDescriptor>& descriptors)
+{
+    return descriptors.isEmpty() ? SortDescriptor{ .key = TableColumns::name } : descriptors.first();
+}
+
 /// The key of a name, compared where it is.
 struct NameKey {
     const QCollatorSortKey* key;
@@ -30,7 +35,7 @@ struct NameKey {
 } // namespace
 
 ListEntries::ListEntries()
-    : m_descriptor({ .key = TableColumns::name })
+    : m_descriptor(firstOf({}))
     , m_collator(userCollator())
 {
 }
@@ -80,10 +85,8 @@ void ListEntries::mergeAppended()
         mergeAppendedBy(valueOf(&ListingEntry::type));
     } else if (m_descriptor.key == TableColumns::date) {
         mergeAppendedBy(valueOf(&ListingEntry::modDate));
-    } else if (m_descriptor.key == TableColumns::mode) {
-        mergeAppendedBy(valueOf(&ListingEntry::mode));
     } else {
-        clear();
+        mergeAppendedBy(valueOf(&ListingEntry::mode));
     }
 }
 
@@ -121,12 +124,19 @@ template <typename Key> void ListEntries::mergeAppendedBy(Key key)
 
 void ListEntries::sort(const QList<SortDescriptor>& descriptors)
 {
-    m_descriptor = descriptors.isEmpty() ? SortDescriptor{ .key = TableColumns::name } : descriptors.first();
-    m_sortedCount = 0;
+    const SortDescriptor wanted = firstOf(descriptors);
+    if (!TableColumns::all.contains(wanted.key)) {
+        clear();
+        return;
+    }
+    if (wanted != m_descriptor) {
+        m_descriptor = wanted;
+        m_sortedCount = 0;
+    }
     mergeAppended();
 }
 
-bool ListEntries::isSortable() const
+bool ListEntries::isSortedBy(const QList<SortDescriptor>& descriptors) const
 {
-    return TableColumns::all.contains(m_descriptor.key);
+    return firstOf(descriptors) == m_descriptor && m_sortedCount == static_cast<ptrdiff_t>(m_order.size());
 }

@@ -42,11 +42,10 @@ public:
     /// Merges the appended items in. The result is that of sorting the whole list by its present descriptor.
     void mergeAppended();
     /// Sorts by the first of @p descriptors, by name without one. Items that compare as equal keep their order. A key
-    /// that is no column's title leaves the list empty.
+    /// that is no column's title leaves the list empty, and what comes later in its present order.
     void sort(const QList<SortDescriptor>& descriptors);
-
-    /// Whether the present descriptor names a column. Otherwise nothing can be in the list.
-    bool isSortable() const;
+    /// Whether sort() would change nothing.
+    bool isSortedBy(const QList<SortDescriptor>& descriptors) const;
 
 private:
     /// @p key answers the value of an arrival that the rows are sorted by.

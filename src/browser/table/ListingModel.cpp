@@ -23,7 +23,7 @@ void ListingModel::clear()
 
 void ListingModel::add(const QList<ListingEntry>& batch)
 {
-    if (batch.isEmpty() || !m_entries.isSortable()) {
+    if (batch.isEmpty()) {
         return;
     }
     const int end = rowCount();
@@ -35,6 +35,9 @@ void ListingModel::add(const QList<ListingEntry>& batch)
 
 void ListingModel::sortBy(const QList<SortDescriptor>& descriptors)
 {
+    if (m_entries.isSortedBy(descriptors)) {
+        return;
+    }
     if (descriptors.isEmpty() || TableColumns::all.contains(descriptors.first().key)) {
         reorder([this, &descriptors] { m_entries.sort(descriptors); });
     } else {
