@@ -166,6 +166,23 @@ TEST_F(PreferencesControllerTest, TheFieldsAreProperties)
     EXPECT_EQ(m_preferences.folderTextField(), &field);
 }
 
+TEST_F(PreferencesControllerTest, AFieldThatIsPutInAnothersPlaceIsTheOneThatCounts)
+{
+    m_preferences.showPanel();
+    QLineEdit& former = *m_preferences.addressTextField();
+    const auto shown = [this] { return control<QLabel>("destinationLabel").text(); };
+    QLineEdit field;
+
+    m_preferences.setAddressTextField(&field);
+    field.setText(u"host"_s);
+    EXPECT_EQ(shown(), u"Files go to ftp://host/"_s);
+
+    control<QLabel>("destinationLabel").clear();
+    former.setText(u"former.example"_s);
+    EXPECT_EQ(shown(), u""_s);
+    m_preferences.setAddressTextField(&former);
+}
+
 TEST_F(PreferencesControllerTest, AppearingRemembersTheFolder)
 {
     m_preferences.viewDidAppear();

@@ -373,6 +373,7 @@ TEST_F(TableDraggingTest, TheDraggedItemIsMeantAndNotAnotherOneThatShowsTheSameN
 TEST_F(TableDraggingTest, ARowThatIsNotListedPromisesNothing)
 {
     EXPECT_EQ(fulfil({ 3 }), QStringList());
+    EXPECT_EQ(fulfil({}), QStringList());
     m_controller->listFTPDestination();
     EXPECT_EQ(fulfil({ 0 }), QStringList());
 

@@ -41,12 +41,7 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     connect(m_ui->doneButton, &QPushButton::clicked, this, &PreferencesController::doneButton);
     connect(m_ui->cancelButton, &QPushButton::clicked, m_view.get(), &QDialog::reject);
     connect(m_ui->showPasswordButton, &QPushButton::toggled, this, &PreferencesController::showPassword);
-    for (const QLineEdit* field : { m_addressTextField, m_folderTextField }) {
-        connect(field, &QLineEdit::textChanged, this, &PreferencesController::showDestination);
-    }
-    for (const auto& [key, field] : fields()) {
-        connect(field, &QLineEdit::textChanged, this, &PreferencesController::clearTest);
-    }
+    connectFields();
     connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::clearTest);
     connect(m_ui->testButton, &QPushButton::clicked, this, &PreferencesController::startOrStopTest);
     connect(m_view.get(), &QDialog::finished, this, &PreferencesController::clearTest);
@@ -86,6 +81,24 @@ std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() co
                { u"Username"_s, m_usernameTextField },
                { u"Password"_s, m_passwordTextField },
                { u"FTPFolder"_s, m_folderTextField } } };
+}
+
+void PreferencesController::setField(QLineEdit*& place, QLineEdit* field)
+{
+    disconnect(place, nullptr, this, nullptr);
+    place = field;
+    connectFields();
+}
+
+void PreferencesController::connectFields()
+{
+    // One field may stand at several places.
+    for (const QLineEdit* field : { m_addressTextField, m_folderTextField }) {
+        connect(field, &QLineEdit::textChanged, this, &PreferencesController::showDestination, Qt::UniqueConnection);
+    }
+    for (const auto& [key, field] : fields()) {
+        connect(field, &QLineEdit::textChanged, this, &PreferencesController::clearTest, Qt::UniqueConnection);
+    }
 }
 
 void PreferencesController::fillFields()

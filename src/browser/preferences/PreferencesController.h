@@ -55,13 +55,13 @@ public:
     // The fields; not owned.
 
     QLineEdit* usernameTextField() const { return m_usernameTextField; }
-    void setUsernameTextField(QLineEdit* field) { m_usernameTextField = field; }
+    void setUsernameTextField(QLineEdit* field) { setField(m_usernameTextField, field); }
     QLineEdit* passwordTextField() const { return m_passwordTextField; }
-    void setPasswordTextField(QLineEdit* field) { m_passwordTextField = field; }
+    void setPasswordTextField(QLineEdit* field) { setField(m_passwordTextField, field); }
     QLineEdit* addressTextField() const { return m_addressTextField; }
-    void setAddressTextField(QLineEdit* field) { m_addressTextField = field; }
+    void setAddressTextField(QLineEdit* field) { setField(m_addressTextField, field); }
     QLineEdit* folderTextField() const { return m_folderTextField; }
-    void setFolderTextField(QLineEdit* field) { m_folderTextField = field; }
+    void setFolderTextField(QLineEdit* field) { setField(m_folderTextField, field); }
 
     /// The destination folder as it stood when the panel appeared; "/" for none.
     const QString& savedFTPFolder() const { return m_savedFTPFolder; }
@@ -93,6 +93,8 @@ private:
 
     /// The fields with the keys of their settings.
     std::array<std::pair<QString, QLineEdit*>, 4> fields() const;
+    void setField(QLineEdit*& place, QLineEdit* field);
+    void connectFields();
     void fillFields();
     QHash<QString, QJsonValue> changes() const;
     void showDestination();
