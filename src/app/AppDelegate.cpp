@@ -22,7 +22,8 @@
 #include <QMainWindow>
 #include <QProcess>
 #include <QSaveFile>
-#include <QUrl>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -36,9 +37,11 @@ constexpr int refreshDelayMs = 1000;
 
 } // namespace
 
-AppDelegate::AppDelegate(ViewController& viewController)
+AppDelegate::AppDelegate(ViewController& viewController, QUrl website)
     : m_candidate(viewController)
+    , m_website(std::move(website))
 {
+    viewController.setHasWebsite(!m_website.isEmpty());
     viewController.window().installEventFilter(this);
     const auto changed = [this](const QString& path) {
         // A file that was replaced is a new one at the same place.
@@ -214,7 +217,7 @@ void AppDelegate::copyLocationToClipboard()
 
 void AppDelegate::goToWebsite()
 {
-    QDesktopServices::openUrl(QUrl(QStringLiteral(QUILLBOX_WEBSITE)));
+    QDesktopServices::openUrl(m_website);
 }
 
 void AppDelegate::doAlert(const QString& message, const QString& added, QWidget* parentWindow,

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include <memory>
 
@@ -21,7 +22,8 @@ class AppDelegate final : public QObject {
 
 public:
     /// @p viewController controls the main window; it is found through the window from the moment that is shown.
-    explicit AppDelegate(ViewController& viewController);
+    /// @p website: the program's page on the web; empty for none.
+    explicit AppDelegate(ViewController& viewController, QUrl website = {});
     ~AppDelegate() override;
 
     // Lifecycle.
@@ -82,6 +84,7 @@ private:
     void askWhetherToQuit(const QString& warning);
 
     ViewController& m_candidate; ///< Whose window becomes the main window when it is shown.
+    QUrl m_website;
     ViewController* m_viewController = nullptr;
     QMainWindow* m_mainWindow = nullptr;
     std::unique_ptr<CopiesWindow> m_copiesWindow; ///< Null until it is first shown.

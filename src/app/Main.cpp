@@ -19,6 +19,7 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QMainWindow>
+#include <QUrl>
 
 #include <algorithm>
 #include <chrono>
@@ -89,7 +90,7 @@ int main(int argc, char** argv)
     certificateSheets.setWindow(viewController.window());
     QObject::connect(&viewController, &ViewController::userRequestedConnection, &viewController,
                      [&trust] { trust.forgetRefusals(); });
-    AppDelegate delegate(viewController);
+    AppDelegate delegate(viewController, QUrl(QStringLiteral(QUILLBOX_WEBSITE)));
     ApplicationService service(&delegate,
                                {
                                    .activate = [&delegate] { delegate.showMainWindow(); },

@@ -472,6 +472,11 @@ QString ViewController::locationOfSelection() const
 
 // The windows.
 
+void ViewController::setHasWebsite(bool hasWebsite)
+{
+    m_menu->setHasWebsite(hasWebsite);
+}
+
 void ViewController::rememberWindow()
 {
     WindowMemory::save(m_window, *m_window.ui().destinationListingTable->horizontalHeader());

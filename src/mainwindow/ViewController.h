@@ -198,6 +198,8 @@ public:
     void showManualTransfers() { m_windows.showManualTransfers(); }
     /// Unless the user has turned it off, or in any case when it is forced.
     void showWelcomeWindow(bool force) { m_windows.showWelcome(force); }
+    /// Shows the command that goes to the program's page on the web, if it has one.
+    void setHasWebsite(bool hasWebsite);
     /// Notes the sizes and columns of the main window and the history's for the next run.
     void rememberWindow();
 

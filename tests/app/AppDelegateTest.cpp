@@ -51,7 +51,8 @@ protected:
     }
     QString title() { return m_controller->window().windowTitle(); }
 
-    AppDelegate m_delegate{ *m_controller };
+    QUrl m_website{ u"https://product.example/"_s };
+    AppDelegate m_delegate{ *m_controller, m_website };
 };
 
 TEST_F(AppDelegateTest, TheTitleIsTheDestinationAfterTwoSecondsAndTheListingStartsThen)
@@ -225,13 +226,23 @@ TEST_F(AppDelegateTest, TheClipboardHoldsExactlyTheDestinationAndWithoutOneThere
     EXPECT_EQ(beeps.count(), 1);
 }
 
+TEST_F(AppDelegateTest, TheCommandOfTheWebPageShowsWhereThereIsOne)
+{
+    const QAction& command = *m_controller->window().findChild<QAction*>(u"websiteAction"_s);
+    EXPECT_TRUE(command.isVisible());
+
+    const AppDelegate without(*m_controller);
+
+    EXPECT_FALSE(command.isVisible());
+}
+
 TEST_F(AppDelegateTest, TheProductsWebPageIsOpened)
 {
     const OpenedUrls opened(u"https"_s);
 
     m_delegate.goToWebsite();
 
-    EXPECT_EQ(opened.urls(), QList<QUrl>{ QUrl(QStringLiteral(QUILLBOX_WEBSITE)) });
+    EXPECT_EQ(opened.urls(), QList<QUrl>{ m_website });
 }
 
 TEST_F(AppDelegateTest, AnAlertBeepsAndIsASheetWithAWindowAndADialogWithoutOne)

@@ -105,6 +105,9 @@ TEST_F(CommandsTest, CommandsOfTheApplicationAreHandedOn)
     QSignalSpy visits(m_controller.get(), &ViewController::goToWebsite);
 
     action("copyLocationAction").trigger();
+    EXPECT_FALSE(action("websiteAction").isVisible());
+    m_controller->setHasWebsite(true);
+    EXPECT_TRUE(action("websiteAction").isVisible());
     action("websiteAction").trigger();
 
     EXPECT_EQ(copies.size(), 1);
