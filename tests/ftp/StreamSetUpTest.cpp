@@ -341,4 +341,25 @@ TEST_F(StreamSetUpTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
     EXPECT_EQ(m_recorder.lastReply(), u"530 anna/**** is no login\\x1b"_s);
 }
 
+TEST_F(StreamSetUpTest, WhatALaterReplySaysStaysUnlessTheServerHasRepeatedThePassword)
+{
+    checkRows<QString(QByteArray)>(
+        {
+            { "never", "230 In", u"550 no secret here"_s },
+            { "a longer word", "230 In, with secrets", u"550 no secret here"_s },
+            { "in the login", "230 In by secret", u"550 no **** here"_s },
+        },
+        [this](const QByteArray& welcome) {
+            startListing(u"/"_s);
+            const auto control = greet();
+            control->answer({ "331 P", welcome, "257 \"/\"", "200 I" });
+            reopen(*control, "LIST");
+            control->say("550 no secret here");
+            EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"FTP 550"_s });
+            control->close();
+            EXPECT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+            return m_recorder.lastReply();
+        });
+}
+
 } // namespace
