@@ -1,3 +1,4 @@
+#include "DeadPort.h"
 #include "EngineConnections.h"
 #include "StreamTest.h"
 
@@ -249,6 +250,23 @@ TEST_P(KeptConnectionTest, WhatIsSaidToTheNextFileIsBelievedWhereTransfersAreNot
     m_control->say("226 Got it");
 
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(KeptConnectionTest, ALateConfirmationIsNoReasonToStoreAgain)
+{
+    const DeadPort silent(DeadPort::Kind::Full);
+    startSecond();
+    reopen(*m_control, "STOR second");
+    finishUpload(*m_control); // With a 150.
+    startUpload(u"/third"_s, "3");
+    EXPECT_EQ(m_control->hear(), "EPSV");
+    m_control->say(extendedPassive(silent.port()));
+    EXPECT_EQ(m_control->hear(), "STOR third");
+
+    m_control->say("226 Got it");
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_TRUE(m_peer.isLeftAlone()); // The server may yet act on the first.
 }
 
 TEST_P(KeptConnectionTest, ALateConfirmationEndsNoListingAndNoDownloadOfAServerThatAnnouncesThem)
