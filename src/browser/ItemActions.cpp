@@ -1,5 +1,6 @@
 #include "ItemActions.h"
 
+#include "BrowserHost.h"
 #include "DefaultApplication.h"
 #include "DestinationListing.h"
 #include "DestinationServer.h"
@@ -36,14 +37,14 @@ QString notTrustedText(const QString& whatIsNot)
 } // namespace
 
 ItemActions::ItemActions(QWidget& window, ListingTable& table, DestinationListing& listing, FTPGetController& downloads,
-                         FTPConnections& connections, Application application, QObject* parent)
+                         FTPConnections& connections, BrowserHost& host, QObject* parent)
     : QObject(parent)
     , m_window(window)
     , m_table(table)
     , m_listing(listing)
     , m_downloads(downloads)
     , m_connections(connections)
-    , m_application(std::move(application))
+    , m_host(host)
 {
 }
 
@@ -78,13 +79,13 @@ bool ItemActions::isStillInForce(const Destination& pressed, const QString& name
 
 void ItemActions::alertOtherDestination(const QString& name)
 {
-    m_application.showAlert(u"Destination Changed"_s,
-                            u"Nothing was done to “%1”, since the destination has changed."_s.arg(visibleText(name)));
+    m_host.showAlert(u"Destination Changed"_s,
+                     u"Nothing was done to “%1”, since the destination has changed."_s.arg(visibleText(name)));
 }
 
 void ItemActions::downloadSelection()
 {
-    if (m_application.alertSendingOrReceiving()) {
+    if (m_host.alertSendingOrReceiving()) {
         return;
     }
     const ListingEntry* const entry = pressedEntry();
@@ -94,14 +95,14 @@ void ItemActions::downloadSelection()
     if (entry->type == ListingEntry::plainFileType) {
         downloadFile(entry->name, QString(), entry->rawName);
     } else {
-        m_application.showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
+        m_host.showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
     }
 }
 
 void ItemActions::downloadFile(const QString& name, const QString& folder, const QByteArray& rawName)
 {
-    m_application.userRequestedConnection();
-    m_application.resetProgress();
+    m_host.connectionRequested();
+    m_host.downloadStarts();
     const QString place = DestinationSettings::fullURL(DestinationSettings::ftpFolderFromAppName());
     if (place.isNull()) {
         return;
@@ -113,22 +114,22 @@ void ItemActions::downloadFile(const QString& name, const QString& folder, const
     const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
     m_downloads.startReceive(locationOfItem(place, name, rawName), DestinationSettings::username(),
                              DestinationSettings::password(), file);
-    m_application.downloadStarted();
+    m_host.downloadStarted();
 }
 
 void ItemActions::refuseFileName(const QString& name)
 {
     // A name that the server sent never leads to another folder.
-    m_application.downloadRefused(u"Invalid Desftination File"_s,
-                                  u"“%1” is no name for a file, and was not downloaded."_s.arg(visibleText(name)));
+    m_host.downloadRefused(u"Invalid Desftination File"_s,
+                           u"“%1” is no name for a file, and was not downloaded."_s.arg(visibleText(name)));
 }
 
 void ItemActions::openDownload(const QString& path)
 {
     if (DefaultApplication::isProgram(path)) {
-        m_application.showAlert(u"File Not Opened"_s,
-                                u"\"%1\" is there, but programs, scripts and launchers are not opened."_s.arg(
-                                    visibleText(PathText::lastPathComponent(path))));
+        m_host.showAlert(u"File Not Opened"_s,
+                         u"\"%1\" is there, but programs, scripts and launchers are not opened."_s.arg(
+                             visibleText(PathText::lastPathComponent(path))));
     } else {
         DefaultApplication::open(path);
     }
@@ -136,7 +137,7 @@ void ItemActions::openDownload(const QString& path)
 
 void ItemActions::deleteSelection()
 {
-    if (m_application.alertSendingOrReceiving()) {
+    if (m_host.alertSendingOrReceiving()) {
         return;
     }
     const ListingEntry* const entry = pressedEntry();
@@ -183,7 +184,7 @@ void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
     const QString shownName = visibleText(name);
     const auto record = server();
     if (record->address().isNull() && hasIPv6Address(DestinationSettings::location())) {
-        m_application.showAlert(
+        m_host.showAlert(
             u"Cannot Delete"_s,
             u"“%1” was not deleted. Items can be deleted through IPv4 alone, and the server's address in the "
             "preferences is an IPv6 address.\n\nGive the server's name or its IPv4 address instead."_s.arg(shownName));
@@ -202,10 +203,10 @@ void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
 
 void ItemActions::createFolderButtonAction()
 {
-    if (m_application.alertSendingOrReceiving()) {
+    if (m_host.alertSendingOrReceiving()) {
         return;
     }
-    const QString name = m_application.askInput(u"Enter name of folder to create."_s);
+    const QString name = m_host.askInput(u"Enter name of folder to create."_s, u""_s);
     if (!name.isNull()) {
         createFolder(name);
     }
@@ -214,13 +215,12 @@ void ItemActions::createFolderButtonAction()
 void ItemActions::createFolder(const QString& name)
 {
     if (name.isEmpty()) {
-        m_application.showAlert(u"Folder Not Created"_s, u"Please retry with a name."_s);
+        m_host.showAlert(u"Folder Not Created"_s, u"Please retry with a name."_s);
         return;
     }
     const QString shownName = visibleText(name);
     if (m_listing.entries().contains(name)) {
-        m_application.showAlert(u"Folder Exists"_s,
-                                u"Folder \"%1\" already exists. Try another name."_s.arg(shownName));
+        m_host.showAlert(u"Folder Exists"_s, u"Folder \"%1\" already exists. Try another name."_s.arg(shownName));
         return;
     }
     run({ .panelText = u"Creating “%1”…"_s.arg(shownName),
@@ -239,17 +239,17 @@ void ItemActions::run(const Operation& operation)
 {
     const std::optional<ItemOutcome> outcome = waitFor(operation.panelText, operation.call);
     if (outcome == ItemOutcome::NotTrusted) {
-        m_application.showAlert(operation.title, operation.notTrustedText);
+        m_host.showAlert(operation.title, operation.notTrustedText);
         return;
     }
     if (outcome == ItemOutcome::Refused) {
-        m_application.showAlert(operation.title, operation.refusedText);
+        m_host.showAlert(operation.title, operation.refusedText);
         return;
     }
     if (outcome != ItemOutcome::Done) {
-        m_application.showAlert(u"No Answer"_s, operation.unansweredText);
+        m_host.showAlert(u"No Answer"_s, operation.unansweredText);
     }
-    m_application.listFTPDestination();
+    m_host.listFTPDestination();
 }
 
 /// Runs @p call while its panel says @p panelText; std::nullopt when the user has stopped waiting.

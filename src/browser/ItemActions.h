@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 
+class BrowserHost;
 class DestinationListing;
 class FTPConnections;
 class FTPGetController;
@@ -25,21 +26,9 @@ public:
     /// Between a drop or an answer and its consequence.
     static constexpr int answerDelayMs = 1000;
 
-    /// What the actions ask of the program that they belong to.
-    struct Application {
-        std::function<bool()> alertSendingOrReceiving; ///< Whether a transfer keeps them back; if so, the user knows.
-        std::function<QString(const QString& prompt)> askInput; ///< A line of text; null: none was given.
-        std::function<void(const QString& title, const QString& text)> showAlert;
-        std::function<void()> listFTPDestination;
-        std::function<void()> userRequestedConnection;
-        std::function<void()> resetProgress;
-        std::function<void()> downloadStarted; ///< The download controller has been asked to start.
-        std::function<void(const QString& status, const QString& note)> downloadRefused;
-    };
-
     /// All outlive the actions. @p window has the sheets.
     ItemActions(QWidget& window, ListingTable& table, DestinationListing& listing, FTPGetController& downloads,
-                FTPConnections& connections, Application application, QObject* parent = nullptr);
+                FTPConnections& connections, BrowserHost& host, QObject* parent = nullptr);
 
     /// Others than those of the library, for tests.
     void setOperations(ItemOperations operations) { m_operations = std::move(operations); }
@@ -87,6 +76,6 @@ private:
     DestinationListing& m_listing;
     FTPGetController& m_downloads;
     FTPConnections& m_connections;
-    Application m_application;
+    BrowserHost& m_host;
     ItemOperations m_operations = libraryItemOperations();
 };

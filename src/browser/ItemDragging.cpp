@@ -1,5 +1,6 @@
 #include "ItemDragging.h"
 
+#include "BrowserHost.h"
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
 #include "DroppedFiles.h"
@@ -18,13 +19,13 @@
 
 using namespace Qt::StringLiterals;
 
-ItemDragging::ItemDragging(QWidget& window, DestinationListing& listing, ItemActions& actions, Application application,
+ItemDragging::ItemDragging(QWidget& window, DestinationListing& listing, ItemActions& actions, BrowserHost& host,
                            QObject* parent)
     : QObject(parent)
     , m_window(window)
     , m_listing(listing)
     , m_actions(actions)
-    , m_application(std::move(application))
+    , m_host(host)
 {
 }
 
@@ -47,20 +48,20 @@ bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*dr
     const QStringList files = pasteboardHasFiles(pasteboard);
     const QStringList leftOut = otherItems(pasteboard);
     if (files.isEmpty()) {
-        m_application.uploadFiles({}, leftOut);
-        m_application.showAlert(u"No Files"_s, u"Drop files only."_s);
+        m_host.uploadFiles({}, leftOut);
+        m_host.showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;
     }
     m_droppedFiles = files;
     // Its own files, also when the next drop comes before they are handed over.
     RunLoop::dispatchAfter(ItemActions::answerDelayMs, this,
-                           [this, files, leftOut] { m_application.uploadFiles(files, leftOut); });
+                           [this, files, leftOut] { m_host.uploadFiles(files, leftOut); });
     return true;
 }
 
 bool ItemDragging::writeRowsWithIndexes(const QList<int>& rows, QMimeData& pasteboard)
 {
-    if (m_application.alertSendingOrReceiving()) {
+    if (m_host.alertSendingOrReceiving()) {
         return false;
     }
     m_dragged = DestinationSettings::destination();

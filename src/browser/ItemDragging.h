@@ -5,9 +5,9 @@
 
 #include <QObject>
 
-#include <functional>
 #include <optional>
 
+class BrowserHost;
 class DestinationListing;
 class ItemActions;
 class QWidget;
@@ -20,16 +20,8 @@ public:
     /// What the promise of a dragged row holds, as a JSON list of one text: the number of the row.
     static inline const QString promiseFormat = QStringLiteral("application/x-quillbox-promised-files");
 
-    /// What dragging asks of the program that it belongs to.
-    struct Application {
-        std::function<bool()> alertSendingOrReceiving; ///< Whether a transfer keeps it back; if so, the user knows.
-        std::function<void(const QString& title, const QString& text)> showAlert;
-        /// With the items that came with them and are no plain files.
-        std::function<void(const QStringList& paths, const QStringList& leftOut)> uploadFiles;
-    };
-
     /// All outlive the dragging. @p window has the sheets.
-    ItemDragging(QWidget& window, DestinationListing& listing, ItemActions& actions, Application application,
+    ItemDragging(QWidget& window, DestinationListing& listing, ItemActions& actions, BrowserHost& host,
                  QObject* parent = nullptr);
 
     /// The files of the last drop onto the table that was accepted.
@@ -48,7 +40,7 @@ private:
     QWidget& m_window;
     DestinationListing& m_listing;
     ItemActions& m_actions;
-    Application m_application;
+    BrowserHost& m_host;
     QStringList m_droppedFiles;
     std::optional<Destination> m_dragged; ///< The destination when the drag that is not over yet began.
 };

@@ -8,6 +8,8 @@ namespace Ui {
 class MainWindow;
 } // namespace Ui
 
+class ViewController;
+
 /// The main window and its controls.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
@@ -17,6 +19,10 @@ public:
     ~MainWindow() override;
 
     const Ui::MainWindow& ui() const { return *m_ui; }
+    /// Has the controls do what @p controller does. It outlives the window's use.
+    void connectTo(ViewController& controller);
+    /// The buttons that act on the selected item.
+    void enableItemButtons(bool isEnabled);
 
 private:
     std::unique_ptr<Ui::MainWindow> m_ui;

@@ -7,6 +7,8 @@
 #include "ViewController.h"
 #include "ui_ManualTransfers.h"
 
+using namespace Qt::StringLiterals;
+
 ManualTransfers::ManualTransfers()
     : m_ui(std::make_unique<Ui::ManualTransfers>())
 {
@@ -15,8 +17,10 @@ ManualTransfers::ManualTransfers()
 
 ManualTransfers::~ManualTransfers() = default;
 
-void ManualTransfers::connectTo(ViewController& controller)
+void ManualTransfers::connectTo(ViewController& controller, const Parts& parts)
 {
+    m_controller = &controller;
+    m_parts.emplace(parts);
     const auto on = [&controller](const QPushButton* button, auto slot) {
         QObject::connect(button, &QPushButton::clicked, &controller, slot);
     };
@@ -48,4 +52,80 @@ QString ManualTransfers::fileToUpload() const
 QString ManualTransfers::folderNameToCreate() const
 {
     return Addressing::withTrailingSlash(m_ui->folderToCreateTextField->text());
+}
+
+/// What every start begins with.
+void ManualTransfers::begin()
+{
+    m_controller->connectionRequested();
+    m_parts->indicators.resetAllProgress();
+}
+
+void ManualTransfers::startStopUpload()
+{
+    if (m_parts->uploads.isSending()) {
+        m_parts->run.stop();
+        return;
+    }
+    begin();
+    Destination folder = DestinationSettings::destination();
+    folder.location = destination();
+    m_parts->run.startManually(fileToUpload(), folder);
+    m_parts->indicators.transferStarted(m_parts->uploads, m_parts->uploads.isSending());
+}
+
+void ManualTransfers::startStopDownload()
+{
+    FTPGetController& downloads = m_parts->downloads;
+    if (downloads.isReceiving()) {
+        downloads.stopReceiveWithStatus(u"Download Stopped"_s);
+        return;
+    }
+    begin();
+    downloads.startReceive(urlToDownload(), DestinationSettings::username(), DestinationSettings::password(),
+                           QString());
+    m_parts->indicators.transferStarted(downloads, downloads.isReceiving());
+}
+
+void ManualTransfers::startStopList(const QObject* sender)
+{
+    if (m_controller->alertSendingOrReceiving()) {
+        return;
+    }
+    if (m_parts->listing.isListing()) {
+        m_parts->listing.stop();
+        return;
+    }
+    begin();
+    Destination folder = DestinationSettings::destination();
+    if (sender == m_ui->startStopListButton) {
+        folder.location = destination();
+    }
+    m_parts->listing.listFolder(folder);
+    m_parts->indicators.listingStarted(m_parts->listings, m_parts->listings.isReceiving());
+}
+
+void ManualTransfers::startStopCreate(const QObject* sender)
+{
+    if (m_controller->alertSendingOrReceiving()) {
+        return;
+    }
+    QString name = folderNameToCreate();
+    QString place = destination();
+    if (sender == m_ui->createButton) {
+        place = DestinationSettings::location();
+        name = m_controller->askInput(u"Enter name of folder to create."_s, u""_s);
+        if (name.isEmpty()) {
+            return;
+        }
+    }
+    FTPCreateController& creations = m_parts->creations;
+    // Kept: the question comes before this test, so a press while a creation runs asks and then stops it.
+    if (creations.isCreating()) {
+        creations.stopCreateWithStatus(u"Create Stopped"_s);
+        return;
+    }
+    begin();
+    creations.startCreate(name, place, DestinationSettings::username(), DestinationSettings::password());
+    m_parts->indicators.transferStarted(creations, creations.isCreating());
 }

@@ -3,12 +3,20 @@
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
 namespace Ui {
 class ManualTransfers;
 } // namespace Ui
 
+class DestinationListing;
+class FTPCreateController;
+class FTPGetController;
+class FTPListController;
+class FTPPutController;
+class UploadRun;
 class ViewController;
+class WindowIndicators;
 
 /// The window of the manual transfers, and what its fields stand for.
 class ManualTransfers final : public QWidget {
@@ -18,9 +26,25 @@ public:
     ManualTransfers();
     ~ManualTransfers() override;
 
+    /// What the transfers are made with. All outlive the window's use.
+    struct Parts {
+        FTPPutController& uploads;
+        FTPGetController& downloads;
+        FTPListController& listings;
+        FTPCreateController& creations;
+        UploadRun& run;
+        DestinationListing& listing;
+        WindowIndicators& indicators;
+    };
+
     const Ui::ManualTransfers& ui() const { return *m_ui; }
-    /// Has the buttons start and stop transfers of @p controller, which outlives the window's use.
-    void connectTo(ViewController& controller);
+    /// Has the buttons press those of @p controller, which stands behind all transfers made with @p parts.
+    void connectTo(ViewController& controller, const Parts& parts);
+
+    void startStopUpload();
+    void startStopDownload();
+    void startStopList(const QObject* sender);
+    void startStopCreate(const QObject* sender);
 
     /// The folder that the field of the destination names, "/" at its end; null without a usable address.
     QString destination() const;
@@ -29,5 +53,9 @@ public:
     QString folderNameToCreate() const;
 
 private:
+    void begin();
+
     std::unique_ptr<Ui::ManualTransfers> m_ui;
+    ViewController* m_controller = nullptr; ///< Null until connectTo().
+    std::optional<Parts> m_parts; ///< Likewise.
 };

@@ -11,6 +11,7 @@
 #include "SheetQueue.h"
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
+#include "ViewController.h"
 #include "WindowMemory.h"
 #include "ui_Welcome.h"
 
@@ -35,9 +36,8 @@ void setCheckedQuietly(QCheckBox& box, bool isChecked)
 
 } // namespace
 
-SecondaryWindows::SecondaryWindows(UploadHistory& history, FTPConnections& connections, Application application)
-    : m_history(history)
-    , m_application(std::move(application))
+SecondaryWindows::SecondaryWindows(ViewController& controller, FTPConnections& connections)
+    : m_controller(controller)
     , m_welcome(std::make_unique<Ui::Welcome>())
 {
     makePreferences(connections);
@@ -59,11 +59,7 @@ void SecondaryWindows::makePreferences(FTPConnections& connections)
                 [](const QString& address, const QString& folder) {
                     return Addressing::fullPath(address, folder, DestinationSettings::ftpFolderFromAppName());
                 },
-            .updateWindowTitleAndList =
-                [this] {
-                    m_application.userRequestedConnection();
-                    m_application.updateWindowTitleAndList();
-                },
+            .updateWindowTitleAndList = [this] { m_controller.destinationSet(); },
             .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
             .forgetCertificate =
                 [&connections](const QString& destination) {
@@ -73,7 +69,7 @@ void SecondaryWindows::makePreferences(FTPConnections& connections)
                 },
             .startConnectionTest =
                 [this, &connections](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
-                    m_application.userRequestedConnection();
+                    m_controller.connectionRequested();
                     return connections.startConnectionTest(request, std::move(handler));
                 },
         });
@@ -92,7 +88,8 @@ void SecondaryWindows::showPreferences()
 void SecondaryWindows::showHistory(const QList<int>& rows)
 {
     if (m_historyWindow == nullptr) {
-        m_historyWindow = std::make_unique<HistoryWindow>(m_history, m_application.queueAgain);
+        m_historyWindow = std::make_unique<HistoryWindow>(
+            m_controller.history(), [this](const QList<int>& chosen) { m_controller.queueAgain(chosen); });
         WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
     }
     bringToFront(*m_historyWindow);

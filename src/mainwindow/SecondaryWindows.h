@@ -5,13 +5,12 @@
 #include <QDialog>
 #include <QObject>
 
-#include <functional>
 #include <memory>
 
 class FTPConnections;
 class HistoryWindow;
 class PreferencesController;
-class UploadHistory;
+class ViewController;
 
 namespace Ui {
 class Welcome;
@@ -23,15 +22,8 @@ class SecondaryWindows final : public QObject {
     Q_OBJECT
 
 public:
-    /// What the windows ask of the program.
-    struct Application {
-        std::function<void()> userRequestedConnection;
-        std::function<void()> updateWindowTitleAndList;
-        std::function<void(const QList<int>& rows)> queueAgain; ///< Of the history.
-    };
-
-    /// All outlive the windows.
-    SecondaryWindows(UploadHistory& history, FTPConnections& connections, Application application);
+    /// The windows of @p controller. Both outlive them.
+    SecondaryWindows(ViewController& controller, FTPConnections& connections);
     ~SecondaryWindows() override;
 
     ManualTransfers& manualTransfers() { return m_manualTransfers; }
@@ -53,8 +45,7 @@ private:
     void makePreferences(FTPConnections& connections);
     void rememberWelcomeChoice(bool isTurnedOff);
 
-    UploadHistory& m_history;
-    Application m_application;
+    ViewController& m_controller;
     ManualTransfers m_manualTransfers;
     std::unique_ptr<PreferencesController> m_preferences;
     QDialog m_welcomeWindow;

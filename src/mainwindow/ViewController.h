@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BrowserHost.h"
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
 #include "FTPCreateController.h"
@@ -9,8 +10,9 @@
 #include "ItemActions.h"
 #include "ItemDragging.h"
 #include "MainWindow.h"
+#include "Pump.h"
+#include "QueueAgain.h"
 #include "SecondaryWindows.h"
-#include "TransferActivity.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
 #include "UploadRun.h"
@@ -22,7 +24,6 @@
 #include <QVariant>
 
 class FTPConnections;
-class MainMenu;
 
 /// The controller of the main window and the hub of the program: it has the stream controllers, passes their reports
 /// and the user's wishes on to the classes that each own one matter, and works the queue off by a timer.
@@ -34,7 +35,8 @@ class ViewController final : public QObject,
                              public FTPGetControllerDelegate,
                              public FTPListControllerDelegate,
                              public FTPCreateControllerDelegate,
-                             public TableDragging {
+                             public TableDragging,
+                             public BrowserHost {
     Q_OBJECT
 
 public:
@@ -73,41 +75,41 @@ public:
 
     /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. The items
     /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
-    void uploadFiles(const QStringList& paths, const QStringList& leftOut = {});
+    void uploadFiles(const QStringList& paths, const QStringList& leftOut = {}) override;
     /// Puts the files of those @p rows of the history that can work into the queue once more; asks before when they
     /// were for another destination than the one in force.
-    void queueAgain(const QList<int>& rows);
+    void queueAgain(const QList<int>& rows) { ::queueAgain(*this, rows); }
     void clearQueue() { m_queue.clear(); }
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's
     /// order.
-    QStringList filesToReplace() const;
+    QStringList filesToReplace() const { return listEntries().namesOf(m_queue.paths()); }
     const QStringList& fileUploadQueue() const { return m_queue.paths(); }
     /// What has become of each file of this run.
     UploadHistory& history() { return m_history; }
 
     /// Refreshes the window's indicators and starts the next upload; called every 10 ms.
-    void onTick();
+    void onTick() { m_pump.tick(); }
 
     // Transfers.
 
     /// Stops the running upload and the running download. The queue goes on.
     void stopButtonAction();
     /// Empties the list and lists the destination again, unless something is being sent or received.
-    void listFTPDestination();
+    void listFTPDestination() override;
     /// The same, asked for by the user. A listing that is stuck is given up before.
     void refresh();
     /// Gives the running listing up.
     void stopListing();
     const ListEntries& listEntries() const { return m_listing.entries(); }
 
-    void startStopUpload();
-    void startStopDownload();
+    void startStopUpload() { m_windows.manualTransfers().startStopUpload(); }
+    void startStopDownload() { m_windows.manualTransfers().startStopDownload(); }
     /// @p sender: the button that was pressed; startStopListButton lists what the manual field names, any other the
     /// destination.
-    void startStopList(const QObject* sender);
+    void startStopList(const QObject* sender) { m_windows.manualTransfers().startStopList(sender); }
     /// @p sender: the button that was pressed; createButton asks for a name and creates in the destination, any other
     /// takes both from the manual fields.
-    void startStopCreate(const QObject* sender);
+    void startStopCreate(const QObject* sender) { m_windows.manualTransfers().startStopCreate(sender); }
 
     // Reports of the stream controllers.
 
@@ -184,6 +186,10 @@ public:
     void setItemOperations(ItemOperations operations) { m_items.setOperations(std::move(operations)); }
     /// The location of the selected item; null without one.
     QString locationOfSelection() const;
+    void connectionRequested() override { emit userRequestedConnection(); }
+    void downloadStarts() override { m_indicators.resetProgress(); }
+    void downloadStarted() override { m_indicators.transferStarted(m_gc, m_gc.isReceiving()); }
+    void downloadRefused(const QString& status, const QString& note) override;
 
     // The windows. All belong to the controller.
 
@@ -196,6 +202,8 @@ public:
     void showPreferences() { m_windows.showPreferences(); }
     void showHistory() { m_windows.showHistory({}); }
     void showManualTransfers() { m_windows.showManualTransfers(); }
+    /// The user has set where files go.
+    void destinationSet();
     /// Unless the user has turned it off, or in any case when it is forced.
     void showWelcomeWindow(bool force) { m_windows.showWelcome(force); }
     /// Shows the command that goes to the program's page on the web, if it has one.
@@ -206,11 +214,11 @@ public:
     // Small window operations.
 
     /// A sheet with the one button "OK"; nothing while the window is not shown.
-    void showAlert(const QString& title, const QString& text);
+    void showAlert(const QString& title, const QString& text) override;
     /// Whether something is being sent or received; if so, the user has been told.
-    bool alertSendingOrReceiving();
+    bool alertSendingOrReceiving() override;
     /// Asks for one line of text, application-modal; null unless "OK" ends it.
-    QString askInput(const QString& prompt, const QString& defaultText);
+    QString askInput(const QString& prompt, const QString& defaultText) override;
     /// @p bytes as a file size.
     static QString stringForFileSize(quint64 bytes);
     /// @p value with its unit.
@@ -241,12 +249,7 @@ signals:
     void activityChanged(const TransferActivity& activity);
 
 private:
-    void connectControls();
-    void setDelegates();
-    WindowState state() const;
-    void watchDestination();
-    void startNextUpload(bool isNewSecond);
-    void reportActivity();
+    void connectParts();
     void alertIfError(const QString& status);
 
     MainWindow m_window;
@@ -262,7 +265,6 @@ private:
     ItemDragging m_dragging;
     SecondaryWindows m_windows;
     WindowIndicators m_indicators;
-    MainMenu* m_menu; ///< A child of the controller.
-    TransferActivity m_reportedActivity;
+    Pump m_pump;
     WeakAnchor m_anchor; ///< Last, so that it dies first.
 };

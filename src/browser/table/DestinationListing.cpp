@@ -105,6 +105,7 @@ void DestinationListing::statusReported(const QString& status)
     if (m_controller.hasSucceeded()) {
         m_state = State::Complete;
         m_answered = { m_source.location, m_controller.peerAddress() };
+        emit completed();
     } else {
         m_state = State::Failed;
         const QString reply = m_hasOpened ? m_controller.lastReply() : QString();

@@ -78,6 +78,8 @@ signals:
     /// A listing of the folder @p location begins.
     void began(const QString& location);
     void entriesAdded(const QList<ListingEntry>& entries);
+    /// The server has told all items; ended() follows.
+    void completed();
     /// All items have come that will.
     void ended(DestinationListing::State state);
 

@@ -1,8 +1,11 @@
 #include "ListEntries.h"
 
+#include "LocalName.h"
+#include "PathText.h"
 #include "TableColumns.h"
 
 #include <QLocale>
+#include <QSet>
 
 #include <algorithm>
 #include <iterator>
@@ -47,6 +50,22 @@ std::vector<int> ListEntries::rowsOfArrivals() const
         rows[static_cast<size_t>(m_order[row])] = static_cast<int>(row);
     }
     return rows;
+}
+
+QStringList ListEntries::namesOf(const QStringList& paths) const
+{
+    QSet<QString> listed;
+    for (const ListingEntry& entry : m_contents.entries) {
+        listed.insert(localName(entry));
+    }
+    QStringList names;
+    for (const QString& path : paths) {
+        const QString name = PathText::lastPathComponent(path);
+        if (listed.remove(name)) {
+            names.append(name);
+        }
+    }
+    return names;
 }
 
 int ListEntries::rowOf(const QString& name) const

@@ -28,6 +28,8 @@ public:
     /// The first row whose item has exactly this name; -1 without one.
     int rowOf(const QString& name) const;
     bool contains(const QString& name) const { return rowOf(name) >= 0; }
+    /// The names of the local files at @p paths that some item has, each once, in the order of the paths.
+    QStringList namesOf(const QStringList& paths) const;
 
     void clear() { takeContents(); }
     /// What takes time to destroy when it is large.

@@ -1,0 +1,97 @@
+#include "Pump.h"
+
+#include "DestinationListing.h"
+#include "DestinationSettings.h"
+#include "FTPGetController.h"
+#include "FTPPutController.h"
+#include "ModalState.h"
+#include "RunLoop.h"
+#include "UploadHistory.h"
+#include "UploadQueue.h"
+#include "UploadRun.h"
+#include "WindowIndicators.h"
+
+Pump::Pump(const Parts& parts)
+    : m_parts(parts)
+{
+}
+
+void Pump::tick()
+{
+    // While a dialog or a menu has the user's attention, nothing moves. The timer itself goes on in nested loops.
+    const bool suspended = isMainLoopSuspended();
+    RunLoop::current().setSuspended(suspended);
+    if (suspended) {
+        return;
+    }
+    const bool isNewSecond = m_parts.indicators.showDate();
+    const WindowState before = state();
+    if (!isNewSecond && before.waiting == 0 && m_parts.indicators.isShown(before)) {
+        return; // Nothing has changed and nothing waits: the window that just stands there costs next to nothing.
+    }
+    m_parts.indicators.showTransfer(before, isNewSecond);
+    startNextUpload(isNewSecond);
+    const WindowState after = state();
+    m_parts.indicators.showListing(after);
+    emit shown(after);
+    reportActivity();
+}
+
+WindowState Pump::state() const
+{
+    const DestinationListing& listing = m_parts.listing;
+    return { .isSending = m_parts.uploads.isSending(),
+             .isReceiving = m_parts.downloads.isReceiving(),
+             .waiting = m_parts.queue.size(),
+             .tally = m_parts.history.queueTally(),
+             .listing = listing.state(),
+             .listingFailure = listing.failure(),
+             .isListingStuck = listing.isStuck(),
+             .otherFolder = listing.isOfOtherFolder() ? listing.location() : QString(),
+             .isListingDue = listing.isDue(),
+             .hasDestination = !listing.destination().isNull(),
+             .isItemSelected = m_parts.indicators.isItemSelected() };
+}
+
+bool Pump::isMoving() const
+{
+    return m_parts.uploads.isSending() || m_parts.downloads.isReceiving();
+}
+
+void Pump::startNextUpload(bool isNewSecond)
+{
+    // While nothing waits, once a second is enough to notice settings that have been changed elsewhere: looking at them
+    // is most of what a tick costs.
+    if (isNewSecond || !m_parts.queue.isEmpty()) {
+        m_parts.listing.lookAt(DestinationSettings::destination());
+    }
+    if (isMoving()) {
+        return;
+    }
+    const Destination& destination = m_parts.listing.destination();
+    if (!m_parts.queue.isEmpty() && !destination.isNull()) {
+        m_parts.indicators.resetProgress();
+        m_parts.run.startNext(m_parts.queue, destination);
+        m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
+    } else if (m_parts.listing.isDue() && !m_parts.listing.isListing()) {
+        m_parts.listing.setDue(false);
+        emit listingDue();
+    }
+}
+
+void Pump::reportActivity()
+{
+    const bool isSending = m_parts.uploads.isSending();
+    const float percent = m_parts.indicators.percent();
+    TransferActivity activity{ .isMoving = isMoving(),
+                               .isWaiting = !m_parts.queue.isEmpty() && !m_parts.listing.destination().isNull() };
+    if (activity.isWaiting || (isSending && m_parts.history.isQueueUnderWay())) {
+        activity.progress = m_parts.history.queueProgress(isSending ? percent : 0);
+    } else if (activity.isMoving) {
+        activity.progress = static_cast<double>(percent) / 100;
+    }
+    if (activity != m_reportedActivity) {
+        m_reportedActivity = activity;
+        emit activityChanged(activity);
+    }
+}

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QString>
+
+/// What is lost when the program ends at this moment: an upload, a download, @p waiting files in the queue. Null when
+/// nothing is.
+QString quitWarning(bool isSending, bool isReceiving, qsizetype waiting);
