@@ -85,10 +85,10 @@ void AppDelegate::applicationDidBecomeActive()
     updateWindowTitleAndList();
 }
 
-void AppDelegate::openFiles(const QStringList& paths)
+void AppDelegate::openFiles(const QStringList& paths, const QStringList& leftOut)
 {
     if (ViewController* const controller = ourViewController()) {
-        controller->uploadFiles(paths);
+        controller->uploadFiles(paths, leftOut);
     }
 }
 

@@ -31,8 +31,9 @@ public:
     /// From here on the delegate hears when the application becomes active.
     void applicationDidFinishLaunching();
     void applicationDidBecomeActive();
-    /// Files opened with the application: they join the queue as they are. Without a main window they are lost.
-    void openFiles(const QStringList& paths);
+    /// Files opened with the application: they join the queue as they are; @p leftOut came with them and are no local
+    /// files. Without a main window they are lost.
+    void openFiles(const QStringList& paths, const QStringList& leftOut = {});
 
     /// The user's session is about to end: until the user does something here again, closing the window asks nothing.
     /// Called when the application hears of it.

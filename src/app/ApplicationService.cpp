@@ -117,15 +117,15 @@ void ApplicationService::Activate(const QVariantMap& /*platformData*/, const QDB
 void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
     QStringList files;
+    QStringList others;
     for (const QString& uri : uris) {
-        if (const QString path = localPath(QUrl(uri)); !path.isNull()) {
-            files.append(path);
-        }
+        const QString path = localPath(QUrl(uri));
+        (path.isNull() ? others : files).append(path.isNull() ? uri : path);
     }
-    serve(call, [this, files] {
+    serve(call, [this, files, others] {
         m_handler.activate();
-        if (!files.isEmpty()) {
-            m_handler.open(files);
+        if (!files.isEmpty() || !others.isEmpty()) {
+            m_handler.open(files, others);
         }
     });
 }

@@ -17,7 +17,8 @@ class ApplicationService final : public QDBusAbstractAdaptor {
 public:
     struct Handler {
         std::function<void()> activate; ///< Bring the window to the front.
-        std::function<void(const QStringList&)> open; ///< Take these local files, absolute paths.
+        /// Take these local files, absolute paths, and know of other URIs that came with them.
+        std::function<void(const QStringList& files, const QStringList& others)> open;
         std::function<void(const QString&)> action; ///< Do what the launcher's action of that name says, if known.
     };
 

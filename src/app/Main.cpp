@@ -94,7 +94,9 @@ int main(int argc, char** argv)
     ApplicationService service(&delegate,
                                {
                                    .activate = [&delegate] { delegate.showMainWindow(); },
-                                   .open = [&delegate](const QStringList& files) { delegate.openFiles(files); },
+                                   .open = [&delegate](const QStringList& files, const QStringList& others) {
+                                       delegate.openFiles(files, others);
+                                   },
                                    .action = [&viewController](const QString& name) { act(viewController, name); },
                                });
     DesktopIntegration desktop(

@@ -58,11 +58,6 @@ void MainMenu::connectActions()
                                              ui.newFolderAction, ui.refreshAction, ui.stopListingAction });
 }
 
-void MainMenu::setHasWebsite(bool hasWebsite)
-{
-    m_window.ui().websiteAction->setVisible(hasWebsite);
-}
-
 void MainMenu::watchClipboard()
 {
     const QClipboard* const clipboard = QApplication::clipboard();

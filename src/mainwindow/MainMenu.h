@@ -15,9 +15,6 @@ public:
     /// Connects the commands of @p window with what @p controller does. Both outlive the menus.
     MainMenu(MainWindow& window, ViewController& controller);
 
-    /// Whether the program has a page on the web to go to; at first it has none.
-    void setHasWebsite(bool hasWebsite);
-
     /// Enables what can be done in @p state.
     void show(const WindowState& state);
 

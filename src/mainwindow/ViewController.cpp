@@ -244,7 +244,7 @@ QString ViewController::locationOfSelection() const
 
 void ViewController::setHasWebsite(bool hasWebsite)
 {
-    m_menu->setHasWebsite(hasWebsite);
+    m_window.ui().websiteAction->setVisible(hasWebsite);
 }
 
 void ViewController::rememberWindow()

@@ -35,12 +35,17 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
 {
     QObject parent;
     QList<QStringList> opened;
+    QStringList others;
     QStringList acted;
     int activated = 0;
     ApplicationService service(&parent,
                                {
                                    .activate = [&activated] { ++activated; },
-                                   .open = [&opened](const QStringList& files) { opened.append(files); },
+                                   .open =
+                                       [&opened, &others](const QStringList& files, const QStringList& rest) {
+                                           opened.append(files);
+                                           others += rest;
+                                       },
                                    .action = [&acted](const QString& name) { acted.append(name); },
                                });
 
@@ -55,7 +60,9 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
     EXPECT_EQ(activated, 3);
     service.Open({ u"http://host/c"_s }, {}, {});
     EXPECT_EQ(activated, 4);
-    EXPECT_EQ(opened.size(), 1);
+    EXPECT_EQ(opened.size(), 2);
+    EXPECT_EQ(opened.last(), QStringList());
+    EXPECT_EQ(others, (QStringList{ u"http://host/c"_s, u"http://host/c"_s }));
 }
 
 TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsInTheirOrder)
@@ -66,7 +73,7 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
         &parent,
         {
             .activate = [&served] { served.append(u"activate"_s); },
-            .open = [&served](const QStringList& files) { served.append(u"open "_s + files.join(u' ')); },
+            .open = [&served](const QStringList& files, const QStringList& /*others*/) { served.append(u"open "_s + files.join(u' ')); },
             .action = [&served](const QString& name) { served.append(name); },
         });
     const QDBusMessage call = QDBusMessage::createMethodCall(u"io.github.test"_s, u"/test"_s, QString(), u"Open"_s);
