@@ -41,10 +41,9 @@ void requireMainThread(const char* operation)
             operation);
 }
 
-/// Blanks of all widths and tabs, but no line breaks.
 bool isBlank(QChar c)
 {
-    return c == u'\t' || c.category() == QChar::Separator_Space;
+    return c == u' ' || c == u'\t';
 }
 
 QString withoutBlanksAround(const QString& text)

@@ -23,9 +23,9 @@ public:
     /// Replaces the source of hasConnectivity(); null brings the kernel's word back.
     static void setReachabilitySource(ReachabilitySource source);
 
-    /// The FTP location that @p string stands for: blanks around it are dropped, "ftp://" is put before an address
-    /// without a scheme. Null for null, for nothing but blanks, another scheme, and what cannot stand in a URL. Warns
-    /// the user a second later when there is no connection, and answers all the same.
+    /// The FTP location that @p string stands for: blanks and tabs around it are dropped, "ftp://" is put before an
+    /// address without a scheme. Null for null, for nothing but blanks, another scheme, and what cannot stand in a URL.
+    /// Warns the user a second later when there is no connection, and answers all the same.
     QString smartURLForString(const QString& string) const;
 
     /// Where a download of @p filename goes: @p toFile unchanged, unless that is null; then a file of a name that
