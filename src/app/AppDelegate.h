@@ -46,6 +46,10 @@ public:
     ViewController* ourViewController();
     /// The application's main window when it was last looked for; null while none is shown.
     QMainWindow* mainWindow() const { return m_mainWindow; }
+    void setMainWindow(QMainWindow* window) { m_mainWindow = window; }
+    /// The controller that ourViewController() has found; null before.
+    ViewController* viewController() const { return m_viewController; }
+    void setViewController(ViewController* viewController) { m_viewController = viewController; }
 
     // Commands.
 

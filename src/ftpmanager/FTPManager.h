@@ -106,6 +106,25 @@ public:
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
     quint64 fileSizeOf(const QUrl& fileURL) const;
 
+    // Where the running operation stands. Its own thread may ask, as in a report of progress, and anybody while nothing
+    // runs; the streams are null then.
+
+    const char* buffer() const { return m_buffer.data(); }
+    /// The first byte of the buffer that has not been passed on.
+    quint64 bufferOffset() const { return m_bufferOffset; }
+    /// The end of the bytes in it.
+    quint64 bufferLimit() const { return m_bufferLimit; }
+    /// What is being uploaded.
+    UploadSource* fileReader() const { return m_fileReader.get(); }
+    /// Where a download goes.
+    FileOutputStream* fileWriter() const { return m_fileWriter.get(); }
+    /// Of a listing or a download.
+    FTPReadStream* serverReadStream() const { return m_serverReadStream.get(); }
+    /// Of an upload or a new folder.
+    FTPWriteStream* serverStream() const { return m_serverStream.get(); }
+    /// What has come of a listing.
+    const QByteArray& directoryListingData() const { return m_directoryListingData; }
+
     /// How far the running upload or download has come. std::nullopt when none runs or its size is 0 or unknown.
     std::optional<FTPManagerProgress> progress() const;
 

@@ -60,7 +60,6 @@ DragDropView::DragDropView(QWidget* parent)
     , m_textView(new QPlainTextEdit(this))
 {
     QAccessible::installFactory(accessibleDropArea); // More than once does no harm.
-    setAcceptDrops(true);
     setFocusPolicy(Qt::TabFocus);
     m_textView->setObjectName(u"textView"_s);
     m_textView->setAccessibleName(u"Queued files"_s);
@@ -74,6 +73,13 @@ DragDropView::DragDropView(QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(16, 14, 16, 14);
     layout->addWidget(m_textView);
+    awakeFromNib();
+}
+
+void DragDropView::awakeFromNib()
+{
+    setAcceptDrops(true);
+    m_droppedFiles.clear();
 }
 
 Qt::DropAction DragDropView::draggingEntered(const QMimeData& pasteboard)

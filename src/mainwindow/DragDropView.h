@@ -13,13 +13,17 @@ class DragDropView final : public QFrame {
 
 public:
     explicit DragDropView(QWidget* parent = nullptr);
+    /// Makes the view ready for drops; called once, when it is made.
+    void awakeFromNib();
 
     /// Receives the accepted files. Not owned; null: nobody.
+    ViewController* viewController() const { return m_viewController; }
     void setViewController(ViewController* viewController) { m_viewController = viewController; }
 
     bool highlight() const { return m_highlight; }
     /// The files of the last accepted drop.
     const QStringList& droppedFiles() const { return m_droppedFiles; }
+    void setDroppedFiles(const QStringList& paths) { m_droppedFiles = paths; }
     QPlainTextEdit* textView() const { return m_textView; }
 
     /// A drag has come over the view: highlights it, and answers copy when it names files, otherwise no action.

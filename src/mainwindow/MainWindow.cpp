@@ -29,7 +29,6 @@ void MainWindow::connectTo(ViewController& controller)
     connect(table, &ListingTable::tableViewSelectionDidChange, &controller,
             [&controller, table] { controller.tableViewSelectionDidChange(table); });
     connect(table, &ListingTable::sortDescriptorsDidChange, &controller, &ViewController::sortDescriptorsDidChange);
-    connect(table, &ListingTable::doubleClicked, &controller, &ViewController::doubleAction);
     connect(table, &ListingTable::stopRequested, &controller, &ViewController::stopListing);
     connect(m_ui->stopButton, &QPushButton::clicked, &controller, &ViewController::stopButtonAction);
     connect(m_ui->clearQueueButton, &QPushButton::clicked, &controller, &ViewController::clearQueue);

@@ -36,6 +36,19 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
     , m_pump({ m_pc, m_gc, m_history, m_queue, m_run, m_listing, m_indicators })
 {
+    awakeFromNib();
+    viewDidLoad();
+}
+
+ViewController::~ViewController() = default;
+
+void ViewController::awakeFromNib()
+{
+    connect(m_window.ui().destinationListingTable, &ListingTable::doubleClicked, this, &ViewController::doubleAction);
+}
+
+void ViewController::viewDidLoad()
+{
     m_gc.setDelegate(m_anchor.ref<FTPGetControllerDelegate>(this));
     m_pc.setDelegate(m_anchor.ref<FTPPutControllerDelegate>(this));
     m_lc.setDelegate(m_anchor.ref<FTPListControllerDelegate>(this));
@@ -53,8 +66,6 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     connect(timer, &QTimer::timeout, this, &ViewController::onTick);
     timer->start(10ms);
 }
-
-ViewController::~ViewController() = default;
 
 void ViewController::connectParts()
 {

@@ -45,6 +45,13 @@ public:
     ViewController(FTPStreamFactory& streams, FTPConnections& connections);
     ~ViewController() override;
 
+    // Both are called once, when the controller is made.
+
+    /// Has a double click on a row of the table download it.
+    void awakeFromNib();
+    /// Connects the controls with what they do, and starts the timer.
+    void viewDidLoad();
+
     // Settings and destination: see DestinationSettings.
 
     static QString username() { return DestinationSettings::username(); }

@@ -20,6 +20,7 @@ public:
     explicit FTPCreateController(FTPStreamFactory& streams);
     ~FTPCreateController() override; ///< Stops with the status "Stopped".
 
+    WeakRef<FTPCreateControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPCreateControllerDelegate> delegate);
 
     /// Starts to create the folder @p name, with or without a "/" at its end, in the folder @p destination. While one

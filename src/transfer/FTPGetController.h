@@ -37,6 +37,7 @@ public:
     FTPGetController(FTPStreamFactory& streams, const UserDefaults& defaults, FileOpener openFile);
     ~FTPGetController() override; ///< Stops with the status "Stopped".
 
+    WeakRef<FTPGetControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPGetControllerDelegate> delegate);
 
     /// Starts a download of the file at @p address to the local path @p file, whose contents are replaced; null means
@@ -51,6 +52,8 @@ public:
 
     /// The local file of the running download, else null.
     const QString& filePath() const { return m_filePath; }
+    /// That file; null while no download runs.
+    FileOutputStream* fileStream() const { return m_fileStream.get(); }
     /// Bytes that the server announced, -1 when it did not.
     qint64 fileSize() const { return m_fileSize; }
     qint64 totalBytesWritten() const { return m_totalBytesWritten; }

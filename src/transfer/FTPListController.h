@@ -34,6 +34,7 @@ public:
     explicit FTPListController(FTPStreamFactory& streams, LineParser parseLine = parseListingLine);
     ~FTPListController() override; ///< Stops with the status "Stopped".
 
+    WeakRef<FTPListControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPListControllerDelegate> delegate);
 
     /// Starts to list the folder at @p address; ignored while a listing runs. Without both user name and password (null

@@ -34,6 +34,7 @@ public:
     explicit FTPPutController(FTPStreamFactory& streams);
     ~FTPPutController() override; ///< Stops with the status "Stopped".
 
+    WeakRef<FTPPutControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPPutControllerDelegate> delegate);
 
     /// Starts an upload of the file at @p filePath, under its own name, to the folder @p destination. While one runs,
@@ -50,6 +51,8 @@ public:
     /// changes nothing. It is known before the status of the end is reported.
     const UploadOutcome& outcome() const { return m_outcome; }
 
+    /// The file that is being sent; null while no upload runs.
+    FileInputStream* fileStream() const { return m_fileStream.get(); }
     /// Bytes read from the file and not yet taken by the network: those from bufferOffset() to bufferLimit().
     const char* buffer() const { return m_buffer.data(); }
     quint64 bufferOffset() const { return m_bufferOffset; }

@@ -54,6 +54,8 @@ public:
         return m_networkStream != nullptr ? m_networkStream->peerAddress() : m_peerAddress;
     }
 
+    /// The open stream; null exactly while nothing runs.
+    Stream* networkStream() const { return m_networkStream.get(); }
     /// The loop that the stream reports from; null before the first start.
     RunLoop* ourRunLoop() const { return m_ourRunLoop; }
 
@@ -78,9 +80,6 @@ protected:
     };
 
     StreamController() = default;
-
-    /// The open stream; null exactly while nothing runs.
-    Stream* networkStream() const { return m_networkStream.get(); }
 
     /// Takes @p stream, gives it the encryption and the login, and opens it. False when there is no stream or it
     /// refuses one of them: then the controller has been stopped with the status that says so.

@@ -195,12 +195,25 @@ TEST_F(AppDelegateTest, WithoutAMainWindowNothingIsFoundRefreshedOrOpened)
 TEST_F(AppDelegateTest, OnceFoundTheControllerIsKept)
 {
     m_controller->window().show();
+    EXPECT_EQ(m_delegate.viewController(), nullptr);
     ASSERT_EQ(m_delegate.ourViewController(), m_controller.get());
+    EXPECT_EQ(m_delegate.viewController(), m_controller.get());
 
     m_controller->window().hide();
 
     EXPECT_EQ(m_delegate.ourViewController(), m_controller.get());
     EXPECT_EQ(m_delegate.mainWindow(), nullptr);
+}
+
+TEST_F(AppDelegateTest, AControllerThatIsSetIsTheOneThatCounts)
+{
+    m_delegate.setViewController(m_controller.get()); // Without a window on the screen it would find none.
+
+    m_delegate.openFiles({ u"/missing"_s });
+
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ u"/missing"_s });
+    m_delegate.setMainWindow(&m_controller->window());
+    EXPECT_EQ(m_delegate.mainWindow(), &m_controller->window());
 }
 
 TEST_F(AppDelegateTest, OpenedFilesAreQueuedAsTheyAre)

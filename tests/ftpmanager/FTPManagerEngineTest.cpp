@@ -25,12 +25,19 @@ public:
     void ftpManagerUploadProgressDidChange(const std::optional<FTPManagerProgress>& progress) override
     {
         uploads.push_back(progress);
+        if (look != nullptr) {
+            look();
+        }
     }
     void ftpManagerDownloadProgressDidChange(const std::optional<FTPManagerProgress>& progress) override
     {
         downloads.push_back(progress);
+        if (look != nullptr) {
+            look();
+        }
     }
 
+    std::function<void()> look; ///< Called at each report, if it is set.
     std::vector<std::optional<FTPManagerProgress>> uploads;
     std::vector<std::optional<FTPManagerProgress>> downloads;
 };
@@ -122,6 +129,45 @@ TEST_F(FTPManagerEngineTest, AnUploadReportsEveryPartThatWasTaken)
     expectProgress(m_delegate.uploads[0], 10, 3, 3, 0.3F);
     expectProgress(m_delegate.uploads[1], 10, 7, 10, 1.0F);
     EXPECT_TRUE(m_delegate.downloads.empty());
+}
+
+TEST_F(FTPManagerEngineTest, WhereAnUploadStandsCanBeAskedWhileItReports)
+{
+    m_streams.next.writeAnswers = { 3 };
+    play({ OpenCompleted, HasSpaceAvailable, HasSpaceAvailable, HasSpaceAvailable });
+    std::vector<std::pair<quint64, quint64>> places;
+    m_delegate.look = [this, &places] {
+        places.emplace_back(m_manager.bufferOffset(), m_manager.bufferLimit());
+        EXPECT_EQ(QByteArray(m_manager.buffer(), 10), "0123456789"_ba);
+        EXPECT_NE(m_manager.fileReader(), nullptr);
+        EXPECT_NE(m_manager.serverStream(), nullptr);
+        EXPECT_EQ(m_manager.serverReadStream(), nullptr);
+    };
+
+    EXPECT_TRUE(upload("0123456789"));
+
+    EXPECT_EQ(places, (std::vector<std::pair<quint64, quint64>>{ { 3, 10 }, { 10, 10 } }));
+    EXPECT_EQ(m_manager.fileReader(), nullptr);
+    EXPECT_EQ(m_manager.serverStream(), nullptr);
+}
+
+TEST_F(FTPManagerEngineTest, WhereADownloadStandsCanBeAskedWhileItReports)
+{
+    m_streams.next.resourceSize = 4;
+    m_streams.next.readAnswers = { "0123"_ba };
+    play({ OpenCompleted, HasBytesAvailable, HasBytesAvailable });
+    m_delegate.look = [this] {
+        EXPECT_NE(m_manager.fileWriter(), nullptr);
+        EXPECT_NE(m_manager.serverReadStream(), nullptr);
+        EXPECT_EQ(m_manager.serverStream(), nullptr);
+    };
+
+    EXPECT_TRUE(download());
+
+    EXPECT_FALSE(m_delegate.downloads.empty());
+    EXPECT_EQ(m_manager.fileWriter(), nullptr);
+    EXPECT_EQ(m_manager.serverReadStream(), nullptr);
+    EXPECT_EQ(m_manager.directoryListingData(), QByteArray());
 }
 
 TEST_F(FTPManagerEngineTest, AnUploadedFileReportsEveryPartThatWasTaken)

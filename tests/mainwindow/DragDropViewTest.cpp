@@ -44,6 +44,21 @@ protected:
     QMimeData m_data;
 };
 
+TEST_F(DragDropViewTest, IsMadeReadyForDropsWithoutAnyBefore)
+{
+    EXPECT_TRUE(view().acceptDrops());
+    EXPECT_EQ(view().viewController(), m_controller.get());
+    EXPECT_EQ(view().droppedFiles(), QStringList());
+    view().setDroppedFiles({ u"/a"_s });
+    EXPECT_EQ(view().droppedFiles(), QStringList{ u"/a"_s });
+    EXPECT_TRUE(view().performDragOperation());
+
+    view().awakeFromNib();
+
+    EXPECT_EQ(view().droppedFiles(), QStringList());
+    EXPECT_FALSE(view().performDragOperation());
+}
+
 TEST_F(DragDropViewTest, ADragOfTextHighlightsAndOffersNothing)
 {
     m_data.setText(u"text"_s);

@@ -39,6 +39,8 @@ TEST_F(FTPCreateControllerTest, ASuccessfulCreationReportsItsStepsInOrder)
 {
     start(u"new"_s);
     EXPECT_TRUE(m_controller->isCreating());
+    EXPECT_NE(m_controller->networkStream(), nullptr);
+    EXPECT_EQ(m_controller->delegate().get(), m_delegate.get());
     EXPECT_EQ(countChange(), 1);
     m_streams.last().sendOpenCompleted();
     m_streams.last().sendEndEncountered();
@@ -47,6 +49,7 @@ TEST_F(FTPCreateControllerTest, ASuccessfulCreationReportsItsStepsInOrder)
         m_delegate->calls,
         (QStringList{ u"Starting create..."_s, u"Started Create."_s, u"Opened connection"_s, u"Create succeeded"_s }));
     EXPECT_FALSE(m_controller->isCreating());
+    EXPECT_EQ(m_controller->networkStream(), nullptr);
     EXPECT_TRUE(m_streams.last().isClosed());
     EXPECT_TRUE(m_streams.last().written.isEmpty());
     EXPECT_EQ(countChange(), 0);

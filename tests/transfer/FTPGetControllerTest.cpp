@@ -52,6 +52,21 @@ TEST_F(FTPGetControllerTest, WithoutAnAnnouncedSizeTheFileArrivesWithoutProgress
     EXPECT_EQ(m_controller->totalBytesWritten(), 5);
 }
 
+TEST_F(FTPGetControllerTest, ItsStreamsAreThereExactlyWhileItReceives)
+{
+    EXPECT_EQ(m_controller->delegate().get(), m_delegate.get());
+    EXPECT_EQ(m_controller->networkStream(), nullptr);
+    EXPECT_EQ(m_controller->fileStream(), nullptr);
+
+    start(m_file);
+    EXPECT_NE(m_controller->networkStream(), nullptr);
+    EXPECT_NE(m_controller->fileStream(), nullptr);
+
+    m_controller->stopReceiveWithStatus(u"end"_s);
+    EXPECT_EQ(m_controller->networkStream(), nullptr);
+    EXPECT_EQ(m_controller->fileStream(), nullptr);
+}
+
 TEST_F(FTPGetControllerTest, WithAnAnnouncedSizeOfZeroThereIsNoProgress)
 {
     startReceivingFileOfSize(0);

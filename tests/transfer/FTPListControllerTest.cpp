@@ -17,6 +17,7 @@ TEST_F(FTPListControllerTest, ASuccessfulListingReportsItsStepsInOrder)
         (QStringList{ u"Starting list..."_s, u"Started List."_s, u"Opened connection"_s, u"Receiving"_s,
                       u"entries a|b"_s, u"Receiving"_s, u"entries c"_s, u"Receiving"_s, u"Listing succeeded"_s }));
     EXPECT_FALSE(m_controller->isReceiving());
+    EXPECT_EQ(m_controller->networkStream(), nullptr);
     EXPECT_TRUE(m_streams.last().isClosed());
     EXPECT_EQ(countChange(), 0);
 }
@@ -135,6 +136,8 @@ TEST_F(FTPListControllerTest, EndEncounteredAndUnknownEventsAreSaidToBeErrorsAnd
 
     EXPECT_EQ(m_delegate->calls, QStringList(6, u"Error"_s));
     EXPECT_TRUE(m_controller->isReceiving());
+    EXPECT_NE(m_controller->networkStream(), nullptr);
+    EXPECT_EQ(m_controller->delegate().get(), m_delegate.get());
     EXPECT_EQ(countChange(), 1);
 }
 

@@ -1,5 +1,6 @@
 #include "FTPPutController.h"
 
+#include "FileInputStream.h"
 #include "FileOfBytes.h"
 #include "LocalPath.h"
 #include "RunLoop.h"
@@ -88,6 +89,22 @@ TEST_F(FTPPutControllerTest, TheStreamGetsLocationLengthAndLoginBeforeItOpens)
     EXPECT_TRUE(m_controller->isSending());
     EXPECT_EQ(m_controller->ourRunLoop(), &RunLoop::current());
     EXPECT_EQ(countChange(), 1);
+}
+
+TEST_F(FTPPutControllerTest, ItsStreamsAreThereExactlyWhileItSends)
+{
+    EXPECT_EQ(m_controller->delegate().get(), m_delegate.get());
+    EXPECT_EQ(m_controller->networkStream(), nullptr);
+    EXPECT_EQ(m_controller->fileStream(), nullptr);
+
+    start(makeFile(u"a"_s, "hello"));
+    EXPECT_NE(m_controller->networkStream(), nullptr);
+    ASSERT_NE(m_controller->fileStream(), nullptr);
+    EXPECT_EQ(m_controller->fileStream()->length(), 5);
+
+    m_controller->stopSendWithStatus(u"end"_s);
+    EXPECT_EQ(m_controller->networkStream(), nullptr);
+    EXPECT_EQ(m_controller->fileStream(), nullptr);
 }
 
 TEST_F(FTPPutControllerTest, AFileWhoseNameIsNotUtf8GoesUpUnderItsBytes)
