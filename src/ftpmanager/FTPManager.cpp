@@ -7,9 +7,11 @@
 #include "FTPManagerLog.h"
 #include "FTPManagerStrings.h"
 #include "FileOutputStream.h"
+#include "FileURL.h"
+#include "LocalItem.h"
 #include "UploadSource.h"
 
-#include <QFileInfo>
+#include <QUrl>
 
 #include <functional>
 
@@ -88,8 +90,8 @@ bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
     if (!_checkFMServer(server) || fileURL.isEmpty()) {
         return false;
     }
-    const QFileInfo file(fileURL.toLocalFile());
-    if (!file.exists() || file.isDir()) {
+    const std::optional<LocalItem> file = LocalItem::at(localPath(fileURL));
+    if (!file || file->isFolder) {
         return false;
     }
     return runOnStreams<bool>(*server, [&] { return _uploadFile(fileURL, *server); });
@@ -114,7 +116,7 @@ std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* 
 bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server)
 {
     if (!_checkFMServer(server) || fileName.isEmpty() || leavesFolder(fileName) || directoryURL.isEmpty()
-        || !QFileInfo::exists(directoryURL.toLocalFile())) {
+        || !LocalItem::at(localPath(directoryURL))) {
         return false;
     }
     return runOnStreams<bool>(*server, [&] { return _downloadFile(fileName, directoryURL, *server); });
@@ -163,7 +165,7 @@ bool FTPManager::checkLogin(const FMServer* server)
 
 quint64 FTPManager::fileSizeOf(const QUrl& fileURL) const
 {
-    return static_cast<quint64>(QFileInfo(fileURL.toLocalFile()).size());
+    return static_cast<quint64>(LocalItem::at(localPath(fileURL)).value_or(LocalItem()).size);
 }
 
 bool FTPManager::_checkFMServer(const FMServer* server)

@@ -164,7 +164,7 @@ private:
 
     void begin(Action action, quint64 fileSize);
     void noteRefusedCertificate();
-    bool upload(std::unique_ptr<UploadSource> source, const QString& fileName, const FMServer& server);
+    bool upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server);
     bool run(FTPStream& stream);
     std::optional<Action> runningAction() const;
 

@@ -1,15 +1,19 @@
 #include "FTPManager.h"
 #include "FTPManagerStrings.h"
 #include "FileOutputStream.h"
+#include "FileURL.h"
 #include "ListingParser.h"
+#include "LocalItem.h"
+#include "LocalPath.h"
 #include "MacRoman.h"
 #include "PathText.h"
 #include "URLText.h"
 #include "UploadSource.h"
 
 #include <QDateTime>
-#include <QFile>
+#include <QUrl>
 
+#include <unistd.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -50,24 +54,22 @@ bool takesLogin(FTPStream* stream, const FMServer& server)
 bool FTPManager::_uploadData(const QByteArray& data, const QString& fileName, const FMServer& server)
 {
     begin(Action::Upload, static_cast<quint64>(data.size()));
-    return upload(std::make_unique<DataSource>(data), fileName, server);
+    return upload(std::make_unique<DataSource>(data), URLText::appendingPathComponent(baseURL(server), fileName),
+                  server);
 }
 
 bool FTPManager::_uploadFile(const QUrl& fileURL, const FMServer& server)
 {
     begin(Action::Upload, fileSizeOf(fileURL));
-    const QString path = fileURL.toLocalFile();
-    return upload(FileSource::create(path), PathText::lastPathComponent(path), server);
+    const QString path = localPath(fileURL);
+    const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(path));
+    return upload(FileSource::create(path), URLText::appendingPathComponent(baseURL(server), name), server);
 }
 
-bool FTPManager::upload(std::unique_ptr<UploadSource> source, const QString& fileName, const FMServer& server)
+bool FTPManager::upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server)
 {
     m_fileReader = std::move(source);
-    if (m_fileReader == nullptr) {
-        return false;
-    }
-    const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
-    if (location.isNull()) {
+    if (m_fileReader == nullptr || location.isNull()) {
         return false;
     }
     m_serverStream = m_streams->createUploadStream(location, m_fileReader->length());
@@ -106,8 +108,8 @@ std::optional<QList<ListingEntry>> FTPManager::_contentsOfServer(const FMServer&
 bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server)
 {
     begin(Action::Download, 0);
-    const QString localPath = PathText::appendingPathComponent(directoryURL.toLocalFile(), fileName);
-    m_fileWriter = std::make_unique<FileOutputStream>(localPath);
+    const QString path = PathText::appendingPathComponent(localPath(directoryURL), fileName);
+    m_fileWriter = std::make_unique<FileOutputStream>(path);
     m_fileWriter->open();
     const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
     if (location.isNull()) {
@@ -122,8 +124,8 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
     }
     // Part of a file looks like the file. Folders are left alone, should one stand in its place, and so are links that
     // lead to nothing.
-    if (QFile::exists(localPath)) {
-        QFile::remove(localPath);
+    if (LocalItem::at(path)) {
+        ::unlink(LocalPath::toBytes(path).constData());
     }
     return false;
 }

@@ -1,5 +1,8 @@
 #include "FTPManager.h"
 #include "FakeFTPStream.h"
+#include "FileOfBytes.h"
+#include "FileURL.h"
+#include "LocalPath.h"
 #include "LogRecorder.h"
 #include "Printers.h"
 
@@ -243,6 +246,19 @@ TEST_F(FTPManagerOperationsTest, AFileIsUploadedUnderItsOwnName)
     EXPECT_EQ(m_streams.last().kind, Kind::Upload);
     EXPECT_EQ(m_streams.last().location, u"ftp://host:2121/dir/50%25%20caf%C3%A9.txt"_s);
     EXPECT_EQ(m_streams.last().length, 5);
+    EXPECT_EQ(m_streams.last().written, "hello"_ba);
+}
+
+TEST_F(FTPManagerOperationsTest, AFileWhoseNameIsNotUtf8IsUploadedUnderItsBytes)
+{
+    const FileOfBytes file(m_directory.path(), "caf\xe9.txt", "hello");
+    const QUrl url(fileURI(LocalPath::fromBytes(file.path())));
+    m_streams.next.turns = { { HasSpaceAvailable }, { HasSpaceAvailable } };
+
+    EXPECT_EQ(m_manager.fileSizeOf(url), 5U);
+    EXPECT_TRUE(m_manager.uploadFile(url, m_server.get()));
+
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/caf%E9.txt"_s);
     EXPECT_EQ(m_streams.last().written, "hello"_ba);
 }
 
