@@ -62,7 +62,7 @@ class History(WindowTest):
         self.wait_for_outcomes(
             program, "Failed: FTP error 550; Directory may already exist? (queued again)", "Confirmed by the server"
         )
-        self.assertFalse(program.is_enabled("Queue Again"))
+        wait_for(lambda: not program.is_enabled("Queue Again"), "nothing to be left to queue")
 
     def test_a_file_that_shrank_on_the_server_is_flagged(self):
         self.settings()

@@ -120,6 +120,21 @@ class Start(WindowTest):
             "the files in the history, once each",
         )
 
+    def test_files_that_are_not_there_are_told_of(self):
+        self.settings()
+        program = self.start("gone", os.fsdecode(b"gone \xe9"), self.file("here"), folder=self.folder)
+        call_as_a_desktop("Open", "(asa{sv})", [f"file://{self.folder}/gone%20%FF"], {})
+        self.wait_for_files("here")
+        self.bring_to_front(program)
+
+        self.desktop.key("ctrl+h")
+
+        told = [("gone", "Not found"), ("gone ⟨0xE9⟩", "Not found"), ("here", "Confirmed by the server")]
+        told.append(("gone ⟨0xFF⟩", "Not found"))
+        wait_for(
+            lambda: [(row[0], row[4]) for row in program.rows("Files of this run")] == told, "the files in the history"
+        )
+
     def test_a_desktop_opens_files_over_the_bus(self):
         self.settings()
         self.start()
