@@ -6,7 +6,9 @@
 enum class Trouble {
     ConnectionLost, ///< The control connection has ended, or could not be made.
     Silence, ///< The server has let the limit of the present state pass.
-    Confusion, ///< 500 or 503 to a command of the set-up: the server does not understand commands ahead of replies.
+    /// 500 or 503 to a command of the set-up, or an answer out of order: the server does not understand commands ahead
+    /// of replies.
+    Confusion,
     ServiceEnding, ///< 421: the server is about to close, or allows no further login (RFC 959, section 4.2).
     UnknownFolder, ///< A kept session stands in a folder that nobody knows.
     LostDuringQuestion, ///< The connection has ended while somebody was asked about the server's certificate.

@@ -29,7 +29,7 @@ public:
         Encrypt, ///< The server has agreed to TLS: the handshake is due, and then begin().
         Ready, ///< All is settled, and no reply is pending.
         Refused, ///< The reply refuses something that the transfer needs.
-        Confused, ///< The server did not understand, or not in this order.
+        Confused, ///< The server did not understand, or not in this order, or has answered in another one.
         Unprotected, ///< Encryption, of commands or data, does not come about.
         Stray, ///< The reply cannot be one to the command.
         FolderUnknown, ///< Nobody knows where the session stands.
