@@ -215,6 +215,24 @@ TEST_P(ReadStreamTest, ADownloadShorterThanAnnouncedIsAFailure)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"bytes"_s, u"other"_s }));
 }
 
+TEST_P(ReadStreamTest, BehindAFailureNoEndIsRead)
+{
+    for (const char* reply : { "451 Disk trouble", "226 Done" }) {
+        SCOPED_TRACE(reply);
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
+        startDownload(u"/f"_s);
+        auto control = openDownload();
+        control->say("150 Comes");
+        m_data->sendBytes("hell"); // One byte less than announced.
+        m_data->close();
+        control->say(reply);
+        EXPECT_NE(m_recorder.waitForEnd().last(), u"end"_s);
+
+        char byte = 0;
+        EXPECT_EQ(static_cast<FTPReadStream*>(m_recorder.stream())->read(std::span(&byte, 1)), -1);
+    }
+}
+
 TEST_P(ReadStreamTest, ADownloadLongerThanAnnouncedArrivesWhole)
 {
     startDownload(u"/f"_s);

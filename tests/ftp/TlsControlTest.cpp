@@ -121,6 +121,41 @@ TEST_F(TlsControlTest, AConsentSentAheadDoesNotOpenTheWayToClearText)
     EXPECT_FALSE(rest.contains("secret"));
 }
 
+/// Leaves when the encryption is agreed and has not begun.
+class HastyUser final : public ControlConnectionUser {
+public:
+    ControlConnection* connection = nullptr;
+
+    void replyArrived(const FTPCommand& command, const Reply& /*reply*/) override
+    {
+        if (command.verb == FTPVerb::Greeting) {
+            connection->startEncryption();
+            connection->quit();
+        }
+    }
+    void unaskedReplyArrived(const Reply& /*reply*/) override { }
+    void encryptionStands() override { }
+    void connectionLost() override { }
+};
+
+TEST_F(TlsControlTest, OnceEncryptionIsAgreedNothingIsSaidWithoutIt)
+{
+    HastyUser user;
+    FTPServerKey key;
+    key.host = u"127.0.0.1"_s;
+    key.port = m_peer.port();
+    key.encryption = FTPEncryption::Required;
+    ControlConnection connection(key, DeliveryGate::ofThisThread(), traits());
+    user.connection = &connection;
+    connection.setUser(&user);
+    connection.open();
+    auto control = accept();
+
+    control->say("220 Ready");
+
+    EXPECT_FALSE(control->receiveToEnd().contains("QUIT"));
+}
+
 TEST_F(TlsControlTest, AHandshakeThatFailsIsAnErrorOfTheOtherDomain)
 {
     startUpload(u"/f"_s, "x");

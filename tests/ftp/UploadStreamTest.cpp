@@ -211,6 +211,18 @@ TEST_P(UploadStreamTest, ABrokenDataConnectionIsNoSuccessWhateverTheServerSays)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s);
 }
 
+TEST_P(UploadStreamTest, NoMoreIsTakenThanTheLengthThatWasExpected)
+{
+    m_recorder.isIdle = true;
+    start(m_factory.createUploadStream(m_peer.location(u"/f"_s), 3), m_recorder);
+    auto control = open("STOR f");
+    ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
+
+    EXPECT_EQ(static_cast<FTPWriteStream*>(m_recorder.stream())->write(std::span("hello", 5)), 3);
+
+    EXPECT_EQ(m_data->receiveToEnd(), "hel");
+}
+
 TEST_P(UploadStreamTest, OfWhatIsWrittenToABrokenDataConnectionNothingIsTaken)
 {
     m_recorder.isIdle = true;
