@@ -1,11 +1,15 @@
 #include "DefaultApplication.h"
 
+#include "FileInputStream.h"
+#include "FileURL.h"
+
 #include <QDesktopServices>
 #include <QMimeDatabase>
 #include <QUrl>
 
 #include <algorithm>
 #include <array>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -28,6 +32,15 @@ bool isProgramType(const QMimeType& type)
                        [&type](QLatin1StringView program) { return type.inherits(QString(program)); });
 }
 
+/// As much of a file as tells what it is. Not left to the database, which cannot open every path.
+QByteArray beginningOf(const QString& path)
+{
+    std::array<char, 16384> buffer{};
+    const std::unique_ptr<FileInputStream> file = FileInputStream::create(path);
+    const qint64 count = file == nullptr ? 0 : file->read(buffer);
+    return { buffer.data(), std::max<qint64>(count, 0) };
+}
+
 } // namespace
 
 bool DefaultApplication::isProgram(const QString& path)
@@ -35,10 +48,10 @@ bool DefaultApplication::isProgram(const QString& path)
     const QMimeDatabase types;
     // Either may be a disguise of the other.
     return isProgramType(types.mimeTypeForFile(path, QMimeDatabase::MatchExtension))
-        || isProgramType(types.mimeTypeForFile(path, QMimeDatabase::MatchContent));
+        || isProgramType(types.mimeTypeForData(beginningOf(path)));
 }
 
 bool DefaultApplication::open(const QString& path)
 {
-    return !isProgram(path) && QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    return !isProgram(path) && QDesktopServices::openUrl(QUrl(fileURI(path)));
 }

@@ -1,5 +1,7 @@
 #include "DefaultApplication.h"
 
+#include "FileOfBytes.h"
+#include "LocalPath.h"
 #include "OpenedUrls.h"
 #include "Printers.h"
 
@@ -71,6 +73,19 @@ TEST(DefaultApplicationTest, DocumentsAreOpenedAndProgramsAreNot)
     EXPECT_FALSE(DefaultApplication::open(program));
 
     EXPECT_EQ(opened.localPaths(), QStringList{ document });
+}
+
+TEST(DefaultApplicationTest, WhatIsInAFileCountsAlsoWhereItsNameIsNotUtf8)
+{
+    const QTemporaryDir directory;
+    const OpenedUrls opened(u"file"_s);
+    const FileOfBytes document(directory.path(), "caf\xe9.txt", "text");
+    const FileOfBytes program(directory.path(), "\xe9.png", "#!/bin/sh\necho\n");
+
+    EXPECT_TRUE(DefaultApplication::open(LocalPath::fromBytes(document.path())));
+    EXPECT_FALSE(DefaultApplication::open(LocalPath::fromBytes(program.path())));
+
+    EXPECT_EQ(opened.urls(), QList<QUrl>{ QUrl(u"file://"_s + directory.path() + u"/caf%E9.txt"_s) });
 }
 
 } // namespace
