@@ -42,13 +42,23 @@ void FTPCreateController::startCreate(const QString& name, const QString& destin
         return;
     }
     if (startStream(m_streams.createFolderStream(location), username, password)) {
-        didStart(u"Started Create."_s);
+        createDidStart();
     }
 }
 
 void FTPCreateController::stopCreateWithStatus(const QString& status)
 {
     closeStream();
+    createDidStopWithStatus(status);
+}
+
+void FTPCreateController::createDidStart()
+{
+    didStart(u"Started Create."_s);
+}
+
+void FTPCreateController::createDidStopWithStatus(const QString& status)
+{
     didStop(status.isNull() ? u"Create succeeded"_s : status);
 }
 

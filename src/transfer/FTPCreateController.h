@@ -37,6 +37,8 @@ private:
     void reportStatus(const QString& status) override { updateStatus(status); }
     void stopWithStatus(const QString& status) override { stopCreateWithStatus(status); }
 
+    void createDidStart();
+    void createDidStopWithStatus(const QString& status);
     void updateStatus(const QString& status);
 
     FTPStreamFactory& m_streams;

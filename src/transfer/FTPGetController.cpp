@@ -65,7 +65,7 @@ void FTPGetController::startReceive(const QString& address, const QString& usern
         return;
     }
     networkStream()->setFetchResourceInfo(true);
-    didStart(u"Started Get."_s);
+    receiveDidStart();
 }
 
 void FTPGetController::stopReceiveWithStatus(const QString& status)
@@ -161,6 +161,11 @@ bool FTPGetController::reportProgress()
         delegate->bytesDone(static_cast<float>(m_totalBytesWritten));
     }
     return watch.isUndisturbed();
+}
+
+void FTPGetController::receiveDidStart()
+{
+    didStart(u"Started Get."_s);
 }
 
 void FTPGetController::receiveDidStopWithStatus(const QString& status)

@@ -69,6 +69,7 @@ private:
     void receiveStep();
     void writeBlock(std::span<const char> block);
     bool reportProgress();
+    void receiveDidStart();
     void receiveDidStopWithStatus(const QString& status);
     void updateStatus(const QString& status);
 

@@ -44,15 +44,25 @@ void FTPListController::startReceive(const QString& address, const QString& user
     m_measure = {};
     m_searched = 0;
     if (startStream(m_streams.createListingStream(location), username, password)) {
-        didStart(u"Started List."_s);
+        receiveDidStart();
     }
 }
 
 void FTPListController::stopReceiveWithStatus(const QString& status)
 {
     closeStream();
+    receiveDidStopWithStatus(status);
+}
+
+void FTPListController::receiveDidStart()
+{
+    didStart(u"Started List."_s);
+}
+
+void FTPListController::receiveDidStopWithStatus(const QString& status)
+{
     m_hasSucceeded = status.isNull();
-    didStop(status.isNull() ? u"Listing succeeded"_s : status);
+    didStop(m_hasSucceeded ? u"Listing succeeded"_s : status);
 }
 
 ListingEntry FTPListController::entryByReencodingNameInEntry(ListingEntry entry, QStringConverter::Encoding encoding)

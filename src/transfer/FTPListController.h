@@ -64,6 +64,8 @@ private:
     void reportStatus(const QString& status) override { updateListingStatus(status); }
     void stopWithStatus(const QString& status) override { stopReceiveWithStatus(status); }
 
+    void receiveDidStart();
+    void receiveDidStopWithStatus(const QString& status);
     void receiveStep();
     void parseListData();
     bool holdsWholeLine();

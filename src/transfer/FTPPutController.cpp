@@ -70,7 +70,7 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     m_bufferOffset = 0;
     m_bufferLimit = 0;
     if (startStream(m_streams.createUploadStream(location, m_fileStream->length()), username, password)) {
-        didStart(u"Started Put."_s);
+        sendDidStart();
     }
 }
 
@@ -199,6 +199,11 @@ void FTPPutController::reportProgress()
     if (FTPPutControllerDelegate* delegate = m_delegate.get()) {
         delegate->bytesDone(static_cast<float>(m_totalBytesWritten));
     }
+}
+
+void FTPPutController::sendDidStart()
+{
+    didStart(u"Started Put."_s);
 }
 
 void FTPPutController::sendDidStopWithStatus(const QString& status)

@@ -74,6 +74,7 @@ private:
     void sendStep();
     bool fillBuffer();
     void reportProgress();
+    void sendDidStart();
     void sendDidStopWithStatus(const QString& status);
     void updateStatus(const QString& status);
     void uploadDone();
