@@ -510,6 +510,20 @@ TEST_P(KeptConnectionTest, ItServesAgainOnlyWhenWhatWasGivenUpHasBeenAnswered)
     finishUpload(*m_control);
 }
 
+TEST_P(KeptConnectionTest, ItServesNoMoreWhenWhatWasGivenUpIsAnsweredWith421)
+{
+    m_timeouts.idle = 1h;
+    startUpload(u"/second"_s, QByteArray(tooMuch, 'x'));
+    reopen(*m_control, "STOR second");
+    m_control->say("150 Go");
+    ASSERT_TRUE(m_recorder.waitFor(u"space"_s));
+    m_recorder.close();
+
+    m_control->say("421 Closing");
+
+    EXPECT_NE(m_control->waitForEnd(), End::None);
+}
+
 /// A second transfer, started while the first one keeps the only login that the server allows.
 class OnlyOneLoginTest : public KeptConnectionTest {
 protected:
