@@ -91,14 +91,14 @@ int main(int argc, char** argv)
     QObject::connect(&viewController, &ViewController::userRequestedConnection, &viewController,
                      [&trust] { trust.forgetRefusals(); });
     AppDelegate delegate(viewController, QUrl(QStringLiteral(QUILLBOX_WEBSITE)));
-    ApplicationService service(&delegate,
-                               {
-                                   .activate = [&delegate] { delegate.showMainWindow(); },
-                                   .open = [&delegate](const QStringList& files, const QStringList& others) {
-                                       delegate.openFiles(files, others);
-                                   },
-                                   .action = [&viewController](const QString& name) { act(viewController, name); },
-                               });
+    ApplicationService service(
+        &delegate,
+        {
+            .activate = [&delegate] { delegate.showMainWindow(); },
+            .open
+            = [&delegate](const QStringList& files, const QStringList& others) { delegate.openFiles(files, others); },
+            .action = [&viewController](const QString& name) { act(viewController, name); },
+        });
     DesktopIntegration desktop(
         viewController, programFileName(),
         {

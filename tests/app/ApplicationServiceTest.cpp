@@ -73,7 +73,8 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
         &parent,
         {
             .activate = [&served] { served.append(u"activate"_s); },
-            .open = [&served](const QStringList& files, const QStringList& /*others*/) { served.append(u"open "_s + files.join(u' ')); },
+            .open = [&served](const QStringList& files,
+                              const QStringList& /*others*/) { served.append(u"open "_s + files.join(u' ')); },
             .action = [&served](const QString& name) { served.append(name); },
         });
     const QDBusMessage call = QDBusMessage::createMethodCall(u"io.github.test"_s, u"/test"_s, QString(), u"Open"_s);
