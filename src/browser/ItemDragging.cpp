@@ -48,7 +48,9 @@ bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*dr
     const QStringList files = pasteboardHasFiles(pasteboard);
     const QStringList leftOut = otherItems(pasteboard);
     if (files.isEmpty()) {
-        m_host.uploadFiles({}, leftOut);
+        if (!leftOut.isEmpty()) {
+            m_host.uploadFiles({}, leftOut);
+        }
         m_host.showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;
     }

@@ -103,8 +103,8 @@ bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
     setHighlight(false);
     const QStringList files = pasteboardHasFiles(pasteboard);
     if (files.isEmpty()) {
-        if (m_viewController != nullptr) {
-            m_viewController->uploadFiles({}, otherItems(pasteboard));
+        if (const QStringList others = otherItems(pasteboard); m_viewController != nullptr && !others.isEmpty()) {
+            m_viewController->uploadFiles({}, others);
         }
         showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;

@@ -98,6 +98,7 @@ void ManualTransfers::startStopList(const QObject* sender)
     }
     begin();
     Destination folder = DestinationSettings::destination();
+    m_parts->listing.lookAt(folder); // Or the next tick would take this listing for one of the former destination.
     if (sender == m_ui->startStopListButton) {
         folder.location = destination();
     }

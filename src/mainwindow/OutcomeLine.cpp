@@ -79,7 +79,11 @@ void OutcomeLine::setHistory(const UploadHistory& history)
     m_history = &history;
     connect(&history, &UploadHistory::queueBegins, this, &QWidget::hide);
     connect(&history, &UploadHistory::queueDrained, this, &OutcomeLine::queueDrained);
-    connect(&history, &UploadHistory::filesChecked, this, &OutcomeLine::refresh);
+    connect(&history, &UploadHistory::filesChecked, this, [this] {
+        if (isVisibleTo(parentWidget())) {
+            refresh();
+        }
+    });
 }
 
 void OutcomeLine::queueDrained()
@@ -92,6 +96,7 @@ void OutcomeLine::refresh()
 {
     const bool isWarning = m_history->queueTally().lost() > 0;
     const QString text = m_history->queueText();
+    m_queueAgainButton->setVisible(m_history->canQueueAnyAgain());
     if (text == m_text->text() && m_icon->isVisibleTo(this) == isWarning) {
         return;
     }
@@ -100,5 +105,4 @@ void OutcomeLine::refresh()
     m_text->setToolTip(text);
     m_icon->setVisible(isWarning);
     setStyleSheet(styleOf(isWarning));
-    m_queueAgainButton->setVisible(m_history->canQueueAnyAgain());
 }

@@ -22,6 +22,7 @@ void Pump::tick()
     const bool suspended = isMainLoopSuspended();
     RunLoop::current().setSuspended(suspended);
     if (suspended) {
+        m_parts.listing.pause();
         return;
     }
     const bool isNewSecond = m_parts.indicators.showDate();

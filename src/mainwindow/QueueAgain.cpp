@@ -4,20 +4,44 @@
 #include "SheetQueue.h"
 #include "ViewController.h"
 
+#include <algorithm>
+#include <iterator>
+
 using namespace Qt::StringLiterals;
+
+namespace {
+
+void queueNow(ViewController& controller, const QList<int>& rows)
+{
+    const QStringList paths = controller.history().takeToQueueAgain(rows);
+    if (paths.isEmpty()) {
+        controller.showAlert(u"Queue Again"_s, u"None of these files is there any more."_s);
+    } else {
+        controller.uploadFiles(paths);
+    }
+}
+
+} // namespace
 
 void queueAgain(ViewController& controller, const QList<int>& rows)
 {
-    const auto queue = [&controller, rows] {
-        if (const QStringList paths = controller.history().takeToQueueAgain(rows); !paths.isEmpty()) {
-            controller.uploadFiles(paths);
-        }
-    };
+    const UploadHistory& history = controller.history();
+    QList<int> wanted;
+    std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(wanted),
+                 [&history](int row) { return history.canQueueAgain(row); });
     const QString present = DestinationSettings::location();
-    QStringList others = controller.history().destinationsOf(rows);
+    QStringList others = history.destinationsOf(wanted);
     others.removeAll(present);
-    if (others.isEmpty() || present.isNull()) {
-        queue();
+    if (wanted.isEmpty()) {
+        return;
+    }
+    if (present.isNull()) {
+        controller.showAlert(u"No Destination"_s,
+                             u"Specify a destination on the FTP server. See Preferences for instructions."_s);
+        return;
+    }
+    if (others.isEmpty()) {
+        queueNow(controller, wanted);
         return;
     }
     const QString former = others.size() == 1 ? others.first() : u"%1 other folders"_s.arg(others.size());
@@ -26,5 +50,11 @@ void queueAgain(ViewController& controller, const QList<int>& rows)
                  .text = u"These files were for %1; send them to %2?"_s.arg(former, present),
                  .defaultButton = u"Cancel"_s,
                  .alternateButton = u"Send"_s,
-                 .onAlternate = queue });
+                 .onAlternate = [&controller, wanted, present] {
+                     if (DestinationSettings::location() == present) {
+                         queueNow(controller, wanted);
+                     } else {
+                         queueAgain(controller, wanted); // That is not what was agreed to.
+                     }
+                 } });
 }

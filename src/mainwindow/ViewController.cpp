@@ -79,6 +79,8 @@ void ViewController::connectParts()
     connect(&m_listing, &DestinationListing::began, &m_history, &UploadHistory::listingStarts);
     connect(&m_listing, &DestinationListing::entriesAdded, &m_history, &UploadHistory::listed);
     connect(&m_listing, &DestinationListing::completed, &m_history, &UploadHistory::listingSucceeded);
+    connect(&m_listing, &DestinationListing::destinationChanged, &m_history, &UploadHistory::forgetUnchecked);
+    connect(&m_listing, &DestinationListing::failed, &m_history, &UploadHistory::listingFailed);
     connect(&m_listing, &DestinationListing::ended, table, &ListingTable::listingEnded);
 
     ui.outcomeLine->setHistory(m_history);
@@ -129,7 +131,8 @@ void ViewController::listFTPDestination()
 {
     if (m_pc.isSending() || m_gc.isReceiving()) {
         // A running listing goes on and fills the list from where it stands; what is missing then is listed afterwards.
-        m_listing.setDue(m_listing.isDue() || m_listing.isListing());
+        const bool isUnknown = m_listing.state() == DestinationListing::State::Idle; // The destination has changed.
+        m_listing.setDue(m_listing.isDue() || m_listing.isListing() || isUnknown);
         return;
     }
     const Destination destination = DestinationSettings::destination();
@@ -215,6 +218,7 @@ void ViewController::addListEntries(const QList<ListingEntry>& entries)
 
 void ViewController::downloadRefused(const QString& status, const QString& note)
 {
+    m_indicators.transferStarted(m_gc, false);
     updateStatus(status);
     m_history.note(note);
 }

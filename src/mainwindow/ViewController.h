@@ -89,7 +89,10 @@ public:
     void clearQueue() { m_queue.clear(); }
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's
     /// order.
-    QStringList filesToReplace() const { return listEntries().namesOf(m_queue.paths()); }
+    QStringList filesToReplace() const
+    {
+        return m_listing.isOfOtherFolder() ? QStringList() : listEntries().namesOf(m_queue.paths());
+    }
     const QStringList& fileUploadQueue() const { return m_queue.paths(); }
     /// What has become of each file of this run.
     UploadHistory& history() { return m_history; }

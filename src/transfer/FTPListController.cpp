@@ -29,6 +29,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
     if (isReceiving()) {
         return;
     }
+    m_hasSucceeded = false;
     const Watch watch(*this);
     updateListingStatus(u"Starting list..."_s);
     if (!watch.isUndisturbed()) {
@@ -39,7 +40,6 @@ void FTPListController::startReceive(const QString& address, const QString& user
         updateListingStatus(u"Invalid URL"_s);
         return;
     }
-    m_hasSucceeded = false;
     m_listData.clear();
     m_measure = {};
     m_searched = 0;

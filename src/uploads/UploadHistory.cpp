@@ -178,6 +178,13 @@ void UploadHistory::checkDrained()
     }
 }
 
+bool UploadHistory::hasUncheckedFiles() const
+{
+    return std::any_of(m_unchecked.cbegin(), m_unchecked.cend(), [this](const Unchecked& file) {
+        return file.row >= m_firstQueueRow && !m_entries[file.row].isManual;
+    });
+}
+
 bool UploadHistory::isQueueFileSent() const
 {
     return m_current && !m_entries[m_current->row].isManual;
@@ -198,32 +205,49 @@ void UploadHistory::listed(const QList<ListingEntry>& entries)
         return;
     }
     for (const ListingEntry& item : entries) {
-        m_isDotListed = m_isDotListed || item.name.startsWith(u'.');
+        m_isDotListed = m_isDotListed || (item.name.startsWith(u'.') && item.name != u"."_s && item.name != u".."_s);
         const Place place(m_listedPlace, localName(item));
         const auto found = m_unchecked.constFind(place);
         if (found == m_unchecked.cend()) {
             if (const auto missing = m_missing.constFind(place); missing != m_missing.cend()) {
-                checkListed(missing.value(), item);
-                m_missing.erase(missing);
+                checkListed(missing.value(), item, place);
             }
         } else if (found->sequence <= m_listingSequence) {
             const int row = found->row;
             m_unchecked.erase(found);
-            checkListed(row, item);
+            checkListed(row, item, place);
         }
     }
 }
 
-/// @p item is what the server has of the confirmed file of @p row.
-void UploadHistory::checkListed(int row, const ListingEntry& item)
+/// @p item is what the server has at @p place of the confirmed file of @p row. Later listings may know better of what
+/// is not as it was sent.
+void UploadHistory::checkListed(int row, const ListingEntry& item, const Place& place)
 {
     HistoryEntry& entry = m_entries[row];
     if (item.type == ListingEntry::plainFileType && item.size && item.size != entry.size) {
         entry.listedSize = item.size;
+        m_missing.insert(place, row);
         correct(row, Outcome::OtherSize);
-    } else if (entry.outcome != Outcome::Confirmed) {
+        return;
+    }
+    m_missing.remove(place);
+    entry.listedSize.reset();
+    if (entry.outcome != Outcome::Confirmed) {
         correct(row, Outcome::Confirmed);
     }
+}
+
+void UploadHistory::forgetUnchecked()
+{
+    m_unchecked.clear();
+    m_missing.clear();
+    emit filesChecked();
+}
+
+void UploadHistory::listingFailed()
+{
+    emit filesChecked(); // What it has brought counts.
 }
 
 void UploadHistory::listingSucceeded()

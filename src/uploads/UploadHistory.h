@@ -56,6 +56,10 @@ public:
     /// That listing is complete. A confirmed file that it does not hold is not listed, unless its name begins with "."
     /// and the listing has no such names at all.
     void listingSucceeded();
+    /// Listings are of another place from here on, or seen by another login: they say nothing of what was sent before.
+    void forgetUnchecked();
+    /// That listing has ended before.
+    void listingFailed();
 
     // What is known.
 
@@ -77,7 +81,7 @@ public:
     /// Whether files of the queue wait or are being sent.
     bool isQueueUnderWay() const { return !m_waiting.empty() || isQueueFileSent(); }
     /// Whether a listing that has yet to come may change the tally of the queue.
-    bool hasUncheckedFiles() const { return !m_unchecked.isEmpty(); }
+    bool hasUncheckedFiles() const;
     /// The share of the files of the queue that is done, from 0 to 1, when @p percent of the present one are.
     double queueProgress(float percent) const;
     /// The rows, as lines of text under a line of titles. Takes time by the number of @p rows.
@@ -138,7 +142,7 @@ private:
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
     void correct(int row, HistoryEntry::Outcome outcome);
-    void checkListed(int row, const ListingEntry& item);
+    void checkListed(int row, const ListingEntry& item, const Place& place);
     void checkDrained();
     bool isQueueFileSent() const;
     QString nameOf(int row) const;
@@ -155,7 +159,7 @@ private:
     qsizetype m_unsettled = 0; ///< How many rows rowsToQueueAgain() answers.
 
     QHash<Place, Unchecked> m_unchecked;
-    QHash<Place, int> m_missing; ///< The rows of confirmed files that the last listing did not hold.
+    QHash<Place, int> m_missing; ///< The rows of confirmed files that were not listed as they were sent.
     qint64 m_confirmations = 0;
     QString m_listedPlace;
     qint64 m_listingSequence = 0; ///< The listing shows the files that were confirmed up to this one.

@@ -64,19 +64,43 @@ protected:
 TEST_F(DestinationChangeTest, WithTheDestinationItsRowsAndButtonsGoAtOnce)
 {
     select(0);
-    ASSERT_TRUE(button("deleteButton").isEnabled());
-    m_controller->listFTPDestination();
-    const FakeFTPStream& running = latest(Kind::Listing);
-    list({ u"a"_s });
-
     m_controller->showPreferences();
+    ASSERT_EQ(listedNames().size(), 2);
+    ASSERT_TRUE(button("deleteButton").isEnabled());
     m_controller->preferences().folderTextField()->setText(u"other"_s);
     m_controller->preferences().doneButton();
 
     EXPECT_TRUE(listedNames().isEmpty());
     EXPECT_FALSE(button("deleteButton").isEnabled());
     EXPECT_FALSE(button("downloadButton").isEnabled());
-    EXPECT_TRUE(running.isClosed());
+}
+
+TEST_F(DestinationChangeTest, AChangeDuringATransferIsListedAfterIt)
+{
+    m_controller->uploadFiles({ makeFile(u"x"_s) });
+    tick();
+    const auto listings = count(Kind::Listing);
+    set(u"FTPFolder"_s, u"other"_s);
+    ASSERT_TRUE(waitFor([this] { return listedNames().isEmpty(); }));
+    m_controller->listFTPDestination(); // As two seconds after the change.
+    EXPECT_EQ(count(Kind::Listing), listings);
+
+    m_controller->stopButtonAction();
+    tick();
+
+    EXPECT_EQ(count(Kind::Listing), listings + 1);
+}
+
+TEST_F(DestinationChangeTest, FilesThatWouldBeReplacedAreThoseOfTheDestination)
+{
+    control<QLineEdit>("destinationTextField").setText(u"elsewhere"_s);
+    m_controller->uploadFiles({ makeFile(u"x"_s), makeFile(u"a"_s) });
+    EXPECT_EQ(m_controller->filesToReplace(), QStringList{ u"a"_s });
+
+    m_controller->startStopList(&control<QPushButton>("startStopListButton"));
+    arrive({ u"a"_s });
+
+    EXPECT_TRUE(m_controller->filesToReplace().isEmpty());
 }
 
 TEST_F(DestinationChangeTest, AListingOfTheFormerDestinationIsGivenUp)

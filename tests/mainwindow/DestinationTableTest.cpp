@@ -169,6 +169,7 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     EXPECT_EQ(table().emptyText(), u"Could not list: 550 No such folder\nF5 tries again"_s);
 
     m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).reply = u"150 Here it comes"_s; // Which is no reason.
     latest(FakeFTPStream::Kind::Listing).sendOtherError();
     tick();
     EXPECT_EQ(table().emptyText(), u"Could not list: Stream open error\nF5 tries again"_s);

@@ -151,6 +151,56 @@ TEST_F(OutcomeLineTest, QueueAgainTakesWhatCanWork)
     EXPECT_FALSE(line().isVisible());
 }
 
+TEST_F(OutcomeLineTest, WhatCanBeQueuedAgainIsAskedForEachQueue)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s });
+    confirmNext();
+    tick();
+    ASSERT_EQ(text("outcomeTextField"), u"1 of 2 uploaded, 1 failed"_s);
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+
+    loseOneOfTwo();
+
+    ASSERT_EQ(text("outcomeTextField"), u"1 of 2 uploaded, 1 failed"_s);
+    EXPECT_TRUE(tool("queueOutcomeAgainButton").isVisible());
+}
+
+TEST_F(OutcomeLineTest, AListingThatBreaksOffCorrectsByWhatItHasBrought)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    confirmNext();
+    latest(Kind::Listing).sendOpenCompleted();
+    latest(Kind::Listing).sendBytes("-rw-r--r-- 1 u g 2 Jan 1 2024 a\r\n");
+    latest(Kind::Listing).sendOtherError();
+
+    EXPECT_EQ(text("outcomeTextField"), u"“a” not uploaded whole"_s);
+    EXPECT_TRUE(isWarning());
+}
+
+TEST_F(OutcomeLineTest, QueueAgainWithoutADestinationQueuesNothing)
+{
+    loseOneOfTwo();
+    unset(u"Address"_s);
+
+    tool("queueOutcomeAgainButton").click();
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(shownSheets().size(), 1);
+}
+
+TEST_F(OutcomeLineTest, AnotherDestinationThanTheOneAgreedToIsAskedAboutAgain)
+{
+    loseOneOfTwo();
+    set(u"FTPFolder"_s, u"other"_s);
+    tool("queueOutcomeAgainButton").click();
+    set(u"FTPFolder"_s, u"third"_s);
+
+    answerSheet(u"Send"_s);
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_TRUE(waitFor([] { return shownSheets().join(u' ').contains(u"ftp://host/third/"_s); }));
+}
+
 TEST_F(OutcomeLineTest, QueueAgainAsksBeforeItSendsToAnotherDestination)
 {
     loseOneOfTwo();

@@ -12,6 +12,7 @@ protected:
     StopListingTest()
     {
         m_controller->listFTPDestination();
+        latest(Kind::Listing).reply = u"150 Here it comes"_s;
         latest(Kind::Listing).sendOpenCompleted();
         tick();
     }

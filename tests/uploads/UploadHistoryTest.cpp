@@ -349,13 +349,17 @@ TEST_F(UploadHistoryTest, AConfirmedFileThatTheListingDoesNotHoldIsNotListedUnti
     EXPECT_EQ(outcome(1), Outcome::OtherSize);
     EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
     EXPECT_EQ(m_history.runTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
+
+    list({ item(u"a"_s, 5), item(u"b"_s, 5) });
+    EXPECT_EQ(m_history.queueTally(), FileTally{ .confirmed = 2 });
+    EXPECT_FALSE(listedSize(1));
 }
 
 TEST_F(UploadHistoryTest, AHiddenFileIsMissedOnlyInAListingThatHoldsHiddenNames)
 {
     m_history.filesQueued({ u"/.a"_s, u"/.b"_s });
     confirmNext(5);
-    list({ item(u"c"_s, 5) });
+    list({ item(u"."_s, 5), item(u".."_s, 5), item(u"c"_s, 5) });
     EXPECT_EQ(outcome(0), Outcome::Confirmed);
     confirmNext(5);
 
@@ -416,6 +420,23 @@ TEST_F(UploadHistoryTest, ItemsWithoutASizeOfTheirOwnAreNotCompared)
 
     EXPECT_FALSE(listedSize(0));
     EXPECT_FALSE(listedSize(1));
+}
+
+TEST_F(UploadHistoryTest, OnlyFilesOfTheQueueAreWaitedFor)
+{
+    m_history.manualFileStarts(u"/m"_s, u"ftp://elsewhere/"_s);
+    m_history.fileMoves(5);
+    m_history.fileConfirmed(5, QString());
+    EXPECT_FALSE(m_history.hasUncheckedFiles());
+    m_history.filesQueued({ u"/a"_s });
+    confirmNext();
+    EXPECT_TRUE(m_history.hasUncheckedFiles());
+
+    m_history.forgetUnchecked(); // Another destination is in force.
+
+    EXPECT_FALSE(m_history.hasUncheckedFiles());
+    list({ item(u"b"_s, 5) });
+    EXPECT_EQ(outcome(1), Outcome::Confirmed);
 }
 
 // As text.

@@ -108,8 +108,12 @@ void DestinationListing::statusReported(const QString& status)
         emit completed();
     } else {
         m_state = State::Failed;
+        // Where the server has refused, its words say more than the status; its last good reply is no reason.
         const QString reply = m_hasOpened ? m_controller.lastReply() : QString();
-        m_failure = reply.isNull() ? status : reply;
+        m_failure = reply.startsWith(u'4') || reply.startsWith(u'5') ? reply : status;
+    }
+    if (m_state == State::Failed) {
+        emit failed();
     }
     emit ended(m_state);
 }

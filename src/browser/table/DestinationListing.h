@@ -34,6 +34,8 @@ public:
     bool isListing() const;
     /// Whether a listing runs that has brought nothing for patience.
     bool isStuck() const;
+    /// Nothing can come at the moment, since the main loop is suspended.
+    void pause() { m_sinceProgress.start(); }
     /// Why the last listing failed, for people: the server's words, or the status. Null when it has not.
     const QString& failure() const { return m_failure; }
     /// The folder that the items belong to.
@@ -80,6 +82,8 @@ signals:
     void entriesAdded(const QList<ListingEntry>& entries);
     /// The server has told all items; ended() follows.
     void completed();
+    /// The listing ended before; likewise.
+    void failed();
     /// All items have come that will.
     void ended(DestinationListing::State state);
 

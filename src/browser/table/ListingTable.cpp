@@ -26,7 +26,7 @@ constexpr auto pictureInterval = 80ms;
 
 ListingTable::ListingTable(QWidget* parent)
     : TextTable(parent)
-    , m_stopButton(new QToolButton(viewport()))
+    , m_stopButton(new QToolButton(this))
 {
     m_stopButton->setObjectName(u"stopListingButton"_s);
     m_stopButton->setText(u"Stop Listing"_s);
@@ -96,7 +96,7 @@ int ListingTable::selectedRow() const
 
 void ListingTable::offerStop(bool isOffered)
 {
-    if (isOffered != m_stopButton->isVisibleTo(viewport())) {
+    if (isOffered != m_stopButton->isVisibleTo(this)) {
         placeStopButton();
         m_stopButton->setVisible(isOffered);
     }
@@ -106,8 +106,10 @@ void ListingTable::placeStopButton()
 {
     constexpr int margin = 12;
     m_stopButton->adjustSize();
-    m_stopButton->move((viewport()->width() - m_stopButton->width()) / 2,
-                       viewport()->height() - m_stopButton->height() - margin);
+    // Not on the viewport, whose children move when it is scrolled.
+    const QRect place = viewport()->geometry();
+    m_stopButton->move(place.center().x() - m_stopButton->width() / 2,
+                       place.bottom() - m_stopButton->height() - margin);
 }
 
 void ListingTable::resizeEvent(QResizeEvent* event)
