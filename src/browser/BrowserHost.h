@@ -23,6 +23,9 @@ public:
     /// No download was started: what to say of it, and what to note.
     virtual void downloadRefused(const QString& status, const QString& note) = 0;
 
+    /// An action has been done: @p text says which.
+    virtual void itemDone(const QString& text) = 0;
+
 protected:
     ~BrowserHost() = default;
 };

@@ -18,8 +18,12 @@ std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const 
     if (!match.hasMatch()) {
         return FMServer::serverWithDestination(destination, username, password);
     }
+    // As transfers log in.
+    const bool isAnonymous = username.isEmpty() || password.isEmpty();
     const QString path = QUrl::fromPercentEncoding(match.captured(u"path"_s).toUtf8());
-    auto server = FMServer::serverWithDestination(match.captured(u"host"_s) + path, username, password);
+    auto server
+        = FMServer::serverWithDestination(match.captured(u"host"_s) + path, isAnonymous ? u"anonymous"_s : username,
+                                          isAnonymous ? u"anonymous@"_s : password);
     server->setPort(match.hasCaptured(u"port"_s) ? match.captured(u"port"_s).toInt() : 21);
     return server;
 }

@@ -3,7 +3,8 @@
 #include "FMServer.h"
 
 /// The record of the server and folder that the location @p destination ("ftp://host:2121/a%20b/") names: the folder as
-/// the user reads it, the location's port, 21 without one. Null texts stay null.
+/// the user reads it, the location's port, 21 without one. Without both user name and password the login is anonymous,
+/// as that of transfers.
 std::shared_ptr<FMServer> serverOfDestination(const QString& destination, const QString& username,
                                               const QString& password);
 

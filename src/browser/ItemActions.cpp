@@ -15,7 +15,6 @@
 #include "VisibleText.h"
 #include "WaitingPanel.h"
 
-#include <atomic>
 #include <chrono>
 #include <utility>
 
@@ -171,6 +170,7 @@ std::shared_ptr<FMServer> ItemActions::server() const
     auto server = serverOfDestination(destination.location, destination.username, destination.password);
     server->setEncryption(destination.encryption);
     server->setTimeLimit(conversationLimit);
+    server->setCareful(true);
     // Addresses of one host may lead to different machines.
     server->setAddress(m_listing.addressOf(destination.location));
     if (const QByteArray trusted = trustedFingerprint(destination.location); !trusted.isEmpty()) {
@@ -191,8 +191,10 @@ void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
         return;
     }
     run({ .panelText = u"Deleting “%1”…"_s.arg(shownName),
-          .call = [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, record,
-                   deleteFileNamed = m_operations.deleteFileNamed] { return deleteFileNamed(nameOnServer, *record); },
+          .call
+          = [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, kind = listedKind(name, rawName), record,
+             deleteFileNamed = m_operations.deleteFileNamed] { return deleteFileNamed(nameOnServer, kind, *record); },
+          .doneText = u"“%1” was deleted"_s.arg(shownName),
           .unansweredText = u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName),
           .title = u"Item Not Deleted"_s,
           .notTrustedText = notTrustedText(u"“%1” was not deleted"_s.arg(shownName)),
@@ -226,6 +228,7 @@ void ItemActions::createFolder(const QString& name)
     run({ .panelText = u"Creating “%1”…"_s.arg(shownName),
           .call = [name, record = server(),
                    createNewFolder = m_operations.createNewFolder] { return createNewFolder(name, *record); },
+          .doneText = u"Folder “%1” was created"_s.arg(shownName),
           .unansweredText
           = u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName),
           .title = u"Folder Not Created"_s,
@@ -235,30 +238,62 @@ void ItemActions::createFolder(const QString& name)
             "FTP server passsword, username and folder location."_s.arg(shownName) });
 }
 
+/// What the item @p name is according to a complete listing of the destination.
+ListedKind ItemActions::listedKind(const QString& name, const QByteArray& rawName) const
+{
+    const int row = m_listing.entries().rowOf(name);
+    const bool isKnown = m_listing.state() == DestinationListing::State::Complete && !m_listing.isOfOtherFolder();
+    if (!isKnown || row < 0 || m_listing.entries().at(row).rawName != rawName) {
+        return ListedKind::Unknown;
+    }
+    switch (m_listing.entries().at(row).type.value_or(0)) {
+    case ListingEntry::folderType:
+        return ListedKind::Folder;
+    case ListingEntry::plainFileType:
+    case ListingEntry::linkType:
+        return ListedKind::File;
+    default:
+        return ListedKind::Unknown;
+    }
+}
+
 void ItemActions::run(const Operation& operation)
 {
-    const std::optional<ItemOutcome> outcome = waitFor(operation.panelText, operation.call);
-    if (outcome == ItemOutcome::NotTrusted) {
+    const std::optional<ItemResult> result = waitFor(operation.panelText, operation.call);
+    if (result && result->outcome == ItemOutcome::NotTrusted) {
         m_host.showAlert(operation.title, operation.notTrustedText);
         return;
     }
-    if (outcome == ItemOutcome::Refused) {
-        m_host.showAlert(operation.title, operation.refusedText);
+    if (result && result->outcome == ItemOutcome::Refused) {
+        alertRefused(operation, result->words);
         return;
     }
-    if (outcome != ItemOutcome::Done) {
+    if (result && result->outcome == ItemOutcome::Done) {
+        m_host.itemDone(operation.doneText);
+    } else {
         m_host.showAlert(u"No Answer"_s, operation.unansweredText);
     }
     m_host.listFTPDestination();
 }
 
-/// Runs @p call while its panel says @p panelText; std::nullopt when the user has stopped waiting.
-std::optional<ItemOutcome> ItemActions::waitFor(const QString& panelText, std::function<ItemOutcome()> call)
+void ItemActions::alertRefused(const Operation& operation, const QString& words)
 {
-    const auto outcome = std::make_shared<std::atomic<ItemOutcome>>(ItemOutcome::Refused); // The call may outlive this.
-    const std::optional<bool> isDone = waitForAnswer(&m_window, panelText, [outcome, call = std::move(call)] {
-        *outcome = call();
-        return *outcome == ItemOutcome::Done;
+    if (words.isNull() || !m_window.isVisible()) {
+        m_host.showAlert(operation.title, operation.refusedText);
+        return;
+    }
+    SheetQueue::of(m_window).raise({ .title = operation.title,
+                                     .text = operation.refusedText,
+                                     .details = { { .name = u"The server said"_s, .value = words } } });
+}
+
+/// Runs @p call while its panel says @p panelText; std::nullopt when the user has stopped waiting.
+std::optional<ItemResult> ItemActions::waitFor(const QString& panelText, std::function<ItemResult()> call)
+{
+    const auto result = std::make_shared<ItemResult>(ItemOutcome::Refused); // The call may outlive this.
+    const std::optional<bool> isDone = waitForAnswer(&m_window, panelText, [result, call = std::move(call)] {
+        *result = call();
+        return result->outcome == ItemOutcome::Done;
     });
-    return isDone ? std::optional<ItemOutcome>(*outcome) : std::nullopt;
+    return isDone ? std::optional(*result) : std::nullopt;
 }

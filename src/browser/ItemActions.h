@@ -60,7 +60,8 @@ private:
     /// What is done to one item, and how its outcome is told.
     struct Operation {
         QString panelText; ///< Shown while it runs.
-        std::function<ItemOutcome()> call; ///< On a thread of its own.
+        std::function<ItemResult()> call; ///< On a thread of its own.
+        QString doneText;
         QString unansweredText;
         QString title; ///< Of the alert about a refusal.
         QString notTrustedText;
@@ -69,7 +70,9 @@ private:
     void alertOtherDestination(const QString& name);
     std::shared_ptr<FMServer> server() const;
     void run(const Operation& operation);
-    std::optional<ItemOutcome> waitFor(const QString& panelText, std::function<ItemOutcome()> call);
+    std::optional<ItemResult> waitFor(const QString& panelText, std::function<ItemResult()> call);
+    ListedKind listedKind(const QString& name, const QByteArray& rawName) const;
+    void alertRefused(const Operation& operation, const QString& words);
 
     QWidget& m_window;
     ListingTable& m_table;

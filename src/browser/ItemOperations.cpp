@@ -1,10 +1,11 @@
 #include "ItemOperations.h"
 
 #include "FTPManager.h"
+#include "VisibleText.h"
 
 namespace {
 
-ItemOutcome outcomeOf(const FTPManager& manager, bool isDone)
+ItemResult resultOf(const FTPManager& manager, bool isDone)
 {
     if (isDone) {
         return ItemOutcome::Done;
@@ -12,25 +13,42 @@ ItemOutcome outcomeOf(const FTPManager& manager, bool isDone)
     if (manager.hasTimedOut()) {
         return ItemOutcome::Unanswered;
     }
-    return manager.hasRefusedCertificate() ? ItemOutcome::NotTrusted : ItemOutcome::Refused;
+    if (manager.hasRefusedCertificate()) {
+        return ItemOutcome::NotTrusted;
+    }
+    const std::optional<FTPManager::Refusal> refusal = manager.refusal();
+    return { ItemOutcome::Refused, refusal ? visibleText(refusal->words) : QString() };
+}
+
+/// Whether the server itself has refused the command for good, so that the other one may be tried.
+bool isCommandRefused(const FTPManager& manager)
+{
+    const std::optional<FTPManager::Refusal> refusal = manager.refusal();
+    return refusal && refusal->isOfCommand && refusal->code >= 500;
 }
 
 } // namespace
 
-ItemOperations libraryItemOperations()
+ItemOperations libraryItemOperations(const FTPTimeouts& timeouts)
 {
     return {
         .deleteFileNamed =
-            [](const QByteArray& name, const FMServer& server) {
-                FTPManager manager;
-                const bool isDone = manager.deleteFileNamed(name, &server);
-                return outcomeOf(manager, isDone);
+            [timeouts](const QByteArray& name, ListedKind kind, const FMServer& server) {
+                FTPManager manager(timeouts);
+                bool isDone = manager.deleteFileNamed(name, &server);
+                const ListedKind supposed = name.contains('.') ? ListedKind::File : ListedKind::Folder;
+                if (!isDone && kind != ListedKind::Unknown && kind != supposed && isCommandRefused(manager)) {
+                    isDone = manager.deleteItemNamed(
+                        name, kind == ListedKind::File ? FTPManager::ItemKind::File : FTPManager::ItemKind::Folder,
+                        &server);
+                }
+                return resultOf(manager, isDone);
             },
         .createNewFolder =
-            [](const QString& name, const FMServer& server) {
-                FTPManager manager;
+            [timeouts](const QString& name, const FMServer& server) {
+                FTPManager manager(timeouts);
                 const bool isDone = manager.createNewFolder(name, &server);
-                return outcomeOf(manager, isDone);
+                return resultOf(manager, isDone);
             },
     };
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FTPTimeouts.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -15,14 +17,30 @@ enum class ItemOutcome {
     NotTrusted, ///< The server's certificate is neither good nor trusted.
 };
 
+/// The same with the server's words for a refusal, escaped for people; null where it gave none.
+struct ItemResult {
+    ItemResult(ItemOutcome itsOutcome, const QString& itsWords = {})
+        : outcome(itsOutcome)
+        , words(itsWords)
+    {
+    }
+
+    ItemOutcome outcome;
+    QString words;
+};
+
+/// What a complete listing says that an item is.
+enum class ListedKind { Unknown, File, Folder };
+
 /// What is done to single items on the server. Each waits for the server's answer, however long that takes. Called on
 /// threads of their own, which may outlive everything else: an operation refers to nothing but its arguments and what
 /// it owns.
 struct ItemOperations {
-    /// @p name: its bytes, as the server knows them.
-    std::function<ItemOutcome(const QByteArray& name, const FMServer& server)> deleteFileNamed;
-    std::function<ItemOutcome(const QString& name, const FMServer& server)> createNewFolder;
+    /// @p name: its bytes, as the server knows them. The name decides what the item is taken for; where the server
+    /// refuses that and @p kind is the other one, it is deleted as that.
+    std::function<ItemResult(const QByteArray& name, ListedKind kind, const FMServer& server)> deleteFileNamed;
+    std::function<ItemResult(const QString& name, const FMServer& server)> createNewFolder;
 };
 
-/// The operations of the FTP manager library.
-ItemOperations libraryItemOperations();
+/// The operations of the FTP manager library, with @p timeouts.
+ItemOperations libraryItemOperations(const FTPTimeouts& timeouts = {});

@@ -63,12 +63,13 @@ public:
     }
 
     void setTimeLimit(std::chrono::milliseconds limit) { m_end = QDeadlineTimer(limit); }
+    void setSilenceLimit(std::chrono::milliseconds limit) { m_longestWait = limit.count(); }
     bool hasTimedOut() const { return m_hasTimedOut; }
 
     bool connectTo(const sockaddr* address, socklen_t size)
     {
         // A non-blocking connect goes on by itself, as an interrupted one does; neither must be called again.
-        setNonBlocking(!m_end.isForever());
+        setNonBlocking(isLimited());
         if (::connect(m_number, address, size) == 0) {
             setNonBlocking(false);
             return true;
@@ -88,7 +89,7 @@ public:
     /// Like recv(): how many bytes, 0 at the end, -1 on failure.
     qint64 read(std::span<char> buffer)
     {
-        if (!m_end.isForever() && !waitFor(POLLIN)) {
+        if (isLimited() && !waitFor(POLLIN)) {
             return -1;
         }
         ssize_t count = 0;
@@ -105,9 +106,9 @@ public:
 
     bool send(const char* bytes, qint64 size) override
     {
-        const int flags = MSG_NOSIGNAL | (m_end.isForever() ? 0 : MSG_DONTWAIT);
+        const int flags = MSG_NOSIGNAL | (isLimited() ? MSG_DONTWAIT : 0);
         while (size > 0) {
-            if (!m_end.isForever() && !waitFor(POLLOUT)) {
+            if (isLimited() && !waitFor(POLLOUT)) {
                 return false;
             }
             const ssize_t sent = ::send(m_number, bytes, static_cast<size_t>(size), flags);
@@ -128,6 +129,8 @@ private:
         fcntl(m_number, F_SETFL, isNonBlocking ? flags | O_NONBLOCK : flags & ~O_NONBLOCK);
     }
 
+    bool isLimited() const { return !m_end.isForever() || m_longestWait < std::numeric_limits<int>::max(); }
+
     bool isTimeOver()
     {
         m_hasTimedOut = m_end.hasExpired();
@@ -139,9 +142,8 @@ private:
     {
         pollfd waiting{ .fd = m_number, .events = events, .revents = 0 };
         while (true) {
-            const auto left
-                = static_cast<int>(std::min<qint64>(m_end.remainingTime(), std::numeric_limits<int>::max()));
-            const int count = poll(&waiting, 1, left);
+            const qint64 left = m_end.isForever() ? m_longestWait : std::min(m_end.remainingTime(), m_longestWait);
+            const int count = poll(&waiting, 1, static_cast<int>(left));
             if (count > 0) {
                 return true;
             }
@@ -157,6 +159,7 @@ private:
 
     int m_number = -1;
     QDeadlineTimer m_end{ QDeadlineTimer::Forever };
+    qint64 m_longestWait = std::numeric_limits<int>::max(); ///< In milliseconds.
     bool m_hasTimedOut = false;
 };
 
@@ -170,6 +173,11 @@ ControlSocket::~ControlSocket() = default;
 void ControlSocket::setTimeLimit(std::chrono::milliseconds limit)
 {
     m_descriptor->setTimeLimit(limit);
+}
+
+void ControlSocket::setSilenceLimit(std::chrono::milliseconds limit)
+{
+    m_descriptor->setSilenceLimit(limit);
 }
 
 bool ControlSocket::hasTimedOut() const

@@ -32,6 +32,8 @@ public:
     /// Lets connect(), without the look-up of a host, and all that follows take @p limit together: what would wait
     /// longer fails.
     void setTimeLimit(std::chrono::milliseconds limit);
+    /// Lets each wait for the peer take @p limit at most. Likewise.
+    void setSilenceLimit(std::chrono::milliseconds limit);
     /// Whether something has failed because the time was over.
     bool hasTimedOut() const;
 

@@ -90,6 +90,18 @@ void FMServer::setTimeLimit(std::chrono::milliseconds limit)
     m_timeLimit = limit;
 }
 
+bool FMServer::isCareful() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_isCareful;
+}
+
+void FMServer::setCareful(bool isCareful)
+{
+    const std::lock_guard lock(m_mutex);
+    m_isCareful = isCareful;
+}
+
 FTPEncryption FMServer::encryption() const
 {
     const std::lock_guard lock(m_mutex);

@@ -55,6 +55,13 @@ public:
     std::chrono::milliseconds timeLimit() const;
     void setTimeLimit(std::chrono::milliseconds limit);
 
+    /// Whether conversations over a control connection are careful; false at first: all commands are sent at once,
+    /// and one that changes something is carried out whatever becomes of the folder change before it. A careful one
+    /// sends the same commands, but the one that changes something only when the login and the folder have been
+    /// accepted, and QUIT last; a server that says nothing for 30 seconds ends it.
+    bool isCareful() const;
+    void setCareful(bool isCareful);
+
     /// Whether operations are encrypted by TLS; none at first.
     ///
     /// Required protects the login, all commands, names and replies, and the contents of files and listings from being
@@ -79,6 +86,7 @@ private:
     qint32 m_port = 21;
     QHostAddress m_address;
     std::chrono::milliseconds m_timeLimit{ 0 };
+    bool m_isCareful = false;
     FTPEncryption m_encryption = FTPEncryption::None;
     QList<QByteArray> m_trustedFingerprints;
 };

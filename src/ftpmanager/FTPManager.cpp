@@ -137,6 +137,15 @@ bool FTPManager::deleteFileNamed(const QByteArray& rawName, const FMServer* serv
     return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
 }
 
+bool FTPManager::deleteItemNamed(const QByteArray& rawName, ItemKind kind, const FMServer* server)
+{
+    if (!_checkFMServer(server) || rawName.isNull()) {
+        return false;
+    }
+    const QByteArray command = (kind == ItemKind::Folder ? "RMD " : "DELE ") + rawName;
+    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
+}
+
 bool FTPManager::deleteFile(const QString& name, const FMServer* server)
 {
     if (!_checkFMServer(server)) {

@@ -83,7 +83,10 @@ public:
     [[nodiscard]] bool deleteFileNamed(const QString& name, const FMServer* server);
     /// The same for an item that is known by its name's bytes alone, since they are no UTF-8; not null.
     [[nodiscard]] bool deleteFileNamed(const QByteArray& rawName, const FMServer* server);
-    /// The same, on a further worker thread.
+    /// Deletes @p rawName, not null, from the server's folder as what it is said to be, whatever its name looks like.
+    enum class ItemKind { File, Folder };
+    [[nodiscard]] bool deleteItemNamed(const QByteArray& rawName, ItemKind kind, const FMServer* server);
+    /// As deleteFileNamed(), on a further worker thread.
     [[nodiscard]] bool deleteFile(const QString& name, const FMServer* server);
 
     /// Changes the permissions of @p name, not null, to @p mode: the decimal number that shows the octal digits, such
@@ -102,6 +105,16 @@ public:
     /// over when its commands were on the way: nobody knows what the server has done. False when the time was over
     /// before, in connecting, the greeting or the handshake.
     bool hasTimedOut() const;
+
+    /// How the server has refused an operation.
+    struct Refusal {
+        int code = 0; ///< The reply code, 400 to 599.
+        QString words = {}; ///< The last line of the reply, escaped for people.
+        bool isOfCommand = false; ///< Of what the operation is for, and not of the login or the folder.
+    };
+    /// Why the latest operation has failed, where a server's refusal was the reason, and the operation was a careful
+    /// conversation over a control connection (FMServer::isCareful()) or the creation of a folder.
+    std::optional<Refusal> refusal() const;
 
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
     quint64 fileSizeOf(const QUrl& fileURL) const;
@@ -159,6 +172,7 @@ private:
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
     bool prepare(ControlSocket& socket, const FMServer& server);
     static std::optional<QString> converse(ControlSocket& socket, const QList<QByteArray>& lines);
+    void noteRefusal(const Refusal& refusal);
     static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
     static bool _checkAnswers(const QString& text);
 
@@ -193,6 +207,7 @@ private:
     bool m_streamSuccess = false;
     bool m_refusedCertificate = false;
     bool m_hasTimedOut = false;
+    std::optional<Refusal> m_refusal;
 
     // The worker's own.
     std::array<char, 32768> m_buffer{};

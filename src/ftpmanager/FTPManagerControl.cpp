@@ -1,3 +1,4 @@
+#include "CarefulConversation.h"
 #include "ControlSocket.h"
 #include "FTPManager.h"
 #include "FTPManagerAnswers.h"
@@ -34,11 +35,22 @@ public:
         m_lines.append(line + "\r\n");
     }
 
+    void addCommand(const QByteArray& line)
+    {
+        add(line);
+        m_hasCommand = true;
+    }
+
     bool isSendable() const { return m_sendable; }
     const QList<QByteArray>& lines() const { return m_lines; }
+    /// What stands before the command, or before QUIT without one.
+    QList<QByteArray> setUp() const { return m_lines.first(m_lines.size() - (m_hasCommand ? 2 : 1)); }
+    /// Null without one.
+    QByteArray command() const { return m_hasCommand ? m_lines[m_lines.size() - 2] : QByteArray(); }
 
 private:
     QList<QByteArray> m_lines;
+    bool m_hasCommand = false;
     bool m_sendable = true;
 };
 
@@ -52,7 +64,7 @@ CommandLines conversation(const FMServer& server, const QByteArray& command)
         if (!folder.isEmpty()) {
             lines.add("CWD", folder);
         }
-        lines.add(command);
+        lines.addCommand(command);
     }
     lines.add("QUIT");
     return lines;
@@ -148,10 +160,24 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
         socket.setTimeLimit(limit);
     }
     const bool isReady = prepare(socket, server);
-    const std::optional<QString> answers = isReady ? converse(socket, commands.lines()) : std::nullopt;
+    std::optional<QString> answers;
+    bool isUndecided = isReady;
+    if (isReady && server.isCareful()) {
+        CarefulConversation conversation(
+            socket, std::min<std::chrono::milliseconds>(CarefulConversation::longestSilence, m_timeouts.reply));
+        answers = conversation.hold(commands.setUp(), commands.command(), server.encryption() != FTPEncryption::None);
+        isUndecided = conversation.hasSentCommand() && !conversation.refusal();
+        if (const std::optional<Reply>& refusal = conversation.refusal()) {
+            noteRefusal({ .code = refusal->code,
+                          .words = QString::fromUtf8(QByteArray::number(refusal->code) + ' ' + refusal->text),
+                          .isOfCommand = conversation.isCommandRefused() });
+        }
+    } else if (isReady) {
+        answers = converse(socket, commands.lines());
+    }
     const bool success = answers && _checkAnswers(*answers);
     const std::lock_guard lock(m_mutex);
-    m_hasTimedOut = isReady && !answers && socket.hasTimedOut();
+    m_hasTimedOut = isUndecided && !answers && socket.hasTimedOut();
     m_streamSuccess = success;
     m_action = Action::Ended;
     return success;

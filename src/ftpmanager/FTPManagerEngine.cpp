@@ -19,6 +19,13 @@ void FTPManager::begin(Action action, quint64 fileSize)
     m_bytesProcessed = 0;
     m_refusedCertificate = false;
     m_hasTimedOut = false;
+    m_refusal.reset();
+}
+
+void FTPManager::noteRefusal(const Refusal& refusal)
+{
+    const std::lock_guard lock(m_mutex);
+    m_refusal = refusal;
 }
 
 void FTPManager::noteRefusedCertificate()
@@ -37,6 +44,12 @@ bool FTPManager::hasTimedOut() const
 {
     const std::lock_guard lock(m_mutex);
     return m_hasTimedOut;
+}
+
+std::optional<FTPManager::Refusal> FTPManager::refusal() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_refusal;
 }
 
 bool FTPManager::run(FTPStream& stream)
@@ -105,6 +118,9 @@ void FTPManager::handleEvent(FTPStream& stream, FTPStreamEvent event)
     case FTPStreamEvent::ErrorOccurred:
         if (stream.error().domain == FTPStreamError::Domain::Certificate) {
             noteRefusedCertificate();
+        }
+        if (stream.error().domain == FTPStreamError::Domain::FTP && action == Action::CreateFolder) {
+            noteRefusal({ .code = stream.error().code, .words = stream.lastReply() });
         }
         _streamDidEndWithSuccess(false, FailureReason::General);
         break;

@@ -200,6 +200,7 @@ public:
     void downloadStarts() override { m_indicators.resetProgress(); }
     void downloadStarted() override { m_indicators.transferStarted(m_gc, m_gc.isReceiving()); }
     void downloadRefused(const QString& status, const QString& note) override;
+    void itemDone(const QString& text) override { m_indicators.setLastAction(text); }
 
     // The windows. All belong to the controller.
 

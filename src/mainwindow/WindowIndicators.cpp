@@ -92,6 +92,11 @@ void WindowIndicators::resetAllProgress()
     m_next.auxiliaryPercent = 0;
 }
 
+void WindowIndicators::setLastAction(const QString& text)
+{
+    m_window.lastActionTextField->setText(text);
+}
+
 void WindowIndicators::transferStarted(const ServerAnswers& answers, bool isRunning)
 {
     m_answers = isRunning ? &answers : nullptr;

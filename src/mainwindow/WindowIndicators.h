@@ -39,6 +39,8 @@ public:
     void resetAllProgress();
     void setStatus(const QString& status) { m_next.status = status; }
     void setListingStatus(const QString& status) { m_next.listingStatus = status; }
+    /// What was done last to an item; it is shown at once.
+    void setLastAction(const QString& text);
     /// The status is about what @p answers, which outlive the indicators, are to; it sent nothing unless @p isRunning.
     void transferStarted(const ServerAnswers& answers, bool isRunning);
     /// Likewise of the listing's status.

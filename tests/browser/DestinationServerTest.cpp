@@ -29,13 +29,21 @@ TEST(DestinationServerTest, AnAddressWithAPortGivesHostAndPort)
     EXPECT_EQ(ipv6->port(), 2121);
 }
 
-TEST(DestinationServerTest, NothingStaysNothing)
+TEST(DestinationServerTest, WithoutUserNameAndPasswordTheLoginIsAnonymous)
 {
-    const auto server = serverOfDestination(QString(), QString(), QString());
+    const std::pair<QString, QString> logins[]{ { QString(), QString() },
+                                                { u"anna"_s, u""_s },
+                                                { u""_s, u"secret"_s } };
+    for (const auto& [username, password] : logins) {
+        const auto server = serverOfDestination(u"ftp://host/"_s, username, password);
+        EXPECT_EQ(server->username(), u"anonymous"_s);
+        EXPECT_EQ(server->password(), u"anonymous@"_s);
+    }
+}
 
-    EXPECT_TRUE(server->destination().isNull());
-    EXPECT_TRUE(server->username().isNull());
-    EXPECT_TRUE(server->password().isNull());
+TEST(DestinationServerTest, NoDestinationStaysNone)
+{
+    EXPECT_TRUE(serverOfDestination(QString(), u"anna"_s, u"secret"_s)->destination().isNull());
 }
 
 TEST(DestinationServerTest, AnIPv6AddressIsToldFromOthers)

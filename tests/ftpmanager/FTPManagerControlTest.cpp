@@ -1,4 +1,6 @@
+#include "CarefulConversation.h"
 #include "ControlServer.h"
+#include "ControlSocket.h"
 #include "DeadPort.h"
 #include "FTPManager.h"
 #include "FaultySocketCalls.h"
@@ -581,6 +583,142 @@ TEST(FTPManagerControlTest, WithATimeLimitInterruptedCallsGoOn)
     record->setTimeLimit(1h);
 
     EXPECT_TRUE(FTPManager().checkLogin(record.get()));
+}
+
+/// A server that accepts all up to @p last, a line, and answers @p reply to that.
+std::function<void(ControlPeer&)> acceptingUpTo(const QByteArray& last, const QByteArray& reply)
+{
+    return [last, reply](ControlPeer& peer) {
+        peer.send("220 hello\r\n");
+        for (const QByteArray& line :
+             { "USER user\r\n"_ba, "PASS word\r\n"_ba, "CWD dir\r\n"_ba, "DELE a.txt\r\n"_ba }) {
+            peer.receiveUntil(line.startsWith("DELE") ? line : "CWD dir\r\n"_ba); // The first three come at once.
+            peer.send(line == last ? reply : line.startsWith("USER") ? "331 go on\r\n"_ba : "250 done\r\n"_ba);
+            if (line == last) {
+                break;
+            }
+        }
+        peer.receiveUntil("QUIT\r\n");
+        peer.send("221 bye\r\n");
+    };
+}
+
+std::shared_ptr<FMServer> carefulRecordFor(const ControlServer& server)
+{
+    auto record = recordFor(server, u"/dir"_s);
+    record->setCareful(true);
+    return record;
+}
+
+const QByteArray wholeConversation = "USER user\r\nPASS word\r\nCWD dir\r\nDELE a.txt\r\nQUIT\r\n";
+
+TEST(CarefulConversationTest, RecordsAreNotCarefulAtFirst)
+{
+    EXPECT_FALSE(FMServer().isCareful());
+}
+
+TEST(CarefulConversationTest, TheSameCommandsAreSentTheOneThatCountsWhenAllBeforeWasAccepted)
+{
+    ControlServer server([](ControlPeer& peer) {
+        peer.send("220-hello\r\n220 there\r\n");
+        peer.receiveUntil("CWD dir\r\n");
+        EXPECT_EQ(peer.received(), "USER user\r\nPASS word\r\nCWD dir\r\n");
+        peer.send("331 go on\r\n230 in\r\n250 there\r\n");
+        peer.receiveUntil("DELE a.txt\r\n");
+        EXPECT_FALSE(peer.received().contains("QUIT"));
+        peer.send("250 gone\r\n");
+        peer.receiveUntil("QUIT\r\n");
+        peer.send("221 bye\r\n");
+    });
+
+    FTPManager manager;
+    EXPECT_TRUE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+    EXPECT_FALSE(manager.refusal());
+    server.close();
+    EXPECT_EQ(server.received(), QList<QByteArray>{ wholeConversation });
+}
+
+TEST(CarefulConversationTest, NothingIsDeletedWhenTheLoginOrTheFolderIsRefused)
+{
+    for (const QByteArray& refused : { "USER user\r\n"_ba, "PASS word\r\n"_ba, "CWD dir\r\n"_ba }) {
+        ControlServer server(acceptingUpTo(refused, "530 not you\r\n"));
+        FTPManager manager;
+
+        EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+        server.close();
+        EXPECT_FALSE(server.received().value(0).contains("DELE")) << refused.toStdString();
+        EXPECT_TRUE(server.received().value(0).endsWith("QUIT\r\n")) << refused.toStdString();
+        ASSERT_TRUE(manager.refusal());
+        EXPECT_EQ(manager.refusal()->code, 530);
+        EXPECT_EQ(manager.refusal()->words, u"530 not you"_s);
+        EXPECT_FALSE(manager.refusal()->isOfCommand);
+        EXPECT_FALSE(manager.hasTimedOut());
+    }
+}
+
+TEST(CarefulConversationTest, ARefusalOfTheCommandIsToldAsSuch)
+{
+    ControlServer server(acceptingUpTo("DELE a.txt\r\n", "550 no such file\r\n"));
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+    ASSERT_TRUE(manager.refusal());
+    EXPECT_TRUE(manager.refusal()->isOfCommand);
+    EXPECT_EQ(manager.refusal()->words, u"550 no such file"_s);
+    server.close();
+    EXPECT_EQ(server.received(), QList<QByteArray>{ wholeConversation });
+}
+
+TEST(CarefulConversationTest, APasswordThatIsThoughtAboutIsWaitedFor)
+{
+    ControlServer server([](ControlPeer& peer) {
+        peer.receiveUntil("PASS word\r\n");
+        peer.send("220 hello\r\n331 go on\r\n");
+        EXPECT_FALSE(peer.received().contains("QUIT"));
+        peer.send("530 wrong\r\n");
+        peer.receiveUntil("QUIT\r\n");
+        peer.send("221 bye\r\n");
+    });
+
+    EXPECT_FALSE(FTPManager().checkLogin(carefulRecordFor(server).get()));
+}
+
+TEST(CarefulConversationTest, AnItemIsDeletedAsWhatItIsSaidToBe)
+{
+    const auto asFile = [](FTPManager& manager, const FMServer* server) {
+        return manager.deleteItemNamed("Makefile", FTPManager::ItemKind::File, server);
+    };
+    const auto asFolder = [](FTPManager& manager, const FMServer* server) {
+        return manager.deleteItemNamed("v1.2", FTPManager::ItemKind::Folder, server);
+    };
+
+    EXPECT_EQ(sentBy(asFile), "USER user\r\nPASS word\r\nDELE Makefile\r\nQUIT\r\n"_ba);
+    EXPECT_EQ(sentBy(asFolder), "USER user\r\nPASS word\r\nRMD v1.2\r\nQUIT\r\n"_ba);
+}
+
+TEST(CarefulConversationTest, AServerThatFallsSilentEndsItAndIsUndecidedOnlyBehindTheCommand)
+{
+    EXPECT_EQ(CarefulConversation::longestSilence, 30s);
+    for (const bool hasAccepted : { false, true }) {
+        std::promise<void> over;
+        const std::shared_future<void> end(over.get_future());
+        ControlServer server([hasAccepted, end](ControlPeer& peer) {
+            peer.send(hasAccepted ? "220 hello\r\n230 in\r\n" : "220 hello\r\n");
+            end.wait();
+        });
+        ControlSocket socket;
+        ASSERT_EQ(socket.connect(QHostAddress::LocalHost, server.port()), ControlSocket::Outcome::Connected);
+        CarefulConversation conversation(socket, 50ms);
+
+        EXPECT_FALSE(conversation.hold({ "USER user\r\n" }, "DELE a.txt\r\n", false));
+
+        EXPECT_TRUE(socket.hasTimedOut());
+        EXPECT_EQ(conversation.hasSentCommand(), hasAccepted);
+        over.set_value();
+    }
 }
 
 } // namespace

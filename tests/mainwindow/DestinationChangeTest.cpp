@@ -16,9 +16,9 @@ protected:
     {
         m_controller->setItemOperations({
             .deleteFileNamed =
-                [this](const QByteArray& name, const FMServer& /*server*/) {
+                [this](const QByteArray& name, ListedKind /*kind*/, const FMServer& /*server*/) {
                     m_deleted.append(QString::fromUtf8(name));
-                    return ItemOutcome::Done;
+                    return ItemResult(ItemOutcome::Done);
                 },
             .createNewFolder = {},
         });

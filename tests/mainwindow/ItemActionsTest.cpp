@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QDir>
+#include <QMessageBox>
 #include <QTest>
 
 #include <functional>
@@ -20,8 +21,11 @@ protected:
     ItemActionsTest()
     {
         m_controller->setItemOperations({
-            .deleteFileNamed = [this](const QByteArray& name,
-                                      const FMServer& server) { return note(QString::fromLatin1(name), server); },
+            .deleteFileNamed =
+                [this](const QByteArray& name, ListedKind kind, const FMServer& server) {
+                    m_kind = kind;
+                    return note(QString::fromLatin1(name), server);
+                },
             .createNewFolder = [this](const QString& name, const FMServer& server) { return note(name, server); },
         });
         add(u"file.txt"_s, ListingEntry::plainFileType);
@@ -35,7 +39,7 @@ protected:
         entry.type = type;
         m_controller->addListEntries({ entry });
     }
-    ItemOutcome note(const QString& name, const FMServer& server)
+    ItemResult note(const QString& name, const FMServer& server)
     {
         m_operations.append(QStringList{ name, server.destination(), server.username(), server.password(),
                                          QString::number(server.port()) });
@@ -69,7 +73,8 @@ protected:
     QList<QByteArray> m_trustedFingerprints; ///< Of the latest operation.
     QHostAddress m_address; ///< Likewise.
     std::chrono::milliseconds m_timeLimit{ 0 }; ///< Likewise.
-    ItemOutcome m_outcome = ItemOutcome::Done;
+    ItemResult m_outcome = ItemOutcome::Done;
+    ListedKind m_kind = ListedKind::Unknown;
 };
 
 TEST_F(ItemActionsTest, APlainFileIsDownloadedToTheDefaultPlace)
@@ -308,6 +313,59 @@ TEST_F(ItemActionsTest, TheActionsOfACopyActInItsOwnFolder)
     EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/Scans/file.txt"_s);
 }
 
+TEST_F(ItemActionsTest, TheServersWordsForARefusalAreInTheDetails)
+{
+    m_outcome = { ItemOutcome::Refused, u"550 Directory not empty"_s };
+
+    m_controller->deleteFile(u"old"_s);
+
+    const auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    ASSERT_NE(sheet, nullptr);
+    QStringList words;
+    for (const QLabel* label : sheet->findChildren<QLabel*>()) {
+        words.append(label->text());
+    }
+    EXPECT_TRUE(words.contains(u"550 Directory not empty"_s)) << words.join(u'|').toStdString();
+}
+
+TEST_F(ItemActionsTest, WhatWasDoneIsSaid)
+{
+    m_controller->deleteFile(u"a.txt"_s);
+    EXPECT_EQ(text("lastActionTextField"), u"“a.txt” was deleted"_s);
+
+    m_controller->createFolder(u"new"_s);
+    EXPECT_EQ(text("lastActionTextField"), u"Folder “new” was created"_s);
+}
+
+TEST_F(ItemActionsTest, OnlyACompleteListingOfTheDestinationSaysWhatAnItemIs)
+{
+    const auto list = [this](bool isWhole) {
+        m_controller->listFTPDestination();
+        latest(Kind::Listing).sendOpenCompleted();
+        latest(Kind::Listing)
+            .sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2024 Makefile\r\ndrwxr-xr-x 2 u g 5 Jan 1 2024 v1.2\r\n"
+                       "lrwxrwxrwx 1 u g 5 Jan 1 2024 latest -> v1.2\r\n");
+        if (isWhole) {
+            latest(Kind::Listing).sendEnd();
+        } else {
+            latest(Kind::Listing).sendOtherError();
+        }
+    };
+    const auto kindOf = [this](const QString& name) {
+        m_outcome = ItemOutcome::Refused; // Which leaves the list alone.
+        m_controller->deleteFile(name);
+        return m_kind;
+    };
+
+    list(true);
+    EXPECT_EQ(kindOf(u"Makefile"_s), ListedKind::File);
+    EXPECT_EQ(kindOf(u"latest"_s), ListedKind::File);
+    EXPECT_EQ(kindOf(u"v1.2"_s), ListedKind::Folder);
+    EXPECT_EQ(kindOf(u"elsewhere"_s), ListedKind::Unknown);
+    list(false);
+    EXPECT_EQ(kindOf(u"Makefile"_s), ListedKind::Unknown);
+}
+
 TEST_F(ItemActionsTest, ARefusedDeletionIsExplainedAndLeavesTheList)
 {
     m_outcome = ItemOutcome::Refused;
@@ -460,7 +518,7 @@ TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
     m_controller->createFolder(u"new"_s);
 
     EXPECT_EQ(m_operations,
-              (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, QString(), u"secret"_s, u"2121"_s } }));
+              (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, u"anonymous"_s, u"anonymous@"_s, u"2121"_s } }));
 }
 
 TEST_F(ItemActionsTest, AtAnIPv6AddressNothingIsDeletedAndTheUserLearnsWhy)

@@ -13,8 +13,8 @@ class UnansweredActionsTest : public ViewControllerTest {
 protected:
     UnansweredActionsTest()
     {
-        const auto operation = [call = m_call.function()](const auto& /*name*/, const FMServer& /*server*/) {
-            return call() ? ItemOutcome::Done : ItemOutcome::Refused;
+        const auto operation = [call = m_call.function()](const auto&... /*arguments*/) {
+            return ItemResult(call() ? ItemOutcome::Done : ItemOutcome::Refused);
         };
         m_controller->setItemOperations({ .deleteFileNamed = operation, .createNewFolder = operation });
         ListingEntry entry;

@@ -26,13 +26,19 @@ const QString checkSettings = u"Check Settings"_s;
 const QString notDeleted = u"Item Not Deleted"_s;
 const QString notCreated = u"Folder Not Created"_s;
 
-/// The library's, with time limits that a test can wait for.
+/// The library's, with time limits that a test can wait for. Deletions say everything at once, as the faults of their
+/// column expect it; what a careful conversation makes of servers is tested by itself.
 ItemOperations hastyItemOperations(bool hasShortTimeouts)
 {
-    ItemOperations operations = libraryItemOperations();
-    operations.createNewFolder = [hasShortTimeouts](const QString& name, const FMServer& server) {
-        FTPManager manager(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
-        return manager.createNewFolder(name, &server) ? ItemOutcome::Done : ItemOutcome::Refused;
+    ItemOperations operations = libraryItemOperations(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
+    operations.deleteFileNamed = [remove = operations.deleteFileNamed](const QByteArray& name, ListedKind kind,
+                                                                       const FMServer& server) {
+        const auto hasty = FMServer::serverWithDestination(server.destination(), server.username(), server.password());
+        hasty->setPort(server.port());
+        hasty->setAddress(server.address());
+        hasty->setTimeLimit(server.timeLimit());
+        hasty->setEncryption(server.encryption());
+        return remove(name, kind, *hasty);
     };
     return operations;
 }

@@ -52,7 +52,10 @@ class Items:
 
     def assert_refused(self, program, name):
         self.delete(program, name)
-        self.assertEqual(program.acknowledge(), refusal(name))
+        texts = program.acknowledge()
+        self.assertEqual(texts[:2], refusal(name))
+        self.assertEqual(texts[2], "The server said:")
+        self.assertTrue(texts[3].startswith("550 "), texts[3])
         self.assertTrue(self.exists(name))
         self.assertIn(name, self.names(program))
 
@@ -68,20 +71,22 @@ class Items:
         self.wait_for_listing(program, self.place)
         self.assertIsNone(program.sheet())
 
-    def test_files_and_empty_folders_are_deleted_but_for_those_without_a_dot_and_full_ones(self):
+    def test_files_and_empty_folders_are_deleted_and_full_ones_are_not(self):
         self.write("unwanted file é.txt")
         self.write("README")
         os.mkdir(self.server.path("empty"))
+        os.mkdir(self.server.path("v1.2"))
         os.mkdir(self.server.path("full"))
         self.write("full/content.txt")
         program = self.start_listed()
 
         self.assert_deleted(program, "unwanted file é.txt")
         self.assert_deleted(program, "empty")
+        self.assert_deleted(program, "README")
+        self.assert_deleted(program, "v1.2")
         self.assert_refused(program, "full")
-        self.assert_refused(program, "README")
 
-        self.assertEqual(sorted(os.listdir(self.server.path(""))), ["README", "full"])
+        self.assertEqual(sorted(os.listdir(self.server.path(""))), ["full"])
 
     def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
         self.place = "ein Ordner é 100%"
@@ -106,7 +111,7 @@ class Items:
         self.create(program, "unlisted")
 
         self.assertEqual(
-            program.acknowledge(),
+            program.acknowledge()[:2],
             [
                 "Folder Not Created",
                 'Folder "unlisted" was not created due to an error.\n\nPlease check your preference settings for correct'

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "ReplyParser.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <chrono>
+#include <optional>
+
+class ControlSocket;
+
+/// A conversation over a control connection in which the command that changes something waits until everything before
+/// it has been accepted: sent ahead, it would be carried out in the login folder when the change of folder is refused.
+/// Blocking, for a worker thread.
+class CarefulConversation {
+public:
+    /// So long a server may say nothing.
+    static constexpr std::chrono::seconds longestSilence{ 30 };
+    /// And so long when all is decided and QUIT is said.
+    static constexpr std::chrono::seconds quitGrace{ 2 };
+
+    /// @p socket is connected, and outlives the conversation.
+    explicit CarefulConversation(ControlSocket& socket, std::chrono::milliseconds silence = longestSilence);
+
+    /// Sends @p setUp, then @p command unless that is null, then QUIT. @p hasGreeted: whether the server's greeting has
+    /// been read. Answers everything that the server has said; std::nullopt when it has not accepted it all, has fallen
+    /// silent, or is gone.
+    std::optional<QString> hold(const QList<QByteArray>& setUp, const QByteArray& command, bool hasGreeted);
+
+    /// Whether the command was sent.
+    bool hasSentCommand() const { return m_hasSentCommand; }
+    /// The first reply that was a refusal; std::nullopt without one.
+    const std::optional<Reply>& refusal() const { return m_refusal; }
+    /// Whether that was the reply to the command.
+    bool isCommandRefused() const { return m_refusal && m_hasSentCommand; }
+
+private:
+    void awaitQuitReply();
+    bool isAccepted(bool (*isGood)(const Reply&));
+    std::optional<Reply> readReply();
+
+    ControlSocket& m_socket;
+    ReplyParser m_parser;
+    QByteArray m_text; ///< As it came.
+    std::optional<Reply> m_refusal;
+    bool m_hasSentCommand = false;
+};
