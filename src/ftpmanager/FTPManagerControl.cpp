@@ -140,6 +140,13 @@ Encryption encrypt(ControlSocket& socket, const FMServer& server)
     return Encryption::Stands;
 }
 
+/// @p reply for people, without the password, which some servers repeat.
+QString wordsOf(const Reply& reply, const QString& password)
+{
+    QString words = QString::fromUtf8(QByteArray::number(reply.code) + ' ' + reply.text);
+    return password.isEmpty() ? words : words.replace(password, u"****"_s);
+}
+
 /// Whether @p replies have a line that answers QUIT.
 bool holdsQuitReply(const QByteArray& replies)
 {
@@ -169,7 +176,7 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
         isUndecided = conversation.hasSentCommand() && !conversation.refusal();
         if (const std::optional<Reply>& refusal = conversation.refusal()) {
             noteRefusal({ .code = refusal->code,
-                          .words = QString::fromUtf8(QByteArray::number(refusal->code) + ' ' + refusal->text),
+                          .words = wordsOf(*refusal, server.password()),
                           .isOfCommand = conversation.isCommandRefused() });
         }
     } else if (isReady) {

@@ -672,6 +672,17 @@ TEST(CarefulConversationTest, ARefusalOfTheCommandIsToldAsSuch)
     EXPECT_EQ(server.received(), QList<QByteArray>{ wholeConversation });
 }
 
+TEST(CarefulConversationTest, APasswordThatIsRepeatedIsNotTold)
+{
+    const ControlServer server(acceptingUpTo("DELE a.txt\r\n", "550 a word for word\r\n"));
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+    ASSERT_TRUE(manager.refusal());
+    EXPECT_EQ(manager.refusal()->words, u"550 a **** for ****"_s);
+}
+
 TEST(CarefulConversationTest, APasswordThatIsThoughtAboutIsWaitedFor)
 {
     ControlServer server([](ControlPeer& peer) {

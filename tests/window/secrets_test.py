@@ -66,8 +66,7 @@ class Secrets(WindowTest):
 
     def test_nor_is_it_when_a_server_repeats_it_to_whatever_it_is_asked(self):
         self.server.repeats_passwords = True
-        with open(self.server.path("in/README"), "wb"):
-            pass
+        os.makedirs(self.server.path("in/full/content"))
         messages = self.monitored_bus()
         program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
         self.wait_for_status(program, "Upload succeeded")
@@ -76,8 +75,9 @@ class Secrets(WindowTest):
         self.delete(program, "one.txt")
         wait_for(lambda: not os.path.exists(self.server.path("in/one.txt")), "the file to be deleted")
         self.wait_for_listing(program, "in")
-        self.delete(program, "README")  # Without a dot it is taken for a folder, and refused.
+        self.delete(program, "full")  # It is not empty, and the sheet has the server's words for that.
         wait_for(program.sheet, "the refusal")
+        self.assertIn("****", program.tree())
         self.assert_silent("the refusal", program.tree())
         program.acknowledge()
         self.create_folder(program, "new")
