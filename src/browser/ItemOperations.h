@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <functional>
+#include <utility>
 
 class FMServer;
 
@@ -19,9 +20,9 @@ enum class ItemOutcome {
 
 /// The same with the server's words for a refusal, escaped for people; null where it gave none.
 struct ItemResult {
-    ItemResult(ItemOutcome itsOutcome, const QString& itsWords = {})
+    ItemResult(ItemOutcome itsOutcome, QString itsWords = {})
         : outcome(itsOutcome)
-        , words(itsWords)
+        , words(std::move(itsWords))
     {
     }
 

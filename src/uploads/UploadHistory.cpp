@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 
+using namespace Qt::StringLiterals;
 using Outcome = HistoryEntry::Outcome;
 
 UploadHistory::UploadHistory(Clock clock, QObject* parent)
