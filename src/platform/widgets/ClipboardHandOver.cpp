@@ -13,7 +13,7 @@ namespace {
 
 constexpr char clipboardManager[] = "CLIPBOARD_MANAGER";
 
-/// A request to the clipboard manager, as the freedesktop.org's clipboard manager specification has it: it asks for all
+/// A request to the desktop's clipboard manager (the X selection CLIPBOARD_MANAGER, target SAVE_TARGETS): it asks for all
 /// that is on the clipboard before it answers.
 class SaveRequest final : public QAbstractNativeEventFilter {
 public:
