@@ -13,8 +13,8 @@ namespace {
 
 constexpr char clipboardManager[] = "CLIPBOARD_MANAGER";
 
-/// A request to the desktop's clipboard manager (the X selection CLIPBOARD_MANAGER, target SAVE_TARGETS): it asks for all
-/// that is on the clipboard before it answers.
+/// A request to the desktop's clipboard manager (the X selection CLIPBOARD_MANAGER, target SAVE_TARGETS): it asks for
+/// all that is on the clipboard before it answers.
 class SaveRequest final : public QAbstractNativeEventFilter {
 public:
     explicit SaveRequest(xcb_connection_t* x)
