@@ -39,8 +39,12 @@ def _has(node, state):
 
 
 def _children(node):
-    count = _ask(node.get_child_count, 0)
-    return [child for child in (_ask(lambda i=i: node.get_child_at_index(i)) for i in range(count)) if child]
+    """The children; asked for again when their number has changed meanwhile, since one that goes moves all behind it."""
+    while True:
+        count = _ask(node.get_child_count, 0)
+        children = [_ask(lambda i=i: node.get_child_at_index(i)) for i in range(count)]
+        if _ask(node.get_child_count, 0) == count:
+            return [child for child in children if child]
 
 
 def _walk(node):

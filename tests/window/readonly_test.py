@@ -58,7 +58,7 @@ class ReadOnlyHome(WindowTest):
         self.assertEqual(program.acknowledge()[0], "Settings Not Saved")
         program.press("Cancel")
         wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
-        self.assertTrue(any("/in/" in title for title in program.titles()))
+        wait_for(lambda: any("/in/" in title for title in program.titles()), "the title")
 
         self.bring_to_front(program)
         self.desktop.key("ctrl+q")

@@ -55,7 +55,7 @@ class Secrets(WindowTest):
 
         self.assertIn(f":{self.server.port}/in/", clipboard)
         self.assert_silent("the clipboard", clipboard)
-        self.assertTrue(any("/in/" in title for title in program.titles()))
+        wait_for(lambda: any("/in/" in title for title in program.titles()), "the title")
         self.assert_silent("the window", shown)
         self.assertIn("STOR two.txt", program.output())
         self.assert_silent("the log", program.output() + second.output() + third.output())
