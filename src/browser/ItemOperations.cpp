@@ -10,7 +10,7 @@ ItemResult resultOf(const FTPManager& manager, bool isDone)
     if (isDone) {
         return ItemOutcome::Done;
     }
-    if (manager.hasTimedOut()) {
+    if (manager.isUndecided()) {
         return ItemOutcome::Unanswered;
     }
     if (manager.hasRefusedCertificate()) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ReplyParser.h"
+#include "ReplyReader.h"
 
 #include <QByteArray>
 #include <QList>
@@ -29,8 +29,8 @@ public:
     /// silent, or is gone.
     std::optional<QString> hold(const QList<QByteArray>& setUp, const QByteArray& command, bool hasGreeted);
 
-    /// Whether the command was sent.
-    bool hasSentCommand() const { return m_hasSentCommand; }
+    /// Whether nobody knows what the server has done: the command was sent, and its reply has not come.
+    bool isUndecided() const { return m_isUndecided; }
     /// The first reply that was a refusal; std::nullopt without one.
     const std::optional<Reply>& refusal() const { return m_refusal; }
     /// Whether that was the reply to the command.
@@ -39,11 +39,10 @@ public:
 private:
     void awaitQuitReply();
     bool isAccepted(bool (*isGood)(const Reply&));
-    std::optional<Reply> readReply();
 
     ControlSocket& m_socket;
-    ReplyParser m_parser;
-    QByteArray m_text; ///< As it came.
+    ReplyReader m_replies;
     std::optional<Reply> m_refusal;
     bool m_hasSentCommand = false;
+    bool m_isUndecided = false;
 };

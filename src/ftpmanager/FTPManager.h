@@ -101,15 +101,15 @@ public:
     /// sent no login then.
     bool hasRefusedCertificate() const;
 
-    /// Whether the latest operation was one over a control connection that has failed because FMServer::timeLimit() was
-    /// over when its commands were on the way: nobody knows what the server has done. False when the time was over
-    /// before, in connecting, the greeting or the handshake.
-    bool hasTimedOut() const;
+    /// Whether nobody knows what the server has done: the latest operation was one over a control connection, and its
+    /// answer has not come although the command was on the way. Without FMServer::isCareful() only an end of
+    /// FMServer::timeLimit() counts as such, since the server's close of the connection ends the answers.
+    bool isUndecided() const;
 
     /// How the server has refused an operation.
     struct Refusal {
         int code = 0; ///< The reply code, 400 to 599.
-        QString words = {}; ///< The last line of the reply, escaped for people.
+        QString words = {}; ///< The last line of the reply, without the password.
         bool isOfCommand = false; ///< Of what the operation is for, and not of the login or the folder.
     };
     /// Why the latest operation has failed, where a server's refusal was the reason, and the operation was a careful
@@ -206,7 +206,7 @@ private:
     quint64 m_fileSizeProcessed = 0;
     bool m_streamSuccess = false;
     bool m_refusedCertificate = false;
-    bool m_hasTimedOut = false;
+    bool m_isUndecided = false;
     std::optional<Refusal> m_refusal;
 
     // The worker's own.

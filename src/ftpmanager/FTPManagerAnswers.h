@@ -5,6 +5,9 @@
 
 // What a server has answered in a conversation over a control connection. Pure functions, safe on any thread.
 
+/// Bytes of answers that are read at most; a server that says more is not listened to.
+constexpr qsizetype mostAnswers = 1 << 20;
+
 /// Adds the bytes of one read to the text so far. Every part begins a line, even when the server's line was cut between
 /// two reads.
 void appendAnswer(QByteArray& text, QByteArrayView part);

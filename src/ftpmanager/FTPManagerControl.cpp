@@ -4,7 +4,7 @@
 #include "FTPManagerAnswers.h"
 #include "FTPManagerLog.h"
 #include "FTPManagerStrings.h"
-#include "ReplyParser.h"
+#include "ReplyReader.h"
 
 #include <algorithm>
 #include <array>
@@ -18,9 +18,6 @@ namespace {
 
 /// A command line, its line end included, fits into a buffer of 256 bytes with a NUL behind it.
 constexpr qsizetype longestLine = 255;
-
-/// The most that is read of a server's replies; one that says more is not listened to.
-constexpr qsizetype mostReplies = 1 << 20;
 
 /// The commands of one conversation. Complete is false when one of them cannot be a command line.
 class CommandLines {
@@ -91,26 +88,6 @@ bool connectTo(ControlSocket& socket, const FMServer& server)
     return false;
 }
 
-/// The next final reply; std::nullopt when the server sends none.
-std::optional<Reply> readReply(ControlSocket& socket, ReplyParser& parser)
-{
-    std::array<char, 512> part{};
-    while (true) {
-        std::optional<Reply> reply = parser.next();
-        if (reply && !reply->isPreliminary()) {
-            return reply;
-        }
-        if (reply) {
-            continue;
-        }
-        const qint64 count = parser.isBroken() ? -1 : socket.read(part);
-        if (count <= 0) {
-            return std::nullopt;
-        }
-        parser.append(QByteArrayView(part.data(), count));
-    }
-}
-
 enum class Encryption {
     Stands,
     Failed, ///< It has not come to be.
@@ -120,14 +97,14 @@ enum class Encryption {
 /// Agrees with the server on encryption.
 Encryption encrypt(ControlSocket& socket, const FMServer& server)
 {
-    ReplyParser parser;
-    std::optional<Reply> reply = readReply(socket, parser);
+    ReplyReader replies(socket);
+    std::optional<Reply> reply = replies.next();
     if (!reply || !reply->isPositive() || !socket.write("AUTH TLS\r\n")) {
         qCWarning(ftpManagerLog, "the server does not greet");
         return Encryption::Failed;
     }
-    reply = readReply(socket, parser);
-    // What else has come by now is dropped with the parser: it may be anybody's (RFC 4217, section 15).
+    reply = replies.next();
+    // What else has come by now is dropped with the reader: it may be anybody's (RFC 4217, section 15).
     if (!reply || reply->code != 234 || !socket.startEncryption(fmhost(server.destination()))) {
         qCWarning(ftpManagerLog, "the server does not encrypt");
         return Encryption::Failed;
@@ -168,12 +145,12 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     }
     const bool isReady = prepare(socket, server);
     std::optional<QString> answers;
-    bool isUndecided = isReady;
+    bool isUndecided = false;
     if (isReady && server.isCareful()) {
         CarefulConversation conversation(
             socket, std::min<std::chrono::milliseconds>(CarefulConversation::longestSilence, m_timeouts.reply));
         answers = conversation.hold(commands.setUp(), commands.command(), server.encryption() != FTPEncryption::None);
-        isUndecided = conversation.hasSentCommand() && !conversation.refusal();
+        isUndecided = conversation.isUndecided();
         if (const std::optional<Reply>& refusal = conversation.refusal()) {
             noteRefusal({ .code = refusal->code,
                           .words = wordsOf(*refusal, server.password()),
@@ -181,10 +158,11 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
         }
     } else if (isReady) {
         answers = converse(socket, commands.lines());
+        isUndecided = !answers && socket.hasTimedOut();
     }
     const bool success = answers && _checkAnswers(*answers);
     const std::lock_guard lock(m_mutex);
-    m_hasTimedOut = isUndecided && !answers && socket.hasTimedOut();
+    m_isUndecided = isUndecided;
     m_streamSuccess = success;
     m_action = Action::Ended;
     return success;
@@ -243,7 +221,7 @@ std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)
         if (count == 0) {
             return QString::fromUtf8(text);
         }
-        if (text.size() > mostReplies) {
+        if (text.size() > mostAnswers) {
             return std::nullopt;
         }
     }

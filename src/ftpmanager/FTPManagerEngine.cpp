@@ -18,7 +18,7 @@ void FTPManager::begin(Action action, quint64 fileSize)
     m_fileSizeProcessed = 0;
     m_bytesProcessed = 0;
     m_refusedCertificate = false;
-    m_hasTimedOut = false;
+    m_isUndecided = false;
     m_refusal.reset();
 }
 
@@ -40,10 +40,10 @@ bool FTPManager::hasRefusedCertificate() const
     return m_refusedCertificate;
 }
 
-bool FTPManager::hasTimedOut() const
+bool FTPManager::isUndecided() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_hasTimedOut;
+    return m_isUndecided;
 }
 
 std::optional<FTPManager::Refusal> FTPManager::refusal() const

@@ -506,7 +506,7 @@ TEST(FTPManagerControlTest, AServerThatIsSilentForTheRecordsTimeLimitFails)
 
         EXPECT_FALSE(manager.checkLogin(record.get()));
 
-        EXPECT_TRUE(manager.hasTimedOut());
+        EXPECT_TRUE(manager.isUndecided());
         EXPECT_EQ(log.lines(), QStringList{ u"the server has not answered in time"_s });
         hasAnswered.set_value();
     }
@@ -524,7 +524,7 @@ TEST(FTPManagerControlTest, WhatWasNeverSentIsNotSaidToBeUndecided)
 
         EXPECT_FALSE(manager.checkLogin(record.get()));
 
-        EXPECT_FALSE(manager.hasTimedOut());
+        EXPECT_FALSE(manager.isUndecided());
     }
 }
 
@@ -550,7 +550,7 @@ TEST(FTPManagerControlTest, ASocketThatNeverHasRoomIsWaitedForNoLongerThanTheTim
 
     EXPECT_FALSE(manager.checkLogin(record.get()));
 
-    EXPECT_TRUE(manager.hasTimedOut());
+    EXPECT_TRUE(manager.isUndecided());
 }
 
 TEST(FTPManagerControlTest, AServerThatDoesNotCloseHasAnsweredAllTheSame)
@@ -568,7 +568,7 @@ TEST(FTPManagerControlTest, AServerThatDoesNotCloseHasAnsweredAllTheSame)
 
         EXPECT_EQ(manager.deleteFileNamed(u"a.txt"_s, record.get()), verdict);
 
-        EXPECT_FALSE(manager.hasTimedOut());
+        EXPECT_FALSE(manager.isUndecided());
         hasAnswered.set_value();
     }
 }
@@ -654,7 +654,7 @@ TEST(CarefulConversationTest, NothingIsDeletedWhenTheLoginOrTheFolderIsRefused)
         EXPECT_EQ(manager.refusal()->code, 530);
         EXPECT_EQ(manager.refusal()->words, u"530 not you"_s);
         EXPECT_FALSE(manager.refusal()->isOfCommand);
-        EXPECT_FALSE(manager.hasTimedOut());
+        EXPECT_FALSE(manager.isUndecided());
     }
 }
 
@@ -670,6 +670,37 @@ TEST(CarefulConversationTest, ARefusalOfTheCommandIsToldAsSuch)
     EXPECT_EQ(manager.refusal()->words, u"550 no such file"_s);
     server.close();
     EXPECT_EQ(server.received(), QList<QByteArray>{ wholeConversation });
+}
+
+TEST(CarefulConversationTest, AConnectionThatIsLostBehindTheCommandLeavesItUndecided)
+{
+    const ControlServer server([](ControlPeer& peer) {
+        peer.receiveUntil("CWD dir\r\n");
+        peer.send("220 hello\r\n331 go on\r\n230 in\r\n250 there\r\n");
+        peer.receiveUntil("DELE a.txt\r\n");
+    });
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+    EXPECT_TRUE(manager.isUndecided());
+    EXPECT_FALSE(manager.refusal());
+}
+
+TEST(CarefulConversationTest, WhatWouldFailTheAnswersFailsThemBeforeTheCommand)
+{
+    ControlServer server([](ControlPeer& peer) {
+        peer.receiveUntil("CWD dir\r\n");
+        peer.send("220-hello\r\n5 users are here\r\n220 there\r\n331 go on\r\n230 in\r\n250 there\r\n");
+        peer.receiveUntil("QUIT\r\n");
+    });
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+    server.close();
+    EXPECT_FALSE(server.received().value(0).contains("DELE"));
+    EXPECT_FALSE(manager.isUndecided());
 }
 
 TEST(CarefulConversationTest, APasswordThatIsRepeatedIsNotTold)
@@ -727,7 +758,7 @@ TEST(CarefulConversationTest, AServerThatFallsSilentEndsItAndIsUndecidedOnlyBehi
         EXPECT_FALSE(conversation.hold({ "USER user\r\n" }, "DELE a.txt\r\n", false));
 
         EXPECT_TRUE(socket.hasTimedOut());
-        EXPECT_EQ(conversation.hasSentCommand(), hasAccepted);
+        EXPECT_EQ(conversation.isUndecided(), hasAccepted);
         over.set_value();
     }
 }

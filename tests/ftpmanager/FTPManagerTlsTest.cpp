@@ -214,7 +214,7 @@ TEST_F(FTPManagerTlsTest, AServerThatIsSilentBeforeTheConversationLeavesNothingU
 
         EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, record.get()));
 
-        EXPECT_FALSE(manager.hasTimedOut());
+        EXPECT_FALSE(manager.isUndecided());
         hasFailed.set_value();
     }
 }
