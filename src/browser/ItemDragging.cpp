@@ -15,8 +15,6 @@
 #include <QJsonDocument>
 #include <QMimeData>
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 ItemDragging::ItemDragging(QWidget& window, DestinationListing& listing, ItemActions& actions, BrowserHost& host,
@@ -66,7 +64,6 @@ bool ItemDragging::writeRowsWithIndexes(const QList<int>& rows, QMimeData& paste
     if (m_host.alertSendingOrReceiving()) {
         return false;
     }
-    m_dragged = DestinationSettings::destination();
     // Kept: the number of the row stands where others tell types of files. Nobody reads it.
     const QJsonArray properties{ QString::number(rows.first()) };
     pasteboard.setData(promiseFormat, QJsonDocument(properties).toJson(QJsonDocument::Compact));
@@ -83,28 +80,46 @@ QStringList ItemDragging::namesOfPromisedFilesDroppedAtDestination(const QString
     return { entry.name };
 }
 
-void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& destination)
+std::function<void(const QString& folder)> ItemDragging::promiseOf(const ListingEntry& entry)
 {
-    const QString& name = entry.name;
-    const Destination present = DestinationSettings::destination();
-    const Destination pressed = std::exchange(m_dragged, std::nullopt).value_or(present);
-    const auto download = [this, pressed, name, destination, rawName = entry.rawName] {
-        if (m_actions.isStillInForce(pressed, name)) {
-            m_actions.downloadFile(name, destination, rawName);
+    return [this, entry, pressed = DestinationSettings::destination()](const QString& folder) {
+        if (!m_actions.isStillInForce(pressed, entry.name)) {
+            return;
+        }
+        // It may stand elsewhere by now, or be away while the folder is listed again.
+        const int row = m_listing.entries().rowOf(entry.name);
+        if (row >= 0 && m_listing.entries().at(row).rawName == entry.rawName) {
+            namesOfPromisedFilesDroppedAtDestination(folder, { row });
+        } else {
+            makePromisedFile(entry, folder);
         }
     };
-    const QString path = PathText::appendingPathComponent(destination, name);
+}
+
+void ItemDragging::refuseFileName(const QString& name)
+{
+    m_actions.refuseFileName(name);
+}
+
+void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& folder)
+{
+    const QString& name = entry.name;
+    const QString path = PathText::appendingPathComponent(folder, name);
     // A link that leads to nothing is no file to ask about: nothing is written through it.
-    if (PathText::isFileName(name) && LocalItem::at(path)) {
-        const QString shownName = visibleText(name);
-        SheetQueue::of(m_window).raise({ .title = u"File \"%1\" Exists."_s.arg(shownName),
-                                         .text = u"Do you want to overwrite the existing file \"%1\"?"_s.arg(shownName),
-                                         .defaultButton = u"Cancel"_s,
-                                         .alternateButton = u"Overwrite"_s,
-                                         .onAlternate = [this, download] {
-                                             RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, download);
-                                         } });
-    } else {
-        download();
+    if (!PathText::isFileName(name) || !LocalItem::at(path)) {
+        m_actions.downloadFile(name, folder, entry.rawName);
+        return;
     }
+    const auto download = [this, pressed = DestinationSettings::destination(), name, folder, rawName = entry.rawName] {
+        if (m_actions.isStillInForce(pressed, name)) {
+            m_actions.downloadFile(name, folder, rawName);
+        }
+    };
+    const QString shownName = visibleText(name);
+    SheetQueue::of(m_window).raise(
+        { .title = u"File \"%1\" Exists."_s.arg(shownName),
+          .text = u"Do you want to overwrite the existing file \"%1\"?"_s.arg(shownName),
+          .defaultButton = u"Cancel"_s,
+          .alternateButton = u"Overwrite"_s,
+          .onAlternate = [this, download] { RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, download); } });
 }

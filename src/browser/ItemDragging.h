@@ -1,11 +1,8 @@
 #pragma once
 
-#include "Destination.h"
 #include "TableDragging.h"
 
 #include <QObject>
-
-#include <optional>
 
 class BrowserHost;
 class DestinationListing;
@@ -34,13 +31,15 @@ public:
     bool acceptDrop(const QMimeData& pasteboard, const TableDrop& drop) override;
     bool writeRowsWithIndexes(const QList<int>& rows, QMimeData& pasteboard) override;
     QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows) override;
-    void makePromisedFile(const ListingEntry& entry, const QString& destination) override;
+    std::function<void(const QString& folder)> promiseOf(const ListingEntry& entry) override;
+    void refuseFileName(const QString& name) override;
 
 private:
+    void makePromisedFile(const ListingEntry& entry, const QString& folder);
+
     QWidget& m_window;
     DestinationListing& m_listing;
     ItemActions& m_actions;
     BrowserHost& m_host;
     QStringList m_droppedFiles;
-    std::optional<Destination> m_dragged; ///< The destination when the drag that is not over yet began.
 };

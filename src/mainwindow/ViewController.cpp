@@ -74,7 +74,6 @@ void ViewController::connectParts()
     table->setListing(m_listing.model());
     WindowMemory::restore(m_window, *table->horizontalHeader());
     sortDescriptorsDidChange();
-    connect(table, &ListingTable::unnamableItemDragged, &m_items, &ItemActions::refuseFileName);
     connect(&m_listing, &DestinationListing::placeChanged, table, &ListingTable::placeChanged);
     connect(&m_listing, &DestinationListing::began, &m_history, &UploadHistory::listingStarts);
     connect(&m_listing, &DestinationListing::entriesAdded, &m_history, &UploadHistory::listed);

@@ -175,10 +175,11 @@ public:
     {
         return m_dragging.namesOfPromisedFilesDroppedAtDestination(folder, rows);
     }
-    void makePromisedFile(const ListingEntry& entry, const QString& folder) override
+    std::function<void(const QString& folder)> promiseOf(const ListingEntry& entry) override
     {
-        m_dragging.makePromisedFile(entry, folder);
+        return m_dragging.promiseOf(entry);
     }
+    void refuseFileName(const QString& name) override { m_dragging.refuseFileName(name); }
 
     // Actions on the selected item: see ItemActions.
 

@@ -184,14 +184,26 @@ TEST_F(DestinationChangeTest, ADeletionUnderTheSameDestinationIsDone)
 
 TEST_F(DestinationChangeTest, ARowThatWasDraggedUnderAnotherDestinationIsNotFetched)
 {
-    QMimeData data;
-    ASSERT_TRUE(m_controller->writeRowsWithIndexes({ 0 }, data));
+    const auto promise = m_controller->promiseOf(entry(u"a"_s));
     set(u"FTPFolder"_s, u"other"_s);
 
-    m_controller->makePromisedFile(entry(u"a"_s), m_directory.path());
+    promise(m_directory.path());
 
     EXPECT_EQ(count(Kind::Download), 0);
     EXPECT_EQ(shownSheets(), QStringList{ destinationChanged });
+}
+
+TEST_F(DestinationChangeTest, ADragThatWasCancelledHasNoPartInADownloadThatComesLater)
+{
+    QMimeData data;
+    ASSERT_TRUE(m_controller->writeRowsWithIndexes({ 0 }, data));
+    set(u"FTPFolder"_s, u"other"_s);
+    list({ u"a"_s });
+
+    EXPECT_EQ(m_controller->namesOfPromisedFilesDroppedAtDestination(m_directory.path(), { 0 }), QStringList{ u"a"_s });
+
+    EXPECT_EQ(latest(Kind::Download).location, u"ftp://host/other/a"_s);
+    EXPECT_EQ(shownSheets(), QStringList());
 }
 
 TEST_F(DestinationChangeTest, TheSelectionStaysWithinADestinationAlone)

@@ -321,10 +321,11 @@ public:
     {
         return m_real.namesOfPromisedFilesDroppedAtDestination(destination, rows);
     }
-    void makePromisedFile(const ListingEntry& entry, const QString& destination) override
+    std::function<void(const QString& folder)> promiseOf(const ListingEntry& entry) override
     {
-        m_real.makePromisedFile(entry, destination);
+        return m_real.promiseOf(entry);
     }
+    void refuseFileName(const QString& name) override { m_real.refuseFileName(name); }
 
 private:
     TableDragging& m_real;

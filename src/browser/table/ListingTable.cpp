@@ -53,6 +53,7 @@ void ListingTable::setUpHeaders()
 void ListingTable::setListing(ListingModel& model)
 {
     m_listing = &model;
+    m_dragAndDrop.setListing(model);
     setModel(&model);
     m_place = new TablePlace(*this, model);
     connect(m_place, &TablePlace::selectionChanged, this, &ListingTable::tableViewSelectionDidChange);

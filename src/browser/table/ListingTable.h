@@ -1,7 +1,7 @@
 #pragma once
 
 #include "SortDescriptor.h"
-#include "TableDragging.h"
+#include "TableDragAndDrop.h"
 #include "TextTable.h"
 
 #include <QElapsedTimer>
@@ -24,7 +24,7 @@ public:
     /// @p model outlives the table.
     void setListing(ListingModel& model);
     /// @p dragging, not owned, outlives the table or is taken back by null: without it nothing is dragged.
-    void setDragging(TableDragging* dragging) { m_dragging = dragging; }
+    void setDragging(TableDragging* dragging) { m_dragAndDrop.setDragging(dragging); }
 
     /// The column that the header's arrow shows; none without an arrow.
     QList<SortDescriptor> sortDescriptors() const;
@@ -42,8 +42,6 @@ signals:
     void stopRequested();
     void sortDescriptorsDidChange();
     void tableViewSelectionDidChange();
-    /// The user drags an item whose name no file can have.
-    void unnamableItemDragged(const QString& name);
 
 public: // What a view answers to.
     void keyboardSearch(const QString& text) override;
@@ -55,13 +53,13 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    void startDrag(Qt::DropActions actions) override;
-    void dragEnterEvent(QDragEnterEvent* event) override;
-    void dragMoveEvent(QDragMoveEvent* event) override;
-    void dragLeaveEvent(QDragLeaveEvent* event) override;
-    void dropEvent(QDropEvent* event) override;
+    void startDrag(Qt::DropActions /*actions*/) override { m_dragAndDrop.startDrag(); }
+    void dragEnterEvent(QDragEnterEvent* event) override { m_dragAndDrop.enter(*event); }
+    void dragMoveEvent(QDragMoveEvent* event) override { m_dragAndDrop.move(*event); }
+    void dragLeaveEvent(QDragLeaveEvent* /*event*/) override { m_dragAndDrop.leave(); }
+    void dropEvent(QDropEvent* event) override { m_dragAndDrop.drop(*event); }
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
-    int highlightWidth() const override { return m_isDropTarget ? 5 : TextTable::highlightWidth(); }
+    int highlightWidth() const override { return m_dragAndDrop.isDropTarget() ? 5 : TextTable::highlightWidth(); }
 
 private:
     void setUpHeaders();
@@ -71,17 +69,11 @@ private:
     void restorePlace();
     void showSoon();
     void showAgain();
-    TableDrop dropAt(const QPoint& point) const;
-    void setDropTarget(bool isDropTarget);
-    void fulfilPromise(const ListingEntry& entry, const QString& folder);
-    QPixmap dragPicture(int row) const;
 
     ListingModel* m_listing = nullptr;
     QToolButton* m_stopButton;
     TablePlace* m_place = nullptr; ///< Of m_listing.
     QTimer m_hold{ this }; ///< Runs while the old picture stays.
-    TableDragging* m_dragging = nullptr;
-    Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the table.
-    bool m_isDropTarget = false; ///< As a whole, and shown so.
+    TableDragAndDrop m_dragAndDrop{ *this };
     QElapsedTimer m_sincePicture; ///< Since the table was last painted.
 };

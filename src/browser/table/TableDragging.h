@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <Qt>
 
+#include <functional>
+
 class QMimeData;
 
 /// Where in a table something is dropped.
@@ -31,8 +33,11 @@ public:
     /// are there.
     virtual QStringList namesOfPromisedFilesDroppedAtDestination(const QString& destination, const QList<int>& rows)
         = 0;
-    /// The same for the item @p entry, whose row has gone since it was dragged.
-    virtual void makePromisedFile(const ListingEntry& entry, const QString& destination) = 0;
+    /// What makes the file of the item @p entry, which is dragged now, in the local folder that it is given, wherever
+    /// the item stands by then.
+    virtual std::function<void(const QString& folder)> promiseOf(const ListingEntry& entry) = 0;
+    /// The user drags an item whose name @p name no file can have.
+    virtual void refuseFileName(const QString& name) = 0;
 
 protected:
     TableDragging() = default;
