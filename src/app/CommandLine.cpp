@@ -2,8 +2,8 @@
 
 #include "FileURL.h"
 #include "LocalPath.h"
+#include "VisibleText.h"
 
-#include <QCommandLineParser>
 #include <QTextStream>
 #include <QUrl>
 
@@ -43,53 +43,48 @@ QString absolutePath(const QString& word)
     return withOneLeadingSlash(word.startsWith(u'/') ? word : currentFolder() + u'/' + word);
 }
 
-/// Without "-session ID", with which a session manager starts programs again: it is a matter of the toolkit's.
-QStringList withoutSession(QStringList arguments)
-{
-    const qsizetype place = arguments.indexOf(u"-session"_s);
-    const qsizetype endOfOptions = arguments.indexOf(u"--"_s);
-    if (place > 0 && (endOfOptions < 0 || place < endOfOptions)) {
-        arguments.remove(place, std::min<qsizetype>(2, arguments.size() - place));
-    }
-    return arguments;
-}
+constexpr const char* helpText
+    = "Usage: Quillbox [--preferences] [--] [FILE...]\n"
+      "\n"
+      "Uploads files into one folder of an FTP server. Each FILE goes up, one after another; a copy of the program\n"
+      "under another name uploads into a sub-folder of that name.\n"
+      "\n"
+      "  -h, --help     Shows this help.\n"
+      "  -v, --version  Shows the version.\n"
+      "  --preferences  Opens the preferences.\n"
+      "  --             Every word behind it is a file, also one that begins with \"-\".\n";
 
 } // namespace
 
 std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const QString& version, int& exitCode)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        u"Uploads files into one folder of an FTP server. FILES go up one after another; a copy of the program under "
-        "another name uploads into a sub-folder of that name."_s);
-    const QCommandLineOption help({ u"h"_s, u"help"_s }, u"Shows this help."_s);
-    const QCommandLineOption showVersion({ u"v"_s, u"version"_s }, u"Shows the version."_s);
-    const QCommandLineOption preferences(u"preferences"_s, u"Opens the preferences."_s);
-    parser.addOptions({ help, showVersion, preferences });
-    parser.addPositionalArgument(u"FILES"_s, u"Files to upload."_s, u"[FILES...]"_s);
-
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    if (!parser.parse(withoutSession(arguments))) {
-        err << parser.errorText() << '\n';
-        exitCode = 2;
-        return std::nullopt;
-    }
-    exitCode = 0;
-    if (parser.isSet(help)) {
-        out << parser.helpText();
-        return std::nullopt;
-    }
-    if (parser.isSet(showVersion)) {
-        out << "Quillbox " << version << '\n';
-        return std::nullopt;
-    }
     CommandLine commandLine;
-    for (const QString& word : parser.positionalArguments()) {
-        commandLine.files.append(absolutePath(word));
-    }
-    if (parser.isSet(preferences)) {
-        commandLine.action = u"preferences"_s;
+    bool isBehindOptions = false;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& word = arguments[i];
+        if (isBehindOptions || !word.startsWith(u'-')) {
+            commandLine.files.append(absolutePath(word));
+        } else if (word == u"--"_s) {
+            isBehindOptions = true;
+        } else if (word == u"--preferences"_s) {
+            commandLine.action = u"preferences"_s;
+        } else if (word == u"-session"_s) {
+            ++i; // With it and an ID, which are a matter of the toolkit's, a session manager starts programs again.
+        } else if (word == u"-h"_s || word == u"--help"_s) {
+            QTextStream(stdout) << helpText;
+            exitCode = 0;
+            return std::nullopt;
+        } else if (word == u"-v"_s || word == u"--version"_s) {
+            QTextStream(stdout) << "Quillbox " << version << '\n';
+            exitCode = 0;
+            return std::nullopt;
+        } else {
+            QTextStream(stderr)
+                << "Quillbox: There is no option \"" << visibleText(word)
+                << "\". A file of that name is given behind \"--\", and \"--help\" shows the options.\n";
+            exitCode = 2;
+            return std::nullopt;
+        }
     }
     return commandLine;
 }

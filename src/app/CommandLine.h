@@ -4,7 +4,8 @@
 
 #include <optional>
 
-/// What the command line asks for.
+/// What the command line asks for. A word that does not begin with "-" is a file, one that does is an option or an
+/// error, and behind "--" every word is a file.
 struct CommandLine {
     QStringList files; ///< Absolute paths (LocalPath), in order.
     QString action; ///< The launcher's action that is asked for; null for none.

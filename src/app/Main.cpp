@@ -35,12 +35,16 @@ namespace {
 
 constexpr auto clipboardLimit = 2s; ///< A clipboard manager that hangs keeps nobody's program.
 
+/// The program's name alone. The toolkit has options of its own, which it reads behind "--" too: by files of such names
+/// a folder of somebody else's would choose the plug-ins that are loaded.
+int wordsForToolkit = 1;
+
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv)
 {
     QStringList words;
     std::transform(argv, argv + argc, std::back_inserter(words), LocalPath::fromBytes);
-    const QCoreApplication application(argc, argv);
+    const QCoreApplication application(wordsForToolkit, argv);
     int exitCode = 0;
     std::optional<CommandLine> commandLine = CommandLine::read(words, QStringLiteral(QUILLBOX_VERSION), exitCode);
     if (!commandLine) {
@@ -76,9 +80,6 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
     const CommandLine commandLine = readCommandLine(argc, argv);
 
-    // The toolkit has options of its own, which it reads behind "--" too: by files of such names a folder of somebody
-    // else's would choose the plug-ins that are loaded.
-    int wordsForToolkit = 1;
     const QApplication application(wordsForToolkit, argv);
     ProgramIdentity::apply(programFileName());
     CertificateSheets certificateSheets;

@@ -117,23 +117,58 @@ TEST_F(CommandLineTest, ALaunchersActionGoesWithOrWithoutFiles)
 
 TEST_F(CommandLineTest, HelpAndVersionEndAtOnce)
 {
-    ::testing::internal::CaptureStdout();
-    EXPECT_FALSE(read({ u"--version"_s }));
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "Quillbox 1.2\n");
-    EXPECT_EQ(m_exitCode, 0);
-
-    ::testing::internal::CaptureStdout();
-    EXPECT_FALSE(read({ u"--help"_s }));
-    EXPECT_NE(::testing::internal::GetCapturedStdout().find("[FILES...]"), std::string::npos);
-    EXPECT_EQ(m_exitCode, 0);
+    for (const QString& word : { u"--version"_s, u"-v"_s }) {
+        ::testing::internal::CaptureStdout();
+        EXPECT_FALSE(read({ word, u"--frobnicate"_s }));
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), "Quillbox 1.2\n");
+        EXPECT_EQ(m_exitCode, 0);
+    }
+    for (const QString& word : { u"--help"_s, u"-h"_s }) {
+        ::testing::internal::CaptureStdout();
+        EXPECT_FALSE(read({ u"/a"_s, word }));
+        const std::string help = ::testing::internal::GetCapturedStdout();
+        for (const char* part : { "Usage: Quillbox", "[FILE...]", "-h, --help", "-v, --version", "--preferences" }) {
+            EXPECT_NE(help.find(part), std::string::npos) << part;
+        }
+        EXPECT_EQ(m_exitCode, 0);
+    }
 }
 
-TEST_F(CommandLineTest, AnUnknownOptionIsAnError)
+TEST_F(CommandLineTest, AWordThatBeginsWithADashAndIsNoOptionIsAnErrorThatNamesIt)
+{
+    for (const QString& word : { u"--frobnicate"_s, u"-"_s, u"---"_s, u"-x"_s, u"-hv"_s, u"-style"_s, u"-platform"_s,
+                                 u"-stylesheet=x"_s, u"--help=x"_s, u"--preferences=x"_s, u"-preferences"_s }) {
+        ::testing::internal::CaptureStderr();
+        EXPECT_FALSE(read({ u"/a"_s, word, u"/b"_s })) << word.toStdString();
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+                  "Quillbox: There is no option \"" + word.toStdString()
+                      + "\". A file of that name is given behind \"--\", and \"--help\" shows the options.\n");
+        EXPECT_EQ(m_exitCode, 2);
+    }
+}
+
+TEST_F(CommandLineTest, AnErrorCannotWriteToTheTerminalByTheNameOfAFile)
 {
     ::testing::internal::CaptureStderr();
-    EXPECT_FALSE(read({ u"--frobnicate"_s }));
-    EXPECT_NE(::testing::internal::GetCapturedStderr().find("frobnicate"), std::string::npos);
-    EXPECT_EQ(m_exitCode, 2);
+    EXPECT_FALSE(read({ u"-\033]0;x\a"_s + QChar(0xdce9) }));
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("\"-␛]0;x␇⟨0xE9⟩\""), std::string::npos);
+}
+
+TEST_F(CommandLineTest, EveryWordBehindTwoDashesIsAFile)
+{
+    const QStringList names{ u"--"_s,      u"-"_s,        u"-h"_s,        u"--help"_s,        u"--version"_s,
+                             u"-style"_s,  u"-session"_s, u"-platform"_s, u"-stylesheet=x"_s, u"--preferences"_s,
+                             u"-session"_s };
+    QStringList paths;
+    for (const QString& name : names) {
+        paths.append(QDir::currentPath() + u'/' + name);
+    }
+
+    const auto commandLine = read(QStringList{ u"--"_s } + names);
+
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->files, paths);
+    EXPECT_TRUE(commandLine->action.isNull());
 }
 
 } // namespace

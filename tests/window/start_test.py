@@ -247,7 +247,7 @@ class Start(WindowTest):
 
     def test_files_named_like_options_of_the_toolkit_are_files(self):
         self.settings()
-        names = ("-platform", "nowhere", "-style")
+        names = ("-platform", "nowhere", "-style", "-stylesheet=x", "-qmljsdebugger=port:1", "-", "--", "--version")
         for name in names:
             self.file(name, name.encode())
 
@@ -255,11 +255,12 @@ class Start(WindowTest):
 
         self.wait_for_files(*names)
 
-    def test_an_unknown_option_is_refused(self):
-        program = self.launch("--no-such-option")
+    def test_an_unknown_option_is_refused_without_a_display(self):
+        for option in ("--no-such-option", "-platform", "-style", "-"):
+            program = self.launch(option, "offscreen", DISPLAY=None, DBUS_SESSION_BUS_ADDRESS=None)
 
-        self.assertEqual(program.exit_code(), 2)
-        self.assertIn("no-such-option", program.output())
+            self.assertEqual(program.exit_code(), 2)
+            self.assertIn(f'"{option}"', program.output())
 
     def test_closing_the_window_ends_the_program_also_in_mid_upload(self):
         self.settings()
