@@ -105,8 +105,9 @@ void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& fo
 {
     const QString& name = entry.name;
     const QString path = PathText::appendingPathComponent(folder, name);
-    // A link that leads to nothing is no file to ask about: nothing is written through it.
-    if (!PathText::isFileName(name) || !LocalItem::at(path)) {
+    const bool isFileName = PathText::isFileName(name);
+    const QString linkTarget = isFileName ? LocalItem::linkTarget(path) : QString();
+    if (!isFileName || (linkTarget.isNull() && !LocalItem::at(path))) {
         m_actions.downloadFile(name, folder, entry.rawName);
         return;
     }
@@ -116,9 +117,14 @@ void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& fo
         }
     };
     const QString shownName = visibleText(name);
+    QString question = u"Do you want to overwrite the existing file \"%1\"?"_s.arg(shownName);
+    if (!linkTarget.isNull()) {
+        question += u"\n\nIt is a link to “%1”. The link is replaced, what it leads to is not."_s.arg(
+            visibleText(linkTarget));
+    }
     SheetQueue::of(m_window).raise(
         { .title = u"File \"%1\" Exists."_s.arg(shownName),
-          .text = u"Do you want to overwrite the existing file \"%1\"?"_s.arg(shownName),
+          .text = question,
           .defaultButton = u"Cancel"_s,
           .alternateButton = u"Overwrite"_s,
           .onAlternate = [this, download] { RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, download); } });

@@ -3,7 +3,6 @@
 #include "FileOutputStream.h"
 #include "FileURL.h"
 #include "ListingParser.h"
-#include "LocalItem.h"
 #include "LocalPath.h"
 #include "MacRoman.h"
 #include "PathText.h"
@@ -122,9 +121,9 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
     if (run(*m_serverReadStream)) {
         return true;
     }
-    // Part of a file looks like the file. Folders are left alone, should one stand in its place, and so are links that
-    // lead to nothing.
-    if (LocalItem::at(path)) {
+    // Part of a file looks like the file. A folder in its place stays, and the system would stop at a NUL and remove
+    // another file.
+    if (!path.contains(QChar::Null)) {
         ::unlink(LocalPath::toBytes(path).constData());
     }
     return false;

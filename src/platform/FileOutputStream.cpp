@@ -10,24 +10,37 @@
 
 namespace {
 
+bool isRegularFile(int descriptor)
+{
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 /// What comes from elsewhere takes no program's place: a file that is written over can no longer be executed.
 void withdrawExecution(int descriptor)
 {
     constexpr mode_t execution = S_IXUSR | S_IXGRP | S_IXOTH;
     struct stat status = {};
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & execution) != 0) {
+    if (::fstat(descriptor, &status) == 0 && (status.st_mode & execution) != 0) {
         ::fchmod(descriptor, status.st_mode & 07777 & ~execution);
     }
 }
 
-/// Opens what is there or, when there is nothing, makes a file. In two steps, since a file that is made in the one step
-/// that the system has for both is also made at the end of a link that leads to nothing.
-int openForWriting(const QString& path)
+/// Opens the regular file at @p name, or makes one; -1 when that is not possible. Nothing else is written to:
+/// a link gives way to the file, whatever it leads to, and pipes and devices stay alone.
+int openForWriting(const char* name)
 {
-    constexpr int flags = O_WRONLY | O_TRUNC | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    const QByteArray name = LocalPath::toBytes(path);
-    const int descriptor = ::open(name.constData(), flags);
-    return descriptor >= 0 || errno != ENOENT ? descriptor : ::open(name.constData(), flags | O_CREAT | O_EXCL, 0666);
+    constexpr int flags = O_WRONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
+    int descriptor = ::open(name, flags);
+    if (descriptor < 0 && (errno == ENOENT || (errno == ELOOP && ::unlink(name) == 0))) {
+        descriptor = ::open(name, flags | O_CREAT | O_EXCL, 0666);
+    }
+    // Emptied once it is known what was opened.
+    if (descriptor >= 0 && !(isRegularFile(descriptor) && ::ftruncate(descriptor, 0) == 0)) {
+        ::close(descriptor);
+        return -1;
+    }
+    return descriptor;
 }
 
 } // namespace
@@ -46,7 +59,7 @@ void FileOutputStream::open()
 {
     // The system would stop at a NUL and write another file.
     if (!m_path.contains(QChar::Null)) {
-        m_descriptor = openForWriting(m_path);
+        m_descriptor = openForWriting(LocalPath::toBytes(m_path).constData());
     }
     m_failed = m_descriptor < 0;
     if (!m_failed) {

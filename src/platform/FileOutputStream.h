@@ -13,8 +13,8 @@ public:
     FileOutputStream& operator=(const FileOutputStream&) = delete;
     ~FileOutputStream(); ///< Closes, whatever that answers.
 
-    /// Creates the file, or empties the one that is there, also where a link leads to it. A link that leads to nothing
-    /// cannot be opened: the file would be made elsewhere. Never waits, also not for a named pipe.
+    /// Creates the file, or empties the one that is there. Never follows a link: one in the file's place is removed.
+    /// What is neither cannot be opened. Never waits, also not for a named pipe.
     void open();
 
     /// Writes up to @p data.size() bytes; answers how many, -1 on failure.

@@ -2,7 +2,10 @@
 
 #include "LocalPath.h"
 
+#include <array>
+#include <climits>
 #include <sys/stat.h>
+#include <unistd.h>
 
 std::optional<LocalItem> LocalItem::at(const QString& path)
 {
@@ -15,4 +18,12 @@ std::optional<LocalItem> LocalItem::at(const QString& path)
     return LocalItem{ .isFolder = S_ISDIR(status.st_mode),
                       .isPlainFile = S_ISREG(status.st_mode),
                       .size = status.st_size };
+}
+
+QString LocalItem::linkTarget(const QString& path)
+{
+    const QByteArray bytes = LocalPath::toBytes(path);
+    std::array<char, PATH_MAX> target{};
+    const ssize_t size = bytes.contains('\0') ? -1 : ::readlink(bytes.constData(), target.data(), target.size());
+    return size < 0 ? QString() : LocalPath::fromBytes(QByteArray(target.data(), size));
 }

@@ -320,19 +320,31 @@ TEST_F(FTPManagerOperationsTest, ADownloadThatFailsMidwayLeavesNoFile)
     EXPECT_FALSE(QFile::exists(m_directory.filePath(u"name"_s)));
 }
 
-TEST_F(FTPManagerOperationsTest, ADownloadMakesNoFileThroughALinkThatLeadsToNothingAndLeavesTheLink)
+TEST_F(FTPManagerOperationsTest, ADownloadThatFailsRemovesNoOtherFile)
+{
+    QFile other(m_directory.filePath(u"name"_s));
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    m_streams.next.turns = { { ErrorOccurred } };
+    const LogRecorder log;
+
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s + QChar::Null, directoryURL(), m_server.get()));
+
+    EXPECT_TRUE(other.exists());
+}
+
+TEST_F(FTPManagerOperationsTest, ADownloadTakesThePlaceOfALinkAndWritesNothingWhereItLeads)
 {
     const QString link = m_directory.filePath(u"name"_s);
     const QString elsewhere = m_directory.filePath(u"elsewhere"_s);
     ASSERT_TRUE(QFile::link(elsewhere, link));
     m_streams.next.readAnswers = { "hello"_ba };
     m_streams.next.turns = { { OpenCompleted }, { HasBytesAvailable }, { HasBytesAvailable } };
-    const LogRecorder log;
 
-    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
+    EXPECT_TRUE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
 
     EXPECT_FALSE(QFile::exists(elsewhere));
-    EXPECT_TRUE(QFileInfo(link).isSymLink());
+    EXPECT_FALSE(QFileInfo(link).isSymLink());
+    EXPECT_EQ(QFileInfo(link).size(), 5);
 }
 
 TEST_F(FTPManagerOperationsTest, AStreamThatCannotBeMadeFailsWithoutAWord)

@@ -410,21 +410,41 @@ TEST_F(TableDraggingTest, AnExistingFileIsKeptUnlessTheUserWantsOtherwise)
     EXPECT_EQ(contents(u"a.txt"_s), "theirs");
 }
 
-TEST_F(TableDraggingTest, NoFileIsMadeElsewhereThroughALinkThatLeadsToNothing)
+TEST_F(TableDraggingTest, NoFileIsWrittenThroughALink)
 {
     const QString outside = m_directory.filePath(u"outside"_s);
-    ASSERT_TRUE(QFile::link(outside, out(u"a.txt"_s)));
+    for (const bool leadsToFile : { false, true }) {
+        QFile::remove(out(u"a.txt"_s));
+        if (leadsToFile) {
+            makeFile(u"outside"_s, "mine");
+        }
+        ASSERT_TRUE(QFile::link(outside, out(u"a.txt"_s)));
 
-    const auto promise = [this] { fulfil({ 0 }); };
-    const auto download = [this] { m_controller->downloadFile(u"a.txt"_s, out()); };
-    for (const std::function<void()>& begin : { std::function<void()>(promise), std::function<void()>(download) }) {
-        begin();
+        m_controller->downloadFile(u"a.txt"_s, out());
         bring("bytes");
-        tick();
 
-        EXPECT_EQ(control<QLabel>("statusTextField").text(), u"File write error"_s);
-        EXPECT_FALSE(m_controller->gc().isReceiving());
-        EXPECT_FALSE(QFileInfo::exists(outside));
+        EXPECT_EQ(contents(u"a.txt"_s), "bytes");
+        EXPECT_FALSE(QFileInfo(out(u"a.txt"_s)).isSymLink());
+        EXPECT_EQ(QFileInfo(outside).size(), leadsToFile ? 4 : 0);
+        EXPECT_EQ(QFileInfo::exists(outside), leadsToFile);
+    }
+}
+
+TEST_F(TableDraggingTest, TheQuestionSaysThatALinkStandsInTheFilesPlace)
+{
+    for (const bool leadsToFile : { false, true }) {
+        const QString outside = leadsToFile ? makeFile(u"outside"_s, "mine") : m_directory.filePath(u"outside"_s);
+        QFile::remove(out(u"a.txt"_s));
+        ASSERT_TRUE(QFile::link(outside, out(u"a.txt"_s)));
+
+        fulfil({ 0 });
+
+        EXPECT_EQ(count(Kind::Download), 0);
+        EXPECT_EQ(shownSheets(),
+                  QStringList{
+                      overwriteA
+                      + u"\n\nIt is a link to “%1”. The link is replaced, what it leads to is not."_s.arg(outside) });
+        answerSheet(u"Cancel"_s);
         EXPECT_TRUE(QFileInfo(out(u"a.txt"_s)).isSymLink());
     }
 }

@@ -3,6 +3,7 @@
 #include "FileInputStream.h"
 #include "FileOfBytes.h"
 #include "FileOutputStream.h"
+#include "FileSizeLimit.h"
 #include "LocalPath.h"
 
 #include <QDir>
@@ -205,24 +206,38 @@ TEST_F(FileStreamTest, OutputReplacesWhatWasThere)
     EXPECT_EQ(contents(file), "xyz");
 }
 
-TEST_F(FileStreamTest, OutputGoesThroughALinkToAFileAndMakesNoneThroughALinkToNothing)
+TEST_F(FileStreamTest, OutputTakesThePlaceOfALinkWhateverItLeadsTo)
+{
+    const QString file = makeFile(u"a"_s, "0123456789");
+    for (const QString& goal : { file, path(u"nowhere"_s), u"link"_s, m_folder.path(), u"/dev/null"_s }) {
+        SCOPED_TRACE(goal.toStdString());
+        QFile::remove(path(u"link"_s));
+        ASSERT_TRUE(QFile::link(goal, path(u"link"_s)));
+        FileOutputStream stream(path(u"link"_s));
+        stream.open();
+
+        EXPECT_EQ(stream.write(std::array{ 'x' }), 1);
+        EXPECT_TRUE(stream.close());
+        EXPECT_FALSE(QFileInfo(path(u"link"_s)).isSymLink());
+        EXPECT_EQ(contents(path(u"link"_s)), "x");
+    }
+    EXPECT_EQ(contents(file), "0123456789");
+    EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
+}
+
+TEST_F(FileStreamTest, OutputIsNotWrittenWhereALinkCannotBeRemoved)
 {
     const QString file = makeFile(u"a"_s, "0123456789");
     ASSERT_TRUE(QFile::link(file, path(u"link"_s)));
-    FileOutputStream through(path(u"link"_s));
-    through.open();
-    EXPECT_EQ(through.write(std::array{ 'x' }), 1);
-    EXPECT_TRUE(through.close());
-    EXPECT_EQ(contents(file), "x");
+    FileOutputStream stream(path(u"link"_s));
+    const FaultyFileCalls faults;
+    FaultyFileCalls::refuseToUnlink();
+    stream.open();
 
-    ASSERT_TRUE(QFile::link(path(u"nowhere"_s), path(u"dangling"_s)));
-    FileOutputStream nowhere(path(u"dangling"_s));
-    nowhere.open();
-
-    EXPECT_EQ(nowhere.write(std::array{ 'x' }), -1);
-    EXPECT_FALSE(nowhere.close());
-    EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
-    EXPECT_TRUE(QFileInfo(path(u"dangling"_s)).isSymLink());
+    EXPECT_EQ(stream.write(std::array{ 'x' }), -1);
+    EXPECT_FALSE(stream.close());
+    EXPECT_EQ(contents(file), "0123456789");
+    EXPECT_TRUE(QFileInfo(path(u"link"_s)).isSymLink());
 }
 
 TEST_F(FileStreamTest, OutputFilesAreNotExecutable)
@@ -271,22 +286,34 @@ TEST_F(FileStreamTest, OutputThatCannotBeOpenedFailsWhenItIsClosedWithoutAByte)
     EXPECT_FALSE(QFileInfo::exists(path(u"a"_s)));
 }
 
-TEST_F(FileStreamTest, OutputToANamedPipeWithoutAReaderFailsInsteadOfWaiting)
+TEST_F(FileStreamTest, OutputGoesToNothingButARegularFileAndWaitsForNone)
 {
-    ASSERT_EQ(mkfifo(QFile::encodeName(path(u"pipe"_s)).constData(), 0600), 0);
-    FileOutputStream stream(path(u"pipe"_s));
+    const QString pipe = path(u"pipe"_s);
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    FileOutputStream unread(pipe);
+    unread.open();
+    EXPECT_FALSE(unread.close());
 
-    stream.open();
+    const int reader = open(QFile::encodeName(pipe).constData(), O_RDONLY | O_NONBLOCK);
+    for (const QString& file : { pipe, u"/dev/null"_s, u"/dev/ptmx"_s }) {
+        SCOPED_TRACE(file.toStdString());
+        FileOutputStream stream(file);
+        stream.open();
 
-    EXPECT_FALSE(stream.close());
+        EXPECT_EQ(stream.write(std::array{ 'x' }), -1);
+        EXPECT_FALSE(stream.close());
+    }
+    close(reader);
 }
 
 TEST_F(FileStreamTest, OutputToAFullDiskFails)
 {
-    FileOutputStream stream(u"/dev/full"_s);
+    FileOutputStream stream(path(u"a"_s));
     stream.open();
+    const FileSizeLimit full(1);
 
-    EXPECT_EQ(stream.write(std::array{ 'x' }), -1);
+    EXPECT_EQ(stream.write(std::array{ 'x', 'y' }), 1);
+    EXPECT_EQ(stream.write(std::array{ 'y' }), -1);
     EXPECT_FALSE(stream.close());
 }
 

@@ -35,6 +35,19 @@ TEST(LocalItemTest, FollowsLinks)
     EXPECT_FALSE(LocalItem::at(folder.filePath(u"to-nothing"_s)));
 }
 
+TEST(LocalItemTest, TellsWhereALinkLeads)
+{
+    const QTemporaryDir folder;
+    const FileOfBytes file(folder.path(), "file", "12345");
+    QFile::link(u"/nowhere"_s, folder.filePath(u"link"_s));
+
+    EXPECT_EQ(LocalItem::linkTarget(folder.filePath(u"link"_s)), u"/nowhere"_s);
+    EXPECT_TRUE(LocalItem::linkTarget(LocalPath::fromBytes(file.path())).isNull());
+    EXPECT_TRUE(LocalItem::linkTarget(folder.path()).isNull());
+    EXPECT_TRUE(LocalItem::linkTarget(folder.filePath(u"gone"_s)).isNull());
+    EXPECT_TRUE(LocalItem::linkTarget(folder.filePath(u"link"_s) + QChar::Null).isNull());
+}
+
 TEST(LocalItemTest, NoOtherItemIsTakenForWhatCannotBe)
 {
     EXPECT_FALSE(LocalItem::at({}));

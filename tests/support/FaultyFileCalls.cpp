@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 #include <unistd.h>
 
@@ -12,6 +13,8 @@ struct Faults {
     int interruptedWrites = 0;
     std::optional<size_t> longestWrite;
     int closeError = 0;
+    bool refusesToUnlink = false;
+    bool refusesToRename = false;
 };
 
 Faults& faults()
@@ -31,6 +34,12 @@ bool interrupts(int& remaining)
     return true;
 }
 
+int refuse()
+{
+    errno = EACCES;
+    return -1;
+}
+
 } // namespace
 
 // The linker leads the calls to __wrap_NAME and those of __real_NAME to the system: its names, not ours.
@@ -40,9 +49,13 @@ extern "C" {
 ssize_t __real_read(int descriptor, void* data, size_t size);
 ssize_t __real_write(int descriptor, const void* data, size_t size);
 int __real_close(int descriptor);
+int __real_unlink(const char* path);
+int __real_rename(const char* from, const char* to);
 ssize_t __wrap_read(int descriptor, void* data, size_t size);
 ssize_t __wrap_write(int descriptor, const void* data, size_t size);
 int __wrap_close(int descriptor);
+int __wrap_unlink(const char* path);
+int __wrap_rename(const char* from, const char* to);
 
 ssize_t __wrap_read(int descriptor, void* data, size_t size)
 {
@@ -65,6 +78,16 @@ int __wrap_close(int descriptor)
     }
     errno = faults().closeError;
     return -1;
+}
+
+int __wrap_unlink(const char* path)
+{
+    return faults().refusesToUnlink ? refuse() : __real_unlink(path);
+}
+
+int __wrap_rename(const char* from, const char* to)
+{
+    return faults().refusesToRename ? refuse() : __real_rename(from, to);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
@@ -92,4 +115,14 @@ void FaultyFileCalls::limitWrites(size_t size)
 void FaultyFileCalls::failToClose(int error)
 {
     faults().closeError = error;
+}
+
+void FaultyFileCalls::refuseToUnlink()
+{
+    faults().refusesToUnlink = true;
+}
+
+void FaultyFileCalls::refuseToRename()
+{
+    faults().refusesToRename = true;
 }

@@ -18,4 +18,7 @@ public:
     static void limitWrites(std::size_t size);
     /// From here on closing frees the descriptor and fails with @p error.
     static void failToClose(int error);
+    /// From here on nothing can be removed, or nothing can be renamed, for want of permission.
+    static void refuseToUnlink();
+    static void refuseToRename();
 };
