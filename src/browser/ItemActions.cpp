@@ -116,6 +116,13 @@ void ItemActions::downloadFile(const QString& name, const QString& folder, const
     m_host.downloadStarted();
 }
 
+void ItemActions::overwriteFile(const QString& name, const QString& folder, const QByteArray& rawName)
+{
+    m_downloads.setKeepsFileUntilWhole(true);
+    downloadFile(name, folder, rawName);
+    m_downloads.setKeepsFileUntilWhole(false);
+}
+
 void ItemActions::refuseFileName(const QString& name)
 {
     // A name that the server sent never leads to another folder.

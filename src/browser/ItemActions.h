@@ -43,6 +43,8 @@ public:
     /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default. @p rawName:
     /// what the server knows it by, where that is no UTF-8.
     void downloadFile(const QString& name, const QString& folder, const QByteArray& rawName = {});
+    /// The same over a file of that name, which is kept until the download is whole.
+    void overwriteFile(const QString& name, const QString& folder, const QByteArray& rawName = {});
     /// Says that no file can be called @p name.
     void refuseFileName(const QString& name);
     void deleteSelection();

@@ -111,9 +111,9 @@ void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& fo
         m_actions.downloadFile(name, folder, entry.rawName);
         return;
     }
-    const auto download = [this, pressed = DestinationSettings::destination(), name, folder, rawName = entry.rawName] {
+    const auto overwrite = [this, pressed = DestinationSettings::destination(), name, folder, rawName = entry.rawName] {
         if (m_actions.isStillInForce(pressed, name)) {
-            m_actions.downloadFile(name, folder, rawName);
+            m_actions.overwriteFile(name, folder, rawName);
         }
     };
     const QString shownName = visibleText(name);
@@ -127,5 +127,5 @@ void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& fo
           .text = question,
           .defaultButton = u"Cancel"_s,
           .alternateButton = u"Overwrite"_s,
-          .onAlternate = [this, download] { RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, download); } });
+          .onAlternate = [this, overwrite] { RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, overwrite); } });
 }

@@ -3,6 +3,7 @@
 #include "LocalPath.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,25 +46,58 @@ int openForWriting(const char* name)
 
 } // namespace
 
-FileOutputStream::FileOutputStream(QString path)
+FileOutputStream::FileOutputStream(QString path, Existing existing)
     : m_path(std::move(path))
+    , m_existing(existing)
 {
 }
 
 FileOutputStream::~FileOutputStream()
 {
-    close();
+    discard();
 }
 
 void FileOutputStream::open()
 {
+    const QByteArray name = LocalPath::toBytes(m_path);
     // The system would stop at a NUL and write another file.
-    if (!m_path.contains(QChar::Null)) {
-        m_descriptor = openForWriting(LocalPath::toBytes(m_path).constData());
+    if (!name.contains('\0')) {
+        if (m_existing == Existing::KeptUntilWhole) {
+            openBeside(name);
+        }
+        if (m_descriptor < 0) {
+            m_descriptor = openForWriting(name.constData());
+        }
     }
     m_failed = m_descriptor < 0;
     if (!m_failed) {
         withdrawExecution(m_descriptor);
+    }
+}
+
+void FileOutputStream::openBeside(const QByteArray& name)
+{
+    constexpr int mostNames = 100;
+    struct stat status = {};
+    const bool isThere = ::lstat(name.constData(), &status) == 0;
+    const bool isFile = isThere && S_ISREG(status.st_mode);
+    if (isThere && !isFile && !S_ISLNK(status.st_mode)) {
+        return; // Nothing takes the place of anything else.
+    }
+    for (int number = 1; number <= mostNames; ++number) {
+        const QByteArray part = name + (number == 1 ? QByteArray() : ' ' + QByteArray::number(number)) + ".part";
+        // Nobody else reads it before it has the other's mode.
+        m_descriptor = ::open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, isFile ? 0600 : 0666);
+        if (m_descriptor >= 0) {
+            m_part = part;
+            if (isFile) {
+                ::fchmod(m_descriptor, status.st_mode & 0777);
+            }
+            return;
+        }
+        if (errno != EEXIST) {
+            return;
+        }
     }
 }
 
@@ -82,10 +116,30 @@ qint64 FileOutputStream::write(std::span<const char> data)
 
 bool FileOutputStream::close()
 {
+    closeDescriptor();
+    if (m_failed) {
+        discard();
+    } else if (!m_part.isEmpty()) {
+        m_failed = ::rename(m_part.constData(), LocalPath::toBytes(m_path).constData()) != 0;
+        m_part.clear();
+    }
+    return !m_failed;
+}
+
+void FileOutputStream::discard()
+{
+    closeDescriptor();
+    if (!m_part.isEmpty()) {
+        ::unlink(m_part.constData());
+        m_part.clear();
+    }
+}
+
+void FileOutputStream::closeDescriptor()
+{
     if (m_descriptor >= 0) {
         // Not tried again when interrupted: the descriptor is gone either way.
         m_failed = (::close(m_descriptor) != 0 && errno != EINTR) || m_failed;
         m_descriptor = -1;
     }
-    return !m_failed;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <span>
@@ -8,23 +9,40 @@
 /// shows when it is written to or closed.
 class FileOutputStream {
 public:
-    explicit FileOutputStream(QString path);
+    /// What becomes of a file that is there already.
+    enum class Existing {
+        Overwritten, ///< It is emptied at once.
+        KeptUntilWhole, ///< A new file beside it ("NAME.part", else "NAME 2.part" and so on) takes its name when
+                        ///< closed.
+    };
+
+    explicit FileOutputStream(QString path, Existing existing = Existing::Overwritten);
     FileOutputStream(const FileOutputStream&) = delete;
     FileOutputStream& operator=(const FileOutputStream&) = delete;
-    ~FileOutputStream(); ///< Closes, whatever that answers.
+    ~FileOutputStream(); ///< As discard().
 
     /// Creates the file, or empties the one that is there. Never follows a link: one in the file's place is removed.
-    /// What is neither cannot be opened. Never waits, also not for a named pipe.
+    /// What is neither cannot be opened. Never waits, also not for a named pipe. A file beside the one that is kept has
+    /// its mode; where none can be made, the one that is there is overwritten after all.
     void open();
 
     /// Writes up to @p data.size() bytes; answers how many, -1 on failure.
     [[nodiscard]] qint64 write(std::span<const char> data);
 
-    /// False when the file could not be opened, written or closed: then its contents are not what was written.
+    /// The file is whole. False when it could not be opened, written or closed: then its contents are not what was
+    /// written. False, too, when the whole file cannot take its name: then it stays beside it.
     bool close();
 
+    /// The file will not become whole. What was written stays, except beside a file that is kept: that alone stays.
+    void discard();
+
 private:
+    void openBeside(const QByteArray& name);
+    void closeDescriptor();
+
     QString m_path;
+    Existing m_existing;
+    QByteArray m_part; ///< The file that is written beside the one at the path; empty: none.
     int m_descriptor = -1;
     bool m_failed = false;
 };

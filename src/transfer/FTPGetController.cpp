@@ -59,7 +59,9 @@ void FTPGetController::startReceive(const QString& address, const QString& usern
         updateStatus(u"Invalid Desftination File"_s);
         return;
     }
-    m_fileStream = std::make_unique<FileOutputStream>(m_filePath);
+    m_fileStream = std::make_unique<FileOutputStream>(m_filePath,
+                                                      m_keepsFileUntilWhole ? FileOutputStream::Existing::KeptUntilWhole
+                                                                            : FileOutputStream::Existing::Overwritten);
     m_fileStream->open();
     if (!startStream(m_streams.createDownloadStream(location), username, password)) {
         return;
@@ -74,7 +76,7 @@ void FTPGetController::stopReceiveWithStatus(const QString& status)
     QString outcome = status;
     if (m_fileStream != nullptr) {
         // What could not be written to the end is no success, not even when there was nothing to write.
-        if (!m_fileStream->close() && status.isNull()) {
+        if (status.isNull() && !m_fileStream->close()) {
             outcome = u"File write error"_s;
         }
         m_fileStream.reset();

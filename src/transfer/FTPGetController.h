@@ -40,12 +40,17 @@ public:
     WeakRef<FTPGetControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPGetControllerDelegate> delegate);
 
+    /// Whether a file that is there when a download starts is kept until the new one is whole, instead of being emptied
+    /// at the start. After a failure or a stop it is then what it was, and of the new one nothing stays. Off at first.
+    bool keepsFileUntilWhole() const { return m_keepsFileUntilWhole; }
+    void setKeepsFileUntilWhole(bool keeps) { m_keepsFileUntilWhole = keeps; }
+
     /// Starts a download of the file at @p address to the local path @p file, whose contents are replaced; null means
     /// a file of its own in the Downloads folder. While one runs, only pathToDownload() changes, and an alert says so a
     /// second later. Without both user name and password (null or empty) the login is anonymous.
     void startReceive(const QString& address, const QString& username, const QString& password, const QString& file);
     /// Ends the download and reports @p status; null means that the file has arrived. What there is of the local file
-    /// stays.
+    /// stays, unless an older one was kept beside it.
     void stopReceiveWithStatus(const QString& status);
 
     bool isReceiving() const { return networkStream() != nullptr; }
@@ -77,6 +82,7 @@ private:
     const UserDefaults& m_defaults;
     FileOpener m_openFile;
     WeakRef<FTPGetControllerDelegate> m_delegate;
+    bool m_keepsFileUntilWhole = false;
     QString m_filePath;
     std::unique_ptr<FileOutputStream> m_fileStream;
     qint64 m_fileSize = 0;

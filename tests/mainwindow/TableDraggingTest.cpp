@@ -410,6 +410,31 @@ TEST_F(TableDraggingTest, AnExistingFileIsKeptUnlessTheUserWantsOtherwise)
     EXPECT_EQ(contents(u"a.txt"_s), "theirs");
 }
 
+TEST_F(TableDraggingTest, AFileThatIsOverwrittenIsKeptUntilTheDownloadIsWhole)
+{
+    for (const bool fails : { true, false }) {
+        makeFile(u"out/a.txt"_s, "mine");
+        fulfil({ 0 });
+        answerSheet(u"Overwrite"_s);
+        passDelaysOf(*m_controller);
+        FakeFTPStream& stream = latest(Kind::Download);
+        stream.sendOpenCompleted();
+        stream.sendBytes("theirs");
+        EXPECT_EQ(contents(u"a.txt"_s), "mine");
+
+        if (fails) {
+            stream.sendRefusal(426);
+        } else {
+            stream.sendEnd();
+        }
+
+        EXPECT_EQ(contents(u"a.txt"_s), fails ? "mine" : "theirs");
+        EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ u"a.txt"_s });
+    }
+    m_controller->downloadFile(u"a.txt"_s, out()); // Nobody was asked about this one.
+    EXPECT_EQ(contents(u"a.txt"_s), "");
+}
+
 TEST_F(TableDraggingTest, NoFileIsWrittenThroughALink)
 {
     const QString outside = m_directory.filePath(u"outside"_s);

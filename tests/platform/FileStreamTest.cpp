@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -342,6 +343,156 @@ TEST_F(FileStreamTest, OutputFailsWhenClosingDoes)
 
         return stream.close();
     });
+}
+
+/// Files that take another's name only when they are whole.
+class ReplacingFileTest : public FileStreamTest {
+protected:
+    /// What is in the folder.
+    QStringList names() const { return QDir(m_folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot); }
+    FileOutputStream stream(const QString& path) const
+    {
+        return FileOutputStream(path, FileOutputStream::Existing::KeptUntilWhole);
+    }
+    mode_t modeOf(const QString& path) const
+    {
+        struct stat status = {};
+        EXPECT_EQ(lstat(QFile::encodeName(path).constData(), &status), 0);
+        return status.st_mode & 07777;
+    }
+};
+
+TEST_F(ReplacingFileTest, TheOldFileStandsUntilTheNewOneIsWhole)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    ASSERT_EQ(chmod(QFile::encodeName(file).constData(), 0640), 0);
+    FileOutputStream output = stream(file);
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+
+    EXPECT_EQ(contents(file), "old");
+    EXPECT_EQ(contents(path(u"a.part"_s)), "x");
+    EXPECT_EQ(modeOf(path(u"a.part"_s)), 0640);
+    EXPECT_TRUE(output.close());
+
+    EXPECT_EQ(contents(file), "x");
+    EXPECT_EQ(modeOf(file), 0640);
+    EXPECT_EQ(names(), QStringList{ u"a"_s });
+}
+
+TEST_F(ReplacingFileTest, WhatDoesNotBecomeWholeIsRemovedAndTheOldFileStays)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    for (const int howItEnds : { 0, 1, 2 }) {
+        SCOPED_TRACE(howItEnds);
+        FileOutputStream output = stream(file);
+        output.open();
+        EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+        if (howItEnds == 1) {
+            output.discard();
+        } else if (howItEnds == 2) {
+            const FaultyFileCalls faults;
+            FaultyFileCalls::failToClose(EDQUOT);
+            EXPECT_FALSE(output.close());
+        }
+    }
+
+    EXPECT_EQ(contents(file), "old");
+    EXPECT_EQ(names(), QStringList{ u"a"_s });
+}
+
+TEST_F(ReplacingFileTest, OtherFilesBesideItAreLeftAlone)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    makeFile(u"a.part"_s, "another");
+    ASSERT_TRUE(QFile::link(makeFile(u"b"_s, "precious"), path(u"a 2.part"_s)));
+    FileOutputStream output = stream(file);
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+
+    EXPECT_EQ(contents(path(u"a 3.part"_s)), "x");
+    EXPECT_TRUE(output.close());
+    EXPECT_EQ(contents(file), "x");
+    EXPECT_EQ(contents(path(u"a.part"_s)), "another");
+    EXPECT_EQ(contents(path(u"b"_s)), "precious");
+    EXPECT_EQ(names(), (QStringList{ u"a"_s, u"a 2.part"_s, u"a.part"_s, u"b"_s }));
+}
+
+TEST_F(ReplacingFileTest, ALinkStandsUntilTheNewFileIsWhole)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    ASSERT_TRUE(QFile::link(file, path(u"link"_s)));
+    FileOutputStream output = stream(path(u"link"_s));
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+
+    EXPECT_TRUE(QFileInfo(path(u"link"_s)).isSymLink());
+    EXPECT_TRUE(output.close());
+
+    EXPECT_FALSE(QFileInfo(path(u"link"_s)).isSymLink());
+    EXPECT_EQ(contents(path(u"link"_s)), "x");
+    EXPECT_EQ(contents(file), "old");
+}
+
+TEST_F(ReplacingFileTest, AFileThatIsGoneNeedsNoOtherToBeKept)
+{
+    FileOutputStream output = stream(path(u"a"_s));
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+    EXPECT_TRUE(output.close());
+
+    EXPECT_EQ(contents(path(u"a"_s)), "x");
+    EXPECT_EQ(names(), QStringList{ u"a"_s });
+}
+
+TEST_F(ReplacingFileTest, WhereNoFileCanBeMadeBesideItTheOldOneIsOverwritten)
+{
+    const QString file = makeFile(QString(NAME_MAX, u'a'), "old"); // The other name would be too long.
+    FileOutputStream output = stream(file);
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+
+    output.discard();
+
+    EXPECT_EQ(contents(file), "x");
+}
+
+TEST_F(ReplacingFileTest, NoProgramAndNothingButAFileIsReplaced)
+{
+    const QString program = makeFile(u"program"_s, "#!");
+    ASSERT_EQ(chmod(QFile::encodeName(program).constData(), 0755), 0);
+    FileOutputStream output = stream(program);
+    output.open();
+    EXPECT_TRUE(output.close());
+    EXPECT_EQ(modeOf(program), 0644);
+
+    ASSERT_TRUE(QDir(m_folder.path()).mkdir(u"folder"_s));
+    ASSERT_EQ(mkfifo(QFile::encodeName(path(u"pipe"_s)).constData(), 0600), 0);
+    for (const QString& name : { u"folder"_s, u"pipe"_s }) {
+        FileOutputStream other = stream(path(name));
+        other.open();
+
+        EXPECT_EQ(other.write(std::array{ 'x' }), -1);
+        EXPECT_FALSE(other.close());
+    }
+    EXPECT_EQ(QDir(m_folder.path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot),
+              (QStringList{ u"folder"_s, u"pipe"_s, u"program"_s }));
+}
+
+TEST_F(ReplacingFileTest, AWholeFileThatCannotTakeItsNameStaysBesideIt)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    FileOutputStream output = stream(file);
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::refuseToRename();
+        EXPECT_FALSE(output.close());
+    }
+
+    EXPECT_EQ(contents(file), "old");
+    EXPECT_EQ(contents(path(u"a.part"_s)), "x");
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <QDir>
 
 #include <cerrno>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -142,6 +143,60 @@ TEST_F(FTPGetControllerFileTest, ACancelHalfWayLeavesThePartialFile)
     EXPECT_EQ(contents(m_file), "hello");
     EXPECT_TRUE(m_controller->filePath().isNull());
     EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPGetControllerFileTest, AnExistingFileIsEmptiedAtTheStartUnlessItIsToBeKept)
+{
+    EXPECT_FALSE(m_controller->keepsFileUntilWhole());
+    for (const bool keeps : { false, true }) {
+        makeFile(u"local"_s, "mine");
+        m_controller->setKeepsFileUntilWhole(keeps);
+        startReceivingFileOfSize(std::nullopt);
+        m_streams.last().sendBytes("theirs");
+
+        EXPECT_EQ(contents(m_file), keeps ? "mine" : "theirs");
+        m_streams.last().sendEnd();
+
+        EXPECT_EQ(m_delegate->calls.last(), u"Download succeeded"_s);
+        EXPECT_EQ(contents(m_file), "theirs");
+        EXPECT_FALSE(QFile::exists(m_file + u".part"_s));
+    }
+}
+
+TEST_F(FTPGetControllerFileTest, AFileThatIsKeptIsWhatItWasAfterEveryFailure)
+{
+    makeFile(u"local"_s, "mine");
+    m_controller->setKeepsFileUntilWhole(true);
+    const QList<std::function<void()>> failures{
+        [this] { m_streams.last().sendRefusal(550); },
+        [this] { m_streams.last().sendReadFailure(); },
+        [this] { m_controller->stopReceiveWithStatus(u"Download Stopped"_s); },
+        [this] {
+            const FileSizeLimit full(5);
+            m_streams.last().sendBytes("theirs");
+        },
+        [this] {
+            const FaultyFileCalls faults;
+            FaultyFileCalls::failToClose(EDQUOT);
+            m_streams.last().sendEnd();
+        },
+        [this] {
+            m_streams.refusesCreation = true;
+            m_controller->stopReceiveWithStatus(u"again"_s);
+            start(m_file);
+        },
+    };
+    for (qsizetype i = 0; i < failures.size(); ++i) {
+        SCOPED_TRACE(i);
+        startReceivingFileOfSize(std::nullopt);
+        m_streams.last().sendBytes("half");
+
+        failures[i]();
+
+        EXPECT_FALSE(m_delegate->calls.contains(u"Download succeeded"_s));
+        EXPECT_EQ(contents(m_file), "mine");
+        EXPECT_FALSE(QFile::exists(m_file + u".part"_s));
+    }
 }
 
 TEST_F(FTPGetControllerFileTest, AFinishedFileIsOpenedWhenTheUserWantsIt)
