@@ -2,6 +2,8 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -12,6 +14,13 @@ QString keyOf(const QString& host, quint16 port)
 {
     const QString name = host.toLower();
     return u"%1:%2"_s.arg(name.contains(u':') ? u"[%1]"_s.arg(name) : name, QString::number(port));
+}
+
+/// The fingerprint that @p value holds; empty when it holds none.
+QByteArray fingerprintIn(const QJsonValue& value)
+{
+    const QByteArray bytes = QByteArray::fromHex(value.toString().toLatin1());
+    return bytes.size() == fingerprintSize ? bytes : QByteArray();
 }
 
 } // namespace
@@ -34,12 +43,33 @@ QByteArray TrustedCertificates::fingerprint(const QString& host, quint16 port) c
     if (const auto unstored = m_unstored.constFind(key); unstored != m_unstored.constEnd()) {
         return *unstored;
     }
-    const QByteArray bytes = QByteArray::fromHex(m_file.string(key).toLatin1());
-    return bytes.size() == fingerprintSize ? bytes : QByteArray();
+    return fingerprintIn(m_file.values().value(key));
+}
+
+bool TrustedCertificates::isDamaged() const
+{
+    const QJsonObject values = m_file.values();
+    return !m_file.isReadable() || std::any_of(values.begin(), values.end(), [](const QJsonValue& value) {
+        return fingerprintIn(value).isEmpty();
+    });
+}
+
+bool TrustedCertificates::forgetDamage()
+{
+    QJsonObject readable = m_file.values();
+    for (const QString& key : readable.keys()) {
+        if (fingerprintIn(readable.value(key)).isEmpty()) {
+            readable.remove(key);
+        }
+    }
+    return m_file.replace(readable);
 }
 
 bool TrustedCertificates::trust(const QString& host, quint16 port, const QByteArray& fingerprint)
 {
+    if (isDamaged()) {
+        return false;
+    }
     const QString key = keyOf(host, port);
     m_unstored.remove(key);
     const bool isStored = m_file.store({ { key, QString::fromLatin1(fingerprint.toHex()) } });
@@ -53,5 +83,5 @@ bool TrustedCertificates::forget(const QString& host, quint16 port)
 {
     const QString key = keyOf(host, port);
     m_unstored.remove(key);
-    return m_file.store({ { key, QJsonValue() } });
+    return !isDamaged() && m_file.store({ { key, QJsonValue() } });
 }

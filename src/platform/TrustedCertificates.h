@@ -10,7 +10,7 @@
 /// fingerprint, in a file that only its owner may read. Every read sees the file as it is; it is written atomically.
 /// All calls belong to the main thread.
 ///
-/// A file that cannot be read counts as empty; see UserDefaults for what happens to it.
+/// A damaged file is left as it is until somebody forgets the damage.
 class TrustedCertificates {
 public:
     /// Those of this program: trusted-certificates.json beside its settings.
@@ -24,10 +24,17 @@ public:
     /// when there is none.
     QByteArray fingerprint(const QString& host, quint16 port) const;
 
+    /// Whether something in the file, or all of it, cannot be read: then it may have held any server.
+    bool isDamaged() const;
+    /// Keeps the file, with ".bak" appended to its name, beside a new one that has what can be read. False when that
+    /// could not be written.
+    bool forgetDamage();
+
     /// Stores @p fingerprint, 32 bytes, in place of what was trusted there before. False when the file could not be
-    /// written: then it is trusted as long as the program runs.
+    /// written: then it is trusted as long as the program runs; or is damaged: then it is not.
     bool trust(const QString& host, quint16 port, const QByteArray& fingerprint);
-    /// Forgets the certificate of that host and port. False when the file could not be written.
+    /// Forgets the certificate of that host and port. False when the file is damaged, or could not be
+    /// written.
     [[nodiscard]] bool forget(const QString& host, quint16 port);
 
 private:

@@ -128,6 +128,12 @@ bool UserDefaults::isReadable() const
     return !m_broken;
 }
 
+QJsonObject UserDefaults::values() const
+{
+    refresh();
+    return m_values;
+}
+
 QJsonValue UserDefaults::lastKnown(const QString& key) const
 {
     refresh();
@@ -163,20 +169,29 @@ bool UserDefaults::store(const QHash<QString, QJsonValue>& values)
             changed.insert(it.key(), it.value());
         }
     }
-    const QByteArray bytes = QJsonDocument(changed).toJson();
+    return write(changed, m_broken);
+}
+
+bool UserDefaults::replace(const QJsonObject& values)
+{
+    return write(values, true);
+}
+
+bool UserDefaults::write(const QJsonObject& values, bool keepsOldFile)
+{
+    const QByteArray bytes = QJsonDocument(values).toJson();
     const QString target = linkTarget(m_filePath);
     if (bytes.size() > maximumFileSize || !makePrivateFolder(QFileInfo(target).path())) {
         return false;
     }
-    const bool wasBroken = m_broken;
-    if (wasBroken && !moveBrokenFileAway(target)) {
+    if (keepsOldFile && !moveFileAway(target)) {
         return false;
     }
     QSaveFile file(target);
     // Unbuffered: what the buffer cannot write in the end is not noticed by commit().
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
         && file.write(bytes) == bytes.size() && file.commit();
-    if (wasBroken && !written) {
+    if (keepsOldFile && !written) {
         QFile::rename(backupPath(), target);
     }
     return written;
@@ -262,7 +277,7 @@ QString UserDefaults::backupPath() const
     return m_filePath + u".bak"_s;
 }
 
-bool UserDefaults::moveBrokenFileAway(const QString& target) const
+bool UserDefaults::moveFileAway(const QString& target) const
 {
     if (QFileInfo(target).isFile()) {
         QFile::setPermissions(target, ownerOnly);

@@ -39,10 +39,16 @@ public:
     /// something. For what must not be lost while somebody writes the file. Undefined when the key is absent.
     QJsonValue lastKnown(const QString& key) const;
 
+    /// All that is stored.
+    QJsonObject values() const;
+
     /// Stores all @p values in one step; a null value removes its key. What other programs have stored meanwhile under
     /// other keys stays. Folders that are missing are made for the owner alone. False when the file could not be
     /// written, which then stands as it was.
     [[nodiscard]] bool store(const QHash<QString, QJsonValue>& values);
+
+    /// Stores @p values and nothing else; the file as it was is kept beside it, with ".bak" appended to its name.
+    [[nodiscard]] bool replace(const QJsonObject& values);
 
     /// @p handler is called from the loop, once for each change of the file that leaves it unreadable. A file that is
     /// whole again a moment later is none: some editors empty a file before they write it.
@@ -63,10 +69,11 @@ private:
     Stamp stampOfFile() const;
     void refresh() const;
     void readFile() const;
+    bool write(const QJsonObject& values, bool keepsOldFile);
     void scheduleBrokenReport() const;
     void reportIfStillBroken() const;
     QString backupPath() const;
-    bool moveBrokenFileAway(const QString& target) const;
+    bool moveFileAway(const QString& target) const;
 
     QString m_filePath;
     std::function<void()> m_brokenFileHandler;

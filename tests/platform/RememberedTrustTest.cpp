@@ -3,6 +3,7 @@
 #include "Printers.h"
 #include "TrustedCertificates.h"
 
+#include <QFile>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -25,6 +26,20 @@ protected:
     void certificateHasChanged(const CertificateQuestion& question, const QByteArray& trustedFingerprint) override
     {
         m_log.append(u"changed at %1 from %2"_s.arg(question.host, QString::fromLatin1(trustedFingerprint.first(1))));
+    }
+
+    void trustIsDamaged(const QString& filePath, std::function<void(bool)> answer) override
+    {
+        EXPECT_EQ(filePath, m_store.filePath());
+        m_log.append(u"damaged"_s);
+        m_answers.push_back(std::move(answer));
+    }
+
+    void writeFile(const QByteArray& bytes) const
+    {
+        QFile file(m_store.filePath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(bytes), bytes.size());
     }
 
     /// Asks about the certificate whose fingerprint is all @p byte.
@@ -71,14 +86,32 @@ TEST_F(RememberedTrustTest, ARefusalCountsUntilItIsForgotten)
     EXPECT_EQ(m_log.last(), u"asked about host"_s);
 }
 
-TEST_F(RememberedTrustTest, OtherCertificatesAndHostsAreAskedAboutForThemselves)
+TEST_F(RememberedTrustTest, ARefusalCountsForTheServerWhateverCertificateItShows)
 {
     judge('a');
     answer(false);
     judge('b');
-    EXPECT_EQ(m_log.last(), u"asked about host"_s);
+    judge('c', u"HOST"_s);
+    EXPECT_EQ(m_log, (QStringList{ u"asked about host"_s, u"refused"_s, u"refused"_s, u"refused"_s }));
+
     judge('a', u"other"_s);
     EXPECT_EQ(m_log.last(), u"asked about other"_s);
+    m_trust->forgetRefusals();
+    judge('b');
+    EXPECT_EQ(m_log.last(), u"asked about host"_s);
+}
+
+TEST_F(RememberedTrustTest, OneQuestionIsOpenAboutAServerAndItsRefusalCountsForAllThatWait)
+{
+    judge('a');
+    judge('b');
+    judge('a');
+    judge('b', u"other"_s);
+    EXPECT_EQ(m_log, (QStringList{ u"asked about host"_s, u"asked about other"_s }));
+
+    m_answers[0](false);
+
+    EXPECT_EQ(m_log.mid(2), (QStringList{ u"refused"_s, u"refused"_s, u"refused"_s }));
 }
 
 TEST_F(RememberedTrustTest, AChangedCertificateIsRefusedWithoutAQuestion)
@@ -117,16 +150,87 @@ TEST_F(RememberedTrustTest, AServerThatShowsAnotherOneEachTimeIsToldOfOnce)
     EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"changed at host from a"_s, u"refused"_s, u"refused"_s }));
 }
 
-TEST_F(RememberedTrustTest, OfTwoOpenQuestionsAboutAServerOneCanBeTrusted)
+TEST_F(RememberedTrustTest, OfTwoCertificatesThatAServerShowsAtATimeOneCanBeTrusted)
 {
     judge('a');
     judge('b');
+    judge('a');
 
-    m_answers[0](true);
-    m_answers[1](true);
+    answer(true);
 
-    EXPECT_EQ(m_log.mid(2), (QStringList{ u"trusted"_s, u"changed at host from a"_s, u"refused"_s }));
+    EXPECT_EQ(
+        m_log,
+        (QStringList{ u"asked about host"_s, u"trusted"_s, u"refused"_s, u"changed at host from a"_s, u"trusted"_s }));
     EXPECT_EQ(m_store.fingerprint(u"host"_s, 21), QByteArray(32, 'a'));
+}
+
+TEST_F(RememberedTrustTest, AnAnswerDoesNotCountWhereAnotherCertificateHasComeToBeTrustedMeanwhile)
+{
+    judge('b');
+    EXPECT_TRUE(TrustedCertificates(m_store.filePath()).trust(u"host"_s, 21, QByteArray(32, 'a')));
+
+    answer(true);
+
+    EXPECT_EQ(m_log.mid(1), (QStringList{ u"refused"_s, u"changed at host from a"_s }));
+    EXPECT_EQ(m_store.fingerprint(u"host"_s, 21), QByteArray(32, 'a'));
+}
+
+TEST_F(RememberedTrustTest, ADamagedFileRefusesEveryServerAndIsReportedOnceUntilTheUserRequestsSomething)
+{
+    writeFile("{");
+
+    judge('a');
+    judge('b', u"other"_s);
+    m_trust->forgetRefusals(); // The sheet still shows.
+    judge('a');
+    EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"damaged"_s, u"refused"_s, u"refused"_s }));
+
+    answer(false);
+    judge('a');
+    EXPECT_EQ(m_log.last(), u"refused"_s);
+    m_trust->forgetRefusals();
+    judge('a');
+    EXPECT_EQ(m_log.mid(4), (QStringList{ u"refused"_s, u"refused"_s, u"damaged"_s }));
+    EXPECT_TRUE(m_store.isDamaged());
+}
+
+TEST_F(RememberedTrustTest, OnceADamagedFileIsForgottenServersAreAskedAbout)
+{
+    writeFile("{");
+    judge('a');
+
+    answer(true);
+    judge('a');
+
+    EXPECT_EQ(m_log.last(), u"asked about host"_s);
+    EXPECT_TRUE(QFile::exists(m_store.filePath() + u".bak"_s));
+}
+
+TEST_F(RememberedTrustTest, AFileThatIsDamagedWhileTheQuestionIsOpenStaysAndItsServerIsRefused)
+{
+    judge('a');
+    writeFile("{");
+
+    answer(true);
+
+    EXPECT_EQ(m_log.mid(1), (QStringList{ u"refused"_s, u"damaged"_s }));
+    EXPECT_TRUE(m_store.isDamaged());
+    EXPECT_FALSE(QFile::exists(m_store.filePath() + u".bak"_s));
+}
+
+TEST_F(RememberedTrustTest, WhatCanBeReadOfADamagedFileIsTrusted)
+{
+    EXPECT_TRUE(m_store.trust(u"host"_s, 21, QByteArray(32, 'a')));
+    QFile file(m_store.filePath());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    writeFile(file.readAll().replace("{", "{ \"other:21\": \"?\","));
+
+    judge('a');
+    judge('b');
+    judge('b', u"third"_s);
+
+    EXPECT_EQ(m_log,
+              (QStringList{ u"trusted"_s, u"refused"_s, u"changed at host from a"_s, u"refused"_s, u"damaged"_s }));
 }
 
 TEST_F(RememberedTrustTest, OnceTheOldOneIsForgottenTheNewOneIsAskedAbout)

@@ -15,6 +15,19 @@ namespace {
 
 class TrustedCertificatesTest : public testing::Test {
 protected:
+    void writeFile(const QByteArray& bytes) const
+    {
+        QFile file(m_path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(bytes), bytes.size());
+    }
+    static QByteArray contents(const QString& path)
+    {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
     const QByteArray m_one = QByteArray(32, '\x01');
     const QByteArray m_two = QByteArray(31, '\x02') + '\0';
     QTemporaryDir m_folder;
@@ -67,21 +80,43 @@ TEST_F(TrustedCertificatesTest, OnlyTheOwnerMayReadTheFile)
     EXPECT_EQ(folder.st_mode & 07777U, 0700U);
 }
 
-TEST_F(TrustedCertificatesTest, WhatIsNoFingerprintIsNotTrusted)
+TEST_F(TrustedCertificatesTest, ADamagedFileIsKnownAsSuchAndNothingIsStoredInItsPlace)
 {
     EXPECT_TRUE(m_certificates.trust(u"host"_s, 21, m_one));
+    EXPECT_FALSE(m_certificates.isDamaged());
     for (const char* text : { "{ \"host:21\": \"0101\" }", "{ \"host:21\": \"zz\" }", "{ \"host:21\": true }",
                               "{ \"host:21\": null }", "[]", "", "{" }) {
         SCOPED_TRACE(text);
-        QFile file(m_path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-        file.close();
+        writeFile(text);
 
         EXPECT_TRUE(m_certificates.fingerprint(u"host"_s, 21).isEmpty());
+        EXPECT_TRUE(m_certificates.isDamaged());
+        EXPECT_FALSE(m_certificates.trust(u"other"_s, 21, m_two));
+        EXPECT_TRUE(m_certificates.fingerprint(u"other"_s, 21).isEmpty());
+        EXPECT_FALSE(m_certificates.forget(u"other"_s, 21));
+        EXPECT_EQ(contents(m_path), text);
+        EXPECT_FALSE(QFile::exists(m_path + u".bak"_s));
     }
-    EXPECT_TRUE(m_certificates.trust(u"host"_s, 21, m_two));
-    EXPECT_EQ(m_certificates.fingerprint(u"host"_s, 21), m_two);
+}
+
+TEST_F(TrustedCertificatesTest, ForgettingTheDamageKeepsTheFileBesideTheNewOneAndWhatCanBeRead)
+{
+    EXPECT_TRUE(m_certificates.trust(u"host"_s, 21, m_one));
+    const QByteArray damaged = contents(m_path).replace("{", "{ \"other:21\": \"?\",");
+    writeFile(damaged);
+
+    EXPECT_TRUE(m_certificates.forgetDamage());
+
+    EXPECT_FALSE(m_certificates.isDamaged());
+    EXPECT_EQ(contents(m_path + u".bak"_s), damaged);
+    EXPECT_EQ(m_certificates.fingerprint(u"host"_s, 21), m_one);
+    EXPECT_TRUE(m_certificates.trust(u"other"_s, 21, m_two));
+
+    writeFile("{");
+    EXPECT_TRUE(m_certificates.forgetDamage());
+    EXPECT_FALSE(m_certificates.isDamaged());
+    EXPECT_EQ(contents(m_path + u".bak"_s), "{");
+    EXPECT_TRUE(m_certificates.fingerprint(u"host"_s, 21).isEmpty());
 }
 
 TEST_F(TrustedCertificatesTest, WhatCannotBeWrittenIsToldAndLastsAsLongAsTheProgram)

@@ -13,6 +13,7 @@ from real_ftp_server import RealFTPServer
 from window_test import WindowTest
 
 QUESTION = "Trust This Server?"
+DAMAGED = "Trusted Certificates Not Readable"
 CHANGED = "The Server’s Certificate Has Changed"
 
 
@@ -201,6 +202,34 @@ class Questions(EncryptedWindowTest):
         self.assertEqual(os.listdir(self.server.path("")), [])
         self.press_key(program, "F5")
         self.wait_for_sheet(program, QUESTION)
+
+    def test_what_is_trusted_and_damaged_refuses_every_server_until_the_user_has_decided(self):
+        self.require_encryption()
+        damaged = '{"elsewhere:21": "00'
+        with open(self.trusted_path(), "w", encoding="utf-8") as file:
+            file.write(damaged)
+        program = self.start(*[self.file(f"file {number}") for number in range(5)])
+
+        self.wait_for_sheet(program, DAMAGED)
+        self.assertIn(self.trusted_path(), program.sheet()[1])
+        self.answer(program, "Cancel")
+        wait_for(lambda: program.value("Files waiting") is None, "the queue to be worked off")
+        self.wait_for_status(program, "Stream open error")
+        self.assert_no_more_sheets(program)
+        with open(self.trusted_path(), encoding="utf-8") as file:
+            self.assertEqual(file.read(), damaged)
+        self.assertEqual(os.listdir(self.server.path("")), [])
+
+        self.press_key(program, "F5")
+        self.wait_for_sheet(program, DAMAGED)
+        self.answer(program, "Forget")
+        with open(self.trusted_path() + ".bak", encoding="utf-8") as file:
+            self.assertEqual(file.read(), damaged)
+        self.assertEqual(self.trusted(), {})
+        self.press_key(program, "F5")
+        self.wait_for_sheet(program, QUESTION)
+        self.answer(program, "Trust")
+        self.wait_for_listing(program)
 
     def test_a_file_can_be_stopped_while_the_question_shows(self):
         self.require_encryption()

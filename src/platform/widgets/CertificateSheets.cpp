@@ -45,3 +45,22 @@ void CertificateSheets::certificateHasChanged(const CertificateQuestion& questio
                        { u"Trusted (SHA-256)"_s, fingerprintLines(trustedFingerprint), true },
                        { u"Shown (SHA-256)"_s, fingerprintLines(question.certificate.fingerprint), true } } });
 }
+
+void CertificateSheets::trustIsDamaged(const QString& filePath, std::function<void(bool)> answer)
+{
+    if (m_window == nullptr) {
+        answer(false);
+        return;
+    }
+    SheetQueue::of(*m_window).raise(
+        { .title = u"Trusted Certificates Not Readable"_s,
+          .text
+          = u"The file “%1”, which says whose certificates you trust, is damaged. Until you decide, servers are "
+            "refused whose certificates this computer does not trust by itself.\n\nWhen the file is mended, nothing "
+            "is lost. “Forget” keeps it as “%1.bak” and forgets what cannot be read in it; you are then asked about "
+            "these servers again, and should compare their fingerprints again."_s.arg(visibleText(filePath)),
+          .defaultButton = u"Cancel"_s,
+          .alternateButton = u"Forget"_s,
+          .onAlternate = [answer] { answer(true); },
+          .onDefault = [answer] { answer(false); } });
+}

@@ -137,14 +137,34 @@ TEST_F(CertificateSheetsTest, AChangedCertificateIsToldOfWithBothFingerprintsAnd
     answerSheet();
 }
 
-TEST_F(CertificateSheetsTest, WithoutAWindowNothingIsTrusted)
+TEST_F(CertificateSheetsTest, OfADamagedFileTheUserIsToldWhereItIsAndWhatForgettingDoes)
+{
+    for (const bool forgets : { false, true }) {
+        std::optional<bool> answer;
+        m_sheets.trustIsDamaged(u"/home/<b>/%1.json"_s, [&answer](bool isToForget) { answer = isToForget; });
+
+        ASSERT_EQ(shownSheets().size(), 1);
+        EXPECT_TRUE(shownSheets().first().startsWith(u"Trusted Certificates Not Readable: "_s));
+        EXPECT_TRUE(shownSheets().first().contains(u"“/home/<b>/%1.json”"_s));
+        EXPECT_TRUE(shownSheets().first().contains(u"“/home/<b>/%1.json.bak”"_s));
+        EXPECT_FALSE(answer);
+        answerSheet(forgets ? u"Forget"_s : u"Cancel"_s);
+        EXPECT_EQ(answer, forgets);
+        ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
+    }
+}
+
+TEST_F(CertificateSheetsTest, WithoutAWindowNothingIsTrustedAndNothingForgotten)
 {
     m_window.reset();
 
     ask();
     m_sheets.certificateHasChanged(m_question, QByteArray(32, 'x'));
+    std::optional<bool> isToForget;
+    m_sheets.trustIsDamaged(u"/x"_s, [&isToForget](bool answer) { isToForget = answer; });
 
     EXPECT_EQ(m_answer, false);
+    EXPECT_EQ(isToForget, false);
     EXPECT_TRUE(shownSheets().isEmpty());
 }
 
