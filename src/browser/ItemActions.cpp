@@ -110,7 +110,7 @@ void ItemActions::downloadFile(const QString& name, const QString& folder, const
         refuseFileName(name);
         return;
     }
-    const QString file = folder.isNull() ? QString() : PathText::appendingPathComponent(folder, name);
+    const QString file = folder.isNull() ? QString() : localFileOfItem(folder, name);
     m_downloads.startReceive(locationOfItem(place, name, rawName), DestinationSettings::username(),
                              DestinationSettings::password(), file);
     m_host.downloadStarted();

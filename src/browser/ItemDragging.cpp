@@ -5,6 +5,7 @@
 #include "DestinationSettings.h"
 #include "DroppedFiles.h"
 #include "ItemActions.h"
+#include "ItemLocation.h"
 #include "LocalItem.h"
 #include "PathText.h"
 #include "RunLoop.h"
@@ -104,7 +105,7 @@ void ItemDragging::refuseFileName(const QString& name)
 void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& folder)
 {
     const QString& name = entry.name;
-    const QString path = PathText::appendingPathComponent(folder, name);
+    const QString path = localFileOfItem(folder, name);
     const bool isFileName = PathText::isFileName(name);
     const QString linkTarget = isFileName ? LocalItem::linkTarget(path) : QString();
     if (!isFileName || (linkTarget.isNull() && !LocalItem::at(path))) {

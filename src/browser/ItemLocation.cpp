@@ -1,9 +1,15 @@
 #include "ItemLocation.h"
 
+#include "PathText.h"
 #include "URLText.h"
 
 QString locationOfItem(const QString& place, const QString& name, const QByteArray& rawName)
 {
     return rawName.isNull() ? URLText::appendingPathComponent(place, name)
                             : URLText::appendingPathComponent(place, rawName);
+}
+
+QString localFileOfItem(const QString& folder, const QString& name)
+{
+    return PathText::appendingPathComponent(folder, PathText::localFileName(name));
 }

@@ -44,5 +44,5 @@ private:
     Existing m_existing;
     QByteArray m_part; ///< The file that is written beside the one at the path; empty: none.
     int m_descriptor = -1;
-    bool m_failed = false;
+    bool m_failed = true; ///< Until it is open.
 };

@@ -1,6 +1,10 @@
 #include "PathText.h"
 
+#include "VisibleText.h"
+
 #include <QTextBoundaryFinder>
+
+#include <climits>
 
 using namespace Qt::StringLiterals;
 
@@ -75,6 +79,11 @@ QString PathText::appendingPathComponent(const QString& path, const QString& com
 bool PathText::isFileName(const QString& name)
 {
     return !name.isEmpty() && name != "."_L1 && name != ".."_L1 && !name.contains(u'/') && !name.contains(QChar::Null);
+}
+
+QString PathText::localFileName(const QString& name, qsizetype reservedBytes)
+{
+    return shortenedFileName(wholeVisibleText(name), NAME_MAX - reservedBytes);
 }
 
 QString PathText::shortenedFileName(const QString& name, qsizetype bytes)

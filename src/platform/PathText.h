@@ -25,4 +25,8 @@ bool isFileName(const QString& name);
 /// extension loses whole characters at its end. An extension of more than half of @p bytes counts as none.
 QString shortenedFileName(const QString& name, qsizetype bytes);
 
+/// A name for a local file that somebody else calls @p name, which holds no "/": what would act unseen in it is shown,
+/// as in every other text (wholeVisibleText), and it is shortened to what a file system takes, less @p reservedBytes.
+QString localFileName(const QString& name, qsizetype reservedBytes = 0);
+
 } // namespace PathText

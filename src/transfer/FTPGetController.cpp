@@ -1,6 +1,7 @@
 #include "FTPGetController.h"
 
 #include "DelayedAlert.h"
+#include "FTPLocation.h"
 #include "FileOutputStream.h"
 #include "NetworkManager.h"
 #include "PathText.h"
@@ -62,7 +63,10 @@ void FTPGetController::startReceive(const QString& address, const QString& usern
     m_fileStream = std::make_unique<FileOutputStream>(m_filePath,
                                                       m_keepsFileUntilWhole ? FileOutputStream::Existing::KeptUntilWhole
                                                                             : FileOutputStream::Existing::Overwritten);
-    m_fileStream->open();
+    // What cannot be asked for, which the stream reports, makes no file.
+    if (const auto place = FTPLocation::fromText(location); place && canBeSent(place->path)) {
+        m_fileStream->open();
+    }
     if (!startStream(m_streams.createDownloadStream(location), username, password)) {
         return;
     }

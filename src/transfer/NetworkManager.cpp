@@ -10,7 +10,6 @@
 #include <QThread>
 #include <QUuid>
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -114,9 +113,7 @@ QString NetworkManager::pathForDownloadFileWithFilename(const QString& filename,
         return QString();
     }
     const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';
-    // A name that a server takes may, with this before it, be too long for a file.
-    const QString fitting = PathText::shortenedFileName(filename, NAME_MAX - unique.size());
-    return PathText::appendingPathComponent(folder, unique + fitting);
+    return PathText::appendingPathComponent(folder, unique + PathText::localFileName(filename, unique.size()));
 }
 
 void NetworkManager::didStartNetworkOperation()

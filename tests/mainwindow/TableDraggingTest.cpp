@@ -500,19 +500,20 @@ TEST_F(TableDraggingTest, ReturnKeepsTheExistingFile)
     EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
 }
 
-TEST_F(TableDraggingTest, TheQuestionShowsNamesAsTheyAre)
+TEST_F(TableDraggingTest, WhatActsUnseenInANameIsShownInTheQuestionAndInTheLocalName)
 {
-    const QString name = u"<b>%1%2\u202Etxt.exe"_s;
+    const QString name = u"<b>%1%2\u202Etxt.exe\u001b"_s;
+    const QString shownName = u"<b>%1%2\u27e8U+202E\u27e9txt.exe\u241b"_s;
     m_controller->listFTPDestination();
     add(name, ListingEntry::plainFileType);
-    QFile file(out(name));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
 
     fulfil({ 0 });
+    bring("bytes");
+    EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ shownName }); // Its local name is what is shown.
+    EXPECT_EQ(contents(shownName), "bytes");
+    fulfil({ 0 });
 
-    ASSERT_EQ(shownSheets().size(), 1);
-    EXPECT_TRUE(shownSheets().first().contains(u"<b>%1%2"_s));
-    EXPECT_FALSE(shownSheets().first().contains(u'\u202E'));
+    EXPECT_EQ(shownSheets(), QStringList{ QString(overwriteA).replace(u"a.txt"_s, shownName) });
 }
 
 TEST_F(TableDraggingTest, ANameThatIsNoUTF8IsAskedForByItsBytes)

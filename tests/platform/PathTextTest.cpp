@@ -93,4 +93,26 @@ TEST(PathTextTest, AShortenedNameKeepsItsExtensionAndWholeCharacters)
         PathText::shortenedFileName);
 }
 
+TEST(PathTextTest, InALocalNameNothingActsUnseen)
+{
+    const QString shownOverride = u"\u27e8U+202E\u27e9"_s;
+    checkRows<QString(QString, qsizetype)>(
+        {
+            { "nothing to show", u"a b.\u6587 \u05d0"_s, 0, u"a b.\u6587 \u05d0"_s },
+            { "right to left", u"ann\u202efdp.exe"_s, 0, u"ann"_s + shownOverride + u"fdp.exe"_s },
+            { "embeddings and overrides", u"\u202a\u202b\u202c\u202d"_s, 0,
+              u"\u27e8U+202A\u27e9\u27e8U+202B\u27e9\u27e8U+202C\u27e9\u27e8U+202D\u27e9"_s },
+            { "isolates", u"\u2066\u2067\u2068\u2069"_s, 0,
+              u"\u27e8U+2066\u27e9\u27e8U+2067\u27e9\u27e8U+2068\u27e9\u27e8U+2069\u27e9"_s },
+            { "marks", u"\u200e\u200f\u061c"_s, 0, u"\u27e8U+200E\u27e9\u27e8U+200F\u27e9\u27e8U+061C\u27e9"_s },
+            { "controls", u"\u001b[31m\r\n\t\u007f\u0085"_s, 0,
+              u"\u241b[31m\u240d\u240a\u2409\u2421\u27e8U+0085\u27e9"_s },
+            { "joiners", u"\u0915\u094d\u200d\u0937"_s, 0, u"\u0915\u094d\u200d\u0937"_s },
+            { "too long when shown", QString(240, u'n') + u"\u202e.txt"_s, 0,
+              QString(240, u'n') + shownOverride.left(7) + u".txt"_s },
+            { "too long with something before it", QString(250, u'n') + u".txt"_s, 37, QString(214, u'n') + u".txt"_s },
+        },
+        PathText::localFileName);
+}
+
 } // namespace

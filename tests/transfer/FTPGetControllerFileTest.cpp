@@ -57,6 +57,26 @@ TEST_F(FTPGetControllerFileTest, AnAddressWithoutAFileNameHasNoPlaceOfItsOwn)
     EXPECT_TRUE(m_controller->isReceiving());
 }
 
+TEST_F(FTPGetControllerFileTest, WhatCannotBeAskedForMakesNoFileAndEmptiesNone)
+{
+    for (const QString& name : { u"a%0Db"_s, u"a%0Ab"_s, u"a%00b"_s }) {
+        for (const bool isThere : { false, true }) {
+            if (isThere) {
+                makeFile(u"local"_s, "mine");
+            }
+            m_controller->startReceive(u"ftp://host/dir/"_s + name, QString(), QString(), m_file);
+            m_streams.last().sendOtherError();
+
+            EXPECT_EQ(m_delegate->calls.last(), u"Stream open error"_s);
+            EXPECT_EQ(QFile::exists(m_file) ? contents(m_file) : "none", isThere ? "mine" : "none");
+            QFile::remove(m_file);
+        }
+        m_controller->startReceive(u"ftp://host/dir/"_s + name, QString(), QString(), QString());
+        EXPECT_TRUE(QDir(downloadsDirectoryPath()).isEmpty());
+        m_controller->stopReceiveWithStatus(u"Download Stopped"_s);
+    }
+}
+
 TEST_F(FTPGetControllerFileTest, APlaceThatCannotBeWrittenIsAFileWriteErrorAtTheFirstByte)
 {
     start(path(u"missing/local"_s));

@@ -210,13 +210,14 @@ TEST_F(NetworkManagerTest, ADownloadWithoutAPlaceGoesToTheDownloadsFolderUnderAN
     EXPECT_NE(one, two);
 }
 
-TEST_F(NetworkManagerTest, ANameTooLongForTheDownloadsFolderLosesTheEndOfItsStem)
+TEST_F(NetworkManagerTest, ANameTooLongForTheDownloadsFolderLosesTheEndOfItsStemAndWhatActsUnseenIsShown)
 {
     checkRows<void(QString, QString)>(
         {
             { QString(214, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
             { QString(215, u'n') + u".ext"_s, QString(214, u'n') + u".ext"_s },
             { QString(80, u'\u6587') + u".ext"_s, QString(71, u'\u6587') + u".ext"_s },
+            { u"ann\u202efdp.exe\u001b"_s, u"ann\u27e8U+202E\u27e9fdp.exe\u241b"_s },
         },
         [this](const QString& name, const QString& expected) {
             QFile file(m_manager.pathForDownloadFileWithFilename(name, QString()));

@@ -107,7 +107,8 @@ void TableDragAndDrop::startDrag()
     }
     const int row = rows.first();
     const ListingEntry entry = m_listing->entries().at(row);
-    auto file = std::make_unique<PromisedFile>(entry.name, m_table, m_dragging->promiseOf(entry));
+    auto file
+        = std::make_unique<PromisedFile>(PathText::localFileName(entry.name), m_table, m_dragging->promiseOf(entry));
     if (!m_dragging->writeRowsWithIndexes(rows, *file)) {
         return;
     }
