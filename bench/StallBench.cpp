@@ -123,7 +123,7 @@ void download(ViewController& controller, Turns& turns)
 {
     const QTemporaryDir folder;
     const QFileInfo file(folder.filePath(u"endless"_s));
-    controller.downloadFile(u"endless"_s, folder.path());
+    controller.items().downloadFile(u"endless"_s, folder.path());
     while (controller.gc().isReceiving() && QFileInfo(file.filePath()).size() < enough) {
         turns.run();
     }

@@ -3,6 +3,7 @@
 #include "Addressing.h"
 #include "BringToFront.h"
 #include "CopiesWindow.h"
+#include "DestinationSettings.h"
 #include "LightAppearance.h"
 #include "MessageBoxTexts.h"
 #include "PathText.h"
@@ -41,7 +42,7 @@ AppDelegate::AppDelegate(ViewController& viewController, QUrl website)
     : m_candidate(viewController)
     , m_website(std::move(website))
 {
-    viewController.setHasWebsite(!m_website.isEmpty());
+    viewController.window().setHasWebsite(!m_website.isEmpty());
     viewController.window().installEventFilter(this);
     const auto changed = [this](const QString& path) {
         // A file that was replaced is a new one at the same place.
@@ -104,7 +105,7 @@ void AppDelegate::updateWindowTitleAndList()
         if (m_mainWindow == nullptr) {
             return;
         }
-        const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+        const QString destination = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
         if (destination.isNull()) {
             m_mainWindow->setWindowTitle(u"No FTP Destination"_s);
             return;
@@ -143,7 +144,8 @@ bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
             askWhetherToQuit(warning);
             return true;
         }
-        m_candidate.rememberWindow();
+        m_candidate.window().remember();
+        m_candidate.windows().remember();
         QCoreApplication::quit(); // Whatever other windows are open.
     }
     return QObject::eventFilter(watched, event);
@@ -194,7 +196,7 @@ void AppDelegate::showCopiesWindow()
 {
     if (m_copiesWindow == nullptr) {
         const auto destinationFor = [](const QString& fileName) {
-            return ViewController::createFullPathFromFTPRootRelativePath(
+            return DestinationSettings::createFullPathFromFTPRootRelativePath(
                 Addressing::folderFromAppName(Addressing::appName(fileName)));
         };
         const auto start = [](const QString& path) { return QProcess::startDetached(path, {}); };
@@ -207,7 +209,7 @@ void AppDelegate::showCopiesWindow()
 
 void AppDelegate::copyLocationToClipboard()
 {
-    const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+    const QString destination = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
     if (destination.isNull()) {
         QApplication::beep();
     } else {
@@ -254,7 +256,7 @@ QString AppDelegate::documentsPathForDestination() const
 
 void AppDelegate::saveDestinationFolderName() const
 {
-    const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+    const QString destination = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
     QSaveFile file(documentsPathForDestination());
     if (file.open(QIODevice::WriteOnly)) {
         file.write((destination.isNull() ? u"Quillbox"_s : destination).toUtf8());

@@ -60,7 +60,7 @@ CommandLine readCommandLine(int argc, char** argv)
 void act(ViewController& viewController, const QString& name)
 {
     if (name == u"preferences"_s) {
-        viewController.showPreferences();
+        viewController.windows().showPreferences();
     }
 }
 

@@ -82,6 +82,19 @@ void ItemActions::alertOtherDestination(const QString& name)
                      u"Nothing was done to “%1”, since the destination has changed."_s.arg(visibleText(name)));
 }
 
+QString ItemActions::locationOfSelection() const
+{
+    const ListingEntry* const entry = selectedEntry();
+    return entry == nullptr ? QString() : locationOfItem(m_listing.location(), entry->name, entry->rawName);
+}
+
+void ItemActions::doubleAction()
+{
+    if (selectedEntry() != nullptr) {
+        downloadSelection();
+    }
+}
+
 void ItemActions::downloadSelection()
 {
     if (m_host.alertSendingOrReceiving()) {
@@ -102,7 +115,8 @@ void ItemActions::downloadFile(const QString& name, const QString& folder, const
 {
     m_host.connectionRequested();
     m_host.downloadStarts();
-    const QString place = DestinationSettings::fullURL(DestinationSettings::ftpFolderFromAppName());
+    const QString place
+        = DestinationSettings::createFullURLFromFTPRootRelativePath(DestinationSettings::ftpFolderFromAppName());
     if (place.isNull()) {
         return;
     }
@@ -190,7 +204,8 @@ void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
 {
     const QString shownName = visibleText(name);
     const auto record = server();
-    if (record->address().isNull() && hasIPv6Address(DestinationSettings::location())) {
+    if (record->address().isNull()
+        && hasIPv6Address(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder())) {
         m_host.showAlert(
             u"Cannot Delete"_s,
             u"“%1” was not deleted. Items can be deleted through IPv4 alone, and the server's address in the "
@@ -228,7 +243,7 @@ void ItemActions::createFolder(const QString& name)
         return;
     }
     const QString shownName = visibleText(name);
-    if (m_listing.entries().contains(name)) {
+    if (m_listing.listingContainsName(name)) {
         m_host.showAlert(u"Folder Exists"_s, u"Folder \"%1\" already exists. Try another name."_s.arg(shownName));
         return;
     }

@@ -36,7 +36,12 @@ public:
     /// The selected item; null without a selection.
     const ListingEntry* selectedEntry() const;
 
+    /// Its location; null without a selection.
+    QString locationOfSelection() const;
+
     void downloadSelection();
+    /// A double click on the table: as downloadSelection(), and nothing without a selection.
+    void doubleAction();
     /// Whether @p pressed, the destination when the user began something, is still in force; if not, the user is told
     /// that nothing was done to the item @p name.
     bool isStillInForce(const Destination& pressed, const QString& name);

@@ -31,18 +31,20 @@ void MainMenu::connectActions()
     const Ui::MainWindow& ui = m_window.ui();
     const auto on
         = [this](const QAction* action, auto slot) { connect(action, &QAction::triggered, &m_controller, slot); };
-    on(ui.newFolderAction, &ViewController::createFolderButtonAction);
-    on(ui.downloadAction, &ViewController::downloadSelection);
-    on(ui.deleteAction, &ViewController::deleteSelection);
+    ItemActions* const items = &m_controller.items();
+    connect(ui.newFolderAction, &QAction::triggered, items, &ItemActions::createFolderButtonAction);
+    connect(ui.downloadAction, &QAction::triggered, items, &ItemActions::downloadSelection);
+    connect(ui.deleteAction, &QAction::triggered, items, &ItemActions::deleteSelection);
+    SecondaryWindows* const windows = &m_controller.windows();
+    connect(ui.historyAction, &QAction::triggered, windows, [windows] { windows->showHistory({}); });
+    connect(ui.manualTransfersAction, &QAction::triggered, windows, &SecondaryWindows::showManualTransfers);
+    connect(ui.preferencesAction, &QAction::triggered, windows, &SecondaryWindows::showPreferences);
+    connect(ui.stopListingAction, &QAction::triggered, &m_controller.listing(), &DestinationListing::stop);
     on(ui.copyLocationAction, &ViewController::copyLocationToClipboard);
     on(ui.refreshAction, &ViewController::refresh);
-    on(ui.stopListingAction, &ViewController::stopListing);
     on(ui.stopAction, &ViewController::stopButtonAction);
     on(ui.clearQueueAction, &ViewController::clearQueue);
-    on(ui.historyAction, &ViewController::showHistory);
-    on(ui.manualTransfersAction, &ViewController::showManualTransfers);
     on(ui.websiteAction, &ViewController::goToWebsite);
-    on(ui.preferencesAction, &ViewController::showPreferences);
     on(ui.makeCopyAction, &ViewController::copiesWindowRequested);
     on(ui.welcomeAction, &ViewController::welcomeWindowRequested);
     connect(ui.openFilesAction, &QAction::triggered, this, &MainMenu::openFiles);
@@ -140,7 +142,7 @@ void MainMenu::pasteFiles()
 
 void MainMenu::copyItemLocation()
 {
-    const QString location = m_controller.locationOfSelection();
+    const QString location = m_controller.items().locationOfSelection();
     if (location.isNull()) {
         QApplication::beep();
     } else {

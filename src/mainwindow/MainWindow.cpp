@@ -1,8 +1,12 @@
 #include "MainWindow.h"
 
 #include "FocusKeeping.h"
+#include "QueueAgain.h"
 #include "ViewController.h"
+#include "WindowMemory.h"
 #include "ui_MainWindow.h"
+
+#include <QHeaderView>
 
 MainWindow::MainWindow()
     : m_ui(std::make_unique<Ui::MainWindow>())
@@ -23,23 +27,46 @@ MainWindow::~MainWindow() = default;
 
 void MainWindow::connectTo(ViewController& controller)
 {
-    m_ui->dragAndDropView->setViewController(&controller);
     ListingTable* const table = m_ui->destinationListingTable;
-    table->setDragging(&controller);
-    connect(table, &ListingTable::tableViewSelectionDidChange, &controller,
-            [&controller, table] { controller.tableViewSelectionDidChange(table); });
-    connect(table, &ListingTable::sortDescriptorsDidChange, &controller, &ViewController::sortDescriptorsDidChange);
-    connect(table, &ListingTable::stopRequested, &controller, &ViewController::stopListing);
+    table->setListing(controller.listing().model());
+    WindowMemory::restore(*this, *table->horizontalHeader());
+    table->sortDescriptorsDidChange();
+    connect(&controller.listing(), &DestinationListing::placeChanged, table, &ListingTable::placeChanged);
+    connect(&controller.listing(), &DestinationListing::ended, table, &ListingTable::listingEnded);
+    table->setDragging(&controller.dragging());
+    m_ui->dragAndDropView->setViewController(&controller);
+    connect(table, &ListingTable::tableViewSelectionDidChange, this,
+            [this, table] { tableViewSelectionDidChange(table); });
+    connect(table, &ListingTable::stopRequested, &controller.listing(), &DestinationListing::stop);
     connect(m_ui->stopButton, &QPushButton::clicked, &controller, &ViewController::stopButtonAction);
     connect(m_ui->clearQueueButton, &QPushButton::clicked, &controller, &ViewController::clearQueue);
-    connect(m_ui->downloadButton, &QPushButton::clicked, &controller, &ViewController::downloadSelection);
-    connect(m_ui->deleteButton, &QPushButton::clicked, &controller, &ViewController::deleteSelection);
-    connect(m_ui->newFolderButton, &QPushButton::clicked, &controller, &ViewController::createFolderButtonAction);
+    ItemActions* const items = &controller.items();
+    connect(m_ui->downloadButton, &QPushButton::clicked, items, &ItemActions::downloadSelection);
+    connect(m_ui->deleteButton, &QPushButton::clicked, items, &ItemActions::deleteSelection);
+    connect(m_ui->newFolderButton, &QPushButton::clicked, items, &ItemActions::createFolderButtonAction);
+    m_ui->outcomeLine->setHistory(controller.history());
+    connect(m_ui->outcomeLine, &OutcomeLine::showRequested, &controller.windows(), &SecondaryWindows::showHistory);
+    connect(m_ui->outcomeLine, &OutcomeLine::queueAgainRequested, &controller,
+            [&controller](const QList<int>& rows) { queueAgain(controller, rows); });
 }
 
-void MainWindow::enableItemButtons(bool isEnabled)
+void MainWindow::remember()
 {
+    WindowMemory::save(*this, *m_ui->destinationListingTable->horizontalHeader());
+}
+
+void MainWindow::setHasWebsite(bool hasWebsite)
+{
+    m_ui->websiteAction->setVisible(hasWebsite);
+}
+
+void MainWindow::tableViewSelectionDidChange(const QObject* table)
+{
+    const ListingTable* const ours = m_ui->destinationListingTable;
+    if (table != ours) {
+        return;
+    }
     for (QPushButton* button : { m_ui->deleteButton, m_ui->downloadButton }) {
-        setEnabledKeepingFocus(*button, isEnabled, *m_ui->destinationListingTable);
+        setEnabledKeepingFocus(*button, ours->selectedRow() != -1, *m_ui->destinationListingTable);
     }
 }

@@ -21,8 +21,13 @@ public:
     const Ui::MainWindow& ui() const { return *m_ui; }
     /// Has the controls do what @p controller does. It outlives the window's use.
     void connectTo(ViewController& controller);
-    /// The buttons that act on the selected item.
-    void enableItemButtons(bool isEnabled);
+    /// Notes its size and its table's columns for the next run.
+    void remember();
+    /// Shows the command that goes to the program's page on the web, if it has one.
+    void setHasWebsite(bool hasWebsite);
+    /// Enables the buttons that act on the selected item. @p table: whose selection has changed; only that of the
+    /// destination folder counts.
+    void tableViewSelectionDidChange(const QObject* table);
 
 private:
     std::unique_ptr<Ui::MainWindow> m_ui;

@@ -21,27 +21,26 @@ void ManualTransfers::connectTo(ViewController& controller, const Parts& parts)
 {
     m_controller = &controller;
     m_parts.emplace(parts);
-    const auto on = [&controller](const QPushButton* button, auto slot) {
-        QObject::connect(button, &QPushButton::clicked, &controller, slot);
-    };
-    on(m_ui->startStopUploadButton, &ViewController::startStopUpload);
-    on(m_ui->startStopDownloadButton, &ViewController::startStopDownload);
+    const auto on
+        = [this](const QPushButton* button, auto slot) { QObject::connect(button, &QPushButton::clicked, this, slot); };
+    on(m_ui->startStopUploadButton, &ManualTransfers::startStopUpload);
+    on(m_ui->startStopDownloadButton, &ManualTransfers::startStopDownload);
     for (const QPushButton* button : { m_ui->startStopListButton, m_ui->listDestinationButton }) {
-        on(button, [&controller, button] { controller.startStopList(button); });
+        on(button, [this, button] { startStopList(button); });
     }
     for (const QPushButton* button : { m_ui->startStopCreateButton, m_ui->createButton }) {
-        on(button, [&controller, button] { controller.startStopCreate(button); });
+        on(button, [this, button] { startStopCreate(button); });
     }
 }
 
 QString ManualTransfers::destination() const
 {
-    return DestinationSettings::fullPath(m_ui->destinationTextField->text());
+    return DestinationSettings::createFullPathFromFTPRootRelativePath(m_ui->destinationTextField->text());
 }
 
 QString ManualTransfers::urlToDownload() const
 {
-    return DestinationSettings::fullPath(m_ui->fileToDownloadTextField->text());
+    return DestinationSettings::createFullPathFromFTPRootRelativePath(m_ui->fileToDownloadTextField->text());
 }
 
 QString ManualTransfers::fileToUpload() const
@@ -114,7 +113,7 @@ void ManualTransfers::startStopCreate(const QObject* sender)
     QString name = folderNameToCreate();
     QString place = destination();
     if (sender == m_ui->createButton) {
-        place = DestinationSettings::location();
+        place = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
         name = m_controller->askInput(u"Enter name of folder to create."_s, u""_s);
         if (name.isEmpty()) {
             return;

@@ -38,12 +38,16 @@ public:
     };
 
     const Ui::ManualTransfers& ui() const { return *m_ui; }
-    /// Has the buttons press those of @p controller, which stands behind all transfers made with @p parts.
+    /// Has the buttons begin transfers of @p controller's window, made with @p parts.
     void connectTo(ViewController& controller, const Parts& parts);
 
     void startStopUpload();
     void startStopDownload();
+    /// @p sender: the button that was pressed; startStopListButton lists the folder of the manual fields, any other the
+    /// destination.
     void startStopList(const QObject* sender);
+    /// @p sender: the button that was pressed; createButton asks for a name and creates in the destination, any other
+    /// takes both from the manual fields.
     void startStopCreate(const QObject* sender);
 
     /// The folder that the field of the destination names, "/" at its end; null without a usable address.

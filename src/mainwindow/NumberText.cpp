@@ -1,10 +1,17 @@
 #include "NumberText.h"
 
+#include "ByteCountText.h"
+
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
-QString numberText(double value, const QString& unit)
+QString stringForFileSize(quint64 bytes)
+{
+    return byteCountText(static_cast<qint64>(bytes));
+}
+
+QString stringForNumber(double value, const QString& unit)
 {
     const double fraction = std::fabs(value - std::trunc(value));
     const bool isNearlyWhole = fraction < 0.1 || fraction > 0.9;

@@ -29,7 +29,7 @@ void queueAgain(ViewController& controller, const QList<int>& rows)
     QList<int> wanted;
     std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(wanted),
                  [&history](int row) { return history.canQueueAgain(row); });
-    const QString present = DestinationSettings::location();
+    const QString present = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
     QStringList others = history.destinationsOf(wanted);
     others.removeAll(present);
     if (wanted.isEmpty()) {
@@ -51,7 +51,7 @@ void queueAgain(ViewController& controller, const QList<int>& rows)
                  .defaultButton = u"Cancel"_s,
                  .alternateButton = u"Send"_s,
                  .onAlternate = [&controller, wanted, present] {
-                     if (DestinationSettings::location() == present) {
+                     if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder() == present) {
                          queueNow(controller, wanted);
                      } else {
                          queueAgain(controller, wanted); // That is not what was agreed to.

@@ -8,6 +8,7 @@
 #include "FTPLocation.h"
 #include "HistoryWindow.h"
 #include "PreferencesController.h"
+#include "QueueAgain.h"
 #include "SheetQueue.h"
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
@@ -89,14 +90,14 @@ void SecondaryWindows::showHistory(const QList<int>& rows)
 {
     if (m_historyWindow == nullptr) {
         m_historyWindow = std::make_unique<HistoryWindow>(
-            m_controller.history(), [this](const QList<int>& chosen) { m_controller.queueAgain(chosen); });
+            m_controller.history(), [this](const QList<int>& chosen) { queueAgain(m_controller, chosen); });
         WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
     }
     bringToFront(*m_historyWindow);
     m_historyWindow->select(rows);
 }
 
-void SecondaryWindows::showWelcome(bool force)
+void SecondaryWindows::showWelcomeWindow(bool force)
 {
     const bool isTurnedOff = UserDefaults::standard().boolean(doNotShowWelcomeWindowAgain).value_or(false);
     if (!force && isTurnedOff) {

@@ -37,7 +37,7 @@ public:
     /// With @p rows selected, if there are any.
     void showHistory(const QList<int>& rows);
     /// Unless the user has turned it off, or in any case when it is forced.
-    void showWelcome(bool force);
+    void showWelcomeWindow(bool force);
     /// Notes the size and the columns of the history's window for the next run.
     void remember();
 

@@ -1,18 +1,14 @@
 #include "ViewController.h"
 
-#include "ByteCountText.h"
-#include "CellValue.h"
+#include "DestinationSettings.h"
 #include "DestinationWatch.h"
 #include "DragDropView.h"
-#include "ItemLocation.h"
 #include "ListingTable.h"
 #include "MainMenu.h"
-#include "NumberText.h"
 #include "QuitWarning.h"
 #include "SheetQueue.h"
 #include "TextPrompt.h"
 #include "UserDefaults.h"
-#include "WindowMemory.h"
 #include "ui_MainWindow.h"
 
 #include <QTimer>
@@ -44,22 +40,22 @@ ViewController::~ViewController() = default;
 
 void ViewController::awakeFromNib()
 {
-    connect(m_window.ui().destinationListingTable, &ListingTable::doubleClicked, this, &ViewController::doubleAction);
+    connect(m_window.ui().destinationListingTable, &ListingTable::doubleClicked, &m_items, &ItemActions::doubleAction);
 }
 
 void ViewController::viewDidLoad()
 {
-    m_gc.setDelegate(m_anchor.ref<FTPGetControllerDelegate>(this));
-    m_pc.setDelegate(m_anchor.ref<FTPPutControllerDelegate>(this));
-    m_lc.setDelegate(m_anchor.ref<FTPListControllerDelegate>(this));
-    m_cc.setDelegate(m_anchor.ref<FTPCreateControllerDelegate>(this));
-    m_gc.setEncryptionSource(&DestinationSettings::encryption);
-    m_pc.setEncryptionSource(&DestinationSettings::encryption);
-    m_lc.setEncryptionSource(&DestinationSettings::encryption);
-    m_cc.setEncryptionSource(&DestinationSettings::encryption);
+    const auto setUp = [](auto& controller, auto delegate) {
+        controller.setDelegate(delegate);
+        controller.setEncryptionSource(&DestinationSettings::encryption);
+    };
+    setUp(m_gc, m_anchor.ref<FTPGetControllerDelegate>(this));
+    setUp(m_pc, m_anchor.ref<FTPPutControllerDelegate>(this));
+    setUp(m_lc, m_anchor.ref<FTPListControllerDelegate>(this));
+    setUp(m_cc, m_anchor.ref<FTPCreateControllerDelegate>(this));
     m_listing.lookAt(DestinationSettings::destination());
-    connectParts();
     m_window.connectTo(*this);
+    connectParts();
     m_windows.manualTransfers().connectTo(*this, { m_pc, m_gc, m_lc, m_cc, m_run, m_listing, m_indicators });
     auto* const timer = new QTimer(this);
     timer->setTimerType(Qt::PreciseTimer);
@@ -69,22 +65,11 @@ void ViewController::viewDidLoad()
 
 void ViewController::connectParts()
 {
-    const Ui::MainWindow& ui = m_window.ui();
-    ListingTable* const table = ui.destinationListingTable;
-    table->setListing(m_listing.model());
-    WindowMemory::restore(m_window, *table->horizontalHeader());
-    sortDescriptorsDidChange();
-    connect(&m_listing, &DestinationListing::placeChanged, table, &ListingTable::placeChanged);
     connect(&m_listing, &DestinationListing::began, &m_history, &UploadHistory::listingStarts);
     connect(&m_listing, &DestinationListing::entriesAdded, &m_history, &UploadHistory::listed);
     connect(&m_listing, &DestinationListing::completed, &m_history, &UploadHistory::listingSucceeded);
     connect(&m_listing, &DestinationListing::destinationChanged, &m_history, &UploadHistory::forgetUnchecked);
     connect(&m_listing, &DestinationListing::failed, &m_history, &UploadHistory::listingFailed);
-    connect(&m_listing, &DestinationListing::ended, table, &ListingTable::listingEnded);
-
-    ui.outcomeLine->setHistory(m_history);
-    connect(ui.outcomeLine, &OutcomeLine::showRequested, &m_windows, &SecondaryWindows::showHistory);
-    connect(ui.outcomeLine, &OutcomeLine::queueAgainRequested, this, &ViewController::queueAgain);
 
     auto* const menu = new MainMenu(m_window, *this);
     menu->setParent(this);
@@ -109,7 +94,7 @@ void ViewController::uploadFiles(const QStringList& paths, const QStringList& le
     emit userRequestedConnection();
     m_queue.append(paths, leftOut);
     m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
-    if (DestinationSettings::location().isNull()) {
+    if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
     } else {
         m_window.ui().dragAndDropView->displayDroppedFiles(m_queue.paths());
@@ -149,13 +134,6 @@ void ViewController::refresh()
         m_listing.stop();
     }
     listFTPDestination();
-}
-
-void ViewController::stopListing()
-{
-    if (m_listing.isListing()) {
-        m_listing.stop();
-    }
 }
 
 void ViewController::destinationSet()
@@ -212,7 +190,7 @@ void ViewController::addListEntries(const QList<ListingEntry>& entries)
         m_listing.lookAt(DestinationSettings::destination()); // They can only be of that one.
     }
     m_listing.addEntries(entries);
-    sortListEntriesWithDescriptors(m_window.ui().destinationListingTable->sortDescriptors());
+    m_window.ui().destinationListingTable->sortDescriptorsDidChange();
 }
 
 void ViewController::downloadRefused(const QString& status, const QString& note)
@@ -222,50 +200,7 @@ void ViewController::downloadRefused(const QString& status, const QString& note)
     m_history.note(note);
 }
 
-// The table.
-
-void ViewController::sortDescriptorsDidChange()
-{
-    sortListEntriesWithDescriptors(m_window.ui().destinationListingTable->sortDescriptors());
-}
-
-QVariant ViewController::objectValueForTableColumn(const QString& column, qsizetype row) const
-{
-    return row >= 0 && row < numberOfRowsInTableView() ? cellValue(listEntries().at(row), column) : QVariant();
-}
-
-void ViewController::tableViewSelectionDidChange(const QObject* table)
-{
-    if (table == m_window.ui().destinationListingTable) {
-        m_window.enableItemButtons(m_items.selectedEntry() != nullptr);
-    }
-}
-
-void ViewController::doubleAction()
-{
-    if (m_items.selectedEntry() != nullptr) {
-        downloadSelection();
-    }
-}
-
-QString ViewController::locationOfSelection() const
-{
-    const ListingEntry* const entry = m_items.selectedEntry();
-    return entry == nullptr ? QString() : locationOfItem(m_listing.location(), entry->name, entry->rawName);
-}
-
 // The windows.
-
-void ViewController::setHasWebsite(bool hasWebsite)
-{
-    m_window.ui().websiteAction->setVisible(hasWebsite);
-}
-
-void ViewController::rememberWindow()
-{
-    WindowMemory::save(m_window, *m_window.ui().destinationListingTable->horizontalHeader());
-    m_windows.remember();
-}
 
 void ViewController::showAlert(const QString& title, const QString& text)
 {
@@ -291,16 +226,6 @@ bool ViewController::alertSendingOrReceiving()
 QString ViewController::askInput(const QString& prompt, const QString& defaultText)
 {
     return promptForText(&m_window, prompt, defaultText);
-}
-
-QString ViewController::stringForFileSize(quint64 bytes)
-{
-    return byteCountText(static_cast<qint64>(bytes));
-}
-
-QString ViewController::stringForNumber(double value, const QString& unit)
-{
-    return numberText(value, unit);
 }
 
 QString ViewController::quitWarning() const

@@ -1,8 +1,8 @@
 #include "WindowIndicators.h"
 
-#include "ByteCountText.h"
 #include "DateText.h"
 #include "FocusKeeping.h"
+#include "NumberText.h"
 #include "OutcomeText.h"
 #include "PlainToolTip.h"
 #include "SecurityText.h"
@@ -178,8 +178,7 @@ bool WindowIndicators::showProgress(const Values& values, bool isMoving)
     m_manual.auxiliaryPercentProgressIndicator->setValue(barValue(values.auxiliaryPercent));
     if (values.bytes != m_lastValues.bytes) {
         m_lastValues.bytes = values.bytes;
-        m_window.bytesFormattedTextField->setText(values.bytes ? byteCountText(static_cast<qint64>(*values.bytes))
-                                                               : u""_s);
+        m_window.bytesFormattedTextField->setText(values.bytes ? stringForFileSize(*values.bytes) : u""_s);
     }
     return true;
 }

@@ -44,24 +44,27 @@ QString ftpFolderFromAppName()
     return Addressing::folderFromAppName(ourAppName());
 }
 
-QString fullURL(const QString& path)
+QString createFullURLFromFTPRootRelativePath(const QString& path)
 {
     return Addressing::fullURL(address(), ftpFolder(), path);
 }
 
-QString fullPath(const QString& path)
+QString createFullPathFromFTPRootRelativePath(const QString& path)
 {
     return Addressing::fullPath(address(), ftpFolder(), path);
 }
 
-QString location()
+QString createFullDestinationPathFromAppNameAndFTPFolder()
 {
-    return fullPath(ftpFolderFromAppName());
+    return createFullPathFromFTPRootRelativePath(ftpFolderFromAppName());
 }
 
 Destination destination()
 {
-    return { .location = location(), .username = username(), .password = password(), .encryption = encryption() };
+    return { .location = createFullDestinationPathFromAppNameAndFTPFolder(),
+             .username = username(),
+             .password = password(),
+             .encryption = encryption() };
 }
 
 } // namespace DestinationSettings

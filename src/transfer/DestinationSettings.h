@@ -18,11 +18,11 @@ QString ourAppName();
 QString ftpFolderFromAppName();
 
 /// The location of @p path, which may be null, in the configured folder.
-QString fullURL(const QString& path);
+QString createFullURLFromFTPRootRelativePath(const QString& path);
 /// The same with "/" at its end.
-QString fullPath(const QString& path);
+QString createFullPathFromFTPRootRelativePath(const QString& path);
 /// The destination folder's location, "/" at its end; null when no usable address is set.
-QString location();
+QString createFullDestinationPathFromAppNameAndFTPFolder();
 
 /// The destination in force.
 Destination destination();

@@ -3,6 +3,7 @@
 #include "Beeps.h"
 #include "CopiesWindow.h"
 #include "Delays.h"
+#include "DestinationSettings.h"
 #include "FakeWindowTest.h"
 #include "NetworkManager.h"
 #include "OpenedUrls.h"
@@ -354,7 +355,7 @@ TEST_F(AppDelegateTest, TheSettingsPathIsAnsweredOnlyWhileTheFileExists)
 TEST_F(AppDelegateTest, ClosingTheMainWindowQuits)
 {
     m_controller->window().show();
-    m_controller->auxiliaryWindow().show();
+    m_controller->windows().manualTransfers().show();
     bool quits = false;
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, &m_delegate, [&quits] { quits = true; });
     QTimer::singleShot(0, &m_controller->window(), &QWidget::close);
@@ -367,26 +368,26 @@ TEST_F(AppDelegateTest, ClosingTheMainWindowQuits)
 TEST_F(AppDelegateTest, LaunchingShowsTheWelcomeWindowUnlessItIsTurnedOff)
 {
     launch();
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
-    m_controller->welcomeWindow().close();
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
+    m_controller->windows().welcomeWindow().close();
 
     set(u"DoNotShowWelcomeWindowAgain"_s, true);
     m_delegate.applicationDidFinishLaunching();
-    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+    EXPECT_FALSE(m_controller->windows().welcomeWindow().isVisible());
     m_delegate.showWelcomeWindow(&m_delegate);
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
 }
 
 TEST_F(AppDelegateTest, TheCommandsOfTheWindowReachTheApplication)
 {
     launch();
-    m_controller->welcomeWindow().close();
+    m_controller->windows().welcomeWindow().close();
     set(u"DoNotShowWelcomeWindowAgain"_s, true);
 
     emit m_controller->copyLocationToClipboard();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/"_s);
     emit m_controller->welcomeWindowRequested();
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
     passTwoSeconds();
     set(u"Address"_s, u"other"_s);
     emit m_controller->updateWindowTitleAndList();
@@ -482,7 +483,7 @@ TEST_F(AppDelegateTest, TheQuestionIsAskedOnceAtATimeAndHoldsNoTransfer)
 TEST_F(AppDelegateTest, ADownloadIsAReasonToAskToo)
 {
     launch();
-    m_controller->downloadFile(u"x"_s, m_directory.path());
+    m_controller->items().downloadFile(u"x"_s, m_directory.path());
 
     m_controller->window().close();
 
@@ -523,7 +524,7 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo
         setProgramFileName(ProgramCopies::fileName(plain));
         name->setText(plain);
         EXPECT_EQ(destination->text(),
-                  u"Files go to "_s + ViewController::createFullDestinationPathFromAppNameAndFTPFolder());
+                  u"Files go to "_s + DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder());
     }
     name->setText(u"Quillbox 2"_s);
     EXPECT_EQ(destination->text(), u"Files go to ftp://host/in/"_s);

@@ -162,7 +162,7 @@ TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeBetweenTwoFiles)
 
 TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeForADownloadToo)
 {
-    m_controller->downloadFile(u"x"_s, m_directory.path());
+    m_controller->items().downloadFile(u"x"_s, m_directory.path());
 
     EXPECT_TRUE(waitFor([this] { return m_loginManager.isLocked(); }));
 }

@@ -50,7 +50,7 @@ TEST_F(ListingModelTest, ItemsStayWithThemselvesWhateverTheirRow)
     m_model.add({ fileEntry(u"a"_s), fileEntry(u"z"_s, 3), fileEntry(u"l"_s) });
     EXPECT_EQ(m.row(), 3);
     EXPECT_EQ(m.data(), QVariant(u"m"_s));
-    m_model.sortBy({ { .key = u"Size"_s, .ascending = false } });
+    m_model.sortListEntriesWithDescriptors({ { .key = u"Size"_s, .ascending = false } });
     EXPECT_EQ(m.data(), QVariant(u"m"_s));
     EXPECT_EQ(m.row(), 2);
     m_model.clear();
@@ -62,7 +62,7 @@ TEST_F(ListingModelTest, AnUnknownKeyLeavesNoRowsOfThoseThatThereWere)
     m_model.add({ fileEntry(u"m"_s) });
     const QPersistentModelIndex m = m_model.index(0, 0);
 
-    m_model.sortBy({ { .key = u"Colour"_s } });
+    m_model.sortListEntriesWithDescriptors({ { .key = u"Colour"_s } });
     EXPECT_EQ(m_model.rowCount(), 0);
     EXPECT_FALSE(m.isValid());
 

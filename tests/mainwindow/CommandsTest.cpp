@@ -78,7 +78,7 @@ TEST_F(CommandsTest, CommandsAreEnabledExactlyWhenTheyCanAct)
     EXPECT_EQ(enabled(), u"copyItemLocation delete download refresh"_s);
     unset(u"Address"_s);
     EXPECT_TRUE(waitFor([&enabled] { return enabled() == u"refresh"_s; }));
-    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
+    EXPECT_EQ(m_controller->listing().model().numberOfRowsInTableView(), 0);
     action("refreshAction").trigger(); // There is nothing to list.
     EXPECT_EQ(enabled(), u"refresh"_s);
     EXPECT_FALSE(action("copyLocationAction").isEnabled());
@@ -106,7 +106,7 @@ TEST_F(CommandsTest, CommandsOfTheApplicationAreHandedOn)
 
     action("copyLocationAction").trigger();
     EXPECT_FALSE(action("websiteAction").isVisible());
-    m_controller->setHasWebsite(true);
+    m_controller->window().setHasWebsite(true);
     EXPECT_TRUE(action("websiteAction").isVisible());
     action("websiteAction").trigger();
 
@@ -139,7 +139,7 @@ TEST_F(CommandsTest, KeysActOnTheSelectedRow)
 TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListedAndWithoutOneThereIsABeep)
 {
     control<QLineEdit>("destinationTextField").setText(u"sub"_s);
-    m_controller->startStopList(&button("startStopListButton"));
+    m_controller->windows().manualTransfers().startStopList(&button("startStopListButton"));
     ListingEntry entry;
     entry.name = u"caf√©"_s;
     entry.rawName = "caf\xE9"_ba;

@@ -14,7 +14,7 @@ class DestinationChangeTest : public ViewControllerTest {
 protected:
     DestinationChangeTest()
     {
-        m_controller->setItemOperations({
+        m_controller->items().setOperations({
             .deleteFileNamed =
                 [this](const QByteArray& name, ListedKind /*kind*/, const FMServer& /*server*/) {
                     m_deleted.append(QString::fromUtf8(name));
@@ -64,11 +64,11 @@ protected:
 TEST_F(DestinationChangeTest, WithTheDestinationItsRowsAndButtonsGoAtOnce)
 {
     select(0);
-    m_controller->showPreferences();
+    m_controller->windows().showPreferences();
     ASSERT_EQ(listedNames().size(), 2);
     ASSERT_TRUE(button("deleteButton").isEnabled());
-    m_controller->preferences().folderTextField()->setText(u"other"_s);
-    m_controller->preferences().doneButton();
+    m_controller->windows().preferences().folderTextField()->setText(u"other"_s);
+    m_controller->windows().preferences().doneButton();
 
     EXPECT_TRUE(listedNames().isEmpty());
     EXPECT_FALSE(button("deleteButton").isEnabled());
@@ -97,7 +97,7 @@ TEST_F(DestinationChangeTest, FilesThatWouldBeReplacedAreThoseOfTheDestination)
     m_controller->uploadFiles({ makeFile(u"x"_s), makeFile(u"a"_s) });
     EXPECT_EQ(m_controller->filesToReplace(), QStringList{ u"a"_s });
 
-    m_controller->startStopList(&control<QPushButton>("startStopListButton"));
+    m_controller->windows().manualTransfers().startStopList(&control<QPushButton>("startStopListButton"));
     arrive({ u"a"_s });
 
     EXPECT_TRUE(m_controller->filesToReplace().isEmpty());
@@ -150,18 +150,18 @@ TEST_F(DestinationChangeTest, AnActionOnARowOfTheFormerDestinationDoesNothingAnd
     select(0);
     set(u"FTPFolder"_s, u"other"_s);
 
-    m_controller->deleteSelection();
+    m_controller->items().deleteSelection();
 
     EXPECT_EQ(shownSheets(), QStringList{ destinationChanged });
     EXPECT_TRUE(listedNames().isEmpty());
-    m_controller->downloadSelection();
+    m_controller->items().downloadSelection();
     EXPECT_EQ(count(Kind::Download), 0);
 }
 
 TEST_F(DestinationChangeTest, ADeletionThatComesDueUnderAnotherDestinationDoesNothingAndSaysSo)
 {
     select(0);
-    m_controller->deleteSelection();
+    m_controller->items().deleteSelection();
     answerSheet(u"Delete"_s);
     set(u"Password"_s, u"another"_s);
 
@@ -174,7 +174,7 @@ TEST_F(DestinationChangeTest, ADeletionThatComesDueUnderAnotherDestinationDoesNo
 TEST_F(DestinationChangeTest, ADeletionUnderTheSameDestinationIsDone)
 {
     select(0);
-    m_controller->deleteSelection();
+    m_controller->items().deleteSelection();
     answerSheet(u"Delete"_s);
 
     passDelaysOf(*m_controller);
@@ -184,7 +184,7 @@ TEST_F(DestinationChangeTest, ADeletionUnderTheSameDestinationIsDone)
 
 TEST_F(DestinationChangeTest, ARowThatWasDraggedUnderAnotherDestinationIsNotFetched)
 {
-    const auto promise = m_controller->promiseOf(entry(u"a"_s));
+    const auto promise = m_controller->dragging().promiseOf(entry(u"a"_s));
     set(u"FTPFolder"_s, u"other"_s);
 
     promise(m_directory.path());
@@ -196,11 +196,12 @@ TEST_F(DestinationChangeTest, ARowThatWasDraggedUnderAnotherDestinationIsNotFetc
 TEST_F(DestinationChangeTest, ADragThatWasCancelledHasNoPartInADownloadThatComesLater)
 {
     QMimeData data;
-    ASSERT_TRUE(m_controller->writeRowsWithIndexes({ 0 }, data));
+    ASSERT_TRUE(m_controller->dragging().writeRowsWithIndexes({ 0 }, data));
     set(u"FTPFolder"_s, u"other"_s);
     list({ u"a"_s });
 
-    EXPECT_EQ(m_controller->namesOfPromisedFilesDroppedAtDestination(m_directory.path(), { 0 }), QStringList{ u"a"_s });
+    EXPECT_EQ(m_controller->dragging().namesOfPromisedFilesDroppedAtDestination(m_directory.path(), { 0 }),
+              QStringList{ u"a"_s });
 
     EXPECT_EQ(latest(Kind::Download).location, u"ftp://host/other/a"_s);
     EXPECT_EQ(shownSheets(), QStringList());
@@ -227,14 +228,14 @@ TEST_F(DestinationChangeTest, RowsOfAFolderThatWasListedByHandAreMarked)
     select(0);
     control<QLineEdit>("destinationTextField").setText(u"elsewhere"_s);
 
-    m_controller->startStopList(&control<QPushButton>("startStopListButton"));
+    m_controller->windows().manualTransfers().startStopList(&control<QPushButton>("startStopListButton"));
     arrive({ u"a"_s });
 
     EXPECT_TRUE(mark.isVisible());
     EXPECT_EQ(mark.text(), u"Listed is ftp://host/in/elsewhere/, not the destination"_s);
     EXPECT_EQ(table().selectedRow(), -1);
     select(0);
-    m_controller->deleteSelection();
+    m_controller->items().deleteSelection();
     const auto* const sheet = m_controller->window().findChild<QMessageBox*>();
     ASSERT_NE(sheet, nullptr);
     QStringList words;

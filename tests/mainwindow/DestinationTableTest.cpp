@@ -25,8 +25,8 @@ protected:
     QStringList names() const
     {
         QStringList names;
-        for (qsizetype row = 0; row < m_controller->numberOfRowsInTableView(); ++row) {
-            names.append(m_controller->objectValueForTableColumn(u"Name"_s, row).toString());
+        for (qsizetype row = 0; row < m_controller->listing().model().numberOfRowsInTableView(); ++row) {
+            names.append(m_controller->listing().model().objectValueForTableColumn(u"Name"_s, row).toString());
         }
         return names;
     }
@@ -34,9 +34,9 @@ protected:
 
 TEST_F(DestinationTableTest, AnEmptyListingHasNoRowsAndShowsNothing)
 {
-    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
+    EXPECT_EQ(m_controller->listing().model().numberOfRowsInTableView(), 0);
     for (const QString& column : { u"Name"_s, u"Size"_s, u"Type"_s, u"Date"_s, u"Mode"_s }) {
-        EXPECT_FALSE(m_controller->objectValueForTableColumn(column, 0).isValid());
+        EXPECT_FALSE(m_controller->listing().model().objectValueForTableColumn(column, 0).isValid());
     }
 }
 
@@ -44,9 +44,9 @@ TEST_F(DestinationTableTest, TheRowAfterTheLastShowsNothing)
 {
     m_controller->addListEntries({ entry(u"a"_s) });
 
-    EXPECT_EQ(m_controller->objectValueForTableColumn(u"Name"_s, 0), QVariant(u"a"_s));
-    EXPECT_FALSE(m_controller->objectValueForTableColumn(u"Name"_s, 1).isValid());
-    EXPECT_FALSE(m_controller->objectValueForTableColumn(u"Owner"_s, 0).isValid());
+    EXPECT_EQ(m_controller->listing().model().objectValueForTableColumn(u"Name"_s, 0), QVariant(u"a"_s));
+    EXPECT_FALSE(m_controller->listing().model().objectValueForTableColumn(u"Name"_s, 1).isValid());
+    EXPECT_FALSE(m_controller->listing().model().objectValueForTableColumn(u"Owner"_s, 0).isValid());
 }
 
 TEST_F(DestinationTableTest, EntriesJoinAtOnceInTheTablesOrder)
@@ -75,23 +75,23 @@ TEST_F(DestinationTableTest, SortingByNameOrByDescriptorsReordersTheRows)
 {
     m_controller->addListEntries({ entry(u"a"_s), entry(u"f"_s, ListingEntry::folderType), entry(u"z"_s) });
 
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Type"_s } });
+    m_controller->listing().model().sortListEntriesWithDescriptors({ { .key = u"Type"_s } });
     EXPECT_EQ(names(), (QStringList{ u"f"_s, u"a"_s, u"z"_s }));
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Type"_s, .ascending = false } });
+    m_controller->listing().model().sortListEntriesWithDescriptors({ { .key = u"Type"_s, .ascending = false } });
     EXPECT_EQ(names(), (QStringList{ u"a"_s, u"z"_s, u"f"_s }));
-    m_controller->sortListEntriesByNameAscending();
+    m_controller->listing().model().sortListEntriesByNameAscending();
     EXPECT_EQ(names(), (QStringList{ u"a"_s, u"f"_s, u"z"_s }));
-    m_controller->sortListEntriesWithDescriptors({});
+    m_controller->listing().model().sortListEntriesWithDescriptors({});
     EXPECT_EQ(names(), (QStringList{ u"a"_s, u"f"_s, u"z"_s }));
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Owner"_s } });
+    m_controller->listing().model().sortListEntriesWithDescriptors({ { .key = u"Owner"_s } });
     EXPECT_EQ(names(), QStringList());
 }
 
 TEST_F(DestinationTableTest, EveryRowIsThirtyHighAndSelectable)
 {
-    EXPECT_EQ(m_controller->heightOfRow(0), 30.0);
-    EXPECT_EQ(m_controller->heightOfRow(99'999), 30.0);
-    EXPECT_TRUE(m_controller->shouldSelectRow(0));
+    EXPECT_EQ(m_controller->listing().model().heightOfRow(0), 30.0);
+    EXPECT_EQ(m_controller->listing().model().heightOfRow(99'999), 30.0);
+    EXPECT_TRUE(m_controller->listing().model().shouldSelectRow(0));
 }
 
 TEST_F(DestinationTableTest, TheItemButtonsFollowTheSelection)
@@ -138,9 +138,9 @@ TEST_F(DestinationTableTest, OnlyTheTablesOwnSelectionCounts)
     table().selectRow(0);
     button("downloadButton").setEnabled(false);
 
-    m_controller->tableViewSelectionDidChange(&button("stopButton"));
+    m_controller->window().tableViewSelectionDidChange(&button("stopButton"));
     EXPECT_FALSE(button("downloadButton").isEnabled());
-    m_controller->tableViewSelectionDidChange(&table());
+    m_controller->window().tableViewSelectionDidChange(&table());
     EXPECT_TRUE(button("downloadButton").isEnabled());
 }
 
@@ -148,8 +148,8 @@ TEST_F(DestinationTableTest, ContainsComparesNamesExactly)
 {
     m_controller->addListEntries({ entry(u"photos"_s) });
 
-    EXPECT_TRUE(m_controller->listingContainsName(u"photos"_s));
-    EXPECT_FALSE(m_controller->listingContainsName(u"Photos"_s));
+    EXPECT_TRUE(m_controller->listing().listingContainsName(u"photos"_s));
+    EXPECT_FALSE(m_controller->listing().listingContainsName(u"Photos"_s));
 }
 
 TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
@@ -183,16 +183,16 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
 TEST_F(DestinationTableTest, WhatArrivesIsSortedAsTheTableIs)
 {
     m_controller->addListEntries({ entry(u"b"_s), entry(u"a"_s) });
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Name"_s, .ascending = false } });
+    m_controller->listing().model().sortListEntriesWithDescriptors({ { .key = u"Name"_s, .ascending = false } });
     ASSERT_EQ(m_controller->listEntries().at(0).name, u"b"_s);
 
     m_controller->addListEntries({ entry(u"c"_s) });
     EXPECT_EQ(m_controller->listEntries().at(0).name, u"a"_s);
 
-    m_controller->sortListEntriesWithDescriptors({ { .key = u"Colour"_s } });
-    EXPECT_EQ(m_controller->numberOfRowsInTableView(), 0);
+    m_controller->listing().model().sortListEntriesWithDescriptors({ { .key = u"Colour"_s } });
+    EXPECT_EQ(m_controller->listing().model().numberOfRowsInTableView(), 0);
     m_controller->addListEntries({ entry(u"e"_s), entry(u"d"_s) });
-    ASSERT_EQ(m_controller->numberOfRowsInTableView(), 2);
+    ASSERT_EQ(m_controller->listing().model().numberOfRowsInTableView(), 2);
     EXPECT_EQ(m_controller->listEntries().at(0).name, u"d"_s);
 }
 

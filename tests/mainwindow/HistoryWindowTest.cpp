@@ -29,11 +29,11 @@ protected:
     HistoryWindow& open()
     {
         control<QAction>("historyAction").trigger();
-        return *m_controller->historyWindow();
+        return *m_controller->windows().historyWindow();
     }
     template <typename Widget> Widget& part(const char* name)
     {
-        return *m_controller->historyWindow()->findChild<Widget*>(QString::fromLatin1(name));
+        return *m_controller->windows().historyWindow()->findChild<Widget*>(QString::fromLatin1(name));
     }
     TextTable& table() { return part<TextTable>("historyTable"); }
     QPushButton& queueAgain() { return part<QPushButton>("queueAgainButton"); }
@@ -215,12 +215,12 @@ TEST_F(HistoryWindowTest, ItsSizeAndColumnsAreRemembered)
     HistoryWindow& window = open();
     window.resize(700, 300);
     window.columns().resizeSection(1, 123);
-    m_controller->rememberWindow();
+    m_controller->windows().remember();
 
     startAgain();
 
     EXPECT_EQ(open().size(), QSize(700, 300));
-    EXPECT_EQ(m_controller->historyWindow()->columns().sectionSize(1), 123);
+    EXPECT_EQ(m_controller->windows().historyWindow()->columns().sectionSize(1), 123);
 }
 
 TEST_F(HistoryWindowTest, AHundredThousandLinesAreNoBurden)

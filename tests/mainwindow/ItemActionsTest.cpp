@@ -20,7 +20,7 @@ class ItemActionsTest : public ViewControllerTest {
 protected:
     ItemActionsTest()
     {
-        m_controller->setItemOperations({
+        m_controller->items().setOperations({
             .deleteFileNamed =
                 [this](const QByteArray& name, ListedKind kind, const FMServer& server) {
                     m_kind = kind;
@@ -100,7 +100,7 @@ TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
     set({ { u"OpenDownloadedFiles"_s, true } });
     const OpenedUrls opened(u"file"_s);
     for (const QString& name : { u"tool.desktop"_s, u"picture"_s, u"run.sh"_s, u"note %41.txt"_s }) {
-        m_controller->downloadFile(name, m_directory.path());
+        m_controller->items().downloadFile(name, m_directory.path());
         FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
         stream.sendOpenCompleted();
         stream.sendBytes(name == u"picture"_s ? "#!/bin/sh\nrm -rf\n" : "text");
@@ -119,7 +119,7 @@ TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
 
 TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
 {
-    m_controller->downloadFile(u"a b"_s, m_directory.path());
+    m_controller->items().downloadFile(u"a b"_s, m_directory.path());
 
     FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
     EXPECT_EQ(stream.location, u"ftp://host/in/a%20b"_s);
@@ -138,7 +138,7 @@ TEST_F(ItemActionsTest, ANameThatIsNoUTF8IsAskedForByItsBytes)
     m_controller->addListEntries({ entry });
     select(entry.name);
 
-    m_controller->downloadSelection();
+    m_controller->items().downloadSelection();
 
     EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/caf%E9%20%2541"_s);
 }
@@ -166,7 +166,7 @@ TEST_F(ItemActionsTest, ANameThatIsNoFileNameLeadsNowhere)
     for (const QString& name : { u"../victim"_s, u"/etc/x"_s, u".."_s, u"."_s, u""_s, u"a/b"_s, u"a\0b"_s }) {
         for (const QString& folder : { m_directory.filePath(u"drop"_s), QString() }) {
             m_controller->updateStatus(u""_s);
-            m_controller->downloadFile(name, folder);
+            m_controller->items().downloadFile(name, folder);
             tick();
 
             EXPECT_EQ(text("statusTextField"), u"Invalid Desftination File"_s) << name.toStdString();
@@ -186,7 +186,7 @@ TEST_F(ItemActionsTest, ADownloadResetsTheProgressAndNeedsADestination)
     m_controller->bytesDone(1000);
     unset(u"Address"_s);
 
-    m_controller->downloadFile(u"a"_s, QString());
+    m_controller->items().downloadFile(u"a"_s, QString());
     tick();
 
     EXPECT_EQ(bar("percentProgressIndicator").value(), 0);
@@ -202,7 +202,7 @@ TEST_F(ItemActionsTest, WhatIsNoPlainFileIsNotDownloaded)
     for (const QString& name : { u"folder"_s, u"link"_s, u"untyped"_s }) {
         select(name);
 
-        m_controller->downloadSelection();
+        m_controller->items().downloadSelection();
 
         EXPECT_EQ(shownSheets(), QStringList{ u"Folder Item: Folders are not downloadable."_s });
         answerSheet();
@@ -221,7 +221,7 @@ TEST_F(ItemActionsTest, ADoubleClickDownloadsARowAndNothingElsewhere)
     answerSheet();
 
     doubleClick(QPoint(60, table().rowViewportPosition(1) + 45));
-    m_controller->doubleAction();
+    m_controller->items().doubleAction();
     EXPECT_EQ(shownSheets(), QStringList());
 
     doubleClick(QPoint(60, 15));
@@ -230,9 +230,9 @@ TEST_F(ItemActionsTest, ADoubleClickDownloadsARowAndNothingElsewhere)
 
 TEST_F(ItemActionsTest, WithoutASelectionNothingHappens)
 {
-    m_controller->downloadSelection();
-    m_controller->deleteSelection();
-    m_controller->doubleAction();
+    m_controller->items().downloadSelection();
+    m_controller->items().deleteSelection();
+    m_controller->items().doubleAction();
 
     EXPECT_EQ(shownSheets(), QStringList());
     EXPECT_FALSE(m_controller->gc().isReceiving());
@@ -302,9 +302,9 @@ TEST_F(ItemActionsTest, TheActionsOfACopyActInItsOwnFolder)
 {
     setProgramFileName(u"Scans"_s);
 
-    m_controller->deleteFile(u"file.txt"_s);
-    m_controller->createFolder(u"new"_s);
-    m_controller->downloadFile(u"file.txt"_s, m_directory.path());
+    m_controller->items().deleteFile(u"file.txt"_s);
+    m_controller->items().createFolder(u"new"_s);
+    m_controller->items().downloadFile(u"file.txt"_s, m_directory.path());
 
     ASSERT_EQ(m_operations.size(), 2);
     for (const QStringList& operation : m_operations) {
@@ -317,7 +317,7 @@ TEST_F(ItemActionsTest, TheServersWordsForARefusalAreInTheDetails)
 {
     m_outcome = { ItemOutcome::Refused, u"550 Directory not empty"_s };
 
-    m_controller->deleteFile(u"old"_s);
+    m_controller->items().deleteFile(u"old"_s);
 
     const auto* const sheet = m_controller->window().findChild<QMessageBox*>();
     ASSERT_NE(sheet, nullptr);
@@ -330,10 +330,10 @@ TEST_F(ItemActionsTest, TheServersWordsForARefusalAreInTheDetails)
 
 TEST_F(ItemActionsTest, WhatWasDoneIsSaid)
 {
-    m_controller->deleteFile(u"a.txt"_s);
+    m_controller->items().deleteFile(u"a.txt"_s);
     EXPECT_EQ(text("lastActionTextField"), u"“a.txt” was deleted"_s);
 
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
     EXPECT_EQ(text("lastActionTextField"), u"Folder “new” was created"_s);
 }
 
@@ -353,7 +353,7 @@ TEST_F(ItemActionsTest, OnlyACompleteListingOfTheDestinationSaysWhatAnItemIs)
     };
     const auto kindOf = [this](const QString& name) {
         m_outcome = ItemOutcome::Refused; // Which leaves the list alone.
-        m_controller->deleteFile(name);
+        m_controller->items().deleteFile(name);
         return m_kind;
     };
 
@@ -370,7 +370,7 @@ TEST_F(ItemActionsTest, ARefusedDeletionIsExplainedAndLeavesTheList)
 {
     m_outcome = ItemOutcome::Refused;
 
-    m_controller->deleteFile(u"full %1"_s);
+    m_controller->items().deleteFile(u"full %1"_s);
 
     EXPECT_EQ(shownSheets(),
               QStringList{ u"Item Not Deleted: \"full %1\" was not deleted. If this is a folder make sure it is empty. "
@@ -382,7 +382,7 @@ TEST_F(ItemActionsTest, ARefusedDeletionIsExplainedAndLeavesTheList)
 
 TEST_F(ItemActionsTest, AnActionGoesToTheMachineThatTheListCameFrom)
 {
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
     EXPECT_TRUE(m_address.isNull()); // No list has come.
     EXPECT_EQ(m_timeLimit, std::chrono::seconds(60));
     const QHostAddress listed(u"2001:db8::7"_s);
@@ -390,16 +390,16 @@ TEST_F(ItemActionsTest, AnActionGoesToTheMachineThatTheListCameFrom)
     latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
     latest(FakeFTPStream::Kind::Listing).sendEnd();
 
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
     EXPECT_EQ(m_address, listed);
     latest(FakeFTPStream::Kind::Listing).peerAddress = listed;
     latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
     latest(FakeFTPStream::Kind::Listing).sendEnd();
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
     EXPECT_EQ(m_address, listed);
 
     set(u"Address"_s, u"elsewhere"_s);
-    m_controller->createFolder(u"newer"_s);
+    m_controller->items().createFolder(u"newer"_s);
     EXPECT_TRUE(m_address.isNull());
 }
 
@@ -416,11 +416,11 @@ TEST_F(ItemActionsTest, UntilARefreshBringsRowsTheMachineIsThatOfTheListBefore)
     latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
 
     m_outcome = ItemOutcome::Refused; // Which leaves the refresh alone.
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
     EXPECT_EQ(m_address, listed);
 
     latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2020 a\r\n");
-    m_controller->createFolder(u"newer"_s);
+    m_controller->items().createFolder(u"newer"_s);
     EXPECT_EQ(m_address, other);
 }
 
@@ -428,7 +428,7 @@ TEST_F(ItemActionsTest, WhatTheServerHasNotAnsweredInTimeMayOrMayNotBeDone)
 {
     m_outcome = ItemOutcome::Unanswered;
 
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
 
     EXPECT_EQ(shownSheets(),
               QStringList{ u"No Answer: The server has not answered. “file.txt” may or may not have been deleted."_s });
@@ -439,8 +439,8 @@ TEST_F(ItemActionsTest, ATransferThatHasStartedMeanwhileKeepsTheListAsItIs)
 {
     startUpload();
 
-    m_controller->deleteFile(u"file.txt"_s);
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(m_operations.size(), 2);
     EXPECT_EQ(m_controller->listEntries().size(), 2);
@@ -476,7 +476,7 @@ TEST_F(ItemActionsTest, NoAnswerCreatesNothing)
 
 TEST_F(ItemActionsTest, AListedNameIsNotCreatedAgain)
 {
-    m_controller->createFolder(u"folder"_s);
+    m_controller->items().createFolder(u"folder"_s);
 
     EXPECT_EQ(shownSheets(), QStringList{ u"Folder Exists: Folder \"folder\" already exists. Try another name."_s });
     EXPECT_TRUE(m_operations.isEmpty());
@@ -484,7 +484,7 @@ TEST_F(ItemActionsTest, AListedNameIsNotCreatedAgain)
 
 TEST_F(ItemActionsTest, ANameThatDiffersFromAListedOneOnlyInCaseIsCreated)
 {
-    m_controller->createFolder(u"FOLDER"_s);
+    m_controller->items().createFolder(u"FOLDER"_s);
 
     EXPECT_EQ(m_operations, QList<QStringList>{ operation(u"FOLDER"_s) });
     EXPECT_EQ(shownSheets(), QStringList());
@@ -494,7 +494,7 @@ TEST_F(ItemActionsTest, ARefusedFolderIsExplained)
 {
     m_outcome = ItemOutcome::Refused;
 
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(shownSheets(),
               QStringList{ u"Folder Not Created: Folder \"new\" was not created due to an error.\n\nPlease check your "
@@ -504,8 +504,8 @@ TEST_F(ItemActionsTest, ARefusedFolderIsExplained)
 
 TEST_F(ItemActionsTest, KeptConnectionsAreClosedFirst)
 {
-    m_controller->deleteFile(u"file.txt"_s);
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(m_connections.closedIdle, (QStringList{ u"ftp://host/in/"_s, u"ftp://host/in/"_s }));
 }
@@ -515,7 +515,7 @@ TEST_F(ItemActionsTest, SettingsAreReadForEachAction)
     set({ { u"Address"_s, u"other:2121"_s }, { u"FTPFolder"_s, u"a b"_s } });
     unset(u"Username"_s);
 
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(m_operations,
               (QList<QStringList>{ { u"new"_s, u"ftp://other/a b/"_s, u"anonymous"_s, u"anonymous@"_s, u"2121"_s } }));
@@ -525,7 +525,7 @@ TEST_F(ItemActionsTest, AtAnIPv6AddressNothingIsDeletedAndTheUserLearnsWhy)
 {
     set({ { u"Address"_s, u"[::1]:2121"_s } });
 
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
 
     EXPECT_EQ(shownSheets(),
               QStringList{ u"Cannot Delete: “file.txt” was not deleted. Items can be deleted through IPv4 alone, and "
@@ -533,7 +533,7 @@ TEST_F(ItemActionsTest, AtAnIPv6AddressNothingIsDeletedAndTheUserLearnsWhy)
                            "its IPv4 address instead."_s });
     EXPECT_TRUE(m_operations.isEmpty());
     EXPECT_EQ(m_controller->listEntries().size(), 2);
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
     EXPECT_EQ(m_operations.size(), 1);
 }
 
@@ -542,12 +542,12 @@ TEST_F(ItemActionsTest, EncryptionAndTheTrustedCertificateAreHandedOver)
     const QByteArray fingerprint(32, 'f');
     EXPECT_TRUE(TrustedCertificates::standard().trust(u"host"_s, 2121, fingerprint));
 
-    m_controller->createFolder(u"in clear"_s);
+    m_controller->items().createFolder(u"in clear"_s);
     EXPECT_EQ(m_encryption, FTPEncryption::None);
     EXPECT_TRUE(m_trustedFingerprints.isEmpty());
 
     set({ { u"Encryption"_s, u"required"_s }, { u"Address"_s, u"host:2121"_s } });
-    m_controller->createFolder(u"encrypted"_s);
+    m_controller->items().createFolder(u"encrypted"_s);
     EXPECT_EQ(m_encryption, FTPEncryption::Required);
     EXPECT_EQ(m_trustedFingerprints, QList<QByteArray>{ fingerprint });
 
@@ -561,11 +561,11 @@ TEST_F(ItemActionsTest, ACertificateThatIsNotTrustedIsGivenAsTheReason)
           "list: you are then asked about the certificate, or told what is wrong with it."_s;
     m_outcome = ItemOutcome::NotTrusted;
 
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
     EXPECT_EQ(shownSheets(), QStringList{ u"Item Not Deleted: “file.txt” was not deleted"_s + reason });
     answerSheet();
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(shownSheets(), QStringList{ u"Folder Not Created: Folder “new” was not created"_s + reason });
     answerSheet();

@@ -41,7 +41,7 @@ TEST_F(MainWindowTest, ManualTransfersInTheMenuShowsTheirWindowAndBringsItToTheF
 {
     QAction* const manualTransfers = command(u"Manual Transfers…"_s);
     ASSERT_NE(manualTransfers, nullptr);
-    QWidget& auxiliary = m_controller->auxiliaryWindow();
+    QWidget& auxiliary = m_controller->windows().manualTransfers();
     EXPECT_FALSE(auxiliary.isVisible());
 
     manualTransfers->trigger();

@@ -19,7 +19,7 @@ TEST(NumberTextTest, IsWholeNearWholeNumbersAndHasOnePlaceElsewhere)
             { 0, u"MB"_s, u"0 MB"_s },
             { 1.5, u"%1"_s, u"1.5 %1"_s },
         },
-        numberText);
+        stringForNumber);
 }
 
 } // namespace

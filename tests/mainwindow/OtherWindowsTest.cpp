@@ -16,7 +16,7 @@ protected:
     QAction& action(const char* name) { return control<QAction>(name); }
     QCheckBox& doNotShowAgain()
     {
-        return *m_controller->welcomeWindow().findChild<QCheckBox*>(u"doNotShowAgainCheckBox"_s);
+        return *m_controller->windows().welcomeWindow().findChild<QCheckBox*>(u"doNotShowAgainCheckBox"_s);
     }
     static std::optional<bool> isTurnedOff()
     {
@@ -27,20 +27,20 @@ protected:
 TEST_F(OtherWindowsTest, TheWelcomeWindowShowsUnlessItIsTurnedOff)
 {
     m_controller->showWelcomeWindow(false);
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
-    EXPECT_FALSE(m_controller->welcomeWindow().isModal());
-    m_controller->welcomeWindow().close();
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
+    EXPECT_FALSE(m_controller->windows().welcomeWindow().isModal());
+    m_controller->windows().welcomeWindow().close();
 
     set({ { u"DoNotShowWelcomeWindowAgain"_s, false } });
     m_controller->showWelcomeWindow(false);
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
-    m_controller->welcomeWindow().close();
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
+    m_controller->windows().welcomeWindow().close();
 
     set({ { u"DoNotShowWelcomeWindowAgain"_s, true } });
     m_controller->showWelcomeWindow(false);
-    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+    EXPECT_FALSE(m_controller->windows().welcomeWindow().isVisible());
     m_controller->showWelcomeWindow(true);
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
 }
 
 TEST_F(OtherWindowsTest, TheCheckBoxTurnsTheWelcomeWindowOffAtOnce)
@@ -63,16 +63,16 @@ TEST_F(OtherWindowsTest, ASheetOfTheMainWindowHoldsNoOtherWindow)
         QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, control.mapTo(&window, control.rect().center()));
     };
     m_controller->showWelcomeWindow(false);
-    m_controller->showPreferences();
+    m_controller->windows().showPreferences();
     showInFront(m_controller->window());
     m_controller->showAlert(u"Title"_s, u"text"_s);
     ASSERT_NE(QApplication::activeModalWidget(), nullptr);
 
-    click(*m_controller->welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s));
-    click(*m_controller->preferences().view()->findChild<QPushButton*>(u"cancelButton"_s));
+    click(*m_controller->windows().welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s));
+    click(*m_controller->windows().preferences().view()->findChild<QPushButton*>(u"cancelButton"_s));
 
-    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
-    EXPECT_FALSE(m_controller->preferences().view()->isVisible());
+    EXPECT_FALSE(m_controller->windows().welcomeWindow().isVisible());
+    EXPECT_FALSE(m_controller->windows().preferences().view()->isVisible());
     answerSheet();
 }
 
@@ -118,34 +118,34 @@ TEST_F(OtherWindowsTest, TheWelcomeWindowShowsWhatIsSetByThen)
 TEST_F(OtherWindowsTest, AskedForAgainTheWelcomeWindowComesBackFromBeingMinimised)
 {
     m_controller->showWelcomeWindow(false);
-    m_controller->welcomeWindow().showMinimized();
+    m_controller->windows().welcomeWindow().showMinimized();
 
     m_controller->showWelcomeWindow(true);
 
-    EXPECT_FALSE(m_controller->welcomeWindow().isMinimized());
+    EXPECT_FALSE(m_controller->windows().welcomeWindow().isMinimized());
 }
 
 TEST_F(OtherWindowsTest, ReturnOnTheButtonOfTheWelcomeWindowOpensThePreferences)
 {
     m_controller->showWelcomeWindow(false);
-    auto* const button = m_controller->welcomeWindow().findChild<QPushButton*>(u"welcomePreferencesButton"_s);
+    auto* const button = m_controller->windows().welcomeWindow().findChild<QPushButton*>(u"welcomePreferencesButton"_s);
     button->setFocus();
 
     QTest::keyClick(button, Qt::Key_Return);
 
-    EXPECT_TRUE(m_controller->preferences().view()->isVisible());
-    EXPECT_TRUE(m_controller->welcomeWindow().isVisible());
+    EXPECT_TRUE(m_controller->windows().preferences().view()->isVisible());
+    EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
 }
 
 TEST_F(OtherWindowsTest, TheWelcomeWindowLeadsToThePreferences)
 {
     m_controller->showWelcomeWindow(false);
 
-    m_controller->welcomeWindow().findChild<QPushButton*>(u"welcomePreferencesButton"_s)->click();
+    m_controller->windows().welcomeWindow().findChild<QPushButton*>(u"welcomePreferencesButton"_s)->click();
 
-    EXPECT_TRUE(m_controller->preferences().view()->isVisible());
-    m_controller->welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s)->click();
-    EXPECT_FALSE(m_controller->welcomeWindow().isVisible());
+    EXPECT_TRUE(m_controller->windows().preferences().view()->isVisible());
+    m_controller->windows().welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s)->click();
+    EXPECT_FALSE(m_controller->windows().welcomeWindow().isVisible());
 }
 
 TEST_F(OtherWindowsTest, TheMenusLeadToTheOtherWindows)
@@ -157,8 +157,8 @@ TEST_F(OtherWindowsTest, TheMenusLeadToTheOtherWindows)
     action("welcomeAction").trigger();
     action("aboutAction").trigger();
 
-    EXPECT_TRUE(m_controller->preferences().view()->isVisible());
-    EXPECT_TRUE(m_controller->auxiliaryWindow().isVisible());
+    EXPECT_TRUE(m_controller->windows().preferences().view()->isVisible());
+    EXPECT_TRUE(m_controller->windows().manualTransfers().isVisible());
     EXPECT_EQ(welcomes.size(), 1);
     ASSERT_EQ(shownSheets().size(), 1);
     EXPECT_TRUE(shownSheets().first().startsWith(u"Quillbox"_s));
@@ -182,8 +182,8 @@ TEST_F(OtherWindowsTest, WaitingFilesGoNowhereWhileAnAddressIsBeingTyped)
     unset(u"Address"_s);
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     answerSheet();
-    m_controller->showPreferences();
-    QLineEdit* const field = m_controller->preferences().addressTextField();
+    m_controller->windows().showPreferences();
+    QLineEdit* const field = m_controller->windows().preferences().addressTextField();
     for (const QChar character : u"host"_s) {
         field->insert(character);
         tick();
@@ -191,7 +191,7 @@ TEST_F(OtherWindowsTest, WaitingFilesGoNowhereWhileAnAddressIsBeingTyped)
     }
     field->setModified(true);
 
-    m_controller->preferences().doneButton();
+    m_controller->windows().preferences().doneButton();
     tick();
 
     EXPECT_TRUE(m_controller->pc().isSending());
@@ -201,9 +201,9 @@ TEST_F(OtherWindowsTest, WaitingFilesGoNowhereWhileAnAddressIsBeingTyped)
 TEST_F(OtherWindowsTest, DoneAsksForATitleAndAListing)
 {
     QSignalSpy refreshes(m_controller.get(), &ViewController::updateWindowTitleAndList);
-    m_controller->showPreferences();
+    m_controller->windows().showPreferences();
 
-    m_controller->preferences().doneButton();
+    m_controller->windows().preferences().doneButton();
 
     EXPECT_EQ(refreshes.size(), 1);
 }
@@ -211,9 +211,9 @@ TEST_F(OtherWindowsTest, DoneAsksForATitleAndAListing)
 TEST_F(OtherWindowsTest, ThePanelNamesTheFolderOfACopy)
 {
     setProgramFileName(u"Scans"_s);
-    m_controller->showPreferences();
+    m_controller->windows().showPreferences();
 
-    EXPECT_EQ(m_controller->preferences().view()->findChild<QLabel*>(u"destinationLabel"_s)->text(),
+    EXPECT_EQ(m_controller->windows().preferences().view()->findChild<QLabel*>(u"destinationLabel"_s)->text(),
               u"Files go to ftp://host/in/Scans/"_s);
 }
 

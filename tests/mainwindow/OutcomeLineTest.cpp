@@ -129,8 +129,8 @@ TEST_F(OutcomeLineTest, ShowSelectsTheFilesInTheHistory)
 
     tool("showOutcomeButton").click();
 
-    ASSERT_NE(m_controller->historyWindow(), nullptr);
-    const auto* const table = m_controller->historyWindow()->findChild<QTableView*>(u"historyTable"_s);
+    ASSERT_NE(m_controller->windows().historyWindow(), nullptr);
+    const auto* const table = m_controller->windows().historyWindow()->findChild<QTableView*>(u"historyTable"_s);
     const QModelIndexList rows = table->selectionModel()->selectedRows();
     ASSERT_EQ(rows.size(), 1);
     EXPECT_EQ(rows.first().row(), 1);
@@ -232,7 +232,7 @@ TEST_F(OutcomeLineTest, WhileTheQueueLastsItsWordsStandBehindTheNumberOfThoseTha
 
 TEST_F(OutcomeLineTest, AManualUploadIsNoQueue)
 {
-    m_controller->startStopUpload();
+    m_controller->windows().manualTransfers().startStopUpload();
     tick();
 
     EXPECT_FALSE(line().isVisible());

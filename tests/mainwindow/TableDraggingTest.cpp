@@ -99,7 +99,7 @@ protected:
     }
     QStringList fulfil(const QList<int>& rows)
     {
-        return m_controller->namesOfPromisedFilesDroppedAtDestination(out(), rows);
+        return m_controller->dragging().namesOfPromisedFilesDroppedAtDestination(out(), rows);
     }
     /// Lets the running download bring @p bytes.
     void bring(const QByteArray& bytes)
@@ -124,29 +124,30 @@ const QString overwriteA = u"File \"a.txt\" Exists.: Do you want to overwrite th
 
 TEST_F(TableDraggingTest, APasteboardsPlainFilesAreTakenInItsOrder)
 {
-    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), QStringList());
+    EXPECT_EQ(m_controller->dragging().pasteboardHasFiles(m_data), QStringList());
     m_data.setText(u"/etc/passwd"_s);
-    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), QStringList());
+    EXPECT_EQ(m_controller->dragging().pasteboardHasFiles(m_data), QStringList());
     m_data.setUrls({});
-    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), QStringList());
+    EXPECT_EQ(m_controller->dragging().pasteboardHasFiles(m_data), QStringList());
 
     const QString z = makeFile(u"z é %41"_s);
     const QString a = makeFile(u"a"_s);
     QFile::link(a, m_directory.filePath(u"link"_s));
     name({ z, m_directory.filePath(u"gone"_s), out(), a, m_directory.filePath(u"link"_s) });
 
-    EXPECT_EQ(m_controller->pasteboardHasFiles(m_data), (QStringList{ z, a, m_directory.filePath(u"link"_s) }));
+    EXPECT_EQ(m_controller->dragging().pasteboardHasFiles(m_data),
+              (QStringList{ z, a, m_directory.filePath(u"link"_s) }));
 }
 
 TEST_F(TableDraggingTest, ADragOfFileNamesIsACopyOntoTheWholeTable)
 {
     TableDrop drop{ .row = 1, .operation = TableDrop::Operation::Above };
     m_data.setText(u"text"_s);
-    EXPECT_EQ(m_controller->validateDrop(m_data, drop), Qt::IgnoreAction);
+    EXPECT_EQ(m_controller->dragging().validateDrop(m_data, drop), Qt::IgnoreAction);
     EXPECT_EQ(drop.row, 1);
 
     name({ m_directory.filePath(u"gone"_s) }); // Whether they are files is not looked at yet.
-    EXPECT_EQ(m_controller->validateDrop(m_data, drop), Qt::CopyAction);
+    EXPECT_EQ(m_controller->dragging().validateDrop(m_data, drop), Qt::CopyAction);
     EXPECT_EQ(drop.row, -1);
     EXPECT_EQ(drop.operation, TableDrop::Operation::On);
 }
@@ -175,11 +176,11 @@ TEST_F(TableDraggingTest, TheFilesGoToTheQueueASecondAfterTheDrop)
 {
     const QString file = makeFile(u"new"_s);
     name({ file });
-    EXPECT_EQ(m_controller->droppedFiles(), QStringList());
+    EXPECT_EQ(m_controller->dragging().droppedFiles(), QStringList());
 
-    EXPECT_TRUE(m_controller->acceptDrop(m_data, {}));
+    EXPECT_TRUE(m_controller->dragging().acceptDrop(m_data, {}));
 
-    EXPECT_EQ(m_controller->droppedFiles(), QStringList{ file });
+    EXPECT_EQ(m_controller->dragging().droppedFiles(), QStringList{ file });
     EXPECT_EQ(queued(), u""_s);
     EXPECT_EQ(delaysOf(*m_controller), QList<int>{ 1000 });
     passDelaysOf(*m_controller);
@@ -191,10 +192,10 @@ TEST_F(TableDraggingTest, TwoDropsWithinOneSecondHandOverTheirOwnFilesEach)
     const QString first = makeFile(u"first"_s);
     const QString second = makeFile(u"second"_s);
     name({ first });
-    m_controller->acceptDrop(m_data, {});
+    m_controller->dragging().acceptDrop(m_data, {});
     name({ second });
-    m_controller->acceptDrop(m_data, {});
-    EXPECT_EQ(m_controller->droppedFiles(), QStringList{ second });
+    m_controller->dragging().acceptDrop(m_data, {});
+    EXPECT_EQ(m_controller->dragging().droppedFiles(), QStringList{ second });
 
     passDelaysOf(*m_controller);
     tick();
@@ -209,7 +210,7 @@ TEST_F(TableDraggingTest, FoldersAloneAreRefusedWithAnAlert)
     EXPECT_EQ(drop(), Qt::IgnoreAction);
 
     EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
-    EXPECT_EQ(m_controller->droppedFiles(), QStringList());
+    EXPECT_EQ(m_controller->dragging().droppedFiles(), QStringList());
 }
 
 TEST_F(TableDraggingTest, OfAMixTheFilesAreTaken)
@@ -258,7 +259,7 @@ TEST_F(TableDraggingTest, TheTableShowsThatItTakesADropAsLongAsTheDragIsOverIt)
 
 TEST_F(TableDraggingTest, APromiseHoldsTheNumberOfTheFirstRow)
 {
-    EXPECT_TRUE(m_controller->writeRowsWithIndexes({ 1, 2 }, m_data));
+    EXPECT_TRUE(m_controller->dragging().writeRowsWithIndexes({ 1, 2 }, m_data));
 
     EXPECT_EQ(m_data.data(ItemDragging::promiseFormat), "[\"1\"]"_ba);
     EXPECT_FALSE(m_data.hasUrls());
@@ -268,14 +269,14 @@ TEST_F(TableDraggingTest, NoRowIsDraggedWhileSomethingIsSentOrReceived)
 {
     startUpload();
 
-    EXPECT_FALSE(m_controller->writeRowsWithIndexes({ 0 }, m_data));
+    EXPECT_FALSE(m_controller->dragging().writeRowsWithIndexes({ 0 }, m_data));
 
     EXPECT_EQ(m_data.formats(), QStringList());
     EXPECT_EQ(shownSheets(), QStringList{ waitForUpload });
     answerSheet();
     m_controller->stopButtonAction();
-    m_controller->downloadFile(u"a.txt"_s, out());
-    EXPECT_FALSE(m_controller->writeRowsWithIndexes({ 0 }, m_data));
+    m_controller->items().downloadFile(u"a.txt"_s, out());
+    EXPECT_FALSE(m_controller->dragging().writeRowsWithIndexes({ 0 }, m_data));
     EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current download to complete."_s });
 }
 
@@ -333,7 +334,7 @@ private:
 
 TEST_F(TableDraggingTest, TheDraggedItemIsMeantWhereverItStandsAtTheDrop)
 {
-    PromiseKeeper keeper(*m_controller);
+    PromiseKeeper keeper(m_controller->dragging());
     table().setDragging(&keeper);
     for (const bool isRefreshing : { false, true }) {
         dragFirstRow();
@@ -350,12 +351,12 @@ TEST_F(TableDraggingTest, TheDraggedItemIsMeantWhereverItStandsAtTheDrop)
         bring("bytes");
         EXPECT_EQ(contents(dragged), "bytes");
     }
-    table().setDragging(m_controller.get());
+    table().setDragging(&m_controller->dragging());
 }
 
 TEST_F(TableDraggingTest, TheDraggedItemIsMeantAndNotAnotherOneThatShowsTheSameName)
 {
-    PromiseKeeper keeper(*m_controller);
+    PromiseKeeper keeper(m_controller->dragging());
     table().setDragging(&keeper);
     dragFirstRow();
     m_controller->listFTPDestination();
@@ -368,7 +369,7 @@ TEST_F(TableDraggingTest, TheDraggedItemIsMeantAndNotAnotherOneThatShowsTheSameN
 
     ASSERT_TRUE(waitFor([this] { return m_controller->gc().isReceiving(); }));
     EXPECT_EQ(latest(FakeFTPStream::Kind::Download).location, u"ftp://host/in/a.txt"_s);
-    table().setDragging(m_controller.get());
+    table().setDragging(&m_controller->dragging());
 }
 
 TEST_F(TableDraggingTest, ARowThatIsNotListedPromisesNothing)
@@ -431,7 +432,7 @@ TEST_F(TableDraggingTest, AFileThatIsOverwrittenIsKeptUntilTheDownloadIsWhole)
         EXPECT_EQ(contents(u"a.txt"_s), fails ? "mine" : "theirs");
         EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ u"a.txt"_s });
     }
-    m_controller->downloadFile(u"a.txt"_s, out()); // Nobody was asked about this one.
+    m_controller->items().downloadFile(u"a.txt"_s, out()); // Nobody was asked about this one.
     EXPECT_EQ(contents(u"a.txt"_s), "");
 }
 
@@ -445,7 +446,7 @@ TEST_F(TableDraggingTest, NoFileIsWrittenThroughALink)
         }
         ASSERT_TRUE(QFile::link(outside, out(u"a.txt"_s)));
 
-        m_controller->downloadFile(u"a.txt"_s, out());
+        m_controller->items().downloadFile(u"a.txt"_s, out());
         bring("bytes");
 
         EXPECT_EQ(contents(u"a.txt"_s), "bytes");

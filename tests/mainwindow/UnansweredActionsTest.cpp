@@ -16,14 +16,14 @@ protected:
         const auto operation = [call = m_call.function()](const auto&... /*arguments*/) {
             return ItemResult(call() ? ItemOutcome::Done : ItemOutcome::Refused);
         };
-        m_controller->setItemOperations({ .deleteFileNamed = operation, .createNewFolder = operation });
+        m_controller->items().setOperations({ .deleteFileNamed = operation, .createNewFolder = operation });
         ListingEntry entry;
         entry.name = u"file.txt"_s;
         m_controller->addListEntries({ entry });
     }
     ~UnansweredActionsTest() override
     {
-        m_controller->setItemOperations({}); // The call is waited for until nobody has it.
+        m_controller->items().setOperations({}); // The call is waited for until nobody has it.
     }
 
     /// Calls @p act when the panel shows.
@@ -53,7 +53,7 @@ TEST_F(UnansweredActionsTest, ADeletionThatIsGivenUpMayHaveHappenedAndTheListTel
 {
     stopWaiting();
 
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
 
     EXPECT_EQ(m_panelText, u"Deleting “file.txt”…"_s);
     EXPECT_EQ(shownSheets(),
@@ -66,7 +66,7 @@ TEST_F(UnansweredActionsTest, AFolderThatIsGivenUpMayHaveBeenCreatedAndTheListTe
 {
     stopWaiting();
 
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(m_panelText, u"Creating “new”…"_s);
     EXPECT_EQ(
@@ -78,12 +78,12 @@ TEST_F(UnansweredActionsTest, AFolderThatIsGivenUpMayHaveBeenCreatedAndTheListTe
 TEST_F(UnansweredActionsTest, TheLateAnswerChangesNothing)
 {
     stopWaiting();
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
     answerSheet();
     const qsizetype listings = count(Kind::Listing);
 
     m_call.release();
-    m_controller->setItemOperations({});
+    m_controller->items().setOperations({});
     ASSERT_TRUE(waitFor([this] { return m_call.hasEnded(); }));
     drainEventLoop();
 
@@ -95,7 +95,7 @@ TEST_F(UnansweredActionsTest, ALateAnswerThatWasWaitedForIsTheOutcome)
 {
     whenPanelShows([this](WaitingPanel& /*panel*/) { m_call.release(); });
 
-    m_controller->deleteFile(u"file.txt"_s);
+    m_controller->items().deleteFile(u"file.txt"_s);
 
     EXPECT_EQ(shownSheets(), QStringList());
     EXPECT_TRUE(m_controller->lc().isReceiving());
@@ -104,14 +104,14 @@ TEST_F(UnansweredActionsTest, ALateAnswerThatWasWaitedForIsTheOutcome)
 TEST_F(UnansweredActionsTest, NamesAreShownAndNotObeyed)
 {
     stopWaiting();
-    m_controller->deleteFile(u"<b>%1\u001b\u202e"_s);
+    m_controller->items().deleteFile(u"<b>%1\u001b\u202e"_s);
     EXPECT_EQ(m_panelText, u"Deleting “<b>%1␛⟨U+202E⟩”…"_s);
     EXPECT_TRUE(shownSheets().value(0).contains(u"“<b>%1␛⟨U+202E⟩” may"_s));
     answerSheet();
 
     m_look.disconnect();
     stopWaiting();
-    m_controller->createFolder(u"\n"_s);
+    m_controller->items().createFolder(u"\n"_s);
     EXPECT_EQ(m_panelText, u"Creating “␊”…"_s);
     EXPECT_TRUE(shownSheets().value(0).contains(u"“␊” may"_s));
 }
@@ -127,7 +127,7 @@ TEST_F(UnansweredActionsTest, NothingElseMovesBeforeTheAnswer)
         m_call.release();
     });
 
-    m_controller->createFolder(u"new"_s);
+    m_controller->items().createFolder(u"new"_s);
 
     EXPECT_EQ(uploads, 0);
     EXPECT_TRUE(wasSuspended);

@@ -54,7 +54,7 @@ TEST_F(ViewControllerActivityTest, TheProgressOfAQueueIsThatOfAllItsFiles)
 
 TEST_F(ViewControllerActivityTest, TheProgressOfADownloadIsItsOwn)
 {
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     m_controller->percentDone(50);
 
     tick();

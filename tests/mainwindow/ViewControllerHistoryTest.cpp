@@ -140,18 +140,18 @@ TEST_F(ViewControllerHistoryTest, AManualUploadHasItsRowToo)
 {
     control<QLineEdit>("fileToUploadTextField").setText(u"missing"_s);
 
-    m_controller->startStopUpload();
+    m_controller->windows().manualTransfers().startStopUpload();
 
     EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::NotFound });
     EXPECT_TRUE(row(0).isManual);
-    EXPECT_EQ(row(0).path, m_controller->fileToUpload());
+    EXPECT_EQ(row(0).path, m_controller->windows().manualTransfers().fileToUpload());
 }
 
 TEST_F(ViewControllerHistoryTest, AManualUploadIsStoppedByHand)
 {
     startOne();
 
-    m_controller->startStopUpload();
+    m_controller->windows().manualTransfers().startStopUpload();
 
     EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Stopped });
 }
@@ -160,8 +160,8 @@ TEST_F(ViewControllerHistoryTest, ADownloadsReportsAreNobodysEnd)
 {
     startOne();
 
-    m_controller->startStopDownload();
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
 
     EXPECT_EQ(m_controller->pc().isSending(), true);
     EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Sending });
@@ -201,10 +201,10 @@ TEST_F(ViewControllerHistoryTest, AFileWhoseListingWasStoppedIsComparedWithTheNe
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     finishUpload();
-    m_controller->startStopList(nullptr);
+    m_controller->windows().manualTransfers().startStopList(nullptr);
     ASSERT_FALSE(m_controller->lc().isReceiving());
 
-    m_controller->startStopList(nullptr);
+    m_controller->windows().manualTransfers().startStopList(nullptr);
     FakeFTPStream& listing = latest(Kind::Listing);
     listing.sendOpenCompleted();
     listing.sendBytes("-rw-r--r-- 1 anna anna 4 Jan 1 2024 a\r\n");

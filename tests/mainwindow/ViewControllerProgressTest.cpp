@@ -1,4 +1,5 @@
 #include "Metronome.h"
+#include "NumberText.h"
 #include "ViewControllerTest.h"
 
 #include <QElapsedTimer>
@@ -60,7 +61,7 @@ TEST_F(ViewControllerProgressTest, AListingThatCannotStartChangesNothing)
 
 TEST_F(ViewControllerProgressTest, TheEndOfAnUploadLeavesNothingAlsoWhileADownloadKeepsItFromListing)
 {
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     showHalf();
 
     m_controller->uploadDone();
@@ -85,7 +86,7 @@ TEST_F(ViewControllerProgressTest, NumbersThatMoveAreShownSeveralTimesASecondAnd
     EXPECT_TRUE(waitFor([&] {
         if (text("bytesFormattedTextField") != last) {
             last = text("bytesFormattedTextField");
-            EXPECT_EQ(last, ViewController::stringForFileSize(static_cast<quint64>(step % 1000)));
+            EXPECT_EQ(last, stringForFileSize(static_cast<quint64>(step % 1000)));
             EXPECT_EQ(bar("percentProgressIndicator").value(), step % 100);
             ++shown;
         }
@@ -109,7 +110,7 @@ TEST_F(ViewControllerProgressTest, TheLastNumberOfAPauseIsShown)
 
     m_controller->bytesDone(2);
 
-    EXPECT_TRUE(waitFor([this] { return text("bytesFormattedTextField") == ViewController::stringForFileSize(2); }));
+    EXPECT_TRUE(waitFor([this] { return text("bytesFormattedTextField") == stringForFileSize(2); }));
 }
 
 TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileOneFileMovesAlone)
@@ -127,9 +128,11 @@ TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileOneFileMo
     const auto nothingIsTold = [&] { return toolTipAfterNextStep().isEmpty(); };
     EXPECT_TRUE(waitFor(speedIsTold));
 
-    m_controller->startStopDownload(); // The numbers are by turns the one's and the other's.
+    m_controller->windows()
+        .manualTransfers()
+        .startStopDownload(); // The numbers are by turns the one's and the other's.
     EXPECT_TRUE(waitFor(nothingIsTold));
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     EXPECT_TRUE(waitFor(speedIsTold));
     m_controller->stopButtonAction();
     EXPECT_TRUE(waitFor(nothingIsTold));

@@ -151,7 +151,9 @@ TEST_F(ViewControllerQueueTest, EachFileLogsInWithTheSettingsOfItsStart)
 TEST_F(ViewControllerQueueTest, AStoppedFileLeadsToNoListing)
 {
     const std::vector<std::function<void()>> starts{ [this] { m_controller->uploadFiles({ makeFile(u"a"_s) }); },
-                                                     [this] { m_controller->startStopDownload(); } };
+                                                     [this] {
+                                                         m_controller->windows().manualTransfers().startStopDownload();
+                                                     } };
     for (const auto& start : starts) {
         start();
         tick();
@@ -225,7 +227,7 @@ TEST_F(ViewControllerQueueTest, WhatCannotBeSentIsIgnoredOneATick)
 TEST_F(ViewControllerQueueTest, ARunningListingOrCreationDoesNotHoldTheQueueBack)
 {
     m_controller->listFTPDestination();
-    m_controller->startStopCreate(nullptr);
+    m_controller->windows().manualTransfers().startStopCreate(nullptr);
     ASSERT_TRUE(m_controller->lc().isReceiving());
     ASSERT_TRUE(m_controller->cc().isCreating());
 
@@ -237,7 +239,7 @@ TEST_F(ViewControllerQueueTest, ARunningListingOrCreationDoesNotHoldTheQueueBack
 
 TEST_F(ViewControllerQueueTest, ADownloadHoldsTheQueueBack)
 {
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     ASSERT_TRUE(m_controller->gc().isReceiving());
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
@@ -297,12 +299,12 @@ TEST_F(ViewControllerQueueTest, ARefreshThatIsDueDuringADownloadIsMadeUpForAfter
 {
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     finishUpload();
     tick();
     EXPECT_EQ(count(Kind::Listing), 0);
 
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     tick();
     tick();
 
@@ -342,7 +344,7 @@ TEST_F(ViewControllerQueueTest, ARefreshIsNotMadeUpForAfterTheListWasStopped)
     m_controller->listFTPDestination();
     m_controller->listFTPDestination();
 
-    m_controller->startStopList(nullptr);
+    m_controller->windows().manualTransfers().startStopList(nullptr);
     tick();
 
     EXPECT_EQ(text("listingStatusTextField"), u"List Stopped"_s);
@@ -353,7 +355,7 @@ TEST_F(ViewControllerQueueTest, ARefreshIsNotMadeUpForAfterTheListWasStopped)
 TEST_F(ViewControllerQueueTest, ListingDoesNothingWhileSomethingIsSentOrReceived)
 {
     m_controller->addListEntries({ ListingEntry() });
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
 
     m_controller->listFTPDestination();
 

@@ -1,4 +1,5 @@
 #include "IconLabel.h"
+#include "NumberText.h"
 #include "ViewControllerTest.h"
 
 #include <QImage>
@@ -155,7 +156,7 @@ TEST_F(ViewControllerReportsTest, BytesShowAsAFileSizeWithTheNextTick)
     m_controller->bytesDone(static_cast<float>(16777217));
     tick();
     EXPECT_EQ(text("bytesFormattedTextField"), u"16.8 MB"_s);
-    EXPECT_EQ(text("bytesFormattedTextField"), ViewController::stringForFileSize(16777216));
+    EXPECT_EQ(text("bytesFormattedTextField"), stringForFileSize(16777216));
 
     m_controller->bytesDone(999);
     tick();
@@ -166,7 +167,7 @@ TEST_F(ViewControllerReportsTest, TheBytesOfAnUploadPassThroughSinglePrecision)
 {
     // Every single-precision number of this size is even: the next ones are 16850000 and 16850002.
     constexpr qint64 size = 16850001;
-    ASSERT_EQ(ViewController::stringForFileSize(size), u"16.9 MB"_s);
+    ASSERT_EQ(stringForFileSize(size), u"16.9 MB"_s);
     const QString path = makeFile(u"large"_s);
     ASSERT_TRUE(QFile::resize(path, size));
     m_controller->uploadFiles({ path });
@@ -178,7 +179,7 @@ TEST_F(ViewControllerReportsTest, TheBytesOfAnUploadPassThroughSinglePrecision)
     }
     tick();
 
-    EXPECT_EQ(text("bytesFormattedTextField"), ViewController::stringForFileSize(16850000));
+    EXPECT_EQ(text("bytesFormattedTextField"), stringForFileSize(16850000));
     EXPECT_EQ(text("bytesFormattedTextField"), u"16.8 MB"_s);
 }
 
@@ -202,7 +203,7 @@ TEST_F(ViewControllerReportsTest, TheBusyGuardTellsWhatIsRunning)
     m_controller->listFTPDestination();
     EXPECT_FALSE(m_controller->alertSendingOrReceiving());
 
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
     EXPECT_TRUE(m_controller->alertSendingOrReceiving());
     EXPECT_EQ(shownSheets(), QStringList{ u"Cannot Download: Wait for the current download to complete."_s });
     answerSheet();
@@ -218,10 +219,10 @@ TEST_F(ViewControllerReportsTest, TheBusyGuardTellsWhatIsRunning)
 
 TEST_F(ViewControllerReportsTest, SizesAndNumbersAreWrittenAsDescribed)
 {
-    EXPECT_EQ(ViewController::stringForFileSize(0), u"Zero KB"_s);
-    EXPECT_EQ(ViewController::stringForFileSize(1), u"1 byte"_s);
-    EXPECT_EQ(ViewController::stringForFileSize(1234567898), u"1.23 GB"_s);
-    EXPECT_EQ(ViewController::stringForNumber(2.05, u"MB"_s), u"2 MB"_s);
+    EXPECT_EQ(stringForFileSize(0), u"Zero KB"_s);
+    EXPECT_EQ(stringForFileSize(1), u"1 byte"_s);
+    EXPECT_EQ(stringForFileSize(1234567898), u"1.23 GB"_s);
+    EXPECT_EQ(stringForNumber(2.05, u"MB"_s), u"2 MB"_s);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "DestinationSettings.h"
 #include "PreferencesController.h"
 #include "StandardFolders.h"
 #include "TrustedCertificates.h"
@@ -14,27 +15,27 @@ using ViewControllerSettingsTest = ViewControllerTest;
 
 TEST_F(ViewControllerSettingsTest, SettingsAreReadAfreshAndUnchanged)
 {
-    EXPECT_EQ(ViewController::username(), u"anna"_s);
-    EXPECT_EQ(ViewController::password(), u"secret"_s);
-    EXPECT_EQ(ViewController::address(), u"host"_s);
-    EXPECT_EQ(ViewController::ftpFolder(), u"in"_s);
+    EXPECT_EQ(DestinationSettings::username(), u"anna"_s);
+    EXPECT_EQ(DestinationSettings::password(), u"secret"_s);
+    EXPECT_EQ(DestinationSettings::address(), u"host"_s);
+    EXPECT_EQ(DestinationSettings::ftpFolder(), u"in"_s);
 
     const QString odd = u" a,b;\"c\"\t\n "_s;
     set({ { u"Username"_s, odd }, { u"Password"_s, odd }, { u"Address"_s, odd }, { u"FTPFolder"_s, odd } });
-    EXPECT_EQ(ViewController::username(), odd);
-    EXPECT_EQ(ViewController::password(), odd);
-    EXPECT_EQ(ViewController::address(), odd);
-    EXPECT_EQ(ViewController::ftpFolder(), odd);
+    EXPECT_EQ(DestinationSettings::username(), odd);
+    EXPECT_EQ(DestinationSettings::password(), odd);
+    EXPECT_EQ(DestinationSettings::address(), odd);
+    EXPECT_EQ(DestinationSettings::ftpFolder(), odd);
 
     unset(u"Password"_s);
-    EXPECT_TRUE(ViewController::password().isNull());
+    EXPECT_TRUE(DestinationSettings::password().isNull());
 }
 
 TEST_F(ViewControllerSettingsTest, EncryptionIsOffOnlyWhenItIsAbsentOrSaidToBe)
 {
-    EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
+    EXPECT_EQ(DestinationSettings::encryption(), FTPEncryption::None);
     set({ { u"Encryption"_s, u"none"_s } });
-    EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
+    EXPECT_EQ(DestinationSettings::encryption(), FTPEncryption::None);
 
     for (const QJsonValue& value :
          { QJsonValue(u"required"_s), QJsonValue(u"Required"_s), QJsonValue(u"requierd"_s), QJsonValue(u"None"_s),
@@ -42,16 +43,16 @@ TEST_F(ViewControllerSettingsTest, EncryptionIsOffOnlyWhenItIsAbsentOrSaidToBe)
         SCOPED_TRACE(value.toVariant().toString().toStdString());
         set({ { u"Encryption"_s, value } });
 
-        EXPECT_EQ(ViewController::encryption(), FTPEncryption::Required);
+        EXPECT_EQ(DestinationSettings::encryption(), FTPEncryption::Required);
     }
     unset(u"Encryption"_s);
-    EXPECT_EQ(ViewController::encryption(), FTPEncryption::None);
+    EXPECT_EQ(DestinationSettings::encryption(), FTPEncryption::None);
 }
 
 TEST_F(ViewControllerSettingsTest, EncryptionStaysRequiredWhileSomebodyWritesTheFile)
 {
     set({ { u"Encryption"_s, u"required"_s } });
-    EXPECT_EQ(ViewController::encryption(), FTPEncryption::Required);
+    EXPECT_EQ(DestinationSettings::encryption(), FTPEncryption::Required);
 
     for (const char* contents : { "", "{ \"Encryp", "{}" }) {
         QFile file(UserDefaults::standard().filePath());
@@ -59,7 +60,7 @@ TEST_F(ViewControllerSettingsTest, EncryptionStaysRequiredWhileSomebodyWritesThe
         file.write(contents);
         file.close();
 
-        EXPECT_EQ(ViewController::encryption(), FTPEncryption::Required) << contents;
+        EXPECT_EQ(DestinationSettings::encryption(), FTPEncryption::Required) << contents;
     }
 }
 
@@ -71,10 +72,10 @@ TEST_F(ViewControllerSettingsTest, EveryTransferTakesTheSettingForEncryption)
     control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
 
     m_controller->listFTPDestination();
-    m_controller->startStopCreate(nullptr);
+    m_controller->windows().manualTransfers().startStopCreate(nullptr);
     m_controller->uploadFiles({ makeFile(u"x"_s) });
     tick();
-    m_controller->startStopDownload();
+    m_controller->windows().manualTransfers().startStopDownload();
 
     EXPECT_EQ(m_streams.streams().size(), 4U);
     for (const auto& stream : m_streams.streams()) {
@@ -96,10 +97,11 @@ TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsARequestedConnection)
     control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
 
     EXPECT_EQ(requestsOf([this] { m_controller->window().findChild<QAction*>(u"refreshAction"_s)->trigger(); }), 1);
-    EXPECT_EQ(requestsOf([this] { m_controller->startStopList(nullptr); }), 0); // Stops that listing.
-    EXPECT_EQ(requestsOf([this] { m_controller->startStopList(nullptr); }), 1);
-    EXPECT_EQ(requestsOf([this] { m_controller->startStopCreate(nullptr); }), 1);
-    EXPECT_EQ(requestsOf([this] { m_controller->startStopCreate(nullptr); }), 0);
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().manualTransfers().startStopList(nullptr); }),
+              0); // Stops that listing.
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().manualTransfers().startStopList(nullptr); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().manualTransfers().startStopCreate(nullptr); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().manualTransfers().startStopCreate(nullptr); }), 0);
     EXPECT_EQ(requestsOf([this] { m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) }); }), 1);
     EXPECT_EQ(requestsOf([this] {
                   tick();
@@ -109,10 +111,10 @@ TEST_F(ViewControllerSettingsTest, OnlyWhatTheUserAsksForIsARequestedConnection)
                   m_controller->listFTPDestination();
               }),
               0);
-    EXPECT_EQ(requestsOf([this] { m_controller->startStopDownload(); }), 1);
-    EXPECT_EQ(requestsOf([this] { m_controller->startStopDownload(); }), 0);
-    EXPECT_EQ(requestsOf([this] { m_controller->downloadFile(u"file.txt"_s, QString()); }), 1);
-    EXPECT_EQ(requestsOf([this] { m_controller->preferences().doneButton(); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().manualTransfers().startStopDownload(); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().manualTransfers().startStopDownload(); }), 0);
+    EXPECT_EQ(requestsOf([this] { m_controller->items().downloadFile(u"file.txt"_s, QString()); }), 1);
+    EXPECT_EQ(requestsOf([this] { m_controller->windows().preferences().doneButton(); }), 1);
 }
 
 TEST_F(ViewControllerSettingsTest, AConnectionIsTestedWhereFilesWouldGoAndThatIsARequestedConnection)
@@ -121,9 +123,9 @@ TEST_F(ViewControllerSettingsTest, AConnectionIsTestedWhereFilesWouldGoAndThatIs
     QObject::connect(m_controller.get(), &ViewController::userRequestedConnection, m_controller.get(),
                      [&requests] { ++requests; });
     setProgramFileName(u"Scans"_s);
-    m_controller->showPreferences();
+    m_controller->windows().showPreferences();
 
-    m_controller->preferences().view()->findChild<QPushButton*>(u"testButton"_s)->click();
+    m_controller->windows().preferences().view()->findChild<QPushButton*>(u"testButton"_s)->click();
 
     EXPECT_EQ(requests, 1);
     ASSERT_EQ(m_connections.connectionTestRequests.size(), 1U);
@@ -137,13 +139,13 @@ TEST_F(ViewControllerSettingsTest, ThePanelForgetsTheCertificateOfTheServerThatI
     TrustedCertificates& trusted = TrustedCertificates::standard();
     ASSERT_TRUE(trusted.trust(u"host"_s, 21, QByteArray(32, 'a')));
     ASSERT_TRUE(trusted.trust(u"host"_s, 2121, QByteArray(32, 'b')));
-    m_controller->showPreferences();
-    auto& forget = *m_controller->preferences().view()->findChild<QPushButton*>(u"forgetCertificateButton"_s);
+    m_controller->windows().showPreferences();
+    auto& forget = *m_controller->windows().preferences().view()->findChild<QPushButton*>(u"forgetCertificateButton"_s);
     EXPECT_TRUE(forget.isEnabled());
 
-    m_controller->preferences().addressTextField()->setText(u"elsewhere"_s);
+    m_controller->windows().preferences().addressTextField()->setText(u"elsewhere"_s);
     EXPECT_FALSE(forget.isEnabled());
-    m_controller->preferences().addressTextField()->setText(u"HOST"_s);
+    m_controller->windows().preferences().addressTextField()->setText(u"HOST"_s);
     forget.click();
 
     EXPECT_FALSE(forget.isEnabled());
@@ -155,32 +157,32 @@ TEST_F(ViewControllerSettingsTest, ThePanelForgetsTheCertificateOfTheServerThatI
 
 TEST_F(ViewControllerSettingsTest, TheDestinationFollowsTheSettingsAtOnce)
 {
-    EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/"_s);
+    EXPECT_EQ(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/"_s);
 
     unset(u"FTPFolder"_s);
-    EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/"_s);
+    EXPECT_EQ(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/"_s);
 
     set({ { u"Address"_s, u""_s } });
-    EXPECT_TRUE(ViewController::createFullDestinationPathFromAppNameAndFTPFolder().isNull());
+    EXPECT_TRUE(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull());
 
     unset(u"Address"_s);
-    EXPECT_TRUE(ViewController::createFullDestinationPathFromAppNameAndFTPFolder().isNull());
-    EXPECT_TRUE(ViewController::createFullURLFromFTPRootRelativePath(u"a"_s).isNull());
-    EXPECT_TRUE(ViewController::createFullPathFromFTPRootRelativePath(u"a"_s).isNull());
+    EXPECT_TRUE(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull());
+    EXPECT_TRUE(DestinationSettings::createFullURLFromFTPRootRelativePath(u"a"_s).isNull());
+    EXPECT_TRUE(DestinationSettings::createFullPathFromFTPRootRelativePath(u"a"_s).isNull());
 }
 
 TEST_F(ViewControllerSettingsTest, ACopyUploadsIntoAFolderOfItsName)
 {
     setProgramFileName(u"Scans"_s);
-    EXPECT_EQ(ViewController::ourAppName(), u"Scans"_s);
-    EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/Scans/"_s);
+    EXPECT_EQ(DestinationSettings::ourAppName(), u"Scans"_s);
+    EXPECT_EQ(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/Scans/"_s);
 
     setProgramFileName(u"A:B.app"_s);
-    EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/A/B/"_s);
+    EXPECT_EQ(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/A/B/"_s);
 
     setProgramFileName(u"Quillbox 2"_s);
-    EXPECT_TRUE(ViewController::ftpFolderFromAppName().isNull());
-    EXPECT_EQ(ViewController::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/"_s);
+    EXPECT_TRUE(DestinationSettings::ftpFolderFromAppName().isNull());
+    EXPECT_EQ(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(), u"ftp://host/in/"_s);
 }
 
 TEST_F(ViewControllerSettingsTest, TheManualFieldsStandForLocations)
@@ -190,17 +192,17 @@ TEST_F(ViewControllerSettingsTest, TheManualFieldsStandForLocations)
     control<QLineEdit>("fileToUploadTextField").setText(u"up.bin"_s);
     control<QLineEdit>("folderToCreateTextField").setText(u"new"_s);
 
-    EXPECT_EQ(m_controller->destination(), u"ftp://host/in/sub%20x/"_s);
-    EXPECT_EQ(m_controller->urlToDownload(), u"ftp://host/in/file.txt/"_s);
-    EXPECT_EQ(m_controller->fileToUpload(), downloadsDirectoryPath() + u"/up.bin"_s);
-    EXPECT_EQ(m_controller->folderNameToCreate(), u"new/"_s);
+    EXPECT_EQ(m_controller->windows().manualTransfers().destination(), u"ftp://host/in/sub%20x/"_s);
+    EXPECT_EQ(m_controller->windows().manualTransfers().urlToDownload(), u"ftp://host/in/file.txt/"_s);
+    EXPECT_EQ(m_controller->windows().manualTransfers().fileToUpload(), downloadsDirectoryPath() + u"/up.bin"_s);
+    EXPECT_EQ(m_controller->windows().manualTransfers().folderNameToCreate(), u"new/"_s);
 
     control<QLineEdit>("folderToCreateTextField").setText(u"new/"_s);
-    EXPECT_EQ(m_controller->folderNameToCreate(), u"new/"_s);
+    EXPECT_EQ(m_controller->windows().manualTransfers().folderNameToCreate(), u"new/"_s);
 
     unset(u"Address"_s);
-    EXPECT_TRUE(m_controller->destination().isNull());
-    EXPECT_TRUE(m_controller->urlToDownload().isNull());
+    EXPECT_TRUE(m_controller->windows().manualTransfers().destination().isNull());
+    EXPECT_TRUE(m_controller->windows().manualTransfers().urlToDownload().isNull());
 }
 
 } // namespace

@@ -23,7 +23,7 @@ TEST_F(WindowMemoryTest, SizeColumnsAndOrderAreRemembered)
     m_controller->window().resize(700, 600);
     header().resizeSection(1, 123);
     header().setSortIndicator(3, Qt::DescendingOrder);
-    m_controller->rememberWindow();
+    m_controller->window().remember();
 
     startAgain();
 
@@ -45,7 +45,7 @@ TEST_F(WindowMemoryTest, TheSettingsFileHoldsNothingOfIt)
     ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
     const QByteArray before = settings.readAll();
 
-    m_controller->rememberWindow();
+    m_controller->window().remember();
 
     settings.seek(0);
     EXPECT_EQ(settings.readAll(), before);

@@ -1,3 +1,4 @@
+#include "DestinationSettings.h"
 #include "ShiftedClock.h"
 #include "WindowServerTest.h"
 
@@ -88,7 +89,7 @@ TEST_P(ClockJumpTest, SettingsThatAreStoredAfterwardsAreSeen)
     QDir(m_server.root()).mkdir(u"other"_s);
     for (const QString& folder : { u"other"_s, u"folder"_s, u"other"_s }) {
         set({ { u"FTPFolder"_s, folder } });
-        EXPECT_TRUE(m_controller->createFullDestinationPathFromAppNameAndFTPFolder().endsWith(folder + u'/'));
+        EXPECT_TRUE(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().endsWith(folder + u'/'));
     }
 
     m_controller->uploadFiles({ makeFile(u"file"_s) });

@@ -112,7 +112,7 @@ TEST_F(HostileServerTest, ADownloadWithoutEndTakesNoMemoryAndCanBeStopped)
 {
     m_server.on("RETR", { "150 Go", "repeat 0123456789abcdef" });
     const QFileInfo file(m_directory.filePath(u"endless"_s));
-    m_controller->downloadFile(u"endless"_s, m_directory.path());
+    m_controller->items().downloadFile(u"endless"_s, m_directory.path());
     const auto hasCome = [&file](qint64 bytes) {
         return waitFor([&file, bytes] { return QFileInfo(file.filePath()).size() > bytes; });
     };
@@ -250,7 +250,7 @@ TEST_F(HostileServerTest, NoListedNameLeadsOutOfTheChosenFolder)
     for (const QString& name : listed) {
         SCOPED_TRACE(name.left(100).toStdString());
         for (const QString& folder : { chosen, QString() }) {
-            m_controller->downloadFile(name, folder);
+            m_controller->items().downloadFile(name, folder);
             EXPECT_TRUE(waitUntilIdle());
         }
     }
@@ -296,7 +296,7 @@ TEST_F(HostileServerTest, OfAListedNameAsLongAsALineMayBeNoWidgetGetsMoreThanPeo
 {
     constexpr qsizetype readable = 3000;
     auto& table = *m_controller->window().findChild<ListingTable*>(u"destinationListingTable"_s);
-    m_controller->showHistory();
+    m_controller->windows().showHistory({});
     m_server.on("RETR", { "150 Go", "send some", "silence" });
     listRows(row(QByteArray(mebibyte - 100, 'n')) + "lrwxrwxrwx 1 a b 12 Jan 12 2024 " + QByteArray(mebibyte / 3, 'l')
              + " -> " + QByteArray(mebibyte / 3, 't') + "\r\n");
@@ -311,19 +311,19 @@ TEST_F(HostileServerTest, OfAListedNameAsLongAsALineMayBeNoWidgetGetsMoreThanPeo
         m_controller->onTick();
         EXPECT_LT(longestShownText(), readable);
 
-        m_controller->downloadFile(names[row], QString());
+        m_controller->items().downloadFile(names[row], QString());
         EXPECT_TRUE(waitFor([this] { return status().startsWith(u"Receiving"_s); }));
         EXPECT_LT(longestShownText(), readable);
         m_controller->stopButtonAction();
         EXPECT_TRUE(waitUntilIdle());
         clearDownloads();
 
-        m_controller->deleteSelection();
+        m_controller->items().deleteSelection();
         EXPECT_EQ(shownSheets().size(), 1);
         EXPECT_LT(longestShownText(), readable);
         answerSheet(u"Cancel"_s);
 
-        m_controller->deleteFile(names[row]);
+        m_controller->items().deleteFile(names[row]);
         m_controller->onTick();
         drainEventLoop();
         EXPECT_EQ(shownSheets().size(), 1);

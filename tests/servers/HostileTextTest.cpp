@@ -1,3 +1,4 @@
+#include "DestinationSettings.h"
 #include "FTPManager.h"
 #include "WindowServerTest.h"
 
@@ -37,16 +38,17 @@ protected:
     /// Uses everything that speaks to the server through streams.
     void useWindow(const QString& name)
     {
-        const QString destination = ViewController::createFullDestinationPathFromAppNameAndFTPFolder();
+        const QString destination = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
         m_controller->listFTPDestination();
         settle();
-        m_controller->cc().startCreate(name, destination, ViewController::username(), ViewController::password());
+        m_controller->cc().startCreate(name, destination, DestinationSettings::username(),
+                                       DestinationSettings::password());
         settle();
-        m_controller->downloadFile(name, m_directory.path());
+        m_controller->items().downloadFile(name, m_directory.path());
         settle();
-        m_controller->deleteFile(name);
+        m_controller->items().deleteFile(name);
         settle();
-        m_controller->createFolder(name);
+        m_controller->items().createFolder(name);
         settle();
     }
 

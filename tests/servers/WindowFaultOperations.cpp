@@ -1,4 +1,5 @@
 #include "ConnectionPool.h"
+#include "DestinationSettings.h"
 #include "EngineStreams.h"
 #include "FTPManager.h"
 #include "FaultOperations.h"
@@ -87,7 +88,7 @@ public:
               { u"Username"_s, u"anna"_s },
               { u"Password"_s, u"secret"_s },
               { u"FTPFolder"_s, u"folder"_s } });
-        m_controller->setItemOperations(hastyItemOperations(hasShortTimeouts));
+        m_controller->items().setOperations(hastyItemOperations(hasShortTimeouts));
         const LogRecorder log; // What the library logs is not told in the window.
         begin(operation);
         const bool hasEnded = waitFor([this] { return isIdle() && !isTesting(); });
@@ -175,26 +176,26 @@ private:
             m_controller->uploadFiles({ m_scene.fileToSend() });
             break;
         case Operation::Download:
-            m_controller->downloadFile(u"got"_s, m_scene.localFolder());
+            m_controller->items().downloadFile(u"got"_s, m_scene.localFolder());
             break;
         case Operation::Listing:
             m_controller->listFTPDestination();
             break;
         case Operation::FolderCreation:
-            m_controller->createFolder(m_scene.folderToMake());
+            m_controller->items().createFolder(m_scene.folderToMake());
             m_scene.server().forgetRules(); // They are not for the listing that follows.
             break;
         case Operation::ManualFolderCreation:
             m_controller->cc().startCreate(m_scene.folderToMake(),
-                                           ViewController::createFullDestinationPathFromAppNameAndFTPFolder(),
-                                           ViewController::username(), ViewController::password());
+                                           DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(),
+                                           DestinationSettings::username(), DestinationSettings::password());
             break;
         case Operation::Deletion:
-            m_controller->deleteFile(u"doomed.txt"_s);
+            m_controller->items().deleteFile(u"doomed.txt"_s);
             m_scene.server().forgetRules();
             break;
         case Operation::ConnectionTest:
-            m_controller->showPreferences();
+            m_controller->windows().showPreferences();
             preference<QPushButton>("testButton").click();
             break;
         case Operation::LoginTest:
@@ -204,7 +205,7 @@ private:
 
     template <typename Control> Control& preference(const char* name) const
     {
-        return *m_controller->preferences().view()->findChild<Control*>(QString::fromLatin1(name));
+        return *m_controller->windows().preferences().view()->findChild<Control*>(QString::fromLatin1(name));
     }
 
     bool isTesting() const { return preference<QPushButton>("testButton").text() == u"Stop &Test"_s; }
@@ -231,7 +232,7 @@ private:
     {
         const QString sentence = preference<QLabel>("testResultLabel").text();
         const QString reply = preference<QLabel>("testReplyLabel").text();
-        m_controller->preferences().view()->close();
+        m_controller->windows().preferences().view()->close();
         return sentence + (reply.isEmpty() ? u""_s : u' ' + reply.left(u"The server said: 200"_s.size()));
     }
 

@@ -49,8 +49,8 @@ protected:
     /// A widget or action of the main window or the one of manual transfers, which must be there.
     template <typename Control> Control& control(const char* name) const
     {
-        for (const QWidget& window :
-             { std::cref<QWidget>(m_controller->window()), std::cref<QWidget>(m_controller->auxiliaryWindow()) }) {
+        for (const QWidget& window : { std::cref<QWidget>(m_controller->window()),
+                                       std::cref<QWidget>(m_controller->windows().manualTransfers()) }) {
             if (auto* const found = window.findChild<Control*>(QString::fromLatin1(name))) {
                 return *found;
             }

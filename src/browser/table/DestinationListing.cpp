@@ -35,9 +35,7 @@ bool DestinationListing::lookAt(const Destination& inForce)
         return false;
     }
     m_inForce = inForce;
-    if (isListing()) {
-        stop();
-    }
+    stop();
     empty();
     m_source = {};
     m_state = m_inForce.isNull() ? State::NoDestination : State::Idle;
@@ -66,8 +64,10 @@ void DestinationListing::listFolder(const Destination& folder)
 
 void DestinationListing::stop()
 {
-    m_isDue = false;
-    m_controller.stopReceiveWithStatus(u"List Stopped"_s);
+    if (isListing()) {
+        m_isDue = false;
+        m_controller.stopReceiveWithStatus(u"List Stopped"_s);
+    }
 }
 
 void DestinationListing::empty()

@@ -30,6 +30,8 @@ public:
 
     ListingModel& model() { return m_model; }
     const ListEntries& entries() const { return m_model.entries(); }
+    /// Whether an item now listed has exactly this name.
+    bool listingContainsName(const QString& name) const { return entries().contains(name); }
     State state() const { return m_state; }
     bool isListing() const;
     /// Whether a listing runs that has brought nothing for patience.
@@ -56,7 +58,7 @@ public:
     void list(const Destination& inForce);
     /// Empties the list and lists @p folder, which the user has named. A null location is no folder, and a failure.
     void listFolder(const Destination& folder);
-    /// Ends the running listing with the status "List Stopped"; none is due any more.
+    /// Ends the running listing, if there is one, with the status "List Stopped"; none is due any more.
     void stop();
 
     /// A listing that could not be had when it was asked for.

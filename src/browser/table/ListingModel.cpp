@@ -33,7 +33,7 @@ void ListingModel::add(const QList<ListingEntry>& batch)
     reorder([this] { m_entries.mergeAppended(); });
 }
 
-void ListingModel::sortBy(const QList<SortDescriptor>& descriptors)
+void ListingModel::sortListEntriesWithDescriptors(const QList<SortDescriptor>& descriptors)
 {
     if (m_entries.isSortedBy(descriptors)) {
         return;
@@ -70,12 +70,17 @@ template <typename Change> void ListingModel::reorder(Change change)
 
 int ListingModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(m_entries.size());
+    return parent.isValid() ? 0 : static_cast<int>(numberOfRowsInTableView());
 }
 
 int ListingModel::columnCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : static_cast<int>(TableColumns::all.size());
+}
+
+QVariant ListingModel::objectValueForTableColumn(const QString& column, qsizetype row) const
+{
+    return row >= 0 && row < numberOfRowsInTableView() ? cellValue(m_entries.at(row), column) : QVariant();
 }
 
 QVariant ListingModel::data(const QModelIndex& index, int role) const
@@ -91,9 +96,9 @@ QVariant ListingModel::data(const QModelIndex& index, int role) const
         if (isType) {
             return {};
         }
-        return column == TableColumns::name ? visibleText(entry.name) : cellValue(entry, column);
+        return column == TableColumns::name ? visibleText(entry.name) : objectValueForTableColumn(column, index.row());
     case Qt::DecorationRole:
-        return isType ? cellValue(entry, column) : QVariant();
+        return isType ? objectValueForTableColumn(column, index.row()) : QVariant();
     case Qt::AccessibleTextRole:
         return isType ? describe(entry, column) : QVariant();
     case Qt::AccessibleDescriptionRole:
@@ -111,8 +116,12 @@ QVariant ListingModel::data(const QModelIndex& index, int role) const
 
 Qt::ItemFlags ListingModel::flags(const QModelIndex& index) const
 {
-    const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-    return index.isValid() ? flags | Qt::ItemIsDragEnabled : flags;
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (index.isValid()) {
+        flags.setFlag(Qt::ItemIsDragEnabled);
+        flags.setFlag(Qt::ItemIsSelectable, shouldSelectRow(index.row()));
+    }
+    return flags;
 }
 
 QVariant ListingModel::headerData(int section, Qt::Orientation orientation, int role) const

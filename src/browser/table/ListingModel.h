@@ -13,14 +13,20 @@ class ListingModel final : public QAbstractTableModel {
 public:
     using QAbstractTableModel::QAbstractTableModel;
 
-    static constexpr double rowHeight = 30.0; ///< Of every row, in device-independent pixels.
-
     const ListEntries& entries() const { return m_entries; }
     void clear();
     /// Adds @p batch at the places where the present order has its items.
     void add(const QList<ListingEntry>& batch);
-    /// As ListEntries::sort().
-    void sortBy(const QList<SortDescriptor>& descriptors);
+    void sortListEntriesByNameAscending() { sortListEntriesWithDescriptors({}); }
+    /// Sorts by the first of @p descriptors, by name without one; see ListEntries::sort().
+    void sortListEntriesWithDescriptors(const QList<SortDescriptor>& descriptors);
+
+    qsizetype numberOfRowsInTableView() const { return m_entries.size(); }
+    /// What the column titled @p column shows in @p row; invalid where there is nothing to show.
+    QVariant objectValueForTableColumn(const QString& column, qsizetype row) const;
+    /// In device-independent pixels.
+    static double heightOfRow(qsizetype /*row*/) { return 30.0; }
+    static bool shouldSelectRow(qsizetype /*row*/) { return true; }
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;

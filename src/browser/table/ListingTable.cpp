@@ -42,12 +42,11 @@ ListingTable::ListingTable(QWidget* parent)
 
 void ListingTable::setUpHeaders()
 {
-    verticalHeader()->setDefaultSectionSize(static_cast<int>(ListingModel::rowHeight));
+    verticalHeader()->setDefaultSectionSize(static_cast<int>(ListingModel::heightOfRow(0)));
     QHeaderView& header = *horizontalHeader();
     header.setSectionsClickable(true);
     header.setSortIndicatorShown(true);
     header.setSortIndicator(0, Qt::AscendingOrder);
-    connect(&header, &QHeaderView::sortIndicatorChanged, this, &ListingTable::sortDescriptorsDidChange);
 }
 
 void ListingTable::setListing(ListingModel& model)
@@ -61,6 +60,7 @@ void ListingTable::setListing(ListingModel& model)
     // A view that is reset drops its selection without a word.
     connect(&model, &QAbstractItemModel::modelReset, this, &ListingTable::tableViewSelectionDidChange);
     connect(&model, &QAbstractItemModel::layoutChanged, this, &ListingTable::restorePlace);
+    connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, &ListingTable::sortDescriptorsDidChange);
     setDefaultWidths();
 }
 
@@ -87,6 +87,11 @@ QList<SortDescriptor> ListingTable::sortDescriptors() const
         return {};
     }
     return { { .key = TableColumns::all[section], .ascending = header.sortIndicatorOrder() == Qt::AscendingOrder } };
+}
+
+void ListingTable::sortDescriptorsDidChange()
+{
+    m_listing->sortListEntriesWithDescriptors(sortDescriptors());
 }
 
 int ListingTable::selectedRow() const

@@ -30,6 +30,8 @@ public:
     QList<SortDescriptor> sortDescriptors() const;
     /// -1 without a selection.
     int selectedRow() const;
+    /// Sorts by sortDescriptors(): the user has chosen another order, or items have come.
+    void sortDescriptorsDidChange();
     /// All items have come: what has not come back by now is gone.
     void listingEnded();
     /// The list is about another folder than before: nothing comes back, and the old picture goes at once.
@@ -40,7 +42,6 @@ public:
 
 signals:
     void stopRequested();
-    void sortDescriptorsDidChange();
     void tableViewSelectionDidChange();
 
 public: // What a view answers to.
