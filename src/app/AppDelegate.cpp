@@ -86,11 +86,14 @@ void AppDelegate::applicationDidBecomeActive()
     updateWindowTitleAndList();
 }
 
-void AppDelegate::openFiles(const QStringList& paths, const QStringList& leftOut)
+bool AppDelegate::openFiles(const QStringList& paths, const QStringList& leftOut)
 {
-    if (ViewController* const controller = ourViewController()) {
-        controller->uploadFiles(paths, leftOut);
+    ViewController* const controller = ourViewController();
+    if (controller == nullptr || m_isQuitting) {
+        return false;
     }
+    controller->uploadFiles(paths, leftOut);
+    return true;
 }
 
 void AppDelegate::sessionEnds()
@@ -144,6 +147,7 @@ bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
             askWhetherToQuit(warning);
             return true;
         }
+        m_isQuitting = true;
         m_candidate.window().remember();
         m_candidate.windows().remember();
         QCoreApplication::quit(); // Whatever other windows are open.

@@ -32,8 +32,8 @@ public:
     void applicationDidFinishLaunching();
     void applicationDidBecomeActive();
     /// Files opened with the application: they join the queue as they are; @p leftOut came with them and are no local
-    /// files. Without a main window they are lost.
-    void openFiles(const QStringList& paths, const QStringList& leftOut = {});
+    /// files. False when they are lost: without a main window, and once that is closed and the program ends.
+    bool openFiles(const QStringList& paths, const QStringList& leftOut = {});
 
     /// The user's session is about to end: until the user does something here again, closing the window asks nothing.
     /// Called when the application hears of it.
@@ -96,7 +96,7 @@ private:
     QFileSystemWatcher m_watcher;
     SessionEnd m_sessionEnd;
     bool m_isAskingToQuit = false;
-    bool m_isQuitting = false; ///< The user has said so.
+    bool m_isQuitting = false; ///< The user has said so, or the window is closed.
 };
 
 /// The application's delegate, once launching has begun; null before.

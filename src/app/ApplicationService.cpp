@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int callTimeoutMs = 5000; ///< How long a start waits for the running program's answer.
+constexpr int callTimeoutMs = 10'000; ///< How long a start waits for the running program's answer.
 
 QString objectPath(const QString& busName)
 {
@@ -53,16 +53,17 @@ QList<QDBusMessage> callsTo(const QString& busName, const QStringList& files, co
     return calls;
 }
 
-/// Whether the program @p busName has got @p call, or will get it.
-bool deliver(const QDBusConnection& bus, const QString& busName, const QDBusMessage& call)
+ApplicationService::HandOver deliver(const QDBusConnection& bus, const QString& busName, const QDBusMessage& call)
 {
+    using HandOver = ApplicationService::HandOver;
     const QDBusMessage reply = bus.call(call, QDBus::Block, callTimeoutMs);
     if (reply.type() == QDBusMessage::ReplyMessage) {
-        return true;
+        return HandOver::Taken;
     }
-    // A program that is busy takes the message from its inbox when it can. Files must not go up twice.
-    const bool isUnanswered = QDBusError(reply).type() == QDBusError::NoReply;
-    return isUnanswered && bus.interface()->isServiceRegistered(busName);
+    if (!bus.interface()->isServiceRegistered(busName)) {
+        return HandOver::NobodyRuns; // It has ended meanwhile, with all that it was asked.
+    }
+    return QDBusError(reply).type() == QDBusError::NoReply ? HandOver::Unanswered : HandOver::Refused;
 }
 
 } // namespace
@@ -84,7 +85,8 @@ QString ApplicationService::busName(const QString& programName)
     return product + u".c"_s + QString::fromLatin1(hash.first(16));
 }
 
-bool ApplicationService::handOver(const QString& programName, const QStringList& files, const QString& action)
+ApplicationService::HandOver ApplicationService::handOver(const QString& programName, const QStringList& files,
+                                                          const QString& action)
 {
     // A connection of its own, since this may come before the application that the shared one belongs to.
     static const QString connectionName = u"handOver"_s;
@@ -92,14 +94,14 @@ bool ApplicationService::handOver(const QString& programName, const QStringList&
     const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     const QString name = busName(programName);
     if (!bus.isConnected() || !bus.interface()->isServiceRegistered(name)) {
-        return false;
+        return HandOver::NobodyRuns;
     }
     const QList<QDBusMessage> calls = callsTo(name, files, action);
-    const bool isDelivered = deliver(bus, name, calls.first());
-    if (isDelivered && calls.size() > 1) {
+    const HandOver result = deliver(bus, name, calls.first());
+    if (result == HandOver::Taken && calls.size() > 1) {
         deliver(bus, name, calls.last()); // The files are in good hands, whatever becomes of the action.
     }
-    return isDelivered;
+    return result;
 }
 
 bool ApplicationService::registerFor(const QString& programName)
@@ -111,7 +113,10 @@ bool ApplicationService::registerFor(const QString& programName)
 
 void ApplicationService::Activate(const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
-    serve(call, [this] { m_handler.activate(); });
+    serve(call, [this] {
+        m_handler.activate();
+        return true;
+    });
 }
 
 void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*platformData*/, const QDBusMessage& call)
@@ -124,9 +129,7 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*plat
     }
     serve(call, [this, files, others] {
         m_handler.activate();
-        if (!files.isEmpty() || !others.isEmpty()) {
-            m_handler.open(files, others);
-        }
+        return (files.isEmpty() && others.isEmpty()) || m_handler.open(files, others);
     });
 }
 
@@ -136,19 +139,15 @@ void ApplicationService::ActivateAction(const QString& name, const QVariantList&
     serve(call, [this, name] {
         m_handler.activate();
         m_handler.action(name);
+        return true;
     });
 }
 
-void ApplicationService::serve(const QDBusMessage& call, std::function<void()> service)
+void ApplicationService::serve(const QDBusMessage& call, std::function<bool()> service)
 {
-    if (!LoopSuspension::isActive()) {
-        service();
-        return;
-    }
     call.setDelayedReply(true);
     LoopSuspension::whenResumed(*this, [call, service = std::move(service)] {
-        service();
-        if (call.isReplyRequired()) {
+        if (service() && call.isReplyRequired()) {
             QDBusConnection::sessionBus().send(call.createReply());
         }
     });

@@ -17,8 +17,9 @@ class ApplicationService final : public QDBusAbstractAdaptor {
 public:
     struct Handler {
         std::function<void()> activate; ///< Bring the window to the front.
-        /// Take these local files, absolute paths, and know of other URIs that came with them.
-        std::function<void(const QStringList& files, const QStringList& others)> open;
+        /// Take these local files, absolute paths, and know of other URIs that came with them. False when nothing is
+        /// taken any more, because the program ends: the call stays without an answer, and its caller hears of the end.
+        std::function<bool(const QStringList& files, const QStringList& others)> open;
         std::function<void(const QString&)> action; ///< Do what the launcher's action of that name says, if known.
     };
 
@@ -29,9 +30,16 @@ public:
     /// it is spelled.
     static QString busName(const QString& programName);
 
+    enum class HandOver {
+        NobodyRuns, ///< No program of that name, or none any more, or there is no session bus.
+        Taken, ///< The files are in the running program's queue.
+        Refused,
+        Unanswered, ///< It may take the files later, or never.
+    };
+
     /// Hands @p files and @p action (null for none) to the running program of that name, or only activates it when
-    /// there is neither. False when none runs, or there is no session bus: then this start is the one that runs.
-    static bool handOver(const QString& programName, const QStringList& files, const QString& action);
+    /// there is neither.
+    static HandOver handOver(const QString& programName, const QStringList& files, const QString& action);
     /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
     bool registerFor(const QString& programName);
 
@@ -45,7 +53,7 @@ public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the 
     // NOLINTEND(readability-identifier-naming)
 
 private:
-    void serve(const QDBusMessage& call, std::function<void()> service);
+    void serve(const QDBusMessage& call, std::function<bool()> service);
 
     Handler m_handler;
 };

@@ -15,10 +15,12 @@
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
+#include "VisibleText.h"
 
 #include <QApplication>
 #include <QCoreApplication>
 #include <QMainWindow>
+#include <QTextStream>
 #include <QUrl>
 
 #include <algorithm>
@@ -39,6 +41,31 @@ constexpr auto clipboardLimit = 2s; ///< A clipboard manager that hangs keeps no
 /// a folder of somebody else's would choose the plug-ins that are loaded.
 int wordsForToolkit = 1;
 
+/// Ends the process when a program of our name runs: with 0 when that has the files in its queue. Otherwise with 1,
+/// having said which files those are.
+void handOver(const CommandLine& commandLine)
+{
+    using HandOver = ApplicationService::HandOver;
+    const HandOver result = ApplicationService::handOver(programFileName(), commandLine.files, commandLine.action);
+    if (result == HandOver::NobodyRuns) {
+        return;
+    }
+    if (result == HandOver::Taken) {
+        std::_Exit(0);
+    }
+    {
+        QTextStream err(stderr);
+        err << "Quillbox: The window that is open "
+            << (result == HandOver::Refused ? "refuses what it is asked."
+                                            : "does not answer; it may do so later, or never.")
+            << '\n';
+        for (const QString& file : commandLine.files) {
+            err << "Not taken: " << wholeVisibleText(file) << '\n';
+        }
+    }
+    std::_Exit(1);
+}
+
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv)
 {
@@ -50,9 +77,7 @@ CommandLine readCommandLine(int argc, char** argv)
     if (!commandLine) {
         std::exit(exitCode);
     }
-    if (ApplicationService::handOver(programFileName(), commandLine->files, commandLine->action)) {
-        std::exit(0);
-    }
+    handOver(*commandLine);
     return *std::move(commandLine);
 }
 
@@ -96,8 +121,8 @@ int main(int argc, char** argv)
         &delegate,
         {
             .activate = [&delegate] { delegate.showMainWindow(); },
-            .open
-            = [&delegate](const QStringList& files, const QStringList& others) { delegate.openFiles(files, others); },
+            .open = [&delegate](const QStringList& files,
+                                const QStringList& others) { return delegate.openFiles(files, others); },
             .action = [&viewController](const QString& name) { act(viewController, name); },
         });
     DesktopIntegration desktop(
@@ -113,9 +138,8 @@ int main(int argc, char** argv)
     });
     UserDefaults::standard().setBrokenFileHandler([&viewController] { warnOfBrokenSettings(viewController); });
 
-    if (!service.registerFor(programFileName())
-        && ApplicationService::handOver(programFileName(), commandLine.files, commandLine.action)) {
-        std::_Exit(0); // Another start was quicker.
+    if (!service.registerFor(programFileName())) {
+        handOver(commandLine); // Another start was quicker.
     }
     viewController.window().show();
     delegate.applicationDidFinishLaunching();

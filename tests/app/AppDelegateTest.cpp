@@ -183,7 +183,7 @@ TEST_F(AppDelegateTest, ShowingTheMainWindowMakesItTheActiveOneAlsoFromItsIcon)
 TEST_F(AppDelegateTest, WithoutAMainWindowNothingIsFoundRefreshedOrOpened)
 {
     EXPECT_EQ(m_delegate.ourViewController(), nullptr);
-    m_delegate.openFiles({ u"/a"_s });
+    EXPECT_FALSE(m_delegate.openFiles({ u"/a"_s }));
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
     m_delegate.showMainWindow();
     m_delegate.updateWindowTitleAndList();
@@ -221,9 +221,20 @@ TEST_F(AppDelegateTest, OpenedFilesAreQueuedAsTheyAre)
 {
     m_controller->window().show();
 
-    m_delegate.openFiles({ u"/missing"_s, u"/tmp"_s, u"/missing"_s });
+    EXPECT_TRUE(m_delegate.openFiles({ u"/missing"_s, u"/tmp"_s, u"/missing"_s }));
 
     EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{ u"/missing"_s, u"/tmp"_s, u"/missing"_s }));
+}
+
+TEST_F(AppDelegateTest, FilesThatComeWhenTheWindowIsClosedAreNotTaken)
+{
+    m_controller->window().show();
+    ASSERT_NE(m_delegate.ourViewController(), nullptr);
+    m_controller->window().close();
+
+    EXPECT_FALSE(m_delegate.openFiles({ u"/missing"_s }));
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
 }
 
 TEST_F(AppDelegateTest, TheClipboardHoldsExactlyTheDestinationAndWithoutOneThereIsABeep)

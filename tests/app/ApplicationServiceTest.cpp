@@ -45,6 +45,7 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
                                        [&opened, &others](const QStringList& files, const QStringList& rest) {
                                            opened.append(files);
                                            others += rest;
+                                           return true;
                                        },
                                    .action = [&acted](const QString& name) { acted.append(name); },
                                });
@@ -69,14 +70,16 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
 {
     QObject parent;
     QStringList served;
-    ApplicationService service(
-        &parent,
-        {
-            .activate = [&served] { served.append(u"activate"_s); },
-            .open = [&served](const QStringList& files,
-                              const QStringList& /*others*/) { served.append(u"open "_s + files.join(u' ')); },
-            .action = [&served](const QString& name) { served.append(name); },
-        });
+    ApplicationService service(&parent,
+                               {
+                                   .activate = [&served] { served.append(u"activate"_s); },
+                                   .open =
+                                       [&served](const QStringList& files, const QStringList& /*others*/) {
+                                           served.append(u"open "_s + files.join(u' '));
+                                           return true;
+                                       },
+                                   .action = [&served](const QString& name) { served.append(name); },
+                               });
     const QDBusMessage call = QDBusMessage::createMethodCall(u"io.github.test"_s, u"/test"_s, QString(), u"Open"_s);
     {
         const LoopSuspension suspension;
@@ -100,7 +103,7 @@ TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)
 {
     const EnvironmentValue address("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
 
-    EXPECT_FALSE(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }, {}));
+    EXPECT_EQ(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }, {}), ApplicationService::HandOver::NobodyRuns);
 }
 
 } // namespace

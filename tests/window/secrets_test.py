@@ -5,9 +5,9 @@ import stat
 import subprocess
 import unittest
 
-from desktop import bound_to_us, end, wait_for
+from desktop import wait_for
 from upload_server import PASSWORD
-from window_test import WindowTest
+from window_test import WindowTest, content
 
 SECRET = PASSWORD.split()[0]  # No spelling of the whole changes this part.
 
@@ -17,21 +17,6 @@ class Secrets(WindowTest):
         super().setUp()
         self.settings(FTPFolder="in")
         os.mkdir(self.server.path("in"))
-
-    def monitored_bus(self):
-        """The file that every message of the session bus is written to from now on."""
-        path = os.path.join(self.desktop.folder, "bus.log")
-        with open(path, "wb") as file:
-            command = ["dbus-monitor", "--address", self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]]
-            monitor = subprocess.Popen(bound_to_us(command), stdout=file, env=self.desktop.environment)
-        self.addCleanup(end, monitor)
-        wait_for(lambda: "NameLost" in self.content(path), "the monitor to listen")
-        return path
-
-    @staticmethod
-    def content(path):
-        with open(path, "rb") as file:
-            return file.read().decode(errors="replace")
 
     def assert_silent(self, where, text):
         self.assertFalse(SECRET in text, where)  # Does not print the text, as assertNotIn does.
@@ -59,10 +44,10 @@ class Secrets(WindowTest):
         self.assert_silent("the window", shown)
         self.assertIn("STOR two.txt", program.output())
         self.assert_silent("the log", program.output() + second.output() + third.output())
-        self.assertIn("two.txt", self.content(messages))
-        self.assert_silent("the session bus", self.content(messages))
+        self.assertIn("two.txt", content(messages))
+        self.assert_silent("the session bus", content(messages))
         for name in ("cmdline", "environ", "comm"):
-            self.assert_silent(name, self.content(f"/proc/{program.process.pid}/{name}"))
+            self.assert_silent(name, content(f"/proc/{program.process.pid}/{name}"))
 
     def test_nor_is_it_when_a_server_repeats_it_to_whatever_it_is_asked(self):
         self.server.repeats_passwords = True
@@ -87,8 +72,8 @@ class Secrets(WindowTest):
         self.assertIn("MKD new", program.output())
         self.assertIn("****", program.output())
         self.assert_silent("the log", program.output())
-        self.assert_silent("the session bus", self.content(messages))
-        (settings,) = [path for path in self.everything_at_home() if SECRET in self.content(path)]
+        self.assert_silent("the session bus", content(messages))
+        (settings,) = [path for path in self.everything_at_home() if SECRET in content(path)]
         self.assertEqual(os.path.basename(settings), "settings.json")
 
     def create_folder(self, program, name):
@@ -119,7 +104,7 @@ class Secrets(WindowTest):
         self.wait_for_status(program, "Upload succeeded")
         self.change_the_folder(program)
 
-        holders = [path for path in self.everything_at_home() if SECRET in self.content(path)]
+        holders = [path for path in self.everything_at_home() if SECRET in content(path)]
 
         (settings,) = holders
         self.assertEqual(os.path.basename(settings), "settings.json")

@@ -7,18 +7,26 @@ import unittest
 
 from desktop import bound_to_us, wait_for
 from upload_server import SLOW
-from window_test import ANY_TITLE, PROGRAM, WindowTest
+from window_test import ANY_TITLE, PROGRAM, WindowTest, content
+
+NAME = "io.github.quillbox.Quillbox"
+
+
+def connect_to_the_bus():
+    from gi.repository import Gio
+
+    kind = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+    return Gio.DBusConnection.new_for_address_sync(os.environ["DBUS_SESSION_BUS_ADDRESS"], kind, None, None)
 
 
 def call_as_a_desktop(method, signature, *arguments):
     """Calls the program over the session bus by the names that desktops make of its launcher's."""
     from gi.repository import Gio, GLib
 
-    kind = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
-    bus = Gio.DBusConnection.new_for_address_sync(os.environ["DBUS_SESSION_BUS_ADDRESS"], kind, None, None)
+    bus = connect_to_the_bus()
     try:
         bus.call_sync(
-            "io.github.quillbox.Quillbox",
+            NAME,
             "/io/github/quillbox/Quillbox",
             "org.freedesktop.Application",
             method,
@@ -30,6 +38,17 @@ def call_as_a_desktop(method, signature, *arguments):
         )
     finally:
         bus.close_sync(None)
+
+
+def refuse_all_calls(test):
+    """Takes the program's name until the test is over, and has nothing behind it: the toolkit answers each call with an
+    error."""
+    from gi.repository import Gio, GLib
+
+    bus = connect_to_the_bus()
+    test.addCleanup(bus.close_sync, None)
+    words = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName")
+    bus.call_sync(*words, GLib.Variant("(su)", (NAME, 0)), None, Gio.DBusCallFlags.NONE, 20_000, None)
 
 
 class Start(WindowTest):
@@ -162,18 +181,47 @@ class Start(WindowTest):
         wait_for(lambda: "Preferences" in first.titles(), "the preferences")
         self.assertIsNone(first.sheet())
 
-    def test_a_program_that_is_too_busy_to_answer_gets_its_files_once(self):
+    def test_a_program_that_does_not_answer_is_told_of_and_gets_the_files_once_when_it_can(self):
         self.settings()
         first = self.start()
         first.process.send_signal(signal.SIGSTOP)
 
-        second = self.launch(self.file("one.txt"))
+        second = self.launch(self.file("one.txt"), self.file("two\033.txt"))
 
-        self.assertEqual(second.exit_code(), 0)
+        self.assertEqual(second.exit_code(), 1)
+        self.assertIn("does not answer", second.output())
+        self.assertIn(f"Not taken: {self.folder}/one.txt\nNot taken: {self.folder}/two␛.txt\n", second.output())
         first.process.send_signal(signal.SIGCONT)
-        self.wait_for_files("one.txt")
+        self.wait_for_files("one.txt", "two\033.txt")
         self.wait_for_status(first, "Upload succeeded")
-        self.assertEqual(self.server.received, ["one.txt"])
+        self.assertEqual(self.server.received, ["one.txt", "two\033.txt"])
+
+    def test_a_program_that_is_killed_before_it_takes_a_file_leaves_it_to_the_second_start(self):
+        self.settings()
+        first = self.launch()
+        wait_for(first.titles, "the window")
+        messages = self.monitored_bus()
+        first.process.send_signal(signal.SIGSTOP)
+        second = self.launch(self.file("one.txt"))
+        wait_for(lambda: "member=Open\n" in content(messages), "the file to be handed over")
+
+        first.process.kill()
+
+        self.wait_for_files("one.txt")
+        wait_for(second.titles, "the window of the second start")
+        self.assertIsNone(second.process.poll())
+
+    def test_a_program_that_refuses_is_told_of(self):
+        refuse_all_calls(self)
+        nothing = self.launch()
+        files = self.launch(self.file("one.txt"))
+
+        for program in (nothing, files):
+            self.assertEqual(program.exit_code(), 1)
+            self.assertIn("refuses", program.output())
+        self.assertNotIn("Not taken", nothing.output())
+        self.assertIn(f"Not taken: {self.folder}/one.txt\n", files.output())
+        self.assertEqual(self.server.received, [])
 
     def test_a_second_start_brings_back_the_window(self):
         first = self.start()

@@ -6,10 +6,11 @@ a command that is to run it, such as a memory checker's.
 
 import os
 import shlex
+import subprocess
 import tempfile
 import unittest
 
-from desktop import Desktop, wait_for
+from desktop import Desktop, bound_to_us, end, wait_for
 from program import Program, store_settings
 from upload_server import UploadServer
 
@@ -18,6 +19,12 @@ ANY_TITLE = "^(ftp:|Quillbox)"  # Of the main window, from the first moment on.
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PROGRAM = os.path.abspath(os.environ.get("QUILLBOX", os.path.join(TOP, "build/dev/Quillbox")))
 UNDER = shlex.split(os.environ.get("QUILLBOX_UNDER", ""))
+
+
+def content(path):
+    """The text in a file, whatever bytes that has."""
+    with open(path, "rb") as file:
+        return file.read().decode(errors="replace")
 
 
 class WindowTest(unittest.TestCase):
@@ -55,6 +62,16 @@ class WindowTest(unittest.TestCase):
         path = os.path.join(self.folder, name)
         with open(path, "wb") as file:
             file.write(content)
+        return path
+
+    def monitored_bus(self):
+        """The file that every message of the session bus is written to from now on."""
+        path = os.path.join(self.folder, "bus.log")
+        with open(path, "wb") as file:
+            command = ["dbus-monitor", "--address", self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]]
+            monitor = subprocess.Popen(bound_to_us(command), stdout=file, env=self.desktop.environment)
+        self.addCleanup(end, monitor)
+        wait_for(lambda: "NameLost" in content(path), "the monitor to listen")
         return path
 
     def launch(self, *words, program=PROGRAM, folder=None, **environment):
