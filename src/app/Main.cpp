@@ -3,6 +3,7 @@
 #include "CertificateSheets.h"
 #include "ClipboardHandOver.h"
 #include "CommandLine.h"
+#include "CoreDump.h"
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
 #include "EngineConnections.h"
@@ -101,6 +102,7 @@ void warnOfBrokenSettings(ViewController& viewController)
 
 int main(int argc, char** argv)
 {
+    keepMemoryOutOfCoreDumps();
     QCoreApplication::setApplicationName(u"quillbox"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
     const CommandLine commandLine = readCommandLine(argc, argv);

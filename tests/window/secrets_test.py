@@ -1,6 +1,8 @@
 """Where the password must not show: anywhere but in the settings and on the way to the server."""
 
 import os
+import resource
+import signal
 import stat
 import subprocess
 import unittest
@@ -121,6 +123,30 @@ class Secrets(WindowTest):
         self.assert_silent("the panel", program.tree())
         program.press("Done")
         wait_for(lambda: any("/out/" in title for title in program.titles()), "the new title")
+
+    def test_a_core_dump_of_the_program_does_not_hold_it(self):
+        program = self.launch(self.file("one.txt"), folder=self.folder)
+        self.wait_for_status(program, "Upload succeeded")
+        self.wait_for_listing(program, "in")
+        pid = program.process.pid
+        with open("/proc/sys/kernel/core_pattern", encoding="utf-8") as file:
+            pattern = file.read().strip()
+
+        self.assertEqual(int(content(f"/proc/{pid}/coredump_filter"), 16), 0)
+        _, hard_limit = resource.prlimit(pid, resource.RLIMIT_CORE)
+        resource.prlimit(pid, resource.RLIMIT_CORE, (hard_limit, hard_limit))
+        program.process.send_signal(signal.SIGABRT)
+
+        self.assertEqual(program.exit_code(), -signal.SIGABRT)
+        cores = [name for name in os.listdir(self.folder) if name != "one.txt"]
+        lands_elsewhere = pattern.startswith(("|", "/", "@")) or hard_limit == 0
+        self.assertEqual(len(cores), 0 if lands_elsewhere else 1, pattern)
+        for core in cores:
+            with open(os.path.join(self.folder, core), "rb") as file:
+                dump = file.read()
+            self.assertTrue(dump.startswith(b"\x7fELF"))
+            for encoding in ("utf-8", "utf-16-le"):
+                self.assertFalse(SECRET.encode(encoding) in dump, encoding)
 
     def everything_at_home(self):
         for folder, _, names in os.walk(self.home["HOME"]):
