@@ -146,9 +146,10 @@ void ItemActions::refuseFileName(const QString& name)
 
 void ItemActions::openDownload(const QString& path)
 {
-    if (DefaultApplication::isProgram(path)) {
+    if (DefaultApplication::carriesCode(path)) {
+        DefaultApplication::showFolder(path);
         m_host.showAlert(u"File Not Opened"_s,
-                         u"\"%1\" is there, but programs, scripts and launchers are not opened."_s.arg(
+                         u"\"%1\" can run or hold programs, and is shown in its folder instead of opened."_s.arg(
                              visibleText(PathText::lastPathComponent(path))));
     } else {
         DefaultApplication::open(path);

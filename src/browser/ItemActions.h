@@ -58,7 +58,8 @@ public:
     void createFolderButtonAction();
     /// Waits for the server's answer, or until the user no longer wants to.
     void createFolder(const QString& name);
-    /// Opens the file at @p path with the program that the user has chosen for its kind.
+    /// Opens the file at @p path with the program that the user has chosen for its kind; one that can run or hold
+    /// programs is shown in its folder instead.
     void openDownload(const QString& path);
 
 private:

@@ -95,11 +95,12 @@ TEST_F(ItemActionsTest, APlainFileIsDownloadedToTheDefaultPlace)
     QFile::remove(downloads.first().filePath());
 }
 
-TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
+TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItCarriesCodeWhichIsShownInItsFolder)
 {
     set({ { u"OpenDownloadedFiles"_s, true } });
     const OpenedUrls opened(u"file"_s);
-    for (const QString& name : { u"tool.desktop"_s, u"picture"_s, u"run.sh"_s, u"note %41.txt"_s }) {
+    const QString folder = m_directory.path() + u'/';
+    for (const QString& name : { u"tool.desktop"_s, u"picture"_s, u"macros.docm"_s, u"note %41.txt"_s }) {
         m_controller->items().downloadFile(name, m_directory.path());
         FakeFTPStream& stream = latest(FakeFTPStream::Kind::Download);
         stream.sendOpenCompleted();
@@ -107,13 +108,13 @@ TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItIsAProgram)
         stream.sendEnd();
         if (name != u"note %41.txt"_s) {
             EXPECT_EQ(shownSheets(),
-                      QStringList{ u"File Not Opened: \"%1\" is there, but programs, scripts and "
-                                   "launchers are not opened."_s.arg(name) });
+                      QStringList{ u"File Not Opened: \"%1\" can run or hold programs, and is shown in its folder "
+                                   "instead of opened."_s.arg(name) });
             answerSheet();
         }
     }
 
-    EXPECT_EQ(opened.localPaths(), QStringList{ m_directory.filePath(u"note %41.txt"_s) });
+    EXPECT_EQ(opened.localPaths(), (QStringList{ folder, folder, folder, m_directory.filePath(u"note %41.txt"_s) }));
     EXPECT_EQ(shownSheets(), QStringList());
 }
 

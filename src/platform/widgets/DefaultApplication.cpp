@@ -1,10 +1,13 @@
 #include "DefaultApplication.h"
 
+#include "CodeTypes.h"
 #include "FileInputStream.h"
 #include "FileURL.h"
+#include "PathText.h"
 
 #include <QDesktopServices>
 #include <QMimeDatabase>
+#include <QStringList>
 #include <QUrl>
 
 #include <algorithm>
@@ -15,21 +18,30 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Types of what desktops run rather than show; with those derived from them, which scripts are.
-constexpr std::array programTypes{
-    "application/x-executable"_L1,       "application/x-sharedlib"_L1,
-    "application/x-desktop"_L1,          "application/vnd.appimage"_L1,
-    "application/x-iso9660-appimage"_L1, "application/x-ms-dos-executable"_L1,
-    "application/x-msdownload"_L1,       "application/vnd.microsoft.portable-executable"_L1,
-    "application/x-java-archive"_L1,     "application/x-java-jnlp-file"_L1,
-    "application/x-ms-shortcut"_L1,      "application/vnd.flatpak.ref"_L1,
-    "application/x-mswinurl"_L1,
-};
-
-bool isProgramType(const QMimeType& type)
+bool isCode(const QMimeType& type, const QMimeDatabase& types)
 {
-    return std::any_of(programTypes.begin(), programTypes.end(),
-                       [&type](QLatin1StringView program) { return type.inherits(QString(program)); });
+    const auto named = [&types](QLatin1StringView name) {
+        const QMimeType known = types.mimeTypeForName(name);
+        return known.isValid() ? known.name() : QString(name);
+    };
+    QStringList lineage{ type.name() };
+    // Where data in JavaScript's notation descends from scripts it is data all the same.
+    if (!type.inherits(u"application/json"_s)) {
+        lineage += type.allAncestors();
+    }
+    const auto codes = codeTypes();
+    return std::any_of(codes.begin(), codes.end(),
+                       [&](const CodeType& line) { return lineage.contains(named(line.type)); });
+}
+
+bool isNamedAsCode(const QString& name)
+{
+    const auto endsAs = [&name](const QString& ending) { return name.endsWith(u'.' + ending, Qt::CaseInsensitive); };
+    const auto codes = codeTypes();
+    return std::any_of(codes.begin(), codes.end(), [&endsAs](const CodeType& line) {
+        const QStringList endings = QString(line.endings).split(u' ');
+        return std::any_of(endings.begin(), endings.end(), endsAs);
+    });
 }
 
 /// As much of a file as tells what it is. Not left to the database, which cannot open every path.
@@ -43,15 +55,22 @@ QByteArray beginningOf(const QString& path)
 
 } // namespace
 
-bool DefaultApplication::isProgram(const QString& path)
+bool DefaultApplication::carriesCode(const QString& path)
 {
     const QMimeDatabase types;
-    // Either may be a disguise of the other.
-    return isProgramType(types.mimeTypeForFile(path, QMimeDatabase::MatchExtension))
-        || isProgramType(types.mimeTypeForData(beginningOf(path)));
+    const QString name = PathText::lastPathComponent(path);
+    // Either name or contents may be a disguise of the other, and a name may be that of several types.
+    const QList<QMimeType> kinds = types.mimeTypesForFileName(name) << types.mimeTypeForData(beginningOf(path));
+    return isNamedAsCode(name)
+        || std::any_of(kinds.begin(), kinds.end(), [&types](const QMimeType& kind) { return isCode(kind, types); });
 }
 
 bool DefaultApplication::open(const QString& path)
 {
-    return !isProgram(path) && QDesktopServices::openUrl(QUrl(fileURI(path)));
+    return !carriesCode(path) && QDesktopServices::openUrl(QUrl(fileURI(path)));
+}
+
+bool DefaultApplication::showFolder(const QString& path)
+{
+    return QDesktopServices::openUrl(QUrl(fileURI(path.left(path.lastIndexOf(u'/') + 1))));
 }
