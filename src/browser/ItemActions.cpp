@@ -7,13 +7,13 @@
 #include "DestinationSettings.h"
 #include "FTPConnections.h"
 #include "FTPGetController.h"
+#include "ItemCall.h"
 #include "ItemLocation.h"
 #include "ListingTable.h"
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
 #include "VisibleText.h"
-#include "WaitingPanel.h"
 
 #include <chrono>
 #include <utility>
@@ -24,14 +24,6 @@ namespace {
 
 /// How long an action may wait for the server's answers, all together.
 constexpr std::chrono::seconds conversationLimit(60);
-
-/// What is said of an item when the server's certificate is not trusted. There is no question here: the call that would
-/// have to wait for the answer suspends the program.
-QString notTrustedText(const QString& whatIsNot)
-{
-    return u"%1, since the server has shown a certificate that is not trusted. Nothing was sent to it.\n\nRefresh the "
-           "list: you are then asked about the certificate, or told what is wrong with it."_s.arg(whatIsNot);
-}
 
 } // namespace
 
@@ -213,17 +205,20 @@ void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
             "preferences is an IPv6 address.\n\nGive the server's name or its IPv4 address instead."_s.arg(shownName));
         return;
     }
-    run({ .panelText = u"Deleting “%1”…"_s.arg(shownName),
-          .call
-          = [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, kind = listedKind(name, rawName), record,
-             deleteFileNamed = m_operations.deleteFileNamed] { return deleteFileNamed(nameOnServer, kind, *record); },
-          .doneText = u"“%1” was deleted"_s.arg(shownName),
-          .unansweredText = u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName),
-          .title = u"Item Not Deleted"_s,
-          .notTrustedText = notTrustedText(u"“%1” was not deleted"_s.arg(shownName)),
-          .refusedText
-          = u"\"%1\" was not deleted. If this is a folder make sure it is empty. Folders can not be deleted if they "
-            "contain items.\n\nSwitch to the folder using preferences, and then delete its items."_s.arg(shownName) });
+    const ItemCall call{
+        .panelText = u"Deleting “%1”…"_s.arg(shownName),
+        .call
+        = [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, kind = listedKind(name, rawName), record,
+           deleteFileNamed = m_operations.deleteFileNamed] { return deleteFileNamed(nameOnServer, kind, *record); },
+        .doneText = u"“%1” was deleted"_s.arg(shownName),
+        .unansweredText = u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName),
+        .title = u"Item Not Deleted"_s,
+        .notDoneText = u"“%1” was not deleted"_s.arg(shownName),
+        .refusedText
+        = u"\"%1\" was not deleted. If this is a folder make sure it is empty. Folders can not be deleted if they "
+          "contain items.\n\nSwitch to the folder using preferences, and then delete its items."_s.arg(shownName)
+    };
+    runItemCall(call, m_window, m_host);
 }
 
 void ItemActions::createFolderButtonAction()
@@ -248,17 +243,20 @@ void ItemActions::createFolder(const QString& name)
         m_host.showAlert(u"Folder Exists"_s, u"Folder \"%1\" already exists. Try another name."_s.arg(shownName));
         return;
     }
-    run({ .panelText = u"Creating “%1”…"_s.arg(shownName),
-          .call = [name, record = server(),
-                   createNewFolder = m_operations.createNewFolder] { return createNewFolder(name, *record); },
-          .doneText = u"Folder “%1” was created"_s.arg(shownName),
-          .unansweredText
-          = u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName),
-          .title = u"Folder Not Created"_s,
-          .notTrustedText = notTrustedText(u"Folder “%1” was not created"_s.arg(shownName)),
-          .refusedText
-          = u"Folder \"%1\" was not created due to an error.\n\nPlease check your preference settings for correct "
-            "FTP server passsword, username and folder location."_s.arg(shownName) });
+    const ItemCall call{
+        .panelText = u"Creating “%1”…"_s.arg(shownName),
+        .call = [name, record = server(),
+                 createNewFolder = m_operations.createNewFolder] { return createNewFolder(name, *record); },
+        .doneText = u"Folder “%1” was created"_s.arg(shownName),
+        .unansweredText
+        = u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName),
+        .title = u"Folder Not Created"_s,
+        .notDoneText = u"Folder “%1” was not created"_s.arg(shownName),
+        .refusedText
+        = u"Folder \"%1\" was not created due to an error.\n\nPlease check your preference settings for correct "
+          "FTP server passsword, username and folder location."_s.arg(shownName)
+    };
+    runItemCall(call, m_window, m_host);
 }
 
 /// What the item @p name is according to a complete listing of the destination.
@@ -278,45 +276,4 @@ ListedKind ItemActions::listedKind(const QString& name, const QByteArray& rawNam
     default:
         return ListedKind::Unknown;
     }
-}
-
-void ItemActions::run(const Operation& operation)
-{
-    const std::optional<ItemResult> result = waitFor(operation.panelText, operation.call);
-    if (result && result->outcome == ItemOutcome::NotTrusted) {
-        m_host.showAlert(operation.title, operation.notTrustedText);
-        return;
-    }
-    if (result && result->outcome == ItemOutcome::Refused) {
-        alertRefused(operation, result->words);
-        return;
-    }
-    if (result && result->outcome == ItemOutcome::Done) {
-        m_host.itemDone(operation.doneText);
-    } else {
-        m_host.showAlert(u"No Answer"_s, operation.unansweredText);
-    }
-    m_host.listFTPDestination();
-}
-
-void ItemActions::alertRefused(const Operation& operation, const QString& words)
-{
-    if (words.isNull() || !m_window.isVisible()) {
-        m_host.showAlert(operation.title, operation.refusedText);
-        return;
-    }
-    SheetQueue::of(m_window).raise({ .title = operation.title,
-                                     .text = operation.refusedText,
-                                     .details = { { .name = u"The server said"_s, .value = words } } });
-}
-
-/// Runs @p call while its panel says @p panelText; std::nullopt when the user has stopped waiting.
-std::optional<ItemResult> ItemActions::waitFor(const QString& panelText, std::function<ItemResult()> call)
-{
-    const auto result = std::make_shared<ItemResult>(ItemOutcome::Refused); // The call may outlive this.
-    const std::optional<bool> isDone = waitForAnswer(&m_window, panelText, [result, call = std::move(call)] {
-        *result = call();
-        return result->outcome == ItemOutcome::Done;
-    });
-    return isDone ? std::optional(*result) : std::nullopt;
 }

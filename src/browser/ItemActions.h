@@ -6,9 +6,7 @@
 
 #include <QObject>
 
-#include <functional>
 #include <memory>
-#include <optional>
 
 class BrowserHost;
 class DestinationListing;
@@ -65,22 +63,9 @@ public:
 private:
     /// As selectedEntry(). Null, and the user has been told, when its row is of a destination that was in force.
     const ListingEntry* pressedEntry();
-    /// What is done to one item, and how its outcome is told.
-    struct Operation {
-        QString panelText; ///< Shown while it runs.
-        std::function<ItemResult()> call; ///< On a thread of its own.
-        QString doneText;
-        QString unansweredText;
-        QString title; ///< Of the alert about a refusal.
-        QString notTrustedText;
-        QString refusedText;
-    };
     void alertOtherDestination(const QString& name);
     std::shared_ptr<FMServer> server() const;
-    void run(const Operation& operation);
-    std::optional<ItemResult> waitFor(const QString& panelText, std::function<ItemResult()> call);
     ListedKind listedKind(const QString& name, const QByteArray& rawName) const;
-    void alertRefused(const Operation& operation, const QString& words);
 
     QWidget& m_window;
     ListingTable& m_table;
