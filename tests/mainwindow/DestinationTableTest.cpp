@@ -3,6 +3,7 @@
 #include "LocalPath.h"
 #include "ViewControllerTest.h"
 
+#include <QAction>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QPlainTextEdit>
@@ -178,6 +179,16 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     m_controller->listFTPDestination();
     tick();
     EXPECT_EQ(table().emptyText(), u"No destination"_s);
+}
+
+TEST_F(DestinationTableTest, WithoutADestinationTheTableSaysSoFromTheStart)
+{
+    unset(u"Address"_s);
+    startAgain();
+    tick();
+
+    EXPECT_EQ(table().emptyText(), u"No destination"_s);
+    EXPECT_FALSE(control<QAction>("newFolderAction").isEnabled());
 }
 
 TEST_F(DestinationTableTest, WhatArrivesIsSortedAsTheTableIs)

@@ -38,7 +38,6 @@ bool DestinationListing::lookAt(const Destination& inForce)
     stop();
     empty();
     m_source = {};
-    m_state = m_inForce.isNull() ? State::NoDestination : State::Idle;
     emit placeChanged();
     emit destinationChanged();
     return true;
@@ -49,9 +48,7 @@ void DestinationListing::list(const Destination& inForce)
     lookAt(inForce);
     m_isDue = isListing();
     empty();
-    if (inForce.isNull()) {
-        m_state = State::NoDestination;
-    } else {
+    if (!inForce.isNull()) {
         start(inForce);
     }
 }

@@ -18,8 +18,7 @@ class DestinationListing final : public QObject {
 
 public:
     enum class State {
-        NoDestination,
-        Idle, ///< Nothing has been listed.
+        Idle, ///< Nothing has been listed, or there is no destination.
         Listing,
         Complete, ///< The list holds all that the server told.
         Failed, ///< The listing ended before, or could not begin.
@@ -47,7 +46,7 @@ public:
     /// The address of the machine that the items of the folder @p location came from; null: none did.
     QHostAddress addressOf(const QString& location) const;
 
-    /// The destination as it was when it was last looked at.
+    /// The destination as it was when it was last looked at; null: there is none.
     const Destination& destination() const { return m_inForce; }
     /// Has @p inForce be the destination. When it is another one than before, the items go at once, and a listing that
     /// runs is given up; answers whether that was so.
