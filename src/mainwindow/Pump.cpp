@@ -4,6 +4,7 @@
 #include "DestinationSettings.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
+#include "ItemActions.h"
 #include "ModalState.h"
 #include "RunLoop.h"
 #include "UploadHistory.h"
@@ -27,11 +28,14 @@ void Pump::tick()
     }
     const bool isNewSecond = m_parts.indicators.showDate();
     const WindowState before = state();
-    if (!isNewSecond && before.waiting == 0 && m_parts.indicators.isShown(before)) {
-        return; // Nothing has changed and nothing waits: the window that just stands there costs next to nothing.
+    if (!isNewSecond && !isUploadDue() && m_parts.indicators.isShown(before)) {
+        return; // Nothing has changed and nothing is due: the window that just stands there costs next to nothing.
     }
     m_parts.indicators.showTransfer(before, isNewSecond);
-    startNextUpload(isNewSecond);
+    if (isNewSecond || isUploadDue()) {
+        m_parts.listing.lookAt(DestinationSettings::destination()); // Several looks at the settings file.
+    }
+    startNext();
     const WindowState after = state();
     m_parts.indicators.showListing(after);
     emit shown(after);
@@ -51,7 +55,7 @@ WindowState Pump::state() const
              .otherFolder = listing.isOfOtherFolder() ? listing.location() : QString(),
              .isListingDue = listing.isDue(),
              .hasDestination = !listing.destination().isNull(),
-             .isItemSelected = m_parts.indicators.isItemSelected() };
+             .isItemSelected = m_parts.items.selectedEntry() != nullptr };
 }
 
 bool Pump::isMoving() const
@@ -59,22 +63,19 @@ bool Pump::isMoving() const
     return m_parts.uploads.isSending() || m_parts.downloads.isReceiving();
 }
 
-void Pump::startNextUpload(bool isNewSecond)
+bool Pump::isUploadDue() const
 {
-    // While nothing waits, once a second is enough to notice settings that have been changed elsewhere: looking at them
-    // is most of what a tick costs.
-    if (isNewSecond || !m_parts.queue.isEmpty()) {
-        m_parts.listing.lookAt(DestinationSettings::destination());
-    }
-    if (isMoving()) {
-        return;
-    }
+    return !isMoving() && !m_parts.queue.isEmpty();
+}
+
+void Pump::startNext()
+{
     const Destination& destination = m_parts.listing.destination();
-    if (!m_parts.queue.isEmpty() && !destination.isNull()) {
+    if (isUploadDue() && !destination.isNull()) {
         m_parts.indicators.resetProgress();
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
-    } else if (m_parts.listing.isDue() && !m_parts.listing.isListing()) {
+    } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {
         m_parts.listing.setDue(false);
         emit listingDue();
     }

@@ -8,6 +8,7 @@
 class DestinationListing;
 class FTPGetController;
 class FTPPutController;
+class ItemActions;
 class UploadHistory;
 class UploadQueue;
 class UploadRun;
@@ -27,6 +28,7 @@ public:
         UploadQueue& queue;
         UploadRun& run;
         DestinationListing& listing;
+        ItemActions& items;
         WindowIndicators& indicators;
     };
 
@@ -46,7 +48,9 @@ signals:
 private:
     WindowState state() const;
     bool isMoving() const;
-    void startNextUpload(bool isNewSecond);
+    /// Whether a file waits and nothing keeps it back but a destination.
+    bool isUploadDue() const;
+    void startNext();
     void reportActivity();
 
     Parts m_parts;

@@ -30,7 +30,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_dragging(m_window, m_listing, m_items, *this, this)
     , m_windows(*this, connections)
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
-    , m_pump({ m_pc, m_gc, m_history, m_queue, m_run, m_listing, m_indicators })
+    , m_pump({ m_pc, m_gc, m_history, m_queue, m_run, m_listing, m_items, m_indicators })
 {
     awakeFromNib();
     viewDidLoad();

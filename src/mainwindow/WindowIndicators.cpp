@@ -75,11 +75,6 @@ void WindowIndicators::setPercent(float percent)
     m_next.auxiliaryPercent = percent;
 }
 
-bool WindowIndicators::isItemSelected() const
-{
-    return m_window.destinationListingTable->selectedRow() != -1;
-}
-
 void WindowIndicators::resetProgress()
 {
     m_next.percent = 0;

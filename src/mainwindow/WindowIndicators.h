@@ -29,8 +29,6 @@ public:
     /// Of the present transfer, 0 to 100.
     void setPercent(float percent);
     float percent() const { return m_next.percent; }
-    /// Whether an item of the listing is selected.
-    bool isItemSelected() const;
     /// That the present transfer has moved.
     void setBytes(quint64 bytes) { m_next.bytes = bytes; }
     /// No percent and no bytes.

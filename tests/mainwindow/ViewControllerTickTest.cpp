@@ -1,3 +1,4 @@
+#include "DestinationSettings.h"
 #include "Metronome.h"
 #include "RunLoop.h"
 #include "ViewControllerTest.h"
@@ -71,6 +72,28 @@ protected:
         }
     }
 };
+
+TEST_F(ViewControllerTickTest, WhileAFileGoesUpTheDestinationIsAskedForOnceASecondAndBeforeTheNextFile)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    tick();
+    const auto inForce = [this] { return m_controller->listing().destination().location; };
+    for (bool isSameSecond = false; !isSameSecond;) {
+        const QString second = nextSecond();
+        const QString before = inForce();
+        set(u"FTPFolder"_s, before == u"ftp://host/one/"_s ? u"two"_s : u"one"_s);
+        tick();
+        isSameSecond = date() == second;
+        EXPECT_EQ(inForce() == before, isSameSecond);
+    }
+
+    nextSecond();
+    EXPECT_EQ(inForce(), DestinationSettings::destination().location);
+    set(u"FTPFolder"_s, u"last"_s);
+    finishUpload();
+    tick();
+    EXPECT_EQ(upload().location, u"ftp://host/last/b"_s);
+}
 
 TEST_F(ViewControllerTickTest, TheDateGrowsToItsTextAndNeverShrinks)
 {
