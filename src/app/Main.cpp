@@ -143,6 +143,8 @@ int main(int argc, char** argv)
     if (!service.registerFor(programFileName())) {
         handOver(commandLine); // Another start was quicker.
     }
+    UserDefaults::standard().removeUnfinishedStores();
+    TrustedCertificates::standard().removeUnfinishedStores();
     viewController.window().show();
     delegate.applicationDidFinishLaunching();
     if (!commandLine.files.isEmpty()) {

@@ -37,6 +37,9 @@ public:
     /// written.
     [[nodiscard]] bool forget(const QString& host, quint16 port);
 
+    /// Removes what was left beside the file by programs that were killed while they wrote it.
+    void removeUnfinishedStores() const { m_file.removeUnfinishedStores(); }
+
 private:
     UserDefaults m_file;
     QHash<QString, QByteArray> m_unstored; ///< By host and port: what the file could not take.

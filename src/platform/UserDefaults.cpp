@@ -1,12 +1,13 @@
 #include "UserDefaults.h"
 
+#include "Descriptor.h"
+#include "PrivateFile.h"
 #include "RunLoop.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <cerrno>
@@ -26,28 +27,6 @@ constexpr std::chrono::nanoseconds clockTick = std::chrono::milliseconds(20);
 /// How long an editor may take between emptying a file and writing it.
 constexpr int brokenReportDelayMs = 100;
 constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
-
-/// A descriptor that closes.
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor)
-        : m_descriptor(descriptor)
-    {
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0) {
-            close(m_descriptor);
-        }
-    }
-
-    int get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
 
 /// The contents of the regular file at @p path; std::nullopt when there is none, it cannot be read, or it is too long.
 std::optional<QByteArray> contents(const QString& path)
@@ -187,14 +166,16 @@ bool UserDefaults::write(const QJsonObject& values, bool keepsOldFile)
     if (keepsOldFile && !moveFileAway(target)) {
         return false;
     }
-    QSaveFile file(target);
-    // Unbuffered: what the buffer cannot write in the end is not noticed by commit().
-    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
-        && file.write(bytes) == bytes.size() && file.commit();
+    const bool written = PrivateFile::replace(target, bytes);
     if (keepsOldFile && !written) {
         QFile::rename(backupPath(), target);
     }
     return written;
+}
+
+void UserDefaults::removeUnfinishedStores() const
+{
+    PrivateFile::removeUnfinished(linkTarget(m_filePath));
 }
 
 void UserDefaults::setBrokenFileHandler(std::function<void()> handler)

@@ -50,6 +50,9 @@ public:
     /// Stores @p values and nothing else; the file as it was is kept beside it, with ".bak" appended to its name.
     [[nodiscard]] bool replace(const QJsonObject& values);
 
+    /// Removes what stores have left beside the file whose program was killed meanwhile.
+    void removeUnfinishedStores() const;
+
     /// @p handler is called from the loop, once for each change of the file that leaves it unreadable. A file that is
     /// whole again a moment later is none: some editors empty a file before they write it.
     void setBrokenFileHandler(std::function<void()> handler);

@@ -356,6 +356,17 @@ TEST_F(UserDefaultsTest, ALinkToNothingYetIsStoredThrough)
     EXPECT_EQ(UserDefaults(target).string(u"Address"_s), u"host"_s);
 }
 
+TEST_F(UserDefaultsTest, WhatKilledStoresHaveLeftIsRemovedWhereALinkLeadsTo)
+{
+    ASSERT_TRUE(QDir(m_folder.path()).mkdir(u"far"_s));
+    ASSERT_TRUE(QFile::link(m_folder.filePath(u"far/elsewhere.json"_s), m_path));
+    writeFileAt(m_folder.filePath(u"far/.elsewhere.json.unfinished-aB3dEf"_s), "secret");
+
+    m_defaults.removeUnfinishedStores();
+
+    EXPECT_EQ(QDir(m_folder.filePath(u"far"_s)).entryList(QDir::Files | QDir::Hidden), QStringList());
+}
+
 TEST_F(UserDefaultsTest, AChangeOfALinksTargetIsSeen)
 {
     const QString target = m_folder.filePath(u"elsewhere.json"_s);

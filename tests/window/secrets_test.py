@@ -124,6 +124,23 @@ class Secrets(WindowTest):
         program.press("Done")
         wait_for(lambda: any("/out/" in title for title in program.titles()), "the new title")
 
+    def test_what_a_killed_store_has_left_is_gone_with_the_next_start(self):
+        program = self.launch()
+        self.wait_for_listing(program, "in")
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+comma")
+        program.enter("Folder", "out")
+        resource.prlimit(program.process.pid, resource.RLIMIT_FSIZE, (20, 20))  # The first byte above it kills.
+        program.press("Done")
+        self.assertEqual(program.exit_code(), -signal.SIGXFSZ)
+        folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
+        self.assertGreater(len(os.listdir(folder)), 1)
+
+        program = self.start()
+        self.wait_for_listing(program, "in")
+
+        self.assertEqual([name for name in os.listdir(folder) if "settings" in name], ["settings.json"])
+
     def test_a_core_dump_of_the_program_does_not_hold_it(self):
         program = self.launch(self.file("one.txt"), folder=self.folder)
         self.wait_for_status(program, "Upload succeeded")
