@@ -98,6 +98,23 @@ void warnOfBrokenSettings(ViewController& viewController)
         "settings are next stored."_s.arg(UserDefaults::standard().filePath()));
 }
 
+void warnOfOpenSettings(ViewController& viewController, bool isClosed)
+{
+    const QString path = UserDefaults::standard().filePath();
+    if (isClosed) {
+        viewController.showAlert(
+            u"Settings Were Open to Others"_s,
+            u"Other users of this computer had access to the settings in “%1”, which hold the "
+            "password. Now you alone have.\n\nChange the password if somebody may have read it."_s.arg(path));
+    } else {
+        viewController.showAlert(
+            u"Settings Are Open to Others"_s,
+            u"Other users of this computer have access to the settings in “%1”, which hold the "
+            "password, and Quillbox cannot change that.\n\nKeep them where you alone may read and write "
+            "(mode 0600 in a folder with mode 0700)."_s.arg(path));
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -139,6 +156,8 @@ int main(int argc, char** argv)
         viewController.showAlert(message, informative);
     });
     UserDefaults::standard().setBrokenFileHandler([&viewController] { warnOfBrokenSettings(viewController); });
+    UserDefaults::standard().setOpenFileHandler(
+        [&viewController](bool isClosed) { warnOfOpenSettings(viewController, isClosed); });
 
     if (!service.registerFor(programFileName())) {
         handOver(commandLine); // Another start was quicker.

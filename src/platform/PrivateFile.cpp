@@ -7,11 +7,13 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -45,6 +47,23 @@ bool writeAll(int file, const QByteArray& bytes)
         written += count > 0 ? count : 0;
     }
     return fsync(file) == 0 || errno == EINVAL; // Which says that there is nothing to wait for.
+}
+
+/// Leaves at most the access that @p most says to what is at @p path, if it is of that kind.
+PrivateFile::Access limitAccess(const QByteArray& path, mode_t kind, mode_t most)
+{
+    const auto isOpen = [&path, kind](struct stat& status) {
+        return stat(path.constData(), &status) == 0 && (status.st_mode & S_IFMT) == kind
+            && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+    };
+    struct stat status { };
+    if (!isOpen(status)) {
+        return PrivateFile::Access::OwnerOnly;
+    }
+    // A file system without owners says that it is done, and does nothing.
+    const bool isClosed
+        = status.st_uid == geteuid() && chmod(path.constData(), status.st_mode & most) == 0 && !isOpen(status);
+    return isClosed ? PrivateFile::Access::Closed : PrivateFile::Access::StaysOpen;
 }
 
 } // namespace
@@ -84,4 +103,11 @@ void PrivateFile::removeUnfinished(const QString& path)
             unlinkat(folder.get(), name.constData(), 0);
         }
     }
+}
+
+PrivateFile::Access PrivateFile::closeToOthers(const QString& path)
+{
+    const Access folder = limitAccess(folderOf(path), S_IFDIR, S_IRWXU);
+    const Access file = limitAccess(QFile::encodeName(path), S_IFREG, S_IRUSR | S_IWUSR);
+    return std::max(folder, file);
 }

@@ -14,4 +14,13 @@ bool replace(const QString& path, const QByteArray& bytes);
 /// one is writing stays.
 void removeUnfinished(const QString& path);
 
+enum class Access {
+    OwnerOnly, ///< There is no such file, or only its owner has access.
+    Closed, ///< Others had access, and have none any more.
+    StaysOpen, ///< Others have access, and that cannot be changed.
+};
+
+/// Takes all access from others than the owner that they have to the file at @p path, or to its folder.
+Access closeToOthers(const QString& path);
+
 } // namespace PrivateFile

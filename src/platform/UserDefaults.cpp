@@ -186,6 +186,14 @@ void UserDefaults::setBrokenFileHandler(std::function<void()> handler)
     }
 }
 
+void UserDefaults::setOpenFileHandler(std::function<void(bool)> handler)
+{
+    m_openFileHandler = std::move(handler);
+    if (m_wasOpen) {
+        scheduleOpenReport();
+    }
+}
+
 UserDefaults::Stamp UserDefaults::stampOfFile() const
 {
     struct stat status { };
@@ -207,6 +215,7 @@ void UserDefaults::refresh() const
 
 void UserDefaults::readFile() const
 {
+    closeToOthers();
     // Taken first: whatever changes from here on makes the next read look again.
     const Stamp stamp = stampOfFile();
     m_values = QJsonObject();
@@ -228,6 +237,29 @@ void UserDefaults::readFile() const
         scheduleBrokenReport();
     }
     m_brokenStamp = m_broken ? std::optional(stamp) : std::nullopt;
+}
+
+void UserDefaults::closeToOthers() const
+{
+    const PrivateFile::Access access
+        = m_staysOpen ? PrivateFile::Access::OwnerOnly : PrivateFile::closeToOthers(m_filePath);
+    if (access != PrivateFile::Access::OwnerOnly) {
+        m_staysOpen = access == PrivateFile::Access::StaysOpen;
+        if (!std::exchange(m_wasOpen, true)) {
+            scheduleOpenReport();
+        }
+    }
+}
+
+void UserDefaults::scheduleOpenReport() const
+{
+    if (m_openFileHandler != nullptr) {
+        RunLoop::dispatchAfter(0, nullptr, [self = m_anchor.ref(this)] {
+            if (self.get() != nullptr) {
+                self.get()->m_openFileHandler(!self.get()->m_staysOpen);
+            }
+        });
+    }
 }
 
 void UserDefaults::scheduleBrokenReport() const

@@ -57,6 +57,10 @@ public:
     /// whole again a moment later is none: some editors empty a file before they write it.
     void setBrokenFileHandler(std::function<void()> handler);
 
+    /// @p handler is called from the loop, once, when the file or its folder was found open to others: with true when
+    /// they are closed to them now, and will be whenever they are found so again.
+    void setOpenFileHandler(std::function<void(bool isClosed)> handler);
+
 private:
     /// What tells one state of the file from another without reading it.
     struct Stamp {
@@ -73,6 +77,8 @@ private:
     void refresh() const;
     void readFile() const;
     bool write(const QJsonObject& values, bool keepsOldFile);
+    void closeToOthers() const;
+    void scheduleOpenReport() const;
     void scheduleBrokenReport() const;
     void reportIfStillBroken() const;
     QString backupPath() const;
@@ -80,6 +86,7 @@ private:
 
     QString m_filePath;
     std::function<void()> m_brokenFileHandler;
+    std::function<void(bool)> m_openFileHandler;
     mutable QJsonObject m_values;
     mutable QJsonObject m_lastKnown; ///< The last ones that were not empty.
     mutable std::optional<Stamp>
@@ -87,5 +94,7 @@ private:
     mutable bool m_broken = false;
     mutable std::optional<Stamp> m_brokenStamp; ///< The broken state last noticed.
     mutable bool m_reportPending = false; ///< A broken state waits to be reported.
+    mutable bool m_wasOpen = false; ///< To others.
+    mutable bool m_staysOpen = false; ///< To others, which is not tried to change again.
     WeakAnchor m_anchor;
 };

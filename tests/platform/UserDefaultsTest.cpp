@@ -46,6 +46,11 @@ protected:
         return status.st_mode & 07777;
     }
 
+    static void setMode(const QString& path, mode_t mode)
+    {
+        ASSERT_EQ(chmod(QFile::encodeName(path).constData(), mode), 0);
+    }
+
     QTemporaryDir m_folder;
     QString m_path = m_folder.filePath(u"settings.json"_s);
     QString m_backup = m_path + u".bak"_s;
@@ -152,6 +157,71 @@ TEST_F(UserDefaultsTest, AFileThatOthersCouldReadIsClosedToThemByAStore)
     ASSERT_TRUE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
 
     EXPECT_EQ(mode(m_path), 0600);
+}
+
+TEST_F(UserDefaultsTest, AFileAndAFolderThatAreOpenToOthersAreClosedWhenTheyAreReadAndThatIsReportedOnce)
+{
+    writeFile(R"({"Address": "one"})");
+    setMode(m_path, 0604);
+    setMode(m_folder.path(), 0710);
+    QList<bool> reports;
+    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
+
+    EXPECT_EQ(mode(m_path), 0600);
+    EXPECT_EQ(mode(m_folder.path()), 0700);
+    EXPECT_EQ(reports, QList<bool>());
+    ASSERT_TRUE(waitFor([&reports] { return !reports.isEmpty(); }));
+    writeFile(R"({"Address": "two"})");
+    setMode(m_path, 0777);
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"two"_s);
+    EXPECT_EQ(mode(m_path), 0600);
+    drainEventLoop();
+    EXPECT_EQ(reports, QList<bool>{ true });
+}
+
+TEST_F(UserDefaultsTest, AFolderAloneThatIsOpenToOthersIsClosedAndReportedWhenSomebodyListens)
+{
+    writeFile("{}");
+    setMode(m_path, 0400);
+    setMode(m_folder.path(), 0777);
+    EXPECT_TRUE(m_defaults.isReadable());
+    EXPECT_EQ(mode(m_path), 0400);
+    EXPECT_EQ(mode(m_folder.path()), 0700);
+    QList<bool> reports;
+
+    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+
+    ASSERT_TRUE(waitFor([&reports] { return !reports.isEmpty(); }));
+    EXPECT_EQ(reports, QList<bool>{ true });
+}
+
+TEST_F(UserDefaultsTest, WhatCannotBeClosedToOthersIsReportedAsSuch)
+{
+    ASSERT_TRUE(QFile::link(u"/proc/self/status"_s, m_path)); // Nobody may change its mode.
+    QList<bool> reports;
+    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+
+    EXPECT_FALSE(m_defaults.isReadable());
+    EXPECT_FALSE(m_defaults.isReadable());
+
+    ASSERT_TRUE(waitFor([&reports] { return !reports.isEmpty(); }));
+    drainEventLoop();
+    EXPECT_EQ(reports, QList<bool>{ false });
+}
+
+TEST_F(UserDefaultsTest, WhatIsForTheOwnerAloneIsNotReported)
+{
+    QList<bool> reports;
+    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+    EXPECT_FALSE(m_defaults.contains(u"Address"_s));
+    ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
+    EXPECT_TRUE(m_defaults.contains(u"Address"_s));
+
+    drainEventLoop();
+
+    EXPECT_EQ(reports, QList<bool>());
 }
 
 TEST_F(UserDefaultsTest, SeesTheFileAppearChangeAndGo)

@@ -124,6 +124,22 @@ class Secrets(WindowTest):
         program.press("Done")
         wait_for(lambda: any("/out/" in title for title in program.titles()), "the new title")
 
+    def test_settings_that_are_open_to_others_are_closed_with_one_sheet_that_says_so(self):
+        folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
+        settings = os.path.join(folder, "settings.json")
+        os.chmod(folder, 0o777)
+        os.chmod(settings, 0o644)
+        program = self.start()
+
+        title, text = program.acknowledge()
+        self.assertEqual(title, "Settings Were Open to Others")
+        self.assertIn(settings, text)
+        self.assertEqual([stat.S_IMODE(os.stat(path).st_mode) for path in (folder, settings)], [0o700, 0o600])
+
+        os.chmod(settings, 0o644)
+        wait_for(lambda: stat.S_IMODE(os.stat(settings).st_mode) == 0o600, "the file to be closed again")
+        self.assert_no_more_sheets(program)
+
     def test_what_a_killed_store_has_left_is_gone_with_the_next_start(self):
         program = self.launch()
         self.wait_for_listing(program, "in")
