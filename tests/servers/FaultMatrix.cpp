@@ -34,6 +34,7 @@ QByteArray verbOf(Operation operation)
     case ManualFolderCreation:
         return "MKD";
     case Deletion:
+    case CarefulDeletion:
         return "DELE";
     case ConnectionTest:
         return "TYPE";
@@ -176,7 +177,14 @@ QByteArrayList stepsOf(Manner manner, const Spot& spot)
 Ending endingWithoutPipelining(Fault fault, Operation operation, const Spot& spot)
 {
     if (fault.stage == Stage::Quit) {
-        return { Ending::Kind::Works }; // Nobody waits for the reply to QUIT.
+        // Nobody waits for the reply to QUIT; but a conversation's counts when it comes.
+        const bool counts = operation == CarefulDeletion && fault.manner == Manner::Refused;
+        return { counts ? Ending::Kind::Refused : Ending::Kind::Works };
+    }
+    const bool isHeard
+        = fault.manner == Manner::Refused || fault.manner == Manner::Slow || fault.manner == Manner::SingleBytes;
+    if (operation == CarefulDeletion && fault.stage == Stage::Command && !isHeard) {
+        return { Ending::Kind::Undecided };
     }
     switch (fault.manner) {
     case Manner::Refused: {
@@ -250,6 +258,8 @@ std::optional<bool> isDoneInSpiteOf(Fault fault, Operation operation)
     switch (operation) {
     case Deletion: // All of it was sent before.
         return serverGoesOn || fault.stage == Stage::Quit;
+    case CarefulDeletion:
+        return (serverGoesOn && fault.stage == Stage::Command) || fault.stage == Stage::Quit;
     case FolderCreation:
     case ManualFolderCreation:
         return serverGoesOn && fault.stage == Stage::Command;
@@ -283,7 +293,7 @@ std::optional<FaultPlan> planOfAnyStage(Fault fault, Operation operation)
     if (!spot) {
         return std::nullopt;
     }
-    if (isConversation(operation)) {
+    if (isPipelined(operation)) {
         return planOfConversation(fault.manner, *spot);
     }
     return FaultPlan{ .rules = { { .on = spot->event, .steps = spot->before + stepsOf(fault.manner, *spot) } },

@@ -16,7 +16,8 @@ enum class Operation {
     Listing,
     FolderCreation,
     ManualFolderCreation, ///< By the window's manual controls.
-    Deletion,
+    Deletion, ///< All of it sent at once, as the library does by itself.
+    CarefulDeletion, ///< The window's, and the library's when it is asked to be careful.
     LoginTest, ///< The library's.
     ConnectionTest, ///< The one in the window's preferences.
 };
@@ -53,6 +54,7 @@ struct Ending {
         Unreachable, ///< There is no connection.
         Believed, ///< The server fell silent without a refusal, which counts as done.
         BelievedAfterReset, ///< The same, by a reset of the connection.
+        Undecided, ///< The command was sent, and no word came of what has become of it.
     };
     Kind kind;
     int code = 0; ///< Of the refusal, or else of the server's latest reply; 0 for none.
@@ -86,8 +88,14 @@ const char* textOf(Manner manner);
 /// As a part of a test's name.
 std::string nameOf(Fault fault);
 
-/// Whether the operation is a conversation on a control connection alone, all of whose commands are sent at once.
-constexpr bool isConversation(Operation operation)
+/// Whether all commands of the operation are sent at once.
+constexpr bool isPipelined(Operation operation)
 {
     return operation == Operation::Deletion || operation == Operation::LoginTest;
+}
+
+/// Whether the operation is a conversation on a control connection alone.
+constexpr bool isConversation(Operation operation)
+{
+    return isPipelined(operation) || operation == Operation::CarefulDeletion;
 }

@@ -104,7 +104,7 @@ protected:
     /// Whether the window lists the folder when it takes the operation for done.
     static bool isListedAfterwards()
     {
-        return isInWindow() && (operation() == Operation::Deletion || operation() == Operation::FolderCreation);
+        return isInWindow() && (operation() == Operation::CarefulDeletion || operation() == Operation::FolderCreation);
     }
 
     /// Does the operation against the fault and answers what was told of its end.
@@ -167,14 +167,15 @@ const Column windowDownload{ 1, "download (window)", Way::Window, Operation::Dow
 const Column windowListing{ 2, "listing (window)", Way::Window, Operation::Listing };
 const Column windowCreation{ 3, "new folder (window)", Way::Window, Operation::FolderCreation };
 const Column windowManualCreation{ 4, "manual new folder (window)", Way::Window, Operation::ManualFolderCreation };
-const Column windowDeletion{ 5, "delete (window)", Way::Window, Operation::Deletion };
+const Column windowDeletion{ 5, "delete (window)", Way::Window, Operation::CarefulDeletion };
 const Column windowTest{ 6, "connection test (window)", Way::Window, Operation::ConnectionTest };
 const Column libraryUpload{ 7, "upload (library)", Way::Library, Operation::Upload };
 const Column libraryDownload{ 8, "download (library)", Way::Library, Operation::Download };
 const Column libraryListing{ 9, "listing (library)", Way::Library, Operation::Listing };
 const Column libraryCreation{ 10, "new folder (library)", Way::Library, Operation::FolderCreation };
 const Column libraryDeletion{ 11, "delete (library)", Way::Library, Operation::Deletion };
-const Column libraryLogin{ 12, "login test (library)", Way::Library, Operation::LoginTest };
+const Column libraryCarefulDeletion{ 12, "careful delete (library)", Way::Library, Operation::CarefulDeletion };
+const Column libraryLogin{ 13, "login test (library)", Way::Library, Operation::LoginTest };
 
 using testing::ValuesIn;
 
@@ -191,6 +192,8 @@ INSTANTIATE_TEST_SUITE_P(LibraryDownload, FaultMatrixTest, ValuesIn(cellsOf(libr
 INSTANTIATE_TEST_SUITE_P(LibraryListing, FaultMatrixTest, ValuesIn(cellsOf(libraryListing)), nameOfCell);
 INSTANTIATE_TEST_SUITE_P(LibraryFolderCreation, FaultMatrixTest, ValuesIn(cellsOf(libraryCreation)), nameOfCell);
 INSTANTIATE_TEST_SUITE_P(LibraryDeletion, FaultMatrixTest, ValuesIn(cellsOf(libraryDeletion)), nameOfCell);
+INSTANTIATE_TEST_SUITE_P(LibraryCarefulDeletion, FaultMatrixTest, ValuesIn(cellsOf(libraryCarefulDeletion)),
+                         nameOfCell);
 INSTANTIATE_TEST_SUITE_P(LibraryLoginTest, FaultMatrixTest, ValuesIn(cellsOf(libraryLogin)), nameOfCell);
 
 } // namespace

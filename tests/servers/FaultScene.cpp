@@ -33,6 +33,7 @@ void FaultScene::prepare(Operation operation)
         ++m_number;
         break;
     case Operation::Deletion:
+    case Operation::CarefulDeletion:
         m_server.putFile(u"folder/doomed.txt"_s, "x");
         break;
     case Operation::LoginTest:
@@ -57,6 +58,7 @@ bool FaultScene::isDone(Operation operation)
     case Operation::ManualFolderCreation:
         return QDir(m_server.pathOf(u"folder"_s)).exists(folderToMake());
     case Operation::Deletion:
+    case Operation::CarefulDeletion:
         return !m_server.file(u"folder/doomed.txt"_s);
     case Operation::LoginTest:
         return isLoggedIn();

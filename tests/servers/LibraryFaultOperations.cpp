@@ -27,6 +27,9 @@ public:
             // Whether the write or the report is first to see a lost connection is left to chance.
             lines.replaceInStrings(u"error while writing data"_s, u"general stream error (check credentials?)"_s);
         }
+        if (manager.isUndecided()) {
+            lines.append(u"undecided"_s);
+        }
         return (QStringList{ answer } + lines).join(u"; "_s);
     }
 
@@ -44,6 +47,8 @@ public:
                 return { "fails", u"false; error connecting."_s };
             }
             break;
+        case Ending::Kind::Undecided:
+            return { "not known", u"false; undecided"_s };
         case Ending::Kind::Refused:
         case Ending::Kind::FolderRefused:
         case Ending::Kind::Lost:
@@ -71,6 +76,8 @@ private:
         case Operation::ManualFolderCreation:
             return manager.createNewFolder(m_scene.folderToMake(), m_record.get());
         case Operation::Deletion:
+        case Operation::CarefulDeletion:
+            m_record->setCareful(operation == Operation::CarefulDeletion);
             return manager.deleteFileNamed(u"doomed.txt"_s, m_record.get());
         case Operation::LoginTest:
         case Operation::ConnectionTest:

@@ -211,10 +211,11 @@ protected:
         int count = 0;
         for (const Fault& fault : allFaults()) {
             for (const Operation operation :
-                 { Upload, Download, Listing, FolderCreation, ManualFolderCreation, Deletion, ConnectionTest }) {
+                 { Upload, Download, Listing, FolderCreation, ManualFolderCreation, CarefulDeletion, ConnectionTest }) {
                 count += fail(*m_window, operation, fault) ? 1 : 0;
             }
-            for (const Operation operation : { Upload, Download, Listing, FolderCreation, Deletion, LoginTest }) {
+            for (const Operation operation :
+                 { Upload, Download, Listing, FolderCreation, Deletion, CarefulDeletion, LoginTest }) {
                 count += fail(*m_library, operation, fault) ? 1 : 0;
             }
         }

@@ -1,7 +1,6 @@
 #include "ConnectionPool.h"
 #include "DestinationSettings.h"
 #include "EngineStreams.h"
-#include "FTPManager.h"
 #include "FaultOperations.h"
 #include "ItemOperations.h"
 #include "LogRecorder.h"
@@ -26,23 +25,7 @@ namespace {
 const QString checkSettings = u"Check Settings"_s;
 const QString notDeleted = u"Item Not Deleted"_s;
 const QString notCreated = u"Folder Not Created"_s;
-
-/// The library's, with time limits that a test can wait for. Deletions say everything at once, as the faults of their
-/// column expect it; what a careful conversation makes of servers is tested by itself.
-ItemOperations hastyItemOperations(bool hasShortTimeouts)
-{
-    ItemOperations operations = libraryItemOperations(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
-    operations.deleteFileNamed = [remove = operations.deleteFileNamed](const QByteArray& name, ListedKind kind,
-                                                                       const FMServer& server) {
-        const auto hasty = FMServer::serverWithDestination(server.destination(), server.username(), server.password());
-        hasty->setPort(server.port());
-        hasty->setAddress(server.address());
-        hasty->setTimeLimit(server.timeLimit());
-        hasty->setEncryption(server.encryption());
-        return remove(name, kind, *hasty);
-    };
-    return operations;
-}
+const QString noAnswer = u"No Answer"_s;
 
 /// What the preferences say of a test that has come to @p ending, and what such ends are called.
 Outcome outcomeOfTest(Ending ending)
@@ -67,6 +50,7 @@ Outcome outcomeOfTest(Ending ending)
         return { "no server", u"There is no FTP server at this address, or it cannot be reached."_s };
     case Ending::Kind::Believed:
     case Ending::Kind::BelievedAfterReset:
+    case Ending::Kind::Undecided:
         break;
     }
     return {};
@@ -88,7 +72,8 @@ public:
               { u"Username"_s, u"anna"_s },
               { u"Password"_s, u"secret"_s },
               { u"FTPFolder"_s, u"folder"_s } });
-        m_controller->items().setOperations(hastyItemOperations(hasShortTimeouts));
+        m_controller->items().setOperations(
+            libraryItemOperations(hasShortTimeouts ? shortTimeouts() : usualTimeouts()));
         const LogRecorder log; // What the library logs is not told in the window.
         begin(operation);
         const bool hasEnded = waitFor([this] { return isIdle() && !isTesting(); });
@@ -107,22 +92,23 @@ public:
         if (operation == Operation::ConnectionTest) {
             return outcomeOfTest(ending);
         }
-        const bool isSaidInASheet = operation == Operation::Deletion || operation == Operation::FolderCreation;
+        const bool isSaidInASheet = operation == Operation::CarefulDeletion || operation == Operation::FolderCreation;
         switch (ending.kind) {
         case Ending::Kind::Works:
             return { "works", isSaidInASheet ? u""_s : subjectOf(operation) + u" succeeded"_s };
-        case Ending::Kind::Believed:
-        case Ending::Kind::BelievedAfterReset:
-            return { "believed", u""_s };
+        case Ending::Kind::Undecided:
+            return { "not known", noAnswer };
         case Ending::Kind::Refused:
         case Ending::Kind::FolderRefused:
         case Ending::Kind::Lost:
         case Ending::Kind::Silence:
         case Ending::Kind::Unreachable:
+        case Ending::Kind::Believed:
+        case Ending::Kind::BelievedAfterReset:
             break;
         }
         if (isSaidInASheet) {
-            return { "fails", operation == Operation::Deletion ? notDeleted : notCreated };
+            return { "fails", operation == Operation::CarefulDeletion ? notDeleted : notCreated };
         }
         if (ending.kind != Ending::Kind::Refused) {
             return { "lost", u"Stream open error"_s };
@@ -162,6 +148,7 @@ private:
             return u"Create"_s;
         case Operation::FolderCreation:
         case Operation::Deletion:
+        case Operation::CarefulDeletion:
         case Operation::LoginTest:
         case Operation::ConnectionTest:
             break;
@@ -190,7 +177,7 @@ private:
                                            DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder(),
                                            DestinationSettings::username(), DestinationSettings::password());
             break;
-        case Operation::Deletion:
+        case Operation::CarefulDeletion:
             m_controller->items().deleteFile(u"doomed.txt"_s);
             m_scene.server().forgetRules();
             break;
@@ -198,8 +185,9 @@ private:
             m_controller->windows().showPreferences();
             preference<QPushButton>("testButton").click();
             break;
+        case Operation::Deletion:
         case Operation::LoginTest:
-            break;
+            break; // The library's.
         }
     }
 
@@ -215,12 +203,12 @@ private:
         if (operation == Operation::ConnectionTest) {
             return wordsOfTest();
         }
-        for (const QString& title : { notDeleted, notCreated }) {
+        for (const QString& title : { notDeleted, notCreated, noAnswer }) {
             if (hasSheet(title)) {
                 return title;
             }
         }
-        if (operation == Operation::Deletion || operation == Operation::FolderCreation) {
+        if (operation == Operation::CarefulDeletion || operation == Operation::FolderCreation) {
             return shownSheets().join(u' ');
         }
         return text(operation == Operation::Listing ? "listingStatusTextField" : "statusTextField")
