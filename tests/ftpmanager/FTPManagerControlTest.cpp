@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <future>
 #include <limits>
 #include <netinet/tcp.h>
@@ -619,24 +620,36 @@ TEST(CarefulConversationTest, RecordsAreNotCarefulAtFirst)
 
 TEST(CarefulConversationTest, TheSameCommandsAreSentTheOneThatCountsWhenAllBeforeWasAccepted)
 {
-    ControlServer server([](ControlPeer& peer) {
-        peer.send("220-hello\r\n220 there\r\n");
-        peer.receiveUntil("CWD dir\r\n");
-        EXPECT_EQ(peer.received(), "USER user\r\nPASS word\r\nCWD dir\r\n");
-        peer.send("331 go on\r\n230 in\r\n250 there\r\n");
-        peer.receiveUntil("DELE a.txt\r\n");
-        EXPECT_FALSE(peer.received().contains("QUIT"));
-        peer.send("250 gone\r\n");
-        peer.receiveUntil("QUIT\r\n");
-        peer.send("221 bye\r\n");
-    });
+    struct Row {
+        QByteArray command;
+        std::function<bool(FTPManager&, const FMServer*)> operation;
+    };
+    for (const Row& row :
+         { Row{ "DELE a.txt", [](auto&manager, auto*record) { return manager.deleteFileNamed(u"a.txt"_s, record); } },
+           Row{ "RMD a", [](auto&manager, auto*record) { return manager.deleteFileNamed(u"a"_s, record); } },
+           Row{ "SITE CHMOD 644 a.txt",
+                [](auto&manager, auto*record) { return manager.chmodFileNamed(u"a.txt"_s, 644, record); } } }) {
+        SCOPED_TRACE(row.command.constData());
+        ControlServer server([command = row.command](ControlPeer& peer) {
+            peer.send("220-hello\r\n220 there\r\n");
+            peer.receiveUntil("CWD dir\r\n");
+            EXPECT_EQ(peer.received(), "USER user\r\nPASS word\r\nCWD dir\r\n");
+            peer.send("331 go on\r\n230 in\r\n250 there\r\n");
+            peer.receiveUntil(command + "\r\n");
+            EXPECT_FALSE(peer.received().contains("QUIT"));
+            peer.send("250 done\r\n");
+            peer.receiveUntil("QUIT\r\n");
+            peer.send("221 bye\r\n");
+        });
 
-    FTPManager manager;
-    EXPECT_TRUE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+        FTPManager manager;
+        EXPECT_TRUE(row.operation(manager, carefulRecordFor(server).get()));
 
-    EXPECT_FALSE(manager.refusal());
-    server.close();
-    EXPECT_EQ(server.received(), QList<QByteArray>{ wholeConversation });
+        EXPECT_FALSE(manager.refusal());
+        server.close();
+        EXPECT_EQ(server.received(),
+                  QList<QByteArray>{ "USER user\r\nPASS word\r\nCWD dir\r\n" + row.command + "\r\nQUIT\r\n" });
+    }
 }
 
 TEST(CarefulConversationTest, NothingIsDeletedWhenTheLoginOrTheFolderIsRefused)

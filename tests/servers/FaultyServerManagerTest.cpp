@@ -122,6 +122,42 @@ TEST_F(FaultyServerManagerTest, TransfersFailWithTheirLogLineAndTheNextOneWorks)
     }
 }
 
+TEST_F(FaultyServerManagerTest, NothingIsChangedBeforeLoginAndFolderHaveBeenAccepted)
+{
+    const LogRecorder log;
+    m_record->setCareful(true);
+    struct Row {
+        QByteArray command;
+        std::function<bool()> operation;
+    };
+    for (const Row& row :
+         { Row{ "MKD", [this] { return m_manager.createNewFolder(u"made"_s, m_record.get()); } },
+           Row{ "DELE", [this] { return m_manager.deleteFileNamed(u"file.txt"_s, m_record.get()); } },
+           Row{ "SITE", [this] { return m_manager.chmodFileNamed(u"file.txt"_s, 600, m_record.get()); } } }) {
+        for (const char* const refused : { "PASS", "CWD" }) {
+            SCOPED_TRACE((row.command + " behind " + refused).constData());
+            m_server.forgetRecords();
+            m_server.add({ .on = refused, .steps = { "wait 50", "530 No" } });
+
+            EXPECT_FALSE(row.operation());
+
+            EXPECT_TRUE(m_server.waitForConnectionsClosed());
+            for (const QByteArray& line : m_server.commands()) {
+                EXPECT_FALSE(line.startsWith(row.command)) << line.constData();
+            }
+            m_server.forgetRules();
+        }
+        static_cast<void>(row.operation()); // SITE this server does not know.
+
+        EXPECT_TRUE(m_server.waitForConnectionsClosed());
+        QByteArrayList commands = m_server.commands();
+        if (row.command != "MKD") { // The streams' connection goes with the operation.
+            EXPECT_EQ(commands.takeLast(), "QUIT");
+        }
+        EXPECT_TRUE(commands.last().startsWith(row.command)) << commands.last().constData();
+    }
+}
+
 TEST_F(FaultyServerManagerTest, AllOperationsGoToTheAddressOfTheRecord)
 {
     m_record->setDestination(u"nowhere.invalid/folder"_s);
