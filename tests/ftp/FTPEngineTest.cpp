@@ -105,7 +105,7 @@ TEST_F(FTPEngineTest, ItsTimeLimitsAreTheOnesThatItWasGiven)
     recorder.start(streams.createListingStream(m_peer.location(u"/"_s)));
     auto control = m_peer.accept();
 
-    EXPECT_EQ(recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(recorder.waitForEnd(), QStringList{ u"silent"_s });
 }
 
 } // namespace

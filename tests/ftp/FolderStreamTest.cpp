@@ -140,7 +140,7 @@ TEST_P(FolderStreamTest, WithoutANameNothingIsSent)
 {
     startCreation(u"/"_s);
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"unsendable"_s });
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 

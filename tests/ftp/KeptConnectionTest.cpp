@@ -145,7 +145,7 @@ TEST_P(KeptConnectionTest, SilentInTheMidstOfASetUpItIsNoReasonToStopPipelining)
     EXPECT_EQ(m_control->hear(3).last(), "EPSV");
     m_control->say("250 There");
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"silent"_s });
     EXPECT_TRUE(m_peer.isLeftAlone());
 }
 

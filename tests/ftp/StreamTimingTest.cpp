@@ -19,7 +19,7 @@ protected:
                     step();
                     sinceStep.start();
                 }
-                return m_recorder.log().endsWith(u"other"_s);
+                return m_recorder.log().endsWith(u"silent"_s);
             },
             3 * limit);
     }
@@ -36,7 +36,7 @@ TEST_F(StreamTimingTest, ASlowLineKeepsAnUploadAliveWhileTheServerTakesIn)
     // Too little for the system to take more of us: it sends what it has taken.
     EXPECT_TRUE(goOnBeyond(m_timeouts.stalledData, [this] { m_data->receive(15'000); }));
 
-    EXPECT_EQ(m_recorder.waitForEnd().last(), u"other"_s); // When nothing moves any more.
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"silent"_s); // When nothing moves any more.
 }
 
 TEST_F(StreamTimingTest, ASlowLineKeepsAWholeUploadAliveWhileTheServerTakesIn)
@@ -90,7 +90,7 @@ TEST_F(StreamTimingTest, AListingGoesOnThatBringsAKibibyteAMinuteFromItsSecondOn
     startListing(u"/"_s);
     auto control = open("LIST");
     control->say("150 Comes");
-    EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, m_timeouts.slowListing * 3 / 4));
+    EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"silent"_s); }, m_timeouts.slowListing * 3 / 4));
 
     EXPECT_TRUE(goOnBeyond(m_timeouts.slowListing, [this] { m_data->sendBytes(QByteArray(1024, 'x')); }));
 
@@ -109,11 +109,11 @@ TEST_F(StreamTimingTest, AKibibyteAMinuteIsEnoughForAListingAndAByteLessIsNot)
         control->say("150 Comes");
         ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
         m_timeouts.slowListing = 1s; // The second minute, which begins when the first is over.
-        EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 100ms));
+        EXPECT_FALSE(waitFor([this] { return m_recorder.log().endsWith(u"silent"_s); }, 100ms));
 
         m_data->sendBytes(QByteArray(size, 'x'));
 
-        const bool isEnded = waitFor([this] { return m_recorder.log().endsWith(u"other"_s); }, 1500ms);
+        const bool isEnded = waitFor([this] { return m_recorder.log().endsWith(u"silent"_s); }, 1500ms);
         EXPECT_EQ(m_recorder.data.size(), size);
         EXPECT_EQ(isEnded, size < 1024);
         m_recorder.close();
@@ -156,7 +156,7 @@ TEST_F(StreamTimingTest, TheLimitOfASetUpHoldsForGreetingEncryptionAndLoginToget
     EXPECT_TRUE(control->startTls(m_tls));
     EXPECT_EQ(control->hear(), "PBSZ 0");
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"silent"_s });
 
     EXPECT_LT(sinceConnection.elapsed(), 1600);
 }
@@ -320,7 +320,7 @@ TEST_F(StreamTimingTest, AFailureThatBecomesDueWhileTheLoopIsHeldIsReportedAfter
 
     gate.setClosed(false);
 
-    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"unsendable"_s });
 }
 
 TEST_F(StreamTimingTest, AConnectionLostWhileTheLoopIsHeldIsReportedAfterwards)

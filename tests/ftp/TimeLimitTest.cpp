@@ -242,7 +242,10 @@ private:
 
     std::function<bool()> isFailed()
     {
-        return [this] { return m_recorder.log().endsWith(u"other"_s); };
+        return [this] {
+            const QStringList& log = m_recorder.log();
+            return log.endsWith(u"silent"_s) || log.endsWith(u"other"_s);
+        };
     }
     std::function<bool()> isControlEnded()
     {

@@ -17,7 +17,9 @@ QString textOf(const FTPStreamError& error)
     case FTPStreamError::Domain::Certificate:
         return u"certificate"_s;
     case FTPStreamError::Domain::Silent:
+        return u"silent"_s;
     case FTPStreamError::Domain::Unsendable:
+        return u"unsendable"_s;
     case FTPStreamError::Domain::Other:
         return u"other"_s;
     case FTPStreamError::Domain::None:

@@ -577,13 +577,16 @@ void Transfer::limitReached()
         return;
     case State::OpeningData:
     case State::SecuringData:
+        m_try.isDataSilent = true;
         dataFailed();
         return;
     case State::AwaitingReason:
         if (!m_try.hasDataConnection && recover(Trouble::DeadDataPort)) {
             return;
         }
-        break;
+        m_progress.wasSilent = m_try.isDataSilent; // Otherwise the data connection was lost, and without a reason.
+        fail();
+        return;
     case State::AwaitingLoginReason:
         endRefusedLogin();
         return;

@@ -74,6 +74,7 @@ private:
         int preliminaryReplies = 0; ///< Since the last final one, or since data last moved.
         bool hasConsented = false; ///< The server has said that it will do it, or need not say so.
         bool hasDataConnection = false; ///< It stands, or has stood.
+        bool isDataSilent = false; ///< The limit for making the data connection was over.
         bool isConfirmed = false; ///< The server has said that it was done.
         std::optional<qint64> size; ///< Bytes of the file, as the server says.
         qint64 moved = 0; ///< Bytes written or read.
