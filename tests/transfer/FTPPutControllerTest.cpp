@@ -1,5 +1,6 @@
 #include "FTPPutController.h"
 
+#include "CheckRows.h"
 #include "FileInputStream.h"
 #include "FileOfBytes.h"
 #include "LocalPath.h"
@@ -13,6 +14,7 @@
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
+using Outcome = UploadOutcome::Kind;
 
 namespace {
 
@@ -450,6 +452,73 @@ TEST_F(FTPPutControllerTest, AnyOtherErrorIsAStreamOpenError)
 
     EXPECT_EQ(m_delegate->calls, QStringList{ u"Stream open error"_s });
     EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPPutControllerTest, AnErrorOfTheStreamBecomesTheOutcomeOfItsKind)
+{
+    using Domain = FTPStreamError::Domain;
+    checkRows<void(FTPStreamError, Outcome, int)>(
+        {
+            { { Domain::FTP, 553 }, Outcome::Refused, 553 },
+            { { Domain::FTP, 421 }, Outcome::Refused, 421 },
+            { { Domain::Silent, 0 }, Outcome::Silent, 0 },
+            { { Domain::Unsendable, 0 }, Outcome::UnsendableName, 0 },
+            { { Domain::Other, 0 }, Outcome::ConnectionLost, 0 },
+            { { Domain::Certificate, 0 }, Outcome::Failed, 0 },
+        },
+        [this](const FTPStreamError& error, Outcome kind, int code) {
+            startSendingFileOfSize(3);
+            m_streams.last().error = error;
+            m_streams.last().reply = u"The last words"_s;
+
+            m_streams.last().send(FTPStreamEvent::ErrorOccurred);
+
+            EXPECT_EQ(m_controller->outcome().kind, kind);
+            EXPECT_EQ(m_controller->outcome().code, code);
+            EXPECT_EQ(m_controller->outcome().status, m_delegate->calls.last());
+            EXPECT_EQ(m_controller->outcome().reply, u"The last words"_s);
+        });
+}
+
+TEST_F(FTPPutControllerTest, WhatNeverReachesTheServerHasAnOutcomeOfItsOwn)
+{
+    checkRows<void(QString, Outcome, QString)>(
+        {
+            { path(u"none"_s), Outcome::NotFound, QString() },
+            { path(QString()), Outcome::NotPlainFile, u"Can not create output file."_s },
+            { u"/proc/self/mem"_s, Outcome::NotReadable, u"File read error"_s },
+        },
+        [this](const QString& path, Outcome kind, const QString& status) {
+            start(path);
+
+            EXPECT_EQ(m_controller->outcome().kind, kind);
+            EXPECT_EQ(m_controller->outcome().status, status);
+            EXPECT_EQ(m_controller->outcome().code, 0);
+            EXPECT_FALSE(m_controller->isSending());
+        });
+}
+
+TEST_F(FTPPutControllerTest, OnlyTheConfirmationIsTheOutcomeOfAnUploadThatWasNotInterrupted)
+{
+    startSendingFileOfSize(3);
+
+    m_streams.last().sendHasSpace();
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::Sending);
+
+    m_streams.last().sendHasSpace();
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::Confirmed);
+}
+
+TEST_F(FTPPutControllerTest, AnUploadThatIsInterruptedIsStoppedOrLost)
+{
+    startSendingFileOfSize(3);
+    m_controller->stopSendWithStatus(u"Upload Stopped"_s);
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::Stopped);
+
+    startSendingFileOfSize(3);
+    m_streams.last().writeAnswers = { -1 };
+    m_streams.last().sendHasSpace();
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::ConnectionLost);
 }
 
 TEST_F(FTPPutControllerTest, AFailedWriteIsANetworkWriteError)
