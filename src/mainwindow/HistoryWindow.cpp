@@ -1,5 +1,6 @@
 #include "HistoryWindow.h"
 
+#include "HistoryRows.h"
 #include "HistoryTableModel.h"
 #include "HistoryText.h"
 #include "UploadHistory.h"
@@ -113,7 +114,7 @@ QList<int> HistoryWindow::selectedRows() const
 void HistoryWindow::queueAgain()
 {
     const QList<int> selected = selectedRows();
-    m_queueAgain(selected.isEmpty() ? m_history.rowsToQueueAgain() : selected);
+    m_queueAgain(selected.isEmpty() ? HistoryRows::unsettled(m_history.entries()) : selected);
     refresh();
 }
 
@@ -125,7 +126,7 @@ void HistoryWindow::copy()
             rows.append(row);
         }
     }
-    QApplication::clipboard()->setText(m_history.text(rows));
+    QApplication::clipboard()->setText(HistoryText::lines(m_history.entries(), rows));
 }
 
 void HistoryWindow::showEvent(QShowEvent* event)
@@ -156,9 +157,10 @@ void HistoryWindow::refresh()
 void HistoryWindow::showWhatCanBeDone()
 {
     const QList<int> selected = selectedRows();
-    const bool canQueue = selected.isEmpty()
-        ? m_history.hasRowsToQueueAgain()
-        : std::any_of(selected.begin(), selected.end(), [this](int row) { return m_history.canQueueAgain(row); });
+    const bool canQueue = selected.isEmpty() ? m_history.hasUnsettledRows()
+                                             : std::any_of(selected.begin(), selected.end(), [this](int row) {
+                                                   return m_history.entries()[row].canQueueAgain();
+                                               });
     const bool canCopy = m_history.rowCount() > 0;
     m_ui->queueAgainButton->setEnabled(canQueue);
     m_ui->queueAgainAction->setEnabled(canQueue);

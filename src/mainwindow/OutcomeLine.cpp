@@ -1,6 +1,7 @@
 #include "OutcomeLine.h"
 
 #include "DrawnIcons.h"
+#include "HistoryRows.h"
 #include "UploadHistory.h"
 
 #include <QAccessibleWidget>
@@ -57,9 +58,9 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     dismissButton->setToolTip(u"Dismiss"_s);
     dismissButton->setAccessibleName(u"Dismiss"_s);
     connect(dismissButton, &QToolButton::clicked, this, &QWidget::hide);
-    connect(m_showButton, &QToolButton::clicked, this, [this] { emit showRequested(m_history->rowsToShowOfQueue()); });
-    connect(m_queueAgainButton, &QToolButton::clicked, this,
-            [this] { emit queueAgainRequested(m_history->lostRowsOfQueue()); });
+    connect(m_showButton, &QToolButton::clicked, this,
+            [this] { emit showRequested(HistoryRows::remarkable(m_history->entries(), m_history->firstQueueRow())); });
+    connect(m_queueAgainButton, &QToolButton::clicked, this, [this] { emit queueAgainRequested(lostRows()); });
     hide();
 }
 
@@ -92,11 +93,17 @@ void OutcomeLine::queueDrained()
     setVisible(!m_text->text().isEmpty());
 }
 
+/// The rows of the queue whose files were lost or stopped.
+QList<int> OutcomeLine::lostRows() const
+{
+    return HistoryRows::unsettled(m_history->entries(), m_history->firstQueueRow());
+}
+
 void OutcomeLine::refresh()
 {
     const bool isWarning = m_history->queueTally().lost() > 0;
     const QString text = m_history->queueText();
-    m_queueAgainButton->setVisible(m_history->canQueueAnyAgain());
+    m_queueAgainButton->setVisible(HistoryRows::isAnyPresent(m_history->entries(), lostRows()));
     if (text == m_text->text() && m_icon->isVisibleTo(this) == isWarning) {
         return;
     }

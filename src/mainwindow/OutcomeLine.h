@@ -29,6 +29,7 @@ private:
     QToolButton* addButton(const char* name, const QString& text);
     void queueDrained();
     void refresh();
+    QList<int> lostRows() const;
 
     const UploadHistory* m_history = nullptr;
     QLabel* m_icon;

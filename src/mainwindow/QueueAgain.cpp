@@ -1,11 +1,9 @@
 #include "QueueAgain.h"
 
 #include "DestinationSettings.h"
+#include "HistoryRows.h"
 #include "SheetQueue.h"
 #include "ViewController.h"
-
-#include <algorithm>
-#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -13,7 +11,8 @@ namespace {
 
 void queueNow(ViewController& controller, const QList<int>& rows)
 {
-    const QStringList paths = controller.history().takeToQueueAgain(rows);
+    UploadHistory& history = controller.history();
+    const QStringList paths = history.takeToQueueAgain(HistoryRows::present(history.entries(), rows));
     if (paths.isEmpty()) {
         controller.showAlert(u"Queue Again"_s, u"None of these files is there any more."_s);
     } else {
@@ -25,12 +24,10 @@ void queueNow(ViewController& controller, const QList<int>& rows)
 
 void queueAgain(ViewController& controller, const QList<int>& rows)
 {
-    const UploadHistory& history = controller.history();
-    QList<int> wanted;
-    std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(wanted),
-                 [&history](int row) { return history.canQueueAgain(row); });
+    const QList<HistoryEntry>& entries = controller.history().entries();
+    const QList<int> wanted = HistoryRows::repeatable(entries, rows);
     const QString present = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
-    QStringList others = history.destinationsOf(wanted);
+    QStringList others = HistoryRows::destinations(entries, wanted);
     others.removeAll(present);
     if (wanted.isEmpty()) {
         return;

@@ -19,7 +19,12 @@ struct HistoryEntry {
     std::optional<qint64> durationMs = {}; ///< From the start to the end of the upload.
     std::optional<qint64> listedSize
         = {}; ///< What the server lists it with, in bytes, where that is not what was sent.
-    int code = 0; ///< Of a refusal: the server's reply code.
     QString status = {}; ///< What the upload said when it failed.
     QString reply = {}; ///< The server's last reply to it, escaped; null for none.
+
+    /// Whether its file stood in a queue and has ended without arriving, and no later entry stands for another try.
+    bool isUnsettled() const;
+    /// Whether its file has not arrived, and somebody may want it to be queued again: also one that was sent by hand or
+    /// taken out of the queue.
+    bool canQueueAgain() const;
 };

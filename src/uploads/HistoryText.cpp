@@ -157,6 +157,15 @@ QString line(const HistoryEntry& entry)
         .join(u'\t');
 }
 
+QString lines(const QList<HistoryEntry>& entries, const QList<int>& rows)
+{
+    QString text = titleLine() + u'\n';
+    for (const int row : rows) {
+        text += line(entries[row]) + u'\n';
+    }
+    return text;
+}
+
 QString summary(const FileTally& tally, qsizetype waiting)
 {
     const QList<std::pair<qsizetype, QString>> counts{

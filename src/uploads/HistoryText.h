@@ -3,6 +3,7 @@
 #include "FileTally.h"
 #include "HistoryEntry.h"
 
+#include <QList>
 #include <QStringList>
 
 /// What the history shows and copies.
@@ -23,6 +24,8 @@ QString titleLine();
 /// @p entry as one line, separated by tabs: the whole path, and bare numbers in bytes and seconds, as a spreadsheet
 /// reads them. Tabs and line ends in names are made visible, so that they separate nothing.
 QString line(const HistoryEntry& entry);
+/// The lines of those @p rows of @p entries under the titles. Takes time by the number of rows.
+QString lines(const QList<HistoryEntry>& entries, const QList<int>& rows);
 
 /// How many files stand where, in one line; empty when there are none.
 QString summary(const FileTally& tally, qsizetype waiting);

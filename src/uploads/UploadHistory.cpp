@@ -1,8 +1,5 @@
 #include "UploadHistory.h"
 
-#include "HistoryText.h"
-#include "LocalItem.h"
-#include "LocalName.h"
 #include "OutcomeText.h"
 #include "PathText.h"
 
@@ -85,9 +82,7 @@ void UploadHistory::manualFileStarts(const QString& path, const QString& destina
 void UploadHistory::start(int row, const QString& destination)
 {
     m_current = Current{ row, destination, m_clock() };
-    // What was sent there before is about to be replaced.
-    m_unchecked.remove({ destination, nameOf(row) });
-    m_missing.remove({ destination, nameOf(row) });
+    m_listingCheck.fileStarts(destination, nameOf(row));
     m_entries[row].outcome = Outcome::Sending;
     m_entries[row].destination = destination;
     emit rowsChanged(row, row);
@@ -103,14 +98,13 @@ void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
 {
     const int row = m_current->row;
     m_entries[row].size = sent;
-    m_unchecked.insert({ m_current->destination, nameOf(row) }, { row, ++m_confirmations });
+    m_listingCheck.fileConfirmed(m_current->destination, nameOf(row), row, sent);
     end(Outcome::Confirmed, reply);
 }
 
 void UploadHistory::fileEnded(const UploadOutcome& outcome)
 {
     HistoryEntry& entry = m_entries[m_current->row];
-    entry.code = outcome.code;
     entry.status = outcome.status;
     end(outcome.kind, outcome.reply);
 }
@@ -160,16 +154,7 @@ void UploadHistory::count(int row, int step)
     if (!entry.isManual && row >= m_firstQueueRow) {
         m_tally.count(entry.outcome, step);
     }
-    m_unsettled += isUnsettled(entry) ? step : 0;
-}
-
-/// A listing knows better of a file that has ended.
-void UploadHistory::correct(int row, Outcome outcome)
-{
-    count(row, -1);
-    m_entries[row].outcome = outcome;
-    count(row);
-    emit rowsChanged(row, row);
+    m_unsettled += entry.isUnsettled() ? step : 0;
 }
 
 void UploadHistory::checkDrained()
@@ -181,9 +166,7 @@ void UploadHistory::checkDrained()
 
 bool UploadHistory::hasUncheckedFiles() const
 {
-    return std::any_of(m_unchecked.cbegin(), m_unchecked.cend(), [this](const Unchecked& file) {
-        return file.row >= m_firstQueueRow && !m_entries[file.row].isManual;
-    });
+    return m_listingCheck.hasUnchecked([this](int row) { return row >= m_firstQueueRow && !m_entries[row].isManual; });
 }
 
 bool UploadHistory::isQueueFileSent() const
@@ -191,58 +174,21 @@ bool UploadHistory::isQueueFileSent() const
     return m_current && !m_entries[m_current->row].isManual;
 }
 
-// The list of the server.
+// The server's listing.
 
-void UploadHistory::listingStarts(const QString& place)
+void UploadHistory::listingStarts(const QString& location)
 {
-    m_listedPlace = place;
-    m_listingSequence = m_confirmations;
-    m_isDotListed = false;
+    m_listingCheck.listingStarts(location);
 }
 
 void UploadHistory::listed(const QList<ListingEntry>& entries)
 {
-    if (m_unchecked.isEmpty() && m_missing.isEmpty()) {
-        return;
-    }
-    for (const ListingEntry& item : entries) {
-        m_isDotListed = m_isDotListed || (item.name.startsWith(u'.') && item.name != u"."_s && item.name != u".."_s);
-        const Place place(m_listedPlace, localName(item));
-        const auto found = m_unchecked.constFind(place);
-        if (found == m_unchecked.cend()) {
-            if (const auto missing = m_missing.constFind(place); missing != m_missing.cend()) {
-                checkListed(missing.value(), item, place);
-            }
-        } else if (found->sequence <= m_listingSequence) {
-            const int row = found->row;
-            m_unchecked.erase(found);
-            checkListed(row, item, place);
-        }
-    }
+    correct(m_listingCheck.listed(entries));
 }
 
-/// @p item is what the server has at @p place of the confirmed file of @p row. Later listings may know better of what
-/// is not as it was sent.
-void UploadHistory::checkListed(int row, const ListingEntry& item, const Place& place)
+void UploadHistory::listingSucceeded()
 {
-    HistoryEntry& entry = m_entries[row];
-    if (item.type == ListingEntry::plainFileType && item.size && item.size != entry.size) {
-        entry.listedSize = item.size;
-        m_missing.insert(place, row);
-        correct(row, Outcome::OtherSize);
-        return;
-    }
-    m_missing.remove(place);
-    entry.listedSize.reset();
-    if (entry.outcome != Outcome::Confirmed) {
-        correct(row, Outcome::Confirmed);
-    }
-}
-
-void UploadHistory::forgetUnchecked()
-{
-    m_unchecked.clear();
-    m_missing.clear();
+    correct(m_listingCheck.listingSucceeded());
     emit filesChecked();
 }
 
@@ -251,25 +197,23 @@ void UploadHistory::listingFailed()
     emit filesChecked(); // What it has brought counts.
 }
 
-void UploadHistory::listingSucceeded()
+void UploadHistory::forgetUnchecked()
 {
-    // Each is looked at twice at most: what stays was confirmed while the listing ran, and goes with the next one.
-    QHash<Place, int> missing;
-    const auto isOver = [this, &missing](const QHash<Place, Unchecked>::iterator& each) {
-        if (each.key().first != m_listedPlace || each->sequence > m_listingSequence) {
-            return false;
-        }
-        missing.insert(each.key(), each->row);
-        return true;
-    };
-    m_unchecked.removeIf(isOver);
-    for (auto each = missing.cbegin(); each != missing.cend(); ++each) {
-        if (m_isDotListed || !each.key().second.startsWith(u'.')) {
-            m_missing.insert(each.key(), each.value());
-            correct(each.value(), Outcome::NotListed);
-        }
-    }
+    m_listingCheck.forgetAll();
     emit filesChecked();
+}
+
+/// A listing knows better of files that have ended.
+void UploadHistory::correct(const QList<ListingCheck::Finding>& findings)
+{
+    for (const ListingCheck::Finding& finding : findings) {
+        HistoryEntry& entry = m_entries[finding.row];
+        count(finding.row, -1);
+        entry.outcome = finding.outcome;
+        entry.listedSize = finding.listedSize;
+        count(finding.row);
+        emit rowsChanged(finding.row, finding.row);
+    }
 }
 
 // What is known.
@@ -282,15 +226,6 @@ double UploadHistory::queueProgress(float percent) const
     const int done = m_tally.tried();
     const auto all = static_cast<double>(done) + static_cast<double>(m_waiting.size()) + (isQueueFileSent() ? 1 : 0);
     return (done + (isQueueFileSent() ? static_cast<double>(percent) / 100 : 0)) / all;
-}
-
-QString UploadHistory::text(const QList<int>& rows) const
-{
-    QString text = HistoryText::titleLine() + u'\n';
-    for (const int row : rows) {
-        text += HistoryText::line(m_entries[row]) + u'\n';
-    }
-    return text;
 }
 
 QString UploadHistory::nameOf(int row) const
@@ -311,95 +246,15 @@ QString UploadHistory::queueText() const
     return outcomeText(m_tally);
 }
 
-QList<int> UploadHistory::lostRowsOfQueue() const
-{
-    QList<int> rows;
-    for (int row = m_firstQueueRow; row < rowCount(); ++row) {
-        if (isUnsettled(m_entries[row])) {
-            rows.append(row);
-        }
-    }
-    return rows;
-}
-
-QList<int> UploadHistory::rowsToShowOfQueue() const
-{
-    QList<int> remarkable;
-    QList<int> all;
-    for (int row = m_firstQueueRow; row < rowCount(); ++row) {
-        const HistoryEntry& entry = m_entries[row];
-        if (entry.isManual || entry.outcome == Outcome::Note) {
-            continue;
-        }
-        all.append(row);
-        if (entry.outcome != Outcome::Confirmed) {
-            remarkable.append(row);
-        }
-    }
-    return remarkable.isEmpty() ? all : remarkable;
-}
-
-bool UploadHistory::canQueueAnyAgain() const
-{
-    const QList<int> rows = lostRowsOfQueue();
-    return std::any_of(rows.begin(), rows.end(), [this](int row) { return isPlainLocalFile(m_entries[row].path); });
-}
-
-// Trying again.
-
-bool UploadHistory::isUnsettled(const HistoryEntry& entry)
-{
-    const bool isLost = isFailure(entry.outcome) || entry.outcome == Outcome::Stopped;
-    return isLost && !entry.isManual && !entry.isQueuedAgain;
-}
-
-bool UploadHistory::canQueueAgain(int row) const
-{
-    const HistoryEntry& entry = m_entries[row];
-    const bool isOpen
-        = isFailure(entry.outcome) || entry.outcome == Outcome::Stopped || entry.outcome == Outcome::Removed;
-    return isOpen && !entry.isQueuedAgain;
-}
-
-QList<int> UploadHistory::rowsToQueueAgain() const
-{
-    QList<int> rows;
-    for (int row = 0; row < rowCount(); ++row) {
-        if (isUnsettled(m_entries[row])) {
-            rows.append(row);
-        }
-    }
-    return rows;
-}
-
-QStringList UploadHistory::destinationsOf(const QList<int>& rows) const
-{
-    QStringList destinations;
-    for (const int row : rows) {
-        const QString& destination = m_entries[row].destination;
-        if (!destination.isNull() && !destinations.contains(destination)) {
-            destinations.append(destination);
-        }
-    }
-    return destinations;
-}
-
-bool UploadHistory::isPlainLocalFile(const QString& path)
-{
-    const std::optional<LocalItem> item = LocalItem::at(path);
-    return item && item->isPlainFile;
-}
-
-QStringList UploadHistory::takeToQueueAgain(const QList<int>& rows, const FileCheck& isPlainFile)
+QStringList UploadHistory::takeToQueueAgain(const QList<int>& rows)
 {
     QStringList paths;
     for (const int row : rows) {
-        if (!canQueueAgain(row) || !isPlainFile(m_entries[row].path)) {
-            continue;
+        if (m_entries[row].canQueueAgain()) {
+            count(row, -1);
+            m_entries[row].isQueuedAgain = true;
+            paths.append(m_entries[row].path);
         }
-        count(row, -1);
-        m_entries[row].isQueuedAgain = true;
-        paths.append(m_entries[row].path);
     }
     if (!paths.isEmpty()) {
         emit rowsChanged(*std::min_element(rows.begin(), rows.end()), *std::max_element(rows.begin(), rows.end()));

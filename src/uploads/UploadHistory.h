@@ -2,9 +2,8 @@
 
 #include "FileTally.h"
 #include "HistoryEntry.h"
-#include "ListingEntry.h"
+#include "ListingCheck.h"
 
-#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QStringList>
@@ -12,7 +11,6 @@
 #include <deque>
 #include <functional>
 #include <optional>
-#include <utility>
 
 /// The outcome of each file of this run, one row for each, in the order in which they were queued or started. It only
 /// observes: the code that queues, starts and ends uploads reports to it. Each call costs the same however long the
@@ -23,7 +21,6 @@ class UploadHistory final : public QObject {
 public:
     /// Answers milliseconds from any beginning; never runs backwards.
     using Clock = std::function<qint64()>;
-    using FileCheck = std::function<bool(const QString& path)>;
 
     explicit UploadHistory(Clock clock = steadyClock, QObject* parent = nullptr);
 
@@ -49,17 +46,16 @@ public:
 
     // The server's listing: a confirmed file has to be in it, with the size that was sent.
 
-    /// A listing of the folder @p place begins.
-    void listingStarts(const QString& place);
+    /// A listing of the folder @p location begins.
+    void listingStarts(const QString& location);
     /// Items of the listing that has begun last.
     void listed(const QList<ListingEntry>& entries);
-    /// That listing is complete. A confirmed file that it does not hold is not listed, unless its name begins with "."
-    /// and the listing has no such names at all.
+    /// That listing is complete.
     void listingSucceeded();
-    /// Listings are of another place from here on, or seen by another login: they say nothing of what was sent before.
-    void forgetUnchecked();
     /// That listing has ended before.
     void listingFailed();
+    /// Listings are of another folder from here on, or seen by another login: they say nothing of what was sent before.
+    void forgetUnchecked();
 
     // What is known.
 
@@ -84,29 +80,13 @@ public:
     bool hasUncheckedFiles() const;
     /// The share of the files of the queue that is done, from 0 to 1, when @p percent of the present one are.
     double queueProgress(float percent) const;
-    /// The rows, as lines of text under a line of titles. Takes time by the number of @p rows.
-    QString text(const QList<int>& rows) const;
-    /// The rows of the present queue, or of the last one, whose files were lost or stopped. Takes time by its length.
-    QList<int> lostRowsOfQueue() const;
-    /// The rows of that queue that somebody may want to see: those that were not simply uploaded, or all. Likewise.
-    QList<int> rowsToShowOfQueue() const;
-    /// Whether another try of one of lostRowsOfQueue() can work. Likewise.
-    bool canQueueAnyAgain() const;
+    /// Where the rows of the present queue begin, or those of the last one.
+    int firstQueueRow() const { return m_firstQueueRow; }
+    /// Whether the file of any row is unsettled (HistoryEntry::isUnsettled()).
+    bool hasUnsettledRows() const { return m_unsettled > 0; }
 
-    // Trying again.
-
-    /// Whether the file of that row has ended without arriving, and is not queued again already.
-    bool canQueueAgain(int row) const;
-    /// Whether rowsToQueueAgain() answers any.
-    bool hasRowsToQueueAgain() const { return m_unsettled > 0; }
-    /// All rows whose files stood in a queue and failed or were stopped. Takes time by the length of the history.
-    QList<int> rowsToQueueAgain() const;
-    /// The folders that the files of @p rows were to go to, each once, as locations; none for a file that was never
-    /// started.
-    QStringList destinationsOf(const QList<int>& rows) const;
-    /// Notes that the files of those of @p rows that can be queued again are, and answers their paths. What is no plain
-    /// file by now stays as it is: another try cannot work.
-    QStringList takeToQueueAgain(const QList<int>& rows, const FileCheck& isPlainFile = isPlainLocalFile);
+    /// Notes that the files of those of @p rows that can be queued again are, and answers their paths.
+    QStringList takeToQueueAgain(const QList<int>& rows);
 
 signals:
     /// The rows from @p first to @p last are about to come at the end; rowsAppended() follows.
@@ -118,7 +98,7 @@ signals:
     void queueBegins();
     /// No file of the queue waits or is being sent any more.
     void queueDrained();
-    /// A complete listing has been compared with the confirmed files.
+    /// A listing has been compared with the confirmed files, or none will be.
     void filesChecked();
 
 private:
@@ -127,26 +107,17 @@ private:
         QString destination;
         qint64 startedAt;
     };
-    /// A confirmed file that no listing has shown since.
-    struct Unchecked {
-        int row;
-        qint64 sequence; ///< Which of all confirmations it was.
-    };
-    using Place = std::pair<QString, QString>; ///< A folder, and a name in it.
 
     static qint64 steadyClock();
-    static bool isPlainLocalFile(const QString& path);
 
     void append(QList<HistoryEntry> entries);
     void start(int row, const QString& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
-    void correct(int row, HistoryEntry::Outcome outcome);
-    void checkListed(int row, const ListingEntry& item, const Place& place);
+    void correct(const QList<ListingCheck::Finding>& findings);
     void checkDrained();
     bool isQueueFileSent() const;
     QString nameOf(int row) const;
-    static bool isUnsettled(const HistoryEntry& entry);
 
     Clock m_clock;
     QList<HistoryEntry> m_entries;
@@ -156,12 +127,6 @@ private:
     FileTally m_tally; ///< Of that queue.
     FileTally m_runTally;
     bool m_isDrained = true; ///< The end of that queue has been reported.
-    qsizetype m_unsettled = 0; ///< How many rows rowsToQueueAgain() answers.
-
-    QHash<Place, Unchecked> m_unchecked;
-    QHash<Place, int> m_missing; ///< The rows of confirmed files that were not listed as they were sent.
-    qint64 m_confirmations = 0;
-    QString m_listedPlace;
-    qint64 m_listingSequence = 0; ///< The listing shows the files that were confirmed up to this one.
-    bool m_isDotListed = false; ///< It holds names that begin with ".".
+    qsizetype m_unsettled = 0; ///< How many rows are.
+    ListingCheck m_listingCheck;
 };

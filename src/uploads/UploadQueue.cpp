@@ -6,19 +6,15 @@ void UploadQueue::append(const QStringList& paths, const QStringList& leftOut)
 {
     m_paths += paths;
     m_history.filesQueued(paths, leftOut);
-    emit changed();
 }
 
 void UploadQueue::clear()
 {
     m_paths.clear();
     m_history.queueCleared();
-    emit changed();
 }
 
 QString UploadQueue::takeFirst()
 {
-    QString path = m_paths.takeFirst();
-    emit changed();
-    return path;
+    return m_paths.takeFirst();
 }

@@ -1,17 +1,14 @@
 #pragma once
 
-#include <QObject>
 #include <QStringList>
 
 class UploadHistory;
 
 /// The local files that wait to be uploaded, first in first out. A file that was taken out is never put back. Belongs
 /// to the main thread.
-class UploadQueue final : public QObject {
-    Q_OBJECT
-
+class UploadQueue {
 public:
-    /// @p history is told of each file, and outlives the queue.
+    /// Each file is reported to @p history, which outlives the queue.
     explicit UploadQueue(UploadHistory& history)
         : m_history(history)
     {
@@ -26,9 +23,6 @@ public:
     const QStringList& paths() const { return m_paths; }
     qsizetype size() const { return m_paths.size(); }
     bool isEmpty() const { return m_paths.isEmpty(); }
-
-signals:
-    void changed();
 
 private:
     UploadHistory& m_history;

@@ -6,8 +6,8 @@ class FTPPutController;
 class UploadHistory;
 class UploadQueue;
 
-/// The upload under way: starts and stops the upload controller, and tells the history what has become of each file.
-/// The controller's delegate hands its reports on. Belongs to the main thread.
+/// The upload under way: starts and stops the upload controller, and reports to the history what has become of each
+/// file. The controller's delegate hands its reports on. Belongs to the main thread.
 class UploadRun {
 public:
     /// Both outlive the run.

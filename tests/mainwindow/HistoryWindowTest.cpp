@@ -145,11 +145,11 @@ TEST_F(HistoryWindowTest, CopyTakesTheSelectedLinesOrAll)
     ASSERT_TRUE(waitFor([this] { return copy().isEnabled(); }));
 
     copy().click();
-    EXPECT_EQ(QApplication::clipboard()->text(), m_controller->history().text({ 0, 1, 2 }));
+    EXPECT_EQ(QApplication::clipboard()->text(), HistoryText::lines(m_controller->history().entries(), { 0, 1, 2 }));
 
     table().selectRow(2);
     part<QAction>("copyHistoryAction").trigger();
-    EXPECT_EQ(QApplication::clipboard()->text(), m_controller->history().text({ 2 }));
+    EXPECT_EQ(QApplication::clipboard()->text(), HistoryText::lines(m_controller->history().entries(), { 2 }));
 }
 
 TEST_F(HistoryWindowTest, ItFollowsTheFileBeingSentUnlessTheUserLooksElsewhere)

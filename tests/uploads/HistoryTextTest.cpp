@@ -140,4 +140,11 @@ TEST(HistoryTextTest, TheSummaryNamesWhatThereIs)
               u"1,200 confirmed, 5 listed with another size, 1 failed, 2 stopped, 3 removed, 4 waiting"_s);
 }
 
+TEST(HistoryTextTest, RowsAreLinesUnderTheTitles)
+{
+    EXPECT_EQ(HistoryText::lines({ { .path = u"/a"_s }, { .path = u"/b"_s }, { .path = u"/c"_s } }, { 0, 2 }),
+              u"File\tSize (bytes)\tDuration (s)\tSpeed (bytes/s)\tOutcome\tServer reply\n"
+              "/a\t\t\t\tWaiting\t\n/c\t\t\t\tWaiting\t\n"_s);
+}
+
 } // namespace

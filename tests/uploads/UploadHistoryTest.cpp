@@ -1,5 +1,6 @@
 #include "UploadHistory.h"
 
+#include "HistoryRows.h"
 #include "LocalPath.h"
 #include "Printers.h"
 
@@ -50,16 +51,13 @@ protected:
         entry.type = type;
         return entry;
     }
-    void list(const QList<ListingEntry>& items, const QString& place = u"ftp://host/in/"_s)
+    void list(const QList<ListingEntry>& items, const QString& location = u"ftp://host/in/"_s)
     {
-        m_history.listingStarts(place);
+        m_history.listingStarts(location);
         m_history.listed(items);
         m_history.listingSucceeded();
     }
-    QStringList takeAgain(const QList<int>& rows)
-    {
-        return m_history.takeToQueueAgain(rows, [](const QString& /*path*/) { return true; });
-    }
+    bool canQueueAgain(int row) { return m_history.entries()[row].canQueueAgain(); }
     std::optional<qint64> listedSize(int row) { return m_history.entries()[row].listedSize; }
 
     qint64 m_now = 1000;
@@ -136,7 +134,7 @@ TEST_F(UploadHistoryTest, ANoteIsALineOfItsOwn)
 
     ASSERT_EQ(m_history.rowCount(), 1);
     EXPECT_EQ(outcome(0), Outcome::Note);
-    EXPECT_FALSE(m_history.canQueueAgain(0));
+    EXPECT_FALSE(canQueueAgain(0));
 }
 
 TEST_F(UploadHistoryTest, AQueueThatIsWorkedOffSaysSoOnceAndHowItWent)
@@ -199,7 +197,7 @@ TEST_F(UploadHistoryTest, WhatIsLeftOutIsCountedInTheQueueOfItsDropAndNeverAsFai
 
     EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .leftOut = 1 }));
     EXPECT_EQ(outcome(0), Outcome::LeftOut);
-    EXPECT_FALSE(m_history.canQueueAgain(0));
+    EXPECT_FALSE(canQueueAgain(0));
     EXPECT_EQ(m_drained.size(), 1);
 
     m_history.filesQueued({}, { u"/folder"_s });
@@ -231,20 +229,11 @@ TEST_F(UploadHistoryTest, AFileThatIsQueuedAgainCountsByItsLastTry)
 {
     m_history.filesQueued({ u"/a"_s });
     failNext();
-    m_history.filesQueued(takeAgain({ 0 }));
+    m_history.filesQueued(m_history.takeToQueueAgain({ 0 }));
 
     confirmNext();
 
     EXPECT_EQ(m_history.runTally(), FileTally{ .confirmed = 1 });
-}
-
-TEST_F(UploadHistoryTest, WhatIsNoPlainFileAnyMoreIsNotQueuedAgain)
-{
-    m_history.filesQueued({ u"/nonexistent/a"_s });
-    failNext();
-
-    EXPECT_TRUE(m_history.takeToQueueAgain({ 0 }).isEmpty());
-    EXPECT_TRUE(m_history.canQueueAgain(0));
 }
 
 TEST_F(UploadHistoryTest, LostFilesCanBeQueuedAgainAndAreOnlyOnce)
@@ -254,14 +243,14 @@ TEST_F(UploadHistoryTest, LostFilesCanBeQueuedAgainAndAreOnlyOnce)
     confirmNext();
     send();
     m_history.fileEnded({ .kind = Outcome::Stopped, .status = u"Upload Stopped"_s });
-    ASSERT_TRUE(m_history.hasRowsToQueueAgain());
-    EXPECT_EQ(m_history.rowsToQueueAgain(), (QList<int>{ 0, 2 }));
-    EXPECT_FALSE(m_history.canQueueAgain(1));
+    ASSERT_TRUE(m_history.hasUnsettledRows());
+    EXPECT_EQ(HistoryRows::unsettled(m_history.entries()), (QList<int>{ 0, 2 }));
+    EXPECT_FALSE(canQueueAgain(1));
 
-    EXPECT_EQ(takeAgain({ 0, 1, 2 }), (QStringList{ u"/a"_s, u"/c"_s }));
+    EXPECT_EQ(m_history.takeToQueueAgain({ 0, 1, 2 }), (QStringList{ u"/a"_s, u"/c"_s }));
 
-    EXPECT_FALSE(m_history.hasRowsToQueueAgain());
-    EXPECT_TRUE(takeAgain({ 0, 1, 2 }).isEmpty());
+    EXPECT_FALSE(m_history.hasUnsettledRows());
+    EXPECT_TRUE(m_history.takeToQueueAgain({ 0, 1, 2 }).isEmpty());
     EXPECT_EQ(outcome(0), Outcome::Failed);
 }
 
@@ -272,10 +261,10 @@ TEST_F(UploadHistoryTest, RemovedAndManualFilesAreQueuedAgainOnlyOnPurpose)
     m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
     m_history.fileEnded({ .kind = Outcome::Failed, .status = u"Invalid URL"_s });
 
-    EXPECT_FALSE(m_history.hasRowsToQueueAgain());
-    EXPECT_TRUE(m_history.rowsToQueueAgain().isEmpty());
-    EXPECT_EQ(takeAgain({ 1, 0 }), (QStringList{ u"/m"_s, u"/a"_s }));
-    EXPECT_FALSE(m_history.hasRowsToQueueAgain());
+    EXPECT_FALSE(m_history.hasUnsettledRows());
+    EXPECT_TRUE(HistoryRows::unsettled(m_history.entries()).isEmpty());
+    EXPECT_EQ(m_history.takeToQueueAgain({ 1, 0 }), (QStringList{ u"/m"_s, u"/a"_s }));
+    EXPECT_FALSE(m_history.hasUnsettledRows());
 }
 
 // The list beside it.
@@ -381,7 +370,7 @@ TEST_F(UploadHistoryTest, WhatAListingLearnsCorrectsTheCountsOfTheQueueThatHasEn
 
     EXPECT_EQ(m_history.queueTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
     EXPECT_EQ(outcome(0), Outcome::OtherSize);
-    EXPECT_EQ(m_history.lostRowsOfQueue(), QList<int>{ 0 });
+    EXPECT_EQ(HistoryRows::unsettled(m_history.entries(), m_history.firstQueueRow()), QList<int>{ 0 });
     EXPECT_EQ(checked.size(), 1);
     EXPECT_FALSE(m_history.hasUncheckedFiles());
 }
@@ -437,17 +426,6 @@ TEST_F(UploadHistoryTest, OnlyFilesOfTheQueueAreWaitedFor)
     EXPECT_FALSE(m_history.hasUncheckedFiles());
     list({ item(u"b"_s, 5) });
     EXPECT_EQ(outcome(1), Outcome::Confirmed);
-}
-
-// As text.
-
-TEST_F(UploadHistoryTest, TextsOfRowsAreLinesUnderTheTitles)
-{
-    m_history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
-
-    EXPECT_EQ(m_history.text({ 0, 2 }),
-              u"File\tSize (bytes)\tDuration (s)\tSpeed (bytes/s)\tOutcome\tServer reply\n"
-              "/a\t\t\t\tWaiting\t\n/c\t\t\t\tWaiting\t\n"_s);
 }
 
 TEST(LongUploadHistoryTest, AHundredThousandFilesTellOfThreeChangesEach)

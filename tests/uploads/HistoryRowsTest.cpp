@@ -1,0 +1,79 @@
+#include "HistoryRows.h"
+
+#include <QTemporaryDir>
+#include <QTemporaryFile>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+QList<HistoryEntry> entriesOf(const QList<Outcome>& outcomes)
+{
+    QList<HistoryEntry> entries;
+    for (const Outcome outcome : outcomes) {
+        entries.append({ .outcome = outcome });
+    }
+    return entries;
+}
+
+TEST(HistoryRowsTest, UnsettledAreTheLostAndTheStoppedOfAQueueFromThatRowOn)
+{
+    QList<HistoryEntry> entries
+        = entriesOf({ Outcome::Refused, Outcome::Confirmed, Outcome::OtherSize, Outcome::NotListed, Outcome::Stopped,
+                      Outcome::Removed, Outcome::LeftOut, Outcome::Note, Outcome::Waiting, Outcome::Sending });
+    entries.append({ .outcome = Outcome::Failed, .isManual = true });
+    entries.append({ .outcome = Outcome::Failed, .isQueuedAgain = true });
+
+    EXPECT_EQ(HistoryRows::unsettled(entries), (QList<int>{ 0, 2, 4 }));
+    EXPECT_EQ(HistoryRows::unsettled(entries, 3), QList<int>{ 4 });
+}
+
+TEST(HistoryRowsTest, RepeatableIsAlsoWhatWasRemovedOrSentByHand)
+{
+    QList<HistoryEntry> entries
+        = entriesOf({ Outcome::Silent, Outcome::Removed, Outcome::Confirmed, Outcome::LeftOut, Outcome::Waiting });
+    entries.append({ .outcome = Outcome::ConnectionLost, .isManual = true });
+    entries.append({ .outcome = Outcome::ConnectionLost, .isQueuedAgain = true });
+
+    EXPECT_EQ(HistoryRows::repeatable(entries, { 6, 5, 4, 3, 2, 1, 0 }), (QList<int>{ 5, 1, 0 }));
+}
+
+TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
+{
+    QList<HistoryEntry> entries = entriesOf({ Outcome::Failed, Outcome::Confirmed, Outcome::Note, Outcome::LeftOut });
+    entries.append({ .outcome = Outcome::Failed, .isManual = true });
+
+    EXPECT_EQ(HistoryRows::remarkable(entries, 1), QList<int>{ 3 });
+    EXPECT_EQ(HistoryRows::remarkable(entriesOf({ Outcome::Confirmed, Outcome::Note, Outcome::Confirmed }), 0),
+              (QList<int>{ 0, 2 }));
+}
+
+TEST(HistoryRowsTest, EachDestinationIsNamedOnceAndNoneOfWhatWasNeverStarted)
+{
+    const QList<HistoryEntry> entries{ { .destination = u"ftp://b/"_s },
+                                       {},
+                                       { .destination = u"ftp://a/"_s },
+                                       { .destination = u"ftp://b/"_s },
+                                       { .destination = u"ftp://c/"_s } };
+
+    EXPECT_EQ(HistoryRows::destinations(entries, { 0, 1, 2, 3 }), (QStringList{ u"ftp://b/"_s, u"ftp://a/"_s }));
+}
+
+TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)
+{
+    const QTemporaryDir folder;
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    const QList<HistoryEntry> entries{ { .path = folder.filePath(u"gone"_s) },
+                                       { .path = folder.path() },
+                                       { .path = file.fileName() } };
+
+    EXPECT_EQ(HistoryRows::present(entries, { 0, 1, 2 }), QList<int>{ 2 });
+    EXPECT_TRUE(HistoryRows::isAnyPresent(entries, { 0, 1, 2 }));
+    EXPECT_FALSE(HistoryRows::isAnyPresent(entries, { 0, 1 }));
+}
+
+} // namespace

@@ -1,0 +1,50 @@
+#include "UploadQueue.h"
+
+#include "UploadHistory.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+TEST(UploadQueueTest, WhatComesFirstGoesFirstAndDuplicatesAreKept)
+{
+    UploadHistory history;
+    UploadQueue queue(history);
+    queue.append({ u"/b"_s, u"/a"_s });
+    queue.append({ u"/b"_s });
+
+    EXPECT_EQ(queue.paths(), (QStringList{ u"/b"_s, u"/a"_s, u"/b"_s }));
+    EXPECT_EQ(queue.takeFirst(), u"/b"_s);
+    EXPECT_EQ(queue.takeFirst(), u"/a"_s);
+    EXPECT_EQ(queue.size(), 1);
+}
+
+TEST(UploadQueueTest, TheHistoryHasWhatWaitsAndWhatWasLeftOut)
+{
+    UploadHistory history;
+    UploadQueue queue(history);
+
+    queue.append({ u"/a"_s }, { u"/folder"_s });
+
+    EXPECT_EQ(queue.paths(), QStringList{ u"/a"_s });
+    ASSERT_EQ(history.rowCount(), 2);
+    EXPECT_EQ(history.entries()[0].outcome, Outcome::LeftOut);
+    EXPECT_EQ(history.waitingCount(), 1);
+}
+
+TEST(UploadQueueTest, WhatIsClearedHasNotBeenSent)
+{
+    UploadHistory history;
+    UploadQueue queue(history);
+    queue.append({ u"/a"_s, u"/b"_s });
+
+    queue.clear();
+
+    EXPECT_TRUE(queue.isEmpty());
+    EXPECT_EQ(history.runTally(), FileTally{ .removed = 2 });
+}
+
+} // namespace
