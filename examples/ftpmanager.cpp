@@ -165,6 +165,7 @@ int main(int argc, char** argv)
     const auto server
         = FMServer::serverWithDestination(words[0], options.value(user), u""_s + qEnvironmentVariable("FTP_PASSWORD"));
     server->setPort(options.value(port).toInt());
+    server->setCareful(true); // Or a deletion goes on where its folder is refused, and some refused logins pass.
 
     FTPManager manager;
     ProgressLine progress;

@@ -1,6 +1,7 @@
 // What every make of server must do with us, unencrypted and, where it can, encrypted: the others in this folder look
 // more closely at three of them.
 
+#include "FTPManager.h"
 #include "RealServerStreams.h"
 
 #include <QDir>
@@ -73,6 +74,16 @@ protected:
     {
         // It takes the bytes of a name for characters.
         return GetParam().make == ServerMake::Twisted ? QString::fromLatin1(name.toUtf8()) : name;
+    }
+    /// What the library is to know of the folder @p folder, to be careful there.
+    std::shared_ptr<FMServer> record(const QString& folder = {}) const
+    {
+        auto record = FMServer::serverWithDestination(u"127.0.0.1/"_s + folder, m_server->userName(), m_password);
+        record->setPort(m_server->port());
+        record->setEncryption(m_encryption);
+        record->setTrustedFingerprints(m_trusted);
+        record->setCareful(true);
+        return record;
     }
     QSet<QString> namesOnDisk() const
     {
@@ -160,6 +171,36 @@ TEST_P(RealMakesTest, AWrongPasswordIsRefusedInWordsForIt)
     const QString reply = m_recorder.lastReply();
     EXPECT_TRUE(reply.contains(u"incorrect"_s) || reply.contains(u"fail"_s, Qt::CaseInsensitive))
         << reply.toStdString();
+}
+
+TEST_P(RealMakesTest, ACarefulLoginTestTellsAWrongPassword)
+{
+    EXPECT_TRUE(FTPManager().checkLogin(record().get()));
+
+    m_password = u"wrong"_s;
+    FTPManager manager;
+    EXPECT_FALSE(manager.checkLogin(record().get()));
+
+    ASSERT_TRUE(manager.refusal());
+    EXPECT_EQ(manager.refusal()->code, 530);
+}
+
+TEST_P(RealMakesTest, ACarefulDeletionDeletesNothingInAnotherFolderThanItsOwn)
+{
+    EXPECT_EQ(createFolder(u"in"_s), u"created"_s); // By the server's account, so that it may delete from it.
+    EXPECT_EQ(upload(u"file.txt"_s, "bytes"), u"end"_s);
+    EXPECT_EQ(upload(u"in/file.txt"_s, "bytes"), u"end"_s);
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.deleteFileNamed(u"file.txt"_s, record(u"missing"_s).get()));
+    EXPECT_FALSE(manager.isUndecided());
+    ASSERT_TRUE(manager.refusal());
+    EXPECT_FALSE(manager.refusal()->isOfCommand);
+    EXPECT_TRUE(QFile::exists(m_server->path(u"file.txt"_s)));
+
+    EXPECT_TRUE(manager.deleteFileNamed(u"file.txt"_s, record(u"in"_s).get()));
+    EXPECT_FALSE(QFile::exists(m_server->path(u"in/file.txt"_s)));
+    EXPECT_TRUE(QFile::exists(m_server->path(u"file.txt"_s)));
 }
 
 std::string nameOfTest(const testing::TestParamInfo<Make>& tested)
