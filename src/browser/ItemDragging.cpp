@@ -45,7 +45,7 @@ Qt::DropAction ItemDragging::validateDrop(const QMimeData& pasteboard, TableDrop
 bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*drop*/)
 {
     const QStringList files = pasteboardHasFiles(pasteboard);
-    const QStringList leftOut = otherItems(pasteboard);
+    const QStringList leftOut = otherItems(pasteboard, files);
     if (files.isEmpty()) {
         if (!leftOut.isEmpty()) {
             m_host.uploadFiles({}, leftOut);

@@ -103,14 +103,14 @@ bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
     setHighlight(false);
     const QStringList files = pasteboardHasFiles(pasteboard);
     if (files.isEmpty()) {
-        if (const QStringList others = otherItems(pasteboard); m_viewController != nullptr && !others.isEmpty()) {
+        if (const QStringList others = otherItems(pasteboard, files); m_viewController != nullptr && !others.isEmpty()) {
             m_viewController->uploadFiles({}, others);
         }
         showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;
     }
     m_droppedFiles = files;
-    m_leftOut = otherItems(pasteboard);
+    m_leftOut = otherItems(pasteboard, files);
     return true;
 }
 

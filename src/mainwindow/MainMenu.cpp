@@ -131,7 +131,7 @@ void MainMenu::pasteFiles()
 {
     const QMimeData* const data = QApplication::clipboard()->mimeData();
     const QStringList files = data == nullptr ? QStringList() : plainLocalFiles(*data);
-    const QStringList leftOut = data == nullptr ? QStringList() : otherItems(*data);
+    const QStringList leftOut = data == nullptr ? QStringList() : otherItems(*data, files);
     if (files.isEmpty()) {
         QApplication::beep();
     }

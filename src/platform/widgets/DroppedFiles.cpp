@@ -36,12 +36,16 @@ QStringList plainLocalFiles(const QMimeData& data)
     return files;
 }
 
-QStringList otherItems(const QMimeData& data)
+QStringList otherItems(const QMimeData& data, const QStringList& files)
 {
+    // Nothing is looked at a second time: it may have changed, and would be in both lists or in none.
     QStringList items;
+    auto nextFile = files.cbegin();
     for (const QUrl& url : data.urls()) {
         const QString path = localPath(url);
-        if (!isFile(path)) {
+        if (nextFile != files.cend() && path == *nextFile) {
+            ++nextFile;
+        } else {
             items.append(path.isNull() ? url.toDisplayString() : path);
         }
     }

@@ -89,4 +89,17 @@ TEST_F(DroppedFilesTest, OtherDataNamesNoFiles)
     EXPECT_TRUE(plainLocalFiles(m_data).isEmpty());
 }
 
+TEST_F(DroppedFilesTest, EachItemIsAFileOrAnotherOneAlsoWhenItGoesMeanwhile)
+{
+    const QString file = make(u"a"_s);
+    const QString missing = m_directory.filePath(u"missing"_s);
+    m_data.setUrls({ QUrl::fromLocalFile(missing), QUrl::fromLocalFile(file), QUrl::fromLocalFile(m_directory.path()),
+                     QUrl::fromLocalFile(file), QUrl(u"http://host/a"_s) });
+    const QStringList files = plainLocalFiles(m_data);
+    QFile::remove(file);
+    make(u"missing"_s);
+
+    EXPECT_EQ(otherItems(m_data, files), (QStringList{ missing, m_directory.path(), u"http://host/a"_s }));
+}
+
 } // namespace
