@@ -103,7 +103,8 @@ bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
     setHighlight(false);
     const QStringList files = pasteboardHasFiles(pasteboard);
     if (files.isEmpty()) {
-        if (const QStringList others = otherItems(pasteboard, files); m_viewController != nullptr && !others.isEmpty()) {
+        if (const QStringList others = otherItems(pasteboard, files);
+            m_viewController != nullptr && !others.isEmpty()) {
             m_viewController->uploadFiles({}, others);
         }
         showAlert(u"No Files"_s, u"Drop files only."_s);

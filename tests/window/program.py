@@ -7,6 +7,7 @@ import json
 import os
 import subprocess
 import tempfile
+from typing import NamedTuple
 
 from desktop import PATIENCE, bound_to_us, wait_for
 
@@ -65,6 +66,15 @@ def _is_described_as(node, words):
 
 def _is_called(node, words):
     return _is_described_as(node, words) or _ask(node.get_name) == words
+
+
+class Heard(NamedTuple):
+    """An event that screen readers hear of."""
+
+    kind: str
+    role: str  # Of its widget.
+    name: str  # Likewise.
+    detail: int  # Of a state: whether it holds.
 
 
 class Finder:
@@ -196,9 +206,11 @@ class Program:
             for row in range(_ask(lambda: table.get_n_rows(interface), 0))
         ]
 
+    def selected_rows(self, name):
+        return list(_atspi().Table.get_selected_rows(self.need(name).get_table_iface()))
+
     def selected_row(self, name):
-        interface = self.need(name).get_table_iface()
-        rows = _atspi().Table.get_selected_rows(interface)
+        rows = self.selected_rows(name)
         return rows[0] if rows else None
 
     def cell(self, name, row, column):
@@ -247,14 +259,15 @@ class Program:
         return []
 
     def heard_until(self, condition, what):
-        """Waits for that, and answers the kinds of events that screen readers have been told of meanwhile."""
+        """Waits for that, and answers the events that screen readers have heard of meanwhile."""
         from gi.repository import GLib
 
         heard = []
 
         def note(event):
             if _ask(event.source.get_process_id) == self.process.pid:
-                heard.append(event.type)
+                role, name = _ask(event.source.get_role_name), _ask(event.source.get_name)
+                heard.append(Heard(event.type, role, name, event.detail1))
 
         listener = _atspi().EventListener.new(note)
         listener.register("object:")

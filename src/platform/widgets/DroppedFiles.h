@@ -11,6 +11,6 @@ bool namesLocalFiles(const QMimeData& data);
 /// order. Links are followed, folders not searched.
 QStringList plainLocalFiles(const QMimeData& data);
 
-/// What @p data names beside @p files, which plainLocalFiles() has found in it, in its order: the paths of local folders
-/// and of items that are not there, and the texts of other URLs.
+/// What @p data names beside @p files, which plainLocalFiles() has found in it, in its order: the paths of local
+/// folders and of items that are not there, and the texts of other URLs.
 QStringList otherItems(const QMimeData& data, const QStringList& files);
