@@ -59,6 +59,21 @@ class Clipboard(WindowTest):
 
         self.assertLess(self.quit(program), 20 * PATIENCE)
 
+    def test_files_that_come_while_the_program_ends_go_up_by_the_start_that_brought_them(self):
+        manager = self.start_manager()
+        first, _ = self.start_and_copy_the_location()
+        manager.send_signal(signal.SIGSTOP)
+        self.addCleanup(manager.send_signal, signal.SIGCONT)
+        self.desktop.key("ctrl+q")
+        wait_for(lambda: not self.desktop.windows_of(first.process.pid), "the window to go")
+
+        second = self.launch(self.file("one.txt"))
+
+        self.assertEqual(first.exit_code(), 0)
+        self.wait_for_files("in box/one.txt")
+        wait_for(second.titles, "the window of the second start")
+        self.assertIsNone(second.process.poll())
+
 
 if __name__ == "__main__":
     unittest.main()
