@@ -50,14 +50,12 @@ class Items:
         self.wait_for_listing(program, self.place)
         self.assertIsNone(program.sheet())
 
-    def assert_refused(self, program, name):
-        self.delete(program, name)
+    def assert_refused(self, program, name, **options):
+        self.delete(program, name, **options)
         texts = program.acknowledge()
         self.assertEqual(texts[:2], refusal(name))
         self.assertEqual(texts[2], "The server said:")
         self.assertTrue(texts[3].startswith("550 "), texts[3])
-        self.assertTrue(self.exists(name))
-        self.assertIn(name, self.names(program))
 
     def create(self, program, name):
         self.bring_to_front(program)
@@ -85,8 +83,102 @@ class Items:
         self.assert_deleted(program, "README")
         self.assert_deleted(program, "v1.2")
         self.assert_refused(program, "full")
+        self.assertIn("full", self.names(program))
 
         self.assertEqual(sorted(os.listdir(self.server.path(""))), ["full"])
+
+    def make_two_folders(self):
+        """Two destinations that each hold an item of the same name, as the login folder does."""
+        for folder in ("old", "new"):
+            os.mkdir(self.server.path(folder))
+        self.photos = [os.path.join(folder, "photo.jpg") for folder in ("", "old", "new")]
+        for photo in self.photos:
+            self.write(photo)
+
+    def assert_all_photos_are_there(self):
+        self.assertEqual([photo for photo in self.photos if not os.path.exists(self.server.path(photo))], [])
+
+    def test_nothing_is_deleted_elsewhere_when_the_folder_has_gone(self):
+        self.make_two_folders()
+        self.place = "old"
+        program = self.start_listed(FTPFolder="old")
+
+        self.assert_refused(
+            program, "photo.jpg", meanwhile=lambda: os.rename(self.server.path("old"), self.server.path("moved"))
+        )
+
+        self.photos[1] = os.path.join("moved", "photo.jpg")
+        self.assert_all_photos_are_there()
+
+    def test_nothing_is_deleted_in_a_folder_that_came_into_force_behind_the_question(self):
+        self.make_two_folders()
+        self.place = "old"
+        program = self.start_listed(FTPFolder="old")
+
+        self.delete(program, "photo.jpg", meanwhile=lambda: self.settings(FTPFolder="new"))
+
+        self.assertEqual(
+            program.acknowledge(),
+            ["Destination Changed", "Nothing was done to “photo.jpg”, since the destination has changed."],
+        )
+        self.assert_all_photos_are_there()
+
+    def test_what_was_selected_in_one_folder_is_not_selected_in_another(self):
+        self.make_two_folders()
+        self.place = "old"
+        program = self.start_listed(FTPFolder="old")
+        self.bring_to_front(program)
+        self.select(program, "photo.jpg")
+
+        self.settings(FTPFolder="new")
+        self.desktop.key("Delete")
+
+        wait_for(lambda: any(title.endswith("/new/") for title in program.titles()) or program.sheet(), "the title")
+        if program.sheet():  # Said when the key came before the settings were looked at.
+            self.assertEqual(program.acknowledge()[0], "Destination Changed")
+        wait_for(lambda: any(title.endswith("/new/") for title in program.titles()), "the title")
+        self.wait_for_listing(program, "new")
+        self.bring_to_front(program)
+        self.desktop.key("Delete")
+        self.assert_no_more_sheets(program)
+        self.assertFalse(program.is_enabled("Delete"))
+        self.assertIsNone(program.selected_row("Destination folder"))
+        self.assert_all_photos_are_there()
+
+    def test_what_another_destination_showed_is_not_asked_about_once_the_preferences_are_done(self):
+        self.make_two_folders()
+        self.place = "old"
+        program = self.start_listed(FTPFolder="old")
+        self.bring_to_front(program)
+        row = program.cell("Destination folder", 0, 0)
+        self.desktop.key("ctrl+comma")
+        program.enter("Folder", "new")
+        program.press("Done")
+
+        self.bring_to_front(program)
+        self.desktop.click(row)
+        self.desktop.key("Delete")
+
+        self.assertEqual(program.acknowledge()[0], "Base URL Changed")  # And no question before.
+        wait_for(lambda: any(title.endswith("/new/") for title in program.titles()), "the title")
+        self.wait_for_listing(program, "new")
+        self.assert_no_more_sheets(program)
+        self.assert_all_photos_are_there()
+
+    def test_an_item_is_deleted_on_the_machine_that_the_list_came_from(self):
+        self.server.close()
+        self.server = RealFTPServer(self.make, address="127.0.0.3")
+        self.addCleanup(self.server.close)
+        private_network.name_addresses("twofold.example", "127.0.0.2", "127.0.0.3")
+        self.write("photo.jpg")
+        program = self.start_listed(Address="twofold.example")
+        other = RealFTPServer(self.make, address="127.0.0.2")
+        self.addCleanup(other.close)
+
+        self.assert_deleted(program, "photo.jpg")
+        self.assert_created(program, "new one")
+
+        self.assertEqual(os.listdir(other.path("")), [])
 
     def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
         self.place = "ein Ordner é 100%"

@@ -3,7 +3,9 @@
 import ctypes
 import os
 import subprocess
+import tempfile
 
+CLONE_NEWNS = 0x00020000
 CLONE_NEWUSER = 0x10000000
 CLONE_NEWNET = 0x40000000
 
@@ -23,7 +25,7 @@ def enter():
     user, group = os.getuid(), os.getgid()
     try:
         libc = ctypes.CDLL(None, use_errno=True)
-        if libc.unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0:
+        if libc.unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS) != 0:
             raise OSError(ctypes.get_errno(), os.strerror(ctypes.get_errno()))
         for name, text in (("setgroups", "deny"), ("uid_map", f"0 {user} 1"), ("gid_map", f"0 {group} 1")):
             with open(f"/proc/self/{name}", "w", encoding="ascii") as file:
@@ -34,3 +36,11 @@ def enter():
         raise AssertionError(f"{REMEDY}\n{' '.join(error.cmd)}: {error.stderr.strip()}") from error
     except OSError as error:
         raise AssertionError(f"{REMEDY}\n{error}") from error
+
+
+def name_addresses(host, *addresses):
+    """From now on that host has these addresses, tried in this order."""
+    with tempfile.NamedTemporaryFile("w", suffix=".hosts") as file:
+        file.writelines(f"{address} {host}\n" for address in addresses)
+        file.flush()
+        subprocess.run(["mount", "--bind", file.name, "/etc/hosts"], check=True)

@@ -10,15 +10,16 @@ SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers
 
 
 class RealFTPServer:
-    def __init__(self, make, pem=None):
+    def __init__(self, make, pem=None, address="127.0.0.1"):
         """With the file of a certificate and its key, nothing is taken unencrypted."""
         self._make = make
+        self._address = address
         self._root = tempfile.mkdtemp(prefix="quillbox-server-")
         self._port = None if pem else 21
         self._start(["--tls", pem] if pem else [])
 
     def _start(self, tls):
-        place = ["127.0.0.1", str(self._port)] if self._port else []
+        place = [self._address, str(self._port)] if self._port else []
         self._process = subprocess.Popen(
             [sys.executable, "-B", SCRIPT, self._make, self._root, *place, *tls],
             stdin=subprocess.PIPE,
@@ -50,7 +51,7 @@ class RealFTPServer:
         return self._port
 
     def settings(self, **others):
-        address = "127.0.0.1" if self._port == 21 else f"127.0.0.1:{self._port}"
+        address = self._address if self._port == 21 else f"{self._address}:{self._port}"
         return {"Address": address, "Username": self._user, "Password": self._password, **others}
 
     def path(self, name):

@@ -123,14 +123,15 @@ class WindowTest(unittest.TestCase):
         table = "Destination folder"
         wait_for(lambda: program.is_enabled("Delete") and program.selected_row(table) == row, f"{name} to be selected")
 
-    def delete(self, program, name):
-        """Chooses to delete the row of that name, which happens a second later."""
+    def delete(self, program, name, meanwhile=lambda: None):
+        """Chooses to delete the row of that name, which happens a second later; meanwhile() comes before the answer."""
         self.bring_to_front(program)
         self.select(program, name)
         self.desktop.key("Delete")
         question = ["Delete Item", f'Are you sure you want to delete "{name}"?']
         wait_for(lambda: program.sheet() == question, "the question")
         wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+        meanwhile()
         self.desktop.key("Tab")
         self.desktop.key("space")
         wait_for(lambda: program.sheet() != question, "the question to go")
