@@ -62,6 +62,40 @@ class IntoAFolder(Drag):
         self.wait_for_status(program, "Download succeeded")
         self.assertEqual(self.content_here("été %41.bin"), self.content)
 
+        self.assertEqual(os.listdir(self.folder), ["été %41.bin"])
+
+    def test_a_link_in_the_files_place_is_replaced_and_not_followed(self):
+        precious = os.path.join(self.home["HOME"], "precious")
+        with open(precious, "wb") as file:
+            file.write(b"mine")
+        os.symlink(precious, os.path.join(self.folder, "été %41.bin"))
+        program = self.start_listed()
+        manager = self.open_folder()
+
+        self.drag_row(0, program, manager)
+        title, text = wait_for(program.sheet, "the question")
+        self.assertEqual(title, QUESTION[0])
+        self.assertEqual(
+            text, f"{QUESTION[1]}\n\nIt is a link to “{precious}”. The link is replaced, what it leads to is not."
+        )
+        program.press("Overwrite")
+
+        self.wait_for_status(program, "Download succeeded")
+        self.assertEqual(self.content_here("été %41.bin"), self.content)
+        self.assertFalse(os.path.islink(os.path.join(self.folder, "été %41.bin")))
+        with open(precious, "rb") as file:
+            self.assertEqual(file.read(), b"mine")
+
+    def test_what_acts_unseen_in_a_name_is_shown_in_the_local_name(self):
+        self.put("an\u202efdp.exe", b"program")
+        program = self.start_listed(3)
+        manager = self.open_folder()
+
+        self.drag_row(0, program, manager)
+
+        self.wait_for_status(program, "Download succeeded")
+        self.assertEqual(os.listdir(self.folder), ["an⟨U+202E⟩fdp.exe"])
+
 
 class Elsewhere(Drag):
     def test_a_row_dragged_to_where_files_are_extracted_arrives_there(self):
