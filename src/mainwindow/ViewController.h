@@ -82,6 +82,7 @@ public:
     void percentDone(float percent) override { m_indicators.setPercent(percent); }
     void bytesDone(float bytes) override;
     void updateStatus(const QString& status) override;
+    void statusIsAbout(const ServerAnswers& answers) override { m_indicators.setStatusAnswers(answers); }
     void uploadDone() override;
     void updateListingStatus(const QString& status) override;
     void addListEntries(const QList<ListingEntry>& entries) override;

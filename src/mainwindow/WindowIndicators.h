@@ -37,9 +37,12 @@ public:
     void resetAllProgress();
     void setStatus(const QString& status) { m_next.status = status; }
     void setListingStatus(const QString& status) { m_next.listingStatus = status; }
+    /// The status that follows is about what @p answers, which outlive the indicators, are to.
+    void setStatusAnswers(const ServerAnswers& answers) { m_answers = &answers; }
     /// What was done last to an item; it is shown at once.
     void setLastAction(const QString& text);
-    /// The status is about what @p answers, which outlive the indicators, are to; it sent nothing unless @p isRunning.
+    /// A transfer has been asked for that @p answers, which outlive the indicators, are to; it has sent nothing, and
+    /// its status has no answer, unless @p isRunning.
     void transferStarted(const ServerAnswers& answers, bool isRunning);
     /// Likewise of the listing's status.
     void listingStarted(const ServerAnswers& answers, bool isRunning);

@@ -84,6 +84,7 @@ void FTPCreateController::handleStreamEvent(FTPStreamEvent event)
 void FTPCreateController::updateStatus(const QString& status)
 {
     if (FTPCreateControllerDelegate* delegate = m_delegate.get()) {
+        delegate->statusIsAbout(*this);
         delegate->updateStatus(status);
     }
 }

@@ -7,6 +7,8 @@ class FTPCreateControllerDelegate {
 public:
     /// What the creation is doing, or how it has ended: only this text reports success and failure.
     virtual void updateStatus(const QString& status) = 0;
+    /// The status that follows is about what @p answers are to: for a delegate that several controllers report to.
+    virtual void statusIsAbout(const ServerAnswers& /*answers*/) { }
 
 protected:
     ~FTPCreateControllerDelegate() = default;

@@ -189,6 +189,7 @@ void FTPGetController::receiveDidStopWithStatus(const QString& status)
 void FTPGetController::updateStatus(const QString& status)
 {
     if (FTPGetControllerDelegate* delegate = m_delegate.get()) {
+        delegate->statusIsAbout(*this);
         delegate->updateStatus(status);
     }
 }

@@ -18,6 +18,8 @@ public:
     virtual void bytesDone(float bytes) = 0;
     /// What the download is doing, or how it has ended: only this text reports success and failure.
     virtual void updateStatus(const QString& status) = 0;
+    /// The status that follows is about what @p answers are to: for a delegate that several controllers report to.
+    virtual void statusIsAbout(const ServerAnswers& /*answers*/) { }
 
 protected:
     ~FTPGetControllerDelegate() = default;

@@ -224,6 +224,7 @@ void FTPPutController::sendDidStopWithStatus(const QString& status)
 void FTPPutController::updateStatus(const QString& status)
 {
     if (FTPPutControllerDelegate* delegate = m_delegate.get()) {
+        delegate->statusIsAbout(*this);
         delegate->updateStatus(status);
     }
 }

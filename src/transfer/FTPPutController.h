@@ -16,6 +16,8 @@ public:
     virtual void bytesDone(float bytes) = 0;
     /// What the upload is doing, or how it has ended.
     virtual void updateStatus(const QString& status) = 0;
+    /// The status that follows is about what @p answers are to: for a delegate that several controllers report to.
+    virtual void statusIsAbout(const ServerAnswers& /*answers*/) { }
     /// The server has confirmed the whole file. The controller is idle again and may be started from here; the status
     /// of the end follows.
     virtual void uploadDone() = 0;

@@ -47,6 +47,28 @@ TEST_F(ViewControllerReportsTest, EachStatusHasWhatTheServerSaidToItsOwnStream)
               u"Listing status. The server said: 230 In. Or not."_s);
 }
 
+TEST_F(ViewControllerReportsTest, OfTwoTransfersAtOnceTheReplyIsToTheOneWhoseStatusShows)
+{
+    const auto shown = [this] {
+        tick();
+        return text("statusTextField") + u" / "_s + control<QLabel>("statusTextField").accessibleDescription();
+    };
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    upload().reply = u"150 Send it"_s;
+    m_controller->windows().manualTransfers().startStopDownload();
+    FakeFTPStream& download = latest(Kind::Download);
+    download.reply = u"150 Here it is"_s;
+
+    upload().sendOpenCompleted();
+    EXPECT_EQ(shown(), u"Opened connection / Status. The server said: 150 Send it"_s);
+    download.sendOpenCompleted();
+    EXPECT_EQ(shown(), u"Opened connection / Status. The server said: 150 Here it is"_s);
+    upload().reply = u"552 Disk full"_s;
+    upload().sendRefusal(552);
+    EXPECT_EQ(shown(), u"FTP error 552; Directory may already exist? / Status. The server said: 552 Disk full"_s);
+}
+
 TEST_F(ViewControllerReportsTest, AStatusOfWhatNeverReachedAServerHasNoReply)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s });
