@@ -51,6 +51,7 @@ WindowState Pump::state() const
              .tally = m_parts.history.queueTally(),
              .listing = listing.state(),
              .listingFailure = listing.failure(),
+             .isListingBroken = listing.state() == DestinationListing::State::Failed && !listing.entries().isEmpty(),
              .isListingStuck = listing.isStuck(),
              .otherFolder = listing.isOfOtherFolder() ? listing.location() : QString(),
              .isListingDue = listing.isDue(),

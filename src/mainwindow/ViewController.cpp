@@ -186,9 +186,6 @@ void ViewController::uploadDone()
 
 void ViewController::addListEntries(const QList<ListingEntry>& entries)
 {
-    if (!m_lc.isReceiving()) {
-        m_listing.lookAt(DestinationSettings::destination()); // They can only be of that one.
-    }
     m_listing.addEntries(entries);
     m_window.ui().destinationListingTable->sortDescriptorsDidChange();
 }

@@ -233,6 +233,10 @@ void WindowIndicators::showListing(const WindowState& state)
 {
     m_window.destinationListingTable->setEmptyText(emptyText(state));
     m_window.destinationListingTable->offerStop(state.isListingStuck);
+    m_window.brokenListingLabel->setVisible(state.isListingBroken);
+    m_window.brokenListingLabel->setText(
+        state.isListingBroken ? u"Could not list the rest: %1 – F5 tries again"_s.arg(visibleText(state.listingFailure))
+                              : QString());
     m_window.otherFolderLabel->setVisible(!state.otherFolder.isNull());
     m_window.otherFolderLabel->setText(
         state.otherFolder.isNull() ? QString()

@@ -13,6 +13,7 @@ struct WindowState {
     FileTally tally; ///< Of the queue's files that have ended.
     DestinationListing::State listing = DestinationListing::State::Idle;
     QString listingFailure; ///< Why the listing failed.
+    bool isListingBroken = false; ///< It failed when some of the items were listed.
     bool isListingStuck = false; ///< The listing has brought nothing for a while.
     QString otherFolder; ///< That is listed instead of the destination; null: none.
     bool isListingDue = false;

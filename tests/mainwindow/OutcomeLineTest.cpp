@@ -173,7 +173,7 @@ TEST_F(OutcomeLineTest, AListingThatBreaksOffCorrectsByWhatItHasBrought)
     latest(Kind::Listing).sendBytes("-rw-r--r-- 1 u g 2 Jan 1 2024 a\r\n");
     latest(Kind::Listing).sendOtherError();
 
-    EXPECT_EQ(text("outcomeTextField"), u"“a” not uploaded whole"_s);
+    EXPECT_TRUE(waitFor([this] { return text("outcomeTextField") == u"“a” not uploaded whole"_s; }));
     EXPECT_TRUE(isWarning());
 }
 

@@ -36,6 +36,46 @@ TEST_F(ViewControllerListingTest, IdleTicksLeaveTheListOfARunningListingAloneWhi
     EXPECT_TRUE(m_controller->listEntries().isEmpty());
 }
 
+TEST_F(ViewControllerListingTest, ARefreshThatFailsOnItsFirstRowsKeepsTheSelectionAmongThem)
+{
+    auto& table = control<ListingTable>("destinationListingTable");
+    ListingEntry first;
+    first.name = u"a"_s;
+    ListingEntry second;
+    second.name = u"b"_s;
+    m_controller->addListEntries({ first, second });
+    table.selectRow(1);
+    m_controller->listFTPDestination();
+
+    m_controller->lc().stopReceiveWithStatus(u"Listing parse failed"_s); // What has come follows.
+    m_controller->addListEntries({ first, second });
+
+    EXPECT_EQ(table.selectedRow(), 1);
+}
+
+TEST_F(ViewControllerListingTest, AListingThatBreaksOffSaysSoAtItsRows)
+{
+    QLabel& label = control<QLabel>("brokenListingLabel");
+    m_controller->listFTPDestination();
+    latest(Kind::Listing).sendOpenCompleted();
+    latest(Kind::Listing).sendBytes(entryLine);
+    tick();
+    EXPECT_FALSE(label.isVisible());
+
+    latest(Kind::Listing).reply = u"426 Too slow"_s;
+    latest(Kind::Listing).sendRefusal(426);
+    tick();
+    EXPECT_TRUE(label.isVisible());
+    EXPECT_EQ(label.text(), u"Could not list the rest: 426 Too slow – F5 tries again"_s);
+
+    m_controller->listFTPDestination();
+    tick();
+    EXPECT_FALSE(label.isVisible());
+    latest(Kind::Listing).sendRefusal(550);
+    tick();
+    EXPECT_FALSE(label.isVisible()); // The empty table says it.
+}
+
 TEST_F(ViewControllerListingTest, AfterARefreshTheKeyboardGoesOnFromWhereAnItemHasGone)
 {
     const auto list = [this](const QByteArrayList& names) {

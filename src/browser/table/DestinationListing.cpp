@@ -1,6 +1,11 @@
 #include "DestinationListing.h"
 
+#include "DestinationSettings.h"
 #include "FTPListController.h"
+
+#include <QTimer>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -69,6 +74,7 @@ void DestinationListing::stop()
 
 void DestinationListing::empty()
 {
+    reportFailure();
     m_model.clear();
     m_failure.clear();
     m_state = isListing() ? State::Listing : State::Idle;
@@ -103,26 +109,37 @@ void DestinationListing::statusReported(const QString& status)
         m_state = State::Complete;
         m_answered = { m_source.location, m_controller.peerAddress() };
         emit completed();
+        emit ended(m_state);
     } else {
         m_state = State::Failed;
         // Where the server has refused, its words say more than the status; its last good reply is no reason.
         const QString reply = m_hasOpened ? m_controller.lastReply() : QString();
         m_failure = reply.startsWith(u'4') || reply.startsWith(u'5') ? reply : status;
+        m_isFailureUnreported = true;
+        QTimer::singleShot(0, this, &DestinationListing::reportFailure);
     }
-    if (m_state == State::Failed) {
+}
+
+void DestinationListing::reportFailure()
+{
+    if (std::exchange(m_isFailureUnreported, false)) {
         emit failed();
+        emit ended(State::Failed);
     }
-    emit ended(m_state);
 }
 
 void DestinationListing::addEntries(const QList<ListingEntry>& entries)
 {
-    if (isListing()) {
+    if (isListing() || m_isFailureUnreported) {
         m_answered = { m_source.location, m_controller.peerAddress() };
         m_sinceProgress.start();
-    } else if (m_source.isNull()) {
-        m_source = m_inForce; // Nobody has listed anything: they are of the destination.
+    } else {
+        lookAt(DestinationSettings::destination()); // Nobody has listed them: they can only be of that one.
+        if (m_source.isNull()) {
+            m_source = m_inForce;
+        }
     }
     emit entriesAdded(entries);
     m_model.add(entries); // At their places in the present order.
+    reportFailure();
 }

@@ -68,6 +68,7 @@ public:
 
     /// It has said @p status: that of an end, when it receives no more.
     void statusReported(const QString& status);
+    /// Adds @p entries: those of the listing that runs or has just ended, or else some of the destination in force.
     void addEntries(const QList<ListingEntry>& entries);
 
     /// So long a listing may bring nothing before the user is offered to end it.
@@ -83,7 +84,7 @@ signals:
     void entriesAdded(const QList<ListingEntry>& entries);
     /// The server has told all items; ended() follows.
     void completed();
-    /// The listing ended before; likewise.
+    /// The listing ended before, and what had come is here; likewise.
     void failed();
     /// All items have come that will.
     void ended(DestinationListing::State state);
@@ -91,6 +92,8 @@ signals:
 private:
     void empty();
     void start(const Destination& folder);
+    /// Reports the end of a listing that has failed, unless that has been done.
+    void reportFailure();
 
     FTPListController& m_controller;
     ListingModel m_model;
@@ -107,5 +110,7 @@ private:
     bool m_isDue = false;
     bool m_isStarting = false; ///< The controller is idle until it has started, whatever it says meanwhile.
     bool m_hasOpened = false; ///< What the controller has heard is about this listing.
+    /// A listing has failed, and the controller may still deliver what had come before.
+    bool m_isFailureUnreported = false;
     QString m_lastStatus;
 };
