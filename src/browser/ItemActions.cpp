@@ -87,6 +87,15 @@ void ItemActions::doubleAction()
     }
 }
 
+QList<SheetDetail> ItemActions::foldersInQuestion(const QString& title) const
+{
+    if (!m_listing.isOfOtherFolder()) {
+        return {};
+    }
+    return { { .name = title, .value = m_listing.destination().location },
+             { .name = u"Listed is"_s, .value = m_listing.location() } };
+}
+
 void ItemActions::downloadSelection()
 {
     if (m_host.alertSendingOrReceiving()) {
@@ -164,17 +173,12 @@ void ItemActions::deleteSelection()
             }
         });
     };
-    QList<SheetDetail> folders; // An item of another folder is not the one that is deleted.
-    if (m_listing.isOfOtherFolder()) {
-        folders = { { .name = u"Deleted from"_s, .value = m_listing.destination().location },
-                    { .name = u"Listed is"_s, .value = m_listing.location() } };
-    }
     SheetQueue::of(m_window).raise({ .title = u"Delete Item"_s,
                                      .text = u"Are you sure you want to delete \"%1\"?"_s.arg(visibleText(entry->name)),
                                      .defaultButton = u"Cancel"_s,
                                      .alternateButton = u"Delete"_s,
                                      .onAlternate = deleteLater,
-                                     .details = folders });
+                                     .details = foldersInQuestion(u"Deleted from"_s) });
 }
 
 std::shared_ptr<FMServer> ItemActions::server() const

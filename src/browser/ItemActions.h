@@ -14,6 +14,7 @@ class FTPConnections;
 class FTPGetController;
 class ListingTable;
 class QWidget;
+struct SheetDetail;
 
 /// What the user does with the items of the destination folder: download, delete, and new folders. Belongs to the main
 /// thread.
@@ -43,6 +44,9 @@ public:
     /// Whether @p pressed, the destination when the user began something, is still in force; if not, the user is told
     /// that nothing was done to the item @p name.
     bool isStillInForce(const Destination& pressed, const QString& name);
+    /// What a question about an item says besides, when its row is of another folder than the destination, where the
+    /// item is then meant: both folders, that of the destination called @p title.
+    QList<SheetDetail> foldersInQuestion(const QString& title) const;
     /// Downloads the item @p name of the destination into @p folder; null: where downloads go by default. @p rawName:
     /// what the server knows it by, where that is no UTF-8.
     void downloadFile(const QString& name, const QString& folder, const QByteArray& rawName = {});

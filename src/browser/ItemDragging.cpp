@@ -128,5 +128,6 @@ void ItemDragging::makePromisedFile(const ListingEntry& entry, const QString& fo
           .text = question,
           .defaultButton = u"Cancel"_s,
           .alternateButton = u"Overwrite"_s,
-          .onAlternate = [this, overwrite] { RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, overwrite); } });
+          .onAlternate = [this, overwrite] { RunLoop::dispatchAfter(ItemActions::answerDelayMs, this, overwrite); },
+          .details = m_actions.foldersInQuestion(u"Downloaded from"_s) });
 }

@@ -7,6 +7,10 @@
 #include <QMimeData>
 #include <QSignalSpy>
 
+#include <gmock/gmock.h>
+
+using ::testing::IsSupersetOf;
+
 namespace {
 
 /// The listed folder and the destination in force come apart.
@@ -54,6 +58,18 @@ protected:
     {
         table().selectRow(row);
         tick();
+    }
+
+    /// All that stands on the sheet that shows.
+    QStringList sheetWords() const
+    {
+        QStringList words;
+        for (const QMessageBox* sheet : m_controller->window().findChildren<QMessageBox*>()) {
+            for (const QLabel* label : sheet->findChildren<QLabel*>()) {
+                words.append(sheet->isVisible() ? QStringList(label->text()) : QStringList());
+            }
+        }
+        return words;
     }
 
     QStringList m_deleted;
@@ -221,6 +237,35 @@ TEST_F(DestinationChangeTest, TheSelectionStaysWithinADestinationAlone)
     EXPECT_FALSE(button("deleteButton").isEnabled());
 }
 
+TEST_F(DestinationChangeTest, TheQuestionAboutARowOfAnotherFolderThatIsDraggedNamesBothFolders)
+{
+    makeFile(u"a"_s);
+    const auto drop
+        = [this] { m_controller->dragging().namesOfPromisedFilesDroppedAtDestination(m_directory.path(), { 0 }); };
+    drop();
+    EXPECT_FALSE(sheetWords().contains(u"ftp://host/in/"_s));
+    answerSheet(u"Cancel"_s);
+    control<QLineEdit>("destinationTextField").setText(u"elsewhere"_s);
+    m_controller->windows().manualTransfers().startStopList(&control<QPushButton>("startStopListButton"));
+    arrive({ u"a"_s });
+
+    drop();
+
+    EXPECT_THAT(sheetWords(), IsSupersetOf({ u"ftp://host/in/"_s, u"ftp://host/in/elsewhere/"_s }));
+}
+
+TEST_F(DestinationChangeTest, WhatAListingBringsBehindItsEndIsOfTheFolderThatWasListed)
+{
+    m_controller->listFTPDestination();
+    set(u"FTPFolder"_s, u"other"_s); // Nobody has noticed yet.
+    m_controller->lc().stopReceiveWithStatus(u"Listing parse failed"_s);
+
+    m_controller->addListEntries({ entry(u"a"_s) });
+
+    EXPECT_EQ(m_controller->listing().location(), u"ftp://host/in/"_s);
+    EXPECT_TRUE(waitFor([this] { return listedNames().isEmpty(); }));
+}
+
 TEST_F(DestinationChangeTest, RowsOfAFolderThatWasListedByHandAreMarked)
 {
     QLabel& mark = control<QLabel>("otherFolderLabel");
@@ -236,14 +281,7 @@ TEST_F(DestinationChangeTest, RowsOfAFolderThatWasListedByHandAreMarked)
     EXPECT_EQ(table().selectedRow(), -1);
     select(0);
     m_controller->items().deleteSelection();
-    const auto* const sheet = m_controller->window().findChild<QMessageBox*>();
-    ASSERT_NE(sheet, nullptr);
-    QStringList words;
-    for (const QLabel* label : sheet->findChildren<QLabel*>()) {
-        words.append(label->text());
-    }
-    EXPECT_TRUE(words.contains(u"ftp://host/in/"_s)) << words.join(u'|').toStdString();
-    EXPECT_TRUE(words.contains(u"ftp://host/in/elsewhere/"_s)) << words.join(u'|').toStdString();
+    EXPECT_THAT(sheetWords(), IsSupersetOf({ u"ftp://host/in/"_s, u"ftp://host/in/elsewhere/"_s }));
 
     list({ u"a"_s });
     EXPECT_FALSE(mark.isVisible());
