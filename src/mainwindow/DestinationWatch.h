@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
+
 /// Notices that somebody else has changed where files go, another copy of the program or an editor: that counts as the
 /// user's wish when the settings have been quiet for a second and can be read. Belongs to the main thread.
 class DestinationWatch final : public QObject {
@@ -12,7 +14,7 @@ public:
     explicit DestinationWatch(QObject& parent);
 
     /// Another destination is in force.
-    void destinationChanged() { m_quiet.start(); }
+    void destinationChanged();
     /// The user has said so, and it is being seen to.
     void settle() { m_quiet.stop(); }
 
@@ -20,5 +22,10 @@ signals:
     void settled();
 
 private:
+    static constexpr std::chrono::milliseconds quietTime{ 1000 };
+
+    static std::chrono::milliseconds ageOfSettings();
+    void check();
+
     QTimer m_quiet;
 };

@@ -9,6 +9,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <utility>
+
 using ::testing::IsSupersetOf;
 
 namespace {
@@ -138,6 +141,26 @@ TEST_F(DestinationChangeTest, SettingsThatSomebodyElseHasChangedAreTheUsersWhenT
     set(u"Address"_s, u"elsewhere"_s);
     ASSERT_TRUE(waitFor([this] { return listedNames().isEmpty(); }));
     EXPECT_EQ(updates.size(), 0);
+
+    EXPECT_TRUE(waitFor([&updates] { return updates.size() == 1; }));
+}
+
+TEST_F(DestinationChangeTest, SettingsAreNotQuietWhileAnyOfThemIsStillWritten)
+{
+    QSignalSpy updates(m_controller.get(), &ViewController::updateWindowTitleAndList);
+    set(u"Address"_s, u"elsewhere"_s);
+    QElapsedTimer sinceThen;
+    sinceThen.start();
+    qint64 last = 0;
+    qint64 longestPause = 0;
+
+    ASSERT_TRUE(waitFor([&] {
+        const qint64 now = sinceThen.elapsed();
+        longestPause = std::max(longestPause, now - std::exchange(last, now));
+        set(u"Other"_s, static_cast<double>(now));
+        return now > 2000;
+    }));
+    EXPECT_TRUE(updates.isEmpty() || longestPause > 900); // On a machine that has stood still meanwhile.
 
     EXPECT_TRUE(waitFor([&updates] { return updates.size() == 1; }));
 }
