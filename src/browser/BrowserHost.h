@@ -7,7 +7,7 @@
 class BrowserHost {
 public:
     virtual void showAlert(const QString& title, const QString& text) = 0;
-    /// Whether a transfer keeps an action back; if so, the user has been told.
+    /// Whether a transfer keeps an action back; if so, an alert says which.
     virtual bool alertSendingOrReceiving() = 0;
     /// Asks for one line of text; null: none was given.
     virtual QString askInput(const QString& prompt, const QString& defaultText) = 0;

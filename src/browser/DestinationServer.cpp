@@ -35,6 +35,6 @@ bool hasIPv6Address(const QString& destination)
 
 QByteArray trustedFingerprint(const QString& destination)
 {
-    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
-    return place ? TrustedCertificates::standard().fingerprint(place->host, place->port) : QByteArray();
+    const std::optional<FTPLocation> location = FTPLocation::fromText(destination);
+    return location ? TrustedCertificates::standard().fingerprint(location->host, location->port) : QByteArray();
 }

@@ -52,7 +52,7 @@ const ListingEntry* ItemActions::pressedEntry()
         return nullptr;
     }
     const QString name = entry->name;
-    if (m_listing.lookAt(DestinationSettings::destination())) {
+    if (m_listing.setDestination(DestinationSettings::destination())) {
         alertOtherDestination(name);
         return nullptr;
     }
@@ -116,9 +116,9 @@ void ItemActions::downloadFile(const QString& name, const QString& folder, const
 {
     m_host.connectionRequested();
     m_host.downloadStarts();
-    const QString place
+    const QString location
         = DestinationSettings::createFullURLFromFTPRootRelativePath(DestinationSettings::ftpFolderFromAppName());
-    if (place.isNull()) {
+    if (location.isNull()) {
         return;
     }
     if (!PathText::isFileName(name)) {
@@ -126,7 +126,7 @@ void ItemActions::downloadFile(const QString& name, const QString& folder, const
         return;
     }
     const QString file = folder.isNull() ? QString() : localFileOfItem(folder, name);
-    m_downloads.startReceive(locationOfItem(place, name, rawName), DestinationSettings::username(),
+    m_downloads.startReceive(locationOfItem(location, name, rawName), DestinationSettings::username(),
                              DestinationSettings::password(), file);
     m_host.downloadStarted();
 }

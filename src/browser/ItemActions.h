@@ -41,7 +41,7 @@ public:
     void downloadSelection();
     /// A double click on the table: as downloadSelection(), and nothing without a selection.
     void doubleAction();
-    /// Whether @p pressed, the destination when the user began something, is still in force; if not, the user is told
+    /// Whether @p pressed, the destination when the user began something, is still in force; if not, an alert says
     /// that nothing was done to the item @p name.
     bool isStillInForce(const Destination& pressed, const QString& name);
     /// What a question about an item says besides, when its row is of another folder than the destination, where the
@@ -65,7 +65,7 @@ public:
     void openDownload(const QString& path);
 
 private:
-    /// As selectedEntry(). Null, and the user has been told, when its row is of a destination that was in force.
+    /// As selectedEntry(). Null when its row is of a destination that is no longer in force; an alert says so.
     const ListingEntry* pressedEntry();
     void alertOtherDestination(const QString& name);
     std::shared_ptr<FMServer> server() const;

@@ -3,10 +3,10 @@
 #include "PathText.h"
 #include "URLText.h"
 
-QString locationOfItem(const QString& place, const QString& name, const QByteArray& rawName)
+QString locationOfItem(const QString& folder, const QString& name, const QByteArray& rawName)
 {
-    return rawName.isNull() ? URLText::appendingPathComponent(place, name)
-                            : URLText::appendingPathComponent(place, rawName);
+    return rawName.isNull() ? URLText::appendingPathComponent(folder, name)
+                            : URLText::appendingPathComponent(folder, rawName);
 }
 
 QString localFileOfItem(const QString& folder, const QString& name)

@@ -31,7 +31,7 @@ void MainWindow::connectTo(ViewController& controller)
     table->setListing(controller.listing().model());
     WindowMemory::restore(*this, *table->horizontalHeader());
     table->sortDescriptorsDidChange();
-    connect(&controller.listing(), &DestinationListing::placeChanged, table, &ListingTable::placeChanged);
+    connect(&controller.listing(), &DestinationListing::folderChanged, table, &ListingTable::folderChanged);
     connect(&controller.listing(), &DestinationListing::ended, table, &ListingTable::listingEnded);
     table->setDragging(&controller.dragging());
     m_ui->dragAndDropView->setViewController(&controller);

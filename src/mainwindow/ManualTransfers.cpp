@@ -97,7 +97,8 @@ void ManualTransfers::startStopList(const QObject* sender)
     }
     begin();
     Destination folder = DestinationSettings::destination();
-    m_parts->listing.lookAt(folder); // Or the next tick would take this listing for one of the former destination.
+    m_parts->listing.setDestination(
+        folder); // Or the next tick would take this listing for one of the former destination.
     if (sender == m_ui->startStopListButton) {
         folder.location = destination();
     }
@@ -111,9 +112,9 @@ void ManualTransfers::startStopCreate(const QObject* sender)
         return;
     }
     QString name = folderNameToCreate();
-    QString place = destination();
+    QString folder = destination();
     if (sender == m_ui->createButton) {
-        place = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
+        folder = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
         name = m_controller->askInput(u"Enter name of folder to create."_s, u""_s);
         if (name.isEmpty()) {
             return;
@@ -126,6 +127,6 @@ void ManualTransfers::startStopCreate(const QObject* sender)
         return;
     }
     begin();
-    creations.startCreate(name, place, DestinationSettings::username(), DestinationSettings::password());
+    creations.startCreate(name, folder, DestinationSettings::username(), DestinationSettings::password());
     m_parts->indicators.transferStarted(creations, creations.isCreating());
 }

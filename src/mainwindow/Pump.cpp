@@ -33,7 +33,7 @@ void Pump::tick()
     }
     m_parts.indicators.showTransfer(before, isNewSecond);
     if (isNewSecond || isUploadDue()) {
-        m_parts.listing.lookAt(DestinationSettings::destination()); // Several looks at the settings file.
+        m_parts.listing.setDestination(DestinationSettings::destination()); // Several looks at the settings file.
     }
     startNext();
     const WindowState after = state();

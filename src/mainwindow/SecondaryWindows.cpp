@@ -65,8 +65,8 @@ void SecondaryWindows::makePreferences(FTPConnections& connections)
             .forgetCertificate =
                 [&connections](const QString& destination) {
                     connections.closeIdleConnections(destination); // They were made while it was trusted.
-                    const std::optional<FTPLocation> place = FTPLocation::fromText(destination);
-                    return place && TrustedCertificates::standard().forget(place->host, place->port);
+                    const std::optional<FTPLocation> location = FTPLocation::fromText(destination);
+                    return location && TrustedCertificates::standard().forget(location->host, location->port);
                 },
             .startConnectionTest =
                 [this, &connections](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {

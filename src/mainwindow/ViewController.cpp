@@ -53,7 +53,7 @@ void ViewController::viewDidLoad()
     setUp(m_pc, m_anchor.ref<FTPPutControllerDelegate>(this));
     setUp(m_lc, m_anchor.ref<FTPListControllerDelegate>(this));
     setUp(m_cc, m_anchor.ref<FTPCreateControllerDelegate>(this));
-    m_listing.lookAt(DestinationSettings::destination());
+    m_listing.setDestination(DestinationSettings::destination());
     m_window.connectTo(*this);
     connectParts();
     m_windows.manualTransfers().connectTo(*this, { m_pc, m_gc, m_lc, m_cc, m_run, m_listing, m_indicators });
@@ -139,7 +139,7 @@ void ViewController::refresh()
 void ViewController::destinationSet()
 {
     emit userRequestedConnection();
-    m_listing.lookAt(DestinationSettings::destination());
+    m_listing.setDestination(DestinationSettings::destination());
     emit updateWindowTitleAndList();
 }
 

@@ -108,7 +108,7 @@ public:
 
     /// A sheet with the one button "OK"; nothing while the window is not shown.
     void showAlert(const QString& title, const QString& text) override;
-    /// Whether something is being sent or received; if so, the user has been told.
+    /// Whether something is being sent or received; if so, an alert says so.
     bool alertSendingOrReceiving() override;
     /// Asks for one line of text, application-modal; null unless "OK" ends it.
     QString askInput(const QString& prompt, const QString& defaultText) override;

@@ -83,10 +83,10 @@ std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() co
                { u"FTPFolder"_s, m_folderTextField } } };
 }
 
-void PreferencesController::setField(QLineEdit*& place, QLineEdit* field)
+void PreferencesController::setField(QLineEdit*& member, QLineEdit* field)
 {
-    disconnect(place, nullptr, this, nullptr);
-    place = field;
+    disconnect(member, nullptr, this, nullptr);
+    member = field;
     connectFields();
 }
 
@@ -173,9 +173,9 @@ QString PreferencesController::destination() const
 
 void PreferencesController::showDestination()
 {
-    const QString place = destination();
-    const bool isNowhere = place.isNull();
-    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(place));
+    const QString location = destination();
+    const bool isNowhere = location.isNull();
+    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(location));
     m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text()) : QString());
     setEnabledKeepingFocus(*m_ui->testButton, !isNowhere, *m_addressTextField);
     showWhetherTrusted();
@@ -196,9 +196,9 @@ void PreferencesController::showEncryption()
 
 void PreferencesController::showWhetherTrusted()
 {
-    const QString place = destination();
-    setEnabledKeepingFocus(*m_ui->forgetCertificateButton, !place.isNull() && m_application.trustsCertificate(place),
-                           *m_addressTextField);
+    const QString location = destination();
+    setEnabledKeepingFocus(*m_ui->forgetCertificateButton,
+                           !location.isNull() && m_application.trustsCertificate(location), *m_addressTextField);
 }
 
 void PreferencesController::forgetCertificate()

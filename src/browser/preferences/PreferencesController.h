@@ -93,7 +93,7 @@ private:
 
     /// The fields with the keys of their settings.
     std::array<std::pair<QString, QLineEdit*>, 4> fields() const;
-    void setField(QLineEdit*& place, QLineEdit* field);
+    void setField(QLineEdit*& member, QLineEdit* field);
     void connectFields();
     void fillFields();
     QHash<QString, QJsonValue> changes() const;

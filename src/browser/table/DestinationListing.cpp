@@ -34,7 +34,7 @@ QHostAddress DestinationListing::addressOf(const QString& location) const
     return m_answered.location == location ? m_answered.address : QHostAddress();
 }
 
-bool DestinationListing::lookAt(const Destination& inForce)
+bool DestinationListing::setDestination(const Destination& inForce)
 {
     if (inForce == m_inForce) {
         return false;
@@ -43,14 +43,14 @@ bool DestinationListing::lookAt(const Destination& inForce)
     stop();
     empty();
     m_source = {};
-    emit placeChanged();
+    emit folderChanged();
     emit destinationChanged();
     return true;
 }
 
 void DestinationListing::list(const Destination& inForce)
 {
-    lookAt(inForce);
+    setDestination(inForce);
     m_isDue = isListing();
     empty();
     if (!inForce.isNull()) {
@@ -87,7 +87,7 @@ void DestinationListing::start(const Destination& folder)
         m_source = folder;
         m_sinceProgress.start();
         if (isOther) {
-            emit placeChanged();
+            emit folderChanged();
         }
         emit began(folder.location);
     }
@@ -134,7 +134,7 @@ void DestinationListing::addEntries(const QList<ListingEntry>& entries)
         m_answered = { m_source.location, m_controller.peerAddress() };
         m_sinceProgress.start();
     } else {
-        lookAt(DestinationSettings::destination()); // Nobody has listed them: they can only be of that one.
+        setDestination(DestinationSettings::destination()); // Nobody has listed them: they can only be of that one.
         if (m_source.isNull()) {
             m_source = m_inForce;
         }

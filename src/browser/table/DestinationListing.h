@@ -20,7 +20,7 @@ public:
     enum class State {
         Idle, ///< Nothing has been listed, or there is no destination.
         Listing,
-        Complete, ///< The list holds all that the server told.
+        Complete, ///< The list holds all that the server has listed.
         Failed, ///< The listing ended before, or could not begin.
     };
 
@@ -46,11 +46,11 @@ public:
     /// The address of the machine that the items of the folder @p location came from; null: none did.
     QHostAddress addressOf(const QString& location) const;
 
-    /// The destination as it was when it was last looked at; null: there is none.
+    /// The destination in force, as it was when it was last set; null: there is none.
     const Destination& destination() const { return m_inForce; }
     /// Has @p inForce be the destination. When it is another one than before, the items go at once, and a listing that
     /// runs is given up; answers whether that was so.
-    bool lookAt(const Destination& inForce);
+    bool setDestination(const Destination& inForce);
 
     /// Empties the list and lists the destination @p inForce. A listing that runs goes on and fills the list from where
     /// it stands; another one is due after it.
@@ -77,12 +77,12 @@ public:
 signals:
     /// Another destination is in force.
     void destinationChanged();
-    /// What is listed from here on is another folder, or is reached by another login, than before.
-    void placeChanged();
+    /// Another folder is listed from here on, or the same by another login.
+    void folderChanged();
     /// A listing of the folder @p location begins.
     void began(const QString& location);
     void entriesAdded(const QList<ListingEntry>& entries);
-    /// The server has told all items; ended() follows.
+    /// The server has listed all items; ended() follows.
     void completed();
     /// The listing ended before, and what had come is here; likewise.
     void failed();
@@ -98,7 +98,7 @@ private:
     FTPListController& m_controller;
     ListingModel m_model;
     State m_state = State::Idle;
-    Destination m_inForce; ///< As it was when it was last looked at.
+    Destination m_inForce; ///< As it was when it was last set.
     Destination m_source; ///< What is listed, or was last.
     QString m_failure;
     QElapsedTimer m_sinceProgress; ///< Since the listing began or brought something.

@@ -150,7 +150,7 @@ void ListingTable::listingEnded()
     m_place->end();
 }
 
-void ListingTable::placeChanged()
+void ListingTable::folderChanged()
 {
     m_place->forget();
     showAgain();

@@ -35,7 +35,7 @@ public:
     /// All items have come: what has not come back by now is gone.
     void listingEnded();
     /// The list is about another folder than before: nothing comes back, and the old picture goes at once.
-    void placeChanged();
+    void folderChanged();
 
     /// Whether a button on the table offers to end the listing that runs.
     void offerStop(bool isOffered);
