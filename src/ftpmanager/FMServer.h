@@ -58,7 +58,8 @@ public:
     /// Whether conversations over a control connection are careful; false at first: all commands are sent at once,
     /// and one that changes something is carried out whatever becomes of the folder change before it. A careful one
     /// sends the same commands, but the one that changes something only when the login and the folder have been
-    /// accepted, and QUIT last; a server that says nothing for 30 seconds ends it.
+    /// accepted, and QUIT last; a server that says nothing for 30 seconds ends it. Transfers, listings and new folders
+    /// wait like this anyway, and say QUIT when they are careful.
     bool isCareful() const;
     void setCareful(bool isCareful);
 

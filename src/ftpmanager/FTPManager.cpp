@@ -1,5 +1,6 @@
 #include "FTPManager.h"
 
+#include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FMThread.h"
 #include "FTPEngine.h"
@@ -73,6 +74,9 @@ Result FTPManager::runOnStreams(const FMServer& server, const std::function<Resu
         m_streams = &streams;
         Result result = operation();
         m_streams = nullptr;
+        if (server.isCareful()) {
+            EngineConnections(engine).closeIdleConnections(ftpURLForPort(server.destination(), server.port()));
+        }
         return result;
     });
 }
