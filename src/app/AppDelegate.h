@@ -72,7 +72,7 @@ public:
 
     void defaultsDidChangeHandler();
     /// Watches the file at @p path for the life of the process; each change leads to updateWindowTitleAndList(). Does
-    /// null when the file cannot be opened.
+    /// nothing when the file cannot be opened.
     void startDispatchSource(const QString& path);
     /// The file that holds the destination's text when it is saved; null without a Documents folder.
     QString documentsPathForDestination() const;
