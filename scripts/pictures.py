@@ -7,6 +7,7 @@ Each shows at 100 % and, with "-200" behind its name, at 200 %. Two files, a ser
 import os
 import subprocess
 import sys
+from pathlib import Path
 
 TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(TOP, "tests", "window"))
@@ -83,7 +84,7 @@ class Pictures:
 
         settings = self._server.settings()
         program = self.start(**settings)
-        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.wait_for_list(program)
         self.take(program, "listing", "^ftp:")
         self._desktop.key("ctrl+comma")
         wait_for(lambda: program.find("Server address"), "the panel")
@@ -103,13 +104,14 @@ class Pictures:
         self._server.read_at_most(3_000_000)
         paths = [self.file(name, size) for name, size in SENDING.items()]
         program = self.start(**settings)
-        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.wait_for_list(program)
         self.to_front(program, "^ftp:")
         self.hand_over(paths)
         wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 20, "a part to be sent")
         self.take(program, "uploading", "^ftp:")
         program.close()
         self.take_history(settings)
+        self.take_outcomes(settings)
         self.take_copies(settings)
         self.take_encryption()
 
@@ -117,7 +119,7 @@ class Pictures:
         self._server.read_at_most(0)
         self._server.after_receiving = lambda path: path.endswith("Poster.png") and os.truncate(path, 1_500_000)
         program = self.start(**settings)
-        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.wait_for_list(program)
         self.to_front(program, "^ftp:")
         sizes = {"Letter.odt": 30_000, "Archive": 9_000, "Poster.png": 1_870_000, "Read me.txt": 1_204}
         paths = [self.file(name, size) for name, size in sizes.items()]
@@ -130,6 +132,52 @@ class Pictures:
         self._desktop.key("ctrl+h")
         self.take(program, "history", "^History$")
         program.close()
+
+    def take_outcomes(self, settings):
+        """The line below the status, in each of its states."""
+        self._server.read_at_most(0)
+        program = self.start(**settings)
+        self.wait_for_list(program)
+        letter, gone = self.file("Letter.odt", 30_000), os.path.join(self._desktop.folder, "Gone.txt")
+        folder = os.path.join(self._desktop.folder, "Photos of the harbour")
+        os.makedirs(folder, exist_ok=True)
+
+        self.hand_over([letter])
+        self.take_outcome(program, "one", "“Letter.odt” uploaded")
+        self.paste(program, [letter, self.file("Map of the harbour.svg", 2_000), folder])
+        self.take_outcome(program, "left-out", "2 uploaded, 1 left out")
+        self.hand_over([letter, self.file("Archive", 9_000), self.file("Read me.txt", 1_204), gone])
+        self.take_outcome(program, "failed", "2 of 4 uploaded, 2 failed")
+        self._server.read_at_most(3_000_000)
+        self.hand_over([gone, self.file("Lighthouse.jpg", 60_000_000), letter])
+        wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 10, "a part to be sent")
+        self.take(program, "outcome-sending", "^ftp:")
+        program.press("Stop")
+        self.take_outcome(program, "stopped", "1 of 3 uploaded, 1 failed, 1 stopped")
+        program.close()
+
+    def paste(self, program, paths):
+        """Pastes files and folders, as they are copied in a file manager."""
+        words = ["xclip", "-quiet", "-in", "-selection", "clipboard", "-target", "text/uri-list"]
+        clipboard = subprocess.Popen(
+            words, stdin=subprocess.PIPE, stderr=subprocess.DEVNULL, env=self._desktop.environment
+        )
+        clipboard.stdin.write("".join(f"{Path(path).as_uri()}\r\n" for path in paths).encode())
+        clipboard.stdin.close()
+        target = [*words[:1], "-out", *words[3:]]
+        wait_for(lambda: subprocess.run(target, env=self._desktop.environment, capture_output=True).stdout, "the copy")
+        self.to_front(program, "^ftp:")
+        self._desktop.key("ctrl+v")
+
+    def take_outcome(self, program, name, words):
+        wait_for(lambda: program.find(words), words)
+        self.wait_for_list(program)
+        while program.sheet():
+            program.press("OK")
+        self.take(program, f"outcome-{name}", "^ftp:")
+
+    def wait_for_list(self, program):
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
 
     def take_copies(self, settings):
         program = self.start(**settings)
@@ -151,7 +199,7 @@ class Pictures:
         wait_for(program.sheet, "the question")
         self.take(program, "certificate", "^Trust This Server")
         program.press("Trust")
-        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
+        self.wait_for_list(program)
         self.take(program, "encrypted", "^ftp:")
         self._desktop.key("ctrl+comma")
         program.press("Test Connection")
