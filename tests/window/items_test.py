@@ -22,7 +22,7 @@ def refusal(name):
 
 
 class Items:
-    """The tests, for each make of server."""
+    """What the tests of each make of server have in common."""
 
     make = None
     place = ""  # The destination folder on the server.
@@ -69,6 +69,10 @@ class Items:
         self.wait_for_listing(program, self.place)
         self.assertIsNone(program.sheet())
 
+
+class Changes(Items):
+    """Items of the destination folder are deleted and made."""
+
     def test_files_and_empty_folders_are_deleted_and_full_ones_are_not(self):
         self.write("unwanted file é.txt")
         self.write("README")
@@ -87,6 +91,42 @@ class Items:
 
         self.assertEqual(sorted(os.listdir(self.server.path(""))), ["full"])
 
+    def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
+        self.place = "ein Ordner é 100%"
+        os.mkdir(self.server.path(self.place))
+        program = self.start_listed(FTPFolder=self.place)
+
+        self.assert_created(program, "new one")
+        self.assert_created(program, "été à la mer")
+        self.assert_deleted(program, "new one")
+
+        self.assertEqual(os.listdir(self.server.path("")), [self.place])
+
+    def test_a_name_that_is_taken_is_told_from_the_list_or_by_the_server(self):
+        os.mkdir(self.server.path("listed"))
+        program = self.start_listed()
+
+        self.create(program, "listed")
+        self.assertEqual(
+            program.acknowledge(), ["Folder Exists", 'Folder "listed" already exists. Try another name.']
+        )
+        os.mkdir(self.server.path("unlisted"))
+        self.create(program, "unlisted")
+
+        self.assertEqual(
+            program.acknowledge()[:2],
+            [
+                "Folder Not Created",
+                'Folder "unlisted" was not created due to an error.\n\nPlease check your preference settings for correct'
+                " FTP server passsword, username and folder location.",
+            ],
+        )
+        self.assertEqual(self.names(program), ["listed"])
+
+
+class TwoFolders(Items):
+    """One is shown, and another one could be hit."""
+
     def make_two_folders(self):
         """Two destinations that each hold an item of the same name, as the login folder does."""
         for folder in ("old", "new"):
@@ -97,6 +137,10 @@ class Items:
 
     def assert_all_photos_are_there(self):
         self.assertEqual([photo for photo in self.photos if not os.path.exists(self.server.path(photo))], [])
+
+
+class Strangers(TwoFolders):
+    """Nothing is deleted that was not shown."""
 
     def test_nothing_is_deleted_elsewhere_when_the_folder_has_gone(self):
         self.make_two_folders()
@@ -122,6 +166,25 @@ class Items:
             ["Destination Changed", "Nothing was done to “photo.jpg”, since the destination has changed."],
         )
         self.assert_all_photos_are_there()
+
+    def test_an_item_is_deleted_on_the_machine_that_the_list_came_from(self):
+        self.server.close()
+        self.server = RealFTPServer(self.make, address="127.0.0.3")
+        self.addCleanup(self.server.close)
+        private_network.name_addresses("twofold.example", "127.0.0.2", "127.0.0.3")
+        self.write("photo.jpg")
+        program = self.start_listed(Address="twofold.example")
+        other = RealFTPServer(self.make, address="127.0.0.2")
+        self.addCleanup(other.close)
+
+        self.assert_deleted(program, "photo.jpg")
+        self.assert_created(program, "new one")
+
+        self.assertEqual(os.listdir(other.path("")), [])
+
+
+class Leftovers(TwoFolders):
+    """Nothing is deleted that was shown before the destination changed."""
 
     def test_what_was_selected_in_one_folder_is_not_selected_in_another(self):
         self.make_two_folders()
@@ -165,63 +228,40 @@ class Items:
         self.assert_no_more_sheets(program)
         self.assert_all_photos_are_there()
 
-    def test_an_item_is_deleted_on_the_machine_that_the_list_came_from(self):
-        self.server.close()
-        self.server = RealFTPServer(self.make, address="127.0.0.3")
-        self.addCleanup(self.server.close)
-        private_network.name_addresses("twofold.example", "127.0.0.2", "127.0.0.3")
-        self.write("photo.jpg")
-        program = self.start_listed(Address="twofold.example")
-        other = RealFTPServer(self.make, address="127.0.0.2")
-        self.addCleanup(other.close)
 
-        self.assert_deleted(program, "photo.jpg")
-        self.assert_created(program, "new one")
-
-        self.assertEqual(os.listdir(other.path("")), [])
-
-    def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
-        self.place = "ein Ordner é 100%"
-        os.mkdir(self.server.path(self.place))
-        program = self.start_listed(FTPFolder=self.place)
-
-        self.assert_created(program, "new one")
-        self.assert_created(program, "été à la mer")
-        self.assert_deleted(program, "new one")
-
-        self.assertEqual(os.listdir(self.server.path("")), [self.place])
-
-    def test_a_name_that_is_taken_is_told_from_the_list_or_by_the_server(self):
-        os.mkdir(self.server.path("listed"))
-        program = self.start_listed()
-
-        self.create(program, "listed")
-        self.assertEqual(
-            program.acknowledge(), ["Folder Exists", 'Folder "listed" already exists. Try another name.']
-        )
-        os.mkdir(self.server.path("unlisted"))
-        self.create(program, "unlisted")
-
-        self.assertEqual(
-            program.acknowledge()[:2],
-            [
-                "Folder Not Created",
-                'Folder "unlisted" was not created due to an error.\n\nPlease check your preference settings for correct'
-                " FTP server passsword, username and folder location.",
-            ],
-        )
-        self.assertEqual(self.names(program), ["listed"])
-
-
-class OnVsftpd(Items, WindowTest):
+class ChangesOnVsftpd(Changes, WindowTest):
     make = "vsftpd"
 
 
-class OnProftpd(Items, WindowTest):
+class ChangesOnProftpd(Changes, WindowTest):
     make = "proftpd"
 
 
-class OnPyftpdlib(Items, WindowTest):
+class ChangesOnPyftpdlib(Changes, WindowTest):
+    make = "pyftpdlib"
+
+
+class StrangersOnVsftpd(Strangers, WindowTest):
+    make = "vsftpd"
+
+
+class StrangersOnProftpd(Strangers, WindowTest):
+    make = "proftpd"
+
+
+class StrangersOnPyftpdlib(Strangers, WindowTest):
+    make = "pyftpdlib"
+
+
+class LeftoversOnVsftpd(Leftovers, WindowTest):
+    make = "vsftpd"
+
+
+class LeftoversOnProftpd(Leftovers, WindowTest):
+    make = "proftpd"
+
+
+class LeftoversOnPyftpdlib(Leftovers, WindowTest):
     make = "pyftpdlib"
 
 

@@ -5,6 +5,7 @@ Labels are found by their accessible description, since a label's name is its te
 
 import json
 import os
+import re
 import subprocess
 import tempfile
 from typing import NamedTuple
@@ -304,6 +305,9 @@ class Program:
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
         texts = wait_for(self.sheet, "a sheet")
+        windows = self._desktop.windows_of(self.process.pid, f"^{re.escape(texts[0])}$")
         self.press("OK")
         wait_for(lambda: self.sheet() != texts, "the sheet to go")
+        # From the screen, too: a window that is brought to the front while its sheet goes leaves the keyboard nowhere.
+        wait_for(lambda: not windows or set(windows) - set(self._desktop.windows_of(self.process.pid)), "its window to go")
         return texts

@@ -17,22 +17,11 @@ CHECK_SETTINGS = [
 
 
 class Sheets(WindowTest):
-    def break_settings(self, content="{ broken"):
-        store_settings(self.home, {})
-        path = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json")
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(content)
+    """One sheet, the window behind it, and the other windows."""
 
     def stored(self):
         with open(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"), encoding="utf-8") as file:
             return json.load(file)
-
-    def refresh(self, program):
-        """Makes the program the active one again, which lists the destination afresh."""
-        window = self.desktop.windows_of(program.process.pid)[0]
-        self.desktop.xdotool("windowminimize", window)
-        wait_for(lambda: not program.is_active(), "the program to notice that it is no longer active")
-        self.desktop.xdotool("windowactivate", window)
 
     def test_files_without_a_destination_wait_for_one(self):
         program = self.start(self.file("one.txt"), self.file("two.txt"))
@@ -112,11 +101,29 @@ class Sheets(WindowTest):
         self.desktop.key("space", "Return")
         self.assertTrue(program.has_focus("Files of this run"))
 
-        self.bring_to_front(program)
+        (window,) = self.desktop.windows_of(program.process.pid, "^ftp://")
+        self.desktop.xdotool("windowactivate", window)  # Which never is the active one, since its sheet is.
 
         wait_for(lambda: program.has_focus("OK"), "the keyboard to be in the sheet")
         self.desktop.key("Return")
         wait_for(lambda: program.sheet() is None, "the sheet to go")
+
+
+class Failures(WindowTest):
+    """What fails raises one, and no more than one."""
+
+    def break_settings(self, content="{ broken"):
+        store_settings(self.home, {})
+        path = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(content)
+
+    def refresh(self, program):
+        """Makes the program the active one again, which lists the destination afresh."""
+        window = self.desktop.windows_of(program.process.pid)[0]
+        self.desktop.xdotool("windowminimize", window)
+        wait_for(lambda: not program.is_active(), "the program to notice that it is no longer active")
+        self.desktop.xdotool("windowactivate", window)
 
     def test_a_large_file_called_error_raises_one_sheet(self):
         self.settings()
