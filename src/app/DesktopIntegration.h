@@ -39,7 +39,7 @@ private:
 
     Desktop m_desktop;
     UploadHistory& m_history;
-    QTimer m_check; ///< Runs while a listing that is to come may know better of the last queue.
+    QTimer m_check{ this }; ///< Runs while a listing that is to come may know better of the last queue.
     Notifier m_notifier;
     LauncherProgress m_progress;
     SleepInhibitor m_inhibitor;

@@ -1,6 +1,7 @@
 #include "DesktopIntegration.h"
 
 #include "ApplicationService.h"
+#include "Delays.h"
 #include "DesktopServices.h"
 #include "FakeWindowTest.h"
 #include "PrivateBus.h"
@@ -125,10 +126,66 @@ TEST_F(DesktopIntegrationTest, TheNotificationWaitsForTheListingAndSaysWhatItHas
     finishUpload();
     latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
     latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 2 Jan 1 2024 a\r\n");
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>{ 5000 });
     latest(FakeFTPStream::Kind::Listing).sendEnd();
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>{ 0 });
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
     EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished with failures: “a” not uploaded whole"_s });
+}
+
+TEST_F(DesktopIntegrationTest, TheNotificationWaitsFiveSecondsAtMostForAListing)
+{
+    startOne();
+    finishUpload();
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>{ 5000 });
+    EXPECT_TRUE(m_notifications.shown.isEmpty());
+
+    passDelaysOf(*m_integration);
+
+    ASSERT_TRUE(m_controller->lc().isReceiving());
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: “a” uploaded"_s });
+}
+
+TEST_F(DesktopIntegrationTest, TheNotificationWaitsForAListingThatBeganBehindTheConfirmation)
+{
+    m_controller->listFTPDestination();
+    startOne();
+    finishUpload();
+
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>{ 5000 });
+
+    tick();
+    ASSERT_EQ(count(FakeFTPStream::Kind::Listing), 2);
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>{ 0 });
+}
+
+TEST_F(DesktopIntegrationTest, NothingIsWaitedForWhenAnotherDestinationIsInForce)
+{
+    startOne();
+    finishUpload();
+
+    set(u"Address"_s, u"other"_s);
+    m_controller->destinationSet();
+
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>{ 0 });
+}
+
+TEST_F(DesktopIntegrationTest, TheNotificationOfAQueueComesAtTheLatestWithTheNextOne)
+{
+    startOne();
+    finishUpload();
+
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+
+    EXPECT_EQ(delaysOf(*m_integration), QList<int>());
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: “a” uploaded"_s });
 }
 
 TEST_F(DesktopIntegrationTest, WhatTheUserHasEndedIsNotNotified)

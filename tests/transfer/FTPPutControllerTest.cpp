@@ -391,6 +391,7 @@ TEST_F(FTPPutControllerTest, AFileThatShrinksWhileItIsSentIsAReadError)
     m_streams.last().sendHasSpace();
 
     EXPECT_EQ(m_delegate->calls.last(), u"File read error"_s);
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::NotReadable);
     EXPECT_FALSE(m_delegate->calls.contains(u"uploadDone"_s));
     EXPECT_TRUE(m_streams.last().isClosed());
     EXPECT_EQ(countChange(), 0);
@@ -487,6 +488,8 @@ TEST_F(FTPPutControllerTest, WhatNeverReachesTheServerHasAnOutcomeOfItsOwn)
             { path(u"none"_s), Outcome::NotFound, QString() },
             { path(QString()), Outcome::NotPlainFile, u"Can not create output file."_s },
             { u"/proc/self/mem"_s, Outcome::NotReadable, u"File read error"_s },
+            // A plain file that not even root can read.
+            { u"/proc/sys/vm/drop_caches"_s, Outcome::NotReadable, u"Can not create output file."_s },
         },
         [this](const QString& path, Outcome kind, const QString& status) {
             start(path);

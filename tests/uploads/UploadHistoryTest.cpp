@@ -236,6 +236,19 @@ TEST_F(UploadHistoryTest, AFileThatIsQueuedAgainCountsByItsLastTry)
     EXPECT_EQ(m_history.runTally(), FileTally{ .confirmed = 1 });
 }
 
+TEST_F(UploadHistoryTest, AFileThatWaitsAgainIsNotCountedWhenAListingCorrectsItsFormerTry)
+{
+    m_history.filesQueued({ u"/a"_s });
+    confirmNext(5);
+    list({ item(u"a"_s, 4) });
+    m_history.filesQueued(m_history.takeToQueueAgain({ 0 }));
+
+    list({ item(u"a"_s, 5) });
+
+    EXPECT_EQ(outcome(0), Outcome::Confirmed);
+    EXPECT_EQ(m_history.runTally(), FileTally());
+}
+
 TEST_F(UploadHistoryTest, LostFilesCanBeQueuedAgainAndAreOnlyOnce)
 {
     m_history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
@@ -311,6 +324,20 @@ TEST_F(UploadHistoryTest, OnlyTheFirstListingAfterTheConfirmationCounts)
     EXPECT_EQ(listedSize(1), 3);
 }
 
+TEST_F(UploadHistoryTest, AFileThatIsConfirmedDuringAListingIsNotMissedInIt)
+{
+    m_history.filesQueued({ u"/a"_s });
+    send();
+    m_history.listingStarts(u"ftp://host/in/"_s);
+    m_history.fileConfirmed(5, QString());
+
+    m_history.listingSucceeded();
+    EXPECT_EQ(outcome(0), Outcome::Confirmed);
+
+    list({});
+    EXPECT_EQ(outcome(0), Outcome::NotListed);
+}
+
 TEST_F(UploadHistoryTest, AListingThatFailsLeavesTheQuestionToTheNextOne)
 {
     m_history.filesQueued({ u"/a"_s });
@@ -382,6 +409,8 @@ TEST_F(UploadHistoryTest, AnotherFolderIsNoAnswer)
 
     list({ item(u"a"_s, 4) }, u"ftp://host/other/"_s);
     EXPECT_FALSE(listedSize(0));
+    list({}, u"ftp://host/other/"_s);
+    EXPECT_EQ(outcome(0), Outcome::Confirmed);
 
     list({ item(u"a"_s, 4) });
     EXPECT_EQ(listedSize(0), 4);
