@@ -7,7 +7,7 @@ namespace {
 
 ItemResult resultOf(const FTPManager& manager, bool isDone)
 {
-    if (isDone) {
+    if (isDone || manager.isCommandAccepted()) {
         return ItemOutcome::Done;
     }
     if (manager.isUndecided()) {

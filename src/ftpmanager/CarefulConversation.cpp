@@ -17,11 +17,10 @@ bool isPositiveOrIntermediate(const Reply& reply)
 
 } // namespace
 
-CarefulConversation::CarefulConversation(ControlSocket& socket, std::chrono::milliseconds silence)
+CarefulConversation::CarefulConversation(ControlSocket& socket)
     : m_socket(socket)
     , m_replies(socket)
 {
-    socket.setSilenceLimit(silence);
 }
 
 std::optional<QString> CarefulConversation::hold(const QList<QByteArray>& setUp, const QByteArray& command,
@@ -40,8 +39,9 @@ std::optional<QString> CarefulConversation::hold(const QList<QByteArray>& setUp,
     isReady = isReady && areGoodAnswers(QString::fromUtf8(m_replies.text()));
     if (isReady && !command.isNull()) {
         m_hasSentCommand = true;
-        isReady = m_socket.write(command) && isAccepted(isPositive);
-        m_isUndecided = !isReady && !m_refusal;
+        m_isCommandAccepted = m_socket.write(command) && isAccepted(isPositive);
+        m_isUndecided = !m_isCommandAccepted && !m_refusal;
+        isReady = m_isCommandAccepted;
     }
     if (m_socket.write("QUIT\r\n")) {
         awaitQuitReply();

@@ -21,14 +21,17 @@ public:
     /// And so long when all is decided and QUIT is said.
     static constexpr std::chrono::seconds quitGrace{ 2 };
 
-    /// @p socket is connected, and outlives the conversation.
-    explicit CarefulConversation(ControlSocket& socket, std::chrono::milliseconds silence = longestSilence);
+    /// @p socket is connected, and outlives the conversation. Its silence limit is the caller's, from the connection
+    /// on.
+    explicit CarefulConversation(ControlSocket& socket);
 
     /// Sends @p setUp, then @p command unless that is null, then QUIT. @p hasGreeted: whether the server's greeting has
     /// been read. Answers everything that the server has said; std::nullopt when it has not accepted it all, has fallen
     /// silent, or is gone.
     std::optional<QString> hold(const QList<QByteArray>& setUp, const QByteArray& command, bool hasGreeted);
 
+    /// Whether the server has accepted the command, whatever it said before or afterwards.
+    bool isCommandAccepted() const { return m_isCommandAccepted; }
     /// Whether nobody knows what the server has done: the command was sent, and its reply has not come.
     bool isUndecided() const { return m_isUndecided; }
     /// The first reply that was a refusal; std::nullopt without one.
@@ -44,5 +47,6 @@ private:
     ReplyReader m_replies;
     std::optional<Reply> m_refusal;
     bool m_hasSentCommand = false;
+    bool m_isCommandAccepted = false;
     bool m_isUndecided = false;
 };

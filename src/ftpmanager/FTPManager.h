@@ -106,6 +106,11 @@ public:
     /// FMServer::timeLimit() counts as such, since the server's close of the connection ends the answers.
     bool isUndecided() const;
 
+    /// Whether the latest operation was a careful one (FMServer::isCareful()) over a control connection, and the server
+    /// has accepted its command. It may have failed all the same: every line of all answers that begins with 4 or 5
+    /// makes it do so, also of the answer to QUIT and in the midst of a good one.
+    bool isCommandAccepted() const;
+
     /// How the server has refused an operation.
     struct Refusal {
         int code = 0; ///< The reply code, 400 to 599.
@@ -207,6 +212,7 @@ private:
     bool m_streamSuccess = false;
     bool m_refusedCertificate = false;
     bool m_isUndecided = false;
+    bool m_isCommandAccepted = false;
     std::optional<Refusal> m_refusal;
 
     // The worker's own.

@@ -143,14 +143,19 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     if (const std::chrono::milliseconds limit = server.timeLimit(); limit.count() > 0) {
         socket.setTimeLimit(limit);
     }
+    if (server.isCareful()) {
+        socket.setSilenceLimit(
+            std::min<std::chrono::milliseconds>(CarefulConversation::longestSilence, m_timeouts.reply));
+    }
     const bool isReady = prepare(socket, server);
     std::optional<QString> answers;
     bool isUndecided = false;
+    bool isCommandAccepted = false;
     if (isReady && server.isCareful()) {
-        CarefulConversation conversation(
-            socket, std::min<std::chrono::milliseconds>(CarefulConversation::longestSilence, m_timeouts.reply));
+        CarefulConversation conversation(socket);
         answers = conversation.hold(commands.setUp(), commands.command(), server.encryption() != FTPEncryption::None);
         isUndecided = conversation.isUndecided();
+        isCommandAccepted = conversation.isCommandAccepted();
         if (const std::optional<Reply>& refusal = conversation.refusal()) {
             noteRefusal({ .code = refusal->code,
                           .words = wordsOf(*refusal, server.password()),
@@ -163,6 +168,7 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     const bool success = answers && _checkAnswers(*answers);
     const std::lock_guard lock(m_mutex);
     m_isUndecided = isUndecided;
+    m_isCommandAccepted = isCommandAccepted;
     m_streamSuccess = success;
     m_action = Action::Ended;
     return success;

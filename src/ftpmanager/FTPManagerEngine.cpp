@@ -19,6 +19,7 @@ void FTPManager::begin(Action action, quint64 fileSize)
     m_bytesProcessed = 0;
     m_refusedCertificate = false;
     m_isUndecided = false;
+    m_isCommandAccepted = false;
     m_refusal.reset();
 }
 
@@ -44,6 +45,12 @@ bool FTPManager::isUndecided() const
 {
     const std::lock_guard lock(m_mutex);
     return m_isUndecided;
+}
+
+bool FTPManager::isCommandAccepted() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_isCommandAccepted;
 }
 
 std::optional<FTPManager::Refusal> FTPManager::refusal() const

@@ -754,9 +754,27 @@ TEST(CarefulConversationTest, AnItemIsDeletedAsWhatItIsSaidToBe)
     EXPECT_EQ(sentBy(asFolder), "USER user\r\nPASS word\r\nRMD v1.2\r\nQUIT\r\n"_ba);
 }
 
+TEST(CarefulConversationTest, WhatIsSaidBesideAnAcceptedCommandDoesNotUndoIt)
+{
+    for (const QByteArray& answers : { "250-gone\r\n500 files are left\r\n250 gone\r\n221 bye\r\n"_ba,
+                                       "250 gone\r\n500 what?\r\n"_ba, "250 gone\r\n421 bye\r\n"_ba }) {
+        const ControlServer server([&answers](ControlPeer& peer) {
+            peer.receiveUntil("CWD dir\r\n");
+            peer.send("220 hello\r\n331 go on\r\n230 in\r\n250 there\r\n");
+            peer.receiveUntil("DELE a.txt\r\n");
+            peer.send(answers);
+        });
+        FTPManager manager;
+
+        EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get())); // As without care.
+
+        EXPECT_TRUE(manager.isCommandAccepted());
+        EXPECT_FALSE(manager.isUndecided());
+    }
+}
+
 TEST(CarefulConversationTest, AServerThatFallsSilentEndsItAndIsUndecidedOnlyBehindTheCommand)
 {
-    EXPECT_EQ(CarefulConversation::longestSilence, 30s);
     for (const bool hasAccepted : { false, true }) {
         std::promise<void> over;
         const std::shared_future<void> end(over.get_future());
@@ -766,7 +784,8 @@ TEST(CarefulConversationTest, AServerThatFallsSilentEndsItAndIsUndecidedOnlyBehi
         });
         ControlSocket socket;
         ASSERT_EQ(socket.connect(QHostAddress::LocalHost, server.port()), ControlSocket::Outcome::Connected);
-        CarefulConversation conversation(socket, 50ms);
+        socket.setSilenceLimit(50ms);
+        CarefulConversation conversation(socket);
 
         EXPECT_FALSE(conversation.hold({ "USER user\r\n" }, "DELE a.txt\r\n", false));
 

@@ -1,5 +1,6 @@
 // Operations with a record that requires encryption.
 
+#include "CarefulConversation.h"
 #include "ControlServer.h"
 #include "FTPManager.h"
 #include "FakeFTPStream.h"
@@ -211,6 +212,29 @@ TEST_F(FTPManagerTlsTest, AServerThatIsSilentBeforeTheConversationLeavesNothingU
         const auto record = recordFor(server);
         record->setTimeLimit(50ms);
         FTPManager manager;
+
+        EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, record.get()));
+
+        EXPECT_FALSE(manager.isUndecided());
+        hasFailed.set_value();
+    }
+}
+
+TEST_F(FTPManagerTlsTest, ACarefulConversationEndsWhateverTheServerIsSilentAt)
+{
+    EXPECT_EQ(CarefulConversation::longestSilence, 30s);
+    for (const char* said : { "", "220 hello\r\n", "220 hello\r\n234 go on\r\n" }) {
+        SCOPED_TRACE(said);
+        std::promise<void> hasFailed;
+        const ControlServer server([said, &hasFailed](ControlPeer& peer) {
+            peer.send(said);
+            hasFailed.get_future().wait();
+        });
+        const auto record = recordFor(server);
+        record->setCareful(true);
+        FTPTimeouts timeouts;
+        timeouts.reply = 50ms; // The shorter of the two holds.
+        FTPManager manager(timeouts);
 
         EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, record.get()));
 

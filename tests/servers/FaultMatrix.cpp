@@ -179,7 +179,7 @@ Ending endingWithoutPipelining(Fault fault, Operation operation, const Spot& spo
     if (fault.stage == Stage::Quit) {
         // Nobody waits for the reply to QUIT; but a conversation's counts when it comes.
         const bool counts = operation == CarefulDeletion && fault.manner == Manner::Refused;
-        return { counts ? Ending::Kind::Refused : Ending::Kind::Works };
+        return { counts ? Ending::Kind::Contradicted : Ending::Kind::Works };
     }
     const bool isHeard
         = fault.manner == Manner::Refused || fault.manner == Manner::Slow || fault.manner == Manner::SingleBytes;

@@ -55,6 +55,7 @@ struct Ending {
         Believed, ///< The server fell silent without a refusal, which counts as done.
         BelievedAfterReset, ///< The same, by a reset of the connection.
         Undecided, ///< The command was sent, and no word came of what has become of it.
+        Contradicted, ///< The command was accepted, and what was said afterwards counts as a failure all the same.
     };
     Kind kind;
     int code = 0; ///< Of the refusal, or else of the server's latest reply; 0 for none.

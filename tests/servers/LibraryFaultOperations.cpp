@@ -50,6 +50,7 @@ public:
         case Ending::Kind::Undecided:
             return { "not known", u"false; undecided"_s };
         case Ending::Kind::Refused:
+        case Ending::Kind::Contradicted:
         case Ending::Kind::FolderRefused:
         case Ending::Kind::Lost:
         case Ending::Kind::Silence:

@@ -51,6 +51,7 @@ Outcome outcomeOfTest(Ending ending)
     case Ending::Kind::Believed:
     case Ending::Kind::BelievedAfterReset:
     case Ending::Kind::Undecided:
+    case Ending::Kind::Contradicted:
         break;
     }
     return {};
@@ -95,6 +96,7 @@ public:
         const bool isSaidInASheet = operation == Operation::CarefulDeletion || operation == Operation::FolderCreation;
         switch (ending.kind) {
         case Ending::Kind::Works:
+        case Ending::Kind::Contradicted:
             return { "works", isSaidInASheet ? u""_s : subjectOf(operation) + u" succeeded"_s };
         case Ending::Kind::Undecided:
             return { "not known", noAnswer };
