@@ -1,13 +1,17 @@
 #include "FileOutputStream.h"
 
 #include "LocalPath.h"
+#include "PathText.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -44,6 +48,32 @@ int openForWriting(const char* name)
     return descriptor;
 }
 
+/// The name of the file number @p number that may be written beside the one at @p path, which may be of any length.
+QByteArray partName(const QString& path, int number)
+{
+    const QString ending = (number == 1 ? QString() : u" %1"_s.arg(number)) + u".part"_s;
+    const qsizetype start = path.lastIndexOf(u'/') + 1;
+    return LocalPath::toBytes(path.left(start)
+                              + PathText::shortenedFileName(path.sliced(start), NAME_MAX - ending.size()) + ending);
+}
+
+/// Gives a new file the group and the mode of the one that @p old tells of. What a group may do is no other's.
+void takeAccess(int descriptor, const struct stat& old)
+{
+    mode_t mode = old.st_mode & 0777;
+    if (::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0) {
+        mode &= ~static_cast<mode_t>(S_IRWXG);
+    }
+    ::fchmod(descriptor, mode);
+}
+
+/// Whether @p error says that the folder takes no new file, or none of that name: one that is there may be written all
+/// the same. With any other error that would only lose it.
+bool isNotAllowed(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS || error == ENAMETOOLONG;
+}
+
 } // namespace
 
 FileOutputStream::FileOutputStream(QString path, Existing existing)
@@ -61,13 +91,8 @@ void FileOutputStream::open()
 {
     const QByteArray name = LocalPath::toBytes(m_path);
     // The system would stop at a NUL and write another file.
-    if (!name.contains('\0')) {
-        if (m_existing == Existing::KeptUntilWhole) {
-            openBeside(name);
-        }
-        if (m_descriptor < 0) {
-            m_descriptor = openForWriting(name.constData());
-        }
+    if (!name.contains('\0') && (m_existing == Existing::Overwritten || openBeside(name) == Beside::NotAllowed)) {
+        m_descriptor = openForWriting(name.constData());
     }
     m_failed = m_descriptor < 0;
     if (!m_failed) {
@@ -75,30 +100,33 @@ void FileOutputStream::open()
     }
 }
 
-void FileOutputStream::openBeside(const QByteArray& name)
+FileOutputStream::Beside FileOutputStream::openBeside(const QByteArray& name)
 {
     constexpr int mostNames = 100;
     struct stat status = {};
     const bool isThere = ::lstat(name.constData(), &status) == 0;
     const bool isFile = isThere && S_ISREG(status.st_mode);
-    if (isThere && !isFile && !S_ISLNK(status.st_mode)) {
-        return; // Nothing takes the place of anything else.
+    // Nothing takes the place of anything else, nor of a file that may not be written.
+    if ((isThere && !isFile && !S_ISLNK(status.st_mode))
+        || (isFile && ::faccessat(AT_FDCWD, name.constData(), W_OK, AT_EACCESS) != 0)) {
+        return Beside::NotPossible;
     }
     for (int number = 1; number <= mostNames; ++number) {
-        const QByteArray part = name + (number == 1 ? QByteArray() : ' ' + QByteArray::number(number)) + ".part";
+        const QByteArray part = partName(m_path, number);
         // Nobody else reads it before it has the other's mode.
         m_descriptor = ::open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, isFile ? 0600 : 0666);
         if (m_descriptor >= 0) {
             m_part = part;
             if (isFile) {
-                ::fchmod(m_descriptor, status.st_mode & 0777);
+                takeAccess(m_descriptor, status);
             }
-            return;
+            return Beside::Open;
         }
         if (errno != EEXIST) {
-            return;
+            return isNotAllowed(errno) ? Beside::NotAllowed : Beside::NotPossible;
         }
     }
+    return Beside::NotPossible;
 }
 
 qint64 FileOutputStream::write(std::span<const char> data)

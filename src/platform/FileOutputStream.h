@@ -12,8 +12,8 @@ public:
     /// What becomes of a file that is there already.
     enum class Existing {
         Overwritten, ///< It is emptied at once.
-        KeptUntilWhole, ///< A new file beside it ("NAME.part", else "NAME 2.part" and so on) takes its name when
-                        ///< closed.
+        KeptUntilWhole, ///< A new file beside it ("NAME.part", else "NAME 2.part" and so on, a long name shortened)
+                        ///< takes its name when closed.
     };
 
     explicit FileOutputStream(QString path, Existing existing = Existing::Overwritten);
@@ -23,7 +23,7 @@ public:
 
     /// Creates the file, or empties the one that is there. Never follows a link: one in the file's place is removed.
     /// What is neither cannot be opened. Never waits, also not for a named pipe. A file beside the one that is kept has
-    /// its mode; where none can be made, the one that is there is overwritten after all.
+    /// its group and mode; where the folder allows none, the one that is there is overwritten after all.
     void open();
 
     /// Writes up to @p data.size() bytes; answers how many, -1 on failure.
@@ -37,7 +37,13 @@ public:
     void discard();
 
 private:
-    void openBeside(const QByteArray& name);
+    enum class Beside {
+        Open,
+        NotAllowed, ///< No file can be made there; the one that is there may be overwritten.
+        NotPossible,
+    };
+
+    Beside openBeside(const QByteArray& name);
     void closeDescriptor();
 
     QString m_path;

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -17,7 +18,9 @@
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -445,16 +448,120 @@ TEST_F(ReplacingFileTest, AFileThatIsGoneNeedsNoOtherToBeKept)
     EXPECT_EQ(names(), QStringList{ u"a"_s });
 }
 
-TEST_F(ReplacingFileTest, WhereNoFileCanBeMadeBesideItTheOldOneIsOverwritten)
+TEST_F(ReplacingFileTest, WhereTheFolderAllowsNoFileBesideItTheOldOneIsOverwritten)
 {
-    const QString file = makeFile(QString(NAME_MAX, u'a'), "old"); // The other name would be too long.
+    for (const int error : { EACCES, EPERM, EROFS, ENAMETOOLONG }) {
+        SCOPED_TRACE(error);
+        const QString file = makeFile(u"a"_s, "old");
+        FileOutputStream output = stream(file);
+        const FaultyFileCalls faults;
+        FaultyFileCalls::failToCreate(error);
+        output.open();
+        EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+
+        output.discard();
+
+        EXPECT_EQ(contents(file), "x");
+    }
+}
+
+TEST_F(ReplacingFileTest, WhereNoFileCanBeMadeForAnyOtherReasonTheOldOneStaysAndTheOpeningFails)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    for (const int error : { ENOSPC, EDQUOT, EIO, EMFILE, ENFILE, ENOMEM }) {
+        SCOPED_TRACE(error);
+        FileOutputStream output = stream(file);
+        const FaultyFileCalls faults;
+        FaultyFileCalls::failToCreate(error);
+        output.open();
+
+        EXPECT_EQ(output.write(std::array{ 'x' }), -1);
+        EXPECT_FALSE(output.close());
+        EXPECT_EQ(contents(file), "old");
+    }
+}
+
+TEST_F(ReplacingFileTest, WhereEveryNameIsTakenTheOldFileStaysAndTheOpeningFails)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    makeFile(u"a.part"_s, "another");
+    for (int number = 2; number <= 100; ++number) {
+        makeFile(u"a %1.part"_s.arg(number), "another");
+    }
     FileOutputStream output = stream(file);
     output.open();
-    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
 
-    output.discard();
+    EXPECT_FALSE(output.close());
+    EXPECT_EQ(contents(file), "old");
+}
 
-    EXPECT_EQ(contents(file), "x");
+TEST_F(ReplacingFileTest, FilesWithTheLongestNamesAreKeptAsWell)
+{
+    for (const QString& name : { QString(NAME_MAX - 4, u'a') + u".txt"_s, QString(NAME_MAX / 3, u'あ'),
+                                 QString(NAME_MAX, QChar(0xdce9)) }) { // The last of bytes that are no UTF-8.
+        SCOPED_TRACE(name.toStdString());
+        const FileOfBytes file(m_folder.path(), LocalPath::toBytes(name), "old");
+        const QString path = LocalPath::fromBytes(file.path());
+        FileOutputStream other = stream(path);
+        other.open();
+        FileOutputStream output = stream(path);
+        output.open();
+        EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+
+        EXPECT_EQ(FileInputStream::create(path)->length(), 3);
+        EXPECT_TRUE(output.close());
+        EXPECT_EQ(FileInputStream::create(path)->length(), 1);
+    }
+}
+
+TEST_F(ReplacingFileTest, AFileThatMayNotBeWrittenIsNotReplaced)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    ASSERT_EQ(chmod(QFile::encodeName(file).constData(), 0444), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
+    FileOutputStream output = stream(file);
+    {
+        // Root may write anything: as far as files go, be somebody else.
+        const auto before = static_cast<uid_t>(::setfsuid(65534));
+        const auto restore = qScopeGuard([before] { ::setfsuid(before); });
+        output.open();
+
+        EXPECT_EQ(output.write(std::array{ 'x' }), -1);
+        EXPECT_FALSE(output.close());
+    }
+    EXPECT_EQ(contents(file), "old");
+    EXPECT_EQ(names(), QStringList{ u"a"_s });
+}
+
+TEST_F(ReplacingFileTest, TheNewFileHasTheGroupOfTheOldOneOrGivesItsRightsToNone)
+{
+    gid_t other = 65534;
+    if (::geteuid() != 0) { // Who is not root can give files only to groups of his own.
+        std::array<gid_t, 64> groups{};
+        const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+        other = count > 0 ? groups[static_cast<size_t>(count) - 1] : ::getegid();
+    }
+    for (const bool isRefused : { false, true }) {
+        SCOPED_TRACE(isRefused);
+        const QString file = makeFile(u"a"_s, "old");
+        const QByteArray name = QFile::encodeName(file);
+        ASSERT_EQ(chown(name.constData(), static_cast<uid_t>(-1), other), 0);
+        ASSERT_EQ(chmod(name.constData(), 0664), 0);
+        const FaultyFileCalls faults;
+        if (isRefused) {
+            FaultyFileCalls::refuseToChangeGroup();
+        }
+        FileOutputStream output = stream(file);
+        output.open();
+        EXPECT_TRUE(output.close());
+
+        struct stat status = {};
+        ASSERT_EQ(lstat(name.constData(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, isRefused ? 0604U : 0664U);
+        if (!isRefused) {
+            EXPECT_EQ(status.st_gid, other);
+        }
+    }
 }
 
 TEST_F(ReplacingFileTest, NoProgramAndNothingButAFileIsReplaced)

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
+#include <fcntl.h>
 #include <optional>
 #include <unistd.h>
 
@@ -15,6 +17,9 @@ struct Faults {
     int closeError = 0;
     bool refusesToUnlink = false;
     bool refusesToRename = false;
+    int creationError = 0;
+    bool refusesToChangeGroup = false;
+    int synchronizationError = 0;
 };
 
 Faults& faults()
@@ -34,10 +39,15 @@ bool interrupts(int& remaining)
     return true;
 }
 
+int fail(int error)
+{
+    errno = error;
+    return -1;
+}
+
 int refuse()
 {
-    errno = EACCES;
-    return -1;
+    return fail(EACCES);
 }
 
 } // namespace
@@ -51,11 +61,17 @@ ssize_t __real_write(int descriptor, const void* data, size_t size);
 int __real_close(int descriptor);
 int __real_unlink(const char* path);
 int __real_rename(const char* from, const char* to);
+int __real_open(const char* path, int flags, ...);
+int __real_fchown(int descriptor, uid_t owner, gid_t group);
+int __real_fdatasync(int descriptor);
 ssize_t __wrap_read(int descriptor, void* data, size_t size);
 ssize_t __wrap_write(int descriptor, const void* data, size_t size);
 int __wrap_close(int descriptor);
 int __wrap_unlink(const char* path);
 int __wrap_rename(const char* from, const char* to);
+int __wrap_open(const char* path, int flags, ...);
+int __wrap_fchown(int descriptor, uid_t owner, gid_t group);
+int __wrap_fdatasync(int descriptor);
 
 ssize_t __wrap_read(int descriptor, void* data, size_t size)
 {
@@ -73,11 +89,7 @@ ssize_t __wrap_write(int descriptor, const void* data, size_t size)
 int __wrap_close(int descriptor)
 {
     const int result = __real_close(descriptor);
-    if (faults().closeError == 0) {
-        return result;
-    }
-    errno = faults().closeError;
-    return -1;
+    return faults().closeError == 0 ? result : fail(faults().closeError);
 }
 
 int __wrap_unlink(const char* path)
@@ -88,6 +100,31 @@ int __wrap_unlink(const char* path)
 int __wrap_rename(const char* from, const char* to)
 {
     return faults().refusesToRename ? refuse() : __real_rename(from, to);
+}
+
+int __wrap_open(const char* path, int flags, ...)
+{
+    if ((flags & O_EXCL) != 0 && faults().creationError != 0) {
+        return fail(faults().creationError);
+    }
+    mode_t mode = 0;
+    if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
+        va_list arguments;
+        va_start(arguments, flags);
+        mode = va_arg(arguments, mode_t);
+        va_end(arguments);
+    }
+    return __real_open(path, flags, mode);
+}
+
+int __wrap_fchown(int descriptor, uid_t owner, gid_t group)
+{
+    return faults().refusesToChangeGroup ? refuse() : __real_fchown(descriptor, owner, group);
+}
+
+int __wrap_fdatasync(int descriptor)
+{
+    return faults().synchronizationError == 0 ? __real_fdatasync(descriptor) : fail(faults().synchronizationError);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
@@ -125,4 +162,19 @@ void FaultyFileCalls::refuseToUnlink()
 void FaultyFileCalls::refuseToRename()
 {
     faults().refusesToRename = true;
+}
+
+void FaultyFileCalls::failToCreate(int error)
+{
+    faults().creationError = error;
+}
+
+void FaultyFileCalls::refuseToChangeGroup()
+{
+    faults().refusesToChangeGroup = true;
+}
+
+void FaultyFileCalls::failToSynchronize(int error)
+{
+    faults().synchronizationError = error;
 }

@@ -21,4 +21,10 @@ public:
     /// From here on nothing can be removed, or nothing can be renamed, for want of permission.
     static void refuseToUnlink();
     static void refuseToRename();
+    /// From here on making a file that must not be there yet fails with @p error.
+    static void failToCreate(int error);
+    /// From here on no file can be given to another group, for want of permission.
+    static void refuseToChangeGroup();
+    /// From here on waiting for the disk to have a file's data fails with @p error.
+    static void failToSynchronize(int error);
 };
