@@ -139,11 +139,29 @@ qint64 FileOutputStream::write(std::span<const char> data)
         count = ::write(m_descriptor, data.data(), data.size());
     } while (count < 0 && errno == EINTR);
     m_failed = m_failed || count < 0;
+    if (!m_part.isEmpty() && count > 0) {
+        startWriteBack(count);
+    }
     return count;
+}
+
+/// Has the disk take what was written while more arrives, so that little is left to wait for at the end.
+void FileOutputStream::startWriteBack(qint64 count)
+{
+    constexpr qint64 portion = qint64(8) * 1024 * 1024;
+    m_notWrittenBack += count;
+    if (m_notWrittenBack >= portion) {
+        ::sync_file_range(m_descriptor, 0, 0, SYNC_FILE_RANGE_WRITE); // The whole file: 0 is up to its end.
+        m_notWrittenBack = 0;
+    }
 }
 
 bool FileOutputStream::close()
 {
+    // Else a power failure could leave the name with neither the old data nor the new.
+    if (!m_part.isEmpty() && !m_failed) {
+        m_failed = ::fdatasync(m_descriptor) != 0 && errno != EINVAL; // Which says: there is nothing to wait for.
+    }
     closeDescriptor();
     if (m_failed) {
         discard();

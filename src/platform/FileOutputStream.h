@@ -29,8 +29,9 @@ public:
     /// Writes up to @p data.size() bytes; answers how many, -1 on failure.
     [[nodiscard]] qint64 write(std::span<const char> data);
 
-    /// The file is whole. False when it could not be opened, written or closed: then its contents are not what was
-    /// written. False, too, when the whole file cannot take its name: then it stays beside it.
+    /// The file is whole. One that takes another's name is on the disk before it does. False when it could not be
+    /// opened, written or closed: then its contents are not what was written. False, too, when the whole file cannot
+    /// take its name: then it stays beside it.
     bool close();
 
     /// The file will not become whole. What was written stays, except beside a file that is kept: that alone stays.
@@ -44,11 +45,13 @@ private:
     };
 
     Beside openBeside(const QByteArray& name);
+    void startWriteBack(qint64 count);
     void closeDescriptor();
 
     QString m_path;
     Existing m_existing;
     QByteArray m_part; ///< The file that is written beside the one at the path; empty: none.
+    qint64 m_notWrittenBack = 0;
     int m_descriptor = -1;
     bool m_failed = true; ///< Until it is open.
 };

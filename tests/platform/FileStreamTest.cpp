@@ -404,6 +404,23 @@ TEST_F(ReplacingFileTest, WhatDoesNotBecomeWholeIsRemovedAndTheOldFileStays)
     EXPECT_EQ(names(), QStringList{ u"a"_s });
 }
 
+TEST_F(ReplacingFileTest, TheNewFileTakesTheNameOnlyWhenTheDiskHasItsData)
+{
+    checkRows<bool(int)>({ { EIO, false }, { ENOSPC, false }, { EINVAL, true } }, [this](int error) {
+        const QString file = makeFile(u"a"_s, "old");
+        FileOutputStream output = stream(file);
+        output.open();
+        EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+        const FaultyFileCalls faults;
+        FaultyFileCalls::failToSynchronize(error);
+
+        const bool isWhole = output.close();
+        EXPECT_EQ(contents(file), isWhole ? "x" : "old");
+        EXPECT_EQ(names(), QStringList{ u"a"_s });
+        return isWhole;
+    });
+}
+
 TEST_F(ReplacingFileTest, OtherFilesBesideItAreLeftAlone)
 {
     const QString file = makeFile(u"a"_s, "old");
