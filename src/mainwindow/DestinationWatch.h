@@ -27,5 +27,5 @@ private:
     static std::chrono::milliseconds ageOfSettings();
     void check();
 
-    QTimer m_quiet;
+    QTimer m_quiet{ this };
 };

@@ -196,6 +196,15 @@ TEST_F(CommandsTest, FilesOnTheClipboardArePastedAndWithoutAnyThereIsABeep)
     EXPECT_EQ(beeps.count(), 1);
 }
 
+TEST_F(CommandsTest, WhatIsPastedBesideFilesIsLeftOut)
+{
+    copyFiles({ QUrl::fromLocalFile(m_directory.path()), QUrl::fromLocalFile(makeFile(u"a"_s)) });
+
+    action("pasteFilesAction").trigger();
+
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .leftOut = 1 });
+}
+
 TEST_F(CommandsTest, FilesCopiedWhileTheLoopIsSuspendedCanBePastedAsSoonAsItIsResumed)
 {
     QGuiApplication::clipboard()->setText(u"text"_s);

@@ -92,6 +92,8 @@ TEST_F(DestinationChangeTest, WithTheDestinationItsRowsAndButtonsGoAtOnce)
     EXPECT_TRUE(listedNames().isEmpty());
     EXPECT_FALSE(button("deleteButton").isEnabled());
     EXPECT_FALSE(button("downloadButton").isEnabled());
+    tick();
+    EXPECT_FALSE(control<QLabel>("otherFolderLabel").isVisible());
 }
 
 TEST_F(DestinationChangeTest, AChangeDuringATransferIsListedAfterIt)
@@ -141,6 +143,7 @@ TEST_F(DestinationChangeTest, SettingsThatSomebodyElseHasChangedAreTheUsersWhenT
     set(u"Address"_s, u"elsewhere"_s);
     ASSERT_TRUE(waitFor([this] { return listedNames().isEmpty(); }));
     EXPECT_EQ(updates.size(), 0);
+    EXPECT_EQ(delaysOf(m_controller->windows()), QList<int>{ 1000 });
 
     EXPECT_TRUE(waitFor([&updates] { return updates.size() == 1; }));
 }
@@ -163,6 +166,17 @@ TEST_F(DestinationChangeTest, SettingsAreNotQuietWhileAnyOfThemIsStillWritten)
     EXPECT_TRUE(updates.isEmpty() || longestPause > 900); // On a machine that has stood still meanwhile.
 
     EXPECT_TRUE(waitFor([&updates] { return updates.size() == 1; }));
+}
+
+TEST_F(DestinationChangeTest, SettingsThatTheUserHasChangedAreSeenToOnce)
+{
+    QSignalSpy updates(m_controller.get(), &ViewController::updateWindowTitleAndList);
+
+    set(u"Address"_s, u"elsewhere"_s);
+    m_controller->destinationSet();
+
+    EXPECT_EQ(updates.size(), 1);
+    EXPECT_EQ(delaysOf(m_controller->windows()), QList<int>());
 }
 
 TEST_F(DestinationChangeTest, SettingsThatCannotBeReadAreNobodysWish)
@@ -258,6 +272,17 @@ TEST_F(DestinationChangeTest, TheSelectionStaysWithinADestinationAlone)
     EXPECT_EQ(table().selectedRow(), -1);
     tick();
     EXPECT_FALSE(button("deleteButton").isEnabled());
+}
+
+TEST_F(DestinationChangeTest, WhatWasSelectedIsNotSelectedAmongItemsThatComeWithoutAListing)
+{
+    select(1);
+
+    set(u"FTPFolder"_s, u"other"_s);
+    m_controller->addListEntries({ entry(u"a"_s), entry(u"b"_s) });
+
+    EXPECT_EQ(listedNames(), (QStringList{ u"a"_s, u"b"_s }));
+    EXPECT_EQ(table().selectedRow(), -1);
 }
 
 TEST_F(DestinationChangeTest, TheQuestionAboutARowOfAnotherFolderThatIsDraggedNamesBothFolders)

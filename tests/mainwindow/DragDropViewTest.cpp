@@ -114,6 +114,7 @@ TEST_F(DragDropViewTest, ADropWithoutAPlainFileIsRefusedWithAnAlert)
     EXPECT_FALSE(view().prepareForDragOperation(m_data));
 
     EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .leftOut = 1 });
     answerSheet();
     EXPECT_FALSE(view().performDragOperation());
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));

@@ -253,6 +253,10 @@ TEST_F(ItemActionsTest, ATransferKeepsAllActionsBack)
             answerSheet();
         }
     }
+
+    table().clearSelection();
+    m_controller->items().downloadSelection();
+    EXPECT_EQ(shownSheets(), QStringList{ waitForUpload });
 }
 
 TEST_F(ItemActionsTest, DeletingAsksFirstAndCancelIsTheDefault)

@@ -103,6 +103,22 @@ TEST_F(OutcomeLineTest, AListingThatKnowsBetterCorrectsIt)
     EXPECT_TRUE(isWarning());
 }
 
+TEST_F(OutcomeLineTest, WhatIsNotListedIsSaidAndIsNotRedAndStaysDismissed)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    confirmNext();
+    list({});
+    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded, but not listed"_s);
+    EXPECT_FALSE(isWarning());
+
+    tool("dismissOutcomeButton").click();
+    m_controller->listFTPDestination();
+    list("-rw-r--r-- 1 u g 4 Jan 1 2024 a\r\n");
+
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .otherSize = 1 });
+    EXPECT_FALSE(line().isVisible());
+}
+
 TEST_F(OutcomeLineTest, ToScreenReadersItIsAnAlertThatSaysWhatItShows)
 {
     loseOneOfTwo();

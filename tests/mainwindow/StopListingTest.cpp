@@ -1,7 +1,9 @@
 #include "ListingTable.h"
+#include "LoopSuspension.h"
 #include "ViewControllerTest.h"
 
 #include <QAction>
+#include <QElapsedTimer>
 #include <QTest>
 #include <QToolButton>
 
@@ -24,8 +26,13 @@ protected:
 TEST_F(StopListingTest, ItIsOfferedWhenNothingHasComeForAWhile)
 {
     EXPECT_FALSE(stop().isVisible());
+    QElapsedTimer sinceThen;
+    sinceThen.start();
+    m_controller->listing().pause(); // What was before does not count.
 
     EXPECT_TRUE(waitFor([this] { return stop().isVisible(); }));
+    EXPECT_EQ(DestinationListing::patience, std::chrono::seconds(2));
+    EXPECT_GE(sinceThen.elapsed(), std::chrono::milliseconds(DestinationListing::patience).count());
 
     stop().click();
     tick();
@@ -33,6 +40,27 @@ TEST_F(StopListingTest, ItIsOfferedWhenNothingHasComeForAWhile)
     EXPECT_EQ(text("listingStatusTextField"), u"List Stopped"_s);
     EXPECT_FALSE(stop().isVisible());
     EXPECT_EQ(table().emptyText(), u"Could not list: List Stopped\nF5 tries again"_s);
+}
+
+TEST_F(StopListingTest, ItIsNotOfferedForATimeInWhichNothingCouldCome)
+{
+    ASSERT_TRUE(waitFor([this] { return m_controller->listing().isStuck(); }));
+
+    {
+        const LoopSuspension suspension;
+        tick();
+    }
+
+    EXPECT_FALSE(m_controller->listing().isStuck());
+}
+
+TEST_F(StopListingTest, ItIsNotOfferedAnyMoreWhenSomethingComes)
+{
+    ASSERT_TRUE(waitFor([this] { return m_controller->listing().isStuck(); }));
+
+    latest(Kind::Listing).sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2024 a\r\n");
+
+    EXPECT_FALSE(m_controller->listing().isStuck());
 }
 
 TEST_F(StopListingTest, TheMenuAndEscapeInTheTableEndIt)
@@ -47,6 +75,10 @@ TEST_F(StopListingTest, TheMenuAndEscapeInTheTableEndIt)
     m_controller->listFTPDestination();
     tick();
     QApplication::setActiveWindow(&m_controller->window());
+    auto& dropArea = control<QWidget>("dragAndDropView");
+    dropArea.setFocus();
+    QTest::keyClick(&dropArea, Qt::Key_Escape);
+    EXPECT_TRUE(m_controller->lc().isReceiving());
     table().setFocus();
     QTest::keyClick(&table(), Qt::Key_Escape);
     EXPECT_FALSE(m_controller->lc().isReceiving());

@@ -211,9 +211,10 @@ TEST_F(TableDraggingTest, FoldersAloneAreRefusedWithAnAlert)
 
     EXPECT_EQ(shownSheets(), QStringList{ u"No Files: Drop files only."_s });
     EXPECT_EQ(m_controller->dragging().droppedFiles(), QStringList());
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .leftOut = 1 });
 }
 
-TEST_F(TableDraggingTest, OfAMixTheFilesAreTaken)
+TEST_F(TableDraggingTest, OfAMixTheFilesAreTakenAndTheRestIsLeftOut)
 {
     const QString file = makeFile(u"new"_s);
     name({ out(), file });
@@ -223,6 +224,7 @@ TEST_F(TableDraggingTest, OfAMixTheFilesAreTaken)
     passDelaysOf(*m_controller);
     EXPECT_EQ(queued(), listed({ file }));
     EXPECT_EQ(shownSheets(), QStringList());
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .leftOut = 1 });
 }
 
 TEST_F(TableDraggingTest, ADragOfTextIsNotTaken)
@@ -253,6 +255,20 @@ TEST_F(TableDraggingTest, TheTableShowsThatItTakesADropAsLongAsTheDragIsOverIt)
     m_data.setText(u"text"_s);
     enter({ 40, 40 });
     EXPECT_EQ(picture(), calm);
+}
+
+TEST_F(TableDraggingTest, TheTableShowsADropByALineOfFiveAtItsEdge)
+{
+    name({ makeFile(u"new"_s) });
+
+    enter({ 40, 40 });
+
+    const QImage picture = table().viewport()->grab().toImage();
+    const QColor line = table().palette().color(QPalette::Highlight);
+    const int middle = picture.height() / 2;
+    EXPECT_EQ(picture.pixelColor(0, middle), line);
+    EXPECT_EQ(picture.pixelColor(4, middle), line);
+    EXPECT_NE(picture.pixelColor(5, middle), line);
 }
 
 // Out of the table.
@@ -409,6 +425,20 @@ TEST_F(TableDraggingTest, AnExistingFileIsKeptUnlessTheUserWantsOtherwise)
     passDelaysOf(*m_controller);
     bring("theirs");
     EXPECT_EQ(contents(u"a.txt"_s), "theirs");
+}
+
+TEST_F(TableDraggingTest, AnAnswerThatComesDueUnderAnotherDestinationOverwritesNothing)
+{
+    makeFile(u"out/a.txt"_s);
+    fulfil({ 0 });
+    answerSheet(u"Overwrite"_s);
+
+    set(u"FTPFolder"_s, u"elsewhere"_s);
+    passDelaysOf(*m_controller);
+
+    EXPECT_EQ(count(FakeFTPStream::Kind::Download), 0);
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Destination Changed: Nothing was done to “a.txt”, since the destination has changed."_s });
 }
 
 TEST_F(TableDraggingTest, AFileThatIsOverwrittenIsKeptUntilTheDownloadIsWhole)

@@ -76,26 +76,28 @@ TEST_F(ViewControllerListingTest, AListingThatBreaksOffSaysSoAtItsRows)
     EXPECT_FALSE(label.isVisible()); // The empty table says it.
 }
 
-TEST_F(ViewControllerListingTest, AfterARefreshTheKeyboardGoesOnFromWhereAnItemHasGone)
+TEST_F(ViewControllerListingTest, AfterARefreshAlsoOneThatFailsTheKeyboardGoesOnFromWhereAnItemHasGone)
 {
-    const auto list = [this](const QByteArrayList& names) {
+    const auto list = [this](const QByteArrayList& names, bool isWhole = true) {
         m_controller->listFTPDestination();
         latest(Kind::Listing).sendOpenCompleted();
         for (const QByteArray& name : names) {
             latest(Kind::Listing).sendBytes(QByteArray(entryLine).replace("one.txt", name));
         }
         tick();
-        latest(Kind::Listing).sendEnd();
+        isWhole ? latest(Kind::Listing).sendEnd() : latest(Kind::Listing).sendRefusal(426);
         tick();
     };
     auto& table = control<ListingTable>("destinationListingTable");
-    list({ "a", "b", "c" });
-    table.selectRow(1);
+    for (const bool isWhole : { true, false }) {
+        list({ "a", "b", "c" });
+        table.selectRow(1);
 
-    list({ "a", "c" });
+        list({ "a", "c" }, isWhole);
 
-    EXPECT_EQ(table.selectedRow(), -1);
-    EXPECT_EQ(table.currentIndex().row(), 1);
+        EXPECT_TRUE(waitFor([&table] { return table.currentIndex().row() == 1; }));
+        EXPECT_EQ(table.selectedRow(), -1);
+    }
 }
 
 } // namespace

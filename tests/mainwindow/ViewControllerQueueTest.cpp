@@ -3,6 +3,7 @@
 #include "ViewControllerTest.h"
 
 #include <QPlainTextEdit>
+#include <QSignalSpy>
 
 #include <functional>
 #include <vector>
@@ -72,6 +73,18 @@ TEST_F(ViewControllerQueueTest, FilesWaitWhileOneIsSentAndTheNextTickStartsTheNe
     tick();
 
     EXPECT_EQ(sentFiles().size(), 2);
+}
+
+TEST_F(ViewControllerQueueTest, ItemsThatComeWithoutAFileAreLeftOutAndNothingElseHappens)
+{
+    unset(u"Address"_s);
+    QSignalSpy requests(m_controller.get(), &ViewController::userRequestedConnection);
+
+    m_controller->uploadFiles({}, { m_directory.path() });
+
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .leftOut = 1 });
+    EXPECT_EQ(requests.size(), 0);
+    EXPECT_EQ(shownSheets(), QStringList());
 }
 
 TEST_F(ViewControllerQueueTest, WithoutADestinationFilesWaitForOne)
