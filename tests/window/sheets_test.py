@@ -108,6 +108,20 @@ class Sheets(WindowTest):
         self.desktop.key("Return")
         wait_for(lambda: program.sheet() is None, "the sheet to go")
 
+    def test_a_window_has_the_keyboard_again_after_a_sheet_that_is_answered_at_once(self):
+        self.settings()
+        os.mkdir(self.server.path("listed"))
+        program = self.start()
+        self.wait_for_listing(program)
+        self.bring_to_front(program)
+        for _ in range(6):
+            self.desktop.key("ctrl+shift+n")
+            program.enter("Enter name of folder to create.", "listed")
+            program.press("OK")
+            program.acknowledge()  # Often before the sheet itself has the keyboard.
+
+            wait_for(program.is_active, "the program to have the keyboard")
+
 
 class Failures(WindowTest):
     """What fails raises one, and no more than one."""

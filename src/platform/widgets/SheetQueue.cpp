@@ -1,6 +1,7 @@
 #include "SheetQueue.h"
 
 #include "MessageBoxTexts.h"
+#include "MissedKeyboard.h"
 #include "RunLoop.h"
 #include "SheetDetails.h"
 
@@ -112,6 +113,10 @@ void SheetQueue::finished(const QMessageBox& box)
             == QMessageBox::DestructiveRole; // The query takes a button that it does not change.
     if (!m_sheets.isEmpty()) {
         showNextSoon();
+    }
+    // Whoever manages the windows may take a while.
+    for (const int delayMs : { 100, 300, 1000 }) {
+        RunLoop::dispatchAfter(delayMs, this, [this] { noticeKeyboard(m_window); });
     }
     if (const std::function<void()>& then = isAlternate ? sheet.onAlternate : sheet.onDefault) {
         then();

@@ -21,3 +21,19 @@ xcb_window_t XServer::selectionOwner(xcb_connection_t* x, const QByteArray& sele
     const ReplyPointer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(x, request, nullptr));
     return reply ? reply->owner : xcb_window_t(XCB_WINDOW_NONE);
 }
+
+xcb_window_t XServer::focusedWindow(xcb_connection_t* x)
+{
+    const ReplyPointer<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
+    return reply ? reply->focus : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+void XServer::renewFocus(xcb_connection_t* x, xcb_window_t window)
+{
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    for (const xcb_window_t each : { root, window }) {
+        xcb_set_input_focus(x, XCB_INPUT_FOCUS_PARENT, each, XCB_CURRENT_TIME);
+    }
+    xcb_flush(x);
+}

@@ -24,4 +24,10 @@ xcb_atom_t atom(xcb_connection_t* x, const QByteArray& name);
 /// The window that has the selection of that name, such as the clipboard; XCB_WINDOW_NONE for none.
 xcb_window_t selectionOwner(xcb_connection_t* x, const QByteArray& selection);
 
+/// The window that has the keyboard.
+xcb_window_t focusedWindow(xcb_connection_t* x);
+
+/// Takes the keyboard from @p window, which has it, and gives it back, so that its owner hears of it.
+void renewFocus(xcb_connection_t* x, xcb_window_t window);
+
 } // namespace XServer
