@@ -174,5 +174,5 @@ int main(int argc, char** argv)
     const int result = QApplication::exec();
     handOverClipboard(clipboardLimit);
     std::fflush(nullptr);
-    ::_exit(result); // Nothing is torn down: no transfer reports that it was stopped.
+    ::_exit(result); // Nothing is torn down: no upload reports that it was stopped.
 }

@@ -9,8 +9,10 @@
 #include "SheetQueue.h"
 #include "TextPrompt.h"
 #include "UserDefaults.h"
+#include "VisibleText.h"
 #include "ui_MainWindow.h"
 
+#include <QCoreApplication>
 #include <QTimer>
 
 #include <chrono>
@@ -61,6 +63,9 @@ void ViewController::viewDidLoad()
     timer->setTimerType(Qt::PreciseTimer);
     connect(timer, &QTimer::timeout, this, &ViewController::onTick);
     timer->start(10ms);
+    // The process ends without tearing anything down, and a file that is not whole would stay beside the one it was to
+    // replace.
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &ViewController::stopDownload);
 }
 
 void ViewController::connectParts()
@@ -106,6 +111,11 @@ void ViewController::stopButtonAction()
     if (m_pc.isSending()) {
         m_run.stop();
     }
+    stopDownload();
+}
+
+void ViewController::stopDownload()
+{
     if (m_gc.isReceiving()) {
         m_gc.stopReceiveWithStatus(u"Download Stopped"_s);
     }
@@ -156,6 +166,12 @@ void ViewController::updateStatus(const QString& status)
     m_indicators.setStatus(status);
     m_run.statusReported();
     alertIfError(status);
+}
+
+void ViewController::fileStaysBeside(const QString& path)
+{
+    m_history.note(u"A download is whole, but could not take the place of the file that was there. It is “%1”."_s.arg(
+        visibleText(path)));
 }
 
 void ViewController::updateListingStatus(const QString& status)

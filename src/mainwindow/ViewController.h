@@ -71,6 +71,8 @@ public:
 
     /// Stops the running upload and the running download. The queue goes on.
     void stopButtonAction();
+    /// Stops the running download, if there is one.
+    void stopDownload();
     /// Empties the list and lists the destination again, unless something is being sent or received.
     void listFTPDestination() override;
     /// The same, asked for by the user. A listing that is stuck is given up before.
@@ -82,6 +84,7 @@ public:
     void percentDone(float percent) override { m_indicators.setPercent(percent); }
     void bytesDone(float bytes) override;
     void updateStatus(const QString& status) override;
+    void fileStaysBeside(const QString& path) override;
     void statusIsAbout(const ServerAnswers& answers) override { m_indicators.setStatusAnswers(answers); }
     void uploadDone() override;
     void updateListingStatus(const QString& status) override;

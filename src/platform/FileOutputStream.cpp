@@ -166,7 +166,10 @@ bool FileOutputStream::close()
     if (m_failed) {
         discard();
     } else if (!m_part.isEmpty()) {
-        m_failed = ::rename(m_part.constData(), LocalPath::toBytes(m_path).constData()) != 0;
+        if (::rename(m_part.constData(), LocalPath::toBytes(m_path).constData()) != 0) {
+            m_failed = true;
+            m_strandedPath = LocalPath::fromBytes(m_part);
+        }
         m_part.clear();
     }
     return !m_failed;

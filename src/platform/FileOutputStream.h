@@ -34,6 +34,9 @@ public:
     /// take its name: then it stays beside it.
     bool close();
 
+    /// The path of a whole file that could not take its name; null when there is none.
+    const QString& strandedPath() const { return m_strandedPath; }
+
     /// The file will not become whole. What was written stays, except beside a file that is kept: that alone stays.
     void discard();
 
@@ -51,6 +54,7 @@ private:
     QString m_path;
     Existing m_existing;
     QByteArray m_part; ///< The file that is written beside the one at the path; empty: none.
+    QString m_strandedPath;
     qint64 m_notWrittenBack = 0;
     int m_descriptor = -1;
     bool m_failed = true; ///< Until it is open.

@@ -78,14 +78,22 @@ void FTPGetController::stopReceiveWithStatus(const QString& status)
 {
     closeStream();
     QString outcome = status;
+    QString strandedPath;
     if (m_fileStream != nullptr) {
         // What could not be written to the end is no success, not even when there was nothing to write.
         if (status.isNull() && !m_fileStream->close()) {
             outcome = u"File write error"_s;
+            strandedPath = m_fileStream->strandedPath();
         }
         m_fileStream.reset();
     }
     const Watch watch(*this);
+    if (FTPGetControllerDelegate* delegate = m_delegate.get(); delegate != nullptr && !strandedPath.isNull()) {
+        delegate->fileStaysBeside(strandedPath);
+    }
+    if (!watch.isAlive()) {
+        return;
+    }
     receiveDidStopWithStatus(outcome);
     if (watch.isAlive()) {
         m_filePath = QString();

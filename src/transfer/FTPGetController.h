@@ -18,6 +18,9 @@ public:
     virtual void bytesDone(float bytes) = 0;
     /// What the download is doing, or how it has ended: only this text reports success and failure.
     virtual void updateStatus(const QString& status) = 0;
+    /// A file that was to take another's place has arrived whole and cannot: it stays at @p path, beside that. The
+    /// status that follows is that of a failure.
+    virtual void fileStaysBeside(const QString& /*path*/) { }
     /// The status that follows is about what @p answers are to: for a delegate that several controllers report to.
     virtual void statusIsAbout(const ServerAnswers& /*answers*/) { }
 
@@ -43,7 +46,8 @@ public:
     void setDelegate(WeakRef<FTPGetControllerDelegate> delegate);
 
     /// Whether a file that is there when a download starts is kept until the new one is whole, instead of being emptied
-    /// at the start. After a failure or a stop it is then what it was, and of the new one nothing stays. Off at first.
+    /// at the start. After a failure or a stop it is then what it was, and of the new one nothing stays; only one that
+    /// is whole and cannot take its name does. Off at first.
     bool keepsFileUntilWhole() const { return m_keepsFileUntilWhole; }
     void setKeepsFileUntilWhole(bool keeps) { m_keepsFileUntilWhole = keeps; }
 

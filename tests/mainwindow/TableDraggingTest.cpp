@@ -443,7 +443,9 @@ TEST_F(TableDraggingTest, AnAnswerThatComesDueUnderAnotherDestinationOverwritesN
 
 TEST_F(TableDraggingTest, AFileThatIsOverwrittenIsKeptUntilTheDownloadIsWhole)
 {
-    for (const bool fails : { true, false }) {
+    enum class End { Failure, Quit, Whole };
+    for (const End end : { End::Failure, End::Quit, End::Whole }) {
+        SCOPED_TRACE(static_cast<int>(end));
         makeFile(u"out/a.txt"_s, "mine");
         fulfil({ 0 });
         answerSheet(u"Overwrite"_s);
@@ -453,13 +455,15 @@ TEST_F(TableDraggingTest, AFileThatIsOverwrittenIsKeptUntilTheDownloadIsWhole)
         stream.sendBytes("theirs");
         EXPECT_EQ(contents(u"a.txt"_s), "mine");
 
-        if (fails) {
+        if (end == End::Failure) {
             stream.sendRefusal(426);
+        } else if (end == End::Quit) {
+            QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit");
         } else {
             stream.sendEnd();
         }
 
-        EXPECT_EQ(contents(u"a.txt"_s), fails ? "mine" : "theirs");
+        EXPECT_EQ(contents(u"a.txt"_s), end == End::Whole ? "theirs" : "mine");
         EXPECT_EQ(QDir(out()).entryList(QDir::Files), QStringList{ u"a.txt"_s });
     }
     m_controller->items().downloadFile(u"a.txt"_s, out()); // Nobody was asked about this one.

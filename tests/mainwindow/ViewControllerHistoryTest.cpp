@@ -167,6 +167,16 @@ TEST_F(ViewControllerHistoryTest, ADownloadsReportsAreNobodysEnd)
     EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Sending });
 }
 
+TEST_F(ViewControllerHistoryTest, ADownloadThatCouldNotTakeItsNameIsNotedWithItsPath)
+{
+    m_controller->fileStaysBeside(u"/home/a\n.part"_s);
+
+    EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Note });
+    EXPECT_EQ(row(0).path,
+              u"A download is whole, but could not take the place of the file that was there. It is "
+              "“/home/a␊.part”."_s);
+}
+
 TEST_F(ViewControllerHistoryTest, TheListingThatFollowsIsComparedWithWhatWasSent)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s) });

@@ -615,6 +615,8 @@ TEST_F(ReplacingFileTest, AWholeFileThatCannotTakeItsNameStaysBesideIt)
         EXPECT_FALSE(output.close());
     }
 
+    EXPECT_EQ(output.strandedPath(), path(u"a.part"_s));
+
     EXPECT_EQ(contents(file), "old");
     EXPECT_EQ(contents(path(u"a.part"_s)), "x");
 }

@@ -219,6 +219,26 @@ TEST_F(FTPGetControllerFileTest, AFileThatIsKeptIsWhatItWasAfterEveryFailure)
     }
 }
 
+TEST_F(FTPGetControllerFileTest, AWholeFileThatCannotTakeItsNameIsToldOf)
+{
+    makeFile(u"local"_s, "mine");
+    m_controller->setKeepsFileUntilWhole(true);
+    startReceivingFileOfSize(std::nullopt);
+    m_streams.last().sendBytes("theirs");
+    m_delegate->calls.clear();
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::refuseToRename();
+        m_streams.last().sendEnd();
+    }
+
+    const QString part = m_file + u".part"_s;
+    EXPECT_EQ(m_delegate->calls.last(2), (QStringList{ u"stays "_s + part, u"File write error"_s }));
+    EXPECT_EQ(contents(part), "theirs");
+    EXPECT_EQ(contents(m_file), "mine");
+    EXPECT_FALSE(m_controller->isReceiving());
+}
+
 TEST_F(FTPGetControllerFileTest, AFinishedFileIsOpenedWhenTheUserWantsIt)
 {
     ASSERT_TRUE(m_defaults.store({ { u"OpenDownloadedFiles"_s, true } }));

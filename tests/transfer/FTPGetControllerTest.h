@@ -7,12 +7,14 @@
 #include <memory>
 #include <optional>
 
-/// Notes progress as "percent N" and "bytes N".
+/// Notes progress as "percent N" and "bytes N", and a file that cannot take its name as "stays PATH".
 class GetDelegate final : public RecordingDelegate, public FTPGetControllerDelegate {
 public:
     void percentDone(float percent) override { note(QStringLiteral("percent %1").arg(double(percent), 0, 'g', 9)); }
     void bytesDone(float bytes) override { note(QStringLiteral("bytes %1").arg(double(bytes), 0, 'f', 0)); }
     void updateStatus(const QString& status) override { note(status); }
+
+    void fileStaysBeside(const QString& path) override { note(QStringLiteral("stays ") + path); }
 
     WeakRef<GetDelegate> ref() { return m_anchor.ref(this); }
 
