@@ -4,6 +4,7 @@
 #include "LocalPath.h"
 #include "VisibleText.h"
 
+#include <QFileInfo>
 #include <QTextStream>
 #include <QUrl>
 
@@ -52,6 +53,7 @@ constexpr const char* helpText
       "  -h, --help     Shows this help.\n"
       "  -v, --version  Shows the version.\n"
       "  --preferences  Opens the preferences.\n"
+      "  -session ID    Alone: how session managers start programs again.\n"
       "  --             Every word behind it is a file, also one that begins with \"-\".\n";
 
 } // namespace
@@ -68,8 +70,9 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             isBehindOptions = true;
         } else if (word == u"--preferences"_s) {
             commandLine.action = u"preferences"_s;
-        } else if (word == u"-session"_s) {
-            ++i; // With it and an ID, which are a matter of the toolkit's, a session manager starts programs again.
+        } else if (word == u"-session"_s && i == 1 && arguments.size() == 3 && !QFileInfo::exists(word)) {
+            break; // What follows is an ID of the toolkit's. Where that is a file, "*" stood for its name and
+                   // "-session".
         } else if (word == u"-h"_s || word == u"--help"_s) {
             QTextStream(stdout) << helpText;
             exitCode = 0;

@@ -4,6 +4,7 @@
 #include "Printers.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -82,17 +83,34 @@ TEST_F(CommandLineTest, ANameGivenInTheRootFolderBeginsWithOneSlash)
     EXPECT_EQ(commandLine->files, (QStringList{ u"/a/b"_s, u"/file:x"_s }));
 }
 
-TEST_F(CommandLineTest, WhatASessionManagerAddsIsIgnored)
+TEST_F(CommandLineTest, ASessionManagersWordsAreNoFilesAndAloneOnTheLine)
 {
-    const auto commandLine = read({ u"-session"_s, u"2a_17"_s, u"/a"_s });
+    const auto commandLine = read({ u"-session"_s, u"2a_17"_s });
     ASSERT_TRUE(commandLine);
-    EXPECT_EQ(commandLine->files, QStringList{ u"/a"_s });
+    EXPECT_EQ(commandLine->files, QStringList());
 
-    EXPECT_TRUE(read({ u"-session"_s }));
+    for (const QStringList& words : { QStringList{ u"-session"_s },
+                                      { u"-session"_s, u"2a_17"_s, u"/a"_s },
+                                      { u"/a"_s, u"-session"_s, u"/b"_s } }) {
+        EXPECT_FALSE(read(words));
+        EXPECT_EQ(m_exitCode, 2);
+    }
 
     const auto names = read({ u"--"_s, u"-session"_s, u"/a"_s });
     ASSERT_TRUE(names);
     EXPECT_EQ(names->files, (QStringList{ QDir::currentPath() + u"/-session"_s, u"/a"_s }));
+}
+
+TEST_F(CommandLineTest, WhereAFileIsNamedLikeTheSessionManagersOptionNoOtherIsTakenForAnID)
+{
+    const QTemporaryDir folder;
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(folder.path()));
+    ASSERT_TRUE(QFile(u"-session"_s).open(QIODevice::WriteOnly));
+
+    EXPECT_FALSE(read({ u"-session"_s, u"one.txt"_s }));
+
+    QDir::setCurrent(before);
 }
 
 TEST_F(CommandLineTest, WithoutFilesNothingIsOpened)
