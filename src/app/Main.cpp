@@ -43,7 +43,7 @@ constexpr auto clipboardLimit = 2s; ///< A clipboard manager that hangs keeps no
 int wordsForToolkit = 1;
 
 /// Ends the process when a program of our name runs: with 0 when that has the files in its queue. Otherwise with 1,
-/// having said which files those are.
+/// having said which files those are, and whether they may still be taken.
 void handOver(const CommandLine& commandLine)
 {
     using HandOver = ApplicationService::HandOver;
@@ -56,12 +56,11 @@ void handOver(const CommandLine& commandLine)
     }
     {
         QTextStream err(stderr);
+        const bool isRefused = result == HandOver::Refused;
         err << "Quillbox: The window that is open "
-            << (result == HandOver::Refused ? "refuses what it is asked."
-                                            : "does not answer; it may do so later, or never.")
-            << '\n';
+            << (isRefused ? "refuses what it is asked." : "does not answer; it may do so later, or never.") << '\n';
         for (const QString& file : commandLine.files) {
-            err << "Not taken: " << wholeVisibleText(file) << '\n';
+            err << (isRefused ? "Not taken: " : "Not known whether taken: ") << wholeVisibleText(file) << '\n';
         }
     }
     std::_Exit(1);

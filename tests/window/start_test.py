@@ -190,7 +190,9 @@ class Start(WindowTest):
 
         self.assertEqual(second.exit_code(), 1)
         self.assertIn("does not answer", second.output())
-        self.assertIn(f"Not taken: {self.folder}/one.txt\nNot taken: {self.folder}/two␛.txt\n", second.output())
+        unknown = [f"Not known whether taken: {self.folder}/{name}\n" for name in ("one.txt", "two␛.txt")]
+        self.assertIn("".join(unknown), second.output())
+        self.assertNotIn("Not taken", second.output())
         first.process.send_signal(signal.SIGCONT)
         self.wait_for_files("one.txt", "two\033.txt")
         self.wait_for_status(first, "Upload succeeded")
