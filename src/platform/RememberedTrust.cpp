@@ -54,8 +54,8 @@ void RememberedTrust::warnOfDamage()
     m_prompt.trustIsDamaged(m_store.filePath(), [self = m_anchor.ref(this)](bool isToForget) {
         if (self.get() != nullptr) {
             self.get()->m_isDamageShown = false;
-            if (isToForget) {
-                self.get()->m_store.forgetDamage();
+            if (isToForget && !self.get()->m_store.forgetDamage()) {
+                self.get()->m_prompt.damageCannotBeForgotten(self.get()->m_store.filePath());
             }
         }
     });

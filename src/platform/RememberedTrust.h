@@ -26,6 +26,8 @@ public:
     /// The file at @p filePath, which says what is trusted, is damaged (TrustedCertificates::isDamaged()); the server
     /// has been refused. @p answer is to be called once, at once or later: true when the damage is to be forgotten.
     virtual void trustIsDamaged(const QString& filePath, std::function<void(bool isToForget)> answer) = 0;
+    /// The damage was to be forgotten, and the file at @p filePath could not be written.
+    virtual void damageCannotBeForgotten(const QString& filePath) = 0;
 
 protected:
     ~CertificatePrompt() = default;

@@ -3,6 +3,7 @@
 #include "Printers.h"
 #include "TrustedCertificates.h"
 
+#include <QDir>
 #include <QFile>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -33,6 +34,12 @@ protected:
         EXPECT_EQ(filePath, m_store.filePath());
         m_log.append(u"damaged"_s);
         m_answers.push_back(std::move(answer));
+    }
+
+    void damageCannotBeForgotten(const QString& filePath) override
+    {
+        EXPECT_EQ(filePath, m_store.filePath());
+        m_log.append(u"not forgotten"_s);
     }
 
     void writeFile(const QByteArray& bytes) const
@@ -204,6 +211,19 @@ TEST_F(RememberedTrustTest, OnceADamagedFileIsForgottenServersAreAskedAbout)
 
     EXPECT_EQ(m_log.last(), u"asked about host"_s);
     EXPECT_TRUE(QFile::exists(m_store.filePath() + u".bak"_s));
+}
+
+TEST_F(RememberedTrustTest, ThatADamagedFileCannotBeForgottenIsTold)
+{
+    writeFile("{");
+    ASSERT_TRUE(QDir(m_folder.path()).mkdir(u"trusted.json.bak"_s));
+    judge('a');
+
+    answer(true);
+
+    EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"damaged"_s, u"not forgotten"_s }));
+    judge('a');
+    EXPECT_EQ(m_log.last(), u"refused"_s);
 }
 
 TEST_F(RememberedTrustTest, AFileThatIsDamagedWhileTheQuestionIsOpenStaysAndItsServerIsRefused)

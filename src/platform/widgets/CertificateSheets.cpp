@@ -64,3 +64,14 @@ void CertificateSheets::trustIsDamaged(const QString& filePath, std::function<vo
           .onAlternate = [answer] { answer(true); },
           .onDefault = [answer] { answer(false); } });
 }
+
+void CertificateSheets::damageCannotBeForgotten(const QString& filePath)
+{
+    if (m_window != nullptr) {
+        SheetQueue::of(*m_window).raise(
+            { .title = u"Trusted Certificates Not Written"_s,
+              .text = u"“%1” could not be written, or not be kept as “%1.bak”. It is as damaged as before, and servers "
+                      "are still refused whose certificates this computer does not trust by itself."_s.arg(
+                          visibleText(filePath)) });
+    }
+}

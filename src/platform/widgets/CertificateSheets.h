@@ -16,6 +16,7 @@ public:
     void askToTrust(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) override;
     void certificateHasChanged(const CertificateQuestion& question, const QByteArray& trustedFingerprint) override;
     void trustIsDamaged(const QString& filePath, std::function<void(bool isToForget)> answer) override;
+    void damageCannotBeForgotten(const QString& filePath) override;
 
 private:
     QPointer<QWidget> m_window;

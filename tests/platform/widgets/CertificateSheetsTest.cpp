@@ -154,6 +154,16 @@ TEST_F(CertificateSheetsTest, OfADamagedFileTheUserIsToldWhereItIsAndWhatForgett
     }
 }
 
+TEST_F(CertificateSheetsTest, ThatADamagedFileCannotBeForgottenIsTold)
+{
+    m_sheets.damageCannotBeForgotten(u"/home/<b>/%1.json"_s);
+
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().startsWith(u"Trusted Certificates Not Written: "_s));
+    EXPECT_TRUE(shownSheets().first().contains(u"“/home/<b>/%1.json”"_s));
+    answerSheet();
+}
+
 TEST_F(CertificateSheetsTest, WithoutAWindowNothingIsTrustedAndNothingForgotten)
 {
     m_window.reset();
@@ -162,6 +172,8 @@ TEST_F(CertificateSheetsTest, WithoutAWindowNothingIsTrustedAndNothingForgotten)
     m_sheets.certificateHasChanged(m_question, QByteArray(32, 'x'));
     std::optional<bool> isToForget;
     m_sheets.trustIsDamaged(u"/x"_s, [&isToForget](bool answer) { isToForget = answer; });
+
+    m_sheets.damageCannotBeForgotten(u"/x"_s);
 
     EXPECT_EQ(m_answer, false);
     EXPECT_EQ(isToForget, false);
