@@ -10,6 +10,7 @@
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "LocalPath.h"
+#include "PrivateFile.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
@@ -55,8 +56,8 @@ void handOver(const CommandLine& commandLine)
         std::_Exit(0);
     }
     {
-        QTextStream err(stderr);
         const bool isRefused = result == HandOver::Refused;
+        QTextStream err(stderr);
         err << "Quillbox: The window that is open "
             << (isRefused ? "refuses what it is asked." : "does not answer; it may do so later, or never.") << '\n';
         for (const QString& file : commandLine.files) {
@@ -97,20 +98,48 @@ void warnOfBrokenSettings(ViewController& viewController)
         "settings are next stored."_s.arg(UserDefaults::standard().filePath()));
 }
 
-void warnOfOpenSettings(ViewController& viewController, bool isClosed)
+void warnOfOpenSettings(ViewController& viewController, PrivateFile::Access access)
 {
+    using PrivateFile::Right;
     const QString path = UserDefaults::standard().filePath();
-    if (isClosed) {
+    if (access.have) {
+        viewController.showAlert(
+            u"Settings Are Open to Others"_s,
+            u"Other users of this computer have access to the settings in “%1”, which hold the "
+            "password, and Quillbox cannot change that.\n\nKeep them where you alone may read and write "
+            "(mode 0600 in a folder with mode 0700)."_s.arg(path));
+    } else if (access.had.testAnyFlags(Right::Read | Right::Write)) {
         viewController.showAlert(
             u"Settings Were Open to Others"_s,
             u"Other users of this computer had access to the settings in “%1”, which hold the "
             "password. Now you alone have.\n\nChange the password if somebody may have read it."_s.arg(path));
     } else {
         viewController.showAlert(
-            u"Settings Are Open to Others"_s,
-            u"Other users of this computer have access to the settings in “%1”, which hold the "
-            "password, and Quillbox cannot change that.\n\nKeep them where you alone may read and write "
-            "(mode 0600 in a folder with mode 0700)."_s.arg(path));
+            u"Settings Could Be Replaced"_s,
+            u"Other users of this computer could not read the settings in “%1”, but could write to their folder, and "
+            "so put others in their place. Now they cannot.\n\nSee in the preferences whether address and user name "
+            "are yours."_s.arg(path));
+    }
+}
+
+/// That others can read what is trusted does no harm.
+void warnOfOpenTrust(ViewController& viewController, PrivateFile::Access access)
+{
+    using PrivateFile::Right;
+    const PrivateFile::Rights harmful = Right::Write | Right::Replace;
+    const QString path = TrustedCertificates::standard().filePath();
+    if (access.have & harmful) {
+        viewController.showAlert(
+            u"Trusted Certificates Are Open to Others"_s,
+            u"Other users of this computer can change “%1”, which says whose certificates you trust, and Quillbox "
+            "cannot prevent that.\n\nKeep it where you alone may write (mode 0600 in a folder with mode 0700)."_s.arg(
+                path));
+    } else if (access.had & harmful) {
+        viewController.showAlert(
+            u"Trusted Certificates Were Open to Others"_s,
+            u"Other users of this computer could change “%1”, which says whose certificates you trust. Now you alone "
+            "can.\n\nRemove the file if somebody may have added a server. You are then asked about each again."_s.arg(
+                path));
     }
 }
 
@@ -122,6 +151,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(u"quillbox"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
     const CommandLine commandLine = readCommandLine(argc, argv);
+    TrustedCertificates::standard().noteAccess(); // Before settings are read, which closes the folder of both.
 
     const QApplication application(wordsForToolkit, argv);
     ProgramIdentity::apply(programFileName());
@@ -156,7 +186,9 @@ int main(int argc, char** argv)
     });
     UserDefaults::standard().setBrokenFileHandler([&viewController] { warnOfBrokenSettings(viewController); });
     UserDefaults::standard().setOpenFileHandler(
-        [&viewController](bool isClosed) { warnOfOpenSettings(viewController, isClosed); });
+        [&viewController](PrivateFile::Access access) { warnOfOpenSettings(viewController, access); });
+    TrustedCertificates::standard().setOpenFileHandler(
+        [&viewController](PrivateFile::Access access) { warnOfOpenTrust(viewController, access); });
 
     if (!service.registerFor(programFileName())) {
         handOver(commandLine); // Another start was quicker.

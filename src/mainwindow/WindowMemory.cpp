@@ -1,5 +1,8 @@
 #include "WindowMemory.h"
 
+#include "PrivateFile.h"
+
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QSettings>
 #include <QStandardPaths>
@@ -28,6 +31,8 @@ namespace WindowMemory {
 
 void save(const QWidget& window, const QHeaderView& columns, const QString& name)
 {
+    PrivateFile::makeFolder(
+        QFileInfo(filePath()).path()); // Otherwise it is made for others too, and holds the settings.
     QSettings memory(filePath(), QSettings::IniFormat);
     memory.setValue(keyOf(name, geometry), window.saveGeometry());
     memory.setValue(keyOf(name, columnState), columns.saveState());

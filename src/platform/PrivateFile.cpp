@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -19,21 +20,63 @@
 namespace {
 
 constexpr QByteArrayView placeOfCode = "XXXXXX"; ///< Becomes letters and digits that make the name a new one.
+constexpr time_t longAgo = 60 * 60; ///< In seconds: nothing is written for so long.
+constexpr mode_t readableByOthers = S_IRGRP | S_IROTH;
+constexpr mode_t writableByOthers = S_IWGRP | S_IWOTH;
+constexpr mode_t passableByOthers = S_IXGRP | S_IXOTH;
 
 QByteArray folderOf(const QString& path)
 {
     return QFile::encodeName(QFileInfo(path).path());
 }
 
+QByteArray nameOf(const QString& path)
+{
+    return QFile::encodeName(QFileInfo(path).fileName());
+}
+
 /// How the names of unfinished files begin. Nobody else gives such names: everything that has one may be removed.
 QByteArray unfinishedName(const QString& path)
 {
-    return '.' + QFile::encodeName(QFileInfo(path).fileName()) + ".unfinished-";
+    return '.' + nameOf(path) + ".unfinished-";
 }
 
-Descriptor openFolder(const QString& path)
+bool isUnfinishedName(const QByteArray& name, const QString& path)
 {
-    return Descriptor(open(folderOf(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const QByteArray beginning = unfinishedName(path);
+    return name.startsWith(beginning) && name.size() == beginning.size() + placeOfCode.size();
+}
+
+/// Whether earlier versions gave such names, which end in six letters. Those that somebody may have written, as
+/// "backup", "Backup" and "BACKUP", are left out.
+bool isEarlierUnfinishedName(const QByteArray& name, const QString& path)
+{
+    const QByteArray beginning = nameOf(path) + '.';
+    const QByteArray code = name.mid(beginning.size());
+    const auto isSmall = [](char c) { return c >= 'a' && c <= 'z'; };
+    const auto isCapital = [](char c) { return c >= 'A' && c <= 'Z'; };
+    return name.startsWith(beginning) && code.size() == placeOfCode.size()
+        && std::all_of(code.begin(), code.end(), [&](char c) { return isSmall(c) || isCapital(c); })
+        && std::any_of(code.begin(), code.end(), isSmall) && std::any_of(code.begin() + 1, code.end(), isCapital);
+}
+
+/// Whether @p file, which has such a name, is what an earlier version wrote.
+bool holdsSettingsOfOurs(int file, const struct stat& status)
+{
+    char first = 0;
+    return S_ISREG(status.st_mode) && status.st_uid == geteuid()
+        && (status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)) == (S_IRUSR | S_IWUSR) && pread(file, &first, 1, 0) == 1
+        && first == '{';
+}
+
+/// Whether no program is writing @p file: each has it locked.
+bool isAbandoned(int file, const struct stat& status)
+{
+    if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+        return true;
+    }
+    // Some file systems know no locks.
+    return errno != EWOULDBLOCK && time(nullptr) - status.st_mtime > longAgo;
 }
 
 bool writeAll(int file, const QByteArray& bytes)
@@ -49,24 +92,27 @@ bool writeAll(int file, const QByteArray& bytes)
     return fsync(file) == 0 || errno == EINVAL; // Which says that there is nothing to wait for.
 }
 
-/// Leaves at most the access that @p most says to what is at @p path, if it is of that kind.
-PrivateFile::Access limitAccess(const QByteArray& path, mode_t kind, mode_t most)
+/// Leaves at most the access that @p most says to what is at @p path, if it is of that kind and ours.
+void limitAccess(const QByteArray& path, mode_t kind, mode_t most)
 {
-    const auto isOpen = [&path, kind](struct stat& status) {
-        return stat(path.constData(), &status) == 0 && (status.st_mode & S_IFMT) == kind
-            && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0;
-    };
     struct stat status { };
-    if (!isOpen(status)) {
-        return PrivateFile::Access::OwnerOnly;
+    if (stat(path.constData(), &status) == 0 && (status.st_mode & S_IFMT) == kind && status.st_uid == geteuid()
+        && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        chmod(path.constData(), status.st_mode & most);
     }
-    // A file system without owners says that it is done, and does nothing.
-    const bool isClosed
-        = status.st_uid == geteuid() && chmod(path.constData(), status.st_mode & most) == 0 && !isOpen(status);
-    return isClosed ? PrivateFile::Access::Closed : PrivateFile::Access::StaysOpen;
 }
 
 } // namespace
+
+bool PrivateFile::makeFolder(const QString& path)
+{
+    const QFileInfo info(path);
+    if (info.isDir()) {
+        return true;
+    }
+    const QString parent = info.path();
+    return parent != path && makeFolder(parent) && mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0;
+}
 
 bool PrivateFile::replace(const QString& path, const QByteArray& bytes)
 {
@@ -74,14 +120,12 @@ bool PrivateFile::replace(const QString& path, const QByteArray& bytes)
     if (access(name.constData(), W_OK) != 0 && errno != ENOENT) {
         return false;
     }
-    // Those who write share the folder's lock, which ends with them; who removes what was left needs it alone.
-    const Descriptor folder = openFolder(path);
-    flock(folder.get(), LOCK_SH);
     QByteArray unfinished = folderOf(path) + '/' + unfinishedName(path) + placeOfCode.toByteArray();
     const Descriptor file(mkostemp(unfinished.data(), O_CLOEXEC));
     if (file.get() < 0) {
         return false;
     }
+    flock(file.get(), LOCK_EX | LOCK_NB); // It ends with the process, and says until then who writes.
     const bool isReplaced = writeAll(file.get(), bytes) && std::rename(unfinished.constData(), name.constData()) == 0;
     if (!isReplaced) {
         unlink(unfinished.constData());
@@ -91,23 +135,47 @@ bool PrivateFile::replace(const QString& path, const QByteArray& bytes)
 
 void PrivateFile::removeUnfinished(const QString& path)
 {
-    const Descriptor folder = openFolder(path);
-    if (flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
-        return;
-    }
-    const QByteArray beginning = unfinishedName(path);
     const QStringList names = QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden | QDir::NoSymLinks);
     for (const QString& each : names) {
         const QByteArray name = QFile::encodeName(each);
-        if (name.startsWith(beginning) && name.size() == beginning.size() + placeOfCode.size()) {
-            unlinkat(folder.get(), name.constData(), 0);
+        const bool isEarlier = isEarlierUnfinishedName(name, path);
+        if (!isEarlier && !isUnfinishedName(name, path)) {
+            continue;
+        }
+        const QByteArray whole = folderOf(path) + '/' + name;
+        const Descriptor file(open(whole.constData(), O_RDWR | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+        struct stat status { };
+        if (file.get() >= 0 && fstat(file.get(), &status) == 0
+            && (!isEarlier || holdsSettingsOfOurs(file.get(), status)) && isAbandoned(file.get(), status)) {
+            unlink(whole.constData());
         }
     }
 }
 
+PrivateFile::Rights PrivateFile::rightsOfOthers(const QString& path)
+{
+    // Through a link the file is reached in another folder. Its folder is not ours to judge, but for the way through.
+    const QString target = QFileInfo(path).canonicalFilePath();
+    struct stat file { };
+    struct stat folder { };
+    struct stat way { };
+    Rights rights;
+    if (target.isEmpty() || stat(QFile::encodeName(target).constData(), &file) != 0
+        || stat(folderOf(path).constData(), &folder) != 0 || stat(folderOf(target).constData(), &way) != 0) {
+        return rights;
+    }
+    const bool isReached = S_ISREG(file.st_mode) && (way.st_mode & passableByOthers) != 0;
+    rights.setFlag(Right::Read, isReached && (file.st_mode & readableByOthers) != 0);
+    rights.setFlag(Right::Write, isReached && (file.st_mode & writableByOthers) != 0);
+    rights.setFlag(Right::Replace,
+                   (folder.st_mode & passableByOthers) != 0 && (folder.st_mode & writableByOthers) != 0);
+    return rights;
+}
+
 PrivateFile::Access PrivateFile::closeToOthers(const QString& path)
 {
-    const Access folder = limitAccess(folderOf(path), S_IFDIR, S_IRWXU);
-    const Access file = limitAccess(QFile::encodeName(path), S_IFREG, S_IRUSR | S_IWUSR);
-    return std::max(folder, file);
+    const Rights had = rightsOfOthers(path);
+    limitAccess(folderOf(path), S_IFDIR, S_IRWXU);
+    limitAccess(QFile::encodeName(path), S_IFREG, S_IRUSR | S_IWUSR);
+    return { had, rightsOfOthers(path) };
 }

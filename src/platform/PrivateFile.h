@@ -1,26 +1,43 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFlags>
 #include <QString>
 
 /// Files that only their owner may read.
 namespace PrivateFile {
 
+/// Makes the folder at @p path and what is missing above it, for the owner alone. True when it is there.
+bool makeFolder(const QString& path);
+
 /// Writes @p bytes to the file at @p path in one step: whoever reads it, and whenever this program is killed, it holds
 /// what it held before or all of them. Its folder exists. False when it could not be written; then it stands as it was.
 bool replace(const QString& path, const QByteArray& bytes);
 
-/// Removes what was left beside the file at @p path by programs that were killed while they replaced it. What a running
-/// one is writing stays.
+/// Removes what was left beside the file at @p path by programs that were killed while they replaced it, those of
+/// earlier versions included. What a running one is writing stays.
 void removeUnfinished(const QString& path);
 
-enum class Access {
-    OwnerOnly, ///< There is no such file, or only its owner has access.
-    Closed, ///< Others had access, and have none any more.
-    StaysOpen, ///< Others have access, and that cannot be changed.
+/// What others than the owner can do with a file.
+enum class Right {
+    Read = 1,
+    Write = 2,
+    Replace = 4, ///< Put another file in its place, as its folder takes files from them.
+};
+Q_DECLARE_FLAGS(Rights, Right)
+Q_DECLARE_OPERATORS_FOR_FLAGS(Rights)
+
+struct Access {
+    Rights had; ///< What others could do.
+    Rights have; ///< What they can still do, as that cannot be changed.
 };
 
-/// Takes all access from others than the owner that they have to the file at @p path, or to its folder.
+/// What others can do with the file at @p path; nothing when there is none, or they cannot pass its folder. A link is
+/// followed.
+Rights rightsOfOthers(const QString& path);
+
+/// Takes all access from others than the owner that they have to the file at @p path, or to its folder. Of a link's
+/// target the file alone: its folder has other uses.
 Access closeToOthers(const QString& path);
 
 } // namespace PrivateFile

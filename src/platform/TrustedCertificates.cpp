@@ -49,9 +49,11 @@ QByteArray TrustedCertificates::fingerprint(const QString& host, quint16 port) c
 bool TrustedCertificates::isDamaged() const
 {
     const QJsonObject values = m_file.values();
-    return !m_file.isReadable() || std::any_of(values.begin(), values.end(), [](const QJsonValue& value) {
-        return fingerprintIn(value).isEmpty();
-    });
+    const QFileInfo file(filePath());
+    const bool leadsNowhere = file.isSymLink() && !file.exists();
+    return leadsNowhere || !m_file.isReadable()
+        || std::any_of(values.begin(), values.end(),
+                       [](const QJsonValue& value) { return fingerprintIn(value).isEmpty(); });
 }
 
 bool TrustedCertificates::forgetDamage()
@@ -83,5 +85,5 @@ bool TrustedCertificates::forget(const QString& host, quint16 port)
 {
     const QString key = keyOf(host, port);
     m_unstored.remove(key);
-    return !isDamaged() && m_file.store({ { key, QJsonValue() } });
+    return m_file.isReadable() && m_file.store({ { key, QJsonValue() } });
 }

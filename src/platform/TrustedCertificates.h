@@ -6,11 +6,14 @@
 #include <QHash>
 #include <QString>
 
+#include <functional>
+#include <utility>
+
 /// The certificates that the user trusts although the system does not: one for each host and port, by its SHA-256
 /// fingerprint, in a file that only its owner may read. Every read sees the file as it is; it is written atomically.
 /// All calls belong to the main thread.
 ///
-/// A damaged file is left as it is until somebody forgets the damage.
+/// What is damaged in the file stays until somebody forgets the damage.
 class TrustedCertificates {
 public:
     /// Those of this program: trusted-certificates.json beside its settings.
@@ -24,7 +27,8 @@ public:
     /// when there is none.
     QByteArray fingerprint(const QString& host, quint16 port) const;
 
-    /// Whether something in the file, or all of it, cannot be read: then it may have held any server.
+    /// Whether something in the file, or all of it, cannot be read, or it is a link that leads nowhere: then it may
+    /// have held any server.
     bool isDamaged() const;
     /// Keeps the file, with ".bak" appended to its name, beside a new one that has what can be read. False when that
     /// could not be written.
@@ -33,9 +37,16 @@ public:
     /// Stores @p fingerprint, 32 bytes, in place of what was trusted there before. False when the file could not be
     /// written: then it is trusted as long as the program runs; or is damaged: then it is not.
     bool trust(const QString& host, quint16 port, const QByteArray& fingerprint);
-    /// Forgets the certificate of that host and port. False when the file is damaged, or could not be
-    /// written.
+    /// Forgets the certificate of that host and port, and leaves what is damaged. False when the file cannot be read at
+    /// all, or could not be written.
     [[nodiscard]] bool forget(const QString& host, quint16 port);
+
+    /// Those of UserDefaults.
+    void setOpenFileHandler(std::function<void(PrivateFile::Access)> handler)
+    {
+        m_file.setOpenFileHandler(std::move(handler));
+    }
+    void noteAccess() const { m_file.noteAccess(); }
 
     /// Removes what was left beside the file by programs that were killed while they wrote it.
     void removeUnfinishedStores() const { m_file.removeUnfinishedStores(); }

@@ -58,17 +58,6 @@ std::optional<QJsonObject> parsedFile(const QString& path)
     return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
-/// Makes @p path and what is missing above it, for the owner alone.
-bool makePrivateFolder(const QString& path)
-{
-    const QFileInfo info(path);
-    if (info.isDir()) {
-        return true;
-    }
-    const QString parent = info.path();
-    return parent != path && makePrivateFolder(parent) && mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0;
-}
-
 /// Where a chain of symbolic links leads, whether something is there or not.
 QString linkTarget(const QString& path)
 {
@@ -160,15 +149,20 @@ bool UserDefaults::write(const QJsonObject& values, bool keepsOldFile)
 {
     const QByteArray bytes = QJsonDocument(values).toJson();
     const QString target = linkTarget(m_filePath);
-    if (bytes.size() > maximumFileSize || !makePrivateFolder(QFileInfo(target).path())) {
+    if (bytes.size() > maximumFileSize || !PrivateFile::makeFolder(QFileInfo(target).path())) {
         return false;
     }
-    if (keepsOldFile && !moveFileAway(target)) {
+    if (!keepsOldFile) {
+        return PrivateFile::replace(target, bytes);
+    }
+    const bool holdsNothing = !QFileInfo(target).isSymLink() && !QFileInfo::exists(target);
+    if (!holdsNothing && !keepFile(target)) {
         return false;
     }
     const bool written = PrivateFile::replace(target, bytes);
-    if (keepsOldFile && !written) {
-        QFile::rename(backupPath(), target);
+    if (!holdsNothing && !written) {
+        QFile::rename(backupPath(), target); // Unless it is still in place.
+        QFile::remove(backupPath());
     }
     return written;
 }
@@ -186,12 +180,11 @@ void UserDefaults::setBrokenFileHandler(std::function<void()> handler)
     }
 }
 
-void UserDefaults::setOpenFileHandler(std::function<void(bool)> handler)
+void UserDefaults::setOpenFileHandler(std::function<void(PrivateFile::Access)> handler)
 {
     m_openFileHandler = std::move(handler);
-    if (m_wasOpen) {
-        scheduleOpenReport();
-    }
+    refresh();
+    scheduleOpenReport();
 }
 
 UserDefaults::Stamp UserDefaults::stampOfFile() const
@@ -215,7 +208,7 @@ void UserDefaults::refresh() const
 
 void UserDefaults::readFile() const
 {
-    closeToOthers();
+    note(PrivateFile::closeToOthers(m_filePath));
     // Taken first: whatever changes from here on makes the next read look again.
     const Stamp stamp = stampOfFile();
     m_values = QJsonObject();
@@ -239,27 +232,35 @@ void UserDefaults::readFile() const
     m_brokenStamp = m_broken ? std::optional(stamp) : std::nullopt;
 }
 
-void UserDefaults::closeToOthers() const
+void UserDefaults::noteAccess() const
 {
-    const PrivateFile::Access access
-        = m_staysOpen ? PrivateFile::Access::OwnerOnly : PrivateFile::closeToOthers(m_filePath);
-    if (access != PrivateFile::Access::OwnerOnly) {
-        m_staysOpen = access == PrivateFile::Access::StaysOpen;
-        if (!std::exchange(m_wasOpen, true)) {
-            scheduleOpenReport();
-        }
+    note({ .had = PrivateFile::rightsOfOthers(m_filePath), .have = {} });
+}
+
+void UserDefaults::note(PrivateFile::Access access) const
+{
+    const PrivateFile::Access news{ access.had & ~m_noted.had, access.have & ~m_noted.have };
+    if (news.had || news.have) {
+        m_noted = { m_noted.had | access.had, m_noted.have | access.have };
+        m_unreported = { m_unreported.had | access.had, m_unreported.have | access.have };
+        scheduleOpenReport();
     }
 }
 
 void UserDefaults::scheduleOpenReport() const
 {
-    if (m_openFileHandler != nullptr) {
-        RunLoop::dispatchAfter(0, nullptr, [self = m_anchor.ref(this)] {
-            if (self.get() != nullptr) {
-                self.get()->m_openFileHandler(!self.get()->m_staysOpen);
-            }
-        });
+    if (m_openFileHandler == nullptr || !m_unreported.had) {
+        return;
     }
+    RunLoop::dispatchAfter(0, nullptr, [self = m_anchor.ref(this)] {
+        if (self.get() == nullptr) {
+            return;
+        }
+        const PrivateFile::Access access = std::exchange(self.get()->m_unreported, {});
+        if (access.had) {
+            self.get()->m_openFileHandler(access);
+        }
+    });
 }
 
 void UserDefaults::scheduleBrokenReport() const
@@ -290,11 +291,15 @@ QString UserDefaults::backupPath() const
     return m_filePath + u".bak"_s;
 }
 
-bool UserDefaults::moveFileAway(const QString& target) const
+bool UserDefaults::keepFile(const QString& target) const
 {
-    if (QFileInfo(target).isFile()) {
-        QFile::setPermissions(target, ownerOnly);
-    }
     QFile::remove(backupPath());
-    return QFile::rename(target, backupPath());
+    const QFileInfo old(target);
+    if (old.isSymLink() || !old.isFile()) {
+        return QFile::rename(target, backupPath());
+    }
+    // It stays in place until the new one takes that: whoever is killed between leaves one of them there.
+    QFile::setPermissions(target, ownerOnly);
+    return link(QFile::encodeName(target).constData(), QFile::encodeName(backupPath()).constData()) == 0
+        || QFile::copy(target, backupPath());
 }

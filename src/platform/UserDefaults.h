@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PrivateFile.h"
 #include "WeakRef.h"
 
 #include <QHash>
@@ -57,9 +58,12 @@ public:
     /// whole again a moment later is none: some editors empty a file before they write it.
     void setBrokenFileHandler(std::function<void()> handler);
 
-    /// @p handler is called from the loop, once, when the file or its folder was found open to others: with true when
-    /// they are closed to them now, and will be whenever they are found so again.
-    void setOpenFileHandler(std::function<void(bool isClosed)> handler);
+    /// @p handler is called from the loop when others had rights to the file, which it has lost to them as far as that
+    /// can be changed; once for each right. The file is looked at whenever it is read, and when the handler is set.
+    void setOpenFileHandler(std::function<void(PrivateFile::Access)> handler);
+    /// Notes for that report what others can do with the file now. Who reads another file of the same folder closes the
+    /// folder, after which nobody can tell.
+    void noteAccess() const;
 
 private:
     /// What tells one state of the file from another without reading it.
@@ -77,16 +81,16 @@ private:
     void refresh() const;
     void readFile() const;
     bool write(const QJsonObject& values, bool keepsOldFile);
-    void closeToOthers() const;
+    void note(PrivateFile::Access access) const;
     void scheduleOpenReport() const;
     void scheduleBrokenReport() const;
     void reportIfStillBroken() const;
     QString backupPath() const;
-    bool moveFileAway(const QString& target) const;
+    bool keepFile(const QString& target) const;
 
     QString m_filePath;
     std::function<void()> m_brokenFileHandler;
-    std::function<void(bool)> m_openFileHandler;
+    std::function<void(PrivateFile::Access)> m_openFileHandler;
     mutable QJsonObject m_values;
     mutable QJsonObject m_lastKnown; ///< The last ones that were not empty.
     mutable std::optional<Stamp>
@@ -94,7 +98,7 @@ private:
     mutable bool m_broken = false;
     mutable std::optional<Stamp> m_brokenStamp; ///< The broken state last noticed.
     mutable bool m_reportPending = false; ///< A broken state waits to be reported.
-    mutable bool m_wasOpen = false; ///< To others.
-    mutable bool m_staysOpen = false; ///< To others, which is not tried to change again.
+    mutable PrivateFile::Access m_noted; ///< All rights of others that were ever found.
+    mutable PrivateFile::Access m_unreported; ///< What of them waits to be reported.
     WeakAnchor m_anchor;
 };

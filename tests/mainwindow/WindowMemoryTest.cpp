@@ -2,6 +2,8 @@
 #include "ViewControllerTest.h"
 
 #include <QAction>
+#include <QDir>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QStandardPaths>
 
@@ -50,6 +52,20 @@ TEST_F(WindowMemoryTest, TheSettingsFileHoldsNothingOfIt)
     settings.seek(0);
     EXPECT_EQ(settings.readAll(), before);
     EXPECT_TRUE(QFile::exists(path()));
+}
+
+TEST_F(WindowMemoryTest, AMissingFolderIsMadeForTheOwnerAlone)
+{
+    const QString folder = QFileInfo(path()).path();
+    ASSERT_TRUE(QDir().rename(folder, folder + u".aside"_s));
+
+    m_controller->window().remember();
+
+    EXPECT_TRUE(QFile::exists(path()));
+    EXPECT_EQ(QFile::permissions(folder) & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser),
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    ASSERT_TRUE(QDir(folder).removeRecursively());
+    ASSERT_TRUE(QDir().rename(folder + u".aside"_s, folder));
 }
 
 TEST_F(WindowMemoryTest, WhatMakesNoSenseIsIgnored)

@@ -11,10 +11,15 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -37,6 +42,34 @@ protected:
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status));
+    }
+    /// A process that is stopped in the middle of replacing the file.
+    pid_t replaceAndStop() const
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            const FileSizeLimit limit(4);
+            std::signal(SIGXFSZ, [](int) { raise(SIGSTOP); });
+            PrivateFile::replace(m_path, "secret");
+            _exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, WUNTRACED), child);
+        EXPECT_TRUE(WIFSTOPPED(status));
+        return child;
+    }
+    void write(const QString& name, const QByteArray& bytes, mode_t mode) const
+    {
+        QFile file(m_folder.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(bytes), bytes.size());
+        ASSERT_EQ(fchmod(file.handle(), mode), 0);
+    }
+    static mode_t mode(const QString& path)
+    {
+        struct stat status { };
+        EXPECT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
+        return status.st_mode & 07777U;
     }
     QByteArray contents() const
     {
@@ -92,13 +125,25 @@ TEST_F(PrivateFileTest, WhatCannotBeWrittenLeavesNothingBehind)
     EXPECT_EQ(names(), (QStringList{ m_name, u"folder"_s }));
 }
 
+TEST_F(PrivateFileTest, NobodyWaitsForWhoLocksTheFolder)
+{
+    const Descriptor other(open(QFile::encodeName(m_folder.path()).constData(), O_RDONLY | O_DIRECTORY));
+    ASSERT_EQ(flock(other.get(), LOCK_EX), 0);
+    replaceAndBeKilled();
+
+    EXPECT_TRUE(PrivateFile::replace(m_path, "one"));
+    PrivateFile::removeUnfinished(m_path);
+
+    EXPECT_EQ(names(), QStringList{ m_name });
+}
+
 TEST_F(PrivateFileTest, WhatAKilledProgramHasLeftIsRemovedAndNothingElse)
 {
     ASSERT_TRUE(PrivateFile::replace(m_path, "one"));
     const QStringList others{ u".[a] été.json.unfinished-"_s, u".[a] été.json.unfinished-abcdefg"_s,
-                              u".[b] été.json.unfinished-abcdef"_s, u"[a] été.json.abcdef"_s };
+                              u".[b] été.json.unfinished-abcdef"_s };
     for (const QString& name : others) {
-        ASSERT_TRUE(QFile(m_folder.filePath(name)).open(QIODevice::WriteOnly));
+        write(name, "secret", 0600);
     }
     const QStringList before = names();
     replaceAndBeKilled();
@@ -112,24 +157,135 @@ TEST_F(PrivateFileTest, WhatAKilledProgramHasLeftIsRemovedAndNothingElse)
     EXPECT_EQ(contents(), "one");
 }
 
-TEST_F(PrivateFileTest, WhatARunningProgramIsWritingStays)
+TEST_F(PrivateFileTest, WhatEarlierVersionsHaveLeftIsRemovedAndNothingThatSomebodyElseMayHaveWritten)
 {
-    replaceAndBeKilled();
-    const QStringList before = names();
-    ASSERT_EQ(before.size(), 1);
-    {
-        const Descriptor writers(open(QFile::encodeName(m_folder.path()).constData(), O_RDONLY | O_DIRECTORY));
-        ASSERT_EQ(flock(writers.get(), LOCK_SH), 0);
-
-        EXPECT_TRUE(PrivateFile::replace(m_path, "one")); // Writers do not wait for each other.
-        ASSERT_TRUE(QFile::remove(m_path));
-        PrivateFile::removeUnfinished(m_path);
-        EXPECT_EQ(names(), before);
+    write(u"[a] été.json.wrLHTq"_s, R"({"Password": )", 0600);
+    write(u"[a] été.json.aBcdef"_s, "{}", 0600);
+    const QStringList left = names();
+    for (const char* name : { "backup", "Backup", "BACKUP", "aBcdefg", "aBcde", "aBcd12" }) {
+        write(u"[a] été.json."_s + QLatin1String(name), "{}", 0600);
+    }
+    write(u"[b] été.json.aBcdef"_s, "{}", 0600);
+    write(u"[a] été.json.aBcdeF"_s, "text", 0600);
+    write(u"[a] été.json.aBcDef"_s, "{}", 0640);
+    ASSERT_TRUE(QFile::link(m_folder.filePath(u"[b] été.json.aBcdef"_s), m_folder.filePath(u"[a] été.json.aBCdef"_s)));
+    QStringList others = names();
+    for (const QString& name : left) {
+        others.removeOne(name);
     }
 
     PrivateFile::removeUnfinished(m_path);
 
-    EXPECT_EQ(names(), QStringList());
+    EXPECT_EQ(names(), others);
+}
+
+TEST_F(PrivateFileTest, WhatARunningProgramIsWritingStays)
+{
+    const pid_t child = replaceAndStop();
+    ASSERT_EQ(names().size(), 1);
+
+    EXPECT_TRUE(PrivateFile::replace(m_path, "one")); // Writers do not wait for each other.
+    PrivateFile::removeUnfinished(m_path);
+    EXPECT_EQ(names().size(), 2);
+
+    ASSERT_EQ(kill(child, SIGKILL), 0);
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    PrivateFile::removeUnfinished(m_path);
+    EXPECT_EQ(names(), QStringList{ m_name });
+}
+
+TEST_F(PrivateFileTest, WhereNothingCanBeLockedWhatIsOlderThanAnHourIsRemoved)
+{
+    const FaultyFileCalls faults;
+    for (const int error : { ENOLCK, EOPNOTSUPP }) {
+        FaultyFileCalls::failToLock(error);
+        replaceAndBeKilled();
+        PrivateFile::removeUnfinished(m_path);
+        ASSERT_EQ(names().size(), 1);
+        const std::array<timespec, 2> times{ timespec{ .tv_sec = time(nullptr) - 3700, .tv_nsec = 0 },
+                                             timespec{ .tv_sec = time(nullptr) - 3700, .tv_nsec = 0 } };
+        ASSERT_EQ(
+            utimensat(AT_FDCWD, QFile::encodeName(m_folder.filePath(names().first())).constData(), times.data(), 0), 0);
+
+        PrivateFile::removeUnfinished(m_path);
+
+        EXPECT_EQ(names(), QStringList());
+    }
+}
+
+TEST_F(PrivateFileTest, AFolderIsMadeForTheOwnerAlone)
+{
+    const QString path = m_folder.filePath(u"a/b"_s);
+
+    EXPECT_TRUE(PrivateFile::makeFolder(path));
+
+    EXPECT_EQ(mode(path), 0700U);
+    EXPECT_EQ(mode(m_folder.filePath(u"a"_s)), 0700U);
+    EXPECT_TRUE(PrivateFile::makeFolder(path));
+    EXPECT_FALSE(PrivateFile::makeFolder(u"/dev/null/a"_s));
+}
+
+TEST_F(PrivateFileTest, OthersHaveARightOnlyWhereFolderAndFileGiveIt)
+{
+    using PrivateFile::Right;
+    using PrivateFile::Rights;
+    struct Case {
+        mode_t folder;
+        mode_t file;
+        Rights rights;
+    };
+    const std::vector<Case> cases{
+        { 0755, 0600, {} },
+        { 0700, 0666, {} },
+        { 0744, 0644, {} }, // Who cannot pass a folder cannot do anything in it.
+        { 0722, 0600, {} },
+        { 0755, 0604, Right::Read },
+        { 0710, 0640, Right::Read },
+        { 0711, 0620, Right::Write },
+        { 0755, 0666, Right::Read | Right::Write },
+        { 0773, 0600, Right::Replace },
+        { 0730, 0644, Right::Read | Right::Replace },
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(testing::Message() << std::oct << each.folder << ' ' << each.file);
+        QFile::remove(m_path);
+        write(m_name, "{}", each.file);
+        ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), each.folder), 0);
+
+        const PrivateFile::Access access = PrivateFile::closeToOthers(m_path);
+
+        EXPECT_EQ(access.had, each.rights);
+        EXPECT_EQ(access.have, Rights());
+        EXPECT_EQ(mode(m_path) & 077U, 0U);
+        EXPECT_EQ(mode(m_folder.path()), 0700U);
+    }
+}
+
+TEST_F(PrivateFileTest, WithoutAFileTheFolderIsClosedAndNobodyHadARight)
+{
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
+
+    EXPECT_EQ(PrivateFile::closeToOthers(m_path).had, PrivateFile::Rights());
+
+    EXPECT_EQ(mode(m_folder.path()), 0700U);
+}
+
+TEST_F(PrivateFileTest, OfALinksTargetTheFileIsClosedAndItsFolderLeftAsItIs)
+{
+    const QString elsewhere = m_folder.filePath(u"elsewhere"_s);
+    ASSERT_TRUE(QDir().mkdir(elsewhere));
+    write(u"elsewhere/file"_s, "{}", 0644);
+    ASSERT_TRUE(QFile::link(elsewhere + u"/file"_s, m_path));
+    ASSERT_EQ(chmod(QFile::encodeName(elsewhere).constData(), 0775), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0711), 0);
+
+    const PrivateFile::Access access = PrivateFile::closeToOthers(m_path);
+
+    EXPECT_EQ(access.had, PrivateFile::Rights(PrivateFile::Right::Read));
+    EXPECT_EQ(access.have, PrivateFile::Rights());
+    EXPECT_EQ(mode(elsewhere + u"/file"_s), 0600U);
+    EXPECT_EQ(mode(elsewhere), 0775U);
+    EXPECT_EQ(mode(m_folder.path()), 0700U);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "Printers.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -93,10 +94,40 @@ TEST_F(TrustedCertificatesTest, ADamagedFileIsKnownAsSuchAndNothingIsStoredInIts
         EXPECT_TRUE(m_certificates.isDamaged());
         EXPECT_FALSE(m_certificates.trust(u"other"_s, 21, m_two));
         EXPECT_TRUE(m_certificates.fingerprint(u"other"_s, 21).isEmpty());
-        EXPECT_FALSE(m_certificates.forget(u"other"_s, 21));
         EXPECT_EQ(contents(m_path), text);
         EXPECT_FALSE(QFile::exists(m_path + u".bak"_s));
     }
+}
+
+TEST_F(TrustedCertificatesTest, WhatCanBeReadInADamagedFileCanBeForgottenAndTheDamageStays)
+{
+    EXPECT_TRUE(m_certificates.trust(u"host"_s, 21, m_one));
+    writeFile(contents(m_path).replace("{", "{ \"other:21\": \"?\","));
+    EXPECT_EQ(m_certificates.fingerprint(u"host"_s, 21), m_one);
+
+    EXPECT_TRUE(m_certificates.forget(u"host"_s, 21));
+
+    EXPECT_TRUE(m_certificates.fingerprint(u"host"_s, 21).isEmpty());
+    EXPECT_TRUE(m_certificates.isDamaged());
+    EXPECT_TRUE(contents(m_path).contains(R"("other:21": "?")"));
+    writeFile("{");
+    EXPECT_FALSE(m_certificates.forget(u"host"_s, 21));
+}
+
+TEST_F(TrustedCertificatesTest, ALinkThatLeadsNowhereIsDamaged)
+{
+    ASSERT_TRUE(QDir().mkpath(m_folder.filePath(u"sub"_s)));
+    const QString target = m_folder.filePath(u"far/trusted.json"_s);
+    ASSERT_TRUE(QFile::link(target, m_path));
+
+    EXPECT_TRUE(m_certificates.isDamaged());
+    EXPECT_FALSE(m_certificates.trust(u"host"_s, 21, m_one));
+    EXPECT_FALSE(QFile::exists(target));
+
+    EXPECT_TRUE(m_certificates.forgetDamage());
+    EXPECT_FALSE(m_certificates.isDamaged());
+    EXPECT_TRUE(m_certificates.trust(u"host"_s, 21, m_one));
+    EXPECT_TRUE(QFile::exists(target));
 }
 
 TEST_F(TrustedCertificatesTest, ForgettingTheDamageKeepsTheFileBesideTheNewOneAndWhatCanBeRead)

@@ -13,7 +13,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -51,7 +54,20 @@ protected:
         ASSERT_EQ(chmod(QFile::encodeName(path).constData(), mode), 0);
     }
 
+    using Right = PrivateFile::Right;
+    using Rights = PrivateFile::Rights;
+
+    void listen()
+    {
+        m_defaults.setOpenFileHandler([this](PrivateFile::Access access) {
+            m_had.append(access.had);
+            m_have.append(access.have);
+        });
+    }
+
     QTemporaryDir m_folder;
+    QList<Rights> m_had;
+    QList<Rights> m_have;
     QString m_path = m_folder.filePath(u"settings.json"_s);
     QString m_backup = m_path + u".bak"_s;
     UserDefaults m_defaults{ m_path };
@@ -159,29 +175,53 @@ TEST_F(UserDefaultsTest, AFileThatOthersCouldReadIsClosedToThemByAStore)
     EXPECT_EQ(mode(m_path), 0600);
 }
 
-TEST_F(UserDefaultsTest, AFileAndAFolderThatAreOpenToOthersAreClosedWhenTheyAreReadAndThatIsReportedOnce)
+TEST_F(UserDefaultsTest, AFileThatIsOpenToOthersIsClosedWheneverItIsReadAndEachRightIsReportedOnce)
 {
     writeFile(R"({"Address": "one"})");
     setMode(m_path, 0604);
     setMode(m_folder.path(), 0710);
-    QList<bool> reports;
-    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+    listen();
 
     EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
 
     EXPECT_EQ(mode(m_path), 0600);
     EXPECT_EQ(mode(m_folder.path()), 0700);
-    EXPECT_EQ(reports, QList<bool>());
-    ASSERT_TRUE(waitFor([&reports] { return !reports.isEmpty(); }));
+    EXPECT_EQ(m_had, QList<Rights>());
+    ASSERT_TRUE(waitFor([this] { return !m_had.isEmpty(); }));
     writeFile(R"({"Address": "two"})");
-    setMode(m_path, 0777);
+    setMode(m_path, 0644);
+    setMode(m_folder.path(), 0755);
     EXPECT_EQ(m_defaults.string(u"Address"_s), u"two"_s);
     EXPECT_EQ(mode(m_path), 0600);
     drainEventLoop();
-    EXPECT_EQ(reports, QList<bool>{ true });
+    EXPECT_EQ(m_had, QList<Rights>{ Right::Read });
+
+    writeFile(R"({"Address": "three"})");
+    setMode(m_path, 0666);
+    setMode(m_folder.path(), 0755);
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"three"_s);
+    ASSERT_TRUE(waitFor([this] { return m_had.size() == 2; }));
+    EXPECT_EQ(m_had.last(), Right::Read | Right::Write);
+    EXPECT_EQ(m_have.last(), Rights());
 }
 
-TEST_F(UserDefaultsTest, AFolderAloneThatIsOpenToOthersIsClosedAndReportedWhenSomebodyListens)
+TEST_F(UserDefaultsTest, AFolderThatOthersCanPassIsClosedInSilence)
+{
+    setMode(m_folder.path(), 0755);
+    listen();
+    EXPECT_EQ(mode(m_folder.path()), 0700);
+    setMode(m_folder.path(), 0755);
+    writeFile("{}");
+    setMode(m_path, 0600);
+
+    EXPECT_TRUE(m_defaults.isReadable());
+
+    drainEventLoop();
+    EXPECT_EQ(mode(m_folder.path()), 0700);
+    EXPECT_EQ(m_had, QList<Rights>());
+}
+
+TEST_F(UserDefaultsTest, AFolderThatOthersCanWriteToIsClosedAndReportedWhenSomebodyListens)
 {
     writeFile("{}");
     setMode(m_path, 0400);
@@ -189,39 +229,69 @@ TEST_F(UserDefaultsTest, AFolderAloneThatIsOpenToOthersIsClosedAndReportedWhenSo
     EXPECT_TRUE(m_defaults.isReadable());
     EXPECT_EQ(mode(m_path), 0400);
     EXPECT_EQ(mode(m_folder.path()), 0700);
-    QList<bool> reports;
 
-    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+    listen();
 
-    ASSERT_TRUE(waitFor([&reports] { return !reports.isEmpty(); }));
-    EXPECT_EQ(reports, QList<bool>{ true });
+    ASSERT_TRUE(waitFor([this] { return !m_had.isEmpty(); }));
+    EXPECT_EQ(m_had, QList<Rights>{ Right::Replace });
 }
 
-TEST_F(UserDefaultsTest, WhatCannotBeClosedToOthersIsReportedAsSuch)
+TEST_F(UserDefaultsTest, AnOpenFileIsFoundWhenSomebodyListensAlthoughNobodyReadsIt)
+{
+    writeFile("{}");
+    setMode(m_path, 0644);
+    setMode(m_folder.path(), 0755);
+
+    listen();
+
+    EXPECT_EQ(mode(m_path), 0600);
+    ASSERT_TRUE(waitFor([this] { return !m_had.isEmpty(); }));
+    EXPECT_EQ(m_had, QList<Rights>{ Right::Read });
+}
+
+TEST_F(UserDefaultsTest, WhatOthersCouldDoBeforeANeighbourClosedTheFolderIsReported)
+{
+    writeFile("{}");
+    setMode(m_path, 0666);
+    setMode(m_folder.path(), 0755);
+    m_defaults.noteAccess();
+    EXPECT_TRUE(UserDefaults(m_folder.filePath(u"neighbour.json"_s)).isReadable());
+    ASSERT_EQ(mode(m_folder.path()), 0700);
+
+    listen();
+
+    ASSERT_TRUE(waitFor([this] { return !m_had.isEmpty(); }));
+    EXPECT_EQ(m_had, QList<Rights>{ Right::Read | Right::Write });
+}
+
+TEST_F(UserDefaultsTest, WhatCannotBeClosedToOthersIsReportedAsSuchOnceAndTriedAgain)
 {
     ASSERT_TRUE(QFile::link(u"/proc/self/status"_s, m_path)); // Nobody may change its mode.
-    QList<bool> reports;
-    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+    listen();
 
     EXPECT_FALSE(m_defaults.isReadable());
     EXPECT_FALSE(m_defaults.isReadable());
 
-    ASSERT_TRUE(waitFor([&reports] { return !reports.isEmpty(); }));
+    ASSERT_TRUE(waitFor([this] { return !m_had.isEmpty(); }));
     drainEventLoop();
-    EXPECT_EQ(reports, QList<bool>{ false });
+    EXPECT_EQ(m_have, QList<Rights>{ Right::Read });
+    ASSERT_TRUE(QFile::remove(m_path));
+    writeFile("{}");
+    setMode(m_path, 0644);
+    EXPECT_TRUE(m_defaults.isReadable());
+    EXPECT_EQ(mode(m_path), 0600);
 }
 
 TEST_F(UserDefaultsTest, WhatIsForTheOwnerAloneIsNotReported)
 {
-    QList<bool> reports;
-    m_defaults.setOpenFileHandler([&reports](bool isClosed) { reports.append(isClosed); });
+    listen();
     EXPECT_FALSE(m_defaults.contains(u"Address"_s));
     ASSERT_TRUE(m_defaults.store({ { u"Address"_s, u"host"_s } }));
     EXPECT_TRUE(m_defaults.contains(u"Address"_s));
 
     drainEventLoop();
 
-    EXPECT_EQ(reports, QList<bool>());
+    EXPECT_EQ(m_had, QList<Rights>());
 }
 
 TEST_F(UserDefaultsTest, SeesTheFileAppearChangeAndGo)
@@ -328,6 +398,41 @@ TEST_F(UserDefaultsTest, TheStoreAfterABrokenFileKeepsItBesideTheNewOne)
     EXPECT_EQ(contents(m_backup), "Address=host\n");
     EXPECT_EQ(mode(m_backup), 0600);
     EXPECT_EQ(m_defaults.string(u"Username"_s), u"me"_s);
+}
+
+TEST_F(UserDefaultsTest, WhoIsKilledWhileABrokenFileIsReplacedLeavesItInPlace)
+{
+    writeFile("broken");
+    const pid_t child = fork();
+    if (child == 0) {
+        const rlimit none{ 0, 0 };
+        setrlimit(RLIMIT_CORE, &none);
+        const FileSizeLimit limit(4);
+        std::signal(SIGXFSZ, SIG_DFL);
+        std::ignore = m_defaults.store({ { u"Username"_s, u"me"_s } });
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+
+    EXPECT_EQ(contents(m_path), "broken");
+}
+
+TEST_F(UserDefaultsTest, ABrokenFileBehindALinkIsKeptBesideTheLink)
+{
+    // Another file system, where there can be no second name of it.
+    QTemporaryDir far(u"/dev/shm/XXXXXX"_s);
+    const QString target = far.filePath(u"elsewhere.json"_s);
+    writeFileAt(target, "broken");
+    ASSERT_TRUE(QFile::link(target, m_path));
+
+    ASSERT_TRUE(m_defaults.store({ { u"Username"_s, u"me"_s } }));
+
+    EXPECT_TRUE(QFileInfo(m_path).isSymLink());
+    EXPECT_EQ(m_defaults.string(u"Username"_s), u"me"_s);
+    EXPECT_EQ(contents(m_backup), "broken");
+    EXPECT_EQ(mode(m_backup), 0600);
 }
 
 TEST_F(UserDefaultsTest, AStoreOverAGoodFileKeepsNone)

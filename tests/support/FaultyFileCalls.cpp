@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace {
@@ -20,6 +21,7 @@ struct Faults {
     int creationError = 0;
     bool refusesToChangeGroup = false;
     int synchronizationError = 0;
+    int lockError = 0;
 };
 
 Faults& faults()
@@ -64,6 +66,7 @@ int __real_rename(const char* from, const char* to);
 int __real_open(const char* path, int flags, ...);
 int __real_fchown(int descriptor, uid_t owner, gid_t group);
 int __real_fdatasync(int descriptor);
+int __real_flock(int descriptor, int operation);
 ssize_t __wrap_read(int descriptor, void* data, size_t size);
 ssize_t __wrap_write(int descriptor, const void* data, size_t size);
 int __wrap_close(int descriptor);
@@ -72,6 +75,7 @@ int __wrap_rename(const char* from, const char* to);
 int __wrap_open(const char* path, int flags, ...);
 int __wrap_fchown(int descriptor, uid_t owner, gid_t group);
 int __wrap_fdatasync(int descriptor);
+int __wrap_flock(int descriptor, int operation);
 
 ssize_t __wrap_read(int descriptor, void* data, size_t size)
 {
@@ -126,6 +130,11 @@ int __wrap_fdatasync(int descriptor)
 {
     return faults().synchronizationError == 0 ? __real_fdatasync(descriptor) : fail(faults().synchronizationError);
 }
+
+int __wrap_flock(int descriptor, int operation)
+{
+    return faults().lockError == 0 ? __real_flock(descriptor, operation) : fail(faults().lockError);
+}
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
 
@@ -177,4 +186,9 @@ void FaultyFileCalls::refuseToChangeGroup()
 void FaultyFileCalls::failToSynchronize(int error)
 {
     faults().synchronizationError = error;
+}
+
+void FaultyFileCalls::failToLock(int error)
+{
+    faults().lockError = error;
 }

@@ -2,6 +2,7 @@
 
 import os
 import resource
+import shutil
 import signal
 import stat
 import subprocess
@@ -12,6 +13,30 @@ from upload_server import PASSWORD
 from window_test import WindowTest, content
 
 SECRET = PASSWORD.split()[0]  # No spelling of the whole changes this part.
+
+
+USUAL_FILTER = 0x33  # As the kernel has it unless somebody says otherwise.
+
+
+def memory_in_dumps(pid, chosen):
+    """The memory of a process that the kernel puts into core dumps by that coredump_filter, one mapping after another."""
+    with open(f"/proc/{pid}/maps", encoding="utf-8") as maps, open(f"/proc/{pid}/mem", "rb", buffering=0) as memory:
+        for line in maps:
+            addresses, access, _, _, inode = line.split()[:5]
+            # What was written to of a private mapping of a file counts as belonging to none.
+            bits = {("p", False): 0b1, ("s", False): 0b10, ("p", True): 0b101, ("s", True): 0b1000}
+            if access[0] == "r" and chosen & bits[access[3], inode != "0"]:
+                first, end = (int(address, 16) for address in addresses.split("-"))
+                memory.seek(first)
+                try:
+                    yield memory.read(end - first)
+                except OSError:  # The kernel's own, as the clock.
+                    pass
+
+
+def holds_secret(parts):
+    spellings = [SECRET.encode(encoding) for encoding in ("utf-8", "utf-16-le")]
+    return any(spelling in part for part in parts for spelling in spellings)
 
 
 class Secrets(WindowTest):
@@ -140,6 +165,60 @@ class Secrets(WindowTest):
         wait_for(lambda: stat.S_IMODE(os.stat(settings).st_mode) == 0o600, "the file to be closed again")
         self.assert_no_more_sheets(program)
 
+    def test_settings_that_others_could_not_reach_are_closed_without_a_sheet(self):
+        folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
+        settings = os.path.join(folder, "settings.json")
+        for modes in ((0o755, 0o600), (0o700, 0o644)):
+            with self.subTest(modes=modes):
+                os.chmod(folder, modes[0])
+                os.chmod(settings, modes[1])
+                program = self.launch()
+                wait_for(program.titles, "the window")
+                self.assert_no_more_sheets(program)
+                self.assertEqual([stat.S_IMODE(os.stat(path).st_mode) for path in (folder, settings)], [0o700, 0o600])
+                self.quit(program)
+
+    def test_the_first_run_of_all_leaves_a_folder_that_the_second_has_nothing_to_say_about(self):
+        folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
+        shutil.rmtree(folder)
+        self.quit(self.launch())
+
+        self.assertEqual(os.listdir(folder), ["window.ini"])
+        self.assertEqual(stat.S_IMODE(os.stat(folder).st_mode), 0o700)
+        self.assert_no_more_sheets(self.start())
+
+    def quit(self, program):
+        (window, *_) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "."), "the window")
+        self.desktop.xdotool("windowactivate", "--sync", window)
+        wait_for(program.is_active, "the program to have the keyboard")
+        self.desktop.key("ctrl+q")
+        self.assertEqual(program.exit_code(), 0)
+
+    def test_a_folder_that_others_could_write_to_has_a_sheet_of_its_own(self):
+        os.chmod(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox"), 0o777)
+        program = self.start()
+
+        title, _ = program.acknowledge()
+
+        self.assertEqual(title, "Settings Could Be Replaced")
+        self.assert_no_more_sheets(program)
+
+    def test_trusted_certificates_that_others_could_change_have_a_sheet_of_their_own(self):
+        folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
+        trusted = os.path.join(folder, "trusted-certificates.json")
+        with open(trusted, "w", encoding="utf-8") as file:
+            file.write("{}")
+        os.chmod(folder, 0o755)
+        os.chmod(trusted, 0o666)
+        program = self.start()
+
+        title, text = program.acknowledge()
+
+        self.assertEqual(title, "Trusted Certificates Were Open to Others")
+        self.assertIn(trusted, text)
+        self.assertEqual(stat.S_IMODE(os.stat(trusted).st_mode), 0o600)
+        self.assert_no_more_sheets(program)
+
     def test_what_a_killed_store_has_left_is_gone_with_the_next_start(self):
         program = self.launch()
         self.wait_for_listing(program, "in")
@@ -162,15 +241,17 @@ class Secrets(WindowTest):
         self.wait_for_status(program, "Upload succeeded")
         self.wait_for_listing(program, "in")
         pid = program.process.pid
-        with open("/proc/sys/kernel/core_pattern", encoding="utf-8") as file:
-            pattern = file.read().strip()
+        chosen = int(content(f"/proc/{pid}/coredump_filter"), 16)
 
-        self.assertEqual(int(content(f"/proc/{pid}/coredump_filter"), 16), 0)
+        # Wherever dumps go on this computer, they hold what the filter says.
+        self.assertTrue(holds_secret(memory_in_dumps(pid, USUAL_FILTER)), "a usual dump would hold it")
+        self.assertFalse(holds_secret(memory_in_dumps(pid, chosen)), hex(chosen))
+
         _, hard_limit = resource.prlimit(pid, resource.RLIMIT_CORE)
         resource.prlimit(pid, resource.RLIMIT_CORE, (hard_limit, hard_limit))
         program.process.send_signal(signal.SIGABRT)
-
         self.assertEqual(program.exit_code(), -signal.SIGABRT)
+        pattern = content("/proc/sys/kernel/core_pattern").strip()
         cores = [name for name in os.listdir(self.folder) if name != "one.txt"]
         lands_elsewhere = pattern.startswith(("|", "/", "@")) or hard_limit == 0
         self.assertEqual(len(cores), 0 if lands_elsewhere else 1, pattern)
@@ -178,8 +259,7 @@ class Secrets(WindowTest):
             with open(os.path.join(self.folder, core), "rb") as file:
                 dump = file.read()
             self.assertTrue(dump.startswith(b"\x7fELF"))
-            for encoding in ("utf-8", "utf-16-le"):
-                self.assertFalse(SECRET.encode(encoding) in dump, encoding)
+            self.assertFalse(holds_secret([dump]))
 
     def everything_at_home(self):
         for folder, _, names in os.walk(self.home["HOME"]):
