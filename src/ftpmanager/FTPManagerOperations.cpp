@@ -1,3 +1,4 @@
+#include "FTPLocation.h"
 #include "FTPManager.h"
 #include "FTPManagerStrings.h"
 #include "FileOutputStream.h"
@@ -109,8 +110,12 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
     begin(Action::Download, 0);
     const QString path = PathText::appendingPathComponent(localPath(directoryURL), fileName);
     m_fileWriter = std::make_unique<FileOutputStream>(path);
-    m_fileWriter->open();
     const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
+    // What cannot be asked for, which the stream reports, costs no file.
+    if (const auto place = FTPLocation::fromText(location); place && canBeSent(place->path)) {
+        m_fileWriter->open();
+    }
+    const bool isOurs = m_fileWriter->isOpen();
     if (location.isNull()) {
         return false;
     }
@@ -121,9 +126,8 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
     if (run(*m_serverReadStream)) {
         return true;
     }
-    // Part of a file looks like the file. A folder in its place stays, and the system would stop at a NUL and remove
-    // another file.
-    if (!path.contains(QChar::Null)) {
+    // Part of a file looks like the file. What could not be opened for writing is no such part.
+    if (isOurs) {
         ::unlink(LocalPath::toBytes(path).constData());
     }
     return false;

@@ -26,6 +26,8 @@ public:
     /// its group and mode; where the folder allows none, the one that is there is overwritten after all.
     void open();
 
+    bool isOpen() const { return m_descriptor >= 0; }
+
     /// Writes up to @p data.size() bytes; answers how many, -1 on failure.
     [[nodiscard]] qint64 write(std::span<const char> data);
 

@@ -332,6 +332,21 @@ TEST_F(FTPManagerOperationsTest, ADownloadThatFailsRemovesNoOtherFile)
     EXPECT_TRUE(other.exists());
 }
 
+TEST_F(FTPManagerOperationsTest, ADownloadRemovesNothingThatItDidNotWrite)
+{
+    const QByteArray pipe = QFile::encodeName(m_directory.filePath(u"name"_s));
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    const LogRecorder log;
+    m_streams.next.turns = { { ErrorOccurred } };
+    EXPECT_FALSE(m_manager.downloadFile(u"name"_s, directoryURL(), m_server.get()));
+    EXPECT_EQ(access(pipe.constData(), F_OK), 0);
+
+    localFile("a\rb", "mine"); // A name that cannot be sent.
+    m_streams.next.turns = { { ErrorOccurred } };
+    EXPECT_FALSE(m_manager.downloadFile(u"a\rb"_s, directoryURL(), m_server.get()));
+    EXPECT_EQ(QFileInfo(m_directory.filePath(u"a\rb"_s)).size(), 4);
+}
+
 TEST_F(FTPManagerOperationsTest, ADownloadTakesThePlaceOfALinkAndWritesNothingWhereItLeads)
 {
     const QString link = m_directory.filePath(u"name"_s);
