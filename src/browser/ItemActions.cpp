@@ -147,13 +147,15 @@ void ItemActions::refuseFileName(const QString& name)
 
 void ItemActions::openDownload(const QString& path)
 {
-    if (DefaultApplication::carriesCode(path)) {
-        DefaultApplication::showFolder(path);
-        m_host.showAlert(u"File Not Opened"_s,
+    using Result = DefaultApplication::Result;
+    const QString title = u"File Not Opened"_s;
+    const Result result = DefaultApplication::open(path);
+    if (result == Result::FolderShown) {
+        m_host.showAlert(title,
                          u"\"%1\" can run or hold programs, and is shown in its folder instead of opened."_s.arg(
                              visibleText(PathText::lastPathComponent(path))));
-    } else {
-        DefaultApplication::open(path);
+    } else if (result == Result::FolderNotShown) {
+        m_host.showAlert(title, u"“%1” can run or hold programs, and is not opened."_s.arg(visibleText(path)));
     }
 }
 
@@ -230,8 +232,9 @@ void ItemActions::createFolderButtonAction()
     if (m_host.alertSendingOrReceiving()) {
         return;
     }
+    const Destination pressed = m_listing.destination();
     const QString name = m_host.askInput(u"Enter name of folder to create."_s, u""_s);
-    if (!name.isNull()) {
+    if (!name.isNull() && isStillInForce(pressed, name)) {
         createFolder(name);
     }
 }

@@ -8,8 +8,10 @@
 #include "VisibleText.h"
 
 #include <QAction>
+#include <QDesktopServices>
 #include <QDir>
 #include <QMessageBox>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <functional>
@@ -116,6 +118,18 @@ TEST_F(ItemActionsTest, ADownloadIsOpenedOnRequestUnlessItCarriesCodeWhichIsShow
 
     EXPECT_EQ(opened.localPaths(), (QStringList{ folder, folder, folder, m_directory.filePath(u"note %41.txt"_s) }));
     EXPECT_EQ(shownSheets(), QStringList());
+}
+
+TEST_F(ItemActionsTest, AFolderThatCannotBeShownIsNotSaidToBe)
+{
+    QDesktopServices::setUrlHandler(u"file"_s, m_controller.get(), "noSuchMethod"); // The desktop declines.
+    const auto restore = qScopeGuard([] { QDesktopServices::unsetUrlHandler(u"file"_s); });
+
+    m_controller->items().openDownload(u"/nowhere/tool.desktop"_s);
+
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"File Not Opened: “/nowhere/tool.desktop” can run or hold programs, and is not opened."_s });
 }
 
 TEST_F(ItemActionsTest, ADownloadMayHaveAPlaceOfItsOwn)
@@ -465,6 +479,18 @@ TEST_F(ItemActionsTest, AFolderIsCreatedUnderTheNameAsTyped)
         EXPECT_EQ(m_operations, QList<QStringList>{ operation(name) });
         EXPECT_TRUE(m_controller->lc().isReceiving());
     }
+}
+
+TEST_F(ItemActionsTest, NoFolderIsCreatedWhereTheDestinationHasChangedMeanwhile)
+{
+    answerPrompt(u"name"_s);
+    set({ { u"FTPFolder"_s, u"elsewhere"_s } }); // No tick has shown it yet.
+
+    button("newFolderButton").click();
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Destination Changed: Nothing was done to “name”, since the destination has changed."_s });
+    EXPECT_TRUE(m_operations.isEmpty());
 }
 
 TEST_F(ItemActionsTest, NoAnswerCreatesNothing)

@@ -53,24 +53,34 @@ QByteArray beginningOf(const QString& path)
     return { buffer.data(), std::max<qint64>(count, 0) };
 }
 
+/// Whether a file that begins with @p beginning names the program that runs it. Two kinds of data begin alike.
+bool namesInterpreter(const QByteArray& beginning)
+{
+    return beginning.startsWith("#!") && !beginning.startsWith("#!AMR") && !beginning.startsWith("#! rnews");
+}
+
+bool hasOpened(const QString& path)
+{
+    return QDesktopServices::openUrl(QUrl(fileURI(path)));
+}
+
 } // namespace
 
 bool DefaultApplication::carriesCode(const QString& path)
 {
     const QMimeDatabase types;
     const QString name = PathText::lastPathComponent(path);
+    const QByteArray beginning = beginningOf(path);
     // Either name or contents may be a disguise of the other, and a name may be that of several types.
-    const QList<QMimeType> kinds = types.mimeTypesForFileName(name) << types.mimeTypeForData(beginningOf(path));
-    return isNamedAsCode(name)
+    const QList<QMimeType> kinds = types.mimeTypesForFileName(name) << types.mimeTypeForData(beginning);
+    return isNamedAsCode(name) || namesInterpreter(beginning)
         || std::any_of(kinds.begin(), kinds.end(), [&types](const QMimeType& kind) { return isCode(kind, types); });
 }
 
-bool DefaultApplication::open(const QString& path)
+DefaultApplication::Result DefaultApplication::open(const QString& path)
 {
-    return !carriesCode(path) && QDesktopServices::openUrl(QUrl(fileURI(path)));
-}
-
-bool DefaultApplication::showFolder(const QString& path)
-{
-    return QDesktopServices::openUrl(QUrl(fileURI(path.left(path.lastIndexOf(u'/') + 1))));
+    if (carriesCode(path)) {
+        return hasOpened(path.left(path.lastIndexOf(u'/') + 1)) ? Result::FolderShown : Result::FolderNotShown;
+    }
+    return hasOpened(path) ? Result::Opened : Result::NotOpened;
 }

@@ -8,10 +8,14 @@ namespace DefaultApplication {
 /// Whether the local file at @p path runs or carries code (CodeTypes.h), by its name or its contents.
 bool carriesCode(const QString& path);
 
-/// Has the desktop open the local file at @p path. False when it declines, and always for a file that carries code.
-bool open(const QString& path);
+enum class Result {
+    Opened,
+    NotOpened, ///< The desktop has declined.
+    FolderShown, ///< The file carries code.
+    FolderNotShown, ///< The same, and the desktop has declined.
+};
 
-/// Has the desktop show the folder of the local file at @p path. False when it declines.
-bool showFolder(const QString& path);
+/// Has the desktop open the local file at @p path, or show its folder when the file carries code.
+Result open(const QString& path);
 
 } // namespace DefaultApplication
