@@ -20,7 +20,7 @@
 namespace {
 
 constexpr QByteArrayView placeOfCode = "XXXXXX"; ///< Becomes letters and digits that make the name a new one.
-constexpr time_t longAgo = 60 * 60; ///< In seconds: nothing is written for so long.
+constexpr time_t longAgo = 3600; ///< In seconds: nothing is written for so long.
 constexpr mode_t readableByOthers = S_IRGRP | S_IROTH;
 constexpr mode_t writableByOthers = S_IWGRP | S_IWOTH;
 constexpr mode_t passableByOthers = S_IXGRP | S_IXOTH;
