@@ -27,6 +27,10 @@ public:
             // Whether the write or the report is first to see a lost connection is left to chance.
             lines.replaceInStrings(u"error while writing data"_s, u"general stream error (check credentials?)"_s);
         }
+        if (port == m_scene.server().port()) {
+            // So is whether connect() itself is told that a connection was reset as soon as it stood.
+            lines.removeAll(u"error connecting."_s);
+        }
         if (manager.isUndecided()) {
             lines.append(u"undecided"_s);
         }
