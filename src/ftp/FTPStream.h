@@ -34,6 +34,9 @@ struct FTPStreamError {
 
     Domain domain = Domain::None;
     int code = 0; ///< The reply code in the FTP domain, else 0.
+    /// The server was sent all that it takes to make the folder or to have the whole file, and its word has not come:
+    /// nobody knows what it has done.
+    bool isUndecided = false;
 };
 
 class FTPStream;

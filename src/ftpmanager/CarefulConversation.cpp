@@ -38,11 +38,15 @@ std::optional<QString> CarefulConversation::hold(const QList<QByteArray>& setUp,
     // Any line of an answer that begins with 4 or 5 is a failure: better before the command than behind it.
     isReady = isReady && areGoodAnswers(QString::fromUtf8(m_replies.text()));
     if (isReady && !command.isNull()) {
-        m_hasSentCommand = true;
-        m_isCommandAccepted = m_socket.write(command) && isAccepted(isPositive);
-        m_isUndecided = !m_isCommandAccepted && !m_refusal;
+        m_hasSentCommand = m_socket.write(command);
+        if (!m_hasSentCommand) {
+            return std::nullopt;
+        }
+        m_isCommandAccepted = isAccepted(isPositive);
         isReady = m_isCommandAccepted;
     }
+    // Without a command the login is what all of it is for.
+    m_isUndecided = m_hasSentCommand ? !m_isCommandAccepted && !m_refusal : command.isNull() && m_isUnanswered;
     if (m_socket.write("QUIT\r\n")) {
         awaitQuitReply();
     }
@@ -64,6 +68,7 @@ void CarefulConversation::awaitQuitReply()
 bool CarefulConversation::isAccepted(bool (*isGood)(const Reply&))
 {
     const std::optional<Reply> reply = m_replies.next();
+    m_isUnanswered = !reply;
     if (reply && reply->isNegative()) {
         m_refusal = reply;
     }

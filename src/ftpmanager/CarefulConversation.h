@@ -32,7 +32,8 @@ public:
 
     /// Whether the server has accepted the command, whatever it said before or afterwards.
     bool isCommandAccepted() const { return m_isCommandAccepted; }
-    /// Whether nobody knows what the server has done: the command was sent, and its reply has not come.
+    /// Whether nobody knows what the server has done: the command was sent, and its reply has not come. Without a
+    /// command, the login.
     bool isUndecided() const { return m_isUndecided; }
     /// The first reply that was a refusal; std::nullopt without one.
     const std::optional<Reply>& refusal() const { return m_refusal; }
@@ -48,5 +49,6 @@ private:
     std::optional<Reply> m_refusal;
     bool m_hasSentCommand = false;
     bool m_isCommandAccepted = false;
+    bool m_isUnanswered = false; ///< The latest reply that was waited for has not come.
     bool m_isUndecided = false;
 };

@@ -101,9 +101,9 @@ public:
     /// sent no login then.
     bool hasRefusedCertificate() const;
 
-    /// Whether nobody knows what the server has done: the latest operation was one over a control connection, and its
-    /// answer has not come although the command was on the way. Without FMServer::isCareful() only an end of
-    /// FMServer::timeLimit() counts as such, since the server's close of the connection ends the answers.
+    /// Whether nobody knows what the server has done: the latest operation has failed since no answer has come,
+    /// although its command was on the way, or in an upload all of the file. Over a control connection without
+    /// FMServer::isCareful() the server's close of the connection in clear ends the answers, and counts as one.
     bool isUndecided() const;
 
     /// Whether the latest operation was a careful one (FMServer::isCareful()) over a control connection, and the server
@@ -176,13 +176,14 @@ private:
     static std::optional<QList<ListingEntry>>
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
     bool prepare(ControlSocket& socket, const FMServer& server);
-    static std::optional<QString> converse(ControlSocket& socket, const QList<QByteArray>& lines);
+    std::optional<QString> converse(ControlSocket& socket, const QList<QByteArray>& lines);
     void noteRefusal(const Refusal& refusal);
     static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
     static bool _checkAnswers(const QString& text);
 
     void begin(Action action, quint64 fileSize);
     void noteRefusedCertificate();
+    void noteUndecided();
     bool upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server);
     bool run(FTPStream& stream);
     std::optional<Action> runningAction() const;

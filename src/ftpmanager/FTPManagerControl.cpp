@@ -149,12 +149,13 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
     }
     const bool isReady = prepare(socket, server);
     std::optional<QString> answers;
-    bool isUndecided = false;
     bool isCommandAccepted = false;
     if (isReady && server.isCareful()) {
         CarefulConversation conversation(socket);
         answers = conversation.hold(commands.setUp(), commands.command(), server.encryption() != FTPEncryption::None);
-        isUndecided = conversation.isUndecided();
+        if (conversation.isUndecided()) {
+            noteUndecided();
+        }
         isCommandAccepted = conversation.isCommandAccepted();
         if (const std::optional<Reply>& refusal = conversation.refusal()) {
             noteRefusal({ .code = refusal->code,
@@ -163,11 +164,9 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
         }
     } else if (isReady) {
         answers = converse(socket, commands.lines());
-        isUndecided = !answers && socket.hasTimedOut();
     }
     const bool success = answers && _checkAnswers(*answers);
     const std::lock_guard lock(m_mutex);
-    m_isUndecided = isUndecided;
     m_isCommandAccepted = isCommandAccepted;
     m_streamSuccess = success;
     m_action = Action::Ended;
@@ -193,12 +192,18 @@ bool FTPManager::prepare(ControlSocket& socket, const FMServer& server)
 /// Everything that the server says to @p lines; std::nullopt when that cannot be told.
 std::optional<QString> FTPManager::converse(ControlSocket& socket, const QList<QByteArray>& lines)
 {
-    for (const QByteArray& line : lines) {
-        if (!socket.write(line)) {
-            return std::nullopt;
-        }
+    qsizetype sent = 0;
+    while (sent < lines.size() && socket.write(lines[sent])) {
+        ++sent;
     }
-    return _listenLoopForSocket(socket);
+    std::optional<QString> answers;
+    if (sent == lines.size()) {
+        answers = _listenLoopForSocket(socket);
+    }
+    if (!answers && sent + 1 >= lines.size()) { // QUIT alone may be missing.
+        noteUndecided();
+    }
+    return answers;
 }
 
 std::optional<QString> FTPManager::_listenLoopForSocket(ControlSocket& socket)

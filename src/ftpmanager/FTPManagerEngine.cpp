@@ -35,6 +35,12 @@ void FTPManager::noteRefusedCertificate()
     m_refusedCertificate = true;
 }
 
+void FTPManager::noteUndecided()
+{
+    const std::lock_guard lock(m_mutex);
+    m_isUndecided = true;
+}
+
 bool FTPManager::hasRefusedCertificate() const
 {
     const std::lock_guard lock(m_mutex);
@@ -125,6 +131,9 @@ void FTPManager::handleEvent(FTPStream& stream, FTPStreamEvent event)
     case FTPStreamEvent::ErrorOccurred:
         if (stream.error().domain == FTPStreamError::Domain::Certificate) {
             noteRefusedCertificate();
+        }
+        if (stream.error().isUndecided) {
+            noteUndecided();
         }
         if (stream.error().domain == FTPStreamError::Domain::FTP && action == Action::CreateFolder) {
             noteRefusal({ .code = stream.error().code, .words = stream.lastReply() });

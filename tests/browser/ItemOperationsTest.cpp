@@ -56,4 +56,24 @@ TEST(ItemOperationsTest, WhatIsNotListedOtherwiseOrNotRefusedForGoodIsTriedOnce)
     EXPECT_EQ(sentFor("Makefile", File, "450 busy\r\n", ItemOutcome::Refused), QList<QByteArray>{ "RMD Makefile" });
 }
 
+TEST(ItemOperationsTest, AFolderIsNotKnownToBeMadeOrNotWhenTheAnswerToItsCommandIsLost)
+{
+    for (const auto& [reply, outcome] :
+         { std::pair{ ""_ba, ItemOutcome::Unanswered }, std::pair{ "550 no\r\n"_ba, ItemOutcome::Refused },
+           std::pair{ "257 made\r\n"_ba, ItemOutcome::Done } }) {
+        const ControlServer server([reply = reply](ControlPeer& peer) {
+            peer.send("220 hello\r\n");
+            peer.receiveUntil("TYPE I\r\n");
+            peer.send("331 go on\r\n230 in\r\n257 \"/\"\r\n200 I\r\n");
+            peer.receiveUntil("MKD new\r\n");
+            peer.send(reply);
+        });
+        const auto record = FMServer::serverWithDestination(u"ftp://127.0.0.1"_s, u"user"_s, u"word"_s);
+        record->setPort(server.port());
+        record->setCareful(true);
+
+        EXPECT_EQ(libraryItemOperations().createNewFolder(u"new"_s, *record).outcome, outcome);
+    }
+}
+
 } // namespace

@@ -51,6 +51,41 @@ TEST_P(FolderStreamTest, ARefusedParentFolderIsReportedAndNothingIsMade)
     EXPECT_TRUE(control->isSilent());
 }
 
+TEST_P(FolderStreamTest, NobodyKnowsWhatWasMadeOnceTheCommandIsOutAndOnlyThen)
+{
+    m_timeouts.reply = 1s;
+    for (const QByteArray& reply : { ""_ba, "226 What"_ba, "no reply at all"_ba }) {
+        SCOPED_TRACE(reply.constData());
+        startCreation(u"/in/a"_s);
+        auto control = openCreation("MKD a");
+        ASSERT_TRUE(m_recorder.waitFor(u"open"_s));
+        if (reply.isEmpty()) {
+            control->close();
+        } else {
+            control->say(reply);
+        }
+        m_recorder.waitForEnd();
+        EXPECT_TRUE(m_recorder.error().isUndecided);
+    }
+
+    startCreation(u"/in/a"_s);
+    auto silent = openCreation("MKD a");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"silent"_s);
+    EXPECT_TRUE(m_recorder.error().isUndecided);
+
+    startCreation(u"/in/a"_s);
+    openCreation("MKD a")->say("550 It exists");
+    m_recorder.waitForEnd();
+    EXPECT_FALSE(m_recorder.error().isUndecided);
+
+    m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
+    m_timeouts.reply = 50ms;
+    startCreation(u"/in/a"_s);
+    auto mute = accept();
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"silent"_s });
+    EXPECT_FALSE(m_recorder.error().isUndecided);
+}
+
 TEST_P(FolderStreamTest, ASuperfluousCommandCreatesNoFolder)
 {
     startCreation(u"/in/a"_s);

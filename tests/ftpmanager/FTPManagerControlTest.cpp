@@ -551,7 +551,7 @@ TEST(FTPManagerControlTest, ASocketThatNeverHasRoomIsWaitedForNoLongerThanTheTim
 
     EXPECT_FALSE(manager.checkLogin(record.get()));
 
-    EXPECT_TRUE(manager.isUndecided());
+    EXPECT_FALSE(manager.isUndecided());
 }
 
 TEST(FTPManagerControlTest, AServerThatDoesNotCloseHasAnsweredAllTheSame)
@@ -739,6 +739,35 @@ TEST(CarefulConversationTest, APasswordThatIsThoughtAboutIsWaitedFor)
     });
 
     EXPECT_FALSE(FTPManager().checkLogin(carefulRecordFor(server).get()));
+}
+
+TEST(CarefulConversationTest, ALoginThatIsNotAnsweredIsUndecidedAndOneThatIsRefusedIsNot)
+{
+    for (const auto& [answers, isUndecided] :
+         { std::pair{ ""_ba, true }, std::pair{ "220 hello\r\n331 go on\r\n"_ba, true },
+           std::pair{ "421 too many\r\n"_ba, false }, std::pair{ "220 hello\r\n331 go on\r\n530 no\r\n"_ba, false },
+           std::pair{ "220 hello\r\n331 go on\r\n332 account?\r\n"_ba, false } }) {
+        SCOPED_TRACE(answers.constData());
+        const ControlServer server([answers = answers](ControlPeer& peer) {
+            peer.receiveUntil("PASS word\r\n");
+            peer.send(answers);
+        });
+        FTPManager manager;
+
+        EXPECT_FALSE(manager.checkLogin(carefulRecordFor(server).get()));
+
+        EXPECT_EQ(manager.isUndecided(), isUndecided);
+    }
+}
+
+TEST(CarefulConversationTest, ACommandThatIsAnsweredWithWhatIsNoAnswerIsUndecided)
+{
+    const ControlServer server(acceptingUpTo("DELE a.txt\r\n", "350 and then?\r\n"));
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
+
+    EXPECT_TRUE(manager.isUndecided());
 }
 
 TEST(CarefulConversationTest, AnItemIsDeletedAsWhatItIsSaidToBe)

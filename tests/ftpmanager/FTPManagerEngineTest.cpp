@@ -463,6 +463,22 @@ TEST_F(FTPManagerEngineTest, AnErrorEndsEveryOperation)
     }
 }
 
+TEST_F(FTPManagerEngineTest, WhatTheStreamLeavesUndecidedIsToldUntilTheNextOperation)
+{
+    for (const auto& operation :
+         { std::function([this] { return upload("hello"); }), std::function([this] { return createFolder(); }) }) {
+        m_streams.next.error = { .domain = FTPStreamError::Domain::Silent, .isUndecided = true };
+        m_streams.next.turns = { { OpenCompleted }, { ErrorOccurred } };
+        EXPECT_FALSE(operation());
+        EXPECT_TRUE(m_manager.isUndecided());
+
+        m_streams.next.error = { .domain = FTPStreamError::Domain::Silent };
+        m_streams.next.turns = { { OpenCompleted }, { ErrorOccurred } };
+        EXPECT_FALSE(operation());
+        EXPECT_FALSE(m_manager.isUndecided());
+    }
+}
+
 TEST_F(FTPManagerEngineTest, NothingThatComesAfterTheEndCounts)
 {
     m_streams.next.turns

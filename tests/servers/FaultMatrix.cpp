@@ -39,6 +39,7 @@ QByteArray verbOf(Operation operation)
     case ConnectionTest:
         return "TYPE";
     case LoginTest:
+    case CarefulLoginTest:
         break;
     }
     return {};
@@ -54,7 +55,7 @@ std::optional<Spot> spotOf(Stage stage, Operation operation)
     case Stage::Login:
         return Spot{ "PASS", {}, { "default" }, { "530 No" }, 331 };
     case Stage::Folder:
-        if (operation == LoginTest) {
+        if (operation == LoginTest || operation == CarefulLoginTest) {
             return std::nullopt;
         }
         return Spot{ "CWD", {}, { "default" }, { "550 No" }, 257 };
@@ -173,17 +174,39 @@ QByteArrayList stepsOf(Manner manner, const Spot& spot)
     return {};
 }
 
+/// Whether a server that is not heard any more at @p stage may have done what it was asked for.
+bool mayBeDoneAt(Stage stage, Operation operation)
+{
+    switch (operation) {
+    case Upload:
+        return stage == Stage::Completion;
+    case FolderCreation:
+    case ManualFolderCreation:
+    case CarefulDeletion:
+        return stage == Stage::Command;
+    case CarefulLoginTest: // The login is sent before the greeting is read.
+        return stage == Stage::Greeting || stage == Stage::Login;
+    case Download:
+    case Listing:
+    case Deletion:
+    case LoginTest:
+    case ConnectionTest:
+        break;
+    }
+    return false;
+}
+
 /// Of an operation that reads each reply as it comes.
 Ending endingWithoutPipelining(Fault fault, Operation operation, const Spot& spot)
 {
     if (fault.stage == Stage::Quit) {
         // Nobody waits for the reply to QUIT; but a conversation's counts when it comes.
-        const bool counts = operation == CarefulDeletion && fault.manner == Manner::Refused;
+        const bool counts = isConversation(operation) && fault.manner == Manner::Refused;
         return { counts ? Ending::Kind::Contradicted : Ending::Kind::Works };
     }
     const bool isHeard
         = fault.manner == Manner::Refused || fault.manner == Manner::Slow || fault.manner == Manner::SingleBytes;
-    if (operation == CarefulDeletion && fault.stage == Stage::Command && !isHeard) {
+    if (mayBeDoneAt(fault.stage, operation) && !isHeard) {
         return { Ending::Kind::Undecided };
     }
     switch (fault.manner) {
@@ -229,7 +252,7 @@ FaultPlan planOfConversation(Manner manner, const Spot& spot)
         plan.ending = { Ending::Kind::Believed };
         break;
     case Manner::Oversized:
-        plan.ending = { Ending::Kind::Lost };
+        plan.ending = { Ending::Kind::Undecided };
         break;
     case Manner::SingleBytes:
         if (spot.event == "CWD" || spot.event == "DELE") {
@@ -275,6 +298,7 @@ std::optional<bool> isDoneInSpiteOf(Fault fault, Operation operation)
         return false;
     case Listing:
     case LoginTest:
+    case CarefulLoginTest:
     case ConnectionTest:
         break;
     }
@@ -296,7 +320,11 @@ std::optional<FaultPlan> planOfAnyStage(Fault fault, Operation operation)
     if (isPipelined(operation)) {
         return planOfConversation(fault.manner, *spot);
     }
-    return FaultPlan{ .rules = { { .on = spot->event, .steps = spot->before + stepsOf(fault.manner, *spot) } },
+    QByteArrayList steps = spot->before + stepsOf(fault.manner, *spot);
+    if (operation == CarefulLoginTest && fault.stage == Stage::Greeting) {
+        steps.prepend("until PASS"); // A login that cannot be sent is another matter.
+    }
+    return FaultPlan{ .rules = { { .on = spot->event, .steps = steps } },
                       .ending = endingWithoutPipelining(fault, operation, *spot),
                       .needsShortTimeouts = fault.manner == Manner::Stalled };
 }

@@ -18,7 +18,8 @@ enum class Operation {
     ManualFolderCreation, ///< By the window's manual controls.
     Deletion, ///< All of it sent at once, as the library does by itself.
     CarefulDeletion, ///< The window's, and the library's when it is asked to be careful.
-    LoginTest, ///< The library's.
+    LoginTest, ///< The library's, all of it sent at once.
+    CarefulLoginTest, ///< The library's when it is asked to be careful.
     ConnectionTest, ///< The one in the window's preferences.
 };
 
@@ -54,7 +55,7 @@ struct Ending {
         Unreachable, ///< There is no connection.
         Believed, ///< The server fell silent without a refusal, which counts as done.
         BelievedAfterReset, ///< The same, by a reset of the connection.
-        Undecided, ///< The command was sent, and no word came of what has become of it.
+        Undecided, ///< What was asked for was sent, and no word came of what has become of it.
         Contradicted, ///< The command was accepted, and what was said afterwards counts as a failure all the same.
     };
     Kind kind;
@@ -98,5 +99,6 @@ constexpr bool isPipelined(Operation operation)
 /// Whether the operation is a conversation on a control connection alone.
 constexpr bool isConversation(Operation operation)
 {
-    return isPipelined(operation) || operation == Operation::CarefulDeletion;
+    return isPipelined(operation) || operation == Operation::CarefulDeletion
+        || operation == Operation::CarefulLoginTest;
 }

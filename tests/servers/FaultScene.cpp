@@ -37,6 +37,7 @@ void FaultScene::prepare(Operation operation)
         m_server.putFile(u"folder/doomed.txt"_s, "x");
         break;
     case Operation::LoginTest:
+    case Operation::CarefulLoginTest:
     case Operation::ConnectionTest:
         break;
     }
@@ -61,6 +62,7 @@ bool FaultScene::isDone(Operation operation)
     case Operation::CarefulDeletion:
         return !m_server.file(u"folder/doomed.txt"_s);
     case Operation::LoginTest:
+    case Operation::CarefulLoginTest:
         return isLoggedIn();
     case Operation::ConnectionTest:
         return isLoggedIn() && m_server.replies().contains("250 Folder changed");

@@ -52,7 +52,7 @@ public:
             }
             break;
         case Ending::Kind::Undecided:
-            return { "not known", u"false; undecided"_s };
+            return { "not known", failure(operation) + u"; undecided"_s };
         case Ending::Kind::Refused:
         case Ending::Kind::Contradicted:
         case Ending::Kind::FolderRefused:
@@ -60,14 +60,18 @@ public:
         case Ending::Kind::Silence:
             break;
         }
-        return { "fails",
-                 isConversation(operation) ? u"false"_s
-                                           : u"false; ftp stream failed: general stream error (check credentials?)"_s };
+        return { "fails", failure(operation) };
     }
 
     void leave() override { } // Each operation's connections go with its thread.
 
 private:
+    static QString failure(Operation operation)
+    {
+        return isConversation(operation) ? u"false"_s
+                                         : u"false; ftp stream failed: general stream error (check credentials?)"_s;
+    }
+
     bool isDone(FTPManager& manager, Operation operation)
     {
         switch (operation) {
@@ -85,7 +89,9 @@ private:
             m_record->setCareful(operation == Operation::CarefulDeletion);
             return manager.deleteFileNamed(u"doomed.txt"_s, m_record.get());
         case Operation::LoginTest:
+        case Operation::CarefulLoginTest:
         case Operation::ConnectionTest:
+            m_record->setCareful(operation == Operation::CarefulLoginTest);
             return manager.checkLogin(m_record.get());
         }
         return false;

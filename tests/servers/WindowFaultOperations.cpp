@@ -99,7 +99,10 @@ public:
         case Ending::Kind::Contradicted:
             return { "works", isSaidInASheet ? u""_s : subjectOf(operation) + u" succeeded"_s };
         case Ending::Kind::Undecided:
-            return { "not known", noAnswer };
+            if (isSaidInASheet) {
+                return { "not known", noAnswer };
+            }
+            break;
         case Ending::Kind::Refused:
         case Ending::Kind::FolderRefused:
         case Ending::Kind::Lost:
@@ -152,6 +155,7 @@ private:
         case Operation::Deletion:
         case Operation::CarefulDeletion:
         case Operation::LoginTest:
+        case Operation::CarefulLoginTest:
         case Operation::ConnectionTest:
             break;
         }
@@ -189,6 +193,7 @@ private:
             break;
         case Operation::Deletion:
         case Operation::LoginTest:
+        case Operation::CarefulLoginTest:
             break; // The library's.
         }
     }

@@ -34,6 +34,7 @@ public:
     /// How many bytes of data the upload has taken.
     qsizetype written() const { return m_written; }
     FTPStream* stream() const { return m_stream.get(); }
+    FTPStreamError error() const { return m_stream->error(); }
     QString lastReply() const { return m_stream->lastReply(); }
     FTPSecurity security() const { return m_stream->security().value(); }
 

@@ -522,10 +522,9 @@ void Transfer::dataFailed()
     }
     m_try.hasDataConnection = m_try.hasDataConnection || m_data.hasReachedPeer();
     m_data.reset();
+    enter(State::AwaitingReason);
     if (m_try.isConfirmed) {
         fail(); // The server has said its final reply, which was wrong.
-    } else {
-        enter(State::AwaitingReason);
     }
 }
 
@@ -721,10 +720,26 @@ void Transfer::finishRefused(const Reply& reply)
     }
 }
 
+/// Whether the server may have done what it was asked for, although it has not said so.
+bool Transfer::isUndecided() const
+{
+    switch (m_request.kind) {
+    case Kind::FolderCreation:
+        return m_state == State::AwaitingConsent;
+    case Kind::Upload:
+        return m_state == State::Confirming || (m_state == State::Delivering && !m_data.isEnding());
+    case Kind::Listing:
+    case Kind::Download:
+    case Kind::ConnectionTest:
+        break;
+    }
+    return false;
+}
+
 void Transfer::fail()
 {
     using enum FTPStreamError::Domain;
-    finishWith({ m_progress.wasSilent ? Silent : Other, 0 }, false);
+    finishWith({ .domain = m_progress.wasSilent ? Silent : Other, .isUndecided = isUndecided() }, false);
 }
 
 void Transfer::finishWith(FTPStreamError error, bool keepConnection)

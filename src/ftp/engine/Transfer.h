@@ -124,6 +124,7 @@ private:
 
     void succeed(FTPStreamEvent event);
     void finishRefused(const Reply& reply);
+    bool isUndecided() const;
     void fail();
     void finishWith(FTPStreamError error, bool keepConnection);
     void report(FTPStreamEvent event);
