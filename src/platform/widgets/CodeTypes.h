@@ -12,3 +12,7 @@ struct CodeType {
 
 /// All of them. What is none of them is opened.
 std::span<const CodeType> codeTypes();
+
+/// What a document that is a zip archive inside holds its macros in: the last part of a name, or with a "/" at its end
+/// the beginning of one.
+std::span<const QLatin1StringView> macroParts();

@@ -4,6 +4,7 @@
 #include "FileInputStream.h"
 #include "FileURL.h"
 #include "PathText.h"
+#include "ZipNames.h"
 
 #include <QDesktopServices>
 #include <QMimeDatabase>
@@ -59,6 +60,28 @@ bool namesInterpreter(const QByteArray& beginning)
     return beginning.startsWith("#!") && !beginning.startsWith("#!AMR") && !beginning.startsWith("#! rnews");
 }
 
+bool isMacro(QLatin1StringView part)
+{
+    const auto parts = macroParts();
+    return std::any_of(parts.begin(), parts.end(), [part](QLatin1StringView macro) {
+        const bool isAtEnd = part.endsWith(macro) && part.chopped(macro.size()).endsWith(u'/');
+        return macro.endsWith(u'/') ? part.startsWith(macro) : part == macro || isAtEnd;
+    });
+}
+
+/// Whether the file at @p path, which begins with @p beginning and by its name is of one of @p kinds, is a document
+/// that is a zip archive inside, and holds macros there. A plain archive is no document.
+bool holdsMacros(const QString& path, const QByteArray& beginning, const QList<QMimeType>& kinds)
+{
+    const auto isArchive = [](const QMimeType& kind) { return kind.isDefault() || kind.name() == u"application/zip"; };
+    if (!beginning.startsWith("PK") || std::all_of(kinds.begin(), kinds.end(), isArchive)) {
+        return false;
+    }
+    const QList<QByteArray> parts = namesInZip(path);
+    return std::any_of(parts.begin(), parts.end(),
+                       [](const QByteArray& part) { return isMacro(QLatin1StringView(part)); });
+}
+
 bool hasOpened(const QString& path)
 {
     return QDesktopServices::openUrl(QUrl(fileURI(path)));
@@ -72,8 +95,9 @@ bool DefaultApplication::carriesCode(const QString& path)
     const QString name = PathText::lastPathComponent(path);
     const QByteArray beginning = beginningOf(path);
     // Either name or contents may be a disguise of the other, and a name may be that of several types.
-    const QList<QMimeType> kinds = types.mimeTypesForFileName(name) << types.mimeTypeForData(beginning);
-    return isNamedAsCode(name) || namesInterpreter(beginning)
+    const QList<QMimeType> named = types.mimeTypesForFileName(name);
+    const QList<QMimeType> kinds = QList(named) << types.mimeTypeForData(beginning);
+    return isNamedAsCode(name) || namesInterpreter(beginning) || holdsMacros(path, beginning, named)
         || std::any_of(kinds.begin(), kinds.end(), [&types](const QMimeType& kind) { return isCode(kind, types); });
 }
 

@@ -1,19 +1,14 @@
 #include "DefaultApplication.h"
 
-#include "CodeTypes.h"
 #include "FileOfBytes.h"
 #include "LocalPath.h"
 #include "OpenedUrls.h"
 #include "Printers.h"
 
 #include <QFile>
-#include <QMimeDatabase>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cctype>
 
 using namespace Qt::StringLiterals;
 
@@ -34,77 +29,6 @@ bool carriesCode(const Case& item)
     file.write(item.contents);
     file.close();
     return DefaultApplication::carriesCode(file.fileName());
-}
-
-/// Listed types that not every database has. All others must be known here: a type that is misspelt never is.
-const QStringList notKnownEverywhere{
-    u"application/x-mach-binary"_s,
-    u"application/x-msdownload"_s,
-    u"application/vnd.microsoft.portable-executable"_s,
-    u"application/wasm"_s,
-    u"application/x-bat"_s,
-    u"application/x-powershell"_s,
-    u"text/x-windows-script"_s,
-    u"text/x-applescript"_s,
-    u"application/x-autohotkey"_s,
-    u"application/x-autoit"_s,
-    u"text/x-clojure"_s,
-    u"text/x-kotlin-script"_s,
-    u"text/x-r"_s,
-    u"text/x-julia"_s,
-    u"application/x-alpm-package"_s,
-    u"application/x-ipk"_s,
-    u"text/x-suse-ymp"_s,
-    u"application/msix"_s,
-    u"application/x-ios-app"_s,
-    u"application/x-chrome-extension"_s,
-    u"application/x-virtualbox-vbox-extpack"_s,
-    u"application/hta"_s,
-    u"application/x-ms-application"_s,
-    u"application/x-ms-shortcut"_s,
-    u"application/x-apple-webloc"_s,
-};
-
-class CodeTypeTest : public testing::TestWithParam<CodeType> { };
-
-TEST_P(CodeTypeTest, IsNotOpened)
-{
-    const QStringList endings = QString(GetParam().endings).split(u' ');
-    for (const QString& ending : endings) {
-        EXPECT_TRUE(carriesCode({ u"a."_s + ending, "text" })) << ending.toStdString();
-        EXPECT_TRUE(carriesCode({ u"A.PDF."_s + ending.toUpper(), "" })) << ending.toStdString();
-    }
-    // By their type, those that only the database of this machine knows.
-    for (QString ending : QMimeDatabase().mimeTypeForName(GetParam().type).suffixes()) {
-        EXPECT_TRUE(carriesCode({ u"a."_s + ending.replace(u"[0-9]"_s, u"1"_s), "text" })) << ending.toStdString();
-    }
-}
-
-TEST_P(CodeTypeTest, HasATypeThatIsKnownOrNotKnownEverywhere)
-{
-    EXPECT_TRUE(QMimeDatabase().mimeTypeForName(GetParam().type).isValid()
-                || notKnownEverywhere.contains(GetParam().type));
-}
-
-INSTANTIATE_TEST_SUITE_P(List, CodeTypeTest, testing::ValuesIn(codeTypes().begin(), codeTypes().end()),
-                         [](const auto& line) {
-                             std::string name = line.param.type.data();
-                             std::replace_if(
-                                 name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-                             return name;
-                         });
-
-TEST(DefaultApplicationTest, NoTypeIsListedTwiceAndNoneIsCalledUnknownThatIsNotListed)
-{
-    QStringList listed;
-    for (const CodeType& code : codeTypes()) {
-        listed.append(code.type);
-    }
-
-    for (const QString& type : notKnownEverywhere) {
-        EXPECT_TRUE(listed.contains(type)) << type.toStdString();
-    }
-    EXPECT_EQ(listed.removeDuplicates(), 0);
 }
 
 TEST(DefaultApplicationTest, WhatDescendsFromAListedTypeCarriesCode)
