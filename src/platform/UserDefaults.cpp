@@ -84,6 +84,13 @@ UserDefaults::UserDefaults(QString filePath)
 {
 }
 
+UserDefaults::Reading::Reading(const UserDefaults& defaults)
+    : m_defaults(defaults)
+{
+    defaults.refresh();
+    ++defaults.m_readings;
+}
+
 bool UserDefaults::contains(const QString& key) const
 {
     refresh();
@@ -201,7 +208,7 @@ UserDefaults::Stamp UserDefaults::stampOfFile() const
 
 void UserDefaults::refresh() const
 {
-    if (m_stamp != stampOfFile()) {
+    if (m_readings == 0 && m_stamp != stampOfFile()) {
         readFile();
     }
 }

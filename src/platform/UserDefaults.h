@@ -27,6 +27,19 @@ public:
 
     const QString& filePath() const { return m_filePath; }
 
+    /// While it exists, all that is read comes from the file as it was at its beginning: what belongs together is of one
+    /// state, for one look at the file.
+    class Reading {
+    public:
+        explicit Reading(const UserDefaults& defaults);
+        Reading(const Reading&) = delete;
+        Reading& operator=(const Reading&) = delete;
+        ~Reading() { --m_defaults.m_readings; }
+
+    private:
+        const UserDefaults& m_defaults;
+    };
+
     /// Whether anything is stored under @p key, of whatever kind.
     bool contains(const QString& key) const;
     /// Whether the file can be read as settings, or there is none; otherwise every key reads as nothing.
@@ -100,5 +113,6 @@ private:
     mutable bool m_reportPending = false; ///< A broken state waits to be reported.
     mutable PrivateFile::Access m_noted; ///< All rights of others that were ever found.
     mutable PrivateFile::Access m_unreported; ///< What of them waits to be reported.
+    mutable int m_readings = 0; ///< How many Readings there are.
     WeakAnchor m_anchor;
 };

@@ -61,6 +61,7 @@ QString createFullDestinationPathFromAppNameAndFTPFolder()
 
 Destination destination()
 {
+    const UserDefaults::Reading reading(UserDefaults::standard());
     return { .location = createFullDestinationPathFromAppNameAndFTPFolder(),
              .username = username(),
              .password = password(),

@@ -94,6 +94,20 @@ TEST_F(UserDefaultsTest, ReadsWhatItStored)
     EXPECT_EQ(UserDefaults(m_path).string(u"Address"_s), u"host"_s);
 }
 
+TEST_F(UserDefaultsTest, WhatIsReadTogetherIsOfOneState)
+{
+    writeFile(R"({"Address": "old", "Username": "old"})");
+    {
+        const UserDefaults::Reading reading(m_defaults);
+        EXPECT_EQ(m_defaults.string(u"Address"_s), u"old"_s);
+
+        writeFile(R"({"Address": "another", "Username": "another"})");
+
+        EXPECT_EQ(m_defaults.string(u"Username"_s), u"old"_s);
+    }
+    EXPECT_EQ(m_defaults.string(u"Username"_s), u"another"_s);
+}
+
 TEST_F(UserDefaultsTest, AnEmptyTextIsNotNothing)
 {
     ASSERT_TRUE(m_defaults.store({ { u"FTPFolder"_s, u""_s } }));
