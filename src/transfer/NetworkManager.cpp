@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QThread>
 #include <QUuid>
 
@@ -58,6 +59,20 @@ QString withoutBlanksAround(const QString& text)
     return text.mid(start, end - start);
 }
 
+/// What the kernel says. That there is a route holds for a second: to ask means to read all of them, and many small
+/// files start in that time.
+bool hasRoute()
+{
+    constexpr qint64 validMs = 1000;
+    static QElapsedTimer sinceFound;
+    if (sinceFound.isValid() && !sinceFound.hasExpired(validMs)) {
+        return true;
+    }
+    const bool isFound = isReachable(reachabilityFlags());
+    isFound ? sinceFound.start() : sinceFound.invalidate();
+    return isFound;
+}
+
 } // namespace
 
 NetworkManager& NetworkManager::sharedInstance()
@@ -70,7 +85,7 @@ NetworkManager& NetworkManager::sharedInstance()
 bool NetworkManager::hasConnectivity()
 {
     const ReachabilitySource& source = installedSource();
-    return isReachable(source != nullptr ? source() : reachabilityFlags());
+    return source != nullptr ? isReachable(source()) : hasRoute();
 }
 
 void NetworkManager::setReachabilitySource(ReachabilitySource source)
