@@ -2,38 +2,112 @@
 
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
+#include "FTPCreateController.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
 #include "ItemActions.h"
+#include "ListingTable.h"
 #include "ModalState.h"
+#include "RefreshPace.h"
 #include "RunLoop.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
 #include "UploadRun.h"
 #include "WindowIndicators.h"
 
+#include <utility>
+
+namespace {
+
+/// What moves is shown no more often than somebody could read it: it would cost more than the sending.
+constexpr int showingIntervalMs = 80;
+
+/// So long uploads follow one another before everything else that has come is seen to first.
+constexpr int turnsMs = 20;
+
+} // namespace
+
 Pump::Pump(const Parts& parts)
     : m_parts(parts)
 {
+    connect(&m_clock, &PumpClock::due, this, &Pump::come);
+    m_turnBehindOthers.setSingleShot(true);
+    connect(&m_turnBehindOthers, &QTimer::timeout, this, [this] {
+        m_sinceOthersTurn.start();
+        takeTurn();
+    });
+    connect(&parts.queue, &UploadQueue::changed, this, &Pump::wake);
+    connect(&parts.history, &UploadHistory::rowsChanged, this, &Pump::wake);
+    connect(&parts.listing, &DestinationListing::changed, this, &Pump::wake);
+    connect(&parts.table, &ListingTable::tableViewSelectionDidChange, this, &Pump::wake);
+    connect(&parts.indicators, &WindowIndicators::changed, this, &Pump::wake);
 }
 
 void Pump::tick()
 {
-    // While a dialog or a menu has the user's attention, nothing moves. The timer itself goes on in nested loops.
-    const bool suspended = isMainLoopSuspended();
-    RunLoop::current().setSuspended(suspended);
-    if (suspended) {
-        m_parts.listing.pause();
+    if (!isHeld()) {
+        showAndStart();
+    }
+    m_clock.came(isBusy());
+}
+
+/// What is due of a tick.
+void Pump::come()
+{
+    if (isHeld()) {
+        m_clock.came(true);
         return;
     }
-    const bool isNewSecond = m_parts.indicators.showDate();
-    const WindowState before = state();
-    if (!isNewSecond && !isUploadDue() && m_parts.indicators.isShown(before)) {
-        return; // Nothing has changed and nothing is due: the window that just stands there costs next to nothing.
+    const bool isReadable = !isMoving() || !m_sinceShown.isValid() || m_sinceShown.hasExpired(showingIntervalMs);
+    if (m_parts.indicators.isNewSecond() || (isReadable && !m_parts.indicators.isShown(state()))) {
+        showAndStart();
+    } else if (isUploadDue()) {
+        startNext();
     }
-    m_parts.indicators.showTransfer(before, isNewSecond);
-    if (isNewSecond || isUploadDue()) {
-        m_parts.listing.setDestination(DestinationSettings::destination()); // Several looks at the settings file.
+    m_clock.came(isBusy());
+}
+
+void Pump::fileConfirmed()
+{
+    if (m_parts.queue.isEmpty() || std::exchange(m_isTurnComing, true)) {
+        return;
+    }
+    if (!m_sinceOthersTurn.isValid()) {
+        m_sinceOthersTurn.start();
+    }
+    if (m_sinceOthersTurn.hasExpired(turnsMs)) {
+        m_turnBehindOthers.start();
+    } else {
+        QMetaObject::invokeMethod(this, &Pump::takeTurn, Qt::QueuedConnection);
+    }
+}
+
+void Pump::takeTurn()
+{
+    m_isTurnComing = false;
+    if (!isMainLoopSuspended() && isUploadDue()) {
+        startNext();
+    }
+}
+
+/// Whether a dialog or a menu has the user's attention: then nothing moves. The timer itself goes on in nested loops.
+bool Pump::isHeld()
+{
+    const bool isSuspended = isMainLoopSuspended();
+    RunLoop::current().setSuspended(isSuspended);
+    if (isSuspended) {
+        m_parts.listing.pause();
+    }
+    return isSuspended;
+}
+
+void Pump::showAndStart()
+{
+    m_sinceShown.start();
+    const bool isNewSecond = m_parts.indicators.showDate();
+    m_parts.indicators.showTransfer(state(), isNewSecond);
+    if (!isUploadDue()) {
+        m_parts.listing.setDestination(DestinationSettings::destination());
     }
     startNext();
     const WindowState after = state();
@@ -64,6 +138,12 @@ bool Pump::isMoving() const
     return m_parts.uploads.isSending() || m_parts.downloads.isReceiving();
 }
 
+bool Pump::isBusy() const
+{
+    return isMoving() || !m_parts.queue.isEmpty() || m_parts.listing.isListing() || m_parts.listing.isDue()
+        || m_parts.creations.isCreating();
+}
+
 bool Pump::isUploadDue() const
 {
     return !isMoving() && !m_parts.queue.isEmpty();
@@ -71,9 +151,13 @@ bool Pump::isUploadDue() const
 
 void Pump::startNext()
 {
+    if (isUploadDue()) {
+        m_parts.listing.setDestination(DestinationSettings::destination());
+    }
     const Destination& destination = m_parts.listing.destination();
     if (isUploadDue() && !destination.isNull()) {
         m_parts.indicators.resetProgress();
+        m_parts.pace.uploadStarts();
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
     } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {

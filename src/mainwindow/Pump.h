@@ -1,21 +1,27 @@
 #pragma once
 
+#include "PumpClock.h"
 #include "TransferActivity.h"
 #include "WindowState.h"
 
+#include <QElapsedTimer>
 #include <QObject>
+#include <QTimer>
 
 class DestinationListing;
+class FTPCreateController;
 class FTPGetController;
 class FTPPutController;
 class ItemActions;
+class ListingTable;
+class RefreshPace;
 class UploadHistory;
 class UploadQueue;
 class UploadRun;
 class WindowIndicators;
 
-/// What comes every 10 milliseconds: it has the window show what is going on, and starts the next upload when nothing
-/// is sent or received. Belongs to the main thread.
+/// Has the window show what is going on, and starts the next upload when nothing is sent or received: every 10
+/// milliseconds, or seldom when there is nothing to do. Belongs to the main thread.
 class Pump final : public QObject {
     Q_OBJECT
 
@@ -24,18 +30,32 @@ public:
     struct Parts {
         FTPPutController& uploads;
         FTPGetController& downloads;
+        FTPCreateController& creations;
         UploadHistory& history;
         UploadQueue& queue;
         UploadRun& run;
+        RefreshPace& pace;
         DestinationListing& listing;
         ItemActions& items;
+        ListingTable& table;
         WindowIndicators& indicators;
     };
 
+    /// Every change of what it looks at wakes it from here on.
     explicit Pump(const Parts& parts);
 
-    /// Does all that is due. Nothing while the main loop is suspended.
+    /// Has it come by itself.
+    void start() { m_clock.start(); }
+    /// Shows all there is to show, and starts the next upload. Nothing while the main loop is suspended.
     void tick();
+    /// A file was confirmed: the next one starts with the next turn of the loop.
+    void fileConfirmed();
+    /// The window can be seen from now on, or cannot.
+    void setSeen(bool isSeen) { m_clock.setSeen(isSeen); }
+
+public slots:
+    /// Something that the pump looks at has changed.
+    void wake() { m_clock.wake(); }
 
 signals:
     /// What is going on has been shown.
@@ -46,13 +66,24 @@ signals:
     void listingDue();
 
 private:
+    void come();
+    void takeTurn();
+    bool isHeld();
+    void showAndStart();
     WindowState state() const;
     bool isMoving() const;
+    /// Whether something goes on, waits or is due.
+    bool isBusy() const;
     /// Whether a file waits and nothing keeps it back but a destination.
     bool isUploadDue() const;
     void startNext();
     void reportActivity();
 
     Parts m_parts;
+    PumpClock m_clock{ this };
     TransferActivity m_reportedActivity;
+    QElapsedTimer m_sinceShown;
+    QElapsedTimer m_sinceOthersTurn; ///< Since all other events had their turn before an upload.
+    QTimer m_turnBehindOthers{ this }; ///< Behind all events that have come.
+    bool m_isTurnComing = false;
 };

@@ -10,15 +10,12 @@
 #include "TextPrompt.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
+#include "WindowSight.h"
 #include "ui_MainWindow.h"
 
 #include <QCoreApplication>
-#include <QTimer>
-
-#include <chrono>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connections)
     : m_pc(streams)
@@ -32,7 +29,8 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_dragging(m_window, m_listing, m_items, *this, this)
     , m_windows(*this, connections)
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
-    , m_pump({ m_pc, m_gc, m_history, m_queue, m_run, m_listing, m_items, m_indicators })
+    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_run, m_pace, m_listing, m_items,
+               *m_window.ui().destinationListingTable, m_indicators })
 {
     awakeFromNib();
     viewDidLoad();
@@ -59,10 +57,7 @@ void ViewController::viewDidLoad()
     m_window.connectTo(*this);
     connectParts();
     m_windows.manualTransfers().connectTo(*this, { m_pc, m_gc, m_lc, m_cc, m_run, m_listing, m_indicators });
-    auto* const timer = new QTimer(this);
-    timer->setTimerType(Qt::PreciseTimer);
-    connect(timer, &QTimer::timeout, this, &ViewController::onTick);
-    timer->start(10ms);
+    m_pump.start();
     // The process ends without tearing anything down, and a file that is not whole would stay beside the one it was to
     // replace.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &ViewController::stopDownload);
@@ -81,6 +76,12 @@ void ViewController::connectParts()
     connect(&m_pump, &Pump::shown, menu, &MainMenu::show);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
+
+    connect(&m_listing, &DestinationListing::began, this, [this] { m_pace.listingBegan(); });
+    connect(&m_listing, &DestinationListing::ended, this, [this] { m_pace.listingEnded(); });
+    auto* const sight = new WindowSight(m_window);
+    sight->setParent(this);
+    connect(sight, &WindowSight::changed, &m_pump, &Pump::setSeen);
 
     auto* const watch = new DestinationWatch(m_windows);
     connect(&m_listing, &DestinationListing::destinationChanged, watch, &DestinationWatch::destinationChanged);
@@ -194,10 +195,13 @@ void ViewController::uploadDone()
 {
     m_run.uploadDone();
     m_indicators.resetProgress();
-    if (m_gc.isReceiving()) {
-        m_listing.setDue(true); // The list cannot be refreshed beside a download, but has to be after it.
+    // The list cannot be refreshed beside a download, but has to be after it.
+    if (m_gc.isReceiving() || !m_pace.isDueAfterUpload(!m_queue.isEmpty())) {
+        m_listing.setDue(true);
+    } else {
+        listFTPDestination();
     }
-    listFTPDestination();
+    m_pump.fileConfirmed();
 }
 
 void ViewController::addListEntries(const QList<ListingEntry>& entries)

@@ -10,6 +10,7 @@
 #include "ItemDragging.h"
 #include "MainWindow.h"
 #include "Pump.h"
+#include "RefreshPace.h"
 #include "SecondaryWindows.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
@@ -64,7 +65,8 @@ public:
     /// What has become of each file of this run.
     UploadHistory& history() { return m_history; }
 
-    /// Refreshes the window's indicators and starts the next upload; called every 10 ms.
+    /// Refreshes the window's indicators and starts the next upload. The pump comes by itself, every 10 ms while there
+    /// is something to do.
     void onTick() { m_pump.tick(); }
 
     // Transfers.
@@ -129,6 +131,9 @@ public:
     DestinationListing& listing() { return m_listing; }
     ItemActions& items() { return m_items; }
     ItemDragging& dragging() { return m_dragging; }
+    UploadQueue& queue() { return m_queue; }
+    WindowIndicators& indicators() { return m_indicators; }
+    Pump& pump() { return m_pump; }
 
 signals:
     // Commands that belong to the application.
@@ -158,6 +163,7 @@ private:
     UploadQueue m_queue;
     UploadRun m_run;
     DestinationListing m_listing;
+    RefreshPace m_pace;
     ItemActions m_items;
     ItemDragging m_dragging;
     SecondaryWindows m_windows;

@@ -20,7 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int progressIntervalMs = 80;
 const QString waitingFormat = u"%v waiting"_s;
 
 /// Where a bar stands at @p percent: at its end also when more has come than was announced.
@@ -73,12 +72,32 @@ void WindowIndicators::setPercent(float percent)
 {
     m_next.percent = percent;
     m_next.auxiliaryPercent = percent;
+    emit changed();
+}
+
+void WindowIndicators::setBytes(quint64 bytes)
+{
+    m_next.bytes = bytes;
+    emit changed();
+}
+
+void WindowIndicators::setStatus(const QString& status)
+{
+    m_next.status = status;
+    emit changed();
+}
+
+void WindowIndicators::setListingStatus(const QString& status)
+{
+    m_next.listingStatus = status;
+    emit changed();
 }
 
 void WindowIndicators::resetProgress()
 {
     m_next.percent = 0;
     m_next.bytes.reset();
+    emit changed();
 }
 
 void WindowIndicators::resetAllProgress()
@@ -98,6 +117,7 @@ void WindowIndicators::transferStarted(const ServerAnswers& answers, bool isRunn
     if (isRunning) {
         m_latestAnswers = &answers;
     }
+    emit changed();
 }
 
 void WindowIndicators::listingStarted(const ServerAnswers& answers, bool isRunning)
@@ -106,6 +126,7 @@ void WindowIndicators::listingStarted(const ServerAnswers& answers, bool isRunni
     if (isRunning) {
         m_latestAnswers = &answers;
     }
+    emit changed();
 }
 
 WindowIndicators::Values WindowIndicators::values() const
@@ -117,13 +138,17 @@ WindowIndicators::Values WindowIndicators::values() const
     return values;
 }
 
+bool WindowIndicators::isNewSecond() const
+{
+    return QDateTime::currentSecsSinceEpoch() != m_shownSecond;
+}
+
 bool WindowIndicators::showDate()
 {
-    const qint64 second = QDateTime::currentSecsSinceEpoch();
-    if (second == m_shownSecond) {
+    if (!isNewSecond()) {
         return false;
     }
-    m_shownSecond = second;
+    m_shownSecond = QDateTime::currentSecsSinceEpoch();
     m_window.dateStringTextField->setText(shortDateMediumTimeText(QDateTime::currentDateTime()));
     growToText(*m_window.dateStringTextField);
     return true;
@@ -138,13 +163,13 @@ void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
 {
     const Values now = values();
     showQueue(state.waiting, state.tally);
-    const bool isProgressShown = showProgress(now, state.isMoving());
+    showProgress(now, state.isMoving());
     if (isNewSecond) {
         showSpeed(state);
     }
     showTexts(now);
     showSecurity(now.security);
-    m_shown = isProgressShown ? std::optional<Shown>({ state, now }) : std::nullopt;
+    m_shown = { state, now };
 }
 
 void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
@@ -157,25 +182,17 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
     setEnabledKeepingFocus(*m_window.clearQueueButton, length != 0, *m_window.destinationListingTable);
 }
 
-/// False when the numbers have to wait.
-bool WindowIndicators::showProgress(const Values& values, bool isMoving)
+void WindowIndicators::showProgress(const Values& values, bool isMoving)
 {
     m_window.percentProgressIndicator->setVisible(isMoving);
     m_window.bytesFormattedTextField->setVisible(isMoving);
     setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);
-    // Numbers that move are painted no more often than somebody could read them: it would cost more than the sending.
-    const bool isOneOfMany = isMoving && values.bytes && m_lastValues.bytes;
-    if (isOneOfMany && m_sinceProgressShown.isValid() && !m_sinceProgressShown.hasExpired(progressIntervalMs)) {
-        return false;
-    }
-    m_sinceProgressShown.start();
     m_window.percentProgressIndicator->setValue(barValue(values.percent));
     m_manual.auxiliaryPercentProgressIndicator->setValue(barValue(values.auxiliaryPercent));
     if (values.bytes != m_lastValues.bytes) {
         m_lastValues.bytes = values.bytes;
         m_window.bytesFormattedTextField->setText(values.bytes ? stringForFileSize(*values.bytes) : u""_s);
     }
-    return true;
 }
 
 void WindowIndicators::showSpeed(const WindowState& state)

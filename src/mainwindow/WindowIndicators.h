@@ -4,7 +4,7 @@
 #include "TransferRate.h"
 #include "WindowState.h"
 
-#include <QElapsedTimer>
+#include <QObject>
 #include <QString>
 
 #include <optional>
@@ -19,7 +19,9 @@ class ManualTransfers;
 
 /// What the window shows of the transfers and of the listing. It is compared with what is to show, and each control is
 /// set at most once a tick, and only when its value has changed. Belongs to the main thread.
-class WindowIndicators {
+class WindowIndicators final : public QObject {
+    Q_OBJECT
+
 public:
     /// Both outlive the indicators.
     WindowIndicators(const Ui::MainWindow& window, const Ui::ManualTransfers& manual);
@@ -30,13 +32,13 @@ public:
     void setPercent(float percent);
     float percent() const { return m_next.percent; }
     /// That the present transfer has moved.
-    void setBytes(quint64 bytes) { m_next.bytes = bytes; }
+    void setBytes(quint64 bytes);
     /// No percent and no bytes.
     void resetProgress();
     /// Likewise, in the window of the manual transfers too.
     void resetAllProgress();
-    void setStatus(const QString& status) { m_next.status = status; }
-    void setListingStatus(const QString& status) { m_next.listingStatus = status; }
+    void setStatus(const QString& status);
+    void setListingStatus(const QString& status);
     /// The status that follows is about what @p answers, which outlive the indicators, are to.
     void setStatusAnswers(const ServerAnswers& answers) { m_answers = &answers; }
     /// What was done last to an item; it is shown at once.
@@ -49,12 +51,18 @@ public:
 
     // Showing it.
 
-    /// Whether a new second has begun.
+    /// Whether a new second has begun since the date was shown.
+    bool isNewSecond() const;
+    /// Likewise; then the date is shown.
     bool showDate();
     /// Whether nothing has changed since @p state was shown.
     bool isShown(const WindowState& state) const;
     void showTransfer(const WindowState& state, bool isNewSecond);
     void showListing(const WindowState& state);
+
+signals:
+    /// There is something else to show.
+    void changed();
 
 private:
     /// What has been said, by the controllers and by servers.
@@ -77,7 +85,7 @@ private:
     Values values() const;
 
     void showQueue(qsizetype length, const FileTally& tally);
-    bool showProgress(const Values& values, bool isMoving);
+    void showProgress(const Values& values, bool isMoving);
     void showSpeed(const WindowState& state);
     void showTexts(const Values& values);
     void showSecurity(std::optional<FTPSecurity> security);
@@ -88,9 +96,8 @@ private:
     const ServerAnswers* m_answers = nullptr; ///< To what the status is about; null: nothing was sent.
     const ServerAnswers* m_listingAnswers = nullptr; ///< Likewise of the listing's.
     const ServerAnswers* m_latestAnswers = nullptr; ///< To what was started last of all.
-    std::optional<Shown> m_shown; ///< std::nullopt: something has not been shown yet.
+    std::optional<Shown> m_shown; ///< std::nullopt: nothing yet.
     Values m_lastValues; ///< What the controls show.
-    QElapsedTimer m_sinceProgressShown; ///< Percent and bytes.
     TransferRate m_rate;
     qint64 m_shownSecond = -1; ///< Of the date that is shown, since the epoch.
 };

@@ -6,15 +6,19 @@ void UploadQueue::append(const QStringList& paths, const QStringList& leftOut)
 {
     m_paths += paths;
     m_history.filesQueued(paths, leftOut);
+    emit changed();
 }
 
 void UploadQueue::clear()
 {
     m_paths.clear();
     m_history.queueCleared();
+    emit changed();
 }
 
 QString UploadQueue::takeFirst()
 {
-    return m_paths.takeFirst();
+    const QString path = m_paths.takeFirst();
+    emit changed();
+    return path;
 }

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <QObject>
 #include <QStringList>
 
 class UploadHistory;
 
 /// The local files that wait to be uploaded, first in first out. A file that was taken out is never put back. Belongs
 /// to the main thread.
-class UploadQueue {
+class UploadQueue final : public QObject {
+    Q_OBJECT
+
 public:
     /// Each file is reported to @p history, which outlives the queue.
     explicit UploadQueue(UploadHistory& history)
@@ -23,6 +26,10 @@ public:
     const QStringList& paths() const { return m_paths; }
     qsizetype size() const { return m_paths.size(); }
     bool isEmpty() const { return m_paths.isEmpty(); }
+
+signals:
+    /// Files have joined the queue or left it.
+    void changed();
 
 private:
     UploadHistory& m_history;

@@ -45,6 +45,7 @@ bool DestinationListing::setDestination(const Destination& inForce)
     m_source = {};
     emit folderChanged();
     emit destinationChanged();
+    emit changed();
     return true;
 }
 
@@ -56,12 +57,20 @@ void DestinationListing::list(const Destination& inForce)
     if (!inForce.isNull()) {
         start(inForce);
     }
+    emit changed();
 }
 
 void DestinationListing::listFolder(const Destination& folder)
 {
     empty();
     start(folder);
+    emit changed();
+}
+
+void DestinationListing::setDue(bool isDue)
+{
+    m_isDue = isDue;
+    emit changed();
 }
 
 void DestinationListing::stop()
@@ -118,6 +127,7 @@ void DestinationListing::statusReported(const QString& status)
         m_isFailureUnreported = true;
         QTimer::singleShot(0, this, &DestinationListing::reportFailure);
     }
+    emit changed();
 }
 
 void DestinationListing::reportFailure()
@@ -142,4 +152,5 @@ void DestinationListing::addEntries(const QList<ListingEntry>& entries)
     emit entriesAdded(entries);
     m_model.add(entries); // At their places in the present order.
     reportFailure();
+    emit changed();
 }

@@ -62,7 +62,7 @@ public:
 
     /// A listing that could not be had when it was asked for.
     bool isDue() const { return m_isDue; }
-    void setDue(bool isDue) { m_isDue = isDue; }
+    void setDue(bool isDue);
 
     // What the controller reports.
 
@@ -75,6 +75,8 @@ public:
     static constexpr std::chrono::seconds patience{ 2 };
 
 signals:
+    /// Something of what is said above is different.
+    void changed();
     /// Another destination is in force.
     void destinationChanged();
     /// Another folder is listed from here on, or the same by another login.

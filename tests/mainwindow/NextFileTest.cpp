@@ -1,0 +1,161 @@
+#include "ViewControllerTest.h"
+
+#include <QMenu>
+
+namespace {
+
+/// Three files wait, and the first is under way.
+class NextFileTest : public ViewControllerTest {
+protected:
+    NextFileTest()
+    {
+        m_controller->uploadFiles(QStringList(3, makeFile(u"a"_s)));
+        tick();
+    }
+
+    /// Everything that has been posted to the loop comes; no timer does.
+    static void turn() { QCoreApplication::sendPostedEvents(); }
+
+    void failUpload() { upload().sendRefusal(550); }
+};
+
+TEST_F(NextFileTest, AfterAConfirmedFileTheNextOneStartsWithTheNextTurnOfTheLoop)
+{
+    finishUpload();
+    EXPECT_EQ(count(Kind::Upload), 1); // Never inside the report.
+
+    turn();
+
+    EXPECT_EQ(count(Kind::Upload), 2);
+    finishUpload();
+    turn();
+    EXPECT_EQ(count(Kind::Upload), 3);
+}
+
+TEST_F(NextFileTest, AfterAFailureOrAStopItStartsWithTheNextTick)
+{
+    failUpload();
+    turn();
+    EXPECT_EQ(count(Kind::Upload), 1);
+    tick();
+    ASSERT_EQ(count(Kind::Upload), 2);
+
+    m_controller->stopButtonAction();
+    turn();
+    EXPECT_EQ(count(Kind::Upload), 2);
+    EXPECT_TRUE(waitFor([this] { return count(Kind::Upload) == 3; }));
+    answerSheet();
+}
+
+TEST_F(NextFileTest, AFileThatCannotBeReadIsPassedOverAtTheNextTick)
+{
+    m_controller->clearQueue();
+    m_controller->uploadFiles({ u"/vanished"_s, makeFile(u"b"_s) });
+    finishUpload();
+
+    turn();
+
+    EXPECT_EQ(count(Kind::Upload), 1);
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+    tick();
+    EXPECT_EQ(upload().location, u"ftp://host/in/b"_s);
+}
+
+TEST_F(NextFileTest, WhatHasTheUsersAttentionHoldsTheNextFile)
+{
+    QMenu menu;
+    menu.addAction(u"Something"_s);
+    menu.popup({ 10, 10 });
+    finishUpload();
+
+    turn();
+    EXPECT_EQ(count(Kind::Upload), 1);
+
+    menu.close();
+    tick();
+    EXPECT_EQ(count(Kind::Upload), 2);
+}
+
+TEST_F(NextFileTest, ATickMayComeFirst)
+{
+    finishUpload();
+    tick();
+    ASSERT_EQ(count(Kind::Upload), 2);
+
+    turn();
+
+    EXPECT_EQ(count(Kind::Upload), 2);
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+}
+
+TEST_F(NextFileTest, AfterAWhileOfUploadsAllEventsThatHaveComeGoFirst)
+{
+    m_controller->uploadFiles(QStringList(10'000, makeFile(u"b"_s)));
+    for (bool isHeldBack = false; !isHeldBack;) {
+        finishUpload();
+        const qsizetype before = count(Kind::Upload);
+        turn();
+        isHeldBack = count(Kind::Upload) == before;
+    }
+
+    QStringList order;
+    QMetaObject::invokeMethod(
+        qApp, [&] { order.append(u"event, %1"_s.arg(m_controller->pc().isSending())); }, Qt::QueuedConnection);
+    EXPECT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
+
+    EXPECT_EQ(order, QStringList{ u"event, 0"_s });
+}
+
+TEST_F(NextFileTest, FromTheEleventhFileOnTheFolderIsListedNowAndThenAndAfterTheLast)
+{
+    m_controller->uploadFiles(QStringList(20, makeFile(u"b"_s)));
+    for (int i = 0; i < 10; ++i) {
+        finishUpload();
+        latest(Kind::Listing).sendEnd();
+        turn();
+    }
+    EXPECT_EQ(count(Kind::Listing), 10);
+
+    finishUpload();
+    turn();
+    EXPECT_TRUE(m_controller->listing().isDue());
+    EXPECT_LE(count(Kind::Listing), 11);
+
+    while (m_controller->pc().isSending()) {
+        finishUpload();
+        turn();
+    }
+    EXPECT_TRUE(latest(Kind::Listing).isOpen());
+    EXPECT_LT(count(Kind::Listing), 22);
+}
+
+TEST_F(NextFileTest, ThreeFilesHaveThreeListings)
+{
+    while (m_controller->pc().isSending()) {
+        finishUpload();
+        latest(Kind::Listing).sendEnd();
+        turn();
+    }
+
+    EXPECT_EQ(count(Kind::Listing), 3);
+}
+
+TEST_F(NextFileTest, AListingThatWasPutOffComesAlsoWhenTheLastFilesFail)
+{
+    m_controller->uploadFiles(QStringList(9, makeFile(u"b"_s)));
+    for (int i = 0; i < 11; ++i) {
+        finishUpload();
+        latest(Kind::Listing).sendEnd();
+        turn();
+    }
+    const qsizetype listings = count(Kind::Listing);
+    ASSERT_TRUE(m_controller->pc().isSending());
+    ASSERT_TRUE(m_controller->listing().isDue());
+
+    failUpload();
+
+    EXPECT_TRUE(waitFor([&] { return count(Kind::Listing) == listings + 1; }));
+    answerSheet();
+}
+
+} // namespace

@@ -1,0 +1,115 @@
+#include "PumpClock.h"
+
+#include "Metronome.h"
+#include "WaitFor.h"
+
+#include <QDateTime>
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// A clock whose pump has nothing to do unless a test says so.
+class PumpClockTest : public ::testing::Test {
+protected:
+    PumpClockTest()
+    {
+        QObject::connect(&m_clock, &PumpClock::due, &m_clock, [this] {
+            ++m_count;
+            m_clock.came(m_isBusy);
+        });
+        m_clock.start();
+    }
+
+    std::chrono::milliseconds interval() const { return m_clock.findChild<QTimer*>()->intervalAsDuration(); }
+    bool waitUntilResting()
+    {
+        return waitFor([this] { return interval() > PumpClock::interval; });
+    }
+
+    PumpClock m_clock;
+    bool m_isBusy = false;
+    int m_count = 0;
+};
+
+TEST_F(PumpClockTest, ItRestsWhenNothingHasBeenGoingOnForTwoSeconds)
+{
+    const Metronome tenths(100ms);
+    m_clock.setSeen(true);
+
+    ASSERT_TRUE(waitUntilResting());
+
+    EXPECT_GE(tenths.beats(), 19);
+    EXPECT_GT(m_count, 100);
+}
+
+TEST_F(PumpClockTest, WhileSomethingGoesOnItDoesNotRest)
+{
+    const Metronome tenths(100ms);
+    m_clock.setSeen(true);
+    m_isBusy = true;
+
+    ASSERT_TRUE(waitFor([&tenths] { return tenths.beats() >= 25; }));
+
+    EXPECT_EQ(interval(), 10ms);
+}
+
+TEST_F(PumpClockTest, InAWindowThatHasNeverBeenSeenItDoesNotRest)
+{
+    const Metronome tenths(100ms);
+
+    ASSERT_TRUE(waitFor([&tenths] { return tenths.beats() >= 25; }));
+
+    EXPECT_EQ(interval(), 10ms);
+}
+
+TEST_F(PumpClockTest, AtRestItComesAtTheBeginningOfEachSecond)
+{
+    m_clock.setSeen(true);
+    ASSERT_TRUE(waitUntilResting());
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
+    const int count = m_count;
+
+    ASSERT_TRUE(waitFor([this, count] { return m_count == count + 2; }));
+
+    EXPECT_GE(QDateTime::currentSecsSinceEpoch(), second + 2);
+    EXPECT_LE(interval(), 1s);
+}
+
+TEST_F(PumpClockTest, InAWindowThatNobodyCanSeeItComesEveryTenSeconds)
+{
+    m_clock.setSeen(true);
+    m_clock.setSeen(false);
+
+    ASSERT_TRUE(waitUntilResting());
+
+    EXPECT_EQ(interval(), 10s);
+}
+
+TEST_F(PumpClockTest, AWindowThatCanBeSeenAgainIsLookedAfterAtOnce)
+{
+    m_clock.setSeen(true);
+    m_clock.setSeen(false);
+    ASSERT_TRUE(waitUntilResting());
+
+    m_clock.setSeen(true);
+
+    EXPECT_EQ(interval(), 10ms);
+}
+
+TEST_F(PumpClockTest, WhatHasChangedWakesIt)
+{
+    m_clock.setSeen(true);
+    ASSERT_TRUE(waitUntilResting());
+
+    m_clock.wake();
+
+    EXPECT_EQ(interval(), 10ms);
+    const Metronome tenths(100ms);
+    ASSERT_TRUE(waitUntilResting());
+    EXPECT_GE(tenths.beats(), 19);
+}
+
+} // namespace
