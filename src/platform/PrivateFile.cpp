@@ -47,26 +47,41 @@ bool isUnfinishedName(const QByteArray& name, const QString& path)
     return name.startsWith(beginning) && name.size() == beginning.size() + placeOfCode.size();
 }
 
-/// Whether earlier versions gave such names, which end in six letters. Those that somebody may have written, as
-/// "backup", "Backup" and "BACKUP", are left out.
+bool isSmall(char c)
+{
+    return c >= 'a' && c <= 'z';
+}
+
+bool isCapital(char c)
+{
+    return c >= 'A' && c <= 'Z';
+}
+
+/// Whether earlier versions gave such names, which end in six letters.
 bool isEarlierUnfinishedName(const QByteArray& name, const QString& path)
 {
     const QByteArray beginning = nameOf(path) + '.';
     const QByteArray code = name.mid(beginning.size());
-    const auto isSmall = [](char c) { return c >= 'a' && c <= 'z'; };
-    const auto isCapital = [](char c) { return c >= 'A' && c <= 'Z'; };
     return name.startsWith(beginning) && code.size() == placeOfCode.size()
-        && std::all_of(code.begin(), code.end(), [&](char c) { return isSmall(c) || isCapital(c); })
-        && std::any_of(code.begin(), code.end(), isSmall) && std::any_of(code.begin() + 1, code.end(), isCapital);
+        && std::all_of(code.begin(), code.end(), [](char c) { return isSmall(c) || isCapital(c); });
 }
 
-/// Whether @p file, which has such a name, is what an earlier version wrote.
-bool holdsSettingsOfOurs(int file, const struct stat& status)
+/// Whether people write words like @p name ends in, such as "backup", "Backup" and "BACKUP": one in twenty of those
+/// names.
+bool endsInWord(const QByteArray& name)
+{
+    const QByteArray code = name.last(placeOfCode.size());
+    return std::none_of(code.begin(), code.end(), isSmall) || std::none_of(code.begin() + 1, code.end(), isCapital);
+}
+
+/// Whether @p file, which is called @p name as by an earlier version, is what that has left: nothing yet, or all of the
+/// settings. Of these under a word nobody can tell who has copied them.
+bool isEarlierUnfinished(int file, const struct stat& status, const QByteArray& name)
 {
     char first = 0;
     return S_ISREG(status.st_mode) && status.st_uid == geteuid()
-        && (status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)) == (S_IRUSR | S_IWUSR) && pread(file, &first, 1, 0) == 1
-        && first == '{';
+        && (status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)) == (S_IRUSR | S_IWUSR)
+        && (status.st_size == 0 || (!endsInWord(name) && pread(file, &first, 1, 0) == 1 && first == '{'));
 }
 
 /// Whether no program is writing @p file: each has it locked.
@@ -146,7 +161,7 @@ void PrivateFile::removeUnfinished(const QString& path)
         const Descriptor file(open(whole.constData(), O_RDWR | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
         struct stat status { };
         if (file.get() >= 0 && fstat(file.get(), &status) == 0
-            && (!isEarlier || holdsSettingsOfOurs(file.get(), status)) && isAbandoned(file.get(), status)) {
+            && (!isEarlier || isEarlierUnfinished(file.get(), status, name)) && isAbandoned(file.get(), status)) {
             unlink(whole.constData());
         }
     }

@@ -15,7 +15,7 @@ bool makeFolder(const QString& path);
 bool replace(const QString& path, const QByteArray& bytes);
 
 /// Removes what was left beside the file at @p path by programs that were killed while they replaced it, those of
-/// earlier versions included. What a running one is writing stays.
+/// earlier versions included as far as nobody else can have made them. What a running one is writing stays.
 void removeUnfinished(const QString& path);
 
 /// What others than the owner can do with a file.

@@ -161,6 +161,9 @@ TEST_F(PrivateFileTest, WhatEarlierVersionsHaveLeftIsRemovedAndNothingThatSomebo
 {
     write(u"[a] été.json.wrLHTq"_s, R"({"Password": )", 0600);
     write(u"[a] été.json.aBcdef"_s, "{}", 0600);
+    for (const char* name : { "kjwqxz", "Kjwqxz", "KJWQXZ", "kJwqxz" }) {
+        write(u"[a] été.json."_s + QLatin1String(name), "", 0600); // Killed before it wrote.
+    }
     const QStringList left = names();
     for (const char* name : { "backup", "Backup", "BACKUP", "aBcdefg", "aBcde", "aBcd12" }) {
         write(u"[a] été.json."_s + QLatin1String(name), "{}", 0600);
