@@ -12,6 +12,7 @@ from pathlib import Path
 TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(TOP, "tests", "window"))
 
+import demo  # noqa: E402
 from certificates import make_certificate  # noqa: E402
 from desktop import Desktop, wait_for  # noqa: E402
 from program import Program, store_settings  # noqa: E402
@@ -112,6 +113,7 @@ class Pictures:
         program.close()
         self.take_history(settings)
         self.take_outcomes(settings)
+        self.take_demo()
         self.take_copies(settings)
         self.take_encryption()
 
@@ -156,6 +158,29 @@ class Pictures:
         self.take_outcome(program, "stopped", "1 of 3 uploaded, 1 failed, 1 stopped")
         program.close()
 
+    def take_demo(self):
+        """What ./demo --keep leaves open, with a new folder and a file that was deleted."""
+        with UploadServer() as server:
+            os.mkdir(server.path(demo.FOLDER))
+            files = demo.make_samples(self._desktop.folder)
+            program = self.start(**server.settings(FTPFolder=demo.FOLDER))
+            self.wait_for_list(program)
+            self.hand_over(files)
+            demo.wait_for_arrival(program, server, len(files))
+            self.to_front(program, "^ftp:")
+            program.press("New Folder")
+            program.enter("Enter name of folder to create.", "Letters")
+            program.press("OK")
+            wait_for(lambda: os.path.isdir(server.path(f"{demo.FOLDER}/Letters")), "the folder")
+            self.take_done(program, "created", "Folder “Letters” was created")
+            self._desktop.xdotool("type", "--delay", 15, "nothing")
+            program.press("Delete")
+            wait_for(lambda: program.has_focus("Cancel"), "the question")
+            self._desktop.key("Tab")
+            self._desktop.key("space")
+            self.take_done(program, "deleted", "“Nothing in it.dat” was deleted")
+            program.close()
+
     def paste(self, program, paths):
         """Pastes files and folders, as they are copied in a file manager."""
         words = ["xclip", "-quiet", "-in", "-selection", "clipboard", "-target", "text/uri-list"]
@@ -170,11 +195,14 @@ class Pictures:
         self._desktop.key("ctrl+v")
 
     def take_outcome(self, program, name, words):
+        self.take_done(program, f"outcome-{name}", words)
+
+    def take_done(self, program, name, words):
         wait_for(lambda: program.find(words), words)
         self.wait_for_list(program)
         while program.sheet():
             program.press("OK")
-        self.take(program, f"outcome-{name}", "^ftp:")
+        self.take(program, name, "^ftp:")
 
     def wait_for_list(self, program):
         wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the list")
