@@ -27,8 +27,8 @@ public:
 
     const QString& filePath() const { return m_filePath; }
 
-    /// While it exists, all that is read comes from the file as it was at its beginning: what belongs together is of one
-    /// state, for one look at the file.
+    /// While it exists, all that is read comes from the file as it was at its beginning: what belongs together is of
+    /// one state, for one look at the file.
     class Reading {
     public:
         explicit Reading(const UserDefaults& defaults);
