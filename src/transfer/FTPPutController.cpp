@@ -126,6 +126,9 @@ void FTPPutController::streamFailed()
 {
     const FTPStreamError error = networkStream()->error();
     const auto kind = [&error] {
+        if (error.isUndecided) {
+            return UploadOutcome::Kind::Unanswered;
+        }
         switch (error.domain) {
         case FTPStreamError::Domain::FTP:
             return UploadOutcome::Kind::Refused;

@@ -8,6 +8,7 @@ bool isFailure(UploadOutcome::Kind outcome)
     case Refused:
     case ConnectionLost:
     case Silent:
+    case Unanswered:
     case Failed:
     case NotFound:
     case NotReadable:

@@ -13,6 +13,7 @@ struct UploadOutcome {
         Refused, ///< By the server, with `code`.
         ConnectionLost, ///< Or it could not be made.
         Silent, ///< The server has let a time limit pass.
+        Unanswered, ///< All of it was sent, and no word came of what the server has done with it.
         Failed, ///< Otherwise; `status` says how.
         Stopped, ///< By the user.
         NotFound, ///< There was no such file when its turn came.
@@ -30,6 +31,6 @@ struct UploadOutcome {
     QString reply = {}; ///< The server's last reply to it, escaped; null for none.
 };
 
-/// Whether the server does not have the whole file although it was to be sent. A file that was stopped, removed or left
-/// out is no failure.
+/// Whether the server does not have the whole file although it was to be sent, or nobody knows. A file that was
+/// stopped, removed or left out is no failure.
 bool isFailure(UploadOutcome::Kind outcome);

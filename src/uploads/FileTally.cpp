@@ -9,6 +9,8 @@ void FileTally::count(UploadOutcome::Kind outcome, int step)
         notListed += step;
     } else if (outcome == OtherSize) {
         otherSize += step;
+    } else if (outcome == Unanswered) {
+        unanswered += step;
     } else if (isFailure(outcome)) {
         failed += step;
     } else if (outcome == Stopped) {

@@ -52,6 +52,8 @@ QString endText(const HistoryEntry& entry)
         return u"Failed: "_s + visibleText(entry.status);
     case Silent:
         return u"Failed: the server did not answer in time"_s;
+    case Unanswered:
+        return u"Not known: sent whole, and the server has not confirmed it"_s;
     case NotReadable:
         return u"Failed: the file could not be read"_s;
     case NotPlainFile:
@@ -173,6 +175,7 @@ QString summary(const FileTally& tally, qsizetype waiting)
         { tally.otherSize, u"%1 listed with another size"_s },
         { tally.notListed, u"%1 not listed"_s },
         { tally.failed, u"%1 failed"_s },
+        { tally.unanswered, u"%1 not known"_s },
         { tally.stopped, u"%1 stopped"_s },
         { tally.leftOut, u"%1 left out"_s },
         { tally.removed, u"%1 removed"_s },

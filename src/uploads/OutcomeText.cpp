@@ -17,8 +17,12 @@ QString outcomeText(const FileTally& tally)
                                                                                    locale.toString(tally.tried())));
     }
     const std::pair<int, QString> others[]{
-        { tally.lost(), u"%1 failed"_s },   { tally.notListed, u"%1 not listed"_s }, { tally.stopped, u"%1 stopped"_s },
-        { tally.removed, u"%1 removed"_s }, { tally.leftOut, u"%1 left out"_s },
+        { tally.otherSize + tally.failed, u"%1 failed"_s },
+        { tally.unanswered, u"%1 not known"_s },
+        { tally.notListed, u"%1 not listed"_s },
+        { tally.stopped, u"%1 stopped"_s },
+        { tally.removed, u"%1 removed"_s },
+        { tally.leftOut, u"%1 left out"_s },
     };
     for (const auto& [count, text] : others) {
         if (count > 0) {
@@ -39,6 +43,9 @@ QString outcomeText(const FileTally& tally, const QString& name)
         }
         if (tally.notListed > 0) {
             return u"uploaded, but not listed"_s;
+        }
+        if (tally.unanswered > 0) {
+            return u"may or may not have been uploaded"_s;
         }
         if (tally.stopped > 0) {
             return u"stopped"_s;

@@ -102,6 +102,9 @@ public:
             if (isSaidInASheet) {
                 return { "not known", noAnswer };
             }
+            if (operation == Operation::Upload) {
+                return { "not known", u"Stream open error; undecided"_s };
+            }
             break;
         case Ending::Kind::Refused:
         case Ending::Kind::FolderRefused:
@@ -219,7 +222,9 @@ private:
             return shownSheets().join(u' ');
         }
         return text(operation == Operation::Listing ? "listingStatusTextField" : "statusTextField")
-            + (hasSheet(checkSettings) ? u", and a sheet"_s : u""_s);
+            + (hasSheet(checkSettings) ? u", and a sheet"_s : u""_s)
+            + (operation == Operation::Upload && m_controller->history().queueTally().unanswered > 0 ? u"; undecided"_s
+                                                                                                     : u""_s);
     }
 
     /// The sentence, and what the server has said up to the number.

@@ -463,6 +463,8 @@ TEST_F(FTPPutControllerTest, AnErrorOfTheStreamBecomesTheOutcomeOfItsKind)
             { { Domain::FTP, 553 }, Outcome::Refused, 553 },
             { { Domain::FTP, 421 }, Outcome::Refused, 421 },
             { { Domain::Silent, 0 }, Outcome::Silent, 0 },
+            { { Domain::Silent, 0, true }, Outcome::Unanswered, 0 },
+            { { Domain::Other, 0, true }, Outcome::Unanswered, 0 },
             { { Domain::Unsendable, 0 }, Outcome::UnsendableName, 0 },
             { { Domain::Other, 0 }, Outcome::ConnectionLost, 0 },
             { { Domain::Certificate, 0 }, Outcome::Failed, 0 },

@@ -46,6 +46,7 @@ TEST(HistoryTextTest, EachOutcomeHasItsText)
             { Outcome::Refused, u"Failed: Stream open error"_s },
             { Outcome::ConnectionLost, u"Failed: Stream open error"_s },
             { Outcome::Silent, u"Failed: the server did not answer in time"_s },
+            { Outcome::Unanswered, u"Not known: sent whole, and the server has not confirmed it"_s },
             { Outcome::NotReadable, u"Failed: the file could not be read"_s },
             { Outcome::NotPlainFile, u"Failed: not a plain file"_s },
             { Outcome::UnsendableName, u"Failed: the name cannot be sent"_s },
@@ -136,8 +137,9 @@ TEST(HistoryTextTest, ANoteIsShownWhole)
 TEST(HistoryTextTest, TheSummaryNamesWhatThereIs)
 {
     EXPECT_EQ(HistoryText::summary({}, 0), QString());
-    EXPECT_EQ(HistoryText::summary({ .confirmed = 1195, .otherSize = 5, .failed = 1, .stopped = 2, .removed = 3 }, 4),
-              u"1,200 confirmed, 5 listed with another size, 1 failed, 2 stopped, 3 removed, 4 waiting"_s);
+    EXPECT_EQ(HistoryText::summary(
+                  { .confirmed = 1195, .otherSize = 5, .failed = 1, .unanswered = 6, .stopped = 2, .removed = 3 }, 4),
+              u"1,200 confirmed, 5 listed with another size, 1 failed, 6 not known, 2 stopped, 3 removed, 4 waiting"_s);
 }
 
 TEST(HistoryTextTest, RowsAreLinesUnderTheTitles)

@@ -13,6 +13,8 @@ TEST(OutcomeTextTest, SaysHowManyWentUpAndWhatBecameOfTheOthers)
     EXPECT_TRUE(outcomeText({}).isNull());
     EXPECT_EQ(outcomeText({ .confirmed = 2 }), u"2 uploaded"_s);
     EXPECT_EQ(outcomeText({ .confirmed = 3, .otherSize = 1, .failed = 1 }), u"3 of 5 uploaded, 2 failed"_s);
+    EXPECT_EQ(outcomeText({ .confirmed = 1, .failed = 1, .unanswered = 1 }),
+              u"1 of 3 uploaded, 1 failed, 1 not known"_s);
     EXPECT_EQ(outcomeText({ .confirmed = 2, .leftOut = 1 }), u"2 uploaded, 1 left out"_s);
     EXPECT_EQ(outcomeText({ .leftOut = 1 }), u"1 left out"_s);
     EXPECT_EQ(outcomeText({ .confirmed = 1000, .notListed = 1, .stopped = 1, .removed = 2 }),
@@ -26,6 +28,7 @@ TEST(OutcomeTextTest, NamesASingleFile)
         { { .notListed = 1 }, u"“a” uploaded, but not listed"_s },
         { { .otherSize = 1 }, u"“a” not uploaded whole"_s },
         { { .failed = 1 }, u"“a” not uploaded"_s },
+        { { .unanswered = 1 }, u"“a” may or may not have been uploaded"_s },
         { { .stopped = 1 }, u"“a” stopped"_s },
         { { .removed = 1 }, u"“a” removed"_s },
         { { .leftOut = 1 }, u"“a” left out"_s },
