@@ -122,11 +122,10 @@ std::optional<FaultPlan> planOfDataConnection(Manner manner, Operation operation
     constexpr Ending works{ Ending::Kind::Works };
     switch (manner) {
     case Manner::Refused:
-        // It is tried again by PASV when the server has had its time to give a reason.
+        // It is tried again by PASV when the server has had its time to give a reason. It must have that in the end.
         return FaultPlan{ .rules = { { .on = "EPSV", .steps = { "229 Go (|||{closed}|)" } },
                                      { .on = "PASV", .steps = { "227 Go (127,0,0,1,0,1)" } } },
-                          .ending = { Ending::Kind::Refused, 425 },
-                          .needsShortTimeouts = true };
+                          .ending = { Ending::Kind::Refused, 425 } };
     case Manner::Dropped:
         return planFor({ { .on = verb, .steps = { "150 Go", "accept", "data-close", "close" } } }, lost);
     case Manner::Reset:
