@@ -1,0 +1,87 @@
+#include "PathList.h"
+
+#include "LocalPath.h"
+
+#include <algorithm>
+#include <limits>
+
+PathList::PathList(const QStringList& paths)
+{
+    for (const QString& path : paths) {
+        append(path);
+    }
+}
+
+PathList::PathList(std::initializer_list<QString> paths)
+    : PathList(QStringList(paths))
+{
+}
+
+QString PathList::at(qsizetype index) const
+{
+    const qsizetype number = m_begin + index;
+    const Part& part = *partOf(number);
+    const qsizetype place = number - part.blockNumber;
+    const quint32 begin = place == 0 ? 0 : part.block->ends[place - 1];
+    const quint32 end = part.block->ends[place];
+    return LocalPath::fromBytes(QByteArray::fromRawData(part.block->bytes.constData() + begin, end - begin));
+}
+
+QStringList PathList::toStringList() const
+{
+    QStringList paths;
+    paths.reserve(size());
+    for (qsizetype index = 0; index < size(); ++index) {
+        paths.append(at(index));
+    }
+    return paths;
+}
+
+void PathList::append(const QString& path)
+{
+    const QByteArray bytes = LocalPath::toBytes(path);
+    if (!canGrow(bytes.size())) {
+        m_parts.append({ .block = std::make_shared<Block>(), .blockNumber = m_end, .end = m_end });
+    }
+    Part& part = m_parts.last();
+    part.block->bytes += bytes;
+    part.block->ends.append(static_cast<quint32>(part.block->bytes.size()));
+    part.end = ++m_end;
+}
+
+void PathList::append(const PathList& paths)
+{
+    const qsizetype shift = m_end - paths.m_begin;
+    const QList<Part> parts = paths.m_parts; // Those of this list, perhaps.
+    for (const Part& part : parts) {
+        m_parts.append({ .block = part.block, .blockNumber = part.blockNumber + shift, .end = part.end + shift });
+    }
+    m_end += paths.size();
+}
+
+QString PathList::takeFirst()
+{
+    const QString path = at(0);
+    ++m_begin;
+    if (isEmpty()) {
+        clear();
+    } else if (m_parts.constFirst().end == m_begin) {
+        m_parts.removeFirst();
+    }
+    return path;
+}
+
+QList<PathList::Part>::const_iterator PathList::partOf(qsizetype number) const
+{
+    return std::upper_bound(m_parts.begin(), m_parts.end(), number,
+                            [](qsizetype wanted, const Part& part) { return wanted < part.end; });
+}
+
+/// Whether the last block is this list's alone and has room for so many further bytes.
+bool PathList::canGrow(qsizetype bytes) const
+{
+    if (m_parts.isEmpty() || m_parts.constLast().block.use_count() > 1) {
+        return false;
+    }
+    return m_parts.constLast().block->bytes.size() + bytes <= std::numeric_limits<quint32>::max();
+}
