@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
     QMimeData dropped;
     dropped.setData(QStringLiteral("text/uri-list"),
                     QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)));
-    const QStringList files = plainLocalFiles(dropped);
+    const QStringList files = droppedItems(dropped).files.toStringList();
     if (!files.isEmpty() && !namesLocalFiles(dropped)) {
         std::abort();
     }

@@ -86,7 +86,7 @@ void AppDelegate::applicationDidBecomeActive()
     updateWindowTitleAndList();
 }
 
-bool AppDelegate::openFiles(const QStringList& paths, const QStringList& leftOut)
+bool AppDelegate::openFiles(const PathList& paths, const QStringList& leftOut)
 {
     ViewController* const controller = ourViewController();
     if (controller == nullptr || m_isQuitting) {

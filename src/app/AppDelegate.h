@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PathList.h"
 #include "SessionEnd.h"
 
 #include <QFileSystemWatcher>
@@ -33,7 +34,7 @@ public:
     void applicationDidBecomeActive();
     /// Files opened with the application: they join the queue as they are; @p leftOut came with them and are no local
     /// files. False when they are lost: without a main window, and once that is closed and the program ends.
-    bool openFiles(const QStringList& paths, const QStringList& leftOut = {});
+    bool openFiles(const PathList& paths, const QStringList& leftOut = {});
 
     /// The user's session is about to end: until the user does something here again, closing the window asks nothing.
     /// Called when the application hears of it.

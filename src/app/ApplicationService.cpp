@@ -121,11 +121,14 @@ void ApplicationService::Activate(const QVariantMap& /*platformData*/, const QDB
 
 void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*platformData*/, const QDBusMessage& call)
 {
-    QStringList files;
+    PathList files;
     QStringList others;
     for (const QString& uri : uris) {
-        const QString path = localPath(QUrl(uri));
-        (path.isNull() ? others : files).append(path.isNull() ? uri : path);
+        if (const QString path = localPath(QUrl(uri)); path.isNull()) {
+            others.append(uri);
+        } else {
+            files.append(path);
+        }
     }
     serve(call, [this, files, others] {
         m_handler.activate();

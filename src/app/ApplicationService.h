@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PathList.h"
+
 #include <QDBusAbstractAdaptor>
 #include <QDBusMessage>
 #include <QStringList>
@@ -19,7 +21,7 @@ public:
         std::function<void()> activate; ///< Bring the window to the front.
         /// Take these local files, absolute paths, and know of other URIs that came with them. False when nothing is
         /// taken any more, because the program ends: the call stays without an answer, and its caller hears of the end.
-        std::function<bool(const QStringList& files, const QStringList& others)> open;
+        std::function<bool(const PathList& files, const QStringList& others)> open;
         std::function<void(const QString&)> action; ///< Do what the launcher's action of that name says, if known.
     };
 

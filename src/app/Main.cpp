@@ -169,7 +169,7 @@ int main(int argc, char** argv)
         &delegate,
         {
             .activate = [&delegate] { delegate.showMainWindow(); },
-            .open = [&delegate](const QStringList& files,
+            .open = [&delegate](const PathList& files,
                                 const QStringList& others) { return delegate.openFiles(files, others); },
             .action = [&viewController](const QString& name) { act(viewController, name); },
         });

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <QString>
-#include <QStringList>
+#include "PathList.h"
 
 /// What the actions and the dragging of items ask of the window that they belong to. Called on the main thread.
 class BrowserHost {
@@ -13,7 +12,7 @@ public:
     virtual QString askInput(const QString& prompt, const QString& defaultText) = 0;
     virtual void listFTPDestination() = 0;
     /// Queues @p paths; @p leftOut came with them and are no plain files.
-    virtual void uploadFiles(const QStringList& paths, const QStringList& leftOut) = 0;
+    virtual void uploadFiles(const PathList& paths, const QStringList& leftOut) = 0;
     /// The user has asked for something that connects to the server.
     virtual void connectionRequested() = 0;
     /// A download is about to be asked for, which begins without progress.

@@ -28,9 +28,9 @@ ItemDragging::ItemDragging(QWidget& window, DestinationListing& listing, ItemAct
 {
 }
 
-QStringList ItemDragging::pasteboardHasFiles(const QMimeData& pasteboard)
+PathList ItemDragging::pasteboardHasFiles(const QMimeData& pasteboard)
 {
-    return plainLocalFiles(pasteboard);
+    return droppedItems(pasteboard).files;
 }
 
 Qt::DropAction ItemDragging::validateDrop(const QMimeData& pasteboard, TableDrop& drop) const
@@ -44,8 +44,7 @@ Qt::DropAction ItemDragging::validateDrop(const QMimeData& pasteboard, TableDrop
 
 bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*drop*/)
 {
-    const QStringList files = pasteboardHasFiles(pasteboard);
-    const QStringList leftOut = otherItems(pasteboard, files);
+    const auto [files, leftOut] = droppedItems(pasteboard);
     if (files.isEmpty()) {
         if (!leftOut.isEmpty()) {
             m_host.uploadFiles({}, leftOut);
@@ -56,7 +55,7 @@ bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*dr
     m_droppedFiles = files;
     // Its own files, also when the next drop comes before they are handed over.
     RunLoop::dispatchAfter(ItemActions::answerDelayMs, this,
-                           [this, files, leftOut] { m_host.uploadFiles(files, leftOut); });
+                           [this, files = files, leftOut = leftOut] { m_host.uploadFiles(files, leftOut); });
     return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PathList.h"
 #include "TableDragging.h"
 
 #include <QObject>
@@ -22,10 +23,10 @@ public:
                  QObject* parent = nullptr);
 
     /// The files of the last drop onto the table that was accepted.
-    const QStringList& droppedFiles() const { return m_droppedFiles; }
-    void setDroppedFiles(const QStringList& paths) { m_droppedFiles = paths; }
+    const PathList& droppedFiles() const { return m_droppedFiles; }
+    void setDroppedFiles(const PathList& paths) { m_droppedFiles = paths; }
     /// The plain files that @p pasteboard names, in its order.
-    static QStringList pasteboardHasFiles(const QMimeData& pasteboard);
+    static PathList pasteboardHasFiles(const QMimeData& pasteboard);
 
     Qt::DropAction validateDrop(const QMimeData& pasteboard, TableDrop& drop) const override;
     bool acceptDrop(const QMimeData& pasteboard, const TableDrop& drop) override;
@@ -41,5 +42,5 @@ private:
     DestinationListing& m_listing;
     ItemActions& m_actions;
     BrowserHost& m_host;
-    QStringList m_droppedFiles;
+    PathList m_droppedFiles;
 };

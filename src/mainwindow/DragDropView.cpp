@@ -2,6 +2,7 @@
 
 #include "DroppedFiles.h"
 #include "PlainToolTip.h"
+#include "QueuedFilesView.h"
 #include "SheetQueue.h"
 #include "ViewController.h"
 #include "VisibleText.h"
@@ -12,7 +13,6 @@
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
-#include <QPlainTextEdit>
 #include <QToolTip>
 #include <QVBoxLayout>
 
@@ -57,14 +57,12 @@ QAccessibleInterface* accessibleDropArea(const QString& /*className*/, QObject* 
 
 DragDropView::DragDropView(QWidget* parent)
     : QFrame(parent)
-    , m_textView(new QPlainTextEdit(this))
+    , m_textView(new QueuedFilesView(this))
 {
     QAccessible::installFactory(accessibleDropArea); // More than once does no harm.
     setFocusPolicy(Qt::TabFocus);
     m_textView->setObjectName(u"textView"_s);
     m_textView->setAccessibleName(u"Queued files"_s);
-    m_textView->setReadOnly(true);
-    m_textView->setTabChangesFocus(true);
     m_textView->setAcceptDrops(false);
     m_textView->viewport()->setAcceptDrops(false); // Drops are the view's, also over the list.
     m_textView->setFrameShape(QFrame::NoFrame);
@@ -93,25 +91,24 @@ void DragDropView::draggingExited()
     setHighlight(false);
 }
 
-QStringList DragDropView::pasteboardHasFiles(const QMimeData& pasteboard) const
+PathList DragDropView::pasteboardHasFiles(const QMimeData& pasteboard) const
 {
-    return plainLocalFiles(pasteboard);
+    return droppedItems(pasteboard).files;
 }
 
 bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
 {
     setHighlight(false);
-    const QStringList files = pasteboardHasFiles(pasteboard);
+    const auto [files, others] = droppedItems(pasteboard);
     if (files.isEmpty()) {
-        if (const QStringList others = otherItems(pasteboard, files);
-            m_viewController != nullptr && !others.isEmpty()) {
+        if (m_viewController != nullptr && !others.isEmpty()) {
             m_viewController->uploadFiles({}, others);
         }
         showAlert(u"No Files"_s, u"Drop files only."_s);
         return false;
     }
     m_droppedFiles = files;
-    m_leftOut = otherItems(pasteboard, files);
+    m_leftOut = others;
     return true;
 }
 
@@ -127,14 +124,10 @@ void DragDropView::concludeDragOperation()
     }
 }
 
-void DragDropView::displayDroppedFiles(const QStringList& files)
+void DragDropView::displayDroppedFiles(const PathList& files)
 {
-    QString text;
-    for (qsizetype i = 0; i < files.size(); ++i) {
-        text += QString::number(i + 1) + u") "_s + wholeVisibleText(files[i]) + u"\n\n"_s;
-    }
-    m_textView->setPlainText(text);
-    m_textView->setVisible(!text.isEmpty());
+    m_textView->setFiles(files);
+    m_textView->setVisible(!files.isEmpty());
     update();
 }
 
@@ -162,7 +155,10 @@ QString DragDropView::replacementText() const
 bool DragDropView::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(replacementText()), this);
+        const QPoint position = static_cast<QHelpEvent*>(event)->globalPos();
+        QStringList texts{ m_textView->cutPathAt(m_textView->viewport()->mapFromGlobal(position)), replacementText() };
+        texts.removeAll(QString());
+        QToolTip::showText(position, plainToolTip(texts.join(u"\n\n"_s)), this);
         return true;
     }
     return QFrame::event(event);

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "PathList.h"
+
 #include <QFrame>
-#include <QStringList>
 
 class QMimeData;
-class QPlainTextEdit;
+class QueuedFilesView;
 class ViewController;
 
 /// The drop area of the main window: takes plain files, hands them to the upload queue, and lists the queue.
@@ -22,15 +23,15 @@ public:
 
     bool highlight() const { return m_highlight; }
     /// The files of the last accepted drop.
-    const QStringList& droppedFiles() const { return m_droppedFiles; }
-    void setDroppedFiles(const QStringList& paths) { m_droppedFiles = paths; }
-    QPlainTextEdit* textView() const { return m_textView; }
+    const PathList& droppedFiles() const { return m_droppedFiles; }
+    void setDroppedFiles(const PathList& paths) { m_droppedFiles = paths; }
+    QueuedFilesView* textView() const { return m_textView; }
 
     /// A drag has come over the view: highlights it, and answers copy when it names files, otherwise no action.
     Qt::DropAction draggingEntered(const QMimeData& pasteboard);
     void draggingExited();
     /// The plain files that @p pasteboard names, in its order.
-    QStringList pasteboardHasFiles(const QMimeData& pasteboard) const;
+    PathList pasteboardHasFiles(const QMimeData& pasteboard) const;
     /// Whether the drop is accepted; without a plain file an alert says that it is not.
     bool prepareForDragOperation(const QMimeData& pasteboard);
     bool performDragOperation() const;
@@ -38,7 +39,7 @@ public:
     void concludeDragOperation();
 
     /// Lists @p files as "1) path" and so on, in place of what was listed. The list then stands until the next one.
-    void displayDroppedFiles(const QStringList& files);
+    void displayDroppedFiles(const PathList& files);
 
     /// A sheet with one button on the view's window; nothing without a window.
     void showAlert(const QString& title, const QString& text);
@@ -66,9 +67,9 @@ private:
     void setHighlight(bool highlight);
     void drawEmptyState(QPainter& painter) const;
 
-    QPlainTextEdit* m_textView;
+    QueuedFilesView* m_textView;
     ViewController* m_viewController = nullptr;
-    QStringList m_droppedFiles;
+    PathList m_droppedFiles;
     QStringList m_leftOut; ///< What came with them and is no plain file.
     bool m_highlight = false;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the view.

@@ -53,7 +53,7 @@ QVariant HistoryTableModel::data(const QModelIndex& index, int role) const
     if (!index.isValid() || index.row() >= rowCount()) {
         return {};
     }
-    const HistoryEntry& entry = m_history.entries()[index.row()];
+    const HistoryEntry entry = m_history.entries()[index.row()];
     const auto column = static_cast<Column>(index.column());
     switch (role) {
     case Qt::DisplayRole:

@@ -159,7 +159,7 @@ void HistoryWindow::showWhatCanBeDone()
     const QList<int> selected = selectedRows();
     const bool canQueue = selected.isEmpty() ? m_history.hasUnsettledRows()
                                              : std::any_of(selected.begin(), selected.end(), [this](int row) {
-                                                   return m_history.entries()[row].canQueueAgain();
+                                                   return m_history.entries().withoutPath(row).canQueueAgain();
                                                });
     const bool canCopy = m_history.rowCount() > 0;
     m_ui->queueAgainButton->setEnabled(canQueue);

@@ -130,8 +130,7 @@ void MainMenu::openFiles()
 void MainMenu::pasteFiles()
 {
     const QMimeData* const data = QApplication::clipboard()->mimeData();
-    const QStringList files = data == nullptr ? QStringList() : plainLocalFiles(*data);
-    const QStringList leftOut = data == nullptr ? QStringList() : otherItems(*data, files);
+    const auto [files, leftOut] = data == nullptr ? DroppedItems() : droppedItems(*data);
     if (files.isEmpty()) {
         QApplication::beep();
     }

@@ -12,7 +12,7 @@ namespace {
 void queueNow(ViewController& controller, const QList<int>& rows)
 {
     UploadHistory& history = controller.history();
-    const QStringList paths = history.takeToQueueAgain(HistoryRows::present(history.entries(), rows));
+    const PathList paths = history.takeToQueueAgain(HistoryRows::present(history.entries(), rows));
     if (paths.isEmpty()) {
         controller.showAlert(u"Queue Again"_s, u"None of these files is there any more."_s);
     } else {
@@ -24,7 +24,7 @@ void queueNow(ViewController& controller, const QList<int>& rows)
 
 void queueAgain(ViewController& controller, const QList<int>& rows)
 {
-    const QList<HistoryEntry>& entries = controller.history().entries();
+    const HistoryEntries& entries = controller.history().entries();
     const QList<int> wanted = HistoryRows::repeatable(entries, rows);
     const QString present = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
     QStringList others = HistoryRows::destinations(entries, wanted);

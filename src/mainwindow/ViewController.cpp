@@ -91,7 +91,7 @@ void ViewController::connectParts()
 
 // Queue and transfers.
 
-void ViewController::uploadFiles(const QStringList& paths, const QStringList& leftOut)
+void ViewController::uploadFiles(const PathList& paths, const QStringList& leftOut)
 {
     if (paths.isEmpty() && !leftOut.isEmpty()) {
         m_queue.append({}, leftOut);

@@ -53,7 +53,7 @@ public:
 
     /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. The items
     /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
-    void uploadFiles(const QStringList& paths, const QStringList& leftOut = {}) override;
+    void uploadFiles(const PathList& paths, const QStringList& leftOut = {}) override;
     void clearQueue() { m_queue.clear(); }
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's
     /// order.
@@ -61,7 +61,7 @@ public:
     {
         return m_listing.isOfOtherFolder() ? QStringList() : listEntries().namesOf(m_queue.paths());
     }
-    const QStringList& fileUploadQueue() const { return m_queue.paths(); }
+    const PathList& fileUploadQueue() const { return m_queue.paths(); }
     /// What has become of each file of this run.
     UploadHistory& history() { return m_history; }
 

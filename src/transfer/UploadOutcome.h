@@ -4,7 +4,7 @@
 
 /// What has become of one file that was to be uploaded, so far.
 struct UploadOutcome {
-    enum class Kind {
+    enum class Kind : quint8 {
         Waiting, ///< In the queue.
         Sending,
         Confirmed, ///< The server has said that it has the whole file, and acknowledged every byte.

@@ -17,23 +17,23 @@ bool isPlainLocalFile(const HistoryEntry& entry)
 
 } // namespace
 
-QList<int> HistoryRows::unsettled(const QList<HistoryEntry>& entries, int first)
+QList<int> HistoryRows::unsettled(const HistoryEntries& entries, int first)
 {
     QList<int> rows;
     for (int row = first; row < static_cast<int>(entries.size()); ++row) {
-        if (entries[row].isUnsettled()) {
+        if (entries.withoutPath(row).isUnsettled()) {
             rows.append(row);
         }
     }
     return rows;
 }
 
-QList<int> HistoryRows::remarkable(const QList<HistoryEntry>& entries, int first)
+QList<int> HistoryRows::remarkable(const HistoryEntries& entries, int first)
 {
     QList<int> remarkable;
     QList<int> all;
     for (int row = first; row < static_cast<int>(entries.size()); ++row) {
-        const HistoryEntry& entry = entries[row];
+        const HistoryEntry entry = entries.withoutPath(row);
         if (entry.isManual || entry.outcome == Outcome::Note) {
             continue;
         }
@@ -45,19 +45,19 @@ QList<int> HistoryRows::remarkable(const QList<HistoryEntry>& entries, int first
     return remarkable.isEmpty() ? all : remarkable;
 }
 
-QList<int> HistoryRows::repeatable(const QList<HistoryEntry>& entries, const QList<int>& rows)
+QList<int> HistoryRows::repeatable(const HistoryEntries& entries, const QList<int>& rows)
 {
     QList<int> repeatable;
     std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(repeatable),
-                 [&entries](int row) { return entries[row].canQueueAgain(); });
+                 [&entries](int row) { return entries.withoutPath(row).canQueueAgain(); });
     return repeatable;
 }
 
-QStringList HistoryRows::destinations(const QList<HistoryEntry>& entries, const QList<int>& rows)
+QStringList HistoryRows::destinations(const HistoryEntries& entries, const QList<int>& rows)
 {
     QStringList destinations;
     for (const int row : rows) {
-        const QString& destination = entries[row].destination;
+        const QString destination = entries.withoutPath(row).destination;
         if (!destination.isNull() && !destinations.contains(destination)) {
             destinations.append(destination);
         }
@@ -65,7 +65,7 @@ QStringList HistoryRows::destinations(const QList<HistoryEntry>& entries, const 
     return destinations;
 }
 
-QList<int> HistoryRows::present(const QList<HistoryEntry>& entries, const QList<int>& rows)
+QList<int> HistoryRows::present(const HistoryEntries& entries, const QList<int>& rows)
 {
     QList<int> present;
     std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(present),
@@ -73,7 +73,7 @@ QList<int> HistoryRows::present(const QList<HistoryEntry>& entries, const QList<
     return present;
 }
 
-bool HistoryRows::isAnyPresent(const QList<HistoryEntry>& entries, const QList<int>& rows)
+bool HistoryRows::isAnyPresent(const HistoryEntries& entries, const QList<int>& rows)
 {
     return std::any_of(rows.cbegin(), rows.cend(), [&entries](int row) { return isPlainLocalFile(entries[row]); });
 }

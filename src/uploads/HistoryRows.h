@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HistoryEntry.h"
+#include "HistoryEntries.h"
 
 #include <QList>
 #include <QStringList>
@@ -10,18 +10,18 @@
 namespace HistoryRows {
 
 /// The rows from @p first on that are unsettled.
-QList<int> unsettled(const QList<HistoryEntry>& entries, int first = 0);
+QList<int> unsettled(const HistoryEntries& entries, int first = 0);
 /// The rows of files of a queue from @p first on that somebody may want to see: those that were not simply uploaded, or
 /// else all.
-QList<int> remarkable(const QList<HistoryEntry>& entries, int first);
+QList<int> remarkable(const HistoryEntries& entries, int first);
 /// Those of @p rows whose files can be queued again.
-QList<int> repeatable(const QList<HistoryEntry>& entries, const QList<int>& rows);
+QList<int> repeatable(const HistoryEntries& entries, const QList<int>& rows);
 /// The folders that the files of @p rows were to go to, each once, as locations; none for a file that was never
 /// started.
-QStringList destinations(const QList<HistoryEntry>& entries, const QList<int>& rows);
+QStringList destinations(const HistoryEntries& entries, const QList<int>& rows);
 /// Those of @p rows whose paths lead to plain local files by now, so that another try can work.
-QList<int> present(const QList<HistoryEntry>& entries, const QList<int>& rows);
+QList<int> present(const HistoryEntries& entries, const QList<int>& rows);
 /// Whether there are such; asks about no more files than that takes.
-bool isAnyPresent(const QList<HistoryEntry>& entries, const QList<int>& rows);
+bool isAnyPresent(const HistoryEntries& entries, const QList<int>& rows);
 
 } // namespace HistoryRows

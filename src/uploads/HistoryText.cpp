@@ -159,7 +159,7 @@ QString line(const HistoryEntry& entry)
         .join(u'\t');
 }
 
-QString lines(const QList<HistoryEntry>& entries, const QList<int>& rows)
+QString lines(const HistoryEntries& entries, const QList<int>& rows)
 {
     QString text = titleLine() + u'\n';
     for (const int row : rows) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FileTally.h"
-#include "HistoryEntry.h"
+#include "HistoryEntries.h"
 
 #include <QList>
 #include <QStringList>
@@ -25,7 +25,7 @@ QString titleLine();
 /// reads them. Tabs and line ends in names are made visible, so that they separate nothing.
 QString line(const HistoryEntry& entry);
 /// The lines of those @p rows of @p entries under the titles. Takes time by the number of rows.
-QString lines(const QList<HistoryEntry>& entries, const QList<int>& rows);
+QString lines(const HistoryEntries& entries, const QList<int>& rows);
 
 /// How many files stand where, in one line; empty when there are none.
 QString summary(const FileTally& tally, qsizetype waiting);

@@ -23,7 +23,7 @@ qint64 UploadHistory::steadyClock()
 
 // What happens.
 
-void UploadHistory::filesQueued(const QStringList& paths, const QStringList& leftOut)
+void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOut)
 {
     if (paths.isEmpty() && leftOut.isEmpty()) {
         return;
@@ -34,19 +34,20 @@ void UploadHistory::filesQueued(const QStringList& paths, const QStringList& lef
         m_tally = {};
         m_isDrained = false;
     }
-    QList<HistoryEntry> entries;
-    entries.reserve(leftOut.size() + paths.size());
+    const int first = rowCount();
+    const int firstWaiting = first + static_cast<int>(leftOut.size());
+    const int end = firstWaiting + static_cast<int>(paths.size());
+    emit rowsAboutToBeAppended(first, end - 1);
     for (const QString& path : leftOut) {
-        entries.append({ .path = path, .outcome = Outcome::LeftOut });
+        m_entries.append({ .path = path, .outcome = Outcome::LeftOut });
     }
-    auto row = rowCount() + static_cast<int>(leftOut.size());
-    for (const QString& path : paths) {
-        m_waiting.push_back(row++);
-        entries.append({ .path = path });
+    m_entries.append(paths);
+    for (int row = firstWaiting; row < end; ++row) {
+        m_waiting.push_back(row);
     }
-    append(std::move(entries));
-    for (qsizetype i = 0; i < leftOut.size(); ++i) {
-        count(rowCount() - static_cast<int>(paths.size() + leftOut.size() - i));
+    emit rowsAppended();
+    for (int row = first; row < firstWaiting; ++row) {
+        count(row);
     }
     checkDrained();
 }
@@ -57,7 +58,7 @@ void UploadHistory::queueCleared()
         return;
     }
     for (const int row : m_waiting) {
-        m_entries[row].outcome = Outcome::Removed;
+        m_entries.change(row, [](HistoryEntry& entry) { entry.outcome = Outcome::Removed; });
         count(row);
     }
     const auto [first, last] = std::pair(m_waiting.front(), m_waiting.back());
@@ -75,49 +76,51 @@ void UploadHistory::nextFileStarts(const QString& destination)
 
 void UploadHistory::manualFileStarts(const QString& path, const QString& destination)
 {
-    append({ { .path = path, .isManual = true } });
-    start(static_cast<int>(m_entries.size()) - 1, destination);
+    append({ .path = path, .isManual = true });
+    start(rowCount() - 1, destination);
 }
 
 void UploadHistory::start(int row, const QString& destination)
 {
     m_current = Current{ row, destination, m_clock() };
     m_listingCheck.fileStarts(destination, nameOf(row));
-    m_entries[row].outcome = Outcome::Sending;
-    m_entries[row].destination = destination;
+    m_entries.change(row, [&destination](HistoryEntry& entry) {
+        entry.outcome = Outcome::Sending;
+        entry.destination = destination;
+    });
     emit rowsChanged(row, row);
 }
 
 void UploadHistory::fileMoves(qint64 size)
 {
-    m_entries[m_current->row].size = size;
+    m_entries.change(m_current->row, [size](HistoryEntry& entry) { entry.size = size; });
     emit rowsChanged(m_current->row, m_current->row);
 }
 
 void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
 {
     const int row = m_current->row;
-    m_entries[row].size = sent;
+    m_entries.change(row, [sent](HistoryEntry& entry) { entry.size = sent; });
     m_listingCheck.fileConfirmed(m_current->destination, nameOf(row), row, sent);
     end(Outcome::Confirmed, reply);
 }
 
 void UploadHistory::fileEnded(const UploadOutcome& outcome)
 {
-    HistoryEntry& entry = m_entries[m_current->row];
-    entry.status = outcome.status;
+    m_entries.change(m_current->row, [&outcome](HistoryEntry& entry) { entry.status = outcome.status; });
     end(outcome.kind, outcome.reply);
 }
 
 void UploadHistory::end(Outcome outcome, const QString& reply)
 {
     const Current ended = *std::exchange(m_current, std::nullopt);
-    HistoryEntry& entry = m_entries[ended.row];
-    entry.outcome = outcome;
-    entry.reply = reply;
-    if (entry.size) {
-        entry.durationMs = m_clock() - ended.startedAt;
-    }
+    m_entries.change(ended.row, [this, &ended, outcome, &reply](HistoryEntry& entry) {
+        entry.outcome = outcome;
+        entry.reply = reply;
+        if (entry.size) {
+            entry.durationMs = m_clock() - ended.startedAt;
+        }
+    });
     count(ended.row);
     emit rowsChanged(ended.row, ended.row);
     checkDrained();
@@ -125,28 +128,20 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
 
 void UploadHistory::note(const QString& text)
 {
-    append({ { .path = text, .outcome = Outcome::Note } });
+    append({ .path = text, .outcome = Outcome::Note });
 }
 
-void UploadHistory::append(QList<HistoryEntry> entries)
+void UploadHistory::append(const HistoryEntry& entry)
 {
-    if (entries.isEmpty()) {
-        return;
-    }
-    const int first = rowCount();
-    emit rowsAboutToBeAppended(first, first + static_cast<int>(entries.size()) - 1);
-    if (m_entries.isEmpty()) {
-        m_entries = std::move(entries); // The first of a run are the most at times: they need not be there twice.
-    } else {
-        m_entries.append(std::move(entries));
-    }
+    emit rowsAboutToBeAppended(rowCount(), rowCount());
+    m_entries.append(entry);
     emit rowsAppended();
 }
 
 /// Counts the outcome of @p row where it belongs, or with a @p step of -1 no longer.
 void UploadHistory::count(int row, int step)
 {
-    const HistoryEntry& entry = m_entries[row];
+    const HistoryEntry entry = m_entries.withoutPath(row);
     if (entry.isQueuedAgain) {
         return; // Its next try counts.
     }
@@ -166,12 +161,13 @@ void UploadHistory::checkDrained()
 
 bool UploadHistory::hasUncheckedFiles() const
 {
-    return m_listingCheck.hasUnchecked([this](int row) { return row >= m_firstQueueRow && !m_entries[row].isManual; });
+    return m_listingCheck.hasUnchecked(
+        [this](int row) { return row >= m_firstQueueRow && !m_entries.withoutPath(row).isManual; });
 }
 
 bool UploadHistory::isQueueFileSent() const
 {
-    return m_current && !m_entries[m_current->row].isManual;
+    return m_current && !m_entries.withoutPath(m_current->row).isManual;
 }
 
 // The server's listing.
@@ -207,10 +203,11 @@ void UploadHistory::forgetUnchecked()
 void UploadHistory::correct(const QList<ListingCheck::Finding>& findings)
 {
     for (const ListingCheck::Finding& finding : findings) {
-        HistoryEntry& entry = m_entries[finding.row];
         count(finding.row, -1);
-        entry.outcome = finding.outcome;
-        entry.listedSize = finding.listedSize;
+        m_entries.change(finding.row, [&finding](HistoryEntry& entry) {
+            entry.outcome = finding.outcome;
+            entry.listedSize = finding.listedSize;
+        });
         count(finding.row);
         emit rowsChanged(finding.row, finding.row);
     }
@@ -237,7 +234,7 @@ QString UploadHistory::queueText() const
 {
     if (m_tally.tried() + m_tally.leftOut == 1) {
         for (int row = m_firstQueueRow; row < rowCount(); ++row) {
-            const HistoryEntry& entry = m_entries[row];
+            const HistoryEntry entry = m_entries.withoutPath(row);
             if (entry.outcome != Outcome::Note && !entry.isManual && !entry.isQueuedAgain) {
                 return outcomeText(m_tally, nameOf(row));
             }
@@ -246,14 +243,15 @@ QString UploadHistory::queueText() const
     return outcomeText(m_tally);
 }
 
-QStringList UploadHistory::takeToQueueAgain(const QList<int>& rows)
+PathList UploadHistory::takeToQueueAgain(const QList<int>& rows)
 {
-    QStringList paths;
+    PathList paths;
     for (const int row : rows) {
-        if (m_entries[row].canQueueAgain()) {
+        const HistoryEntry known = m_entries[row];
+        if (known.canQueueAgain()) {
             count(row, -1);
-            m_entries[row].isQueuedAgain = true;
-            paths.append(m_entries[row].path);
+            m_entries.change(row, [](HistoryEntry& entry) { entry.isQueuedAgain = true; });
+            paths.append(known.path);
         }
     }
     if (!paths.isEmpty()) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FileTally.h"
-#include "HistoryEntry.h"
+#include "HistoryEntries.h"
 #include "ListingCheck.h"
 
 #include <QList>
@@ -28,7 +28,7 @@ public:
 
     /// The files at @p paths have joined the queue, and those at @p leftOut, added with them, have not, since they are
     /// no plain files. A queue begins with the first that joins while none waits or is being sent.
-    void filesQueued(const QStringList& paths, const QStringList& leftOut = {});
+    void filesQueued(const PathList& paths, const QStringList& leftOut = {});
     /// The files that wait have been taken out of the queue.
     void queueCleared();
     /// The first of the files that wait is being started, to go to the folder @p destination.
@@ -59,7 +59,7 @@ public:
 
     // What is known.
 
-    const QList<HistoryEntry>& entries() const { return m_entries; }
+    const HistoryEntries& entries() const { return m_entries; }
     int rowCount() const { return static_cast<int>(m_entries.size()); }
     /// Whether a file has been started and has not ended.
     bool isSending() const { return m_current.has_value(); }
@@ -86,7 +86,7 @@ public:
     bool hasUnsettledRows() const { return m_unsettled > 0; }
 
     /// Notes that the files of those of @p rows that can be queued again are, and answers their paths.
-    QStringList takeToQueueAgain(const QList<int>& rows);
+    PathList takeToQueueAgain(const QList<int>& rows);
 
 signals:
     /// The rows from @p first to @p last are about to come at the end; rowsAppended() follows.
@@ -110,7 +110,7 @@ private:
 
     static qint64 steadyClock();
 
-    void append(QList<HistoryEntry> entries);
+    void append(const HistoryEntry& entry);
     void start(int row, const QString& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
@@ -120,7 +120,7 @@ private:
     QString nameOf(int row) const;
 
     Clock m_clock;
-    QList<HistoryEntry> m_entries;
+    HistoryEntries m_entries;
     std::deque<int> m_waiting; ///< The rows of the queue, in its order.
     std::optional<Current> m_current;
     int m_firstQueueRow = 0; ///< The present queue, or the last one, begins there.

@@ -2,9 +2,9 @@
 
 #include "UploadHistory.h"
 
-void UploadQueue::append(const QStringList& paths, const QStringList& leftOut)
+void UploadQueue::append(const PathList& paths, const QStringList& leftOut)
 {
-    m_paths += paths;
+    m_paths.append(paths);
     m_history.filesQueued(paths, leftOut);
     emit changed();
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "PathList.h"
+
 #include <QObject>
-#include <QStringList>
 
 class UploadHistory;
 
@@ -18,12 +19,12 @@ public:
     }
 
     /// Appends @p paths, in their order; duplicates are kept. The items @p leftOut came with them and do not wait.
-    void append(const QStringList& paths, const QStringList& leftOut = {});
+    void append(const PathList& paths, const QStringList& leftOut = {});
     void clear();
     /// Takes the first path out of a queue that is not empty.
     QString takeFirst();
 
-    const QStringList& paths() const { return m_paths; }
+    const PathList& paths() const { return m_paths; }
     qsizetype size() const { return m_paths.size(); }
     bool isEmpty() const { return m_paths.isEmpty(); }
 
@@ -33,5 +34,5 @@ signals:
 
 private:
     UploadHistory& m_history;
-    QStringList m_paths;
+    PathList m_paths;
 };

@@ -42,8 +42,8 @@ TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
                                {
                                    .activate = [&activated] { ++activated; },
                                    .open =
-                                       [&opened, &others](const QStringList& files, const QStringList& rest) {
-                                           opened.append(files);
+                                       [&opened, &others](const PathList& files, const QStringList& rest) {
+                                           opened.append(files.toStringList());
                                            others += rest;
                                            return true;
                                        },
@@ -74,8 +74,8 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
                                {
                                    .activate = [&served] { served.append(u"activate"_s); },
                                    .open =
-                                       [&served](const QStringList& files, const QStringList& /*others*/) {
-                                           served.append(u"open "_s + files.join(u' '));
+                                       [&served](const PathList& files, const QStringList& /*others*/) {
+                                           served.append(u"open "_s + files.toStringList().join(u' '));
                                            return true;
                                        },
                                    .action = [&served](const QString& name) { served.append(name); },

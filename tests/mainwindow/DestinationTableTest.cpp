@@ -1,12 +1,12 @@
 #include "DragDropView.h"
 #include "ListingTable.h"
 #include "LocalPath.h"
+#include "QueuedFilesView.h"
 #include "ViewControllerTest.h"
 
 #include <QAction>
 #include <QHeaderView>
 #include <QHelpEvent>
-#include <QPlainTextEdit>
 #include <QTest>
 #include <QToolTip>
 

@@ -1,6 +1,7 @@
 #include "DragDropView.h"
 
 #include "LocalPath.h"
+#include "QueuedFilesView.h"
 #include "ViewControllerTest.h"
 #include "WidgetEvents.h"
 
@@ -8,7 +9,6 @@
 #include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QMimeData>
-#include <QPlainTextEdit>
 #include <QTest>
 #include <QUrl>
 
@@ -185,22 +185,17 @@ TEST_F(DragDropViewTest, SpaceReturnAndAScreenReaderOpenTheFileChooser)
     EXPECT_TRUE(accessible.text(QAccessible::Description).startsWith(u"Files that are dropped here are uploaded."_s));
 }
 
-TEST_F(DragDropViewTest, TheListIsNumberedFromOneAndAnEmptyOneIsEmpty)
-{
-    view().displayDroppedFiles({ u"/a"_s, u"/b %1"_s, LocalPath::fromBytes("/caf\xe9") });
-    EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n2) /b %1\n\n3) /caf⟨0xE9⟩\n\n"_s);
-
-    view().displayDroppedFiles({});
-    EXPECT_EQ(view().textView()->toPlainText(), u""_s);
-}
-
-TEST_F(DragDropViewTest, TheListIsThereToReadOnly)
+TEST_F(DragDropViewTest, TheListShowsWhileItHasFilesAndIsThereToReadOnly)
 {
     view().displayDroppedFiles({ u"/a"_s });
+    EXPECT_TRUE(view().textView()->isVisible());
 
     QTest::keyClicks(view().textView(), u"typed"_s);
 
     EXPECT_EQ(view().textView()->toPlainText(), u"1) /a\n\n"_s);
+    view().displayDroppedFiles({});
+    EXPECT_EQ(view().textView()->toPlainText(), u""_s);
+    EXPECT_FALSE(view().textView()->isVisible());
 }
 
 TEST_F(DragDropViewTest, ADragOverTheShownListIsTheViews)

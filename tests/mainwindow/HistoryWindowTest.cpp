@@ -122,7 +122,7 @@ TEST_F(HistoryWindowTest, QueueAgainTakesOnlyWhatIsSelectedAndWasLost)
     queueAgain().click();
 
     EXPECT_EQ(m_controller->fileUploadQueue().size(), 2);
-    EXPECT_EQ(m_controller->fileUploadQueue().last(), m_failing);
+    EXPECT_EQ(m_controller->fileUploadQueue().at(1), m_failing);
 }
 
 TEST_F(HistoryWindowTest, WithoutADestinationNothingIsQueuedAgainAndTheUserIsTold)
@@ -134,7 +134,7 @@ TEST_F(HistoryWindowTest, WithoutADestinationNothingIsQueuedAgainAndTheUserIsTol
     queueAgain().click();
 
     EXPECT_TRUE(shownSheets().first().startsWith(u"No Destination"_s));
-    EXPECT_FALSE(m_controller->fileUploadQueue().contains(m_failing));
+    EXPECT_FALSE(m_controller->fileUploadQueue().toStringList().contains(m_failing));
 }
 
 TEST_F(HistoryWindowTest, CopyTakesTheSelectedLinesOrAll)

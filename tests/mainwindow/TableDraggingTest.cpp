@@ -2,13 +2,13 @@
 #include "DragExtraction.h"
 #include "ListingTable.h"
 #include "PromisedFile.h"
+#include "QueuedFilesView.h"
 #include "ViewControllerTest.h"
 
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QMimeData>
-#include <QPlainTextEdit>
 #include <QTest>
 #include <QUrl>
 
@@ -64,7 +64,7 @@ protected:
         return event.dropAction();
     }
     /// What the drop area shows.
-    QString queued() { return control<QPlainTextEdit>("textView").toPlainText(); }
+    QString queued() { return control<QueuedFilesView>("textView").toPlainText(); }
     static QString listed(const QStringList& files)
     {
         QString text;
@@ -161,7 +161,7 @@ TEST_F(TableDraggingTest, TheTableTakesDropsAnywhere)
         passDelaysOf(*m_controller);
         EXPECT_EQ(queued(), listed({ file }));
         m_controller->clearQueue();
-        control<QPlainTextEdit>("textView").clear();
+        control<QueuedFilesView>("textView").setFiles({});
     }
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 class ViewControllerHistoryTest : public ViewControllerTest {
 protected:
-    const HistoryEntry& row(int index) { return m_controller->history().entries()[index]; }
+    HistoryEntry row(int index) { return m_controller->history().entries()[index]; }
     /// The outcomes, as numbers that gtest can print.
     QList<Outcome> outcomes()
     {

@@ -1,8 +1,8 @@
 #include "DelayedAlert.h"
 #include "Delays.h"
+#include "QueuedFilesView.h"
 #include "ViewControllerTest.h"
 
-#include <QPlainTextEdit>
 #include <QSignalSpy>
 
 #include <functional>
@@ -12,7 +12,7 @@ namespace {
 
 class ViewControllerQueueTest : public ViewControllerTest {
 protected:
-    QString listed() { return control<QPlainTextEdit>("textView").toPlainText(); }
+    QString listed() { return control<QueuedFilesView>("textView").toPlainText(); }
     QStringList sentFiles() const
     {
         QStringList names;

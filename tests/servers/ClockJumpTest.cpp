@@ -37,7 +37,7 @@ protected:
                   24 * 3600);
     }
 
-    const HistoryEntry& lastEntry() { return m_controller->history().entries().back(); }
+    HistoryEntry lastEntry() { return m_controller->history().entries().last(); }
 };
 
 TEST_P(ClockJumpTest, AFileGoesOnThroughSilencesWhereverTheClockGoes)

@@ -1,5 +1,6 @@
 #include "ConnectionPool.h"
 #include "FaultOperations.h"
+#include "LocalPath.h"
 #include "OpenDescriptors.h"
 #include "ResidentMemory.h"
 #include "ServerTraits.h"
@@ -105,12 +106,11 @@ protected:
     qint64 historySize() const
     {
         constexpr qint64 allocation = 32; // What an allocated text takes beside its characters.
-        const QList<HistoryEntry>& entries = m_controller->history().entries();
-        qint64 size = entries.capacity() * qint64{ sizeof(HistoryEntry) };
+        const HistoryEntries& entries = m_controller->history().entries();
+        qint64 size = entries.size() * qint64{ sizeof(HistoryEntry) };
         for (const HistoryEntry& entry : entries) {
-            for (const QString& text : { entry.path, entry.reply }) {
-                size += text.isNull() ? 0 : allocation + text.capacity() * qint64{ sizeof(QChar) };
-            }
+            size += LocalPath::toBytes(entry.path).size();
+            size += entry.reply.isNull() ? 0 : allocation + entry.reply.capacity() * qint64{ sizeof(QChar) };
         }
         return size;
     }

@@ -100,7 +100,7 @@ TEST_F(NetworkLossTest, TheSameQueueGoesOnWhenTheNetworkIsBackAndTellsWhatIsLost
         }
     }
     EXPECT_EQ(status(), u"Upload succeeded"_s);
-    EXPECT_EQ(m_controller->history().entries().back().outcome, Outcome::Confirmed);
+    EXPECT_EQ(m_controller->history().entries().last().outcome, Outcome::Confirmed);
     EXPECT_EQ(network.problem().toStdString(), "");
 }
 

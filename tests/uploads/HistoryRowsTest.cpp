@@ -10,9 +10,9 @@ using Outcome = HistoryEntry::Outcome;
 
 namespace {
 
-QList<HistoryEntry> entriesOf(const QList<Outcome>& outcomes)
+HistoryEntries entriesOf(const QList<Outcome>& outcomes)
 {
-    QList<HistoryEntry> entries;
+    HistoryEntries entries;
     for (const Outcome outcome : outcomes) {
         entries.append({ .outcome = outcome });
     }
@@ -21,7 +21,7 @@ QList<HistoryEntry> entriesOf(const QList<Outcome>& outcomes)
 
 TEST(HistoryRowsTest, UnsettledAreTheLostAndTheStoppedOfAQueueFromThatRowOn)
 {
-    QList<HistoryEntry> entries
+    HistoryEntries entries
         = entriesOf({ Outcome::Refused, Outcome::Confirmed, Outcome::OtherSize, Outcome::NotListed, Outcome::Stopped,
                       Outcome::Removed, Outcome::LeftOut, Outcome::Note, Outcome::Waiting, Outcome::Sending });
     entries.append({ .outcome = Outcome::Failed, .isManual = true });
@@ -33,7 +33,7 @@ TEST(HistoryRowsTest, UnsettledAreTheLostAndTheStoppedOfAQueueFromThatRowOn)
 
 TEST(HistoryRowsTest, RepeatableIsAlsoWhatWasRemovedOrSentByHand)
 {
-    QList<HistoryEntry> entries
+    HistoryEntries entries
         = entriesOf({ Outcome::Silent, Outcome::Removed, Outcome::Confirmed, Outcome::LeftOut, Outcome::Waiting });
     entries.append({ .outcome = Outcome::ConnectionLost, .isManual = true });
     entries.append({ .outcome = Outcome::ConnectionLost, .isQueuedAgain = true });
@@ -43,7 +43,7 @@ TEST(HistoryRowsTest, RepeatableIsAlsoWhatWasRemovedOrSentByHand)
 
 TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
 {
-    QList<HistoryEntry> entries = entriesOf({ Outcome::Failed, Outcome::Confirmed, Outcome::Note, Outcome::LeftOut });
+    HistoryEntries entries = entriesOf({ Outcome::Failed, Outcome::Confirmed, Outcome::Note, Outcome::LeftOut });
     entries.append({ .outcome = Outcome::Failed, .isManual = true });
 
     EXPECT_EQ(HistoryRows::remarkable(entries, 1), QList<int>{ 3 });
@@ -53,11 +53,11 @@ TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
 
 TEST(HistoryRowsTest, EachDestinationIsNamedOnceAndNoneOfWhatWasNeverStarted)
 {
-    const QList<HistoryEntry> entries{ { .destination = u"ftp://b/"_s },
-                                       {},
-                                       { .destination = u"ftp://a/"_s },
-                                       { .destination = u"ftp://b/"_s },
-                                       { .destination = u"ftp://c/"_s } };
+    const HistoryEntries entries{ { .destination = u"ftp://b/"_s },
+                                  {},
+                                  { .destination = u"ftp://a/"_s },
+                                  { .destination = u"ftp://b/"_s },
+                                  { .destination = u"ftp://c/"_s } };
 
     EXPECT_EQ(HistoryRows::destinations(entries, { 0, 1, 2, 3 }), (QStringList{ u"ftp://b/"_s, u"ftp://a/"_s }));
 }
@@ -67,9 +67,9 @@ TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)
     const QTemporaryDir folder;
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
-    const QList<HistoryEntry> entries{ { .path = folder.filePath(u"gone"_s) },
-                                       { .path = folder.path() },
-                                       { .path = file.fileName() } };
+    const HistoryEntries entries{ { .path = folder.filePath(u"gone"_s) },
+                                  { .path = folder.path() },
+                                  { .path = file.fileName() } };
 
     EXPECT_EQ(HistoryRows::present(entries, { 0, 1, 2 }), QList<int>{ 2 });
     EXPECT_TRUE(HistoryRows::isAnyPresent(entries, { 0, 1, 2 }));

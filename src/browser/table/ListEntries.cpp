@@ -52,15 +52,15 @@ std::vector<int> ListEntries::rowsOfArrivals() const
     return rows;
 }
 
-QStringList ListEntries::namesOf(const QStringList& paths) const
+QStringList ListEntries::namesOf(const PathList& paths) const
 {
     QSet<QString> listed;
     for (const ListingEntry& entry : m_contents.entries) {
         listed.insert(localName(entry));
     }
     QStringList names;
-    for (const QString& path : paths) {
-        const QString name = PathText::lastPathComponent(path);
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        const QString name = PathText::lastPathComponent(paths.at(i));
         if (listed.remove(name)) {
             names.append(name);
         }

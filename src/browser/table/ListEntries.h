@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ListingEntry.h"
+#include "PathList.h"
 #include "SortDescriptor.h"
 
 #include <QCollator>
@@ -29,7 +30,7 @@ public:
     int rowOf(const QString& name) const;
     bool contains(const QString& name) const { return rowOf(name) >= 0; }
     /// The names of the local files at @p paths that some item has, each once, in the order of the paths.
-    QStringList namesOf(const QStringList& paths) const;
+    QStringList namesOf(const PathList& paths) const;
 
     void clear() { takeContents(); }
     /// What takes time to destroy when it is large.

@@ -8,12 +8,6 @@
 
 #include <algorithm>
 
-bool namesLocalFiles(const QMimeData& data)
-{
-    const QList<QUrl> urls = data.urls();
-    return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return !localPath(url).isNull(); });
-}
-
 namespace {
 
 /// Whether there is something at @p path that is no folder.
@@ -25,28 +19,20 @@ bool isFile(const QString& path)
 
 } // namespace
 
-QStringList plainLocalFiles(const QMimeData& data)
+bool namesLocalFiles(const QMimeData& data)
 {
-    QStringList files;
-    for (const QUrl& url : data.urls()) {
-        if (const QString path = localPath(url); isFile(path)) {
-            files.append(path);
-        }
-    }
-    return files;
+    const QList<QUrl> urls = data.urls();
+    return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return !localPath(url).isNull(); });
 }
 
-QStringList otherItems(const QMimeData& data, const QStringList& files)
+DroppedItems droppedItems(const QMimeData& data)
 {
-    // Nothing is looked at a second time: it may have changed, and would be in both lists or in none.
-    QStringList items;
-    auto nextFile = files.cbegin();
+    DroppedItems items;
     for (const QUrl& url : data.urls()) {
-        const QString path = localPath(url);
-        if (nextFile != files.cend() && path == *nextFile) {
-            ++nextFile;
+        if (const QString path = localPath(url); isFile(path)) {
+            items.files.append(path);
         } else {
-            items.append(path.isNull() ? url.toDisplayString() : path);
+            items.others.append(path.isNull() ? url.toDisplayString() : path);
         }
     }
     return items;

@@ -37,7 +37,7 @@ TEST_F(DroppedFilesTest, KeepsPlainFilesInTheirOrder)
                      QUrl::fromLocalFile(m_directory.filePath(u"missing"_s)), QUrl::fromLocalFile(second) });
 
     EXPECT_TRUE(namesLocalFiles(m_data));
-    EXPECT_EQ(plainLocalFiles(m_data), (QStringList{ second, first, second }));
+    EXPECT_EQ(droppedItems(m_data).files, (QStringList{ second, first, second }));
 }
 
 TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
@@ -45,7 +45,7 @@ TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
     const QString path = make(u"a b%41#é.txt"_s);
     m_data.setData(u"text/uri-list"_s, QUrl::fromLocalFile(path).toEncoded() + "\r\n");
 
-    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
+    EXPECT_EQ(droppedItems(m_data).files, QStringList{ path });
 }
 
 TEST_F(DroppedFilesTest, FindsFilesWhoseNamesAreNotUtf8)
@@ -53,7 +53,7 @@ TEST_F(DroppedFilesTest, FindsFilesWhoseNamesAreNotUtf8)
     const FileOfBytes file(m_directory.path(), "caf\xe9.txt");
     m_data.setData(u"text/uri-list"_s, "file://" + m_directory.path().toUtf8() + "/caf%E9.txt\r\n");
 
-    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ LocalPath::fromBytes(file.path()) });
+    EXPECT_EQ(droppedItems(m_data).files, QStringList{ LocalPath::fromBytes(file.path()) });
 }
 
 TEST_F(DroppedFilesTest, TheMachineMayBeNamed)
@@ -62,7 +62,7 @@ TEST_F(DroppedFilesTest, TheMachineMayBeNamed)
     m_data.setData(u"text/uri-list"_s, "file://localhost" + path.toUtf8() + "\r\nfile://elsewhere.example/b\r\n");
 
     EXPECT_TRUE(namesLocalFiles(m_data));
-    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ path });
+    EXPECT_EQ(droppedItems(m_data).files, QStringList{ path });
 }
 
 TEST_F(DroppedFilesTest, FollowsLinks)
@@ -76,7 +76,7 @@ TEST_F(DroppedFilesTest, FollowsLinks)
     QFile::link(m_directory.filePath(u"missing"_s), toNothing);
     m_data.setUrls({ QUrl::fromLocalFile(toFile), QUrl::fromLocalFile(toFolder), QUrl::fromLocalFile(toNothing) });
 
-    EXPECT_EQ(plainLocalFiles(m_data), QStringList{ toFile });
+    EXPECT_EQ(droppedItems(m_data).files, QStringList{ toFile });
 }
 
 TEST_F(DroppedFilesTest, OtherDataNamesNoFiles)
@@ -86,20 +86,20 @@ TEST_F(DroppedFilesTest, OtherDataNamesNoFiles)
     EXPECT_FALSE(namesLocalFiles(m_data));
     m_data.setUrls({ QUrl(u"http://host/a"_s) });
     EXPECT_FALSE(namesLocalFiles(m_data));
-    EXPECT_TRUE(plainLocalFiles(m_data).isEmpty());
+    EXPECT_TRUE(droppedItems(m_data).files.isEmpty());
 }
 
-TEST_F(DroppedFilesTest, EachItemIsAFileOrAnotherOneAlsoWhenItGoesMeanwhile)
+TEST_F(DroppedFilesTest, EachItemIsAFileOrAnotherOne)
 {
     const QString file = make(u"a"_s);
     const QString missing = m_directory.filePath(u"missing"_s);
     m_data.setUrls({ QUrl::fromLocalFile(missing), QUrl::fromLocalFile(file), QUrl::fromLocalFile(m_directory.path()),
                      QUrl::fromLocalFile(file), QUrl(u"http://host/a"_s) });
-    const QStringList files = plainLocalFiles(m_data);
-    QFile::remove(file);
-    make(u"missing"_s);
 
-    EXPECT_EQ(otherItems(m_data, files), (QStringList{ missing, m_directory.path(), u"http://host/a"_s }));
+    const auto [files, others] = droppedItems(m_data);
+
+    EXPECT_EQ(files, (QStringList{ file, file }));
+    EXPECT_EQ(others, (QStringList{ missing, m_directory.path(), u"http://host/a"_s }));
 }
 
 } // namespace

@@ -1,0 +1,61 @@
+#include "HistoryEntries.h"
+
+HistoryEntries::HistoryEntries(std::initializer_list<HistoryEntry> entries)
+{
+    for (const HistoryEntry& entry : entries) {
+        append(entry);
+    }
+}
+
+HistoryEntry HistoryEntries::operator[](qsizetype row) const
+{
+    HistoryEntry entry = withoutPath(row);
+    entry.path = m_paths.at(row);
+    return entry;
+}
+
+HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
+{
+    const Row& basis = m_rows[static_cast<size_t>(row)];
+    HistoryEntry entry{ .outcome = basis.outcome, .isManual = basis.isManual, .isQueuedAgain = basis.isQueuedAgain };
+    if (basis.details >= 0) {
+        const Details& details = m_details[static_cast<size_t>(basis.details)];
+        entry.destination = details.destination;
+        entry.size = details.size;
+        entry.durationMs = details.durationMs;
+        entry.listedSize = details.listedSize;
+        entry.status = details.status;
+        entry.reply = details.reply;
+    }
+    return entry;
+}
+
+void HistoryEntries::append(const PathList& files)
+{
+    m_paths.append(files);
+    m_rows.resize(m_rows.size() + static_cast<size_t>(files.size()));
+}
+
+void HistoryEntries::append(const HistoryEntry& entry)
+{
+    append(PathList{ entry.path });
+    set(size() - 1, entry);
+}
+
+void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
+{
+    Row& basis = m_rows[static_cast<size_t>(row)];
+    basis.outcome = entry.outcome;
+    basis.isManual = entry.isManual;
+    basis.isQueuedAgain = entry.isQueuedAgain;
+    const bool hasDetails = !entry.destination.isNull() || entry.size || entry.durationMs || entry.listedSize
+        || !entry.status.isNull() || !entry.reply.isNull();
+    if (basis.details < 0 && hasDetails) {
+        basis.details = static_cast<int>(m_details.size());
+        m_details.emplace_back();
+    }
+    if (basis.details >= 0) {
+        m_details[static_cast<size_t>(basis.details)]
+            = { entry.destination, entry.size, entry.durationMs, entry.listedSize, entry.status, entry.reply };
+    }
+}
