@@ -8,6 +8,7 @@ struct FTPTimeouts {
     std::chrono::milliseconds login = std::chrono::seconds(120); ///< For another login to end and ours to stand.
     /// For all replies of a set-up together; likewise for those to the command that it is for, until data moves.
     std::chrono::milliseconds reply = std::chrono::seconds(60);
+    std::chrono::milliseconds careful = std::chrono::seconds(30); ///< For each reply, where the library is careful.
     std::chrono::milliseconds stalledData = std::chrono::seconds(60); ///< Without a byte moving.
     std::chrono::milliseconds slowListing = std::chrono::seconds(60); ///< In which a listing has to bring 1 KiB.
     std::chrono::milliseconds confirmation = std::chrono::seconds(300); ///< For the final reply after the data.

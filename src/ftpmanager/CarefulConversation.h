@@ -16,9 +16,7 @@ class ControlSocket;
 /// Blocking, for a worker thread.
 class CarefulConversation {
 public:
-    /// So long a server may say nothing.
-    static constexpr std::chrono::seconds longestSilence{ 30 };
-    /// And so long when all is decided and QUIT is said.
+    /// So long a server may say nothing when all is decided and QUIT is said.
     static constexpr std::chrono::seconds quitGrace{ 2 };
 
     /// @p socket is connected, and outlives the conversation. Its silence limit is the caller's, from the connection

@@ -59,7 +59,8 @@ public:
     /// and one that changes something is carried out whatever becomes of the folder change before it. A careful one
     /// sends the same commands, but the one that changes something only when the login and the folder have been
     /// accepted, and QUIT last; a server that says nothing for 30 seconds ends it. Transfers, listings and new folders
-    /// wait like this anyway, and say QUIT when they are careful.
+    /// wait like this anyway, and say QUIT when they are careful; so long they then wait for all replies of the login
+    /// and the folder together, and likewise for those to the command.
     bool isCareful() const;
     void setCareful(bool isCareful);
 

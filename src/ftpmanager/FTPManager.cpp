@@ -14,6 +14,7 @@
 
 #include <QUrl>
 
+#include <algorithm>
 #include <functional>
 
 using namespace Qt::StringLiterals;
@@ -32,6 +33,15 @@ template <typename Result> Result onWorkerThread(const std::function<Result()>& 
 bool leavesFolder(const QString& name)
 {
     return name.contains(QChar::Null) || name.split(u'/').contains(u".."_s);
+}
+
+/// @p timeouts as they hold for @p server.
+FTPTimeouts limitsFor(const FMServer& server, FTPTimeouts timeouts)
+{
+    if (server.isCareful()) {
+        timeouts.reply = std::min(timeouts.reply, timeouts.careful);
+    }
+    return timeouts;
 }
 
 /// Has @p engine connect to the address that @p server gives, if it gives one.
@@ -68,7 +78,7 @@ Result FTPManager::runOnStreams(const FMServer& server, const std::function<Resu
         return onWorkerThread(operation);
     }
     return onWorkerThread<Result>([this, &server, &operation] {
-        FTPEngine engine(m_timeouts);
+        FTPEngine engine(limitsFor(server, m_timeouts));
         useAddress(engine, server);
         EngineStreamFactory streams(engine);
         m_streams = &streams;

@@ -144,8 +144,7 @@ bool FTPManager::_ftpActionForServer(const FMServer& server, const QByteArray& c
         socket.setTimeLimit(limit);
     }
     if (server.isCareful()) {
-        socket.setSilenceLimit(
-            std::min<std::chrono::milliseconds>(CarefulConversation::longestSilence, m_timeouts.reply));
+        socket.setSilenceLimit(m_timeouts.careful);
     }
     const bool isReady = prepare(socket, server);
     std::optional<QString> answers;

@@ -15,6 +15,7 @@ TEST(FTPTimeoutsTest, TheLimitsAreTheDocumentedOnes)
     EXPECT_EQ(limits.connect, 30s);
     EXPECT_EQ(limits.login, 120s);
     EXPECT_EQ(limits.reply, 60s);
+    EXPECT_EQ(limits.careful, 30s);
     EXPECT_EQ(limits.slowListing, 60s);
     EXPECT_EQ(limits.loginReason, 5s);
     EXPECT_EQ(limits.stalledData, 60s);

@@ -783,6 +783,26 @@ TEST(CarefulConversationTest, AnItemIsDeletedAsWhatItIsSaidToBe)
     EXPECT_EQ(sentBy(asFolder), "USER user\r\nPASS word\r\nRMD v1.2\r\nQUIT\r\n"_ba);
 }
 
+TEST(CarefulConversationTest, AServerThatSaysNothingEndsEveryOperation)
+{
+    FTPTimeouts timeouts;
+    timeouts.careful = 100ms;
+    for (const auto& operation : std::vector<std::function<bool(FTPManager&, const FMServer*)>>{
+             [](FTPManager&manager, const FMServer*server) { return manager.deleteFileNamed(u"a.txt"_s, server); },
+             [](FTPManager&manager, const FMServer*server) { return manager.createNewFolder(u"a"_s, server); },
+             [](FTPManager&manager, const FMServer*server) { return manager.checkLogin(server); } }) {
+        std::promise<void> hasEnded;
+        const ControlServer server([&hasEnded](ControlPeer& /*peer*/) { hasEnded.get_future().wait(); });
+        FTPManager manager(timeouts);
+        const auto start = std::chrono::steady_clock::now();
+
+        EXPECT_FALSE(operation(manager, carefulRecordFor(server).get()));
+
+        EXPECT_LT(std::chrono::steady_clock::now() - start, timeouts.reply / 2);
+        hasEnded.set_value();
+    }
+}
+
 TEST(CarefulConversationTest, WhatIsSaidBesideAnAcceptedCommandDoesNotUndoIt)
 {
     for (const QByteArray& answers : { "250-gone\r\n500 files are left\r\n250 gone\r\n221 bye\r\n"_ba,

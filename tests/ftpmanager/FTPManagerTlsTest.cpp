@@ -1,6 +1,5 @@
 // Operations with a record that requires encryption.
 
-#include "CarefulConversation.h"
 #include "ControlServer.h"
 #include "FTPManager.h"
 #include "FakeFTPStream.h"
@@ -222,7 +221,6 @@ TEST_F(FTPManagerTlsTest, AServerThatIsSilentBeforeTheConversationLeavesNothingU
 
 TEST_F(FTPManagerTlsTest, ACarefulConversationEndsWhateverTheServerIsSilentAt)
 {
-    EXPECT_EQ(CarefulConversation::longestSilence, 30s);
     for (const char* said : { "", "220 hello\r\n", "220 hello\r\n234 go on\r\n" }) {
         SCOPED_TRACE(said);
         std::promise<void> hasFailed;
@@ -233,7 +231,7 @@ TEST_F(FTPManagerTlsTest, ACarefulConversationEndsWhateverTheServerIsSilentAt)
         const auto record = recordFor(server);
         record->setCareful(true);
         FTPTimeouts timeouts;
-        timeouts.reply = 50ms; // The shorter of the two holds.
+        timeouts.careful = 50ms;
         FTPManager manager(timeouts);
 
         EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, record.get()));

@@ -19,6 +19,7 @@ inline FTPTimeouts shortTimeouts()
     FTPTimeouts timeouts = usualTimeouts();
     timeouts.connect = 150ms;
     timeouts.reply = 150ms;
+    timeouts.careful = 150ms;
     timeouts.stalledData = 150ms;
     timeouts.confirmation = 150ms;
     timeouts.reason = 300ms;
