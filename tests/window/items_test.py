@@ -229,40 +229,57 @@ class Leftovers(TwoFolders):
         self.assert_all_photos_are_there()
 
 
-class ChangesOnVsftpd(Changes, WindowTest):
-    make = "vsftpd"
+class OtherRows(TwoFolders):
+    """Nothing is deleted in mistake for rows that are of another folder, or that did not come."""
+
+    def test_a_listing_that_does_not_come_leaves_nothing_to_delete(self):
+        self.make_two_folders()
+        self.place = "old"
+        program = self.start_listed(FTPFolder="old")
+        self.bring_to_front(program)
+        row = program.cell("Destination folder", 0, 0)
+        self.server.stand_still()
+        self.addCleanup(self.server.go_on)
+
+        self.settings(FTPFolder="new")
+        wait_for(lambda: any(title.endswith("/new/") for title in program.titles()), "the title")
+        self.bring_to_front(program)
+        self.desktop.click(row)
+        self.desktop.key("Delete")
+
+        self.assert_no_more_sheets(program)
+        self.assertFalse(program.is_enabled("Delete"))
+        self.server.go_on()
+        self.wait_for_listing(program, "new")
+        self.assert_all_photos_are_there()
+
+    def test_the_question_says_so_when_another_folder_than_the_destination_is_listed(self):
+        self.make_two_folders()
+        program = self.start_listed()
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+m")
+        program.enter("Manual destination", "old")
+        program.press("Start/Stop List")
+        wait_for(lambda: self.names(program) == ["photo.jpg"], "the other folder")
+
+        self.bring_to_front(program)
+        self.select(program, "photo.jpg")
+        self.desktop.key("Delete")
+        question = wait_for(program.sheet, "the question")
+
+        self.assertEqual(question[:2], ["Delete Item", 'Are you sure you want to delete "photo.jpg"?'])
+        self.assertEqual(question[2::2], ["Deleted from:", "Listed is:"])
+        self.assertEqual(question[5], question[3] + "old/")
+        self.desktop.key("space")
+        wait_for(lambda: program.sheet() is None, "the question to go")
+        self.assert_no_more_sheets(program)
+        self.assert_all_photos_are_there()
 
 
-class ChangesOnProftpd(Changes, WindowTest):
-    make = "proftpd"
-
-
-class ChangesOnPyftpdlib(Changes, WindowTest):
-    make = "pyftpdlib"
-
-
-class StrangersOnVsftpd(Strangers, WindowTest):
-    make = "vsftpd"
-
-
-class StrangersOnProftpd(Strangers, WindowTest):
-    make = "proftpd"
-
-
-class StrangersOnPyftpdlib(Strangers, WindowTest):
-    make = "pyftpdlib"
-
-
-class LeftoversOnVsftpd(Leftovers, WindowTest):
-    make = "vsftpd"
-
-
-class LeftoversOnProftpd(Leftovers, WindowTest):
-    make = "proftpd"
-
-
-class LeftoversOnPyftpdlib(Leftovers, WindowTest):
-    make = "pyftpdlib"
+for tests in (Changes, Strangers, Leftovers, OtherRows):
+    for make in ("vsftpd", "proftpd", "pyftpdlib"):
+        name = f"{tests.__name__}On{make.capitalize()}"
+        globals()[name] = type(name, (tests, WindowTest), {"make": make})
 
 
 if __name__ == "__main__":

@@ -1,10 +1,13 @@
 """A real FTP server of one make on loopback, with a folder of its own: on port 21, or encrypted on a free port."""
 
+import contextlib
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+from pathlib import Path
 
 SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers", "real_server.py")
 
@@ -41,6 +44,27 @@ class RealFTPServer:
         """Starts again, on the same port, with another certificate and another password."""
         self._stop()
         self._start(["--tls", pem])
+
+    def stand_still(self):
+        """Says nothing until go_on()."""
+        self._signal(signal.SIGSTOP)
+
+    def go_on(self):
+        self._signal(signal.SIGCONT)
+
+    def _signal(self, number):
+        """Sends it to the server's processes, sessions included."""
+        children = {}
+        for status in Path("/proc").glob("[0-9]*/stat"):
+            with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+                parent = status.read_text(errors="replace").rpartition(")")[2].split()[1]
+                children.setdefault(int(parent), []).append(int(status.parent.name))
+        found = [self._process.pid]
+        for process in found:
+            found += children.get(process, [])
+        for process in found:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(process, number)
 
     def close(self):
         self._stop()
