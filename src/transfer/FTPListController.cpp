@@ -3,6 +3,7 @@
 #include "MacRoman.h"
 #include "NetworkManager.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -67,6 +68,11 @@ void FTPListController::receiveDidStopWithStatus(const QString& status)
 
 ListingEntry FTPListController::entryByReencodingNameInEntry(ListingEntry entry, QStringConverter::Encoding encoding)
 {
+    const bool isAscii
+        = std::all_of(entry.name.cbegin(), entry.name.cend(), [](QChar unit) { return unit.unicode() < 0x80; });
+    if (isAscii && encoding == QStringConverter::Utf8) {
+        return entry; // Most names are.
+    }
     const std::optional<QByteArray> bytes = entry.name.isNull() ? std::nullopt : toMacRoman(entry.name);
     if (bytes) {
         // A byte order mark at the beginning of a name is part of the name.

@@ -3,6 +3,7 @@
 #include "ListingColumns.h"
 #include "ListingMonths.h"
 
+#include <QCalendar>
 #include <QTimeZone>
 
 #include <algorithm>
@@ -138,11 +139,11 @@ bool atColumnEnd(QByteArrayView text)
 /// Gives @p time the newest year in which its day exists and lies at most a day after @p now.
 bool chooseYear(CivilTime& time, const QDateTime& now)
 {
-    const QDate today = now.date();
+    const QCalendar::YearMonthDay today = QCalendar().partsFromDate(now.date());
     const QTime clock = now.time();
-    const std::optional<qint64> present = civilMSecs({ .year = today.year(),
-                                                       .month = today.month(),
-                                                       .day = today.day(),
+    const std::optional<qint64> present = civilMSecs({ .year = today.year,
+                                                       .month = today.month,
+                                                       .day = today.day,
                                                        .hour = clock.hour(),
                                                        .minute = clock.minute(),
                                                        .second = clock.second() });
@@ -150,7 +151,7 @@ bool chooseYear(CivilTime& time, const QDateTime& now)
         return false;
     }
     // Eight years: between two leap years there may be as many.
-    for (time.year = today.year() + 1; time.year >= today.year() - 8; --time.year) {
+    for (time.year = today.year + 1; time.year >= today.year - 8; --time.year) {
         const std::optional<qint64> candidate = civilMSecs(time);
         if (candidate && *candidate <= *present + msecsPerDay) {
             return true;

@@ -120,8 +120,8 @@ int listingMonth(QByteArrayView word)
     if (word.endsWith('.')) {
         word.chop(1);
     }
-    if (word.size() < 3 || word.size() > longestMonth) {
-        return 0;
+    if (word.size() < 3 || word.size() > longestMonth || (word.front() >= '0' && word.front() <= '9')) {
+        return 0; // Most words that stand where a month might are numbers.
     }
     if (word.size() == 3) {
         if (const int month = englishMonth(word); month != 0) {
