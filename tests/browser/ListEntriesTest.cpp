@@ -1,10 +1,12 @@
 #include "Entries.h"
 #include "Printers.h"
+#include "TableColumns.h"
 
 #include <QLocale>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 using namespace Qt::StringLiterals;
@@ -177,6 +179,64 @@ TEST_F(ListEntriesTest, WhatLacksTheKeyComesFirst)
     EXPECT_EQ(namesOf(m_entries), (QStringList{ QString(), u"a"_s }));
     m_entries.sort({ { .key = u"Name"_s, .ascending = false } });
     EXPECT_EQ(namesOf(m_entries), (QStringList{ u"a"_s, QString() }));
+}
+
+TEST_F(ListEntriesTest, AnOrderMadeBesideTheListIsThatOfSortingIt)
+{
+    std::mt19937 random(3);
+    for (int i = 0; i < 3000; ++i) {
+        ListingEntry entry = fileEntry(QString::number(random() % 500), static_cast<qint64>(random() % 7));
+        entry.modDate = static_cast<qint64>(random() % 7);
+        entry.mode = static_cast<int>(random() % 7);
+        add({ entry });
+    }
+    for (const QString& key : TableColumns::all) {
+        for (const bool isAscending : { true, false }) {
+            const SortDescriptor wanted{ .key = key, .ascending = isAscending };
+            ListEntries::PreparedOrder order = m_entries.orderMaker({ wanted })();
+            m_entries.sort({ wanted });
+            for (int row = 0; row < 3000; ++row) {
+                ASSERT_EQ(order.arrivals[static_cast<size_t>(row)], m_entries.arrivalAt(row)) << key.toStdString();
+            }
+        }
+    }
+}
+
+TEST_F(ListEntriesTest, SortingTakesAnOrderThatWasMadeForItAndOnlyThatOne)
+{
+    addFiles({ u"c"_s, u"a"_s, u"b"_s });
+    const SortDescriptor bySize{ .key = u"Size"_s };
+    const auto prepare = [this, &bySize] {
+        ListEntries::PreparedOrder order = m_entries.orderMaker({ bySize })();
+        std::ranges::reverse(order.arrivals); // No order that sorting would make.
+        m_entries.setPreparedOrder(std::move(order));
+    };
+
+    prepare();
+    m_entries.sort({ bySize });
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s }));
+
+    m_entries.sort({});
+    prepare();
+    m_entries.sort({ { .key = u"Date"_s } });
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"a"_s, u"b"_s, u"c"_s }));
+
+    prepare();
+    addFiles({ u"d"_s });
+    m_entries.sort({ bySize });
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"a"_s, u"b"_s, u"c"_s, u"d"_s }));
+}
+
+TEST_F(ListEntriesTest, WhatMakesAnOrderNeedsTheListNoMore)
+{
+    addFiles({ u"b"_s, u"c"_s, u"a"_s });
+    const auto makeByName = m_entries.orderMaker({ { .key = u"Name"_s, .ascending = false } });
+    const auto makeBySize = m_entries.orderMaker({ { .key = u"Size"_s } });
+    m_entries.clear();
+    addFiles({ u"other"_s });
+
+    EXPECT_EQ(makeByName().arrivals, (std::vector{ 1, 0, 2 }));
+    EXPECT_EQ(makeBySize().arrivals, (std::vector{ 2, 0, 1 }));
 }
 
 TEST_F(ListEntriesTest, ContainsComparesNamesExactly)

@@ -6,6 +6,7 @@
 #include "TableColumns.h"
 #include "WaitFor.h"
 
+#include <QElapsedTimer>
 #include <QFontDatabase>
 #include <QHeaderView>
 #include <QScrollBar>
@@ -391,6 +392,51 @@ TEST_F(ListingTableTest, ItemsThatComeRightAfterAPictureWaitForTheNextOne)
     EXPECT_GE(m_model.rowCount(), 3);
     EXPECT_LE(m_table.findChild<QTimer*>()->interval(), 80); // Twelve a second.
     EXPECT_TRUE(waitFor([this] { return m_table.updatesEnabled(); }));
+}
+
+TEST_F(ListingTableTest, TheEndOfAListingThatHasTakenLongIsShownAtOnce)
+{
+    m_model.clear();
+    QElapsedTimer sinceEmptied;
+    sinceEmptied.start();
+    ASSERT_TRUE(waitFor([&sinceEmptied] { return sinceEmptied.hasExpired(100); }));
+    addRightAfterAPicture();
+
+    m_table.listingEnded();
+
+    EXPECT_TRUE(m_table.updatesEnabled());
+}
+
+TEST_F(ListingTableTest, TheEndOfAShortListingWaitsForTheNextPicture)
+{
+    ASSERT_TRUE(waitFor([this] {
+        m_model.clear();
+        m_model.add(numbered(0, 3));
+        paint();
+        m_table.listingEnded();
+        return !m_table.updatesEnabled(); // Unless the machine was too slow for that.
+    }));
+}
+
+TEST_F(ListingTableTest, AClickOnATitleSortsVeryManyRowsBesideTheLoop)
+{
+    const auto firstName = [this] { return m_model.entries().at(0).name; };
+    m_model.add(numbered(0, ListingTable::mostRowsSortedInATurn + 1));
+    m_table.selectRow(1);
+
+    m_table.horizontalHeader()->setSortIndicator(0, Qt::DescendingOrder);
+    EXPECT_EQ(firstName(), u"file 0000"_s);
+    EXPECT_TRUE(waitFor([&firstName] { return firstName() == u"file 99999"_s; }));
+    EXPECT_EQ(selectedName(), u"file 0001"_s);
+
+    // The last of two clicks counts.
+    m_table.horizontalHeader()->setSortIndicator(1, Qt::DescendingOrder);
+    m_table.horizontalHeader()->setSortIndicator(0, Qt::AscendingOrder);
+    EXPECT_TRUE(waitFor([&firstName] { return firstName() == u"file 0000"_s; }));
+
+    m_table.horizontalHeader()->setSortIndicator(0, Qt::DescendingOrder);
+    m_table.sortDescriptorsDidChange();
+    EXPECT_EQ(firstName(), u"file 99999"_s);
 }
 
 TEST_F(ListingTableTest, WhoeverUsesTheTableSeesItAtOnce)

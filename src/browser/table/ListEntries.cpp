@@ -4,7 +4,6 @@
 #include "PathText.h"
 #include "TableColumns.h"
 
-#include <QLocale>
 #include <QSet>
 
 #include <algorithm>
@@ -16,11 +15,44 @@ namespace {
 /// In characters. No file system has longer names; to compare the whole of those that a server makes up takes long.
 constexpr qsizetype longestComparedName = 4096;
 
-/// Compares as the user's language does. The C locale compares character codes, which is no order for people.
-QCollator userCollator()
+/// An item that is being sorted. Values lie side by side: to look each up in its item whenever two are compared takes
+/// longer than all the rest.
+template <typename Value> struct Fresh {
+    Value value;
+    int number;
+};
+
+template <typename Value> auto comparison(bool isAscending)
 {
-    const QLocale locale = QLocale().collation();
-    return QCollator(locale.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : locale);
+    return [isAscending](const Value& left, const Value& right) { return isAscending ? left < right : right < left; };
+}
+
+/// The items with the numbers from @p begin to @p end, sorted by the values that @p key answers of them. Equal ones
+/// keep their order.
+template <typename Key, typename Iterator> auto sortedBy(const Key& key, Iterator begin, Iterator end, bool isAscending)
+{
+    using Value = decltype(key(0));
+    std::vector<Fresh<Value>> items;
+    items.reserve(static_cast<size_t>(end - begin));
+    std::transform(begin, end, std::back_inserter(items), [&key](int number) {
+        return Fresh<Value>{ key(number), number };
+    });
+    std::stable_sort(items.begin(), items.end(),
+                     [isBefore = comparison<Value>(isAscending)](const auto& left, const auto& right) {
+                         return isBefore(left.value, right.value);
+                     });
+    return items;
+}
+
+/// Has @p key put @p order in order.
+template <typename Key> std::function<ListEntries::PreparedOrder()> makerOf(ListEntries::PreparedOrder order, Key key)
+{
+    return [order = std::move(order), key = std::move(key)]() mutable {
+        std::vector<int>& numbers = order.arrivals;
+        const auto items = sortedBy(key, numbers.begin(), numbers.end(), order.descriptor.ascending);
+        std::transform(items.begin(), items.end(), numbers.begin(), [](const auto& item) { return item.number; });
+        return std::move(order);
+    };
 }
 
 SortDescriptor firstOf(const QList<SortDescriptor>& descriptors)
@@ -28,18 +60,10 @@ SortDescriptor firstOf(const QList<SortDescriptor>& descriptors)
     return descriptors.isEmpty() ? SortDescriptor{ .key = TableColumns::name } : descriptors.first();
 }
 
-/// The key of a name, compared where it is.
-struct NameKey {
-    const QCollatorSortKey* key;
-
-    friend bool operator<(NameKey left, NameKey right) { return *left.key < *right.key; }
-};
-
 } // namespace
 
 ListEntries::ListEntries()
     : m_descriptor(firstOf({}))
-    , m_collator(userCollator())
 {
 }
 
@@ -79,59 +103,56 @@ ListEntries::Contents ListEntries::takeContents()
 {
     m_order.clear();
     m_sortedCount = 0;
+    ++m_revision;
     return std::exchange(m_contents, {});
 }
 
 void ListEntries::append(const QList<ListingEntry>& batch)
 {
+    ++m_revision;
     m_contents.entries.insert(m_contents.entries.end(), batch.begin(), batch.end());
     for (const ListingEntry& entry : batch) {
-        m_contents.nameKeys.push_back(m_collator.sortKey(entry.name.left(longestComparedName)));
+        m_contents.nameKeys.append(m_collator.keyOf(QStringView(entry.name).left(longestComparedName)));
         m_order.push_back(static_cast<int>(m_order.size()));
     }
 }
 
-void ListEntries::mergeAppended()
+template <typename Use> auto ListEntries::withKeyOf(const QString& column, Use use) const
 {
     // What has no such value comes before what has one.
     const auto valueOf
         = [this](auto ListingEntry::*value) { return [this, value](int number) { return arrival(number).*value; }; };
-    if (m_descriptor.key == TableColumns::name) {
-        mergeAppendedBy([this](int number) { return NameKey{ &m_contents.nameKeys[static_cast<size_t>(number)] }; });
-    } else if (m_descriptor.key == TableColumns::size) {
-        mergeAppendedBy(valueOf(&ListingEntry::size));
-    } else if (m_descriptor.key == TableColumns::type) {
-        mergeAppendedBy(valueOf(&ListingEntry::type));
-    } else if (m_descriptor.key == TableColumns::date) {
-        mergeAppendedBy(valueOf(&ListingEntry::modDate));
-    } else {
-        mergeAppendedBy(valueOf(&ListingEntry::mode));
+    if (column == TableColumns::name) {
+        return use([this](int number) { return m_contents.nameKeys[number]; });
     }
+    if (column == TableColumns::size) {
+        return use(valueOf(&ListingEntry::size));
+    }
+    if (column == TableColumns::type) {
+        return use(valueOf(&ListingEntry::type));
+    }
+    if (column == TableColumns::date) {
+        return use(valueOf(&ListingEntry::modDate));
+    }
+    return use(valueOf(&ListingEntry::mode));
+}
+
+void ListEntries::mergeAppended()
+{
+    withKeyOf(m_descriptor.key, [this](const auto& key) { mergeAppendedBy(key); });
+    ++m_revision;
 }
 
 template <typename Key> void ListEntries::mergeAppendedBy(Key key)
 {
-    const auto isBefore = [isAscending = m_descriptor.ascending](const auto& left, const auto& right) {
-        return isAscending ? left < right : right < left;
-    };
-    struct Fresh {
-        decltype(key(0)) value;
-        int number;
-    };
-    // Values side by side: to look each up in its item whenever two are compared takes longer than all the rest.
     const auto sortedEnd = m_order.begin() + m_sortedCount;
-    std::vector<Fresh> fresh;
-    fresh.reserve(static_cast<size_t>(m_order.end() - sortedEnd));
-    std::transform(sortedEnd, m_order.end(), std::back_inserter(fresh), [&key](int number) {
-        return Fresh{ key(number), number };
-    });
-    std::stable_sort(fresh.begin(), fresh.end(),
-                     [&isBefore](const Fresh& left, const Fresh& right) { return isBefore(left.value, right.value); });
+    auto fresh = sortedBy(key, sortedEnd, m_order.end(), m_descriptor.ascending);
     // From the end to the beginning, so that each sorted row moves once; a fresh item goes behind its equals.
+    const auto isBefore = comparison<decltype(key(0))>(m_descriptor.ascending);
     auto from = sortedEnd;
     auto to = m_order.end();
     for (; !fresh.empty(); fresh.pop_back()) {
-        const Fresh& item = fresh.back();
+        const auto& item = fresh.back();
         const auto place = std::upper_bound(m_order.begin(), from, item.value,
                                             [&](const auto& value, int row) { return isBefore(value, key(row)); });
         to = std::move_backward(place, from, to);
@@ -139,6 +160,24 @@ template <typename Key> void ListEntries::mergeAppendedBy(Key key)
         *--to = item.number;
     }
     m_sortedCount = static_cast<ptrdiff_t>(m_order.size());
+}
+
+std::function<ListEntries::PreparedOrder()> ListEntries::orderMaker(const QList<SortDescriptor>& descriptors) const
+{
+    const SortDescriptor wanted = firstOf(descriptors);
+    PreparedOrder order{ .descriptor = wanted, .revision = m_revision, .arrivals = m_order };
+    if (wanted.key == TableColumns::name) {
+        return makerOf(std::move(order), [keys = m_contents.nameKeys](int number) { return keys[number]; });
+    }
+    return withKeyOf(wanted.key, [this, &order](const auto& key) {
+        std::vector<decltype(key(0))> values;
+        values.reserve(m_order.size());
+        for (int number = 0; number < static_cast<int>(m_order.size()); ++number) {
+            values.push_back(key(number));
+        }
+        return makerOf(std::move(order),
+                       [values = std::move(values)](int number) { return values[static_cast<size_t>(number)]; });
+    });
 }
 
 void ListEntries::sort(const QList<SortDescriptor>& descriptors)
@@ -152,7 +191,14 @@ void ListEntries::sort(const QList<SortDescriptor>& descriptors)
         m_descriptor = wanted;
         m_sortedCount = 0;
     }
-    mergeAppended();
+    if (auto prepared = std::exchange(m_prepared, std::nullopt);
+        prepared && prepared->descriptor == wanted && prepared->revision == m_revision) {
+        m_order = std::move(prepared->arrivals);
+        m_sortedCount = static_cast<ptrdiff_t>(m_order.size());
+        ++m_revision;
+    } else {
+        mergeAppended();
+    }
 }
 
 bool ListEntries::isSortedBy(const QList<SortDescriptor>& descriptors) const

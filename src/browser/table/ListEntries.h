@@ -1,13 +1,15 @@
 #pragma once
 
 #include "ListingEntry.h"
+#include "NameKeys.h"
 #include "PathList.h"
 #include "SortDescriptor.h"
 
-#include <QCollator>
 #include <QList>
 
 #include <deque>
+#include <functional>
+#include <optional>
 #include <vector>
 
 /// The items of a listing in the order in which a table shows them. 100,000 of them stay quick: an item is stored once,
@@ -36,7 +38,7 @@ public:
     /// What takes time to destroy when it is large.
     struct Contents {
         std::deque<ListingEntry> entries;
-        std::deque<QCollatorSortKey> nameKeys;
+        NameKeys nameKeys;
     };
     /// Clears the list and answers what it held.
     Contents takeContents();
@@ -47,16 +49,31 @@ public:
     /// Sorts by the first of @p descriptors, by name without one. Items that compare as equal keep their order. A key
     /// that is no column's title leaves the list empty, and what comes later in its present order.
     void sort(const QList<SortDescriptor>& descriptors);
+    /// The order that sort() would make of the list as it is.
+    struct PreparedOrder {
+        SortDescriptor descriptor;
+        quint64 revision = 0; ///< Of the list.
+        std::vector<int> arrivals; ///< Row by row.
+    };
+    /// What makes that order. It has all that it uses, and may be called in another thread, once, whatever becomes of
+    /// the list.
+    std::function<PreparedOrder()> orderMaker(const QList<SortDescriptor>& descriptors) const;
+    /// Has the next sort() take @p order instead of making it, provided that it is about that one and this list.
+    void setPreparedOrder(PreparedOrder order) { m_prepared = std::move(order); }
     /// Whether sort() would change nothing.
     bool isSortedBy(const QList<SortDescriptor>& descriptors) const;
 
 private:
+    /// Calls @p use with a function that answers the value of an arrival that @p column shows.
+    template <typename Use> auto withKeyOf(const QString& column, Use use) const;
     /// @p key answers the value of an arrival that the rows are sorted by.
     template <typename Key> void mergeAppendedBy(Key key);
 
     Contents m_contents; ///< In the order of their arrival. What has come is never moved by what comes.
     std::vector<int> m_order; ///< Row by row the number of an arrival.
     ptrdiff_t m_sortedCount = 0; ///< How many rows at the beginning are sorted.
+    quint64 m_revision = 0; ///< Another one after each change of the items or their order.
+    std::optional<PreparedOrder> m_prepared;
     SortDescriptor m_descriptor;
-    QCollator m_collator;
+    NameCollator m_collator;
 };

@@ -15,9 +15,7 @@ using namespace Qt::StringLiterals;
 void ListingModel::clear()
 {
     beginResetModel();
-    ListEntries::Contents remains = m_entries.takeContents();
-    m_remains.take(std::move(remains.entries));
-    m_remains.take(std::move(remains.nameKeys));
+    m_remains.take(m_entries.takeContents().entries);
     endResetModel();
 }
 
@@ -45,6 +43,19 @@ void ListingModel::sortListEntriesWithDescriptors(const QList<SortDescriptor>& d
         m_entries.sort(descriptors);
         endResetModel();
     }
+}
+
+void ListingModel::prepareSorting(const QList<SortDescriptor>& descriptors, std::function<void()> then)
+{
+    const auto order = std::make_shared<ListEntries::PreparedOrder>();
+    m_preparation = std::make_unique<WorkerCall>([order, make = m_entries.orderMaker(descriptors)] {
+        *order = make();
+        return true;
+    });
+    connect(m_preparation.get(), &WorkerCall::answered, this, [this, order, then = std::move(then)] {
+        m_entries.setPreparedOrder(std::move(*order));
+        then();
+    });
 }
 
 template <typename Change> void ListingModel::reorder(Change change)

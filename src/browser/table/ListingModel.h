@@ -2,8 +2,12 @@
 
 #include "GradualRelease.h"
 #include "ListEntries.h"
+#include "WorkerCall.h"
 
 #include <QAbstractTableModel>
+
+#include <functional>
+#include <memory>
 
 /// The listing as the model of a table view. A selection stays on its items while others come and while the order
 /// changes. Belongs to the main thread.
@@ -20,6 +24,10 @@ public:
     void sortListEntriesByNameAscending() { sortListEntriesWithDescriptors({}); }
     /// Sorts by the first of @p descriptors, by name without one; see ListEntries::sort().
     void sortListEntriesWithDescriptors(const QList<SortDescriptor>& descriptors);
+
+    /// Makes the order for the same call beside the loop, so that the call finds it when the list is still as it is.
+    /// Then @p then is called, from the loop, unless another order is wanted meanwhile.
+    void prepareSorting(const QList<SortDescriptor>& descriptors, std::function<void()> then);
 
     qsizetype numberOfRowsInTableView() const { return m_entries.size(); }
     /// What the column titled @p column shows in @p row; invalid where there is nothing to show.
@@ -40,4 +48,5 @@ private:
 
     ListEntries m_entries;
     GradualRelease m_remains; ///< Of lists that were cleared.
+    std::unique_ptr<WorkerCall> m_preparation; ///< The last one; it may be over.
 };

@@ -60,7 +60,7 @@ void ListingTable::setListing(ListingModel& model)
     // A view that is reset drops its selection without a word.
     connect(&model, &QAbstractItemModel::modelReset, this, &ListingTable::tableViewSelectionDidChange);
     connect(&model, &QAbstractItemModel::layoutChanged, this, &ListingTable::restorePlace);
-    connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, &ListingTable::sortDescriptorsDidChange);
+    connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, &ListingTable::orderChosen);
     setDefaultWidths();
 }
 
@@ -92,6 +92,15 @@ QList<SortDescriptor> ListingTable::sortDescriptors() const
 void ListingTable::sortDescriptorsDidChange()
 {
     m_listing->sortListEntriesWithDescriptors(sortDescriptors());
+}
+
+void ListingTable::orderChosen()
+{
+    if (m_listing->rowCount() > mostRowsSortedInATurn) {
+        m_listing->prepareSorting(sortDescriptors(), [this] { sortDescriptorsDidChange(); });
+    } else {
+        sortDescriptorsDidChange();
+    }
 }
 
 int ListingTable::selectedRow() const
@@ -128,6 +137,7 @@ void ListingTable::resizeEvent(QResizeEvent* event)
 
 void ListingTable::keepPlace()
 {
+    m_sinceEmptied.start();
     if (m_listing->entries().isEmpty()) {
         return; // What is wanted from the list before stays wanted.
     }
@@ -145,7 +155,9 @@ void ListingTable::restorePlace()
 
 void ListingTable::listingEnded()
 {
-    showSoon();
+    // What has taken long is awaited, and listings that take long do not end often.
+    const bool hasTakenLong = m_sinceEmptied.isValid() && m_sinceEmptied.hasExpired(pictureInterval.count());
+    hasTakenLong ? showAgain() : showSoon();
     updateGeometries();
     m_place->end();
 }

@@ -19,6 +19,9 @@ class ListingTable final : public TextTable {
     Q_OBJECT
 
 public:
+    /// More take so long that a click on a title sorts them beside the loop.
+    static constexpr int mostRowsSortedInATurn = 100'000;
+
     explicit ListingTable(QWidget* parent = nullptr);
 
     /// @p model outlives the table.
@@ -64,6 +67,7 @@ protected:
 
 private:
     void setUpHeaders();
+    void orderChosen();
     void setDefaultWidths();
     void placeStopButton();
     void keepPlace();
@@ -77,4 +81,5 @@ private:
     QTimer m_hold{ this }; ///< Runs while the old picture stays.
     TableDragAndDrop m_dragAndDrop{ *this };
     QElapsedTimer m_sincePicture; ///< Since the table was last painted.
+    QElapsedTimer m_sinceEmptied; ///< Since the list was last emptied, which is how a listing begins.
 };

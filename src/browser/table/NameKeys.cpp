@@ -34,9 +34,9 @@ NameCollator::NameCollator()
 {
 }
 
-NameCollator::~NameCollator()
+void NameCollator::Closer::operator()(UCollator* collator) const
 {
-    ucol_close(m_collator);
+    ucol_close(collator);
 }
 
 QByteArrayView NameCollator::keyOf(QStringView name)
@@ -46,7 +46,7 @@ QByteArrayView NameCollator::keyOf(QStringView name)
         return m_key;
     }
     const auto makeKey = [this, name] {
-        return ucol_getSortKey(m_collator, name.utf16(), static_cast<int32_t>(name.size()),
+        return ucol_getSortKey(m_collator.get(), name.utf16(), static_cast<int32_t>(name.size()),
                                reinterpret_cast<uint8_t*>(m_key.data()), static_cast<int32_t>(m_key.size()));
     };
     qsizetype size = makeKey();

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <deque>
+#include <memory>
 
 struct UCollator;
 
@@ -12,17 +13,17 @@ struct UCollator;
 class NameCollator {
 public:
     NameCollator();
-    ~NameCollator();
-    NameCollator(const NameCollator&) = delete;
-    NameCollator& operator=(const NameCollator&) = delete;
-    NameCollator(NameCollator&&) = delete;
-    NameCollator& operator=(NameCollator&&) = delete;
 
     /// The key of @p name; valid until the next call.
     QByteArrayView keyOf(QStringView name);
 
 private:
-    UCollator* m_collator; ///< Null where there is none: characters are compared by their codes.
+    struct Closer {
+        void operator()(UCollator* collator) const;
+    };
+
+    std::unique_ptr<UCollator, Closer>
+        m_collator; ///< Null where there is none: characters are compared by their codes.
     QByteArray m_key;
 };
 
