@@ -113,12 +113,18 @@ void warnOfOpenSettings(ViewController& viewController, PrivateFile::Access acce
             u"Settings Were Open to Others"_s,
             u"Other users of this computer had access to the settings in “%1”, which hold the "
             "password. Now you alone have.\n\nChange the password if somebody may have read it."_s.arg(path));
-    } else {
+    } else if (access.had & Right::Replace) {
         viewController.showAlert(
             u"Settings Could Be Replaced"_s,
             u"Other users of this computer could not read the settings in “%1”, but could write to their folder, and "
             "so put others in their place. Now they cannot.\n\nSee in the preferences whether address and user name "
             "are yours."_s.arg(path));
+    } else {
+        viewController.showAlert(
+            u"Settings Were Closed to Others"_s,
+            u"The settings in “%1”, which hold the password, or their folder gave rights to other users of this "
+            "computer. Nobody could read or change the settings with these alone. Now they are yours alone."_s.arg(
+                path));
     }
 }
 

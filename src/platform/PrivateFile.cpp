@@ -184,13 +184,20 @@ PrivateFile::Rights PrivateFile::rightsOfOthers(const QString& path)
     rights.setFlag(Right::Write, isReached && (file.st_mode & writableByOthers) != 0);
     rights.setFlag(Right::Replace,
                    (folder.st_mode & passableByOthers) != 0 && (folder.st_mode & writableByOthers) != 0);
+    const bool isWider = ((file.st_mode | folder.st_mode) & (S_IRWXG | S_IRWXO)) != 0;
+    rights.setFlag(Right::None, !rights && isWider);
     return rights;
 }
 
 PrivateFile::Access PrivateFile::closeToOthers(const QString& path)
 {
-    const Rights had = rightsOfOthers(path);
+    Rights had = rightsOfOthers(path);
     limitAccess(folderOf(path), S_IFDIR, S_IRWXU);
     limitAccess(QFile::encodeName(path), S_IFREG, S_IRUSR | S_IWUSR);
-    return { had, rightsOfOthers(path) };
+    Rights have = rightsOfOthers(path);
+    if (have.testFlag(Right::None)) {
+        had.setFlag(Right::None, false);
+        have.setFlag(Right::None, false);
+    }
+    return { had, have };
 }

@@ -23,6 +23,7 @@ enum class Right {
     Read = 1,
     Write = 2,
     Replace = 4, ///< Put another file in its place, as its folder takes files from them.
+    None = 8, ///< Nothing: what the file or its folder gives them leads nowhere without the other.
 };
 Q_DECLARE_FLAGS(Rights, Right)
 Q_DECLARE_OPERATORS_FOR_FLAGS(Rights)
@@ -32,12 +33,12 @@ struct Access {
     Rights have; ///< What they can still do, as that cannot be changed.
 };
 
-/// What others can do with the file at @p path; nothing when there is none, or they cannot pass its folder. A link is
+/// What others can do with the file at @p path; no right when there is no file, or all is the owner's alone. A link is
 /// followed.
 Rights rightsOfOthers(const QString& path);
 
 /// Takes all access from others than the owner that they have to the file at @p path, or to its folder. Of a link's
-/// target the file alone: its folder has other uses.
+/// target the file alone: its folder has other uses. Right::None is told only where it could be taken.
 Access closeToOthers(const QString& path);
 
 } // namespace PrivateFile

@@ -246,6 +246,9 @@ void UserDefaults::noteAccess() const
 
 void UserDefaults::note(PrivateFile::Access access) const
 {
+    if (m_noted.had) {
+        access.had.setFlag(PrivateFile::Right::None, false); // Of no interest beside what others could do.
+    }
     const PrivateFile::Access news{ access.had & ~m_noted.had, access.have & ~m_noted.have };
     if (news.had || news.have) {
         m_noted = { m_noted.had | access.had, m_noted.have | access.have };

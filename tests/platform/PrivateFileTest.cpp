@@ -238,10 +238,11 @@ TEST_F(PrivateFileTest, OthersHaveARightOnlyWhereFolderAndFileGiveIt)
         Rights rights;
     };
     const std::vector<Case> cases{
-        { 0755, 0600, {} },
-        { 0700, 0666, {} },
-        { 0744, 0644, {} }, // Who cannot pass a folder cannot do anything in it.
-        { 0722, 0600, {} },
+        { 0700, 0600, {} },
+        { 0755, 0600, Right::None },
+        { 0700, 0666, Right::None },
+        { 0744, 0644, Right::None }, // Who cannot pass a folder cannot do anything in it.
+        { 0722, 0600, Right::None },
         { 0755, 0604, Right::Read },
         { 0710, 0640, Right::Read },
         { 0711, 0620, Right::Write },
