@@ -148,17 +148,13 @@ TEST_F(StreamTimingTest, TheLimitOfASetUpHoldsForGreetingEncryptionAndLoginToget
     traits().pipelines = false; // It is not tried again.
     startUpload(u"/f"_s, "x");
     auto control = accept();
-    QElapsedTimer sinceConnection;
-    sinceConnection.start();
-    EXPECT_FALSE(waitFor([this] { return !m_recorder.log().isEmpty(); }, 700ms));
+    m_timeouts.reply = 1h; // For whatever were to begin a wait of its own.
     control->say("220 Ready");
     control->answer({ "234 Go on" });
     EXPECT_TRUE(control->startTls(m_tls));
     EXPECT_EQ(control->hear(), "PBSZ 0");
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"silent"_s });
-
-    EXPECT_LT(sinceConnection.elapsed(), 1600);
 }
 
 TEST_F(StreamTimingTest, PreliminaryRepliesDoNotProlongTheWaitForTheConfirmation)
