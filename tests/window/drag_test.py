@@ -44,6 +44,18 @@ class IntoAFolder(Drag):
         self.assertEqual(self.content_here("été %41.bin"), self.content)
         self.assertIsNone(program.sheet())
 
+    def test_what_acts_unseen_in_a_name_is_shown_in_the_local_name(self):
+        self.put("an\u202efdp.exe", b"program")
+        program = self.start_listed(3)
+        manager = self.open_folder()
+
+        self.drag_row(0, program, manager)
+
+        self.wait_for_status(program, "Download succeeded")
+        self.assertEqual(os.listdir(self.folder), ["an⟨U+202E⟩fdp.exe"])
+
+
+class OverAFile(Drag):
     def test_an_existing_file_is_kept_or_overwritten_as_the_user_says(self):
         self.file("été %41.bin", b"mine")
         program = self.start_listed()
@@ -85,16 +97,6 @@ class IntoAFolder(Drag):
         self.assertFalse(os.path.islink(os.path.join(self.folder, "été %41.bin")))
         with open(precious, "rb") as file:
             self.assertEqual(file.read(), b"mine")
-
-    def test_what_acts_unseen_in_a_name_is_shown_in_the_local_name(self):
-        self.put("an\u202efdp.exe", b"program")
-        program = self.start_listed(3)
-        manager = self.open_folder()
-
-        self.drag_row(0, program, manager)
-
-        self.wait_for_status(program, "Download succeeded")
-        self.assertEqual(os.listdir(self.folder), ["an⟨U+202E⟩fdp.exe"])
 
 
 class Elsewhere(Drag):

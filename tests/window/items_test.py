@@ -70,8 +70,8 @@ class Items:
         self.assertIsNone(program.sheet())
 
 
-class Changes(Items):
-    """Items of the destination folder are deleted and made."""
+class Deletions(Items):
+    """Items of the destination folder are deleted."""
 
     def test_files_and_empty_folders_are_deleted_and_full_ones_are_not(self):
         self.write("unwanted file é.txt")
@@ -90,6 +90,10 @@ class Changes(Items):
         self.assertIn("full", self.names(program))
 
         self.assertEqual(sorted(os.listdir(self.server.path(""))), ["full"])
+
+
+class Creations(Items):
+    """Folders are made in the destination folder."""
 
     def test_folders_are_created_in_a_folder_with_blanks_and_accents(self):
         self.place = "ein Ordner é 100%"
@@ -276,7 +280,7 @@ class OtherRows(TwoFolders):
         self.assert_all_photos_are_there()
 
 
-for tests in (Changes, Strangers, Leftovers, OtherRows):
+for tests in (Deletions, Creations, Strangers, Leftovers, OtherRows):
     for make in ("vsftpd", "proftpd", "pyftpdlib"):
         name = f"{tests.__name__}On{make.capitalize()}"
         globals()[name] = type(name, (tests, WindowTest), {"make": make})

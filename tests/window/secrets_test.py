@@ -48,6 +48,15 @@ class Secrets(WindowTest):
     def assert_silent(self, where, text):
         self.assertFalse(SECRET in text, where)  # Does not print the text, as assertNotIn does.
 
+    def everything_at_home(self):
+        for folder, _, names in os.walk(self.home["HOME"]):
+            for name in names:
+                path = os.path.join(folder, name)
+                if os.path.isfile(path):
+                    yield path
+
+
+class AtWork(Secrets):
     def test_the_password_is_nowhere_to_be_seen(self):
         messages = self.monitored_bus()
         program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
@@ -126,6 +135,37 @@ class Secrets(WindowTest):
         self.assert_silent("the panel", program.tree())
         program.press("Cancel")
 
+    def test_a_core_dump_of_the_program_does_not_hold_it(self):
+        program = self.launch(self.file("one.txt"), folder=self.folder)
+        self.wait_for_status(program, "Upload succeeded")
+        self.wait_for_listing(program, "in")
+        pid = program.process.pid
+        chosen = int(content(f"/proc/{pid}/coredump_filter"), 16)
+
+        # Wherever dumps go on this computer, they hold what the filter says.
+        self.assertTrue(holds_secret(memory_in_dumps(pid, USUAL_FILTER)), "a usual dump would hold it")
+        self.assertFalse(holds_secret(memory_in_dumps(pid, chosen)), hex(chosen))
+
+        _, hard_limit = resource.prlimit(pid, resource.RLIMIT_CORE)
+        resource.prlimit(pid, resource.RLIMIT_CORE, (hard_limit, hard_limit))
+        program.process.send_signal(signal.SIGABRT)
+        self.assertEqual(program.exit_code(), -signal.SIGABRT)
+        pattern = content("/proc/sys/kernel/core_pattern").strip()
+        cores = [name for name in os.listdir(self.folder) if name != "one.txt"]
+        lands_elsewhere = pattern.startswith(("|", "/", "@")) or hard_limit == 0
+        self.assertEqual(len(cores), 0 if lands_elsewhere else 1, pattern)
+        for core in cores:
+            with open(os.path.join(self.folder, core), "rb") as file:
+                dump = file.read()
+            self.assertTrue(dump.startswith(b"\x7fELF"))
+            self.assertFalse(holds_secret([dump]))
+
+    def clipboard(self):
+        words = ["xclip", "-selection", "clipboard", "-o"]
+        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
+
+
+class Stored(Secrets):
     def test_only_the_settings_file_holds_it_and_only_its_owner_reads_that(self):
         program = self.start(self.file("one.txt"))
         self.wait_for_status(program, "Upload succeeded")
@@ -237,42 +277,6 @@ class Secrets(WindowTest):
         self.wait_for_listing(program, "in")
 
         self.assertEqual([name for name in os.listdir(folder) if "settings" in name], ["settings.json"])
-
-    def test_a_core_dump_of_the_program_does_not_hold_it(self):
-        program = self.launch(self.file("one.txt"), folder=self.folder)
-        self.wait_for_status(program, "Upload succeeded")
-        self.wait_for_listing(program, "in")
-        pid = program.process.pid
-        chosen = int(content(f"/proc/{pid}/coredump_filter"), 16)
-
-        # Wherever dumps go on this computer, they hold what the filter says.
-        self.assertTrue(holds_secret(memory_in_dumps(pid, USUAL_FILTER)), "a usual dump would hold it")
-        self.assertFalse(holds_secret(memory_in_dumps(pid, chosen)), hex(chosen))
-
-        _, hard_limit = resource.prlimit(pid, resource.RLIMIT_CORE)
-        resource.prlimit(pid, resource.RLIMIT_CORE, (hard_limit, hard_limit))
-        program.process.send_signal(signal.SIGABRT)
-        self.assertEqual(program.exit_code(), -signal.SIGABRT)
-        pattern = content("/proc/sys/kernel/core_pattern").strip()
-        cores = [name for name in os.listdir(self.folder) if name != "one.txt"]
-        lands_elsewhere = pattern.startswith(("|", "/", "@")) or hard_limit == 0
-        self.assertEqual(len(cores), 0 if lands_elsewhere else 1, pattern)
-        for core in cores:
-            with open(os.path.join(self.folder, core), "rb") as file:
-                dump = file.read()
-            self.assertTrue(dump.startswith(b"\x7fELF"))
-            self.assertFalse(holds_secret([dump]))
-
-    def everything_at_home(self):
-        for folder, _, names in os.walk(self.home["HOME"]):
-            for name in names:
-                path = os.path.join(folder, name)
-                if os.path.isfile(path):
-                    yield path
-
-    def clipboard(self):
-        words = ["xclip", "-selection", "clipboard", "-o"]
-        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
 
 
 if __name__ == "__main__":

@@ -58,6 +58,8 @@ class Start(WindowTest):
         self.desktop.xdotool("windowminimize", window)
         wait_for(lambda: not self.desktop.windows_of(pid), "the window to be minimised")
 
+
+class Alone(Start):
     def test_the_title_becomes_the_destination(self):
         self.settings(FTPFolder="in box")
 
@@ -74,70 +76,6 @@ class Start(WindowTest):
         wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
         self.assertIn("Welcome to Quillbox", program.titles())
         self.assertIsNone(program.sheet())
-
-    def test_a_second_start_hands_its_files_to_the_first(self):
-        self.settings()
-        first = self.start()
-        self.file("near.txt", b"near")
-        far = self.file("été far.txt", b"far")
-        os.mkdir(os.path.join(self.folder, "sub"))
-
-        second = self.launch("near.txt", "sub/../near.txt", far, folder=self.folder)
-
-        self.assertEqual(second.exit_code(), 0)
-        self.wait_for_files("near.txt", "near.txt", "été far.txt")
-        self.assertEqual(self.server.content("near.txt"), b"near")
-        self.assertEqual(self.server.content("été far.txt"), b"far")
-        self.wait_for_status(first, "Upload succeeded")
-        self.assertEqual(second.output(), "")
-
-    def test_names_that_would_begin_with_two_slashes_reach_the_first(self):
-        self.settings()
-        self.start()
-        below_root = self.file("one.txt").lstrip("/")
-
-        in_root = self.launch(below_root, folder="/")
-        self.assertEqual(in_root.exit_code(), 0)
-        doubled = self.launch("/" + self.file("two.txt"))
-        self.assertEqual(doubled.exit_code(), 0)
-
-        self.wait_for_files("one.txt", "two.txt")
-
-    def test_the_launchers_action_opens_the_preferences_whether_or_not_the_program_runs(self):
-        self.settings()
-        first = self.start("--preferences")
-        wait_for(lambda: "Preferences" in first.titles(), "the preferences")
-        first.press("Cancel")
-        wait_for(lambda: "Preferences" not in first.titles(), "the preferences to close")
-
-        second = self.launch("--preferences", self.file("one.txt"))
-
-        self.assertEqual(second.exit_code(), 0)
-        wait_for(lambda: "Preferences" in first.titles(), "the preferences again")
-        self.wait_for_files("one.txt")
-
-    def test_a_file_whose_name_is_not_utf8_goes_up_under_its_bytes_from_everywhere(self):
-        self.settings()
-        names = [os.fsdecode(name) for name in (b"at \xe9 start", b"later \xff\xc3", b"bus \xe9\xc3\xa9")]
-        for name in names:
-            self.file(name, os.fsencode(name))
-        program = self.start(names[0], folder=self.folder)
-        self.wait_for_files(names[0])
-
-        self.assertEqual(self.launch(names[1], folder=self.folder).exit_code(), 0)
-        call_as_a_desktop("Open", "(asa{sv})", [f"file://{self.folder}/bus%20%E9%C3%A9"], {})
-
-        self.wait_for_files(*names)
-        for name in names:
-            self.assertEqual(self.server.content(name), os.fsencode(name))
-        self.bring_to_front(program)
-        self.desktop.key("ctrl+h")
-        shown = ["at ⟨0xE9⟩ start", "later ⟨0xFF⟩⟨0xC3⟩", "bus ⟨0xE9⟩é"]
-        wait_for(
-            lambda: [(row[0], row[4]) for row in program.rows("Files of this run")]
-            == [(name, "Confirmed by the server") for name in shown],
-            "the files in the history, once each",
-        )
 
     def test_files_that_are_not_there_are_told_of(self):
         self.settings()
@@ -180,70 +118,6 @@ class Start(WindowTest):
 
         wait_for(lambda: "Preferences" in first.titles(), "the preferences")
         self.assertIsNone(first.sheet())
-
-    def test_a_program_that_does_not_answer_is_told_of_and_gets_the_files_once_when_it_can(self):
-        self.settings()
-        first = self.start()
-        first.process.send_signal(signal.SIGSTOP)
-
-        second = self.launch(self.file("one.txt"), self.file("two\033.txt"))
-
-        self.assertEqual(second.exit_code(), 1)
-        self.assertIn("does not answer", second.output())
-        unknown = [f"Not known whether taken: {self.folder}/{name}\n" for name in ("one.txt", "two␛.txt")]
-        self.assertIn("".join(unknown), second.output())
-        self.assertNotIn("Not taken", second.output())
-        first.process.send_signal(signal.SIGCONT)
-        self.wait_for_files("one.txt", "two\033.txt")
-        self.wait_for_status(first, "Upload succeeded")
-        self.assertEqual(self.server.received, ["one.txt", "two\033.txt"])
-
-    def test_a_program_that_is_killed_before_it_takes_a_file_leaves_it_to_the_second_start(self):
-        self.settings()
-        first = self.launch()
-        wait_for(first.titles, "the window")
-        messages = self.monitored_bus()
-        first.process.send_signal(signal.SIGSTOP)
-        second = self.launch(self.file("one.txt"))
-        wait_for(lambda: "member=Open\n" in content(messages), "the file to be handed over")
-
-        first.process.kill()
-
-        self.wait_for_files("one.txt")
-        wait_for(second.titles, "the window of the second start")
-        self.assertIsNone(second.process.poll())
-
-    def test_a_program_that_refuses_is_told_of(self):
-        refuse_all_calls(self)
-        nothing = self.launch()
-        files = self.launch(self.file("one.txt"))
-
-        for program in (nothing, files):
-            self.assertEqual(program.exit_code(), 1)
-            self.assertIn("refuses", program.output())
-        self.assertNotIn("Not taken", nothing.output())
-        self.assertIn(f"Not taken: {self.folder}/one.txt\n", files.output())
-        self.assertEqual(self.server.received, [])
-
-    def test_a_second_start_brings_back_the_window(self):
-        first = self.start()
-        self.minimise(first)
-
-        second = self.launch()
-
-        self.assertEqual(second.exit_code(), 0)
-        wait_for(lambda: self.desktop.windows_of(first.process.pid), "the window to be back")
-
-    def test_a_copy_under_another_name_runs_beside_the_program(self):
-        self.settings()
-        os.mkdir(self.server.path("Scans"))
-        copy = os.path.join(self.folder, "Scans")
-        os.symlink(PROGRAM, copy)
-        self.start()
-
-        self.start(self.file("page.txt"), program=copy)
-
-        self.wait_for_files("Scans/page.txt")
 
     def test_starts_without_a_session_bus(self):
         self.settings()
@@ -324,6 +198,136 @@ class Start(WindowTest):
 
         self.assertEqual(program.exit_code(), 0)
         self.assertEqual(program.output(), "")
+
+
+class BesideAnother(Start):
+    def test_a_second_start_hands_its_files_to_the_first(self):
+        self.settings()
+        first = self.start()
+        self.file("near.txt", b"near")
+        far = self.file("été far.txt", b"far")
+        os.mkdir(os.path.join(self.folder, "sub"))
+
+        second = self.launch("near.txt", "sub/../near.txt", far, folder=self.folder)
+
+        self.assertEqual(second.exit_code(), 0)
+        self.wait_for_files("near.txt", "near.txt", "été far.txt")
+        self.assertEqual(self.server.content("near.txt"), b"near")
+        self.assertEqual(self.server.content("été far.txt"), b"far")
+        self.wait_for_status(first, "Upload succeeded")
+        self.assertEqual(second.output(), "")
+
+    def test_names_that_would_begin_with_two_slashes_reach_the_first(self):
+        self.settings()
+        self.start()
+        below_root = self.file("one.txt").lstrip("/")
+
+        in_root = self.launch(below_root, folder="/")
+        self.assertEqual(in_root.exit_code(), 0)
+        doubled = self.launch("/" + self.file("two.txt"))
+        self.assertEqual(doubled.exit_code(), 0)
+
+        self.wait_for_files("one.txt", "two.txt")
+
+    def test_the_launchers_action_opens_the_preferences_whether_or_not_the_program_runs(self):
+        self.settings()
+        first = self.start("--preferences")
+        wait_for(lambda: "Preferences" in first.titles(), "the preferences")
+        first.press("Cancel")
+        wait_for(lambda: "Preferences" not in first.titles(), "the preferences to close")
+
+        second = self.launch("--preferences", self.file("one.txt"))
+
+        self.assertEqual(second.exit_code(), 0)
+        wait_for(lambda: "Preferences" in first.titles(), "the preferences again")
+        self.wait_for_files("one.txt")
+
+    def test_a_file_whose_name_is_not_utf8_goes_up_under_its_bytes_from_everywhere(self):
+        self.settings()
+        names = [os.fsdecode(name) for name in (b"at \xe9 start", b"later \xff\xc3", b"bus \xe9\xc3\xa9")]
+        for name in names:
+            self.file(name, os.fsencode(name))
+        program = self.start(names[0], folder=self.folder)
+        self.wait_for_files(names[0])
+
+        self.assertEqual(self.launch(names[1], folder=self.folder).exit_code(), 0)
+        call_as_a_desktop("Open", "(asa{sv})", [f"file://{self.folder}/bus%20%E9%C3%A9"], {})
+
+        self.wait_for_files(*names)
+        for name in names:
+            self.assertEqual(self.server.content(name), os.fsencode(name))
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+h")
+        shown = ["at ⟨0xE9⟩ start", "later ⟨0xFF⟩⟨0xC3⟩", "bus ⟨0xE9⟩é"]
+        wait_for(
+            lambda: [(row[0], row[4]) for row in program.rows("Files of this run")]
+            == [(name, "Confirmed by the server") for name in shown],
+            "the files in the history, once each",
+        )
+
+    def test_a_program_that_does_not_answer_is_told_of_and_gets_the_files_once_when_it_can(self):
+        self.settings()
+        first = self.start()
+        first.process.send_signal(signal.SIGSTOP)
+
+        second = self.launch(self.file("one.txt"), self.file("two\033.txt"))
+
+        self.assertEqual(second.exit_code(), 1)
+        self.assertIn("does not answer", second.output())
+        unknown = [f"Not known whether taken: {self.folder}/{name}\n" for name in ("one.txt", "two␛.txt")]
+        self.assertIn("".join(unknown), second.output())
+        self.assertNotIn("Not taken", second.output())
+        first.process.send_signal(signal.SIGCONT)
+        self.wait_for_files("one.txt", "two\033.txt")
+        self.wait_for_status(first, "Upload succeeded")
+        self.assertEqual(self.server.received, ["one.txt", "two\033.txt"])
+
+    def test_a_program_that_is_killed_before_it_takes_a_file_leaves_it_to_the_second_start(self):
+        self.settings()
+        first = self.launch()
+        wait_for(first.titles, "the window")
+        messages = self.monitored_bus()
+        first.process.send_signal(signal.SIGSTOP)
+        second = self.launch(self.file("one.txt"))
+        wait_for(lambda: "member=Open\n" in content(messages), "the file to be handed over")
+
+        first.process.kill()
+
+        self.wait_for_files("one.txt")
+        wait_for(second.titles, "the window of the second start")
+        self.assertIsNone(second.process.poll())
+
+    def test_a_program_that_refuses_is_told_of(self):
+        refuse_all_calls(self)
+        nothing = self.launch()
+        files = self.launch(self.file("one.txt"))
+
+        for program in (nothing, files):
+            self.assertEqual(program.exit_code(), 1)
+            self.assertIn("refuses", program.output())
+        self.assertNotIn("Not taken", nothing.output())
+        self.assertIn(f"Not taken: {self.folder}/one.txt\n", files.output())
+        self.assertEqual(self.server.received, [])
+
+    def test_a_second_start_brings_back_the_window(self):
+        first = self.start()
+        self.minimise(first)
+
+        second = self.launch()
+
+        self.assertEqual(second.exit_code(), 0)
+        wait_for(lambda: self.desktop.windows_of(first.process.pid), "the window to be back")
+
+    def test_a_copy_under_another_name_runs_beside_the_program(self):
+        self.settings()
+        os.mkdir(self.server.path("Scans"))
+        copy = os.path.join(self.folder, "Scans")
+        os.symlink(PROGRAM, copy)
+        self.start()
+
+        self.start(self.file("page.txt"), program=copy)
+
+        self.wait_for_files("Scans/page.txt")
 
 
 if __name__ == "__main__":
