@@ -114,6 +114,13 @@ class Copies:
         self.make_copy(program, SUMMER)
         self.make_copy(program, PHOTOS, on_desktop=True)
 
+    def ask_to_remove(self, program):
+        """Asks for the removal of the copy that is selected, by key, and leaves the question unanswered."""
+        wait_for(lambda: program.has_focus(TABLE), "the keyboard to be in the list")
+        self.desktop.key("Delete")
+        self.assertEqual(wait_for(program.sheet, "the question")[0], "Remove Copy")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+
     # What is done with launchers.
 
     def launch_copy(self, name, *paths):
@@ -180,15 +187,12 @@ class MakingAndRemoving(Copies, WindowTest):
         self.assertEqual(self.on_desktop(), ["Photos:2024.desktop"])
 
         self.desktop.click(program.cell(TABLE, self.listed(program).index(PHOTOS), 0))
-        self.desktop.key("Delete")
-        wait_for(program.sheet, "the question")
+        self.ask_to_remove(program)
         self.desktop.key("Escape")
         wait_for(lambda: not program.sheet(), "the question to go")
         self.assertEqual(len(self.launchers()), 2)
         for left in (1, 0):
-            self.desktop.key("Delete")
-            self.assertEqual(wait_for(program.sheet, "the question")[0], "Remove Copy")
-            wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+            self.ask_to_remove(program)
             self.desktop.key("Tab", "space")
             wait_for(lambda left=left: len(self.listed(program)) == left, f"{left} copies in the list")
             wait_for(lambda: not program.sheet(), "the question to go")

@@ -12,15 +12,15 @@ REPLY = 5
 
 
 class History(WindowTest):
-    def start_in_front(self, *paths):
+    def start_with_history(self, *paths):
+        """Starts the program with its history open, and only then has it upload, since a failure's sheet takes keys."""
         self.settings()
-        program = self.start(*paths)
+        program = self.start()
         self.bring_to_front(program, ANY_TITLE)
-        return program
-
-    def open_history(self, program):
         self.desktop.key("ctrl+h")
-        wait_for(lambda: "History" in program.titles(), "the history")
+        wait_for(lambda: program.has_focus("Files of this run"), "the keyboard to be in the history")
+        self.assertEqual(self.launch(*paths).exit_code(), 0)
+        return program
 
     def rows(self, program):
         return program.rows("Files of this run")
@@ -34,8 +34,7 @@ class History(WindowTest):
 
     def test_each_file_has_a_line_with_the_servers_word(self):
         os.mkdir(self.server.path("taken"))
-        program = self.start_in_front(self.file("good.txt", b"12345"), self.file("taken"))
-        self.open_history(program)
+        program = self.start_with_history(self.file("good.txt", b"12345"), self.file("taken"))
 
         self.wait_for_outcomes(
             program, "Confirmed by the server", "Failed: FTP error 550; Directory may already exist?"
@@ -51,8 +50,7 @@ class History(WindowTest):
 
     def test_files_move_while_it_is_open_and_a_lost_one_is_queued_again(self):
         os.mkdir(self.server.path("taken"))
-        program = self.start_in_front(self.file("taken"))
-        self.open_history(program)
+        program = self.start_with_history(self.file("taken"))
         self.wait_for_outcomes(program, "Failed: FTP error 550; Directory may already exist?")
         os.rmdir(self.server.path("taken"))
 
@@ -67,14 +65,12 @@ class History(WindowTest):
     def test_a_file_that_shrank_on_the_server_is_flagged(self):
         self.settings()
         self.server.after_receiving = lambda path: os.truncate(path, 3)
-        program = self.start_in_front(self.file("note.txt", b"12345"))
-        self.open_history(program)
+        program = self.start_with_history(self.file("note.txt", b"12345"))
 
         self.wait_for_outcomes(program, "Confirmed, but 3 bytes listed, not 5")
 
     def test_lines_are_copied_by_key(self):
-        program = self.start_in_front(self.file("note.txt", b"12345"))
-        self.open_history(program)
+        program = self.start_with_history(self.file("note.txt", b"12345"))
         self.wait_for_outcomes(program, "Confirmed by the server")
 
         self.desktop.click(program.cell("Files of this run", 0, 0))

@@ -274,6 +274,7 @@ class OtherRows(TwoFolders):
         self.assertEqual(question[:2], ["Delete Item", 'Are you sure you want to delete "photo.jpg"?'])
         self.assertEqual(question[2::2], ["Deleted from:", "Listed is:"])
         self.assertEqual(question[5], question[3] + "old/")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
         self.desktop.key("space")
         wait_for(lambda: program.sheet() is None, "the question to go")
         self.assert_no_more_sheets(program)

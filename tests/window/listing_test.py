@@ -99,11 +99,13 @@ class Listing(WindowTest):
             wait_for(program.sheet, "the question"),
             ["Delete Item", 'Are you sure you want to delete "gamma file.txt"?'],
         )
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
         self.desktop.key("Return")  # Cancel is the default.
         wait_for(lambda: program.sheet() is None, "the question to go")
         self.bring_to_front(program)
         self.desktop.key("Delete")
         wait_for(program.sheet, "the question")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
         self.desktop.key("Tab")
         self.desktop.key("space")
         wait_for(lambda: not os.path.exists(self.server.path("gamma file.txt")), "the file to be deleted")
@@ -111,7 +113,7 @@ class Listing(WindowTest):
 
         self.bring_to_front(program)
         self.desktop.key("ctrl+shift+n")
-        wait_for(lambda: program.find("OK"), "the question for a name")
+        self.bring_to_front(program, "^Enter name of folder")
         self.desktop.xdotool("type", "--delay", 15, "new one")
         self.desktop.key("Return")
         wait_for(lambda: os.path.isdir(self.server.path("new one")), "the folder")

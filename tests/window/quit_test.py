@@ -32,6 +32,7 @@ class Quit(WindowTest):
         self.assertIn("One file is waiting", text)
         before = program.value("Transfer progress")
         wait_for(lambda: program.value("Transfer progress") > before, "the file to go on")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
         self.desktop.key("Return")
         wait_for(lambda: program.sheet() is None, "the question to go")
         self.assertIsNone(program.process.poll())

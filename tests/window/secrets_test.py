@@ -70,6 +70,7 @@ class AtWork(Secrets):
         self.assertEqual(third.exit_code(), 0)
         program.acknowledge()
 
+        self.bring_to_front(program)
         self.desktop.key("ctrl+shift+c")
         shown = wait_for(program.tree, "the window")
         clipboard = wait_for(self.clipboard, "the clipboard to be filled")
