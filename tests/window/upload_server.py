@@ -7,6 +7,7 @@ import shutil
 import tempfile
 import threading
 import time
+import warnings
 
 from pyftpdlib.authorizers import DummyAuthorizer
 from pyftpdlib.handlers import DTPHandler, FTPHandler
@@ -14,6 +15,7 @@ from pyftpdlib.ioloop import IOLoop
 from pyftpdlib.servers import FTPServer
 
 USER = "anna"
+PERMISSIONS = "elradfmwMT"
 PASSWORD = 's3cret "with, odd; %41 marks'
 SLOW = 200_000  # Bytes a second, at which a file of 20 MB is on its way for as long as any test wants.
 
@@ -33,10 +35,10 @@ class UploadServer:
         self._moving.set()
 
         logging.getLogger("pyftpdlib").disabled = True
-        authorizer = DummyAuthorizer()
-        authorizer.add_user(USER, password, self.root, perm="elradfmwMT")
+        self._authorizer = DummyAuthorizer()
+        self._authorizer.add_user(USER, password, self.root, perm=PERMISSIONS)
         self._data = type("Data", (_Data,), {})
-        handler = type("Session", (_Session,), {"authorizer": authorizer, "dtp_handler": self._data, "record": self})
+        handler = type("Session", (_Session,), {"authorizer": self._authorizer, "dtp_handler": self._data, "record": self})
         self._loop = IOLoop()
         self._server = FTPServer(("127.0.0.1", 0), handler, ioloop=self._loop)
         self.port = self._server.address[1]
@@ -58,6 +60,11 @@ class UploadServer:
     def read_at_most(self, bytes_per_second):
         """Slows the uploads; 0 lets them run."""
         self._data.bytes_per_second = bytes_per_second
+
+    def let_everybody_in(self):
+        """Also those without a name, who may do the same."""
+        with warnings.catch_warnings(action="ignore"):
+            self._authorizer.add_anonymous(self.root, perm=PERMISSIONS)
 
     def stand_still(self):
         """Reads nothing, says nothing and lets nobody in until go_on()."""
