@@ -3,9 +3,12 @@
 #include "DateText.h"
 #include "Entries.h"
 #include "Printers.h"
+#include "TableColumns.h"
 
 #include <QAbstractItemModelTester>
 #include <QDateTime>
+#include <QPersistentModelIndex>
+#include <QSignalSpy>
 
 #include <gtest/gtest.h>
 
@@ -113,6 +116,25 @@ TEST_F(ListingModelTest, TheTypeIsAlsoTold)
     EXPECT_FALSE(data(1, u"Type"_s, Qt::AccessibleTextRole).toString().isEmpty());
     EXPECT_EQ(data(2, u"Type"_s, Qt::AccessibleTextRole), QVariant(u"Link"_s));
     EXPECT_TRUE(data(0, u"Type"_s).toString().isEmpty());
+}
+
+TEST_F(ListingModelTest, AnOrderThatNobodyFollowsIsToldAsNewContents)
+{
+    m_model.add({ fileEntry(u"b"_s), fileEntry(u"a"_s) });
+    const QSignalSpy layouts(&m_model, &QAbstractItemModel::layoutChanged);
+    const QSignalSpy contents(&m_model, &QAbstractItemModel::dataChanged);
+
+    m_model.sortListEntriesWithDescriptors({ { .key = TableColumns::name, .ascending = false } });
+
+    EXPECT_EQ(layouts.size(), 0);
+    ASSERT_EQ(contents.size(), 1);
+    EXPECT_EQ(contents[0][0].toModelIndex(), m_model.index(0, 0));
+    EXPECT_EQ(contents[0][1].toModelIndex(), m_model.index(1, 4));
+
+    const QPersistentModelIndex follower = m_model.index(0, 0);
+    m_model.sortListEntriesWithDescriptors({});
+    EXPECT_EQ(layouts.size(), 1);
+    EXPECT_EQ(follower.row(), 1);
 }
 
 } // namespace

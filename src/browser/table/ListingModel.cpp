@@ -60,6 +60,11 @@ void ListingModel::prepareSorting(const QList<SortDescriptor>& descriptors, std:
 
 template <typename Change> void ListingModel::reorder(Change change)
 {
+    if (persistentIndexList().isEmpty() && !m_entries.isEmpty()) {
+        change(); // Nobody has to be moved along, which would take views time by the number of rows.
+        emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+        return;
+    }
     emit layoutAboutToBeChanged({}, VerticalSortHint);
     const QModelIndexList before = persistentIndexList();
     std::vector<int> arrivals;

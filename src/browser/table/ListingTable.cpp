@@ -60,6 +60,7 @@ void ListingTable::setListing(ListingModel& model)
     // A view that is reset drops its selection without a word.
     connect(&model, &QAbstractItemModel::modelReset, this, &ListingTable::tableViewSelectionDidChange);
     connect(&model, &QAbstractItemModel::layoutChanged, this, &ListingTable::restorePlace);
+    connect(&model, &QAbstractItemModel::dataChanged, this, &ListingTable::restorePlace);
     connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, &ListingTable::orderChosen);
     setDefaultWidths();
 }
@@ -149,7 +150,9 @@ void ListingTable::keepPlace()
 void ListingTable::restorePlace()
 {
     showSoon();
-    updateGeometries(); // The scroll bar knows how far it goes.
+    if (m_place->awaitsScroll()) {
+        updateGeometries(); // The scroll bar knows how far it goes. It takes time by the number of rows.
+    }
     m_place->restore();
 }
 

@@ -22,6 +22,8 @@ public:
     void keep();
     /// Items have come.
     void restore();
+    /// Whether a scroll position waits for enough rows.
+    bool awaitsScroll() const { return m_wantedScroll.has_value(); }
     /// All items have come: what has not come back by now is gone.
     void end();
     /// The user goes elsewhere, or the list is about another folder.
