@@ -146,27 +146,6 @@ class Listing(WindowTest):
         program.press("Stop")
         self.wait_for_status(program, "Upload Stopped")
 
-    def test_items_are_deleted_and_folders_made_without_user_name_and_password(self):
-        self.server.let_everybody_in()
-        self.settings(Username="", Password="")
-        with open(self.server.path("unwanted.txt"), "wb") as file:
-            file.write(b"unwanted")
-        program = self.start()
-        self.wait_for_listing(program)
-
-        self.delete(program, "unwanted.txt")
-        wait_for(lambda: not os.path.exists(self.server.path("unwanted.txt")), "the file to be deleted")
-        wait_for(lambda: program.find("“unwanted.txt” was deleted"), "the word of it")
-        self.wait_for_listing(program)
-        self.bring_to_front(program)
-        self.desktop.key("ctrl+shift+n")
-        program.enter("Enter name of folder to create.", "new one")
-        program.press("OK")
-
-        wait_for(lambda: os.path.isdir(self.server.path("new one")), "the folder")
-        wait_for(lambda: program.find("Folder “new one” was created"), "the word of it")
-        self.assertIsNone(program.sheet())
-
     def test_the_buttons_follow_the_selection_and_the_locations_of_folder_and_item_are_copied(self):
         program = self.start_listed()
         self.assertFalse(program.is_enabled("Download"))
@@ -213,6 +192,29 @@ class Listing(WindowTest):
 
         self.wait_for_listing(program)
         self.assertIn("uploaded.txt", self.names(program))
+
+
+class WithoutALogin(WindowTest):
+    def test_items_are_deleted_and_folders_made_without_user_name_and_password(self):
+        self.server.let_everybody_in()
+        self.settings(Username="", Password="")
+        with open(self.server.path("unwanted.txt"), "wb") as file:
+            file.write(b"unwanted")
+        program = self.start()
+        self.wait_for_listing(program)
+
+        self.delete(program, "unwanted.txt")
+        wait_for(lambda: not os.path.exists(self.server.path("unwanted.txt")), "the file to be deleted")
+        wait_for(lambda: program.find("“unwanted.txt” was deleted"), "the word of it")
+        self.wait_for_listing(program)
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+shift+n")
+        program.enter("Enter name of folder to create.", "new one")
+        program.press("OK")
+
+        wait_for(lambda: os.path.isdir(self.server.path("new one")), "the folder")
+        wait_for(lambda: program.find("Folder “new one” was created"), "the word of it")
+        self.assertIsNone(program.sheet())
 
 
 if __name__ == "__main__":
