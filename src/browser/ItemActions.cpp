@@ -216,10 +216,9 @@ void ItemActions::deleteFile(const QString& name, const QByteArray& rawName)
         .call
         = [nameOnServer = rawName.isNull() ? name.toUtf8() : rawName, kind = listedKind(name, rawName), record,
            deleteFileNamed = m_operations.deleteFileNamed] { return deleteFileNamed(nameOnServer, kind, *record); },
-        .doneText = u"“%1” was deleted"_s.arg(shownName),
-        .unansweredText = u"The server has not answered. “%1” may or may not have been deleted."_s.arg(shownName),
+        .subject = u"“%1”"_s.arg(shownName),
+        .participle = u"deleted"_s,
         .title = u"Item Not Deleted"_s,
-        .notDoneText = u"“%1” was not deleted"_s.arg(shownName),
         .refusedText
         = u"\"%1\" was not deleted. If this is a folder make sure it is empty. Folders can not be deleted if they "
           "contain items.\n\nSwitch to the folder using preferences, and then delete its items."_s.arg(shownName)
@@ -254,11 +253,9 @@ void ItemActions::createFolder(const QString& name)
         .panelText = u"Creating “%1”…"_s.arg(shownName),
         .call = [name, record = server(),
                  createNewFolder = m_operations.createNewFolder] { return createNewFolder(name, *record); },
-        .doneText = u"Folder “%1” was created"_s.arg(shownName),
-        .unansweredText
-        = u"The server has not answered. Folder “%1” may or may not have been created."_s.arg(shownName),
+        .subject = u"Folder “%1”"_s.arg(shownName),
+        .participle = u"created"_s,
         .title = u"Folder Not Created"_s,
-        .notDoneText = u"Folder “%1” was not created"_s.arg(shownName),
         .refusedText
         = u"Folder \"%1\" was not created due to an error.\n\nPlease check your preference settings for correct "
           "FTP server passsword, username and folder location."_s.arg(shownName)

@@ -15,10 +15,11 @@ namespace {
 
 /// What is said when the server's certificate is not trusted. There is no question here: the call that would have to
 /// wait for the answer suspends the program.
-QString notTrustedText(const QString& notDoneText)
+QString notTrustedText(const ItemCall& call)
 {
-    return u"%1, since the server has shown a certificate that is not trusted. Nothing was sent to it.\n\nRefresh the "
-           "list: you are then asked about the certificate, or told what is wrong with it."_s.arg(notDoneText);
+    return u"%1 was not %2, since the server has shown a certificate that is not trusted. Nothing was sent to "
+           "it.\n\nRefresh the list: you are then asked about the certificate, or told what is wrong with it."_s.arg(
+               call.subject, call.participle);
 }
 
 /// What has come of @p call, whose panel shows meanwhile; std::nullopt when the user has stopped waiting.
@@ -49,7 +50,7 @@ void runItemCall(const ItemCall& call, QWidget& window, BrowserHost& host)
 {
     const std::optional<ItemResult> result = resultOf(call, window);
     if (result && result->outcome == ItemOutcome::NotTrusted) {
-        host.showAlert(call.title, notTrustedText(call.notDoneText));
+        host.showAlert(call.title, notTrustedText(call));
         return;
     }
     if (result && result->outcome == ItemOutcome::Refused) {
@@ -57,9 +58,11 @@ void runItemCall(const ItemCall& call, QWidget& window, BrowserHost& host)
         return;
     }
     if (result && result->outcome == ItemOutcome::Done) {
-        host.itemDone(call.doneText);
+        host.itemDone(u"%1 was %2"_s.arg(call.subject, call.participle));
     } else {
-        host.showAlert(u"No Answer"_s, call.unansweredText);
+        host.showAlert(
+            u"No Answer"_s,
+            u"The server has not answered. %1 may or may not have been %2."_s.arg(call.subject, call.participle));
     }
     host.listFTPDestination();
 }

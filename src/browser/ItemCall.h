@@ -13,10 +13,9 @@ class QWidget;
 struct ItemCall {
     QString panelText; ///< Shown while it runs.
     std::function<ItemResult()> call; ///< On a thread of its own.
-    QString doneText;
-    QString unansweredText;
+    QString subject; ///< Of the sentences about its outcome: “a.txt”, Folder “a”.
+    QString participle; ///< What the subject was then, or was not: deleted, created.
     QString title; ///< Of the alert about a refusal.
-    QString notDoneText; ///< The beginning of the sentence that says why nothing was done.
     QString refusedText;
 };
 
