@@ -103,7 +103,11 @@ void OutcomeLine::refresh()
 {
     const bool isWarning = m_history->queueTally().lost() > 0;
     const QString text = m_history->queueText();
-    m_queueAgainButton->setVisible(HistoryRows::isAnyPresent(m_history->entries(), lostRows()));
+    // Each listing comes here; the disk is asked when there is news.
+    if (const QList<int> rows = lostRows(); m_lostRows != rows) {
+        m_queueAgainButton->setVisible(HistoryRows::isAnyPresent(m_history->entries(), rows));
+        m_lostRows = rows;
+    }
     if (text == m_text->text() && m_icon->isVisibleTo(this) == isWarning) {
         return;
     }

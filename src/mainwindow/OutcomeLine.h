@@ -3,6 +3,8 @@
 #include <QFrame>
 #include <QList>
 
+#include <optional>
+
 class QLabel;
 class QToolButton;
 class UploadHistory;
@@ -32,6 +34,7 @@ private:
     QList<int> lostRows() const;
 
     const UploadHistory* m_history = nullptr;
+    std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
     QLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_showButton;

@@ -167,6 +167,20 @@ TEST_F(OutcomeLineTest, QueueAgainTakesWhatCanWork)
     EXPECT_FALSE(line().isVisible());
 }
 
+TEST_F(OutcomeLineTest, AListingThatBringsNoNewsDoesNotLookForTheLostFilesAgain)
+{
+    loseOneOfTwo();
+    ASSERT_TRUE(tool("queueOutcomeAgainButton").isVisible());
+    for (const QString& name : QDir(m_directory.path()).entryList(QDir::Files)) {
+        ASSERT_TRUE(QFile::remove(m_directory.filePath(name)));
+    }
+
+    m_controller->listFTPDestination();
+    list({});
+
+    EXPECT_TRUE(tool("queueOutcomeAgainButton").isVisible());
+}
+
 TEST_F(OutcomeLineTest, WhatCanBeQueuedAgainIsAskedForEachQueue)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s), u"/nonexistent"_s });
