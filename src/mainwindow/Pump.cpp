@@ -13,6 +13,7 @@
 #include "UploadHistory.h"
 #include "UploadQueue.h"
 #include "UploadRun.h"
+#include "UserDefaults.h"
 #include "WindowIndicators.h"
 
 #include <utility>
@@ -151,6 +152,7 @@ bool Pump::isUploadDue() const
 
 void Pump::startNext()
 {
+    const UserDefaults::Reading reading(UserDefaults::standard()); // Once for all that a start asks for.
     if (isUploadDue()) {
         m_parts.listing.setDestination(DestinationSettings::destination());
     }

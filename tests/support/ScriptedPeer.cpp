@@ -178,8 +178,9 @@ void PeerConnection::flush()
 bool PeerConnection::startTls(const TlsServerContext& context)
 {
     m_tls = std::make_unique<TlsServerEnd>(context);
+    static constexpr qsizetype littleMore = 256; // What follows the handshake at once stays where it is.
     waitFor([this] {
-        takeIn();
+        takeIn(littleMore);
         return m_tls->isReady() || hasEnded();
     });
     return m_tls->isReady();

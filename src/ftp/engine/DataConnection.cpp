@@ -64,50 +64,71 @@ bool DataConnection::connectTo(const QHostAddress& host, quint16 port, const Tls
         QMetaObject::invokeMethod(this, &DataConnection::failed, Qt::QueuedConnection);
         return true;
     }
-    watch(QSocketNotifier::Write);
     return true;
+}
+
+void DataConnection::awaitPeer()
+{
+    if (m_socket < 0) {
+        return; // What came of it is about to be reported.
+    }
+    // To be woken costs more than to look.
+    if (m_gate.isClosed() || writability(m_socket) == Writability::Full) {
+        watchFor(QSocketNotifier::Write);
+    } else {
+        takeTurn();
+    }
 }
 
 void DataConnection::watchForReading()
 {
-    watch(QSocketNotifier::Read);
+    watchFor(QSocketNotifier::Read);
 }
+
 void DataConnection::watchForWriting()
 {
-    watch(QSocketNotifier::Write);
+    m_wanted = QSocketNotifier::Write;
+    if (m_isInTurn) {
+        moveData(QSocketNotifier::Write);
+    } else {
+        takeTurn();
+    }
 }
 
 void DataConnection::stopWatching()
 {
-    m_wanted = false;
-    updateNotifier();
+    watchFor(std::nullopt);
 }
 
-void DataConnection::watch(QSocketNotifier::Type type)
+/// The socket is watched from the end of the turn on: to begin and to end that costs more than a block of data.
+void DataConnection::watchFor(std::optional<QSocketNotifier::Type> type)
 {
-    if (m_socket < 0) {
-        return;
+    m_wanted = type;
+    if (!m_isInTurn) {
+        updateNotifier();
     }
-    if (m_notifier == nullptr || m_notifier->type() != type) {
-        if (m_notifier != nullptr) {
-            m_notifier->setEnabled(false);
-            m_notifier->deleteLater();
-        }
-        m_notifier = new QSocketNotifier(m_socket, type, this);
-        connect(m_notifier, &QSocketNotifier::activated, this, &DataConnection::activated);
-    }
-    m_wanted = true;
-    updateNotifier();
 }
 
 void DataConnection::updateNotifier()
 {
-    if (m_notifier != nullptr) {
-        const bool enable = m_wanted && !m_gate.isClosed();
-        if (m_notifier->isEnabled() != enable) {
-            m_notifier->setEnabled(enable);
-        }
-        readAgainIfMore();
+    const bool isWatching = m_wanted && m_socket >= 0 && !m_gate.isClosed();
+    if (m_notifier != nullptr && m_wanted && m_notifier->type() != *m_wanted) {
+        dropNotifier();
+    }
+    if (m_notifier == nullptr && isWatching) {
+        m_notifier = new QSocketNotifier(m_socket, *m_wanted, this);
+        connect(m_notifier, &QSocketNotifier::activated, this, &DataConnection::takeTurn);
+    } else if (m_notifier != nullptr && m_notifier->isEnabled() != isWatching) {
+        m_notifier->setEnabled(isWatching);
+    }
+    readAgainIfMore();
+}
+
+void DataConnection::dropNotifier()
+{
+    if (QSocketNotifier* const notifier = std::exchange(m_notifier, nullptr)) {
+        notifier->setEnabled(false);
+        notifier->deleteLater();
     }
 }
 
@@ -123,23 +144,32 @@ void DataConnection::readAgainIfMore()
         [this] {
             m_readPosted = false;
             if (isWatchedFor(QSocketNotifier::Read)) {
-                activated();
+                takeTurn();
             }
         },
         Qt::QueuedConnection);
 }
 
-void DataConnection::activated()
+/// What the socket is ready for.
+void DataConnection::takeTurn()
 {
+    m_isInTurn = true;
     if (m_connecting) {
         finishConnecting();
-        return;
-    }
-    if (m_shakingHands) {
+    } else if (m_shakingHands) {
         shakeHands();
+    } else if (m_wanted) {
+        moveData(*m_wanted);
+    }
+    m_isInTurn = false;
+    updateNotifier();
+}
+
+void DataConnection::moveData(QSocketNotifier::Type type)
+{
+    if (!isWatchedFor(type)) {
         return;
     }
-    const QSocketNotifier::Type type = m_notifier->type();
     const QDeadlineTimer turn(longestTurn, Qt::PreciseTimer);
     m_carrier->beginTurn();
     bool isReady = true;
@@ -149,12 +179,11 @@ void DataConnection::activated()
     if (type == QSocketNotifier::Write) {
         m_unacknowledged = waitingBytes();
     }
-    readAgainIfMore();
 }
 
 bool DataConnection::isWatchedFor(QSocketNotifier::Type type) const
 {
-    return m_notifier != nullptr && m_notifier->type() == type && m_notifier->isEnabled();
+    return m_socket >= 0 && m_wanted == type && !m_gate.isClosed();
 }
 
 /// False when there is nothing to report.
@@ -208,10 +237,10 @@ void DataConnection::shakeHands()
 {
     switch (m_carrier->shakeHands()) {
     case DataCarrier::Handshake::WaitsToRead:
-        watch(QSocketNotifier::Read);
+        watchFor(QSocketNotifier::Read);
         break;
     case DataCarrier::Handshake::WaitsToWrite:
-        watch(QSocketNotifier::Write);
+        watchFor(QSocketNotifier::Write);
         break;
     case DataCarrier::Handshake::Done:
         m_shakingHands = false;
@@ -259,7 +288,7 @@ void DataConnection::endWriting()
     m_carrier->sayEnd();
     if (m_carrier->flush() == DataCarrier::Flush::Waits) {
         m_ending = true;
-        watch(QSocketNotifier::Write);
+        watchFor(QSocketNotifier::Write);
     } else {
         finishWriting();
     }
@@ -313,13 +342,9 @@ void DataConnection::reset()
 
 void DataConnection::closeSocket()
 {
-    m_wanted = false;
+    m_wanted.reset();
     m_deliveryCheck.stop();
-    if (m_notifier != nullptr) {
-        m_notifier->setEnabled(false);
-        m_notifier->deleteLater();
-        m_notifier = nullptr;
-    }
+    dropNotifier();
     m_carrier.reset();
     if (m_socket >= 0) {
         ::close(m_socket);

@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <optional>
 #include <span>
 
 class DeliveryGate;
@@ -17,8 +18,8 @@ class TlsChannel;
 /// so that nothing is buffered twice and a partial write is seen as what it is. A carrier moves the bytes, encrypted or
 /// not; the connection makes the socket, watches it and ends it.
 ///
-/// Every signal comes from the event loop, and none while the gate is closed. One turn of the loop may bring several
-/// signals, for a moment that nobody notices, since a turn costs more than a block of data.
+/// Every signal comes from an event of the loop, and none while the gate is closed. One turn of the loop may bring
+/// several signals, for a moment that nobody notices, since a turn costs more than a block of data.
 ///
 /// Destroyed through the loop: it may be the one that is reporting.
 class DataConnection final : public QObject {
@@ -28,16 +29,21 @@ public:
     explicit DataConnection(DeliveryGate& gate);
     ~DataConnection() override; ///< Resets a connection that still stands.
 
-    /// Begins to connect; a failure to do so arrives as failed(). False when there is no descriptor left for it.
-    /// With @p control, the channel of the control connection, the connection is encrypted, in the same session: it is
-    /// connected() when its handshake is done, too. The channel is not needed any more when this returns.
+    /// Begins to connect; awaitPeer() follows. A failure to begin arrives as failed(). False when there is no
+    /// descriptor left for it. With @p control, the channel of the control connection, the connection is encrypted, in
+    /// the same session: it is connected() when its handshake is done, too. The channel is not needed any more when
+    /// this returns.
     [[nodiscard]] bool connectTo(const QHostAddress& host, quint16 port, const TlsChannel* control = nullptr);
+    /// What has come of connecting is reported from now on. Meant for use from inside an event of the loop: a peer that
+    /// is near has accepted the connection by the time that a command is sent, and that is reported at once.
+    void awaitPeer();
     /// Whether the peer has accepted the connection, which may wait for its handshake.
     bool hasReachedPeer() const { return m_socket >= 0 && !m_connecting; }
 
     /// From now on readable() is reported again and again while there is something to read or the end has come.
     void watchForReading();
-    /// From now on writable() is reported again and again while bytes can be taken.
+    /// From now on writable() is reported again and again while bytes can be taken. Meant for use from inside an event
+    /// of the loop: the first ones are reported at once.
     void watchForWriting();
     void stopWatching();
 
@@ -71,10 +77,12 @@ signals:
     void failed();
 
 private:
-    void watch(QSocketNotifier::Type type);
+    void watchFor(std::optional<QSocketNotifier::Type> type);
     void updateNotifier();
+    void dropNotifier();
     void readAgainIfMore();
-    void activated();
+    void takeTurn();
+    void moveData(QSocketNotifier::Type type);
     bool isWatchedFor(QSocketNotifier::Type type) const;
     bool reportReadable();
     bool reportWritable();
@@ -92,7 +100,8 @@ private:
     bool m_connecting = false;
     bool m_shakingHands = false;
     bool m_ending = false; ///< Our side ends when the waiting bytes have been sent.
-    bool m_wanted = false; ///< Somebody wants to hear of readiness.
+    std::optional<QSocketNotifier::Type> m_wanted; ///< What somebody wants to hear of.
+    bool m_isInTurn = false;
     qint64 m_unacknowledged = 0; ///< Of what was taken, at the last look.
     QTimer m_deliveryCheck; ///< Runs from our end on, until everything was acknowledged.
     bool m_readPosted = false; ///< The loop will look for what has been received and not yet read.

@@ -106,6 +106,9 @@ void Transfer::dataMoved(qint64 count)
 void Transfer::reach(Stage stage)
 {
     m_progress.stage = stage;
+    if (m_request.kind != Kind::ConnectionTest) {
+        return; // Nobody follows its stages.
+    }
     // From the loop: a slot may abandon the transfer.
     QMetaObject::invokeMethod(this, &Transfer::stageReached, Qt::QueuedConnection);
 }
@@ -122,7 +125,8 @@ void Transfer::begin()
         return;
     }
     m_key = m_request.server();
-    takeConnection(ConnectionPool::Reuse::Allowed);
+    const bool standsBack = m_request.standsBack && !traits().allowsOneLogin;
+    takeConnection(standsBack ? ConnectionPool::Reuse::Spare : ConnectionPool::Reuse::Allowed);
 }
 
 void Transfer::takeConnection(ConnectionPool::Reuse reuse)
@@ -244,6 +248,7 @@ void Transfer::handleSetupReply(const FTPCommand& command, const Reply& reply)
     const SessionSetup::Verdict verdict = m_try.setup->handleReply(command, reply);
     if (m_progress.stage == Stage::LoggingIn && m_try.connection->session().loggedIn) {
         m_loginWait.stop();
+        traits().allowsOneLogin = traits().allowsOneLogin && !m_engine.pool().hasOther(*m_try.connection);
         reach(Stage::LoggedIn);
     }
     follow(verdict, reply);
@@ -359,6 +364,7 @@ void Transfer::runCommand()
             return;
         }
         m_try.connection->send({ m_request.command() });
+        m_data.awaitPeer();
         break;
     }
 }
@@ -446,14 +452,15 @@ void Transfer::dataConnected()
 {
     m_try.hasDataConnection = true;
     if (m_request.kind == Kind::Upload) {
-        if (m_request.length > 0) {
-            enter(State::Moving);
-            m_data.watchForWriting();
-        } else {
-            enter(State::Delivering);
+        const bool isEmpty = m_request.length == 0;
+        enter(isEmpty ? State::Delivering : State::Moving);
+        if (isEmpty) {
             m_data.endWriting();
         }
         report(FTPStreamEvent::OpenCompleted);
+        if (m_state == State::Moving) {
+            m_data.watchForWriting();
+        }
     } else if (m_try.hasConsented) {
         consented();
     } else {
@@ -679,6 +686,7 @@ void Transfer::awaitLogin()
 {
     const bool hasOther = m_engine.pool().hasOther(*m_try.connection);
     m_loginRefusal = m_progress.reply;
+    traits().allowsOneLogin = traits().allowsOneLogin || hasOther;
     enter(State::AwaitingLogin);
     letGoOfConnection(false);
     const auto tryAgain = [this] {
