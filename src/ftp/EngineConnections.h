@@ -17,6 +17,7 @@ public:
     }
 
     void closeIdleConnections(const QString& location) override;
+    bool allowsFurtherLogins(const QString& location) const override;
     std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
                                                            FTPConnectionTestHandler handler) override;
 

@@ -96,6 +96,8 @@ public:
         return true;
     }
 
+    void setStandsBack(bool standsBack) override { m_request.standsBack = standsBack; }
+
     std::optional<qint64> resourceSize() const override
     {
         return m_transfer != nullptr ? m_transfer->size() : std::nullopt;

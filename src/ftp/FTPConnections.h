@@ -16,6 +16,9 @@ public:
     /// that allows few logins. Returns at once.
     virtual void closeIdleConnections(const QString& location) = 0;
 
+    /// Whether the server of @p location is not known to refuse a second login beside one of ours.
+    virtual bool allowsFurtherLogins(const QString& location) const = 0;
+
     /// Tests a connection as a stream to the folder would make it, on a connection of its own. Moves and changes
     /// nothing.
     virtual std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,

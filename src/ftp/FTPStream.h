@@ -107,6 +107,9 @@ public:
     /// Whether a download asks the server for the file's size. May be set until the loop runs, also after open().
     /// False when the stream refuses it.
     virtual bool setFetchResourceInfo(bool fetch) = 0;
+    /// Whether the stream leaves a kept connection that is the only one to the streams that follow, and makes another
+    /// for itself; to be set before open(). Not by default.
+    virtual void setStandsBack(bool /*standsBack*/) { }
     /// Bytes of the file as the server announced them; known, if at all, from OpenCompleted on.
     virtual std::optional<qint64> resourceSize() const = 0;
 };

@@ -22,6 +22,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_gc(streams, UserDefaults::standard(), [this](const QString& path) { m_items.openDownload(path); })
     , m_lc(streams)
     , m_cc(streams)
+    , m_connections(connections)
     , m_queue(m_history)
     , m_run(m_pc, m_history)
     , m_listing(m_lc)
@@ -134,6 +135,7 @@ void ViewController::listFTPDestination()
     if (!destination.isNull()) {
         m_indicators.resetProgress();
     }
+    m_lc.setStandsBack(!m_queue.isEmpty()); // The next file goes at once, without another login.
     m_listing.list(destination);
     m_indicators.listingStarted(m_lc, m_lc.isReceiving());
 }
@@ -196,7 +198,8 @@ void ViewController::uploadDone()
     m_run.uploadDone();
     m_indicators.resetProgress();
     // The list cannot be refreshed beside a download, but has to be after it.
-    if (m_gc.isReceiving() || !m_pace.isDueAfterUpload(!m_queue.isEmpty())) {
+    const bool hasLine = m_queue.isEmpty() || m_connections.allowsFurtherLogins(m_listing.destination().location);
+    if (m_gc.isReceiving() || !m_pace.isDueAfterUpload(!m_queue.isEmpty()) || !hasLine) {
         m_listing.setDue(true);
     } else {
         listFTPDestination();

@@ -159,6 +159,7 @@ private:
     FTPGetController m_gc;
     FTPListController m_lc;
     FTPCreateController m_cc;
+    FTPConnections& m_connections;
     UploadHistory m_history;
     UploadQueue m_queue;
     UploadRun m_run;

@@ -44,7 +44,11 @@ void FTPListController::startReceive(const QString& address, const QString& user
     m_listData.clear();
     m_measure = {};
     m_searched = 0;
-    if (startStream(m_streams.createListingStream(location), username, password)) {
+    std::unique_ptr<FTPReadStream> stream = m_streams.createListingStream(location);
+    if (stream != nullptr) {
+        stream->setStandsBack(m_standsBack);
+    }
+    if (startStream(std::move(stream), username, password)) {
         receiveDidStart();
     }
 }

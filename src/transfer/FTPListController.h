@@ -37,6 +37,10 @@ public:
     WeakRef<FTPListControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPListControllerDelegate> delegate);
 
+    /// Whether the listings that start from now on leave the only kept connection to the transfers that follow
+    /// (FTPReadStream::setStandsBack()).
+    void setStandsBack(bool standsBack) { m_standsBack = standsBack; }
+
     /// Starts to list the folder at @p address; ignored while a listing runs. Without both user name and password (null
     /// or empty) the login is anonymous.
     void startReceive(const QString& address, const QString& username, const QString& password);
@@ -75,6 +79,7 @@ private:
     FTPStreamFactory& m_streams;
     LineParser m_parseLine;
     WeakRef<FTPListControllerDelegate> m_delegate;
+    bool m_standsBack = false;
     QByteArray m_listData;
     ListingMeasure m_measure; ///< Of this listing.
     qsizetype m_searched = 0; ///< So many bytes at the beginning of m_listData are known to hold no line end.

@@ -64,6 +64,43 @@ TEST_P(KeptConnectionTest, EndedByTheServerItIsReplacedSilently)
     expectUploadOnFreshConnection();
 }
 
+TEST_P(KeptConnectionTest, AListingThatStandsBackLeavesTheOnlyOneToTheUploadThatFollows)
+{
+    StreamRecorder listing;
+    auto stream = m_factory.createListingStream(m_peer.location(u"/"_s));
+    stream->setStandsBack(true);
+    start(std::move(stream), listing);
+    startSecond();
+
+    reopen(*m_control, "STOR second");
+    finishUpload(*m_control);
+
+    EXPECT_NE(logIn({ "TYPE I", "EPSV" }), nullptr); // The listing.
+}
+
+TEST_P(KeptConnectionTest, OfTwoAListingThatStandsBackTakesOne)
+{
+    StreamRecorder first;
+    startUpload(first, u"/other"_s, "2");
+    startSecond();
+    reopen(*m_control, "STOR other");
+    EXPECT_EQ(m_data->receiveToEnd(), "2");
+    auto other = open("STOR second");
+    EXPECT_EQ(m_data->receiveToEnd(), "2");
+    other->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    m_control->say("226 Got it");
+    EXPECT_EQ(first.waitForEnd().last(), u"end"_s);
+
+    StreamRecorder listing;
+    auto stream = m_factory.createListingStream(m_peer.location(u"/"_s));
+    stream->setStandsBack(true);
+    start(std::move(stream), listing);
+    reopen(*other, "LIST");
+
+    EXPECT_EQ(m_peer.connectionCount(), 2);
+}
+
 TEST_P(KeptConnectionTest, EndedWith421ItIsReplacedSilently)
 {
     m_control->say("421 Idle for too long");
@@ -560,6 +597,20 @@ TEST_P(OnlyOneLoginTest, TheFreedConnectionIsReused)
     EXPECT_EQ(m_data->receiveToEnd(), "2");
     m_control->say("226 Got it");
     EXPECT_EQ(m_other.waitForEnd().last(), u"end"_s);
+}
+
+TEST_P(OnlyOneLoginTest, IsKnownFromTheRefusalOnUntilAnotherLoginWasAllowed)
+{
+    const EngineConnections connections(m_engine);
+    const QString server = m_peer.location(u"/"_s);
+    EXPECT_TRUE(connections.allowsFurtherLogins(server));
+    startBoth();
+    EXPECT_FALSE(connections.allowsFurtherLogins(server));
+
+    startUpload(m_third, u"/fourth"_s, "2");
+    const auto allowed = logIn({ "TYPE I", "EPSV" });
+
+    EXPECT_TRUE(waitFor([&] { return connections.allowsFurtherLogins(server); }));
 }
 
 TEST_P(OnlyOneLoginTest, WhenTheConnectionIsLostAFreshOneIsTried)

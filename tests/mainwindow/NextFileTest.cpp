@@ -140,6 +140,35 @@ TEST_F(NextFileTest, ThreeFilesHaveThreeListings)
     EXPECT_EQ(count(Kind::Listing), 3);
 }
 
+TEST_F(NextFileTest, WhileFilesWaitTheListingLeavesTheConnectionToTheNextFile)
+{
+    finishUpload();
+    EXPECT_TRUE(latest(Kind::Listing).calls.contains(u"setStandsBack"_s));
+    latest(Kind::Listing).sendEnd();
+    turn();
+    finishUpload();
+    latest(Kind::Listing).sendEnd();
+    turn();
+
+    finishUpload(); // The last one.
+
+    EXPECT_FALSE(latest(Kind::Listing).calls.contains(u"setStandsBack"_s));
+}
+
+TEST_F(NextFileTest, WhereTheServerAllowsOneLoginTheListingWaitsUntilTheQueueHasEnded)
+{
+    m_connections.furtherLogins = false;
+    for (int i = 0; i < 2; ++i) {
+        finishUpload();
+        turn();
+        EXPECT_EQ(count(Kind::Listing), 0);
+    }
+
+    finishUpload();
+
+    EXPECT_EQ(count(Kind::Listing), 1);
+}
+
 TEST_F(NextFileTest, AListingThatWasPutOffComesAlsoWhenTheLastFilesFail)
 {
     m_controller->uploadFiles(QStringList(9, makeFile(u"b"_s)));

@@ -113,6 +113,12 @@ public:
         }
         return count;
     }
+    void setStandsBack(bool standsBack) override
+    {
+        if (standsBack) {
+            fake().calls.append(u"setStandsBack"_s);
+        }
+    }
     bool setFetchResourceInfo(bool fetch) override
     {
         fake().calls.append(fetch ? u"setFetchResourceInfo"_s : u"setFetchResourceInfo false"_s);

@@ -54,8 +54,8 @@ struct FakeFTPStream : FakeStreamScript {
     QString location;
     qint64 length = -1; ///< Of an upload: the length it was created with.
 
-    /// What was called, in order: "setUserName NAME", "setPassword WORD", "setFetchResourceInfo", "open", "write SIZE",
-    /// "close".
+    /// What was called, in order: "setUserName NAME", "setPassword WORD", "setFetchResourceInfo", "setStandsBack",
+    /// "open", "write SIZE", "close".
     QStringList calls;
     QByteArray written; ///< All bytes that write() took.
 
@@ -113,6 +113,7 @@ private:
 class FakeConnections final : public FTPConnections {
 public:
     void closeIdleConnections(const QString& location) override { closedIdle.append(location); }
+    bool allowsFurtherLogins(const QString& /*location*/) const override { return furtherLogins; }
     std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
                                                            FTPConnectionTestHandler handler) override
     {
@@ -121,6 +122,7 @@ public:
         return std::make_unique<FTPConnectionTest>();
     }
 
+    bool furtherLogins = true;
     QStringList closedIdle; ///< The locations whose idle connections were to be closed.
     std::vector<FTPConnectionTestRequest> connectionTestRequests; ///< Of all connection tests.
     FTPConnectionTestHandler connectionTestHandler; ///< Hears of the latest one.

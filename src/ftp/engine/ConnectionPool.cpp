@@ -22,15 +22,10 @@ ConnectionPool::ConnectionPool(DeliveryGate& gate, const FTPTimeouts& timeouts)
 ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConnectionUser& user, Reuse reuse,
                                            const ServerTraits& traits)
 {
-    if (reuse == Reuse::Allowed) {
-        for (const std::unique_ptr<Entry>& entry : m_entries) {
-            ControlConnection& kept = *entry->connection;
-            if (kept.key() == key && isKept(kept)) {
-                entry->watchdog.stop();
-                kept.setUser(&user);
-                return kept;
-            }
-        }
+    if (Entry* const entry = reuse == Reuse::Fresh ? nullptr : keptEntry(key, reuse)) {
+        entry->watchdog.stop();
+        entry->connection->setUser(&user);
+        return *entry->connection;
     }
     auto entry = std::make_unique<Entry>(m_gate);
     entry->connection = new ControlConnection(key, m_gate, traits);
@@ -49,6 +44,21 @@ ControlConnection& ConnectionPool::acquire(const FTPServerKey& key, ControlConne
     m_entries.push_back(std::move(entry));
     connection.open();
     return connection;
+}
+
+/// A kept connection; null for none, or for too few of them.
+ConnectionPool::Entry* ConnectionPool::keptEntry(const FTPServerKey& key, Reuse reuse)
+{
+    Entry* found = nullptr;
+    for (const std::unique_ptr<Entry>& entry : m_entries) {
+        if (entry->connection->key() == key && isKept(*entry->connection)) {
+            if (reuse == Reuse::Allowed || found != nullptr) {
+                return entry.get();
+            }
+            found = entry.get();
+        }
+    }
+    return nullptr;
 }
 
 void ConnectionPool::release(ControlConnection& connection)

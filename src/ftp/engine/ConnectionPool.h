@@ -27,6 +27,7 @@ public:
 
     enum class Reuse {
         Allowed, ///< A kept connection will do.
+        Spare, ///< A kept connection will do if another one is kept.
         Fresh, ///< Only a new connection will do.
     };
     /// A connection for @p user alone, until it is released or discarded. It may not be established yet.
@@ -70,6 +71,7 @@ private:
         std::function<bool()> retry;
     };
 
+    Entry* keptEntry(const FTPServerKey& key, Reuse reuse);
     Entry* entryOf(const ControlConnection& connection);
     void becameFree(const FTPServerKey& key);
     bool evict(const FTPServerKey& key);

@@ -15,6 +15,7 @@ struct ServerTraits {
     bool pipelines = true; ///< It understands commands that are sent ahead of replies.
     /// STOR, RETR, LIST: it says that such a transfer begins (125, 150) before it says that it was done.
     std::set<FTPVerb> announced;
+    bool allowsOneLogin = false; ///< It has refused another one beside one of ours.
     bool passiveOnly = false; ///< EPSV leads nowhere; PASV is to be used where there is an IPv4 address.
 };
 

@@ -23,6 +23,7 @@ struct TransferRequest {
     QByteArray password;
     qint64 length = 0; ///< Of an upload: how many bytes will be written.
     bool fetchSize = false; ///< Of a download: ask for the size first.
+    bool standsBack = false; ///< Leaves the only kept connection to others.
     FTPEncryption encryption = FTPEncryption::None;
     QList<QByteArray> trustedCertificates; ///< Fingerprints that need not be judged.
     CertificateTrust* certificateTrust = nullptr; ///< Judges other certificates that are not good; null: refused.
