@@ -4,6 +4,7 @@
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
+#include "FileURL.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -11,10 +12,10 @@
 #include <QApplication>
 #include <QMimeData>
 #include <QTemporaryDir>
-#include <QUrl>
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -35,22 +36,23 @@ ViewController& controller()
     return *controller;
 }
 
-/// A drop of so many files that exist.
+/// A drop of so many files that exist, as another program's: a text.
 const QMimeData& drop(int count)
 {
     static const QTemporaryDir folder;
     static QMimeData data;
-    if (data.urls().size() != count) {
-        QList<QUrl> urls;
+    static int present = 0;
+    if (std::exchange(present, count) != count) {
+        QByteArray uris;
         for (int number = 0; number < count; ++number) {
             const QString path = folder.filePath(u"file %1"_s.arg(number, 6, 10, QChar(u'0')));
             QFile file(path);
             if (!file.exists() && !file.open(QIODevice::WriteOnly)) {
                 qFatal("cannot make the files");
             }
-            urls.append(QUrl::fromLocalFile(path));
+            uris += fileURI(path).toLatin1() + "\r\n";
         }
-        data.setUrls(urls);
+        data.setData(u"text/uri-list"_s, uris);
     }
     return data;
 }
@@ -72,6 +74,24 @@ void dropFiles(benchmark::State& state)
     }
 }
 BENCHMARK(dropFiles)->Arg(1'000)->Arg(manyFiles)->Unit(benchmark::kMillisecond);
+
+/// What the window's loop stands still for one more file.
+void addOneToMany(benchmark::State& state)
+{
+    controller().clearQueue();
+    PathList files;
+    for (int number = 0; number < state.range(0); ++number) {
+        files.append(u"/nowhere/at/all/file %1"_s.arg(number));
+    }
+    controller().uploadFiles(files);
+    QApplication::processEvents();
+    for (auto _ : state) {
+        controller().uploadFiles({ u"/nowhere/at/all/one more"_s });
+        QApplication::sendPostedEvents(); // What has changed is laid out and painted.
+    }
+    controller().clearQueue();
+}
+BENCHMARK(addOneToMany)->Arg(manyFiles)->Iterations(100)->Unit(benchmark::kMillisecond);
 
 void tickWhileFilesWait(benchmark::State& state)
 {

@@ -124,7 +124,7 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*plat
     PathList files;
     QStringList others;
     for (const QString& uri : uris) {
-        if (const QString path = localPath(QUrl(uri)); path.isNull()) {
+        if (const QString path = localPath(uri.toUtf8()); path.isNull()) {
             others.append(uri);
         } else {
             files.append(path);

@@ -26,6 +26,34 @@ TEST(FileURLTest, BytesThatAreNotUtf8StayWhatTheyAre)
     EXPECT_EQ(localPath(QUrl(u"file:///50%/%zz"_s)), u"/50%/%zz"_s);
 }
 
+TEST(FileURLTest, AURIInAListIsReadLikeAnyOther)
+{
+    for (const char* const uri : { "file:///a",
+                                   "file:///",
+                                   "file:///a%20b/%C3%A9%2541",
+                                   "file:///d%FF/caf%e9",
+                                   "file:///a/../b/./c//d",
+                                   "file:////a",
+                                   "file:///a?x#y",
+                                   "file:///a%3Fx%23y",
+                                   "file:///50%/%zz",
+                                   "file:///a%2",
+                                   "file:///a%2Fb%00c",
+                                   "file:///\xc3\xa9 b",
+                                   "file:///a!$&'()*+,;=:@~-._",
+                                   "file:///[a]\"<>\\^`{|}",
+                                   "file:/a",
+                                   "file://localhost/a",
+                                   "FILE:///a",
+                                   "file://elsewhere.example/a",
+                                   "http://host/a",
+                                   "/a",
+                                   "",
+                                   "#" }) {
+        EXPECT_EQ(localPath(QByteArray(uri)), localPath(QUrl::fromEncoded(uri))) << uri;
+    }
+}
+
 TEST(FileURLTest, TheURIOfAFileLeadsBackToIt)
 {
     EXPECT_EQ(fileURI(u"/a b/é%41#;?[].txt"_s), u"file:///a%20b/%C3%A9%2541%23%3B%3F%5B%5D.txt"_s);

@@ -8,7 +8,25 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
+
+/// The URIs that @p data lists.
+QByteArrayList urisIn(const QMimeData& data)
+{
+    QByteArray list = data.data(u"text/uri-list"_s);
+    if (list.endsWith('\0')) {
+        list.chop(1); // Some sources end it so.
+    }
+    QByteArrayList uris;
+    for (const QByteArray& line : list.split('\n')) {
+        if (const QByteArray uri = line.trimmed(); !uri.isEmpty()) {
+            uris.append(uri);
+        }
+    }
+    return uris;
+}
 
 /// Whether there is something at @p path that is no folder.
 bool isFile(const QString& path)
@@ -21,18 +39,18 @@ bool isFile(const QString& path)
 
 bool namesLocalFiles(const QMimeData& data)
 {
-    const QList<QUrl> urls = data.urls();
-    return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return !localPath(url).isNull(); });
+    const QByteArrayList uris = urisIn(data);
+    return std::any_of(uris.begin(), uris.end(), [](const QByteArray& uri) { return !localPath(uri).isNull(); });
 }
 
 DroppedItems droppedItems(const QMimeData& data)
 {
     DroppedItems items;
-    for (const QUrl& url : data.urls()) {
-        if (const QString path = localPath(url); isFile(path)) {
+    for (const QByteArray& uri : urisIn(data)) {
+        if (const QString path = localPath(uri); isFile(path)) {
             items.files.append(path);
         } else {
-            items.others.append(path.isNull() ? url.toDisplayString() : path);
+            items.others.append(path.isNull() ? QUrl::fromEncoded(uri).toDisplayString() : path);
         }
     }
     return items;

@@ -48,6 +48,17 @@ TEST_F(DroppedFilesTest, ReadsEscapedNamesFromTheListText)
     EXPECT_EQ(droppedItems(m_data).files, QStringList{ path });
 }
 
+TEST_F(DroppedFilesTest, TheListMayEndWithAZeroByteOrWithoutALineEnd)
+{
+    const QString path = make(u"a"_s);
+    const QByteArray uri = QUrl::fromLocalFile(path).toEncoded();
+    for (const QByteArray& list : { uri, uri + '\0', uri + "\r\n" + '\0', "\n" + uri + "\n\n" }) {
+        m_data.setData(u"text/uri-list"_s, list);
+        EXPECT_EQ(droppedItems(m_data).files, QStringList{ path });
+        EXPECT_TRUE(droppedItems(m_data).others.isEmpty());
+    }
+}
+
 TEST_F(DroppedFilesTest, FindsFilesWhoseNamesAreNotUtf8)
 {
     const FileOfBytes file(m_directory.path(), "caf\xe9.txt");
