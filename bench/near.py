@@ -14,7 +14,7 @@ from benchmark import TOP, build, helper
 from clients import Curl, Lftp, Ncftp
 from conversation import Conversation, counts, parts, transfers
 from table import Row, median, of_counts, paired, spread
-from usage import Usage, cpu_seconds, forget_peak_memory, memory, peak_memory, run, wait_for_calm
+from usage import Usage, cpu_seconds, forget_peak_memory, memory, peak_memory, run, wait_for_calm, wake_ups
 from window import Window, settings_of
 
 LARGE = 1024**3
@@ -399,33 +399,40 @@ def rest(_, make):
 
         def turn(_, window):
             seconds = 30
-            (spent,) = spent_in([window.pid], seconds)
+            ((spent, _),) = spent_in([window.pid], seconds)
             return Usage(None, spent, memory(window.pid)), []
 
         yield Scene(login, conversation, turn)
 
 
 def spent_in(pids, seconds):
-    """The processor time that each of these processes uses in so many seconds."""
-    before = [cpu_seconds(pid) for pid in pids]
+    """What each of these processes uses in so many seconds: processor time, and wake-ups of all its threads."""
+    before = [(cpu_seconds(pid), wake_ups(pid)) for pid in pids]
     time.sleep(seconds)
-    return [cpu_seconds(pid) - spent for pid, spent in zip(pids, before)]
+    return [(cpu_seconds(pid) - cpu, wake_ups(pid) - count) for pid, (cpu, count) in zip(pids, before)]
 
 
 def idle(bench):
     seconds = 30 if bench.quick else 300
     with rest(bench, "pyftpdlib") as scene, shown(bench, scene.login, scene.conversation) as window:
         # At the same time, since what waking up costs depends on what else the machine does.
-        others = [bench.desktop.spawn([build(name)]) for name in ("EmptyTimer", "BareTimer")]
-        time.sleep(2)
-        spent = spent_in([window.pid, *(other.pid for other in others)], seconds)
-        ours, empty, bare = [share / seconds * 100 for share in spent]
-        for other in others:
-            bench.desktop.end(other)
-    yield Row(
-        f"idle window, {seconds} s", "", f"{ours:.2f} % of a core", "< 0.4 %",
-        others=f"window with an empty timer {empty:.2f} %, a timer without a toolkit {bare:.2f} %",
-    )  # fmt: skip
+        clock = bench.desktop.spawn([build("ClockWindow")])
+        time.sleep(5)
+        (ours, wakes), (its, its_wakes) = spent_in([window.pid, clock.pid], seconds)
+        yield Row(
+            f"idle window, {seconds} s", "",
+            f"{wakes / seconds:.1f} wake-ups a second, {ours / seconds * 100:.3f} % of a core",
+            "≤ 4, ≤ 1.5 of a window with a clock",
+            others=f"window with a clock {its_wakes / seconds:.1f}, {its / seconds * 100:.3f} %", cpu_ratio=f"{ours / its:.2f}",
+        )  # fmt: skip
+        bench.desktop.end(clock)
+        window.minimise()
+        time.sleep(5)
+        ((ours, wakes),) = spent_in([window.pid], seconds)
+        yield Row(
+            f"minimised window, {seconds} s", "",
+            f"{wakes / seconds:.2f} wake-ups a second, {ours / seconds * 100:.4f} % of a core", "≤ 0.2, ≤ 0.01 %",
+        )  # fmt: skip
 
 
 @contextlib.contextmanager

@@ -11,6 +11,15 @@ import time
 Usage = collections.namedtuple("Usage", "wall cpu peak")
 
 
+def wake_ups(pid):
+    """How often the kernel has put threads of the process to work that had nothing to do."""
+    count = 0
+    for task in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{task}/status", encoding="ascii") as status:
+            count += int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", status.read(), re.MULTILINE)[1])
+    return count
+
+
 def cpu_seconds(pid):
     """What the process's present threads have spent, to the nanosecond."""
     spent = 0

@@ -78,6 +78,9 @@ class Window:
     def key(self, name):
         self._desktop.key(name)
 
+    def minimise(self):
+        self._desktop.xdotool("windowminimize", self._desktop.windows_of(self.pid, ".")[0])
+
     def click(self, offset):
         self._desktop.click(self._on_screen(offset))
 
