@@ -133,7 +133,9 @@ void FTPListController::parseListData()
         return;
     }
     const QDateTime now = QDateTime::currentDateTime();
+    constexpr qsizetype shortLine = 64; // Bytes.
     QList<ListingEntry> entries;
+    entries.reserve(m_listData.size() / shortLine);
     qsizetype offset = 0;
     qint64 consumed = 0;
     do {
