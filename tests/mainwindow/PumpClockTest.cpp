@@ -4,6 +4,7 @@
 #include "WaitFor.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 
 #include <gtest/gtest.h>
 
@@ -36,13 +37,13 @@ protected:
 
 TEST_F(PumpClockTest, ItRestsWhenNothingHasBeenGoingOnForTwoSeconds)
 {
-    const Metronome tenths(100ms);
+    QElapsedTimer time;
+    time.start();
     m_clock.setSeen(true);
 
     ASSERT_TRUE(waitUntilResting());
 
-    EXPECT_GE(tenths.beats(), 19);
-    EXPECT_GT(m_count, 100);
+    EXPECT_GE(time.elapsed(), 2000);
 }
 
 TEST_F(PumpClockTest, WhileSomethingGoesOnItDoesNotRest)
@@ -74,7 +75,7 @@ TEST_F(PumpClockTest, AtRestItComesAtTheBeginningOfEachSecond)
 
     ASSERT_TRUE(waitFor([this, count] { return m_count == count + 2; }));
 
-    EXPECT_GE(QDateTime::currentSecsSinceEpoch(), second + 2);
+    EXPECT_GE(QDateTime::currentSecsSinceEpoch(), second + 1); // The first may just have been on its way.
     EXPECT_LE(interval(), 1s);
 }
 
@@ -104,12 +105,13 @@ TEST_F(PumpClockTest, WhatHasChangedWakesIt)
     m_clock.setSeen(true);
     ASSERT_TRUE(waitUntilResting());
 
+    QElapsedTimer time;
+    time.start();
     m_clock.wake();
 
     EXPECT_EQ(interval(), 10ms);
-    const Metronome tenths(100ms);
     ASSERT_TRUE(waitUntilResting());
-    EXPECT_GE(tenths.beats(), 19);
+    EXPECT_GE(time.elapsed(), 2000);
 }
 
 } // namespace
