@@ -46,10 +46,11 @@ Pump::Pump(const Parts& parts)
 
 void Pump::tick()
 {
-    if (!isHeld()) {
+    const bool isHeld = this->isHeld();
+    if (!isHeld) {
         showAndStart();
     }
-    m_clock.came(isBusy());
+    m_clock.came(isHeld || isBusy());
 }
 
 /// What is due of a tick.
@@ -64,6 +65,9 @@ void Pump::come()
         showAndStart();
     } else if (isUploadDue()) {
         startNext();
+    }
+    if (m_parts.pace.isRefreshDue() && !m_parts.listing.isListing()) {
+        emit refreshDue();
     }
     m_clock.came(isBusy());
 }
@@ -85,8 +89,8 @@ void Pump::fileConfirmed()
 
 void Pump::takeTurn()
 {
-    m_isTurnComing = false;
-    if (!isMainLoopSuspended() && isUploadDue()) {
+    // A tick may have come before: what it has started, or failed to, has had the turn.
+    if (std::exchange(m_isTurnComing, false) && !isMainLoopSuspended() && isUploadDue()) {
         startNext();
     }
 }
@@ -160,6 +164,7 @@ void Pump::startNext()
     if (isUploadDue() && !destination.isNull()) {
         m_parts.indicators.resetProgress();
         m_parts.pace.uploadStarts();
+        m_isTurnComing = false;
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
     } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {

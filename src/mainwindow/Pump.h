@@ -53,7 +53,6 @@ public:
     /// The window can be seen from now on, or cannot.
     void setSeen(bool isSeen) { m_clock.setSeen(isSeen); }
 
-public slots:
     /// Something that the pump looks at has changed.
     void wake() { m_clock.wake(); }
 
@@ -64,6 +63,8 @@ signals:
     void activityChanged(const TransferActivity& activity);
     /// A listing is due, and can be had.
     void listingDue();
+    /// So is a refresh that was put off while files go up, beside them.
+    void refreshDue();
 
 private:
     void come();

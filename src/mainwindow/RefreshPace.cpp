@@ -38,11 +38,18 @@ bool RefreshPace::isDueAfterUpload(bool doOthersWait)
 {
     m_confirmedAt = m_clock();
     ++m_confirmed;
-    return !doOthersWait || m_confirmed <= promptRefreshes || (!m_isListing && m_confirmedAt >= m_nextListingAt);
+    m_isPutOff = doOthersWait && m_confirmed > promptRefreshes;
+    return !m_isPutOff || isRefreshDue();
+}
+
+bool RefreshPace::isRefreshDue() const
+{
+    return m_isPutOff && !m_isListing && m_clock() >= m_nextListingAt;
 }
 
 void RefreshPace::listingBegan()
 {
+    m_isPutOff = false;
     m_isListing = true;
     m_listingBeganAt = m_clock();
 }

@@ -19,6 +19,9 @@ public:
     /// later.
     bool isDueAfterUpload(bool doOthersWait);
 
+    /// Whether a refresh has been put off, and it is time for it.
+    bool isRefreshDue() const;
+
     void listingBegan();
     void listingEnded();
 
@@ -28,6 +31,7 @@ private:
     Clock m_clock;
     int m_confirmed = 0; ///< Files of the run.
     qint64 m_confirmedAt;
+    bool m_isPutOff = false;
     bool m_isListing = false;
     qint64 m_listingBeganAt;
     qint64 m_nextListingAt; ///< Not before.

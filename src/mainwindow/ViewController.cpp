@@ -77,6 +77,7 @@ void ViewController::connectParts()
     connect(&m_pump, &Pump::shown, menu, &MainMenu::show);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
+    connect(&m_pump, &Pump::refreshDue, this, &ViewController::refreshBesideUploads);
 
     connect(&m_listing, &DestinationListing::began, this, [this] { m_pace.listingBegan(); });
     connect(&m_listing, &DestinationListing::ended, this, [this] { m_pace.listingEnded(); });
@@ -140,6 +141,23 @@ void ViewController::listFTPDestination()
     m_indicators.listingStarted(m_lc, m_lc.isReceiving());
 }
 
+/// Whether a listing may be had while files wait: it must not take the only login from them.
+bool ViewController::isLineFree() const
+{
+    return m_queue.isEmpty() || m_connections.allowsFurtherLogins(m_listing.destination().location);
+}
+
+void ViewController::refreshBesideUploads()
+{
+    const Destination& destination = m_listing.destination();
+    if (m_gc.isReceiving() || destination.isNull() || !isLineFree()) {
+        return; // It is due when the queue has ended.
+    }
+    m_lc.setStandsBack(!m_pc.isSending()); // The upload under way has its connection.
+    m_listing.list(destination);
+    m_indicators.listingStarted(m_lc, m_lc.isReceiving());
+}
+
 void ViewController::refresh()
 {
     emit userRequestedConnection();
@@ -198,8 +216,8 @@ void ViewController::uploadDone()
     m_run.uploadDone();
     m_indicators.resetProgress();
     // The list cannot be refreshed beside a download, but has to be after it.
-    const bool hasLine = m_queue.isEmpty() || m_connections.allowsFurtherLogins(m_listing.destination().location);
-    if (m_gc.isReceiving() || !m_pace.isDueAfterUpload(!m_queue.isEmpty()) || !hasLine) {
+    const bool isDue = m_pace.isDueAfterUpload(!m_queue.isEmpty());
+    if (m_gc.isReceiving() || !isDue || !isLineFree()) {
         m_listing.setDue(true);
     } else {
         listFTPDestination();

@@ -152,6 +152,8 @@ signals:
 
 private:
     void connectParts();
+    bool isLineFree() const;
+    void refreshBesideUploads();
     void alertIfError(const QString& status);
 
     MainWindow m_window;

@@ -46,7 +46,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
     m_searched = 0;
     std::unique_ptr<FTPReadStream> stream = m_streams.createListingStream(location);
     if (stream != nullptr) {
-        stream->setStandsBack(m_standsBack);
+        stream->setStandsBack(std::exchange(m_standsBack, false));
     }
     if (startStream(std::move(stream), username, password)) {
         receiveDidStart();

@@ -37,8 +37,8 @@ public:
     WeakRef<FTPListControllerDelegate> delegate() const { return m_delegate; }
     void setDelegate(WeakRef<FTPListControllerDelegate> delegate);
 
-    /// Whether the listings that start from now on leave the only kept connection to the transfers that follow
-    /// (FTPReadStream::setStandsBack()).
+    /// Whether the next listing that starts leaves the only kept connection to the transfers that follow
+    /// (FTPReadStream::setStandsBack()); none after it does.
     void setStandsBack(bool standsBack) { m_standsBack = standsBack; }
 
     /// Starts to list the folder at @p address; ignored while a listing runs. Without both user name and password (null

@@ -176,6 +176,40 @@ TEST_F(NextFileTest, WhereTheServerAllowsOneLoginTheListingWaitsUntilTheQueueHas
     EXPECT_EQ(count(Kind::Listing), 1);
 }
 
+TEST_F(NextFileTest, AListingThatWasPutOffComesBesideALargeFile)
+{
+    m_controller->uploadFiles(QStringList(9, makeFile(u"b"_s)));
+    for (int i = 0; i < 11; ++i) {
+        finishUpload();
+        latest(Kind::Listing).sendEnd();
+        turn();
+    }
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
+    const qsizetype listings = count(Kind::Listing);
+    upload().sendOpenCompleted();
+    m_controller->percentDone(50);
+
+    EXPECT_TRUE(waitFor([&] { return count(Kind::Listing) == listings + 1; }));
+
+    EXPECT_TRUE(m_controller->pc().isSending());
+    EXPECT_FALSE(latest(Kind::Listing).calls.contains(u"setStandsBack"_s)); // The upload has its connection.
+    tick();
+    EXPECT_EQ(bar("percentProgressIndicator").value(), 50);
+}
+
+TEST_F(NextFileTest, AFileThatATickHasPassedOverIsFollowedByTheNextTick)
+{
+    m_controller->clearQueue();
+    m_controller->uploadFiles({ u"/vanished"_s, makeFile(u"b"_s) });
+    finishUpload();
+
+    tick(); // Before the turn that is coming.
+    turn();
+
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+    EXPECT_EQ(count(Kind::Upload), 1);
+}
+
 TEST_F(NextFileTest, AListingThatWasPutOffComesAlsoWhenTheLastFilesFail)
 {
     m_controller->uploadFiles(QStringList(9, makeFile(u"b"_s)));

@@ -81,6 +81,21 @@ TEST_F(RefreshPaceTest, NoneBeginsWhileAnotherRuns)
     m_pace.listingEnded();
 }
 
+TEST_F(RefreshPaceTest, ARefreshThatWasPutOffIsDueWhenItsTimeHasComeAndUntilAListingBegins)
+{
+    EXPECT_FALSE(m_pace.isRefreshDue());
+    uploadTen();
+    EXPECT_FALSE(upload());
+    EXPECT_FALSE(m_pace.isRefreshDue());
+
+    m_now += 250;
+    EXPECT_TRUE(m_pace.isRefreshDue());
+    list(1);
+
+    m_now += 250;
+    EXPECT_FALSE(m_pace.isRefreshDue());
+}
+
 TEST_F(RefreshPaceTest, AfterAPauseOfTwoSecondsTheRunBeginsAnew)
 {
     uploadTen();
