@@ -19,7 +19,7 @@ void EngineConnections::closeIdleConnections(const QString& location)
 bool EngineConnections::allowsFurtherLogins(const QString& location) const
 {
     const std::optional<FTPLocation> server = FTPLocation::fromText(location);
-    return !server || !m_engine.servers().of({ server->host, server->port, {}, {} }).allowsOneLogin;
+    return !server || !m_engine.servers().of({ server->host, server->port, {}, {} }).allowsOneLogin();
 }
 
 std::unique_ptr<FTPConnectionTest> EngineConnections::startConnectionTest(const FTPConnectionTestRequest& request,

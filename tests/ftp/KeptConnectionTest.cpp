@@ -613,6 +613,24 @@ TEST_P(OnlyOneLoginTest, IsKnownFromTheRefusalOnUntilAnotherLoginWasAllowed)
     EXPECT_TRUE(waitFor([&] { return connections.allowsFurtherLogins(server); }));
 }
 
+TEST_P(OnlyOneLoginTest, HoweverItIsRefusedAListingThatStoodBackTakesTheKeptOne)
+{
+    auto stream = m_factory.createListingStream(m_peer.location(u"/"_s));
+    stream->setStandsBack(true);
+    start(std::move(stream), m_other);
+    auto refused = greet();
+    while (!refused->hear().startsWith("USER")) {
+        refused->say("200 Fine");
+    }
+
+    refused->say("530 Nobody else");
+    refused->close();
+
+    reopen(*m_control, "LIST");
+    EXPECT_TRUE(m_other.log().isEmpty());
+    EXPECT_FALSE(EngineConnections(m_engine).allowsFurtherLogins(m_peer.location(u"/"_s)));
+}
+
 TEST_P(OnlyOneLoginTest, WhenTheConnectionIsLostAFreshOneIsTried)
 {
     startBoth();

@@ -380,8 +380,28 @@ TEST_F(StreamTimingTest, ANewStreamMayBeOpenedFromInsideTheLastEventOfAnother)
     EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
 }
 
-TEST_F(StreamTimingTest, WithoutADescriptorForTheDataTheTransferFails)
+TEST_F(StreamTimingTest, ADescriptorThatIsMissingForTheDataIsWaitedForBeforeAnythingIsAskedFor)
 {
+    startUpload(u"/f"_s, "x");
+    auto control = logIn({ "TYPE I", "EPSV" });
+    control->say("200 I");
+    {
+        const NoDescriptorLeft none;
+        control->say(extendedPassive());
+        EXPECT_TRUE(control->isSilent());
+        EXPECT_TRUE(m_recorder.log().isEmpty());
+    }
+
+    EXPECT_EQ(control->hear(), "STOR f");
+    m_data = m_dataPeer.accept();
+    EXPECT_EQ(m_data->receiveToEnd(), "x");
+    control->say("226 Got it");
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+}
+
+TEST_F(StreamTimingTest, WithoutADescriptorForTheDataTheTransferFailsWhenItsTimeIsOver)
+{
+    m_engine.timeouts().connect = 300ms;
     startUpload(u"/f"_s, "x");
     auto control = logIn({ "TYPE I", "EPSV" });
     control->say("200 I");
@@ -390,10 +410,25 @@ TEST_F(StreamTimingTest, WithoutADescriptorForTheDataTheTransferFails)
     control->say(extendedPassive());
 
     EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_NE(control->waitForEnd(), End::None);
+    EXPECT_EQ(control->hear(), ""); // Nothing was asked for.
+}
+
+TEST_F(StreamTimingTest, ADescriptorThatIsMissingForTheConnectionIsWaitedFor)
+{
+    auto none = std::make_optional<NoDescriptorLeft>();
+    startUpload(u"/f"_s, "x");
+    drainEventLoop();
+    EXPECT_TRUE(m_recorder.log().isEmpty());
+
+    none.reset();
+
+    EXPECT_NE(logIn({ "TYPE I", "EPSV" }), nullptr);
 }
 
 TEST_F(StreamTimingTest, WithoutADescriptorForTheConnectionTheTransferFailsFromTheLoop)
 {
+    m_engine.timeouts().connect = 300ms;
     const NoDescriptorLeft none;
 
     startUpload(u"/f"_s, "x");

@@ -146,6 +146,15 @@ bool ConnectionPool::hasOther(const ControlConnection& connection) const
     });
 }
 
+bool ConnectionPool::hasOtherLogin(const ControlConnection& connection) const
+{
+    return std::any_of(m_entries.begin(), m_entries.end(), [&connection](const auto& entry) {
+        const ControlConnection& other = *entry->connection;
+        return &other != &connection && other.key().isSameServer(connection.key()) && other.session().loggedIn
+            && !other.isClosing();
+    });
+}
+
 void ConnectionPool::callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry)
 {
     const bool isOneKept = std::any_of(m_entries.begin(), m_entries.end(), [&key](const auto& entry) {

@@ -48,6 +48,8 @@ public:
     /// Whether this engine has another connection to the server than @p connection. A closing one counts until the
     /// server has closed it and quitGrace has passed.
     bool hasOther(const ControlConnection& connection) const;
+    /// Whether another one is logged in and not closing.
+    bool hasOtherLogin(const ControlConnection& connection) const;
     /// Calls @p retry from the loop as soon as a connection to the same server becomes free or goes away, unless
     /// @p context is destroyed before. @p retry answers whether it took the chance; if not, the next in line gets it.
     void callWhenFree(const FTPServerKey& key, QObject* context, std::function<bool()> retry);

@@ -72,6 +72,8 @@ public:
     bool isClosing() const { return m_closing; }
     /// Whether replies are still to come.
     bool isPending() const { return !m_pending.isEmpty(); }
+    /// Whether it cannot be made yet, since the system has run out of something.
+    bool isShort() const { return m_connector.isShort(); }
     /// Whether the TCP connection stands.
     bool isEstablished() const { return m_established; }
     /// Whether a transfer before the present one has used it.

@@ -60,7 +60,11 @@ bool DataConnection::connectTo(const QHostAddress& host, quint16 port, const Tls
     m_connecting = true;
     const int result = ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address.storage), address.length);
     if (result != 0 && errno != EINPROGRESS) {
+        const bool isShortage = errno == EADDRNOTAVAIL || errno == EAGAIN || errno == ENOBUFS || errno == ENOMEM;
         closeSocket();
+        if (isShortage) {
+            return false;
+        }
         QMetaObject::invokeMethod(this, &DataConnection::failed, Qt::QueuedConnection);
         return true;
     }

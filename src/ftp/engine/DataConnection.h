@@ -29,10 +29,10 @@ public:
     explicit DataConnection(DeliveryGate& gate);
     ~DataConnection() override; ///< Resets a connection that still stands.
 
-    /// Begins to connect; awaitPeer() follows. A failure to begin arrives as failed(). False when there is no
-    /// descriptor left for it. With @p control, the channel of the control connection, the connection is encrypted, in
-    /// the same session: it is connected() when its handshake is done, too. The channel is not needed any more when
-    /// this returns.
+    /// Begins to connect; awaitPeer() follows. A failure to begin arrives as failed(). False when the system has no
+    /// descriptor, port or memory left for it: then nothing has begun. With @p control, the channel of the control
+    /// connection, the connection is encrypted, in the same session: it is connected() when its handshake is done, too.
+    /// The channel is not needed any more when this returns.
     [[nodiscard]] bool connectTo(const QHostAddress& host, quint16 port, const TlsChannel* control = nullptr);
     /// What has come of connecting is reported from now on. Meant for use from inside an event of the loop: a peer that
     /// is near has accepted the connection by the time that a command is sent, and that is reported at once.

@@ -1,6 +1,7 @@
 #include "HostConnector.h"
 
 #include "FTPLog.h"
+#include "SocketCalls.h"
 
 #include <QHostInfo>
 #include <QNetworkProxy>
@@ -87,6 +88,11 @@ void HostConnector::tryNext()
         if (m_attempts.empty()) {
             emit failed();
         }
+        return;
+    }
+    m_isShort = !canMakeSocket();
+    if (m_isShort) {
+        m_nextAttempt.start(); // What the system has run out of is waited for, as long as its user has patience.
         return;
     }
     const QHostAddress address = m_addresses.takeFirst();

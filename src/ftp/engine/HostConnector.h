@@ -29,6 +29,9 @@ public:
     /// The socket that stands; null before connected(), and once it was taken.
     std::unique_ptr<QTcpSocket> takeSocket() { return std::move(m_connected); }
 
+    /// Whether the next attempt waits for what the system has run out of.
+    bool isShort() const { return m_isShort; }
+
 signals:
     /// One of the addresses has answered. May destroy this through the loop.
     void connected();
@@ -48,6 +51,7 @@ private:
     int m_lookup = -1; ///< The number of the look-up that is under way; -1: none.
     QList<QHostAddress> m_addresses; ///< That have not been tried.
     std::vector<std::unique_ptr<QTcpSocket>> m_attempts;
+    bool m_isShort = false;
     QTimer m_nextAttempt;
     std::unique_ptr<QTcpSocket> m_connected;
 };

@@ -3,6 +3,7 @@
 #include "FTPCommand.h"
 #include "FTPServerKey.h"
 
+#include <QDeadlineTimer>
 #include <QHostAddress>
 
 #include <map>
@@ -15,7 +16,8 @@ struct ServerTraits {
     bool pipelines = true; ///< It understands commands that are sent ahead of replies.
     /// STOR, RETR, LIST: it says that such a transfer begins (125, 150) before it says that it was done.
     std::set<FTPVerb> announced;
-    bool allowsOneLogin = false; ///< It has refused another one beside one of ours.
+    QDeadlineTimer oneLogin; ///< Until then it is not asked for another login beside one of ours, which it has refused.
+    bool allowsOneLogin() const { return !oneLogin.hasExpired(); }
     bool passiveOnly = false; ///< EPSV leads nowhere; PASV is to be used where there is an IPv4 address.
 };
 

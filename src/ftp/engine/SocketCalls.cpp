@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 qint64 receiveBytes(int socket, std::span<char> buffer)
 {
@@ -29,6 +30,16 @@ qint64 sendBytes(int socket, std::span<const char> bytes)
 bool wouldHaveWaited()
 {
     return errno == EAGAIN || errno == EWOULDBLOCK;
+}
+
+bool canMakeSocket()
+{
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0) {
+        return errno == EAFNOSUPPORT; // That is no shortage.
+    }
+    ::close(descriptor);
+    return true;
 }
 
 int takePendingError(int socket)

@@ -15,6 +15,8 @@ qint64 sendBytes(int socket, std::span<const char> bytes);
 /// Whether the call that has just failed would only have had to wait.
 bool wouldHaveWaited();
 
+/// Whether the system has a descriptor and the memory for one more socket.
+bool canMakeSocket();
 /// Takes off and answers the error of the socket that no call has reported yet; 0 for none (SO_ERROR).
 int takePendingError(int socket);
 /// How many bytes wait to be read, as far as that can be told without reading; 0 also at the end.

@@ -24,6 +24,12 @@ constexpr int serviceEnding = 421;
 /// Bytes that a listing must bring in FTPTimeouts::slowListing, from its second such time on. People wait for it.
 constexpr qint64 listingPace = 1024;
 
+/// For how long a server that has refused a second login is taken for one that allows no other.
+constexpr auto oneLoginTime = std::chrono::minutes(5);
+
+/// How long to wait before something is asked for again that the system has run out of.
+constexpr auto shortageInterval = std::chrono::milliseconds(100);
+
 /// How long to wait before a server that has not noticed the end of a session is asked for another one.
 constexpr auto loginInterval = std::chrono::seconds(1);
 
@@ -37,6 +43,7 @@ Transfer::Transfer(FTPEngine& engine, TransferRequest request, std::function<voi
     , m_watchdog(engine.gate())
     , m_pace(engine.gate())
     , m_loginWait(engine.gate())
+    , m_shortage(engine.gate())
     , m_data(engine.gate())
 {
     connect(&m_data, &DataConnection::reached, this, [this] { enter(State::SecuringData); });
@@ -47,6 +54,7 @@ Transfer::Transfer(FTPEngine& engine, TransferRequest request, std::function<voi
     connect(&m_data, &DataConnection::failed, this, &Transfer::dataFailed);
     connect(&m_watchdog, &Watchdog::expired, this, &Transfer::limitReached);
     connect(&m_pace, &Watchdog::expired, this, &Transfer::checkPace);
+    connect(&m_shortage, &Watchdog::expired, this, &Transfer::openData);
     connect(&m_loginWait, &Watchdog::expired, this, &Transfer::finishWithoutLogin);
     connect(&engine.gate(), &DeliveryGate::opened, this, &Transfer::reportWhatWaited, Qt::QueuedConnection);
 }
@@ -78,6 +86,7 @@ ServerTraits& Transfer::traits() const
 void Transfer::enter(State state)
 {
     m_state = state;
+    m_shortage.stop();
     const StateClock clock = clockOf(state);
     if (clock.limit != nullptr) {
         m_watchdog.start(m_engine.timeouts().*clock.limit);
@@ -125,7 +134,7 @@ void Transfer::begin()
         return;
     }
     m_key = m_request.server();
-    const bool standsBack = m_request.standsBack && !traits().allowsOneLogin;
+    const bool standsBack = m_request.standsBack && !traits().allowsOneLogin();
     takeConnection(standsBack ? ConnectionPool::Reuse::Spare : ConnectionPool::Reuse::Allowed);
 }
 
@@ -245,10 +254,13 @@ void Transfer::handleSetupReply(const FTPCommand& command, const Reply& reply)
     if (reply.isPreliminary()) {
         return;
     }
+    const bool wasLoggedIn = m_try.connection->session().loggedIn;
     const SessionSetup::Verdict verdict = m_try.setup->handleReply(command, reply);
+    if (!wasLoggedIn && m_try.connection->session().loggedIn && m_engine.pool().hasOtherLogin(*m_try.connection)) {
+        traits().oneLogin = {};
+    }
     if (m_progress.stage == Stage::LoggingIn && m_try.connection->session().loggedIn) {
         m_loginWait.stop();
-        traits().allowsOneLogin = traits().allowsOneLogin && !m_engine.pool().hasOther(*m_try.connection);
         reach(Stage::LoggedIn);
     }
     follow(verdict, reply);
@@ -359,14 +371,20 @@ void Transfer::runCommand()
     case Kind::Download:
     case Kind::Upload:
         enter(State::OpeningData);
-        if (!m_data.connectTo(m_try.connection->peerAddress(), m_try.setup->port(), m_try.connection->tls())) {
-            fail();
-            return;
-        }
-        m_try.connection->send({ m_request.command() });
-        m_data.awaitPeer();
+        openData();
         break;
     }
+}
+
+/// Sends the command when a data connection is on its way. What this machine has run out of is waited for.
+void Transfer::openData()
+{
+    if (!m_data.connectTo(m_try.connection->peerAddress(), m_try.setup->port(), m_try.connection->tls())) {
+        m_shortage.start(shortageInterval);
+        return;
+    }
+    m_try.connection->send({ m_request.command() });
+    m_data.awaitPeer();
 }
 
 void Transfer::handleCreationReply(const Reply& reply)
@@ -582,6 +600,11 @@ void Transfer::limitReached()
         consented();
         return;
     case State::OpeningData:
+        if (m_shortage.isRunning()) {
+            fail(); // Nothing was asked for.
+            return;
+        }
+        [[fallthrough]];
     case State::SecuringData:
         m_try.isDataSilent = true;
         dataFailed();
@@ -609,9 +632,14 @@ void Transfer::limitReached()
             return;
         }
         break;
+    case State::Connecting:
+        if (m_try.connection->isShort()) {
+            fail();
+            return;
+        }
+        break;
     case State::New:
     case State::AwaitingLogin:
-    case State::Connecting:
     case State::AwaitingTrust:
     case State::AwaitingConsent:
     case State::Confirming:
@@ -686,7 +714,9 @@ void Transfer::awaitLogin()
 {
     const bool hasOther = m_engine.pool().hasOther(*m_try.connection);
     m_loginRefusal = m_progress.reply;
-    traits().allowsOneLogin = traits().allowsOneLogin || hasOther;
+    if (hasOther) {
+        traits().oneLogin.setRemainingTime(oneLoginTime);
+    }
     enter(State::AwaitingLogin);
     letGoOfConnection(false);
     const auto tryAgain = [this] {
@@ -750,8 +780,21 @@ void Transfer::fail()
     finishWith({ .domain = m_progress.wasSilent ? Silent : Other, .isUndecided = isUndecided() }, false);
 }
 
+/// Whether a login of its own was refused, in whatever way, to a transfer that has left the kept one to others.
+bool Transfer::canTakeKeptLogin(FTPStreamError error) const
+{
+    const ControlConnection* const connection = m_try.connection;
+    return m_request.standsBack && !m_hasTakenKeptLogin && error.domain != FTPStreamError::Domain::Certificate
+        && connection != nullptr && !connection->session().loggedIn && m_engine.pool().hasOtherLogin(*connection);
+}
+
 void Transfer::finishWith(FTPStreamError error, bool keepConnection)
 {
+    if (canTakeKeptLogin(error)) {
+        m_hasTakenKeptLogin = true;
+        awaitLogin();
+        return;
+    }
     m_error = error;
     enter(State::Finished);
     m_data.reset();

@@ -103,6 +103,7 @@ private:
     void trustAnswered(bool isTrusted);
 
     void runCommand();
+    void openData();
     void handleCreationReply(const Reply& reply);
     void handleTransferReply(FTPVerb verb, const Reply& reply);
     bool mayBeLate(FTPVerb verb) const;
@@ -120,6 +121,7 @@ private:
     TryFacts facts() const;
     bool recover(Trouble trouble);
     void awaitLogin();
+    bool canTakeKeptLogin(FTPStreamError error) const;
     void finishWithoutLogin();
 
     void succeed(FTPStreamEvent event);
@@ -139,6 +141,8 @@ private:
     Watchdog m_watchdog;
     Watchdog m_pace; ///< Of a listing.
     Watchdog m_loginWait; ///< From the first refusal of a further login to a login, all tries together.
+    Watchdog m_shortage; ///< Runs until the system is asked again for what it has run out of.
+    bool m_hasTakenKeptLogin = false;
     DataConnection m_data;
     Try m_try;
     Progress m_progress;
