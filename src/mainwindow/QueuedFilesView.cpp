@@ -186,6 +186,7 @@ void QueuedFilesView::keyPressEvent(QKeyEvent* event)
 }
 
 // Past QListView, which would tell screen readers of items.
+// NOLINTBEGIN(bugprone-parent-virtual-call)
 
 void QueuedFilesView::currentChanged(const QModelIndex& current, const QModelIndex& previous)
 {
@@ -200,3 +201,5 @@ void QueuedFilesView::selectionChanged(const QItemSelection& selected, const QIt
 {
     QAbstractItemView::selectionChanged(selected, deselected);
 }
+
+// NOLINTEND(bugprone-parent-virtual-call)

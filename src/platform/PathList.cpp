@@ -61,7 +61,7 @@ void PathList::append(const PathList& paths)
 
 QString PathList::takeFirst()
 {
-    const QString path = at(0);
+    QString path = at(0);
     ++m_begin;
     if (isEmpty()) {
         clear();

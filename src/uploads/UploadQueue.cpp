@@ -18,7 +18,7 @@ void UploadQueue::clear()
 
 QString UploadQueue::takeFirst()
 {
-    const QString path = m_paths.takeFirst();
+    QString path = m_paths.takeFirst();
     emit changed();
     return path;
 }
