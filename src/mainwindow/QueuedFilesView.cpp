@@ -4,6 +4,7 @@
 #include "VisibleText.h"
 
 #include <QAbstractListModel>
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>

@@ -3,6 +3,7 @@
 #include "DestinationSettings.h"
 #include "DestinationWatch.h"
 #include "DragDropView.h"
+#include "FTPConnections.h"
 #include "ListingTable.h"
 #include "MainMenu.h"
 #include "QuitWarning.h"
