@@ -215,9 +215,13 @@ class Program:
         return rows[0] if rows else None
 
     def cell(self, name, row, column):
-        """The place of a cell's middle on the screen."""
-        interface = self.need(name).get_table_iface()
-        return self._middle(_atspi().Table.get_accessible_at(interface, row, column))
+        """The place of a cell's middle on the screen. The cell is waited for: a refresh takes it away for a moment."""
+
+        def place():
+            interface = self.need(name).get_table_iface()
+            return _ask(lambda: self._middle(_atspi().Table.get_accessible_at(interface, row, column)))
+
+        return wait_for(place, f"row {row}, column {column} of {name}")
 
     def column_title(self, name, column):
         """The place of the middle of a column's title on the screen."""
