@@ -223,11 +223,24 @@ class Stored(Secrets):
     def test_the_first_run_of_all_leaves_a_folder_that_the_second_has_nothing_to_say_about(self):
         folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
         shutil.rmtree(folder)
-        self.quit(self.launch())
+        program = self.launch()
+        self.close_welcome(program)
+        self.quit(program)
 
         self.assertEqual(os.listdir(folder), ["window.ini"])
         self.assertEqual(stat.S_IMODE(os.stat(folder).st_mode), 0o700)
         self.assert_no_more_sheets(self.start())
+
+    def close_welcome(self, program):
+        """It comes a moment after the main window, and takes the keyboard from it."""
+
+        def welcome():
+            return self.desktop.windows_of(program.process.pid, "Welcome")
+
+        self.desktop.xdotool("windowactivate", "--sync", wait_for(welcome, "the welcome window")[0])
+        wait_for(program.is_active, "the program to have the keyboard")
+        self.desktop.key("Escape")
+        wait_for(lambda: not welcome(), "the end of the welcome window")
 
     def quit(self, program):
         (window, *_) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "."), "the window")
