@@ -27,6 +27,7 @@ void FTPListController::setDelegate(WeakRef<FTPListControllerDelegate> delegate)
 
 void FTPListController::startReceive(const QString& address, const QString& username, const QString& password)
 {
+    const bool standsBack = std::exchange(m_standsBack, false); // Also of a start that is ignored.
     if (isReceiving()) {
         return;
     }
@@ -46,7 +47,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
     m_searched = 0;
     std::unique_ptr<FTPReadStream> stream = m_streams.createListingStream(location);
     if (stream != nullptr) {
-        stream->setStandsBack(std::exchange(m_standsBack, false));
+        stream->setStandsBack(standsBack);
     }
     if (startStream(std::move(stream), username, password)) {
         receiveDidStart();

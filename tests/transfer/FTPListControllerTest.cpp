@@ -35,6 +35,21 @@ TEST_F(FTPListControllerTest, TheStreamGetsTheAddressAsItIsAndTheLogin)
     }
 }
 
+TEST_F(FTPListControllerTest, ToStandBackCountsForTheNextStartAloneAlsoWhereThatIsIgnored)
+{
+    const auto standsBack = [this] { return m_streams.last().calls.contains(u"setStandsBack"_s); };
+    m_controller->setStandsBack(true);
+    start();
+    EXPECT_TRUE(standsBack());
+    m_controller->setStandsBack(true);
+    start(); // A listing runs.
+    m_controller->stopReceiveWithStatus(u"end"_s);
+
+    start();
+
+    EXPECT_FALSE(standsBack());
+}
+
 TEST_F(FTPListControllerTest, AnEmptyFolderGivesNoEntries)
 {
     startReceiving();
