@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The URIs that @p data lists.
+/// The URIs that @p data lists. Lines that begin with "#" are comments (RFC 2483, section 5).
 QByteArrayList urisIn(const QMimeData& data)
 {
     QByteArray list = data.data(u"text/uri-list"_s);
@@ -21,7 +21,7 @@ QByteArrayList urisIn(const QMimeData& data)
     }
     QByteArrayList uris;
     for (const QByteArray& line : list.split('\n')) {
-        if (const QByteArray uri = line.trimmed(); !uri.isEmpty()) {
+        if (const QByteArray uri = line.trimmed(); !uri.isEmpty() && !uri.startsWith('#')) {
             uris.append(uri);
         }
     }

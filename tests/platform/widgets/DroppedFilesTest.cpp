@@ -59,6 +59,15 @@ TEST_F(DroppedFilesTest, TheListMayEndWithAZeroByteOrWithoutALineEnd)
     }
 }
 
+TEST_F(DroppedFilesTest, CommentsInTheListAreNoItems)
+{
+    const QString path = make(u"a"_s);
+    m_data.setData(u"text/uri-list"_s, "# urn:isbn:0-201-08372-8\r\n" + QUrl::fromLocalFile(path).toEncoded() + "\r\n");
+
+    EXPECT_EQ(droppedItems(m_data).files, QStringList{ path });
+    EXPECT_TRUE(droppedItems(m_data).others.isEmpty());
+}
+
 TEST_F(DroppedFilesTest, FindsFilesWhoseNamesAreNotUtf8)
 {
     const FileOfBytes file(m_directory.path(), "caf\xe9.txt");
