@@ -6,6 +6,7 @@
 #include <QUrl>
 
 #include <array>
+#include <cctype>
 #include <string_view>
 
 using namespace Qt::StringLiterals;
@@ -22,41 +23,23 @@ constexpr std::array<bool, 256> plainCharacters = [] {
     return plain;
 }();
 
-/// The value of a hexadecimal digit; -1 for other characters.
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    const char small = static_cast<char>(c | 0x20);
-    return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
-}
+constexpr QByteArrayView plainBeginning("file://");
 
-/// The bytes of the path that @p uri names if it is like "file:///folder/name%20end". Null for all that needs a closer
-/// look.
-QByteArray pathOfPlainURI(const QByteArray& uri)
+/// Whether @p uri is like "file:///folder/name%20end"; all others need a closer look.
+bool isPlainURI(const QByteArray& uri)
 {
-    constexpr QByteArrayView beginning("file:///");
-    if (!uri.startsWith(beginning)) {
-        return {};
+    if (!uri.startsWith(plainBeginning) || !uri.sliced(plainBeginning.size()).startsWith('/')) {
+        return false;
     }
-    QByteArray path;
-    path.reserve(uri.size());
-    for (qsizetype i = beginning.size() - 1; i < uri.size(); ++i) {
-        const char c = uri[i];
-        if (plainCharacters[static_cast<uchar>(c)]) {
-            path += c;
-            continue;
+    const auto isHexAt
+        = [&uri](qsizetype i) { return i < uri.size() && std::isxdigit(static_cast<uchar>(uri[i])) != 0; };
+    for (qsizetype i = plainBeginning.size(); i < uri.size(); ++i) {
+        const bool isEscape = uri[i] == '%' && isHexAt(i + 1) && isHexAt(i + 2);
+        if (!isEscape && !plainCharacters[static_cast<uchar>(uri[i])]) {
+            return false;
         }
-        const int high = i + 2 < uri.size() ? hexValue(uri[i + 1]) : -1;
-        const int low = i + 2 < uri.size() ? hexValue(uri[i + 2]) : -1;
-        if (c != '%' || high < 0 || low < 0) {
-            return {};
-        }
-        path += static_cast<char>(high * 16 + low);
-        i += 2;
     }
-    return path;
+    return true;
 }
 
 } // namespace
@@ -78,8 +61,10 @@ QString localPath(const QUrl& url)
 
 QString localPath(const QByteArray& uri)
 {
-    const QByteArray path = pathOfPlainURI(uri);
-    return path.isNull() ? localPath(QUrl::fromEncoded(uri)) : LocalPath::fromBytes(path);
+    if (!isPlainURI(uri)) {
+        return localPath(QUrl::fromEncoded(uri));
+    }
+    return LocalPath::fromBytes(QByteArray::fromPercentEncoding(uri.sliced(plainBeginning.size())));
 }
 
 QString fileURI(const QString& path)
