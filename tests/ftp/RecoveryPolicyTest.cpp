@@ -61,6 +61,14 @@ TEST(RecoveryPolicyTest, ARefusedLoginWaitsForASessionThatWeHaveLeft)
     EXPECT_EQ(remedyFor(Trouble::ServiceEnding, with(fresh, &TryFacts::hasLeftSession), {}), Remedy::AwaitLogin);
 }
 
+TEST(RecoveryPolicyTest, AnOwnLoginThatFailsBesideAKeptOneWaitsForThatOnce)
+{
+    const TryFacts crowded = with(fresh, &TryFacts::hasOtherLogin);
+    EXPECT_EQ(remedyFor(Trouble::OwnLoginFailed, crowded, {}), Remedy::AwaitLogin);
+    EXPECT_EQ(remedyFor(Trouble::OwnLoginFailed, crowded, Remedy::AwaitLogin), Remedy::None);
+    EXPECT_EQ(remedyFor(Trouble::OwnLoginFailed, with(crowded, &TryFacts::isLoggedIn), {}), Remedy::None);
+}
+
 TEST(RecoveryPolicyTest, AReplyThatFitsNoCommandIsWorthAFreshConnectionWhereOneWasKept)
 {
     EXPECT_EQ(remedyFor(Trouble::StrayReply, with(kept, &TryFacts::hasReplied), {}), Remedy::FreshConnection);

@@ -38,6 +38,7 @@ constexpr std::array rules{
     Rule{ Trouble::Confusion,          yes, no,  any, any, any, any, Remedy::WithoutPipelining,  true },
     Rule{ Trouble::ServiceEnding,      any, yes, no,  any, any, any, Remedy::FreshConnection,    true },
     Rule{ Trouble::ServiceEnding,      any, any, any, no,  yes, any, Remedy::AwaitLogin,         false },
+    Rule{ Trouble::OwnLoginFailed,     any, any, any, no,  yes, any, Remedy::AwaitLogin,         true },
     Rule{ Trouble::UnknownFolder,      any, any, any, any, any, any, Remedy::FreshConnection,    false },
     Rule{ Trouble::LostDuringQuestion, any, any, any, any, any, any, Remedy::FreshAfterQuestion, true },
     Rule{ Trouble::StrayReply,         any, yes, any, any, any, any, Remedy::FreshConnection,    true },

@@ -13,6 +13,7 @@ enum class Trouble {
     UnknownFolder, ///< A kept session stands in a folder that nobody knows.
     LostDuringQuestion, ///< The connection has ended while somebody was asked about the server's certificate.
     StrayReply, ///< A reply came that cannot be one to its command: it may be a late one to the transfer before.
+    OwnLoginFailed, ///< A transfer that leaves the kept connection to others could not log in beside it.
     DeadDataPort, ///< Nobody answers at the port that the server has named, or the server says so itself (425).
 };
 

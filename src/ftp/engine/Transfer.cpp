@@ -780,19 +780,11 @@ void Transfer::fail()
     finishWith({ .domain = m_progress.wasSilent ? Silent : Other, .isUndecided = isUndecided() }, false);
 }
 
-/// Whether a login of its own was refused, in whatever way, to a transfer that has left the kept one to others.
-bool Transfer::canTakeKeptLogin(FTPStreamError error) const
-{
-    const ControlConnection* const connection = m_try.connection;
-    return m_request.standsBack && !m_hasTakenKeptLogin && error.domain != FTPStreamError::Domain::Certificate
-        && connection != nullptr && !connection->session().loggedIn && m_engine.pool().hasOtherLogin(*connection);
-}
-
 void Transfer::finishWith(FTPStreamError error, bool keepConnection)
 {
-    if (canTakeKeptLogin(error)) {
-        m_hasTakenKeptLogin = true;
-        awaitLogin();
+    const bool isOwnLogin = m_request.standsBack && m_try.connection != nullptr
+        && m_engine.pool().hasOtherLogin(*m_try.connection) && error.domain != FTPStreamError::Domain::Certificate;
+    if (isOwnLogin && recover(Trouble::OwnLoginFailed)) {
         return;
     }
     m_error = error;

@@ -121,7 +121,6 @@ private:
     TryFacts facts() const;
     bool recover(Trouble trouble);
     void awaitLogin();
-    bool canTakeKeptLogin(FTPStreamError error) const;
     void finishWithoutLogin();
 
     void succeed(FTPStreamEvent event);
@@ -142,7 +141,6 @@ private:
     Watchdog m_pace; ///< Of a listing.
     Watchdog m_loginWait; ///< From the first refusal of a further login to a login, all tries together.
     Watchdog m_shortage; ///< Runs until the system is asked again for what it has run out of.
-    bool m_hasTakenKeptLogin = false;
     DataConnection m_data;
     Try m_try;
     Progress m_progress;
