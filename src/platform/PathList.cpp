@@ -21,10 +21,8 @@ QString PathList::at(qsizetype index) const
 {
     const qsizetype number = m_begin + index;
     const Part& part = *partOf(number);
-    const qsizetype place = number - part.blockNumber;
-    const quint32 begin = place == 0 ? 0 : part.block->ends[place - 1];
-    const quint32 end = part.block->ends[place];
-    return LocalPath::fromBytes(QByteArray::fromRawData(part.block->bytes.constData() + begin, end - begin));
+    const QByteArrayView bytes = part.block->at(number - part.blockNumber);
+    return LocalPath::fromBytes(QByteArray::fromRawData(bytes.data(), bytes.size()));
 }
 
 QStringList PathList::toStringList() const
@@ -41,11 +39,10 @@ void PathList::append(const QString& path)
 {
     const QByteArray bytes = LocalPath::toBytes(path);
     if (!canGrow(bytes.size())) {
-        m_parts.append({ .block = std::make_shared<Block>(), .blockNumber = m_end, .end = m_end });
+        m_parts.append({ .block = std::make_shared<ByteStrings>(), .blockNumber = m_end, .end = m_end });
     }
     Part& part = m_parts.last();
-    part.block->bytes += bytes;
-    part.block->ends.append(static_cast<quint32>(part.block->bytes.size()));
+    part.block->append(bytes);
     part.end = ++m_end;
 }
 
@@ -83,5 +80,5 @@ bool PathList::canGrow(qsizetype bytes) const
     if (m_parts.isEmpty() || m_parts.constLast().block.use_count() > 1) {
         return false;
     }
-    return m_parts.constLast().block->bytes.size() + bytes <= std::numeric_limits<quint32>::max();
+    return m_parts.constLast().block->byteCount() + bytes <= std::numeric_limits<quint32>::max();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QByteArray>
+#include "ByteStrings.h"
+
 #include <QList>
 #include <QStringList>
 
@@ -35,15 +36,10 @@ public:
     }
 
 private:
-    /// Paths one behind the other.
-    struct Block {
-        QByteArray bytes;
-        QList<quint32> ends; ///< Of each path in `bytes`.
-    };
     /// Those paths of a block that the list has. A path that was taken out of the list keeps its number, and so do all
     /// behind it.
     struct Part {
-        std::shared_ptr<Block> block;
+        std::shared_ptr<ByteStrings> block;
         qsizetype blockNumber; ///< The number that the first path of the block has, or would have.
         qsizetype end; ///< The number behind that of the last path.
     };

@@ -59,10 +59,8 @@ QByteArrayView NameCollator::keyOf(QStringView name)
 
 void NameKeys::append(QByteArrayView key)
 {
-    if (m_blocks.empty() || m_blocks.back().ends.size() == keysInABlock) {
+    if (m_blocks.empty() || m_blocks.back().size() == keysInABlock) {
         m_blocks.emplace_back();
     }
-    Block& block = m_blocks.back();
-    block.bytes += key;
-    block.ends.append(static_cast<quint32>(block.bytes.size()));
+    m_blocks.back().append(key);
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ByteStrings.h"
+
 #include <QByteArray>
-#include <QList>
 #include <QString>
 
 #include <deque>
@@ -35,20 +36,11 @@ public:
     void append(QByteArrayView key);
     QByteArrayView operator[](int number) const
     {
-        const Block& block = m_blocks[static_cast<size_t>(number / keysInABlock)];
-        const int place = number % keysInABlock;
-        const quint32 begin = place == 0 ? 0 : block.ends[place - 1];
-        return QByteArrayView(block.bytes).sliced(begin, block.ends[place] - begin);
+        return m_blocks[static_cast<size_t>(number / keysInABlock)].at(number % keysInABlock);
     }
 
 private:
     static constexpr int keysInABlock = 1024;
 
-    /// Keys one behind the other.
-    struct Block {
-        QByteArray bytes;
-        QList<quint32> ends; ///< Of each key in `bytes`.
-    };
-
-    std::deque<Block> m_blocks;
+    std::deque<ByteStrings> m_blocks;
 };
