@@ -46,7 +46,7 @@ Pump::Pump(const Parts& parts)
 
 void Pump::tick()
 {
-    const bool isHeld = this->isHeld();
+    const bool isHeld = noteHold();
     if (!isHeld) {
         showAndStart();
     }
@@ -56,7 +56,7 @@ void Pump::tick()
 /// What is due of a tick.
 void Pump::come()
 {
-    if (isHeld()) {
+    if (noteHold()) {
         m_clock.came(true);
         return;
     }
@@ -66,7 +66,7 @@ void Pump::come()
     } else if (isUploadDue()) {
         startNext();
     }
-    if (m_parts.pace.isRefreshDue() && !m_parts.listing.isListing()) {
+    if (m_parts.pace.isRefreshDue()) {
         emit refreshDue();
     }
     m_clock.came(isBusy());
@@ -95,8 +95,9 @@ void Pump::takeTurn()
     }
 }
 
-/// Whether a dialog or a menu has the user's attention: then nothing moves. The timer itself goes on in nested loops.
-bool Pump::isHeld()
+/// Whether a dialog or a menu has the user's attention: then nothing moves, which the run loop is told. The timer
+/// itself goes on in nested loops.
+bool Pump::noteHold()
 {
     const bool isSuspended = isMainLoopSuspended();
     RunLoop::current().setSuspended(isSuspended);

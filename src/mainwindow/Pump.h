@@ -69,7 +69,7 @@ signals:
 private:
     void come();
     void takeTurn();
-    bool isHeld();
+    bool noteHold();
     void showAndStart();
     WindowState state() const;
     bool isMoving() const;

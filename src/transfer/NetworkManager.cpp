@@ -69,7 +69,9 @@ bool hasRoute()
         return true;
     }
     const bool isFound = isReachable(reachabilityFlags());
-    isFound ? sinceFound.start() : sinceFound.invalidate();
+    if (isFound) {
+        sinceFound.start();
+    }
     return isFound;
 }
 
