@@ -131,6 +131,11 @@ class Creations(Items):
 class TwoFolders(Items):
     """One is shown, and another one could be hit."""
 
+    def start_in_old_folder(self):
+        self.make_two_folders()
+        self.place = "old"
+        return self.start_listed(FTPFolder="old")
+
     def make_two_folders(self):
         """Two destinations that each hold an item of the same name, as the login folder does."""
         for folder in ("old", "new"):
@@ -147,9 +152,7 @@ class Strangers(TwoFolders):
     """Nothing is deleted that was not shown."""
 
     def test_nothing_is_deleted_elsewhere_when_the_folder_has_gone(self):
-        self.make_two_folders()
-        self.place = "old"
-        program = self.start_listed(FTPFolder="old")
+        program = self.start_in_old_folder()
 
         self.assert_refused(
             program, "photo.jpg", meanwhile=lambda: os.rename(self.server.path("old"), self.server.path("moved"))
@@ -159,9 +162,7 @@ class Strangers(TwoFolders):
         self.assert_all_photos_are_there()
 
     def test_nothing_is_deleted_in_a_folder_that_came_into_force_behind_the_question(self):
-        self.make_two_folders()
-        self.place = "old"
-        program = self.start_listed(FTPFolder="old")
+        program = self.start_in_old_folder()
 
         self.delete(program, "photo.jpg", meanwhile=lambda: self.settings(FTPFolder="new"))
 
@@ -191,9 +192,7 @@ class Leftovers(TwoFolders):
     """Nothing is deleted that was shown before the destination changed."""
 
     def test_what_was_selected_in_one_folder_is_not_selected_in_another(self):
-        self.make_two_folders()
-        self.place = "old"
-        program = self.start_listed(FTPFolder="old")
+        program = self.start_in_old_folder()
         self.bring_to_front(program)
         self.select(program, "photo.jpg")
 
@@ -213,9 +212,7 @@ class Leftovers(TwoFolders):
         self.assert_all_photos_are_there()
 
     def test_what_another_destination_showed_is_not_asked_about_once_the_preferences_are_done(self):
-        self.make_two_folders()
-        self.place = "old"
-        program = self.start_listed(FTPFolder="old")
+        program = self.start_in_old_folder()
         self.bring_to_front(program)
         row = program.cell("Destination folder", 0, 0)
         self.desktop.key("ctrl+comma")
@@ -237,9 +234,7 @@ class OtherRows(TwoFolders):
     """Nothing is deleted in mistake for rows that are of another folder, or that did not come."""
 
     def test_a_listing_that_does_not_come_leaves_nothing_to_delete(self):
-        self.make_two_folders()
-        self.place = "old"
-        program = self.start_listed(FTPFolder="old")
+        program = self.start_in_old_folder()
         self.bring_to_front(program)
         row = program.cell("Destination folder", 0, 0)
         self.server.stand_still()

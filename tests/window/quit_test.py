@@ -3,20 +3,10 @@
 import unittest
 
 from desktop import wait_for
-from upload_server import SLOW
 from window_test import ANY_TITLE, WindowTest
 
 
 class Quit(WindowTest):
-    def start_busy(self):
-        """Starts the program with a long file on its way and another one waiting."""
-        self.settings()
-        self.server.read_at_most(SLOW)
-        program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
-        wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
-        self.bring_to_front(program, ANY_TITLE)
-        return program
-
     def ask(self, program):
         self.desktop.key("ctrl+q")
         title, text = wait_for(program.sheet, "the question")

@@ -7,7 +7,7 @@ import unittest
 
 from desktop import bound_to_us, wait_for
 from upload_server import SLOW
-from window_test import ANY_TITLE, PROGRAM, WindowTest, content
+from window_test import PROGRAM, WindowTest, content
 
 NAME = "io.github.quillbox.Quillbox"
 
@@ -187,11 +187,7 @@ class Alone(Start):
             self.assertIn(f'"{option}"', program.output())
 
     def test_closing_the_window_ends_the_program_also_in_mid_upload(self):
-        self.settings()
-        self.server.read_at_most(SLOW)
-        program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
-        wait_for(lambda: self.server.begun == ["one"], "the file to be sent")
-        self.bring_to_front(program, ANY_TITLE)
+        program = self.start_busy()
 
         self.desktop.key("alt+F4")
         program.press("Quit")  # It asks whether to leave the upload.

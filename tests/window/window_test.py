@@ -12,7 +12,7 @@ import unittest
 
 from desktop import Desktop, bound_to_us, end, wait_for
 from program import Program, store_settings
-from upload_server import UploadServer
+from upload_server import SLOW, UploadServer
 
 ANY_TITLE = "^(ftp:|Quillbox)"  # Of the main window, from the first moment on.
 
@@ -94,6 +94,15 @@ class WindowTest(unittest.TestCase):
         """Waits until these and no other files have arrived whole, in this order."""
         wait_for(lambda: len(self.server.received) >= len(names), f"{names} to arrive")
         self.assertEqual(self.server.received, list(names))
+
+    def start_busy(self):
+        """Starts the program with a long file on its way and another one waiting."""
+        self.settings()
+        self.server.read_at_most(SLOW)
+        program = self.launch(self.file("one", bytes(20_000_000)), self.file("two"))
+        wait_for(lambda: self.server.begun == ["one"], "the first file to be sent")
+        self.bring_to_front(program, ANY_TITLE)
+        return program
 
     def bring_to_front(self, program, title="^ftp://"):
         """Gives the keyboard to the main window, once it has such a title."""
