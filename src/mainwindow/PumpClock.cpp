@@ -42,7 +42,7 @@ void PumpClock::came(bool isBusy)
     if (std::exchange(m_isWoken, false) || isBusy || !m_wasSeen) {
         m_sinceBusy.start();
     }
-    if (m_sinceBusy.hasExpired(patience.count())) {
+    if (m_sinceBusy.hasExpired(m_patience.count())) {
         m_isResting = true;
         m_timer.start(m_isSeen ? restOfSecond() : unseenInterval);
     } else if (std::exchange(m_isResting, false)) {

@@ -6,8 +6,8 @@
 
 #include <chrono>
 
-/// When the pump comes by itself: every 10 milliseconds while something goes on and for two seconds more, then it rests
-/// and comes once a second, at its beginning, or every ten seconds in a window that nobody can see. Belongs to the main
+/// When the pump comes by itself: every 10 milliseconds while something goes on and for a while more, then it rests and
+/// comes once a second, at its beginning, or every ten seconds in a window that nobody can see. Belongs to the main
 /// thread.
 class PumpClock final : public QObject {
     Q_OBJECT
@@ -22,9 +22,10 @@ public:
     void came(bool isBusy);
     /// The window can be seen from now on, or cannot. Before it could for the first time the pump does not rest.
     void setSeen(bool isSeen);
+    /// How long nothing must have been going on before it rests; two seconds unless set.
+    void setPatience(std::chrono::milliseconds patience) { m_patience = patience; }
 
     static constexpr std::chrono::milliseconds interval{ 10 };
-    static constexpr std::chrono::milliseconds patience{ 2000 }; ///< Before a rest.
     static constexpr std::chrono::milliseconds unseenInterval{ 10'000 };
 
 signals:
@@ -32,6 +33,7 @@ signals:
 
 private:
     QTimer m_timer{ this };
+    std::chrono::milliseconds m_patience{ 2000 };
     QElapsedTimer m_sinceBusy;
     bool m_isWoken = true;
     bool m_isResting = false;

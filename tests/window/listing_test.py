@@ -10,7 +10,7 @@ from window_test import WindowTest
 COLUMNS = ["Name", "Size", "Type", "Date", "Mode"]
 
 
-class Listing(WindowTest):
+class ListingTest(WindowTest):
     def setUp(self):
         super().setUp()
         self.put("beta.txt", 2000, 0o644, 1_500_000_000)
@@ -46,6 +46,10 @@ class Listing(WindowTest):
         with open(path, "rb") as file:
             self.assertEqual(file.read(), self.server.content(name))
 
+
+class Table(ListingTest):
+    """What it shows."""
+
     def test_the_table_shows_what_the_folder_holds_and_sorts_at_a_click_on_a_columns_title(self):
         program = self.start_listed()
 
@@ -73,15 +77,31 @@ class Listing(WindowTest):
 
                 wait_for(matches, f"the order by {column}")
 
-    def test_a_double_click_downloads_a_file_and_a_folder_is_refused(self):
+    def test_a_refresh_shows_what_has_changed_and_keeps_the_selection(self):
         program = self.start_listed()
+        self.desktop.click(program.cell("Destination folder", 1, 0))
+        wait_for(lambda: program.is_enabled("Download"), "the selection")
+        self.put("aaa", 1, 0o644, 1_500_000_000)
 
-        self.desktop.double_click(program.cell("Destination folder", 2, 0))
-        self.assertEqual(program.acknowledge(), ["Folder Item", "Folders are not downloadable."])
-        self.desktop.double_click(program.cell("Destination folder", 1, 0))
+        self.desktop.key("F5")
 
-        self.assert_downloaded("beta.txt")
-        self.wait_for_status(program, "Download succeeded")
+        self.wait_for_listing(program)
+        wait_for(lambda: program.is_enabled("Download"), "the selection to be back")
+        self.assertEqual(self.names(program)[program.selected_row("Destination folder")], "beta.txt")
+
+    def test_an_uploaded_file_joins_the_table(self):
+        self.settings()
+
+        program = self.start(self.file("uploaded.txt"))
+
+        self.wait_for_files("uploaded.txt")
+
+        self.wait_for_listing(program)
+        self.assertIn("uploaded.txt", self.names(program))
+
+
+class ByKeyboard(ListingTest):
+    """Without the mouse."""
 
     def test_by_keyboard_alone(self):
         program = self.start_listed()
@@ -131,6 +151,20 @@ class Listing(WindowTest):
 
         wait_for(lambda: self.names(program)[0] == "Folder", "the order turned")
 
+
+class Commands(ListingTest):
+    """What is done with a row."""
+
+    def test_a_double_click_downloads_a_file_and_a_folder_is_refused(self):
+        program = self.start_listed()
+
+        self.desktop.double_click(program.cell("Destination folder", 2, 0))
+        self.assertEqual(program.acknowledge(), ["Folder Item", "Folders are not downloadable."])
+        self.desktop.double_click(program.cell("Destination folder", 1, 0))
+
+        self.assert_downloaded("beta.txt")
+        self.wait_for_status(program, "Download succeeded")
+
     def test_an_upload_keeps_item_actions_back(self):
         self.server.read_at_most(SLOW)
         self.settings()
@@ -170,28 +204,6 @@ class Listing(WindowTest):
         self.desktop.key("Escape")
         wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
         return pasted
-
-    def test_a_refresh_shows_what_has_changed_and_keeps_the_selection(self):
-        program = self.start_listed()
-        self.desktop.click(program.cell("Destination folder", 1, 0))
-        wait_for(lambda: program.is_enabled("Download"), "the selection")
-        self.put("aaa", 1, 0o644, 1_500_000_000)
-
-        self.desktop.key("F5")
-
-        self.wait_for_listing(program)
-        wait_for(lambda: program.is_enabled("Download"), "the selection to be back")
-        self.assertEqual(self.names(program)[program.selected_row("Destination folder")], "beta.txt")
-
-    def test_an_uploaded_file_joins_the_table(self):
-        self.settings()
-
-        program = self.start(self.file("uploaded.txt"))
-
-        self.wait_for_files("uploaded.txt")
-
-        self.wait_for_listing(program)
-        self.assertIn("uploaded.txt", self.names(program))
 
 
 class WithoutALogin(WindowTest):

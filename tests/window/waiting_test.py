@@ -117,6 +117,8 @@ class Meanwhile(WaitingTest):
         self.wait_for_status(program, "Upload succeeded")
         self.assertEqual(len(program.windows()), 1)
 
+
+class ThePanel(WaitingTest):
     def test_mouse_and_keys_reach_the_panel_alone(self):
         program = self.start()
         self.start_deleting(program)
