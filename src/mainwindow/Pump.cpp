@@ -163,6 +163,9 @@ void Pump::startNext()
     }
     const Destination& destination = m_parts.listing.destination();
     if (isUploadDue() && !destination.isNull()) {
+        if (m_shortage.isToBeWaitedOut()) {
+            return; // The file could not even be opened.
+        }
         m_parts.indicators.resetProgress();
         m_parts.pace.uploadStarts();
         m_isTurnComing = false;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DescriptorShortage.h"
+#include "FTPTimeouts.h"
 #include "PumpClock.h"
 #include "TransferActivity.h"
 #include "WindowState.h"
@@ -82,6 +84,7 @@ private:
 
     Parts m_parts;
     PumpClock m_clock{ this };
+    DescriptorShortage m_shortage{ FTPTimeouts().connect };
     TransferActivity m_reportedActivity;
     QElapsedTimer m_sinceShown;
     QElapsedTimer m_sinceOthersTurn; ///< Since all other events had their turn before an upload.

@@ -1,5 +1,6 @@
 #include "DelayedAlert.h"
 #include "Delays.h"
+#include "OpenDescriptors.h"
 #include "QueuedFilesView.h"
 #include "ViewControllerTest.h"
 
@@ -235,6 +236,21 @@ TEST_F(ViewControllerQueueTest, WhatCannotBeSentIsIgnoredOneATick)
 
     EXPECT_EQ(sentFiles(), QStringList{ u"ftp://host/in/c"_s });
     EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 1U);
+}
+
+TEST_F(ViewControllerQueueTest, WithoutADescriptorForItAFileWaitsForOne)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    {
+        const NoDescriptorLeft none;
+        tick();
+        tick();
+    }
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+
+    tick();
+
+    EXPECT_EQ(sentFiles(), QStringList{ u"ftp://host/in/a"_s });
 }
 
 TEST_F(ViewControllerQueueTest, ARunningListingOrCreationDoesNotHoldTheQueueBack)
