@@ -13,8 +13,8 @@ public:
     {
     }
 
-    /// Whether to wait: there is no descriptor left, and that has not lasted too long. Once it has, the answer is no, and
-    /// the next shortage is waited out again.
+    /// Whether to wait: there is no descriptor left, and that has not lasted too long. Once it has, the answer is no,
+    /// and the next shortage is waited out again.
     bool isToBeWaitedOut();
 
 private:

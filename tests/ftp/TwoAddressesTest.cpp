@@ -1,5 +1,4 @@
-// A host that has an IPv6 and an IPv4 address, by its name. Here names mean what this program says; it is one of its
-// own, since what it enters it cannot leave.
+// A host that has an IPv6 and an IPv4 address, by its name. Here names mean what this test says.
 
 #include "Metronome.h"
 #include "PrivateNetwork.h"

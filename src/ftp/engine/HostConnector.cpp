@@ -1,6 +1,7 @@
 #include "HostConnector.h"
 
 #include "FTPLog.h"
+#include "SocketAddress.h"
 #include "SocketCalls.h"
 
 #include <QHostInfo>
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <unistd.h>
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -17,6 +19,17 @@ namespace {
 
 /// How long an address has before the next one is tried beside it ("Connection Attempt Delay", RFC 8305, section 5).
 constexpr auto attemptDelay = 250ms;
+
+/// Whether this machine has an address and a route from which @p address can be reached. Sends nothing.
+bool hasWayTo(const QHostAddress& address, quint16 port)
+{
+    const SocketAddress target = socketAddress(address, port);
+    const int probe = ::socket(target.storage.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const bool hasWay = probe < 0 // Nobody knows.
+        || ::connect(probe, reinterpret_cast<const sockaddr*>(&target.storage), target.length) == 0;
+    ::close(probe);
+    return hasWay;
+}
 
 } // namespace
 
@@ -111,10 +124,17 @@ void HostConnector::tryNext()
     connect(socket, &QTcpSocket::errorOccurred, this, fail, Qt::QueuedConnection);
     m_nextAttempt.start();
     socket->connectToHost(address, m_port);
-    if (socket->state() == QAbstractSocket::UnconnectedState) {
-        // Without a descriptor left the socket says nothing.
-        QMetaObject::invokeMethod(this, fail, Qt::QueuedConnection);
+    if (socket->state() != QAbstractSocket::UnconnectedState) {
+        return;
     }
+    // Without a descriptor or a port left the socket says nothing.
+    if (socket->error() == QAbstractSocket::UnknownSocketError && hasWayTo(address, m_port)) {
+        m_isShort = true;
+        m_attempts.pop_back();
+        m_addresses.append(address); // The others come first.
+        return;
+    }
+    QMetaObject::invokeMethod(this, fail, Qt::QueuedConnection);
 }
 
 void HostConnector::attemptSucceeded(QTcpSocket* socket)
