@@ -60,6 +60,9 @@ void Pump::come()
         m_clock.came(true);
         return;
     }
+    if (isUploadDue()) {
+        m_sinceOthersTurn.start();
+    }
     const bool isReadable = !isMoving() || !m_sinceShown.isValid() || m_sinceShown.hasExpired(showingIntervalMs);
     if (m_parts.indicators.isNewSecond() || (isReadable && !m_parts.indicators.isShown(state()))) {
         showAndStart();
