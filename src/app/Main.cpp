@@ -38,6 +38,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto clipboardLimit = 2s; ///< A clipboard manager that hangs keeps nobody's program.
+constexpr auto ledgerLimit = 3s; ///< Nor does a disk that hangs.
 
 /// The program's name alone. The toolkit has options of its own, which it reads behind "--" too: by files of such names
 /// a folder of somebody else's would choose the plug-ins that are loaded.
@@ -149,6 +150,19 @@ void warnOfOpenTrust(ViewController& viewController, PrivateFile::Access access)
     }
 }
 
+/// The history is kept unless the user wants none.
+void openLedger(ViewController& viewController)
+{
+    UploadLedger& ledger = viewController.ledger();
+    QObject::connect(&ledger, &UploadLedger::problemFound, &viewController, [&viewController](bool isNews) {
+        if (isNews) {
+            viewController.showAlert(u"History Not Kept"_s, viewController.ledger().problem());
+        }
+    });
+    const bool isKept = UserDefaults::standard().boolean(u"KeepHistory"_s).value_or(true);
+    ledger.open(isKept ? UploadLedger::standardPath() : QString(), programFileName());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -202,6 +216,7 @@ int main(int argc, char** argv)
     UserDefaults::standard().removeUnfinishedStores();
     TrustedCertificates::standard().removeUnfinishedStores();
     viewController.window().show();
+    openLedger(viewController);
     delegate.applicationDidFinishLaunching();
     if (!commandLine.files.isEmpty()) {
         delegate.openFiles(commandLine.files);
@@ -210,6 +225,7 @@ int main(int argc, char** argv)
 
     const int result = QApplication::exec();
     handOverClipboard(clipboardLimit);
+    viewController.ledger().close(ledgerLimit);
     std::fflush(nullptr);
     ::_exit(result); // Nothing is torn down: no upload reports that it was stopped.
 }

@@ -13,6 +13,7 @@
 #include "RefreshPace.h"
 #include "SecondaryWindows.h"
 #include "UploadHistory.h"
+#include "UploadLedger.h"
 #include "UploadQueue.h"
 #include "UploadRun.h"
 #include "WeakRef.h"
@@ -64,6 +65,8 @@ public:
     const PathList& fileUploadQueue() const { return m_queue.paths(); }
     /// What has become of each file of this run.
     UploadHistory& history() { return m_history; }
+    /// The same with that of earlier runs. Closed at first: whoever starts the program opens it.
+    UploadLedger& ledger() { return m_ledger; }
 
     /// Refreshes the window's indicators and starts the next upload. The pump comes by itself, every 10 ms while there
     /// is something to do.
@@ -163,6 +166,7 @@ private:
     FTPCreateController m_cc;
     FTPConnections& m_connections;
     UploadHistory m_history;
+    UploadLedger m_ledger{ m_history };
     UploadQueue m_queue;
     UploadRun m_run;
     DestinationListing m_listing;

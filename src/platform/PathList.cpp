@@ -19,10 +19,15 @@ PathList::PathList(std::initializer_list<QString> paths)
 
 QString PathList::at(qsizetype index) const
 {
+    const QByteArrayView bytes = bytesAt(index);
+    return LocalPath::fromBytes(QByteArray::fromRawData(bytes.data(), bytes.size()));
+}
+
+QByteArrayView PathList::bytesAt(qsizetype index) const
+{
     const qsizetype number = m_begin + index;
     const Part& part = *partOf(number);
-    const QByteArrayView bytes = part.block->at(number - part.blockNumber);
-    return LocalPath::fromBytes(QByteArray::fromRawData(bytes.data(), bytes.size()));
+    return part.block->at(number - part.blockNumber);
 }
 
 QStringList PathList::toStringList() const
@@ -37,7 +42,20 @@ QStringList PathList::toStringList() const
 
 void PathList::append(const QString& path)
 {
-    const QByteArray bytes = LocalPath::toBytes(path);
+    appendBytes(LocalPath::toBytes(path));
+}
+
+PathList PathList::copied(qsizetype first, qsizetype count) const
+{
+    PathList copy;
+    for (qsizetype index = first; index < first + count; ++index) {
+        copy.appendBytes(bytesAt(index));
+    }
+    return copy;
+}
+
+void PathList::appendBytes(QByteArrayView bytes)
+{
     if (!canGrow(bytes.size())) {
         m_parts.append({ .block = std::make_shared<ByteStrings>(), .blockNumber = m_end, .end = m_end });
     }

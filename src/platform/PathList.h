@@ -2,6 +2,7 @@
 
 #include "ByteStrings.h"
 
+#include <QByteArrayView>
 #include <QList>
 #include <QStringList>
 
@@ -22,7 +23,12 @@ public:
     bool isEmpty() const { return m_begin == m_end; }
     /// @p index: from 0 to size() - 1.
     QString at(qsizetype index) const;
+    /// Its bytes, which stay as long as the list does not change.
+    QByteArrayView bytesAt(qsizetype index) const;
     QStringList toStringList() const;
+    /// @p count of the paths from @p first on, in a list that shares nothing and so may go to another thread. Takes
+    /// time by their number.
+    PathList copied(qsizetype first, qsizetype count) const;
 
     void append(const QString& path);
     void append(const PathList& paths);
@@ -46,6 +52,7 @@ private:
 
     QList<Part>::const_iterator partOf(qsizetype number) const;
     bool canGrow(qsizetype bytes) const;
+    void appendBytes(QByteArrayView bytes);
 
     QList<Part> m_parts;
     qsizetype m_begin = 0; ///< The number of the first path.

@@ -1,7 +1,12 @@
 #include "StandardFolders.h"
 
+#include "LocalPath.h"
+
+#include <QDir>
 #include <QStandardPaths>
 #include <QStringList>
+
+using namespace Qt::StringLiterals;
 
 QString downloadsDirectoryPath()
 {
@@ -11,4 +16,10 @@ QString downloadsDirectoryPath()
 QString documentsDirectoryPath()
 {
     return QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation).value(0);
+}
+
+QString stateDirectoryPath()
+{
+    const QString path = LocalPath::fromBytes(qgetenv("XDG_STATE_HOME"));
+    return path.startsWith(u'/') ? QDir::cleanPath(path) : QDir::homePath() + u"/.local/state"_s;
 }

@@ -14,6 +14,7 @@ bool isFailure(UploadOutcome::Kind outcome)
     case NotReadable:
     case NotPlainFile:
     case UnsendableName:
+    case Interrupted:
         return true;
     case Waiting:
     case Sending:

@@ -4,6 +4,7 @@
 
 /// What has become of one file that was to be uploaded, so far.
 struct UploadOutcome {
+    /// Kept in files by its number: what is new comes at the end.
     enum class Kind : quint8 {
         Waiting, ///< In the queue.
         Sending,
@@ -23,6 +24,7 @@ struct UploadOutcome {
         LeftOut, ///< It was dropped or pasted, and never stood in the queue, since it is no plain file.
         Removed, ///< Taken out of the queue before its turn came.
         Note, ///< Not a file: a remark.
+        Interrupted, ///< The program ended before it was known what would become of it.
     };
 
     Kind kind = Kind::Waiting;

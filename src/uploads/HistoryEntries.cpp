@@ -17,7 +17,9 @@ HistoryEntry HistoryEntries::operator[](qsizetype row) const
 HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
 {
     const Row& basis = m_rows[static_cast<size_t>(row)];
-    HistoryEntry entry{ .outcome = basis.outcome, .isManual = basis.isManual, .isQueuedAgain = basis.isQueuedAgain };
+    HistoryEntry entry{
+        .outcome = basis.outcome, .isManual = basis.isManual, .isQueuedAgain = basis.isQueuedAgain, .time = basis.time
+    };
     if (basis.details >= 0) {
         const Details& details = m_details[static_cast<size_t>(basis.details)];
         entry.destination = details.destination;
@@ -30,10 +32,10 @@ HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
     return entry;
 }
 
-void HistoryEntries::append(const PathList& files)
+void HistoryEntries::append(const PathList& files, qint64 time)
 {
     m_paths.append(files);
-    m_rows.resize(m_rows.size() + static_cast<size_t>(files.size()));
+    m_rows.resize(m_rows.size() + static_cast<size_t>(files.size()), { .time = time });
 }
 
 void HistoryEntries::append(const HistoryEntry& entry)
@@ -48,6 +50,7 @@ void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
     basis.outcome = entry.outcome;
     basis.isManual = entry.isManual;
     basis.isQueuedAgain = entry.isQueuedAgain;
+    basis.time = entry.time;
     const bool hasDetails = !entry.destination.isNull() || entry.size || entry.durationMs || entry.listedSize
         || !entry.status.isNull() || !entry.reply.isNull();
     if (basis.details < 0 && hasDetails) {

@@ -50,8 +50,11 @@ public:
     Iterator begin() const { return { *this, 0 }; }
     Iterator end() const { return { *this, size() }; }
 
-    /// Appends files that wait.
-    void append(const PathList& files);
+    /// Paths of @p count rows from @p first on, in a list that may go to another thread.
+    PathList copiedPaths(qsizetype first, qsizetype count) const { return m_paths.copied(first, count); }
+
+    /// Appends files that wait since @p time.
+    void append(const PathList& files, qint64 time = 0);
     void append(const HistoryEntry& entry);
     /// Has @p change change the entry of @p row, all but its path.
     template <typename Change> void change(qsizetype row, Change change)
@@ -70,6 +73,7 @@ private:
         bool isManual = false;
         bool isQueuedAgain = false;
         int details = -1; ///< Where they stand; -1 for none.
+        qint64 time = 0;
     };
     /// What a file has that was started.
     struct Details {

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// What is known of one file of this run.
+/// What is known of one file.
 struct HistoryEntry {
     using Outcome = UploadOutcome::Kind;
 
@@ -21,10 +21,13 @@ struct HistoryEntry {
         = {}; ///< What the server lists it with, in bytes, where that is not what was sent.
     QString status = {}; ///< What the upload said when it failed.
     QString reply = {}; ///< The server's last reply to it, escaped; null for none.
+    qint64 time = 0; ///< When it was queued, started or ended last, by the wall clock: milliseconds since the epoch.
 
     /// Whether its file stood in a queue and has ended without arriving, and no later entry stands for another try.
     bool isUnsettled() const;
     /// Whether its file has not arrived, and somebody may want it to be queued again: also one that was sent by hand or
     /// taken out of the queue.
     bool canQueueAgain() const;
+
+    friend bool operator==(const HistoryEntry&, const HistoryEntry&) = default;
 };

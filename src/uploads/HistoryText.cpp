@@ -70,6 +70,8 @@ QString endText(const HistoryEntry& entry)
         return u"Removed from the queue"_s;
     case Note:
         return u"Note"_s;
+    case Interrupted:
+        return u"Not confirmed: Quillbox ended"_s;
     }
     return {};
 }

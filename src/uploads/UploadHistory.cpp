@@ -3,6 +3,8 @@
 #include "OutcomeText.h"
 #include "PathText.h"
 
+#include <QDateTime>
+
 #include <algorithm>
 #include <chrono>
 
@@ -21,6 +23,12 @@ qint64 UploadHistory::steadyClock()
     return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
+/// For people: it may jump.
+qint64 UploadHistory::wallClock()
+{
+    return QDateTime::currentMSecsSinceEpoch();
+}
+
 // What happens.
 
 void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOut)
@@ -37,11 +45,12 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
     const int first = rowCount();
     const int firstWaiting = first + static_cast<int>(leftOut.size());
     const int end = firstWaiting + static_cast<int>(paths.size());
+    const qint64 now = wallClock();
     emit rowsAboutToBeAppended(first, end - 1);
     for (const QString& path : leftOut) {
-        m_entries.append({ .path = path, .outcome = Outcome::LeftOut });
+        m_entries.append({ .path = path, .outcome = Outcome::LeftOut, .time = now });
     }
-    m_entries.append(paths);
+    m_entries.append(paths, now);
     for (int row = firstWaiting; row < end; ++row) {
         m_waiting.push_back(row);
     }
@@ -57,8 +66,12 @@ void UploadHistory::queueCleared()
     if (m_waiting.empty()) {
         return;
     }
+    const qint64 now = wallClock();
     for (const int row : m_waiting) {
-        m_entries.change(row, [](HistoryEntry& entry) { entry.outcome = Outcome::Removed; });
+        m_entries.change(row, [now](HistoryEntry& entry) {
+            entry.outcome = Outcome::Removed;
+            entry.time = now;
+        });
         count(row);
     }
     const auto [first, last] = std::pair(m_waiting.front(), m_waiting.back());
@@ -76,7 +89,7 @@ void UploadHistory::nextFileStarts(const QString& destination)
 
 void UploadHistory::manualFileStarts(const QString& path, const QString& destination)
 {
-    append({ .path = path, .isManual = true });
+    append({ .path = path, .isManual = true, .time = wallClock() });
     start(rowCount() - 1, destination);
 }
 
@@ -87,6 +100,7 @@ void UploadHistory::start(int row, const QString& destination)
     m_entries.change(row, [&destination](HistoryEntry& entry) {
         entry.outcome = Outcome::Sending;
         entry.destination = destination;
+        entry.time = wallClock();
     });
     emit rowsChanged(row, row);
 }
@@ -117,6 +131,7 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
     m_entries.change(ended.row, [this, &ended, outcome, &reply](HistoryEntry& entry) {
         entry.outcome = outcome;
         entry.reply = reply;
+        entry.time = wallClock();
         if (entry.size) {
             entry.durationMs = m_clock() - ended.startedAt;
         }
@@ -128,7 +143,7 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
 
 void UploadHistory::note(const QString& text)
 {
-    append({ .path = text, .outcome = Outcome::Note });
+    append({ .path = text, .outcome = Outcome::Note, .time = wallClock() });
 }
 
 void UploadHistory::append(const HistoryEntry& entry)

@@ -109,6 +109,7 @@ private:
     };
 
     static qint64 steadyClock();
+    static qint64 wallClock();
 
     void append(const HistoryEntry& entry);
     void start(int row, const QString& destination);

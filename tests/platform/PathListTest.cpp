@@ -56,6 +56,20 @@ TEST(PathListTest, AListThatSharesItsPathsStaysWhenTheOtherChanges)
     EXPECT_EQ(joined.at(1), u"/b"_s);
 }
 
+TEST(PathListTest, ACopyOfAPartHasItsPathsAndSharesNothing)
+{
+    PathList list{ u"/a"_s, u"/b"_s };
+    list.append(PathList{ LocalPath::fromBytes("/caf\xe9"), u"/d"_s });
+    list.takeFirst();
+
+    const PathList copy = list.copied(0, 2);
+
+    EXPECT_EQ(copy, (PathList{ u"/b"_s, LocalPath::fromBytes("/caf\xe9") }));
+    EXPECT_EQ(copy.bytesAt(1), "/caf\xe9");
+    EXPECT_NE(copy.bytesAt(0).data(), list.bytesAt(0).data());
+    EXPECT_TRUE(list.copied(3, 0).isEmpty());
+}
+
 TEST(PathListTest, JoiningTakesNoTimeByTheNumberOfPaths)
 {
     const PathList many(QStringList(100'000, u"/folder/file"_s));

@@ -1,5 +1,6 @@
 #include "StandardFolders.h"
 
+#include "EnvironmentValue.h"
 #include "Printers.h"
 
 #include <QDir>
@@ -14,6 +15,18 @@ TEST(StandardFoldersTest, NamesTheUsersFolders)
 {
     EXPECT_EQ(downloadsDirectoryPath(), QDir::homePath() + u"/Downloads"_s);
     EXPECT_EQ(documentsDirectoryPath(), QDir::homePath() + u"/Documents"_s);
+}
+
+TEST(StandardFoldersTest, StateIsKeptWhereTheEnvironmentSaysOrInTheUsualPlace)
+{
+    {
+        const EnvironmentValue state("XDG_STATE_HOME", "/var/my state/");
+        EXPECT_EQ(stateDirectoryPath(), u"/var/my state"_s);
+    }
+    for (const char* const ignored : { "", "relative" }) {
+        const EnvironmentValue state("XDG_STATE_HOME", ignored);
+        EXPECT_EQ(stateDirectoryPath(), QDir::homePath() + u"/.local/state"_s);
+    }
 }
 
 } // namespace

@@ -67,6 +67,7 @@ int __real_open(const char* path, int flags, ...);
 int __real_fchown(int descriptor, uid_t owner, gid_t group);
 int __real_fdatasync(int descriptor);
 int __real_flock(int descriptor, int operation);
+int __real_fcntl(int descriptor, int command, ...);
 ssize_t __wrap_read(int descriptor, void* data, size_t size);
 ssize_t __wrap_write(int descriptor, const void* data, size_t size);
 int __wrap_close(int descriptor);
@@ -76,6 +77,7 @@ int __wrap_open(const char* path, int flags, ...);
 int __wrap_fchown(int descriptor, uid_t owner, gid_t group);
 int __wrap_fdatasync(int descriptor);
 int __wrap_flock(int descriptor, int operation);
+int __wrap_fcntl(int descriptor, int command, ...);
 
 ssize_t __wrap_read(int descriptor, void* data, size_t size)
 {
@@ -134,6 +136,16 @@ int __wrap_fdatasync(int descriptor)
 int __wrap_flock(int descriptor, int operation)
 {
     return faults().lockError == 0 ? __real_flock(descriptor, operation) : fail(faults().lockError);
+}
+
+int __wrap_fcntl(int descriptor, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    const bool locks = command == F_OFD_SETLK;
+    return locks && faults().lockError != 0 ? fail(faults().lockError) : __real_fcntl(descriptor, command, argument);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)

@@ -9,7 +9,8 @@ TemporaryHome::TemporaryHome()
 {
     for (const auto& [variable, folder] :
          { std::pair{ "HOME", "" }, std::pair{ "XDG_CONFIG_HOME", ".config" }, std::pair{ "XDG_CACHE_HOME", ".cache" },
-           std::pair{ "XDG_DATA_HOME", ".local/share" }, std::pair{ "XDG_RUNTIME_DIR", "run" } }) {
+           std::pair{ "XDG_DATA_HOME", ".local/share" }, std::pair{ "XDG_STATE_HOME", ".local/state" },
+           std::pair{ "XDG_RUNTIME_DIR", "run" } }) {
         const QString path = m_directory.filePath(QString::fromLatin1(folder));
         QDir().mkpath(path);
         QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);

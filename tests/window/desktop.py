@@ -82,7 +82,12 @@ class Desktop:
     def new_home(self):
         """Environment variables of a home folder that nobody has used."""
         home = tempfile.mkdtemp(prefix="home-", dir=self.folder)
-        places = {"XDG_CONFIG_HOME": ".config", "XDG_CACHE_HOME": ".cache", "XDG_DATA_HOME": ".local/share"}
+        places = {
+            "XDG_CONFIG_HOME": ".config",
+            "XDG_CACHE_HOME": ".cache",
+            "XDG_DATA_HOME": ".local/share",
+            "XDG_STATE_HOME": ".local/state",
+        }
         for place in [*places.values(), "Desktop", "Documents", "Downloads"]:
             os.makedirs(os.path.join(home, place), mode=0o700)
         return {"HOME": home, **{name: os.path.join(home, place) for name, place in places.items()}}

@@ -1,0 +1,339 @@
+#include "LedgerDatabase.h"
+
+#include "LocalPath.h"
+#include "PathText.h"
+#include "PrivateFile.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QSqlError>
+#include <QUuid>
+#include <QVariant>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+constexpr int version = 1;
+constexpr qint64 dayMs = 24LL * 60 * 60 * 1000;
+
+// What SQLite answers, without what it adds to it in the higher bits.
+constexpr int busy = 5;
+constexpr int locked = 6;
+constexpr int corrupt = 11;
+constexpr int notADatabase = 26;
+
+/// What has not ended.
+const QString unended = u"outcome <= %1"_s.arg(static_cast<int>(Outcome::Sending));
+static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcome::Sending) == 1);
+/// What was interrupted, and nobody has said yet what is to become of it.
+const QString undecided = u"outcome = %1 AND settled = 0"_s.arg(static_cast<int>(Outcome::Interrupted));
+
+/// What is to become of a file that was lost.
+enum Settled { Undecided, QueuedAgain, Forgotten };
+
+QVariant valueOf(const std::optional<qint64>& number)
+{
+    return number ? QVariant(*number) : QVariant();
+}
+
+/// A path's folder, or nothing, and its name.
+std::pair<QVariant, QByteArray> partsOf(QByteArrayView path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    return { slash < 0 ? QVariant() : QVariant(path.first(slash).toByteArray()), path.sliced(slash + 1).toByteArray() };
+}
+
+LedgerProblem problemOf(const QSqlError& error)
+{
+    switch (error.nativeErrorCode().toInt() & 0xff) {
+    case busy:
+    case locked:
+        return LedgerProblem::Busy;
+    case corrupt:
+    case notADatabase:
+        return LedgerProblem::Damaged;
+    default:
+        return LedgerProblem::NotWritable;
+    }
+}
+
+/// Makes the file for the user alone: what the database makes beside it has the same mode.
+bool makeFile(const QString& path)
+{
+    const int file = open(LocalPath::toBytes(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file >= 0) {
+        ::close(file);
+    }
+    return file >= 0;
+}
+
+} // namespace
+
+LedgerDatabase::LedgerDatabase(const QString& copy)
+    : m_name(QUuid::createUuid().toString())
+    , m_copy(LocalPath::toBytes(copy))
+{
+}
+
+LedgerDatabase::~LedgerDatabase()
+{
+    close();
+}
+
+LedgerProblem LedgerDatabase::open(const QString& path)
+{
+    m_reason.clear();
+    m_problem = LedgerProblem::None;
+    const LedgerProblem problem = prepare(path);
+    if (problem != LedgerProblem::None) {
+        close();
+    }
+    return problem;
+}
+
+LedgerProblem LedgerDatabase::prepare(const QString& path)
+{
+    if (path.isNull()) {
+        m_run = 1;
+    } else {
+        const QString folder = QFileInfo(path).path();
+        if (!PrivateFile::makeFolder(folder) || !makeFile(path)) {
+            m_reason = QString::fromLocal8Bit(std::strerror(errno));
+            return LedgerProblem::NotWritable;
+        }
+        PrivateFile::closeToOthers(path);
+        m_locks.emplace(folder + u"/history.runs"_s);
+        const std::optional<qint64> run = m_locks->take();
+        if (!run) {
+            m_reason = QString::fromLocal8Bit(std::strerror(errno));
+            return LedgerProblem::NotWritable;
+        }
+        m_run = *run;
+    }
+    m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
+    m_database.setDatabaseName(path.isNull() ? u":memory:"_s : path);
+    m_database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_s);
+    if (!m_database.open()) {
+        m_reason = m_database.lastError().databaseText();
+        return problemOf(m_database.lastError());
+    }
+    if (!setUp()) {
+        return m_problem;
+    }
+    return m_locks ? interruptEndedRuns() : LedgerProblem::None;
+}
+
+void LedgerDatabase::close()
+{
+    m_add.reset();
+    m_change.reset();
+    m_database = {};
+    if (QSqlDatabase::contains(m_name)) {
+        QSqlDatabase::removeDatabase(m_name);
+    }
+    m_locks.reset();
+}
+
+/// Brings the database into the present version. False when it cannot be used.
+bool LedgerDatabase::setUp()
+{
+    QSqlQuery mode(m_database);
+    if (m_locks) {
+        if (!mode.exec(u"PRAGMA journal_mode = WAL"_s) || !mode.next()) {
+            m_problem = problemOf(mode.lastError());
+            m_reason = mode.lastError().databaseText();
+            return false;
+        }
+        if (mode.value(0).toString() != u"wal"_s) {
+            m_problem = LedgerProblem::NotWritable;
+            m_reason = u"its file system cannot lock files"_s;
+            return false;
+        }
+        mode.finish();
+    }
+    // The log is synchronized when it is moved into the database: a kill loses nothing, a power cut the last moments.
+    if (!run(u"PRAGMA synchronous = NORMAL"_s) || !begin()) {
+        return false;
+    }
+    QSqlQuery present(m_database);
+    bool isDone = present.exec(u"PRAGMA user_version"_s) && present.next();
+    const int presentVersion = isDone ? present.value(0).toInt() : 0;
+    present.finish();
+    if (presentVersion > version) {
+        run(u"ROLLBACK"_s);
+        m_problem = LedgerProblem::Newer;
+        m_reason = u"it was made by a later version"_s;
+        return false;
+    }
+    if (isDone && presentVersion == 0) {
+        // Paths and names of copies are bytes.
+        isDone = run(u"CREATE TABLE files (row INTEGER PRIMARY KEY AUTOINCREMENT, run INTEGER NOT NULL, "
+                     "number INTEGER NOT NULL, copy BLOB NOT NULL, folder BLOB, name BLOB NOT NULL, destination TEXT, "
+                     "outcome INTEGER NOT NULL DEFAULT 0, manual INTEGER NOT NULL DEFAULT 0, "
+                     "settled INTEGER NOT NULL DEFAULT 0, size INTEGER, sent INTEGER, listedSize INTEGER, "
+                     "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, UNIQUE (run, number))"_s)
+            && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
+            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
+            && run(u"PRAGMA user_version = %1"_s.arg(version));
+    }
+    if (end(isDone) != LedgerProblem::None) {
+        return false;
+    }
+    m_add.emplace(m_database);
+    m_change.emplace(m_database);
+    // A row that is there already is one that this run has written to a database that failed then.
+    const bool isPrepared
+        = m_add->prepare(u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, time) "
+                         "VALUES (?, ?, ?, ?, ?, ?, ?)"_s)
+        && m_change->prepare(u"UPDATE files SET outcome = ?, manual = ?, settled = max(settled, ?), size = ?, "
+                             "sent = ?, listedSize = ?, durationMs = ?, time = ?, status = ?, reply = ?, "
+                             "destination = coalesce(?, destination) WHERE run = ? AND number BETWEEN ? AND ?"_s);
+    if (!isPrepared) {
+        m_problem = LedgerProblem::Damaged; // It has the version and not the table.
+        m_reason = m_change->lastError().databaseText() + m_add->lastError().databaseText();
+    }
+    return isPrepared;
+}
+
+/// The files that wait in runs that have ended will not be sent.
+LedgerProblem LedgerDatabase::interruptEndedRuns()
+{
+    if (!begin()) {
+        return m_problem;
+    }
+    QSqlQuery query(m_database);
+    bool isDone = query.exec(u"SELECT DISTINCT run FROM files WHERE "_s + unended);
+    QList<qint64> ended;
+    while (isDone && query.next()) {
+        if (const qint64 other = query.value(0).toLongLong(); other != m_run && !m_locks->isTaken(other)) {
+            ended.append(other);
+        }
+    }
+    query.finish();
+    for (const qint64 other : ended) {
+        isDone = isDone
+            && run(u"UPDATE files SET outcome = %1 WHERE run = ? AND %2"_s.arg(
+                       QString::number(static_cast<int>(Outcome::Interrupted)), unended),
+                   { other });
+    }
+    return end(isDone);
+}
+
+bool LedgerDatabase::run(const QString& command, const QVariantList& values)
+{
+    QSqlQuery query(m_database);
+    if (!query.prepare(command)) {
+        m_problem = problemOf(query.lastError());
+        m_reason = query.lastError().databaseText();
+        return false;
+    }
+    return run(query, values);
+}
+
+bool LedgerDatabase::run(QSqlQuery& query, const QVariantList& values)
+{
+    for (int index = 0; index < values.size(); ++index) {
+        query.bindValue(index, values[index]);
+    }
+    if (!query.exec()) {
+        m_problem = problemOf(query.lastError());
+        m_reason = query.lastError().databaseText();
+        return false;
+    }
+    query.finish();
+    return true;
+}
+
+/// Ends what begin() has begun.
+LedgerProblem LedgerDatabase::end(bool isDone)
+{
+    if (isDone && run(u"COMMIT"_s)) {
+        return LedgerProblem::None;
+    }
+    const LedgerProblem problem = m_problem;
+    QSqlQuery(m_database).exec(u"ROLLBACK"_s);
+    return problem;
+}
+
+LedgerProblem LedgerDatabase::write(const LedgerBatch& batch)
+{
+    if (!begin()) {
+        return m_problem;
+    }
+    return end(std::all_of(batch.added.begin(), batch.added.end(), [this](const auto& added) { return add(added); })
+               && std::all_of(batch.changed.begin(), batch.changed.end(),
+                              [this](const auto& changed) { return change(changed); }));
+}
+
+bool LedgerDatabase::add(const LedgerBatch::Added& added)
+{
+    m_add->bindValue(0, m_run);
+    m_add->bindValue(2, m_copy);
+    m_add->bindValue(5, added.destination);
+    m_add->bindValue(6, added.time);
+    for (int index = 0; index < static_cast<int>(added.paths.size()); ++index) {
+        const auto [folder, name] = partsOf(added.paths.bytesAt(index));
+        m_add->bindValue(1, added.first + index);
+        m_add->bindValue(3, folder);
+        m_add->bindValue(4, name);
+        if (!run(*m_add, {})) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool LedgerDatabase::change(const LedgerBatch::Changed& changed)
+{
+    const HistoryEntry& entry = changed.entry;
+    return run(*m_change,
+               { static_cast<int>(entry.outcome), entry.isManual, entry.isQueuedAgain ? QueuedAgain : Undecided,
+                 valueOf(entry.size), QVariant(), valueOf(entry.listedSize), valueOf(entry.durationMs), entry.time,
+                 entry.status, entry.reply, entry.destination, m_run, changed.first, changed.last });
+}
+
+LedgerProblem LedgerDatabase::prune(Bounds bounds)
+{
+    if (!begin()) {
+        return m_problem;
+    }
+    // Order is by row: a clock that was wrong for a while makes nothing old that came behind what is young.
+    const qint64 youngest = QDateTime::currentMSecsSinceEpoch() - bounds.days * dayMs;
+    const bool isDone
+        = run(u"DELETE FROM files WHERE NOT (%1) AND row < coalesce((SELECT row FROM files WHERE time >= ? "
+              "ORDER BY row LIMIT 1), 9e18)"_s.arg(unended),
+              { youngest })
+        && run(u"DELETE FROM files WHERE NOT (%1) AND NOT (%2) AND row <= (SELECT row FROM files WHERE NOT (%1) "
+               "ORDER BY row DESC LIMIT 1 OFFSET ?)"_s.arg(unended, undecided),
+               { bounds.files });
+    return end(isDone);
+}
+
+LedgerProblem LedgerDatabase::clear()
+{
+    return begin() ? end(run(u"DELETE FROM files WHERE NOT (%1)"_s.arg(unended))) : m_problem;
+}
+
+qsizetype LedgerDatabase::interruptedCount()
+{
+    QSqlQuery query(m_database);
+    query.prepare(u"SELECT count(*) FROM files WHERE copy = ? AND "_s + undecided);
+    query.bindValue(0, m_copy);
+    return query.exec() && query.next() ? query.value(0).toLongLong() : 0;
+}
+
+LedgerProblem LedgerDatabase::forgetInterrupted()
+{
+    if (!begin()) {
+        return m_problem;
+    }
+    return end(run(u"UPDATE files SET settled = ? WHERE copy = ? AND "_s + undecided, { Forgotten, m_copy }));
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "LedgerBatch.h"
+#include "RunLocks.h"
+
+#include <QByteArray>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
+#include <optional>
+
+class QSqlError;
+
+/// Why a history cannot be kept on disk.
+enum class LedgerProblem {
+    None,
+    Busy, ///< For the moment: somebody else writes for long.
+    NotWritable, ///< No space, no right, or nothing there that keeps files of this kind.
+    Damaged,
+    Newer, ///< Made by a later version of the program.
+};
+
+/// The database of a history: a row for each file of every run, in the order in which they came. Several programs may
+/// have it open. Everything may wait for the disk. Belongs to one thread.
+class LedgerDatabase {
+public:
+    /// How much is kept of what has ended.
+    struct Bounds {
+        int files = 100'000;
+        int days = 90;
+    };
+
+    /// @p copy: the name of this copy of the program.
+    explicit LedgerDatabase(const QString& copy);
+    LedgerDatabase(const LedgerDatabase&) = delete;
+    LedgerDatabase& operator=(const LedgerDatabase&) = delete;
+    ~LedgerDatabase();
+
+    /// Opens the database at @p path, which is made where there is none, or with a null path one in memory. Files that
+    /// waited in runs that have ended are interrupted from then on.
+    LedgerProblem open(const QString& path);
+    void close();
+    bool isOpen() const { return m_database.isOpen(); }
+    /// What the system said of the last problem.
+    const QString& reason() const { return m_reason; }
+
+    /// All of it or nothing.
+    LedgerProblem write(const LedgerBatch& batch);
+    /// Removes what is beyond @p bounds and has ended.
+    LedgerProblem prune(Bounds bounds);
+    /// Removes all that has ended.
+    LedgerProblem clear();
+
+    /// How many files of earlier runs of this copy were interrupted and neither queued again nor forgotten since.
+    qsizetype interruptedCount();
+    /// They are forgotten: they stay in the history, and nobody is asked about them any more.
+    LedgerProblem forgetInterrupted();
+
+private:
+    LedgerProblem prepare(const QString& path);
+    bool setUp();
+    LedgerProblem interruptEndedRuns();
+    bool run(const QString& command, const QVariantList& values = {});
+    bool run(QSqlQuery& query, const QVariantList& values);
+    bool begin() { return run(QStringLiteral("BEGIN IMMEDIATE")); }
+    LedgerProblem end(bool isDone);
+    bool add(const LedgerBatch::Added& added);
+    bool change(const LedgerBatch::Changed& changed);
+
+    QString m_name; ///< Of the connection.
+    QByteArray m_copy;
+    QSqlDatabase m_database;
+    std::optional<RunLocks> m_locks; ///< None for a database in memory.
+    qint64 m_run = 0;
+    LedgerProblem m_problem = LedgerProblem::None; ///< The last one.
+    QString m_reason;
+    std::optional<QSqlQuery> m_add;
+    std::optional<QSqlQuery> m_change;
+};

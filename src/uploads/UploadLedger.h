@@ -1,0 +1,73 @@
+#pragma once
+
+#include "LedgerDatabase.h"
+#include "TaskThread.h"
+
+#include <QObject>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+class UploadHistory;
+
+/// What has become of every file, of this run and before: it writes down what the history of this run tells, in a
+/// database that all copies of the program share, and reads it. The work is done by a thread of its own, in the order
+/// in which it is asked for; no call here waits for the disk. Belongs to the main thread.
+class UploadLedger final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Writes down nothing before it is opened. @p history outlives it.
+    explicit UploadLedger(const UploadHistory& history);
+    ~UploadLedger() override;
+
+    /// Where the database lies when it is kept.
+    static QString standardPath();
+
+    /// Opens the database at @p path, or for a null path one in memory, for this run alone, for the copy of the program
+    /// that is called @p copy. What the history has told by then is written too.
+    void open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds = {});
+    /// Whether it was opened.
+    bool isOpen() const { return m_work != nullptr; }
+    /// Writes down what is left, and closes the database; false when that is not done within @p limit.
+    bool close(std::chrono::milliseconds limit);
+
+    /// Where the database lies; null when it is in memory, as was asked for or after a problem.
+    const QString& path() const { return m_path; }
+    /// Why it is not kept on disk although it was to be, in whole sentences; null when it is.
+    const QString& problem() const { return m_problem; }
+
+    /// Removes all files that have ended from the history.
+    void clear();
+    /// The files of earlier runs of this copy that were interrupted, of which nobody has said what is to become of
+    /// them.
+    qsizetype interruptedCount() const { return m_interruptedCount; }
+    void forgetInterrupted();
+
+signals:
+    /// The history is not kept on disk from here on, as problem() says. It @p isNews where a file is lost or was set
+    /// aside or the history was kept until now, and none where it cannot be kept in that place at all.
+    void problemFound(bool isNews);
+    /// interruptedCount() has another answer.
+    void interruptedCountChanged();
+    /// Files have gone that had ended.
+    void cleared();
+
+private:
+    class Work;
+
+    void rowsAppended();
+    void rowsChanged(int first, int last);
+    void failed(const QString& text, bool isNews);
+    void setInterruptedCount(qsizetype count);
+    void handOver(LedgerBatch&& batch);
+
+    const UploadHistory& m_history;
+    std::shared_ptr<Work> m_work; ///< With the thread; null as long as the ledger is closed.
+    QString m_path;
+    QString m_problem;
+    int m_recorded = 0; ///< So many rows of the history were handed over.
+    qsizetype m_interruptedCount = 0;
+    TaskThread m_thread; ///< Last, so that it ends first.
+};

@@ -1,0 +1,455 @@
+#include "UploadLedger.h"
+
+#include "FaultyFileCalls.h"
+#include "LocalPath.h"
+#include "Printers.h"
+#include "ShiftedClock.h"
+#include "SmallDisk.h"
+#include "UploadHistory.h"
+#include "WaitFor.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QSqlError>
+#include <QSqlRecord>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+/// One run of the program, as far as its history goes.
+struct Launch {
+    Launch() = default;
+    explicit Launch(const QString& path, const QString& copy = u"Quillbox"_s, LedgerDatabase::Bounds bounds = {})
+    {
+        ledger.open(path, copy, bounds);
+    }
+
+    void confirmNext(const QString& reply = u"226 Done"_s)
+    {
+        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.fileMoves(5);
+        history.fileConfirmed(5, reply);
+    }
+    /// What is asked of the ledger by now is done and told.
+    void settle() { ledger.close(60s), QCoreApplication::processEvents(); }
+
+    UploadHistory history;
+    UploadLedger ledger{ history };
+    QSignalSpy problems{ &ledger, &UploadLedger::problemFound };
+};
+
+class UploadLedgerTest : public ::testing::Test {
+protected:
+    /// What a statement finds, a text for each row with "|" between its columns.
+    QStringList ask(const QString& statement) const
+    {
+        QStringList rows;
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"test"_s);
+            database.setDatabaseName(m_path);
+            database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_s);
+            EXPECT_TRUE(database.open());
+            QSqlQuery query(database);
+            EXPECT_TRUE(query.exec(statement)) << query.lastError().text().toStdString();
+            const int columns = static_cast<int>(query.record().count());
+            while (query.next()) {
+                QStringList cells;
+                for (int column = 0; column < columns; ++column) {
+                    cells.append(LocalPath::fromBytes(query.value(column).toByteArray()));
+                }
+                rows.append(cells.join(u'|'));
+            }
+        }
+        QSqlDatabase::removeDatabase(u"test"_s);
+        return rows;
+    }
+    /// What has become of each file; nothing while there is no database.
+    QStringList outcomes() const
+    {
+        const bool isMade = QFile::exists(m_path) && !ask(u"SELECT name FROM sqlite_schema"_s).isEmpty();
+        return isMade ? ask(u"SELECT name, outcome FROM files ORDER BY row"_s) : QStringList();
+    }
+    static QString row(const QString& name, Outcome outcome)
+    {
+        return name + u'|' + QString::number(static_cast<int>(outcome));
+    }
+    qsizetype interruptedOf(const QString& copy) const
+    {
+        Launch next(m_path, copy);
+        next.settle();
+        return next.ledger.interruptedCount();
+    }
+
+    QTemporaryDir m_directory;
+    QString m_path = m_directory.filePath(u"state/quillbox/history.sqlite"_s);
+};
+
+TEST_F(UploadLedgerTest, EachFileIsThereWithAllThatIsKnownOfIt)
+{
+    Launch run(m_path, u"Bilder"_s);
+    run.history.filesQueued({ u"/folder/a"_s, LocalPath::fromBytes("/caf\xe9/b\n"), u"/c"_s }, { u"/folder"_s });
+    run.confirmNext();
+    run.history.nextFileStarts(u"ftp://host/in/"_s);
+    run.history.fileMoves(7);
+    run.history.fileEnded({ .kind = Outcome::Refused, .code = 550, .status = u"No"_s, .reply = u"550 No"_s });
+    run.history.manualFileStarts(u"/m"_s, u"ftp://elsewhere/"_s);
+    run.history.note(u"A note"_s);
+    run.settle();
+
+    EXPECT_EQ(
+        ask(u"SELECT copy, folder, name, manual, settled, destination, size, status, reply FROM files ORDER BY "
+            "row"_s),
+        (QStringList{ u"Bilder||folder|0|0||||"_s, u"Bilder|/folder|a|0|0|ftp://host/in/|5||226 Done"_s,
+                      LocalPath::fromBytes("Bilder|/caf\xe9|b\n|0|0|ftp://host/in/|7|No|550 No"),
+                      u"Bilder||c|0|0||||"_s, u"Bilder||m|1|0|ftp://elsewhere/|||"_s, u"Bilder||A note|0|0||||"_s }));
+    EXPECT_EQ(outcomes(),
+              (QStringList{ row(u"folder"_s, Outcome::LeftOut), row(u"a"_s, Outcome::Confirmed),
+                            row(LocalPath::fromBytes("b\n"), Outcome::Refused), row(u"c"_s, Outcome::Waiting),
+                            row(u"m"_s, Outcome::Sending), row(u"A note"_s, Outcome::Note) }));
+    EXPECT_EQ(ask(u"SELECT count(*) FROM files WHERE abs(time - 1000 * unixepoch()) < 60000"_s), QStringList{ u"6"_s });
+}
+
+TEST_F(UploadLedgerTest, WhatABeginningHistoryHoldsIsWrittenWhenTheLedgerIsOpened)
+{
+    Launch run;
+    run.history.filesQueued({ u"/a"_s, u"/b"_s });
+    run.confirmNext();
+    run.ledger.open(m_path, u"Quillbox"_s);
+    run.history.queueCleared();
+    run.settle();
+
+    EXPECT_EQ(outcomes(), (QStringList{ row(u"a"_s, Outcome::Confirmed), row(u"b"_s, Outcome::Removed) }));
+}
+
+TEST_F(UploadLedgerTest, TheFilesAreForTheUserAlone)
+{
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    ASSERT_TRUE(waitFor([this] { return !outcomes().isEmpty(); }));
+
+    for (const QString& name : { QString(), u"-wal"_s, u"-shm"_s }) {
+        struct stat status { };
+        ASSERT_EQ(stat(QFile::encodeName(m_path + name).constData(), &status), 0) << name.toStdString();
+        EXPECT_EQ(status.st_mode & 0777, 0600) << name.toStdString();
+    }
+    struct stat folder { };
+    ASSERT_EQ(stat(QFile::encodeName(QFileInfo(m_path).path()).constData(), &folder), 0);
+    EXPECT_EQ(folder.st_mode & 0777, 0700);
+}
+
+TEST_F(UploadLedgerTest, ARowIsThereSoonAfterItsDropAndItsOutcome)
+{
+    Launch run(m_path);
+    run.history.note(u"Ready"_s);
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
+    run.history.filesQueued({ u"/a"_s });
+    QElapsedTimer sinceDrop;
+    sinceDrop.start();
+    ASSERT_TRUE(waitFor([this] { return outcomes().last() == row(u"a"_s, Outcome::Waiting); }));
+    EXPECT_LT(sinceDrop.elapsed(), 2000); // 200 on a machine that does nothing else.
+    run.confirmNext();
+    ASSERT_TRUE(waitFor([this] { return outcomes().last() == row(u"a"_s, Outcome::Confirmed); }));
+}
+
+TEST_F(UploadLedgerTest, WhatWaitedInARunThatHasEndedWasInterrupted)
+{
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
+        run.confirmNext();
+        run.history.nextFileStarts(u"ftp://host/"_s);
+        run.settle();
+    }
+    EXPECT_EQ(interruptedOf(u"Other"_s), 0);
+    Launch next(m_path);
+    next.history.filesQueued({ u"/d"_s });
+    next.settle();
+
+    EXPECT_EQ(next.ledger.interruptedCount(), 2);
+    EXPECT_EQ(outcomes(),
+              (QStringList{ row(u"a"_s, Outcome::Confirmed), row(u"b"_s, Outcome::Interrupted),
+                            row(u"c"_s, Outcome::Interrupted), row(u"d"_s, Outcome::Waiting) }));
+}
+
+TEST_F(UploadLedgerTest, WhatWaitsInARunThatGoesOnIsNotInterrupted)
+{
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
+
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 0);
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Waiting) });
+}
+
+TEST_F(UploadLedgerTest, NobodyIsAskedAgainAboutFilesThatWereForgotten)
+{
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s });
+        run.settle();
+    }
+    Launch next(m_path);
+    ASSERT_TRUE(waitFor([&next] { return next.ledger.interruptedCount() == 1; }));
+    next.ledger.forgetInterrupted();
+    ASSERT_TRUE(waitFor([&next] { return next.ledger.interruptedCount() == 0; }));
+    next.settle();
+
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 0);
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Interrupted) });
+}
+
+TEST_F(UploadLedgerTest, ClearingKeepsWhatWaits)
+{
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
+    run.confirmNext();
+    run.history.nextFileStarts(u"ftp://host/"_s);
+    run.ledger.clear();
+    run.settle();
+
+    EXPECT_EQ(outcomes(), (QStringList{ row(u"b"_s, Outcome::Sending), row(u"c"_s, Outcome::Waiting) }));
+}
+
+TEST_F(UploadLedgerTest, TheLastEndedFilesAreKeptAndAllThatWait)
+{
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s, u"/d"_s, u"/e"_s });
+        for (int i = 0; i < 3; ++i) {
+            run.confirmNext();
+        }
+        run.settle();
+    }
+    Launch next(m_path, u"Quillbox"_s, { .files = 2, .days = 90 });
+    next.settle();
+
+    EXPECT_EQ(outcomes().size(), 2); // Of five that have ended the last two, which are undecided.
+    {
+        Launch again(m_path, u"Quillbox"_s, { .files = 1, .days = 90 });
+        again.settle();
+    }
+    EXPECT_EQ(outcomes(), (QStringList{ row(u"d"_s, Outcome::Interrupted), row(u"e"_s, Outcome::Interrupted) }));
+}
+
+TEST_F(UploadLedgerTest, OldFilesGoByTheirPlaceWhateverAClockHasSaidInBetween)
+{
+    const auto sendOne = [this](const QString& path) {
+        Launch run(m_path);
+        run.history.filesQueued({ path });
+        run.confirmNext();
+        run.settle();
+    };
+    shiftWallClock(-100 * 24h);
+    sendOne(u"/old"_s);
+    shiftWallClock(0s);
+    sendOne(u"/young"_s);
+    shiftWallClock(-1000 * 24h); // It was set back for a while.
+    sendOne(u"/set back"_s);
+    shiftWallClock(0s);
+    sendOne(u"/last"_s);
+    Launch(m_path).settle();
+
+    EXPECT_EQ(ask(u"SELECT name FROM files ORDER BY row"_s), (QStringList{ u"young"_s, u"set back"_s, u"last"_s }));
+}
+
+TEST_F(UploadLedgerTest, ADamagedDatabaseIsSetAsideAndTheRunGoesOn)
+{
+    QDir().mkpath(QFileInfo(m_path).path());
+    const QByteArray damage(5000, 'x');
+    {
+        QFile file(m_path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(damage);
+    }
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    run.settle();
+
+    ASSERT_EQ(run.problems.size(), 1);
+    const QString aside = m_path + u".damaged"_s;
+    EXPECT_TRUE(run.ledger.problem().contains(aside)) << run.ledger.problem().toStdString();
+    EXPECT_TRUE(run.ledger.path().isNull());
+    QFile kept(aside);
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), damage);
+    EXPECT_FALSE(QFile::exists(m_path));
+
+    Launch next(m_path);
+    next.history.filesQueued({ u"/b"_s });
+    next.settle();
+    EXPECT_TRUE(next.problems.isEmpty());
+    EXPECT_EQ(outcomes(), QStringList{ row(u"b"_s, Outcome::Waiting) });
+}
+
+TEST_F(UploadLedgerTest, ADatabaseOfALaterVersionStaysAsItIs)
+{
+    Launch(m_path).settle();
+    ask(u"PRAGMA user_version = 99"_s);
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    run.settle();
+
+    ASSERT_EQ(run.problems.size(), 1);
+    EXPECT_TRUE(run.ledger.problem().contains(u"later version"_s));
+    EXPECT_EQ(ask(u"PRAGMA user_version"_s), QStringList{ u"99"_s });
+    EXPECT_TRUE(outcomes().isEmpty());
+}
+
+TEST_F(UploadLedgerTest, AFileSystemThatCannotLockIsSaidOnce)
+{
+    const FaultyFileCalls faults;
+    FaultyFileCalls::failToLock(ENOLCK);
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    run.settle();
+
+    ASSERT_EQ(run.problems.size(), 1);
+    EXPECT_TRUE(run.ledger.problem().contains(u"No locks available"_s));
+}
+
+TEST_F(UploadLedgerTest, AFolderThatCannotBeMadeIsSaidOnce)
+{
+    QFile file(m_directory.filePath(u"state"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s, u"/b"_s });
+    run.confirmNext();
+    run.settle();
+
+    ASSERT_EQ(run.problems.size(), 1);
+    EXPECT_FALSE(run.problems[0][0].toBool());
+    EXPECT_TRUE(run.ledger.problem().contains(u"File exists"_s)) << run.ledger.problem().toStdString();
+}
+
+TEST_F(UploadLedgerTest, AFullDiskIsSaidOnceAndTheRunGoesOn)
+{
+    const SmallDisk disk(m_directory.path());
+    ASSERT_TRUE(disk.problem().isEmpty()) << disk.problem().toStdString();
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
+    PathList many;
+    for (int i = 0; i < 20'000; ++i) {
+        many.append(u"/a folder with a name/a file with a long name %1"_s.arg(i));
+    }
+    run.history.filesQueued(many);
+    run.confirmNext();
+    run.settle();
+
+    ASSERT_EQ(run.problems.size(), 1);
+    EXPECT_TRUE(run.problems[0][0].toBool());
+    EXPECT_TRUE(run.ledger.problem().contains(u"full"_s)) << run.ledger.problem().toStdString();
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Waiting) });
+}
+
+TEST_F(UploadLedgerTest, AHistoryThatIsNotKeptLeavesNothing)
+{
+    Launch run{ QString() };
+    run.history.filesQueued({ u"/a"_s });
+    run.confirmNext();
+    run.settle();
+
+    EXPECT_TRUE(run.problems.isEmpty());
+    EXPECT_FALSE(QFile::exists(QFileInfo(m_path).path()));
+}
+
+TEST_F(UploadLedgerTest, AHundredThousandFilesAreTakenAtOnceAndCostLittle)
+{
+    constexpr int count = 100'000;
+    PathList paths;
+    for (int i = 0; i < count; ++i) {
+        paths.append(u"/a/folder/of/some/depth/file %1"_s.arg(i));
+    }
+    Launch run(m_path);
+    QElapsedTimer timer;
+    timer.start();
+    run.history.filesQueued(paths);
+    const qint64 taken = timer.elapsed();
+    timer.start();
+    run.history.filesQueued({ u"/one more"_s });
+    const qint64 oneMore = timer.elapsed();
+    timer.start();
+    run.settle();
+
+    EXPECT_LT(taken, 500);
+    EXPECT_LT(oneMore, 100);
+    EXPECT_EQ(ask(u"SELECT count(*) FROM files"_s), QStringList{ QString::number(count + 1) });
+}
+
+/// Copies of the program in processes of their own.
+class LedgerProcessesTest : public UploadLedgerTest {
+protected:
+    std::unique_ptr<QProcess> startCopy(const QString& copy, int files, int pauseMs) const
+    {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process->start(QString::fromUtf8(LEDGER_WRITER),
+                       { m_path, copy, QString::number(files), QString::number(pauseMs) });
+        return process;
+    }
+};
+
+TEST_F(LedgerProcessesTest, AKillLosesNothingThatIsOlderThanAMoment)
+{
+    constexpr int count = 1'000;
+    for (int round = 0; round < 10; ++round) {
+        const QString copy = u"copy %1"_s.arg(round);
+        const auto process = startCopy(copy, count, 1);
+        ASSERT_TRUE(process->waitForReadyRead(30'000));
+        QThread::msleep(static_cast<unsigned long>(300 + QRandomGenerator::global()->bounded(300)));
+        process->waitForReadyRead(0);
+        const int old = static_cast<int>(process->readAllStandardOutput().count('\n')) - 1; // After "queued".
+        QThread::msleep(200);
+        ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
+        process->waitForFinished();
+        const auto said = static_cast<int>(old + process->readAllStandardOutput().count('\n'));
+
+        const int confirmed
+            = ask(u"SELECT count(*) FROM files WHERE copy = CAST('%1' AS BLOB) AND outcome = 2"_s.arg(copy))[0].toInt();
+        EXPECT_GE(confirmed, old);
+        EXPECT_LE(confirmed, said + 1);
+        EXPECT_EQ(interruptedOf(copy), count + 3 - confirmed);
+    }
+}
+
+TEST_F(LedgerProcessesTest, TwoCopiesWriteWhileAThirdPrunes)
+{
+    const auto first = startCopy(u"first"_s, 500, 0);
+    const auto second = startCopy(u"second"_s, 500, 0);
+    const auto isSending = [](QProcess& process) {
+        process.waitForReadyRead(1);
+        return !process.peek(process.bytesAvailable()).endsWith("499\n");
+    };
+    LedgerDatabase third(u"third"_s);
+    ASSERT_EQ(third.open(m_path), LedgerProblem::None);
+    while (isSending(*first) || isSending(*second)) {
+        ASSERT_EQ(third.prune({ .files = 10, .days = 90 }), LedgerProblem::None);
+    }
+    for (QProcess* const process : { first.get(), second.get() }) {
+        process->closeWriteChannel();
+        ASSERT_TRUE(process->waitForFinished());
+    }
+    ASSERT_EQ(third.prune({ .files = 10, .days = 90 }), LedgerProblem::None);
+
+    EXPECT_EQ(first->exitCode(), 0);
+    EXPECT_EQ(second->exitCode(), 0);
+    EXPECT_EQ(ask(u"SELECT copy, count(*) FROM files WHERE outcome <> 2 GROUP BY copy"_s),
+              (QStringList{ u"first|3"_s, u"second|3"_s }));
+    EXPECT_LE(ask(u"SELECT count(*) FROM files WHERE outcome = 2"_s)[0].toInt(), 10);
+    EXPECT_EQ(ask(u"PRAGMA integrity_check"_s), QStringList{ u"ok"_s });
+}
+
+} // namespace
