@@ -13,14 +13,17 @@ enum class FTPConnectionTestState {
     Connecting, ///< The connection is being made; where the server allows one login only, one of ours ends first.
     LoggingIn, ///< The connection stands. Encryption is negotiated and the login sent.
     OpeningFolder, ///< The login was accepted.
+    CreatingFolder, ///< The same, where the folder is to be made.
     Works, ///< The end: the folder was opened, and QUIT was sent.
-    Unreachable, ///< The end: there is no such host, or nobody listens there.
+    NoSuchHost, ///< The end: no address was found for the name.
+    Unreachable, ///< The end: nobody listens there, or no way leads there.
     NoAnswer, ///< The end: a time limit.
     Lost, ///< The end: the server has ended the connection, or sent no proper reply.
     NotEncrypted, ///< The end: encryption failed. No login was sent.
     NotTrusted, ///< The end: the server's certificate is neither good nor trusted. No login was sent.
     LoginRefused, ///< The end: the server has refused the login.
     FolderRefused, ///< The end: the login was accepted and the folder refused.
+    FolderNotCreated, ///< The end: the login was accepted, the folder is missing, and the server does not make it.
     NotSendable, ///< The end: the location is invalid, or login or folder hold characters that no command can.
 };
 
@@ -39,6 +42,7 @@ struct FTPConnectionTestRequest {
     QString userName; ///< Without both it and the password the login is anonymous.
     QString password;
     FTPEncryption encryption = FTPEncryption::None;
+    bool createsFolder = false; ///< Makes the folder, level by level, where it is missing.
 };
 
 /// A connection test that is under way. Destroying it drops the connection; nothing is reported then.

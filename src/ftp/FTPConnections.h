@@ -19,8 +19,8 @@ public:
     /// Whether the server of @p location is not known to refuse a second login beside one of ours.
     virtual bool allowsFurtherLogins(const QString& location) const = 0;
 
-    /// Tests a connection as a stream to the folder would make it, on a connection of its own. Moves and changes
-    /// nothing.
+    /// Tests a connection as a stream to the folder would make it, on a connection of its own. Moves nothing, and
+    /// changes nothing unless the folder is to be made.
     virtual std::unique_ptr<FTPConnectionTest> startConnectionTest(const FTPConnectionTestRequest& request,
                                                                    FTPConnectionTestHandler handler)
         = 0;

@@ -17,11 +17,11 @@ protected:
     {
         testAt(m_peer.location(path), password);
     }
-    void testAt(const QString& location, const QString& password = u"secret"_s)
+    void testAt(const QString& location, const QString& password = u"secret"_s, bool createsFolder = false)
     {
         m_states.clear();
         m_last = {};
-        m_connectionTest = m_judged.startConnectionTest({ location, u"anna"_s, password, m_encryption },
+        m_connectionTest = m_judged.startConnectionTest({ location, u"anna"_s, password, m_encryption, createsFolder },
                                                         [this](const FTPConnectionTestReport& report) {
                                                             m_states.push_back(report.state);
                                                             m_last = report;
@@ -56,6 +56,24 @@ protected:
         if (!replies.isEmpty()) {
             control.say(replies.front());
             control.answer(replies.sliced(1));
+        }
+    }
+
+    /// Begins a test that makes its folder and serves it up to where it stands in the login folder.
+    std::unique_ptr<PeerConnection> createFolder(const QString& path)
+    {
+        testAt(m_peer.location(path), u"secret"_s, true);
+        auto control = hearProbe({ "USER anna", "PASS secret", "PWD", "TYPE I" });
+        say(*control, { "331 Password", "230 In", "257 \"/home\" is it", "200 Fine" });
+        return control;
+    }
+    /// Hears each of the commands alone and says the reply beside it.
+    static void converse(PeerConnection& control, const QList<std::pair<QByteArray, QByteArray>>& turns)
+    {
+        for (const auto& [command, reply] : turns) {
+            EXPECT_EQ(control.hear(), command);
+            EXPECT_TRUE(control.isSilent());
+            control.say(reply);
         }
     }
 
@@ -204,6 +222,104 @@ TEST_F(ConnectionTestTest, WhereNobodyListensNothingIsReached)
 
     EXPECT_EQ(waitForEnd(), State::Unreachable);
     EXPECT_TRUE(m_last.reply.isNull());
+}
+
+TEST_F(ConnectionTestTest, AHostThatNobodyKnowsIsNoSuchHost)
+{
+    testAt(u"ftp://no-such-host.invalid/in"_s);
+
+    EXPECT_EQ(waitForEnd(), State::NoSuchHost);
+    EXPECT_TRUE(m_last.reply.isNull());
+}
+
+TEST_F(ConnectionTestTest, AMissingFolderIsMadeLevelByLevelEachOnceTheOneBeforeHasLetUsIn)
+{
+    auto control = createFolder(u"/~a//b c/d/"_s);
+    converse(*control,
+             { { "MKD ./~a", "257 Made" },
+               { "CWD ./~a", "250 There" },
+               { "MKD b c", "257 Made" },
+               { "CWD b c", "250 There" },
+               { "MKD d", "257 Made" },
+               { "CWD d", "250 There" } });
+
+    EXPECT_EQ(waitForEnd(), State::Works);
+
+    EXPECT_THAT(m_states, testing::ElementsAre(State::LoggingIn, State::CreatingFolder, State::Works));
+    EXPECT_EQ(control->hear(), "QUIT");
+    EXPECT_EQ(m_pool.idleCount(), 0);
+}
+
+TEST_F(ConnectionTestTest, AnAbsoluteFolderIsMadeFromTheRoot)
+{
+    auto control = createFolder(u"//srv/in"_s);
+    converse(*control,
+             { { "MKD /srv", "550 Is there" },
+               { "CWD /srv", "250 There" },
+               { "MKD in", "257 Made" },
+               { "CWD in", "250 There" } });
+
+    EXPECT_EQ(waitForEnd(), State::Works);
+}
+
+TEST_F(ConnectionTestTest, ALevelThatIsNotMadeIsThereExactlyWhenItLetsUsIn)
+{
+    auto control = createFolder(u"/a/b/c"_s);
+    converse(*control,
+             { { "MKD a", "550 File exists" },
+               { "CWD a", "250 There" },
+               { "MKD b", "521 File exists" },
+               { "CWD b", "550 Not a folder" } });
+
+    EXPECT_EQ(waitForEnd(), State::FolderNotCreated);
+    EXPECT_EQ(m_last.reply, u"521 File exists"_s);
+    EXPECT_EQ(control->hear(), "QUIT");
+}
+
+TEST_F(ConnectionTestTest, ALevelThatWasMadeAndLetsNobodyInIsNotThere)
+{
+    auto control = createFolder(u"/a"_s);
+    converse(*control, { { "MKD a", "257 Made" }, { "CWD a", "550 Keep out" } });
+
+    EXPECT_EQ(waitForEnd(), State::FolderNotCreated);
+    EXPECT_EQ(m_last.reply, u"550 Keep out"_s);
+}
+
+TEST_F(ConnectionTestTest, WhereFilesGoIntoTheLoginFolderThereIsNothingToMake)
+{
+    auto control = createFolder(u"/"_s);
+
+    EXPECT_EQ(waitForEnd(), State::Works);
+    EXPECT_EQ(control->hear(), "QUIT");
+}
+
+TEST_F(ConnectionTestTest, AServerThatFallsSilentOrLeavesWhileAFolderIsMadeEndsTheTest)
+{
+    m_timeouts.reply = 150ms;
+    for (const bool leaves : { false, true }) {
+        auto control = createFolder(u"/a"_s);
+        EXPECT_EQ(control->hear(), "MKD a");
+        control->say("150 Wait");
+        if (leaves) {
+            control->close();
+        }
+
+        EXPECT_EQ(waitForEnd(), leaves ? State::Lost : State::NoAnswer);
+        control->close();
+        ASSERT_TRUE(waitFor([this] { return m_pool.connectionCount() == 0; }));
+    }
+}
+
+TEST_F(ConnectionTestTest, StoppedWhileAFolderIsMadeItMakesNoFurtherLevel)
+{
+    auto control = createFolder(u"/a/b"_s);
+    EXPECT_EQ(control->hear(), "MKD a");
+
+    m_connectionTest.reset();
+    control->say("257 Made");
+
+    EXPECT_EQ(control->hear(), "QUIT");
+    EXPECT_TRUE(control->isSilent());
 }
 
 TEST_F(ConnectionTestTest, WhatCannotBeSentIsNotSent)

@@ -11,6 +11,7 @@ ConnectionTest::ConnectionTest(FTPEngine& engine, const FTPConnectionTestRequest
                                FTPConnectionTestHandler handler)
     : m_handler(std::move(handler))
     , m_encryption(request.encryption)
+    , m_createsFolder(request.createsFolder)
 {
     TransferRequest transferRequest;
     transferRequest.kind = TransferRequest::Kind::ConnectionTest;
@@ -20,6 +21,7 @@ ConnectionTest::ConnectionTest(FTPEngine& engine, const FTPConnectionTestRequest
         transferRequest.password = request.password.toUtf8();
     }
     transferRequest.encryption = request.encryption;
+    transferRequest.createsFolder = request.createsFolder;
     transferRequest.certificateTrust = trust;
     m_transfer = new Transfer(engine, transferRequest, [this](FTPStreamEvent) { ended(); });
     m_isSendable = transferRequest.canBeSent();
@@ -47,7 +49,7 @@ void ConnectionTest::stageReached()
         report(FTPConnectionTestState::LoggingIn);
         break;
     case Transfer::Stage::LoggedIn:
-        report(FTPConnectionTestState::OpeningFolder);
+        report(m_createsFolder ? FTPConnectionTestState::CreatingFolder : FTPConnectionTestState::OpeningFolder);
         break;
     }
 }
@@ -81,8 +83,10 @@ FTPConnectionTestState ConnectionTest::endState() const
     case FTPStreamError::Domain::Certificate:
         return FTPConnectionTestState::NotTrusted;
     case FTPStreamError::Domain::FTP:
-        return progress.stage == Transfer::Stage::LoggedIn ? FTPConnectionTestState::FolderRefused
-                                                           : FTPConnectionTestState::LoginRefused;
+        if (progress.stage != Transfer::Stage::LoggedIn) {
+            return FTPConnectionTestState::LoginRefused;
+        }
+        return m_createsFolder ? FTPConnectionTestState::FolderNotCreated : FTPConnectionTestState::FolderRefused;
     case FTPStreamError::Domain::Silent:
     case FTPStreamError::Domain::Unsendable:
     case FTPStreamError::Domain::Other:
@@ -96,7 +100,7 @@ FTPConnectionTestState ConnectionTest::endState() const
     }
     switch (progress.stage) {
     case Transfer::Stage::Connecting:
-        return FTPConnectionTestState::Unreachable;
+        return progress.isHostKnown ? FTPConnectionTestState::Unreachable : FTPConnectionTestState::NoSuchHost;
     case Transfer::Stage::Connected:
         return m_encryption == FTPEncryption::Required && !progress.reply.isNull()
             ? FTPConnectionTestState::NotEncrypted

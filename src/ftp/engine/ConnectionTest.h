@@ -25,6 +25,7 @@ private:
 
     FTPConnectionTestHandler m_handler;
     FTPEncryption m_encryption;
+    bool m_createsFolder;
     bool m_isSendable = true;
     FTPConnectionTestState m_reported = FTPConnectionTestState::Connecting;
     QPointer<Transfer> m_transfer; ///< Destroyed through the loop: it may be the one that is reporting.

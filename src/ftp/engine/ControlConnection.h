@@ -74,6 +74,8 @@ public:
     bool isPending() const { return !m_pending.isEmpty(); }
     /// Whether it cannot be made yet, since the system has run out of something.
     bool isShort() const { return m_connector.isShort(); }
+    /// Whether its host has an address, as far as that has been looked up.
+    bool isHostKnown() const { return m_connector.isHostKnown(); }
     /// Whether the TCP connection stands.
     bool isEstablished() const { return m_established; }
     /// Whether a transfer before the present one has used it.

@@ -90,6 +90,7 @@ void HostConnector::start()
 void HostConnector::resolved(const QHostInfo& found)
 {
     m_lookup = -1;
+    m_isHostKnown = !found.addresses().isEmpty();
     m_addresses = inOrderOfAttempts(found.addresses(), m_preferred);
     tryNext();
 }

@@ -32,6 +32,9 @@ public:
     /// Whether the next attempt waits for what the system has run out of.
     bool isShort() const { return m_isShort; }
 
+    /// Whether the host has an address, as far as that has been looked up.
+    bool isHostKnown() const { return m_isHostKnown; }
+
 signals:
     /// One of the addresses has answered. May destroy this through the loop.
     void connected();
@@ -51,6 +54,7 @@ private:
     int m_lookup = -1; ///< The number of the look-up that is under way; -1: none.
     QList<QHostAddress> m_addresses; ///< That have not been tried.
     std::vector<std::unique_ptr<QTcpSocket>> m_attempts;
+    bool m_isHostKnown = true;
     bool m_isShort = false;
     QTimer m_nextAttempt;
     std::unique_ptr<QTcpSocket> m_connected;

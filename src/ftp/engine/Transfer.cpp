@@ -175,6 +175,7 @@ void Transfer::letGoOfConnection(bool keep)
     disconnect(m_established);
     disconnect(m_replied);
     m_try.setup.reset();
+    m_try.folderMaker.reset();
     ControlConnection* const connection = std::exchange(m_try.connection, nullptr);
     if (connection == nullptr) {
         return;
@@ -200,6 +201,10 @@ void Transfer::replyArrived(const FTPCommand& command, const Reply& reply)
         fail();
     } else if (m_state == State::SettingUp || m_state == State::AwaitingLoginReason) {
         handleSetupReply(command, reply);
+    } else if (m_try.folderMaker != nullptr) {
+        if (!reply.isPreliminary()) {
+            followFolder(m_try.folderMaker->handleReply(command, reply));
+        }
     } else if (command.verb == FTPVerb::Mkd) {
         handleCreationReply(reply);
     } else {
@@ -215,6 +220,7 @@ void Transfer::unaskedReplyArrived(const Reply& reply)
 void Transfer::connectionLost()
 {
     if (m_state == State::Connecting) {
+        m_progress.isHostKnown = m_try.connection->isHostKnown();
         if (!traits().hasFixedAddress) {
             traits().address.clear(); // It has answered no more than all others.
         }
@@ -360,7 +366,13 @@ void Transfer::runCommand()
 {
     switch (m_request.kind) {
     case Kind::ConnectionTest:
-        succeed(FTPStreamEvent::EndEncountered);
+        if (m_request.createsFolder) {
+            m_try.folderMaker
+                = std::make_unique<FolderMaker>(*m_try.connection, m_request.location->pathWithoutTrailingSlashes());
+            followFolder(m_try.folderMaker->begin());
+        } else {
+            succeed(FTPStreamEvent::EndEncountered);
+        }
         break;
     case Kind::FolderCreation:
         enter(State::AwaitingConsent);
@@ -372,6 +384,23 @@ void Transfer::runCommand()
     case Kind::Upload:
         enter(State::OpeningData);
         openData();
+        break;
+    }
+}
+
+void Transfer::followFolder(FolderMaker::Verdict verdict)
+{
+    switch (verdict) {
+    case FolderMaker::Verdict::GoesOn:
+        enter(State::AwaitingConsent);
+        break;
+    case FolderMaker::Verdict::Made:
+        succeed(FTPStreamEvent::EndEncountered);
+        break;
+    case FolderMaker::Verdict::Refused:
+        const Reply refusal = *m_try.folderMaker->refusal();
+        m_progress.reply = refusal.readable;
+        finishRefused(refusal);
         break;
     }
 }

@@ -3,6 +3,7 @@
 #include "ConnectionPool.h"
 #include "DataConnection.h"
 #include "FTPStream.h"
+#include "FolderMaker.h"
 #include "RecoveryPolicy.h"
 #include "SessionSetup.h"
 #include "TransferRequest.h"
@@ -38,6 +39,7 @@ public:
     /// The state of the present try, and of the last one at the end.
     struct Progress {
         Stage stage = Stage::Connecting;
+        bool isHostKnown = true; ///< An address was found for it, or has not been looked up.
         bool wasSilent = false; ///< It has ended for a silence that was too long.
         QString reply; ///< The server's last reply; see ControlConnection::replied(). Null for none.
         std::optional<FTPSecurity> security; ///< std::nullopt while no login has been sent.
@@ -70,6 +72,7 @@ private:
     struct Try {
         ControlConnection* connection = nullptr; ///< Null: none is held.
         std::unique_ptr<SessionSetup> setup; ///< While there is a connection.
+        std::unique_ptr<FolderMaker> folderMaker; ///< While a connection test makes its folder.
         bool hasReplied = false; ///< The server has answered something.
         int preliminaryReplies = 0; ///< Since the last final one, or since data last moved.
         bool hasConsented = false; ///< The server has said that it will do it, or need not say so.
@@ -104,6 +107,7 @@ private:
 
     void runCommand();
     void openData();
+    void followFolder(FolderMaker::Verdict verdict);
     void handleCreationReply(const Reply& reply);
     void handleTransferReply(FTPVerb verb, const Reply& reply);
     bool mayBeLate(FTPVerb verb) const;

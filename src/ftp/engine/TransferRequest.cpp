@@ -13,6 +13,9 @@ FTPServerKey TransferRequest::server() const
 
 QByteArray TransferRequest::folder() const
 {
+    if (createsFolder) {
+        return {};
+    }
     return isAboutFolder() ? location->pathWithoutTrailingSlashes() : location->folder();
 }
 

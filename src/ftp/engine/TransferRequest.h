@@ -14,7 +14,8 @@ class CertificateTrust;
 
 /// What one operation is to do, where, and by whom.
 struct TransferRequest {
-    /// A connection test ends with success where a listing would have its folder open, and sends QUIT.
+    /// A connection test ends with success where a listing would have its folder open, and sends QUIT. It may make the
+    /// folder before.
     enum class Kind { Listing, Download, Upload, FolderCreation, ConnectionTest };
 
     Kind kind = Kind::Listing;
@@ -22,6 +23,7 @@ struct TransferRequest {
     QByteArray userName; ///< Empty: anonymous.
     QByteArray password;
     qint64 length = 0; ///< Of an upload: how many bytes will be written.
+    bool createsFolder = false; ///< Of a connection test: makes the folder where it is missing.
     bool fetchSize = false; ///< Of a download: ask for the size first.
     bool standsBack = false; ///< Leaves the only kept connection to others.
     FTPEncryption encryption = FTPEncryption::None;
@@ -36,7 +38,7 @@ struct TransferRequest {
 
     // Of a request with a location:
     FTPServerKey server() const;
-    /// The folder that it happens in.
+    /// The folder that it happens in, or is made from.
     QByteArray folder() const;
     /// The command that it is for. A connection test has none.
     FTPCommand command() const;
