@@ -9,6 +9,7 @@
 #include "HistoryWindow.h"
 #include "PreferencesController.h"
 #include "QueueAgain.h"
+#include "SettingNames.h"
 #include "SheetQueue.h"
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
@@ -26,7 +27,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString historyName = u"history"_s; ///< Its window is remembered by it.
-const QString doNotShowWelcomeWindowAgain = u"DoNotShowWelcomeWindowAgain"_s;
 
 /// Shows a state that is not the user's choice of this moment.
 void setCheckedQuietly(QCheckBox& box, bool isChecked)
@@ -99,7 +99,8 @@ void SecondaryWindows::showHistory(const QList<int>& rows)
 
 void SecondaryWindows::showWelcomeWindow(bool force)
 {
-    const bool isTurnedOff = UserDefaults::standard().boolean(doNotShowWelcomeWindowAgain).value_or(false);
+    const bool isTurnedOff
+        = UserDefaults::standard().boolean(SettingNames::doNotShowWelcomeWindowAgain).value_or(false);
     if (!force && isTurnedOff) {
         return;
     }
@@ -110,7 +111,7 @@ void SecondaryWindows::showWelcomeWindow(bool force)
 void SecondaryWindows::rememberWelcomeChoice(bool isTurnedOff)
 {
     UserDefaults& defaults = UserDefaults::standard();
-    if (!defaults.store({ { doNotShowWelcomeWindowAgain, isTurnedOff } })) {
+    if (!defaults.store({ { SettingNames::doNotShowWelcomeWindowAgain, isTurnedOff } })) {
         setCheckedQuietly(*m_welcome->doNotShowAgainCheckBox, !isTurnedOff);
         SheetQueue::of(m_welcomeWindow)
             .raise({ .title = u"Settings Not Saved"_s,

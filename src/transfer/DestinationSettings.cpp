@@ -3,30 +3,29 @@
 #include "Addressing.h"
 #include "EncryptionSetting.h"
 #include "ProgramName.h"
+#include "SettingNames.h"
 #include "UserDefaults.h"
-
-using namespace Qt::StringLiterals;
 
 namespace DestinationSettings {
 
 QString username()
 {
-    return UserDefaults::standard().string(u"Username"_s);
+    return UserDefaults::standard().string(SettingNames::username);
 }
 
 QString password()
 {
-    return UserDefaults::standard().string(u"Password"_s);
+    return UserDefaults::standard().string(SettingNames::password);
 }
 
 QString address()
 {
-    return UserDefaults::standard().string(u"Address"_s);
+    return UserDefaults::standard().string(SettingNames::address);
 }
 
 QString ftpFolder()
 {
-    return UserDefaults::standard().string(u"FTPFolder"_s);
+    return UserDefaults::standard().string(SettingNames::ftpFolder);
 }
 
 FTPEncryption encryption()

@@ -1,19 +1,15 @@
 #include "EncryptionSetting.h"
 
+#include "SettingNames.h"
 #include "UserDefaults.h"
 
 using namespace Qt::StringLiterals;
 
 FTPEncryption encryptionSetting(const UserDefaults& defaults)
 {
-    const QJsonValue value = defaults.lastKnown(encryptionKey());
+    const QJsonValue value = defaults.lastKnown(SettingNames::encryption);
     const bool isOff = value.isUndefined() || value == encryptionValue(FTPEncryption::None);
     return isOff ? FTPEncryption::None : FTPEncryption::Required;
-}
-
-QString encryptionKey()
-{
-    return u"Encryption"_s;
 }
 
 QString encryptionValue(FTPEncryption encryption)

@@ -11,6 +11,5 @@ class UserDefaults;
 /// the file holds nothing, because somebody is about to write it, what it said before counts.
 FTPEncryption encryptionSetting(const UserDefaults& defaults);
 
-/// The setting's key, and what stands for @p encryption there.
-QString encryptionKey();
+/// What stands for @p encryption in that setting.
 QString encryptionValue(FTPEncryption encryption);
