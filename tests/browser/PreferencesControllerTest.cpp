@@ -2,6 +2,7 @@
 
 #include "ConnectionTestText.h"
 #include "DelayedAlert.h"
+#include "IconLabel.h"
 #include "Printers.h"
 #include "Sheets.h"
 #include "UserDefaults.h"
@@ -18,6 +19,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -80,6 +82,8 @@ protected:
         QTest::keyClick(field, Qt::Key_Delete);
         QTest::keyClicks(field, text);
     }
+    /// Shows the page of that name, as a click on its title does.
+    void turnTo(const char* page) { control<QTabWidget>("pages").setCurrentWidget(&control<QWidget>(page)); }
     void pressDone() { control<QPushButton>("doneButton").click(); }
     QString text(const char* name)
     {
@@ -146,6 +150,8 @@ TEST_F(PreferencesControllerTest, ThePreferredSizeIsThatOfTheView)
 {
     EXPECT_EQ(m_preferences.preferredContentSize(), m_preferences.view()->size());
     EXPECT_FALSE(m_preferences.preferredContentSize().isEmpty());
+    m_preferences.showPanel();
+    EXPECT_EQ(m_preferences.view()->size(), m_preferences.preferredContentSize());
 
     m_preferences.takeView();
     m_preferences.viewDidLoad();
@@ -361,6 +367,8 @@ TEST_F(PreferencesControllerTest, ReturnIsDoneEverywhereButOnCancel)
                               "requiredEncryptionButton", "doneButton" }) {
         SCOPED_TRACE(name);
         m_preferences.showPanel();
+        const bool isOnMore = control<QWidget>("morePage").isAncestorOf(&control<QWidget>(name));
+        turnTo(isOnMore ? "morePage" : "serverPage");
         control<QWidget>(name).setFocus();
 
         QTest::keyClick(&control<QWidget>(name), Qt::Key_Return);
@@ -570,9 +578,9 @@ TEST_F(PreferencesControllerTest, NoTextMovesTheButtons)
 {
     m_preferences.showPanel();
     const QSize size = m_preferences.view()->size();
-    const QPoint place = control<QWidget>("openDownloadedFilesCheckBox").pos();
+    const QPoint place = control<QWidget>("testButton").pos();
 
-    for (const QString& address : { u"host"_s, u"ftp://host"_s, u"a b"_s }) {
+    for (const QString& address : { u"host"_s, u"ftp://host"_s, u"a b"_s, u"ftps://host"_s }) {
         for (const QString& folder : { u""_s, QString(3000, u'w') }) {
             m_preferences.addressTextField()->setText(address);
             m_preferences.folderTextField()->setText(folder);
@@ -580,7 +588,7 @@ TEST_F(PreferencesControllerTest, NoTextMovesTheButtons)
             drainEventLoop();
 
             EXPECT_EQ(m_preferences.view()->size(), size);
-            EXPECT_EQ(control<QWidget>("openDownloadedFilesCheckBox").pos(), place);
+            EXPECT_EQ(control<QWidget>("testButton").pos(), place);
         }
     }
 }
@@ -725,7 +733,7 @@ TEST_F(PreferencesControllerTest, WhatHasComeOfATestIsShownWithTheServersWords)
 
     m_connectionTest->handler({ .state = FTPConnectionTestState::FolderRefused, .reply = u"550 <b>No\u202e</b>"_s });
 
-    EXPECT_TRUE(text("testResultLabel").startsWith(u"The login is accepted, but the folder is refused."_s));
+    EXPECT_EQ(text("testResultLabel"), u"The login is accepted, but the folder is refused."_s);
     EXPECT_EQ(text("testReplyLabel"), u"The server said: 550 <b>No⟨U+202E⟩</b>"_s);
     EXPECT_EQ(control<QLabel>("testReplyLabel").textFormat(), Qt::PlainText);
     EXPECT_FALSE(m_connectionTest->isRunning);
@@ -736,9 +744,10 @@ TEST_F(PreferencesControllerTest, EveryEndOfATestHasWordsOfItsOwn)
 {
     QStringList seen;
     for (const FTPConnectionTestState state :
-         { FTPConnectionTestState::Works, FTPConnectionTestState::Unreachable, FTPConnectionTestState::NoAnswer,
-           FTPConnectionTestState::Lost, FTPConnectionTestState::NotEncrypted, FTPConnectionTestState::NotTrusted,
-           FTPConnectionTestState::LoginRefused, FTPConnectionTestState::FolderRefused,
+         { FTPConnectionTestState::Works, FTPConnectionTestState::NoSuchHost, FTPConnectionTestState::Unreachable,
+           FTPConnectionTestState::NoAnswer, FTPConnectionTestState::Lost, FTPConnectionTestState::NotEncrypted,
+           FTPConnectionTestState::NotTrusted, FTPConnectionTestState::LoginRefused,
+           FTPConnectionTestState::FolderRefused, FTPConnectionTestState::FolderNotCreated,
            FTPConnectionTestState::NotSendable }) {
         EXPECT_TRUE(isEnd(state));
         const QString words = connectionTestText({ .state = state });
@@ -752,6 +761,101 @@ TEST_F(PreferencesControllerTest, EveryEndOfATestHasWordsOfItsOwn)
     EXPECT_TRUE(connectionTestText(
                     { .state = FTPConnectionTestState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, false, {} } })
                     .endsWith(u"Encrypted with TLSv1.3; you trust the server’s certificate."_s));
+}
+
+TEST_F(PreferencesControllerTest, ATickOrACrossStandsBesideTheAnswerAndNothingWhileItIsAwaited)
+{
+    const auto icon = [this]() -> IconLabel& { return control<IconLabel>("testOutcomeIcon"); };
+    startTest();
+    EXPECT_TRUE(icon().icon().isNull());
+
+    m_connectionTest->handler({ .state = FTPConnectionTestState::Works });
+    EXPECT_FALSE(icon().icon().isNull());
+    EXPECT_EQ(icon().accessibleName(), u"It works"_s);
+
+    startTest();
+    EXPECT_TRUE(icon().icon().isNull());
+    m_connectionTest->handler({ .state = FTPConnectionTestState::NoAnswer });
+    EXPECT_FALSE(icon().icon().isNull());
+    EXPECT_EQ(icon().accessibleName(), u"It does not work"_s);
+}
+
+TEST_F(PreferencesControllerTest, AFolderIsOfferedToBeCreatedExactlyWhereNothingElseIsMissing)
+{
+    for (int state = 0; state <= static_cast<int>(FTPConnectionTestState::NotSendable); ++state) {
+        startTest();
+        m_connectionTest->handler({ .state = static_cast<FTPConnectionTestState>(state) });
+
+        EXPECT_EQ(control<QPushButton>("createFolderButton").isVisible(),
+                  state == static_cast<int>(FTPConnectionTestState::FolderRefused))
+            << state;
+    }
+}
+
+TEST_F(PreferencesControllerTest, AFolderIsCreatedByATestThatMakesItAndCanBeStopped)
+{
+    startTest();
+    EXPECT_FALSE(m_connectionTest->request.createsFolder);
+    m_connectionTest->handler({ .state = FTPConnectionTestState::FolderRefused });
+    control<QPushButton>("createFolderButton").setFocus();
+
+    control<QPushButton>("createFolderButton").click();
+
+    EXPECT_TRUE(m_connectionTest->request.createsFolder);
+    EXPECT_EQ(m_connectionTest->request.location, u"ftp://host/"_s);
+    EXPECT_TRUE(m_connectionTest->isRunning);
+    EXPECT_FALSE(control<QPushButton>("createFolderButton").isVisible());
+    EXPECT_EQ(m_preferences.view()->focusWidget(), &control<QPushButton>("testButton"));
+    m_connectionTest->handler({ .state = FTPConnectionTestState::CreatingFolder });
+    EXPECT_EQ(text("testResultLabel"), u"Logged in. Creating the folder…"_s);
+    control<QPushButton>("testButton").click();
+    EXPECT_FALSE(m_connectionTest->isRunning);
+    EXPECT_EQ(text("testResultLabel"), u"The test was stopped."_s);
+}
+
+TEST_F(PreferencesControllerTest, AnOfferToCreateAFolderGoesWithAnEdit)
+{
+    startTest();
+    m_connectionTest->handler({ .state = FTPConnectionTestState::FolderRefused });
+
+    type(m_preferences.folderTextField(), u"other"_s);
+
+    EXPECT_FALSE(control<QPushButton>("createFolderButton").isVisible());
+}
+
+TEST_F(PreferencesControllerTest, EncryptionInTheAddressIsTakenOverByAPressAndNotBefore)
+{
+    m_preferences.showPanel();
+    const auto& button = control<QPushButton>("useEncryptionButton");
+    type(m_preferences.addressTextField(), u"ftp://host"_s);
+    EXPECT_FALSE(button.isVisible());
+
+    type(m_preferences.addressTextField(), u"ftps://host"_s);
+    ASSERT_TRUE(button.isVisible());
+    EXPECT_EQ(control<QLabel>("adviceLabel").text(), u"Encryption is set below, without ftps://."_s);
+    EXPECT_EQ(m_preferences.addressTextField()->text(), u"ftps://host"_s);
+    EXPECT_TRUE(control<QRadioButton>("noEncryptionButton").isChecked());
+    control<QPushButton>("useEncryptionButton").setFocus();
+    control<QPushButton>("useEncryptionButton").click();
+
+    EXPECT_EQ(m_preferences.addressTextField()->text(), u"host"_s);
+    EXPECT_TRUE(control<QRadioButton>("requiredEncryptionButton").isChecked());
+    EXPECT_FALSE(button.isVisible());
+    EXPECT_EQ(m_preferences.view()->focusWidget(), m_preferences.addressTextField());
+    EXPECT_EQ(stored(), QJsonObject());
+}
+
+TEST_F(PreferencesControllerTest, EachTimeThePanelOpensTheServerIsInFront)
+{
+    m_preferences.showPanel();
+    turnTo("morePage");
+    EXPECT_TRUE(control<QWidget>("openDownloadedFilesCheckBox").isVisible());
+    EXPECT_FALSE(control<QWidget>("addressTextField").isVisible());
+    m_preferences.view()->close();
+
+    m_preferences.showPanel();
+
+    EXPECT_TRUE(control<QWidget>("addressTextField").isVisible());
 }
 
 TEST_F(PreferencesControllerTest, ASecondPressStopsATest)

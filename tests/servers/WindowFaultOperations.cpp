@@ -39,9 +39,7 @@ Outcome outcomeOfTest(Ending ending)
     case Ending::Kind::Refused:
         return { "login refused", u"The server refuses the login."_s + reply };
     case Ending::Kind::FolderRefused:
-        return { "folder refused",
-                 u"The login is accepted, but the folder is refused. It has to be there before files can go into it."_s
-                     + reply };
+        return { "folder refused", u"The login is accepted, but the folder is refused."_s + reply };
     case Ending::Kind::Lost:
         return { "lost", u"The server has ended the connection."_s + reply };
     case Ending::Kind::Silence:

@@ -98,6 +98,7 @@ class Roads:
         program.enter("Password", settings["Password"])
         program.press("Encryption required")
         wait_for(lambda: "encrypted (TLS)" in program.text("What encryption means"), "what that means")
+        program.press("More")
         self.assertFalse(program.is_enabled("Forget Certificate"))
         program.press("Done")
 
@@ -149,6 +150,7 @@ class Roads:
 
     def forget(self, program):
         self.open_panel(program)
+        program.press("More")
         program.press("Forget Certificate")
         wait_for(lambda: not program.is_enabled("Forget Certificate"), "the certificate to be forgotten")
         self.assertEqual(self.trusted(), {})
@@ -316,10 +318,13 @@ class Trusted(EncryptedWindowTest):
         wait_for(lambda: program.text("Test result").startswith("It works: "), "the result")
         self.assertRegex(program.text("Test result"), "Encrypted with TLSv1.[23]; you trust")
         self.assertNotIn(settings["Password"], program.tree())
-        program.enter("Folder", "nowhere")
+        program.enter("Folder", "nowhere/yet")
         program.press("Test Connection")
         wait_for(lambda: "the folder is refused" in program.text("Test result"), "the folder to be refused")
         self.assertRegex(program.text("Server's reply"), "^The server said: 550 ")
+        program.press("Create Folder")
+        wait_for(lambda: program.text("Test result").startswith("It works: "), "the folder to be created")
+        self.assertTrue(os.path.isdir(self.server.path("nowhere/yet")))
         program.press("Cancel")
         self.assertEqual(self.stored_settings(), {"DoNotShowWelcomeWindowAgain": True})
         self.assertEqual(self.trusted(), {self.place(): self.fingerprint})

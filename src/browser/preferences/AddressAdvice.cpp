@@ -26,7 +26,14 @@ QString scheme(const QString& address)
 QString adviceOnParts(const QString& address)
 {
     const QString prefix = scheme(address);
-    if (!prefix.isEmpty()) {
+    const bool isFtp = prefix.startsWith("ftp:"_L1, Qt::CaseInsensitive);
+    if (!addressWithoutFtps(address).isNull()) {
+        return u"Encryption is set below, without ftps://."_s;
+    }
+    if (!prefix.isEmpty() && !isFtp) {
+        return u"Quillbox speaks FTP and FTPS only."_s;
+    }
+    if (isFtp) {
         return u"Leave out “%1”: the name of the server is enough."_s.arg(prefix);
     }
     if (address.contains(u'@')) {
@@ -62,6 +69,13 @@ QString adviceOnCharacters(const QString& address)
 }
 
 } // namespace
+
+QString addressWithoutFtps(const QString& address)
+{
+    const QString prefix = scheme(address);
+    const bool isFtps = prefix.startsWith("ftps:"_L1, Qt::CaseInsensitive);
+    return isFtps ? address.sliced(prefix.size()) : QString();
+}
 
 QString addressAdvice(const QString& address)
 {

@@ -25,9 +25,13 @@ QString connectionTestText(const FTPConnectionTestReport& report)
         return u"The server is there. Logging in…"_s;
     case FTPConnectionTestState::OpeningFolder:
         return u"Logged in. Opening the folder…"_s;
+    case FTPConnectionTestState::CreatingFolder:
+        return u"Logged in. Creating the folder…"_s;
     case FTPConnectionTestState::Works:
         return u"It works: the login is accepted, and the folder is there. "_s
             + protectionText(report.security.value_or(FTPSecurity()));
+    case FTPConnectionTestState::NoSuchHost:
+        return u"No host of this name was found."_s;
     case FTPConnectionTestState::Unreachable:
         return u"There is no FTP server at this address, or it cannot be reached."_s;
     case FTPConnectionTestState::NoAnswer:
@@ -41,7 +45,9 @@ QString connectionTestText(const FTPConnectionTestReport& report)
     case FTPConnectionTestState::LoginRefused:
         return u"The server refuses the login."_s;
     case FTPConnectionTestState::FolderRefused:
-        return u"The login is accepted, but the folder is refused. It has to be there before files can go into it."_s;
+        return u"The login is accepted, but the folder is refused."_s;
+    case FTPConnectionTestState::FolderNotCreated:
+        return u"The login is accepted, but the server does not create the folder."_s;
     case FTPConnectionTestState::NotSendable:
         break;
     }

@@ -2,23 +2,24 @@
 
 #include "AddressAdvice.h"
 #include "BringToFront.h"
-#include "ConnectionTestText.h"
+#include "ConnectionTestControls.h"
 #include "DelayedAlert.h"
 #include "DrawnIcons.h"
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
+#include "SettingNames.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
-#include "VisibleText.h"
 #include "ui_Preferences.h"
 
+#include <QStyle>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString openDownloadedFiles = u"OpenDownloadedFiles"_s;
+constexpr int widthInCharacters = 60; ///< Of the fields.
 
 QString orRoot(const QString& folder)
 {
@@ -38,15 +39,17 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     m_passwordTextField = m_ui->passwordTextField;
     m_addressTextField = m_ui->addressTextField;
     m_folderTextField = m_ui->folderTextField;
+    fitToFont();
     connect(m_ui->doneButton, &QPushButton::clicked, this, &PreferencesController::doneButton);
     connect(m_ui->cancelButton, &QPushButton::clicked, m_view.get(), &QDialog::reject);
     connect(m_ui->showPasswordButton, &QPushButton::toggled, this, &PreferencesController::showPassword);
+    makeTest();
     connectFields();
     connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::clearTest);
-    connect(m_ui->testButton, &QPushButton::clicked, this, &PreferencesController::startOrStopTest);
     connect(m_view.get(), &QDialog::finished, this, &PreferencesController::clearTest);
     m_ui->showPasswordButton->setIcon(drawnEyeIcon());
     connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::showEncryption);
+    connect(m_ui->useEncryptionButton, &QPushButton::clicked, this, &PreferencesController::useEncryption);
     connect(m_ui->forgetCertificateButton, &QPushButton::clicked, this, &PreferencesController::forgetCertificate);
     showEncryption();
     viewDidLoad();
@@ -63,6 +66,7 @@ void PreferencesController::showPanel()
 {
     if (!m_view->isVisible()) {
         fillFields();
+        m_ui->pages->setCurrentWidget(m_ui->serverPage);
         m_addressTextField->setFocus();
         m_view->show();
         viewDidAppear();
@@ -72,15 +76,15 @@ void PreferencesController::showPanel()
 
 void PreferencesController::viewDidAppear()
 {
-    m_savedFTPFolder = orRoot(m_defaults.string(u"FTPFolder"_s));
+    m_savedFTPFolder = orRoot(m_defaults.string(SettingNames::ftpFolder));
 }
 
 std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() const
 {
-    return { { { u"Address"_s, m_addressTextField },
-               { u"Username"_s, m_usernameTextField },
-               { u"Password"_s, m_passwordTextField },
-               { u"FTPFolder"_s, m_folderTextField } } };
+    return { { { SettingNames::address, m_addressTextField },
+               { SettingNames::username, m_usernameTextField },
+               { SettingNames::password, m_passwordTextField },
+               { SettingNames::ftpFolder, m_folderTextField } } };
 }
 
 void PreferencesController::setField(QLineEdit*& member, QLineEdit* field)
@@ -108,7 +112,7 @@ void PreferencesController::fillFields()
         field->setText(setting);
         m_filled.insert(key, { .setting = setting, .text = field->text() });
     }
-    m_filledOpenDownloadedFiles = m_defaults.boolean(openDownloadedFiles).value_or(false);
+    m_filledOpenDownloadedFiles = m_defaults.boolean(SettingNames::openDownloadedFiles).value_or(false);
     m_ui->openDownloadedFilesCheckBox->setChecked(m_filledOpenDownloadedFiles);
     m_filledEncryption = encryptionSetting(m_defaults);
     (m_filledEncryption == FTPEncryption::None ? m_ui->noEncryptionButton : m_ui->requiredEncryptionButton)
@@ -154,14 +158,14 @@ QHash<QString, QJsonValue> PreferencesController::changes() const
     // Like the fields: what the panel shows holds, also when another program has changed it meanwhile.
     isEdited = isEdited || wantedEncryption() != m_filledEncryption;
     if (wantedEncryption() != encryptionSetting(m_defaults)) {
-        values.insert(encryptionKey(), encryptionValue(wantedEncryption()));
+        values.insert(SettingNames::encryption, encryptionValue(wantedEncryption()));
     }
     if (!isEdited) {
         values.clear();
     }
     const bool opens = m_ui->openDownloadedFilesCheckBox->isChecked();
     if (opens != m_filledOpenDownloadedFiles) {
-        values.insert(openDownloadedFiles, opens);
+        values.insert(SettingNames::openDownloadedFiles, opens);
     }
     return values;
 }
@@ -177,6 +181,7 @@ void PreferencesController::showDestination()
     const bool isNowhere = location.isNull();
     m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(location));
     m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text()) : QString());
+    m_ui->useEncryptionButton->setVisible(!addressWithoutFtps(m_addressTextField->text()).isNull());
     setEnabledKeepingFocus(*m_ui->testButton, !isNowhere, *m_addressTextField);
     showWhetherTrusted();
 }
@@ -198,7 +203,8 @@ void PreferencesController::showWhetherTrusted()
 {
     const QString location = destination();
     setEnabledKeepingFocus(*m_ui->forgetCertificateButton,
-                           !location.isNull() && m_application.trustsCertificate(location), *m_addressTextField);
+                           !location.isNull() && m_application.trustsCertificate(location),
+                           *m_ui->openDownloadedFilesCheckBox);
 }
 
 void PreferencesController::forgetCertificate()
@@ -211,48 +217,52 @@ void PreferencesController::forgetCertificate()
     showWhetherTrusted();
 }
 
-void PreferencesController::startOrStopTest()
+void PreferencesController::makeTest()
 {
-    if (m_connectionTest != nullptr) {
-        endTest();
-        m_ui->testResultLabel->setText(u"The test was stopped."_s);
-        return;
-    }
-    clearTest();
-    m_connectionTest
-        = m_application.startConnectionTest({ .location = destination(),
-                                              .userName = m_usernameTextField->text(),
-                                              .password = m_passwordTextField->text(),
-                                              .encryption = wantedEncryption() },
-                                            [this](const FTPConnectionTestReport& report) { showTest(report); });
-    if (m_connectionTest != nullptr) {
-        m_ui->testButton->setText(u"Stop &Test"_s);
-        showTest({});
-    }
-}
-
-void PreferencesController::showTest(const FTPConnectionTestReport& report)
-{
-    m_ui->testResultLabel->setText(connectionTestText(report));
-    m_ui->testReplyLabel->setText(report.reply.isEmpty() ? QString()
-                                                         : u"The server said: %1"_s.arg(visibleText(report.reply)));
-    showWhetherTrusted(); // The question about a certificate may have been answered.
-    if (isEnd(report.state)) {
-        endTest();
-    }
-}
-
-void PreferencesController::endTest()
-{
-    m_connectionTest.reset();
-    m_ui->testButton->setText(u"&Test Connection"_s);
+    const ConnectionTestControls::Widgets widgets{ .testButton = *m_ui->testButton,
+                                                   .createFolderButton = *m_ui->createFolderButton,
+                                                   .outcomeIcon = *m_ui->testOutcomeIcon,
+                                                   .resultLabel = *m_ui->testResultLabel,
+                                                   .replyLabel = *m_ui->testReplyLabel };
+    const auto start = [this](bool createsFolder, FTPConnectionTestHandler handler) {
+        return m_application.startConnectionTest({ .location = destination(),
+                                                   .userName = m_usernameTextField->text(),
+                                                   .password = m_passwordTextField->text(),
+                                                   .encryption = wantedEncryption(),
+                                                   .createsFolder = createsFolder },
+                                                 std::move(handler));
+    };
+    m_test = std::make_unique<ConnectionTestControls>(widgets, start);
+    // The question about a certificate may have been answered.
+    connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::showWhetherTrusted);
 }
 
 void PreferencesController::clearTest()
 {
-    endTest();
-    m_ui->testResultLabel->clear();
-    m_ui->testReplyLabel->clear();
+    m_test->clear();
+}
+
+void PreferencesController::useEncryption()
+{
+    m_addressTextField->setFocus();
+    m_addressTextField->setText(addressWithoutFtps(m_addressTextField->text()));
+    m_ui->requiredEncryptionButton->setChecked(true);
+}
+
+/// Leaves room for all that the panel may come to say, so that nothing moves when it says it.
+void PreferencesController::fitToFont()
+{
+    const QFontMetrics font = m_view->fontMetrics();
+    const auto heightOf = [&font](int lines) { return lines * font.lineSpacing(); };
+    m_addressTextField->setMinimumWidth(widthInCharacters * font.averageCharWidth());
+    m_ui->adviceLabel->setFixedHeight(heightOf(2));
+    m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
+    m_ui->testAnswer->setFixedHeight(heightOf(4));
+    const QStyle& style = *m_view->style();
+    m_ui->openDownloadedFilesNote->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
+                                             + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
+    m_ui->serverPage->layout()->activate(); // Else it has the sizes from before in mind.
+    m_view->resize(m_view->sizeHint());
 }
 
 void PreferencesController::showPassword(bool isShown)

@@ -15,6 +15,7 @@
 #include <memory>
 #include <utility>
 
+class ConnectionTestControls;
 class QLineEdit;
 class UserDefaults;
 
@@ -101,10 +102,10 @@ private:
     void showEncryption();
     void showWhetherTrusted();
     void forgetCertificate();
-    void startOrStopTest();
-    void showTest(const FTPConnectionTestReport& report);
-    void endTest();
+    void makeTest();
     void clearTest();
+    void useEncryption();
+    void fitToFont();
     FTPEncryption wantedEncryption() const;
     QString destination() const;
     void showPassword(bool isShown);
@@ -120,7 +121,7 @@ private:
     QHash<QString, Filled> m_filled; ///< By the settings' keys.
     bool m_filledOpenDownloadedFiles = false;
     FTPEncryption m_filledEncryption = FTPEncryption::None;
-    std::unique_ptr<FTPConnectionTest> m_connectionTest; ///< Set exactly while a connection is tried.
+    std::unique_ptr<ConnectionTestControls> m_test;
     QString m_savedFTPFolder;
     QSize m_preferredContentSize;
 };

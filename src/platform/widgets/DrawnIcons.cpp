@@ -189,12 +189,34 @@ void drawEye(QPainter& painter)
     painter.drawEllipse(QPointF(8, 8), 2, 2);
 }
 
-void drawWarning(QPainter& painter)
+/// Fills a disc, and leaves a pen for a sign on it.
+void drawDisc(QPainter& painter, const QColor& colour)
 {
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0xc0, 0x39, 0x2b));
+    painter.setBrush(colour);
     painter.drawEllipse(QPointF(8, 8), 7, 7);
-    painter.setPen(QPen(Qt::white, 1.8, Qt::SolidLine, Qt::RoundCap));
+    painter.setPen(QPen(Qt::white, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+}
+
+const QColor success(0x1f, 0x75, 0x3c);
+const QColor failure(0xc0, 0x39, 0x2b);
+
+void drawTick(QPainter& painter)
+{
+    drawDisc(painter, success);
+    painter.drawPolyline(QPolygonF{ QPointF(4.8, 8.4), QPointF(7, 10.6), QPointF(11.2, 5.8) });
+}
+
+void drawCross(QPainter& painter)
+{
+    drawDisc(painter, failure);
+    painter.drawLine(QPointF(5.6, 5.6), QPointF(10.4, 10.4));
+    painter.drawLine(QPointF(10.4, 5.6), QPointF(5.6, 10.4));
+}
+
+void drawWarning(QPainter& painter)
+{
+    drawDisc(painter, failure);
     painter.drawLine(QPointF(8, 4.4), QPointF(8, 8.6));
     painter.drawPoint(QPointF(8, 11.6));
 }
@@ -258,6 +280,16 @@ QIcon drawnPadlockIcon(Padlock padlock)
 QIcon drawnEyeIcon()
 {
     return QIcon(new DrawnIconEngine(drawEye));
+}
+
+QIcon drawnTickIcon()
+{
+    return QIcon(new DrawnIconEngine(drawTick));
+}
+
+QIcon drawnCrossIcon()
+{
+    return QIcon(new DrawnIconEngine(drawCross));
 }
 
 QIcon drawnWarningIcon()

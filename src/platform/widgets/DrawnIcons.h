@@ -16,6 +16,9 @@ enum class Padlock {
 };
 QIcon drawnPadlockIcon(Padlock padlock);
 QIcon drawnEyeIcon();
+/// A green disc with a tick, and a red one with a cross.
+QIcon drawnTickIcon();
+QIcon drawnCrossIcon();
 /// A disc with an exclamation mark.
 QIcon drawnWarningIcon();
 /// A sheet of paper, with a mark for the family of the MIME type @p type: text, picture, sound, film, package; else

@@ -10,7 +10,7 @@ void IconLabel::setIcon(const QIcon& icon)
 
 QSize IconLabel::sizeHint() const
 {
-    constexpr int side = 16; // In device-independent pixels.
+    const int side = qMax(16, fontMetrics().height()); // In device-independent pixels.
     return { side, side };
 }
 

@@ -3,7 +3,8 @@
 #include <QIcon>
 #include <QLabel>
 
-/// Shows an icon, sharp on every screen. What it means belongs into its accessible name and its tool tip.
+/// Shows an icon as high as a line of text, sharp on every screen. What it means belongs into its accessible name and
+/// its tool tip.
 class IconLabel final : public QLabel {
     Q_OBJECT
 
