@@ -36,6 +36,7 @@ ItemActions::ItemActions(QWidget& window, ListingTable& table, DestinationListin
     , m_downloads(downloads)
     , m_connections(connections)
     , m_host(host)
+    , m_series(downloads, host)
 {
 }
 
@@ -76,8 +77,12 @@ void ItemActions::alertOtherDestination(const QString& name)
 
 QString ItemActions::locationOfSelection() const
 {
-    const ListingEntry* const entry = selectedEntry();
-    return entry == nullptr ? QString() : locationOfItem(m_listing.location(), entry->name, entry->rawName);
+    QStringList locations;
+    for (const int row : m_table.selectedRows()) {
+        const ListingEntry& entry = m_listing.entries().at(row);
+        locations.append(locationOfItem(m_listing.location(), entry.name, entry.rawName));
+    }
+    return locations.join(u'\n');
 }
 
 void ItemActions::doubleAction()
@@ -105,15 +110,46 @@ void ItemActions::downloadSelection()
     if (entry == nullptr) {
         return;
     }
-    if (entry->type == ListingEntry::plainFileType) {
+    if (const QList<int> rows = m_table.selectedRows(); rows.size() > 1) {
+        downloadRows(rows);
+    } else if (entry->type == ListingEntry::plainFileType) {
         downloadFile(entry->name, QString(), entry->rawName);
     } else {
-        m_host.showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
+        alertFolder();
     }
+}
+
+void ItemActions::downloadRows(const QList<int>& rows)
+{
+    QList<DownloadSeries::File> files;
+    for (const int row : rows) {
+        const ListingEntry& entry = m_listing.entries().at(row);
+        if (entry.type == ListingEntry::plainFileType) {
+            files.append({ .name = entry.name, .rawName = entry.rawName });
+        }
+    }
+    if (files.isEmpty()) {
+        alertFolder();
+        return;
+    }
+    m_series.begin(files, rows.size() - files.size(),
+                   [this, pressed = m_listing.destination()](const DownloadSeries::File& file) {
+                       const bool isInForce = isStillInForce(pressed, file.name);
+                       if (isInForce) {
+                           downloadFile(file.name, QString(), file.rawName);
+                       }
+                       return isInForce;
+                   });
+}
+
+void ItemActions::alertFolder()
+{
+    m_host.showAlert(u"Folder Item"_s, u"Folders are not downloadable."_s);
 }
 
 void ItemActions::downloadFile(const QString& name, const QString& folder, const QByteArray& rawName)
 {
+    m_series.noteEnd();
     m_host.connectionRequested();
     m_host.downloadStarts();
     const QString location
@@ -166,6 +202,10 @@ void ItemActions::deleteSelection()
     }
     const ListingEntry* const entry = pressedEntry();
     if (entry == nullptr) {
+        return;
+    }
+    if (m_table.selectedRows().size() > 1) {
+        m_host.showAlert(u"Select one item"_s, u"Items are deleted one at a time."_s);
         return;
     }
     const auto deleteLater = [this, pressed = m_listing.destination(), name = entry->name, rawName = entry->rawName] {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Destination.h"
+#include "DownloadSeries.h"
 #include "ItemOperations.h"
 #include "ListingEntry.h"
 
@@ -32,13 +33,21 @@ public:
     /// Others than those of the library, for tests.
     void setOperations(ItemOperations operations) { m_operations = std::move(operations); }
 
-    /// The selected item; null without a selection.
+    /// The selected item, the first of several; null without a selection.
     const ListingEntry* selectedEntry() const;
 
-    /// Its location; null without a selection.
+    /// The locations of all selected items, a line each; empty without a selection.
     QString locationOfSelection() const;
 
+    /// With several rows: their plain files, one after another.
     void downloadSelection();
+    /// Whether files of several rows are being downloaded.
+    bool isDownloadingSeveral() const { return m_series.isUnderWay(); }
+    /// Whether the next one of them has to be started, by startNextDownload(), as soon as nothing is sent or received.
+    bool isDownloadDue() const { return m_series.isDue(); }
+    void startNextDownload() { m_series.goOn(); }
+    /// None follows the one under way.
+    void stopDownloads() { m_series.stop(); }
     /// A double click on the table: as downloadSelection(), and nothing without a selection.
     void doubleAction();
     /// Whether @p pressed, the destination when the user began something, is still in force; if not, an alert says
@@ -67,6 +76,8 @@ public:
 private:
     /// As selectedEntry(). Null when its row is of a destination that is no longer in force; an alert says so.
     const ListingEntry* pressedEntry();
+    void alertFolder();
+    void downloadRows(const QList<int>& rows);
     void alertOtherDestination(const QString& name);
     std::shared_ptr<FMServer> server() const;
     ListedKind listedKind(const QString& name, const QByteArray& rawName) const;
@@ -77,5 +88,6 @@ private:
     FTPGetController& m_downloads;
     FTPConnections& m_connections;
     BrowserHost& m_host;
+    DownloadSeries m_series;
     ItemOperations m_operations = libraryItemOperations();
 };

@@ -66,7 +66,7 @@ void Pump::come()
     const bool isReadable = !isMoving() || !m_sinceShown.isValid() || m_sinceShown.hasExpired(showingIntervalMs);
     if (m_parts.indicators.isNewSecond() || (isReadable && !m_parts.indicators.isShown(state()))) {
         showAndStart();
-    } else if (isUploadDue()) {
+    } else if (isUploadDue() || isDownloadDue()) {
         startNext();
     }
     if (m_parts.pace.isRefreshDue()) {
@@ -150,17 +150,26 @@ bool Pump::isMoving() const
 bool Pump::isBusy() const
 {
     return isMoving() || !m_parts.queue.isEmpty() || m_parts.listing.isListing() || m_parts.listing.isDue()
-        || m_parts.creations.isCreating();
+        || m_parts.creations.isCreating() || m_parts.items.isDownloadingSeveral();
 }
 
 bool Pump::isUploadDue() const
 {
-    return !isMoving() && !m_parts.queue.isEmpty();
+    return !isMoving() && !m_parts.items.isDownloadDue() && !m_parts.queue.isEmpty();
+}
+
+bool Pump::isDownloadDue() const
+{
+    return !isMoving() && m_parts.items.isDownloadDue();
 }
 
 void Pump::startNext()
 {
     const UserDefaults::Reading reading(UserDefaults::standard()); // Once for all that a start asks for.
+    if (isDownloadDue()) {
+        m_parts.items.startNextDownload();
+        return;
+    }
     if (isUploadDue()) {
         m_parts.listing.setDestination(DestinationSettings::destination());
     }

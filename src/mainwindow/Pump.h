@@ -79,6 +79,8 @@ private:
     bool isBusy() const;
     /// Whether a file waits and nothing keeps it back but a destination.
     bool isUploadDue() const;
+    /// Whether several files are being downloaded, and the next one can be. It comes before what waits.
+    bool isDownloadDue() const;
     void startNext();
     void reportActivity();
 

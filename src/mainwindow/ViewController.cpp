@@ -120,6 +120,7 @@ void ViewController::stopButtonAction()
 
 void ViewController::stopDownload()
 {
+    m_items.stopDownloads();
     if (m_gc.isReceiving()) {
         m_gc.stopReceiveWithStatus(u"Download Stopped"_s);
     }
@@ -255,7 +256,7 @@ bool ViewController::alertSendingOrReceiving()
         showAlert(u"Cannot Download"_s, u"Wait for the current upload to complete."_s);
         return true;
     }
-    if (m_gc.isReceiving()) {
+    if (m_gc.isReceiving() || m_items.isDownloadingSeveral()) {
         showAlert(u"Cannot Download"_s, u"Wait for the current download to complete."_s);
         return true;
     }
@@ -269,5 +270,5 @@ QString ViewController::askInput(const QString& prompt, const QString& defaultTe
 
 QString ViewController::quitWarning() const
 {
-    return ::quitWarning(m_pc.isSending(), m_gc.isReceiving(), m_queue.size());
+    return ::quitWarning(m_pc.isSending(), m_gc.isReceiving() || m_items.isDownloadingSeveral(), m_queue.size());
 }

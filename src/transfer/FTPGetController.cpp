@@ -188,6 +188,7 @@ void FTPGetController::receiveDidStopWithStatus(const QString& status)
         didStop(status);
         return;
     }
+    ++m_arrivals;
     if (!m_filePath.isNull() && m_defaults.boolean(u"OpenDownloadedFiles"_s) == true) {
         m_openFile(m_filePath);
     }

@@ -68,6 +68,8 @@ public:
     /// Bytes that the server announced, -1 when it did not.
     qint64 fileSize() const { return m_fileSize; }
     qint64 totalBytesWritten() const { return m_totalBytesWritten; }
+    /// How many downloads have arrived whole so far.
+    qsizetype arrivals() const { return m_arrivals; }
     /// The address last asked for, also while another download ran.
     const QString& pathToDownload() const { return m_pathToDownload; }
 
@@ -93,6 +95,7 @@ private:
     std::unique_ptr<FileOutputStream> m_fileStream;
     qint64 m_fileSize = 0;
     qint64 m_totalBytesWritten = 0;
+    qsizetype m_arrivals = 0;
     QString m_pathToDownload;
     QString m_receivingStatus; ///< Names the file of m_pathToDownload; said for each block.
 };

@@ -168,19 +168,42 @@ TEST_F(ListingTableTest, AClickOnATitleSortsAndShowsTheArrow)
     EXPECT_TRUE(header->isSortIndicatorShown());
 }
 
-TEST_F(ListingTableTest, OneRowIsSelectedAtMost)
+TEST_F(ListingTableTest, ShiftAndControlSelectFurtherRows)
 {
     m_model.add(numbered(0, 9));
     QSignalSpy changes(&m_table, &ListingTable::tableViewSelectionDidChange);
     EXPECT_EQ(m_table.selectedRow(), -1);
+    const auto click = [this](int row, Qt::KeyboardModifiers modifiers) {
+        QTest::mouseClick(m_table.viewport(), Qt::LeftButton, modifiers,
+                          m_table.visualRect(m_model.index(row, 0)).center());
+    };
 
-    m_table.selectRow(2);
-    m_table.setFocus();
-    QTest::keyClick(&m_table, Qt::Key_Down, Qt::ShiftModifier);
+    click(2, {});
+    click(4, Qt::ShiftModifier);
+    EXPECT_EQ(m_table.selectedRows(), (QList<int>{ 2, 3, 4 }));
+    click(0, Qt::ControlModifier);
+    click(3, Qt::ControlModifier);
 
-    EXPECT_EQ(m_table.selectedRow(), 3);
-    EXPECT_EQ(m_table.selectionModel()->selectedRows().size(), 1);
-    EXPECT_EQ(changes.size(), 2);
+    EXPECT_EQ(m_table.selectedRows(), (QList<int>{ 0, 2, 4 }));
+    EXPECT_EQ(m_table.selectedRow(), 0);
+    EXPECT_EQ(changes.size(), 4);
+    click(4, {});
+    EXPECT_EQ(m_table.selectedRows(), QList<int>{ 4 });
+}
+
+TEST_F(ListingTableTest, SeveralSelectedRowsAreThereAgainAfterARefreshWithoutWhatHasGone)
+{
+    m_model.add(numbered(0, 9));
+    for (const int row : { 1, 2, 3, 7 }) {
+        m_table.selectionModel()->select(m_model.index(row, 0),
+                                         QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+
+    m_model.clear();
+    m_model.add(numbered(2, 9));
+    m_table.listingEnded();
+
+    EXPECT_EQ(m_table.selectedRows(), (QList<int>{ 0, 1, 5 })); // Files 2, 3 and 7.
 }
 
 TEST_F(ListingTableTest, AClickBelowTheRowsSelectsNothing)

@@ -1,6 +1,7 @@
 #include "ListingTable.h"
 
 #include "ListingModel.h"
+#include "SelectedRows.h"
 #include "TableColumns.h"
 #include "TablePlace.h"
 
@@ -32,7 +33,7 @@ ListingTable::ListingTable(QWidget* parent)
     m_stopButton->setText(u"Stop Listing"_s);
     m_stopButton->hide();
     connect(m_stopButton, &QToolButton::clicked, this, &ListingTable::stopRequested);
-    setSelectionMode(QAbstractItemView::SingleSelection);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
     setDragEnabled(true);
     setAcceptDrops(true);
     setUpHeaders();
@@ -106,8 +107,15 @@ void ListingTable::orderChosen()
 
 int ListingTable::selectedRow() const
 {
-    const QModelIndexList rows = selectionModel()->selectedRows();
-    return rows.isEmpty() ? -1 : rows.first().row();
+    const QItemSelection selection = selectionModel()->selection();
+    const auto first = std::min_element(selection.begin(), selection.end(),
+                                        [](const auto& one, const auto& other) { return one.top() < other.top(); });
+    return first == selection.end() ? -1 : first->top();
+}
+
+QList<int> ListingTable::selectedRows() const
+{
+    return selectedRowsOf(*this);
 }
 
 void ListingTable::offerStop(bool isOffered)

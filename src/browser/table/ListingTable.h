@@ -31,8 +31,10 @@ public:
 
     /// The column that the header's arrow shows; none without an arrow.
     QList<SortDescriptor> sortDescriptors() const;
-    /// -1 without a selection.
+    /// The first of the selected rows; -1 without a selection.
     int selectedRow() const;
+    /// All of them, from the top.
+    QList<int> selectedRows() const;
     /// Sorts by sortDescriptors(): the user has chosen another order, or items have come.
     void sortDescriptorsDidChange();
     /// All items have come: what has not come back by now is gone.

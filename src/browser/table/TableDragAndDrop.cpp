@@ -5,6 +5,7 @@
 #include "ListingModel.h"
 #include "PathText.h"
 #include "PromisedFile.h"
+#include "SelectedRows.h"
 #include "TableColumns.h"
 #include "TableDragging.h"
 #include "VisibleText.h"
@@ -14,8 +15,6 @@
 #include <QIcon>
 #include <QMimeData>
 #include <QPainter>
-
-#include <algorithm>
 
 namespace {
 
@@ -89,19 +88,9 @@ void TableDragAndDrop::drop(QDropEvent& event)
 
 // Out of the table.
 
-QList<int> TableDragAndDrop::selectedRows() const
-{
-    QList<int> rows;
-    for (const QModelIndex& index : m_table.selectionModel()->selectedRows()) {
-        rows.append(index.row());
-    }
-    std::sort(rows.begin(), rows.end());
-    return rows;
-}
-
 void TableDragAndDrop::startDrag()
 {
-    const QList<int> rows = selectedRows();
+    const QList<int> rows = selectedRowsOf(m_table);
     if (m_dragging == nullptr || rows.isEmpty()) {
         return;
     }

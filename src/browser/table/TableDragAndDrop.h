@@ -41,7 +41,6 @@ public:
 private:
     TableDrop dropAt(const QPoint& point) const;
     void setDropTarget(bool isDropTarget);
-    QList<int> selectedRows() const;
     QPixmap pictureOf(int row) const;
 
     QAbstractItemView& m_table;

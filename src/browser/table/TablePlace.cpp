@@ -1,6 +1,7 @@
 #include "TablePlace.h"
 
 #include "ListingModel.h"
+#include "SelectedRows.h"
 
 #include <QScrollBar>
 #include <QTableView>
@@ -15,9 +16,13 @@ TablePlace::TablePlace(QTableView& table, ListingModel& listing)
 
 void TablePlace::keep()
 {
-    if (const QModelIndexList rows = m_table.selectionModel()->selectedRows(); !rows.isEmpty()) {
-        m_wantedRow = rows.first().row();
+    if (const QList<int> rows = selectedRowsOf(m_table); rows.size() == 1) {
+        m_wantedRow = rows.first();
         m_wantedName = m_listing.entries().at(m_wantedRow).name;
+    } else if (!rows.isEmpty()) {
+        for (const int row : rows) {
+            m_wantedNames.insert(m_listing.entries().at(row).name);
+        }
     }
     if (!m_wantedScroll) {
         m_wantedScroll = m_table.verticalScrollBar()->value();
@@ -50,13 +55,36 @@ void TablePlace::end()
         // The keyboard goes on from where the item was. Nothing is selected that the user has not chosen.
         goTo(qMin(m_wantedRow, rows - 1), QItemSelectionModel::NoUpdate);
     }
+    if (!m_wantedNames.isEmpty()) {
+        selectAll(m_wantedNames);
+    }
     forget();
 }
 
 void TablePlace::forget()
 {
     m_wantedName.clear();
+    m_wantedNames.clear();
     m_wantedScroll.reset();
+}
+
+void TablePlace::selectAll(const QSet<QString>& names)
+{
+    QItemSelection selection;
+    const int rows = m_listing.rowCount();
+    const auto isWanted = [&](int row) { return names.contains(m_listing.entries().at(row).name); };
+    for (int row = 0; row < rows; ++row) {
+        const int first = row;
+        while (row < rows && isWanted(row)) {
+            ++row;
+        }
+        if (row > first) {
+            selection.append({ m_listing.index(first, 0), m_listing.index(row - 1, m_listing.columnCount() - 1) });
+        }
+    }
+    m_isRestoring = true;
+    m_table.selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    m_isRestoring = false;
 }
 
 void TablePlace::goTo(int row, QItemSelectionModel::SelectionFlags flags)
@@ -72,6 +100,7 @@ void TablePlace::selectionChanges()
 {
     if (!m_isRestoring && m_table.selectionModel()->hasSelection()) {
         m_wantedName.clear(); // A new selection replaces the wanted one.
+        m_wantedNames.clear();
     }
     emit selectionChanged();
 }

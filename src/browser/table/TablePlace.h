@@ -2,6 +2,7 @@
 
 #include <QItemSelectionModel>
 #include <QObject>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -9,7 +10,7 @@
 class ListingModel;
 class QTableView;
 
-/// Keeps what the user sees of a table in place while its folder is listed again: the selected name, the current row
+/// Keeps what the user sees of a table in place while its folder is listed again: the selected names, the current row
 /// and the scroll position. Belongs to the main thread.
 class TablePlace final : public QObject {
     Q_OBJECT
@@ -40,8 +41,11 @@ private:
 
     QTableView& m_table;
     ListingModel& m_listing;
-    QString m_wantedName; ///< Of the item that was selected before the list was emptied; null: none.
+    void selectAll(const QSet<QString>& names);
+
+    QString m_wantedName; ///< Of the one item that was selected before the list was emptied; null: none.
     int m_wantedRow = -1; ///< Where that item was.
+    QSet<QString> m_wantedNames; ///< Of several. They come back together, when all items have come.
     bool m_isRestoring = false; ///< What is selected now, the user has not chosen now.
     std::optional<int> m_wantedScroll;
     int m_searchedArrivals = 0; ///< So many items are known not to have the wanted name.
