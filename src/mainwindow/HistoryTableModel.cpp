@@ -3,20 +3,52 @@
 #include "HistoryText.h"
 #include "PlainToolTip.h"
 #include "UploadHistory.h"
+#include "UploadLedger.h"
 
 #include <QBrush>
 #include <QColor>
 
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+using namespace std::chrono_literals;
 using HistoryText::Column;
 
 namespace {
 
 const QColor warningColor(0xb0, 0x20, 0x20);
+constexpr int pageRows = 100; ///< So many are read at once.
+constexpr int mostRead = 5000; ///< More rows that were read are not kept.
 
 QVariant alignment(Column column)
 {
     const bool isNumber = column == Column::Size || column == Column::Duration || column == Column::Speed;
     return static_cast<int>((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+}
+
+LedgerQuery::Order orderOf(Column column)
+{
+    switch (column) {
+        using enum LedgerQuery::Order;
+    case Column::File:
+        return Name;
+    case Column::Size:
+        return Size;
+    case Column::Duration:
+        return Duration;
+    case Column::Speed:
+        return Speed;
+    case Column::Outcome:
+        return Kind;
+    case Column::Reply:
+        return Reply;
+    case Column::Time:
+        return Time;
+    case Column::Copy:
+        return Copy;
+    }
+    return LedgerQuery::Order::Row;
 }
 
 /// What counts as failed, and what may have gone wrong.
@@ -27,20 +59,29 @@ bool isWarning(const HistoryEntry& entry)
 
 } // namespace
 
-HistoryTableModel::HistoryTableModel(const UploadHistory& history, QObject* parent)
+HistoryTableModel::HistoryTableModel(const UploadHistory& history, UploadLedger& ledger, QObject* parent)
     : QAbstractTableModel(parent)
     , m_history(history)
+    , m_ledger(ledger)
 {
-    connect(&history, &UploadHistory::rowsAboutToBeAppended, this,
-            [this](int first, int last) { beginInsertRows({}, first, last); });
-    connect(&history, &UploadHistory::rowsAppended, this, [this] { endInsertRows(); });
-    connect(&history, &UploadHistory::rowsChanged, this,
-            [this](int first, int last) { emit dataChanged(index(first, 0), index(last, columnCount() - 1)); });
+    append(0, history.rowCount() - 1);
+    m_readSoon.setSingleShot(true);
+    connect(&m_readSoon, &QTimer::timeout, this, &HistoryTableModel::readWanted);
+    m_refreshSoon.setSingleShot(true);
+    m_refreshSoon.setInterval(1s);
+    connect(&m_refreshSoon, &QTimer::timeout, this, &HistoryTableModel::refresh);
+    connect(&history, &UploadHistory::rowsAboutToBeAppended, this, &HistoryTableModel::rowsAboutToBeAppended);
+    connect(&history, &UploadHistory::rowsAppended, this, &HistoryTableModel::rowsAppended);
+    connect(&history, &UploadHistory::rowsChanged, this, &HistoryTableModel::rowsChanged);
+    connect(&ledger, &UploadLedger::othersChanged, this, [this] {
+        m_read.clear();
+        refresh();
+    });
 }
 
 int HistoryTableModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : m_history.rowCount();
+    return parent.isValid() ? 0 : static_cast<int>(m_keys.size());
 }
 
 int HistoryTableModel::columnCount(const QModelIndex& parent) const
@@ -53,19 +94,25 @@ QVariant HistoryTableModel::data(const QModelIndex& index, int role) const
     if (!index.isValid() || index.row() >= rowCount()) {
         return {};
     }
-    const HistoryEntry entry = m_history.entries()[index.row()];
     const auto column = static_cast<Column>(index.column());
+    if (role == Qt::TextAlignmentRole) {
+        return alignment(column);
+    }
+    if (role != Qt::DisplayRole && role != Qt::ToolTipRole && role != Qt::ForegroundRole) {
+        return {};
+    }
+    const HistoryEntry* const entry = this->entry(index.row());
+    if (entry == nullptr) {
+        want(index.row());
+        return {};
+    }
     switch (role) {
     case Qt::DisplayRole:
-        return HistoryText::cell(entry, column);
+        return HistoryText::cell(*entry, column);
     case Qt::ToolTipRole:
-        return plainToolTip(HistoryText::toolTip(entry, column));
-    case Qt::ForegroundRole:
-        return column == Column::Outcome && isWarning(entry) ? QBrush(warningColor) : QVariant();
-    case Qt::TextAlignmentRole:
-        return alignment(column);
+        return plainToolTip(HistoryText::toolTip(*entry, column));
     default:
-        return {};
+        return column == Column::Outcome && isWarning(*entry) ? QBrush(warningColor) : QVariant();
     }
 }
 
@@ -79,4 +126,171 @@ QVariant HistoryTableModel::headerData(int section, Qt::Orientation orientation,
         return HistoryText::title(column);
     }
     return role == Qt::TextAlignmentRole ? alignment(column) : QVariant();
+}
+
+void HistoryTableModel::sort(int column, Qt::SortOrder order)
+{
+    LedgerQuery query = m_query;
+    query.order = column < 0 ? LedgerQuery::Order::Row : orderOf(static_cast<Column>(column));
+    query.isDescending = column >= 0 && order == Qt::DescendingOrder;
+    ask(query);
+}
+
+void HistoryTableModel::setFilter(const QString& text, bool failedOnly)
+{
+    LedgerQuery query = m_query;
+    query.text = text;
+    query.failedOnly = failedOnly;
+    ask(query);
+}
+
+void HistoryTableModel::ask(const LedgerQuery& query)
+{
+    if (std::exchange(m_query, query) != query) {
+        refresh();
+    }
+}
+
+void HistoryTableModel::refresh()
+{
+    m_refreshSoon.stop();
+    m_ledger.find(m_query, this,
+                  [this, question = ++m_question, known = m_history.rowCount()](const QList<LedgerKey>& keys) {
+                      if (question == m_question) {
+                          show(keys, known);
+                      }
+                  });
+}
+
+/// The ledger's answer, which it gave when it knew so many files of this run.
+void HistoryTableModel::show(const QList<LedgerKey>& keys, int known)
+{
+    const bool isNews = m_query.isPlain() && known < m_history.rowCount();
+    if (!isNews && keys == m_keys) {
+        return;
+    }
+    beginResetModel();
+    m_keys = keys;
+    m_rowsOfRun.assign(static_cast<size_t>(m_history.rowCount()), -1);
+    for (int row = 0; row < static_cast<int>(keys.size()); ++row) {
+        if (keys[row].isOfThisRun()) {
+            m_rowsOfRun[static_cast<size_t>(keys[row].number)] = row;
+        }
+    }
+    if (isNews) {
+        m_rowsOfRun.resize(static_cast<size_t>(known));
+        append(known, m_history.rowCount() - 1);
+    }
+    endResetModel();
+}
+
+/// Puts the files of this run from @p first to @p last at the end.
+void HistoryTableModel::append(int first, int last)
+{
+    for (int number = first; number <= last; ++number) {
+        m_rowsOfRun.push_back(static_cast<int>(m_keys.size()));
+        m_keys.append({ .row = 0, .number = number });
+    }
+}
+
+void HistoryTableModel::rowsAboutToBeAppended(int first, int last)
+{
+    m_isInserting = m_query.isPlain();
+    if (m_isInserting) {
+        beginInsertRows({}, rowCount(), rowCount() + last - first);
+    }
+}
+
+void HistoryTableModel::rowsAppended()
+{
+    if (m_isInserting) {
+        append(static_cast<int>(m_rowsOfRun.size()), m_history.rowCount() - 1);
+        endInsertRows();
+        return;
+    }
+    m_rowsOfRun.resize(static_cast<size_t>(m_history.rowCount()), -1);
+    if (!m_refreshSoon.isActive()) {
+        m_refreshSoon.start();
+    }
+}
+
+void HistoryTableModel::rowsChanged(int first, int last)
+{
+    int top = rowCount();
+    int bottom = -1;
+    for (int number = first; number <= last; ++number) {
+        if (const int row = rowOf(number); row >= 0) {
+            top = std::min(top, row);
+            bottom = std::max(bottom, row);
+        }
+    }
+    if (bottom >= 0) {
+        emit dataChanged(index(top, 0), index(bottom, columnCount() - 1));
+    }
+    if (!m_query.isPlain() && !m_refreshSoon.isActive()) {
+        m_refreshSoon.start();
+    }
+}
+
+int HistoryTableModel::rowOf(int number) const
+{
+    return static_cast<size_t>(number) < m_rowsOfRun.size() ? m_rowsOfRun[static_cast<size_t>(number)] : -1;
+}
+
+bool HistoryTableModel::canQueueAgain(int row) const
+{
+    const LedgerKey& key = m_keys[row];
+    if (key.isOfThisRun()) {
+        return m_history.entries().withoutPath(key.number).canQueueAgain();
+    }
+    const HistoryEntry* const known = entry(row);
+    return known == nullptr || known->canQueueAgain();
+}
+
+/// What is known of @p row by now; null when it was not read yet.
+const HistoryEntry* HistoryTableModel::entry(int row) const
+{
+    const LedgerKey& key = m_keys[row];
+    if (key.isOfThisRun()) {
+        m_current = m_ledger.row(key.number).entry;
+        return &m_current;
+    }
+    const auto found = m_read.constFind(key);
+    return found == m_read.cend() ? nullptr : &*found;
+}
+
+/// Somebody looks at @p row.
+void HistoryTableModel::want(int row) const
+{
+    m_wantedPages.insert(row / pageRows);
+    if (!m_readSoon.isActive()) {
+        m_readSoon.start();
+    }
+}
+
+void HistoryTableModel::readWanted()
+{
+    QList<LedgerKey> keys;
+    for (const int page : std::exchange(m_wantedPages, {})) {
+        const int end = std::min(rowCount(), (page + 1) * pageRows);
+        for (int row = page * pageRows; row < end; ++row) {
+            if (!m_keys[row].isOfThisRun() && !m_read.contains(m_keys[row])) {
+                keys.append(m_keys[row]);
+            }
+        }
+    }
+    if (m_read.size() > mostRead) {
+        m_read.clear();
+    }
+    m_ledger.read(keys, this, [this, keys](const QList<LedgerRow>& rows) {
+        for (const LedgerKey& key : keys) {
+            m_read.insert(key, {}); // Those that are gone have nothing to say, and are not asked for again.
+        }
+        for (const LedgerRow& row : rows) {
+            m_read.insert(row.key, row.entry);
+        }
+        if (rowCount() > 0) {
+            emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+        }
+    });
 }

@@ -1,18 +1,26 @@
 #include "HistoryWindow.h"
 
+#include "DateText.h"
 #include "HistoryRows.h"
 #include "HistoryTableModel.h"
 #include "HistoryText.h"
+#include "SheetQueue.h"
+#include "StandardFolders.h"
 #include "UploadHistory.h"
+#include "UploadLedger.h"
+#include "VisibleText.h"
 #include "ui_HistoryWindow.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QFileDialog>
 #include <QHeaderView>
+#include <QScrollBar>
 #include <QShortcut>
 
 #include <algorithm>
 #include <chrono>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -24,13 +32,15 @@ constexpr int rowHeight = 28;
 
 } // namespace
 
-HistoryWindow::HistoryWindow(UploadHistory& history, QueueAgain queueAgain)
+HistoryWindow::HistoryWindow(UploadHistory& history, UploadLedger& ledger, QueueAgain queueAgain)
     : m_history(history)
+    , m_ledger(ledger)
     , m_queueAgain(std::move(queueAgain))
     , m_ui(std::make_unique<Ui::HistoryWindow>())
+    , m_model(new HistoryTableModel(history, ledger, this))
 {
     m_ui->setupUi(this);
-    m_ui->historyTable->setModel(new HistoryTableModel(history, this));
+    m_ui->historyTable->setModel(m_model);
     m_ui->historyTable->setEmptyText(u"No files yet"_s);
     m_ui->historyTable->verticalHeader()->setDefaultSectionSize(rowHeight);
     setDefaultWidths();
@@ -40,8 +50,11 @@ HistoryWindow::HistoryWindow(UploadHistory& history, QueueAgain queueAgain)
     connect(&m_refresh, &QTimer::timeout, this, &HistoryWindow::refresh);
     connect(&history, &UploadHistory::rowsChanged, this, &HistoryWindow::refreshSoon);
     connect(&history, &UploadHistory::rowsAppended, this, &HistoryWindow::refreshSoon);
+    connect(&ledger, &UploadLedger::problemFound, this, &HistoryWindow::showPlace);
     connect(m_ui->historyTable->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &HistoryWindow::showWhatCanBeDone);
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, &HistoryWindow::keepSelection);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &HistoryWindow::restoreSelection);
 }
 
 HistoryWindow::~HistoryWindow() = default;
@@ -51,22 +64,69 @@ QHeaderView& HistoryWindow::columns()
     return *m_ui->historyTable->horizontalHeader();
 }
 
-void HistoryWindow::select(const QList<int>& rows)
+void HistoryWindow::select(const QList<int>& numbers)
 {
-    if (rows.isEmpty()) {
+    if (numbers.isEmpty()) {
         return;
     }
-    const QAbstractItemModel& model = *m_ui->historyTable->model();
+    m_ui->filterField->clear();
+    m_ui->failedOnlyCheckBox->setChecked(false);
+    m_selected.clear();
+    for (const int number : numbers) {
+        m_selected.insert({ .row = 0, .number = number });
+    }
+    restoreSelection();
+    if (const int row = m_model->rowOf(numbers.first()); row >= 0) {
+        m_ui->historyTable->scrollTo(m_model->index(row, 0));
+    }
+}
+
+void HistoryWindow::selectRows(const QList<int>& rows)
+{
     QItemSelection selection;
     for (qsizetype first = 0, next = 0; first < rows.size(); first = next) {
         next = first + 1;
         while (next < rows.size() && rows[next] == rows[next - 1] + 1) {
             ++next;
         }
-        selection.append({ model.index(rows[first], 0), model.index(rows[next - 1], model.columnCount() - 1) });
+        selection.append(
+            { m_model->index(rows[first], 0), m_model->index(rows[next - 1], m_model->columnCount() - 1) });
     }
     m_ui->historyTable->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
-    m_ui->historyTable->scrollTo(model.index(rows.first(), 0));
+}
+
+/// The rows are about to be replaced.
+void HistoryWindow::keepSelection()
+{
+    const QList<LedgerKey> keys = keysOf(selectedRows());
+    m_selected = QSet<LedgerKey>(keys.begin(), keys.end());
+    const TextTable& table = *m_ui->historyTable;
+    const int top = table.rowAt(0);
+    const bool isAtEnd = table.verticalScrollBar()->value() == table.verticalScrollBar()->maximum();
+    m_top = top < 0 || isAtEnd ? std::nullopt : std::optional(m_model->key(top));
+}
+
+void HistoryWindow::restoreSelection()
+{
+    QList<int> rows;
+    int top = m_model->rowCount() - 1;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        if (m_selected.contains(m_model->key(row))) {
+            rows.append(row);
+        }
+        if (m_top && m_model->key(row) == *m_top) {
+            top = row;
+        }
+    }
+    selectRows(rows);
+    if (top >= 0) {
+        const QModelIndex index = m_model->index(top, 0);
+        m_ui->historyTable->scrollTo(index,
+                                     m_top ? QAbstractItemView::PositionAtTop : QAbstractItemView::EnsureVisible);
+    }
+    m_selected.clear();
+    m_top.reset();
+    showWhatCanBeDone();
 }
 
 void HistoryWindow::connectActions()
@@ -75,6 +135,19 @@ void HistoryWindow::connectActions()
     connect(m_ui->queueAgainAction, &QAction::triggered, this, &HistoryWindow::queueAgain);
     connect(m_ui->copyHistoryButton, &QPushButton::clicked, this, &HistoryWindow::copy);
     connect(m_ui->copyHistoryAction, &QAction::triggered, this, &HistoryWindow::copy);
+    connect(m_ui->clearHistoryButton, &QPushButton::clicked, this, &HistoryWindow::clearHistory);
+    connect(m_ui->exportHistoryButton, &QPushButton::clicked, this, &HistoryWindow::exportHistory);
+    m_filter.setSingleShot(true);
+    m_filter.setInterval(150ms);
+    connect(&m_filter, &QTimer::timeout, this,
+            [this] { m_model->setFilter(m_ui->filterField->text(), m_ui->failedOnlyCheckBox->isChecked()); });
+    connect(m_ui->filterField, &QLineEdit::textChanged, &m_filter, qOverload<>(&QTimer::start));
+    connect(m_ui->failedOnlyCheckBox, &QCheckBox::toggled, &m_filter, qOverload<>(&QTimer::start));
+    QHeaderView& header = columns();
+    header.setSortIndicator(-1, Qt::AscendingOrder);
+    header.setSortIndicatorClearable(true); // The third click has them as they came.
+    m_ui->historyTable->setSortingEnabled(true);
+    header.moveSection(header.visualIndex(static_cast<int>(Column::Time)), 0);
     m_ui->historyTable->addActions({ m_ui->queueAgainAction, m_ui->copyHistoryAction });
     for (const QKeySequence& key : { QKeySequence(Qt::Key_Escape), QKeySequence(u"Ctrl+W"_s) }) {
         connect(new QShortcut(key, this), &QShortcut::activated, this, &QWidget::close);
@@ -93,6 +166,8 @@ void HistoryWindow::setDefaultWidths()
     setWidth(Column::Size, u"888.88 MB"_s);
     setWidth(Column::Duration, u"88 min 88 s"_s);
     setWidth(Column::Speed, u"888.8 MB/s"_s);
+    setWidth(Column::Time, shortDateMediumTimeText(QDateTime({ 2028, 12, 28 }, { 22, 58, 58 })));
+    setWidth(Column::Reply, QString(30, u'x'));
     setWidth(Column::Outcome, u"Confirmed, but 888,888,888 bytes listed, not 888,888,888"_s);
     header.setStretchLastSection(true);
 }
@@ -111,10 +186,25 @@ QList<int> HistoryWindow::selectedRows() const
     return rows;
 }
 
+QList<LedgerKey> HistoryWindow::keysOf(const QList<int>& rows) const
+{
+    QList<LedgerKey> keys;
+    keys.reserve(rows.size());
+    for (const int row : rows) {
+        keys.append(m_model->key(row));
+    }
+    return keys;
+}
+
 void HistoryWindow::queueAgain()
 {
-    const QList<int> selected = selectedRows();
-    m_queueAgain(selected.isEmpty() ? HistoryRows::unsettled(m_history.entries()) : selected);
+    QList<LedgerKey> keys = keysOf(selectedRows());
+    if (keys.isEmpty()) {
+        for (const int number : HistoryRows::unsettled(m_history.entries())) {
+            keys.append({ .row = 0, .number = number });
+        }
+    }
+    m_queueAgain(keys);
     refresh();
 }
 
@@ -122,20 +212,65 @@ void HistoryWindow::copy()
 {
     QList<int> rows = selectedRows();
     if (rows.isEmpty()) {
-        for (int row = 0; row < m_history.rowCount(); ++row) {
-            rows.append(row);
-        }
+        rows.resize(m_model->rowCount());
+        std::iota(rows.begin(), rows.end(), 0);
     }
-    QApplication::clipboard()->setText(HistoryText::lines(m_history.entries(), rows));
+    m_ledger.read(keysOf(rows), this,
+                  [](const QList<LedgerRow>& known) { QApplication::clipboard()->setText(HistoryText::lines(known)); });
+}
+
+void HistoryWindow::clearHistory()
+{
+    SheetQueue::of(*this).raise({ .title = u"Clear History?"_s,
+                                  .text = u"All files that have ended are removed from the history, those of every run "
+                                          "and of all copies. What waits stays."_s,
+                                  .defaultButton = u"Cancel"_s,
+                                  .alternateButton = u"Clear"_s,
+                                  .onAlternate = [this] { m_ledger.clear(); } });
+}
+
+void HistoryWindow::exportHistory()
+{
+    auto* const chooser = new QFileDialog(this, u"Export History"_s, documentsDirectoryPath());
+    chooser->setAttribute(Qt::WA_DeleteOnClose);
+    chooser->setAcceptMode(QFileDialog::AcceptSave);
+    chooser->setDefaultSuffix(u"csv"_s);
+    chooser->setNameFilter(u"Table (*.csv)"_s);
+    chooser->selectFile(u"Quillbox history.csv"_s);
+    connect(chooser, &QFileDialog::fileSelected, this, [this](const QString& path) {
+        m_ledger.writeCsv(path, m_model->query(), this, [this, path](bool isWritten) {
+            if (!isWritten) {
+                SheetQueue::of(*this).raise(
+                    { .title = u"Export History"_s,
+                      .text = u"The history could not be written to “%1”."_s.arg(visibleText(path)) });
+            }
+        });
+    });
+    chooser->open(); // Not exec(): transfers go on.
+}
+
+/// Says where the history is, and for how long.
+void HistoryWindow::showPlace()
+{
+    QString text = u"Kept for this run alone, in memory"_s;
+    if (!m_ledger.problem().isNull()) {
+        text = m_ledger.problem().section(u'\n', 0, 0);
+    } else if (!m_ledger.path().isNull()) {
+        text = u"Kept for 90 days, at most 100,000 files, in “%1”"_s.arg(visibleText(m_ledger.path()));
+    }
+    m_ui->placeLabel->setText(text);
+    m_ui->placeLabel->setToolTip(text);
 }
 
 void HistoryWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    m_followedRow = m_history.currentRow();
-    if (m_followedRow >= 0) {
-        m_ui->historyTable->scrollTo(m_ui->historyTable->model()->index(m_followedRow, 0));
+    m_followed = m_history.currentRow();
+    if (const int row = rowOfFollowed(); row >= 0) {
+        m_ui->historyTable->scrollTo(m_model->index(row, 0));
     }
+    showPlace();
+    m_model->refresh();
     refresh();
 }
 
@@ -150,34 +285,43 @@ void HistoryWindow::refreshSoon()
 void HistoryWindow::refresh()
 {
     showWhatCanBeDone();
-    m_ui->summaryLabel->setText(HistoryText::summary(m_history.runTally(), m_history.waitingCount()));
+    const QString summary = HistoryText::summary(m_history.runTally(), m_history.waitingCount());
+    m_ui->summaryLabel->setText(summary.isEmpty() ? QString() : u"This run: %1"_s.arg(summary));
     follow();
 }
 
 void HistoryWindow::showWhatCanBeDone()
 {
     const QList<int> selected = selectedRows();
-    const bool canQueue = selected.isEmpty() ? m_history.hasUnsettledRows()
-                                             : std::any_of(selected.begin(), selected.end(), [this](int row) {
-                                                   return m_history.entries().withoutPath(row).canQueueAgain();
-                                               });
-    const bool canCopy = m_history.rowCount() > 0;
+    const bool canQueue = selected.isEmpty()
+        ? m_history.hasUnsettledRows()
+        : std::any_of(selected.begin(), selected.end(), [this](int row) { return m_model->canQueueAgain(row); });
+    const bool hasRows = m_model->rowCount() > 0;
     m_ui->queueAgainButton->setEnabled(canQueue);
     m_ui->queueAgainAction->setEnabled(canQueue);
-    m_ui->copyHistoryButton->setEnabled(canCopy);
-    m_ui->copyHistoryAction->setEnabled(canCopy);
+    m_ui->copyHistoryButton->setEnabled(hasRows);
+    m_ui->copyHistoryAction->setEnabled(hasRows);
+    m_ui->clearHistoryButton->setEnabled(m_ledger.isOpen());
+    m_ui->exportHistoryButton->setEnabled(m_ledger.isOpen() && hasRows);
 }
 
 void HistoryWindow::follow()
 {
-    const int row = m_history.currentRow();
-    if (row < 0 || row == m_followedRow) {
+    const int current = m_history.currentRow();
+    if (current < 0 || current == m_followed) {
         return;
     }
-    if (m_followedRow < 0 || isRowVisible(m_followedRow)) {
-        m_ui->historyTable->scrollTo(m_ui->historyTable->model()->index(row, 0));
+    const int before = rowOfFollowed();
+    const bool wasSeen = before < 0 || isRowVisible(before);
+    m_followed = current;
+    if (const int row = rowOfFollowed(); row >= 0 && wasSeen) {
+        m_ui->historyTable->scrollTo(m_model->index(row, 0));
     }
-    m_followedRow = row;
+}
+
+int HistoryWindow::rowOfFollowed() const
+{
+    return m_followed < 0 ? -1 : m_model->rowOf(m_followed);
 }
 
 bool HistoryWindow::isRowVisible(int row) const

@@ -1,36 +1,42 @@
 #pragma once
 
+#include "LedgerRow.h"
+
 #include <QList>
+#include <QSet>
 #include <QStringList>
 #include <QTimer>
 #include <QWidget>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
+class HistoryTableModel;
 class QHeaderView;
 class UploadHistory;
+class UploadLedger;
 
 namespace Ui {
 class HistoryWindow;
 } // namespace Ui
 
-/// The window of the history. It follows the file that is being sent as long as the user does not scroll away from it.
-/// What changes shows at once; what depends on the whole of it, within a fraction of a second.
+/// The window of the history of all runs. It follows the file that is being sent as long as the user does not scroll
+/// away from it. What changes shows at once; what depends on the whole of it, within a fraction of a second.
 class HistoryWindow final : public QWidget {
     Q_OBJECT
 
 public:
-    /// Puts the files of rows into the queue once more.
-    using QueueAgain = std::function<void(const QList<int>& rows)>;
+    /// Puts files into the queue once more.
+    using QueueAgain = std::function<void(const QList<LedgerKey>& keys)>;
 
-    /// @p history outlives the window.
-    HistoryWindow(UploadHistory& history, QueueAgain queueAgain);
+    /// Both outlive the window.
+    HistoryWindow(UploadHistory& history, UploadLedger& ledger, QueueAgain queueAgain);
     ~HistoryWindow() override;
 
     QHeaderView& columns();
-    /// Selects @p rows alone, and shows the first of them. Nothing without any.
-    void select(const QList<int>& rows);
+    /// Selects the files of this run with those @p numbers alone, and shows the first of them. Nothing without any.
+    void select(const QList<int>& numbers);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -39,17 +45,30 @@ private:
     void connectActions();
     void setDefaultWidths();
     QList<int> selectedRows() const;
+    QList<LedgerKey> keysOf(const QList<int>& rows) const;
+    void selectRows(const QList<int>& rows);
+    void keepSelection();
+    void restoreSelection();
+    void clearHistory();
+    void exportHistory();
+    void showPlace();
     void queueAgain();
     void copy();
     void refreshSoon();
     void refresh();
     void showWhatCanBeDone();
     void follow();
+    int rowOfFollowed() const;
     bool isRowVisible(int row) const;
 
     UploadHistory& m_history;
+    UploadLedger& m_ledger;
     QueueAgain m_queueAgain;
     std::unique_ptr<Ui::HistoryWindow> m_ui;
+    HistoryTableModel* m_model;
     QTimer m_refresh;
-    int m_followedRow = -1; ///< The row of the file that was being sent at the last look.
+    QTimer m_filter; ///< Until nothing is typed for a moment.
+    int m_followed = -1; ///< The file that was being sent at the last look.
+    QSet<LedgerKey> m_selected; ///< While the rows are replaced.
+    std::optional<LedgerKey> m_top; ///< The first row that is seen, likewise; none where the last one is seen.
 };

@@ -9,10 +9,30 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void queueNow(ViewController& controller, const QList<int>& rows)
+/// Whether nobody has queued the file of @p row again since that was read.
+bool isStillRepeatable(ViewController& controller, const LedgerRow& row)
 {
-    UploadHistory& history = controller.history();
-    const PathList paths = history.takeToQueueAgain(HistoryRows::present(history.entries(), rows));
+    return !row.key.isOfThisRun() || controller.history().entries().withoutPath(row.key.number).canQueueAgain();
+}
+
+void queueNow(ViewController& controller, const QList<LedgerRow>& rows)
+{
+    PathList paths;
+    QList<int> numbers;
+    QList<LedgerKey> others;
+    for (const LedgerRow& row : HistoryRows::present(rows)) {
+        if (!isStillRepeatable(controller, row)) {
+            continue;
+        }
+        paths.append(row.entry.path);
+        if (row.key.isOfThisRun()) {
+            numbers.append(row.key.number);
+        } else {
+            others.append(row.key);
+        }
+    }
+    controller.history().takeToQueueAgain(numbers);
+    controller.ledger().queuedAgain(others);
     if (paths.isEmpty()) {
         controller.showAlert(u"Queue Again"_s, u"None of these files is there any more."_s);
     } else {
@@ -20,14 +40,11 @@ void queueNow(ViewController& controller, const QList<int>& rows)
     }
 }
 
-} // namespace
-
-void queueAgain(ViewController& controller, const QList<int>& rows)
+void queueRows(ViewController& controller, const QList<LedgerRow>& rows)
 {
-    const HistoryEntries& entries = controller.history().entries();
-    const QList<int> wanted = HistoryRows::repeatable(entries, rows);
+    const QList<LedgerRow> wanted = HistoryRows::repeatable(rows);
     const QString present = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
-    QStringList others = HistoryRows::destinations(entries, wanted);
+    QStringList others = HistoryRows::destinations(wanted);
     others.removeAll(present);
     if (wanted.isEmpty()) {
         return;
@@ -51,7 +68,24 @@ void queueAgain(ViewController& controller, const QList<int>& rows)
                      if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder() == present) {
                          queueNow(controller, wanted);
                      } else {
-                         queueAgain(controller, wanted); // That is not what was agreed to.
+                         queueRows(controller, wanted); // That is not what was agreed to.
                      }
                  } });
+}
+
+} // namespace
+
+void queueAgain(ViewController& controller, const QList<LedgerKey>& keys)
+{
+    controller.ledger().read(keys, &controller,
+                             [&controller](const QList<LedgerRow>& rows) { queueRows(controller, rows); });
+}
+
+void queueAgain(ViewController& controller, const QList<int>& numbers)
+{
+    QList<LedgerKey> keys;
+    for (const int number : numbers) {
+        keys.append({ .row = 0, .number = number });
+    }
+    queueAgain(controller, keys);
 }

@@ -1,9 +1,13 @@
 #pragma once
 
-#include <QList>
+#include "LedgerRow.h"
 
 class ViewController;
 
-/// Puts the files of those @p rows of the history that can work into the queue of @p controller once more. When they
-/// were for another destination than the one in force, a sheet of its window asks before.
-void queueAgain(ViewController& controller, const QList<int>& rows);
+/// Puts the files of those @p keys of the ledger that can work into the queue of @p controller once more: files of this
+/// run at once, others when they were read. When they were for another destination than the one in force, a sheet of
+/// its window asks before.
+void queueAgain(ViewController& controller, const QList<LedgerKey>& keys);
+
+/// The same for the files of this run with those @p numbers.
+void queueAgain(ViewController& controller, const QList<int>& numbers);

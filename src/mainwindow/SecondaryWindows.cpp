@@ -90,7 +90,8 @@ void SecondaryWindows::showHistory(const QList<int>& rows)
 {
     if (m_historyWindow == nullptr) {
         m_historyWindow = std::make_unique<HistoryWindow>(
-            m_controller.history(), [this](const QList<int>& chosen) { queueAgain(m_controller, chosen); });
+            m_controller.history(), m_controller.ledger(),
+            [this](const QList<LedgerKey>& chosen) { queueAgain(m_controller, chosen); });
         WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
     }
     bringToFront(*m_historyWindow);

@@ -21,6 +21,7 @@ struct HistoryEntry {
         = {}; ///< What the server lists it with, in bytes, where that is not what was sent.
     QString status = {}; ///< What the upload said when it failed.
     QString reply = {}; ///< The server's last reply to it, escaped; null for none.
+    QString copy = {}; ///< What the copy of the program is called that has sent it; null for this one.
     qint64 time = 0; ///< When it was queued, started or ended last, by the wall clock: milliseconds since the epoch.
 
     /// Whether its file stood in a queue and has ended without arriving, and no later entry stands for another try.

@@ -45,31 +45,31 @@ QList<int> HistoryRows::remarkable(const HistoryEntries& entries, int first)
     return remarkable.isEmpty() ? all : remarkable;
 }
 
-QList<int> HistoryRows::repeatable(const HistoryEntries& entries, const QList<int>& rows)
+QList<LedgerRow> HistoryRows::repeatable(const QList<LedgerRow>& rows)
 {
-    QList<int> repeatable;
+    QList<LedgerRow> repeatable;
     std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(repeatable),
-                 [&entries](int row) { return entries.withoutPath(row).canQueueAgain(); });
+                 [](const LedgerRow& row) { return row.entry.canQueueAgain(); });
     return repeatable;
 }
 
-QStringList HistoryRows::destinations(const HistoryEntries& entries, const QList<int>& rows)
+QStringList HistoryRows::destinations(const QList<LedgerRow>& rows)
 {
     QStringList destinations;
-    for (const int row : rows) {
-        const QString destination = entries.withoutPath(row).destination;
-        if (!destination.isNull() && !destinations.contains(destination)) {
+    for (const LedgerRow& row : rows) {
+        const QString& destination = row.entry.destination;
+        if (!destination.isEmpty() && !destinations.contains(destination)) {
             destinations.append(destination);
         }
     }
     return destinations;
 }
 
-QList<int> HistoryRows::present(const HistoryEntries& entries, const QList<int>& rows)
+QList<LedgerRow> HistoryRows::present(const QList<LedgerRow>& rows)
 {
-    QList<int> present;
+    QList<LedgerRow> present;
     std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(present),
-                 [&entries](int row) { return isPlainLocalFile(entries[row]); });
+                 [](const LedgerRow& row) { return isPlainLocalFile(row.entry); });
     return present;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "HistoryEntries.h"
+#include "LedgerRow.h"
 
 #include <QList>
 #include <QStringList>
@@ -15,13 +16,13 @@ QList<int> unsettled(const HistoryEntries& entries, int first = 0);
 /// else all.
 QList<int> remarkable(const HistoryEntries& entries, int first);
 /// Those of @p rows whose files can be queued again.
-QList<int> repeatable(const HistoryEntries& entries, const QList<int>& rows);
-/// The folders that the files of @p rows were to go to, each once, as locations; none for a file that was never
-/// started.
-QStringList destinations(const HistoryEntries& entries, const QList<int>& rows);
+QList<LedgerRow> repeatable(const QList<LedgerRow>& rows);
+/// The folders that the files of @p rows were to go to, each once, as locations; none for a file of which that is not
+/// known.
+QStringList destinations(const QList<LedgerRow>& rows);
 /// Those of @p rows whose paths lead to plain local files by now, so that another try can work.
-QList<int> present(const HistoryEntries& entries, const QList<int>& rows);
-/// Whether there are such; asks about no more files than that takes.
+QList<LedgerRow> present(const QList<LedgerRow>& rows);
+/// Whether there are such among the @p rows of @p entries; asks about no more files than that takes.
 bool isAnyPresent(const HistoryEntries& entries, const QList<int>& rows);
 
 } // namespace HistoryRows

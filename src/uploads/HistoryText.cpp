@@ -1,10 +1,12 @@
 #include "HistoryText.h"
 
 #include "ByteCountText.h"
+#include "DateText.h"
 #include "DurationText.h"
 #include "PathText.h"
 #include "VisibleText.h"
 
+#include <QDateTime>
 #include <QLocale>
 
 #include <algorithm>
@@ -81,6 +83,12 @@ QString outcomeText(const HistoryEntry& entry)
     return entry.isQueuedAgain ? endText(entry) + u" (queued again)"_s : endText(entry);
 }
 
+QString timeField(qint64 time)
+{
+    const QDateTime moment = QDateTime::fromMSecsSinceEpoch(time);
+    return time == 0 ? QString() : moment.toOffsetFromUtc(moment.offsetFromUtc()).toString(Qt::ISODate);
+}
+
 bool isNote(const HistoryEntry& entry)
 {
     return entry.outcome == UploadOutcome::Kind::Note;
@@ -105,6 +113,10 @@ QString title(Column column)
         return u"Outcome"_s;
     case Column::Reply:
         return u"Server Reply"_s;
+    case Column::Time:
+        return u"Time"_s;
+    case Column::Copy:
+        return u"Copy"_s;
     }
     return {};
 }
@@ -127,6 +139,10 @@ QString cell(const HistoryEntry& entry, Column column)
         return outcomeText(entry);
     case Column::Reply:
         return visibleText(entry.reply);
+    case Column::Time:
+        return entry.time == 0 ? QString() : shortDateMediumTimeText(QDateTime::fromMSecsSinceEpoch(entry.time));
+    case Column::Copy:
+        return visibleText(entry.copy);
     }
     return {};
 }
@@ -142,30 +158,38 @@ QString toolTip(const HistoryEntry& entry, Column column)
     return cell(entry, column);
 }
 
-QString titleLine()
+QStringList titles()
 {
-    return u"File\tSize (bytes)\tDuration (s)\tSpeed (bytes/s)\tOutcome\tServer reply"_s;
+    return { u"File"_s,         u"Size (bytes)"_s, u"Duration (s)"_s, u"Speed (bytes/s)"_s, u"Outcome"_s,
+             u"Server reply"_s, u"Time"_s,         u"Copy"_s,         u"Destination"_s };
 }
 
-QString line(const HistoryEntry& entry)
+QStringList fields(const HistoryEntry& entry)
 {
     const std::optional<double> rate = speed(entry);
-    return QStringList{
+    return {
         wholeVisibleText(entry.path),
         entry.size ? QString::number(*entry.size) : QString(),
         entry.durationMs ? QString::number(static_cast<double>(*entry.durationMs) / 1000, 'f', 3) : QString(),
         rate ? QString::number(*rate, 'f', 0) : QString(),
         outcomeText(entry),
         visibleText(entry.reply),
-    }
-        .join(u'\t');
+        timeField(entry.time),
+        visibleText(entry.copy),
+        visibleText(entry.destination),
+    };
 }
 
-QString lines(const HistoryEntries& entries, const QList<int>& rows)
+QString line(const HistoryEntry& entry)
 {
-    QString text = titleLine() + u'\n';
-    for (const int row : rows) {
-        text += line(entries[row]) + u'\n';
+    return fields(entry).join(u'\t');
+}
+
+QString lines(const QList<LedgerRow>& rows)
+{
+    QString text = titles().join(u'\t') + u'\n';
+    for (const LedgerRow& row : rows) {
+        text += line(row.entry) + u'\n';
     }
     return text;
 }

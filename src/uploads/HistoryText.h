@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FileTally.h"
-#include "HistoryEntries.h"
+#include "LedgerRow.h"
 
 #include <QList>
 #include <QStringList>
@@ -9,8 +9,8 @@
 /// What the history shows and copies.
 namespace HistoryText {
 
-enum class Column { File, Size, Duration, Speed, Outcome, Reply };
-constexpr int columnCount = 6;
+enum class Column { File, Size, Duration, Speed, Outcome, Reply, Time, Copy };
+constexpr int columnCount = 8;
 
 /// The title of @p column.
 QString title(Column column);
@@ -19,13 +19,15 @@ QString cell(const HistoryEntry& entry, Column column);
 /// What to tell in full of a cell that may be too narrow for it.
 QString toolTip(const HistoryEntry& entry, Column column);
 
-/// The titles of what line() gives, separated by tabs.
-QString titleLine();
-/// @p entry as one line, separated by tabs: the whole path, and bare numbers in bytes and seconds, as a spreadsheet
-/// reads them. Tabs and line ends in names are made visible, so that they separate nothing.
+/// What fields() gives.
+QStringList titles();
+/// What a spreadsheet wants to know of @p entry: the whole path, bare numbers in bytes and seconds, the time with its
+/// distance from UTC. Tabs, line ends and bytes that are no text are made visible.
+QStringList fields(const HistoryEntry& entry);
+/// The same separated by tabs.
 QString line(const HistoryEntry& entry);
-/// The lines of those @p rows of @p entries under the titles. Takes time by the number of rows.
-QString lines(const HistoryEntries& entries, const QList<int>& rows);
+/// The lines of @p rows under the titles. Takes time by the number of rows.
+QString lines(const QList<LedgerRow>& rows);
 
 /// How many files stand where, in one line; empty when there are none.
 QString summary(const FileTally& tally, qsizetype waiting);

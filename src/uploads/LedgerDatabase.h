@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LedgerBatch.h"
+#include "LedgerRow.h"
 #include "RunLocks.h"
 
 #include <QByteArray>
@@ -51,10 +52,17 @@ public:
     /// Removes all that has ended.
     LedgerProblem clear();
 
-    /// How many files of earlier runs of this copy were interrupted and neither queued again nor forgotten since.
-    qsizetype interruptedCount();
+    /// The rows that fit @p query, in its order.
+    QList<LedgerKey> find(const LedgerQuery& query);
+    /// What is known of those of @p keys that find() has answered and that are still there.
+    QList<LedgerRow> read(const QList<LedgerKey>& keys);
+
+    /// The files of earlier runs of this copy that were interrupted, and neither queued again nor forgotten since.
+    QList<LedgerKey> interrupted();
     /// They are forgotten: they stay in the history, and nobody is asked about them any more.
     LedgerProblem forgetInterrupted();
+    /// Those of @p keys that are no files of this run are queued again: later rows stand for the next try.
+    LedgerProblem queuedAgain(const QList<LedgerKey>& keys);
 
 private:
     LedgerProblem prepare(const QString& path);
@@ -66,6 +74,7 @@ private:
     LedgerProblem end(bool isDone);
     bool add(const LedgerBatch::Added& added);
     bool change(const LedgerBatch::Changed& changed);
+    QList<LedgerKey> keys(QSqlQuery& query) const;
 
     QString m_name; ///< Of the connection.
     QByteArray m_copy;

@@ -1,13 +1,17 @@
 #include "UploadLedger.h"
 
 #include "DestinationSettings.h"
+#include "HistoryCsv.h"
 #include "LocalPath.h"
 #include "PostedCall.h"
 #include "StandardFolders.h"
 #include "UploadHistory.h"
 
-#include <QFile>
+#include <QPointer>
+#include <QRegularExpression>
 
+#include <algorithm>
+#include <cstdio>
 #include <iterator>
 #include <mutex>
 #include <utility>
@@ -37,6 +41,13 @@ QString setAside(const QString& path)
     return target;
 }
 
+/// Without a password, which somebody may have typed into a location of a manual transfer.
+QString withoutPassword(const QString& location)
+{
+    static const QRegularExpression login(u"^([^:/]+://[^:/@]*):[^/]*@"_s);
+    return location.isNull() ? location : QString(location).replace(login, u"\\1@"_s);
+}
+
 /// What a row says that was queued, and of which nothing else is known.
 bool isPlain(const HistoryEntry& entry)
 {
@@ -49,6 +60,7 @@ std::vector<LedgerBatch::Changed> changesOf(const HistoryEntries& entries, int f
     std::vector<LedgerBatch::Changed> changes;
     for (int row = first; row <= last; ++row) {
         HistoryEntry entry = entries.withoutPath(row);
+        entry.destination = withoutPassword(entry.destination);
         if (!changes.empty() && changes.back().last == row - 1 && changes.back().entry == entry) {
             changes.back().last = row;
         } else {
@@ -109,13 +121,34 @@ public:
     {
         judge(m_database.clear());
         tellInterrupted();
-        postCall(&m_ledger, [&ledger = m_ledger] { emit ledger.cleared(); });
+        tellOthers();
     }
 
     void forgetInterrupted()
     {
         judge(m_database.forgetInterrupted());
         tellInterrupted();
+        tellOthers();
+    }
+
+    void queuedAgain(const QList<LedgerKey>& keys)
+    {
+        judge(m_database.queuedAgain(keys));
+        tellInterrupted();
+        tellOthers();
+    }
+
+    QList<LedgerKey> find(const LedgerQuery& query)
+    {
+        return m_database.isOpen() ? m_database.find(query) : QList<LedgerKey>();
+    }
+    QList<LedgerRow> read(const QList<LedgerKey>& keys)
+    {
+        return m_database.isOpen() ? m_database.read(keys) : QList<LedgerRow>();
+    }
+    bool writeCsv(const QString& path, const LedgerQuery& query)
+    {
+        return m_database.isOpen() && HistoryCsv::write(path, m_database, query);
     }
 
     void close() { m_database.close(); }
@@ -141,8 +174,13 @@ private:
 
     void tellInterrupted()
     {
-        const qsizetype count = m_database.isOpen() ? m_database.interruptedCount() : 0;
-        postCall(&m_ledger, [&ledger = m_ledger, count] { ledger.setInterruptedCount(count); });
+        const QList<LedgerKey> keys = m_database.isOpen() ? m_database.interrupted() : QList<LedgerKey>();
+        postCall(&m_ledger, [&ledger = m_ledger, keys] { ledger.setInterrupted(keys); });
+    }
+
+    void tellOthers()
+    {
+        postCall(&m_ledger, [&ledger = m_ledger] { emit ledger.othersChanged(); });
     }
 
     /// Goes on in memory when there is a @p problem that stays. True when there is none.
@@ -212,6 +250,7 @@ QString UploadLedger::standardPath()
 void UploadLedger::open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds)
 {
     m_path = path;
+    m_copy = copy;
     m_work = std::make_shared<Work>(*this, path, copy, bounds);
     m_thread.post([work = m_work] { work->open(); });
     rowsAppended();
@@ -237,6 +276,70 @@ void UploadLedger::forgetInterrupted()
     if (isOpen()) {
         m_thread.post([work = m_work] { work->forgetInterrupted(); });
     }
+}
+
+void UploadLedger::queuedAgain(const QList<LedgerKey>& keys)
+{
+    if (isOpen()) {
+        m_thread.post([work = m_work, keys] { work->queuedAgain(keys); });
+    }
+}
+
+/// Has the thread answer @p question, and @p answer hear of it.
+template <typename Question, typename Answer> void UploadLedger::ask(Question question, QObject* context, Answer answer)
+{
+    if (!isOpen()) {
+        return;
+    }
+    m_thread.post([this, work = m_work, question, context = QPointer(context), answer = std::move(answer)]() mutable {
+        postCall(this, [context = std::move(context), answer = std::move(answer), result = question(*work)] {
+            if (context) {
+                answer(result);
+            }
+        });
+    });
+}
+
+void UploadLedger::find(const LedgerQuery& query, QObject* context, std::function<void(const QList<LedgerKey>&)> answer)
+{
+    ask([query](Work& work) { return work.find(query); }, context, std::move(answer));
+}
+
+void UploadLedger::read(const QList<LedgerKey>& keys, QObject* context,
+                        std::function<void(const QList<LedgerRow>&)> answer)
+{
+    const auto all = [this, keys, answer = std::move(answer)](const QList<LedgerRow>& others) {
+        QList<LedgerRow> rows;
+        auto other = others.cbegin();
+        for (const LedgerKey key : keys) {
+            if (key.isOfThisRun()) {
+                rows.append(row(key.number));
+            } else if (other != others.cend() && other->key == key) {
+                rows.append(*other++);
+            }
+        }
+        answer(rows);
+    };
+    if (std::all_of(keys.begin(), keys.end(), [](LedgerKey key) { return key.isOfThisRun(); })) {
+        all({});
+    } else {
+        QList<LedgerKey> others = keys;
+        others.removeIf([](LedgerKey key) { return key.isOfThisRun(); });
+        ask([others](Work& work) { return work.read(others); }, context, all);
+    }
+}
+
+void UploadLedger::writeCsv(const QString& path, const LedgerQuery& query, QObject* context,
+                            std::function<void(bool)> answer)
+{
+    ask([path, query](Work& work) { return work.writeCsv(path, query); }, context, std::move(answer));
+}
+
+LedgerRow UploadLedger::row(int number) const
+{
+    HistoryEntry entry = m_history.entries()[number];
+    entry.copy = m_copy;
+    return { { .row = 0, .number = number }, entry };
 }
 
 void UploadLedger::rowsAppended()
@@ -284,9 +387,9 @@ void UploadLedger::failed(const QString& text, bool isNews)
     emit problemFound(isNews);
 }
 
-void UploadLedger::setInterruptedCount(qsizetype count)
+void UploadLedger::setInterrupted(const QList<LedgerKey>& keys)
 {
-    if (std::exchange(m_interruptedCount, count) != count) {
-        emit interruptedCountChanged();
+    if (std::exchange(m_interrupted, keys) != keys) {
+        emit interruptedChanged();
     }
 }

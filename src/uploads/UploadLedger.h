@@ -40,19 +40,31 @@ public:
 
     /// Removes all files that have ended from the history.
     void clear();
+    /// Finds the rows that fit @p query, in its order, with all that the history has told by now. Like all answers this
+    /// one comes from the loop, unless @p context is gone by then.
+    void find(const LedgerQuery& query, QObject* context, std::function<void(const QList<LedgerKey>&)> answer);
+    /// Tells what is known of those @p keys that are still there. About files of this run alone it is told at once.
+    void read(const QList<LedgerKey>& keys, QObject* context, std::function<void(const QList<LedgerRow>&)> answer);
+    /// Writes what fits @p query to the file at @p path as HistoryCsv has it, and answers whether it is written.
+    void writeCsv(const QString& path, const LedgerQuery& query, QObject* context, std::function<void(bool)> answer);
+    /// What is known of a file of this run.
+    LedgerRow row(int number) const;
+
     /// The files of earlier runs of this copy that were interrupted, of which nobody has said what is to become of
     /// them.
-    qsizetype interruptedCount() const { return m_interruptedCount; }
+    const QList<LedgerKey>& interrupted() const { return m_interrupted; }
     void forgetInterrupted();
+    /// Of those of @p keys that are no files of this run later rows stand for the next try.
+    void queuedAgain(const QList<LedgerKey>& keys);
 
 signals:
     /// The history is not kept on disk from here on, as problem() says. It @p isNews where a file is lost or was set
     /// aside or the history was kept until now, and none where it cannot be kept in that place at all.
     void problemFound(bool isNews);
-    /// interruptedCount() has another answer.
-    void interruptedCountChanged();
-    /// Files have gone that had ended.
-    void cleared();
+    /// interrupted() has another answer.
+    void interruptedChanged();
+    /// Rows have gone, or something else is known of rows that are no files of this run.
+    void othersChanged();
 
 private:
     class Work;
@@ -60,7 +72,8 @@ private:
     void rowsAppended();
     void rowsChanged(int first, int last);
     void failed(const QString& text, bool isNews);
-    void setInterruptedCount(qsizetype count);
+    void setInterrupted(const QList<LedgerKey>& keys);
+    template <typename Question, typename Answer> void ask(Question question, QObject* context, Answer answer);
     void handOver(LedgerBatch&& batch);
 
     const UploadHistory& m_history;
@@ -68,6 +81,7 @@ private:
     QString m_path;
     QString m_problem;
     int m_recorded = 0; ///< So many rows of the history were handed over.
-    qsizetype m_interruptedCount = 0;
+    QList<LedgerKey> m_interrupted;
+    QString m_copy;
     TaskThread m_thread; ///< Last, so that it ends first.
 };

@@ -1,6 +1,7 @@
 #include "HistoryTableModel.h"
 
 #include "UploadHistory.h"
+#include "UploadLedger.h"
 
 #include <QAbstractItemModelTester>
 
@@ -16,7 +17,8 @@ protected:
     bool standsOut(int row) const { return m_model.index(row, 4).data(Qt::ForegroundRole).isValid(); }
 
     UploadHistory m_history;
-    HistoryTableModel m_model{ m_history };
+    UploadLedger m_ledger{ m_history };
+    HistoryTableModel m_model{ m_history, m_ledger };
     QAbstractItemModelTester m_tester{ &m_model, QAbstractItemModelTester::FailureReportingMode::Fatal };
 };
 

@@ -2,12 +2,18 @@
 
 #include "HistoryText.h"
 #include "Metronome.h"
+#include "ResidentMemory.h"
 #include "TextTable.h"
 #include "ViewControllerTest.h"
 
 #include <QAction>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QHeaderView>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -50,6 +56,16 @@ protected:
         finishUpload();
     }
 
+    /// Of files of this run.
+    QString lines(const QList<int>& numbers) const
+    {
+        QList<LedgerRow> rows;
+        for (const int number : numbers) {
+            rows.append(m_controller->ledger().row(number));
+        }
+        return HistoryText::lines(rows);
+    }
+
     QString m_failing;
 };
 
@@ -79,7 +95,7 @@ TEST_F(HistoryWindowTest, ItShowsALineForEachFile)
     EXPECT_EQ(table().model()->index(1, 4).data().toString(), u"Confirmed by the server"_s);
     EXPECT_EQ(table().model()->index(2, 4).data().toString(), u"Waiting"_s);
     // The third one starts while the loop runs.
-    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"1 confirmed, 1 failed"_s; }));
+    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 1 failed"_s; }));
 }
 
 TEST_F(HistoryWindowTest, BothSizesOfAFileThatIsListedWithAnotherAreSeen)
@@ -145,11 +161,11 @@ TEST_F(HistoryWindowTest, CopyTakesTheSelectedLinesOrAll)
     ASSERT_TRUE(waitFor([this] { return copy().isEnabled(); }));
 
     copy().click();
-    EXPECT_EQ(QApplication::clipboard()->text(), HistoryText::lines(m_controller->history().entries(), { 0, 1, 2 }));
+    EXPECT_EQ(QApplication::clipboard()->text(), lines({ 0, 1, 2 }));
 
     table().selectRow(2);
     part<QAction>("copyHistoryAction").trigger();
-    EXPECT_EQ(QApplication::clipboard()->text(), HistoryText::lines(m_controller->history().entries(), { 2 }));
+    EXPECT_EQ(QApplication::clipboard()->text(), lines({ 2 }));
 }
 
 TEST_F(HistoryWindowTest, ItFollowsTheFileBeingSentUnlessTheUserLooksElsewhere)
@@ -175,7 +191,7 @@ TEST_F(HistoryWindowTest, ItFollowsTheFileBeingSentUnlessTheUserLooksElsewhere)
         tick();
     }
     ASSERT_EQ(m_controller->history().currentRow(), 201);
-    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"1 confirmed, 200 failed"_s; }));
+    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 200 failed"_s; }));
     EXPECT_TRUE(isShown(0));
 
     window.close();
@@ -240,8 +256,180 @@ TEST_F(HistoryWindowTest, AHundredThousandLinesAreNoBurden)
         }
     }
 
-    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"100,000 failed"_s; }));
+    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 100,000 failed"_s; }));
     EXPECT_TRUE(queueAgain().isEnabled());
+}
+
+/// With a ledger, in which there is a run of another copy.
+class LedgerWindowTest : public HistoryWindowTest {
+protected:
+    LedgerWindowTest()
+    {
+        UploadHistory history;
+        UploadLedger ledger(history);
+        ledger.open(m_path, u"Bilder"_s);
+        m_lost = makeFile(u"lost"_s);
+        history.filesQueued({ makeFile(u"arrived"_s), m_lost });
+        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.fileMoves(5);
+        history.fileConfirmed(5, u"226 Done"_s);
+        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.fileEnded({ .kind = Outcome::ConnectionLost, .status = u"Gone"_s });
+        EXPECT_TRUE(ledger.close(60s));
+    }
+    void openLedger() { m_controller->ledger().open(m_path, u"Quillbox"_s); }
+
+    QStringList column(HistoryText::Column column)
+    {
+        QStringList texts;
+        for (int row = 0; row < table().model()->rowCount(); ++row) {
+            texts.append(table().model()->index(row, static_cast<int>(column)).data().toString());
+        }
+        return texts;
+    }
+    bool waitForNames(const QStringList& names)
+    {
+        return waitFor([this, &names] { return column(HistoryText::Column::File) == names; });
+    }
+
+    QTemporaryDir m_state;
+    QString m_path = m_state.filePath(u"history.sqlite"_s);
+    QString m_lost;
+};
+
+TEST_F(LedgerWindowTest, ItShowsAllRunsAndWhichCopyEachFileIsOf)
+{
+    openLedger();
+    open();
+    m_controller->uploadFiles({ makeFile(u"mine"_s) });
+
+    EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"mine"_s }));
+    EXPECT_EQ(column(HistoryText::Column::Copy), (QStringList{ u"Bilder"_s, u"Bilder"_s, u"Quillbox"_s }));
+    EXPECT_EQ(column(HistoryText::Column::Outcome)[1], u"Failed: Gone"_s);
+    EXPECT_FALSE(column(HistoryText::Column::Time).contains(QString()));
+    EXPECT_TRUE(part<QLabel>("placeLabel").text().contains(m_path));
+    tick();
+    finishUpload();
+    EXPECT_EQ(column(HistoryText::Column::Outcome)[2], u"Confirmed by the server"_s); // At once.
+}
+
+TEST_F(LedgerWindowTest, TheFieldAndTheBoxChooseWhatIsShownAndFilesThatComeShowThen)
+{
+    openLedger();
+    open();
+    part<QLineEdit>("filterField").setText(u"lo"_s);
+    EXPECT_TRUE(waitForNames({ u"lost"_s }));
+    part<QLineEdit>("filterField").clear();
+    part<QCheckBox>("failedOnlyCheckBox").setChecked(true);
+    EXPECT_TRUE(waitForNames({ u"lost"_s }));
+    m_controller->history().filesQueued({ u"/mine"_s });
+    m_controller->history().nextFileStarts(u"ftp://host/"_s);
+    m_controller->history().fileEnded({ .kind = Outcome::NotFound });
+    EXPECT_TRUE(waitForNames({ u"lost"_s, u"mine"_s }));
+
+    m_controller->windows().showHistory({ 0 }); // From the line about the queue: the filter must not hide it.
+    EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"mine"_s }));
+    ASSERT_TRUE(waitFor([this] { return !table().selectionModel()->selectedRows().isEmpty(); }));
+    EXPECT_EQ(table().selectionModel()->selectedRows()[0].row(), 2);
+}
+
+TEST_F(LedgerWindowTest, AClickOnATitleSortsAndTheThirdOneNoMore)
+{
+    openLedger();
+    HistoryWindow& window = open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    table().selectRow(1);
+    const auto click = [&window] {
+        QHeaderView& columns = window.columns();
+        const int left = columns.sectionViewportPosition(static_cast<int>(HistoryText::Column::File));
+        QTest::mouseClick(columns.viewport(), Qt::LeftButton, {}, { left + 20, columns.height() / 2 });
+    };
+    click();
+    click();
+
+    EXPECT_TRUE(waitForNames({ u"lost"_s, u"arrived"_s }));
+    ASSERT_EQ(table().selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(table().selectionModel()->selectedRows()[0].row(), 0); // The selection stays on its file.
+    click();
+    EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+}
+
+TEST_F(LedgerWindowTest, AFileOfAnEarlierRunIsQueuedAgain)
+{
+    openLedger();
+    open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    table().selectRow(0);
+    EXPECT_FALSE(queueAgain().isEnabled());
+    table().selectRow(1);
+    ASSERT_TRUE(queueAgain().isEnabled());
+    queueAgain().click();
+
+    EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"lost"_s }));
+    EXPECT_TRUE(
+        waitFor([this] { return column(HistoryText::Column::Outcome)[1] == u"Failed: Gone (queued again)"_s; }));
+    EXPECT_EQ(m_controller->history().entries()[0].path, m_lost);
+}
+
+TEST_F(LedgerWindowTest, AfterAChangeOfServerQueueAgainAsksAndNamesBoth)
+{
+    openLedger();
+    open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    set(u"Address"_s, u"other"_s);
+    table().selectRow(1);
+    queueAgain().click();
+
+    const QString question = u"Queue Again: These files were for ftp://host/in/; send them to ftp://other/in/?"_s;
+    EXPECT_TRUE(waitFor([this, &question] { return shownSheets().contains(question); }));
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+}
+
+TEST_F(LedgerWindowTest, ClearingAsksAndLeavesWhatWaits)
+{
+    openLedger();
+    HistoryWindow& window = open();
+    unset(u"Address"_s);
+    m_controller->history().filesQueued({ u"/mine"_s });
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"mine"_s }));
+    part<QPushButton>("clearHistoryButton").click();
+    auto* const sheet = window.findChild<QMessageBox*>();
+    ASSERT_NE(sheet, nullptr);
+    for (QAbstractButton* const button : sheet->buttons()) {
+        if (button->text() == u"Clear"_s) {
+            button->click();
+        }
+    }
+
+    EXPECT_TRUE(waitForNames({ u"mine"_s }));
+}
+
+TEST_F(LedgerWindowTest, TwoHundredThousandRowsAreThereSoonAndOnlyWhatIsSeenIsRead)
+{
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"many"_s);
+        database.setDatabaseName(m_path);
+        ASSERT_TRUE(database.open());
+        ASSERT_TRUE(QSqlQuery(database).exec(
+            u"WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < 200000) "
+            "INSERT INTO files (run, number, copy, folder, name, outcome, size, durationMs, time, reply) "
+            "SELECT 7, n, CAST('Bilder' AS BLOB), CAST('/home/anna/folder' AS BLOB), CAST('file ' || n AS BLOB), 2, n, "
+            "n % 1000, 1000 * unixepoch(), '226 Done' FROM numbers"_s));
+    }
+    QSqlDatabase::removeDatabase(u"many"_s);
+    m_controller->ledger().open(m_path, u"Quillbox"_s, { .files = 1'000'000, .days = 90 });
+    open();
+    const qint64 before = residentMemory();
+    ASSERT_TRUE(waitFor([this] { return table().model()->rowCount() == 200'002; }));
+    const auto seen = [this](int row) { return table().model()->index(row, 0).data().toString(); };
+    EXPECT_TRUE(waitFor([&seen] { return seen(200'001) == u"file 200000"_s; }));
+    for (int row = 0; row < 200'000; row += 1000) {
+        table().scrollTo(table().model()->index(row, 0));
+        QApplication::processEvents();
+    }
+    EXPECT_TRUE(waitFor([&seen] { return seen(100'001) == u"file 100000"_s; }));
+
+    EXPECT_LT(residentMemory() - before, (qint64{ 30 } << 20) + sanitizerMemory);
 }
 
 } // namespace

@@ -10,6 +10,24 @@ using Outcome = HistoryEntry::Outcome;
 
 namespace {
 
+QList<LedgerRow> rowsOf(const HistoryEntries& entries)
+{
+    QList<LedgerRow> rows;
+    for (int number = 0; number < static_cast<int>(entries.size()); ++number) {
+        rows.append({ { .row = 0, .number = number }, entries[number] });
+    }
+    return rows;
+}
+
+QList<int> numbersOf(const QList<LedgerRow>& rows)
+{
+    QList<int> numbers;
+    for (const LedgerRow& row : rows) {
+        numbers.append(row.key.number);
+    }
+    return numbers;
+}
+
 HistoryEntries entriesOf(const QList<Outcome>& outcomes)
 {
     HistoryEntries entries;
@@ -38,7 +56,7 @@ TEST(HistoryRowsTest, RepeatableIsAlsoWhatWasRemovedOrSentByHand)
     entries.append({ .outcome = Outcome::ConnectionLost, .isManual = true });
     entries.append({ .outcome = Outcome::ConnectionLost, .isQueuedAgain = true });
 
-    EXPECT_EQ(HistoryRows::repeatable(entries, { 6, 5, 4, 3, 2, 1, 0 }), (QList<int>{ 5, 1, 0 }));
+    EXPECT_EQ(numbersOf(HistoryRows::repeatable(rowsOf(entries))), (QList<int>{ 0, 1, 5 }));
 }
 
 TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
@@ -51,15 +69,13 @@ TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
               (QList<int>{ 0, 2 }));
 }
 
-TEST(HistoryRowsTest, EachDestinationIsNamedOnceAndNoneOfWhatWasNeverStarted)
+TEST(HistoryRowsTest, EachDestinationIsNamedOnceAndNoneOfWhatHasNone)
 {
-    const HistoryEntries entries{ { .destination = u"ftp://b/"_s },
-                                  {},
-                                  { .destination = u"ftp://a/"_s },
-                                  { .destination = u"ftp://b/"_s },
-                                  { .destination = u"ftp://c/"_s } };
+    const HistoryEntries entries{
+        { .destination = u"ftp://b/"_s }, {}, { .destination = u"ftp://a/"_s }, { .destination = u"ftp://b/"_s }
+    };
 
-    EXPECT_EQ(HistoryRows::destinations(entries, { 0, 1, 2, 3 }), (QStringList{ u"ftp://b/"_s, u"ftp://a/"_s }));
+    EXPECT_EQ(HistoryRows::destinations(rowsOf(entries)), (QStringList{ u"ftp://b/"_s, u"ftp://a/"_s }));
 }
 
 TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)
@@ -71,7 +87,7 @@ TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)
                                   { .path = folder.path() },
                                   { .path = file.fileName() } };
 
-    EXPECT_EQ(HistoryRows::present(entries, { 0, 1, 2 }), QList<int>{ 2 });
+    EXPECT_EQ(numbersOf(HistoryRows::present(rowsOf(entries))), QList<int>{ 2 });
     EXPECT_TRUE(HistoryRows::isAnyPresent(entries, { 0, 1, 2 }));
     EXPECT_FALSE(HistoryRows::isAnyPresent(entries, { 0, 1 }));
 }

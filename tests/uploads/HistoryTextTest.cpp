@@ -1,6 +1,7 @@
 #include "HistoryText.h"
 
 #include "CheckRows.h"
+#include "DateText.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,9 @@ HistoryEntry confirmed()
              .outcome = Outcome::Confirmed,
              .size = 3'000'000,
              .durationMs = 1500,
-             .reply = u"226 Got it"_s };
+             .reply = u"226 Got it"_s,
+             .copy = u"Bilder"_s,
+             .time = 1'700'000'000'000 };
 }
 
 QStringList cells(const HistoryEntry& entry)
@@ -30,9 +33,10 @@ QStringList cells(const HistoryEntry& entry)
 
 TEST(HistoryTextTest, AConfirmedFileTellsEverything)
 {
-    EXPECT_EQ(cells(confirmed()),
-              (QStringList{ u"été.txt"_s, u"3 MB"_s, u"1.5 s"_s, u"2 MB/s"_s, u"Confirmed by the server"_s,
-                            u"226 Got it"_s }));
+    EXPECT_EQ(
+        cells(confirmed()),
+        (QStringList{ u"été.txt"_s, u"3 MB"_s, u"1.5 s"_s, u"2 MB/s"_s, u"Confirmed by the server"_s, u"226 Got it"_s,
+                      shortDateMediumTimeText(QDateTime::fromSecsSinceEpoch(1'700'000'000)), u"Bilder"_s }));
 }
 
 TEST(HistoryTextTest, EachOutcomeHasItsText)
@@ -56,6 +60,7 @@ TEST(HistoryTextTest, EachOutcomeHasItsText)
             { Outcome::NotFound, u"Not found"_s },
             { Outcome::Removed, u"Removed from the queue"_s },
             { Outcome::Note, u"Note"_s },
+            { Outcome::Interrupted, u"Not confirmed: Quillbox ended"_s },
         },
         [](Outcome outcome) {
             const HistoryEntry entry{ .path = u"/a"_s, .outcome = outcome, .status = u"Stream open error"_s };
@@ -101,16 +106,25 @@ TEST(HistoryTextTest, UnseenCharactersAreShownAndSeparateNothing)
     };
 
     EXPECT_EQ(cells(entry),
-              (QStringList{ u"a␉b␊c"_s, QString(), QString(), QString(), u"Failed: ␛"_s, u"550 ⟨U+202E⟩gpj"_s }));
-    EXPECT_EQ(HistoryText::line(entry).count(u'\t'), HistoryText::columnCount - 1);
+              (QStringList{ u"a␉b␊c"_s, QString(), QString(), QString(), u"Failed: ␛"_s, u"550 ⟨U+202E⟩gpj"_s,
+                            QString(), QString() }));
+    EXPECT_EQ(HistoryText::line(entry).count(u'\t'), HistoryText::titles().size() - 1);
     EXPECT_FALSE(HistoryText::line(entry).contains(u'\n'));
 }
 
 TEST(HistoryTextTest, ALineHoldsTheWholePathAndBareNumbers)
 {
-    EXPECT_EQ(HistoryText::line(confirmed()),
-              u"/home/anna/été.txt\t3000000\t1.500\t2000000\tConfirmed by the server\t226 Got it"_s);
-    EXPECT_EQ(HistoryText::titleLine().count(u'\t'), HistoryText::columnCount - 1);
+    HistoryEntry entry = confirmed();
+    entry.destination = u"ftp://host/in/"_s;
+
+    const QStringList fields = HistoryText::fields(entry);
+
+    EXPECT_EQ(fields.size(), HistoryText::titles().size());
+    EXPECT_EQ(fields.mid(0, 6),
+              (QStringList{ u"/home/anna/été.txt"_s, u"3000000"_s, u"1.500"_s, u"2000000"_s,
+                            u"Confirmed by the server"_s, u"226 Got it"_s }));
+    EXPECT_EQ(QDateTime::fromString(fields[6], Qt::ISODate).toMSecsSinceEpoch(), entry.time);
+    EXPECT_EQ(fields.mid(7), (QStringList{ u"Bilder"_s, u"ftp://host/in/"_s }));
 }
 
 TEST(HistoryTextTest, NothingIsLeftOutOfALongPathInALine)
@@ -144,9 +158,8 @@ TEST(HistoryTextTest, TheSummaryNamesWhatThereIs)
 
 TEST(HistoryTextTest, RowsAreLinesUnderTheTitles)
 {
-    EXPECT_EQ(HistoryText::lines({ { .path = u"/a"_s }, { .path = u"/b"_s }, { .path = u"/c"_s } }, { 0, 2 }),
-              u"File\tSize (bytes)\tDuration (s)\tSpeed (bytes/s)\tOutcome\tServer reply\n"
-              "/a\t\t\t\tWaiting\t\n/c\t\t\t\tWaiting\t\n"_s);
+    EXPECT_EQ(HistoryText::lines({ { {}, { .path = u"/a"_s } }, { {}, { .path = u"/c"_s } } }),
+              HistoryText::titles().join(u'\t') + u"\n/a\t\t\t\tWaiting\t\t\t\t\n/c\t\t\t\tWaiting\t\t\t\t\n"_s);
 }
 
 } // namespace

@@ -90,7 +90,7 @@ protected:
     {
         Launch next(m_path, copy);
         next.settle();
-        return next.ledger.interruptedCount();
+        return next.ledger.interrupted().size();
     }
 
     QTemporaryDir m_directory;
@@ -178,7 +178,7 @@ TEST_F(UploadLedgerTest, WhatWaitedInARunThatHasEndedWasInterrupted)
     next.history.filesQueued({ u"/d"_s });
     next.settle();
 
-    EXPECT_EQ(next.ledger.interruptedCount(), 2);
+    EXPECT_EQ(next.ledger.interrupted().size(), 2);
     EXPECT_EQ(outcomes(),
               (QStringList{ row(u"a"_s, Outcome::Confirmed), row(u"b"_s, Outcome::Interrupted),
                             row(u"c"_s, Outcome::Interrupted), row(u"d"_s, Outcome::Waiting) }));
@@ -202,9 +202,9 @@ TEST_F(UploadLedgerTest, NobodyIsAskedAgainAboutFilesThatWereForgotten)
         run.settle();
     }
     Launch next(m_path);
-    ASSERT_TRUE(waitFor([&next] { return next.ledger.interruptedCount() == 1; }));
+    ASSERT_TRUE(waitFor([&next] { return next.ledger.interrupted().size() == 1; }));
     next.ledger.forgetInterrupted();
-    ASSERT_TRUE(waitFor([&next] { return next.ledger.interruptedCount() == 0; }));
+    ASSERT_TRUE(waitFor([&next] { return next.ledger.interrupted().size() == 0; }));
     next.settle();
 
     EXPECT_EQ(interruptedOf(u"Quillbox"_s), 0);
@@ -263,6 +263,128 @@ TEST_F(UploadLedgerTest, OldFilesGoByTheirPlaceWhateverAClockHasSaidInBetween)
     Launch(m_path).settle();
 
     EXPECT_EQ(ask(u"SELECT name FROM files ORDER BY row"_s), (QStringList{ u"young"_s, u"set back"_s, u"last"_s }));
+}
+
+/// Files of an earlier run that can be found.
+class LedgerQueryTest : public UploadLedgerTest {
+protected:
+    LedgerQueryTest()
+    {
+        Launch run(m_path, u"Bilder"_s);
+        run.history.filesQueued({ u"/x/beta"_s, u"/x/Alpha_1"_s, u"/y/gamma"_s });
+        run.history.nextFileStarts(u"ftp://one/"_s);
+        run.history.fileMoves(10);
+        run.history.fileConfirmed(10, u"226 100% done"_s);
+        run.history.nextFileStarts(u"ftp://two/"_s);
+        run.history.fileMoves(30);
+        run.history.fileEnded({ .kind = Outcome::Refused, .code = 550, .status = u"Error"_s, .reply = u"550 No"_s });
+        run.settle();
+    }
+
+    /// The names of what is found from a run in which "/z/delta" waits.
+    QStringList namesOf(const LedgerQuery& query)
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/z/delta"_s });
+        std::optional<QStringList> names;
+        run.ledger.find(query, &run.ledger, [&](const QList<LedgerKey>& keys) {
+            run.ledger.read(keys, &run.ledger, [&names](const QList<LedgerRow>& rows) {
+                names.emplace();
+                for (const LedgerRow& row : rows) {
+                    names->append(row.entry.path.section(u'/', -1));
+                }
+            });
+        });
+        EXPECT_TRUE(waitFor([&names] { return names.has_value(); }));
+        run.history.queueCleared();
+        run.settle();
+        ask(u"DELETE FROM files WHERE name = CAST('delta' AS BLOB)"_s);
+        return names.value_or(QStringList());
+    }
+};
+
+TEST_F(LedgerQueryTest, AllRowsAreFoundInTheirOrderThisRunIncluded)
+{
+    EXPECT_EQ(namesOf({}), (QStringList{ u"beta"_s, u"Alpha_1"_s, u"gamma"_s, u"delta"_s }));
+    EXPECT_EQ(namesOf({ .isDescending = true }), (QStringList{ u"delta"_s, u"gamma"_s, u"Alpha_1"_s, u"beta"_s }));
+}
+
+TEST_F(LedgerQueryTest, ATextIsFoundInPathDestinationReplyAndCopyWhateverItsCase)
+{
+    EXPECT_EQ(namesOf({ .text = u"X/B"_s }), QStringList{ u"beta"_s });
+    EXPECT_EQ(namesOf({ .text = u"ftp://TWO"_s }), QStringList{ u"Alpha_1"_s });
+    EXPECT_EQ(namesOf({ .text = u"550"_s }), QStringList{ u"Alpha_1"_s });
+    EXPECT_EQ(namesOf({ .text = u"bilder"_s }), (QStringList{ u"beta"_s, u"Alpha_1"_s, u"gamma"_s }));
+    EXPECT_EQ(namesOf({ .text = u"0%"_s }), QStringList{ u"beta"_s });
+    EXPECT_EQ(namesOf({ .text = u"a_1"_s }), QStringList{ u"Alpha_1"_s });
+    EXPECT_EQ(namesOf({ .text = u"\\"_s }), QStringList());
+}
+
+TEST_F(LedgerQueryTest, FailedAreAlsoThoseThatWereInterrupted)
+{
+    EXPECT_EQ(namesOf({ .failedOnly = true }), (QStringList{ u"Alpha_1"_s, u"gamma"_s }));
+    EXPECT_EQ(namesOf({ .text = u"gam"_s, .failedOnly = true }), QStringList{ u"gamma"_s });
+}
+
+TEST_F(LedgerQueryTest, RowsAreSortedByEachColumnWhatIsNotKnownAtTheEnd)
+{
+    using enum LedgerQuery::Order;
+    EXPECT_EQ(namesOf({ .order = Name }), (QStringList{ u"Alpha_1"_s, u"beta"_s, u"delta"_s, u"gamma"_s }));
+    EXPECT_EQ(namesOf({ .order = Size, .isDescending = true }),
+              (QStringList{ u"Alpha_1"_s, u"beta"_s, u"delta"_s, u"gamma"_s }));
+    EXPECT_EQ(namesOf({ .order = Speed }).first(), u"beta"_s);
+    EXPECT_EQ(namesOf({ .order = Kind }), (QStringList{ u"delta"_s, u"beta"_s, u"Alpha_1"_s, u"gamma"_s }));
+    EXPECT_EQ(namesOf({ .order = Reply }).first(), u"beta"_s);
+    EXPECT_EQ(namesOf({ .order = Copy }).last(), u"delta"_s);
+    for (const LedgerQuery::Order order : { Time, Duration }) {
+        EXPECT_EQ(namesOf({ .order = order }).size(), 4);
+    }
+}
+
+TEST_F(LedgerQueryTest, ATableIsWrittenThatEverySpreadsheetReadsAndNoneRuns)
+{
+    Launch run(m_path, u"=copy"_s);
+    run.history.filesQueued({ LocalPath::fromBytes("/caf\xe9/a,\"b\"\n") });
+    const QString path = m_directory.filePath(u"history.csv"_s);
+    std::optional<bool> isWritten;
+    run.ledger.writeCsv(path, { .text = u"=copy"_s }, &run.ledger, [&](bool answer) { isWritten = answer; });
+    ASSERT_TRUE(waitFor([&] { return isWritten.has_value(); }));
+
+    EXPECT_TRUE(*isWritten);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(text.startsWith(u"\"File\",\"Size (bytes)\",\""_s)) << text.toStdString();
+    EXPECT_TRUE(text.contains(u"\r\n\"/caf⟨0xE9⟩/a,\"\"b\"\"␊\",\"\",\"\",\"\",\"Waiting\",\"\","_s))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains(u",\"'=copy\","_s)) << text.toStdString();
+    EXPECT_EQ(text.count(u"\r\n"_s), 2);
+    isWritten.reset();
+    run.ledger.writeCsv(u"/nonexistent/history.csv"_s, {}, &run.ledger, [&](bool answer) { isWritten = answer; });
+    ASSERT_TRUE(waitFor([&] { return isWritten.has_value(); }));
+    EXPECT_FALSE(*isWritten);
+}
+
+TEST_F(LedgerQueryTest, WhatWasQueuedAgainIsKnownAtTheNextStart)
+{
+    Launch run(m_path, u"Bilder"_s);
+    ASSERT_TRUE(waitFor([&run] { return run.ledger.interrupted().size() == 1; }));
+    run.ledger.queuedAgain(run.ledger.interrupted());
+    ASSERT_TRUE(waitFor([&run] { return run.ledger.interrupted().isEmpty(); }));
+    run.settle();
+
+    EXPECT_EQ(ask(u"SELECT name FROM files WHERE settled = 1"_s), QStringList{ u"gamma"_s });
+    EXPECT_EQ(interruptedOf(u"Bilder"_s), 0);
+}
+
+TEST_F(UploadLedgerTest, APasswordInADestinationIsNotWritten)
+{
+    Launch run(m_path);
+    run.history.manualFileStarts(u"/m"_s, u"ftp://anna:s3cr@t@host:21/in/"_s);
+    run.history.fileEnded({ .kind = Outcome::Stopped });
+    run.settle();
+
+    EXPECT_EQ(ask(u"SELECT destination FROM files"_s), QStringList{ u"ftp://anna@host:21/in/"_s });
 }
 
 TEST_F(UploadLedgerTest, ADamagedDatabaseIsSetAsideAndTheRunGoesOn)

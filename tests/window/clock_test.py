@@ -134,7 +134,7 @@ class Clock(WindowTest):
     def history(self, program):
         self.bring_to_front(program)
         self.desktop.key("ctrl+h")
-        return wait_for(lambda: program.rows("Files of this run"), "the history")
+        return wait_for(lambda: program.rows("Files of all runs"), "the history")
 
 
 if __name__ == "__main__":

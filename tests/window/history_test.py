@@ -18,12 +18,12 @@ class History(WindowTest):
         program = self.start()
         self.bring_to_front(program, ANY_TITLE)
         self.desktop.key("ctrl+h")
-        wait_for(lambda: program.has_focus("Files of this run"), "the keyboard to be in the history")
+        wait_for(lambda: program.has_focus("Files of all runs"), "the keyboard to be in the history")
         self.assertEqual(self.launch(*paths).exit_code(), 0)
         return program
 
     def rows(self, program):
-        return program.rows("Files of this run")
+        return program.rows("Files of all runs")
 
     def wait_for_outcomes(self, program, *outcomes):
         wait_for(lambda: [row[OUTCOME] for row in self.rows(program)] == list(outcomes), f"the outcomes {outcomes}")
@@ -73,7 +73,7 @@ class History(WindowTest):
         program = self.start_with_history(self.file("note.txt", b"12345"))
         self.wait_for_outcomes(program, "Confirmed by the server")
 
-        self.desktop.click(program.cell("Files of this run", 0, 0))
+        self.desktop.click(program.cell("Files of all runs", 0, 0))
         self.desktop.key("ctrl+c")
 
         lines = wait_for(self.clipboard, "the line on the clipboard").splitlines()

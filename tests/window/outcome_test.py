@@ -41,8 +41,8 @@ class Outcome(WindowTest):
 
         self.press_by_keyboard(program, "Show…")
         wait_for(lambda: "History" in program.titles(), "the history")
-        rows = program.rows("Files of this run")
-        selected = program.selected_rows("Files of this run")
+        rows = program.rows("Files of all runs")
+        selected = program.selected_rows("Files of all runs")
         self.assertEqual([rows[row][0] for row in selected], ["taken", "taken too"])
         self.bring_to_front(program, ANY_TITLE)
         self.press_by_keyboard(program, "Queue Again")

@@ -43,8 +43,8 @@ class ReadOnlyHome(WindowTest):
 
         self.bring_to_front(program)
         self.desktop.key("ctrl+h")
-        wait_for(lambda: [row[0] for row in program.rows("Files of this run")] == ["one.txt"], "the history")
-        wait_for(lambda: program.has_focus("Files of this run"), "the keyboard to be in the history")
+        wait_for(lambda: [row[0] for row in program.rows("Files of all runs")] == ["one.txt"], "the history")
+        wait_for(lambda: program.has_focus("Files of all runs"), "the keyboard to be in the history")
         self.desktop.key("Escape")
         wait_for(lambda: "History" not in program.titles(), "the history to close")
 

@@ -12,7 +12,7 @@ from real_ftp_server import RealFTPServer
 from window_test import WindowTest
 
 TABLE = "Destination folder"
-HISTORY = "Files of this run"
+HISTORY = "Files of all runs"
 
 
 def setUpModule():

@@ -95,11 +95,11 @@ class Sheets(WindowTest):
         program = self.start()
         self.bring_to_front(program)
         self.desktop.key("ctrl+h")
-        wait_for(lambda: program.has_focus("Files of this run"), "the keyboard to be in the history")
+        wait_for(lambda: program.has_focus("Files of all runs"), "the keyboard to be in the history")
         self.server.go_on()
         wait_for(lambda: program.sheet() == CHECK_SETTINGS, "the sheet")
         self.desktop.key("space", "Return")
-        self.assertTrue(program.has_focus("Files of this run"))
+        self.assertTrue(program.has_focus("Files of all runs"))
 
         (window,) = self.desktop.windows_of(program.process.pid, "^ftp://")
         self.desktop.xdotool("windowactivate", window)  # Which never is the active one, since its sheet is.

@@ -89,7 +89,7 @@ class Alone(Start):
         told = [("gone", "Not found"), ("gone ⟨0xE9⟩", "Not found"), ("here", "Confirmed by the server")]
         told.append(("gone ⟨0xFF⟩", "Not found"))
         wait_for(
-            lambda: [(row[0], row[4]) for row in program.rows("Files of this run")] == told, "the files in the history"
+            lambda: [(row[0], row[4]) for row in program.rows("Files of all runs")] == told, "the files in the history"
         )
 
     def test_a_desktop_opens_files_over_the_bus(self):
@@ -256,7 +256,7 @@ class BesideAnother(Start):
         self.desktop.key("ctrl+h")
         shown = ["at ⟨0xE9⟩ start", "later ⟨0xFF⟩⟨0xC3⟩", "bus ⟨0xE9⟩é"]
         wait_for(
-            lambda: [(row[0], row[4]) for row in program.rows("Files of this run")]
+            lambda: [(row[0], row[4]) for row in program.rows("Files of all runs")]
             == [(name, "Confirmed by the server") for name in shown],
             "the files in the history, once each",
         )
