@@ -1,9 +1,10 @@
-"""Installs a Debian package of this program in a Debian 12 root made for it, runs the program there, and removes it:
+"""Installs the Debian packages of this program in a Debian 12 root made for them, runs the program there, builds and runs
+another program on the library, and removes them:
 
-    unshare --mount --propagation private package_root.py PACKAGE
+    unshare --mount --propagation private package_root.py PACKAGE...
 
-For root, in a mount namespace of its own, with which all that is mounted here goes. The root holds what the package
-depends on and nothing else; the display and the FTP server are on this side of it.
+For root, in a mount namespace of its own, with which all that is mounted here goes. The root holds what the packages
+depend on, later a compiler as well, and nothing else; the display and the FTP servers are on this side of it.
 """
 
 import os
@@ -16,6 +17,7 @@ import tempfile
 TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(TOP, "tests", "window"))
 
+from certificates import make_certificate  # noqa: E402
 from desktop import Desktop, wait_for  # noqa: E402
 from program import store_settings  # noqa: E402
 from upload_server import UploadServer  # noqa: E402
@@ -67,7 +69,6 @@ def check_what_is_there(root):
     missing = [line for line in root.run("ldd", "/usr/bin/Quillbox").splitlines() if "not found" in line]
     if missing:
         raise Failed("\n".join(["libraries are missing:", *missing]))
-    root.run("dpkg", "--verify", "quillbox")
 
 
 def start(root, desktop, *files):
@@ -107,31 +108,84 @@ def check_that_it_runs(root, picture):
     shutil.rmtree(root.path("tmp/home"))
 
 
-def check(package, root, picture):
-    shutil.copy(package, root.path("tmp/quillbox.deb"))
+class Package:
+    """One that is installed while the block lasts. Nothing of it may stay, and nothing else change."""
+
+    def __init__(self, root, *paths):
+        self.root = root
+        self.paths = ["/tmp/" + os.path.basename(path) for path in paths]
+        for path in paths:
+            shutil.copy(path, root.path("tmp"))
+        self.names = [root.run("dpkg-deb", "--field", path, "Package").strip() for path in self.paths]
+
+    def __enter__(self):
+        depends = [self.root.run("dpkg-deb", "--field", path, "Depends").strip() for path in self.paths]
+        elsewhere = [each for each in ", ".join(depends).split(", ") if each.split()[0] not in self.names]
+        self.root.run("apt-get", "-q", "satisfy", "--yes", "--no-install-recommends", ", ".join(elsewhere))
+        self.before = self.root.files()
+        self.root.run("dpkg", "--install", *self.paths)
+        self.added = len(self.root.files() - self.before)
+        for name in self.names:
+            self.root.run("dpkg", "--verify", name)
+        return self
+
+    def __exit__(self, kind, *_):
+        if kind is not None:
+            return
+        self.root.run("dpkg", "--purge", *self.names)
+        after = self.root.files()
+        if self.before != after:
+            raise Failed("\n".join(["left, lost or changed:", *sorted(self.before ^ after)]))
+
+
+def check_program(root, path, picture):
+    with Package(root, path) as package:
+        check_what_is_there(root)
+        check_that_it_runs(root, picture)
+    print(f"  {package.added} files and folders came and went; a file went up through the window in between")
+
+
+def run_outside(program, *options):
+    """Runs the program against a server on this side; with a certificate encrypted."""
+    with tempfile.TemporaryDirectory() as served, tempfile.TemporaryDirectory() as folder:
+        words = [sys.executable, "-B", os.path.join(TOP, "tests", "servers", "real_server.py"), "pyftpdlib", served]
+        certificate, fingerprint = make_certificate(folder)
+        encrypted = ["--tls", certificate] if "encrypted" in options else []
+        with subprocess.Popen([*words, *encrypted], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as server:
+            _, port, _, user, _, password = server.stdout.readline().split()
+            program(port, user, password, *([fingerprint] if encrypted else []))
+
+
+def check_library(root, *paths):
+    """A program that was never a part of this build, built by CMake and by pkg-config."""
+    root.run("apt-get", "-q", "install", "--yes", "--no-install-recommends", "cmake", "g++", "make", "pkg-config")
+    with Package(root, *paths) as package:
+        shutil.copytree(os.path.join(TOP, "tests", "library", "outside"), root.path("tmp/outside"))
+        root.run("cmake", "-S", "/tmp/outside", "-B", "/tmp/outside/build")
+        root.run("cmake", "--build", "/tmp/outside/build")
+        root.run("sh", "-c", "c++ -std=c++20 -fPIC /tmp/outside/main.cpp -o /tmp/outside/by_pkg_config "
+                             "$(pkg-config --cflags --libs quillboxftp)")
+        for name in ("build/outside", "by_pkg_config"):
+            run_outside(lambda *words: root.run("/tmp/outside/" + name, *words))
+            run_outside(lambda *words: root.run("/tmp/outside/" + name, *words), "encrypted")
+        shutil.rmtree(root.path("tmp/outside"))
+    print(f"  {package.added} files and folders came and went; another program used the library in between")
+
+
+def check(packages, root, picture):
     root.run("apt-get", "-q", "update")
-    depends = root.run("dpkg-deb", "--field", "/tmp/quillbox.deb", "Depends").strip()
-    root.run("apt-get", "-q", "satisfy", "--yes", "--no-install-recommends", depends)
-    before = root.files()
-
-    root.run("dpkg", "--install", "/tmp/quillbox.deb")
-    added = len(root.files() - before)
-    check_what_is_there(root)
-    check_that_it_runs(root, picture)
-
-    root.run("dpkg", "--purge", "quillbox")
-    after = root.files()
-    if before != after:
-        raise Failed("\n".join(["left, lost or changed by the package:", *sorted(before ^ after)]))
-    print(f"  {added} files and folders came and went; a file went up through the window in between")
+    library = [path for path in packages if os.path.basename(path).startswith("lib")]
+    (program,) = [path for path in packages if path not in library]
+    check_program(root, program, picture)
+    check_library(root, *library)
 
 
 def main():
-    package = sys.argv[1]
-    folder = tempfile.mkdtemp(prefix="quillbox-root-", dir=os.path.dirname(os.path.abspath(package)))
+    packages = sys.argv[1:]
+    folder = tempfile.mkdtemp(prefix="quillbox-root-", dir=os.path.dirname(os.path.abspath(packages[0])))
     os.chmod(folder, 0o755)
     try:
-        check(package, Root(folder), os.path.join(TOP, "build", "package", "installed.png"))
+        check(packages, Root(folder), os.path.join(TOP, "build", "package", "installed.png"))
     except (Failed, AssertionError) as failure:
         print(f"check-package: {failure}", file=sys.stderr)
         return 1

@@ -33,8 +33,9 @@ ItemOperations libraryItemOperations(const FTPTimeouts& timeouts)
 {
     return {
         .deleteFileNamed =
-            [timeouts](const QByteArray& name, ListedKind kind, const FMServer& server) {
-                FTPManager manager(timeouts);
+            [timeouts](const QByteArray& name, ListedKind kind, FMServer& server) {
+                server.setTimeouts(timeouts);
+                FTPManager manager;
                 bool isDone = manager.deleteFileNamed(name, &server);
                 const ListedKind supposed = name.contains('.') ? ListedKind::File : ListedKind::Folder;
                 if (!isDone && kind != ListedKind::Unknown && kind != supposed && isCommandRefused(manager)) {
@@ -45,8 +46,9 @@ ItemOperations libraryItemOperations(const FTPTimeouts& timeouts)
                 return resultOf(manager, isDone);
             },
         .createNewFolder =
-            [timeouts](const QString& name, const FMServer& server) {
-                FTPManager manager(timeouts);
+            [timeouts](const QString& name, FMServer& server) {
+                server.setTimeouts(timeouts);
+                FTPManager manager;
                 const bool isDone = manager.createNewFolder(name, &server);
                 return resultOf(manager, isDone);
             },

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "FTPTimeouts.h"
+#include "FMServer.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <functional>
 #include <utility>
-
-class FMServer;
 
 /// What has become of an operation.
 enum class ItemOutcome {
@@ -39,8 +37,8 @@ enum class ListedKind { Unknown, File, Folder };
 struct ItemOperations {
     /// @p name: its bytes, as the server knows them. The name decides what the item is taken for; where the server
     /// refuses that and @p kind is the other one, it is deleted as that.
-    std::function<ItemResult(const QByteArray& name, ListedKind kind, const FMServer& server)> deleteFileNamed;
-    std::function<ItemResult(const QString& name, const FMServer& server)> createNewFolder;
+    std::function<ItemResult(const QByteArray& name, ListedKind kind, FMServer& server)> deleteFileNamed;
+    std::function<ItemResult(const QString& name, FMServer& server)> createNewFolder;
 };
 
 /// The operations of the FTP manager library, with @p timeouts.

@@ -4,7 +4,7 @@
 
 DeliveryGate& DeliveryGate::ofThisThread()
 {
-    static QThreadStorage<DeliveryGate*> gates;
+    static auto& gates = *new QThreadStorage<DeliveryGate*>; // Also for what ends with the process.
     if (!gates.hasLocalData()) {
         gates.setLocalData(new DeliveryGate);
     }

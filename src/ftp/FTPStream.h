@@ -12,6 +12,8 @@
 #include <optional>
 #include <span>
 
+namespace quillbox {
+
 /// The events that a stream reports to its delegate, with the codes that they are known by.
 enum class FTPStreamEvent {
     OpenCompleted = 1, ///< The transfer was accepted; of an upload, the data connection stands.
@@ -138,3 +140,13 @@ public:
     virtual std::unique_ptr<FTPWriteStream> createUploadStream(const QString& location, qint64 length) = 0;
     virtual std::unique_ptr<FTPWriteStream> createFolderStream(const QString& location) = 0;
 };
+
+} // namespace quillbox
+
+using quillbox::FTPReadStream;
+using quillbox::FTPStream;
+using quillbox::FTPStreamDelegate;
+using quillbox::FTPStreamError;
+using quillbox::FTPStreamEvent;
+using quillbox::FTPStreamFactory;
+using quillbox::FTPWriteStream;

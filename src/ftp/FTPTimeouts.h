@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+namespace quillbox {
+
 /// How long the engine waits before silence counts as a failure. No time limit runs while the loop is suspended.
 struct FTPTimeouts {
     std::chrono::milliseconds connect = std::chrono::seconds(30); ///< For a connection, resolving included.
@@ -21,3 +23,9 @@ struct FTPTimeouts {
         = std::chrono::milliseconds(200); ///< For a server to end a session that it has closed.
     std::chrono::milliseconds idle = std::chrono::seconds(60); ///< That an unused control connection is kept.
 };
+
+} // namespace quillbox
+
+#ifndef QUILLBOX_NO_GLOBAL_NAMES
+using quillbox::FTPTimeouts;
+#endif

@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace quillbox {
+
 /// One item of a directory listing. A field that the server's line did not have is null or has no value. Kept small,
 /// because a folder may hold 100,000 items; items of the same owner share its text.
 struct ListingEntry {
@@ -25,3 +27,9 @@ struct ListingEntry {
 
     friend bool operator==(const ListingEntry&, const ListingEntry&) = default;
 };
+
+} // namespace quillbox
+
+#ifndef QUILLBOX_NO_GLOBAL_NAMES
+using quillbox::ListingEntry;
+#endif

@@ -1,6 +1,33 @@
 #include "FMServer.h"
 
+#include "Locked.h"
+
+#include <utility>
+
 using namespace Qt::StringLiterals;
+
+namespace quillbox {
+
+class FMServer::Private {
+public:
+    Locked<QString> destination;
+    Locked<QString> username;
+    Locked<QString> password;
+    Locked<qint32> port{ 21 };
+    Locked<QHostAddress> address;
+    Locked<std::chrono::milliseconds> timeLimit;
+    Locked<bool> isCareful;
+    Locked<FTPTimeouts> timeouts;
+    Locked<FTPEncryption> encryption;
+    Locked<QList<QByteArray>> trustedFingerprints;
+};
+
+FMServer::FMServer()
+    : m_private(std::make_unique<Private>())
+{
+}
+
+FMServer::~FMServer() = default;
 
 std::shared_ptr<FMServer> FMServer::serverWithDestination(const QString& destination, const QString& username,
                                                           const QString& password)
@@ -20,108 +47,102 @@ std::shared_ptr<FMServer> FMServer::anonymousServerWithDestination(const QString
 
 QString FMServer::destination() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_destination;
+    return m_private->destination.get();
 }
 
 void FMServer::setDestination(QString destination)
 {
-    const std::lock_guard lock(m_mutex);
-    m_destination.swap(destination);
+    m_private->destination.set(std::move(destination));
 }
 
 QString FMServer::username() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_username;
+    return m_private->username.get();
 }
 
 void FMServer::setUsername(QString username)
 {
-    const std::lock_guard lock(m_mutex);
-    m_username.swap(username);
+    m_private->username.set(std::move(username));
 }
 
 QString FMServer::password() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_password;
+    return m_private->password.get();
 }
 
 void FMServer::setPassword(QString password)
 {
-    const std::lock_guard lock(m_mutex);
-    m_password.swap(password);
+    m_private->password.set(std::move(password));
 }
 
 qint32 FMServer::port() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_port;
+    return m_private->port.get();
 }
 
 void FMServer::setPort(qint32 port)
 {
-    const std::lock_guard lock(m_mutex);
-    m_port = port;
+    m_private->port.set(port);
 }
 
 QHostAddress FMServer::address() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_address;
+    return m_private->address.get();
 }
 
-void FMServer::setAddress(QHostAddress address)
+void FMServer::setAddress(const QHostAddress& address)
 {
-    const std::lock_guard lock(m_mutex);
-    m_address.swap(address);
+    m_private->address.set(address);
 }
 
 std::chrono::milliseconds FMServer::timeLimit() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_timeLimit;
+    return m_private->timeLimit.get();
 }
 
 void FMServer::setTimeLimit(std::chrono::milliseconds limit)
 {
-    const std::lock_guard lock(m_mutex);
-    m_timeLimit = limit;
+    m_private->timeLimit.set(limit);
 }
 
 bool FMServer::isCareful() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_isCareful;
+    return m_private->isCareful.get();
 }
 
 void FMServer::setCareful(bool isCareful)
 {
-    const std::lock_guard lock(m_mutex);
-    m_isCareful = isCareful;
+    m_private->isCareful.set(isCareful);
+}
+
+FTPTimeouts FMServer::timeouts() const
+{
+    return m_private->timeouts.get();
+}
+
+void FMServer::setTimeouts(const FTPTimeouts& timeouts)
+{
+    m_private->timeouts.set(timeouts);
 }
 
 FTPEncryption FMServer::encryption() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_encryption;
+    return m_private->encryption.get();
 }
 
 void FMServer::setEncryption(FTPEncryption encryption)
 {
-    const std::lock_guard lock(m_mutex);
-    m_encryption = encryption;
+    m_private->encryption.set(encryption);
 }
 
 QList<QByteArray> FMServer::trustedFingerprints() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_trustedFingerprints;
+    return m_private->trustedFingerprints.get();
 }
 
 void FMServer::setTrustedFingerprints(QList<QByteArray> fingerprints)
 {
-    const std::lock_guard lock(m_mutex);
-    m_trustedFingerprints.swap(fingerprints);
+    m_private->trustedFingerprints.set(std::move(fingerprints));
 }
+
+} // namespace quillbox

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FTPEncryption.h"
+#include "FTPTimeouts.h"
 
 #include <QByteArray>
 #include <QHostAddress>
@@ -9,18 +10,19 @@
 
 #include <chrono>
 #include <memory>
-#include <mutex>
+
+namespace quillbox {
 
 /// The server that an operation of FTPManager talks to: a plain record, which checks nothing that is stored into it.
 ///
 /// Each of its values may be read and set from any thread. It is neither copied nor moved; share it by pointer.
-class FMServer {
+class Q_DECL_EXPORT FMServer final {
 public:
     /// A record with port 21 and nothing else.
-    FMServer() = default;
+    FMServer();
     FMServer(const FMServer&) = delete;
     FMServer& operator=(const FMServer&) = delete;
-    ~FMServer() = default;
+    ~FMServer();
 
     /// A record with these values and port 21. Null texts stay null; no operation accepts them.
     static std::shared_ptr<FMServer> serverWithDestination(const QString& destination, const QString& username,
@@ -48,7 +50,7 @@ public:
     /// conversations over a control connection take its first IPv4 address. Set, it may be an IPv6 address as well, and
     /// the host is no longer resolved; a certificate still has to be the host's.
     QHostAddress address() const;
-    void setAddress(QHostAddress address);
+    void setAddress(const QHostAddress& address);
 
     /// How long a conversation over a control connection may take as a whole, from the connect to the close by the
     /// server; 0 at first: however long it takes. The host's look-up does not count.
@@ -58,11 +60,15 @@ public:
     /// Whether conversations over a control connection are careful; false at first: all commands are sent at once,
     /// and one that changes something is carried out whatever becomes of the folder change before it. A careful one
     /// sends the same commands, but the one that changes something only when the login and the folder have been
-    /// accepted, and QUIT last; a server that says nothing for 30 seconds ends it. Transfers, listings and new folders
-    /// wait like this anyway, and say QUIT when they are careful; so long they then wait for all replies of the login
-    /// and the folder together, and likewise for those to the command.
+    /// accepted, and QUIT last; a server that says nothing for FTPTimeouts::careful ends it. Transfers, listings and
+    /// new folders wait like this anyway, and say QUIT when they are careful; so long they then wait for all replies of
+    /// the login and the folder together, and likewise for those to the command.
     bool isCareful() const;
     void setCareful(bool isCareful);
+
+    /// How long operations wait for what; as FTPTimeouts has them at first.
+    FTPTimeouts timeouts() const;
+    void setTimeouts(const FTPTimeouts& timeouts);
 
     /// Whether operations are encrypted by TLS; none at first.
     ///
@@ -81,14 +87,12 @@ public:
     void setTrustedFingerprints(QList<QByteArray> fingerprints);
 
 private:
-    mutable std::mutex m_mutex;
-    QString m_destination;
-    QString m_username;
-    QString m_password;
-    qint32 m_port = 21;
-    QHostAddress m_address;
-    std::chrono::milliseconds m_timeLimit{ 0 };
-    bool m_isCareful = false;
-    FTPEncryption m_encryption = FTPEncryption::None;
-    QList<QByteArray> m_trustedFingerprints;
+    class Q_DECL_HIDDEN Private;
+    const std::unique_ptr<Private> m_private;
 };
+
+} // namespace quillbox
+
+#ifndef QUILLBOX_NO_GLOBAL_NAMES
+using quillbox::FMServer;
+#endif

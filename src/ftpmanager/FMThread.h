@@ -1,24 +1,22 @@
 #pragma once
 
-#include <condition_variable>
+#include <QtGlobal>
+
 #include <functional>
-#include <mutex>
+
+namespace quillbox {
 
 /// Runs a block on a thread of its own while the caller waits.
-class FMThread final {
+class Q_DECL_EXPORT FMThread final {
 public:
     /// Runs @p block on a new thread, which has a run loop of its own, and returns when the block has finished and the
     /// thread is gone, never before. When the system has no thread left, the block does not run. Safe on any thread;
-    /// nothing waits for the loop of the calling thread.
-    static void runInSeparateThread(std::function<void()> block);
-
-private:
-    explicit FMThread(std::function<void()> block);
-
-    void threadMain();
-
-    std::function<void()> m_block;
-    std::mutex m_mutex;
-    std::condition_variable m_waitCondition;
-    bool m_finished = false;
+    /// nothing waits for the loop of the calling thread, and there need not be an application object.
+    static void runInSeparateThread(const std::function<void()>& block);
 };
+
+} // namespace quillbox
+
+#ifndef QUILLBOX_NO_GLOBAL_NAMES
+using quillbox::FMThread;
+#endif

@@ -1,15 +1,15 @@
-#include "FTPManager.h"
-
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FMThread.h"
 #include "FTPEngine.h"
 #include "FTPLocation.h"
 #include "FTPManagerLog.h"
+#include "FTPManagerPrivate.h"
 #include "FTPManagerStrings.h"
 #include "FileOutputStream.h"
 #include "FileURL.h"
 #include "LocalItem.h"
+#include "RunningOperation.h"
 #include "UploadSource.h"
 
 #include <QUrl>
@@ -19,66 +19,79 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillbox {
+
 namespace {
 
-/// Runs @p operation on a worker thread; a worker that could not be made answers like a failed operation.
-template <typename Result> Result onWorkerThread(const std::function<Result()>& operation)
-{
-    Result result{};
-    FMThread::runInSeparateThread([&result, &operation] { result = operation(); });
-    return result;
-}
-
-/// Whether @p name would lead from a folder to one outside of it, or be cut at a NUL.
-bool leavesFolder(const QString& name)
-{
-    return name.contains(QChar::Null) || name.split(u'/').contains(u".."_s);
-}
-
-/// @p timeouts as they hold for @p server.
-FTPTimeouts limitsFor(const FMServer& server, FTPTimeouts timeouts)
-{
-    if (server.isCareful()) {
-        timeouts.reply = std::min(timeouts.reply, timeouts.careful);
+    /// Runs @p operation on a worker thread; a worker that could not be made answers like a failed operation.
+    template <typename Result> Result onWorkerThread(const std::function<Result()>& operation)
+    {
+        Result result{};
+        FMThread::runInSeparateThread([&result, &operation] { result = operation(); });
+        return result;
     }
-    return timeouts;
-}
 
-/// Has @p engine connect to the address that @p server gives, if it gives one.
-void useAddress(FTPEngine& engine, const FMServer& server)
-{
-    const QHostAddress address = server.address();
-    if (address.isNull()) {
-        return;
+    /// Whether @p name would lead from a folder to one outside of it, or be cut at a NUL.
+    bool leavesFolder(const QString& name)
+    {
+        return name.contains(QChar::Null) || name.split(u'/').contains(u".."_s);
     }
-    if (const auto location = FTPLocation::fromText(ftpURLForPort(server.destination(), server.port()))) {
-        engine.setAddress(location->host, location->port, address);
+
+    /// The time limits of transfers with @p server.
+    FTPTimeouts limitsFor(const FMServer& server)
+    {
+        FTPTimeouts timeouts = server.timeouts();
+        if (server.isCareful()) {
+            timeouts.reply = std::min(timeouts.reply, timeouts.careful);
+        }
+        return timeouts;
     }
-}
+
+    /// Has @p engine connect to the address that @p server gives, if it gives one.
+    void useAddress(FTPEngine& engine, const FMServer& server)
+    {
+        const QHostAddress address = server.address();
+        if (address.isNull()) {
+            return;
+        }
+        if (const auto location = FTPLocation::fromText(ftpURLForPort(server.destination(), server.port()))) {
+            engine.setAddress(location->host, location->port, address);
+        }
+    }
 
 } // namespace
 
-FTPManager::FTPManager(const FTPTimeouts& timeouts)
-    : m_timeouts(timeouts)
+FTPManager::FTPManager()
+    : FTPManager(std::make_unique<Private>(nullptr))
 {
 }
 
-FTPManager::FTPManager(FTPStreamFactory& streams)
-    : m_streams(&streams)
+FTPManager::FTPManager(std::unique_ptr<Private> implementation)
+    : m_private(std::move(implementation))
 {
+    RunningOperation::prepareForTheEnd();
+}
+
+FTPManager managerOn(FTPStreamFactory& streams)
+{
+    return FTPManager(std::make_unique<FTPManager::Private>(&streams));
 }
 
 FTPManager::~FTPManager() = default;
 
 /// Runs @p operation like onWorkerThread(), with m_streams set.
 template <typename Result>
-Result FTPManager::runOnStreams(const FMServer& server, const std::function<Result()>& operation)
+Result FTPManager::Private::runOnStreams(const FMServer& server, const std::function<Result()>& operation)
 {
     if (m_streams != nullptr) {
         return onWorkerThread(operation);
     }
     return onWorkerThread<Result>([this, &server, &operation] {
-        FTPEngine engine(limitsFor(server, m_timeouts));
+        const RunningOperation running;
+        if (!running.mayBegin()) {
+            return Result();
+        }
+        FTPEngine engine(limitsFor(server));
         useAddress(engine, server);
         EngineStreamFactory streams(engine);
         m_streams = &streams;
@@ -93,47 +106,49 @@ Result FTPManager::runOnStreams(const FMServer& server, const std::function<Resu
 
 bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, const FMServer* server)
 {
-    if (!_checkFMServer(server) || data.isNull()) {
+    if (!Private::_checkFMServer(server) || data.isNull()) {
         return false;
     }
-    return runOnStreams<bool>(*server, [&] { return _uploadData(data, fileName, *server); });
+    return m_private->runOnStreams<bool>(*server, [&] { return m_private->_uploadData(data, fileName, *server); });
 }
 
 bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
 {
-    if (!_checkFMServer(server) || fileURL.isEmpty()) {
+    if (!Private::_checkFMServer(server) || fileURL.isEmpty()) {
         return false;
     }
     const std::optional<LocalItem> file = LocalItem::at(localPath(fileURL));
     if (!file || file->isFolder) {
         return false;
     }
-    return runOnStreams<bool>(*server, [&] { return _uploadFile(fileURL, *server); });
+    return m_private->runOnStreams<bool>(*server, [&] { return m_private->_uploadFile(fileURL, *server); });
 }
 
 bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
 {
-    if (!_checkFMServer(server) || name.isEmpty()) {
+    if (!Private::_checkFMServer(server) || name.isEmpty()) {
         return false;
     }
-    return runOnStreams<bool>(*server, [&] { return _createNewFolder(name, *server); });
+    return m_private->runOnStreams<bool>(*server, [&] { return m_private->_createNewFolder(name, *server); });
 }
 
 std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* server)
 {
-    if (!_checkFMServer(server)) {
+    if (!Private::_checkFMServer(server)) {
         return std::nullopt;
     }
-    return runOnStreams<std::optional<QList<ListingEntry>>>(*server, [&] { return _contentsOfServer(*server); });
+    return m_private->runOnStreams<std::optional<QList<ListingEntry>>>(
+        *server, [&] { return m_private->_contentsOfServer(*server); });
 }
 
 bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server)
 {
-    if (!_checkFMServer(server) || fileName.isEmpty() || leavesFolder(fileName) || directoryURL.isEmpty()
+    if (!Private::_checkFMServer(server) || fileName.isEmpty() || leavesFolder(fileName) || directoryURL.isEmpty()
         || !LocalItem::at(localPath(directoryURL))) {
         return false;
     }
-    return runOnStreams<bool>(*server, [&] { return _downloadFile(fileName, directoryURL, *server); });
+    return m_private->runOnStreams<bool>(*server,
+                                         [&] { return m_private->_downloadFile(fileName, directoryURL, *server); });
 }
 
 bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)
@@ -143,26 +158,26 @@ bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)
 
 bool FTPManager::deleteFileNamed(const QByteArray& rawName, const FMServer* server)
 {
-    if (!_checkFMServer(server) || rawName.isNull()) {
+    if (!Private::_checkFMServer(server) || rawName.isNull()) {
         return false;
     }
     // Kept: the name alone decides what the item is taken for.
     const QByteArray command = (rawName.contains('.') ? "DELE " : "RMD ") + rawName;
-    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
+    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
 }
 
 bool FTPManager::deleteItemNamed(const QByteArray& rawName, ItemKind kind, const FMServer* server)
 {
-    if (!_checkFMServer(server) || rawName.isNull()) {
+    if (!Private::_checkFMServer(server) || rawName.isNull()) {
         return false;
     }
     const QByteArray command = (kind == ItemKind::Folder ? "RMD " : "DELE ") + rawName;
-    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
+    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
 }
 
 bool FTPManager::deleteFile(const QString& name, const FMServer* server)
 {
-    if (!_checkFMServer(server)) {
+    if (!Private::_checkFMServer(server)) {
         return false;
     }
     return onWorkerThread<bool>([&] { return deleteFileNamed(name, server); });
@@ -171,27 +186,107 @@ bool FTPManager::deleteFile(const QString& name, const FMServer* server)
 bool FTPManager::chmodFileNamed(const QString& name, quint32 mode, const FMServer* server)
 {
     constexpr quint32 largestMode = 777;
-    if (!_checkFMServer(server) || mode > largestMode || name.isNull()) {
+    if (!Private::_checkFMServer(server) || mode > largestMode || name.isNull()) {
         return false;
     }
     const QByteArray command = "SITE CHMOD " + QByteArray::number(mode) + ' ' + name.toUtf8();
-    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, command); });
+    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
 }
 
 bool FTPManager::checkLogin(const FMServer* server)
 {
-    if (!_checkFMServer(server)) {
+    if (!Private::_checkFMServer(server)) {
         return false;
     }
-    return onWorkerThread<bool>([&] { return _ftpActionForServer(*server, QByteArray()); });
+    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, QByteArray()); });
 }
 
 quint64 FTPManager::fileSizeOf(const QUrl& fileURL) const
 {
-    return static_cast<quint64>(LocalItem::at(localPath(fileURL)).value_or(LocalItem()).size);
+    return Private::sizeOfFile(fileURL);
 }
 
-bool FTPManager::_checkFMServer(const FMServer* server)
+void FTPManager::abort()
+{
+    m_private->abort();
+}
+
+std::optional<FTPManagerProgress> FTPManager::progress() const
+{
+    return m_private->progress();
+}
+
+bool FTPManager::hasRefusedCertificate() const
+{
+    return m_private->locked(m_private->m_refusedCertificate);
+}
+
+bool FTPManager::isUndecided() const
+{
+    return m_private->locked(m_private->m_isUndecided);
+}
+
+bool FTPManager::isCommandAccepted() const
+{
+    return m_private->locked(m_private->m_isCommandAccepted);
+}
+
+std::optional<FTPManager::Refusal> FTPManager::refusal() const
+{
+    return m_private->locked(m_private->m_refusal);
+}
+
+FTPManagerDelegate* FTPManager::delegate() const
+{
+    return m_private->m_delegate;
+}
+
+void FTPManager::setDelegate(FTPManagerDelegate* delegate)
+{
+    m_private->m_delegate = delegate;
+}
+
+const char* FTPManager::buffer() const
+{
+    return m_private->m_buffer.data();
+}
+
+quint64 FTPManager::bufferOffset() const
+{
+    return m_private->m_bufferOffset;
+}
+
+quint64 FTPManager::bufferLimit() const
+{
+    return m_private->m_bufferLimit;
+}
+
+UploadSource* FTPManager::fileReader() const
+{
+    return m_private->m_fileReader.get();
+}
+
+FileOutputStream* FTPManager::fileWriter() const
+{
+    return m_private->m_fileWriter.get();
+}
+
+FTPReadStream* FTPManager::serverReadStream() const
+{
+    return m_private->m_serverReadStream.get();
+}
+
+FTPWriteStream* FTPManager::serverStream() const
+{
+    return m_private->m_serverStream.get();
+}
+
+const QByteArray& FTPManager::directoryListingData() const
+{
+    return m_private->m_directoryListingData;
+}
+
+bool FTPManager::Private::_checkFMServer(const FMServer* server)
 {
     if (server == nullptr) {
         qCWarning(ftpManagerLog, "FMServer check failed: server cannot be nil");
@@ -217,3 +312,5 @@ bool FTPManager::_checkFMServer(const FMServer* server)
     }
     return valid;
 }
+
+} // namespace quillbox

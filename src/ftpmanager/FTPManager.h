@@ -2,8 +2,6 @@
 
 #include "FMServer.h"
 #include "FTPManagerDelegate.h"
-#include "FTPStream.h"
-#include "FTPTimeouts.h"
 #include "ListingEntry.h"
 
 #include <QByteArray>
@@ -11,16 +9,15 @@
 #include <QString>
 #include <QUrl>
 
-#include <array>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <span>
 
-class ControlSocket;
+namespace quillbox {
+
+class FTPReadStream;
+class FTPStreamFactory;
+class FTPWriteStream;
 class FileOutputStream;
-class RunLoop;
 class UploadSource;
 
 /// A synchronous FTP client: each operation runs on a worker thread of its own, and its caller waits for the result.
@@ -39,20 +36,18 @@ class UploadSource;
 /// clear.
 ///
 /// Names are sent as UTF-8. Pass a record by address; it is read while the operation runs, and not kept.
-class FTPManager final : private FTPStreamDelegate {
+class Q_DECL_EXPORT FTPManager final {
 public:
     /// A manager on streams to real servers, each operation on connections of its own.
-    explicit FTPManager(const FTPTimeouts& timeouts = {});
-    /// @p streams makes the streams and outlives the manager. It is called on worker threads.
-    explicit FTPManager(FTPStreamFactory& streams);
+    FTPManager();
     FTPManager(const FTPManager&) = delete;
     FTPManager& operator=(const FTPManager&) = delete;
     ~FTPManager();
 
     /// Who hears of progress; may be null. Neither owned nor watched: it must outlive the operation. Set it while none
     /// runs.
-    FTPManagerDelegate* delegate() const { return m_delegate; }
-    void setDelegate(FTPManagerDelegate* delegate) { m_delegate = delegate; }
+    FTPManagerDelegate* delegate() const;
+    void setDelegate(FTPManagerDelegate* delegate);
 
     /// Puts @p data, which is not null but may be empty, into the server's folder as @p fileName, over what is there.
     [[nodiscard]] bool uploadData(const QByteArray& data, const QString& fileName, const FMServer* server);
@@ -127,21 +122,21 @@ public:
     // Where the running operation stands. Its own thread may ask, as in a report of progress, and anybody while nothing
     // runs; the streams are null then.
 
-    const char* buffer() const { return m_buffer.data(); }
+    const char* buffer() const;
     /// The first byte of the buffer that has not been passed on.
-    quint64 bufferOffset() const { return m_bufferOffset; }
+    quint64 bufferOffset() const;
     /// The end of the bytes in it.
-    quint64 bufferLimit() const { return m_bufferLimit; }
+    quint64 bufferLimit() const;
     /// What is being uploaded.
-    UploadSource* fileReader() const { return m_fileReader.get(); }
+    UploadSource* fileReader() const;
     /// Where a download goes.
-    FileOutputStream* fileWriter() const { return m_fileWriter.get(); }
+    FileOutputStream* fileWriter() const;
     /// Of a listing or a download.
-    FTPReadStream* serverReadStream() const { return m_serverReadStream.get(); }
+    FTPReadStream* serverReadStream() const;
     /// Of an upload or a new folder.
-    FTPWriteStream* serverStream() const { return m_serverStream.get(); }
+    FTPWriteStream* serverStream() const;
     /// What has come of a listing.
-    const QByteArray& directoryListingData() const { return m_directoryListingData; }
+    const QByteArray& directoryListingData() const;
 
     /// How far the running upload or download has come. std::nullopt when none runs or its size is 0 or unknown.
     std::optional<FTPManagerProgress> progress() const;
@@ -151,78 +146,16 @@ public:
     void abort();
 
 private:
-    /// The kind of the running operation. Its numbers are fixed.
-    enum class Action : quint32 {
-        Upload = 0,
-        CreateFolder = 1,
-        List = 2,
-        Download = 3,
-        Command = 4, ///< A conversation over a control connection.
-        Ended = 5,
-    };
-    enum class FailureReason : qint32 { None = 0, Read = 1, Write = 2, General = 3, Aborted = 4 };
+    class Q_DECL_HIDDEN Private;
+    friend FTPManager managerOn(FTPStreamFactory& streams);
 
-    static bool _checkFMServer(const FMServer* server);
-    template <typename Result> Result runOnStreams(const FMServer& server, const std::function<Result()>& operation);
+    Q_DECL_HIDDEN explicit FTPManager(std::unique_ptr<Private> implementation);
 
-    // The working operations, on the worker thread.
-    bool _uploadData(const QByteArray& data, const QString& fileName, const FMServer& server);
-    bool _uploadFile(const QUrl& fileURL, const FMServer& server);
-    bool _createNewFolder(const QString& name, const FMServer& server);
-    std::optional<QList<ListingEntry>> _contentsOfServer(const FMServer& server);
-    bool _downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server);
-    bool _ftpActionForServer(const FMServer& server, const QByteArray& command);
-
-    static std::optional<QList<ListingEntry>>
-    _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
-    bool prepare(ControlSocket& socket, const FMServer& server);
-    std::optional<QString> converse(ControlSocket& socket, const QList<QByteArray>& lines);
-    void noteRefusal(const Refusal& refusal);
-    static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
-    static bool _checkAnswers(const QString& text);
-
-    void begin(Action action, quint64 fileSize);
-    void noteRefusedCertificate();
-    void noteUndecided();
-    bool upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server);
-    bool run(FTPStream& stream);
-    std::optional<Action> runningAction() const;
-
-    void handleEvent(FTPStream& stream, FTPStreamEvent event) override;
-    void openCompleted();
-    void hasBytesOfDownload();
-    void hasBytesOfListing();
-    void hasSpace();
-    std::span<const char> pendingBytes() const;
-    void countMoved(quint64 bytes);
-    void reportDownloadProgress();
-    void _streamDidEndWithSuccess(bool success, FailureReason failureReason);
-    void closeStreams();
-
-    const FTPTimeouts m_timeouts;
-    FTPStreamFactory* m_streams = nullptr; ///< Given for good, or made for the operation that runs.
-    FTPManagerDelegate* m_delegate = nullptr;
-
-    /// Guards what other threads reach through abort() and progress().
-    mutable std::mutex m_mutex;
-    Action m_action = Action::Upload;
-    RunLoop* m_currentRunLoop = nullptr; ///< The worker's; set exactly while a transfer runs.
-    quint64 m_fileSize = 0; ///< Of the whole transfer; 0 when unknown.
-    quint64 m_bytesProcessed = 0; ///< In the latest step.
-    quint64 m_fileSizeProcessed = 0;
-    bool m_streamSuccess = false;
-    bool m_refusedCertificate = false;
-    bool m_isUndecided = false;
-    bool m_isCommandAccepted = false;
-    std::optional<Refusal> m_refusal;
-
-    // The worker's own.
-    std::array<char, 32768> m_buffer{};
-    quint64 m_bufferOffset = 0; ///< First byte that has not been passed on.
-    quint64 m_bufferLimit = 0; ///< End of the bytes that have been read.
-    std::unique_ptr<UploadSource> m_fileReader;
-    std::unique_ptr<FileOutputStream> m_fileWriter;
-    std::unique_ptr<FTPReadStream> m_serverReadStream;
-    std::unique_ptr<FTPWriteStream> m_serverStream;
-    QByteArray m_directoryListingData;
+    const std::unique_ptr<Private> m_private;
 };
+
+} // namespace quillbox
+
+#ifndef QUILLBOX_NO_GLOBAL_NAMES
+using quillbox::FTPManager;
+#endif

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace quillbox {
+
 /// How far an upload or a download has come.
 struct FTPManagerProgress {
     quint64 fileSize = 0; ///< Bytes of the whole transfer; never 0.
@@ -14,7 +16,7 @@ struct FTPManagerProgress {
 
 /// Receives progress from an FTPManager, on the worker thread of the running operation, while the operation's caller
 /// waits. Both reports may be left out.
-class FTPManagerDelegate {
+class Q_DECL_EXPORT FTPManagerDelegate {
 public:
     /// A part of the upload has been sent. @p progress is as FTPManager::progress() answers it: std::nullopt for a file
     /// without a byte.
@@ -25,3 +27,10 @@ public:
 protected:
     ~FTPManagerDelegate() = default;
 };
+
+} // namespace quillbox
+
+#ifndef QUILLBOX_NO_GLOBAL_NAMES
+using quillbox::FTPManagerDelegate;
+using quillbox::FTPManagerProgress;
+#endif

@@ -1,16 +1,20 @@
-#include "FTPManager.h"
 #include "FTPManagerLog.h"
+#include "FTPManagerPrivate.h"
 #include "FileOutputStream.h"
 #include "ListingParser.h"
 #include "RunLoop.h"
 #include "UploadSource.h"
 
+#include <QAbstractEventDispatcher>
+
 #include <span>
 #include <utility>
 
+namespace quillbox {
+
 // The transfer engine: one runner, one handler of stream events and one end for all operations on streams.
 
-void FTPManager::begin(Action action, quint64 fileSize)
+void FTPManager::Private::begin(Action action, quint64 fileSize)
 {
     const std::lock_guard lock(m_mutex);
     m_action = action;
@@ -23,56 +27,37 @@ void FTPManager::begin(Action action, quint64 fileSize)
     m_refusal.reset();
 }
 
-void FTPManager::noteRefusal(const Refusal& refusal)
+void FTPManager::Private::noteRefusal(const Refusal& refusal)
 {
     const std::lock_guard lock(m_mutex);
     m_refusal = refusal;
 }
 
-void FTPManager::noteRefusedCertificate()
+void FTPManager::Private::noteRefusedCertificate()
 {
     const std::lock_guard lock(m_mutex);
     m_refusedCertificate = true;
 }
 
-void FTPManager::noteUndecided()
+void FTPManager::Private::noteUndecided()
 {
     const std::lock_guard lock(m_mutex);
     m_isUndecided = true;
 }
 
-bool FTPManager::hasRefusedCertificate() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_refusedCertificate;
-}
-
-bool FTPManager::isUndecided() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_isUndecided;
-}
-
-bool FTPManager::isCommandAccepted() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_isCommandAccepted;
-}
-
-std::optional<FTPManager::Refusal> FTPManager::refusal() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_refusal;
-}
-
-bool FTPManager::run(FTPStream& stream)
+bool FTPManager::Private::run(FTPStream& stream)
 {
     m_bufferOffset = 0;
     m_bufferLimit = 0;
+    if (QAbstractEventDispatcher::instance() == nullptr) { // No descriptor is left for a loop, nor for a connection.
+        qCWarning(ftpManagerLog, "ftp stream failed: general stream error (check credentials?)");
+        return false;
+    }
     RunLoop& loop = RunLoop::current();
     {
         const std::lock_guard lock(m_mutex);
         m_currentRunLoop = &loop;
+        m_streamSuccess = false; // Until its end is told: at the end of the program the loop just stops.
     }
     stream.setDelegate(this);
     stream.open();
@@ -81,10 +66,11 @@ bool FTPManager::run(FTPStream& stream)
     closeStreams();
     // An abort stops the loop under this lock, so that it is done with the loop when the thread goes on to its end.
     const std::lock_guard lock(m_mutex);
+    m_currentRunLoop = nullptr;
     return m_streamSuccess;
 }
 
-void FTPManager::closeStreams()
+void FTPManager::Private::closeStreams()
 {
     if (m_serverStream != nullptr) {
         m_serverStream->setDelegate(nullptr);
@@ -100,7 +86,7 @@ void FTPManager::closeStreams()
     m_fileWriter = nullptr;
 }
 
-void FTPManager::handleEvent(FTPStream& stream, FTPStreamEvent event)
+void FTPManager::Private::handleEvent(FTPStream& stream, FTPStreamEvent event)
 {
     const std::optional<Action> action = runningAction();
     if (!action) {
@@ -149,13 +135,13 @@ void FTPManager::handleEvent(FTPStream& stream, FTPStreamEvent event)
     }
 }
 
-std::optional<FTPManager::Action> FTPManager::runningAction() const
+std::optional<FTPManager::Private::Action> FTPManager::Private::runningAction() const
 {
     const std::lock_guard lock(m_mutex);
     return m_currentRunLoop != nullptr ? std::optional(m_action) : std::nullopt;
 }
 
-void FTPManager::openCompleted()
+void FTPManager::Private::openCompleted()
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -164,7 +150,7 @@ void FTPManager::openCompleted()
     reportDownloadProgress();
 }
 
-void FTPManager::hasBytesOfDownload()
+void FTPManager::Private::hasBytesOfDownload()
 {
     if (m_bufferOffset == m_bufferLimit) {
         const qint64 count = m_serverReadStream->read(m_buffer);
@@ -191,7 +177,7 @@ void FTPManager::hasBytesOfDownload()
     m_bufferOffset += static_cast<quint64>(written);
 }
 
-void FTPManager::hasBytesOfListing()
+void FTPManager::Private::hasBytesOfListing()
 {
     const qint64 count = m_serverReadStream->read(m_buffer);
     if (count < 0) {
@@ -205,7 +191,7 @@ void FTPManager::hasBytesOfListing()
     }
 }
 
-void FTPManager::hasSpace()
+void FTPManager::Private::hasSpace()
 {
     if (m_bufferOffset == m_bufferLimit) {
         const qint64 count = m_fileReader->read(m_buffer);
@@ -232,26 +218,26 @@ void FTPManager::hasSpace()
     }
 }
 
-std::span<const char> FTPManager::pendingBytes() const
+std::span<const char> FTPManager::Private::pendingBytes() const
 {
     return std::span(m_buffer).subspan(m_bufferOffset, m_bufferLimit - m_bufferOffset);
 }
 
-void FTPManager::countMoved(quint64 bytes)
+void FTPManager::Private::countMoved(quint64 bytes)
 {
     const std::lock_guard lock(m_mutex);
     m_bytesProcessed = bytes;
     m_fileSizeProcessed += bytes;
 }
 
-void FTPManager::reportDownloadProgress()
+void FTPManager::Private::reportDownloadProgress()
 {
     if (m_delegate != nullptr) {
         m_delegate->ftpManagerDownloadProgressDidChange(progress());
     }
 }
 
-void FTPManager::_streamDidEndWithSuccess(bool success, FailureReason failureReason)
+void FTPManager::Private::_streamDidEndWithSuccess(bool success, FailureReason failureReason)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -279,7 +265,7 @@ void FTPManager::_streamDidEndWithSuccess(bool success, FailureReason failureRea
     }
 }
 
-std::optional<FTPManagerProgress> FTPManager::progress() const
+std::optional<FTPManagerProgress> FTPManager::Private::progress() const
 {
     const std::lock_guard lock(m_mutex);
     const bool hasProgress = m_action == Action::Upload || m_action == Action::Download;
@@ -292,8 +278,10 @@ std::optional<FTPManagerProgress> FTPManager::progress() const
                                .progress = static_cast<float>(m_fileSizeProcessed) / static_cast<float>(m_fileSize) };
 }
 
-void FTPManager::abort()
+void FTPManager::Private::abort()
 {
     // Aborted operations report success: the caller who aborted knows.
     _streamDidEndWithSuccess(true, FailureReason::Aborted);
 }
+
+} // namespace quillbox

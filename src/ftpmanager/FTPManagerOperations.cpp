@@ -1,14 +1,13 @@
 #include "FTPLocation.h"
-#include "FTPManager.h"
+#include "FTPManagerPrivate.h"
 #include "FTPManagerStrings.h"
-#include "FileOutputStream.h"
 #include "FileURL.h"
 #include "ListingParser.h"
+#include "LocalItem.h"
 #include "LocalPath.h"
 #include "MacRoman.h"
 #include "PathText.h"
 #include "URLText.h"
-#include "UploadSource.h"
 
 #include <QDateTime>
 #include <QUrl>
@@ -18,55 +17,62 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillbox {
+
 // The working operations on streams: each prepares what it needs, makes its stream and runs it to its end.
 
 namespace {
 
-QString baseURL(const FMServer& server)
-{
-    return ftpURLForPort(server.destination(), server.port());
-}
-
-/// The parser reads names as Mac OS Roman although servers send UTF-8: puts the characters right. A name whose bytes
-/// are not UTF-8 is taken away.
-void repairName(ListingEntry& entry)
-{
-    const std::optional<QByteArray> bytes = toMacRoman(entry.name);
-    if (bytes && bytes->isValidUtf8()) {
-        entry.name = QString::fromUtf8(*bytes);
-    } else {
-        entry.name = QString();
+    QString baseURL(const FMServer& server)
+    {
+        return ftpURLForPort(server.destination(), server.port());
     }
-}
 
-/// Hands encryption and login to @p stream. False when that refuses them, or when no stream could be made.
-bool takesLogin(FTPStream* stream, const FMServer& server)
-{
-    if (stream == nullptr || !stream->setEncryption(server.encryption())) {
-        return false;
+    /// The parser reads names as Mac OS Roman although servers send UTF-8: puts the characters right. A name whose
+    /// bytes are not UTF-8 is taken away.
+    void repairName(ListingEntry& entry)
+    {
+        const std::optional<QByteArray> bytes = toMacRoman(entry.name);
+        if (bytes && bytes->isValidUtf8()) {
+            entry.name = QString::fromUtf8(*bytes);
+        } else {
+            entry.name = QString();
+        }
     }
-    stream->setTrustedCertificates(server.trustedFingerprints());
-    return stream->setUserName(server.username()) && stream->setPassword(server.password());
-}
+
+    /// Hands encryption and login to @p stream. False when that refuses them, or when no stream could be made.
+    bool takesLogin(FTPStream* stream, const FMServer& server)
+    {
+        if (stream == nullptr || !stream->setEncryption(server.encryption())) {
+            return false;
+        }
+        stream->setTrustedCertificates(server.trustedFingerprints());
+        return stream->setUserName(server.username()) && stream->setPassword(server.password());
+    }
 
 } // namespace
 
-bool FTPManager::_uploadData(const QByteArray& data, const QString& fileName, const FMServer& server)
+quint64 FTPManager::Private::sizeOfFile(const QUrl& fileURL)
+{
+    return static_cast<quint64>(LocalItem::at(localPath(fileURL)).value_or(LocalItem()).size);
+}
+
+bool FTPManager::Private::_uploadData(const QByteArray& data, const QString& fileName, const FMServer& server)
 {
     begin(Action::Upload, static_cast<quint64>(data.size()));
     return upload(std::make_unique<DataSource>(data), URLText::appendingPathComponent(baseURL(server), fileName),
                   server);
 }
 
-bool FTPManager::_uploadFile(const QUrl& fileURL, const FMServer& server)
+bool FTPManager::Private::_uploadFile(const QUrl& fileURL, const FMServer& server)
 {
-    begin(Action::Upload, fileSizeOf(fileURL));
+    begin(Action::Upload, sizeOfFile(fileURL));
     const QString path = localPath(fileURL);
     const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(path));
     return upload(FileSource::create(path), URLText::appendingPathComponent(baseURL(server), name), server);
 }
 
-bool FTPManager::upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server)
+bool FTPManager::Private::upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server)
 {
     m_fileReader = std::move(source);
     if (m_fileReader == nullptr || location.isNull()) {
@@ -76,7 +82,7 @@ bool FTPManager::upload(std::unique_ptr<UploadSource> source, const QString& loc
     return takesLogin(m_serverStream.get(), server) && run(*m_serverStream);
 }
 
-bool FTPManager::_createNewFolder(const QString& name, const FMServer& server)
+bool FTPManager::Private::_createNewFolder(const QString& name, const FMServer& server)
 {
     begin(Action::CreateFolder, 0);
     const QString location = URLText::appendingPathComponent(baseURL(server), name);
@@ -87,7 +93,7 @@ bool FTPManager::_createNewFolder(const QString& name, const FMServer& server)
     return takesLogin(m_serverStream.get(), server) && run(*m_serverStream);
 }
 
-std::optional<QList<ListingEntry>> FTPManager::_contentsOfServer(const FMServer& server)
+std::optional<QList<ListingEntry>> FTPManager::Private::_contentsOfServer(const FMServer& server)
 {
     begin(Action::List, 0);
     m_directoryListingData = QByteArray();
@@ -105,7 +111,7 @@ std::optional<QList<ListingEntry>> FTPManager::_contentsOfServer(const FMServer&
     return _createListingArrayFromDirectoryListingData(std::exchange(m_directoryListingData, QByteArray()));
 }
 
-bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server)
+bool FTPManager::Private::_downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server)
 {
     begin(Action::Download, 0);
     const QString path = PathText::appendingPathComponent(localPath(directoryURL), fileName);
@@ -134,7 +140,7 @@ bool FTPManager::_downloadFile(const QString& fileName, const QUrl& directoryURL
 }
 
 std::optional<QList<ListingEntry>>
-FTPManager::_createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData)
+FTPManager::Private::_createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData)
 {
     const QDateTime now = QDateTime::currentDateTime();
     QList<ListingEntry> entries;
@@ -155,3 +161,5 @@ FTPManager::_createListingArrayFromDirectoryListingData(const QByteArray& direct
         rest = rest.sliced(parsed.consumed);
     }
 }
+
+} // namespace quillbox

@@ -5,6 +5,8 @@
 
 using namespace Qt::StringLiterals;
 
+namespace quillbox {
+
 QString stringWithoutProtocol(const QString& destination)
 {
     constexpr QLatin1String separator("://");
@@ -54,3 +56,5 @@ QString ftpURLForPort(const QString& destination, qint32 port)
     }
     return URLText::isURLText(location) ? location : QString();
 }
+
+} // namespace quillbox

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace quillbox {
+
 DataSource::DataSource(QByteArray data)
     : m_data(std::move(data))
 {
@@ -27,3 +29,5 @@ FileSource::FileSource(std::unique_ptr<FileInputStream> file)
     : m_file(std::move(file))
 {
 }
+
+} // namespace quillbox

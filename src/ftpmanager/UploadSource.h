@@ -8,6 +8,8 @@
 #include <memory>
 #include <span>
 
+namespace quillbox {
+
 /// What an upload sends: bytes in memory or a local file.
 class UploadSource {
 public:
@@ -46,3 +48,9 @@ private:
 
     std::unique_ptr<FileInputStream> m_file;
 };
+
+} // namespace quillbox
+
+using quillbox::DataSource;
+using quillbox::FileSource;
+using quillbox::UploadSource;

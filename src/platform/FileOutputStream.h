@@ -5,6 +5,8 @@
 
 #include <span>
 
+namespace quillbox {
+
 /// A local file that is written from its beginning. Making the stream always succeeds: a file that cannot be opened
 /// shows when it is written to or closed.
 class FileOutputStream {
@@ -61,3 +63,7 @@ private:
     int m_descriptor = -1;
     bool m_failed = true; ///< Until it is open.
 };
+
+} // namespace quillbox
+
+using quillbox::FileOutputStream;

@@ -28,7 +28,7 @@ void runAfter(int delayMs, QObject& target, const std::function<void()>& block)
 
 RunLoop& RunLoop::current()
 {
-    static QThreadStorage<RunLoop*> loops;
+    static auto& loops = *new QThreadStorage<RunLoop*>; // Also for what ends with the process.
     if (!loops.hasLocalData()) {
         loops.setLocalData(new RunLoop);
     }

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "FileOutputStream.h"
 #include "StreamController.h"
 
 #include <functional>
 #include <span>
 
-class FileOutputStream;
 class UserDefaults;
 
 /// Receives the reports of one FTPGetController, on the thread that started the download.

@@ -1,5 +1,5 @@
 #include "ControlServer.h"
-#include "FTPManager.h"
+#include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
 #include "LogRecorder.h"
 #include "Printers.h"
@@ -52,7 +52,7 @@ protected:
 
     std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
     FakeStreamFactory m_streams;
-    FTPManager m_manager{ m_streams };
+    FTPManager m_manager = managerOn(m_streams);
     LogRecorder m_log;
 };
 
@@ -178,7 +178,7 @@ TEST_F(FTPManagerAbortTest, SixteenManagersRunSideBySide)
             stream.turns = { { EndEncountered } };
         };
         results.push_back(std::async(std::launch::async, [this, &streams] {
-            FTPManager manager(streams);
+            FTPManager manager = managerOn(streams);
             return manager.createNewFolder(u"name"_s, m_server.get());
         }));
     }

@@ -793,10 +793,12 @@ TEST(CarefulConversationTest, AServerThatSaysNothingEndsEveryOperation)
              [](FTPManager&manager, const FMServer*server) { return manager.checkLogin(server); } }) {
         std::promise<void> hasEnded;
         const ControlServer server([&hasEnded](ControlPeer& /*peer*/) { hasEnded.get_future().wait(); });
-        FTPManager manager(timeouts);
+        const auto record = carefulRecordFor(server);
+        record->setTimeouts(timeouts);
+        FTPManager manager;
         const auto start = std::chrono::steady_clock::now();
 
-        EXPECT_FALSE(operation(manager, carefulRecordFor(server).get()));
+        EXPECT_FALSE(operation(manager, record.get()));
 
         EXPECT_LT(std::chrono::steady_clock::now() - start, timeouts.reply / 2);
         hasEnded.set_value();

@@ -1,4 +1,4 @@
-#include "FTPManager.h"
+#include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
 #include "FaultyFileCalls.h"
 #include "FileSizeLimit.h"
@@ -81,7 +81,7 @@ protected:
     std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
     FakeStreamFactory m_streams;
     RecordingDelegate m_delegate;
-    FTPManager m_manager{ m_streams };
+    FTPManager m_manager = managerOn(m_streams);
     LogRecorder m_log;
 };
 

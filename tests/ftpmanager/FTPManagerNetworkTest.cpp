@@ -60,6 +60,15 @@ TEST_F(FTPManagerNetworkTest, LineEndsInALoginAreNotSentByTransfers)
     EXPECT_EQ(m_log.lines(), QStringList{ generalFailure });
 }
 
+TEST_F(FTPManagerNetworkTest, WithoutADescriptorATransferFails)
+{
+    const NoDescriptorLeft none;
+
+    EXPECT_FALSE(FTPManager().contentsOfServer(m_record.get()));
+
+    EXPECT_EQ(m_log.lines(), QStringList{ generalFailure });
+}
+
 TEST_F(FTPManagerNetworkTest, NothingOfATransferStaysBehind)
 {
     const QTemporaryDir directory;

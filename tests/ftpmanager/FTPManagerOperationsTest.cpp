@@ -1,4 +1,4 @@
-#include "FTPManager.h"
+#include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
 #include "FileOfBytes.h"
 #include "FileURL.h"
@@ -72,7 +72,7 @@ protected:
     QTemporaryDir m_directory;
     std::shared_ptr<FMServer> m_server = FMServer::serverWithDestination(u"host/dir"_s, u"user"_s, u"word"_s);
     FakeStreamFactory m_streams;
-    FTPManager m_manager{ m_streams };
+    FTPManager m_manager = managerOn(m_streams);
 };
 
 TEST_F(FTPManagerOperationsTest, NoRecordIsRefusedByEveryOperation)

@@ -1,7 +1,7 @@
 // On which threads operations run, and where they report.
 
 #include "ControlServer.h"
-#include "FTPManager.h"
+#include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
 #include "LogRecorder.h"
 
@@ -91,7 +91,7 @@ protected:
     QTemporaryDir m_directory;
     std::shared_ptr<FMServer> m_record = FMServer::serverWithDestination(u"127.0.0.1"_s, u"user"_s, u"word"_s);
     FakeStreamFactory m_streams;
-    FTPManager m_manager{ m_streams };
+    FTPManager m_manager = managerOn(m_streams);
     LogRecorder m_log;
 };
 

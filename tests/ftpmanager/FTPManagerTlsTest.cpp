@@ -1,7 +1,7 @@
 // Operations with a record that requires encryption.
 
 #include "ControlServer.h"
-#include "FTPManager.h"
+#include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
 #include "FaultySocketCalls.h"
 #include "LogRecorder.h"
@@ -171,7 +171,7 @@ TEST_F(FTPManagerTlsTest, WhyAnOperationFailedIsToldOfTheLatestOneAlone)
 {
     FakeStreamFactory streams;
     const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
-    FTPManager manager(streams);
+    FTPManager manager = managerOn(streams);
     EXPECT_FALSE(manager.hasRefusedCertificate());
 
     streams.next.error.domain = FTPStreamError::Domain::Certificate;
@@ -214,7 +214,8 @@ TEST_F(FTPManagerTlsTest, AServerThatIsSilentBeforeTheConversationEndsItAndLeave
             const auto record = recordFor(server);
             record->setCareful(isCareful);
             record->setTimeLimit(isCareful ? 0ms : 50ms); // A careful one needs none.
-            FTPManager manager(timeouts);
+            record->setTimeouts(timeouts);
+            FTPManager manager;
 
             EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, record.get()));
 
@@ -229,20 +230,20 @@ TEST_F(FTPManagerTlsTest, StreamsAreToldWhatTheRecordSays)
     FakeStreamFactory streams;
     streams.next.turns = { { FTPStreamEvent::EndEncountered } };
     const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
-    EXPECT_TRUE(FTPManager(streams).createNewFolder(u"a"_s, record.get()));
+    EXPECT_TRUE(managerOn(streams).createNewFolder(u"a"_s, record.get()));
     EXPECT_EQ(streams.last().encryption, FTPEncryption::None);
 
     record->setEncryption(FTPEncryption::Required);
     record->setTrustedFingerprints({ "fingerprint" });
     streams.next.turns = { { FTPStreamEvent::EndEncountered } };
-    EXPECT_TRUE(FTPManager(streams).createNewFolder(u"a"_s, record.get()));
+    EXPECT_TRUE(managerOn(streams).createNewFolder(u"a"_s, record.get()));
     EXPECT_EQ(streams.last().encryption, FTPEncryption::Required);
     EXPECT_EQ(streams.last().trustedCertificates, QList<QByteArray>{ "fingerprint" });
 
     FakeStreamFactory refusing;
     refusing.next.refusesEncryption = true;
     const QTemporaryDir folder;
-    FTPManager manager(refusing);
+    FTPManager manager = managerOn(refusing);
     EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
     EXPECT_FALSE(manager.uploadData("x", u"a"_s, record.get()));
     EXPECT_FALSE(manager.contentsOfServer(record.get()));

@@ -17,8 +17,16 @@ ENTRIES = [
     "share/nemo/actions/quillbox.nemo_action",
 ]
 EDGES = [16, 22, 24, 32, 48, 64, 128, 256]
+LIBRARY = [
+    *[f"include/quillbox/{name}.h" for name in ("FMServer", "FMThread", "FTPEncryption", "FTPManager", "FTPManagerDelegate",
+                                                "FTPManagerStrings", "FTPTimeouts", "ListingEntry", "Version")],
+    *[f"lib/cmake/QuillboxFTP/QuillboxFTP{name}.cmake" for name in ("Config", "ConfigVersion", "Targets", "Targets-debug")],
+    *[f"lib/libquillboxftp.so{number}" for number in ("", ".0", ".0.1.0")],
+    "lib/pkgconfig/quillboxftp.pc",
+]
 EXPECTED = sorted(
     [
+        *LIBRARY,
         "bin/Quillbox",
         "bin/quillbox",
         *ENTRIES,
@@ -39,6 +47,8 @@ class Install(unittest.TestCase):
         cls._folder = tempfile.TemporaryDirectory(prefix="quillbox install ")
         cls.addClassCleanup(cls._folder.cleanup)
         cls.prefix = os.path.join(cls._folder.name, "prefix")
+        # As after a build of the program alone.
+        os.remove(os.path.join(os.environ["BUILD_FOLDER"], "packaging", "quillbox.1.gz"))
         words = [os.environ.get("CMAKE", "cmake"), "--install", os.environ["BUILD_FOLDER"], "--prefix", cls.prefix]
         subprocess.run(words, check=True, stdout=subprocess.DEVNULL)
 

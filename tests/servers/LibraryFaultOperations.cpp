@@ -18,7 +18,8 @@ public:
 
     QString perform(Operation operation, quint16 port, bool hasShortTimeouts) override
     {
-        FTPManager manager(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
+        FTPManager manager;
+        m_record->setTimeouts(hasShortTimeouts ? shortTimeouts() : usualTimeouts());
         m_record->setPort(port);
         const LogRecorder log;
         const QString answer = isDone(manager, operation) ? u"true"_s : u"false"_s;

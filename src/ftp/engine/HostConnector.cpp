@@ -1,10 +1,11 @@
 #include "HostConnector.h"
 
+#include "BesideLoop.h"
 #include "FTPLog.h"
+#include "HostLookup.h"
 #include "SocketAddress.h"
 #include "SocketCalls.h"
 
-#include <QHostInfo>
 #include <QNetworkProxy>
 #include <QPointer>
 
@@ -70,9 +71,6 @@ HostConnector::HostConnector(QString host, quint16 port, const QHostAddress& pre
 
 HostConnector::~HostConnector()
 {
-    if (m_lookup >= 0) {
-        QHostInfo::abortHostLookup(m_lookup);
-    }
     dropAttempts();
 }
 
@@ -80,18 +78,19 @@ void HostConnector::start()
 {
     const QHostAddress address(m_host);
     if (address.isNull()) {
-        m_lookup = QHostInfo::lookupHost(m_host, this, &HostConnector::resolved);
+        const auto found = std::make_shared<QList<QHostAddress>>();
+        runBesideLoop([found, host = m_host] { *found = addressesOfHost(host); }, this,
+                      [this, found] { resolved(*found); });
     } else {
         m_addresses = { address };
         QMetaObject::invokeMethod(this, &HostConnector::tryNext, Qt::QueuedConnection);
     }
 }
 
-void HostConnector::resolved(const QHostInfo& found)
+void HostConnector::resolved(const QList<QHostAddress>& found)
 {
-    m_lookup = -1;
-    m_isHostKnown = !found.addresses().isEmpty();
-    m_addresses = inOrderOfAttempts(found.addresses(), m_preferred);
+    m_isHostKnown = !found.isEmpty();
+    m_addresses = inOrderOfAttempts(found, m_preferred);
     tryNext();
 }
 

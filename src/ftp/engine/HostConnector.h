@@ -10,8 +10,6 @@
 #include <memory>
 #include <vector>
 
-class QHostInfo;
-
 /// Connects to a host by whichever of its addresses answers first (RFC 8305): the next one is tried when one has
 /// failed, or has said nothing for 250 ms; the families take turns, IPv6 first. Without a limit of its own: whoever
 /// waits for it gives up by destroying it.
@@ -42,7 +40,7 @@ signals:
     void failed();
 
 private:
-    void resolved(const QHostInfo& found);
+    void resolved(const QList<QHostAddress>& found);
     void tryNext();
     void attemptSucceeded(QTcpSocket* socket);
     void attemptFailed(QTcpSocket* socket);
@@ -51,7 +49,6 @@ private:
     QString m_host;
     quint16 m_port;
     QHostAddress m_preferred; ///< Null: none.
-    int m_lookup = -1; ///< The number of the look-up that is under way; -1: none.
     QList<QHostAddress> m_addresses; ///< That have not been tried.
     std::vector<std::unique_ptr<QTcpSocket>> m_attempts;
     bool m_isHostKnown = true;

@@ -1,8 +1,9 @@
 #include "SystemCertificates.h"
 
+#include "BesideLoop.h"
+
 #include <QByteArray>
 #include <QObject>
-#include <QPointer>
 
 #include <future>
 #include <map>
@@ -68,11 +69,5 @@ void SystemCertificates::whenReady(QObject* context, std::function<void()> whenR
         QMetaObject::invokeMethod(context, std::move(whenReady), Qt::QueuedConnection);
         return;
     }
-    // The waiting thread must not touch the context, which may be gone: it wakes an object that only the loop destroys.
-    auto* const bell = new QObject;
-    QObject::connect(bell, &QObject::destroyed, context, std::move(whenReady), Qt::QueuedConnection);
-    std::thread([store, bell] {
-        store.wait();
-        bell->deleteLater();
-    }).detach();
+    runBesideLoop([store] { store.wait(); }, context, whenReady);
 }

@@ -1,0 +1,151 @@
+// Small programs of other people on the shared library, by the name of what they do:
+//   programs NAME PORT USER PASSWORD FOLDER
+// They know the public headers alone, have no application object unless their name says so, and end with 0 when all is
+// as it should be.
+
+#include <QCoreApplication>
+#include <quillbox/FTPManager.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Never destroyed: the program may end while threads use them.
+auto& theServer = *new std::shared_ptr<FMServer>;
+auto& theFolder = *new QString;
+
+/// Every kind of operation, on names that begin with @p name; whether all have worked.
+bool works(const QString& name)
+{
+    FTPManager manager;
+    const FMServer* const server = theServer.get();
+    const QString file = name + u".txt"_s;
+    if (!manager.checkLogin(server) || !manager.uploadData(file.toUtf8(), file, server)
+        || !manager.createNewFolder(name, server)) {
+        return false;
+    }
+    const auto entries = manager.contentsOfServer(server);
+    if (!entries || entries->size() < 2 || !manager.downloadFile(file, QUrl::fromLocalFile(theFolder), server)) {
+        return false;
+    }
+    const bool hasCome = manager.fileSizeOf(QUrl::fromLocalFile(theFolder + u'/' + file)) == quint64(file.size());
+    return hasCome && manager.deleteFileNamed(file, server) && manager.deleteFileNamed(name, server);
+}
+
+int plain()
+{
+    return works(u"plain"_s) ? 0 : 1;
+}
+
+int besideAnApplication()
+{
+    int count = 1;
+    char name[] = "programs";
+    char* words[] = { name, nullptr };
+    const bool before = works(u"before"_s);
+    bool meanwhile = false;
+    {
+        const QCoreApplication application(count, words);
+        meanwhile = works(u"meanwhile"_s);
+    }
+    return before && meanwhile && works(u"afterwards"_s) ? 0 : 1;
+}
+
+int severalAtOnce()
+{
+    std::atomic<int> good = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([i, &good] { good += works(u"thread%1"_s.arg(i)) ? 1 : 0; });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return good == 8 ? 0 : 1;
+}
+
+int afterAFork()
+{
+    const pid_t child = ::fork();
+    const bool isGood = works(child == 0 ? u"child"_s : u"parent"_s);
+    if (child == 0) {
+        std::exit(isGood ? 0 : 1);
+    }
+    int status = 0;
+    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0 && isGood ? 0 : 1;
+}
+
+/// Works when the program ends. It has its manager from before, or makes it too late.
+struct LateWorker {
+    explicit LateWorker(std::unique_ptr<FTPManager> ready)
+        : manager(std::move(ready))
+        , mayWork(manager != nullptr)
+    {
+    }
+    LateWorker(const LateWorker&) = delete;
+    LateWorker& operator=(const LateWorker&) = delete;
+    ~LateWorker()
+    {
+        if (works(u"late"_s) != mayWork) {
+            ::_exit(1);
+        }
+    }
+
+    std::unique_ptr<FTPManager> manager;
+    bool mayWork;
+};
+
+int inAStaticDestructor()
+{
+    static const LateWorker worker(std::make_unique<FTPManager>());
+    return works(u"early"_s) ? 0 : 1;
+}
+
+int tooLate()
+{
+    static const LateWorker worker(nullptr);
+    return works(u"early"_s) ? 0 : 1;
+}
+
+/// Ends while operations are under way.
+int exitMeanwhile()
+{
+    for (int i = 0; i < 4; ++i) {
+        std::thread([i] {
+            while (works(u"busy%1"_s.arg(i))) { }
+        }).detach();
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::rand() % 60));
+    std::exit(0);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 6) {
+        return 2;
+    }
+    theServer = FMServer::serverWithDestination(u"127.0.0.1"_s, QString::fromUtf8(argv[3]), QString::fromUtf8(argv[4]));
+    theServer->setPort(QByteArray(argv[2]).toInt());
+    theFolder = QString::fromUtf8(argv[5]);
+    const std::string name = argv[1];
+    ::srand(static_cast<unsigned>(::getpid()));
+    return name == "plain"              ? plain()
+        : name == "besideAnApplication" ? besideAnApplication()
+        : name == "severalAtOnce"       ? severalAtOnce()
+        : name == "afterAFork"          ? afterAFork()
+        : name == "inAStaticDestructor" ? inAStaticDestructor()
+        : name == "tooLate"             ? tooLate()
+        : name == "exitMeanwhile"       ? exitMeanwhile()
+                                        : 2;
+}

@@ -1,0 +1,56 @@
+"""Programs without Qt's application object, and beside one, on a real server."""
+
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SERVERS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers")
+
+
+class Programs(unittest.TestCase):
+    def setUp(self):
+        self.root = self.enterContext(tempfile.TemporaryDirectory())
+        self.folder = self.enterContext(tempfile.TemporaryDirectory())
+        words = [sys.executable, "-B", os.path.join(SERVERS, "real_server.py"), "pyftpdlib", self.root]
+        server = self.enterContext(
+            subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        )
+        _, self.port, _, self.user, _, self.password = server.stdout.readline().split()
+
+    def run_program(self, name):
+        """What it has ended with, and what it has said; nobody asked it to say anything."""
+        words = [os.environ["PROGRAMS"], name, self.port, self.user, self.password, self.folder]
+        done = subprocess.run(words, capture_output=True, text=True, timeout=60)
+        return done.returncode, done.stderr
+
+    def check(self, name):
+        self.assertEqual(self.run_program(name), (0, ""))
+        self.assertEqual(os.listdir(self.root), [])
+
+    def test_every_operation_works_without_an_application_object(self):
+        self.check("plain")
+
+    def test_and_before_beside_and_after_one(self):
+        self.check("besideAnApplication")
+
+    def test_in_several_threads_at_once(self):
+        self.check("severalAtOnce")
+
+    def test_in_both_processes_after_a_fork(self):
+        self.check("afterAFork")
+
+    def test_in_the_destructor_of_a_static_object_that_has_a_manager(self):
+        self.check("inAStaticDestructor")
+
+    def test_and_fails_there_when_the_manager_is_younger_than_they(self):
+        self.assertEqual(self.run_program("tooLate")[0], 0)
+
+    def test_a_program_may_end_in_the_midst_of_operations(self):
+        for _ in range(20):
+            self.assertEqual(self.run_program("exitMeanwhile")[0], 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
