@@ -5,7 +5,6 @@
 #include "CopiesWindow.h"
 #include "DestinationSettings.h"
 #include "LightAppearance.h"
-#include "MessageBoxTexts.h"
 #include "PathText.h"
 #include "ProgramCopies.h"
 #include "RunLoop.h"
@@ -227,18 +226,17 @@ void AppDelegate::goToWebsite()
 }
 
 void AppDelegate::doAlert(const QString& message, const QString& added, QWidget* parentWindow,
-                          QMessageBox::Icon alertStyle)
+                          AlertDialog::Style alertStyle)
 {
     QApplication::beep();
     if (parentWindow != nullptr) {
         SheetQueue::of(*parentWindow).raise({ .title = message, .text = added });
         return;
     }
-    QMessageBox box;
-    box.setWindowModality(Qt::ApplicationModal);
-    box.setIcon(alertStyle); // Kept: the style counts only here.
-    setPlainTexts(box, message, added);
-    box.exec();
+    AlertDialog alert(message, added);
+    alert.setWindowModality(Qt::ApplicationModal);
+    alert.setAlertStyle(alertStyle); // Kept: the style counts only here.
+    alert.exec();
 }
 
 void AppDelegate::defaultsDidChangeHandler()

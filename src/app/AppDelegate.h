@@ -1,10 +1,10 @@
 #pragma once
 
+#include "AlertDialog.h"
 #include "PathList.h"
 #include "SessionEnd.h"
 
 #include <QFileSystemWatcher>
-#include <QMessageBox>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -67,7 +67,7 @@ public:
     void goToWebsite();
     /// Beeps and shows @p message with @p added text: as a sheet on @p parentWindow, or without one as a modal dialog
     /// of the given style.
-    void doAlert(const QString& message, const QString& added, QWidget* parentWindow, QMessageBox::Icon alertStyle);
+    void doAlert(const QString& message, const QString& added, QWidget* parentWindow, AlertDialog::Style alertStyle);
 
     // Services that no step of the lifecycle uses.
 

@@ -274,22 +274,22 @@ TEST_F(AppDelegateTest, AnAlertBeepsAndIsASheetWithAWindowAndADialogWithoutOne)
 {
     const Beeps beeps;
     showInFront(m_controller->window());
-    m_delegate.doAlert(u"Title"_s, u"50 % of \"%1\""_s, &m_controller->window(), QMessageBox::Critical);
+    m_delegate.doAlert(u"Title"_s, u"50 % of \"%1\""_s, &m_controller->window(), AlertDialog::Style::Critical);
     EXPECT_EQ(beeps.count(), 1);
     EXPECT_EQ(shownSheets(), QStringList{ u"Title: 50 % of \"%1\""_s });
     EXPECT_EQ(QApplication::activeModalWidget()->windowModality(), Qt::WindowModal);
     answerSheet();
     ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
 
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    AlertDialog::Style style = AlertDialog::Style::Warning;
     Qt::WindowModality modality = Qt::NonModal;
     bool isPlain = true;
     QStringList texts;
     QTimer answer;
-    QObject::connect(&answer, &QTimer::timeout, &answer, [&icon, &modality, &isPlain, &texts] {
-        if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+    QObject::connect(&answer, &QTimer::timeout, &answer, [&style, &modality, &isPlain, &texts] {
+        if (auto* const box = qobject_cast<AlertDialog*>(QApplication::activeModalWidget())) {
             texts = shownSheets();
-            icon = box->icon();
+            style = box->alertStyle();
             modality = box->windowModality();
             for (const QLabel* label : box->findChildren<QLabel*>()) {
                 isPlain = isPlain && (label->text().isEmpty() || label->textFormat() == Qt::PlainText);
@@ -298,10 +298,10 @@ TEST_F(AppDelegateTest, AnAlertBeepsAndIsASheetWithAWindowAndADialogWithoutOne)
         }
     });
     answer.start(5);
-    m_delegate.doAlert(u"Title"_s, u"<b>text</b>"_s, nullptr, QMessageBox::Critical);
+    m_delegate.doAlert(u"Title"_s, u"<b>text</b>"_s, nullptr, AlertDialog::Style::Critical);
     EXPECT_EQ(texts, QStringList{ u"Title: <b>text</b>"_s });
     EXPECT_TRUE(isPlain);
-    EXPECT_EQ(icon, QMessageBox::Critical);
+    EXPECT_EQ(style, AlertDialog::Style::Critical);
     EXPECT_EQ(modality, Qt::ApplicationModal);
     EXPECT_EQ(beeps.count(), 2);
 }
@@ -435,7 +435,7 @@ TEST_F(AppDelegateTest, QuittingAsksWhileFilesWaitAndCancelIsTheDefault)
 
     EXPECT_TRUE(m_controller->window().isVisible());
     EXPECT_EQ(shownSheets(), QStringList{ u"Quit Quillbox?: 2 files are waiting, and would not be uploaded."_s });
-    auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    auto* const sheet = m_controller->window().findChild<AlertDialog*>();
     EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
     EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
 }

@@ -265,7 +265,7 @@ TEST_F(CopiesWindowTest, RemovingAsksFirstAndCancelKeepsTheCopy)
     QTest::keyClick(&table(), Qt::Key_Delete);
 
     EXPECT_EQ(shownSheets(), QStringList{ u"Remove Copy: "_s + CopyText::removalQuestion(u"Scans"_s) });
-    auto* const sheet = m_window->findChild<QMessageBox*>();
+    auto* const sheet = m_window->findChild<AlertDialog*>();
     ASSERT_NE(sheet, nullptr);
     EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
     EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);

@@ -3,7 +3,6 @@
 #include "PreferencesController.h"
 #include "ViewControllerTest.h"
 
-#include <QMessageBox>
 #include <QMimeData>
 #include <QSignalSpy>
 
@@ -67,7 +66,7 @@ protected:
     QStringList sheetWords() const
     {
         QStringList words;
-        for (const QMessageBox* sheet : m_controller->window().findChildren<QMessageBox*>()) {
+        for (const AlertDialog* sheet : m_controller->window().findChildren<AlertDialog*>()) {
             for (const QLabel* label : sheet->findChildren<QLabel*>()) {
                 words.append(sheet->isVisible() ? QStringList(label->text()) : QStringList());
             }

@@ -11,7 +11,6 @@
 #include <QClipboard>
 #include <QHeaderView>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QStandardPaths>
@@ -393,7 +392,7 @@ TEST_F(LedgerWindowTest, ClearingAsksAndLeavesWhatWaits)
     m_controller->history().filesQueued({ u"/mine"_s });
     ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"mine"_s }));
     part<QPushButton>("clearHistoryButton").click();
-    auto* const sheet = window.findChild<QMessageBox*>();
+    auto* const sheet = window.findChild<AlertDialog*>();
     ASSERT_NE(sheet, nullptr);
     for (QAbstractButton* const button : sheet->buttons()) {
         if (button->text() == u"Clear"_s) {

@@ -10,7 +10,6 @@
 #include <QAction>
 #include <QDesktopServices>
 #include <QDir>
-#include <QMessageBox>
 #include <QScopeGuard>
 #include <QTest>
 
@@ -280,7 +279,7 @@ TEST_F(ItemActionsTest, DeletingAsksFirstAndCancelIsTheDefault)
     button("deleteButton").click();
 
     EXPECT_EQ(shownSheets(), QStringList{ u"Delete Item: Are you sure you want to delete \"folder\"?"_s });
-    auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    auto* const sheet = m_controller->window().findChild<AlertDialog*>();
     ASSERT_NE(sheet, nullptr);
     EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
     QTest::keyClick(sheet, Qt::Key_Return);
@@ -338,7 +337,7 @@ TEST_F(ItemActionsTest, TheServersWordsForARefusalAreInTheDetails)
 
     m_controller->items().deleteFile(u"old"_s);
 
-    const auto* const sheet = m_controller->window().findChild<QMessageBox*>();
+    const auto* const sheet = m_controller->window().findChild<AlertDialog*>();
     ASSERT_NE(sheet, nullptr);
     QStringList words;
     for (const QLabel* label : sheet->findChildren<QLabel*>()) {

@@ -7,8 +7,9 @@
 #include "UserDefaults.h"
 #include "WaitFor.h"
 
+#include <QDialog>
 #include <QFile>
-#include <QInputDialog>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
@@ -58,12 +59,13 @@ protected:
     void answerPrompt(const QString& text)
     {
         QObject::connect(&m_promptTimer, &QTimer::timeout, &m_promptTimer, [this, text] {
-            if (auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+            if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+                auto* const field = dialog->findChild<QLineEdit*>();
                 m_promptTimer.stop();
                 m_promptTimer.disconnect();
-                m_prompt = dialog->labelText();
-                m_promptDefault = dialog->textValue();
-                dialog->setTextValue(text);
+                m_prompt = dialog->windowTitle();
+                m_promptDefault = field->text();
+                field->setText(text);
                 dialog->done(text.isNull() ? QDialog::Rejected : QDialog::Accepted);
             }
         });

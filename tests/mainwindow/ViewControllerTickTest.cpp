@@ -4,7 +4,7 @@
 #include "ViewControllerTest.h"
 #include "WidgetEvents.h"
 
-#include <QInputDialog>
+#include <QDialog>
 #include <QMenu>
 #include <QTimer>
 
@@ -135,7 +135,7 @@ TEST_F(ViewControllerTickTest, NothingMovesWhileAQuestionIsOpenAndAllGoesOnAfter
     qsizetype uploads = -1;
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, &look, [&, this] {
-        auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget());
+        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
         if (dialog != nullptr && QDateTime::currentSecsSinceEpoch() > second + 1) {
             shownLater = date();
             wasSuspended = RunLoop::current().isSuspended();

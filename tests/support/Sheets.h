@@ -1,9 +1,9 @@
 #pragma once
 
+#include "AlertDialog.h"
 #include "WaitFor.h"
 
 #include <QApplication>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QStringList>
 
@@ -17,12 +17,12 @@ inline void showInFront(QWidget& window)
     EXPECT_TRUE(waitFor([&window] { return window.isActiveWindow(); }));
 }
 
-/// The message boxes that show.
-inline QList<QMessageBox*> shownBoxes()
+/// The alerts that show.
+inline QList<AlertDialog*> shownBoxes()
 {
-    QList<QMessageBox*> boxes;
+    QList<AlertDialog*> boxes;
     for (QWidget* window : QApplication::topLevelWidgets()) {
-        auto* const box = qobject_cast<QMessageBox*>(window);
+        auto* const box = qobject_cast<AlertDialog*>(window);
         if (box != nullptr && box->isVisible()) {
             boxes.append(box);
         }
@@ -34,16 +34,16 @@ inline QList<QMessageBox*> shownBoxes()
 inline QStringList shownSheets()
 {
     QStringList sheets;
-    for (const QMessageBox* box : shownBoxes()) {
-        sheets.append(box->text() + QStringLiteral(": ") + box->informativeText());
+    for (const AlertDialog* box : shownBoxes()) {
+        sheets.append(box->title() + QStringLiteral(": ") + box->text());
     }
     return sheets;
 }
 
-/// Presses @p button of the message box that shows.
+/// Presses @p button of the alert that shows.
 inline void answerSheet(const QString& button = QStringLiteral("OK"))
 {
-    for (const QMessageBox* box : shownBoxes()) {
+    for (const AlertDialog* box : shownBoxes()) {
         for (QAbstractButton* candidate : box->buttons()) {
             if (candidate->text() == button) {
                 candidate->click();

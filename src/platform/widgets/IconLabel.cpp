@@ -8,9 +8,15 @@ void IconLabel::setIcon(const QIcon& icon)
     update();
 }
 
+void IconLabel::setSide(int side)
+{
+    m_side = side;
+    updateGeometry();
+}
+
 QSize IconLabel::sizeHint() const
 {
-    const int side = qMax(16, fontMetrics().height()); // In device-independent pixels.
+    const int side = qMax(m_side, fontMetrics().height());
     return { side, side };
 }
 

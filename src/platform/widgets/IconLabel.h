@@ -13,6 +13,8 @@ public:
 
     void setIcon(const QIcon& icon);
     const QIcon& icon() const { return m_icon; }
+    /// In device-independent pixels, in place of the height of a line; or that where it is more.
+    void setSide(int side);
 
     QSize minimumSizeHint() const override { return sizeHint(); }
     QSize sizeHint() const override;
@@ -22,4 +24,5 @@ protected:
 
 private:
     QIcon m_icon;
+    int m_side = 16;
 };

@@ -1,13 +1,10 @@
 #include "SheetQueue.h"
 
-#include "MessageBoxTexts.h"
+#include "AlertDialog.h"
 #include "MissedKeyboard.h"
 #include "RunLoop.h"
-#include "SheetDetails.h"
 
-#include <QAbstractButton>
 #include <QEvent>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QWidget>
 
@@ -43,10 +40,10 @@ SheetQueue::SheetQueue(QWidget& window)
 
 bool SheetQueue::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::WindowActivate && m_box != nullptr && !m_box->isModal()) {
-        m_box->hide(); // Its modality counts when it is shown.
-        m_box->setAttribute(Qt::WA_ShowWithoutActivating, false);
-        m_box->open();
+    if (event->type() == QEvent::WindowActivate && m_alert != nullptr && !m_alert->isModal()) {
+        m_alert->hide(); // Its modality counts when it is shown.
+        m_alert->setAttribute(Qt::WA_ShowWithoutActivating, false);
+        m_alert->open();
     }
     return QObject::eventFilter(watched, event);
 }
@@ -79,38 +76,30 @@ void SheetQueue::showNext()
         return;
     }
     const Sheet& sheet = m_sheets.first();
-    auto* const box = new QMessageBox(&m_window);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIcon(QMessageBox::Warning);
-    setPlainTexts(*box, sheet.title, sheet.text);
-    QPushButton* const defaultButton = box->addButton(sheet.defaultButton, QMessageBox::RejectRole);
-    box->setDefaultButton(defaultButton);
-    box->setEscapeButton(defaultButton);
+    auto* const alert = new AlertDialog(sheet.title, sheet.text, &m_window);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->defaultButton()->setText(sheet.defaultButton);
     if (!sheet.alternateButton.isEmpty()) {
-        box->addButton(sheet.alternateButton, QMessageBox::DestructiveRole);
+        alert->addAlternateButton(sheet.alternateButton);
     }
     if (!sheet.details.isEmpty()) {
-        addSheetDetails(*box, sheet.details);
+        alert->addDetails(sheet.details);
     }
-    connect(box, &QMessageBox::finished, this, [this, box] { finished(*box); });
-    m_box = box;
+    connect(alert, &QDialog::finished, this, [this](int result) { finished(result == QDialog::Accepted); });
+    m_alert = alert;
     if (m_window.isActiveWindow()) {
-        box->open();
+        alert->open();
     } else {
         // Who types in another window goes on there: a modal window would ask for the keyboard, whatever is set here.
-        box->setAttribute(Qt::WA_ShowWithoutActivating);
-        box->setModal(false);
-        box->show();
+        alert->setAttribute(Qt::WA_ShowWithoutActivating);
+        alert->setModal(false);
+        alert->show();
     }
 }
 
-void SheetQueue::finished(const QMessageBox& box)
+void SheetQueue::finished(bool isAlternate)
 {
     const Sheet sheet = m_sheets.takeFirst();
-    const QAbstractButton* const pressed = box.clickedButton();
-    const bool isAlternate = pressed != nullptr
-        && box.buttonRole(const_cast<QAbstractButton*>(pressed))
-            == QMessageBox::DestructiveRole; // The query takes a button that it does not change.
     if (!m_sheets.isEmpty()) {
         showNextSoon();
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SheetDetail.h"
+
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -7,17 +9,8 @@
 
 #include <functional>
 
-class QMessageBox;
+class AlertDialog;
 class QWidget;
-
-/// A line of facts below the text of a sheet.
-struct SheetDetail {
-    QString name; ///< Such as "Issued to".
-    QString value; ///< Shortened when it is long, unless it is a code.
-    bool isCode = false; ///< To be compared or copied letter by letter; it may have several lines.
-
-    bool operator==(const SheetDetail&) const = default;
-};
 
 /// A question or a message that belongs to one window.
 struct Sheet {
@@ -50,9 +43,9 @@ private:
     explicit SheetQueue(QWidget& window);
     void showNext();
     void showNextSoon();
-    void finished(const QMessageBox& box);
+    void finished(bool isAlternate);
 
     QWidget& m_window;
-    QPointer<QMessageBox> m_box; ///< The sheet that shows.
+    QPointer<AlertDialog> m_alert; ///< The sheet that shows.
     QList<Sheet> m_sheets; ///< The first one is showing, or waits for a dialog.
 };

@@ -36,7 +36,7 @@ protected:
             m_answer = isTrusted;
         });
     }
-    static QMessageBox& box() { return *shownBoxes().first(); }
+    static AlertDialog& box() { return *shownBoxes().first(); }
     /// The value of a line of the sheet.
     static const QLabel* detail(const QString& name)
     {

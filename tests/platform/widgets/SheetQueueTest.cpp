@@ -133,31 +133,6 @@ TEST_F(SheetQueueTest, EqualTextsWithOtherDetailsAreNotMerged)
     answerSheet();
 }
 
-TEST_F(SheetQueueTest, TextsAreNeverTakenAsMarkup)
-{
-    raise(u"<b>bold</b>"_s, u"<img src='x'>"_s);
-
-    for (const QWidget* window : QApplication::topLevelWidgets()) {
-        if (const auto* const box = qobject_cast<const QMessageBox*>(window)) {
-            for (const QLabel* label : box->findChildren<QLabel*>()) {
-                EXPECT_TRUE(label->text().isEmpty() || label->textFormat() == Qt::PlainText)
-                    << label->text().toStdString();
-            }
-        }
-    }
-    answerSheet();
-}
-
-TEST_F(SheetQueueTest, ALongTextBelowAShortTitleIsBrokenIntoLinesOfAComfortableWidth)
-{
-    raise(u"one"_s, u"word "_s.repeated(200));
-
-    const auto& label = *QApplication::activeModalWidget()->findChild<QLabel*>(u"qt_msgbox_informativelabel"_s);
-    EXPECT_GE(label.minimumWidth(), 360);
-    EXPECT_LT(label.width(), 720);
-    answerSheet();
-}
-
 TEST_F(SheetQueueTest, ASheetsWindowIsNamedAfterItsTitle)
 {
     raise(u"one"_s);

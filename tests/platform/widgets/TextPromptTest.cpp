@@ -4,7 +4,7 @@
 #include "Printers.h"
 
 #include <QApplication>
-#include <QInputDialog>
+#include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTest>
@@ -19,11 +19,11 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Calls @p act with the prompt as soon as it shows.
-void whenShown(QObject& context, std::function<void(QInputDialog&)> act)
+void whenShown(QObject& context, std::function<void(QDialog&)> act)
 {
     auto* const timer = new QTimer(&context);
     QObject::connect(timer, &QTimer::timeout, timer, [timer, act = std::move(act)] {
-        if (auto* const dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+        if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
             timer->stop();
             act(*dialog);
         }
@@ -40,9 +40,9 @@ TEST_F(TextPromptTest, AnswersTheTextThatWasTyped)
 {
     bool wasSuspended = false;
     QString label;
-    whenShown(m_context, [&wasSuspended, &label](QInputDialog& dialog) {
+    whenShown(m_context, [&wasSuspended, &label](QDialog& dialog) {
         wasSuspended = isMainLoopSuspended();
-        label = dialog.labelText();
+        label = dialog.findChild<QLabel*>()->text();
         auto* const field = dialog.findChild<QLineEdit*>();
         field->clear();
         QTest::keyClicks(field, u" new name "_s);
@@ -58,7 +58,7 @@ TEST_F(TextPromptTest, ThePromptNamesTheWindowAndIsNeverTakenAsMarkup)
 {
     QString title;
     std::optional<Qt::TextFormat> format;
-    whenShown(m_context, [&title, &format](QInputDialog& dialog) {
+    whenShown(m_context, [&title, &format](QDialog& dialog) {
         title = dialog.windowTitle();
         format = dialog.findChild<QLabel*>()->textFormat();
         dialog.accept();
@@ -72,16 +72,16 @@ TEST_F(TextPromptTest, ThePromptNamesTheWindowAndIsNeverTakenAsMarkup)
 
 TEST_F(TextPromptTest, OffersTheDefault)
 {
-    whenShown(m_context, [](QInputDialog& dialog) { dialog.accept(); });
+    whenShown(m_context, [](QDialog& dialog) { dialog.accept(); });
 
     EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u"old"_s);
 }
 
 TEST_F(TextPromptTest, AnEmptyTextIsAnAnswerAndCancelIsNone)
 {
-    whenShown(m_context, [](QInputDialog& dialog) { dialog.accept(); });
+    whenShown(m_context, [](QDialog& dialog) { dialog.accept(); });
     const QString empty = promptForText(nullptr, u"Name?"_s, u""_s);
-    whenShown(m_context, [](QInputDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    whenShown(m_context, [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
     const QString cancelled = promptForText(nullptr, u"Name?"_s, u"old"_s);
 
     EXPECT_TRUE(empty.isEmpty());
