@@ -64,35 +64,48 @@ QHeaderView& HistoryWindow::columns()
     return *m_ui->historyTable->horizontalHeader();
 }
 
-void HistoryWindow::select(const QList<int>& numbers)
+void HistoryWindow::select(const QList<LedgerKey>& keys)
 {
-    if (numbers.isEmpty()) {
+    if (keys.isEmpty()) {
         return;
     }
     m_ui->filterField->clear();
     m_ui->failedOnlyCheckBox->setChecked(false);
-    m_selected.clear();
-    for (const int number : numbers) {
-        m_selected.insert({ .row = 0, .number = number });
+    m_wanted = QSet<LedgerKey>(keys.begin(), keys.end());
+    selectWanted();
+}
+
+void HistoryWindow::selectWanted()
+{
+    if (m_wanted.isEmpty()) {
+        return;
     }
-    restoreSelection();
-    if (const int row = m_model->rowOf(numbers.first()); row >= 0) {
-        m_ui->historyTable->scrollTo(m_model->index(row, 0));
+    const QList<int> rows = selectRowsOf(m_wanted);
+    if (!rows.isEmpty()) {
+        m_ui->historyTable->scrollTo(m_model->index(rows.first(), 0));
+        m_wanted.clear();
     }
 }
 
-void HistoryWindow::selectRows(const QList<int>& rows)
+/// Selects the rows of @p keys alone, and answers which they are.
+QList<int> HistoryWindow::selectRowsOf(const QSet<LedgerKey>& keys)
 {
+    QList<int> rows;
     QItemSelection selection;
-    for (qsizetype first = 0, next = 0; first < rows.size(); first = next) {
-        next = first + 1;
-        while (next < rows.size() && rows[next] == rows[next - 1] + 1) {
-            ++next;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        if (!keys.contains(m_model->key(row))) {
+            continue;
         }
-        selection.append(
-            { m_model->index(rows[first], 0), m_model->index(rows[next - 1], m_model->columnCount() - 1) });
+        const QModelIndex end = m_model->index(row, m_model->columnCount() - 1);
+        if (!rows.isEmpty() && rows.last() == row - 1) {
+            selection.last() = QItemSelectionRange(selection.last().topLeft(), end);
+        } else {
+            selection.append({ m_model->index(row, 0), end });
+        }
+        rows.append(row);
     }
     m_ui->historyTable->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    return rows;
 }
 
 /// The rows are about to be replaced.
@@ -108,24 +121,20 @@ void HistoryWindow::keepSelection()
 
 void HistoryWindow::restoreSelection()
 {
-    QList<int> rows;
+    selectRowsOf(m_selected);
     int top = m_model->rowCount() - 1;
-    for (int row = 0; row < m_model->rowCount(); ++row) {
-        if (m_selected.contains(m_model->key(row))) {
-            rows.append(row);
-        }
-        if (m_top && m_model->key(row) == *m_top) {
+    for (int row = 0; m_top && row < m_model->rowCount(); ++row) {
+        if (m_model->key(row) == *m_top) {
             top = row;
         }
     }
-    selectRows(rows);
     if (top >= 0) {
-        const QModelIndex index = m_model->index(top, 0);
-        m_ui->historyTable->scrollTo(index,
-                                     m_top ? QAbstractItemView::PositionAtTop : QAbstractItemView::EnsureVisible);
+        const auto place = m_top ? QAbstractItemView::PositionAtTop : QAbstractItemView::EnsureVisible;
+        m_ui->historyTable->scrollTo(m_model->index(top, 0), place);
     }
     m_selected.clear();
     m_top.reset();
+    selectWanted();
     showWhatCanBeDone();
 }
 

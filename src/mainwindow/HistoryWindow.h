@@ -35,8 +35,8 @@ public:
     ~HistoryWindow() override;
 
     QHeaderView& columns();
-    /// Selects the files of this run with those @p numbers alone, and shows the first of them. Nothing without any.
-    void select(const QList<int>& numbers);
+    /// Selects the rows of @p keys alone, and shows the first of them, when they are there. Nothing without any.
+    void select(const QList<LedgerKey>& keys);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -46,9 +46,10 @@ private:
     void setDefaultWidths();
     QList<int> selectedRows() const;
     QList<LedgerKey> keysOf(const QList<int>& rows) const;
-    void selectRows(const QList<int>& rows);
+    QList<int> selectRowsOf(const QSet<LedgerKey>& keys);
     void keepSelection();
     void restoreSelection();
+    void selectWanted();
     void clearHistory();
     void exportHistory();
     void showPlace();
@@ -69,6 +70,7 @@ private:
     QTimer m_refresh;
     QTimer m_filter; ///< Until nothing is typed for a moment.
     int m_followed = -1; ///< The file that was being sent at the last look.
+    QSet<LedgerKey> m_wanted; ///< To be selected when they are there.
     QSet<LedgerKey> m_selected; ///< While the rows are replaced.
     std::optional<LedgerKey> m_top; ///< The first row that is seen, likewise; none where the last one is seen.
 };

@@ -3,10 +3,12 @@
 #include "DrawnIcons.h"
 #include "HistoryRows.h"
 #include "UploadHistory.h"
+#include "UploadLedger.h"
 
 #include <QAccessibleWidget>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLocale>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -54,13 +56,23 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_showButton->setToolTip(u"Show these files in the history"_s);
     m_queueAgainButton = addButton("queueOutcomeAgainButton", u"Queue Again"_s);
     m_queueAgainButton->setToolTip(u"Put the files that were lost or stopped into the queue once more"_s);
+    m_forgetButton = addButton("forgetInterruptedButton", u"Forget"_s);
+    m_forgetButton->setToolTip(u"Leave these files as they are, and do not ask about them again"_s);
     QToolButton* const dismissButton = addButton("dismissOutcomeButton", u"✕"_s);
     dismissButton->setToolTip(u"Dismiss"_s);
     dismissButton->setAccessibleName(u"Dismiss"_s);
     connect(dismissButton, &QToolButton::clicked, this, &QWidget::hide);
-    connect(m_showButton, &QToolButton::clicked, this,
-            [this] { emit showRequested(HistoryRows::remarkable(m_history->entries(), m_history->firstQueueRow())); });
-    connect(m_queueAgainButton, &QToolButton::clicked, this, [this] { emit queueAgainRequested(lostRows()); });
+    connect(m_showButton, &QToolButton::clicked, this, [this] {
+        emit showRequested(m_isAboutEarlierRuns
+                               ? m_ledger->interrupted()
+                               : keys(HistoryRows::remarkable(m_history->entries(), m_history->firstQueueRow())));
+    });
+    connect(m_queueAgainButton, &QToolButton::clicked, this,
+            [this] { emit queueAgainRequested(m_isAboutEarlierRuns ? m_ledger->interrupted() : keys(lostRows())); });
+    connect(m_forgetButton, &QToolButton::clicked, this, [this] {
+        hide();
+        m_ledger->forgetInterrupted();
+    });
     hide();
 }
 
@@ -75,22 +87,55 @@ QToolButton* OutcomeLine::addButton(const char* name, const QString& text)
     return button;
 }
 
-void OutcomeLine::setHistory(const UploadHistory& history)
+void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger)
 {
     m_history = &history;
+    m_ledger = &ledger;
+    connect(&ledger, &UploadLedger::interruptedChanged, this, &OutcomeLine::interruptedChanged);
     connect(&history, &UploadHistory::queueBegins, this, &QWidget::hide);
     connect(&history, &UploadHistory::queueDrained, this, &OutcomeLine::queueDrained);
     connect(&history, &UploadHistory::filesChecked, this, [this] {
-        if (isVisibleTo(parentWidget())) {
+        if (isVisibleTo(parentWidget()) && !m_isAboutEarlierRuns) {
             refresh();
         }
     });
 }
 
+/// Nothing is said of them in place of what has become of a queue.
+void OutcomeLine::interruptedChanged()
+{
+    const qsizetype count = m_ledger->interrupted().size();
+    if (m_isAboutEarlierRuns && count == 0) {
+        m_isAboutEarlierRuns = false;
+        hide();
+    }
+    if (count == 0 || (!m_isAboutEarlierRuns && m_history->rowCount() > 0)) {
+        return;
+    }
+    m_isAboutEarlierRuns = true;
+    setText(count == 1 ? u"1 file was not confirmed"_s
+                       : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
+            true);
+    m_queueAgainButton->show();
+    m_forgetButton->show();
+    show();
+}
+
 void OutcomeLine::queueDrained()
 {
+    m_isAboutEarlierRuns = false;
+    m_forgetButton->hide();
     refresh();
     setVisible(!m_text->text().isEmpty());
+}
+
+QList<LedgerKey> OutcomeLine::keys(const QList<int>& numbers) const
+{
+    QList<LedgerKey> keys;
+    for (const int number : numbers) {
+        keys.append({ .row = 0, .number = number });
+    }
+    return keys;
 }
 
 /// The rows of the queue whose files were lost or stopped.
@@ -108,6 +153,11 @@ void OutcomeLine::refresh()
         m_queueAgainButton->setVisible(HistoryRows::isAnyPresent(m_history->entries(), rows));
         m_lostRows = rows;
     }
+    setText(text, isWarning);
+}
+
+void OutcomeLine::setText(const QString& text, bool isWarning)
+{
     if (text == m_text->text() && m_icon->isVisibleTo(this) == isWarning) {
         return;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "LedgerRow.h"
+
 #include <QFrame>
 #include <QList>
 
@@ -8,35 +10,43 @@
 class QLabel;
 class QToolButton;
 class UploadHistory;
+class UploadLedger;
 
 /// The line below the status that says what has become of the last queue: "3 of 5 uploaded, 2 failed". It comes when a
 /// queue has ended, is corrected when a later listing knows better, and stays until the next queue begins or until it
-/// is dismissed. Belongs to the main thread.
+/// is dismissed. Before the first queue it says of how many files an earlier run has not learnt what has become of
+/// them. Belongs to the main thread.
 class OutcomeLine final : public QFrame {
     Q_OBJECT
 
 public:
     explicit OutcomeLine(QWidget* parent = nullptr);
 
-    /// Whose queues the line is about. @p history outlives it.
-    void setHistory(const UploadHistory& history);
+    /// Whose queues, and whose earlier runs, the line is about. Both outlive it.
+    void setHistory(const UploadHistory& history, UploadLedger& ledger);
 
 signals:
-    /// The user wants to see the files of @p rows in the history.
-    void showRequested(const QList<int>& rows);
-    /// The user wants the files of @p rows to be tried again.
-    void queueAgainRequested(const QList<int>& rows);
+    /// The user wants to see the files of @p keys in the history.
+    void showRequested(const QList<LedgerKey>& keys);
+    /// The user wants the files of @p keys to be tried again.
+    void queueAgainRequested(const QList<LedgerKey>& keys);
 
 private:
     QToolButton* addButton(const char* name, const QString& text);
     void queueDrained();
+    void interruptedChanged();
     void refresh();
+    void setText(const QString& text, bool isWarning);
+    QList<LedgerKey> keys(const QList<int>& numbers) const;
     QList<int> lostRows() const;
 
     const UploadHistory* m_history = nullptr;
+    UploadLedger* m_ledger = nullptr;
+    bool m_isAboutEarlierRuns = false;
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
     QLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_showButton;
     QToolButton* m_queueAgainButton;
+    QToolButton* m_forgetButton;
 };

@@ -80,12 +80,3 @@ void queueAgain(ViewController& controller, const QList<LedgerKey>& keys)
     controller.ledger().read(keys, &controller,
                              [&controller](const QList<LedgerRow>& rows) { queueRows(controller, rows); });
 }
-
-void queueAgain(ViewController& controller, const QList<int>& numbers)
-{
-    QList<LedgerKey> keys;
-    for (const int number : numbers) {
-        keys.append({ .row = 0, .number = number });
-    }
-    queueAgain(controller, keys);
-}

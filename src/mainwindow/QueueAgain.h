@@ -8,6 +8,3 @@ class ViewController;
 /// run at once, others when they were read. When they were for another destination than the one in force, a sheet of
 /// its window asks before.
 void queueAgain(ViewController& controller, const QList<LedgerKey>& keys);
-
-/// The same for the files of this run with those @p numbers.
-void queueAgain(ViewController& controller, const QList<int>& numbers);

@@ -86,7 +86,7 @@ void SecondaryWindows::showPreferences()
     m_preferences->showPanel();
 }
 
-void SecondaryWindows::showHistory(const QList<int>& rows)
+void SecondaryWindows::showHistory(const QList<LedgerKey>& keys)
 {
     if (m_historyWindow == nullptr) {
         m_historyWindow = std::make_unique<HistoryWindow>(
@@ -95,7 +95,7 @@ void SecondaryWindows::showHistory(const QList<int>& rows)
         WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
     }
     bringToFront(*m_historyWindow);
-    m_historyWindow->select(rows);
+    m_historyWindow->select(keys);
 }
 
 void SecondaryWindows::showWelcomeWindow(bool force)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LedgerRow.h"
 #include "ManualTransfers.h"
 
 #include <QDialog>
@@ -34,8 +35,8 @@ public:
 
     void showManualTransfers();
     void showPreferences();
-    /// With @p rows selected, if there are any.
-    void showHistory(const QList<int>& rows);
+    /// With the rows of @p keys selected, if there are any.
+    void showHistory(const QList<LedgerKey>& keys);
     /// Unless the user has turned it off, or in any case when it is forced.
     void showWelcomeWindow(bool force);
     /// Notes the size and the columns of the history's window for the next run.

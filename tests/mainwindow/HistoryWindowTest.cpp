@@ -94,7 +94,8 @@ TEST_F(HistoryWindowTest, ItShowsALineForEachFile)
     EXPECT_EQ(table().model()->index(1, 4).data().toString(), u"Confirmed by the server"_s);
     EXPECT_EQ(table().model()->index(2, 4).data().toString(), u"Waiting"_s);
     // The third one starts while the loop runs.
-    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 1 failed"_s; }));
+    EXPECT_TRUE(
+        waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 1 failed"_s; }));
 }
 
 TEST_F(HistoryWindowTest, BothSizesOfAFileThatIsListedWithAnotherAreSeen)
@@ -190,7 +191,8 @@ TEST_F(HistoryWindowTest, ItFollowsTheFileBeingSentUnlessTheUserLooksElsewhere)
         tick();
     }
     ASSERT_EQ(m_controller->history().currentRow(), 201);
-    EXPECT_TRUE(waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 200 failed"_s; }));
+    EXPECT_TRUE(
+        waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 200 failed"_s; }));
     EXPECT_TRUE(isShown(0));
 
     window.close();
@@ -326,7 +328,8 @@ TEST_F(LedgerWindowTest, TheFieldAndTheBoxChooseWhatIsShownAndFilesThatComeShowT
     m_controller->history().fileEnded({ .kind = Outcome::NotFound });
     EXPECT_TRUE(waitForNames({ u"lost"_s, u"mine"_s }));
 
-    m_controller->windows().showHistory({ 0 }); // From the line about the queue: the filter must not hide it.
+    m_controller->windows().showHistory(
+        { LedgerKey{ .row = 0, .number = 0 } }); // From the line about the queue: the filter must not hide it.
     EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"mine"_s }));
     ASSERT_TRUE(waitFor([this] { return !table().selectionModel()->selectedRows().isEmpty(); }));
     EXPECT_EQ(table().selectionModel()->selectedRows()[0].row(), 2);

@@ -8,6 +8,8 @@
 #include <QTableView>
 #include <QToolButton>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 class OutcomeLineTest : public ViewControllerTest {
@@ -266,6 +268,104 @@ TEST_F(OutcomeLineTest, AManualUploadIsNoQueue)
     tick();
 
     EXPECT_FALSE(line().isVisible());
+}
+
+/// After a run that has ended while files waited.
+class InterruptedFilesTest : public OutcomeLineTest {
+protected:
+    InterruptedFilesTest()
+    {
+        UploadHistory history;
+        UploadLedger ledger(history);
+        ledger.open(m_path, u"Quillbox"_s);
+        m_waiting = makeFile(u"waiting"_s);
+        history.filesQueued({ makeFile(u"sending"_s), m_waiting });
+        history.nextFileStarts(u"ftp://host/in/"_s);
+        EXPECT_TRUE(ledger.close(60s));
+        m_controller->ledger().open(m_path, u"Quillbox"_s);
+    }
+    bool waitForLine()
+    {
+        return waitFor([this] { return line().isVisible(); });
+    }
+
+    QTemporaryDir m_state;
+    QString m_path = m_state.filePath(u"history.sqlite"_s);
+    QString m_waiting;
+};
+
+TEST_F(InterruptedFilesTest, TheLineSaysHowManyAndNothingIsQueuedWithoutThePress)
+{
+    ASSERT_TRUE(waitForLine());
+    m_controller->listFTPDestination();
+    list({}); // Which knows nothing of them.
+
+    EXPECT_EQ(text("outcomeTextField"), u"2 files were not confirmed"_s);
+    EXPECT_TRUE(isWarning());
+    EXPECT_TRUE(tool("queueOutcomeAgainButton").isVisible());
+    tick();
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_FALSE(m_controller->pc().isSending());
+}
+
+TEST_F(InterruptedFilesTest, QueueAgainPutsThemIntoTheQueueInTheirOrder)
+{
+    ASSERT_TRUE(waitForLine());
+    tool("queueOutcomeAgainButton").click();
+
+    ASSERT_TRUE(waitFor([this] { return m_controller->history().rowCount() == 2; }));
+    EXPECT_EQ(m_controller->history().entries()[1].path, m_waiting);
+    EXPECT_FALSE(line().isVisible());
+    EXPECT_TRUE(waitFor([this] { return m_controller->ledger().interrupted().isEmpty(); }));
+    tick();
+    finishUpload();
+    confirmNext();
+    EXPECT_EQ(text("outcomeTextField"), u"2 uploaded"_s);
+    EXPECT_FALSE(tool("forgetInterruptedButton").isVisible());
+}
+
+TEST_F(InterruptedFilesTest, ForgottenFilesAreNotAskedAboutAgain)
+{
+    ASSERT_TRUE(waitForLine());
+    tool("forgetInterruptedButton").click();
+    EXPECT_FALSE(line().isVisible());
+    ASSERT_TRUE(waitFor([this] { return m_controller->ledger().interrupted().isEmpty(); }));
+
+    ASSERT_TRUE(m_controller->ledger().close(60s));
+    startAgain();
+    m_controller->ledger().open(m_path, u"Quillbox"_s);
+    EXPECT_TRUE(m_controller->ledger().close(60s));
+    QApplication::processEvents();
+    EXPECT_FALSE(line().isVisible());
+}
+
+TEST_F(InterruptedFilesTest, ShowSelectsThemInTheHistory)
+{
+    ASSERT_TRUE(waitForLine());
+    tool("showOutcomeButton").click();
+
+    const auto* const table = m_controller->windows().historyWindow()->findChild<QTableView*>(u"historyTable"_s);
+    EXPECT_TRUE(waitFor([table] { return table->selectionModel()->selectedRows().size() == 2; }));
+}
+
+TEST_F(InterruptedFilesTest, AfterAChangeOfServerQueueAgainAsks)
+{
+    ASSERT_TRUE(waitForLine());
+    set(u"Address"_s, u"other"_s);
+    tool("queueOutcomeAgainButton").click();
+
+    const QString question = u"Queue Again: These files were for ftp://host/in/; send them to ftp://other/in/?"_s;
+    EXPECT_TRUE(waitFor([this, &question] { return shownSheets().contains(question); }));
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+}
+
+TEST_F(InterruptedFilesTest, TheLineAboutAQueueStandsBeforeIt)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    confirmNext();
+    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
+    ASSERT_TRUE(waitFor([this] { return !m_controller->ledger().interrupted().isEmpty(); }));
+    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
 }
 
 } // namespace

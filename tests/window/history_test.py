@@ -1,12 +1,15 @@
-"""The history of this run, in its window."""
+"""The history, in its window."""
 
+import contextlib
 import os
+import sqlite3
 import subprocess
 import unittest
 
 from desktop import wait_for
 from window_test import ANY_TITLE, WindowTest
 
+WAITING, SENDING = 0, 1  # As the ledger has them.
 OUTCOME = 4
 REPLY = 5
 
@@ -61,6 +64,31 @@ class History(WindowTest):
             program, "Failed: FTP error 550; Directory may already exist? (queued again)", "Confirmed by the server"
         )
         wait_for(lambda: not program.is_enabled("Queue Again"), "nothing to be left to queue")
+
+    def kept(self):
+        """The outcome of each file, by its number, as the ledger has it on disk."""
+        path = os.path.join(self.home["XDG_STATE_HOME"], "quillbox", "history.sqlite")
+        with contextlib.closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as ledger:
+            return [outcome for (outcome,) in ledger.execute("SELECT outcome FROM files ORDER BY row")]
+
+    def test_what_was_not_confirmed_when_the_program_was_killed_is_told_by_the_next_one(self):
+        program = self.start_busy()
+        wait_for(lambda: self.kept() == [SENDING, WAITING], "the ledger")
+        program.close()
+        self.server.read_at_most(0)
+
+        program = self.start()
+        program.need("2 files were not confirmed")
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+h")
+        self.wait_for_outcomes(program, *["Not confirmed: Quillbox ended"] * 2)
+        self.assertEqual(self.server.received, [])
+        self.desktop.key("Escape")
+        wait_for(lambda: "History" not in program.titles(), "the history to close")
+        program.press("Queue Again")
+
+        self.wait_for_files("one", "two")
+        program.need("2 uploaded")
 
     def test_a_file_that_shrank_on_the_server_is_flagged(self):
         self.settings()
