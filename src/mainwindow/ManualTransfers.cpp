@@ -7,12 +7,19 @@
 #include "ViewController.h"
 #include "ui_ManualTransfers.h"
 
+#include <QShortcut>
+
 using namespace Qt::StringLiterals;
 
 ManualTransfers::ManualTransfers()
     : m_ui(std::make_unique<Ui::ManualTransfers>())
 {
     m_ui->setupUi(this);
+    // As wide as what they say while they are empty.
+    for (QLineEdit* field : findChildren<QLineEdit*>()) {
+        field->setMinimumWidth(fontMetrics().horizontalAdvance(field->placeholderText()) + fontMetrics().height());
+    }
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
 }
 
 ManualTransfers::~ManualTransfers() = default;

@@ -2,8 +2,11 @@
 #include "ViewControllerTest.h"
 
 #include <QLineEdit>
+#include <QTest>
 
 #include <array>
+#include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -24,6 +27,40 @@ protected:
         file.write("hello");
     }
 };
+
+TEST_F(ManualTransfersTest, EachTransferIsALineWithItsFieldAndItsButtons)
+{
+    const std::vector<std::vector<const char*>> lines{
+        { "fileToUploadTextField", "startStopUploadButton" },
+        { "fileToDownloadTextField", "startStopDownloadButton" },
+        { "destinationTextField", "startStopListButton", "listDestinationButton" },
+        { "folderToCreateTextField", "startStopCreateButton", "createButton" },
+    };
+    m_controller->windows().showManualTransfers();
+    QRect above;
+    for (const std::vector<const char*>& line : lines) {
+        const QRect field = control<QWidget>(line.front()).geometry();
+        EXPECT_GT(field.top(), above.bottom());
+        QRect before = above = field;
+        for (std::size_t i = 1; i < line.size(); ++i) {
+            const QRect button = control<QWidget>(line[i]).geometry();
+            EXPECT_LE(std::abs(button.center().y() - field.center().y()), 1) << line[i];
+            EXPECT_GT(button.left(), before.right()) << line[i];
+            before = button;
+        }
+    }
+}
+
+TEST_F(ManualTransfersTest, EscapeClosesTheWindow)
+{
+    m_controller->windows().showManualTransfers();
+    showInFront(m_controller->windows().manualTransfers());
+    control<QLineEdit>("destinationTextField").setFocus();
+
+    QTest::keyClick(&control<QLineEdit>("destinationTextField"), Qt::Key_Escape);
+
+    EXPECT_FALSE(m_controller->windows().manualTransfers().isVisible());
+}
 
 TEST_F(ManualTransfersTest, UploadStartsAndStops)
 {
