@@ -42,14 +42,27 @@ SecondaryWindows::SecondaryWindows(ViewController& controller, FTPConnections& c
     , m_welcome(std::make_unique<Ui::Welcome>())
 {
     makePreferences(connections);
+    makeWelcome();
+}
+
+SecondaryWindows::~SecondaryWindows() = default;
+
+void SecondaryWindows::makeWelcome()
+{
     m_welcome->setupUi(&m_welcomeWindow);
+    QFont heading = m_welcomeWindow.font();
+    heading.setBold(true);
+    heading.setPointSizeF(QFontInfo(heading).pointSizeF() * 1.8);
+    m_welcome->headingLabel->setFont(heading);
+    // So that no text is cut, whatever the font.
+    const int width = 68 * m_welcomeWindow.fontMetrics().averageCharWidth();
+    m_welcomeWindow.setMinimumSize(width, m_welcomeWindow.layout()->totalHeightForWidth(width));
+    m_welcomeWindow.resize(m_welcomeWindow.minimumSize());
     connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, &m_welcomeWindow, &QWidget::close);
     connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &SecondaryWindows::showPreferences);
     // Not its clicks: a screen reader toggles without one.
     connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::toggled, this, &SecondaryWindows::rememberWelcomeChoice);
 }
-
-SecondaryWindows::~SecondaryWindows() = default;
 
 void SecondaryWindows::makePreferences(FTPConnections& connections)
 {

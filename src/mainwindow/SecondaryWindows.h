@@ -44,6 +44,7 @@ public:
 
 private:
     void makePreferences(FTPConnections& connections);
+    void makeWelcome();
     void rememberWelcomeChoice(bool isTurnedOff);
 
     ViewController& m_controller;

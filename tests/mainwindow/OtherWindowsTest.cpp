@@ -43,6 +43,19 @@ TEST_F(OtherWindowsTest, TheWelcomeWindowShowsUnlessItIsTurnedOff)
     EXPECT_TRUE(m_controller->windows().welcomeWindow().isVisible());
 }
 
+TEST_F(OtherWindowsTest, TheWelcomeWindowFitsItsTextsHoweverSmallItIsMade)
+{
+    QDialog& window = m_controller->windows().welcomeWindow();
+    m_controller->showWelcomeWindow(true);
+    window.resize(1, 1);
+    drainEventLoop();
+
+    for (const QLabel* label : window.findChildren<QLabel*>()) {
+        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().toStdString();
+        EXPECT_GE(label->width(), label->minimumSizeHint().width()) << label->text().toStdString();
+    }
+}
+
 TEST_F(OtherWindowsTest, TheCheckBoxTurnsTheWelcomeWindowOffAtOnce)
 {
     m_controller->showWelcomeWindow(false);
