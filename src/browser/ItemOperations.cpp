@@ -13,18 +13,18 @@ ItemResult resultOf(const FTPManager& manager, bool isDone)
     if (manager.isUndecided()) {
         return ItemOutcome::Unanswered;
     }
-    if (manager.hasRefusedCertificate()) {
+    const FMFailure failure = manager.lastFailure();
+    if (failure.kind == FMFailure::Kind::Certificate) {
         return ItemOutcome::NotTrusted;
     }
-    const std::optional<FTPManager::Refusal> refusal = manager.refusal();
-    return { ItemOutcome::Refused, refusal ? visibleText(refusal->words) : QString() };
+    return { ItemOutcome::Refused, failure.words.isNull() ? QString() : visibleText(failure.words) };
 }
 
 /// Whether the server itself has refused the command for good, so that the other one may be tried.
 bool isCommandRefused(const FTPManager& manager)
 {
-    const std::optional<FTPManager::Refusal> refusal = manager.refusal();
-    return refusal && refusal->isOfCommand && refusal->code >= 500;
+    const FMFailure failure = manager.lastFailure();
+    return failure.kind == FMFailure::Kind::Refused && failure.code >= 500;
 }
 
 } // namespace

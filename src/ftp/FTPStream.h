@@ -34,11 +34,22 @@ struct FTPStreamError {
         Other, ///< Resolving, connecting, lost connections, refused TLS.
     };
 
+    /// How far the last try had come.
+    enum class Stage {
+        Resolving, ///< The host has no address.
+        Connecting,
+        Securing, ///< The connection stands; greeting and encryption are next.
+        LoggingIn,
+        EnteringFolder, ///< And whatever else comes before the operation's own command.
+        Acting,
+    };
+
     Domain domain = Domain::None;
     int code = 0; ///< The reply code in the FTP domain, else 0.
     /// The server was sent all that it takes to make the folder or to have the whole file, and its word has not come:
     /// nobody knows what it has done.
     bool isUndecided = false;
+    Stage stage = Stage::Acting;
 };
 
 class FTPStream;

@@ -31,9 +31,9 @@ std::optional<QString> CarefulConversation::hold(const QList<QByteArray>& setUp,
             return std::nullopt;
         }
     }
-    bool isReady = hasGreeted || isAccepted(isPositive);
+    bool isReady = hasGreeted || isAccepted(QByteArray(), isPositive);
     for (const QByteArray& line : setUp) {
-        isReady = isReady && isAccepted(line.startsWith("USER") ? isPositiveOrIntermediate : isPositive);
+        isReady = isReady && isAccepted(line, line.startsWith("USER") ? isPositiveOrIntermediate : isPositive);
     }
     // Any line of an answer that begins with 4 or 5 is a failure: better before the command than behind it.
     isReady = isReady && areGoodAnswers(QString::fromUtf8(m_replies.text()));
@@ -42,7 +42,7 @@ std::optional<QString> CarefulConversation::hold(const QList<QByteArray>& setUp,
         if (!m_hasSentCommand) {
             return std::nullopt;
         }
-        m_isCommandAccepted = isAccepted(isPositive);
+        m_isCommandAccepted = isAccepted(command, isPositive);
         isReady = m_isCommandAccepted;
     }
     // Without a command the login is what all of it is for.
@@ -64,13 +64,14 @@ void CarefulConversation::awaitQuitReply()
     } while (reply && reply->code != 221);
 }
 
-/// Whether the next final reply is good.
-bool CarefulConversation::isAccepted(bool (*isGood)(const Reply&))
+/// Whether the next final reply, that to @p line, is good.
+bool CarefulConversation::isAccepted(const QByteArray& line, bool (*isGood)(const Reply&))
 {
     const std::optional<Reply> reply = m_replies.next();
     m_isUnanswered = !reply;
     if (reply && reply->isNegative()) {
         m_refusal = reply;
+        m_refusedLine = line;
     }
     return reply && isGood(*reply);
 }

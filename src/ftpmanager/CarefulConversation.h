@@ -33,18 +33,21 @@ public:
     /// Whether nobody knows what the server has done: the command was sent, and its reply has not come. Without a
     /// command, the login.
     bool isUndecided() const { return m_isUndecided; }
-    /// The first reply that was a refusal; std::nullopt without one.
+    /// The reply that was a refusal; std::nullopt without one.
     const std::optional<Reply>& refusal() const { return m_refusal; }
-    /// Whether that was the reply to the command.
-    bool isCommandRefused() const { return m_refusal && m_hasSentCommand; }
+    /// What it was a reply to; null for the greeting.
+    const QByteArray& refusedLine() const { return m_refusedLine; }
+    /// Everything that the server has said.
+    const QByteArray& replies() const { return m_replies.text(); }
 
 private:
     void awaitQuitReply();
-    bool isAccepted(bool (*isGood)(const Reply&));
+    bool isAccepted(const QByteArray& line, bool (*isGood)(const Reply&));
 
     ControlSocket& m_socket;
     ReplyReader m_replies;
     std::optional<Reply> m_refusal;
+    QByteArray m_refusedLine;
     bool m_hasSentCommand = false;
     bool m_isCommandAccepted = false;
     bool m_isUnanswered = false; ///< The latest reply that was waited for has not come.

@@ -10,78 +10,78 @@
 #include <unistd.h>
 #include <utility>
 
-namespace quillbox {
-
 namespace {
 
-    /// A block that runs elsewhere, and somebody who waits for its end.
-    class WaitedBlock {
-    public:
-        explicit WaitedBlock(const std::function<void()>& block)
-            : m_block(block)
-        {
-        }
-
-        void threadMain()
-        {
-            m_block();
-            // Notified under the lock: the waiting caller destroys this as soon as it sees the flag.
-            const std::lock_guard lock(m_mutex);
-            m_finished = true;
-            m_waitCondition.notify_all();
-        }
-
-        void wait()
-        {
-            std::unique_lock lock(m_mutex);
-            m_waitCondition.wait(lock, [this] { return m_finished; });
-        }
-
-    private:
-        const std::function<void()>& m_block;
-        std::mutex m_mutex;
-        std::condition_variable m_waitCondition;
-        bool m_finished = false;
-    };
-
-    /// A thread whose loop delivers events in a program without an application object, too; Qt has it for its own use.
-    /// On any other thread sockets and timers would be silent there.
-    class LoopThread final : public QDaemonThread {
-    public:
-        explicit LoopThread(WaitedBlock& block)
-            : m_block(block)
-        {
-        }
-
-    private:
-        void run() override { m_block.threadMain(); }
-
-        WaitedBlock& m_block;
-    };
-
-    /// Whether the system has a descriptor for a loop. Without one Qt would end the program.
-    bool canMakeLoop()
+/// A block that runs elsewhere, and somebody who waits for its end.
+class WaitedBlock {
+public:
+    explicit WaitedBlock(const std::function<void()>& block)
+        : m_block(block)
     {
-        const int descriptor = ::eventfd(0, EFD_CLOEXEC);
-        if (descriptor < 0) {
-            return false;
-        }
-        ::close(descriptor);
-        return true;
     }
 
-    /// A conversation over a control connection needs no loop, and finds out by itself what is missing.
-    void runWithoutLoop(WaitedBlock& block)
+    void threadMain()
     {
-        try {
-            std::thread thread(&WaitedBlock::threadMain, &block);
-            block.wait();
-            thread.join();
-        } catch (const std::system_error&) { // NOLINT(bugprone-empty-catch): the block does not run.
-        }
+        m_block();
+        // Notified under the lock: the waiting caller destroys this as soon as it sees the flag.
+        const std::lock_guard lock(m_mutex);
+        m_finished = true;
+        m_waitCondition.notify_all();
     }
+
+    void wait()
+    {
+        std::unique_lock lock(m_mutex);
+        m_waitCondition.wait(lock, [this] { return m_finished; });
+    }
+
+private:
+    const std::function<void()>& m_block;
+    std::mutex m_mutex;
+    std::condition_variable m_waitCondition;
+    bool m_finished = false;
+};
+
+/// A thread whose loop delivers events in a program without an application object, too; Qt has it for its own use.
+/// On any other thread sockets and timers would be silent there.
+class LoopThread final : public QDaemonThread {
+public:
+    explicit LoopThread(WaitedBlock& block)
+        : m_block(block)
+    {
+    }
+
+private:
+    void run() override { m_block.threadMain(); }
+
+    WaitedBlock& m_block;
+};
+
+/// Whether the system has a descriptor for a loop. Without one Qt would end the program.
+bool canMakeLoop()
+{
+    const int descriptor = ::eventfd(0, EFD_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    ::close(descriptor);
+    return true;
+}
+
+/// A conversation over a control connection needs no loop, and finds out by itself what is missing.
+void runWithoutLoop(WaitedBlock& block)
+{
+    try {
+        std::thread thread(&WaitedBlock::threadMain, &block);
+        block.wait();
+        thread.join();
+    } catch (const std::system_error&) { // NOLINT(bugprone-empty-catch): the block does not run.
+    }
+}
 
 } // namespace
+
+namespace quillbox {
 
 void FMThread::runInSeparateThread(const std::function<void()>& block)
 {

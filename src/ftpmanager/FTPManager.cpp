@@ -19,47 +19,39 @@
 
 using namespace Qt::StringLiterals;
 
-namespace quillbox {
-
 namespace {
 
-    /// Runs @p operation on a worker thread; a worker that could not be made answers like a failed operation.
-    template <typename Result> Result onWorkerThread(const std::function<Result()>& operation)
-    {
-        Result result{};
-        FMThread::runInSeparateThread([&result, &operation] { result = operation(); });
-        return result;
-    }
+/// Whether @p name would lead from a folder to one outside of it, or be cut at a NUL.
+bool leavesFolder(const QString& name)
+{
+    return name.contains(QChar::Null) || name.split(u'/').contains(u".."_s);
+}
 
-    /// Whether @p name would lead from a folder to one outside of it, or be cut at a NUL.
-    bool leavesFolder(const QString& name)
-    {
-        return name.contains(QChar::Null) || name.split(u'/').contains(u".."_s);
+/// The time limits of transfers with @p server.
+FTPTimeouts limitsFor(const FMServer& server)
+{
+    FTPTimeouts timeouts = server.timeouts();
+    if (server.isCareful()) {
+        timeouts.reply = std::min(timeouts.reply, timeouts.careful);
     }
+    return timeouts;
+}
 
-    /// The time limits of transfers with @p server.
-    FTPTimeouts limitsFor(const FMServer& server)
-    {
-        FTPTimeouts timeouts = server.timeouts();
-        if (server.isCareful()) {
-            timeouts.reply = std::min(timeouts.reply, timeouts.careful);
-        }
-        return timeouts;
+/// Has @p engine connect to the address that @p server gives, if it gives one.
+void useAddress(FTPEngine& engine, const FMServer& server)
+{
+    const QHostAddress address = server.address();
+    if (address.isNull()) {
+        return;
     }
-
-    /// Has @p engine connect to the address that @p server gives, if it gives one.
-    void useAddress(FTPEngine& engine, const FMServer& server)
-    {
-        const QHostAddress address = server.address();
-        if (address.isNull()) {
-            return;
-        }
-        if (const auto location = FTPLocation::fromText(ftpURLForPort(server.destination(), server.port()))) {
-            engine.setAddress(location->host, location->port, address);
-        }
+    if (const auto location = FTPLocation::fromText(ftpURLForPort(server.destination(), server.port()))) {
+        engine.setAddress(location->host, location->port, address);
     }
+}
 
 } // namespace
+
+namespace quillbox {
 
 FTPManager::FTPManager()
     : FTPManager(std::make_unique<Private>(nullptr))
@@ -79,14 +71,24 @@ FTPManager managerOn(FTPStreamFactory& streams)
 
 FTPManager::~FTPManager() = default;
 
-/// Runs @p operation like onWorkerThread(), with m_streams set.
+/// Runs @p operation on a worker thread; a worker that could not be made answers like a failed operation.
+template <typename Result> Result FTPManager::Private::runOnWorker(const std::function<Result()>& operation)
+{
+    Result result{};
+    fail(FMFailure::Kind::CannotConnect); // Until it begins.
+    FMThread::runInSeparateThread([&result, &operation] { result = operation(); });
+    return result;
+}
+
+/// Runs @p operation like runOnWorker(), with m_streams set.
 template <typename Result>
 Result FTPManager::Private::runOnStreams(const FMServer& server, const std::function<Result()>& operation)
 {
+    m_isEncrypted = server.encryption() != FTPEncryption::None;
     if (m_streams != nullptr) {
-        return onWorkerThread(operation);
+        return runOnWorker(operation);
     }
-    return onWorkerThread<Result>([this, &server, &operation] {
+    return runOnWorker<Result>([this, &server, &operation] {
         const RunningOperation running;
         if (!running.mayBegin()) {
             return Result();
@@ -107,7 +109,7 @@ Result FTPManager::Private::runOnStreams(const FMServer& server, const std::func
 bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || data.isNull()) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
     return m_private->runOnStreams<bool>(*server, [&] { return m_private->_uploadData(data, fileName, *server); });
 }
@@ -115,11 +117,11 @@ bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, con
 bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || fileURL.isEmpty()) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
     const std::optional<LocalItem> file = LocalItem::at(localPath(fileURL));
     if (!file || file->isFolder) {
-        return false;
+        return m_private->fail(FMFailure::Kind::LocalFile);
     }
     return m_private->runOnStreams<bool>(*server, [&] { return m_private->_uploadFile(fileURL, *server); });
 }
@@ -127,7 +129,7 @@ bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
 bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || name.isEmpty()) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
     return m_private->runOnStreams<bool>(*server, [&] { return m_private->_createNewFolder(name, *server); });
 }
@@ -135,6 +137,7 @@ bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
 std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* server)
 {
     if (!Private::_checkFMServer(server)) {
+        m_private->fail(FMFailure::Kind::Unusable);
         return std::nullopt;
     }
     return m_private->runOnStreams<std::optional<QList<ListingEntry>>>(
@@ -143,9 +146,11 @@ std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* 
 
 bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server)
 {
-    if (!Private::_checkFMServer(server) || fileName.isEmpty() || leavesFolder(fileName) || directoryURL.isEmpty()
-        || !LocalItem::at(localPath(directoryURL))) {
-        return false;
+    if (!Private::_checkFMServer(server) || fileName.isEmpty() || leavesFolder(fileName) || directoryURL.isEmpty()) {
+        return m_private->fail(FMFailure::Kind::Unusable);
+    }
+    if (!LocalItem::at(localPath(directoryURL))) {
+        return m_private->fail(FMFailure::Kind::LocalFile);
     }
     return m_private->runOnStreams<bool>(*server,
                                          [&] { return m_private->_downloadFile(fileName, directoryURL, *server); });
@@ -159,46 +164,46 @@ bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)
 bool FTPManager::deleteFileNamed(const QByteArray& rawName, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || rawName.isNull()) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
     // Kept: the name alone decides what the item is taken for.
     const QByteArray command = (rawName.contains('.') ? "DELE " : "RMD ") + rawName;
-    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
+    return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
 }
 
 bool FTPManager::deleteItemNamed(const QByteArray& rawName, ItemKind kind, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || rawName.isNull()) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
     const QByteArray command = (kind == ItemKind::Folder ? "RMD " : "DELE ") + rawName;
-    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
+    return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
 }
 
 bool FTPManager::deleteFile(const QString& name, const FMServer* server)
 {
     if (!Private::_checkFMServer(server)) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
-    return onWorkerThread<bool>([&] { return deleteFileNamed(name, server); });
+    return m_private->runOnWorker<bool>([&] { return deleteFileNamed(name, server); });
 }
 
 bool FTPManager::chmodFileNamed(const QString& name, quint32 mode, const FMServer* server)
 {
     constexpr quint32 largestMode = 777;
     if (!Private::_checkFMServer(server) || mode > largestMode || name.isNull()) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
     const QByteArray command = "SITE CHMOD " + QByteArray::number(mode) + ' ' + name.toUtf8();
-    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
+    return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
 }
 
 bool FTPManager::checkLogin(const FMServer* server)
 {
     if (!Private::_checkFMServer(server)) {
-        return false;
+        return m_private->fail(FMFailure::Kind::Unusable);
     }
-    return onWorkerThread<bool>([&] { return m_private->_ftpActionForServer(*server, QByteArray()); });
+    return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, QByteArray()); });
 }
 
 quint64 FTPManager::fileSizeOf(const QUrl& fileURL) const
@@ -216,9 +221,9 @@ std::optional<FTPManagerProgress> FTPManager::progress() const
     return m_private->progress();
 }
 
-bool FTPManager::hasRefusedCertificate() const
+FMFailure FTPManager::lastFailure() const
 {
-    return m_private->locked(m_private->m_refusedCertificate);
+    return m_private->locked(m_private->m_failure);
 }
 
 bool FTPManager::isUndecided() const
@@ -231,9 +236,14 @@ bool FTPManager::isCommandAccepted() const
     return m_private->locked(m_private->m_isCommandAccepted);
 }
 
-std::optional<FTPManager::Refusal> FTPManager::refusal() const
+bool FTPManager::keepsOldFiles() const
 {
-    return m_private->locked(m_private->m_refusal);
+    return m_private->m_keepsOldFiles;
+}
+
+void FTPManager::setKeepsOldFiles(bool keepsOldFiles)
+{
+    m_private->m_keepsOldFiles = keepsOldFiles;
 }
 
 FTPManagerDelegate* FTPManager::delegate() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FMFailure.h"
 #include "FMServer.h"
 #include "FTPManagerDelegate.h"
 #include "ListingEntry.h"
@@ -28,8 +29,8 @@ class UploadSource;
 ///
 /// Every operation answers false, or std::nullopt, when the server record is null or has a null destination, user name
 /// or password or a port below 1 (the log says which), when an argument is not as its comment says (without a word), or
-/// when the server or the network refused. The reason is not reported; see FTPManagerLog.h for what is logged.
-/// Operations wait as long as the server is silent, up to the time limits of the streams.
+/// when the server or the network refused. lastFailure() has the reason; what is logged, as warnings of the category
+/// "ftpmanager", says less. Operations wait as long as the server is silent, up to FMServer::timeouts().
 ///
 /// With a record whose encryption() is required, every operation holds its conversation and moves its data inside TLS,
 /// or fails before it sends user name and password; FMServer says what that protects. Otherwise everything goes in
@@ -64,6 +65,11 @@ public:
     /// failure, also for a listing that cannot be read. An aborted listing has what came before.
     [[nodiscard]] std::optional<QList<ListingEntry>> contentsOfServer(const FMServer* server);
 
+    /// Whether a download leaves an older local file as it is until the new one is whole; false at first: it is
+    /// emptied when the download begins. The new one is written beside it, as "NAME.part". Set it while none runs.
+    bool keepsOldFiles() const;
+    void setKeepsOldFiles(bool keepsOldFiles);
+
     /// Gets @p fileName, which is not empty and leads to no other folder by "..", from the server's folder into
     /// @p directoryURL, which must exist, over what is there. A failed download removes the local file, an aborted one
     /// leaves what has come.
@@ -92,9 +98,8 @@ public:
     /// behind it first, and is then taken to have accepted.
     [[nodiscard]] bool checkLogin(const FMServer* server);
 
-    /// Whether the latest operation has failed because the server's certificate is neither good nor trusted. It has
-    /// sent no login then.
-    bool hasRefusedCertificate() const;
+    /// Why the latest operation has failed; of the kind None when it has not, and for an aborted one.
+    FMFailure lastFailure() const;
 
     /// Whether nobody knows what the server has done: the latest operation has failed since no answer has come,
     /// although its command was on the way, or in an upload all of the file. Over a control connection without
@@ -105,16 +110,6 @@ public:
     /// has accepted its command. It may have failed all the same: every line of all answers that begins with 4 or 5
     /// makes it do so, also of the answer to QUIT and in the midst of a good one.
     bool isCommandAccepted() const;
-
-    /// How the server has refused an operation.
-    struct Refusal {
-        int code = 0; ///< The reply code, 400 to 599.
-        QString words = {}; ///< The last line of the reply, without the password.
-        bool isOfCommand = false; ///< Of what the operation is for, and not of the login or the folder.
-    };
-    /// Why the latest operation has failed, where a server's refusal was the reason, and the operation was a careful
-    /// conversation over a control connection (FMServer::isCareful()) or the creation of a folder.
-    std::optional<Refusal> refusal() const;
 
     /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
     quint64 fileSizeOf(const QUrl& fileURL) const;

@@ -8,6 +8,12 @@
 /// Bytes of answers that are read at most; a server that says more is not listened to.
 constexpr qsizetype mostAnswers = 1 << 20;
 
+/// Everything that a server has said.
+struct Answers {
+    QByteArray text; ///< Each part of it, as it was read, begins a line.
+    QByteArray replies; ///< As it came.
+};
+
 /// Adds the bytes of one read to the text so far. Every part begins a line, even when the server's line was cut between
 /// two reads.
 void appendAnswer(QByteArray& text, QByteArrayView part);

@@ -1,5 +1,6 @@
 #include "FTPManagerLog.h"
 #include "FTPManagerPrivate.h"
+#include "FailureKinds.h"
 #include "FileOutputStream.h"
 #include "ListingParser.h"
 #include "RunLoop.h"
@@ -21,22 +22,24 @@ void FTPManager::Private::begin(Action action, quint64 fileSize)
     m_fileSize = fileSize;
     m_fileSizeProcessed = 0;
     m_bytesProcessed = 0;
-    m_refusedCertificate = false;
+    m_failure = { .kind = FMFailure::Kind::Unusable }; // Until it runs.
     m_isUndecided = false;
     m_isCommandAccepted = false;
-    m_refusal.reset();
 }
 
-void FTPManager::Private::noteRefusal(const Refusal& refusal)
+bool FTPManager::Private::fail(const FMFailure& failure)
 {
     const std::lock_guard lock(m_mutex);
-    m_refusal = refusal;
+    m_failure = failure;
+    return false;
 }
 
-void FTPManager::Private::noteRefusedCertificate()
+void FTPManager::Private::noteFailureOf(const FTPStream& stream)
 {
-    const std::lock_guard lock(m_mutex);
-    m_refusedCertificate = true;
+    fail(failureOf(stream.error(), stream.lastReply(), m_isEncrypted));
+    if (stream.error().isUndecided) {
+        noteUndecided();
+    }
 }
 
 void FTPManager::Private::noteUndecided()
@@ -51,8 +54,9 @@ bool FTPManager::Private::run(FTPStream& stream)
     m_bufferLimit = 0;
     if (QAbstractEventDispatcher::instance() == nullptr) { // No descriptor is left for a loop, nor for a connection.
         qCWarning(ftpManagerLog, "ftp stream failed: general stream error (check credentials?)");
-        return false;
+        return fail(FMFailure::Kind::CannotConnect);
     }
+    fail(FMFailure::Kind::Lost); // Where the loop just stops.
     RunLoop& loop = RunLoop::current();
     {
         const std::lock_guard lock(m_mutex);
@@ -115,15 +119,7 @@ void FTPManager::Private::handleEvent(FTPStream& stream, FTPStreamEvent event)
         }
         break;
     case FTPStreamEvent::ErrorOccurred:
-        if (stream.error().domain == FTPStreamError::Domain::Certificate) {
-            noteRefusedCertificate();
-        }
-        if (stream.error().isUndecided) {
-            noteUndecided();
-        }
-        if (stream.error().domain == FTPStreamError::Domain::FTP && action == Action::CreateFolder) {
-            noteRefusal({ .code = stream.error().code, .words = stream.lastReply() });
-        }
+        noteFailureOf(stream);
         _streamDidEndWithSuccess(false, FailureReason::General);
         break;
     case FTPStreamEvent::EndEncountered:
@@ -155,12 +151,14 @@ void FTPManager::Private::hasBytesOfDownload()
     if (m_bufferOffset == m_bufferLimit) {
         const qint64 count = m_serverReadStream->read(m_buffer);
         if (count < 0) {
+            noteFailureOf(*m_serverReadStream);
             _streamDidEndWithSuccess(false, FailureReason::Read);
             return;
         }
         if (count == 0) {
             // The last bytes may fail to reach the disk as late as here.
             const bool written = m_fileWriter->close();
+            fail(FMFailure::Kind::LocalFile); // Unless it was written.
             _streamDidEndWithSuccess(written, written ? FailureReason::None : FailureReason::Write);
             return;
         }
@@ -171,6 +169,7 @@ void FTPManager::Private::hasBytesOfDownload()
     }
     const qint64 written = m_fileWriter->write(pendingBytes());
     if (written <= 0) {
+        fail(FMFailure::Kind::LocalFile);
         _streamDidEndWithSuccess(false, FailureReason::Write);
         return;
     }
@@ -181,10 +180,12 @@ void FTPManager::Private::hasBytesOfListing()
 {
     const qint64 count = m_serverReadStream->read(m_buffer);
     if (count < 0) {
+        noteFailureOf(*m_serverReadStream);
         _streamDidEndWithSuccess(false, FailureReason::Read);
     } else if (count == 0) {
         _streamDidEndWithSuccess(true, FailureReason::None);
     } else if (m_directoryListingData.size() + count > ListingMeasure::mostBytes) {
+        fail(FMFailure::Kind::Unreadable);
         _streamDidEndWithSuccess(false, FailureReason::None); // Like any listing that cannot be read: without a word.
     } else {
         m_directoryListingData.append(m_buffer.data(), count);
@@ -196,6 +197,7 @@ void FTPManager::Private::hasSpace()
     if (m_bufferOffset == m_bufferLimit) {
         const qint64 count = m_fileReader->read(m_buffer);
         if (count < 0) {
+            fail(FMFailure::Kind::LocalFile);
             _streamDidEndWithSuccess(false, FailureReason::Read);
             return;
         }
@@ -208,6 +210,7 @@ void FTPManager::Private::hasSpace()
     }
     const qint64 written = m_serverStream->write(pendingBytes());
     if (written <= 0) {
+        noteFailureOf(*m_serverStream);
         _streamDidEndWithSuccess(false, FailureReason::Write);
         return;
     }
@@ -247,6 +250,9 @@ void FTPManager::Private::_streamDidEndWithSuccess(bool success, FailureReason f
         RunLoop* const loop = std::exchange(m_currentRunLoop, nullptr);
         m_action = Action::Ended;
         m_streamSuccess = success;
+        if (success) {
+            m_failure = FMFailure();
+        }
         loop->stop();
     }
     switch (failureReason) {

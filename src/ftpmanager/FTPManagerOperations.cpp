@@ -1,4 +1,5 @@
 #include "FTPLocation.h"
+#include "FTPManagerLog.h"
 #include "FTPManagerPrivate.h"
 #include "FTPManagerStrings.h"
 #include "FileURL.h"
@@ -17,40 +18,47 @@
 
 using namespace Qt::StringLiterals;
 
-namespace quillbox {
-
 // The working operations on streams: each prepares what it needs, makes its stream and runs it to its end.
 
 namespace {
 
-    QString baseURL(const FMServer& server)
-    {
-        return ftpURLForPort(server.destination(), server.port());
-    }
+QString baseURL(const FMServer& server)
+{
+    return ftpURLForPort(server.destination(), server.port());
+}
 
-    /// The parser reads names as Mac OS Roman although servers send UTF-8: puts the characters right. A name whose
-    /// bytes are not UTF-8 is taken away.
-    void repairName(ListingEntry& entry)
-    {
-        const std::optional<QByteArray> bytes = toMacRoman(entry.name);
-        if (bytes && bytes->isValidUtf8()) {
-            entry.name = QString::fromUtf8(*bytes);
-        } else {
-            entry.name = QString();
-        }
+/// The parser reads names as Mac OS Roman although servers send UTF-8: puts the characters right. A name whose
+/// bytes are not UTF-8 is taken away.
+void repairName(ListingEntry& entry)
+{
+    const std::optional<QByteArray> bytes = toMacRoman(entry.name);
+    if (bytes && bytes->isValidUtf8()) {
+        entry.name = QString::fromUtf8(*bytes);
+    } else {
+        entry.name = QString();
     }
+}
 
-    /// Hands encryption and login to @p stream. False when that refuses them, or when no stream could be made.
-    bool takesLogin(FTPStream* stream, const FMServer& server)
-    {
-        if (stream == nullptr || !stream->setEncryption(server.encryption())) {
-            return false;
-        }
-        stream->setTrustedCertificates(server.trustedFingerprints());
-        return stream->setUserName(server.username()) && stream->setPassword(server.password());
+/// Whether @p name, of a file to be written, would name the folder itself, or lead out of it.
+bool leadsElsewhere(const QByteArray& name)
+{
+    const QList<QByteArray> parts = name.split('/');
+    return parts.last().isEmpty() || parts.contains("."_ba) || parts.contains(".."_ba);
+}
+
+/// Hands encryption and login to @p stream. False when that refuses them, or when no stream could be made.
+bool takesLogin(FTPStream* stream, const FMServer& server)
+{
+    if (stream == nullptr || !stream->setEncryption(server.encryption())) {
+        return false;
     }
+    stream->setTrustedCertificates(server.trustedFingerprints());
+    return stream->setUserName(server.username()) && stream->setPassword(server.password());
+}
 
 } // namespace
+
+namespace quillbox {
 
 quint64 FTPManager::Private::sizeOfFile(const QUrl& fileURL)
 {
@@ -60,8 +68,8 @@ quint64 FTPManager::Private::sizeOfFile(const QUrl& fileURL)
 bool FTPManager::Private::_uploadData(const QByteArray& data, const QString& fileName, const FMServer& server)
 {
     begin(Action::Upload, static_cast<quint64>(data.size()));
-    return upload(std::make_unique<DataSource>(data), URLText::appendingPathComponent(baseURL(server), fileName),
-                  server);
+    return upload(std::make_unique<DataSource>(data), fileName.toUtf8(),
+                  URLText::appendingPathComponent(baseURL(server), fileName), server);
 }
 
 bool FTPManager::Private::_uploadFile(const QUrl& fileURL, const FMServer& server)
@@ -69,13 +77,21 @@ bool FTPManager::Private::_uploadFile(const QUrl& fileURL, const FMServer& serve
     begin(Action::Upload, sizeOfFile(fileURL));
     const QString path = localPath(fileURL);
     const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(path));
-    return upload(FileSource::create(path), URLText::appendingPathComponent(baseURL(server), name), server);
+    return upload(FileSource::create(path), name, URLText::appendingPathComponent(baseURL(server), name), server);
 }
 
-bool FTPManager::Private::upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server)
+bool FTPManager::Private::upload(std::unique_ptr<UploadSource> source, const QByteArray& name, const QString& location,
+                                 const FMServer& server)
 {
     m_fileReader = std::move(source);
-    if (m_fileReader == nullptr || location.isNull()) {
+    if (m_fileReader == nullptr) {
+        return fail(FMFailure::Kind::LocalFile);
+    }
+    if (location.isNull()) {
+        return false;
+    }
+    if (leadsElsewhere(name)) {
+        qCWarning(ftpManagerLog, "ftp stream failed: general stream error (check credentials?)");
         return false;
     }
     m_serverStream = m_streams->createUploadStream(location, m_fileReader->length());
@@ -108,14 +124,19 @@ std::optional<QList<ListingEntry>> FTPManager::Private::_contentsOfServer(const 
     if (!takesLogin(m_serverReadStream.get(), server) || !run(*m_serverReadStream)) {
         return std::nullopt;
     }
-    return _createListingArrayFromDirectoryListingData(std::exchange(m_directoryListingData, QByteArray()));
+    auto entries = _createListingArrayFromDirectoryListingData(std::exchange(m_directoryListingData, QByteArray()));
+    if (!entries) {
+        fail(FMFailure::Kind::Unreadable);
+    }
+    return entries;
 }
 
 bool FTPManager::Private::_downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer& server)
 {
     begin(Action::Download, 0);
     const QString path = PathText::appendingPathComponent(localPath(directoryURL), fileName);
-    m_fileWriter = std::make_unique<FileOutputStream>(path);
+    using enum FileOutputStream::Existing;
+    m_fileWriter = std::make_unique<FileOutputStream>(path, m_keepsOldFiles ? KeptUntilWhole : Overwritten);
     const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
     // What cannot be asked for, which the stream reports, costs no file.
     if (const auto place = FTPLocation::fromText(location); place && canBeSent(place->path)) {
@@ -133,7 +154,7 @@ bool FTPManager::Private::_downloadFile(const QString& fileName, const QUrl& dir
         return true;
     }
     // Part of a file looks like the file. What could not be opened for writing is no such part.
-    if (isOurs) {
+    if (isOurs && !m_keepsOldFiles) {
         ::unlink(LocalPath::toBytes(path).constData());
     }
     return false;

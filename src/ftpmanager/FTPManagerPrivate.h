@@ -11,6 +11,7 @@
 #include <span>
 
 class ControlSocket;
+struct Answers;
 class RunLoop;
 
 namespace quillbox {
@@ -39,6 +40,7 @@ public:
     enum class FailureReason : qint32 { None = 0, Read = 1, Write = 2, General = 3, Aborted = 4 };
 
     static bool _checkFMServer(const FMServer* server);
+    template <typename Result> Result runOnWorker(const std::function<Result()>& operation);
     template <typename Result> Result runOnStreams(const FMServer& server, const std::function<Result()>& operation);
 
     // The working operations, on the worker thread.
@@ -52,15 +54,18 @@ public:
     static std::optional<QList<ListingEntry>>
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
     bool prepare(ControlSocket& socket, const FMServer& server);
-    std::optional<QString> converse(ControlSocket& socket, const QList<QByteArray>& lines);
-    void noteRefusal(const Refusal& refusal);
-    static std::optional<QString> _listenLoopForSocket(ControlSocket& socket);
+    std::optional<QString> converse(ControlSocket& socket, const FMServer& server, const QList<QByteArray>& lines);
+    static std::optional<Answers> _listenLoopForSocket(ControlSocket& socket);
     static bool _checkAnswers(const QString& text);
 
     void begin(Action action, quint64 fileSize);
-    void noteRefusedCertificate();
     void noteUndecided();
-    bool upload(std::unique_ptr<UploadSource> source, const QString& location, const FMServer& server);
+    /// Keeps why the operation fails, and answers its result.
+    bool fail(const FMFailure& failure);
+    bool fail(FMFailure::Kind kind) { return fail(FMFailure{ .kind = kind }); }
+    void noteFailureOf(const FTPStream& stream);
+    bool upload(std::unique_ptr<UploadSource> source, const QByteArray& name, const QString& location,
+                const FMServer& server);
     bool run(FTPStream& stream);
     std::optional<Action> runningAction() const;
 
@@ -87,6 +92,8 @@ public:
 
     FTPStreamFactory* m_streams = nullptr; ///< Given for good, or made for the operation that runs.
     FTPManagerDelegate* m_delegate = nullptr;
+    bool m_keepsOldFiles = false;
+    bool m_isEncrypted = false; ///< What the running operation says.
 
     /// Guards what other threads reach through abort() and progress().
     mutable std::mutex m_mutex;
@@ -96,10 +103,9 @@ public:
     quint64 m_bytesProcessed = 0; ///< In the latest step.
     quint64 m_fileSizeProcessed = 0;
     bool m_streamSuccess = false;
-    bool m_refusedCertificate = false;
+    FMFailure m_failure;
     bool m_isUndecided = false;
     bool m_isCommandAccepted = false;
-    std::optional<Refusal> m_refusal;
 
     // The worker's own.
     std::array<char, 32768> m_buffer{};

@@ -9,44 +9,44 @@
 #include <mutex>
 #include <set>
 
-namespace quillbox {
-
 namespace {
 
-    /// How long the end of the program waits for operations to end.
-    constexpr std::chrono::seconds endGrace{ 2 };
+/// How long the end of the program waits for operations to end.
+constexpr std::chrono::seconds endGrace{ 2 };
 
-    struct Operations {
-        std::mutex mutex;
-        std::condition_variable ended;
-        std::set<RunLoop*> loops;
-        bool isProgramEnding = false;
-    };
+struct Operations {
+    std::mutex mutex;
+    std::condition_variable ended;
+    std::set<RunLoop*> loops;
+    bool isProgramEnding = false;
+};
 
-    Operations& operations()
+Operations& operations()
+{
+    static auto& all = *new Operations; // Also for threads that are there until the very end.
+    return all;
+}
+
+/// Its static object is destroyed before those of Qt that sockets need, since these are made first.
+class ProgramEnd {
+public:
+    ProgramEnd() { QTcpSocket().setSocketDescriptor(-1); }
+    ProgramEnd(const ProgramEnd&) = delete;
+    ProgramEnd& operator=(const ProgramEnd&) = delete;
+    ~ProgramEnd()
     {
-        static auto& all = *new Operations; // Also for threads that are there until the very end.
-        return all;
-    }
-
-    /// Its static object is destroyed before those of Qt that sockets need, since these are made first.
-    class ProgramEnd {
-    public:
-        ProgramEnd() { QTcpSocket().setSocketDescriptor(-1); }
-        ProgramEnd(const ProgramEnd&) = delete;
-        ProgramEnd& operator=(const ProgramEnd&) = delete;
-        ~ProgramEnd()
-        {
-            std::unique_lock lock(operations().mutex);
-            operations().isProgramEnding = true;
-            for (RunLoop* const loop : operations().loops) {
-                loop->stop();
-            }
-            operations().ended.wait_for(lock, endGrace, [] { return operations().loops.empty(); });
+        std::unique_lock lock(operations().mutex);
+        operations().isProgramEnding = true;
+        for (RunLoop* const loop : operations().loops) {
+            loop->stop();
         }
-    };
+        operations().ended.wait_for(lock, endGrace, [] { return operations().loops.empty(); });
+    }
+};
 
 } // namespace
+
+namespace quillbox {
 
 RunningOperation::RunningOperation()
 {

@@ -13,70 +13,70 @@
 
 using namespace Qt::StringLiterals;
 
-namespace quillbox {
-
 namespace {
 
-    bool isRegularFile(int descriptor)
-    {
-        struct stat status = {};
-        return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    }
+bool isRegularFile(int descriptor)
+{
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
 
-    /// What comes from elsewhere takes no program's place: a file that is written over can no longer be executed.
-    void withdrawExecution(int descriptor)
-    {
-        constexpr mode_t execution = S_IXUSR | S_IXGRP | S_IXOTH;
-        struct stat status = {};
-        if (::fstat(descriptor, &status) == 0 && (status.st_mode & execution) != 0) {
-            ::fchmod(descriptor, status.st_mode & 07777 & ~execution);
-        }
+/// What comes from elsewhere takes no program's place: a file that is written over can no longer be executed.
+void withdrawExecution(int descriptor)
+{
+    constexpr mode_t execution = S_IXUSR | S_IXGRP | S_IXOTH;
+    struct stat status = {};
+    if (::fstat(descriptor, &status) == 0 && (status.st_mode & execution) != 0) {
+        ::fchmod(descriptor, status.st_mode & 07777 & ~execution);
     }
+}
 
-    /// Opens the regular file at @p name, or makes one; -1 when that is not possible. Nothing else is written to:
-    /// a link gives way to the file, whatever it leads to, and pipes and devices stay alone.
-    int openForWriting(const char* name)
-    {
-        constexpr int flags = O_WRONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
-        int descriptor = ::open(name, flags);
-        if (descriptor < 0 && (errno == ENOENT || (errno == ELOOP && ::unlink(name) == 0))) {
-            descriptor = ::open(name, flags | O_CREAT | O_EXCL, 0666);
-        }
-        // Emptied once it is known what was opened.
-        if (descriptor >= 0 && !(isRegularFile(descriptor) && ::ftruncate(descriptor, 0) == 0)) {
-            ::close(descriptor);
-            return -1;
-        }
-        return descriptor;
+/// Opens the regular file at @p name, or makes one; -1 when that is not possible. Nothing else is written to:
+/// a link gives way to the file, whatever it leads to, and pipes and devices stay alone.
+int openForWriting(const char* name)
+{
+    constexpr int flags = O_WRONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
+    int descriptor = ::open(name, flags);
+    if (descriptor < 0 && (errno == ENOENT || (errno == ELOOP && ::unlink(name) == 0))) {
+        descriptor = ::open(name, flags | O_CREAT | O_EXCL, 0666);
     }
+    // Emptied once it is known what was opened.
+    if (descriptor >= 0 && !(isRegularFile(descriptor) && ::ftruncate(descriptor, 0) == 0)) {
+        ::close(descriptor);
+        return -1;
+    }
+    return descriptor;
+}
 
-    /// The name of the file number @p number that may be written beside the one at @p path, which may be of any length.
-    QByteArray partName(const QString& path, int number)
-    {
-        const QString ending = (number == 1 ? QString() : u" %1"_s.arg(number)) + u".part"_s;
-        const qsizetype start = path.lastIndexOf(u'/') + 1;
-        return LocalPath::toBytes(path.left(start)
-                                  + PathText::shortenedFileName(path.sliced(start), NAME_MAX - ending.size()) + ending);
-    }
+/// The name of the file number @p number that may be written beside the one at @p path, which may be of any length.
+QByteArray partName(const QString& path, int number)
+{
+    const QString ending = (number == 1 ? QString() : u" %1"_s.arg(number)) + u".part"_s;
+    const qsizetype start = path.lastIndexOf(u'/') + 1;
+    return LocalPath::toBytes(path.left(start)
+                              + PathText::shortenedFileName(path.sliced(start), NAME_MAX - ending.size()) + ending);
+}
 
-    /// Gives a new file the group and the mode of the one that @p old tells of. What a group may do is no other's.
-    void takeAccess(int descriptor, const struct stat& old)
-    {
-        mode_t mode = old.st_mode & 0777;
-        if (::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0) {
-            mode &= ~static_cast<mode_t>(S_IRWXG);
-        }
-        ::fchmod(descriptor, mode);
+/// Gives a new file the group and the mode of the one that @p old tells of. What a group may do is no other's.
+void takeAccess(int descriptor, const struct stat& old)
+{
+    mode_t mode = old.st_mode & 0777;
+    if (::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0) {
+        mode &= ~static_cast<mode_t>(S_IRWXG);
     }
+    ::fchmod(descriptor, mode);
+}
 
-    /// Whether @p error says that the folder takes no new file, or none of that name: one that is there may be written
-    /// all the same. With any other error that would only lose it.
-    bool isNotAllowed(int error)
-    {
-        return error == EACCES || error == EPERM || error == EROFS || error == ENAMETOOLONG;
-    }
+/// Whether @p error says that the folder takes no new file, or none of that name: one that is there may be written
+/// all the same. With any other error that would only lose it.
+bool isNotAllowed(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS || error == ENAMETOOLONG;
+}
 
 } // namespace
+
+namespace quillbox {
 
 FileOutputStream::FileOutputStream(QString path, Existing existing)
     : m_path(std::move(path))

@@ -645,7 +645,7 @@ TEST(CarefulConversationTest, TheSameCommandsAreSentTheOneThatCountsWhenAllBefor
         FTPManager manager;
         EXPECT_TRUE(row.operation(manager, carefulRecordFor(server).get()));
 
-        EXPECT_FALSE(manager.refusal());
+        EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::None);
         server.close();
         EXPECT_EQ(server.received(),
                   QList<QByteArray>{ "USER user\r\nPASS word\r\nCWD dir\r\n" + row.command + "\r\nQUIT\r\n" });
@@ -663,10 +663,11 @@ TEST(CarefulConversationTest, NothingIsDeletedWhenTheLoginOrTheFolderIsRefused)
         server.close();
         EXPECT_FALSE(server.received().value(0).contains("DELE")) << refused.toStdString();
         EXPECT_TRUE(server.received().value(0).endsWith("QUIT\r\n")) << refused.toStdString();
-        ASSERT_TRUE(manager.refusal());
-        EXPECT_EQ(manager.refusal()->code, 530);
-        EXPECT_EQ(manager.refusal()->words, u"530 not you"_s);
-        EXPECT_FALSE(manager.refusal()->isOfCommand);
+        const FMFailure failure = manager.lastFailure();
+        EXPECT_EQ(failure.kind,
+                  refused.startsWith("CWD") ? FMFailure::Kind::FolderRefused : FMFailure::Kind::LoginRefused);
+        EXPECT_EQ(failure.code, 530);
+        EXPECT_EQ(failure.words, u"530 not you"_s);
         EXPECT_FALSE(manager.isUndecided());
     }
 }
@@ -678,9 +679,8 @@ TEST(CarefulConversationTest, ARefusalOfTheCommandIsToldAsSuch)
 
     EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
 
-    ASSERT_TRUE(manager.refusal());
-    EXPECT_TRUE(manager.refusal()->isOfCommand);
-    EXPECT_EQ(manager.refusal()->words, u"550 no such file"_s);
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::Refused);
+    EXPECT_EQ(manager.lastFailure().words, u"550 no such file"_s);
     server.close();
     EXPECT_EQ(server.received(), QList<QByteArray>{ wholeConversation });
 }
@@ -697,7 +697,7 @@ TEST(CarefulConversationTest, AConnectionThatIsLostBehindTheCommandLeavesItUndec
     EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
 
     EXPECT_TRUE(manager.isUndecided());
-    EXPECT_FALSE(manager.refusal());
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::Lost);
 }
 
 TEST(CarefulConversationTest, WhatWouldFailTheAnswersFailsThemBeforeTheCommand)
@@ -723,8 +723,7 @@ TEST(CarefulConversationTest, APasswordThatIsRepeatedIsNotTold)
 
     EXPECT_FALSE(manager.deleteFileNamed(u"a.txt"_s, carefulRecordFor(server).get()));
 
-    ASSERT_TRUE(manager.refusal());
-    EXPECT_EQ(manager.refusal()->words, u"550 a **** for ****"_s);
+    EXPECT_EQ(manager.lastFailure().words, u"550 a **** for ****"_s);
 }
 
 TEST(CarefulConversationTest, APasswordThatIsThoughtAboutIsWaitedFor)

@@ -158,7 +158,7 @@ TEST_F(FTPManagerTlsTest, ACertificateThatIsNotTrustedGetsNoLogin)
 
     record->setTrustedFingerprints({});
     EXPECT_FALSE(manager.checkLogin(record.get()));
-    EXPECT_TRUE(manager.hasRefusedCertificate());
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::Certificate);
     record->setTrustedFingerprints({ TestCertificate::selfSigned().fingerprint() });
     EXPECT_FALSE(FTPManager().checkLogin(record.get()));
 
@@ -172,17 +172,17 @@ TEST_F(FTPManagerTlsTest, WhyAnOperationFailedIsToldOfTheLatestOneAlone)
     FakeStreamFactory streams;
     const auto record = FMServer::serverWithDestination(u"host"_s, u"user"_s, u"word"_s);
     FTPManager manager = managerOn(streams);
-    EXPECT_FALSE(manager.hasRefusedCertificate());
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::None);
 
     streams.next.error.domain = FTPStreamError::Domain::Certificate;
     streams.next.turns = { { FTPStreamEvent::ErrorOccurred } };
     EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
-    EXPECT_TRUE(manager.hasRefusedCertificate());
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::Certificate);
 
     streams.next.error.domain = FTPStreamError::Domain::Other;
     streams.next.turns = { { FTPStreamEvent::ErrorOccurred } };
     EXPECT_FALSE(manager.createNewFolder(u"a"_s, record.get()));
-    EXPECT_FALSE(manager.hasRefusedCertificate());
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::Lost);
 }
 
 TEST_F(FTPManagerTlsTest, AConversationThatIsCutBeforeTheReplyToQuitIsAFailure)

@@ -18,7 +18,7 @@ ENTRIES = [
 ]
 EDGES = [16, 22, 24, 32, 48, 64, 128, 256]
 LIBRARY = [
-    *[f"include/quillbox/{name}.h" for name in ("FMServer", "FMThread", "FTPEncryption", "FTPManager", "FTPManagerDelegate",
+    *[f"include/quillbox/{name}.h" for name in ("FMFailure", "FMServer", "FMThread", "FTPEncryption", "FTPManager", "FTPManagerDelegate",
                                                 "FTPManagerStrings", "FTPTimeouts", "ListingEntry", "Version")],
     *[f"lib/cmake/QuillboxFTP/QuillboxFTP{name}.cmake" for name in ("Config", "ConfigVersion", "Targets", "Targets-debug")],
     *[f"lib/libquillboxftp.so{number}" for number in ("", ".0", ".0.1.0")],

@@ -145,8 +145,8 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
         m_engine.pool().closeIdle(m_key.host, m_key.port);
         reuse = ConnectionPool::Reuse::Fresh;
         m_progress.security.reset();
-        reach(Stage::Connecting);
     }
+    reach(Stage::Connecting);
     m_try = Try();
     m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, traits());
     const bool wantsSize = m_request.kind == Kind::Download && m_request.fetchSize;
@@ -313,6 +313,7 @@ void Transfer::follow(SessionSetup::Verdict verdict, const Reply& reply)
         }
         break;
     case SessionSetup::Verdict::Unprotected:
+        m_try.isUnprotected = true;
         fail();
         break;
     case SessionSetup::Verdict::Stray:
@@ -809,6 +810,25 @@ void Transfer::fail()
     finishWith({ .domain = m_progress.wasSilent ? Silent : Other, .isUndecided = isUndecided() }, false);
 }
 
+FTPStreamError::Stage Transfer::stageOfError() const
+{
+    using enum FTPStreamError::Stage;
+    if (m_try.isUnprotected) {
+        return Securing;
+    }
+    switch (m_progress.stage) {
+    case Stage::Connecting:
+        return m_progress.isHostKnown ? Connecting : Resolving;
+    case Stage::Connected:
+        return Securing;
+    case Stage::LoggingIn:
+        return m_state == State::AwaitingConsent ? Acting : LoggingIn; // A kept login may have gone unmentioned.
+    case Stage::LoggedIn:
+        break;
+    }
+    return m_state == State::SettingUp ? EnteringFolder : Acting;
+}
+
 void Transfer::finishWith(FTPStreamError error, bool keepConnection)
 {
     const bool isOwnLogin = m_request.standsBack && m_try.connection != nullptr
@@ -817,6 +837,7 @@ void Transfer::finishWith(FTPStreamError error, bool keepConnection)
         return;
     }
     m_error = error;
+    m_error.stage = stageOfError();
     enter(State::Finished);
     m_data.reset();
     letGoOfConnection(keepConnection);

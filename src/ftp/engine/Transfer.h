@@ -74,6 +74,7 @@ private:
         std::unique_ptr<SessionSetup> setup; ///< While there is a connection.
         std::unique_ptr<FolderMaker> folderMaker; ///< While a connection test makes its folder.
         bool hasReplied = false; ///< The server has answered something.
+        bool isUnprotected = false; ///< Encryption does not come about.
         int preliminaryReplies = 0; ///< Since the last final one, or since data last moved.
         bool hasConsented = false; ///< The server has said that it will do it, or need not say so.
         bool hasDataConnection = false; ///< It stands, or has stood.
@@ -131,6 +132,7 @@ private:
     void finishRefused(const Reply& reply);
     bool isUndecided() const;
     void fail();
+    FTPStreamError::Stage stageOfError() const;
     void finishWith(FTPStreamError error, bool keepConnection);
     void report(FTPStreamEvent event);
     void reportWhatWaited();
