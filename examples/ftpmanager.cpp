@@ -1,34 +1,27 @@
-// The FTP library from the command line: one operation on a server for each start. It is also how to try the library.
+// The FTP library from the command line: one operation on a server for each start. It shows how a program uses the
+// library, and uses nothing of it but what is installed.
 
-#include "FTPManager.h"
+#include "CommandLine.h"
+#include "FailureText.h"
+#include "Interruption.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QTextStream>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <quillbox/FTPManager.h>
+#include <quillbox/Version.h>
 
+#include <cstdio>
 #include <map>
 #include <optional>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int wrongUsage = 2;
-
-QTextStream& out()
-{
-    static QTextStream stream(stdout);
-    return stream;
-}
-
-QTextStream& errors()
-{
-    static QTextStream stream(stderr);
-    return stream;
-}
-
-/// Shows percent while a transfer runs.
+/// Shows percent at a terminal while a transfer runs.
 class ProgressLine final : public FTPManagerDelegate {
 public:
     void ftpManagerUploadProgressDidChange(const std::optional<FTPManagerProgress>& progress) override
@@ -39,95 +32,122 @@ public:
     {
         show(progress);
     }
+    /// Removes what is shown, for what follows.
+    void clear()
+    {
+        if (m_shown >= 0) {
+            std::fputs("\r      \r", stderr);
+            m_shown = -1;
+        }
+    }
 
 private:
-    static void show(const std::optional<FTPManagerProgress>& progress)
+    void show(const std::optional<FTPManagerProgress>& progress)
     {
-        if (progress) {
-            errors() << "\r" << static_cast<int>(progress->progress * 100) << " %";
-            if (progress->fileSizeProcessed == progress->fileSize) {
-                errors() << "\n";
-            }
-            errors().flush();
+        const int percent = progress ? static_cast<int>(progress->progress * 100) : -1;
+        if (percent > m_shown) {
+            m_shown = percent;
+            std::fprintf(stderr, "\r%3d %%", percent);
+        }
+    }
+
+    int m_shown = -1;
+};
+
+/// What operations work with.
+struct Tool {
+    CommandLine line;
+    FTPManager manager = FTPManager();
+    ProgressLine progress = {};
+    int status = 0; ///< Of the first thing that has failed.
+
+    /// Reports what has become of @p what.
+    void take(bool isDone, const QString& what)
+    {
+        progress.clear();
+        const FMFailure failure = manager.lastFailure();
+        if (!isDone) {
+            say(what.isEmpty() ? textOf(failure) : what + u": "_s + textOf(failure));
+            status = status != 0 ? status : statusOf(failure);
         }
     }
 };
 
-/// What one operation works with.
-struct Call {
-    FTPManager& manager;
-    const FMServer* server;
-    QStringList arguments; ///< As many as the operation takes.
-};
-
-/// Names come from the server: what would move the cursor is not for the terminal.
-QString printable(const QString& text)
+void logIn(Tool& tool)
 {
-    QString shown = text;
-    for (QChar& c : shown) {
-        if (!c.isPrint()) {
-            c = u'?';
-        }
-    }
-    return shown;
+    tool.take(tool.manager.checkLogin(tool.line.server.get()), QString());
 }
 
-bool list(const Call& call)
+void list(Tool& tool)
 {
-    const std::optional<QList<ListingEntry>> entries = call.manager.contentsOfServer(call.server);
-    if (!entries) {
-        return false;
-    }
-    for (const ListingEntry& entry : *entries) {
+    const std::optional<QList<ListingEntry>> entries = tool.manager.contentsOfServer(tool.line.server.get());
+    tool.take(entries.has_value(), QString());
+    for (const ListingEntry& entry : entries.value_or(QList<ListingEntry>())) {
         const QString date
             = entry.modDate ? QDateTime::fromMSecsSinceEpoch(*entry.modDate).toString(u"yyyy-MM-dd hh:mm"_s) : u"-"_s;
         const QString size = entry.size ? QString::number(*entry.size) : u"-"_s;
-        const QString name = entry.name.isNull() ? u"(not in UTF-8)"_s : printable(entry.name);
-        out() << (entry.type == ListingEntry::folderType ? "d" : "-") << size.rightJustified(16) << "  "
-              << date.leftJustified(16) << "  " << name << "\n";
+        const QString name
+            = entry.name.isNull() ? QString::fromLatin1(entry.rawName.toPercentEncoding()) : printable(entry.name);
+        const QString row = (entry.type == ListingEntry::folderType ? u"d"_s : u"-"_s) + size.rightJustified(16)
+            + u"  "_s + date.leftJustified(16) + u"  "_s + name + u'\n';
+        std::fputs(row.toLocal8Bit().constData(), stdout);
     }
-    return true;
 }
 
-struct Operation {
-    qsizetype arguments;
-    bool (*run)(const Call&);
-};
-
-const std::map<QString, Operation>& operations()
+void put(Tool& tool)
 {
-    static const std::map<QString, Operation> all{
-        { u"login"_s, { 0, [](const Call& call) { return call.manager.checkLogin(call.server); } } },
-        { u"list"_s, { 0, list } },
-        { u"upload"_s,
-          { 1,
-            [](const Call& call) {
-                return call.manager.uploadFile(QUrl::fromLocalFile(call.arguments[0]), call.server);
-            } } },
-        { u"put"_s,
-          { 2,
-            [](const Call& call) {
-                return call.manager.uploadData(call.arguments[1].toUtf8(), call.arguments[0], call.server);
-            } } },
-        { u"download"_s,
-          { 2,
-            [](const Call& call) {
-                return call.manager.downloadFile(call.arguments[0], QUrl::fromLocalFile(call.arguments[1]),
-                                                 call.server);
-            } } },
-        { u"mkdir"_s,
-          { 1, [](const Call& call) { return call.manager.createNewFolder(call.arguments[0], call.server); } } },
-        { u"delete"_s,
-          { 1, [](const Call& call) { return call.manager.deleteFileNamed(call.arguments[0], call.server); } } },
-        { u"chmod"_s,
-          { 2,
-            [](const Call& call) {
-                bool isNumber = false;
-                const quint32 mode = call.arguments[1].toUInt(&isNumber);
-                return isNumber && call.manager.chmodFileNamed(call.arguments[0], mode, call.server);
-            } } },
-    };
-    return all;
+    for (const QString& path : tool.line.arguments) {
+        const QUrl file = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+        tool.take(tool.manager.uploadFile(file, tool.line.server.get()), path);
+    }
+}
+
+void get(Tool& tool)
+{
+    const QString name = tool.line.arguments[0];
+    const QUrl folder = QUrl::fromLocalFile(QFileInfo(tool.line.arguments.value(1, u"."_s)).absoluteFilePath());
+    tool.manager.setKeepsOldFiles(true);
+    tool.take(tool.manager.downloadFile(name, folder, tool.line.server.get()), name);
+}
+
+void makeFolder(Tool& tool)
+{
+    const QString name = tool.line.arguments[0];
+    tool.take(tool.manager.createNewFolder(name, tool.line.server.get()), name);
+}
+
+/// The name decides what the library takes an item for; where the server refuses that, it is the other one.
+void remove(Tool& tool)
+{
+    const FMServer* const server = tool.line.server.get();
+    for (const QString& name : tool.line.arguments) {
+        bool isDone = tool.manager.deleteFileNamed(name, server);
+        if (const FMFailure failure = tool.manager.lastFailure();
+            !isDone && failure.kind == FMFailure::Kind::Refused && failure.code >= 500) {
+            const auto other = name.contains(u'.') ? FTPManager::ItemKind::Folder : FTPManager::ItemKind::File;
+            isDone = tool.manager.deleteItemNamed(name.toUtf8(), other, server);
+        }
+        tool.take(isDone, name);
+    }
+}
+
+void changeMode(Tool& tool)
+{
+    bool isNumber = false;
+    const QString name = tool.line.arguments[0];
+    const quint32 mode = tool.line.arguments[1].toUInt(&isNumber);
+    if (!isNumber) {
+        say(u"a mode is a number, such as 644"_s);
+        tool.status = statusOfUsage;
+        return;
+    }
+    tool.take(tool.manager.chmodFileNamed(name, mode, tool.line.server.get()), name);
+}
+
+/// What the library logs is said here in other words.
+void silenceLibrary()
+{
+    QLoggingCategory::setFilterRules(u"ftpmanager.warning=false"_s);
 }
 
 } // namespace
@@ -135,42 +155,27 @@ const std::map<QString, Operation>& operations()
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    QCommandLineParser options;
-    options.setApplicationDescription(
-        u"Runs one operation on an FTP server:\n"
-        "  login                  Tests the login.\n"
-        "  list                   Lists the folder.\n"
-        "  upload FILE            Puts a local file into the folder.\n"
-        "  put NAME TEXT          Puts a text into the folder.\n"
-        "  download NAME FOLDER   Gets a file into a local folder.\n"
-        "  mkdir NAME             Makes a folder.\n"
-        "  delete NAME            Deletes a file, or a folder without a dot in its name.\n"
-        "  chmod NAME MODE        Changes permissions, such as 644.\n"
-        "The password is read from the environment variable FTP_PASSWORD."_s);
-    options.addHelpOption();
-    const QCommandLineOption port(u"port"_s, u"Port of the server, 21 when not given."_s, u"number"_s, u"21"_s);
-    const QCommandLineOption user(u"user"_s, u"User name; anonymous when not given."_s, u"name"_s, u"anonymous"_s);
-    options.addOptions({ port, user });
-    options.addPositionalArgument(u"server"_s, u"Host, or host/folder."_s);
-    options.addPositionalArgument(u"operation"_s, u"One of the above."_s);
-    options.addPositionalArgument(u"arguments"_s, u"What the operation takes."_s, u"[arguments...]"_s);
-    options.process(application);
-
-    const QStringList words = options.positionalArguments();
-    const auto operation = operations().find(words.value(1));
-    if (operation == operations().end() || words.size() - 2 != operation->second.arguments) {
-        errors() << options.helpText();
-        return wrongUsage;
+    QCoreApplication::setApplicationName(u"ftpmanager"_s);
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(QUILLBOX_FTP_VERSION));
+    silenceLibrary();
+    static const std::map<QString, void (*)(Tool&)> operations{
+        { u"login"_s, logIn },      { u"list"_s, list }, { u"put"_s, put },          { u"get"_s, get },
+        { u"mkdir"_s, makeFolder }, { u"rm"_s, remove }, { u"chmod"_s, changeMode },
+    };
+    Tool tool{ readCommandLine() };
+    if (::isatty(STDERR_FILENO) != 0) {
+        tool.manager.setDelegate(&tool.progress);
     }
-    const auto server
-        = FMServer::serverWithDestination(words[0], options.value(user), u""_s + qEnvironmentVariable("FTP_PASSWORD"));
-    server->setPort(options.value(port).toInt());
-    server->setCareful(true); // Or a deletion goes on where its folder is refused, and some refused logins pass.
-
-    FTPManager manager;
-    ProgressLine progress;
-    manager.setDelegate(&progress);
-    const bool done = operation->second.run({ manager, server.get(), words.mid(2) });
-    errors() << (done ? "done" : "failed") << "\n";
-    return done ? 0 : 1;
+    const Interruption interruption(tool.manager);
+    operations.at(tool.line.operation)(tool);
+    if (interruption.hasCome()) {
+        tool.progress.clear();
+        say(u"interrupted"_s);
+        return statusOfInterruption;
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        say(u"the output cannot be written"_s);
+        return statusOfLocalFile;
+    }
+    return tool.status;
 }

@@ -1,50 +1,304 @@
-"""The command-line example of the FTP library, on a server that thinks about wrong passwords."""
+"""The command-line tool on the FTP library, on three makes of servers and on one that misbehaves."""
 
+import fcntl
+import json
 import os
+import pty
+import re
+import select
+import signal
 import subprocess
 import sys
 import tempfile
+import termios
+import time
 import unittest
 
-SERVER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers", "real_server.py")
+HERE = os.path.dirname(os.path.abspath(__file__))
+SERVERS = os.path.join(HERE, "..", "servers")
+sys.path.insert(0, os.path.join(HERE, "..", "window"))
+
+from certificates import make_certificate  # noqa: E402
+
+PROGRAM = os.environ["FTPMANAGER"]
+BIG = 64 << 20
 
 
-class ExampleTest(unittest.TestCase):
+class Case(unittest.TestCase):
     def setUp(self):
         self.root = self.enterContext(tempfile.TemporaryDirectory())
-        server = self.enterContext(
-            subprocess.Popen(
-                [sys.executable, "-B", SERVER, "pyftpdlib", self.root],
-                stdin=subprocess.PIPE,
-                stdout=subprocess.PIPE,
-                text=True,
-            )
-        )
-        _, self.port, _, self.user, _, self.password = server.stdout.readline().split()
+        self.folder = self.enterContext(tempfile.TemporaryDirectory())
 
-    def run_example(self, destination, *words, password=None):
-        """What the example ends with and says last."""
+    def start(self, script, *words):
+        process = subprocess.Popen(
+            [sys.executable, "-B", os.path.join(SERVERS, script), *words],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+        )
+        self.enterContext(process)
+        self.server = process
+        return process.stdout.readline().split()
+
+    def environment(self, password):
+        plain = {name: value for name, value in os.environ.items() if name != "FTP_PASSWORD"}
+        return {**plain, **({} if password is None else {"FTP_PASSWORD": password})}
+
+    def words(self, *words):
+        return [PROGRAM, "--port", str(self.port), "--user", self.user, *words]
+
+    def run_tool(self, *words, password="", **options):
+        """What the tool ends with, says, and prints."""
         done = subprocess.run(
-            [os.environ["FTPMANAGER"], "--port", self.port, "--user", self.user, destination, *words],
-            env={**os.environ, "FTP_PASSWORD": password or self.password},
-            capture_output=True,
-            text=True,
-            timeout=60,
+            self.words(*words), env=self.environment(self.password if password == "" else password),
+            stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, cwd=self.folder, **options,
         )
-        return done.returncode, done.stderr.splitlines()[-1]
+        return done.returncode, done.stderr, done.stdout
 
-    def test_a_login_is_tested(self):
-        self.assertEqual(self.run_example("127.0.0.1", "login"), (0, "done"))
-        self.assertEqual(self.run_example("127.0.0.1", "login", password="wrong"), (1, "failed"))
+    def local(self, name, content=b"some bytes\n"):
+        path = os.path.join(self.folder, name)
+        with open(path, "wb") as file:
+            file.write(content)
+        return path
 
-    def test_nothing_is_deleted_elsewhere_when_the_folder_is_refused(self):
-        path = os.path.join(self.root, "file.txt")
+    def served(self, name):
+        return os.path.join(self.root, name)
+
+
+class OnEveryMake:
+    """Each operation, and its commonest refusals."""
+
+    def setUp(self):
+        super().setUp()
+        _, self.port, _, self.user, _, self.password = self.start("real_server.py", self.MAKE, self.root)
+
+    def test_files_go_up_are_listed_come_down_and_are_deleted(self):
+        first, second = self.local("first.txt"), self.local("Makefile", b"x" * 100_000)
+        self.assertEqual(self.run_tool("127.0.0.1", "put", first, second), (0, "", ""))
+        status, said, listed = self.run_tool("127.0.0.1", "list")
+        self.assertEqual((status, said), (0, ""))
+        self.assertRegex(listed, r"(?m)^- +11  .*first\.txt$")
+        self.assertRegex(listed, r"(?m)^- +100000  .*Makefile$")
+        os.remove(second)
+        self.assertEqual(self.run_tool("127.0.0.1", "get", "Makefile"), (0, "", ""))
+        with open(second, "rb") as file:
+            self.assertEqual(file.read(), b"x" * 100_000)
+        self.assertEqual(self.run_tool("127.0.0.1", "rm", "first.txt", "Makefile"), (0, "", ""))
+        self.assertEqual(os.listdir(self.root), [])
+
+    def test_folders_are_made_used_and_removed(self):
+        self.assertEqual(self.run_tool("127.0.0.1", "mkdir", "new.folder"), (0, "", ""))
+        self.assertEqual(self.run_tool("127.0.0.1/new.folder", "put", self.local("a.txt")), (0, "", ""))
+        self.assertEqual(os.listdir(self.served("new.folder")), ["a.txt"])
+        status, said, _ = self.run_tool("127.0.0.1", "mkdir", "new.folder")
+        self.assertEqual(status, 1)
+        self.assertRegex(said, r"^ftpmanager: new\.folder: the server refuses: 5\d\d .*\n$")
+        os.remove(self.served("new.folder/a.txt"))
+        self.assertEqual(self.run_tool("127.0.0.1", "rm", "new.folder"), (0, "", ""))
+
+    def test_a_login_is_tested_also_where_the_server_thinks_about_it(self):
+        self.assertEqual(self.run_tool("127.0.0.1", "login"), (0, "", ""))
+        for operation in (["login"], ["list"], ["rm", "a.txt"], ["mkdir", "a"]):
+            status, said, _ = self.run_tool("127.0.0.1", *operation, password="wrong")
+            self.assertEqual(status, 3, said)
+            self.assertRegex(said, r"the server refuses the login: 530 .*\n$")
+
+    def test_nothing_is_done_elsewhere_when_the_folder_is_refused(self):
+        path = self.served("file.txt")
         open(path, "wb").close()
+        for operation in (["rm", "file.txt"], ["list"], ["get", "file.txt"], ["put", self.local("a.txt")]):
+            status, said, _ = self.run_tool("127.0.0.1/missing", *operation)
+            self.assertEqual(status, 1, said)
+            self.assertRegex(said, r"the server refuses the folder: 550 ")
+        self.assertEqual(os.listdir(self.root), ["file.txt"])
 
-        self.assertEqual(self.run_example("127.0.0.1/missing", "delete", "file.txt"), (1, "failed"))
-        self.assertTrue(os.path.exists(path))
-        self.assertEqual(self.run_example("127.0.0.1", "delete", "file.txt"), (0, "done"))
-        self.assertFalse(os.path.exists(path))
+    def test_what_has_failed_is_named_and_the_rest_is_done(self):
+        status, said, _ = self.run_tool("127.0.0.1", "put", "/missing/a.txt", self.local("b.txt"))
+        self.assertEqual(status, 7)
+        self.assertRegex(said, r"^ftpmanager: /missing/a\.txt: the local file ")
+        self.assertEqual(os.listdir(self.root), ["b.txt"])
+
+
+class OnVsftpd(OnEveryMake, Case):
+    MAKE = "vsftpd"
+
+
+class OnProftpd(OnEveryMake, Case):
+    MAKE = "proftpd"
+
+
+class OnPyftpdlib(OnEveryMake, Case):
+    MAKE = "pyftpdlib"
+
+
+class Encrypted(Case):
+    def setUp(self):
+        super().setUp()
+        path, self.fingerprint = make_certificate(self.folder)
+        _, self.port, _, self.user, _, self.password = self.start(
+            "real_server.py", "pyftpdlib", self.root, "--tls", path)
+
+    def test_a_certificate_is_taken_by_its_fingerprint_alone(self):
+        colons = ":".join(re.findall("..", self.fingerprint.upper()))
+        for fingerprint in (self.fingerprint, colons):
+            self.assertEqual(self.run_tool("--fingerprint", fingerprint, "127.0.0.1", "login"), (0, "", ""))
+        self.assertEqual(self.run_tool("--fingerprint", self.fingerprint, "127.0.0.1", "put", self.local("a.txt")),
+                         (0, "", ""))
+        for words in (["--tls"], ["--fingerprint", "00" * 32]):
+            for operation in ("login", "list"):
+                status, said, _ = self.run_tool(*words, "127.0.0.1", operation)
+                self.assertEqual(status, 6)
+                self.assertIn("certificate is not trusted", said)
+
+    def test_a_server_that_demands_encryption_says_so(self):
+        status, said, _ = self.run_tool("127.0.0.1", "login")
+        self.assertEqual(status, 3)
+        self.assertRegex(said, r"refuses the login: 5\d\d ")
+
+
+class Scripted(Case):
+    user, password = "user", "word"
+
+    def serve(self, *rules):
+        _, self.port = self.start("scripted_server.py", "--root", self.root, "--rules", json.dumps(rules))
+
+    def test_a_server_without_encryption_gets_nothing(self):
+        self.serve({"on": "AUTH", "do": ["502 no"]})
+        for operation in ("login", "list"):
+            status, said, _ = self.run_tool("--tls", "127.0.0.1", operation)
+            self.assertEqual(status, 6, said)
+            self.assertIn("does not encrypt", said)
+
+    def test_a_lost_connection_is_told(self):
+        self.serve({"on": "STOR", "do": ["150 go on", "accept", "data-reset", "close"]},
+                   {"on": "USER", "argument": "lost", "do": ["close"]})
+        status, said, _ = self.run_tool("127.0.0.1", "put", self.local("a.txt", b"x" * 1_000_000))
+        self.assertEqual((status, said.endswith(": the connection was lost\n")), (5, True))
+        self.user = "lost"
+        self.assertEqual(self.run_tool("127.0.0.1", "login")[:2], (5, "ftpmanager: the connection was lost\n"))
+
+    def test_a_failed_download_keeps_the_old_file(self):
+        self.serve({"on": "RETR", "do": ["150 go on", "send half", "426 broken", "data-reset"]})
+        path = self.local("a.txt", b"old")
+        with open(self.served("a.txt"), "wb") as file:
+            file.write(b"new and whole")
+        status, said, _ = self.run_tool("127.0.0.1", "get", "a.txt")
+        self.assertEqual(status, 1, said)
+        self.assertEqual(os.listdir(self.folder), ["a.txt"])
+        with open(path, "rb") as file:
+            self.assertEqual(file.read(), b"old")
+
+    def test_the_servers_words_cannot_move_the_cursor_nor_show_the_password(self):
+        self.serve({"on": "PASS", "do": ["530 no \x1b[2Jword for you"]})
+        status, said, _ = self.run_tool("127.0.0.1", "login")
+        self.assertEqual(status, 3)
+        self.assertNotIn("\x1b", said)
+        self.assertNotIn("word for", said)
+
+    def test_ports_hosts_and_words_are_checked(self):
+        self.port = 2121
+        for words in (["--port", "67670", "h", "list"], ["--port", "0", "h", "list"], ["--port", "x", "h", "list"],
+                      ["h", "fly"], ["h"], [], ["h", "put"], ["h", "list", "more"], ["h:2121", "list"],
+                      ["--fingerprint", "12", "h", "list"], ["--strange", "h", "list"], ["h", "chmod", "a", "rw"],
+                      ["--password-file", "/missing", "h", "list"]):
+            status, said, printed = self.run_tool(*words)
+            self.assertEqual((status, printed), (2, ""), words)
+            self.assertRegex(said, r"^ftpmanager: .*\n$")
+        status, said, printed = self.run_tool("h", "list", password=None)
+        self.assertEqual((status, "there is no password" in said), (2, True))
+
+    def test_help_and_version_are_printed(self):
+        self.port = 21
+        for word, what in (("--help", "--fingerprint"), ("--version", "ftpmanager 0.")):
+            status, said, printed = self.run_tool(word)
+            self.assertEqual((status, said), (0, ""))
+            self.assertIn(what, printed)
+
+    def test_nobody_and_no_host_are_told_apart(self):
+        self.serve()
+        self.port = 1
+        for operation in ("login", "list"):
+            self.assertEqual(self.run_tool("127.0.0.1", operation)[:2],
+                             (4, "ftpmanager: nobody takes the connection\n"))
+            self.assertEqual(self.run_tool("no.such.host.invalid", operation)[:2],
+                             (4, "ftpmanager: there is no such host\n"))
+
+    def test_output_that_cannot_be_written_is_a_failure(self):
+        self.serve()
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            done = subprocess.run(self.words("127.0.0.1", "list"), env=self.environment("word"), stdout=full,
+                                  stderr=subprocess.PIPE, text=True, timeout=60)
+        open(self.served("a.txt"), "wb").close()
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            done = subprocess.run(self.words("127.0.0.1", "list"), env=self.environment("word"), stdout=full,
+                                  stderr=subprocess.PIPE, text=True, timeout=60)
+        self.assertEqual((done.returncode, done.stderr), (7, "ftpmanager: the output cannot be written\n"))
+
+    def test_the_password_comes_from_a_file_or_is_asked_for(self):
+        self.serve({"on": "PASS", "argument": "^from the file$", "do": ["230 in"]},
+                   {"on": "PASS", "argument": "^typed in$", "do": ["230 in"]}, {"on": "PASS", "do": ["530 no"]})
+        path = self.local("password", b"from the file\r\nmore\n")
+        self.assertEqual(self.run_tool("--password-file", path, "127.0.0.1", "login")[0], 0)
+
+        process, terminal = self.at_a_terminal("127.0.0.1", "login", password=None)
+        self.read_until(terminal, "Password of user: ")
+        self.assertFalse(termios.tcgetattr(terminal)[3] & termios.ECHO)
+        os.write(terminal, b"typed in\n")
+        self.assertEqual(process.wait(timeout=60), 0)
+        self.assertTrue(termios.tcgetattr(terminal)[3] & termios.ECHO)
+
+    def at_a_terminal(self, *words, password="word"):
+        terminal, other = pty.openpty()
+        self.addCleanup(os.close, terminal)
+        self.addCleanup(os.close, other)
+        process = subprocess.Popen(self.words(*words), env=self.environment(password), stdin=other, stdout=other,
+                                   stderr=other, start_new_session=True, cwd=self.folder,
+                                   preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+        self.enterContext(process)
+        self.addCleanup(process.kill)
+        return process, terminal
+
+    def read_until(self, terminal, text):
+        seen = ""
+        end = time.monotonic() + 60
+        while text not in seen and time.monotonic() < end:
+            if select.select([terminal], [], [], 1)[0]:
+                seen += os.read(terminal, 4096).decode()
+        self.assertIn(text, seen)
+        return seen
+
+    def test_progress_is_shown_at_terminals_alone(self):
+        self.serve()
+        path = self.local("big", b"x" * 3_000_000)
+        self.assertEqual(self.run_tool("127.0.0.1", "put", path), (0, "", ""))
+        process, terminal = self.at_a_terminal("127.0.0.1", "put", path)
+        self.read_until(terminal, "100 %")
+        self.assertEqual(process.wait(timeout=60), 0)
+
+    def test_ctrl_c_ends_a_transfer_and_leaves_no_part_of_a_file(self):
+        self.serve({"on": "RETR", "do": ["150 go on", "fill 100000", "silence"]},
+                   {"on": "STOR", "do": ["150 go on", "read 1000", "silence"]})
+        with open(self.served("big"), "wb") as file:
+            file.truncate(BIG)
+        process, terminal = self.at_a_terminal("127.0.0.1", "get", "big")
+        self.read_until(terminal, " %")
+        os.write(terminal, b"\x03")
+        self.assertIn("interrupted", self.read_until(terminal, "interrupted"))
+        self.assertEqual(process.wait(timeout=60), 130)
+        self.assertEqual(os.listdir(self.folder), [])
+
+        process, terminal = self.at_a_terminal("127.0.0.1", "put", self.local("big", b"x" * BIG))
+        self.read_until(terminal, " %")
+        process.send_signal(signal.SIGTERM)
+        self.read_until(terminal, "interrupted")
+        self.assertEqual(process.wait(timeout=60), 130)
+
+    def test_ctrl_c_ends_what_waits_for_a_silent_server(self):
+        self.serve({"on": "connect", "do": ["silence"]})
+        for operation in ("login", "list"):
+            process, _ = self.at_a_terminal("127.0.0.1", operation)
+            while '"opened"' not in self.server.stdout.readline():
+                pass
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(timeout=60), 130)
 
 
 if __name__ == "__main__":
