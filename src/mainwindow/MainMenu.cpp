@@ -11,11 +11,19 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QMessageBox>
 #include <QMimeData>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString chooserTitle = u"Upload Files"_s;
+const QString chooserButton = u"Upload"_s;
+
+} // namespace
 
 MainMenu::MainMenu(MainWindow& window, ViewController& controller)
     : m_window(window)
@@ -48,6 +56,9 @@ void MainMenu::connectActions()
     on(ui.makeCopyAction, &ViewController::copiesWindowRequested);
     on(ui.welcomeAction, &ViewController::welcomeWindowRequested);
     connect(ui.openFilesAction, &QAction::triggered, this, &MainMenu::openFiles);
+    connect(&m_portal, &FileChooserPortal::unavailable, this, &MainMenu::openFilesHere);
+    connect(&m_portal, &FileChooserPortal::filesSelected, this,
+            [this](const QStringList& paths) { upload(paths, QFileInfo(paths.first()).path()); });
     connect(ui.dragAndDropView, &DragDropView::pressed, ui.openFilesAction, &QAction::trigger);
     connect(ui.pasteFilesAction, &QAction::triggered, this, &MainMenu::pasteFiles);
     connect(ui.copyItemLocationAction, &QAction::triggered, this, &MainMenu::copyItemLocation);
@@ -116,15 +127,28 @@ void MainMenu::show(const WindowState& state)
 
 void MainMenu::openFiles()
 {
-    auto* const chooser = new QFileDialog(&m_window, u"Upload Files"_s, m_lastOpenedFolder);
+    const bool isX11 = QGuiApplication::platformName() == u"xcb"_s;
+    m_portal.open({ .parentWindow = isX11 ? u"x11:%1"_s.arg(m_window.winId(), 0, 16) : QString(),
+                    .title = chooserTitle,
+                    .acceptLabel = chooserButton,
+                    .folder = m_lastOpenedFolder });
+}
+
+void MainMenu::openFilesHere()
+{
+    auto* const chooser = new QFileDialog(&m_window, chooserTitle, m_lastOpenedFolder);
     chooser->setAttribute(Qt::WA_DeleteOnClose);
     chooser->setFileMode(QFileDialog::ExistingFiles);
-    chooser->setLabelText(QFileDialog::Accept, u"Upload"_s);
-    connect(chooser, &QFileDialog::filesSelected, this, [this, chooser](const QStringList& paths) {
-        m_lastOpenedFolder = chooser->directory().absolutePath();
-        m_controller.uploadFiles(paths);
-    });
+    chooser->setLabelText(QFileDialog::Accept, chooserButton);
+    connect(chooser, &QFileDialog::filesSelected, this,
+            [this, chooser](const QStringList& paths) { upload(paths, chooser->directory().absolutePath()); });
     chooser->open();
+}
+
+void MainMenu::upload(const QStringList& paths, const QString& folder)
+{
+    m_lastOpenedFolder = folder;
+    m_controller.uploadFiles(paths);
 }
 
 void MainMenu::pasteFiles()

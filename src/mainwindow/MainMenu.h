@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileChooserPortal.h"
+
 #include <QObject>
 #include <QString>
 
@@ -25,6 +27,9 @@ private:
 
     /// Lets the user choose files to upload.
     void openFiles();
+    /// The same by a dialog of the toolkit's.
+    void openFilesHere();
+    void upload(const QStringList& paths, const QString& folder);
     /// Uploads the files on the clipboard.
     void pasteFiles();
     /// Copies the location of the selected item.
@@ -33,5 +38,6 @@ private:
 
     MainWindow& m_window;
     ViewController& m_controller;
+    FileChooserPortal m_portal{ QDBusConnection::sessionBus() };
     QString m_lastOpenedFolder;
 };

@@ -1,5 +1,7 @@
 #include "DesktopServices.h"
 
+#include <QDBusMessage>
+
 #include <array>
 #include <fcntl.h>
 #include <stdexcept>
@@ -60,6 +62,20 @@ uint PowerManager::Inhibit(const QString& who, const QString& why)
 void PowerManager::UnInhibit(uint cookie)
 {
     asked.append(u"UnInhibit %1"_s.arg(cookie));
+}
+
+QDBusObjectPath FileChooserService::OpenFile(const QString& window, const QString& title, const QVariantMap& itsOptions)
+{
+    asked.append(u"%1: %2"_s.arg(window, title));
+    options = itsOptions;
+    request = ownPath;
+    if (request.isEmpty()) {
+        const QString sender = message().service().mid(1).replace(u'.', u'_');
+        request = u"%1/request/%2/%3"_s.arg(path, sender, options.value(u"handle_token"_s).toString());
+    }
+    m_requests.push_back(std::make_unique<PortalRequest>([this, closing = request] { closed.append(closing); }));
+    connection().registerObject(request, m_requests.back().get(), QDBusConnection::ExportAllSlots);
+    return QDBusObjectPath(request);
 }
 
 void Dock::listen(QDBusConnection bus)

@@ -1,10 +1,16 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusObjectPath>
 #include <QDBusUnixFileDescriptor>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
+
+#include <functional>
+#include <memory>
+#include <vector>
 
 // Stand-ins for what a desktop offers on the bus. PrivateBus has them answer. The names of slots are those of the
 // interfaces.
@@ -68,6 +74,46 @@ public:
 public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     uint Inhibit(const QString& who, const QString& why);
     void UnInhibit(uint cookie);
+};
+
+/// An open dialog of the portal's: it can be closed from outside.
+class PortalRequest final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Request")
+
+public:
+    explicit PortalRequest(std::function<void()> close)
+        : m_close(std::move(close))
+    {
+    }
+
+public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
+    void Close() { m_close(); }
+
+private:
+    std::function<void()> m_close;
+};
+
+/// Lets nobody choose files: it writes down what it is asked for.
+class FileChooserService final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.FileChooser")
+
+public:
+    static inline const QString name = QStringLiteral("org.freedesktop.portal.Desktop");
+    static inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
+
+    QStringList asked; ///< "window: title".
+    QVariantMap options; ///< Of the latest dialog.
+    QString request; ///< The object of the latest dialog.
+    QString ownPath; ///< What such objects are called, if not as the program would like.
+    QStringList closed; ///< The objects that were closed from outside.
+
+public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
+    QDBusObjectPath OpenFile(const QString& window, const QString& title, const QVariantMap& itsOptions);
+
+private:
+    std::vector<std::unique_ptr<PortalRequest>> m_requests;
 };
 // NOLINTEND(readability-identifier-naming)
 
