@@ -14,6 +14,7 @@
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
+#include "SettingNames.h"
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -159,7 +160,7 @@ void openLedger(ViewController& viewController)
             viewController.showAlert(u"History Not Kept"_s, viewController.ledger().problem());
         }
     });
-    const bool isKept = UserDefaults::standard().boolean(u"KeepHistory"_s).value_or(true);
+    const bool isKept = UserDefaults::standard().boolean(SettingNames::keepHistory).value_or(true);
     ledger.open(isKept ? UploadLedger::standardPath() : QString(), programFileName());
 }
 

@@ -13,7 +13,9 @@
 #include "PathText.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
+#include "UserDefaults.h"
 #include "VisibleText.h"
+#include "WebLink.h"
 
 #include <chrono>
 #include <utility>
@@ -83,6 +85,18 @@ QString ItemActions::locationOfSelection() const
         locations.append(locationOfItem(m_listing.location(), entry.name, entry.rawName));
     }
     return locations.join(u'\n');
+}
+
+QString ItemActions::webLinkOfSelection() const
+{
+    const UserDefaults::Reading reading(UserDefaults::standard());
+    QStringList links;
+    for (const int row : m_table.selectedRows()) {
+        const ListingEntry& entry = m_listing.entries().at(row);
+        links.append(webLink(locationOfItem(m_listing.location(), entry.name, entry.rawName)));
+    }
+    links.removeAll({});
+    return links.join(u'\n');
 }
 
 void ItemActions::doubleAction()

@@ -38,6 +38,8 @@ public:
 
     /// The locations of all selected items, a line each; empty without a selection.
     QString locationOfSelection() const;
+    /// The web addresses of all selected items that have one, a line each; empty without any.
+    QString webLinkOfSelection() const;
 
     /// With several rows: their plain files, one after another.
     void downloadSelection();

@@ -1,5 +1,6 @@
 #include "HistoryTableModel.h"
 
+#include "HistoryRows.h"
 #include "HistoryText.h"
 #include "PlainToolTip.h"
 #include "UploadHistory.h"
@@ -245,6 +246,12 @@ bool HistoryTableModel::canQueueAgain(int row) const
     }
     const HistoryEntry* const known = entry(row);
     return known == nullptr || known->canQueueAgain();
+}
+
+bool HistoryTableModel::hasWebLink(int row) const
+{
+    const HistoryEntry* const known = entry(row);
+    return known == nullptr || !HistoryRows::webLink(*known).isNull();
 }
 
 /// What is known of @p row by now; null when it was not read yet.

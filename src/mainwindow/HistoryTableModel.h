@@ -41,6 +41,8 @@ public:
     int rowOf(int number) const;
     /// Whether the file of @p row can be queued again; also where it was not read yet.
     bool canQueueAgain(int row) const;
+    /// Whether the file of @p row was confirmed and has a web address; also where it was not read yet.
+    bool hasWebLink(int row) const;
 
 private:
     const HistoryEntry* entry(int row) const;

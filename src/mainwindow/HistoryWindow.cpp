@@ -4,10 +4,12 @@
 #include "HistoryRows.h"
 #include "HistoryTableModel.h"
 #include "HistoryText.h"
+#include "SettingNames.h"
 #include "SheetQueue.h"
 #include "StandardFolders.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
+#include "UserDefaults.h"
 #include "VisibleText.h"
 #include "ui_HistoryWindow.h"
 
@@ -144,6 +146,7 @@ void HistoryWindow::connectActions()
     connect(m_ui->queueAgainAction, &QAction::triggered, this, &HistoryWindow::queueAgain);
     connect(m_ui->copyHistoryButton, &QPushButton::clicked, this, &HistoryWindow::copy);
     connect(m_ui->copyHistoryAction, &QAction::triggered, this, &HistoryWindow::copy);
+    connect(m_ui->copyWebLinkAction, &QAction::triggered, this, &HistoryWindow::copyWebLink);
     connect(m_ui->clearHistoryButton, &QPushButton::clicked, this, &HistoryWindow::clearHistory);
     connect(m_ui->exportHistoryButton, &QPushButton::clicked, this, &HistoryWindow::exportHistory);
     m_filter.setSingleShot(true);
@@ -157,7 +160,7 @@ void HistoryWindow::connectActions()
     header.setSortIndicatorClearable(true); // The third click has them as they came.
     m_ui->historyTable->setSortingEnabled(true);
     header.moveSection(header.visualIndex(static_cast<int>(Column::Time)), 0);
-    m_ui->historyTable->addActions({ m_ui->queueAgainAction, m_ui->copyHistoryAction });
+    m_ui->historyTable->addActions({ m_ui->queueAgainAction, m_ui->copyHistoryAction, m_ui->copyWebLinkAction });
     for (const QKeySequence& key : { QKeySequence(Qt::Key_Escape), QKeySequence(u"Ctrl+W"_s) }) {
         connect(new QShortcut(key, this), &QShortcut::activated, this, &QWidget::close);
     }
@@ -226,6 +229,23 @@ void HistoryWindow::copy()
     }
     m_ledger.read(keysOf(rows), this,
                   [](const QList<LedgerRow>& known) { QApplication::clipboard()->setText(HistoryText::lines(known)); });
+}
+
+void HistoryWindow::copyWebLink()
+{
+    m_ledger.read(keysOf(selectedRows()), this, [](const QList<LedgerRow>& known) {
+        const UserDefaults::Reading reading(UserDefaults::standard());
+        QStringList links;
+        for (const LedgerRow& row : known) {
+            links.append(HistoryRows::webLink(row.entry));
+        }
+        links.removeAll({});
+        if (links.isEmpty()) {
+            QApplication::beep();
+        } else {
+            QApplication::clipboard()->setText(links.join(u'\n'));
+        }
+    });
 }
 
 void HistoryWindow::clearHistory()
@@ -310,6 +330,10 @@ void HistoryWindow::showWhatCanBeDone()
     m_ui->queueAgainAction->setEnabled(canQueue);
     m_ui->copyHistoryButton->setEnabled(hasRows);
     m_ui->copyHistoryAction->setEnabled(hasRows);
+    m_ui->copyWebLinkAction->setVisible(!UserDefaults::standard().string(SettingNames::webAddress).isEmpty());
+    m_ui->copyWebLinkAction->setEnabled(
+        m_ui->copyWebLinkAction->isVisible()
+        && std::any_of(selected.begin(), selected.end(), [this](int row) { return m_model->hasWebLink(row); }));
     m_ui->clearHistoryButton->setEnabled(m_ledger.isOpen());
     m_ui->exportHistoryButton->setEnabled(m_ledger.isOpen() && hasRows);
 }

@@ -55,6 +55,7 @@ private:
     void showPlace();
     void queueAgain();
     void copy();
+    void copyWebLink();
     void refreshSoon();
     void refresh();
     void showWhatCanBeDone();

@@ -2,10 +2,14 @@
 
 #include "DrawnIcons.h"
 #include "HistoryRows.h"
+#include "SettingNames.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
+#include "UserDefaults.h"
 
 #include <QAccessibleWidget>
+#include <QApplication>
+#include <QClipboard>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
@@ -54,6 +58,9 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_icon->setPixmap(drawnWarningIcon().pixmap(iconSide));
     m_showButton = addButton("showOutcomeButton", u"Show…"_s);
     m_showButton->setToolTip(u"Show these files in the history"_s);
+    m_copyWebLinkButton = addButton("copyOutcomeWebLinkButton", u"Copy Web Link"_s);
+    m_copyWebLinkButton->setToolTip(u"Copy the web addresses of the files that were confirmed"_s);
+    m_copyWebLinkButton->hide();
     m_queueAgainButton = addButton("queueOutcomeAgainButton", u"Queue Again"_s);
     m_queueAgainButton->setToolTip(u"Put the files that were lost or stopped into the queue once more"_s);
     m_forgetButton = addButton("forgetInterruptedButton", u"Forget"_s);
@@ -67,6 +74,8 @@ OutcomeLine::OutcomeLine(QWidget* parent)
                                ? m_ledger->interrupted()
                                : keys(HistoryRows::remarkable(m_history->entries(), m_history->firstQueueRow())));
     });
+    connect(m_copyWebLinkButton, &QToolButton::clicked, this,
+            [this] { QApplication::clipboard()->setText(webLinks(m_history->rowCount()).join(u'\n')); });
     connect(m_queueAgainButton, &QToolButton::clicked, this,
             [this] { emit queueAgainRequested(m_isAboutEarlierRuns ? m_ledger->interrupted() : keys(lostRows())); });
     connect(m_forgetButton, &QToolButton::clicked, this, [this] {
@@ -116,6 +125,7 @@ void OutcomeLine::interruptedChanged()
     setText(count == 1 ? u"1 file was not confirmed"_s
                        : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
             true);
+    m_copyWebLinkButton->hide();
     m_queueAgainButton->show();
     m_forgetButton->show();
     show();
@@ -144,8 +154,29 @@ QList<int> OutcomeLine::lostRows() const
     return HistoryRows::unsettled(m_history->entries(), m_history->firstQueueRow());
 }
 
+/// The first of the files of the queue that were confirmed, no more than @p most.
+QStringList OutcomeLine::webLinks(qsizetype most) const
+{
+    const UserDefaults::Reading reading(UserDefaults::standard());
+    if (UserDefaults::standard().string(SettingNames::webAddress).isEmpty()) {
+        return {};
+    }
+    QStringList links;
+    for (int row = m_history->firstQueueRow(); row < m_history->rowCount() && links.size() < most; ++row) {
+        const HistoryEntry known = m_history->entries().withoutPath(row);
+        if (known.outcome != HistoryEntry::Outcome::Confirmed || known.isManual) {
+            continue;
+        }
+        if (const QString link = HistoryRows::webLink(m_history->entries()[row]); !link.isNull()) {
+            links.append(link);
+        }
+    }
+    return links;
+}
+
 void OutcomeLine::refresh()
 {
+    m_copyWebLinkButton->setVisible(!webLinks(1).isEmpty());
     const bool isWarning = m_history->queueTally().lost() > 0;
     const QString text = m_history->queueText();
     // Each listing comes here; the disk is asked when there is news.

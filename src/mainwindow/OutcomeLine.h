@@ -39,6 +39,7 @@ private:
     void setText(const QString& text, bool isWarning);
     QList<LedgerKey> keys(const QList<int>& numbers) const;
     QList<int> lostRows() const;
+    QStringList webLinks(qsizetype most) const;
 
     const UploadHistory* m_history = nullptr;
     UploadLedger* m_ledger = nullptr;
@@ -47,6 +48,7 @@ private:
     QLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_showButton;
+    QToolButton* m_copyWebLinkButton;
     QToolButton* m_queueAgainButton;
     QToolButton* m_forgetButton;
 };

@@ -5,6 +5,7 @@
 #include "FileOutputStream.h"
 #include "NetworkManager.h"
 #include "PathText.h"
+#include "SettingNames.h"
 #include "TransferPercent.h"
 #include "URLText.h"
 #include "UserDefaults.h"
@@ -189,7 +190,7 @@ void FTPGetController::receiveDidStopWithStatus(const QString& status)
         return;
     }
     ++m_arrivals;
-    if (!m_filePath.isNull() && m_defaults.boolean(u"OpenDownloadedFiles"_s) == true) {
+    if (!m_filePath.isNull() && m_defaults.boolean(SettingNames::openDownloadedFiles) == true) {
         m_openFile(m_filePath);
     }
     didStop(u"Download succeeded"_s);

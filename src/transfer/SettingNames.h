@@ -11,6 +11,8 @@ inline const QString password = QStringLiteral("Password");
 inline const QString ftpFolder = QStringLiteral("FTPFolder");
 inline const QString encryption = QStringLiteral("Encryption");
 inline const QString openDownloadedFiles = QStringLiteral("OpenDownloadedFiles");
+inline const QString keepHistory = QStringLiteral("KeepHistory");
+inline const QString webAddress = QStringLiteral("WebAddress");
 inline const QString doNotShowWelcomeWindowAgain = QStringLiteral("DoNotShowWelcomeWindowAgain");
 
 } // namespace SettingNames

@@ -1,6 +1,10 @@
 #include "HistoryRows.h"
 
 #include "LocalItem.h"
+#include "LocalPath.h"
+#include "PathText.h"
+#include "URLText.h"
+#include "WebLink.h"
 
 #include <algorithm>
 #include <iterator>
@@ -76,4 +80,13 @@ QList<LedgerRow> HistoryRows::present(const QList<LedgerRow>& rows)
 bool HistoryRows::isAnyPresent(const HistoryEntries& entries, const QList<int>& rows)
 {
     return std::any_of(rows.cbegin(), rows.cend(), [&entries](int row) { return isPlainLocalFile(entries[row]); });
+}
+
+QString HistoryRows::webLink(const HistoryEntry& entry)
+{
+    if (entry.outcome != Outcome::Confirmed) {
+        return QString();
+    }
+    const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(entry.path));
+    return ::webLink(URLText::appendingPathComponent(entry.destination, name));
 }

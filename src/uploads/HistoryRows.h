@@ -25,4 +25,7 @@ QList<LedgerRow> present(const QList<LedgerRow>& rows);
 /// Whether there are such among the @p rows of @p entries; asks about no more files than that takes.
 bool isAnyPresent(const HistoryEntries& entries, const QList<int>& rows);
 
+/// The web address that a confirmed file has by the present settings; null for any other file, and where there is none.
+QString webLink(const HistoryEntry& entry);
+
 } // namespace HistoryRows

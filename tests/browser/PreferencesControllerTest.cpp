@@ -542,6 +542,7 @@ TEST_F(PreferencesControllerTest, EachFieldHasItsLabelAndItsName)
         { "usernameLabel", "usernameTextField", u"User name"_s },
         { "passwordLabel", "passwordTextField", u"Password"_s },
         { "folderLabel", "folderTextField", u"Folder"_s },
+        { "webAddressLabel", "webAddressTextField", u"Web address of this folder"_s },
     };
     for (const auto& [labelName, fieldName, name] : fields) {
         const auto& label = control<QLabel>(labelName);
@@ -654,6 +655,37 @@ TEST_F(PreferencesControllerTest, APasswordIsStoredWithTheEncryptionThatThePanel
     pressDone();
 
     EXPECT_EQ(stored(), (QJsonObject{ { u"Encryption"_s, u"required"_s }, { u"Password"_s, u"secret"_s } }));
+}
+
+TEST_F(PreferencesControllerTest, TheHistoryIsKeptUnlessSomebodySaysOtherwise)
+{
+    m_preferences.showPanel();
+    EXPECT_TRUE(control<QCheckBox>("keepHistoryCheckBox").isChecked());
+    control<QCheckBox>("keepHistoryCheckBox").click();
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"KeepHistory"_s, false } }));
+
+    m_preferences.showPanel();
+    EXPECT_FALSE(control<QCheckBox>("keepHistoryCheckBox").isChecked());
+}
+
+TEST_F(PreferencesControllerTest, TheWebAddressIsStoredByItselfAndAbsentWhenItIsEmpty)
+{
+    set({ { u"Address"_s, u"host"_s } });
+    m_preferences.showPanel();
+    turnTo("morePage");
+    type(&control<QLineEdit>("webAddressTextField"), u"https://www.example.com/"_s);
+    set({ { u"Address"_s, u"other"_s } });
+    pressDone();
+    EXPECT_EQ(stored(),
+              (QJsonObject{ { u"Address"_s, u"other"_s }, { u"WebAddress"_s, u"https://www.example.com/"_s } }));
+
+    m_preferences.showPanel();
+    turnTo("morePage");
+    EXPECT_EQ(control<QLineEdit>("webAddressTextField").text(), u"https://www.example.com/"_s);
+    type(&control<QLineEdit>("webAddressTextField"), u""_s);
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"Address"_s, u"other"_s } }));
 }
 
 TEST_F(PreferencesControllerTest, ACancelledChoiceOfEncryptionIsForgotten)

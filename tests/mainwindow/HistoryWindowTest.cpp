@@ -168,6 +168,26 @@ TEST_F(HistoryWindowTest, CopyTakesTheSelectedLinesOrAll)
     EXPECT_EQ(QApplication::clipboard()->text(), lines({ 2 }));
 }
 
+TEST_F(HistoryWindowTest, OfConfirmedFilesAloneTheWebLinkCanBeCopied)
+{
+    open();
+    fillWithThree();
+    ASSERT_TRUE(waitFor([this] { return copy().isEnabled(); }));
+    auto& copyWebLink = part<QAction>("copyWebLinkAction");
+    table().selectRow(1);
+    EXPECT_FALSE(copyWebLink.isVisible()); // There is no web address.
+
+    set(u"WebAddress"_s, u"https://www.example.com/files"_s);
+    table().selectRow(0);
+    EXPECT_TRUE(copyWebLink.isVisible());
+    EXPECT_FALSE(copyWebLink.isEnabled());
+    table().selectAll();
+    ASSERT_TRUE(copyWebLink.isEnabled());
+    copyWebLink.trigger();
+
+    EXPECT_EQ(QApplication::clipboard()->text(), u"https://www.example.com/files/good"_s);
+}
+
 TEST_F(HistoryWindowTest, ItFollowsTheFileBeingSentUnlessTheUserLooksElsewhere)
 {
     QStringList missing;

@@ -4,6 +4,8 @@
 #include "ViewControllerTest.h"
 
 #include <QAccessible>
+#include <QApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QTableView>
 #include <QToolButton>
@@ -48,6 +50,26 @@ protected:
 
     QString m_lost;
 };
+
+TEST_F(OutcomeLineTest, TheWebLinksOfConfirmedFilesCanBeCopied)
+{
+    loseOneOfTwo();
+    EXPECT_FALSE(tool("copyOutcomeWebLinkButton").isVisible()); // There is no web address.
+    set(u"WebAddress"_s, u"https://www.example.com/files/"_s);
+    m_controller->uploadFiles({ m_lost });
+    refuseNext();
+    EXPECT_FALSE(tool("copyOutcomeWebLinkButton").isVisible()); // Nothing was confirmed.
+
+    m_controller->uploadFiles({ makeFile(u"good one"_s), m_lost, makeFile(u"other"_s) });
+    confirmNext();
+    refuseNext();
+    confirmNext();
+
+    ASSERT_TRUE(tool("copyOutcomeWebLinkButton").isVisible());
+    tool("copyOutcomeWebLinkButton").click();
+    EXPECT_EQ(QApplication::clipboard()->text(),
+              u"https://www.example.com/files/good%20one\nhttps://www.example.com/files/other"_s);
+}
 
 TEST_F(OutcomeLineTest, AfterAQueueItSaysWhatHasBecomeOfItUntilTheNextOneBegins)
 {

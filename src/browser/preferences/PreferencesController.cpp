@@ -87,6 +87,12 @@ std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() co
                { SettingNames::ftpFolder, m_folderTextField } } };
 }
 
+std::array<PreferencesController::Choice, 2> PreferencesController::choices() const
+{
+    return { { { SettingNames::openDownloadedFiles, false, m_ui->openDownloadedFilesCheckBox },
+               { SettingNames::keepHistory, true, m_ui->keepHistoryCheckBox } } };
+}
+
 void PreferencesController::setField(QLineEdit*& member, QLineEdit* field)
 {
     disconnect(member, nullptr, this, nullptr);
@@ -112,8 +118,13 @@ void PreferencesController::fillFields()
         field->setText(setting);
         m_filled.insert(key, { .setting = setting, .text = field->text() });
     }
-    m_filledOpenDownloadedFiles = m_defaults.boolean(SettingNames::openDownloadedFiles).value_or(false);
-    m_ui->openDownloadedFilesCheckBox->setChecked(m_filledOpenDownloadedFiles);
+    m_filledWebAddress = m_defaults.string(SettingNames::webAddress);
+    m_ui->webAddressTextField->setText(m_filledWebAddress);
+    for (const Choice& choice : choices()) {
+        const bool isChosen = m_defaults.boolean(choice.key).value_or(choice.isAbsentChosen);
+        choice.box->setChecked(isChosen);
+        m_filledChoices.insert(choice.key, isChosen);
+    }
     m_filledEncryption = encryptionSetting(m_defaults);
     (m_filledEncryption == FTPEncryption::None ? m_ui->noEncryptionButton : m_ui->requiredEncryptionButton)
         ->setChecked(true);
@@ -163,9 +174,14 @@ QHash<QString, QJsonValue> PreferencesController::changes() const
     if (!isEdited) {
         values.clear();
     }
-    const bool opens = m_ui->openDownloadedFilesCheckBox->isChecked();
-    if (opens != m_filledOpenDownloadedFiles) {
-        values.insert(SettingNames::openDownloadedFiles, opens);
+    for (const Choice& choice : choices()) {
+        if (const bool isChosen = choice.box->isChecked(); isChosen != m_filledChoices.value(choice.key)) {
+            values.insert(choice.key, isChosen);
+        }
+    }
+    const QString webAddress = m_ui->webAddressTextField->text();
+    if (webAddress != m_filledWebAddress) {
+        values.insert(SettingNames::webAddress, webAddress.isEmpty() ? QJsonValue() : QJsonValue(webAddress));
     }
     return values;
 }
@@ -259,8 +275,10 @@ void PreferencesController::fitToFont()
     m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
     m_ui->testAnswer->setFixedHeight(heightOf(4));
     const QStyle& style = *m_view->style();
-    m_ui->openDownloadedFilesNote->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
-                                             + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
+    for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote }) {
+        note->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
+                        + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
+    }
     m_ui->serverPage->layout()->activate(); // Else it has the sizes from before in mind.
     m_view->resize(m_view->sizeHint());
 }

@@ -16,6 +16,7 @@
 #include <utility>
 
 class ConnectionTestControls;
+class QCheckBox;
 class QLineEdit;
 class UserDefaults;
 
@@ -92,6 +93,14 @@ private:
         QString text;
     };
 
+    /// A check box and its setting.
+    struct Choice {
+        QString key;
+        bool isAbsentChosen; ///< What its absence means.
+        QCheckBox* box;
+    };
+
+    std::array<Choice, 2> choices() const;
     /// The fields with the keys of their settings.
     std::array<std::pair<QString, QLineEdit*>, 4> fields() const;
     void setField(QLineEdit*& member, QLineEdit* field);
@@ -119,7 +128,8 @@ private:
     QLineEdit* m_addressTextField = nullptr;
     QLineEdit* m_folderTextField = nullptr;
     QHash<QString, Filled> m_filled; ///< By the settings' keys.
-    bool m_filledOpenDownloadedFiles = false;
+    QString m_filledWebAddress; ///< Null when it was absent.
+    QHash<QString, bool> m_filledChoices; ///< As the check boxes stood when the panel opened, by the settings' keys.
     FTPEncryption m_filledEncryption = FTPEncryption::None;
     std::unique_ptr<ConnectionTestControls> m_test;
     QString m_savedFTPFolder;

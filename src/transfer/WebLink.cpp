@@ -1,0 +1,24 @@
+#include "WebLink.h"
+
+#include "Addressing.h"
+#include "DestinationSettings.h"
+#include "SettingNames.h"
+#include "UserDefaults.h"
+
+QString webLink(const QString& base, const QString& folder, const QString& item)
+{
+    if (base.isEmpty() || folder.isEmpty() || item.size() <= folder.size() || !item.startsWith(folder)) {
+        return QString();
+    }
+    const QByteArray path = QByteArray::fromPercentEncoding(QStringView(item).sliced(folder.size()).toUtf8());
+    return Addressing::withTrailingSlash(base) + QString::fromLatin1(path.toPercentEncoding("/"));
+}
+
+QString webLink(const QString& item)
+{
+    const UserDefaults& defaults = UserDefaults::standard();
+    const UserDefaults::Reading reading(defaults);
+    const QString base = defaults.string(SettingNames::webAddress).trimmed();
+    return base.isEmpty() ? QString()
+                          : webLink(base, DestinationSettings::createFullPathFromFTPRootRelativePath(QString()), item);
+}
