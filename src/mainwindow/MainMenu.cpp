@@ -3,6 +3,8 @@
 #include "DroppedFiles.h"
 #include "LoopSuspension.h"
 #include "MainWindow.h"
+#include "SettingNames.h"
+#include "UserDefaults.h"
 #include "ViewController.h"
 #include "WindowState.h"
 #include "ui_MainWindow.h"
@@ -28,6 +30,7 @@ const QString chooserButton = u"Upload"_s;
 MainMenu::MainMenu(MainWindow& window, ViewController& controller)
     : m_window(window)
     , m_controller(controller)
+    , m_copyWebLinkAction(new QAction(u"Copy &Web Link"_s, &window))
 {
     connectActions();
     connectSortActions();
@@ -64,11 +67,16 @@ void MainMenu::connectActions()
     connect(ui.copyItemLocationAction, &QAction::triggered, this, &MainMenu::copyItemLocation);
     connect(ui.aboutAction, &QAction::triggered, this, &MainMenu::showAbout);
     connect(ui.quitAction, &QAction::triggered, &m_window, &QWidget::close);
+    m_copyWebLinkAction->setObjectName(u"copyWebLinkAction"_s);
+    m_copyWebLinkAction->setVisible(false);
+    m_copyWebLinkAction->setEnabled(false);
+    connect(m_copyWebLinkAction, &QAction::triggered, this, &MainMenu::copyWebLink);
     ui.refreshAction->setShortcuts({ QKeySequence(Qt::Key_F5), QKeySequence(u"Ctrl+R"_s) });
     ui.downloadAction->setShortcuts({ QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) });
     ui.stopListingAction->setShortcutContext(Qt::WidgetShortcut); // Escape means something else elsewhere.
     ui.destinationListingTable->addActions({ ui.downloadAction, ui.deleteAction, ui.copyItemLocationAction,
-                                             ui.newFolderAction, ui.refreshAction, ui.stopListingAction });
+                                             m_copyWebLinkAction, ui.newFolderAction, ui.refreshAction,
+                                             ui.stopListingAction });
 }
 
 void MainMenu::watchClipboard()
@@ -117,6 +125,8 @@ void MainMenu::show(const WindowState& state)
     ui.downloadAction->setEnabled(state.isItemSelected && state.hasDestination);
     ui.deleteAction->setEnabled(state.isItemSelected && state.hasDestination);
     ui.copyItemLocationAction->setEnabled(state.isItemSelected);
+    m_copyWebLinkAction->setVisible(!UserDefaults::standard().string(SettingNames::webAddress).isEmpty());
+    m_copyWebLinkAction->setEnabled(m_copyWebLinkAction->isVisible() && state.isItemSelected);
     ui.copyLocationAction->setEnabled(state.hasDestination);
     ui.newFolderAction->setEnabled(state.hasDestination);
     ui.refreshAction->setEnabled(!state.isMoving()); // Without a destination it empties the list.
@@ -170,6 +180,16 @@ void MainMenu::copyItemLocation()
         QApplication::beep();
     } else {
         QApplication::clipboard()->setText(location);
+    }
+}
+
+void MainMenu::copyWebLink()
+{
+    const QString links = m_controller.items().webLinkOfSelection();
+    if (links.isEmpty()) {
+        QApplication::beep();
+    } else {
+        QApplication::clipboard()->setText(links);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <QString>
 
 class MainWindow;
+class QAction;
 class ViewController;
 struct WindowState;
 
@@ -34,10 +35,13 @@ private:
     void pasteFiles();
     /// Copies the location of the selected item.
     void copyItemLocation();
+    /// Copies the web addresses of the selected items.
+    void copyWebLink();
     void showAbout();
 
     MainWindow& m_window;
     ViewController& m_controller;
     FileChooserPortal m_portal{ QDBusConnection::sessionBus() };
+    QAction* m_copyWebLinkAction; ///< Shows while there is a web address.
     QString m_lastOpenedFolder;
 };

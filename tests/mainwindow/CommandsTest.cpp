@@ -156,6 +156,36 @@ TEST_F(CommandsTest, TheCopiedLocationIsThatOfTheItemThatIsListedAndWithoutOneTh
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"ftp://host/in/sub/caf%E9"_s);
 }
 
+TEST_F(CommandsTest, TheWebLinkOfAnItemIsOfferedWhereTheFolderHasAWebAddress)
+{
+    ListingEntry plain;
+    plain.name = u"a b"_s;
+    ListingEntry raw;
+    raw.name = u"caf√©"_s;
+    raw.rawName = "caf\xE9"_ba;
+    tick();
+    m_controller->addListEntries({ plain, raw });
+    auto& copyWebLink = action("copyWebLinkAction");
+    EXPECT_TRUE(table().actions().contains(&copyWebLink));
+    table().selectRow(0);
+    tick();
+    EXPECT_FALSE(copyWebLink.isVisible());
+
+    set(u"WebAddress"_s, u"https://www.example.com/files"_s);
+    tick();
+    ASSERT_TRUE(copyWebLink.isVisible());
+    copyWebLink.trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"https://www.example.com/files/a%20b"_s);
+
+    table().selectAll();
+    copyWebLink.trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(),
+              u"https://www.example.com/files/a%20b\nhttps://www.example.com/files/caf%E9"_s);
+    table().clearSelection();
+    tick();
+    EXPECT_FALSE(copyWebLink.isEnabled());
+}
+
 TEST_F(CommandsTest, TheContextMenuOffersTheCommandsOfARow)
 {
     EXPECT_EQ(table().contextMenuPolicy(), Qt::ActionsContextMenu);
