@@ -1,0 +1,24 @@
+"""A small window of one colour from which a file, whose URI is the only word of the command line, can be dragged."""
+
+import sys
+
+import gi
+
+gi.require_version("Gtk", "3.0")
+gi.require_version("Gdk", "3.0")
+from gi.repository import Gdk, Gtk
+
+STYLE = b"window { background: #ff00ff; box-shadow: none; border-radius: 0; }"
+
+source = Gtk.Window(title="Drag source", decorated=False)
+source.set_default_size(60, 60)
+provider = Gtk.CssProvider()
+provider.load_from_data(STYLE)
+Gtk.StyleContext.add_provider_for_screen(
+    Gdk.Screen.get_default(), provider, Gtk.STYLE_PROVIDER_PRIORITY_APPLICATION
+)
+source.drag_source_set(Gdk.ModifierType.BUTTON1_MASK, [], Gdk.DragAction.COPY)
+source.drag_source_add_uri_targets()
+source.connect("drag-data-get", lambda _widget, _context, data, _info, _time: data.set_uris(sys.argv[1:]))
+source.show_all()
+Gtk.main()
