@@ -10,10 +10,9 @@ namespace quillbox {
 /// One item of a directory listing. A field that the server's line did not have is null or has no value. Kept small,
 /// because a folder may hold 100,000 items; items of the same owner share its text.
 struct ListingEntry {
-    // The codes of `type`, as in dirent.h.
-    static constexpr int folderType = 4;
-    static constexpr int plainFileType = 8;
-    static constexpr int linkType = 10;
+    static constexpr int folderType = 4; ///< A folder's `type`, as in dirent.h.
+    static constexpr int plainFileType = 8; ///< A plain file's.
+    static constexpr int linkType = 10; ///< A symbolic link's.
 
     QString name; ///< kCFFTPResourceName. The parser reads its bytes as Mac OS Roman, one character for each byte.
     QByteArray rawName; ///< The name's bytes as they came, only when they are not valid UTF-8; null otherwise.
@@ -25,6 +24,7 @@ struct ListingEntry {
     std::optional<int> type; ///< kCFFTPResourceType: a code as above, 0 for what has none.
     std::optional<int> mode; ///< kCFFTPResourceMode: permission bits (07777) without the type. None in DOS listings.
 
+    /// Whether two items are the same in everything.
     friend bool operator==(const ListingEntry&, const ListingEntry&) = default;
 };
 

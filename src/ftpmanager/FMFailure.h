@@ -6,6 +6,7 @@ namespace quillbox {
 
 /// Why an operation has failed.
 struct FMFailure {
+    /// What kind of a failure it was.
     enum class Kind {
         None, ///< It has not, or none has been begun.
         Unusable, ///< The record or an argument is not as it has to be, or no command can hold it. Nothing was changed.
@@ -22,7 +23,7 @@ struct FMFailure {
         Unreadable, ///< The listing is none, or too long.
     };
 
-    Kind kind = Kind::None;
+    Kind kind = Kind::None; ///< What kind it was.
     /// The reply code (RFC 959, section 4.2), 400 to 599, where the server has refused; else 0.
     int code = 0;
     /// The last line of that reply, its code included and without the password; null without a refusal. It is the

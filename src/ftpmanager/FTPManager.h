@@ -39,105 +39,178 @@ class UploadSource;
 /// Names are sent as UTF-8. Pass a record by address; it is read while the operation runs, and not kept.
 class Q_DECL_EXPORT FTPManager final {
 public:
+    /// What deleteItemNamed() deletes.
+    enum class ItemKind {
+        File, ///< By DELE (RFC 959, section 4.1.3).
+        Folder, ///< By RMD. It has to be empty, for most servers.
+    };
+
     /// A manager on streams to real servers, each operation on connections of its own.
     FTPManager();
     FTPManager(const FTPManager&) = delete;
     FTPManager& operator=(const FTPManager&) = delete;
     ~FTPManager();
 
-    /// Who hears of progress; may be null. Neither owned nor watched: it must outlive the operation. Set it while none
-    /// runs.
+    /// Who hears of progress.
+    /// @return the delegate; null at first
     FTPManagerDelegate* delegate() const;
+    /// Sets delegate(), while no operation runs.
+    /// @param delegate neither owned nor watched: it outlives the operations; null for none
     void setDelegate(FTPManagerDelegate* delegate);
 
-    /// Puts @p data, which is not null but may be empty, into the server's folder as @p fileName, over what is there.
+    /// Puts bytes into the server's folder, over what is there (STOR; RFC 959, section 4.1.3). Done when the server has
+    /// said that it has all of them, and its TCP has acknowledged each.
+    /// @param data not null, but maybe empty
+    /// @param fileName the file's name there. An empty one, or one with a component "." or "..", is not sent
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool uploadData(const QByteArray& data, const QString& fileName, const FMServer* server);
 
-    /// Puts the local file @p fileURL into the server's folder under its own name, over what is there. It must exist
-    /// and be no folder.
+    /// Puts a local file into the server's folder under its own name, over what is there. Otherwise as uploadData().
+    /// @param fileURL a "file:" location. The file must exist and be no folder; it is sent as it was when it was opened
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool uploadFile(const QUrl& fileURL, const FMServer* server);
 
-    /// Makes the folder @p name, which is not empty, in the server's folder.
+    /// Makes a folder in the server's folder (MKD).
+    /// @param name its name, not empty
+    /// @param server the record
+    /// @return whether it is done; false, too, where the folder exists
     [[nodiscard]] bool createNewFolder(const QString& name, const FMServer* server);
 
-    /// What the server's folder holds, in its order, "." and ".." included where the server tells of them. A name that
-    /// is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its bytes). std::nullopt on
-    /// failure, also for a listing that cannot be read. An aborted listing has what came before.
+    /// Lists the server's folder (LIST): in its order, "." and ".." included where the server tells of them. A name
+    /// that is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its bytes). At most 2,000,000
+    /// items and 128 MiB.
+    /// @param server the record
+    /// @return what the folder holds; what has come of it after abort(); std::nullopt on failure, also for a listing
+    /// that cannot be read
     [[nodiscard]] std::optional<QList<ListingEntry>> contentsOfServer(const FMServer* server);
 
-    /// Whether a download leaves an older local file as it is until the new one is whole; false at first: it is
-    /// emptied when the download begins. The new one is written beside it, as "NAME.part". Set it while none runs.
+    /// Whether a download leaves an older local file as it is until the new one is whole, also when it is aborted. The
+    /// new one is written beside it, as "NAME.part". Otherwise the old one is emptied when the download begins.
+    /// @return false at first
     bool keepsOldFiles() const;
+    /// Sets keepsOldFiles(), while no operation runs.
+    /// @param keepsOldFiles whether it does
     void setKeepsOldFiles(bool keepsOldFiles);
 
-    /// Gets @p fileName, which is not empty and leads to no other folder by "..", from the server's folder into
-    /// @p directoryURL, which must exist, over what is there. A failed download removes the local file, an aborted one
-    /// leaves what has come.
+    /// Gets a file from the server's folder (RETR), over what is there. A failed download removes the local file, an
+    /// aborted one leaves what has come.
+    /// @param fileName its name, not empty and without a component ".."
+    /// @param directoryURL a "file:" location of a local folder that exists
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server);
 
-    // The next four speak to the server over a control connection of their own, through IPv4, and judge every line
-    // that it answers: one that begins with 4 or 5 is a failure, in a greeting too. They cannot be aborted and wait
-    // until the server closes the connection, or until FMServer::timeLimit() is over. Names, folders and logins that
-    // hold a line end or NUL, or are longer than a command line of 253 bytes, are refused before anything is sent.
+    /// @name Conversations
+    /// They speak to the server over a control connection of their own, through IPv4 (but see FMServer::address()), and
+    /// judge every line that it answers: one that begins with 4 or 5 is a failure, in a greeting too. They cannot be
+    /// aborted and wait until the server closes the connection, or until FMServer::timeLimit() is over. Names, folders
+    /// and logins that hold a line end or NUL, or are longer than a command line of 253 bytes, are refused before
+    /// anything is sent; answers of more than 1 MiB are a failure.
+    /// @{
 
-    /// Deletes @p name, not null, from the server's folder: as a folder when it holds no ".", as a file when it does.
+    /// Deletes an item from the server's folder: as a folder when its name holds no ".", as a file when it does.
+    /// @param name its name, not null
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool deleteFileNamed(const QString& name, const FMServer* server);
-    /// The same for an item that is known by its name's bytes alone, since they are no UTF-8; not null.
+    /// The same for an item that is known by its name's bytes alone, since they are no UTF-8.
+    /// @param rawName the bytes of its name, not null
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool deleteFileNamed(const QByteArray& rawName, const FMServer* server);
-    /// Deletes @p rawName, not null, from the server's folder as what it is said to be, whatever its name looks like.
-    enum class ItemKind { File, Folder };
+    /// Deletes an item from the server's folder as what it is said to be, whatever its name looks like.
+    /// @param rawName the bytes of its name, not null
+    /// @param kind what it is
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool deleteItemNamed(const QByteArray& rawName, ItemKind kind, const FMServer* server);
     /// As deleteFileNamed(), on a further worker thread.
+    /// @param name its name, not null
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool deleteFile(const QString& name, const FMServer* server);
 
-    /// Changes the permissions of @p name, not null, to @p mode: the decimal number that shows the octal digits, such
-    /// as 755, at most 777.
+    /// Changes permissions in the server's folder, by SITE CHMOD, which many servers know.
+    /// @param name the item's name, not null
+    /// @param mode the decimal number that shows the octal digits, such as 755; at most 777
+    /// @param server the record
+    /// @return whether it is done
     [[nodiscard]] bool chmodFileNamed(const QString& name, quint32 mode, const FMServer* server);
 
-    /// Whether the server accepts the login. One that thinks about a wrong password for a while may act on the QUIT
-    /// behind it first, and is then taken to have accepted.
+    /// Tests the login. A server that thinks about a wrong password for a while may act on the QUIT behind it first,
+    /// and is then taken to have accepted, unless FMServer::isCareful().
+    /// @param server the record
+    /// @return whether the server accepts it
     [[nodiscard]] bool checkLogin(const FMServer* server);
 
-    /// Why the latest operation has failed; of the kind None when it has not, and for an aborted one.
+    /// @}
+
+    /// @name What has become of the latest operation
+    /// Any thread may ask.
+    /// @{
+
+    /// Why it has failed.
+    /// @return of the kind FMFailure::Kind::None when it has not, or was aborted, or there was none
     FMFailure lastFailure() const;
 
-    /// Whether nobody knows what the server has done: the latest operation has failed since no answer has come,
-    /// although its command was on the way, or in an upload all of the file. Over a control connection without
-    /// FMServer::isCareful() the server's close of the connection in clear ends the answers, and counts as one.
+    /// Whether nobody knows what the server has done: it has failed since no answer has come, although its command was
+    /// on the way, or in an upload all of the file. Over a control connection without FMServer::isCareful() the
+    /// server's close of the connection in clear ends the answers, and counts as one.
+    /// @return whether that is so
     bool isUndecided() const;
 
-    /// Whether the latest operation was a careful one (FMServer::isCareful()) over a control connection, and the server
-    /// has accepted its command. It may have failed all the same: every line of all answers that begins with 4 or 5
-    /// makes it do so, also of the answer to QUIT and in the midst of a good one.
+    /// Whether it was a careful one (FMServer::isCareful()) over a control connection, and the server has accepted its
+    /// command. It may have failed all the same: every line of all answers that begins with 4 or 5 makes it do so, also
+    /// of the answer to QUIT and in the midst of a good one.
+    /// @return whether that is so
     bool isCommandAccepted() const;
 
-    /// Bytes of the local file, 0 when it cannot be looked at. Runs on the calling thread.
+    /// @}
+
+    /// How many bytes a local file has. Runs on the calling thread.
+    /// @param fileURL a "file:" location
+    /// @return bytes; 0 when it cannot be looked at
     quint64 fileSizeOf(const QUrl& fileURL) const;
 
-    // Where the running operation stands. Its own thread may ask, as in a report of progress, and anybody while nothing
-    // runs; the streams are null then.
+    /// @name Where the running operation stands
+    /// Its own thread may ask, as in a report of progress, and anybody while nothing runs; the streams are null then.
+    /// @{
 
+    /// What is on its way between the local and the remote file.
+    /// @return the beginning of 32768 bytes
     const char* buffer() const;
     /// The first byte of the buffer that has not been passed on.
+    /// @return its place, in bytes
     quint64 bufferOffset() const;
     /// The end of the bytes in it.
+    /// @return its place, in bytes
     quint64 bufferLimit() const;
-    /// What is being uploaded.
+    /// What is being uploaded; opaque, as all streams are here.
+    /// @return null when that is nothing
     UploadSource* fileReader() const;
     /// Where a download goes.
+    /// @return null when there is none
     FileOutputStream* fileWriter() const;
-    /// Of a listing or a download.
+    /// The stream of a listing or a download.
+    /// @return null when there is none
     FTPReadStream* serverReadStream() const;
-    /// Of an upload or a new folder.
+    /// The stream of an upload or a new folder.
+    /// @return null when there is none
     FTPWriteStream* serverStream() const;
     /// What has come of a listing.
+    /// @return its bytes
     const QByteArray& directoryListingData() const;
 
-    /// How far the running upload or download has come. std::nullopt when none runs or its size is 0 or unknown.
+    /// @}
+
+    /// How far the running upload or download has come. Any thread may ask.
+    /// @return std::nullopt when none runs or its size is 0 or unknown
     std::optional<FTPManagerProgress> progress() const;
 
     /// Ends the transfer or listing that runs where it stands; its operation then answers as if it had succeeded. Does
-    /// nothing before the transfer has begun, when it has ended, and to the operations over a control connection.
+    /// nothing before the transfer has begun, when it has ended, and to conversations. Any thread may call.
     void abort();
 
 private:

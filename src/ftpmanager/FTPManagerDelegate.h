@@ -18,10 +18,11 @@ struct FTPManagerProgress {
 /// waits. Both reports may be left out.
 class Q_DECL_EXPORT FTPManagerDelegate {
 public:
-    /// A part of the upload has been sent. @p progress is as FTPManager::progress() answers it: std::nullopt for a file
-    /// without a byte.
+    /// A part of the upload has been sent.
+    /// @param progress as FTPManager::progress() answers it: std::nullopt for a file without a byte
     virtual void ftpManagerUploadProgressDidChange(const std::optional<FTPManagerProgress>& progress);
-    /// The download has begun, or a part of it has come. std::nullopt as long as the size is unknown.
+    /// The download has begun, or a part of it has come.
+    /// @param progress as FTPManager::progress() answers it: std::nullopt as long as the size is unknown
     virtual void ftpManagerDownloadProgressDidChange(const std::optional<FTPManagerProgress>& progress);
 
 protected:

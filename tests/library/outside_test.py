@@ -70,6 +70,19 @@ class Installed(Case):
     def test_a_program_is_built_by_cmake(self):
         self.check_that_it_works(self.build_with_cmake())
 
+    def test_what_the_page_of_the_library_shows_can_be_built(self):
+        with open(os.path.join(TOP, "docs", "library.md"), encoding="utf-8") as file:
+            page = file.read()
+        folder = self.folder()
+        for language, name in (("cmake", "CMakeLists.txt"), ("cpp", "hello.cpp")):
+            with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
+                file.write(re.search(f"```{language}\n(.*?)```", page, re.DOTALL)[1])
+        build = self.folder()
+        run(CMAKE, "-S", folder, "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run(CMAKE, "--build", build)
+        done = subprocess.run([os.path.join(build, "hello")], capture_output=True, text=True)
+        self.assertRegex(done.stderr, "^not sent: ")
+
     def test_also_in_a_later_standard_without_global_names_and_without_a_warning(self):
         source = os.path.join(self.folder(), "all.cpp")
         headers = sorted(os.listdir(os.path.join(self.prefix, "include", "quillbox")))
