@@ -132,7 +132,7 @@ void MainMenu::show(const WindowState& state)
     ui.refreshAction->setEnabled(!state.isMoving()); // Without a destination it empties the list.
     ui.stopListingAction->setEnabled(state.listing == DestinationListing::State::Listing);
     ui.stopAction->setEnabled(state.isMoving());
-    ui.clearQueueAction->setEnabled(state.waiting != 0);
+    ui.clearQueueAction->setEnabled(state.canClearQueue());
 }
 
 void MainMenu::openFiles()

@@ -44,7 +44,11 @@ void MainWindow::connectTo(ViewController& controller)
     connect(m_ui->downloadButton, &QPushButton::clicked, items, &ItemActions::downloadSelection);
     connect(m_ui->deleteButton, &QPushButton::clicked, items, &ItemActions::deleteSelection);
     connect(m_ui->newFolderButton, &QPushButton::clicked, items, &ItemActions::createFolderButtonAction);
-    m_ui->outcomeLine->setHistory(controller.history(), controller.ledger());
+    m_ui->outcomeLine->setHistory(controller.history(), controller.ledger(), controller.tries());
+    connect(m_ui->outcomeLine, &OutcomeLine::tryNowRequested, &controller, [&controller] {
+        emit controller.userRequestedConnection();
+        controller.tries().tryNow();
+    });
     connect(m_ui->outcomeLine, &OutcomeLine::showRequested, &controller.windows(), &SecondaryWindows::showHistory);
     connect(m_ui->outcomeLine, &OutcomeLine::queueAgainRequested, &controller,
             [&controller](const QList<LedgerKey>& keys) { queueAgain(controller, keys); });

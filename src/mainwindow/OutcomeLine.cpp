@@ -1,5 +1,6 @@
 #include "OutcomeLine.h"
 
+#include "AutomaticTries.h"
 #include "DrawnIcons.h"
 #include "HistoryRows.h"
 #include "SettingNames.h"
@@ -65,6 +66,10 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_queueAgainButton->setToolTip(u"Put the files that were lost or stopped into the queue once more"_s);
     m_forgetButton = addButton("forgetInterruptedButton", u"Forget"_s);
     m_forgetButton->setToolTip(u"Leave these files as they are, and do not ask about them again"_s);
+    m_tryNowButton = addButton("tryNowButton", u"Try Now"_s);
+    m_tryNowButton->setToolTip(u"Send the files that wait for another try at once"_s);
+    m_giveUpButton = addButton("giveUpTriesButton", u"Give Up"_s);
+    m_giveUpButton->setToolTip(u"Leave the files that wait for another try as they are"_s);
     QToolButton* const dismissButton = addButton("dismissOutcomeButton", u"✕"_s);
     dismissButton->setToolTip(u"Dismiss"_s);
     dismissButton->setAccessibleName(u"Dismiss"_s);
@@ -78,6 +83,11 @@ OutcomeLine::OutcomeLine(QWidget* parent)
             [this] { QApplication::clipboard()->setText(webLinks(m_history->rowCount()).join(u'\n')); });
     connect(m_queueAgainButton, &QToolButton::clicked, this,
             [this] { emit queueAgainRequested(m_isAboutEarlierRuns ? m_ledger->interrupted() : keys(lostRows())); });
+    connect(m_tryNowButton, &QToolButton::clicked, this, &OutcomeLine::tryNowRequested);
+    connect(m_giveUpButton, &QToolButton::clicked, this, [this] { m_tries->giveUp(); });
+    for (QWidget* const button : { m_forgetButton, m_tryNowButton, m_giveUpButton }) {
+        button->hide();
+    }
     connect(m_forgetButton, &QToolButton::clicked, this, [this] {
         hide();
         m_ledger->forgetInterrupted();
@@ -96,8 +106,10 @@ QToolButton* OutcomeLine::addButton(const char* name, const QString& text)
     return button;
 }
 
-void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger)
+void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries)
 {
+    m_tries = &tries;
+    connect(&tries, &AutomaticTries::changed, this, &OutcomeLine::triesChanged);
     m_history = &history;
     m_ledger = &ledger;
     connect(&ledger, &UploadLedger::interruptedChanged, this, &OutcomeLine::interruptedChanged);
@@ -129,6 +141,25 @@ void OutcomeLine::interruptedChanged()
     m_queueAgainButton->show();
     m_forgetButton->show();
     show();
+}
+
+void OutcomeLine::triesChanged()
+{
+    if (!m_history->isQueueUnderWay() && !m_isAboutEarlierRuns) {
+        queueDrained();
+    }
+}
+
+/// What has become of the last queue, and what is going to become of its files.
+QString OutcomeLine::queueText() const
+{
+    QStringList parts{ m_history->queueText() };
+    if (const qsizetype waiting = m_tries->waitingCount(); waiting > 0) {
+        parts.append(u"%1 waiting for another try"_s.arg(QLocale().toString(waiting)));
+    }
+    parts.append(m_tries->hindrance());
+    parts.removeIf([](const QString& part) { return part.isEmpty(); });
+    return parts.join(u", "_s);
 }
 
 void OutcomeLine::queueDrained()
@@ -178,13 +209,15 @@ void OutcomeLine::refresh()
 {
     m_copyWebLinkButton->setVisible(!webLinks(1).isEmpty());
     const bool isWarning = m_history->queueTally().lost() > 0;
-    const QString text = m_history->queueText();
+    const bool isTryWaiting = m_tries->waitingCount() > 0;
+    m_tryNowButton->setVisible(isTryWaiting);
+    m_giveUpButton->setVisible(isTryWaiting);
     // Each listing comes here; the disk is asked when there is news.
     if (const QList<int> rows = lostRows(); m_lostRows != rows) {
         m_queueAgainButton->setVisible(HistoryRows::isAnyPresent(m_history->entries(), rows));
         m_lostRows = rows;
     }
-    setText(text, isWarning);
+    setText(queueText(), isWarning);
 }
 
 void OutcomeLine::setText(const QString& text, bool isWarning)

@@ -7,6 +7,7 @@
 
 #include <optional>
 
+class AutomaticTries;
 class QLabel;
 class QToolButton;
 class UploadHistory;
@@ -22,20 +23,24 @@ class OutcomeLine final : public QFrame {
 public:
     explicit OutcomeLine(QWidget* parent = nullptr);
 
-    /// Whose queues, and whose earlier runs, the line is about. Both outlive it.
-    void setHistory(const UploadHistory& history, UploadLedger& ledger);
+    /// Whose queues, and whose earlier runs, the line is about, and what is tried again by itself. All outlive it.
+    void setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries);
 
 signals:
     /// The user wants to see the files of @p keys in the history.
     void showRequested(const QList<LedgerKey>& keys);
     /// The user wants the files of @p keys to be tried again.
     void queueAgainRequested(const QList<LedgerKey>& keys);
+    /// The user wants the files that wait for another try to have it now.
+    void tryNowRequested();
 
 private:
     QToolButton* addButton(const char* name, const QString& text);
     void queueDrained();
     void interruptedChanged();
+    void triesChanged();
     void refresh();
+    QString queueText() const;
     void setText(const QString& text, bool isWarning);
     QList<LedgerKey> keys(const QList<int>& numbers) const;
     QList<int> lostRows() const;
@@ -43,6 +48,7 @@ private:
 
     const UploadHistory* m_history = nullptr;
     UploadLedger* m_ledger = nullptr;
+    AutomaticTries* m_tries = nullptr;
     bool m_isAboutEarlierRuns = false;
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
     QLabel* m_icon;
@@ -51,4 +57,6 @@ private:
     QToolButton* m_copyWebLinkButton;
     QToolButton* m_queueAgainButton;
     QToolButton* m_forgetButton;
+    QToolButton* m_tryNowButton;
+    QToolButton* m_giveUpButton;
 };

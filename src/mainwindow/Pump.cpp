@@ -1,5 +1,6 @@
 #include "Pump.h"
 
+#include "AutomaticTries.h"
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
 #include "FTPCreateController.h"
@@ -131,6 +132,7 @@ WindowState Pump::state() const
     return { .isSending = m_parts.uploads.isSending(),
              .isReceiving = m_parts.downloads.isReceiving(),
              .waiting = m_parts.queue.size(),
+             .isTryWaiting = m_parts.tries.waitingCount() > 0,
              .tally = m_parts.history.queueTally(),
              .listing = listing.state(),
              .listingFailure = listing.failure(),

@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QTimer>
 
+class AutomaticTries;
 class DestinationListing;
 class FTPCreateController;
 class FTPGetController;
@@ -35,6 +36,7 @@ public:
         FTPCreateController& creations;
         UploadHistory& history;
         UploadQueue& queue;
+        AutomaticTries& tries;
         UploadRun& run;
         RefreshPace& pace;
         DestinationListing& listing;

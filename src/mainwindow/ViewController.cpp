@@ -31,7 +31,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_dragging(m_window, m_listing, m_items, *this, this)
     , m_windows(*this, connections)
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
-    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_run, m_pace, m_listing, m_items,
+    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_tries, m_run, m_pace, m_listing, m_items,
                *m_window.ui().destinationListingTable, m_indicators })
 {
     awakeFromNib();
@@ -76,6 +76,8 @@ void ViewController::connectParts()
     auto* const menu = new MainMenu(m_window, *this);
     menu->setParent(this);
     connect(&m_pump, &Pump::shown, menu, &MainMenu::show);
+    connect(&m_tries, &AutomaticTries::queued, this, &ViewController::showQueuedFiles);
+    connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
     connect(&m_pump, &Pump::refreshDue, this, &ViewController::refreshBesideUploads);
@@ -102,12 +104,24 @@ void ViewController::uploadFiles(const PathList& paths, const QStringList& leftO
     }
     emit userRequestedConnection();
     m_queue.append(paths, leftOut);
-    m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
     if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
+        m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
     } else {
-        m_window.ui().dragAndDropView->displayDroppedFiles(m_queue.paths());
+        showQueuedFiles();
     }
+}
+
+void ViewController::showQueuedFiles()
+{
+    m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
+    m_window.ui().dragAndDropView->displayDroppedFiles(m_queue.paths());
+}
+
+void ViewController::clearQueue()
+{
+    m_tries.giveUp();
+    m_queue.clear();
 }
 
 void ViewController::stopButtonAction()
@@ -186,9 +200,12 @@ void ViewController::bytesDone(float bytes)
 
 void ViewController::updateStatus(const QString& status)
 {
+    const bool isOnItsOwn = m_tries.isTry(m_history.currentRow());
     m_indicators.setStatus(status);
     m_run.statusReported();
-    alertIfError(status);
+    if (!isOnItsOwn) { // The first failure of the file has raised it.
+        alertIfError(status);
+    }
 }
 
 void ViewController::fileStaysBeside(const QString& path)
@@ -270,5 +287,6 @@ QString ViewController::askInput(const QString& prompt, const QString& defaultTe
 
 QString ViewController::quitWarning() const
 {
-    return ::quitWarning(m_pc.isSending(), m_gc.isReceiving() || m_items.isDownloadingSeveral(), m_queue.size());
+    return ::quitWarning(m_pc.isSending(), m_gc.isReceiving() || m_items.isDownloadingSeveral(),
+                         m_queue.size() + m_tries.waitingCount());
 }

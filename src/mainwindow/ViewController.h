@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AutomaticTries.h"
 #include "BrowserHost.h"
 #include "DestinationListing.h"
 #include "FTPCreateController.h"
@@ -55,7 +56,8 @@ public:
     /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. The items
     /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
     void uploadFiles(const PathList& paths, const QStringList& leftOut = {}) override;
-    void clearQueue() { m_queue.clear(); }
+    /// Nor is any file tried again by itself.
+    void clearQueue();
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's
     /// order.
     QStringList filesToReplace() const
@@ -135,6 +137,7 @@ public:
     ItemActions& items() { return m_items; }
     ItemDragging& dragging() { return m_dragging; }
     UploadQueue& queue() { return m_queue; }
+    AutomaticTries& tries() { return m_tries; }
     WindowIndicators& indicators() { return m_indicators; }
     Pump& pump() { return m_pump; }
 
@@ -156,6 +159,7 @@ signals:
 private:
     void connectParts();
     bool isLineFree() const;
+    void showQueuedFiles();
     void refreshBesideUploads();
     void alertIfError(const QString& status);
 
@@ -168,6 +172,7 @@ private:
     UploadHistory m_history;
     UploadLedger m_ledger{ m_history };
     UploadQueue m_queue;
+    AutomaticTries m_tries{ m_history, m_queue };
     UploadRun m_run;
     DestinationListing m_listing;
     RefreshPace m_pace;

@@ -163,6 +163,7 @@ void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
 {
     const Values now = values();
     showQueue(state.waiting, state.tally);
+    setEnabledKeepingFocus(*m_window.clearQueueButton, state.canClearQueue(), *m_window.destinationListingTable);
     showProgress(now, state.isMoving());
     if (isNewSecond) {
         showSpeed(state);
@@ -179,7 +180,6 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
     m_window.totalProgressIndicator->setFormat(outcome.isNull() ? waitingFormat : waitingFormat + u" – "_s + outcome);
     m_window.totalProgressIndicator->setValue(static_cast<int>(length));
     m_window.totalProgressIndicator->setVisible(length != 0);
-    setEnabledKeepingFocus(*m_window.clearQueueButton, length != 0, *m_window.destinationListingTable);
 }
 
 void WindowIndicators::showProgress(const Values& values, bool isMoving)

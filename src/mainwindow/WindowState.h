@@ -10,6 +10,7 @@ struct WindowState {
     bool isSending = false;
     bool isReceiving = false;
     qsizetype waiting = 0; ///< Files in the queue.
+    bool isTryWaiting = false; ///< Files wait for another try.
     FileTally tally; ///< Of the queue's files that have ended.
     DestinationListing::State listing = DestinationListing::State::Idle;
     QString listingFailure; ///< Why the listing failed.
@@ -20,6 +21,7 @@ struct WindowState {
     bool hasDestination = false;
     bool isItemSelected = false;
 
+    bool canClearQueue() const { return waiting != 0 || isTryWaiting; }
     bool isMoving() const { return isSending || isReceiving; }
     bool operator==(const WindowState&) const = default;
 };

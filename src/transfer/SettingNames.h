@@ -13,6 +13,7 @@ inline const QString encryption = QStringLiteral("Encryption");
 inline const QString openDownloadedFiles = QStringLiteral("OpenDownloadedFiles");
 inline const QString keepHistory = QStringLiteral("KeepHistory");
 inline const QString webAddress = QStringLiteral("WebAddress");
+inline const QString retryFailedFiles = QStringLiteral("RetryFailedFiles");
 inline const QString doNotShowWelcomeWindowAgain = QStringLiteral("DoNotShowWelcomeWindowAgain");
 
 } // namespace SettingNames

@@ -28,3 +28,11 @@ bool isFailure(UploadOutcome::Kind outcome)
     }
     return false;
 }
+
+bool isConnectionFailure(const UploadOutcome& outcome)
+{
+    using enum UploadOutcome::Kind;
+    constexpr int serviceNotAvailable = 421;
+    return outcome.kind == ConnectionLost || outcome.kind == Silent
+        || (outcome.kind == Refused && outcome.code == serviceNotAvailable);
+}

@@ -36,3 +36,7 @@ struct UploadOutcome {
 /// Whether the server does not have the whole file although it was to be sent, or nobody knows. A file that was
 /// stopped, removed or left out is no failure.
 bool isFailure(UploadOutcome::Kind outcome);
+
+/// Whether a file that ended like that may arrive when it is sent once more as it is: the connection was lost or could
+/// not be made, or the server was silent, or it had no place for another user at the moment (421).
+bool isConnectionFailure(const UploadOutcome& outcome);

@@ -122,6 +122,9 @@ void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
 void UploadHistory::fileEnded(const UploadOutcome& outcome)
 {
     m_entries.change(m_current->row, [&outcome](HistoryEntry& entry) { entry.status = outcome.status; });
+    if (isQueueFileSent()) {
+        emit fileFails(m_current->row, outcome);
+    }
     end(outcome.kind, outcome.reply);
 }
 

@@ -94,6 +94,8 @@ signals:
     void rowsAppended();
     /// What is known of the rows from @p first to @p last has changed.
     void rowsChanged(int first, int last);
+    /// The file of the queue with that row is about to end otherwise than confirmed.
+    void fileFails(int row, const UploadOutcome& outcome);
     /// A queue begins; what is known of the one before is about to be forgotten.
     void queueBegins();
     /// No file of the queue waits or is being sent any more.

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDir>
+#include <QSignalSpy>
 #include <QTableView>
 #include <QToolButton>
 
@@ -388,6 +389,92 @@ TEST_F(InterruptedFilesTest, TheLineAboutAQueueStandsBeforeIt)
     EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
     ASSERT_TRUE(waitFor([this] { return !m_controller->ledger().interrupted().isEmpty(); }));
     EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
+}
+
+/// With files that are tried again by themselves.
+class AnotherTryTest : public OutcomeLineTest {
+protected:
+    AnotherTryTest() { set(u"RetryFailedFiles"_s, true); }
+
+    /// Has the next file of the queue fail for the connection.
+    void loseNext()
+    {
+        tick();
+        upload().sendRefusal(421);
+    }
+};
+
+TEST_F(AnotherTryTest, TheLineSaysHowManyWaitForItAndThePressHasThemSent)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s) });
+    loseNext();
+    confirmNext();
+    loseNext();
+
+    EXPECT_EQ(text("outcomeTextField"), u"1 of 3 uploaded, 2 failed, 2 waiting for another try"_s);
+    QSignalSpy requests(m_controller.get(), &ViewController::userRequestedConnection);
+    tool("tryNowButton").click();
+    EXPECT_EQ(requests.size(), 1);
+    EXPECT_FALSE(line().isVisible());
+    confirmNext();
+    confirmNext();
+    EXPECT_EQ(text("outcomeTextField"), u"2 uploaded"_s);
+    EXPECT_FALSE(tool("tryNowButton").isVisible());
+    EXPECT_FALSE(tool("giveUpTriesButton").isVisible());
+}
+
+TEST_F(AnotherTryTest, GivingUpAndClearingTheQueueEndThem)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    loseNext();
+    tool("giveUpTriesButton").click();
+    EXPECT_EQ(text("outcomeTextField"), u"“a” not uploaded"_s);
+    EXPECT_EQ(m_controller->tries().waitingCount(), 0);
+
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    loseNext();
+    tick();
+    EXPECT_TRUE(button("clearQueueButton").isEnabled());
+    button("clearQueueButton").click();
+    tick();
+    EXPECT_EQ(m_controller->tries().waitingCount(), 0);
+    EXPECT_FALSE(button("clearQueueButton").isEnabled());
+}
+
+TEST_F(AnotherTryTest, QuittingAsksAboutThem)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    loseNext();
+
+    EXPECT_EQ(m_controller->quitWarning(), u"One file is waiting, and would not be uploaded."_s);
+}
+
+TEST_F(AnotherTryTest, OnlyTheFirstFailureOfAFileRaisesTheAlert)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    m_controller->pc().stopSendWithStatus(u"Error"_s);
+    EXPECT_EQ(shownSheets().size(), 1);
+    shownSheets();
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    loseNext();
+    m_controller->tries().tryNow();
+    const qsizetype before = shownSheets().size();
+    tick();
+    m_controller->updateStatus(u"Error"_s);
+
+    EXPECT_EQ(shownSheets().size(), before);
+}
+
+TEST_F(AnotherTryTest, TriesOfTheirOwnAreNoRequestOfTheUser)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    loseNext();
+    QSignalSpy requests(m_controller.get(), &ViewController::userRequestedConnection);
+    m_controller->tries().tryNow();
+    confirmNext();
+
+    EXPECT_TRUE(requests.isEmpty());
 }
 
 } // namespace

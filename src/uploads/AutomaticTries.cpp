@@ -1,0 +1,155 @@
+#include "AutomaticTries.h"
+
+#include "DestinationSettings.h"
+#include "NetworkManager.h"
+#include "SettingNames.h"
+#include "UploadHistory.h"
+#include "UploadQueue.h"
+#include "UserDefaults.h"
+
+#include <QLocale>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr auto lookInterval = 1s; ///< So often somebody looks for a way to the network while files wait.
+
+bool isWanted()
+{
+    return UserDefaults::standard().boolean(SettingNames::retryFailedFiles).value_or(false);
+}
+
+} // namespace
+
+AutomaticTries::AutomaticTries(UploadHistory& history, UploadQueue& queue, Delays delays)
+    : m_history(history)
+    , m_queue(queue)
+    , m_delays(std::move(delays))
+{
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, &AutomaticTries::look);
+    connect(&history, &UploadHistory::fileFails, this, &AutomaticTries::fileFails);
+    connect(&history, &UploadHistory::queueBegins, this, [this] { m_hindrance.clear(); });
+}
+
+AutomaticTries::Delays AutomaticTries::usualDelays()
+{
+    return { 10s, 30s, 60s, 300s };
+}
+
+void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
+{
+    const int triesBefore = m_triesBefore.value(number);
+    if (!isConnectionFailure(outcome) || !isWanted() || triesBefore >= static_cast<int>(m_delays.size())) {
+        return;
+    }
+    m_waiting.push_back({ .number = number,
+                          .triesBefore = triesBefore,
+                          .location = m_history.entries().withoutPath(number).destination,
+                          .username = DestinationSettings::username(),
+                          .due = Clock::now() + m_delays[static_cast<size_t>(triesBefore)] });
+    lookSoon();
+    emit changed();
+}
+
+/// Queues what is due, or all when there is a way to the network again.
+void AutomaticTries::look()
+{
+    if (!isWanted()) {
+        giveUp();
+        return;
+    }
+    const size_t before = m_waiting.size();
+    std::erase_if(m_waiting, [this](const Waiting& file) { // The user was quicker.
+        return !m_history.entries().withoutPath(file.number).canQueueAgain();
+    });
+    const bool isCutOff = !NetworkManager::hasConnectivity();
+    const bool isBack = std::exchange(m_wasCutOff, isCutOff) && !isCutOff;
+    std::vector<Waiting> due;
+    if (!isCutOff) {
+        const auto later = std::stable_partition(
+            m_waiting.begin(), m_waiting.end(),
+            [isBack, now = Clock::now()](const Waiting& file) { return isBack || file.due <= now; });
+        due.assign(m_waiting.begin(), later);
+        m_waiting.erase(m_waiting.begin(), later);
+    }
+    lookSoon();
+    if (m_waiting.size() != before) {
+        queue(due);
+        emit changed();
+    }
+}
+
+void AutomaticTries::tryNow()
+{
+    queue(std::exchange(m_waiting, {}));
+    emit changed();
+}
+
+void AutomaticTries::giveUp()
+{
+    m_timer.stop();
+    if (!std::exchange(m_waiting, {}).empty()) {
+        emit changed();
+    }
+}
+
+/// Queues those of @p files that nobody has queued meanwhile.
+void AutomaticTries::queue(const std::vector<Waiting>& files)
+{
+    if (files.empty() || hinder(files)) {
+        return;
+    }
+    QList<int> numbers;
+    QList<int> tries;
+    for (const Waiting& file : files) {
+        if (m_history.entries().withoutPath(file.number).canQueueAgain()) {
+            numbers.append(file.number);
+            tries.append(file.triesBefore + 1);
+        }
+    }
+    const PathList paths = m_history.takeToQueueAgain(numbers);
+    for (int index = 0; index < static_cast<int>(tries.size()); ++index) {
+        m_triesBefore.insert(m_history.rowCount() + index, tries[index]);
+    }
+    if (!paths.isEmpty()) {
+        m_queue.append(paths);
+        emit queued();
+    }
+}
+
+/// Whether another destination than that of all @p files is in force; then it is said. They wait together, so one that
+/// was for another is the rare case, and all of them are left to the user.
+bool AutomaticTries::hinder(const std::vector<Waiting>& files)
+{
+    const Destination present = DestinationSettings::destination();
+    const bool isSame = std::all_of(files.begin(), files.end(), [&present](const Waiting& file) {
+        return file.location == present.location && file.username == present.username;
+    });
+    if (isSame) {
+        return false;
+    }
+    m_hindrance = u"no other try, as another destination is in force"_s;
+    m_history.note(u"%1 waited for another try, which was given up: another destination is in force than %2."_s.arg(
+        files.size() == 1 ? u"One file"_s : u"%1 files"_s.arg(QLocale().toString(files.size())),
+        files.front().location));
+    return true;
+}
+
+void AutomaticTries::lookSoon()
+{
+    if (m_waiting.empty()) {
+        m_timer.stop();
+        return;
+    }
+    const auto first = std::min_element(m_waiting.begin(), m_waiting.end(),
+                                        [](const Waiting& left, const Waiting& right) { return left.due < right.due; });
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(first->due - Clock::now());
+    m_timer.start(std::clamp<std::chrono::milliseconds>(rest, 1ms, lookInterval));
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "UploadOutcome.h"
+
+#include <QHash>
+#include <QObject>
+#include <QTimer>
+
+#include <chrono>
+#include <vector>
+
+class UploadHistory;
+class UploadQueue;
+
+/// Queues files again by themselves that failed for the connection, where the settings want it ("RetryFailedFiles"):
+/// each after a while that grows from try to try, or when there is a way to the network again, and to the destination
+/// that it was for and no other. A file of the queue that is lost for the fifth time stays lost. Belongs to the main
+/// thread.
+class AutomaticTries final : public QObject {
+    Q_OBJECT
+
+public:
+    using Delays = std::vector<std::chrono::milliseconds>;
+
+    /// Both outlive it. @p delays: before the second try, the third and so on.
+    AutomaticTries(UploadHistory& history, UploadQueue& queue, Delays delays = usualDelays());
+
+    /// How many files wait for another try, outside the queue.
+    qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
+    /// Whether the file of this run with that @p number was queued by itself.
+    bool isTry(int number) const { return m_triesBefore.contains(number); }
+    /// What kept files from another try since the last queue began; null where nothing did.
+    const QString& hindrance() const { return m_hindrance; }
+
+    /// Queues all that wait for another try.
+    void tryNow();
+    /// None of them is tried again.
+    void giveUp();
+
+signals:
+    /// waitingCount() has another answer, or hindrance() has.
+    void changed();
+    /// Files have joined the queue.
+    void queued();
+
+private:
+    struct Waiting {
+        int number; ///< In this run.
+        int triesBefore; ///< By themselves.
+        QString location; ///< Where it was to go to.
+        QString username; ///< And as whom.
+        std::chrono::steady_clock::time_point due;
+    };
+
+    static Delays usualDelays();
+
+    void fileFails(int number, const UploadOutcome& outcome);
+    void look();
+    void queue(const std::vector<Waiting>& files);
+    bool hinder(const std::vector<Waiting>& files);
+    void lookSoon();
+
+    UploadHistory& m_history;
+    UploadQueue& m_queue;
+    Delays m_delays;
+    std::vector<Waiting> m_waiting;
+    QHash<int, int> m_triesBefore; ///< Of files that were queued by themselves.
+    QString m_hindrance;
+    bool m_wasCutOff = false; ///< At the last look there was no way to the network.
+    QTimer m_timer;
+};

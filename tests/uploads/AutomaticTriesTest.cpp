@@ -1,0 +1,211 @@
+#include "AutomaticTries.h"
+
+#include "CheckRows.h"
+#include "NetworkManager.h"
+#include "Printers.h"
+#include "ProgramName.h"
+#include "SettingNames.h"
+#include "UploadHistory.h"
+#include "UploadQueue.h"
+#include "UserDefaults.h"
+#include "WaitFor.h"
+
+#include <QFile>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+const UploadOutcome lost{ .kind = Outcome::ConnectionLost, .status = u"Network write error"_s };
+
+class AutomaticTriesTest : public ::testing::Test {
+protected:
+    AutomaticTriesTest()
+    {
+        setProgramFileName(u"Quillbox"_s); // No drop icon, which has a folder of its own.
+        NetworkManager::setReachabilitySource(
+            [this] { return m_isReachable ? ReachabilityFlags(ReachabilityFlag::Reachable) : ReachabilityFlags(); });
+        set(SettingNames::retryFailedFiles, true);
+        set(SettingNames::address, u"host"_s);
+    }
+    ~AutomaticTriesTest() override
+    {
+        NetworkManager::setReachabilitySource(nullptr);
+        setProgramFileName(QString());
+        QFile::remove(UserDefaults::standard().filePath());
+    }
+
+    static void set(const QString& key, const QJsonValue& value)
+    {
+        EXPECT_TRUE(UserDefaults::standard().store({ { key, value } }));
+    }
+    void setDelays(const AutomaticTries::Delays& delays) { m_tries.emplace(m_history, m_queue, delays); }
+    /// Has the first file that waits end like that.
+    void end(const UploadOutcome& outcome)
+    {
+        m_queue.takeFirst();
+        m_history.nextFileStarts(u"ftp://host/"_s);
+        m_history.fileEnded(outcome);
+    }
+    void add(const PathList& paths) { m_queue.append(paths); }
+    bool waitForQueue(const QStringList& paths)
+    {
+        return waitFor([this, &paths] { return m_queue.paths() == paths; });
+    }
+
+    bool m_isReachable = true;
+    UploadHistory m_history;
+    UploadQueue m_queue{ m_history };
+    std::optional<AutomaticTries> m_tries{ std::in_place, m_history, m_queue };
+};
+
+TEST_F(AutomaticTriesTest, AFileThatWasLostForTheConnectionIsQueuedAgainAtTheEnd)
+{
+    setDelays({ 1ms });
+    add({ u"/a"_s, u"/b"_s });
+    end(lost);
+    EXPECT_EQ(m_tries->waitingCount(), 1);
+
+    EXPECT_TRUE(waitForQueue({ u"/b"_s, u"/a"_s }));
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+    EXPECT_TRUE(m_history.entries()[0].isQueuedAgain);
+    EXPECT_FALSE(m_tries->isTry(1));
+    EXPECT_TRUE(m_tries->isTry(2));
+}
+
+TEST_F(AutomaticTriesTest, OnlyWhatFailedForTheConnectionIsTriedAgain)
+{
+    checkRows<qsizetype(UploadOutcome)>(
+        {
+            { { .kind = Outcome::ConnectionLost }, 1 },
+            { { .kind = Outcome::Silent }, 1 },
+            { { .kind = Outcome::Refused, .code = 421 }, 1 },
+            { { .kind = Outcome::Refused, .code = 550 }, 0 },
+            { { .kind = Outcome::Stopped }, 0 },
+            { { .kind = Outcome::Unanswered }, 0 },
+            { { .kind = Outcome::Failed }, 0 },
+            { { .kind = Outcome::NotFound }, 0 },
+        },
+        [this](const UploadOutcome& outcome) {
+            add({ u"/a"_s });
+            end(outcome);
+            const qsizetype count = m_tries->waitingCount();
+            m_tries->giveUp();
+            return count;
+        });
+}
+
+TEST_F(AutomaticTriesTest, NothingIsTriedAgainUnlessTheSettingsWantIt)
+{
+    set(SettingNames::retryFailedFiles, QJsonValue());
+    add({ u"/a"_s });
+    end(lost);
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+
+    set(SettingNames::retryFailedFiles, true);
+    setDelays({ 20ms });
+    add({ u"/b"_s });
+    end(lost);
+    ASSERT_EQ(m_tries->waitingCount(), 1);
+    set(SettingNames::retryFailedFiles, false);
+    EXPECT_TRUE(waitFor([this] { return m_tries->waitingCount() == 0; }));
+    EXPECT_TRUE(m_queue.isEmpty());
+}
+
+TEST_F(AutomaticTriesTest, NorAreFilesThatWereSentByHand)
+{
+    m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
+    m_history.fileEnded(lost);
+
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+}
+
+TEST_F(AutomaticTriesTest, TheFifthTryIsTheLast)
+{
+    setDelays({ 1ms, 1ms, 1ms, 1ms });
+    add({ u"/a"_s });
+    for (int number = 1; number <= 5; ++number) {
+        ASSERT_TRUE(waitForQueue({ u"/a"_s })) << number;
+        end(lost);
+    }
+
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+    EXPECT_EQ(m_history.rowCount(), 5);
+}
+
+TEST_F(AutomaticTriesTest, WithoutAWayToTheNetworkTheyWaitAndAreQueuedAtOnceWhenItIsBack)
+{
+    setDelays({ 1h });
+    m_isReachable = false;
+    add({ u"/a"_s, u"/b"_s });
+    end(lost);
+    end(lost);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(waitFor([this] { return !m_queue.isEmpty(); }, 1200ms));
+    m_isReachable = true;
+
+    EXPECT_TRUE(waitForQueue({ u"/a"_s, u"/b"_s }));
+}
+
+TEST_F(AutomaticTriesTest, ATryGoesToTheDestinationOfTheFirstOrIsGivenUp)
+{
+    setDelays({ 1ms });
+    add({ u"/a"_s });
+    end(lost);
+    set(SettingNames::address, u"other"_s);
+
+    ASSERT_TRUE(waitFor([this] { return m_tries->waitingCount() == 0; }));
+    EXPECT_TRUE(m_queue.isEmpty());
+    EXPECT_EQ(m_tries->hindrance(), u"no other try, as another destination is in force"_s);
+    EXPECT_EQ(
+        m_history.entries().last().path,
+        u"One file waited for another try, which was given up: another destination is in force than ftp://host/."_s);
+    add({ u"/b"_s });
+    EXPECT_TRUE(m_tries->hindrance().isNull());
+}
+
+TEST_F(AutomaticTriesTest, AnotherUserIsAnotherDestination)
+{
+    setDelays({ 1ms });
+    add({ u"/a"_s });
+    end(lost);
+    set(SettingNames::username, u"bob"_s);
+
+    ASSERT_TRUE(waitFor([this] { return m_tries->waitingCount() == 0; }));
+    EXPECT_TRUE(m_queue.isEmpty());
+}
+
+TEST_F(AutomaticTriesTest, TheUserHasThemTriedAtOnceOrNotAtAll)
+{
+    add({ u"/a"_s, u"/b"_s });
+    end(lost);
+    m_tries->tryNow();
+    EXPECT_EQ(m_queue.paths(), (QStringList{ u"/b"_s, u"/a"_s }));
+    end(lost);
+    QSignalSpy changes(&*m_tries, &AutomaticTries::changed);
+    m_tries->giveUp();
+
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+    EXPECT_EQ(changes.size(), 1);
+    EXPECT_EQ(m_queue.paths(), QStringList{ u"/a"_s });
+}
+
+TEST_F(AutomaticTriesTest, WhatTheUserHasQueuedAgainIsNotQueuedTwice)
+{
+    add({ u"/a"_s, u"/b"_s });
+    end(lost);
+    end(lost);
+    m_history.takeToQueueAgain({ 0 });
+    m_tries->tryNow();
+
+    EXPECT_EQ(m_queue.paths(), QStringList{ u"/b"_s });
+    EXPECT_TRUE(m_tries->isTry(2));
+    EXPECT_FALSE(m_tries->isTry(3));
+}
+
+} // namespace
