@@ -33,9 +33,14 @@ QAccessibleInterface* accessibleLabel(const QString& /*className*/, QObject* obj
 } // namespace
 
 QuietLabel::QuietLabel(QWidget* parent)
-    : QLabel(parent)
+    : ElidedLabel(parent)
 {
     QAccessible::installFactory(accessibleLabel); // More than once does no harm.
     // A label without an accessible name of its own reports each new text.
     setAccessibleName(u"Text"_s);
+}
+
+QSize QuietLabel::sizeHint() const
+{
+    return fontMetrics().size(Qt::TextSingleLine, text());
 }

@@ -46,4 +46,18 @@ TEST(ElidedLabelTest, AShortenedTextStandsWholeAboveTheToolTip)
     EXPECT_TRUE(waitFor([] { return QToolTip::text() == u"<p>why</p>"_s; }));
 }
 
+TEST(ElidedLabelTest, AFontThatMayBecomeSmallerDoesSoBeforeTheTextIsShortened)
+{
+    ElidedLabel label;
+    label.setText(u"Can not create output file."_s);
+    const int wanted = label.fontMetrics().horizontalAdvance(label.text());
+    label.resize(wanted * 9 / 10, 20);
+    EXPECT_TRUE(label.isCut());
+
+    label.setProperty("smallestScale", 0.7);
+    EXPECT_FALSE(label.isCut());
+    label.resize(wanted / 2, 20);
+    EXPECT_TRUE(label.isCut());
+}
+
 } // namespace
