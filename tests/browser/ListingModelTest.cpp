@@ -7,6 +7,8 @@
 
 #include <QAbstractItemModelTester>
 #include <QDateTime>
+#include <QIcon>
+#include <QImage>
 #include <QPersistentModelIndex>
 #include <QSignalSpy>
 
@@ -116,6 +118,22 @@ TEST_F(ListingModelTest, TheTypeIsAlsoTold)
     EXPECT_FALSE(data(1, u"Type"_s, Qt::AccessibleTextRole).toString().isEmpty());
     EXPECT_EQ(data(2, u"Type"_s, Qt::AccessibleTextRole), QVariant(u"Link"_s));
     EXPECT_TRUE(data(0, u"Type"_s).toString().isEmpty());
+}
+
+TEST_F(ListingModelTest, LinksAndSpecialItemsHaveIconsOfTheirOwn)
+{
+    ListingEntry link = fileEntry(u"b"_s);
+    link.type = ListingEntry::linkType;
+    ListingEntry special = fileEntry(u"c"_s);
+    special.type = 1;
+    m_model.add({ fileEntry(u"a"_s), link, special });
+    const auto picture
+        = [this](int row) { return data(row, u"Type"_s, Qt::DecorationRole).value<QIcon>().pixmap(20).toImage(); };
+
+    EXPECT_FALSE(picture(1).isNull());
+    EXPECT_NE(picture(0), picture(1));
+    EXPECT_NE(picture(1), picture(2));
+    EXPECT_FALSE(m_model.objectValueForTableColumn(u"Type"_s, 1).isValid());
 }
 
 TEST_F(ListingModelTest, AnOrderThatNobodyFollowsIsToldAsNewContents)

@@ -1,5 +1,6 @@
 #include "ListingTable.h"
 
+#include "DateText.h"
 #include "Entries.h"
 #include "ListingModel.h"
 #include "Printers.h"
@@ -9,10 +10,13 @@
 #include <QElapsedTimer>
 #include <QFontDatabase>
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QLocale>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
+#include <QToolTip>
 #include <QWheelEvent>
 
 #include <gtest/gtest.h>
@@ -110,6 +114,87 @@ TEST_F(ListingTableTest, TextsAreCentredInTheirRowsAndSizesStandOnTheRight)
     const QRect size = inkOf(1);
     EXPECT_NEAR(size.center().y(), 15, 3);
     EXPECT_GT(size.center().x(), m_table.columnWidth(1) / 2);
+}
+
+TEST_F(ListingTableTest, InANarrowTableModesAndThenDatesGiveWayToNames)
+{
+    const auto column = [](const QString& title) { return static_cast<int>(TableColumns::all.indexOf(title)); };
+    const int leastForNames = columnWidthFor(m_table, QString(14, u'n'));
+    const QHeaderView& header = *m_table.horizontalHeader();
+    const int modeWidth = m_table.columnWidth(column(TableColumns::mode));
+    QStringList seen;
+    for (int width = 700; width >= 300; width -= 10) {
+        m_table.resize(width, 300);
+        EXPECT_GE(m_table.columnWidth(column(TableColumns::name)), leastForNames) << width;
+        const QString shown = (header.isSectionHidden(column(TableColumns::date)) ? u""_s : u"date "_s)
+            + (header.isSectionHidden(column(TableColumns::mode)) ? u""_s : u"mode"_s);
+        if (!seen.contains(shown)) {
+            seen.append(shown);
+        }
+    }
+    EXPECT_EQ(seen, (QStringList{ u"date mode"_s, u"date "_s, u""_s }));
+
+    m_table.resize(700, 300);
+
+    EXPECT_EQ(m_table.columnWidth(column(TableColumns::mode)), modeWidth);
+}
+
+TEST_F(ListingTableTest, AColumnThatIsMadeWiderTakesNothingFromTheLeastOfNames)
+{
+    const int dates = static_cast<int>(TableColumns::all.indexOf(TableColumns::date));
+
+    m_table.setColumnWidth(dates, 350);
+    drainEventLoop();
+
+    EXPECT_TRUE(m_table.isColumnHidden(static_cast<int>(TableColumns::all.indexOf(TableColumns::mode))));
+    EXPECT_FALSE(m_table.isColumnHidden(dates));
+    EXPECT_GE(m_table.columnWidth(0), columnWidthFor(m_table, QString(14, u'n')));
+}
+
+TEST_F(ListingTableTest, DatesOfEveryLocaleFitTheirColumn)
+{
+    for (const QLocale::Language language : { QLocale::English, QLocale::German, QLocale::Arabic, QLocale::Chinese }) {
+        QLocale::setDefault(QLocale(language));
+        ListingTable table;
+        table.setListing(m_model);
+        const QString date = shortDateShortTimeText(QDateTime(QDate(2026, 11, 22), QTime(19, 38)));
+
+        EXPECT_GE(table.columnWidth(3), table.fontMetrics().horizontalAdvance(date) + 16) << date.toStdString();
+    }
+    QLocale::setDefault(QLocale::system());
+}
+
+TEST_F(ListingTableTest, ALargeFontFitsTheRows)
+{
+    m_model.add({ fileEntry(u"Ägypten"_s, 5) });
+    QFont font = m_table.font();
+    font.setPointSizeF(40);
+    m_table.setFont(font);
+
+    const QRect ink = inkOf(0);
+
+    EXPECT_EQ(m_table.rowHeight(0), 30);
+    EXPECT_GT(ink.top(), 0);
+    EXPECT_LT(ink.bottom(), 29);
+}
+
+TEST_F(ListingTableTest, ATextThatIsCutStandsWholeInAToolTip)
+{
+    ListingEntry entry = fileEntry(u"a"_s);
+    entry.modDate = 0;
+    m_model.add({ entry });
+    const QModelIndex date = m_model.index(0, 3);
+    const auto toolTipOver = [this, &date] {
+        QToolTip::hideText();
+        QHelpEvent hover(QEvent::ToolTip, m_table.visualRect(date).center(), QPoint(5, 5));
+        QApplication::sendEvent(m_table.viewport(), &hover);
+        return QToolTip::text();
+    };
+    EXPECT_EQ(toolTipOver(), u""_s);
+
+    m_table.setColumnWidth(3, 40);
+
+    EXPECT_TRUE(toolTipOver().contains(date.data().toString()));
 }
 
 TEST_F(ListingTableTest, PermissionsAreWrittenInTheFixedFont)

@@ -1,6 +1,7 @@
 #include "ListingModel.h"
 
 #include "CellValue.h"
+#include "DrawnIcons.h"
 #include "FileIcons.h"
 #include "PlainToolTip.h"
 #include "TableColumns.h"
@@ -11,6 +12,20 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The icon of the cell, and one for what has none there.
+QVariant iconOf(const ListingEntry& entry)
+{
+    const QVariant icon = cellValue(entry, TableColumns::type);
+    if (icon.isValid()) {
+        return icon;
+    }
+    return entry.type == ListingEntry::linkType ? drawnLinkIcon() : drawnSpecialIcon();
+}
+
+} // namespace
 
 void ListingModel::clear()
 {
@@ -114,7 +129,7 @@ QVariant ListingModel::data(const QModelIndex& index, int role) const
         }
         return column == TableColumns::name ? visibleText(entry.name) : objectValueForTableColumn(column, index.row());
     case Qt::DecorationRole:
-        return isType ? objectValueForTableColumn(column, index.row()) : QVariant();
+        return isType ? iconOf(entry) : QVariant();
     case Qt::AccessibleTextRole:
         return isType ? describe(entry, column) : QVariant();
     case Qt::AccessibleDescriptionRole:

@@ -1,10 +1,12 @@
 #include "ListingTable.h"
 
+#include "DateText.h"
 #include "ListingModel.h"
 #include "SelectedRows.h"
 #include "TableColumns.h"
 #include "TablePlace.h"
 
+#include <QDateTime>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QToolButton>
@@ -22,6 +24,11 @@ namespace {
 constexpr auto longestHold = 200ms;
 /// How often the table shows what keeps coming. A picture of it costs more than a block of items.
 constexpr auto pictureInterval = 80ms;
+
+int column(const QString& title)
+{
+    return static_cast<int>(TableColumns::all.indexOf(title));
+}
 
 } // namespace
 
@@ -64,21 +71,46 @@ void ListingTable::setListing(ListingModel& model)
     connect(&model, &QAbstractItemModel::dataChanged, this, &ListingTable::restorePlace);
     connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, &ListingTable::orderChosen);
     setDefaultWidths();
+    // The header is in the middle of its own changes.
+    connect(horizontalHeader(), &QHeaderView::sectionResized, this, &ListingTable::giveWayToNames,
+            Qt::QueuedConnection);
 }
 
 void ListingTable::setDefaultWidths()
 {
     const auto widthOf = [this](const QString& text) { return columnWidthFor(*this, text); };
     QHeaderView& header = *horizontalHeader();
-    const auto column = [](const QString& title) { return static_cast<int>(TableColumns::all.indexOf(title)); };
+    const QDate longDate(2028, 12, 28);
+    const auto widthOfDateAt = [&](const QTime& time) { return widthOf(shortDateShortTimeText({ longDate, time })); };
     header.setMinimumSectionSize(widthOf(u"M"_s));
     header.resizeSection(column(TableColumns::size), widthOf(u"888.88 MB"_s));
     header.resizeSection(column(TableColumns::type), widthOf(TableColumns::type));
-    header.resizeSection(column(TableColumns::date), widthOf(u"88.88.8888, 88:88 PM"_s));
+    header.resizeSection(column(TableColumns::date), std::max(widthOfDateAt({ 10, 58 }), widthOfDateAt({ 22, 58 })));
     header.resizeSection(column(TableColumns::mode), widthOf(u"drwxrwxrwx "_s) + 24);
     header.setSectionResizeMode(column(TableColumns::name), QHeaderView::Stretch);
     // The icon stands before the name that it belongs to.
     header.moveSection(header.visualIndex(column(TableColumns::type)), 0);
+}
+
+/// In a table too narrow for all columns the modes and then the dates are left out before names are hard to tell apart.
+void ListingTable::giveWayToNames()
+{
+    constexpr int leastCharacters = 14;
+    QHeaderView& header = *horizontalHeader();
+    int room = viewport()->width() - columnWidthFor(*this, QString(leastCharacters, u'n'))
+        - header.sectionSize(column(TableColumns::size)) - header.sectionSize(column(TableColumns::type));
+    for (const int section : { column(TableColumns::date), column(TableColumns::mode) }) {
+        if (header.isSectionHidden(section) && !m_hiddenWidths.contains(section)) {
+            header.showSection(section); // Only one that shows tells its width.
+        }
+        const bool isHidden = header.isSectionHidden(section);
+        const int width = isHidden ? m_hiddenWidths.value(section) : header.sectionSize(section);
+        room -= width;
+        if (isHidden != (room < 0)) {
+            m_hiddenWidths[section] = width;
+            header.setSectionHidden(section, room < 0);
+        }
+    }
 }
 
 QList<SortDescriptor> ListingTable::sortDescriptors() const
@@ -139,6 +171,7 @@ void ListingTable::placeStopButton()
 void ListingTable::resizeEvent(QResizeEvent* event)
 {
     TextTable::resizeEvent(event);
+    giveWayToNames();
     placeStopButton();
 }
 

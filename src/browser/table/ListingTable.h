@@ -5,6 +5,7 @@
 #include "TextTable.h"
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QTimer>
@@ -71,6 +72,7 @@ private:
     void setUpHeaders();
     void orderChosen();
     void setDefaultWidths();
+    void giveWayToNames();
     void placeStopButton();
     void keepPlace();
     void restorePlace();
@@ -80,6 +82,7 @@ private:
     ListingModel* m_listing = nullptr;
     QToolButton* m_stopButton;
     TablePlace* m_place = nullptr; ///< Of m_listing.
+    QHash<int, int> m_hiddenWidths; ///< Of the columns that have given way, by their number.
     QTimer m_hold{ this }; ///< Runs while the old picture stays.
     TableDragAndDrop m_dragAndDrop{ *this };
     QElapsedTimer m_sincePicture; ///< Since the table was last painted.

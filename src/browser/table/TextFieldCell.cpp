@@ -4,6 +4,7 @@
 #include <QFontMetricsF>
 #include <QLineEdit>
 #include <QPainter>
+#include <QStyle>
 
 namespace {
 
@@ -52,11 +53,19 @@ void TextFieldCell::place(const QRectF& frame, QWidget* view, QLineEdit* editor,
     editor->setFocus();
 }
 
+bool TextFieldCell::isCutIn(const QRectF& bounds) const
+{
+    return QFontMetricsF(font).horizontalAdvance(text) > drawingRectForBounds(bounds).width();
+}
+
 void TextFieldCell::draw(QPainter& painter, const QRectF& bounds) const
 {
     const QRectF rectangle = drawingRectForBounds(bounds);
     painter.setFont(font);
     const QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideMiddle, rectangle.width());
-    painter.drawText(
-        rectangle, static_cast<int>((alignment & Qt::AlignHorizontal_Mask) | Qt::AlignTop) | Qt::TextSingleLine, shown);
+    // On the side that the window's direction says, and in the direction of its own words.
+    const Qt::Alignment side = QStyle::visualAlignment(painter.layoutDirection(), alignment & Qt::AlignHorizontal_Mask);
+    const int direction = text.isRightToLeft() ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight;
+    painter.drawText(rectangle,
+                     static_cast<int>(side | Qt::AlignTop | Qt::AlignAbsolute) | Qt::TextSingleLine | direction, shown);
 }

@@ -27,6 +27,8 @@ public:
     /// Places @p editor likewise and passes on @p event, which began the editing and may be null.
     virtual void editWithFrame(const QRectF& frame, QWidget* view, QLineEdit* editor, QObject* delegate, QEvent* event);
 
+    /// Whether the text is too long for its rectangle.
+    bool isCutIn(const QRectF& bounds) const;
     /// Draws the text with the painter's pen. A text too long for its rectangle is shortened in the middle.
     void draw(QPainter& painter, const QRectF& bounds) const;
 

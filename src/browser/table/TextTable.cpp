@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Gives the titles the margins of the cells.
+/// Draws titles that are quieter than the rows below them, with the margins of the cells.
 class HeaderStyle final : public QProxyStyle {
 public:
     HeaderStyle()
@@ -21,6 +21,18 @@ public:
     int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
     {
         return metric == PM_HeaderMargin ? 7 : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override
+    {
+        if (element != CE_HeaderSection && element != CE_HeaderEmptyArea) {
+            QProxyStyle::drawControl(element, option, painter, widget);
+            return;
+        }
+        const bool isPressed = (option->state & State_Sunken) != 0;
+        painter->fillRect(option->rect, option->palette.color(isPressed ? QPalette::Midlight : QPalette::Window));
+        painter->fillRect(QRect(option->rect.bottomLeft(), QSize(option->rect.width(), 1)),
+                          option->palette.color(QPalette::Midlight).darker(110));
     }
 };
 
@@ -96,7 +108,8 @@ void TextTable::paintEvent(QPaintEvent* event)
         font.setPointSizeF(font.pointSizeF() * 1.25);
         painter.setFont(font);
         painter.setPen(palette().color(QPalette::PlaceholderText));
-        painter.drawText(viewport()->rect(), Qt::AlignCenter, m_emptyText);
+        painter.setLayoutDirection(m_emptyText.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+        painter.drawText(viewport()->rect(), Qt::AlignCenter | Qt::TextWordWrap, m_emptyText);
     }
     if (const int width = highlightWidth(); width > 0) {
         painter.setPen(QPen(palette().color(QPalette::Highlight), width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));

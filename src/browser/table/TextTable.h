@@ -24,7 +24,7 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
     /// The width of the frame around the table as a whole, in device-independent pixels; 0 for none.
-    virtual int highlightWidth() const { return hasFocus() ? 2 : 0; }
+    virtual int highlightWidth() const { return hasFocus() ? 1 : 0; }
 
 private:
     void describe();

@@ -47,7 +47,7 @@ private:
     Drawing m_drawing;
 };
 
-const QColor outline(0x7a, 0x7f, 0x87);
+const QColor outline(0x6b, 0x70, 0x78);
 
 void drawFolder(QPainter& painter)
 {
@@ -221,6 +221,37 @@ void drawWarning(QPainter& painter)
     painter.drawPoint(QPointF(8, 11.6));
 }
 
+void drawUpload(QPainter& painter)
+{
+    painter.setPen(QPen(QColor(0x0a, 0x64, 0xc8), 1.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPolyline(QPolygonF{ QPointF(1.5, 10.5), QPointF(1.5, 14), QPointF(14.5, 14), QPointF(14.5, 10.5) });
+    painter.drawPolyline(QPolygonF{ QPointF(4, 5.5), QPointF(8, 1.5), QPointF(12, 5.5) });
+    painter.drawLine(QPointF(8, 1.8), QPointF(8, 10.5));
+}
+
+void drawLink(QPainter& painter)
+{
+    drawSheet(painter);
+    painter.setPen(QPen(QColor(0x6a, 0x4a, 0xb0), 1.3, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.setBrush(Qt::NoBrush);
+    QPainterPath arrow(QPointF(5.2, 12.3));
+    arrow.quadTo(5.4, 8.7, 10.2, 8.7);
+    painter.drawPath(arrow);
+    painter.drawPolyline(QPolygonF{ QPointF(8.4, 6.8), QPointF(10.6, 8.7), QPointF(8.4, 10.6) });
+}
+
+void drawSpecial(QPainter& painter)
+{
+    drawSheet(painter);
+    painter.setPen(QPen(QColor(0x4a, 0x4e, 0x55), 1.4));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(QPointF(8, 9.6), 1.9, 1.9);
+    for (const QPointF direction : { QPointF(1, 0), QPointF(0, 1), QPointF(0.7, 0.7), QPointF(0.7, -0.7) }) {
+        painter.drawLine(QPointF(8, 9.6) + 2.2 * direction, QPointF(8, 9.6) + 3.2 * direction);
+        painter.drawLine(QPointF(8, 9.6) - 2.2 * direction, QPointF(8, 9.6) - 3.2 * direction);
+    }
+}
+
 Drawing drawingOf(Padlock padlock)
 {
     switch (padlock) {
@@ -295,6 +326,21 @@ QIcon drawnCrossIcon()
 QIcon drawnWarningIcon()
 {
     return QIcon(new DrawnIconEngine(drawWarning));
+}
+
+QIcon drawnUploadIcon()
+{
+    return QIcon(new DrawnIconEngine(drawUpload));
+}
+
+QIcon drawnLinkIcon()
+{
+    return QIcon(new DrawnIconEngine(drawLink));
+}
+
+QIcon drawnSpecialIcon()
+{
+    return QIcon(new DrawnIconEngine(drawSpecial));
 }
 
 QIcon drawnFileIcon(const QString& type)

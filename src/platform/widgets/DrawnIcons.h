@@ -21,6 +21,12 @@ QIcon drawnTickIcon();
 QIcon drawnCrossIcon();
 /// A disc with an exclamation mark.
 QIcon drawnWarningIcon();
+/// An arrow that leads up out of a tray.
+QIcon drawnUploadIcon();
+/// A sheet of paper with the curved arrow of a link.
+QIcon drawnLinkIcon();
+/// A sheet of paper with a cog: no file, no folder and no link.
+QIcon drawnSpecialIcon();
 /// A sheet of paper, with a mark for the family of the MIME type @p type: text, picture, sound, film, package; else
 /// none.
 QIcon drawnFileIcon(const QString& type);
