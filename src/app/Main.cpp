@@ -22,6 +22,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QLocale>
 #include <QMainWindow>
 #include <QTextStream>
 #include <QUrl>
@@ -175,6 +176,7 @@ int main(int argc, char** argv)
     TrustedCertificates::standard().noteAccess(); // Before settings are read, which closes the folder of both.
 
     const QApplication application(wordsForToolkit, argv);
+    QGuiApplication::setLayoutDirection(QLocale().textDirection());
     ProgramIdentity::apply(programFileName());
     CertificateSheets certificateSheets;
     RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);

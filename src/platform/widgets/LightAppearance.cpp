@@ -2,12 +2,34 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QPainter>
 #include <QPalette>
-#include <QStyleFactory>
+#include <QProxyStyle>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// Texts keep the direction of their own words in a window that goes the other way: "Show…" does not become "…Show".
+class LightStyle final : public QProxyStyle {
+public:
+    LightStyle()
+        : QProxyStyle(u"Fusion"_s)
+    {
+    }
+
+    void drawItemText(QPainter* painter, const QRect& rectangle, int flags, const QPalette& palette, bool isEnabled,
+                      const QString& text, QPalette::ColorRole role) const override
+    {
+        if (painter->layoutDirection() == Qt::RightToLeft && !text.isRightToLeft()) {
+            const Qt::Alignment side
+                = visualAlignment(Qt::RightToLeft, Qt::Alignment(flags & Qt::AlignHorizontal_Mask));
+            flags = (flags & ~(Qt::AlignHorizontal_Mask | Qt::TextForceRightToLeft)) | static_cast<int>(side)
+                | Qt::AlignAbsolute | Qt::TextForceLeftToRight;
+        }
+        QProxyStyle::drawItemText(painter, rectangle, flags, palette, isEnabled, text, role);
+    }
+};
 
 QPalette lightPalette()
 {
@@ -16,8 +38,8 @@ QPalette lightPalette()
     palette.setColor(QPalette::Base, Qt::white);
     palette.setColor(QPalette::AlternateBase, QColor(0xf7, 0xf8, 0xfa));
     palette.setColor(QPalette::Text, QColor(0x1d, 0x1d, 0x1f));
-    palette.setColor(QPalette::PlaceholderText, QColor(0x6e, 0x6e, 0x73));
-    palette.setColor(QPalette::Button, QColor(0xf0, 0xf0, 0xf2));
+    palette.setColor(QPalette::PlaceholderText, QColor(0x66, 0x66, 0x6b));
+    palette.setColor(QPalette::Button, QColor(0xf8, 0xf8, 0xfa));
     palette.setColor(QPalette::ButtonText, QColor(0x1d, 0x1d, 0x1f));
     palette.setColor(QPalette::Highlight, QColor(0x0a, 0x64, 0xc8));
     palette.setColor(QPalette::HighlightedText, Qt::white);
@@ -25,7 +47,7 @@ QPalette lightPalette()
     palette.setColor(QPalette::ToolTipText, QColor(0x1d, 0x1d, 0x1f));
     palette.setColor(QPalette::Link, QColor(0x0a, 0x64, 0xc8));
     for (const QPalette::ColorRole role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText }) {
-        palette.setColor(QPalette::Disabled, role, QColor(0xa0, 0xa0, 0xa5));
+        palette.setColor(QPalette::Disabled, role, QColor(0x6c, 0x6c, 0x71));
     }
     return palette;
 }
@@ -34,7 +56,7 @@ QPalette lightPalette()
 
 void useLightAppearance()
 {
-    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
+    QApplication::setStyle(new LightStyle);
     QApplication::setPalette(lightPalette());
     if (QIcon::fromTheme(u"folder"_s).isNull()) {
         QIcon::setThemeName(u"Adwaita"_s);

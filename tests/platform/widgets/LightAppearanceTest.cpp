@@ -1,10 +1,15 @@
 #include "LightAppearance.h"
 
 #include <QApplication>
+#include <QImage>
 #include <QPalette>
-#include <QStyle>
+#include <QProxyStyle>
+#include <QPushButton>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -21,7 +26,56 @@ TEST(LightAppearanceTest, WindowsAreLightWhateverThePaletteWas)
     EXPECT_GT(palette.color(QPalette::Window).lightness(), 200);
     EXPECT_GT(palette.color(QPalette::Base).lightness(), 200);
     EXPECT_LT(palette.color(QPalette::WindowText).lightness(), 60);
-    EXPECT_EQ(QApplication::style()->name().toLower(), QStringLiteral("fusion"));
+    const auto* const style = qobject_cast<QProxyStyle*>(QApplication::style());
+    ASSERT_NE(style, nullptr);
+    EXPECT_EQ(style->baseStyle()->name().toLower(), QStringLiteral("fusion"));
+}
+
+double luminance(const QColor& colour)
+{
+    const auto linear
+        = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+}
+
+double contrast(const QColor& one, const QColor& other)
+{
+    const double brightness[] = { luminance(one) + 0.05, luminance(other) + 0.05 };
+    return std::max(brightness[0], brightness[1]) / std::min(brightness[0], brightness[1]);
+}
+
+TEST(LightAppearanceTest, EveryTextStandsOutFromWhatItStandsOnAlsoWhenItIsDisabled)
+{
+    useLightAppearance();
+    const QPalette palette = QApplication::palette();
+
+    for (const QPalette::ColorGroup group : { QPalette::Active, QPalette::Inactive, QPalette::Disabled }) {
+        const auto contrastOf = [&](QPalette::ColorRole text, QPalette::ColorRole ground) {
+            return contrast(palette.color(group, text), palette.color(group, ground));
+        };
+        for (const QPalette::ColorRole ground : { QPalette::Window, QPalette::Base, QPalette::AlternateBase }) {
+            EXPECT_GE(contrastOf(QPalette::WindowText, ground), 4.5) << group << ' ' << ground;
+            EXPECT_GE(contrastOf(QPalette::Text, ground), 4.5) << group << ' ' << ground;
+            EXPECT_GE(contrastOf(QPalette::PlaceholderText, ground), 4.5) << group << ' ' << ground;
+            EXPECT_GE(contrastOf(QPalette::Link, ground), 4.5) << group << ' ' << ground;
+        }
+        EXPECT_GE(contrastOf(QPalette::ButtonText, QPalette::Button), 4.5) << group;
+        EXPECT_GE(contrastOf(QPalette::HighlightedText, QPalette::Highlight), 4.5) << group;
+        EXPECT_GE(contrastOf(QPalette::ToolTipText, QPalette::ToolTipBase), 4.5) << group;
+    }
+}
+
+TEST(LightAppearanceTest, TextsKeepTheirOwnDirectionInAMirroredWindow)
+{
+    useLightAppearance();
+    QPushButton leftToRight(QStringLiteral("Show..."));
+    QPushButton mirrored(QStringLiteral("Show..."));
+    mirrored.setLayoutDirection(Qt::RightToLeft);
+    for (QPushButton* button : { &leftToRight, &mirrored }) {
+        button->resize(101, 31);
+    }
+
+    EXPECT_EQ(leftToRight.grab().toImage(), mirrored.grab().toImage());
 }
 
 } // namespace
