@@ -1,5 +1,6 @@
 #include "DragDropView.h"
 
+#include "DropHint.h"
 #include "DroppedFiles.h"
 #include "PlainToolTip.h"
 #include "QueuedFilesView.h"
@@ -9,12 +10,12 @@
 
 #include <QAccessibleWidget>
 #include <QDragEnterEvent>
+#include <QHBoxLayout>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
 #include <QToolTip>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -23,6 +24,8 @@ namespace {
 qreal pathLineWidth = 1.0;
 
 constexpr qreal highlightLineWidth = 5.0;
+
+constexpr int leastMargin = 7; ///< Above and below what is in the view.
 
 /// What a screen reader says of the view: it can be pressed, and holds the list of the queue.
 class AccessibleDropArea final : public QAccessibleWidget {
@@ -58,6 +61,7 @@ QAccessibleInterface* accessibleDropArea(const QString& /*className*/, QObject* 
 DragDropView::DragDropView(QWidget* parent)
     : QFrame(parent)
     , m_textView(new QueuedFilesView(this))
+    , m_hint(new DropHint(this))
 {
     QAccessible::installFactory(accessibleDropArea); // More than once does no harm.
     setFocusPolicy(Qt::TabFocus);
@@ -68,9 +72,11 @@ DragDropView::DragDropView(QWidget* parent)
     m_textView->setFrameShape(QFrame::NoFrame);
     m_textView->viewport()->setAutoFillBackground(false);
     m_textView->setVisible(false);
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(16, 14, 16, 14);
-    layout->addWidget(m_textView);
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(14, leastMargin, 14, leastMargin);
+    layout->setSpacing(14);
+    layout->addWidget(m_textView, 3);
+    layout->addWidget(m_hint, 2);
     awakeFromNib();
 }
 
@@ -127,8 +133,50 @@ void DragDropView::concludeDragOperation()
 void DragDropView::displayDroppedFiles(const PathList& files)
 {
     m_textView->setFiles(files);
-    m_textView->setVisible(!files.isEmpty());
-    update();
+    setOver(files.isEmpty());
+    arrange();
+}
+
+void DragDropView::setOver(bool isOver)
+{
+    if (isOver != m_isOver) {
+        m_isOver = isOver;
+        arrange();
+    }
+}
+
+void DragDropView::setLow(bool isLow)
+{
+    if (isLow != m_isLow) {
+        m_isLow = isLow;
+        arrange();
+    }
+}
+
+QSize DragDropView::minimumSizeHint() const
+{
+    return { layout()->minimumSize().width(), fontMetrics().lineSpacing() + 2 * leastMargin };
+}
+
+/// Shows the list, the hint, or both, as far as there is room.
+void DragDropView::arrange()
+{
+    using enum DropHint::Shape;
+    const bool hasFiles = !m_textView->files().isEmpty();
+    const bool isOneLine = m_isLow || height() < m_hint->heightInTwoLines() + 2 * leastMargin;
+    m_textView->setVisible(hasFiles);
+    m_textView->setForegroundRole(m_isOver ? QPalette::PlaceholderText : QPalette::Text);
+    m_hint->setVisible(m_isOver || !hasFiles);
+    m_hint->setShape(!isOneLine ? TwoLines : hasFiles ? OneShortLine : OneLine);
+    const int margin = height() > 5 * fontMetrics().lineSpacing() ? 12 : leastMargin;
+    layout()->setContentsMargins(14, margin, 14, margin);
+    m_textView->setMaximumHeight(m_textView->heightOfLines(height() - 2 * margin));
+}
+
+void DragDropView::resizeEvent(QResizeEvent* event)
+{
+    QFrame::resizeEvent(event);
+    arrange();
 }
 
 void DragDropView::showAlert(const QString& title, const QString& text)
@@ -180,7 +228,7 @@ void DragDropView::paintEvent(QPaintEvent* event)
     QFrame::paintEvent(event);
     QPainter painter(this);
     painter.fillRect(event->rect(), palette().color(QPalette::Base));
-    drawEmptyState(painter);
+    drawFrame(painter);
     if (m_highlight) {
         // Kept: around what is being redrawn, and the width stays set afterwards.
         pathLineWidth = highlightLineWidth;
@@ -203,22 +251,14 @@ void DragDropView::keyPressEvent(QKeyEvent* event)
     }
 }
 
-void DragDropView::drawEmptyState(QPainter& painter) const
+void DragDropView::drawFrame(QPainter& painter) const
 {
     painter.setRenderHint(QPainter::Antialiasing);
     QPen pen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid), 1.5, Qt::DashLine);
     pen.setDashPattern({ 4, 3 });
     painter.setPen(pen);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(6, 6, -6, -6), 8, 8);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
     painter.setRenderHint(QPainter::Antialiasing, false);
-    if (!m_textView->isHidden()) {
-        return;
-    }
-    QFont font = painter.font();
-    font.setPointSizeF(font.pointSizeF() * 1.5);
-    painter.setFont(font);
-    painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.drawText(rect(), Qt::AlignCenter, u"Drop files here"_s);
 }
 
 void DragDropView::dragEnterEvent(QDragEnterEvent* event)

@@ -4,6 +4,7 @@
 
 #include <QFrame>
 
+class DropHint;
 class QMimeData;
 class QueuedFilesView;
 class ViewController;
@@ -40,6 +41,12 @@ public:
 
     /// Lists @p files as "1) path" and so on, in place of what was listed. The list then stands until the next one.
     void displayDroppedFiles(const PathList& files);
+    /// Whether what is listed is over: then the list is dimmed, and the hint stands beside it.
+    void setOver(bool isOver);
+    /// Whether there is room for a line only.
+    void setLow(bool isLow);
+
+    QSize minimumSizeHint() const override;
 
     /// A sheet with one button on the view's window; nothing without a window.
     void showAlert(const QString& title, const QString& text);
@@ -57,6 +64,7 @@ signals:
 protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
@@ -65,12 +73,16 @@ protected:
 
 private:
     void setHighlight(bool highlight);
-    void drawEmptyState(QPainter& painter) const;
+    void drawFrame(QPainter& painter) const;
+    void arrange();
 
     QueuedFilesView* m_textView;
+    DropHint* m_hint;
     ViewController* m_viewController = nullptr;
     PathList m_droppedFiles;
     QStringList m_leftOut; ///< What came with them and is no plain file.
     bool m_highlight = false;
+    bool m_isOver = true;
+    bool m_isLow = false;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the view.
 };

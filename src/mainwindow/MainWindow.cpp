@@ -6,21 +6,33 @@
 #include "WindowMemory.h"
 #include "ui_MainWindow.h"
 
+#include <QEvent>
 #include <QHeaderView>
+#include <QScreen>
+
+#include <algorithm>
+#include <initializer_list>
 
 MainWindow::MainWindow()
     : m_ui(std::make_unique<Ui::MainWindow>())
 {
     m_ui->setupUi(this);
     m_ui->destinationListingTable->setFocus();
-    // They come and go, and nothing is to jump.
-    for (QWidget* control :
-         { static_cast<QWidget*>(m_ui->totalProgressIndicator), static_cast<QWidget*>(m_ui->percentProgressIndicator),
-           static_cast<QWidget*>(m_ui->bytesFormattedTextField) }) {
-        QSizePolicy policy = control->sizePolicy();
-        policy.setRetainSizeWhenHidden(true);
-        control->setSizePolicy(policy);
+    // It comes and goes between files, and nothing is to jump.
+    QSizePolicy policy = m_ui->percentProgressIndicator->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    m_ui->percentProgressIndicator->setSizePolicy(policy);
+    m_ui->figuresRow->setGivingWay(
+        { m_ui->totalBytesTextField, m_ui->percentTextField, m_ui->timeLeftTextField, m_ui->speedTextField });
+    const std::initializer_list<QLabel*> quietLabels{ m_ui->waitingTextField,       m_ui->bytesFormattedTextField,
+                                                      m_ui->totalBytesTextField,    m_ui->speedTextField,
+                                                      m_ui->timeLeftTextField,      m_ui->percentTextField,
+                                                      m_ui->listingStatusTextField, m_ui->lastActionTextField,
+                                                      m_ui->dateStringTextField };
+    for (QLabel* label : quietLabels) {
+        label->setForegroundRole(QPalette::PlaceholderText);
     }
+    updateMinimumSize();
 }
 
 MainWindow::~MainWindow() = default;
@@ -30,6 +42,7 @@ void MainWindow::connectTo(ViewController& controller)
     ListingTable* const table = m_ui->destinationListingTable;
     table->setListing(controller.listing().model());
     WindowMemory::restore(*this, *table->horizontalHeader());
+    openWithinScreen();
     table->sortDescriptorsDidChange();
     connect(&controller.listing(), &DestinationListing::folderChanged, table, &ListingTable::folderChanged);
     connect(&controller.listing(), &DestinationListing::ended, table, &ListingTable::listingEnded);
@@ -73,4 +86,45 @@ void MainWindow::tableViewSelectionDidChange(const QObject* table)
     for (QPushButton* button : { m_ui->deleteButton, m_ui->downloadButton }) {
         setEnabledKeepingFocus(*button, ours->selectedRow() != -1, *m_ui->destinationListingTable);
     }
+}
+
+/// A window larger than the screen would have its buttons and its status outside.
+void MainWindow::openWithinScreen()
+{
+    constexpr QSize frame(8, 40); // What a window manager adds at most, as a rule.
+    resize(size().boundedTo(screen()->availableSize() - frame));
+}
+
+/// What the controls need with the present font, and some room besides.
+void MainWindow::updateMinimumSize()
+{
+    constexpr QSize smallest(420, 360);
+    setMinimumSize(smallest.expandedTo(layout()->totalMinimumSize()));
+}
+
+/// The larger the font, the larger a window that counts as low.
+void MainWindow::fitToHeight()
+{
+    constexpr int lowest = 560;
+    constexpr int lineOfUsualFont = 16;
+    const bool isLow = height() * lineOfUsualFont < lowest * std::max(lineOfUsualFont, fontMetrics().height());
+    m_ui->transferPane->fitTo(height(), isLow);
+    m_ui->dragAndDropView->setLow(isLow);
+}
+
+bool MainWindow::event(QEvent* event)
+{
+    const bool isDone = QMainWindow::event(event);
+    if (event->type() == QEvent::LayoutRequest) {
+        updateMinimumSize();
+    } else if (event->type() == QEvent::FontChange) {
+        fitToHeight();
+    }
+    return isDone;
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event)
+{
+    fitToHeight();
+    QMainWindow::resizeEvent(event);
 }

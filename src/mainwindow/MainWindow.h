@@ -29,6 +29,14 @@ public:
     /// destination folder counts.
     void tableViewSelectionDidChange(const QObject* table);
 
+protected:
+    bool event(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void openWithinScreen();
+    void updateMinimumSize();
+    void fitToHeight();
+
     std::unique_ptr<Ui::MainWindow> m_ui;
 };

@@ -2,6 +2,7 @@
 
 #include "AutomaticTries.h"
 #include "DrawnIcons.h"
+#include "ElidedLabel.h"
 #include "HistoryRows.h"
 #include "SettingNames.h"
 #include "UploadHistory.h"
@@ -10,8 +11,8 @@
 
 #include <QAccessibleWidget>
 #include <QApplication>
+#include <QBoxLayout>
 #include <QClipboard>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
 #include <QToolButton>
@@ -25,10 +26,13 @@ constexpr int iconSide = 18;
 /// What the line looks like when something was lost, and when nothing was.
 QString styleOf(bool isWarning)
 {
-    return isWarning ? u"OutcomeLine { background: #fdeaea; border: 1px solid #efc4c4; border-radius: 4px; }"
+    const QString buttons = u"QToolButton { color: #0a57b0; border: none; border-radius: 3px; padding: 3px 8px; }"
+                            "QToolButton:hover, QToolButton:focus { background: rgba(10, 87, 176, 10%); }"_s;
+    return buttons
+        + (isWarning ? u"OutcomeLine { background: #fdeaea; border: 1px solid #efc4c4; border-radius: 4px; }"
                        "QLabel { color: #7a1f1a; font-weight: bold; }"_s
-                     : u"OutcomeLine { background: #eef3f9; border: 1px solid #d3dce8; border-radius: 4px; }"
-                       "QLabel { color: #2c3440; }"_s;
+                     : u"OutcomeLine { background: #e9f1fb; border: 1px solid #cbdcf0; border-radius: 4px; }"
+                       "QLabel { color: #2c3440; }"_s);
 }
 
 /// Screen readers announce an alert when it shows.
@@ -43,19 +47,26 @@ QAccessibleInterface* accessibleLine(const QString& className, QObject* object)
 
 OutcomeLine::OutcomeLine(QWidget* parent)
     : QFrame(parent)
+    , m_layout(new QBoxLayout(QBoxLayout::LeftToRight, this))
+    , m_buttons(new QHBoxLayout)
     , m_icon(new QLabel(this))
-    , m_text(new QLabel(this))
+    , m_text(new ElidedLabel(this))
 {
     QAccessible::installFactory(accessibleLine); // More than once does no harm.
-    auto* const layout = new QHBoxLayout(this);
-    layout->setContentsMargins(10, 5, 6, 5);
-    layout->setSpacing(8);
-    layout->addWidget(m_icon);
-    layout->addWidget(m_text, 1);
+    auto* const words = new QHBoxLayout;
+    words->setSpacing(8);
+    words->addWidget(m_icon);
+    words->addWidget(m_text, 1);
+    m_buttons->setSpacing(4);
+    m_buttons->addStretch();
+    m_layout->setContentsMargins(10, 5, 6, 5);
+    m_layout->setSpacing(4);
+    m_layout->addLayout(words, 1);
+    m_layout->addLayout(m_buttons);
     m_text->setObjectName(u"outcomeTextField"_s);
     m_text->setAccessibleDescription(u"Outcome of the last queue"_s);
     m_text->setTextFormat(Qt::PlainText);
-    m_text->setMinimumWidth(1); // A long line is cut and does not widen the window.
+    m_text->setProperty("smallestScale", 0.7);
     m_icon->setPixmap(drawnWarningIcon().pixmap(iconSide));
     m_showButton = addButton("showOutcomeButton", u"Show…"_s);
     m_showButton->setToolTip(u"Show these files in the history"_s);
@@ -92,6 +103,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
         hide();
         m_ledger->forgetInterrupted();
     });
+    setStyleSheet(styleOf(false));
     hide();
 }
 
@@ -102,8 +114,23 @@ QToolButton* OutcomeLine::addButton(const char* name, const QString& text)
     button->setText(text);
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::StrongFocus);
-    layout()->addWidget(button);
+    m_buttons->addWidget(button);
     return button;
+}
+
+void OutcomeLine::resizeEvent(QResizeEvent* event)
+{
+    QFrame::resizeEvent(event);
+    arrange();
+}
+
+/// Puts the buttons below the words where both have no room in one line.
+void OutcomeLine::arrange()
+{
+    const QMargins margins = m_layout->contentsMargins();
+    const int wanted = margins.left() + iconSide + m_text->fontMetrics().horizontalAdvance(m_text->text())
+        + m_buttons->sizeHint().width() + margins.right() + 3 * m_layout->spacing();
+    m_layout->setDirection(wanted > width() ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
 }
 
 void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries)
@@ -140,6 +167,7 @@ void OutcomeLine::interruptedChanged()
     m_copyWebLinkButton->hide();
     m_queueAgainButton->show();
     m_forgetButton->show();
+    arrange();
     show();
 }
 
@@ -227,7 +255,7 @@ void OutcomeLine::setText(const QString& text, bool isWarning)
     }
     m_text->setText(text);
     setAccessibleName(text);
-    m_text->setToolTip(text);
     m_icon->setVisible(isWarning);
     setStyleSheet(styleOf(isWarning));
+    arrange();
 }

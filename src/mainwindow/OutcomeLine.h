@@ -8,6 +8,7 @@
 #include <optional>
 
 class AutomaticTries;
+class QBoxLayout;
 class QLabel;
 class QToolButton;
 class UploadHistory;
@@ -34,7 +35,11 @@ signals:
     /// The user wants the files that wait for another try to have it now.
     void tryNowRequested();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void arrange();
     QToolButton* addButton(const char* name, const QString& text);
     void queueDrained();
     void interruptedChanged();
@@ -51,6 +56,8 @@ private:
     AutomaticTries* m_tries = nullptr;
     bool m_isAboutEarlierRuns = false;
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
+    QBoxLayout* m_layout;
+    QBoxLayout* m_buttons;
     QLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_showButton;

@@ -131,6 +131,7 @@ WindowState Pump::state() const
     const DestinationListing& listing = m_parts.listing;
     return { .isSending = m_parts.uploads.isSending(),
              .isReceiving = m_parts.downloads.isReceiving(),
+             .size = movingSize(),
              .waiting = m_parts.queue.size(),
              .isTryWaiting = m_parts.tries.waitingCount() > 0,
              .tally = m_parts.history.queueTally(),
@@ -142,6 +143,14 @@ WindowState Pump::state() const
              .isListingDue = listing.isDue(),
              .hasDestination = !listing.destination().isNull(),
              .isItemSelected = m_parts.items.selectedEntry() != nullptr };
+}
+
+qint64 Pump::movingSize() const
+{
+    if (m_parts.uploads.isSending() == m_parts.downloads.isReceiving()) {
+        return -1;
+    }
+    return m_parts.uploads.isSending() ? m_parts.uploads.fileSize() : m_parts.downloads.fileSize();
 }
 
 bool Pump::isMoving() const

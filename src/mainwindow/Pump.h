@@ -76,6 +76,7 @@ private:
     bool noteHold();
     void showAndStart();
     WindowState state() const;
+    qint64 movingSize() const;
     bool isMoving() const;
     /// Whether something goes on, waits or is due.
     bool isBusy() const;

@@ -1,6 +1,7 @@
 #include "QueuedFilesView.h"
 
 #include "AccessibleQueuedFiles.h"
+#include "ElidedPath.h"
 #include "VisibleText.h"
 
 #include <QAbstractListModel>
@@ -20,6 +21,17 @@ namespace {
 QString lineOf(qsizetype row, const QString& path)
 {
     return QString::number(row + 1) + u") "_s + path;
+}
+
+int heightOfLine(const QFontMetrics& metrics)
+{
+    return metrics.lineSpacing() + 3;
+}
+
+/// What a line of @p view leaves free beside its text.
+int marginsOf(const QWidget& view)
+{
+    return 2 * (view.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &view) + 1);
 }
 
 class QueuedFilesModel final : public QAbstractListModel {
@@ -50,21 +62,27 @@ private:
     const QueuedFilesView& m_view;
 };
 
-/// Lines are as wide as the view, whatever they hold, and keep a distance. Each has the direction of its own text,
-/// whatever the window's is, so that a path reads as elsewhere.
+/// Lines are as wide as the view, whatever they hold. Each has the direction of its own text, whatever the window's is,
+/// so that a path reads as elsewhere.
 class LineDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const override
     {
-        return { 1, option.fontMetrics.height() * 3 / 2 };
+        return { 1, heightOfLine(option.fontMetrics) };
     }
 
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
     {
         QStyledItemDelegate::initStyleOption(option, index);
+        const QString number = option->text.section(u' ', 0, 0) + u' ';
+        const int room
+            = option->rect.width() - marginsOf(*option->widget) - option->fontMetrics.horizontalAdvance(number);
+        option->text = number + elidedPath(option->text.mid(number.size()), option->fontMetrics, room);
+        const QPalette& palette = option->widget->palette();
+        option->palette.setColor(QPalette::Text, palette.color(option->widget->foregroundRole()));
         option->direction = option->text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
         option->state.setFlag(QStyle::State_MouseOver, false);
     }
@@ -141,12 +159,17 @@ int QueuedFilesView::rowAtOffset(qsizetype offset) const
     return m_files.isEmpty() ? -1 : static_cast<int>(row);
 }
 
+int QueuedFilesView::heightOfLines(int height) const
+{
+    const int line = heightOfLine(fontMetrics());
+    return std::max(1, height / line) * line;
+}
+
 QString QueuedFilesView::cutPathAt(QPoint position) const
 {
     const QModelIndex index = indexAt(position);
-    const int margins = 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1);
     const bool isCut = index.isValid()
-        && fontMetrics().horizontalAdvance(index.data().toString()) > visualRect(index).width() - margins;
+        && fontMetrics().horizontalAdvance(index.data().toString()) > visualRect(index).width() - marginsOf(*this);
     return isCut ? visibleText(m_files.at(index.row())) : QString();
 }
 

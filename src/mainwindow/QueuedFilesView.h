@@ -29,6 +29,9 @@ public:
     /// The row whose line @p offset is in; the last one for an offset behind them all, -1 without any.
     int rowAtOffset(qsizetype offset) const;
 
+    /// The height of as many whole lines as there is room for in @p height, at least of one.
+    int heightOfLines(int height) const;
+
     /// The path in the line at @p position of the viewport, when the line is too narrow for it; null for none.
     QString cutPathAt(QPoint position) const;
 

@@ -32,18 +32,20 @@ std::optional<double> TransferRate::bytesPerSecond() const
     return moved / std::chrono::duration<double>(m_samples.back().time - m_samples.front().time).count();
 }
 
-QString TransferRate::text(float percent) const
+QString TransferRate::speedText() const
 {
     const std::optional<double> rate = bytesPerSecond();
-    if (!rate) {
+    return rate ? byteCountText(static_cast<qint64>(*rate)) + u"/s"_s : QString();
+}
+
+QString TransferRate::timeLeftText(float percent) const
+{
+    const std::optional<double> rate = bytesPerSecond();
+    if (!rate || percent <= 0 || percent >= 100 || *rate < 1) {
         return {};
     }
-    QString speed = byteCountText(static_cast<qint64>(*rate)) + u"/s"_s;
-    if (percent <= 0 || percent >= 100 || *rate < 1) {
-        return speed;
-    }
-    const auto all = static_cast<double>(m_samples.back().bytes) / static_cast<double>(percent) * 100;
-    const auto left
-        = std::chrono::seconds(static_cast<qint64>((all - static_cast<double>(m_samples.back().bytes)) / *rate + 1));
-    return u"%1, about %2 left"_s.arg(speed, durationText(left));
+    const auto moved = static_cast<double>(m_samples.back().bytes);
+    const double all = moved / static_cast<double>(percent) * 100;
+    const auto left = std::chrono::seconds(static_cast<qint64>((all - moved) / *rate + 1));
+    return durationText(left) + u" left"_s;
 }

@@ -15,8 +15,10 @@ public:
 
     /// Bytes per second; std::nullopt until it is known.
     std::optional<double> bytesPerSecond() const;
-    /// Speed and time left, when @p percent of the transfer have moved; null until they are known.
-    QString text(float percent) const;
+    /// The same as people read it; null until it is known.
+    QString speedText() const;
+    /// What is left of a transfer of which @p percent have moved, at this rate; null until that is known.
+    QString timeLeftText(float percent) const;
 
 private:
     struct Sample {

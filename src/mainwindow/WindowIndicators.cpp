@@ -20,21 +20,35 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString waitingFormat = u"%v waiting"_s;
-
 /// Where a bar stands at @p percent: at its end also when more has come than was announced.
 int barValue(float percent)
 {
     return static_cast<int>(std::clamp(percent, 0.0F, 100.0F));
 }
 
-/// Makes @p label as wide as its text where it is not. It never shrinks: the layout of a window whose clock keeps its
-/// size has nothing to do each second.
+/// Makes @p label as wide as its text where it is not, up to half of the smallest window. It never shrinks: the layout
+/// of a window whose clock keeps its size has nothing to do each second.
 void growToText(QLabel& label)
 {
-    if (const QSize wanted = label.sizeHint(); wanted.width() > label.minimumWidth()) {
+    QSize wanted = label.sizeHint();
+    wanted.setWidth(std::min(wanted.width(), label.window()->minimumWidth() / 2));
+    if (wanted.width() > label.minimumWidth()) {
         label.setFixedSize(wanted);
     }
+}
+
+/// Has @p label say @p text, if it does not.
+void setTextIfNew(QLabel& label, const QString& text)
+{
+    if (label.text() != text) {
+        label.setText(text);
+    }
+}
+
+/// @p text as one more of several figures in a line; null stays null.
+QString furtherFigure(const QString& text)
+{
+    return text.isEmpty() ? QString() : u" · "_s + text;
 }
 
 /// Has @p field say what the server has said last, for those too who see no tool tips.
@@ -164,7 +178,8 @@ void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
     const Values now = values();
     showQueue(state.waiting, state.tally);
     setEnabledKeepingFocus(*m_window.clearQueueButton, state.canClearQueue(), *m_window.destinationListingTable);
-    showProgress(now, state.isMoving());
+    showProgress(now, state);
+    m_window.dragAndDropView->setOver(!state.isSending && state.waiting == 0);
     if (isNewSecond) {
         showSpeed(state);
     }
@@ -177,13 +192,18 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
 {
     // What has become of the files before stands behind the number of those that wait.
     const QString outcome = outcomeText(tally);
-    m_window.totalProgressIndicator->setFormat(outcome.isNull() ? waitingFormat : waitingFormat + u" – "_s + outcome);
+    const QString waiting = length == 0 ? QString() : u"%1 waiting"_s.arg(length);
+    QLabel& label = *m_window.waitingTextField;
+    label.setMinimumWidth(label.fontMetrics().horizontalAdvance(waiting)); // The number is never cut.
+    setTextIfNew(label, waiting.isNull() || outcome.isNull() ? waiting : waiting + u" – "_s + outcome);
     m_window.totalProgressIndicator->setValue(static_cast<int>(length));
     m_window.totalProgressIndicator->setVisible(length != 0);
 }
 
-void WindowIndicators::showProgress(const Values& values, bool isMoving)
+void WindowIndicators::showProgress(const Values& values, const WindowState& state)
 {
+    const bool isMoving = state.isMoving();
+    m_window.transferDetails->setVisible(isMoving || state.waiting != 0);
     m_window.percentProgressIndicator->setVisible(isMoving);
     m_window.bytesFormattedTextField->setVisible(isMoving);
     setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);
@@ -193,6 +213,12 @@ void WindowIndicators::showProgress(const Values& values, bool isMoving)
         m_lastValues.bytes = values.bytes;
         m_window.bytesFormattedTextField->setText(values.bytes ? stringForFileSize(*values.bytes) : u""_s);
     }
+    const bool isSizeShown = isMoving && values.bytes && state.size > 0;
+    setTextIfNew(*m_window.totalBytesTextField,
+                 isSizeShown ? u" of %1"_s.arg(stringForFileSize(static_cast<quint64>(state.size))) : QString());
+    setTextIfNew(*m_window.percentTextField,
+                 isSizeShown ? furtherFigure(u"%1 %"_s.arg(barValue(values.percent))) : QString());
+    m_window.figuresRow->textsChanged();
 }
 
 void WindowIndicators::showSpeed(const WindowState& state)
@@ -204,7 +230,13 @@ void WindowIndicators::showSpeed(const WindowState& state)
         const auto now = std::chrono::steady_clock::now().time_since_epoch();
         m_rate.add(std::chrono::duration_cast<std::chrono::milliseconds>(now), *m_next.bytes);
     }
-    m_window.percentProgressIndicator->setToolTip(m_rate.text(m_next.percent));
+    const QString speed = m_rate.speedText();
+    const QString timeLeft = m_rate.timeLeftText(m_next.percent);
+    setTextIfNew(*m_window.speedTextField, furtherFigure(speed));
+    setTextIfNew(*m_window.timeLeftTextField, furtherFigure(timeLeft));
+    // The bar tells them too, where there is no room for them.
+    m_window.percentProgressIndicator->setToolTip(timeLeft.isNull() ? speed : speed + u", "_s + timeLeft);
+    m_window.figuresRow->textsChanged();
 }
 
 void WindowIndicators::showTexts(const Values& values)

@@ -85,7 +85,7 @@ private:
     Values values() const;
 
     void showQueue(qsizetype length, const FileTally& tally);
-    void showProgress(const Values& values, bool isMoving);
+    void showProgress(const Values& values, const WindowState& state);
     void showSpeed(const WindowState& state);
     void showTexts(const Values& values);
     void showSecurity(std::optional<FTPSecurity> security);

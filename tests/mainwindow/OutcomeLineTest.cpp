@@ -273,15 +273,14 @@ TEST_F(OutcomeLineTest, QueueAgainAsksBeforeItSendsToAnotherDestination)
 
 TEST_F(OutcomeLineTest, WhileTheQueueLastsItsWordsStandBehindTheNumberOfThoseThatWait)
 {
-    const QProgressBar& waiting = bar("totalProgressIndicator");
     m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s) });
     tick();
-    EXPECT_EQ(waiting.text(), u"3 waiting"_s);
+    EXPECT_EQ(text("waitingTextField"), u"3 waiting"_s);
     upload().sendRefusal(552);
     tick();
     tick();
 
-    EXPECT_EQ(waiting.text(), u"1 waiting – 0 of 1 uploaded, 1 failed"_s);
+    EXPECT_EQ(text("waitingTextField"), u"1 waiting – 0 of 1 uploaded, 1 failed"_s);
     EXPECT_FALSE(line().isVisible());
 }
 

@@ -166,6 +166,15 @@ TEST_F(QueuedFilesViewTest, ALineThatIsTooNarrowIsCutInTheMiddleAndToldWhole)
     EXPECT_EQ(m_view.horizontalScrollBar()->maximum(), 0);
 }
 
+TEST_F(QueuedFilesViewTest, ItsLinesAreSingleSpaced)
+{
+    m_view.setFiles(numbered(3));
+
+    EXPECT_LE(m_view.sizeHintForRow(0), m_view.fontMetrics().height() + 4);
+    EXPECT_EQ(m_view.heightOfLines(3 * m_view.sizeHintForRow(0) - 1), 2 * m_view.sizeHintForRow(0));
+    EXPECT_EQ(m_view.heightOfLines(0), m_view.sizeHintForRow(0));
+}
+
 TEST_F(QueuedFilesViewTest, AScreenReaderFindsTheWholeText)
 {
     m_view.setFiles({ u"/a"_s, u"/bc"_s, u"/d"_s });

@@ -113,20 +113,22 @@ TEST_F(ViewControllerProgressTest, TheLastNumberOfAPauseIsShown)
     EXPECT_TRUE(waitFor([this] { return text("bytesFormattedTextField") == stringForFileSize(2); }));
 }
 
-TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileOneFileMovesAlone)
+TEST_F(ViewControllerProgressTest, SpeedAndTimeLeftStandBesideTheBytesWhileOneFileMovesAlone)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     upload().sendOpenCompleted();
     qint64 step = 0;
-    const auto toolTipAfterNextStep = [this, &step] {
+    const auto textAfterNextStep = [this, &step] {
         m_controller->percentDone(10);
         m_controller->bytesDone(static_cast<float>(++step * 1000));
-        return bar("percentProgressIndicator").toolTip();
+        return text("speedTextField") + text("timeLeftTextField");
     };
-    const auto speedIsTold = [&] { return toolTipAfterNextStep().contains(u" left"_s); };
-    const auto nothingIsTold = [&] { return toolTipAfterNextStep().isEmpty(); };
+    const auto speedIsTold
+        = [&] { return textAfterNextStep().contains(u"/s · "_s) && text("timeLeftTextField").endsWith(u" left"_s); };
+    const auto nothingIsTold = [&] { return textAfterNextStep().isEmpty(); };
     EXPECT_TRUE(waitFor(speedIsTold));
+    EXPECT_TRUE(bar("percentProgressIndicator").toolTip().contains(u"/s, "_s));
 
     m_controller->windows()
         .manualTransfers()
@@ -136,6 +138,27 @@ TEST_F(ViewControllerProgressTest, TheToolTipTellsSpeedAndTimeLeftWhileOneFileMo
     EXPECT_TRUE(waitFor(speedIsTold));
     m_controller->stopButtonAction();
     EXPECT_TRUE(waitFor(nothingIsTold));
+}
+
+TEST_F(ViewControllerProgressTest, TheSizeOfTheFileStandsInALabelOfItsOwn)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    upload().sendOpenCompleted();
+    tick();
+    EXPECT_EQ(text("totalBytesTextField"), u""_s); // As long as there is no number before it.
+
+    m_controller->percentDone(50);
+    m_controller->bytesDone(2);
+    tick();
+
+    const auto size = static_cast<quint64>(m_controller->pc().fileSize());
+    EXPECT_EQ(text("bytesFormattedTextField"), stringForFileSize(2));
+    EXPECT_EQ(text("totalBytesTextField"), u" of "_s + stringForFileSize(size));
+    EXPECT_EQ(text("percentTextField"), u" · 50 %"_s);
+    finishUpload();
+    tick();
+    EXPECT_EQ(text("totalBytesTextField"), u""_s);
 }
 
 } // namespace

@@ -1,0 +1,244 @@
+#include "DragDropView.h"
+#include "ElidedLabel.h"
+#include "FiguresRow.h"
+#include "QueuedFilesView.h"
+#include "ViewControllerTest.h"
+
+#include <QLocale>
+#include <QScreen>
+
+namespace {
+
+/// The window at the sizes, fonts and locales that people have.
+class WindowLayoutTest : public ViewControllerTest {
+protected:
+    ~WindowLayoutTest() override
+    {
+        QLocale::setDefault(m_locale);
+        QApplication::setFont(m_font);
+    }
+
+    /// Another window, as it is for somebody with a font of that size.
+    void startWithFontOf(double points)
+    {
+        QFont font = m_font;
+        font.setPointSizeF(points);
+        QApplication::setFont(font);
+        startAgain();
+    }
+    void resize(QSize size)
+    {
+        m_controller->window().resize(size);
+        tick();
+        drainEventLoop();
+    }
+    void tickAndLayOut()
+    {
+        tick();
+        drainEventLoop();
+    }
+    QWidget& widget(const char* name) { return control<QWidget>(name); }
+    QRect placeOf(const char* name)
+    {
+        return { widget(name).mapTo(&m_controller->window(), QPoint()), widget(name).size() };
+    }
+    void startSending()
+    {
+        m_controller->uploadFiles({ makeFile(u"first"_s), makeFile(u"second"_s) });
+        tick();
+        upload().sendOpenCompleted();
+        m_controller->percentDone(20);
+        m_controller->bytesDone(1'000'000);
+        tickAndLayOut();
+    }
+    void endWithALoss()
+    {
+        upload().sendRefusal(552);
+        tick();
+        finishUpload();
+        tickAndLayOut();
+    }
+    void expectNothingCut(const std::string& where)
+    {
+        const QRect window = m_controller->window().rect();
+        for (const char* name :
+             { "clearQueueButton", "stopButton", "downloadButton", "deleteButton", "newFolderButton" }) {
+            EXPECT_TRUE(window.contains(placeOf(name))) << where << name;
+            EXPECT_GE(widget(name).width(), widget(name).sizeHint().width()) << where << name;
+            EXPECT_GE(widget(name).height(), widget(name).sizeHint().height()) << where << name;
+        }
+        for (const char* name :
+             { "statusTextField", "listingStatusTextField", "dateStringTextField", "outcomeTextField" }) {
+            const auto& label = control<ElidedLabel>(name);
+            if (label.isVisible()) {
+                EXPECT_TRUE(window.contains(placeOf(name))) << where << name;
+                EXPECT_FALSE(label.isCut()) << where << name << label.text().toStdString();
+            }
+        }
+        EXPECT_FALSE(placeOf("transferPane").intersects(placeOf("destinationListingTable"))) << where;
+        EXPECT_LE(widget("figuresRow").minimumSizeHint().width(), widget("figuresRow").width()) << where;
+        const QRect drop = placeOf("dragAndDropView");
+        EXPECT_GE(drop.height(), widget("dragAndDropView").minimumSizeHint().height()) << where;
+        EXPECT_GE(placeOf("destinationListingTable").height(), 96) << where;
+    }
+
+private:
+    const QLocale m_locale;
+    const QFont m_font = QApplication::font();
+};
+
+TEST_F(WindowLayoutTest, NothingIsCutOnAnyScreenInAnyFontAndLocale)
+{
+    // 640x480 with its frame, 800x600, 1366x768 at 150 %, 1600x1200 at 200 %, 3840x2160 at 300 %.
+    const QList<QSize> sizes{ { 632, 440 }, { 792, 560 }, { 902, 472 }, { 760, 560 }, { 1272, 680 } };
+    for (const double points : { 9.0, 18.0 }) {
+        for (const QLocale::Language language :
+             { QLocale::English, QLocale::German, QLocale::Arabic, QLocale::Chinese }) {
+            QLocale::setDefault(QLocale(language));
+            for (const QSize& size : sizes) {
+                const std::string where = QLocale::languageToString(language).toStdString() + " "
+                    + std::to_string(size.width()) + "x" + std::to_string(size.height()) + " " + std::to_string(points)
+                    + ": ";
+                startWithFontOf(points);
+                resize(size);
+                EXPECT_EQ(m_controller->window().size(), size) << where; // It is not too large for it.
+                expectNothingCut(where);
+                startSending();
+                expectNothingCut(where);
+                endWithALoss();
+                ASSERT_TRUE(widget("outcomeLine").isVisible());
+                expectNothingCut(where);
+            }
+        }
+    }
+}
+
+TEST_F(WindowLayoutTest, TheSmallestWindowIsThatLargeAndGrowsWithTheFont)
+{
+    EXPECT_EQ(m_controller->window().minimumSize(), QSize(420, 360));
+    resize({ 420, 360 });
+    expectNothingCut("smallest: ");
+
+    startWithFontOf(18);
+    EXPECT_LE(m_controller->window().minimumWidth(), 632);
+    EXPECT_LE(m_controller->window().minimumHeight(), 440);
+    startWithFontOf(24);
+    EXPECT_GT(m_controller->window().minimumWidth(), 420);
+    EXPECT_GT(m_controller->window().minimumHeight(), 360);
+}
+
+TEST_F(WindowLayoutTest, TheTableStaysWhereItIsWhateverIsToldAboveIt)
+{
+    for (const QSize& size : { QSize(760, 680), QSize(760, 560), QSize(600, 360) }) {
+        startAgain();
+        resize(size);
+        const QRect place = placeOf("destinationListingTable");
+
+        startSending();
+        ASSERT_TRUE(widget("figuresRow").isVisible());
+        EXPECT_EQ(placeOf("destinationListingTable"), place);
+        endWithALoss();
+        ASSERT_TRUE(widget("outcomeLine").isVisible());
+        EXPECT_FALSE(widget("figuresRow").isVisible());
+        EXPECT_EQ(placeOf("destinationListingTable"), place);
+        m_controller->clearQueue();
+    }
+}
+
+TEST_F(WindowLayoutTest, StatusAndButtonsOfTheTransferShareALine)
+{
+    for (const QSize& size : { QSize(760, 680), QSize(420, 360) }) {
+        resize(size);
+        const int middle = placeOf("stopButton").center().y();
+        EXPECT_NEAR(placeOf("statusTextField").center().y(), middle, 1);
+        EXPECT_NEAR(placeOf("clearQueueButton").center().y(), middle, 1);
+    }
+}
+
+TEST_F(WindowLayoutTest, InALowWindowTheDropAreaIsALine)
+{
+    const auto labels = [this] {
+        QList<QRect> places;
+        for (const QLabel* label : widget("dragAndDropView").findChildren<QLabel*>()) {
+            if (!label->text().isEmpty()) {
+                places.append({ label->mapTo(&widget("dragAndDropView"), QPoint()), label->size() });
+            }
+        }
+        return places;
+    };
+    resize({ 760, 560 });
+    EXPECT_GT(labels().at(1).top(), labels().at(0).center().y());
+
+    resize({ 760, 559 });
+    EXPECT_NEAR(labels().at(1).center().y(), labels().at(0).center().y(), 1);
+    startSending();
+    const QueuedFilesView& list = *control<DragDropView>("dragAndDropView").textView();
+    EXPECT_EQ(list.height(), list.sizeHintForRow(0));
+}
+
+TEST_F(WindowLayoutTest, InANarrowWindowTheOutcomesButtonsStandBelowIt)
+{
+    const auto isBelow
+        = [this] { return placeOf("showOutcomeButton").top() > placeOf("outcomeTextField").center().y(); };
+    resize({ 760, 680 });
+    startSending();
+    endWithALoss();
+    EXPECT_FALSE(isBelow());
+
+    resize({ 420, 360 });
+    EXPECT_TRUE(isBelow());
+    expectNothingCut("narrow: ");
+}
+
+TEST_F(WindowLayoutTest, WhatHasNoRoomBesideTheBytesGivesWay)
+{
+    resize({ 760, 680 });
+    startSending();
+    EXPECT_TRUE(widget("totalBytesTextField").isVisible());
+    EXPECT_TRUE(widget("percentTextField").isVisible());
+    EXPECT_EQ(text("waitingTextField"), u"1 waiting"_s);
+    EXPECT_GE(widget("waitingTextField").width(),
+              widget("waitingTextField").fontMetrics().horizontalAdvance(u"1 waiting"_s));
+
+    control<FiguresRow>("figuresRow").setFixedWidth(widget("bytesFormattedTextField").width());
+    drainEventLoop();
+
+    EXPECT_TRUE(widget("bytesFormattedTextField").isVisible());
+    EXPECT_FALSE(widget("totalBytesTextField").isVisible());
+    EXPECT_FALSE(widget("percentTextField").isVisible());
+}
+
+TEST_F(WindowLayoutTest, AfterTheQueueItsListIsDimmedAndTheHintIsBack)
+{
+    const auto& view = control<DragDropView>("dragAndDropView");
+    const auto isHintVisible = [&view] {
+        const QList<QLabel*> labels = view.findChildren<QLabel*>();
+        return std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+            return label->isVisible() && label->text() == u"Drop files here"_s;
+        });
+    };
+    const auto colour = [&view] { return view.textView()->foregroundRole(); };
+    EXPECT_TRUE(isHintVisible());
+    startSending();
+    EXPECT_FALSE(isHintVisible());
+    EXPECT_EQ(colour(), QPalette::Text);
+    const QString list = view.textView()->toPlainText();
+
+    endWithALoss();
+
+    EXPECT_TRUE(isHintVisible());
+    EXPECT_TRUE(view.textView()->isVisible());
+    EXPECT_EQ(colour(), QPalette::PlaceholderText);
+    EXPECT_EQ(view.textView()->toPlainText(), list);
+}
+
+TEST_F(WindowLayoutTest, TheWindowOpensWithinItsScreen)
+{
+    m_controller->window().resize(5000, 5000);
+    m_controller->window().remember();
+    startAgain();
+
+    EXPECT_TRUE(m_controller->window().screen()->availableGeometry().contains(m_controller->window().geometry()));
+}
+
+} // namespace
