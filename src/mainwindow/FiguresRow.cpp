@@ -21,6 +21,8 @@ void FiguresRow::textsChanged()
 /// The room may be there only after the next layout, which then comes here again.
 void FiguresRow::fit()
 {
+    // What is left over is on the side of what stands before the row.
+    layout()->setAlignment(parentWidget()->isRightToLeft() ? Qt::AlignLeft : Qt::AlignRight);
     int room = contentsRect().width() - widthOfTheRest();
     for (QLabel* label : m_givingWay) {
         room -= label->sizeHint().width();

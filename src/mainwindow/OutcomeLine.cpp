@@ -4,6 +4,7 @@
 #include "DrawnIcons.h"
 #include "ElidedLabel.h"
 #include "HistoryRows.h"
+#include "IconLabel.h"
 #include "SettingNames.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
@@ -20,8 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int iconSide = 18;
 
 /// What the line looks like when something was lost, and when nothing was.
 QString styleOf(bool isWarning)
@@ -49,7 +48,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     : QFrame(parent)
     , m_layout(new QBoxLayout(QBoxLayout::LeftToRight, this))
     , m_buttons(new QHBoxLayout)
-    , m_icon(new QLabel(this))
+    , m_icon(new IconLabel(this))
     , m_text(new ElidedLabel(this))
 {
     QAccessible::installFactory(accessibleLine); // More than once does no harm.
@@ -67,7 +66,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_text->setAccessibleDescription(u"Outcome of the last queue"_s);
     m_text->setTextFormat(Qt::PlainText);
     m_text->setProperty("smallestScale", 0.7);
-    m_icon->setPixmap(drawnWarningIcon().pixmap(iconSide));
+    m_icon->setIcon(drawnWarningIcon());
     m_showButton = addButton("showOutcomeButton", u"Show…"_s);
     m_showButton->setToolTip(u"Show these files in the history"_s);
     m_copyWebLinkButton = addButton("copyOutcomeWebLinkButton", u"Copy Web Link"_s);
@@ -128,8 +127,9 @@ void OutcomeLine::resizeEvent(QResizeEvent* event)
 void OutcomeLine::arrange()
 {
     const QMargins margins = m_layout->contentsMargins();
-    const int wanted = margins.left() + iconSide + m_text->fontMetrics().horizontalAdvance(m_text->text())
-        + m_buttons->sizeHint().width() + margins.right() + 3 * m_layout->spacing();
+    const int wanted = margins.left() + m_icon->sizeHint().width()
+        + m_text->fontMetrics().horizontalAdvance(m_text->text()) + m_buttons->sizeHint().width() + margins.right()
+        + 3 * m_layout->spacing();
     m_layout->setDirection(wanted > width() ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
 }
 

@@ -8,6 +8,7 @@
 #include <optional>
 
 class AutomaticTries;
+class IconLabel;
 class QBoxLayout;
 class QLabel;
 class QToolButton;
@@ -58,7 +59,7 @@ private:
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
     QBoxLayout* m_layout;
     QBoxLayout* m_buttons;
-    QLabel* m_icon;
+    IconLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_showButton;
     QToolButton* m_copyWebLinkButton;

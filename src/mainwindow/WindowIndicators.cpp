@@ -194,7 +194,7 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
     const QString outcome = outcomeText(tally);
     const QString waiting = length == 0 ? QString() : u"%1 waiting"_s.arg(length);
     QLabel& label = *m_window.waitingTextField;
-    label.setMinimumWidth(label.fontMetrics().horizontalAdvance(waiting)); // The number is never cut.
+    label.setMinimumWidth(label.fontMetrics().size(Qt::TextSingleLine, waiting).width() + 2); // It is never cut.
     setTextIfNew(label, waiting.isNull() || outcome.isNull() ? waiting : waiting + u" – "_s + outcome);
     m_window.totalProgressIndicator->setValue(static_cast<int>(length));
     m_window.totalProgressIndicator->setVisible(length != 0);

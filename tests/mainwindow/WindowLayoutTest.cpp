@@ -67,8 +67,8 @@ protected:
             EXPECT_GE(widget(name).width(), widget(name).sizeHint().width()) << where << name;
             EXPECT_GE(widget(name).height(), widget(name).sizeHint().height()) << where << name;
         }
-        for (const char* name :
-             { "statusTextField", "listingStatusTextField", "dateStringTextField", "outcomeTextField" }) {
+        for (const char* name : { "statusTextField", "waitingTextField", "listingStatusTextField",
+                                  "dateStringTextField", "outcomeTextField" }) {
             const auto& label = control<ElidedLabel>(name);
             if (label.isVisible()) {
                 EXPECT_TRUE(window.contains(placeOf(name))) << where << name;

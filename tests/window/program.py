@@ -69,6 +69,12 @@ def _is_called(node, words):
     return _is_described_as(node, words) or _ask(node.get_name) == words
 
 
+ROLES_WITH_WORDS = {
+    *("label", "push button", "toggle button", "check box", "radio button", "combo box", "page tab", "menu", "menu item"),
+    *("text", "password text", "entry", "link", "column header", "table column header", "table cell"),
+}
+
+
 class Heard(NamedTuple):
     """An event that screen readers hear of."""
 
@@ -186,8 +192,43 @@ class Program:
 
     def box(self, name):
         """Where a widget is on the screen: left, top, width, height."""
-        area = _atspi().Component.get_extents(self.need(name).get_component_iface(), _atspi().CoordType.SCREEN)
+        return self._box(self.need(name))
+
+    def _box(self, node):
+        area = _atspi().Component.get_extents(node.get_component_iface(), _atspi().CoordType.SCREEN)
         return area.x, area.y, area.width, area.height
+
+    def texts(self, title):
+        """The words that the windows of such a title show, and their boxes; of a table, those of its titles and cells."""
+        shown = []
+        for window in self.windows():
+            if re.search(title, _ask(window.get_name, "")):
+                nodes = [part for node in _walk(window) for part in (self._parts(node) or [node])]
+                # The words of what only holds others are not shown themselves.
+                leaves = [node for node in nodes if _ask(node.get_role_name) in ROLES_WITH_WORDS]
+                found = [(_text(node), _ask(lambda node=node: self._box(node))) for node in leaves]
+                shown += [(words, box) for words, box in found if words and box]
+        return shown
+
+    def _parts(self, node):
+        """The titles and cells of a table, but for those that are icons."""
+        interface = _ask(node.get_table_iface) if _ask(node.get_role_name) == "table" else None
+        if interface is None:
+            return None
+        table, parts = _atspi().Table, []
+        left, top, width, height = self._box(node)
+        for column in range(_ask(lambda: table.get_n_columns(interface), 0)):
+            header = _ask(lambda: table.get_column_header(interface, column))
+            cells = range(_ask(lambda: table.get_n_rows(interface), 0))
+            parts += [header] if header else []
+            if header and _ask(header.get_name) != "Type":
+                parts += [_ask(lambda row=row: table.get_accessible_at(interface, row, column)) for row in cells]
+
+        def is_inside(part):
+            x, y, part_width, part_height = _ask(lambda: self._box(part), (-1, -1, 0, 0))
+            return left <= x and x + part_width <= left + width and top <= y and y + part_height <= top + height
+
+        return [part for part in parts if part and is_inside(part)]
 
     def centre(self, name):
         left, top, width, height = self.box(name)

@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QPainter>
 #include <QProxyStyle>
+#include <QRegion>
 
 using namespace Qt::StringLiterals;
 
@@ -112,9 +113,12 @@ void TextTable::paintEvent(QPaintEvent* event)
         painter.drawText(viewport()->rect(), Qt::AlignCenter | Qt::TextWordWrap, m_emptyText);
     }
     if (const int width = highlightWidth(); width > 0) {
-        painter.setPen(QPen(palette().color(QPalette::Highlight), width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
-        const int inset = width / 2;
-        painter.drawRect(viewport()->rect().adjusted(inset, inset, -inset - width % 2, -inset - width % 2));
+        // Areas: lines may miss the edge where a pixel of ours is one and a half of the screen's.
+        const QRect whole = viewport()->rect();
+        const QRegion inside = whole.adjusted(width, width, -width, -width);
+        for (const QRect& edge : QRegion(whole) - inside) {
+            painter.fillRect(edge, palette().color(QPalette::Highlight));
+        }
     }
 }
 
