@@ -669,6 +669,18 @@ TEST_F(PreferencesControllerTest, TheHistoryIsKeptUnlessSomebodySaysOtherwise)
     EXPECT_FALSE(control<QCheckBox>("keepHistoryCheckBox").isChecked());
 }
 
+TEST_F(PreferencesControllerTest, FailedFilesAreTriedAgainOnlyWhenSomebodyWantsIt)
+{
+    m_preferences.showPanel();
+    EXPECT_FALSE(control<QCheckBox>("retryFailedFilesCheckBox").isChecked());
+    control<QCheckBox>("retryFailedFilesCheckBox").click();
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"RetryFailedFiles"_s, true } }));
+
+    m_preferences.showPanel();
+    EXPECT_TRUE(control<QCheckBox>("retryFailedFilesCheckBox").isChecked());
+}
+
 TEST_F(PreferencesControllerTest, TheWebAddressIsStoredByItselfAndAbsentWhenItIsEmpty)
 {
     set({ { u"Address"_s, u"host"_s } });

@@ -87,10 +87,11 @@ std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() co
                { SettingNames::ftpFolder, m_folderTextField } } };
 }
 
-std::array<PreferencesController::Choice, 2> PreferencesController::choices() const
+std::array<PreferencesController::Choice, 3> PreferencesController::choices() const
 {
     return { { { SettingNames::openDownloadedFiles, false, m_ui->openDownloadedFilesCheckBox },
-               { SettingNames::keepHistory, true, m_ui->keepHistoryCheckBox } } };
+               { SettingNames::keepHistory, true, m_ui->keepHistoryCheckBox },
+               { SettingNames::retryFailedFiles, false, m_ui->retryFailedFilesCheckBox } } };
 }
 
 void PreferencesController::setField(QLineEdit*& member, QLineEdit* field)
@@ -275,7 +276,7 @@ void PreferencesController::fitToFont()
     m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
     m_ui->testAnswer->setFixedHeight(heightOf(4));
     const QStyle& style = *m_view->style();
-    for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote }) {
+    for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote, m_ui->retryFailedFilesNote }) {
         note->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
                         + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
     }

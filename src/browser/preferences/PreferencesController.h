@@ -100,7 +100,7 @@ private:
         QCheckBox* box;
     };
 
-    std::array<Choice, 2> choices() const;
+    std::array<Choice, 3> choices() const;
     /// The fields with the keys of their settings.
     std::array<std::pair<QString, QLineEdit*>, 4> fields() const;
     void setField(QLineEdit*& member, QLineEdit* field);
