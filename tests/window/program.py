@@ -337,6 +337,25 @@ class Program:
         button = wait_for(enabled_button, f"“{name}” to be enabled")
         _atspi().Action.do_action(button.get_action_iface(), 0)
 
+    def choose(self, menu, name):
+        """Has an item of the menu bar do what it is for, as soon as it can."""
+
+        def item():
+            for window in self.windows():
+                for bar in [node for node in _walk(window) if _ask(node.get_role_name) == "menu bar"]:
+                    for title in [node for node in _children(bar) if _ask(node.get_name) == menu]:
+                        for popup in _children(title):
+                            for node in _children(popup):
+                                if _ask(node.get_name) == name and _has(node, "ENABLED"):
+                                    return node
+            return None
+
+        _atspi().Action.do_action(wait_for(item, f"“{name}” in the menu “{menu}”").get_action_iface(), 0)
+
+    def select_row(self, name, row):
+        interface = self.need(name).get_table_iface()
+        _atspi().Table.add_row_selection(interface, row)
+
     def enter(self, name, text):
         """Replaces the text of a field, as a screen reader does. Its label may have the same name."""
 
@@ -346,6 +365,13 @@ class Program:
             return next(filter(None, interfaces), None)
 
         _atspi().EditableText.set_text_contents(wait_for(field, f"the field “{name}”"), text)
+
+    def answer(self, name):
+        """Presses a button of the sheet that shows, whatever is called so elsewhere."""
+        for window in self.windows():
+            if _ask(window.get_role_name) == "alert":
+                button = next(node for node in _walk(window) if _ask(node.get_name) == name)
+                _atspi().Action.do_action(button.get_action_iface(), 0)
 
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""

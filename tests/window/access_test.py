@@ -1,0 +1,142 @@
+"""From the first start of all to an upload, a download, a copied link and a deletion: without a mouse, and without eyes."""
+
+import os
+import subprocess
+import unittest
+
+from desktop import wait_for
+from upload_server import USER
+from window_test import WindowTest
+
+LINK = "https://www.example.com/files/note%20one.txt"
+
+
+class FirstStart(WindowTest):
+    def setUp(self):
+        super().setUp()
+        self.forget_settings()
+        self.path = self.file("note one.txt", b"noted")
+
+    def copied(self):
+        words = ["xclip", "-selection", "clipboard", "-out"]
+        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True, timeout=20).stdout
+
+    def assert_downloaded(self):
+        """The file has come, and its bytes are the server's."""
+        folder = os.path.join(self.home["HOME"], "Downloads")
+        wait_for(lambda: [name for name in os.listdir(folder) if name.endswith("note one.txt")], "the file")
+        (name,) = os.listdir(folder)
+        wait_for(lambda: os.path.getsize(os.path.join(folder, name)) == len(b"noted"), "the whole of it")
+
+    def wait_until_there(self, program):
+        self.wait_for_files("note one.txt")
+        self.wait_for_status(program, "Upload succeeded")
+        self.wait_for_listing(program)
+
+    def wait_until_gone(self, program):
+        wait_for(lambda: not os.path.exists(self.server.path("note one.txt")), "the file to be deleted")
+        self.wait_for_listing(program)
+
+
+class ByKeyboard(FirstStart):
+    """What is read here, a person sees; what is done is done by keys."""
+
+    def test_from_the_first_start_to_a_deletion(self):
+        program = self.start()
+        wait_for(lambda: "Welcome to Quillbox" in program.titles(), "the welcome window")
+
+        self.go_to(program, "Preferences…")
+        self.desktop.key("space")
+        self.fill_in_the_preferences(program)
+        wait_for(lambda: program.has_focus("Preferences…"), "the keyboard to be back in the welcome window")
+        self.desktop.key("Escape")
+        wait_for(lambda: "Welcome to Quillbox" not in program.titles() and program.is_active(), "the window alone")
+        self.desktop.key("ctrl+o")
+        wait_for(lambda: "Upload Files" in program.titles(), "the file chooser")
+        self.desktop.xdotool("type", "--delay", 15, self.path)
+        self.desktop.key("Return")
+        self.wait_until_there(program)
+
+        self.go_to(program, "Destination folder")
+        self.desktop.key("Home")
+        wait_for(lambda: program.selected_row("Destination folder") == 0, "the file to be selected")
+        self.desktop.key("Return")
+        self.assert_downloaded()
+        self.wait_for_status(program, "Download succeeded")
+        self.desktop.key("Menu")
+        wait_for(lambda: program.find("Copy Web Link"), "the menu")
+        self.desktop.key("w")
+        wait_for(lambda: self.copied() == LINK, "the link to be copied")
+        self.desktop.key("Delete")
+        wait_for(program.sheet, "the question")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+        self.desktop.key("Tab", "space")
+        self.wait_until_gone(program)
+
+    def go_to(self, program, name):
+        """Brings the keyboard to a control of the window that has it."""
+
+        def is_there():
+            if program.find(name) and program.has_focus(name):
+                return True
+            self.desktop.key("Tab")
+            return False
+
+        wait_for(is_there, f"the keyboard to be at “{name}”")
+
+    def fill_in_the_preferences(self, program):
+        wait_for(lambda: "Preferences" in program.titles() and program.has_focus("Server address"), "the preferences")
+        for value in (f"127.0.0.1:{self.server.port}", USER, self.server.password):
+            self.desktop.xdotool("type", "--delay", 15, value)
+            self.desktop.key("Tab")
+        self.desktop.key("ctrl+Tab")
+        wait_for(lambda: program.find("Web address of this folder"), "the second page")
+        self.go_to(program, "Web address of this folder")
+        self.desktop.xdotool("type", "--delay", 15, "https://www.example.com/files")
+        self.desktop.key("Return")
+        wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
+        self.wait_for_listing(program)
+
+
+class ByScreenReader(FirstStart):
+    """Everything is read and done through the accessibility interface."""
+
+    def test_from_the_first_start_to_a_deletion(self):
+        program = self.start()
+
+        program.press("Preferences…")
+        for name, value in (
+            ("Server address", f"127.0.0.1:{self.server.port}"),
+            ("User name", USER),
+            ("Password", self.server.password),
+        ):
+            program.enter(name, value)
+        program.press("More")
+        program.enter("Web address of this folder", "https://www.example.com/files")
+        program.press("Done")
+        wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
+        program.press("Close")  # The welcome window.
+        self.wait_for_listing(program)
+        program.choose("File", "Upload Files…")
+        program.enter("File name:", self.path)
+        program.press("Upload")
+        self.wait_until_there(program)
+        self.assertEqual(program.text("Outcome of the last queue"), "“note one.txt” uploaded")
+        program.press("Copy Web Link")
+        wait_for(lambda: self.copied() == LINK, "the link to be copied")
+
+        program.select_row("Destination folder", 0)
+        program.press("Download")
+        self.assert_downloaded()
+        self.wait_for_status(program, "Download succeeded")
+        program.press("Delete")
+        wait_for(
+            lambda: program.sheet() == ["Delete Item", 'Are you sure you want to delete "note one.txt"?'],
+            "the question",
+        )
+        program.answer("Delete")
+        self.wait_until_gone(program)
+
+
+if __name__ == "__main__":
+    unittest.main()
