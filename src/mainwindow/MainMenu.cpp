@@ -1,5 +1,6 @@
 #include "MainMenu.h"
 
+#include "AlertDialog.h"
 #include "DroppedFiles.h"
 #include "LoopSuspension.h"
 #include "MainWindow.h"
@@ -15,7 +16,6 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHeaderView>
-#include <QMessageBox>
 #include <QMimeData>
 
 using namespace Qt::StringLiterals;
@@ -195,13 +195,11 @@ void MainMenu::copyWebLink()
 
 void MainMenu::showAbout()
 {
-    auto* const about = new QMessageBox(&m_window);
+    auto* const about = new AlertDialog(
+        u"Quillbox %1"_s.arg(QCoreApplication::applicationVersion()),
+        u"Puts files into one folder of an FTP server.\n\nFree software under the MIT licence."_s, &m_window);
     about->setAttribute(Qt::WA_DeleteOnClose);
     about->setWindowTitle(u"About Quillbox"_s);
-    about->setIconPixmap(m_window.windowIcon().pixmap(64));
-    about->setTextFormat(Qt::PlainText);
-    about->setText(u"Quillbox %1"_s.arg(QCoreApplication::applicationVersion()));
-    about->setInformativeText(
-        u"Puts files into one folder of an FTP server.\n\nFree software under the MIT licence."_s);
+    about->setIcon(m_window.windowIcon());
     about->open();
 }
