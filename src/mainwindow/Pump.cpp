@@ -9,6 +9,7 @@
 #include "ItemActions.h"
 #include "ListingTable.h"
 #include "ModalState.h"
+#include "PreferencesController.h"
 #include "RefreshPace.h"
 #include "RunLoop.h"
 #include "UploadHistory.h"
@@ -43,6 +44,7 @@ Pump::Pump(const Parts& parts)
     connect(&parts.listing, &DestinationListing::changed, this, &Pump::wake);
     connect(&parts.table, &ListingTable::tableViewSelectionDidChange, this, &Pump::wake);
     connect(&parts.indicators, &WindowIndicators::changed, this, &Pump::wake);
+    connect(&parts.preferences, &PreferencesController::testReported, this, &Pump::wake);
 }
 
 void Pump::tick()
@@ -161,7 +163,7 @@ bool Pump::isMoving() const
 bool Pump::isBusy() const
 {
     return isMoving() || !m_parts.queue.isEmpty() || m_parts.listing.isListing() || m_parts.listing.isDue()
-        || m_parts.creations.isCreating() || m_parts.items.isDownloadingSeveral();
+        || m_parts.creations.isCreating() || m_parts.items.isDownloadingSeveral() || m_parts.preferences.isTesting();
 }
 
 bool Pump::isUploadDue() const

@@ -17,6 +17,7 @@ class FTPGetController;
 class FTPPutController;
 class ItemActions;
 class ListingTable;
+class PreferencesController;
 class RefreshPace;
 class UploadHistory;
 class UploadQueue;
@@ -43,6 +44,7 @@ public:
         ItemActions& items;
         ListingTable& table;
         WindowIndicators& indicators;
+        const PreferencesController& preferences;
     };
 
     /// Every change of what it looks at wakes it from here on.

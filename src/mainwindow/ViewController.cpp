@@ -32,7 +32,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_windows(*this, connections)
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
     , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_tries, m_run, m_pace, m_listing, m_items,
-               *m_window.ui().destinationListingTable, m_indicators })
+               *m_window.ui().destinationListingTable, m_indicators, m_windows.preferences() })
 {
     awakeFromNib();
     viewDidLoad();

@@ -1,6 +1,7 @@
 #include "CheckRows.h"
 #include "ListingTable.h"
 #include "Metronome.h"
+#include "PreferencesController.h"
 #include "ViewControllerTest.h"
 
 #include <QAction>
@@ -97,6 +98,20 @@ TEST_F(RestTest, AMenuThatOpensIsNoticedAndItsEndEndsTheWaiting)
     menu.close();
 
     EXPECT_TRUE(waitFor([this] { return count(Kind::Upload) == 1; }));
+}
+
+TEST_F(RestTest, WhileAConnectionIsTestedItDoesNotRest)
+{
+    m_controller->windows().showPreferences();
+    auto* const panel = m_controller->windows().preferences().view();
+    waitUntilResting();
+
+    panel->findChild<QPushButton*>(u"testButton"_s)->click();
+
+    EXPECT_EQ(interval(), 10ms);
+    EXPECT_FALSE(waitFor([this] { return interval() > PumpClock::interval; }, 300ms));
+    panel->close();
+    waitUntilResting();
 }
 
 /// Something that happens at rest, who tells the pump of it, and what comes of it with the next tick.

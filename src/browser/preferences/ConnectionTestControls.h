@@ -31,6 +31,7 @@ public:
     ConnectionTestControls(const Widgets& widgets, Start start);
     ~ConnectionTestControls() override;
 
+    bool isRunning() const { return m_test != nullptr; }
     /// Stops a test that runs, and forgets its answer.
     void clear();
 

@@ -252,6 +252,12 @@ void PreferencesController::makeTest()
     m_test = std::make_unique<ConnectionTestControls>(widgets, start);
     // The question about a certificate may have been answered.
     connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::showWhetherTrusted);
+    connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::testReported);
+}
+
+bool PreferencesController::isTesting() const
+{
+    return m_test->isRunning();
 }
 
 void PreferencesController::clearTest()

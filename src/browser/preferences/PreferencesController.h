@@ -75,6 +75,9 @@ public:
     QDialog* view() const { return m_view.get(); }
     std::unique_ptr<QDialog> takeView() { return std::move(m_view); }
 
+    /// Whether a connection is being tested.
+    bool isTesting() const;
+
     /// Shows the panel with the present settings, or brings it to the front as it is.
     void showPanel();
 
@@ -85,6 +88,10 @@ public:
     void doneButton();
     /// A new universally unique identifier of 36 characters.
     QString UUIDString() const; // NOLINT(readability-identifier-naming): the name it is known by
+
+signals:
+    /// A connection test has begun, or has come to another state.
+    void testReported();
 
 private:
     /// A field as it stood when the panel opened.
