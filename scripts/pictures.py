@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Takes the pictures of the windows for docs/:  pictures.py PROGRAM FOLDER
 
-Each shows at 100 % and, with "-200" behind its name, at 200 %. Two files, a server of our own, a display of our own.
+Each window shows at 100 % and, with "-200" behind its name, at 200 %, and the main window on each of some screens. A
+server of our own, a display of our own.
 """
 
 import os
@@ -32,6 +33,15 @@ FILES = {
     "été à la mer.png": 1_870_000,
 }
 FOLDERS = ["Archive", "Photos"]
+# Name, size, scale, points of the font (nothing: the usual one) and locale.
+SCREENS = [
+    ("640x480", "640x480", "1", None, "en_US"),
+    ("640x480-large-font", "640x480", "1", 18, "de_DE"),
+    ("800x600-right-to-left", "800x600", "1", None, "ar_EG"),
+    ("1366x768-150", "1366x768", "1.5", None, "zh_CN"),
+    ("1600x1200-200", "1600x1200", "2", None, "de_DE"),
+    ("3840x2160-300", "3840x2160", "3", None, "en_US"),
+]
 SENDING = {"Lighthouse.jpg": 60_000_000, "Map of the harbour.svg": 2_000, "Letter.odt": 30_000}
 
 
@@ -40,6 +50,7 @@ def fill(server):
         with open(server.path(name), "wb") as file:
             file.truncate(size)
         os.utime(server.path(name), (1_760_000_000 + size, 1_760_000_000 + size))
+    os.symlink("Read me.txt", server.path("latest"))
     for name in FOLDERS:
         os.mkdir(server.path(name))
         os.utime(server.path(name), (1_750_000_000, 1_750_000_000))
@@ -54,10 +65,38 @@ class Pictures:
         self._suffix = suffix
         self._home = None
 
-    def start(self, **settings):
-        self._home = {**self._desktop.new_home(), "LANG": "en_US.UTF-8"}
+    def start(self, locale="en_US", points=None, **settings):
+        self._home = {**self._desktop.new_home(), "LANG": f"{locale}.UTF-8"}
+        if points:
+            self.use_font(points)
         store_settings(self._home, {"DoNotShowWelcomeWindowAgain": True, **settings})
         return Program(self._desktop, [self._program], self._home)
+
+    def use_font(self, points):
+        """What the user of a KDE desktop has set."""
+        font = f"DejaVu Sans,{points},-1,5,50,0,0,0,0,0"
+        with open(os.path.join(self._home["XDG_CONFIG_HOME"], "kdeglobals"), "w", encoding="utf-8") as file:
+            file.write(f"[General]\nfont={font}\nmenuFont={font}\nfixed={font}\n")
+        self._home.update(XDG_CURRENT_DESKTOP="KDE", KDE_SESSION_VERSION="5", KDE_FULL_SESSION="true")
+
+    def take_screen(self, points, locale):
+        """A whole screen, before, during and after a queue."""
+        program = self.start(locale, points, **self._server.settings())
+        self.wait_for_list(program)
+        self.take_root(program, "idle")
+        self._server.read_at_most(3_000_000)
+        self.hand_over([self.file(name, size) for name, size in SENDING.items()] + ["/nowhere/Gone.txt"])
+        wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] >= 15, "a part to be sent")
+        self.take_root(program, "sending")
+        self._server.read_at_most(0)
+        wait_for(lambda: program.find("Outcome of the last queue"), "the outcome")
+        self.wait_for_list(program)
+        self.take_root(program, "after")
+        program.close()
+
+    def take_root(self, program, state):
+        self.to_front(program, "^ftp:")
+        self._desktop.picture(os.path.join(self._folder, f"screen-{self._suffix}-{state}.png"))
 
     def hand_over(self, paths):
         """Opens files with the program that runs."""
@@ -243,19 +282,33 @@ class Pictures:
         return path
 
 
-def main():
-    program, folder = map(os.path.abspath, sys.argv[1:3])
-    if len(sys.argv) == 3:  # One desktop for each process.
-        for scale in ("1", "2"):
-            subprocess.run([sys.executable, os.path.abspath(__file__), program, folder, scale], check=True)
-        return
-    scale = sys.argv[3]
+def take(program, folder, scale, name=None):
+    """All windows at that scale, or the screen of that name."""
+    screen = next((screen for screen in SCREENS if screen[0] == name), None)
+    _, size, scale, points, locale = screen or (None, "2400x1800", scale, None, None)
     os.environ["QT_SCALE_FACTOR"] = scale
-    with Desktop(size="2400x1800") as desktop, UploadServer() as server:
+    with Desktop(size=size) as desktop, UploadServer() as server:
         desktop.environment["QT_SCALE_FACTOR"] = scale
         fill(server)
-        suffix = "" if scale == "1" else f"-{scale}00"
-        Pictures(desktop, server, program, folder, suffix).take_all()
+        suffix = name or ("" if scale == "1" else f"-{scale}00")
+        pictures = Pictures(desktop, server, program, folder, suffix)
+        if screen:
+            pictures.take_screen(points, locale)
+        else:
+            pictures.take_all()
+
+
+def main():
+    program, folder = map(os.path.abspath, sys.argv[1:3])
+    if len(sys.argv) > 3:
+        take(program, folder, *sys.argv[3:])
+        return
+    # One desktop for each process.
+    for words in (["1"], ["2"], *([screen[2], screen[0]] for screen in SCREENS)):
+        subprocess.run([sys.executable, os.path.abspath(__file__), program, folder, *words], check=True)
+    # As many colours as a window has, in files of half the size.
+    taken = [path for kind in ("window", "screen") for path in Path(folder).glob(f"{kind}-*.png")]
+    subprocess.run(["mogrify", "-strip", "-colors", "256", *taken], check=True)
 
 
 if __name__ == "__main__":
