@@ -10,40 +10,46 @@
 
 namespace {
 
-/// Who waits for the work; null when he is gone.
-struct Waiting {
+/// How somebody who waits hears that the work is done. The thread must not touch him, who may be gone, nor post
+/// anything of ours: it has an object destroyed that belongs to the loop.
+struct Bell {
     std::mutex mutex;
-    QObject* context;
+    QObject* object = new QObject; ///< Its end is the ring; null once it was rung, or when nobody waits any more.
+
+    void ring()
+    {
+        const std::lock_guard lock(mutex);
+        if (object != nullptr) {
+            std::exchange(object, nullptr)->deleteLater();
+        }
+    }
+    void silence()
+    {
+        const std::lock_guard lock(mutex);
+        delete std::exchange(object, nullptr);
+    }
 };
 
 } // namespace
 
 void runBesideLoop(std::function<void()> work, QObject* context, const std::function<void()>& done)
 {
-    const auto waiting = std::make_shared<Waiting>();
-    waiting->context = context;
-    QObject::connect(context, &QObject::destroyed, [waiting] {
-        const std::lock_guard lock(waiting->mutex);
-        waiting->context = nullptr;
-    });
-    const auto report = [waiting, done] {
-        const std::lock_guard lock(waiting->mutex);
-        if (waiting->context == nullptr) {
-            return;
-        }
-        const auto call = [waiting, done] {
+    const auto bell = std::make_shared<Bell>();
+    QObject::connect(context, &QObject::destroyed, [bell] { bell->silence(); });
+    QObject::connect(
+        bell->object, &QObject::destroyed, context,
+        [bell, done] {
             // Behind the lock, what the work has done shows in this thread.
-            std::unique_lock(waiting->mutex).unlock();
+            std::unique_lock(bell->mutex).unlock();
             done();
-        };
-        QMetaObject::invokeMethod(waiting->context, call, Qt::QueuedConnection);
-    };
+        },
+        Qt::QueuedConnection);
     try {
-        std::thread([work = std::move(work), report] {
+        std::thread([work = std::move(work), bell] {
             work();
-            report();
+            bell->ring();
         }).detach();
     } catch (const std::system_error&) {
-        report();
+        bell->ring();
     }
 }
