@@ -132,6 +132,12 @@ class Pictures:
         program.enter("Folder", "inbox")
         program.press("Encryption required")
         self.take(program, "preferences", "^Preferences$")
+        program.enter("Server address", "ftps://files.example.com")
+        wait_for(lambda: program.find("Use Encryption"), "the advice")
+        self.take(program, "preferences-advice", "^Preferences$")
+        program.press("More")
+        program.enter("Web address of this folder", "https://www.example.com/inbox")
+        self.take(program, "preferences-more", "^Preferences$")
         program.press("Cancel")
         wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
         self.to_front(program, "^ftp:")
@@ -139,6 +145,9 @@ class Pictures:
         program.press("Delete")
         wait_for(program.sheet, "the question")
         self.take(program, "sheet", "^Delete Item$")
+        program.press("Cancel")
+        wait_for(lambda: program.sheet() is None, "the question to go")
+        self.take_others(program)
         program.close()
 
         self._server.read_at_most(3_000_000)
@@ -155,6 +164,21 @@ class Pictures:
         self.take_demo()
         self.take_copies(settings)
         self.take_encryption()
+
+    def take_others(self, program):
+        """An alert, and the windows that are opened from the menus."""
+        self.to_front(program, "^ftp:")
+        self._desktop.key("ctrl+shift+n")
+        wait_for(lambda: program.find("Enter name of folder to create."), "the prompt")
+        self.take(program, "prompt", "^Enter name")
+        self._desktop.key("Return")
+        wait_for(program.sheet, "the alert")
+        self.take(program, "alert", "^Folder Not Created$")
+        program.press("OK")
+        wait_for(lambda: program.sheet() is None, "the alert to go")
+        self.to_front(program, "^ftp:")
+        self._desktop.key("ctrl+m")
+        self.take(program, "manual", "^Manual Transfers$")
 
     def take_history(self, settings):
         self._server.read_at_most(0)
@@ -272,6 +296,10 @@ class Pictures:
         program.press("Test Connection")
         wait_for(lambda: program.text("Test result").startswith("It works"), "the result")
         self.take(program, "test", "^Preferences$")
+        program.enter("Folder", "Reports/2026")
+        program.press("Test Connection")
+        wait_for(lambda: program.find("Create Folder"), "the offer to create the folder")
+        self.take(program, "test-folder", "^Preferences$")
         program.close()
         server.close()
 
