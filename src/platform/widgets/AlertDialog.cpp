@@ -16,6 +16,8 @@
 #include <QStyle>
 #include <QTextBoundaryFinder>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -95,23 +97,23 @@ QAccessibleInterface* accessibleAlert(const QString& /*className*/, QObject* obj
 
 } // namespace
 
-AlertDialog::AlertDialog(const QString& title, const QString& text, QWidget* parent)
+AlertDialog::AlertDialog(QString title, QString text, QWidget* parent)
     : QDialog(parent)
-    , m_title(title)
-    , m_text(text)
+    , m_title(std::move(title))
+    , m_text(std::move(text))
     , m_icon(new IconLabel)
     , m_column(new QVBoxLayout)
     , m_buttons(new QDialogButtonBox)
     , m_defaultButton(m_buttons->addButton(u"OK"_s, QDialogButtonBox::RejectRole))
 {
     QAccessible::installFactory(accessibleAlert); // More than once does no harm.
-    setWindowTitle(title);
+    setWindowTitle(m_title);
     m_icon->setSide(iconSide);
     setAlertStyle(m_style);
     m_defaultButton->setDefault(true);
     connect(m_defaultButton, &QPushButton::clicked, this, &QDialog::reject);
 
-    auto* const heading = newPlainLabel(title);
+    auto* const heading = newPlainLabel(m_title);
     QFont bold = heading->font();
     bold.setBold(true);
     heading->setFont(bold);

@@ -22,7 +22,7 @@ public:
     enum class Style { Informational, Warning, Critical };
 
     /// @p title is also the caption of the window. One button, "OK"; it answers Return, and Escape.
-    AlertDialog(const QString& title, const QString& text, QWidget* parent = nullptr);
+    AlertDialog(QString title, QString text, QWidget* parent = nullptr);
 
     const QString& title() const { return m_title; }
     const QString& text() const { return m_text; }
