@@ -163,10 +163,11 @@ void DragDropView::arrange()
 {
     using enum DropHint::Shape;
     const bool hasFiles = !m_textView->files().isEmpty();
-    const bool isOneLine = m_isLow || height() < m_hint->heightInTwoLines() + 2 * leastMargin;
-    m_textView->setVisible(hasFiles);
     m_textView->setForegroundRole(m_isOver ? QPalette::PlaceholderText : QPalette::Text);
+    m_textView->setVisible(hasFiles);
     m_hint->setVisible(m_isOver || !hasFiles);
+    // What comes has the window laid out at once, and the height may be another one then.
+    const bool isOneLine = m_isLow || height() < m_hint->heightInTwoLines() + 2 * leastMargin;
     m_hint->setShape(!isOneLine ? TwoLines : hasFiles ? OneShortLine : OneLine);
     const int margin = height() > 5 * fontMetrics().lineSpacing() ? 12 : leastMargin;
     layout()->setContentsMargins(14, margin, 14, margin);

@@ -7,6 +7,8 @@
 #include <QLocale>
 #include <QScreen>
 
+#include <algorithm>
+
 namespace {
 
 /// The window at the sizes, fonts and locales that people have.
@@ -230,6 +232,19 @@ TEST_F(WindowLayoutTest, AfterTheQueueItsListIsDimmedAndTheHintIsBack)
     EXPECT_TRUE(view.textView()->isVisible());
     EXPECT_EQ(colour(), QPalette::PlaceholderText);
     EXPECT_EQ(view.textView()->toPlainText(), list);
+}
+
+TEST_F(WindowLayoutTest, TheHintThatIsBackTakesTwoLinesWhereThereIsRoom)
+{
+    resize({ 760, 560 });
+    startSending();
+    endWithALoss();
+
+    const QList<QLabel*> labels = widget("dragAndDropView").findChildren<QLabel*>();
+    const auto key = std::find_if(labels.begin(), labels.end(),
+                                  [](const QLabel* label) { return label->text() == u"or press Ctrl+O"_s; });
+    ASSERT_NE(key, labels.end());
+    EXPECT_TRUE((*key)->isVisible());
 }
 
 TEST_F(WindowLayoutTest, TheWindowOpensWithinItsScreen)
