@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDir>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QScrollBar>
@@ -285,7 +286,11 @@ void HistoryWindow::showPlace()
     if (!m_ledger.problem().isNull()) {
         text = m_ledger.problem().section(u'\n', 0, 0);
     } else if (!m_ledger.path().isNull()) {
-        text = u"Kept for 90 days, at most 100,000 files, in “%1”"_s.arg(visibleText(m_ledger.path()));
+        QString path = m_ledger.path();
+        if (path.startsWith(QDir::homePath() + u'/')) {
+            path.replace(0, QDir::homePath().size(), u"~"_s);
+        }
+        text = u"Kept for 90 days, at most 100,000 files, in “%1”"_s.arg(visibleText(path));
     }
     m_ui->placeLabel->setText(text);
     m_ui->placeLabel->setToolTip(text);
