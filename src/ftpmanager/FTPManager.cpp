@@ -76,7 +76,11 @@ template <typename Result> Result FTPManager::Private::runOnWorker(const std::fu
 {
     Result result{};
     fail(FMFailure::Kind::CannotConnect); // Until it begins.
-    FMThread::runInSeparateThread([&result, &operation] { result = operation(); });
+    RunningOperation running;
+    if (running.mayBegin()) {
+        m_running = &running;
+        FMThread::runInSeparateThread([&result, &operation] { result = operation(); });
+    }
     return result;
 }
 
@@ -89,10 +93,6 @@ Result FTPManager::Private::runOnStreams(const FMServer& server, const std::func
         return runOnWorker(operation);
     }
     return runOnWorker<Result>([this, &server, &operation] {
-        const RunningOperation running;
-        if (!running.mayBegin()) {
-            return Result();
-        }
         FTPEngine engine(limitsFor(server));
         useAddress(engine, server);
         EngineStreamFactory streams(engine);

@@ -4,6 +4,7 @@
 #include "FileOutputStream.h"
 #include "ListingParser.h"
 #include "RunLoop.h"
+#include "RunningOperation.h"
 #include "UploadSource.h"
 
 #include <QAbstractEventDispatcher>
@@ -65,7 +66,9 @@ bool FTPManager::Private::run(FTPStream& stream)
     }
     stream.setDelegate(this);
     stream.open();
+    m_running->setLoop(&loop);
     loop.run();
+    m_running->setLoop(nullptr);
     // Not before: another thread that aborts can end the loop, but a stream is closed on its own thread.
     closeStreams();
     // An abort stops the loop under this lock, so that it is done with the loop when the thread goes on to its end.

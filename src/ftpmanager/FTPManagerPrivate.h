@@ -16,6 +16,8 @@ class RunLoop;
 
 namespace quillbox {
 
+class RunningOperation;
+
 /// A manager on streams that @p streams makes, on worker threads; it outlives the manager. For tests.
 FTPManager managerOn(FTPStreamFactory& streams);
 
@@ -93,6 +95,7 @@ public:
     FTPStreamFactory* m_streams = nullptr; ///< Given for good, or made for the operation that runs.
     FTPManagerDelegate* m_delegate = nullptr;
     bool m_keepsOldFiles = false;
+    RunningOperation* m_running = nullptr; ///< The latest one.
     bool m_isEncrypted = false; ///< What the running operation says.
 
     /// Guards what other threads reach through abort() and progress().

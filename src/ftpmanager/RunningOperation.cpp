@@ -18,6 +18,7 @@ struct Operations {
     std::mutex mutex;
     std::condition_variable ended;
     std::set<RunLoop*> loops;
+    int running = 0;
     bool isProgramEnding = false;
 };
 
@@ -40,7 +41,7 @@ public:
         for (RunLoop* const loop : operations().loops) {
             loop->stop();
         }
-        operations().ended.wait_for(lock, endGrace, [] { return operations().loops.empty(); });
+        operations().ended.wait_for(lock, endGrace, [] { return operations().running == 0; });
     }
 };
 
@@ -52,17 +53,27 @@ RunningOperation::RunningOperation()
 {
     prepareForTheEnd();
     const std::lock_guard lock(operations().mutex);
-    if (!operations().isProgramEnding) {
-        m_loop = &RunLoop::current();
-        operations().loops.insert(m_loop);
-    }
+    m_mayBegin = !operations().isProgramEnding;
+    operations().running += m_mayBegin ? 1 : 0;
 }
 
 RunningOperation::~RunningOperation()
 {
     const std::lock_guard lock(operations().mutex);
-    if (operations().loops.erase(m_loop) > 0) {
-        operations().ended.notify_all();
+    operations().running -= m_mayBegin ? 1 : 0;
+    operations().ended.notify_all();
+}
+
+void RunningOperation::setLoop(RunLoop* loop)
+{
+    const std::lock_guard lock(operations().mutex);
+    operations().loops.erase(m_loop);
+    m_loop = loop;
+    if (loop != nullptr) {
+        operations().loops.insert(loop);
+        if (operations().isProgramEnding) {
+            loop->stop();
+        }
     }
 }
 
