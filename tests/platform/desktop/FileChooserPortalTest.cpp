@@ -5,6 +5,7 @@
 #include "PrivateBus.h"
 #include "WaitFor.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QSignalSpy>
 
@@ -89,8 +90,9 @@ TEST_F(FileChooserPortalTest, APortalMayChooseThePathOfTheDialog)
     m_service.ownPath = u"/org/freedesktop/portal/desktop/request/old/1"_s;
     m_bus.serve(m_service);
     open();
-    // The answer to the call has to come first.
+    // The answer to the call has to come first, and the bus has to know what is listened to.
     EXPECT_TRUE(waitFor([this] { return m_portal.findChildren<QObject*>().isEmpty(); }));
+    EXPECT_TRUE(m_bus.connection().interface()->isServiceRegistered(FileChooserService::name));
 
     respond(0, { u"file:///chosen"_s });
 
