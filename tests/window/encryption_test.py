@@ -205,6 +205,12 @@ class Questions(EncryptedWindowTest):
         self.press_key(program, "F5")
         self.wait_for_sheet(program, QUESTION)
 
+
+class Decisions(EncryptedWindowTest):
+    """What comes of what is decided, or not yet."""
+
+    make = "pyftpdlib"
+
     def test_what_is_trusted_and_damaged_refuses_every_server_until_the_user_has_decided(self):
         self.require_encryption()
         damaged = '{"elsewhere:21": "00'

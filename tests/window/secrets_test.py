@@ -249,6 +249,8 @@ class Stored(Secrets):
         self.desktop.key("ctrl+q")
         self.assertEqual(program.exit_code(), 0)
 
+
+class InTheirFolder(Secrets):
     def test_a_folder_that_others_could_write_to_has_a_sheet_of_its_own(self):
         os.chmod(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox"), 0o777)
         program = self.start()
