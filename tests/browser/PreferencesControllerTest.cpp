@@ -985,4 +985,32 @@ TEST_F(PreferencesControllerTest, EachIdentifierIsNewAndHasThirtySixCharacters)
     EXPECT_NE(m_preferences.UUIDString(), m_preferences.UUIDString());
 }
 
+TEST_F(PreferencesControllerTest, TheAnswerOfATestHasRoomForThreeLinesAndTheServersWords)
+{
+    m_preferences.showPanel();
+    auto& result = control<QLabel>("testResultLabel");
+
+    result.setText(u"It works: the login is accepted, and the folder is there. Encrypted with TLSv1.3; you trust the "
+                   "server’s certificate."_s);
+    control<QLabel>("testReplyLabel").setText(u"The server said: 200 Type set to: Binary."_s);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+
+    EXPECT_GE(result.height(), result.heightForWidth(result.width()));
+}
+
+TEST_F(PreferencesControllerTest, OnASmallScreenThePagesScrollAndTheButtonsStay)
+{
+    QWidget& panel = *m_preferences.view();
+    m_preferences.showPanel();
+    const QWidget& contents = control<QWidget>("serverContents");
+    EXPECT_EQ(contents.visibleRegion().boundingRect(), contents.rect());
+
+    panel.resize(panel.width(), 300);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+
+    EXPECT_EQ(panel.height(), 300);
+    EXPECT_TRUE(panel.rect().contains(control<QWidget>("doneButton").geometry()));
+    EXPECT_LT(contents.visibleRegion().boundingRect().height(), contents.height());
+}
+
 } // namespace

@@ -12,6 +12,7 @@
 #include "UserDefaults.h"
 #include "ui_Preferences.h"
 
+#include <QScreen>
 #include <QStyle>
 #include <QUuid>
 
@@ -280,14 +281,17 @@ void PreferencesController::fitToFont()
     m_addressTextField->setMinimumWidth(widthInCharacters * font.averageCharWidth());
     m_ui->adviceLabel->setFixedHeight(heightOf(2));
     m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
-    m_ui->testAnswer->setFixedHeight(heightOf(4));
+    m_ui->testAnswer->setFixedHeight(heightOf(5));
     const QStyle& style = *m_view->style();
     for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote, m_ui->retryFailedFilesNote }) {
         note->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
                         + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
     }
-    m_ui->serverPage->layout()->activate(); // Else it has the sizes from before in mind.
-    m_view->resize(m_view->sizeHint());
+    for (QWidget* contents : { m_ui->serverContents, m_ui->moreContents }) {
+        contents->layout()->activate(); // Else it has the sizes from before in mind.
+    }
+    constexpr QSize frame(8, 40); // What a window manager adds at most, as a rule.
+    m_view->resize(m_view->sizeHint().boundedTo(m_view->screen()->availableSize() - frame));
 }
 
 void PreferencesController::showPassword(bool isShown)
