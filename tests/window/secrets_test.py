@@ -64,16 +64,15 @@ class AtWork(Secrets):
         second = self.launch(self.file("two.txt"), QT_LOGGING_RULES="*=true")
         self.assertEqual(second.exit_code(), 0)
         self.wait_for_files("in/one.txt", "in/two.txt")
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+shift+c")
+        clipboard = wait_for(self.clipboard, "the clipboard to be filled")
         # A wrong password is no less a secret.
         self.settings(FTPFolder="in", Password=PASSWORD + "!")
         third = self.launch(self.file("three.txt"))
         self.assertEqual(third.exit_code(), 0)
         program.acknowledge()
-
-        self.bring_to_front(program)
-        self.desktop.key("ctrl+shift+c")
         shown = wait_for(program.tree, "the window")
-        clipboard = wait_for(self.clipboard, "the clipboard to be filled")
 
         self.assertIn(f":{self.server.port}/in/", clipboard)
         self.assert_silent("the clipboard", clipboard)
