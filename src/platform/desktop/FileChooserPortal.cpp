@@ -3,7 +3,6 @@
 #include "FileURL.h"
 #include "LocalPath.h"
 
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
@@ -60,6 +59,7 @@ void FileChooserPortal::open(const Question& question)
 void FileChooserPortal::called(const QDBusPendingCallWatcher& watcher)
 {
     const QDBusPendingReply<QDBusObjectPath> reply = watcher;
+    m_portal = reply.reply().service();
     if (reply.isError()) {
         dismiss(); // It may only have been slow.
         emit unavailable();
@@ -73,10 +73,11 @@ void FileChooserPortal::expectAnswerOf(const QString& request)
     // From any sender: asking for the service's owner would wait for the bus.
     if (!m_request.isEmpty()) {
         m_bus.disconnect(QString(), m_request, requestInterface, u"Response"_s, this,
-                         SLOT(responded(uint, QVariantMap)));
+                         SLOT(responded(uint, QVariantMap, QDBusMessage)));
     }
     if (!request.isEmpty()) {
-        m_bus.connect(QString(), request, requestInterface, u"Response"_s, this, SLOT(responded(uint, QVariantMap)));
+        m_bus.connect(QString(), request, requestInterface, u"Response"_s, this,
+                      SLOT(responded(uint, QVariantMap, QDBusMessage)));
     }
     m_request = request;
 }
@@ -90,8 +91,11 @@ void FileChooserPortal::dismiss()
     }
 }
 
-void FileChooserPortal::responded(uint response, const QVariantMap& results)
+void FileChooserPortal::responded(uint response, const QVariantMap& results, const QDBusMessage& message)
 {
+    if (message.service() != m_portal) {
+        return; // Somebody else would have files of their choice uploaded.
+    }
     expectAnswerOf(QString());
     QStringList paths;
     for (const QString& uri : results.value(u"uris"_s).toStringList()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -31,7 +32,7 @@ signals:
     void unavailable();
 
 private slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
-    void responded(uint response, const QVariantMap& results);
+    void responded(uint response, const QVariantMap& results, const QDBusMessage& message);
 
 private: // NOLINT(readability-redundant-access-specifiers): these are no slots
     void called(const QDBusPendingCallWatcher& watcher);
@@ -39,6 +40,7 @@ private: // NOLINT(readability-redundant-access-specifiers): these are no slots
     void dismiss();
 
     QDBusConnection m_bus;
+    QString m_portal; ///< Whose dialog is open; null until that has answered.
     QString m_request; ///< The path of the dialog's object; empty: no dialog is open.
     int m_count = 0; ///< Of dialogs so far.
 };

@@ -26,13 +26,14 @@ protected:
             { .parentWindow = u"x11:1f"_s, .title = u"Upload Files"_s, .acceptLabel = u"Upload"_s, .folder = folder });
         ASSERT_TRUE(waitFor([this, before] { return m_service.asked.size() > before; }));
     }
-    void respond(uint response, const QStringList& uris)
+    QDBusMessage response(uint response, const QStringList& uris) const
     {
         QDBusMessage message
             = QDBusMessage::createSignal(m_service.request, u"org.freedesktop.portal.Request"_s, u"Response"_s);
         message << response << QVariantMap{ { u"uris"_s, uris } };
-        m_bus.sendFromService(message);
+        return message;
     }
+    void respond(uint code, const QStringList& uris) { m_bus.sendFromService(response(code, uris)); }
 
     PrivateBus m_bus;
     FileChooserService m_service;
@@ -63,6 +64,19 @@ TEST_F(FileChooserPortalTest, WhatIsChosenComesAsPathsWithoutWhatIsElsewhere)
     ASSERT_TRUE(waitFor([this] { return !m_selected.isEmpty(); }));
     EXPECT_EQ(m_selected.first().first().toStringList(), (QStringList{ u"/tmp/a b"_s, u"/d"_s }));
     EXPECT_TRUE(m_unavailable.isEmpty());
+}
+
+TEST_F(FileChooserPortalTest, WhatOthersSayWasChosenIsNotHeard)
+{
+    m_bus.serve(m_service);
+    open();
+
+    m_bus.connection().send(response(0, { u"file:///secret"_s }));
+    m_bus.connection().interface()->isServiceRegistered(FileChooserService::name); // It has gone round.
+    respond(0, { u"file:///chosen"_s });
+
+    ASSERT_TRUE(waitFor([this] { return !m_selected.isEmpty(); }));
+    EXPECT_EQ(m_selected.first().first().toStringList(), QStringList{ u"/chosen"_s });
 }
 
 TEST_F(FileChooserPortalTest, NothingComesOfADialogThatIsCancelledOrOfAnotherOne)
