@@ -146,6 +146,7 @@ void ItemActions::downloadRows(const QList<int>& rows)
         alertFolder();
         return;
     }
+    m_host.connectionRequested();
     m_series.begin(files, rows.size() - files.size(),
                    [this, pressed = m_listing.destination()](const DownloadSeries::File& file) {
                        const bool isInForce = isStillInForce(pressed, file.name);
@@ -164,7 +165,9 @@ void ItemActions::alertFolder()
 void ItemActions::downloadFile(const QString& name, const QString& folder, const QByteArray& rawName)
 {
     m_series.noteEnd();
-    m_host.connectionRequested();
+    if (!m_series.isUnderWay()) { // The user has asked for all of a series at once.
+        m_host.connectionRequested();
+    }
     m_host.downloadStarts();
     const QString location
         = DestinationSettings::createFullURLFromFTPRootRelativePath(DestinationSettings::ftpFolderFromAppName());

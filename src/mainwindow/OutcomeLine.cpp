@@ -89,8 +89,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
                                ? m_ledger->interrupted()
                                : keys(HistoryRows::remarkable(m_history->entries(), m_history->firstQueueRow())));
     });
-    connect(m_copyWebLinkButton, &QToolButton::clicked, this,
-            [this] { QApplication::clipboard()->setText(webLinks(m_history->rowCount()).join(u'\n')); });
+    connect(m_copyWebLinkButton, &QToolButton::clicked, this, &OutcomeLine::copyWebLinks);
     connect(m_queueAgainButton, &QToolButton::clicked, this,
             [this] { emit queueAgainRequested(m_isAboutEarlierRuns ? m_ledger->interrupted() : keys(lostRows())); });
     connect(m_tryNowButton, &QToolButton::clicked, this, &OutcomeLine::tryNowRequested);
@@ -211,6 +210,16 @@ QList<LedgerKey> OutcomeLine::keys(const QList<int>& numbers) const
 QList<int> OutcomeLine::lostRows() const
 {
     return HistoryRows::unsettled(m_history->entries(), m_history->firstQueueRow());
+}
+
+void OutcomeLine::copyWebLinks() const
+{
+    const QStringList links = webLinks(m_history->rowCount());
+    if (links.isEmpty()) { // The settings have changed since the button came.
+        QApplication::beep();
+    } else {
+        QApplication::clipboard()->setText(links.join(u'\n'));
+    }
 }
 
 /// The first of the files of the queue that were confirmed, no more than @p most.

@@ -51,6 +51,7 @@ private:
     QList<LedgerKey> keys(const QList<int>& numbers) const;
     QList<int> lostRows() const;
     QStringList webLinks(qsizetype most) const;
+    void copyWebLinks() const;
 
     const UploadHistory* m_history = nullptr;
     UploadLedger* m_ledger = nullptr;

@@ -289,6 +289,7 @@ TEST_F(ListingTableTest, SeveralSelectedRowsAreThereAgainAfterARefreshWithoutWha
     m_table.listingEnded();
 
     EXPECT_EQ(m_table.selectedRows(), (QList<int>{ 0, 1, 5 })); // Files 2, 3 and 7.
+    EXPECT_EQ(m_table.currentIndex().row(), 0);
 }
 
 TEST_F(ListingTableTest, AClickBelowTheRowsSelectsNothing)

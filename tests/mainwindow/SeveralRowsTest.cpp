@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QClipboard>
 #include <QDir>
+#include <QSignalSpy>
 
 namespace {
 
@@ -113,6 +114,21 @@ TEST_F(SeveralRowsTest, BetweenTwoDownloadsWhatWaitsGoesOnWaitingAndOtherActions
 
     EXPECT_EQ(count(Kind::Upload), 1);
     EXPECT_EQ(text("lastActionTextField"), u"Downloaded 3 files"_s);
+}
+
+TEST_F(SeveralRowsTest, TheUserHasAskedForThemOnce)
+{
+    const QSignalSpy requests(m_controller.get(), &ViewController::userRequestedConnection);
+    selectRows({ 0, 1, 2 });
+
+    button("downloadButton").click();
+    for (int i = 0; i < 3; ++i) {
+        finishDownload();
+        tick();
+    }
+
+    EXPECT_EQ(downloads().size(), 3);
+    EXPECT_EQ(requests.size(), 1);
 }
 
 TEST_F(SeveralRowsTest, AFileThatFailsIsNotCountedAndTheOthersCome)

@@ -85,6 +85,9 @@ void TablePlace::selectAll(const QSet<QString>& names)
     m_isRestoring = true;
     m_table.selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
     m_isRestoring = false;
+    if (!selection.isEmpty()) {
+        goTo(selection.first().top(), QItemSelectionModel::NoUpdate); // Where the keyboard goes on.
+    }
 }
 
 void TablePlace::goTo(int row, QItemSelectionModel::SelectionFlags flags)
