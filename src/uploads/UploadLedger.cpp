@@ -28,7 +28,7 @@ constexpr int rowsBetweenPrunings = 5000;
 /// Moves a database out of the way that cannot be read; the answer is where it went, null when it stays.
 QString setAside(const QString& path)
 {
-    const QString target = path + u".damaged"_s;
+    QString target = path + u".damaged"_s;
     const auto rename = [](const QString& from, const QString& to) {
         return std::rename(LocalPath::toBytes(from).constData(), LocalPath::toBytes(to).constData()) == 0;
     };

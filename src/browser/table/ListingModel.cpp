@@ -18,7 +18,7 @@ namespace {
 /// The icon of the cell, and one for what has none there.
 QVariant iconOf(const ListingEntry& entry)
 {
-    const QVariant icon = cellValue(entry, TableColumns::type);
+    QVariant icon = cellValue(entry, TableColumns::type);
     if (icon.isValid()) {
         return icon;
     }
