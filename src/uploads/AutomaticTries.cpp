@@ -88,14 +88,17 @@ void AutomaticTries::look()
 
 void AutomaticTries::tryNow()
 {
-    queue(std::exchange(m_waiting, {}));
+    const std::vector<Waiting> files = std::exchange(m_waiting, {});
+    lookSoon();
+    queue(files);
     emit changed();
 }
 
 void AutomaticTries::giveUp()
 {
-    m_timer.stop();
-    if (!std::exchange(m_waiting, {}).empty()) {
+    const bool isNews = !std::exchange(m_waiting, {}).empty();
+    lookSoon();
+    if (isNews) {
         emit changed();
     }
 }
@@ -146,10 +149,12 @@ void AutomaticTries::lookSoon()
 {
     if (m_waiting.empty()) {
         m_timer.stop();
+        m_wasCutOff = false;
         return;
     }
     const auto first = std::min_element(m_waiting.begin(), m_waiting.end(),
                                         [](const Waiting& left, const Waiting& right) { return left.due < right.due; });
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(first->due - Clock::now());
-    m_timer.start(std::clamp<std::chrono::milliseconds>(rest, 1ms, lookInterval));
+    const std::chrono::milliseconds least = m_wasCutOff ? lookInterval : 1ms; // What is due waits for the network.
+    m_timer.start(std::clamp<std::chrono::milliseconds>(rest, least, lookInterval));
 }

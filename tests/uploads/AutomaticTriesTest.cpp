@@ -1,6 +1,7 @@
 #include "AutomaticTries.h"
 
 #include "CheckRows.h"
+#include "Metronome.h"
 #include "NetworkManager.h"
 #include "Printers.h"
 #include "ProgramName.h"
@@ -28,8 +29,10 @@ protected:
     AutomaticTriesTest()
     {
         setProgramFileName(u"Quillbox"_s); // No drop icon, which has a folder of its own.
-        NetworkManager::setReachabilitySource(
-            [this] { return m_isReachable ? ReachabilityFlags(ReachabilityFlag::Reachable) : ReachabilityFlags(); });
+        NetworkManager::setReachabilitySource([this] {
+            ++m_looks;
+            return m_isReachable ? ReachabilityFlags(ReachabilityFlag::Reachable) : ReachabilityFlags();
+        });
         set(SettingNames::retryFailedFiles, true);
         set(SettingNames::address, u"host"_s);
     }
@@ -59,6 +62,7 @@ protected:
     }
 
     bool m_isReachable = true;
+    int m_looks = 0; ///< For a way to the network.
     UploadHistory m_history;
     UploadQueue m_queue{ m_history };
     std::optional<AutomaticTries> m_tries{ std::in_place, m_history, m_queue };
@@ -150,6 +154,19 @@ TEST_F(AutomaticTriesTest, WithoutAWayToTheNetworkTheyWaitAndAreQueuedAtOnceWhen
     m_isReachable = true;
 
     EXPECT_TRUE(waitForQueue({ u"/a"_s, u"/b"_s }));
+}
+
+TEST_F(AutomaticTriesTest, WithoutAWayToTheNetworkFilesThatAreDueAreLookedAtOnceASecond)
+{
+    setDelays({ 1ms });
+    m_isReachable = false;
+    add({ u"/a"_s });
+    end(lost);
+    ASSERT_TRUE(waitFor([this] { return m_looks > 0; }));
+    const Metronome metronome(20ms);
+    ASSERT_TRUE(waitFor([&metronome] { return metronome.beats() == 10; }));
+
+    EXPECT_LE(m_looks, 3); // One, on a machine that does nothing else.
 }
 
 TEST_F(AutomaticTriesTest, ATryGoesToTheDestinationOfTheFirstOrIsGivenUp)
