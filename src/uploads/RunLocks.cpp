@@ -45,5 +45,5 @@ std::optional<qint64> RunLocks::take()
 bool RunLocks::isTaken(qint64 run) const
 {
     struct flock lock = lockOf(run);
-    return fcntl(m_file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    return fcntl(m_file.get(), F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
 }

@@ -18,7 +18,7 @@ public:
     /// A number that no run that goes on has, and that is this run's from now on; std::nullopt when the file cannot be
     /// made or locked.
     std::optional<qint64> take();
-    /// Whether @p run is another run that goes on.
+    /// Whether @p run is another run that goes on, or nobody can say.
     bool isTaken(qint64 run) const;
 
 private:
