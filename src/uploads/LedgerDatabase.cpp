@@ -168,7 +168,8 @@ LedgerProblem LedgerDatabase::open(const QString& path)
 
 LedgerProblem LedgerDatabase::prepare(const QString& path)
 {
-    if (path.isNull()) {
+    m_isOnDisk = !path.isNull();
+    if (!m_isOnDisk) {
         m_run = 1;
     } else {
         const QString folder = QFileInfo(path).path();
@@ -186,7 +187,7 @@ LedgerProblem LedgerDatabase::prepare(const QString& path)
         m_run = *run;
     }
     m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
-    m_database.setDatabaseName(path.isNull() ? u":memory:"_s : path);
+    m_database.setDatabaseName(m_isOnDisk ? path : u":memory:"_s);
     m_database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_s);
     if (!m_database.open()) {
         m_reason = m_database.lastError().databaseText();
@@ -195,10 +196,16 @@ LedgerProblem LedgerDatabase::prepare(const QString& path)
     if (!setUp()) {
         return m_problem;
     }
-    return m_locks ? interruptEndedRuns() : LedgerProblem::None;
+    return m_isOnDisk ? interruptEndedRuns() : LedgerProblem::None;
 }
 
 void LedgerDatabase::close()
+{
+    leave();
+    m_locks.reset();
+}
+
+void LedgerDatabase::leave()
 {
     m_add.reset();
     m_change.reset();
@@ -206,14 +213,13 @@ void LedgerDatabase::close()
     if (QSqlDatabase::contains(m_name)) {
         QSqlDatabase::removeDatabase(m_name);
     }
-    m_locks.reset();
 }
 
 /// Brings the database into the present version. False when it cannot be used.
 bool LedgerDatabase::setUp()
 {
     QSqlQuery mode(m_database);
-    if (m_locks) {
+    if (m_isOnDisk) {
         if (!mode.exec(u"PRAGMA journal_mode = WAL"_s) || !mode.next()) {
             m_problem = problemOf(mode.lastError());
             m_reason = mode.lastError().databaseText();
@@ -372,11 +378,12 @@ LedgerProblem LedgerDatabase::prune(Bounds bounds)
     if (!begin()) {
         return m_problem;
     }
-    // Order is by row: a clock that was wrong for a while makes nothing old that came behind what is young.
+    // Order is by row: a clock that was wrong for a while makes nothing old that came behind what is young. Where
+    // nothing is young, it may be the clock of now that is wrong.
     const qint64 youngest = QDateTime::currentMSecsSinceEpoch() - bounds.days * dayMs;
     const bool isDone
-        = run(u"DELETE FROM files WHERE NOT (%1) AND row < coalesce((SELECT row FROM files WHERE time >= ? "
-              "ORDER BY row LIMIT 1), 9e18)"_s.arg(unended),
+        = run(u"DELETE FROM files WHERE NOT (%1) AND NOT (%2) AND row < (SELECT row FROM files WHERE time >= ? "
+              "ORDER BY row LIMIT 1)"_s.arg(unended, undecided),
               { youngest })
         && run(u"DELETE FROM files WHERE NOT (%1) AND NOT (%2) AND row <= (SELECT row FROM files WHERE NOT (%1) "
                "ORDER BY row DESC LIMIT 1 OFFSET ?)"_s.arg(unended, undecided),

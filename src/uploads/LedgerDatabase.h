@@ -41,6 +41,8 @@ public:
     /// waited in runs that have ended are interrupted from then on.
     LedgerProblem open(const QString& path);
     void close();
+    /// Closes the database. Until close() others go on to take this run for one that goes on: its files may wait there.
+    void leave();
     bool isOpen() const { return m_database.isOpen(); }
     /// What the system said of the last problem.
     const QString& reason() const { return m_reason; }
@@ -79,7 +81,8 @@ private:
     QString m_name; ///< Of the connection.
     QByteArray m_copy;
     QSqlDatabase m_database;
-    std::optional<RunLocks> m_locks; ///< None for a database in memory.
+    std::optional<RunLocks> m_locks; ///< None where there was no database but one in memory.
+    bool m_isOnDisk = false;
     qint64 m_run = 0;
     LedgerProblem m_problem = LedgerProblem::None; ///< The last one.
     QString m_reason;

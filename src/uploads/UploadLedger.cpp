@@ -190,7 +190,7 @@ private:
             return problem == LedgerProblem::None;
         }
         const QString reason = m_database.reason();
-        m_database.close();
+        m_database.leave();
         const QString text = textOf(problem, reason);
         const bool isNews = m_wasKept || problem != LedgerProblem::NotWritable;
         m_path.clear();

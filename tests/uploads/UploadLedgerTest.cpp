@@ -265,6 +265,42 @@ TEST_F(UploadLedgerTest, OldFilesGoByTheirPlaceWhateverAClockHasSaidInBetween)
     EXPECT_EQ(ask(u"SELECT name FROM files ORDER BY row"_s), (QStringList{ u"young"_s, u"set back"_s, u"last"_s }));
 }
 
+TEST_F(UploadLedgerTest, OldFilesStayUntilSomebodyHasSaidWhatIsToBecomeOfThem)
+{
+    shiftWallClock(-100 * 24h);
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s, u"/b"_s });
+        run.confirmNext();
+        run.settle();
+    }
+    shiftWallClock(0s);
+    {
+        Launch run(m_path, u"Other"_s);
+        run.history.filesQueued({ u"/c"_s });
+        run.confirmNext();
+        run.settle();
+    }
+
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 1);
+    EXPECT_EQ(outcomes(), (QStringList{ row(u"b"_s, Outcome::Interrupted), row(u"c"_s, Outcome::Confirmed) }));
+}
+
+TEST_F(UploadLedgerTest, AStartWithAClockThatRunsAheadRemovesNothing)
+{
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s });
+        run.confirmNext();
+        run.settle();
+    }
+    shiftWallClock(1000 * 24h);
+    Launch(m_path).settle();
+    shiftWallClock(0s);
+
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Confirmed) });
+}
+
 /// Files of an earlier run that can be found.
 class LedgerQueryTest : public UploadLedgerTest {
 protected:
@@ -475,6 +511,21 @@ TEST_F(UploadLedgerTest, AFullDiskIsSaidOnceAndTheRunGoesOn)
     EXPECT_TRUE(run.problems[0][0].toBool());
     EXPECT_TRUE(run.ledger.problem().contains(u"full"_s)) << run.ledger.problem().toStdString();
     EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Waiting) });
+}
+
+TEST_F(UploadLedgerTest, AfterAProblemOthersTakeTheRunForOneThatGoesOnUntilItEnds)
+{
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
+    ask(u"CREATE TRIGGER refusal BEFORE INSERT ON files BEGIN SELECT RAISE(ABORT, 'no'); END"_s);
+    run.history.filesQueued({ u"/b"_s });
+    ASSERT_TRUE(waitFor([&run] { return run.problems.size() == 1; }));
+    ask(u"DROP TRIGGER refusal"_s);
+
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 0);
+    run.settle();
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 1);
 }
 
 TEST_F(UploadLedgerTest, AHistoryThatIsNotKeptLeavesNothing)
