@@ -103,16 +103,21 @@ void AutomaticTries::giveUp()
     }
 }
 
-/// Queues those of @p files that nobody has queued meanwhile.
+/// Queues those of @p files that nobody has queued meanwhile. Those for which another destination is in force than
+/// their own are left to the user.
 void AutomaticTries::queue(const std::vector<Waiting>& files)
 {
-    if (files.empty() || hinder(files)) {
-        return;
-    }
+    const Destination present = DestinationSettings::destination();
     QList<int> numbers;
     QList<int> tries;
+    QMap<QString, int> others;
     for (const Waiting& file : files) {
-        if (m_history.entries().withoutPath(file.number).canQueueAgain()) {
+        if (!m_history.entries().withoutPath(file.number).canQueueAgain()) {
+            continue;
+        }
+        if (file.location != present.location || file.username != present.username) {
+            ++others[file.location];
+        } else {
             numbers.append(file.number);
             tries.append(file.triesBefore + 1);
         }
@@ -125,24 +130,17 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
         m_queue.append(paths);
         emit queued();
     }
+    hinder(others);
 }
 
-/// Whether another destination than that of all @p files is in force; then it is said. They wait together, so one that
-/// was for another is the rare case, and all of them are left to the user.
-bool AutomaticTries::hinder(const std::vector<Waiting>& files)
+/// Says that nothing becomes of so many files for each of those locations.
+void AutomaticTries::hinder(const QMap<QString, int>& others)
 {
-    const Destination present = DestinationSettings::destination();
-    const bool isSame = std::all_of(files.begin(), files.end(), [&present](const Waiting& file) {
-        return file.location == present.location && file.username == present.username;
-    });
-    if (isSame) {
-        return false;
+    for (auto other = others.cbegin(); other != others.cend(); ++other) {
+        m_hindrance = u"no other try, as another destination is in force"_s;
+        m_history.note(u"%1 waited for another try, which was given up: another destination is in force than %2."_s.arg(
+            other.value() == 1 ? u"One file"_s : u"%1 files"_s.arg(QLocale().toString(other.value())), other.key()));
     }
-    m_hindrance = u"no other try, as another destination is in force"_s;
-    m_history.note(u"%1 waited for another try, which was given up: another destination is in force than %2."_s.arg(
-        files.size() == 1 ? u"One file"_s : u"%1 files"_s.arg(QLocale().toString(files.size())),
-        files.front().location));
-    return true;
 }
 
 void AutomaticTries::lookSoon()

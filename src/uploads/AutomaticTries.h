@@ -3,6 +3,7 @@
 #include "UploadOutcome.h"
 
 #include <QHash>
+#include <QMap>
 #include <QObject>
 #include <QTimer>
 
@@ -57,7 +58,7 @@ private:
     void fileFails(int number, const UploadOutcome& outcome);
     void look();
     void queue(const std::vector<Waiting>& files);
-    bool hinder(const std::vector<Waiting>& files);
+    void hinder(const QMap<QString, int>& others);
     void lookSoon();
 
     UploadHistory& m_history;

@@ -186,6 +186,34 @@ TEST_F(AutomaticTriesTest, ATryGoesToTheDestinationOfTheFirstOrIsGivenUp)
     EXPECT_TRUE(m_tries->hindrance().isNull());
 }
 
+TEST_F(AutomaticTriesTest, OnlyFilesForAnotherDestinationAreGivenUp)
+{
+    const auto loseFor = [this](const QString& host, const PathList& paths) {
+        set(SettingNames::address, host);
+        add(paths);
+        for (qsizetype index = 0; index < paths.size(); ++index) {
+            m_queue.takeFirst();
+            m_history.nextFileStarts(u"ftp://%1/"_s.arg(host));
+            m_history.fileEnded(lost);
+        }
+    };
+    loseFor(u"one"_s, { u"/a"_s, u"/b"_s });
+    loseFor(u"two"_s, { u"/c"_s });
+    loseFor(u"host"_s, { u"/d"_s });
+    m_tries->tryNow();
+
+    EXPECT_EQ(m_queue.paths(), QStringList{ u"/d"_s });
+    EXPECT_TRUE(m_tries->isTry(4));
+    EXPECT_EQ(m_tries->hindrance(), u"no other try, as another destination is in force"_s);
+    EXPECT_EQ(
+        m_history.entries()[5].path,
+        u"2 files waited for another try, which was given up: another destination is in force than ftp://one/."_s);
+    EXPECT_EQ(
+        m_history.entries()[6].path,
+        u"One file waited for another try, which was given up: another destination is in force than ftp://two/."_s);
+    EXPECT_EQ(m_history.rowCount(), 7);
+}
+
 TEST_F(AutomaticTriesTest, AnotherUserIsAnotherDestination)
 {
     setDelays({ 1ms });
