@@ -12,18 +12,21 @@ namespace {
 /// Whether nobody has queued the file of @p row again since that was read.
 bool isStillRepeatable(ViewController& controller, const LedgerRow& row)
 {
-    return !row.key.isOfThisRun() || controller.history().entries().withoutPath(row.key.number).canQueueAgain();
+    return row.key.isOfThisRun() ? controller.history().entries().withoutPath(row.key.number).canQueueAgain()
+                                 : !controller.ledger().wasQueuedAgain(row.key);
 }
 
 void queueNow(ViewController& controller, const QList<LedgerRow>& rows)
 {
+    QList<LedgerRow> wanted = rows;
+    wanted.removeIf([&controller](const LedgerRow& row) { return !isStillRepeatable(controller, row); });
+    if (wanted.isEmpty()) {
+        return;
+    }
     PathList paths;
     QList<int> numbers;
     QList<LedgerKey> others;
-    for (const LedgerRow& row : HistoryRows::present(rows)) {
-        if (!isStillRepeatable(controller, row)) {
-            continue;
-        }
+    for (const LedgerRow& row : HistoryRows::present(wanted)) {
         paths.append(row.entry.path);
         if (row.key.isOfThisRun()) {
             numbers.append(row.key.number);
@@ -31,13 +34,13 @@ void queueNow(ViewController& controller, const QList<LedgerRow>& rows)
             others.append(row.key);
         }
     }
-    controller.history().takeToQueueAgain(numbers);
-    controller.ledger().queuedAgain(others);
     if (paths.isEmpty()) {
         controller.showAlert(u"Queue Again"_s, u"None of these files is there any more."_s);
-    } else {
-        controller.uploadFiles(paths);
+        return;
     }
+    controller.history().takeToQueueAgain(numbers);
+    controller.uploadFiles(paths);
+    controller.ledger().queuedAgain(others); // After a kill in between they are asked about twice, and not forgotten.
 }
 
 void queueRows(ViewController& controller, const QList<LedgerRow>& rows)

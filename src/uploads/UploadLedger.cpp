@@ -281,6 +281,8 @@ void UploadLedger::forgetInterrupted()
 void UploadLedger::queuedAgain(const QList<LedgerKey>& keys)
 {
     if (isOpen()) {
+        std::copy_if(keys.begin(), keys.end(), std::inserter(m_queuedAgain, m_queuedAgain.end()),
+                     [](LedgerKey key) { return !key.isOfThisRun(); });
         m_thread.post([work = m_work, keys] { work->queuedAgain(keys); });
     }
 }

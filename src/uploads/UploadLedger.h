@@ -4,6 +4,7 @@
 #include "TaskThread.h"
 
 #include <QObject>
+#include <QSet>
 
 #include <chrono>
 #include <functional>
@@ -56,6 +57,8 @@ public:
     void forgetInterrupted();
     /// Of those of @p keys that are no files of this run later rows stand for the next try.
     void queuedAgain(const QList<LedgerKey>& keys);
+    /// Whether this run has said so of the file with that @p key, which no reading may know yet.
+    bool wasQueuedAgain(LedgerKey key) const { return m_queuedAgain.contains(key); }
 
 signals:
     /// The history is not kept on disk from here on, as problem() says. It @p isNews where a file is lost or was set
@@ -82,6 +85,7 @@ private:
     QString m_problem;
     int m_recorded = 0; ///< So many rows of the history were handed over.
     QList<LedgerKey> m_interrupted;
+    QSet<LedgerKey> m_queuedAgain; ///< Of earlier runs, by this one.
     QString m_copy;
     TaskThread m_thread; ///< Last, so that it ends first.
 };

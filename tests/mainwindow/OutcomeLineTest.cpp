@@ -346,6 +346,17 @@ TEST_F(InterruptedFilesTest, QueueAgainPutsThemIntoTheQueueInTheirOrder)
     EXPECT_FALSE(tool("forgetInterruptedButton").isVisible());
 }
 
+TEST_F(InterruptedFilesTest, TwoPressesQueueThemOnce)
+{
+    ASSERT_TRUE(waitForLine());
+    tool("queueOutcomeAgainButton").click();
+    tool("queueOutcomeAgainButton").click();
+
+    ASSERT_TRUE(waitFor([this] { return m_controller->ledger().interrupted().isEmpty(); }));
+    EXPECT_EQ(m_controller->history().rowCount(), 2);
+    EXPECT_TRUE(shownSheets().isEmpty());
+}
+
 TEST_F(InterruptedFilesTest, ForgottenFilesAreNotAskedAboutAgain)
 {
     ASSERT_TRUE(waitForLine());
