@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <iterator>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -24,6 +25,7 @@ namespace {
 
 constexpr auto rest = 50ms; ///< So long news are gathered before they are written.
 constexpr int rowsBetweenPrunings = 5000;
+constexpr auto longestBusy = 30s; ///< So long others may write before what was asked for is given up.
 
 /// Moves a database out of the way that cannot be read; the answer is where it went, null when it stays.
 QString setAside(const QString& path)
@@ -94,7 +96,8 @@ public:
 
     void open()
     {
-        m_wasKept = judge(m_database.open(m_path));
+        const LedgerProblem problem = repeatWhileBusy([this] { return m_database.open(m_path); });
+        m_wasKept = judge(problem == LedgerProblem::Busy ? LedgerProblem::NotWritable : problem);
         if (m_wasKept) {
             prune();
         }
@@ -119,21 +122,21 @@ public:
 
     void clear()
     {
-        judge(m_database.clear());
+        judge(repeatWhileBusy([this] { return m_database.clear(); }));
         tellInterrupted();
         tellOthers();
     }
 
     void forgetInterrupted()
     {
-        judge(m_database.forgetInterrupted());
+        judge(repeatWhileBusy([this] { return m_database.forgetInterrupted(); }));
         tellInterrupted();
         tellOthers();
     }
 
     void queuedAgain(const QList<LedgerKey>& keys)
     {
-        judge(m_database.queuedAgain(keys));
+        judge(repeatWhileBusy([this, &keys] { return m_database.queuedAgain(keys); }));
         tellInterrupted();
         tellOthers();
     }
@@ -157,6 +160,18 @@ private:
     template <typename Part> static void append(std::vector<Part>& all, std::vector<Part>&& more)
     {
         all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+    }
+
+    /// Each attempt waits a while itself where it can.
+    template <typename Attempt> static LedgerProblem repeatWhileBusy(Attempt attempt)
+    {
+        const auto end = std::chrono::steady_clock::now() + longestBusy;
+        LedgerProblem problem = attempt();
+        while (problem == LedgerProblem::Busy && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(rest);
+            problem = attempt();
+        }
+        return problem;
     }
 
     LedgerBatch takeNews()

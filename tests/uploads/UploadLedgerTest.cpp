@@ -478,6 +478,27 @@ TEST_F(UploadLedgerTest, AFileSystemThatCannotLockIsSaidOnce)
     EXPECT_TRUE(run.ledger.problem().contains(u"No locks available"_s));
 }
 
+TEST_F(UploadLedgerTest, ADatabaseToWhichSomebodyWritesForLongIsOpenedAfterwards)
+{
+    Launch(m_path).settle();
+    Launch run;
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"other"_s);
+        other.setDatabaseName(m_path);
+        ASSERT_TRUE(other.open());
+        EXPECT_TRUE(QSqlQuery(other).exec(u"BEGIN IMMEDIATE"_s));
+        run.ledger.open(m_path, u"Quillbox"_s);
+        run.history.filesQueued({ u"/a"_s });
+        EXPECT_FALSE(waitFor([&run] { return !run.problems.isEmpty(); }, 6s)); // One attempt takes five.
+        EXPECT_TRUE(QSqlQuery(other).exec(u"ROLLBACK"_s));
+    }
+    QSqlDatabase::removeDatabase(u"other"_s);
+    run.settle();
+
+    EXPECT_TRUE(run.ledger.problem().isNull());
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Waiting) });
+}
+
 TEST_F(UploadLedgerTest, AFolderThatCannotBeMadeIsSaidOnce)
 {
     QFile file(m_directory.filePath(u"state"_s));
@@ -603,7 +624,7 @@ TEST_F(LedgerProcessesTest, TwoCopiesWriteWhileAThirdPrunes)
     const auto second = startCopy(u"second"_s, 500, 0);
     const auto isSending = [](QProcess& process) {
         process.waitForReadyRead(1);
-        return !process.peek(process.bytesAvailable()).endsWith("499\n");
+        return process.state() != QProcess::NotRunning && !process.peek(process.bytesAvailable()).endsWith("499\n");
     };
     LedgerDatabase third(u"third"_s);
     ASSERT_EQ(third.open(m_path), LedgerProblem::None);
