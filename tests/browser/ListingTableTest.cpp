@@ -151,6 +151,18 @@ TEST_F(ListingTableTest, AColumnThatIsMadeWiderTakesNothingFromTheLeastOfNames)
     EXPECT_GE(m_table.columnWidth(0), columnWidthFor(m_table, QString(14, u'n')));
 }
 
+TEST_F(ListingTableTest, AColumnThatIsMadeTooWideHasItsUsualWidthAgain)
+{
+    for (const QString& title : { TableColumns::date, TableColumns::mode }) {
+        const int column = static_cast<int>(TableColumns::all.indexOf(title));
+        const int usual = m_table.columnWidth(column);
+
+        m_table.setColumnWidth(column, 5000);
+        EXPECT_TRUE(waitFor([&] { return !m_table.isColumnHidden(column) && m_table.columnWidth(column) == usual; }))
+            << title.toStdString();
+    }
+}
+
 TEST_F(ListingTableTest, DatesOfEveryLocaleFitTheirColumn)
 {
     for (const QLocale::Language language : { QLocale::English, QLocale::German, QLocale::Arabic, QLocale::Chinese }) {

@@ -87,6 +87,9 @@ void ListingTable::setDefaultWidths()
     header.resizeSection(column(TableColumns::type), widthOf(TableColumns::type));
     header.resizeSection(column(TableColumns::date), std::max(widthOfDateAt({ 10, 58 }), widthOfDateAt({ 22, 58 })));
     header.resizeSection(column(TableColumns::mode), widthOf(u"drwxrwxrwx "_s) + 24);
+    for (const int section : { column(TableColumns::date), column(TableColumns::mode) }) {
+        m_usualWidths[section] = header.sectionSize(section);
+    }
     header.setSectionResizeMode(column(TableColumns::name), QHeaderView::Stretch);
     // The icon stands before the name that it belongs to.
     header.moveSection(header.visualIndex(column(TableColumns::type)), 0);
@@ -107,8 +110,11 @@ void ListingTable::giveWayToNames()
         const int width = isHidden ? m_hiddenWidths.value(section) : header.sectionSize(section);
         room -= width;
         if (isHidden != (room < 0)) {
-            m_hiddenWidths[section] = width;
+            // One that was made too wide comes back with its usual width, or it never would.
+            const int widthThen = std::min(width, m_usualWidths.value(section));
+            m_hiddenWidths[section] = widthThen;
             header.setSectionHidden(section, room < 0);
+            header.resizeSection(section, widthThen);
         }
     }
 }

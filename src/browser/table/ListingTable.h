@@ -82,6 +82,7 @@ private:
     ListingModel* m_listing = nullptr;
     QToolButton* m_stopButton;
     TablePlace* m_place = nullptr; ///< Of m_listing.
+    QHash<int, int> m_usualWidths; ///< Of the columns that may give way, by their number.
     QHash<int, int> m_hiddenWidths; ///< Of the columns that have given way, by their number.
     QTimer m_hold{ this }; ///< Runs while the old picture stays.
     TableDragAndDrop m_dragAndDrop{ *this };
