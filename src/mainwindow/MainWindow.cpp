@@ -2,13 +2,13 @@
 
 #include "FocusKeeping.h"
 #include "QueueAgain.h"
+#include "ScreenRoom.h"
 #include "ViewController.h"
 #include "WindowMemory.h"
 #include "ui_MainWindow.h"
 
 #include <QEvent>
 #include <QHeaderView>
-#include <QScreen>
 
 #include <algorithm>
 #include <initializer_list>
@@ -91,8 +91,7 @@ void MainWindow::tableViewSelectionDidChange(const QObject* table)
 /// A window larger than the screen would have its buttons and its status outside.
 void MainWindow::openWithinScreen()
 {
-    constexpr QSize frame(8, 40); // What a window manager adds at most, as a rule.
-    resize(size().boundedTo(screen()->availableSize() - frame));
+    resize(size().boundedTo(roomOnScreen(*this)));
 }
 
 /// What the controls need with the present font, and some room besides.

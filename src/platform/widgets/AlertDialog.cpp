@@ -2,6 +2,7 @@
 
 #include "ElidedLabel.h"
 #include "IconLabel.h"
+#include "ScreenRoom.h"
 #include "SheetDetail.h"
 
 #include <QAccessibleWidget>
@@ -25,6 +26,8 @@ namespace {
 // In device-independent pixels.
 constexpr int iconSide = 40;
 constexpr int leastWidth = 320; ///< Of the text.
+constexpr int sideMargin = 20;
+constexpr int iconGap = 16; ///< Between the icon and the texts.
 
 // In characters of the font.
 constexpr int usualColumns = 52;
@@ -75,6 +78,15 @@ QLabel* newCode()
     return label;
 }
 
+QScrollArea* newScrollArea(QWidget& contents)
+{
+    auto* const area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setWidget(&contents);
+    return area;
+}
+
 QStyle::StandardPixmap pixmapOf(AlertDialog::Style style)
 {
     switch (style) {
@@ -102,7 +114,8 @@ AlertDialog::AlertDialog(QString title, QString text, QWidget* parent)
     , m_title(std::move(title))
     , m_text(std::move(text))
     , m_icon(new IconLabel)
-    , m_column(new QVBoxLayout)
+    , m_texts(new QWidget)
+    , m_column(new QVBoxLayout(m_texts))
     , m_buttons(new QDialogButtonBox)
     , m_defaultButton(m_buttons->addButton(u"OK"_s, QDialogButtonBox::RejectRole))
 {
@@ -118,27 +131,30 @@ AlertDialog::AlertDialog(QString title, QString text, QWidget* parent)
     bold.setBold(true);
     heading->setFont(bold);
     heading->setFixedWidth(widthOfText());
+    m_column->setContentsMargins({});
     m_column->setSpacing(8);
     m_column->addWidget(heading);
     m_column->addWidget(newText());
     auto* const layout = new QGridLayout(this);
-    layout->setContentsMargins(20, 20, 20, 16);
-    layout->setHorizontalSpacing(16);
+    layout->setContentsMargins(sideMargin, 20, sideMargin, 16);
+    layout->setHorizontalSpacing(iconGap);
     layout->setVerticalSpacing(18);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(m_icon, 0, 0, Qt::AlignTop);
-    layout->addLayout(m_column, 0, 1);
+    layout->addWidget(m_texts, 0, 1);
     layout->addWidget(m_buttons, 1, 0, 1, 2);
     m_defaultButton->setFocus();
 }
 
-/// As wide as its longest line, within what is good to read.
+/// As wide as its longest line, within what is good to read and what the screen has room for.
 int AlertDialog::widthOfText() const
 {
     const int character = fontMetrics().averageCharWidth();
     const int least = qMax(leastWidth, usualColumns * character);
     const int wanted = fontMetrics().size(0, m_text).width() + character;
-    return qBound(least, wanted, qMax(least, mostColumns * character));
+    const int room = roomOnScreen(*this).width() - 2 * sideMargin - m_icon->sizeHint().width() - iconGap
+        - style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    return qMin(room, qBound(least, wanted, qMax(least, mostColumns * character)));
 }
 
 QWidget* AlertDialog::newText()
@@ -146,16 +162,13 @@ QWidget* AlertDialog::newText()
     auto* const label = newPlainLabel(m_text);
     const int width = widthOfText();
     const int height = label->heightForWidth(width);
-    const int mostHeight = mostLines * fontMetrics().lineSpacing();
+    const int mostHeight = qMin(mostLines * fontMetrics().lineSpacing(), roomOnScreen(*this).height() / 2);
     if (height <= mostHeight) {
         label->setFixedWidth(width);
         return label;
     }
-    auto* const area = new QScrollArea;
-    area->setFrameShape(QFrame::NoFrame);
+    QScrollArea* const area = newScrollArea(*label);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    area->setWidgetResizable(true);
-    area->setWidget(label);
     area->setFixedSize(width + style()->pixelMetric(QStyle::PM_ScrollBarExtent), mostHeight);
     return area;
 }
@@ -202,8 +215,29 @@ void AlertDialog::addDetails(const QList<SheetDetail>& details)
     m_column->addLayout(rows);
 }
 
+/// Has the texts scrolled where the screen has no room for all of them, so that the buttons stay in sight.
+void AlertDialog::fitToScreen()
+{
+    const QSize room = roomOnScreen(*this);
+    const QSize wanted = layout()->totalSizeHint();
+    if (wanted.boundedTo(room) == wanted) {
+        return;
+    }
+    const QSize texts = m_texts->sizeHint();
+    const int scrollBar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    const int besideThem = 2 * sideMargin + m_icon->sizeHint().width() + iconGap;
+    const QSize most(room.width() - besideThem, room.height() - (wanted.height() - texts.height()));
+    static_cast<QGridLayout*>(layout())->removeWidget(m_texts);
+    QScrollArea* const area = newScrollArea(*m_texts);
+    area->setFixedSize((texts + QSize(scrollBar, scrollBar)).boundedTo(most));
+    static_cast<QGridLayout*>(layout())->addWidget(area, 0, 1);
+    area->show(); // Else the layout leaves it out for now, and the alert is placed by a wrong size.
+    layout()->activate();
+}
+
 void AlertDialog::showEvent(QShowEvent* event)
 {
+    fitToScreen();
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
     QDialog::showEvent(event);

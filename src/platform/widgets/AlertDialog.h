@@ -47,12 +47,14 @@ protected:
 private:
     QWidget* newText();
     int widthOfText() const;
+    void fitToScreen();
 
     QString m_title;
     QString m_text;
     Style m_style = Style::Warning;
     IconLabel* m_icon;
-    QVBoxLayout* m_column; ///< The texts, one below the other.
+    QWidget* m_texts;
+    QVBoxLayout* m_column; ///< Of m_texts: one below the other.
     QDialogButtonBox* m_buttons;
     QPushButton* m_defaultButton;
 };

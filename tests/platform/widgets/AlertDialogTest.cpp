@@ -2,6 +2,7 @@
 
 #include "IconLabel.h"
 #include "Printers.h"
+#include "ScreenRoom.h"
 #include "SheetDetail.h"
 #include "WaitFor.h"
 
@@ -10,6 +11,7 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollArea>
 #include <QTest>
 
@@ -95,6 +97,29 @@ TEST_F(AlertDialogTest, ATextWithoutEndIsScrolledAndTheButtonsStayInSight)
     EXPECT_NE(m_alert->findChild<QScrollArea*>(), nullptr);
     show(u"one"_s, u"short"_s);
     EXPECT_EQ(m_alert->findChild<QScrollArea*>(), nullptr);
+}
+
+TEST_F(AlertDialogTest, ALargeFontMakesNoAlertLargerThanItsScreen)
+{
+    const QFont usual = QApplication::font();
+    const auto restore = qScopeGuard([&usual] { QApplication::setFont(usual); });
+    const QString code = u"2B:64:E4:A8:90:BB:6D:79:34:0D:1D:8E:86:87:FF:6C\n23:8D"_s;
+    for (const double points : { 18.0, 32.0 }) {
+        QFont font = usual;
+        font.setPointSizeF(points);
+        QApplication::setFont(font);
+        for (const QList<SheetDetail>& details :
+             { QList<SheetDetail>(), QList<SheetDetail>(8, { u"Fingerprint"_s, code, true }) }) {
+            for (const int words : { 5, 40, 400 }) {
+                show(u"Item Not Deleted"_s, u"something "_s.repeated(words), details);
+
+                const QSize room = roomOnScreen(*m_alert);
+                EXPECT_EQ(m_alert->size().boundedTo(room), m_alert->size()) << points << ' ' << words;
+                EXPECT_TRUE(m_alert->rect().contains(placeOf(*m_alert->defaultButton()))) << points << ' ' << words;
+                EXPECT_TRUE(m_alert->defaultButton()->hasFocus());
+            }
+        }
+    }
 }
 
 TEST_F(AlertDialogTest, NothingIsTakenAsMarkup)
