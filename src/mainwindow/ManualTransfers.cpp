@@ -3,6 +3,7 @@
 #include "Addressing.h"
 #include "DestinationSettings.h"
 #include "PathText.h"
+#include "ScreenRoom.h"
 #include "StandardFolders.h"
 #include "ViewController.h"
 #include "ui_ManualTransfers.h"
@@ -19,6 +20,8 @@ ManualTransfers::ManualTransfers()
     for (QLineEdit* field : findChildren<QLineEdit*>()) {
         field->setMinimumWidth(fontMetrics().horizontalAdvance(field->placeholderText()) + fontMetrics().height());
     }
+    m_ui->manualLayout->activate(); // Else it has the sizes from before in mind.
+    resize(sizeHint().boundedTo(roomOnScreen(*this)));
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
 }
 

@@ -9,6 +9,7 @@
 #include "HistoryWindow.h"
 #include "PreferencesController.h"
 #include "QueueAgain.h"
+#include "ScreenRoom.h"
 #include "SettingNames.h"
 #include "SheetQueue.h"
 #include "TrustedCertificates.h"
@@ -20,6 +21,7 @@
 #include <QJsonValue>
 #include <QSignalBlocker>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -54,9 +56,13 @@ void SecondaryWindows::makeWelcome()
     heading.setBold(true);
     heading.setPointSizeF(QFontInfo(heading).pointSizeF() * 1.8);
     m_welcome->headingLabel->setFont(heading);
-    // So that no text is cut, whatever the font.
-    const int width = 68 * m_welcomeWindow.fontMetrics().averageCharWidth();
-    m_welcomeWindow.setMinimumSize(width, m_welcomeWindow.layout()->totalHeightForWidth(width));
+    // So that no text is cut, whatever the font; they scroll where the screen has no room for them.
+    const QSize room = roomOnScreen(m_welcomeWindow);
+    const QSize besideTexts = m_welcomeWindow.layout()->totalSizeHint() - m_welcome->welcomeArea->sizeHint();
+    const int width = std::min(68 * m_welcomeWindow.fontMetrics().averageCharWidth(), room.width());
+    const QMargins margins = m_welcomeWindow.layout()->contentsMargins();
+    const int textsHeight = m_welcome->contentsLayout->totalHeightForWidth(width - margins.left() - margins.right());
+    m_welcomeWindow.setMinimumSize(width, std::min(textsHeight + besideTexts.height(), room.height()));
     m_welcomeWindow.resize(m_welcomeWindow.minimumSize());
     connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, &m_welcomeWindow, &QWidget::close);
     connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &SecondaryWindows::showPreferences);

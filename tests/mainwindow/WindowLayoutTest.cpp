@@ -2,6 +2,7 @@
 #include "ElidedLabel.h"
 #include "FiguresRow.h"
 #include "QueuedFilesView.h"
+#include "ScreenRoom.h"
 #include "ViewControllerTest.h"
 
 #include <QLocale>
@@ -245,6 +246,26 @@ TEST_F(WindowLayoutTest, TheHintThatIsBackTakesTwoLinesWhereThereIsRoom)
                                   [](const QLabel* label) { return label->text() == u"or press Ctrl+O"_s; });
     ASSERT_NE(key, labels.end());
     EXPECT_TRUE((*key)->isVisible());
+}
+
+TEST_F(WindowLayoutTest, TheOtherWindowsOpenWithinTheirScreenInAnyFont)
+{
+    for (const double points : { 9.0, 18.0, 32.0 }) {
+        startWithFontOf(points);
+        SecondaryWindows& windows = m_controller->windows();
+        m_controller->showWelcomeWindow(true);
+        windows.showManualTransfers();
+        drainEventLoop();
+        for (const QWidget* window :
+             { static_cast<QWidget*>(&windows.welcomeWindow()), static_cast<QWidget*>(&windows.manualTransfers()) }) {
+            EXPECT_EQ(window->size().boundedTo(roomOnScreen(*window)), window->size())
+                << points << window->windowTitle().toStdString();
+        }
+        const QPushButton& close = *windows.welcomeWindow().findChild<QPushButton*>(u"closeWelcomeButton"_s);
+        EXPECT_TRUE(
+            windows.welcomeWindow().rect().contains({ close.mapTo(&windows.welcomeWindow(), QPoint()), close.size() }))
+            << points;
+    }
 }
 
 TEST_F(WindowLayoutTest, TheWindowOpensWithinItsScreen)
