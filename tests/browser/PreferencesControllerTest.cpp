@@ -555,6 +555,20 @@ TEST_F(PreferencesControllerTest, EachFieldHasItsLabelAndItsName)
     EXPECT_EQ(control<QPushButton>("showPasswordButton").toolTip(), u"Show password"_s);
 }
 
+TEST_F(PreferencesControllerTest, ANoteIsReadWithItsControl)
+{
+    const QWidget* const view = m_preferences.view();
+    for (const auto& [control, note] : { std::pair{ "openDownloadedFilesCheckBox", "openDownloadedFilesNote" },
+                                         { "keepHistoryCheckBox", "keepHistoryNote" },
+                                         { "retryFailedFilesCheckBox", "retryFailedFilesNote" },
+                                         { "webAddressTextField", "webAddressNote" },
+                                         { "forgetCertificateButton", "forgetCertificateNote" } }) {
+        const QString text = view->findChild<QLabel*>(QString::fromLatin1(note))->text();
+        EXPECT_FALSE(text.isEmpty());
+        EXPECT_EQ(view->findChild<QWidget*>(QString::fromLatin1(control))->accessibleDescription(), text);
+    }
+}
+
 TEST_F(PreferencesControllerTest, ThePanelSaysWhereFilesGoAndOtherwiseWhyNowhere)
 {
     m_preferences.showPanel();

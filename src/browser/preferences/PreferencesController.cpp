@@ -7,14 +7,17 @@
 #include "DrawnIcons.h"
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
+#include "ScreenRoom.h"
 #include "SettingNames.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
 #include "ui_Preferences.h"
 
-#include <QScreen>
 #include <QStyle>
 #include <QUuid>
+
+#include <initializer_list>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -287,11 +290,18 @@ void PreferencesController::fitToFont()
         note->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
                         + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
     }
+    for (const auto& [control, note] : std::initializer_list<std::pair<QWidget*, const QLabel*>>{
+             { m_ui->openDownloadedFilesCheckBox, m_ui->openDownloadedFilesNote },
+             { m_ui->keepHistoryCheckBox, m_ui->keepHistoryNote },
+             { m_ui->retryFailedFilesCheckBox, m_ui->retryFailedFilesNote },
+             { m_ui->webAddressTextField, m_ui->webAddressNote },
+             { m_ui->forgetCertificateButton, m_ui->forgetCertificateNote } }) {
+        control->setAccessibleDescription(note->text()); // Screen readers come by the controls only.
+    }
     for (QWidget* contents : { m_ui->serverContents, m_ui->moreContents }) {
         contents->layout()->activate(); // Else it has the sizes from before in mind.
     }
-    constexpr QSize frame(8, 40); // What a window manager adds at most, as a rule.
-    m_view->resize(m_view->sizeHint().boundedTo(m_view->screen()->availableSize() - frame));
+    m_view->resize(m_view->sizeHint().boundedTo(roomOnScreen(*m_view)));
 }
 
 void PreferencesController::showPassword(bool isShown)
