@@ -83,7 +83,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     QToolButton* const dismissButton = addButton("dismissOutcomeButton", u"✕"_s);
     dismissButton->setToolTip(u"Dismiss"_s);
     dismissButton->setAccessibleName(u"Dismiss"_s);
-    connect(dismissButton, &QToolButton::clicked, this, &QWidget::hide);
+    connect(dismissButton, &QToolButton::clicked, this, &OutcomeLine::dismiss);
     connect(m_showButton, &QToolButton::clicked, this, [this] {
         emit showRequested(m_isAboutEarlierRuns
                                ? m_ledger->interrupted()
@@ -156,14 +156,31 @@ void OutcomeLine::interruptedChanged()
         m_isAboutEarlierRuns = false;
         hide();
     }
-    if (count == 0 || (!m_isAboutEarlierRuns && m_history->rowCount() > 0)) {
-        return;
+    if (count > 0 && (m_isAboutEarlierRuns || m_history->rowCount() == 0)) {
+        tellInterrupted(count);
     }
+}
+
+/// What the line about a queue stood before is said after it, once.
+void OutcomeLine::dismiss()
+{
+    hide();
+    if (const qsizetype count = m_ledger->interrupted().size(); count > 0 && !m_wasInterruptedTold) {
+        tellInterrupted(count);
+    }
+}
+
+void OutcomeLine::tellInterrupted(qsizetype count)
+{
+    m_wasInterruptedTold = true;
     m_isAboutEarlierRuns = true;
+    m_lostRows.reset();
     setText(count == 1 ? u"1 file was not confirmed"_s
                        : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
             true);
-    m_copyWebLinkButton->hide();
+    for (QWidget* const button : { m_copyWebLinkButton, m_tryNowButton, m_giveUpButton }) {
+        button->hide();
+    }
     m_queueAgainButton->show();
     m_forgetButton->show();
     arrange();

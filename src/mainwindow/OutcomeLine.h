@@ -44,6 +44,8 @@ private:
     QToolButton* addButton(const char* name, const QString& text);
     void queueDrained();
     void interruptedChanged();
+    void dismiss();
+    void tellInterrupted(qsizetype count);
     void triesChanged();
     void refresh();
     QString queueText() const;
@@ -57,6 +59,7 @@ private:
     UploadLedger* m_ledger = nullptr;
     AutomaticTries* m_tries = nullptr;
     bool m_isAboutEarlierRuns = false;
+    bool m_wasInterruptedTold = false;
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
     QBoxLayout* m_layout;
     QBoxLayout* m_buttons;

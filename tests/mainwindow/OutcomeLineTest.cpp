@@ -399,6 +399,19 @@ TEST_F(InterruptedFilesTest, TheLineAboutAQueueStandsBeforeIt)
     EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
     ASSERT_TRUE(waitFor([this] { return !m_controller->ledger().interrupted().isEmpty(); }));
     EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+
+    tool("dismissOutcomeButton").click();
+    EXPECT_TRUE(line().isVisible());
+    EXPECT_EQ(text("outcomeTextField"), u"2 files were not confirmed"_s);
+    EXPECT_TRUE(tool("queueOutcomeAgainButton").isVisible());
+    tool("dismissOutcomeButton").click();
+    EXPECT_FALSE(line().isVisible());
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    confirmNext();
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+    tool("dismissOutcomeButton").click();
+    EXPECT_FALSE(line().isVisible()); // It was said.
 }
 
 /// With files that are tried again by themselves.
