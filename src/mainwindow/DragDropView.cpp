@@ -133,14 +133,22 @@ void DragDropView::concludeDragOperation()
 void DragDropView::displayDroppedFiles(const PathList& files)
 {
     m_textView->setFiles(files);
+    m_isOfLatestQueue = true;
     setOver(files.isEmpty());
     arrange();
 }
 
+void DragDropView::queueBegins()
+{
+    m_isOfLatestQueue = false;
+    setOver(true);
+}
+
 void DragDropView::setOver(bool isOver)
 {
-    if (isOver != m_isOver) {
-        m_isOver = isOver;
+    const bool isOverNow = isOver || !m_isOfLatestQueue;
+    if (isOverNow != m_isOver) {
+        m_isOver = isOverNow;
         arrange();
     }
 }

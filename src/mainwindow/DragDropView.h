@@ -41,7 +41,9 @@ public:
 
     /// Lists @p files as "1) path" and so on, in place of what was listed. The list then stands until the next one.
     void displayDroppedFiles(const PathList& files);
-    /// Whether what is listed is over: then the list is dimmed, and the hint stands beside it.
+    /// What is listed by now is over, whatever becomes of the queue that begins.
+    void queueBegins();
+    /// Whether the queue is over: then its list is dimmed, and the hint stands beside it.
     void setOver(bool isOver);
     /// Whether there is room for a line only.
     void setLow(bool isLow);
@@ -83,6 +85,7 @@ private:
     QStringList m_leftOut; ///< What came with them and is no plain file.
     bool m_highlight = false;
     bool m_isOver = true;
+    bool m_isOfLatestQueue = true; ///< What is listed.
     bool m_isLow = false;
     Qt::DropAction m_offeredAction = Qt::IgnoreAction; ///< To the drag that hovers over the view.
 };

@@ -135,6 +135,7 @@ WindowState Pump::state() const
              .isReceiving = m_parts.downloads.isReceiving(),
              .size = movingSize(),
              .waiting = m_parts.queue.size(),
+             .isQueueUnderWay = m_parts.history.isQueueUnderWay(),
              .isTryWaiting = m_parts.tries.waitingCount() > 0,
              .tally = m_parts.history.queueTally(),
              .listing = listing.state(),

@@ -77,6 +77,7 @@ void ViewController::connectParts()
     menu->setParent(this);
     connect(&m_pump, &Pump::shown, menu, &MainMenu::show);
     connect(&m_tries, &AutomaticTries::queued, this, &ViewController::showQueuedFiles);
+    connect(&m_history, &UploadHistory::queueBegins, m_window.ui().dragAndDropView, &DragDropView::queueBegins);
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);

@@ -179,7 +179,7 @@ void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
     showQueue(state.waiting, state.tally);
     setEnabledKeepingFocus(*m_window.clearQueueButton, state.canClearQueue(), *m_window.destinationListingTable);
     showProgress(now, state);
-    m_window.dragAndDropView->setOver(!state.isSending && state.waiting == 0);
+    m_window.dragAndDropView->setOver(!state.isQueueUnderWay);
     if (isNewSecond) {
         showSpeed(state);
     }

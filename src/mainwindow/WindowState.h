@@ -11,6 +11,7 @@ struct WindowState {
     bool isReceiving = false;
     qint64 size = -1; ///< Of what moves, in bytes; -1: not known, or of several.
     qsizetype waiting = 0; ///< Files in the queue.
+    bool isQueueUnderWay = false; ///< Files of the queue wait or are being sent.
     bool isTryWaiting = false; ///< Files wait for another try.
     FileTally tally; ///< Of the queue's files that have ended.
     DestinationListing::State listing = DestinationListing::State::Idle;

@@ -3,8 +3,10 @@
 #include "FiguresRow.h"
 #include "QueuedFilesView.h"
 #include "ScreenRoom.h"
+#include "StandardFolders.h"
 #include "ViewControllerTest.h"
 
+#include <QLineEdit>
 #include <QLocale>
 #include <QScreen>
 
@@ -233,6 +235,29 @@ TEST_F(WindowLayoutTest, AfterTheQueueItsListIsDimmedAndTheHintIsBack)
     EXPECT_TRUE(view.textView()->isVisible());
     EXPECT_EQ(colour(), QPalette::PlaceholderText);
     EXPECT_EQ(view.textView()->toPlainText(), list);
+}
+
+TEST_F(WindowLayoutTest, TheListOfAnEndedQueueStaysDimmedWhateverElseGoesOn)
+{
+    const auto colour = [this] { return control<DragDropView>("dragAndDropView").textView()->foregroundRole(); };
+    startSending();
+    endWithALoss();
+    ASSERT_EQ(colour(), QPalette::PlaceholderText);
+
+    QFile manual(downloadsDirectoryPath() + u"/manual"_s);
+    ASSERT_TRUE(manual.open(QIODevice::WriteOnly));
+    control<QLineEdit>("fileToUploadTextField").setText(u"manual"_s);
+    button("startStopUploadButton").click();
+    tickAndLayOut();
+    EXPECT_TRUE(m_controller->pc().isSending());
+    EXPECT_EQ(colour(), QPalette::PlaceholderText);
+    button("startStopUploadButton").click();
+    tickAndLayOut();
+
+    unset(u"Address"_s);
+    m_controller->uploadFiles({ makeFile(u"third"_s) });
+    tickAndLayOut();
+    EXPECT_EQ(colour(), QPalette::PlaceholderText);
 }
 
 TEST_F(WindowLayoutTest, TheHintThatIsBackTakesTwoLinesWhereThereIsRoom)
