@@ -2,6 +2,7 @@
 
 #include "RunLoop.h"
 
+#include <QSocketNotifier>
 #include <QTcpSocket>
 
 #include <chrono>
@@ -31,7 +32,11 @@ Operations& operations()
 /// Its static object is destroyed before those of Qt that sockets need, since these are made first.
 class ProgramEnd {
 public:
-    ProgramEnd() { QTcpSocket().setSocketDescriptor(-1); }
+    ProgramEnd()
+    {
+        QTcpSocket().setSocketDescriptor(-1);
+        const QSocketNotifier notifier(QSocketNotifier::Read); // Makes the registry of types.
+    }
     ProgramEnd(const ProgramEnd&) = delete;
     ProgramEnd& operator=(const ProgramEnd&) = delete;
     ~ProgramEnd()
