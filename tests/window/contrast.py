@@ -58,8 +58,13 @@ def ratio(one, other):
     return (lighter + 0.05) / (darker + 0.05)
 
 
-def faint_texts(desktop, texts):
-    """Those of the texts, pairs of words and box, that do not stand out enough, with their contrasts."""
+def contrasts_of(desktop, texts):
+    """The texts, pairs of words and box, with the contrasts of those that can be seen whole."""
     screen = Screen(desktop)
     contrasts = [(words, screen.contrast(box)) for words, box in texts]
-    return [f"{words!r}: {contrast:.2f}" for words, contrast in contrasts if contrast is not None and contrast < LEAST]
+    return [(words, contrast) for words, contrast in contrasts if contrast is not None]
+
+
+def faint_texts(contrasts):
+    """Those that do not stand out enough."""
+    return [f"{words!r}: {contrast:.2f}" for words, contrast in contrasts if contrast < LEAST]
