@@ -8,6 +8,7 @@
 #include <future>
 #include <map>
 #include <mutex>
+#include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 #include <thread>
@@ -30,13 +31,39 @@ std::pair<QByteArray, QByteArray> place()
     return { qgetenv(X509_get_default_cert_file_env()), qgetenv(X509_get_default_cert_dir_env()) };
 }
 
-/// The store of the place, being read or read. Stores live as long as the process: channels of any thread use them.
+/// The stores of all places, being read or read. They live as long as the process: channels of any thread use them.
+struct Stores {
+    std::mutex mutex;
+    std::map<std::pair<QByteArray, QByteArray>, Store> all;
+};
+
+Stores& stores()
+{
+    static auto& stores = *new Stores;
+    return stores;
+}
+
+/// At the end of the program OpenSSL puts away what reading needs. Its static object is destroyed before that, since
+/// OpenSSL is made first.
+class ReadingEnd {
+public:
+    ReadingEnd() { OPENSSL_init_ssl(0, nullptr); }
+    ReadingEnd(const ReadingEnd&) = delete;
+    ReadingEnd& operator=(const ReadingEnd&) = delete;
+    ~ReadingEnd()
+    {
+        const std::lock_guard lock(stores().mutex);
+        for (const auto& [place, store] : stores().all) {
+            store.wait();
+        }
+    }
+};
+
 Store sharedStore()
 {
-    static std::mutex mutex;
-    static auto& stores = *new std::map<std::pair<QByteArray, QByteArray>, Store>;
-    const std::lock_guard lock(mutex);
-    Store& store = stores[place()];
+    static const ReadingEnd end;
+    const std::lock_guard lock(stores().mutex);
+    Store& store = stores().all[place()];
     if (!store.valid()) {
         std::promise<X509_STORE*> promise;
         store = promise.get_future().share();
