@@ -74,10 +74,7 @@ HistoryTableModel::HistoryTableModel(const UploadHistory& history, UploadLedger&
     connect(&history, &UploadHistory::rowsAboutToBeAppended, this, &HistoryTableModel::rowsAboutToBeAppended);
     connect(&history, &UploadHistory::rowsAppended, this, &HistoryTableModel::rowsAppended);
     connect(&history, &UploadHistory::rowsChanged, this, &HistoryTableModel::rowsChanged);
-    connect(&ledger, &UploadLedger::othersChanged, this, [this] {
-        m_read.clear();
-        refresh();
-    });
+    connect(&ledger, &UploadLedger::othersChanged, this, &HistoryTableModel::othersChanged);
 }
 
 int HistoryTableModel::rowCount(const QModelIndex& parent) const
@@ -102,9 +99,11 @@ QVariant HistoryTableModel::data(const QModelIndex& index, int role) const
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole && role != Qt::ForegroundRole) {
         return {};
     }
+    if (!isKnown(index.row())) {
+        want(index.row());
+    }
     const HistoryEntry* const entry = this->entry(index.row());
     if (entry == nullptr) {
-        want(index.row());
         return {};
     }
     switch (role) {
@@ -155,12 +154,20 @@ void HistoryTableModel::ask(const LedgerQuery& query)
 void HistoryTableModel::refresh()
 {
     m_refreshSoon.stop();
-    m_ledger.find(m_query, this,
-                  [this, question = ++m_question, known = m_history.rowCount()](const QList<LedgerKey>& keys) {
-                      if (question == m_question) {
-                          show(keys, known);
-                      }
-                  });
+    m_ledger.find(m_query, this, [this, question = ++m_question, known = m_history.rowCount()](const auto& keys) {
+        if (keys && question == m_question) {
+            show(*keys, known);
+        }
+    });
+}
+
+void HistoryTableModel::othersChanged()
+{
+    for (Known& known : m_read) {
+        known.isOld = true;
+    }
+    showAgain(0, rowCount()); // Rows that are seen are read again.
+    refresh();
 }
 
 /// The ledger's answer, which it gave when it knew so many files of this run.
@@ -171,6 +178,7 @@ void HistoryTableModel::show(const QList<LedgerKey>& keys, int known)
         return;
     }
     beginResetModel();
+    ++m_resets;
     m_keys = keys;
     m_rowsOfRun.assign(static_cast<size_t>(m_history.rowCount()), -1);
     for (int row = 0; row < static_cast<int>(keys.size()); ++row) {
@@ -225,9 +233,7 @@ void HistoryTableModel::rowsChanged(int first, int last)
             bottom = std::max(bottom, row);
         }
     }
-    if (bottom >= 0) {
-        emit dataChanged(index(top, 0), index(bottom, columnCount() - 1));
-    }
+    showAgain(top, bottom + 1);
     if (!m_query.isPlain() && !m_refreshSoon.isActive()) {
         m_refreshSoon.start();
     }
@@ -254,7 +260,14 @@ bool HistoryTableModel::hasWebLink(int row) const
     return known == nullptr || !HistoryRows::webLink(*known).isNull();
 }
 
-/// What is known of @p row by now; null when it was not read yet.
+/// Whether what entry() answers for @p row is so.
+bool HistoryTableModel::isKnown(int row) const
+{
+    const auto found = m_read.constFind(m_keys[row]);
+    return m_keys[row].isOfThisRun() || (found != m_read.cend() && !found->isOld);
+}
+
+/// What was known of @p row when somebody looked last; null when it was not read yet.
 const HistoryEntry* HistoryTableModel::entry(int row) const
 {
     const LedgerKey& key = m_keys[row];
@@ -263,7 +276,7 @@ const HistoryEntry* HistoryTableModel::entry(int row) const
         return &m_current;
     }
     const auto found = m_read.constFind(key);
-    return found == m_read.cend() ? nullptr : &*found;
+    return found == m_read.cend() ? nullptr : &found->entry;
 }
 
 /// Somebody looks at @p row.
@@ -277,27 +290,46 @@ void HistoryTableModel::want(int row) const
 
 void HistoryTableModel::readWanted()
 {
-    QList<LedgerKey> keys;
-    for (const int page : std::exchange(m_wantedPages, {})) {
-        const int end = std::min(rowCount(), (page + 1) * pageRows);
-        for (int row = page * pageRows; row < end; ++row) {
-            if (!m_keys[row].isOfThisRun() && !m_read.contains(m_keys[row])) {
-                keys.append(m_keys[row]);
-            }
-        }
-    }
     if (m_read.size() > mostRead) {
         m_read.clear();
     }
-    m_ledger.read(keys, this, [this, keys](const QList<LedgerRow>& rows) {
-        for (const LedgerKey& key : keys) {
-            m_read.insert(key, {}); // Those that are gone have nothing to say, and are not asked for again.
+    for (const int page : std::exchange(m_wantedPages, {})) {
+        const int first = page * pageRows;
+        const int end = std::min(rowCount(), first + pageRows);
+        QList<LedgerKey> keys;
+        for (int row = first; row < end; ++row) {
+            if (!isKnown(row)) {
+                keys.append(m_keys[row]);
+            }
         }
-        for (const LedgerRow& row : rows) {
-            m_read.insert(row.key, row.entry);
+        if (keys.isEmpty()) {
+            continue;
         }
-        if (rowCount() > 0) {
-            emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
-        }
-    });
+        m_ledger.read(keys, this, [this, keys, first, end, resets = m_resets](const auto& rows) {
+            if (!rows) {
+                return;
+            }
+            keep(keys, *rows);
+            const bool isThere = resets == m_resets; // Otherwise they may be anywhere now.
+            showAgain(isThere ? first : 0, isThere ? end : rowCount());
+        });
+    }
+}
+
+void HistoryTableModel::showAgain(int first, int end)
+{
+    if (first < end) {
+        emit dataChanged(index(first, 0), index(end - 1, columnCount() - 1));
+    }
+}
+
+/// What was read of @p keys.
+void HistoryTableModel::keep(const QList<LedgerKey>& keys, const QList<LedgerRow>& rows)
+{
+    for (const LedgerKey& key : keys) {
+        m_read.insert(key, {}); // Those that are gone have nothing to say, and are not asked for again.
+    }
+    for (const LedgerRow& row : rows) {
+        m_read.insert(row.key, { .entry = row.entry });
+    }
 }

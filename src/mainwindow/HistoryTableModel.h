@@ -14,8 +14,8 @@ class UploadLedger;
 
 /// The history of all runs as the model of a table. The files of this run are as the history of this run has them, at
 /// any moment; all others are read from the ledger page by page as somebody looks at them, and empty until then. As
-/// long as all rows are shown as they came, those that come are seen at once, otherwise within a second. Belongs to the
-/// main thread.
+/// long as all rows are shown as they came, those that come are seen at once, otherwise within a second. What was read
+/// is shown until it is known whether others have changed it. Belongs to the main thread.
 class HistoryTableModel final : public QAbstractTableModel {
     Q_OBJECT
 
@@ -45,6 +45,12 @@ public:
     bool hasWebLink(int row) const;
 
 private:
+    struct Known {
+        HistoryEntry entry;
+        bool isOld = false; ///< Others may have changed it since.
+    };
+
+    bool isKnown(int row) const;
     const HistoryEntry* entry(int row) const;
     void ask(const LedgerQuery& query);
     void show(const QList<LedgerKey>& keys, int known);
@@ -54,6 +60,9 @@ private:
     void rowsChanged(int first, int last);
     void want(int row) const;
     void readWanted();
+    void othersChanged();
+    void showAgain(int first, int end);
+    void keep(const QList<LedgerKey>& keys, const QList<LedgerRow>& rows);
 
     const UploadHistory& m_history;
     UploadLedger& m_ledger;
@@ -63,7 +72,8 @@ private:
     std::vector<int> m_rowsOfRun; ///< For each file of this run the row, or -1.
     bool m_isInserting = false;
 
-    QHash<LedgerKey, HistoryEntry> m_read; ///< Rows of the ledger that were looked at.
+    int m_resets = 0; ///< So often all rows were replaced.
+    QHash<LedgerKey, Known> m_read; ///< Rows of the ledger that were looked at.
     mutable HistoryEntry m_current; ///< The row of this run that was last asked for.
     mutable QSet<int> m_wantedPages;
     mutable QTimer m_readSoon;

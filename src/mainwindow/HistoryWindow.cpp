@@ -1,6 +1,7 @@
 #include "HistoryWindow.h"
 
 #include "DateText.h"
+#include "HistoryCopy.h"
 #include "HistoryRows.h"
 #include "HistoryTableModel.h"
 #include "HistoryText.h"
@@ -54,6 +55,10 @@ HistoryWindow::HistoryWindow(UploadHistory& history, UploadLedger& ledger, Queue
     connect(&history, &UploadHistory::rowsChanged, this, &HistoryWindow::refreshSoon);
     connect(&history, &UploadHistory::rowsAppended, this, &HistoryWindow::refreshSoon);
     connect(&ledger, &UploadLedger::problemFound, this, &HistoryWindow::showPlace);
+    connect(&ledger, &UploadLedger::readProblemChanged, this, &HistoryWindow::showPlace);
+    m_lookForOthers.setInterval(1s);
+    connect(&m_lookForOthers, &QTimer::timeout, &ledger, &UploadLedger::lookForOthers);
+    connect(&m_sight, &WindowSight::changed, this, &HistoryWindow::setSeen);
     connect(m_ui->historyTable->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &HistoryWindow::showWhatCanBeDone);
     connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, &HistoryWindow::keepSelection);
@@ -228,16 +233,16 @@ void HistoryWindow::copy()
         rows.resize(m_model->rowCount());
         std::iota(rows.begin(), rows.end(), 0);
     }
-    m_ledger.read(keysOf(rows), this,
-                  [](const QList<LedgerRow>& known) { QApplication::clipboard()->setText(HistoryText::lines(known)); });
+    delete m_copying;
+    m_copying = new HistoryCopy(m_ledger, keysOf(rows), this);
 }
 
 void HistoryWindow::copyWebLink()
 {
-    m_ledger.read(keysOf(selectedRows()), this, [](const QList<LedgerRow>& known) {
+    m_ledger.read(keysOf(selectedRows()), this, [](const std::optional<QList<LedgerRow>>& known) {
         const UserDefaults::Reading reading(UserDefaults::standard());
         QStringList links;
-        for (const LedgerRow& row : known) {
+        for (const LedgerRow& row : known.value_or(QList<LedgerRow>())) {
             links.append(HistoryRows::webLink(row.entry));
         }
         links.removeAll({});
@@ -283,7 +288,9 @@ void HistoryWindow::exportHistory()
 void HistoryWindow::showPlace()
 {
     QString text = u"Kept for this run alone, in memory"_s;
-    if (!m_ledger.problem().isNull()) {
+    if (!m_ledger.readProblem().isNull()) {
+        text = u"The history cannot be read: %1"_s.arg(m_ledger.readProblem());
+    } else if (!m_ledger.problem().isNull()) {
         text = m_ledger.problem().section(u'\n', 0, 0);
     } else if (!m_ledger.path().isNull()) {
         QString path = m_ledger.path();
@@ -306,6 +313,17 @@ void HistoryWindow::showEvent(QShowEvent* event)
     showPlace();
     m_model->refresh();
     refresh();
+}
+
+/// Others write to the same history, and nobody tells of it.
+void HistoryWindow::setSeen(bool isSeen)
+{
+    if (isSeen) {
+        m_ledger.lookForOthers();
+        m_lookForOthers.start();
+    } else {
+        m_lookForOthers.stop();
+    }
 }
 
 void HistoryWindow::refreshSoon()

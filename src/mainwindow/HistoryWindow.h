@@ -1,8 +1,10 @@
 #pragma once
 
 #include "LedgerRow.h"
+#include "WindowSight.h"
 
 #include <QList>
+#include <QPointer>
 #include <QSet>
 #include <QStringList>
 #include <QTimer>
@@ -56,6 +58,7 @@ private:
     void queueAgain();
     void copy();
     void copyWebLink();
+    void setSeen(bool isSeen);
     void refreshSoon();
     void refresh();
     void showWhatCanBeDone();
@@ -68,7 +71,10 @@ private:
     QueueAgain m_queueAgain;
     std::unique_ptr<Ui::HistoryWindow> m_ui;
     HistoryTableModel* m_model;
+    QPointer<QObject> m_copying; ///< Puts rows on the clipboard.
     QTimer m_refresh;
+    WindowSight m_sight{ *this };
+    QTimer m_lookForOthers; ///< Runs while the window is seen.
     QTimer m_filter; ///< Until nothing is typed for a moment.
     int m_followed = -1; ///< The file that was being sent at the last look.
     QSet<LedgerKey> m_wanted; ///< To be selected when they are there.

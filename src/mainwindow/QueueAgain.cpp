@@ -80,6 +80,12 @@ void queueRows(ViewController& controller, const QList<LedgerRow>& rows)
 
 void queueAgain(ViewController& controller, const QList<LedgerKey>& keys)
 {
-    controller.ledger().read(keys, &controller,
-                             [&controller](const QList<LedgerRow>& rows) { queueRows(controller, rows); });
+    controller.ledger().read(keys, &controller, [&controller](const std::optional<QList<LedgerRow>>& rows) {
+        if (rows) {
+            queueRows(controller, *rows);
+        } else {
+            controller.showAlert(u"Queue Again"_s,
+                                 u"The history cannot be read: %1."_s.arg(controller.ledger().readProblem()));
+        }
+    });
 }

@@ -39,10 +39,8 @@ TaskThread::~TaskThread()
 
 void TaskThread::post(Task task, std::chrono::milliseconds rest)
 {
-    {
-        const std::lock_guard lock(m_shared->mutex);
-        m_shared->tasks.push_back({ std::move(task), std::chrono::steady_clock::now() + rest });
-    }
+    const std::lock_guard lock(m_shared->mutex);
+    m_shared->tasks.push_back({ std::move(task), std::chrono::steady_clock::now() + rest });
     m_shared->changed.notify_all();
     if (m_thread.joinable()) {
         return;
@@ -55,10 +53,10 @@ void TaskThread::post(Task task, std::chrono::milliseconds rest)
 
 bool TaskThread::finish(std::chrono::milliseconds limit)
 {
+    std::unique_lock lock(m_shared->mutex);
     if (!m_thread.joinable()) {
         return true;
     }
-    std::unique_lock lock(m_shared->mutex);
     m_shared->isHurried = true;
     m_shared->changed.notify_all();
     const bool isDone = m_shared->changed.wait_for(lock, limit, [this] { return m_shared->tasks.empty(); });

@@ -6,7 +6,7 @@
 #include <thread>
 
 /// A thread that does one task after the other, in the order in which they were posted, and sleeps in between. It
-/// begins with the first task. Belongs to the thread that makes it.
+/// begins with the first task. Belongs to the thread that makes it; any may post.
 class TaskThread {
 public:
     using Task = std::function<void()>;

@@ -1,7 +1,7 @@
 #include "HistoryCsv.h"
 
 #include "HistoryText.h"
-#include "LedgerDatabase.h"
+#include "LedgerReader.h"
 
 #include <QSaveFile>
 
@@ -36,16 +36,24 @@ QByteArray HistoryCsv::line(const HistoryEntry& entry)
     return lineOf(HistoryText::fields(entry));
 }
 
-bool HistoryCsv::write(const QString& path, LedgerDatabase& database, const LedgerQuery& query)
+bool HistoryCsv::write(const QString& path, LedgerReader& reader, const LedgerQuery& query,
+                       const std::atomic<bool>& isEnding)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         return false;
     }
     file.write(titles());
-    const QList<LedgerKey> keys = database.find(query);
-    for (qsizetype first = 0; first < keys.size(); first += rowsAtOnce) {
-        for (const LedgerRow& row : database.read(keys.mid(first, rowsAtOnce))) {
+    const std::optional<QList<LedgerKey>> keys = reader.find(query);
+    if (!keys) {
+        return false;
+    }
+    for (qsizetype first = 0; first < keys->size(); first += rowsAtOnce) {
+        const std::optional<QList<LedgerRow>> rows = reader.read(keys->mid(first, rowsAtOnce));
+        if (!rows || isEnding) {
+            return false;
+        }
+        for (const LedgerRow& row : *rows) {
             file.write(line(row.entry));
         }
     }

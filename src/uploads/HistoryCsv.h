@@ -2,7 +2,9 @@
 
 #include <QByteArray>
 
-class LedgerDatabase;
+#include <atomic>
+
+class LedgerReader;
 class QString;
 struct HistoryEntry;
 struct LedgerQuery;
@@ -18,8 +20,8 @@ QByteArray titles();
 /// @p entry as a line, with its end.
 QByteArray line(const HistoryEntry& entry);
 
-/// Writes the rows of @p database that fit @p query to the file at @p path, which is then new or what it was. May wait
-/// for the disk.
-bool write(const QString& path, LedgerDatabase& database, const LedgerQuery& query);
+/// Writes the rows that fit @p query, as @p reader reads them, to the file at @p path, which is then new or, where the
+/// answer is false, what it was. May wait for the disk; gives up soon when @p isEnding becomes true.
+bool write(const QString& path, LedgerReader& reader, const LedgerQuery& query, const std::atomic<bool>& isEnding);
 
 } // namespace HistoryCsv

@@ -180,18 +180,9 @@ QStringList fields(const HistoryEntry& entry)
     };
 }
 
-QString line(const HistoryEntry& entry)
+QString line(const QStringList& fields)
 {
-    return fields(entry).join(u'\t');
-}
-
-QString lines(const QList<LedgerRow>& rows)
-{
-    QString text = titles().join(u'\t') + u'\n';
-    for (const LedgerRow& row : rows) {
-        text += line(row.entry) + u'\n';
-    }
-    return text;
+    return fields.join(u'\t') + u'\n';
 }
 
 QString summary(const FileTally& tally, qsizetype waiting)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FileTally.h"
-#include "LedgerRow.h"
+#include "HistoryEntry.h"
 
 #include <QList>
 #include <QStringList>
@@ -24,10 +24,8 @@ QStringList titles();
 /// What a spreadsheet wants to know of @p entry: the whole path, bare numbers in bytes and seconds, the time with its
 /// distance from UTC. Tabs, line ends and bytes that are no text are made visible.
 QStringList fields(const HistoryEntry& entry);
-/// The same separated by tabs.
-QString line(const HistoryEntry& entry);
-/// The lines of @p rows under the titles. Takes time by the number of rows.
-QString lines(const QList<LedgerRow>& rows);
+/// @p fields separated by tabs, with the end of a line.
+QString line(const QStringList& fields);
 
 /// How many files stand where, in one line; empty when there are none.
 QString summary(const FileTally& tally, qsizetype waiting);

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Outcome = HistoryEntry::Outcome;
@@ -36,8 +37,10 @@ static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcom
 /// What was interrupted, and nobody has said yet what is to become of it.
 const QString undecided = u"outcome = %1 AND settled = 0"_s.arg(static_cast<int>(Outcome::Interrupted));
 
-/// What is to become of a file that was lost.
-enum Settled { Undecided, QueuedAgain, Forgotten };
+int numberOf(LedgerSettled settled)
+{
+    return static_cast<int>(settled);
+}
 
 QVariant valueOf(const std::optional<qint64>& number)
 {
@@ -49,73 +52,6 @@ std::pair<QVariant, QByteArray> partsOf(QByteArrayView path)
 {
     const qsizetype slash = path.lastIndexOf('/');
     return { slash < 0 ? QVariant() : QVariant(path.first(slash).toByteArray()), path.sliced(slash + 1).toByteArray() };
-}
-
-QString failures()
-{
-    QStringList numbers;
-    for (int number = 0; number <= static_cast<int>(Outcome::Interrupted); ++number) {
-        if (isFailure(static_cast<Outcome>(number))) {
-            numbers.append(QString::number(number));
-        }
-    }
-    return numbers.join(u',');
-}
-
-/// What the database sorts by. People's order of names would need a key for each; this one ignores the case of the
-/// letters from A to Z.
-QString sortedBy(LedgerQuery::Order order)
-{
-    switch (order) {
-        using enum LedgerQuery::Order;
-    case Row:
-        return u"row"_s;
-    case Time:
-        return u"time"_s;
-    case Name:
-        return u"CAST(name AS TEXT) COLLATE NOCASE"_s;
-    case Size:
-        return u"size"_s;
-    case Duration:
-        return u"durationMs"_s;
-    case Speed:
-        return u"(CASE WHEN outcome IN (%1, %2, %3) AND size > 0 THEN size * 1000.0 / max(durationMs, 1) END)"_s.arg(
-            QString::number(static_cast<int>(Outcome::Confirmed)),
-            QString::number(static_cast<int>(Outcome::OtherSize)),
-            QString::number(static_cast<int>(Outcome::NotListed)));
-    case Kind:
-        return u"outcome"_s;
-    case Reply:
-        return u"nullif(reply, '')"_s;
-    case Copy:
-        return u"CAST(copy AS TEXT) COLLATE NOCASE"_s;
-    }
-    return {};
-}
-
-std::optional<qint64> numberOf(const QVariant& value)
-{
-    return value.isNull() ? std::nullopt : std::optional(value.toLongLong());
-}
-
-/// Of a row with the columns that read() asks for.
-HistoryEntry entryOf(const QSqlQuery& row)
-{
-    const QByteArray name = row.value(1).toByteArray();
-    const QByteArray path = row.value(0).isNull() ? name : row.value(0).toByteArray() + '/' + name;
-    const auto settled = static_cast<Settled>(row.value(5).toInt());
-    return { .path = LocalPath::fromBytes(path),
-             .destination = row.value(2).toString(),
-             .outcome = static_cast<Outcome>(row.value(3).toInt()),
-             .isManual = row.value(4).toBool(),
-             .isQueuedAgain = settled == QueuedAgain,
-             .size = numberOf(row.value(6)),
-             .durationMs = numberOf(row.value(7)),
-             .listedSize = numberOf(row.value(8)),
-             .status = row.value(9).toString(),
-             .reply = row.value(10).toString(),
-             .copy = LocalPath::fromBytes(row.value(11).toByteArray()),
-             .time = row.value(12).toLongLong() };
 }
 
 LedgerProblem problemOf(const QSqlError& error)
@@ -145,7 +81,7 @@ bool makeFile(const QString& path)
 } // namespace
 
 LedgerDatabase::LedgerDatabase(const QString& copy)
-    : m_name(QUuid::createUuid().toString())
+    : m_name(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , m_copy(LocalPath::toBytes(copy))
 {
 }
@@ -187,8 +123,10 @@ LedgerProblem LedgerDatabase::prepare(const QString& path)
         m_run = *run;
     }
     m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
-    m_database.setDatabaseName(m_isOnDisk ? path : u":memory:"_s);
-    m_database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=5000"_s);
+    // One in memory has a name, too, under which its readers find it.
+    m_database.setDatabaseName(m_isOnDisk ? path : u"file:/%1?vfs=memdb"_s.arg(m_name));
+    m_database.setConnectOptions(m_isOnDisk ? u"QSQLITE_BUSY_TIMEOUT=5000"_s
+                                            : u"QSQLITE_BUSY_TIMEOUT=5000;QSQLITE_OPEN_URI"_s);
     if (!m_database.open()) {
         m_reason = m_database.lastError().databaseText();
         return problemOf(m_database.lastError());
@@ -213,6 +151,21 @@ void LedgerDatabase::leave()
     if (QSqlDatabase::contains(m_name)) {
         QSqlDatabase::removeDatabase(m_name);
     }
+}
+
+LedgerSource LedgerDatabase::source() const
+{
+    return isOpen() ? LedgerSource{ m_database.databaseName(), m_database.connectOptions(), m_run } : LedgerSource();
+}
+
+bool LedgerDatabase::hasOtherNews()
+{
+    QSqlQuery query(m_database);
+    if (!isOpen() || !query.exec(u"PRAGMA data_version"_s) || !query.next()) {
+        return false;
+    }
+    const qint64 version = query.value(0).toLongLong();
+    return std::exchange(m_dataVersion, version).value_or(version) != version;
 }
 
 /// Brings the database into the present version. False when it cannot be used.
@@ -368,7 +321,8 @@ bool LedgerDatabase::change(const LedgerBatch::Changed& changed)
 {
     const HistoryEntry& entry = changed.entry;
     return run(*m_change,
-               { static_cast<int>(entry.outcome), entry.isManual, entry.isQueuedAgain ? QueuedAgain : Undecided,
+               { static_cast<int>(entry.outcome), entry.isManual,
+                 numberOf(entry.isQueuedAgain ? LedgerSettled::QueuedAgain : LedgerSettled::Undecided),
                  valueOf(entry.size), QVariant(), valueOf(entry.listedSize), valueOf(entry.durationMs), entry.time,
                  entry.status, entry.reply, entry.destination, m_run, changed.first, changed.last });
 }
@@ -396,76 +350,13 @@ LedgerProblem LedgerDatabase::clear()
     return begin() ? end(run(u"DELETE FROM files WHERE NOT (%1)"_s.arg(unended))) : m_problem;
 }
 
-QList<LedgerKey> LedgerDatabase::find(const LedgerQuery& query)
-{
-    QStringList conditions;
-    if (!query.text.isEmpty()) {
-        conditions.append(u"(coalesce(CAST(folder AS TEXT), '') || '/' || CAST(name AS TEXT) || char(10) || "
-                          "coalesce(destination, '') || char(10) || coalesce(status, '') || char(10) || "
-                          "coalesce(reply, '') || char(10) || CAST(copy AS TEXT)) LIKE ? ESCAPE '\\'"_s);
-    }
-    if (query.failedOnly) {
-        conditions.append(u"outcome IN (%1)"_s.arg(failures()));
-    }
-    QString command = u"SELECT row, run, number FROM files"_s;
-    if (!conditions.isEmpty()) {
-        command += u" WHERE "_s + conditions.join(u" AND "_s);
-    }
-    const QString direction = query.isDescending ? u" DESC"_s : u""_s;
-    command += u" ORDER BY "_s;
-    if (query.order != LedgerQuery::Order::Row) {
-        command += sortedBy(query.order) + direction + u" NULLS LAST, "_s;
-    }
-    command += u"row"_s + direction;
-
-    QSqlQuery rows(m_database);
-    rows.setForwardOnly(true);
-    rows.prepare(command);
-    if (!query.text.isEmpty()) {
-        QString text = query.text;
-        for (const QChar special : { u'\\', u'%', u'_' }) {
-            text.replace(special, u'\\' + QString(special));
-        }
-        rows.bindValue(0, u'%' + text + u'%');
-    }
-    return keys(rows);
-}
-
-QList<LedgerKey> LedgerDatabase::keys(QSqlQuery& query) const
-{
-    QList<LedgerKey> keys;
-    query.exec();
-    while (query.next()) {
-        const bool isOurs = query.value(1).toLongLong() == m_run;
-        keys.append({ .row = query.value(0).toLongLong(), .number = isOurs ? query.value(2).toInt() : -1 });
-    }
-    return keys;
-}
-
-QList<LedgerRow> LedgerDatabase::read(const QList<LedgerKey>& keys)
-{
-    QList<LedgerRow> rows;
-    QSqlQuery query(m_database);
-    query.setForwardOnly(true);
-    query.prepare(u"SELECT folder, name, destination, outcome, manual, settled, size, durationMs, listedSize, status, "
-                  "reply, copy, time FROM files WHERE row = ?"_s);
-    for (const LedgerKey key : keys) {
-        query.bindValue(0, key.row);
-        if (query.exec() && query.next()) {
-            rows.append({ key, entryOf(query) });
-        }
-        query.finish();
-    }
-    return rows;
-}
-
 QList<LedgerKey> LedgerDatabase::interrupted()
 {
     QSqlQuery query(m_database);
     query.setForwardOnly(true);
     query.prepare(u"SELECT row, run, number FROM files WHERE copy = ? AND %1 ORDER BY row"_s.arg(undecided));
     query.bindValue(0, m_copy);
-    return keys(query);
+    return LedgerReader::keysOf(query, m_run).value_or(QList<LedgerKey>());
 }
 
 LedgerProblem LedgerDatabase::queuedAgain(const QList<LedgerKey>& keys)
@@ -474,7 +365,8 @@ LedgerProblem LedgerDatabase::queuedAgain(const QList<LedgerKey>& keys)
         return m_problem;
     }
     return end(std::all_of(keys.begin(), keys.end(), [this](LedgerKey key) {
-        return key.isOfThisRun() || run(u"UPDATE files SET settled = ? WHERE row = ?"_s, { QueuedAgain, key.row });
+        return key.isOfThisRun()
+            || run(u"UPDATE files SET settled = ? WHERE row = ?"_s, { numberOf(LedgerSettled::QueuedAgain), key.row });
     }));
 }
 
@@ -483,5 +375,6 @@ LedgerProblem LedgerDatabase::forgetInterrupted()
     if (!begin()) {
         return m_problem;
     }
-    return end(run(u"UPDATE files SET settled = ? WHERE copy = ? AND "_s + undecided, { Forgotten, m_copy }));
+    return end(run(u"UPDATE files SET settled = ? WHERE copy = ? AND "_s + undecided,
+                   { numberOf(LedgerSettled::Forgotten), m_copy }));
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "LedgerBatch.h"
-#include "LedgerRow.h"
+#include "LedgerReader.h"
 #include "RunLocks.h"
 
 #include <QByteArray>
@@ -21,8 +21,9 @@ enum class LedgerProblem {
     Newer, ///< Made by a later version of the program.
 };
 
-/// The database of a history: a row for each file of every run, in the order in which they came. Several programs may
-/// have it open. Everything may wait for the disk. Belongs to one thread.
+/// The database of a history: a row for each file of every run, in the order in which they came. It writes;
+/// LedgerReader reads beside it. Several programs may have it open. Everything may wait for the disk. Belongs to one
+/// thread.
 class LedgerDatabase {
 public:
     /// How much is kept of what has ended.
@@ -54,10 +55,10 @@ public:
     /// Removes all that has ended.
     LedgerProblem clear();
 
-    /// The rows that fit @p query, in its order.
-    QList<LedgerKey> find(const LedgerQuery& query);
-    /// What is known of those of @p keys that find() has answered and that are still there.
-    QList<LedgerRow> read(const QList<LedgerKey>& keys);
+    /// Where a reader finds the database while it is open.
+    LedgerSource source() const;
+    /// Whether others have written to it since this was last asked.
+    bool hasOtherNews();
 
     /// The files of earlier runs of this copy that were interrupted, and neither queued again nor forgotten since.
     QList<LedgerKey> interrupted();
@@ -76,7 +77,6 @@ private:
     LedgerProblem end(bool isDone);
     bool add(const LedgerBatch::Added& added);
     bool change(const LedgerBatch::Changed& changed);
-    QList<LedgerKey> keys(QSqlQuery& query) const;
 
     QString m_name; ///< Of the connection.
     QByteArray m_copy;
@@ -84,6 +84,7 @@ private:
     std::optional<RunLocks> m_locks; ///< None where there was no database but one in memory.
     bool m_isOnDisk = false;
     qint64 m_run = 0;
+    std::optional<qint64> m_dataVersion; ///< Others had written so much when that was last asked.
     LedgerProblem m_problem = LedgerProblem::None; ///< The last one.
     QString m_reason;
     std::optional<QSqlQuery> m_add;

@@ -20,6 +20,9 @@ struct LedgerKey {
     }
 };
 
+/// What is to become of a file that was lost. Kept in files by its number.
+enum class LedgerSettled { Undecided, QueuedAgain, Forgotten };
+
 /// What the ledger knows of one file.
 struct LedgerRow {
     LedgerKey key;

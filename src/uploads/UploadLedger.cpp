@@ -2,6 +2,7 @@
 
 #include "DestinationSettings.h"
 #include "HistoryCsv.h"
+#include "LedgerReader.h"
 #include "LocalPath.h"
 #include "PostedCall.h"
 #include "StandardFolders.h"
@@ -11,6 +12,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <iterator>
 #include <mutex>
@@ -74,7 +76,31 @@ std::vector<LedgerBatch::Changed> changesOf(const HistoryEntries& entries, int f
 
 } // namespace
 
-/// What the ledger's thread works with. All but what is locked is for that thread alone.
+/// What the thread that reads works with. All but what is said is for that thread alone.
+class UploadLedger::Reading {
+public:
+    /// From any thread: nothing that is not answered yet has to be.
+    void end() { m_isEnding = true; }
+    bool isEnding() const { return m_isEnding; }
+
+    /// Answers @p question of the database @p source, to which a reader is kept.
+    template <typename Question> auto answer(const LedgerSource& source, Question question)
+    {
+        if (!m_reader || m_reader->source() != source) {
+            m_reader.emplace(source);
+        }
+        return question(*m_reader, m_isEnding);
+    }
+    QString reason() const { return m_reader->reason(); }
+
+    void close() { m_reader.reset(); }
+
+private:
+    std::optional<LedgerReader> m_reader;
+    std::atomic<bool> m_isEnding = false;
+};
+
+/// What the thread that writes works with. All but what is locked is for that thread alone.
 class UploadLedger::Work {
 public:
     Work(UploadLedger& ledger, QString path, const QString& copy, LedgerDatabase::Bounds bounds)
@@ -141,18 +167,14 @@ public:
         tellOthers();
     }
 
-    QList<LedgerKey> find(const LedgerQuery& query)
+    void lookForOthers()
     {
-        return m_database.isOpen() ? m_database.find(query) : QList<LedgerKey>();
+        if (m_database.hasOtherNews()) {
+            tellOthers();
+        }
     }
-    QList<LedgerRow> read(const QList<LedgerKey>& keys)
-    {
-        return m_database.isOpen() ? m_database.read(keys) : QList<LedgerRow>();
-    }
-    bool writeCsv(const QString& path, const LedgerQuery& query)
-    {
-        return m_database.isOpen() && HistoryCsv::write(path, m_database, query);
-    }
+
+    LedgerSource source() const { return m_database.source(); }
 
     void close() { m_database.close(); }
 
@@ -252,9 +274,7 @@ UploadLedger::UploadLedger(const UploadHistory& history)
 
 UploadLedger::~UploadLedger()
 {
-    if (isOpen()) {
-        m_thread.post([work = m_work] { work->close(); });
-    }
+    endWork();
 }
 
 QString UploadLedger::standardPath()
@@ -267,16 +287,36 @@ void UploadLedger::open(const QString& path, const QString& copy, LedgerDatabase
     m_path = path;
     m_copy = copy;
     m_work = std::make_shared<Work>(*this, path, copy, bounds);
+    m_reading = std::make_shared<Reading>();
     m_thread.post([work = m_work] { work->open(); });
     rowsAppended();
 }
 
 bool UploadLedger::close(std::chrono::milliseconds limit)
 {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    endWork();
+    const bool isWritten = m_thread.finish(limit);
+    const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    m_readerThread.finish(std::max(rest, 0ms));
+    return isWritten;
+}
+
+/// Has the threads do no more than what is to be written.
+void UploadLedger::endWork()
+{
     if (isOpen()) {
+        m_reading->end();
+        m_readerThread.post([reading = std::exchange(m_reading, nullptr)] { reading->close(); });
         m_thread.post([work = std::exchange(m_work, nullptr)] { work->close(); });
     }
-    return m_thread.finish(limit);
+}
+
+void UploadLedger::lookForOthers()
+{
+    if (isOpen()) {
+        m_thread.post([work = m_work] { work->lookForOthers(); });
+    }
 }
 
 void UploadLedger::clear()
@@ -302,54 +342,71 @@ void UploadLedger::queuedAgain(const QList<LedgerKey>& keys)
     }
 }
 
-/// Has the thread answer @p question, and @p answer hear of it.
-template <typename Question, typename Answer> void UploadLedger::ask(Question question, QObject* context, Answer answer)
+/// Has @p question asked of the database, and @p answer hear of it.
+template <typename Question, typename Listener>
+void UploadLedger::ask(Question question, QObject* context, Listener answer)
 {
     if (!isOpen()) {
         return;
     }
-    m_thread.post([this, work = m_work, question, context = QPointer(context), answer = std::move(answer)]() mutable {
-        postCall(this, [context = std::move(context), answer = std::move(answer), result = question(*work)] {
+    auto reading = [this, reading = m_reading, question = std::move(question), context = QPointer(context),
+                    answer = std::move(answer)](const LedgerSource& source) {
+        if (reading->isEnding()) {
+            return;
+        }
+        const auto known = reading->answer(source, question);
+        const QString problem = known ? QString() : reading->reason();
+        postCall(this, [this, context, answer, known, problem] {
+            setReadProblem(problem);
             if (context) {
-                answer(result);
+                answer(known);
             }
         });
+    };
+    // What the history has told by now is written before.
+    m_thread.post([this, work = m_work, reading = std::move(reading)]() mutable {
+        m_readerThread.post([reading = std::move(reading), source = work->source()] { reading(source); });
     });
 }
 
-void UploadLedger::find(const LedgerQuery& query, QObject* context, std::function<void(const QList<LedgerKey>&)> answer)
+void UploadLedger::find(const LedgerQuery& query, QObject* context, Answer<QList<LedgerKey>> answer)
 {
-    ask([query](Work& work) { return work.find(query); }, context, std::move(answer));
+    ask([query](LedgerReader& reader, const auto&) { return reader.find(query); }, context, std::move(answer));
 }
 
-void UploadLedger::read(const QList<LedgerKey>& keys, QObject* context,
-                        std::function<void(const QList<LedgerRow>&)> answer)
+void UploadLedger::read(const QList<LedgerKey>& keys, QObject* context, Answer<QList<LedgerRow>> answer)
 {
-    const auto all = [this, keys, answer = std::move(answer)](const QList<LedgerRow>& others) {
+    const auto all = [this, keys, answer = std::move(answer)](const std::optional<QList<LedgerRow>>& others) {
+        if (!others) {
+            answer(std::nullopt);
+            return;
+        }
         QList<LedgerRow> rows;
-        auto other = others.cbegin();
+        auto other = others->cbegin();
         for (const LedgerKey key : keys) {
             if (key.isOfThisRun()) {
                 rows.append(row(key.number));
-            } else if (other != others.cend() && other->key == key) {
+            } else if (other != others->cend() && other->key == key) {
                 rows.append(*other++);
             }
         }
         answer(rows);
     };
     if (std::all_of(keys.begin(), keys.end(), [](LedgerKey key) { return key.isOfThisRun(); })) {
-        all({});
+        all(QList<LedgerRow>());
     } else {
         QList<LedgerKey> others = keys;
         others.removeIf([](LedgerKey key) { return key.isOfThisRun(); });
-        ask([others](Work& work) { return work.read(others); }, context, all);
+        ask([others](LedgerReader& reader, const auto&) { return reader.read(others); }, context, all);
     }
 }
 
 void UploadLedger::writeCsv(const QString& path, const LedgerQuery& query, QObject* context,
                             std::function<void(bool)> answer)
 {
-    ask([path, query](Work& work) { return work.writeCsv(path, query); }, context, std::move(answer));
+    ask([path, query](LedgerReader& reader,
+                      const std::atomic<bool>& isEnding) { return HistoryCsv::write(path, reader, query, isEnding); },
+        context, std::move(answer));
 }
 
 LedgerRow UploadLedger::row(int number) const
@@ -402,6 +459,13 @@ void UploadLedger::failed(const QString& text, bool isNews)
     }
     m_problem = text;
     emit problemFound(isNews);
+}
+
+void UploadLedger::setReadProblem(const QString& text)
+{
+    if (std::exchange(m_readProblem, text) != text) {
+        emit readProblemChanged();
+    }
 }
 
 void UploadLedger::setInterrupted(const QList<LedgerKey>& keys)

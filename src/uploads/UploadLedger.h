@@ -9,12 +9,14 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class UploadHistory;
 
 /// What has become of every file, of this run and before: it writes down what the history of this run tells, in a
-/// database that all copies of the program share, and reads it. The work is done by a thread of its own, in the order
-/// in which it is asked for; no call here waits for the disk. Belongs to the main thread.
+/// database that all copies of the program share, and reads it. Writing is done by a thread of its own, in the order in
+/// which it is asked for, and reading by another, so that what is written never waits for what is read. No call here
+/// waits for the disk. Belongs to the main thread.
 class UploadLedger final : public QObject {
     Q_OBJECT
 
@@ -31,7 +33,8 @@ public:
     void open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds = {});
     /// Whether it was opened.
     bool isOpen() const { return m_work != nullptr; }
-    /// Writes down what is left, and closes the database; false when that is not done within @p limit.
+    /// Writes down what is left, and closes the database; false when that is not done within @p limit. What was asked
+    /// and not answered by then is never answered.
     bool close(std::chrono::milliseconds limit);
 
     /// Where the database lies; null when it is in memory, as was asked for or after a problem.
@@ -41,11 +44,19 @@ public:
 
     /// Removes all files that have ended from the history.
     void clear();
-    /// Finds the rows that fit @p query, in its order, with all that the history has told by now. Like all answers this
-    /// one comes from the loop, unless @p context is gone by then.
-    void find(const LedgerQuery& query, QObject* context, std::function<void(const QList<LedgerKey>&)> answer);
+
+    /// Answers come from the loop, unless their context is gone by then; none when the database could not be read, as
+    /// readProblem() says.
+    template <typename Known> using Answer = std::function<void(const std::optional<Known>&)>;
+    /// Finds the rows that fit @p query, in its order, with all that the history has told by now.
+    void find(const LedgerQuery& query, QObject* context, Answer<QList<LedgerKey>> answer);
     /// Tells what is known of those @p keys that are still there. About files of this run alone it is told at once.
-    void read(const QList<LedgerKey>& keys, QObject* context, std::function<void(const QList<LedgerRow>&)> answer);
+    void read(const QList<LedgerKey>& keys, QObject* context, Answer<QList<LedgerRow>> answer);
+    /// Why the database could not be read the last time; null when it could.
+    const QString& readProblem() const { return m_readProblem; }
+    /// Has it looked whether others have written; then othersChanged() follows.
+    void lookForOthers();
+
     /// Writes what fits @p query to the file at @p path as HistoryCsv has it, and answers whether it is written.
     void writeCsv(const QString& path, const LedgerQuery& query, QObject* context, std::function<void(bool)> answer);
     /// What is known of a file of this run.
@@ -64,28 +75,36 @@ signals:
     /// The history is not kept on disk from here on, as problem() says. It @p isNews where a file is lost or was set
     /// aside or the history was kept until now, and none where it cannot be kept in that place at all.
     void problemFound(bool isNews);
+    /// readProblem() has another answer.
+    void readProblemChanged();
     /// interrupted() has another answer.
     void interruptedChanged();
     /// Rows have gone, or something else is known of rows that are no files of this run.
     void othersChanged();
 
 private:
+    class Reading;
     class Work;
 
+    void endWork();
     void rowsAppended();
     void rowsChanged(int first, int last);
     void failed(const QString& text, bool isNews);
+    void setReadProblem(const QString& text);
     void setInterrupted(const QList<LedgerKey>& keys);
-    template <typename Question, typename Answer> void ask(Question question, QObject* context, Answer answer);
+    template <typename Question, typename Listener> void ask(Question question, QObject* context, Listener answer);
     void handOver(LedgerBatch&& batch);
 
     const UploadHistory& m_history;
-    std::shared_ptr<Work> m_work; ///< With the thread; null as long as the ledger is closed.
+    std::shared_ptr<Work> m_work; ///< With the threads; null as long as the ledger is closed.
+    std::shared_ptr<Reading> m_reading; ///< Likewise.
     QString m_path;
     QString m_problem;
+    QString m_readProblem;
     int m_recorded = 0; ///< So many rows of the history were handed over.
     QList<LedgerKey> m_interrupted;
     QSet<LedgerKey> m_queuedAgain; ///< Of earlier runs, by this one.
     QString m_copy;
-    TaskThread m_thread; ///< Last, so that it ends first.
+    TaskThread m_readerThread;
+    TaskThread m_thread; ///< It writes. Last, so that it ends first: it passes questions on to the other one.
 };

@@ -2,12 +2,16 @@
 
 #include "UploadHistory.h"
 #include "UploadLedger.h"
+#include "WaitFor.h"
 
 #include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using Outcome = HistoryEntry::Outcome;
 
 namespace {
@@ -57,6 +61,33 @@ TEST_F(HistoryTableModelTest, FailuresAndDifferencesStandOut)
     EXPECT_TRUE(standsOut(1));
     EXPECT_TRUE(standsOut(2));
     EXPECT_FALSE(standsOut(3));
+}
+
+TEST_F(HistoryTableModelTest, OnlyRowsThatWereReadAreShownAgain)
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"history.sqlite"_s);
+    {
+        UploadHistory history;
+        UploadLedger ledger(history);
+        PathList paths;
+        for (int number = 0; number < 1000; ++number) {
+            paths.append(u"/%1"_s.arg(number));
+        }
+        history.filesQueued(paths);
+        ledger.open(path, u"Quillbox"_s);
+        ASSERT_TRUE(ledger.close(60s));
+    }
+    m_ledger.open(path, u"Quillbox"_s);
+    m_model.refresh();
+    ASSERT_TRUE(waitFor([this] { return m_model.rowCount() == 1000; }));
+    const auto text = [this](int row) { return m_model.index(row, 0).data().toString(); };
+    const QSignalSpy changes(&m_model, &QAbstractItemModel::dataChanged);
+    ASSERT_TRUE(waitFor([&text] { return text(550) == u"550"_s; }));
+
+    for (const QVariantList& change : changes) {
+        EXPECT_EQ(change[0].toModelIndex().row() / 100, change[1].toModelIndex().row() / 100); // A page.
+    }
 }
 
 TEST_F(HistoryTableModelTest, ToolTipsAreNoMarkup)

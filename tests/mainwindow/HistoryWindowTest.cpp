@@ -1,5 +1,6 @@
 #include "HistoryWindow.h"
 
+#include "HistoryCopy.h"
 #include "HistoryText.h"
 #include "Metronome.h"
 #include "ResidentMemory.h"
@@ -58,11 +59,11 @@ protected:
     /// Of files of this run.
     QString lines(const QList<int>& numbers) const
     {
-        QList<LedgerRow> rows;
+        QString text = HistoryText::line(HistoryText::titles());
         for (const int number : numbers) {
-            rows.append(m_controller->ledger().row(number));
+            text += HistoryText::line(HistoryText::fields(m_controller->ledger().row(number).entry));
         }
-        return HistoryText::lines(rows);
+        return text;
     }
 
     QString m_failing;
@@ -166,6 +167,29 @@ TEST_F(HistoryWindowTest, CopyTakesTheSelectedLinesOrAll)
     table().selectRow(2);
     part<QAction>("copyHistoryAction").trigger();
     EXPECT_EQ(QApplication::clipboard()->text(), lines({ 2 }));
+}
+
+TEST_F(HistoryWindowTest, ManyLinesAreCopiedWithoutHoldingUpTheLoop)
+{
+    QStringList paths;
+    for (int i = 0; i < 20'000; ++i) {
+        paths.append(u"/nonexistent/%1"_s.arg(i));
+    }
+    QApplication::clipboard()->setText(u"before"_s);
+    open();
+    m_controller->history().filesQueued(paths);
+    ASSERT_TRUE(waitFor([this] { return copy().isEnabled(); }));
+
+    copy().click();
+
+    EXPECT_EQ(QApplication::clipboard()->text(), u"before"_s);
+    ASSERT_TRUE(waitFor([] { return QApplication::clipboard()->text() != u"before"_s; }));
+    EXPECT_EQ(QApplication::clipboard()->text().count(u'\n'), 20'001);
+    copy().click();
+    QApplication::clipboard()->setText(u"something else"_s); // It stays.
+    EXPECT_TRUE(
+        waitFor([this] { return m_controller->windows().historyWindow()->findChild<HistoryCopy*>() == nullptr; }));
+    EXPECT_EQ(QApplication::clipboard()->text(), u"something else"_s);
 }
 
 TEST_F(HistoryWindowTest, OfConfirmedFilesAloneTheWebLinkCanBeCopied)
@@ -298,6 +322,16 @@ protected:
         history.fileEnded({ .kind = Outcome::ConnectionLost, .status = u"Gone"_s });
         EXPECT_TRUE(ledger.close(60s));
     }
+    void execute(const QString& statement) const
+    {
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"test"_s);
+            database.setDatabaseName(m_path);
+            EXPECT_TRUE(database.open());
+            EXPECT_TRUE(QSqlQuery(database).exec(statement));
+        }
+        QSqlDatabase::removeDatabase(u"test"_s);
+    }
     void openLedger() { m_controller->ledger().open(m_path, u"Quillbox"_s); }
 
     QStringList column(HistoryText::Column column)
@@ -393,6 +427,41 @@ TEST_F(LedgerWindowTest, AFileOfAnEarlierRunIsQueuedAgain)
     EXPECT_EQ(m_controller->history().entries()[0].path, m_lost);
 }
 
+TEST_F(LedgerWindowTest, FilesOfAnotherCopyThatRunsAreShownAsTheyComeAndEnd)
+{
+    openLedger();
+    open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    UploadHistory history;
+    UploadLedger ledger(history);
+    ledger.open(m_path, u"Bilder"_s);
+    history.filesQueued({ u"/other"_s });
+    EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"other"_s }));
+    EXPECT_EQ(column(HistoryText::Column::Outcome)[2], u"Waiting"_s);
+    history.nextFileStarts(u"ftp://host/in/"_s);
+    history.fileEnded({ .kind = Outcome::NotFound });
+
+    EXPECT_TRUE(waitFor([this] { return column(HistoryText::Column::Outcome)[2] == u"Not found"_s; }));
+}
+
+TEST_F(LedgerWindowTest, AHistoryThatCannotBeReadIsSaidInALineAndWhatWasQueuedAgain)
+{
+    openLedger();
+    open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    execute(u"ALTER TABLE files RENAME TO gone"_s);
+    table().selectRow(1);
+    queueAgain().click();
+
+    EXPECT_TRUE(
+        waitFor([this] { return part<QLabel>("placeLabel").text().startsWith(u"The history cannot be read: "_s); }));
+    EXPECT_TRUE(shownSheets().first().startsWith(u"Queue Again: The history cannot be read: "_s));
+    execute(u"ALTER TABLE gone RENAME TO files"_s);
+    part<QLineEdit>("filterField").setText(u"lo"_s);
+    EXPECT_TRUE(waitForNames({ u"lost"_s }));
+    EXPECT_TRUE(part<QLabel>("placeLabel").text().contains(m_path));
+}
+
 TEST_F(LedgerWindowTest, AfterAChangeOfServerQueueAgainAsksAndNamesBoth)
 {
     openLedger();
@@ -428,17 +497,10 @@ TEST_F(LedgerWindowTest, ClearingAsksAndLeavesWhatWaits)
 
 TEST_F(LedgerWindowTest, TwoHundredThousandRowsAreThereSoonAndOnlyWhatIsSeenIsRead)
 {
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"many"_s);
-        database.setDatabaseName(m_path);
-        ASSERT_TRUE(database.open());
-        ASSERT_TRUE(QSqlQuery(database).exec(
-            u"WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < 200000) "
+    execute(u"WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < 200000) "
             "INSERT INTO files (run, number, copy, folder, name, outcome, size, durationMs, time, reply) "
             "SELECT 7, n, CAST('Bilder' AS BLOB), CAST('/home/anna/folder' AS BLOB), CAST('file ' || n AS BLOB), 2, n, "
-            "n % 1000, 1000 * unixepoch(), '226 Done' FROM numbers"_s));
-    }
-    QSqlDatabase::removeDatabase(u"many"_s);
+            "n % 1000, 1000 * unixepoch(), '226 Done' FROM numbers"_s);
     m_controller->ledger().open(m_path, u"Quillbox"_s, { .files = 1'000'000, .days = 90 });
     open();
     const qint64 before = residentMemory();

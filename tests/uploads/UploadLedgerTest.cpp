@@ -323,10 +323,10 @@ protected:
         Launch run(m_path);
         run.history.filesQueued({ u"/z/delta"_s });
         std::optional<QStringList> names;
-        run.ledger.find(query, &run.ledger, [&](const QList<LedgerKey>& keys) {
-            run.ledger.read(keys, &run.ledger, [&names](const QList<LedgerRow>& rows) {
+        run.ledger.find(query, &run.ledger, [&](const std::optional<QList<LedgerKey>>& keys) {
+            run.ledger.read(*keys, &run.ledger, [&names](const std::optional<QList<LedgerRow>>& rows) {
                 names.emplace();
-                for (const LedgerRow& row : rows) {
+                for (const LedgerRow& row : *rows) {
                     names->append(row.entry.path.section(u'/', -1));
                 }
             });
@@ -399,6 +399,94 @@ TEST_F(LedgerQueryTest, ATableIsWrittenThatEverySpreadsheetReadsAndNoneRuns)
     run.ledger.writeCsv(u"/nonexistent/history.csv"_s, {}, &run.ledger, [&](bool answer) { isWritten = answer; });
     ASSERT_TRUE(waitFor([&] { return isWritten.has_value(); }));
     EXPECT_FALSE(*isWritten);
+}
+
+TEST_F(LedgerQueryTest, ADatabaseThatCannotBeReadIsNoEmptyOne)
+{
+    Launch run(m_path);
+    std::optional<bool> isRead;
+    run.ledger.find({}, &run.ledger, [&isRead](const auto& keys) { isRead = keys.has_value(); });
+    ASSERT_TRUE(waitFor([&isRead] { return isRead == true; }));
+    ask(u"ALTER TABLE files RENAME TO gone"_s);
+    isRead.reset();
+    run.ledger.find({}, &run.ledger, [&isRead](const auto& keys) { isRead = keys.has_value(); });
+    ASSERT_TRUE(waitFor([&isRead] { return isRead.has_value(); }));
+    EXPECT_FALSE(*isRead);
+    EXPECT_TRUE(run.ledger.readProblem().contains(u"no such table"_s)) << run.ledger.readProblem().toStdString();
+    run.ledger.read({ { .row = 1 } }, &run.ledger, [&isRead](const auto& rows) { isRead = !rows.has_value(); });
+    EXPECT_TRUE(waitFor([&isRead] { return *isRead; }));
+    ask(u"ALTER TABLE gone RENAME TO files"_s);
+
+    QSignalSpy changes(&run.ledger, &UploadLedger::readProblemChanged);
+    run.ledger.find({}, &run.ledger, [](const auto&) {});
+    EXPECT_TRUE(waitFor([&changes] { return changes.size() == 1; }));
+    EXPECT_TRUE(run.ledger.readProblem().isNull());
+}
+
+TEST_F(LedgerQueryTest, WhatOthersHaveWrittenIsNoticedAndWhatThisRunHasIsNot)
+{
+    Launch run(m_path);
+    QSignalSpy news(&run.ledger, &UploadLedger::othersChanged);
+    run.ledger.lookForOthers();
+    run.history.note(u"Mine"_s);
+    ASSERT_TRUE(waitFor([this] { return outcomes().last().startsWith(u"Mine"_s); }));
+    run.ledger.lookForOthers();
+    run.ledger.forgetInterrupted(); // Which is news, behind what was looked for.
+    ASSERT_TRUE(waitFor([&news] { return !news.isEmpty(); }));
+    EXPECT_EQ(news.size(), 1);
+    ask(u"UPDATE files SET reply = 'Other'"_s);
+    run.ledger.lookForOthers();
+
+    EXPECT_TRUE(waitFor([&news] { return news.size() == 2; }));
+}
+
+TEST_F(UploadLedgerTest, AHistoryInMemoryIsReadLikeOneOnDisk)
+{
+    Launch run{ QString() };
+    run.history.filesQueued({ u"/a"_s, u"/b"_s });
+    std::optional<QList<LedgerKey>> found;
+    run.ledger.find({ .text = u"/b"_s }, &run.ledger, [&found](const auto& keys) { found = keys; });
+    ASSERT_TRUE(waitFor([&found] { return found.has_value(); }));
+
+    EXPECT_EQ(*found, QList<LedgerKey>{ { .number = 1 } });
+}
+
+/// So much that reading it takes longer than writing down a file.
+class LongHistoryTest : public UploadLedgerTest {
+protected:
+    LongHistoryTest()
+    {
+        Launch(m_path).settle();
+        ask(u"WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < 100000) "
+            "INSERT INTO files (run, number, copy, name, outcome, time) "
+            "SELECT 7, n, x'41', CAST('file ' || n AS BLOB), 2, 1000 * unixepoch() FROM numbers"_s);
+    }
+    QString table(int number) const { return m_directory.filePath(u"%1.csv"_s.arg(number)); }
+};
+
+TEST_F(LongHistoryTest, AFileIsWrittenDownBesideATableThatIsBeingWritten)
+{
+    Launch run(m_path);
+    bool isTableWritten = false;
+    run.ledger.writeCsv(table(0), {}, &run.ledger, [&isTableWritten](bool) { isTableWritten = true; });
+    run.history.filesQueued({ u"/a"_s });
+
+    EXPECT_TRUE(
+        waitFor([this] { return ask(u"SELECT name FROM files WHERE outcome = 0"_s) == QStringList{ u"a"_s }; }));
+    EXPECT_FALSE(isTableWritten);
+}
+
+TEST_F(LongHistoryTest, AtTheEndNoQuestionIsWaitedForAndNothingThatIsWrittenIsLost)
+{
+    Launch run(m_path);
+    for (int number = 0; number < 50; ++number) {
+        run.ledger.writeCsv(table(number), {}, &run.ledger, [](bool) {});
+    }
+    run.history.filesQueued({ u"/a"_s });
+    EXPECT_TRUE(run.ledger.close(60s));
+
+    EXPECT_EQ(ask(u"SELECT name FROM files WHERE outcome = 0"_s), QStringList{ u"a"_s });
+    EXPECT_FALSE(QFile::exists(table(49)));
 }
 
 TEST_F(LedgerQueryTest, WhatWasQueuedAgainIsKnownAtTheNextStart)

@@ -1,0 +1,205 @@
+#include "LedgerReader.h"
+
+#include "LocalPath.h"
+
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QUuid>
+#include <QVariant>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using Outcome = HistoryEntry::Outcome;
+
+namespace {
+
+QString failures()
+{
+    QStringList numbers;
+    for (int number = 0; number <= static_cast<int>(Outcome::Interrupted); ++number) {
+        if (isFailure(static_cast<Outcome>(number))) {
+            numbers.append(QString::number(number));
+        }
+    }
+    return numbers.join(u',');
+}
+
+/// What the database sorts by. People's order of names would need a key for each; this one ignores the case of the
+/// letters from A to Z.
+QString sortedBy(LedgerQuery::Order order)
+{
+    switch (order) {
+        using enum LedgerQuery::Order;
+    case Row:
+        return u"row"_s;
+    case Time:
+        return u"time"_s;
+    case Name:
+        return u"CAST(name AS TEXT) COLLATE NOCASE"_s;
+    case Size:
+        return u"size"_s;
+    case Duration:
+        return u"durationMs"_s;
+    case Speed:
+        return u"(CASE WHEN outcome IN (%1, %2, %3) AND size > 0 THEN size * 1000.0 / max(durationMs, 1) END)"_s.arg(
+            QString::number(static_cast<int>(Outcome::Confirmed)),
+            QString::number(static_cast<int>(Outcome::OtherSize)),
+            QString::number(static_cast<int>(Outcome::NotListed)));
+    case Kind:
+        return u"outcome"_s;
+    case Reply:
+        return u"nullif(reply, '')"_s;
+    case Copy:
+        return u"CAST(copy AS TEXT) COLLATE NOCASE"_s;
+    }
+    return {};
+}
+
+/// With a "?" for the text where there is one.
+QString commandOf(const LedgerQuery& query)
+{
+    QStringList conditions;
+    if (!query.text.isEmpty()) {
+        conditions.append(u"(coalesce(CAST(folder AS TEXT), '') || '/' || CAST(name AS TEXT) || char(10) || "
+                          "coalesce(destination, '') || char(10) || coalesce(status, '') || char(10) || "
+                          "coalesce(reply, '') || char(10) || CAST(copy AS TEXT)) LIKE ? ESCAPE '\\'"_s);
+    }
+    if (query.failedOnly) {
+        conditions.append(u"outcome IN (%1)"_s.arg(failures()));
+    }
+    QString command = u"SELECT row, run, number FROM files"_s;
+    if (!conditions.isEmpty()) {
+        command += u" WHERE "_s + conditions.join(u" AND "_s);
+    }
+    const QString direction = query.isDescending ? u" DESC"_s : u""_s;
+    command += u" ORDER BY "_s;
+    if (query.order != LedgerQuery::Order::Row) {
+        command += sortedBy(query.order) + direction + u" NULLS LAST, "_s;
+    }
+    return command + u"row"_s + direction;
+}
+
+std::optional<qint64> numberOf(const QVariant& value)
+{
+    return value.isNull() ? std::nullopt : std::optional(value.toLongLong());
+}
+
+/// Of a row with the columns that read() asks for.
+HistoryEntry entryOf(const QSqlQuery& row)
+{
+    const QByteArray name = row.value(1).toByteArray();
+    const QByteArray path = row.value(0).isNull() ? name : row.value(0).toByteArray() + '/' + name;
+    const auto settled = static_cast<LedgerSettled>(row.value(5).toInt());
+    return { .path = LocalPath::fromBytes(path),
+             .destination = row.value(2).toString(),
+             .outcome = static_cast<Outcome>(row.value(3).toInt()),
+             .isManual = row.value(4).toBool(),
+             .isQueuedAgain = settled == LedgerSettled::QueuedAgain,
+             .size = numberOf(row.value(6)),
+             .durationMs = numberOf(row.value(7)),
+             .listedSize = numberOf(row.value(8)),
+             .status = row.value(9).toString(),
+             .reply = row.value(10).toString(),
+             .copy = LocalPath::fromBytes(row.value(11).toByteArray()),
+             .time = row.value(12).toLongLong() };
+}
+
+} // namespace
+
+LedgerReader::LedgerReader(LedgerSource source)
+    : m_source(std::move(source))
+    , m_name(QUuid::createUuid().toString())
+    , m_database(QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name))
+{
+    m_database.setDatabaseName(m_source.name);
+    m_database.setConnectOptions(m_source.options);
+    if (!m_database.open()) {
+        m_reason = m_database.lastError().databaseText();
+    }
+}
+
+LedgerReader::~LedgerReader()
+{
+    m_database = {};
+    QSqlDatabase::removeDatabase(m_name);
+}
+
+bool LedgerReader::prepare(QSqlQuery& query, const QString& command)
+{
+    if (!m_database.isOpen()) {
+        return false;
+    }
+    m_reason.clear();
+    query.setForwardOnly(true);
+    if (!query.prepare(command)) {
+        noteProblem(query);
+        return false;
+    }
+    return true;
+}
+
+void LedgerReader::noteProblem(const QSqlQuery& query)
+{
+    m_reason = query.lastError().databaseText();
+}
+
+std::optional<QList<LedgerKey>> LedgerReader::find(const LedgerQuery& query)
+{
+    QSqlQuery rows(m_database);
+    if (!prepare(rows, commandOf(query))) {
+        return std::nullopt;
+    }
+    if (!query.text.isEmpty()) {
+        QString text = query.text;
+        for (const QChar special : { u'\\', u'%', u'_' }) {
+            text.replace(special, u'\\' + QString(special));
+        }
+        rows.bindValue(0, u'%' + text + u'%');
+    }
+    std::optional<QList<LedgerKey>> keys = keysOf(rows, m_source.run);
+    if (!keys) {
+        noteProblem(rows);
+    }
+    return keys;
+}
+
+std::optional<QList<LedgerKey>> LedgerReader::keysOf(QSqlQuery& query, qint64 run)
+{
+    QList<LedgerKey> keys;
+    if (!query.exec()) {
+        return std::nullopt;
+    }
+    while (query.next()) {
+        const bool isOurs = query.value(1).toLongLong() == run;
+        keys.append({ .row = query.value(0).toLongLong(), .number = isOurs ? query.value(2).toInt() : -1 });
+    }
+    if (query.lastError().isValid()) {
+        return std::nullopt;
+    }
+    return keys;
+}
+
+std::optional<QList<LedgerRow>> LedgerReader::read(const QList<LedgerKey>& keys)
+{
+    QList<LedgerRow> rows;
+    QSqlQuery query(m_database);
+    if (!prepare(query,
+                 u"SELECT folder, name, destination, outcome, manual, settled, size, durationMs, listedSize, status, "
+                 "reply, copy, time FROM files WHERE row = ?"_s)) {
+        return std::nullopt;
+    }
+    for (const LedgerKey key : keys) {
+        query.bindValue(0, key.row);
+        const bool isDone = query.exec();
+        if (isDone && query.next()) {
+            rows.append({ key, entryOf(query) });
+        }
+        if (query.lastError().isValid()) {
+            noteProblem(query);
+            return std::nullopt;
+        }
+        query.finish();
+    }
+    return rows;
+}
