@@ -26,29 +26,40 @@ QString ElidedLabel::line() const
     return text().left(4096).replace(u'\n', u' ');
 }
 
-QFont ElidedLabel::fittingFont() const
+/// The largest font in which it fits, in two lines where the height has room for them, or else the smallest font.
+ElidedLabel::Shown ElidedLabel::shown() const
 {
-    QFont fitting = font();
-    const int wanted = fontMetrics().horizontalAdvance(line());
-    if (m_smallestScale < 1 && wanted > contentsRect().width()) {
-        const double scale = std::max(m_smallestScale, static_cast<double>(contentsRect().width()) / wanted);
-        fitting.setPixelSize(std::max(1, static_cast<int>(QFontInfo(fitting).pixelSize() * scale)));
+    const QString line = this->line();
+    const QSize room = contentsRect().size();
+    QFont font = this->font();
+    if (m_smallestScale == 1 || fontMetrics().horizontalAdvance(line) <= room.width()) {
+        return { .font = font, .text = fontMetrics().elidedText(line, Qt::ElideMiddle, room.width()) };
     }
-    return fitting;
-}
-
-QString ElidedLabel::elidedText(const QFont& font) const
-{
-    return QFontMetrics(font).elidedText(line(), Qt::ElideMiddle, contentsRect().width());
+    const int usual = QFontInfo(font).pixelSize();
+    const int smallest = std::max(1, static_cast<int>(usual * m_smallestScale));
+    const bool canFit = fontMetrics().horizontalAdvance(line) * m_smallestScale <= 2 * room.width();
+    for (int size = usual; canFit && size >= smallest; --size) {
+        font.setPixelSize(size);
+        const QFontMetrics metrics(font);
+        if (metrics.horizontalAdvance(line) <= room.width()) {
+            return { .font = font, .text = line };
+        }
+        const QSize wrapped = metrics.boundingRect({ {}, room }, Qt::TextWordWrap, line).size();
+        if (wrapped.boundedTo(room) == wrapped) {
+            return { .font = font, .text = line, .flags = Qt::TextWordWrap };
+        }
+    }
+    font.setPixelSize(smallest);
+    return { .font = font, .text = QFontMetrics(font).elidedText(line, Qt::ElideMiddle, room.width()) };
 }
 
 void ElidedLabel::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    const QFont font = fittingFont();
-    painter.setFont(font);
-    style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine, palette(),
-                          isEnabled(), elidedText(font), foregroundRole());
+    const Shown shown = this->shown();
+    painter.setFont(shown.font);
+    style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()) | shown.flags, palette(), isEnabled(),
+                          shown.text, foregroundRole());
 }
 
 bool ElidedLabel::event(QEvent* event)

@@ -56,7 +56,21 @@ TEST(ElidedLabelTest, AFontThatMayBecomeSmallerDoesSoBeforeTheTextIsShortened)
 
     label.setProperty("smallestScale", 0.7);
     EXPECT_FALSE(label.isCut());
-    label.resize(wanted / 2, 20);
+    label.resize(wanted / 2, label.fontMetrics().height());
+    EXPECT_TRUE(label.isCut());
+}
+
+TEST(ElidedLabelTest, WhereItIsHighEnoughALongTextTakesTwoLinesBeforeItIsShortened)
+{
+    ElidedLabel label;
+    label.setText(u"FTP error 553; Directory may already exist?"_s);
+    const QFontMetrics font = label.fontMetrics();
+    label.resize(font.horizontalAdvance(label.text()) * 6 / 10, 2 * font.height());
+    EXPECT_TRUE(label.isCut());
+
+    label.setProperty("smallestScale", 0.7);
+    EXPECT_FALSE(label.isCut());
+    label.resize(label.width(), font.height());
     EXPECT_TRUE(label.isCut());
 }
 
