@@ -2,6 +2,7 @@
 
 #include "ConnectionTestText.h"
 #include "DrawnIcons.h"
+#include "FocusKeeping.h"
 #include "IconLabel.h"
 #include "VisibleText.h"
 
@@ -14,7 +15,7 @@ ConnectionTestControls::ConnectionTestControls(const Widgets& widgets, Start sta
     , m_start(std::move(start))
 {
     connect(&widgets.testButton, &QPushButton::clicked, this, &ConnectionTestControls::startOrStop);
-    connect(&widgets.createFolderButton, &QPushButton::clicked, this, &ConnectionTestControls::createFolder);
+    connect(&widgets.createFolderButton, &QPushButton::clicked, this, [this] { this->start(true); });
     clear();
 }
 
@@ -28,12 +29,6 @@ void ConnectionTestControls::startOrStop()
         clear();
         m_widgets.resultLabel.setText(u"The test was stopped."_s);
     }
-}
-
-void ConnectionTestControls::createFolder()
-{
-    m_widgets.testButton.setFocus(); // The button pressed goes, and the keyboard must not go to whatever stands next.
-    start(true);
 }
 
 void ConnectionTestControls::start(bool createsFolder)
@@ -75,5 +70,5 @@ void ConnectionTestControls::clear()
     m_widgets.outcomeIcon.setAccessibleName({});
     m_widgets.resultLabel.clear();
     m_widgets.replyLabel.clear();
-    m_widgets.createFolderButton.hide();
+    setVisibleKeepingFocus(m_widgets.createFolderButton, false, m_widgets.testButton);
 }

@@ -41,7 +41,6 @@ signals:
 
 private:
     void startOrStop();
-    void createFolder();
     void start(bool createsFolder);
     void show(const FTPConnectionTestReport& report);
     void end();

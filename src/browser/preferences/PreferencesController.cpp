@@ -202,7 +202,8 @@ void PreferencesController::showDestination()
     const bool isNowhere = location.isNull();
     m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(location));
     m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text()) : QString());
-    m_ui->useEncryptionButton->setVisible(!addressWithoutFtps(m_addressTextField->text()).isNull());
+    setVisibleKeepingFocus(*m_ui->useEncryptionButton, !addressWithoutFtps(m_addressTextField->text()).isNull(),
+                           *m_addressTextField);
     setEnabledKeepingFocus(*m_ui->testButton, !isNowhere, *m_addressTextField);
     showWhetherTrusted();
 }
@@ -271,7 +272,6 @@ void PreferencesController::clearTest()
 
 void PreferencesController::useEncryption()
 {
-    m_addressTextField->setFocus();
     m_addressTextField->setText(addressWithoutFtps(m_addressTextField->text()));
     m_ui->requiredEncryptionButton->setChecked(true);
 }

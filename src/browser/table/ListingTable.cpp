@@ -1,6 +1,7 @@
 #include "ListingTable.h"
 
 #include "DateText.h"
+#include "FocusKeeping.h"
 #include "ListingModel.h"
 #include "SelectedRows.h"
 #include "TableColumns.h"
@@ -160,7 +161,7 @@ void ListingTable::offerStop(bool isOffered)
 {
     if (isOffered != m_stopButton->isVisibleTo(this)) {
         placeStopButton();
-        m_stopButton->setVisible(isOffered);
+        setVisibleKeepingFocus(*m_stopButton, isOffered, *this);
     }
 }
 

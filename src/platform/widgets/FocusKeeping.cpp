@@ -7,6 +7,17 @@ namespace {
 
 constexpr auto lent = "hasLentFocus"; ///< A property of the control.
 
+/// Whether @p control or a part of it has the keyboard of its window; then @p refuge has it.
+bool passFocusOn(const QWidget& control, QWidget& refuge)
+{
+    const QWidget* const holder = control.window()->focusWidget();
+    if (holder == nullptr || (holder != &control && !control.isAncestorOf(holder))) {
+        return false;
+    }
+    refuge.setFocus();
+    return true;
+}
+
 } // namespace
 
 void setEnabledKeepingFocus(QWidget& control, bool isEnabled, QWidget& refuge)
@@ -15,16 +26,20 @@ void setEnabledKeepingFocus(QWidget& control, bool isEnabled, QWidget& refuge)
         return;
     }
     if (!isEnabled) {
-        const bool hadFocus = control.hasFocus();
-        control.setProperty(lent, hadFocus);
-        if (hadFocus) {
-            refuge.setFocus();
-        }
+        control.setProperty(lent, passFocusOn(control, refuge));
         control.setEnabled(false);
         return;
     }
     control.setEnabled(true);
-    if (control.property(lent).toBool() && refuge.hasFocus()) {
+    if (control.property(lent).toBool() && refuge.window()->focusWidget() == &refuge) {
         control.setFocus();
     }
+}
+
+void setVisibleKeepingFocus(QWidget& control, bool isVisible, QWidget& refuge)
+{
+    if (!isVisible) {
+        passFocusOn(control, refuge);
+    }
+    control.setVisible(isVisible);
 }

@@ -41,6 +41,45 @@ TEST_F(FocusKeepingTest, AControlThatIsDisabledForAMomentHasItsFocusBack)
     EXPECT_TRUE(m_control.hasFocus());
 }
 
+TEST_F(FocusKeepingTest, InAWindowThatIsNotActiveTheKeyboardIsPassedOnForLater)
+{
+    QWidget inFront;
+    inFront.show();
+    QApplication::setActiveWindow(&inFront);
+    ASSERT_FALSE(m_control.hasFocus());
+
+    setEnabled(false);
+    EXPECT_EQ(m_window.focusWidget(), &m_refuge);
+    setEnabled(true);
+    EXPECT_EQ(m_window.focusWidget(), &m_control);
+    setVisibleKeepingFocus(m_control, false, m_refuge);
+    EXPECT_EQ(m_window.focusWidget(), &m_refuge);
+}
+
+TEST_F(FocusKeepingTest, WhatIsHiddenLeavesTheKeyboardToTheRefugeForGood)
+{
+    setVisibleKeepingFocus(m_control, false, m_refuge);
+    EXPECT_TRUE(m_refuge.hasFocus());
+    EXPECT_FALSE(m_control.isVisible());
+
+    setVisibleKeepingFocus(m_control, true, m_refuge);
+    EXPECT_TRUE(m_refuge.hasFocus());
+    EXPECT_TRUE(m_control.isVisible());
+}
+
+TEST_F(FocusKeepingTest, WhatIsHiddenWithItsPartsLeavesTheKeyboardOfAPart)
+{
+    QWidget line(&m_window);
+    QPushButton part(&line);
+    line.show();
+    part.setFocus();
+
+    setVisibleKeepingFocus(m_other, false, m_refuge);
+    EXPECT_TRUE(part.hasFocus());
+    setVisibleKeepingFocus(line, false, m_refuge);
+    EXPECT_TRUE(m_refuge.hasFocus());
+}
+
 TEST_F(FocusKeepingTest, WhereTheUserHasGoneMeanwhileTheFocusStays)
 {
     setEnabled(false);
