@@ -256,6 +256,10 @@ bool HistoryTableModel::canQueueAgain(int row) const
 
 bool HistoryTableModel::hasWebLink(int row) const
 {
+    const LedgerKey& key = m_keys[row];
+    if (key.isOfThisRun() && m_history.entries().withoutPath(key.number).outcome != HistoryEntry::Outcome::Confirmed) {
+        return false;
+    }
     const HistoryEntry* const known = entry(row);
     return known == nullptr || !HistoryRows::webLink(*known).isNull();
 }

@@ -1,17 +1,20 @@
 #include "HistoryWindow.h"
 
+#include "CopyOrBeep.h"
 #include "DateText.h"
+#include "FocusKeeping.h"
 #include "HistoryCopy.h"
 #include "HistoryRows.h"
 #include "HistoryTableModel.h"
 #include "HistoryText.h"
-#include "SettingNames.h"
+#include "SelectedRows.h"
 #include "SheetQueue.h"
 #include "StandardFolders.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
+#include "WebLink.h"
 #include "ui_HistoryWindow.h"
 
 #include <QApplication>
@@ -192,16 +195,7 @@ void HistoryWindow::setDefaultWidths()
 
 QList<int> HistoryWindow::selectedRows() const
 {
-    QList<int> rows;
-    for (const QItemSelectionRange& range : m_ui->historyTable->selectionModel()->selection()) {
-        for (int row = range.top(); row <= range.bottom(); ++row) {
-            rows.append(row);
-        }
-    }
-    // Rows are selected whole, but may have been selected in parts.
-    std::sort(rows.begin(), rows.end());
-    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    return rows;
+    return selectedRowsOf(*m_ui->historyTable);
 }
 
 QList<LedgerKey> HistoryWindow::keysOf(const QList<int>& rows) const
@@ -246,11 +240,7 @@ void HistoryWindow::copyWebLink()
             links.append(HistoryRows::webLink(row.entry));
         }
         links.removeAll({});
-        if (links.isEmpty()) {
-            QApplication::beep();
-        } else {
-            QApplication::clipboard()->setText(links.join(u'\n'));
-        }
+        copyOrBeep(links.join(u'\n'));
     });
 }
 
@@ -349,16 +339,17 @@ void HistoryWindow::showWhatCanBeDone()
         ? m_history.hasUnsettledRows()
         : std::any_of(selected.begin(), selected.end(), [this](int row) { return m_model->canQueueAgain(row); });
     const bool hasRows = m_model->rowCount() > 0;
-    m_ui->queueAgainButton->setEnabled(canQueue);
+    setEnabledKeepingFocus(*m_ui->queueAgainButton, canQueue, *m_ui->historyTable);
     m_ui->queueAgainAction->setEnabled(canQueue);
-    m_ui->copyHistoryButton->setEnabled(hasRows);
+    setEnabledKeepingFocus(*m_ui->copyHistoryButton, hasRows, *m_ui->historyTable);
     m_ui->copyHistoryAction->setEnabled(hasRows);
-    m_ui->copyWebLinkAction->setVisible(!UserDefaults::standard().string(SettingNames::webAddress).isEmpty());
+    const UserDefaults::Reading reading(UserDefaults::standard()); // One look for all rows.
+    m_ui->copyWebLinkAction->setVisible(hasWebAddress());
     m_ui->copyWebLinkAction->setEnabled(
         m_ui->copyWebLinkAction->isVisible()
         && std::any_of(selected.begin(), selected.end(), [this](int row) { return m_model->hasWebLink(row); }));
-    m_ui->clearHistoryButton->setEnabled(m_ledger.isOpen());
-    m_ui->exportHistoryButton->setEnabled(m_ledger.isOpen() && hasRows);
+    setEnabledKeepingFocus(*m_ui->clearHistoryButton, m_ledger.isOpen(), *m_ui->historyTable);
+    setEnabledKeepingFocus(*m_ui->exportHistoryButton, m_ledger.isOpen() && hasRows, *m_ui->historyTable);
 }
 
 void HistoryWindow::follow()

@@ -1,12 +1,12 @@
 #include "MainMenu.h"
 
 #include "AlertDialog.h"
+#include "CopyOrBeep.h"
 #include "DroppedFiles.h"
 #include "LoopSuspension.h"
 #include "MainWindow.h"
-#include "SettingNames.h"
-#include "UserDefaults.h"
 #include "ViewController.h"
+#include "WebLink.h"
 #include "WindowState.h"
 #include "ui_MainWindow.h"
 
@@ -125,7 +125,7 @@ void MainMenu::show(const WindowState& state)
     ui.downloadAction->setEnabled(state.isItemSelected && state.hasDestination);
     ui.deleteAction->setEnabled(state.isItemSelected && state.hasDestination);
     ui.copyItemLocationAction->setEnabled(state.isItemSelected);
-    m_copyWebLinkAction->setVisible(!UserDefaults::standard().string(SettingNames::webAddress).isEmpty());
+    m_copyWebLinkAction->setVisible(hasWebAddress());
     m_copyWebLinkAction->setEnabled(m_copyWebLinkAction->isVisible() && state.isItemSelected);
     ui.copyLocationAction->setEnabled(state.hasDestination);
     ui.newFolderAction->setEnabled(state.hasDestination);
@@ -175,22 +175,12 @@ void MainMenu::pasteFiles()
 
 void MainMenu::copyItemLocation()
 {
-    const QString location = m_controller.items().locationOfSelection();
-    if (location.isNull()) {
-        QApplication::beep();
-    } else {
-        QApplication::clipboard()->setText(location);
-    }
+    copyOrBeep(m_controller.items().locationOfSelection());
 }
 
 void MainMenu::copyWebLink()
 {
-    const QString links = m_controller.items().webLinkOfSelection();
-    if (links.isEmpty()) {
-        QApplication::beep();
-    } else {
-        QApplication::clipboard()->setText(links);
-    }
+    copyOrBeep(m_controller.items().webLinkOfSelection());
 }
 
 void MainMenu::showAbout()

@@ -145,7 +145,7 @@ WindowState Pump::state() const
              .otherFolder = listing.isOfOtherFolder() ? listing.location() : QString(),
              .isListingDue = listing.isDue(),
              .hasDestination = !listing.destination().isNull(),
-             .isItemSelected = m_parts.items.selectedEntry() != nullptr };
+             .isItemSelected = m_parts.table.selectionModel()->hasSelection() };
 }
 
 qint64 Pump::movingSize() const

@@ -14,11 +14,24 @@ QString webLink(const QString& base, const QString& folder, const QString& item)
     return Addressing::withTrailingSlash(base) + QString::fromLatin1(path.toPercentEncoding("/"));
 }
 
+namespace {
+
+QString webAddress()
+{
+    return UserDefaults::standard().string(SettingNames::webAddress).trimmed();
+}
+
+} // namespace
+
+bool hasWebAddress()
+{
+    return !webAddress().isEmpty();
+}
+
 QString webLink(const QString& item)
 {
-    const UserDefaults& defaults = UserDefaults::standard();
-    const UserDefaults::Reading reading(defaults);
-    const QString base = defaults.string(SettingNames::webAddress).trimmed();
+    const UserDefaults::Reading reading(UserDefaults::standard());
+    const QString base = webAddress();
     return base.isEmpty() ? QString()
                           : webLink(base, DestinationSettings::createFullPathFromFTPRootRelativePath(QString()), item);
 }

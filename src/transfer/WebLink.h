@@ -7,5 +7,8 @@
 /// and for an item that does not lie below the folder.
 QString webLink(const QString& base, const QString& folder, const QString& item);
 
-/// The same by the present settings.
+/// Whether the present settings have a web address of the folder.
+bool hasWebAddress();
+
+/// The web address of @p item by the present settings.
 QString webLink(const QString& item);
