@@ -24,6 +24,7 @@ MainWindow::MainWindow()
     m_ui->percentProgressIndicator->setSizePolicy(policy);
     m_ui->figuresRow->setGivingWay(
         { m_ui->totalBytesTextField, m_ui->percentTextField, m_ui->timeLeftTextField, m_ui->speedTextField });
+    m_ui->transferPane->setParts(*m_ui->transferDetails, *m_ui->outcomeLine);
     const std::initializer_list<QLabel*> quietLabels{ m_ui->waitingTextField,       m_ui->bytesFormattedTextField,
                                                       m_ui->totalBytesTextField,    m_ui->speedTextField,
                                                       m_ui->timeLeftTextField,      m_ui->percentTextField,
@@ -57,6 +58,7 @@ void MainWindow::connectTo(ViewController& controller)
     connect(m_ui->downloadButton, &QPushButton::clicked, items, &ItemActions::downloadSelection);
     connect(m_ui->deleteButton, &QPushButton::clicked, items, &ItemActions::deleteSelection);
     connect(m_ui->newFolderButton, &QPushButton::clicked, items, &ItemActions::createFolderButtonAction);
+    m_ui->outcomeLine->setRefuge(*table);
     m_ui->outcomeLine->setHistory(controller.history(), controller.ledger(), controller.tries());
     connect(m_ui->outcomeLine, &OutcomeLine::tryNowRequested, &controller, [&controller] {
         emit controller.userRequestedConnection();
@@ -84,7 +86,7 @@ void MainWindow::tableViewSelectionDidChange(const QObject* table)
         return;
     }
     for (QPushButton* button : { m_ui->deleteButton, m_ui->downloadButton }) {
-        setEnabledKeepingFocus(*button, ours->selectedRow() != -1, *m_ui->destinationListingTable);
+        setEnabledKeepingFocus(*button, ours->selectionModel()->hasSelection(), *m_ui->destinationListingTable);
     }
 }
 

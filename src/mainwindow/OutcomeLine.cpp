@@ -1,22 +1,26 @@
 #include "OutcomeLine.h"
 
 #include "AutomaticTries.h"
+#include "CopyOrBeep.h"
 #include "DrawnIcons.h"
 #include "ElidedLabel.h"
+#include "FocusKeeping.h"
 #include "HistoryRows.h"
 #include "IconLabel.h"
-#include "SettingNames.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
 #include "UserDefaults.h"
+#include "WebLink.h"
 
 #include <QAccessibleWidget>
-#include <QApplication>
 #include <QBoxLayout>
-#include <QClipboard>
 #include <QLabel>
 #include <QLocale>
+#include <QMenu>
 #include <QToolButton>
+
+#include <numeric>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -26,6 +30,7 @@ namespace {
 QString styleOf(bool isWarning)
 {
     const QString buttons = u"QToolButton { color: #0a57b0; border: none; border-radius: 3px; padding: 3px 8px; }"
+                            "QToolButton::menu-indicator { image: none; }"
                             "QToolButton:hover, QToolButton:focus { background: rgba(10, 87, 176, 10%); }"_s;
     return buttons
         + (isWarning ? u"OutcomeLine { background: #fdeaea; border: 1px solid #efc4c4; border-radius: 4px; }"
@@ -69,9 +74,6 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_icon->setIcon(drawnWarningIcon());
     m_showButton = addButton("showOutcomeButton", u"Show…"_s);
     m_showButton->setToolTip(u"Show these files in the history"_s);
-    m_copyWebLinkButton = addButton("copyOutcomeWebLinkButton", u"Copy Web Link"_s);
-    m_copyWebLinkButton->setToolTip(u"Copy the web addresses of the files that were confirmed"_s);
-    m_copyWebLinkButton->hide();
     m_queueAgainButton = addButton("queueOutcomeAgainButton", u"Queue Again"_s);
     m_queueAgainButton->setToolTip(u"Put the files that were lost or stopped into the queue once more"_s);
     m_forgetButton = addButton("forgetInterruptedButton", u"Forget"_s);
@@ -80,10 +82,18 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_tryNowButton->setToolTip(u"Send the files that wait for another try at once"_s);
     m_giveUpButton = addButton("giveUpTriesButton", u"Give Up"_s);
     m_giveUpButton->setToolTip(u"Leave the files that wait for another try as they are"_s);
-    QToolButton* const dismissButton = addButton("dismissOutcomeButton", u"✕"_s);
-    dismissButton->setToolTip(u"Dismiss"_s);
-    dismissButton->setAccessibleName(u"Dismiss"_s);
-    connect(dismissButton, &QToolButton::clicked, this, &OutcomeLine::dismiss);
+    m_copyWebLinkButton = addButton("copyOutcomeWebLinkButton", u"Copy Web Link"_s);
+    m_copyWebLinkButton->setToolTip(u"Copy the web addresses of the files that were confirmed"_s);
+    m_moreButton = addButton("moreOutcomeButton", u"⋯"_s);
+    m_moreButton->setToolTip(u"More"_s);
+    m_moreButton->setAccessibleName(u"More about the outcome"_s);
+    m_moreButton->setPopupMode(QToolButton::InstantPopup);
+    m_moreButton->setMenu(new QMenu(m_moreButton));
+    connect(m_moreButton->menu(), &QMenu::aboutToShow, this, &OutcomeLine::fillMenu);
+    m_dismissButton = addButton("dismissOutcomeButton", u"✕"_s);
+    m_dismissButton->setToolTip(u"Dismiss"_s);
+    m_dismissButton->setAccessibleName(u"Dismiss"_s);
+    connect(m_dismissButton, &QToolButton::clicked, this, &OutcomeLine::dismiss);
     connect(m_showButton, &QToolButton::clicked, this, [this] {
         emit showRequested(m_isAboutEarlierRuns
                                ? m_ledger->interrupted()
@@ -94,14 +104,12 @@ OutcomeLine::OutcomeLine(QWidget* parent)
             [this] { emit queueAgainRequested(m_isAboutEarlierRuns ? m_ledger->interrupted() : keys(lostRows())); });
     connect(m_tryNowButton, &QToolButton::clicked, this, &OutcomeLine::tryNowRequested);
     connect(m_giveUpButton, &QToolButton::clicked, this, [this] { m_tries->giveUp(); });
-    for (QWidget* const button : { m_forgetButton, m_tryNowButton, m_giveUpButton }) {
-        button->hide();
-    }
     connect(m_forgetButton, &QToolButton::clicked, this, [this] {
-        hide();
+        tell(false);
         m_ledger->forgetInterrupted();
     });
     setStyleSheet(styleOf(false));
+    m_showButton->show(); // The line's height counts before it is told anything.
     hide();
 }
 
@@ -112,8 +120,18 @@ QToolButton* OutcomeLine::addButton(const char* name, const QString& text)
     button->setText(text);
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::StrongFocus);
+    button->hide();
     m_buttons->addWidget(button);
     return button;
+}
+
+/// Beside what always is there, @p buttons can be pressed from now on.
+void OutcomeLine::offer(const QList<QToolButton*>& buttons)
+{
+    if (m_offered != buttons) {
+        m_offered = buttons;
+        arrange();
+    }
 }
 
 void OutcomeLine::resizeEvent(QResizeEvent* event)
@@ -122,14 +140,97 @@ void OutcomeLine::resizeEvent(QResizeEvent* event)
     arrange();
 }
 
-/// Puts the buttons below the words where both have no room in one line.
+/// Puts the buttons below the words where both have no room in one line, and those that have none into the menu. In a
+/// low window the line stays one as long as the menu can have the most of them.
 void OutcomeLine::arrange()
 {
+    if (!m_isTold) {
+        return; // How wide it is going to be is not known before.
+    }
     const QMargins margins = m_layout->contentsMargins();
-    const int wanted = margins.left() + m_icon->sizeHint().width()
-        + m_text->fontMetrics().horizontalAdvance(m_text->text()) + m_buttons->sizeHint().width() + margins.right()
+    const int room = parentWidget()->contentsRect().width() - margins.left() - margins.right();
+    const int words = m_icon->sizeHint().width() + m_text->fontMetrics().horizontalAdvance(m_text->text())
         + 3 * m_layout->spacing();
-    m_layout->setDirection(wanted > width() ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    const bool isOneLine = words + (m_isLow ? widthWithMenu() : widthOf(allButtons())) <= room;
+    m_layout->setDirection(isOneLine ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
+
+    const int buttonRoom = isOneLine ? room - words : room;
+    QList<QToolButton*> shown = allButtons();
+    if (widthOf(shown) > buttonRoom) {
+        shown.insert(shown.size() - 1, m_moreButton);
+        while (shown.size() > 3 && widthOf(shown) > buttonRoom) {
+            shown.removeAt(shown.size() - 3);
+        }
+    }
+    for (int i = 0; i < m_buttons->count(); ++i) {
+        if (QWidget* const button = m_buttons->itemAt(i)->widget()) {
+            setVisibleKeepingFocus(*button, shown.contains(button), *m_refuge);
+        }
+    }
+    updateGeometry();
+}
+
+/// All that can be pressed at present.
+QList<QToolButton*> OutcomeLine::allButtons() const
+{
+    return QList{ m_showButton } + m_offered + QList{ m_dismissButton };
+}
+
+int OutcomeLine::widthOf(const QList<QToolButton*>& buttons) const
+{
+    return std::accumulate(buttons.begin(), buttons.end(), 0, [this](int sum, const QToolButton* button) {
+        return sum + button->sizeHint().width() + m_buttons->spacing();
+    });
+}
+
+/// Of the least buttons.
+int OutcomeLine::widthWithMenu() const
+{
+    return m_offered.isEmpty() ? widthOf(allButtons()) : widthOf({ m_showButton, m_moreButton, m_dismissButton });
+}
+
+/// The menu has the buttons that are not shown.
+void OutcomeLine::fillMenu()
+{
+    QMenu& menu = *m_moreButton->menu();
+    menu.clear();
+    for (QToolButton* const button : std::as_const(m_offered)) {
+        if (button->isHidden()) {
+            menu.addAction(button->text(), button, &QToolButton::click);
+        }
+    }
+}
+
+QSize OutcomeLine::minimumSizeHint() const
+{
+    const QMargins margins = m_layout->contentsMargins();
+    return { margins.left() + widthWithMenu() + margins.right(), QFrame::minimumSizeHint().height() };
+}
+
+void OutcomeLine::setGivingWay(bool givesWay)
+{
+    m_givesWay = givesWay;
+    showOrHide();
+}
+
+void OutcomeLine::setLow(bool isLow)
+{
+    if (m_isLow != isLow) {
+        m_isLow = isLow;
+        arrange();
+    }
+}
+
+void OutcomeLine::tell(bool isTold)
+{
+    m_isTold = isTold;
+    arrange();
+    showOrHide();
+}
+
+void OutcomeLine::showOrHide()
+{
+    setVisibleKeepingFocus(*this, m_isTold && !m_givesWay, *m_refuge);
 }
 
 void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries)
@@ -139,10 +240,10 @@ void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger,
     m_history = &history;
     m_ledger = &ledger;
     connect(&ledger, &UploadLedger::interruptedChanged, this, &OutcomeLine::interruptedChanged);
-    connect(&history, &UploadHistory::queueBegins, this, &QWidget::hide);
+    connect(&history, &UploadHistory::queueBegins, this, [this] { tell(false); });
     connect(&history, &UploadHistory::queueDrained, this, &OutcomeLine::queueDrained);
     connect(&history, &UploadHistory::filesChecked, this, [this] {
-        if (isVisibleTo(parentWidget()) && !m_isAboutEarlierRuns) {
+        if (m_isTold && !m_isAboutEarlierRuns) {
             refresh();
         }
     });
@@ -154,7 +255,7 @@ void OutcomeLine::interruptedChanged()
     const qsizetype count = m_ledger->interrupted().size();
     if (m_isAboutEarlierRuns && count == 0) {
         m_isAboutEarlierRuns = false;
-        hide();
+        tell(false);
     }
     if (count > 0 && (m_isAboutEarlierRuns || m_history->rowCount() == 0)) {
         tellInterrupted(count);
@@ -164,7 +265,7 @@ void OutcomeLine::interruptedChanged()
 /// What the line about a queue stood before is said after it, once.
 void OutcomeLine::dismiss()
 {
-    hide();
+    tell(false);
     if (const qsizetype count = m_ledger->interrupted().size(); count > 0 && !m_wasInterruptedTold) {
         tellInterrupted(count);
     }
@@ -178,13 +279,8 @@ void OutcomeLine::tellInterrupted(qsizetype count)
     setText(count == 1 ? u"1 file was not confirmed"_s
                        : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
             true);
-    for (QWidget* const button : { m_copyWebLinkButton, m_tryNowButton, m_giveUpButton }) {
-        button->hide();
-    }
-    m_queueAgainButton->show();
-    m_forgetButton->show();
-    arrange();
-    show();
+    offer({ m_queueAgainButton, m_forgetButton });
+    tell(true);
 }
 
 void OutcomeLine::triesChanged()
@@ -209,9 +305,8 @@ QString OutcomeLine::queueText() const
 void OutcomeLine::queueDrained()
 {
     m_isAboutEarlierRuns = false;
-    m_forgetButton->hide();
     refresh();
-    setVisible(!m_text->text().isEmpty());
+    tell(!m_text->text().isEmpty());
 }
 
 QList<LedgerKey> OutcomeLine::keys(const QList<int>& numbers) const
@@ -229,49 +324,44 @@ QList<int> OutcomeLine::lostRows() const
     return HistoryRows::unsettled(m_history->entries(), m_history->firstQueueRow());
 }
 
-void OutcomeLine::copyWebLinks() const
+/// Whether files of the queue have web addresses, as far as that is known without a look at each.
+bool OutcomeLine::hasWebLinks() const
 {
-    const QStringList links = webLinks(m_history->rowCount());
-    if (links.isEmpty()) { // The settings have changed since the button came.
-        QApplication::beep();
-    } else {
-        QApplication::clipboard()->setText(links.join(u'\n'));
-    }
+    return m_history->queueTally().confirmed > 0 && hasWebAddress();
 }
 
-/// The first of the files of the queue that were confirmed, no more than @p most.
-QStringList OutcomeLine::webLinks(qsizetype most) const
+void OutcomeLine::copyWebLinks() const
 {
     const UserDefaults::Reading reading(UserDefaults::standard());
-    if (UserDefaults::standard().string(SettingNames::webAddress).isEmpty()) {
-        return {};
-    }
     QStringList links;
-    for (int row = m_history->firstQueueRow(); row < m_history->rowCount() && links.size() < most; ++row) {
-        const HistoryEntry known = m_history->entries().withoutPath(row);
-        if (known.outcome != HistoryEntry::Outcome::Confirmed || known.isManual) {
-            continue;
-        }
-        if (const QString link = HistoryRows::webLink(m_history->entries()[row]); !link.isNull()) {
-            links.append(link);
+    for (int row = m_history->firstQueueRow(); row < m_history->rowCount(); ++row) {
+        if (const HistoryEntry entry = m_history->entries()[row]; !entry.isManual) {
+            links.append(HistoryRows::webLink(entry));
         }
     }
-    return links;
+    links.removeAll({});
+    copyOrBeep(links.join(u'\n')); // There are none when the settings have changed since the button came.
 }
 
 void OutcomeLine::refresh()
 {
-    m_copyWebLinkButton->setVisible(!webLinks(1).isEmpty());
-    const bool isWarning = m_history->queueTally().lost() > 0;
-    const bool isTryWaiting = m_tries->waitingCount() > 0;
-    m_tryNowButton->setVisible(isTryWaiting);
-    m_giveUpButton->setVisible(isTryWaiting);
     // Each listing comes here; the disk is asked when there is news.
     if (const QList<int> rows = lostRows(); m_lostRows != rows) {
-        m_queueAgainButton->setVisible(HistoryRows::isAnyPresent(m_history->entries(), rows));
+        m_canQueueAgain = HistoryRows::isAnyPresent(m_history->entries(), rows);
         m_lostRows = rows;
     }
-    setText(queueText(), isWarning);
+    QList<QToolButton*> buttons;
+    if (m_canQueueAgain) {
+        buttons.append(m_queueAgainButton);
+    }
+    if (m_tries->waitingCount() > 0) {
+        buttons.append({ m_tryNowButton, m_giveUpButton });
+    }
+    if (hasWebLinks()) {
+        buttons.append(m_copyWebLinkButton);
+    }
+    offer(buttons);
+    setText(queueText(), m_history->queueTally().lost() > 0);
 }
 
 void OutcomeLine::setText(const QString& text, bool isWarning)

@@ -18,7 +18,7 @@ class UploadLedger;
 /// The line below the status that says what has become of the last queue: "3 of 5 uploaded, 2 failed". It comes when a
 /// queue has ended, is corrected when a later listing knows better, and stays until the next queue begins or until it
 /// is dismissed. Before the first queue it says of how many files an earlier run has not learnt what has become of
-/// them. Belongs to the main thread.
+/// them. Buttons that have no room are in a menu. Belongs to the main thread.
 class OutcomeLine final : public QFrame {
     Q_OBJECT
 
@@ -27,6 +27,14 @@ public:
 
     /// Whose queues, and whose earlier runs, the line is about, and what is tried again by itself. All outlive it.
     void setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries);
+    /// @p refuge has the keyboard when what had it in the line is hidden. It outlives the line's use.
+    void setRefuge(QWidget& refuge) { m_refuge = &refuge; }
+    /// Whether the line is hidden although it has something to say, for there is no room.
+    void setGivingWay(bool givesWay);
+    /// Whether the line has no room for a second line of buttons.
+    void setLow(bool isLow);
+
+    QSize minimumSizeHint() const override;
 
 signals:
     /// The user wants to see the files of @p keys in the history.
@@ -41,7 +49,14 @@ protected:
 
 private:
     void arrange();
+    QList<QToolButton*> allButtons() const;
+    int widthOf(const QList<QToolButton*>& buttons) const;
+    int widthWithMenu() const;
+    void fillMenu();
     QToolButton* addButton(const char* name, const QString& text);
+    void offer(const QList<QToolButton*>& buttons);
+    void tell(bool isTold);
+    void showOrHide();
     void queueDrained();
     void interruptedChanged();
     void dismiss();
@@ -52,23 +67,31 @@ private:
     void setText(const QString& text, bool isWarning);
     QList<LedgerKey> keys(const QList<int>& numbers) const;
     QList<int> lostRows() const;
-    QStringList webLinks(qsizetype most) const;
+    bool hasWebLinks() const;
     void copyWebLinks() const;
 
     const UploadHistory* m_history = nullptr;
     UploadLedger* m_ledger = nullptr;
     AutomaticTries* m_tries = nullptr;
+    QWidget* m_refuge = this;
+    bool m_isTold = false; ///< Whether there is something to say.
+    bool m_givesWay = false;
+    bool m_isLow = false;
     bool m_isAboutEarlierRuns = false;
     bool m_wasInterruptedTold = false;
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
+    bool m_canQueueAgain = false; ///< Whether any of them was there.
+    QList<QToolButton*> m_offered; ///< What can be done at present, by its weight; the last ones give way.
     QBoxLayout* m_layout;
     QBoxLayout* m_buttons;
     IconLabel* m_icon;
     QLabel* m_text;
     QToolButton* m_showButton;
-    QToolButton* m_copyWebLinkButton;
     QToolButton* m_queueAgainButton;
     QToolButton* m_forgetButton;
     QToolButton* m_tryNowButton;
     QToolButton* m_giveUpButton;
+    QToolButton* m_copyWebLinkButton;
+    QToolButton* m_moreButton; ///< Has what has no room of its own.
+    QToolButton* m_dismissButton;
 };

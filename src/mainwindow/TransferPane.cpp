@@ -1,15 +1,38 @@
 #include "TransferPane.h"
 
+#include "OutcomeLine.h"
+
 #include <QLayout>
 
 #include <algorithm>
 
+void TransferPane::setParts(QWidget& details, OutcomeLine& outcome)
+{
+    m_details = &details;
+    m_outcome = &outcome;
+}
+
+void TransferPane::showDetails(bool areShown)
+{
+    if (areShown == m_details->isHidden()) {
+        m_details->setVisible(areShown);
+        giveWay();
+    }
+}
+
+void TransferPane::giveWay()
+{
+    m_outcome->setGivingWay(m_dropAreaHeight == 0 && !m_details->isHidden());
+}
+
 void TransferPane::fitTo(int windowHeight, bool isLow)
 {
+    m_outcome->setLow(isLow);
     const int line = fontMetrics().lineSpacing();
     const int height = isLow ? 0 : std::clamp(windowHeight / 5, 6 * line, 12 * line);
     if (height != m_dropAreaHeight) {
         m_dropAreaHeight = height;
+        giveWay();
         updateGeometry();
     }
 }

@@ -203,7 +203,7 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
 void WindowIndicators::showProgress(const Values& values, const WindowState& state)
 {
     const bool isMoving = state.isMoving();
-    m_window.transferDetails->setVisible(isMoving || state.waiting != 0);
+    m_window.transferPane->showDetails(isMoving || state.waiting != 0);
     m_window.percentProgressIndicator->setVisible(isMoving);
     m_window.bytesFormattedTextField->setVisible(isMoving);
     setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QSignalSpy>
 #include <QTableView>
+#include <QTest>
 #include <QToolButton>
 
 using namespace std::chrono_literals;
@@ -40,6 +41,15 @@ protected:
         latest(Kind::Listing).sendBytes(rows);
         latest(Kind::Listing).sendEnd();
     }
+    /// Presses the button of that name with the keyboard, and answers what has the keyboard then.
+    const QWidget* pressByKeyboard(const char* name)
+    {
+        tool(name).setFocus();
+        EXPECT_EQ(m_controller->window().focusWidget(), &tool(name));
+        QTest::keyClick(&tool(name), Qt::Key_Space);
+        return m_controller->window().focusWidget();
+    }
+    const QWidget* table() { return &control<QWidget>("destinationListingTable"); }
     void loseOneOfTwo()
     {
         m_lost = makeFile(u"lost"_s);
@@ -372,6 +382,12 @@ TEST_F(InterruptedFilesTest, ForgottenFilesAreNotAskedAboutAgain)
     EXPECT_FALSE(line().isVisible());
 }
 
+TEST_F(InterruptedFilesTest, ForgetLeavesTheKeyboardToTheTable)
+{
+    ASSERT_TRUE(waitForLine());
+    EXPECT_EQ(pressByKeyboard("forgetInterruptedButton"), table());
+}
+
 TEST_F(InterruptedFilesTest, ShowSelectsThemInTheHistory)
 {
     ASSERT_TRUE(waitForLine());
@@ -444,6 +460,21 @@ TEST_F(AnotherTryTest, TheLineSaysHowManyWaitForItAndThePressHasThemSent)
     EXPECT_EQ(text("outcomeTextField"), u"2 uploaded"_s);
     EXPECT_FALSE(tool("tryNowButton").isVisible());
     EXPECT_FALSE(tool("giveUpTriesButton").isVisible());
+}
+
+TEST_F(AnotherTryTest, AButtonThatGoesWithItsPressLeavesTheKeyboardToTheTable)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    loseNext();
+    EXPECT_EQ(pressByKeyboard("tryNowButton"), table());
+    loseNext();
+    EXPECT_EQ(pressByKeyboard("giveUpTriesButton"), table());
+    EXPECT_TRUE(line().isVisible());
+    EXPECT_EQ(pressByKeyboard("queueOutcomeAgainButton"), table());
+    EXPECT_FALSE(line().isVisible());
+    finishUpload();
+    tick();
+    EXPECT_EQ(pressByKeyboard("dismissOutcomeButton"), table());
 }
 
 TEST_F(AnotherTryTest, GivingUpAndClearingTheQueueEndThem)

@@ -8,7 +8,9 @@
 
 #include <QLineEdit>
 #include <QLocale>
+#include <QMenu>
 #include <QScreen>
+#include <QToolButton>
 
 #include <algorithm>
 
@@ -61,6 +63,16 @@ protected:
         upload().sendRefusal(552);
         tick();
         finishUpload();
+        tickAndLayOut();
+    }
+    /// Starts an upload by hand, or stops it.
+    void clickManualUpload()
+    {
+        QFile manual(downloadsDirectoryPath() + u"/manual"_s);
+        ASSERT_TRUE(manual.open(QIODevice::WriteOnly));
+        control<QLineEdit>("fileToUploadTextField").setText(u"manual"_s);
+        button("startStopUploadButton").click();
+        tickAndLayOut();
         tickAndLayOut();
     }
     void expectNothingCut(const std::string& where)
@@ -150,6 +162,30 @@ TEST_F(WindowLayoutTest, TheTableStaysWhereItIsWhateverIsToldAboveIt)
     }
 }
 
+TEST_F(WindowLayoutTest, ALowWindowShowsATransferInPlaceOfTheOutcomeWhichComesBack)
+{
+    for (const int height : { 680, 360 }) {
+        startAgain();
+        resize({ 760, height });
+        startSending();
+        endWithALoss();
+        const QRect place = placeOf("destinationListingTable");
+
+        clickManualUpload();
+        ASSERT_TRUE(widget("transferDetails").isVisible());
+        EXPECT_EQ(widget("outcomeLine").isVisible(), height == 680);
+        EXPECT_EQ(placeOf("destinationListingTable"), place);
+        resize({ 760, 680 });
+        EXPECT_TRUE(widget("outcomeLine").isVisible());
+        resize({ 760, height });
+
+        clickManualUpload();
+        EXPECT_FALSE(widget("transferDetails").isVisible());
+        EXPECT_TRUE(widget("outcomeLine").isVisible());
+        EXPECT_EQ(placeOf("destinationListingTable"), place);
+    }
+}
+
 TEST_F(WindowLayoutTest, StatusAndButtonsOfTheTransferShareALine)
 {
     for (const QSize& size : { QSize(760, 680), QSize(420, 360) }) {
@@ -190,9 +226,54 @@ TEST_F(WindowLayoutTest, InANarrowWindowTheOutcomesButtonsStandBelowIt)
     endWithALoss();
     EXPECT_FALSE(isBelow());
 
-    resize({ 420, 360 });
+    resize({ 420, 680 });
     EXPECT_TRUE(isBelow());
     expectNothingCut("narrow: ");
+    resize({ 420, 360 });
+    EXPECT_FALSE(isBelow()); // A second line has no room.
+    expectNothingCut("small: ");
+}
+
+TEST_F(WindowLayoutTest, TheOutcomesButtonsWithoutRoomAreInItsMenu)
+{
+    set(u"WebAddress"_s, u"https://www.example.com"_s);
+    set(u"RetryFailedFiles"_s, true);
+    const QList<const char*> buttons{ "queueOutcomeAgainButton", "tryNowButton", "giveUpTriesButton",
+                                      "copyOutcomeWebLinkButton" };
+    const auto shown = [this, &buttons] {
+        return std::count_if(buttons.begin(), buttons.end(),
+                             [this](const char* name) { return widget(name).isVisible(); });
+    };
+    for (const QSize& size : { QSize(420, 360), QSize(632, 440) }) {
+        const double points = size.width() == 420 ? 9 : 18;
+        startWithFontOf(points);
+        resize({ 1900, 1200 });
+        startSending();
+        finishUpload();
+        tick();
+        upload().sendRefusal(421);
+        tickAndLayOut();
+        EXPECT_EQ(shown(), 4);
+        EXPECT_FALSE(widget("moreOutcomeButton").isVisible());
+        widget("giveUpTriesButton").setFocus();
+
+        resize(size);
+
+        EXPECT_EQ(m_controller->window().size(), size) << points;
+        expectNothingCut("menu: ");
+        ASSERT_TRUE(widget("moreOutcomeButton").isVisible());
+        EXPECT_EQ(m_controller->window().focusWidget(), &widget("destinationListingTable"));
+        QMenu& menu = *control<QToolButton>("moreOutcomeButton").menu();
+        emit menu.aboutToShow();
+        EXPECT_EQ(shown() + menu.actions().size(), 4);
+        EXPECT_TRUE(placeOf("outcomeLine").contains(placeOf("dismissOutcomeButton")));
+        const QList<QAction*> actions = menu.actions();
+        const auto giveUp = std::find_if(actions.begin(), actions.end(),
+                                         [](const QAction* action) { return action->text() == u"Give Up"_s; });
+        ASSERT_NE(giveUp, actions.end());
+        (*giveUp)->trigger();
+        EXPECT_EQ(m_controller->tries().waitingCount(), 0);
+    }
 }
 
 TEST_F(WindowLayoutTest, WhatHasNoRoomBesideTheBytesGivesWay)
@@ -244,15 +325,10 @@ TEST_F(WindowLayoutTest, TheListOfAnEndedQueueStaysDimmedWhateverElseGoesOn)
     endWithALoss();
     ASSERT_EQ(colour(), QPalette::PlaceholderText);
 
-    QFile manual(downloadsDirectoryPath() + u"/manual"_s);
-    ASSERT_TRUE(manual.open(QIODevice::WriteOnly));
-    control<QLineEdit>("fileToUploadTextField").setText(u"manual"_s);
-    button("startStopUploadButton").click();
-    tickAndLayOut();
+    clickManualUpload();
     EXPECT_TRUE(m_controller->pc().isSending());
     EXPECT_EQ(colour(), QPalette::PlaceholderText);
-    button("startStopUploadButton").click();
-    tickAndLayOut();
+    clickManualUpload();
 
     unset(u"Address"_s);
     m_controller->uploadFiles({ makeFile(u"third"_s) });
