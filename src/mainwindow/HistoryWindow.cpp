@@ -17,8 +17,6 @@
 #include "WebLink.h"
 #include "ui_HistoryWindow.h"
 
-#include <QApplication>
-#include <QClipboard>
 #include <QDir>
 #include <QFileDialog>
 #include <QHeaderView>
