@@ -124,10 +124,10 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& /*plat
     PathList files;
     QStringList others;
     for (const QString& uri : uris) {
-        if (const QString path = localPath(uri.toUtf8()); path.isNull()) {
+        if (const QByteArray path = localPathBytes(uri.toUtf8()); path.isNull()) {
             others.append(uri);
         } else {
-            files.append(path);
+            files.appendBytes(path);
         }
     }
     serve(call, [this, files, others] {

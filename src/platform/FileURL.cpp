@@ -28,7 +28,7 @@ constexpr QByteArrayView plainBeginning("file://");
 /// Whether @p uri is like "file:///folder/name%20end"; all others need a closer look.
 bool isPlainURI(const QByteArray& uri)
 {
-    if (!uri.startsWith(plainBeginning) || !uri.sliced(plainBeginning.size()).startsWith('/')) {
+    if (!uri.startsWith(plainBeginning) || !QByteArrayView(uri).sliced(plainBeginning.size()).startsWith('/')) {
         return false;
     }
     const auto isHexAt
@@ -61,10 +61,16 @@ QString localPath(const QUrl& url)
 
 QString localPath(const QByteArray& uri)
 {
+    return LocalPath::fromBytes(localPathBytes(uri));
+}
+
+QByteArray localPathBytes(const QByteArray& uri)
+{
     if (!isPlainURI(uri)) {
-        return localPath(QUrl::fromEncoded(uri));
+        return LocalPath::toBytes(localPath(QUrl::fromEncoded(uri)));
     }
-    return LocalPath::fromBytes(QByteArray::fromPercentEncoding(uri.sliced(plainBeginning.size())));
+    const QByteArrayView path = QByteArrayView(uri).sliced(plainBeginning.size());
+    return QByteArray::fromPercentEncoding(QByteArray::fromRawData(path.data(), path.size()));
 }
 
 QString fileURI(const QString& path)

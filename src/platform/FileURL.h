@@ -10,6 +10,8 @@ class QUrl;
 QString localPath(const QUrl& url);
 /// The same of a URI as it stands in a list of many. Most take a tenth of the time.
 QString localPath(const QByteArray& uri);
+/// The bytes of that path (LocalPath).
+QByteArray localPathBytes(const QByteArray& uri);
 
 /// The URI, fully escaped, of the file at the absolute path @p path.
 QString fileURI(const QString& path);

@@ -31,6 +31,8 @@ public:
     PathList copied(qsizetype first, qsizetype count) const;
 
     void append(const QString& path);
+    /// Appends the path that consists of @p bytes.
+    void appendBytes(QByteArrayView bytes);
     void append(const PathList& paths);
     /// Takes the first path out of a list that is not empty.
     QString takeFirst();
@@ -52,7 +54,6 @@ private:
 
     QList<Part>::const_iterator partOf(qsizetype number) const;
     bool canGrow(qsizetype bytes) const;
-    void appendBytes(QByteArrayView bytes);
 
     QList<Part> m_parts;
     qsizetype m_begin = 0; ///< The number of the first path.

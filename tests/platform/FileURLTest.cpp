@@ -51,6 +51,7 @@ TEST(FileURLTest, AURIInAListIsReadLikeAnyOther)
                                    "",
                                    "#" }) {
         EXPECT_EQ(localPath(QByteArray(uri)), localPath(QUrl::fromEncoded(uri))) << uri;
+        EXPECT_EQ(localPathBytes(uri), LocalPath::toBytes(localPath(QUrl::fromEncoded(uri)))) << uri;
     }
 }
 
