@@ -150,7 +150,7 @@ def fetch(bench, conversation, window, verb):
     conversation.wait_for_quiet(0.6)  # Two clicks in short succession are taken for more.
     mark = conversation.mark()
     if verb == "LIST":
-        window.key("F5")
+        window.press("F5")
     else:
         window.double_click(bench.places()["row"])
     end = conversation.wait_for(mark, 1, verb)

@@ -299,7 +299,7 @@ def large_listing(_, make):
             if not os.listdir(root):  # A window that was shown before has an empty list so far.
                 fill(root)
             mark = conversation.mark()
-            usage = measured(window, lambda: window.key("F5"), lambda: listed(window, mark))
+            usage = measured(window, lambda: window.press("F5"), lambda: listed(window, mark))
             return usage, conversation.since(mark)
 
         def listed(window, mark):

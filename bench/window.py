@@ -12,6 +12,7 @@ import threading
 import time
 
 from benchmark import TOP
+from keyboard import Keyboard
 from usage import cpu_seconds, wait_for_calm
 
 sys.path.insert(0, os.path.join(TOP, "tests", "window"))
@@ -43,6 +44,7 @@ class Window:
         store_settings({**desktop.environment, **home}, settings)
         self.downloads = os.path.join(home["HOME"], "Downloads")
         self._bus = None
+        self._keyboard = None
         with windows_shown(desktop) as shown:
             self.started = time.monotonic()
             self.program = Program(desktop, [program, *files], environment)
@@ -75,8 +77,10 @@ class Window:
         uris = ["file://" + path for path in paths]
         return self._call("org.freedesktop.Application", "Open", "(asa{sv})", (uris, {}))
 
-    def key(self, name):
-        self._desktop.key(name)
+    def press(self, name):
+        """A key; answers the moment."""
+        self._keyboard = self._keyboard or Keyboard(self._desktop.environment["DISPLAY"])
+        return self._keyboard.press(name)
 
     def minimise(self):
         self._desktop.xdotool("windowminimize", self._desktop.windows_of(self.pid, ".")[0])
