@@ -222,9 +222,37 @@ TEST_F(ListEntriesTest, SortingTakesAnOrderThatWasMadeForItAndOnlyThatOne)
     EXPECT_EQ(namesOf(m_entries), (QStringList{ u"a"_s, u"b"_s, u"c"_s }));
 
     prepare();
-    addFiles({ u"d"_s });
+    m_entries.clear();
+    addFiles({ u"f"_s, u"e"_s, u"d"_s });
     m_entries.sort({ bySize });
-    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"a"_s, u"b"_s, u"c"_s, u"d"_s }));
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"f"_s, u"e"_s, u"d"_s }));
+}
+
+TEST_F(ListEntriesTest, WhatComesAfterAnOrderWasMadeHasItsPlaceInIt)
+{
+    add({ fileEntry(u"a"_s, 4), fileEntry(u"b"_s, 2) });
+    const SortDescriptor bySize{ .key = u"Size"_s };
+    m_entries.setPreparedOrder(m_entries.orderMaker({ bySize })());
+    add({ fileEntry(u"c"_s, 3), fileEntry(u"d"_s, 1), fileEntry(u"e"_s, 4) });
+
+    m_entries.sort({ bySize });
+
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"d"_s, u"b"_s, u"c"_s, u"a"_s, u"e"_s }));
+    EXPECT_TRUE(m_entries.isSortedBy({ bySize }));
+}
+
+TEST_F(ListEntriesTest, AnOrderMadeBeforeOthersCameIsNotMadeAgain)
+{
+    addFiles({ u"c"_s, u"a"_s, u"b"_s });
+    const SortDescriptor bySize{ .key = u"Size"_s };
+    ListEntries::PreparedOrder order = m_entries.orderMaker({ bySize })();
+    std::ranges::reverse(order.arrivals); // No order that sorting would make.
+    m_entries.setPreparedOrder(std::move(order));
+    addFiles({ u"d"_s });
+
+    m_entries.sort({ bySize });
+
+    EXPECT_EQ(namesOf(m_entries), (QStringList{ u"c"_s, u"b"_s, u"a"_s, u"d"_s }));
 }
 
 TEST_F(ListEntriesTest, WhatMakesAnOrderNeedsTheListNoMore)

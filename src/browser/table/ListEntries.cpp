@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -109,7 +110,6 @@ ListEntries::Contents ListEntries::takeContents()
 
 void ListEntries::append(const QList<ListingEntry>& batch)
 {
-    ++m_revision;
     m_contents.entries.insert(m_contents.entries.end(), batch.begin(), batch.end());
     for (const ListingEntry& entry : batch) {
         m_contents.nameKeys.append(m_collator.keyOf(QStringView(entry.name).left(longestComparedName)));
@@ -140,7 +140,6 @@ template <typename Use> auto ListEntries::withKeyOf(const QString& column, Use u
 void ListEntries::mergeAppended()
 {
     withKeyOf(m_descriptor.key, [this](const auto& key) { mergeAppendedBy(key); });
-    ++m_revision;
 }
 
 template <typename Key> void ListEntries::mergeAppendedBy(Key key)
@@ -187,18 +186,19 @@ void ListEntries::sort(const QList<SortDescriptor>& descriptors)
         clear();
         return;
     }
-    if (wanted != m_descriptor) {
-        m_descriptor = wanted;
-        m_sortedCount = 0;
-    }
     if (auto prepared = std::exchange(m_prepared, std::nullopt);
         prepared && prepared->descriptor == wanted && prepared->revision == m_revision) {
+        const auto sorted = static_cast<ptrdiff_t>(prepared->arrivals.size());
+        prepared->arrivals.resize(m_order.size());
+        std::iota(prepared->arrivals.begin() + sorted, prepared->arrivals.end(), static_cast<int>(sorted));
         m_order = std::move(prepared->arrivals);
-        m_sortedCount = static_cast<ptrdiff_t>(m_order.size());
-        ++m_revision;
-    } else {
-        mergeAppended();
+        m_sortedCount = sorted;
+    } else if (wanted != m_descriptor) {
+        m_sortedCount = 0;
     }
+    m_descriptor = wanted;
+    ++m_revision;
+    mergeAppended();
 }
 
 bool ListEntries::isSortedBy(const QList<SortDescriptor>& descriptors) const

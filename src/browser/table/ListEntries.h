@@ -52,13 +52,14 @@ public:
     /// The order that sort() would make of the list as it is.
     struct PreparedOrder {
         SortDescriptor descriptor;
-        quint64 revision = 0; ///< Of the list.
+        quint64 revision = 0; ///< The list's.
         std::vector<int> arrivals; ///< Row by row.
     };
     /// What makes that order. It has all that it uses, and may be called in another thread, once, whatever becomes of
     /// the list.
     std::function<PreparedOrder()> orderMaker(const QList<SortDescriptor>& descriptors) const;
-    /// Has the next sort() take @p order instead of making it, provided that it is about that one and this list.
+    /// Has the next sort() take @p order instead of making it, provided that it is about that one and this list. What
+    /// has been appended since then comes at its place in it.
     void setPreparedOrder(PreparedOrder order) { m_prepared = std::move(order); }
     /// Whether sort() would change nothing.
     bool isSortedBy(const QList<SortDescriptor>& descriptors) const;
@@ -72,7 +73,7 @@ private:
     Contents m_contents; ///< In the order of their arrival. What has come is never moved by what comes.
     std::vector<int> m_order; ///< Row by row the number of an arrival.
     ptrdiff_t m_sortedCount = 0; ///< How many rows at the beginning are sorted.
-    quint64 m_revision = 0; ///< Another one after each change of the items or their order.
+    quint64 m_revision = 0; ///< Another one whenever the list was cleared or sorted.
     std::optional<PreparedOrder> m_prepared;
     SortDescriptor m_descriptor;
     NameCollator m_collator;
