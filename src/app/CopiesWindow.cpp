@@ -3,6 +3,7 @@
 #include "CopyText.h"
 #include "FocusKeeping.h"
 #include "PlainToolTip.h"
+#include "ScreenRoom.h"
 #include "SheetQueue.h"
 #include "VisibleText.h"
 #include "ui_CopiesWindow.h"
@@ -40,6 +41,7 @@ CopiesWindow::CopiesWindow(ProgramCopies copies, Application application)
     m_ui->copiesTable->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     m_ui->copiesTable->setEmptyText(emptyText);
     connectActions();
+    keepWithinScreen(*this);
 }
 
 CopiesWindow::~CopiesWindow() = default;

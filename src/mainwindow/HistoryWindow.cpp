@@ -288,7 +288,6 @@ void HistoryWindow::showPlace()
         text = u"Kept for 90 days, at most 100,000 files, in “%1”"_s.arg(visibleText(path));
     }
     m_ui->placeLabel->setText(text);
-    m_ui->placeLabel->setToolTip(text);
 }
 
 void HistoryWindow::showEvent(QShowEvent* event)

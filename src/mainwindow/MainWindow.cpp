@@ -43,7 +43,7 @@ void MainWindow::connectTo(ViewController& controller)
     ListingTable* const table = m_ui->destinationListingTable;
     table->setListing(controller.listing().model());
     WindowMemory::restore(*this, *table->horizontalHeader());
-    openWithinScreen();
+    keepWithinScreen(*this);
     table->sortDescriptorsDidChange();
     connect(&controller.listing(), &DestinationListing::folderChanged, table, &ListingTable::folderChanged);
     connect(&controller.listing(), &DestinationListing::ended, table, &ListingTable::listingEnded);
@@ -88,12 +88,6 @@ void MainWindow::tableViewSelectionDidChange(const QObject* table)
     for (QPushButton* button : { m_ui->deleteButton, m_ui->downloadButton }) {
         setEnabledKeepingFocus(*button, ours->selectionModel()->hasSelection(), *m_ui->destinationListingTable);
     }
-}
-
-/// A window larger than the screen would have its buttons and its status outside.
-void MainWindow::openWithinScreen()
-{
-    resize(size().boundedTo(roomOnScreen(*this)));
 }
 
 /// What the controls need with the present font, and some room besides.

@@ -34,7 +34,6 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void openWithinScreen();
     void updateMinimumSize();
     void fitToHeight();
 

@@ -112,6 +112,7 @@ void SecondaryWindows::showHistory(const QList<LedgerKey>& keys)
             m_controller.history(), m_controller.ledger(),
             [this](const QList<LedgerKey>& chosen) { queueAgain(m_controller, chosen); });
         WindowMemory::restore(*m_historyWindow, m_historyWindow->columns(), historyName);
+        keepWithinScreen(*m_historyWindow);
     }
     bringToFront(*m_historyWindow);
     m_historyWindow->select(keys);

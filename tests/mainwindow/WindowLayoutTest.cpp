@@ -1,6 +1,7 @@
 #include "DragDropView.h"
 #include "ElidedLabel.h"
 #include "FiguresRow.h"
+#include "HistoryWindow.h"
 #include "QueuedFilesView.h"
 #include "ScreenRoom.h"
 #include "StandardFolders.h"
@@ -356,9 +357,12 @@ TEST_F(WindowLayoutTest, TheOtherWindowsOpenWithinTheirScreenInAnyFont)
         SecondaryWindows& windows = m_controller->windows();
         m_controller->showWelcomeWindow(true);
         windows.showManualTransfers();
+        windows.showPreferences();
+        windows.showHistory({});
         drainEventLoop();
-        for (const QWidget* window :
-             { static_cast<QWidget*>(&windows.welcomeWindow()), static_cast<QWidget*>(&windows.manualTransfers()) }) {
+        const std::initializer_list<const QWidget*> all{ &windows.welcomeWindow(), &windows.manualTransfers(),
+                                                         windows.preferences().view(), windows.historyWindow() };
+        for (const QWidget* window : all) {
             EXPECT_EQ(window->size().boundedTo(roomOnScreen(*window)), window->size())
                 << points << window->windowTitle().toStdString();
         }
