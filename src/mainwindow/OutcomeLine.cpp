@@ -84,7 +84,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_giveUpButton->setToolTip(u"Leave the files that wait for another try as they are"_s);
     m_copyWebLinkButton = addButton("copyOutcomeWebLinkButton", u"Copy Web Link"_s);
     m_copyWebLinkButton->setToolTip(u"Copy the web addresses of the files that were confirmed"_s);
-    m_moreButton = addButton("moreOutcomeButton", u"⋯"_s);
+    m_moreButton = addButton("moreOutcomeButton", u"•••"_s);
     m_moreButton->setToolTip(u"More"_s);
     m_moreButton->setAccessibleName(u"More about the outcome"_s);
     m_moreButton->setPopupMode(QToolButton::InstantPopup);
