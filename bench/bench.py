@@ -15,7 +15,7 @@ from desktop import Desktop  # noqa: E402
 from window import Window, settings_of  # noqa: E402
 
 MAKES = ("vsftpd", "pure-ftpd", "proftpd", "pyftpdlib")
-SPACE_NEEDED = 5 * near.LARGE
+SPACE_NEEDED = 12 * near.LARGE
 
 
 class Bench:
@@ -34,12 +34,12 @@ class Bench:
         chosen = [make for make in self._servers or (makes[:1] if self.quick else makes) if make in makes]
         return [make for make in chosen if make != "pure-ftpd" or os.getuid() == 0]
 
-    def large_file(self):
-        path = os.path.join(self._folder, "large")
+    def large_file(self, size=near.LARGE):
+        path = os.path.join(self._folder, f"large-{size}")
         if not os.path.exists(path):
             with open(path, "wb") as file:
                 for _ in range(1024):
-                    file.write(os.urandom(near.LARGE // 1024))
+                    file.write(os.urandom(size // 1024))
         return path
 
     def places(self):

@@ -1,6 +1,7 @@
 """Rows of measurements, and the table that they make."""
 
 import dataclasses
+import random
 import statistics
 
 TITLES = (
@@ -44,6 +45,15 @@ def print_cells(cells):
 def paired(ours, theirs):
     """The median of the ratios of runs that took turns."""
     return f"{statistics.median(our / their for our, their in zip(ours, theirs)):.2f}"
+
+
+def interval(ours, theirs, probability=0.9):
+    """Where the median of those ratios lies with that probability, by pairs drawn again and again from what was seen."""
+    ratios = [our / their for our, their in zip(ours, theirs)]
+    chance = random.Random(1)
+    medians = sorted(statistics.median(chance.choices(ratios, k=len(ratios))) for _ in range(10_000))
+    beyond = int(len(medians) * (1 - probability) / 2)
+    return f"{medians[beyond]:.2f}–{medians[-beyond - 1]:.2f}"
 
 
 def median(values, form="{:.2f}"):
