@@ -109,6 +109,7 @@ public:
     using EngineStream::EngineStream;
 
     qint64 write(std::span<const char> data) override { return m_transfer != nullptr ? m_transfer->write(data) : -1; }
+    qint64 acknowledgedBytes() const override { return m_transfer != nullptr ? m_transfer->acknowledgedBytes() : 0; }
 };
 
 } // namespace

@@ -133,6 +133,9 @@ public:
     /// Sends up to @p data.size() bytes; answers how many were taken (at least one after HasSpaceAvailable), -1 on
     /// failure.
     [[nodiscard]] virtual qint64 write(std::span<const char> data) = 0;
+    /// Bytes of those that write() took of which it is known that the server's machine has received them, at least,
+    /// until the stream is closed. What the server has made of them nobody knows.
+    virtual qint64 acknowledgedBytes() const = 0;
 };
 
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made

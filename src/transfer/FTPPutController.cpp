@@ -93,6 +93,7 @@ void FTPPutController::stop(UploadOutcome::Kind kind, const QString& status)
         if (isSending()) {
             m_outcome.code = networkStream()->error().code;
             m_outcome.reply = lastReply();
+            m_outcome.acknowledged = networkStream()->acknowledgedBytes();
         }
     }
     closeStream();

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <optional>
+
 /// What has become of one file that was to be uploaded, so far.
 struct UploadOutcome {
     /// Kept in files by its number: what is new comes at the end.
@@ -31,6 +33,8 @@ struct UploadOutcome {
     int code = 0; ///< The server's reply code of a refusal, 400 to 599; else 0.
     QString status = {}; ///< What the upload said at its end.
     QString reply = {}; ///< The server's last reply to it, escaped; null for none.
+    /// Bytes that the server's machine had received when it broke off, at least; std::nullopt where nothing was begun.
+    std::optional<qint64> acknowledged = {};
 };
 
 /// Whether the server does not have the whole file although it was to be sent, or nobody knows. A file that was

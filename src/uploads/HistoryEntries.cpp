@@ -24,6 +24,7 @@ HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
         const Details& details = m_details[static_cast<size_t>(basis.details)];
         entry.destination = details.destination;
         entry.size = details.size;
+        entry.acknowledged = details.acknowledged;
         entry.durationMs = details.durationMs;
         entry.listedSize = details.listedSize;
         entry.status = details.status;
@@ -59,6 +60,7 @@ void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
     }
     if (basis.details >= 0) {
         m_details[static_cast<size_t>(basis.details)]
-            = { entry.destination, entry.size, entry.durationMs, entry.listedSize, entry.status, entry.reply };
+            = { entry.destination, entry.size,   entry.acknowledged, entry.durationMs,
+                entry.listedSize,  entry.status, entry.reply };
     }
 }

@@ -79,6 +79,7 @@ private:
     struct Details {
         QString destination;
         std::optional<qint64> size;
+        std::optional<qint64> acknowledged;
         std::optional<qint64> durationMs;
         std::optional<qint64> listedSize;
         QString status;

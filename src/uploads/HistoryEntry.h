@@ -16,6 +16,8 @@ struct HistoryEntry {
     bool isManual = false; ///< It was sent by hand, to a place of its own, and never stood in the queue.
     bool isQueuedAgain = false; ///< A later entry stands for the next try.
     std::optional<qint64> size = {}; ///< In bytes: of a confirmed file what was sent, else what the file has.
+    /// Bytes that the server's machine had received at least when it broke off; none where that is not known.
+    std::optional<qint64> acknowledged = {};
     std::optional<qint64> durationMs = {}; ///< From the start to the end of the upload.
     std::optional<qint64> listedSize
         = {}; ///< What the server lists it with, in bytes, where that is not what was sent.

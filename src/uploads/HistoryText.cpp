@@ -78,9 +78,18 @@ QString endText(const HistoryEntry& entry)
     return {};
 }
 
+/// How far a file came that broke off; null where nobody knows, or nothing had arrived.
+QString acknowledgedText(const HistoryEntry& entry)
+{
+    return entry.size && entry.acknowledged.value_or(0) > 0
+        ? u" (%1 of %2 received)"_s.arg(byteCountText(*entry.acknowledged), byteCountText(*entry.size))
+        : QString();
+}
+
 QString outcomeText(const HistoryEntry& entry)
 {
-    return entry.isQueuedAgain ? endText(entry) + u" (queued again)"_s : endText(entry);
+    const QString text = endText(entry) + acknowledgedText(entry);
+    return entry.isQueuedAgain ? text + u" (queued again)"_s : text;
 }
 
 QString timeField(qint64 time)
@@ -160,8 +169,11 @@ QString toolTip(const HistoryEntry& entry, Column column)
 
 QStringList titles()
 {
-    return { u"File"_s,         u"Size (bytes)"_s, u"Duration (s)"_s, u"Speed (bytes/s)"_s, u"Outcome"_s,
-             u"Server reply"_s, u"Time"_s,         u"Copy"_s,         u"Destination"_s };
+    return { u"File"_s,         u"Size (bytes)"_s,
+             u"Duration (s)"_s, u"Speed (bytes/s)"_s,
+             u"Outcome"_s,      u"Server reply"_s,
+             u"Time"_s,         u"Copy"_s,
+             u"Destination"_s,  u"Received by the server's machine (bytes)"_s };
 }
 
 QStringList fields(const HistoryEntry& entry)
@@ -177,6 +189,7 @@ QStringList fields(const HistoryEntry& entry)
         timeField(entry.time),
         visibleText(entry.copy),
         visibleText(entry.destination),
+        entry.acknowledged ? QString::number(*entry.acknowledged) : QString(),
     };
 }
 

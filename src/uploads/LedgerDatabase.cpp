@@ -323,8 +323,8 @@ bool LedgerDatabase::change(const LedgerBatch::Changed& changed)
     return run(*m_change,
                { static_cast<int>(entry.outcome), entry.isManual,
                  numberOf(entry.isQueuedAgain ? LedgerSettled::QueuedAgain : LedgerSettled::Undecided),
-                 valueOf(entry.size), QVariant(), valueOf(entry.listedSize), valueOf(entry.durationMs), entry.time,
-                 entry.status, entry.reply, entry.destination, m_run, changed.first, changed.last });
+                 valueOf(entry.size), valueOf(entry.acknowledged), valueOf(entry.listedSize), valueOf(entry.durationMs),
+                 entry.time, entry.status, entry.reply, entry.destination, m_run, changed.first, changed.last });
 }
 
 LedgerProblem LedgerDatabase::prune(Bounds bounds)

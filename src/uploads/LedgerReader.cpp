@@ -97,6 +97,7 @@ HistoryEntry entryOf(const QSqlQuery& row)
              .isManual = row.value(4).toBool(),
              .isQueuedAgain = settled == LedgerSettled::QueuedAgain,
              .size = numberOf(row.value(6)),
+             .acknowledged = numberOf(row.value(13)),
              .durationMs = numberOf(row.value(7)),
              .listedSize = numberOf(row.value(8)),
              .status = row.value(9).toString(),
@@ -186,7 +187,7 @@ std::optional<QList<LedgerRow>> LedgerReader::read(const QList<LedgerKey>& keys)
     QSqlQuery query(m_database);
     if (!prepare(query,
                  u"SELECT folder, name, destination, outcome, manual, settled, size, durationMs, listedSize, status, "
-                 "reply, copy, time FROM files WHERE row = ?"_s)) {
+                 "reply, copy, time, sent FROM files WHERE row = ?"_s)) {
         return std::nullopt;
     }
     for (const LedgerKey key : keys) {

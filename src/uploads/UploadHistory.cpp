@@ -121,7 +121,10 @@ void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
 
 void UploadHistory::fileEnded(const UploadOutcome& outcome)
 {
-    m_entries.change(m_current->row, [&outcome](HistoryEntry& entry) { entry.status = outcome.status; });
+    m_entries.change(m_current->row, [&outcome](HistoryEntry& entry) {
+        entry.status = outcome.status;
+        entry.acknowledged = outcome.acknowledged;
+    });
     if (isQueueFileSent()) {
         emit fileFails(m_current->row, outcome);
     }

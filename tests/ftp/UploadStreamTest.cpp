@@ -186,6 +186,23 @@ TEST_P(UploadStreamTest, ABrokenDataConnectionIsReportedWithTheServersReason)
     EXPECT_EQ(m_recorder.waitForEnd(), (QStringList{ u"open"_s, u"space"_s, u"FTP 426"_s }));
 }
 
+TEST_P(UploadStreamTest, OfABrokenUploadItIsKnownHowMuchTheServersMachineHasReceived)
+{
+    startUpload(u"/f"_s, QByteArray(tooMuch, 'x'));
+    auto control = open("STOR f");
+    control->say("150 Go");
+    const qint64 received = m_data->receive(100'000).size();
+    m_data->reset();
+    ASSERT_FALSE(waitFor([this] { return m_recorder.log().last() != u"space"_s; }, 50ms));
+    control->say("426 Broken");
+    ASSERT_EQ(m_recorder.waitForEnd().last(), u"FTP 426"_s);
+
+    const qint64 acknowledged = static_cast<FTPWriteStream*>(m_recorder.stream())->acknowledgedBytes();
+    EXPECT_GE(acknowledged, received / 2); // Encrypted ones are counted short.
+    EXPECT_GT(received, 0);
+    EXPECT_LT(acknowledged, tooMuch);
+}
+
 TEST_P(UploadStreamTest, ABrokenDataConnectionWithoutAReasonIsALostConnection)
 {
     m_timeouts.reason = 50ms;

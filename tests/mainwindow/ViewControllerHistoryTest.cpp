@@ -72,21 +72,25 @@ TEST_F(ViewControllerHistoryTest, AnUploadThatFailsInMidwayHasItsStatusAndTheSer
 {
     startOne();
     upload().reply = u"150 Go on"_s;
+    upload().acknowledgedBytes = 3;
 
     upload().sendOtherError();
 
     EXPECT_EQ(row(0).status, u"Stream open error"_s);
     EXPECT_EQ(row(0).reply, u"150 Go on"_s);
     EXPECT_EQ(row(0).size, 5);
+    EXPECT_EQ(row(0).acknowledged, 3);
 }
 
 TEST_F(ViewControllerHistoryTest, StopIsNoFailure)
 {
     startOne();
+    upload().acknowledgedBytes = 3;
 
     m_controller->stopButtonAction();
 
     EXPECT_EQ(outcomes(), QList<Outcome>{ Outcome::Stopped });
+    EXPECT_EQ(row(0).acknowledged, 3);
 }
 
 TEST_F(ViewControllerHistoryTest, AFileThatIsGoneIsNotFoundAndHeardNothing)

@@ -144,6 +144,7 @@ public:
         }
         return count;
     }
+    qint64 acknowledgedBytes() const override { return fake().acknowledgedBytes; }
 };
 
 } // namespace

@@ -58,6 +58,7 @@ struct FakeFTPStream : FakeStreamScript {
     /// "open", "write SIZE", "close".
     QStringList calls;
     QByteArray written; ///< All bytes that write() took.
+    qint64 acknowledgedBytes = 0;
 
     FTPEncryption encryption = FTPEncryption::None;
     QList<QByteArray> trustedCertificates;

@@ -19,6 +19,7 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
                   .outcome = Outcome::OtherSize,
                   .isQueuedAgain = true,
                   .size = 5,
+                  .acknowledged = 3,
                   .durationMs = 7,
                   .listedSize = 0,
                   .status = u"status"_s,
@@ -46,6 +47,7 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
     EXPECT_TRUE(changed.isQueuedAgain);
     EXPECT_EQ(changed.destination, u"ftp://host/"_s);
     EXPECT_FALSE(changed.size);
+    EXPECT_EQ(changed.acknowledged, 3);
     EXPECT_EQ(changed.durationMs, 7);
     EXPECT_EQ(changed.listedSize, 0);
     EXPECT_EQ(changed.status, u"status"_s);

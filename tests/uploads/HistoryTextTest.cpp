@@ -113,6 +113,20 @@ TEST(HistoryTextTest, UnseenCharactersAreShownAndSeparateNothing)
     EXPECT_EQ(line.indexOf(u'\n'), line.size() - 1);
 }
 
+TEST(HistoryTextTest, AFileThatBrokeOffTellsHowFarItCame)
+{
+    HistoryEntry entry{
+        .outcome = Outcome::ConnectionLost, .size = 60'000'000, .acknowledged = 3'200'000, .status = u"Gone"_s
+    };
+    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Failed: Gone (3.2 MB of 60 MB received)"_s);
+    EXPECT_EQ(HistoryText::fields(entry).last(), u"3200000"_s);
+    entry.acknowledged = 0;
+    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Failed: Gone"_s);
+    EXPECT_EQ(HistoryText::fields(entry).last(), u"0"_s);
+    entry.acknowledged.reset();
+    EXPECT_EQ(HistoryText::fields(entry).last(), QString());
+}
+
 TEST(HistoryTextTest, ALineHoldsTheWholePathAndBareNumbers)
 {
     HistoryEntry entry = confirmed();
@@ -125,7 +139,7 @@ TEST(HistoryTextTest, ALineHoldsTheWholePathAndBareNumbers)
               (QStringList{ u"/home/anna/été.txt"_s, u"3000000"_s, u"1.500"_s, u"2000000"_s,
                             u"Confirmed by the server"_s, u"226 Got it"_s }));
     EXPECT_EQ(QDateTime::fromString(fields[6], Qt::ISODate).toMSecsSinceEpoch(), entry.time);
-    EXPECT_EQ(fields.mid(7), (QStringList{ u"Bilder"_s, u"ftp://host/in/"_s }));
+    EXPECT_EQ(fields.mid(7), (QStringList{ u"Bilder"_s, u"ftp://host/in/"_s, QString() }));
 }
 
 TEST(HistoryTextTest, NothingIsLeftOutOfALongPathInALine)

@@ -104,17 +104,19 @@ TEST_F(UploadLedgerTest, EachFileIsThereWithAllThatIsKnownOfIt)
     run.confirmNext();
     run.history.nextFileStarts(u"ftp://host/in/"_s);
     run.history.fileMoves(7);
-    run.history.fileEnded({ .kind = Outcome::Refused, .code = 550, .status = u"No"_s, .reply = u"550 No"_s });
+    run.history.fileEnded(
+        { .kind = Outcome::Refused, .code = 550, .status = u"No"_s, .reply = u"550 No"_s, .acknowledged = 3 });
     run.history.manualFileStarts(u"/m"_s, u"ftp://elsewhere/"_s);
     run.history.note(u"A note"_s);
     run.settle();
 
     EXPECT_EQ(
-        ask(u"SELECT copy, folder, name, manual, settled, destination, size, status, reply FROM files ORDER BY "
+        ask(u"SELECT copy, folder, name, manual, settled, destination, size, sent, status, reply FROM files ORDER BY "
             "row"_s),
-        (QStringList{ u"Bilder||folder|0|0||||"_s, u"Bilder|/folder|a|0|0|ftp://host/in/|5||226 Done"_s,
-                      LocalPath::fromBytes("Bilder|/caf\xe9|b\n|0|0|ftp://host/in/|7|No|550 No"),
-                      u"Bilder||c|0|0||||"_s, u"Bilder||m|1|0|ftp://elsewhere/|||"_s, u"Bilder||A note|0|0||||"_s }));
+        (QStringList{ u"Bilder||folder|0|0|||||"_s, u"Bilder|/folder|a|0|0|ftp://host/in/|5|||226 Done"_s,
+                      LocalPath::fromBytes("Bilder|/caf\xe9|b\n|0|0|ftp://host/in/|7|3|No|550 No"),
+                      u"Bilder||c|0|0|||||"_s, u"Bilder||m|1|0|ftp://elsewhere/||||"_s,
+                      u"Bilder||A note|0|0|||||"_s }));
     EXPECT_EQ(outcomes(),
               (QStringList{ row(u"folder"_s, Outcome::LeftOut), row(u"a"_s, Outcome::Confirmed),
                             row(LocalPath::fromBytes("b\n"), Outcome::Refused), row(u"c"_s, Outcome::Waiting),

@@ -181,7 +181,7 @@ void DataConnection::moveData(QSocketNotifier::Type type)
         isReady = type == QSocketNotifier::Read ? reportReadable() : reportWritable();
     } while (isReady && isWatchedFor(type) && !turn.hasExpired());
     if (type == QSocketNotifier::Write) {
-        m_unacknowledged = waitingBytes();
+        m_unacknowledged = unacknowledgedBytes();
     }
 }
 
@@ -276,14 +276,13 @@ qint64 DataConnection::write(std::span<const char> data)
 
 bool DataConnection::hasProgressed()
 {
-    const qint64 before = std::exchange(m_unacknowledged, waitingBytes());
+    const qint64 before = std::exchange(m_unacknowledged, unacknowledgedBytes());
     return m_unacknowledged < before;
 }
 
-/// Bytes that were taken and that the peer has not acknowledged.
-qint64 DataConnection::waitingBytes() const
+qint64 DataConnection::unacknowledgedBytes() const
 {
-    return m_carrier != nullptr ? unacknowledgedBytes(m_socket) + m_carrier->unsentBytes() : 0;
+    return m_carrier != nullptr ? ::unacknowledgedBytes(m_socket) + m_carrier->unsentBytes() : m_unacknowledged;
 }
 
 void DataConnection::endWriting()
@@ -308,14 +307,14 @@ void DataConnection::finishWriting()
 
 bool DataConnection::isDelivered() const
 {
-    return m_deliveryCheck.isActive() && waitingBytes() == 0;
+    return m_deliveryCheck.isActive() && unacknowledgedBytes() == 0;
 }
 
 void DataConnection::checkDelivery()
 {
     // Asked first: the last acknowledgement and the end may come between the two questions.
     const bool isOver = ::isOver(m_socket);
-    const bool isDelivered = waitingBytes() == 0;
+    const bool isDelivered = unacknowledgedBytes() == 0;
     if (m_gate.isClosed() || (!isDelivered && !isOver)) {
         m_deliveryCheck.start(
             std::min(2 * m_deliveryCheck.intervalAsDuration(), std::chrono::milliseconds(slowestDeliveryCheck)));
@@ -349,6 +348,7 @@ void DataConnection::closeSocket()
     m_wanted.reset();
     m_deliveryCheck.stop();
     dropNotifier();
+    m_unacknowledged = unacknowledgedBytes();
     m_carrier.reset();
     if (m_socket >= 0) {
         ::close(m_socket);

@@ -52,6 +52,9 @@ public:
     qint64 read(std::span<char> buffer);
     /// Bytes taken, 0 when nothing could be taken, -1 on failure. Meant for use from inside writable().
     qint64 write(std::span<const char> data);
+    /// Bytes that were taken and that the peer has not acknowledged, encrypted as they are sent; of a connection that
+    /// has ended, at its end.
+    qint64 unacknowledgedBytes() const;
     /// Whether the peer has acknowledged something since bytes were last taken, or since this was last asked.
     bool hasProgressed();
 
@@ -86,7 +89,6 @@ private:
     bool isWatchedFor(QSocketNotifier::Type type) const;
     bool reportReadable();
     bool reportWritable();
-    qint64 waitingBytes() const;
     void finishConnecting();
     void shakeHands();
     void finishWriting();

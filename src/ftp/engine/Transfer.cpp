@@ -621,6 +621,11 @@ qint64 Transfer::write(std::span<const char> data)
     return count;
 }
 
+qint64 Transfer::acknowledgedBytes() const
+{
+    return std::max<qint64>(m_try.moved - m_data.unacknowledgedBytes(), 0);
+}
+
 // Trouble.
 
 void Transfer::limitReached()

@@ -56,6 +56,8 @@ public:
 
     qint64 read(std::span<char> buffer);
     qint64 write(std::span<const char> data);
+    /// See FTPWriteStream::acknowledgedBytes().
+    qint64 acknowledgedBytes() const;
     const FTPStreamError& error() const { return m_error; }
     std::optional<qint64> size() const { return m_try.size; }
     const Progress& progress() const { return m_progress; }
