@@ -294,9 +294,6 @@ void HistoryTableModel::want(int row) const
 
 void HistoryTableModel::readWanted()
 {
-    if (m_read.size() > mostRead) {
-        m_read.clear();
-    }
     for (const int page : std::exchange(m_wantedPages, {})) {
         const int first = page * pageRows;
         const int end = std::min(rowCount(), first + pageRows);
@@ -330,6 +327,9 @@ void HistoryTableModel::showAgain(int first, int end)
 /// What was read of @p keys.
 void HistoryTableModel::keep(const QList<LedgerKey>& keys, const QList<LedgerRow>& rows)
 {
+    if (m_read.size() > mostRead) {
+        m_read.clear(); // What is seen of it is read again.
+    }
     for (const LedgerKey& key : keys) {
         m_read.insert(key, {}); // Those that are gone have nothing to say, and are not asked for again.
     }

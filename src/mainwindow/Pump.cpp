@@ -189,6 +189,9 @@ void Pump::startNext()
     }
     const Destination& destination = m_parts.listing.destination();
     if (isUploadDue() && !destination.isNull()) {
+        m_parts.tries.dropOthers(destination);
+    }
+    if (isUploadDue() && !destination.isNull()) {
         if (m_shortage.isToBeWaitedOut()) {
             return; // The file could not even be opened.
         }

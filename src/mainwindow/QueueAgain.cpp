@@ -4,6 +4,11 @@
 #include "HistoryRows.h"
 #include "SheetQueue.h"
 #include "ViewController.h"
+#include "VisibleText.h"
+
+#include <QSet>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -16,7 +21,36 @@ bool isStillRepeatable(ViewController& controller, const LedgerRow& row)
                                  : !controller.ledger().wasQueuedAgain(row.key);
 }
 
-void queueNow(ViewController& controller, const QList<LedgerRow>& rows)
+/// The location of @p destination, and with @p isWhole the login, too.
+QString textOf(const Destination& destination, bool isWhole)
+{
+    if (!isWhole) {
+        return destination.location;
+    }
+    const QString login = destination.username.isEmpty() ? u"anonymous"_s : visibleText(destination.username);
+    return u"%1 (%2, %3)"_s.arg(destination.location, login,
+                                destination.encryption == FTPEncryption::None ? u"not encrypted"_s : u"encrypted"_s);
+}
+
+/// Names where @p others were to go to and @p present, by as much as tells them apart.
+QString question(const QList<LedgerRow>& others, const Destination& present)
+{
+    const bool isLogin = std::any_of(others.begin(), others.end(), [&present](const LedgerRow& row) {
+        return row.entry.destination == present.location;
+    });
+    QSet<QString> former;
+    for (const LedgerRow& row : others) {
+        const HistoryEntry& entry = row.entry;
+        former.insert(textOf({ .location = entry.destination,
+                               .username = entry.username.value_or(QString()),
+                               .encryption = entry.encryption },
+                             isLogin && entry.username));
+    }
+    return u"These files were for %1; send them to %2?"_s.arg(
+        former.size() == 1 ? *former.begin() : u"%1 other folders"_s.arg(former.size()), textOf(present, isLogin));
+}
+
+void queueNow(ViewController& controller, const QList<LedgerRow>& rows, const Destination& destination)
 {
     QList<LedgerRow> wanted = rows;
     wanted.removeIf([&controller](const LedgerRow& row) { return !isStillRepeatable(controller, row); });
@@ -39,16 +73,14 @@ void queueNow(ViewController& controller, const QList<LedgerRow>& rows)
         return;
     }
     controller.history().takeToQueueAgain(numbers);
-    controller.uploadFiles(paths);
+    controller.uploadAgain(paths, destination);
     controller.ledger().queuedAgain(others); // After a kill in between they are asked about twice, and not forgotten.
 }
 
 void queueRows(ViewController& controller, const QList<LedgerRow>& rows)
 {
     const QList<LedgerRow> wanted = HistoryRows::repeatable(rows);
-    const QString present = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder();
-    QStringList others = HistoryRows::destinations(wanted);
-    others.removeAll(present);
+    const Destination present = DestinationSettings::destination();
     if (wanted.isEmpty()) {
         return;
     }
@@ -57,19 +89,19 @@ void queueRows(ViewController& controller, const QList<LedgerRow>& rows)
                              u"Specify a destination on the FTP server. See Preferences for instructions."_s);
         return;
     }
+    const QList<LedgerRow> others = HistoryRows::forOthers(wanted, present);
     if (others.isEmpty()) {
-        queueNow(controller, wanted);
+        queueNow(controller, wanted, present);
         return;
     }
-    const QString former = others.size() == 1 ? others.first() : u"%1 other folders"_s.arg(others.size());
     SheetQueue::of(controller.window())
         .raise({ .title = u"Queue Again"_s,
-                 .text = u"These files were for %1; send them to %2?"_s.arg(former, present),
+                 .text = question(others, present),
                  .defaultButton = u"Cancel"_s,
                  .alternateButton = u"Send"_s,
                  .onAlternate = [&controller, wanted, present] {
-                     if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder() == present) {
-                         queueNow(controller, wanted);
+                     if (DestinationSettings::destination().isSamePlace(present)) {
+                         queueNow(controller, wanted, present);
                      } else {
                          queueRows(controller, wanted); // That is not what was agreed to.
                      }

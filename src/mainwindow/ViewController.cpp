@@ -113,6 +113,13 @@ void ViewController::uploadFiles(const PathList& paths, const QStringList& leftO
     }
 }
 
+void ViewController::uploadAgain(const PathList& paths, const Destination& destination)
+{
+    emit userRequestedConnection();
+    m_queue.appendAgain(paths, destination);
+    showQueuedFiles();
+}
+
 void ViewController::showQueuedFiles()
 {
     m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));

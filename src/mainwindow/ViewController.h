@@ -56,6 +56,9 @@ public:
     /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. The items
     /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
     void uploadFiles(const PathList& paths, const QStringList& leftOut = {}) override;
+    /// Has @p paths tried once more: each goes to @p destination, which is in force, or is dropped and said to be when
+    /// another one is in force at its turn.
+    void uploadAgain(const PathList& paths, const Destination& destination);
     /// Nor is any file tried again by itself.
     void clearQueue();
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's

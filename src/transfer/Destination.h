@@ -12,5 +12,10 @@ struct Destination {
     FTPEncryption encryption = FTPEncryption::None;
 
     bool isNull() const { return location.isNull(); }
+    /// Whether it leads to the same place by the same login, whatever the password.
+    bool isSamePlace(const Destination& other) const
+    {
+        return location == other.location && username == other.username && encryption == other.encryption;
+    }
     friend bool operator==(const Destination&, const Destination&) = default;
 };

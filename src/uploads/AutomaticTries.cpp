@@ -51,8 +51,6 @@ void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
     }
     m_waiting.push_back({ .number = number,
                           .triesBefore = triesBefore,
-                          .location = m_history.entries().withoutPath(number).destination,
-                          .username = DestinationSettings::username(),
                           .due = Clock::now() + m_delays[static_cast<size_t>(triesBefore)] });
     lookSoon();
     emit changed();
@@ -112,11 +110,12 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
     QList<int> tries;
     QMap<QString, int> others;
     for (const Waiting& file : files) {
-        if (!m_history.entries().withoutPath(file.number).canQueueAgain()) {
+        const HistoryEntry entry = m_history.entries().withoutPath(file.number);
+        if (!entry.canQueueAgain()) {
             continue;
         }
-        if (file.location != present.location || file.username != present.username) {
-            ++others[file.location];
+        if (!entry.isFor(present)) {
+            ++others[entry.destination];
         } else {
             numbers.append(file.number);
             tries.append(file.triesBefore + 1);
@@ -127,10 +126,26 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
         m_triesBefore.insert(m_history.rowCount() + index, tries[index]);
     }
     if (!paths.isEmpty()) {
-        m_queue.append(paths);
+        m_queue.appendAgain(paths, present);
         emit queued();
     }
     hinder(others);
+}
+
+void AutomaticTries::dropOthers(const Destination& present)
+{
+    QMap<QString, int> others;
+    while (const Destination* const destination = m_queue.firstDestination()) {
+        if (destination->isSamePlace(present)) {
+            break;
+        }
+        ++others[destination->location];
+        m_queue.dropFirst();
+    }
+    if (!others.isEmpty()) {
+        hinder(others);
+        emit changed();
+    }
 }
 
 /// Says that nothing becomes of so many files for each of those locations.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Destination.h"
 #include "UploadOutcome.h"
 
 #include <QHash>
@@ -37,6 +38,9 @@ public:
     void tryNow();
     /// None of them is tried again.
     void giveUp();
+    /// Takes those at the front of the queue out that stand there for another try and are not for @p present, which is
+    /// in force.
+    void dropOthers(const Destination& present);
 
 signals:
     /// waitingCount() has another answer, or hindrance() has.
@@ -48,8 +52,6 @@ private:
     struct Waiting {
         int number; ///< In this run.
         int triesBefore; ///< By themselves.
-        QString location; ///< Where it was to go to.
-        QString username; ///< And as whom.
         std::chrono::steady_clock::time_point due;
     };
 

@@ -1,5 +1,8 @@
 #include "HistoryEntries.h"
 
+#include <algorithm>
+#include <utility>
+
 HistoryEntries::HistoryEntries(std::initializer_list<HistoryEntry> entries)
 {
     for (const HistoryEntry& entry : entries) {
@@ -22,7 +25,10 @@ HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
     };
     if (basis.details >= 0) {
         const Details& details = m_details[static_cast<size_t>(basis.details)];
-        entry.destination = details.destination;
+        const Recipient& recipient = m_recipients[details.recipient];
+        entry.destination = recipient.destination;
+        entry.username = recipient.username;
+        entry.encryption = recipient.encryption;
         entry.size = details.size;
         entry.acknowledged = details.acknowledged;
         entry.durationMs = details.durationMs;
@@ -60,7 +66,18 @@ void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
     }
     if (basis.details >= 0) {
         m_details[static_cast<size_t>(basis.details)]
-            = { entry.destination, entry.size,   entry.acknowledged, entry.durationMs,
-                entry.listedSize,  entry.status, entry.reply };
+            = { recipientOf(entry), entry.size,   entry.acknowledged, entry.durationMs,
+                entry.listedSize,   entry.status, entry.reply };
     }
+}
+
+size_t HistoryEntries::recipientOf(const HistoryEntry& entry)
+{
+    Recipient recipient{ entry.destination, entry.username, entry.encryption };
+    const auto found = std::find(m_recipients.rbegin(), m_recipients.rend(), recipient);
+    if (found == m_recipients.rend()) {
+        m_recipients.push_back(std::move(recipient));
+        return m_recipients.size() - 1;
+    }
+    return static_cast<size_t>(m_recipients.rend() - found) - 1;
 }

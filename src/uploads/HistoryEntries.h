@@ -75,9 +75,16 @@ private:
         int details = -1; ///< Where they stand; -1 for none.
         qint64 time = 0;
     };
+    /// Where files were to go to: the same for many.
+    struct Recipient {
+        QString destination;
+        std::optional<QString> username;
+        FTPEncryption encryption;
+        friend bool operator==(const Recipient&, const Recipient&) = default;
+    };
     /// What a file has that was started.
     struct Details {
-        QString destination;
+        size_t recipient = 0;
         std::optional<qint64> size;
         std::optional<qint64> acknowledged;
         std::optional<qint64> durationMs;
@@ -87,8 +94,10 @@ private:
     };
 
     void set(qsizetype row, const HistoryEntry& entry);
+    size_t recipientOf(const HistoryEntry& entry);
 
     PathList m_paths; ///< One for each row.
     std::vector<Row> m_rows;
     std::deque<Details> m_details;
+    std::vector<Recipient> m_recipients; ///< Each once.
 };

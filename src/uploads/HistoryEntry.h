@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Destination.h"
 #include "UploadOutcome.h"
 
 #include <QString>
@@ -12,6 +13,8 @@ struct HistoryEntry {
 
     QString path = {}; ///< The local file; of a note, its text.
     QString destination = {}; ///< The folder that it was to go to, as a location; null until it was started.
+    std::optional<QString> username = {}; ///< And as whom, empty for an anonymous login; none where that is not known.
+    FTPEncryption encryption = FTPEncryption::None; ///< And how, where the user name is known.
     Outcome outcome = Outcome::Waiting;
     bool isManual = false; ///< It was sent by hand, to a place of its own, and never stood in the queue.
     bool isQueuedAgain = false; ///< A later entry stands for the next try.
@@ -31,6 +34,10 @@ struct HistoryEntry {
     /// Whether its file has not arrived, and somebody may want it to be queued again: also one that was sent by hand or
     /// taken out of the queue.
     bool canQueueAgain() const;
+    /// Notes where it is to go to.
+    void setDestination(const Destination& to);
+    /// Whether it was to go to the place @p to, as far as is known; also where it was to go to none yet.
+    bool isFor(const Destination& to) const;
 
     friend bool operator==(const HistoryEntry&, const HistoryEntry&) = default;
 };

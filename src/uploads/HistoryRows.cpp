@@ -57,16 +57,12 @@ QList<LedgerRow> HistoryRows::repeatable(const QList<LedgerRow>& rows)
     return repeatable;
 }
 
-QStringList HistoryRows::destinations(const QList<LedgerRow>& rows)
+QList<LedgerRow> HistoryRows::forOthers(const QList<LedgerRow>& rows, const Destination& present)
 {
-    QStringList destinations;
-    for (const LedgerRow& row : rows) {
-        const QString& destination = row.entry.destination;
-        if (!destination.isEmpty() && !destinations.contains(destination)) {
-            destinations.append(destination);
-        }
-    }
-    return destinations;
+    QList<LedgerRow> others;
+    std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(others),
+                 [&present](const LedgerRow& row) { return !row.entry.isFor(present); });
+    return others;
 }
 
 QList<LedgerRow> HistoryRows::present(const QList<LedgerRow>& rows)

@@ -17,9 +17,8 @@ QList<int> unsettled(const HistoryEntries& entries, int first = 0);
 QList<int> remarkable(const HistoryEntries& entries, int first);
 /// Those of @p rows whose files can be queued again.
 QList<LedgerRow> repeatable(const QList<LedgerRow>& rows);
-/// The folders that the files of @p rows were to go to, each once, as locations; none for a file of which that is not
-/// known.
-QStringList destinations(const QList<LedgerRow>& rows);
+/// Those of @p rows whose files were for another destination than @p present.
+QList<LedgerRow> forOthers(const QList<LedgerRow>& rows, const Destination& present);
 /// Those of @p rows whose paths lead to plain local files by now, so that another try can work.
 QList<LedgerRow> present(const QList<LedgerRow>& rows);
 /// Whether there are such among the @p rows of @p entries; asks about no more files than that takes.

@@ -12,7 +12,7 @@ struct LedgerBatch {
         int first;
         PathList paths; ///< Shared with nobody.
         qint64 time; ///< As in HistoryEntry.
-        QString destination; ///< The one in force.
+        Destination destination; ///< The one in force, without its password.
     };
     /// What is now known of the files from `first` to `last`.
     struct Changed {

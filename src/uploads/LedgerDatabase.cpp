@@ -22,7 +22,7 @@ using Outcome = HistoryEntry::Outcome;
 
 namespace {
 
-constexpr int version = 1;
+constexpr int version = 2;
 constexpr qint64 dayMs = 24LL * 60 * 60 * 1000;
 
 // What SQLite answers, without what it adds to it in the higher bits.
@@ -45,6 +45,16 @@ int numberOf(LedgerSettled settled)
 QVariant valueOf(const std::optional<qint64>& number)
 {
     return number ? QVariant(*number) : QVariant();
+}
+
+QVariant usernameOf(const HistoryEntry& entry)
+{
+    return entry.username ? QVariant(u""_s + *entry.username) : QVariant(); // A null text would be none.
+}
+
+QVariant encryptionOf(const HistoryEntry& entry)
+{
+    return !entry.username ? QVariant() : QVariant(static_cast<int>(entry.encryption));
 }
 
 /// A path's folder, or nothing, and its name.
@@ -205,11 +215,16 @@ bool LedgerDatabase::setUp()
                      "number INTEGER NOT NULL, copy BLOB NOT NULL, folder BLOB, name BLOB NOT NULL, destination TEXT, "
                      "outcome INTEGER NOT NULL DEFAULT 0, manual INTEGER NOT NULL DEFAULT 0, "
                      "settled INTEGER NOT NULL DEFAULT 0, size INTEGER, sent INTEGER, listedSize INTEGER, "
-                     "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, UNIQUE (run, number))"_s)
+                     "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, username TEXT, "
+                     "encryption INTEGER, UNIQUE (run, number))"_s)
             && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
-            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
-            && run(u"PRAGMA user_version = %1"_s.arg(version));
+            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided);
     }
+    if (isDone && presentVersion == 1) {
+        isDone = run(u"ALTER TABLE files ADD COLUMN username TEXT"_s)
+            && run(u"ALTER TABLE files ADD COLUMN encryption INTEGER"_s);
+    }
+    isDone = isDone && (presentVersion == version || run(u"PRAGMA user_version = %1"_s.arg(version)));
     if (end(isDone) != LedgerProblem::None) {
         return false;
     }
@@ -217,11 +232,12 @@ bool LedgerDatabase::setUp()
     m_change.emplace(m_database);
     // A row that is there already is one that this run has written to a database that failed then.
     const bool isPrepared
-        = m_add->prepare(u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, time) "
-                         "VALUES (?, ?, ?, ?, ?, ?, ?)"_s)
+        = m_add->prepare(u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, username, "
+                         "encryption, time) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s)
         && m_change->prepare(u"UPDATE files SET outcome = ?, manual = ?, settled = max(settled, ?), size = ?, "
                              "sent = ?, listedSize = ?, durationMs = ?, time = ?, status = ?, reply = ?, "
-                             "destination = coalesce(?, destination) WHERE run = ? AND number BETWEEN ? AND ?"_s);
+                             "destination = coalesce(?, destination), username = coalesce(?, username), "
+                             "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s);
     if (!isPrepared) {
         m_problem = LedgerProblem::Damaged; // It has the version and not the table.
         m_reason = m_change->lastError().databaseText() + m_add->lastError().databaseText();
@@ -303,8 +319,12 @@ bool LedgerDatabase::add(const LedgerBatch::Added& added)
 {
     m_add->bindValue(0, m_run);
     m_add->bindValue(2, m_copy);
-    m_add->bindValue(5, added.destination);
-    m_add->bindValue(6, added.time);
+    HistoryEntry entry;
+    entry.setDestination(added.destination);
+    m_add->bindValue(5, entry.destination);
+    m_add->bindValue(6, usernameOf(entry));
+    m_add->bindValue(7, encryptionOf(entry));
+    m_add->bindValue(8, added.time);
     for (int index = 0; index < static_cast<int>(added.paths.size()); ++index) {
         const auto [folder, name] = partsOf(added.paths.bytesAt(index));
         m_add->bindValue(1, added.first + index);
@@ -324,7 +344,8 @@ bool LedgerDatabase::change(const LedgerBatch::Changed& changed)
                { static_cast<int>(entry.outcome), entry.isManual,
                  numberOf(entry.isQueuedAgain ? LedgerSettled::QueuedAgain : LedgerSettled::Undecided),
                  valueOf(entry.size), valueOf(entry.acknowledged), valueOf(entry.listedSize), valueOf(entry.durationMs),
-                 entry.time, entry.status, entry.reply, entry.destination, m_run, changed.first, changed.last });
+                 entry.time, entry.status, entry.reply, entry.destination, usernameOf(entry), encryptionOf(entry),
+                 m_run, changed.first, changed.last });
 }
 
 LedgerProblem LedgerDatabase::prune(Bounds bounds)

@@ -93,6 +93,8 @@ HistoryEntry entryOf(const QSqlQuery& row)
     const auto settled = static_cast<LedgerSettled>(row.value(5).toInt());
     return { .path = LocalPath::fromBytes(path),
              .destination = row.value(2).toString(),
+             .username = row.value(14).isNull() ? std::nullopt : std::optional(row.value(14).toString()),
+             .encryption = static_cast<FTPEncryption>(row.value(15).toInt()),
              .outcome = static_cast<Outcome>(row.value(3).toInt()),
              .isManual = row.value(4).toBool(),
              .isQueuedAgain = settled == LedgerSettled::QueuedAgain,
@@ -187,7 +189,7 @@ std::optional<QList<LedgerRow>> LedgerReader::read(const QList<LedgerKey>& keys)
     QSqlQuery query(m_database);
     if (!prepare(query,
                  u"SELECT folder, name, destination, outcome, manual, settled, size, durationMs, listedSize, status, "
-                 "reply, copy, time, sent FROM files WHERE row = ?"_s)) {
+                 "reply, copy, time, sent, username, encryption FROM files WHERE row = ?"_s)) {
         return std::nullopt;
     }
     for (const LedgerKey key : keys) {

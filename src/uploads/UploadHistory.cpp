@@ -80,26 +80,40 @@ void UploadHistory::queueCleared()
     checkDrained();
 }
 
-void UploadHistory::nextFileStarts(const QString& destination)
+void UploadHistory::nextFileDropped(const Destination& destination)
+{
+    const int row = m_waiting.front();
+    m_waiting.pop_front();
+    m_entries.change(row, [&destination](HistoryEntry& entry) {
+        entry.setDestination(destination);
+        entry.outcome = Outcome::Removed;
+        entry.time = wallClock();
+    });
+    count(row);
+    emit rowsChanged(row, row);
+    checkDrained();
+}
+
+void UploadHistory::nextFileStarts(const Destination& destination)
 {
     const int row = m_waiting.front();
     m_waiting.pop_front();
     start(row, destination);
 }
 
-void UploadHistory::manualFileStarts(const QString& path, const QString& destination)
+void UploadHistory::manualFileStarts(const QString& path, const Destination& destination)
 {
     append({ .path = path, .isManual = true, .time = wallClock() });
     start(rowCount() - 1, destination);
 }
 
-void UploadHistory::start(int row, const QString& destination)
+void UploadHistory::start(int row, const Destination& destination)
 {
-    m_current = Current{ row, destination, m_clock() };
-    m_listingCheck.fileStarts(destination, nameOf(row));
+    m_current = Current{ row, destination.location, m_clock() };
+    m_listingCheck.fileStarts(destination.location, nameOf(row));
     m_entries.change(row, [&destination](HistoryEntry& entry) {
         entry.outcome = Outcome::Sending;
-        entry.destination = destination;
+        entry.setDestination(destination);
         entry.time = wallClock();
     });
     emit rowsChanged(row, row);

@@ -31,10 +31,12 @@ public:
     void filesQueued(const PathList& paths, const QStringList& leftOut = {});
     /// The files that wait have been taken out of the queue.
     void queueCleared();
-    /// The first of the files that wait is being started, to go to the folder @p destination.
-    void nextFileStarts(const QString& destination);
+    /// The first of the files that wait has been taken out of the queue, since it was for @p destination alone.
+    void nextFileDropped(const Destination& destination);
+    /// The first of the files that wait is being started, to go to @p destination.
+    void nextFileStarts(const Destination& destination);
     /// The file at @p path is being started that never stood in the queue.
-    void manualFileStarts(const QString& path, const QString& destination);
+    void manualFileStarts(const QString& path, const Destination& destination);
     /// The file that was started is under way; it has @p size bytes.
     void fileMoves(qint64 size);
     /// The server has confirmed the file, of which @p sent bytes were sent.
@@ -114,7 +116,7 @@ private:
     static qint64 wallClock();
 
     void append(const HistoryEntry& entry);
-    void start(int row, const QString& destination);
+    void start(int row, const Destination& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
     void correct(const QList<ListingCheck::Finding>& findings);

@@ -425,11 +425,13 @@ void UploadLedger::rowsAppended()
     }
     m_recorded = end;
     const HistoryEntries& entries = m_history.entries();
+    Destination destination = DestinationSettings::destination();
+    destination.password.clear();
     LedgerBatch batch;
     batch.added.push_back({ .first = first,
                             .paths = entries.copiedPaths(first, end - first),
                             .time = entries.withoutPath(first).time,
-                            .destination = DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder() });
+                            .destination = std::move(destination) });
     batch.changed = changesOf(entries, first, end - 1);
     std::erase_if(batch.changed, [](const LedgerBatch::Changed& changed) { return isPlain(changed.entry); });
     handOver(std::move(batch));

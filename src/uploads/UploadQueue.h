@@ -1,8 +1,11 @@
 #pragma once
 
+#include "Destination.h"
 #include "PathList.h"
 
 #include <QObject>
+
+#include <deque>
 
 class UploadHistory;
 
@@ -20,10 +23,16 @@ public:
 
     /// Appends @p paths, in their order; duplicates are kept. The items @p leftOut came with them and do not wait.
     void append(const PathList& paths, const QStringList& leftOut = {});
+    /// Appends @p paths for another try, each of which goes to @p destination or nowhere.
+    void appendAgain(const PathList& paths, const Destination& destination);
     void clear();
     /// Takes the first path out of a queue that is not empty.
     QString takeFirst();
+    /// Takes the first file out, which has a firstDestination() and is not to be sent.
+    void dropFirst();
 
+    /// The destination to which alone the first file may go; null where there is none, and it goes to the one in force.
+    const Destination* firstDestination() const;
     const PathList& paths() const { return m_paths; }
     qsizetype size() const { return m_paths.size(); }
     bool isEmpty() const { return m_paths.isEmpty(); }
@@ -33,6 +42,15 @@ signals:
     void changed();
 
 private:
+    /// Files for another try, by how many files were taken out before them and before those behind them.
+    struct Tries {
+        qsizetype first;
+        qsizetype end;
+        Destination destination;
+    };
+
     UploadHistory& m_history;
     PathList m_paths;
+    qsizetype m_taken = 0; ///< So many files were taken out.
+    std::deque<Tries> m_tries; ///< In the order of the queue.
 };

@@ -9,13 +9,13 @@ using namespace Qt::StringLiterals;
 void UploadRun::startNext(UploadQueue& queue, const Destination& destination)
 {
     const QString path = queue.takeFirst();
-    m_history.nextFileStarts(destination.location);
+    m_history.nextFileStarts(destination);
     start(path, destination);
 }
 
 void UploadRun::startManually(const QString& path, const Destination& destination)
 {
-    m_history.manualFileStarts(path, destination.location);
+    m_history.manualFileStarts(path, destination);
     start(path, destination);
 }
 

@@ -31,7 +31,7 @@ TEST_F(HistoryTableModelTest, RowsComeAndChangeWithTheHistory)
     m_history.filesQueued({ u"/a"_s });
     m_history.filesQueued({ u"/b"_s, u"/c"_s });
 
-    m_history.nextFileStarts(u"ftp://host/"_s);
+    m_history.nextFileStarts({ u"ftp://host/"_s });
 
     ASSERT_EQ(m_model.rowCount(), 3);
     EXPECT_EQ(m_model.index(0, 4).data().toString(), u"Sending"_s);
@@ -42,11 +42,11 @@ TEST_F(HistoryTableModelTest, FailuresAndDifferencesStandOut)
 {
     m_history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s, u"/d"_s });
     for (const Outcome outcome : { Outcome::Failed, Outcome::NotFound }) {
-        m_history.nextFileStarts(u"ftp://host/"_s);
+        m_history.nextFileStarts({ u"ftp://host/"_s });
         m_history.fileEnded({ .kind = outcome });
     }
     for (int i = 0; i < 2; ++i) {
-        m_history.nextFileStarts(u"ftp://host/"_s);
+        m_history.nextFileStarts({ u"ftp://host/"_s });
         m_history.fileMoves(5);
         m_history.fileConfirmed(5, QString());
     }

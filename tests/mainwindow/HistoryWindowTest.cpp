@@ -1,5 +1,6 @@
 #include "HistoryWindow.h"
 
+#include "DestinationSettings.h"
 #include "HistoryCopy.h"
 #include "HistoryText.h"
 #include "Metronome.h"
@@ -294,7 +295,7 @@ TEST_F(HistoryWindowTest, AHundredThousandLinesAreNoBurden)
     m_controller->history().filesQueued(missing);
     table().selectAll();
     for (int i = 0; i < missing.size(); ++i) {
-        m_controller->history().nextFileStarts(u"ftp://host/"_s);
+        m_controller->history().nextFileStarts({ u"ftp://host/"_s });
         m_controller->history().fileEnded({ .kind = Outcome::NotFound });
         if (i % 1000 == 0) {
             QApplication::processEvents();
@@ -315,10 +316,10 @@ protected:
         ledger.open(m_path, u"Bilder"_s);
         m_lost = makeFile(u"lost"_s);
         history.filesQueued({ makeFile(u"arrived"_s), m_lost });
-        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.nextFileStarts(DestinationSettings::destination());
         history.fileMoves(5);
         history.fileConfirmed(5, u"226 Done"_s);
-        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.nextFileStarts(DestinationSettings::destination());
         history.fileEnded({ .kind = Outcome::ConnectionLost, .status = u"Gone"_s });
         EXPECT_TRUE(ledger.close(60s));
     }
@@ -378,7 +379,7 @@ TEST_F(LedgerWindowTest, TheFieldAndTheBoxChooseWhatIsShownAndFilesThatComeShowT
     part<QCheckBox>("failedOnlyCheckBox").setChecked(true);
     EXPECT_TRUE(waitForNames({ u"lost"_s }));
     m_controller->history().filesQueued({ u"/mine"_s });
-    m_controller->history().nextFileStarts(u"ftp://host/"_s);
+    m_controller->history().nextFileStarts({ u"ftp://host/"_s });
     m_controller->history().fileEnded({ .kind = Outcome::NotFound });
     EXPECT_TRUE(waitForNames({ u"lost"_s, u"mine"_s }));
 
@@ -438,7 +439,7 @@ TEST_F(LedgerWindowTest, FilesOfAnotherCopyThatRunsAreShownAsTheyComeAndEnd)
     history.filesQueued({ u"/other"_s });
     EXPECT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s, u"other"_s }));
     EXPECT_EQ(column(HistoryText::Column::Outcome)[2], u"Waiting"_s);
-    history.nextFileStarts(u"ftp://host/in/"_s);
+    history.nextFileStarts({ u"ftp://host/in/"_s });
     history.fileEnded({ .kind = Outcome::NotFound });
 
     EXPECT_TRUE(waitFor([this] { return column(HistoryText::Column::Outcome)[2] == u"Not found"_s; }));
@@ -455,6 +456,7 @@ TEST_F(LedgerWindowTest, AHistoryThatCannotBeReadIsSaidInALineAndWhatWasQueuedAg
 
     EXPECT_TRUE(
         waitFor([this] { return part<QLabel>("placeLabel").text().startsWith(u"The history cannot be read: "_s); }));
+    ASSERT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
     EXPECT_TRUE(shownSheets().first().startsWith(u"Queue Again: The history cannot be read: "_s));
     execute(u"ALTER TABLE gone RENAME TO files"_s);
     part<QLineEdit>("filterField").setText(u"lo"_s);
@@ -513,7 +515,7 @@ TEST_F(LedgerWindowTest, TwoHundredThousandRowsAreThereSoonAndOnlyWhatIsSeenIsRe
     }
     EXPECT_TRUE(waitFor([&seen] { return seen(100'001) == u"file 100000"_s; }));
 
-    EXPECT_LT(residentMemory() - before, (qint64{ 30 } << 20) + sanitizerMemory);
+    EXPECT_LT(residentMemory() - before, (qint64{ 50 } << 20) + sanitizerMemory); // All of them take twice as much.
 }
 
 } // namespace

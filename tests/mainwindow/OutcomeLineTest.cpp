@@ -1,5 +1,6 @@
 #include "OutcomeLine.h"
 
+#include "DestinationSettings.h"
 #include "HistoryWindow.h"
 #include "ViewControllerTest.h"
 
@@ -281,6 +282,32 @@ TEST_F(OutcomeLineTest, QueueAgainAsksBeforeItSendsToAnotherDestination)
     EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ m_lost });
 }
 
+TEST_F(OutcomeLineTest, AnotherUserIsNamedWhenQueueAgainAsks)
+{
+    loseOneOfTwo();
+    set(u"Username"_s, u"bob"_s);
+
+    tool("queueOutcomeAgainButton").click();
+
+    ASSERT_EQ(shownSheets().size(), 1);
+    EXPECT_TRUE(shownSheets().first().endsWith(u"; send them to ftp://host/in/ (bob, not encrypted)?"_s))
+        << shownSheets().first().toStdString();
+}
+
+TEST_F(OutcomeLineTest, AFileThatWasQueuedAgainGoesToNoOtherDestinationThatComesIntoForceBeforeItsTurn)
+{
+    loseOneOfTwo();
+    tool("queueOutcomeAgainButton").click();
+    ASSERT_EQ(m_controller->fileUploadQueue(), QStringList{ m_lost });
+    set(u"FTPFolder"_s, u"other"_s);
+    tick();
+
+    EXPECT_FALSE(m_controller->pc().isSending());
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(text("outcomeTextField"),
+              u"“%1” removed, no other try, as another destination is in force"_s.arg(QFileInfo(m_lost).fileName()));
+}
+
 TEST_F(OutcomeLineTest, WhileTheQueueLastsItsWordsStandBehindTheNumberOfThoseThatWait)
 {
     m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s) });
@@ -312,7 +339,7 @@ protected:
         ledger.open(m_path, u"Quillbox"_s);
         m_waiting = makeFile(u"waiting"_s);
         history.filesQueued({ makeFile(u"sending"_s), m_waiting });
-        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.nextFileStarts(DestinationSettings::destination());
         EXPECT_TRUE(ledger.close(60s));
         m_controller->ledger().open(m_path, u"Quillbox"_s);
     }

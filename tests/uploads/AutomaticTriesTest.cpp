@@ -1,6 +1,7 @@
 #include "AutomaticTries.h"
 
 #include "CheckRows.h"
+#include "DestinationSettings.h"
 #include "Metronome.h"
 #include "NetworkManager.h"
 #include "Printers.h"
@@ -52,7 +53,7 @@ protected:
     void end(const UploadOutcome& outcome)
     {
         m_queue.takeFirst();
-        m_history.nextFileStarts(u"ftp://host/"_s);
+        m_history.nextFileStarts({ u"ftp://host/"_s });
         m_history.fileEnded(outcome);
     }
     void add(const PathList& paths) { m_queue.append(paths); }
@@ -123,7 +124,7 @@ TEST_F(AutomaticTriesTest, NothingIsTriedAgainUnlessTheSettingsWantIt)
 
 TEST_F(AutomaticTriesTest, NorAreFilesThatWereSentByHand)
 {
-    m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
+    m_history.manualFileStarts(u"/m"_s, { u"ftp://host/"_s });
     m_history.fileEnded(lost);
 
     EXPECT_EQ(m_tries->waitingCount(), 0);
@@ -193,7 +194,7 @@ TEST_F(AutomaticTriesTest, OnlyFilesForAnotherDestinationAreGivenUp)
         add(paths);
         for (qsizetype index = 0; index < paths.size(); ++index) {
             m_queue.takeFirst();
-            m_history.nextFileStarts(u"ftp://%1/"_s.arg(host));
+            m_history.nextFileStarts({ u"ftp://%1/"_s.arg(host) });
             m_history.fileEnded(lost);
         }
     };
@@ -223,6 +224,26 @@ TEST_F(AutomaticTriesTest, AnotherUserIsAnotherDestination)
 
     ASSERT_TRUE(waitFor([this] { return m_tries->waitingCount() == 0; }));
     EXPECT_TRUE(m_queue.isEmpty());
+}
+
+TEST_F(AutomaticTriesTest, ATryWhoseDestinationChangesWhileItStandsInTheQueueIsDroppedAndSaid)
+{
+    const Destination present = DestinationSettings::destination();
+    const Destination other{ .location = u"ftp://other/"_s };
+    add({ u"/a"_s, u"/b"_s });
+    end(lost);
+    end(lost);
+    m_tries->tryNow();
+    add({ u"/c"_s });
+    m_tries->dropOthers(present);
+    EXPECT_EQ(m_queue.size(), 3);
+    m_tries->dropOthers(other);
+
+    EXPECT_EQ(m_queue.paths(), QStringList{ u"/c"_s });
+    EXPECT_EQ(m_tries->hindrance(), u"no other try, as another destination is in force"_s);
+    EXPECT_EQ(
+        m_history.entries().last().path,
+        u"2 files waited for another try, which was given up: another destination is in force than ftp://host/."_s);
 }
 
 TEST_F(AutomaticTriesTest, TheUserHasThemTriedAtOnceOrNotAtAll)

@@ -16,6 +16,8 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
     entries.append({ .path = u"/m"_s, .isManual = true });
     entries.change(2, [](HistoryEntry& entry) {
         entry = { .destination = u"ftp://host/"_s,
+                  .username = u"anna"_s,
+                  .encryption = FTPEncryption::Required,
                   .outcome = Outcome::OtherSize,
                   .isQueuedAgain = true,
                   .size = 5,
@@ -46,6 +48,9 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
     EXPECT_TRUE(entries.withoutPath(2).path.isNull());
     EXPECT_TRUE(changed.isQueuedAgain);
     EXPECT_EQ(changed.destination, u"ftp://host/"_s);
+    EXPECT_EQ(changed.username, u"anna"_s);
+    EXPECT_EQ(changed.encryption, FTPEncryption::Required);
+    EXPECT_FALSE(entries[3].username);
     EXPECT_FALSE(changed.size);
     EXPECT_EQ(changed.acknowledged, 3);
     EXPECT_EQ(changed.durationMs, 7);

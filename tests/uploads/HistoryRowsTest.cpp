@@ -69,13 +69,23 @@ TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
               (QList<int>{ 0, 2 }));
 }
 
-TEST(HistoryRowsTest, EachDestinationIsNamedOnceAndNoneOfWhatHasNone)
+TEST(HistoryRowsTest, ADestinationIsAnotherOneByItsFolderItsUserOrItsEncryptionAsFarAsTheyAreKnown)
 {
-    const HistoryEntries entries{
-        { .destination = u"ftp://b/"_s }, {}, { .destination = u"ftp://a/"_s }, { .destination = u"ftp://b/"_s }
-    };
+    using enum FTPEncryption;
+    const Destination present{ .location = u"ftp://a/"_s, .username = u"anna"_s, .password = u"p"_s };
+    HistoryEntries entries;
+    for (const Destination& destination :
+         { Destination{ u"ftp://a/"_s, u"anna"_s, u"former"_s }, Destination{ u"ftp://b/"_s, u"anna"_s },
+           Destination{ u"ftp://a/"_s, u"bob"_s }, Destination{ u"ftp://a/"_s },
+           Destination{ u"ftp://a/"_s, u"anna"_s, QString(), Required } }) {
+        HistoryEntry entry;
+        entry.setDestination(destination);
+        entries.append(entry);
+    }
+    entries.append(HistoryEntry{}); // It was not started.
+    entries.append({ .destination = u"ftp://a/"_s }); // Nobody knows as whom.
 
-    EXPECT_EQ(HistoryRows::destinations(rowsOf(entries)), (QStringList{ u"ftp://b/"_s, u"ftp://a/"_s }));
+    EXPECT_EQ(numbersOf(HistoryRows::forOthers(rowsOf(entries), present)), (QList<int>{ 1, 2, 3, 4 }));
 }
 
 TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)

@@ -37,7 +37,7 @@ int main(int argc, char** argv)
             QCoreApplication::exit(ledger.close(std::chrono::seconds(60)) ? 0 : 1);
             return;
         }
-        history.nextFileStarts(u"ftp://host/"_s);
+        history.nextFileStarts({ u"ftp://host/"_s });
         history.fileMoves(1);
         history.fileConfirmed(1, u"226 Done"_s);
         std::printf("%d\n", sent++);

@@ -28,7 +28,7 @@ protected:
 
     void send(qint64 size = 5, const QString& destination = u"ftp://host/in/"_s)
     {
-        m_history.nextFileStarts(destination);
+        m_history.nextFileStarts({ destination });
         m_history.fileMoves(size);
     }
     void confirmNext(qint64 size = 5)
@@ -71,7 +71,7 @@ TEST_F(UploadHistoryTest, AFileGoesFromWaitingOverSendingToConfirmed)
     EXPECT_EQ(outcome(0), Outcome::Waiting);
     EXPECT_FALSE(m_history.isSending());
 
-    m_history.nextFileStarts(u"ftp://host/"_s);
+    m_history.nextFileStarts({ u"ftp://host/"_s });
     EXPECT_EQ(outcome(0), Outcome::Sending);
     EXPECT_EQ(m_history.currentRow(), 0);
     m_history.fileMoves(7);
@@ -90,7 +90,7 @@ TEST_F(UploadHistoryTest, AFileGoesFromWaitingOverSendingToConfirmed)
 TEST_F(UploadHistoryTest, WhatNeverMovedHasNeitherSizeNorDuration)
 {
     m_history.filesQueued({ u"/a"_s });
-    m_history.nextFileStarts(u"ftp://host/"_s);
+    m_history.nextFileStarts({ u"ftp://host/"_s });
     m_now += 5;
 
     m_history.fileEnded({ .kind = Outcome::NotFound });
@@ -117,7 +117,7 @@ TEST_F(UploadHistoryTest, AManualFileStandsWhereItWasStartedAndTakesNoneFromTheQ
 {
     m_history.filesQueued({ u"/a"_s });
 
-    m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
+    m_history.manualFileStarts(u"/m"_s, { u"ftp://host/"_s });
     m_history.fileMoves(5);
     m_history.fileConfirmed(5, QString());
     confirmNext();
@@ -146,7 +146,7 @@ TEST_F(UploadHistoryTest, AQueueThatIsWorkedOffSaysSoOnceAndHowItWent)
     m_history.fileEnded({ .kind = Outcome::Stopped, .status = u"Upload Stopped"_s });
     EXPECT_TRUE(m_drained.isEmpty());
 
-    m_history.nextFileStarts(u"ftp://host/"_s);
+    m_history.nextFileStarts({ u"ftp://host/"_s });
     m_history.fileEnded({ .kind = Outcome::NotFound });
 
     EXPECT_EQ(m_drained, QStringList{ u"1 confirmed, 2 failed, 1 stopped, 0 removed"_s });
@@ -170,7 +170,7 @@ TEST_F(UploadHistoryTest, AClearedQueueIsWorkedOffWhenTheFileUnderWayIsOver)
 
 TEST_F(UploadHistoryTest, AManualFileIsNoQueue)
 {
-    m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
+    m_history.manualFileStarts(u"/m"_s, { u"ftp://host/"_s });
     m_history.fileMoves(5);
 
     m_history.fileConfirmed(5, QString());
@@ -271,7 +271,7 @@ TEST_F(UploadHistoryTest, RemovedAndManualFilesAreQueuedAgainOnlyOnPurpose)
 {
     m_history.filesQueued({ u"/a"_s });
     m_history.queueCleared();
-    m_history.manualFileStarts(u"/m"_s, u"ftp://host/"_s);
+    m_history.manualFileStarts(u"/m"_s, { u"ftp://host/"_s });
     m_history.fileEnded({ .kind = Outcome::Failed, .status = u"Invalid URL"_s });
 
     EXPECT_FALSE(m_history.hasUnsettledRows());
@@ -442,7 +442,7 @@ TEST_F(UploadHistoryTest, ItemsWithoutASizeOfTheirOwnAreNotCompared)
 
 TEST_F(UploadHistoryTest, OnlyFilesOfTheQueueAreWaitedFor)
 {
-    m_history.manualFileStarts(u"/m"_s, u"ftp://elsewhere/"_s);
+    m_history.manualFileStarts(u"/m"_s, { u"ftp://elsewhere/"_s });
     m_history.fileMoves(5);
     m_history.fileConfirmed(5, QString());
     EXPECT_FALSE(m_history.hasUncheckedFiles());
@@ -471,7 +471,7 @@ TEST(LongUploadHistoryTest, AHundredThousandFilesTellOfThreeChangesEach)
 
     history.filesQueued(paths);
     for (int i = 0; i < count; ++i) {
-        history.nextFileStarts(u"ftp://host/"_s);
+        history.nextFileStarts({ u"ftp://host/"_s });
         history.fileMoves(1);
         history.fileConfirmed(1, u"226 Done"_s);
         history.listingStarts(u"ftp://host/"_s); // One that fails: nothing is learned from it.

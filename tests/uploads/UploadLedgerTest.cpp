@@ -3,9 +3,11 @@
 #include "FaultyFileCalls.h"
 #include "LocalPath.h"
 #include "Printers.h"
+#include "SettingNames.h"
 #include "ShiftedClock.h"
 #include "SmallDisk.h"
 #include "UploadHistory.h"
+#include "UserDefaults.h"
 #include "WaitFor.h"
 
 #include <QElapsedTimer>
@@ -39,7 +41,7 @@ struct Launch {
 
     void confirmNext(const QString& reply = u"226 Done"_s)
     {
-        history.nextFileStarts(u"ftp://host/in/"_s);
+        history.nextFileStarts({ u"ftp://host/in/"_s });
         history.fileMoves(5);
         history.fileConfirmed(5, reply);
     }
@@ -102,11 +104,11 @@ TEST_F(UploadLedgerTest, EachFileIsThereWithAllThatIsKnownOfIt)
     Launch run(m_path, u"Bilder"_s);
     run.history.filesQueued({ u"/folder/a"_s, LocalPath::fromBytes("/caf\xe9/b\n"), u"/c"_s }, { u"/folder"_s });
     run.confirmNext();
-    run.history.nextFileStarts(u"ftp://host/in/"_s);
+    run.history.nextFileStarts({ u"ftp://host/in/"_s });
     run.history.fileMoves(7);
     run.history.fileEnded(
         { .kind = Outcome::Refused, .code = 550, .status = u"No"_s, .reply = u"550 No"_s, .acknowledged = 3 });
-    run.history.manualFileStarts(u"/m"_s, u"ftp://elsewhere/"_s);
+    run.history.manualFileStarts(u"/m"_s, { u"ftp://elsewhere/"_s });
     run.history.note(u"A note"_s);
     run.settle();
 
@@ -122,6 +124,57 @@ TEST_F(UploadLedgerTest, EachFileIsThereWithAllThatIsKnownOfIt)
                             row(LocalPath::fromBytes("b\n"), Outcome::Refused), row(u"c"_s, Outcome::Waiting),
                             row(u"m"_s, Outcome::Sending), row(u"A note"_s, Outcome::Note) }));
     EXPECT_EQ(ask(u"SELECT count(*) FROM files WHERE abs(time - 1000 * unixepoch()) < 60000"_s), QStringList{ u"6"_s });
+}
+
+TEST_F(UploadLedgerTest, AFileIsReadInALaterRunAsItWasWrittenAndNoPasswordIsKept)
+{
+    EXPECT_TRUE(UserDefaults::standard().store({ { SettingNames::address, u"host"_s },
+                                                 { SettingNames::username, u"carl"_s },
+                                                 { SettingNames::password, u"s3cret"_s } }));
+    const Destination destination{ u"ftp://host/in/"_s, u"anna"_s, u"s3cret"_s, FTPEncryption::Required };
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
+        run.history.nextFileStarts(destination);
+        run.history.fileMoves(7);
+        run.history.fileEnded({ .kind = Outcome::Stopped, .status = u"Stopped"_s, .acknowledged = 3 });
+        run.history.nextFileStarts({ u"ftp://host/in/"_s });
+        run.settle();
+    }
+    QFile::remove(UserDefaults::standard().filePath());
+    Launch next(m_path);
+    QList<LedgerRow> rows;
+    next.ledger.read({ { .row = 1 }, { .row = 2 }, { .row = 3 } }, &next.ledger,
+                     [&rows](const auto& known) { rows = known.value_or(QList<LedgerRow>()); });
+    ASSERT_TRUE(waitFor([&rows] { return rows.size() == 3; }));
+
+    EXPECT_EQ(rows[0].entry.acknowledged, 3);
+    EXPECT_TRUE(rows[0].entry.isFor(destination));
+    EXPECT_FALSE(rows[0].entry.isFor({ u"ftp://host/in/"_s, u"anna"_s }));
+    EXPECT_TRUE(rows[1].entry.isFor({ u"ftp://host/in/"_s }));
+    EXPECT_FALSE(rows[1].entry.isFor({ u"ftp://host/in/"_s, u"anna"_s }));
+    EXPECT_EQ(rows[2].entry.username, u"carl"_s); // The destination that was in force when it was dropped.
+    EXPECT_TRUE(ask(u"SELECT * FROM files"_s).filter(u"s3cret"_s).isEmpty());
+}
+
+TEST_F(UploadLedgerTest, ADatabaseOfTheVersionBeforeGoesOn)
+{
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s });
+        run.settle();
+    }
+    for (const QString& column : { u"username"_s, u"encryption"_s }) {
+        ask(u"ALTER TABLE files DROP COLUMN "_s + column);
+    }
+    ask(u"PRAGMA user_version = 1"_s);
+    Launch next(m_path);
+    next.history.filesQueued({ u"/b"_s });
+    next.settle();
+
+    EXPECT_TRUE(next.problems.isEmpty());
+    EXPECT_EQ(outcomes(), (QStringList{ row(u"a"_s, Outcome::Interrupted), row(u"b"_s, Outcome::Waiting) }));
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 2);
 }
 
 TEST_F(UploadLedgerTest, WhatABeginningHistoryHoldsIsWrittenWhenTheLedgerIsOpened)
@@ -172,7 +225,7 @@ TEST_F(UploadLedgerTest, WhatWaitedInARunThatHasEndedWasInterrupted)
         Launch run(m_path);
         run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
         run.confirmNext();
-        run.history.nextFileStarts(u"ftp://host/"_s);
+        run.history.nextFileStarts({ u"ftp://host/"_s });
         run.settle();
     }
     EXPECT_EQ(interruptedOf(u"Other"_s), 0);
@@ -218,7 +271,7 @@ TEST_F(UploadLedgerTest, ClearingKeepsWhatWaits)
     Launch run(m_path);
     run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
     run.confirmNext();
-    run.history.nextFileStarts(u"ftp://host/"_s);
+    run.history.nextFileStarts({ u"ftp://host/"_s });
     run.ledger.clear();
     run.settle();
 
@@ -310,10 +363,10 @@ protected:
     {
         Launch run(m_path, u"Bilder"_s);
         run.history.filesQueued({ u"/x/beta"_s, u"/x/Alpha_1"_s, u"/y/gamma"_s });
-        run.history.nextFileStarts(u"ftp://one/"_s);
+        run.history.nextFileStarts({ u"ftp://one/"_s });
         run.history.fileMoves(10);
         run.history.fileConfirmed(10, u"226 100% done"_s);
-        run.history.nextFileStarts(u"ftp://two/"_s);
+        run.history.nextFileStarts({ u"ftp://two/"_s });
         run.history.fileMoves(30);
         run.history.fileEnded({ .kind = Outcome::Refused, .code = 550, .status = u"Error"_s, .reply = u"550 No"_s });
         run.settle();
@@ -506,7 +559,7 @@ TEST_F(LedgerQueryTest, WhatWasQueuedAgainIsKnownAtTheNextStart)
 TEST_F(UploadLedgerTest, APasswordInADestinationIsNotWritten)
 {
     Launch run(m_path);
-    run.history.manualFileStarts(u"/m"_s, u"ftp://anna:s3cr@t@host:21/in/"_s);
+    run.history.manualFileStarts(u"/m"_s, { u"ftp://anna:s3cr@t@host:21/in/"_s });
     run.history.fileEnded({ .kind = Outcome::Stopped });
     run.settle();
 

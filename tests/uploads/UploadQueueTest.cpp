@@ -47,4 +47,39 @@ TEST(UploadQueueTest, WhatIsClearedHasNotBeenSent)
     EXPECT_EQ(history.runTally(), FileTally{ .removed = 2 });
 }
 
+TEST(UploadQueueTest, AFileForAnotherTryHasADestinationOfItsOwn)
+{
+    UploadHistory history;
+    UploadQueue queue(history);
+    const Destination destination{ .location = u"ftp://host/"_s, .username = u"anna"_s };
+    queue.append({ u"/a"_s });
+    queue.appendAgain({ u"/b"_s, u"/c"_s }, destination);
+    queue.append({ u"/d"_s });
+    EXPECT_EQ(queue.firstDestination(), nullptr);
+    queue.takeFirst();
+    history.nextFileStarts({ u"ftp://elsewhere/"_s });
+    ASSERT_NE(queue.firstDestination(), nullptr);
+    EXPECT_EQ(*queue.firstDestination(), destination);
+    queue.dropFirst();
+    EXPECT_EQ(history.entries()[1].outcome, Outcome::Removed);
+    EXPECT_TRUE(history.entries()[1].isFor(destination));
+    EXPECT_FALSE(history.entries()[1].isFor({ u"ftp://elsewhere/"_s }));
+    ASSERT_NE(queue.firstDestination(), nullptr);
+    queue.takeFirst();
+
+    EXPECT_EQ(queue.firstDestination(), nullptr);
+    EXPECT_EQ(queue.paths(), QStringList{ u"/d"_s });
+}
+
+TEST(UploadQueueTest, WhatComesIntoAClearedQueueIsForNoDestinationOfItsOwn)
+{
+    UploadHistory history;
+    UploadQueue queue(history);
+    queue.appendAgain({ u"/a"_s }, { u"ftp://host/"_s });
+    queue.clear();
+    queue.append({ u"/a"_s });
+
+    EXPECT_EQ(queue.firstDestination(), nullptr);
+}
+
 } // namespace
