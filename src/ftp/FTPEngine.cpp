@@ -4,6 +4,10 @@
 #include "ConnectionPool.h"
 #include "DeliveryGate.h"
 #include "ServerTraits.h"
+#include "SystemCertificates.h"
+
+#include <QSocketNotifier>
+#include <QTcpSocket>
 
 FTPEngine::FTPEngine(const FTPTimeouts& timeouts)
     : m_gate(DeliveryGate::ofThisThread())
@@ -15,6 +19,13 @@ FTPEngine::FTPEngine(const FTPTimeouts& timeouts)
 }
 
 FTPEngine::~FTPEngine() = default;
+
+void FTPEngine::prepareForTheEnd()
+{
+    QTcpSocket().setSocketDescriptor(-1); // Makes what sockets need.
+    const QSocketNotifier notifier(QSocketNotifier::Read); // Makes the registry of types.
+    SystemCertificates::prepareForTheEnd();
+}
 
 void FTPEngine::setAddress(const QString& host, quint16 port, const QHostAddress& address)
 {

@@ -24,6 +24,10 @@ public:
     FTPEngine& operator=(const FTPEngine&) = delete;
     ~FTPEngine(); ///< Drops all connections.
 
+    /// Has what engines use of Qt's and OpenSSL's static objects outlive those that the program makes from now on. Then
+    /// engines work in their destructors, too. Safe on any thread.
+    static void prepareForTheEnd();
+
     /// A changed limit applies to waits that begin later.
     FTPTimeouts& timeouts() { return m_timeouts; }
     ConnectionPool& pool() { return *m_pool; }

@@ -1,9 +1,7 @@
 #include "RunningOperation.h"
 
+#include "FTPEngine.h"
 #include "RunLoop.h"
-
-#include <QSocketNotifier>
-#include <QTcpSocket>
 
 #include <chrono>
 #include <condition_variable>
@@ -29,14 +27,10 @@ Operations& operations()
     return all;
 }
 
-/// Its static object is destroyed before those of Qt that sockets need, since these are made first.
+/// Its static object is destroyed before what operations need, since that is made first.
 class ProgramEnd {
 public:
-    ProgramEnd()
-    {
-        QTcpSocket().setSocketDescriptor(-1);
-        const QSocketNotifier notifier(QSocketNotifier::Read); // Makes the registry of types.
-    }
+    ProgramEnd() { FTPEngine::prepareForTheEnd(); }
     ProgramEnd(const ProgramEnd&) = delete;
     ProgramEnd& operator=(const ProgramEnd&) = delete;
     ~ProgramEnd()

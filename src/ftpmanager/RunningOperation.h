@@ -5,8 +5,8 @@ class RunLoop;
 namespace quillbox {
 
 /// An operation, for its caller's thread, from before its worker thread is made until that is gone. When the program
-/// ends, with exit() or by returning from main(), Qt's own static objects go, and sockets with them: before that, the
-/// operations that run are ended, and from then on none begins.
+/// ends, with exit() or by returning from main(), Qt's and OpenSSL's static objects go, and sockets with them: before
+/// that, the operations that run are ended, and from then on none begins.
 class RunningOperation {
 public:
     RunningOperation();
@@ -19,8 +19,8 @@ public:
     /// Has @p loop, which its worker runs, stopped when the program ends; null: it runs no more.
     void setLoop(RunLoop* loop);
 
-    /// Has the present static objects of Qt outlive those that the program makes from now on. Then operations work in
-    /// their destructors, too. Safe on any thread.
+    /// Has what operations need outlive the static objects that the program makes from now on. Then they work in their
+    /// destructors, too. Safe on any thread.
     static void prepareForTheEnd();
 
 private:

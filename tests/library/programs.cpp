@@ -1,7 +1,7 @@
 // Small programs of other people on the shared library, by the name of what they do:
-//   programs NAME PORT USER PASSWORD FOLDER
-// They know the public headers alone, have no application object unless their name says so, and end with 0 when all is
-// as it should be.
+//   programs NAME PORT USER PASSWORD FOLDER [FINGERPRINT]
+// With the fingerprint of a certificate everything is encrypted. They know the public headers alone, have no
+// application object unless their name says so, and end with 0 when all is as it should be.
 
 #include <QCoreApplication>
 #include <quillbox/FTPManager.h>
@@ -132,12 +132,16 @@ int exitMeanwhile()
 
 int main(int argc, char** argv)
 {
-    if (argc != 6) {
+    if (argc < 6) {
         return 2;
     }
     theServer = FMServer::serverWithDestination(u"127.0.0.1"_s, QString::fromUtf8(argv[3]), QString::fromUtf8(argv[4]));
     theServer->setPort(QByteArray(argv[2]).toInt());
     theFolder = QString::fromUtf8(argv[5]);
+    if (argc > 6) {
+        theServer->setEncryption(FTPEncryption::Required);
+        theServer->setTrustedFingerprints({ QByteArray::fromHex(argv[6]) });
+    }
     const std::string name = argv[1];
     ::srand(static_cast<unsigned>(::getpid()));
     return name == "plain"              ? plain()

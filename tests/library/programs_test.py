@@ -6,14 +6,23 @@ import sys
 import tempfile
 import unittest
 
-SERVERS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers")
+HERE = os.path.dirname(os.path.abspath(__file__))
+SERVERS = os.path.join(HERE, "..", "servers")
+sys.path.insert(0, os.path.join(HERE, "..", "window"))
+
+from certificates import make_certificate  # noqa: E402
 
 
-class Programs(unittest.TestCase):
+class Plain(unittest.TestCase):
+    def security(self):
+        """What the server is started with besides, and what the programs are."""
+        return [], []
+
     def setUp(self):
         self.root = self.enterContext(tempfile.TemporaryDirectory())
         self.folder = self.enterContext(tempfile.TemporaryDirectory())
-        words = [sys.executable, "-B", os.path.join(SERVERS, "real_server.py"), "pyftpdlib", self.root]
+        options, self.words = self.security()
+        words = [sys.executable, "-B", os.path.join(SERVERS, "real_server.py"), "pyftpdlib", self.root, *options]
         server = self.enterContext(
             subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         )
@@ -21,7 +30,7 @@ class Programs(unittest.TestCase):
 
     def run_program(self, name):
         """What it has ended with, and what it has said; nobody asked it to say anything."""
-        words = [os.environ["PROGRAMS"], name, self.port, self.user, self.password, self.folder]
+        words = [os.environ["PROGRAMS"], name, self.port, self.user, self.password, self.folder, *self.words]
         # What threads hold that are there to the end is no leak.
         environment = {**os.environ, "LSAN_OPTIONS": "detect_leaks=0"} if name == "exitMeanwhile" else None
         done = subprocess.run(words, capture_output=True, text=True, timeout=60, env=environment)
@@ -52,6 +61,12 @@ class Programs(unittest.TestCase):
     def test_a_program_may_end_in_the_midst_of_operations(self):
         for _ in range(20):
             self.assertEqual(self.run_program("exitMeanwhile")[0], 0)
+
+
+class Encrypted(Plain):
+    def security(self):
+        path, fingerprint = make_certificate(self.enterContext(tempfile.TemporaryDirectory()))
+        return ["--tls", path], [fingerprint]
 
 
 if __name__ == "__main__":

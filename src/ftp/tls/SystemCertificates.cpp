@@ -61,7 +61,7 @@ public:
 
 Store sharedStore()
 {
-    static const ReadingEnd end;
+    SystemCertificates::prepareForTheEnd();
     const std::lock_guard lock(stores().mutex);
     Store& store = stores().all[place()];
     if (!store.valid()) {
@@ -78,6 +78,11 @@ bool isReady(const Store& store)
 }
 
 } // namespace
+
+void SystemCertificates::prepareForTheEnd()
+{
+    static const ReadingEnd end;
+}
 
 void SystemCertificates::prepare()
 {

@@ -10,6 +10,8 @@ struct x509_store_st;
 /// called on any thread.
 namespace SystemCertificates {
 
+/// Has OpenSSL, and what of it is being read, outlive the static objects that the program makes from now on.
+void prepareForTheEnd();
 /// Begins to read them, unless that was begun before.
 void prepare();
 /// Calls @p whenReady on the calling thread's loop as soon as they have been read, unless @p context is destroyed
