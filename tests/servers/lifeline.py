@@ -62,8 +62,9 @@ class Lifeline:
     def _receive(self, on_line):
         pending = b""
         with contextlib.suppress(RuntimeError):  # The loop has ended already.
-            while chunk := os.read(sys.stdin.fileno(), 65536):
-                *lines, pending = (pending + chunk).split(b"\n")
-                for line in lines:
-                    self._loop.call_soon_threadsafe(on_line, line)
+            with contextlib.suppress(ConnectionResetError):  # A socket ends so when our last lines were not read.
+                while chunk := os.read(sys.stdin.fileno(), 65536):
+                    *lines, pending = (pending + chunk).split(b"\n")
+                    for line in lines:
+                        self._loop.call_soon_threadsafe(on_line, line)
             self._loop.call_soon_threadsafe(self._released.set)

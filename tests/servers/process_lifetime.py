@@ -1,5 +1,6 @@
 """What ties helper processes to the test that started them, so that none outlives it, however it ends."""
 
+import contextlib
 import ctypes
 import os
 import signal
@@ -29,8 +30,9 @@ def stop_when_released(stop):
     _libc.prctl(PR_SET_PDEATHSIG, signal.SIGTERM, 0, 0, 0)
 
     def watch():
-        while os.read(sys.stdin.fileno(), 4096):
-            pass
+        with contextlib.suppress(ConnectionResetError):  # A socket ends so when our last lines were not read.
+            while os.read(sys.stdin.fileno(), 4096):
+                pass
         stop()
 
     threading.Thread(target=watch, daemon=True).start()

@@ -128,7 +128,7 @@ class Relay:
         return listener.sockets[0].getsockname()[1]
 
 
-async def main():
+async def carry():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("server_port", type=int)
     parser.add_argument("--rtt", type=float, default=0, metavar="MILLISECONDS")
@@ -143,5 +143,9 @@ async def main():
     print(json.dumps(relay.counts), flush=True)
 
 
+def main():
+    asyncio.run(carry())
+
+
 if __name__ == "__main__":
-    asyncio.run(main())
+    main()

@@ -102,7 +102,6 @@ import argparse
 import asyncio
 import json
 import socket
-import sys
 import tempfile
 
 from lifeline import Lifeline, Reporter
@@ -189,7 +188,7 @@ def listening_socket(address, port):
     return listener
 
 
-async def main(options, reporter):
+async def serve(options, reporter):
     """Serves until released."""
     lifeline = Lifeline()
     with tempfile.TemporaryDirectory(prefix="scripted-server-") as own_folder:
@@ -224,10 +223,13 @@ def parse_arguments():
     return parser.parse_args()
 
 
-if __name__ == "__main__":
-    REPORTER = Reporter()
+def main():
+    reporter = Reporter()
     try:
-        asyncio.run(main(parse_arguments(), REPORTER))
+        asyncio.run(serve(parse_arguments(), reporter))
     finally:
-        REPORTER.finish()
-    sys.exit(0)
+        reporter.finish()
+
+
+if __name__ == "__main__":
+    main()

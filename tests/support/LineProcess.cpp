@@ -1,9 +1,12 @@
 #include "LineProcess.h"
 
+#include "HelperHost.h"
+
 #include <QDeadlineTimer>
 
 #include <chrono>
 #include <stdexcept>
+#include <sys/socket.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -22,11 +25,7 @@ int milliseconds(const QDeadlineTimer& deadline)
 LineProcess::LineProcess(const QString& script, const QStringList& arguments)
     : m_script(script)
 {
-    m_process.setProgram(u"/usr/bin/python3"_s);
-    m_process.setArguments(QStringList{ u"-B"_s, QStringLiteral(TEST_SOURCE_DIR) + u"/servers/"_s + script }
-                           + arguments);
-    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process.start();
+    m_socket.setSocketDescriptor(HelperHost::start(script, arguments));
     const QByteArray line = waitForLine();
     m_words = line.split(' ');
     m_port = value("port").toUShort();
@@ -48,10 +47,10 @@ QString LineProcess::value(const QByteArray& name) const
 
 void LineProcess::writeLine(const QByteArray& line)
 {
-    m_process.write(line + '\n');
+    m_socket.write(line + '\n');
     const QDeadlineTimer deadline(patience);
-    while (m_process.bytesToWrite() > 0) {
-        if (!m_process.waitForBytesWritten(milliseconds(deadline))) {
+    while (m_socket.bytesToWrite() > 0) {
+        if (!m_socket.waitForBytesWritten(milliseconds(deadline))) {
             fail(u"takes no lines"_s);
         }
     }
@@ -59,13 +58,13 @@ void LineProcess::writeLine(const QByteArray& line)
 
 std::optional<QByteArray> LineProcess::takeLine()
 {
-    if (!m_process.canReadLine() && m_process.state() != QProcess::NotRunning) {
-        m_process.waitForReadyRead(0);
+    if (!m_socket.canReadLine() && isRunning()) {
+        m_socket.waitForReadyRead(0);
     }
-    if (!m_process.canReadLine()) {
+    if (!m_socket.canReadLine()) {
         return std::nullopt;
     }
-    QByteArray line = m_process.readLine();
+    QByteArray line = m_socket.readLine();
     line.chop(1);
     return line;
 }
@@ -73,9 +72,9 @@ std::optional<QByteArray> LineProcess::takeLine()
 QByteArray LineProcess::waitForLine()
 {
     const QDeadlineTimer deadline(patience);
-    while (!m_process.canReadLine()) {
-        if (!m_process.waitForReadyRead(milliseconds(deadline)) && !m_process.canReadLine()) {
-            fail(u"says nothing: "_s + m_process.errorString());
+    while (!m_socket.canReadLine()) {
+        if (!m_socket.waitForReadyRead(milliseconds(deadline)) && !m_socket.canReadLine()) {
+            fail(u"says nothing: "_s + m_socket.errorString());
         }
     }
     return takeLine().value_or(QByteArray());
@@ -83,14 +82,18 @@ QByteArray LineProcess::waitForLine()
 
 void LineProcess::stop()
 {
-    if (m_process.state() == QProcess::NotRunning) {
+    if (!isRunning()) {
         return;
     }
-    m_process.closeWriteChannel();
-    if (!m_process.waitForFinished(10'000)) {
-        m_process.kill();
-        m_process.waitForFinished();
+    ::shutdown(static_cast<int>(m_socket.socketDescriptor()), SHUT_WR);
+    if (!m_socket.waitForDisconnected(10'000) && isRunning()) {
+        m_socket.abort();
     }
+}
+
+bool LineProcess::isRunning() const
+{
+    return m_socket.state() != QLocalSocket::UnconnectedState;
 }
 
 void LineProcess::fail(const QString& what)

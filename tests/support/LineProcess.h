@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
-#include <QProcess>
+#include <QLocalSocket>
 #include <QString>
 #include <QStringList>
 
@@ -33,10 +33,11 @@ public:
     void stop();
 
 private:
+    bool isRunning() const;
     [[noreturn]] void fail(const QString& what);
 
     QString m_script;
-    QProcess m_process;
+    QLocalSocket m_socket; ///< Its standard input and output.
     QByteArrayList m_words; ///< Of the first line.
     quint16 m_port = 0;
 };
