@@ -10,8 +10,10 @@ import subprocess
 import sys
 import threading
 import time
+import urllib.parse
 
 from benchmark import TOP
+from bus import Bus
 from keyboard import Keyboard
 from usage import cpu_seconds, wait_for_calm
 
@@ -21,7 +23,6 @@ from desktop import wait_for  # noqa: E402
 from program import Program, store_settings  # noqa: E402
 
 BUS_NAME = "io.github.quillbox.Quillbox"
-OBJECT_PATH = "/" + BUS_NAME.replace(".", "/")
 TABLE = "Destination folder"
 SETTLED_SECONDS = 1.5  # The list is refreshed up to two seconds after the start, and after an activation.
 
@@ -74,7 +75,7 @@ class Window:
 
     def seconds_to_accept(self, paths):
         """The same; answers how long it took."""
-        uris = ["file://" + path for path in paths]
+        uris = ["file://" + urllib.parse.quote(path) for path in paths]
         return self._call("org.freedesktop.Application", "Open", "(asa{sv})", (uris, {}))
 
     def press(self, name):
@@ -125,25 +126,10 @@ class Window:
         return left + offset[0], top + offset[1]
 
     def _call(self, interface, method, signature, arguments):
-        import gi
-
-        gi.require_version("Gio", "2.0")
-        from gi.repository import Gio, GLib
-
         if self._bus is None:
-            self._bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-            wait_for(lambda: self._owner(Gio, GLib), "the program's name on the bus")
-        message = GLib.Variant(signature, arguments)
-        start = time.monotonic()
-        self._bus.call_sync(
-            BUS_NAME, OBJECT_PATH, interface, method, message, None, Gio.DBusCallFlags.NO_AUTO_START, 60_000, None
-        )
-        return time.monotonic() - start
-
-    def _owner(self, gio, glib):
-        place = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner")
-        arguments = glib.Variant("(s)", (BUS_NAME,))
-        return self._bus.call_sync(*place, arguments, None, gio.DBusCallFlags.NONE, 5000, None).unpack()[0]
+            self._bus = Bus(os.environ["DBUS_SESSION_BUS_ADDRESS"])
+            wait_for(lambda: self._bus.has_owner(BUS_NAME), "the program's name on the bus")
+        return self._bus.seconds_to_answer(BUS_NAME, interface, method, signature, arguments)
 
 
 class _Shown:
