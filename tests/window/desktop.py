@@ -28,13 +28,15 @@ def wait_for(condition, what, seconds=60):
     """Calls condition until it answers something true, and answers that; fails after so many seconds."""
     seconds *= PATIENCE
     end = time.monotonic() + seconds
+    pause = 0.01
     while True:
         value = condition()
         if value:
             return value
         if time.monotonic() > end:
             raise AssertionError(f"waited {seconds} s in vain for {what}")
-        time.sleep(0.02)
+        time.sleep(pause)
+        pause = min(pause * 1.3, 0.1)  # A look is dear: it is many questions, and the tests share the machine.
 
 
 def bound_to_us(words):
