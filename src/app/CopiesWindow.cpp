@@ -2,10 +2,12 @@
 
 #include "CopyText.h"
 #include "FocusKeeping.h"
+#include "LabelAlignment.h"
 #include "PlainToolTip.h"
 #include "ScreenRoom.h"
 #include "SheetQueue.h"
 #include "VisibleText.h"
+#include "WholeButtons.h"
 #include "ui_CopiesWindow.h"
 
 #include <QEvent>
@@ -32,6 +34,7 @@ CopiesWindow::CopiesWindow(ProgramCopies copies, Application application)
     , m_ui(std::make_unique<Ui::CopiesWindow>())
 {
     m_ui->setupUi(this);
+    keepButtonsWhole(*this);
     m_ui->onDesktopCheckBox->setVisible(m_copies.hasDesktop());
     m_model.setHorizontalHeaderLabels({ u"Name"_s, u"Location"_s });
     m_ui->copiesTable->setModel(&m_model);
@@ -42,6 +45,7 @@ CopiesWindow::CopiesWindow(ProgramCopies copies, Application application)
     m_ui->copiesTable->setEmptyText(emptyText);
     connectActions();
     keepWithinScreen(*this);
+    alignLabelsToDirection(*this);
 }
 
 CopiesWindow::~CopiesWindow() = default;

@@ -15,6 +15,7 @@
 #include "UserDefaults.h"
 #include "VisibleText.h"
 #include "WebLink.h"
+#include "WholeButtons.h"
 #include "ui_HistoryWindow.h"
 
 #include <QDir>
@@ -45,6 +46,7 @@ HistoryWindow::HistoryWindow(UploadHistory& history, UploadLedger& ledger, Queue
     , m_model(new HistoryTableModel(history, ledger, this))
 {
     m_ui->setupUi(this);
+    keepButtonsWhole(*this);
     m_ui->historyTable->setModel(m_model);
     m_ui->historyTable->setEmptyText(u"No files yet"_s);
     m_ui->historyTable->verticalHeader()->setDefaultSectionSize(rowHeight);

@@ -4,6 +4,7 @@
 #include "QueueAgain.h"
 #include "ScreenRoom.h"
 #include "ViewController.h"
+#include "WholeButtons.h"
 #include "WindowMemory.h"
 #include "ui_MainWindow.h"
 
@@ -17,6 +18,7 @@ MainWindow::MainWindow()
     : m_ui(std::make_unique<Ui::MainWindow>())
 {
     m_ui->setupUi(this);
+    keepButtonsWhole(*this);
     m_ui->destinationListingTable->setFocus();
     // It comes and goes between files, and nothing is to jump.
     QSizePolicy policy = m_ui->percentProgressIndicator->sizePolicy();

@@ -2,13 +2,17 @@
 
 #include "Addressing.h"
 #include "DestinationSettings.h"
+#include "LabelAlignment.h"
 #include "PathText.h"
 #include "ScreenRoom.h"
 #include "StandardFolders.h"
 #include "ViewController.h"
+#include "WholeButtons.h"
 #include "ui_ManualTransfers.h"
 
 #include <QShortcut>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -16,16 +20,27 @@ ManualTransfers::ManualTransfers()
     : m_ui(std::make_unique<Ui::ManualTransfers>())
 {
     m_ui->setupUi(this);
-    // As wide as what they say while they are empty.
-    for (QLineEdit* field : findChildren<QLineEdit*>()) {
-        field->setMinimumWidth(fontMetrics().horizontalAdvance(field->placeholderText()) + fontMetrics().height());
+    keepButtonsWhole(*this);
+    // As wide as what they say while they are empty, as far as there is room.
+    int wanted = 0;
+    for (const QLineEdit* field : findChildren<QLineEdit*>()) {
+        wanted = std::max(wanted, fontMetrics().horizontalAdvance(field->placeholderText()) + fontMetrics().height());
     }
-    m_ui->manualLayout->activate(); // Else it has the sizes from before in mind.
-    resize(sizeHint().boundedTo(roomOnScreen(*this)));
+    setFieldWidth(wanted);
+    setFieldWidth(wanted - excessWidth(*this));
+    resizeToContents(*this);
+    alignLabelsToDirection(*this);
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
 }
 
 ManualTransfers::~ManualTransfers() = default;
+
+void ManualTransfers::setFieldWidth(int width)
+{
+    constexpr int leastCharacters = 12;
+    m_ui->fileToUploadTextField->setMinimumWidth(std::max(width, leastCharacters * fontMetrics().averageCharWidth()));
+    m_ui->manualLayout->activate(); // Else it has the sizes from before in mind.
+}
 
 void ManualTransfers::connectTo(ViewController& controller, const Parts& parts)
 {

@@ -58,6 +58,7 @@ public:
 
 private:
     void begin();
+    void setFieldWidth(int width);
 
     std::unique_ptr<Ui::ManualTransfers> m_ui;
     ViewController* m_controller = nullptr; ///< Null until connectTo().

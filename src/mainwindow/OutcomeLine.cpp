@@ -26,6 +26,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr double smallestScale = 0.7; ///< Of the words.
+
 /// What the line looks like when something was lost, and when nothing was.
 QString styleOf(bool isWarning)
 {
@@ -70,7 +72,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_text->setObjectName(u"outcomeTextField"_s);
     m_text->setAccessibleDescription(u"Outcome of the last queue"_s);
     m_text->setTextFormat(Qt::PlainText);
-    m_text->setProperty("smallestScale", 0.7);
+    m_text->setProperty("smallestScale", smallestScale);
     m_icon->setIcon(drawnWarningIcon());
     m_showButton = addButton("showOutcomeButton", u"Show…"_s);
     m_showButton->setToolTip(u"Show these files in the history"_s);
@@ -141,7 +143,7 @@ void OutcomeLine::resizeEvent(QResizeEvent* event)
 }
 
 /// Puts the buttons below the words where both have no room in one line, and those that have none into the menu. In a
-/// low window the line stays one as long as the menu can have the most of them.
+/// low window it stays one line as long as the words in their smallest font have room beside the menu.
 void OutcomeLine::arrange()
 {
     if (!m_isTold) {
@@ -151,7 +153,8 @@ void OutcomeLine::arrange()
     const int room = parentWidget()->contentsRect().width() - margins.left() - margins.right();
     const int words = m_icon->sizeHint().width() + m_text->fontMetrics().horizontalAdvance(m_text->text())
         + 3 * m_layout->spacing();
-    const bool isOneLine = words + (m_isLow ? widthWithMenu() : widthOf(allButtons())) <= room;
+    const bool isOneLine = m_isLow ? static_cast<int>(words * smallestScale) + widthWithMenu() <= room
+                                   : words + widthOf(allButtons()) <= room;
     m_layout->setDirection(isOneLine ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
 
     const int buttonRoom = isOneLine ? room - words : room;

@@ -7,6 +7,7 @@
 #include "FTPConnections.h"
 #include "FTPLocation.h"
 #include "HistoryWindow.h"
+#include "LabelAlignment.h"
 #include "PreferencesController.h"
 #include "QueueAgain.h"
 #include "ScreenRoom.h"
@@ -16,6 +17,7 @@
 #include "UserDefaults.h"
 #include "ViewController.h"
 #include "WindowMemory.h"
+#include "WholeButtons.h"
 #include "ui_Welcome.h"
 
 #include <QJsonValue>
@@ -52,6 +54,7 @@ SecondaryWindows::~SecondaryWindows() = default;
 void SecondaryWindows::makeWelcome()
 {
     m_welcome->setupUi(&m_welcomeWindow);
+    keepButtonsWhole(m_welcomeWindow);
     QFont heading = m_welcomeWindow.font();
     heading.setBold(true);
     heading.setPointSizeF(QFontInfo(heading).pointSizeF() * 1.8);
@@ -64,6 +67,7 @@ void SecondaryWindows::makeWelcome()
     const int textsHeight = m_welcome->contentsLayout->totalHeightForWidth(width - margins.left() - margins.right());
     m_welcomeWindow.setMinimumSize(width, std::min(textsHeight + besideTexts.height(), room.height()));
     m_welcomeWindow.resize(m_welcomeWindow.minimumSize());
+    alignLabelsToDirection(m_welcomeWindow);
     connect(m_welcome->closeWelcomeButton, &QPushButton::clicked, &m_welcomeWindow, &QWidget::close);
     connect(m_welcome->welcomePreferencesButton, &QPushButton::clicked, this, &SecondaryWindows::showPreferences);
     // Not its clicks: a screen reader toggles without one.

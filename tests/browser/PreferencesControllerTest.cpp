@@ -146,6 +146,20 @@ protected:
     };
 };
 
+TEST_F(PreferencesControllerTest, WhereThePageScrollsWhatATestAnswersComesIntoSight)
+{
+    startTest();
+    m_preferences.view()->resize(m_preferences.view()->width(), 200);
+    QApplication::processEvents();
+    const auto& label = control<QLabel>("testResultLabel");
+    ASSERT_TRUE(label.visibleRegion().isEmpty());
+
+    m_connectionTest->handler({ .state = FTPConnectionTestState::FolderRefused });
+
+    QApplication::processEvents();
+    EXPECT_FALSE(label.visibleRegion().isEmpty());
+}
+
 TEST_F(PreferencesControllerTest, ThePreferredSizeIsThatOfTheView)
 {
     EXPECT_EQ(m_preferences.preferredContentSize(), m_preferences.view()->size());

@@ -11,6 +11,9 @@
 #include <QLocale>
 #include <QMenu>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTabWidget>
 #include <QToolButton>
 
 #include <algorithm>
@@ -363,6 +366,10 @@ TEST_F(WindowLayoutTest, TheOtherWindowsOpenWithinTheirScreenInAnyFont)
         const std::initializer_list<const QWidget*> all{ &windows.welcomeWindow(), &windows.manualTransfers(),
                                                          windows.preferences().view(), windows.historyWindow() };
         for (const QWidget* window : all) {
+            for (const QPushButton* button : window->findChildren<QPushButton*>()) {
+                EXPECT_GE(button->width(), button->isVisible() ? button->sizeHint().width() : 0)
+                    << points << button->text().toStdString();
+            }
             EXPECT_EQ(window->size().boundedTo(roomOnScreen(*window)), window->size())
                 << points << window->windowTitle().toStdString();
         }
@@ -370,6 +377,27 @@ TEST_F(WindowLayoutTest, TheOtherWindowsOpenWithinTheirScreenInAnyFont)
         EXPECT_TRUE(
             windows.welcomeWindow().rect().contains({ close.mapTo(&windows.welcomeWindow(), QPoint()), close.size() }))
             << points;
+    }
+}
+
+TEST_F(WindowLayoutTest, TheirPagesNeedNoScrollingSideways)
+{
+    for (const double points : { 9.0, 18.0 }) {
+        startWithFontOf(points);
+        SecondaryWindows& windows = m_controller->windows();
+        windows.showManualTransfers();
+        windows.showPreferences();
+        QTabWidget& pages = *windows.preferences().view()->findChild<QTabWidget*>(u"pages"_s);
+        for (int page = 0; page < pages.count(); ++page) {
+            pages.setCurrentIndex(page);
+            drainEventLoop();
+            const auto* area = qobject_cast<QScrollArea*>(pages.currentWidget());
+            EXPECT_EQ(area->horizontalScrollBar()->maximum(), 0) << points << page;
+        }
+        const auto* manual = windows.manualTransfers().findChild<QScrollArea*>();
+        if (points == 9.0) {
+            EXPECT_EQ(manual->horizontalScrollBar()->maximum(), 0);
+        }
     }
 }
 

@@ -7,15 +7,18 @@
 #include "DrawnIcons.h"
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
+#include "LabelAlignment.h"
 #include "ScreenRoom.h"
 #include "SettingNames.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
+#include "WholeButtons.h"
 #include "ui_Preferences.h"
 
 #include <QStyle>
 #include <QUuid>
 
+#include <algorithm>
 #include <initializer_list>
 #include <utility>
 
@@ -43,7 +46,9 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     m_passwordTextField = m_ui->passwordTextField;
     m_addressTextField = m_ui->addressTextField;
     m_folderTextField = m_ui->folderTextField;
+    m_ui->showPasswordButton->setIcon(drawnEyeIcon());
     fitToFont();
+    alignLabelsToDirection(*m_view);
     connect(m_ui->doneButton, &QPushButton::clicked, this, &PreferencesController::doneButton);
     connect(m_ui->cancelButton, &QPushButton::clicked, m_view.get(), &QDialog::reject);
     connect(m_ui->showPasswordButton, &QPushButton::toggled, this, &PreferencesController::showPassword);
@@ -51,7 +56,6 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     connectFields();
     connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::clearTest);
     connect(m_view.get(), &QDialog::finished, this, &PreferencesController::clearTest);
-    m_ui->showPasswordButton->setIcon(drawnEyeIcon());
     connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::showEncryption);
     connect(m_ui->useEncryptionButton, &QPushButton::clicked, this, &PreferencesController::useEncryption);
     connect(m_ui->forgetCertificateButton, &QPushButton::clicked, this, &PreferencesController::forgetCertificate);
@@ -258,6 +262,14 @@ void PreferencesController::makeTest()
     // The question about a certificate may have been answered.
     connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::showWhetherTrusted);
     connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::testReported);
+    connect(m_test.get(), &ConnectionTestControls::reported, this, [this] {
+        m_ui->testAnswerLayout->activate(); // Its last line has moved.
+        for (QWidget* part : std::initializer_list<QWidget*>{ m_ui->testReplyLabel, m_ui->createFolderButton }) {
+            if (part->isVisible()) {
+                m_ui->serverPage->ensureWidgetVisible(part, 0, 0);
+            }
+        }
+    });
 }
 
 bool PreferencesController::isTesting() const
@@ -276,12 +288,34 @@ void PreferencesController::useEncryption()
     m_ui->requiredEncryptionButton->setChecked(true);
 }
 
+/// Makes the fields @p wanted wide, or as wide as the screen allows without scrolling sideways, and answers how wide.
+int PreferencesController::fitWidth(int wanted)
+{
+    keepButtonsWhole(*m_view);
+    m_addressTextField->setMinimumWidth(wanted);
+    layOut();
+    const int width = std::max(0, wanted - excessWidth(*m_view));
+    m_addressTextField->setMinimumWidth(width);
+    return width;
+}
+
+/// The pages have the sizes from before in mind else.
+void PreferencesController::layOut()
+{
+    for (QWidget* contents : { m_ui->serverContents, m_ui->moreContents }) {
+        contents->layout()->activate();
+    }
+}
+
 /// Leaves room for all that the panel may come to say, so that nothing moves when it says it.
 void PreferencesController::fitToFont()
 {
     const QFontMetrics font = m_view->fontMetrics();
-    const auto heightOf = [&font](int lines) { return lines * font.lineSpacing(); };
-    m_addressTextField->setMinimumWidth(widthInCharacters * font.averageCharWidth());
+    const int width = fitWidth(widthInCharacters * font.averageCharWidth());
+    const auto heightOf = [&](int usualLines) {
+        const int characters = std::max(1, width / font.averageCharWidth());
+        return (usualLines * widthInCharacters + characters - 1) / characters * font.lineSpacing();
+    };
     m_ui->adviceLabel->setFixedHeight(heightOf(2));
     m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
     m_ui->testAnswer->setFixedHeight(heightOf(5));
@@ -298,10 +332,8 @@ void PreferencesController::fitToFont()
              { m_ui->forgetCertificateButton, m_ui->forgetCertificateNote } }) {
         control->setAccessibleDescription(note->text()); // Screen readers come by the controls only.
     }
-    for (QWidget* contents : { m_ui->serverContents, m_ui->moreContents }) {
-        contents->layout()->activate(); // Else it has the sizes from before in mind.
-    }
-    m_view->resize(m_view->sizeHint().boundedTo(roomOnScreen(*m_view)));
+    layOut();
+    resizeToContents(*m_view);
 }
 
 void PreferencesController::showPassword(bool isShown)

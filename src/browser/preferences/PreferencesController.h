@@ -121,6 +121,8 @@ private:
     void makeTest();
     void clearTest();
     void useEncryption();
+    int fitWidth(int wanted);
+    void layOut();
     void fitToFont();
     FTPEncryption wantedEncryption() const;
     QString destination() const;

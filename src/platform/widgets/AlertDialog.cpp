@@ -2,6 +2,7 @@
 
 #include "ElidedLabel.h"
 #include "IconLabel.h"
+#include "LabelAlignment.h"
 #include "ScreenRoom.h"
 #include "SheetDetail.h"
 
@@ -237,6 +238,7 @@ void AlertDialog::fitToScreen()
 
 void AlertDialog::showEvent(QShowEvent* event)
 {
+    alignLabelsToDirection(*this);
     fitToScreen();
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);

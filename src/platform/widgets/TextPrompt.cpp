@@ -1,5 +1,7 @@
 #include "TextPrompt.h"
 
+#include "LabelAlignment.h"
+
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -36,6 +38,7 @@ QString promptForText(QWidget* parent, const QString& prompt, const QString& def
     layout->addWidget(field);
     layout->addSpacing(4);
     layout->addWidget(buttons);
+    alignLabelsToDirection(dialog);
     field->setFocus();
     if (dialog.exec() != QDialog::Accepted) {
         return QString();
