@@ -101,6 +101,7 @@ class History(WindowTest):
         program = self.start_with_history(self.file("note.txt", b"12345"))
         self.wait_for_outcomes(program, "Confirmed by the server")
 
+        self.bring_to_front(program, "^History$")
         self.desktop.click(program.cell("Files of all runs", 0, 0))
         self.desktop.key("ctrl+c")
 
