@@ -16,12 +16,14 @@ QMimeType typeOfExtension(const QString& extension)
     return types.mimeTypeForFile(u"name."_s + extension, QMimeDatabase::MatchExtension);
 }
 
+/// The desktop's icon, but for the one of any text: as many desktops draw it, a white sheet, it is not seen on the
+/// table.
 QIcon lookUp(const QString& extension)
 {
     const QMimeType type = typeOfExtension(extension);
     QIcon icon;
-    for (const QString& iconName : { type.iconName(), type.genericIconName(), u"text-x-generic"_s }) {
-        if (icon.isNull() && !iconName.isEmpty()) {
+    for (const QString& iconName : { type.iconName(), type.genericIconName() }) {
+        if (icon.isNull() && !iconName.isEmpty() && iconName != u"text-x-generic"_s) {
             icon = QIcon::fromTheme(iconName);
         }
     }

@@ -2,6 +2,10 @@
 
 #include "Printers.h"
 
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -14,6 +18,29 @@ TEST(FileIconsTest, EachNameHasAnIcon)
     for (const QString& name : { u"a.txt"_s, u"a.no-such-kind"_s, u"noextension"_s, u""_s, u"/"_s, u".hidden"_s }) {
         EXPECT_FALSE(FileIcons::ofFileNamed(name).pixmap(20).isNull()) << name.toStdString();
     }
+}
+
+TEST(FileIconsTest, TextsAndUnknownKindsDoNotHaveTheDesktopsWhiteSheet)
+{
+    const QString before = QIcon::themeName();
+    const QTemporaryDir themes;
+    ASSERT_TRUE(QDir(themes.path()).mkpath(u"white/16"_s));
+    QFile index(themes.filePath(u"white/index.theme"_s));
+    ASSERT_TRUE(index.open(QIODevice::WriteOnly));
+    index.write("[Icon Theme]\nName=white\nDirectories=16\n[16]\nSize=16\n");
+    index.close();
+    QImage sheet(16, 16, QImage::Format_RGB32);
+    sheet.fill(Qt::white);
+    ASSERT_TRUE(sheet.save(themes.filePath(u"white/16/text-x-generic.png"_s)));
+    QIcon::setThemeSearchPaths(QIcon::themeSearchPaths() << themes.path());
+    QIcon::setThemeName(u"white"_s);
+    ASSERT_FALSE(QIcon::fromTheme(u"text-x-generic"_s).isNull());
+
+    for (const QString& name : { u"a.adoc"_s, u"a.unknown-kind"_s }) {
+        EXPECT_NE(FileIcons::ofFileNamed(name).pixmap(16).toImage().convertToFormat(sheet.format()), sheet)
+            << name.toStdString();
+    }
+    QIcon::setThemeName(before);
 }
 
 TEST(FileIconsTest, AnExtensionIsLookedUpOnce)
