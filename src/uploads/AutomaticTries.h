@@ -24,6 +24,8 @@ class AutomaticTries final : public QObject {
 public:
     using Delays = std::vector<std::chrono::milliseconds>;
 
+    static Delays usualDelays();
+
     /// Both outlive it. @p delays: before the second try, the third and so on.
     AutomaticTries(UploadHistory& history, UploadQueue& queue, Delays delays = usualDelays());
 
@@ -54,8 +56,6 @@ private:
         int triesBefore; ///< By themselves.
         std::chrono::steady_clock::time_point due;
     };
-
-    static Delays usualDelays();
 
     void fileFails(int number, const UploadOutcome& outcome);
     void look();

@@ -27,7 +27,6 @@ namespace {
 
 constexpr auto rest = 50ms; ///< So long news are gathered before they are written.
 constexpr int rowsBetweenPrunings = 5000;
-constexpr auto longestBusy = 30s; ///< So long others may write before what was asked for is given up.
 
 /// Moves a database out of the way that cannot be read; the answer is where it went, null when it stays.
 QString setAside(const QString& path)
@@ -103,10 +102,12 @@ private:
 /// What the thread that writes works with. All but what is locked is for that thread alone.
 class UploadLedger::Work {
 public:
-    Work(UploadLedger& ledger, QString path, const QString& copy, LedgerDatabase::Bounds bounds)
+    Work(UploadLedger& ledger, QString path, const QString& copy, LedgerDatabase::Bounds bounds,
+         std::chrono::milliseconds patience)
         : m_ledger(ledger)
         , m_path(std::move(path))
         , m_bounds(bounds)
+        , m_patience(patience)
         , m_database(copy)
     {
     }
@@ -185,9 +186,9 @@ private:
     }
 
     /// Each attempt waits a while itself where it can.
-    template <typename Attempt> static LedgerProblem repeatWhileBusy(Attempt attempt)
+    template <typename Attempt> LedgerProblem repeatWhileBusy(Attempt attempt) const
     {
-        const auto end = std::chrono::steady_clock::now() + longestBusy;
+        const auto end = std::chrono::steady_clock::now() + m_patience;
         LedgerProblem problem = attempt();
         while (problem == LedgerProblem::Busy && std::chrono::steady_clock::now() < end) {
             std::this_thread::sleep_for(rest);
@@ -256,6 +257,7 @@ private:
     UploadLedger& m_ledger;
     QString m_path; ///< Null for memory.
     LedgerDatabase::Bounds m_bounds;
+    std::chrono::milliseconds m_patience; ///< So long others may write before what was asked for is given up.
     LedgerDatabase m_database;
     bool m_wasKept = false; ///< It could be opened.
     int m_rowsSincePruning = 0;
@@ -282,11 +284,12 @@ QString UploadLedger::standardPath()
     return stateDirectoryPath() + u"/quillbox/history.sqlite"_s;
 }
 
-void UploadLedger::open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds)
+void UploadLedger::open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds,
+                        std::chrono::milliseconds patience)
 {
     m_path = path;
     m_copy = copy;
-    m_work = std::make_shared<Work>(*this, path, copy, bounds);
+    m_work = std::make_shared<Work>(*this, path, copy, bounds, patience);
     m_reading = std::make_shared<Reading>();
     m_thread.post([work = m_work] { work->open(); });
     rowsAppended();

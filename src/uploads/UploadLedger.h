@@ -29,8 +29,10 @@ public:
     static QString standardPath();
 
     /// Opens the database at @p path, or for a null path one in memory, for this run alone, for the copy of the program
-    /// that is called @p copy. What the history has told by then is written too.
-    void open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds = {});
+    /// that is called @p copy. What the history has told by then is written too. Where others write to it for longer
+    /// than @p patience, it is as if it could not be written to.
+    void open(const QString& path, const QString& copy, LedgerDatabase::Bounds bounds = {},
+              std::chrono::milliseconds patience = std::chrono::seconds(30));
     /// Whether it was opened.
     bool isOpen() const { return m_work != nullptr; }
     /// Writes down what is left, and closes the database; false when that is not done within @p limit. What was asked

@@ -144,7 +144,7 @@ int __wrap_fcntl(int descriptor, int command, ...)
     va_start(arguments, command);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    const bool locks = command == F_OFD_SETLK;
+    const bool locks = command == F_OFD_SETLK || command == F_OFD_GETLK;
     return locks && faults().lockError != 0 ? fail(faults().lockError) : __real_fcntl(descriptor, command, argument);
 }
 }

@@ -27,6 +27,6 @@ public:
     static void refuseToChangeGroup();
     /// From here on waiting for the disk to have a file's data fails with @p error.
     static void failToSynchronize(int error);
-    /// From here on files are locked by nobody, with @p error.
+    /// From here on no file can be locked, nor asked for its locks, with @p error.
     static void failToLock(int error);
 };

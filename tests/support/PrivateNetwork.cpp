@@ -1,8 +1,10 @@
 #include "PrivateNetwork.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <net/if.h>
+#include <net/route.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
@@ -28,6 +30,21 @@ void PrivateNetwork::setUp(bool isUp)
     request.ifr_flags = static_cast<short>(isUp ? IFF_UP | IFF_RUNNING : 0);
     if (::ioctl(descriptor, SIOCSIFFLAGS, &request) != 0) {
         m_problem = QByteArray("the loopback device cannot be switched: ") + std::strerror(errno);
+    }
+    ::close(descriptor);
+}
+
+void PrivateNetwork::setDefaultRoute(bool isThere)
+{
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    rtentry route{};
+    route.rt_dst.sa_family = AF_INET;
+    route.rt_genmask.sa_family = AF_INET;
+    route.rt_flags = RTF_UP;
+    std::array<char, IFNAMSIZ> device{ "lo" };
+    route.rt_dev = device.data();
+    if (::ioctl(descriptor, isThere ? SIOCADDRT : SIOCDELRT, &route) != 0) {
+        m_problem = QByteArray("the default route cannot be switched: ") + std::strerror(errno);
     }
     ::close(descriptor);
 }

@@ -13,6 +13,8 @@ public:
     const QByteArray& problem() const { return m_problem; }
     /// Whether anything can be reached; at first it can.
     void setUp(bool isUp);
+    /// Whether there is a way to everywhere else, through that device; at first there is none.
+    void setDefaultRoute(bool isThere);
     /// From now on names mean here what @p lines say, in the form of /etc/hosts. Before anything is looked up.
     void nameHosts(const QByteArray& lines);
 

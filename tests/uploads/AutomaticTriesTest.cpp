@@ -5,6 +5,7 @@
 #include "Metronome.h"
 #include "NetworkManager.h"
 #include "Printers.h"
+#include "PrivateNetwork.h"
 #include "ProgramName.h"
 #include "SettingNames.h"
 #include "UploadHistory.h"
@@ -155,6 +156,34 @@ TEST_F(AutomaticTriesTest, WithoutAWayToTheNetworkTheyWaitAndAreQueuedAtOnceWhen
     m_isReachable = true;
 
     EXPECT_TRUE(waitForQueue({ u"/a"_s, u"/b"_s }));
+}
+
+TEST_F(AutomaticTriesTest, ALinkThatGoesAndComesBackHasThemQueuedAtOnce)
+{
+    PrivateNetwork network;
+    network.setDefaultRoute(true);
+    ASSERT_TRUE(network.problem().isEmpty()) << network.problem().toStdString();
+    NetworkManager::setReachabilitySource([this] {
+        ++m_looks;
+        return reachabilityFlags();
+    });
+    const auto waitForLook = [this] { return waitFor([this, before = m_looks] { return m_looks > before; }); };
+    setDelays({ 1h });
+    add({ u"/a"_s });
+    end(lost);
+    ASSERT_TRUE(waitForLook());
+    network.setDefaultRoute(false);
+    ASSERT_TRUE(waitForLook());
+    EXPECT_TRUE(m_queue.isEmpty());
+    network.setDefaultRoute(true);
+
+    EXPECT_TRUE(waitForQueue({ u"/a"_s }));
+    EXPECT_TRUE(network.problem().isEmpty()) << network.problem().toStdString();
+}
+
+TEST_F(AutomaticTriesTest, FilesAreTriedAfterTenSecondsHalfAMinuteAMinuteAndFiveMinutes)
+{
+    EXPECT_EQ(AutomaticTries::usualDelays(), (AutomaticTries::Delays{ 10s, 30s, 60s, 300s }));
 }
 
 TEST_F(AutomaticTriesTest, WithoutAWayToTheNetworkFilesThatAreDueAreLookedAtOnceASecond)

@@ -3,10 +3,12 @@
 #include "FaultyFileCalls.h"
 #include "LocalPath.h"
 #include "Printers.h"
+#include "ResidentMemory.h"
 #include "SettingNames.h"
 #include "ShiftedClock.h"
 #include "SmallDisk.h"
 #include "UploadHistory.h"
+#include "UploadQueue.h"
 #include "UserDefaults.h"
 #include "WaitFor.h"
 
@@ -642,6 +644,28 @@ TEST_F(UploadLedgerTest, ADatabaseToWhichSomebodyWritesForLongIsOpenedAfterwards
     EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Waiting) });
 }
 
+TEST_F(UploadLedgerTest, WhereOthersWriteForTooLongItGoesOnInMemoryAndSaysSo)
+{
+    Launch(m_path).settle();
+    Launch run;
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"other"_s);
+        other.setDatabaseName(m_path);
+        ASSERT_TRUE(other.open());
+        EXPECT_TRUE(QSqlQuery(other).exec(u"BEGIN IMMEDIATE"_s));
+        run.ledger.open(m_path, u"Quillbox"_s, {}, 0ms);
+        run.history.filesQueued({ u"/a"_s });
+        EXPECT_TRUE(waitFor([&run] { return !run.problems.isEmpty(); }));
+    }
+    QSqlDatabase::removeDatabase(u"other"_s);
+
+    EXPECT_TRUE(run.ledger.problem().contains(u"database is locked"_s)) << run.ledger.problem().toStdString();
+    EXPECT_TRUE(run.ledger.path().isNull());
+    std::optional<qsizetype> found;
+    run.ledger.find({}, &run.ledger, [&found](const auto& keys) { found = keys.value().size(); });
+    EXPECT_TRUE(waitFor([&found] { return found == 1; }));
+}
+
 TEST_F(UploadLedgerTest, AFolderThatCannotBeMadeIsSaidOnce)
 {
     QFile file(m_directory.filePath(u"state"_s));
@@ -711,17 +735,22 @@ TEST_F(UploadLedgerTest, AHundredThousandFilesAreTakenAtOnceAndCostLittle)
         paths.append(u"/a/folder/of/some/depth/file %1"_s.arg(i));
     }
     Launch run(m_path);
+    UploadQueue queue(run.history);
+    const qint64 before = residentMemory();
     QElapsedTimer timer;
     timer.start();
-    run.history.filesQueued(paths);
+    queue.append(paths);
     const qint64 taken = timer.elapsed();
     timer.start();
-    run.history.filesQueued({ u"/one more"_s });
+    queue.append({ u"/one more"_s });
     const qint64 oneMore = timer.elapsed();
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == count + 1; }));
+    const qint64 memory = residentMemory() - before;
     run.settle();
 
     EXPECT_LT(taken, 2000); // 50 and 1 on a machine that does nothing else.
     EXPECT_LT(oneMore, 500);
+    EXPECT_LE(memory, (qint64{ 60 } << 20) + sanitizerMemory);
     EXPECT_EQ(ask(u"SELECT count(*) FROM files"_s), QStringList{ QString::number(count + 1) });
 }
 
