@@ -78,10 +78,13 @@ QString endText(const HistoryEntry& entry)
     return {};
 }
 
-/// How far a file came that broke off; null where nobody knows, or nothing had arrived.
+/// How far a file came that broke off; null where nobody knows, or nothing had arrived. Nor does it matter of one that
+/// the server has judged, or that was sent whole.
 QString acknowledgedText(const HistoryEntry& entry)
 {
-    return entry.size && entry.acknowledged.value_or(0) > 0
+    using enum UploadOutcome::Kind;
+    const bool hasBrokenOff = entry.outcome != Refused && entry.outcome != Unanswered;
+    return hasBrokenOff && entry.size && entry.acknowledged.value_or(0) > 0
         ? u" (%1 of %2 received)"_s.arg(byteCountText(*entry.acknowledged), byteCountText(*entry.size))
         : QString();
 }

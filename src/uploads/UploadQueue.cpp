@@ -11,9 +11,11 @@ void UploadQueue::append(const PathList& paths, const QStringList& leftOut)
 
 void UploadQueue::appendAgain(const PathList& paths, const Destination& destination)
 {
-    const qsizetype first = m_taken + size();
-    m_tries.push_back({ first, first + paths.size(), destination });
-    append(paths);
+    if (!paths.isEmpty()) {
+        const qsizetype first = m_taken + size();
+        m_tries.push_back({ first, first + paths.size(), destination });
+        append(paths);
+    }
 }
 
 void UploadQueue::clear()

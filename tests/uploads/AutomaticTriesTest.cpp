@@ -18,9 +18,17 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Outcome = HistoryEntry::Outcome;
+
+/// Without it the bytes between its members would be printed, too.
+static void PrintTo(const UploadOutcome& outcome, std::ostream* stream)
+{
+    *stream << static_cast<int>(outcome.kind) << ' ' << outcome.code;
+}
 
 namespace {
 

@@ -120,6 +120,9 @@ TEST(HistoryTextTest, AFileThatBrokeOffTellsHowFarItCame)
     };
     EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Failed: Gone (3.2 MB of 60 MB received)"_s);
     EXPECT_EQ(HistoryText::fields(entry).last(), u"3200000"_s);
+    entry.outcome = Outcome::Refused; // The server has judged what it has received.
+    EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Failed: Gone"_s);
+    entry.outcome = Outcome::ConnectionLost;
     entry.acknowledged = 0;
     EXPECT_EQ(HistoryText::cell(entry, Column::Outcome), u"Failed: Gone"_s);
     EXPECT_EQ(HistoryText::fields(entry).last(), u"0"_s);
