@@ -58,6 +58,7 @@ private:
 struct Tool {
     CommandLine line;
     FTPManager manager = FTPManager();
+    Interruption interruption{ manager };
     ProgressLine progress = {};
     int status = 0; ///< Of the first thing that has failed.
 
@@ -97,6 +98,9 @@ void list(Tool& tool)
 void put(Tool& tool)
 {
     for (const QString& path : tool.line.arguments) {
+        if (tool.interruption.hasCome()) {
+            return;
+        }
         const QUrl file = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
         tool.take(tool.manager.uploadFile(file, tool.line.server.get()), path);
     }
@@ -121,9 +125,12 @@ void remove(Tool& tool)
 {
     const FMServer* const server = tool.line.server.get();
     for (const QString& name : tool.line.arguments) {
+        if (tool.interruption.hasCome()) {
+            return;
+        }
         bool isDone = tool.manager.deleteFileNamed(name, server);
-        if (const FMFailure failure = tool.manager.lastFailure();
-            !isDone && failure.kind == FMFailure::Kind::Refused && failure.code >= 500) {
+        if (const FMFailure failure = tool.manager.lastFailure(); !isDone && failure.kind == FMFailure::Kind::Refused
+            && failure.code >= 500 && !tool.interruption.hasCome()) {
             const auto other = name.contains(u'.') ? FTPManager::ItemKind::Folder : FTPManager::ItemKind::File;
             isDone = tool.manager.deleteItemNamed(name.toUtf8(), other, server);
         }
@@ -166,9 +173,8 @@ int main(int argc, char** argv)
     if (::isatty(STDERR_FILENO) != 0) {
         tool.manager.setDelegate(&tool.progress);
     }
-    const Interruption interruption(tool.manager);
     operations.at(tool.line.operation)(tool);
-    if (interruption.hasCome()) {
+    if (tool.interruption.hasCome()) {
         tool.progress.clear();
         say(u"interrupted"_s);
         return statusOfInterruption;

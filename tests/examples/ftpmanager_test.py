@@ -291,6 +291,50 @@ class Scripted(Case):
         self.read_until(terminal, "interrupted")
         self.assertEqual(process.wait(timeout=60), 130)
 
+    def reports_until(self, event, **values):
+        """What the server reports up to this event, which is the last of them."""
+        reports = []
+        for line in self.server.stdout:
+            reports.append(json.loads(line))
+            if {"event": event, **values}.items() <= reports[-1].items():
+                return reports
+        self.fail(f"the server has ended before it reported {event} {values}")
+
+    def tell_server(self, **request):
+        self.server.stdin.write(json.dumps(request) + "\n")
+        self.server.stdin.flush()
+
+    def new_connections(self):
+        """How many the server has reported since it was last looked at."""
+        self.tell_server(sync=1)
+        return [report["event"] for report in self.reports_until("sync")].count("opened")
+
+    def send_signal(self, process, number):
+        """Comes back when the tool has taken it."""
+        process.send_signal(number)
+        pending = 1
+        while pending:
+            with open(f"/proc/{process.pid}/status", encoding="utf-8") as status:
+                pending = int(re.search(r"(?m)^ShdPnd:\s(\w+)$", status.read())[1], 16)
+
+    def test_ctrl_c_begins_none_of_the_uploads_that_are_left(self):
+        self.serve({"on": "STOR", "do": ["150 go on", "read 1000", "silence"]})
+        process, terminal = self.at_a_terminal("127.0.0.1", "put", self.local("a", b"x" * BIG), self.local("b"),
+                                               self.local("c"))
+        self.read_until(terminal, " %")
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(timeout=60), 130)
+        self.assertEqual(self.new_connections(), 1)
+
+    def test_ctrl_c_deletes_nothing_more(self):
+        self.serve({"on": "DELE", "argument": "^a", "do": []})
+        process, _ = self.at_a_terminal("127.0.0.1", "rm", "a.txt", "b.txt", "c.txt")
+        self.reports_until("command", line="DELE a.txt")
+        self.send_signal(process, signal.SIGINT)
+        self.tell_server(connection=1, do=["550 no"])
+        self.assertEqual(process.wait(timeout=60), 130)
+        self.assertEqual(self.new_connections(), 0)
+
     def test_ctrl_c_ends_what_waits_for_a_silent_server(self):
         self.serve({"on": "connect", "do": ["silence"]})
         for operation in ("login", "list"):
