@@ -63,10 +63,10 @@ struct Tool {
     int status = 0; ///< Of the first thing that has failed.
 
     /// Reports what has become of @p what.
-    void take(bool isDone, const QString& what)
+    void take(bool isDone, const QString& what) { take(isDone, what, manager.lastFailure()); }
+    void take(bool isDone, const QString& what, const FMFailure& failure)
     {
         progress.clear();
-        const FMFailure failure = manager.lastFailure();
         if (!isDone) {
             say(what.isEmpty() ? textOf(failure) : what + u": "_s + textOf(failure));
             status = status != 0 ? status : statusOf(failure);
@@ -120,7 +120,8 @@ void makeFolder(Tool& tool)
     tool.take(tool.manager.createNewFolder(name, tool.line.server.get()), name);
 }
 
-/// The name decides what the library takes an item for; where the server refuses that, it is the other one.
+/// The name decides what the library takes an item for; where the server refuses that, it may be the other one. If it
+/// is not, the first refusal is the one that says why.
 void remove(Tool& tool)
 {
     const FMServer* const server = tool.line.server.get();
@@ -129,12 +130,13 @@ void remove(Tool& tool)
             return;
         }
         bool isDone = tool.manager.deleteFileNamed(name, server);
-        if (const FMFailure failure = tool.manager.lastFailure(); !isDone && failure.kind == FMFailure::Kind::Refused
-            && failure.code >= 500 && !tool.interruption.hasCome()) {
+        const FMFailure failure = tool.manager.lastFailure();
+        if (!isDone && failure.kind == FMFailure::Kind::Refused && failure.code >= 500
+            && !tool.interruption.hasCome()) {
             const auto other = name.contains(u'.') ? FTPManager::ItemKind::Folder : FTPManager::ItemKind::File;
             isDone = tool.manager.deleteItemNamed(name.toUtf8(), other, server);
         }
-        tool.take(isDone, name);
+        tool.take(isDone, name, failure);
     }
 }
 

@@ -175,6 +175,14 @@ class Scripted(Case):
         self.user = "lost"
         self.assertEqual(self.run_tool("127.0.0.1", "login")[:2], (5, "ftpmanager: the connection was lost\n"))
 
+    def test_a_deletion_fails_for_the_reason_of_the_likelier_try(self):
+        self.serve({"on": "DELE", "argument": "a.txt", "do": ["550 it is locked"]},
+                   {"on": "RMD", "argument": "a.txt", "do": ["550 it is no folder"]},
+                   {"on": "DELE", "argument": "new.folder", "do": ["550 it is a folder"]},
+                   {"on": "RMD", "argument": "new.folder", "do": ["250 gone"]})
+        self.assertEqual(self.run_tool("127.0.0.1", "rm", "a.txt", "new.folder")[:2],
+                         (1, "ftpmanager: a.txt: the server refuses: 550 it is locked\n"))
+
     def test_a_failed_download_keeps_the_old_file(self):
         self.serve({"on": "RETR", "do": ["150 go on", "send half", "426 broken", "data-reset"]})
         path = self.local("a.txt", b"old")
