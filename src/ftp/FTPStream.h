@@ -130,8 +130,8 @@ public:
 /// An upload, or the creation of a folder (to which nothing is written).
 class FTPWriteStream : public FTPStream {
 public:
-    /// Sends up to @p data.size() bytes; answers how many were taken (at least one after HasSpaceAvailable), -1 on
-    /// failure.
+    /// Sends up to @p data.size() bytes; answers how many were taken (at least one after HasSpaceAvailable), 0 when the
+    /// connection has broken and ErrorOccurred is going to tell why, -1 on any other failure.
     [[nodiscard]] virtual qint64 write(std::span<const char> data) = 0;
     /// Bytes of those that write() took of which it is known that the server's machine has received them, at least,
     /// until the stream is closed. What the server has made of them nobody knows.

@@ -53,6 +53,7 @@ bool FTPManager::Private::run(FTPStream& stream)
 {
     m_bufferOffset = 0;
     m_bufferLimit = 0;
+    m_isWriteBroken = false;
     if (QAbstractEventDispatcher::instance() == nullptr) { // No descriptor is left for a loop, nor for a connection.
         qCWarning(ftpManagerLog, "ftp stream failed: general stream error (check credentials?)");
         return fail(FMFailure::Kind::CannotConnect);
@@ -123,7 +124,7 @@ void FTPManager::Private::handleEvent(FTPStream& stream, FTPStreamEvent event)
         break;
     case FTPStreamEvent::ErrorOccurred:
         noteFailureOf(stream);
-        _streamDidEndWithSuccess(false, FailureReason::General);
+        _streamDidEndWithSuccess(false, m_isWriteBroken ? FailureReason::Write : FailureReason::General);
         break;
     case FTPStreamEvent::EndEncountered:
         // Listings and downloads end with a read of 0 bytes, uploads with a source that has been sent.
@@ -212,7 +213,11 @@ void FTPManager::Private::hasSpace()
         m_bufferLimit = static_cast<quint64>(count);
     }
     const qint64 written = m_serverStream->write(pendingBytes());
-    if (written <= 0) {
+    m_isWriteBroken = written == 0;
+    if (m_isWriteBroken) {
+        return; // The server may say why. That comes as an error.
+    }
+    if (written < 0) {
         noteFailureOf(*m_serverStream);
         _streamDidEndWithSuccess(false, FailureReason::Write);
         return;

@@ -114,6 +114,7 @@ public:
     std::array<char, 32768> m_buffer{};
     quint64 m_bufferOffset = 0; ///< First byte that has not been passed on.
     quint64 m_bufferLimit = 0; ///< End of the bytes that have been read.
+    bool m_isWriteBroken = false; ///< The last write has taken nothing.
     std::unique_ptr<UploadSource> m_fileReader;
     std::unique_ptr<FileOutputStream> m_fileWriter;
     std::unique_ptr<FTPReadStream> m_serverReadStream;

@@ -223,6 +223,21 @@ TEST_F(FTPManagerEngineTest, AWriteThatTakesNothingIsAFailure)
     }
 }
 
+TEST_F(FTPManagerEngineTest, WhenAWriteBreaksTheServersReasonIsWaitedFor)
+{
+    m_streams.next.writeAnswers = { 0 };
+    m_streams.next.turns = { { HasSpaceAvailable }, { ErrorOccurred } };
+    m_streams.next.error
+        = { .domain = FTPStreamError::Domain::FTP, .code = 552, .stage = FTPStreamError::Stage::Acting };
+    m_streams.next.reply = u"552 Full"_s;
+
+    EXPECT_FALSE(upload("hello"));
+
+    EXPECT_EQ(m_manager.lastFailure().kind, FMFailure::Kind::Refused);
+    EXPECT_EQ(m_manager.lastFailure().code, 552);
+    EXPECT_EQ(m_log.lines(), QStringList{ writeFailure });
+}
+
 TEST_F(FTPManagerEngineTest, ASourceThatCannotBeReadIsAFailure)
 {
     QFile file(localPath());

@@ -122,6 +122,20 @@ TEST_F(FaultyServerManagerTest, TransfersFailWithTheirLogLineAndTheNextOneWorks)
     }
 }
 
+TEST_F(FaultyServerManagerTest, WhatTheServerSaysOfABrokenUploadIsTheReason)
+{
+    for (const QByteArray& reply : { "552 Full"_ba, "452 Full"_ba, "426 Broken"_ba }) {
+        SCOPED_TRACE(reply.constData());
+        m_server.add({ .on = "STOR", .steps = { "150 Go", "read 9", "data-reset", "wait 50", reply } });
+
+        EXPECT_FALSE(m_manager.uploadData(QByteArray(5'000'000, 'x'), u"up"_s, m_record.get()));
+
+        EXPECT_EQ(m_manager.lastFailure().kind, FMFailure::Kind::Refused);
+        EXPECT_EQ(m_manager.lastFailure().words, QString::fromUtf8(reply));
+        m_server.forgetRules();
+    }
+}
+
 TEST_F(FaultyServerManagerTest, NothingIsChangedBeforeLoginAndFolderHaveBeenAccepted)
 {
     const LogRecorder log;
