@@ -145,7 +145,12 @@ class AsPart(Case):
         self.check_that_it_works(os.path.join(build, "outside"))
         prefix = self.folder()
         run(CMAKE, "--install", build, "--prefix", prefix)
-        self.assertEqual(os.listdir(prefix), ["bin"])
+        if "-DQUILLBOX_INSTALL=ON" in options:
+            (library,) = glob.glob(os.path.join(prefix, "lib", "**", "libquillboxftp.so"), recursive=True)
+            program = os.path.join(prefix, "bin", "outside")
+            self.check_that_it_works(program, {"LD_LIBRARY_PATH": os.path.dirname(library)})
+        else:
+            self.assertEqual(os.listdir(prefix), ["bin"])
         with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as file:
             self.assertNotRegex(file.read(), "Qt6(Widgets|DBus|Gui)_DIR:PATH=/")
 
@@ -154,6 +159,9 @@ class AsPart(Case):
 
     def test_and_added_in_a_folder(self):
         self.check("-DADDED=ON")
+
+    def test_and_installed_with_the_program_that_needs_it(self):
+        self.check("-DADDED=ON", "-DQUILLBOX_INSTALL=ON")
 
 
 if __name__ == "__main__":
