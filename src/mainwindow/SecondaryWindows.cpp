@@ -16,8 +16,8 @@
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
-#include "WindowMemory.h"
 #include "WholeButtons.h"
+#include "WindowMemory.h"
 #include "ui_Welcome.h"
 
 #include <QJsonValue>
@@ -54,13 +54,14 @@ SecondaryWindows::~SecondaryWindows() = default;
 void SecondaryWindows::makeWelcome()
 {
     m_welcome->setupUi(&m_welcomeWindow);
-    keepButtonsWhole(m_welcomeWindow);
     QFont heading = m_welcomeWindow.font();
     heading.setBold(true);
     heading.setPointSizeF(QFontInfo(heading).pointSizeF() * 1.8);
     m_welcome->headingLabel->setFont(heading);
     // So that no text is cut, whatever the font; they scroll where the screen has no room for them.
     const QSize room = roomOnScreen(m_welcomeWindow);
+    keepButtonsWhole(m_welcomeWindow);
+    m_welcome->contentsLayout->activate(); // Else it has the sizes from before in mind.
     const QSize besideTexts = m_welcomeWindow.layout()->totalSizeHint() - m_welcome->welcomeArea->sizeHint();
     const int width = std::min(68 * m_welcomeWindow.fontMetrics().averageCharWidth(), room.width());
     const QMargins margins = m_welcomeWindow.layout()->contentsMargins();

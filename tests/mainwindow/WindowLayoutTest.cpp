@@ -401,6 +401,13 @@ TEST_F(WindowLayoutTest, TheirPagesNeedNoScrollingSideways)
     }
 }
 
+TEST_F(WindowLayoutTest, WithTheUsualFontTheWelcomeShowsAllOfItsTexts)
+{
+    m_controller->showWelcomeWindow(true);
+    drainEventLoop();
+    EXPECT_EQ(m_controller->windows().welcomeWindow().findChild<QScrollArea*>()->verticalScrollBar()->maximum(), 0);
+}
+
 TEST_F(WindowLayoutTest, TheWindowOpensWithinItsScreen)
 {
     m_controller->window().resize(5000, 5000);
