@@ -12,6 +12,7 @@ constexpr qsizetype mostAnswers = 1 << 20;
 struct Answers {
     QByteArray text; ///< Each part of it, as it was read, begins a line.
     QByteArray replies; ///< As it came.
+    bool isWhole = false; ///< Whether nothing can be missing.
 };
 
 /// Adds the bytes of one read to the text so far. Every part begins a line, even when the server's line was cut between

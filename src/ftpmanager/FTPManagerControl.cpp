@@ -197,52 +197,51 @@ std::optional<QString> FTPManager::Private::converse(ControlSocket& socket, cons
     while (sent < lines.size() && socket.write(lines[sent])) {
         ++sent;
     }
-    std::optional<Answers> answers;
+    Answers answers;
     if (sent == lines.size()) {
         answers = _listenLoopForSocket(socket);
     }
-    if (!answers && sent + 1 >= lines.size()) { // QUIT alone may be missing.
-        noteUndecided();
-    }
-    if (!answers) {
-        fail(kindOfSilence(socket));
-        return std::nullopt;
-    }
-    const QString text = QString::fromUtf8(answers->text);
+    const QString text = QString::fromUtf8(answers.text);
+    FMFailure failure{ .kind = kindOfSilence(socket) };
     if (!areGoodAnswers(text)) {
         const bool hasGreeted = server.encryption() != FTPEncryption::None;
-        fail(failureOf(answers->replies, lines, hasGreeted, server.password()));
+        failure = failureOf(answers.replies, lines, hasGreeted, server.password());
     }
-    return text;
+    fail(failure); // Unless all is good.
+    if (answers.isWhole) {
+        return text;
+    }
+    const bool isRefused = failure.kind == FMFailure::Kind::LoginRefused || failure.kind == FMFailure::Kind::Refused;
+    if (!isRefused && sent + 1 >= lines.size()) { // QUIT alone may be missing.
+        noteUndecided();
+    }
+    return std::nullopt;
 }
 
-std::optional<Answers> FTPManager::Private::_listenLoopForSocket(ControlSocket& socket)
+Answers FTPManager::Private::_listenLoopForSocket(ControlSocket& socket)
 {
     Answers answers;
     std::array<char, 255> part{};
     while (true) {
         const qint64 count = socket.read(part);
         if (count < 0 && (socket.isEncrypted() || socket.hasTimedOut()) && holdsQuitReply(answers.replies)) {
-            return answers; // Nothing is missing; some servers just go, or do not.
+            answers.isWhole = true; // Some servers just go, or do not.
+            return answers;
         }
         if (count < 0 && socket.hasTimedOut()) {
             qCWarning(ftpManagerLog, "the server has not answered in time");
-            return std::nullopt;
+            return answers;
         }
         if (count < 0) {
             qCWarning(ftpManagerLog, "Error reading from socket!");
-            if (socket.isEncrypted()) {
-                return std::nullopt; // A refusal may have been cut off.
-            }
+            answers.isWhole = !socket.isEncrypted(); // Otherwise a refusal may have been cut off.
             return answers;
         }
         appendAnswer(answers.text, QByteArrayView(part.data(), count));
         answers.replies.append(part.data(), count);
-        if (count == 0) {
+        answers.isWhole = count == 0;
+        if (answers.isWhole || answers.text.size() > mostAnswers) {
             return answers;
-        }
-        if (answers.text.size() > mostAnswers) {
-            return std::nullopt;
         }
     }
 }

@@ -57,7 +57,7 @@ public:
     _createListingArrayFromDirectoryListingData(const QByteArray& directoryListingData);
     bool prepare(ControlSocket& socket, const FMServer& server);
     std::optional<QString> converse(ControlSocket& socket, const FMServer& server, const QList<QByteArray>& lines);
-    static std::optional<Answers> _listenLoopForSocket(ControlSocket& socket);
+    static Answers _listenLoopForSocket(ControlSocket& socket);
     static bool _checkAnswers(const QString& text);
 
     void begin(Action action, quint64 fileSize);

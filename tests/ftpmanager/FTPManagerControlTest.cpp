@@ -513,6 +513,25 @@ TEST(FTPManagerControlTest, AServerThatIsSilentForTheRecordsTimeLimitFails)
     }
 }
 
+TEST(FTPManagerControlTest, ARefusalIsTheReasonAlsoWhenTheServerFallsSilentBehindIt)
+{
+    std::promise<void> isOver;
+    const ControlServer server([&isOver](ControlPeer& peer) {
+        peer.send("220 hello\r\n331 p\r\n530 Login incorrect\r\n");
+        isOver.get_future().wait();
+    });
+    const auto record = recordFor(server);
+    record->setTimeLimit(100ms);
+    FTPManager manager;
+
+    EXPECT_FALSE(manager.checkLogin(record.get()));
+
+    EXPECT_EQ(manager.lastFailure().kind, FMFailure::Kind::LoginRefused);
+    EXPECT_EQ(manager.lastFailure().words, u"530 Login incorrect"_s);
+    EXPECT_FALSE(manager.isUndecided());
+    isOver.set_value();
+}
+
 TEST(FTPManagerControlTest, WhatWasNeverSentIsNotSaidToBeUndecided)
 {
     const DeadPort unanswered(DeadPort::Kind::Full);
