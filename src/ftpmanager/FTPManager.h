@@ -87,7 +87,8 @@ public:
     [[nodiscard]] std::optional<QList<ListingEntry>> contentsOfServer(const FMServer* server);
 
     /// Whether a download leaves an older local file as it is until the new one is whole, also when it is aborted. The
-    /// new one is written beside it, as "NAME.part". Otherwise the old one is emptied when the download begins.
+    /// new one is written beside it, as "NAME.part"; where the folder does not allow that, the download fails.
+    /// Otherwise the old one is emptied when the download begins.
     /// @return false at first
     bool keepsOldFiles() const;
     /// Sets keepsOldFiles(), while no operation runs.

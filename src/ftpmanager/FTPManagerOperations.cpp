@@ -136,7 +136,7 @@ bool FTPManager::Private::_downloadFile(const QString& fileName, const QUrl& dir
     begin(Action::Download, 0);
     const QString path = PathText::appendingPathComponent(localPath(directoryURL), fileName);
     using enum FileOutputStream::Existing;
-    m_fileWriter = std::make_unique<FileOutputStream>(path, m_keepsOldFiles ? KeptUntilWhole : Overwritten);
+    m_fileWriter = std::make_unique<FileOutputStream>(path, m_keepsOldFiles ? AlwaysKept : Overwritten);
     const QString location = URLText::appendingPathComponent(baseURL(server), fileName);
     // What cannot be asked for, which the stream reports, costs no file.
     if (const auto place = FTPLocation::fromText(location); place && canBeSent(place->path)) {

@@ -125,7 +125,8 @@ FileOutputStream::Beside FileOutputStream::openBeside(const QByteArray& name)
             return Beside::Open;
         }
         if (errno != EEXIST) {
-            return isNotAllowed(errno) ? Beside::NotAllowed : Beside::NotPossible;
+            const bool mayBeWritten = !isThere || m_existing != Existing::AlwaysKept;
+            return isNotAllowed(errno) && mayBeWritten ? Beside::NotAllowed : Beside::NotPossible;
         }
     }
     return Beside::NotPossible;
@@ -165,16 +166,26 @@ bool FileOutputStream::close()
         m_failed = ::fdatasync(m_descriptor) != 0 && errno != EINVAL; // Which says: there is nothing to wait for.
     }
     closeDescriptor();
+    if (!m_failed && !m_part.isEmpty()) {
+        takeName();
+    }
     if (m_failed) {
         discard();
-    } else if (!m_part.isEmpty()) {
-        if (::rename(m_part.constData(), LocalPath::toBytes(m_path).constData()) != 0) {
-            m_failed = true;
-            m_strandedPath = LocalPath::fromBytes(m_part);
-        }
-        m_part.clear();
     }
     return !m_failed;
+}
+
+/// Gives the whole file beside the old one its name. Where that fails, it stays, or is left to discard().
+void FileOutputStream::takeName()
+{
+    m_failed = ::rename(m_part.constData(), LocalPath::toBytes(m_path).constData()) != 0;
+    if (m_failed && m_existing == Existing::AlwaysKept) {
+        return;
+    }
+    if (m_failed) {
+        m_strandedPath = LocalPath::fromBytes(m_part);
+    }
+    m_part.clear();
 }
 
 void FileOutputStream::discard()

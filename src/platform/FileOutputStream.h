@@ -16,6 +16,8 @@ public:
         Overwritten, ///< It is emptied at once.
         KeptUntilWhole, ///< A new file beside it ("NAME.part", else "NAME 2.part" and so on, a long name shortened)
                         ///< takes its name when closed.
+        AlwaysKept, ///< Likewise, but nothing is written where the folder allows no file beside it, and one that cannot
+                    ///< take the name is removed.
     };
 
     explicit FileOutputStream(QString path, Existing existing = Existing::Overwritten);
@@ -25,7 +27,8 @@ public:
 
     /// Creates the file, or empties the one that is there. Never follows a link: one in the file's place is removed.
     /// What is neither cannot be opened. Never waits, also not for a named pipe. A file beside the one that is kept has
-    /// its group and mode; where the folder allows none, the one that is there is overwritten after all.
+    /// its group and mode; where the folder allows none, the one that is there is overwritten after all, unless it is
+    /// always kept.
     void open();
 
     bool isOpen() const { return m_descriptor >= 0; }
@@ -35,7 +38,7 @@ public:
 
     /// The file is whole. One that takes another's name is on the disk before it does. False when it could not be
     /// opened, written or closed: then its contents are not what was written. False, too, when the whole file cannot
-    /// take its name: then it stays beside it.
+    /// take its name: then it stays beside it, unless the old one is always kept.
     bool close();
 
     /// The path of a whole file that could not take its name; null when there is none.
@@ -53,6 +56,7 @@ private:
 
     Beside openBeside(const QByteArray& name);
     void startWriteBack(qint64 count);
+    void takeName();
     void closeDescriptor();
 
     QString m_path;

@@ -2,6 +2,7 @@
 #include "ControlServer.h"
 #include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
+#include "FaultyFileCalls.h"
 #include "LogRecorder.h"
 #include "Printers.h"
 
@@ -11,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <future>
@@ -265,6 +267,25 @@ TEST_F(FTPManagerFailureTest, AnOldFileIsKeptWhereThatIsAskedFor)
     m_streams.next.turns = { { HasBytesAvailable }, { HasBytesAvailable } };
     EXPECT_TRUE(m_manager.downloadFile(u"a.txt"_s, directory(), m_server.get()));
     EXPECT_EQ(contentOf(m_directory.filePath(u"a.txt"_s)), "new");
+}
+
+TEST_F(FTPManagerFailureTest, AnOldFileIsKeptWhereTheFolderTakesNoOther)
+{
+    QFile file(m_directory.filePath(u"a.txt"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("old");
+    file.close();
+    m_manager.setKeepsOldFiles(true);
+    m_streams.next.readAnswers = { "new" };
+    m_streams.next.turns = { { HasBytesAvailable }, { HasBytesAvailable } };
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::failToCreate(EACCES);
+        EXPECT_FALSE(m_manager.downloadFile(u"a.txt"_s, directory(), m_server.get()));
+    }
+
+    EXPECT_EQ(kind(), Kind::LocalFile);
+    EXPECT_EQ(contentOf(file.fileName()), "old");
 }
 
 } // namespace

@@ -621,4 +621,43 @@ TEST_F(ReplacingFileTest, AWholeFileThatCannotTakeItsNameStaysBesideIt)
     EXPECT_EQ(contents(path(u"a.part"_s)), "x");
 }
 
+// Files that are always kept
+
+TEST_F(ReplacingFileTest, AFileThatIsAlwaysKeptStaysWhereTheFolderAllowsNoFileBesideIt)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    const QString link = path(u"link"_s);
+    ASSERT_TRUE(QFile::link(file, link));
+    for (const QString& place : { file, link }) {
+        for (const int error : { EACCES, EPERM, EROFS, ENAMETOOLONG }) {
+            SCOPED_TRACE(error);
+            FileOutputStream output(place, FileOutputStream::Existing::AlwaysKept);
+            const FaultyFileCalls faults;
+            FaultyFileCalls::failToCreate(error);
+            output.open();
+
+            EXPECT_EQ(output.write(std::array{ 'x' }), -1);
+            EXPECT_FALSE(output.close());
+            EXPECT_EQ(contents(place), "old");
+        }
+    }
+}
+
+TEST_F(ReplacingFileTest, NothingStaysBesideAFileThatIsAlwaysKept)
+{
+    const QString file = makeFile(u"a"_s, "old");
+    FileOutputStream output(file, FileOutputStream::Existing::AlwaysKept);
+    output.open();
+    EXPECT_EQ(output.write(std::array{ 'x' }), 1);
+    {
+        const FaultyFileCalls faults;
+        FaultyFileCalls::refuseToRename();
+        EXPECT_FALSE(output.close());
+    }
+
+    EXPECT_EQ(output.strandedPath(), QString());
+    EXPECT_EQ(contents(file), "old");
+    EXPECT_EQ(names(), QStringList{ u"a"_s });
+}
+
 } // namespace
