@@ -75,7 +75,7 @@ FTPManager::~FTPManager() = default;
 template <typename Result> Result FTPManager::Private::runOnWorker(const std::function<Result()>& operation)
 {
     Result result{};
-    fail(FMFailure::Kind::CannotConnect); // Until it begins.
+    refuse(FMFailure::Kind::CannotConnect); // Until it begins.
     RunningOperation running;
     if (running.mayBegin()) {
         m_running = &running;
@@ -109,7 +109,7 @@ Result FTPManager::Private::runOnStreams(const FMServer& server, const std::func
 bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || data.isNull()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     return m_private->runOnStreams<bool>(*server, [&] { return m_private->_uploadData(data, fileName, *server); });
 }
@@ -117,11 +117,11 @@ bool FTPManager::uploadData(const QByteArray& data, const QString& fileName, con
 bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || fileURL.isEmpty()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     const std::optional<LocalItem> file = LocalItem::at(localPath(fileURL));
     if (!file || file->isFolder) {
-        return m_private->fail(FMFailure::Kind::LocalFile);
+        return m_private->refuse(FMFailure::Kind::LocalFile);
     }
     return m_private->runOnStreams<bool>(*server, [&] { return m_private->_uploadFile(fileURL, *server); });
 }
@@ -129,7 +129,7 @@ bool FTPManager::uploadFile(const QUrl& fileURL, const FMServer* server)
 bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || name.isEmpty()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     return m_private->runOnStreams<bool>(*server, [&] { return m_private->_createNewFolder(name, *server); });
 }
@@ -137,7 +137,7 @@ bool FTPManager::createNewFolder(const QString& name, const FMServer* server)
 std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* server)
 {
     if (!Private::_checkFMServer(server)) {
-        m_private->fail(FMFailure::Kind::Unusable);
+        m_private->refuse(FMFailure::Kind::Unusable);
         return std::nullopt;
     }
     return m_private->runOnStreams<std::optional<QList<ListingEntry>>>(
@@ -147,10 +147,10 @@ std::optional<QList<ListingEntry>> FTPManager::contentsOfServer(const FMServer* 
 bool FTPManager::downloadFile(const QString& fileName, const QUrl& directoryURL, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || fileName.isEmpty() || leavesFolder(fileName) || directoryURL.isEmpty()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     if (!LocalItem::at(localPath(directoryURL))) {
-        return m_private->fail(FMFailure::Kind::LocalFile);
+        return m_private->refuse(FMFailure::Kind::LocalFile);
     }
     return m_private->runOnStreams<bool>(*server,
                                          [&] { return m_private->_downloadFile(fileName, directoryURL, *server); });
@@ -164,7 +164,7 @@ bool FTPManager::deleteFileNamed(const QString& name, const FMServer* server)
 bool FTPManager::deleteFileNamed(const QByteArray& rawName, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || rawName.isNull()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     // Kept: the name alone decides what the item is taken for.
     const QByteArray command = (rawName.contains('.') ? "DELE " : "RMD ") + rawName;
@@ -174,7 +174,7 @@ bool FTPManager::deleteFileNamed(const QByteArray& rawName, const FMServer* serv
 bool FTPManager::deleteItemNamed(const QByteArray& rawName, ItemKind kind, const FMServer* server)
 {
     if (!Private::_checkFMServer(server) || rawName.isNull()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     const QByteArray command = (kind == ItemKind::Folder ? "RMD " : "DELE ") + rawName;
     return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
@@ -183,7 +183,7 @@ bool FTPManager::deleteItemNamed(const QByteArray& rawName, ItemKind kind, const
 bool FTPManager::deleteFile(const QString& name, const FMServer* server)
 {
     if (!Private::_checkFMServer(server)) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     return m_private->runOnWorker<bool>([&] { return deleteFileNamed(name, server); });
 }
@@ -192,7 +192,7 @@ bool FTPManager::chmodFileNamed(const QString& name, quint32 mode, const FMServe
 {
     constexpr quint32 largestMode = 777;
     if (!Private::_checkFMServer(server) || mode > largestMode || name.isNull()) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     const QByteArray command = "SITE CHMOD " + QByteArray::number(mode) + ' ' + name.toUtf8();
     return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, command); });
@@ -201,7 +201,7 @@ bool FTPManager::chmodFileNamed(const QString& name, quint32 mode, const FMServe
 bool FTPManager::checkLogin(const FMServer* server)
 {
     if (!Private::_checkFMServer(server)) {
-        return m_private->fail(FMFailure::Kind::Unusable);
+        return m_private->refuse(FMFailure::Kind::Unusable);
     }
     return m_private->runOnWorker<bool>([&] { return m_private->_ftpActionForServer(*server, QByteArray()); });
 }

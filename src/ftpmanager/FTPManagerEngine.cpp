@@ -24,8 +24,15 @@ void FTPManager::Private::begin(Action action, quint64 fileSize)
     m_fileSizeProcessed = 0;
     m_bytesProcessed = 0;
     m_failure = { .kind = FMFailure::Kind::Unusable }; // Until it runs.
+}
+
+bool FTPManager::Private::refuse(FMFailure::Kind kind)
+{
+    const std::lock_guard lock(m_mutex);
+    m_failure = { .kind = kind };
     m_isUndecided = false;
     m_isCommandAccepted = false;
+    return false;
 }
 
 bool FTPManager::Private::fail(const FMFailure& failure)

@@ -62,6 +62,8 @@ public:
 
     void begin(Action action, quint64 fileSize);
     void noteUndecided();
+    /// Keeps why an operation does not begin, forgets the earlier one, and answers the result.
+    bool refuse(FMFailure::Kind kind);
     /// Keeps why the operation fails, and answers its result.
     bool fail(const FMFailure& failure);
     bool fail(FMFailure::Kind kind) { return fail(FMFailure{ .kind = kind }); }

@@ -839,6 +839,9 @@ TEST(CarefulConversationTest, WhatIsSaidBesideAnAcceptedCommandDoesNotUndoIt)
 
         EXPECT_TRUE(manager.isCommandAccepted());
         EXPECT_FALSE(manager.isUndecided());
+
+        EXPECT_FALSE(manager.checkLogin(nullptr)); // Which does not begin.
+        EXPECT_FALSE(manager.isCommandAccepted());
     }
 }
 

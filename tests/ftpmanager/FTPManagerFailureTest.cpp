@@ -130,6 +130,28 @@ TEST_F(FTPManagerFailureTest, WhatCannotBeDoneIsUnusable)
     }
 }
 
+TEST_F(FTPManagerFailureTest, AnOperationThatDoesNotBeginForgetsTheEarlierOne)
+{
+    const auto leaveUndecided = [this] {
+        m_streams.next.error = { .domain = Domain::Other, .isUndecided = true, .stage = Stage::Acting };
+        m_streams.next.turns = { { ErrorOccurred } };
+        EXPECT_FALSE(m_manager.uploadData("x", u"a"_s, m_server.get()));
+        EXPECT_TRUE(m_manager.isUndecided());
+    };
+    const std::vector<std::function<bool()>> operations{
+        [this] { return m_manager.contentsOfServer(nullptr).has_value(); },
+        [this] { return m_manager.uploadData(QByteArray(), u"a"_s, m_server.get()); },
+        [this] { return m_manager.uploadFile(localFile(u"missing"_s), m_server.get()); },
+        [this] { return m_manager.downloadFile(u"a"_s, localFile(u"missing"_s), m_server.get()); },
+    };
+    for (const auto& operation : operations) {
+        leaveUndecided();
+        EXPECT_FALSE(operation());
+
+        EXPECT_FALSE(m_manager.isUndecided()) << &operation - operations.data();
+    }
+}
+
 TEST_F(FTPManagerFailureTest, LocalFilesAreToldApartFromTheServer)
 {
     EXPECT_FALSE(m_manager.uploadFile(localFile(u"missing"_s), m_server.get()));
