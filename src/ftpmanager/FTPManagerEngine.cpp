@@ -42,14 +42,6 @@ bool FTPManager::Private::fail(const FMFailure& failure)
     return false;
 }
 
-void FTPManager::Private::noteFailureOf(const FTPStream& stream)
-{
-    fail(failureOf(stream.error(), stream.lastReply(), m_isEncrypted));
-    if (stream.error().isUndecided) {
-        noteUndecided();
-    }
-}
-
 void FTPManager::Private::noteUndecided()
 {
     const std::lock_guard lock(m_mutex);
@@ -119,19 +111,18 @@ void FTPManager::Private::handleEvent(FTPStream& stream, FTPStreamEvent event)
         } else if (action == Action::List) {
             hasBytesOfListing();
         } else {
-            _streamDidEndWithSuccess(false, FailureReason::General);
+            _streamDidEndWithSuccess(false, FailureReason::General, { .kind = FMFailure::Kind::Lost });
         }
         break;
     case FTPStreamEvent::HasSpaceAvailable:
         if (action == Action::Upload) {
             hasSpace();
         } else {
-            _streamDidEndWithSuccess(false, FailureReason::General);
+            _streamDidEndWithSuccess(false, FailureReason::General, { .kind = FMFailure::Kind::Lost });
         }
         break;
     case FTPStreamEvent::ErrorOccurred:
-        noteFailureOf(stream);
-        _streamDidEndWithSuccess(false, m_isWriteBroken ? FailureReason::Write : FailureReason::General);
+        endWithFailureOf(stream, m_isWriteBroken ? FailureReason::Write : FailureReason::General);
         break;
     case FTPStreamEvent::EndEncountered:
         // Listings and downloads end with a read of 0 bytes, uploads with a source that has been sent.
@@ -162,15 +153,14 @@ void FTPManager::Private::hasBytesOfDownload()
     if (m_bufferOffset == m_bufferLimit) {
         const qint64 count = m_serverReadStream->read(m_buffer);
         if (count < 0) {
-            noteFailureOf(*m_serverReadStream);
-            _streamDidEndWithSuccess(false, FailureReason::Read);
+            endWithFailureOf(*m_serverReadStream, FailureReason::Read);
             return;
         }
         if (count == 0) {
             // The last bytes may fail to reach the disk as late as here.
             const bool written = m_fileWriter->close();
-            fail(FMFailure::Kind::LocalFile); // Unless it was written.
-            _streamDidEndWithSuccess(written, written ? FailureReason::None : FailureReason::Write);
+            _streamDidEndWithSuccess(written, written ? FailureReason::None : FailureReason::Write,
+                                     { .kind = written ? FMFailure::Kind::None : FMFailure::Kind::LocalFile });
             return;
         }
         m_bufferOffset = 0;
@@ -180,8 +170,7 @@ void FTPManager::Private::hasBytesOfDownload()
     }
     const qint64 written = m_fileWriter->write(pendingBytes());
     if (written <= 0) {
-        fail(FMFailure::Kind::LocalFile);
-        _streamDidEndWithSuccess(false, FailureReason::Write);
+        _streamDidEndWithSuccess(false, FailureReason::Write, { .kind = FMFailure::Kind::LocalFile });
         return;
     }
     m_bufferOffset += static_cast<quint64>(written);
@@ -191,13 +180,12 @@ void FTPManager::Private::hasBytesOfListing()
 {
     const qint64 count = m_serverReadStream->read(m_buffer);
     if (count < 0) {
-        noteFailureOf(*m_serverReadStream);
-        _streamDidEndWithSuccess(false, FailureReason::Read);
+        endWithFailureOf(*m_serverReadStream, FailureReason::Read);
     } else if (count == 0) {
         _streamDidEndWithSuccess(true, FailureReason::None);
     } else if (m_directoryListingData.size() + count > ListingMeasure::mostBytes) {
-        fail(FMFailure::Kind::Unreadable);
-        _streamDidEndWithSuccess(false, FailureReason::None); // Like any listing that cannot be read: without a word.
+        // Without a word, like any listing that cannot be read.
+        _streamDidEndWithSuccess(false, FailureReason::None, { .kind = FMFailure::Kind::Unreadable });
     } else {
         m_directoryListingData.append(m_buffer.data(), count);
     }
@@ -208,8 +196,7 @@ void FTPManager::Private::hasSpace()
     if (m_bufferOffset == m_bufferLimit) {
         const qint64 count = m_fileReader->read(m_buffer);
         if (count < 0) {
-            fail(FMFailure::Kind::LocalFile);
-            _streamDidEndWithSuccess(false, FailureReason::Read);
+            _streamDidEndWithSuccess(false, FailureReason::Read, { .kind = FMFailure::Kind::LocalFile });
             return;
         }
         if (count == 0) {
@@ -225,8 +212,7 @@ void FTPManager::Private::hasSpace()
         return; // The server may say why. That comes as an error.
     }
     if (written < 0) {
-        noteFailureOf(*m_serverStream);
-        _streamDidEndWithSuccess(false, FailureReason::Write);
+        endWithFailureOf(*m_serverStream, FailureReason::Write);
         return;
     }
     m_bufferOffset += static_cast<quint64>(written);
@@ -255,7 +241,14 @@ void FTPManager::Private::reportDownloadProgress()
     }
 }
 
-void FTPManager::Private::_streamDidEndWithSuccess(bool success, FailureReason failureReason)
+void FTPManager::Private::endWithFailureOf(const FTPStream& stream, FailureReason failureReason)
+{
+    _streamDidEndWithSuccess(false, failureReason, failureOf(stream.error(), stream.lastReply(), m_isEncrypted),
+                             stream.error().isUndecided);
+}
+
+void FTPManager::Private::_streamDidEndWithSuccess(bool success, FailureReason failureReason, const FMFailure& failure,
+                                                   bool isUndecided)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -265,9 +258,8 @@ void FTPManager::Private::_streamDidEndWithSuccess(bool success, FailureReason f
         RunLoop* const loop = std::exchange(m_currentRunLoop, nullptr);
         m_action = Action::Ended;
         m_streamSuccess = success;
-        if (success) {
-            m_failure = FMFailure();
-        }
+        m_failure = failure;
+        m_isUndecided = isUndecided;
         loop->stop();
     }
     switch (failureReason) {

@@ -67,7 +67,6 @@ public:
     /// Keeps why the operation fails, and answers its result.
     bool fail(const FMFailure& failure);
     bool fail(FMFailure::Kind kind) { return fail(FMFailure{ .kind = kind }); }
-    void noteFailureOf(const FTPStream& stream);
     bool upload(std::unique_ptr<UploadSource> source, const QByteArray& name, const QString& location,
                 const FMServer& server);
     bool run(FTPStream& stream);
@@ -81,7 +80,10 @@ public:
     std::span<const char> pendingBytes() const;
     void countMoved(quint64 bytes);
     void reportDownloadProgress();
-    void _streamDidEndWithSuccess(bool success, FailureReason failureReason);
+    void endWithFailureOf(const FTPStream& stream, FailureReason failureReason);
+    /// The first end counts, with its failure: what a transfer does after an abort is no reason any more.
+    void _streamDidEndWithSuccess(bool success, FailureReason failureReason, const FMFailure& failure = {},
+                                  bool isUndecided = false);
     void closeStreams();
 
     static quint64 sizeOfFile(const QUrl& fileURL);

@@ -1,6 +1,7 @@
 #include "ControlServer.h"
 #include "FTPManagerPrivate.h"
 #include "FakeFTPStream.h"
+#include "FaultyFileCalls.h"
 #include "LogRecorder.h"
 #include "Printers.h"
 
@@ -29,6 +30,10 @@ public:
     }
 
     void ftpManagerUploadProgressDidChange(const std::optional<FTPManagerProgress>& /*progress*/) override
+    {
+        m_manager.abort();
+    }
+    void ftpManagerDownloadProgressDidChange(const std::optional<FTPManagerProgress>& /*progress*/) override
     {
         m_manager.abort();
     }
@@ -108,6 +113,21 @@ TEST_F(FTPManagerAbortTest, AnAbortFromInsideAReportEndsTheOperation)
     EXPECT_TRUE(m_manager.uploadData("hello", u"name"_s, m_server.get()));
 
     EXPECT_EQ(m_streams.last().written, "h"_ba);
+}
+
+TEST_F(FTPManagerAbortTest, WhatFailsAfterAnAbortIsNoReason)
+{
+    const QTemporaryDir directory;
+    AbortingDelegate delegate(m_manager);
+    m_manager.setDelegate(&delegate);
+    m_streams.next.readAnswers = { "hel"_ba };
+    m_streams.next.turns = { { HasBytesAvailable } };
+    const FaultyFileCalls faults;
+    FaultyFileCalls::limitWrites(0);
+
+    EXPECT_TRUE(m_manager.downloadFile(u"name"_s, QUrl::fromLocalFile(directory.path()), m_server.get()));
+
+    EXPECT_EQ(m_manager.lastFailure().kind, FMFailure::Kind::None);
 }
 
 TEST_F(FTPManagerAbortTest, AnAbortBeforeAndAfterAnOperationDoesNothing)
