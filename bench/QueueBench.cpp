@@ -5,15 +5,23 @@
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "FileURL.h"
+#include "HistoryWindow.h"
+#include "LedgerDatabase.h"
 #include "ProgramName.h"
+#include "UploadHistory.h"
+#include "UploadLedger.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
 
 #include <QApplication>
 #include <QMimeData>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTableView>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
+#include <memory>
 #include <unistd.h>
 #include <utility>
 
@@ -29,6 +37,8 @@ ViewController& controller()
     static auto* const controller = [] {
         auto* const engine = new FTPEngine; // All of it lives as long as the process.
         auto* const made = new ViewController(*new EngineStreamFactory(*engine), *new EngineConnections(*engine));
+        static const QTemporaryDir state;
+        made->ledger().open(state.filePath(u"history.sqlite"_s), u"Quillbox"_s);
         made->window().show();
         QApplication::processEvents();
         return made;
@@ -112,6 +122,89 @@ void tickWithoutFiles(benchmark::State& state)
     }
 }
 BENCHMARK(tickWithoutFiles)->Unit(benchmark::kMicrosecond);
+
+/// Earlier runs of so many files.
+class LongHistory {
+public:
+    LongHistory()
+    {
+        const QString path = m_folder.filePath(u"history.sqlite"_s);
+        LedgerDatabase(u"Quillbox"_s).open(path);
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"fill"_s);
+            database.setDatabaseName(path);
+            database.open();
+            QSqlQuery(database).exec(
+                u"WITH RECURSIVE numbers(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM numbers WHERE n < %1) "
+                "INSERT INTO files (run, number, copy, folder, name, destination, outcome, size, durationMs, time, "
+                "reply) SELECT 7, n, x'41', CAST('/home/anna/folder' AS BLOB), CAST('file ' || n AS BLOB), "
+                "'ftp://host/in/', 2, n, n % 1000, 1000 * unixepoch(), '226 Transfer complete' FROM numbers"_s.arg(
+                    rows));
+        }
+        QSqlDatabase::removeDatabase(u"fill"_s);
+        m_ledger.open(path, u"Quillbox"_s, { .files = 10 * rows, .days = 90 });
+    }
+
+    /// A window that shows all rows, and of the last ones what is known.
+    std::unique_ptr<HistoryWindow> open()
+    {
+        auto window = std::make_unique<HistoryWindow>(m_history, m_ledger, nullptr);
+        window->show();
+        QAbstractItemModel& model = *window->findChild<QTableView*>()->model();
+        while (model.rowCount() < rows || !isKnown(model, rows - 1)) {
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+        return window;
+    }
+    static bool isKnown(const QAbstractItemModel& model, int row) { return model.index(row, 0).data().isValid(); }
+
+    static constexpr int rows = 200'000;
+
+private:
+    QTemporaryDir m_folder;
+    UploadHistory m_history;
+    UploadLedger m_ledger{ m_history };
+};
+
+qint64 residentKiB()
+{
+    QFile file(u"/proc/self/statm"_s);
+    return file.open(QIODevice::ReadOnly)
+        ? file.readAll().split(' ').value(1).toLongLong() * ::sysconf(_SC_PAGESIZE) / 1024
+        : 0;
+}
+
+void openHistory(benchmark::State& state)
+{
+    LongHistory history;
+    history.open();
+    for (auto _ : state) {
+        const std::unique_ptr<HistoryWindow> window = history.open();
+        state.PauseTiming();
+        window->close();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(openHistory)->Iterations(20)->Unit(benchmark::kMillisecond);
+
+/// A page further, painted, with all that is known of it.
+void scrollHistory(benchmark::State& state)
+{
+    LongHistory history;
+    const std::unique_ptr<HistoryWindow> window = history.open();
+    QTableView& table = *window->findChild<QTableView*>();
+    const qint64 before = residentKiB();
+    int row = 0;
+    for (auto _ : state) {
+        row = (row + 100) % LongHistory::rows;
+        table.scrollTo(table.model()->index(row, 0), QAbstractItemView::PositionAtTop);
+        while (!LongHistory::isKnown(*table.model(), row)) {
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+    }
+    state.counters["more KiB"] = static_cast<double>(residentKiB() - before);
+}
+BENCHMARK(scrollHistory)->Iterations(500)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

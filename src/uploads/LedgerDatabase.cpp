@@ -375,9 +375,10 @@ QList<LedgerKey> LedgerDatabase::interrupted()
 {
     QSqlQuery query(m_database);
     query.setForwardOnly(true);
-    query.prepare(u"SELECT row, run, number FROM files WHERE copy = ? AND %1 ORDER BY row"_s.arg(undecided));
+    query.prepare(
+        u"SELECT %1 FROM files WHERE copy = ? AND %2 ORDER BY row"_s.arg(LedgerReader::keyColumn(m_run), undecided));
     query.bindValue(0, m_copy);
-    return LedgerReader::keysOf(query, m_run).value_or(QList<LedgerKey>());
+    return LedgerReader::keysOf(query).value_or(QList<LedgerKey>());
 }
 
 LedgerProblem LedgerDatabase::queuedAgain(const QList<LedgerKey>& keys)

@@ -57,7 +57,7 @@ QString sortedBy(LedgerQuery::Order order)
 }
 
 /// With a "?" for the text where there is one.
-QString commandOf(const LedgerQuery& query)
+QString commandOf(const LedgerQuery& query, const QString& column)
 {
     QStringList conditions;
     if (!query.text.isEmpty()) {
@@ -68,7 +68,7 @@ QString commandOf(const LedgerQuery& query)
     if (query.failedOnly) {
         conditions.append(u"outcome IN (%1)"_s.arg(failures()));
     }
-    QString command = u"SELECT row, run, number FROM files"_s;
+    QString command = u"SELECT %1 FROM files"_s.arg(column);
     if (!conditions.isEmpty()) {
         command += u" WHERE "_s + conditions.join(u" AND "_s);
     }
@@ -150,7 +150,7 @@ void LedgerReader::noteProblem(const QSqlQuery& query)
 std::optional<QList<LedgerKey>> LedgerReader::find(const LedgerQuery& query)
 {
     QSqlQuery rows(m_database);
-    if (!prepare(rows, commandOf(query))) {
+    if (!prepare(rows, commandOf(query, keyColumn(m_source.run)))) {
         return std::nullopt;
     }
     if (!query.text.isEmpty()) {
@@ -160,22 +160,27 @@ std::optional<QList<LedgerKey>> LedgerReader::find(const LedgerQuery& query)
         }
         rows.bindValue(0, u'%' + text + u'%');
     }
-    std::optional<QList<LedgerKey>> keys = keysOf(rows, m_source.run);
+    std::optional<QList<LedgerKey>> keys = keysOf(rows);
     if (!keys) {
         noteProblem(rows);
     }
     return keys;
 }
 
-std::optional<QList<LedgerKey>> LedgerReader::keysOf(QSqlQuery& query, qint64 run)
+QString LedgerReader::keyColumn(qint64 run)
+{
+    return u"iif(run = %1, -1 - number, row)"_s.arg(run);
+}
+
+std::optional<QList<LedgerKey>> LedgerReader::keysOf(QSqlQuery& query)
 {
     QList<LedgerKey> keys;
     if (!query.exec()) {
         return std::nullopt;
     }
     while (query.next()) {
-        const bool isOurs = query.value(1).toLongLong() == run;
-        keys.append({ .row = query.value(0).toLongLong(), .number = isOurs ? query.value(2).toInt() : -1 });
+        const qint64 key = query.value(0).toLongLong();
+        keys.append(key < 0 ? LedgerKey{ .number = static_cast<int>(-1 - key) } : LedgerKey{ .row = key });
     }
     if (query.lastError().isValid()) {
         return std::nullopt;
@@ -185,15 +190,19 @@ std::optional<QList<LedgerKey>> LedgerReader::keysOf(QSqlQuery& query, qint64 ru
 
 std::optional<QList<LedgerRow>> LedgerReader::read(const QList<LedgerKey>& keys)
 {
-    QList<LedgerRow> rows;
-    QSqlQuery query(m_database);
-    if (!prepare(query,
-                 u"SELECT folder, name, destination, outcome, manual, settled, size, durationMs, listedSize, status, "
-                 "reply, copy, time, sent, username, encryption FROM files WHERE row = ?"_s)) {
+    const QString command
+        = u"SELECT folder, name, destination, outcome, manual, settled, size, durationMs, listedSize, status, reply, "
+          "copy, time, sent, username, encryption FROM files WHERE "_s;
+    QSqlQuery byRow(m_database);
+    QSqlQuery byNumber(m_database);
+    if (!prepare(byRow, command + u"row = ?"_s)
+        || !prepare(byNumber, command + u"run = %1 AND number = ?"_s.arg(m_source.run))) {
         return std::nullopt;
     }
+    QList<LedgerRow> rows;
     for (const LedgerKey key : keys) {
-        query.bindValue(0, key.row);
+        QSqlQuery& query = key.isOfThisRun() ? byNumber : byRow;
+        query.bindValue(0, key.isOfThisRun() ? key.number : key.row);
         const bool isDone = query.exec();
         if (isDone && query.next()) {
             rows.append({ key, entryOf(query) });

@@ -37,8 +37,10 @@ public:
     /// What is known of those of @p keys that find() has answered and that are still there.
     std::optional<QList<LedgerRow>> read(const QList<LedgerKey>& keys);
 
-    /// The rows that @p query finds, whose first columns are row, run and number; std::nullopt when it fails.
-    static std::optional<QList<LedgerKey>> keysOf(QSqlQuery& query, qint64 run);
+    /// What keysOf() expects as the first column. One for all, since each costs time for every row.
+    static QString keyColumn(qint64 run);
+    /// The rows that @p query finds; std::nullopt when it fails.
+    static std::optional<QList<LedgerKey>> keysOf(QSqlQuery& query);
 
 private:
     bool prepare(QSqlQuery& query, const QString& command);

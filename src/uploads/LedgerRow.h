@@ -6,14 +6,11 @@
 
 /// What a row of the ledger is known by. The history of this run has all that is known of the files of this run.
 struct LedgerKey {
-    qint64 row = 0; ///< In the database; 0 for a file of this run whose row is not known.
+    qint64 row = 0; ///< In the database; 0 for a file of this run.
     int number = -1; ///< The number of a file of this run in it; -1 for any other.
 
     bool isOfThisRun() const { return number >= 0; }
-    friend bool operator==(const LedgerKey& left, const LedgerKey& right)
-    {
-        return left.number == right.number && (left.isOfThisRun() || left.row == right.row);
-    }
+    friend bool operator==(const LedgerKey&, const LedgerKey&) = default;
     friend size_t qHash(const LedgerKey& key, size_t seed = 0)
     {
         return key.isOfThisRun() ? ::qHash(-qint64{ key.number } - 1, seed) : ::qHash(key.row, seed);
