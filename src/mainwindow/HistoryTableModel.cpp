@@ -179,6 +179,7 @@ void HistoryTableModel::show(const QList<LedgerKey>& keys, int known)
     }
     beginResetModel();
     ++m_resets;
+    m_askedPages.clear();
     m_keys = keys;
     m_rowsOfRun.assign(static_cast<size_t>(m_history.rowCount()), -1);
     for (int row = 0; row < static_cast<int>(keys.size()); ++row) {
@@ -286,6 +287,9 @@ const HistoryEntry* HistoryTableModel::entry(int row) const
 /// Somebody looks at @p row.
 void HistoryTableModel::want(int row) const
 {
+    if (m_askedPages.contains(row / pageRows)) {
+        return;
+    }
     m_wantedPages.insert(row / pageRows);
     if (!m_readSoon.isActive()) {
         m_readSoon.start();
@@ -306,12 +310,16 @@ void HistoryTableModel::readWanted()
         if (keys.isEmpty()) {
             continue;
         }
-        m_ledger.read(keys, this, [this, keys, first, end, resets = m_resets](const auto& rows) {
+        m_askedPages.insert(page);
+        m_ledger.read(keys, this, [this, keys, page, first, end, resets = m_resets](const auto& rows) {
+            const bool isThere = resets == m_resets; // Otherwise they may be anywhere now.
+            if (isThere) {
+                m_askedPages.remove(page);
+            }
             if (!rows) {
                 return;
             }
             keep(keys, *rows);
-            const bool isThere = resets == m_resets; // Otherwise they may be anywhere now.
             showAgain(isThere ? first : 0, isThere ? end : rowCount());
         });
     }

@@ -76,6 +76,7 @@ private:
     QHash<LedgerKey, Known> m_read; ///< Rows of the ledger that were looked at.
     mutable HistoryEntry m_current; ///< The row of this run that was last asked for.
     mutable QSet<int> m_wantedPages;
+    QSet<int> m_askedPages; ///< The ledger has yet to answer; of the present rows.
     mutable QTimer m_readSoon;
     QTimer m_refreshSoon;
 };
