@@ -14,11 +14,13 @@ struct ListingEntry {
     static constexpr int plainFileType = 8; ///< A plain file's.
     static constexpr int linkType = 10; ///< A symbolic link's.
 
-    QString name; ///< kCFFTPResourceName. The parser reads its bytes as Mac OS Roman, one character for each byte.
+    /// kCFFTPResourceName. The parser reads its bytes as Mac OS Roman, one character for each byte; whoever hands the
+    /// entry on puts that right (FTPManager::contentsOfServer() does).
+    QString name;
     QByteArray rawName; ///< The name's bytes as they came, only when they are not valid UTF-8; null otherwise.
     QString owner; ///< kCFFTPResourceOwner, a name or a number.
     QString group; ///< kCFFTPResourceGroup, a name or a number.
-    QString link; ///< kCFFTPResourceLink: where a link leads, read like the name.
+    QString link; ///< kCFFTPResourceLink: where a link leads, as Mac OS Roman.
     std::optional<qint64> size; ///< kCFFTPResourceSize, in bytes. Devices have none.
     std::optional<qint64> modDate; ///< kCFFTPResourceModDate, in milliseconds since the beginning of 1970, UTC.
     std::optional<int> type; ///< kCFFTPResourceType: a code as above, 0 for what has none.

@@ -30,7 +30,8 @@ class UploadSource;
 /// Every operation answers false, or std::nullopt, when the server record is null or has a null destination, user name
 /// or password or a port below 1 (the log says which), when an argument is not as its comment says (without a word), or
 /// when the server or the network refused. lastFailure() has the reason; what is logged, as warnings of the category
-/// "ftpmanager", says less. Operations wait as long as the server is silent, up to FMServer::timeouts().
+/// "ftpmanager", says less. Transfers, listings and new folders wait for a silent server up to FMServer::timeouts(),
+/// conversations (see there) up to FMServer::timeLimit().
 ///
 /// With a record whose encryption() is required, every operation holds its conversation and moves its data inside TLS,
 /// or fails before it sends user name and password; FMServer says what that protects. Otherwise everything goes in
@@ -72,15 +73,15 @@ public:
     /// @return whether it is done
     [[nodiscard]] bool uploadFile(const QUrl& fileURL, const FMServer* server);
 
-    /// Makes a folder in the server's folder (MKD).
+    /// Makes a folder in the server's folder (MKD; RFC 959, section 4.1.3).
     /// @param name its name, not empty
     /// @param server the record
     /// @return whether it is done; false, too, where the folder exists
     [[nodiscard]] bool createNewFolder(const QString& name, const FMServer* server);
 
-    /// Lists the server's folder (LIST): in its order, "." and ".." included where the server tells of them. A name
-    /// that is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its bytes). At most 2,000,000
-    /// items and 128 MiB.
+    /// Lists the server's folder (LIST; RFC 959, section 4.1.3): in its order, "." and ".." included where the server
+    /// tells of them. A name that is not valid UTF-8 is missing from its entry (null; ListingEntry::rawName has its
+    /// bytes). At most 2,000,000 items, 128 MiB, of which 32 MiB are names and 32 MiB lines without an item.
     /// @param server the record
     /// @return what the folder holds; what has come of it after abort(); std::nullopt on failure, also for a listing
     /// that cannot be read
@@ -95,8 +96,8 @@ public:
     /// @param keepsOldFiles whether it does
     void setKeepsOldFiles(bool keepsOldFiles);
 
-    /// Gets a file from the server's folder (RETR), over what is there. A failed download removes the local file, an
-    /// aborted one leaves what has come.
+    /// Gets a file from the server's folder (RETR; RFC 959, section 4.1.3), over what is there. A failed download
+    /// removes the local file, an aborted one leaves what has come.
     /// @param fileName its name, not empty and without a component ".."
     /// @param directoryURL a "file:" location of a local folder that exists
     /// @param server the record

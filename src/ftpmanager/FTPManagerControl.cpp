@@ -7,6 +7,8 @@
 #include "FailureKinds.h"
 #include "ReplyReader.h"
 
+#include <QUrl>
+
 #include <algorithm>
 #include <array>
 
@@ -73,7 +75,9 @@ FMFailure::Kind connectTo(ControlSocket& socket, const FMServer& server)
 {
     const auto port = static_cast<quint16>(server.port()); // Kept: as of all TCP ports, only 16 bits count.
     const QHostAddress address = server.address();
-    switch (address.isNull() ? socket.connect(fmhost(server.destination()).toUtf8(), port)
+    const QString host = fmhost(server.destination());
+    const QByteArray ace = QUrl::toAce(host); // Empty for what is no name of a host to it.
+    switch (address.isNull() ? socket.connect(ace.isEmpty() ? host.toUtf8() : ace, port)
                              : socket.connect(address, port)) {
     case ControlSocket::Outcome::Connected:
         return FMFailure::Kind::None;
@@ -110,7 +114,7 @@ FMFailure encrypt(ControlSocket& socket, const FMServer& server)
     // What else has come by now is dropped with the reader: it may be anybody's (RFC 4217, section 15).
     if (!reply || reply->code != 234 || !socket.startEncryption(fmhost(server.destination()))) {
         qCWarning(ftpManagerLog, "the server does not encrypt");
-        return { .kind = reply ? FMFailure::Kind::NotEncrypted : kindOfSilence(socket) };
+        return { .kind = reply && !socket.hasTimedOut() ? FMFailure::Kind::NotEncrypted : kindOfSilence(socket) };
     }
     const ServerCertificate certificate = socket.certificate();
     if (!certificate.problems.isEmpty() && !server.trustedFingerprints().contains(certificate.fingerprint)) {
