@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -73,7 +74,8 @@ int severalAtOnce()
     return good == 8 ? 0 : 1;
 }
 
-int afterAFork()
+/// Whether everything works in this process and in a child of it.
+int inTwoProcesses()
 {
     const pid_t child = ::fork();
     const bool isGood = works(child == 0 ? u"child"_s : u"parent"_s);
@@ -82,6 +84,15 @@ int afterAFork()
     }
     int status = 0;
     return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0 && isGood ? 0 : 1;
+}
+
+/// The operation before has ended, and what was begun for its encryption has not.
+int afterAForkBehindARefusal()
+{
+    const auto server = FMServer::serverWithDestination(u"127.0.0.1"_s, u"user"_s, u"word"_s);
+    server->setPort(1); // Where nobody listens.
+    server->setEncryption(FTPEncryption::Required);
+    return !FTPManager().contentsOfServer(server.get()) ? inTwoProcesses() : 1;
 }
 
 /// Works when the program ends. It has its manager from before, or makes it too late.
@@ -142,14 +153,17 @@ int main(int argc, char** argv)
         theServer->setEncryption(FTPEncryption::Required);
         theServer->setTrustedFingerprints({ QByteArray::fromHex(argv[6]) });
     }
-    const std::string name = argv[1];
+    const std::map<std::string, int (*)()> programs{
+        { "plain", plain },
+        { "besideAnApplication", besideAnApplication },
+        { "severalAtOnce", severalAtOnce },
+        { "afterAFork", inTwoProcesses },
+        { "afterAForkBehindARefusal", afterAForkBehindARefusal },
+        { "inAStaticDestructor", inAStaticDestructor },
+        { "tooLate", tooLate },
+        { "exitMeanwhile", exitMeanwhile },
+    };
     ::srand(static_cast<unsigned>(::getpid()));
-    return name == "plain"              ? plain()
-        : name == "besideAnApplication" ? besideAnApplication()
-        : name == "severalAtOnce"       ? severalAtOnce()
-        : name == "afterAFork"          ? afterAFork()
-        : name == "inAStaticDestructor" ? inAStaticDestructor()
-        : name == "tooLate"             ? tooLate()
-        : name == "exitMeanwhile"       ? exitMeanwhile()
-                                        : 2;
+    const auto program = programs.find(argv[1]);
+    return program != programs.end() ? program->second() : 2;
 }

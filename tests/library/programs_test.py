@@ -52,6 +52,9 @@ class Plain(unittest.TestCase):
     def test_in_both_processes_after_a_fork(self):
         self.check("afterAFork")
 
+    def test_also_when_the_certificates_of_the_system_are_being_read(self):
+        self.assertEqual(self.run_program("afterAForkBehindARefusal")[0], 0)
+
     def test_in_the_destructor_of_a_static_object_that_has_a_manager(self):
         self.check("inAStaticDestructor")
 

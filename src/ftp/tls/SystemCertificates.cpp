@@ -11,6 +11,7 @@
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
+#include <pthread.h>
 #include <thread>
 #include <utility>
 
@@ -43,19 +44,36 @@ Stores& stores()
     return stores;
 }
 
+/// Waits until nothing is being read, and lets nobody begin before unlock().
+void lockWhenRead()
+{
+    stores().mutex.lock();
+    for (const auto& [place, store] : stores().all) {
+        store.wait();
+    }
+}
+
+void unlock()
+{
+    stores().mutex.unlock();
+}
+
 /// At the end of the program OpenSSL puts away what reading needs. Its static object is destroyed before that, since
-/// OpenSSL is made first.
+/// OpenSSL is made first. A child of the process has no thread that would go on with reading, and would find OpenSSL in
+/// the midst of it.
 class ReadingEnd {
 public:
-    ReadingEnd() { OPENSSL_init_ssl(0, nullptr); }
+    ReadingEnd()
+    {
+        OPENSSL_init_ssl(0, nullptr);
+        ::pthread_atfork(lockWhenRead, unlock, unlock);
+    }
     ReadingEnd(const ReadingEnd&) = delete;
     ReadingEnd& operator=(const ReadingEnd&) = delete;
     ~ReadingEnd()
     {
-        const std::lock_guard lock(stores().mutex);
-        for (const auto& [place, store] : stores().all) {
-            store.wait();
-        }
+        lockWhenRead();
+        unlock();
     }
 };
 
