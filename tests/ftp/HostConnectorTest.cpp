@@ -1,6 +1,11 @@
 #include "HostConnector.h"
 
 #include "CheckRows.h"
+#include "NoThreadLeft.h"
+#include "ScriptedPeer.h"
+#include "WaitFor.h"
+
+#include <QSignalSpy>
 
 #include <gtest/gtest.h>
 
@@ -38,6 +43,23 @@ TEST(HostConnectorTest, TheFamiliesTakeTurnsAndTheAddressThatAnsweredLastComesFi
             }
             return ordered;
         });
+}
+
+TEST(HostConnectorTest, AThreadThatIsMissingForTheLookUpIsWaitedFor)
+{
+    ScriptedPeer peer;
+    HostConnector connector(u"localhost"_s, peer.port());
+    const QSignalSpy connected(&connector, &HostConnector::connected);
+    const QSignalSpy failed(&connector, &HostConnector::failed);
+    {
+        const NoThreadLeft none;
+        connector.start();
+        EXPECT_TRUE(waitFor([&] { return connector.isShort() || !failed.isEmpty(); }));
+        EXPECT_TRUE(connector.isHostKnown());
+        EXPECT_TRUE(failed.isEmpty());
+    }
+
+    EXPECT_TRUE(waitFor([&] { return !connected.isEmpty(); }));
 }
 
 } // namespace

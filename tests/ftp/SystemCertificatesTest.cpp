@@ -1,6 +1,7 @@
 #include "SystemCertificates.h"
 
 #include "EnvironmentValue.h"
+#include "NoThreadLeft.h"
 #include "TestCertificate.h"
 
 #include <QTemporaryFile>
@@ -21,6 +22,16 @@ constexpr int certificateCount = 3000;
 }
 
 } // namespace
+
+TEST(SystemCertificatesTest, WithoutAThreadTheCallerReads)
+{
+    const EnvironmentValue place(X509_get_default_cert_file_env(), "/dev/null"); // Of which nobody has read.
+    const NoThreadLeft none;
+
+    SystemCertificates::prepare();
+
+    EXPECT_NE(SystemCertificates::store(), nullptr);
+}
 
 TEST(SystemCertificatesTest, TheEndOfTheProgramWaitsForReading)
 {

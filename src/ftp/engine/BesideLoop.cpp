@@ -32,6 +32,16 @@ struct Bell {
 
 } // namespace
 
+bool runBeside(std::function<void()> work)
+{
+    try {
+        std::thread(std::move(work)).detach();
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
 void runBesideLoop(std::function<void()> work, QObject* context, const std::function<void()>& done)
 {
     const auto bell = std::make_shared<Bell>();
@@ -44,12 +54,11 @@ void runBesideLoop(std::function<void()> work, QObject* context, const std::func
             done();
         },
         Qt::QueuedConnection);
-    try {
-        std::thread([work = std::move(work), bell] {
-            work();
-            bell->ring();
-        }).detach();
-    } catch (const std::system_error&) {
+    const bool runs = runBeside([work = std::move(work), bell] {
+        work();
+        bell->ring();
+    });
+    if (!runs) {
         bell->ring();
     }
 }

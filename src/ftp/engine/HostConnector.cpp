@@ -78,19 +78,29 @@ void HostConnector::start()
 {
     const QHostAddress address(m_host);
     if (address.isNull()) {
-        const auto found = std::make_shared<QList<QHostAddress>>();
-        runBesideLoop([found, host = m_host] { *found = addressesOfHost(host); }, this,
-                      [this, found] { resolved(*found); });
+        lookUp();
     } else {
         m_addresses = { address };
         QMetaObject::invokeMethod(this, &HostConnector::tryNext, Qt::QueuedConnection);
     }
 }
 
-void HostConnector::resolved(const QList<QHostAddress>& found)
+void HostConnector::lookUp()
 {
-    m_isHostKnown = !found.isEmpty();
-    m_addresses = inOrderOfAttempts(found, m_preferred);
+    const auto found = std::make_shared<std::optional<QList<QHostAddress>>>();
+    runBesideLoop([found, host = m_host] { *found = addressesOfHost(host); }, this,
+                  [this, found] { resolved(*found); });
+}
+
+void HostConnector::resolved(const std::optional<QList<QHostAddress>>& found)
+{
+    m_isShort = !found;
+    if (m_isShort) {
+        QTimer::singleShot(attemptDelay, this, &HostConnector::lookUp); // Waited for like a socket, see tryNext().
+        return;
+    }
+    m_isHostKnown = !found->isEmpty();
+    m_addresses = inOrderOfAttempts(*found, m_preferred);
     tryNext();
 }
 

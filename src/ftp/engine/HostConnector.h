@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 /// Connects to a host by whichever of its addresses answers first (RFC 8305): the next one is tried when one has
@@ -40,7 +41,9 @@ signals:
     void failed();
 
 private:
-    void resolved(const QList<QHostAddress>& found);
+    void lookUp();
+    /// Nothing was @p found where the system has no thread left to look.
+    void resolved(const std::optional<QList<QHostAddress>>& found);
     void tryNext();
     void attemptSucceeded(QTcpSocket* socket);
     void attemptFailed(QTcpSocket* socket);

@@ -7,12 +7,12 @@
 
 #include <future>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 #include <pthread.h>
-#include <thread>
 #include <utility>
 
 namespace {
@@ -83,9 +83,12 @@ Store sharedStore()
     const std::lock_guard lock(stores().mutex);
     Store& store = stores().all[place()];
     if (!store.valid()) {
-        std::promise<X509_STORE*> promise;
-        store = promise.get_future().share();
-        std::thread([promise = std::move(promise)]() mutable { promise.set_value(readStore()); }).detach();
+        const auto reading = std::make_shared<std::packaged_task<X509_STORE*()>>(readStore);
+        store = reading->get_future().share();
+        const auto read = [reading] { (*reading)(); };
+        if (!runBeside(read)) {
+            read();
+        }
     }
     return store;
 }
