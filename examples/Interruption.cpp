@@ -8,13 +8,17 @@
 
 namespace {
 
-/// What ends the program unless it is taken by the watcher.
+/// What ends the program unless it is taken by the watcher. What was ignored from the start stays so.
 sigset_t interruptions()
 {
     sigset_t ending;
     sigemptyset(&ending);
-    sigaddset(&ending, SIGINT);
-    sigaddset(&ending, SIGTERM);
+    for (const int number : { SIGINT, SIGTERM, SIGHUP }) {
+        struct sigaction action = {};
+        if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&ending, number);
+        }
+    }
     return ending;
 }
 

@@ -5,7 +5,8 @@
 #include <atomic>
 #include <thread>
 
-/// Ends the operation of a manager when somebody presses Ctrl-C or asks the process to end. One at a time.
+/// Ends the operation of a manager when somebody presses Ctrl-C, closes the terminal or asks the process
+/// to end. One at a time.
 class Interruption {
 public:
     /// @p manager outlives this.

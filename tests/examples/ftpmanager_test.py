@@ -343,6 +343,27 @@ class Scripted(Case):
         self.assertEqual(process.wait(timeout=60), 130)
         self.assertEqual(self.new_connections(), 0)
 
+    def test_a_terminal_that_is_closed_leaves_no_part_of_a_file(self):
+        self.serve({"on": "RETR", "do": ["150 go on", "fill 100000", "silence"]})
+        with open(self.served("big"), "wb") as file:
+            file.truncate(BIG)
+        process, terminal = self.at_a_terminal("127.0.0.1", "get", "big")
+        self.read_until(terminal, " %")
+        process.send_signal(signal.SIGHUP)
+        self.assertEqual(process.wait(timeout=60), 130)
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def test_a_signal_that_was_ignored_from_the_start_stays_so(self):
+        self.serve({"on": "DELE", "argument": "^a", "do": []})
+        process = subprocess.Popen(self.words("127.0.0.1", "rm", "a.txt"), env=self.environment("word"),
+                                   preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
+        self.enterContext(process)
+        self.addCleanup(process.kill)
+        self.reports_until("command", line="DELE a.txt")
+        self.send_signal(process, signal.SIGINT)
+        self.tell_server(connection=1, do=["250 gone"])
+        self.assertEqual(process.wait(timeout=60), 0)
+
     def test_ctrl_c_ends_what_waits_for_a_silent_server(self):
         self.serve({"on": "connect", "do": ["silence"]})
         for operation in ("login", "list"):
