@@ -42,6 +42,13 @@ const std::map<QString, Count>& operations()
     std::exit(statusOfUsage);
 }
 
+/// Ends the program with what was asked about it.
+[[noreturn]] void endWithAnswer(const QString& answer)
+{
+    std::fputs(answer.toLocal8Bit().constData(), stdout);
+    std::exit(statusAfterOutput(0));
+}
+
 /// Asks the person at the terminal, without showing the answer. Null without a terminal.
 QString askForPassword(const QString& user)
 {
@@ -130,10 +137,10 @@ CommandLine readCommandLine()
         endWithUsage(options.errorText());
     }
     if (options.isSet(u"help"_s)) {
-        options.showHelp();
+        endWithAnswer(options.helpText());
     }
     if (options.isSet(u"version"_s)) {
-        options.showVersion();
+        endWithAnswer(QCoreApplication::applicationName() + u' ' + QCoreApplication::applicationVersion() + u'\n');
     }
 
     const QStringList words = options.positionalArguments();

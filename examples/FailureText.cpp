@@ -80,3 +80,12 @@ void say(const QString& text)
 {
     std::fprintf(stderr, "ftpmanager: %s\n", printable(text).toLocal8Bit().constData());
 }
+
+int statusAfterOutput(int status)
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        say(u"the output cannot be written"_s);
+        return statusOfLocalFile;
+    }
+    return status;
+}

@@ -16,3 +16,7 @@ QString textOf(const FMFailure& failure);
 QString printable(const QString& text);
 /// Says @p text, as one line, where errors go.
 void say(const QString& text);
+
+/// What the program ends with when all is printed: @p status, or another where the output could not be written, which
+/// is said.
+int statusAfterOutput(int status);

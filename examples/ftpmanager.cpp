@@ -181,9 +181,5 @@ int main(int argc, char** argv)
         say(u"interrupted"_s);
         return statusOfInterruption;
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        say(u"the output cannot be written"_s);
-        return statusOfLocalFile;
-    }
-    return tool.status;
+    return statusAfterOutput(tool.status);
 }

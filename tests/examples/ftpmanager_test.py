@@ -239,6 +239,10 @@ class Scripted(Case):
             done = subprocess.run(self.words("127.0.0.1", "list"), env=self.environment("word"), stdout=full,
                                   stderr=subprocess.PIPE, text=True, timeout=60)
         self.assertEqual((done.returncode, done.stderr), (7, "ftpmanager: the output cannot be written\n"))
+        for word in ("--help", "--version"):
+            with open("/dev/full", "w", encoding="utf-8") as full:
+                done = subprocess.run([PROGRAM, word], stdout=full, stderr=subprocess.PIPE, text=True, timeout=60)
+            self.assertEqual((done.returncode, done.stderr), (7, "ftpmanager: the output cannot be written\n"))
 
     def test_the_password_comes_from_a_file_or_is_asked_for(self):
         self.serve({"on": "PASS", "argument": "^from the file$", "do": ["230 in"]},
