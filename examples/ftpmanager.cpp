@@ -142,15 +142,15 @@ void remove(Tool& tool)
 
 void changeMode(Tool& tool)
 {
-    bool isNumber = false;
     const QString name = tool.line.arguments[0];
-    const quint32 mode = tool.line.arguments[1].toUInt(&isNumber);
-    if (!isNumber) {
-        say(u"a mode is a number, such as 644"_s);
+    const QString mode = tool.line.arguments[1];
+    bool isOctal = false;
+    if (mode.toUInt(&isOctal, 8) > 0777 || !isOctal) {
+        say(u"a mode is an octal number up to 777, such as 644"_s);
         tool.status = statusOfUsage;
         return;
     }
-    tool.take(tool.manager.chmodFileNamed(name, mode, tool.line.server.get()), name);
+    tool.take(tool.manager.chmodFileNamed(name, mode.toUInt(), tool.line.server.get()), name);
 }
 
 /// What the library logs is said here in other words.

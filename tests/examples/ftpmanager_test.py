@@ -213,6 +213,12 @@ class Scripted(Case):
         status, said, printed = self.run_tool("h", "list", password=None)
         self.assertEqual((status, "there is no password" in said), (2, True))
 
+    def test_modes_are_octal(self):
+        self.port = 2121
+        for mode in ("1777", "789", "rw"):
+            self.assertEqual(self.run_tool("h", "chmod", "a", mode),
+                             (2, "ftpmanager: a mode is an octal number up to 777, such as 644\n", ""))
+
     def test_help_and_version_are_printed(self):
         self.port = 21
         for word, what in (("--help", "--fingerprint"), ("--version", "ftpmanager 0.")):
