@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include "FailureText.h"
+#include "SilentQuestion.h"
 
 #include <QByteArray>
 #include <QCommandLineParser>
@@ -11,8 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <termios.h>
-#include <unistd.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -49,46 +48,42 @@ const std::map<QString, Count>& operations()
     std::exit(statusAfterOutput(0));
 }
 
-/// Asks the person at the terminal, without showing the answer. Null without a terminal.
-QString askForPassword(const QString& user)
+/// Not null. What is not UTF-8 is refused: it would be sent as something else.
+QString checkedPassword(const QByteArray& bytes)
 {
-    termios before{};
-    if (::tcgetattr(STDIN_FILENO, &before) != 0) {
-        return QString();
+    if (!bytes.isValidUtf8()) {
+        endWithUsage(u"the password is not UTF-8"_s);
     }
-    termios silent = before;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
-    std::fprintf(stderr, "Password of %s: ", user.toLocal8Bit().constData());
-    QFile input;
-    QByteArray line;
-    if (input.open(stdin, QFile::ReadOnly)) {
-        line = input.readLine();
+    return u""_s + QString::fromUtf8(bytes);
+}
+
+/// The first line of the file.
+QString passwordIn(const QString& path)
+{
+    QFile file(path);
+    const bool isOpen = file.open(QFile::ReadOnly);
+    QByteArray line = isOpen ? file.readLine() : QByteArray();
+    if (!isOpen || file.error() != QFile::NoError) {
+        endWithUsage(u"the password cannot be read from %1"_s.arg(path));
     }
-    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
-    std::fputc('\n', stderr);
-    return u""_s + QString::fromLocal8Bit(line).remove(u'\n');
+    return checkedPassword(line.replace('\n', "").replace('\r', ""));
 }
 
 /// From the file, the environment or the terminal, the first that there is.
 QString passwordOf(const QString& user, const QString& path)
 {
     if (!path.isEmpty()) {
-        QFile file(path);
-        if (!file.open(QFile::ReadOnly)) {
-            endWithUsage(u"the password cannot be read from %1"_s.arg(path));
-        }
-        return u""_s + QString::fromUtf8(file.readLine()).remove(u'\n').remove(u'\r');
+        return passwordIn(path);
     }
     if (qEnvironmentVariableIsSet("FTP_PASSWORD")) {
-        return u""_s + qEnvironmentVariable("FTP_PASSWORD");
+        return checkedPassword(qgetenv("FTP_PASSWORD"));
     }
-    QString answer = askForPassword(user);
+    const QByteArray answer = askSilently(u"Password of %1: "_s.arg(user));
     if (answer.isNull()) {
         endWithUsage(
             u"there is no password for %1: give --password-file, or FTP_PASSWORD in the environment"_s.arg(user));
     }
-    return answer;
+    return checkedPassword(answer);
 }
 
 /// The 32 bytes of a SHA-256 fingerprint, written with or without ":".
@@ -160,6 +155,9 @@ CommandLine readCommandLine()
     }
     if (fmhost(words[0]).isEmpty() || fmhost(words[0]).contains(u':')) {
         endWithUsage(u"the server is a host, or host/folder; its port belongs to --port"_s);
+    }
+    if (options.isSet(passwordFile) && !options.isSet(user)) {
+        endWithUsage(u"--password-file belongs to --user"_s);
     }
 
     CommandLine line{ FMServer::anonymousServerWithDestination(words[0]), words[1], arguments };

@@ -43,7 +43,8 @@ class Case(unittest.TestCase):
         return {**plain, **({} if password is None else {"FTP_PASSWORD": password})}
 
     def words(self, *words):
-        return [PROGRAM, "--port", str(self.port), "--user", self.user, *words]
+        user = [] if self.user is None else ["--user", self.user]
+        return [PROGRAM, "--port", str(self.port), *user, *words]
 
     def run_tool(self, *words, password="", **options):
         """What the tool ends with, says, and prints."""
@@ -219,6 +220,20 @@ class Scripted(Case):
             self.assertEqual(self.run_tool("h", "chmod", "a", mode),
                              (2, "ftpmanager: a mode is an octal number up to 777, such as 644\n", ""))
 
+    def test_a_password_that_cannot_be_used_is_told(self):
+        self.port = 2121
+        path = self.local("password", b"w\xfcrd\n")
+        self.assertEqual(self.run_tool("--password-file", path, "h", "list"),
+                         (2, "ftpmanager: the password is not UTF-8; --help tells more\n", ""))
+        self.assertEqual(self.run_tool("h", "list", password="w\udcfcrd"),
+                         (2, "ftpmanager: the password is not UTF-8; --help tells more\n", ""))
+        unreadable = "/proc/self/mem"
+        self.assertEqual(self.run_tool("--password-file", unreadable, "h", "list")[:2],
+                         (2, f"ftpmanager: the password cannot be read from {unreadable}; --help tells more\n"))
+        self.user = None
+        self.assertEqual(self.run_tool("--password-file", path, "h", "list")[:2],
+                         (2, "ftpmanager: --password-file belongs to --user; --help tells more\n"))
+
     def test_help_and_version_are_printed(self):
         self.port = 21
         for word, what in (("--help", "--fingerprint"), ("--version", "ftpmanager 0.")):
@@ -262,6 +277,23 @@ class Scripted(Case):
         os.write(terminal, b"typed in\n")
         self.assertEqual(process.wait(timeout=60), 0)
         self.assertTrue(termios.tcgetattr(terminal)[3] & termios.ECHO)
+
+    def test_a_question_that_is_not_answered_leaves_the_terminal_as_it_was(self):
+        self.port = 2121
+        for typed, status in ((b"\x03", -signal.SIGINT), (b"\x04", 2)):
+            process, terminal = self.at_a_terminal("h", "login", password=None)
+            self.read_until(terminal, "Password of user: ")
+            os.write(terminal, typed)
+            self.assertEqual(process.wait(timeout=60), status)
+            self.assertTrue(termios.tcgetattr(terminal)[3] & termios.ECHO)
+
+    def test_a_question_is_asked_again_after_a_stop(self):
+        self.serve({"on": "PASS", "argument": "^typed in$", "do": ["230 in"]}, {"on": "PASS", "do": ["530 no"]})
+        process, terminal = self.at_a_terminal("127.0.0.1", "login", password=None)
+        for typed in (b"forgotten\x1a", b"typed in\n"):
+            self.read_until(terminal, "Password of user: ")
+            os.write(terminal, typed)
+        self.assertEqual(process.wait(timeout=60), 0)
 
     def at_a_terminal(self, *words, password="word"):
         terminal, other = pty.openpty()
