@@ -134,6 +134,12 @@ class Installed(Case):
         self.assertEqual(sorted(needed), ["Qt6Core", "Qt6Network"])
         self.assertIn("[libquillboxftp.so.0]", shown)
 
+    def test_it_is_not_unloaded(self):
+        program = ("import _ctypes, ctypes, sys; _ctypes.dlclose(ctypes.CDLL(sys.argv[1])._handle);"
+                   "print(open('/proc/self/maps').read())")
+        path = os.path.join(self.library, "libquillboxftp.so.0")
+        self.assertIn("libquillboxftp", run(sys.executable, "-c", program, path))
+
 
 class AsPart(Case):
     """Takes long: the library is compiled anew."""
