@@ -8,6 +8,7 @@
 #include <QDeadlineTimer>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
@@ -66,8 +67,17 @@ public:
     void setSilenceLimit(std::chrono::milliseconds limit) { m_longestWait = limit.count(); }
     bool hasTimedOut() const { return m_hasTimedOut; }
 
+    void interrupt()
+    {
+        m_isInterrupted = true;
+        ::shutdown(m_number, SHUT_RDWR); // Wakes whoever waits.
+    }
+
     bool connectTo(const sockaddr* address, socklen_t size)
     {
+        if (m_isInterrupted) {
+            return false;
+        }
         // A non-blocking connect goes on by itself, as an interrupted one does; neither must be called again.
         setNonBlocking(isLimited());
         if (::connect(m_number, address, size) == 0) {
@@ -157,7 +167,8 @@ private:
         }
     }
 
-    int m_number = -1;
+    std::atomic<int> m_number = -1;
+    std::atomic<bool> m_isInterrupted = false;
     QDeadlineTimer m_end{ QDeadlineTimer::Forever };
     qint64 m_longestWait = std::numeric_limits<int>::max(); ///< In milliseconds.
     bool m_hasTimedOut = false;
@@ -183,6 +194,11 @@ void ControlSocket::setSilenceLimit(std::chrono::milliseconds limit)
 bool ControlSocket::hasTimedOut() const
 {
     return m_descriptor->hasTimedOut();
+}
+
+void ControlSocket::interrupt()
+{
+    m_descriptor->interrupt();
 }
 
 ControlSocket::Outcome ControlSocket::connect(const QByteArray& host, quint16 port)

@@ -42,6 +42,9 @@ public:
     /// Connects to @p address, through IPv4 or IPv6. Called once, instead.
     [[nodiscard]] Outcome connect(const QHostAddress& address, quint16 port);
 
+    /// Has all that waits for the peer, and all that would, fail. Safe from any thread.
+    void interrupt();
+
     /// Sends all of @p bytes; false when the connection does not take them.
     [[nodiscard]] bool write(const QByteArray& bytes);
 

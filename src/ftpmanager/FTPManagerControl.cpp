@@ -6,6 +6,7 @@
 #include "FTPManagerStrings.h"
 #include "FailureKinds.h"
 #include "ReplyReader.h"
+#include "RunningOperation.h"
 
 #include <QUrl>
 
@@ -148,6 +149,7 @@ bool FTPManager::Private::_ftpActionForServer(const FMServer& server, const QByt
     if (server.isCareful()) {
         socket.setSilenceLimit(server.timeouts().careful);
     }
+    m_running->setEnd([&socket] { socket.interrupt(); });
     const bool isReady = prepare(socket, server);
     std::optional<QString> answers;
     bool isCommandAccepted = false;
@@ -169,6 +171,7 @@ bool FTPManager::Private::_ftpActionForServer(const FMServer& server, const QByt
     } else if (isReady) {
         answers = converse(socket, server, commands.lines());
     }
+    m_running->setEnd(nullptr);
     const bool success = answers && _checkAnswers(*answers);
     const std::lock_guard lock(m_mutex);
     m_isCommandAccepted = isCommandAccepted;

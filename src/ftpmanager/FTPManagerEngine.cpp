@@ -66,9 +66,9 @@ bool FTPManager::Private::run(FTPStream& stream)
     }
     stream.setDelegate(this);
     stream.open();
-    m_running->setLoop(&loop);
+    m_running->setEnd([&loop] { loop.stop(); });
     loop.run();
-    m_running->setLoop(nullptr);
+    m_running->setEnd(nullptr);
     // Not before: another thread that aborts can end the loop, but a stream is closed on its own thread.
     closeStreams();
     // An abort stops the loop under this lock, so that it is done with the loop when the thread goes on to its end.

@@ -1,12 +1,13 @@
 #include "RunningOperation.h"
 
 #include "FTPEngine.h"
-#include "RunLoop.h"
 
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <mutex>
-#include <set>
+#include <pthread.h>
+#include <utility>
 
 namespace {
 
@@ -16,8 +17,7 @@ constexpr std::chrono::seconds endGrace{ 2 };
 struct Operations {
     std::mutex mutex;
     std::condition_variable ended;
-    std::set<RunLoop*> loops;
-    int running = 0;
+    std::map<const quillbox::RunningOperation*, std::function<void()>> running; ///< And how each is ended.
     bool isProgramEnding = false;
 };
 
@@ -27,20 +27,43 @@ Operations& operations()
     return all;
 }
 
+void lock()
+{
+    operations().mutex.lock();
+}
+
+void unlock()
+{
+    operations().mutex.unlock();
+}
+
+/// A child of the process has none of the threads, and shares the connections.
+void forget()
+{
+    operations().running.clear();
+    unlock();
+}
+
 /// Its static object is destroyed before what operations need, since that is made first.
 class ProgramEnd {
 public:
-    ProgramEnd() { FTPEngine::prepareForTheEnd(); }
+    ProgramEnd()
+    {
+        FTPEngine::prepareForTheEnd();
+        ::pthread_atfork(lock, unlock, forget);
+    }
     ProgramEnd(const ProgramEnd&) = delete;
     ProgramEnd& operator=(const ProgramEnd&) = delete;
     ~ProgramEnd()
     {
         std::unique_lock lock(operations().mutex);
         operations().isProgramEnding = true;
-        for (RunLoop* const loop : operations().loops) {
-            loop->stop();
+        for (const auto& [operation, end] : operations().running) {
+            if (end != nullptr) {
+                end();
+            }
         }
-        operations().ended.wait_for(lock, endGrace, [] { return operations().running == 0; });
+        operations().ended.wait_for(lock, endGrace, [] { return operations().running.empty(); });
     }
 };
 
@@ -53,27 +76,25 @@ RunningOperation::RunningOperation()
     prepareForTheEnd();
     const std::lock_guard lock(operations().mutex);
     m_mayBegin = !operations().isProgramEnding;
-    operations().running += m_mayBegin ? 1 : 0;
+    if (m_mayBegin) {
+        operations().running[this] = nullptr;
+    }
 }
 
 RunningOperation::~RunningOperation()
 {
     const std::lock_guard lock(operations().mutex);
-    operations().running -= m_mayBegin ? 1 : 0;
+    operations().running.erase(this);
     operations().ended.notify_all();
 }
 
-void RunningOperation::setLoop(RunLoop* loop)
+void RunningOperation::setEnd(std::function<void()> end)
 {
     const std::lock_guard lock(operations().mutex);
-    operations().loops.erase(m_loop);
-    m_loop = loop;
-    if (loop != nullptr) {
-        operations().loops.insert(loop);
-        if (operations().isProgramEnding) {
-            loop->stop();
-        }
+    if (end != nullptr && operations().isProgramEnding) {
+        end();
     }
+    operations().running[this] = std::move(end);
 }
 
 void RunningOperation::prepareForTheEnd()

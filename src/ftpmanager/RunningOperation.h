@@ -1,6 +1,6 @@
 #pragma once
 
-class RunLoop;
+#include <functional>
 
 namespace quillbox {
 
@@ -16,8 +16,9 @@ public:
 
     /// Whether it may begin.
     bool mayBegin() const { return m_mayBegin; }
-    /// Has @p loop, which its worker runs, stopped when the program ends; null: it runs no more.
-    void setLoop(RunLoop* loop);
+    /// Has @p end called, on another thread, when the program ends; null: no more. It is not called any more when this
+    /// has returned.
+    void setEnd(std::function<void()> end);
 
     /// Has what operations need outlive the static objects that the program makes from now on. Then they work in their
     /// destructors, too. Safe on any thread.
@@ -25,7 +26,6 @@ public:
 
 private:
     bool m_mayBegin = false;
-    RunLoop* m_loop = nullptr;
 };
 
 } // namespace quillbox

@@ -7,10 +7,14 @@
 #include <quillbox/FTPManager.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <future>
 #include <map>
+#include <netinet/in.h>
 #include <string>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -59,6 +63,17 @@ int besideAnApplication()
         meanwhile = works(u"meanwhile"_s);
     }
     return before && meanwhile && works(u"afterwards"_s) ? 0 : 1;
+}
+
+int inAnotherThreadBesideAnApplication()
+{
+    int count = 1;
+    char name[] = "programs";
+    char* words[] = { name, nullptr };
+    const QCoreApplication application(count, words);
+    bool hasWorked = false;
+    std::thread([&hasWorked] { hasWorked = works(u"thread"_s); }).join(); // Nobody runs the application's loop.
+    return hasWorked ? 0 : 1;
 }
 
 int severalAtOnce()
@@ -139,6 +154,73 @@ int exitMeanwhile()
     std::exit(0);
 }
 
+/// A conversation, in a thread of its own, with a server that says nothing.
+class SilentConversation {
+public:
+    SilentConversation()
+    {
+        const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        socklen_t size = sizeof(address);
+        ::listen(listener, 1); // On any port.
+        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+        std::thread([port = ntohs(address.sin_port), ended = std::move(m_ended)]() mutable {
+            const auto server = FMServer::serverWithDestination(u"127.0.0.1"_s, u"user"_s, u"word"_s);
+            server->setPort(port);
+            static_cast<void>(FTPManager().checkLogin(server.get()));
+            ended.set_value();
+        }).detach();
+        m_connection = ::accept(listener, nullptr, nullptr);
+    }
+
+    bool isConnected() const
+    {
+        char bytes[64];
+        while (::recv(m_connection, bytes, sizeof(bytes), MSG_DONTWAIT) > 0) { }
+        return errno == EAGAIN;
+    }
+    bool hasEnded() const { return m_end.wait_for(std::chrono::seconds(1)) == std::future_status::ready; }
+
+private:
+    std::promise<void> m_ended;
+    std::future<void> m_end = m_ended.get_future();
+    int m_connection = -1;
+};
+
+/// Is destroyed after the operations were ended, since it is made before the first manager.
+struct EndWatch {
+    EndWatch() = default;
+    EndWatch(const EndWatch&) = delete;
+    EndWatch& operator=(const EndWatch&) = delete;
+    ~EndWatch()
+    {
+        if (!conversation->hasEnded()) {
+            ::_exit(1);
+        }
+    }
+
+    SilentConversation* conversation = nullptr;
+};
+
+int exitBeforeASilentServer()
+{
+    static EndWatch watch;
+    watch.conversation = new SilentConversation;
+    return 0;
+}
+
+int exitOfAChildMeanwhile()
+{
+    const SilentConversation conversation;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::exit(0);
+    }
+    int status = 0;
+    const bool isGood = ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return isGood && conversation.isConnected() ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -156,12 +238,15 @@ int main(int argc, char** argv)
     const std::map<std::string, int (*)()> programs{
         { "plain", plain },
         { "besideAnApplication", besideAnApplication },
+        { "inAnotherThreadBesideAnApplication", inAnotherThreadBesideAnApplication },
         { "severalAtOnce", severalAtOnce },
         { "afterAFork", inTwoProcesses },
         { "afterAForkBehindARefusal", afterAForkBehindARefusal },
         { "inAStaticDestructor", inAStaticDestructor },
         { "tooLate", tooLate },
         { "exitMeanwhile", exitMeanwhile },
+        { "exitBeforeASilentServer", exitBeforeASilentServer },
+        { "exitOfAChildMeanwhile", exitOfAChildMeanwhile },
     };
     ::srand(static_cast<unsigned>(::getpid()));
     const auto program = programs.find(argv[1]);

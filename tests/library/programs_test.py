@@ -32,7 +32,7 @@ class Plain(unittest.TestCase):
         """What it has ended with, and what it has said; nobody asked it to say anything."""
         words = [os.environ["PROGRAMS"], name, self.port, self.user, self.password, self.folder, *self.words]
         # What threads hold that are there to the end is no leak.
-        environment = {**os.environ, "LSAN_OPTIONS": "detect_leaks=0"} if name == "exitMeanwhile" else None
+        environment = {**os.environ, "LSAN_OPTIONS": "detect_leaks=0"} if name.startswith("exit") else None
         done = subprocess.run(words, capture_output=True, text=True, timeout=60, env=environment)
         return done.returncode, done.stderr
 
@@ -45,6 +45,9 @@ class Plain(unittest.TestCase):
 
     def test_and_before_beside_and_after_one(self):
         self.check("besideAnApplication")
+
+    def test_and_in_another_thread_than_that_of_one(self):
+        self.check("inAnotherThreadBesideAnApplication")
 
     def test_in_several_threads_at_once(self):
         self.check("severalAtOnce")
@@ -64,6 +67,12 @@ class Plain(unittest.TestCase):
     def test_a_program_may_end_in_the_midst_of_operations(self):
         for _ in range(20):
             self.assertEqual(self.run_program("exitMeanwhile")[0], 0)
+
+    def test_its_end_ends_a_conversation_with_a_silent_server(self):
+        self.assertEqual(self.run_program("exitBeforeASilentServer")[0], 0)
+
+    def test_the_end_of_a_child_does_not(self):
+        self.assertEqual(self.run_program("exitOfAChildMeanwhile")[0], 0)
 
 
 class Encrypted(Plain):
