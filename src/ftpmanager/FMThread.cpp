@@ -3,6 +3,7 @@
 #include <QtCore/private/qthread_p.h>
 
 #include <condition_variable>
+#include <latch>
 #include <mutex>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -22,12 +23,15 @@ public:
 
     void threadMain()
     {
+        m_begun.count_down();
         m_block();
         // Notified under the lock: the waiting caller destroys this as soon as it sees the flag.
         const std::lock_guard lock(m_mutex);
         m_finished = true;
         m_waitCondition.notify_all();
     }
+
+    void waitForBegin() const { m_begun.wait(); }
 
     void wait()
     {
@@ -37,6 +41,7 @@ public:
 
 private:
     const std::function<void()>& m_block;
+    std::latch m_begun{ 1 };
     std::mutex m_mutex;
     std::condition_variable m_waitCondition;
     bool m_finished = false;
@@ -56,6 +61,9 @@ private:
 
     WaitedBlock& m_block;
 };
+
+/// Held from the question whether there is a descriptor for a loop until the loop has it.
+std::mutex loopMaking;
 
 /// Whether the system has a descriptor for a loop. Without one Qt would end the program.
 bool canMakeLoop()
@@ -86,13 +94,17 @@ namespace quillbox {
 void FMThread::runInSeparateThread(const std::function<void()>& block)
 {
     WaitedBlock waited(block);
+    std::unique_lock lock(loopMaking);
     if (!canMakeLoop()) {
+        lock.unlock();
         runWithoutLoop(waited);
         return;
     }
     LoopThread thread(waited);
     thread.start();
     if (thread.isRunning() || thread.isFinished()) { // Neither, where the system has no thread left.
+        waited.waitForBegin();
+        lock.unlock();
         waited.wait();
     }
     // The thread still puts away what belongs to it, its connections among them. They shall not outlive the call.

@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -50,6 +54,35 @@ TEST(FMThreadTest, BlocksMayRunBlocks)
     });
 
     EXPECT_EQ(order, 12);
+}
+
+[[noreturn]] void runManyWithOneDescriptorLeft()
+{
+    std::vector<std::thread> callers;
+    {
+        rlimit limit{};
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+        const int next = ::dup(0);
+        ::close(next);
+        limit.rlim_cur = static_cast<rlim_t>(next) + 1;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    for (int i = 0; i < 8; ++i) {
+        callers.emplace_back([] {
+            for (int round = 0; round < 100; ++round) {
+                FMThread::runInSeparateThread([] {});
+            }
+        });
+    }
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    std::exit(0);
+}
+
+TEST(FMThreadTest, CallersThatContendForTheLastDescriptorDoNotEndTheProgram)
+{
+    EXPECT_EXIT(runManyWithOneDescriptorLeft(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace
