@@ -170,7 +170,7 @@ void HistoryTableModel::othersChanged()
     refresh();
 }
 
-/// The ledger's answer, which it gave when it knew so many files of this run.
+/// The ledger's answer, which has all files of this run with numbers below @p known and perhaps some that came later.
 void HistoryTableModel::show(const QList<LedgerKey>& keys, int known)
 {
     const bool isNews = m_query.isPlain() && known < m_history.rowCount();
@@ -188,6 +188,9 @@ void HistoryTableModel::show(const QList<LedgerKey>& keys, int known)
         }
     }
     if (isNews) {
+        while (known < m_history.rowCount() && m_rowsOfRun[static_cast<size_t>(known)] >= 0) {
+            ++known;
+        }
         m_rowsOfRun.resize(static_cast<size_t>(known));
         append(known, m_history.rowCount() - 1);
     }

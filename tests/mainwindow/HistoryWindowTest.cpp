@@ -373,7 +373,7 @@ TEST_F(LedgerWindowTest, TheFieldAndTheBoxChooseWhatIsShownAndFilesThatComeShowT
 {
     openLedger();
     open();
-    part<QLineEdit>("filterField").setText(u"lo"_s);
+    part<QLineEdit>("filterField").setText(u"/lo"_s);
     EXPECT_TRUE(waitForNames({ u"lost"_s }));
     part<QLineEdit>("filterField").clear();
     part<QCheckBox>("failedOnlyCheckBox").setChecked(true);
@@ -459,7 +459,7 @@ TEST_F(LedgerWindowTest, AHistoryThatCannotBeReadIsSaidInALineAndWhatWasQueuedAg
     ASSERT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
     EXPECT_TRUE(shownSheets().first().startsWith(u"Queue Again: The history cannot be read: "_s));
     execute(u"ALTER TABLE gone RENAME TO files"_s);
-    part<QLineEdit>("filterField").setText(u"lo"_s);
+    part<QLineEdit>("filterField").setText(u"/lo"_s);
     EXPECT_TRUE(waitForNames({ u"lost"_s }));
     EXPECT_TRUE(part<QLabel>("placeLabel").text().contains(m_path));
 }
