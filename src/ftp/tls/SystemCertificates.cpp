@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <openssl/crypto.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
@@ -23,6 +24,8 @@ X509_STORE* readStore()
 {
     X509_STORE* const store = X509_STORE_new();
     X509_STORE_set_default_paths(store);
+    OPENSSL_thread_stop(); // Not as late as at the thread's end, when nobody waits for it: it holds a lock of
+                           // OpenSSL's.
     return store;
 }
 
