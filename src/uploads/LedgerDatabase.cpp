@@ -174,8 +174,8 @@ bool LedgerDatabase::hasOtherNews()
     if (!isOpen() || !query.exec(u"PRAGMA data_version"_s) || !query.next()) {
         return false;
     }
-    const qint64 version = query.value(0).toLongLong();
-    return std::exchange(m_dataVersion, version).value_or(version) != version;
+    const qint64 present = query.value(0).toLongLong();
+    return std::exchange(m_dataVersion, present).value_or(present) != present;
 }
 
 /// Brings the database into the present version. False when it cannot be used.

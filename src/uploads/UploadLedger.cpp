@@ -300,8 +300,8 @@ bool UploadLedger::close(std::chrono::milliseconds limit)
     const auto end = std::chrono::steady_clock::now() + limit;
     endWork();
     const bool isWritten = m_thread.finish(limit);
-    const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-    m_readerThread.finish(std::max(rest, 0ms));
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    m_readerThread.finish(std::max(left, 0ms));
     return isWritten;
 }
 
