@@ -16,14 +16,15 @@ QMimeType typeOfExtension(const QString& extension)
     return types.mimeTypeForFile(u"name."_s + extension, QMimeDatabase::MatchExtension);
 }
 
-/// The desktop's icon, but for the one of any text: as many desktops draw it, a white sheet, it is not seen on the
-/// table.
+/// The desktop's icon, but for those of any text, of any document and of unknown kinds: as many desktops draw them,
+/// white sheets, they are not seen on the table.
 QIcon lookUp(const QString& extension)
 {
+    const QStringList sheets{ u"text-x-generic"_s, u"application-x-generic"_s };
     const QMimeType type = typeOfExtension(extension);
     QIcon icon;
     for (const QString& iconName : { type.iconName(), type.genericIconName() }) {
-        if (icon.isNull() && !iconName.isEmpty() && iconName != u"text-x-generic"_s) {
+        if (icon.isNull() && !type.isDefault() && !iconName.isEmpty() && !sheets.contains(iconName)) {
             icon = QIcon::fromTheme(iconName);
         }
     }

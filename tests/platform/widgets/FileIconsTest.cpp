@@ -31,12 +31,17 @@ TEST(FileIconsTest, TextsAndUnknownKindsDoNotHaveTheDesktopsWhiteSheet)
     index.close();
     QImage sheet(16, 16, QImage::Format_RGB32);
     sheet.fill(Qt::white);
-    ASSERT_TRUE(sheet.save(themes.filePath(u"white/16/text-x-generic.png"_s)));
+    const QStringList sheets{ u"text-x-generic"_s, u"application-x-generic"_s, u"application-octet-stream"_s };
+    for (const QString& iconName : sheets) {
+        ASSERT_TRUE(sheet.save(themes.filePath(u"white/16/%1.png"_s.arg(iconName))));
+    }
     QIcon::setThemeSearchPaths(QIcon::themeSearchPaths() << themes.path());
     QIcon::setThemeName(u"white"_s);
-    ASSERT_FALSE(QIcon::fromTheme(u"text-x-generic"_s).isNull());
+    for (const QString& iconName : sheets) {
+        ASSERT_FALSE(QIcon::fromTheme(iconName).isNull()) << iconName.toStdString();
+    }
 
-    for (const QString& name : { u"a.adoc"_s, u"a.unknown-kind"_s }) {
+    for (const QString& name : { u"a.diff"_s, u"a.sqlite3"_s, u"a.bin"_s, u"a.unknown-kind"_s }) {
         EXPECT_NE(FileIcons::ofFileNamed(name).pixmap(16).toImage().convertToFormat(sheet.format()), sheet)
             << name.toStdString();
     }
