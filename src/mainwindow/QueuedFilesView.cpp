@@ -62,8 +62,8 @@ private:
     const QueuedFilesView& m_view;
 };
 
-/// Lines are as wide as the view, whatever they hold. Each has the direction of its own text, whatever the window's is,
-/// so that a path reads as elsewhere.
+/// Lines are as wide as the view, whatever they hold. Each stands at the side that the window's direction says, and has
+/// the direction of its own text, so that a path reads as elsewhere.
 class LineDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -83,6 +83,8 @@ protected:
         option->text = number + elidedPath(option->text.mid(number.size()), option->fontMetrics, room);
         const QPalette& palette = option->widget->palette();
         option->palette.setColor(QPalette::Text, palette.color(option->widget->foregroundRole()));
+        const Qt::Alignment side = QStyle::visualAlignment(option->direction, Qt::AlignLeft);
+        option->displayAlignment = side | Qt::AlignVCenter | Qt::AlignAbsolute;
         option->direction = option->text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
         option->state.setFlag(QStyle::State_MouseOver, false);
     }
