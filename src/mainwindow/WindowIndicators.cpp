@@ -12,6 +12,7 @@
 #include "ui_ManualTransfers.h"
 
 #include <QDateTime>
+#include <QLocale>
 
 #include <algorithm>
 #include <chrono>
@@ -192,7 +193,7 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
 {
     // What has become of the files before stands behind the number of those that wait.
     const QString outcome = outcomeText(tally);
-    const QString waiting = length == 0 ? QString() : u"%1 waiting"_s.arg(length);
+    const QString waiting = length == 0 ? QString() : u"%1 waiting"_s.arg(QLocale().toString(length));
     QLabel& label = *m_window.waitingTextField;
     label.setMinimumWidth(label.fontMetrics().size(Qt::TextSingleLine, waiting).width() + 2); // It is never cut.
     setTextIfNew(label, waiting.isNull() || outcome.isNull() ? waiting : waiting + u" – "_s + outcome);
@@ -217,7 +218,7 @@ void WindowIndicators::showProgress(const Values& values, const WindowState& sta
     setTextIfNew(*m_window.totalBytesTextField,
                  isSizeShown ? u" of %1"_s.arg(stringForFileSize(static_cast<quint64>(state.size))) : QString());
     setTextIfNew(*m_window.percentTextField,
-                 isSizeShown ? furtherFigure(u"%1 %"_s.arg(barValue(values.percent))) : QString());
+                 isSizeShown ? furtherFigure(u"%1 %"_s.arg(QLocale().toString(barValue(values.percent)))) : QString());
     m_window.figuresRow->textsChanged();
 }
 

@@ -13,8 +13,8 @@ constexpr qint64 hour = 60 * minute;
 
 QString inTwoUnits(qint64 count, const QString& unit, qint64 rest, const QString& restUnit)
 {
-    const QString whole = QString::number(count) + unit;
-    return rest == 0 ? whole : whole + u' ' + QString::number(rest) + restUnit;
+    const QString whole = QLocale().toString(count) + unit;
+    return rest == 0 ? whole : whole + u' ' + QLocale().toString(rest) + restUnit;
 }
 
 } // namespace
@@ -25,7 +25,7 @@ QString durationText(std::chrono::milliseconds duration)
     const qint64 milliseconds = std::max<qint64>(duration.count(), 0);
     const qint64 tenths = milliseconds / 100;
     if (tenths == 0 && milliseconds > 0) {
-        return QString::number(milliseconds) + u" ms"_s;
+        return QLocale().toString(milliseconds) + u" ms"_s;
     }
     const qint64 seconds = tenths / 10;
     if (seconds < shortestWhole) {
@@ -33,7 +33,7 @@ QString durationText(std::chrono::milliseconds duration)
         return QLocale().toString(static_cast<double>(tenths) / 10, 'f', decimals) + u" s"_s;
     }
     if (seconds < minute) {
-        return QString::number(seconds) + u" s"_s;
+        return QLocale().toString(seconds) + u" s"_s;
     }
     if (seconds < hour) {
         return inTwoUnits(seconds / minute, u" min"_s, seconds % minute, u" s"_s);

@@ -1,3 +1,4 @@
+#include "LocaleScope.h"
 #include "Metronome.h"
 #include "NumberText.h"
 #include "ViewControllerTest.h"
@@ -159,6 +160,21 @@ TEST_F(ViewControllerProgressTest, TheSizeOfTheFileStandsInALabelOfItsOwn)
     finishUpload();
     tick();
     EXPECT_EQ(text("totalBytesTextField"), u""_s);
+}
+
+TEST_F(ViewControllerProgressTest, TheDigitsOfItsFiguresAreThoseOfTheLocale)
+{
+    const LocaleScope locale(QLocale(QLocale::Arabic, QLocale::Egypt));
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s), makeFile(u"c"_s) });
+    tick();
+    upload().sendOpenCompleted();
+
+    m_controller->percentDone(15);
+    m_controller->bytesDone(2);
+    tick();
+
+    EXPECT_EQ(text("waitingTextField"), u"٢ waiting"_s);
+    EXPECT_EQ(text("percentTextField"), u" · ١٥ %"_s);
 }
 
 } // namespace

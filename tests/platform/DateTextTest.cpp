@@ -1,27 +1,14 @@
 #include "DateText.h"
 
 #include "EnvironmentValue.h"
+#include "LocaleScope.h"
 #include "Printers.h"
-
-#include <QLocale>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Sets the program's locale for the length of one test.
-class LocaleScope {
-public:
-    explicit LocaleScope(const QLocale& locale) { QLocale::setDefault(locale); }
-    LocaleScope(const LocaleScope&) = delete;
-    LocaleScope& operator=(const LocaleScope&) = delete;
-    ~LocaleScope() { QLocale::setDefault(m_before); }
-
-private:
-    QLocale m_before;
-};
 
 const QDateTime afternoon(QDate(2024, 1, 9), QTime(15, 4, 5));
 

@@ -1,6 +1,7 @@
 #include "DurationText.h"
 
 #include "CheckRows.h"
+#include "LocaleScope.h"
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,21 @@ TEST(DurationTextTest, OneOrTwoUnitsAreShown)
             { 130min + 40s, u"2 h 10 min"_s },
             { 100h, u"100 h"_s },
             { "negative", -5s, u"0 s"_s },
+        },
+        durationText);
+}
+
+TEST(DurationTextTest, ItsDigitsAreThoseOfTheLocale)
+{
+    const LocaleScope locale(QLocale(QLocale::Arabic, QLocale::Egypt));
+
+    checkRows<QString(std::chrono::milliseconds)>(
+        {
+            { 45ms, u"٤٥ ms"_s },
+            { 400ms, u"٠٫٤ s"_s },
+            { 25s, u"٢٥ s"_s },
+            { 185s, u"٣ min ٥ s"_s },
+            { 130min, u"٢ h ١٠ min"_s },
         },
         durationText);
 }
