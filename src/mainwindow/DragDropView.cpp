@@ -179,7 +179,11 @@ void DragDropView::arrange()
     m_hint->setShape(!isOneLine ? TwoLines : hasFiles ? OneShortLine : OneLine);
     const int margin = height() > 5 * fontMetrics().lineSpacing() ? 12 : leastMargin;
     layout()->setContentsMargins(14, margin, 14, margin);
-    m_textView->setMaximumHeight(m_textView->heightOfLines(height() - 2 * margin));
+    const int listHeight = m_textView->heightOfLines(height() - 2 * margin);
+    m_textView->setMaximumHeight(listHeight);
+    // Lower than three lines, a bar would be two arrows with nothing between them.
+    m_textView->setVerticalScrollBarPolicy(listHeight < 3 * m_textView->heightOfLines(0) ? Qt::ScrollBarAlwaysOff
+                                                                                         : Qt::ScrollBarAsNeeded);
 }
 
 void DragDropView::resizeEvent(QResizeEvent* event)

@@ -14,7 +14,9 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTabWidget>
+#include <QTest>
 #include <QToolButton>
+#include <QWheelEvent>
 
 #include <algorithm>
 
@@ -219,6 +221,30 @@ TEST_F(WindowLayoutTest, InALowWindowTheDropAreaIsALine)
     startSending();
     const QueuedFilesView& list = *control<DragDropView>("dragAndDropView").textView();
     EXPECT_EQ(list.height(), list.sizeHintForRow(0));
+}
+
+TEST_F(WindowLayoutTest, AListOfLessThanThreeLinesScrollsWithoutABar)
+{
+    auto& view = control<DragDropView>("dragAndDropView");
+    QueuedFilesView& list = *view.textView();
+    QScrollBar& bar = *list.verticalScrollBar();
+    view.displayDroppedFiles({ u"/a"_s, u"/b"_s, u"/c"_s, u"/d"_s, u"/e"_s, u"/f"_s, u"/g"_s, u"/h"_s });
+    resize({ 760, 700 });
+    ASSERT_GE(list.height(), 3 * list.sizeHintForRow(0));
+    EXPECT_TRUE(bar.isVisible());
+
+    resize({ 760, 559 });
+
+    ASSERT_LT(list.height(), 3 * list.sizeHintForRow(0));
+    EXPECT_FALSE(bar.isVisible());
+    QTest::keyClick(&list, Qt::Key_Home);
+    QTest::keyClick(&list, Qt::Key_End);
+    EXPECT_EQ(bar.value(), bar.maximum());
+    const QPoint centre = list.viewport()->rect().center();
+    QWheelEvent turn(centre, list.viewport()->mapToGlobal(centre), QPoint(), QPoint(0, 120), Qt::NoButton,
+                     Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(list.viewport(), &turn);
+    EXPECT_LT(bar.value(), bar.maximum());
 }
 
 TEST_F(WindowLayoutTest, InANarrowWindowTheOutcomesButtonsStandBelowIt)
