@@ -18,7 +18,7 @@ set(QUILLBOX_CORE_HEADERS
     <QByteArray> <QDateTime> <QHash> <QList> <QObject> <QString> <QStringList> <QTimer> <QUrl>
     <algorithm> <array> <chrono> <functional> <memory> <optional> <span> <utility> <vector>)
 set(QUILLBOX_WIDGET_HEADERS
-    ${QUILLBOX_CORE_HEADERS} <QApplication> <QHeaderView> <QLabel> <QLineEdit> <QMainWindow> <QMenu> <QMessageBox>
+    ${QUILLBOX_CORE_HEADERS} <QApplication> <QHeaderView> <QLabel> <QLineEdit> <QMainWindow> <QMenu>
     <QMimeData> <QPainter> <QPointer> <QPushButton> <QTableView>)
 set(QUILLBOX_TEST_HEADERS <gtest/gtest.h> <QDir> <QFile> <QSignalSpy> <QTemporaryDir> <QTest>)
 
