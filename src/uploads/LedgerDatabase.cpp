@@ -23,6 +23,7 @@ using Outcome = HistoryEntry::Outcome;
 namespace {
 
 constexpr int version = 2;
+constexpr qint64 lastRowOnDisk = 1LL << 40; ///< Rows in memory come behind it: what is a key of one is none of another.
 constexpr qint64 dayMs = 24LL * 60 * 60 * 1000;
 
 // What SQLite answers, without what it adds to it in the higher bits.
@@ -218,7 +219,8 @@ bool LedgerDatabase::setUp()
                      "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, username TEXT, "
                      "encryption INTEGER, UNIQUE (run, number))"_s)
             && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
-            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided);
+            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
+            && (m_isOnDisk || run(u"INSERT INTO sqlite_sequence (name, seq) VALUES ('files', ?)"_s, { lastRowOnDisk }));
     }
     if (isDone && presentVersion == 1) {
         isDone = run(u"ALTER TABLE files ADD COLUMN username TEXT"_s)

@@ -234,6 +234,8 @@ private:
         m_path.clear();
         m_database.open(m_path);
         postCall(&m_ledger, [&ledger = m_ledger, text, isNews] { ledger.failed(text, isNews); });
+        tellInterrupted();
+        tellOthers();
         return false;
     }
 

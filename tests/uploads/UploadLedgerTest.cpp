@@ -718,6 +718,29 @@ TEST_F(UploadLedgerTest, AfterAProblemOthersTakeTheRunForOneThatGoesOnUntilItEnd
     EXPECT_EQ(interruptedOf(u"Quillbox"_s), 1);
 }
 
+TEST_F(UploadLedgerTest, AfterAProblemNoRowOfTheDatabaseIsTakenForAnother)
+{
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ u"/a"_s });
+        run.settle();
+    }
+    Launch run(m_path);
+    ASSERT_TRUE(waitFor([&run] { return run.ledger.interrupted().size() == 1; }));
+    const QList<LedgerKey> keys = run.ledger.interrupted();
+    QSignalSpy news(&run.ledger, &UploadLedger::othersChanged);
+    ask(u"CREATE TRIGGER refusal BEFORE INSERT ON files BEGIN SELECT RAISE(ABORT, 'no'); END"_s);
+    run.history.filesQueued({ u"/b"_s });
+    ASSERT_TRUE(waitFor([&run] { return run.problems.size() == 1; }));
+
+    EXPECT_TRUE(waitFor([&news] { return !news.isEmpty(); }));
+    EXPECT_TRUE(run.ledger.interrupted().isEmpty());
+    std::optional<qsizetype> known;
+    run.ledger.read(keys, &run.ledger, [&known](const auto& rows) { known = rows.value().size(); });
+    ASSERT_TRUE(waitFor([&known] { return known.has_value(); }));
+    EXPECT_EQ(*known, 0);
+}
+
 TEST_F(UploadLedgerTest, AHistoryThatIsNotKeptLeavesNothing)
 {
     Launch run{ QString() };
