@@ -355,13 +355,12 @@ LedgerProblem LedgerDatabase::prune(Bounds bounds)
     if (!begin()) {
         return m_problem;
     }
-    // Order is by row: a clock that was wrong for a while makes nothing old that came behind what is young. Where
-    // nothing is young, it may be the clock of now that is wrong.
-    const qint64 youngest = QDateTime::currentMSecsSinceEpoch() - bounds.days * dayMs;
-    const bool isDone
-        = run(u"DELETE FROM files WHERE NOT (%1) AND NOT (%2) AND row < (SELECT row FROM files WHERE time >= ? "
-              "ORDER BY row LIMIT 1)"_s.arg(unended, undecided),
-              { youngest })
+    // Order is by row: a clock that was wrong for a while makes nothing old that came behind what is young. What is
+    // still to come is not young either. Where nothing is young, it may be the clock of now that is wrong.
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const bool isDone = run(u"DELETE FROM files WHERE NOT (%1) AND NOT (%2) AND row < (SELECT row FROM files WHERE "
+                            "time BETWEEN ? AND ? ORDER BY row LIMIT 1)"_s.arg(unended, undecided),
+                            { now - bounds.days * dayMs, now + dayMs })
         && run(u"DELETE FROM files WHERE NOT (%1) AND NOT (%2) AND row <= (SELECT row FROM files WHERE NOT (%1) "
                "ORDER BY row DESC LIMIT 1 OFFSET ?)"_s.arg(unended, undecided),
                { bounds.files });

@@ -360,6 +360,25 @@ TEST_F(UploadLedgerTest, AStartWithAClockThatRunsAheadRemovesNothing)
     EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Confirmed) });
 }
 
+TEST_F(UploadLedgerTest, AFileOfAClockThatRanAheadKeepsNoOldOnes)
+{
+    const auto sendOne = [this](const QString& path) {
+        Launch run(m_path);
+        run.history.filesQueued({ path });
+        run.confirmNext();
+        run.settle();
+    };
+    shiftWallClock(-100 * 24h);
+    sendOne(u"/old"_s);
+    shiftWallClock(1000 * 24h);
+    sendOne(u"/ahead"_s);
+    shiftWallClock(0s);
+    sendOne(u"/young"_s);
+    Launch(m_path).settle();
+
+    EXPECT_EQ(outcomes(), QStringList{ row(u"young"_s, Outcome::Confirmed) });
+}
+
 /// Files of an earlier run that can be found.
 class LedgerQueryTest : public UploadLedgerTest {
 protected:
