@@ -369,7 +369,11 @@ LedgerProblem LedgerDatabase::prune(Bounds bounds)
 
 LedgerProblem LedgerDatabase::clear()
 {
-    return begin() ? end(run(u"DELETE FROM files WHERE NOT (%1)"_s.arg(unended))) : m_problem;
+    if (!begin()) {
+        return m_problem;
+    }
+    return end(
+        run(u"DELETE FROM files WHERE NOT (%1) AND NOT (copy != ? AND %2)"_s.arg(unended, undecided), { m_copy }));
 }
 
 QList<LedgerKey> LedgerDatabase::interrupted()

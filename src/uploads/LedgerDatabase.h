@@ -52,7 +52,8 @@ public:
     LedgerProblem write(const LedgerBatch& batch);
     /// Removes what is beyond @p bounds and has ended.
     LedgerProblem prune(Bounds bounds);
-    /// Removes all that has ended.
+    /// Removes all that has ended, but for the files of other copies that were interrupted, of which those have yet to
+    /// say what is to become.
     LedgerProblem clear();
 
     /// Where a reader finds the database while it is open.

@@ -282,6 +282,21 @@ TEST_F(UploadLedgerTest, ClearingKeepsWhatWaits)
     EXPECT_EQ(outcomes(), (QStringList{ row(u"b"_s, Outcome::Sending), row(u"c"_s, Outcome::Waiting) }));
 }
 
+TEST_F(UploadLedgerTest, ClearingKeepsWhatAnotherCopyHasToSayYet)
+{
+    for (const QString& copy : { u"Bilder"_s, u"Quillbox"_s }) {
+        Launch run(m_path, copy);
+        run.history.filesQueued({ u"/of "_s + copy });
+        run.settle();
+    }
+    Launch run(m_path);
+    run.ledger.clear();
+    run.settle();
+
+    EXPECT_EQ(outcomes(), QStringList{ row(u"of Bilder"_s, Outcome::Interrupted) });
+    EXPECT_EQ(interruptedOf(u"Bilder"_s), 1);
+}
+
 TEST_F(UploadLedgerTest, TheLastEndedFilesAreKeptAndAllThatWait)
 {
     {
