@@ -166,7 +166,12 @@ void LedgerDatabase::leave()
 
 LedgerSource LedgerDatabase::source() const
 {
-    return isOpen() ? LedgerSource{ m_database.databaseName(), m_database.connectOptions(), m_run } : LedgerSource();
+    if (!isOpen()) {
+        return {};
+    }
+    // A reader makes no database where this one has gone. One in memory cannot be shared for reading alone.
+    const QString options = m_database.connectOptions() + (m_isOnDisk ? u";QSQLITE_OPEN_READONLY"_s : QString());
+    return { m_database.databaseName(), options, m_run };
 }
 
 bool LedgerDatabase::hasOtherNews()

@@ -516,6 +516,21 @@ TEST_F(LedgerQueryTest, ADatabaseThatCannotBeReadIsNoEmptyOne)
     EXPECT_TRUE(run.ledger.readProblem().isNull());
 }
 
+TEST_F(LedgerQueryTest, WhereTheDatabaseHasGoneReadingMakesNone)
+{
+    Launch run(m_path);
+    std::optional<bool> isRead;
+    run.history.note(u"Mine"_s);
+    ASSERT_TRUE(waitFor([this] { return outcomes().last().startsWith(u"Mine"_s); }));
+    ASSERT_TRUE(QDir().rename(QFileInfo(m_path).path(), m_directory.filePath(u"elsewhere"_s)));
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(m_path).path()));
+    run.ledger.find({}, &run.ledger, [&isRead](const auto& keys) { isRead = keys.has_value(); });
+    ASSERT_TRUE(waitFor([&isRead] { return isRead.has_value(); }));
+
+    EXPECT_FALSE(*isRead);
+    EXPECT_FALSE(QFile::exists(m_path));
+}
+
 TEST_F(LedgerQueryTest, WhatOthersHaveWrittenIsNoticedAndWhatThisRunHasIsNot)
 {
     Launch run(m_path);
