@@ -123,8 +123,7 @@ public:
 
     void open()
     {
-        const LedgerProblem problem = repeatWhileBusy([this] { return m_database.open(m_path); });
-        m_wasKept = judge(problem == LedgerProblem::Busy ? LedgerProblem::NotWritable : problem);
+        m_wasKept = judgeWhatMustBe(repeatWhileBusy([this] { return m_database.open(m_path); }));
         if (m_wasKept) {
             prune();
         }
@@ -134,11 +133,7 @@ public:
     void write()
     {
         const LedgerBatch batch = takeNews();
-        LedgerProblem problem = LedgerProblem::Busy;
-        while (problem == LedgerProblem::Busy && m_database.isOpen()) {
-            problem = m_database.write(batch);
-        }
-        judge(problem);
+        judgeWhatMustBe(repeatWhileBusy([this, &batch] { return m_database.write(batch); }));
         for (const LedgerBatch::Added& added : batch.added) {
             m_rowsSincePruning += static_cast<int>(added.paths.size());
         }
@@ -219,6 +214,12 @@ private:
     void tellOthers()
     {
         postCall(&m_ledger, [&ledger = m_ledger] { emit ledger.othersChanged(); });
+    }
+
+    /// Judges what cannot be left undone: when others write for too long, it is as if it could not be written.
+    bool judgeWhatMustBe(LedgerProblem problem)
+    {
+        return judge(problem == LedgerProblem::Busy ? LedgerProblem::NotWritable : problem);
     }
 
     /// Goes on in memory when there is a @p problem that stays. True when there is none.

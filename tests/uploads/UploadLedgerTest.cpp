@@ -717,6 +717,28 @@ TEST_F(UploadLedgerTest, WhereOthersWriteForTooLongItGoesOnInMemoryAndSaysSo)
     EXPECT_TRUE(waitFor([&found] { return found == 1; }));
 }
 
+TEST_F(UploadLedgerTest, WhereOthersBeginToWriteForTooLongItGoesOnInMemory)
+{
+    Launch run;
+    run.ledger.open(m_path, u"Quillbox"_s, {}, 0ms);
+    run.history.filesQueued({ u"/a"_s });
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"other"_s);
+        other.setDatabaseName(m_path);
+        ASSERT_TRUE(other.open());
+        EXPECT_TRUE(QSqlQuery(other).exec(u"BEGIN IMMEDIATE"_s));
+        run.history.filesQueued({ u"/b"_s });
+        EXPECT_TRUE(waitFor([&run] { return !run.problems.isEmpty(); }));
+    }
+    QSqlDatabase::removeDatabase(u"other"_s);
+
+    EXPECT_TRUE(run.ledger.problem().contains(u"database is locked"_s)) << run.ledger.problem().toStdString();
+    std::optional<qsizetype> found;
+    run.ledger.find({}, &run.ledger, [&found](const auto& keys) { found = keys.value().size(); });
+    EXPECT_TRUE(waitFor([&found] { return found == 2; }));
+}
+
 TEST_F(UploadLedgerTest, AFolderThatCannotBeMadeIsSaidOnce)
 {
     QFile file(m_directory.filePath(u"state"_s));
