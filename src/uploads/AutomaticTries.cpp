@@ -35,12 +35,18 @@ AutomaticTries::AutomaticTries(UploadHistory& history, UploadQueue& queue, Delay
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &AutomaticTries::look);
     connect(&history, &UploadHistory::fileFails, this, &AutomaticTries::fileFails);
-    connect(&history, &UploadHistory::queueBegins, this, [this] { m_hindrance.clear(); });
+    connect(&history, &UploadHistory::queueBegins, this, &AutomaticTries::queueBegins);
 }
 
 AutomaticTries::Delays AutomaticTries::usualDelays()
 {
     return { 10s, 30s, 60s, 300s };
+}
+
+void AutomaticTries::queueBegins()
+{
+    m_hindrance.clear();
+    m_hadWay = NetworkManager::hasConnectivity() || (m_hadWay && !m_waiting.empty());
 }
 
 void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
@@ -56,7 +62,8 @@ void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
     emit changed();
 }
 
-/// Queues what is due, or all when there is a way to the network again.
+/// Queues what is due, or all when there is a way to the network again. Where the way has gone, what is due waits for
+/// it; where there has been none, a server may be near all the same.
 void AutomaticTries::look()
 {
     if (!isWanted()) {
@@ -69,8 +76,9 @@ void AutomaticTries::look()
     });
     const bool isCutOff = !NetworkManager::hasConnectivity();
     const bool isBack = std::exchange(m_wasCutOff, isCutOff) && !isCutOff;
+    m_hadWay = m_hadWay || !isCutOff;
     std::vector<Waiting> due;
-    if (!isCutOff) {
+    if (!isHeldBack()) {
         const auto later = std::stable_partition(
             m_waiting.begin(), m_waiting.end(),
             [isBack, now = Clock::now()](const Waiting& file) { return isBack || file.due <= now; });
@@ -168,6 +176,6 @@ void AutomaticTries::lookSoon()
     const auto first = std::min_element(m_waiting.begin(), m_waiting.end(),
                                         [](const Waiting& left, const Waiting& right) { return left.due < right.due; });
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(first->due - Clock::now());
-    const std::chrono::milliseconds least = m_wasCutOff ? lookInterval : 1ms; // What is due waits for the network.
+    const std::chrono::milliseconds least = isHeldBack() ? lookInterval : 1ms; // What is due waits for the network.
     m_timer.start(std::clamp<std::chrono::milliseconds>(rest, least, lookInterval));
 }

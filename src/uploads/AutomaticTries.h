@@ -15,9 +15,9 @@ class UploadHistory;
 class UploadQueue;
 
 /// Queues files again by themselves that failed for the connection, where the settings want it ("RetryFailedFiles"):
-/// each after a while that grows from try to try, or when there is a way to the network again, and to the destination
-/// that it was for and no other. A file of the queue that is lost for the fifth time stays lost. Belongs to the main
-/// thread.
+/// each after a while that grows from try to try, or when there is a way to the network again that had gone, and to the
+/// destination that it was for and no other. A file of the queue that is lost for the fifth time stays lost. Belongs to
+/// the main thread.
 class AutomaticTries final : public QObject {
     Q_OBJECT
 
@@ -57,6 +57,9 @@ private:
         std::chrono::steady_clock::time_point due;
     };
 
+    /// Whether what is due waits until there is a way to the network again.
+    bool isHeldBack() const { return m_wasCutOff && m_hadWay; }
+    void queueBegins();
     void fileFails(int number, const UploadOutcome& outcome);
     void look();
     void queue(const std::vector<Waiting>& files);
@@ -70,5 +73,6 @@ private:
     QHash<int, int> m_triesBefore; ///< Of files that were queued by themselves.
     QString m_hindrance;
     bool m_wasCutOff = false; ///< At the last look there was no way to the network.
+    bool m_hadWay = false; ///< There was one when the queue began, or at a look since.
     QTimer m_timer;
 };

@@ -197,14 +197,28 @@ TEST_F(AutomaticTriesTest, FilesAreTriedAfterTenSecondsHalfAMinuteAMinuteAndFive
 TEST_F(AutomaticTriesTest, WithoutAWayToTheNetworkFilesThatAreDueAreLookedAtOnceASecond)
 {
     setDelays({ 1ms });
-    m_isReachable = false;
     add({ u"/a"_s });
+    m_isReachable = false;
+    m_looks = 0;
     end(lost);
     ASSERT_TRUE(waitFor([this] { return m_looks > 0; }));
     const Metronome metronome(20ms);
     ASSERT_TRUE(waitFor([&metronome] { return metronome.beats() == 10; }));
 
     EXPECT_LE(m_looks, 3); // One, on a machine that does nothing else.
+    EXPECT_TRUE(m_queue.isEmpty());
+}
+
+TEST_F(AutomaticTriesTest, WhereThereWasNoWayToTheNetworkWhenTheQueueBeganFilesAreTriedWhenTheyAreDue)
+{
+    setDelays({ 1ms, 1ms });
+    m_isReachable = false; // The server is beside this machine.
+    add({ u"/a"_s });
+    end(lost);
+    ASSERT_TRUE(waitForQueue({ u"/a"_s }));
+    end(lost);
+
+    EXPECT_TRUE(waitForQueue({ u"/a"_s }));
 }
 
 TEST_F(AutomaticTriesTest, ATryGoesToTheDestinationOfTheFirstOrIsGivenUp)
