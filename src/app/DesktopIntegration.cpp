@@ -1,6 +1,7 @@
 #include "DesktopIntegration.h"
 
 #include "Addressing.h"
+#include "AutomaticTries.h"
 #include "ProgramIdentity.h"
 #include "ViewController.h"
 
@@ -20,6 +21,7 @@ constexpr auto longestCheck = 5s;
 DesktopIntegration::DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop)
     : m_desktop(std::move(desktop))
     , m_history(viewController.history())
+    , m_tries(viewController.tries())
     , m_notifier(m_desktop.sessionBus(),
                  { .name = Addressing::appName(programName),
                    .icon = ProgramIdentity::iconName(),
@@ -52,7 +54,7 @@ DesktopIntegration::DesktopIntegration(ViewController& viewController, const QSt
 
 void DesktopIntegration::queueDrained()
 {
-    if (m_desktop.isInFront()) {
+    if (m_desktop.isInFront() || m_tries.isQueueOfTries()) { // The first failure of those files was said.
         return;
     }
     m_check.start(m_history.hasUncheckedFiles() ? std::chrono::milliseconds(longestCheck) : 0ms);

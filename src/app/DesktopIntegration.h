@@ -10,6 +10,7 @@
 
 #include <functional>
 
+class AutomaticTries;
 class UploadHistory;
 class ViewController;
 
@@ -39,6 +40,7 @@ private:
 
     Desktop m_desktop;
     UploadHistory& m_history;
+    const AutomaticTries& m_tries;
     QTimer m_check{ this }; ///< Runs while a listing that is to come may know better of the last queue.
     Notifier m_notifier;
     LauncherProgress m_progress;

@@ -140,6 +140,17 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
     hinder(others);
 }
 
+bool AutomaticTries::isQueueOfTries() const
+{
+    for (int row = m_history.firstQueueRow(); row < m_history.rowCount(); ++row) {
+        const HistoryEntry entry = m_history.entries().withoutPath(row);
+        if (!entry.isManual && entry.outcome != HistoryEntry::Outcome::Note && !isTry(row)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void AutomaticTries::dropOthers(const Destination& present)
 {
     QMap<QString, int> others;

@@ -33,6 +33,8 @@ public:
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
     /// Whether the file of this run with that @p number was queued by itself.
     bool isTry(int number) const { return m_triesBefore.contains(number); }
+    /// Whether all files of the present queue, or of the last one, were queued by themselves.
+    bool isQueueOfTries() const;
     /// What kept files from another try since the last queue began; null where nothing did.
     const QString& hindrance() const { return m_hindrance; }
 

@@ -199,6 +199,23 @@ TEST_F(DesktopIntegrationTest, WhatTheUserHasEndedIsNotNotified)
     EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: “a” uploaded"_s });
 }
 
+TEST_F(DesktopIntegrationTest, AQueueOfFilesThatAreTriedAgainByThemselvesIsNotNotified)
+{
+    set(u"RetryFailedFiles"_s, true);
+    startOne();
+    upload().sendRefusal(421);
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    m_controller->tries().tryNow();
+    tick();
+    upload().sendRefusal(421);
+    startOne();
+    finishOne();
+
+    ASSERT_TRUE(
+        waitFor([this] { return m_notifications.shown.constLast().startsWith(u"Scans: Upload finished: "_s); }));
+    EXPECT_EQ(m_notifications.shown.size(), 2);
+}
+
 TEST_F(DesktopIntegrationTest, TheMachineStaysAwakeWhileAFileMovesAndNotLonger)
 {
     startOne();
