@@ -1,6 +1,7 @@
 #include "Pump.h"
 
 #include "AutomaticTries.h"
+#include "DelayedAlert.h"
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
 #include "FTPCreateController.h"
@@ -18,6 +19,7 @@
 #include "UserDefaults.h"
 #include "WindowIndicators.h"
 
+#include <optional>
 #include <utility>
 
 namespace {
@@ -198,6 +200,10 @@ void Pump::startNext()
         m_parts.indicators.resetProgress();
         m_parts.pace.uploadStarts();
         m_isTurnComing = false;
+        std::optional<DelayedAlertSilence> silence;
+        if (m_parts.tries.isTry(m_parts.history.nextRow())) {
+            silence.emplace();
+        }
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
     } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {

@@ -20,6 +20,8 @@ constexpr int pauseMs = 900;
 /// A user who has seen the alert takes at least so long to ask again; a queue asks at once.
 constexpr int quickestUserMs = 250;
 
+thread_local int silences = 0; ///< So many live.
+
 std::function<void(const QString&, const QString&)>& installedPresenter()
 {
     static std::function<void(const QString&, const QString&)> presenter;
@@ -82,7 +84,7 @@ AlertRuns& alertRuns()
 
 void ShowAlertAfterDelay(const QString& message, const QString& informative)
 {
-    if (!alertRuns().beginsWith(message, informative)) {
+    if (silences > 0 || !alertRuns().beginsWith(message, informative)) {
         return;
     }
     RunLoop::dispatchAfter(delayMs, nullptr, [message, informative] {
@@ -93,6 +95,16 @@ void ShowAlertAfterDelay(const QString& message, const QString& informative)
             presenter(message, informative);
         }
     });
+}
+
+DelayedAlertSilence::DelayedAlertSilence()
+{
+    ++silences;
+}
+
+DelayedAlertSilence::~DelayedAlertSilence()
+{
+    --silences;
 }
 
 void setDelayedAlertPresenter(std::function<void(const QString&, const QString&)> presenter)

@@ -10,6 +10,16 @@
 /// thread.
 void ShowAlertAfterDelay(const QString& message, const QString& informative);
 
+/// While one lives, requests for delayed alerts on its thread are dropped: what goes on there is nothing that the user
+/// has asked for.
+class DelayedAlertSilence {
+public:
+    DelayedAlertSilence();
+    DelayedAlertSilence(const DelayedAlertSilence&) = delete;
+    DelayedAlertSilence& operator=(const DelayedAlertSilence&) = delete;
+    ~DelayedAlertSilence();
+};
+
 /// Installs what shows delayed alerts, given the message and the informative text. Without one they are dropped. To a
 /// new one nothing counts as told. For the main thread.
 void setDelayedAlertPresenter(std::function<void(const QString&, const QString&)> presenter);

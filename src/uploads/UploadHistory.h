@@ -76,6 +76,8 @@ public:
     QString queueText() const;
     /// How many files wait in the queue.
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
+    /// The row of the first of them; -1 for none.
+    int nextRow() const { return m_waiting.empty() ? -1 : m_waiting.front(); }
     /// Whether files of the queue wait or are being sent.
     bool isQueueUnderWay() const { return !m_waiting.empty() || isQueueFileSent(); }
     /// Whether a listing that has yet to come may change the tally of the queue.

@@ -1,7 +1,10 @@
 #include "OutcomeLine.h"
 
+#include "DelayedAlert.h"
+#include "Delays.h"
 #include "DestinationSettings.h"
 #include "HistoryWindow.h"
+#include "NetworkManager.h"
 #include "ViewControllerTest.h"
 
 #include <QAccessible>
@@ -545,6 +548,22 @@ TEST_F(AnotherTryTest, OnlyTheFirstFailureOfAFileRaisesTheAlert)
     m_controller->updateStatus(u"Error"_s);
 
     EXPECT_EQ(shownSheets().size(), before);
+}
+
+TEST_F(AnotherTryTest, NoTryRaisesTheAlertThatThereIsNoWayToTheNetwork)
+{
+    setDelayedAlertPresenter(nullptr); // Nothing counts as told.
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    loseNext();
+    m_controller->tries().tryNow();
+    NetworkManager::setReachabilitySource([] { return ReachabilityFlags(); });
+    loseNext();
+    EXPECT_TRUE(delaysOf(*qApp).isEmpty());
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    loseNext();
+
+    EXPECT_EQ(delaysOf(*qApp), QList<int>{ 1000 });
+    passDelaysOf(*qApp);
 }
 
 TEST_F(AnotherTryTest, TriesOfTheirOwnAreNoRequestOfTheUser)
