@@ -9,6 +9,8 @@
 #include <QSocketNotifier>
 #include <QTcpSocket>
 
+#include <openssl/crypto.h>
+
 FTPEngine::FTPEngine(const FTPTimeouts& timeouts)
     : m_gate(DeliveryGate::ofThisThread())
     , m_timeouts(timeouts)
@@ -25,6 +27,11 @@ void FTPEngine::prepareForTheEnd()
     QTcpSocket().setSocketDescriptor(-1); // Makes what sockets need.
     const QSocketNotifier notifier(QSocketNotifier::Read); // Makes the registry of types.
     SystemCertificates::prepareForTheEnd();
+}
+
+void FTPEngine::leaveThread()
+{
+    OPENSSL_thread_stop();
 }
 
 void FTPEngine::setAddress(const QString& host, quint16 port, const QHostAddress& address)

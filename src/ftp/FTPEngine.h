@@ -27,6 +27,9 @@ public:
     /// Has what engines use of Qt's and OpenSSL's static objects outlive those that the program makes from now on. Then
     /// engines work in their destructors, too. Safe on any thread.
     static void prepareForTheEnd();
+    /// Puts away what OpenSSL keeps for the calling thread, which is about to end: at its very end, when nobody waits
+    /// for it any more, that may come too late.
+    static void leaveThread();
 
     /// A changed limit applies to waits that begin later.
     FTPTimeouts& timeouts() { return m_timeouts; }

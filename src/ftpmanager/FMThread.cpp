@@ -1,5 +1,7 @@
 #include "FMThread.h"
 
+#include "FTPEngine.h"
+
 #include <QtCore/private/qthread_p.h>
 
 #include <condition_variable>
@@ -25,6 +27,7 @@ public:
     {
         m_begun.count_down();
         m_block();
+        FTPEngine::leaveThread();
         // Notified under the lock: the waiting caller destroys this as soon as it sees the flag.
         const std::lock_guard lock(m_mutex);
         m_finished = true;
