@@ -122,12 +122,13 @@ class WindowTest(unittest.TestCase):
 
     def select(self, program, name):
         """Clicks on the row of that name."""
-        # A refresh that has come due meanwhile empties the table for a moment.
-        wait_for(
-            lambda: program.text("Listing status") == "Listing succeeded" and name in self.names(program),
-            f"{name} in the table",
-        )
-        row = self.names(program).index(name)
+
+        def rows():
+            # A refresh that has come due meanwhile empties the table for a moment.
+            names = self.names(program) if program.text("Listing status") == "Listing succeeded" else []
+            return [row for row, other in enumerate(names) if other == name]
+
+        row = wait_for(rows, f"{name} in the table")[0]
         self.desktop.click(program.cell("Destination folder", row, 0))
         table = "Destination folder"
         wait_for(lambda: program.is_enabled("Delete") and program.selected_row(table) == row, f"{name} to be selected")
