@@ -57,6 +57,14 @@ struct Launch {
 
 class UploadLedgerTest : public ::testing::Test {
 protected:
+    /// A run that sends one file.
+    void sendOne(const QString& path) const
+    {
+        Launch run(m_path);
+        run.history.filesQueued({ path });
+        run.confirmNext();
+        run.settle();
+    }
     /// What a statement finds, a text for each row with "|" between its columns.
     QStringList ask(const QString& statement) const
     {
@@ -320,12 +328,6 @@ TEST_F(UploadLedgerTest, TheLastEndedFilesAreKeptAndAllThatWait)
 
 TEST_F(UploadLedgerTest, OldFilesGoByTheirPlaceWhateverAClockHasSaidInBetween)
 {
-    const auto sendOne = [this](const QString& path) {
-        Launch run(m_path);
-        run.history.filesQueued({ path });
-        run.confirmNext();
-        run.settle();
-    };
     shiftWallClock(-100 * 24h);
     sendOne(u"/old"_s);
     shiftWallClock(0s);
@@ -377,12 +379,6 @@ TEST_F(UploadLedgerTest, AStartWithAClockThatRunsAheadRemovesNothing)
 
 TEST_F(UploadLedgerTest, AFileOfAClockThatRanAheadKeepsNoOldOnes)
 {
-    const auto sendOne = [this](const QString& path) {
-        Launch run(m_path);
-        run.history.filesQueued({ path });
-        run.confirmNext();
-        run.settle();
-    };
     shiftWallClock(-100 * 24h);
     sendOne(u"/old"_s);
     shiftWallClock(1000 * 24h);
