@@ -120,8 +120,8 @@ void makeFolder(Tool& tool)
     tool.take(tool.manager.createNewFolder(name, tool.line.server.get()), name);
 }
 
-/// The name decides what the library takes an item for; where the server refuses that, it may be the other one. If it
-/// is not, the first refusal is the one that says why.
+/// The name decides what the library takes an item for; where the server refuses that, it may be the other one. If the
+/// server refuses that, too, its first words are those that say why.
 void remove(Tool& tool)
 {
     const FMServer* const server = tool.line.server.get();
@@ -130,11 +130,14 @@ void remove(Tool& tool)
             return;
         }
         bool isDone = tool.manager.deleteFileNamed(name, server);
-        const FMFailure failure = tool.manager.lastFailure();
+        FMFailure failure = tool.manager.lastFailure();
         if (!isDone && failure.kind == FMFailure::Kind::Refused && failure.code >= 500
             && !tool.interruption.hasCome()) {
             const auto other = name.contains(u'.') ? FTPManager::ItemKind::Folder : FTPManager::ItemKind::File;
             isDone = tool.manager.deleteItemNamed(name.toUtf8(), other, server);
+            if (const FMFailure second = tool.manager.lastFailure(); second.kind != FMFailure::Kind::Refused) {
+                failure = second;
+            }
         }
         tool.take(isDone, name, failure);
     }

@@ -176,6 +176,11 @@ class Scripted(Case):
         self.user = "lost"
         self.assertEqual(self.run_tool("127.0.0.1", "login")[:2], (5, "ftpmanager: the connection was lost\n"))
 
+    def test_a_deletion_that_is_lost_in_its_second_try_is_not_told_as_refused(self):
+        self.serve({"on": "DELE", "do": ["550 no"]}, {"on": "RMD", "do": ["close"]})
+        status, said, _ = self.run_tool("127.0.0.1", "rm", "a.txt")
+        self.assertEqual((status, said), (5, "ftpmanager: a.txt: the connection was lost\n"))
+
     def test_a_deletion_fails_for_the_reason_of_the_likelier_try(self):
         self.serve({"on": "DELE", "argument": "a.txt", "do": ["550 it is locked"]},
                    {"on": "RMD", "argument": "a.txt", "do": ["550 it is no folder"]},
