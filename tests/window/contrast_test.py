@@ -3,10 +3,13 @@
 import contextlib
 import os
 import re
+import subprocess
+import sys
 import unittest
+from pathlib import Path
 
 from certificates import make_certificate
-from contrast import contrasts_of, faint_texts, ratio
+from contrast import Screen, contrasts_of, faint_texts, ratio
 from desktop import wait_for
 from program import store_settings
 from real_ftp_server import RealFTPServer
@@ -14,6 +17,7 @@ from window_test import ANY_TITLE, WindowTest
 
 # Large letters have inner pixels of their full colour, and take coordinates that need no scaling.
 LARGE_FONT = "DejaVu Sans,16,-1,5,50,0,0,0,0,0"
+DRAG_SOURCE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "drag_source.py")
 
 
 class Measure(unittest.TestCase):
@@ -21,6 +25,17 @@ class Measure(unittest.TestCase):
         self.assertAlmostEqual(ratio((0, 0, 0), (255, 255, 255)), 21)
         self.assertAlmostEqual(ratio((118, 118, 118), (255, 255, 255)), 4.54, 2)
         self.assertEqual(ratio((9, 9, 9), (9, 9, 9)), 1)
+
+    def test_a_faint_word_is_found_beside_a_strong_one(self):
+        words = ["convert", "-size", "300x40", "xc:white", "-font", "DejaVu-Sans", "-pointsize", "21"]
+        words += ["-fill", "black", "-annotate", "+10+28", "strong"]
+        words += ["-fill", "#808080", "-annotate", "+120+28", "faint", "-depth", "8", "ppm:-"]
+        screen = Screen(subprocess.run(words, capture_output=True, check=True).stdout)
+
+        self.assertGreater(screen.contrast((0, 0, 110, 40)), 15)
+        self.assertAlmostEqual(screen.contrast((0, 0, 300, 40)), ratio((128, 128, 128), (255, 255, 255)), 1)
+        self.assertIsNone(screen.contrast((200, 0, 100, 40)))
+        self.assertIsNone(screen.contrast((200, 0, 101, 40)), "not on the screen as a whole")
 
 
 class Contrast(WindowTest):
@@ -33,76 +48,124 @@ class Contrast(WindowTest):
     def check(self, program, title, *expected):
         """Looks at all texts of the window of that title, among which are the expected ones."""
         self.bring_to_front(program, title)
-        self.check_shown(program, title, *expected)
+        self.check_shown(lambda: program.texts(title), *expected)
 
-    def check_shown(self, program, title, *expected):
+    def check_shown(self, texts_that_show, *expected):
         texts, contrasts = [], []
 
         def is_clear():
-            texts[:] = program.texts(title)
+            texts[:] = texts_that_show()
             contrasts[:] = contrasts_of(self.desktop, texts)
             return len(contrasts) == len(texts) and set(expected) <= set(dict(texts)) and not faint_texts(contrasts)
 
         with contextlib.suppress(AssertionError):
             wait_for(is_clear, "what is being painted", seconds=5)
-        self.assertGreater(len(contrasts), 2, title)
-        self.assertEqual(faint_texts(contrasts), [], title)
+        self.assertEqual(faint_texts(contrasts), [])
         self.assertEqual([words for words, _ in contrasts], [words for words, _ in texts], "not all seen whole")
         self.assertLessEqual(set(expected), set(dict(contrasts)))
 
     def check_sheet(self, program, title, *expected):
         wait_for(lambda: (program.sheet() or [None])[0] == title, f"the sheet “{title}”")
-        self.check(program, f"^{re.escape(title)}$", *expected)
+        self.check(program, f"^{re.escape(title)}$", title, *expected)
+
+    def check_bar(self, program, percent):
+        """The number in the bar of the manual transfers."""
+        name = "Auxiliary transfer progress"
+        wait_for(lambda: program.value(name) == (percent, 100), f"{percent} per cent")
+        self.check_shown(lambda: [("the number", program.box(name))], "the number")
 
     def open_by_key(self, program, keys, title):
         self.bring_to_front(program, "^(ftp:|No FTP)")
         self.desktop.key(keys)
         self.bring_to_front(program, title)
 
-    def test_of_the_main_window_in_its_states(self):
+
+class MainWindow(Contrast):
+    def test_without_rows(self):
+        self.settings(FTPFolder="folder")
+        program = self.start()
+        self.check_sheet(program, "Check Settings", "OK")
+        program.press("OK")
+        wait_for(lambda: program.sheet() is None, "the alert to go")
+        failed = "Could not list: 550 No such file or directory.\nF5 tries again"
+        self.check(program, ANY_TITLE, "Error: Check Settings", failed)
+
+        os.mkdir(self.server.path("folder"))
+        self.desktop.key("F5")
+        self.check(program, ANY_TITLE, "Empty folder", "Clear Queue")
+        self.desktop.key("alt+f")
+        wait_for(lambda: "Quit" in dict(program.texts(ANY_TITLE)), "the menu")
+        self.assertFalse(program.is_enabled("Download"))
+        self.check_shown(lambda: self.menu_texts(program), "Download", "Delete…", "Quit")
+        self.desktop.key("Escape")
+        self.check_highlighted(program)
+
+    def menu_texts(self, program):
+        """Those in front of the window, which is behind the menu."""
+        return [text for text in program.texts(ANY_TITLE) if text[0].endswith(("…", "Quit", "Download"))]
+
+    def check_highlighted(self, program):
+        """Drags a file over the window."""
+        left, top, _, height = program.box("Drop area")
+        frame = [("the frame", (left - 10, top + height // 4, 40, height // 2))]
+        self.assertNotEqual(faint_texts(contrasts_of(self.desktop, frame)), [], "highlighted already")
+        source = self.desktop.spawn([sys.executable, DRAG_SOURCE, Path(self.file("one")).as_uri()])
+        self.addCleanup(self.desktop.end, source)
+        window = wait_for(lambda: self.desktop.windows_of(source.pid, "^Drag source$"), "the source")[0]
+        self.desktop.xdotool("windowmove", "--sync", window, 0, 0)
+
+        self.desktop.drag_over((30, 30), program.centre("Drop area"))
+        self.check_shown(lambda: [*frame, *program.texts(ANY_TITLE)], "Drop files here", "or press Ctrl+O")
+        self.desktop.xdotool("mousemove", 10, 900, "mouseup", 1)
+
+    def test_during_and_after_a_queue(self):
         os.mkdir(self.server.path("taken"))
         self.settings()
         program = self.start()
         self.wait_for_listing(program)
-        self.check(program, ANY_TITLE, "Drop files here", "Clear Queue")
-
         self.server.read_at_most(300_000)
         large, taken = self.file("large", bytes(3_000_000)), self.file("taken")
         self.launch(large, taken)
         wait_for(lambda: (program.value("Transfer progress") or (0, 0))[0] > 5, "some per cent")
-        self.check(program, ANY_TITLE, "1 waiting")
+        self.check(program, ANY_TITLE, "1 waiting", " of 3 MB")
         self.server.read_at_most(0)
         outcome = "1 of 2 uploaded, 1 failed"
         wait_for(lambda: program.find(outcome), "the outcome")
         self.wait_for_listing(program)
         self.select(program, "large")
         self.check(program, ANY_TITLE, outcome, "Show…", f"1) {large}\n\n2) {taken}\n\n")
+        self.desktop.xdotool("mousemove", *program.centre("Show…"))
+        tip = "Show these files in the history"
+        self.check_shown(lambda: program.texts(f"^{tip}$"), tip)
 
         self.open_by_key(program, "ctrl+h", "^History$")
         wait_for(lambda: len(program.rows("Files of all runs")) == 2, "the rows")
         self.check(program, "^History$", "large", "This run: 1 confirmed, 1 failed")
+        self.open_by_key(program, "ctrl+m", "^Manual Transfers$")
+        self.check_bar(program, 100)
 
-    def test_of_a_folder_that_cannot_be_listed(self):
-        self.settings(FTPFolder="absent")
-        program = self.start()
-        self.check_sheet(program, "Check Settings", "OK")
-        program.press("OK")
-        wait_for(lambda: program.sheet() is None, "the alert to go")
-        self.check(program, ANY_TITLE, "Error: Check Settings")
-        left, top, width, height = program.box("Destination folder")
-        middle = (left, top + height // 3, width, height // 2)  # Without the titles of the columns.
-        contrasts = contrasts_of(self.desktop, [("what the table says", middle)])
-        self.assertEqual((len(contrasts), faint_texts(contrasts)), (1, []))
+        self.bring_to_front(program, ANY_TITLE)
+        self.desktop.key("Delete")
+        self.check_sheet(program, "Delete Item", "Delete", "Cancel")
+        program.press("Cancel")
+        self.open_by_key(program, "ctrl+shift+n", "^Enter name")
+        self.check(program, "^Enter name", "Enter name of folder to create.")
+        self.desktop.key("Return")
+        self.check_sheet(program, "Folder Not Created")
 
-    def test_of_the_other_windows(self):
+
+class OtherWindows(Contrast):
+    def test_without_a_destination(self):
         self.forget_settings()
         program = self.start()
-        self.check(program, "^Welcome")
+        self.check(program, "^Welcome", "Close")
         program.press("Close")
+        self.check(program, "^No FTP", "No destination")
         self.open_by_key(program, "ctrl+m", "^Manual Transfers$")
-        self.check(program, "^Manual Transfers$")
+        self.check(program, "^Manual Transfers$", "Manual destination", "Folder to create")
+        self.check_bar(program, 0)
         self.open_by_key(program, "ctrl+h", "^History$")
-        self.check(program, "^History$", "Clear History…")
+        self.check(program, "^History$", "Clear History…", "No files yet")
         self.bring_to_front(program, "^No FTP")
         self.desktop.key("alt+f", "m")
         program.enter("Name of the copy", "Invoices")
@@ -110,21 +173,6 @@ class Contrast(WindowTest):
         wait_for(lambda: len(program.rows("Copies")) == 1, "the copy")
         program.enter("Name of the copy", "Photos")
         self.check(program, "^Make a Copy$", "Invoices")
-
-    def test_of_the_alerts_and_the_prompt(self):
-        self.settings()
-        os.mkdir(self.server.path("one"))
-        program = self.start()
-        self.wait_for_listing(program)
-        self.bring_to_front(program, ANY_TITLE)
-        self.select(program, "one")
-        self.desktop.key("Delete")
-        self.check_sheet(program, "Delete Item", "Delete", "Cancel")
-        program.press("Cancel")
-        self.open_by_key(program, "ctrl+shift+n", "^Enter name")
-        self.check(program, "^Enter name")
-        self.desktop.key("Return")
-        self.check_sheet(program, "Folder Not Created")
 
     def test_of_the_preferences_and_what_a_test_answers(self):
         self.settings()
@@ -139,29 +187,12 @@ class Contrast(WindowTest):
             program.enter(field, value)
             program.press("Test Connection")
             wait_for(lambda answer=answer: program.text("Test result") == answer, answer)
-            buttons = ["Create Folder"] if value == "absent" else []
-            self.check(program, "^Preferences$", answer, *buttons)
+            offered = "Create Folder" if value == "absent" else "Folder"
+            self.check(program, "^Preferences$", answer, offered)
         program.enter("Server address", "ftps://files.example.com")
         self.check(program, "^Preferences$", "Use Encryption", "No destination")
         program.press("More")
-        self.check(program, "^Preferences$", "Forget Certificate")
-
-    def test_of_a_menu_with_what_cannot_be_done_at_present(self):
-        self.settings()
-        program = self.start()
-        self.wait_for_listing(program)
-        self.bring_to_front(program, ANY_TITLE)
-        self.desktop.key("alt+f")
-        wait_for(lambda: "Quit" in dict(self.menu_texts(program)), "the menu")
-        self.assertFalse(program.is_enabled("Download"))
-        contrasts = contrasts_of(self.desktop, self.menu_texts(program))
-        self.assertLessEqual({"Download", "Delete…", "Quit"}, set(dict(contrasts)))
-        self.assertEqual(faint_texts(contrasts), [])
-        self.desktop.key("Escape")
-
-    def menu_texts(self, program):
-        """Those in front of the window, which is behind the menu."""
-        return [text for text in program.texts(ANY_TITLE) if text[0].endswith(("…", "Quit", "Download"))]
+        self.check(program, "^Preferences$", "Forget Certificate", "Web address of this folder")
 
     def test_of_the_question_about_a_certificate(self):
         pem, _ = make_certificate(self.desktop.folder)
@@ -169,17 +200,6 @@ class Contrast(WindowTest):
         self.addCleanup(server.close)
         store_settings(self.home, server.settings(DoNotShowWelcomeWindowAgain=True, Encryption="required"))
         self.check_sheet(self.start(), "Trust This Server?", "Trust", "Cancel")
-
-    def test_a_faint_text_is_found(self):
-        self.settings()
-        program = self.start()
-        self.wait_for_listing(program)
-        self.bring_to_front(program, ANY_TITLE)
-        left, top, width, _ = program.box("Drop area")
-
-        (found,) = faint_texts(contrasts_of(self.desktop, [("the frame", (left, top - 10, width, 40))]))
-
-        self.assertIn("the frame", found)
 
 
 if __name__ == "__main__":

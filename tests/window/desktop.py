@@ -110,12 +110,17 @@ class Desktop:
         self.xdotool("mousemove", *point, "click", "--repeat", 2, "--delay", 50, 1)
 
     def drag(self, source, target, steps=25):
-        """Moves the mouse with its button held, in small steps, as toolkits look where a drag goes by the way."""
+        """Moves the mouse with its button held, and lets go."""
+        self.drag_over(source, target, steps)
+        self.xdotool("mousemove_relative", "--", 1, 1, "sleep", 0.5, "mouseup", 1)
+
+    def drag_over(self, source, target, steps=25):
+        """Holds the mouse's button and moves there in small steps, as toolkits look where a drag goes by the way."""
         words = ["mousemove", *source, "sleep", 0.2, "mousedown", 1]
         for step in range(1, steps + 1):
             point = [start + (stop - start) * step // steps for start, stop in zip(source, target)]
             words += ["mousemove", *point, "sleep", 0.03]
-        self.xdotool(*words, "mousemove_relative", "--", 1, 1, "sleep", 0.5, "mouseup", 1)
+        self.xdotool(*words)
 
     def drag_until(self, taken, source, target):
         """Drags until that holds: what is under the mouse takes its time to accept a drop, and does not say so to us."""

@@ -71,7 +71,7 @@ def _is_called(node, words):
 
 ROLES_WITH_WORDS = {
     *("label", "push button", "toggle button", "check box", "radio button", "combo box", "page tab", "menu", "menu item"),
-    *("text", "password text", "entry", "link", "column header", "table column header", "table cell"),
+    *("text", "password text", "entry", "link", "column header", "table column header", "table cell", "tool tip"),
 }
 
 
@@ -111,6 +111,17 @@ def _text(node):
         return _ask(node.get_name, "")
     text = _atspi().Text
     return _ask(lambda: text.get_text(interface, 0, text.get_character_count(interface)), "")
+
+
+def _words(node):
+    """What a widget shows; the name of an empty field, which shows what belongs there."""
+    is_field = _ask(node.get_role_name) in ("text", "entry")
+    return _text(node) or (_ask(node.get_name, "") if is_field else "")
+
+
+def _is_empty(table):
+    interface = _ask(table.get_table_iface)
+    return _ask(lambda: _atspi().Table.get_n_rows(interface), 0) == 0
 
 
 def store_settings(environment, settings):
@@ -199,16 +210,32 @@ class Program:
         return area.x, area.y, area.width, area.height
 
     def texts(self, title):
-        """The words that the windows of such a title show, and their boxes; of a table, those of its titles and cells."""
+        """The words that the windows of such a title show, and their boxes.
+
+        Of a table those of its titles and cells or, without a row, what it says instead; of an empty field its name.
+        """
         shown = []
         for window in self.windows():
             if re.search(title, _ask(window.get_name, "")):
                 nodes = [part for node in _walk(window) for part in (self._parts(node) or [node])]
                 # The words of what only holds others are not shown themselves.
                 leaves = [node for node in nodes if _ask(node.get_role_name) in ROLES_WITH_WORDS]
-                found = [(_text(node), _ask(lambda node=node: self._box(node))) for node in leaves]
+                found = [(_words(node), _ask(lambda node=node: self._box_of_words(node))) for node in leaves]
                 shown += [(words, box) for words, box in found if words and box]
+                tables = [node for node in _walk(window) if _ask(node.get_role_name) == "table"]
+                shown += [(_ask(node.get_description), self._middle_box(node)) for node in tables if _is_empty(node)]
         return shown
+
+    def _box_of_words(self, node):
+        """Where a widget shows its words: a box to be checked is beside them."""
+        left, top, width, height = self._box(node)
+        mark = height if _ask(node.get_role_name) in ("check box", "radio button") else 0
+        return left + mark, top, width - mark, height
+
+    def _middle_box(self, node):
+        """Where an empty table says why, without the titles of the columns."""
+        left, top, width, height = self._box(node)
+        return left, top + height // 3, width, height // 2
 
     def _parts(self, node):
         """The titles and cells of a table, but for those that are icons."""

@@ -223,7 +223,7 @@ void drawWarning(QPainter& painter)
 
 void drawUpload(QPainter& painter)
 {
-    painter.setPen(QPen(QColor(0x0a, 0x64, 0xc8), 1.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.setPen(QPen(QColor(0x0a, 0x60, 0xc0), 1.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPolyline(QPolygonF{ QPointF(1.5, 10.5), QPointF(1.5, 14), QPointF(14.5, 14), QPointF(14.5, 10.5) });
     painter.drawPolyline(QPolygonF{ QPointF(4, 5.5), QPointF(8, 1.5), QPointF(12, 5.5) });
     painter.drawLine(QPointF(8, 1.8), QPointF(8, 10.5));

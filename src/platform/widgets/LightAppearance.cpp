@@ -41,11 +41,11 @@ QPalette lightPalette()
     palette.setColor(QPalette::PlaceholderText, QColor(0x66, 0x66, 0x6b));
     palette.setColor(QPalette::Button, QColor(0xf8, 0xf8, 0xfa));
     palette.setColor(QPalette::ButtonText, QColor(0x1d, 0x1d, 0x1f));
-    palette.setColor(QPalette::Highlight, QColor(0x0a, 0x64, 0xc8));
+    palette.setColor(QPalette::Highlight, QColor(0x0a, 0x60, 0xc0));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::ToolTipBase, QColor(0xff, 0xff, 0xe8));
     palette.setColor(QPalette::ToolTipText, QColor(0x1d, 0x1d, 0x1f));
-    palette.setColor(QPalette::Link, QColor(0x0a, 0x64, 0xc8));
+    palette.setColor(QPalette::Link, QColor(0x0a, 0x60, 0xc0));
     for (const QPalette::ColorRole role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText }) {
         palette.setColor(QPalette::Disabled, role, QColor(0x6c, 0x6c, 0x71));
     }
