@@ -16,6 +16,7 @@
 #include "VisibleText.h"
 #include "WebLink.h"
 #include "WholeButtons.h"
+#include "YieldingColumns.h"
 #include "ui_HistoryWindow.h"
 
 #include <QDir>
@@ -188,9 +189,14 @@ void HistoryWindow::setDefaultWidths()
     setWidth(Column::Duration, u"88 min 88 s"_s);
     setWidth(Column::Speed, u"888.8 MB/s"_s);
     setWidth(Column::Time, shortDateMediumTimeText(QDateTime({ 2028, 12, 28 }, { 22, 58, 58 })));
-    setWidth(Column::Reply, QString(30, u'x'));
-    setWidth(Column::Outcome, u"Confirmed, but 888,888,888 bytes listed, not 888,888,888"_s);
-    header.setStretchLastSection(true);
+    setWidth(Column::Reply, QString(20, u'x'));
+    setWidth(Column::Copy, QString(12, u'x'));
+    QList<int> yielding;
+    for (const Column column : { Column::Reply, Column::Size, Column::Copy, Column::Speed, Column::Duration }) {
+        yielding.append(static_cast<int>(column));
+    }
+    new YieldingColumns(*m_ui->historyTable, static_cast<int>(Column::Outcome),
+                        columnWidthFor(table, u"Confirmed by the server"_s), yielding);
 }
 
 QList<int> HistoryWindow::selectedRows() const

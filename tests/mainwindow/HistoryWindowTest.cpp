@@ -100,16 +100,45 @@ TEST_F(HistoryWindowTest, ItShowsALineForEachFile)
         waitFor([this] { return part<QLabel>("summaryLabel").text() == u"This run: 1 confirmed, 1 failed"_s; }));
 }
 
-TEST_F(HistoryWindowTest, BothSizesOfAFileThatIsListedWithAnotherAreSeen)
+TEST_F(HistoryWindowTest, NoColumnIsCutAndTheOutcomeTakesWhatTheOthersLeave)
+{
+    constexpr auto outcome = static_cast<int>(HistoryText::Column::Outcome);
+    HistoryWindow& window = open();
+    int shown = 0;
+    for (const int width : { 1300, 900, 680, 600 }) {
+        window.resize(width, 400);
+        drainEventLoop();
+
+        EXPECT_EQ(window.columns().length(), table().viewport()->width()) << width;
+        EXPECT_GE(table().columnWidth(outcome), columnWidthFor(table(), u"Confirmed by the server"_s)) << width;
+        shown = window.columns().count() - window.columns().hiddenSectionCount();
+        EXPECT_EQ(shown == window.columns().count(), width == 1300);
+    }
+    EXPECT_GE(shown, 3);
+
+    window.resize(1300, 400);
+    drainEventLoop();
+    EXPECT_EQ(window.columns().hiddenSectionCount(), 0);
+    EXPECT_LE(table().columnWidth(outcome + 1), columnWidthFor(table(), QString(20, u'x')));
+}
+
+TEST_F(HistoryWindowTest, ColumnsThatAreRememberedOtherwiseFitAllTheSame)
 {
     open();
-    const HistoryEntry entry{ .outcome = Outcome::Confirmed, .size = 888'888'888, .listedSize = 888'888'887 };
+    HistoryWindow& window = *m_controller->windows().historyWindow();
+    for (int column = 0; column < window.columns().count(); ++column) {
+        window.columns().setSectionResizeMode(column, QHeaderView::Interactive);
+        window.columns().resizeSection(column, 300);
+    }
+    window.columns().setStretchLastSection(true);
+    m_controller->windows().remember();
 
-    const QString text = HistoryText::cell(entry, HistoryText::Column::Outcome);
+    startAgain();
+    open();
+    drainEventLoop();
 
-    constexpr auto outcome = static_cast<int>(HistoryText::Column::Outcome);
-    EXPECT_GE(table().columnWidth(outcome), columnWidthFor(table(), text));
-    EXPECT_GT(table().columnWidth(outcome + 1), 200); // The server's reply still has its place.
+    HistoryWindow& again = *m_controller->windows().historyWindow();
+    EXPECT_EQ(again.columns().length(), table().viewport()->width());
 }
 
 TEST_F(HistoryWindowTest, QueueAgainWithoutASelectionTakesAllThatWereLost)
@@ -276,13 +305,13 @@ TEST_F(HistoryWindowTest, ItsSizeAndColumnsAreRemembered)
 {
     HistoryWindow& window = open();
     window.resize(700, 300);
-    window.columns().resizeSection(1, 123);
+    window.columns().resizeSection(0, 123);
     m_controller->windows().remember();
 
     startAgain();
 
     EXPECT_EQ(open().size(), QSize(700, 300));
-    EXPECT_EQ(m_controller->windows().historyWindow()->columns().sectionSize(1), 123);
+    EXPECT_EQ(m_controller->windows().historyWindow()->columns().sectionSize(0), 123);
 }
 
 TEST_F(HistoryWindowTest, AHundredThousandLinesAreNoBurden)

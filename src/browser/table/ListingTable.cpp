@@ -6,6 +6,7 @@
 #include "SelectedRows.h"
 #include "TableColumns.h"
 #include "TablePlace.h"
+#include "YieldingColumns.h"
 
 #include <QDateTime>
 #include <QHeaderView>
@@ -72,9 +73,6 @@ void ListingTable::setListing(ListingModel& model)
     connect(&model, &QAbstractItemModel::dataChanged, this, &ListingTable::restorePlace);
     connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this, &ListingTable::orderChosen);
     setDefaultWidths();
-    // The header is in the middle of its own changes.
-    connect(horizontalHeader(), &QHeaderView::sectionResized, this, &ListingTable::giveWayToNames,
-            Qt::QueuedConnection);
 }
 
 void ListingTable::setDefaultWidths()
@@ -88,36 +86,11 @@ void ListingTable::setDefaultWidths()
     header.resizeSection(column(TableColumns::type), widthOf(TableColumns::type));
     header.resizeSection(column(TableColumns::date), std::max(widthOfDateAt({ 10, 58 }), widthOfDateAt({ 22, 58 })));
     header.resizeSection(column(TableColumns::mode), widthOf(u"drwxrwxrwx "_s) + 24);
-    for (const int section : { column(TableColumns::date), column(TableColumns::mode) }) {
-        m_usualWidths[section] = header.sectionSize(section);
-    }
-    header.setSectionResizeMode(column(TableColumns::name), QHeaderView::Stretch);
+    constexpr int leastCharacters = 14; // Of a name, so that names are told apart.
+    new YieldingColumns(*this, column(TableColumns::name), widthOf(QString(leastCharacters, u'n')),
+                        { column(TableColumns::date), column(TableColumns::mode) });
     // The icon stands before the name that it belongs to.
     header.moveSection(header.visualIndex(column(TableColumns::type)), 0);
-}
-
-/// In a table too narrow for all columns the modes and then the dates are left out before names are hard to tell apart.
-void ListingTable::giveWayToNames()
-{
-    constexpr int leastCharacters = 14;
-    QHeaderView& header = *horizontalHeader();
-    int room = viewport()->width() - columnWidthFor(*this, QString(leastCharacters, u'n'))
-        - header.sectionSize(column(TableColumns::size)) - header.sectionSize(column(TableColumns::type));
-    for (const int section : { column(TableColumns::date), column(TableColumns::mode) }) {
-        if (header.isSectionHidden(section) && !m_hiddenWidths.contains(section)) {
-            header.showSection(section); // Only one that shows tells its width.
-        }
-        const bool isHidden = header.isSectionHidden(section);
-        const int width = isHidden ? m_hiddenWidths.value(section) : header.sectionSize(section);
-        room -= width;
-        if (isHidden != (room < 0)) {
-            // One that was made too wide comes back with its usual width, or it never would.
-            const int widthThen = std::min(width, m_usualWidths.value(section));
-            m_hiddenWidths[section] = widthThen;
-            header.setSectionHidden(section, room < 0);
-            header.resizeSection(section, widthThen);
-        }
-    }
 }
 
 QList<SortDescriptor> ListingTable::sortDescriptors() const
@@ -178,7 +151,6 @@ void ListingTable::placeStopButton()
 void ListingTable::resizeEvent(QResizeEvent* event)
 {
     TextTable::resizeEvent(event);
-    giveWayToNames();
     placeStopButton();
 }
 

@@ -5,7 +5,6 @@
 #include "TextTable.h"
 
 #include <QElapsedTimer>
-#include <QHash>
 #include <QList>
 #include <QString>
 #include <QTimer>
@@ -72,7 +71,6 @@ private:
     void setUpHeaders();
     void orderChosen();
     void setDefaultWidths();
-    void giveWayToNames();
     void placeStopButton();
     void keepPlace();
     void restorePlace();
@@ -82,8 +80,6 @@ private:
     ListingModel* m_listing = nullptr;
     QToolButton* m_stopButton;
     TablePlace* m_place = nullptr; ///< Of m_listing.
-    QHash<int, int> m_usualWidths; ///< Of the columns that may give way, by their number.
-    QHash<int, int> m_hiddenWidths; ///< Of the columns that have given way, by their number.
     QTimer m_hold{ this }; ///< Runs while the old picture stays.
     TableDragAndDrop m_dragAndDrop{ *this };
     QElapsedTimer m_sincePicture; ///< Since the table was last painted.
