@@ -800,7 +800,7 @@ TEST_F(PreferencesControllerTest, WhatHasComeOfATestIsShownWithTheServersWords)
     startTest();
     m_connectionTest->handler({ .state = FTPConnectionTestState::OpeningFolder, .reply = u"230 In"_s });
     EXPECT_EQ(text("testResultLabel"), u"Logged in. Opening the folder…"_s);
-    EXPECT_EQ(text("testReplyLabel"), u"The server said: 230 In"_s);
+    EXPECT_EQ(text("testReplyLabel"), QString());
     EXPECT_TRUE(m_connectionTest->isRunning);
 
     m_connectionTest->handler({ .state = FTPConnectionTestState::FolderRefused, .reply = u"550 <b>No\u202e</b>"_s });
@@ -812,8 +812,23 @@ TEST_F(PreferencesControllerTest, WhatHasComeOfATestIsShownWithTheServersWords)
     EXPECT_EQ(text("testButton"), u"&Test Connection"_s);
 }
 
-TEST_F(PreferencesControllerTest, EveryEndOfATestHasWordsOfItsOwn)
+TEST_F(PreferencesControllerTest, OnlyARefusalOfTheServersIsTakenForAReason)
 {
+    const auto reason = [](FTPConnectionTestState state, const QString& reply) {
+        return connectionTestReason({ .state = state, .reply = reply });
+    };
+    EXPECT_EQ(reason(FTPConnectionTestState::FolderRefused, u"550 No"_s), u"550 No"_s);
+    EXPECT_EQ(reason(FTPConnectionTestState::Lost, u"421 Bye"_s), u"421 Bye"_s);
+    EXPECT_EQ(reason(FTPConnectionTestState::Lost, u"200 Type set to: Binary."_s), QString());
+    EXPECT_EQ(reason(FTPConnectionTestState::NotTrusted, u"234 Proceed"_s), QString());
+    EXPECT_EQ(reason(FTPConnectionTestState::NoAnswer, QString()), QString());
+    EXPECT_EQ(reason(FTPConnectionTestState::Works, u"502 No such command"_s), QString());
+    EXPECT_EQ(reason(FTPConnectionTestState::LoggingIn, u"502 No such command"_s), QString());
+}
+
+TEST_F(PreferencesControllerTest, EveryEndOfATestHasOneSentenceOfItsOwn)
+{
+    static const QRegularExpression sentence(u"^[^.]+\\.$"_s);
     QStringList seen;
     for (const FTPConnectionTestState state :
          { FTPConnectionTestState::Works, FTPConnectionTestState::NoSuchHost, FTPConnectionTestState::Unreachable,
@@ -823,16 +838,17 @@ TEST_F(PreferencesControllerTest, EveryEndOfATestHasWordsOfItsOwn)
            FTPConnectionTestState::NotSendable }) {
         EXPECT_TRUE(isEnd(state));
         const QString words = connectionTestText({ .state = state });
-        EXPECT_FALSE(words.isEmpty() || seen.contains(words));
+        EXPECT_TRUE(sentence.match(words).hasMatch()) << words.toStdString();
+        EXPECT_FALSE(seen.contains(words));
         seen.append(words);
     }
-    EXPECT_TRUE(seen.first().endsWith(u"Nothing was encrypted."_s));
+    EXPECT_TRUE(seen.first().endsWith(u", and nothing was encrypted."_s));
     EXPECT_TRUE(connectionTestText(
                     { .state = FTPConnectionTestState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, true, {} } })
-                    .endsWith(u"Encrypted with TLSv1.3."_s));
+                    .endsWith(u", and all was encrypted with TLSv1.3."_s));
     EXPECT_TRUE(connectionTestText(
                     { .state = FTPConnectionTestState::Works, .security = FTPSecurity{ u"TLSv1.3"_s, false, {} } })
-                    .endsWith(u"Encrypted with TLSv1.3; you trust the server’s certificate."_s));
+                    .endsWith(u"encrypted with TLSv1.3, with a certificate that you trust."_s));
 }
 
 TEST_F(PreferencesControllerTest, ATickOrACrossStandsBesideTheAnswerAndNothingWhileItIsAwaited)
@@ -1018,9 +1034,9 @@ TEST_F(PreferencesControllerTest, TheAnswerOfATestHasRoomForThreeLinesAndTheServ
     m_preferences.showPanel();
     auto& result = control<QLabel>("testResultLabel");
 
-    result.setText(u"It works: the login is accepted, and the folder is there. Encrypted with TLSv1.3; you trust the "
-                   "server’s certificate."_s);
-    control<QLabel>("testReplyLabel").setText(u"The server said: 200 Type set to: Binary."_s);
+    result.setText(u"It works: the login is accepted, the folder is there, and all was encrypted with TLSv1.3, with a "
+                   "certificate that you trust."_s);
+    control<QLabel>("testReplyLabel").setText(u"The server said: 550 No such folder."_s);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 
     EXPECT_GE(result.height(), result.heightForWidth(result.width()));

@@ -30,12 +30,10 @@ const QString noAnswer = u"No Answer"_s;
 /// What the preferences say of a test that has come to @p ending, and what such ends are called.
 Outcome outcomeOfTest(Ending ending)
 {
-    const QString reply = ending.code == 0 ? u""_s : u" The server said: %1"_s.arg(ending.code);
+    const QString reply = ending.code < 400 ? u""_s : u" The server said: %1"_s.arg(ending.code);
     switch (ending.kind) {
     case Ending::Kind::Works:
-        return { "works",
-                 u"It works: the login is accepted, and the folder is there. Nothing was encrypted. The server said: "
-                 "200"_s };
+        return { "works", u"It works: the login is accepted, the folder is there, and nothing was encrypted."_s };
     case Ending::Kind::Refused:
         return { "login refused", u"The server refuses the login."_s + reply };
     case Ending::Kind::FolderRefused:

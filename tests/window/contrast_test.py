@@ -180,7 +180,7 @@ class OtherWindows(Contrast):
         self.open_by_key(program, "ctrl+comma", "^Preferences$")
         for field, value, answer in (
             ("Folder", "absent", "The login is accepted, but the folder is refused."),
-            ("Folder", "", "It works: the login is accepted, and the folder is there. Nothing was encrypted."),
+            ("Folder", "", "It works: the login is accepted, the folder is there, and nothing was encrypted."),
             ("Password", "wrong", "The server refuses the login."),
             ("Server address", "no-such-host.invalid", "No host of this name was found."),
         ):

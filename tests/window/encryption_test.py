@@ -322,7 +322,7 @@ class Trusted(EncryptedWindowTest):
         program.press("Test Connection")
 
         wait_for(lambda: program.text("Test result").startswith("It works: "), "the result")
-        self.assertRegex(program.text("Test result"), "Encrypted with TLSv1.[23]; you trust")
+        self.assertRegex(program.text("Test result"), "encrypted with TLSv1.[23], with a certificate that you trust")
         self.assertNotIn(settings["Password"], program.tree())
         program.enter("Folder", "nowhere/yet")
         program.press("Test Connection")

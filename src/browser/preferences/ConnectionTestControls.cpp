@@ -46,8 +46,8 @@ void ConnectionTestControls::show(const FTPConnectionTestReport& report)
     const bool hasEnded = isEnd(report.state);
     const bool works = report.state == FTPConnectionTestState::Works;
     m_widgets.resultLabel.setText(connectionTestText(report));
-    m_widgets.replyLabel.setText(report.reply.isEmpty() ? QString()
-                                                        : u"The server said: %1"_s.arg(visibleText(report.reply)));
+    const QString reason = connectionTestReason(report);
+    m_widgets.replyLabel.setText(reason.isEmpty() ? QString() : u"The server said: %1"_s.arg(visibleText(reason)));
     if (hasEnded) {
         m_widgets.outcomeIcon.setIcon(works ? drawnTickIcon() : drawnCrossIcon());
         m_widgets.outcomeIcon.setAccessibleName(works ? u"It works"_s : u"It does not work"_s);

@@ -7,11 +7,11 @@ namespace {
 QString protectionText(const FTPSecurity& security)
 {
     if (security.protocol.isNull()) {
-        return u"Nothing was encrypted."_s;
+        return u"nothing was encrypted."_s;
     }
     return security.isTrustedBySystem
-        ? u"Encrypted with %1."_s.arg(security.protocol)
-        : u"Encrypted with %1; you trust the server’s certificate."_s.arg(security.protocol);
+        ? u"all was encrypted with %1."_s.arg(security.protocol)
+        : u"all was encrypted with %1, with a certificate that you trust."_s.arg(security.protocol);
 }
 
 } // namespace
@@ -28,7 +28,7 @@ QString connectionTestText(const FTPConnectionTestReport& report)
     case FTPConnectionTestState::CreatingFolder:
         return u"Logged in. Creating the folder…"_s;
     case FTPConnectionTestState::Works:
-        return u"It works: the login is accepted, and the folder is there. "_s
+        return u"It works: the login is accepted, the folder is there, and "_s
             + protectionText(report.security.value_or(FTPSecurity()));
     case FTPConnectionTestState::NoSuchHost:
         return u"No host of this name was found."_s;
@@ -39,9 +39,9 @@ QString connectionTestText(const FTPConnectionTestReport& report)
     case FTPConnectionTestState::Lost:
         return u"The server has ended the connection."_s;
     case FTPConnectionTestState::NotEncrypted:
-        return u"The server does not come to terms about encryption. It was told neither name nor password."_s;
+        return u"The server does not come to terms about encryption, and was told neither name nor password."_s;
     case FTPConnectionTestState::NotTrusted:
-        return u"The server’s certificate is not trusted. It was told neither name nor password."_s;
+        return u"The server’s certificate is not trusted, and it was told neither name nor password."_s;
     case FTPConnectionTestState::LoginRefused:
         return u"The server refuses the login."_s;
     case FTPConnectionTestState::FolderRefused:
@@ -52,4 +52,10 @@ QString connectionTestText(const FTPConnectionTestReport& report)
         break;
     }
     return u"The user name, the password or the folder holds a character that cannot be sent."_s;
+}
+
+QString connectionTestReason(const FTPConnectionTestReport& report)
+{
+    const bool isRefusal = report.reply.startsWith(u'4') || report.reply.startsWith(u'5');
+    return isRefusal && isEnd(report.state) && report.state != FTPConnectionTestState::Works ? report.reply : QString();
 }
