@@ -55,9 +55,13 @@ def end(process):
 
 
 class Desktop:
-    def __init__(self, size="1280x1024", display=None):
-        """With display, such as ":0", the windows open there, among the user's; the rest is private all the same."""
+    def __init__(self, size="1280x1024", display=None, scale="1"):
+        """With display, such as ":0", the windows open there, among the user's; the rest is private all the same.
+
+        With scale, such as "1.5", a program counts so many of the screen's pixels as one.
+        """
         self._size = size
+        self._scale = scale
         self._display = display
         self._processes = []
         self.folder = None
@@ -103,8 +107,13 @@ class Desktop:
     def key(self, *names):
         self.xdotool("key", "--clearmodifiers", *names)
 
+    def scaled(self, lengths):
+        """What a program counts, in the screen's own pixels."""
+        return [round(float(self._scale) * length) for length in lengths]
+
     def click(self, point, button=1):
-        self.xdotool("mousemove", *point, "click", button)
+        """Clicks where a program has that point."""
+        self.xdotool("mousemove", *self.scaled(point), "click", button)
 
     def double_click(self, point):
         self.xdotool("mousemove", *point, "click", "--repeat", 2, "--delay", 50, 1)
@@ -183,6 +192,8 @@ class Desktop:
         self.environment.update(
             XDG_RUNTIME_DIR=runtime, QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="1"
         )
+        if self._scale != "1":
+            self.environment["QT_SCALE_FACTOR"] = self._scale
         if self._display:
             # The key to the user's display lies in the user's own home.
             key = os.environ.get("XAUTHORITY") or os.path.expanduser("~/.Xauthority")

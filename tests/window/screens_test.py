@@ -16,7 +16,7 @@ class OnAScreen(WindowTest):
 
     @classmethod
     def setUpClass(cls):
-        cls.desktop = Desktop(size=cls.size).__enter__()
+        cls.desktop = Desktop(size=cls.size, scale=cls.scale).__enter__()
         cls.addClassCleanup(cls.desktop.close)
 
     def use_large_font(self):
@@ -25,39 +25,59 @@ class OnAScreen(WindowTest):
             file.write(f"[General]\nfont={LARGE_FONT}\nmenuFont={LARGE_FONT}\nfixed={LARGE_FONT}\n")
         self.home.update(XDG_CURRENT_DESKTOP="KDE", KDE_SESSION_VERSION="5", KDE_FULL_SESSION="true")
 
-    def assert_within_screen(self, program):
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, ANY_TITLE), "the window")
+    def area_of(self, program, title):
+        """Where on the screen the window of that title is: its edges, the left and upper ones first."""
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), "the window")
         words = ["xwininfo", "-id", window]
         lines = subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
         left, top = map(int, re.findall(r"Absolute upper-left .:\s+(-?\d+)", lines))
         width, height = (int(re.search(rf"{side}: (\d+)", lines)[1]) for side in ("Width", "Height"))
-        screen_width, screen_height = map(int, self.size.split("x"))
-        self.assertTrue(0 <= left and left + width <= screen_width, lines)
-        self.assertTrue(0 <= top and top + height <= screen_height, lines)
+        return left, top, left + width, top + height
+
+    def assert_within(self, area, inner, what):
+        left, top, right, bottom = area
+        self.assertTrue(left <= inner[0] and inner[2] <= right and top <= inner[1] and inner[3] <= bottom, what)
+
+    def assert_reachable(self, program, title, *buttons):
+        """The window is on the screen as a whole, and so are these buttons in the window."""
+        area = self.area_of(program, title)
+        self.assert_within((0, 0, *map(int, self.size.split("x"))), area, title)
+        for button in buttons:
+            left, top, width, height = self.desktop.scaled(program.box(button))
+            self.assert_within(area, (left, top, left + width, top + height), button)
 
     def try_locale(self, language, is_large=False):
+        """Uploads a file, and looks at all buttons before one of the lowest is pressed."""
         self.settings()
         if is_large:
             self.use_large_font()
-        program = self.start(self.file("one"), LANG=f"{language}.UTF-8", QT_SCALE_FACTOR=self.scale)
+        program = self.start(self.file("one"), LANG=f"{language}.UTF-8")
         wait_for(lambda: program.text("Status") == "Upload succeeded", "the upload")
         self.wait_for_listing(program)
-        self.assert_within_screen(program)
-        return program
-
-    def reach_a_button_below_the_table(self, program):
+        buttons = ["Clear Queue", "Stop", "Show…", "Dismiss", "Download", "Delete", "New Folder"]
+        self.assert_reachable(program, ANY_TITLE, *buttons)
         self.select(program, "one")
         self.desktop.click(program.centre("Delete"))
         wait_for(program.sheet, "the question")
+        self.assert_reachable(program, "^Delete Item$", "Cancel")
         program.press("Cancel")
+        return program
 
 
 class SmallScreen(OnAScreen):
-    def test_every_button_is_reached_by_the_mouse(self):
-        self.reach_a_button_below_the_table(self.try_locale("en_US"))
+    def test_every_button_is_reached(self):
+        self.try_locale("en_US")
 
-    def test_in_a_large_font(self):
-        self.reach_a_button_below_the_table(self.try_locale("de_DE", is_large=True))
+    def test_in_a_large_font_in_every_window(self):
+        program = self.try_locale("de_DE", is_large=True)
+        for keys, title, buttons in (
+            ("ctrl+comma", "^Preferences$", ["Cancel", "Done"]),
+            ("ctrl+h", "^History$", ["Clear History…", "Export…", "Copy"]),
+            ("ctrl+m", "^Manual Transfers$", []),  # It scrolls.
+        ):
+            self.bring_to_front(program)
+            self.desktop.key(keys)
+            self.assert_reachable(program, title, *buttons)
 
     def test_a_right_to_left_locale_mirrors_the_window(self):
         program = self.try_locale("ar_EG")
@@ -65,24 +85,31 @@ class SmallScreen(OnAScreen):
         self.assertLess(program.centre("New Folder")[0], program.centre("Download")[0])
 
 
+class OldScreen(OnAScreen):
+    size = "800x600"
+
+    def test_every_button_is_reached_in_a_large_font(self):
+        self.try_locale("ar_EG", is_large=True)
+
+
 class LaptopAt150Percent(OnAScreen):
     size, scale = "1366x768", "1.5"
 
-    def test_the_window_is_within_it(self):
+    def test_every_button_is_reached(self):
         self.try_locale("zh_CN")
 
 
 class SharpScreens(OnAScreen):
     size, scale = "1600x1200", "2"
 
-    def test_the_window_is_within_it_in_a_large_font(self):
+    def test_every_button_is_reached_in_a_large_font(self):
         self.try_locale("de_DE", is_large=True)
 
 
 class VerySharpScreen(OnAScreen):
     size, scale = "3840x2160", "3"
 
-    def test_the_window_is_within_it(self):
+    def test_every_button_is_reached(self):
         self.try_locale("en_US")
 
 
