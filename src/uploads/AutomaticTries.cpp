@@ -55,6 +55,7 @@ void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
     if (!isConnectionFailure(outcome) || !isWanted() || triesBefore >= static_cast<int>(m_delays.size())) {
         return;
     }
+    m_history.filesAwaitTry({ number }, true);
     m_waiting.push_back({ .number = number,
                           .triesBefore = triesBefore,
                           .due = Clock::now() + m_delays[static_cast<size_t>(triesBefore)] });
@@ -102,9 +103,13 @@ void AutomaticTries::tryNow()
 
 void AutomaticTries::giveUp()
 {
-    const bool isNews = !std::exchange(m_waiting, {}).empty();
+    QList<int> numbers;
+    for (const Waiting& file : std::exchange(m_waiting, {})) {
+        numbers.append(file.number);
+    }
     lookSoon();
-    if (isNews) {
+    if (!numbers.isEmpty()) {
+        m_history.filesAwaitTry(numbers, false);
         emit changed();
     }
 }
@@ -116,6 +121,7 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
     const Destination present = DestinationSettings::destination();
     QList<int> numbers;
     QList<int> tries;
+    QList<int> givenUp;
     QMap<QString, int> others;
     for (const Waiting& file : files) {
         const HistoryEntry entry = m_history.entries().withoutPath(file.number);
@@ -124,6 +130,7 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
         }
         if (!entry.isFor(present)) {
             ++others[entry.destination];
+            givenUp.append(file.number);
         } else {
             numbers.append(file.number);
             tries.append(file.triesBefore + 1);
@@ -137,6 +144,7 @@ void AutomaticTries::queue(const std::vector<Waiting>& files)
         m_queue.appendAgain(paths, present);
         emit queued();
     }
+    m_history.filesAwaitTry(givenUp, false);
     hinder(others);
 }
 

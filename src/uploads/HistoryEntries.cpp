@@ -21,7 +21,11 @@ HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
 {
     const Row& basis = m_rows[static_cast<size_t>(row)];
     HistoryEntry entry{
-        .outcome = basis.outcome, .isManual = basis.isManual, .isQueuedAgain = basis.isQueuedAgain, .time = basis.time
+        .outcome = basis.outcome,
+        .isManual = basis.isManual,
+        .isQueuedAgain = basis.isQueuedAgain,
+        .isAwaitingTry = basis.isAwaitingTry,
+        .time = basis.time,
     };
     if (basis.details >= 0) {
         const Details& details = m_details[static_cast<size_t>(basis.details)];
@@ -57,6 +61,7 @@ void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
     basis.outcome = entry.outcome;
     basis.isManual = entry.isManual;
     basis.isQueuedAgain = entry.isQueuedAgain;
+    basis.isAwaitingTry = entry.isAwaitingTry;
     basis.time = entry.time;
     const bool hasDetails = !entry.destination.isNull() || entry.size || entry.durationMs || entry.listedSize
         || !entry.status.isNull() || !entry.reply.isNull();

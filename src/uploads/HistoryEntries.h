@@ -72,6 +72,7 @@ private:
         Outcome outcome = Outcome::Waiting;
         bool isManual = false;
         bool isQueuedAgain = false;
+        bool isAwaitingTry = false;
         int details = -1; ///< Where they stand; -1 for none.
         qint64 time = 0;
     };

@@ -18,6 +18,7 @@ struct HistoryEntry {
     Outcome outcome = Outcome::Waiting;
     bool isManual = false; ///< It was sent by hand, to a place of its own, and never stood in the queue.
     bool isQueuedAgain = false; ///< A later entry stands for the next try.
+    bool isAwaitingTry = false; ///< It has failed, and is to be queued again by itself.
     std::optional<qint64> size = {}; ///< In bytes: of a confirmed file what was sent, else what the file has.
     /// Bytes that the server's machine had received at least when it broke off; none where that is not known.
     std::optional<qint64> acknowledged = {};

@@ -22,7 +22,7 @@ using Outcome = HistoryEntry::Outcome;
 
 namespace {
 
-constexpr int version = 2;
+constexpr int version = 3;
 constexpr qint64 lastRowOnDisk = 1LL << 40; ///< Rows in memory come behind it: what is a key of one is none of another.
 constexpr qint64 dayMs = 24LL * 60 * 60 * 1000;
 
@@ -32,8 +32,9 @@ constexpr int locked = 6;
 constexpr int corrupt = 11;
 constexpr int notADatabase = 26;
 
-/// What has not ended.
-const QString unended = u"outcome <= %1"_s.arg(static_cast<int>(Outcome::Sending));
+/// What has not ended, or is tried again by itself.
+const QString unended = u"(outcome <= %1 OR settled = %2)"_s.arg(
+    QString::number(static_cast<int>(Outcome::Sending)), QString::number(static_cast<int>(LedgerSettled::AwaitingTry)));
 static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcome::Sending) == 1);
 /// What was interrupted, and nobody has said yet what is to become of it.
 const QString undecided = u"outcome = %1 AND settled = 0"_s.arg(static_cast<int>(Outcome::Interrupted));
@@ -41,6 +42,12 @@ const QString undecided = u"outcome = %1 AND settled = 0"_s.arg(static_cast<int>
 int numberOf(LedgerSettled settled)
 {
     return static_cast<int>(settled);
+}
+
+LedgerSettled settledOf(const HistoryEntry& entry)
+{
+    using enum LedgerSettled;
+    return entry.isQueuedAgain ? QueuedAgain : entry.isAwaitingTry ? AwaitingTry : Undecided;
 }
 
 QVariant valueOf(const std::optional<qint64>& number)
@@ -223,7 +230,6 @@ bool LedgerDatabase::setUp()
                      "settled INTEGER NOT NULL DEFAULT 0, size INTEGER, sent INTEGER, listedSize INTEGER, "
                      "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, username TEXT, "
                      "encryption INTEGER, UNIQUE (run, number))"_s)
-            && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
             && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
             && (m_isOnDisk || run(u"INSERT INTO sqlite_sequence (name, seq) VALUES ('files', ?)"_s, { lastRowOnDisk }));
     }
@@ -231,7 +237,11 @@ bool LedgerDatabase::setUp()
         isDone = run(u"ALTER TABLE files ADD COLUMN username TEXT"_s)
             && run(u"ALTER TABLE files ADD COLUMN encryption INTEGER"_s);
     }
-    isDone = isDone && (presentVersion == version || run(u"PRAGMA user_version = %1"_s.arg(version)));
+    if (isDone && presentVersion < version) {
+        isDone = run(u"DROP INDEX IF EXISTS filesUnended"_s)
+            && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
+            && run(u"PRAGMA user_version = %1"_s.arg(version));
+    }
     if (end(isDone) != LedgerProblem::None) {
         return false;
     }
@@ -241,7 +251,7 @@ bool LedgerDatabase::setUp()
     const bool isPrepared
         = m_add->prepare(u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, username, "
                          "encryption, time) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s)
-        && m_change->prepare(u"UPDATE files SET outcome = ?, manual = ?, settled = max(settled, ?), size = ?, "
+        && m_change->prepare(u"UPDATE files SET outcome = ?, manual = ?, settled = ?, size = ?, "
                              "sent = ?, listedSize = ?, durationMs = ?, time = ?, status = ?, reply = ?, "
                              "destination = coalesce(?, destination), username = coalesce(?, username), "
                              "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s);
@@ -252,7 +262,7 @@ bool LedgerDatabase::setUp()
     return isPrepared;
 }
 
-/// The files that wait in runs that have ended will not be sent.
+/// The files that wait in runs that have ended, for their turn or for another try, will not be sent.
 LedgerProblem LedgerDatabase::interruptEndedRuns()
 {
     if (!begin()) {
@@ -269,9 +279,8 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
     query.finish();
     for (const qint64 other : ended) {
         isDone = isDone
-            && run(u"UPDATE files SET outcome = %1 WHERE run = ? AND %2"_s.arg(
-                       QString::number(static_cast<int>(Outcome::Interrupted)), unended),
-                   { other });
+            && run(u"UPDATE files SET outcome = ?, settled = ? WHERE run = ? AND "_s + unended,
+                   { static_cast<int>(Outcome::Interrupted), numberOf(LedgerSettled::Undecided), other });
     }
     return end(isDone);
 }
@@ -348,11 +357,10 @@ bool LedgerDatabase::change(const LedgerBatch::Changed& changed)
 {
     const HistoryEntry& entry = changed.entry;
     return run(*m_change,
-               { static_cast<int>(entry.outcome), entry.isManual,
-                 numberOf(entry.isQueuedAgain ? LedgerSettled::QueuedAgain : LedgerSettled::Undecided),
-                 valueOf(entry.size), valueOf(entry.acknowledged), valueOf(entry.listedSize), valueOf(entry.durationMs),
-                 entry.time, entry.status, entry.reply, entry.destination, usernameOf(entry), encryptionOf(entry),
-                 m_run, changed.first, changed.last });
+               { static_cast<int>(entry.outcome), entry.isManual, numberOf(settledOf(entry)), valueOf(entry.size),
+                 valueOf(entry.acknowledged), valueOf(entry.listedSize), valueOf(entry.durationMs), entry.time,
+                 entry.status, entry.reply, entry.destination, usernameOf(entry), encryptionOf(entry), m_run,
+                 changed.first, changed.last });
 }
 
 LedgerProblem LedgerDatabase::prune(Bounds bounds)

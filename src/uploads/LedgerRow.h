@@ -18,7 +18,12 @@ struct LedgerKey {
 };
 
 /// What is to become of a file that was lost. Kept in files by its number.
-enum class LedgerSettled { Undecided, QueuedAgain, Forgotten };
+enum class LedgerSettled {
+    Undecided,
+    QueuedAgain,
+    Forgotten,
+    AwaitingTry, ///< By itself, as long as the run goes on.
+};
 
 /// What the ledger knows of one file.
 struct LedgerRow {

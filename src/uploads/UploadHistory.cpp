@@ -161,6 +161,14 @@ void UploadHistory::end(Outcome outcome, const QString& reply)
     checkDrained();
 }
 
+void UploadHistory::filesAwaitTry(const QList<int>& rows, bool areAwaiting)
+{
+    for (const int row : rows) {
+        m_entries.change(row, [areAwaiting](HistoryEntry& entry) { entry.isAwaitingTry = areAwaiting; });
+    }
+    tellChanged(rows);
+}
+
 void UploadHistory::note(const QString& text)
 {
     append({ .path = text, .outcome = Outcome::Note, .time = wallClock() });
@@ -285,12 +293,20 @@ PathList UploadHistory::takeToQueueAgain(const QList<int>& rows)
         const HistoryEntry known = m_entries[row];
         if (known.canQueueAgain()) {
             count(row, -1);
-            m_entries.change(row, [](HistoryEntry& entry) { entry.isQueuedAgain = true; });
+            m_entries.change(row, [](HistoryEntry& entry) {
+                entry.isQueuedAgain = true;
+                entry.isAwaitingTry = false;
+            });
             paths.append(known.path);
         }
     }
-    if (!paths.isEmpty()) {
+    tellChanged(rows);
+    return paths;
+}
+
+void UploadHistory::tellChanged(const QList<int>& rows)
+{
+    if (!rows.isEmpty()) {
         emit rowsChanged(*std::min_element(rows.begin(), rows.end()), *std::max_element(rows.begin(), rows.end()));
     }
-    return paths;
 }

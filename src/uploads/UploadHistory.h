@@ -43,6 +43,8 @@ public:
     void fileConfirmed(qint64 sent, const QString& reply);
     /// The file has ended otherwise.
     void fileEnded(const UploadOutcome& outcome);
+    /// The files of @p rows are to be queued again by themselves, or with @p areAwaiting false no longer.
+    void filesAwaitTry(const QList<int>& rows, bool areAwaiting);
     /// An event worth a line that is no file, such as ignored input.
     void note(const QString& text);
 
@@ -121,6 +123,7 @@ private:
     void start(int row, const Destination& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
+    void tellChanged(const QList<int>& rows);
     void correct(const QList<ListingCheck::Finding>& findings);
     void checkDrained();
     bool isQueueFileSent() const;

@@ -84,8 +84,10 @@ TEST_F(AutomaticTriesTest, AFileThatWasLostForTheConnectionIsQueuedAgainAtTheEnd
     add({ u"/a"_s, u"/b"_s });
     end(lost);
     EXPECT_EQ(m_tries->waitingCount(), 1);
+    EXPECT_TRUE(m_history.entries()[0].isAwaitingTry);
 
     EXPECT_TRUE(waitForQueue({ u"/b"_s, u"/a"_s }));
+    EXPECT_FALSE(m_history.entries()[0].isAwaitingTry);
     EXPECT_EQ(m_tries->waitingCount(), 0);
     EXPECT_TRUE(m_history.entries()[0].isQueuedAgain);
     EXPECT_FALSE(m_tries->isTry(1));
@@ -274,6 +276,7 @@ TEST_F(AutomaticTriesTest, AnotherUserIsAnotherDestination)
     set(SettingNames::username, u"bob"_s);
 
     ASSERT_TRUE(waitFor([this] { return m_tries->waitingCount() == 0; }));
+    EXPECT_FALSE(m_history.entries()[0].isAwaitingTry);
     EXPECT_TRUE(m_queue.isEmpty());
 }
 
@@ -308,6 +311,7 @@ TEST_F(AutomaticTriesTest, TheUserHasThemTriedAtOnceOrNotAtAll)
     m_tries->giveUp();
 
     EXPECT_EQ(m_tries->waitingCount(), 0);
+    EXPECT_FALSE(m_history.entries()[1].isAwaitingTry);
     EXPECT_EQ(changes.size(), 1);
     EXPECT_EQ(m_queue.paths(), QStringList{ u"/a"_s });
 }

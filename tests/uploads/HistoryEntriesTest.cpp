@@ -20,6 +20,7 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
                   .encryption = FTPEncryption::Required,
                   .outcome = Outcome::OtherSize,
                   .isQueuedAgain = true,
+                  .isAwaitingTry = true,
                   .size = 5,
                   .acknowledged = 3,
                   .durationMs = 7,
@@ -47,6 +48,7 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
     EXPECT_EQ(changed.path, u"/b"_s);
     EXPECT_TRUE(entries.withoutPath(2).path.isNull());
     EXPECT_TRUE(changed.isQueuedAgain);
+    EXPECT_TRUE(changed.isAwaitingTry);
     EXPECT_EQ(changed.destination, u"ftp://host/"_s);
     EXPECT_EQ(changed.username, u"anna"_s);
     EXPECT_EQ(changed.encryption, FTPEncryption::Required);

@@ -169,24 +169,75 @@ TEST_F(UploadLedgerTest, AFileIsReadInALaterRunAsItWasWrittenAndNoPasswordIsKept
     EXPECT_TRUE(ask(u"SELECT * FROM files"_s).filter(u"s3cret"_s).isEmpty());
 }
 
-TEST_F(UploadLedgerTest, ADatabaseOfTheVersionBeforeGoesOn)
+/// The statements by which a database of @p version was made, with a file that was sent, one that waits and one that
+/// was queued again.
+QStringList statementsOf(int version)
+{
+    const bool hasLogin = version >= 2;
+    return {
+        u"PRAGMA journal_mode = WAL"_s,
+        u"CREATE TABLE files (row INTEGER PRIMARY KEY AUTOINCREMENT, run INTEGER NOT NULL, number INTEGER NOT NULL, "
+        "copy BLOB NOT NULL, folder BLOB, name BLOB NOT NULL, destination TEXT, outcome INTEGER NOT NULL DEFAULT "
+        "0, manual INTEGER NOT NULL DEFAULT 0, settled INTEGER NOT NULL DEFAULT 0, size INTEGER, sent INTEGER, "
+        "listedSize INTEGER, durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, %1"
+        "UNIQUE (run, number))"_s.arg(hasLogin ? u"username TEXT, encryption INTEGER, "_s : QString()),
+        u"CREATE INDEX filesUnended ON files (run) WHERE outcome <= 1"_s,
+        u"CREATE INDEX filesUndecided ON files (copy) WHERE outcome = 18 AND settled = 0"_s,
+        u"PRAGMA user_version = %1"_s.arg(version),
+        u"INSERT INTO files (run, number, copy, folder, name, destination, outcome, settled, size, time) VALUES "
+        "(7, 0, CAST('Quillbox' AS BLOB), CAST('/x' AS BLOB), CAST('sent' AS BLOB), 'ftp://host/', 2, 0, 5, "
+        "1000 * unixepoch()), "
+        "(7, 1, CAST('Quillbox' AS BLOB), CAST('/x' AS BLOB), CAST('waiting' AS BLOB), 'ftp://host/', 0, 0, NULL, "
+        "1000 * unixepoch()), "
+        "(7, 2, CAST('Quillbox' AS BLOB), CAST('/x' AS BLOB), CAST('again' AS BLOB), 'ftp://host/', 18, 1, NULL, "
+        "1000 * unixepoch())"_s
+    };
+}
+
+TEST_F(UploadLedgerTest, DatabasesOfEarlierVersionsGoOn)
+{
+    QDir().mkpath(QFileInfo(m_path).path());
+    for (const int version : { 1, 2 }) {
+        for (const QString& statement : statementsOf(version)) {
+            ask(statement);
+        }
+        Launch run(m_path);
+        ASSERT_TRUE(waitFor([&run] { return run.ledger.interrupted().size() == 1; })) << version;
+        run.history.filesQueued({ u"/b"_s });
+        run.confirmNext();
+        run.settle();
+
+        EXPECT_TRUE(run.problems.isEmpty()) << version << ' ' << run.ledger.problem().toStdString();
+        EXPECT_EQ(outcomes(),
+                  (QStringList{ row(u"sent"_s, Outcome::Confirmed), row(u"waiting"_s, Outcome::Interrupted),
+                                row(u"again"_s, Outcome::Interrupted), row(u"b"_s, Outcome::Confirmed) }))
+            << version;
+        ASSERT_TRUE(QFile::remove(m_path)) << version;
+    }
+}
+
+TEST_F(UploadLedgerTest, AFileThatWaitedForAnotherTryAtTheEndWasInterruptedAndOneThatWasGivenUpWasNot)
 {
     {
         Launch run(m_path);
-        run.history.filesQueued({ u"/a"_s });
+        run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
+        for (int number = 0; number < 3; ++number) {
+            run.history.nextFileStarts({ u"ftp://host/"_s });
+            run.history.fileEnded({ .kind = Outcome::ConnectionLost, .status = u"Gone"_s });
+        }
+        run.history.filesAwaitTry({ 0, 1, 2 }, true);
+        run.history.filesAwaitTry({ 1 }, false);
+        run.history.takeToQueueAgain({ 2 });
+        run.ledger.clear();
+        ASSERT_TRUE(waitFor([this] { return outcomes() == QStringList{ row(u"a"_s, Outcome::ConnectionLost) }; }));
+        EXPECT_EQ(interruptedOf(u"Quillbox"_s), 0); // The run goes on.
         run.settle();
     }
-    for (const QString& column : { u"username"_s, u"encryption"_s }) {
-        ask(u"ALTER TABLE files DROP COLUMN "_s + column);
-    }
-    ask(u"PRAGMA user_version = 1"_s);
-    Launch next(m_path);
-    next.history.filesQueued({ u"/b"_s });
+    Launch next(m_path, u"Quillbox"_s, { .files = 0, .days = 90 });
     next.settle();
 
-    EXPECT_TRUE(next.problems.isEmpty());
-    EXPECT_EQ(outcomes(), (QStringList{ row(u"a"_s, Outcome::Interrupted), row(u"b"_s, Outcome::Waiting) }));
-    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 2);
+    EXPECT_EQ(next.ledger.interrupted().size(), 1);
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Interrupted) });
 }
 
 TEST_F(UploadLedgerTest, WhatABeginningHistoryHoldsIsWrittenWhenTheLedgerIsOpened)
