@@ -126,7 +126,9 @@ bool PrivateFile::makeFolder(const QString& path)
         return true;
     }
     const QString parent = info.path();
-    return parent != path && makeFolder(parent) && mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0;
+    return parent != path && makeFolder(parent)
+        && (mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0
+            || (errno == EEXIST && QFileInfo(path).isDir())); // Somebody else was quicker.
 }
 
 bool PrivateFile::replace(const QString& path, const QByteArray& bytes)

@@ -1,5 +1,6 @@
 #include "LedgerDatabase.h"
 
+#include "Descriptor.h"
 #include "LocalPath.h"
 #include "PathText.h"
 #include "PrivateFile.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -27,6 +29,7 @@ constexpr qint64 lastRowOnDisk = 1LL << 40; ///< Rows in memory come behind it: 
 constexpr qint64 dayMs = 24LL * 60 * 60 * 1000;
 
 // What SQLite answers, without what it adds to it in the higher bits.
+constexpr int wrongStatement = 1;
 constexpr int busy = 5;
 constexpr int locked = 6;
 constexpr int corrupt = 11;
@@ -72,9 +75,14 @@ std::pair<QVariant, QByteArray> partsOf(QByteArrayView path)
     return { slash < 0 ? QVariant() : QVariant(path.first(slash).toByteArray()), path.sliced(slash + 1).toByteArray() };
 }
 
+int codeOf(const QSqlError& error)
+{
+    return error.nativeErrorCode().toInt() & 0xff;
+}
+
 LedgerProblem problemOf(const QSqlError& error)
 {
-    switch (error.nativeErrorCode().toInt() & 0xff) {
+    switch (codeOf(error)) {
     case busy:
     case locked:
         return LedgerProblem::Busy;
@@ -84,16 +92,6 @@ LedgerProblem problemOf(const QSqlError& error)
     default:
         return LedgerProblem::NotWritable;
     }
-}
-
-/// Makes the file for the user alone: what the database makes beside it has the same mode.
-bool makeFile(const QString& path)
-{
-    const int file = open(LocalPath::toBytes(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (file >= 0) {
-        ::close(file);
-    }
-    return file >= 0;
 }
 
 } // namespace
@@ -115,26 +113,28 @@ LedgerProblem LedgerDatabase::open(const QString& path)
     m_problem = LedgerProblem::None;
     const LedgerProblem problem = prepare(path);
     if (problem != LedgerProblem::None) {
-        close();
+        leave();
     }
     return problem;
 }
 
 LedgerProblem LedgerDatabase::prepare(const QString& path)
 {
-    m_isOnDisk = !path.isNull();
-    if (!m_isOnDisk) {
-        m_run = 1;
-    } else {
+    m_path = path;
+    m_run = 1;
+    std::optional<RunLocks::Alone> alone; // Nobody sets aside what is being opened, nor opens what is being set aside.
+    if (isOnDisk()) {
         const QString folder = QFileInfo(path).path();
-        if (!PrivateFile::makeFolder(folder) || !makeFile(path)) {
+        if (!PrivateFile::makeFolder(folder)) {
             m_reason = QString::fromLocal8Bit(std::strerror(errno));
             return LedgerProblem::NotWritable;
         }
-        PrivateFile::closeToOthers(path);
         m_locks.emplace(folder + u"/history.runs"_s);
         const std::optional<qint64> run = m_locks->take();
-        if (!run) {
+        if (run) {
+            alone.emplace(*m_locks);
+        }
+        if (!run || !makeFile()) {
             m_reason = QString::fromLocal8Bit(std::strerror(errno));
             return LedgerProblem::NotWritable;
         }
@@ -142,17 +142,64 @@ LedgerProblem LedgerDatabase::prepare(const QString& path)
     }
     m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
     // One in memory has a name, too, under which its readers find it.
-    m_database.setDatabaseName(m_isOnDisk ? path : u"file:/%1?vfs=memdb"_s.arg(m_name));
-    m_database.setConnectOptions(m_isOnDisk ? u"QSQLITE_BUSY_TIMEOUT=5000"_s
+    m_database.setDatabaseName(isOnDisk() ? path : u"file:/%1?vfs=memdb"_s.arg(m_name));
+    m_database.setConnectOptions(isOnDisk() ? u"QSQLITE_BUSY_TIMEOUT=5000"_s
                                             : u"QSQLITE_BUSY_TIMEOUT=5000;QSQLITE_OPEN_URI"_s);
     if (!m_database.open()) {
-        m_reason = m_database.lastError().databaseText();
-        return problemOf(m_database.lastError());
-    }
-    if (!setUp()) {
+        note(m_database.lastError());
         return m_problem;
     }
-    return m_isOnDisk ? interruptEndedRuns() : LedgerProblem::None;
+    if (!setUp()) {
+        return m_isStatementWrong ? LedgerProblem::Damaged : m_problem; // It has tables, which are not ours.
+    }
+    return isOnDisk() ? interruptEndedRuns() : LedgerProblem::None;
+}
+
+/// For the user alone: what the database makes beside it has the same mode.
+bool LedgerDatabase::makeFile()
+{
+    const Descriptor file(
+        ::open(LocalPath::toBytes(m_path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (file.get() < 0) {
+        return false;
+    }
+    PrivateFile::closeToOthers(m_path);
+    m_identity = presentIdentity();
+    return true;
+}
+
+std::optional<LedgerDatabase::Identity> LedgerDatabase::presentIdentity() const
+{
+    struct stat status { };
+    const bool isThere = stat(LocalPath::toBytes(m_path).constData(), &status) == 0;
+    return isThere ? std::optional(Identity{ status.st_dev, status.st_ino }) : std::nullopt;
+}
+
+QString LedgerDatabase::setAside() const
+{
+    if (!m_locks) {
+        return {};
+    }
+    const RunLocks::Alone alone(*m_locks);
+    if (!m_identity || presentIdentity() != m_identity) {
+        return {}; // There is another one by now.
+    }
+    const auto rename = [](const QString& from, const QString& to) {
+        return renameat2(AT_FDCWD, LocalPath::toBytes(from).constData(), AT_FDCWD, LocalPath::toBytes(to).constData(),
+                         RENAME_NOREPLACE)
+            == 0;
+    };
+    QString target = m_path + u".damaged"_s;
+    for (int number = 2; !rename(m_path, target); ++number) {
+        if (errno != EEXIST) {
+            return {};
+        }
+        target = m_path + u".damaged-%1"_s.arg(number);
+    }
+    for (const QString& companion : { u"-wal"_s, u"-shm"_s }) { // They belong to no other database.
+        rename(m_path + companion, target + companion);
+    }
+    return target;
 }
 
 void LedgerDatabase::close()
@@ -177,7 +224,7 @@ LedgerSource LedgerDatabase::source() const
         return {};
     }
     // A reader makes no database where this one has gone. One in memory cannot be shared for reading alone.
-    const QString options = m_database.connectOptions() + (m_isOnDisk ? u";QSQLITE_OPEN_READONLY"_s : QString());
+    const QString options = m_database.connectOptions() + (isOnDisk() ? u";QSQLITE_OPEN_READONLY"_s : QString());
     return { m_database.databaseName(), options, m_run };
 }
 
@@ -191,14 +238,33 @@ bool LedgerDatabase::hasOtherNews()
     return std::exchange(m_dataVersion, present).value_or(present) != present;
 }
 
+/// The version of what is there, 0 of nothing; std::nullopt when it cannot be used.
+std::optional<int> LedgerDatabase::presentVersion()
+{
+    QSqlQuery query(m_database);
+    if (!query.exec(u"PRAGMA user_version"_s) || !query.next()) {
+        note(query.lastError());
+        return std::nullopt;
+    }
+    const int present = query.value(0).toInt();
+    if (present > version) {
+        m_problem = LedgerProblem::Newer;
+        m_reason = u"it was made by a later version"_s;
+        return std::nullopt;
+    }
+    return present;
+}
+
 /// Brings the database into the present version. False when it cannot be used.
 bool LedgerDatabase::setUp()
 {
-    QSqlQuery mode(m_database);
-    if (m_isOnDisk) {
+    if (!presentVersion()) {
+        return false; // What a later version has made stays as it is.
+    }
+    if (isOnDisk()) {
+        QSqlQuery mode(m_database);
         if (!mode.exec(u"PRAGMA journal_mode = WAL"_s) || !mode.next()) {
-            m_problem = problemOf(mode.lastError());
-            m_reason = mode.lastError().databaseText();
+            note(mode.lastError());
             return false;
         }
         if (mode.value(0).toString() != u"wal"_s) {
@@ -206,23 +272,14 @@ bool LedgerDatabase::setUp()
             m_reason = u"its file system cannot lock files"_s;
             return false;
         }
-        mode.finish();
     }
     // The log is synchronized when it is moved into the database: a kill loses nothing, a power cut the last moments.
     if (!run(u"PRAGMA synchronous = NORMAL"_s) || !begin()) {
         return false;
     }
-    QSqlQuery present(m_database);
-    bool isDone = present.exec(u"PRAGMA user_version"_s) && present.next();
-    const int presentVersion = isDone ? present.value(0).toInt() : 0;
-    present.finish();
-    if (presentVersion > version) {
-        run(u"ROLLBACK"_s);
-        m_problem = LedgerProblem::Newer;
-        m_reason = u"it was made by a later version"_s;
-        return false;
-    }
-    if (isDone && presentVersion == 0) {
+    const std::optional<int> present = presentVersion(); // Another copy may have been quicker.
+    bool isDone = present.has_value();
+    if (isDone && *present == 0) {
         // Paths and names of copies are bytes.
         isDone = run(u"CREATE TABLE files (row INTEGER PRIMARY KEY AUTOINCREMENT, run INTEGER NOT NULL, "
                      "number INTEGER NOT NULL, copy BLOB NOT NULL, folder BLOB, name BLOB NOT NULL, destination TEXT, "
@@ -231,13 +288,13 @@ bool LedgerDatabase::setUp()
                      "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, username TEXT, "
                      "encryption INTEGER, UNIQUE (run, number))"_s)
             && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
-            && (m_isOnDisk || run(u"INSERT INTO sqlite_sequence (name, seq) VALUES ('files', ?)"_s, { lastRowOnDisk }));
+            && (isOnDisk() || run(u"INSERT INTO sqlite_sequence (name, seq) VALUES ('files', ?)"_s, { lastRowOnDisk }));
     }
-    if (isDone && presentVersion == 1) {
+    if (isDone && *present == 1) {
         isDone = run(u"ALTER TABLE files ADD COLUMN username TEXT"_s)
             && run(u"ALTER TABLE files ADD COLUMN encryption INTEGER"_s);
     }
-    if (isDone && presentVersion < version) {
+    if (isDone && *present < version) {
         isDone = run(u"DROP INDEX IF EXISTS filesUnended"_s)
             && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
             && run(u"PRAGMA user_version = %1"_s.arg(version));
@@ -256,8 +313,7 @@ bool LedgerDatabase::setUp()
                              "destination = coalesce(?, destination), username = coalesce(?, username), "
                              "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s);
     if (!isPrepared) {
-        m_problem = LedgerProblem::Damaged; // It has the version and not the table.
-        m_reason = m_change->lastError().databaseText() + m_add->lastError().databaseText();
+        note(m_add->lastError().isValid() ? m_add->lastError() : m_change->lastError());
     }
     return isPrepared;
 }
@@ -269,12 +325,17 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
         return m_problem;
     }
     QSqlQuery query(m_database);
-    bool isDone = query.exec(u"SELECT DISTINCT run FROM files WHERE "_s + unended);
+    bool isDone = true;
+    query.exec(u"SELECT DISTINCT run FROM files WHERE "_s + unended);
     QList<qint64> ended;
-    while (isDone && query.next()) {
+    while (query.next()) {
         if (const qint64 other = query.value(0).toLongLong(); other != m_run && !m_locks->isTaken(other)) {
             ended.append(other);
         }
+    }
+    if (query.lastError().isValid()) {
+        note(query.lastError());
+        isDone = false;
     }
     query.finish();
     for (const qint64 other : ended) {
@@ -289,8 +350,7 @@ bool LedgerDatabase::run(const QString& command, const QVariantList& values)
 {
     QSqlQuery query(m_database);
     if (!query.prepare(command)) {
-        m_problem = problemOf(query.lastError());
-        m_reason = query.lastError().databaseText();
+        note(query.lastError());
         return false;
     }
     return run(query, values);
@@ -302,12 +362,18 @@ bool LedgerDatabase::run(QSqlQuery& query, const QVariantList& values)
         query.bindValue(index, values[index]);
     }
     if (!query.exec()) {
-        m_problem = problemOf(query.lastError());
-        m_reason = query.lastError().databaseText();
+        note(query.lastError());
         return false;
     }
     query.finish();
     return true;
+}
+
+void LedgerDatabase::note(const QSqlError& error)
+{
+    m_problem = problemOf(error);
+    m_isStatementWrong = codeOf(error) == wrongStatement;
+    m_reason = error.databaseText();
 }
 
 /// Ends what begin() has begun.

@@ -44,6 +44,9 @@ public:
     void close();
     /// Closes the database. Until close() others go on to take this run for one that goes on: its files may wait there.
     void leave();
+    /// Moves a damaged database out of the way after leave(), unless another copy of the program has done so; the
+    /// answer is where it went, null when it stays.
+    QString setAside() const;
     bool isOpen() const { return m_database.isOpen(); }
     /// What the system said of the last problem.
     const QString& reason() const { return m_reason; }
@@ -69,11 +72,23 @@ public:
     LedgerProblem queuedAgain(const QList<LedgerKey>& keys);
 
 private:
+    /// Which file it is, whatever it is called.
+    struct Identity {
+        quint64 device;
+        quint64 number;
+        friend bool operator==(const Identity&, const Identity&) = default;
+    };
+    std::optional<Identity> presentIdentity() const;
+
+    bool isOnDisk() const { return !m_path.isNull(); }
     LedgerProblem prepare(const QString& path);
+    bool makeFile();
+    std::optional<int> presentVersion();
     bool setUp();
     LedgerProblem interruptEndedRuns();
     bool run(const QString& command, const QVariantList& values = {});
     bool run(QSqlQuery& query, const QVariantList& values);
+    void note(const QSqlError& error);
     bool begin() { return run(QStringLiteral("BEGIN IMMEDIATE")); }
     LedgerProblem end(bool isDone);
     bool add(const LedgerBatch::Added& added);
@@ -83,10 +98,12 @@ private:
     QByteArray m_copy;
     QSqlDatabase m_database;
     std::optional<RunLocks> m_locks; ///< None where there was no database but one in memory.
-    bool m_isOnDisk = false;
+    QString m_path; ///< Null for memory.
+    std::optional<Identity> m_identity; ///< Of the file that was opened.
     qint64 m_run = 0;
     std::optional<qint64> m_dataVersion; ///< Others had written so much when that was last asked.
     LedgerProblem m_problem = LedgerProblem::None; ///< The last one.
+    bool m_isStatementWrong = false; ///< It was that a statement does not fit the tables.
     QString m_reason;
     std::optional<QSqlQuery> m_add;
     std::optional<QSqlQuery> m_change;

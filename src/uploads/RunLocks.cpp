@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr qint64 placeOfAlone = 0; ///< No run has that number.
+
 struct flock lockOf(qint64 run)
 {
     struct flock lock { };
@@ -46,4 +48,18 @@ bool RunLocks::isTaken(qint64 run) const
 {
     struct flock lock = lockOf(run);
     return fcntl(m_file.get(), F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
+}
+
+RunLocks::Alone::Alone(const RunLocks& locks)
+    : m_locks(locks)
+{
+    struct flock lock = lockOf(placeOfAlone);
+    while (fcntl(m_locks.m_file.get(), F_OFD_SETLKW, &lock) != 0 && errno == EINTR) { }
+}
+
+RunLocks::Alone::~Alone()
+{
+    struct flock lock = lockOf(placeOfAlone);
+    lock.l_type = F_UNLCK;
+    fcntl(m_locks.m_file.get(), F_OFD_SETLK, &lock);
 }

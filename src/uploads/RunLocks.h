@@ -21,6 +21,18 @@ public:
     /// Whether @p run is another run that goes on, or nobody can say.
     bool isTaken(qint64 run) const;
 
+    /// While one lives, no other run has one: it waits for that. Where nothing can be locked, it does not.
+    class Alone {
+    public:
+        explicit Alone(const RunLocks& locks);
+        Alone(const Alone&) = delete;
+        Alone& operator=(const Alone&) = delete;
+        ~Alone();
+
+    private:
+        const RunLocks& m_locks;
+    };
+
 private:
     Descriptor m_file;
 };

@@ -3,7 +3,6 @@
 #include "DestinationSettings.h"
 #include "HistoryCsv.h"
 #include "LedgerReader.h"
-#include "LocalPath.h"
 #include "PostedCall.h"
 #include "StandardFolders.h"
 #include "UploadHistory.h"
@@ -13,7 +12,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <iterator>
 #include <mutex>
 #include <thread>
@@ -27,22 +25,6 @@ namespace {
 
 constexpr auto rest = 50ms; ///< So long news are gathered before they are written.
 constexpr int rowsBetweenPrunings = 5000;
-
-/// Moves a database out of the way that cannot be read; the answer is where it went, null when it stays.
-QString setAside(const QString& path)
-{
-    QString target = path + u".damaged"_s;
-    const auto rename = [](const QString& from, const QString& to) {
-        return std::rename(LocalPath::toBytes(from).constData(), LocalPath::toBytes(to).constData()) == 0;
-    };
-    if (!rename(path, target)) {
-        return {};
-    }
-    for (const QString& companion : { u"-wal"_s, u"-shm"_s }) { // They belong to no other database.
-        rename(path + companion, target + companion);
-    }
-    return target;
-}
 
 /// Without a password, which somebody may have typed into a location of a manual transfer.
 QString withoutPassword(const QString& location)
@@ -251,9 +233,9 @@ private:
         if (problem == LedgerProblem::NotWritable) {
             return u"The history cannot be written to “%1”: %2."_s.arg(m_path, reason) + onlyNow;
         }
-        const QString aside = setAside(m_path);
-        return (aside.isNull() ? u"The history in “%1” is damaged."_s.arg(m_path)
-                               : u"The history in “%1” is damaged, and was moved to “%2”."_s.arg(m_path, aside))
+        const QString aside = m_database.setAside();
+        return (aside.isNull() ? u"The history in “%1” was damaged."_s.arg(m_path)
+                               : u"The history in “%1” was damaged, and was moved to “%2”."_s.arg(m_path, aside))
             + onlyNow;
     }
 

@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <barrier>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -19,6 +21,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -226,6 +229,28 @@ TEST_F(PrivateFileTest, AFolderIsMadeForTheOwnerAlone)
     EXPECT_EQ(mode(m_folder.filePath(u"a"_s)), 0700U);
     EXPECT_TRUE(PrivateFile::makeFolder(path));
     EXPECT_FALSE(PrivateFile::makeFolder(u"/dev/null/a"_s));
+}
+
+TEST_F(PrivateFileTest, AFolderThatSomebodyElseMakesAtTheSameTimeIsThere)
+{
+    constexpr int makers = 4;
+    constexpr int folders = 200;
+    std::barrier start(makers);
+    std::atomic<int> made = 0;
+    std::vector<std::thread> threads;
+    for (int maker = 0; maker < makers; ++maker) {
+        threads.emplace_back([this, &start, &made] {
+            for (int number = 0; number < folders; ++number) {
+                start.arrive_and_wait();
+                made += PrivateFile::makeFolder(m_folder.filePath(u"%1/a/b"_s.arg(number))) ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+
+    EXPECT_EQ(made, makers * folders);
 }
 
 TEST_F(PrivateFileTest, OthersHaveARightOnlyWhereFolderAndFileGiveIt)

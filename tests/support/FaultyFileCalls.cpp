@@ -1,12 +1,14 @@
 #include "FaultyFileCalls.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
 #include <sys/file.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -23,6 +25,9 @@ struct Faults {
     int synchronizationError = 0;
     int lockError = 0;
 };
+
+/// So many reads of databases until one fails, which are in threads; 0 for none, negative when it has failed.
+std::atomic<int> databaseReads = 0;
 
 Faults& faults()
 {
@@ -147,12 +152,23 @@ int __wrap_fcntl(int descriptor, int command, ...)
     const bool locks = command == F_OFD_SETLK || command == F_OFD_GETLK;
     return locks && faults().lockError != 0 ? fail(faults().lockError) : __real_fcntl(descriptor, command, argument);
 }
+
+/// Takes the place of the C library's, which the library of the database calls.
+__attribute__((visibility("default"))) ssize_t pread64(int descriptor, void* data, size_t size, off64_t place)
+{
+    if (databaseReads > 0 && --databaseReads == 0) {
+        databaseReads = -1;
+        return fail(ESTALE);
+    }
+    return syscall(SYS_pread64, descriptor, data, size, place);
+}
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
 
 FaultyFileCalls::~FaultyFileCalls()
 {
     faults() = Faults();
+    databaseReads = 0;
 }
 
 void FaultyFileCalls::interruptReads(int count)
@@ -203,4 +219,14 @@ void FaultyFileCalls::failToSynchronize(int error)
 void FaultyFileCalls::failToLock(int error)
 {
     faults().lockError = error;
+}
+
+void FaultyFileCalls::failToReadDatabase(int number)
+{
+    databaseReads = number;
+}
+
+bool FaultyFileCalls::hasFailedToReadDatabase()
+{
+    return databaseReads < 0;
 }

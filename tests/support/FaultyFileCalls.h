@@ -29,4 +29,8 @@ public:
     static void failToSynchronize(int error);
     /// From here on no file can be locked, nor asked for its locks, with @p error.
     static void failToLock(int error);
+    /// The read number @p number of the system's database fails, from 1 on, as on a network drive that has gone.
+    static void failToReadDatabase(int number);
+    /// Whether it has.
+    static bool hasFailedToReadDatabase();
 };

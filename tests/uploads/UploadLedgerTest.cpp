@@ -695,18 +695,92 @@ TEST_F(UploadLedgerTest, ADamagedDatabaseIsSetAsideAndTheRunGoesOn)
     EXPECT_EQ(outcomes(), QStringList{ row(u"b"_s, Outcome::Waiting) });
 }
 
-TEST_F(UploadLedgerTest, ADatabaseOfALaterVersionStaysAsItIs)
+TEST_F(UploadLedgerTest, WhatWasSetAsideBeforeStays)
+{
+    QDir().mkpath(QFileInfo(m_path).path());
+    const QStringList names{ u".damaged"_s, u".damaged-2"_s, u".damaged-3"_s };
+    for (const QString& name : names) {
+        QFile file(m_path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(5000, 'x') + name.toUtf8());
+        file.close();
+        Launch(m_path).settle();
+    }
+
+    for (const QString& name : names) {
+        QFile file(m_path + name);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
+        EXPECT_TRUE(file.readAll().endsWith(name.toUtf8())) << name.toStdString();
+    }
+}
+
+TEST_F(UploadLedgerTest, ACopyThatFindsTheDamageLaterLeavesTheNewDatabaseOfAnother)
+{
+    LedgerDatabase first(u"first"_s);
+    LedgerDatabase second(u"second"_s);
+    ASSERT_EQ(first.open(m_path), LedgerProblem::None);
+    ASSERT_EQ(second.open(m_path), LedgerProblem::None);
+    first.leave();
+    EXPECT_EQ(first.setAside(), m_path + u".damaged"_s);
+    sendOne(u"/a"_s);
+    second.leave();
+
+    EXPECT_TRUE(second.setAside().isNull());
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Confirmed) });
+}
+
+TEST_F(UploadLedgerTest, ADatabaseThatCannotBeReadAtTheMomentIsNotDamaged)
 {
     Launch(m_path).settle();
+    for (int number = 0; number < 40; ++number) { // So that the schema has several pages.
+        ask(u"CREATE VIEW filler%1 AS SELECT '%2'"_s.arg(number).arg(QString(500, u'x')));
+    }
+    const FaultyFileCalls faults;
+    int failed = 0;
+    for (int number = 1; failed == number - 1; ++number) {
+        FaultyFileCalls::failToReadDatabase(number);
+        LedgerDatabase database(u"Quillbox"_s);
+        const LedgerProblem problem = database.open(m_path);
+        if (FaultyFileCalls::hasFailedToReadDatabase()) {
+            EXPECT_EQ(problem, LedgerProblem::NotWritable) << number << ": " << database.reason().toStdString();
+            ++failed;
+        }
+    }
+
+    EXPECT_GT(failed, 3);
+}
+
+TEST_F(UploadLedgerTest, TablesThatAreNotOursAreSetAside)
+{
+    QDir().mkpath(QFileInfo(m_path).path());
+    for (const int version : { 0, 1, 2, 3 }) {
+        ask(u"CREATE TABLE files (a)"_s);
+        ask(u"PRAGMA user_version = %1"_s.arg(version));
+        Launch run(m_path);
+        run.settle();
+
+        EXPECT_TRUE(run.ledger.problem().contains(m_path + u".damaged"_s)) << run.ledger.problem().toStdString();
+        EXPECT_FALSE(QFile::exists(m_path)) << version;
+    }
+}
+
+TEST_F(UploadLedgerTest, ADatabaseOfALaterVersionStaysAsItIs)
+{
+    QDir().mkpath(QFileInfo(m_path).path());
     ask(u"PRAGMA user_version = 99"_s);
+    const auto bytes = [this] {
+        QFile file(m_path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray before = bytes();
+    ASSERT_FALSE(before.isEmpty());
     Launch run(m_path);
     run.history.filesQueued({ u"/a"_s });
     run.settle();
 
     ASSERT_EQ(run.problems.size(), 1);
     EXPECT_TRUE(run.ledger.problem().contains(u"later version"_s));
-    EXPECT_EQ(ask(u"PRAGMA user_version"_s), QStringList{ u"99"_s });
-    EXPECT_TRUE(outcomes().isEmpty());
+    EXPECT_EQ(bytes(), before);
 }
 
 TEST_F(UploadLedgerTest, AFileSystemThatCannotLockIsSaidOnce)
