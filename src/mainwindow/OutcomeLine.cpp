@@ -107,7 +107,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     connect(m_tryNowButton, &QToolButton::clicked, this, &OutcomeLine::tryNowRequested);
     connect(m_giveUpButton, &QToolButton::clicked, this, [this] { m_tries->giveUp(); });
     connect(m_forgetButton, &QToolButton::clicked, this, [this] {
-        tell(false);
+        dismiss();
         m_ledger->forgetInterrupted();
     });
     setStyleSheet(styleOf(false));
@@ -243,7 +243,11 @@ void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger,
     m_history = &history;
     m_ledger = &ledger;
     connect(&ledger, &UploadLedger::interruptedChanged, this, &OutcomeLine::interruptedChanged);
-    connect(&history, &UploadHistory::queueBegins, this, [this] { tell(false); });
+    connect(&history, &UploadHistory::queueBegins, this, [this] {
+        if (!m_isAboutEarlierRuns) {
+            endTelling();
+        }
+    });
     connect(&history, &UploadHistory::queueDrained, this, &OutcomeLine::queueDrained);
     connect(&history, &UploadHistory::filesChecked, this, [this] {
         if (m_isTold && !m_isAboutEarlierRuns) {
@@ -255,35 +259,30 @@ void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger,
 /// Nothing is said of them in place of what has become of a queue.
 void OutcomeLine::interruptedChanged()
 {
-    const qsizetype count = m_ledger->interrupted().size();
-    if (m_isAboutEarlierRuns && count == 0) {
-        m_isAboutEarlierRuns = false;
-        tell(false);
-    }
-    if (count > 0 && (m_isAboutEarlierRuns || m_history->rowCount() == 0)) {
-        tellInterrupted(count);
+    if (m_isAboutEarlierRuns || !m_isTold) {
+        endTelling();
     }
 }
 
-/// What the line about a queue stood before is said after it, once.
 void OutcomeLine::dismiss()
 {
-    tell(false);
-    if (const qsizetype count = m_ledger->interrupted().size(); count > 0 && !m_wasInterruptedTold) {
-        tellInterrupted(count);
-    }
+    m_isInterruptedDismissed = m_isInterruptedDismissed || m_isAboutEarlierRuns;
+    endTelling();
 }
 
-void OutcomeLine::tellInterrupted(qsizetype count)
+/// Where nothing is said of a queue, what an earlier run has left is, until the user has dismissed that.
+void OutcomeLine::endTelling()
 {
-    m_wasInterruptedTold = true;
-    m_isAboutEarlierRuns = true;
-    m_lostRows.reset();
-    setText(count == 1 ? u"1 file was not confirmed"_s
-                       : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
-            true);
-    offer({ m_queueAgainButton, m_forgetButton });
-    tell(true);
+    const qsizetype count = m_ledger->interrupted().size();
+    m_isAboutEarlierRuns = count > 0 && !m_isInterruptedDismissed;
+    if (m_isAboutEarlierRuns) {
+        m_lostRows.reset();
+        setText(count == 1 ? u"1 file was not confirmed"_s
+                           : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
+                true);
+        offer({ m_queueAgainButton, m_forgetButton });
+    }
+    tell(m_isAboutEarlierRuns);
 }
 
 void OutcomeLine::triesChanged()

@@ -17,8 +17,8 @@ class UploadLedger;
 
 /// The line below the status that says what has become of the last queue: "3 of 5 uploaded, 2 failed". It comes when a
 /// queue has ended, is corrected when a later listing knows better, and stays until the next queue begins or until it
-/// is dismissed. Before the first queue it says of how many files an earlier run has not learnt what has become of
-/// them. Buttons that have no room are in a menu. Belongs to the main thread.
+/// is dismissed. Where it has nothing to say of a queue, it says of how many files an earlier run has not learnt what
+/// has become of them, until that is dismissed. Buttons that have no room are in a menu. Belongs to the main thread.
 class OutcomeLine final : public QFrame {
     Q_OBJECT
 
@@ -60,7 +60,7 @@ private:
     void queueDrained();
     void interruptedChanged();
     void dismiss();
-    void tellInterrupted(qsizetype count);
+    void endTelling();
     void triesChanged();
     void refresh();
     QString queueText() const;
@@ -78,7 +78,7 @@ private:
     bool m_givesWay = false;
     bool m_isLow = false;
     bool m_isAboutEarlierRuns = false;
-    bool m_wasInterruptedTold = false;
+    bool m_isInterruptedDismissed = false;
     std::optional<QList<int>> m_lostRows; ///< Whose files were last looked for.
     bool m_canQueueAgain = false; ///< Whether any of them was there.
     QList<QToolButton*> m_offered; ///< What can be done at present, by its weight; the last ones give way.

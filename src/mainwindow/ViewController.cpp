@@ -208,7 +208,8 @@ void ViewController::bytesDone(float bytes)
 
 void ViewController::updateStatus(const QString& status)
 {
-    const bool isOnItsOwn = m_tries.isTry(m_history.currentRow());
+    // A status that comes while the upload goes on is of something else that the user has asked for.
+    const bool isOnItsOwn = !m_pc.isSending() && m_tries.isTry(m_history.currentRow());
     m_indicators.setStatus(status);
     m_run.statusReported();
     if (!isOnItsOwn) { // The first failure of the file has raised it.

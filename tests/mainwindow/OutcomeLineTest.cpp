@@ -377,8 +377,8 @@ TEST_F(InterruptedFilesTest, QueueAgainPutsThemIntoTheQueueInTheirOrder)
 
     ASSERT_TRUE(waitFor([this] { return m_controller->history().rowCount() == 2; }));
     EXPECT_EQ(m_controller->history().entries()[1].path, m_waiting);
-    EXPECT_FALSE(line().isVisible());
     EXPECT_TRUE(waitFor([this] { return m_controller->ledger().interrupted().isEmpty(); }));
+    EXPECT_FALSE(line().isVisible());
     tick();
     finishUpload();
     confirmNext();
@@ -438,26 +438,44 @@ TEST_F(InterruptedFilesTest, AfterAChangeOfServerQueueAgainAsks)
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
 }
 
-TEST_F(InterruptedFilesTest, TheLineAboutAQueueStandsBeforeIt)
+TEST_F(InterruptedFilesTest, AStartWithFilesSaysSoUntilTheirQueueHasEndedAndAfterwardsUntilItIsDismissed)
 {
-    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    m_controller->uploadFiles({ makeFile(u"a"_s) }, { m_directory.path() });
+    EXPECT_TRUE(waitForLine());
+    EXPECT_EQ(text("outcomeTextField"), u"2 files were not confirmed"_s);
+    EXPECT_TRUE(tool("forgetInterruptedButton").isVisible());
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    tick();
+    EXPECT_EQ(text("outcomeTextField"), u"2 files were not confirmed"_s);
+    finishUpload();
     confirmNext();
-    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
-    ASSERT_TRUE(waitFor([this] { return !m_controller->ledger().interrupted().isEmpty(); }));
-    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
+    EXPECT_EQ(text("outcomeTextField"), u"2 uploaded, 1 left out"_s);
     EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
 
+    m_controller->uploadFiles({ makeFile(u"c"_s) });
+    EXPECT_EQ(text("outcomeTextField"), u"2 files were not confirmed"_s);
+    confirmNext();
     tool("dismissOutcomeButton").click();
     EXPECT_TRUE(line().isVisible());
     EXPECT_EQ(text("outcomeTextField"), u"2 files were not confirmed"_s);
     EXPECT_TRUE(tool("queueOutcomeAgainButton").isVisible());
     tool("dismissOutcomeButton").click();
     EXPECT_FALSE(line().isVisible());
-    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    m_controller->uploadFiles({ makeFile(u"d"_s) });
+    EXPECT_FALSE(line().isVisible());
     confirmNext();
     EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
     tool("dismissOutcomeButton").click();
-    EXPECT_FALSE(line().isVisible()); // It was said.
+    EXPECT_FALSE(line().isVisible());
+}
+
+TEST_F(InterruptedFilesTest, TheLineAboutAQueueThatHasEndedStandsBeforeIt)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    confirmNext();
+    ASSERT_TRUE(waitFor([this] { return !m_controller->ledger().interrupted().isEmpty(); }));
+    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
 }
 
 /// With files that are tried again by themselves.
@@ -545,9 +563,23 @@ TEST_F(AnotherTryTest, OnlyTheFirstFailureOfAFileRaisesTheAlert)
     m_controller->tries().tryNow();
     const qsizetype before = shownSheets().size();
     tick();
-    m_controller->updateStatus(u"Error"_s);
+    m_controller->pc().stopSendWithStatus(u"Error"_s);
 
     EXPECT_EQ(shownSheets().size(), before);
+}
+
+TEST_F(AnotherTryTest, WhatFailsBesideATryRaisesItsAlert)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    loseNext();
+    m_controller->tries().tryNow();
+    tick();
+    ASSERT_TRUE(m_controller->pc().isSending());
+    const qsizetype before = shownSheets().size();
+    m_controller->cc().startCreate(u"new"_s, u"ftp://host/in/"_s, {}, {});
+    m_controller->cc().stopCreateWithStatus(u"Error"_s);
+
+    EXPECT_EQ(shownSheets().size(), before + 1);
 }
 
 TEST_F(AnotherTryTest, NoTryRaisesTheAlertThatThereIsNoWayToTheNetwork)
