@@ -20,7 +20,6 @@
 #include "ui_HistoryWindow.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QShortcut>
@@ -36,6 +35,7 @@ using HistoryText::Column;
 namespace {
 
 constexpr int rowHeight = 28;
+const QString exportTitle = u"Export History"_s;
 
 } // namespace
 
@@ -158,7 +158,9 @@ void HistoryWindow::connectActions()
     connect(m_ui->copyHistoryAction, &QAction::triggered, this, &HistoryWindow::copy);
     connect(m_ui->copyWebLinkAction, &QAction::triggered, this, &HistoryWindow::copyWebLink);
     connect(m_ui->clearHistoryButton, &QPushButton::clicked, this, &HistoryWindow::clearHistory);
-    connect(m_ui->exportHistoryButton, &QPushButton::clicked, this, &HistoryWindow::exportHistory);
+    connect(m_ui->exportHistoryButton, &QPushButton::clicked, this, &HistoryWindow::askWhereToExport);
+    connect(&m_chooser, &FileChooser::filesSelected, this,
+            [this](const QStringList& paths) { exportTo(paths.first()); });
     m_filter.setSingleShot(true);
     m_filter.setInterval(150ms);
     connect(&m_filter, &QTimer::timeout, this,
@@ -262,24 +264,21 @@ void HistoryWindow::clearHistory()
           .onAlternate = [this] { m_ledger.clear(); } });
 }
 
-void HistoryWindow::exportHistory()
+void HistoryWindow::askWhereToExport()
 {
-    auto* const chooser = new QFileDialog(this, u"Export History"_s, documentsDirectoryPath());
-    chooser->setAttribute(Qt::WA_DeleteOnClose);
-    chooser->setAcceptMode(QFileDialog::AcceptSave);
-    chooser->setDefaultSuffix(u"csv"_s);
-    chooser->setNameFilter(u"Table (*.csv)"_s);
-    chooser->selectFile(u"Quillbox history.csv"_s);
-    connect(chooser, &QFileDialog::fileSelected, this, [this](const QString& path) {
-        m_ledger.writeCsv(path, m_model->query(), this, [this, path](bool isWritten) {
-            if (!isWritten) {
-                SheetQueue::of(*this).raise(
-                    { .title = u"Export History"_s,
-                      .text = u"The history could not be written to “%1”."_s.arg(visibleText(path)) });
-            }
-        });
+    m_chooser.open(
+        { .title = exportTitle, .folder = documentsDirectoryPath(), .nameToSave = u"Quillbox history.csv"_s });
+}
+
+void HistoryWindow::exportTo(const QString& path)
+{
+    m_ledger.writeCsv(path, m_model->query(), this, [this, path](bool isWritten) {
+        if (!isWritten) {
+            SheetQueue::of(*this).raise(
+                { .title = exportTitle,
+                  .text = u"The history could not be written to “%1”."_s.arg(visibleText(path)) });
+        }
     });
-    chooser->open(); // Not exec(): transfers go on.
 }
 
 /// Says where the history is, and for how long.

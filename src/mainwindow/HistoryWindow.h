@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FileChooser.h"
 #include "LedgerRow.h"
 #include "WindowSight.h"
 
@@ -53,7 +54,8 @@ private:
     void restoreSelection();
     void selectWanted();
     void clearHistory();
-    void exportHistory();
+    void askWhereToExport();
+    void exportTo(const QString& path);
     void showPlace();
     void queueAgain();
     void copy();
@@ -71,6 +73,7 @@ private:
     QueueAgain m_queueAgain;
     std::unique_ptr<Ui::HistoryWindow> m_ui;
     HistoryTableModel* m_model;
+    FileChooser m_chooser{ *this };
     QPointer<QObject> m_copying; ///< Puts rows on the clipboard.
     QTimer m_refresh;
     WindowSight m_sight{ *this };

@@ -13,23 +13,16 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QClipboard>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QMimeData>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString chooserTitle = u"Upload Files"_s;
-const QString chooserButton = u"Upload"_s;
-
-} // namespace
-
 MainMenu::MainMenu(MainWindow& window, ViewController& controller)
     : m_window(window)
     , m_controller(controller)
+    , m_chooser(window)
     , m_copyWebLinkAction(new QAction(u"Copy &Web Link"_s, &window))
 {
     connectActions();
@@ -59,9 +52,7 @@ void MainMenu::connectActions()
     on(ui.makeCopyAction, &ViewController::copiesWindowRequested);
     on(ui.welcomeAction, &ViewController::welcomeWindowRequested);
     connect(ui.openFilesAction, &QAction::triggered, this, &MainMenu::openFiles);
-    connect(&m_portal, &FileChooserPortal::unavailable, this, &MainMenu::openFilesHere);
-    connect(&m_portal, &FileChooserPortal::filesSelected, this,
-            [this](const QStringList& paths) { upload(paths, QFileInfo(paths.first()).path()); });
+    connect(&m_chooser, &FileChooser::filesSelected, this, &MainMenu::upload);
     connect(ui.dragAndDropView, &DragDropView::pressed, ui.openFilesAction, &QAction::trigger);
     connect(ui.pasteFilesAction, &QAction::triggered, this, &MainMenu::pasteFiles);
     connect(ui.copyItemLocationAction, &QAction::triggered, this, &MainMenu::copyItemLocation);
@@ -137,27 +128,12 @@ void MainMenu::show(const WindowState& state)
 
 void MainMenu::openFiles()
 {
-    const bool isX11 = QGuiApplication::platformName() == u"xcb"_s;
-    m_portal.open({ .parentWindow = isX11 ? u"x11:%1"_s.arg(m_window.winId(), 0, 16) : QString(),
-                    .title = chooserTitle,
-                    .acceptLabel = chooserButton,
-                    .folder = m_lastOpenedFolder });
+    m_chooser.open({ .title = u"Upload Files"_s, .acceptLabel = u"Upload"_s, .folder = m_lastOpenedFolder });
 }
 
-void MainMenu::openFilesHere()
+void MainMenu::upload(const QStringList& paths)
 {
-    auto* const chooser = new QFileDialog(&m_window, chooserTitle, m_lastOpenedFolder);
-    chooser->setAttribute(Qt::WA_DeleteOnClose);
-    chooser->setFileMode(QFileDialog::ExistingFiles);
-    chooser->setLabelText(QFileDialog::Accept, chooserButton);
-    connect(chooser, &QFileDialog::filesSelected, this,
-            [this, chooser](const QStringList& paths) { upload(paths, chooser->directory().absolutePath()); });
-    chooser->open();
-}
-
-void MainMenu::upload(const QStringList& paths, const QString& folder)
-{
-    m_lastOpenedFolder = folder;
+    m_lastOpenedFolder = QFileInfo(paths.first()).path();
     m_controller.uploadFiles(paths);
 }
 

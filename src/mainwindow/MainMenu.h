@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileChooserPortal.h"
+#include "FileChooser.h"
 
 #include <QObject>
 #include <QString>
@@ -28,9 +28,7 @@ private:
 
     /// Lets the user choose files to upload.
     void openFiles();
-    /// The same by a dialog of the toolkit's.
-    void openFilesHere();
-    void upload(const QStringList& paths, const QString& folder);
+    void upload(const QStringList& paths);
     /// Uploads the files on the clipboard.
     void pasteFiles();
     /// Copies the location of the selected item.
@@ -41,7 +39,7 @@ private:
 
     MainWindow& m_window;
     ViewController& m_controller;
-    FileChooserPortal m_portal{ QDBusConnection::sessionBus() };
+    FileChooser m_chooser;
     QAction* m_copyWebLinkAction; ///< Shows while there is a web address.
     QString m_lastOpenedFolder;
 };

@@ -2,6 +2,7 @@
 #include "ElidedLabel.h"
 #include "FiguresRow.h"
 #include "HistoryWindow.h"
+#include "PreferencesController.h"
 #include "QueuedFilesView.h"
 #include "ScreenRoom.h"
 #include "StandardFolders.h"

@@ -67,6 +67,24 @@ void PowerManager::UnInhibit(uint cookie)
 QDBusObjectPath FileChooserService::OpenFile(const QString& window, const QString& title, const QVariantMap& itsOptions)
 {
     asked.append(u"%1: %2"_s.arg(window, title));
+    return show(itsOptions);
+}
+
+QDBusObjectPath FileChooserService::SaveFile(const QString& window, const QString& title, const QVariantMap& itsOptions)
+{
+    asked.append(u"%1: %2; save"_s.arg(window, title));
+    return show(itsOptions);
+}
+
+QDBusMessage FileChooserService::response(uint code, const QStringList& uris) const
+{
+    QDBusMessage message = QDBusMessage::createSignal(request, u"org.freedesktop.portal.Request"_s, u"Response"_s);
+    message << code << QVariantMap{ { u"uris"_s, uris } };
+    return message;
+}
+
+QDBusObjectPath FileChooserService::show(const QVariantMap& itsOptions)
+{
     options = itsOptions;
     request = ownPath;
     if (request.isEmpty()) {

@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusUnixFileDescriptor>
 #include <QObject>
@@ -103,16 +104,22 @@ public:
     static inline const QString name = QStringLiteral("org.freedesktop.portal.Desktop");
     static inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 
-    QStringList asked; ///< "window: title".
+    QStringList asked; ///< "window: title", and for a file to be written "; save".
     QVariantMap options; ///< Of the latest dialog.
     QString request; ///< The object of the latest dialog.
     QString ownPath; ///< What such objects are called, if not as the program would like.
     QStringList closed; ///< The objects that were closed from outside.
 
+    /// What the service sends when the latest dialog has ended.
+    QDBusMessage response(uint code, const QStringList& uris) const;
+
 public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     QDBusObjectPath OpenFile(const QString& window, const QString& title, const QVariantMap& itsOptions);
+    QDBusObjectPath SaveFile(const QString& window, const QString& title, const QVariantMap& itsOptions);
 
 private:
+    QDBusObjectPath show(const QVariantMap& itsOptions);
+
     std::vector<std::unique_ptr<PortalRequest>> m_requests;
 };
 // NOLINTEND(readability-identifier-naming)

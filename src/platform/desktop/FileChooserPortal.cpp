@@ -38,14 +38,17 @@ void FileChooserPortal::open(const Question& question)
     const QString sender = m_bus.baseService().mid(1).replace(u'.', u'_');
     expectAnswerOf(u"%1/request/%2/%3"_s.arg(portalPath, sender, token));
 
-    QVariantMap options{ { u"handle_token"_s, token },
-                         { u"accept_label"_s, question.acceptLabel },
-                         { u"multiple"_s, true } };
+    const bool isToSave = !question.nameToSave.isEmpty();
+    QVariantMap options{ { u"handle_token"_s, token } };
+    isToSave ? options.insert(u"current_name"_s, question.nameToSave) : options.insert(u"multiple"_s, true);
+    if (!question.acceptLabel.isEmpty()) {
+        options.insert(u"accept_label"_s, question.acceptLabel);
+    }
     if (!question.folder.isEmpty()) {
         options.insert(u"current_folder"_s, LocalPath::toBytes(question.folder) + '\0');
     }
-    QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath,
-                                                       u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        portalService, portalPath, u"org.freedesktop.portal.FileChooser"_s, isToSave ? u"SaveFile"_s : u"OpenFile"_s);
     call << question.parentWindow << question.title << options;
     auto* const watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, answerLimitMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, request = m_request] {

@@ -19,10 +19,11 @@ public:
     struct Question {
         QString parentWindow; ///< As portals name windows, "x11:2a00007"; empty for none.
         QString title;
-        QString acceptLabel; ///< Of the button.
-        QString folder; ///< Where the dialog begins; empty: where it likes.
+        QString acceptLabel = {}; ///< Of the button; empty: the usual one.
+        QString folder = {}; ///< Where the dialog begins; empty: where it likes.
+        QString nameToSave = {}; ///< Of a file that is to be written; empty: existing files are chosen.
     };
-    /// Shows the dialog for any number of existing files. One that is still open goes.
+    /// Shows the dialog, for any number of existing files or for one to be written. One that is still open goes.
     void open(const Question& question);
 
 signals:

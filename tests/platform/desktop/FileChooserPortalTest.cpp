@@ -26,14 +26,7 @@ protected:
             { .parentWindow = u"x11:1f"_s, .title = u"Upload Files"_s, .acceptLabel = u"Upload"_s, .folder = folder });
         ASSERT_TRUE(waitFor([this, before] { return m_service.asked.size() > before; }));
     }
-    QDBusMessage response(uint response, const QStringList& uris) const
-    {
-        QDBusMessage message
-            = QDBusMessage::createSignal(m_service.request, u"org.freedesktop.portal.Request"_s, u"Response"_s);
-        message << response << QVariantMap{ { u"uris"_s, uris } };
-        return message;
-    }
-    void respond(uint code, const QStringList& uris) { m_bus.sendFromService(response(code, uris)); }
+    void respond(uint code, const QStringList& uris) { m_bus.sendFromService(m_service.response(code, uris)); }
 
     PrivateBus m_bus;
     FileChooserService m_service;
@@ -54,6 +47,18 @@ TEST_F(FileChooserPortalTest, TheDialogIsOfOurWindowAndBeginsWhereItIsTold)
     EXPECT_EQ(m_service.options.value(u"current_folder"_s).toByteArray(), QByteArray("/été\0", 7));
 }
 
+TEST_F(FileChooserPortalTest, AFileToBeWrittenHasANameToBeginWith)
+{
+    m_bus.serve(m_service);
+
+    m_portal.open({ .parentWindow = {}, .title = u"Export"_s, .folder = u"/in"_s, .nameToSave = u"table.csv"_s });
+
+    ASSERT_TRUE(waitFor([this] { return m_service.asked == QStringList{ u": Export; save"_s }; }));
+    EXPECT_EQ(m_service.options.value(u"current_name"_s).toString(), u"table.csv"_s);
+    EXPECT_FALSE(m_service.options.contains(u"multiple"_s));
+    EXPECT_FALSE(m_service.options.contains(u"accept_label"_s));
+}
+
 TEST_F(FileChooserPortalTest, WhatIsChosenComesAsPathsWithoutWhatIsElsewhere)
 {
     m_bus.serve(m_service);
@@ -71,7 +76,7 @@ TEST_F(FileChooserPortalTest, WhatOthersSayWasChosenIsNotHeard)
     m_bus.serve(m_service);
     open();
 
-    m_bus.connection().send(response(0, { u"file:///secret"_s }));
+    m_bus.connection().send(m_service.response(0, { u"file:///secret"_s }));
     m_bus.connection().interface()->isServiceRegistered(FileChooserService::name); // It has gone round.
     respond(0, { u"file:///chosen"_s });
 
