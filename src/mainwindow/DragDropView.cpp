@@ -163,7 +163,7 @@ void DragDropView::setLow(bool isLow)
 
 QSize DragDropView::minimumSizeHint() const
 {
-    return { layout()->minimumSize().width(), fontMetrics().lineSpacing() + 2 * leastMargin };
+    return { layout()->minimumSize().width(), m_textView->heightOfLines(0) + 2 * leastMargin };
 }
 
 /// Shows the list, the hint, or both, as far as there is room.
@@ -181,9 +181,10 @@ void DragDropView::arrange()
     layout()->setContentsMargins(14, margin, 14, margin);
     const int listHeight = m_textView->heightOfLines(height() - 2 * margin);
     m_textView->setMaximumHeight(listHeight);
-    // Lower than three lines, a bar would be two arrows with nothing between them.
-    m_textView->setVerticalScrollBarPolicy(listHeight < 3 * m_textView->heightOfLines(0) ? Qt::ScrollBarAlwaysOff
-                                                                                         : Qt::ScrollBarAsNeeded);
+    // A lower bar would be two arrows with nothing between them.
+    const int leastBar = 2 * style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, m_textView)
+        + style()->pixelMetric(QStyle::PM_ScrollBarSliderMin, nullptr, m_textView);
+    m_textView->setVerticalScrollBarPolicy(listHeight < leastBar ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
 }
 
 void DragDropView::resizeEvent(QResizeEvent* event)
@@ -240,8 +241,7 @@ void DragDropView::paintEvent(QPaintEvent* event)
 {
     QFrame::paintEvent(event);
     QPainter painter(this);
-    painter.fillRect(event->rect(), palette().color(QPalette::Base));
-    drawFrame(painter);
+    drawFrame(painter); // And what is inside it: outside its round corners the window shows.
     if (m_highlight) {
         // Kept: around what is being redrawn, and the width stays set afterwards.
         pathLineWidth = highlightLineWidth;
@@ -270,6 +270,7 @@ void DragDropView::drawFrame(QPainter& painter) const
     QPen pen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Mid), 1.5, Qt::DashLine);
     pen.setDashPattern({ 4, 3 });
     painter.setPen(pen);
+    painter.setBrush(palette().color(QPalette::Base));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
     painter.setRenderHint(QPainter::Antialiasing, false);
 }

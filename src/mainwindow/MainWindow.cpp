@@ -26,7 +26,11 @@ MainWindow::MainWindow()
     m_ui->percentProgressIndicator->setSizePolicy(policy);
     m_ui->figuresRow->setGivingWay(
         { m_ui->totalBytesTextField, m_ui->percentTextField, m_ui->timeLeftTextField, m_ui->speedTextField });
-    m_ui->transferPane->setParts(*m_ui->transferDetails, *m_ui->outcomeLine);
+    m_ui->transferPane->setParts({ .details = *m_ui->transferDetails,
+                                   .otherFolder = *m_ui->otherFolderLabel,
+                                   .outcome = *m_ui->outcomeLine,
+                                   .brokenListing = *m_ui->brokenListingLabel,
+                                   .refuge = *m_ui->destinationListingTable });
     const std::initializer_list<QLabel*> quietLabels{ m_ui->waitingTextField,       m_ui->bytesFormattedTextField,
                                                       m_ui->totalBytesTextField,    m_ui->speedTextField,
                                                       m_ui->timeLeftTextField,      m_ui->percentTextField,

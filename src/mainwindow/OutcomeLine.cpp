@@ -210,12 +210,6 @@ QSize OutcomeLine::minimumSizeHint() const
     return { margins.left() + widthWithMenu() + margins.right(), QFrame::minimumSizeHint().height() };
 }
 
-void OutcomeLine::setGivingWay(bool givesWay)
-{
-    m_givesWay = givesWay;
-    showOrHide();
-}
-
 void OutcomeLine::setLow(bool isLow)
 {
     if (m_isLow != isLow) {
@@ -228,12 +222,7 @@ void OutcomeLine::tell(bool isTold)
 {
     m_isTold = isTold;
     arrange();
-    showOrHide();
-}
-
-void OutcomeLine::showOrHide()
-{
-    setVisibleKeepingFocus(*this, m_isTold && !m_givesWay, *m_refuge);
+    emit told(isTold);
 }
 
 void OutcomeLine::setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries)

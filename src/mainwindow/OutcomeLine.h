@@ -29,14 +29,14 @@ public:
     void setHistory(const UploadHistory& history, UploadLedger& ledger, AutomaticTries& tries);
     /// @p refuge has the keyboard when what had it in the line is hidden. It outlives the line's use.
     void setRefuge(QWidget& refuge) { m_refuge = &refuge; }
-    /// Whether the line is hidden although it has something to say, for there is no room.
-    void setGivingWay(bool givesWay);
     /// Whether the line has no room for a second line of buttons.
     void setLow(bool isLow);
 
     QSize minimumSizeHint() const override;
 
 signals:
+    /// Whether the line has something to say. Whoever has room for it shows it then.
+    void told(bool isTold);
     /// The user wants to see the files of @p keys in the history.
     void showRequested(const QList<LedgerKey>& keys);
     /// The user wants the files of @p keys to be tried again.
@@ -56,7 +56,6 @@ private:
     QToolButton* addButton(const char* name, const QString& text);
     void offer(const QList<QToolButton*>& buttons);
     void tell(bool isTold);
-    void showOrHide();
     void queueDrained();
     void interruptedChanged();
     void dismiss();
@@ -75,7 +74,6 @@ private:
     AutomaticTries* m_tries = nullptr;
     QWidget* m_refuge = this;
     bool m_isTold = false; ///< Whether there is something to say.
-    bool m_givesWay = false;
     bool m_isLow = false;
     bool m_isAboutEarlierRuns = false;
     bool m_isInterruptedDismissed = false;

@@ -1,28 +1,40 @@
 #include "TransferPane.h"
 
+#include "FocusKeeping.h"
 #include "OutcomeLine.h"
 
 #include <QLayout>
 
 #include <algorithm>
 
-void TransferPane::setParts(QWidget& details, OutcomeLine& outcome)
+void TransferPane::setParts(const Parts& parts)
 {
-    m_details = &details;
-    m_outcome = &outcome;
+    m_parts = { &parts.details, &parts.otherFolder, &parts.outcome, &parts.brokenListing };
+    m_details = &parts.details;
+    m_outcome = &parts.outcome;
+    m_refuge = &parts.refuge;
+    connect(m_outcome, &OutcomeLine::told, this, [this](bool isTold) { tell(*m_outcome, isTold); });
 }
 
-void TransferPane::showDetails(bool areShown)
+void TransferPane::tell(QWidget& part, bool isTold)
 {
-    if (areShown == m_details->isHidden()) {
-        m_details->setVisible(areShown);
-        giveWay();
+    if (isTold != m_told.contains(&part)) {
+        isTold ? void(m_told.insert(&part)) : void(m_told.remove(&part));
+        showWhatIsTold();
     }
 }
 
-void TransferPane::giveWay()
+void TransferPane::showWhatIsTold()
 {
-    m_outcome->setGivingWay(m_dropAreaHeight == 0 && !m_details->isHidden());
+    // The buttons above stay where they are when the one takes the place of the other.
+    m_details->setMinimumHeight(m_outcome->sizeHint().height());
+    const bool isLow = m_dropAreaHeight == 0;
+    bool isRoom = true;
+    for (QWidget* part : m_parts) {
+        const bool isShown = m_told.contains(part) && isRoom;
+        setVisibleKeepingFocus(*part, isShown, *m_refuge);
+        isRoom = isRoom && !(isLow && isShown);
+    }
 }
 
 void TransferPane::fitTo(int windowHeight, bool isLow)
@@ -32,7 +44,7 @@ void TransferPane::fitTo(int windowHeight, bool isLow)
     const int height = isLow ? 0 : std::clamp(windowHeight / 5, 6 * line, 12 * line);
     if (height != m_dropAreaHeight) {
         m_dropAreaHeight = height;
-        giveWay();
+        showWhatIsTold();
         updateGeometry();
     }
 }

@@ -204,7 +204,7 @@ void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
 void WindowIndicators::showProgress(const Values& values, const WindowState& state)
 {
     const bool isMoving = state.isMoving();
-    m_window.transferPane->showDetails(isMoving || state.waiting != 0);
+    m_window.transferPane->tell(*m_window.transferDetails, isMoving || state.waiting != 0);
     m_window.percentProgressIndicator->setVisible(isMoving);
     m_window.bytesFormattedTextField->setVisible(isMoving);
     setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);
@@ -283,11 +283,11 @@ void WindowIndicators::showListing(const WindowState& state)
 {
     m_window.destinationListingTable->setEmptyText(emptyText(state));
     m_window.destinationListingTable->offerStop(state.isListingStuck);
-    m_window.brokenListingLabel->setVisible(state.isListingBroken);
+    m_window.transferPane->tell(*m_window.brokenListingLabel, state.isListingBroken);
     m_window.brokenListingLabel->setText(
         state.isListingBroken ? u"Could not list the rest: %1 – F5 tries again"_s.arg(visibleText(state.listingFailure))
                               : QString());
-    m_window.otherFolderLabel->setVisible(!state.otherFolder.isNull());
+    m_window.transferPane->tell(*m_window.otherFolderLabel, !state.otherFolder.isNull());
     m_window.otherFolderLabel->setText(
         state.otherFolder.isNull() ? QString()
                                    : u"Listed is %1, not the destination"_s.arg(visibleText(state.otherFolder)));

@@ -228,15 +228,18 @@ TEST_F(DragDropViewTest, TheHighlightIsPaintedAsSoonAsItComesAndGoes)
     EXPECT_GT(whenItGoes.count(), 0);
 }
 
-TEST_F(DragDropViewTest, TheBackgroundIsThatOfControls)
+TEST_F(DragDropViewTest, TheBackgroundIsThatOfControlsWithinTheFrame)
 {
     view().setPalette(QPalette(Qt::black, Qt::gray, Qt::gray, Qt::gray, Qt::gray, Qt::black, Qt::red));
 
-    QImage image(view().size(), QImage::Format_RGB32);
-    view().render(&image);
+    const QImage image = m_controller->window().grab().toImage();
+    const QPoint corner = view().mapTo(&m_controller->window(), QPoint(0, 0));
+    const QColor window = m_controller->window().palette().color(QPalette::Window);
 
-    EXPECT_EQ(image.pixelColor(2, 2), QColor(Qt::red));
-    EXPECT_EQ(image.pixelColor(30, 30), QColor(Qt::red));
+    EXPECT_EQ(image.pixelColor(corner + QPoint(30, 30)), QColor(Qt::red));
+    // Outside the round corners of the frame the window shows.
+    EXPECT_EQ(image.pixelColor(corner), window);
+    EXPECT_EQ(image.pixelColor(corner + view().rect().bottomRight()), window);
 }
 
 TEST_F(DragDropViewTest, TheHighlightIsALineOfFiveAroundWhatIsRedrawnAndLeavesThisWidth)

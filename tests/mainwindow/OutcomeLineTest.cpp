@@ -520,9 +520,11 @@ TEST_F(AnotherTryTest, AButtonThatGoesWithItsPressLeavesTheKeyboardToTheTable)
     EXPECT_TRUE(line().isVisible());
     EXPECT_EQ(pressByKeyboard("queueOutcomeAgainButton"), table());
     EXPECT_FALSE(line().isVisible());
-    finishUpload();
+    confirmNext();
     tick();
+    ASSERT_TRUE(line().isVisible());
     EXPECT_EQ(pressByKeyboard("dismissOutcomeButton"), table());
+    EXPECT_FALSE(line().isVisible());
 }
 
 TEST_F(AnotherTryTest, GivingUpAndClearingTheQueueEndThem)

@@ -169,6 +169,48 @@ TEST_F(WindowLayoutTest, TheTableStaysWhereItIsWhateverIsToldAboveIt)
     }
 }
 
+TEST_F(WindowLayoutTest, StopAndClearQueueStayWhereTheyAreWhenTheQueueEnds)
+{
+    for (const QSize& size : { QSize(760, 680), QSize(760, 500) }) {
+        startAgain();
+        resize(size);
+        startSending();
+        const QRect stop = placeOf("stopButton");
+        const QRect clear = placeOf("clearQueueButton");
+
+        endWithALoss();
+        ASSERT_TRUE(widget("outcomeLine").isVisible());
+        EXPECT_EQ(placeOf("stopButton"), stop);
+        EXPECT_EQ(placeOf("clearQueueButton"), clear);
+        m_controller->clearQueue();
+    }
+}
+
+TEST_F(WindowLayoutTest, InALowWindowABrokenListingIsToldWhereNothingElseIs)
+{
+    const auto breakListing = [this] {
+        m_controller->refresh();
+        latest(Kind::Listing).sendOpenCompleted();
+        m_controller->addListEntries({ ListingEntry() });
+        latest(Kind::Listing).sendReadFailure();
+        tickAndLayOut();
+    };
+    for (const int height : { 680, 360 }) {
+        startAgain();
+        resize({ 760, height });
+        const QRect place = placeOf("destinationListingTable");
+        breakListing();
+        ASSERT_TRUE(widget("brokenListingLabel").isVisible());
+        EXPECT_EQ(placeOf("destinationListingTable"), place);
+
+        startSending();
+        ASSERT_TRUE(widget("transferDetails").isVisible());
+        EXPECT_EQ(widget("brokenListingLabel").isVisible(), height == 680);
+        EXPECT_EQ(placeOf("destinationListingTable"), place);
+        m_controller->clearQueue();
+    }
+}
+
 TEST_F(WindowLayoutTest, ALowWindowShowsATransferInPlaceOfTheOutcomeWhichComesBack)
 {
     for (const int height : { 680, 360 }) {
@@ -224,7 +266,25 @@ TEST_F(WindowLayoutTest, InALowWindowTheDropAreaIsALine)
     EXPECT_EQ(list.height(), list.sizeHintForRow(0));
 }
 
-TEST_F(WindowLayoutTest, AListOfLessThanThreeLinesScrollsWithoutABar)
+TEST_F(WindowLayoutTest, TheListHasABarExactlyWhereThereIsSomethingToScrollAndRoomForAHandle)
+{
+    auto& view = control<DragDropView>("dragAndDropView");
+    QueuedFilesView& list = *view.textView();
+    PathList files;
+    for (int count = 1; count <= 6; ++count) {
+        files.append(u"/a"_s);
+        view.displayDroppedFiles(files);
+        for (int height = 560; height <= 760; height += 9) {
+            resize({ 760, height });
+            const bool isCut = count * list.sizeHintForRow(0) > list.viewport()->height();
+            const bool isRoomForAHandle = list.height() >= 2 * list.style()->pixelMetric(QStyle::PM_ScrollBarExtent)
+                    + list.style()->pixelMetric(QStyle::PM_ScrollBarSliderMin);
+            EXPECT_EQ(list.verticalScrollBar()->isVisible(), isCut && isRoomForAHandle) << count << " in " << height;
+        }
+    }
+}
+
+TEST_F(WindowLayoutTest, AListOfAFewLinesScrollsWithoutABar)
 {
     auto& view = control<DragDropView>("dragAndDropView");
     QueuedFilesView& list = *view.textView();
