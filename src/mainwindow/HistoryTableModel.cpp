@@ -155,10 +155,32 @@ void HistoryTableModel::refresh()
 {
     m_refreshSoon.stop();
     m_ledger.find(m_query, this, [this, question = ++m_question, known = m_history.rowCount()](const auto& keys) {
-        if (keys && question == m_question) {
+        if (question != m_question) {
+            return;
+        }
+        if (keys) {
             show(*keys, known);
         }
+        emit answered();
     });
+}
+
+void HistoryTableModel::refreshSoon()
+{
+    if (m_isSeen && !m_refreshSoon.isActive()) {
+        m_refreshSoon.start();
+    }
+}
+
+void HistoryTableModel::setSeen(bool isSeen)
+{
+    if (std::exchange(m_isSeen, isSeen) == isSeen) {
+        return;
+    }
+    m_refreshSoon.stop();
+    if (isSeen) {
+        refresh();
+    }
 }
 
 void HistoryTableModel::othersChanged()
@@ -222,9 +244,7 @@ void HistoryTableModel::rowsAppended()
         return;
     }
     m_rowsOfRun.resize(static_cast<size_t>(m_history.rowCount()), -1);
-    if (!m_refreshSoon.isActive()) {
-        m_refreshSoon.start();
-    }
+    refreshSoon();
 }
 
 void HistoryTableModel::rowsChanged(int first, int last)
@@ -238,8 +258,8 @@ void HistoryTableModel::rowsChanged(int first, int last)
         }
     }
     showAgain(top, bottom + 1);
-    if (!m_query.isPlain() && !m_refreshSoon.isActive()) {
-        m_refreshSoon.start();
+    if (!m_query.isPlain()) {
+        refreshSoon();
     }
 }
 

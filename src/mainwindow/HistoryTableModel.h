@@ -33,8 +33,10 @@ public:
     /// Shows the rows that hold @p text, and of these only the failed ones, or all.
     void setFilter(const QString& text, bool failedOnly);
     const LedgerQuery& query() const { return m_query; }
-    /// Asks the ledger for the rows once more.
+    /// Asks the ledger for the rows once more; answered() follows.
     void refresh();
+    /// Whether somebody can see the rows, as is taken for granted at first. While nobody can, they are not asked for.
+    void setSeen(bool isSeen);
 
     const LedgerKey& key(int row) const { return m_keys[row]; }
     /// Where the file of this run with that @p number is; -1 when it is not shown.
@@ -43,6 +45,10 @@ public:
     bool canQueueAgain(int row) const;
     /// Whether the file of @p row was confirmed and has a web address; also where it was not read yet.
     bool hasWebLink(int row) const;
+
+signals:
+    /// The ledger has told the rows that refresh() has asked for last, or that it cannot.
+    void answered();
 
 private:
     struct Known {
@@ -61,6 +67,7 @@ private:
     void want(int row) const;
     void readWanted();
     void othersChanged();
+    void refreshSoon();
     void showAgain(int first, int end);
     void keep(const QList<LedgerKey>& keys, const QList<LedgerRow>& rows);
 
@@ -78,5 +85,6 @@ private:
     mutable QSet<int> m_wantedPages;
     QSet<int> m_askedPages; ///< The ledger has yet to answer; of the present rows.
     mutable QTimer m_readSoon;
-    QTimer m_refreshSoon;
+    bool m_isSeen = true;
+    QTimer m_refreshSoon{ this };
 };

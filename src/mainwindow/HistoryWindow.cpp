@@ -67,6 +67,7 @@ HistoryWindow::HistoryWindow(UploadHistory& history, UploadLedger& ledger, Queue
             &HistoryWindow::showWhatCanBeDone);
     connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, &HistoryWindow::keepSelection);
     connect(m_model, &QAbstractItemModel::modelReset, this, &HistoryWindow::restoreSelection);
+    connect(m_model, &HistoryTableModel::answered, this, [this] { m_wanted.clear(); }); // What is not there has gone.
 }
 
 HistoryWindow::~HistoryWindow() = default;
@@ -83,6 +84,9 @@ void HistoryWindow::select(const QList<LedgerKey>& keys)
     }
     m_ui->filterField->clear();
     m_ui->failedOnlyCheckBox->setChecked(false);
+    m_filter.stop();
+    m_model->setFilter({}, false);
+    m_model->refresh();
     m_wanted = QSet<LedgerKey>(keys.begin(), keys.end());
     selectWanted();
 }
@@ -126,6 +130,9 @@ void HistoryWindow::keepSelection()
     const QList<LedgerKey> keys = keysOf(selectedRows());
     m_selected = QSet<LedgerKey>(keys.begin(), keys.end());
     const TextTable& table = *m_ui->historyTable;
+    const QModelIndex current = table.currentIndex();
+    m_current = current.isValid() ? std::optional(m_model->key(current.row())) : std::nullopt;
+    m_currentColumn = current.column();
     const int top = table.rowAt(0);
     const bool isAtEnd = table.verticalScrollBar()->value() == table.verticalScrollBar()->maximum();
     m_top = top < 0 || isAtEnd ? std::nullopt : std::optional(m_model->key(top));
@@ -135,9 +142,13 @@ void HistoryWindow::restoreSelection()
 {
     selectRowsOf(m_selected);
     int top = m_model->rowCount() - 1;
-    for (int row = 0; m_top && row < m_model->rowCount(); ++row) {
-        if (m_model->key(row) == *m_top) {
+    for (int row = 0; (m_top || m_current) && row < m_model->rowCount(); ++row) {
+        if (m_model->key(row) == m_top) {
             top = row;
+        }
+        if (m_model->key(row) == m_current) {
+            m_ui->historyTable->selectionModel()->setCurrentIndex(m_model->index(row, m_currentColumn),
+                                                                  QItemSelectionModel::NoUpdate);
         }
     }
     if (top >= 0) {
@@ -146,6 +157,7 @@ void HistoryWindow::restoreSelection()
     }
     m_selected.clear();
     m_top.reset();
+    m_current.reset();
     selectWanted();
     showWhatCanBeDone();
 }
@@ -216,13 +228,25 @@ QList<LedgerKey> HistoryWindow::keysOf(const QList<int>& rows) const
     return keys;
 }
 
+/// The files of this run that are shown and were lost.
+QList<LedgerKey> HistoryWindow::shownUnsettled() const
+{
+    QList<LedgerKey> keys;
+    if (m_history.hasUnsettledRows()) {
+        for (const int number : HistoryRows::unsettled(m_history.entries())) {
+            if (m_model->rowOf(number) >= 0) {
+                keys.append({ .row = 0, .number = number });
+            }
+        }
+    }
+    return keys;
+}
+
 void HistoryWindow::queueAgain()
 {
     QList<LedgerKey> keys = keysOf(selectedRows());
     if (keys.isEmpty()) {
-        for (const int number : HistoryRows::unsettled(m_history.entries())) {
-            keys.append({ .row = 0, .number = number });
-        }
+        keys = shownUnsettled();
     }
     m_queueAgain(keys);
     refresh();
@@ -314,6 +338,7 @@ void HistoryWindow::showEvent(QShowEvent* event)
 /// Others write to the same history, and nobody tells of it.
 void HistoryWindow::setSeen(bool isSeen)
 {
+    m_model->setSeen(isSeen);
     if (isSeen) {
         m_ledger.lookForOthers();
         m_lookForOthers.start();
@@ -342,7 +367,7 @@ void HistoryWindow::showWhatCanBeDone()
 {
     const QList<int> selected = selectedRows();
     const bool canQueue = selected.isEmpty()
-        ? m_history.hasUnsettledRows()
+        ? !shownUnsettled().isEmpty()
         : std::any_of(selected.begin(), selected.end(), [this](int row) { return m_model->canQueueAgain(row); });
     const bool hasRows = m_model->rowCount() > 0;
     setEnabledKeepingFocus(*m_ui->queueAgainButton, canQueue, *m_ui->historyTable);

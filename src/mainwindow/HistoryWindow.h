@@ -49,6 +49,7 @@ private:
     void setDefaultWidths();
     QList<int> selectedRows() const;
     QList<LedgerKey> keysOf(const QList<int>& rows) const;
+    QList<LedgerKey> shownUnsettled() const;
     QList<int> selectRowsOf(const QSet<LedgerKey>& keys);
     void keepSelection();
     void restoreSelection();
@@ -82,5 +83,7 @@ private:
     int m_followed = -1; ///< The file that was being sent at the last look.
     QSet<LedgerKey> m_wanted; ///< To be selected when they are there.
     QSet<LedgerKey> m_selected; ///< While the rows are replaced.
+    std::optional<LedgerKey> m_current; ///< The row that the keyboard moves from, likewise.
+    int m_currentColumn = 0;
     std::optional<LedgerKey> m_top; ///< The first row that is seen, likewise; none where the last one is seen.
 };

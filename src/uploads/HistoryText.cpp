@@ -27,55 +27,21 @@ std::optional<double> speed(const HistoryEntry& entry)
     return static_cast<double>(*entry.size) * 1000 / milliseconds;
 }
 
-QString otherSizeText(const HistoryEntry& entry)
-{
-    const QLocale locale;
-    return u"Confirmed, but %1 bytes listed, not %2"_s.arg(locale.toString(*entry.listedSize),
-                                                           locale.toString(entry.size.value_or(0)));
-}
-
 QString endText(const HistoryEntry& entry)
 {
+    const QLocale locale;
+    QString words = HistoryText::outcomeWords(entry.outcome);
     switch (entry.outcome) {
         using enum UploadOutcome::Kind;
-    case Waiting:
-        return u"Waiting"_s;
-    case Sending:
-        return u"Sending"_s;
-    case Confirmed:
-        return u"Confirmed by the server"_s;
     case OtherSize:
-        return otherSizeText(entry);
-    case NotListed:
-        return u"Confirmed, but not listed under this name"_s;
+        return words.arg(locale.toString(*entry.listedSize), locale.toString(entry.size.value_or(0)));
     case Refused:
     case ConnectionLost:
     case Failed:
-        return u"Failed: "_s + visibleText(entry.status);
-    case Silent:
-        return u"Failed: the server did not answer in time"_s;
-    case Unanswered:
-        return u"Not known: sent whole, and the server has not confirmed it"_s;
-    case NotReadable:
-        return u"Failed: the file could not be read"_s;
-    case NotPlainFile:
-        return u"Failed: not a plain file"_s;
-    case UnsendableName:
-        return u"Failed: the name cannot be sent"_s;
-    case Stopped:
-        return u"Stopped"_s;
-    case NotFound:
-        return u"Not found"_s;
-    case LeftOut:
-        return u"Left out: not a plain file"_s;
-    case Removed:
-        return u"Removed from the queue"_s;
-    case Note:
-        return u"Note"_s;
-    case Interrupted:
-        return u"Not confirmed: Quillbox ended"_s;
+        return words + visibleText(entry.status);
+    default:
+        return words;
     }
-    return {};
 }
 
 /// How far a file came that broke off; null where nobody knows, or nothing had arrived. Nor does it matter of one that
@@ -92,7 +58,7 @@ QString acknowledgedText(const HistoryEntry& entry)
 QString outcomeText(const HistoryEntry& entry)
 {
     const QString text = endText(entry) + acknowledgedText(entry);
-    return entry.isQueuedAgain ? text + u" (queued again)"_s : text;
+    return entry.isQueuedAgain ? text + HistoryText::queuedAgainWords.toString() : text;
 }
 
 QString timeField(qint64 time)
@@ -129,6 +95,50 @@ QString title(Column column)
         return u"Time"_s;
     case Column::Copy:
         return u"Copy"_s;
+    }
+    return {};
+}
+
+QString outcomeWords(UploadOutcome::Kind outcome)
+{
+    switch (outcome) {
+        using enum UploadOutcome::Kind;
+    case Waiting:
+        return u"Waiting"_s;
+    case Sending:
+        return u"Sending"_s;
+    case Confirmed:
+        return u"Confirmed by the server"_s;
+    case OtherSize:
+        return u"Confirmed, but %1 bytes listed, not %2"_s;
+    case NotListed:
+        return u"Confirmed, but not listed under this name"_s;
+    case Refused:
+    case ConnectionLost:
+    case Failed:
+        return u"Failed: "_s;
+    case Silent:
+        return u"Failed: the server did not answer in time"_s;
+    case Unanswered:
+        return u"Not known: sent whole, and the server has not confirmed it"_s;
+    case NotReadable:
+        return u"Failed: the file could not be read"_s;
+    case NotPlainFile:
+        return u"Failed: not a plain file"_s;
+    case UnsendableName:
+        return u"Failed: the name cannot be sent"_s;
+    case Stopped:
+        return u"Stopped"_s;
+    case NotFound:
+        return u"Not found"_s;
+    case LeftOut:
+        return u"Left out: not a plain file"_s;
+    case Removed:
+        return u"Removed from the queue"_s;
+    case Note:
+        return u"Note"_s;
+    case Interrupted:
+        return u"Not confirmed: Quillbox ended"_s;
     }
     return {};
 }

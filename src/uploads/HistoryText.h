@@ -14,6 +14,9 @@ constexpr int columnCount = 8;
 
 /// The title of @p column.
 QString title(Column column);
+/// What an outcome is called, without what a file adds to it.
+QString outcomeWords(UploadOutcome::Kind outcome);
+constexpr QStringView queuedAgainWords = u" (queued again)"; ///< They come behind.
 /// What stands in @p column; null where there is nothing to say. Unseen characters are made visible.
 QString cell(const HistoryEntry& entry, Column column);
 /// What to tell in full of a cell that may be too narrow for it.

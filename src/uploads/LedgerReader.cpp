@@ -1,5 +1,6 @@
 #include "LedgerReader.h"
 
+#include "HistoryText.h"
 #include "LocalPath.h"
 
 #include <QSqlError>
@@ -23,6 +24,18 @@ QString failures()
         }
     }
     return numbers.join(u',');
+}
+
+/// The words that stand in the column for the outcome.
+QString shownOutcome()
+{
+    QString words = u"(CASE outcome"_s;
+    for (int number = 0; number <= static_cast<int>(Outcome::Interrupted); ++number) {
+        words += u" WHEN %1 THEN '"_s.arg(number) + HistoryText::outcomeWords(static_cast<Outcome>(number)) + u'\'';
+    }
+    return words
+        + u" END || coalesce(status, '') || iif(settled = %1, '%2', ''))"_s.arg(
+            QString::number(static_cast<int>(LedgerSettled::QueuedAgain)), HistoryText::queuedAgainWords);
 }
 
 /// What the database sorts by. People's order of names would need a key for each; this one ignores the case of the
@@ -62,8 +75,10 @@ QString commandOf(const LedgerQuery& query, const QString& column)
     QStringList conditions;
     if (!query.text.isEmpty()) {
         conditions.append(u"(coalesce(CAST(folder AS TEXT), '') || '/' || CAST(name AS TEXT) || char(10) || "
-                          "coalesce(destination, '') || char(10) || coalesce(status, '') || char(10) || "
-                          "coalesce(reply, '') || char(10) || CAST(copy AS TEXT)) LIKE ? ESCAPE '\\'"_s);
+                          "coalesce(destination, '') || char(10) || "_s
+                          + shownOutcome()
+                          + u" || char(10) || coalesce(reply, '') || char(10) || CAST(copy AS TEXT)) LIKE ? ESCAPE "
+                            "'\\'"_s);
     }
     if (query.failedOnly) {
         conditions.append(u"outcome IN (%1)"_s.arg(failures()));

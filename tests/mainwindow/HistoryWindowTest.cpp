@@ -17,6 +17,7 @@
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 
 #include <chrono>
 
@@ -505,6 +506,68 @@ TEST_F(LedgerWindowTest, AfterAChangeOfServerQueueAgainAsksAndNamesBoth)
     const QString question = u"Queue Again: These files were for ftp://host/in/; send them to ftp://other/in/?"_s;
     EXPECT_TRUE(waitFor([this, &question] { return shownSheets().contains(question); }));
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+}
+
+TEST_F(LedgerWindowTest, WhileNobodySeesItNothingIsAskedAndAfterwardsItShowsWhatHasCome)
+{
+    openLedger();
+    HistoryWindow& window = open();
+    part<QCheckBox>("failedOnlyCheckBox").setChecked(true);
+    ASSERT_TRUE(waitForNames({ u"lost"_s }));
+    window.close();
+    m_controller->history().filesQueued({ u"/mine"_s });
+    m_controller->history().nextFileStarts({ u"ftp://host/"_s });
+    m_controller->history().fileEnded({ .kind = Outcome::NotFound });
+    const QList<QTimer*> timers = table().model()->findChildren<QTimer*>();
+    ASSERT_FALSE(timers.isEmpty());
+    for (const QTimer* const timer : timers) {
+        EXPECT_FALSE(timer->isActive());
+    }
+    window.show();
+
+    EXPECT_TRUE(waitForNames({ u"lost"_s, u"mine"_s }));
+}
+
+TEST_F(LedgerWindowTest, TheKeyboardGoesOnFromTheRowThatItWasIn)
+{
+    openLedger();
+    HistoryWindow& window = open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    table().setCurrentIndex(table().model()->index(0, 3));
+    window.columns().setSortIndicator(static_cast<int>(HistoryText::Column::File), Qt::DescendingOrder);
+    ASSERT_TRUE(waitForNames({ u"lost"_s, u"arrived"_s }));
+
+    EXPECT_EQ(table().currentIndex().row(), 1);
+    EXPECT_EQ(table().currentIndex().column(), 3);
+}
+
+TEST_F(LedgerWindowTest, FilesThatHaveGoneAreNotSelectedWhenTheyAreThereAgainLater)
+{
+    openLedger();
+    open();
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    execute(u"UPDATE files SET row = 10 WHERE row = 2"_s);
+    m_controller->windows().showHistory({ LedgerKey{ .row = 2 } });
+    ASSERT_TRUE(waitForNames({ u"arrived"_s, u"lost"_s }));
+    table().clearSelection();
+    execute(u"UPDATE files SET row = 2 WHERE row = 10"_s);
+    execute(u"UPDATE files SET row = 3 WHERE row = 1"_s);
+    m_controller->ledger().lookForOthers();
+    ASSERT_TRUE(waitForNames({ u"lost"_s, u"arrived"_s }));
+
+    EXPECT_TRUE(table().selectionModel()->selectedRows().isEmpty());
+}
+
+TEST_F(LedgerWindowTest, AfterClearingQueueAgainTakesNothingThatIsNotShown)
+{
+    openLedger();
+    open();
+    fillWithThree();
+    ASSERT_TRUE(waitFor([this] { return queueAgain().isEnabled(); }));
+    m_controller->ledger().clear();
+    ASSERT_TRUE(waitForNames({ u"waiting"_s }));
+
+    EXPECT_TRUE(waitFor([this] { return !queueAgain().isEnabled(); }));
 }
 
 TEST_F(LedgerWindowTest, ClearingAsksAndLeavesWhatWaits)
