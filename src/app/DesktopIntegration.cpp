@@ -54,7 +54,9 @@ DesktopIntegration::DesktopIntegration(ViewController& viewController, const QSt
 
 void DesktopIntegration::queueDrained()
 {
-    if (m_desktop.isInFront() || m_tries.isQueueOfTries()) { // The first failure of those files was said.
+    const bool isSaid
+        = m_tries.isQueueOfTries() && m_history.queueTally().lost() > 0; // The first failure of the files was.
+    if (m_desktop.isInFront() || isSaid) {
         return;
     }
     m_check.start(m_history.hasUncheckedFiles() ? std::chrono::milliseconds(longestCheck) : 0ms);

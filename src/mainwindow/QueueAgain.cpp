@@ -9,10 +9,14 @@
 #include <QSet>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr qsizetype rowsAtOnce = 500; ///< They take a few milliseconds.
 
 /// Whether nobody has queued the file of @p row again since that was read.
 bool isStillRepeatable(ViewController& controller, const LedgerRow& row)
@@ -52,15 +56,13 @@ QString question(const QList<LedgerRow>& others, const Destination& present)
 
 void queueNow(ViewController& controller, const QList<LedgerRow>& rows, const Destination& destination)
 {
-    QList<LedgerRow> wanted = rows;
-    wanted.removeIf([&controller](const LedgerRow& row) { return !isStillRepeatable(controller, row); });
-    if (wanted.isEmpty()) {
-        return;
-    }
     PathList paths;
     QList<int> numbers;
     QList<LedgerKey> others;
-    for (const LedgerRow& row : HistoryRows::present(wanted)) {
+    for (const LedgerRow& row : rows) {
+        if (!isStillRepeatable(controller, row)) {
+            continue;
+        }
         paths.append(row.entry.path);
         if (row.key.isOfThisRun()) {
             numbers.append(row.key.number);
@@ -69,7 +71,6 @@ void queueNow(ViewController& controller, const QList<LedgerRow>& rows, const De
         }
     }
     if (paths.isEmpty()) {
-        controller.showAlert(u"Queue Again"_s, u"None of these files is there any more."_s);
         return;
     }
     controller.history().takeToQueueAgain(numbers);
@@ -79,19 +80,15 @@ void queueNow(ViewController& controller, const QList<LedgerRow>& rows, const De
 
 void queueRows(ViewController& controller, const QList<LedgerRow>& rows)
 {
-    const QList<LedgerRow> wanted = HistoryRows::repeatable(rows);
     const Destination present = DestinationSettings::destination();
-    if (wanted.isEmpty()) {
-        return;
-    }
     if (present.isNull()) {
         controller.showAlert(u"No Destination"_s,
                              u"Specify a destination on the FTP server. See Preferences for instructions."_s);
         return;
     }
-    const QList<LedgerRow> others = HistoryRows::forOthers(wanted, present);
+    const QList<LedgerRow> others = HistoryRows::forOthers(rows, present);
     if (others.isEmpty()) {
-        queueNow(controller, wanted, present);
+        queueNow(controller, rows, present);
         return;
     }
     SheetQueue::of(controller.window())
@@ -99,25 +96,74 @@ void queueRows(ViewController& controller, const QList<LedgerRow>& rows)
                  .text = question(others, present),
                  .defaultButton = u"Cancel"_s,
                  .alternateButton = u"Send"_s,
-                 .onAlternate = [&controller, wanted, present] {
+                 .onAlternate = [&controller, rows, present] {
                      if (DestinationSettings::destination().isSamePlace(present)) {
-                         queueNow(controller, wanted, present);
+                         queueNow(controller, rows, present);
                      } else {
-                         queueRows(controller, wanted); // That is not what was agreed to.
+                         queueRows(controller, rows); // That is not what was agreed to.
                      }
                  } });
 }
+
+/// Reads what is known of files, and looks which of them are there, piece by piece: the loop goes on in between. Then
+/// it queues them, and ends.
+class Search final : public QObject {
+public:
+    Search(ViewController& controller, QList<LedgerKey> keys)
+        : QObject(&controller)
+        , m_controller(controller)
+        , m_keys(std::move(keys))
+    {
+    }
+
+    void readSome()
+    {
+        m_controller.ledger().read(
+            m_keys.mid(m_next, rowsAtOnce), this, [this](const std::optional<QList<LedgerRow>>& rows) {
+                if (rows) {
+                    look(*rows);
+                } else {
+                    end(u"The history cannot be read: %1."_s.arg(m_controller.ledger().readProblem()));
+                }
+            });
+    }
+
+private:
+    void look(const QList<LedgerRow>& rows)
+    {
+        const QList<LedgerRow> repeatable = HistoryRows::repeatable(rows);
+        m_isAnyRepeatable = m_isAnyRepeatable || !repeatable.isEmpty();
+        m_found.append(HistoryRows::present(repeatable));
+        m_next += rowsAtOnce;
+        if (m_next < m_keys.size()) {
+            QMetaObject::invokeMethod(
+                this, [this] { readSome(); }, Qt::QueuedConnection);
+        } else if (!m_found.isEmpty()) {
+            queueRows(m_controller, m_found);
+            end({});
+        } else {
+            end(m_isAnyRepeatable ? u"None of these files is there any more."_s : QString());
+        }
+    }
+
+    void end(const QString& problem)
+    {
+        if (!problem.isEmpty()) {
+            m_controller.showAlert(u"Queue Again"_s, problem);
+        }
+        deleteLater();
+    }
+
+    ViewController& m_controller;
+    QList<LedgerKey> m_keys;
+    qsizetype m_next = 0; ///< Of the keys.
+    bool m_isAnyRepeatable = false;
+    QList<LedgerRow> m_found;
+};
 
 } // namespace
 
 void queueAgain(ViewController& controller, const QList<LedgerKey>& keys)
 {
-    controller.ledger().read(keys, &controller, [&controller](const std::optional<QList<LedgerRow>>& rows) {
-        if (rows) {
-            queueRows(controller, *rows);
-        } else {
-            controller.showAlert(u"Queue Again"_s,
-                                 u"The history cannot be read: %1."_s.arg(controller.ledger().readProblem()));
-        }
-    });
+    (new Search(controller, keys))->readSome();
 }

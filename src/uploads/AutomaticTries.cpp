@@ -52,7 +52,8 @@ void AutomaticTries::queueBegins()
 void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
 {
     const int triesBefore = m_triesBefore.value(number);
-    if (!isConnectionFailure(outcome) || !isWanted() || triesBefore >= static_cast<int>(m_delays.size())) {
+    const bool isLast = number == m_lastTry || triesBefore >= static_cast<int>(m_delays.size());
+    if (isLast || !isConnectionFailure(outcome) || !isWanted()) {
         return;
     }
     m_history.filesAwaitTry({ number }, true);
@@ -103,6 +104,9 @@ void AutomaticTries::tryNow()
 
 void AutomaticTries::giveUp()
 {
+    if (isTry(m_history.currentRow())) {
+        m_lastTry = m_history.currentRow();
+    }
     QList<int> numbers;
     for (const Waiting& file : std::exchange(m_waiting, {})) {
         numbers.append(file.number);

@@ -40,7 +40,7 @@ public:
 
     /// Queues all that wait for another try.
     void tryNow();
-    /// None of them is tried again.
+    /// None of them is tried again, nor is one whose try is under way.
     void giveUp();
     /// Takes those at the front of the queue out that stand there for another try and are not for @p present, which is
     /// in force.
@@ -73,6 +73,7 @@ private:
     Delays m_delays;
     std::vector<Waiting> m_waiting;
     QHash<int, int> m_triesBefore; ///< Of files that were queued by themselves.
+    int m_lastTry = -1; ///< The file of this run whose try was under way when they were given up.
     QString m_hindrance;
     bool m_wasCutOff = false; ///< At the last look there was no way to the network.
     bool m_hadWay = false; ///< There was one when the queue began, or at a look since.

@@ -27,12 +27,14 @@ HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
         .isAwaitingTry = basis.isAwaitingTry,
         .time = basis.time,
     };
-    if (basis.details >= 0) {
-        const Details& details = m_details[static_cast<size_t>(basis.details)];
-        const Recipient& recipient = m_recipients[details.recipient];
+    if (basis.recipient >= 0) {
+        const Recipient& recipient = m_recipients[static_cast<size_t>(basis.recipient)];
         entry.destination = recipient.destination;
         entry.username = recipient.username;
         entry.encryption = recipient.encryption;
+    }
+    if (basis.details >= 0) {
+        const Details& details = m_details[static_cast<size_t>(basis.details)];
         entry.size = details.size;
         entry.acknowledged = details.acknowledged;
         entry.durationMs = details.durationMs;
@@ -43,10 +45,14 @@ HistoryEntry HistoryEntries::withoutPath(qsizetype row) const
     return entry;
 }
 
-void HistoryEntries::append(const PathList& files, qint64 time)
+void HistoryEntries::append(const PathList& files, qint64 time, const Destination& destination)
 {
+    HistoryEntry entry;
+    if (!destination.isNull()) {
+        entry.setDestination(destination);
+    }
     m_paths.append(files);
-    m_rows.resize(m_rows.size() + static_cast<size_t>(files.size()), { .time = time });
+    m_rows.resize(m_rows.size() + static_cast<size_t>(files.size()), { .recipient = recipientOf(entry), .time = time });
 }
 
 void HistoryEntries::append(const HistoryEntry& entry)
@@ -63,7 +69,8 @@ void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
     basis.isQueuedAgain = entry.isQueuedAgain;
     basis.isAwaitingTry = entry.isAwaitingTry;
     basis.time = entry.time;
-    const bool hasDetails = !entry.destination.isNull() || entry.size || entry.durationMs || entry.listedSize
+    basis.recipient = recipientOf(entry);
+    const bool hasDetails = entry.size || entry.acknowledged || entry.durationMs || entry.listedSize
         || !entry.status.isNull() || !entry.reply.isNull();
     if (basis.details < 0 && hasDetails) {
         basis.details = static_cast<int>(m_details.size());
@@ -71,18 +78,20 @@ void HistoryEntries::set(qsizetype row, const HistoryEntry& entry)
     }
     if (basis.details >= 0) {
         m_details[static_cast<size_t>(basis.details)]
-            = { recipientOf(entry), entry.size,   entry.acknowledged, entry.durationMs,
-                entry.listedSize,   entry.status, entry.reply };
+            = { entry.size, entry.acknowledged, entry.durationMs, entry.listedSize, entry.status, entry.reply };
     }
 }
 
-size_t HistoryEntries::recipientOf(const HistoryEntry& entry)
+int HistoryEntries::recipientOf(const HistoryEntry& entry)
 {
+    if (entry.destination.isNull()) {
+        return -1;
+    }
     Recipient recipient{ entry.destination, entry.username, entry.encryption };
     const auto found = std::find(m_recipients.rbegin(), m_recipients.rend(), recipient);
     if (found == m_recipients.rend()) {
         m_recipients.push_back(std::move(recipient));
-        return m_recipients.size() - 1;
+        return static_cast<int>(m_recipients.size()) - 1;
     }
-    return static_cast<size_t>(m_recipients.rend() - found) - 1;
+    return static_cast<int>(m_recipients.rend() - found) - 1;
 }

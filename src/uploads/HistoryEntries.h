@@ -53,8 +53,8 @@ public:
     /// Paths of @p count rows from @p first on, in a list that may go to another thread.
     PathList copiedPaths(qsizetype first, qsizetype count) const { return m_paths.copied(first, count); }
 
-    /// Appends files that wait since @p time.
-    void append(const PathList& files, qint64 time = 0);
+    /// Appends files that wait since @p time, to go to @p destination as far as is known.
+    void append(const PathList& files, qint64 time = 0, const Destination& destination = {});
     void append(const HistoryEntry& entry);
     /// Has @p change change the entry of @p row, all but its path.
     template <typename Change> void change(qsizetype row, Change change)
@@ -73,7 +73,8 @@ private:
         bool isManual = false;
         bool isQueuedAgain = false;
         bool isAwaitingTry = false;
-        int details = -1; ///< Where they stand; -1 for none.
+        int recipient = -1; ///< Where it stands; -1 for none.
+        int details = -1; ///< Likewise.
         qint64 time = 0;
     };
     /// Where files were to go to: the same for many.
@@ -85,7 +86,6 @@ private:
     };
     /// What a file has that was started.
     struct Details {
-        size_t recipient = 0;
         std::optional<qint64> size;
         std::optional<qint64> acknowledged;
         std::optional<qint64> durationMs;
@@ -95,7 +95,7 @@ private:
     };
 
     void set(qsizetype row, const HistoryEntry& entry);
-    size_t recipientOf(const HistoryEntry& entry);
+    int recipientOf(const HistoryEntry& entry);
 
     PathList m_paths; ///< One for each row.
     std::vector<Row> m_rows;

@@ -12,7 +12,9 @@ struct HistoryEntry {
     using Outcome = UploadOutcome::Kind;
 
     QString path = {}; ///< The local file; of a note, its text.
-    QString destination = {}; ///< The folder that it was to go to, as a location; null until it was started.
+    /// The folder that it was to go to, as a location: the one in force when it was queued, and then when it was
+    /// started. Null where there was none.
+    QString destination = {};
     std::optional<QString> username = {}; ///< And as whom, empty for an anonymous login; none where that is not known.
     FTPEncryption encryption = FTPEncryption::None; ///< And how, where the user name is known.
     Outcome outcome = Outcome::Waiting;

@@ -75,7 +75,9 @@ QList<LedgerRow> HistoryRows::present(const QList<LedgerRow>& rows)
 
 bool HistoryRows::isAnyPresent(const HistoryEntries& entries, const QList<int>& rows)
 {
-    return std::any_of(rows.cbegin(), rows.cend(), [&entries](int row) { return isPlainLocalFile(entries[row]); });
+    constexpr qsizetype most = 100;
+    return rows.size() > most
+        || std::any_of(rows.cbegin(), rows.cend(), [&entries](int row) { return isPlainLocalFile(entries[row]); });
 }
 
 QString HistoryRows::webLink(const HistoryEntry& entry)

@@ -21,7 +21,8 @@ QList<LedgerRow> repeatable(const QList<LedgerRow>& rows);
 QList<LedgerRow> forOthers(const QList<LedgerRow>& rows, const Destination& present);
 /// Those of @p rows whose paths lead to plain local files by now, so that another try can work.
 QList<LedgerRow> present(const QList<LedgerRow>& rows);
-/// Whether there are such among the @p rows of @p entries; asks about no more files than that takes.
+/// Whether there are such among the @p rows of @p entries. Asks about no more files than that takes, and a hundred at
+/// most: among more there may be some.
 bool isAnyPresent(const HistoryEntries& entries, const QList<int>& rows);
 
 /// The web address that a confirmed file has by the present settings; null for any other file, and where there is none.

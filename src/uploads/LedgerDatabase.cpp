@@ -111,14 +111,14 @@ LedgerProblem LedgerDatabase::open(const QString& path)
 {
     m_reason.clear();
     m_problem = LedgerProblem::None;
-    const LedgerProblem problem = prepare(path);
+    const LedgerProblem problem = connectTo(path);
     if (problem != LedgerProblem::None) {
         leave();
     }
     return problem;
 }
 
-LedgerProblem LedgerDatabase::prepare(const QString& path)
+LedgerProblem LedgerDatabase::connectTo(const QString& path)
 {
     m_path = path;
     m_run = 1;
@@ -305,17 +305,14 @@ bool LedgerDatabase::setUp()
     m_add.emplace(m_database);
     m_change.emplace(m_database);
     // A row that is there already is one that this run has written to a database that failed then.
-    const bool isPrepared
-        = m_add->prepare(u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, username, "
-                         "encryption, time) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s)
-        && m_change->prepare(u"UPDATE files SET outcome = ?, manual = ?, settled = ?, size = ?, "
-                             "sent = ?, listedSize = ?, durationMs = ?, time = ?, status = ?, reply = ?, "
-                             "destination = coalesce(?, destination), username = coalesce(?, username), "
-                             "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s);
-    if (!isPrepared) {
-        note(m_add->lastError().isValid() ? m_add->lastError() : m_change->lastError());
-    }
-    return isPrepared;
+    return prepare(*m_add,
+                   u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, username, "
+                   "encryption, time) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s)
+        && prepare(*m_change,
+                   u"UPDATE files SET outcome = ?, manual = ?, settled = ?, size = ?, "
+                   "sent = ?, listedSize = ?, durationMs = ?, time = ?, status = ?, reply = ?, "
+                   "destination = coalesce(?, destination), username = coalesce(?, username), "
+                   "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s);
 }
 
 /// The files that wait in runs that have ended, for their turn or for another try, will not be sent.
@@ -349,11 +346,16 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
 bool LedgerDatabase::run(const QString& command, const QVariantList& values)
 {
     QSqlQuery query(m_database);
+    return prepare(query, command) && run(query, values);
+}
+
+bool LedgerDatabase::prepare(QSqlQuery& query, const QString& command)
+{
     if (!query.prepare(command)) {
         note(query.lastError());
         return false;
     }
-    return run(query, values);
+    return true;
 }
 
 bool LedgerDatabase::run(QSqlQuery& query, const QVariantList& values)
@@ -470,10 +472,11 @@ LedgerProblem LedgerDatabase::queuedAgain(const QList<LedgerKey>& keys)
     if (!begin()) {
         return m_problem;
     }
-    return end(std::all_of(keys.begin(), keys.end(), [this](LedgerKey key) {
-        return key.isOfThisRun()
-            || run(u"UPDATE files SET settled = ? WHERE row = ?"_s, { numberOf(LedgerSettled::QueuedAgain), key.row });
-    }));
+    QSqlQuery settle(m_database);
+    const bool isPrepared = prepare(settle, u"UPDATE files SET settled = ? WHERE row = ?"_s);
+    return end(isPrepared && std::all_of(keys.begin(), keys.end(), [this, &settle](LedgerKey key) {
+                   return key.isOfThisRun() || run(settle, { numberOf(LedgerSettled::QueuedAgain), key.row });
+               }));
 }
 
 LedgerProblem LedgerDatabase::forgetInterrupted()

@@ -81,11 +81,12 @@ private:
     std::optional<Identity> presentIdentity() const;
 
     bool isOnDisk() const { return !m_path.isNull(); }
-    LedgerProblem prepare(const QString& path);
+    LedgerProblem connectTo(const QString& path);
     bool makeFile();
     std::optional<int> presentVersion();
     bool setUp();
     LedgerProblem interruptEndedRuns();
+    bool prepare(QSqlQuery& query, const QString& command);
     bool run(const QString& command, const QVariantList& values = {});
     bool run(QSqlQuery& query, const QVariantList& values);
     void note(const QSqlError& error);

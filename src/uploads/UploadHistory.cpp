@@ -1,5 +1,6 @@
 #include "UploadHistory.h"
 
+#include "DestinationSettings.h"
 #include "OutcomeText.h"
 #include "PathText.h"
 
@@ -50,7 +51,7 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
     for (const QString& path : leftOut) {
         m_entries.append({ .path = path, .outcome = Outcome::LeftOut, .time = now });
     }
-    m_entries.append(paths, now);
+    m_entries.append(paths, now, DestinationSettings::destination());
     for (int row = firstWaiting; row < end; ++row) {
         m_waiting.push_back(row);
     }

@@ -30,13 +30,13 @@ constexpr int rowsBetweenPrunings = 5000;
 QString withoutPassword(const QString& location)
 {
     static const QRegularExpression login(u"^([^:/]+://[^:/@]*):[^/]*@"_s);
-    return location.isNull() ? location : QString(location).replace(login, u"\\1@"_s);
+    return location.contains(u'@') ? QString(location).replace(login, u"\\1@"_s) : location;
 }
 
-/// What a row says that was queued, and of which nothing else is known.
-bool isPlain(const HistoryEntry& entry)
+/// What a row says that was queued to go to @p destination, and of which nothing else is known.
+bool isPlain(const HistoryEntry& entry, const Destination& destination)
 {
-    return entry.outcome == Outcome::Waiting && !entry.isManual;
+    return entry.outcome == Outcome::Waiting && !entry.isManual && entry.isFor(destination);
 }
 
 /// What is known of the rows from @p first to @p last, with one word for neighbours of which the same is known.
@@ -415,13 +415,15 @@ void UploadLedger::rowsAppended()
     const HistoryEntries& entries = m_history.entries();
     Destination destination = DestinationSettings::destination();
     destination.password.clear();
+    destination.location = withoutPassword(destination.location);
     LedgerBatch batch;
+    batch.changed = changesOf(entries, first, end - 1);
+    std::erase_if(batch.changed,
+                  [&destination](const LedgerBatch::Changed& changed) { return isPlain(changed.entry, destination); });
     batch.added.push_back({ .first = first,
                             .paths = entries.copiedPaths(first, end - first),
                             .time = entries.withoutPath(first).time,
                             .destination = std::move(destination) });
-    batch.changed = changesOf(entries, first, end - 1);
-    std::erase_if(batch.changed, [](const LedgerBatch::Changed& changed) { return isPlain(changed.entry); });
     handOver(std::move(batch));
 }
 

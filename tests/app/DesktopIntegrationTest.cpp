@@ -199,7 +199,21 @@ TEST_F(DesktopIntegrationTest, WhatTheUserHasEndedIsNotNotified)
     EXPECT_EQ(m_notifications.shown, QStringList{ u"Scans: Upload finished: “a” uploaded"_s });
 }
 
-TEST_F(DesktopIntegrationTest, AQueueOfFilesThatAreTriedAgainByThemselvesIsNotNotified)
+TEST_F(DesktopIntegrationTest, AQueueOfFilesThatAreTriedAgainByThemselvesIsNotifiedWhenTheyHaveArrived)
+{
+    set(u"RetryFailedFiles"_s, true);
+    startOne();
+    upload().sendRefusal(421);
+    ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
+    m_controller->tries().tryNow();
+    tick();
+    finishOne();
+
+    EXPECT_TRUE(
+        waitFor([this] { return m_notifications.shown.constLast() == u"Scans: Upload finished: “a” uploaded"_s; }));
+}
+
+TEST_F(DesktopIntegrationTest, AQueueOfFilesThatAreTriedAgainByThemselvesInVainIsNotNotified)
 {
     set(u"RetryFailedFiles"_s, true);
     startOne();

@@ -5,6 +5,7 @@
 #include "DestinationSettings.h"
 #include "HistoryWindow.h"
 #include "NetworkManager.h"
+#include "QueueAgain.h"
 #include "ViewControllerTest.h"
 
 #include <QAccessible>
@@ -268,6 +269,35 @@ TEST_F(OutcomeLineTest, AnotherDestinationThanTheOneAgreedToIsAskedAboutAgain)
 
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
     EXPECT_TRUE(waitFor([] { return shownSheets().join(u' ').contains(u"ftp://host/third/"_s); }));
+}
+
+TEST_F(OutcomeLineTest, QueueAgainAsksAlsoAboutFilesThatWereRemovedBeforeTheyWereStarted)
+{
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    m_controller->clearQueue();
+    set(u"FTPFolder"_s, u"other"_s);
+    queueAgain(*m_controller, { { .number = 0 } });
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(shownSheets().size(), 1);
+}
+
+TEST_F(OutcomeLineTest, ManyFilesAreLookedForWithoutHoldingUpTheLoop)
+{
+    QStringList missing;
+    for (int i = 0; i < 20'000; ++i) {
+        missing.append(u"/nonexistent/%1"_s.arg(i));
+    }
+    m_controller->history().filesQueued(missing);
+    for (int i = 0; i < missing.size(); ++i) {
+        m_controller->history().nextFileStarts(DestinationSettings::destination());
+        m_controller->history().fileEnded({ .kind = UploadOutcome::Kind::NotFound });
+    }
+    tool("queueOutcomeAgainButton").click();
+
+    EXPECT_TRUE(shownSheets().isEmpty());
+    EXPECT_TRUE(waitFor(
+        [] { return shownSheets() == QStringList{ u"Queue Again: None of these files is there any more."_s }; }));
 }
 
 TEST_F(OutcomeLineTest, QueueAgainAsksBeforeItSendsToAnotherDestination)

@@ -316,6 +316,38 @@ TEST_F(AutomaticTriesTest, TheUserHasThemTriedAtOnceOrNotAtAll)
     EXPECT_EQ(m_queue.paths(), QStringList{ u"/a"_s });
 }
 
+TEST_F(AutomaticTriesTest, ATryThatIsUnderWayWhenTheyAreGivenUpIsTheLast)
+{
+    add({ u"/a"_s });
+    end(lost);
+    m_tries->tryNow();
+    m_queue.takeFirst();
+    m_history.nextFileStarts({ u"ftp://host/"_s });
+    m_tries->giveUp();
+    m_history.fileEnded(lost);
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+
+    add({ u"/b"_s });
+    m_queue.takeFirst();
+    m_history.nextFileStarts({ u"ftp://host/"_s });
+    m_tries->giveUp(); // Nobody has given up this file, which is no try.
+    m_history.fileEnded(lost);
+    EXPECT_EQ(m_tries->waitingCount(), 1);
+}
+
+TEST_F(AutomaticTriesTest, ATryThatIsUnderWayWhenTheSettingIsSwitchedOffIsTheLast)
+{
+    add({ u"/a"_s });
+    end(lost);
+    m_tries->tryNow();
+    m_queue.takeFirst();
+    m_history.nextFileStarts({ u"ftp://host/"_s });
+    set(SettingNames::retryFailedFiles, false);
+    m_history.fileEnded(lost);
+
+    EXPECT_EQ(m_tries->waitingCount(), 0);
+}
+
 TEST_F(AutomaticTriesTest, WhatTheUserHasQueuedAgainIsNotQueuedTwice)
 {
     add({ u"/a"_s, u"/b"_s });

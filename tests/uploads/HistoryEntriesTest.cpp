@@ -44,6 +44,9 @@ TEST(HistoryEntriesTest, AnEntryIsAsItWasAppendedAndChangedWhateverComesBehindIt
     EXPECT_TRUE(entries[3].isManual);
     EXPECT_FALSE(entries[1].isManual);
     EXPECT_TRUE(entries[1].destination.isNull());
+    entries.append(PathList{ u"/x"_s }, 0, { u"ftp://host/"_s, u"anna"_s, u"s3cret"_s });
+    EXPECT_TRUE(entries.last().isFor({ u"ftp://host/"_s, u"anna"_s }));
+    EXPECT_FALSE(entries.last().isFor({ u"ftp://host/"_s }));
     const HistoryEntry changed = entries[2];
     EXPECT_EQ(changed.path, u"/b"_s);
     EXPECT_TRUE(entries.withoutPath(2).path.isNull());

@@ -100,6 +100,8 @@ TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)
     EXPECT_EQ(numbersOf(HistoryRows::present(rowsOf(entries))), QList<int>{ 2 });
     EXPECT_TRUE(HistoryRows::isAnyPresent(entries, { 0, 1, 2 }));
     EXPECT_FALSE(HistoryRows::isAnyPresent(entries, { 0, 1 }));
+    EXPECT_FALSE(HistoryRows::isAnyPresent(entries, QList<int>(100, 0)));
+    EXPECT_TRUE(HistoryRows::isAnyPresent(entries, QList<int>(101, 0))); // Nobody has looked.
 }
 
 } // namespace

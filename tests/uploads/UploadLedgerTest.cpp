@@ -3,6 +3,7 @@
 #include "FaultyFileCalls.h"
 #include "LocalPath.h"
 #include "Printers.h"
+#include "ProgramName.h"
 #include "ResidentMemory.h"
 #include "SettingNames.h"
 #include "ShiftedClock.h"
@@ -238,6 +239,28 @@ TEST_F(UploadLedgerTest, AFileThatWaitedForAnotherTryAtTheEndWasInterruptedAndOn
 
     EXPECT_EQ(next.ledger.interrupted().size(), 1);
     EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Interrupted) });
+}
+
+TEST_F(UploadLedgerTest, AFileKeepsTheDestinationThatWasInForceWhenItWasDropped)
+{
+    setProgramFileName(u"Quillbox"_s); // No drop icon, which has a folder of its own.
+    const auto setAddress = [](const QString& address) {
+        EXPECT_TRUE(UserDefaults::standard().store({ { SettingNames::address, address } }));
+    };
+    Launch run;
+    for (const QString& address : { u"one"_s, u"two"_s }) {
+        setAddress(address);
+        run.history.filesQueued({ u"/for "_s + address });
+    }
+    run.ledger.open(m_path, u"Quillbox"_s);
+    setAddress(u"three"_s);
+    run.history.queueCleared();
+    run.settle();
+    QFile::remove(UserDefaults::standard().filePath());
+    setProgramFileName(QString());
+
+    EXPECT_EQ(run.ledger.row(0).entry.destination, u"ftp://one/"_s);
+    EXPECT_EQ(ask(u"SELECT destination FROM files ORDER BY row"_s), (QStringList{ u"ftp://one/"_s, u"ftp://two/"_s }));
 }
 
 TEST_F(UploadLedgerTest, WhatABeginningHistoryHoldsIsWrittenWhenTheLedgerIsOpened)
@@ -494,6 +517,21 @@ TEST_F(LedgerQueryTest, ATextIsFoundInPathDestinationReplyAndCopyWhateverItsCase
     EXPECT_EQ(namesOf({ .text = u"0%"_s }), QStringList{ u"beta"_s });
     EXPECT_EQ(namesOf({ .text = u"a_1"_s }), QStringList{ u"Alpha_1"_s });
     EXPECT_EQ(namesOf({ .text = u"\\"_s }), QStringList());
+}
+
+TEST_F(LedgerQueryTest, ATextIsFoundInWhatTheColumnForTheOutcomeShows)
+{
+    EXPECT_EQ(namesOf({ .text = u"confirmed by"_s }), QStringList{ u"beta"_s });
+    EXPECT_EQ(namesOf({ .text = u"Failed: Error"_s }), QStringList{ u"Alpha_1"_s });
+    EXPECT_EQ(namesOf({ .text = u"Quillbox ended"_s }), QStringList{ u"gamma"_s });
+    EXPECT_EQ(namesOf({ .text = u"Waiting"_s }), QStringList{ u"delta"_s });
+    {
+        Launch run(m_path, u"Bilder"_s);
+        ASSERT_TRUE(waitFor([&run] { return run.ledger.interrupted().size() == 1; }));
+        run.ledger.queuedAgain(run.ledger.interrupted());
+        run.settle();
+    }
+    EXPECT_EQ(namesOf({ .text = u"ended (queued again)"_s }), QStringList{ u"gamma"_s });
 }
 
 TEST_F(LedgerQueryTest, FailedAreAlsoThoseThatWereInterrupted)
