@@ -46,7 +46,7 @@ QString textOf(const FMFailure& failure)
     case FMFailure::Kind::CannotConnect:
         return u"nobody takes the connection"_s;
     case FMFailure::Kind::NotEncrypted:
-        return u"the server does not encrypt; nothing was sent to it"_s;
+        return u"no encryption comes about; no login was sent"_s;
     case FMFailure::Kind::Certificate:
         return u"the server's certificate is not trusted; nothing was sent to it"_s;
     case FMFailure::Kind::LoginRefused:

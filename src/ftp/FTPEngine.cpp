@@ -3,11 +3,15 @@
 #include "CertificateQuestions.h"
 #include "ConnectionPool.h"
 #include "DeliveryGate.h"
+#include "FTPLog.h"
 #include "ServerTraits.h"
 #include "SystemCertificates.h"
 
+#include <QCalendar>
+#include <QDateTime>
 #include <QSocketNotifier>
 #include <QTcpSocket>
+#include <QTimeZone>
 
 #include <openssl/crypto.h>
 
@@ -26,6 +30,9 @@ void FTPEngine::prepareForTheEnd()
 {
     QTcpSocket().setSocketDescriptor(-1); // Makes what sockets need.
     const QSocketNotifier notifier(QSocketNotifier::Read); // Makes the registry of types.
+    static_cast<void>(ftpLog()); // Makes the registry of categories.
+    static_cast<void>(QDateTime::currentDateTime().timeZone()); // For the dates of listings; and for these, too:
+    static_cast<void>(QCalendar());
     SystemCertificates::prepareForTheEnd();
 }
 

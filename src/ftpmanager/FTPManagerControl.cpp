@@ -114,7 +114,7 @@ FMFailure encrypt(ControlSocket& socket, const FMServer& server)
     reply = replies.next();
     // What else has come by now is dropped with the reader: it may be anybody's (RFC 4217, section 15).
     if (!reply || reply->code != 234 || !socket.startEncryption(fmhost(server.destination()))) {
-        qCWarning(ftpManagerLog, "the server does not encrypt");
+        qCWarning(ftpManagerLog, "no encryption comes about");
         return { .kind = reply && !socket.hasTimedOut() ? FMFailure::Kind::NotEncrypted : kindOfSilence(socket) };
     }
     const ServerCertificate certificate = socket.certificate();

@@ -1,6 +1,9 @@
 #include "RunningOperation.h"
 
 #include "FTPEngine.h"
+#include "FTPManagerLog.h"
+
+#include <QtCore/private/qabstracteventdispatcher_p.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -44,26 +47,37 @@ void forget()
     unlock();
 }
 
-/// Its static object is destroyed before what operations need, since that is made first.
-class ProgramEnd {
-public:
-    ProgramEnd()
-    {
-        FTPEngine::prepareForTheEnd();
-        ::pthread_atfork(lock, unlock, forget);
+void endOperations()
+{
+    std::unique_lock lock(operations().mutex);
+    if (std::exchange(operations().isProgramEnding, true)) {
+        return;
     }
+    for (const auto& [operation, end] : operations().running) {
+        if (end != nullptr) {
+            end();
+        }
+    }
+    operations().ended.wait_for(lock, endGrace, [] { return operations().running.empty(); });
+}
+
+/// Its static object is destroyed after those that were made later.
+struct ProgramEnd {
+    ProgramEnd() = default;
     ProgramEnd(const ProgramEnd&) = delete;
     ProgramEnd& operator=(const ProgramEnd&) = delete;
-    ~ProgramEnd()
+    ~ProgramEnd() { endOperations(); }
+};
+
+/// What operations need is made first, and so it is destroyed after this.
+struct Needs : ProgramEnd {
+    Needs()
     {
-        std::unique_lock lock(operations().mutex);
-        operations().isProgramEnding = true;
-        for (const auto& [operation, end] : operations().running) {
-            if (end != nullptr) {
-                end();
-            }
-        }
-        operations().ended.wait_for(lock, endGrace, [] { return operations().running.empty(); });
+        FTPEngine::prepareForTheEnd();
+        static_cast<void>(ftpManagerLog());
+        static_cast<void>(qFormatLogMessage(QtWarningMsg, {}, {}));
+        QAbstractEventDispatcherPrivate::releaseTimerId(QAbstractEventDispatcherPrivate::allocateTimerId());
+        ::pthread_atfork(lock, unlock, forget);
     }
 };
 
@@ -99,7 +113,13 @@ void RunningOperation::setEnd(std::function<void()> end)
 
 void RunningOperation::prepareForTheEnd()
 {
+    makeNeeds();
     static const ProgramEnd end;
+}
+
+void RunningOperation::makeNeeds()
+{
+    static const Needs needs;
 }
 
 } // namespace quillbox

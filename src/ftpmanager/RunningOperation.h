@@ -23,6 +23,9 @@ public:
     /// Has what operations need outlive the static objects that the program makes from now on. Then they work in their
     /// destructors, too. Safe on any thread.
     static void prepareForTheEnd();
+    /// Makes what operations need, and has them ended before it goes. A program may end in one thread while another
+    /// begins its first operation: where that can be, this is called before main(). Safe on any thread.
+    static void makeNeeds();
 
 private:
     bool m_mayBegin = false;

@@ -13,6 +13,7 @@ import tempfile
 import termios
 import time
 import unittest
+import unittest.mock
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 SERVERS = os.path.join(HERE, "..", "servers")
@@ -149,6 +150,16 @@ class Encrypted(Case):
                 self.assertEqual(status, 6)
                 self.assertIn("certificate is not trusted", said)
 
+    def test_where_openssl_has_no_ciphers_nothing_is_sent_without_encryption(self):
+        with open(os.path.join(self.folder, "openssl.cnf"), "w") as file:
+            file.write("openssl_conf = all\n[all]\nproviders = names\n[names]\nbase = base\n[base]\nactivate = 1\n")
+        for operation in (["login"], ["list"], ["put", self.local("a.txt")]):
+            with unittest.mock.patch.dict(os.environ, OPENSSL_CONF=file.name):
+                status, said, _ = self.run_tool("--fingerprint", self.fingerprint, "127.0.0.1", *operation)
+            self.assertEqual(status, 6)
+            self.assertIn("no encryption comes about", said)
+        self.assertEqual(os.listdir(self.root), [])
+
     def test_a_server_that_demands_encryption_says_so(self):
         status, said, _ = self.run_tool("127.0.0.1", "login")
         self.assertEqual(status, 3)
@@ -166,7 +177,7 @@ class Scripted(Case):
         for operation in ("login", "list"):
             status, said, _ = self.run_tool("--tls", "127.0.0.1", operation)
             self.assertEqual(status, 6, said)
-            self.assertIn("does not encrypt", said)
+            self.assertIn("no encryption comes about", said)
 
     def test_a_lost_connection_is_told(self):
         self.serve({"on": "STOR", "do": ["150 go on", "accept", "data-reset", "close"]},

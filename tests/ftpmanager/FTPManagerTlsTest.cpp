@@ -127,7 +127,7 @@ TEST_F(FTPManagerTlsTest, WithoutTlsNothingButTheRequestForItIsSent)
 
         server.close();
         EXPECT_EQ(server.received().value(0), "AUTH TLS\r\n"_ba);
-        EXPECT_EQ(log.lines(), QStringList{ u"the server does not encrypt"_s });
+        EXPECT_EQ(log.lines(), QStringList{ u"no encryption comes about"_s });
     }
 }
 

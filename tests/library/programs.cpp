@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <future>
 #include <map>
 #include <netinet/in.h>
@@ -21,6 +22,22 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// How many objects the libraries have had made that are destroyed when the program ends.
+std::atomic<int> mortalObjects = 0;
+
+} // namespace
+
+/// Libraries call this one, and it calls the system's.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+extern "C" Q_DECL_EXPORT int __cxa_atexit(void (*destroy)(void*), void* object, void* library)
+{
+    static const auto original = reinterpret_cast<decltype(&__cxa_atexit)>(::dlsym(RTLD_NEXT, "__cxa_atexit"));
+    ++mortalObjects;
+    return original(destroy, object, library);
+}
 
 namespace {
 
@@ -142,6 +159,17 @@ int tooLate()
     return works(u"early"_s) ? 0 : 1;
 }
 
+/// What operations use and what the end of the program puts away is made before the first of them.
+int needsNothingLate()
+{
+    const FTPManager first;
+    const int before = mortalObjects;
+    const auto refused = FMServer::serverWithDestination(u"localhost"_s, u"nobody"_s, u"word"_s);
+    refused->setPort(1); // Where nobody listens.
+    const bool isRefused = !FTPManager().checkLogin(refused.get()) && !FTPManager().contentsOfServer(refused.get());
+    return isRefused && works(u"early"_s) ? mortalObjects - before : 1;
+}
+
 /// Ends while operations are under way.
 int exitMeanwhile()
 {
@@ -151,6 +179,18 @@ int exitMeanwhile()
         }).detach();
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(std::rand() % 60));
+    std::exit(0);
+}
+
+/// Ends while the first operations of the process begin.
+int exitAtTheBeginning()
+{
+    for (int i = 0; i < 4; ++i) {
+        std::thread([i] {
+            while (works(u"begun%1"_s.arg(i))) { }
+        }).detach();
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(std::rand() % 4000));
     std::exit(0);
 }
 
@@ -244,7 +284,9 @@ int main(int argc, char** argv)
         { "afterAForkBehindARefusal", afterAForkBehindARefusal },
         { "inAStaticDestructor", inAStaticDestructor },
         { "tooLate", tooLate },
+        { "needsNothingLate", needsNothingLate },
         { "exitMeanwhile", exitMeanwhile },
+        { "exitAtTheBeginning", exitAtTheBeginning },
         { "exitBeforeASilentServer", exitBeforeASilentServer },
         { "exitOfAChildMeanwhile", exitOfAChildMeanwhile },
     };

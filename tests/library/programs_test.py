@@ -64,9 +64,16 @@ class Plain(unittest.TestCase):
     def test_and_fails_there_when_the_manager_is_younger_than_they(self):
         self.assertEqual(self.run_program("tooLate")[0], 0)
 
+    def test_what_goes_at_the_end_of_a_program_is_made_before_the_first_operation(self):
+        self.assertEqual(self.run_program("needsNothingLate")[0], 0)
+
     def test_a_program_may_end_in_the_midst_of_operations(self):
         for _ in range(20):
             self.assertEqual(self.run_program("exitMeanwhile")[0], 0)
+
+    def test_and_while_another_thread_begins_its_first(self):
+        for _ in range(40):
+            self.assertEqual(self.run_program("exitAtTheBeginning")[0], 0)
 
     def test_its_end_ends_a_conversation_with_a_silent_server(self):
         self.assertEqual(self.run_program("exitBeforeASilentServer")[0], 0)

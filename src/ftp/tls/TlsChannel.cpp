@@ -69,9 +69,13 @@ const BIO_METHOD* transportMethod()
     return method;
 }
 
+/// Null where OpenSSL has nothing to encrypt with, as its configuration may have it.
 Context newContext()
 {
     Context context(SSL_CTX_new(TLS_client_method()));
+    if (context == nullptr) {
+        return context;
+    }
     SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
     SSL_CTX_set_options(context.get(), SSL_OP_NO_RENEGOTIATION);
     SSL_CTX_set_mode(context.get(), SSL_MODE_RELEASE_BUFFERS);
@@ -215,6 +219,11 @@ TlsChannel::~TlsChannel() = default;
 
 void TlsChannel::prepare(TlsTransport& transport)
 {
+    m_broken = m_ssl == nullptr;
+    if (m_broken) {
+        qCDebug(ftpLog, "TLS: OpenSSL cannot encrypt here");
+        return;
+    }
     BIO* const bio = BIO_new(transportMethod());
     BIO_set_data(bio, &transport);
     BIO_set_init(bio, 1);
