@@ -594,13 +594,55 @@ TEST_F(PreferencesControllerTest, ThePanelSaysWhereFilesGoAndOtherwiseWhyNowhere
     type(m_preferences.addressTextField(), u"host"_s);
     type(m_preferences.folderTextField(), u"<b>"_s);
     EXPECT_EQ(destination.text(), u"Files go to ftp://host/<b>"_s);
-    EXPECT_EQ(advice.text(), QString());
+    EXPECT_EQ(advice.text(), u"Its name or IP address, and “:” with a port other than 21."_s);
     EXPECT_EQ(destination.textFormat(), Qt::PlainText);
     EXPECT_EQ(advice.textFormat(), Qt::PlainText);
 
     QTest::keyClicks(m_preferences.addressTextField(), u"/"_s);
     EXPECT_EQ(destination.text(), u"No destination"_s);
     EXPECT_EQ(advice.text(), u"The folder has a field of its own."_s);
+}
+
+TEST_F(PreferencesControllerTest, AdviceStandsAtTheFieldThatItIsAbout)
+{
+    m_preferences.showPanel();
+    type(m_preferences.addressTextField(), u"ftps://host"_s);
+    drainEventLoop();
+    const auto placeOf
+        = [this](const QWidget& widget) { return QRect(widget.mapTo(m_preferences.view(), QPoint()), widget.size()); };
+    const QRect address = placeOf(*m_preferences.addressTextField());
+
+    const QRect advice = placeOf(control<QWidget>("adviceLabel"));
+    EXPECT_EQ(advice.left(), address.left());
+    EXPECT_GT(advice.top(), address.bottom());
+    EXPECT_LT(advice.bottom(), placeOf(*m_preferences.usernameTextField()).top());
+    EXPECT_EQ(placeOf(control<QWidget>("useEncryptionButton")).center().y(), address.center().y());
+}
+
+TEST_F(PreferencesControllerTest, FieldsShowHowTheirTextsBegin)
+{
+    set({ { u"Address"_s, u"host"_s }, { u"Password"_s, QString(200, u'w') } });
+
+    m_preferences.showPanel();
+
+    EXPECT_EQ(m_preferences.passwordTextField()->cursorPosition(), 0);
+}
+
+TEST_F(PreferencesControllerTest, EachSettingOfTheSecondPageHasANoteOfOneLineAtIt)
+{
+    m_preferences.showPanel();
+    turnTo("morePage");
+    drainEventLoop();
+    for (const auto& [setting, note] : { std::pair{ "openDownloadedFilesCheckBox", "openDownloadedFilesNote" },
+                                         { "keepHistoryCheckBox", "keepHistoryNote" },
+                                         { "retryFailedFilesCheckBox", "retryFailedFilesNote" },
+                                         { "webAddressTextField", "webAddressNote" },
+                                         { "forgetCertificateButton", "forgetCertificateNote" } }) {
+        SCOPED_TRACE(note);
+        const auto& label = control<QLabel>(note);
+        EXPECT_LT(label.height(), 2 * label.fontMetrics().lineSpacing());
+        EXPECT_LE(label.y() - control<QWidget>(setting).geometry().bottom(), 4);
+    }
 }
 
 TEST_F(PreferencesControllerTest, NoTextMovesTheButtons)

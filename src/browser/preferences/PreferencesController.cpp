@@ -125,6 +125,7 @@ void PreferencesController::fillFields()
     for (const auto& [key, field] : fields()) {
         const QString setting = m_defaults.string(key);
         field->setText(setting);
+        field->setCursorPosition(0); // One that is longer than its field shows how it begins.
         m_filled.insert(key, { .setting = setting, .text = field->text() });
     }
     m_filledWebAddress = m_defaults.string(SettingNames::webAddress);
@@ -205,7 +206,8 @@ void PreferencesController::showDestination()
     const QString location = destination();
     const bool isNowhere = location.isNull();
     m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(location));
-    m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text()) : QString());
+    m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text())
+                                         : u"Its name or IP address, and “:” with a port other than 21."_s);
     setVisibleKeepingFocus(*m_ui->useEncryptionButton, !addressWithoutFtps(m_addressTextField->text()).isNull(),
                            *m_addressTextField);
     setEnabledKeepingFocus(*m_ui->testButton, !isNowhere, *m_addressTextField);
@@ -292,18 +294,21 @@ void PreferencesController::useEncryption()
 int PreferencesController::fitWidth(int wanted)
 {
     keepButtonsWhole(*m_view);
-    m_addressTextField->setMinimumWidth(wanted);
+    m_ui->usernameTextField->setMinimumWidth(wanted);
     layOut();
     const int width = std::max(0, wanted - excessWidth(*m_view));
-    m_addressTextField->setMinimumWidth(width);
+    m_ui->usernameTextField->setMinimumWidth(width);
     return width;
 }
 
-/// The pages have the sizes from before in mind else.
+/// The pages, and what is around them, have the sizes from before in mind else.
 void PreferencesController::layOut()
 {
-    for (QWidget* contents : { m_ui->serverContents, m_ui->moreContents }) {
-        contents->layout()->activate();
+    for (const QScrollArea* page : std::initializer_list<QScrollArea*>{ m_ui->serverPage, m_ui->morePage }) {
+        page->widget()->layout()->activate();
+    }
+    for (QWidget* holder : std::initializer_list<QWidget*>{ m_ui->serverPage, m_ui->morePage, m_ui->pages }) {
+        holder->updateGeometry();
     }
 }
 
@@ -316,7 +321,7 @@ void PreferencesController::fitToFont()
         const int characters = std::max(1, width / font.averageCharWidth());
         return (usualLines * widthInCharacters + characters - 1) / characters * font.lineSpacing();
     };
-    m_ui->adviceLabel->setFixedHeight(heightOf(2));
+    m_ui->adviceLabel->setFixedHeight(heightOf(1));
     m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
     m_ui->testAnswer->setFixedHeight(heightOf(5));
     const QStyle& style = *m_view->style();
