@@ -80,8 +80,8 @@ class Contrast(WindowTest):
         self.bring_to_front(program, title)
 
 
-class MainWindow(Contrast):
-    def test_without_rows(self):
+class WithoutRows(Contrast):
+    def test_of_the_main_window(self):
         self.settings(FTPFolder="folder")
         program = self.start()
         self.check_sheet(program, "Check Settings", "OK")
@@ -114,11 +114,13 @@ class MainWindow(Contrast):
         window = wait_for(lambda: self.desktop.windows_of(source.pid, "^Drag source$"), "the source")[0]
         self.desktop.xdotool("windowmove", "--sync", window, 0, 0)
 
-        self.desktop.drag_over((30, 30), program.centre("Drop area"))
+        self.desktop.drag_over((30, 30), (left + 40, top + height // 2))  # What is dragged hides no text.
         self.check_shown(lambda: [*frame, *program.texts(ANY_TITLE)], "Drop files here", "or press Ctrl+O")
         self.desktop.xdotool("mousemove", 10, 900, "mouseup", 1)
 
-    def test_during_and_after_a_queue(self):
+
+class WithAQueue(Contrast):
+    def test_of_the_main_window_during_and_after_it_and_of_the_alerts(self):
         os.mkdir(self.server.path("taken"))
         self.settings()
         program = self.start()
@@ -174,7 +176,16 @@ class OtherWindows(Contrast):
         program.enter("Name of the copy", "Photos")
         self.check(program, "^Make a Copy$", "Invoices")
 
-    def test_of_the_preferences_and_what_a_test_answers(self):
+    def test_of_the_question_about_a_certificate(self):
+        pem, _ = make_certificate(self.desktop.folder)
+        server = RealFTPServer("pyftpdlib", pem)
+        self.addCleanup(server.close)
+        store_settings(self.home, server.settings(DoNotShowWelcomeWindowAgain=True, Encryption="required"))
+        self.check_sheet(self.start(), "Trust This Server?", "Trust", "Cancel")
+
+
+class InThePreferences(Contrast):
+    def test_of_both_pages_and_what_a_test_answers(self):
         self.settings()
         program = self.start()
         self.open_by_key(program, "ctrl+comma", "^Preferences$")
@@ -193,13 +204,6 @@ class OtherWindows(Contrast):
         self.check(program, "^Preferences$", "Use Encryption", "No destination")
         program.press("More")
         self.check(program, "^Preferences$", "Forget Certificate", "Web address of this folder")
-
-    def test_of_the_question_about_a_certificate(self):
-        pem, _ = make_certificate(self.desktop.folder)
-        server = RealFTPServer("pyftpdlib", pem)
-        self.addCleanup(server.close)
-        store_settings(self.home, server.settings(DoNotShowWelcomeWindowAgain=True, Encryption="required"))
-        self.check_sheet(self.start(), "Trust This Server?", "Trust", "Cancel")
 
 
 if __name__ == "__main__":
