@@ -22,6 +22,7 @@
 #include <QSqlError>
 #include <QSqlRecord>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -291,18 +292,37 @@ TEST_F(UploadLedgerTest, TheFilesAreForTheUserAlone)
     EXPECT_EQ(folder.st_mode & 0777, 0700);
 }
 
-TEST_F(UploadLedgerTest, ARowIsThereSoonAfterItsDropAndItsOutcome)
+TEST_F(UploadLedgerTest, ARowIsThereAFifthOfASecondAfterItsDropAndItsOutcome)
 {
     Launch run(m_path);
     run.history.note(u"Ready"_s);
     ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
-    run.history.filesQueued({ u"/a"_s });
-    QElapsedTimer sinceDrop;
-    sinceDrop.start();
-    ASSERT_TRUE(waitFor([this] { return outcomes().last() == row(u"a"_s, Outcome::Waiting); }));
-    EXPECT_LT(sinceDrop.elapsed(), 2000); // 200 on a machine that does nothing else.
-    run.confirmNext();
-    ASSERT_TRUE(waitFor([this] { return outcomes().last() == row(u"a"_s, Outcome::Confirmed); }));
+    const auto isThereInTime = [this](const QString& last) {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_TRUE(waitFor([this, &last] { return outcomes().last() == last; }));
+        return timer.elapsed() <= 200;
+    };
+    bool isInTime = false;
+    for (int number = 0; !isInTime && number < 50; ++number) { // Somebody else may have the machine for a while.
+        const QString name = u"file %1"_s.arg(number);
+        run.history.filesQueued({ u'/' + name });
+        const bool isDropInTime = isThereInTime(row(name, Outcome::Waiting));
+        run.confirmNext();
+        isInTime = isThereInTime(row(name, Outcome::Confirmed)) && isDropInTime;
+    }
+
+    EXPECT_TRUE(isInTime);
+}
+
+TEST_F(UploadLedgerTest, NewsThatKeepComingPutNothingOff)
+{
+    Launch run(m_path);
+    QTimer news;
+    QObject::connect(&news, &QTimer::timeout, [&run] { run.history.note(u"News"_s); });
+    news.start(5);
+
+    EXPECT_TRUE(waitFor([this] { return outcomes().size() >= 20; }));
 }
 
 TEST_F(UploadLedgerTest, WhatWaitedInARunThatHasEndedWasInterrupted)

@@ -30,7 +30,7 @@ class Quit(WindowTest):
         # The server may take the end of the connection for that of the first file.
         wait_for(lambda: "two" in self.server.received, "the other file to arrive")
 
-    def test_quit_ends_the_program(self):
+    def test_quit_ends_the_program_and_the_next_start_says_what_was_not_confirmed(self):
         program = self.start_busy()
         self.ask(program)
 
@@ -38,6 +38,11 @@ class Quit(WindowTest):
 
         self.assertEqual(program.exit_code(), 0)
         self.assertEqual(program.output(), "")
+        program = self.start()
+        wait_for(lambda: program.find("2 files were not confirmed"), "the line about them")
+        self.server.read_at_most(0)
+        program.press("Queue Again")
+        self.wait_for_files("one", "two")
 
     def test_nothing_is_asked_when_all_is_done(self):
         self.settings()

@@ -79,6 +79,19 @@ class UploadServer:
     def path(self, name):
         return os.path.join(self.root, name)
 
+    def let_nobody_in(self, is_full=True):
+        """Answers 421 to everybody who connects, or with False lets them in again."""
+        self._server.max_cons = 1 if is_full else 512
+
+    def cut_off(self):
+        """Ends all connections, without a word."""
+        self._loop.call_later(0, self._close_all)
+
+    def _close_all(self):
+        for each in list(self._loop.socket_map.values()):
+            if each is not self._server:
+                each.close()
+
     def is_quiet_for(self, seconds):
         """Whether nothing has been asked of the server for so long."""
         return time.monotonic() - self.asked_at > seconds
