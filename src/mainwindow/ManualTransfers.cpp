@@ -28,6 +28,9 @@ ManualTransfers::ManualTransfers()
     }
     setFieldWidth(wanted);
     setFieldWidth(wanted - excessWidth(*this));
+    if (excessWidth(*this) > 0) {
+        foldLines();
+    }
     resizeToContents(*this);
     alignLabelsToDirection(*this);
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
@@ -39,7 +42,34 @@ void ManualTransfers::setFieldWidth(int width)
 {
     constexpr int leastCharacters = 12;
     m_ui->fileToUploadTextField->setMinimumWidth(std::max(width, leastCharacters * fontMetrics().averageCharWidth()));
-    m_ui->manualLayout->activate(); // Else it has the sizes from before in mind.
+    contentsChanged();
+}
+
+/// Else the layouts have the sizes from before in mind.
+void ManualTransfers::contentsChanged()
+{
+    m_ui->manualLayout->activate();
+    m_ui->manualArea->updateGeometry();
+}
+
+/// Puts the buttons of each line below its field, at its end.
+void ManualTransfers::foldLines()
+{
+    QGridLayout& grid = *m_ui->fieldGrid;
+    for (int line = grid.rowCount() - 1; line >= 0; --line) {
+        const auto move = [&grid, line](int column, int newRow, int newColumn, int columns, Qt::Alignment alignment) {
+            if (QLayoutItem* const item = grid.itemAtPosition(line, column)) {
+                grid.removeItem(item);
+                grid.addItem(item, newRow, newColumn, 1, columns, alignment);
+            }
+        };
+        const bool hasTwo = grid.itemAtPosition(line, 3) != nullptr;
+        move(3, 2 * line + 1, 2, 1, {});
+        move(2, 2 * line + 1, 0, hasTwo ? 2 : 3, Qt::AlignTrailing);
+        move(1, 2 * line, 1, 2, {});
+        move(0, 2 * line, 0, 1, {});
+    }
+    contentsChanged();
 }
 
 void ManualTransfers::connectTo(ViewController& controller, const Parts& parts)

@@ -59,6 +59,8 @@ public:
 private:
     void begin();
     void setFieldWidth(int width);
+    void contentsChanged();
+    void foldLines();
 
     std::unique_ptr<Ui::ManualTransfers> m_ui;
     ViewController* m_controller = nullptr; ///< Null until connectTo().

@@ -73,7 +73,7 @@ class SmallScreen(OnAScreen):
         for keys, title, buttons in (
             ("ctrl+comma", "^Preferences$", ["Cancel", "Done"]),
             ("ctrl+h", "^History$", ["Clear History…", "Export…", "Copy"]),
-            ("ctrl+m", "^Manual Transfers$", []),  # It scrolls.
+            ("ctrl+m", "^Manual Transfers$", ["Start/Stop Upload", "List Destination", "Create Folder…"]),
         ):
             self.bring_to_front(program)
             self.desktop.key(keys)
