@@ -21,6 +21,10 @@ ManualTransfers::ManualTransfers()
 {
     m_ui->setupUi(this);
     keepButtonsWhole(*this);
+    // It comes and goes with the transfers, and nothing is to jump.
+    QSizePolicy policy = m_ui->auxiliaryPercentProgressIndicator->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    m_ui->auxiliaryPercentProgressIndicator->setSizePolicy(policy);
     // As wide as what they say while they are empty, as far as there is room.
     int wanted = 0;
     for (const QLineEdit* field : findChildren<QLineEdit*>()) {

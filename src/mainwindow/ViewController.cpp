@@ -291,7 +291,7 @@ bool ViewController::alertSendingOrReceiving()
 
 QString ViewController::askInput(const QString& prompt, const QString& defaultText)
 {
-    return promptForText(&m_window, prompt, defaultText);
+    return promptForText(&m_window, u"Enter Name"_s, prompt, defaultText);
 }
 
 QString ViewController::quitWarning() const

@@ -210,6 +210,7 @@ void WindowIndicators::showProgress(const Values& values, const WindowState& sta
     setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);
     m_window.percentProgressIndicator->setValue(barValue(values.percent));
     m_manual.auxiliaryPercentProgressIndicator->setValue(barValue(values.auxiliaryPercent));
+    m_manual.auxiliaryPercentProgressIndicator->setVisible(isMoving);
     if (values.bytes != m_lastValues.bytes) {
         m_lastValues.bytes = values.bytes;
         m_window.bytesFormattedTextField->setText(values.bytes ? stringForFileSize(*values.bytes) : u""_s);

@@ -116,6 +116,34 @@ TEST_F(ListingTableTest, TextsAreCentredInTheirRowsAndSizesStandOnTheRight)
     EXPECT_GT(size.center().x(), m_table.columnWidth(1) / 2);
 }
 
+TEST_F(ListingTableTest, TheArrowOfTheOrderStandsAtItsTitle)
+{
+    QHeaderView& header = *m_table.horizontalHeader();
+    const auto pictureOf = [&header](int sorted, int section) {
+        header.setSortIndicator(sorted, Qt::AscendingOrder);
+        return header.grab({ header.sectionViewportPosition(section), 0, header.sectionSize(section), header.height() })
+            .toImage();
+    };
+    // Where the pictures of a title with and without the arrow differ.
+    const auto placeOfArrow = [&pictureOf](int section) {
+        const QImage with = pictureOf(section, section);
+        const QImage without = pictureOf(1 - section, section);
+        QRect place;
+        for (int y = 0; y < with.height(); ++y) {
+            for (int x = 0; x < with.width(); ++x) {
+                place |= with.pixel(x, y) == without.pixel(x, y) ? QRect() : QRect(x, y, 1, 1);
+            }
+        }
+        return place.center();
+    };
+    const auto widthOf = [&header](const QString& title) { return header.fontMetrics().horizontalAdvance(title); };
+
+    const QPoint atName = placeOfArrow(0);
+    EXPECT_NEAR(atName.x(), 7 + widthOf(TableColumns::name) + 9, 3);
+    EXPECT_NEAR(atName.y(), header.height() / 2, 3);
+    EXPECT_NEAR(placeOfArrow(1).x(), header.sectionSize(1) - 7 - widthOf(TableColumns::size) - 9, 3);
+}
+
 TEST_F(ListingTableTest, InANarrowTableModesAndThenDatesGiveWayToNames)
 {
     const auto column = [](const QString& title) { return static_cast<int>(TableColumns::all.indexOf(title)); };

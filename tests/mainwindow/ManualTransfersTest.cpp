@@ -235,4 +235,23 @@ TEST_F(ManualTransfersTest, TheCreateButtonAsksBeforeItStopsARunningCreation)
     EXPECT_EQ(count(Kind::Folder), 1);
 }
 
+TEST_F(ManualTransfersTest, TheBarShowsWhileATransferRunsAndNothingMovesForIt)
+{
+    m_controller->windows().showManualTransfers();
+    drainEventLoop();
+    const QPoint place = button("startStopUploadButton").pos();
+    EXPECT_FALSE(bar("auxiliaryPercentProgressIndicator").isVisible());
+
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    tick();
+    drainEventLoop();
+    EXPECT_TRUE(bar("auxiliaryPercentProgressIndicator").isVisible());
+    EXPECT_EQ(button("startStopUploadButton").pos(), place);
+
+    finishUpload();
+    tick();
+    EXPECT_FALSE(bar("auxiliaryPercentProgressIndicator").isVisible());
+}
+
 } // namespace

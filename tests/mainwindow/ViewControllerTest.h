@@ -63,7 +63,7 @@ protected:
                 auto* const field = dialog->findChild<QLineEdit*>();
                 m_promptTimer.stop();
                 m_promptTimer.disconnect();
-                m_prompt = dialog->windowTitle();
+                m_prompt = dialog->findChild<QLabel*>()->text();
                 m_promptDefault = field->text();
                 field->setText(text);
                 dialog->done(text.isNull() ? QDialog::Rejected : QDialog::Accepted);

@@ -133,7 +133,7 @@ class ByKeyboard(ListingTest):
 
         self.bring_to_front(program)
         self.desktop.key("ctrl+shift+n")
-        self.bring_to_front(program, "^Enter name of folder")
+        self.bring_to_front(program, "^Enter Name$")
         self.desktop.xdotool("type", "--delay", 15, "new one")
         self.desktop.key("Return")
         wait_for(lambda: os.path.isdir(self.server.path("new one")), "the folder")

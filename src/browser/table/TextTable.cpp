@@ -6,12 +6,14 @@
 #include <QPainter>
 #include <QProxyStyle>
 #include <QRegion>
+#include <QStyleOptionHeader>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Draws titles that are quieter than the rows below them, with the margins of the cells.
+/// Draws titles that are quieter than the rows below them, with the margins of the cells, and the arrow of the order at
+/// its title.
 class HeaderStyle final : public QProxyStyle {
 public:
     HeaderStyle()
@@ -26,6 +28,11 @@ public:
     void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override
     {
+        if (const auto* const header = qstyleoption_cast<const QStyleOptionHeaderV2*>(option);
+            element == CE_Header && header != nullptr) {
+            drawHeader(*header, painter, widget);
+            return;
+        }
         if (element != CE_HeaderSection && element != CE_HeaderEmptyArea) {
             QProxyStyle::drawControl(element, option, painter, widget);
             return;
@@ -34,6 +41,32 @@ public:
         painter->fillRect(option->rect, option->palette.color(isPressed ? QPalette::Midlight : QPalette::Window));
         painter->fillRect(QRect(option->rect.bottomLeft(), QSize(option->rect.width(), 1)),
                           option->palette.color(QPalette::Midlight).darker(110));
+    }
+
+private:
+    void drawHeader(const QStyleOptionHeaderV2& header, QPainter* painter, const QWidget* widget) const
+    {
+        drawControl(CE_HeaderSection, &header, painter, widget);
+        const int titleMargin = pixelMetric(PM_HeaderMargin, &header, widget);
+        QStyleOptionHeaderV2 part = header;
+        part.rect = header.rect.adjusted(titleMargin, 0, -titleMargin, 0);
+        drawControl(CE_HeaderLabel, &part, painter, widget);
+        if (header.sortIndicator != QStyleOptionHeader::None) {
+            part.rect = placeOfArrow(header, part.rect);
+            drawPrimitive(PE_IndicatorHeaderArrow, &part, painter, widget);
+        }
+    }
+    /// Beside the title, on the side where there is room.
+    static QRect placeOfArrow(const QStyleOptionHeader& header, const QRect& label)
+    {
+        constexpr int arrowSide = 10;
+        constexpr int arrowGap = 4;
+        const QSize size(header.fontMetrics.horizontalAdvance(header.text), arrowSide);
+        const Qt::Alignment alignment = visualAlignment(header.direction, header.textAlignment);
+        const QRect title = alignedRect(Qt::LeftToRight, alignment | Qt::AlignVCenter, size, label);
+        const bool isOnTheRight = (alignment & Qt::AlignRight) != 0;
+        const int left = isOnTheRight ? title.left() - arrowGap - arrowSide : title.right() + 1 + arrowGap;
+        return { qBound(label.left(), left, label.right() + 1 - arrowSide), title.top() + 1, arrowSide, arrowSide };
     }
 };
 

@@ -11,11 +11,11 @@
 
 using namespace Qt::StringLiterals;
 
-QString promptForText(QWidget* parent, const QString& prompt, const QString& defaultText)
+QString promptForText(QWidget* parent, const QString& title, const QString& prompt, const QString& defaultText)
 {
     QDialog dialog(parent);
     dialog.setWindowModality(Qt::ApplicationModal);
-    dialog.setWindowTitle(prompt);
+    dialog.setWindowTitle(title);
 
     auto* const label = new QLabel;
     label->setTextFormat(Qt::PlainText);

@@ -49,12 +49,12 @@ TEST_F(TextPromptTest, AnswersTheTextThatWasTyped)
         QTest::keyClick(field, Qt::Key_Return);
     });
 
-    EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u" new name "_s);
+    EXPECT_EQ(promptForText(nullptr, u"Title"_s, u"Name?"_s, u"old"_s), u" new name "_s);
     EXPECT_TRUE(wasSuspended);
     EXPECT_EQ(label, u"Name?"_s);
 }
 
-TEST_F(TextPromptTest, ThePromptNamesTheWindowAndIsNeverTakenAsMarkup)
+TEST_F(TextPromptTest, ThePromptIsNotTheTitleTooAndIsNeverTakenAsMarkup)
 {
     QString title;
     std::optional<Qt::TextFormat> format;
@@ -64,9 +64,9 @@ TEST_F(TextPromptTest, ThePromptNamesTheWindowAndIsNeverTakenAsMarkup)
         dialog.accept();
     });
 
-    promptForText(nullptr, u"<b>Name</b>?"_s, u""_s);
+    promptForText(nullptr, u"Title"_s, u"<b>Name</b>?"_s, u""_s);
 
-    EXPECT_EQ(title, u"<b>Name</b>?"_s);
+    EXPECT_EQ(title, u"Title"_s);
     EXPECT_EQ(format, Qt::PlainText);
 }
 
@@ -74,15 +74,15 @@ TEST_F(TextPromptTest, OffersTheDefault)
 {
     whenShown(m_context, [](QDialog& dialog) { dialog.accept(); });
 
-    EXPECT_EQ(promptForText(nullptr, u"Name?"_s, u"old"_s), u"old"_s);
+    EXPECT_EQ(promptForText(nullptr, u"Title"_s, u"Name?"_s, u"old"_s), u"old"_s);
 }
 
 TEST_F(TextPromptTest, AnEmptyTextIsAnAnswerAndCancelIsNone)
 {
     whenShown(m_context, [](QDialog& dialog) { dialog.accept(); });
-    const QString empty = promptForText(nullptr, u"Name?"_s, u""_s);
+    const QString empty = promptForText(nullptr, u"Title"_s, u"Name?"_s, u""_s);
     whenShown(m_context, [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
-    const QString cancelled = promptForText(nullptr, u"Name?"_s, u"old"_s);
+    const QString cancelled = promptForText(nullptr, u"Title"_s, u"Name?"_s, u"old"_s);
 
     EXPECT_TRUE(empty.isEmpty());
     EXPECT_FALSE(empty.isNull());
