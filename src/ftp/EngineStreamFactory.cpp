@@ -109,6 +109,7 @@ public:
     using EngineStream::EngineStream;
 
     qint64 write(std::span<const char> data) override { return m_transfer != nullptr ? m_transfer->write(data) : -1; }
+    void setMadeLevels(int levels) override { m_request.madeLevels = levels; }
     qint64 acknowledgedBytes() const override { return m_transfer != nullptr ? m_transfer->acknowledgedBytes() : 0; }
 };
 

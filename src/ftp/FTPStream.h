@@ -50,6 +50,9 @@ struct FTPStreamError {
     /// nobody knows what it has done.
     bool isUndecided = false;
     Stage stage = Stage::Acting;
+    /// The server was to make missing levels of the folder and has refused one: how many it leaves missing, that one
+    /// and all behind it.
+    int missingLevels = 0;
 };
 
 class FTPStream;
@@ -136,6 +139,10 @@ public:
     /// Bytes of those that write() took of which it is known that the server's machine has received them, at least,
     /// until the stream is closed. What the server has made of them nobody knows.
     virtual qint64 acknowledgedBytes() const = 0;
+    /// To be set before open(): so many of the last levels of an upload's folder are made where they are missing; none
+    /// by default. The creation of a folder makes so many of its own levels, itself among them, and succeeds also where
+    /// all of them are there.
+    virtual void setMadeLevels(int /*levels*/) { }
 };
 
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made

@@ -116,7 +116,10 @@ bool SessionSetup::canUsePassive() const
 SessionSetup::Verdict SessionSetup::sendPlanned()
 {
     if (m_plan.isEmpty()) {
-        return m_connection.isPending() ? Verdict::GoesOn : Verdict::Ready;
+        if (m_connection.isPending()) {
+            return Verdict::GoesOn;
+        }
+        return m_isFolderMissing ? Verdict::FolderMissing : Verdict::Ready;
     }
     if (!m_traits.pipelines && m_connection.isPending()) {
         return Verdict::GoesOn;
@@ -170,6 +173,11 @@ SessionSetup::Verdict SessionSetup::handleReply(const FTPCommand& command, const
         break;
     case FTPVerb::Cwd:
     case FTPVerb::Type:
+        if (command.verb == FTPVerb::Cwd && saysMissing(reply)) {
+            m_isFolderMissing = true;
+            m_plan.clear();
+            break;
+        }
         if (!reply.isPositive()) {
             return refusal(reply);
         }
@@ -274,6 +282,20 @@ SessionSetup::Verdict SessionSetup::handlePassiveReply(FTPVerb verb, const Reply
         return sendPlanned();
     }
     return refusal(reply);
+}
+
+/// Whether @p reply to CWD leads to the folder's being made.
+bool SessionSetup::saysMissing(const Reply& reply) const
+{
+    constexpr int notLoggedIn = 530;
+    const bool isConfused = reply.isConfusion() && m_traits.pipelines;
+    return m_goal.makesFolder && reply.isNegative() && reply.code != notLoggedIn && !isConfused;
+}
+
+QByteArray SessionSetup::pathOfFolder() const
+{
+    // Where the login folder is unknown, a session that has gone nowhere yet still stands in it.
+    return absoluteFolder(m_goal.folder, m_connection.session().loginFolder).value_or(m_goal.folder);
 }
 
 SessionSetup::Verdict SessionSetup::refusal(const Reply& reply)

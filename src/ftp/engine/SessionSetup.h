@@ -21,6 +21,7 @@ public:
         QByteArray folder; ///< As a location's path names it.
         QByteArray sizedFile; ///< Whose size is asked for; empty: none.
         bool needsPort = false; ///< A data connection will be made.
+        bool makesFolder = false; ///< Whoever asks will make the folder where it is missing.
     };
     /// What a step has led to.
     enum class Verdict {
@@ -33,6 +34,7 @@ public:
         Unprotected, ///< Encryption, of commands or data, does not come about.
         Stray, ///< The reply cannot be one to the command.
         FolderUnknown, ///< Nobody knows where the session stands.
+        FolderMissing, ///< The server does not let us into the folder, which is to be made. No reply is pending.
     };
 
     SessionSetup(ControlConnection& connection, ServerTraits& traits, Goal goal);
@@ -46,6 +48,8 @@ public:
     /// and for good when handleReply() answers Refused: some servers think about a wrong password, and meanwhile refuse
     /// what was sent behind it.
     std::optional<Reply> loginRefusal() const;
+    /// The path that leads to the folder from where the session stands while that is missing.
+    QByteArray pathOfFolder() const;
     /// Whether begin() was called: the login, or what follows it, is under way.
     bool hasBegun() const { return m_hasBegun; }
     /// The port of the server that data is expected at; 0 while none was named.
@@ -65,6 +69,7 @@ private:
     Verdict handlePassReply(const Reply& reply);
     Verdict handlePassiveReply(FTPVerb verb, const Reply& reply);
     static Verdict refusal(const Reply& reply);
+    bool saysMissing(const Reply& reply) const;
 
     ControlConnection& m_connection;
     ServerTraits& m_traits;
@@ -72,6 +77,7 @@ private:
     QList<FTPCommand> m_plan; ///< Commands that have not been sent yet.
     bool m_hasBegun = false;
     bool m_userAccepted = false; ///< No password is wanted; what is said to it does not matter.
+    bool m_isFolderMissing = false;
     bool m_isExtendedPassive = false; ///< The port came from EPSV.
     QList<Reply> m_loginRefusals; ///< The reply to the password, and those to what was sent behind it.
     quint16 m_port = 0;

@@ -149,12 +149,7 @@ void Transfer::takeConnection(ConnectionPool::Reuse reuse)
     reach(Stage::Connecting);
     m_try = Try();
     m_try.connection = &m_engine.pool().acquire(m_key, *this, reuse, traits());
-    const bool wantsSize = m_request.kind == Kind::Download && m_request.fetchSize;
-    m_try.setup = std::make_unique<SessionSetup>(
-        *m_try.connection, traits(),
-        SessionSetup::Goal{ .folder = m_request.folder(),
-                            .sizedFile = wantsSize ? m_request.location->name() : QByteArray(),
-                            .needsPort = m_request.movesData() });
+    m_try.setup = newSetup(m_request.madeLevels > 0);
     m_replied = connect(m_try.connection, &ControlConnection::replied, this,
                         [this](const QString& line) { m_progress.reply = line; });
     if (m_try.connection->isEstablished()) {
@@ -244,6 +239,17 @@ void Transfer::handleServiceEnding(const Reply& reply)
 
 // The set-up.
 
+std::unique_ptr<SessionSetup> Transfer::newSetup(bool makesFolder) const
+{
+    const bool wantsSize = m_request.kind == Kind::Download && m_request.fetchSize;
+    return std::make_unique<SessionSetup>(
+        *m_try.connection, traits(),
+        SessionSetup::Goal{ .folder = m_request.folder(),
+                            .sizedFile = wantsSize ? m_request.location->name() : QByteArray(),
+                            .needsPort = m_request.movesData(),
+                            .makesFolder = makesFolder });
+}
+
 /// Begins the login, or what follows it where the session has one.
 void Transfer::setUp()
 {
@@ -326,6 +332,11 @@ void Transfer::follow(SessionSetup::Verdict verdict, const Reply& reply)
             fail();
         }
         break;
+    case SessionSetup::Verdict::FolderMissing:
+        m_try.folderMaker
+            = std::make_unique<FolderMaker>(*m_try.connection, m_try.setup->pathOfFolder(), m_request.madeLevels);
+        followFolder(m_try.folderMaker->begin());
+        break;
     }
 }
 
@@ -376,6 +387,10 @@ void Transfer::runCommand()
         }
         break;
     case Kind::FolderCreation:
+        if (m_request.isAboutFolder()) { // It stands in it.
+            succeed(FTPStreamEvent::EndEncountered);
+            break;
+        }
         enter(State::AwaitingConsent);
         m_try.connection->send({ m_request.command() });
         report(FTPStreamEvent::OpenCompleted);
@@ -396,7 +411,7 @@ void Transfer::followFolder(FolderMaker::Verdict verdict)
         enter(State::AwaitingConsent);
         break;
     case FolderMaker::Verdict::Made:
-        succeed(FTPStreamEvent::EndEncountered);
+        folderMade();
         break;
     case FolderMaker::Verdict::Refused:
         const Reply refusal = *m_try.folderMaker->refusal();
@@ -404,6 +419,19 @@ void Transfer::followFolder(FolderMaker::Verdict verdict)
         finishRefused(refusal);
         break;
     }
+}
+
+void Transfer::folderMade()
+{
+    if (!m_request.movesData()) {
+        succeed(FTPStreamEvent::EndEncountered);
+        return;
+    }
+    m_try.folderMaker.reset();
+    m_try.connection->session().folder = m_request.folder();
+    m_try.setup = newSetup(false);
+    enter(State::SettingUp);
+    follow(m_try.setup->begin(), Reply());
 }
 
 /// Sends the command when a data connection is on its way. What this machine has run out of is waited for.
@@ -843,6 +871,9 @@ void Transfer::finishWith(FTPStreamError error, bool keepConnection)
     }
     m_error = error;
     m_error.stage = stageOfError();
+    if (error.domain == FTPStreamError::Domain::FTP && m_try.folderMaker != nullptr) {
+        m_error.missingLevels = m_try.folderMaker->missingLevels();
+    }
     enter(State::Finished);
     m_data.reset();
     letGoOfConnection(keepConnection);

@@ -74,7 +74,7 @@ private:
     struct Try {
         ControlConnection* connection = nullptr; ///< Null: none is held.
         std::unique_ptr<SessionSetup> setup; ///< While there is a connection.
-        std::unique_ptr<FolderMaker> folderMaker; ///< While a connection test makes its folder.
+        std::unique_ptr<FolderMaker> folderMaker; ///< While the folder is made.
         bool hasReplied = false; ///< The server has answered something.
         bool isUnprotected = false; ///< Encryption does not come about.
         int preliminaryReplies = 0; ///< Since the last final one, or since data last moved.
@@ -102,6 +102,7 @@ private:
     void connectionLost() override;
     void handleServiceEnding(const Reply& reply);
 
+    std::unique_ptr<SessionSetup> newSetup(bool makesFolder) const;
     void setUp();
     void handleSetupReply(const FTPCommand& command, const Reply& reply);
     bool endRefusedLogin();
@@ -111,6 +112,7 @@ private:
     void runCommand();
     void openData();
     void followFolder(FolderMaker::Verdict verdict);
+    void folderMade();
     void handleCreationReply(const Reply& reply);
     void handleTransferReply(FTPVerb verb, const Reply& reply);
     bool mayBeLate(FTPVerb verb) const;

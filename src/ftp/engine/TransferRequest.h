@@ -24,6 +24,9 @@ struct TransferRequest {
     QByteArray password;
     qint64 length = 0; ///< Of an upload: how many bytes will be written.
     bool createsFolder = false; ///< Of a connection test: makes the folder where it is missing.
+    /// Of an upload: so many of the last levels of its folder are made where they are missing. Of the creation of a
+    /// folder, which then may be there already: so many of its own, itself among them.
+    int madeLevels = 0;
     bool fetchSize = false; ///< Of a download: ask for the size first.
     bool standsBack = false; ///< Leaves the only kept connection to others.
     FTPEncryption encryption = FTPEncryption::None;
@@ -33,7 +36,11 @@ struct TransferRequest {
     /// Whether it can be put into commands.
     bool canBeSent() const;
     /// Whether it is about a folder rather than an item in one.
-    bool isAboutFolder() const { return kind == Kind::Listing || kind == Kind::ConnectionTest; }
+    bool isAboutFolder() const
+    {
+        return kind == Kind::Listing || kind == Kind::ConnectionTest
+            || (kind == Kind::FolderCreation && madeLevels > 0);
+    }
     bool movesData() const { return kind != Kind::FolderCreation && kind != Kind::ConnectionTest; }
 
     // Of a request with a location:
