@@ -4,6 +4,7 @@
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
 #include "DroppedFiles.h"
+#include "DroppedFolders.h"
 #include "ItemActions.h"
 #include "ItemLocation.h"
 #include "LocalItem.h"
@@ -30,7 +31,7 @@ ItemDragging::ItemDragging(QWidget& window, DestinationListing& listing, ItemAct
 
 PathList ItemDragging::pasteboardHasFiles(const QMimeData& pasteboard)
 {
-    return droppedItems(pasteboard).files;
+    return droppedItems(pasteboard, DroppedFolders::areUploaded()).files;
 }
 
 Qt::DropAction ItemDragging::validateDrop(const QMimeData& pasteboard, TableDrop& drop) const
@@ -44,7 +45,7 @@ Qt::DropAction ItemDragging::validateDrop(const QMimeData& pasteboard, TableDrop
 
 bool ItemDragging::acceptDrop(const QMimeData& pasteboard, const TableDrop& /*drop*/)
 {
-    const auto [files, leftOut] = droppedItems(pasteboard);
+    const auto [files, leftOut] = droppedItems(pasteboard, DroppedFolders::areUploaded());
     if (files.isEmpty()) {
         if (!leftOut.isEmpty()) {
             m_host.uploadFiles({}, leftOut);

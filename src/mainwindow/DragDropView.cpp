@@ -2,6 +2,7 @@
 
 #include "DropHint.h"
 #include "DroppedFiles.h"
+#include "DroppedFolders.h"
 #include "PlainToolTip.h"
 #include "QueuedFilesView.h"
 #include "SheetQueue.h"
@@ -99,13 +100,13 @@ void DragDropView::draggingExited()
 
 PathList DragDropView::pasteboardHasFiles(const QMimeData& pasteboard) const
 {
-    return droppedItems(pasteboard).files;
+    return droppedItems(pasteboard, DroppedFolders::areUploaded()).files;
 }
 
 bool DragDropView::prepareForDragOperation(const QMimeData& pasteboard)
 {
     setHighlight(false);
-    const auto [files, others] = droppedItems(pasteboard);
+    const auto [files, others] = droppedItems(pasteboard, DroppedFolders::areUploaded());
     if (files.isEmpty()) {
         if (m_viewController != nullptr && !others.isEmpty()) {
             m_viewController->uploadFiles({}, others);

@@ -3,6 +3,7 @@
 #include "AlertDialog.h"
 #include "CopyOrBeep.h"
 #include "DroppedFiles.h"
+#include "DroppedFolders.h"
 #include "LoopSuspension.h"
 #include "MainWindow.h"
 #include "ViewController.h"
@@ -140,7 +141,7 @@ void MainMenu::upload(const QStringList& paths)
 void MainMenu::pasteFiles()
 {
     const QMimeData* const data = QApplication::clipboard()->mimeData();
-    const auto [files, leftOut] = data == nullptr ? DroppedItems() : droppedItems(*data);
+    const auto [files, leftOut] = data == nullptr ? DroppedItems() : droppedItems(*data, DroppedFolders::areUploaded());
     if (files.isEmpty()) {
         QApplication::beep();
     }

@@ -7,6 +7,7 @@
 #include "FTPCreateController.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
+#include "FolderWalk.h"
 #include "ItemActions.h"
 #include "ListingTable.h"
 #include "ModalState.h"
@@ -138,6 +139,7 @@ WindowState Pump::state() const
              .size = movingSize(),
              .waiting = m_parts.queue.size(),
              .isQueueUnderWay = m_parts.history.isQueueUnderWay(),
+             .isLookedThrough = m_parts.walks.isUnderWay(),
              .isTryWaiting = m_parts.tries.waitingCount() > 0,
              .tally = m_parts.history.queueTally(),
              .listing = listing.state(),

@@ -15,6 +15,7 @@ class DestinationListing;
 class FTPCreateController;
 class FTPGetController;
 class FTPPutController;
+class FolderWalks;
 class ItemActions;
 class ListingTable;
 class PreferencesController;
@@ -37,6 +38,7 @@ public:
         FTPCreateController& creations;
         UploadHistory& history;
         UploadQueue& queue;
+        const FolderWalks& walks;
         AutomaticTries& tries;
         UploadRun& run;
         RefreshPace& pace;

@@ -2,6 +2,7 @@
 
 #include "AccessibleQueuedFiles.h"
 #include "ElidedPath.h"
+#include "TreePath.h"
 #include "VisibleText.h"
 
 #include <QAbstractListModel>
@@ -55,7 +56,9 @@ public:
     }
     QVariant data(const QModelIndex& index, int role) const override
     {
-        return role == Qt::DisplayRole ? lineOf(index.row(), visibleText(m_view.files().at(index.row()))) : QVariant();
+        return role == Qt::DisplayRole
+            ? lineOf(index.row(), visibleText(TreePath::shown(m_view.files().at(index.row()))))
+            : QVariant();
     }
 
 private:
@@ -135,7 +138,7 @@ QString QueuedFilesView::textOfRows(qsizetype begin, qsizetype end) const
 {
     QString text;
     for (qsizetype row = begin; row < end; ++row) {
-        text += lineOf(row, wholeVisibleText(m_files.at(row))) + u"\n\n"_s;
+        text += lineOf(row, wholeVisibleText(TreePath::shown(m_files.at(row)))) + u"\n\n"_s;
     }
     return text;
 }
@@ -172,7 +175,7 @@ QString QueuedFilesView::cutPathAt(QPoint position) const
     const QModelIndex index = indexAt(position);
     const bool isCut = index.isValid()
         && fontMetrics().horizontalAdvance(index.data().toString()) > visualRect(index).width() - marginsOf(*this);
-    return isCut ? visibleText(m_files.at(index.row())) : QString();
+    return isCut ? visibleText(TreePath::shown(m_files.at(index.row()))) : QString();
 }
 
 void QueuedFilesView::copy()

@@ -5,7 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-QString quitWarning(bool isSending, bool isReceiving, qsizetype waiting)
+QString quitWarning(bool isSending, bool isReceiving, qsizetype waiting, bool isLookedThrough)
 {
     QStringList sentences;
     if (isSending) {
@@ -18,6 +18,9 @@ QString quitWarning(bool isSending, bool isReceiving, qsizetype waiting)
         sentences.append(u"One file is waiting, and would not be uploaded."_s);
     } else if (waiting > 1) {
         sentences.append(u"%1 files are waiting, and would not be uploaded."_s.arg(QLocale().toString(waiting)));
+    }
+    if (isLookedThrough) {
+        sentences.append(u"Folders are being looked through, and what is yet to be found would not be uploaded."_s);
     }
     return sentences.isEmpty() ? QString() : sentences.join(u"\n\n"_s);
 }

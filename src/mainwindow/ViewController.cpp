@@ -3,12 +3,14 @@
 #include "DestinationSettings.h"
 #include "DestinationWatch.h"
 #include "DragDropView.h"
+#include "DroppedFolders.h"
 #include "FTPConnections.h"
 #include "ListingTable.h"
 #include "MainMenu.h"
 #include "QuitWarning.h"
 #include "SheetQueue.h"
 #include "TextPrompt.h"
+#include "TreePath.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
 #include "WindowSight.h"
@@ -17,6 +19,27 @@
 #include <QCoreApplication>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// @p paths, of which somebody may have written one as a TreePath.
+PathList plainPaths(const PathList& paths)
+{
+    qsizetype index = 0;
+    while (index < paths.size() && !paths.bytesAt(index).contains("/./")) {
+        ++index;
+    }
+    if (index == paths.size()) {
+        return paths; // The usual case, which costs nothing.
+    }
+    PathList plain;
+    for (index = 0; index < paths.size(); ++index) {
+        plain.append(TreePath::plain(paths.at(index)));
+    }
+    return plain;
+}
+
+} // namespace
 
 ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connections)
     : m_pc(streams)
@@ -31,7 +54,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_dragging(m_window, m_listing, m_items, *this, this)
     , m_windows(*this, connections)
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
-    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_tries, m_run, m_pace, m_listing, m_items,
+    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_walks, m_tries, m_run, m_pace, m_listing, m_items,
                *m_window.ui().destinationListingTable, m_indicators, m_windows.preferences() })
 {
     awakeFromNib();
@@ -78,6 +101,13 @@ void ViewController::connectParts()
     connect(&m_pump, &Pump::shown, menu, &MainMenu::show);
     connect(&m_tries, &AutomaticTries::queued, this, &ViewController::showQueuedFiles);
     connect(&m_history, &UploadHistory::queueBegins, m_window.ui().dragAndDropView, &DragDropView::queueBegins);
+    connect(&m_walks, &FolderWalks::found, this, &ViewController::filesFound);
+    connect(&m_walks, &FolderWalks::merged, this, [this](const QString& name) {
+        m_history.note(
+            u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
+    });
+    connect(&m_walks, &FolderWalks::changed, this, [this] { m_history.setMoreComes(m_walks.isUnderWay()); });
+    connect(&m_walks, &FolderWalks::changed, &m_pump, &Pump::wake);
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
@@ -104,7 +134,12 @@ void ViewController::uploadFiles(const PathList& paths, const QStringList& leftO
         return;
     }
     emit userRequestedConnection();
-    m_queue.append(paths, leftOut);
+    if (DroppedFolders::areUploaded()) {
+        m_history.setMoreComes(true);
+        m_walks.begin(plainPaths(paths), leftOut);
+    } else {
+        m_queue.append(plainPaths(paths), leftOut);
+    }
     if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
         m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
@@ -120,6 +155,14 @@ void ViewController::uploadAgain(const PathList& paths, const Destination& desti
     showQueuedFiles();
 }
 
+void ViewController::filesFound(const PathList& paths, const QStringList& leftOut)
+{
+    m_queue.append(paths, leftOut);
+    if (!m_listing.destination().isNull()) {
+        showQueuedFiles();
+    }
+}
+
 void ViewController::showQueuedFiles()
 {
     m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
@@ -128,6 +171,10 @@ void ViewController::showQueuedFiles()
 
 void ViewController::clearQueue()
 {
+    if (m_walks.isUnderWay()) {
+        m_walks.stop();
+        m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
+    }
     m_tries.giveUp();
     m_queue.clear();
 }
@@ -297,5 +344,5 @@ QString ViewController::askInput(const QString& prompt, const QString& defaultTe
 QString ViewController::quitWarning() const
 {
     return ::quitWarning(m_pc.isSending(), m_gc.isReceiving() || m_items.isDownloadingSeveral(),
-                         m_queue.size() + m_tries.waitingCount());
+                         m_queue.size() + m_tries.waitingCount(), m_walks.isUnderWay());
 }

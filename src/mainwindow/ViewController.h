@@ -7,6 +7,7 @@
 #include "FTPGetController.h"
 #include "FTPListController.h"
 #include "FTPPutController.h"
+#include "FolderWalk.h"
 #include "ItemActions.h"
 #include "ItemDragging.h"
 #include "MainWindow.h"
@@ -53,13 +54,14 @@ public:
 
     // The queue.
 
-    /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. The items
+    /// Appends @p paths to the queue and lists it in the drop area, or says that there is no destination. Where folders
+    /// are uploaded, they and what is in folders among them follow as they are found. The items
     /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
     void uploadFiles(const PathList& paths, const QStringList& leftOut = {}) override;
     /// Has @p paths tried once more: each goes to @p destination, which is in force, or is dropped and said to be when
     /// another one is in force at its turn.
     void uploadAgain(const PathList& paths, const Destination& destination);
-    /// Nor is any file tried again by itself.
+    /// Nor is any file tried again by itself, and folders that are looked through are left.
     void clearQueue();
     /// The names among the waiting files that the destination has according to the list, each once, in the queue's
     /// order.
@@ -162,6 +164,7 @@ signals:
 private:
     void connectParts();
     bool isLineFree() const;
+    void filesFound(const PathList& paths, const QStringList& leftOut);
     void showQueuedFiles();
     void refreshBesideUploads();
     void alertIfError(const QString& status);
@@ -175,6 +178,7 @@ private:
     UploadHistory m_history;
     UploadLedger m_ledger{ m_history };
     UploadQueue m_queue;
+    FolderWalks m_walks;
     AutomaticTries m_tries{ m_history, m_queue };
     UploadRun m_run;
     DestinationListing m_listing;

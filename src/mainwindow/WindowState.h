@@ -12,6 +12,7 @@ struct WindowState {
     qint64 size = -1; ///< Of what moves, in bytes; -1: not known, or of several.
     qsizetype waiting = 0; ///< Files in the queue.
     bool isQueueUnderWay = false; ///< Files of the queue wait or are being sent.
+    bool isLookedThrough = false; ///< What was dropped is, and more files may come.
     bool isTryWaiting = false; ///< Files wait for another try.
     FileTally tally; ///< Of the queue's files that have ended.
     DestinationListing::State listing = DestinationListing::State::Idle;
@@ -23,7 +24,7 @@ struct WindowState {
     bool hasDestination = false;
     bool isItemSelected = false;
 
-    bool canClearQueue() const { return waiting != 0 || isTryWaiting; }
+    bool canClearQueue() const { return waiting != 0 || isLookedThrough || isTryWaiting; }
     bool isMoving() const { return isSending || isReceiving; }
     bool operator==(const WindowState&) const = default;
 };

@@ -46,7 +46,8 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     if (!watch.isUndisturbed()) {
         return;
     }
-    m_fileSize = item->size;
+    const bool isFolder = m_madeLevels > 0 && filePath.endsWith(u'/'); // With it nothing else is found.
+    m_fileSize = isFolder ? 0 : item->size;
 
     const QString folder = NetworkManager::sharedInstance().smartURLForString(destination);
     const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(filePath));
@@ -55,23 +56,39 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
         refuseStart(UploadOutcome::Kind::Failed, u"Invalid URL"_s);
         return;
     }
+    if (!isFolder && !openFile(filePath, *item)) {
+        return;
+    }
+    std::unique_ptr<FTPWriteStream> stream = isFolder ? m_streams.createFolderStream(location)
+                                                      : m_streams.createUploadStream(location, m_fileStream->length());
+    if (stream != nullptr) {
+        stream->setMadeLevels(m_madeLevels);
+    }
+    if (startStream(std::move(stream), username, password)) {
+        sendDidStart();
+    }
+}
+
+/// False when the file cannot be sent: then that has been reported.
+bool FTPPutController::openFile(const QString& filePath, const LocalItem& item)
+{
     m_fileStream = FileInputStream::create(filePath);
     if (m_fileStream == nullptr) {
         using enum UploadOutcome::Kind;
+        // A folder that goes below others was to be looked through, and could not be.
+        const bool isUnread = item.isPlainFile || (item.isFolder && m_madeLevels > 0);
         // The wording stays, although it is the input file that is meant.
-        refuseStart(item->isPlainFile ? NotReadable : NotPlainFile, u"Can not create output file."_s);
-        return;
+        refuseStart(isUnread ? NotReadable : NotPlainFile, u"Can not create output file."_s);
+        return false;
     }
     if (m_fileStream->length() < 0) {
         m_fileStream.reset();
         refuseStart(UploadOutcome::Kind::NotReadable, u"File read error"_s);
-        return;
+        return false;
     }
     m_bufferOffset = 0;
     m_bufferLimit = 0;
-    if (startStream(m_streams.createUploadStream(location, m_fileStream->length()), username, password)) {
-        sendDidStart();
-    }
+    return true;
 }
 
 /// Reports @p status of a file that nothing was sent of.
@@ -92,6 +109,7 @@ void FTPPutController::stop(UploadOutcome::Kind kind, const QString& status)
         m_outcome = { .kind = kind, .status = status };
         if (isSending()) {
             m_outcome.code = networkStream()->error().code;
+            m_outcome.missingLevels = networkStream()->error().missingLevels;
             m_outcome.reply = lastReply();
             m_outcome.acknowledged = networkStream()->acknowledgedBytes();
         }
@@ -117,8 +135,13 @@ void FTPPutController::handleStreamEvent(FTPStreamEvent event)
     case FTPStreamEvent::ErrorOccurred:
         streamFailed();
         break;
-    case FTPStreamEvent::HasBytesAvailable:
     case FTPStreamEvent::EndEncountered:
+        if (m_fileStream == nullptr) { // The folder is there.
+            m_totalBytesWritten = 0;
+            stopSendWithStatus(QString());
+        }
+        break;
+    case FTPStreamEvent::HasBytesAvailable:
         break;
     }
 }

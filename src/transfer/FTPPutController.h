@@ -6,6 +6,7 @@
 #include <array>
 
 class FileInputStream;
+struct LocalItem;
 
 /// Receives the reports of one FTPPutController, on the thread that started the upload.
 class FTPPutControllerDelegate {
@@ -44,6 +45,10 @@ public:
     /// password (null or empty) the login is anonymous.
     void startSend(const QString& filePath, const QString& destination, const QString& username,
                    const QString& password);
+    /// So many of the last levels of the destination are made where they are missing; none at first. With such levels
+    /// startSend() takes a folder, too, whose path has a "/" at its end: it is made in the destination, and nothing is
+    /// sent.
+    void setMadeLevels(int levels) { m_madeLevels = levels; }
     /// Ends the upload and reports @p status; null means that the file has arrived. What the server has of a file that
     /// has not stays there.
     void stopSendWithStatus(const QString& status);
@@ -70,6 +75,7 @@ private:
     void reportStatus(const QString& status) override { updateStatus(status); }
     void stopWithStatus(const QString& status) override { stop(UploadOutcome::Kind::Failed, status); }
 
+    bool openFile(const QString& filePath, const LocalItem& item);
     void refuseStart(UploadOutcome::Kind kind, const QString& status);
     void stop(UploadOutcome::Kind kind, const QString& status);
     void streamFailed();
@@ -87,6 +93,7 @@ private:
     std::unique_ptr<FileInputStream> m_fileStream;
     quint64 m_bufferOffset = 0; ///< First byte not yet sent.
     quint64 m_bufferLimit = 0; ///< One past the last byte read.
+    int m_madeLevels = 0;
     qint64 m_fileSize = 0;
     qint64 m_totalBytesWritten = 0;
     UploadOutcome m_outcome;

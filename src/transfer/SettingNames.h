@@ -14,6 +14,7 @@ inline const QString openDownloadedFiles = QStringLiteral("OpenDownloadedFiles")
 inline const QString keepHistory = QStringLiteral("KeepHistory");
 inline const QString webAddress = QStringLiteral("WebAddress");
 inline const QString retryFailedFiles = QStringLiteral("RetryFailedFiles");
+inline const QString droppedFolders = QStringLiteral("DroppedFolders");
 inline const QString doNotShowWelcomeWindowAgain = QStringLiteral("DoNotShowWelcomeWindowAgain");
 
 } // namespace SettingNames

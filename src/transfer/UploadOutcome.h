@@ -31,6 +31,7 @@ struct UploadOutcome {
 
     Kind kind = Kind::Waiting;
     int code = 0; ///< The server's reply code of a refusal, 400 to 599; else 0.
+    int missingLevels = 0; ///< See FTPStreamError; only of a refusal.
     QString status = {}; ///< What the upload said at its end.
     QString reply = {}; ///< The server's last reply to it, escaped; null for none.
     /// Bytes that the server's machine had received when it broke off, at least; std::nullopt where nothing was begun.

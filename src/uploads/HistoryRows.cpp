@@ -3,6 +3,7 @@
 #include "LocalItem.h"
 #include "LocalPath.h"
 #include "PathText.h"
+#include "TreePath.h"
 #include "URLText.h"
 #include "WebLink.h"
 
@@ -16,7 +17,7 @@ namespace {
 bool isPlainLocalFile(const HistoryEntry& entry)
 {
     const std::optional<LocalItem> item = LocalItem::at(entry.path);
-    return item && item->isPlainFile;
+    return item && (item->isPlainFile || (item->isFolder && TreePath::isFolder(entry.path)));
 }
 
 } // namespace
@@ -85,6 +86,7 @@ QString HistoryRows::webLink(const HistoryEntry& entry)
     if (entry.outcome != Outcome::Confirmed) {
         return QString();
     }
-    const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(entry.path));
+    const QString kept = TreePath::relative(entry.path);
+    const QByteArray name = LocalPath::toBytes(kept.isNull() ? PathText::lastPathComponent(entry.path) : kept);
     return ::webLink(URLText::appendingPathComponent(entry.destination, name));
 }

@@ -19,7 +19,8 @@ QList<int> remarkable(const HistoryEntries& entries, int first);
 QList<LedgerRow> repeatable(const QList<LedgerRow>& rows);
 /// Those of @p rows whose files were for another destination than @p present.
 QList<LedgerRow> forOthers(const QList<LedgerRow>& rows, const Destination& present);
-/// Those of @p rows whose paths lead to plain local files by now, so that another try can work.
+/// Those of @p rows whose paths lead to plain local files by now, or to a folder that is to be made, so that another
+/// try can work.
 QList<LedgerRow> present(const QList<LedgerRow>& rows);
 /// Whether there are such among the @p rows of @p entries. Asks about no more files than that takes, and a hundred at
 /// most: among more there may be some.

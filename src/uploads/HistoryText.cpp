@@ -4,6 +4,7 @@
 #include "DateText.h"
 #include "DurationText.h"
 #include "PathText.h"
+#include "TreePath.h"
 #include "VisibleText.h"
 
 #include <QDateTime>
@@ -172,7 +173,7 @@ QString cell(const HistoryEntry& entry, Column column)
 QString toolTip(const HistoryEntry& entry, Column column)
 {
     if (column == Column::File) {
-        return visibleText(entry.path);
+        return visibleText(isNote(entry) ? entry.path : TreePath::plain(entry.path));
     }
     if (column == Column::Size && entry.size) {
         return QLocale().toString(*entry.size) + (*entry.size == 1 ? u" byte"_s : u" bytes"_s);
@@ -193,7 +194,7 @@ QStringList fields(const HistoryEntry& entry)
 {
     const std::optional<double> rate = speed(entry);
     return {
-        wholeVisibleText(entry.path),
+        wholeVisibleText(isNote(entry) ? entry.path : TreePath::plain(entry.path)),
         entry.size ? QString::number(*entry.size) : QString(),
         entry.durationMs ? QString::number(static_cast<double>(*entry.durationMs) / 1000, 'f', 3) : QString(),
         rate ? QString::number(*rate, 'f', 0) : QString(),

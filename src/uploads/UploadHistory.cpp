@@ -3,6 +3,7 @@
 #include "DestinationSettings.h"
 #include "OutcomeText.h"
 #include "PathText.h"
+#include "TreePath.h"
 
 #include <QDateTime>
 
@@ -37,12 +38,7 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
     if (paths.isEmpty() && leftOut.isEmpty()) {
         return;
     }
-    if (!isQueueUnderWay()) {
-        emit queueBegins();
-        m_firstQueueRow = rowCount();
-        m_tally = {};
-        m_isDrained = false;
-    }
+    beginQueueIfDue();
     const int first = rowCount();
     const int firstWaiting = first + static_cast<int>(leftOut.size());
     const int end = firstWaiting + static_cast<int>(paths.size());
@@ -59,6 +55,25 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
     for (int row = first; row < firstWaiting; ++row) {
         count(row);
     }
+    checkDrained();
+}
+
+void UploadHistory::beginQueueIfDue()
+{
+    if (!isQueueUnderWay()) {
+        emit queueBegins();
+        m_firstQueueRow = rowCount();
+        m_tally = {};
+        m_isDrained = false;
+    }
+}
+
+void UploadHistory::setMoreComes(bool comes)
+{
+    if (comes) {
+        beginQueueIfDue();
+    }
+    m_moreComes = comes;
     checkDrained();
 }
 
@@ -111,7 +126,9 @@ void UploadHistory::manualFileStarts(const QString& path, const Destination& des
 void UploadHistory::start(int row, const Destination& destination)
 {
     m_current = Current{ row, destination.location, m_clock() };
-    m_listingCheck.fileStarts(destination.location, nameOf(row));
+    if (isListed(row)) {
+        m_listingCheck.fileStarts(destination.location, nameOf(row));
+    }
     m_entries.change(row, [&destination](HistoryEntry& entry) {
         entry.outcome = Outcome::Sending;
         entry.setDestination(destination);
@@ -130,7 +147,9 @@ void UploadHistory::fileConfirmed(qint64 sent, const QString& reply)
 {
     const int row = m_current->row;
     m_entries.change(row, [sent](HistoryEntry& entry) { entry.size = sent; });
-    m_listingCheck.fileConfirmed(m_current->destination, nameOf(row), row, sent);
+    if (isListed(row)) {
+        m_listingCheck.fileConfirmed(m_current->destination, nameOf(row), row, sent);
+    }
     end(Outcome::Confirmed, reply);
 }
 
@@ -266,7 +285,16 @@ double UploadHistory::queueProgress(float percent) const
     }
     const int done = m_tally.tried();
     const auto all = static_cast<double>(done) + static_cast<double>(m_waiting.size()) + (isQueueFileSent() ? 1 : 0);
+    if (all == 0) {
+        return 0;
+    }
     return (done + (isQueueFileSent() ? static_cast<double>(percent) / 100 : 0)) / all;
+}
+
+/// Whether listings of its destination can show the file of @p row: not what goes into a folder there.
+bool UploadHistory::isListed(int row) const
+{
+    return TreePath::relative(m_entries[row].path).isNull();
 }
 
 QString UploadHistory::nameOf(int row) const

@@ -29,6 +29,8 @@ public:
     /// The files at @p paths have joined the queue, and those at @p leftOut, added with them, have not, since they are
     /// no plain files. A queue begins with the first that joins while none waits or is being sent.
     void filesQueued(const PathList& paths, const QStringList& leftOut = {});
+    /// Whether further files are about to join the queue, so that it is not over when none waits or is being sent.
+    void setMoreComes(bool comes);
     /// The files that wait have been taken out of the queue.
     void queueCleared();
     /// The first of the files that wait has been taken out of the queue, since it was for @p destination alone.
@@ -80,8 +82,8 @@ public:
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
     /// The row of the first of them; -1 for none.
     int nextRow() const { return m_waiting.empty() ? -1 : m_waiting.front(); }
-    /// Whether files of the queue wait or are being sent.
-    bool isQueueUnderWay() const { return !m_waiting.empty() || isQueueFileSent(); }
+    /// Whether files of the queue wait or are being sent, or more come.
+    bool isQueueUnderWay() const { return m_moreComes || !m_waiting.empty() || isQueueFileSent(); }
     /// Whether a listing that has yet to come may change the tally of the queue.
     bool hasUncheckedFiles() const;
     /// The share of the files of the queue that is done, from 0 to 1, when @p percent of the present one are.
@@ -127,6 +129,8 @@ private:
     void correct(const QList<ListingCheck::Finding>& findings);
     void checkDrained();
     bool isQueueFileSent() const;
+    bool isListed(int row) const;
+    void beginQueueIfDue();
     QString nameOf(int row) const;
 
     Clock m_clock;
@@ -136,6 +140,7 @@ private:
     int m_firstQueueRow = 0; ///< The present queue, or the last one, begins there.
     FileTally m_tally; ///< Of that queue.
     FileTally m_runTally;
+    bool m_moreComes = false;
     bool m_isDrained = true; ///< The end of that queue has been reported.
     qsizetype m_unsettled = 0; ///< How many rows are.
     ListingCheck m_listingCheck;

@@ -1,34 +1,99 @@
 #include "UploadRun.h"
 
+#include "Addressing.h"
 #include "FTPPutController.h"
+#include "LocalPath.h"
+#include "TreePath.h"
+#include "URLText.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
+#include "VisibleText.h"
+
+#include <QElapsedTimer>
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// So long files fail one after the other before everything else that has come is seen to.
+constexpr int refusingTimeMs = 20;
+
+} // namespace
+
 void UploadRun::startNext(UploadQueue& queue, const Destination& destination)
 {
+    if (failRefused(queue, destination)) {
+        return;
+    }
     const QString path = queue.takeFirst();
     m_history.nextFileStarts(destination);
-    start(path, destination);
+    Destination folder = destination;
+    if (const QString below = TreePath::folder(path); !below.isNull()) {
+        folder.location = Addressing::withTrailingSlash(
+            URLText::appendingPathComponent(destination.location, LocalPath::toBytes(below)));
+    }
+    m_controller.setMadeLevels(TreePath::levels(path));
+    start(path, folder);
+}
+
+/// False when the first file of @p queue is to be started.
+bool UploadRun::failRefused(UploadQueue& queue, const Destination& destination)
+{
+    const auto isRefused = [this, &queue] {
+        // What somebody has queued again is worth another question.
+        return !queue.isEmpty() && queue.firstDestination() == nullptr
+            && queue.paths().at(0).startsWith(m_refusal.folder);
+    };
+    if (m_refusal.folder.isNull() || destination != m_refusal.destination || !isRefused()) {
+        m_refusal = { .destination = destination };
+        return false;
+    }
+    QElapsedTimer time;
+    time.start();
+    do {
+        queue.takeFirst();
+        m_history.nextFileStarts(destination);
+        m_history.fileEnded(m_refusal.outcome);
+    } while (isRefused() && !time.hasExpired(refusingTimeMs));
+    return true;
 }
 
 void UploadRun::startManually(const QString& path, const Destination& destination)
 {
-    m_history.manualFileStarts(path, destination);
+    m_history.manualFileStarts(TreePath::plain(path), destination);
+    m_refusal = {};
+    m_controller.setMadeLevels(0);
     start(path, destination);
 }
 
 void UploadRun::start(const QString& path, const Destination& destination)
 {
+    m_path = path;
     m_isStarting = true;
     m_controller.startSend(path, destination.location, destination.username, destination.password);
     m_isStarting = false;
     if (m_controller.isSending()) {
         m_history.fileMoves(m_controller.fileSize());
     } else if (hasEnded()) {
-        m_history.fileEnded(m_controller.outcome());
+        end(m_controller.outcome());
     }
+}
+
+void UploadRun::end(const UploadOutcome& outcome)
+{
+    m_history.fileEnded(outcome);
+    if (outcome.missingLevels == 0) {
+        return;
+    }
+    // All that goes through the folder fails with it, and that is said once.
+    m_refusal.folder = TreePath::withoutLevels(m_path, outcome.missingLevels - 1);
+    m_refusal.outcome = outcome;
+    const QString folder = TreePath::relative(m_refusal.folder.chopped(1));
+    const QString reply = outcome.reply.isEmpty() ? outcome.status : outcome.reply;
+    m_history.note(folder.isNull()
+                       ? u"The server has no such destination: %1. No folder is uploaded there."_s.arg(reply)
+                       : u"The server does not make the folder “%1”: %2. Nothing in it is uploaded."_s.arg(
+                           visibleText(folder), reply));
 }
 
 void UploadRun::stop()
@@ -39,7 +104,7 @@ void UploadRun::stop()
 void UploadRun::statusReported()
 {
     if (hasEnded()) {
-        m_history.fileEnded(m_controller.outcome());
+        end(m_controller.outcome());
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Destination.h"
+#include "UploadOutcome.h"
 
 class FTPPutController;
 class UploadHistory;
@@ -17,7 +18,9 @@ public:
     {
     }
 
-    /// Starts the first file of @p queue, which is not empty, to @p destination. It leaves the queue before.
+    /// Starts the first file of @p queue, which is not empty, to @p destination, or to a folder there where its path is
+    /// a TreePath's. It leaves the queue before. Files below a folder that the server has just refused to make fail
+    /// without being sent, for a while at a time; when all of them have, nothing is started.
     void startNext(UploadQueue& queue, const Destination& destination);
     /// Starts the file at @p path, which never stood in the queue.
     void startManually(const QString& path, const Destination& destination);
@@ -32,10 +35,21 @@ public:
     void uploadDone();
 
 private:
+    /// A folder that the server has refused to make.
+    struct Refusal {
+        QString folder = {}; ///< A TreePath's, or the folder that the dropped one lies in, "/" at its end; null: none.
+        Destination destination = {};
+        UploadOutcome outcome = {};
+    };
+
     void start(const QString& path, const Destination& destination);
+    bool failRefused(UploadQueue& queue, const Destination& destination);
+    void end(const UploadOutcome& outcome);
     bool hasEnded() const;
 
     FTPPutController& m_controller;
     UploadHistory& m_history;
+    QString m_path; ///< Of what was started last.
+    Refusal m_refusal; ///< The last one, until something else is started.
     bool m_isStarting = false; ///< The controller is idle until it has started, whatever it says meanwhile.
 };

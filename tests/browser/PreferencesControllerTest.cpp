@@ -10,6 +10,7 @@
 
 #include <QAccessible>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -749,6 +750,26 @@ TEST_F(PreferencesControllerTest, FailedFilesAreTriedAgainOnlyWhenSomebodyWantsI
 
     m_preferences.showPanel();
     EXPECT_TRUE(control<QCheckBox>("retryFailedFilesCheckBox").isChecked());
+}
+
+TEST_F(PreferencesControllerTest, DroppedFoldersAreLeftOutUnlessSomebodyWantsThemUploaded)
+{
+    m_preferences.showPanel();
+    auto& box = control<QComboBox>("droppedFoldersBox");
+    EXPECT_EQ(box.currentText(), u"left out"_s);
+    box.setCurrentText(u"uploaded with what is in them"_s);
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"DroppedFolders"_s, u"uploaded"_s } }));
+
+    m_preferences.showPanel();
+    EXPECT_EQ(box.currentText(), u"uploaded with what is in them"_s);
+    box.setCurrentText(u"left out"_s);
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"DroppedFolders"_s, u"left out"_s } }));
+
+    set({ { u"DroppedFolders"_s, true } });
+    m_preferences.showPanel();
+    EXPECT_EQ(box.currentText(), u"left out"_s);
 }
 
 TEST_F(PreferencesControllerTest, TheWebAddressIsStoredByItselfAndAbsentWhenItIsEmpty)

@@ -145,6 +145,7 @@ public:
         return count;
     }
     qint64 acknowledgedBytes() const override { return fake().acknowledgedBytes; }
+    void setMadeLevels(int levels) override { fake().madeLevels = levels; }
 };
 
 } // namespace
@@ -174,9 +175,9 @@ void FakeFTPStream::sendReadFailure()
     send(FTPStreamEvent::HasBytesAvailable);
 }
 
-void FakeFTPStream::sendRefusal(int code)
+void FakeFTPStream::sendRefusal(int code, int missingLevels)
 {
-    error = { FTPStreamError::Domain::FTP, code };
+    error = { .domain = FTPStreamError::Domain::FTP, .code = code, .missingLevels = missingLevels };
     send(FTPStreamEvent::ErrorOccurred);
 }
 

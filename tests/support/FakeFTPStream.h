@@ -53,6 +53,7 @@ struct FakeFTPStream : FakeStreamScript {
     Kind kind = Kind::Listing;
     QString location;
     qint64 length = -1; ///< Of an upload: the length it was created with.
+    int madeLevels = 0; ///< What setMadeLevels() has set.
 
     /// What was called, in order: "setUserName NAME", "setPassword WORD", "setFetchResourceInfo", "setStandsBack",
     /// "open", "write SIZE", "close".
@@ -82,7 +83,7 @@ struct FakeFTPStream : FakeStreamScript {
     /// A has-bytes event whose read answers -1.
     void sendReadFailure();
     /// A refusal with the reply code @p code.
-    void sendRefusal(int code);
+    void sendRefusal(int code, int missingLevels = 0);
     /// An error of the other domain.
     void sendOtherError();
 };

@@ -696,4 +696,55 @@ TEST_F(FTPPutControllerTest, NoOrderOfFailuresThatAUserCanCauseUnbalancesTheCoun
     NetworkManager::sharedInstance().setNetworkOperationCount(baseCount);
 }
 
+TEST_F(FTPPutControllerTest, TheStreamMakesSoManyLevelsAndSaysWhichOnesAreMissing)
+{
+    const QString file = makeFile(u"a"_s, "x");
+    start(file);
+    EXPECT_EQ(m_streams.last().madeLevels, 0);
+    m_controller->stopSendWithStatus(u"Stopped"_s);
+    m_controller->setMadeLevels(2);
+
+    start(file);
+    m_streams.last().sendRefusal(553, 1);
+
+    EXPECT_EQ(m_streams.last().madeLevels, 2);
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::Refused);
+    EXPECT_EQ(m_controller->outcome().missingLevels, 1);
+}
+
+TEST_F(FTPPutControllerTest, BelowOthersAFolderIsMadeAndNothingIsSent)
+{
+    ASSERT_TRUE(QDir().mkpath(path(u"d"_s)));
+    m_controller->setMadeLevels(1);
+
+    start(path(u"d/"_s));
+    ASSERT_TRUE(m_controller->isSending());
+    EXPECT_EQ(m_controller->fileSize(), 0);
+    EXPECT_EQ(m_streams.last().kind, FakeFTPStream::Kind::Folder);
+    EXPECT_EQ(m_streams.last().location, u"ftp://host/dir/d"_s);
+    EXPECT_EQ(m_streams.last().madeLevels, 1);
+    m_delegate->calls.clear();
+    m_streams.last().sendEndEncountered();
+
+    EXPECT_EQ(m_delegate->calls, (QStringList{ u"uploadDone"_s, u"Upload succeeded"_s }));
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::Confirmed);
+    EXPECT_EQ(m_controller->totalBytesWritten(), 0);
+    EXPECT_EQ(countChange(), 0);
+}
+
+TEST_F(FTPPutControllerTest, BelowOthersAFolderInPlaceOfAFileCouldNotBeReadAndAFileInPlaceOfAFolderIsNone)
+{
+    ASSERT_TRUE(QDir().mkpath(path(u"d"_s)));
+    m_controller->setMadeLevels(1);
+
+    start(path(u"d"_s));
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::NotReadable);
+
+    ASSERT_TRUE(QDir().rmdir(path(u"d"_s)));
+    makeFile(u"d"_s, "x");
+    start(path(u"d/"_s));
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::NotFound); // "d/" leads to no file.
+    EXPECT_TRUE(m_streams.streams().empty());
+}
+
 } // namespace

@@ -5,6 +5,7 @@
 #include "ConnectionTestControls.h"
 #include "DelayedAlert.h"
 #include "DrawnIcons.h"
+#include "DroppedFolders.h"
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
 #include "LabelAlignment.h"
@@ -135,6 +136,8 @@ void PreferencesController::fillFields()
         choice.box->setChecked(isChosen);
         m_filledChoices.insert(choice.key, isChosen);
     }
+    m_filledDroppedFolders = DroppedFolders::areUploaded(m_defaults);
+    m_ui->droppedFoldersBox->setCurrentIndex(m_filledDroppedFolders ? 1 : 0);
     m_filledEncryption = encryptionSetting(m_defaults);
     (m_filledEncryption == FTPEncryption::None ? m_ui->noEncryptionButton : m_ui->requiredEncryptionButton)
         ->setChecked(true);
@@ -188,6 +191,10 @@ QHash<QString, QJsonValue> PreferencesController::changes() const
         if (const bool isChosen = choice.box->isChecked(); isChosen != m_filledChoices.value(choice.key)) {
             values.insert(choice.key, isChosen);
         }
+    }
+    const bool areFoldersUploaded = m_ui->droppedFoldersBox->currentIndex() == 1;
+    if (areFoldersUploaded != m_filledDroppedFolders) {
+        values.insert(SettingNames::droppedFolders, DroppedFolders::value(areFoldersUploaded));
     }
     const QString webAddress = m_ui->webAddressTextField->text();
     if (webAddress != m_filledWebAddress) {

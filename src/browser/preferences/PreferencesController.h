@@ -139,6 +139,7 @@ private:
     QHash<QString, Filled> m_filled; ///< By the settings' keys.
     QString m_filledWebAddress; ///< Null when it was absent.
     QHash<QString, bool> m_filledChoices; ///< As the check boxes stood when the panel opened, by the settings' keys.
+    bool m_filledDroppedFolders = false;
     FTPEncryption m_filledEncryption = FTPEncryption::None;
     std::unique_ptr<ConnectionTestControls> m_test;
     QString m_savedFTPFolder;

@@ -3,6 +3,7 @@
 #include "LocalName.h"
 #include "PathText.h"
 #include "TableColumns.h"
+#include "TreePath.h"
 
 #include <QSet>
 
@@ -85,7 +86,11 @@ QStringList ListEntries::namesOf(const PathList& paths) const
     }
     QStringList names;
     for (qsizetype i = 0; i < paths.size(); ++i) {
-        const QString name = PathText::lastPathComponent(paths.at(i));
+        const QString path = paths.at(i);
+        if (!TreePath::relative(path).isNull()) {
+            continue; // It goes into a folder there.
+        }
+        const QString name = PathText::lastPathComponent(path);
         if (listed.remove(name)) {
             names.append(name);
         }

@@ -28,11 +28,10 @@ QByteArrayList urisIn(const QMimeData& data)
     return uris;
 }
 
-/// Whether there is something at @p path that is no folder.
-bool isFile(const QString& path)
+bool isWanted(const QString& path, bool wantsFolders)
 {
     const std::optional<LocalItem> item = LocalItem::at(path);
-    return item && !item->isFolder;
+    return item && (wantsFolders || !item->isFolder);
 }
 
 } // namespace
@@ -43,11 +42,11 @@ bool namesLocalFiles(const QMimeData& data)
     return std::any_of(uris.begin(), uris.end(), [](const QByteArray& uri) { return !localPath(uri).isNull(); });
 }
 
-DroppedItems droppedItems(const QMimeData& data)
+DroppedItems droppedItems(const QMimeData& data, bool wantsFolders)
 {
     DroppedItems items;
     for (const QByteArray& uri : urisIn(data)) {
-        if (const QString path = localPath(uri); isFile(path)) {
+        if (const QString path = localPath(uri); isWanted(path, wantsFolders)) {
             items.files.append(path);
         } else {
             items.others.append(path.isNull() ? QUrl::fromEncoded(uri).toDisplayString() : path);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// Paths of what is uploaded with a folder that it lies in. "/./" stands in them once, in front of the part that the
+/// server keeps: "/home/anna/./Photos/2020/a.jpg" goes into the folder "Photos/2020" of the destination. To the system
+/// it is the path without that. With a "/" at the end it stands for a folder of which nothing else is uploaded. All
+/// other paths are plain.
+namespace TreePath {
+
+/// That of the folder @p name, in the folder @p parent on this machine.
+QByteArray ofFolder(const QByteArray& parent, const QByteArray& name);
+/// The part that the server keeps; null for a plain path.
+QString relative(const QString& path);
+/// That part as a list of files shows it; a plain path as it is.
+QString shown(const QString& path);
+/// The folder that it goes into, below the destination; null for the destination itself.
+QString folder(const QString& path);
+/// How many folders that part names.
+int levels(const QString& path);
+/// Whether a folder is to be made, and nothing to be sent.
+bool isFolder(const QString& path);
+
+/// @p path as a plain one to the same file.
+QString plain(const QString& path);
+
+/// The first part of @p path that stands for the last of its folders but @p levels, with a "/" at its end.
+QString withoutLevels(const QString& path, int levels);
+
+} // namespace TreePath

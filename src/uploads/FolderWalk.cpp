@@ -1,0 +1,332 @@
+#include "FolderWalk.h"
+
+#include "Descriptor.h"
+#include "LocalPath.h"
+#include "PostedCall.h"
+#include "TreePath.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <mutex>
+#include <set>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// A piece is reported when it has so many paths, or is so old.
+constexpr qsizetype mostInPiece = 500;
+constexpr auto oldestPiece = 100ms;
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+/// @p path without what leads nowhere: a "/" that is one too many, ".", and names of nothing at its end.
+QByteArray cleaned(const QByteArray& path)
+{
+    QByteArray clean;
+    for (const QByteArray& part : path.split('/')) {
+        if (!part.isEmpty() && part != ".") {
+            clean += '/' + part;
+        }
+    }
+    if (clean.endsWith("/..")) {
+        std::array<char, PATH_MAX> real{};
+        return ::realpath(clean.constData(), real.data()) == nullptr ? QByteArray() : QByteArray(real.data());
+    }
+    return clean;
+}
+
+} // namespace
+
+/// What the thread works with. All but what is locked is for that thread alone.
+class FolderWalk::Work {
+public:
+    Work(FolderWalk& walk, const PathList& dropped)
+        : m_dropped(dropped.copied(0, dropped.size()))
+        , m_walk(&walk)
+    {
+    }
+
+    /// From the walk's thread: nobody listens any more.
+    void end()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_walk = nullptr;
+        m_isEnding = true;
+    }
+
+    void run()
+    {
+        for (qsizetype index = 0; index < m_dropped.size() && !m_isEnding; ++index) {
+            take(m_dropped.bytesAt(index).toByteArray());
+        }
+        sayPiece();
+        say([](FolderWalk& walk) { emit walk.ended(); });
+    }
+
+    /// Instead of run(), where there is no thread for that.
+    void giveUp()
+    {
+        for (qsizetype index = 0; index < m_dropped.size(); ++index) {
+            m_leftOut.append(m_dropped.at(index));
+        }
+        sayPiece();
+        say([](FolderWalk& walk) { emit walk.ended(); });
+    }
+
+private:
+    struct Item {
+        QByteArray name;
+        bool isFolder;
+    };
+    /// A folder that is being gone through.
+    struct Level {
+        QByteArray path; ///< A TreePath's, "/" at its end.
+        std::vector<Item> items = {}; ///< In the order of their names.
+        size_t next = 0;
+        bool isReported = false; ///< A path was that makes it on the server.
+    };
+    using Identity = std::pair<dev_t, ino_t>;
+
+    template <typename Signal> void say(Signal signal)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_walk != nullptr) {
+            postCall(m_walk, [walk = m_walk, signal = std::move(signal)] { signal(*walk); });
+        }
+    }
+
+    void sayPiece()
+    {
+        if (!m_paths.isEmpty() || !m_leftOut.isEmpty()) {
+            say([paths = std::exchange(m_paths, {}), leftOut = std::exchange(m_leftOut, {})](FolderWalk& walk) {
+                emit walk.found(paths, leftOut);
+            });
+        }
+        m_pieceBegan = std::chrono::steady_clock::now();
+    }
+
+    void sayPieceIfDue()
+    {
+        const qsizetype size = m_paths.size() + m_leftOut.size();
+        if (size >= mostInPiece || std::chrono::steady_clock::now() - m_pieceBegan > oldestPiece) {
+            sayPiece();
+        }
+    }
+
+    void add(QByteArrayView path)
+    {
+        m_paths.appendBytes(path);
+        sayPieceIfDue();
+    }
+
+    /// Where a file is expected, a folder stands that nothing can be sent of.
+    void addUnread(Level& level)
+    {
+        level.isReported = true;
+        add(level.path.chopped(1));
+    }
+
+    void leaveOut(const QByteArray& path)
+    {
+        m_leftOut.append(TreePath::plain(LocalPath::fromBytes(path)));
+        sayPieceIfDue();
+    }
+
+    void take(const QByteArray& dropped)
+    {
+        struct stat status = {};
+        if (::stat(dropped.constData(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+            add(dropped);
+            return;
+        }
+        const QByteArray path = cleaned(dropped);
+        const qsizetype slash = path.lastIndexOf('/');
+        if (slash < 0) {
+            leaveOut(dropped); // The root has no name that its folder could have.
+            return;
+        }
+        const QByteArray name = path.sliced(slash + 1);
+        if (++m_named[name] == 2) {
+            sayPiece();
+            say([text = LocalPath::fromBytes(name)](FolderWalk& walk) { emit walk.merged(text); });
+        }
+        m_seen.clear();
+        walk(TreePath::ofFolder(path.first(slash), name));
+    }
+
+    void walk(const QByteArray& top)
+    {
+        std::vector<Level> levels;
+        enter(levels, top);
+        while (!levels.empty() && !m_isEnding) {
+            Level& level = levels.back();
+            if (level.next == level.items.size()) {
+                const bool isReported = level.isReported;
+                if (!isReported) {
+                    add(level.path);
+                }
+                levels.pop_back();
+                if (!levels.empty()) {
+                    levels.back().isReported = true;
+                }
+                continue;
+            }
+            const Item item = level.items[level.next++];
+            const QByteArray path = level.path + item.name;
+            if (item.isFolder) {
+                enter(levels, path + '/');
+            } else {
+                level.isReported = true;
+                add(path);
+            }
+        }
+    }
+
+    /// Reads the folder at @p path, which goes on with its items, unless it was met before.
+    void enter(std::vector<Level>& levels, const QByteArray& path)
+    {
+        const int follow = levels.empty() ? 0 : O_NOFOLLOW;
+        const QByteArray bare = path.chopped(1); // With its "/" a link would be followed in any case.
+        const int descriptor = ::open(bare.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | follow);
+        struct stat status = {};
+        if (descriptor >= 0 && ::fstat(descriptor, &status) == 0
+            && !m_seen.insert(Identity(status.st_dev, status.st_ino)).second) {
+            ::close(descriptor);
+            leaveOut(bare);
+            return;
+        }
+        Level level{ .path = path };
+        const std::unique_ptr<DIR, CloseFolder> folder(descriptor < 0 ? nullptr : ::fdopendir(descriptor));
+        if (folder == nullptr && descriptor >= 0) {
+            ::close(descriptor);
+        }
+        if (folder != nullptr) {
+            read(*folder, level);
+        } else {
+            addUnread(level);
+        }
+        levels.push_back(std::move(level));
+    }
+
+    void read(DIR& folder, Level& level)
+    {
+        errno = 0;
+        while (const dirent* const entry = m_isEnding ? nullptr : ::readdir(&folder)) {
+            const QByteArray name(static_cast<const char*>(entry->d_name));
+            if (name == "." || name == "..") {
+                continue;
+            }
+            switch (kindOf(folder, *entry)) {
+            case DT_REG:
+                level.items.push_back({ name, false });
+                break;
+            case DT_DIR:
+                level.items.push_back({ name, true });
+                break;
+            default:
+                leaveOut(level.path + name);
+            }
+            errno = 0;
+        }
+        if (errno != 0) {
+            addUnread(level); // What stands behind the error is not known.
+        }
+        std::sort(level.items.begin(), level.items.end(),
+                  [](const Item& left, const Item& right) { return left.name < right.name; });
+    }
+
+    /// DT_REG also for a link to a file; DT_LNK for any other link.
+    static int kindOf(DIR& folder, const dirent& entry)
+    {
+        int kind = entry.d_type;
+        struct stat status = {};
+        if (kind == DT_UNKNOWN && ::fstatat(dirfd(&folder), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0) {
+            kind = IFTODT(status.st_mode);
+        }
+        if (kind == DT_LNK && ::fstatat(dirfd(&folder), entry.d_name, &status, 0) == 0 && S_ISREG(status.st_mode)) {
+            kind = DT_REG;
+        }
+        return kind;
+    }
+
+    PathList m_dropped;
+    QHash<QByteArray, int> m_named; ///< How often a dropped folder had that name.
+    std::set<Identity> m_seen; ///< Folders below the present dropped one, itself among them.
+    PathList m_paths; ///< The present piece.
+    QStringList m_leftOut; ///< Likewise.
+    std::chrono::steady_clock::time_point m_pieceBegan = std::chrono::steady_clock::now();
+    std::atomic<bool> m_isEnding = false;
+
+    std::mutex m_mutex; ///< For what follows.
+    FolderWalk* m_walk; ///< Null when nobody listens any more.
+};
+
+FolderWalk::FolderWalk(const PathList& dropped)
+    : m_work(std::make_shared<Work>(*this, dropped))
+{
+    try {
+        std::thread([work = m_work] { work->run(); }).detach();
+    } catch (const std::system_error&) {
+        m_work->giveUp();
+    }
+}
+
+FolderWalk::~FolderWalk()
+{
+    m_work->end();
+}
+
+void FolderWalks::begin(const PathList& dropped, const QStringList& leftOut)
+{
+    m_next.push_back({ dropped, leftOut });
+    if (m_walk == nullptr) {
+        beginNext();
+        emit changed();
+    }
+}
+
+void FolderWalks::stop()
+{
+    m_next.clear();
+    if (std::exchange(m_walk, nullptr) != nullptr) {
+        emit changed();
+    }
+}
+
+void FolderWalks::beginNext()
+{
+    const Dropped dropped = std::move(m_next.front());
+    m_next.pop_front();
+    m_walk = std::make_unique<FolderWalk>(dropped.paths);
+    connect(m_walk.get(), &FolderWalk::found, this, &FolderWalks::found);
+    connect(m_walk.get(), &FolderWalk::merged, this, &FolderWalks::merged);
+    connect(m_walk.get(), &FolderWalk::ended, this, [this] {
+        m_walk.release()->deleteLater(); // It is the one that says so.
+        if (m_next.empty()) {
+            emit changed();
+        } else {
+            beginNext();
+        }
+    });
+    if (!dropped.leftOut.isEmpty()) {
+        emit found({}, dropped.leftOut);
+    }
+}

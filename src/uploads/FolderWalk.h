@@ -1,0 +1,70 @@
+#pragma once
+
+#include "PathList.h"
+
+#include <QObject>
+#include <QStringList>
+
+#include <deque>
+#include <memory>
+
+/// Looks for the files in folders that were dropped, on a thread of its own: a folder may be large, and the disk that
+/// it lies on slow. What it finds is reported in pieces, so that sending begins at once.
+///
+/// Plain files come in the order of their names, as bytes, the files of a folder between what stands before and behind
+/// it. Their paths are a TreePath's; what was dropped and is no folder has its own. Links to files are followed, links
+/// to folders are not, but one that was dropped stands for its folder. A folder without any file has a path of its own,
+/// and so has, without the "/" at its end, one that cannot be read. What is neither file nor folder is left out, and so
+/// is a folder that was met before under the same dropped one, by its device and number: through a mount it may lie
+/// within itself.
+class FolderWalk final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Begins with @p dropped, absolute paths. It is all over when ended() has come.
+    explicit FolderWalk(const PathList& dropped);
+    /// Ends the walk and waits for nothing.
+    ~FolderWalk() override;
+
+signals:
+    // From the loop of this object's thread.
+
+    void found(const PathList& paths, const QStringList& leftOut);
+    /// Several of the dropped folders have this name.
+    void merged(const QString& name);
+    void ended();
+
+private:
+    class Work;
+
+    std::shared_ptr<Work> m_work; ///< With the thread.
+};
+
+/// The walks through all that was dropped, one after the other. Belongs to the main thread.
+class FolderWalks final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Has @p dropped looked through; @p leftOut came with them.
+    void begin(const PathList& dropped, const QStringList& leftOut);
+    /// Ends them all; nothing more is found.
+    void stop();
+    bool isUnderWay() const { return m_walk != nullptr; }
+
+signals:
+    void found(const PathList& paths, const QStringList& leftOut);
+    void merged(const QString& name);
+    /// isUnderWay() has another answer.
+    void changed();
+
+private:
+    struct Dropped {
+        PathList paths;
+        QStringList leftOut;
+    };
+
+    void beginNext();
+
+    std::unique_ptr<FolderWalk> m_walk; ///< The one that is under way; null exactly while none is.
+    std::deque<Dropped> m_next;
+};

@@ -1,0 +1,266 @@
+#include "QueueAgain.h"
+#include "QueuedFilesView.h"
+#include "ViewControllerTest.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+using Outcome = HistoryEntry::Outcome;
+
+/// Folders among what is to be uploaded, where the settings say that they are.
+class DroppedFoldersTest : public ViewControllerTest {
+protected:
+    DroppedFoldersTest() { set(u"DroppedFolders"_s, u"uploaded"_s); }
+
+    QString folder(const QString& name) const { return m_directory.filePath(name); }
+    QString makeBelow(const QString& name, const QByteArray& bytes = "hello") const
+    {
+        EXPECT_TRUE(QDir().mkpath(QFileInfo(folder(name)).path()));
+        return makeFile(name, bytes);
+    }
+    QString listed() { return control<QueuedFilesView>("textView").toPlainText(); }
+
+    /// Serves what comes up until the queue is over, in whatever turn of the loop, and refuses what @p refuses.
+    void serve(const std::function<int(const FakeFTPStream&)>& missingLevels = [](const FakeFTPStream&) { return 0; })
+    {
+        size_t served = 0;
+        EXPECT_TRUE(waitFor([&] {
+            for (; served < m_streams.streams().size(); ++served) {
+                const std::shared_ptr<FakeFTPStream> stream = m_streams.streams()[served];
+                if (!stream->isOpen()) {
+                    continue;
+                }
+                if (const int missing = missingLevels(*stream); missing != 0) {
+                    stream->reply = u"553 Not that one"_s;
+                    stream->sendRefusal(553, missing);
+                } else if (stream->kind == Kind::Folder) {
+                    stream->sendEndEncountered();
+                } else if (stream->kind == Kind::Upload) {
+                    stream->sendOpenCompleted();
+                    while (stream->isOpen()) {
+                        stream->sendHasSpace();
+                    }
+                }
+            }
+            return !m_controller->history().isQueueUnderWay();
+        }));
+    }
+    /// Where uploads and folders went, in their order, with the levels that were to be made.
+    QStringList sent() const
+    {
+        QStringList sent;
+        for (const auto& stream : m_streams.streams()) {
+            if (stream->kind == Kind::Upload || stream->kind == Kind::Folder) {
+                sent.append(u"%1 %2"_s.arg(stream->location).arg(stream->madeLevels));
+            }
+        }
+        return sent;
+    }
+    QStringList notes() const
+    {
+        QStringList notes;
+        for (const HistoryEntry& entry : m_controller->history().entries()) {
+            if (entry.outcome == Outcome::Note) {
+                notes.append(entry.path);
+            }
+        }
+        return notes;
+    }
+    int count(Outcome outcome) const
+    {
+        const HistoryEntries& entries = m_controller->history().entries();
+        return static_cast<int>(std::count_if(
+            entries.begin(), entries.end(), [outcome](const HistoryEntry& entry) { return entry.outcome == outcome; }));
+    }
+};
+
+TEST_F(DroppedFoldersTest, EachFileGoesIntoItsSubFolderAndEmptyFoldersAreMade)
+{
+    makeBelow(u"Photos/2020/a b.jpg"_s);
+    makeBelow(u"Photos/z"_s);
+    ASSERT_TRUE(QDir().mkpath(folder(u"Photos/empty"_s)));
+    const QString plain = makeFile(u"plain"_s);
+
+    m_controller->uploadFiles({ plain, folder(u"Photos"_s) });
+    serve();
+
+    EXPECT_EQ(sent(),
+              (QStringList{ u"ftp://host/in/plain 0"_s, u"ftp://host/in/Photos/2020/a%20b.jpg 2"_s,
+                            u"ftp://host/in/Photos/empty 2"_s, u"ftp://host/in/Photos/z 1"_s }));
+    EXPECT_EQ(m_controller->history().queueTally().confirmed, 4);
+    EXPECT_TRUE(notes().isEmpty());
+}
+
+TEST_F(DroppedFoldersTest, TheQueueShowsTheRelativePath)
+{
+    makeBelow(u"Photos/2020/a.jpg"_s);
+    makeBelow(u"Photos/2020/b.jpg"_s);
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    ASSERT_TRUE(waitFor([this] { return !listed().isEmpty(); }));
+
+    EXPECT_EQ(listed(), u"1) Photos/2020/a.jpg\n\n2) Photos/2020/b.jpg\n\n"_s);
+    serve();
+}
+
+TEST_F(DroppedFoldersTest, WithoutTheSettingAFolderIsOpenedAsItAlwaysWas)
+{
+    unset(u"DroppedFolders"_s);
+    makeBelow(u"Photos/a"_s);
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ folder(u"Photos"_s) });
+    tick();
+    tick();
+
+    EXPECT_EQ(text("statusTextField"), u"Can not create output file."_s);
+    EXPECT_TRUE(sent().isEmpty());
+    EXPECT_EQ(m_controller->history().entries().last().outcome, Outcome::NotPlainFile);
+}
+
+TEST_F(DroppedFoldersTest, AFolderThatTheServerRefusesFailsAllInItWithOneLine)
+{
+    for (const char* name : { "a/1", "b/1", "b/2", "b/c/3", "b/d/4", "e/1" }) {
+        makeBelow(u"Photos/"_s + QString::fromLatin1(name));
+    }
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    serve([](const FakeFTPStream& stream) { return stream.location.contains(u"/b/"_s) ? 1 : 0; });
+
+    EXPECT_EQ(sent(),
+              (QStringList{ u"ftp://host/in/Photos/a/1 2"_s, u"ftp://host/in/Photos/b/1 2"_s,
+                            u"ftp://host/in/Photos/e/1 2"_s }));
+    EXPECT_EQ(count(Outcome::Refused), 4);
+    EXPECT_EQ(m_controller->history().queueTally().failed, 4);
+    EXPECT_EQ(notes(),
+              QStringList{ u"The server does not make the folder “Photos/b”: 553 Not that one. Nothing in it "
+                           "is uploaded."_s });
+}
+
+TEST_F(DroppedFoldersTest, WithoutADestinationOnTheServerAllThatIsInFoldersFailsWithOneLine)
+{
+    makeBelow(u"Photos/a"_s);
+    makeBelow(u"Photos/b/1"_s);
+    makeBelow(u"Texts/c"_s);
+
+    m_controller->uploadFiles({ folder(u"Photos"_s), folder(u"Texts"_s) });
+    serve([](const FakeFTPStream& stream) { return stream.madeLevels + 1; });
+
+    EXPECT_EQ(sent().size(), 1);
+    EXPECT_EQ(count(Outcome::Refused), 3);
+    EXPECT_EQ(notes(),
+              QStringList{ u"The server has no such destination: 553 Not that one. No folder is uploaded there."_s });
+}
+
+TEST_F(DroppedFoldersTest, AFileThatIsQueuedAgainGoesIntoItsSubFolderAndAsksTheServerAgain)
+{
+    makeBelow(u"Photos/b/1"_s);
+    makeBelow(u"Photos/b/2"_s);
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    serve([](const FakeFTPStream&) { return 2; });
+    ASSERT_EQ(count(Outcome::Refused), 2);
+    EXPECT_EQ(sent().size(), 1);
+
+    queueAgain(*m_controller, { { .row = 0, .number = 0 }, { .row = 0, .number = 1 } });
+    serve();
+
+    EXPECT_EQ(sent().mid(1), (QStringList{ u"ftp://host/in/Photos/b/1 2"_s, u"ftp://host/in/Photos/b/2 2"_s }));
+}
+
+TEST_F(DroppedFoldersTest, ClearingTheQueueEndsTheWalk)
+{
+    makeBelow(u"Photos/a"_s);
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    tick();
+    EXPECT_TRUE(button("clearQueueButton").isEnabled());
+    EXPECT_EQ(m_controller->quitWarning(),
+              u"Folders are being looked through, and what is yet to be found would not be uploaded."_s);
+
+    button("clearQueueButton").click();
+
+    EXPECT_FALSE(m_controller->history().isQueueUnderWay());
+    EXPECT_EQ(notes(), QStringList{ u"The queue was cleared before all that was dropped had been looked through."_s });
+    tick();
+    EXPECT_FALSE(button("clearQueueButton").isEnabled());
+    EXPECT_TRUE(m_controller->quitWarning().isNull());
+    const QString plain = makeFile(u"plain"_s);
+    m_controller->uploadFiles({ plain });
+    serve();
+    EXPECT_EQ(sent(), QStringList{ u"ftp://host/in/plain 0"_s });
+}
+
+TEST_F(DroppedFoldersTest, StoppingEndsTheCurrentFileOnly)
+{
+    makeBelow(u"Photos/a"_s);
+    makeBelow(u"Photos/b"_s);
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
+
+    m_controller->stopButtonAction();
+    serve();
+
+    EXPECT_EQ(sent(), (QStringList{ u"ftp://host/in/Photos/a 1"_s, u"ftp://host/in/Photos/b 1"_s }));
+    EXPECT_EQ(count(Outcome::Stopped), 1);
+    EXPECT_EQ(count(Outcome::Confirmed), 1);
+}
+
+TEST_F(DroppedFoldersTest, WhatIsLeftOutIsCountedInTheSameQueue)
+{
+    makeBelow(u"Photos/a"_s);
+    ASSERT_TRUE(QFile::link(folder(u"Photos"_s), folder(u"Photos/link"_s)));
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) }, { u"http://host/x"_s });
+    serve();
+
+    EXPECT_EQ(m_controller->history().queueTally().confirmed, 1);
+    EXPECT_EQ(m_controller->history().queueTally().leftOut, 2);
+    EXPECT_EQ(m_controller->history().firstQueueRow(), 0);
+}
+
+TEST_F(DroppedFoldersTest, TwoFoldersOfOneNameAreMergedAndThatIsSaid)
+{
+    makeBelow(u"one/Photos/a"_s);
+    makeBelow(u"two/Photos/b"_s);
+
+    m_controller->uploadFiles({ folder(u"one/Photos"_s), folder(u"two/Photos"_s) });
+    serve();
+
+    EXPECT_EQ(sent(), (QStringList{ u"ftp://host/in/Photos/a 1"_s, u"ftp://host/in/Photos/b 1"_s }));
+    EXPECT_EQ(notes(), QStringList{ u"Several of the dropped folders are named “Photos”. All go into one folder."_s });
+}
+
+TEST_F(DroppedFoldersTest, APathThatIsWrittenLikeOneBelowAFolderIsTakenForWhatItIs)
+{
+    unset(u"DroppedFolders"_s);
+    makeBelow(u"Photos/a"_s);
+
+    m_controller->uploadFiles({ folder(u"./Photos/./a"_s) });
+    serve();
+
+    EXPECT_EQ(sent(), QStringList{ u"ftp://host/in/a 0"_s });
+}
+
+TEST_F(DroppedFoldersTest, AFileBelowAFolderReplacesNoneInTheDestination)
+{
+    m_controller->listFTPDestination();
+    FakeFTPStream& listing = latest(Kind::Listing);
+    listing.sendOpenCompleted();
+    listing.sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2020 a\r\n");
+    listing.sendEnd();
+    ASSERT_EQ(listedNames(), QStringList{ u"a"_s });
+    makeBelow(u"Photos/a"_s);
+    makeBelow(u"Photos/b"_s);
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    ASSERT_TRUE(waitFor([this] { return !m_controller->fileUploadQueue().isEmpty(); }));
+
+    EXPECT_TRUE(m_controller->filesToReplace().isEmpty());
+    serve();
+    EXPECT_EQ(m_controller->history().queueTally().confirmed, 2); // The listing says nothing about them.
+}
+
+} // namespace

@@ -1,0 +1,277 @@
+#include "FolderWalk.h"
+
+#include "LocalPath.h"
+#include "NoThreadLeft.h"
+#include "Printers.h"
+#include "SmallDisk.h"
+#include "WaitFor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class FolderWalkTest : public ::testing::Test {
+protected:
+    FolderWalkTest()
+    {
+        QObject::connect(&m_walks, &FolderWalks::found, &m_walks,
+                         [this](const PathList& paths, const QStringList& leftOut) {
+                             m_paths.append(paths.toStringList());
+                             m_leftOut.append(leftOut);
+                         });
+        QObject::connect(&m_walks, &FolderWalks::merged, &m_walks,
+                         [this](const QString& name) { m_merged.append(name); });
+    }
+
+    QString path(const QString& name) const { return m_folder.path() + u'/' + name; }
+    /// What the walk says of the item @p name below the folder of the test.
+    QString found(const QString& name) const { return m_folder.path() + u"/./"_s + name; }
+    QString makeFile(const QString& name)
+    {
+        const QString file = path(name);
+        QDir().mkpath(file.left(file.lastIndexOf(u'/')));
+        EXPECT_TRUE(QFile(file).open(QIODevice::WriteOnly));
+        return file;
+    }
+    QString makeFolder(const QString& name)
+    {
+        EXPECT_TRUE(QDir().mkpath(path(name)));
+        return path(name);
+    }
+    QString link(const QString& name, const QString& target)
+    {
+        EXPECT_TRUE(QFile::link(target, path(name)));
+        return path(name);
+    }
+    void walk(const QStringList& dropped, const QStringList& leftOut = {})
+    {
+        m_walks.begin(dropped, leftOut);
+        EXPECT_TRUE(waitFor([this] { return !m_walks.isUnderWay(); }));
+    }
+
+    QTemporaryDir m_folder;
+    FolderWalks m_walks;
+    QStringList m_paths;
+    QStringList m_leftOut;
+    QStringList m_merged;
+};
+
+TEST_F(FolderWalkTest, EveryFileBelowComesInTheOrderOfNames)
+{
+    makeFile(u"Photos/b/2"_s);
+    makeFile(u"Photos/b/1"_s);
+    makeFile(u"Photos/c"_s);
+    makeFile(u"Photos/a/deep/er/x"_s);
+    makeFile(u"Photos/B"_s);
+
+    walk({ path(u"Photos"_s) });
+
+    EXPECT_EQ(m_paths,
+              (QStringList{ found(u"Photos/B"_s), found(u"Photos/a/deep/er/x"_s), found(u"Photos/b/1"_s),
+                            found(u"Photos/b/2"_s), found(u"Photos/c"_s) }));
+    EXPECT_TRUE(m_leftOut.isEmpty());
+    EXPECT_TRUE(m_merged.isEmpty());
+}
+
+TEST_F(FolderWalkTest, AFolderWithoutAnyFileComesByItself)
+{
+    makeFolder(u"Photos/empty"_s);
+    makeFolder(u"Photos/only/empty"_s);
+
+    walk({ path(u"Photos"_s) });
+
+    EXPECT_EQ(m_paths, (QStringList{ found(u"Photos/empty/"_s), found(u"Photos/only/empty/"_s) }));
+}
+
+TEST_F(FolderWalkTest, LinksToFilesAreFollowedAndLinksToFoldersInsideAreLeftOut)
+{
+    const QString file = makeFile(u"elsewhere/file"_s);
+    makeFolder(u"Photos"_s);
+    link(u"Photos/a"_s, file);
+    link(u"Photos/b"_s, path(u"elsewhere"_s));
+    link(u"Photos/c"_s, u"/nowhere/at/all"_s);
+
+    walk({ path(u"Photos"_s) });
+
+    EXPECT_EQ(m_paths, QStringList{ found(u"Photos/a"_s) });
+    m_leftOut.sort();
+    EXPECT_EQ(m_leftOut, (QStringList{ path(u"Photos/b"_s), path(u"Photos/c"_s) }));
+}
+
+TEST_F(FolderWalkTest, ADroppedLinkToAFolderIsThatFolderUnderTheLinksName)
+{
+    makeFile(u"elsewhere/sub/file"_s);
+    link(u"Link"_s, path(u"elsewhere"_s));
+
+    walk({ path(u"Link"_s) });
+
+    EXPECT_EQ(m_paths, QStringList{ found(u"Link/sub/file"_s) });
+}
+
+TEST_F(FolderWalkTest, WhatIsNeitherFileNorFolderIsLeftOutAndItsFolderIsStillMade)
+{
+    const QString pipe = makeFolder(u"Photos"_s) + u"/pipe"_s;
+    ASSERT_EQ(::mkfifo(LocalPath::toBytes(pipe).constData(), 0600), 0);
+
+    walk({ path(u"Photos"_s) });
+
+    EXPECT_EQ(m_paths, QStringList{ found(u"Photos/"_s) });
+    EXPECT_EQ(m_leftOut, QStringList{ pipe });
+}
+
+TEST_F(FolderWalkTest, AFolderThatCannotBeReadComesAsAFile)
+{
+    makeFile(u"Photos/file"_s);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{ .rlim_cur = 3, .rlim_max = before.rlim_max };
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0); // Whoever may read everything cannot read it then either.
+
+    walk({ path(u"Photos"_s) });
+
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(m_paths, QStringList{ found(u"Photos"_s) });
+}
+
+TEST_F(FolderWalkTest, AFolderThatLiesWithinItselfIsSeenOnce)
+{
+    const QString photos = makeFolder(u"Photos"_s);
+    const SmallDisk disk(photos);
+    ASSERT_TRUE(disk.problem().isEmpty()) << disk.problem().toStdString();
+    makeFile(u"Photos/file"_s);
+    const QByteArray self = LocalPath::toBytes(makeFolder(u"Photos/self"_s));
+    ASSERT_EQ(::mount(LocalPath::toBytes(photos).constData(), self.constData(), nullptr, MS_BIND, nullptr), 0);
+
+    walk({ photos });
+
+    EXPECT_EQ(m_paths, QStringList{ found(u"Photos/file"_s) });
+    EXPECT_EQ(m_leftOut, QStringList{ path(u"Photos/self"_s) });
+    ::umount2(self.constData(), MNT_DETACH);
+}
+
+TEST_F(FolderWalkTest, SeveralFoldersOfOneNameAreSaidToBeMerged)
+{
+    makeFile(u"one/Photos/a"_s);
+    makeFile(u"two/Photos/b"_s);
+    makeFile(u"three/Photos/c"_s);
+
+    walk({ path(u"one/Photos"_s), path(u"two/Photos"_s), path(u"three/Photos"_s), path(u"one"_s) });
+
+    EXPECT_EQ(m_merged, QStringList{ u"Photos"_s });
+}
+
+TEST_F(FolderWalkTest, FilesAmongTheFoldersKeepTheirPlacesAndPaths)
+{
+    const QString file = makeFile(u"file"_s);
+    makeFile(u"Photos/a"_s);
+
+    walk({ file, path(u"Photos"_s), u"/not/there"_s, file }, { u"http://host/x"_s });
+
+    EXPECT_EQ(m_paths, (QStringList{ file, found(u"Photos/a"_s), u"/not/there"_s, file }));
+    EXPECT_EQ(m_leftOut, QStringList{ u"http://host/x"_s });
+}
+
+TEST_F(FolderWalkTest, HoweverTheFolderIsWrittenItHasItsOwnName)
+{
+    makeFile(u"Photos/sub/a"_s);
+    const QString expected = found(u"Photos/sub/a"_s);
+    for (const QString& written :
+         { u"Photos/"_s, u"Photos//"_s, u"./Photos"_s, u"Photos/."_s, u"/Photos"_s, u"Photos/sub/.."_s }) {
+        m_paths.clear();
+        walk({ path(written) });
+        EXPECT_EQ(m_paths, QStringList{ expected }) << written.toStdString();
+    }
+}
+
+TEST_F(FolderWalkTest, NamesOfAnyBytesComeAsTheyAre)
+{
+    const QByteArray folder = LocalPath::toBytes(makeFolder(u"Photos"_s)) + '/';
+    const QByteArrayList names{ "\t tab", "\xff\xfe", "line\nbreak", "\xc3\xa4", " space " };
+    for (const QByteArray& name : names) {
+        const int file = ::open((folder + name).constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+        ASSERT_GE(file, 0);
+        ::close(file);
+    }
+
+    walk({ path(u"Photos"_s) });
+
+    QByteArrayList found;
+    for (const QString& each : m_paths) {
+        found.append(LocalPath::toBytes(each).sliced(m_folder.path().size() + 10));
+    }
+    for (const QByteArray& name : names) {
+        ::unlink((folder + name).constData());
+    }
+    QByteArrayList sorted = names;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(found, sorted);
+}
+
+TEST_F(FolderWalkTest, StoppedItFindsNothingMoreAndTheNextOneBeginsAfresh)
+{
+    for (int i = 0; i < 600; ++i) {
+        makeFile(u"Photos/%1"_s.arg(i));
+    }
+    m_walks.begin({ path(u"Photos"_s) }, {});
+    m_walks.begin({ path(u"Photos"_s) }, {});
+
+    m_walks.stop();
+
+    EXPECT_FALSE(m_walks.isUnderWay());
+    const QString file = makeFile(u"file"_s);
+    walk({ file });
+    EXPECT_EQ(m_paths, QStringList{ file });
+}
+
+TEST_F(FolderWalkTest, WhatIsDroppedMeanwhileFollows)
+{
+    makeFile(u"a/1"_s);
+    makeFile(u"b/2"_s);
+    m_walks.begin({ path(u"b"_s) }, {});
+
+    walk({ path(u"a"_s) });
+
+    EXPECT_EQ(m_paths, (QStringList{ found(u"b/2"_s), found(u"a/1"_s) }));
+}
+
+TEST_F(FolderWalkTest, WhatIsFoundIsReportedInPieces)
+{
+    for (int i = 0; i < 1200; ++i) {
+        makeFile(u"Photos/%1"_s.arg(i));
+    }
+    QList<qsizetype> pieces;
+    QObject::connect(&m_walks, &FolderWalks::found, &m_walks,
+                     [&pieces](const PathList& paths, const QStringList&) { pieces.append(paths.size()); });
+
+    walk({ path(u"Photos"_s) });
+
+    EXPECT_EQ(m_paths.size(), 1200);
+    EXPECT_GE(pieces.size(), 3);
+    EXPECT_LE(*std::max_element(pieces.begin(), pieces.end()), 500);
+}
+
+TEST_F(FolderWalkTest, WithoutAThreadForItEverythingIsLeftOut)
+{
+    makeFile(u"Photos/a"_s);
+    const NoThreadLeft noThreadLeft;
+
+    walk({ path(u"Photos"_s) });
+
+    EXPECT_TRUE(m_paths.isEmpty());
+    EXPECT_EQ(m_leftOut, QStringList{ path(u"Photos"_s) });
+}
+
+} // namespace
