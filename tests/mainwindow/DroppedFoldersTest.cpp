@@ -1,15 +1,28 @@
 #include "QueueAgain.h"
 #include "QueuedFilesView.h"
+#include "ResidentMemory.h"
 #include "ViewControllerTest.h"
 
 #include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <utility>
 
 namespace {
 
+using namespace std::chrono_literals;
 using Outcome = HistoryEntry::Outcome;
+
+/// What this thread has had of the processor.
+std::chrono::nanoseconds busyTime()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 /// Folders among what is to be uploaded, where the settings say that they are.
 class DroppedFoldersTest : public ViewControllerTest {
@@ -261,6 +274,39 @@ TEST_F(DroppedFoldersTest, AFileBelowAFolderReplacesNoneInTheDestination)
     EXPECT_TRUE(m_controller->filesToReplace().isEmpty());
     serve();
     EXPECT_EQ(m_controller->history().queueTally().confirmed, 2); // The listing says nothing about them.
+}
+
+TEST_F(DroppedFoldersTest, ThousandsOfFilesCostLittleAndHoldNothingUp)
+{
+    constexpr int folders = 300;
+    constexpr int filesInFolder = 10;
+    constexpr qint64 mostPerFile = 800; // Bytes: 80 MB for a hundred thousand files.
+    for (int i = 0; i < folders; ++i) {
+        const QString name = u"Photos of the year/a folder %1/"_s.arg(i);
+        ASSERT_TRUE(QDir().mkpath(folder(name)));
+        for (int j = 0; j < filesInFolder; ++j) {
+            ASSERT_TRUE(QFile(folder(name + u"an image %1.jpg"_s.arg(j))).open(QIODevice::WriteOnly));
+        }
+    }
+    makeBelow(u"first/file"_s);
+    m_controller->uploadFiles({ folder(u"first"_s) }); // With what is made once.
+    serve();
+    const qint64 before = allocatedMemory();
+    std::chrono::nanoseconds longest{}; // Of what the thread did between two beats, whatever else the machine does.
+    std::chrono::nanoseconds last = busyTime();
+    QTimer beats;
+    QObject::connect(&beats, &QTimer::timeout, &beats, [&] {
+        const std::chrono::nanoseconds now = busyTime();
+        longest = std::max(longest, now - std::exchange(last, now));
+    });
+    beats.start(1);
+
+    m_controller->uploadFiles({ folder(u"Photos of the year"_s) });
+    ASSERT_TRUE(waitFor([this] { return m_controller->history().waitingCount() >= folders * filesInFolder - 1; }));
+
+    EXPECT_LT(allocatedMemory() - before, folders * filesInFolder * mostPerFile + sanitizerMemory);
+    EXPECT_LT(longest, 100ms);
+    m_controller->clearQueue();
 }
 
 } // namespace

@@ -41,7 +41,7 @@ protected:
     QString found(const QString& name) const { return m_folder.path() + u"/./"_s + name; }
     QString makeFile(const QString& name)
     {
-        const QString file = path(name);
+        QString file = path(name);
         QDir().mkpath(file.left(file.lastIndexOf(u'/')));
         EXPECT_TRUE(QFile(file).open(QIODevice::WriteOnly));
         return file;
