@@ -45,13 +45,15 @@ QString absolutePath(const QString& word)
 }
 
 constexpr const char* helpText
-    = "Usage: Quillbox [--preferences] [--] [FILE...]\n"
+    = "Usage: Quillbox [--icon NAME] [--preferences] [--] [FILE...]\n"
       "\n"
       "Uploads files into one folder of an FTP server. Each FILE goes up, one after another; a copy of the program\n"
       "under another name uploads into a sub-folder of that name.\n"
       "\n"
       "  -h, --help     Shows this help.\n"
       "  -v, --version  Shows the version.\n"
+      "  --icon NAME    Starts the copy that was made under that name, or hands the files to its window.\n"
+      "  --list-icons   Lists these copies, each with a tab and where its files go.\n"
       "  --preferences  Opens the preferences.\n"
       "  -session ID    Alone: how session managers start programs again.\n"
       "  --             Every word behind it is a file, also one that begins with \"-\".\n";
@@ -70,6 +72,15 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             isBehindOptions = true;
         } else if (word == u"--preferences"_s) {
             commandLine.action = u"preferences"_s;
+        } else if (word == u"--list-icons"_s) {
+            commandLine.listsIcons = true;
+        } else if (word == u"--icon"_s) {
+            if (++i == arguments.size()) {
+                QTextStream(stderr) << "Quillbox: \"--icon\" is followed by the name of an icon.\n";
+                exitCode = 2;
+                return std::nullopt;
+            }
+            commandLine.icon = arguments[i];
         } else if (word == u"-session"_s && i == 1 && arguments.size() == 3 && !QFileInfo::exists(word)) {
             break; // What follows is an ID of the toolkit's. Where that is a file, "*" stood for its name and
                    // "-session".

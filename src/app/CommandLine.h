@@ -8,6 +8,8 @@
 /// error, and behind "--" every word is a file.
 struct CommandLine {
     QStringList files; ///< Absolute paths (LocalPath), in order.
+    QString icon; ///< The drop icon that they are for; null for the program as it was started.
+    bool listsIcons = false; ///< The drop icons are to be listed, and nothing else.
     QString action; ///< The launcher's action that is asked for; null for none.
 
     /// Reads @p arguments (the program's name first), each the text of its bytes (LocalPath). std::nullopt when the

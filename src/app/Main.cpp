@@ -9,8 +9,10 @@
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
+#include "IconCommands.h"
 #include "LocalPath.h"
 #include "PrivateFile.h"
+#include "ProgramCopies.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
@@ -80,6 +82,15 @@ CommandLine readCommandLine(int argc, char** argv)
     std::optional<CommandLine> commandLine = CommandLine::read(words, QStringLiteral(QUILLBOX_VERSION), exitCode);
     if (!commandLine) {
         std::exit(exitCode);
+    }
+    if (commandLine->listsIcons || !commandLine->icon.isNull()) {
+        const ProgramCopies copies(ProgramCopies::ourProgramPath(), ProgramCopies::Folders::standard());
+        if (commandLine->listsIcons) {
+            IconCommands::list(copies);
+            std::exit(0);
+        }
+        IconCommands::becomeIcon(copies, *commandLine);
+        std::exit(1);
     }
     handOver(*commandLine);
     return *std::move(commandLine);

@@ -189,4 +189,20 @@ TEST_F(CommandLineTest, EveryWordBehindTwoDashesIsAFile)
     EXPECT_TRUE(commandLine->action.isNull());
 }
 
+TEST_F(CommandLineTest, AnIconIsNamedByTheWordBehindItsOption)
+{
+    const auto commandLine = read({ u"--icon"_s, u"--help"_s, u"/a"_s, u"--preferences"_s });
+
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->icon, u"--help"_s);
+    EXPECT_EQ(commandLine->files, QStringList{ u"/a"_s });
+    EXPECT_EQ(commandLine->action, u"preferences"_s);
+    EXPECT_FALSE(commandLine->listsIcons);
+    EXPECT_TRUE(read({ u"/a"_s })->icon.isNull());
+    EXPECT_TRUE(read({ u"--list-icons"_s })->listsIcons);
+
+    EXPECT_FALSE(read({ u"/a"_s, u"--icon"_s }));
+    EXPECT_EQ(m_exitCode, 2);
+}
+
 } // namespace

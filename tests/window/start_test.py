@@ -325,6 +325,35 @@ class BesideAnother(Start):
 
         self.wait_for_files("Scans/page.txt")
 
+    def test_an_icon_is_listed_and_takes_files_whether_or_not_it_runs(self):
+        self.settings()
+        folder = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/copies")
+        os.makedirs(folder, exist_ok=True)
+        for name in ("Scans:2024", "a b"):
+            os.symlink(PROGRAM, os.path.join(folder, name))
+        os.makedirs(self.server.path("Scans/2024"))
+        nothing = {"DISPLAY": None, "DBUS_SESSION_BUS_ADDRESS": None}
+        self.file("one.txt")
+
+        listing = self.launch("--list-icons", **nothing)
+        missing = self.launch("--icon", "scans/2024", "one.txt", folder=self.folder, **nothing)
+
+        self.assertEqual(listing.exit_code(), 0)
+        place = f"ftp://127.0.0.1:{self.server.port}/"
+        self.assertEqual(listing.output(), f"a b\t{place}a%20b/\nScans/2024\t{place}Scans/2024/\n")
+        self.assertEqual(missing.exit_code(), 1)
+        self.assertIn('There is no icon "scans/2024"', missing.output())
+        self.assertIn(f"Not taken: {self.folder}/one.txt", missing.output())
+
+        self.start()
+        first = self.launch("--icon", "Scans/2024", "one.txt", folder=self.folder)
+        self.wait_for_files("Scans/2024/one.txt")
+        second = self.launch("--icon", "Scans/2024", self.file("two.txt"))
+
+        self.assertEqual(second.exit_code(), 0)
+        self.wait_for_files("Scans/2024/one.txt", "Scans/2024/two.txt")
+        self.assertIsNone(first.process.poll())
+
 
 if __name__ == "__main__":
     unittest.main()
