@@ -20,5 +20,7 @@ Gtk.StyleContext.add_provider_for_screen(
 source.drag_source_set(Gdk.ModifierType.BUTTON1_MASK, [], Gdk.DragAction.COPY)
 source.drag_source_add_uri_targets()
 source.connect("drag-data-get", lambda _widget, _context, data, _info, _time: data.set_uris(sys.argv[1:]))
+# The picture of what is dragged is far from the mouse, where it hides nothing.
+source.connect("drag-begin", lambda _widget, context: Gtk.drag_set_icon_name(context, "text-x-generic", 5000, 5000))
 source.show_all()
 Gtk.main()
