@@ -45,7 +45,7 @@ def _children(node):
     while True:
         count = _ask(node.get_child_count, 0)
         children = [_ask(lambda i=i: node.get_child_at_index(i)) for i in range(count)]
-        if _ask(node.get_child_count, 0) == count:
+        if count == 0 or _ask(node.get_child_count, 0) == count:
             return [child for child in children if child]
 
 
@@ -142,6 +142,7 @@ class Program:
         variables = {**desktop.environment, **(environment or {})}
         self._output = tempfile.TemporaryFile()
         self._finder = Finder()
+        self._application = None  # To the desktop's interface; it is there when the program has begun.
         self.process = subprocess.Popen(
             bound_to_us(words),
             env={name: value for name, value in variables.items() if value is not None},
@@ -323,13 +324,14 @@ class Program:
         return "\n".join(lines)
 
     def _windows(self):
-        desk = _atspi().get_desktop(0)
-        desk.clear_cache()
-        for application in _children(desk):
-            if _ask(application.get_process_id) == self.process.pid:
-                application.set_cache_mask(_atspi().Cache.NONE)  # What it shows changes all the time.
-                return _children(application)
-        return []
+        if self._application is None:
+            desk = _atspi().get_desktop(0)
+            desk.clear_cache()
+            for application in _children(desk):
+                if _ask(application.get_process_id) == self.process.pid:
+                    application.set_cache_mask(_atspi().Cache.NONE)  # What it shows changes all the time.
+                    self._application = application
+        return _children(self._application) if self._application else []
 
     def heard_until(self, condition, what):
         """Waits for that, and answers the events that screen readers have heard of meanwhile."""
