@@ -218,13 +218,13 @@ void UserDefaults::readFile() const
     note(PrivateFile::closeToOthers(m_filePath));
     // Taken first: whatever changes from here on makes the next read look again.
     const Stamp stamp = stampOfFile();
-    m_values = QJsonObject();
-    m_broken = stamp.error != 0 && stamp.error != ENOENT && stamp.error != ENOTDIR;
-    if (stamp.error == 0) {
-        const std::optional<QJsonObject> values = parsedFile(m_filePath);
-        m_values = values.value_or(QJsonObject());
-        m_broken = !values;
+    errno = 0;
+    const std::optional<QJsonObject> values = stamp.error == 0 ? parsedFile(m_filePath) : std::nullopt;
+    if (errno == EMFILE || errno == ENFILE) {
+        return; // What is known holds until there is a descriptor to read with.
     }
+    m_values = values.value_or(QJsonObject());
+    m_broken = !values && stamp.error != ENOENT && stamp.error != ENOTDIR;
     if (!m_values.isEmpty()) {
         m_lastKnown = m_values;
     }

@@ -1,6 +1,7 @@
 #include "UserDefaults.h"
 
 #include "FileSizeLimit.h"
+#include "OpenDescriptors.h"
 #include "Printers.h"
 #include "WaitFor.h"
 
@@ -106,6 +107,18 @@ TEST_F(UserDefaultsTest, WhatIsReadTogetherIsOfOneState)
         EXPECT_EQ(m_defaults.string(u"Username"_s), u"old"_s);
     }
     EXPECT_EQ(m_defaults.string(u"Username"_s), u"another"_s);
+}
+
+TEST_F(UserDefaultsTest, WithoutADescriptorToReadWithWhatWasKnownHolds)
+{
+    writeFile(R"({"Address": "one"})");
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
+    writeFile(R"({"Address": "the second"})");
+    {
+        const NoDescriptorLeft none;
+        EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
+    }
+    EXPECT_EQ(m_defaults.string(u"Address"_s), u"the second"_s);
 }
 
 TEST_F(UserDefaultsTest, AnEmptyTextIsNotNothing)
