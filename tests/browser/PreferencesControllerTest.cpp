@@ -11,12 +11,14 @@
 #include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProxyStyle>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QRegularExpression>
@@ -604,6 +606,39 @@ TEST_F(PreferencesControllerTest, ThePanelSaysWhereFilesGoAndOtherwiseWhyNowhere
     EXPECT_EQ(advice.text(), u"The folder has a field of its own."_s);
 }
 
+/// The style of a desktop that orders the buttons of dialogs so.
+class ButtonOrder final : public QProxyStyle {
+public:
+    explicit ButtonOrder(QDialogButtonBox::ButtonLayout order)
+        : m_order(order)
+    {
+    }
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override
+    {
+        return hint == SH_DialogButtonLayout ? m_order : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+private:
+    QDialogButtonBox::ButtonLayout m_order;
+};
+
+TEST_F(PreferencesControllerTest, DoneAndCancelStandInTheDesktopsOrderAndTabFollowsIt)
+{
+    const QWidget& done = control<QWidget>("doneButton");
+    const QWidget& cancel = control<QWidget>("cancelButton");
+    for (const auto order : { QDialogButtonBox::WinLayout, QDialogButtonBox::GnomeLayout }) {
+        ButtonOrder style(order);
+        control<QWidget>("preferencesButtons").setStyle(&style);
+        m_preferences.showPanel();
+
+        EXPECT_EQ(done.x() < cancel.x(), order == QDialogButtonBox::WinLayout);
+        EXPECT_EQ((done.x() < cancel.x() ? done : cancel).nextInFocusChain(), done.x() < cancel.x() ? &cancel : &done);
+        m_preferences.view()->close();
+        control<QWidget>("preferencesButtons").setStyle(nullptr);
+    }
+}
+
 TEST_F(PreferencesControllerTest, AdviceStandsAtTheFieldThatItIsAbout)
 {
     m_preferences.showPanel();
@@ -1072,7 +1107,7 @@ TEST_F(PreferencesControllerTest, NoResultMovesTheButtons)
 {
     startTest();
     const QSize size = m_preferences.view()->size();
-    const QPoint place = control<QWidget>("doneButton").pos();
+    const QPoint place = control<QWidget>("preferencesButtons").pos();
     for (int state = 0; state <= static_cast<int>(FTPConnectionTestState::NotSendable); ++state) {
         startTest();
         m_connectionTest->handler(
@@ -1080,7 +1115,7 @@ TEST_F(PreferencesControllerTest, NoResultMovesTheButtons)
         drainEventLoop();
 
         EXPECT_EQ(m_preferences.view()->size(), size);
-        EXPECT_EQ(control<QWidget>("doneButton").pos(), place);
+        EXPECT_EQ(control<QWidget>("preferencesButtons").pos(), place);
     }
 }
 
@@ -1116,7 +1151,7 @@ TEST_F(PreferencesControllerTest, OnASmallScreenThePagesScrollAndTheButtonsStay)
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 
     EXPECT_EQ(panel.height(), 300);
-    EXPECT_TRUE(panel.rect().contains(control<QWidget>("doneButton").geometry()));
+    EXPECT_TRUE(panel.rect().contains(control<QWidget>("preferencesButtons").geometry()));
     EXPECT_LT(contents.visibleRegion().boundingRect().height(), contents.height());
 }
 

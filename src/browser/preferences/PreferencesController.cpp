@@ -48,6 +48,9 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     m_addressTextField = m_ui->addressTextField;
     m_folderTextField = m_ui->folderTextField;
     m_ui->showPasswordButton->setIcon(drawnEyeIcon());
+    // In the desktop's order.
+    m_ui->preferencesButtons->addButton(m_ui->doneButton, QDialogButtonBox::AcceptRole);
+    m_ui->preferencesButtons->addButton(m_ui->cancelButton, QDialogButtonBox::RejectRole);
     fitToFont();
     alignLabelsToDirection(*m_view);
     connect(m_ui->doneButton, &QPushButton::clicked, this, &PreferencesController::doneButton);
@@ -78,6 +81,10 @@ void PreferencesController::showPanel()
         m_ui->pages->setCurrentWidget(m_ui->serverPage);
         m_addressTextField->setFocus();
         m_view->show();
+        const bool isDoneFirst
+            = (m_ui->doneButton->x() < m_ui->cancelButton->x()) != m_ui->preferencesButtons->isRightToLeft();
+        isDoneFirst ? QWidget::setTabOrder(m_ui->doneButton, m_ui->cancelButton)
+                    : QWidget::setTabOrder(m_ui->cancelButton, m_ui->doneButton);
         viewDidAppear();
     }
     bringToFront(*m_view);
