@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
+#include <QStyleOption>
 
 using namespace Qt::StringLiterals;
 
@@ -28,6 +29,21 @@ public:
                 | Qt::AlignAbsolute | Qt::TextForceLeftToRight;
         }
         QProxyStyle::drawItemText(painter, rectangle, flags, palette, isEnabled, text, role);
+    }
+
+    /// The toolkit mirrors the side of a button's text twice where the button has an icon: it stood far from that.
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override
+    {
+        const auto* const button = qstyleoption_cast<const QStyleOptionButton*>(option);
+        if (element != CE_PushButtonLabel || button == nullptr || button->icon.isNull()) {
+            QProxyStyle::drawControl(element, option, painter, widget);
+            return;
+        }
+        const Qt::LayoutDirection direction = painter->layoutDirection();
+        painter->setLayoutDirection(Qt::LeftToRight);
+        QProxyStyle::drawControl(element, option, painter, widget);
+        painter->setLayoutDirection(direction);
     }
 };
 

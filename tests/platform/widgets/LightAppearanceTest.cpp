@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QImage>
 #include <QPalette>
+#include <QPixmap>
 #include <QProxyStyle>
 #include <QPushButton>
 
@@ -76,6 +77,33 @@ TEST(LightAppearanceTest, TextsKeepTheirOwnDirectionInAMirroredWindow)
     }
 
     EXPECT_EQ(leftToRight.grab().toImage(), mirrored.grab().toImage());
+}
+
+TEST(LightAppearanceTest, TheTextOfAButtonStandsBesideItsIconInAMirroredWindowToo)
+{
+    useLightAppearance();
+    QPixmap square(16, 16);
+    square.fill(Qt::black);
+    QPushButton button(square, QStringLiteral("Show"));
+    button.resize(161, 31);
+    QApplication::setLayoutDirection(Qt::RightToLeft); // Painters go by it, and not by the widget.
+
+    const QImage image = button.grab(button.rect().adjusted(4, 4, -4, -4)).toImage();
+    QApplication::setLayoutDirection(Qt::LeftToRight);
+    int widestGap = 0;
+    int lastInk = -1;
+    for (int x = 0; x < image.width(); ++x) {
+        for (int y = 0; y < image.height(); ++y) {
+            if (image.pixelColor(x, y).lightness() < 128) {
+                widestGap = lastInk < 0 ? 0 : std::max(widestGap, x - lastInk);
+                lastInk = x;
+                break;
+            }
+        }
+    }
+
+    EXPECT_GT(lastInk, 16);
+    EXPECT_LT(widestGap, 16);
 }
 
 } // namespace
