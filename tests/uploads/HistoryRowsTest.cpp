@@ -1,5 +1,7 @@
 #include "HistoryRows.h"
 
+#include "TreePath.h"
+
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 
@@ -102,6 +104,15 @@ TEST(HistoryRowsTest, PresentIsWhatIsAPlainFileByNow)
     EXPECT_FALSE(HistoryRows::isAnyPresent(entries, { 0, 1 }));
     EXPECT_FALSE(HistoryRows::isAnyPresent(entries, QList<int>(100, 0)));
     EXPECT_TRUE(HistoryRows::isAnyPresent(entries, QList<int>(101, 0))); // Nobody has looked.
+}
+
+TEST(HistoryRowsTest, PresentIsAlsoAFolderThatIsToBeMadeOnTheServerAndNoneThatCouldNotBeRead)
+{
+    const QTemporaryDir folder;
+    const QString inTree = QString::fromUtf8(TreePath::ofFolder("", folder.path().toUtf8().sliced(1)));
+    const HistoryEntries entries{ { .path = inTree }, { .path = inTree.chopped(1) }, { .path = folder.path() + u'/' } };
+
+    EXPECT_EQ(numbersOf(HistoryRows::present(rowsOf(entries))), QList<int>{ 0 });
 }
 
 } // namespace

@@ -159,6 +159,16 @@ TEST(HistoryTextTest, ToolTipsTellThePathAndTheExactSize)
     EXPECT_EQ(HistoryText::toolTip(confirmed(), Column::Reply), u"226 Got it"_s);
 }
 
+TEST(HistoryTextTest, AFileOfAFolderHasItsPathOnThisMachine)
+{
+    HistoryEntry entry = confirmed();
+    entry.path = u"/home/anna/./Photos/2020/a.jpg"_s;
+
+    EXPECT_EQ(HistoryText::cell(entry, Column::File), u"a.jpg"_s);
+    EXPECT_EQ(HistoryText::toolTip(entry, Column::File), u"/home/anna/Photos/2020/a.jpg"_s);
+    EXPECT_EQ(HistoryText::fields(entry).first(), u"/home/anna/Photos/2020/a.jpg"_s);
+}
+
 TEST(HistoryTextTest, ANoteIsShownWhole)
 {
     const HistoryEntry entry{ .path = u"Passed over: /a/b"_s, .outcome = Outcome::Note };

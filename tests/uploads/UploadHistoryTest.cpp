@@ -481,4 +481,33 @@ TEST(LongUploadHistoryTest, AHundredThousandFilesTellOfThreeChangesEach)
     EXPECT_EQ(changedRows, 3 * count);
 }
 
+TEST_F(UploadHistoryTest, AQueueIsNotOverAsLongAsMoreComes)
+{
+    m_history.setMoreComes(true);
+    EXPECT_TRUE(m_history.isQueueUnderWay());
+    EXPECT_EQ(m_history.queueProgress(0), 0);
+    m_history.filesQueued({ u"/a"_s });
+    confirmNext();
+    m_history.filesQueued({ u"/b"_s });
+    confirmNext();
+    EXPECT_TRUE(m_drained.isEmpty());
+
+    m_history.setMoreComes(false);
+
+    EXPECT_FALSE(m_history.isQueueUnderWay());
+    EXPECT_EQ(m_drained, QStringList{ u"2 confirmed, 0 failed, 0 stopped, 0 removed"_s });
+}
+
+TEST_F(UploadHistoryTest, NoListingOfTheDestinationTellsOfAFileInAFolderThere)
+{
+    m_history.filesQueued({ u"/in/a"_s, u"/x/./Photos/a"_s });
+    confirmNext(5);
+    confirmNext(7);
+
+    list({ item(u"a"_s, 6) });
+
+    EXPECT_EQ(outcome(0), Outcome::OtherSize);
+    EXPECT_EQ(outcome(1), Outcome::Confirmed);
+}
+
 } // namespace

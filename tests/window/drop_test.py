@@ -3,6 +3,7 @@
 import os
 import unittest
 
+from desktop import wait_for
 from file_manager import FileManagerTest
 
 
@@ -72,6 +73,27 @@ class Drop(FileManagerTest):
             self.assertEqual(program.acknowledge(), ["No Files", "Drop files only."])
             self.assertIsNone(program.value("Files waiting"))
         self.assertEqual(self.server.begun, [])
+
+    def test_where_the_settings_say_so_a_folder_goes_up_with_what_is_in_it(self):
+        self.settings(DroppedFolders="uploaded")
+        os.makedirs(os.path.join(self.folder, "a folder", "émpty"))
+        os.makedirs(os.path.join(self.folder, "a folder", "sub %41"))
+        for name in ("b.txt", "sub %41/a.txt"):
+            self.file(os.path.join("a folder", name), name.encode())
+        program = self.start_at_the_left()
+        manager = self.open_folder()
+
+        for number, target in enumerate(("Drop area", "Destination folder"), 1):
+            self.drag_icon(manager, 0, program, target)
+
+            self.wait_for_files(*number * ["a folder/b.txt", "a folder/sub %41/a.txt"])
+            wait_for(lambda: os.path.isdir(self.server.path("a folder/émpty")), "the empty folder")
+            self.wait_for_status(program, "Upload succeeded")
+            self.assertIsNone(program.sheet())
+        self.assertEqual(self.server.content("a folder/sub %41/a.txt"), b"sub %41/a.txt")
+        self.assertEqual(
+            program.text("Queued files"), "1) a folder/b.txt\n\n2) a folder/sub %41/a.txt\n\n3) a folder/émpty/\n\n"
+        )
 
 
 if __name__ == "__main__":
