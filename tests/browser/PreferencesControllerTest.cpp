@@ -1018,7 +1018,7 @@ TEST_F(PreferencesControllerTest, EncryptionInTheAddressIsTakenOverByAPressAndNo
 
     type(m_preferences.addressTextField(), u"ftps://host"_s);
     ASSERT_TRUE(button.isVisible());
-    EXPECT_EQ(control<QLabel>("adviceLabel").text(), u"Encryption is set below, without ftps://."_s);
+    EXPECT_EQ(control<QLabel>("adviceLabel").text(), u"Encryption is set below, without ftps://"_s);
     EXPECT_EQ(m_preferences.addressTextField()->text(), u"ftps://host"_s);
     EXPECT_TRUE(control<QRadioButton>("noEncryptionButton").isChecked());
     control<QPushButton>("useEncryptionButton").setFocus();

@@ -28,10 +28,10 @@ QString adviceOnParts(const QString& address)
     const QString prefix = scheme(address);
     const bool isFtp = prefix.startsWith("ftp:"_L1, Qt::CaseInsensitive);
     if (!addressWithoutFtps(address).isNull()) {
-        return u"Encryption is set below, without ftps://."_s;
+        return u"Encryption is set below, without ftps://"_s;
     }
     if (!prefix.isEmpty() && !isFtp) {
-        return u"Quillbox speaks FTP and FTPS only."_s;
+        return u"Quillbox speaks FTP and FTPS only"_s;
     }
     if (isFtp) {
         return u"Leave out “%1”: the name of the server is enough."_s.arg(prefix);
