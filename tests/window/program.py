@@ -136,13 +136,14 @@ def store_settings(environment, settings):
 
 
 class Program:
+    _application = None  # As the accessibility interface has it, once it is there.
+
     def __init__(self, desktop, words, environment=None, folder=None):
         """Starts the program; environment adds to the desktop's, where None takes a variable away."""
         self._desktop = desktop
         variables = {**desktop.environment, **(environment or {})}
         self._output = tempfile.TemporaryFile()
         self._finder = Finder()
-        self._application = None  # To the desktop's interface; it is there when the program has begun.
         self.process = subprocess.Popen(
             bound_to_us(words),
             env={name: value for name, value in variables.items() if value is not None},
