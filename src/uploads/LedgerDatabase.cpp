@@ -12,6 +12,7 @@
 #include <QVariant>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -41,6 +42,18 @@ const QString unended = u"(outcome <= %1 OR settled = %2)"_s.arg(
 static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcome::Sending) == 1);
 /// What was interrupted, and nobody has said yet what is to become of it.
 const QString undecided = u"outcome = %1 AND settled = 0"_s.arg(static_cast<int>(Outcome::Interrupted));
+
+/// What is put behind the name of a database for that of each of its files, itself first.
+const std::array<QString, 3> parts{ QString(), u"-wal"_s, u"-shm"_s };
+
+/// Whether a file of a database called @p path would take the place of anything.
+bool isAnyPartAt(const QString& path)
+{
+    return std::any_of(parts.begin(), parts.end(), [&path](const QString& part) {
+        struct stat status { };
+        return lstat(LocalPath::toBytes(path + part).constData(), &status) == 0;
+    });
+}
 
 int numberOf(LedgerSettled settled)
 {
@@ -131,8 +144,9 @@ LedgerProblem LedgerDatabase::connectTo(const QString& path)
         }
         m_locks.emplace(folder + u"/history.runs"_s);
         const std::optional<qint64> run = m_locks->take();
-        if (run) {
-            alone.emplace(*m_locks);
+        if (run && !alone.emplace(*m_locks).isAlone()) {
+            m_reason = u"another copy takes long to open it"_s;
+            return LedgerProblem::Busy;
         }
         if (!run || !makeFile()) {
             m_reason = QString::fromLocal8Bit(std::strerror(errno));
@@ -181,23 +195,19 @@ QString LedgerDatabase::setAside() const
         return {};
     }
     const RunLocks::Alone alone(*m_locks);
-    if (!m_identity || presentIdentity() != m_identity) {
-        return {}; // There is another one by now.
+    if (!alone.isAlone() || !m_identity || presentIdentity() != m_identity) {
+        return {}; // There is another one by now, or will be.
     }
-    const auto rename = [](const QString& from, const QString& to) {
-        return renameat2(AT_FDCWD, LocalPath::toBytes(from).constData(), AT_FDCWD, LocalPath::toBytes(to).constData(),
-                         RENAME_NOREPLACE)
-            == 0;
-    };
     QString target = m_path + u".damaged"_s;
-    for (int number = 2; !rename(m_path, target); ++number) {
-        if (errno != EEXIST) {
-            return {};
-        }
+    for (int number = 2; isAnyPartAt(target); ++number) {
         target = m_path + u".damaged-%1"_s.arg(number);
     }
-    for (const QString& companion : { u"-wal"_s, u"-shm"_s }) { // They belong to no other database.
-        rename(m_path + companion, target + companion);
+    for (const QString& part : parts) { // The others belong to no other database.
+        const int result
+            = std::rename(LocalPath::toBytes(m_path + part).constData(), LocalPath::toBytes(target + part).constData());
+        if (result != 0 && part.isEmpty()) {
+            return {};
+        }
     }
     return target;
 }

@@ -54,11 +54,14 @@ RunLocks::Alone::Alone(const RunLocks& locks)
     : m_locks(locks)
 {
     struct flock lock = lockOf(placeOfAlone);
-    while (fcntl(m_locks.m_file.get(), F_OFD_SETLKW, &lock) != 0 && errno == EINTR) { }
+    m_isAlone = fcntl(m_locks.m_file.get(), F_OFD_SETLK, &lock) == 0;
 }
 
 RunLocks::Alone::~Alone()
 {
+    if (!m_isAlone) {
+        return;
+    }
     struct flock lock = lockOf(placeOfAlone);
     lock.l_type = F_UNLCK;
     fcntl(m_locks.m_file.get(), F_OFD_SETLK, &lock);

@@ -21,7 +21,7 @@ public:
     /// Whether @p run is another run that goes on, or nobody can say.
     bool isTaken(qint64 run) const;
 
-    /// While one lives, no other run has one: it waits for that. Where nothing can be locked, it does not.
+    /// While one lives that isAlone(), no other run has such a one. It waits for nobody, who may have been stopped.
     class Alone {
     public:
         explicit Alone(const RunLocks& locks);
@@ -29,8 +29,11 @@ public:
         Alone& operator=(const Alone&) = delete;
         ~Alone();
 
+        bool isAlone() const { return m_isAlone; }
+
     private:
         const RunLocks& m_locks;
+        bool m_isAlone = false;
     };
 
 private:

@@ -41,6 +41,19 @@ TEST_F(RunLocksTest, ARunThatTheSystemSaysNothingOfCountsAsOneThatGoesOn)
     EXPECT_TRUE(locks.isTaken(1));
 }
 
+TEST_F(RunLocksTest, OneAtATimeIsAloneAndNobodyWaits)
+{
+    const RunLocks locks(m_path);
+    const RunLocks others(m_path);
+    {
+        const RunLocks::Alone first(locks);
+        EXPECT_TRUE(first.isAlone());
+        EXPECT_FALSE(RunLocks::Alone(others).isAlone());
+        EXPECT_FALSE(RunLocks::Alone(others).isAlone()); // The end of one that is not alone changes nothing.
+    }
+    EXPECT_TRUE(RunLocks::Alone(others).isAlone());
+}
+
 TEST_F(RunLocksTest, WithoutLocksThereIsNoRun)
 {
     RunLocks locks(m_path);

@@ -5,6 +5,7 @@
 #include "Printers.h"
 #include "ProgramName.h"
 #include "ResidentMemory.h"
+#include "RunLocks.h"
 #include "SettingNames.h"
 #include "ShiftedClock.h"
 #include "SmallDisk.h"
@@ -770,6 +771,39 @@ TEST_F(UploadLedgerTest, WhatWasSetAsideBeforeStays)
         ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
         EXPECT_TRUE(file.readAll().endsWith(name.toUtf8())) << name.toStdString();
     }
+}
+
+TEST_F(UploadLedgerTest, ADamagedDatabaseIsSetAsideWithItsCompanions)
+{
+    LedgerDatabase first(u"first"_s);
+    LedgerDatabase second(u"second"_s); // Which keeps the companions there.
+    ASSERT_EQ(first.open(m_path), LedgerProblem::None);
+    ASSERT_EQ(second.open(m_path), LedgerProblem::None);
+    QFile leftOver(m_path + u".damaged-wal"_s);
+    ASSERT_TRUE(leftOver.open(QIODevice::WriteOnly));
+    first.leave();
+
+    EXPECT_EQ(first.setAside(), m_path + u".damaged-2"_s);
+    for (const QString& part : { QString(), u"-wal"_s, u"-shm"_s }) {
+        EXPECT_FALSE(QFile::exists(m_path + part)) << part.toStdString();
+        EXPECT_TRUE(QFile::exists(m_path + u".damaged-2"_s + part)) << part.toStdString();
+    }
+    EXPECT_EQ(QFileInfo(leftOver).size(), 0);
+}
+
+TEST_F(UploadLedgerTest, ACopyThatIsStoppedWhileItOpensTheDatabaseStopsNoOther)
+{
+    LedgerDatabase database(u"Quillbox"_s);
+    ASSERT_EQ(database.open(m_path), LedgerProblem::None);
+    const RunLocks others(QFileInfo(m_path).path() + u"/history.runs"_s);
+    {
+        const RunLocks::Alone stopped(others);
+        database.leave();
+        EXPECT_TRUE(database.setAside().isNull());
+        EXPECT_EQ(database.open(m_path), LedgerProblem::Busy);
+        EXPECT_FALSE(database.reason().isEmpty());
+    }
+    EXPECT_EQ(database.open(m_path), LedgerProblem::None);
 }
 
 TEST_F(UploadLedgerTest, ACopyThatFindsTheDamageLaterLeavesTheNewDatabaseOfAnother)
