@@ -275,7 +275,7 @@ bool HistoryTableModel::canQueueAgain(int row) const
         return m_history.entries().withoutPath(key.number).canQueueAgain();
     }
     const HistoryEntry* const known = entry(row);
-    return known == nullptr || known->canQueueAgain();
+    return known == nullptr || known->canOthersQueueAgain();
 }
 
 bool HistoryTableModel::hasWebLink(int row) const

@@ -37,6 +37,8 @@ struct HistoryEntry {
     /// Whether its file has not arrived, and somebody may want it to be queued again: also one that was sent by hand or
     /// taken out of the queue.
     bool canQueueAgain() const;
+    /// The same for a copy of the program that has not sent it: one that is tried again by itself is not lost yet.
+    bool canOthersQueueAgain() const { return canQueueAgain() && !isAwaitingTry; }
     /// Notes where it is to go to.
     void setDestination(const Destination& to);
     /// Whether it was to go to the place @p to, as far as is known; also where it was to go to none yet.

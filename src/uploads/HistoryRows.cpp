@@ -53,8 +53,9 @@ QList<int> HistoryRows::remarkable(const HistoryEntries& entries, int first)
 QList<LedgerRow> HistoryRows::repeatable(const QList<LedgerRow>& rows)
 {
     QList<LedgerRow> repeatable;
-    std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(repeatable),
-                 [](const LedgerRow& row) { return row.entry.canQueueAgain(); });
+    std::copy_if(rows.cbegin(), rows.cend(), std::back_inserter(repeatable), [](const LedgerRow& row) {
+        return row.key.isOfThisRun() ? row.entry.canQueueAgain() : row.entry.canOthersQueueAgain();
+    });
     return repeatable;
 }
 

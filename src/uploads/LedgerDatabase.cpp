@@ -25,7 +25,7 @@ using Outcome = HistoryEntry::Outcome;
 
 namespace {
 
-constexpr int version = 3;
+constexpr int version = 4;
 constexpr qint64 lastRowOnDisk = 1LL << 40; ///< Rows in memory come behind it: what is a key of one is none of another.
 constexpr qint64 dayMs = 24LL * 60 * 60 * 1000;
 
@@ -41,7 +41,9 @@ const QString unended = u"(outcome <= %1 OR settled = %2)"_s.arg(
     QString::number(static_cast<int>(Outcome::Sending)), QString::number(static_cast<int>(LedgerSettled::AwaitingTry)));
 static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcome::Sending) == 1);
 /// What was interrupted, and nobody has said yet what is to become of it.
-const QString undecided = u"outcome = %1 AND settled = 0"_s.arg(static_cast<int>(Outcome::Interrupted));
+const QString undecided = u"((outcome = %1 AND settled = 0) OR settled = %2)"_s.arg(
+    QString::number(static_cast<int>(Outcome::Interrupted)),
+    QString::number(static_cast<int>(LedgerSettled::MissedTry)));
 
 /// What is put behind the name of a database for that of each of its files, itself first.
 const std::array<QString, 3> parts{ QString(), u"-wal"_s, u"-shm"_s };
@@ -297,7 +299,6 @@ bool LedgerDatabase::setUp()
                      "settled INTEGER NOT NULL DEFAULT 0, size INTEGER, sent INTEGER, listedSize INTEGER, "
                      "durationMs INTEGER, time INTEGER NOT NULL, status TEXT, reply TEXT, username TEXT, "
                      "encryption INTEGER, UNIQUE (run, number))"_s)
-            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
             && (isOnDisk() || run(u"INSERT INTO sqlite_sequence (name, seq) VALUES ('files', ?)"_s, { lastRowOnDisk }));
     }
     if (isDone && *present == 1) {
@@ -307,6 +308,8 @@ bool LedgerDatabase::setUp()
     if (isDone && *present < version) {
         isDone = run(u"DROP INDEX IF EXISTS filesUnended"_s)
             && run(u"CREATE INDEX filesUnended ON files (run) WHERE "_s + unended)
+            && run(u"DROP INDEX IF EXISTS filesUndecided"_s)
+            && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
             && run(u"PRAGMA user_version = %1"_s.arg(version));
     }
     if (end(isDone) != LedgerProblem::None) {
@@ -314,18 +317,21 @@ bool LedgerDatabase::setUp()
     }
     m_add.emplace(m_database);
     m_change.emplace(m_database);
-    // A row that is there already is one that this run has written to a database that failed then.
+    // A row that is there already is one that this run has written to a database that failed then. What another copy
+    // has queued again stays so.
     return prepare(*m_add,
                    u"INSERT OR REPLACE INTO files (run, number, copy, folder, name, destination, username, "
                    "encryption, time) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"_s)
         && prepare(*m_change,
-                   u"UPDATE files SET outcome = ?, manual = ?, settled = ?, size = ?, "
+                   u"UPDATE files SET outcome = ?, manual = ?, settled = iif(settled = %1, %1, ?), size = ?, "
                    "sent = ?, listedSize = ?, durationMs = ?, time = ?, status = ?, reply = ?, "
                    "destination = coalesce(?, destination), username = coalesce(?, username), "
-                   "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s);
+                   "encryption = coalesce(?, encryption) WHERE run = ? AND number BETWEEN ? AND ?"_s.arg(
+                       numberOf(LedgerSettled::QueuedAgain)));
 }
 
-/// The files that wait in runs that have ended, for their turn or for another try, will not be sent.
+/// The files that wait in runs that have ended, for their turn or for another try, will not be sent. What is known of
+/// the last try of the latter is kept.
 LedgerProblem LedgerDatabase::interruptEndedRuns()
 {
     if (!begin()) {
@@ -347,8 +353,10 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
     query.finish();
     for (const qint64 other : ended) {
         isDone = isDone
-            && run(u"UPDATE files SET outcome = ?, settled = ? WHERE run = ? AND "_s + unended,
-                   { static_cast<int>(Outcome::Interrupted), numberOf(LedgerSettled::Undecided), other });
+            && run(u"UPDATE files SET settled = ? WHERE run = ? AND settled = ?"_s,
+                   { numberOf(LedgerSettled::MissedTry), other, numberOf(LedgerSettled::AwaitingTry) })
+            && run(u"UPDATE files SET outcome = ? WHERE run = ? AND "_s + unended,
+                   { static_cast<int>(Outcome::Interrupted), other });
     }
     return end(isDone);
 }

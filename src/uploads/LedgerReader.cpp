@@ -113,6 +113,7 @@ HistoryEntry entryOf(const QSqlQuery& row)
              .outcome = static_cast<Outcome>(row.value(3).toInt()),
              .isManual = row.value(4).toBool(),
              .isQueuedAgain = settled == LedgerSettled::QueuedAgain,
+             .isAwaitingTry = settled == LedgerSettled::AwaitingTry,
              .size = numberOf(row.value(6)),
              .acknowledged = numberOf(row.value(13)),
              .durationMs = numberOf(row.value(7)),

@@ -61,6 +61,14 @@ TEST(HistoryRowsTest, RepeatableIsAlsoWhatWasRemovedOrSentByHand)
     EXPECT_EQ(numbersOf(HistoryRows::repeatable(rowsOf(entries))), (QList<int>{ 0, 1, 5 }));
 }
 
+TEST(HistoryRowsTest, WhatIsTriedAgainByItselfIsRepeatableForItsOwnRunAlone)
+{
+    const HistoryEntry entry{ .outcome = Outcome::ConnectionLost, .isAwaitingTry = true };
+
+    EXPECT_EQ(HistoryRows::repeatable({ { { .number = 0 }, entry } }).size(), 1);
+    EXPECT_TRUE(HistoryRows::repeatable({ { { .row = 1 }, entry } }).isEmpty());
+}
+
 TEST(HistoryRowsTest, RemarkableIsWhatWasNotSimplyUploadedOrElseEverything)
 {
     HistoryEntries entries = entriesOf({ Outcome::Failed, Outcome::Confirmed, Outcome::Note, Outcome::LeftOut });

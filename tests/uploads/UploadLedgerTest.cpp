@@ -200,7 +200,7 @@ QStringList statementsOf(int version)
 TEST_F(UploadLedgerTest, DatabasesOfEarlierVersionsGoOn)
 {
     QDir().mkpath(QFileInfo(m_path).path());
-    for (const int version : { 1, 2 }) {
+    for (const int version : { 1, 2, 3 }) {
         for (const QString& statement : statementsOf(version)) {
             ask(statement);
         }
@@ -215,18 +215,22 @@ TEST_F(UploadLedgerTest, DatabasesOfEarlierVersionsGoOn)
                   (QStringList{ row(u"sent"_s, Outcome::Confirmed), row(u"waiting"_s, Outcome::Interrupted),
                                 row(u"again"_s, Outcome::Interrupted), row(u"b"_s, Outcome::Confirmed) }))
             << version;
+        EXPECT_EQ(
+            ask(u"SELECT count(*) FROM sqlite_schema WHERE name = 'filesUndecided' AND sql LIKE '%settled = 4%'"_s),
+            QStringList{ u"1"_s })
+            << version;
         ASSERT_TRUE(QFile::remove(m_path)) << version;
     }
 }
 
-TEST_F(UploadLedgerTest, AFileThatWaitedForAnotherTryAtTheEndWasInterruptedAndOneThatWasGivenUpWasNot)
+TEST_F(UploadLedgerTest, AFileThatWaitedForAnotherTryAtTheEndIsUndecidedAsItWasAndOneThatWasGivenUpIsNot)
 {
     {
         Launch run(m_path);
         run.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
         for (int number = 0; number < 3; ++number) {
             run.history.nextFileStarts({ u"ftp://host/"_s });
-            run.history.fileEnded({ .kind = Outcome::ConnectionLost, .status = u"Gone"_s });
+            run.history.fileEnded({ .kind = Outcome::ConnectionLost, .status = u"Gone"_s, .reply = u"421 Bye"_s });
         }
         run.history.filesAwaitTry({ 0, 1, 2 }, true);
         run.history.filesAwaitTry({ 1 }, false);
@@ -240,7 +244,57 @@ TEST_F(UploadLedgerTest, AFileThatWaitedForAnotherTryAtTheEndWasInterruptedAndOn
     next.settle();
 
     EXPECT_EQ(next.ledger.interrupted().size(), 1);
-    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Interrupted) });
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::ConnectionLost) });
+    EXPECT_EQ(ask(u"SELECT status, reply FROM files"_s), QStringList{ u"Gone|421 Bye"_s });
+    {
+        Launch other(m_path, u"Other"_s);
+        other.ledger.clear();
+        other.settle();
+    }
+    EXPECT_EQ(interruptedOf(u"Quillbox"_s), 1);
+    LedgerDatabase last(u"Quillbox"_s);
+    ASSERT_EQ(last.open(m_path), LedgerProblem::None);
+    EXPECT_EQ(last.forgetInterrupted(), LedgerProblem::None);
+    EXPECT_TRUE(last.interrupted().isEmpty());
+}
+
+TEST_F(UploadLedgerTest, AFileThatItsCopyTriesAgainByItselfIsNotForAnother)
+{
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    run.history.nextFileStarts({ u"ftp://host/"_s });
+    run.history.fileEnded({ .kind = Outcome::ConnectionLost });
+    Launch other(m_path, u"Other"_s);
+    const auto canQueueAgain = [&other] {
+        std::optional<bool> answer;
+        other.ledger.read({ { .row = 1 } }, &other.ledger, [&answer](const auto& rows) {
+            answer = rows && !rows->isEmpty() && rows->first().entry.canOthersQueueAgain();
+        });
+        EXPECT_TRUE(waitFor([&answer] { return answer.has_value(); }));
+        return answer.value_or(false);
+    };
+    EXPECT_TRUE(waitFor(canQueueAgain));
+    run.history.filesAwaitTry({ 0 }, true);
+
+    EXPECT_TRUE(waitFor([&canQueueAgain] { return !canQueueAgain(); }));
+}
+
+TEST_F(UploadLedgerTest, WhatAnotherCopyHasQueuedAgainStaysSo)
+{
+    Launch run(m_path);
+    run.history.filesQueued({ u"/a"_s });
+    run.history.nextFileStarts({ u"ftp://host/"_s });
+    run.history.fileEnded({ .kind = Outcome::ConnectionLost });
+    ASSERT_TRUE(waitFor([this] { return outcomes() == QStringList{ row(u"a"_s, Outcome::ConnectionLost) }; }));
+    {
+        Launch other(m_path, u"Other"_s);
+        other.ledger.queuedAgain({ { .row = 1 } });
+        other.settle();
+    }
+    run.history.filesAwaitTry({ 0 }, true);
+    run.settle();
+
+    EXPECT_EQ(ask(u"SELECT settled FROM files"_s), QStringList{ u"1"_s });
 }
 
 TEST_F(UploadLedgerTest, AFileKeepsTheDestinationThatWasInForceWhenItWasDropped)
@@ -845,7 +899,7 @@ TEST_F(UploadLedgerTest, ADatabaseThatCannotBeReadAtTheMomentIsNotDamaged)
 TEST_F(UploadLedgerTest, TablesThatAreNotOursAreSetAside)
 {
     QDir().mkpath(QFileInfo(m_path).path());
-    for (const int version : { 0, 1, 2, 3 }) {
+    for (const int version : { 0, 1, 2, 3, 4 }) {
         ask(u"CREATE TABLE files (a)"_s);
         ask(u"PRAGMA user_version = %1"_s.arg(version));
         Launch run(m_path);
