@@ -135,7 +135,9 @@ std::optional<bool> UserDefaults::boolean(const QString& key) const
 
 bool UserDefaults::store(const QHash<QString, QJsonValue>& values)
 {
-    readFile();
+    if (!readFile()) {
+        return false; // Nobody knows what would be replaced.
+    }
     QJsonObject changed = m_values;
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
         if (it.value().isNull()) {
@@ -213,7 +215,8 @@ void UserDefaults::refresh() const
     }
 }
 
-void UserDefaults::readFile() const
+/// False when it cannot be looked at for the moment.
+bool UserDefaults::readFile() const
 {
     note(PrivateFile::closeToOthers(m_filePath));
     // Taken first: whatever changes from here on makes the next read look again.
@@ -221,7 +224,7 @@ void UserDefaults::readFile() const
     errno = 0;
     const std::optional<QJsonObject> values = stamp.error == 0 ? parsedFile(m_filePath) : std::nullopt;
     if (errno == EMFILE || errno == ENFILE) {
-        return; // What is known holds until there is a descriptor to read with.
+        return false; // What is known holds until there is a descriptor to read with.
     }
     m_values = values.value_or(QJsonObject());
     m_broken = !values && stamp.error != ENOENT && stamp.error != ENOTDIR;
@@ -237,6 +240,7 @@ void UserDefaults::readFile() const
         scheduleBrokenReport();
     }
     m_brokenStamp = m_broken ? std::optional(stamp) : std::nullopt;
+    return true;
 }
 
 void UserDefaults::noteAccess() const

@@ -1,5 +1,6 @@
 #include "UserDefaults.h"
 
+#include "FaultyFileCalls.h"
 #include "FileSizeLimit.h"
 #include "OpenDescriptors.h"
 #include "Printers.h"
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -119,6 +121,20 @@ TEST_F(UserDefaultsTest, WithoutADescriptorToReadWithWhatWasKnownHolds)
         EXPECT_EQ(m_defaults.string(u"Address"_s), u"one"_s);
     }
     EXPECT_EQ(m_defaults.string(u"Address"_s), u"the second"_s);
+}
+
+TEST_F(UserDefaultsTest, WithoutADescriptorToReadWithNothingIsStored)
+{
+    ASSERT_TRUE(m_defaults.store({ { u"k"_s, u"known"_s } }));
+    for (const QByteArray& present : { R"({"other":"new"})"_ba, "broken"_ba }) {
+        writeFile(present);
+        {
+            const FaultyFileCalls faults; // There is one again when it comes to writing.
+            FaultyFileCalls::failToOpen(EMFILE);
+            EXPECT_FALSE(m_defaults.store({ { u"k"_s, u"stored"_s } }));
+        }
+        EXPECT_EQ(contents(m_path), present);
+    }
 }
 
 TEST_F(UserDefaultsTest, AnEmptyTextIsNotNothing)

@@ -20,6 +20,7 @@ struct Faults {
     int closeError = 0;
     bool refusesToUnlink = false;
     bool refusesToRename = false;
+    int openError = 0;
     int creationError = 0;
     bool refusesToChangeGroup = false;
     int synchronizationError = 0;
@@ -118,6 +119,9 @@ int __wrap_open(const char* path, int flags, ...)
     if ((flags & O_EXCL) != 0 && faults().creationError != 0) {
         return fail(faults().creationError);
     }
+    if ((flags & (O_CREAT | O_TMPFILE)) == 0 && faults().openError != 0) {
+        return fail(faults().openError);
+    }
     mode_t mode = 0;
     if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
         va_list arguments;
@@ -199,6 +203,11 @@ void FaultyFileCalls::refuseToUnlink()
 void FaultyFileCalls::refuseToRename()
 {
     faults().refusesToRename = true;
+}
+
+void FaultyFileCalls::failToOpen(int error)
+{
+    faults().openError = error;
 }
 
 void FaultyFileCalls::failToCreate(int error)

@@ -21,6 +21,8 @@ public:
     /// From here on nothing can be removed, or nothing can be renamed, for want of permission.
     static void refuseToUnlink();
     static void refuseToRename();
+    /// From here on no file that is there can be opened, with @p error.
+    static void failToOpen(int error);
     /// From here on making a file that must not be there yet fails with @p error.
     static void failToCreate(int error);
     /// From here on no file can be given to another group, for want of permission.
