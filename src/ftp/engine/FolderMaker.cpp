@@ -2,8 +2,6 @@
 
 #include "ControlConnection.h"
 
-#include <utility>
-
 FolderMaker::FolderMaker(ControlConnection& connection, const QByteArray& path)
     : m_connection(connection)
     , m_levels(path.split('/'))
@@ -16,13 +14,15 @@ FolderMaker::FolderMaker(ControlConnection& connection, const QByteArray& path)
 
 FolderMaker::FolderMaker(ControlConnection& connection, const QByteArray& path, int levels)
     : m_connection(connection)
-    , m_whole(path)
 {
     qsizetype end = path.size();
     for (int level = 0; level < levels && end > 0; ++level) {
         const qsizetype slash = path.lastIndexOf('/', end - 1);
         m_levels.prepend(path.sliced(slash + 1, end - slash - 1));
         end = slash;
+    }
+    if (levels > 1) {
+        m_whole = path.sliced(end + 1);
     }
     if (end >= 0) {
         m_levels.prepend(end == 0 ? QByteArray("/") : path.first(end));
@@ -32,8 +32,7 @@ FolderMaker::FolderMaker(ControlConnection& connection, const QByteArray& path, 
 
 FolderMaker::Verdict FolderMaker::begin()
 {
-    // Mostly the last level alone is missing.
-    return m_whole.isNull() ? goOn() : send(FTPVerb::Mkd, m_whole);
+    return goOn();
 }
 
 FolderMaker::Verdict FolderMaker::goOn()
@@ -42,12 +41,16 @@ FolderMaker::Verdict FolderMaker::goOn()
         return Verdict::Made;
     }
     m_refusal.reset();
-    return send(std::exchange(m_isFirstThere, false) ? FTPVerb::Cwd : FTPVerb::Mkd, m_levels.first());
+    if (m_isFirstThere) {
+        return send(FTPVerb::Cwd, m_levels.first());
+    }
+    // Mostly the last level alone is missing.
+    return send(FTPVerb::Mkd, m_whole.isNull() ? m_levels.first() : m_whole);
 }
 
 FolderMaker::Verdict FolderMaker::handleReply(const FTPCommand& command, const Reply& reply)
 {
-    if (!m_whole.isNull()) {
+    if (!m_isFirstThere && !m_whole.isNull()) {
         return handleReplyToWhole(command, reply);
     }
     // What the server says to MKD tells why a level is missing better than what it says to CWD.
@@ -61,6 +64,7 @@ FolderMaker::Verdict FolderMaker::handleReply(const FTPCommand& command, const R
         return Verdict::Refused;
     }
     m_levels.removeFirst();
+    m_isFirstThere = false;
     return goOn();
 }
 

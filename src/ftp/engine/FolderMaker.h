@@ -42,8 +42,8 @@ private:
     Verdict send(FTPVerb verb, const QByteArray& folder);
 
     ControlConnection& m_connection;
-    QByteArray m_whole; ///< The path, while all but its last level may be there; null otherwise.
-    bool m_isFirstThere = false; ///< The first level is not to be made.
+    QByteArray m_whole; ///< All levels to be made, while all but the last may be there; null otherwise.
+    bool m_isFirstThere = false; ///< The first level is not to be made; it is still to be gone into.
     QList<QByteArray> m_levels; ///< Still to be made or gone into, the next one first.
     std::optional<Reply> m_refusal; ///< Of the present level.
 };

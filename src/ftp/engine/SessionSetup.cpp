@@ -54,7 +54,11 @@ SessionSetup::Verdict SessionSetup::begin()
     const ControlConnection::Session& session = m_connection.session();
     if (!session.loggedIn) {
         m_plan = loginCommands();
-    } else if (session.folder != m_goal.folder || !session.binary) {
+    } else if (session.folder == m_goal.folder) {
+        if (!session.binary) {
+            m_plan = { { FTPVerb::Type, "I" } };
+        }
+    } else {
         const std::optional<QByteArray> folder = absoluteFolder(m_goal.folder, session.loginFolder);
         if (!folder) {
             return Verdict::FolderUnknown;

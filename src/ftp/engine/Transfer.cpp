@@ -416,7 +416,7 @@ void Transfer::followFolder(FolderMaker::Verdict verdict)
     case FolderMaker::Verdict::Refused:
         const Reply refusal = *m_try.folderMaker->refusal();
         m_progress.reply = refusal.readable;
-        finishRefused(refusal);
+        finishRefused(refusal, m_try.folderMaker->missingLevels());
         break;
     }
 }
@@ -429,6 +429,7 @@ void Transfer::folderMade()
     }
     m_try.folderMaker.reset();
     m_try.connection->session().folder = m_request.folder();
+    m_try.connection->session().binary = false; // Some servers forget the type when the folder changes.
     m_try.setup = newSetup(false);
     enter(State::SettingUp);
     follow(m_try.setup->begin(), Reply());
@@ -812,10 +813,10 @@ void Transfer::succeed(FTPStreamEvent event)
     report(event);
 }
 
-void Transfer::finishRefused(const Reply& reply)
+void Transfer::finishRefused(const Reply& reply, int missingLevels)
 {
     if (reply.isNegative()) {
-        finishWith({ FTPStreamError::Domain::FTP, reply.code }, true);
+        finishWith({ .domain = FTPStreamError::Domain::FTP, .code = reply.code, .missingLevels = missingLevels }, true);
     } else {
         fail(); // An answer that does not fit the question.
     }
@@ -871,9 +872,6 @@ void Transfer::finishWith(FTPStreamError error, bool keepConnection)
     }
     m_error = error;
     m_error.stage = stageOfError();
-    if (error.domain == FTPStreamError::Domain::FTP && m_try.folderMaker != nullptr) {
-        m_error.missingLevels = m_try.folderMaker->missingLevels();
-    }
     enter(State::Finished);
     m_data.reset();
     letGoOfConnection(keepConnection);

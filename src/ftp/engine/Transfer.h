@@ -133,7 +133,7 @@ private:
     void finishWithoutLogin();
 
     void succeed(FTPStreamEvent event);
-    void finishRefused(const Reply& reply);
+    void finishRefused(const Reply& reply, int missingLevels = 0);
     bool isUndecided() const;
     void fail();
     FTPStreamError::Stage stageOfError() const;
