@@ -6,6 +6,7 @@
 #include "NetworkManager.h"
 #include "PathText.h"
 #include "TransferPercent.h"
+#include "TreePath.h"
 #include "URLText.h"
 
 #include <utility>
@@ -75,8 +76,8 @@ bool FTPPutController::openFile(const QString& filePath, const LocalItem& item)
     m_fileStream = FileInputStream::create(filePath);
     if (m_fileStream == nullptr) {
         using enum UploadOutcome::Kind;
-        // A folder that goes below others was to be looked through, and could not be.
-        const bool isUnread = item.isPlainFile || (item.isFolder && m_madeLevels > 0);
+        // A folder that the server was to keep was to be looked through, and could not be.
+        const bool isUnread = item.isPlainFile || (item.isFolder && !TreePath::relative(filePath).isNull());
         // The wording stays, although it is the input file that is meant.
         refuseStart(isUnread ? NotReadable : NotPlainFile, u"Can not create output file."_s);
         return false;

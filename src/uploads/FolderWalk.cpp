@@ -74,6 +74,7 @@ public:
 
     void run()
     {
+        m_pieceBegan = std::chrono::steady_clock::now(); // The thread may have come late.
         for (qsizetype index = 0; index < m_dropped.size() && !m_isEnding; ++index) {
             take(m_dropped.bytesAt(index).toByteArray());
         }
@@ -102,8 +103,10 @@ private:
         std::vector<Item> items = {}; ///< In the order of their names.
         size_t next = 0;
         bool isReported = false; ///< A path was that makes it on the server.
+        bool isUnread = false; ///< Somewhere it could not be read: it has a path of its own that makes nothing.
     };
     using Identity = std::pair<dev_t, ino_t>;
+    static Identity identityOf(const struct stat& status) { return { status.st_dev, status.st_ino }; }
 
     template <typename Signal> void say(Signal signal)
     {
@@ -140,7 +143,7 @@ private:
     /// Where a file is expected, a folder stands that nothing can be sent of.
     void addUnread(Level& level)
     {
-        level.isReported = true;
+        level.isUnread = true;
         add(level.path.chopped(1));
     }
 
@@ -159,8 +162,10 @@ private:
         }
         const QByteArray path = cleaned(dropped);
         const qsizetype slash = path.lastIndexOf('/');
-        if (slash < 0) {
-            leaveOut(dropped); // The root has no name that its folder could have.
+        struct stat root = {};
+        const bool isRoot = ::stat("/", &root) == 0 && identityOf(root) == identityOf(status);
+        if (isRoot || slash < 0) {
+            leaveOut(dropped); // Nobody means all that this machine has, and it has no name.
             return;
         }
         const QByteArray name = path.sliced(slash + 1);
@@ -179,12 +184,13 @@ private:
         while (!levels.empty() && !m_isEnding) {
             Level& level = levels.back();
             if (level.next == level.items.size()) {
-                const bool isReported = level.isReported;
-                if (!isReported) {
+                if (!level.isReported && !level.isUnread) {
+                    level.isReported = true;
                     add(level.path);
                 }
+                const bool isReported = level.isReported;
                 levels.pop_back();
-                if (!levels.empty()) {
+                if (!levels.empty() && isReported) {
                     levels.back().isReported = true;
                 }
                 continue;
@@ -207,8 +213,7 @@ private:
         const QByteArray bare = path.chopped(1); // With its "/" a link would be followed in any case.
         const int descriptor = ::open(bare.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | follow);
         struct stat status = {};
-        if (descriptor >= 0 && ::fstat(descriptor, &status) == 0
-            && !m_seen.insert(Identity(status.st_dev, status.st_ino)).second) {
+        if (descriptor >= 0 && ::fstat(descriptor, &status) == 0 && !m_seen.insert(identityOf(status)).second) {
             ::close(descriptor);
             leaveOut(bare);
             return;
@@ -272,7 +277,7 @@ private:
     std::set<Identity> m_seen; ///< Folders below the present dropped one, itself among them.
     PathList m_paths; ///< The present piece.
     QStringList m_leftOut; ///< Likewise.
-    std::chrono::steady_clock::time_point m_pieceBegan = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point m_pieceBegan;
     std::atomic<bool> m_isEnding = false;
 
     std::mutex m_mutex; ///< For what follows.

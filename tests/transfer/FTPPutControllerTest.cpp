@@ -6,6 +6,7 @@
 #include "LocalPath.h"
 #include "RunLoop.h"
 #include "TransferTest.h"
+#include "TreePath.h"
 
 #include <QDir>
 
@@ -735,10 +736,17 @@ TEST_F(FTPPutControllerTest, BelowOthersAFolderIsMadeAndNothingIsSent)
 TEST_F(FTPPutControllerTest, BelowOthersAFolderInPlaceOfAFileCouldNotBeReadAndAFileInPlaceOfAFolderIsNone)
 {
     ASSERT_TRUE(QDir().mkpath(path(u"d"_s)));
-    m_controller->setMadeLevels(1);
-
+    for (const QByteArray name : { "d", "d/../d" }) { // The one that was dropped, and one below it.
+        const QString folder
+            = QString::fromUtf8(TreePath::ofFolder(LocalPath::toBytes(m_folder.path()), name)).chopped(1);
+        m_controller->setMadeLevels(TreePath::levels(folder));
+        start(folder);
+        EXPECT_EQ(m_controller->outcome().kind, Outcome::NotReadable) << name.toStdString();
+    }
+    m_controller->setMadeLevels(0);
     start(path(u"d"_s));
-    EXPECT_EQ(m_controller->outcome().kind, Outcome::NotReadable);
+    EXPECT_EQ(m_controller->outcome().kind, Outcome::NotPlainFile);
+    m_controller->setMadeLevels(1);
 
     ASSERT_TRUE(QDir().rmdir(path(u"d"_s)));
     makeFile(u"d"_s, "x");

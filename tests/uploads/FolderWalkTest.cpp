@@ -8,11 +8,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -146,6 +148,22 @@ TEST_F(FolderWalkTest, AFolderThatCannotBeReadComesAsAFile)
     EXPECT_EQ(m_paths, QStringList{ found(u"Photos"_s) });
 }
 
+TEST_F(FolderWalkTest, AFolderThatHoldsNothingButOneThatCannotBeReadComesAsWell)
+{
+    const QString level = u'/' + u"x"_s.repeated(250);
+    makeFolder(u"tail"_s + level.repeated(9));
+    const QString deep = makeFolder(u"Photos"_s + level.repeated(9)) + u"/tail"_s;
+    // One path cannot hold them all; the folder is whole again, for the removal, when it has been moved out.
+    ASSERT_TRUE(QDir().rename(path(u"tail"_s), deep));
+    const auto moveOut = qScopeGuard([this, &deep] { QDir().rename(deep, path(u"tail"_s)); });
+
+    walk({ path(u"Photos"_s) });
+
+    ASSERT_EQ(m_paths.size(), 2);
+    EXPECT_GE(m_paths[0].size(), PATH_MAX);
+    EXPECT_EQ(m_paths[1], m_paths[0].chopped(level.size()) + u'/');
+}
+
 TEST_F(FolderWalkTest, AFolderThatLiesWithinItselfIsSeenOnce)
 {
     const QString photos = makeFolder(u"Photos"_s);
@@ -154,12 +172,23 @@ TEST_F(FolderWalkTest, AFolderThatLiesWithinItselfIsSeenOnce)
     makeFile(u"Photos/file"_s);
     const QByteArray self = LocalPath::toBytes(makeFolder(u"Photos/self"_s));
     ASSERT_EQ(::mount(LocalPath::toBytes(photos).constData(), self.constData(), nullptr, MS_BIND, nullptr), 0);
+    // Whatever comes meanwhile: what is removed after the test would not come to an end.
+    const auto unmount = qScopeGuard([&self] { ::umount2(self.constData(), MNT_DETACH); });
 
     walk({ photos });
 
     EXPECT_EQ(m_paths, QStringList{ found(u"Photos/file"_s) });
     EXPECT_EQ(m_leftOut, QStringList{ path(u"Photos/self"_s) });
-    ::umount2(self.constData(), MNT_DETACH);
+}
+
+TEST_F(FolderWalkTest, TheWholeDiskIsLeftOutHoweverItIsWritten)
+{
+    const QString link = this->link(u"disk"_s, u"/"_s);
+
+    walk({ u"/"_s, u"/tmp/.."_s, u"//."_s, link });
+
+    EXPECT_TRUE(m_paths.isEmpty());
+    EXPECT_EQ(m_leftOut, (QStringList{ u"/"_s, u"/tmp/.."_s, u"//."_s, link }));
 }
 
 TEST_F(FolderWalkTest, SeveralFoldersOfOneNameAreSaidToBeMerged)
