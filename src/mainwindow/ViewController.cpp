@@ -101,6 +101,7 @@ void ViewController::connectParts()
     connect(&m_pump, &Pump::shown, menu, &MainMenu::show);
     connect(&m_tries, &AutomaticTries::queued, this, &ViewController::showQueuedFiles);
     connect(&m_history, &UploadHistory::queueBegins, m_window.ui().dragAndDropView, &DragDropView::queueBegins);
+    connect(&m_history, &UploadHistory::queueBegins, this, [this] { m_run.queueBegins(); });
     connect(&m_walks, &FolderWalks::found, this, &ViewController::filesFound);
     connect(&m_walks, &FolderWalks::merged, this, [this](const QString& name) {
         m_history.note(
@@ -141,7 +142,7 @@ void ViewController::uploadFiles(const PathList& paths, const QStringList& leftO
         m_queue.append(plainPaths(paths), leftOut);
     }
     if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
-        m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
+        showQueueLength();
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
     } else {
         showQueuedFiles();
@@ -158,14 +159,21 @@ void ViewController::uploadAgain(const PathList& paths, const Destination& desti
 void ViewController::filesFound(const PathList& paths, const QStringList& leftOut)
 {
     m_queue.append(paths, leftOut);
-    if (!m_listing.destination().isNull()) {
+    if (m_listing.destination().isNull()) {
+        showQueueLength();
+    } else {
         showQueuedFiles();
     }
 }
 
-void ViewController::showQueuedFiles()
+void ViewController::showQueueLength()
 {
     m_window.ui().totalProgressIndicator->setMaximum(static_cast<int>(m_queue.size()));
+}
+
+void ViewController::showQueuedFiles()
+{
+    showQueueLength();
     m_window.ui().dragAndDropView->displayDroppedFiles(m_queue.paths());
 }
 

@@ -165,6 +165,7 @@ private:
     void connectParts();
     bool isLineFree() const;
     void filesFound(const PathList& paths, const QStringList& leftOut);
+    void showQueueLength();
     void showQueuedFiles();
     void refreshBesideUploads();
     void alertIfError(const QString& status);

@@ -27,6 +27,9 @@ public:
     /// Stops what is sent with the status "Upload Stopped".
     void stop();
 
+    /// A queue begins: what the server has refused in the one before is worth another question.
+    void queueBegins() { m_refusal = {}; }
+
     // What the controller reports.
 
     /// It has said a status: that of an end, when it sends no more.
@@ -50,6 +53,6 @@ private:
     FTPPutController& m_controller;
     UploadHistory& m_history;
     QString m_path; ///< Of what was started last.
-    Refusal m_refusal; ///< The last one, until something else is started.
+    Refusal m_refusal; ///< The last one of the queue, until something else is started.
     bool m_isStarting = false; ///< The controller is idle until it has started, whatever it says meanwhile.
 };

@@ -111,12 +111,11 @@ TEST_F(DroppedFoldersTest, EachFileGoesIntoItsSubFolderAndEmptyFoldersAreMade)
 TEST_F(DroppedFoldersTest, TheQueueShowsTheRelativePath)
 {
     makeBelow(u"Photos/2020/a.jpg"_s);
-    makeBelow(u"Photos/2020/b.jpg"_s);
 
     m_controller->uploadFiles({ folder(u"Photos"_s) });
     ASSERT_TRUE(waitFor([this] { return !listed().isEmpty(); }));
 
-    EXPECT_EQ(listed(), u"1) Photos/2020/a.jpg\n\n2) Photos/2020/b.jpg\n\n"_s);
+    EXPECT_EQ(listed(), u"1) Photos/2020/a.jpg\n\n"_s);
     serve();
 }
 
@@ -133,6 +132,19 @@ TEST_F(DroppedFoldersTest, WithoutTheSettingAFolderIsOpenedAsItAlwaysWas)
     EXPECT_EQ(text("statusTextField"), u"Can not create output file."_s);
     EXPECT_TRUE(sent().isEmpty());
     EXPECT_EQ(m_controller->history().entries().last().outcome, Outcome::NotPlainFile);
+}
+
+TEST_F(DroppedFoldersTest, WithoutADestinationTheBarTellsHowManyFilesWait)
+{
+    unset(u"Address"_s);
+    m_controller->destinationSet();
+    makeBelow(u"Photos/a"_s);
+    makeBelow(u"Photos/b"_s);
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    ASSERT_TRUE(waitFor([this] { return m_controller->fileUploadQueue().size() == 2; }));
+
+    EXPECT_EQ(bar("totalProgressIndicator").maximum(), 2);
 }
 
 TEST_F(DroppedFoldersTest, AFolderThatTheServerRefusesFailsAllInItWithOneLine)
@@ -167,6 +179,20 @@ TEST_F(DroppedFoldersTest, WithoutADestinationOnTheServerAllThatIsInFoldersFails
     EXPECT_EQ(count(Outcome::Refused), 3);
     EXPECT_EQ(notes(),
               QStringList{ u"The server has no such destination: 553 Not that one. No folder is uploaded there."_s });
+}
+
+TEST_F(DroppedFoldersTest, ThenTheNextQueueAsksTheServerAgain)
+{
+    makeBelow(u"Photos/a"_s);
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    serve([](const FakeFTPStream&) { return 1; });
+    ASSERT_EQ(count(Outcome::Refused), 1);
+
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    serve();
+
+    EXPECT_EQ(sent(), (QStringList{ u"ftp://host/in/Photos/a 1"_s, u"ftp://host/in/Photos/a 1"_s }));
+    EXPECT_EQ(count(Outcome::Confirmed), 1);
 }
 
 TEST_F(DroppedFoldersTest, AFileThatIsQueuedAgainGoesIntoItsSubFolderAndAsksTheServerAgain)
