@@ -57,8 +57,8 @@ public:
     QJsonObject values() const;
 
     /// Stores all @p values in one step; a null value removes its key. What other programs have stored meanwhile under
-    /// other keys stays. Folders that are missing are made for the owner alone. False when the file could not be read or
-    /// written; it then stands as it was.
+    /// other keys stays. Folders that are missing are made for the owner alone. False when the file could not be read
+    /// or written; it then stands as it was.
     [[nodiscard]] bool store(const QHash<QString, QJsonValue>& values);
 
     /// Stores @p values and nothing else; the file as it was is kept beside it, with ".bak" appended to its name.
