@@ -26,7 +26,7 @@ namespace {
 PathList plainPaths(const PathList& paths)
 {
     qsizetype index = 0;
-    while (index < paths.size() && !paths.bytesAt(index).contains("/./")) {
+    while (index < paths.size() && !paths.bytesAt(index).contains(TreePath::mark.data())) {
         ++index;
     }
     if (index == paths.size()) {

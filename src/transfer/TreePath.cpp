@@ -2,12 +2,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr QLatin1StringView mark("/./");
-
-} // namespace
-
 namespace TreePath {
 
 QByteArray ofFolder(const QByteArray& parent, const QByteArray& name)

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <QByteArray>
+#include <QLatin1StringView>
 #include <QString>
 
-/// Paths of what is uploaded with a folder that it lies in. "/./" stands in them once, in front of the part that the
-/// server keeps: "/home/anna/./Photos/2020/a.jpg" goes into the folder "Photos/2020" of the destination. To the system
-/// it is the path without that. With a "/" at the end it stands for a folder of which nothing else is uploaded. All
-/// other paths are plain.
+/// Paths of what is uploaded with a folder that it lies in. The mark stands in them once, in front of the part that
+/// the server keeps: "/home/anna/.//./Photos/2020/a.jpg" goes into the folder "Photos/2020" of the destination. To the
+/// system it is the path without that. With a "/" at the end it stands for a folder of which nothing else is uploaded.
+/// All other paths are plain, and stay to the letter as somebody has written them.
 namespace TreePath {
+
+/// What nobody writes, and what leads nowhere.
+inline constexpr QLatin1StringView mark("/.//./");
 
 /// That of the folder @p name, in the folder @p parent on this machine.
 QByteArray ofFolder(const QByteArray& parent, const QByteArray& name);

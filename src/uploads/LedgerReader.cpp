@@ -2,6 +2,7 @@
 
 #include "HistoryText.h"
 #include "LocalPath.h"
+#include "TreePath.h"
 
 #include <QSqlError>
 #include <QSqlQuery>
@@ -74,8 +75,9 @@ QString commandOf(const LedgerQuery& query, const QString& column)
 {
     QStringList conditions;
     if (!query.text.isEmpty()) {
-        conditions.append(u"(coalesce(CAST(folder AS TEXT), '') || '/' || CAST(name AS TEXT) || char(10) || "
-                          "coalesce(destination, '') || char(10) || "_s
+        // The path as it is shown (TreePath::plain()).
+        conditions.append(u"(replace(coalesce(CAST(folder AS TEXT), '') || '/' || CAST(name AS TEXT), '"_s
+                          + TreePath::mark + u"', '/') || char(10) || coalesce(destination, '') || char(10) || "_s
                           + shownOutcome()
                           + u" || char(10) || coalesce(reply, '') || char(10) || CAST(copy AS TEXT)) LIKE ? ESCAPE "
                             "'\\'"_s);

@@ -276,11 +276,13 @@ TEST_F(DroppedFoldersTest, APathThatIsWrittenLikeOneBelowAFolderIsTakenForWhatIt
 {
     unset(u"DroppedFolders"_s);
     makeBelow(u"Photos/a"_s);
+    const QString odd = m_directory.path() + u"/./Photos/./a"_s;
 
-    m_controller->uploadFiles({ folder(u"./Photos/./a"_s) });
+    m_controller->uploadFiles({ odd, m_directory.path() + u"/.//./Photos/a"_s });
+
+    EXPECT_EQ(m_controller->fileUploadQueue(), (QStringList{ odd, folder(u"Photos/a"_s) })); // One is to the letter.
     serve();
-
-    EXPECT_EQ(sent(), QStringList{ u"ftp://host/in/a 0"_s });
+    EXPECT_EQ(sent(), (QStringList{ u"ftp://host/in/a 0"_s, u"ftp://host/in/a 0"_s }));
 }
 
 TEST_F(DroppedFoldersTest, AFileBelowAFolderReplacesNoneInTheDestination)

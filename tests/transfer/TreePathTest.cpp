@@ -10,7 +10,7 @@ TEST(TreePathTest, WhatTheServerKeepsBeginsBehindTheMark)
 {
     const QString file = QString::fromUtf8(TreePath::ofFolder("/home/anna", "Photos")) + u"2020/a.jpg"_s;
 
-    EXPECT_EQ(file, u"/home/anna/./Photos/2020/a.jpg"_s);
+    EXPECT_EQ(file, u"/home/anna/.//./Photos/2020/a.jpg"_s);
     EXPECT_EQ(TreePath::relative(file), u"Photos/2020/a.jpg"_s);
     EXPECT_EQ(TreePath::shown(file), u"Photos/2020/a.jpg"_s);
     EXPECT_EQ(TreePath::folder(file), u"Photos/2020"_s);
@@ -21,12 +21,12 @@ TEST(TreePathTest, WhatTheServerKeepsBeginsBehindTheMark)
 
 TEST(TreePathTest, AFolderEndsInASlashAndCountsAmongItsLevels)
 {
-    const QString inner = u"/home/./Photos/empty/"_s;
+    const QString inner = u"/home/.//./Photos/empty/"_s;
     EXPECT_TRUE(TreePath::isFolder(inner));
     EXPECT_EQ(TreePath::folder(inner), u"Photos"_s);
     EXPECT_EQ(TreePath::levels(inner), 2);
 
-    const QString dropped = u"/./srv/"_s;
+    const QString dropped = u"/.//./srv/"_s;
     EXPECT_TRUE(TreePath::isFolder(dropped));
     EXPECT_TRUE(TreePath::folder(dropped).isNull());
     EXPECT_EQ(TreePath::levels(dropped), 1);
@@ -41,16 +41,24 @@ TEST(TreePathTest, APlainPathGoesIntoTheDestinationItself)
     EXPECT_EQ(TreePath::levels(path), 0);
     EXPECT_EQ(TreePath::plain(path), path);
     EXPECT_FALSE(TreePath::isFolder(u"/home/anna/"_s));
-    EXPECT_EQ(TreePath::plain(u"/./home/././a"_s), u"/home/a"_s);
+}
+
+TEST(TreePathTest, APlainPathIsLeftToTheLetterUnlessItHoldsTheMark)
+{
+    for (const QString& path : { u"/./home/././a"_s, u"/home/.//a"_s, u"//home/./a/."_s }) {
+        EXPECT_TRUE(TreePath::relative(path).isNull()) << path.toStdString();
+        EXPECT_EQ(TreePath::plain(path), path);
+    }
+    EXPECT_EQ(TreePath::plain(u"/.//./home/.//././/./a"_s), u"/home/a"_s);
 }
 
 TEST(TreePathTest, FoldersAreTakenOffFromTheEnd)
 {
-    const QString file = u"/home/./a/b/f"_s;
-    EXPECT_EQ(TreePath::withoutLevels(file, 0), u"/home/./a/b/"_s);
-    EXPECT_EQ(TreePath::withoutLevels(file, 1), u"/home/./a/"_s);
-    EXPECT_EQ(TreePath::withoutLevels(file, 2), u"/home/./"_s);
-    EXPECT_EQ(TreePath::withoutLevels(u"/home/./a/e/"_s, 0), u"/home/./a/e/"_s);
+    const QString file = u"/home/.//./a/b/f"_s;
+    EXPECT_EQ(TreePath::withoutLevels(file, 0), u"/home/.//./a/b/"_s);
+    EXPECT_EQ(TreePath::withoutLevels(file, 1), u"/home/.//./a/"_s);
+    EXPECT_EQ(TreePath::withoutLevels(file, 2), u"/home/.//./"_s);
+    EXPECT_EQ(TreePath::withoutLevels(u"/home/.//./a/e/"_s, 0), u"/home/.//./a/e/"_s);
 }
 
 } // namespace

@@ -162,7 +162,7 @@ TEST(HistoryTextTest, ToolTipsTellThePathAndTheExactSize)
 TEST(HistoryTextTest, AFileOfAFolderHasItsPathOnThisMachine)
 {
     HistoryEntry entry = confirmed();
-    entry.path = u"/home/anna/./Photos/2020/a.jpg"_s;
+    entry.path = u"/home/anna/.//./Photos/2020/a.jpg"_s;
 
     EXPECT_EQ(HistoryText::cell(entry, Column::File), u"a.jpg"_s);
     EXPECT_EQ(HistoryText::toolTip(entry, Column::File), u"/home/anna/Photos/2020/a.jpg"_s);

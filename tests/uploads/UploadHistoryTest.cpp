@@ -500,7 +500,7 @@ TEST_F(UploadHistoryTest, AQueueIsNotOverAsLongAsMoreComes)
 
 TEST_F(UploadHistoryTest, NoListingOfTheDestinationTellsOfAFileInAFolderThere)
 {
-    m_history.filesQueued({ u"/in/a"_s, u"/x/./Photos/a"_s });
+    m_history.filesQueued({ u"/in/a"_s, u"/x/.//./Photos/a"_s });
     confirmNext(5);
     confirmNext(7);
 
