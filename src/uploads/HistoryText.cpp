@@ -32,17 +32,10 @@ QString endText(const HistoryEntry& entry)
 {
     const QLocale locale;
     QString words = HistoryText::outcomeWords(entry.outcome);
-    switch (entry.outcome) {
-        using enum UploadOutcome::Kind;
-    case OtherSize:
+    if (entry.outcome == UploadOutcome::Kind::OtherSize) {
         return words.arg(locale.toString(*entry.listedSize), locale.toString(entry.size.value_or(0)));
-    case Refused:
-    case ConnectionLost:
-    case Failed:
-        return words + visibleText(entry.status);
-    default:
-        return words;
     }
+    return HistoryText::showsStatus(entry.outcome) ? words + visibleText(entry.status) : words;
 }
 
 /// How far a file came that broke off; null where nobody knows, or nothing had arrived. Nor does it matter of one that
@@ -142,6 +135,12 @@ QString outcomeWords(UploadOutcome::Kind outcome)
         return u"Not confirmed: Quillbox ended"_s;
     }
     return {};
+}
+
+bool showsStatus(UploadOutcome::Kind outcome)
+{
+    using enum UploadOutcome::Kind;
+    return outcome == Refused || outcome == ConnectionLost || outcome == Failed;
 }
 
 QString cell(const HistoryEntry& entry, Column column)

@@ -16,6 +16,8 @@ constexpr int columnCount = 8;
 QString title(Column column);
 /// What an outcome is called, without what a file adds to it.
 QString outcomeWords(UploadOutcome::Kind outcome);
+/// Whether what the upload said comes behind them.
+bool showsStatus(UploadOutcome::Kind outcome);
 constexpr QStringView queuedAgainWords = u" (queued again)"; ///< They come behind.
 /// What stands in @p column; null where there is nothing to say. Unseen characters are made visible.
 QString cell(const HistoryEntry& entry, Column column);

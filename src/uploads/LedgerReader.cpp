@@ -4,6 +4,7 @@
 #include "LocalPath.h"
 #include "TreePath.h"
 
+#include <QLocale>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QUuid>
@@ -27,16 +28,35 @@ QString failures()
     return numbers.join(u',');
 }
 
-/// The words that stand in the column for the outcome.
+/// The number of @p column as the user's language has it.
+QString shownNumber(const QString& column)
+{
+    const QLocale locale;
+    const bool isGrouped = !locale.numberOptions().testFlag(QLocale::OmitGroupSeparator);
+    const QString separator = isGrouped ? locale.groupSeparator().replace(u'\'', u"''"_s) : QString();
+    return u"replace(printf('%,d', "_s + column + u"), ',', '"_s + separator + u"')"_s;
+}
+
+/// The words that stand in the column for @p outcome.
+QString shownWords(Outcome outcome)
+{
+    QString words = u'\'' + HistoryText::outcomeWords(outcome) + u'\'';
+    if (outcome == Outcome::OtherSize) {
+        const QString number = u"' || %1 || '"_s;
+        words = words.arg(number.arg(shownNumber(u"listedSize"_s)), number.arg(shownNumber(u"size"_s)));
+    }
+    return HistoryText::showsStatus(outcome) ? words + u" || coalesce(status, '')"_s : words;
+}
+
 QString shownOutcome()
 {
     QString words = u"(CASE outcome"_s;
     for (int number = 0; number <= static_cast<int>(Outcome::Interrupted); ++number) {
-        words += u" WHEN %1 THEN '"_s.arg(number) + HistoryText::outcomeWords(static_cast<Outcome>(number)) + u'\'';
+        words += u" WHEN %1 THEN "_s.arg(number) + shownWords(static_cast<Outcome>(number));
     }
     return words
-        + u" END || coalesce(status, '') || iif(settled = %1, '%2', ''))"_s.arg(
-            QString::number(static_cast<int>(LedgerSettled::QueuedAgain)), HistoryText::queuedAgainWords);
+        + u" END || iif(settled = %1, '%2', ''))"_s.arg(QString::number(static_cast<int>(LedgerSettled::QueuedAgain)),
+                                                        HistoryText::queuedAgainWords);
 }
 
 /// What the database sorts by. People's order of names would need a key for each; this one ignores the case of the

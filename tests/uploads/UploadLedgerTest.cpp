@@ -600,6 +600,12 @@ TEST_F(LedgerQueryTest, ATextIsFoundInWhatTheColumnForTheOutcomeShows)
     EXPECT_EQ(namesOf({ .text = u"Failed: Error"_s }), QStringList{ u"Alpha_1"_s });
     EXPECT_EQ(namesOf({ .text = u"Quillbox ended"_s }), QStringList{ u"gamma"_s });
     EXPECT_EQ(namesOf({ .text = u"Waiting"_s }), QStringList{ u"delta"_s });
+    ask(u"UPDATE files SET outcome = %1, listedSize = 1234567, status = 'Unseen' WHERE size = 30"_s.arg(
+        static_cast<int>(Outcome::OtherSize)));
+    const QString listed = QLocale().toString(1234567);
+    EXPECT_EQ(namesOf({ .text = u"but %1 bytes listed, not 30"_s.arg(listed) }), QStringList{ u"Alpha_1"_s });
+    EXPECT_EQ(namesOf({ .text = u"%1"_s }), QStringList());
+    EXPECT_EQ(namesOf({ .text = u"Unseen"_s }), QStringList());
     {
         Launch run(m_path, u"Bilder"_s);
         ASSERT_TRUE(waitFor([&run] { return run.ledger.interrupted().size() == 1; }));
