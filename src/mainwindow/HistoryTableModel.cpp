@@ -188,8 +188,10 @@ void HistoryTableModel::othersChanged()
     for (Known& known : m_read) {
         known.isOld = true;
     }
-    showAgain(0, rowCount()); // Rows that are seen are read again.
-    refresh();
+    if (m_isSeen) {
+        showAgain(0, rowCount()); // Rows that are seen are read again.
+        refresh();
+    }
 }
 
 /// The ledger's answer, which has all files of this run with numbers below @p known and perhaps some that came later.

@@ -35,7 +35,8 @@ public:
     const LedgerQuery& query() const { return m_query; }
     /// Asks the ledger for the rows once more; answered() follows.
     void refresh();
-    /// Whether somebody can see the rows, as is taken for granted at first. While nobody can, they are not asked for.
+    /// Whether somebody can see the rows, as nobody can at first. They are asked for once somebody can; while nobody
+    /// can, what changes does not have them asked for.
     void setSeen(bool isSeen);
 
     const LedgerKey& key(int row) const { return m_keys[row]; }
@@ -85,6 +86,6 @@ private:
     mutable QSet<int> m_wantedPages;
     QSet<int> m_askedPages; ///< The ledger has yet to answer; of the present rows.
     mutable QTimer m_readSoon;
-    bool m_isSeen = true;
+    bool m_isSeen = false;
     QTimer m_refreshSoon{ this };
 };

@@ -228,25 +228,24 @@ QList<LedgerKey> HistoryWindow::keysOf(const QList<int>& rows) const
     return keys;
 }
 
-/// The files of this run that are shown and were lost.
-QList<LedgerKey> HistoryWindow::shownUnsettled() const
+/// The next file of this run from @p number on that is shown and was lost; -1 when there is none.
+int HistoryWindow::nextShownUnsettled(int number) const
 {
-    QList<LedgerKey> keys;
-    if (m_history.hasUnsettledRows()) {
-        for (const int number : HistoryRows::unsettled(m_history.entries())) {
-            if (m_model->rowOf(number) >= 0) {
-                keys.append({ .row = 0, .number = number });
-            }
+    for (; m_history.hasUnsettledRows() && number < m_history.rowCount(); ++number) {
+        if (m_model->rowOf(number) >= 0 && m_history.entries().withoutPath(number).isUnsettled()) {
+            return number;
         }
     }
-    return keys;
+    return -1;
 }
 
 void HistoryWindow::queueAgain()
 {
     QList<LedgerKey> keys = keysOf(selectedRows());
     if (keys.isEmpty()) {
-        keys = shownUnsettled();
+        for (int number = nextShownUnsettled(0); number >= 0; number = nextShownUnsettled(number + 1)) {
+            keys.append({ .row = 0, .number = number });
+        }
     }
     m_queueAgain(keys);
     refresh();
@@ -331,11 +330,10 @@ void HistoryWindow::showEvent(QShowEvent* event)
         m_ui->historyTable->scrollTo(m_model->index(row, 0));
     }
     showPlace();
-    m_model->refresh();
     refresh();
 }
 
-/// Others write to the same history, and nobody tells of it.
+/// The model asks for its rows from then on. Others write to the same history, and nobody tells of it.
 void HistoryWindow::setSeen(bool isSeen)
 {
     m_model->setSeen(isSeen);
@@ -367,7 +365,7 @@ void HistoryWindow::showWhatCanBeDone()
 {
     const QList<int> selected = selectedRows();
     const bool canQueue = selected.isEmpty()
-        ? !shownUnsettled().isEmpty()
+        ? nextShownUnsettled(0) >= 0
         : std::any_of(selected.begin(), selected.end(), [this](int row) { return m_model->canQueueAgain(row); });
     const bool hasRows = m_model->rowCount() > 0;
     setEnabledKeepingFocus(*m_ui->queueAgainButton, canQueue, *m_ui->historyTable);

@@ -49,7 +49,7 @@ private:
     void setDefaultWidths();
     QList<int> selectedRows() const;
     QList<LedgerKey> keysOf(const QList<int>& rows) const;
-    QList<LedgerKey> shownUnsettled() const;
+    int nextShownUnsettled(int number) const;
     QList<int> selectRowsOf(const QSet<LedgerKey>& keys);
     void keepSelection();
     void restoreSelection();

@@ -93,6 +93,26 @@ TEST_F(HistoryTableModelTest, OnlyRowsThatWereReadAreShownAgain)
     EXPECT_EQ(changes.size(), pages.size()); // Each was read once.
 }
 
+TEST_F(HistoryTableModelTest, OthersChangesAreAskedForWhileSomebodySeesTheRows)
+{
+    m_ledger.open({}, u"Quillbox"_s);
+    const QSignalSpy answers(&m_model, &HistoryTableModel::answered);
+    const auto waitForAllAsked = [this] {
+        bool isAnswered = false; // What was asked before is answered before.
+        m_ledger.find({}, &m_ledger, [&isAnswered](const auto&) { isAnswered = true; });
+        return waitFor([&isAnswered] { return isAnswered; });
+    };
+    emit m_ledger.othersChanged();
+    ASSERT_TRUE(waitForAllAsked());
+    EXPECT_EQ(answers.size(), 0);
+    m_model.setSeen(true);
+    ASSERT_TRUE(waitForAllAsked());
+    EXPECT_EQ(answers.size(), 1);
+    emit m_ledger.othersChanged();
+    ASSERT_TRUE(waitForAllAsked());
+    EXPECT_EQ(answers.size(), 2);
+}
+
 TEST_F(HistoryTableModelTest, ToolTipsAreNoMarkup)
 {
     m_history.filesQueued({ u"/<b>a</b>"_s });
