@@ -41,9 +41,11 @@ SheetQueue::SheetQueue(QWidget& window)
 bool SheetQueue::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::WindowActivate && m_alert != nullptr && !m_alert->isModal()) {
-        m_alert->hide(); // Its modality counts when it is shown.
-        m_alert->setAttribute(Qt::WA_ShowWithoutActivating, false);
-        m_alert->open();
+        // Modality counts when a window is shown. This one, hidden and shown again, might stay hidden: to the window
+        // manager, which may only now hear that it is to be shown, the hiding comes last.
+        m_alert->disconnect(this);
+        m_alert->close();
+        showNext();
     }
     return QObject::eventFilter(watched, event);
 }

@@ -61,8 +61,10 @@ TEST_F(SheetQueueTest, ASheetHoldsItsWindowOnlyWhenTheKeyboardComesThere)
 
     ASSERT_TRUE(waitForSheet(u"one"_s));
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    const auto* const first = m_window.findChild<QDialog*>();
     m_window.activateWindow();
     ASSERT_TRUE(waitFor([] { return QApplication::activeModalWidget() != nullptr; }));
+    EXPECT_NE(QApplication::activeModalWidget(), first) << "a window that is hidden and shown again may stay hidden";
     EXPECT_EQ(QApplication::activeModalWidget()->windowModality(), Qt::WindowModal);
     EXPECT_EQ(shownSheets(), QStringList{ u"one: text"_s });
     answerSheet();
