@@ -360,12 +360,16 @@ class Program:
     def press(self, name):
         """Presses a button as soon as it can be pressed."""
 
-        def enabled_button():
-            node = self.find(name)
-            return node if node and _has(node, "ENABLED") else None
+        wait_for(lambda: self.press_what_shows(name), f"“{name}” to be enabled")
 
-        button = wait_for(enabled_button, f"“{name}” to be enabled")
-        _atspi().Action.do_action(button.get_action_iface(), 0)
+    def press_what_shows(self, name):
+        """Whether there is such a button that can be pressed; then it has been."""
+        node = self.find(name)
+        action = _ask(node.get_action_iface) if node and _has(node, "ENABLED") else None
+        if action is None:
+            return False
+        _atspi().Action.do_action(action, 0)
+        return True
 
     def choose(self, menu, name):
         """Has an item of the menu bar do what it is for, as soon as it can."""

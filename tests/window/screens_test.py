@@ -34,17 +34,22 @@ class OnAScreen(WindowTest):
         width, height = (int(re.search(rf"{side}: (\d+)", lines)[1]) for side in ("Width", "Height"))
         return left, top, left + width, top + height
 
-    def assert_within(self, area, inner, what):
-        left, top, right, bottom = area
-        self.assertTrue(left <= inner[0] and inner[2] <= right and top <= inner[1] and inner[3] <= bottom, what)
-
     def assert_reachable(self, program, title, *buttons):
-        """The window is on the screen as a whole, and so are these buttons in the window."""
-        area = self.area_of(program, title)
-        self.assert_within((0, 0, *map(int, self.size.split("x"))), area, title)
-        for button in buttons:
+        """The window is on the screen as a whole, and so are these buttons in the window, as soon as it has its place."""
+
+        def is_within(area, inner):
+            left, top, right, bottom = area
+            return left <= inner[0] and inner[2] <= right and top <= inner[1] and inner[3] <= bottom
+
+        def has(area, button):
             left, top, width, height = self.desktop.scaled(program.box(button))
-            self.assert_within(area, (left, top, left + width, top + height), button)
+            return is_within(area, (left, top, left + width, top + height))
+
+        def are_within():
+            area = self.area_of(program, title)
+            return is_within((0, 0, *map(int, self.size.split("x"))), area) and all(has(area, name) for name in buttons)
+
+        wait_for(are_within, f"{title} to be on the screen, and in it {', '.join(buttons)}")
 
     def try_locale(self, language, is_large=False):
         """Uploads a file, and looks at all buttons before one of the lowest is pressed."""

@@ -2,6 +2,7 @@
 
 import contextlib
 import logging
+import math
 import os
 import shutil
 import tempfile
@@ -57,9 +58,9 @@ class UploadServer:
         self._thread.join()
         shutil.rmtree(self.root, ignore_errors=True)
 
-    def read_at_most(self, bytes_per_second):
-        """Slows the uploads; 0 lets them run."""
-        self._data.bytes_per_second = bytes_per_second
+    def read_at_most(self, bytes_per_second, in_all=math.inf):
+        """Slows the uploads, and has each stand still where it has come that far; 0 lets them run."""
+        self._data.bytes_per_second, self._data.in_all = bytes_per_second, in_all
 
     def let_everybody_in(self):
         """Also those without a name, who may do the same."""
@@ -146,6 +147,7 @@ class _Data(DTPHandler):
     """Reads evenly at a chosen speed; pyftpdlib's own throttle lets two seconds' worth through first."""
 
     bytes_per_second = 0
+    in_all = math.inf
     pause = 0.02
 
     def __init__(self, sock, cmd_channel):
@@ -159,8 +161,11 @@ class _Data(DTPHandler):
         chunk = super().recv(piece)
         if chunk:
             self.del_channel()
-            self._timer = self.ioloop.call_later(self.pause, self._go_on, _errback=self.handle_error)
+            self._wait()
         return chunk
+
+    def _wait(self):
+        self._timer = self.ioloop.call_later(self.pause, self._go_on, _errback=self.handle_error)
 
     def close(self):
         if self._timer is not None and not self._timer.cancelled:
@@ -168,4 +173,7 @@ class _Data(DTPHandler):
         super().close()
 
     def _go_on(self):
-        self.add_channel(events=self.ioloop.READ)
+        if self.tot_bytes_received < self.in_all:
+            self.add_channel(events=self.ioloop.READ)
+        else:
+            self._wait()
