@@ -180,6 +180,8 @@ void ViewController::showQueuedFiles()
 void ViewController::clearQueue()
 {
     if (m_walks.isUnderWay()) {
+        const FolderWalks::Dropped rest = m_walks.rest();
+        m_queue.append(rest.paths, rest.leftOut); // So that the history has them as removed.
         m_walks.stop();
         m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
     }

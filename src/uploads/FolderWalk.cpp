@@ -76,7 +76,8 @@ public:
     {
         m_pieceBegan = std::chrono::steady_clock::now(); // The thread may have come late.
         for (qsizetype index = 0; index < m_dropped.size() && !m_isEnding; ++index) {
-            take(m_dropped.bytesAt(index).toByteArray());
+            take(m_dropped.bytesAt(index).toByteArray(), index);
+            m_done = index + 1;
         }
         sayPiece();
         say([](FolderWalk& walk) { emit walk.ended(); });
@@ -88,6 +89,7 @@ public:
         for (qsizetype index = 0; index < m_dropped.size(); ++index) {
             m_leftOut.append(m_dropped.at(index));
         }
+        m_done = m_dropped.size();
         sayPiece();
         say([](FolderWalk& walk) { emit walk.ended(); });
     }
@@ -119,7 +121,9 @@ private:
     void sayPiece()
     {
         if (!m_paths.isEmpty() || !m_leftOut.isEmpty()) {
-            say([paths = std::exchange(m_paths, {}), leftOut = std::exchange(m_leftOut, {})](FolderWalk& walk) {
+            say([paths = std::exchange(m_paths, {}), leftOut = std::exchange(m_leftOut, {}),
+                 done = m_done](FolderWalk& walk) {
+                walk.m_done = done;
                 emit walk.found(paths, leftOut);
             });
         }
@@ -153,10 +157,11 @@ private:
         sayPieceIfDue();
     }
 
-    void take(const QByteArray& dropped)
+    void take(const QByteArray& dropped, qsizetype index)
     {
         struct stat status = {};
         if (::stat(dropped.constData(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+            m_done = index + 1; // With the piece that it comes in.
             add(dropped);
             return;
         }
@@ -165,6 +170,7 @@ private:
         struct stat root = {};
         const bool isRoot = ::stat("/", &root) == 0 && identityOf(root) == identityOf(status);
         if (isRoot || slash < 0) {
+            m_done = index + 1;
             leaveOut(dropped); // Nobody means all that this machine has, and it has no name.
             return;
         }
@@ -273,6 +279,7 @@ private:
     }
 
     PathList m_dropped;
+    qsizetype m_done = 0; ///< So many of these are dealt with when the present piece has been reported.
     QHash<QByteArray, int> m_named; ///< How often a dropped folder had that name.
     std::set<Identity> m_seen; ///< Folders below the present dropped one, itself among them.
     PathList m_paths; ///< The present piece.
@@ -285,7 +292,8 @@ private:
 };
 
 FolderWalk::FolderWalk(const PathList& dropped)
-    : m_work(std::make_shared<Work>(*this, dropped))
+    : m_dropped(dropped)
+    , m_work(std::make_shared<Work>(*this, dropped))
 {
     try {
         std::thread([work = m_work] { work->run(); }).detach();
@@ -306,6 +314,24 @@ void FolderWalks::begin(const PathList& dropped, const QStringList& leftOut)
         beginNext();
         emit changed();
     }
+}
+
+PathList FolderWalk::rest() const
+{
+    return m_dropped.copied(m_done, m_dropped.size() - m_done);
+}
+
+FolderWalks::Dropped FolderWalks::rest() const
+{
+    Dropped rest;
+    if (m_walk != nullptr) {
+        rest.paths = m_walk->rest();
+    }
+    for (const Dropped& next : m_next) {
+        rest.paths.append(next.paths);
+        rest.leftOut.append(next.leftOut);
+    }
+    return rest;
 }
 
 void FolderWalks::stop()

@@ -26,6 +26,9 @@ public:
     /// Ends the walk and waits for nothing.
     ~FolderWalk() override;
 
+    /// Of what was dropped, all from the first item on that found() has not yet been emitted for to its end.
+    PathList rest() const;
+
 signals:
     // From the loop of this object's thread.
 
@@ -37,6 +40,8 @@ signals:
 private:
     class Work;
 
+    PathList m_dropped;
+    qsizetype m_done = 0; ///< So many of these are no rest.
     std::shared_ptr<Work> m_work; ///< With the thread.
 };
 
@@ -45,8 +50,15 @@ class FolderWalks final : public QObject {
     Q_OBJECT
 
 public:
+    struct Dropped {
+        PathList paths;
+        QStringList leftOut; ///< What came with them and is nothing to look through.
+    };
+
     /// Has @p dropped looked through; @p leftOut came with them.
     void begin(const PathList& dropped, const QStringList& leftOut);
+    /// What stop() would end before it has been looked through, as it was dropped.
+    Dropped rest() const;
     /// Ends them all; nothing more is found.
     void stop();
     bool isUnderWay() const { return m_walk != nullptr; }
@@ -58,11 +70,6 @@ signals:
     void changed();
 
 private:
-    struct Dropped {
-        PathList paths;
-        QStringList leftOut;
-    };
-
     void beginNext();
 
     std::unique_ptr<FolderWalk> m_walk; ///< The one that is under way; null exactly while none is.

@@ -214,6 +214,7 @@ TEST_F(DroppedFoldersTest, ClearingTheQueueEndsTheWalk)
 {
     makeBelow(u"Photos/a"_s);
     m_controller->uploadFiles({ folder(u"Photos"_s) });
+    m_controller->uploadFiles({ u"/waits/behind/it"_s });
     tick();
     EXPECT_TRUE(button("clearQueueButton").isEnabled());
     EXPECT_EQ(m_controller->quitWarning(),
@@ -223,6 +224,7 @@ TEST_F(DroppedFoldersTest, ClearingTheQueueEndsTheWalk)
 
     EXPECT_FALSE(m_controller->history().isQueueUnderWay());
     EXPECT_EQ(notes(), QStringList{ u"The queue was cleared before all that was dropped had been looked through."_s });
+    EXPECT_EQ(count(Outcome::Removed), 2); // What was dropped, as nobody knows more of it.
     tick();
     EXPECT_FALSE(button("clearQueueButton").isEnabled());
     EXPECT_TRUE(m_controller->quitWarning().isNull());

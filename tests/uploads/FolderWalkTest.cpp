@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <climits>
 #include <fcntl.h>
+#include <optional>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -256,14 +257,31 @@ TEST_F(FolderWalkTest, StoppedItFindsNothingMoreAndTheNextOneBeginsAfresh)
         makeFile(u"Photos/%1"_s.arg(i));
     }
     m_walks.begin({ path(u"Photos"_s) }, {});
-    m_walks.begin({ path(u"Photos"_s) }, {});
+    m_walks.begin({ path(u"Photos"_s), u"/a/file"_s }, { u"http://host/x"_s });
 
+    const FolderWalks::Dropped rest = m_walks.rest();
+    EXPECT_EQ(rest.paths.toStringList(), (QStringList{ path(u"Photos"_s), path(u"Photos"_s), u"/a/file"_s }));
+    EXPECT_EQ(rest.leftOut, QStringList{ u"http://host/x"_s });
     m_walks.stop();
 
     EXPECT_FALSE(m_walks.isUnderWay());
     const QString file = makeFile(u"file"_s);
     walk({ file });
     EXPECT_EQ(m_paths, QStringList{ file });
+}
+
+TEST_F(FolderWalkTest, WhatHasBeenFoundToItsEndIsNoRest)
+{
+    const QString file = makeFile(u"file"_s);
+    makeFile(u"Photos/a"_s);
+    FolderWalk walk(QStringList{ file, u"/"_s, path(u"Photos"_s), file });
+    std::optional<QStringList> rest;
+    QObject::connect(&walk, &FolderWalk::ended, &walk, [&] { rest = walk.rest().toStringList(); });
+    EXPECT_EQ(walk.rest().size(), 4);
+
+    ASSERT_TRUE(waitFor([&rest] { return rest.has_value(); }));
+
+    EXPECT_EQ(*rest, QStringList());
 }
 
 TEST_F(FolderWalkTest, WhatIsDroppedMeanwhileFollows)
