@@ -28,8 +28,8 @@ MainWindow::MainWindow()
         { m_ui->totalBytesTextField, m_ui->percentTextField, m_ui->timeLeftTextField, m_ui->speedTextField });
     m_ui->transferPane->setParts({ .details = *m_ui->transferDetails,
                                    .otherFolder = *m_ui->otherFolderLabel,
-                                   .outcome = *m_ui->outcomeLine,
                                    .brokenListing = *m_ui->brokenListingLabel,
+                                   .outcome = *m_ui->outcomeLine,
                                    .refuge = *m_ui->destinationListingTable });
     const std::initializer_list<QLabel*> quietLabels{ m_ui->waitingTextField,       m_ui->bytesFormattedTextField,
                                                       m_ui->totalBytesTextField,    m_ui->speedTextField,

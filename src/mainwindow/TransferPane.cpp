@@ -9,7 +9,7 @@
 
 void TransferPane::setParts(const Parts& parts)
 {
-    m_parts = { &parts.details, &parts.otherFolder, &parts.outcome, &parts.brokenListing };
+    m_parts = { &parts.details, &parts.otherFolder, &parts.brokenListing, &parts.outcome };
     m_details = &parts.details;
     m_outcome = &parts.outcome;
     m_refuge = &parts.refuge;

@@ -14,13 +14,13 @@ class TransferPane final : public QWidget {
 
 public:
     /// What comes and goes, in the pane's layout. In a low window the first one of @p details, @p otherFolder,
-    /// @p outcome and @p brokenListing that has something to tell shows. @p refuge has the keyboard when what had it is
-    /// hidden.
+    /// @p brokenListing and @p outcome, which stays until it is dismissed, that has something to tell shows. @p refuge
+    /// has the keyboard when what had it is hidden.
     struct Parts {
         QWidget& details;
         QWidget& otherFolder;
-        OutcomeLine& outcome;
         QWidget& brokenListing;
+        OutcomeLine& outcome;
         QWidget& refuge;
     };
 

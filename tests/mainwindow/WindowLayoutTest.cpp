@@ -189,7 +189,6 @@ TEST_F(WindowLayoutTest, StopAndClearQueueStayWhereTheyAreWhenTheQueueEnds)
 TEST_F(WindowLayoutTest, InALowWindowABrokenListingIsToldWhereNothingElseIs)
 {
     const auto breakListing = [this] {
-        m_controller->refresh();
         latest(Kind::Listing).sendOpenCompleted();
         m_controller->addListEntries({ ListingEntry() });
         latest(Kind::Listing).sendReadFailure();
@@ -199,6 +198,7 @@ TEST_F(WindowLayoutTest, InALowWindowABrokenListingIsToldWhereNothingElseIs)
         startAgain();
         resize({ 760, height });
         const QRect place = placeOf("destinationListingTable");
+        m_controller->refresh();
         breakListing();
         ASSERT_TRUE(widget("brokenListingLabel").isVisible());
         EXPECT_EQ(placeOf("destinationListingTable"), place);
@@ -207,7 +207,11 @@ TEST_F(WindowLayoutTest, InALowWindowABrokenListingIsToldWhereNothingElseIs)
         ASSERT_TRUE(widget("transferDetails").isVisible());
         EXPECT_EQ(widget("brokenListingLabel").isVisible(), height == 680);
         EXPECT_EQ(placeOf("destinationListingTable"), place);
-        m_controller->clearQueue();
+
+        endWithALoss();
+        breakListing();
+        EXPECT_TRUE(widget("brokenListingLabel").isVisible());
+        EXPECT_EQ(widget("outcomeLine").isVisible(), height == 680) << "it stays until it is dismissed";
     }
 }
 
