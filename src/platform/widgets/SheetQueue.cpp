@@ -102,6 +102,7 @@ void SheetQueue::showNext()
 void SheetQueue::finished(bool isAlternate)
 {
     const Sheet sheet = m_sheets.takeFirst();
+    m_alert.clear(); // It goes, and shows no more.
     if (!m_sheets.isEmpty()) {
         showNextSoon();
     }

@@ -71,6 +71,19 @@ TEST_F(SheetQueueTest, ASheetHoldsItsWindowOnlyWhenTheKeyboardComesThere)
     EXPECT_TRUE(shownSheets().isEmpty());
 }
 
+TEST_F(SheetQueueTest, ASheetThatIsAnsweredBeforeTheKeyboardComesDoesNotComeBack)
+{
+    QWidget other;
+    showInFront(other);
+    raise(u"one"_s);
+    ASSERT_TRUE(waitForSheet(u"one"_s));
+
+    answerSheet();
+    QEvent activation(QEvent::WindowActivate); // Before the loop has put the sheet away.
+    QApplication::sendEvent(&m_window, &activation);
+    EXPECT_EQ(shownSheets(), QStringList());
+}
+
 TEST_F(SheetQueueTest, ASheetWaitsForAnotherDialogOfItsWindow)
 {
     QDialog dialog(&m_window);
