@@ -46,12 +46,12 @@ const QString undecided = u"((outcome = %1 AND settled = 0) OR settled = %2)"_s.
     QString::number(static_cast<int>(LedgerSettled::MissedTry)));
 
 /// What is put behind the name of a database for that of each of its files, itself first.
-const std::array<QString, 3> parts{ QString(), u"-wal"_s, u"-shm"_s };
+const std::array<QString, 3> filesOfDatabase{ QString(), u"-wal"_s, u"-shm"_s };
 
 /// Whether a file of a database called @p path would take the place of anything.
 bool isAnyPartAt(const QString& path)
 {
-    return std::any_of(parts.begin(), parts.end(), [&path](const QString& part) {
+    return std::any_of(filesOfDatabase.begin(), filesOfDatabase.end(), [&path](const QString& part) {
         struct stat status { };
         return lstat(LocalPath::toBytes(path + part).constData(), &status) == 0;
     });
@@ -204,7 +204,7 @@ QString LedgerDatabase::setAside() const
     for (int number = 2; isAnyPartAt(target); ++number) {
         target = m_path + u".damaged-%1"_s.arg(number);
     }
-    for (const QString& part : parts) { // The others belong to no other database.
+    for (const QString& part : filesOfDatabase) { // The others belong to no other database.
         const int result
             = std::rename(LocalPath::toBytes(m_path + part).constData(), LocalPath::toBytes(target + part).constData());
         if (result != 0 && part.isEmpty()) {
