@@ -7,7 +7,6 @@
 #include "FTPCreateController.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
-#include "FolderWalk.h"
 #include "ItemActions.h"
 #include "ListingTable.h"
 #include "ModalState.h"
@@ -15,6 +14,7 @@
 #include "RefreshPace.h"
 #include "RunLoop.h"
 #include "UploadHistory.h"
+#include "UploadIntake.h"
 #include "UploadQueue.h"
 #include "UploadRun.h"
 #include "UserDefaults.h"
@@ -139,7 +139,7 @@ WindowState Pump::state() const
              .size = movingSize(),
              .waiting = m_parts.queue.size(),
              .isQueueUnderWay = m_parts.history.isQueueUnderWay(),
-             .isLookedThrough = m_parts.walks.isUnderWay(),
+             .isLookedThrough = m_parts.intake.isLookingThrough(),
              .isTryWaiting = m_parts.tries.waitingCount() > 0,
              .tally = m_parts.history.queueTally(),
              .listing = listing.state(),

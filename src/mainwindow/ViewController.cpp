@@ -3,14 +3,12 @@
 #include "DestinationSettings.h"
 #include "DestinationWatch.h"
 #include "DragDropView.h"
-#include "DroppedFolders.h"
 #include "FTPConnections.h"
 #include "ListingTable.h"
 #include "MainMenu.h"
 #include "QuitWarning.h"
 #include "SheetQueue.h"
 #include "TextPrompt.h"
-#include "TreePath.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
 #include "WindowSight.h"
@@ -19,27 +17,6 @@
 #include <QCoreApplication>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// @p paths, of which somebody may have written one as a TreePath.
-PathList plainPaths(const PathList& paths)
-{
-    qsizetype index = 0;
-    while (index < paths.size() && !paths.bytesAt(index).contains(TreePath::mark.data())) {
-        ++index;
-    }
-    if (index == paths.size()) {
-        return paths; // The usual case, which costs nothing.
-    }
-    PathList plain;
-    for (index = 0; index < paths.size(); ++index) {
-        plain.append(TreePath::plain(paths.at(index)));
-    }
-    return plain;
-}
-
-} // namespace
 
 ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connections)
     : m_pc(streams)
@@ -54,7 +31,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_dragging(m_window, m_listing, m_items, *this, this)
     , m_windows(*this, connections)
     , m_indicators(m_window.ui(), m_windows.manualTransfers().ui())
-    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_walks, m_tries, m_run, m_pace, m_listing, m_items,
+    , m_pump({ m_pc, m_gc, m_cc, m_history, m_queue, m_intake, m_tries, m_run, m_pace, m_listing, m_items,
                *m_window.ui().destinationListingTable, m_indicators, m_windows.preferences() })
 {
     awakeFromNib();
@@ -102,13 +79,8 @@ void ViewController::connectParts()
     connect(&m_tries, &AutomaticTries::queued, this, &ViewController::showQueuedFiles);
     connect(&m_history, &UploadHistory::queueBegins, m_window.ui().dragAndDropView, &DragDropView::queueBegins);
     connect(&m_history, &UploadHistory::queueBegins, this, [this] { m_run.queueBegins(); });
-    connect(&m_walks, &FolderWalks::found, this, &ViewController::filesFound);
-    connect(&m_walks, &FolderWalks::merged, this, [this](const QString& name) {
-        m_history.note(
-            u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
-    });
-    connect(&m_walks, &FolderWalks::changed, this, [this] { m_history.setMoreComes(m_walks.isUnderWay()); });
-    connect(&m_walks, &FolderWalks::changed, &m_pump, &Pump::wake);
+    connect(&m_intake, &UploadIntake::joined, this, &ViewController::filesJoined);
+    connect(&m_intake, &UploadIntake::changed, &m_pump, &Pump::wake);
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
@@ -131,16 +103,11 @@ void ViewController::connectParts()
 void ViewController::uploadFiles(const PathList& paths, const QStringList& leftOut)
 {
     if (paths.isEmpty() && !leftOut.isEmpty()) {
-        m_queue.append({}, leftOut);
+        m_intake.take({ {}, leftOut });
         return;
     }
     emit userRequestedConnection();
-    if (DroppedFolders::areUploaded()) {
-        m_history.setMoreComes(true);
-        m_walks.begin(plainPaths(paths), leftOut);
-    } else {
-        m_queue.append(plainPaths(paths), leftOut);
-    }
+    m_intake.take({ paths, leftOut });
     if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
         showQueueLength();
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
@@ -156,9 +123,8 @@ void ViewController::uploadAgain(const PathList& paths, const Destination& desti
     showQueuedFiles();
 }
 
-void ViewController::filesFound(const PathList& paths, const QStringList& leftOut)
+void ViewController::filesJoined()
 {
-    m_queue.append(paths, leftOut);
     if (m_listing.destination().isNull()) {
         showQueueLength();
     } else {
@@ -179,12 +145,7 @@ void ViewController::showQueuedFiles()
 
 void ViewController::clearQueue()
 {
-    if (m_walks.isUnderWay()) {
-        const FolderWalks::Dropped rest = m_walks.rest();
-        m_queue.append(rest.paths, rest.leftOut); // So that the history has them as removed.
-        m_walks.stop();
-        m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
-    }
+    m_intake.giveUp();
     m_tries.giveUp();
     m_queue.clear();
 }
@@ -354,5 +315,5 @@ QString ViewController::askInput(const QString& prompt, const QString& defaultTe
 QString ViewController::quitWarning() const
 {
     return ::quitWarning(m_pc.isSending(), m_gc.isReceiving() || m_items.isDownloadingSeveral(),
-                         m_queue.size() + m_tries.waitingCount(), m_walks.isUnderWay());
+                         m_queue.size() + m_tries.waitingCount(), m_intake.isLookingThrough());
 }

@@ -7,7 +7,6 @@
 #include "FTPGetController.h"
 #include "FTPListController.h"
 #include "FTPPutController.h"
-#include "FolderWalk.h"
 #include "ItemActions.h"
 #include "ItemDragging.h"
 #include "MainWindow.h"
@@ -15,6 +14,7 @@
 #include "RefreshPace.h"
 #include "SecondaryWindows.h"
 #include "UploadHistory.h"
+#include "UploadIntake.h"
 #include "UploadLedger.h"
 #include "UploadQueue.h"
 #include "UploadRun.h"
@@ -164,7 +164,7 @@ signals:
 private:
     void connectParts();
     bool isLineFree() const;
-    void filesFound(const PathList& paths, const QStringList& leftOut);
+    void filesJoined();
     void showQueueLength();
     void showQueuedFiles();
     void refreshBesideUploads();
@@ -179,7 +179,7 @@ private:
     UploadHistory m_history;
     UploadLedger m_ledger{ m_history };
     UploadQueue m_queue;
-    FolderWalks m_walks;
+    UploadIntake m_intake{ m_queue, m_history };
     AutomaticTries m_tries{ m_history, m_queue };
     UploadRun m_run;
     DestinationListing m_listing;

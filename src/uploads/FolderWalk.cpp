@@ -307,9 +307,9 @@ FolderWalk::~FolderWalk()
     m_work->end();
 }
 
-void FolderWalks::begin(const PathList& dropped, const QStringList& leftOut)
+void FolderWalks::begin(const Drop& drop)
 {
-    m_next.push_back({ dropped, leftOut });
+    m_next.push_back(drop);
     if (m_walk == nullptr) {
         beginNext();
         emit changed();
@@ -321,15 +321,11 @@ PathList FolderWalk::rest() const
     return m_dropped.copied(m_done, m_dropped.size() - m_done);
 }
 
-FolderWalks::Dropped FolderWalks::rest() const
+QList<Drop> FolderWalks::rest() const
 {
-    Dropped rest;
+    QList<Drop> rest(m_next.begin(), m_next.end());
     if (m_walk != nullptr) {
-        rest.paths = m_walk->rest();
-    }
-    for (const Dropped& next : m_next) {
-        rest.paths.append(next.paths);
-        rest.leftOut.append(next.leftOut);
+        rest.prepend({ m_walk->rest() });
     }
     return rest;
 }
@@ -344,10 +340,12 @@ void FolderWalks::stop()
 
 void FolderWalks::beginNext()
 {
-    const Dropped dropped = std::move(m_next.front());
+    const Drop drop = std::move(m_next.front());
     m_next.pop_front();
-    m_walk = std::make_unique<FolderWalk>(dropped.paths);
-    connect(m_walk.get(), &FolderWalk::found, this, &FolderWalks::found);
+    m_walk = std::make_unique<FolderWalk>(drop.paths);
+    connect(m_walk.get(), &FolderWalk::found, this, [this](const PathList& paths, const QStringList& leftOut) {
+        emit found({ paths, leftOut });
+    });
     connect(m_walk.get(), &FolderWalk::merged, this, &FolderWalks::merged);
     connect(m_walk.get(), &FolderWalk::ended, this, [this] {
         m_walk.release()->deleteLater(); // It is the one that says so.
@@ -357,7 +355,7 @@ void FolderWalks::beginNext()
             beginNext();
         }
     });
-    if (!dropped.leftOut.isEmpty()) {
-        emit found({}, dropped.leftOut);
+    if (!drop.leftOut.isEmpty()) {
+        emit found({ {}, drop.leftOut });
     }
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "PathList.h"
+#include "Drop.h"
 
+#include <QList>
 #include <QObject>
-#include <QStringList>
 
 #include <deque>
 #include <memory>
@@ -50,21 +50,17 @@ class FolderWalks final : public QObject {
     Q_OBJECT
 
 public:
-    struct Dropped {
-        PathList paths;
-        QStringList leftOut; ///< What came with them and is nothing to look through.
-    };
-
-    /// Has @p dropped looked through; @p leftOut came with them.
-    void begin(const PathList& dropped, const QStringList& leftOut);
+    /// Has what is in @p drop looked through.
+    void begin(const Drop& drop);
     /// What stop() would end before it has been looked through, as it was dropped.
-    Dropped rest() const;
+    QList<Drop> rest() const;
     /// Ends them all; nothing more is found.
     void stop();
     bool isUnderWay() const { return m_walk != nullptr; }
 
 signals:
-    void found(const PathList& paths, const QStringList& leftOut);
+    /// @p piece is the next part of a drop, with what is in its folders.
+    void found(const Drop& piece);
     void merged(const QString& name);
     /// isUnderWay() has another answer.
     void changed();
@@ -73,5 +69,5 @@ private:
     void beginNext();
 
     std::unique_ptr<FolderWalk> m_walk; ///< The one that is under way; null exactly while none is.
-    std::deque<Dropped> m_next;
+    std::deque<Drop> m_next;
 };

@@ -31,11 +31,10 @@ class FolderWalkTest : public ::testing::Test {
 protected:
     FolderWalkTest()
     {
-        QObject::connect(&m_walks, &FolderWalks::found, &m_walks,
-                         [this](const PathList& paths, const QStringList& leftOut) {
-                             m_paths.append(paths.toStringList());
-                             m_leftOut.append(leftOut);
-                         });
+        QObject::connect(&m_walks, &FolderWalks::found, &m_walks, [this](const Drop& piece) {
+            m_paths.append(piece.paths.toStringList());
+            m_leftOut.append(piece.leftOut);
+        });
         QObject::connect(&m_walks, &FolderWalks::merged, &m_walks,
                          [this](const QString& name) { m_merged.append(name); });
     }
@@ -62,7 +61,7 @@ protected:
     }
     void walk(const QStringList& dropped, const QStringList& leftOut = {})
     {
-        m_walks.begin(dropped, leftOut);
+        m_walks.begin({ dropped, leftOut });
         EXPECT_TRUE(waitFor([this] { return !m_walks.isUnderWay(); }));
     }
 
@@ -256,12 +255,14 @@ TEST_F(FolderWalkTest, StoppedItFindsNothingMoreAndTheNextOneBeginsAfresh)
     for (int i = 0; i < 600; ++i) {
         makeFile(u"Photos/%1"_s.arg(i));
     }
-    m_walks.begin({ path(u"Photos"_s) }, {});
-    m_walks.begin({ path(u"Photos"_s), u"/a/file"_s }, { u"http://host/x"_s });
+    m_walks.begin({ { path(u"Photos"_s) } });
+    m_walks.begin({ { path(u"Photos"_s), u"/a/file"_s }, { u"http://host/x"_s } });
 
-    const FolderWalks::Dropped rest = m_walks.rest();
-    EXPECT_EQ(rest.paths.toStringList(), (QStringList{ path(u"Photos"_s), path(u"Photos"_s), u"/a/file"_s }));
-    EXPECT_EQ(rest.leftOut, QStringList{ u"http://host/x"_s });
+    const QList<Drop> rest = m_walks.rest();
+    ASSERT_EQ(rest.size(), 2);
+    EXPECT_EQ(rest[0].paths.toStringList(), QStringList{ path(u"Photos"_s) });
+    EXPECT_EQ(rest[1].paths.toStringList(), (QStringList{ path(u"Photos"_s), u"/a/file"_s }));
+    EXPECT_EQ(rest[1].leftOut, QStringList{ u"http://host/x"_s });
     m_walks.stop();
 
     EXPECT_FALSE(m_walks.isUnderWay());
@@ -288,7 +289,7 @@ TEST_F(FolderWalkTest, WhatIsDroppedMeanwhileFollows)
 {
     makeFile(u"a/1"_s);
     makeFile(u"b/2"_s);
-    m_walks.begin({ path(u"b"_s) }, {});
+    m_walks.begin({ { path(u"b"_s) } });
 
     walk({ path(u"a"_s) });
 
@@ -302,7 +303,7 @@ TEST_F(FolderWalkTest, WhatIsFoundIsReportedInPieces)
     }
     QList<qsizetype> pieces;
     QObject::connect(&m_walks, &FolderWalks::found, &m_walks,
-                     [&pieces](const PathList& paths, const QStringList&) { pieces.append(paths.size()); });
+                     [&pieces](const Drop& piece) { pieces.append(piece.paths.size()); });
 
     walk({ path(u"Photos"_s) });
 
