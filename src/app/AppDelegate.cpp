@@ -2,11 +2,11 @@
 
 #include "Addressing.h"
 #include "BringToFront.h"
-#include "CopiesWindow.h"
 #include "DestinationSettings.h"
+#include "DropIcons.h"
+#include "DropIconsWindow.h"
 #include "LightAppearance.h"
 #include "PathText.h"
-#include "ProgramCopies.h"
 #include "RunLoop.h"
 #include "SheetQueue.h"
 #include "StandardFolders.h"
@@ -56,7 +56,7 @@ AppDelegate::AppDelegate(ViewController& viewController, QUrl website)
     connect(controller, &ViewController::updateWindowTitleAndList, this, &AppDelegate::updateWindowTitleAndList);
     connect(controller, &ViewController::welcomeWindowRequested, this,
             [this, controller] { showWelcomeWindow(controller); });
-    connect(controller, &ViewController::copiesWindowRequested, this, &AppDelegate::showCopiesWindow);
+    connect(controller, &ViewController::dropIconsWindowRequested, this, &AppDelegate::showDropIconsWindow);
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, changed);
     connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::sessionEnds);
 }
@@ -195,19 +195,19 @@ void AppDelegate::showWelcomeWindow(const QObject* sender)
     }
 }
 
-void AppDelegate::showCopiesWindow()
+void AppDelegate::showDropIconsWindow()
 {
-    if (m_copiesWindow == nullptr) {
+    if (m_dropIconsWindow == nullptr) {
         const auto destinationFor = [](const QString& fileName) {
             return DestinationSettings::createFullPathFromFTPRootRelativePath(
                 Addressing::folderFromAppName(Addressing::appName(fileName)));
         };
         const auto start = [](const QString& path) { return QProcess::startDetached(path, {}); };
-        m_copiesWindow = std::make_unique<CopiesWindow>(
-            ProgramCopies(ProgramCopies::ourProgramPath(), ProgramCopies::Folders::standard()),
-            CopiesWindow::Application{ .destinationFor = destinationFor, .start = start });
+        m_dropIconsWindow = std::make_unique<DropIconsWindow>(
+            DropIcons(DropIcons::ourProgramPath(), DropIcons::Folders::standard()),
+            DropIconsWindow::Application{ .destinationFor = destinationFor, .start = start });
     }
-    bringToFront(*m_copiesWindow);
+    bringToFront(*m_dropIconsWindow);
 }
 
 void AppDelegate::copyLocationToClipboard()

@@ -12,7 +12,7 @@
 
 #include <memory>
 
-class CopiesWindow;
+class DropIconsWindow;
 class QMainWindow;
 class ViewController;
 
@@ -57,10 +57,10 @@ public:
     void showMainWindow();
     /// Shows the welcome window, in any case when there is a @p sender.
     void showWelcomeWindow(const QObject* sender);
-    /// Shows the window in which copies of the program are made.
-    void showCopiesWindow();
+    /// Shows the window in which drop icons are made.
+    void showDropIconsWindow();
     /// Null until it is first shown.
-    CopiesWindow* copiesWindow() const { return m_copiesWindow.get(); }
+    DropIconsWindow* dropIconsWindow() const { return m_dropIconsWindow.get(); }
     /// Copies the destination to the clipboard, or beeps when there is none.
     void copyLocationToClipboard();
     /// Opens the product's web page.
@@ -93,7 +93,7 @@ private:
     QUrl m_website;
     ViewController* m_viewController = nullptr;
     QMainWindow* m_mainWindow = nullptr;
-    std::unique_ptr<CopiesWindow> m_copiesWindow; ///< Null until it is first shown.
+    std::unique_ptr<DropIconsWindow> m_dropIconsWindow; ///< Null until it is first shown.
     QFileSystemWatcher m_watcher;
     SessionEnd m_sessionEnd;
     bool m_isAskingToQuit = false;

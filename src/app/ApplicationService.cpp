@@ -1,9 +1,9 @@
 #include "ApplicationService.h"
 
+#include "BusName.h"
 #include "FileURL.h"
 #include "LoopSuspension.h"
 
-#include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QScopeGuard>
@@ -23,17 +23,17 @@ QString objectPath(const QString& busName)
     return path.replace(u'.', u'/').replace(u'-', u'_');
 }
 
-QDBusMessage callTo(const QString& busName, const QString& method, const QVariantList& arguments)
+QDBusMessage callTo(const QString& name, const QString& method, const QVariantList& arguments)
 {
     QDBusMessage call
-        = QDBusMessage::createMethodCall(busName, objectPath(busName), u"org.freedesktop.Application"_s, method);
+        = QDBusMessage::createMethodCall(name, objectPath(name), u"org.freedesktop.Application"_s, method);
     call.setArguments(arguments);
     call.setAutoStartService(false);
     return call;
 }
 
 /// The calls that hand @p files and @p action to a running program, in order; at least one.
-QList<QDBusMessage> callsTo(const QString& busName, const QStringList& files, const QString& action)
+QList<QDBusMessage> callsTo(const QString& name, const QStringList& files, const QString& action)
 {
     const QVariantMap platformData;
     QList<QDBusMessage> calls;
@@ -42,25 +42,25 @@ QList<QDBusMessage> callsTo(const QString& busName, const QStringList& files, co
         for (const QString& file : files) {
             uris.append(fileURI(file));
         }
-        calls.append(callTo(busName, u"Open"_s, { uris, platformData }));
+        calls.append(callTo(name, u"Open"_s, { uris, platformData }));
     }
     if (!action.isNull()) {
-        calls.append(callTo(busName, u"ActivateAction"_s, { action, QVariantList(), platformData }));
+        calls.append(callTo(name, u"ActivateAction"_s, { action, QVariantList(), platformData }));
     }
     if (calls.isEmpty()) {
-        calls.append(callTo(busName, u"Activate"_s, { platformData }));
+        calls.append(callTo(name, u"Activate"_s, { platformData }));
     }
     return calls;
 }
 
-ApplicationService::HandOver deliver(const QDBusConnection& bus, const QString& busName, const QDBusMessage& call)
+ApplicationService::HandOver deliver(const QDBusConnection& bus, const QString& name, const QDBusMessage& call)
 {
     using HandOver = ApplicationService::HandOver;
     const QDBusMessage reply = bus.call(call, QDBus::Block, callTimeoutMs);
     if (reply.type() == QDBusMessage::ReplyMessage) {
         return HandOver::Taken;
     }
-    if (!bus.interface()->isServiceRegistered(busName)) {
+    if (!bus.interface()->isServiceRegistered(name)) {
         return HandOver::NobodyRuns; // It has ended meanwhile, with all that it was asked.
     }
     return QDBusError(reply).type() == QDBusError::NoReply ? HandOver::Unanswered : HandOver::Refused;
@@ -72,17 +72,6 @@ ApplicationService::ApplicationService(QObject* parent, Handler handler)
     : QDBusAbstractAdaptor(parent)
     , m_handler(std::move(handler))
 {
-}
-
-QString ApplicationService::busName(const QString& programName)
-{
-    QString product = u"io.github.quillbox.Quillbox"_s;
-    if (programName == u"Quillbox"_s) {
-        return product;
-    }
-    // Names of files are free; elements of bus names are not.
-    const QByteArray hash = QCryptographicHash::hash(programName.toUtf8(), QCryptographicHash::Sha256).toHex();
-    return product + u".c"_s + QString::fromLatin1(hash.first(16));
 }
 
 ApplicationService::HandOver ApplicationService::handOver(const QString& programName, const QStringList& files,

@@ -28,10 +28,6 @@ public:
     /// Answers calls through @p handler, as a child of @p parent.
     ApplicationService(QObject* parent, Handler handler);
 
-    /// The bus name of the program @p programName: one for the product itself, another one for each other name, however
-    /// it is spelled.
-    static QString busName(const QString& programName);
-
     enum class HandOver {
         NobodyRuns, ///< No program of that name, or none any more, or there is no session bus.
         Taken, ///< The files are in the running program's queue.

@@ -3,8 +3,9 @@
 #include "Addressing.h"
 #include "CommandLine.h"
 #include "DestinationSettings.h"
+#include "DropIcons.h"
+#include "IconName.h"
 #include "LocalPath.h"
-#include "ProgramCopies.h"
 #include "VisibleText.h"
 
 #include <QTextStream>
@@ -21,7 +22,7 @@ namespace {
 
 QString destinationOf(const QString& name)
 {
-    const QString folder = Addressing::folderFromAppName(Addressing::appName(ProgramCopies::fileName(name)));
+    const QString folder = Addressing::folderFromAppName(Addressing::appName(IconName::fileName(name)));
     const QString destination = DestinationSettings::createFullPathFromFTPRootRelativePath(folder);
     return destination.isNull() ? u"no destination"_s : destination;
 }
@@ -48,18 +49,18 @@ const char* run(const QString& path, const CommandLine& commandLine)
 
 } // namespace
 
-void IconCommands::list(const ProgramCopies& copies)
+void IconCommands::list(const DropIcons& icons)
 {
     QTextStream out(stdout);
-    for (const ProgramCopies::Copy& copy : copies.copies()) {
-        out << wholeVisibleText(copy.name) << '\t' << destinationOf(copy.name) << '\n';
+    for (const DropIcons::Icon& icon : icons.icons()) {
+        out << wholeVisibleText(icon.name) << '\t' << destinationOf(icon.name) << '\n';
     }
 }
 
-void IconCommands::becomeIcon(const ProgramCopies& copies, const CommandLine& commandLine)
+void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& commandLine)
 {
-    const QList<ProgramCopies::Copy> all = copies.copies();
-    const auto icon = std::ranges::find(all, commandLine.icon, &ProgramCopies::Copy::name);
+    const QList<DropIcons::Icon> all = icons.icons();
+    const auto icon = std::ranges::find(all, commandLine.icon, &DropIcons::Icon::name);
     const QString name = wholeVisibleText(commandLine.icon);
     QTextStream err(stderr);
     if (icon == all.end()) {

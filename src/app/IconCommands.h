@@ -1,16 +1,16 @@
 #pragma once
 
-class ProgramCopies;
+class DropIcons;
 struct CommandLine;
 
 /// What the command line asks of drop icons. Needs no display.
 namespace IconCommands {
 
 /// Prints a line for each icon: its name, a tab, and where its files go.
-void list(const ProgramCopies& copies);
+void list(const DropIcons& icons);
 
 /// Goes on as the icon that @p commandLine names, with its files and its action. Comes back only when that is not
 /// possible, having said why and which files are not taken.
-void becomeIcon(const ProgramCopies& copies, const CommandLine& commandLine);
+void becomeIcon(const DropIcons& icons, const CommandLine& commandLine);
 
 } // namespace IconCommands

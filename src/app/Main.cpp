@@ -6,13 +6,13 @@
 #include "CoreDump.h"
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
+#include "DropIcons.h"
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "IconCommands.h"
 #include "LocalPath.h"
 #include "PrivateFile.h"
-#include "ProgramCopies.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
@@ -84,12 +84,12 @@ CommandLine readCommandLine(int argc, char** argv)
         std::exit(exitCode);
     }
     if (commandLine->listsIcons || !commandLine->icon.isNull()) {
-        const ProgramCopies copies(ProgramCopies::ourProgramPath(), ProgramCopies::Folders::standard());
+        const DropIcons icons(DropIcons::ourProgramPath(), DropIcons::Folders::standard());
         if (commandLine->listsIcons) {
-            IconCommands::list(copies);
+            IconCommands::list(icons);
             std::exit(0);
         }
-        IconCommands::becomeIcon(copies, *commandLine);
+        IconCommands::becomeIcon(icons, *commandLine);
         std::exit(1);
     }
     handOver(*commandLine);

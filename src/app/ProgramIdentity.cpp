@@ -1,6 +1,6 @@
 #include "ProgramIdentity.h"
 
-#include "ApplicationService.h"
+#include "BusName.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -20,15 +20,15 @@ QIcon ProgramIdentity::icon()
 
 QString ProgramIdentity::iconName()
 {
-    return ApplicationService::busName(u"Quillbox"_s);
+    return busName(u"Quillbox"_s);
 }
 
 QString ProgramIdentity::launcher(const QString& programName)
 {
-    QString own = ApplicationService::busName(programName);
+    QString own = busName(programName);
     const bool isInstalled
         = !QStandardPaths::locate(QStandardPaths::ApplicationsLocation, own + u".desktop"_s).isEmpty();
-    return isInstalled ? own : ApplicationService::busName(u"Quillbox"_s);
+    return isInstalled ? own : busName(u"Quillbox"_s);
 }
 
 void ProgramIdentity::apply(const QString& programName)

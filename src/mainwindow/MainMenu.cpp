@@ -50,7 +50,7 @@ void MainMenu::connectActions()
     on(ui.stopAction, &ViewController::stopButtonAction);
     on(ui.clearQueueAction, &ViewController::clearQueue);
     on(ui.websiteAction, &ViewController::goToWebsite);
-    on(ui.makeCopyAction, &ViewController::copiesWindowRequested);
+    on(ui.dropIconsAction, &ViewController::dropIconsWindowRequested);
     on(ui.welcomeAction, &ViewController::welcomeWindowRequested);
     connect(ui.openFilesAction, &QAction::triggered, this, &MainMenu::openFiles);
     connect(&m_chooser, &FileChooser::filesSelected, this, &MainMenu::upload);

@@ -152,7 +152,7 @@ signals:
     void goToWebsite();
     void updateWindowTitleAndList();
     void welcomeWindowRequested();
-    void copiesWindowRequested();
+    void dropIconsWindowRequested();
 
     /// The user has asked for something that connects to the server, so that the user may be asked again about a
     /// refused certificate. Not emitted for what the program begins by itself, such as the next file of the queue.

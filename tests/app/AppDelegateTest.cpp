@@ -1,13 +1,14 @@
 #include "AppDelegate.h"
 
 #include "Beeps.h"
-#include "CopiesWindow.h"
 #include "Delays.h"
 #include "DestinationSettings.h"
+#include "DropIcons.h"
+#include "DropIconsWindow.h"
 #include "FakeWindowTest.h"
+#include "IconName.h"
 #include "NetworkManager.h"
 #include "OpenedUrls.h"
-#include "ProgramCopies.h"
 #include "ProgramName.h"
 #include "Sheets.h"
 #include "StandardFolders.h"
@@ -516,11 +517,11 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo
 {
     set(u"FTPFolder"_s, u"in"_s);
     launch();
-    auto& action = *m_controller->window().findChild<QAction*>(u"makeCopyAction"_s);
-    EXPECT_EQ(m_delegate.copiesWindow(), nullptr);
+    auto& action = *m_controller->window().findChild<QAction*>(u"dropIconsAction"_s);
+    EXPECT_EQ(m_delegate.dropIconsWindow(), nullptr);
 
     action.trigger();
-    const CopiesWindow* const window = m_delegate.copiesWindow();
+    const DropIconsWindow* const window = m_delegate.dropIconsWindow();
     ASSERT_NE(window, nullptr);
     EXPECT_TRUE(window->isVisible());
     auto* const name = window->findChild<QLineEdit*>(u"nameTextField"_s);
@@ -529,10 +530,10 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo
     EXPECT_EQ(destination->text(), u"Files go to ftp://host/in/Photos/2024/"_s);
     action.trigger();
 
-    EXPECT_EQ(m_delegate.copiesWindow(), window);
+    EXPECT_EQ(m_delegate.dropIconsWindow(), window);
     EXPECT_EQ(name->text(), u"Photos/2024"_s);
     for (const QString& plain : { u"Reports 1.2"_s, u"x.app"_s, u"é%"_s }) {
-        setProgramFileName(ProgramCopies::fileName(plain));
+        setProgramFileName(IconName::fileName(plain));
         name->setText(plain);
         EXPECT_EQ(destination->text(),
                   u"Files go to "_s + DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder());
@@ -544,16 +545,16 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo
 TEST_F(AppDelegateTest, ACopyMadeThereIsALinkToThisProgramsOwnFile)
 {
     launch();
-    m_delegate.showCopiesWindow();
-    m_delegate.copiesWindow()->findChild<QLineEdit*>(u"nameTextField"_s)->setText(u"Scans"_s);
+    m_delegate.showDropIconsWindow();
+    m_delegate.dropIconsWindow()->findChild<QLineEdit*>(u"nameTextField"_s)->setText(u"Scans"_s);
 
-    m_delegate.copiesWindow()->findChild<QPushButton*>(u"makeCopyButton"_s)->click();
+    m_delegate.dropIconsWindow()->findChild<QPushButton*>(u"makeIconButton"_s)->click();
 
-    const ProgramCopies copies(QString(), ProgramCopies::Folders::standard());
-    ASSERT_EQ(copies.copies().size(), 1);
-    EXPECT_EQ(QFile::symLinkTarget(copies.copies().constFirst().path),
+    const DropIcons icons(QString(), DropIcons::Folders::standard());
+    ASSERT_EQ(icons.icons().size(), 1);
+    EXPECT_EQ(QFile::symLinkTarget(icons.icons().constFirst().path),
               QFileInfo(u"/proc/self/exe"_s).canonicalFilePath());
-    EXPECT_TRUE(copies.remove(u"Scans"_s));
+    EXPECT_TRUE(icons.remove(u"Scans"_s));
 }
 
 TEST_F(AppDelegateTest, AtTheEndOfTheSessionNothingIsAsked)

@@ -6,30 +6,12 @@
 #include "WaitFor.h"
 
 #include <QDBusConnection>
-#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-TEST(ApplicationServiceTest, EveryNameHasAValidBusNameOfItsOwn)
-{
-    static const QRegularExpression valid(u"^[A-Za-z_][A-Za-z0-9_-]*(\\.[A-Za-z_][A-Za-z0-9_-]*)+$"_s);
-    QStringList seen;
-    for (const QString& name :
-         { u"Quillbox"_s, u"quillbox"_s, u"Scans"_s, u"2024 Fotos/ü"_s, u""_s, QString(255, u'x'), u"Quillbox2"_s,
-           u"Quillbox 2"_s, u"Quillbox.app"_s, u"a.b"_s, u"a-b"_s, u"..."_s, u"io.github.quillbox.Quillbox"_s }) {
-        const QString busName = ApplicationService::busName(name);
-
-        EXPECT_TRUE(valid.match(busName).hasMatch()) << busName.toStdString();
-        EXPECT_LE(busName.size(), 255);
-        EXPECT_FALSE(seen.contains(busName)) << name.toStdString();
-        EXPECT_EQ(busName, ApplicationService::busName(name));
-        seen.append(busName);
-    }
-}
 
 TEST(ApplicationServiceTest, OpenTakesLocalFilesAndBringsTheWindowToTheFront)
 {

@@ -1,11 +1,12 @@
 #include "DesktopIntegration.h"
 
-#include "ApplicationService.h"
+#include "BusName.h"
 #include "Delays.h"
 #include "DesktopServices.h"
+#include "DropIcons.h"
 #include "FakeWindowTest.h"
+#include "IconName.h"
 #include "PrivateBus.h"
-#include "ProgramCopies.h"
 #include "ProgramName.h"
 #include "WaitFor.h"
 
@@ -295,9 +296,9 @@ TEST_F(DesktopIntegrationTest, ACopyWithoutALauncherOfItsOwnBelongsToTheProducts
 
 TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderTheProductsIcon)
 {
-    const ProgramCopies copies(u"/nowhere"_s, ProgramCopies::Folders::standard());
-    ASSERT_EQ(copies.make(u"Scans"_s, false), ProgramCopies::Outcome::Made);
-    const auto remove = qScopeGuard([&copies] { EXPECT_TRUE(copies.remove(u"Scans"_s)); });
+    const DropIcons icons(u"/nowhere"_s, DropIcons::Folders::standard());
+    ASSERT_EQ(icons.make(u"Scans"_s, false), DropIcons::Outcome::Made);
+    const auto remove = qScopeGuard([&icons] { EXPECT_TRUE(icons.remove(u"Scans"_s)); });
     integrate(u"Scans"_s);
 
     startOne();
@@ -305,7 +306,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderThePr
     finishOne();
 
     ASSERT_TRUE(waitFor([this] { return !m_notifications.shown.isEmpty(); }));
-    const QString own = ApplicationService::busName(u"Scans"_s);
+    const QString own = busName(u"Scans"_s);
     EXPECT_EQ(m_dock.heard.constFirst(), u"application://%1.desktop, 0"_s.arg(own));
     EXPECT_EQ(m_notifications.hints.value(u"desktop-entry"_s).toString(), own);
     EXPECT_EQ(m_notifications.icon, u"io.github.quillbox.Quillbox"_s);

@@ -1,8 +1,9 @@
 #include "ProgramIdentity.h"
 
-#include "ApplicationService.h"
+#include "BusName.h"
+#include "DropIcons.h"
+#include "IconName.h"
 #include "Printers.h"
-#include "ProgramCopies.h"
 #include "TemporaryHome.h"
 
 #include <QDir>
@@ -42,7 +43,7 @@ TEST(ProgramIdentityTest, ACopyBelongsToItsOwnLauncherOnceThatIsInstalled)
 {
     const TemporaryHome home;
     const QString product = u"io.github.quillbox.Quillbox"_s;
-    const QString own = ApplicationService::busName(u"Scans"_s);
+    const QString own = busName(u"Scans"_s);
 
     EXPECT_EQ(ProgramIdentity::launcher(u"Quillbox"_s), product);
     EXPECT_EQ(ProgramIdentity::launcher(u"Scans"_s), product);
@@ -54,11 +55,11 @@ TEST(ProgramIdentityTest, ACopyBelongsToItsOwnLauncherOnceThatIsInstalled)
 TEST(ProgramIdentityTest, TheLauncherOfACopyThatWasMadeIsItsOwn)
 {
     const TemporaryHome home;
-    const ProgramCopies copies(u"/nowhere"_s, ProgramCopies::Folders::standard());
+    const DropIcons icons(u"/nowhere"_s, DropIcons::Folders::standard());
     for (const QString& name : { u"Photos/2024"_s, u"été à la mer"_s }) {
-        ASSERT_EQ(copies.make(name, false), ProgramCopies::Outcome::Made);
+        ASSERT_EQ(icons.make(name, false), DropIcons::Outcome::Made);
 
-        const QString launcher = ProgramIdentity::launcher(ProgramCopies::fileName(name));
+        const QString launcher = ProgramIdentity::launcher(IconName::fileName(name));
 
         EXPECT_NE(launcher, ProgramIdentity::launcher(u"Quillbox"_s));
         const QString path = QStandardPaths::locate(QStandardPaths::ApplicationsLocation, launcher + u".desktop"_s);

@@ -49,7 +49,7 @@ TEST_F(CommandsTest, CommandsAreEnabledExactlyWhenTheyCanAct)
                               u"preferencesAction"_s,     u"aboutAction"_s,
                               u"manualTransfersAction"_s, u"welcomeAction"_s,
                               u"copyLocationAction"_s,    u"newFolderAction"_s,
-                              u"historyAction"_s,         u"makeCopyAction"_s };
+                              u"historyAction"_s,         u"dropIconsAction"_s };
     const auto enabled = [&] {
         tick();
         QStringList names;

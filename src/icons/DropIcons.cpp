@@ -1,6 +1,7 @@
-#include "ProgramCopies.h"
+#include "DropIcons.h"
 
-#include "ApplicationService.h"
+#include "BusName.h"
+#include "IconName.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -8,7 +9,6 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
-#include <algorithm>
 #include <unistd.h>
 #include <utility>
 
@@ -16,7 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestFileName = 255; ///< Bytes that a file system takes, less what a launcher's name adds.
 constexpr QLatin1String launcherSuffix(".desktop");
 constexpr QLatin1String ownMark("X-Quillbox-Copy"); ///< The launcher's key that says for which file name we made it.
 
@@ -100,17 +99,12 @@ bool writeLauncher(const QString& path, const QString& fileName, const QByteArra
     return writeNew(path, content, permissions);
 }
 
-bool isFolderName(const QString& level)
-{
-    return !level.trimmed().isEmpty() && level != u"."_s && level != u".."_s;
-}
-
 constexpr QFile::Permissions readable = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther;
 constexpr QFile::Permissions executable = readable | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
 
 } // namespace
 
-ProgramCopies::Folders ProgramCopies::Folders::standard()
+DropIcons::Folders DropIcons::Folders::standard()
 {
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
@@ -121,42 +115,13 @@ ProgramCopies::Folders ProgramCopies::Folders::standard()
     };
 }
 
-ProgramCopies::ProgramCopies(QString programPath, Folders folders)
+DropIcons::DropIcons(QString programPath, Folders folders)
     : m_programPath(std::move(programPath))
     , m_folders(std::move(folders))
 {
 }
 
-QString ProgramCopies::fileName(const QString& name)
-{
-    QString file = name;
-    file.replace(u'/', u':');
-    // The program takes one such ending off its name.
-    return file.endsWith(u".app"_s) ? file + u".app"_s : file;
-}
-
-ProgramCopies::NameVerdict ProgramCopies::judge(const QString& name)
-{
-    const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
-    const QStringList levels = name.split(u'/');
-    if (name.contains(u':') || std::ranges::any_of(name, isControl) || !std::ranges::all_of(levels, isFolderName)) {
-        return NameVerdict::Unsuitable;
-    }
-    if (fileName(name).toUtf8().size() + launcherSuffix.size() > longestFileName) {
-        return NameVerdict::TooLong;
-    }
-    if (name == u"Quillbox"_s) {
-        return NameVerdict::ProductsName;
-    }
-    return name.startsWith(u"Quillbox"_s) ? NameVerdict::NoFolderOfItsOwn : NameVerdict::Good;
-}
-
-bool ProgramCopies::canBeMade(NameVerdict verdict)
-{
-    return verdict == NameVerdict::Good || verdict == NameVerdict::NoFolderOfItsOwn;
-}
-
-QString ProgramCopies::ourProgramPath()
+QString DropIcons::ourProgramPath()
 {
     const QString path = QCoreApplication::applicationFilePath();
     const QString withoutLinks = QFileInfo(path).canonicalFilePath();
@@ -164,15 +129,15 @@ QString ProgramCopies::ourProgramPath()
     return withoutLinks.isEmpty() ? path : withoutLinks;
 }
 
-ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) const
+DropIcons::Outcome DropIcons::make(const QString& name, bool onDesktop) const
 {
-    if (!canBeMade(judge(name))) {
+    if (!IconName::canBeMade(IconName::judge(name))) {
         return Outcome::NameNotPossible;
     }
     const std::optional<QString> onDesktopPath = onDesktop ? desktopPath(name) : std::nullopt;
-    const QString file = fileName(name);
+    const QString file = IconName::fileName(name);
     const auto isForeign = [&file](const QString& path) { return isTaken(path) && !isOurs(path, file); };
-    // A copy whose link has been removed by hand leaves launchers, which must not stand in its way for good.
+    // An icon whose link has been removed by hand leaves launchers, which must not stand in its way for good.
     if (isTaken(linkPath(name)) || isForeign(launcherPath(name)) || (onDesktopPath && isForeign(*onDesktopPath))) {
         return Outcome::AlreadyThere;
     }
@@ -194,19 +159,15 @@ ProgramCopies::Outcome ProgramCopies::make(const QString& name, bool onDesktop) 
     return Outcome::Made;
 }
 
-QList<ProgramCopies::Copy> ProgramCopies::copies() const
+QList<DropIcons::Icon> DropIcons::icons() const
 {
-    QList<Copy> found;
+    QList<Icon> found;
     const QStringList files
         = QDir(m_folders.links)
               .entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name | QDir::IgnoreCase | QDir::LocaleAware);
     for (const QString& file : files) {
-        QString name = file;
-        if (name.endsWith(u".app"_s)) {
-            name.chop(4);
-        }
-        name.replace(u':', u'/');
-        if (fileName(name) == file && QFileInfo(linkPath(name)).isSymLink()) {
+        const QString name = IconName::ofFile(file);
+        if (!name.isNull() && QFileInfo(linkPath(name)).isSymLink()) {
             const std::optional<QString> desktop = desktopPath(name);
             found.append({ .name = name, .path = linkPath(name), .isOnDesktop = desktop && isOurs(*desktop, file) });
         }
@@ -214,9 +175,9 @@ QList<ProgramCopies::Copy> ProgramCopies::copies() const
     return found;
 }
 
-bool ProgramCopies::remove(const QString& name) const
+bool DropIcons::remove(const QString& name) const
 {
-    const QString file = fileName(name);
+    const QString file = IconName::fileName(name);
     if (!QFileInfo(linkPath(name)).isSymLink()) {
         return false;
     }
@@ -226,33 +187,33 @@ bool ProgramCopies::remove(const QString& name) const
             isRemoved = QFile::remove(*path) && isRemoved;
         }
     }
-    // Last: while the link is there, the copy is listed and can be removed again.
+    // Last: while the link is there, the icon is listed and can be removed again.
     return isRemoved && QFile::remove(linkPath(name));
 }
 
-QString ProgramCopies::linkPath(const QString& name) const
+QString DropIcons::linkPath(const QString& name) const
 {
-    return m_folders.links + u'/' + fileName(name);
+    return m_folders.links + u'/' + IconName::fileName(name);
 }
 
-QString ProgramCopies::launcherPath(const QString& name) const
+QString DropIcons::launcherPath(const QString& name) const
 {
-    return m_folders.launchers + u'/' + ApplicationService::busName(fileName(name)) + launcherSuffix;
+    return m_folders.launchers + u'/' + busName(IconName::fileName(name)) + launcherSuffix;
 }
 
-std::optional<QString> ProgramCopies::desktopPath(const QString& name) const
+std::optional<QString> DropIcons::desktopPath(const QString& name) const
 {
     if (m_folders.desktop.isNull()) {
         return std::nullopt;
     }
-    QString file = fileName(name);
+    QString file = IconName::fileName(name);
     if (file.startsWith(u'.')) {
         file[0] = u'_'; // A hidden file does not show on the desktop.
     }
     return m_folders.desktop + u'/' + file + launcherSuffix;
 }
 
-QByteArray ProgramCopies::launcher(const QString& name) const
+QByteArray DropIcons::launcher(const QString& name) const
 {
     // There is no MimeType, as in the product's own launcher: opening a file must never upload it.
     const QString text = u"[Desktop Entry]\n"
@@ -269,7 +230,7 @@ QByteArray ProgramCopies::launcher(const QString& name) const
                          "%4%5=%6\n"_s;
     // All at once: a name may hold what looks like a place for another one.
     return text
-        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), windowsLine(fileName(name)), ownMark,
-             asValue(fileName(name)))
+        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), windowsLine(IconName::fileName(name)),
+             ownMark, asValue(IconName::fileName(name)))
         .toUtf8();
 }

@@ -1,8 +1,8 @@
-#include "CopiesWindow.h"
+#include "DropIconsWindow.h"
 
 #include "CheckRows.h"
-#include "CopyText.h"
 #include "ElidedLabel.h"
+#include "IconText.h"
 #include "Sheets.h"
 #include "TextTable.h"
 #include "WaitFor.h"
@@ -26,9 +26,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class CopiesWindowTest : public ::testing::Test {
+class DropIconsWindowTest : public ::testing::Test {
 protected:
-    CopiesWindowTest()
+    DropIconsWindowTest()
     {
         QDir().mkpath(path(u"Desktop"_s));
         write(path(u"program"_s));
@@ -44,18 +44,18 @@ protected:
         QDir().mkpath(QFileInfo(path).path());
         ASSERT_TRUE(QFile(path).open(QIODevice::WriteOnly));
     }
-    ProgramCopies copies(const QString& desktop) const
+    DropIcons icons(const QString& desktop) const
     {
-        return ProgramCopies(path(u"program"_s),
-                             { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = desktop });
+        return DropIcons(path(u"program"_s),
+                         { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = desktop });
     }
-    ProgramCopies copies() const { return copies(path(u"Desktop"_s)); }
+    DropIcons icons() const { return icons(path(u"Desktop"_s)); }
 
-    CopiesWindow& open(const std::optional<ProgramCopies>& other = std::nullopt)
+    DropIconsWindow& open(const std::optional<DropIcons>& other = std::nullopt)
     {
-        m_window = std::make_unique<CopiesWindow>(
-            other.value_or(copies()),
-            CopiesWindow::Application{
+        m_window = std::make_unique<DropIconsWindow>(
+            other.value_or(icons()),
+            DropIconsWindow::Application{
                 .destinationFor
                 = [this](const QString& file) { return m_server.isNull() ? QString() : m_server + file + u'/'; },
                 .start =
@@ -73,10 +73,10 @@ protected:
         return *m_window->findChild<Widget*>(QString::fromLatin1(name));
     }
     QLineEdit& name() const { return part<QLineEdit>("nameTextField"); }
-    QPushButton& makeCopy() const { return part<QPushButton>("makeCopyButton"); }
-    QPushButton& removeCopy() const { return part<QPushButton>("removeCopyButton"); }
-    QPushButton& startCopy() const { return part<QPushButton>("startCopyButton"); }
-    TextTable& table() const { return part<TextTable>("copiesTable"); }
+    QPushButton& makeCopy() const { return part<QPushButton>("makeIconButton"); }
+    QPushButton& removeIcon() const { return part<QPushButton>("removeIconButton"); }
+    QPushButton& startIcon() const { return part<QPushButton>("startIconButton"); }
+    TextTable& table() const { return part<TextTable>("iconsTable"); }
     QString explanation() const { return part<QLabel>("explanationLabel").text(); }
     QString message() const { return part<QLabel>("listMessageLabel").text(); }
     QString destination() const
@@ -111,24 +111,24 @@ protected:
     QString m_server = u"ftp://host/in/"_s;
     QStringList m_started;
     bool m_canStart = true;
-    std::unique_ptr<CopiesWindow> m_window;
+    std::unique_ptr<DropIconsWindow> m_window;
 };
 
-TEST_F(CopiesWindowTest, ItOpensWithAnEmptyFieldAndSaysThatThereAreNoCopies)
+TEST_F(DropIconsWindowTest, ItOpensWithAnEmptyFieldAndSaysThatThereAreNoCopies)
 {
     open();
 
     EXPECT_FALSE(m_window->isModal());
-    EXPECT_EQ(explanation(), CopyText::explanation(QString()));
+    EXPECT_EQ(explanation(), IconText::explanation(QString()));
     EXPECT_EQ(destination(), QString());
     EXPECT_EQ(table().emptyText(), u"No copies yet"_s);
-    for (const QPushButton* button : { &makeCopy(), &removeCopy(), &startCopy() }) {
+    for (const QPushButton* button : { &makeCopy(), &removeIcon(), &startIcon() }) {
         EXPECT_FALSE(button->isEnabled()) << button->text().toStdString();
     }
     EXPECT_TRUE(makeCopy().isDefault());
 }
 
-TEST_F(CopiesWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
+TEST_F(DropIconsWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
 {
     open();
     checkRows<void(QString, QString, bool)>(
@@ -145,7 +145,7 @@ TEST_F(CopiesWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
         [this](const QString& typed, const QString& whereto, bool canBeMade) {
             name().setText(typed);
 
-            EXPECT_EQ(explanation(), CopyText::explanation(typed));
+            EXPECT_EQ(explanation(), IconText::explanation(typed));
             EXPECT_EQ(destination(), whereto);
             EXPECT_EQ(makeCopy().isEnabled(), canBeMade);
         });
@@ -153,7 +153,7 @@ TEST_F(CopiesWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
     EXPECT_FALSE(makeCopy().isEnabled());
 }
 
-TEST_F(CopiesWindowTest, WithoutAServerItSaysWhereToEnterOne)
+TEST_F(DropIconsWindowTest, WithoutAServerItSaysWhereToEnterOne)
 {
     m_server = QString();
     open();
@@ -164,7 +164,7 @@ TEST_F(CopiesWindowTest, WithoutAServerItSaysWhereToEnterOne)
     EXPECT_TRUE(makeCopy().isEnabled());
 }
 
-TEST_F(CopiesWindowTest, ReturnMakesTheCopyAndTheFieldIsReadyForTheNextOne)
+TEST_F(DropIconsWindowTest, ReturnMakesTheCopyAndTheFieldIsReadyForTheNextOne)
 {
     open();
 
@@ -173,7 +173,7 @@ TEST_F(CopiesWindowTest, ReturnMakesTheCopyAndTheFieldIsReadyForTheNextOne)
     EXPECT_EQ(files(u"copies"_s), QStringList{ u"Scans"_s });
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
     EXPECT_EQ(rows(), QStringList{ u"Scans "_s + path(u"copies/Scans"_s) });
-    EXPECT_EQ(explanation(), CopyText::outcome(ProgramCopies::Outcome::Made, false, true));
+    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::Made, false, true));
     EXPECT_EQ(name().text(), QString());
     EXPECT_TRUE(name().hasFocus());
     EXPECT_EQ(selectedRow(), 0);
@@ -185,7 +185,7 @@ TEST_F(CopiesWindowTest, ReturnMakesTheCopyAndTheFieldIsReadyForTheNextOne)
     EXPECT_EQ(selectedRow(), 0);
 }
 
-TEST_F(CopiesWindowTest, ACopyWithoutAFolderOfItsOwnCanBeMade)
+TEST_F(DropIconsWindowTest, ACopyWithoutAFolderOfItsOwnCanBeMade)
 {
     open();
 
@@ -194,18 +194,18 @@ TEST_F(CopiesWindowTest, ACopyWithoutAFolderOfItsOwnCanBeMade)
     EXPECT_EQ(files(u"copies"_s), QStringList{ u"Quillbox 2"_s });
 }
 
-TEST_F(CopiesWindowTest, ANameThatCannotBeMakesNothing)
+TEST_F(DropIconsWindowTest, ANameThatCannotBeMakesNothing)
 {
     open();
 
     makeByKeys(u"a//b"_s);
 
     EXPECT_EQ(files(u"copies"_s), QStringList());
-    EXPECT_EQ(explanation(), CopyText::explanation(u"a//b"_s));
+    EXPECT_EQ(explanation(), IconText::explanation(u"a//b"_s));
     EXPECT_TRUE(m_window->isVisible());
 }
 
-TEST_F(CopiesWindowTest, TheCheckBoxPutsItOnTheDesktop)
+TEST_F(DropIconsWindowTest, TheCheckBoxPutsItOnTheDesktop)
 {
     open();
     part<QCheckBox>("onDesktopCheckBox").click();
@@ -213,19 +213,19 @@ TEST_F(CopiesWindowTest, TheCheckBoxPutsItOnTheDesktop)
     makeByKeys(u"Scans"_s);
 
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"Scans.desktop"_s });
-    EXPECT_EQ(explanation(), CopyText::outcome(ProgramCopies::Outcome::Made, true, true));
+    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::Made, true, true));
 }
 
-TEST_F(CopiesWindowTest, WithoutADesktopThereIsNoCheckBox)
+TEST_F(DropIconsWindowTest, WithoutADesktopThereIsNoCheckBox)
 {
     open();
     EXPECT_TRUE(part<QCheckBox>("onDesktopCheckBox").isVisible());
 
-    open(copies(QString()));
+    open(icons(QString()));
     EXPECT_FALSE(part<QCheckBox>("onDesktopCheckBox").isVisible());
 }
 
-TEST_F(CopiesWindowTest, WhatIsThereAlreadyIsSaidBesideTheFieldUntilTheNameChanges)
+TEST_F(DropIconsWindowTest, WhatIsThereAlreadyIsSaidBesideTheFieldUntilTheNameChanges)
 {
     open();
     makeByKeys(u"Scans"_s);
@@ -235,28 +235,28 @@ TEST_F(CopiesWindowTest, WhatIsThereAlreadyIsSaidBesideTheFieldUntilTheNameChang
     EXPECT_EQ(explanation(), u"There is a copy of that name already."_s);
     EXPECT_EQ(name().text(), u"Scans"_s);
     name().setText(u"foreign"_s);
-    EXPECT_EQ(explanation(), CopyText::explanation(u"foreign"_s));
+    EXPECT_EQ(explanation(), IconText::explanation(u"foreign"_s));
     makeCopy().click();
 
-    EXPECT_EQ(explanation(), CopyText::outcome(ProgramCopies::Outcome::AlreadyThere, false, false));
+    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::AlreadyThere, false, false));
     EXPECT_EQ(shownSheets(), QStringList());
     EXPECT_EQ(rows().size(), 1);
 }
 
-TEST_F(CopiesWindowTest, WhatCannotBeWrittenIsSaidBesideTheField)
+TEST_F(DropIconsWindowTest, WhatCannotBeWrittenIsSaidBesideTheField)
 {
     write(path(u"applications"_s)); // Where a folder should be.
     open();
 
     makeByKeys(u"Scans"_s);
 
-    EXPECT_EQ(explanation(), CopyText::outcome(ProgramCopies::Outcome::NotWritable, false, false));
+    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::NotWritable, false, false));
     EXPECT_EQ(name().text(), u"Scans"_s);
     EXPECT_EQ(rows(), QStringList());
     EXPECT_EQ(shownSheets(), QStringList());
 }
 
-TEST_F(CopiesWindowTest, RemovingAsksFirstAndCancelKeepsTheCopy)
+TEST_F(DropIconsWindowTest, RemovingAsksFirstAndCancelKeepsTheCopy)
 {
     open();
     makeByKeys(u"Scans"_s);
@@ -264,7 +264,7 @@ TEST_F(CopiesWindowTest, RemovingAsksFirstAndCancelKeepsTheCopy)
     table().setFocus();
     QTest::keyClick(&table(), Qt::Key_Delete);
 
-    EXPECT_EQ(shownSheets(), QStringList{ u"Remove Copy: "_s + CopyText::removalQuestion(u"Scans"_s) });
+    EXPECT_EQ(shownSheets(), QStringList{ u"Remove Copy: "_s + IconText::removalQuestion(u"Scans"_s) });
     auto* const sheet = m_window->findChild<AlertDialog*>();
     ASSERT_NE(sheet, nullptr);
     EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
@@ -274,7 +274,7 @@ TEST_F(CopiesWindowTest, RemovingAsksFirstAndCancelKeepsTheCopy)
     EXPECT_EQ(rows().size(), 1);
 }
 
-TEST_F(CopiesWindowTest, ARemovedCopyIsGoneWithAllItsFilesAndTheNextOneIsSelected)
+TEST_F(DropIconsWindowTest, ARemovedCopyIsGoneWithAllItsFilesAndTheNextOneIsSelected)
 {
     open();
     part<QCheckBox>("onDesktopCheckBox").click();
@@ -283,7 +283,7 @@ TEST_F(CopiesWindowTest, ARemovedCopyIsGoneWithAllItsFilesAndTheNextOneIsSelecte
     }
     table().selectRow(1);
 
-    removeCopy().click();
+    removeIcon().click();
     answerSheet(u"Remove"_s);
 
     EXPECT_EQ(files(u"copies"_s), (QStringList{ u"a"_s, u"c"_s }));
@@ -293,25 +293,25 @@ TEST_F(CopiesWindowTest, ARemovedCopyIsGoneWithAllItsFilesAndTheNextOneIsSelecte
     EXPECT_EQ(selectedRow(), 1);
     for (int left = 1; left >= 0; --left) {
         ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
-        removeCopy().click();
+        removeIcon().click();
         answerSheet(u"Remove"_s);
         EXPECT_EQ(rows().size(), left);
     }
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
-    EXPECT_FALSE(removeCopy().isEnabled());
+    EXPECT_FALSE(removeIcon().isEnabled());
     EXPECT_EQ(table().emptyText(), u"No copies yet"_s);
 }
 
-TEST_F(CopiesWindowTest, ACopyThatCannotBeRemovedStaysInTheListAndTheWindowSaysSo)
+TEST_F(DropIconsWindowTest, ACopyThatCannotBeRemovedStaysInTheListAndTheWindowSaysSo)
 {
     // The kernel's own links, which nobody can remove.
-    open(ProgramCopies(path(u"program"_s),
-                       { .links = u"/proc/self"_s, .launchers = path(u"applications"_s), .desktop = QString() }));
+    open(DropIcons(path(u"program"_s),
+                   { .links = u"/proc/self"_s, .launchers = path(u"applications"_s), .desktop = QString() }));
     const qsizetype row = rows().indexOf(u"exe /proc/self/exe"_s);
     ASSERT_GE(row, 0);
     table().selectRow(static_cast<int>(row));
 
-    removeCopy().click();
+    removeIcon().click();
     answerSheet(u"Remove"_s);
 
     EXPECT_EQ(message(), u"“exe” could not be removed."_s);
@@ -319,12 +319,12 @@ TEST_F(CopiesWindowTest, ACopyThatCannotBeRemovedStaysInTheListAndTheWindowSaysS
     EXPECT_EQ(shownSheets(), QStringList());
 }
 
-TEST_F(CopiesWindowTest, ACopyThatSomebodyElseHasRemovedIsJustGone)
+TEST_F(DropIconsWindowTest, ACopyThatSomebodyElseHasRemovedIsJustGone)
 {
     open();
     makeByKeys(u"Scans"_s);
-    removeCopy().click();
-    ASSERT_TRUE(copies().remove(u"Scans"_s));
+    removeIcon().click();
+    ASSERT_TRUE(icons().remove(u"Scans"_s));
 
     answerSheet(u"Remove"_s);
 
@@ -332,26 +332,26 @@ TEST_F(CopiesWindowTest, ACopyThatSomebodyElseHasRemovedIsJustGone)
     EXPECT_EQ(message(), QString());
 }
 
-TEST_F(CopiesWindowTest, StartStartsTheSelectedCopyOrSaysThatItCannot)
+TEST_F(DropIconsWindowTest, StartStartsTheSelectedCopyOrSaysThatItCannot)
 {
     open();
     makeByKeys(u"a"_s);
     makeByKeys(u"b"_s);
 
-    startCopy().click();
+    startIcon().click();
     table().selectRow(0);
-    part<QAction>("startCopyAction").trigger();
+    part<QAction>("startIconAction").trigger();
     EXPECT_EQ(m_started, (QStringList{ path(u"copies/b"_s), path(u"copies/a"_s) }));
     EXPECT_EQ(message(), QString());
 
     m_canStart = false;
-    startCopy().click();
+    startIcon().click();
     EXPECT_EQ(message(), u"“a” could not be started."_s);
     table().selectRow(1);
     EXPECT_EQ(message(), QString());
 }
 
-TEST_F(CopiesWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelectionStays)
+TEST_F(DropIconsWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelectionStays)
 {
     open();
     makeByKeys(u"b"_s);
@@ -360,7 +360,7 @@ TEST_F(CopiesWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelec
     other.show();
     other.activateWindow();
     ASSERT_TRUE(waitFor([&other] { return other.isActiveWindow(); }));
-    ASSERT_EQ(copies().make(u"a"_s, false), ProgramCopies::Outcome::Made);
+    ASSERT_EQ(icons().make(u"a"_s, false), DropIcons::Outcome::Made);
     m_server = u"ftp://elsewhere/"_s;
     EXPECT_EQ(rows().size(), 1);
 
@@ -372,7 +372,7 @@ TEST_F(CopiesWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelec
     EXPECT_EQ(name().text(), u"new"_s);
 }
 
-TEST_F(CopiesWindowTest, EscapeClosesItAndItOpensAfresh)
+TEST_F(DropIconsWindowTest, EscapeClosesItAndItOpensAfresh)
 {
     open();
     part<QCheckBox>("onDesktopCheckBox").click();
@@ -385,12 +385,12 @@ TEST_F(CopiesWindowTest, EscapeClosesItAndItOpensAfresh)
 
     EXPECT_EQ(name().text(), QString());
     EXPECT_FALSE(part<QCheckBox>("onDesktopCheckBox").isChecked());
-    EXPECT_EQ(explanation(), CopyText::explanation(QString()));
+    EXPECT_EQ(explanation(), IconText::explanation(QString()));
     EXPECT_EQ(selectedRow(), -1);
     EXPECT_EQ(rows().size(), 1);
 }
 
-TEST_F(CopiesWindowTest, AVeryLongNameDoesNotWidenTheWindow)
+TEST_F(DropIconsWindowTest, AVeryLongNameDoesNotWidenTheWindow)
 {
     open();
     const int width = m_window->width();

@@ -1,5 +1,6 @@
-#include "CopyText.h"
+#include "IconText.h"
 
+#include "IconName.h"
 #include "VisibleText.h"
 
 #include <QDir>
@@ -29,15 +30,15 @@ QString whyUnsuitable(const QString& name)
 
 } // namespace
 
-namespace CopyText {
+namespace IconText {
 
 QString explanation(const QString& name)
 {
     if (name.isEmpty()) {
         return u"A copy uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s;
     }
-    using enum ProgramCopies::NameVerdict;
-    switch (ProgramCopies::judge(name)) {
+    using enum IconName::Verdict;
+    switch (IconName::judge(name)) {
     case Good:
         return name.contains(u'/')
             ? u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level after "
@@ -56,9 +57,9 @@ QString explanation(const QString& name)
     Q_UNREACHABLE();
 }
 
-QString outcome(ProgramCopies::Outcome outcome, bool onDesktop, bool isListed)
+QString outcome(DropIcons::Outcome outcome, bool onDesktop, bool isListed)
 {
-    using enum ProgramCopies::Outcome;
+    using enum DropIcons::Outcome;
     switch (outcome) {
     case Made:
         return onDesktop ? u"The copy is in the applications menu and on the desktop. Files can be dropped on it."_s
@@ -96,4 +97,4 @@ QString location(const QString& path)
     return path.startsWith(home) ? u"~/"_s + path.sliced(home.size()) : path;
 }
 
-} // namespace CopyText
+} // namespace IconText

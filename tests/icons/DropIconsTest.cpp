@@ -1,7 +1,8 @@
-#include "ProgramCopies.h"
+#include "DropIcons.h"
 
-#include "ApplicationService.h"
+#include "BusName.h"
 #include "CheckRows.h"
+#include "IconName.h"
 #include "WaitFor.h"
 
 #include <QDir>
@@ -20,8 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using NameVerdict = ProgramCopies::NameVerdict;
-using Outcome = ProgramCopies::Outcome;
+using Outcome = DropIcons::Outcome;
 
 /// Names that something between here and the program could take for more than a name.
 const QStringList strangeNames{ u"Scans"_s,          u"Photos/2024"_s, u"with blank"_s,  u" leading"_s,
@@ -29,9 +29,9 @@ const QStringList strangeNames{ u"Scans"_s,          u"Photos/2024"_s, u"with bl
                                 u"back\\slash\\n"_s, u"Quillbox 2"_s,  u"#;[x]&|<>*?"_s, u"x.app"_s,
                                 u"--help"_s,         u"a=b"_s,         u"trailing "_s,   u"two  "_s };
 
-class ProgramCopiesTest : public ::testing::Test {
+class DropIconsTest : public ::testing::Test {
 protected:
-    ProgramCopiesTest()
+    DropIconsTest()
     {
         QDir().mkpath(path(u"Desktop"_s));
         write(path(u"program"_s),
@@ -41,10 +41,7 @@ protected:
     }
 
     QString path(const QString& name) const { return m_folder.path() + u'/' + name; }
-    QString launcherPath(const QString& file) const
-    {
-        return path(u"applications/"_s) + ApplicationService::busName(file) + u".desktop"_s;
-    }
+    QString launcherPath(const QString& file) const { return path(u"applications/"_s) + busName(file) + u".desktop"_s; }
     QStringList files(const QString& folder) const
     {
         return QDir(path(folder)).entryList(QDir::Files | QDir::System | QDir::Hidden);
@@ -82,15 +79,15 @@ protected:
     }
 
     QTemporaryDir m_folder;
-    ProgramCopies m_copies{
+    DropIcons m_icons{
         path(u"program"_s),
         { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) }
     };
 };
 
-TEST_F(ProgramCopiesTest, ACopyIsALinkOfItsNameAndALauncher)
+TEST_F(DropIconsTest, AnIconIsALinkOfItsNameAndALauncher)
 {
-    EXPECT_EQ(m_copies.make(u"Scans"_s, false), Outcome::Made);
+    EXPECT_EQ(m_icons.make(u"Scans"_s, false), Outcome::Made);
 
     EXPECT_EQ(QFile::symLinkTarget(path(u"copies/Scans"_s)), path(u"program"_s));
     EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nName=Scans\n"));
@@ -100,38 +97,38 @@ TEST_F(ProgramCopiesTest, ACopyIsALinkOfItsNameAndALauncher)
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopMayBeExecuted)
+TEST_F(DropIconsTest, ALauncherOnTheDesktopMayBeExecuted)
 {
-    EXPECT_EQ(m_copies.make(u"A/B"_s, true), Outcome::Made);
+    EXPECT_EQ(m_icons.make(u"A/B"_s, true), Outcome::Made);
 
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"A:B.desktop"_s });
     EXPECT_TRUE(QFileInfo(path(u"Desktop/A:B.desktop"_s)).isExecutable());
-    EXPECT_EQ(m_copies.copies().size(), 1);
-    EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
+    EXPECT_EQ(m_icons.icons().size(), 1);
+    EXPECT_TRUE(m_icons.icons().constFirst().isOnDesktop);
 }
 
-TEST_F(ProgramCopiesTest, ALauncherOnTheDesktopIsNoHiddenFile)
+TEST_F(DropIconsTest, ALauncherOnTheDesktopIsNoHiddenFile)
 {
-    EXPECT_EQ(m_copies.make(u".x"_s, true), Outcome::Made);
+    EXPECT_EQ(m_icons.make(u".x"_s, true), Outcome::Made);
 
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"_x.desktop"_s });
-    EXPECT_EQ(m_copies.make(u"_x"_s, true), Outcome::AlreadyThere);
-    ASSERT_EQ(m_copies.copies().size(), 1);
-    EXPECT_TRUE(m_copies.copies().constFirst().isOnDesktop);
-    EXPECT_TRUE(m_copies.remove(u".x"_s));
+    EXPECT_EQ(m_icons.make(u"_x"_s, true), Outcome::AlreadyThere);
+    ASSERT_EQ(m_icons.icons().size(), 1);
+    EXPECT_TRUE(m_icons.icons().constFirst().isOnDesktop);
+    EXPECT_TRUE(m_icons.remove(u".x"_s));
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, NoCopyClaimsTheWindowsOfAllOthers)
+TEST_F(DropIconsTest, NoIconClaimsTheWindowsOfAllOthers)
 {
-    ASSERT_EQ(m_copies.make(u"quillbox"_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u"quillbox"_s, false), Outcome::Made);
 
     EXPECT_FALSE(read(launcherPath(u"quillbox"_s)).contains("StartupWMClass"));
 }
 
-TEST_F(ProgramCopiesTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThem)
+TEST_F(DropIconsTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThem)
 {
-    ASSERT_EQ(m_copies.make(u" a "_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u" a "_s, false), Outcome::Made);
 
     const QList<QByteArray> lines = read(launcherPath(u" a "_s)).split('\n');
     EXPECT_TRUE(lines.contains("Name=\\sa\\s"));
@@ -141,12 +138,12 @@ TEST_F(ProgramCopiesTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThe
     }
 }
 
-TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysName)
+TEST_F(DropIconsTest, EveryLauncherIsValidAndStartsTheProgramUnderTheIconsName)
 {
     for (const QString& name : strangeNames) {
         SCOPED_TRACE(name.toStdString());
-        ASSERT_EQ(m_copies.make(name, false), Outcome::Made);
-        const QString file = ProgramCopies::fileName(name);
+        ASSERT_EQ(m_icons.make(name, false), Outcome::Made);
+        const QString file = IconName::fileName(name);
 
         const int validity = QProcess::execute(u"desktop-file-validate"_s, { launcherPath(file) });
 
@@ -155,39 +152,39 @@ TEST_F(ProgramCopiesTest, EveryLauncherIsValidAndStartsTheProgramUnderTheCopysNa
     }
 }
 
-TEST_F(ProgramCopiesTest, CopiesAreListedByTheNamesThatWereGiven)
+TEST_F(DropIconsTest, IconsAreListedByTheNamesThatWereGiven)
 {
     for (const QString& name : strangeNames) {
-        ASSERT_EQ(m_copies.make(name, false), Outcome::Made);
+        ASSERT_EQ(m_icons.make(name, false), Outcome::Made);
     }
     write(path(u"copies/not a link"_s), "");
 
     QStringList listed;
-    for (const ProgramCopies::Copy& copy : m_copies.copies()) {
-        listed.append(copy.name);
-        EXPECT_EQ(QFileInfo(copy.path).symLinkTarget(), path(u"program"_s));
+    for (const DropIcons::Icon& icon : m_icons.icons()) {
+        listed.append(icon.name);
+        EXPECT_EQ(QFileInfo(icon.path).symLinkTarget(), path(u"program"_s));
     }
 
     EXPECT_EQ(QSet<QString>(listed.cbegin(), listed.cend()), QSet<QString>(strangeNames.cbegin(), strangeNames.cend()));
     EXPECT_EQ(listed.size(), strangeNames.size());
 }
 
-TEST_F(ProgramCopiesTest, RemovingLeavesNothingOfACopyAndAllOfTheOthers)
+TEST_F(DropIconsTest, RemovingLeavesNothingOfAnIconAndAllOfTheOthers)
 {
-    ASSERT_EQ(m_copies.make(u"a\"%/é"_s, true), Outcome::Made);
-    ASSERT_EQ(m_copies.make(u"other"_s, true), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u"a\"%/é"_s, true), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u"other"_s, true), Outcome::Made);
 
-    EXPECT_TRUE(m_copies.remove(u"a\"%/é"_s));
+    EXPECT_TRUE(m_icons.remove(u"a\"%/é"_s));
 
     EXPECT_EQ(files(u"copies"_s), QStringList{ u"other"_s });
     EXPECT_EQ(files(u"applications"_s).size(), 1);
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"other.desktop"_s });
-    EXPECT_FALSE(m_copies.remove(u"a\"%/é"_s));
-    EXPECT_FALSE(m_copies.remove(u".."_s));
+    EXPECT_FALSE(m_icons.remove(u"a\"%/é"_s));
+    EXPECT_FALSE(m_icons.remove(u".."_s));
     EXPECT_TRUE(QFile::exists(path(u"program"_s)));
 }
 
-TEST_F(ProgramCopiesTest, WhatIsNotOursStaysAsItIs)
+TEST_F(DropIconsTest, WhatIsNotOursStaysAsItIs)
 {
     const QByteArray foreign = "[Desktop Entry]\nName=x\n";
     write(path(u"copies/x"_s), foreign);
@@ -196,11 +193,11 @@ TEST_F(ProgramCopiesTest, WhatIsNotOursStaysAsItIs)
     ASSERT_TRUE(QFile::link(path(u"nowhere"_s), path(u"Desktop/w.desktop"_s)));
 
     for (const QString& name : { u"x"_s, u"y"_s, u"z"_s, u"w"_s }) {
-        EXPECT_EQ(m_copies.make(name, true), Outcome::AlreadyThere) << name.toStdString();
+        EXPECT_EQ(m_icons.make(name, true), Outcome::AlreadyThere) << name.toStdString();
     }
-    EXPECT_FALSE(m_copies.remove(u"x"_s));
-    EXPECT_EQ(m_copies.make(u"z"_s, false), Outcome::Made);
-    EXPECT_TRUE(m_copies.remove(u"z"_s));
+    EXPECT_FALSE(m_icons.remove(u"x"_s));
+    EXPECT_EQ(m_icons.make(u"z"_s, false), Outcome::Made);
+    EXPECT_TRUE(m_icons.remove(u"z"_s));
 
     EXPECT_EQ(read(path(u"copies/x"_s)), foreign);
     EXPECT_EQ(read(launcherPath(u"y"_s)), foreign);
@@ -210,81 +207,81 @@ TEST_F(ProgramCopiesTest, WhatIsNotOursStaysAsItIs)
     EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
 }
 
-TEST_F(ProgramCopiesTest, ACopyWhoseLinkWasRemovedByHandCanBeMadeAgain)
+TEST_F(DropIconsTest, AnIconWhoseLinkWasRemovedByHandCanBeMadeAgain)
 {
-    ASSERT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u"a"_s, true), Outcome::Made);
     const QByteArray launcher = read(launcherPath(u"a"_s));
     ASSERT_TRUE(QFile::remove(path(u"copies/a"_s)));
     write(launcherPath(u"a"_s), launcher + "Comment[de]=old\n");
 
-    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::Made);
+    EXPECT_EQ(m_icons.make(u"a"_s, true), Outcome::Made);
 
     EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
     EXPECT_EQ(read(path(u"Desktop/a.desktop"_s)), launcher);
-    EXPECT_TRUE(m_copies.remove(u"a"_s));
+    EXPECT_TRUE(m_icons.remove(u"a"_s));
     EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, AnotherCopysLauncherStandsInTheWay)
+TEST_F(DropIconsTest, AnotherIconsLauncherStandsInTheWay)
 {
-    ASSERT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u"a"_s, false), Outcome::Made);
     const QByteArray launcher = read(launcherPath(u"a"_s));
     write(path(u"Desktop/b.desktop"_s), launcher);
     write(launcherPath(u"c"_s), launcher);
 
-    EXPECT_EQ(m_copies.make(u"b"_s, true), Outcome::AlreadyThere);
-    EXPECT_EQ(m_copies.make(u"c"_s, false), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make(u"b"_s, true), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make(u"c"_s, false), Outcome::AlreadyThere);
 
     EXPECT_EQ(files(u"copies"_s), QStringList{ u"a"_s });
     EXPECT_EQ(read(path(u"Desktop/b.desktop"_s)), launcher);
 }
 
-TEST_F(ProgramCopiesTest, ACopyIsMadeOnce)
+TEST_F(DropIconsTest, AnIconIsMadeOnce)
 {
-    EXPECT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    EXPECT_EQ(m_icons.make(u"a"_s, false), Outcome::Made);
     const QByteArray launcher = read(launcherPath(u"a"_s));
 
-    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make(u"a"_s, true), Outcome::AlreadyThere);
 
     EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, ACopyOfWhichAPartCannotBeMadeIsNotMade)
+TEST_F(DropIconsTest, AnIconOfWhichAPartCannotBeMadeIsNotMade)
 {
     write(path(u"applications"_s), "no folder");
 
-    EXPECT_EQ(m_copies.make(u"a"_s, true), Outcome::NotWritable);
+    EXPECT_EQ(m_icons.make(u"a"_s, true), Outcome::NotWritable);
 
     EXPECT_EQ(files(u"copies"_s), QStringList());
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, WithoutALinkNothingOfACopyIsMade)
+TEST_F(DropIconsTest, WithoutALinkNothingOfAnIconIsMade)
 {
-    const ProgramCopies copies(
+    const DropIcons icons(
         path(u"program"_s),
         { .links = u"/proc/nowhere"_s, .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) });
 
-    EXPECT_EQ(copies.make(u"a"_s, true), Outcome::NotWritable);
+    EXPECT_EQ(icons.make(u"a"_s, true), Outcome::NotWritable);
 
     EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, ACopyThatCannotBePutOnTheDesktopIsNotMade)
+TEST_F(DropIconsTest, AnIconThatCannotBePutOnTheDesktopIsNotMade)
 {
-    const ProgramCopies copies(
+    const DropIcons icons(
         path(u"program"_s),
         { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = u"/proc/nowhere"_s });
 
-    EXPECT_EQ(copies.make(u"a"_s, true), Outcome::NotWritable);
+    EXPECT_EQ(icons.make(u"a"_s, true), Outcome::NotWritable);
 
     EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, ACopyWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
+TEST_F(DropIconsTest, AnIconWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
 {
-    ASSERT_EQ(m_copies.make(u"a"_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make(u"a"_s, false), Outcome::Made);
     const auto setMode = [this](const QString& name, mode_t mode) {
         ASSERT_EQ(::chmod(QFile::encodeName(path(name)).constData(), mode), 0);
     };
@@ -296,48 +293,22 @@ TEST_F(ProgramCopiesTest, ACopyWhoseLauncherCannotBeRemovedStaysListedUntilItCan
         const auto before = static_cast<uid_t>(::setfsuid(65534));
         const auto restore = qScopeGuard([before] { ::setfsuid(before); });
 
-        EXPECT_FALSE(m_copies.remove(u"a"_s));
-        EXPECT_EQ(m_copies.copies().size(), 1);
+        EXPECT_FALSE(m_icons.remove(u"a"_s));
+        EXPECT_EQ(m_icons.icons().size(), 1);
     }
     setMode(u"applications"_s, 0755);
 
-    EXPECT_TRUE(m_copies.remove(u"a"_s));
+    EXPECT_TRUE(m_icons.remove(u"a"_s));
     EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
 }
 
-TEST_F(ProgramCopiesTest, NamesThatNameNoFolderAreNotPossible)
+TEST_F(DropIconsTest, ANameThatIsNotPossibleMakesNothing)
 {
-    checkRows<NameVerdict(QString)>(
-        {
-            { u""_s, NameVerdict::Unsuitable },
-            { u"  "_s, NameVerdict::Unsuitable },
-            { u"."_s, NameVerdict::Unsuitable },
-            { u"a/../b"_s, NameVerdict::Unsuitable },
-            { u"/a"_s, NameVerdict::Unsuitable },
-            { u"a/"_s, NameVerdict::Unsuitable },
-            { u"a//b"_s, NameVerdict::Unsuitable },
-            { u"a:b"_s, NameVerdict::Unsuitable },
-            { u"a\nb"_s, NameVerdict::Unsuitable },
-            { QString(u'\0'), NameVerdict::Unsuitable },
-            { u"Quillbox"_s, NameVerdict::ProductsName },
-            { QString(248, u'x'), NameVerdict::TooLong },
-            { QString(124, u'é'), NameVerdict::TooLong },
-        },
-        [this](const QString& name) {
-            EXPECT_EQ(m_copies.make(name, true), Outcome::NameNotPossible);
-            return ProgramCopies::judge(name);
-        });
+    for (const QString& name : { u""_s, u"a/../b"_s, u"Quillbox"_s, QString(248, u'x') }) {
+        EXPECT_EQ(m_icons.make(name, true), Outcome::NameNotPossible) << name.toStdString();
+    }
     EXPECT_EQ(files(u"copies"_s), QStringList());
-}
-
-TEST_F(ProgramCopiesTest, ANameWithoutAFolderOfItsOwnIsSaidToBeSo)
-{
-    EXPECT_EQ(ProgramCopies::judge(u"Quillbox 2"_s), NameVerdict::NoFolderOfItsOwn);
-    EXPECT_EQ(ProgramCopies::judge(u"Quillbox/2"_s), NameVerdict::NoFolderOfItsOwn);
-    EXPECT_EQ(ProgramCopies::judge(u"quillbox"_s), NameVerdict::Good);
-    EXPECT_EQ(ProgramCopies::judge(u"My Quillbox"_s), NameVerdict::Good);
-    EXPECT_EQ(ProgramCopies::judge(QString(247, u'x')), NameVerdict::Good);
-    EXPECT_EQ(m_copies.make(QString(247, u'x'), true), Outcome::Made);
+    EXPECT_EQ(m_icons.make(QString(247, u'x'), true), Outcome::Made);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "CopyText.h"
+#include "IconText.h"
 
 #include "CheckRows.h"
 
@@ -7,11 +7,11 @@
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
-using Outcome = ProgramCopies::Outcome;
+using Outcome = DropIcons::Outcome;
 
 namespace {
 
-TEST(CopyTextTest, EveryKindOfNameIsExplained)
+TEST(IconTextTest, EveryKindOfNameIsExplained)
 {
     const QString noBeginning
         = u"A “/” stands between two names: not at the beginning, not at the end, and not beside another one."_s;
@@ -40,38 +40,38 @@ TEST(CopyTextTest, EveryKindOfNameIsExplained)
             { u"a\tb"_s, u"A name cannot hold invisible characters."_s },
             { QString(248, u'x'), u"This name is too long for a file."_s },
         },
-        CopyText::explanation);
+        IconText::explanation);
 }
 
-TEST(CopyTextTest, EveryOutcomeIsTold)
+TEST(IconTextTest, EveryOutcomeIsTold)
 {
-    EXPECT_EQ(CopyText::outcome(Outcome::Made, false, true),
+    EXPECT_EQ(IconText::outcome(Outcome::Made, false, true),
               u"The copy is in the applications menu. Files can be dropped on it."_s);
-    EXPECT_EQ(CopyText::outcome(Outcome::Made, true, true),
+    EXPECT_EQ(IconText::outcome(Outcome::Made, true, true),
               u"The copy is in the applications menu and on the desktop. Files can be dropped on it."_s);
-    EXPECT_EQ(CopyText::outcome(Outcome::NameNotPossible, false, false), u"There can be no copy of that name."_s);
-    EXPECT_EQ(CopyText::outcome(Outcome::AlreadyThere, false, true), u"There is a copy of that name already."_s);
-    EXPECT_EQ(CopyText::outcome(Outcome::AlreadyThere, false, false),
+    EXPECT_EQ(IconText::outcome(Outcome::NameNotPossible, false, false), u"There can be no copy of that name."_s);
+    EXPECT_EQ(IconText::outcome(Outcome::AlreadyThere, false, true), u"There is a copy of that name already."_s);
+    EXPECT_EQ(IconText::outcome(Outcome::AlreadyThere, false, false),
               u"Another file is where one of the copy’s files would be. Nothing has been changed."_s);
-    EXPECT_EQ(CopyText::outcome(Outcome::NotWritable, false, false),
+    EXPECT_EQ(IconText::outcome(Outcome::NotWritable, false, false),
               u"The copy could not be made, as its files could not be written. Nothing of it is left."_s);
 }
 
-TEST(CopyTextTest, NamesInSentencesAreShownAndNotObeyed)
+TEST(IconTextTest, NamesInSentencesAreShownAndNotObeyed)
 {
     const QString name = u"a%1\u202Eb"_s;
     const QString shown = u"“a%1⟨U+202E⟩b”"_s;
 
-    EXPECT_TRUE(CopyText::removalQuestion(name).contains(shown));
-    EXPECT_TRUE(CopyText::notRemoved(name).startsWith(shown));
-    EXPECT_TRUE(CopyText::notStarted(name).startsWith(shown));
+    EXPECT_TRUE(IconText::removalQuestion(name).contains(shown));
+    EXPECT_TRUE(IconText::notRemoved(name).startsWith(shown));
+    EXPECT_TRUE(IconText::notStarted(name).startsWith(shown));
 }
 
-TEST(CopyTextTest, LocationsInTheHomeFolderAreWrittenWithATilde)
+TEST(IconTextTest, LocationsInTheHomeFolderAreWrittenWithATilde)
 {
-    EXPECT_EQ(CopyText::location(QDir::homePath() + u"/a/b"_s), u"~/a/b"_s);
-    EXPECT_EQ(CopyText::location(QDir::homePath() + u"2/a"_s), QDir::homePath() + u"2/a"_s);
-    EXPECT_EQ(CopyText::location(u"/srv/a"_s), u"/srv/a"_s);
+    EXPECT_EQ(IconText::location(QDir::homePath() + u"/a/b"_s), u"~/a/b"_s);
+    EXPECT_EQ(IconText::location(QDir::homePath() + u"2/a"_s), QDir::homePath() + u"2/a"_s);
+    EXPECT_EQ(IconText::location(u"/srv/a"_s), u"/srv/a"_s);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ProgramCopies.h"
+#include "DropIcons.h"
 
 #include <QDialog>
 #include <QList>
@@ -11,13 +11,13 @@
 #include <memory>
 
 namespace Ui {
-class CopiesWindow;
+class DropIconsWindow;
 } // namespace Ui
 
-/// The window in which copies of the program are made under other names, and are listed, started and removed. What a
-/// name leads to is said while it is typed, and what has come of making a copy in the same place. The list is read
+/// The window in which drop icons are made, and are listed, started and removed. What a
+/// name leads to is said while it is typed, and what has come of making an icon in the same place. The list is read
 /// again whenever the window becomes the active one. It holds nothing else up. Belongs to the main thread.
-class CopiesWindow final : public QDialog {
+class DropIconsWindow final : public QDialog {
     Q_OBJECT
 
 public:
@@ -29,8 +29,8 @@ public:
         std::function<bool(const QString& path)> start;
     };
 
-    CopiesWindow(ProgramCopies copies, Application application);
-    ~CopiesWindow() override;
+    DropIconsWindow(DropIcons icons, Application application);
+    ~DropIconsWindow() override;
 
 protected:
     bool event(QEvent* event) override;
@@ -47,14 +47,14 @@ private:
     void showDestination();
     void showWhatCanBeDone();
     void select(qsizetype row);
-    /// Where the copy @p name stands in the list; -1 when it is not there.
+    /// Where the icon @p name stands in the list; -1 when it is not there.
     qsizetype rowOf(const QString& name) const;
-    /// Of the selected copy; -1 when none is.
+    /// Of the selected icon; -1 when none is.
     int selectedRow() const;
 
-    ProgramCopies m_copies;
+    DropIcons m_icons;
     Application m_application;
-    std::unique_ptr<Ui::CopiesWindow> m_ui;
+    std::unique_ptr<Ui::DropIconsWindow> m_ui;
     QStandardItemModel m_model; ///< What the table shows of m_listed.
-    QList<ProgramCopies::Copy> m_listed;
+    QList<DropIcons::Icon> m_listed;
 };
