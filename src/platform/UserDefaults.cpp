@@ -79,8 +79,9 @@ UserDefaults& UserDefaults::standard()
     return defaults;
 }
 
-UserDefaults::UserDefaults(QString filePath)
+UserDefaults::UserDefaults(QString filePath, Absence absence)
     : m_filePath(std::move(filePath))
+    , m_absence(absence)
 {
 }
 
@@ -227,7 +228,8 @@ bool UserDefaults::readFile() const
         return false; // What is known holds until there is a descriptor to read with.
     }
     m_values = values.value_or(QJsonObject());
-    m_broken = !values && stamp.error != ENOENT && stamp.error != ENOTDIR;
+    const bool isAbsent = stamp.error == ENOENT || stamp.error == ENOTDIR;
+    m_broken = !values && !(isAbsent && m_absence == Absence::IsInOrder);
     if (!m_values.isEmpty()) {
         m_lastKnown = m_values;
     }

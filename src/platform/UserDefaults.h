@@ -16,14 +16,20 @@
 /// the file is parsed again only when it has changed. All calls belong to the main thread.
 ///
 /// A file that holds no JSON object, or more than 1 MiB, reads as if it were empty; the next store keeps it beside the
-/// new one, with ".bak" appended to its name. No file is no settings, and in order. A symbolic link is followed, also
-/// when storing: the link stays and the file that it leads to is replaced.
+/// new one, with ".bak" appended to its name. No file is no settings, and in order unless said otherwise. A symbolic
+/// link is followed, also when storing: the link stays and the file that it leads to is replaced.
 class UserDefaults {
 public:
     /// The settings of this program: settings.json in the folder that QStandardPaths::AppConfigLocation names.
     static UserDefaults& standard();
 
-    explicit UserDefaults(QString filePath);
+    /// What it means that there is no file.
+    enum class Absence {
+        IsInOrder,
+        IsBroken, ///< As if it could not be read: somebody has taken it away.
+    };
+
+    explicit UserDefaults(QString filePath, Absence absence = Absence::IsInOrder);
 
     const QString& filePath() const { return m_filePath; }
 
@@ -42,7 +48,7 @@ public:
 
     /// Whether anything is stored under @p key, of whatever kind.
     bool contains(const QString& key) const;
-    /// Whether the file can be read as settings, or there is none; otherwise every key reads as nothing.
+    /// Whether the file can be read as settings, or its absence is in order; otherwise every key reads as nothing.
     bool isReadable() const;
     /// The text under @p key as it was stored; null when the key is absent or holds no text.
     QString string(const QString& key) const;
@@ -102,6 +108,7 @@ private:
     bool keepFile(const QString& target) const;
 
     QString m_filePath;
+    Absence m_absence;
     std::function<void()> m_brokenFileHandler;
     std::function<void(PrivateFile::Access)> m_openFileHandler;
     mutable QJsonObject m_values;

@@ -628,6 +628,21 @@ TEST_F(UserDefaultsTest, EachChangeThatBreaksTheFileIsReportedOnceFromTheLoop)
     EXPECT_EQ(reports, 2);
 }
 
+TEST_F(UserDefaultsTest, AFileThatMustBeThereIsBrokenAndReportedWhileItIsNotAndIsStoredAnew)
+{
+    UserDefaults defaults(m_path, UserDefaults::Absence::IsBroken);
+    int reports = 0;
+    defaults.setBrokenFileHandler([&reports] { ++reports; });
+
+    EXPECT_FALSE(defaults.isReadable());
+    ASSERT_TRUE(waitFor([&] { return !defaults.isReadable() && reports == 1; }));
+    ASSERT_TRUE(defaults.store({ { u"Address"_s, u"host"_s } }));
+    EXPECT_TRUE(defaults.isReadable());
+    EXPECT_FALSE(QFileInfo::exists(m_backup));
+    ASSERT_TRUE(QFile::remove(m_path));
+    ASSERT_TRUE(waitFor([&] { return !defaults.isReadable() && reports == 2; }));
+}
+
 TEST_F(UserDefaultsTest, AFileThatWasBrokenBeforeTheHandlerCameIsReported)
 {
     writeFile("broken");
