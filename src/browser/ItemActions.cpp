@@ -7,6 +7,7 @@
 #include "DestinationSettings.h"
 #include "FTPConnections.h"
 #include "FTPGetController.h"
+#include "IconSettings.h"
 #include "ItemCall.h"
 #include "ItemLocation.h"
 #include "ListingTable.h"
@@ -89,7 +90,7 @@ QString ItemActions::locationOfSelection() const
 
 QString ItemActions::webLinkOfSelection() const
 {
-    const UserDefaults::Reading reading(UserDefaults::standard());
+    const UserDefaults::Reading reading(connectionSettings());
     QStringList links;
     for (const int row : m_table.selectedRows()) {
         const ListingEntry& entry = m_listing.entries().at(row);

@@ -1,5 +1,6 @@
 #include "DestinationWatch.h"
 
+#include "IconSettings.h"
 #include "UserDefaults.h"
 
 #include <QDateTime>
@@ -23,7 +24,7 @@ void DestinationWatch::destinationChanged()
 /// says nothing.
 std::chrono::milliseconds DestinationWatch::ageOfSettings()
 {
-    const QFileInfo file(UserDefaults::standard().filePath());
+    const QFileInfo file(connectionSettings().filePath());
     const qint64 age = file.fileTime(QFile::FileMetadataChangeTime).msecsTo(QDateTime::currentDateTime());
     return age < 0 || !file.exists() ? quietTime : std::chrono::milliseconds(age);
 }
@@ -32,7 +33,7 @@ void DestinationWatch::check()
 {
     if (const auto age = ageOfSettings(); age < quietTime) {
         m_quiet.start(quietTime - age);
-    } else if (UserDefaults::standard().isReadable()) {
+    } else if (connectionSettings().isReadable() || IconSettings::areInUse()) {
         emit settled();
     } else {
         m_quiet.start(quietTime);

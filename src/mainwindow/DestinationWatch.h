@@ -6,7 +6,8 @@
 #include <chrono>
 
 /// Notices that somebody else has changed where files go, another copy of the program or an editor: that counts as the
-/// user's wish when the settings have been quiet for a second and can be read. Belongs to the main thread.
+/// user's wish when the settings have been quiet for a second and can be read. An icon's own count then as they are: it
+/// has no destination without them. Belongs to the main thread.
 class DestinationWatch final : public QObject {
     Q_OBJECT
 

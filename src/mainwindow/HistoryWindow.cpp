@@ -7,6 +7,7 @@
 #include "HistoryRows.h"
 #include "HistoryTableModel.h"
 #include "HistoryText.h"
+#include "IconSettings.h"
 #include "SelectedRows.h"
 #include "SheetQueue.h"
 #include "StandardFolders.h"
@@ -265,7 +266,7 @@ void HistoryWindow::copy()
 void HistoryWindow::copyWebLink()
 {
     m_ledger.read(keysOf(selectedRows()), this, [](const std::optional<QList<LedgerRow>>& known) {
-        const UserDefaults::Reading reading(UserDefaults::standard());
+        const UserDefaults::Reading reading(connectionSettings());
         QStringList links;
         for (const LedgerRow& row : known.value_or(QList<LedgerRow>())) {
             links.append(HistoryRows::webLink(row.entry));
@@ -372,7 +373,7 @@ void HistoryWindow::showWhatCanBeDone()
     m_ui->queueAgainAction->setEnabled(canQueue);
     setEnabledKeepingFocus(*m_ui->copyHistoryButton, hasRows, *m_ui->historyTable);
     m_ui->copyHistoryAction->setEnabled(hasRows);
-    const UserDefaults::Reading reading(UserDefaults::standard()); // One look for all rows.
+    const UserDefaults::Reading reading(connectionSettings()); // One look for all rows.
     m_ui->copyWebLinkAction->setVisible(hasWebAddress());
     m_ui->copyWebLinkAction->setEnabled(
         m_ui->copyWebLinkAction->isVisible()

@@ -7,6 +7,7 @@
 #include "FocusKeeping.h"
 #include "HistoryRows.h"
 #include "IconLabel.h"
+#include "IconSettings.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
 #include "UserDefaults.h"
@@ -323,7 +324,7 @@ bool OutcomeLine::hasWebLinks() const
 
 void OutcomeLine::copyWebLinks() const
 {
-    const UserDefaults::Reading reading(UserDefaults::standard());
+    const UserDefaults::Reading reading(connectionSettings());
     QStringList links;
     for (int row = m_history->firstQueueRow(); row < m_history->rowCount(); ++row) {
         if (const HistoryEntry entry = m_history->entries()[row]; !entry.isManual) {

@@ -7,6 +7,7 @@
 #include "FTPCreateController.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
+#include "IconSettings.h"
 #include "ItemActions.h"
 #include "ListingTable.h"
 #include "ModalState.h"
@@ -183,7 +184,9 @@ bool Pump::isDownloadDue() const
 
 void Pump::startNext()
 {
-    const UserDefaults::Reading reading(UserDefaults::standard()); // Once for all that a start asks for.
+    // Once for all that a start asks for.
+    const UserDefaults::Reading reading(UserDefaults::standard());
+    const UserDefaults::Reading connectionReading(connectionSettings());
     if (isDownloadDue()) {
         m_parts.items.startNextDownload();
         return;

@@ -2,6 +2,7 @@
 
 #include "Addressing.h"
 #include "EncryptionSetting.h"
+#include "IconSettings.h"
 #include "ProgramName.h"
 #include "SettingNames.h"
 #include "UserDefaults.h"
@@ -10,27 +11,27 @@ namespace DestinationSettings {
 
 QString username()
 {
-    return UserDefaults::standard().string(SettingNames::username);
+    return connectionSettings().string(SettingNames::username);
 }
 
 QString password()
 {
-    return UserDefaults::standard().string(SettingNames::password);
+    return connectionSettings().string(SettingNames::password);
 }
 
 QString address()
 {
-    return UserDefaults::standard().string(SettingNames::address);
+    return connectionSettings().string(SettingNames::address);
 }
 
 QString ftpFolder()
 {
-    return UserDefaults::standard().string(SettingNames::ftpFolder);
+    return connectionSettings().string(SettingNames::ftpFolder);
 }
 
 FTPEncryption encryption()
 {
-    return encryptionSetting(UserDefaults::standard());
+    return encryptionSetting(connectionSettings());
 }
 
 QString ourAppName()
@@ -40,7 +41,7 @@ QString ourAppName()
 
 QString ftpFolderFromAppName()
 {
-    return Addressing::folderFromAppName(ourAppName());
+    return IconSettings::areInUse() ? QString() : Addressing::folderFromAppName(ourAppName());
 }
 
 QString createFullURLFromFTPRootRelativePath(const QString& path)
@@ -58,9 +59,17 @@ QString createFullDestinationPathFromAppNameAndFTPFolder()
     return createFullPathFromFTPRootRelativePath(ftpFolderFromAppName());
 }
 
+QString destinationOfSubFolderIcon(const QString& fileName)
+{
+    const UserDefaults& settings = UserDefaults::standard();
+    const UserDefaults::Reading reading(settings);
+    return Addressing::fullPath(settings.string(SettingNames::address), settings.string(SettingNames::ftpFolder),
+                                Addressing::folderFromAppName(Addressing::appName(fileName)));
+}
+
 Destination destination()
 {
-    const UserDefaults::Reading reading(UserDefaults::standard());
+    const UserDefaults::Reading reading(connectionSettings());
     return { .location = createFullDestinationPathFromAppNameAndFTPFolder(),
              .username = username(),
              .password = password(),

@@ -2,6 +2,7 @@
 
 #include "Addressing.h"
 #include "DestinationSettings.h"
+#include "IconSettings.h"
 #include "SettingNames.h"
 #include "UserDefaults.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 QString webAddress()
 {
-    return UserDefaults::standard().string(SettingNames::webAddress).trimmed();
+    return connectionSettings().string(SettingNames::webAddress).trimmed();
 }
 
 } // namespace
@@ -30,7 +31,7 @@ bool hasWebAddress()
 
 QString webLink(const QString& item)
 {
-    const UserDefaults::Reading reading(UserDefaults::standard());
+    const UserDefaults::Reading reading(connectionSettings());
     const QString base = webAddress();
     return base.isEmpty() ? QString()
                           : webLink(base, DestinationSettings::createFullPathFromFTPRootRelativePath(QString()), item);

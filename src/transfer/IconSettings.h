@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+
+class UserDefaults;
+
+/// Drop icons that have a server of their own. Each has the settings that say where its files go (Address, Username,
+/// Password, FTPFolder, Encryption, WebAddress) in a file that is named after the program's file under which the icon
+/// starts the program; all other settings are the main ones. On the main thread.
+namespace IconSettings {
+
+/// Bytes of the longest program's file name that can have such settings: a file system takes 255, and storing settings
+/// makes files with longer names beside them.
+constexpr qsizetype longestFileName = 231;
+
+/// Where the icon that starts the program as @p fileName has its settings, were there such an icon.
+QString filePath(const QString& fileName);
+/// Where the links to the program are by which such icons start it, each called as the program's file is to be.
+QString linkFolder();
+/// Whether a program that is started as @p fileName has a server of its own: its settings or its link are there.
+bool areOf(const QString& fileName);
+
+/// From now on connectionSettings() are those of the icon that starts the program as @p fileName, also when its file is
+/// gone or cannot be read: then nothing is set, and nothing of the main settings takes their place. Null for the main
+/// ones, which are in use at first.
+void use(const QString& fileName);
+bool areInUse();
+
+} // namespace IconSettings
+
+/// The settings that say where the running program's files go.
+UserDefaults& connectionSettings();
