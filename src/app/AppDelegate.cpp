@@ -1,6 +1,5 @@
 #include "AppDelegate.h"
 
-#include "Addressing.h"
 #include "BringToFront.h"
 #include "DestinationSettings.h"
 #include "DropIcons.h"
@@ -198,14 +197,11 @@ void AppDelegate::showWelcomeWindow(const QObject* sender)
 void AppDelegate::showDropIconsWindow()
 {
     if (m_dropIconsWindow == nullptr) {
-        const auto destinationFor = [](const QString& fileName) {
-            return DestinationSettings::createFullPathFromFTPRootRelativePath(
-                Addressing::folderFromAppName(Addressing::appName(fileName)));
-        };
         const auto start = [](const QString& path) { return QProcess::startDetached(path, {}); };
         m_dropIconsWindow = std::make_unique<DropIconsWindow>(
             DropIcons(DropIcons::ourProgramPath(), DropIcons::Folders::standard()),
-            DropIconsWindow::Application{ .destinationFor = destinationFor, .start = start });
+            DropIconsWindow::Application{ .destinationFor = &DestinationSettings::destinationOfSubFolderIcon,
+                                          .start = start });
     }
     bringToFront(*m_dropIconsWindow);
 }

@@ -55,6 +55,9 @@ constexpr const char* helpText
       "  --icon NAME    Starts the copy that was made under that name, or hands the files to its window.\n"
       "  --list-icons   Lists these copies, each with a tab and where its files go.\n"
       "  --preferences  Opens the preferences.\n"
+      "  --settings FILE\n"
+      "                 Says that this copy has a server of its own, with its settings in this file; its launcher "
+      "does.\n"
       "  -session ID    Alone: how session managers start programs again.\n"
       "  --             Every word behind it is a file, also one that begins with \"-\".\n";
 
@@ -74,13 +77,15 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             commandLine.action = u"preferences"_s;
         } else if (word == u"--list-icons"_s) {
             commandLine.listsIcons = true;
-        } else if (word == u"--icon"_s) {
+        } else if (word == u"--icon"_s || word == u"--settings"_s) {
+            const bool isIcon = word == u"--icon"_s;
             if (++i == arguments.size()) {
-                QTextStream(stderr) << "Quillbox: \"--icon\" is followed by the name of an icon.\n";
+                QTextStream(stderr) << "Quillbox: \"" << word << "\" is followed by "
+                                    << (isIcon ? "the name of an icon" : "a file with an icon's settings") << ".\n";
                 exitCode = 2;
                 return std::nullopt;
             }
-            commandLine.icon = arguments[i];
+            (isIcon ? commandLine.icon : commandLine.settings) = isIcon ? arguments[i] : absolutePath(arguments[i]);
         } else if (word == u"-session"_s && i == 1 && arguments.size() == 3 && !QFileInfo::exists(word)) {
             break; // What follows is an ID of the toolkit's. Where that is a file, "*" stood for its name and
                    // "-session".

@@ -1,13 +1,15 @@
 #include "IconCommands.h"
 
-#include "Addressing.h"
 #include "CommandLine.h"
 #include "DestinationSettings.h"
 #include "DropIcons.h"
 #include "IconName.h"
+#include "IconSettings.h"
 #include "LocalPath.h"
+#include "ProgramName.h"
 #include "VisibleText.h"
 
+#include <QDir>
 #include <QTextStream>
 
 #include <algorithm>
@@ -22,8 +24,7 @@ namespace {
 
 QString destinationOf(const QString& name)
 {
-    const QString folder = Addressing::folderFromAppName(Addressing::appName(IconName::fileName(name)));
-    const QString destination = DestinationSettings::createFullPathFromFTPRootRelativePath(folder);
+    const QString destination = DestinationSettings::destinationOfSubFolderIcon(IconName::fileName(name));
     return destination.isNull() ? u"no destination"_s : destination;
 }
 
@@ -47,7 +48,32 @@ const char* run(const QString& path, const CommandLine& commandLine)
     return std::strerror(errno); // There is one thread yet.
 }
 
+void printNotTaken(QTextStream& out, const QStringList& files)
+{
+    for (const QString& file : files) {
+        out << "Not taken: " << wholeVisibleText(file) << '\n';
+    }
+}
+
 } // namespace
+
+bool IconCommands::useSettings(const CommandLine& commandLine)
+{
+    const QString program = programFileName();
+    const QString own = QDir::cleanPath(IconSettings::filePath(program));
+    const bool isTold = !commandLine.settings.isNull();
+    if (isTold && QDir::cleanPath(commandLine.settings) != own) {
+        QTextStream err(stderr);
+        err << "Quillbox: The settings in \"" << wholeVisibleText(commandLine.settings)
+            << "\" are not those of this program, which are in \"" << wholeVisibleText(own) << "\".\n";
+        printNotTaken(err, commandLine.files);
+        return false;
+    }
+    if (isTold || IconSettings::areOf(program)) {
+        IconSettings::use(program);
+    }
+    return true;
+}
 
 void IconCommands::list(const DropIcons& icons)
 {
@@ -68,7 +94,5 @@ void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& command
     } else {
         err << "Quillbox: The icon \"" << name << "\" cannot be started: " << run(icon->path, commandLine) << ".\n";
     }
-    for (const QString& file : commandLine.files) {
-        err << "Not taken: " << wholeVisibleText(file) << '\n';
-    }
+    printNotTaken(err, commandLine.files);
 }

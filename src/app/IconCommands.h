@@ -6,6 +6,11 @@ struct CommandLine;
 /// What the command line asks of drop icons. Needs no display.
 namespace IconCommands {
 
+/// Has the running program use the settings of its own icon (IconSettings) where it has such, or was told so. False
+/// when
+/// @p commandLine names those of another icon, having said so and which files are not taken.
+bool useSettings(const CommandLine& commandLine);
+
 /// Prints a line for each icon: its name, a tab, and where its files go.
 void list(const DropIcons& icons);
 

@@ -83,6 +83,9 @@ CommandLine readCommandLine(int argc, char** argv)
     if (!commandLine) {
         std::exit(exitCode);
     }
+    if (!IconCommands::useSettings(*commandLine)) {
+        std::exit(1);
+    }
     if (commandLine->listsIcons || !commandLine->icon.isNull()) {
         const DropIcons icons(DropIcons::ourProgramPath(), DropIcons::Folders::standard());
         if (commandLine->listsIcons) {

@@ -205,4 +205,20 @@ TEST_F(CommandLineTest, AnIconIsNamedByTheWordBehindItsOption)
     EXPECT_EQ(m_exitCode, 2);
 }
 
+TEST_F(CommandLineTest, AnIconsSettingsAreNamedByTheWordBehindTheirOptionAndBeforeTheFiles)
+{
+    const auto commandLine = read({ u"--settings"_s, u"/icons/-a b.json"_s, u"/a"_s });
+
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->settings, u"/icons/-a b.json"_s);
+    EXPECT_EQ(commandLine->files, QStringList{ u"/a"_s });
+    EXPECT_TRUE(read({ u"/a"_s })->settings.isNull());
+
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(read({ u"/a"_s, u"--settings"_s }));
+    EXPECT_EQ(m_exitCode, 2);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "Quillbox: \"--settings\" is followed by a file with an icon's settings.\n");
+}
+
 } // namespace
