@@ -39,10 +39,12 @@ template <typename Key, typename Iterator> auto sortedBy(const Key& key, Iterato
     std::transform(begin, end, std::back_inserter(items), [&key](int number) {
         return Fresh<Value>{ key(number), number };
     });
-    std::stable_sort(items.begin(), items.end(),
-                     [isBefore = comparison<Value>(isAscending)](const auto& left, const auto& right) {
-                         return isBefore(left.value, right.value);
-                     });
+    const auto isBefore = [isBefore = comparison<Value>(isAscending)](const auto& left, const auto& right) {
+        return isBefore(left.value, right.value);
+    };
+    if (!std::is_sorted(items.begin(), items.end(), isBefore)) { // Many servers list by name.
+        std::stable_sort(items.begin(), items.end(), isBefore);
+    }
     return items;
 }
 
@@ -55,6 +57,20 @@ template <typename Key> std::function<ListEntries::PreparedOrder()> makerOf(List
         std::transform(items.begin(), items.end(), numbers.begin(), [](const auto& item) { return item.number; });
         return std::move(order);
     };
+}
+
+/// As std::upper_bound() does, but from the end, in steps that double: what comes next often belongs there.
+template <typename Iterator, typename Value, typename IsBefore>
+Iterator behindEquals(Iterator begin, Iterator end, const Value& value, const IsBefore& isBefore)
+{
+    for (ptrdiff_t step = 1; begin != end; step *= 2) {
+        const Iterator probe = end - std::min(step, end - begin);
+        if (!isBefore(value, *probe)) {
+            return std::upper_bound(std::next(probe), end, value, isBefore);
+        }
+        end = probe;
+    }
+    return begin;
 }
 
 SortDescriptor firstOf(const QList<SortDescriptor>& descriptors)
@@ -157,8 +173,8 @@ template <typename Key> void ListEntries::mergeAppendedBy(Key key)
     auto to = m_order.end();
     for (; !fresh.empty(); fresh.pop_back()) {
         const auto& item = fresh.back();
-        const auto place = std::upper_bound(m_order.begin(), from, item.value,
-                                            [&](const auto& value, int row) { return isBefore(value, key(row)); });
+        const auto place = behindEquals(m_order.begin(), from, item.value,
+                                        [&](const auto& value, int row) { return isBefore(value, key(row)); });
         to = std::move_backward(place, from, to);
         from = place;
         *--to = item.number;
