@@ -43,9 +43,10 @@ void setCheckedQuietly(QCheckBox& box, bool isChecked)
 
 SecondaryWindows::SecondaryWindows(ViewController& controller, FTPConnections& connections)
     : m_controller(controller)
+    , m_connections(connections)
     , m_welcome(std::make_unique<Ui::Welcome>())
 {
-    makePreferences(connections);
+    makePreferences();
     makeWelcome();
 }
 
@@ -75,29 +76,36 @@ void SecondaryWindows::makeWelcome()
     connect(m_welcome->doNotShowAgainCheckBox, &QCheckBox::toggled, this, &SecondaryWindows::rememberWelcomeChoice);
 }
 
-void SecondaryWindows::makePreferences(FTPConnections& connections)
+void SecondaryWindows::makePreferences()
 {
     m_preferences = std::make_unique<PreferencesController>(
         UserDefaults::standard(),
         PreferencesController::Application{
-            .destinationFor =
-                [](const QString& address, const QString& folder) {
-                    return Addressing::fullPath(address, folder, DestinationSettings::ftpFolderFromAppName());
-                },
+            .server = serverAccess(&DestinationSettings::ftpFolderFromAppName),
             .updateWindowTitleAndList = [this] { m_controller.destinationSet(); },
-            .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
-            .forgetCertificate =
-                [&connections](const QString& destination) {
-                    connections.closeIdleConnections(destination); // They were made while it was trusted.
-                    const std::optional<FTPLocation> location = FTPLocation::fromText(destination);
-                    return location && TrustedCertificates::standard().forget(location->host, location->port);
-                },
-            .startConnectionTest =
-                [this, &connections](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
-                    m_controller.connectionRequested();
-                    return connections.startConnectionTest(request, std::move(handler));
-                },
         });
+}
+
+ServerAccess SecondaryWindows::serverAccess(std::function<QString()> subFolder)
+{
+    return {
+        .destinationFor =
+            [subFolder = std::move(subFolder)](const QString& address, const QString& folder) {
+                return Addressing::fullPath(address, folder, subFolder());
+            },
+        .trustsCertificate = [](const QString& destination) { return !trustedFingerprint(destination).isEmpty(); },
+        .forgetCertificate =
+            [this](const QString& destination) {
+                m_connections.closeIdleConnections(destination); // They were made while it was trusted.
+                const std::optional<FTPLocation> location = FTPLocation::fromText(destination);
+                return location && TrustedCertificates::standard().forget(location->host, location->port);
+            },
+        .startConnectionTest =
+            [this](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
+                m_controller.connectionRequested();
+                return m_connections.startConnectionTest(request, std::move(handler));
+            },
+    };
 }
 
 void SecondaryWindows::showManualTransfers()

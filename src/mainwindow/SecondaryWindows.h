@@ -2,10 +2,12 @@
 
 #include "LedgerRow.h"
 #include "ManualTransfers.h"
+#include "ServerAccess.h"
 
 #include <QDialog>
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 class FTPConnections;
@@ -33,6 +35,9 @@ public:
     /// Null until it is first shown.
     HistoryWindow* historyWindow() { return m_historyWindow.get(); }
 
+    /// For a form in which a server is edited; @p subFolder, which may be null, is added to its folder.
+    ServerAccess serverAccess(std::function<QString()> subFolder);
+
     void showManualTransfers();
     void showPreferences();
     /// With the rows of @p keys selected, if there are any.
@@ -43,11 +48,12 @@ public:
     void remember();
 
 private:
-    void makePreferences(FTPConnections& connections);
+    void makePreferences();
     void makeWelcome();
     void rememberWelcomeChoice(bool isTurnedOff);
 
     ViewController& m_controller;
+    FTPConnections& m_connections;
     ManualTransfers m_manualTransfers;
     std::unique_ptr<PreferencesController> m_preferences;
     QDialog m_welcomeWindow;

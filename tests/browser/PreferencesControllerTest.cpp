@@ -127,23 +127,25 @@ protected:
     PreferencesController m_preferences{
         m_defaults,
         {
-            .destinationFor
-            = [](const QString& address,
-                 const QString& folder) { return address == u"host"_s ? u"ftp://host/"_s + folder : QString(); },
+            .server = {
+                .destinationFor
+                = [](const QString& address,
+                     const QString& folder) { return address == u"host"_s ? u"ftp://host/"_s + folder : QString(); },
+                .trustsCertificate = [this](const QString& destination) { return m_trusted.contains(destination); },
+                .forgetCertificate
+                = [this](const QString& destination) { return m_canForget && m_trusted.removeAll(destination) > 0; },
+                .startConnectionTest =
+                    [this](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
+                        m_connectionTest = std::make_shared<ConnectionTestRecord>();
+                        m_connectionTest->request = request;
+                        m_connectionTest->handler = std::move(handler);
+                        return std::make_unique<RecordedConnectionTest>(m_connectionTest);
+                    },
+            },
             .updateWindowTitleAndList =
                 [this] {
                     m_refreshes.append(m_defaults.string(u"Address"_s));
                     m_wasOpen.append(m_preferences.view()->isVisible());
-                },
-            .trustsCertificate = [this](const QString& destination) { return m_trusted.contains(destination); },
-            .forgetCertificate
-            = [this](const QString& destination) { return m_canForget && m_trusted.removeAll(destination) > 0; },
-            .startConnectionTest =
-                [this](const FTPConnectionTestRequest& request, FTPConnectionTestHandler handler) {
-                    m_connectionTest = std::make_shared<ConnectionTestRecord>();
-                    m_connectionTest->request = request;
-                    m_connectionTest->handler = std::move(handler);
-                    return std::make_unique<RecordedConnectionTest>(m_connectionTest);
                 },
         }
     };

@@ -66,8 +66,7 @@ TEST_F(IconSettingsTest, TheyLieInAPrivateFileBesideTheMainOnes)
     runAs(u"Photos:2024"_s);
 
     const QFileInfo file(IconSettings::filePath(u"Photos:2024"_s));
-    EXPECT_EQ(file.filePath(),
-              QFileInfo(UserDefaults::standard().filePath()).path() + u"/icons/Photos:2024.json"_s);
+    EXPECT_EQ(file.filePath(), QFileInfo(UserDefaults::standard().filePath()).path() + u"/icons/Photos:2024.json"_s);
     EXPECT_EQ(file.permissions() & ~(QFile::ReadUser | QFile::WriteUser), QFile::ReadOwner | QFile::WriteOwner);
     EXPECT_EQ(QFileInfo(file.path()).permissions() & (QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther),
               QFile::Permissions());
@@ -140,8 +139,7 @@ TEST_F(IconSettingsTest, WhileTheyAreGoneDamagedOrUnreadableThereIsNoServerAtAll
         { "damaged", [&] { write(path, "{ \"Address\": \"own.exa"); } },
         { "empty", [&] { write(path, ""); } },
         { "a folder", [&] { ASSERT_TRUE(QFile::remove(path) && QDir().mkdir(path)); } },
-        { "a link to nothing",
-          [&] { ASSERT_TRUE(QDir().rmdir(path) && QFile::link(u"/nowhere"_s, path)); } },
+        { "a link to nothing", [&] { ASSERT_TRUE(QDir().rmdir(path) && QFile::link(u"/nowhere"_s, path)); } },
     };
     for (const auto& [name, harm] : harms) {
         SCOPED_TRACE(name);

@@ -1,13 +1,8 @@
 #include "PreferencesController.h"
 
-#include "AddressAdvice.h"
 #include "BringToFront.h"
-#include "ConnectionTestControls.h"
 #include "DelayedAlert.h"
-#include "DrawnIcons.h"
 #include "DroppedFolders.h"
-#include "EncryptionSetting.h"
-#include "FocusKeeping.h"
 #include "LabelAlignment.h"
 #include "ScreenRoom.h"
 #include "SettingNames.h"
@@ -16,6 +11,7 @@
 #include "WholeButtons.h"
 #include "ui_Preferences.h"
 
+#include <QLineEdit>
 #include <QStyle>
 #include <QUuid>
 
@@ -26,8 +22,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int widthInCharacters = 60; ///< Of the fields.
 
 QString orRoot(const QString& folder)
 {
@@ -43,11 +37,8 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     , m_view(std::make_unique<QDialog>())
 {
     m_ui->setupUi(m_view.get());
-    m_usernameTextField = m_ui->usernameTextField;
-    m_passwordTextField = m_ui->passwordTextField;
-    m_addressTextField = m_ui->addressTextField;
-    m_folderTextField = m_ui->folderTextField;
-    m_ui->showPasswordButton->setIcon(drawnEyeIcon());
+    serverForm().setAccess(m_application.server);
+    m_ui->serverExtras->setAccess(m_application.server, serverForm());
     // In the desktop's order.
     m_ui->preferencesButtons->addButton(m_ui->doneButton, QDialogButtonBox::AcceptRole);
     m_ui->preferencesButtons->addButton(m_ui->cancelButton, QDialogButtonBox::RejectRole);
@@ -55,15 +46,8 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     alignLabelsToDirection(*m_view);
     connect(m_ui->doneButton, &QPushButton::clicked, this, &PreferencesController::doneButton);
     connect(m_ui->cancelButton, &QPushButton::clicked, m_view.get(), &QDialog::reject);
-    connect(m_ui->showPasswordButton, &QPushButton::toggled, this, &PreferencesController::showPassword);
-    makeTest();
-    connectFields();
-    connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::clearTest);
-    connect(m_view.get(), &QDialog::finished, this, &PreferencesController::clearTest);
-    connect(m_ui->requiredEncryptionButton, &QRadioButton::toggled, this, &PreferencesController::showEncryption);
-    connect(m_ui->useEncryptionButton, &QPushButton::clicked, this, &PreferencesController::useEncryption);
-    connect(m_ui->forgetCertificateButton, &QPushButton::clicked, this, &PreferencesController::forgetCertificate);
-    showEncryption();
+    connect(m_view.get(), &QDialog::finished, &serverForm(), &ServerForm::clearTest);
+    connect(&serverForm(), &ServerForm::testReported, this, &PreferencesController::testReported);
     viewDidLoad();
 }
 
@@ -79,7 +63,7 @@ void PreferencesController::showPanel()
     if (!m_view->isVisible()) {
         fillFields();
         m_ui->pages->setCurrentWidget(m_ui->serverPage);
-        m_addressTextField->setFocus();
+        addressTextField()->setFocus();
         m_view->show();
         const bool isDoneFirst
             = (m_ui->doneButton->x() < m_ui->cancelButton->x()) != m_ui->preferencesButtons->isRightToLeft();
@@ -95,12 +79,9 @@ void PreferencesController::viewDidAppear()
     m_savedFTPFolder = orRoot(m_defaults.string(SettingNames::ftpFolder));
 }
 
-std::array<std::pair<QString, QLineEdit*>, 4> PreferencesController::fields() const
+ServerForm& PreferencesController::serverForm() const
 {
-    return { { { SettingNames::address, m_addressTextField },
-               { SettingNames::username, m_usernameTextField },
-               { SettingNames::password, m_passwordTextField },
-               { SettingNames::ftpFolder, m_folderTextField } } };
+    return *m_ui->serverForm;
 }
 
 std::array<PreferencesController::Choice, 3> PreferencesController::choices() const
@@ -110,34 +91,16 @@ std::array<PreferencesController::Choice, 3> PreferencesController::choices() co
                { SettingNames::retryFailedFiles, false, m_ui->retryFailedFilesCheckBox } } };
 }
 
-void PreferencesController::setField(QLineEdit*& member, QLineEdit* field)
+void PreferencesController::setField(QLineEdit* ServerForm::Fields::*member, QLineEdit* field)
 {
-    disconnect(member, nullptr, this, nullptr);
-    member = field;
-    connectFields();
-}
-
-void PreferencesController::connectFields()
-{
-    // One field may stand at several places.
-    for (const QLineEdit* field : { m_addressTextField, m_folderTextField }) {
-        connect(field, &QLineEdit::textChanged, this, &PreferencesController::showDestination, Qt::UniqueConnection);
-    }
-    for (const auto& [key, field] : fields()) {
-        connect(field, &QLineEdit::textChanged, this, &PreferencesController::clearTest, Qt::UniqueConnection);
-    }
+    ServerForm::Fields fields = serverForm().fields();
+    fields.*member = field;
+    serverForm().setFields(fields);
 }
 
 void PreferencesController::fillFields()
 {
-    for (const auto& [key, field] : fields()) {
-        const QString setting = m_defaults.string(key);
-        field->setText(setting);
-        field->setCursorPosition(0); // One that is longer than its field shows how it begins.
-        m_filled.insert(key, { .setting = setting, .text = field->text() });
-    }
-    m_filledWebAddress = m_defaults.string(SettingNames::webAddress);
-    m_ui->webAddressTextField->setText(m_filledWebAddress);
+    m_ui->serverExtras->fill(m_defaults);
     for (const Choice& choice : choices()) {
         const bool isChosen = m_defaults.boolean(choice.key).value_or(choice.isAbsentChosen);
         choice.box->setChecked(isChosen);
@@ -145,11 +108,7 @@ void PreferencesController::fillFields()
     }
     m_filledDroppedFolders = DroppedFolders::areUploaded(m_defaults);
     m_ui->droppedFoldersBox->setCurrentIndex(m_filledDroppedFolders ? 1 : 0);
-    m_filledEncryption = encryptionSetting(m_defaults);
-    (m_filledEncryption == FTPEncryption::None ? m_ui->noEncryptionButton : m_ui->requiredEncryptionButton)
-        ->setChecked(true);
-    m_ui->showPasswordButton->setChecked(false);
-    showDestination();
+    serverForm().fill(m_defaults);
 }
 
 void PreferencesController::doneButton()
@@ -163,7 +122,7 @@ void PreferencesController::doneButton()
     }
     m_view->accept();
     m_application.updateWindowTitleAndList();
-    const QString folder = orRoot(m_folderTextField->text());
+    const QString folder = orRoot(folderTextField()->text());
     if (folder != m_savedFTPFolder) {
         ShowAlertAfterDelay(u"Base URL Changed"_s,
                             u"The URL changed from\n\n%1\n\nto\n\n%2\n\nBe sure to update the relative URL name of "
@@ -173,27 +132,8 @@ void PreferencesController::doneButton()
 
 QHash<QString, QJsonValue> PreferencesController::changes() const
 {
-    QHash<QString, QJsonValue> values;
-    bool isEdited = false;
-    for (const auto& [key, field] : fields()) {
-        // Compared by text: not every way of changing a field marks it as modified.
-        const Filled filled = m_filled.value(key);
-        const bool isFieldEdited = field->text() != filled.text;
-        isEdited = isEdited || isFieldEdited;
-        const QString wanted = isFieldEdited ? field->text() : filled.setting;
-        const QString present = m_defaults.string(key);
-        if (wanted != present || wanted.isNull() != present.isNull()) {
-            values.insert(key, wanted.isNull() ? QJsonValue() : QJsonValue(wanted));
-        }
-    }
-    // Like the fields: what the panel shows holds, also when another program has changed it meanwhile.
-    isEdited = isEdited || wantedEncryption() != m_filledEncryption;
-    if (wantedEncryption() != encryptionSetting(m_defaults)) {
-        values.insert(SettingNames::encryption, encryptionValue(wantedEncryption()));
-    }
-    if (!isEdited) {
-        values.clear();
-    }
+    QHash<QString, QJsonValue> values = serverForm().changes(m_defaults);
+    values.insert(m_ui->serverExtras->changes());
     for (const Choice& choice : choices()) {
         if (const bool isChosen = choice.box->isChecked(); isChosen != m_filledChoices.value(choice.key)) {
             values.insert(choice.key, isChosen);
@@ -203,116 +143,12 @@ QHash<QString, QJsonValue> PreferencesController::changes() const
     if (areFoldersUploaded != m_filledDroppedFolders) {
         values.insert(SettingNames::droppedFolders, DroppedFolders::value(areFoldersUploaded));
     }
-    const QString webAddress = m_ui->webAddressTextField->text();
-    if (webAddress != m_filledWebAddress) {
-        values.insert(SettingNames::webAddress, webAddress.isEmpty() ? QJsonValue() : QJsonValue(webAddress));
-    }
     return values;
-}
-
-QString PreferencesController::destination() const
-{
-    return m_application.destinationFor(m_addressTextField->text(), m_folderTextField->text());
-}
-
-void PreferencesController::showDestination()
-{
-    const QString location = destination();
-    const bool isNowhere = location.isNull();
-    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(location));
-    m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_addressTextField->text())
-                                         : u"Its name or IP address, and “:” with a port other than 21."_s);
-    setVisibleKeepingFocus(*m_ui->useEncryptionButton, !addressWithoutFtps(m_addressTextField->text()).isNull(),
-                           *m_addressTextField);
-    setEnabledKeepingFocus(*m_ui->testButton, !isNowhere, *m_addressTextField);
-    showWhetherTrusted();
-}
-
-FTPEncryption PreferencesController::wantedEncryption() const
-{
-    return m_ui->requiredEncryptionButton->isChecked() ? FTPEncryption::Required : FTPEncryption::None;
-}
-
-void PreferencesController::showEncryption()
-{
-    m_ui->encryptionNoteLabel->setText(
-        wantedEncryption() == FTPEncryption::None
-            ? u"The password and the files travel in clear: whoever can listen on the way to the server can read them."_s
-            : u"The password and the files travel encrypted (TLS). A server that cannot do that is told neither."_s);
-}
-
-void PreferencesController::showWhetherTrusted()
-{
-    const QString location = destination();
-    setEnabledKeepingFocus(*m_ui->forgetCertificateButton,
-                           !location.isNull() && m_application.trustsCertificate(location),
-                           *m_ui->openDownloadedFilesCheckBox);
-}
-
-void PreferencesController::forgetCertificate()
-{
-    if (!m_application.forgetCertificate(destination())) {
-        SheetQueue::of(*m_view).raise({ .title = u"Certificate Not Forgotten"_s,
-                                        .text = u"The list of trusted certificates could not be written. It is beside "
-                                                "“%1”."_s.arg(m_defaults.filePath()) });
-    }
-    showWhetherTrusted();
-}
-
-void PreferencesController::makeTest()
-{
-    const ConnectionTestControls::Widgets widgets{ .testButton = *m_ui->testButton,
-                                                   .createFolderButton = *m_ui->createFolderButton,
-                                                   .outcomeIcon = *m_ui->testOutcomeIcon,
-                                                   .resultLabel = *m_ui->testResultLabel,
-                                                   .replyLabel = *m_ui->testReplyLabel };
-    const auto start = [this](bool createsFolder, FTPConnectionTestHandler handler) {
-        return m_application.startConnectionTest({ .location = destination(),
-                                                   .userName = m_usernameTextField->text(),
-                                                   .password = m_passwordTextField->text(),
-                                                   .encryption = wantedEncryption(),
-                                                   .createsFolder = createsFolder },
-                                                 std::move(handler));
-    };
-    m_test = std::make_unique<ConnectionTestControls>(widgets, start);
-    // The question about a certificate may have been answered.
-    connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::showWhetherTrusted);
-    connect(m_test.get(), &ConnectionTestControls::reported, this, &PreferencesController::testReported);
-    connect(m_test.get(), &ConnectionTestControls::reported, this, [this] {
-        m_ui->testAnswerLayout->activate(); // Its last line has moved.
-        for (QWidget* part : std::initializer_list<QWidget*>{ m_ui->testReplyLabel, m_ui->createFolderButton }) {
-            if (part->isVisible()) {
-                m_ui->serverPage->ensureWidgetVisible(part, 0, 0);
-            }
-        }
-    });
 }
 
 bool PreferencesController::isTesting() const
 {
-    return m_test->isRunning();
-}
-
-void PreferencesController::clearTest()
-{
-    m_test->clear();
-}
-
-void PreferencesController::useEncryption()
-{
-    m_addressTextField->setText(addressWithoutFtps(m_addressTextField->text()));
-    m_ui->requiredEncryptionButton->setChecked(true);
-}
-
-/// Makes the fields @p wanted wide, or as wide as the screen allows without scrolling sideways, and answers how wide.
-int PreferencesController::fitWidth(int wanted)
-{
-    keepButtonsWhole(*m_view);
-    m_ui->usernameTextField->setMinimumWidth(wanted);
-    layOut();
-    const int width = std::max(0, wanted - excessWidth(*m_view));
-    m_ui->usernameTextField->setMinimumWidth(width);
-    return width;
+    return serverForm().isTesting();
 }
 
 /// The pages, and what is around them, have the sizes from before in mind else.
@@ -326,18 +162,14 @@ void PreferencesController::layOut()
     }
 }
 
-/// Leaves room for all that the panel may come to say, so that nothing moves when it says it.
+/// Makes the fields as wide as they would like to be, or as the screen allows without scrolling sideways.
 void PreferencesController::fitToFont()
 {
-    const QFontMetrics font = m_view->fontMetrics();
-    const int width = fitWidth(widthInCharacters * font.averageCharWidth());
-    const auto heightOf = [&](int usualLines) {
-        const int characters = std::max(1, width / font.averageCharWidth());
-        return (usualLines * widthInCharacters + characters - 1) / characters * font.lineSpacing();
-    };
-    m_ui->adviceLabel->setFixedHeight(heightOf(1));
-    m_ui->encryptionNoteLabel->setFixedHeight(heightOf(2));
-    m_ui->testAnswer->setFixedHeight(heightOf(5));
+    keepButtonsWhole(*m_view);
+    const int wanted = serverForm().preferredFieldWidth();
+    serverForm().setFieldWidth(wanted);
+    layOut();
+    serverForm().setFieldWidth(std::max(0, wanted - excessWidth(*m_view)));
     const QStyle& style = *m_view->style();
     for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote, m_ui->retryFailedFilesNote }) {
         note->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
@@ -346,21 +178,11 @@ void PreferencesController::fitToFont()
     for (const auto& [control, note] : std::initializer_list<std::pair<QWidget*, const QLabel*>>{
              { m_ui->openDownloadedFilesCheckBox, m_ui->openDownloadedFilesNote },
              { m_ui->keepHistoryCheckBox, m_ui->keepHistoryNote },
-             { m_ui->retryFailedFilesCheckBox, m_ui->retryFailedFilesNote },
-             { m_ui->webAddressTextField, m_ui->webAddressNote },
-             { m_ui->forgetCertificateButton, m_ui->forgetCertificateNote } }) {
+             { m_ui->retryFailedFilesCheckBox, m_ui->retryFailedFilesNote } }) {
         control->setAccessibleDescription(note->text()); // Screen readers come by the controls only.
     }
     layOut();
     resizeToContents(*m_view);
-}
-
-void PreferencesController::showPassword(bool isShown)
-{
-    m_passwordTextField->setEchoMode(isShown ? QLineEdit::Normal : QLineEdit::Password);
-    // Shown, it is still nothing that an input method should learn or correct.
-    m_passwordTextField->setInputMethodHints(m_passwordTextField->inputMethodHints() | Qt::ImhSensitiveData
-                                             | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
 }
 
 QString PreferencesController::UUIDString() const

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "FTPConnectionTest.h"
-#include "FTPEncryption.h"
+#include "ServerForm.h"
 
 #include <QDialog>
 #include <QHash>
@@ -15,7 +14,6 @@
 #include <memory>
 #include <utility>
 
-class ConnectionTestControls;
 class QCheckBox;
 class QLineEdit;
 class UserDefaults;
@@ -35,19 +33,9 @@ class PreferencesController final : public QObject {
 public:
     /// What the panel asks of the application.
     struct Application {
-        /// Where files would go with this address and folder; null: nowhere.
-        std::function<QString(const QString& address, const QString& folder)> destinationFor;
+        ServerAccess server;
         /// Titles the main window by the destination and lists that.
         std::function<void()> updateWindowTitleAndList;
-        /// Whether a certificate is trusted that the server of this destination has shown.
-        std::function<bool(const QString& destination)> trustsCertificate = [](const QString&) { return false; };
-        /// Trusts it no longer. False when that could not be stored.
-        std::function<bool(const QString& destination)> forgetCertificate = [](const QString&) { return false; };
-        /// Tests a connection; see FTPConnections::startConnectionTest(). Null when that is not possible.
-        std::function<std::unique_ptr<FTPConnectionTest>(const FTPConnectionTestRequest& request,
-                                                         FTPConnectionTestHandler handler)>
-            startConnectionTest
-            = [](const FTPConnectionTestRequest&, const FTPConnectionTestHandler&) { return nullptr; };
     };
 
     /// @p defaults outlives the controller.
@@ -56,14 +44,14 @@ public:
 
     // The fields; not owned.
 
-    QLineEdit* usernameTextField() const { return m_usernameTextField; }
-    void setUsernameTextField(QLineEdit* field) { setField(m_usernameTextField, field); }
-    QLineEdit* passwordTextField() const { return m_passwordTextField; }
-    void setPasswordTextField(QLineEdit* field) { setField(m_passwordTextField, field); }
-    QLineEdit* addressTextField() const { return m_addressTextField; }
-    void setAddressTextField(QLineEdit* field) { setField(m_addressTextField, field); }
-    QLineEdit* folderTextField() const { return m_folderTextField; }
-    void setFolderTextField(QLineEdit* field) { setField(m_folderTextField, field); }
+    QLineEdit* usernameTextField() const { return serverForm().fields().username; }
+    void setUsernameTextField(QLineEdit* field) { setField(&ServerForm::Fields::username, field); }
+    QLineEdit* passwordTextField() const { return serverForm().fields().password; }
+    void setPasswordTextField(QLineEdit* field) { setField(&ServerForm::Fields::password, field); }
+    QLineEdit* addressTextField() const { return serverForm().fields().address; }
+    void setAddressTextField(QLineEdit* field) { setField(&ServerForm::Fields::address, field); }
+    QLineEdit* folderTextField() const { return serverForm().fields().folder; }
+    void setFolderTextField(QLineEdit* field) { setField(&ServerForm::Fields::folder, field); }
 
     /// The destination folder as it stood when the panel appeared; "/" for none.
     const QString& savedFTPFolder() const { return m_savedFTPFolder; }
@@ -94,12 +82,6 @@ signals:
     void testReported();
 
 private:
-    /// A field as it stood when the panel opened.
-    struct Filled {
-        QString setting; ///< Null when it was absent.
-        QString text;
-    };
-
     /// A check box and its setting.
     struct Choice {
         QString key;
@@ -108,40 +90,19 @@ private:
     };
 
     std::array<Choice, 3> choices() const;
-    /// The fields with the keys of their settings.
-    std::array<std::pair<QString, QLineEdit*>, 4> fields() const;
-    void setField(QLineEdit*& member, QLineEdit* field);
-    void connectFields();
+    ServerForm& serverForm() const;
+    void setField(QLineEdit* ServerForm::Fields::*member, QLineEdit* field);
     void fillFields();
     QHash<QString, QJsonValue> changes() const;
-    void showDestination();
-    void showEncryption();
-    void showWhetherTrusted();
-    void forgetCertificate();
-    void makeTest();
-    void clearTest();
-    void useEncryption();
-    int fitWidth(int wanted);
     void layOut();
     void fitToFont();
-    FTPEncryption wantedEncryption() const;
-    QString destination() const;
-    void showPassword(bool isShown);
 
     UserDefaults& m_defaults;
     Application m_application;
     std::unique_ptr<Ui::Preferences> m_ui;
     std::unique_ptr<QDialog> m_view;
-    QLineEdit* m_usernameTextField = nullptr;
-    QLineEdit* m_passwordTextField = nullptr;
-    QLineEdit* m_addressTextField = nullptr;
-    QLineEdit* m_folderTextField = nullptr;
-    QHash<QString, Filled> m_filled; ///< By the settings' keys.
-    QString m_filledWebAddress; ///< Null when it was absent.
     QHash<QString, bool> m_filledChoices; ///< As the check boxes stood when the panel opened, by the settings' keys.
     bool m_filledDroppedFolders = false;
-    FTPEncryption m_filledEncryption = FTPEncryption::None;
-    std::unique_ptr<ConnectionTestControls> m_test;
     QString m_savedFTPFolder;
     QSize m_preferredContentSize;
 };
