@@ -51,16 +51,17 @@ QHash<QString, QJsonValue> ServerExtras::changes() const
 void ServerExtras::showWhetherTrusted()
 {
     const QString location = m_form->destination();
-    setEnabledKeepingFocus(*m_ui->forgetCertificateButton,
-                           !location.isNull() && m_access.trustsCertificate(location), *m_ui->webAddressTextField);
+    setEnabledKeepingFocus(*m_ui->forgetCertificateButton, !location.isNull() && m_access.trustsCertificate(location),
+                           *m_ui->webAddressTextField);
 }
 
 void ServerExtras::forgetCertificate()
 {
     if (!m_access.forgetCertificate(m_form->destination())) {
-        SheetQueue::of(*window()).raise({ .title = u"Certificate Not Forgotten"_s,
-                                          .text = u"The list of trusted certificates could not be written. It is beside "
-                                                  "“%1”."_s.arg(UserDefaults::standard().filePath()) });
+        SheetQueue::of(*window()).raise(
+            { .title = u"Certificate Not Forgotten"_s,
+              .text = u"The list of trusted certificates could not be written. It is beside "
+                      "“%1”."_s.arg(UserDefaults::standard().filePath()) });
     }
     showWhetherTrusted();
 }

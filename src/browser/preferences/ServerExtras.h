@@ -16,8 +16,8 @@ namespace Ui {
 class ServerExtras;
 } // namespace Ui
 
-/// What belongs to the server of a ServerForm and is seldom edited: the web address of its folder, and a button by which
-/// its certificate is trusted no longer. Belongs to the main thread.
+/// What belongs to the server of a ServerForm and is seldom edited: the web address of its folder, and a button by
+/// which its certificate is trusted no longer. Belongs to the main thread.
 class ServerExtras final : public QWidget {
     Q_OBJECT
 

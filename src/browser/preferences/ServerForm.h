@@ -21,8 +21,8 @@ class ServerForm;
 } // namespace Ui
 
 /// The fields in which the user edits where files go: address, login, folder and encryption. It says where that is, or
-/// why nowhere, and a connection can be tried with the fields as they are typed; that stores none of them, and ends when
-/// one of them changes. Whoever shows the form fills it and stores its changes. Belongs to the main thread.
+/// why nowhere, and a connection can be tried with the fields as they are typed; that stores none of them, and ends
+/// when one of them changes. Whoever shows the form fills it and stores its changes. Belongs to the main thread.
 class ServerForm final : public QWidget {
     Q_OBJECT
 
@@ -46,8 +46,8 @@ public:
     /// Has the fields show @p settings.
     void fill(const UserDefaults& settings);
     /// What is to be stored in @p settings, so that they are what the form shows, all of it: never a password beside an
-    /// address that it was not typed for. Nothing when nothing was edited; what was absent, and is left as it was, stays
-    /// absent.
+    /// address that it was not typed for. Nothing when nothing was edited; what was absent, and is left as it was,
+    /// stays absent.
     QHash<QString, QJsonValue> changes(const UserDefaults& settings) const;
 
     /// Where files would go with what the fields hold; null: nowhere.
