@@ -11,13 +11,6 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// So long the notification of a finished queue waits for the listing that checks sizes.
-constexpr auto longestCheck = 5s;
-
-} // namespace
-
 DesktopIntegration::DesktopIntegration(ViewController& viewController, const QString& programName, Desktop desktop)
     : m_desktop(std::move(desktop))
     , m_history(viewController.history())
@@ -59,7 +52,7 @@ void DesktopIntegration::queueDrained()
     if (m_desktop.isInFront() || isSaid) {
         return;
     }
-    m_check.start(m_history.hasUncheckedFiles() ? std::chrono::milliseconds(longestCheck) : 0ms);
+    m_check.start(m_history.hasUncheckedFiles() ? UploadHistory::longestCheck : 0ms);
 }
 
 void DesktopIntegration::notify()

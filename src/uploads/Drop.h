@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PathList.h"
+#include "UploadRequest.h"
 
 #include <QStringList>
 
@@ -8,4 +9,5 @@
 struct Drop {
     PathList paths; ///< To be uploaded.
     QStringList leftOut = {}; ///< What came with them and is not.
+    UploadRequest request = {};
 };

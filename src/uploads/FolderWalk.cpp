@@ -325,7 +325,7 @@ QList<Drop> FolderWalks::rest() const
 {
     QList<Drop> rest(m_next.begin(), m_next.end());
     if (m_walk != nullptr) {
-        rest.prepend({ m_walk->rest() });
+        rest.prepend({ m_walk->rest(), {}, m_request });
     }
     return rest;
 }
@@ -342,13 +342,15 @@ void FolderWalks::beginNext()
 {
     const Drop drop = std::move(m_next.front());
     m_next.pop_front();
+    m_request = drop.request;
     m_walk = std::make_unique<FolderWalk>(drop.paths);
     connect(m_walk.get(), &FolderWalk::found, this, [this](const PathList& paths, const QStringList& leftOut) {
-        emit found({ paths, leftOut });
+        emit found({ paths, leftOut, m_request });
     });
     connect(m_walk.get(), &FolderWalk::merged, this, &FolderWalks::merged);
     connect(m_walk.get(), &FolderWalk::ended, this, [this] {
         m_walk.release()->deleteLater(); // It is the one that says so.
+        emit dropEnded(m_request);
         if (m_next.empty()) {
             emit changed();
         } else {
@@ -356,6 +358,6 @@ void FolderWalks::beginNext()
         }
     });
     if (!drop.leftOut.isEmpty()) {
-        emit found({ {}, drop.leftOut });
+        emit found({ {}, drop.leftOut, m_request });
     }
 }

@@ -62,6 +62,8 @@ signals:
     /// @p piece is the next part of a drop, with what is in its folders.
     void found(const Drop& piece);
     void merged(const QString& name);
+    /// All of a drop has been found, which was for @p request.
+    void dropEnded(UploadRequest request);
     /// isUnderWay() has another answer.
     void changed();
 
@@ -69,5 +71,6 @@ private:
     void beginNext();
 
     std::unique_ptr<FolderWalk> m_walk; ///< The one that is under way; null exactly while none is.
+    UploadRequest m_request; ///< For which that one is.
     std::deque<Drop> m_next;
 };

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 using Outcome = HistoryEntry::Outcome;
@@ -33,7 +34,7 @@ qint64 UploadHistory::wallClock()
 
 // What happens.
 
-void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOut)
+void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOut, UploadRequest request)
 {
     if (paths.isEmpty() && leftOut.isEmpty()) {
         return;
@@ -43,6 +44,7 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
     const int firstWaiting = first + static_cast<int>(leftOut.size());
     const int end = firstWaiting + static_cast<int>(paths.size());
     const qint64 now = wallClock();
+    noteRequest(request);
     emit rowsAboutToBeAppended(first, end - 1);
     for (const QString& path : leftOut) {
         m_entries.append({ .path = path, .outcome = Outcome::LeftOut, .time = now });
@@ -56,6 +58,20 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
         count(row);
     }
     checkDrained();
+}
+
+/// The rows that follow are those of @p request.
+void UploadHistory::noteRequest(UploadRequest request)
+{
+    if (requestOf(rowCount()) != request) {
+        m_requests[rowCount()] = request;
+    }
+}
+
+UploadRequest UploadHistory::requestOf(int row) const
+{
+    const auto behind = m_requests.upper_bound(row);
+    return behind == m_requests.begin() ? UploadRequest() : std::prev(behind)->second;
 }
 
 void UploadHistory::beginQueueIfDue()
@@ -196,6 +212,7 @@ void UploadHistory::note(const QString& text)
 
 void UploadHistory::append(const HistoryEntry& entry)
 {
+    noteRequest({});
     emit rowsAboutToBeAppended(rowCount(), rowCount());
     m_entries.append(entry);
     emit rowsAppended();
@@ -224,7 +241,7 @@ void UploadHistory::checkDrained()
 
 bool UploadHistory::hasUncheckedFiles() const
 {
-    return m_listingCheck.hasUnchecked(
+    return hasUncheckedFiles(
         [this](int row) { return row >= m_firstQueueRow && !m_entries.withoutPath(row).isManual; });
 }
 

@@ -3,13 +3,16 @@
 #include "FileTally.h"
 #include "HistoryEntries.h"
 #include "ListingCheck.h"
+#include "UploadRequest.h"
 
 #include <QList>
 #include <QObject>
 #include <QStringList>
 
+#include <chrono>
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 
 /// The outcome of each file of this run, one row for each, in the order in which they were queued or started. It only
@@ -22,13 +25,16 @@ public:
     /// Answers milliseconds from any beginning; never runs backwards.
     using Clock = std::function<qint64()>;
 
+    /// So long at most somebody who tells of files that have arrived waits for the listing that checks them.
+    static constexpr std::chrono::seconds longestCheck{ 5 };
+
     explicit UploadHistory(Clock clock = steadyClock, QObject* parent = nullptr);
 
     // What happens.
 
     /// The files at @p paths have joined the queue, and those at @p leftOut, added with them, have not, since they are
     /// no plain files. A queue begins with the first that joins while none waits or is being sent.
-    void filesQueued(const PathList& paths, const QStringList& leftOut = {});
+    void filesQueued(const PathList& paths, const QStringList& leftOut = {}, UploadRequest request = {});
     /// Whether further files are about to join the queue, so that it is not over when none waits or is being sent.
     void setMoreComes(bool comes);
     /// The files that wait have been taken out of the queue.
@@ -86,6 +92,14 @@ public:
     bool isQueueUnderWay() const { return m_moreComes || !m_waiting.empty() || isQueueFileSent(); }
     /// Whether a listing that has yet to come may change the tally of the queue.
     bool hasUncheckedFiles() const;
+    /// Whether such a listing decides about a file of the queue or by hand whose row fits @p condition. Takes time by
+    /// the number of unchecked files.
+    bool hasUncheckedFiles(const std::function<bool(int row)>& condition) const
+    {
+        return m_listingCheck.hasUnchecked(condition);
+    }
+    /// On whose behalf the file of @p row is uploaded. A further try is nobody's.
+    UploadRequest requestOf(int row) const;
     /// The share of the files of the queue that is done, from 0 to 1, when @p percent of the present one are.
     double queueProgress(float percent) const;
     /// Where the rows of the present queue begin, or those of the last one.
@@ -122,6 +136,7 @@ private:
     static qint64 wallClock();
 
     void append(const HistoryEntry& entry);
+    void noteRequest(UploadRequest request);
     void start(int row, const Destination& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
@@ -135,6 +150,7 @@ private:
 
     Clock m_clock;
     HistoryEntries m_entries;
+    std::map<int, UploadRequest> m_requests; ///< Each holds from that row on.
     std::deque<int> m_waiting; ///< The rows of the queue, in its order.
     std::optional<Current> m_current;
     int m_firstQueueRow = 0; ///< The present queue, or the last one, begins there.

@@ -41,6 +41,7 @@ UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history)
         m_history.note(
             u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
     });
+    connect(&m_walks, &FolderWalks::dropEnded, this, &UploadIntake::dropEnded);
     connect(&m_walks, &FolderWalks::changed, this, [this] {
         m_history.setMoreComes(m_walks.isUnderWay());
         emit changed();
@@ -56,6 +57,7 @@ void UploadIntake::take(const Drop& drop)
         m_walks.begin(plain);
     } else {
         join(plain);
+        emit dropEnded(plain.request);
     }
 }
 
@@ -64,14 +66,18 @@ void UploadIntake::giveUp()
     if (!m_walks.isUnderWay()) {
         return;
     }
-    for (const Drop& rest : m_walks.rest()) {
+    const QList<Drop> all = m_walks.rest();
+    for (const Drop& rest : all) {
         join(rest);
     }
     m_walks.stop();
+    for (const Drop& rest : all) {
+        emit dropEnded(rest.request);
+    }
     m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
 }
 
 void UploadIntake::join(const Drop& drop)
 {
-    m_queue.append(drop.paths, drop.leftOut);
+    m_queue.append(drop.paths, drop.leftOut, drop.request);
 }

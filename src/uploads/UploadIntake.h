@@ -24,6 +24,8 @@ public:
     bool isLookingThrough() const { return m_walks.isUnderWay(); }
 
 signals:
+    /// No more files join of the drop that was for @p request.
+    void dropEnded(UploadRequest request);
     /// Files have joined the queue by themselves, after their drop was taken.
     void joined();
     /// isLookingThrough() has another answer.

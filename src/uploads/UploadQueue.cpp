@@ -2,10 +2,10 @@
 
 #include "UploadHistory.h"
 
-void UploadQueue::append(const PathList& paths, const QStringList& leftOut)
+void UploadQueue::append(const PathList& paths, const QStringList& leftOut, UploadRequest request)
 {
     m_paths.append(paths);
-    m_history.filesQueued(paths, leftOut);
+    m_history.filesQueued(paths, leftOut, request);
     emit changed();
 }
 

@@ -2,6 +2,7 @@
 
 #include "Destination.h"
 #include "PathList.h"
+#include "UploadRequest.h"
 
 #include <QObject>
 
@@ -22,7 +23,7 @@ public:
     }
 
     /// Appends @p paths, in their order; duplicates are kept. The items @p leftOut came with them and do not wait.
-    void append(const PathList& paths, const QStringList& leftOut = {});
+    void append(const PathList& paths, const QStringList& leftOut = {}, UploadRequest request = {});
     /// Appends @p paths for another try, each of which goes to @p destination or nowhere.
     void appendAgain(const PathList& paths, const Destination& destination);
     void clear();
