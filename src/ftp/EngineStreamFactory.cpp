@@ -106,11 +106,22 @@ public:
 
 class EngineWriteStream final : public EngineStream<FTPWriteStream> {
 public:
-    using EngineStream::EngineStream;
+    EngineWriteStream(FTPEngine& engine, CertificateTrust* trust, CertificateTrust* knownTrust,
+                      TransferRequest::Kind kind, const QString& location, qint64 length = 0)
+        : EngineStream(engine, trust, kind, location, length)
+        , m_trust(trust)
+        , m_knownTrust(knownTrust)
+    {
+    }
 
     qint64 write(std::span<const char> data) override { return m_transfer != nullptr ? m_transfer->write(data) : -1; }
     void setMadeLevels(int levels) override { m_request.madeLevels = levels; }
+    void setAsksNobody(bool asksNobody) override { m_request.certificateTrust = asksNobody ? m_knownTrust : m_trust; }
     qint64 acknowledgedBytes() const override { return m_transfer != nullptr ? m_transfer->acknowledgedBytes() : 0; }
+
+private:
+    CertificateTrust* m_trust;
+    CertificateTrust* m_knownTrust;
 };
 
 } // namespace
@@ -127,10 +138,12 @@ std::unique_ptr<FTPReadStream> EngineStreamFactory::createDownloadStream(const Q
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QString& location, qint64 length)
 {
-    return std::make_unique<EngineWriteStream>(m_engine, m_trust, TransferRequest::Kind::Upload, location, length);
+    return std::make_unique<EngineWriteStream>(m_engine, m_trust, m_knownTrust, TransferRequest::Kind::Upload, location,
+                                               length);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createFolderStream(const QString& location)
 {
-    return std::make_unique<EngineWriteStream>(m_engine, m_trust, TransferRequest::Kind::FolderCreation, location);
+    return std::make_unique<EngineWriteStream>(m_engine, m_trust, m_knownTrust, TransferRequest::Kind::FolderCreation,
+                                               location);
 }

@@ -14,10 +14,12 @@ public:
         : m_engine(engine)
     {
     }
-    /// @p trust judges such certificates; it outlives the streams, too, and belongs to the engine's thread.
-    EngineStreamFactory(FTPEngine& engine, CertificateTrust& trust)
+    /// @p trust judges such certificates, and @p knownTrust those of streams that ask nobody (null: they are refused).
+    /// Both outlive the streams, too, and belong to the engine's thread.
+    EngineStreamFactory(FTPEngine& engine, CertificateTrust& trust, CertificateTrust* knownTrust = nullptr)
         : m_engine(engine)
         , m_trust(&trust)
+        , m_knownTrust(knownTrust)
     {
     }
 
@@ -29,4 +31,5 @@ public:
 private:
     FTPEngine& m_engine;
     CertificateTrust* m_trust = nullptr;
+    CertificateTrust* m_knownTrust = nullptr;
 };

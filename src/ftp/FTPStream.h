@@ -143,6 +143,9 @@ public:
     /// by default. The creation of a folder makes so many of its own levels, itself among them, and succeeds also where
     /// all of them are there.
     virtual void setMadeLevels(int /*levels*/) { }
+    /// To be set before open(): a certificate that is not good counts as what is known of it, and nobody is asked. Not
+    /// by default.
+    virtual void setAsksNobody(bool /*asksNobody*/) { }
 };
 
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made

@@ -206,11 +206,14 @@ void Pump::startNext()
         m_parts.pace.uploadStarts();
         m_isTurnComing = false;
         std::optional<DelayedAlertSilence> silence;
-        if (m_parts.tries.isTry(m_parts.history.nextRow())) {
+        const int next = m_parts.history.nextRow();
+        if (m_parts.tries.isTry(next) || m_parts.history.requestOf(next).isUnattended) {
             silence.emplace();
         }
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
+    } else if (isUploadDue() && m_parts.history.requestOf(m_parts.history.nextRow()).isUnattended) {
+        m_parts.run.failUnattended(m_parts.queue);
     } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {
         m_parts.listing.setDue(false);
         emit listingDue();

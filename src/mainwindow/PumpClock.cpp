@@ -39,7 +39,7 @@ void PumpClock::wake()
 
 void PumpClock::came(bool isBusy)
 {
-    if (std::exchange(m_isWoken, false) || isBusy || !m_wasSeen) {
+    if (std::exchange(m_isWoken, false) || isBusy || !m_isSightKnown) {
         m_sinceBusy.start();
     }
     if (m_sinceBusy.hasExpired(m_patience.count())) {
@@ -53,6 +53,6 @@ void PumpClock::came(bool isBusy)
 void PumpClock::setSeen(bool isSeen)
 {
     m_isSeen = isSeen;
-    m_wasSeen = m_wasSeen || isSeen;
+    m_isSightKnown = true;
     wake();
 }

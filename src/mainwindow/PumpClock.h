@@ -20,7 +20,7 @@ public:
     void wake();
     /// The pump has come; @p isBusy: something goes on, waits or is due, and the pump must not rest.
     void came(bool isBusy);
-    /// The window can be seen from now on, or cannot. Before it could for the first time the pump does not rest.
+    /// The window can be seen from now on, or cannot. Before that is known the pump does not rest.
     void setSeen(bool isSeen);
     /// How long nothing must have been going on before it rests; two seconds unless set.
     void setPatience(std::chrono::milliseconds patience) { m_patience = patience; }
@@ -38,5 +38,5 @@ private:
     bool m_isWoken = true;
     bool m_isResting = false;
     bool m_isSeen = false;
-    bool m_wasSeen = false;
+    bool m_isSightKnown = false;
 };

@@ -102,13 +102,22 @@ void ViewController::connectParts()
 
 void ViewController::uploadFiles(const PathList& paths, const QStringList& leftOut)
 {
-    if (paths.isEmpty() && !leftOut.isEmpty()) {
-        m_intake.take({ {}, leftOut });
+    upload({ paths, leftOut });
+}
+
+void ViewController::upload(const Drop& drop)
+{
+    if (drop.paths.isEmpty() && !drop.leftOut.isEmpty()) {
+        m_intake.take(drop);
         return;
     }
-    emit userRequestedConnection();
-    m_intake.take({ paths, leftOut });
-    if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
+    if (!drop.request.isUnattended) {
+        emit userRequestedConnection();
+    }
+    m_intake.take(drop);
+    if (drop.request.isUnattended) {
+        filesJoined();
+    } else if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
         showQueueLength();
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
     } else {
@@ -227,10 +236,11 @@ void ViewController::bytesDone(float bytes)
 void ViewController::updateStatus(const QString& status)
 {
     // A status that comes while the upload goes on is of something else that the user has asked for.
-    const bool isOnItsOwn = !m_pc.isSending() && m_tries.isTry(m_history.currentRow());
+    const int row = m_history.currentRow();
+    const bool isOnItsOwn = !m_pc.isSending() && (m_tries.isTry(row) || m_history.requestOf(row).isUnattended);
     m_indicators.setStatus(status);
     m_run.statusReported();
-    if (!isOnItsOwn) { // The first failure of the file has raised it.
+    if (!isOnItsOwn) { // The first failure of the file has raised it, or nobody is to be told.
         alertIfError(status);
     }
 }
@@ -290,6 +300,8 @@ void ViewController::showAlert(const QString& title, const QString& text)
 {
     if (m_window.isVisible()) {
         SheetQueue::of(m_window).raise({ .title = title, .text = text });
+    } else {
+        emit alertUnseen(title, text);
     }
 }
 

@@ -58,6 +58,8 @@ public:
     /// are uploaded, they and what is in folders among them follow as they are found. The items
     /// @p leftOut came with them and are no plain files: the history has them, and when they came alone nothing else.
     void uploadFiles(const PathList& paths, const QStringList& leftOut = {}) override;
+    /// The same of @p drop, which a RequestWatch may follow. For unattended files no alert is raised.
+    void upload(const Drop& drop);
     /// Has @p paths tried once more: each goes to @p destination, which is in force, or is dropped and said to be when
     /// another one is in force at its turn.
     void uploadAgain(const PathList& paths, const Destination& destination);
@@ -121,7 +123,7 @@ public:
 
     // Small window operations.
 
-    /// A sheet with the one button "OK"; nothing while the window is not shown.
+    /// A sheet with the one button "OK"; while the window is not shown alertUnseen() instead.
     void showAlert(const QString& title, const QString& text) override;
     /// Whether something is being sent or received; if so, an alert says so.
     bool alertSendingOrReceiving() override;
@@ -142,6 +144,7 @@ public:
     ItemActions& items() { return m_items; }
     ItemDragging& dragging() { return m_dragging; }
     UploadQueue& queue() { return m_queue; }
+    UploadIntake& intake() { return m_intake; }
     AutomaticTries& tries() { return m_tries; }
     WindowIndicators& indicators() { return m_indicators; }
     Pump& pump() { return m_pump; }
@@ -157,6 +160,9 @@ signals:
     /// The user has asked for something that connects to the server, so that the user may be asked again about a
     /// refused certificate. Not emitted for what the program begins by itself, such as the next file of the queue.
     void userRequestedConnection();
+
+    /// An alert was to be shown, and the window is not.
+    void alertUnseen(const QString& title, const QString& text);
 
     /// The transfers under way or the queue have changed; emitted by the tick that notices it.
     void activityChanged(const TransferActivity& activity);

@@ -64,6 +64,7 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
                                                       : m_streams.createUploadStream(location, m_fileStream->length());
     if (stream != nullptr) {
         stream->setMadeLevels(m_madeLevels);
+        stream->setAsksNobody(m_asksNobody);
     }
     if (startStream(std::move(stream), username, password)) {
         sendDidStart();
@@ -104,10 +105,11 @@ void FTPPutController::stopSendWithStatus(const QString& status)
     stop(status.isNull() ? UploadOutcome::Kind::Confirmed : UploadOutcome::Kind::Stopped, status);
 }
 
-void FTPPutController::stop(UploadOutcome::Kind kind, const QString& status)
+/// What has become of the file is told by @p reason where that says more than @p status.
+void FTPPutController::stop(UploadOutcome::Kind kind, const QString& status, const QString& reason)
 {
     if (m_outcome.kind == UploadOutcome::Kind::Sending) {
-        m_outcome = { .kind = kind, .status = status };
+        m_outcome = { .kind = kind, .status = reason.isNull() ? status : reason };
         if (isSending()) {
             m_outcome.code = networkStream()->error().code;
             m_outcome.missingLevels = networkStream()->error().missingLevels;
@@ -169,8 +171,10 @@ void FTPPutController::streamFailed()
         }
         return UploadOutcome::Kind::Failed;
     };
+    const bool isUnasked = m_asksNobody && error.domain == FTPStreamError::Domain::Certificate;
     // Kept: the text asks about a directory because folder creation shares it.
-    stop(kind(), errorStatus(u"FTP error %1; Directory may already exist?"_s.arg(error.code)));
+    stop(kind(), errorStatus(u"FTP error %1; Directory may already exist?"_s.arg(error.code)),
+         isUnasked ? u"the server’s certificate is not trusted"_s : QString());
 }
 
 void FTPPutController::sendStep()

@@ -53,7 +53,7 @@ void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
 {
     const int triesBefore = m_triesBefore.value(number);
     const bool isLast = number == m_lastTry || triesBefore >= static_cast<int>(m_delays.size());
-    if (isLast || !isConnectionFailure(outcome) || !isWanted()) {
+    if (isLast || !isConnectionFailure(outcome) || m_history.requestOf(number).isUnattended || !isWanted()) {
         return;
     }
     m_history.filesAwaitTry({ number }, true);

@@ -33,6 +33,7 @@ void UploadRun::startNext(UploadQueue& queue, const Destination& destination)
             URLText::appendingPathComponent(destination.location, LocalPath::toBytes(below)));
     }
     m_controller.setMadeLevels(TreePath::levels(path));
+    m_controller.setAsksNobody(m_history.requestOf(m_history.currentRow()).isUnattended);
     start(path, folder);
 }
 
@@ -58,11 +59,24 @@ bool UploadRun::failRefused(UploadQueue& queue, const Destination& destination)
     return true;
 }
 
+void UploadRun::failUnattended(UploadQueue& queue)
+{
+    QElapsedTimer time;
+    time.start();
+    while (!queue.isEmpty() && m_history.requestOf(m_history.nextRow()).isUnattended
+           && !time.hasExpired(refusingTimeMs)) {
+        queue.takeFirst();
+        m_history.nextFileStarts({});
+        m_history.fileEnded({ .kind = UploadOutcome::Kind::Failed, .status = u"No Destination"_s });
+    }
+}
+
 void UploadRun::startManually(const QString& path, const Destination& destination)
 {
     m_history.manualFileStarts(TreePath::plain(path), destination);
     m_refusal = {};
     m_controller.setMadeLevels(0);
+    m_controller.setAsksNobody(false);
     start(path, destination);
 }
 

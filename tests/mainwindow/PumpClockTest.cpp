@@ -94,6 +94,16 @@ TEST_F(PumpClockTest, InAWindowThatNobodyCanSeeItComesEveryTenSeconds)
     EXPECT_EQ(interval(), 10s);
 }
 
+TEST_F(PumpClockTest, ItRestsAlsoForAWindowThatIsNeverShown)
+{
+    makeImpatient();
+    m_clock.setSeen(false);
+
+    ASSERT_TRUE(waitUntilResting());
+
+    EXPECT_EQ(interval(), 10s);
+}
+
 TEST_F(PumpClockTest, AWindowThatCanBeSeenAgainIsLookedAfterAtOnce)
 {
     makeImpatient();

@@ -146,6 +146,7 @@ public:
     }
     qint64 acknowledgedBytes() const override { return fake().acknowledgedBytes; }
     void setMadeLevels(int levels) override { fake().madeLevels = levels; }
+    void setAsksNobody(bool asksNobody) override { fake().asksNobody = asksNobody; }
 };
 
 } // namespace

@@ -54,6 +54,7 @@ struct FakeFTPStream : FakeStreamScript {
     QString location;
     qint64 length = -1; ///< Of an upload: the length it was created with.
     int madeLevels = 0; ///< What setMadeLevels() has set.
+    bool asksNobody = false; ///< What setAsksNobody() has set.
 
     /// What was called, in order: "setUserName NAME", "setPassword WORD", "setFetchResourceInfo", "setStandsBack",
     /// "open", "write SIZE", "close".

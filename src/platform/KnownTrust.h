@@ -1,0 +1,21 @@
+#pragma once
+
+#include "CertificateTrust.h"
+
+class TrustedCertificates;
+
+/// Decides about certificates by what the user has trusted before, and asks nobody.
+class KnownTrust final : public CertificateTrust {
+public:
+    /// @p store outlives it.
+    explicit KnownTrust(TrustedCertificates& store)
+        : m_store(store)
+    {
+    }
+    virtual ~KnownTrust() = default;
+
+    void judge(const CertificateQuestion& question, std::function<void(bool isTrusted)> answer) override;
+
+private:
+    TrustedCertificates& m_store;
+};

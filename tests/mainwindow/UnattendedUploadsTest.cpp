@@ -1,0 +1,80 @@
+#include "DelayedAlert.h"
+#include "Delays.h"
+#include "SettingNames.h"
+#include "ViewControllerTest.h"
+
+#include <QSignalSpy>
+
+namespace {
+
+/// Files that somebody uploads who cannot be asked.
+class UnattendedUploadsTest : public ViewControllerTest {
+protected:
+    void uploadUnattended(const QStringList& paths) { m_controller->upload({ paths, {}, { 1, true } }); }
+    HistoryEntry row(int number) const { return m_controller->history().entries()[number]; }
+};
+
+TEST_F(UnattendedUploadsTest, NobodyIsAskedAboutTheCertificateOfAnUploadAndTheWordsSayWhatIsWrong)
+{
+    QSignalSpy requests(m_controller.get(), &ViewController::userRequestedConnection);
+    uploadUnattended({ makeFile(u"a"_s) });
+    tick();
+    EXPECT_TRUE(upload().asksNobody);
+    upload().error = { FTPStreamError::Domain::Certificate, 0 };
+    upload().send(FTPStreamEvent::ErrorOccurred);
+
+    EXPECT_EQ(row(0).status, u"the server’s certificate is not trusted"_s);
+    EXPECT_EQ(requests.size(), 0);
+
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    tick();
+    EXPECT_FALSE(upload().asksNobody);
+    EXPECT_EQ(requests.size(), 1);
+}
+
+TEST_F(UnattendedUploadsTest, NoAlertIsRaised)
+{
+    setDelayedAlertPresenter(nullptr); // Nothing counts as told.
+    NetworkManager::setReachabilitySource([] { return ReachabilityFlags(); });
+    uploadUnattended({ makeFile(u"a"_s) });
+    tick();
+    EXPECT_TRUE(delaysOf(*qApp).isEmpty());
+    upload().sendOtherError();
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    tick();
+
+    EXPECT_EQ(delaysOf(*qApp), QList<int>{ 1000 });
+    passDelaysOf(*qApp);
+}
+
+TEST_F(UnattendedUploadsTest, AFileIsNotTriedAgainByItself)
+{
+    set(SettingNames::retryFailedFiles, true);
+    uploadUnattended({ makeFile(u"a"_s) });
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    tick();
+    upload().sendOtherError();
+    tick();
+    upload().sendOtherError();
+
+    EXPECT_FALSE(row(0).isAwaitingTry);
+    EXPECT_TRUE(row(1).isAwaitingTry);
+}
+
+TEST_F(UnattendedUploadsTest, WithoutADestinationFilesFail)
+{
+    unset(u"Address"_s);
+    uploadUnattended({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    tick();
+
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Failed);
+    EXPECT_EQ(row(1).status, u"No Destination"_s);
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(shownSheets(), QStringList());
+
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+}
+
+} // namespace
