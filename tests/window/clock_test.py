@@ -75,8 +75,7 @@ class Clock(WindowTest):
             self.assertLess(seconds_of(left), FAR_OFF * LARGE / BYTES_PER_SECOND, speed)
 
     def speed(self, program):
-        node = program.find("Transfer progress")
-        return node.get_description() if node else ""
+        return program.description("Transfer progress")
 
     def test_an_upload_goes_on_and_its_figures_stay_sane(self):
         self.settings()

@@ -5,8 +5,8 @@
         desktop.drag((10, 10), (200, 200))
         desktop.picture("window.png")
 
-One Desktop for each Python process: the accessibility library reads the environment once. Whatever a Desktop starts
-ends with it, and at the latest with this process, however that ends.
+One Desktop at a time for each Python process, which has its environment. Whatever a Desktop starts ends with it, and at
+the latest with this process, however that ends.
 """
 
 import contextlib
@@ -24,7 +24,7 @@ PATIENCE = float(os.environ.get("QUILLBOX_PATIENCE", "1"))
 FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "QT_", "WAYLAND_", "XDG_")
 
 
-def wait_for(condition, what, seconds=60):
+def wait_for(condition, what, seconds=60, longest_pause=0.1):
     """Calls condition until it answers something true, and answers that; fails after so many seconds."""
     seconds *= PATIENCE
     end = time.monotonic() + seconds
@@ -36,7 +36,7 @@ def wait_for(condition, what, seconds=60):
         if time.monotonic() > end:
             raise AssertionError(f"waited {seconds} s in vain for {what}")
         time.sleep(pause)
-        pause = min(pause * 1.3, 0.1)  # A look is dear: it is many questions, and the tests share the machine.
+        pause = min(pause * 1.3, longest_pause)  # A look is dear: it is many questions, and the tests share the machine.
 
 
 def bound_to_us(words):
@@ -162,7 +162,7 @@ class Desktop:
                 seen, since = shown, time.monotonic()
             return time.monotonic() - since > 1
 
-        wait_for(is_still, "the window to be still")
+        wait_for(is_still, "the window to be still", longest_pause=0.3)
 
     def picture(self, path, window="root", frame=False):
         """Saves what a window shows; with frame also the frame that the window manager drew around it."""

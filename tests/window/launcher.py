@@ -41,7 +41,7 @@ class LaunchedProgram(Program):
 
         self._desktop = desktop
         self._output = tempfile.TemporaryFile()
-        self._finder = Finder()
+        self._finder = Finder(self._bus)
         pids = []
         context = Gio.AppLaunchContext()
         for name, value in {**desktop.environment, **environment}.items():

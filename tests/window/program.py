@@ -10,64 +10,8 @@ import subprocess
 import tempfile
 from typing import NamedTuple
 
+from accessible import ACTION, EDITABLE_TEXT, accessibility_bus
 from desktop import PATIENCE, bound_to_us, wait_for
-
-
-def _atspi():
-    import gi
-
-    gi.require_version("Atspi", "2.0")
-    from gi.repository import Atspi
-
-    if not getattr(_atspi, "ready", False):
-        Atspi.init()
-        limit = int(20_000 * PATIENCE)
-        Atspi.set_timeout(limit, limit)  # A program that hangs must not hang its test.
-        _atspi.ready = True
-    return Atspi
-
-
-def _ask(question, otherwise=None):
-    """Asks about a widget, which may vanish at any moment."""
-    try:
-        return question()
-    except Exception:  # The binding's errors have no narrower class in common.
-        return otherwise
-
-
-def _has(node, state):
-    state = getattr(_atspi().StateType, state)
-    return _ask(lambda: node.get_state_set().contains(state), False)
-
-
-def _children(node):
-    """The children; asked for again when their number has changed meanwhile, since one that goes moves all behind it."""
-    while True:
-        count = _ask(node.get_child_count, 0)
-        children = [_ask(lambda i=i: node.get_child_at_index(i)) for i in range(count)]
-        if count == 0 or _ask(node.get_child_count, 0) == count:
-            return [child for child in children if child]
-
-
-def _walk(node):
-    """The node and all below it, as far as they show."""
-    if not _has(node, "SHOWING"):
-        return
-    yield node
-    if _ask(node.get_role_name) not in ("table", "menu"):  # Their items may be many, and are asked for one by one.
-        for child in _children(node):
-            yield from _walk(child)
-
-
-def _is_described_as(node, words):
-    """Whether the node's description is that, or begins with it as a sentence."""
-    description = _ask(node.get_description) or ""
-    return description == words or description.startswith(words + ". ")
-
-
-def _is_called(node, words):
-    return _is_described_as(node, words) or _ask(node.get_name) == words
-
 
 ROLES_WITH_WORDS = {
     *("label", "push button", "toggle button", "check box", "radio button", "combo box", "page tab", "menu", "menu item"),
@@ -84,10 +28,16 @@ class Heard(NamedTuple):
     detail: int  # Of a state: whether it holds.
 
 
+def _is_described_as(description, words):
+    """Whether a description is that, or begins with it as a sentence."""
+    return description == words or description.startswith(words + ". ")
+
+
 class Finder:
     """Finds widgets, and again without a look through all windows, which costs hundreds of questions."""
 
-    def __init__(self):
+    def __init__(self, bus):
+        self._bus = bus
         self._windows = []
         self._found = {}
 
@@ -96,32 +46,39 @@ class Finder:
         if windows != self._windows:
             self._windows, self._found = windows, {}
         node = self._found.get(name)
-        if node is None or not (_is_called(node, name) and _has(node, "SHOWING")):
-            showing = [node for window in windows for node in _walk(window)]
-            fitting = [node for node in showing if _is_described_as(node, name)]
-            fitting = fitting or [node for node in showing if _ask(node.get_name) == name]
-            node = self._found[name] = fitting[0] if fitting else None
+        if node is None or not self._is_still(node, name):
+            node = self._found[name] = self._search(windows, name)
         return node
 
+    def _is_still(self, node, name):
+        (description,), (words,) = self._bus.descriptions([node]), self._bus.names([node])
+        return (_is_described_as(description, name) or words == name) and self._bus.have([node], "SHOWING")[0]
 
-def _text(node):
-    """The text of a field, or the name, which is the text of a label."""
-    interface = _ask(node.get_text_iface)
-    if interface is None:
-        return _ask(node.get_name, "")
-    text = _atspi().Text
-    return _ask(lambda: text.get_text(interface, 0, text.get_character_count(interface)), "")
-
-
-def _words(node):
-    """What a widget shows; the name of an empty field, which shows what belongs there."""
-    is_field = _ask(node.get_role_name) in ("text", "entry")
-    return _text(node) or (_ask(node.get_name, "") if is_field else "")
+    def _search(self, windows, name):
+        nodes = self._bus.showing(windows)
+        for node, description in zip(nodes, self._bus.descriptions(nodes)):
+            if _is_described_as(description, name):
+                return node
+        return next((node for node, words in zip(nodes, self._bus.names(nodes)) if words == name), None)
 
 
-def _is_empty(table):
-    interface = _ask(table.get_table_iface)
-    return _ask(lambda: _atspi().Table.get_n_rows(interface), 0) == 0
+def _middle(box):
+    left, top, width, height = box
+    return left + width // 2, top + height // 2
+
+
+def _middle_box(box):
+    """Where an empty table says why, without the titles of the columns."""
+    left, top, width, height = box or (0, 0, 0, 0)
+    return left, top + height // 3, width, height // 2
+
+
+def _shows_in(whole, part):
+    """Whether a part that may be scrolled away, or as narrow as nothing, shows as a whole."""
+    left, top, width, height = whole
+    x, y, part_width, part_height = part
+    is_within = left <= x and x + part_width <= left + width and top <= y and y + part_height <= top + height
+    return is_within and part_width > 0 and part_height > 0
 
 
 def store_settings(environment, settings):
@@ -143,7 +100,7 @@ class Program:
         self._desktop = desktop
         variables = {**desktop.environment, **(environment or {})}
         self._output = tempfile.TemporaryFile()
-        self._finder = Finder()
+        self._finder = Finder(self._bus)
         self.process = subprocess.Popen(
             bound_to_us(words),
             env={name: value for name, value in variables.items() if value is not None},
@@ -169,14 +126,15 @@ class Program:
     # What shows.
 
     def windows(self):
-        return [window for window in self._windows() if _has(window, "SHOWING")]
+        windows = self._windows()
+        return [window for window, shows in zip(windows, self._bus.have(windows, "SHOWING")) if shows]
 
     def is_active(self):
         """Whether one of its windows has the keyboard, as the program sees it."""
-        return any(_has(window, "ACTIVE") for window in self._windows())
+        return any(self._bus.have(self._windows(), "ACTIVE"))
 
     def titles(self):
-        return [_ask(window.get_name, "") for window in self.windows()]
+        return self._bus.names(self.windows())
 
     def find(self, name):
         """The widget that shows and whose description is that, or begins with it as a sentence, or else of that name."""
@@ -186,99 +144,88 @@ class Program:
         return wait_for(lambda: self.find(name), f"“{name}” to show")
 
     def text(self, name):
-        return _text(self.need(name))
+        return self._bus.texts([self.need(name)])[0]
+
+    def description(self, name):
+        """All that describes a widget that shows, else nothing."""
+        node = self.find(name)
+        return self._bus.descriptions([node])[0] if node else ""
 
     def value(self, name):
         """The value and the maximum of a progress bar that shows, else nothing."""
         node = self.find(name)
-        interface = _ask(node.get_value_iface) if node else None
-        if interface is None:
-            return None
-        value = _atspi().Value
-        return _ask(lambda: (value.get_current_value(interface), value.get_maximum_value(interface)))
+        return self._bus.value(node) if node else None
 
     def has_focus(self, name):
-        return _has(self.need(name), "FOCUSED")
+        return self._bus.have([self.need(name)], "FOCUSED")[0]
 
     def is_enabled(self, name):
-        return _has(self.need(name), "ENABLED")
+        return self._bus.have([self.need(name)], "ENABLED")[0]
 
     def box(self, name):
         """Where a widget is on the screen: left, top, width, height."""
-        return self._box(self.need(name))
-
-    def _box(self, node):
-        area = _atspi().Component.get_extents(node.get_component_iface(), _atspi().CoordType.SCREEN)
-        return area.x, area.y, area.width, area.height
+        return wait_for(lambda: self._bus.boxes([self.need(name)])[0], f"the place of “{name}”")
 
     def texts(self, title):
         """The words that the windows of such a title show, and their boxes.
 
         Of a table those of its titles and cells or, without a row, what it says instead; of an empty field its name.
         """
-        shown = []
-        for window in self.windows():
-            if re.search(title, _ask(window.get_name, "")):
-                nodes = [part for node in _walk(window) for part in (self._parts(node) or [node])]
-                # The words of what only holds others are not shown themselves.
-                leaves = [node for node in nodes if _ask(node.get_role_name) in ROLES_WITH_WORDS]
-                found = [(_words(node), _ask(lambda node=node: self._box_of_words(node))) for node in leaves]
-                shown += [(words, box) for words, box in found if words and box]
-                tables = [node for node in _walk(window) if _ask(node.get_role_name) == "table"]
-                shown += [(_ask(node.get_description), self._middle_box(node)) for node in tables if _is_empty(node)]
-        return shown
+        windows = self.windows()
+        windows = [window for window, name in zip(windows, self._bus.names(windows)) if re.search(title, name)]
+        nodes = self._bus.showing(windows)
+        tables = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role == "table"]
+        nodes = [part for node in nodes for part in (self._parts(node) if node in tables else [node])]
+        # The words of what only holds others are not shown themselves.
+        nodes = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role in ROLES_WITH_WORDS]
+        shown = list(zip(self._words(nodes), self._boxes_of_words(nodes)))
+        empty = [table for table in tables if self._bus.size(table)[0] == 0]
+        shown += zip(self._bus.descriptions(empty), map(_middle_box, self._bus.boxes(empty)))
+        return [(words, box) for words, box in shown if words and box]
 
-    def _box_of_words(self, node):
-        """Where a widget shows its words: a box to be checked is beside them."""
-        left, top, width, height = self._box(node)
-        mark = height if _ask(node.get_role_name) in ("check box", "radio button") else 0
-        return left + mark, top, width - mark, height
+    def _words(self, nodes):
+        """What widgets show; the names of empty fields, which show what belongs there."""
+        found = zip(self._bus.texts(nodes), self._bus.names(nodes), self._bus.roles(nodes))
+        return [text or (name if role in ("text", "entry") else "") for text, name, role in found]
 
-    def _middle_box(self, node):
-        """Where an empty table says why, without the titles of the columns."""
-        left, top, width, height = self._box(node)
-        return left, top + height // 3, width, height // 2
+    def _boxes_of_words(self, nodes):
+        """Where widgets show their words: a box to be checked is beside them."""
 
-    def _parts(self, node):
+        def without_mark(box, role):
+            left, top, width, height = box
+            mark = height if role in ("check box", "radio button") else 0
+            return left + mark, top, width - mark, height
+
+        return [box and without_mark(box, role) for box, role in zip(self._bus.boxes(nodes), self._bus.roles(nodes))]
+
+    def _parts(self, table):
         """The titles and cells of a table, but for those that are icons."""
-        interface = _ask(node.get_table_iface) if _ask(node.get_role_name) == "table" else None
-        if interface is None:
-            return None
-        table, parts = _atspi().Table, []
-        left, top, width, height = self._box(node)
-        for column in range(_ask(lambda: table.get_n_columns(interface), 0)):
-            header = _ask(lambda: table.get_column_header(interface, column))
-            cells = range(_ask(lambda: table.get_n_rows(interface), 0))
+        rows, columns = self._bus.size(table)
+        parts = []
+        for column in range(columns):
+            header = self._bus.column_title(table, column)
             parts += [header] if header else []
-            if header and _ask(header.get_name) != "Type":
-                parts += [_ask(lambda row=row: table.get_accessible_at(interface, row, column)) for row in cells]
-
-        def is_inside(part):
-            x, y, part_width, part_height = _ask(lambda: self._box(part), (-1, -1, 0, 0))
-            return left <= x and x + part_width <= left + width and top <= y and y + part_height <= top + height
-
-        return [part for part in parts if part and is_inside(part)]
+            if header and self._bus.names([header]) != ["Type"]:
+                parts += filter(None, self._bus.cells(table, [(row, column) for row in range(rows)]))
+        (whole, *boxes) = self._bus.boxes([table, *parts])
+        return [part for part, box in zip(parts, boxes) if whole and box and _shows_in(whole, box)]
 
     def centre(self, name):
-        left, top, width, height = self.box(name)
-        return left + width // 2, top + height // 2
+        return _middle(self.box(name))
 
     # Tables.
 
     def rows(self, name):
         """The texts of a table's cells, row by row."""
-        node = self.need(name)
-        table, interface = _atspi().Table, node.get_table_iface()
-        return [
-            [
-                _ask(lambda row=row, column=column: table.get_accessible_at(interface, row, column).get_name(), "")
-                for column in range(_ask(lambda: table.get_n_columns(interface), 0))
-            ]
-            for row in range(_ask(lambda: table.get_n_rows(interface), 0))
-        ]
+        table = self.need(name)
+        rows, columns = self._bus.size(table)
+        cells = self._bus.cells(table, [(row, column) for row in range(rows) for column in range(columns)])
+        names = iter(self._bus.names([cell for cell in cells if cell]))
+        texts = [next(names) if cell else "" for cell in cells]
+        return [texts[row * columns : (row + 1) * columns] for row in range(rows)]
 
     def selected_rows(self, name):
-        return list(_atspi().Table.get_selected_rows(self.need(name).get_table_iface()))
+        return self._bus.selected_rows(self.need(name))
 
     def selected_row(self, name):
         rows = self.selected_rows(name)
@@ -287,73 +234,58 @@ class Program:
     def cell(self, name, row, column):
         """The place of a cell's middle on the screen. The cell is waited for: a refresh takes it away for a moment."""
 
-        def place():
-            interface = self.need(name).get_table_iface()
-            return _ask(lambda: self._middle(_atspi().Table.get_accessible_at(interface, row, column)))
+        def box():
+            (cell,) = self._bus.cells(self.need(name), [(row, column)])
+            return self._bus.boxes([cell])[0] if cell else None
 
-        return wait_for(place, f"row {row}, column {column} of {name}")
+        return _middle(wait_for(box, f"row {row}, column {column} of {name}"))
 
     def column_title(self, name, column):
         """The place of the middle of a column's title on the screen."""
-        interface = self.need(name).get_table_iface()
-        return self._middle(_atspi().Table.get_column_header(interface, column))
-
-    def _middle(self, node):
-        area = _atspi().Component.get_extents(node.get_component_iface(), _atspi().CoordType.SCREEN)
-        return area.x + area.width // 2, area.y + area.height // 2
+        return _middle(self._bus.boxes([self._bus.column_title(self.need(name), column)])[0])
 
     def sheet(self):
         """The texts of the sheet that shows, title first; nothing without one."""
-        for window in self.windows():
-            if _ask(window.get_role_name) == "alert":
-                nodes = [node for node in _walk(window) if _ask(node.get_role_name) == "label"]
-                return [text for text in map(_text, nodes) if text] or None
+        for sheet in self._sheets():
+            nodes = self._bus.showing([sheet])
+            labels = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role == "label"]
+            return [text for text in self._bus.texts(labels) if text] or None
         return None
 
+    def _sheets(self):
+        windows = self.windows()
+        return [window for window, role in zip(windows, self._bus.roles(windows)) if role == "alert"]
+
     def tree(self):
-        """All that shows, for a person who wonders."""
+        """All that there is, for a person who wonders."""
         lines = []
 
-        def describe(node, depth):
-            role, name, what = _ask(node.get_role_name), _ask(node.get_name), _ask(node.get_description)
-            lines.append(f"{'  ' * depth}{role} {name!r} ({what}) {_text(node)!r}")
-            for child in _children(node):
-                describe(child, depth + 1)
+        def describe(nodes, depth):
+            bus = self._bus
+            parts = zip(bus.roles(nodes), bus.names(nodes), bus.descriptions(nodes), bus.texts(nodes), bus.children(nodes))
+            for role, name, what, text, children in parts:
+                lines.append(f"{'  ' * depth}{role} {name!r} ({what}) {text!r}")
+                describe(children, depth + 1)
 
-        for window in self.windows():
-            describe(window, 0)
+        describe(self.windows(), 0)
         return "\n".join(lines)
+
+    @property
+    def _bus(self):
+        return accessibility_bus(self._desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
 
     def _windows(self):
         if self._application is None:
-            desk = _atspi().get_desktop(0)
-            desk.clear_cache()
-            for application in _children(desk):
-                if _ask(application.get_process_id) == self.process.pid:
-                    application.set_cache_mask(_atspi().Cache.NONE)  # What it shows changes all the time.
-                    self._application = application
-        return _children(self._application) if self._application else []
+            self._application = self._bus.program_of(self.process.pid)
+        return self._bus.children([self._application])[0] if self._application else []
 
     def heard_until(self, condition, what):
         """Waits for that, and answers the events that screen readers have heard of meanwhile."""
-        from gi.repository import GLib
-
-        heard = []
-
-        def note(event):
-            if _ask(event.source.get_process_id) == self.process.pid:
-                role, name = _ask(event.source.get_role_name), _ask(event.source.get_name)
-                heard.append(Heard(event.type, role, name, event.detail1))
-
-        listener = _atspi().EventListener.new(note)
-        listener.register("object:")
-        try:
-            wait_for(condition, what)
-            while GLib.MainContext.default().iteration(False):
-                pass
-        finally:
-            listener.deregister("object:")
-        return heard
+        events = self._bus.events_during(lambda: wait_for(condition, what))
+        events = [event for event in events if self._application and event.node.program == self._application.program]
+        nodes = [event.node for event in events]
+        found = zip(events, self._bus.roles(nodes), self._bus.names(nodes))
+        return [Heard(event.kind, role, name, event.detail) for event, role, name in found]
 
     # What is done.
 
@@ -365,47 +297,47 @@ class Program:
     def press_what_shows(self, name):
         """Whether there is such a button that can be pressed; then it has been."""
         node = self.find(name)
-        action = _ask(node.get_action_iface) if node and _has(node, "ENABLED") else None
-        if action is None:
-            return False
-        _atspi().Action.do_action(action, 0)
-        return True
+        can_be = node and self._bus.have([node], "ENABLED")[0] and self._bus.is_a(node, ACTION)
+        if can_be:
+            self._bus.press(node)
+        return bool(can_be)
 
     def choose(self, menu, name):
         """Has an item of the menu bar do what it is for, as soon as it can."""
+        bus = self._bus
+
+        def called(words, nodes):
+            return [node for node, other in zip(nodes, bus.names(nodes)) if other == words]
+
+        def below(nodes):
+            return [child for children in bus.children(nodes) for child in children]
 
         def item():
-            for window in self.windows():
-                for bar in [node for node in _walk(window) if _ask(node.get_role_name) == "menu bar"]:
-                    for title in [node for node in _children(bar) if _ask(node.get_name) == menu]:
-                        for popup in _children(title):
-                            for node in _children(popup):
-                                if _ask(node.get_name) == name and _has(node, "ENABLED"):
-                                    return node
-            return None
+            nodes = bus.showing(self.windows())
+            bars = [node for node, role in zip(nodes, bus.roles(nodes)) if role == "menu bar"]
+            items = called(name, below(below(called(menu, below(bars)))))
+            return next((node for node, can_be in zip(items, bus.have(items, "ENABLED")) if can_be), None)
 
-        _atspi().Action.do_action(wait_for(item, f"“{name}” in the menu “{menu}”").get_action_iface(), 0)
+        bus.press(wait_for(item, f"“{name}” in the menu “{menu}”"))
 
     def select_row(self, name, row):
-        interface = self.need(name).get_table_iface()
-        _atspi().Table.add_row_selection(interface, row)
+        self._bus.select_row(self.need(name), row)
 
     def enter(self, name, text):
         """Replaces the text of a field, as a screen reader does. Its label may have the same name."""
 
         def field():
-            nodes = [node for window in self.windows() for node in _walk(window) if _ask(node.get_name) == name]
-            interfaces = [_ask(node.get_editable_text_iface) for node in nodes]
-            return next(filter(None, interfaces), None)
+            nodes = self._bus.showing(self.windows())
+            named = [node for node, words in zip(nodes, self._bus.names(nodes)) if words == name]
+            return next((node for node in named if self._bus.is_a(node, EDITABLE_TEXT)), None)
 
-        _atspi().EditableText.set_text_contents(wait_for(field, f"the field “{name}”"), text)
+        self._bus.set_text(wait_for(field, f"the field “{name}”"), text)
 
     def answer(self, name):
         """Presses a button of the sheet that shows, whatever is called so elsewhere."""
-        for window in self.windows():
-            if _ask(window.get_role_name) == "alert":
-                button = next(node for node in _walk(window) if _ask(node.get_name) == name)
-                _atspi().Action.do_action(button.get_action_iface(), 0)
+        for sheet in self._sheets():
+            nodes = self._bus.showing([sheet])
+            self._bus.press(next(node for node, words in zip(nodes, self._bus.names(nodes)) if words == name))
 
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
