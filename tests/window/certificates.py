@@ -4,13 +4,13 @@ import hashlib
 import os
 import secrets
 
+from cryptography.hazmat.primitives.asymmetric import ec
 from OpenSSL import crypto
 
 
 def make_certificate(folder, names="IP:127.0.0.1", subject="test server"):
     """Makes a self-signed certificate. Answers the file that holds it and its key, and its fingerprint."""
-    key = crypto.PKey()
-    key.generate_key(crypto.TYPE_RSA, 2048)
+    key = crypto.PKey.from_cryptography_key(ec.generate_private_key(ec.SECP256R1()))
     certificate = crypto.X509()
     certificate.set_version(2)
     certificate.set_serial_number(secrets.randbits(64))
