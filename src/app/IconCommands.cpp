@@ -7,14 +7,19 @@
 #include "IconSettings.h"
 #include "LocalPath.h"
 #include "ProgramName.h"
+#include "SettingsAlert.h"
+#include "TrustedCertificates.h"
+#include "UserDefaults.h"
 #include "VisibleText.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTextStream>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <unistd.h>
 #include <vector>
 
@@ -22,10 +27,37 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString destinationOf(const QString& name)
+/// An icon, and the settings of its own server; null when it goes to a sub-folder of the main one.
+struct ListedIcon {
+    QString name;
+    std::unique_ptr<UserDefaults> settings;
+};
+
+QString destinationOf(const ListedIcon& icon)
 {
-    const QString destination = DestinationSettings::destinationOfSubFolderIcon(IconName::fileName(name));
+    if (icon.settings != nullptr && !icon.settings->isReadable()) {
+        return u"no destination, as its settings %1"_s.arg(
+            QFileInfo::exists(icon.settings->filePath()) ? u"cannot be read"_s : u"are gone"_s);
+    }
+    const QString destination = icon.settings == nullptr
+        ? DestinationSettings::destinationOfSubFolderIcon(IconName::fileName(icon.name))
+        : DestinationSettings::destinationOfOwnServer(*icon.settings);
     return destination.isNull() ? u"no destination"_s : destination;
+}
+
+/// Reading settings has closed them to others: says so as a window would.
+void printAlert(const SettingsAlert& alert)
+{
+    if (!alert.title.isNull()) {
+        QTextStream(stderr) << "Quillbox: " << wholeVisibleText(QString(alert.text).replace(u"\n\n"_s, u" "_s)) << '\n';
+    }
+}
+
+void printIfOpen(UserDefaults& settings)
+{
+    if (const PrivateFile::Access access = settings.takeOpenReport(); access.had) {
+        printAlert(SettingsAlert::open(settings.filePath(), access));
+    }
 }
 
 /// Replaces this program by the one at @p path; null, or why that was not possible.
@@ -77,10 +109,31 @@ bool IconCommands::useSettings(const CommandLine& commandLine)
 
 void IconCommands::list(const DropIcons& icons)
 {
-    QTextStream out(stdout);
+    // All is looked at before any of it is read, which closes the folder around it, too.
+    TrustedCertificates::standard().noteAccess();
+    UserDefaults::standard().noteAccess();
+    std::vector<ListedIcon> listed;
     for (const DropIcons::Icon& icon : icons.icons()) {
-        out << wholeVisibleText(icon.name) << '\t' << destinationOf(icon.name) << '\n';
+        const QString file = IconName::fileName(icon.name);
+        listed.push_back({ icon.name, IconSettings::areOf(file) ? IconSettings::open(file) : nullptr });
+        if (listed.back().settings != nullptr) {
+            listed.back().settings->noteAccess();
+        }
     }
+    {
+        QTextStream out(stdout);
+        for (const ListedIcon& icon : listed) {
+            out << wholeVisibleText(icon.name) << '\t' << destinationOf(icon) << '\n';
+        }
+    }
+    printIfOpen(UserDefaults::standard());
+    for (const ListedIcon& icon : listed) {
+        if (icon.settings != nullptr) {
+            printIfOpen(*icon.settings);
+        }
+    }
+    printAlert(SettingsAlert::openTrust(TrustedCertificates::standard().filePath(),
+                                        TrustedCertificates::standard().takeOpenReport()));
 }
 
 void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& commandLine)

@@ -11,12 +11,14 @@
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "IconCommands.h"
+#include "IconSettings.h"
 #include "LocalPath.h"
 #include "PrivateFile.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
 #include "SettingNames.h"
+#include "SettingsAlert.h"
 #include "TrustedCertificates.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
@@ -107,62 +109,21 @@ void act(ViewController& viewController, const QString& name)
     }
 }
 
-void warnOfBrokenSettings(ViewController& viewController)
+/// Has the window tell what is wrong with @p settings.
+void watchSettings(UserDefaults& settings, SettingsAlert (*broken)(const QString& path), ViewController& viewController)
 {
-    viewController.showAlert(
-        u"Settings Not Readable"_s,
-        u"The settings in “%1” cannot be read, so none are in effect.\n\nThe file will be kept as “%1.bak” when "
-        "settings are next stored."_s.arg(UserDefaults::standard().filePath()));
+    const auto show
+        = [&viewController](const SettingsAlert& alert) { viewController.showAlert(alert.title, alert.text); };
+    const QString path = settings.filePath();
+    settings.setBrokenFileHandler([=] { show(broken(path)); });
+    settings.setOpenFileHandler([=](PrivateFile::Access access) { show(SettingsAlert::open(path, access)); });
 }
 
-void warnOfOpenSettings(ViewController& viewController, PrivateFile::Access access)
-{
-    using PrivateFile::Right;
-    const QString path = UserDefaults::standard().filePath();
-    if (access.have) {
-        viewController.showAlert(
-            u"Settings Are Open to Others"_s,
-            u"Other users of this computer have access to the settings in “%1”, which hold the "
-            "password, and Quillbox cannot change that.\n\nKeep them where you alone may read and write "
-            "(mode 0600 in a folder with mode 0700)."_s.arg(path));
-    } else if (access.had.testAnyFlags(Right::Read | Right::Write)) {
-        viewController.showAlert(
-            u"Settings Were Open to Others"_s,
-            u"Other users of this computer had access to the settings in “%1”, which hold the "
-            "password. Now you alone have.\n\nChange the password if somebody may have read it."_s.arg(path));
-    } else if (access.had & Right::Replace) {
-        viewController.showAlert(
-            u"Settings Could Be Replaced"_s,
-            u"Other users of this computer could not read the settings in “%1”, but could write to their folder, and "
-            "so put others in their place. Now they cannot.\n\nSee in the preferences whether address and user name "
-            "are yours."_s.arg(path));
-    } else {
-        viewController.showAlert(
-            u"Settings Were Closed to Others"_s,
-            u"The settings in “%1”, which hold the password, or their folder gave rights to other users of this "
-            "computer. Nobody could read or change the settings with these alone. Now they are yours alone."_s.arg(
-                path));
-    }
-}
-
-/// That others can read what is trusted does no harm.
 void warnOfOpenTrust(ViewController& viewController, PrivateFile::Access access)
 {
-    using PrivateFile::Right;
-    const PrivateFile::Rights harmful = Right::Write | Right::Replace;
-    const QString path = TrustedCertificates::standard().filePath();
-    if (access.have & harmful) {
-        viewController.showAlert(
-            u"Trusted Certificates Are Open to Others"_s,
-            u"Other users of this computer can change “%1”, which says whose certificates you trust, and Quillbox "
-            "cannot prevent that.\n\nKeep it where you alone may write (mode 0600 in a folder with mode 0700)."_s.arg(
-                path));
-    } else if (access.had & harmful) {
-        viewController.showAlert(
-            u"Trusted Certificates Were Open to Others"_s,
-            u"Other users of this computer could change “%1”, which says whose certificates you trust. Now you alone "
-            "can.\n\nRemove the file if somebody may have added a server. You are then asked about each again."_s.arg(
-                path));
+    const SettingsAlert alert = SettingsAlert::openTrust(TrustedCertificates::standard().filePath(), access);
+    if (!alert.title.isNull()) {
+        viewController.showAlert(alert.title, alert.text);
     }
 }
 
@@ -221,9 +182,10 @@ int main(int argc, char** argv)
     setDelayedAlertPresenter([&viewController](const QString& message, const QString& informative) {
         viewController.showAlert(message, informative);
     });
-    UserDefaults::standard().setBrokenFileHandler([&viewController] { warnOfBrokenSettings(viewController); });
-    UserDefaults::standard().setOpenFileHandler(
-        [&viewController](PrivateFile::Access access) { warnOfOpenSettings(viewController, access); });
+    watchSettings(UserDefaults::standard(), &SettingsAlert::broken, viewController);
+    if (IconSettings::areInUse()) {
+        watchSettings(connectionSettings(), &SettingsAlert::iconBroken, viewController);
+    }
     TrustedCertificates::standard().setOpenFileHandler(
         [&viewController](PrivateFile::Access access) { warnOfOpenTrust(viewController, access); });
 
@@ -231,6 +193,7 @@ int main(int argc, char** argv)
         handOver(commandLine); // Another start was quicker.
     }
     UserDefaults::standard().removeUnfinishedStores();
+    connectionSettings().removeUnfinishedStores();
     TrustedCertificates::standard().removeUnfinishedStores();
     viewController.window().show();
     openLedger(viewController);

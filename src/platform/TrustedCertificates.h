@@ -42,6 +42,7 @@ public:
     [[nodiscard]] bool forget(const QString& host, quint16 port);
 
     /// Those of UserDefaults.
+    PrivateFile::Access takeOpenReport() { return m_file.takeOpenReport(); }
     void setOpenFileHandler(std::function<void(PrivateFile::Access)> handler)
     {
         m_file.setOpenFileHandler(std::move(handler));

@@ -197,6 +197,12 @@ void UserDefaults::setOpenFileHandler(std::function<void(PrivateFile::Access)> h
     scheduleOpenReport();
 }
 
+PrivateFile::Access UserDefaults::takeOpenReport()
+{
+    refresh();
+    return std::exchange(m_unreported, {});
+}
+
 UserDefaults::Stamp UserDefaults::stampOfFile() const
 {
     struct stat status { };

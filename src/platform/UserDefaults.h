@@ -80,6 +80,8 @@ public:
     /// @p handler is called from the loop when others had rights to the file, which it has lost to them as far as that
     /// can be changed; once for each right. The file is looked at whenever it is read, and when the handler is set.
     void setOpenFileHandler(std::function<void(PrivateFile::Access)> handler);
+    /// What that handler would be told by now; nobody is told again.
+    PrivateFile::Access takeOpenReport();
     /// Notes for that report what others can do with the file now. Who reads another file of the same folder closes the
     /// folder, after which nobody can tell.
     void noteAccess() const;

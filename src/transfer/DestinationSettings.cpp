@@ -7,6 +7,17 @@
 #include "SettingNames.h"
 #include "UserDefaults.h"
 
+namespace {
+
+QString destinationIn(const UserDefaults& settings, const QString& subFolder)
+{
+    const UserDefaults::Reading reading(settings);
+    return Addressing::fullPath(settings.string(SettingNames::address), settings.string(SettingNames::ftpFolder),
+                                subFolder);
+}
+
+} // namespace
+
 namespace DestinationSettings {
 
 QString username()
@@ -61,10 +72,12 @@ QString createFullDestinationPathFromAppNameAndFTPFolder()
 
 QString destinationOfSubFolderIcon(const QString& fileName)
 {
-    const UserDefaults& settings = UserDefaults::standard();
-    const UserDefaults::Reading reading(settings);
-    return Addressing::fullPath(settings.string(SettingNames::address), settings.string(SettingNames::ftpFolder),
-                                Addressing::folderFromAppName(Addressing::appName(fileName)));
+    return destinationIn(UserDefaults::standard(), Addressing::folderFromAppName(Addressing::appName(fileName)));
+}
+
+QString destinationOfOwnServer(const UserDefaults& settings)
+{
+    return destinationIn(settings, QString());
 }
 
 Destination destination()

@@ -5,8 +5,6 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
-#include <memory>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -36,11 +34,14 @@ bool IconSettings::areOf(const QString& fileName)
     return settings.exists() || settings.isSymLink() || QFileInfo(linkFolder() + u'/' + fileName).isSymLink();
 }
 
+std::unique_ptr<UserDefaults> IconSettings::open(const QString& fileName)
+{
+    return std::make_unique<UserDefaults>(filePath(fileName), UserDefaults::Absence::IsBroken);
+}
+
 void IconSettings::use(const QString& fileName)
 {
-    settingsInUse() = fileName.isNull()
-        ? nullptr
-        : std::make_unique<UserDefaults>(filePath(fileName), UserDefaults::Absence::IsBroken);
+    settingsInUse() = fileName.isNull() ? nullptr : open(fileName);
 }
 
 bool IconSettings::areInUse()

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <memory>
+
 class UserDefaults;
 
 /// Drop icons that have a server of their own. Each has the settings that say where its files go (Address, Username,
@@ -19,6 +21,9 @@ QString filePath(const QString& fileName);
 QString linkFolder();
 /// Whether a program that is started as @p fileName has a server of its own: its settings or its link are there.
 bool areOf(const QString& fileName);
+
+/// These settings; broken while there are none.
+std::unique_ptr<UserDefaults> open(const QString& fileName);
 
 /// From now on connectionSettings() are those of the icon that starts the program as @p fileName, also when its file is
 /// gone or cannot be read: then nothing is set, and nothing of the main settings takes their place. Null for the main

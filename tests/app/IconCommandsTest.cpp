@@ -1,11 +1,15 @@
 #include "IconCommands.h"
 
 #include "CommandLine.h"
+#include "DropIcons.h"
 #include "IconSettings.h"
 #include "ProgramName.h"
 #include "UserDefaults.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -22,7 +26,30 @@ protected:
     {
         IconSettings::use(QString());
         setProgramFileName(QString());
-        QFile::remove(IconSettings::filePath(u"Work"_s));
+        QFile::remove(UserDefaults::standard().filePath());
+        QDir(QFileInfo(IconSettings::filePath(u"Work"_s)).path()).removeRecursively();
+    }
+
+    struct Printed {
+        std::string out;
+        std::string err;
+    };
+    /// What list() prints of icons with these names.
+    static Printed listing(const QStringList& names)
+    {
+        const QTemporaryDir folder;
+        for (const QString& name : names) {
+            EXPECT_TRUE(QFile::link(u"/nowhere"_s, folder.filePath(name)));
+        }
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        IconCommands::list(
+            DropIcons(u"/nowhere"_s, { .links = folder.path(), .launchers = folder.path(), .desktop = {} }));
+        return { ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr() };
+    }
+    static void setServer(const QString& fileName, const QString& address)
+    {
+        EXPECT_TRUE(UserDefaults(IconSettings::filePath(fileName)).store({ { u"Address"_s, address } }));
     }
 
     /// What useSettings() says, with the files that it leaves; nothing when it agrees.
@@ -73,6 +100,58 @@ TEST_F(IconCommandsTest, SettingsOfAnotherIconAreRefused)
                       + IconSettings::filePath(u"Work"_s).toStdString() + "\".\nNot taken: /a b\n");
         EXPECT_FALSE(IconSettings::areInUse());
     }
+}
+
+TEST_F(IconCommandsTest, EachIconIsListedWithItsOwnServerWhoeverListsThem)
+{
+    ASSERT_TRUE(UserDefaults::standard().store({ { u"Address"_s, u"main"_s }, { u"FTPFolder"_s, u"in"_s } }));
+    setServer(u"Work"_s, u"own"_s);
+    setServer(u"work"_s, u"other"_s);
+    setServer(u"Nowhere"_s, QString());
+    IconSettings::use(u"Work"_s);
+
+    const Printed printed = listing({ u"Photos:2024"_s, u"Work"_s, u"work"_s, u"Nowhere"_s });
+
+    for (const char* line : { "Photos/2024\tftp://main/in/Photos/2024/\n", "Work\tftp://own/\n", "work\tftp://other/\n",
+                              "Nowhere\tno destination\n" }) {
+        EXPECT_NE(printed.out.find(line), std::string::npos) << printed.out;
+    }
+    EXPECT_EQ(printed.err, "");
+}
+
+TEST_F(IconCommandsTest, AnIconWithoutReadableSettingsIsListedWithoutADestination)
+{
+    ASSERT_TRUE(UserDefaults::standard().store({ { u"Address"_s, u"main"_s } }));
+    setServer(u"Work"_s, u"own"_s);
+    QFile file(IconSettings::filePath(u"Work"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    EXPECT_EQ(listing({ u"Work"_s }).out, "Work\tno destination, as its settings cannot be read\n");
+}
+
+TEST_F(IconCommandsTest, WhoeverListsThemIsToldWhichSettingsWereOpenToOthers)
+{
+    ASSERT_TRUE(UserDefaults::standard().store({ { u"Address"_s, u"main"_s } }));
+    setServer(u"Work"_s, u"own"_s);
+    setServer(u"work"_s, u"other"_s);
+    const QString own = IconSettings::filePath(u"Work"_s);
+    constexpr QFile::Permissions mode = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther;
+    for (const QString& path : { UserDefaults::standard().filePath(), own }) {
+        ASSERT_TRUE(QFile::setPermissions(path, mode));
+        ASSERT_TRUE(QFile::setPermissions(QFileInfo(path).path(), mode | QFile::ExeOwner | QFile::ExeOther));
+    }
+
+    const std::string first = listing({ u"Work"_s, u"work"_s }).err;
+    const std::string second = listing({ u"Work"_s, u"work"_s }).err;
+
+    const auto sentence = [](const QString& path) {
+        return u"Quillbox: Other users of this computer had access to the settings in “%1”, which hold the password. "
+               u"Now "
+               "you alone have. "_s.arg(path)
+                   .toStdString();
+    };
+    EXPECT_NE(first.find(sentence(UserDefaults::standard().filePath())), std::string::npos) << first;
+    EXPECT_NE(first.find(sentence(own)), std::string::npos) << first;
+    EXPECT_EQ(second, "");
 }
 
 } // namespace

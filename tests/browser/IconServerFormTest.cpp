@@ -29,8 +29,8 @@ protected:
     UserDefaults m_settings{ m_folder.filePath(u"icons/Work.json"_s) };
     QStringList m_trusted;
     IconServerForm m_form{ {
-        .destinationFor = [](const QString& address,
-                             const QString& folder) { return u"ftp://%1/%2/"_s.arg(address, folder); },
+        .destinationFor
+        = [](const QString& address, const QString& folder) { return u"ftp://%1/%2/"_s.arg(address, folder); },
         .trustsCertificate = [this](const QString& destination) { return m_trusted.contains(destination); },
     } };
 };
