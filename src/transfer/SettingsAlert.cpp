@@ -14,9 +14,11 @@ SettingsAlert SettingsAlert::broken(const QString& path)
 SettingsAlert SettingsAlert::iconBroken(const QString& path)
 {
     if (const QFileInfo file(path); !file.exists() && !file.isSymLink()) {
-        return { u"Settings Missing"_s,
-                 u"The settings of this icon’s own server, “%1”, are gone. Nothing is uploaded without them, to no other "
-                 "server either.\n\nPut them back, or enter the server in the preferences."_s.arg(path) };
+        return {
+            u"Settings Missing"_s,
+            u"The settings of this icon’s own server, “%1”, are gone. Nothing is uploaded without them, to no other "
+            "server either.\n\nPut them back, or enter the server in the preferences."_s.arg(path)
+        };
     }
     return { u"Settings Not Readable"_s,
              u"The settings of this icon’s own server in “%1” cannot be read. Nothing is uploaded without them, to no "
@@ -38,10 +40,12 @@ SettingsAlert SettingsAlert::open(const QString& path, PrivateFile::Access acces
                  "password. Now you alone have.\n\nChange the password if somebody may have read it."_s.arg(path) };
     }
     if (access.had & Right::Replace) {
-        return { u"Settings Could Be Replaced"_s,
-                 u"Other users of this computer could not read the settings in “%1”, but could write to their folder, "
-                 "and so put others in their place. Now they cannot.\n\nSee in the preferences whether address and user "
-                 "name are yours."_s.arg(path) };
+        return {
+            u"Settings Could Be Replaced"_s,
+            u"Other users of this computer could not read the settings in “%1”, but could write to their folder, "
+            "and so put others in their place. Now they cannot.\n\nSee in the preferences whether address and user "
+            "name are yours."_s.arg(path)
+        };
     }
     return { u"Settings Were Closed to Others"_s,
              u"The settings in “%1”, which hold the password, or their folder gave rights to other users of this "
@@ -56,8 +60,8 @@ SettingsAlert SettingsAlert::openTrust(const QString& path, PrivateFile::Access 
     if (access.have & harmful) {
         return { u"Trusted Certificates Are Open to Others"_s,
                  u"Other users of this computer can change “%1”, which says whose certificates you trust, and Quillbox "
-                 "cannot prevent that.\n\nKeep it where you alone may write (mode 0600 in a folder with mode 0700)."_s.arg(
-                     path) };
+                 "cannot prevent that.\n\nKeep it where you alone may write (mode 0600 in a folder with mode 0700)."_s
+                     .arg(path) };
     }
     if (access.had & harmful) {
         return { u"Trusted Certificates Were Open to Others"_s,
