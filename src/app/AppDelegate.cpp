@@ -94,6 +94,15 @@ bool AppDelegate::openFiles(const PathList& paths, const QStringList& leftOut)
     return true;
 }
 
+bool AppDelegate::upload(const Drop& drop)
+{
+    if (m_isQuitting) {
+        return false;
+    }
+    m_candidate.upload(drop);
+    return true;
+}
+
 void AppDelegate::sessionEnds()
 {
     m_sessionEnd.announce();
@@ -181,6 +190,11 @@ void AppDelegate::findMainWindow()
 
 void AppDelegate::showMainWindow()
 {
+    if (std::exchange(m_isHidden, false)) {
+        emit mainWindowAppears();
+        m_candidate.window().show();
+        applicationDidFinishLaunching();
+    }
     findMainWindow();
     if (m_mainWindow != nullptr) {
         bringToFront(*m_mainWindow);

@@ -15,6 +15,7 @@
 class DropIconsWindow;
 class QMainWindow;
 class ViewController;
+struct Drop;
 
 /// Starts the main window's life, keeps its title equal to the destination, and offers the commands that belong to no
 /// window. Belongs to the main thread.
@@ -36,6 +37,9 @@ public:
     /// files. False when they are lost: without a main window, and once that is closed and the program ends.
     bool openFiles(const PathList& paths, const QStringList& leftOut = {});
 
+    /// The same of @p drop, whether or not the window is shown. False when it is lost, since the program ends.
+    bool upload(const Drop& drop);
+
     /// The user's session is about to end: until the user does something here again, closing the window asks nothing.
     /// Called when the application hears of it.
     void sessionEnds();
@@ -54,6 +58,9 @@ public:
 
     // Commands.
 
+    /// Has the main window stay unseen until it is first asked for.
+    void hide() { m_isHidden = true; }
+    bool isHidden() const { return m_isHidden; }
     void showMainWindow();
     /// Shows the welcome window, in any case when there is a @p sender.
     void showWelcomeWindow(const QObject* sender);
@@ -82,6 +89,10 @@ public:
     /// The path of the settings file; null while there is none.
     QString defaultFilePath() const;
 
+signals:
+    /// The main window is about to be seen after all.
+    void mainWindowAppears();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -96,6 +107,7 @@ private:
     std::unique_ptr<DropIconsWindow> m_dropIconsWindow; ///< Null until it is first shown.
     QFileSystemWatcher m_watcher;
     SessionEnd m_sessionEnd;
+    bool m_isHidden = false;
     bool m_isAskingToQuit = false;
     bool m_isQuitting = false; ///< The user has said so, or the window is closed.
 };

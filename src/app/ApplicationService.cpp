@@ -15,18 +15,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int callTimeoutMs = 10'000; ///< How long a start waits for the running program's answer.
-
-QString objectPath(const QString& busName)
-{
-    QString path = u'/' + busName;
-    return path.replace(u'.', u'/').replace(u'-', u'_');
-}
-
 QDBusMessage callTo(const QString& name, const QString& method, const QVariantList& arguments)
 {
-    QDBusMessage call
-        = QDBusMessage::createMethodCall(name, objectPath(name), u"org.freedesktop.Application"_s, method);
+    QDBusMessage call = QDBusMessage::createMethodCall(name, ApplicationService::objectPath(name),
+                                                       u"org.freedesktop.Application"_s, method);
     call.setArguments(arguments);
     call.setAutoStartService(false);
     return call;
@@ -56,7 +48,7 @@ QList<QDBusMessage> callsTo(const QString& name, const QStringList& files, const
 ApplicationService::HandOver deliver(const QDBusConnection& bus, const QString& name, const QDBusMessage& call)
 {
     using HandOver = ApplicationService::HandOver;
-    const QDBusMessage reply = bus.call(call, QDBus::Block, callTimeoutMs);
+    const QDBusMessage reply = bus.call(call, QDBus::Block, ApplicationService::callTimeoutMs);
     if (reply.type() == QDBusMessage::ReplyMessage) {
         return HandOver::Taken;
     }
@@ -72,6 +64,12 @@ ApplicationService::ApplicationService(QObject* parent, Handler handler)
     : QDBusAbstractAdaptor(parent)
     , m_handler(std::move(handler))
 {
+}
+
+QString ApplicationService::objectPath(const QString& name)
+{
+    QString path = u'/' + name;
+    return path.replace(u'.', u'/').replace(u'-', u'_');
 }
 
 ApplicationService::HandOver ApplicationService::handOver(const QString& programName, const QStringList& files,

@@ -28,6 +28,10 @@ public:
     /// Answers calls through @p handler, as a child of @p parent.
     ApplicationService(QObject* parent, Handler handler);
 
+    /// The object that answers under the bus name @p name.
+    static QString objectPath(const QString& name);
+    static constexpr int callTimeoutMs = 10'000; ///< How long a start waits for the running program's answer.
+
     enum class HandOver {
         NobodyRuns, ///< No program of that name, or none any more, or there is no session bus.
         Taken, ///< The files are in the running program's queue.

@@ -46,6 +46,7 @@ QString absolutePath(const QString& word)
 
 constexpr const char* helpText
     = "Usage: Quillbox [--icon NAME] [--preferences] [--] [FILE...]\n"
+      "       Quillbox [--icon NAME] [--wait] [--hidden] [--] FILE...\n"
       "\n"
       "Uploads files into one folder of an FTP server. Each FILE goes up, one after another; a copy of the program\n"
       "under another name uploads into a sub-folder of that name.\n"
@@ -58,6 +59,10 @@ constexpr const char* helpText
       "  --settings FILE\n"
       "                 Says that this copy has a server of its own, with its settings in this file; its launcher "
       "does.\n"
+      "  --wait         Waits until the files are over, and prints a line for each: its path, a tab, and what has "
+      "become\n"
+      "                 of it. Ends with 0 when all have arrived, with 1 when not.\n"
+      "  --hidden       Shows no window and asks nothing; what would have been asked is a failure.\n"
       "  -session ID    Alone: how session managers start programs again.\n"
       "  --             Every word behind it is a file, also one that begins with \"-\".\n";
 
@@ -77,6 +82,10 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             commandLine.action = u"preferences"_s;
         } else if (word == u"--list-icons"_s) {
             commandLine.listsIcons = true;
+        } else if (word == u"--wait"_s) {
+            commandLine.isWaitedFor = true;
+        } else if (word == u"--hidden"_s) {
+            commandLine.isHidden = true;
         } else if (word == u"--icon"_s || word == u"--settings"_s) {
             const bool isIcon = word == u"--icon"_s;
             if (++i == arguments.size()) {
@@ -104,6 +113,12 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             exitCode = 2;
             return std::nullopt;
         }
+    }
+    const bool isForFiles = commandLine.isWaitedFor || commandLine.isHidden;
+    if (isForFiles && (commandLine.files.isEmpty() || !commandLine.action.isNull())) {
+        QTextStream(stderr) << "Quillbox: \"--wait\" and \"--hidden\" are for files, and for nothing else.\n";
+        exitCode = 2;
+        return std::nullopt;
     }
     return commandLine;
 }

@@ -11,6 +11,8 @@ struct CommandLine {
     QString settings; ///< The file with the settings of the icon that starts the program; null when none is named.
     QString icon; ///< The drop icon that they are for; null for the program as it was started.
     bool listsIcons = false; ///< The drop icons are to be listed, and nothing else.
+    bool isWaitedFor = false; ///< Somebody waits until the files are over.
+    bool isHidden = false; ///< Without a window and without questions.
     QString action; ///< The launcher's action that is asked for; null for none.
 
     /// Reads @p arguments (the program's name first), each the text of its bytes (LocalPath). std::nullopt when the

@@ -67,6 +67,12 @@ const char* run(const QString& path, const CommandLine& commandLine)
     if (!commandLine.action.isNull()) {
         words.append("--" + commandLine.action.toUtf8());
     }
+    if (commandLine.isWaitedFor) {
+        words.append("--wait");
+    }
+    if (commandLine.isHidden) {
+        words.append("--hidden");
+    }
     words.append("--");
     for (const QString& file : commandLine.files) {
         words.append(LocalPath::toBytes(file));

@@ -10,16 +10,21 @@
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
+#include "HiddenRun.h"
 #include "IconCommands.h"
 #include "IconSettings.h"
+#include "KnownTrust.h"
 #include "LocalPath.h"
 #include "PrivateFile.h"
 #include "ProgramIdentity.h"
 #include "ProgramName.h"
 #include "RememberedTrust.h"
+#include "RequestedUploads.h"
 #include "SettingNames.h"
 #include "SettingsAlert.h"
 #include "TrustedCertificates.h"
+#include "UploadCommand.h"
+#include "UploadsService.h"
 #include "UserDefaults.h"
 #include "ViewController.h"
 #include "VisibleText.h"
@@ -74,6 +79,25 @@ void handOver(const CommandLine& commandLine)
     std::_Exit(1);
 }
 
+/// The same, also for those who wait until the files are over, or want no window.
+void handOverAll(const CommandLine& commandLine)
+{
+    if (commandLine.isWaitedFor || commandLine.isHidden) {
+        UploadCommand::run(commandLine);
+    } else {
+        handOver(commandLine);
+    }
+}
+
+/// Without a display the toolkit gets one that nobody sees.
+void doWithoutDisplay()
+{
+    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (!hasDisplay) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+}
+
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv)
 {
@@ -97,7 +121,7 @@ CommandLine readCommandLine(int argc, char** argv)
         IconCommands::becomeIcon(icons, *commandLine);
         std::exit(1);
     }
-    handOver(*commandLine);
+    handOverAll(*commandLine);
     return *std::move(commandLine);
 }
 
@@ -150,19 +174,38 @@ int main(int argc, char** argv)
     const CommandLine commandLine = readCommandLine(argc, argv);
     TrustedCertificates::standard().noteAccess(); // Before settings are read, which closes the folder of both.
 
+    if (commandLine.isHidden) {
+        doWithoutDisplay();
+    }
     const QApplication application(wordsForToolkit, argv);
     QGuiApplication::setLayoutDirection(QLocale().textDirection());
     ProgramIdentity::apply(programFileName());
     CertificateSheets certificateSheets;
     RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);
     FTPEngine engine;
-    EngineStreamFactory streams(engine, trust);
+    KnownTrust knownTrust(TrustedCertificates::standard());
+    EngineStreamFactory streams(engine, trust, &knownTrust);
     EngineConnections connections(engine, &trust);
     ViewController viewController(streams, connections);
-    certificateSheets.setWindow(viewController.window());
     QObject::connect(&viewController, &ViewController::userRequestedConnection, &viewController,
                      [&trust] { trust.forgetRefusals(); });
     AppDelegate delegate(viewController, QUrl(QStringLiteral(QUILLBOX_WEBSITE)));
+    const auto letCertificatesBeAskedAbout = [&] { certificateSheets.setWindow(viewController.window()); };
+    RequestedUploads requestedUploads(viewController, delegate);
+    std::optional<HiddenRun> hiddenRun;
+    UploadsService uploadsService(
+        &delegate, QDBusConnection::sessionBus(),
+        {
+            .upload
+            = [&requestedUploads](const PathList& files, bool areUnattended,
+                                  QString& refusal) { return requestedUploads.begin(files, areUnattended, refusal); },
+            .becameIdle =
+                [&hiddenRun] {
+                    if (hiddenRun) {
+                        hiddenRun->endIfIdle();
+                    }
+                },
+        });
     ApplicationService service(
         &delegate,
         {
@@ -171,13 +214,16 @@ int main(int argc, char** argv)
                                 const QStringList& others) { return delegate.openFiles(files, others); },
             .action = [&viewController](const QString& name) { act(viewController, name); },
         });
-    DesktopIntegration desktop(
-        viewController, programFileName(),
-        {
-            .sessionBus = [] { return QDBusConnection::sessionBus(); },
-            .systemBus = [] { return QDBusConnection::systemBus(); },
-            .isInFront = [] { return QGuiApplication::applicationState() == Qt::ApplicationActive; },
-        });
+    DesktopIntegration desktop(viewController, programFileName(),
+                               {
+                                   .sessionBus = [] { return QDBusConnection::sessionBus(); },
+                                   .systemBus = [] { return QDBusConnection::systemBus(); },
+                                   .isInFront =
+                                       [&delegate] {
+                                           return delegate.isHidden()
+                                               || QGuiApplication::applicationState() == Qt::ApplicationActive;
+                                       },
+                               });
     QObject::connect(&desktop, &DesktopIntegration::activated, &delegate, &AppDelegate::showMainWindow);
     setDelayedAlertPresenter([&viewController](const QString& message, const QString& informative) {
         viewController.showAlert(message, informative);
@@ -189,21 +235,38 @@ int main(int argc, char** argv)
     TrustedCertificates::standard().setOpenFileHandler(
         [&viewController](PrivateFile::Access access) { warnOfOpenTrust(viewController, access); });
 
-    if (!service.registerFor(programFileName())) {
-        handOver(commandLine); // Another start was quicker.
+    // Where nobody could see the window, no other start may ask for it.
+    const bool isVisible = !commandLine.isHidden || QGuiApplication::platformName() != u"offscreen"_s;
+    if (isVisible && !service.registerFor(programFileName())) {
+        handOverAll(commandLine); // Another start was quicker.
     }
     UserDefaults::standard().removeUnfinishedStores();
     connectionSettings().removeUnfinishedStores();
     TrustedCertificates::standard().removeUnfinishedStores();
-    viewController.window().show();
-    openLedger(viewController);
-    delegate.applicationDidFinishLaunching();
-    if (!commandLine.files.isEmpty()) {
-        delegate.openFiles(commandLine.files);
+    if (commandLine.isHidden) {
+        hiddenRun.emplace(HiddenRun::Parts{ viewController, delegate, requestedUploads, uploadsService },
+                          commandLine.files);
+        QObject::connect(&delegate, &AppDelegate::mainWindowAppears, &delegate, letCertificatesBeAskedAbout);
+    } else {
+        letCertificatesBeAskedAbout();
+        viewController.window().show();
     }
-    act(viewController, commandLine.action);
+    openLedger(viewController);
+    if (hiddenRun) {
+        hiddenRun->begin();
+    } else {
+        delegate.applicationDidFinishLaunching();
+        if (!commandLine.files.isEmpty()) {
+            delegate.openFiles(commandLine.files);
+        }
+        act(viewController, commandLine.action);
+    }
 
-    const int result = QApplication::exec();
+    int result = QApplication::exec();
+    if (hiddenRun) {
+        result = hiddenRun->finish();
+    }
+    uploadsService.programEnds();
     handOverClipboard(clipboardLimit);
     viewController.ledger().close(ledgerLimit);
     std::fflush(nullptr);

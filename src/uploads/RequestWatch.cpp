@@ -22,7 +22,7 @@ constexpr qsizetype mostAtOnce = 500;
 FileEnd endOf(const HistoryEntry& entry)
 {
     QString words = HistoryText::cell(entry, HistoryText::Column::Outcome);
-    if (entry.outcome != Outcome::Confirmed && !entry.reply.isEmpty()) {
+    if (entry.outcome == Outcome::Refused && !entry.reply.isEmpty()) {
         words += u'\t' + visibleText(entry.reply);
     }
     return { TreePath::plain(entry.path), words };

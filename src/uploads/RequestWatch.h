@@ -17,7 +17,7 @@ class UploadIntake;
 /// What has become of one file, for whoever waits for it.
 struct FileEnd {
     QString path; ///< Absolute; of a file in a dropped folder, its own.
-    QString words; ///< As the history says it, with the server's reply behind a tab where the file has not arrived.
+    QString words; ///< As the history says it, and behind a tab the server's reply when that has refused the file.
 
     friend bool operator==(const FileEnd&, const FileEnd&) = default;
 };

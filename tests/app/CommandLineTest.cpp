@@ -113,6 +113,22 @@ TEST_F(CommandLineTest, WhereAFileIsNamedLikeTheSessionManagersOptionNoOtherIsTa
     QDir::setCurrent(before);
 }
 
+TEST_F(CommandLineTest, FilesAreWaitedForOrGoUpWithoutAWindow)
+{
+    EXPECT_FALSE(read({ u"/a"_s })->isWaitedFor);
+    EXPECT_FALSE(read({ u"/a"_s })->isHidden);
+    EXPECT_TRUE(read({ u"--wait"_s, u"/a"_s })->isWaitedFor);
+    EXPECT_TRUE(read({ u"/a"_s, u"--hidden"_s })->isHidden);
+
+    for (const QStringList& words : { QStringList{ u"--wait"_s },
+                                      { u"--hidden"_s },
+                                      { u"--wait"_s, u"--hidden"_s },
+                                      { u"--hidden"_s, u"--preferences"_s, u"/a"_s } }) {
+        EXPECT_FALSE(read(words));
+        EXPECT_EQ(m_exitCode, 2);
+    }
+}
+
 TEST_F(CommandLineTest, WithoutFilesNothingIsOpened)
 {
     const auto commandLine = read({});

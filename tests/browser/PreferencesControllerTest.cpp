@@ -126,7 +126,6 @@ protected:
     QList<QStringList> m_alerts;
     PreferencesController m_preferences{
         m_defaults,
-        m_defaults,
         {
             .server = {
                 .destinationFor

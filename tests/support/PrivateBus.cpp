@@ -19,9 +19,9 @@ PrivateBus::PrivateBus()
             throw std::runtime_error("no message bus: is dbus-daemon installed?");
         }
     }
-    const QString address = QString::fromUtf8(m_daemon.readLine().trimmed());
+    m_address = QString::fromUtf8(m_daemon.readLine().trimmed());
     for (const QString& name : { programName, serviceName }) {
-        if (!QDBusConnection::connectToBus(address, name).isConnected()) {
+        if (!QDBusConnection::connectToBus(m_address, name).isConnected()) {
             throw std::runtime_error("no connection to a message bus of our own");
         }
     }

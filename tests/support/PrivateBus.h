@@ -17,6 +17,8 @@ public:
 
     /// The program's connection.
     QDBusConnection connection() const { return QDBusConnection(programName); }
+    /// Where others can connect to it.
+    QString address() const { return m_address; }
     /// Has one of the stand-ins of DesktopServices.h answer.
     template <typename Service> void serve(Service& service) { serve(Service::name, Service::path, service); }
     /// Sends @p message as the service.
@@ -31,5 +33,6 @@ private:
     static inline const QString serviceName = QStringLiteral("private-service");
 
     QTemporaryDir m_folder;
+    QString m_address;
     QProcess m_daemon;
 };

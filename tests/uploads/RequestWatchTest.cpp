@@ -139,8 +139,8 @@ TEST_F(RequestWatchTest, AnotherSizeIsAFailureAndAMissingNameARemark)
 
     ASSERT_TRUE(isOver());
     EXPECT_EQ(m_corrected,
-              (QList<FileEnd>{ { u"/a"_s, u"Confirmed, but 3 bytes listed, not 5\t226 Done"_s },
-                               { u"/b"_s, u"Confirmed, but not listed under this name\t226 Done"_s } }));
+              (QList<FileEnd>{ { u"/a"_s, u"Confirmed, but 3 bytes listed, not 5"_s },
+                               { u"/b"_s, u"Confirmed, but not listed under this name"_s } }));
     EXPECT_EQ(m_over, QList<bool>{ false });
 }
 

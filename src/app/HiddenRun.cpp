@@ -1,0 +1,61 @@
+#include "HiddenRun.h"
+
+#include "AppDelegate.h"
+#include "RequestedUploads.h"
+#include "TerminationSignals.h"
+#include "UploadsService.h"
+#include "ViewController.h"
+
+#include <QCoreApplication>
+
+using namespace Qt::StringLiterals;
+
+HiddenRun::HiddenRun(const Parts& parts, const QStringList& files)
+    : m_parts(parts)
+    , m_files(files)
+    , m_report(files)
+{
+    m_parts.delegate.hide();
+    m_parts.viewController.pump().setSeen(false);
+    connect(&m_parts.viewController, &ViewController::alertUnseen, this,
+            [this](const QString& title, const QString& text) { m_report.problem(alertLine(title, text)); });
+    connect(&m_parts.viewController.history(), &UploadHistory::queueDrained, this, &HiddenRun::endIfIdle,
+            Qt::QueuedConnection);
+    auto* const termination = new TerminationSignals;
+    termination->setParent(this);
+    connect(termination, &TerminationSignals::received, QCoreApplication::instance(), &QCoreApplication::quit);
+}
+
+void HiddenRun::begin()
+{
+    QString refusal;
+    m_watch = m_parts.uploads.begin(m_files, true, refusal);
+    if (m_watch == nullptr) {
+        m_report.problem(refusal);
+        m_report.rest(u"Not taken"_s);
+        QMetaObject::invokeMethod(this, &HiddenRun::endIfIdle, Qt::QueuedConnection); // The loop does not run yet.
+        return;
+    }
+    connect(m_watch.get(), &RequestWatch::ended, this, [this](const QList<FileEnd>& files) { m_report.ended(files); });
+    connect(m_watch.get(), &RequestWatch::corrected, this,
+            [this](const QList<FileEnd>& files) { m_report.corrected(files); });
+    connect(m_watch.get(), &RequestWatch::over, this, &HiddenRun::endIfIdle, Qt::QueuedConnection);
+}
+
+void HiddenRun::endIfIdle()
+{
+    const bool isOver = m_watch == nullptr || m_watch->isOver();
+    if (m_parts.delegate.isHidden() && isOver && m_parts.service.isIdle()
+        && !m_parts.viewController.history().isQueueUnderWay()) {
+        QCoreApplication::quit();
+    }
+}
+
+int HiddenRun::finish()
+{
+    if (m_watch != nullptr && !m_watch->isOver()) {
+        m_watch->programEnds();
+        m_report.rest(u"Not confirmed: Quillbox ended"_s);
+    }
+    return m_watch != nullptr && m_watch->haveAllArrived() ? 0 : 1;
+}

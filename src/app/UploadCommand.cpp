@@ -1,0 +1,131 @@
+#include "UploadCommand.h"
+
+#include "BusName.h"
+#include "OwnProcess.h"
+#include "ProgramName.h"
+#include "UploadsClient.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QScopeGuard>
+
+#include <cstdio>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int nobodyRuns = -1; ///< What the loop ends with where this process is to upload the files.
+
+bool isRegistered(const QDBusConnection& bus)
+{
+    return bus.isConnected() && bus.interface()->isServiceRegistered(busName(programFileName()));
+}
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+} // namespace
+
+void UploadCommand::run(const CommandLine& commandLine)
+{
+    static const QString connectionName = u"uploads"_s;
+    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
+    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
+    if (commandLine.isHidden && !isRegistered(bus)) {
+        return;
+    }
+    UploadCommand command(commandLine, bus);
+    QMetaObject::invokeMethod(&command, &UploadCommand::begin, Qt::QueuedConnection);
+    const int status = QCoreApplication::exec();
+    if (status != nobodyRuns) {
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+}
+
+UploadCommand::UploadCommand(const CommandLine& commandLine, const QDBusConnection& bus)
+    : m_commandLine(commandLine)
+    , m_report(commandLine.files)
+    , m_bus(bus)
+    , m_registration(busName(programFileName()), bus, QDBusServiceWatcher::WatchForRegistration)
+{
+    connect(&m_registration, &QDBusServiceWatcher::serviceRegistered, this, &UploadCommand::handOver);
+}
+
+void UploadCommand::begin()
+{
+    if (!m_bus.isConnected()) {
+        fail(u"There is no session bus, over which the window could be asked. \"--hidden\" needs none."_s,
+             u"Not taken"_s);
+    } else if (isRegistered(m_bus)) {
+        handOver();
+    } else {
+        startWindow();
+    }
+}
+
+void UploadCommand::startWindow()
+{
+    if (!hasDisplay()) {
+        fail(u"There is no display for the window. \"--hidden\" needs none."_s, u"Not taken"_s);
+        return;
+    }
+    auto* const window = new OwnProcess(this);
+    connect(window, &OwnProcess::ended, this, [this] {
+        if (m_client == nullptr && !isRegistered(m_bus)) {
+            fail(u"The window could not be opened."_s, u"Not taken"_s);
+        }
+    });
+    const QString& settings = m_commandLine.settings;
+    window->start(settings.isNull() ? QStringList() : QStringList{ u"--settings"_s, settings });
+}
+
+void UploadCommand::handOver()
+{
+    if (m_client != nullptr) {
+        return;
+    }
+    m_client = std::make_unique<UploadsClient>(m_bus, programFileName());
+    connect(m_client.get(), &UploadsClient::taken, this, [this] {
+        m_isTaken = true;
+        if (!m_commandLine.isWaitedFor) {
+            QCoreApplication::exit(0);
+        }
+    });
+    connect(m_client.get(), &UploadsClient::refused, this, [this](const QString& why) { fail(why, u"Not taken"_s); });
+    connect(m_client.get(), &UploadsClient::unanswered, this, [this] {
+        fail(u"The window that is open does not answer; it may do so later, or never."_s, u"Not known whether taken"_s);
+    });
+    connect(m_client.get(), &UploadsClient::ended, this,
+            [this](const QList<FileEnd>& files) { m_report.ended(files); });
+    connect(m_client.get(), &UploadsClient::corrected, this,
+            [this](const QList<FileEnd>& files) { m_report.corrected(files); });
+    connect(m_client.get(), &UploadsClient::over, this,
+            [](bool haveAllArrived) { QCoreApplication::exit(haveAllArrived ? 0 : 1); });
+    connect(m_client.get(), &UploadsClient::lost, this, &UploadCommand::programLost);
+    m_client->upload(m_commandLine.files, m_commandLine.isHidden);
+}
+
+void UploadCommand::programLost()
+{
+    if (m_isTaken) {
+        fail(u"The window has gone."_s, u"Not known: Quillbox ended"_s);
+    } else if (m_commandLine.isHidden) {
+        QCoreApplication::exit(nobodyRuns);
+    } else {
+        m_client.release()->deleteLater(); // It is the one that says so.
+        begin();
+    }
+}
+
+/// Ends the command: @p words are said of the files that nothing was heard of.
+void UploadCommand::fail(const QString& why, const QString& words)
+{
+    m_report.problem(why);
+    m_report.rest(words);
+    QCoreApplication::exit(1);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "CommandLine.h"
+#include "UploadReport.h"
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QObject>
+
+#include <memory>
+
+class UploadsClient;
+
+/// A command line whose files somebody waits for, or that are to go up without a window: hands them to the program that
+/// runs, starting it where the window is wanted, and prints what becomes of them. Belongs to the main thread.
+class UploadCommand final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Ends the process when the command has been carried out. Comes back only when no window is wanted and no program
+    /// of our name runs: this one is to be it. Needs an application object whose loop does not run.
+    static void run(const CommandLine& commandLine);
+
+private:
+    UploadCommand(const CommandLine& commandLine, const QDBusConnection& bus);
+
+    void begin();
+    void startWindow();
+    void handOver();
+    void programLost();
+    void fail(const QString& why, const QString& words);
+
+    const CommandLine& m_commandLine;
+    UploadReport m_report;
+    QDBusConnection m_bus;
+    QDBusServiceWatcher m_registration;
+    std::unique_ptr<UploadsClient> m_client; ///< Null until the program is there.
+    bool m_isTaken = false;
+};

@@ -1,0 +1,43 @@
+#include "TerminationSignals.h"
+
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <csignal>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+int descriptor = -1; ///< For the handler, which may touch next to nothing.
+
+void note(int /*number*/)
+{
+    const int before = errno;
+    const quint64 one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(descriptor, &one, sizeof one);
+    errno = before;
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals()
+{
+    descriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (descriptor < 0) {
+        return; // They end the process as usual.
+    }
+    auto* const notifier = new QSocketNotifier(descriptor, QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+        notifier->setEnabled(false);
+        emit received();
+    });
+    for (const int number : { SIGINT, SIGTERM, SIGHUP }) {
+        struct sigaction action = {};
+        if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+            action.sa_handler = note;
+            action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+            ::sigaction(number, &action, nullptr);
+        }
+    }
+}

@@ -1,0 +1,312 @@
+"""Commands that wait until their files are over, with the window and without it."""
+
+import os
+import signal
+import subprocess
+import unittest
+
+from certificates import make_certificate
+from desktop import wait_for
+from program import Program
+from real_ftp_server import RealFTPServer
+from start_test import NAME, connect_to_the_bus
+from upload_server import SLOW
+from window_test import PROGRAM, WindowTest, content
+
+CONFIRMED = "Confirmed by the server"
+NOWHERE = {"DISPLAY": None, "WAYLAND_DISPLAY": None, "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+
+
+class Command(WindowTest):
+    def lines(self, command):
+        """What has been printed of each file, by its name."""
+        rows = [line.split("\t", 1) for line in command.output().splitlines() if line.startswith(self.folder)]
+        return [(os.path.relpath(path, self.folder), words) for path, words in rows]
+
+    def process_on_the_bus(self):
+        """The number of the process that answers under the program's name; nothing without one."""
+        from gi.repository import Gio, GLib
+
+        bus = connect_to_the_bus()
+        try:
+            words = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
+            arguments = GLib.Variant("(s)", (NAME,))
+            answer = bus.call_sync(
+                *words, "GetConnectionUnixProcessID", arguments, None, Gio.DBusCallFlags.NONE, 20_000, None
+            )
+            return answer.unpack()[0]
+        except GLib.Error:
+            return None
+        finally:
+            bus.close_sync(None)
+
+    def kill_what_is_on_the_bus(self):
+        process = self.process_on_the_bus()
+        if process:
+            os.kill(process, signal.SIGKILL)
+            wait_for(lambda: self.process_on_the_bus() is None, "the program to be gone")
+
+    def wait_until_begun(self, name):
+        wait_for(lambda: name in self.server.begun, f"{name} to be sent")
+
+
+class Hidden(Command):
+    """Without a display and a session bus, as in a script that runs at night."""
+
+    def run_hidden(self, *words, **environment):
+        command = self.launch("--hidden", *words, folder=self.folder, **{**NOWHERE, **environment})
+        return command.exit_code(), command
+
+    def test_a_script_learns_what_has_become_of_each_file(self):
+        self.settings()
+        self.file("one.txt", b"one")
+        self.file(os.fsdecode(b"caf\xe9\t"))
+        os.mkdir(os.path.join(self.folder, "folder"))
+        os.mkdir(self.server.path("refused"))
+        self.file("refused")
+
+        status, good = self.run_hidden("--wait", "one.txt", os.fsdecode(b"caf\xe9\t"))
+        self.assertEqual((status, self.lines(good)), (0, [("one.txt", CONFIRMED), ("caf⟨0xE9⟩␉", CONFIRMED)]))
+        self.assertEqual(self.server.content("one.txt"), b"one")
+
+        status, bad = self.run_hidden("--wait", "one.txt", "gone", "folder", "refused", "one.txt")
+        self.assertEqual(status, 1)
+        lines = self.lines(bad)
+        self.assertEqual([name for name, _ in lines], ["one.txt", "gone", "folder", "refused", "one.txt"])
+        self.assertEqual([lines[i][1] for i in (0, 1, 2, 4)], [CONFIRMED, "Not found", "Failed: not a plain file", CONFIRMED])
+        self.assertRegex(lines[3][1], r"^Failed: FTP error 550.*\t550 ")
+
+        script = f'"$QUILLBOX" --hidden --wait one.txt && echo sent; "$QUILLBOX" --hidden gone || echo failed'
+        environment = {**self.desktop.environment, **self.home, "QUILLBOX": PROGRAM}
+        for name, value in NOWHERE.items():
+            environment.pop(name, None) if value is None else environment.update({name: value})
+        said = subprocess.run(["sh", "-c", script], env=environment, cwd=self.folder, capture_output=True, text=True)
+        self.assertIn("sent\n", said.stdout)
+        self.assertIn("failed\n", said.stdout)
+        self.assertEqual(said.stderr, "")
+
+    def test_folders_that_are_uploaded_have_a_line_for_each_file(self):
+        self.settings(DroppedFolders="uploaded")
+        for name in ("tree/a/one", "tree/two"):
+            os.makedirs(os.path.dirname(os.path.join(self.folder, name)), exist_ok=True)
+            self.file(name)
+        os.mkdir(os.path.join(self.folder, "tree/empty"))
+        os.mkfifo(os.path.join(self.folder, "tree/pipe"))
+
+        status, command = self.run_hidden("--wait", "tree")
+
+        self.assertEqual(status, 1)
+        told = dict(self.lines(command))
+        self.assertEqual(told.pop("tree/pipe"), "Left out: not a plain file")
+        self.assertEqual(told, {name: CONFIRMED for name in ("tree/a/one", "tree/two", "tree/empty")})
+        self.assertEqual(self.server.content("tree/a/one"), b"content\n")
+
+    def test_nothing_is_taken_without_a_destination_and_damaged_settings_are_told(self):
+        self.forget_settings()
+        self.file("one.txt")
+        status, command = self.run_hidden("--wait", "one.txt")
+        self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Not taken")]))
+        self.assertIn("No Destination. Specify a destination", command.output())
+
+        folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
+        with open(os.path.join(folder, "settings.json"), "w", encoding="utf-8") as file:
+            file.write("{")
+        status, command = self.run_hidden("--wait", "one.txt")
+        self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Not taken")]))
+        self.assertIn("Settings Not Readable", command.output())
+
+    def test_a_wrong_password_is_a_failure(self):
+        self.settings(Password="wrong")
+        status, command = self.run_hidden("--wait", self.file("one.txt"))
+        self.assertEqual(status, 1)
+        self.assertRegex(self.lines(command)[0][1], "^Failed: .*\t530 ")
+
+    def test_what_ends_it_ends_with_a_line_for_each_file(self):
+        self.settings()
+        self.server.read_at_most(SLOW)
+        command = self.launch("--hidden", "--wait", self.file("one", bytes(20_000_000)), self.file("two"), **NOWHERE)
+        self.wait_until_begun("one")
+
+        command.process.send_signal(signal.SIGTERM)
+
+        self.assertEqual(command.exit_code(), 1)
+        self.assertEqual(self.lines(command), [(name, "Not confirmed: Quillbox ended") for name in ("one", "two")])
+
+    def test_a_failing_connection_is_not_waited_out(self):
+        self.settings(RetryFailedFiles=True)
+        self.server.let_nobody_in()
+        status, command = self.run_hidden("--wait", self.file("one.txt"))
+        self.assertEqual(status, 1)
+        self.assertRegex(self.lines(command)[0][1], "^Failed: ")
+
+
+class HiddenAndEncrypted(Command):
+    def make_server(self):
+        self.pem, self.fingerprint = make_certificate(self.desktop.folder)
+        return RealFTPServer("pyftpdlib", self.pem)
+
+    def test_an_unknown_certificate_is_a_failure_and_raises_no_question_in_the_window_either(self):
+        self.settings(Encryption="required")
+        refused = "Failed: the server’s certificate is not trusted"
+        hidden = self.launch("--hidden", "--wait", self.file("one.txt"), **NOWHERE)
+        self.assertEqual(hidden.exit_code(), 1)
+        self.assertEqual(self.lines(hidden), [("one.txt", refused)])
+
+        program = self.start()
+        wait_for(lambda: (program.sheet() or [""])[0] == "Trust This Server?", "the question of the window's listing")
+        program.press("Cancel")
+        wait_for(lambda: program.sheet() is None, "the question to go")
+        through = self.launch("--hidden", "--wait", self.file("two.txt"))
+        self.assertEqual(through.exit_code(), 1)
+        self.assertEqual(self.lines(through), [("two.txt", refused)])
+        self.assert_no_more_sheets(program)
+
+
+class ThroughTheWindow(Command):
+    def test_what_becomes_of_each_file_is_told_as_it_ends(self):
+        self.settings()
+        program = self.start()
+        self.server.read_at_most(SLOW)
+        names = ["one.txt", "gone", "long"]
+        self.file("one.txt")
+        self.file("long", bytes(20_000_000))
+        command = self.launch("--wait", *names, folder=self.folder)
+
+        told = [("one.txt", CONFIRMED), ("gone", "Not found")]
+        wait_for(lambda: self.lines(command) == told, "the lines of the files that are over")
+        self.assertIsNone(command.process.poll())
+        self.server.read_at_most(0)
+
+        self.assertEqual(command.exit_code(), 1)
+        self.assertEqual(self.lines(command), [*told, ("long", CONFIRMED)])
+        self.assertEqual(self.launch("--wait", "one.txt", folder=self.folder).exit_code(), 0)
+        self.assertIsNone(program.sheet())
+
+    def test_a_window_that_is_killed_or_closed_leaves_no_file_untold(self):
+        self.settings()
+        self.server.read_at_most(SLOW)
+        self.file("one")
+        self.file("long", bytes(20_000_000))
+        for end, words in ((signal.SIGKILL, "Not known: Quillbox ended"), (None, "Not confirmed: Quillbox ended")):
+            self.server.begun.clear()
+            program = self.launch()
+            wait_for(program.titles, "the window")
+            command = self.launch("--wait", "one", "long", "one", folder=self.folder)
+            self.wait_until_begun("long")
+            wait_for(lambda: self.lines(command), "the first line")
+
+            if end:
+                program.process.send_signal(end)
+            else:
+                program.choose("File", "Quit")
+                program.press("Quit")
+
+            self.assertEqual(command.exit_code(), 1)
+            self.assertEqual(self.lines(command), [("one", CONFIRMED), ("long", words), ("one", words)])
+
+    def test_a_caller_that_goes_away_costs_nothing(self):
+        self.settings()
+        program = self.start()
+        self.server.read_at_most(SLOW)
+        command = self.launch("--wait", self.file("one", bytes(2_000_000)), self.file("two"))
+        self.wait_until_begun("one")
+
+        command.process.send_signal(signal.SIGINT)
+        command.process.wait()
+
+        self.server.read_at_most(0)
+        self.wait_for_files("one", "two")
+        self.assertIsNone(program.process.poll())
+
+    def test_hidden_files_join_the_queue_at_once_and_the_window_stays_where_it_is(self):
+        self.settings()
+        program = self.start()
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
+        self.desktop.xdotool("windowminimize", window)
+        wait_for(lambda: not self.desktop.windows_of(program.process.pid), "the window to be minimised")
+
+        self.assertEqual(self.launch("--hidden", self.file("one.txt")).exit_code(), 0)
+        command = self.launch("--hidden", "--wait", self.file("two.txt"))
+
+        self.assertEqual(command.exit_code(), 0)
+        self.wait_for_files("one.txt", "two.txt")
+        self.assertEqual(self.desktop.windows_of(program.process.pid), [])
+        self.forget_settings()
+        refused = self.launch("--hidden", "--wait", self.file("three.txt"))
+        self.assertEqual(refused.exit_code(), 1)
+        self.assertEqual(self.lines(refused), [("three.txt", "Not taken")])
+        self.assertIsNone(program.sheet())
+
+    def test_an_icon_is_waited_for(self):
+        self.settings()
+        folder = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/copies")
+        os.makedirs(folder, exist_ok=True)
+        os.symlink(PROGRAM, os.path.join(folder, "Scans"))
+        os.mkdir(self.server.path("Scans"))
+
+        command = self.launch("--icon", "Scans", "--hidden", "--wait", self.file("one.txt"))
+
+        self.assertEqual(command.exit_code(), 0)
+        self.assertEqual(self.lines(command), [("one.txt", CONFIRMED)])
+        self.wait_for_files("Scans/one.txt")
+
+
+class WhereNobodyRuns(Command):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.kill_what_is_on_the_bus)
+
+    def test_a_window_is_opened_that_stays(self):
+        self.settings()
+        command = self.launch("--wait", self.file("one.txt"), self.file("two.txt"))
+
+        self.assertEqual(command.exit_code(), 0)
+        self.assertEqual(self.lines(command), [("one.txt", CONFIRMED), ("two.txt", CONFIRMED)])
+        process = self.process_on_the_bus()
+        wait_for(lambda: self.desktop.windows_of(process), "the window")
+        self.assertNotEqual(os.getsid(process), os.getsid(0))
+        self.assertEqual({os.readlink(f"/proc/{process}/fd/{stream}") for stream in range(3)}, {"/dev/null"})
+
+    def test_without_a_bus_or_a_display_the_window_cannot_be_asked(self):
+        self.settings()
+        self.file("one.txt")
+        for missing, word in (({"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}, "session bus"), ({"DISPLAY": None}, "display")):
+            command = self.launch("--wait", "one.txt", folder=self.folder, **missing)
+            self.assertEqual(command.exit_code(), 1)
+            self.assertEqual(self.lines(command), [("one.txt", "Not taken")])
+            self.assertIn(word, command.output())
+        self.assertEqual(self.server.received, [])
+
+    def test_a_hidden_program_shows_its_window_when_it_is_asked_for(self):
+        self.settings()
+        self.server.read_at_most(SLOW)
+        hidden = self.launch("--hidden", "--wait", self.file("one", bytes(20_000_000)))
+        self.wait_until_begun("one")
+        self.assertEqual(self.desktop.windows_of(hidden.process.pid), [])
+
+        self.assertEqual(self.launch().exit_code(), 0)
+
+        wait_for(lambda: self.desktop.windows_of(hidden.process.pid, "^ftp:"), "the window")
+        self.server.read_at_most(0)
+        self.wait_for_status(hidden, "Upload succeeded")
+        wait_for(lambda: self.lines(hidden) == [("one", CONFIRMED)], "the line")
+        self.assertIsNone(hidden.process.poll())
+        hidden.choose("File", "Quit")
+        self.assertEqual(hidden.exit_code(), 0)
+
+    def test_others_hand_their_files_to_a_hidden_program(self):
+        self.settings()
+        self.server.read_at_most(SLOW)
+        hidden = self.launch("--hidden", self.file("one", bytes(2_000_000)))
+        self.wait_until_begun("one")
+        second = self.launch("--hidden", "--wait", self.file("two"))
+        self.server.read_at_most(0)
+
+        self.assertEqual(second.exit_code(), 0)
+        self.assertEqual(self.lines(second), [("two", CONFIRMED)])
+        self.assertEqual(hidden.exit_code(), 0)
+        self.wait_for_files("one", "two")
+
+
+if __name__ == "__main__":
+    unittest.main()
