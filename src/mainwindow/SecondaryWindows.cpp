@@ -7,6 +7,7 @@
 #include "FTPConnections.h"
 #include "FTPLocation.h"
 #include "HistoryWindow.h"
+#include "IconSettings.h"
 #include "LabelAlignment.h"
 #include "PreferencesController.h"
 #include "QueueAgain.h"
@@ -79,7 +80,7 @@ void SecondaryWindows::makeWelcome()
 void SecondaryWindows::makePreferences()
 {
     m_preferences = std::make_unique<PreferencesController>(
-        UserDefaults::standard(),
+        UserDefaults::standard(), connectionSettings(),
         PreferencesController::Application{
             .server = serverAccess(&DestinationSettings::ftpFolderFromAppName),
             .updateWindowTitleAndList = [this] { m_controller.destinationSet(); },

@@ -126,6 +126,7 @@ protected:
     QList<QStringList> m_alerts;
     PreferencesController m_preferences{
         m_defaults,
+        m_defaults,
         {
             .server = {
                 .destinationFor

@@ -81,11 +81,17 @@ def _shows_in(whole, part):
     return is_within and part_width > 0 and part_height > 0
 
 
-def store_settings(environment, settings):
-    """Writes the settings file of a home folder, in one step."""
+def settings_path(environment, icon=None):
+    """Where a home folder has the settings, or those of an icon's own server."""
     folder = os.path.join(environment["XDG_CONFIG_HOME"], "quillbox")
-    os.makedirs(folder, mode=0o700, exist_ok=True)
-    path = os.path.join(folder, "settings.json")
+    return os.path.join(folder, "icons", icon + ".json") if icon else os.path.join(folder, "settings.json")
+
+
+def store_settings(environment, settings, icon=None):
+    """Writes the settings file of a home folder, or of an icon, in one step."""
+    path = settings_path(environment, icon)
+    os.makedirs(os.path.dirname(os.path.dirname(path)), mode=0o700, exist_ok=True)
+    os.makedirs(os.path.dirname(path), mode=0o700, exist_ok=True)
     with open(path + ".new", "w", encoding="utf-8") as file:
         json.dump(settings, file, ensure_ascii=False)
     os.chmod(path + ".new", 0o600)

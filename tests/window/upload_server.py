@@ -27,6 +27,7 @@ class UploadServer:
         self.root = tempfile.mkdtemp(prefix="quillbox-server-")
         self.received = []  # Files that arrived whole, in order, as paths below the root.
         self.begun = []  # Files that the program has begun to send, in order.
+        self.connections = 0
         self.logins = []  # Whether each login was good.
         self.after_receiving = lambda path: None  # Called with each file that has arrived whole.
         self.repeats_passwords = False  # Whether each reply ends with what the session gave as its password.
@@ -115,6 +116,9 @@ class _Session(FTPHandler):
     unicode_errors = "surrogateescape"  # Names are kept as the bytes that they are.
     auth_failed_timeout = 0
     timeout = 600
+
+    def on_connect(self):
+        self.record.connections += 1
 
     def on_login(self, username):
         self.record.logins.append(True)

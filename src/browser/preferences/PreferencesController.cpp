@@ -2,12 +2,14 @@
 
 #include "BringToFront.h"
 #include "DelayedAlert.h"
+#include "DestinationSettings.h"
 #include "DroppedFolders.h"
 #include "LabelAlignment.h"
 #include "ScreenRoom.h"
 #include "SettingNames.h"
 #include "SheetQueue.h"
 #include "UserDefaults.h"
+#include "VisibleText.h"
 #include "WholeButtons.h"
 #include "ui_Preferences.h"
 
@@ -30,8 +32,9 @@ QString orRoot(const QString& folder)
 
 } // namespace
 
-PreferencesController::PreferencesController(UserDefaults& defaults, Application application)
+PreferencesController::PreferencesController(UserDefaults& defaults, UserDefaults& connection, Application application)
     : m_defaults(defaults)
+    , m_connection(connection)
     , m_application(std::move(application))
     , m_ui(std::make_unique<Ui::Preferences>())
     , m_view(std::make_unique<QDialog>())
@@ -42,6 +45,10 @@ PreferencesController::PreferencesController(UserDefaults& defaults, Application
     // In the desktop's order.
     m_ui->preferencesButtons->addButton(m_ui->doneButton, QDialogButtonBox::AcceptRole);
     m_ui->preferencesButtons->addButton(m_ui->cancelButton, QDialogButtonBox::RejectRole);
+    m_ui->ownerLabel->setVisible(isOfIcon());
+    if (isOfIcon()) {
+        m_view->setWindowTitle(u"Preferences of “%1”"_s.arg(visibleText(DestinationSettings::ourAppName())));
+    }
     fitToFont();
     alignLabelsToDirection(*m_view);
     connect(m_ui->doneButton, &QPushButton::clicked, this, &PreferencesController::doneButton);
@@ -76,7 +83,7 @@ void PreferencesController::showPanel()
 
 void PreferencesController::viewDidAppear()
 {
-    m_savedFTPFolder = orRoot(m_defaults.string(SettingNames::ftpFolder));
+    m_savedFTPFolder = orRoot(m_connection.string(SettingNames::ftpFolder));
 }
 
 ServerForm& PreferencesController::serverForm() const
@@ -100,7 +107,7 @@ void PreferencesController::setField(QLineEdit* ServerForm::Fields::*member, QLi
 
 void PreferencesController::fillFields()
 {
-    m_ui->serverExtras->fill(m_defaults);
+    m_ui->serverExtras->fill(m_connection);
     for (const Choice& choice : choices()) {
         const bool isChosen = m_defaults.boolean(choice.key).value_or(choice.isAbsentChosen);
         choice.box->setChecked(isChosen);
@@ -108,32 +115,57 @@ void PreferencesController::fillFields()
     }
     m_filledDroppedFolders = DroppedFolders::areUploaded(m_defaults);
     m_ui->droppedFoldersBox->setCurrentIndex(m_filledDroppedFolders ? 1 : 0);
-    serverForm().fill(m_defaults);
+    serverForm().fill(m_connection);
 }
 
 void PreferencesController::doneButton()
 {
-    const QHash<QString, QJsonValue> values = changes();
-    if (!values.isEmpty() && !m_defaults.store(values)) {
+    if (const UserDefaults* const unstored = store(); unstored != nullptr) {
         SheetQueue::of(*m_view).raise(
             { .title = u"Settings Not Saved"_s,
-              .text = u"The settings could not be written to “%1”."_s.arg(m_defaults.filePath()) });
+              .text = u"The settings could not be written to “%1”."_s.arg(unstored->filePath()) });
         return;
     }
     m_view->accept();
     m_application.updateWindowTitleAndList();
     const QString folder = orRoot(folderTextField()->text());
-    if (folder != m_savedFTPFolder) {
+    if (folder != m_savedFTPFolder && !isOfIcon()) { // Nobody else's folder hangs on an icon's own.
         ShowAlertAfterDelay(u"Base URL Changed"_s,
                             u"The URL changed from\n\n%1\n\nto\n\n%2\n\nBe sure to update the relative URL name of "
                             "copies of this app."_s.arg(m_savedFTPFolder, folder));
     }
 }
 
-QHash<QString, QJsonValue> PreferencesController::changes() const
+const UserDefaults* PreferencesController::store()
 {
-    QHash<QString, QJsonValue> values = serverForm().changes(m_defaults);
+    QHash<QString, QJsonValue> connection = connectionChanges();
+    QHash<QString, QJsonValue> others = otherChanges();
+    if (!isOfIcon()) {
+        others.insert(std::exchange(connection, {})); // In one step.
+    }
+    const QJsonObject before = m_connection.values();
+    if (!connection.isEmpty() && !m_connection.store(connection)) {
+        return &m_connection;
+    }
+    if (!others.isEmpty() && !m_defaults.store(others)) {
+        for (auto it = connection.begin(); it != connection.end(); ++it) {
+            it.value() = before.contains(it.key()) ? before.value(it.key()) : QJsonValue();
+        }
+        return connection.isEmpty() || m_connection.store(connection) ? &m_defaults : &m_connection;
+    }
+    return nullptr;
+}
+
+QHash<QString, QJsonValue> PreferencesController::connectionChanges() const
+{
+    QHash<QString, QJsonValue> values = serverForm().changes(m_connection);
     values.insert(m_ui->serverExtras->changes());
+    return values;
+}
+
+QHash<QString, QJsonValue> PreferencesController::otherChanges() const
+{
+    QHash<QString, QJsonValue> values;
     for (const Choice& choice : choices()) {
         if (const bool isChosen = choice.box->isChecked(); isChosen != m_filledChoices.value(choice.key)) {
             values.insert(choice.key, isChosen);

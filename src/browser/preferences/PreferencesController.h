@@ -38,8 +38,9 @@ public:
         std::function<void()> updateWindowTitleAndList;
     };
 
-    /// @p defaults outlives the controller.
-    PreferencesController(UserDefaults& defaults, Application application);
+    /// @p connection holds what says where files go: an icon's own settings (connectionSettings()), or the same as
+    /// @p defaults, which hold everything else. Both outlive the controller.
+    PreferencesController(UserDefaults& defaults, UserDefaults& connection, Application application);
     ~PreferencesController() override;
 
     // The fields; not owned.
@@ -93,11 +94,16 @@ private:
     ServerForm& serverForm() const;
     void setField(QLineEdit* ServerForm::Fields::*member, QLineEdit* field);
     void fillFields();
-    QHash<QString, QJsonValue> changes() const;
+    bool isOfIcon() const { return &m_connection != &m_defaults; }
+    QHash<QString, QJsonValue> connectionChanges() const;
+    QHash<QString, QJsonValue> otherChanges() const;
+    /// Null when all is stored, or the settings that could not be: then nothing is.
+    const UserDefaults* store();
     void layOut();
     void fitToFont();
 
     UserDefaults& m_defaults;
+    UserDefaults& m_connection;
     Application m_application;
     std::unique_ptr<Ui::Preferences> m_ui;
     std::unique_ptr<QDialog> m_view;

@@ -1,0 +1,176 @@
+"""Drop icons with servers of their own: whose server gets the files, and that without their settings none does."""
+
+import json
+import os
+import stat
+import unittest
+
+from desktop import wait_for
+from program import settings_path, store_settings
+from upload_server import UploadServer
+from window_test import PROGRAM, WindowTest, content
+
+NO_DESTINATION = "No Destination"
+NOWHERE = "No FTP Destination"
+
+
+class IconSettings(WindowTest):
+    """The server of the main settings, which nothing here is for, and one of an icon's own."""
+
+    def setUp(self):
+        super().setUp()
+        self.settings()
+        self.own = self.new_server()
+
+    def tearDown(self):
+        self.assertEqual(self.server.connections, 0, "the main server was spoken to")
+
+    def new_server(self):
+        server = UploadServer()
+        self.addCleanup(server.close)
+        return server
+
+    def make_icon(self, name, server, **others):
+        """An icon as it lies in the folder of such icons, with settings; answers its link."""
+        folder = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/icons")
+        os.makedirs(folder, exist_ok=True)
+        link = os.path.join(folder, name)
+        os.symlink(PROGRAM, link)
+        store_settings(self.home, server.settings(**others), name)
+        return link
+
+    def path(self, icon):
+        return settings_path(self.home, icon)
+
+    def launched(self, link, *files):
+        """What the launcher's words start, which name the settings in front of the files."""
+        words = ["-c", 'exec "$0" "$@"', link, "--settings", self.path(os.path.basename(link)), *files]
+        return self.launch(*words, program="/bin/sh")
+
+    def shown(self, program):
+        wait_for(program.titles, "the window")
+        return program
+
+    def wait_for_title(self, program, title):
+        wait_for(lambda: title in program.titles(), f"the title “{title}”")
+
+
+class Used(IconSettings):
+    def test_each_icons_files_go_to_its_own_server_and_folder_whatever_its_name(self):
+        other = self.new_server()
+        os.makedirs(self.own.path("in"))
+        icons = [
+            (self.make_icon("Work", self.own, FTPFolder="in"), self.own, "in/upper.txt"),
+            (self.make_icon("work", other), other, "lower.txt"),
+            (self.make_icon("Quillbox 2", self.own), self.own, "product.txt"),
+        ]
+        programs = []
+        for link, server, received in icons:
+            programs.append(self.launched(link, self.file(os.path.basename(received))))
+        wait_for(lambda: len(self.own.received) == 2 and other.received, "the files")
+
+        self.assertEqual(sorted(self.own.received), ["in/upper.txt", "product.txt"])
+        self.assertEqual(other.received, ["lower.txt"])
+        self.wait_for_title(programs[0], f"ftp://127.0.0.1:{self.own.port}/in/")
+        self.wait_for_title(programs[1], f"ftp://127.0.0.1:{other.port}/")
+        self.wait_for_title(programs[2], f"ftp://127.0.0.1:{self.own.port}/")
+
+        second = self.launched(icons[1][0], self.file("second.txt"))
+        self.assertEqual(second.exit_code(), 0, second.output())
+        wait_for(lambda: other.received == ["lower.txt", "second.txt"], "the file that was handed over")
+
+    def test_settings_of_another_icon_are_refused_whether_or_not_the_icon_runs(self):
+        work, work_too = self.make_icon("Work", self.own), self.make_icon("work", self.own)
+        words = ("--settings", self.path("Work"), self.file("one.txt"))
+
+        first = self.launch(*words, program=work_too)
+        self.start(program=work_too)
+        second = self.launch(*words, program=work_too)
+        main = self.launch(*words)
+
+        for refused in (first, second, main):
+            self.assertEqual(refused.exit_code(), 1)
+            self.assertIn("are not those of this program", refused.output())
+            self.assertIn(f"Not taken: {self.folder}/one.txt", refused.output())
+        self.assertEqual(self.own.received, [])
+        self.assertTrue(os.path.exists(work))
+
+    def test_the_preferences_of_an_icon_edit_its_own_settings(self):
+        main = content(settings_path(self.home))
+        os.makedirs(self.own.path("there"))
+        program = self.shown(self.launched(self.make_icon("Work", self.own)))
+        self.bring_to_front(program)
+        self.desktop.key("ctrl+comma")
+        wait_for(lambda: "Preferences of “Work”" in program.titles(), "the panel")
+        program.enter("Folder", "there")
+        program.press("Done")
+
+        self.wait_for_title(program, f"ftp://127.0.0.1:{self.own.port}/there/")
+        stored = json.loads(content(self.path("Work")))
+        self.assertEqual(stored, self.own.settings(FTPFolder="there"))
+        self.assertEqual(content(settings_path(self.home)), main)
+        self.assertEqual(stat.S_IMODE(os.stat(self.path("Work")).st_mode), 0o600)
+
+
+class Harmed(IconSettings):
+    def damage(self):
+        with open(self.path("Work"), "w", encoding="utf-8") as file:
+            file.write('{ "Address": ')
+
+    def remove(self):
+        os.remove(self.path("Work"))
+
+    def test_an_icon_without_its_settings_sends_nothing_to_anybody_and_says_so(self):
+        link = self.make_icon("Work", self.own)
+        for harm, title in ((self.damage, "Settings Not Readable"), (self.remove, "Settings Missing")):
+            with self.subTest(harm=title):
+                harm()
+                program = self.shown(self.launched(link, self.file("one.txt")))
+
+                sheets = dict([program.acknowledge(), program.acknowledge()])
+
+                self.assertEqual(set(sheets), {NO_DESTINATION, title})
+                self.assertIn(self.path("Work"), sheets[title])
+                self.wait_for_title(program, NOWHERE)
+                self.assertEqual(program.value("Files waiting"), (1, 1))
+                program.close()
+        self.assertEqual(self.own.connections, 0)
+
+    def test_settings_that_go_while_the_icon_runs_are_missed_and_taken_up_again(self):
+        link = self.make_icon("Work", self.own)
+        program = self.shown(self.launched(link, self.file("one.txt")))
+        wait_for(lambda: self.own.received == ["one.txt"], "the first file")
+        self.wait_for_title(program, f"ftp://127.0.0.1:{self.own.port}/")
+        os.rename(self.path("Work"), self.path("kept"))
+
+        self.assertEqual(program.acknowledge()[0], "Settings Missing")
+        self.wait_for_title(program, NOWHERE)
+        self.assertIn("Nothing is uploaded", program.tree())
+        second = self.launched(link, self.file("two.txt"))
+        self.assertEqual(second.exit_code(), 0, second.output())
+        self.assertEqual(program.acknowledge()[0], NO_DESTINATION)
+        self.assertEqual(program.value("Files waiting"), (1, 1))
+        self.assertEqual(self.own.received, ["one.txt"])
+
+        os.rename(self.path("kept"), self.path("Work"))
+        wait_for(lambda: self.own.received == ["one.txt", "two.txt"], "the file that waited")
+        wait_for(lambda: "Nothing is uploaded" not in program.tree(), "the drop area to say no more of it")
+        self.wait_for_title(program, f"ftp://127.0.0.1:{self.own.port}/")
+
+    def test_settings_that_were_open_to_others_are_closed_with_a_sheet(self):
+        link = self.make_icon("Work", self.own)
+        os.chmod(self.path("Work"), 0o644)
+        os.chmod(os.path.dirname(self.path("Work")), 0o755)
+        os.chmod(os.path.dirname(settings_path(self.home)), 0o755)
+        program = self.shown(self.launched(link))
+
+        sheets = dict([program.acknowledge(), program.acknowledge()])
+
+        self.assertIn(self.path("Work"), sheets["Settings Were Open to Others"])
+        self.assertIn(settings_path(self.home), sheets["Settings Were Closed to Others"])
+        for path in (self.path("Work"), os.path.dirname(self.path("Work"))):
+            self.assertEqual(stat.S_IMODE(os.stat(path).st_mode) & 0o077, 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
