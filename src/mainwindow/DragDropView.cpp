@@ -162,6 +162,17 @@ void DragDropView::setLow(bool isLow)
     }
 }
 
+void DragDropView::setServerLost(bool isLost)
+{
+    if (isLost == m_hint->isServerLost()) {
+        return;
+    }
+    m_hint->setServerLost(isLost);
+    const QString lost = u"Nothing is uploaded: this icon’s settings are gone or cannot be read. "_s;
+    const QString description = accessibleDescription();
+    setAccessibleDescription(isLost ? lost + description : description.sliced(lost.size()));
+}
+
 QSize DragDropView::minimumSizeHint() const
 {
     return { layout()->minimumSize().width(), m_textView->heightOfLines(0) + 2 * leastMargin };

@@ -45,6 +45,8 @@ public:
     void queueBegins();
     /// Whether the queue is over: then its list is dimmed, and the hint stands beside it.
     void setOver(bool isOver);
+    /// Whether nothing can be uploaded, as an icon has lost the settings of its own server.
+    void setServerLost(bool isLost);
     /// Whether there is room for a line only.
     void setLow(bool isLow);
 

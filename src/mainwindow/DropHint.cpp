@@ -12,11 +12,12 @@ using namespace Qt::StringLiterals;
 DropHint::DropHint(QWidget* parent)
     : QWidget(parent)
     , m_icon(new IconLabel(this))
-    , m_title(new QLabel(u"Drop files here"_s, this))
-    , m_key(new QLabel(u"or press Ctrl+O"_s, this))
+    , m_title(new QLabel(this))
+    , m_key(new QLabel(this))
     , m_texts(new QBoxLayout(QBoxLayout::TopToBottom))
 {
     m_icon->setIcon(drawnUploadIcon());
+    showTexts();
     m_key->setForegroundRole(QPalette::PlaceholderText);
     m_texts->addWidget(m_title);
     m_texts->addWidget(m_key);
@@ -37,6 +38,18 @@ void DropHint::setShape(Shape shape)
         m_key->setVisible(shape != Shape::OneShortLine);
         applyFonts();
     }
+}
+
+void DropHint::setServerLost(bool isLost)
+{
+    m_isServerLost = isLost;
+    showTexts();
+}
+
+void DropHint::showTexts()
+{
+    m_title->setText(m_isServerLost ? u"Nothing is uploaded"_s : u"Drop files here"_s);
+    m_key->setText(m_isServerLost ? u"This icon’s settings are gone or cannot be read"_s : u"or press Ctrl+O"_s);
 }
 
 int DropHint::heightInTwoLines() const

@@ -16,6 +16,9 @@ public:
     /// In one line, beside something else without the key, or else with the key below.
     enum class Shape { TwoLines, OneLine, OneShortLine };
     void setShape(Shape shape);
+    /// Whether to say instead that nothing is uploaded, as an icon has lost the settings of its own server.
+    void setServerLost(bool isLost);
+    bool isServerLost() const { return m_isServerLost; }
     /// The height that it takes in two lines.
     int heightInTwoLines() const;
 
@@ -24,10 +27,12 @@ protected:
 
 private:
     void applyFonts();
+    void showTexts();
 
     IconLabel* m_icon;
     QLabel* m_title;
     QLabel* m_key;
     QBoxLayout* m_texts;
     Shape m_shape = Shape::TwoLines;
+    bool m_isServerLost = false;
 };

@@ -150,6 +150,8 @@ WindowState Pump::state() const
              .otherFolder = listing.isOfOtherFolder() ? listing.location() : QString(),
              .isListingDue = listing.isDue(),
              .hasDestination = !listing.destination().isNull(),
+             .isServerLost
+             = listing.destination().isNull() && IconSettings::areInUse() && !connectionSettings().isReadable(),
              .isItemSelected = m_parts.table.selectionModel()->hasSelection() };
 }
 

@@ -282,6 +282,7 @@ void WindowIndicators::showSecurity(std::optional<FTPSecurity> security)
 
 void WindowIndicators::showListing(const WindowState& state)
 {
+    m_window.dragAndDropView->setServerLost(state.isServerLost);
     m_window.destinationListingTable->setEmptyText(emptyText(state));
     m_window.destinationListingTable->offerStop(state.isListingStuck);
     m_window.transferPane->tell(*m_window.brokenListingLabel, state.isListingBroken);

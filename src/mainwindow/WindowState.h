@@ -22,6 +22,7 @@ struct WindowState {
     QString otherFolder; ///< That is listed instead of the destination; null: none.
     bool isListingDue = false;
     bool hasDestination = false;
+    bool isServerLost = false; ///< An icon has no destination since the settings of its own server cannot be read.
     bool isItemSelected = false;
 
     bool canClearQueue() const { return waiting != 0 || isLookedThrough || isTryWaiting; }
