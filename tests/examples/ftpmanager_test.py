@@ -16,10 +16,11 @@ import unittest
 import unittest.mock
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-SERVERS = os.path.join(HERE, "..", "servers")
 sys.path.insert(0, os.path.join(HERE, "..", "window"))
+sys.path.insert(0, os.path.join(HERE, "..", "servers"))
 
 from certificates import make_certificate  # noqa: E402
+from helper_client import Helper  # noqa: E402
 
 PROGRAM = os.environ["FTPMANAGER"]
 BIG = 64 << 20
@@ -31,13 +32,12 @@ class Case(unittest.TestCase):
         self.folder = self.enterContext(tempfile.TemporaryDirectory())
 
     def start(self, script, *words):
-        process = subprocess.Popen(
-            [sys.executable, "-B", os.path.join(SERVERS, script), *words],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
-        )
-        self.enterContext(process)
-        self.server = process
-        return process.stdout.readline().split()
+        self.server = self.enterContext(Helper(script, *words))
+        self.port = self.server.port
+
+    def start_real(self, *words):
+        self.start("real_server.py", *words)
+        self.user, self.password = self.server.values["user"], self.server.values["password"]
 
     def environment(self, password):
         plain = {name: value for name, value in os.environ.items() if name != "FTP_PASSWORD"}
@@ -70,7 +70,7 @@ class OnEveryMake:
 
     def setUp(self):
         super().setUp()
-        _, self.port, _, self.user, _, self.password = self.start("real_server.py", self.MAKE, self.root)
+        self.start_real(self.MAKE, self.root)
 
     def test_files_go_up_are_listed_come_down_and_are_deleted(self):
         first, second = self.local("first.txt"), self.local("Makefile", b"x" * 100_000)
@@ -135,8 +135,7 @@ class Encrypted(Case):
     def setUp(self):
         super().setUp()
         path, self.fingerprint = make_certificate(self.folder)
-        _, self.port, _, self.user, _, self.password = self.start(
-            "real_server.py", "pyftpdlib", self.root, "--tls", path)
+        self.start_real("pyftpdlib", self.root, "--tls", path)
 
     def test_a_certificate_is_taken_by_its_fingerprint_alone(self):
         colons = ":".join(re.findall("..", self.fingerprint.upper()))
@@ -170,7 +169,7 @@ class Scripted(Case):
     user, password = "user", "word"
 
     def serve(self, *rules):
-        _, self.port = self.start("scripted_server.py", "--root", self.root, "--rules", json.dumps(rules))
+        self.start("scripted_server.py", "--root", self.root, "--rules", json.dumps(rules))
 
     def test_a_server_without_encryption_gets_nothing(self):
         self.serve({"on": "AUTH", "do": ["502 no"]})
@@ -359,20 +358,14 @@ class Scripted(Case):
 
     def reports_until(self, event, **values):
         """What the server reports up to this event, which is the last of them."""
-        reports = []
-        for line in self.server.stdout:
-            reports.append(json.loads(line))
-            if {"event": event, **values}.items() <= reports[-1].items():
-                return reports
-        self.fail(f"the server has ended before it reported {event} {values}")
-
-    def tell_server(self, **request):
-        self.server.stdin.write(json.dumps(request) + "\n")
-        self.server.stdin.flush()
+        reports = self.server.events_up_to(event)
+        while not values.items() <= reports[-1].items():
+            reports += self.server.events_up_to(event)
+        return reports
 
     def new_connections(self):
         """How many the server has reported since it was last looked at."""
-        self.tell_server(sync=1)
+        self.server.request(sync=1)
         return [report["event"] for report in self.reports_until("sync")].count("opened")
 
     def send_signal(self, process, number):
@@ -397,7 +390,7 @@ class Scripted(Case):
         process, _ = self.at_a_terminal("127.0.0.1", "rm", "a.txt", "b.txt", "c.txt")
         self.reports_until("command", line="DELE a.txt")
         self.send_signal(process, signal.SIGINT)
-        self.tell_server(connection=1, do=["550 no"])
+        self.server.request(connection=1, do=["550 no"])
         self.assertEqual(process.wait(timeout=60), 130)
         self.assertEqual(self.new_connections(), 0)
 
@@ -419,15 +412,14 @@ class Scripted(Case):
         self.addCleanup(process.kill)
         self.reports_until("command", line="DELE a.txt")
         self.send_signal(process, signal.SIGINT)
-        self.tell_server(connection=1, do=["250 gone"])
+        self.server.request(connection=1, do=["250 gone"])
         self.assertEqual(process.wait(timeout=60), 0)
 
     def test_ctrl_c_ends_what_waits_for_a_silent_server(self):
         self.serve({"on": "connect", "do": ["silence"]})
         for operation in ("login", "list"):
             process, _ = self.at_a_terminal("127.0.0.1", operation)
-            while '"opened"' not in self.server.stdout.readline():
-                pass
+            self.server.events_up_to("opened")
             process.send_signal(signal.SIGINT)
             self.assertEqual(process.wait(timeout=60), 130)
 

@@ -18,6 +18,7 @@ sys.path.insert(0, os.path.join(HERE, "..", "window"))
 sys.path.insert(0, os.path.join(HERE, "..", "servers"))
 
 from certificates import make_certificate  # noqa: E402
+from helper_client import Helper  # noqa: E402
 
 CMAKE = os.environ.get("CMAKE", "cmake")
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion", "-Werror"]
@@ -35,12 +36,8 @@ class Case(unittest.TestCase):
         return self.enterContext(tempfile.TemporaryDirectory(prefix="quillbox outside "))
 
     def server(self, *options):
-        words = [sys.executable, "-B", os.path.join(HERE, "..", "servers", "real_server.py"), "pyftpdlib"]
-        process = self.enterContext(
-            subprocess.Popen([*words, self.folder(), *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        )
-        _, port, _, user, _, password = process.stdout.readline().split()
-        return [port, user, password]
+        server = self.enterContext(Helper("real_server.py", "pyftpdlib", self.folder(), *options))
+        return [server.values[name] for name in ("port", "user", "password")]
 
     def check_that_it_works(self, program, environment=None):
         environment = {**os.environ, **(environment or {})}

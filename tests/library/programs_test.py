@@ -7,10 +7,11 @@ import tempfile
 import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-SERVERS = os.path.join(HERE, "..", "servers")
 sys.path.insert(0, os.path.join(HERE, "..", "window"))
+sys.path.insert(0, os.path.join(HERE, "..", "servers"))
 
 from certificates import make_certificate  # noqa: E402
+from helper_client import Helper  # noqa: E402
 
 
 class Plain(unittest.TestCase):
@@ -21,16 +22,13 @@ class Plain(unittest.TestCase):
     def setUp(self):
         self.root = self.enterContext(tempfile.TemporaryDirectory())
         self.folder = self.enterContext(tempfile.TemporaryDirectory())
-        options, self.words = self.security()
-        words = [sys.executable, "-B", os.path.join(SERVERS, "real_server.py"), "pyftpdlib", self.root, *options]
-        server = self.enterContext(
-            subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        )
-        _, self.port, _, self.user, _, self.password = server.stdout.readline().split()
+        options, security = self.security()
+        server = self.enterContext(Helper("real_server.py", "pyftpdlib", self.root, *options))
+        self.words = [server.values["port"], server.values["user"], server.values["password"], self.folder, *security]
 
     def run_program(self, name):
         """What it has ended with, and what it has said; nobody asked it to say anything."""
-        words = [os.environ["PROGRAMS"], name, self.port, self.user, self.password, self.folder, *self.words]
+        words = [os.environ["PROGRAMS"], name, *self.words]
         # What threads hold that are there to the end is no leak.
         environment = {**os.environ, "LSAN_OPTIONS": "detect_leaks=0"} if name.startswith("exit") else None
         done = subprocess.run(words, capture_output=True, text=True, timeout=60, env=environment)

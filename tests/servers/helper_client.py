@@ -1,23 +1,25 @@
-"""For the helper servers' own tests: starts one, and talks to one line by line."""
+"""For tests in Python: starts a helper server, and talks to one line by line."""
 
 import json
-import os
 import socket
-import subprocess
-import sys
 
-_FOLDER = os.path.dirname(os.path.abspath(__file__))
+from forked_program import ForkedProgram
 
 
 class Helper:
     """A helper server in a process of its own; to be used in a with statement."""
 
     def __init__(self, script, *arguments):
-        self._process = subprocess.Popen(
-            [sys.executable, "-B", os.path.join(_FOLDER, script), *arguments],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
-        )
-        self.port = int(self._process.stdout.readline().split()[1])
+        self._socket, theirs = socket.socketpair()
+        with theirs:
+            self._process = ForkedProgram([script, *arguments], theirs.fileno(), theirs.fileno())
+        self.pid = self._process.pid
+        self._lines = self._socket.makefile("r", encoding="utf-8")
+        words = self._lines.readline().split()
+        if not words:
+            raise RuntimeError(f"{script} did not start")
+        self.values = dict(zip(words[0::2], words[1::2]))
+        self.port = int(self.values["port"])
 
     def __enter__(self):
         return self
@@ -27,12 +29,11 @@ class Helper:
 
     def request(self, **request):
         """Sends a request on the helper's stdin."""
-        self._process.stdin.write(json.dumps(request) + "\n")
-        self._process.stdin.flush()
+        self._socket.sendall(json.dumps(request).encode() + b"\n")
 
     def event(self):
         """The next event, waited for."""
-        return json.loads(self._process.stdout.readline())
+        return json.loads(self._lines.readline())
 
     def events_up_to(self, name):
         """The events up to the first of that name."""
@@ -43,11 +44,11 @@ class Helper:
 
     def finish(self):
         """Ends the helper; the events that were left. Its exit code has to be 0."""
-        if self._process.stdin.closed:
+        if self._lines.closed:
             return []
-        self._process.stdin.close()
-        with self._process.stdout:
-            events = [json.loads(line) for line in self._process.stdout]
+        self._socket.shutdown(socket.SHUT_WR)
+        with self._socket, self._lines:
+            events = [json.loads(line) for line in self._lines]
         code = self._process.wait(timeout=20)
         if code != 0:
             raise RuntimeError(f"the helper ended with {code}")

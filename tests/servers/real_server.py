@@ -29,6 +29,7 @@ import sys
 import tempfile
 import time
 
+import forked_program
 import real_server_makes
 from process_lifetime import end_with_parent, stop_when_released
 
@@ -68,15 +69,7 @@ def start(make, address, port, root, folder, tls):
     for _ in range(ATTEMPTS):
         login = real_server_makes.Login(address, port or free_port(address), make.user, secrets.token_hex(8), tls)
         with open(log_path, "wb") as log:
-            process = subprocess.Popen(
-                make.prepare(login, root, folder),
-                stdin=subprocess.DEVNULL,
-                stdout=log,
-                stderr=subprocess.STDOUT,
-                env={**os.environ, **real_server_makes.environment(tls, folder)},
-                start_new_session=True,
-                preexec_fn=end_with_parent(signal.SIGKILL),
-            )
+            process = run(make, make.prepare(login, root, folder), log, real_server_makes.environment(tls, folder))
         deadline = time.monotonic() + START_SECONDS
         while process.poll() is None and time.monotonic() < deadline:
             session = log_in(login)
@@ -89,6 +82,28 @@ def start(make, address, port, root, folder, tls):
         raise OSError(f"{sys.argv[1]} does not start: {log.read().strip()}")
 
 
+def run(make, words, log, variables):
+    """Starts a server; a Python of its own it needs where OpenSSL is to be another for it."""
+    tie = end_with_parent(signal.SIGKILL)
+    if hasattr(make, "forked_script") and "OPENSSL_CONF" not in variables:
+
+        def begin():
+            os.setsid()
+            tie()
+
+        with open(os.devnull, "rb") as nothing:
+            return forked_program.ForkedProgram(words[1:], nothing.fileno(), log.fileno(), log.fileno(), begin)
+    return subprocess.Popen(
+        words,
+        stdin=subprocess.DEVNULL,
+        stdout=log,
+        stderr=subprocess.STDOUT,
+        env={**os.environ, **variables},
+        start_new_session=True,
+        preexec_fn=tie,
+    )
+
+
 def kill(process):
     """Ends the server and the processes that it serves connections with."""
     try:
@@ -96,6 +111,13 @@ def kill(process):
     except ProcessLookupError:
         pass
     process.wait()
+
+
+def read_modules(arguments):
+    """Those of the make that the arguments begin with."""
+    script = getattr(real_server_makes.MAKES.get(arguments[0]), "forked_script", None)
+    if script is not None:
+        forked_program.read_modules([script])
 
 
 def main():

@@ -211,9 +211,10 @@ class PureFtpd:
 
 class Pyftpdlib:
     user = "tester"
+    forked_script = "pyftpdlib_server.py"  # That of Twisted does not take it to be forked.
 
     def prepare(self, login, root, folder):
-        program = _script("pyftpdlib_server.py")
+        program = _script(self.forked_script)
         password = _write(folder, "password", login.password)
         pem = [login.tls.pem] if login.tls is not None else []
         return [sys.executable, program, login.address, str(login.port), login.user, password, root, *pem]

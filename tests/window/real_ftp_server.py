@@ -4,12 +4,13 @@ import contextlib
 import os
 import shutil
 import signal
-import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
-SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers", "real_server.py")
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "servers"))
+
+from helper_client import Helper  # noqa: E402
 
 
 class RealFTPServer:
@@ -23,26 +24,13 @@ class RealFTPServer:
 
     def _start(self, tls):
         place = [self._address, str(self._port)] if self._port else []
-        self._process = subprocess.Popen(
-            [sys.executable, "-B", SCRIPT, self._make, self._root, *place, *tls],
-            stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE,
-            text=True,
-        )
-        words = self._process.stdout.readline().split()
-        if len(words) != 6:
-            self.close()
-            raise AssertionError(f"{self._make} did not start")
-        self._port, self._user, self._password = int(words[1]), words[3], words[5]
-
-    def _stop(self):
-        self._process.stdin.close()
-        self._process.stdout.close()
-        self._process.wait(20)
+        self._helper = Helper("real_server.py", self._make, self._root, *place, *tls)
+        self._port = self._helper.port
+        self._user, self._password = self._helper.values["user"], self._helper.values["password"]
 
     def show_certificate(self, pem):
         """Starts again, on the same port, with another certificate and another password."""
-        self._stop()
+        self._helper.finish()
         self._start(["--tls", pem])
 
     def stand_still(self):
@@ -59,7 +47,7 @@ class RealFTPServer:
             with contextlib.suppress(FileNotFoundError, ProcessLookupError):
                 parent = status.read_text(errors="replace").rpartition(")")[2].split()[1]
                 children.setdefault(int(parent), []).append(int(status.parent.name))
-        found = [self._process.pid]
+        found = [self._helper.pid]
         for process in found:
             found += children.get(process, [])
         for process in found:
@@ -67,7 +55,7 @@ class RealFTPServer:
                 os.kill(process, number)
 
     def close(self):
-        self._stop()
+        self._helper.finish()
         shutil.rmtree(self._root, ignore_errors=True)
 
     @property
