@@ -9,6 +9,7 @@
 #include "ProgramName.h"
 #include "SettingsAlert.h"
 #include "TrustedCertificates.h"
+#include "UploadReport.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
 
@@ -49,7 +50,7 @@ QString destinationOf(const ListedIcon& icon)
 void printAlert(const SettingsAlert& alert)
 {
     if (!alert.title.isNull()) {
-        QTextStream(stderr) << "Quillbox: " << wholeVisibleText(QString(alert.text).replace(u"\n\n"_s, u" "_s)) << '\n';
+        QTextStream(stderr) << "Quillbox: " << wholeVisibleText(alertLine(alert.title, alert.text)) << '\n';
     }
 }
 

@@ -40,8 +40,10 @@
 #include <chrono>
 #include <cstdio>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <unistd.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -133,14 +135,23 @@ void act(ViewController& viewController, const QString& name)
     }
 }
 
+/// Has the window tell when others have access to @p settings.
+void watchAccess(UserDefaults& settings, ViewController& viewController)
+{
+    settings.setOpenFileHandler([&viewController, path = settings.filePath()](PrivateFile::Access access) {
+        const SettingsAlert alert = SettingsAlert::open(path, access);
+        viewController.showAlert(alert.title, alert.text);
+    });
+}
+
 /// Has the window tell what is wrong with @p settings.
 void watchSettings(UserDefaults& settings, SettingsAlert (*broken)(const QString& path), ViewController& viewController)
 {
-    const auto show
-        = [&viewController](const SettingsAlert& alert) { viewController.showAlert(alert.title, alert.text); };
-    const QString path = settings.filePath();
-    settings.setBrokenFileHandler([=] { show(broken(path)); });
-    settings.setOpenFileHandler([=](PrivateFile::Access access) { show(SettingsAlert::open(path, access)); });
+    settings.setBrokenFileHandler([&viewController, broken, path = settings.filePath()] {
+        const SettingsAlert alert = broken(path);
+        viewController.showAlert(alert.title, alert.text);
+    });
+    watchAccess(settings, viewController);
 }
 
 void warnOfOpenTrust(ViewController& viewController, PrivateFile::Access access)
@@ -172,7 +183,12 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(u"quillbox"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
     const CommandLine commandLine = readCommandLine(argc, argv);
-    TrustedCertificates::standard().noteAccess(); // Before settings are read, which closes the folder of both.
+    // Before settings are read, which closes their folders.
+    TrustedCertificates::standard().noteAccess();
+    const std::vector<std::unique_ptr<UserDefaults>> iconSettings = IconSettings::all();
+    for (const auto& each : iconSettings) {
+        each->noteAccess();
+    }
 
     if (commandLine.isHidden) {
         doWithoutDisplay();
@@ -231,6 +247,11 @@ int main(int argc, char** argv)
     watchSettings(UserDefaults::standard(), &SettingsAlert::broken, viewController);
     if (IconSettings::areInUse()) {
         watchSettings(connectionSettings(), &SettingsAlert::iconBroken, viewController);
+    }
+    for (const auto& each : iconSettings) {
+        if (each->filePath() != connectionSettings().filePath()) {
+            watchAccess(*each, viewController);
+        }
     }
     TrustedCertificates::standard().setOpenFileHandler(
         [&viewController](PrivateFile::Access access) { warnOfOpenTrust(viewController, access); });

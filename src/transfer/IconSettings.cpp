@@ -2,12 +2,15 @@
 
 #include "UserDefaults.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr QLatin1String ending(".json");
 
 /// Null while the main settings are in use.
 std::unique_ptr<UserDefaults>& settingsInUse()
@@ -20,7 +23,7 @@ std::unique_ptr<UserDefaults>& settingsInUse()
 
 QString IconSettings::filePath(const QString& fileName)
 {
-    return QFileInfo(UserDefaults::standard().filePath()).path() + u"/icons/"_s + fileName + u".json"_s;
+    return QFileInfo(UserDefaults::standard().filePath()).path() + u"/icons/"_s + fileName + ending;
 }
 
 QString IconSettings::linkFolder()
@@ -37,6 +40,16 @@ bool IconSettings::areOf(const QString& fileName)
 std::unique_ptr<UserDefaults> IconSettings::open(const QString& fileName)
 {
     return std::make_unique<UserDefaults>(filePath(fileName), UserDefaults::Absence::IsBroken);
+}
+
+std::vector<std::unique_ptr<UserDefaults>> IconSettings::all()
+{
+    std::vector<std::unique_ptr<UserDefaults>> found;
+    const QDir folder = QFileInfo(filePath(u""_s)).dir();
+    for (const QString& file : folder.entryList({ u"*"_s + ending }, QDir::Files | QDir::Hidden)) {
+        found.push_back(open(file.chopped(ending.size())));
+    }
+    return found;
 }
 
 void IconSettings::use(const QString& fileName)

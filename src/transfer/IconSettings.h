@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 class UserDefaults;
 
@@ -24,6 +25,10 @@ bool areOf(const QString& fileName);
 
 /// These settings; broken while there are none.
 std::unique_ptr<UserDefaults> open(const QString& fileName);
+
+/// Those of all icons that have any. Whoever reads one closes the folder of all, and has them note before who could
+/// read them (UserDefaults::noteAccess()).
+std::vector<std::unique_ptr<UserDefaults>> all();
 
 /// From now on connectionSettings() are those of the icon that starts the program as @p fileName, also when its file is
 /// gone or cannot be read: then nothing is set, and nothing of the main settings takes their place. Null for the main

@@ -144,7 +144,8 @@ TEST_F(IconCommandsTest, WhoeverListsThemIsToldWhichSettingsWereOpenToOthers)
     const std::string second = listing({ u"Work"_s, u"work"_s }).err;
 
     const auto sentence = [](const QString& path) {
-        return u"Quillbox: Other users of this computer had access to the settings in “%1”, which hold the password. "
+        return u"Quillbox: Settings Were Open to Others. Other users of this computer had access to the settings in "
+               u"“%1”, which hold the password. "
                u"Now "
                "you alone have. "_s.arg(path)
                    .toStdString();

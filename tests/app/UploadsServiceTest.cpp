@@ -23,11 +23,11 @@ class UploadsServiceTest : public FakeWindowTest {
 protected:
     UploadsServiceTest()
     {
-        m_service = new UploadsService(
-            &m_object, m_bus.connection(),
-            { .upload = [this](const PathList& files, bool isUnattended,
-                               QString& refusal) { return upload(files, isUnattended, refusal); },
-              .becameIdle = [this] { ++m_becameIdle; } });
+        m_service
+            = new UploadsService(&m_object, m_bus.connection(),
+                                 { .upload = [this](const PathList& files, bool isUnattended,
+                                                    QString& refusal) { return upload(files, isUnattended, refusal); },
+                                   .becameIdle = [this] { ++m_becameIdle; } });
         const QString name = busName(programName);
         EXPECT_TRUE(m_bus.connection().registerObject(ApplicationService::objectPath(name), &m_object));
         EXPECT_TRUE(m_bus.connection().registerService(name));
@@ -96,8 +96,9 @@ TEST_F(UploadsServiceTest, TheCallerHearsWhatBecomesOfItsFiles)
     latest(FakeFTPStream::Kind::Listing).sendEnd();
     tick();
     ASSERT_TRUE(isSaid(u"over"_s));
-    EXPECT_EQ(m_said,
-              (QStringList{ u"taken"_s, path + u": Confirmed by the server"_s, strange + u": Not found"_s, u"over"_s }));
+    EXPECT_EQ(
+        m_said,
+        (QStringList{ u"taken"_s, path + u": Confirmed by the server"_s, strange + u": Not found"_s, u"over"_s }));
     EXPECT_TRUE(waitFor([this] { return m_becameIdle == 1; }));
     EXPECT_TRUE(m_service->isIdle());
 }
@@ -135,8 +136,8 @@ TEST_F(UploadsServiceTest, ACallThatComesWhileTheLoopIsHeldIsServedAfterwards)
     std::optional<LoopSuspension> suspension(std::in_place);
     m_client.upload({ u"/gone"_s }, false);
     for (int turn = 0; turn < 20; ++turn) {
-        m_bus.serviceConnection().call(QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/"_s,
-                                                                      u"org.freedesktop.DBus"_s, u"GetId"_s));
+        m_bus.serviceConnection().call(
+            QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/"_s, u"org.freedesktop.DBus"_s, u"GetId"_s));
         drainEventLoop();
     }
     EXPECT_EQ(m_asked.size(), 0);

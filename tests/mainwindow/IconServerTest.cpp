@@ -14,7 +14,10 @@ class IconServerTest : public ViewControllerTest {
 protected:
     IconServerTest()
     {
-        store({ { u"Address"_s, u"own"_s }, { u"FTPFolder"_s, u"there"_s }, { u"Username"_s, u"bert"_s }, { u"Password"_s, u"own"_s } });
+        store({ { u"Address"_s, u"own"_s },
+                { u"FTPFolder"_s, u"there"_s },
+                { u"Username"_s, u"bert"_s },
+                { u"Password"_s, u"own"_s } });
         IconSettings::use(u"Work"_s);
         startAgain();
     }

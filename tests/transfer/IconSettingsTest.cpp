@@ -182,4 +182,20 @@ TEST_F(IconSettingsTest, WhereASubFolderIconsFilesGoIsKnownToEveryIcon)
               u"ftp://main.example/main/Photos/2024/"_s);
 }
 
+TEST_F(IconSettingsTest, ThoseOfAllIconsAreFound)
+{
+    EXPECT_TRUE(IconSettings::all().empty());
+    for (const QString& name : { u"Work"_s, u".work"_s }) {
+        ASSERT_TRUE(UserDefaults(IconSettings::filePath(name)).store({}));
+    }
+    write(QFileInfo(IconSettings::filePath(u"Work"_s)).path() + u"/Work.json.bak"_s, "{}");
+
+    QStringList paths;
+    for (const auto& each : IconSettings::all()) {
+        paths.append(each->filePath());
+    }
+
+    EXPECT_EQ(paths, (QStringList{ IconSettings::filePath(u".work"_s), IconSettings::filePath(u"Work"_s) }));
+}
+
 } // namespace

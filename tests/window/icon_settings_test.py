@@ -157,18 +157,24 @@ class Harmed(IconSettings):
         wait_for(lambda: "Nothing is uploaded" not in program.tree(), "the drop area to say no more of it")
         self.wait_for_title(program, f"ftp://127.0.0.1:{self.own.port}/")
 
-    def test_settings_that_were_open_to_others_are_closed_with_a_sheet(self):
+    def test_settings_that_were_open_to_others_are_closed_with_a_sheet_also_those_of_its_neighbours(self):
         link = self.make_icon("Work", self.own)
+        self.make_icon("work", self.own)
         os.chmod(self.path("Work"), 0o644)
+        os.chmod(self.path("work"), 0o604)
         os.chmod(os.path.dirname(self.path("Work")), 0o755)
         os.chmod(os.path.dirname(settings_path(self.home)), 0o755)
         program = self.shown(self.launched(link))
 
-        sheets = dict([program.acknowledge(), program.acknowledge()])
+        sheets = [program.acknowledge() for _ in range(3)]
 
-        self.assertIn(self.path("Work"), sheets["Settings Were Open to Others"])
-        self.assertIn(settings_path(self.home), sheets["Settings Were Closed to Others"])
-        for path in (self.path("Work"), os.path.dirname(self.path("Work"))):
+        for path, title in (
+            (self.path("Work"), "Settings Were Open to Others"),
+            (self.path("work"), "Settings Were Open to Others"),
+            (settings_path(self.home), "Settings Were Closed to Others"),
+        ):
+            self.assertEqual([sheet[0] for sheet in sheets if f"“{path}”" in sheet[1]], [title])
+        for path in (self.path("Work"), self.path("work"), os.path.dirname(self.path("Work"))):
             self.assertEqual(stat.S_IMODE(os.stat(path).st_mode) & 0o077, 0)
 
 
