@@ -253,3 +253,23 @@ std::optional<QList<LedgerRow>> LedgerReader::read(const QList<LedgerKey>& keys)
     }
     return rows;
 }
+
+std::optional<QHash<QString, qint64>> LedgerReader::lastUploads()
+{
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    if (!prepare(query,
+                 u"SELECT copy, max(time) FROM files WHERE outcome = %1 AND NOT manual GROUP BY copy"_s.arg(
+                     static_cast<int>(Outcome::Confirmed)))) {
+        return std::nullopt;
+    }
+    QHash<QString, qint64> times;
+    for (bool isThere = query.exec() && query.next(); isThere; isThere = query.next()) {
+        times.insert(LocalPath::fromBytes(query.value(0).toByteArray()), query.value(1).toLongLong());
+    }
+    if (query.lastError().isValid()) {
+        noteProblem(query);
+        return std::nullopt;
+    }
+    return times;
+}

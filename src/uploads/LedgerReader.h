@@ -2,6 +2,7 @@
 
 #include "LedgerRow.h"
 
+#include <QHash>
 #include <QList>
 #include <QSqlDatabase>
 #include <QString>
@@ -36,6 +37,10 @@ public:
     std::optional<QList<LedgerKey>> find(const LedgerQuery& query);
     /// What is known of those of @p keys that find() has answered and that are still there.
     std::optional<QList<LedgerRow>> read(const QList<LedgerKey>& keys);
+
+    /// When each copy's newest file was confirmed, by the copy's name: milliseconds since the epoch. What was sent by
+    /// hand does not count.
+    std::optional<QHash<QString, qint64>> lastUploads();
 
     /// What keysOf() expects as the first column. One for all, since each costs time for every row.
     static QString keyColumn(qint64 run);

@@ -389,6 +389,11 @@ void UploadLedger::read(const QList<LedgerKey>& keys, QObject* context, Answer<Q
     }
 }
 
+void UploadLedger::lastUploads(QObject* context, Answer<QHash<QString, qint64>> answer)
+{
+    ask([](LedgerReader& reader, const auto&) { return reader.lastUploads(); }, context, std::move(answer));
+}
+
 void UploadLedger::writeCsv(const QString& path, const LedgerQuery& query, QObject* context,
                             std::function<void(bool)> answer)
 {

@@ -172,6 +172,34 @@ TEST_F(UploadLedgerTest, AFileIsReadInALaterRunAsItWasWrittenAndNoPasswordIsKept
     EXPECT_TRUE(ask(u"SELECT * FROM files"_s).filter(u"s3cret"_s).isEmpty());
 }
 
+TEST_F(UploadLedgerTest, TheLastUploadOfACopyIsTheNewestFileThatWasConfirmed)
+{
+    {
+        Launch scans(m_path, LocalPath::fromBytes("Scans\xe9"));
+        scans.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
+        scans.confirmNext();
+        scans.confirmNext();
+        scans.history.nextFileStarts({ u"ftp://host/in/"_s });
+        scans.history.fileEnded({ .kind = Outcome::Refused });
+        scans.settle();
+    }
+    {
+        Launch nothing(m_path, u"Nothing"_s);
+        nothing.history.filesQueued({ u"/a"_s });
+        nothing.settle();
+    }
+    EXPECT_EQ(ask(u"UPDATE files SET time = 1000 * row"_s), QStringList());
+    Launch run(m_path);
+    run.history.filesQueued({ u"/d"_s });
+    run.confirmNext();
+    const qint64 now = run.history.entries()[0].time;
+    std::optional<QHash<QString, qint64>> times;
+    run.ledger.lastUploads(&run.ledger, [&times](const auto& known) { times = known; });
+
+    ASSERT_TRUE(waitFor([&times] { return times.has_value(); }));
+    EXPECT_EQ(*times, (QHash<QString, qint64>{ { LocalPath::fromBytes("Scans\xe9"), 2000 }, { u"Quillbox"_s, now } }));
+}
+
 /// The statements by which a database of @p version was made, with a file that was sent, one that waits and one that
 /// was queued again.
 QStringList statementsOf(int version)
