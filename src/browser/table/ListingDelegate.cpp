@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr int iconMargin = 8; ///< Beside an icon that has a text.
+
 /// @p font, or as much smaller as its lines are too high for @p height.
 QFont fontWithin(int height, const QFont& font)
 {
@@ -32,16 +34,25 @@ void ListingDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     const QStyle& style = *item.widget->style();
     painter->save();
     style.drawPrimitive(QStyle::PE_PanelItemViewItem, &item, painter, item.widget);
+    QRect textPlace = item.rect;
     if (!item.icon.isNull()) {
         QRect place(0, 0, iconSide, iconSide);
         place.moveCenter(item.rect.center());
+        if (!item.text.isEmpty()) { // Before the text.
+            const QSize side = item.decorationSize;
+            place = QStyle::alignedRect(item.direction, Qt::AlignLeft | Qt::AlignVCenter, side,
+                                        item.rect.adjusted(iconMargin, 0, -iconMargin, 0));
+            textPlace
+                = QStyle::visualRect(item.direction, item.rect, item.rect.adjusted(side.width() + iconMargin, 0, 0, 0));
+        }
         item.icon.paint(painter, place);
-    } else {
+    }
+    if (!item.text.isEmpty()) {
         const bool isSelected = (item.state & QStyle::State_Selected) != 0;
         const QPalette::ColorGroup group
             = (item.state & QStyle::State_Active) != 0 ? QPalette::Active : QPalette::Inactive;
         painter->setPen(item.palette.color(group, isSelected ? QPalette::HighlightedText : QPalette::Text));
-        cellOf(item).draw(*painter, item.rect);
+        cellOf(item).draw(*painter, textPlace);
     }
     // Where the keyboard is, as long as the selection does not show it. The style would do so after some keys only.
     if ((item.state & (QStyle::State_HasFocus | QStyle::State_Selected)) == QStyle::State_HasFocus) {
