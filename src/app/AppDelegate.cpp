@@ -1,8 +1,8 @@
 #include "AppDelegate.h"
 
+#include "ApplicationService.h"
 #include "BringToFront.h"
 #include "DestinationSettings.h"
-#include "DropIcons.h"
 #include "DropIconsWindow.h"
 #include "LightAppearance.h"
 #include "PathText.h"
@@ -69,6 +69,8 @@ void AppDelegate::applicationDidFinishLaunching()
     updateWindowTitleAndList();
     theAppDelegate = this;
     showWelcomeWindow(nullptr);
+    QMetaObject::invokeMethod(
+        this, [this] { m_icons.makeMissingEntries(); }, Qt::QueuedConnection);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive) {
             applicationDidBecomeActive();
@@ -211,11 +213,18 @@ void AppDelegate::showWelcomeWindow(const QObject* sender)
 void AppDelegate::showDropIconsWindow()
 {
     if (m_dropIconsWindow == nullptr) {
-        const auto start = [](const QString& path) { return QProcess::startDetached(path, {}); };
+        const auto start
+            = [](const QStringList& words) { return QProcess::startDetached(words.first(), words.sliced(1)); };
+        const auto askForLastUploads
+            = [this](QObject* context, const auto& answer) { m_candidate.ledger().lastUploads(context, answer); };
         m_dropIconsWindow = std::make_unique<DropIconsWindow>(
-            DropIcons(DropIcons::ourProgramPath(), DropIcons::Folders::standard()),
-            DropIconsWindow::Application{ .destinationFor = &DestinationSettings::destinationOfSubFolderIcon,
-                                          .start = start });
+            m_icons,
+            DropIconsWindow::Application{
+                .forms = { .server = m_candidate.windows().serverAccess([] { return QString(); }),
+                           .askWhetherRuns = &ApplicationService::askWhetherRuns },
+                .start = start,
+                .askForLastUploads = askForLastUploads,
+            });
     }
     bringToFront(*m_dropIconsWindow);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AlertDialog.h"
+#include "DropIcons.h"
 #include "PathList.h"
 #include "SessionEnd.h"
 
@@ -64,7 +65,7 @@ public:
     void showMainWindow();
     /// Shows the welcome window, in any case when there is a @p sender.
     void showWelcomeWindow(const QObject* sender);
-    /// Shows the window in which drop icons are made.
+    /// Shows the window that lists the drop icons.
     void showDropIconsWindow();
     /// Null until it is first shown.
     DropIconsWindow* dropIconsWindow() const { return m_dropIconsWindow.get(); }
@@ -104,6 +105,7 @@ private:
     QUrl m_website;
     ViewController* m_viewController = nullptr;
     QMainWindow* m_mainWindow = nullptr;
+    DropIcons m_icons{ DropIcons::ourProgramPath(), DropIcons::Folders::standard() };
     std::unique_ptr<DropIconsWindow> m_dropIconsWindow; ///< Null until it is first shown.
     QFileSystemWatcher m_watcher;
     SessionEnd m_sessionEnd;

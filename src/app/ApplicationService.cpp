@@ -6,6 +6,8 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QScopeGuard>
 #include <QUrl>
 
@@ -89,6 +91,20 @@ ApplicationService::HandOver ApplicationService::handOver(const QString& program
         deliver(bus, name, calls.last()); // The files are in good hands, whatever becomes of the action.
     }
     return result;
+}
+
+void ApplicationService::askWhetherRuns(const QString& programName, QObject* context, std::function<void(bool)> answer)
+{
+    static const QString daemon = u"org.freedesktop.DBus"_s;
+    QDBusMessage call = QDBusMessage::createMethodCall(daemon, u"/org/freedesktop/DBus"_s, daemon, u"NameHasOwner"_s);
+    call.setArguments({ busName(programName) });
+    auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), context);
+    connect(watcher, &QDBusPendingCallWatcher::finished, context,
+            [answer = std::move(answer)](QDBusPendingCallWatcher* finished) {
+                finished->deleteLater();
+                const QDBusPendingReply<bool> reply = *finished;
+                answer(reply.isValid() && reply.value());
+            });
 }
 
 bool ApplicationService::registerFor(const QString& programName)

@@ -17,7 +17,7 @@ DesktopIntegration::DesktopIntegration(ViewController& viewController, const QSt
     , m_tries(viewController.tries())
     , m_notifier(m_desktop.sessionBus(),
                  { .name = Addressing::appName(programName),
-                   .icon = ProgramIdentity::iconName(),
+                   .icon = ProgramIdentity::notificationIcon(programName),
                    .desktopEntry = ProgramIdentity::launcher(programName) })
     , m_progress(m_desktop.sessionBus(), ProgramIdentity::launcher(programName))
     , m_inhibitor(m_desktop.systemBus, m_desktop.sessionBus, Addressing::appName(programName),

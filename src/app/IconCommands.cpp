@@ -61,10 +61,13 @@ void printIfOpen(UserDefaults& settings)
     }
 }
 
-/// Replaces this program by the one at @p path; null, or why that was not possible.
-const char* run(const QString& path, const CommandLine& commandLine)
+/// Replaces this program by @p icon's; the answer is why that was not possible.
+const char* run(const DropIcons::Icon& icon, const CommandLine& commandLine)
 {
-    QByteArrayList words{ LocalPath::toBytes(path) };
+    QByteArrayList words;
+    for (const QString& word : DropIcons::command(icon)) {
+        words.append(LocalPath::toBytes(word));
+    }
     if (!commandLine.action.isNull()) {
         words.append("--" + commandLine.action.toUtf8());
     }
@@ -152,7 +155,7 @@ void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& command
     if (icon == all.end()) {
         err << "Quillbox: There is no icon \"" << name << "\"; \"--list-icons\" shows those that there are.\n";
     } else {
-        err << "Quillbox: The icon \"" << name << "\" cannot be started: " << run(icon->path, commandLine) << ".\n";
+        err << "Quillbox: The icon \"" << name << "\" cannot be started: " << run(*icon, commandLine) << ".\n";
     }
     printNotTaken(err, commandLine.files);
 }

@@ -1,118 +1,88 @@
 #include "DropIcons.h"
 
 #include "BusName.h"
-#include "IconName.h"
+#include "DesktopEntry.h"
+#include "FileChanges.h"
+#include "IconFiles.h"
+#include "IconSettings.h"
+#include "PrivateFile.h"
+#include "ProgramIdentity.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QStandardPaths>
 
-#include <unistd.h>
+#include <algorithm>
+#include <array>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr QLatin1String launcherSuffix(".desktop");
-constexpr QLatin1String ownMark("X-Quillbox-Copy"); ///< The launcher's key that says for which file name we made it.
+constexpr int pictureEdge = 256;
+constexpr std::array bothSorts{ IconSort::OwnServer, IconSort::SubFolder };
 
-/// @p text as the value of a key in a launcher. Some readers drop blanks at either end of a value.
-QString asValue(QString text)
+QByteArray png(const IconPicture& picture)
 {
-    text.replace(u'\\', u"\\\\"_s);
-    if (text.startsWith(u' ')) {
-        text.replace(0, 1, u"\\s"_s);
-    }
-    if (text.endsWith(u' ')) {
-        text.replace(text.size() - 1, 1, u"\\s"_s);
-    }
-    return text;
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    drawn(picture, pictureEdge).save(&buffer, "PNG");
+    return buffer.data();
 }
 
-/// @p word of a launcher's command line: quoted for it, and then as a value.
-QString asWord(QString word)
+bool isLink(const QString& path)
 {
-    for (const QChar special : { u'\\', u'"', u'`', u'$' }) {
-        word.replace(special, QString(u'\\') + special);
-    }
-    word.replace(u'%', u"%%"_s);
-    return asValue(u'"' + word + u'"');
+    return QFileInfo(path).isSymLink();
 }
 
-/// The command line that starts the program at @p path. By way of a shell, as a launcher's first word must not hold
-/// "=", and some desktops look for a program whose name has "%%" in it when "%" was meant.
-QString commandLine(const QString& path)
-{
-    return u"/bin/sh -c "_s + asWord(u"exec \"$0\" \"$@\""_s) + u' ' + asWord(path) + u" %F"_s;
-}
-
-/// The line by which the desktop knows the windows of the program's file @p fileName by their instance; none for the
-/// name that is the class of all windows, which the product's own launcher claims.
-QString windowsLine(const QString& fileName)
-{
-    return fileName == u"quillbox"_s ? QString() : u"StartupWMClass="_s + asValue(fileName) + u'\n';
-}
-
-/// Whether anything is at @p path, were it a link that leads nowhere.
-bool isTaken(const QString& path)
-{
-    const QFileInfo info(path);
-    return info.exists() || info.isSymLink();
-}
-
-/// Writes a file that was not there before; leaves none behind when it fails.
-bool writeNew(const QString& path, const QByteArray& content, QFile::Permissions permissions)
+QByteArray contentOf(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
-        return false;
-    }
-    const bool isWritten = file.write(content) == content.size() && file.flush() && file.setPermissions(permissions);
-    file.close();
-    if (!isWritten || file.error() != QFile::NoError) {
-        file.remove();
-        return false;
-    }
-    return true;
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Whether the launcher at @p path was made by us, for the program's file @p fileName.
-bool isOurs(const QString& path, const QString& fileName)
+/// What belongs to the settings of the program's file @p file, other files of theirs first.
+QStringList settingsFilesOf(const QString& file)
 {
-    QFile file(path);
-    if (QFileInfo(path).isSymLink() || !file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    return file.readAll().split('\n').contains((ownMark + u'=' + asValue(fileName)).toUtf8());
+    const QString path = IconSettings::filePath(file);
+    return { path + u".bak"_s, path };
 }
-
-/// Writes a launcher for @p fileName as writeNew() does, but in place of one of our own that is left there.
-bool writeLauncher(const QString& path, const QString& fileName, const QByteArray& content,
-                   QFile::Permissions permissions)
-{
-    if (isOurs(path, fileName)) {
-        QFile::remove(path);
-    }
-    return writeNew(path, content, permissions);
-}
-
-constexpr QFile::Permissions readable = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther;
-constexpr QFile::Permissions executable = readable | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
 
 } // namespace
 
+/// A file of an icon, in the order in which they are made.
+struct DropIcons::Part {
+    enum class Kind { Settings, Link, Picture, Entry };
+
+    Kind kind;
+    QString path;
+    QByteArray content = {};
+    QFile::Permissions permissions = {};
+};
+
 DropIcons::Folders DropIcons::Folders::standard()
 {
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    return {
-        .links = data + u"/quillbox/copies"_s,
-        .launchers = QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation),
-        .desktop = QFileInfo(desktop).isDir() && desktop != QDir::homePath() ? desktop : QString(),
-    };
+    Folders folders = below(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    folders.linksWithServer = IconSettings::linkFolder();
+    folders.desktop = QFileInfo(desktop).isDir() && desktop != QDir::homePath() ? desktop : QString();
+    return folders;
+}
+
+DropIcons::Folders DropIcons::Folders::below(const QString& folder)
+{
+    return { .links = folder + u"/quillbox/copies"_s,
+             .linksWithServer = folder + u"/quillbox/icons"_s,
+             .pictures = folder + u"/quillbox/pictures"_s,
+             .launchers = folder + u"/applications"_s,
+             .desktop = folder + u"/Desktop"_s,
+             .sendTo = folder + u"/Thunar/sendto"_s,
+             .serviceMenus = folder + u"/kio/servicemenus"_s };
 }
 
 DropIcons::DropIcons(QString programPath, Folders folders)
@@ -129,108 +99,228 @@ QString DropIcons::ourProgramPath()
     return withoutLinks.isEmpty() ? path : withoutLinks;
 }
 
-DropIcons::Outcome DropIcons::make(const QString& name, bool onDesktop) const
+DropIcons::Outcome DropIcons::make(const Wish& wish) const
 {
-    if (!IconName::canBeMade(IconName::judge(name))) {
+    return put(std::nullopt, wish);
+}
+
+DropIcons::Outcome DropIcons::change(const QString& name, const Wish& wish) const
+{
+    const std::optional<Icon> old = find(name);
+    return old ? put(old, wish) : Outcome::Gone;
+}
+
+DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wish) const
+{
+    if (!IconName::canBeMade(IconName::judge(wish.name, wish.sort))) {
         return Outcome::NameNotPossible;
     }
-    const std::optional<QString> onDesktopPath = onDesktop ? desktopPath(name) : std::nullopt;
-    const QString file = IconName::fileName(name);
-    const auto isForeign = [&file](const QString& path) { return isTaken(path) && !isOurs(path, file); };
-    // An icon whose link has been removed by hand leaves launchers, which must not stand in its way for good.
-    if (isTaken(linkPath(name)) || isForeign(launcherPath(name)) || (onDesktopPath && isForeign(*onDesktopPath))) {
+    const QString file = IconName::fileName(wish.name);
+    const QString oldFile = old ? IconName::fileName(old->name) : QString();
+    const QStringList oldPaths = old ? pathsOf(*old) : QStringList();
+    QList<Part> parts = partsOf(wish);
+    if (old && old->sort == IconSort::OwnServer && wish.sort == IconSort::OwnServer && !wish.server) {
+        const QString settings = IconSettings::filePath(oldFile);
+        if (file != oldFile && QFileInfo::exists(settings)) { // They move, in whatever state they are.
+            parts.prepend(
+                { Part::Kind::Settings, IconSettings::filePath(file), contentOf(settings), FileChanges::ownersAlone });
+        }
+    }
+    const auto isTakenByAnother = [this, &file](IconSort sort) { return FileChanges::isTaken(linkPath(file, sort)); };
+    if (file != oldFile && std::ranges::any_of(bothSorts, isTakenByAnother)) {
         return Outcome::AlreadyThere;
     }
-    QDir().mkpath(m_folders.links);
-    QDir().mkpath(m_folders.launchers);
-    // Each of these makes a new file or none, so that what another program has made meanwhile stays as it is.
-    if (::symlink(QFile::encodeName(m_programPath).constData(), QFile::encodeName(linkPath(name)).constData()) != 0) {
-        return Outcome::NotWritable;
+    // What an icon has left whose link was removed by hand must not stand in the way for good.
+    const auto isForeign = [&file, &oldPaths](const Part& part) {
+        return part.kind == Part::Kind::Entry && FileChanges::isTaken(part.path)
+            && !DesktopEntry::isOurs(part.path, file) && !oldPaths.contains(part.path);
+    };
+    if (std::ranges::any_of(parts, isForeign)) {
+        return Outcome::AlreadyThere;
     }
-    if (!writeLauncher(launcherPath(name), file, launcher(name), readable)) {
-        QFile::remove(linkPath(name));
-        return Outcome::NotWritable;
+    if (wish.sort == IconSort::OwnServer) {
+        PrivateFile::makeFolder(QFileInfo(IconSettings::filePath(file)).path());
     }
-    if (onDesktopPath && !writeLauncher(*onDesktopPath, file, launcher(name), executable)) {
-        QFile::remove(launcherPath(name));
-        QFile::remove(linkPath(name));
-        return Outcome::NotWritable;
+    FileChanges changes;
+    QStringList kept;
+    for (const Part& part : parts) {
+        kept.append(part.path);
+        const bool isOfOld = oldPaths.contains(part.path);
+        if (part.kind == Part::Kind::Link && isOfOld) {
+            continue;
+        }
+        const bool isMade = part.kind == Part::Kind::Link
+            ? changes.link(part.path, m_programPath, false)
+            : changes.write(part.path, part.content, part.permissions,
+                            part.kind != Part::Kind::Entry || isOfOld || DesktopEntry::isOurs(part.path, file));
+        if (!isMade) {
+            return Outcome::NotWritable;
+        }
     }
+    // Settings that are not to be stay until the last, so that nothing goes to the main server before its time. A file
+    // that lies there without its icon would give this one a server.
+    const QStringList settings = settingsFilesOf(file);
+    const bool hasOwnServer = wish.sort == IconSort::OwnServer;
+    kept += hasOwnServer ? settings : QStringList();
+    for (const QString& path : hasOwnServer ? oldPaths : oldPaths + settings) {
+        if (!kept.contains(path) && !changes.remove(path)) {
+            return Outcome::NotWritable;
+        }
+    }
+    changes.keep();
     return Outcome::Made;
+}
+
+bool DropIcons::remove(const QString& name) const
+{
+    const std::optional<Icon> icon = find(name);
+    if (!icon) {
+        return false;
+    }
+    FileChanges changes;
+    QStringList paths = pathsOf(*icon);
+    // Last: while the link is there, the icon is listed and can be removed again.
+    std::stable_partition(paths.begin(), paths.end(), [&icon](const QString& path) { return path != icon->path; });
+    for (const QString& path : paths) {
+        if (!changes.remove(path)) {
+            return false;
+        }
+    }
+    changes.keep();
+    PrivateFile::removeUnfinished(IconSettings::filePath(IconName::fileName(name)));
+    return true;
 }
 
 QList<DropIcons::Icon> DropIcons::icons() const
 {
     QList<Icon> found;
-    const QStringList files
-        = QDir(m_folders.links)
-              .entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name | QDir::IgnoreCase | QDir::LocaleAware);
-    for (const QString& file : files) {
-        const QString name = IconName::ofFile(file);
-        if (!name.isNull() && QFileInfo(linkPath(name)).isSymLink()) {
-            const std::optional<QString> desktop = desktopPath(name);
-            found.append({ .name = name, .path = linkPath(name), .isOnDesktop = desktop && isOurs(*desktop, file) });
+    for (const IconSort sort : bothSorts) {
+        const QDir folder(sort == IconSort::OwnServer ? m_folders.linksWithServer : m_folders.links);
+        const QStringList files = folder.entryList(QDir::Files | QDir::System | QDir::Hidden);
+        for (const QString& file : files) {
+            const QString name = IconName::ofFile(file);
+            const bool isListed = std::ranges::find(found, name, &Icon::name) != found.end();
+            if (name.isNull() || isListed || !isLink(linkPath(file, sort))) {
+                continue;
+            }
+            const std::optional<QString> desktop = desktopPath(file);
+            const bool hasSettings = QFileInfo::exists(IconSettings::filePath(file));
+            found.append({ .name = name,
+                           .sort = hasSettings ? IconSort::OwnServer : sort,
+                           .path = linkPath(file, sort),
+                           .isOnDesktop = desktop && DesktopEntry::isOurs(*desktop, file),
+                           .picture = IconFiles::pictureOf(launcherPath(file)) });
         }
     }
+    std::ranges::stable_sort(found, [](const Icon& a, const Icon& b) {
+        return QString::localeAwareCompare(a.name.toLower(), b.name.toLower()) < 0;
+    });
     return found;
 }
 
-bool DropIcons::remove(const QString& name) const
+void DropIcons::makeMissingEntries() const
 {
-    const QString file = IconName::fileName(name);
-    if (!QFileInfo(linkPath(name)).isSymLink()) {
-        return false;
-    }
-    bool isRemoved = true;
-    for (const std::optional<QString>& path : { desktopPath(name), std::optional(launcherPath(name)) }) {
-        if (path && isOurs(*path, file)) {
-            isRemoved = QFile::remove(*path) && isRemoved;
+    for (const Icon& icon : icons()) {
+        for (const Part& part : entriesOf({ .name = icon.name, .sort = icon.sort, .picture = icon.picture })) {
+            const QString folder = QFileInfo(part.path).path();
+            const bool isOfFileManager = folder == m_folders.sendTo || folder == m_folders.serviceMenus;
+            FileChanges changes;
+            if (isOfFileManager && changes.write(part.path, part.content, part.permissions, false)) {
+                changes.keep();
+            }
         }
     }
-    // Last: while the link is there, the icon is listed and can be removed again.
-    return isRemoved && QFile::remove(linkPath(name));
 }
 
-QString DropIcons::linkPath(const QString& name) const
+QStringList DropIcons::command(const Icon& icon)
 {
-    return m_folders.links + u'/' + IconName::fileName(name);
+    return icon.sort == IconSort::OwnServer
+        ? QStringList{ icon.path, u"--settings"_s, IconSettings::filePath(IconName::fileName(icon.name)) }
+        : QStringList{ icon.path };
 }
 
-QString DropIcons::launcherPath(const QString& name) const
+std::optional<DropIcons::Icon> DropIcons::find(const QString& name) const
 {
-    return m_folders.launchers + u'/' + busName(IconName::fileName(name)) + launcherSuffix;
+    const QList<Icon> all = icons();
+    const auto found = std::ranges::find(all, name, &Icon::name);
+    return found == all.end() ? std::nullopt : std::optional(*found);
 }
 
-std::optional<QString> DropIcons::desktopPath(const QString& name) const
+QString DropIcons::linkPath(const QString& file, IconSort sort) const
+{
+    return (sort == IconSort::OwnServer ? m_folders.linksWithServer : m_folders.links) + u'/' + file;
+}
+
+QString DropIcons::launcherPath(const QString& file) const
+{
+    return m_folders.launchers + u'/' + busName(file) + DesktopEntry::suffix;
+}
+
+QString DropIcons::picturePath(const QString& file) const
+{
+    return m_folders.pictures + u'/' + file + u".png"_s;
+}
+
+std::optional<QString> DropIcons::desktopPath(const QString& file) const
 {
     if (m_folders.desktop.isNull()) {
         return std::nullopt;
     }
-    QString file = IconName::fileName(name);
-    if (file.startsWith(u'.')) {
-        file[0] = u'_'; // A hidden file does not show on the desktop.
-    }
-    return m_folders.desktop + u'/' + file + launcherSuffix;
+    // A hidden file does not show on the desktop.
+    const QString shown = file.startsWith(u'.') ? u'_' + file.sliced(1) : file;
+    return m_folders.desktop + u'/' + shown + DesktopEntry::suffix;
 }
 
-QByteArray DropIcons::launcher(const QString& name) const
+/// Launchers and entries in the menus of file managers.
+QList<DropIcons::Part> DropIcons::entriesOf(const Wish& wish) const
 {
-    // There is no MimeType, as in the product's own launcher: opening a file must never upload it.
-    const QString text = u"[Desktop Entry]\n"
-                         "Type=Application\n"
-                         "Version=1.4\n"
-                         "Name=%1\n"
-                         "Comment=Put files into this folder of your FTP server\n"
-                         "TryExec=%2\n"
-                         "Exec=%3\n"
-                         "Icon=io.github.quillbox.Quillbox\n"
-                         "Terminal=false\n"
-                         "Categories=Network;FileTransfer;Qt;\n"
-                         "StartupNotify=false\n"
-                         "%4%5=%6\n"_s;
-    // All at once: a name may hold what looks like a place for another one.
-    return text
-        .arg(asValue(name), asValue(linkPath(name)), commandLine(linkPath(name)), windowsLine(IconName::fileName(name)),
-             ownMark, asValue(IconName::fileName(name)))
-        .toUtf8();
+    const QString file = IconName::fileName(wish.name);
+    const Icon icon{ .name = wish.name, .sort = wish.sort, .path = linkPath(file, wish.sort) };
+    const IconFiles::Content content{ .name = wish.name,
+                                      .fileName = file,
+                                      .command = command(icon),
+                                      .image
+                                      = wish.picture.isOwn() ? picturePath(file) : ProgramIdentity::productIconName(),
+                                      .picture = wish.picture,
+                                      .hasOwnServer = wish.sort == IconSort::OwnServer };
+    const QString entry = u'/' + busName(file) + DesktopEntry::suffix;
+    const QByteArray launcher = IconFiles::launcher(content);
+    QList<Part> parts{
+        { Part::Kind::Entry, launcherPath(file), launcher, IconFiles::readable },
+        { Part::Kind::Entry, m_folders.sendTo + entry, IconFiles::sendTo(content), IconFiles::readable },
+        { Part::Kind::Entry, m_folders.serviceMenus + entry, IconFiles::serviceMenu(content), IconFiles::executable },
+    };
+    const std::optional<QString> desktop = desktopPath(file);
+    if (wish.onDesktop && desktop) {
+        parts.append({ Part::Kind::Entry, *desktop, launcher, IconFiles::executable });
+    }
+    return parts;
+}
+
+QList<DropIcons::Part> DropIcons::partsOf(const Wish& wish) const
+{
+    const QString file = IconName::fileName(wish.name);
+    QList<Part> parts;
+    if (wish.sort == IconSort::OwnServer && wish.server) {
+        parts.append({ Part::Kind::Settings, IconSettings::filePath(file), QJsonDocument(*wish.server).toJson(),
+                       FileChanges::ownersAlone });
+    }
+    parts.append({ Part::Kind::Link, linkPath(file, wish.sort) });
+    if (wish.picture.isOwn()) {
+        parts.append({ Part::Kind::Picture, picturePath(file), png(wish.picture), IconFiles::readable });
+    }
+    return parts + entriesOf(wish);
+}
+
+/// What there is of @p icon, in the order in which it is removed where another takes its place.
+QStringList DropIcons::pathsOf(const Icon& icon) const
+{
+    const QString file = IconName::fileName(icon.name);
+    QStringList paths;
+    for (const Part& part : entriesOf({ .name = icon.name, .sort = icon.sort, .onDesktop = true })) {
+        if (DesktopEntry::isOurs(part.path, file)) {
+            paths.append(part.path);
+        }
+    }
+    return paths + QStringList{ picturePath(file), icon.path } + settingsFilesOf(file);
 }

@@ -1,7 +1,8 @@
 #include "DropIconsWindow.h"
 
+#include "DateText.h"
 #include "FocusKeeping.h"
-#include "IconName.h"
+#include "IconDestination.h"
 #include "IconText.h"
 #include "LabelAlignment.h"
 #include "PlainToolTip.h"
@@ -18,14 +19,24 @@
 #include <QShowEvent>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int rowHeight = 28;
-const QString emptyText = u"No copies yet"_s;
+constexpr int rowHeight = 32;
+constexpr int lastUploadColumn = 2;
+const QString emptyText = u"No drop icons yet"_s;
+
+QString destinationText(const QString& destination, IconSort sort)
+{
+    if (!destination.isNull()) {
+        return destination;
+    }
+    return sort == IconSort::OwnServer ? u"Nowhere: its settings name no server"_s : u"Nowhere: no server yet"_s;
+}
 
 } // namespace
 
@@ -36,14 +47,18 @@ DropIconsWindow::DropIconsWindow(DropIcons icons, Application application)
 {
     m_ui->setupUi(this);
     keepButtonsWhole(*this);
-    m_ui->onDesktopCheckBox->setVisible(m_icons.hasDesktop());
-    m_model.setHorizontalHeaderLabels({ u"Name"_s, u"Location"_s });
-    m_ui->iconsTable->setModel(&m_model);
-    m_ui->iconsTable->verticalHeader()->setDefaultSectionSize(rowHeight);
-    m_ui->iconsTable->horizontalHeader()->resizeSection(0, columnWidthFor(*m_ui->iconsTable, QString(20, u'x')));
-    m_ui->iconsTable->horizontalHeader()->setStretchLastSection(true);
-    m_ui->iconsTable->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    m_ui->iconsTable->setEmptyText(emptyText);
+    m_model.setHorizontalHeaderLabels({ u"Name"_s, u"Destination"_s, u"Last Upload"_s });
+    TextTable& table = *m_ui->iconsTable;
+    table.setModel(&m_model);
+    table.verticalHeader()->setDefaultSectionSize(rowHeight);
+    QHeaderView& header = *table.horizontalHeader();
+    header.setStretchLastSection(false);
+    header.resizeSection(0, columnWidthFor(table, QString(16, u'x')));
+    header.setSectionResizeMode(1, QHeaderView::Stretch);
+    header.resizeSection(lastUploadColumn,
+                         columnWidthFor(table, shortDateShortTimeText(QDateTime({ 2028, 10, 28 }, { 20, 58 }))));
+    header.setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    table.setEmptyText(emptyText);
     connectActions();
     keepWithinScreen(*this);
     alignLabelsToDirection(*this);
@@ -53,8 +68,9 @@ DropIconsWindow::~DropIconsWindow() = default;
 
 void DropIconsWindow::connectActions()
 {
-    connect(m_ui->nameTextField, &QLineEdit::textChanged, this, &DropIconsWindow::explain);
-    connect(m_ui->makeIconButton, &QPushButton::clicked, this, &DropIconsWindow::make);
+    connect(m_ui->newIconButton, &QPushButton::clicked, this, [this] { showForm(std::nullopt); });
+    connect(m_ui->editIconButton, &QPushButton::clicked, this, &DropIconsWindow::edit);
+    connect(m_ui->editIconAction, &QAction::triggered, this, &DropIconsWindow::edit);
     connect(m_ui->startIconButton, &QPushButton::clicked, this, &DropIconsWindow::start);
     connect(m_ui->startIconAction, &QAction::triggered, this, &DropIconsWindow::start);
     connect(m_ui->iconsTable, &QAbstractItemView::doubleClicked, this, &DropIconsWindow::start);
@@ -65,16 +81,14 @@ void DropIconsWindow::connectActions()
         m_ui->listMessageLabel->clear();
         showWhatCanBeDone();
     });
-    m_ui->iconsTable->addActions({ m_ui->startIconAction, m_ui->removeIconAction });
+    m_ui->iconsTable->addActions({ m_ui->startIconAction, m_ui->editIconAction, m_ui->removeIconAction });
     connect(new QShortcut(QKeySequence(u"Ctrl+W"_s), this), &QShortcut::activated, this, &QWidget::close);
 }
 
 bool DropIconsWindow::event(QEvent* event)
 {
     if (event->type() == QEvent::WindowActivate) {
-        // Another window, or another program, may have changed icons and settings.
-        reload();
-        showDestination();
+        reload(); // Another window, or another program, may have changed icons and settings.
     }
     return QDialog::event(event);
 }
@@ -83,56 +97,63 @@ void DropIconsWindow::showEvent(QShowEvent* event)
 {
     QDialog::showEvent(event);
     if (!event->spontaneous()) {
-        m_ui->nameTextField->clear();
-        m_ui->nameTextField->setFocus();
-        m_ui->onDesktopCheckBox->setChecked(false);
+        m_icons.makeMissingEntries();
         m_ui->iconsTable->clearSelection();
         m_ui->listMessageLabel->clear();
+        m_ui->iconsTable->setFocus();
         reload();
-        explain();
     }
 }
 
-void DropIconsWindow::make()
+void DropIconsWindow::showForm(const std::optional<DropIcons::Icon>& icon)
 {
-    const QString name = m_ui->nameTextField->text();
-    const bool onDesktop = m_ui->onDesktopCheckBox->isChecked();
-    const DropIcons::Outcome outcome = m_icons.make(name, onDesktop);
-    reload();
-    if (outcome == DropIcons::Outcome::Made) {
-        m_ui->nameTextField->clear();
+    auto* const form = new DropIconForm(m_icons, m_application.forms, icon, this);
+    form->setAttribute(Qt::WA_DeleteOnClose);
+    connect(form, &DropIconForm::stored, this, [this](const QString& name, bool isNew, bool onDesktop) {
+        reload();
         select(rowOf(name));
+        m_ui->listMessageLabel->setText(isNew ? IconText::made(onDesktop) : QString());
+    });
+    form->show();
+}
+
+void DropIconsWindow::edit()
+{
+    if (const std::optional<DropIcons::Icon> icon = selectedIcon()) {
+        showForm(icon);
     }
-    m_ui->nameTextField->setFocus();
-    m_ui->explanationLabel->setText(IconText::outcome(outcome, onDesktop, rowOf(name) >= 0));
 }
 
 void DropIconsWindow::start()
 {
-    const DropIcons::Icon icon = m_listed.value(selectedRow());
-    const bool isStarted = icon.path.isNull() || m_application.start(icon.path);
-    m_ui->listMessageLabel->setText(isStarted ? QString() : IconText::notStarted(icon.name));
+    if (const std::optional<DropIcons::Icon> icon = selectedIcon()) {
+        const bool isStarted = m_application.start(DropIcons::command(*icon));
+        m_ui->listMessageLabel->setText(isStarted ? QString() : IconText::notStarted(icon->name));
+    }
 }
 
 void DropIconsWindow::askWhetherToRemove()
 {
-    const QString name = m_listed.value(selectedRow()).name;
-    if (!name.isNull()) {
-        SheetQueue::of(*this).raise({ .title = u"Remove Copy"_s,
-                                      .text = IconText::removalQuestion(name),
+    const std::optional<DropIcons::Icon> icon = selectedIcon();
+    if (!icon) {
+        return;
+    }
+    m_application.forms.askWhetherRuns(IconName::fileName(icon->name), this, [this, icon](bool isRunning) {
+        SheetQueue::of(*this).raise({ .title = u"Remove Drop Icon"_s,
+                                      .text = IconText::removalQuestion(*icon, isRunning),
                                       .defaultButton = u"Cancel"_s,
                                       .alternateButton = u"Remove"_s,
-                                      .onAlternate = [this, name] { remove(name); } });
-    }
+                                      .onAlternate = [this, icon] { remove(*icon); } });
+    });
 }
 
-void DropIconsWindow::remove(const QString& name)
+void DropIconsWindow::remove(const DropIcons::Icon& icon)
 {
-    const qsizetype row = rowOf(name);
-    m_icons.remove(name);
+    const qsizetype row = rowOf(icon.name);
+    m_icons.remove(icon.name);
     reload();
-    if (rowOf(name) >= 0) {
-        m_ui->listMessageLabel->setText(IconText::notRemoved(name));
+    if (rowOf(icon.name) >= 0) {
+        m_ui->listMessageLabel->setText(IconText::notRemoved(icon.name));
     } else {
         select(std::min(row, m_listed.size() - 1));
     }
@@ -140,54 +161,72 @@ void DropIconsWindow::remove(const QString& name)
 
 void DropIconsWindow::reload()
 {
-    const QList<DropIcons::Icon> icons = m_icons.icons();
-    if (icons == m_listed) {
+    m_application.askForLastUploads(this, [this](const LastUploads& known) {
+        m_hasAskedForUploads = true;
+        m_lastUploads = known;
+        showLastUploads();
+    });
+    QList<Row> rows;
+    for (const DropIcons::Icon& icon : m_icons.icons()) {
+        rows.append({ .icon = icon, .destination = destinationOf(icon) });
+    }
+    if (rows == m_listed) {
         return;
     }
-    const QString selected = m_listed.value(selectedRow()).name;
-    m_listed = icons;
+    const std::optional<DropIcons::Icon> selected = selectedIcon();
+    m_listed = rows;
     m_model.setRowCount(0);
-    for (const DropIcons::Icon& icon : icons) {
-        QList<QStandardItem*> row; // The model takes them over.
-        for (const QString& text : { icon.name, IconText::location(icon.path) }) {
-            row.append(new QStandardItem(visibleText(text)));
-            row.last()->setToolTip(plainToolTip(row.last()->text()));
+    const double ratio = devicePixelRatioF();
+    const int edge = static_cast<int>(std::lround(m_ui->iconsTable->iconSize().width() * ratio));
+    for (const auto& [icon, destination] : m_listed) {
+        QList<QStandardItem*> items; // The model takes them over.
+        for (const QString& text : { icon.name, destinationText(destination, icon.sort), QString() }) {
+            items.append(new QStandardItem(visibleText(text)));
+            items.last()->setToolTip(plainToolTip(items.last()->text()));
         }
-        m_model.appendRow(row);
+        QPixmap picture = QPixmap::fromImage(drawn(icon.picture, edge));
+        picture.setDevicePixelRatio(ratio);
+        QIcon shown(picture);
+        shown.addPixmap(picture, QIcon::Selected); // With its colours, also in the selected row.
+        items.first()->setIcon(shown);
+        m_model.appendRow(items);
     }
-    m_ui->iconsTable->setEmptyText(icons.isEmpty() ? emptyText : QString());
-    select(rowOf(selected));
+    showLastUploads();
+    m_ui->iconsTable->setEmptyText(m_listed.isEmpty() ? emptyText : QString());
+    select(selected ? rowOf(selected->name) : -1);
     showWhatCanBeDone();
 }
 
-void DropIconsWindow::explain()
+void DropIconsWindow::showLastUploads()
 {
-    const QString name = m_ui->nameTextField->text();
-    m_ui->explanationLabel->setText(IconText::explanation(name));
-    showDestination();
-    m_ui->makeIconButton->setEnabled(IconName::canBeMade(IconName::judge(name)));
+    for (int row = 0; row < m_model.rowCount(); ++row) {
+        m_model.item(row, lastUploadColumn)->setText(lastUploadText(m_listed[row].icon.name));
+    }
 }
 
-void DropIconsWindow::showDestination()
+QString DropIconsWindow::lastUploadText(const QString& name) const
 {
-    const QString name = m_ui->nameTextField->text();
-    const bool canBeMade = IconName::canBeMade(IconName::judge(name));
-    m_ui->destinationLabel->setVisible(canBeMade);
-    if (!canBeMade) {
-        return;
+    if (!m_hasAskedForUploads) {
+        return {};
     }
-    const QString destination = m_application.destinationFor(IconName::fileName(name));
-    m_ui->destinationLabel->setText(destination.isNull() ? u"No server yet: enter one in the preferences"_s
-                                                         : u"Files go to %1"_s.arg(destination));
+    const QString fileName = IconName::fileName(name);
+    if (!m_lastUploads) {
+        return u"Not known"_s; // The history cannot be read.
+    }
+    return m_lastUploads->contains(fileName)
+        ? shortDateShortTimeText(QDateTime::fromMSecsSinceEpoch(m_lastUploads->value(fileName)))
+        : u"None known"_s;
 }
 
 void DropIconsWindow::showWhatCanBeDone()
 {
     const bool isSelected = selectedRow() >= 0;
-    setEnabledKeepingFocus(*m_ui->startIconButton, isSelected, *m_ui->iconsTable);
-    setEnabledKeepingFocus(*m_ui->removeIconButton, isSelected, *m_ui->iconsTable);
-    m_ui->startIconAction->setEnabled(isSelected);
-    m_ui->removeIconAction->setEnabled(isSelected);
+    for (QPushButton* button : { m_ui->editIconButton, m_ui->startIconButton, m_ui->removeIconButton }) {
+        setEnabledKeepingFocus(*button, isSelected, *m_ui->iconsTable);
+    }
+    for (QAction* action : { m_ui->editIconAction, m_ui->startIconAction, m_ui->removeIconAction }) {
+        action->setEnabled(isSelected);
+    }
 }
 
 void DropIconsWindow::select(qsizetype row)
@@ -199,7 +238,7 @@ void DropIconsWindow::select(qsizetype row)
 
 qsizetype DropIconsWindow::rowOf(const QString& name) const
 {
-    const auto found = std::ranges::find(m_listed, name, &DropIcons::Icon::name);
+    const auto found = std::ranges::find(m_listed, name, [](const Row& row) { return row.icon.name; });
     return found == m_listed.cend() ? -1 : found - m_listed.cbegin();
 }
 
@@ -207,4 +246,10 @@ int DropIconsWindow::selectedRow() const
 {
     const QModelIndexList rows = m_ui->iconsTable->selectionModel()->selectedRows();
     return rows.isEmpty() ? -1 : rows.first().row();
+}
+
+std::optional<DropIcons::Icon> DropIconsWindow::selectedIcon() const
+{
+    const int row = selectedRow();
+    return row < 0 ? std::nullopt : std::optional(m_listed[row].icon);
 }

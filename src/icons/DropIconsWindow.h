@@ -1,32 +1,39 @@
 #pragma once
 
+#include "DropIconForm.h"
 #include "DropIcons.h"
 
 #include <QDialog>
+#include <QHash>
 #include <QList>
 #include <QStandardItemModel>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace Ui {
 class DropIconsWindow;
 } // namespace Ui
 
-/// The window in which drop icons are made, and are listed, started and removed. What a
-/// name leads to is said while it is typed, and what has come of making an icon in the same place. The list is read
-/// again whenever the window becomes the active one. It holds nothing else up. Belongs to the main thread.
+/// The window that lists the drop icons, each with its destination and its last upload, and from which they are made,
+/// changed, started and removed. The list is read again whenever the window becomes the active one. It holds nothing
+/// else up. Belongs to the main thread.
 class DropIconsWindow final : public QDialog {
     Q_OBJECT
 
 public:
+    /// When the newest file of each icon was confirmed, by the program's file name; std::nullopt: not known.
+    using LastUploads = std::optional<QHash<QString, qint64>>;
+
     /// What the window asks of the application.
     struct Application {
-        /// Where a program whose file has that name uploads to; null: nowhere.
-        std::function<QString(const QString& fileName)> destinationFor;
-        /// Starts the program at @p path; false when it cannot be started.
-        std::function<bool(const QString& path)> start;
+        DropIconForm::Application forms;
+        /// Starts a program with those words; false when it cannot be started.
+        std::function<bool(const QStringList& words)> start;
+        std::function<void(QObject* context, std::function<void(const LastUploads&)> answer)> askForLastUploads;
     };
 
     DropIconsWindow(DropIcons icons, Application application);
@@ -37,24 +44,36 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    /// A line of the list.
+    struct Row {
+        DropIcons::Icon icon;
+        QString destination; ///< Null: none.
+
+        bool operator==(const Row&) const = default;
+    };
+
     void connectActions();
-    void make();
+    void showForm(const std::optional<DropIcons::Icon>& icon);
+    void edit();
     void start();
     void askWhetherToRemove();
-    void remove(const QString& name);
+    void remove(const DropIcons::Icon& icon);
     void reload();
-    void explain();
-    void showDestination();
+    void showLastUploads();
+    QString lastUploadText(const QString& name) const;
     void showWhatCanBeDone();
     void select(qsizetype row);
     /// Where the icon @p name stands in the list; -1 when it is not there.
     qsizetype rowOf(const QString& name) const;
     /// Of the selected icon; -1 when none is.
     int selectedRow() const;
+    std::optional<DropIcons::Icon> selectedIcon() const;
 
     DropIcons m_icons;
     Application m_application;
     std::unique_ptr<Ui::DropIconsWindow> m_ui;
     QStandardItemModel m_model; ///< What the table shows of m_listed.
-    QList<DropIcons::Icon> m_listed;
+    QList<Row> m_listed;
+    LastUploads m_lastUploads;
+    bool m_hasAskedForUploads = false; ///< And was answered.
 };

@@ -1,5 +1,7 @@
 #include "IconName.h"
 
+#include "IconSettings.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -8,8 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestFileName = 255; ///< Bytes that a file system takes.
-constexpr qsizetype longestSuffix = 8; ///< What a launcher's name adds: ".desktop".
+constexpr qsizetype longestFileName = 255 - 8; ///< Bytes that a file system takes, less what a launcher's name adds.
 
 bool isFolderName(const QString& level)
 {
@@ -18,20 +19,22 @@ bool isFolderName(const QString& level)
 
 } // namespace
 
-IconName::Verdict IconName::judge(const QString& name)
+IconName::Verdict IconName::judge(const QString& name, IconSort sort)
 {
     const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
     const QStringList levels = name.split(u'/');
-    if (name.contains(u':') || std::ranges::any_of(name, isControl) || !std::ranges::all_of(levels, isFolderName)) {
+    if (!name.isValidUtf16() || name.contains(u':') || std::ranges::any_of(name, isControl)
+        || !std::ranges::all_of(levels, isFolderName)) {
         return Verdict::Unsuitable;
     }
-    if (fileName(name).toUtf8().size() + longestSuffix > longestFileName) {
+    const bool hasOwnServer = sort == IconSort::OwnServer;
+    if (fileName(name).toUtf8().size() > (hasOwnServer ? IconSettings::longestFileName : longestFileName)) {
         return Verdict::TooLong;
     }
     if (name == u"Quillbox"_s) {
         return Verdict::ProductsName;
     }
-    return name.startsWith(u"Quillbox"_s) ? Verdict::NoFolderOfItsOwn : Verdict::Good;
+    return name.startsWith(u"Quillbox"_s) && !hasOwnServer ? Verdict::NoFolderOfItsOwn : Verdict::Good;
 }
 
 bool IconName::canBeMade(Verdict verdict)

@@ -2,6 +2,12 @@
 
 #include <QString>
 
+/// Where the files of a drop icon go.
+enum class IconSort {
+    SubFolder, ///< Into a sub-folder of the icon's name, on the main server.
+    OwnServer, ///< To a server of its own.
+};
+
 /// The names of drop icons. Pure.
 namespace IconName {
 
@@ -10,11 +16,13 @@ enum class Verdict {
     Good,
     NoFolderOfItsOwn, ///< Can be made, but uploads into the same folder as the product itself.
     ProductsName, ///< The product's own name.
-    Unsuitable, ///< Names no folder: empty, "." or "..", a "/" at an end or two in a row, ":" or a control character.
+    Unsuitable, ///< Names no folder: empty, "." or "..", a "/" at an end or two in a row, ":" or a control character,
+                ///< or no text.
     TooLong,
 };
 
-Verdict judge(const QString& name);
+/// Of a server of its own a name says nothing, so that each leads to a folder of its own.
+Verdict judge(const QString& name, IconSort sort = IconSort::SubFolder);
 
 /// Whether an icon of a name that was judged so is possible.
 bool canBeMade(Verdict verdict);

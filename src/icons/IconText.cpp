@@ -3,8 +3,6 @@
 #include "IconName.h"
 #include "VisibleText.h"
 
-#include <QDir>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -32,23 +30,29 @@ QString whyUnsuitable(const QString& name)
 
 namespace IconText {
 
-QString explanation(const QString& name)
+QString explanation(const QString& name, IconSort sort)
 {
-    if (name.isEmpty()) {
-        return u"A copy uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s;
-    }
     using enum IconName::Verdict;
-    switch (IconName::judge(name)) {
+    const bool hasOwnServer = sort == IconSort::OwnServer;
+    if (name.isEmpty()) {
+        return hasOwnServer
+            ? u"Files that are dropped on the icon go to this server, into the folder that is given below."_s
+            : u"The icon uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s;
+    }
+    switch (IconName::judge(name, sort)) {
     case Good:
+        if (hasOwnServer) {
+            return explanation(QString(), sort);
+        }
         return name.contains(u'/')
             ? u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level after "
               "the other."_s
             : u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it."_s;
     case NoFolderOfItsOwn:
-        return u"A name that begins with “Quillbox” adds no sub-folder: this copy would upload into the same folder as "
+        return u"A name that begins with “Quillbox” adds no sub-folder: this icon would upload into the same folder as "
                "Quillbox itself."_s;
     case ProductsName:
-        return u"“Quillbox” is the name of the program itself. A copy needs another one."_s;
+        return u"“Quillbox” is the name of the program itself. An icon needs another one."_s;
     case Unsuitable:
         return whyUnsuitable(name);
     case TooLong:
@@ -57,28 +61,59 @@ QString explanation(const QString& name)
     Q_UNREACHABLE();
 }
 
-QString outcome(DropIcons::Outcome outcome, bool onDesktop, bool isListed)
+QString destination(const QString& destination, IconSort sort)
+{
+    if (!destination.isNull()) {
+        return u"Files go to %1"_s.arg(destination);
+    }
+    return sort == IconSort::OwnServer ? u"No server yet: enter one below"_s
+                                       : u"No server yet: enter one in the preferences"_s;
+}
+
+QString made(bool onDesktop)
+{
+    return onDesktop ? u"It is on the desktop, in the applications menu and in those of file managers."_s
+                     : u"It is in the applications menu and in those of file managers."_s;
+}
+
+QString failure(DropIcons::Outcome outcome, bool isListed)
 {
     using enum DropIcons::Outcome;
     switch (outcome) {
     case Made:
-        return onDesktop ? u"The copy is in the applications menu and on the desktop. Files can be dropped on it."_s
-                         : u"The copy is in the applications menu. Files can be dropped on it."_s;
+        return {};
     case NameNotPossible:
-        return u"There can be no copy of that name."_s;
+        return u"There can be no icon of that name."_s;
     case AlreadyThere:
-        return isListed ? u"There is a copy of that name already."_s
-                        : u"Another file is where one of the copy’s files would be. Nothing has been changed."_s;
+        return isListed ? u"There is an icon of that name already."_s
+                        : u"Another file is where one of the icon’s files would be. Nothing has been changed."_s;
     case NotWritable:
-        return u"The copy could not be made, as its files could not be written. Nothing of it is left."_s;
+        return u"The icon’s files could not be written. Nothing has been changed."_s;
+    case Gone:
+        return u"Somebody else has removed the icon or given it another name meanwhile."_s;
     }
     Q_UNREACHABLE();
 }
 
-QString removalQuestion(const QString& name)
+QString running(const QString& name)
 {
-    return u"Are you sure you want to remove the copy “%1” from this computer?\n\nThe files that it has uploaded stay "
-           "on the server. A window of it that is open stays until it is closed."_s.arg(visibleText(name));
+    return u"“%1” is running: its name, and whether it has a server of its own, can be changed when its window is "
+           "closed."_s.arg(visibleText(name));
+}
+
+QString removalQuestion(const DropIcons::Icon& icon, bool isRunning)
+{
+    QString text = u"Are you sure you want to remove the drop icon “%1” from this computer?"_s;
+    const bool hasOwnServer = icon.sort == IconSort::OwnServer;
+    if (hasOwnServer) {
+        text += u" Its settings, with the login, are removed too."_s;
+    }
+    text += u"\n\nThe files that it has uploaded stay on the server."_s;
+    if (isRunning) {
+        text += hasOwnServer ? u" It is running: its window uploads nothing more from then on."_s
+                             : u" It is running: its window goes on until it is closed."_s;
+    }
+    return text.arg(visibleText(icon.name));
 }
 
 QString notRemoved(const QString& name)
@@ -89,12 +124,6 @@ QString notRemoved(const QString& name)
 QString notStarted(const QString& name)
 {
     return u"“%1” could not be started."_s.arg(visibleText(name));
-}
-
-QString location(const QString& path)
-{
-    const QString home = QDir::homePath() + u'/';
-    return path.startsWith(home) ? u"~/"_s + path.sliced(home.size()) : path;
 }
 
 } // namespace IconText

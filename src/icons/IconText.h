@@ -7,18 +7,24 @@
 /// What is said of drop icons: sentences for the person who makes them. Pure.
 namespace IconText {
 
-/// What an icon of that name would be, or why there can be none.
-QString explanation(const QString& name);
+/// What an icon of that name and sort would be, or why there can be none.
+QString explanation(const QString& name, IconSort sort);
 
-/// What has come of making an icon. @p isListed: there is an icon of that name.
-QString outcome(DropIcons::Outcome outcome, bool onDesktop, bool isListed);
+/// Where its files go; a null @p destination: nowhere.
+QString destination(const QString& destination, IconSort sort);
 
-/// The question before the icon @p name is removed.
-QString removalQuestion(const QString& name);
+/// Where it is to be found.
+QString made(bool onDesktop);
+
+/// Why an icon was not made or changed. @p isListed: there is another icon of that name.
+QString failure(DropIcons::Outcome outcome, bool isListed);
+
+/// Why the name and the sort of the icon @p name cannot be changed.
+QString running(const QString& name);
+
+/// The question before @p icon is removed.
+QString removalQuestion(const DropIcons::Icon& icon, bool isRunning);
 QString notRemoved(const QString& name);
 QString notStarted(const QString& name);
-
-/// @p path as people write it: with "~" for their home folder.
-QString location(const QString& path);
 
 } // namespace IconText

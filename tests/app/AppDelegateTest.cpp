@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "Beeps.h"
+#include "BusName.h"
 #include "Delays.h"
 #include "DestinationSettings.h"
 #include "DropIcons.h"
@@ -513,7 +514,7 @@ TEST_F(AppDelegateTest, WithNothingToLoseTheWindowCloses)
     EXPECT_TRUE(shownSheets().isEmpty());
 }
 
-TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo)
+TEST_F(AppDelegateTest, TheMenuOpensOneWindowForDropIconsWhichSaysWhereTheyUploadTo)
 {
     set(u"FTPFolder"_s, u"in"_s);
     launch();
@@ -524,6 +525,7 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo
     const DropIconsWindow* const window = m_delegate.dropIconsWindow();
     ASSERT_NE(window, nullptr);
     EXPECT_TRUE(window->isVisible());
+    window->findChild<QPushButton*>(u"newIconButton"_s)->click();
     auto* const name = window->findChild<QLineEdit*>(u"nameTextField"_s);
     auto* const destination = window->findChild<QLabel*>(u"destinationLabel"_s);
     name->setText(u"Photos/2024"_s);
@@ -542,18 +544,34 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForCopiesWhichSaysWhereTheyUploadTo
     EXPECT_EQ(destination->text(), u"Files go to ftp://host/in/"_s);
 }
 
-TEST_F(AppDelegateTest, ACopyMadeThereIsALinkToThisProgramsOwnFile)
+TEST_F(AppDelegateTest, AnIconMadeThereIsALinkToThisProgramsOwnFile)
 {
     launch();
     m_delegate.showDropIconsWindow();
-    m_delegate.dropIconsWindow()->findChild<QLineEdit*>(u"nameTextField"_s)->setText(u"Scans"_s);
+    const DropIconsWindow* const window = m_delegate.dropIconsWindow();
+    window->findChild<QPushButton*>(u"newIconButton"_s)->click();
+    window->findChild<QLineEdit*>(u"nameTextField"_s)->setText(u"Scans"_s);
 
-    m_delegate.dropIconsWindow()->findChild<QPushButton*>(u"makeIconButton"_s)->click();
+    window->findChild<QPushButton*>(u"saveIconButton"_s)->click();
 
     const DropIcons icons(QString(), DropIcons::Folders::standard());
     ASSERT_EQ(icons.icons().size(), 1);
     EXPECT_EQ(QFile::symLinkTarget(icons.icons().constFirst().path),
               QFileInfo(u"/proc/self/exe"_s).canonicalFilePath());
+    EXPECT_TRUE(icons.remove(u"Scans"_s));
+}
+
+TEST_F(AppDelegateTest, IconsOfEarlierVersionsGetTheEntriesOfFileManagersAfterTheStart)
+{
+    const DropIcons::Folders folders = DropIcons::Folders::standard();
+    const DropIcons icons(u"/nowhere"_s, folders);
+    ASSERT_EQ(icons.make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
+    const QString entry = folders.sendTo + u'/' + busName(u"Scans"_s) + u".desktop"_s;
+    ASSERT_TRUE(QFile::remove(entry));
+
+    launch();
+
+    EXPECT_TRUE(waitFor([&entry] { return QFile::exists(entry); }));
     EXPECT_TRUE(icons.remove(u"Scans"_s));
 }
 

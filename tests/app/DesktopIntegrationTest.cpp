@@ -297,7 +297,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithoutALauncherOfItsOwnBelongsToTheProducts
 TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderTheProductsIcon)
 {
     const DropIcons icons(u"/nowhere"_s, DropIcons::Folders::standard());
-    ASSERT_EQ(icons.make(u"Scans"_s, false), DropIcons::Outcome::Made);
+    ASSERT_EQ(icons.make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
     const auto remove = qScopeGuard([&icons] { EXPECT_TRUE(icons.remove(u"Scans"_s)); });
     integrate(u"Scans"_s);
 

@@ -38,13 +38,14 @@ protected:
     static Printed listing(const QStringList& names)
     {
         const QTemporaryDir folder;
+        const DropIcons::Folders folders = DropIcons::Folders::below(folder.path());
+        EXPECT_TRUE(QDir().mkpath(folders.links));
         for (const QString& name : names) {
-            EXPECT_TRUE(QFile::link(u"/nowhere"_s, folder.filePath(name)));
+            EXPECT_TRUE(QFile::link(u"/nowhere"_s, folders.links + u'/' + name));
         }
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();
-        IconCommands::list(
-            DropIcons(u"/nowhere"_s, { .links = folder.path(), .launchers = folder.path(), .desktop = {} }));
+        IconCommands::list(DropIcons(u"/nowhere"_s, folders));
         return { ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr() };
     }
     static void setServer(const QString& fileName, const QString& address)

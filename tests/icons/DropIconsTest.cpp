@@ -1,11 +1,13 @@
 #include "DropIcons.h"
 
 #include "BusName.h"
-#include "CheckRows.h"
 #include "IconName.h"
+#include "IconSettings.h"
+#include "TemporaryHome.h"
 #include "WaitFor.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -14,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <sys/fsuid.h>
 #include <sys/stat.h>
 
@@ -42,6 +45,11 @@ protected:
 
     QString path(const QString& name) const { return m_folder.path() + u'/' + name; }
     QString launcherPath(const QString& file) const { return path(u"applications/"_s) + busName(file) + u".desktop"_s; }
+    QString sendToPath(const QString& file) const { return path(u"Thunar/sendto/"_s) + busName(file) + u".desktop"_s; }
+    QString serviceMenuPath(const QString& file) const
+    {
+        return path(u"kio/servicemenus/"_s) + busName(file) + u".desktop"_s;
+    }
     QStringList files(const QString& folder) const
     {
         return QDir(path(folder)).entryList(QDir::Files | QDir::System | QDir::Hidden);
@@ -60,36 +68,73 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    /// What the program gets when the desktop's own library starts a launcher with a file.
-    QByteArray startedBy(const QString& launcher)
+    /// What the program gets when the desktop's own library starts each of @p launchers with a file.
+    QByteArrayList startedBy(const QStringList& launchers) const
     {
         static const QString script = u"import sys; from gi.repository import Gio\n"
-                                      "launcher = Gio.DesktopAppInfo.new_from_filename(sys.argv[1])\n"
-                                      "launcher.launch([Gio.File.new_for_path('/a b%')], None)"_s;
+                                      "for number, launcher in enumerate(sys.argv[2:]):\n"
+                                      "    context = Gio.AppLaunchContext()\n"
+                                      "    context.setenv('RESULT', sys.argv[1] + str(number))\n"
+                                      "    information = Gio.DesktopAppInfo.new_from_filename(launcher)\n"
+                                      "    information.launch([Gio.File.new_for_path('/a b%')], context)\n"_s;
+        const QTemporaryDir results;
         QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"RESULT"_s, path(u"result"_s));
-        process.setProcessEnvironment(environment);
-        QFile::remove(path(u"result"_s));
-        process.start(u"/usr/bin/python3"_s, { u"-c"_s, script, launcher });
+        process.start(u"/usr/bin/python3"_s, QStringList{ u"-c"_s, script, results.filePath(u"result"_s) } + launchers);
         EXPECT_TRUE(process.waitForFinished());
         EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-        EXPECT_TRUE(waitFor([this] { return QFile::exists(path(u"result"_s)); }));
-        return read(path(u"result"_s));
+        QByteArrayList got;
+        for (qsizetype number = 0; number < launchers.size(); ++number) {
+            const QString result = results.filePath(u"result%1"_s.arg(number));
+            EXPECT_TRUE(waitFor([&result] { return QFile::exists(result); }));
+            got.append(read(result));
+        }
+        return got;
     }
 
+    /// All that lies in the home folder and where icons put their files, each with its content.
+    QMap<QString, QByteArray> everything() const
+    {
+        QMap<QString, QByteArray> found;
+        for (const QString& folder : { m_folder.path(), m_home.path() }) {
+            QDirIterator files(folder, QDir::Files | QDir::System | QDir::Hidden, QDirIterator::Subdirectories);
+            while (files.hasNext()) {
+                const QString file = files.next();
+                const QFileInfo info(file);
+                found.insert(file, info.isSymLink() ? info.symLinkTarget().toUtf8() : read(file));
+            }
+        }
+        return found;
+    }
+    static DropIcons::Wish withServer(const QString& name)
+    {
+        return { .name = name, .sort = IconSort::OwnServer, .server = QJsonObject{ { u"Address"_s, u"other"_s } } };
+    }
+    static mode_t modeOf(const QString& path)
+    {
+        struct stat status { };
+        EXPECT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
+        return status.st_mode & 0777;
+    }
+    static QString settingsPath(const QString& name) { return IconSettings::filePath(IconName::fileName(name)); }
+
+    TemporaryHome m_home; ///< For the settings of icons.
     QTemporaryDir m_folder;
-    DropIcons m_icons{
-        path(u"program"_s),
-        { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) }
-    };
+    /// Folders like m_icons', but for those that @p change replaces.
+    DropIcons iconsWith(const std::function<void(DropIcons::Folders&)>& change) const
+    {
+        DropIcons::Folders folders = DropIcons::Folders::below(m_folder.path());
+        change(folders);
+        return DropIcons(path(u"program"_s), folders);
+    }
+
+    DropIcons m_icons{ path(u"program"_s), DropIcons::Folders::below(m_folder.path()) };
 };
 
 TEST_F(DropIconsTest, AnIconIsALinkOfItsNameAndALauncher)
 {
-    EXPECT_EQ(m_icons.make(u"Scans"_s, false), Outcome::Made);
+    EXPECT_EQ(m_icons.make({ .name = u"Scans"_s }), Outcome::Made);
 
-    EXPECT_EQ(QFile::symLinkTarget(path(u"copies/Scans"_s)), path(u"program"_s));
+    EXPECT_EQ(QFile::symLinkTarget(path(u"quillbox/copies/Scans"_s)), path(u"program"_s));
     EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nName=Scans\n"));
     EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nStartupWMClass=Scans\n"));
     EXPECT_TRUE(read(launcherPath(u"Scans"_s)).contains("\nCategories=Network;FileTransfer;Qt;\n"));
@@ -99,7 +144,7 @@ TEST_F(DropIconsTest, AnIconIsALinkOfItsNameAndALauncher)
 
 TEST_F(DropIconsTest, ALauncherOnTheDesktopMayBeExecuted)
 {
-    EXPECT_EQ(m_icons.make(u"A/B"_s, true), Outcome::Made);
+    EXPECT_EQ(m_icons.make({ .name = u"A/B"_s, .onDesktop = true }), Outcome::Made);
 
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"A:B.desktop"_s });
     EXPECT_TRUE(QFileInfo(path(u"Desktop/A:B.desktop"_s)).isExecutable());
@@ -109,10 +154,10 @@ TEST_F(DropIconsTest, ALauncherOnTheDesktopMayBeExecuted)
 
 TEST_F(DropIconsTest, ALauncherOnTheDesktopIsNoHiddenFile)
 {
-    EXPECT_EQ(m_icons.make(u".x"_s, true), Outcome::Made);
+    EXPECT_EQ(m_icons.make({ .name = u".x"_s, .onDesktop = true }), Outcome::Made);
 
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"_x.desktop"_s });
-    EXPECT_EQ(m_icons.make(u"_x"_s, true), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make({ .name = u"_x"_s, .onDesktop = true }), Outcome::AlreadyThere);
     ASSERT_EQ(m_icons.icons().size(), 1);
     EXPECT_TRUE(m_icons.icons().constFirst().isOnDesktop);
     EXPECT_TRUE(m_icons.remove(u".x"_s));
@@ -121,14 +166,14 @@ TEST_F(DropIconsTest, ALauncherOnTheDesktopIsNoHiddenFile)
 
 TEST_F(DropIconsTest, NoIconClaimsTheWindowsOfAllOthers)
 {
-    ASSERT_EQ(m_icons.make(u"quillbox"_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"quillbox"_s }), Outcome::Made);
 
     EXPECT_FALSE(read(launcherPath(u"quillbox"_s)).contains("StartupWMClass"));
 }
 
 TEST_F(DropIconsTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThem)
 {
-    ASSERT_EQ(m_icons.make(u" a "_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u" a "_s }), Outcome::Made);
 
     const QList<QByteArray> lines = read(launcherPath(u" a "_s)).split('\n');
     EXPECT_TRUE(lines.contains("Name=\\sa\\s"));
@@ -140,24 +185,27 @@ TEST_F(DropIconsTest, BlanksAtTheEndsOfANameAreWrittenSoThatNoReaderDropsThem)
 
 TEST_F(DropIconsTest, EveryLauncherIsValidAndStartsTheProgramUnderTheIconsName)
 {
+    QStringList launchers;
+    QByteArrayList expected;
     for (const QString& name : strangeNames) {
-        SCOPED_TRACE(name.toStdString());
-        ASSERT_EQ(m_icons.make(name, false), Outcome::Made);
+        ASSERT_EQ(m_icons.make({ .name = name }), Outcome::Made) << name.toStdString();
         const QString file = IconName::fileName(name);
-
-        const int validity = QProcess::execute(u"desktop-file-validate"_s, { launcherPath(file) });
-
-        EXPECT_EQ(validity, 0) << read(launcherPath(file)).toStdString();
-        EXPECT_EQ(startedBy(launcherPath(file)), file.toUtf8() + "\n/a b%\n");
+        for (const QString& launcher : { launcherPath(file), sendToPath(file) }) {
+            launchers.append(launcher);
+            expected.append(file.toUtf8() + "\n/a b%\n");
+        }
     }
+
+    EXPECT_EQ(QProcess::execute(u"desktop-file-validate"_s, launchers), 0);
+    EXPECT_EQ(startedBy(launchers), expected);
 }
 
 TEST_F(DropIconsTest, IconsAreListedByTheNamesThatWereGiven)
 {
     for (const QString& name : strangeNames) {
-        ASSERT_EQ(m_icons.make(name, false), Outcome::Made);
+        ASSERT_EQ(m_icons.make({ .name = name }), Outcome::Made);
     }
-    write(path(u"copies/not a link"_s), "");
+    write(path(u"quillbox/copies/not a link"_s), "");
 
     QStringList listed;
     for (const DropIcons::Icon& icon : m_icons.icons()) {
@@ -171,12 +219,12 @@ TEST_F(DropIconsTest, IconsAreListedByTheNamesThatWereGiven)
 
 TEST_F(DropIconsTest, RemovingLeavesNothingOfAnIconAndAllOfTheOthers)
 {
-    ASSERT_EQ(m_icons.make(u"a\"%/é"_s, true), Outcome::Made);
-    ASSERT_EQ(m_icons.make(u"other"_s, true), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"a\"%/é"_s, .onDesktop = true }), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"other"_s, .onDesktop = true }), Outcome::Made);
 
     EXPECT_TRUE(m_icons.remove(u"a\"%/é"_s));
 
-    EXPECT_EQ(files(u"copies"_s), QStringList{ u"other"_s });
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"other"_s });
     EXPECT_EQ(files(u"applications"_s).size(), 1);
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"other.desktop"_s });
     EXPECT_FALSE(m_icons.remove(u"a\"%/é"_s));
@@ -187,34 +235,34 @@ TEST_F(DropIconsTest, RemovingLeavesNothingOfAnIconAndAllOfTheOthers)
 TEST_F(DropIconsTest, WhatIsNotOursStaysAsItIs)
 {
     const QByteArray foreign = "[Desktop Entry]\nName=x\n";
-    write(path(u"copies/x"_s), foreign);
+    write(path(u"quillbox/copies/x"_s), foreign);
     write(launcherPath(u"y"_s), foreign);
     write(path(u"Desktop/z.desktop"_s), foreign);
     ASSERT_TRUE(QFile::link(path(u"nowhere"_s), path(u"Desktop/w.desktop"_s)));
 
     for (const QString& name : { u"x"_s, u"y"_s, u"z"_s, u"w"_s }) {
-        EXPECT_EQ(m_icons.make(name, true), Outcome::AlreadyThere) << name.toStdString();
+        EXPECT_EQ(m_icons.make({ .name = name, .onDesktop = true }), Outcome::AlreadyThere) << name.toStdString();
     }
     EXPECT_FALSE(m_icons.remove(u"x"_s));
-    EXPECT_EQ(m_icons.make(u"z"_s, false), Outcome::Made);
+    EXPECT_EQ(m_icons.make({ .name = u"z"_s }), Outcome::Made);
     EXPECT_TRUE(m_icons.remove(u"z"_s));
 
-    EXPECT_EQ(read(path(u"copies/x"_s)), foreign);
+    EXPECT_EQ(read(path(u"quillbox/copies/x"_s)), foreign);
     EXPECT_EQ(read(launcherPath(u"y"_s)), foreign);
     EXPECT_EQ(read(path(u"Desktop/z.desktop"_s)), foreign);
-    EXPECT_EQ(files(u"copies"_s), QStringList{ u"x"_s });
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"x"_s });
     EXPECT_EQ(files(u"applications"_s).size(), 1);
     EXPECT_FALSE(QFileInfo::exists(path(u"nowhere"_s)));
 }
 
 TEST_F(DropIconsTest, AnIconWhoseLinkWasRemovedByHandCanBeMadeAgain)
 {
-    ASSERT_EQ(m_icons.make(u"a"_s, true), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s, .onDesktop = true }), Outcome::Made);
     const QByteArray launcher = read(launcherPath(u"a"_s));
-    ASSERT_TRUE(QFile::remove(path(u"copies/a"_s)));
+    ASSERT_TRUE(QFile::remove(path(u"quillbox/copies/a"_s)));
     write(launcherPath(u"a"_s), launcher + "Comment[de]=old\n");
 
-    EXPECT_EQ(m_icons.make(u"a"_s, true), Outcome::Made);
+    EXPECT_EQ(m_icons.make({ .name = u"a"_s, .onDesktop = true }), Outcome::Made);
 
     EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
     EXPECT_EQ(read(path(u"Desktop/a.desktop"_s)), launcher);
@@ -224,24 +272,24 @@ TEST_F(DropIconsTest, AnIconWhoseLinkWasRemovedByHandCanBeMadeAgain)
 
 TEST_F(DropIconsTest, AnotherIconsLauncherStandsInTheWay)
 {
-    ASSERT_EQ(m_icons.make(u"a"_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
     const QByteArray launcher = read(launcherPath(u"a"_s));
     write(path(u"Desktop/b.desktop"_s), launcher);
     write(launcherPath(u"c"_s), launcher);
 
-    EXPECT_EQ(m_icons.make(u"b"_s, true), Outcome::AlreadyThere);
-    EXPECT_EQ(m_icons.make(u"c"_s, false), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make({ .name = u"b"_s, .onDesktop = true }), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make({ .name = u"c"_s }), Outcome::AlreadyThere);
 
-    EXPECT_EQ(files(u"copies"_s), QStringList{ u"a"_s });
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"a"_s });
     EXPECT_EQ(read(path(u"Desktop/b.desktop"_s)), launcher);
 }
 
 TEST_F(DropIconsTest, AnIconIsMadeOnce)
 {
-    EXPECT_EQ(m_icons.make(u"a"_s, false), Outcome::Made);
+    EXPECT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
     const QByteArray launcher = read(launcherPath(u"a"_s));
 
-    EXPECT_EQ(m_icons.make(u"a"_s, true), Outcome::AlreadyThere);
+    EXPECT_EQ(m_icons.make({ .name = u"a"_s, .onDesktop = true }), Outcome::AlreadyThere);
 
     EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
@@ -251,42 +299,38 @@ TEST_F(DropIconsTest, AnIconOfWhichAPartCannotBeMadeIsNotMade)
 {
     write(path(u"applications"_s), "no folder");
 
-    EXPECT_EQ(m_icons.make(u"a"_s, true), Outcome::NotWritable);
+    EXPECT_EQ(m_icons.make({ .name = u"a"_s, .onDesktop = true }), Outcome::NotWritable);
 
-    EXPECT_EQ(files(u"copies"_s), QStringList());
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList());
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
 TEST_F(DropIconsTest, WithoutALinkNothingOfAnIconIsMade)
 {
-    const DropIcons icons(
-        path(u"program"_s),
-        { .links = u"/proc/nowhere"_s, .launchers = path(u"applications"_s), .desktop = path(u"Desktop"_s) });
+    const DropIcons icons = iconsWith([](DropIcons::Folders& folders) { folders.links = u"/proc/nowhere"_s; });
 
-    EXPECT_EQ(icons.make(u"a"_s, true), Outcome::NotWritable);
+    EXPECT_EQ(icons.make({ .name = u"a"_s, .onDesktop = true }), Outcome::NotWritable);
 
     EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
 }
 
 TEST_F(DropIconsTest, AnIconThatCannotBePutOnTheDesktopIsNotMade)
 {
-    const DropIcons icons(
-        path(u"program"_s),
-        { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = u"/proc/nowhere"_s });
+    const DropIcons icons = iconsWith([](DropIcons::Folders& folders) { folders.desktop = u"/proc/nowhere"_s; });
 
-    EXPECT_EQ(icons.make(u"a"_s, true), Outcome::NotWritable);
+    EXPECT_EQ(icons.make({ .name = u"a"_s, .onDesktop = true }), Outcome::NotWritable);
 
-    EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
+    EXPECT_EQ(files(u"quillbox/copies"_s) + files(u"applications"_s), QStringList());
 }
 
 TEST_F(DropIconsTest, AnIconWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
 {
-    ASSERT_EQ(m_icons.make(u"a"_s, false), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
     const auto setMode = [this](const QString& name, mode_t mode) {
         ASSERT_EQ(::chmod(QFile::encodeName(path(name)).constData(), mode), 0);
     };
     setMode(QString(), 0755);
-    setMode(u"copies"_s, 0777);
+    setMode(u"quillbox/copies"_s, 0777);
     setMode(u"applications"_s, 0555);
     {
         // Root may remove anything: as far as files go, be somebody else.
@@ -299,16 +343,197 @@ TEST_F(DropIconsTest, AnIconWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
     setMode(u"applications"_s, 0755);
 
     EXPECT_TRUE(m_icons.remove(u"a"_s));
-    EXPECT_EQ(files(u"copies"_s) + files(u"applications"_s), QStringList());
+    EXPECT_EQ(files(u"quillbox/copies"_s) + files(u"applications"_s), QStringList());
+}
+
+TEST_F(DropIconsTest, AnEntryOfAFileManagerUploadsToTheIconAndIsExecutableWhereThatCounts)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"A/B"_s }), Outcome::Made);
+
+    EXPECT_TRUE(read(sendToPath(u"A:B"_s)).contains("\nName=Upload to A/B\n"));
+    const QByteArray menu = read(serviceMenuPath(u"A:B"_s));
+    EXPECT_TRUE(menu.contains("\nActions=upload;\n"));
+    EXPECT_TRUE(menu.contains("\n[Desktop Action upload]\nName=Upload to A/B\n"));
+    EXPECT_TRUE(QFileInfo(serviceMenuPath(u"A:B"_s)).isExecutable());
+}
+
+TEST_F(DropIconsTest, EntriesOfFileManagersThatAreMissingAreMadeAndNothingElse)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+    ASSERT_EQ(m_icons.make(withServer(u"b"_s)), Outcome::Made);
+    const QMap<QString, QByteArray> before = everything();
+    for (const QString& path : { sendToPath(u"a"_s), serviceMenuPath(u"b"_s), launcherPath(u"b"_s) }) {
+        ASSERT_TRUE(QFile::remove(path));
+    }
+    write(serviceMenuPath(u"a"_s), "of somebody else");
+    QMap<QString, QByteArray> expected = before;
+    expected.remove(launcherPath(u"b"_s));
+    expected[serviceMenuPath(u"a"_s)] = "of somebody else";
+
+    m_icons.makeMissingEntries();
+
+    EXPECT_EQ(everything(), expected);
+    EXPECT_TRUE(QFileInfo(serviceMenuPath(u"b"_s)).isExecutable());
+}
+
+TEST_F(DropIconsTest, AnIconWithAServerOfItsOwnHasItsSettingsForTheUserAloneAndNamesThemWhenItIsStarted)
+{
+    QStringList launchers;
+    QByteArrayList expected;
+    for (const QString& name : strangeNames) {
+        SCOPED_TRACE(name.toStdString());
+        ASSERT_EQ(m_icons.make(withServer(name)), Outcome::Made);
+        const QString file = IconName::fileName(name);
+        for (const QString& launcher : { launcherPath(file), sendToPath(file) }) {
+            launchers.append(launcher);
+            expected.append(file.toUtf8() + "\n--settings\n" + settingsPath(name).toUtf8() + "\n/a b%\n");
+        }
+        EXPECT_EQ(QFile::symLinkTarget(path(u"quillbox/icons/"_s) + file), path(u"program"_s));
+        EXPECT_TRUE(read(settingsPath(name)).contains("\"other\""));
+        EXPECT_EQ(modeOf(settingsPath(name)), 0600U);
+    }
+
+    EXPECT_EQ(modeOf(QFileInfo(settingsPath(u"Scans"_s)).path()), 0700U);
+    EXPECT_EQ(QProcess::execute(u"desktop-file-validate"_s, launchers), 0);
+    EXPECT_EQ(startedBy(launchers), expected);
+    EXPECT_EQ(m_icons.icons().size(), strangeNames.size());
+    EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
+    for (const QString& name : strangeNames) {
+        EXPECT_TRUE(m_icons.remove(name));
+    }
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, ARenamedIconMovesWithAllThatItHas)
+{
+    for (const IconSort sort : { IconSort::SubFolder, IconSort::OwnServer }) {
+        DropIcons::Wish wish{ .name = u"old"_s, .sort = sort, .onDesktop = true, .picture = { u"#c01c28"_s, u"ab"_s } };
+        DropIcons::Wish renamed = wish;
+        renamed.name = u"new"_s;
+        wish.server = renamed.server = QJsonObject{ { u"Address"_s, u"other"_s } };
+        ASSERT_EQ(m_icons.make(renamed), Outcome::Made);
+        const QMap<QString, QByteArray> expected = everything();
+        ASSERT_TRUE(m_icons.remove(u"new"_s));
+        ASSERT_EQ(m_icons.make(wish), Outcome::Made);
+        renamed.server.reset();
+
+        EXPECT_EQ(m_icons.change(u"old"_s, renamed), Outcome::Made);
+
+        EXPECT_EQ(everything(), expected);
+        EXPECT_TRUE(m_icons.remove(u"new"_s));
+    }
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, AnIconOfOneSortBecomesOneOfTheOther)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+    const QMap<QString, QByteArray> inSubFolder = everything();
+
+    EXPECT_EQ(m_icons.change(u"a"_s, withServer(u"a"_s)), Outcome::Made);
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList());
+    EXPECT_EQ(files(u"quillbox/icons"_s), QStringList{ u"a"_s });
+    EXPECT_TRUE(read(launcherPath(u"a"_s)).contains("--settings"));
+    EXPECT_TRUE(QFile::exists(settingsPath(u"a"_s)));
+    write(settingsPath(u"a"_s) + u".bak"_s, "{}");
+
+    EXPECT_EQ(m_icons.change(u"a"_s, { .name = u"a"_s }), Outcome::Made);
+    EXPECT_EQ(everything(), inSubFolder);
+}
+
+TEST_F(DropIconsTest, AChangeThatCannotBeMadeWhollyChangesNothing)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"old"_s)), Outcome::Made);
+    ASSERT_EQ(m_icons.make({ .name = u"other"_s }), Outcome::Made);
+    const QMap<QString, QByteArray> before = everything();
+    DropIcons::Wish wish{ .name = u"new"_s, .sort = IconSort::OwnServer, .onDesktop = true };
+    const auto changed = [this, &wish](const std::function<void(DropIcons::Folders&)>& change) {
+        return iconsWith(change).change(u"old"_s, wish);
+    };
+
+    EXPECT_EQ(changed([](auto& folders) { folders.desktop = u"/proc/nowhere"_s; }), Outcome::NotWritable);
+    wish.picture.letters = u"a"_s;
+    EXPECT_EQ(changed([](auto& folders) { folders.pictures = u"/proc/nowhere"_s; }), Outcome::NotWritable);
+    wish.name = u"other"_s;
+    EXPECT_EQ(m_icons.change(u"old"_s, wish), Outcome::AlreadyThere);
+    wish.name = u"a:b"_s;
+    EXPECT_EQ(m_icons.change(u"old"_s, wish), Outcome::NameNotPossible);
+    EXPECT_EQ(m_icons.change(u"nothing"_s, { .name = u"new"_s }), Outcome::Gone);
+
+    EXPECT_EQ(everything(), before);
+}
+
+TEST_F(DropIconsTest, AServerIsChangedInPlace)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    DropIcons::Wish wish = withServer(u"a"_s);
+    wish.server->insert(u"Address"_s, u"third"_s);
+
+    EXPECT_EQ(m_icons.change(u"a"_s, wish), Outcome::Made);
+
+    EXPECT_TRUE(read(settingsPath(u"a"_s)).contains("\"third\""));
+    EXPECT_EQ(files(u"quillbox/icons"_s), QStringList{ u"a"_s });
+}
+
+TEST_F(DropIconsTest, SettingsThatWereLeftBehindGiveNoIconAServer)
+{
+    write(settingsPath(u"a"_s), "{\"Address\": \"old\"}");
+
+    EXPECT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+
+    EXPECT_FALSE(QFile::exists(settingsPath(u"a"_s)));
+    EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::SubFolder);
+}
+
+TEST_F(DropIconsTest, AnIconWhoseSettingsAreGoneStillHasAServerOfItsOwn)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    ASSERT_TRUE(QFile::remove(settingsPath(u"a"_s)));
+
+    ASSERT_EQ(m_icons.icons().size(), 1);
+    EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
+    EXPECT_EQ(m_icons.change(u"a"_s, { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
+    EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
+    EXPECT_TRUE(m_icons.remove(u"b"_s));
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, NamesThatDifferByCaseAreTwoIcons)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"scans"_s, .onDesktop = true }), Outcome::Made);
+    ASSERT_EQ(m_icons.make(withServer(u"Scans"_s)), Outcome::Made);
+
+    EXPECT_EQ(m_icons.icons().size(), 2);
+    EXPECT_EQ(m_icons.change(u"scans"_s, { .name = u"SCANS"_s, .onDesktop = true }), Outcome::Made);
+    EXPECT_TRUE(m_icons.remove(u"Scans"_s));
+
+    ASSERT_EQ(m_icons.icons().size(), 1);
+    EXPECT_EQ(m_icons.icons().constFirst().name, u"SCANS"_s);
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"SCANS.desktop"_s });
+}
+
+TEST_F(DropIconsTest, TheLauncherTellsThePictureAndShowsIt)
+{
+    const IconPicture picture{ .colour = u"#1c71d8"_s, .letters = u"\\é"_s };
+    ASSERT_EQ(m_icons.make({ .name = u"a%b"_s, .picture = picture }), Outcome::Made);
+
+    EXPECT_EQ(m_icons.icons().constFirst().picture, picture);
+    const QString image = path(u"quillbox/pictures/a%b.png"_s);
+    EXPECT_TRUE(read(launcherPath(u"a%b"_s)).contains("\nIcon=" + image.toUtf8() + '\n'));
+    EXPECT_EQ(QImage(image).size(), QSize(256, 256));
+
+    EXPECT_EQ(m_icons.change(u"a%b"_s, { .name = u"a%b"_s }), Outcome::Made);
+    EXPECT_EQ(m_icons.icons().constFirst().picture, IconPicture());
+    EXPECT_FALSE(QFile::exists(image));
 }
 
 TEST_F(DropIconsTest, ANameThatIsNotPossibleMakesNothing)
 {
     for (const QString& name : { u""_s, u"a/../b"_s, u"Quillbox"_s, QString(248, u'x') }) {
-        EXPECT_EQ(m_icons.make(name, true), Outcome::NameNotPossible) << name.toStdString();
+        EXPECT_EQ(m_icons.make({ .name = name, .onDesktop = true }), Outcome::NameNotPossible) << name.toStdString();
     }
-    EXPECT_EQ(files(u"copies"_s), QStringList());
-    EXPECT_EQ(m_icons.make(QString(247, u'x'), true), Outcome::Made);
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList());
+    EXPECT_EQ(m_icons.make({ .name = QString(247, u'x'), .onDesktop = true }), Outcome::Made);
 }
 
 } // namespace

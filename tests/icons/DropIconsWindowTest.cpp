@@ -1,19 +1,26 @@
 #include "DropIconsWindow.h"
 
 #include "CheckRows.h"
+#include "DateText.h"
 #include "ElidedLabel.h"
+#include "IconSettings.h"
 #include "IconText.h"
+#include "SettingNames.h"
 #include "Sheets.h"
+#include "TemporaryHome.h"
 #include "TextTable.h"
+#include "UserDefaults.h"
 #include "WaitFor.h"
 
 #include <QAction>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -32,7 +39,9 @@ protected:
     {
         QDir().mkpath(path(u"Desktop"_s));
         write(path(u"program"_s));
+        EXPECT_TRUE(UserDefaults::standard().store({ { SettingNames::address, u"host"_s } }));
     }
+    ~DropIconsWindowTest() override { EXPECT_TRUE(UserDefaults::standard().store({ { SettingNames::address, {} } })); }
 
     QString path(const QString& name) const { return m_folder.path() + u'/' + name; }
     QStringList files(const QString& folder) const
@@ -46,51 +55,67 @@ protected:
     }
     DropIcons icons(const QString& desktop) const
     {
-        return DropIcons(path(u"program"_s),
-                         { .links = path(u"copies"_s), .launchers = path(u"applications"_s), .desktop = desktop });
+        DropIcons::Folders folders = DropIcons::Folders::below(m_folder.path());
+        folders.desktop = desktop;
+        return DropIcons(path(u"program"_s), folders);
     }
     DropIcons icons() const { return icons(path(u"Desktop"_s)); }
+    static DropIcons::Wish withServer(const QString& name)
+    {
+        return { .name = name,
+                 .sort = IconSort::OwnServer,
+                 .server = QJsonObject{ { SettingNames::address, u"other"_s }, { SettingNames::ftpFolder, u"in"_s } } };
+    }
 
     DropIconsWindow& open(const std::optional<DropIcons>& other = std::nullopt)
     {
         m_window = std::make_unique<DropIconsWindow>(
             other.value_or(icons()),
             DropIconsWindow::Application{
-                .destinationFor
-                = [this](const QString& file) { return m_server.isNull() ? QString() : m_server + file + u'/'; },
+                .forms = { .server = { .destinationFor =
+                                           [](const QString& address, const QString& folder) {
+                                               return address.isEmpty() ? QString()
+                                                                        : u"ftp://"_s + address + u'/' + folder;
+                                           } },
+                           .askWhetherRuns = [this](const QString& file, QObject*,
+                                                    const auto& answer) { answer(m_running.contains(file)); } },
                 .start =
-                    [this](const QString& program) {
-                        m_started.append(program);
+                    [this](const QStringList& words) {
+                        m_started.append(words.join(u' '));
                         return m_canStart;
-                    } });
+                    },
+                .askForLastUploads = [this](QObject*, const auto& answer) { answer(m_lastUploads); } });
         m_window->show();
         m_window->activateWindow();
-        EXPECT_TRUE(waitFor([this] { return m_window->isActiveWindow() && name().hasFocus(); }));
+        EXPECT_TRUE(waitFor([this] { return m_window->isActiveWindow() && table().hasFocus(); }));
         return *m_window;
     }
+    DropIconForm* form() const { return m_window->findChild<DropIconForm*>(); }
     template <typename Widget> Widget& part(const char* name) const
     {
         return *m_window->findChild<Widget*>(QString::fromLatin1(name));
     }
+    void press(const char* name) const { part<QPushButton>(name).click(); }
     QLineEdit& name() const { return part<QLineEdit>("nameTextField"); }
-    QPushButton& makeCopy() const { return part<QPushButton>("makeIconButton"); }
-    QPushButton& removeIcon() const { return part<QPushButton>("removeIconButton"); }
-    QPushButton& startIcon() const { return part<QPushButton>("startIconButton"); }
+    QPushButton& save() const { return part<QPushButton>("saveIconButton"); }
     TextTable& table() const { return part<TextTable>("iconsTable"); }
-    QString explanation() const { return part<QLabel>("explanationLabel").text(); }
+    QString failure() const { return part<QLabel>("failureLabel").text(); }
     QString message() const { return part<QLabel>("listMessageLabel").text(); }
     QString destination() const
     {
         const auto& label = part<ElidedLabel>("destinationLabel");
         return label.isVisible() ? label.text() : QString();
     }
-    /// What the table shows, as "name location".
+    /// What the table shows, with "|" between the columns.
     QStringList rows() const
     {
         QStringList rows;
         for (int row = 0; row < table().model()->rowCount(); ++row) {
-            rows.append(table().model()->index(row, 0).data().toString() + u' '
-                        + table().model()->index(row, 1).data().toString());
+            QStringList cells;
+            for (int column = 0; column < table().model()->columnCount(); ++column) {
+                cells.append(table().model()->index(row, column).data().toString());
+            }
+            rows.append(cells.join(u'|'));
         }
         return rows;
     }
@@ -99,219 +124,350 @@ protected:
         const QModelIndexList selected = table().selectionModel()->selectedRows();
         return selected.isEmpty() ? -1 : selected.first().row();
     }
-    /// Makes a copy by keys.
-    void makeByKeys(const QString& newName)
+    /// Opens the form for another icon, and types its name.
+    void beginNew(const QString& newName)
     {
-        name().setFocus();
+        press("newIconButton");
+        EXPECT_TRUE(waitFor([this] { return form() != nullptr && form()->isActiveWindow(); }));
         QTest::keyClicks(&name(), newName);
+    }
+    void make(const QString& newName)
+    {
+        beginNew(newName);
         QTest::keyClick(&name(), Qt::Key_Return);
+        EXPECT_TRUE(waitFor([this] { return form() == nullptr; }));
+    }
+    void beginEdit(int row)
+    {
+        table().selectRow(row);
+        press("editIconButton");
+        EXPECT_TRUE(waitFor([this] { return form() != nullptr && form()->isActiveWindow(); }));
+    }
+    void saveForm()
+    {
+        save().click();
+        EXPECT_TRUE(waitFor([this] { return form() == nullptr; })) << failure().toStdString();
     }
 
+    TemporaryHome m_home;
     QTemporaryDir m_folder;
-    QString m_server = u"ftp://host/in/"_s;
+    QStringList m_running;
     QStringList m_started;
+    DropIconsWindow::LastUploads m_lastUploads = QHash<QString, qint64>();
     bool m_canStart = true;
     std::unique_ptr<DropIconsWindow> m_window;
 };
 
-TEST_F(DropIconsWindowTest, ItOpensWithAnEmptyFieldAndSaysThatThereAreNoCopies)
+TEST_F(DropIconsWindowTest, ItSaysThatThereAreNoIcons)
 {
     open();
 
     EXPECT_FALSE(m_window->isModal());
-    EXPECT_EQ(explanation(), IconText::explanation(QString()));
-    EXPECT_EQ(destination(), QString());
-    EXPECT_EQ(table().emptyText(), u"No copies yet"_s);
-    for (const QPushButton* button : { &makeCopy(), &removeIcon(), &startIcon() }) {
-        EXPECT_FALSE(button->isEnabled()) << button->text().toStdString();
+    EXPECT_EQ(table().emptyText(), u"No drop icons yet"_s);
+    for (const char* button : { "editIconButton", "removeIconButton", "startIconButton" }) {
+        EXPECT_FALSE(part<QPushButton>(button).isEnabled()) << button;
     }
-    EXPECT_TRUE(makeCopy().isDefault());
+}
+
+TEST_F(DropIconsWindowTest, EachIconIsListedWithItsDestinationAndItsLastUpload)
+{
+    ASSERT_EQ(icons().make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
+    ASSERT_EQ(icons().make(withServer(u"A/B"_s)), DropIcons::Outcome::Made);
+    ASSERT_EQ(icons().make(withServer(u"damaged"_s)), DropIcons::Outcome::Made);
+    QFile settings(IconSettings::filePath(u"damaged"_s));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    const QDateTime moment = QDateTime::currentDateTime();
+    m_lastUploads = QHash<QString, qint64>{ { u"A:B"_s, moment.toMSecsSinceEpoch() } };
+
+    open();
+
+    EXPECT_EQ(rows(),
+              (QStringList{ u"A/B|ftp://other/in/|"_s + shortDateShortTimeText(moment),
+                            u"damaged|Nowhere: its settings name no server|None known"_s,
+                            u"Scans|ftp://host/Scans/|None known"_s }));
+    EXPECT_EQ(table().emptyText(), QString());
+}
+
+TEST_F(DropIconsWindowTest, WhereTheHistoryCannotBeReadNoUploadIsKnown)
+{
+    ASSERT_EQ(icons().make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
+    m_lastUploads.reset();
+
+    open();
+
+    EXPECT_EQ(rows(), QStringList{ u"Scans|ftp://host/Scans/|Not known"_s });
 }
 
 TEST_F(DropIconsWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
 {
     open();
+    beginNew(QString());
+    EXPECT_TRUE(save().isDefault());
+    EXPECT_FALSE(save().isEnabled());
     checkRows<void(QString, QString, bool)>(
         {
-            { u"Scans"_s, u"Files go to ftp://host/in/Scans/"_s, true },
-            { u"A/B"_s, u"Files go to ftp://host/in/A:B/"_s, true },
-            { u"Quillbox 2"_s, u"Files go to ftp://host/in/Quillbox 2/"_s, true },
+            { u"Scans"_s, u"Files go to ftp://host/Scans/"_s, true },
+            { u"A/B"_s, u"Files go to ftp://host/A/B/"_s, true },
+            { u"Quillbox 2"_s, u"Files go to ftp://host/"_s, true },
             { u"Quillbox"_s, QString(), false },
             { u"a/"_s, QString(), false },
-            { u"a:b"_s, QString(), false },
-            { u".."_s, QString(), false },
             { QString(248, u'x'), QString(), false },
         },
         [this](const QString& typed, const QString& whereto, bool canBeMade) {
             name().setText(typed);
 
-            EXPECT_EQ(explanation(), IconText::explanation(typed));
+            EXPECT_EQ(part<QLabel>("explanationLabel").text(), IconText::explanation(typed, IconSort::SubFolder));
             EXPECT_EQ(destination(), whereto);
-            EXPECT_EQ(makeCopy().isEnabled(), canBeMade);
+            EXPECT_EQ(save().isEnabled(), canBeMade);
         });
-    name().clear();
-    EXPECT_FALSE(makeCopy().isEnabled());
 }
 
 TEST_F(DropIconsWindowTest, WithoutAServerItSaysWhereToEnterOne)
 {
-    m_server = QString();
+    EXPECT_TRUE(UserDefaults::standard().store({ { SettingNames::address, {} } }));
     open();
 
-    name().setText(u"Scans"_s);
+    beginNew(u"Scans"_s);
 
     EXPECT_EQ(destination(), u"No server yet: enter one in the preferences"_s);
-    EXPECT_TRUE(makeCopy().isEnabled());
+    EXPECT_TRUE(save().isEnabled());
 }
 
-TEST_F(DropIconsWindowTest, ReturnMakesTheCopyAndTheFieldIsReadyForTheNextOne)
+TEST_F(DropIconsWindowTest, ReturnMakesTheIconAndTheListSelectsIt)
 {
     open();
 
-    makeByKeys(u"Scans"_s);
+    make(u"Scans"_s);
 
-    EXPECT_EQ(files(u"copies"_s), QStringList{ u"Scans"_s });
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"Scans"_s });
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
-    EXPECT_EQ(rows(), QStringList{ u"Scans "_s + path(u"copies/Scans"_s) });
-    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::Made, false, true));
-    EXPECT_EQ(name().text(), QString());
-    EXPECT_TRUE(name().hasFocus());
+    EXPECT_EQ(rows(), QStringList{ u"Scans|ftp://host/Scans/|None known"_s });
+    EXPECT_EQ(message(), IconText::made(false));
     EXPECT_EQ(selectedRow(), 0);
-    EXPECT_EQ(table().emptyText(), QString());
 
-    makeByKeys(u"Photos/2024"_s);
+    make(u"Photos/2024"_s);
     EXPECT_EQ(rows().size(), 2);
-    EXPECT_TRUE(rows().constFirst().startsWith(u"Photos/2024 "_s));
     EXPECT_EQ(selectedRow(), 0);
-}
-
-TEST_F(DropIconsWindowTest, ACopyWithoutAFolderOfItsOwnCanBeMade)
-{
-    open();
-
-    makeByKeys(u"Quillbox 2"_s);
-
-    EXPECT_EQ(files(u"copies"_s), QStringList{ u"Quillbox 2"_s });
 }
 
 TEST_F(DropIconsWindowTest, ANameThatCannotBeMakesNothing)
 {
     open();
 
-    makeByKeys(u"a//b"_s);
+    beginNew(u"a//b"_s);
+    QTest::keyClick(&name(), Qt::Key_Return);
 
-    EXPECT_EQ(files(u"copies"_s), QStringList());
-    EXPECT_EQ(explanation(), IconText::explanation(u"a//b"_s));
-    EXPECT_TRUE(m_window->isVisible());
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList());
+    EXPECT_TRUE(form()->isVisible());
 }
 
-TEST_F(DropIconsWindowTest, TheCheckBoxPutsItOnTheDesktop)
+TEST_F(DropIconsWindowTest, AnIconIsMadeWithAPictureOnTheDesktop)
 {
     open();
+    beginNew(u"Scans"_s);
     part<QCheckBox>("onDesktopCheckBox").click();
-
-    makeByKeys(u"Scans"_s);
+    part<QComboBox>("colourBox").setCurrentText(u"Green"_s);
+    part<QLineEdit>("lettersTextField").setText(u"Sc"_s);
+    saveForm();
 
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"Scans.desktop"_s });
-    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::Made, true, true));
+    EXPECT_EQ(message(), IconText::made(true));
+    const DropIcons::Icon icon = icons().icons().constFirst();
+    EXPECT_EQ(icon.picture, (IconPicture{ .colour = u"#26a269"_s, .letters = u"Sc"_s }));
+
+    beginEdit(0);
+    EXPECT_TRUE(part<QCheckBox>("onDesktopCheckBox").isChecked());
+    EXPECT_EQ(part<QComboBox>("colourBox").currentText(), u"Green"_s);
+    EXPECT_EQ(part<QLineEdit>("lettersTextField").text(), u"Sc"_s);
 }
 
 TEST_F(DropIconsWindowTest, WithoutADesktopThereIsNoCheckBox)
 {
-    open();
-    EXPECT_TRUE(part<QCheckBox>("onDesktopCheckBox").isVisible());
-
     open(icons(QString()));
+    beginNew(u"a"_s);
     EXPECT_FALSE(part<QCheckBox>("onDesktopCheckBox").isVisible());
 }
 
-TEST_F(DropIconsWindowTest, WhatIsThereAlreadyIsSaidBesideTheFieldUntilTheNameChanges)
+TEST_F(DropIconsWindowTest, AnIconWithAServerOfItsOwnIsMadeOnceThatIsSaid)
 {
     open();
-    makeByKeys(u"Scans"_s);
-    write(path(u"copies/foreign"_s));
+    beginNew(u"Quillbox 2"_s);
+    part<QRadioButton>("ownServerButton").click();
+    EXPECT_EQ(part<QLabel>("explanationLabel").text(), IconText::explanation(u"Quillbox 2"_s, IconSort::OwnServer));
+    EXPECT_FALSE(save().isEnabled());
 
-    makeByKeys(u"Scans"_s);
-    EXPECT_EQ(explanation(), u"There is a copy of that name already."_s);
-    EXPECT_EQ(name().text(), u"Scans"_s);
+    part<QLineEdit>("addressTextField").setText(u"files.example.com"_s);
+    part<QLineEdit>("passwordTextField").setText(u"s3cret"_s);
+    EXPECT_TRUE(save().isEnabled());
+    saveForm();
+
+    EXPECT_EQ(rows(), QStringList{ u"Quillbox 2|ftp://files.example.com/|None known"_s });
+    const UserDefaults settings(IconSettings::filePath(u"Quillbox 2"_s));
+    EXPECT_EQ(settings.string(SettingNames::address), u"files.example.com"_s);
+    EXPECT_EQ(settings.string(SettingNames::password), u"s3cret"_s);
+    EXPECT_EQ(UserDefaults::standard().string(SettingNames::address), u"host"_s);
+}
+
+TEST_F(DropIconsWindowTest, AnIconIsRenamedAndItsServerChanged)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    open();
+
+    beginEdit(0);
+    name().setText(u"b"_s);
+    saveForm();
+    EXPECT_EQ(rows(), QStringList{ u"b|ftp://other/in/|None known"_s });
+    EXPECT_EQ(selectedRow(), 0);
+
+    beginEdit(0);
+    part<QLineEdit>("folderTextField").setText(u"out"_s);
+    saveForm();
+    EXPECT_EQ(rows(), QStringList{ u"b|ftp://other/out/|None known"_s });
+
+    beginEdit(0);
+    part<QRadioButton>("subFolderButton").click();
+    saveForm();
+    EXPECT_EQ(rows(), QStringList{ u"b|ftp://host/b/|None known"_s });
+    EXPECT_FALSE(QFile::exists(IconSettings::filePath(u"b"_s)));
+}
+
+TEST_F(DropIconsWindowTest, NameAndSortOfAnIconThatRunsStayAndItsServerMayChange)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    m_running = QStringList{ u"a"_s };
+    open();
+
+    beginEdit(0);
+
+    EXPECT_FALSE(name().isEnabled());
+    EXPECT_FALSE(part<QRadioButton>("subFolderButton").isEnabled());
+    EXPECT_EQ(failure(), IconText::running(u"a"_s));
+    part<QLineEdit>("folderTextField").setText(u"out"_s);
+    saveForm();
+    EXPECT_EQ(rows(), QStringList{ u"a|ftp://other/out/|None known"_s });
+}
+
+TEST_F(DropIconsWindowTest, AnIconThatIsStartedMeanwhileIsNotRenamed)
+{
+    ASSERT_EQ(icons().make({ .name = u"a"_s }), DropIcons::Outcome::Made);
+    open();
+    beginEdit(0);
+    name().setText(u"b"_s);
+    m_running = QStringList{ u"a"_s };
+
+    save().click();
+
+    EXPECT_EQ(failure(), IconText::running(u"a"_s));
+    EXPECT_EQ(name().text(), u"a"_s);
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"a"_s });
+}
+
+TEST_F(DropIconsWindowTest, WhatIsThereAlreadyIsSaidUntilTheNameChanges)
+{
+    open();
+    make(u"Scans"_s);
+    write(path(u"quillbox/copies/foreign"_s));
+
+    beginNew(u"Scans"_s);
+    save().click();
+    EXPECT_EQ(failure(), u"There is an icon of that name already."_s);
     name().setText(u"foreign"_s);
-    EXPECT_EQ(explanation(), IconText::explanation(u"foreign"_s));
-    makeCopy().click();
+    EXPECT_EQ(failure(), QString());
+    save().click();
 
-    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::AlreadyThere, false, false));
+    EXPECT_EQ(failure(), IconText::failure(DropIcons::Outcome::AlreadyThere, false));
     EXPECT_EQ(shownSheets(), QStringList());
     EXPECT_EQ(rows().size(), 1);
 }
 
-TEST_F(DropIconsWindowTest, WhatCannotBeWrittenIsSaidBesideTheField)
+TEST_F(DropIconsWindowTest, WhatCannotBeWrittenIsSaid)
 {
     write(path(u"applications"_s)); // Where a folder should be.
     open();
 
-    makeByKeys(u"Scans"_s);
+    beginNew(u"Scans"_s);
+    save().click();
 
-    EXPECT_EQ(explanation(), IconText::outcome(DropIcons::Outcome::NotWritable, false, false));
+    EXPECT_EQ(failure(), IconText::failure(DropIcons::Outcome::NotWritable, false));
     EXPECT_EQ(name().text(), u"Scans"_s);
     EXPECT_EQ(rows(), QStringList());
-    EXPECT_EQ(shownSheets(), QStringList());
 }
 
-TEST_F(DropIconsWindowTest, RemovingAsksFirstAndCancelKeepsTheCopy)
+TEST_F(DropIconsWindowTest, RemovingAsksFirstAndCancelKeepsTheIcon)
 {
+    ASSERT_EQ(icons().make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
     open();
-    makeByKeys(u"Scans"_s);
+    table().selectRow(0);
 
-    table().setFocus();
     QTest::keyClick(&table(), Qt::Key_Delete);
 
-    EXPECT_EQ(shownSheets(), QStringList{ u"Remove Copy: "_s + IconText::removalQuestion(u"Scans"_s) });
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Remove Drop Icon: "_s + IconText::removalQuestion(icons().icons().constFirst(), false) });
     auto* const sheet = m_window->findChild<AlertDialog*>();
     ASSERT_NE(sheet, nullptr);
     EXPECT_EQ(sheet->defaultButton()->text(), u"Cancel"_s);
     EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
     answerSheet(u"Cancel"_s);
-    EXPECT_EQ(files(u"copies"_s), QStringList{ u"Scans"_s });
-    EXPECT_EQ(rows().size(), 1);
+    EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"Scans"_s });
 }
 
-TEST_F(DropIconsWindowTest, ARemovedCopyIsGoneWithAllItsFilesAndTheNextOneIsSelected)
+TEST_F(DropIconsWindowTest, TheQuestionBeforeTheRemovalOfAnIconThatRunsSaysSo)
 {
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    m_running = QStringList{ u"a"_s };
     open();
-    part<QCheckBox>("onDesktopCheckBox").click();
-    for (const QString& copy : { u"a"_s, u"b"_s, u"c"_s }) {
-        makeByKeys(copy);
+    table().selectRow(0);
+
+    press("removeIconButton");
+
+    EXPECT_EQ(shownSheets(),
+              QStringList{ u"Remove Drop Icon: "_s + IconText::removalQuestion(icons().icons().constFirst(), true) });
+    answerSheet(u"Remove"_s);
+    EXPECT_EQ(rows(), QStringList());
+    EXPECT_FALSE(QFile::exists(IconSettings::filePath(u"a"_s)));
+}
+
+TEST_F(DropIconsWindowTest, ARemovedIconIsGoneWithAllItsFilesAndTheNextOneIsSelected)
+{
+    for (const QString& icon : { u"a"_s, u"b"_s, u"c"_s }) {
+        ASSERT_EQ(icons().make({ .name = icon, .onDesktop = true }), DropIcons::Outcome::Made);
     }
+    open();
     table().selectRow(1);
 
-    removeIcon().click();
+    press("removeIconButton");
     answerSheet(u"Remove"_s);
 
-    EXPECT_EQ(files(u"copies"_s), (QStringList{ u"a"_s, u"c"_s }));
+    EXPECT_EQ(files(u"quillbox/copies"_s), (QStringList{ u"a"_s, u"c"_s }));
     EXPECT_EQ(files(u"applications"_s).size(), 2);
     EXPECT_EQ(files(u"Desktop"_s), (QStringList{ u"a.desktop"_s, u"c.desktop"_s }));
-    EXPECT_EQ(rows().size(), 2);
     EXPECT_EQ(selectedRow(), 1);
     for (int left = 1; left >= 0; --left) {
         ASSERT_TRUE(waitFor([] { return shownSheets().isEmpty(); }));
-        removeIcon().click();
+        press("removeIconButton");
         answerSheet(u"Remove"_s);
         EXPECT_EQ(rows().size(), left);
     }
-    EXPECT_EQ(files(u"Desktop"_s), QStringList());
-    EXPECT_FALSE(removeIcon().isEnabled());
-    EXPECT_EQ(table().emptyText(), u"No copies yet"_s);
+    for (const char* folder : { "Desktop", "applications", "Thunar/sendto", "kio/servicemenus", "quillbox/copies" }) {
+        EXPECT_EQ(files(QString::fromLatin1(folder)), QStringList());
+    }
+    EXPECT_FALSE(part<QPushButton>("removeIconButton").isEnabled());
+    EXPECT_EQ(table().emptyText(), u"No drop icons yet"_s);
 }
 
-TEST_F(DropIconsWindowTest, ACopyThatCannotBeRemovedStaysInTheListAndTheWindowSaysSo)
+TEST_F(DropIconsWindowTest, AnIconThatCannotBeRemovedStaysInTheListAndTheWindowSaysSo)
 {
     // The kernel's own links, which nobody can remove.
-    open(DropIcons(path(u"program"_s),
-                   { .links = u"/proc/self"_s, .launchers = path(u"applications"_s), .desktop = QString() }));
-    const qsizetype row = rows().indexOf(u"exe /proc/self/exe"_s);
-    ASSERT_GE(row, 0);
-    table().selectRow(static_cast<int>(row));
+    DropIcons::Folders folders = DropIcons::Folders::below(m_folder.path());
+    folders.links = u"/proc/self"_s;
+    open(DropIcons(path(u"program"_s), folders));
+    const auto isExe = [](const QString& row) { return row.startsWith(u"exe|"_s); };
+    const QStringList listed = rows();
+    const auto row = static_cast<int>(std::ranges::find_if(listed, isExe) - listed.begin());
+    ASSERT_LT(row, listed.size());
+    table().selectRow(row);
 
-    removeIcon().click();
+    press("removeIconButton");
     answerSheet(u"Remove"_s);
 
     EXPECT_EQ(message(), u"“exe” could not be removed."_s);
@@ -319,11 +475,11 @@ TEST_F(DropIconsWindowTest, ACopyThatCannotBeRemovedStaysInTheListAndTheWindowSa
     EXPECT_EQ(shownSheets(), QStringList());
 }
 
-TEST_F(DropIconsWindowTest, ACopyThatSomebodyElseHasRemovedIsJustGone)
+TEST_F(DropIconsWindowTest, AnIconThatSomebodyElseHasRemovedIsJustGone)
 {
     open();
-    makeByKeys(u"Scans"_s);
-    removeIcon().click();
+    make(u"Scans"_s);
+    press("removeIconButton");
     ASSERT_TRUE(icons().remove(u"Scans"_s));
 
     answerSheet(u"Remove"_s);
@@ -332,20 +488,23 @@ TEST_F(DropIconsWindowTest, ACopyThatSomebodyElseHasRemovedIsJustGone)
     EXPECT_EQ(message(), QString());
 }
 
-TEST_F(DropIconsWindowTest, StartStartsTheSelectedCopyOrSaysThatItCannot)
+TEST_F(DropIconsWindowTest, StartStartsTheSelectedIconOrSaysThatItCannot)
 {
+    ASSERT_EQ(icons().make({ .name = u"a"_s }), DropIcons::Outcome::Made);
+    ASSERT_EQ(icons().make(withServer(u"b"_s)), DropIcons::Outcome::Made);
     open();
-    makeByKeys(u"a"_s);
-    makeByKeys(u"b"_s);
+    table().selectRow(1);
 
-    startIcon().click();
+    press("startIconButton");
     table().selectRow(0);
     part<QAction>("startIconAction").trigger();
-    EXPECT_EQ(m_started, (QStringList{ path(u"copies/b"_s), path(u"copies/a"_s) }));
+    EXPECT_EQ(m_started,
+              (QStringList{ path(u"quillbox/icons/b --settings "_s) + IconSettings::filePath(u"b"_s),
+                            path(u"quillbox/copies/a"_s) }));
     EXPECT_EQ(message(), QString());
 
     m_canStart = false;
-    startIcon().click();
+    press("startIconButton");
     EXPECT_EQ(message(), u"“a” could not be started."_s);
     table().selectRow(1);
     EXPECT_EQ(message(), QString());
@@ -354,40 +513,20 @@ TEST_F(DropIconsWindowTest, StartStartsTheSelectedCopyOrSaysThatItCannot)
 TEST_F(DropIconsWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelectionStays)
 {
     open();
-    makeByKeys(u"b"_s);
-    name().setText(u"new"_s);
+    make(u"b"_s);
     QWidget other;
     other.show();
     other.activateWindow();
     ASSERT_TRUE(waitFor([&other] { return other.isActiveWindow(); }));
-    ASSERT_EQ(icons().make(u"a"_s, false), DropIcons::Outcome::Made);
-    m_server = u"ftp://elsewhere/"_s;
+    ASSERT_EQ(icons().make({ .name = u"a"_s }), DropIcons::Outcome::Made);
+    EXPECT_TRUE(UserDefaults::standard().store({ { SettingNames::address, u"elsewhere"_s } }));
     EXPECT_EQ(rows().size(), 1);
 
     m_window->activateWindow();
 
     EXPECT_TRUE(waitFor([this] { return rows().size() == 2; }));
     EXPECT_EQ(selectedRow(), 1);
-    EXPECT_EQ(destination(), u"Files go to ftp://elsewhere/new/"_s);
-    EXPECT_EQ(name().text(), u"new"_s);
-}
-
-TEST_F(DropIconsWindowTest, EscapeClosesItAndItOpensAfresh)
-{
-    open();
-    part<QCheckBox>("onDesktopCheckBox").click();
-    makeByKeys(u"Scans"_s);
-    name().setText(u"half"_s);
-
-    QTest::keyClick(&name(), Qt::Key_Escape);
-    EXPECT_FALSE(m_window->isVisible());
-    m_window->show();
-
-    EXPECT_EQ(name().text(), QString());
-    EXPECT_FALSE(part<QCheckBox>("onDesktopCheckBox").isChecked());
-    EXPECT_EQ(explanation(), IconText::explanation(QString()));
-    EXPECT_EQ(selectedRow(), -1);
-    EXPECT_EQ(rows().size(), 1);
+    EXPECT_EQ(rows().last(), u"b|ftp://elsewhere/b/|None known"_s);
 }
 
 TEST_F(DropIconsWindowTest, AVeryLongNameDoesNotWidenTheWindow)
@@ -395,8 +534,7 @@ TEST_F(DropIconsWindowTest, AVeryLongNameDoesNotWidenTheWindow)
     open();
     const int width = m_window->width();
 
-    makeByKeys(QString(247, u'x'));
-    name().setText(QString(247, u'x'));
+    make(QString(247, u'x'));
     QCoreApplication::processEvents();
 
     EXPECT_EQ(m_window->width(), width);

@@ -2,8 +2,6 @@
 
 #include "CheckRows.h"
 
-#include <QDir>
-
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -19,16 +17,16 @@ TEST(IconTextTest, EveryKindOfNameIsExplained)
     checkRows<QString(QString)>(
         {
             { QString(),
-              u"A copy uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s },
+              u"The icon uploads into a sub-folder of its name. A “/” in the name makes levels, as in “Photos/2024”."_s },
             { u"Scans"_s, onServer },
             { u"été à la mer"_s, onServer },
             { u"Photos/2024"_s,
               u"That folder has to be on the server: “New Folder…” in Quillbox’s own window makes it, one level "
               "after the other."_s },
             { u"Quillbox 2"_s,
-              u"A name that begins with “Quillbox” adds no sub-folder: this copy would upload into the same folder as "
+              u"A name that begins with “Quillbox” adds no sub-folder: this icon would upload into the same folder as "
               "Quillbox itself."_s },
-            { u"Quillbox"_s, u"“Quillbox” is the name of the program itself. A copy needs another one."_s },
+            { u"Quillbox"_s, u"“Quillbox” is the name of the program itself. An icon needs another one."_s },
             { u"a:b"_s, u"A name cannot hold “:”. A “/” makes levels, as in “Photos/2024”."_s },
             { u".."_s, u"“.” and “..” are no names of folders."_s },
             { u"a/./b"_s, u"“.” and “..” are no names of folders."_s },
@@ -40,21 +38,53 @@ TEST(IconTextTest, EveryKindOfNameIsExplained)
             { u"a\tb"_s, u"A name cannot hold invisible characters."_s },
             { QString(248, u'x'), u"This name is too long for a file."_s },
         },
-        IconText::explanation);
+        [](const QString& name) { return IconText::explanation(name, IconSort::SubFolder); });
 }
 
-TEST(IconTextTest, EveryOutcomeIsTold)
+TEST(IconTextTest, OfAServerOfItsOwnANameSaysNothing)
 {
-    EXPECT_EQ(IconText::outcome(Outcome::Made, false, true),
-              u"The copy is in the applications menu. Files can be dropped on it."_s);
-    EXPECT_EQ(IconText::outcome(Outcome::Made, true, true),
-              u"The copy is in the applications menu and on the desktop. Files can be dropped on it."_s);
-    EXPECT_EQ(IconText::outcome(Outcome::NameNotPossible, false, false), u"There can be no copy of that name."_s);
-    EXPECT_EQ(IconText::outcome(Outcome::AlreadyThere, false, true), u"There is a copy of that name already."_s);
-    EXPECT_EQ(IconText::outcome(Outcome::AlreadyThere, false, false),
-              u"Another file is where one of the copy’s files would be. Nothing has been changed."_s);
-    EXPECT_EQ(IconText::outcome(Outcome::NotWritable, false, false),
-              u"The copy could not be made, as its files could not be written. Nothing of it is left."_s);
+    const QString given
+        = u"Files that are dropped on the icon go to this server, into the folder that is given below."_s;
+    checkRows<QString(QString)>(
+        {
+            { QString(), given },
+            { u"Photos/2024"_s, given },
+            { u"Quillbox 2"_s, given },
+            { u"Quillbox"_s, u"“Quillbox” is the name of the program itself. An icon needs another one."_s },
+            { u".."_s, u"“.” and “..” are no names of folders."_s },
+            { QString(232, u'x'), u"This name is too long for a file."_s },
+        },
+        [](const QString& name) { return IconText::explanation(name, IconSort::OwnServer); });
+}
+
+TEST(IconTextTest, EveryFailureIsTold)
+{
+    EXPECT_EQ(IconText::failure(Outcome::Made, true), QString());
+    EXPECT_EQ(IconText::failure(Outcome::NameNotPossible, false), u"There can be no icon of that name."_s);
+    EXPECT_EQ(IconText::failure(Outcome::AlreadyThere, true), u"There is an icon of that name already."_s);
+    EXPECT_EQ(IconText::failure(Outcome::AlreadyThere, false),
+              u"Another file is where one of the icon’s files would be. Nothing has been changed."_s);
+    EXPECT_EQ(IconText::failure(Outcome::NotWritable, false),
+              u"The icon’s files could not be written. Nothing has been changed."_s);
+    EXPECT_EQ(IconText::failure(Outcome::Gone, false),
+              u"Somebody else has removed the icon or given it another name meanwhile."_s);
+}
+
+TEST(IconTextTest, TheQuestionBeforeARemovalSaysWhatGoesAndWhatGoesOn)
+{
+    const DropIcons::Icon inSubFolder{ .name = u"a"_s };
+    const DropIcons::Icon withServer{ .name = u"a"_s, .sort = IconSort::OwnServer };
+    const QString question = u"Are you sure you want to remove the drop icon “a” from this computer?"_s;
+    const QString stays = u"\n\nThe files that it has uploaded stay on the server."_s;
+
+    EXPECT_EQ(IconText::removalQuestion(inSubFolder, false), question + stays);
+    EXPECT_EQ(IconText::removalQuestion(inSubFolder, true),
+              question + stays + u" It is running: its window goes on until it is closed."_s);
+    EXPECT_EQ(IconText::removalQuestion(withServer, false),
+              question + u" Its settings, with the login, are removed too."_s + stays);
+    EXPECT_EQ(IconText::removalQuestion(withServer, true),
+              question + u" Its settings, with the login, are removed too."_s + stays
+                  + u" It is running: its window uploads nothing more from then on."_s);
 }
 
 TEST(IconTextTest, NamesInSentencesAreShownAndNotObeyed)
@@ -62,16 +92,10 @@ TEST(IconTextTest, NamesInSentencesAreShownAndNotObeyed)
     const QString name = u"a%1\u202Eb"_s;
     const QString shown = u"“a%1⟨U+202E⟩b”"_s;
 
-    EXPECT_TRUE(IconText::removalQuestion(name).contains(shown));
+    EXPECT_TRUE(IconText::removalQuestion({ .name = name }, false).contains(shown));
+    EXPECT_TRUE(IconText::running(name).startsWith(shown));
     EXPECT_TRUE(IconText::notRemoved(name).startsWith(shown));
     EXPECT_TRUE(IconText::notStarted(name).startsWith(shown));
-}
-
-TEST(IconTextTest, LocationsInTheHomeFolderAreWrittenWithATilde)
-{
-    EXPECT_EQ(IconText::location(QDir::homePath() + u"/a/b"_s), u"~/a/b"_s);
-    EXPECT_EQ(IconText::location(QDir::homePath() + u"2/a"_s), QDir::homePath() + u"2/a"_s);
-    EXPECT_EQ(IconText::location(u"/srv/a"_s), u"/srv/a"_s);
 }
 
 } // namespace

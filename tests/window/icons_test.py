@@ -1,4 +1,4 @@
-"""Copies of the program under other names: made in its window, started by their launchers, removed again."""
+"""Drop icons: made in their window, started by their launchers, removed again."""
 
 import os
 import signal
@@ -12,8 +12,8 @@ from launcher import LaunchedProgram
 from real_ftp_server import RealFTPServer
 from window_test import PROGRAM, WindowTest
 
-FIELD = "Name of the copy"
-TABLE = "Copies"
+FIELD = "Name of the icon"
+TABLE = "Drop icons"
 SUMMER = "Été à la mer 100%"
 PHOTOS = "Photos/2024"  # Two levels of folders.
 OTHER = "Other"
@@ -23,7 +23,7 @@ def setUpModule():
     private_network.enter()
 
 
-class Copies:
+class Icons:
     """What the tests do in the window and with launchers, on a server of some make."""
 
     make = None
@@ -72,11 +72,16 @@ class Copies:
         self.desktop.xdotool("windowactivate", "--sync", window)
         wait_for(program.is_active, "the keyboard")
 
-    def open_copies(self, program):
+    def open_icons(self, program):
         self.activate(program, "^(ftp:|Quillbox)")
         self.desktop.click(program.centre("File"))
-        self.desktop.click(program.centre("Make a Copy…"))
-        self.activate(program, "^Make a Copy$")
+        self.desktop.click(program.centre("Drop Icons…"))
+        self.activate(program, "^Drop Icons$")
+
+    def open_form(self, program, button="New…", title="^New Drop Icon$"):
+        self.activate(program, "^Drop Icons$")
+        program.press(button)
+        self.activate(program, title)
         wait_for(lambda: program.has_focus(FIELD), "the keyboard to be in the field")
 
     def paste(self, program, text):
@@ -99,31 +104,48 @@ class Copies:
     def listed(self, program):
         return [row[0] for row in program.rows(TABLE)]
 
-    def make_copy(self, program, name, on_desktop=False):
+    def make_icon(self, program, name, on_desktop=False):
+        self.open_form(program)
         self.paste(program, name)
-        self.assertEqual(program.text("Destination of the copy"), f"Files go to {self.destination(name)}")
+        self.assertEqual(program.text("Destination of the icon"), f"Files go to {self.destination(name)}")
         if on_desktop:
-            self.desktop.key("Tab", "space")
+            program.press("Also on the desktop")
         self.desktop.key("Return")
+        self.wait_until_listed(program, name)
+
+    def make_icon_with_server(self, program, name, settings):
+        self.open_form(program)
+        self.paste(program, name)
+        program.press("On a server of its own")
+        program.enter("Server address", settings["Address"])
+        program.enter("User name", settings["Username"])
+        program.enter("Password", settings["Password"])
+        program.enter("Folder", settings["FTPFolder"])
+        if settings.get("Encryption") == "required":
+            program.press("Encryption required")
+        program.press("Create")
+        self.wait_until_listed(program, name)
+
+    def wait_until_listed(self, program, name):
         wait_for(lambda: name in self.listed(program), f"“{name}” in the list")
-        self.assertIn("applications menu", program.text("Explanation"))
-        wait_for(lambda: program.has_focus(FIELD) and program.text(FIELD) == "", "the field to be empty")
+        wait_for(lambda: "applications menu" in program.text("Message"), "what is said of it")
 
     def make_both(self, program):
-        self.open_copies(program)
-        self.make_copy(program, SUMMER)
-        self.make_copy(program, PHOTOS, on_desktop=True)
+        self.open_icons(program)
+        self.make_icon(program, SUMMER)
+        self.make_icon(program, PHOTOS, on_desktop=True)
 
     def ask_to_remove(self, program):
-        """Asks for the removal of the copy that is selected, by key, and leaves the question unanswered."""
+        """Asks for the removal of the icon that is selected, by key, and leaves the question unanswered."""
+        self.activate(program, "^Drop Icons$")
         wait_for(lambda: program.has_focus(TABLE), "the keyboard to be in the list")
         self.desktop.key("Delete")
-        self.assertEqual(wait_for(program.sheet, "the question")[0], "Remove Copy")
+        self.assertEqual(wait_for(program.sheet, "the question")[0], "Remove Drop Icon")
         wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
 
     # What is done with launchers.
 
-    def launch_copy(self, name, *paths):
+    def launch_icon(self, name, *paths):
         launched = LaunchedProgram(self.desktop, self.launchers()[name], paths, self.home)
         self.addCleanup(launched.close)
         return launched
@@ -133,7 +155,7 @@ class Copies:
         return contents, [self.file(name, content) for name, content in contents.items()]
 
     def has_exactly(self, name, contents):
-        """Whether the copy's folder on the server holds these files, and nothing else."""
+        """Whether the icon's folder on the server holds these files, and nothing else."""
         found = {}
         for entry in os.listdir(self.on_server(name)):
             with open(self.on_server(name, entry), "rb") as file:
@@ -149,26 +171,26 @@ class Copies:
         return line.strip().split(" = ", 1)[1]
 
 
-class Running(Copies):
-    def test_copies_run_at_the_same_time_and_each_file_ends_in_its_copys_folder(self):
+class Running(Icons):
+    def test_icons_run_at_the_same_time_and_each_file_ends_in_its_icons_folder(self):
         program = self.start()
         self.make_both(program)
         summer_files, summer_paths = self.files_of_some_kinds("sea")
         photo_files, photo_paths = self.files_of_some_kinds("photo")
 
-        summer = self.launch_copy(SUMMER, *summer_paths)
-        photos = self.launch_copy(PHOTOS, *photo_paths)
+        summer = self.launch_icon(SUMMER, *summer_paths)
+        photos = self.launch_icon(PHOTOS, *photo_paths)
 
-        wait_for(lambda: self.has_exactly(SUMMER, summer_files), "the first copy's files")
-        wait_for(lambda: self.has_exactly(PHOTOS, photo_files), "the second copy's files")
-        for copy, name in ((summer, SUMMER), (photos, PHOTOS)):
-            wait_for(lambda copy=copy, name=name: self.destination(name) in copy.titles(), "its destination as title")
-            wait_for(lambda copy=copy: copy.text("Status") == "Upload succeeded", "the last status")
-            self.assertEqual(self.window_classes(copy), f'"{copy.startup_class}", "quillbox"')
+        wait_for(lambda: self.has_exactly(SUMMER, summer_files), "the first icon's files")
+        wait_for(lambda: self.has_exactly(PHOTOS, photo_files), "the second icon's files")
+        for icon, name in ((summer, SUMMER), (photos, PHOTOS)):
+            wait_for(lambda icon=icon, name=name: self.destination(name) in icon.titles(), "its destination as title")
+            wait_for(lambda icon=icon: icon.text("Status") == "Upload succeeded", "the last status")
+            self.assertEqual(self.window_classes(icon), f'"{icon.startup_class}", "quillbox"')
 
         # A second start of one of them.
         more_files, more_paths = self.files_of_some_kinds("more")
-        second = self.launch_copy(SUMMER, *more_paths)
+        second = self.launch_icon(SUMMER, *more_paths)
         self.assertEqual(second.exit_code(), 0)
         wait_for(lambda: self.has_exactly(SUMMER, {**summer_files, **more_files}), "the files handed over")
         self.assertTrue(self.has_exactly(PHOTOS, photo_files))
@@ -177,10 +199,10 @@ class Running(Copies):
             self.assertIsNone(running.process.poll())
 
 
-class MakingAndRemoving(Copies, WindowTest):
+class MakingAndRemoving(Icons, WindowTest):
     make = "pyftpdlib"
 
-    def test_a_removed_copy_leaves_nothing_behind(self):
+    def test_a_removed_icon_leaves_nothing_behind(self):
         program = self.start()
         self.make_both(program)
         self.assertEqual(sorted(self.launchers()), [PHOTOS, SUMMER])
@@ -194,21 +216,22 @@ class MakingAndRemoving(Copies, WindowTest):
         for left in (1, 0):
             self.ask_to_remove(program)
             self.desktop.key("Tab", "space")
-            wait_for(lambda left=left: len(self.listed(program)) == left, f"{left} copies in the list")
+            wait_for(lambda left=left: len(self.listed(program)) == left, f"{left} icons in the list")
             wait_for(lambda: not program.sheet(), "the question to go")
 
         self.assertEqual(self.launchers(), {})
-        self.assertEqual(os.listdir(self.data_folder("quillbox/copies")), [])
+        for folder in ("quillbox/copies", "Thunar/sendto", "kio/servicemenus"):
+            self.assertEqual(os.listdir(self.data_folder(folder)), [])
         self.assertEqual(self.on_desktop(), [])
         self.assertTrue(os.path.isdir(self.on_server(SUMMER)))
         self.assertTrue(os.path.exists(PROGRAM))
 
-    def test_the_folder_of_a_copy_is_made_by_new_folder_one_level_after_the_other(self):
+    def test_the_folder_of_an_icon_is_made_by_new_folder_one_level_after_the_other(self):
         program = self.start()
-        self.open_copies(program)
-        self.make_copy(program, "New/Folders é")
+        self.open_icons(program)
+        self.make_icon(program, "New/Folders é")
         self.desktop.key("Escape")
-        wait_for(lambda: "Make a Copy" not in program.titles(), "the window to close")
+        wait_for(lambda: "Drop Icons" not in program.titles(), "the window to close")
 
         for level in ("New", "New/Folders é"):
             self.activate(program, "^ftp:")
@@ -217,17 +240,17 @@ class MakingAndRemoving(Copies, WindowTest):
             program.enter("Enter name of folder to create.", level)
             program.press("OK")
             wait_for(lambda level=level: os.path.isdir(self.on_server(level)), f"the folder {level}")
-        self.launch_copy("New/Folders é", self.file("note.txt", b"12345"))
+        self.launch_icon("New/Folders é", self.file("note.txt", b"12345"))
 
         wait_for(lambda: self.has_exactly("New/Folders é", {"note.txt": b"12345"}), "the file")
 
-    def test_a_copy_makes_copies_of_the_program_and_starts_them(self):
+    def test_an_icon_makes_icons_and_starts_them(self):
         other = os.path.join(self.folder, OTHER)
         os.symlink(PROGRAM, other)
         program = self.start(program=other)
-        self.open_copies(program)
+        self.open_icons(program)
 
-        self.make_copy(program, SUMMER)
+        self.make_icon(program, SUMMER)
         self.assertEqual(os.readlink(self.link(SUMMER)), os.path.realpath(PROGRAM))
         program.press("Start")
 

@@ -15,7 +15,7 @@ public:
     /// What notifications say of the program that shows them.
     struct Sender {
         QString name; ///< As the user knows it.
-        QString icon; ///< By its name in the icon theme.
+        QString icon; ///< By its name in the icon theme, or a file's URL.
         QString desktopEntry; ///< The launcher file's name without the extension.
     };
 

@@ -6,11 +6,18 @@ class QString;
 /// What the desktop knows a running program by: the icon of its windows, and its launcher.
 namespace ProgramIdentity {
 
-/// The icon of all windows, in the usual sizes. Needs the application object.
-QIcon icon();
+/// The product's own icon, in the usual sizes. Needs the application object.
+QIcon productIcon();
 
-/// What the icon is called in the icon theme. Drop icons have no picture of their own.
-QString iconName();
+/// What that is called in the icon theme.
+QString productIconName();
+
+/// The icon of all windows of the program @p programName, in the usual sizes: the product's, or a drop icon's own
+/// picture. Needs the application object.
+QIcon icon(const QString& programName);
+
+/// The icon of its notifications: a name in the icon theme, or the URL of a file.
+QString notificationIcon(const QString& programName);
 
 /// The name, without ".desktop", of the launcher that belongs to the program @p programName: its own when one is
 /// installed, otherwise the product's.

@@ -12,6 +12,7 @@
 #include <QIcon>
 #include <QScopeGuard>
 #include <QStandardPaths>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,7 @@ void installLauncher(const QString& name)
 
 TEST(ProgramIdentityTest, WindowsHaveAnIconOfEveryUsualSize)
 {
-    const QIcon icon = ProgramIdentity::icon();
+    const QIcon icon = ProgramIdentity::productIcon();
 
     for (const int edge : { 16, 22, 24, 32, 48, 64, 128, 256 }) {
         EXPECT_EQ(icon.actualSize(QSize(edge, edge)), QSize(edge, edge));
@@ -57,7 +58,7 @@ TEST(ProgramIdentityTest, TheLauncherOfACopyThatWasMadeIsItsOwn)
     const TemporaryHome home;
     const DropIcons icons(u"/nowhere"_s, DropIcons::Folders::standard());
     for (const QString& name : { u"Photos/2024"_s, u"été à la mer"_s }) {
-        ASSERT_EQ(icons.make(name, false), DropIcons::Outcome::Made);
+        ASSERT_EQ(icons.make({ .name = name }), DropIcons::Outcome::Made);
 
         const QString launcher = ProgramIdentity::launcher(IconName::fileName(name));
 
@@ -67,6 +68,27 @@ TEST(ProgramIdentityTest, TheLauncherOfACopyThatWasMadeIsItsOwn)
         ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
         EXPECT_TRUE(file.readAll().contains("\nName=" + name.toUtf8() + '\n'));
     }
+}
+
+TEST(ProgramIdentityTest, AnIconsOwnPictureIsThatOfItsWindowsAndNotifications)
+{
+    const TemporaryHome home;
+    const DropIcons icons(u"/nowhere"_s, DropIcons::Folders::standard());
+    ASSERT_EQ(icons.make({ .name = u"Été %"_s, .picture = { .colour = u"#26a269"_s, .letters = u"É"_s } }),
+              DropIcons::Outcome::Made);
+
+    const QIcon icon = ProgramIdentity::icon(u"Été %"_s);
+
+    for (const int edge : { 16, 22, 24, 32, 48, 64, 128, 256 }) {
+        EXPECT_EQ(icon.actualSize(QSize(edge, edge)), QSize(edge, edge));
+        const QImage image = icon.pixmap(QSize(edge, edge), 1.0).toImage();
+        EXPECT_EQ(image.pixelColor(edge - 2 - edge / 20, edge * 3 / 4).name(), u"#26a269"_s) << edge;
+    }
+    const QUrl image(ProgramIdentity::notificationIcon(u"Été %"_s));
+    EXPECT_TRUE(image.isValid());
+    EXPECT_TRUE(QFile::exists(image.toLocalFile())) << image.toString().toStdString();
+    EXPECT_EQ(ProgramIdentity::notificationIcon(u"Other"_s), u"io.github.quillbox.Quillbox"_s);
+    EXPECT_TRUE(icons.remove(u"Été %"_s));
 }
 
 TEST(ProgramIdentityTest, TheApplicationTakesIconAndLauncher)
