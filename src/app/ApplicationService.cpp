@@ -2,6 +2,7 @@
 
 #include "BusName.h"
 #include "FileURL.h"
+#include "IconSettings.h"
 #include "LoopSuspension.h"
 
 #include <QDBusConnection>
@@ -16,6 +17,12 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// What a program that has a server of its own is called besides.
+QString nameOfOwnServer(const QString& busName)
+{
+    return busName + u".OwnServer"_s;
+}
 
 QDBusMessage callTo(const QString& name, const QString& method, const QVariantList& arguments)
 {
@@ -107,11 +114,32 @@ void ApplicationService::askWhetherRuns(const QString& programName, QObject* con
             });
 }
 
+bool ApplicationService::hasOtherServer(const QString& programName)
+{
+    if (!IconSettings::areInUse()) {
+        return false;
+    }
+    static const QString connectionName = u"hasOtherServer"_s;
+    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
+    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
+    const QString name = busName(programName);
+    return bus.isConnected() && bus.interface()->isServiceRegistered(name)
+        && !bus.interface()->isServiceRegistered(nameOfOwnServer(name));
+}
+
 bool ApplicationService::registerFor(const QString& programName)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     const QString name = busName(programName);
-    return bus.registerObject(objectPath(name), parent(), QDBusConnection::ExportAdaptors) && bus.registerService(name);
+    if (IconSettings::areInUse()) {
+        bus.registerService(nameOfOwnServer(name)); // First: whoever finds the other one looks for this.
+    }
+    const bool isRegistered
+        = bus.registerObject(objectPath(name), parent(), QDBusConnection::ExportAdaptors) && bus.registerService(name);
+    if (!isRegistered) {
+        bus.unregisterService(nameOfOwnServer(name)); // Of another program it stays.
+    }
+    return isRegistered;
 }
 
 void ApplicationService::Activate(const QVariantMap& /*platformData*/, const QDBusMessage& call)

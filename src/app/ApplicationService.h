@@ -46,6 +46,9 @@ public:
     /// Hands @p files and @p action (null for none) to the running program of that name, or only activates it when
     /// there is neither.
     static HandOver handOver(const QString& programName, const QStringList& files, const QString& action);
+    /// Whether a program of that name runs that has no server of its own, although this one has: it was started by an
+    /// icon that there is no more, and would upload what it is handed to another server.
+    static bool hasOtherServer(const QString& programName);
     /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
     bool registerFor(const QString& programName);
 

@@ -90,14 +90,16 @@ const char* run(const DropIcons::Icon& icon, const CommandLine& commandLine)
     return std::strerror(errno); // There is one thread yet.
 }
 
-void printNotTaken(QTextStream& out, const QStringList& files)
+} // namespace
+
+void IconCommands::refuse(const QStringList& files, const QString& why)
 {
+    QTextStream err(stderr);
+    err << "Quillbox: " << why << '\n';
     for (const QString& file : files) {
-        out << "Not taken: " << wholeVisibleText(file) << '\n';
+        err << "Not taken: " << wholeVisibleText(file) << '\n';
     }
 }
-
-} // namespace
 
 bool IconCommands::useSettings(const CommandLine& commandLine)
 {
@@ -105,10 +107,9 @@ bool IconCommands::useSettings(const CommandLine& commandLine)
     const QString own = QDir::cleanPath(IconSettings::filePath(program));
     const bool isTold = !commandLine.settings.isNull();
     if (isTold && QDir::cleanPath(commandLine.settings) != own) {
-        QTextStream err(stderr);
-        err << "Quillbox: The settings in \"" << wholeVisibleText(commandLine.settings)
-            << "\" are not those of this program, which are in \"" << wholeVisibleText(own) << "\".\n";
-        printNotTaken(err, commandLine.files);
+        refuse(commandLine.files,
+               u"The settings in \"%1\" are not those of this program, which are in \"%2\"."_s.arg(
+                   wholeVisibleText(commandLine.settings), wholeVisibleText(own)));
         return false;
     }
     if (isTold || IconSettings::areOf(program)) {
@@ -151,11 +152,8 @@ void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& command
     const QList<DropIcons::Icon> all = icons.icons();
     const auto icon = std::ranges::find(all, commandLine.icon, &DropIcons::Icon::name);
     const QString name = wholeVisibleText(commandLine.icon);
-    QTextStream err(stderr);
-    if (icon == all.end()) {
-        err << "Quillbox: There is no icon \"" << name << "\"; \"--list-icons\" shows those that there are.\n";
-    } else {
-        err << "Quillbox: The icon \"" << name << "\" cannot be started: " << run(*icon, commandLine) << ".\n";
-    }
-    printNotTaken(err, commandLine.files);
+    refuse(commandLine.files,
+           icon == all.end() ? u"There is no icon \"%1\"; \"--list-icons\" shows those that there are."_s.arg(name)
+                             : u"The icon \"%1\" cannot be started: %2."_s.arg(
+                                 name, QString::fromLocal8Bit(run(*icon, commandLine))));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 class DropIcons;
 struct CommandLine;
 
@@ -10,6 +12,9 @@ namespace IconCommands {
 /// when
 /// @p commandLine names those of another icon, having said so and which files are not taken.
 bool useSettings(const CommandLine& commandLine);
+
+/// Says that @p files are not taken, and why.
+void refuse(const QStringList& files, const QString& why);
 
 /// Prints a line for each icon: its name, a tab, and where its files go.
 void list(const DropIcons& icons);

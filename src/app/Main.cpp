@@ -81,9 +81,19 @@ void handOver(const CommandLine& commandLine)
     std::_Exit(1);
 }
 
-/// The same, also for those who wait until the files are over, or want no window.
+/// The same, also for those who wait until the files are over, or want no window. A program of our name that goes to
+/// another server gets nothing: this one goes on beside it.
 void handOverAll(const CommandLine& commandLine)
 {
+    if (ApplicationService::hasOtherServer(programFileName())) {
+        if (commandLine.isWaitedFor && !commandLine.isHidden) { // Who waits is told by the program that has the name.
+            IconCommands::refuse(commandLine.files,
+                                 u"The window that is open is of a former icon of this name, and goes to another "
+                                 "server. Close it first."_s);
+            std::_Exit(1);
+        }
+        return;
+    }
     if (commandLine.isWaitedFor || commandLine.isHidden) {
         UploadCommand::run(commandLine);
     } else {

@@ -112,6 +112,27 @@ class Used(IconSettings):
         self.assertEqual(stat.S_IMODE(os.stat(self.path("Work")).st_mode), 0o600)
 
 
+class AfterAnother(WindowTest):
+    def test_a_window_that_is_left_of_a_former_icon_gets_no_file_of_one_with_a_server_of_its_own(self):
+        self.settings()
+        os.makedirs(self.server.path("Work"))
+        former = os.path.join(self.folder, "Work")
+        os.symlink(PROGRAM, former)
+        self.start(program=former)
+        wait_for(lambda: self.server.logins, "the former icon to be at work")
+        own = UploadServer()
+        self.addCleanup(own.close)
+        store_settings(self.home, own.settings(), "Work")
+
+        waiting = self.launch("--wait", self.file("waiting.txt"), program=former)
+        self.start(self.file("own.txt"), program=former)
+
+        wait_for(lambda: own.received == ["own.txt"], "the file")
+        self.assertEqual(waiting.exit_code(), 1)
+        self.assertIn(f"Not taken: {self.folder}/waiting.txt", waiting.output())
+        self.assertEqual(self.server.received, [])
+
+
 class Harmed(IconSettings):
     def damage(self):
         with open(self.path("Work"), "w", encoding="utf-8") as file:
