@@ -5,6 +5,7 @@ import signal
 import subprocess
 import unittest
 import urllib.parse
+from pathlib import Path
 
 import private_network
 from desktop import wait_for
@@ -21,6 +22,11 @@ OTHER = "Other"
 
 def setUpModule():
     private_network.enter()
+
+
+def contents_of(folder):
+    """The bytes of each file in it, by its name."""
+    return {path.name: path.read_bytes() for path in Path(folder).iterdir()}
 
 
 class Icons:
@@ -145,8 +151,12 @@ class Icons:
 
     # What is done with launchers.
 
-    def launch_icon(self, name, *paths):
-        launched = LaunchedProgram(self.desktop, self.launchers()[name], paths, self.home)
+    def send_to(self, name):
+        """What Thunar has in its menu for the icon of that name: a launcher of the same file name."""
+        return os.path.join(self.data_folder("Thunar/sendto"), os.path.basename(self.launchers()[name]))
+
+    def launch_icon(self, name, *paths, launcher=None):
+        launched = LaunchedProgram(self.desktop, launcher or self.launchers()[name], paths, self.home)
         self.addCleanup(launched.close)
         return launched
 
@@ -156,11 +166,7 @@ class Icons:
 
     def has_exactly(self, name, contents):
         """Whether the icon's folder on the server holds these files, and nothing else."""
-        found = {}
-        for entry in os.listdir(self.on_server(name)):
-            with open(self.on_server(name, entry), "rb") as file:
-                found[entry] = file.read()
-        return found == contents
+        return contents_of(self.on_server(name)) == contents
 
     def window_classes(self, program):
         """What a desktop that looks for the window's launcher goes by: its instance and its class."""
@@ -197,6 +203,39 @@ class Running(Icons):
         self.assertEqual(sorted(os.listdir(self.on_server())), [OTHER, "Photos", SUMMER])
         for running in (program, summer, photos):
             self.assertIsNone(running.process.poll())
+
+
+    def test_an_icon_with_a_server_of_its_own_sends_there_until_it_is_removed(self):
+        other = RealFTPServer(self.make, address="127.0.0.2")
+        self.addCleanup(other.close)
+        os.mkdir(other.path("in"))
+        program = self.start()
+        self.open_icons(program)
+        self.make_icon_with_server(program, "Print shop", other.settings(FTPFolder="in"))
+        contents, paths = self.files_of_some_kinds("print")
+
+        icon = self.launch_icon("Print shop", *paths, launcher=self.send_to("Print shop"))
+
+        wait_for(lambda: contents_of(other.path("in")) == contents, "the files on the other server")
+        self.assertEqual(sorted(os.listdir(self.on_server())), sorted([OTHER, "Photos", SUMMER]))
+        self.activate(program, "^Drop Icons$")
+        wait_for(lambda: program.rows(TABLE)[0][2][:1].isdigit(), "its last upload")
+
+        # While it runs, it keeps its name, and can be removed.
+        program.press("Edit…")
+        wait_for(lambda: program.text("Name of the icon") and not program.is_enabled("Name of the icon"), "its name")
+        program.press("Cancel")
+        wait_for(lambda: "Edit Drop Icon" not in program.titles(), "the form to close")
+        self.ask_to_remove(program)
+        self.assertIn("uploads nothing more", " ".join(program.sheet()))
+        self.desktop.key("Tab", "space")
+        wait_for(lambda: self.listed(program) == [], "the list to be empty")
+        self.assertEqual(os.listdir(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox/icons")), [])
+        words = ["Print shop", self.file("late", b"late")]
+        subprocess.run(words, executable=PROGRAM, env={**self.desktop.environment, **self.home}, check=True)
+        wait_for(icon.sheet, "the icon to say that it has no server")
+        self.assertEqual(contents_of(other.path("in")), contents)
+        self.assertEqual(sorted(os.listdir(self.on_server())), sorted([OTHER, "Photos", SUMMER]))
 
 
 class MakingAndRemoving(Icons, WindowTest):
