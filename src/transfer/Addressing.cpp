@@ -1,6 +1,7 @@
 #include "Addressing.h"
 
 #include "HostText.h"
+#include "LocalPath.h"
 #include "PathText.h"
 #include "URLText.h"
 
@@ -45,6 +46,11 @@ QString fullPath(const QString& address, const QString& folder, const QString& p
     const QString url = fullURL(address, folder, path);
     // Kept: also the location of a file ends in "/".
     return url.isNull() ? QString() : withTrailingSlash(url);
+}
+
+QString folderBelow(const QString& location, const QString& folder)
+{
+    return withTrailingSlash(URLText::appendingPathComponent(location, LocalPath::toBytes(folder)));
 }
 
 QString withTrailingSlash(const QString& text)

@@ -20,6 +20,9 @@ QString fullURL(const QString& address, const QString& folder, const QString& pa
 /// The same with "/" at its end.
 QString fullPath(const QString& address, const QString& folder, const QString& path);
 
+/// The location of @p folder (LocalPath) below the one at @p location, "/" at its end.
+QString folderBelow(const QString& location, const QString& folder);
+
 /// @p text with "/" appended unless it ends in one.
 QString withTrailingSlash(const QString& text);
 

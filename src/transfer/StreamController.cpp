@@ -58,6 +58,7 @@ template <typename Stream> void StreamController<Stream>::closeStream()
         m_lastReply = m_networkStream->lastReply();
         m_security = m_networkStream->security();
         m_peerAddress = m_networkStream->peerAddress();
+        m_lastError = m_networkStream->error();
         m_networkStream.reset();
         ++m_run;
     }

@@ -23,6 +23,13 @@ public:
     /// See FTPStream::peerAddress().
     virtual QHostAddress peerAddress() const = 0;
 
+    /// Why what has ended with @p status has failed, for people: where the server has refused, its words say more.
+    QString failure(const QString& status) const
+    {
+        const QString reply = lastReply();
+        return reply.startsWith(u'4') || reply.startsWith(u'5') ? reply : status;
+    }
+
 protected:
     ~ServerAnswers() = default;
 };
@@ -56,6 +63,8 @@ public:
 
     /// The open stream; null exactly while nothing runs.
     Stream* networkStream() const { return m_networkStream.get(); }
+    /// What the ErrorOccurred event of the stream that was closed last was about.
+    const FTPStreamError& lastError() const { return m_lastError; }
     /// The loop that the stream reports from; null before the first start.
     RunLoop* ourRunLoop() const { return m_ourRunLoop; }
 
@@ -111,6 +120,7 @@ private:
     QString m_lastReply; ///< To a stream that has been closed.
     std::optional<FTPSecurity> m_security; ///< Likewise.
     QHostAddress m_peerAddress; ///< Likewise.
+    FTPStreamError m_lastError; ///< Likewise.
     RunLoop* m_ourRunLoop = nullptr;
     quint64 m_run = 0; ///< Changes whenever a stream is opened or closed.
     WeakAnchor m_anchor;

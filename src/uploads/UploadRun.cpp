@@ -2,9 +2,7 @@
 
 #include "Addressing.h"
 #include "FTPPutController.h"
-#include "LocalPath.h"
 #include "TreePath.h"
-#include "URLText.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
 #include "VisibleText.h"
@@ -29,8 +27,7 @@ void UploadRun::startNext(UploadQueue& queue, const Destination& destination)
     m_history.nextFileStarts(destination);
     Destination folder = destination;
     if (const QString below = TreePath::folder(path); !below.isNull()) {
-        folder.location = Addressing::withTrailingSlash(
-            URLText::appendingPathComponent(destination.location, LocalPath::toBytes(below)));
+        folder.location = Addressing::folderBelow(destination.location, below);
     }
     m_controller.setMadeLevels(TreePath::levels(path));
     m_controller.setAsksNobody(m_history.requestOf(m_history.currentRow()).isUnattended);

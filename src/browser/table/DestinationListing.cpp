@@ -121,9 +121,7 @@ void DestinationListing::statusReported(const QString& status)
         emit ended(m_state);
     } else {
         m_state = State::Failed;
-        // Where the server has refused, its words say more than the status; its last good reply is no reason.
-        const QString reply = m_hasOpened ? m_controller.lastReply() : QString();
-        m_failure = reply.startsWith(u'4') || reply.startsWith(u'5') ? reply : status;
+        m_failure = m_hasOpened ? m_controller.failure(status) : status;
         m_isFailureUnreported = true;
         QTimer::singleShot(0, this, &DestinationListing::reportFailure);
     }
