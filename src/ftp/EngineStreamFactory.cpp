@@ -10,9 +10,11 @@ namespace {
 /// The common part of reading and writing streams: a request that becomes a transfer when the stream is opened.
 template <typename Interface> class EngineStream : public Interface {
 public:
-    EngineStream(FTPEngine& engine, CertificateTrust* trust, TransferRequest::Kind kind, const QString& location,
-                 qint64 length = 0)
+    EngineStream(FTPEngine& engine, CertificateTrust* trust, CertificateTrust* knownTrust, TransferRequest::Kind kind,
+                 const QString& location, qint64 length = 0)
         : m_engine(engine)
+        , m_trust(trust)
+        , m_knownTrust(knownTrust)
     {
         m_request.kind = kind;
         m_request.location = FTPLocation::fromText(location);
@@ -40,6 +42,7 @@ public:
     {
         m_request.trustedCertificates = fingerprints;
     }
+    void setAsksNobody(bool asksNobody) override { m_request.certificateTrust = asksNobody ? m_knownTrust : m_trust; }
     void setDelegate(FTPStreamDelegate* delegate) override { m_delegate = delegate; }
 
     void open() override
@@ -77,6 +80,8 @@ private:
     const Transfer::Progress& said() const { return m_transfer != nullptr ? m_transfer->progress() : m_said; }
 
     FTPEngine& m_engine;
+    CertificateTrust* m_trust;
+    CertificateTrust* m_knownTrust;
     FTPStreamDelegate* m_delegate = nullptr;
     Transfer::Progress m_said; ///< Of a transfer that has been closed.
 };
@@ -106,34 +111,25 @@ public:
 
 class EngineWriteStream final : public EngineStream<FTPWriteStream> {
 public:
-    EngineWriteStream(FTPEngine& engine, CertificateTrust* trust, CertificateTrust* knownTrust,
-                      TransferRequest::Kind kind, const QString& location, qint64 length = 0)
-        : EngineStream(engine, trust, kind, location, length)
-        , m_trust(trust)
-        , m_knownTrust(knownTrust)
-    {
-    }
+    using EngineStream::EngineStream;
 
     qint64 write(std::span<const char> data) override { return m_transfer != nullptr ? m_transfer->write(data) : -1; }
     void setMadeLevels(int levels) override { m_request.madeLevels = levels; }
-    void setAsksNobody(bool asksNobody) override { m_request.certificateTrust = asksNobody ? m_knownTrust : m_trust; }
     qint64 acknowledgedBytes() const override { return m_transfer != nullptr ? m_transfer->acknowledgedBytes() : 0; }
-
-private:
-    CertificateTrust* m_trust;
-    CertificateTrust* m_knownTrust;
 };
 
 } // namespace
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createListingStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(m_engine, m_trust, TransferRequest::Kind::Listing, location);
+    return std::make_unique<EngineReadStream>(m_engine, m_trust, m_knownTrust, TransferRequest::Kind::Listing,
+                                              location);
 }
 
 std::unique_ptr<FTPReadStream> EngineStreamFactory::createDownloadStream(const QString& location)
 {
-    return std::make_unique<EngineReadStream>(m_engine, m_trust, TransferRequest::Kind::Download, location);
+    return std::make_unique<EngineReadStream>(m_engine, m_trust, m_knownTrust, TransferRequest::Kind::Download,
+                                              location);
 }
 
 std::unique_ptr<FTPWriteStream> EngineStreamFactory::createUploadStream(const QString& location, qint64 length)

@@ -90,6 +90,9 @@ public:
     /// SHA-256 fingerprints of certificates that the server may show whatever is wrong with them, to be set before
     /// open(). All others must be good for the system's store and the name of the host.
     virtual void setTrustedCertificates(const QList<QByteArray>& fingerprints) = 0;
+    /// To be set before open(): a certificate that is not good counts as what is known of it, and nobody is asked. Not
+    /// by default.
+    virtual void setAsksNobody(bool /*asksNobody*/) { }
 
     /// @p delegate receives the events until the stream is closed; it is not owned. Null drops them.
     virtual void setDelegate(FTPStreamDelegate* delegate) = 0;
@@ -143,9 +146,6 @@ public:
     /// by default. The creation of a folder makes so many of its own levels, itself among them, and succeeds also where
     /// all of them are there.
     virtual void setMadeLevels(int /*levels*/) { }
-    /// To be set before open(): a certificate that is not good counts as what is known of it, and nobody is asked. Not
-    /// by default.
-    virtual void setAsksNobody(bool /*asksNobody*/) { }
 };
 
 /// Makes the streams, so that tests can stand in for the network. A null answer means that no stream could be made

@@ -140,7 +140,7 @@ WindowState Pump::state() const
              .size = movingSize(),
              .waiting = m_parts.queue.size(),
              .isQueueUnderWay = m_parts.history.isQueueUnderWay(),
-             .isLookedThrough = m_parts.intake.isLookingThrough(),
+             .intake = m_parts.intake.stage(),
              .isTryWaiting = m_parts.tries.waitingCount() > 0,
              .tally = m_parts.history.queueTally(),
              .listing = listing.state(),

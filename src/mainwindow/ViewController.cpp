@@ -7,6 +7,7 @@
 #include "ListingTable.h"
 #include "MainMenu.h"
 #include "QuitWarning.h"
+#include "ReplaceSheet.h"
 #include "SheetQueue.h"
 #include "TextPrompt.h"
 #include "UserDefaults.h"
@@ -25,6 +26,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_cc(streams)
     , m_connections(connections)
     , m_queue(m_history)
+    , m_intake(m_queue, m_history, streams)
     , m_run(m_pc, m_history)
     , m_listing(m_lc)
     , m_items(m_window, *m_window.ui().destinationListingTable, m_listing, m_gc, connections, *this, this)
@@ -79,7 +81,10 @@ void ViewController::connectParts()
     connect(&m_tries, &AutomaticTries::queued, this, &ViewController::showQueuedFiles);
     connect(&m_history, &UploadHistory::queueBegins, m_window.ui().dragAndDropView, &DragDropView::queueBegins);
     connect(&m_history, &UploadHistory::queueBegins, this, [this] { m_run.queueBegins(); });
-    connect(&m_intake, &UploadIntake::joined, this, &ViewController::filesJoined);
+    connect(&m_intake, &UploadIntake::queueChanged, this, &ViewController::queueChanged);
+    connect(&m_intake, &UploadIntake::asked, this,
+            [this](const HeldDrops::Question& question) { askWhetherToReplace(m_window, question); });
+    connect(&m_listing, &DestinationListing::destinationChanged, &m_intake, &UploadIntake::destinationChanged);
     connect(&m_intake, &UploadIntake::changed, &m_pump, &Pump::wake);
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
@@ -116,7 +121,7 @@ void ViewController::upload(const Drop& drop)
     }
     m_intake.take(drop);
     if (drop.request.isUnattended) {
-        filesJoined();
+        queueChanged();
     } else if (DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder().isNull()) {
         showQueueLength();
         showAlert(u"No Destination"_s, u"Specify a destination on the FTP server. See Preferences for instructions."_s);
@@ -128,11 +133,11 @@ void ViewController::upload(const Drop& drop)
 void ViewController::uploadAgain(const PathList& paths, const Destination& destination)
 {
     emit userRequestedConnection();
-    m_queue.appendAgain(paths, destination);
+    m_intake.takeAgain(paths, destination);
     showQueuedFiles();
 }
 
-void ViewController::filesJoined()
+void ViewController::queueChanged()
 {
     if (m_listing.destination().isNull()) {
         showQueueLength();
@@ -327,5 +332,5 @@ QString ViewController::askInput(const QString& prompt, const QString& defaultTe
 QString ViewController::quitWarning() const
 {
     return ::quitWarning(m_pc.isSending(), m_gc.isReceiving() || m_items.isDownloadingSeveral(),
-                         m_queue.size() + m_tries.waitingCount(), m_intake.isLookingThrough());
+                         m_history.waitingCount() + m_tries.waitingCount(), m_intake.isLookingThrough());
 }

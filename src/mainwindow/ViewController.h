@@ -60,8 +60,8 @@ public:
     void uploadFiles(const PathList& paths, const QStringList& leftOut = {}) override;
     /// The same of @p drop, which a RequestWatch may follow. For unattended files no alert is raised.
     void upload(const Drop& drop);
-    /// Has @p paths tried once more: each goes to @p destination, which is in force, or is dropped and said to be when
-    /// another one is in force at its turn.
+    /// Has @p paths (TreePath) tried once more: each goes to @p destination, which is in force, or is dropped and said
+    /// to be when another one is in force at its turn.
     void uploadAgain(const PathList& paths, const Destination& destination);
     /// Nor is any file tried again by itself, and folders that are looked through are left.
     void clearQueue();
@@ -170,7 +170,7 @@ signals:
 private:
     void connectParts();
     bool isLineFree() const;
-    void filesJoined();
+    void queueChanged();
     void showQueueLength();
     void showQueuedFiles();
     void refreshBesideUploads();
@@ -185,7 +185,7 @@ private:
     UploadHistory m_history;
     UploadLedger m_ledger{ m_history };
     UploadQueue m_queue;
-    UploadIntake m_intake{ m_queue, m_history };
+    UploadIntake m_intake;
     AutomaticTries m_tries{ m_history, m_queue };
     UploadRun m_run;
     DestinationListing m_listing;

@@ -61,6 +61,24 @@ void showReply(QWidget& field, const QString& reply)
     field.setAccessibleDescription(words.isNull() ? title : title + u". "_s + words);
 }
 
+QString intakeText(UploadIntake::Stage stage)
+{
+    switch (stage) {
+        using enum UploadIntake::Stage;
+    case Nothing:
+        break;
+    case LookingThroughFolders:
+        return u"Looking through folders…"_s;
+    case LookingAtDestination:
+        return u"Looking at what is there…"_s;
+    case Asking:
+        return u"Waiting for an answer"_s;
+    case AwaitingDestination:
+        return u"Waiting for a destination"_s;
+    }
+    return {};
+}
+
 QString emptyText(const WindowState& state)
 {
     if (state.listing == DestinationListing::State::Listing) {
@@ -177,7 +195,7 @@ bool WindowIndicators::isShown(const WindowState& state) const
 void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
 {
     const Values now = values();
-    showQueue(state.waiting, state.tally);
+    showQueue(state);
     setEnabledKeepingFocus(*m_window.clearQueueButton, state.canClearQueue(), *m_window.destinationListingTable);
     showProgress(now, state);
     m_window.dragAndDropView->setOver(!state.isQueueUnderWay);
@@ -189,22 +207,28 @@ void WindowIndicators::showTransfer(const WindowState& state, bool isNewSecond)
     m_shown = { state, now };
 }
 
-void WindowIndicators::showQueue(qsizetype length, const FileTally& tally)
+void WindowIndicators::showQueue(const WindowState& state)
 {
-    // What has become of the files before stands behind the number of those that wait.
-    const QString outcome = outcomeText(tally);
-    const QString waiting = length == 0 ? QString() : u"%1 waiting"_s.arg(QLocale().toString(length));
+    // What keeps more from joining, and what has become of the files before, stand behind the number of those that
+    // wait.
+    const QString waiting = state.waiting == 0 ? QString() : u"%1 waiting"_s.arg(QLocale().toString(state.waiting));
+    QStringList texts{ waiting, intakeText(state.intake) };
+    if (state.waiting != 0) {
+        texts.append(outcomeText(state.tally));
+    }
+    texts.removeAll(QString());
     QLabel& label = *m_window.waitingTextField;
     label.setMinimumWidth(label.fontMetrics().size(Qt::TextSingleLine, waiting).width() + 2); // It is never cut.
-    setTextIfNew(label, waiting.isNull() || outcome.isNull() ? waiting : waiting + u" – "_s + outcome);
-    m_window.totalProgressIndicator->setValue(static_cast<int>(length));
-    m_window.totalProgressIndicator->setVisible(length != 0);
+    setTextIfNew(label, texts.join(u" – "_s));
+    m_window.totalProgressIndicator->setValue(static_cast<int>(state.waiting));
+    m_window.totalProgressIndicator->setVisible(state.waiting != 0);
 }
 
 void WindowIndicators::showProgress(const Values& values, const WindowState& state)
 {
     const bool isMoving = state.isMoving();
-    m_window.transferPane->tell(*m_window.transferDetails, isMoving || state.waiting != 0);
+    m_window.transferPane->tell(*m_window.transferDetails,
+                                isMoving || state.waiting != 0 || state.intake != UploadIntake::Stage::Nothing);
     m_window.percentProgressIndicator->setVisible(isMoving);
     m_window.bytesFormattedTextField->setVisible(isMoving);
     setEnabledKeepingFocus(*m_window.stopButton, isMoving, *m_window.destinationListingTable);

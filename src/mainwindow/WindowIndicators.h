@@ -84,7 +84,7 @@ private:
     };
     Values values() const;
 
-    void showQueue(qsizetype length, const FileTally& tally);
+    void showQueue(const WindowState& state);
     void showProgress(const Values& values, const WindowState& state);
     void showSpeed(const WindowState& state);
     void showTexts(const Values& values);

@@ -2,6 +2,7 @@
 
 #include "DestinationListing.h"
 #include "FileTally.h"
+#include "UploadIntake.h"
 
 #include <QString>
 
@@ -12,7 +13,7 @@ struct WindowState {
     qint64 size = -1; ///< Of what moves, in bytes; -1: not known, or of several.
     qsizetype waiting = 0; ///< Files in the queue.
     bool isQueueUnderWay = false; ///< Files of the queue wait or are being sent.
-    bool isLookedThrough = false; ///< What was dropped is, and more files may come.
+    UploadIntake::Stage intake = UploadIntake::Stage::Nothing; ///< What keeps drops from joining it.
     bool isTryWaiting = false; ///< Files wait for another try.
     FileTally tally; ///< Of the queue's files that have ended.
     DestinationListing::State listing = DestinationListing::State::Idle;
@@ -25,7 +26,7 @@ struct WindowState {
     bool isServerLost = false; ///< An icon has no destination since the settings of its own server cannot be read.
     bool isItemSelected = false;
 
-    bool canClearQueue() const { return waiting != 0 || isLookedThrough || isTryWaiting; }
+    bool canClearQueue() const { return waiting != 0 || intake != UploadIntake::Stage::Nothing || isTryWaiting; }
     bool isMoving() const { return isSending || isReceiving; }
     bool operator==(const WindowState&) const = default;
 };

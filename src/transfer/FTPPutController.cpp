@@ -64,7 +64,6 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
                                                       : m_streams.createUploadStream(location, m_fileStream->length());
     if (stream != nullptr) {
         stream->setMadeLevels(m_madeLevels);
-        stream->setAsksNobody(m_asksNobody);
     }
     if (startStream(std::move(stream), username, password)) {
         sendDidStart();
@@ -171,7 +170,7 @@ void FTPPutController::streamFailed()
         }
         return UploadOutcome::Kind::Failed;
     };
-    const bool isUnasked = m_asksNobody && error.domain == FTPStreamError::Domain::Certificate;
+    const bool isUnasked = asksNobody() && error.domain == FTPStreamError::Domain::Certificate;
     // Kept: the text asks about a directory because folder creation shares it.
     stop(kind(), errorStatus(u"FTP error %1; Directory may already exist?"_s.arg(error.code)),
          isUnasked ? u"the server’s certificate is not trusted"_s : QString());

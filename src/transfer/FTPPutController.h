@@ -49,8 +49,6 @@ public:
     /// startSend() takes a folder, too, whose path has a "/" at its end: it is made in the destination, and nothing is
     /// sent.
     void setMadeLevels(int levels) { m_madeLevels = levels; }
-    /// Whether nobody is asked about the server's certificate from the next start on (FTPWriteStream::setAsksNobody()).
-    void setAsksNobody(bool asksNobody) { m_asksNobody = asksNobody; }
     /// Ends the upload and reports @p status; null means that the file has arrived. What the server has of a file that
     /// has not stays there.
     void stopSendWithStatus(const QString& status);
@@ -96,7 +94,6 @@ private:
     quint64 m_bufferOffset = 0; ///< First byte not yet sent.
     quint64 m_bufferLimit = 0; ///< One past the last byte read.
     int m_madeLevels = 0;
-    bool m_asksNobody = false;
     qint64 m_fileSize = 0;
     qint64 m_totalBytesWritten = 0;
     UploadOutcome m_outcome;

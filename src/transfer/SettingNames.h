@@ -15,6 +15,7 @@ inline const QString keepHistory = QStringLiteral("KeepHistory");
 inline const QString webAddress = QStringLiteral("WebAddress");
 inline const QString retryFailedFiles = QStringLiteral("RetryFailedFiles");
 inline const QString droppedFolders = QStringLiteral("DroppedFolders");
+inline const QString askBeforeReplacing = QStringLiteral("AskBeforeReplacing");
 inline const QString doNotShowWelcomeWindowAgain = QStringLiteral("DoNotShowWelcomeWindowAgain");
 
 } // namespace SettingNames

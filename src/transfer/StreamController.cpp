@@ -18,6 +18,7 @@ bool StreamController<Stream>::startStream(std::unique_ptr<Stream> stream, const
         stopWithStatus(u"Can not create network connection."_s);
         return false;
     }
+    m_networkStream->setAsksNobody(m_asksNobody);
     if (!authenticate(username, password)) {
         return false;
     }

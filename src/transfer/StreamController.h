@@ -49,6 +49,9 @@ public:
 
     /// @p source is asked at each start whether the transfer is to be encrypted. Without one it is not.
     void setEncryptionSource(std::function<FTPEncryption()> source) { m_encryptionSource = std::move(source); }
+    /// Whether nobody is asked about the server's certificate from the next start on (FTPStream::setAsksNobody()).
+    void setAsksNobody(bool asksNobody) { m_asksNobody = asksNobody; }
+    bool asksNobody() const { return m_asksNobody; }
 
     QString lastReply() const final { return m_networkStream != nullptr ? m_networkStream->lastReply() : m_lastReply; }
     std::optional<FTPSecurity> security() const final
@@ -116,6 +119,7 @@ private:
     bool authenticate(const QString& username, const QString& password);
 
     std::function<FTPEncryption()> m_encryptionSource; ///< Null: none.
+    bool m_asksNobody = false;
     std::unique_ptr<Stream> m_networkStream;
     QString m_lastReply; ///< To a stream that has been closed.
     std::optional<FTPSecurity> m_security; ///< Likewise.

@@ -24,6 +24,7 @@ bool isFailure(UploadOutcome::Kind outcome)
     case LeftOut:
     case Removed:
     case Note:
+    case NotReplacing:
         return false;
     }
     return false;

@@ -27,6 +27,7 @@ struct UploadOutcome {
         Removed, ///< Taken out of the queue before its turn came.
         Note, ///< Not a file: a remark.
         Interrupted, ///< The program ended before it was known what would become of it.
+        NotReplacing, ///< The user has left it out: it would have replaced a file, or might have.
     };
 
     Kind kind = Kind::Waiting;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Destination.h"
 #include "PathList.h"
 #include "UploadRequest.h"
 
@@ -10,4 +11,6 @@ struct Drop {
     PathList paths; ///< To be uploaded.
     QStringList leftOut = {}; ///< What came with them and is not.
     UploadRequest request = {};
+    Destination bound = {}; ///< They go there or nowhere; null: wherever is in force at their turn.
+    bool isHeld = false; ///< It waits for an answer before it joins the queue, where it needs one.
 };

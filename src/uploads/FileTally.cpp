@@ -17,7 +17,7 @@ void FileTally::count(UploadOutcome::Kind outcome, int step)
         stopped += step;
     } else if (outcome == Removed) {
         removed += step;
-    } else if (outcome == LeftOut) {
+    } else if (outcome == LeftOut || outcome == NotReplacing) {
         leftOut += step;
     }
 }

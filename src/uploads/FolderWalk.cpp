@@ -325,7 +325,7 @@ QList<Drop> FolderWalks::rest() const
 {
     QList<Drop> rest(m_next.begin(), m_next.end());
     if (m_walk != nullptr) {
-        rest.prepend({ m_walk->rest(), {}, m_request });
+        rest.prepend(pieceOf(m_walk->rest(), {}));
     }
     return rest;
 }
@@ -340,24 +340,31 @@ void FolderWalks::stop()
 
 void FolderWalks::beginNext()
 {
-    const Drop drop = std::move(m_next.front());
+    m_drop = std::move(m_next.front());
     m_next.pop_front();
-    m_request = drop.request;
-    m_walk = std::make_unique<FolderWalk>(drop.paths);
-    connect(m_walk.get(), &FolderWalk::found, this, [this](const PathList& paths, const QStringList& leftOut) {
-        emit found({ paths, leftOut, m_request });
-    });
+    m_walk = std::make_unique<FolderWalk>(m_drop.paths);
+    connect(m_walk.get(), &FolderWalk::found, this,
+            [this](const PathList& paths, const QStringList& leftOut) { emit found(pieceOf(paths, leftOut)); });
     connect(m_walk.get(), &FolderWalk::merged, this, &FolderWalks::merged);
     connect(m_walk.get(), &FolderWalk::ended, this, [this] {
         m_walk.release()->deleteLater(); // It is the one that says so.
-        emit dropEnded(m_request);
+        emit ended(m_drop);
         if (m_next.empty()) {
             emit changed();
         } else {
             beginNext();
         }
     });
-    if (!drop.leftOut.isEmpty()) {
-        emit found({ {}, drop.leftOut, m_request });
+    if (!m_drop.leftOut.isEmpty()) {
+        emit found(pieceOf({}, m_drop.leftOut));
     }
+}
+
+/// A part of what is looked through.
+Drop FolderWalks::pieceOf(const PathList& paths, const QStringList& leftOut) const
+{
+    Drop piece = m_drop;
+    piece.paths = paths;
+    piece.leftOut = leftOut;
+    return piece;
 }

@@ -56,21 +56,23 @@ public:
     QList<Drop> rest() const;
     /// Ends them all; nothing more is found.
     void stop();
-    bool isUnderWay() const { return m_walk != nullptr; }
+    bool isUnderWay() const { return m_walk != nullptr || !m_next.empty(); }
 
 signals:
     /// @p piece is the next part of a drop, with what is in its folders.
     void found(const Drop& piece);
+    /// All of @p drop was found. Nobody begins another one meanwhile.
+    void ended(const Drop& drop);
     void merged(const QString& name);
-    /// All of a drop has been found, which was for @p request.
-    void dropEnded(UploadRequest request);
     /// isUnderWay() has another answer.
     void changed();
 
 private:
     void beginNext();
 
-    std::unique_ptr<FolderWalk> m_walk; ///< The one that is under way; null exactly while none is.
-    UploadRequest m_request; ///< For which that one is.
+    Drop pieceOf(const PathList& paths, const QStringList& leftOut) const;
+
+    std::unique_ptr<FolderWalk> m_walk; ///< The one that is under way.
+    Drop m_drop; ///< That it looks through.
     std::deque<Drop> m_next;
 };

@@ -2,12 +2,13 @@
 
 bool HistoryEntry::isUnsettled() const
 {
-    return canQueueAgain() && !isManual && outcome != Outcome::Removed;
+    return canQueueAgain() && !isManual && outcome != Outcome::Removed && outcome != Outcome::NotReplacing;
 }
 
 bool HistoryEntry::canQueueAgain() const
 {
-    const bool isLost = isFailure(outcome) || outcome == Outcome::Stopped || outcome == Outcome::Removed;
+    using enum UploadOutcome::Kind;
+    const bool isLost = isFailure(outcome) || outcome == Stopped || outcome == Removed || outcome == NotReplacing;
     return isLost && !isQueuedAgain;
 }
 

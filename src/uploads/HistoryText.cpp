@@ -133,6 +133,8 @@ QString outcomeWords(UploadOutcome::Kind outcome)
         return u"Note"_s;
     case Interrupted:
         return u"Not confirmed: Quillbox ended"_s;
+    case NotReplacing:
+        return u"Left out: nothing on the server was to be replaced"_s;
     }
     return {};
 }

@@ -20,7 +20,7 @@ namespace {
 QString failures()
 {
     QStringList numbers;
-    for (int number = 0; number <= static_cast<int>(Outcome::Interrupted); ++number) {
+    for (int number = 0; number <= static_cast<int>(Outcome::NotReplacing); ++number) {
         if (isFailure(static_cast<Outcome>(number))) {
             numbers.append(QString::number(number));
         }
@@ -51,7 +51,7 @@ QString shownWords(Outcome outcome)
 QString shownOutcome()
 {
     QString words = u"(CASE outcome"_s;
-    for (int number = 0; number <= static_cast<int>(Outcome::Interrupted); ++number) {
+    for (int number = 0; number <= static_cast<int>(Outcome::NotReplacing); ++number) {
         words += u" WHEN %1 THEN "_s.arg(number) + shownWords(static_cast<Outcome>(number));
     }
     return words

@@ -40,24 +40,79 @@ void UploadHistory::filesQueued(const PathList& paths, const QStringList& leftOu
         return;
     }
     beginQueueIfDue();
+    for (int row = append(paths, leftOut, request); row < rowCount(); ++row) {
+        m_waiting.push_back(row);
+    }
+    emit rowsAppended();
+    checkDrained();
+}
+
+int UploadHistory::filesHeld(const PathList& paths, const QStringList& leftOut, UploadRequest request)
+{
+    if (paths.isEmpty() && leftOut.isEmpty()) {
+        return rowCount();
+    }
+    const int first = append(paths, leftOut, request);
+    m_held += paths.size();
+    emit rowsAppended();
+    return first;
+}
+
+/// Appends rows for all of them; rowsAppended() is to follow. Answers the first row of those that wait.
+int UploadHistory::append(const PathList& paths, const QStringList& leftOut, UploadRequest request)
+{
     const int first = rowCount();
     const int firstWaiting = first + static_cast<int>(leftOut.size());
-    const int end = firstWaiting + static_cast<int>(paths.size());
     const qint64 now = wallClock();
     noteRequest(request);
-    emit rowsAboutToBeAppended(first, end - 1);
+    emit rowsAboutToBeAppended(first, firstWaiting + static_cast<int>(paths.size()) - 1);
     for (const QString& path : leftOut) {
         m_entries.append({ .path = path, .outcome = Outcome::LeftOut, .time = now });
     }
     m_entries.append(paths, now, DestinationSettings::destination());
-    for (int row = firstWaiting; row < end; ++row) {
-        m_waiting.push_back(row);
-    }
-    emit rowsAppended();
     for (int row = first; row < firstWaiting; ++row) {
         count(row);
     }
+    return firstWaiting;
+}
+
+void UploadHistory::heldFilesQueued(const QList<int>& rows)
+{
+    m_held -= rows.size();
+    m_waiting.insert(m_waiting.end(), rows.begin(), rows.end());
+}
+
+void UploadHistory::heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome)
+{
+    m_held -= rows.size();
+    const qint64 now = wallClock();
+    for (const int row : rows) {
+        m_entries.change(row, [&outcome, now](HistoryEntry& entry) {
+            entry.outcome = outcome.kind;
+            entry.status = outcome.status;
+            entry.reply = outcome.reply;
+            entry.time = now;
+        });
+        count(row);
+    }
+    tellChanged(rows);
     checkDrained();
+}
+
+QList<int> UploadHistory::queuedFilesHeld(const std::function<bool(qsizetype place)>& condition)
+{
+    QList<int> held;
+    std::deque<int> rest;
+    for (qsizetype place = 0; const int row : m_waiting) {
+        if (condition(place++)) {
+            held.append(row);
+        } else {
+            rest.push_back(row);
+        }
+    }
+    m_waiting = std::move(rest);
+    m_held += held.size();
+    return held;
 }
 
 /// The rows that follow are those of @p request.
@@ -106,9 +161,10 @@ void UploadHistory::queueCleared()
         });
         count(row);
     }
-    const auto [first, last] = std::pair(m_waiting.front(), m_waiting.back());
+    const auto [first, last] = std::minmax_element(m_waiting.begin(), m_waiting.end());
+    const std::pair rows(*first, *last);
     m_waiting.clear();
-    emit rowsChanged(first, last);
+    emit rowsChanged(rows.first, rows.second);
     checkDrained();
 }
 

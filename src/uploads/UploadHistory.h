@@ -35,6 +35,16 @@ public:
     /// The files at @p paths have joined the queue, and those at @p leftOut, added with them, have not, since they are
     /// no plain files. A queue begins with the first that joins while none waits or is being sent.
     void filesQueued(const PathList& paths, const QStringList& leftOut = {}, UploadRequest request = {});
+    /// The files at @p paths wait before they join the queue, which is under way by then (setMoreComes()); @p leftOut
+    /// likewise. Their rows, up to the last one, begin with the one that it answers.
+    int filesHeld(const PathList& paths, const QStringList& leftOut, UploadRequest request);
+    /// The files of @p rows, which were held, have joined the queue, in that order.
+    void heldFilesQueued(const QList<int>& rows);
+    /// The files of @p rows, which were held, never join the queue. Takes time by the rows between them.
+    void heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome);
+    /// Those files that wait in the queue whose place in it, from 0 on, fits @p condition have been taken out of it and
+    /// are held; answers their rows. Takes time by the length of the queue.
+    QList<int> queuedFilesHeld(const std::function<bool(qsizetype place)>& condition);
     /// Whether further files are about to join the queue, so that it is not over when none waits or is being sent.
     void setMoreComes(bool comes);
     /// The files that wait have been taken out of the queue.
@@ -84,9 +94,9 @@ public:
     const FileTally& queueTally() const { return m_tally; }
     /// That tally in words; one file alone is named. Null when the queue had no files.
     QString queueText() const;
-    /// How many files wait in the queue.
-    qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
-    /// The row of the first of them; -1 for none.
+    /// How many files wait in the queue or to join it.
+    qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()) + m_held; }
+    /// The row of the first one in the queue; -1 for none.
     int nextRow() const { return m_waiting.empty() ? -1 : m_waiting.front(); }
     /// Whether files of the queue wait or are being sent, or more come.
     bool isQueueUnderWay() const { return m_moreComes || !m_waiting.empty() || isQueueFileSent(); }
@@ -137,6 +147,7 @@ private:
 
     void append(const HistoryEntry& entry);
     void noteRequest(UploadRequest request);
+    int append(const PathList& paths, const QStringList& leftOut, UploadRequest request);
     void start(int row, const Destination& destination);
     void end(HistoryEntry::Outcome outcome, const QString& reply);
     void count(int row, int step = 1);
@@ -152,6 +163,7 @@ private:
     HistoryEntries m_entries;
     std::map<int, UploadRequest> m_requests; ///< Each holds from that row on.
     std::deque<int> m_waiting; ///< The rows of the queue, in its order.
+    qsizetype m_held = 0; ///< So many rows wait before they join it.
     std::optional<Current> m_current;
     int m_firstQueueRow = 0; ///< The present queue, or the last one, begins there.
     FileTally m_tally; ///< Of that queue.

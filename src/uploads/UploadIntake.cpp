@@ -29,55 +29,110 @@ PathList plainPaths(const PathList& paths)
 
 } // namespace
 
-UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history)
+UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams)
     : m_queue(queue)
     , m_history(history)
+    , m_held(queue, history, streams)
 {
     connect(&m_walks, &FolderWalks::found, this, [this](const Drop& piece) {
-        join(piece);
-        emit joined();
+        if (piece.isHeld) {
+            m_held.add(piece);
+        } else {
+            join(piece);
+            emit queueChanged();
+        }
+    });
+    connect(&m_walks, &FolderWalks::ended, this, [this](const Drop& drop) {
+        if (drop.isHeld) {
+            m_held.end();
+        }
+        emit dropEnded(drop.request);
     });
     connect(&m_walks, &FolderWalks::merged, this, [this](const QString& name) {
         m_history.note(
             u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
     });
-    connect(&m_walks, &FolderWalks::dropEnded, this, &UploadIntake::dropEnded);
-    connect(&m_walks, &FolderWalks::changed, this, [this] {
-        m_history.setMoreComes(m_walks.isUnderWay());
-        emit changed();
-    });
+    connect(&m_walks, &FolderWalks::changed, this, &UploadIntake::stageChanged);
+    connect(&m_held, &HeldDrops::changed, this, &UploadIntake::stageChanged);
+    connect(&m_held, &HeldDrops::queueChanged, this, &UploadIntake::queueChanged);
+    connect(&m_held, &HeldDrops::asked, this, &UploadIntake::asked);
 }
 
 void UploadIntake::take(const Drop& drop)
 {
     Drop plain = drop;
     plain.paths = plainPaths(drop.paths);
+    plain.isHeld = HeldDrops::areWanted() && !plain.paths.isEmpty();
     if (DroppedFolders::areUploaded() && !plain.paths.isEmpty()) {
         m_history.setMoreComes(true);
+        if (plain.isHeld) {
+            m_held.begin(plain);
+        }
         m_walks.begin(plain);
     } else {
-        join(plain);
+        if (plain.isHeld) {
+            hold(plain);
+        } else {
+            join(plain);
+        }
         emit dropEnded(plain.request);
     }
 }
 
+void UploadIntake::takeAgain(const PathList& paths, const Destination& destination)
+{
+    if (HeldDrops::areWanted()) {
+        hold({ .paths = paths, .bound = destination });
+    } else {
+        m_queue.appendAgain(paths, destination);
+    }
+}
+
+void UploadIntake::hold(const Drop& drop)
+{
+    m_history.setMoreComes(true);
+    m_held.begin(drop);
+    m_held.add(drop);
+    m_held.end();
+}
+
 void UploadIntake::giveUp()
 {
-    if (!m_walks.isUnderWay()) {
-        return;
+    if (m_walks.isUnderWay()) {
+        const QList<Drop> all = m_walks.rest();
+        for (const Drop& rest : all) {
+            join(rest);
+        }
+        m_walks.stop();
+        for (const Drop& rest : all) {
+            emit dropEnded(rest.request);
+        }
+        m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
     }
-    const QList<Drop> all = m_walks.rest();
-    for (const Drop& rest : all) {
-        join(rest);
-    }
-    m_walks.stop();
-    for (const Drop& rest : all) {
-        emit dropEnded(rest.request);
-    }
-    m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
+    m_held.giveUp();
 }
 
 void UploadIntake::join(const Drop& drop)
 {
     m_queue.append(drop.paths, drop.leftOut, drop.request);
+}
+
+UploadIntake::Stage UploadIntake::stage() const
+{
+    if (m_held.isAsking()) {
+        return Stage::Asking;
+    }
+    if (m_held.isLooking()) {
+        return Stage::LookingAtDestination;
+    }
+    if (m_walks.isUnderWay()) {
+        return Stage::LookingThroughFolders;
+    }
+    return m_held.isEmpty() ? Stage::Nothing : Stage::AwaitingDestination;
+}
+
+void UploadIntake::stageChanged()
+{
+    m_history.setMoreComes(stage() != Stage::Nothing);
+    emit changed();
 }

@@ -1,40 +1,59 @@
 #pragma once
 
 #include "FolderWalk.h"
+#include "HeldDrops.h"
 
 #include <QObject>
 
-class UploadHistory;
-class UploadQueue;
-
-/// What joins the queue: each drop, at once or, where folders are uploaded, as its files are found. Belongs to the main
-/// thread.
+/// What joins the queue: each drop, at once, as its files are found where folders are uploaded, or when it is settled
+/// what becomes of files that it would replace. Belongs to the main thread.
 class UploadIntake final : public QObject {
     Q_OBJECT
 
 public:
-    /// Both outlive the intake.
-    UploadIntake(UploadQueue& queue, UploadHistory& history);
+    /// What keeps drops from joining.
+    enum class Stage {
+        Nothing,
+        LookingThroughFolders,
+        LookingAtDestination, ///< At what is there already.
+        Asking, ///< Whether that is to be replaced.
+        AwaitingDestination, ///< There is none to look at.
+    };
+
+    /// All outlive the intake.
+    UploadIntake(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams);
 
     /// Has @p drop join the queue, as far as that can be done at once.
     void take(const Drop& drop);
-    /// What has not been looked through joins the queue as it was dropped, for whoever clears that next.
+    /// The same for files that are queued again, whose paths (TreePath) the history has.
+    void takeAgain(const PathList& paths, const Destination& destination);
+    /// Another destination is in force.
+    void destinationChanged() { m_held.destinationChanged(); }
+    /// What has not joined does, for whoever clears the queue next: what has not been looked through as it was dropped.
     void giveUp();
-    /// Whether folders are being looked through, and more files may join.
+
+    /// What keeps the first drop that has not joined.
+    Stage stage() const;
+    /// Whether folders are being looked through, and more files may be found.
     bool isLookingThrough() const { return m_walks.isUnderWay(); }
 
 signals:
-    /// No more files join of the drop that was for @p request.
+    /// No more files come of the drop that was for @p request: the history has all.
     void dropEnded(UploadRequest request);
-    /// Files have joined the queue by themselves, after their drop was taken.
-    void joined();
-    /// isLookingThrough() has another answer.
+    /// Somebody is to be asked.
+    void asked(const HeldDrops::Question& question);
+    /// Files have joined the queue by themselves, after their drop was taken, or have left it.
+    void queueChanged();
+    /// stage() or isLookingThrough() has another answer.
     void changed();
 
 private:
     void join(const Drop& drop);
+    void hold(const Drop& drop);
+    void stageChanged();
 
     UploadQueue& m_queue;
     UploadHistory& m_history;
+    HeldDrops m_held;
     FolderWalks m_walks;
 };

@@ -26,6 +26,15 @@ public:
     void append(const PathList& paths, const QStringList& leftOut = {}, UploadRequest request = {});
     /// Appends @p paths for another try, each of which goes to @p destination or nowhere.
     void appendAgain(const PathList& paths, const Destination& destination);
+    /// Files of which the history knows that they wait, and that are in no queue: their paths and their rows.
+    struct Held {
+        PathList paths = {};
+        QList<int> rows = {};
+    };
+    /// Appends @p held; they go to @p destination or nowhere, unless that is null.
+    void appendHeld(const Held& held, const Destination& destination);
+    /// Takes all files out that have no destination of their own.
+    Held takeUnbound();
     void clear();
     /// Takes the first path out of a queue that is not empty.
     QString takeFirst();
@@ -43,6 +52,9 @@ signals:
     void changed();
 
 private:
+    void bind(qsizetype count, const Destination& destination);
+    bool isBound(qsizetype number) const;
+
     /// Files for another try, by how many files were taken out before them and before those behind them.
     struct Tries {
         qsizetype first;

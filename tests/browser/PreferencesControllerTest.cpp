@@ -581,6 +581,7 @@ TEST_F(PreferencesControllerTest, ANoteIsReadWithItsControl)
     for (const auto& [control, note] : { std::pair{ "openDownloadedFilesCheckBox", "openDownloadedFilesNote" },
                                          { "keepHistoryCheckBox", "keepHistoryNote" },
                                          { "retryFailedFilesCheckBox", "retryFailedFilesNote" },
+                                         { "askBeforeReplacingCheckBox", "askBeforeReplacingNote" },
                                          { "webAddressTextField", "webAddressNote" },
                                          { "forgetCertificateButton", "forgetCertificateNote" } }) {
         const QString text = view->findChild<QLabel*>(QString::fromLatin1(note))->text();
@@ -675,6 +676,7 @@ TEST_F(PreferencesControllerTest, EachSettingOfTheSecondPageHasANoteOfOneLineAtI
     for (const auto& [setting, note] : { std::pair{ "openDownloadedFilesCheckBox", "openDownloadedFilesNote" },
                                          { "keepHistoryCheckBox", "keepHistoryNote" },
                                          { "retryFailedFilesCheckBox", "retryFailedFilesNote" },
+                                         { "askBeforeReplacingCheckBox", "askBeforeReplacingNote" },
                                          { "webAddressTextField", "webAddressNote" },
                                          { "forgetCertificateButton", "forgetCertificateNote" } }) {
         SCOPED_TRACE(note);
@@ -788,6 +790,18 @@ TEST_F(PreferencesControllerTest, FailedFilesAreTriedAgainOnlyWhenSomebodyWantsI
 
     m_preferences.showPanel();
     EXPECT_TRUE(control<QCheckBox>("retryFailedFilesCheckBox").isChecked());
+}
+
+TEST_F(PreferencesControllerTest, FilesAreReplacedUnaskedUnlessSomebodyWantsToBeAsked)
+{
+    m_preferences.showPanel();
+    EXPECT_FALSE(control<QCheckBox>("askBeforeReplacingCheckBox").isChecked());
+    control<QCheckBox>("askBeforeReplacingCheckBox").click();
+    pressDone();
+    EXPECT_EQ(stored(), (QJsonObject{ { u"AskBeforeReplacing"_s, true } }));
+
+    m_preferences.showPanel();
+    EXPECT_TRUE(control<QCheckBox>("askBeforeReplacingCheckBox").isChecked());
 }
 
 TEST_F(PreferencesControllerTest, DroppedFoldersAreLeftOutUnlessSomebodyWantsThemUploaded)

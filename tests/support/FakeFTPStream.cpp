@@ -38,6 +38,7 @@ public:
     {
         m_record->trustedCertificates = fingerprints;
     }
+    void setAsksNobody(bool asksNobody) override { m_record->asksNobody = asksNobody; }
     void setDelegate(FTPStreamDelegate* delegate) override { m_record->delegate = delegate; }
     void open() override
     {
@@ -146,7 +147,6 @@ public:
     }
     qint64 acknowledgedBytes() const override { return fake().acknowledgedBytes; }
     void setMadeLevels(int levels) override { fake().madeLevels = levels; }
-    void setAsksNobody(bool asksNobody) override { fake().asksNobody = asksNobody; }
 };
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "RequestWatch.h"
 
 #include "DestinationSettings.h"
+#include "FakeFTPStream.h"
+#include "NetworkManager.h"
 #include "TemporaryHome.h"
 #include "UploadHistory.h"
 #include "UploadIntake.h"
@@ -34,6 +36,7 @@ class RequestWatchTest : public ::testing::Test {
 protected:
     RequestWatchTest()
     {
+        NetworkManager::sharedInstance().setNetworkOperationCount(100); // Each stop is counted, also of what is idle.
         const auto note = [](QList<FileEnd>& list) { return [&list](const QList<FileEnd>& files) { list += files; }; };
         QObject::connect(&m_watch, &RequestWatch::ended, &m_watch, note(m_ended));
         QObject::connect(&m_watch, &RequestWatch::corrected, &m_watch, note(m_corrected));
@@ -74,7 +77,8 @@ protected:
     const UploadRequest m_request{ 7 };
     UploadHistory m_history;
     UploadQueue m_queue{ m_history };
-    UploadIntake m_intake{ m_queue, m_history };
+    FakeStreamFactory m_streams; ///< Nothing is listed.
+    UploadIntake m_intake{ m_queue, m_history, m_streams };
     RequestWatch m_watch{ m_history, m_intake, m_request };
     QList<FileEnd> m_ended;
     QList<FileEnd> m_corrected;

@@ -91,11 +91,12 @@ ServerForm& PreferencesController::serverForm() const
     return *m_ui->serverForm;
 }
 
-std::array<PreferencesController::Choice, 3> PreferencesController::choices() const
+std::array<PreferencesController::Choice, 4> PreferencesController::choices() const
 {
     return { { { SettingNames::openDownloadedFiles, false, m_ui->openDownloadedFilesCheckBox },
                { SettingNames::keepHistory, true, m_ui->keepHistoryCheckBox },
-               { SettingNames::retryFailedFiles, false, m_ui->retryFailedFilesCheckBox } } };
+               { SettingNames::retryFailedFiles, false, m_ui->retryFailedFilesCheckBox },
+               { SettingNames::askBeforeReplacing, false, m_ui->askBeforeReplacingCheckBox } } };
 }
 
 void PreferencesController::setField(QLineEdit* ServerForm::Fields::*member, QLineEdit* field)
@@ -203,14 +204,16 @@ void PreferencesController::fitToFont()
     layOut();
     serverForm().setFieldWidth(std::max(0, wanted - excessWidth(*m_view)));
     const QStyle& style = *m_view->style();
-    for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote, m_ui->retryFailedFilesNote }) {
+    for (QLabel* note : { m_ui->openDownloadedFilesNote, m_ui->keepHistoryNote, m_ui->retryFailedFilesNote,
+                          m_ui->askBeforeReplacingNote }) {
         note->setIndent(style.pixelMetric(QStyle::PM_IndicatorWidth)
                         + style.pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
     }
     for (const auto& [control, note] : std::initializer_list<std::pair<QWidget*, const QLabel*>>{
              { m_ui->openDownloadedFilesCheckBox, m_ui->openDownloadedFilesNote },
              { m_ui->keepHistoryCheckBox, m_ui->keepHistoryNote },
-             { m_ui->retryFailedFilesCheckBox, m_ui->retryFailedFilesNote } }) {
+             { m_ui->retryFailedFilesCheckBox, m_ui->retryFailedFilesNote },
+             { m_ui->askBeforeReplacingCheckBox, m_ui->askBeforeReplacingNote } }) {
         control->setAccessibleDescription(note->text()); // Screen readers come by the controls only.
     }
     layOut();

@@ -90,7 +90,7 @@ private:
         QCheckBox* box;
     };
 
-    std::array<Choice, 3> choices() const;
+    std::array<Choice, 4> choices() const;
     ServerForm& serverForm() const;
     void setField(QLineEdit* ServerForm::Fields::*member, QLineEdit* field);
     void fillFields();

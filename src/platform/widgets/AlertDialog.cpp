@@ -204,12 +204,16 @@ void AlertDialog::addDetails(const QList<SheetDetail>& details)
     rows->setColumnStretch(1, 1);
     for (int row = 0; row < details.size(); ++row) {
         const SheetDetail& detail = details[row];
-        auto* const name = new QLabel(detail.name + u':');
         QLabel* const value = detail.isCode ? newCode() : new ElidedLabel;
-        name->setTextFormat(Qt::PlainText);
         value->setTextFormat(Qt::PlainText);
         value->setText(detail.value);
         value->setAccessibleDescription(detail.name);
+        if (detail.name.isEmpty()) {
+            rows->addWidget(value, row, 0, 1, 2);
+            continue;
+        }
+        auto* const name = new QLabel(detail.name + u':');
+        name->setTextFormat(Qt::PlainText);
         rows->addWidget(name, row, 0, Qt::AlignRight | Qt::AlignTop);
         rows->addWidget(value, row, 1);
     }

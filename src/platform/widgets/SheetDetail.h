@@ -4,7 +4,7 @@
 
 /// A line of facts below the text of a sheet.
 struct SheetDetail {
-    QString name; ///< Such as "Issued to".
+    QString name; ///< Such as "Issued to"; empty where the value stands for itself.
     QString value; ///< Shortened when it is long, unless it is a code.
     bool isCode = false; ///< To be compared or copied letter by letter; it may have several lines.
 

@@ -1,0 +1,121 @@
+#include "ReplaceSheet.h"
+
+#include "ByteCountText.h"
+#include "DateText.h"
+#include "PathText.h"
+#include "SheetQueue.h"
+#include "TreePath.h"
+#include "VisibleText.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QLocale>
+#include <QWidget>
+
+#include <algorithm>
+#include <iterator>
+
+using namespace Qt::StringLiterals;
+using Found = ReplacementSearch::Found;
+
+namespace {
+
+constexpr qsizetype mostShown = 12;
+
+/// The name of the file at @p path, with the folder that it goes into.
+QString nameOf(const QString& path)
+{
+    const QString kept = TreePath::relative(path);
+    return visibleText(kept.isNull() ? PathText::lastPathComponent(path) : kept);
+}
+
+QString nameOfOnly(const HeldDrops::Question& question)
+{
+    return nameOf(question.files.at(question.found.front().index));
+}
+
+QString title(const HeldDrops::Question& question)
+{
+    if (!question.failure.isNull()) {
+        return u"What is there is not known"_s;
+    }
+    const bool areListed = std::all_of(question.found.begin(), question.found.end(),
+                                       [](const Found& found) { return found.place == Found::Place::Listed; });
+    const qsizetype count = std::ssize(question.found);
+    const QString words = !areListed ? u"may replace others"_s
+        : count == 1                 ? u"is there already"_s
+                                     : u"are there already"_s;
+    const QLocale locale;
+    return question.fileCount == 1
+        ? u"“%1” %2"_s.arg(nameOfOnly(question), words)
+        : u"%1 of %2 files %3"_s.arg(locale.toString(count), locale.toString(question.fileCount), words);
+}
+
+QString text(const HeldDrops::Question& question)
+{
+    if (!question.failure.isNull()) {
+        return u"It is not known which of the files are on the server already (%1 to be uploaded), since their folder "
+               "could not be listed: %2"_s.arg(QLocale().toString(question.fileCount), visibleText(question.failure));
+    }
+    const QString lost = u"What is replaced cannot be brought back."_s;
+    const qsizetype others = question.fileCount - std::ssize(question.found);
+    return others == 0 ? lost
+        : others == 1  ? lost + u" The other file is uploaded in either case."_s
+                       : lost + u" The other %1 files are uploaded in either case."_s.arg(QLocale().toString(others));
+}
+
+/// What is known of what @p found would replace.
+QString factsOf(const Found& found)
+{
+    switch (found.place) {
+    case Found::Place::SentBefore:
+        return u"one of that name is sent before it"_s;
+    case Found::Place::Unlisted:
+        return u"not known, as the server does not list such names"_s;
+    case Found::Place::Listed:
+        break;
+    }
+    QStringList facts;
+    if (found.size) {
+        facts.append(byteCountText(*found.size));
+    }
+    if (found.modDate) {
+        facts.append(shortDateMediumTimeText(QDateTime::fromMSecsSinceEpoch(*found.modDate)));
+    }
+    return facts.join(u", "_s);
+}
+
+QList<SheetDetail> details(const HeldDrops::Question& question)
+{
+    QList<SheetDetail> details;
+    const qsizetype count = std::ssize(question.found);
+    const qsizetype shown = count <= mostShown ? count : mostShown - 1;
+    for (qsizetype row = 0; row < shown; ++row) {
+        const Found& found = question.found[static_cast<size_t>(row)];
+        const QString name = nameOf(question.files.at(found.index));
+        const QString facts = factsOf(found);
+        details.append({ .name = {}, .value = facts.isEmpty() ? name : name + u" – "_s + facts });
+    }
+    if (shown < count) {
+        details.append({ .name = {}, .value = u"and %1 more"_s.arg(QLocale().toString(count - shown)) });
+    }
+    return details;
+}
+
+} // namespace
+
+void askWhetherToReplace(QWidget& window, const HeldDrops::Question& question)
+{
+    if (!window.isVisible()) {
+        question.answer(false);
+        return;
+    }
+    SheetQueue::of(window).raise({ .title = title(question),
+                                   .text = text(question),
+                                   .defaultButton = u"Leave Out"_s,
+                                   .alternateButton = u"Replace"_s,
+                                   .onAlternate = [answer = question.answer] { answer(true); },
+                                   .onDefault = [answer = question.answer] { answer(false); },
+                                   .details = details(question) });
+    QApplication::alert(&window);
+}

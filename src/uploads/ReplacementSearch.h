@@ -1,0 +1,103 @@
+#pragma once
+
+#include "Destination.h"
+#include "FTPListController.h"
+#include "PathList.h"
+#include "WeakRef.h"
+
+#include <QBitArray>
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QStringList>
+#include <QTimer>
+
+#include <optional>
+#include <vector>
+
+/// Finds out which of some files would replace a file. The folders that they go to are listed afresh; many files are
+/// gone through piece by piece, so that nothing else has to wait. Belongs to the main thread.
+class ReplacementSearch final : public QObject, private FTPListControllerDelegate {
+    Q_OBJECT
+
+public:
+    /// A file that is there already.
+    struct Found {
+        enum class Place {
+            Listed, ///< In its folder on the server.
+            SentBefore, ///< Nowhere yet: it is sent there before.
+            Unlisted, ///< Maybe: the server lists no names that begin with ".".
+        };
+        qsizetype index; ///< Of the file that would replace it.
+        Place place;
+        std::optional<qint64> size = {}; ///< In bytes; only of what is listed.
+        std::optional<qint64> modDate = {}; ///< In milliseconds since the epoch; likewise.
+    };
+
+    /// Looks whether @p files (TreePath), of which none is being sent yet, replace any in the folder @p destination, or
+    /// any of @p before, which are sent before them. @p isLineBusy: something is being sent there. @p controller, which
+    /// is idle, lists the folders.
+    ReplacementSearch(FTPListController& controller, Destination destination, const PathList& files, PathList before,
+                      bool isLineBusy);
+    /// Ends the listing that runs.
+    ~ReplacementSearch() override;
+
+    /// Once each, in the order of the files. A folder with the name of a file is none of them: it is not replaced.
+    const std::vector<Found>& found() const { return m_found; }
+    /// How many of the paths are files: some stand for empty folders.
+    qsizetype fileCount() const { return m_fileCount; }
+    /// Why it is not known which files are there, for people; null when it is.
+    const QString& failure() const { return m_failure; }
+
+signals:
+    /// It is all known, or cannot be. Whoever hears of it may destroy this.
+    void ended();
+
+private:
+    /// What goes into a folder: its files, and folders that others go to. By keys, since servers may take names for the
+    /// same that differ.
+    struct Folder {
+        QMultiHash<QString, qsizetype> files = {}; ///< The first one of each name.
+        QMultiHash<QString, QString> folders = {}; ///< By their paths below the destination.
+    };
+
+    void updateListingStatus(const QString& status) override;
+    void addListEntries(const QList<ListingEntry>& entries) override;
+
+    void work();
+    bool step();
+    void take(qsizetype index);
+    void compareWith(const QString& sentBefore);
+    Folder& folderAt(const QString& path);
+    std::optional<qsizetype> fileCalled(const Folder& folder, const QString& name) const;
+    void note(const Found& found);
+    void choose(const QString& folder);
+    void listNext();
+    void listingEnded();
+    void folderListed();
+    void end();
+
+    FTPListController& m_controller;
+    Destination m_destination;
+    PathList m_files;
+    PathList m_before;
+    bool m_isLineBusy;
+    QTimer m_timer;
+    qsizetype m_nextFile = 0;
+    qsizetype m_nextBefore = 0;
+    qsizetype m_fileCount = 0;
+    QHash<QString, Folder> m_folders; ///< By their paths below the destination, which has none.
+    QStringList m_toList{ QString() }; ///< The last one is next.
+    QSet<QString> m_chosen; ///< What stood there.
+    struct {
+        QString path;
+        bool isUnderWay = false;
+        bool isStarting = false; ///< The controller is idle until it has started, whatever it says meanwhile.
+        bool hasDotNames = false;
+        QString status = {};
+    } m_listing;
+    std::vector<Found> m_found;
+    QBitArray m_isFound; ///< One for each file.
+    QString m_failure;
+    WeakAnchor m_anchor; ///< Last, so that it dies first.
+};

@@ -1,0 +1,400 @@
+#include "AlertDialog.h"
+#include "LoopTurns.h"
+#include "QueueAgain.h"
+#include "ViewControllerTest.h"
+
+#include <QDir>
+
+#include <chrono>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Outcome = HistoryEntry::Outcome;
+
+/// Files that are dropped where the settings say that somebody is asked before one on the server is replaced.
+class ReplacingTest : public ViewControllerTest {
+protected:
+    ReplacingTest() { set(u"AskBeforeReplacing"_s, true); }
+
+    /// The listing that the drops wait for, and not the table's; null while there is none.
+    FakeFTPStream* look() const
+    {
+        for (const auto& stream : m_streams.streams()) {
+            if (stream->kind == Kind::Listing && stream->isOpen()
+                && stream->stream != m_controller->lc().networkStream()) {
+                return stream.get();
+            }
+        }
+        return nullptr;
+    }
+    /// Waits until the folder at @p location is looked at, and answers that @p names are there, "/" at the end of those
+    /// of folders.
+    void whenLooked(const QByteArrayList& names = {}, const QString& location = u"ftp://host/in/"_s)
+    {
+        ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+        FakeFTPStream& listing = *look();
+        EXPECT_EQ(listing.location, location);
+        listing.sendOpenCompleted();
+        for (QByteArray name : names) {
+            const bool isFolder = name.endsWith('/');
+            name.chop(isFolder ? 1 : 0);
+            listing.sendBytes((isFolder ? "d" : "-") + QByteArray("rw-r--r-- 1 u g 5 Jan 1 2024 ") + name + "\r\n");
+        }
+        listing.sendEnd();
+    }
+    void whenAsked()
+    {
+        EXPECT_TRUE(waitFor([] { return !shownBoxes().isEmpty(); }, 10s));
+    }
+    static QString titleOfSheet() { return shownBoxes().isEmpty() ? QString() : shownBoxes().first()->title(); }
+    static QStringList detailsOfSheet()
+    {
+        QStringList details;
+        for (const QLabel* label : shownBoxes().first()->findChildren<QLabel*>()) {
+            details.append(label->text());
+        }
+        return details.mid(3); // Behind the icon, the title and the text.
+    }
+    /// Serves all uploads until none is left.
+    void serve()
+    {
+        size_t served = 0;
+        EXPECT_TRUE(waitFor(
+            [&] {
+                for (; served < m_streams.streams().size(); ++served) {
+                    const std::shared_ptr<FakeFTPStream> stream = m_streams.streams()[served];
+                    if (stream->isOpen() && stream->kind == Kind::Upload) {
+                        stream->sendOpenCompleted();
+                        while (stream->isOpen()) {
+                            stream->sendHasSpace();
+                        }
+                    }
+                }
+                return !m_controller->history().isQueueUnderWay();
+            },
+            10s));
+    }
+    QStringList sent() const
+    {
+        QStringList sent;
+        for (const auto& stream : m_streams.streams()) {
+            if (stream->kind == Kind::Upload) {
+                sent.append(stream->location.mid(u"ftp://host/in/"_s.size()));
+            }
+        }
+        return sent;
+    }
+    QList<Outcome> outcomes() const
+    {
+        QList<Outcome> outcomes;
+        for (const HistoryEntry& entry : m_controller->history().entries()) {
+            outcomes.append(entry.outcome);
+        }
+        return outcomes;
+    }
+    PathList files(const QStringList& names) const
+    {
+        PathList files;
+        for (const QString& name : names) {
+            files.append(makeFile(name));
+        }
+        return files;
+    }
+};
+
+TEST_F(ReplacingTest, WithoutTheSettingFilesAreQueuedAtOnceAndNobodyLooks)
+{
+    unset(u"AskBeforeReplacing"_s);
+
+    m_controller->uploadFiles(files({ u"a"_s }));
+
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+    EXPECT_EQ(count(Kind::Listing), 0);
+    serve();
+}
+
+TEST_F(ReplacingTest, FilesThatReplaceNothingJoinWhenThatIsKnown)
+{
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }), { u"http://host/x"_s });
+    tick();
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_EQ(text("waitingTextField"), u"Looking at what is there…"_s);
+    EXPECT_TRUE(button("clearQueueButton").isEnabled());
+    EXPECT_EQ(m_controller->quitWarning(), u"2 files are waiting, and would not be uploaded."_s);
+    EXPECT_EQ(outcomes(), (QList{ Outcome::LeftOut, Outcome::Waiting, Outcome::Waiting }));
+    whenLooked({ "c" });
+    serve();
+
+    EXPECT_EQ(sent(), (QStringList{ u"a"_s, u"b"_s }));
+    EXPECT_TRUE(shownBoxes().isEmpty());
+    EXPECT_EQ(m_controller->history().queueTally().confirmed, 2);
+    EXPECT_TRUE(listedNames().isEmpty()); // The table has listings of its own.
+}
+
+TEST_F(ReplacingTest, FilesThatAreThereAreReplacedWhenSomebodySaysSo)
+{
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s, u"c"_s }));
+    whenLooked({ "a", "c" });
+    whenAsked();
+
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"2 of 3 files are there already: What is replaced cannot be brought back. The other file is "
+                     "uploaded in either case."_s });
+    EXPECT_EQ(detailsOfSheet().size(), 2);
+    EXPECT_TRUE(detailsOfSheet()[0].startsWith(u"a – 5 bytes, "_s)) << detailsOfSheet()[0].toStdString();
+    tick();
+    EXPECT_EQ(text("waitingTextField"), u"Waiting for an answer"_s);
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 0);
+    answerSheet(u"Replace"_s);
+    serve();
+
+    EXPECT_EQ(sent(), (QStringList{ u"a"_s, u"b"_s, u"c"_s }));
+}
+
+TEST_F(ReplacingTest, OrLeftOutWhichTheHistorySaysAndCanBeUndone)
+{
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s, u"c"_s }));
+    whenLooked({ "a", "c" });
+    whenAsked();
+
+    answerSheet(u"Leave Out"_s);
+    serve();
+
+    EXPECT_EQ(sent(), QStringList{ u"b"_s });
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Confirmed, Outcome::NotReplacing }));
+    EXPECT_EQ(m_controller->history().queueTally(), (FileTally{ .confirmed = 1, .leftOut = 2 }));
+    EXPECT_FALSE(m_controller->history().hasUnsettledRows());
+
+    queueAgain(*m_controller, { { .row = 0, .number = 0 } });
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    whenLooked({ "a" });
+    whenAsked();
+    EXPECT_EQ(titleOfSheet(), u"“a” is there already"_s);
+    answerSheet(u"Replace"_s);
+    serve();
+    EXPECT_EQ(sent(), (QStringList{ u"b"_s, u"a"_s }));
+}
+
+TEST_F(ReplacingTest, WhatWasQueuedBeforeGoesOnMeanwhile)
+{
+    unset(u"AskBeforeReplacing"_s);
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    set(u"AskBeforeReplacing"_s, true);
+
+    m_controller->uploadFiles(files({ u"c"_s }));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    EXPECT_TRUE(look()->calls.contains(u"setStandsBack"_s));
+    whenLooked({ "c" });
+    whenAsked();
+    finishUpload();
+    ASSERT_TRUE(waitFor([this] { return sent().size() == 2; }, 10s));
+    finishUpload();
+
+    EXPECT_EQ(sent(), (QStringList{ u"a"_s, u"b"_s }));
+    EXPECT_TRUE(m_controller->history().isQueueUnderWay()); // It is not over as long as somebody is asked.
+    answerSheet(u"Replace"_s);
+    serve();
+    EXPECT_EQ(sent(), (QStringList{ u"a"_s, u"b"_s, u"c"_s }));
+    EXPECT_EQ(m_controller->history().queueTally().confirmed, 3);
+}
+
+TEST_F(ReplacingTest, WhereTheListingFailsItIsOneQuestionForAll)
+{
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    FakeFTPStream& listing = *look();
+    listing.reply = u"421 Not now"_s;
+    listing.sendRefusal(421);
+    whenAsked();
+
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"What is there is not known: It is not known which of the files are on the server already (2 "
+                     "to be uploaded), since their folder could not be listed: 421 Not now"_s });
+    answerSheet(u"Leave Out"_s);
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::NotReplacing }));
+    EXPECT_FALSE(m_controller->history().isQueueUnderWay());
+}
+
+TEST_F(ReplacingTest, SeveralDropsAreAskedAboutInTheirOrder)
+{
+    m_controller->uploadFiles(files({ u"a"_s }));
+    m_controller->uploadFiles(files({ u"b"_s }));
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    whenLooked({ "a", "b" });
+    whenAsked();
+    EXPECT_EQ(titleOfSheet(), u"“a” is there already"_s);
+    answerSheet(u"Leave Out"_s);
+    whenLooked({ "a" });
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    whenLooked({ "a" });
+    whenAsked();
+
+    EXPECT_EQ(titleOfSheet(), u"“b” may replace others"_s);
+    EXPECT_EQ(detailsOfSheet(), QStringList{ u"b – one of that name is sent before it"_s });
+    answerSheet(u"Leave Out"_s);
+    serve();
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Confirmed, Outcome::NotReplacing }));
+}
+
+TEST_F(ReplacingTest, AFolderIsAskedAboutWhenAllOfItWasFound)
+{
+    set(u"DroppedFolders"_s, u"uploaded"_s);
+    ASSERT_TRUE(QDir().mkpath(m_directory.filePath(u"Photos/empty"_s)));
+    makeFile(u"Photos/a"_s);
+    makeFile(u"Photos/b"_s);
+
+    m_controller->uploadFiles({ m_directory.filePath(u"Photos"_s) });
+    tick();
+    EXPECT_EQ(text("waitingTextField"), u"Looking through folders…"_s);
+    whenLooked({ "Photos/" });
+    whenLooked({ "b" }, u"ftp://host/in/Photos/"_s);
+    whenAsked();
+
+    EXPECT_EQ(titleOfSheet(), u"1 of 2 files is there already"_s);
+    EXPECT_TRUE(detailsOfSheet().first().startsWith(u"Photos/b – "_s));
+    answerSheet(u"Leave Out"_s);
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 2);
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Waiting, Outcome::NotReplacing, Outcome::Waiting }));
+    m_controller->clearQueue();
+}
+
+TEST_F(ReplacingTest, ClearingTheQueueEndsThatToo)
+{
+    m_controller->uploadFiles(files({ u"a"_s }));
+    m_controller->uploadFiles(files({ u"b"_s }));
+    whenLooked({ "a" });
+    whenAsked();
+
+    m_controller->clearQueue();
+    answerSheet(u"Replace"_s); // A screen reader reaches buttons behind a sheet.
+    drainEventLoop();
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Removed, Outcome::Removed }));
+    EXPECT_FALSE(m_controller->history().isQueueUnderWay());
+    EXPECT_TRUE(sent().isEmpty());
+    tick();
+    EXPECT_FALSE(button("clearQueueButton").isEnabled());
+}
+
+TEST_F(ReplacingTest, AnAnswerCountsForTheDestinationThatItWasAskedAbout)
+{
+    m_controller->uploadFiles(files({ u"a"_s }));
+    whenLooked({ "a" });
+    whenAsked();
+    set(u"FTPFolder"_s, u"other"_s);
+
+    answerSheet(u"Replace"_s);
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    whenLooked({}, u"ftp://host/other/"_s);
+    serve();
+
+    EXPECT_EQ(upload().location, u"ftp://host/other/a"_s);
+}
+
+TEST_F(ReplacingTest, WhatWaitsForAnotherDestinationIsLookedAtAgainWhenThatIsInForce)
+{
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    whenLooked();
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    set(u"FTPFolder"_s, u"other"_s);
+
+    finishUpload();
+    whenLooked({ "b" }, u"ftp://host/other/"_s);
+    whenAsked();
+
+    EXPECT_EQ(titleOfSheet(), u"“b” is there already"_s);
+    answerSheet(u"Leave Out"_s);
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Confirmed, Outcome::NotReplacing }));
+}
+
+TEST_F(ReplacingTest, WithoutADestinationFilesWaitForOne)
+{
+    unset(u"Address"_s);
+    m_controller->destinationSet();
+    m_controller->uploadFiles(files({ u"a"_s }));
+    tick();
+    EXPECT_EQ(text("waitingTextField"), u"Waiting for a destination"_s);
+    EXPECT_TRUE(titleOfSheet() == u"No Destination"_s);
+    answerSheet();
+
+    set(u"Address"_s, u"host"_s);
+    m_controller->destinationSet();
+    whenLooked();
+    serve();
+
+    EXPECT_EQ(sent(), QStringList{ u"a"_s });
+}
+
+TEST_F(ReplacingTest, WhereNobodySeesAQuestionNothingIsReplaced)
+{
+    m_controller->window().hide();
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    whenLooked({ "a" });
+    serve();
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Confirmed }));
+}
+
+TEST_F(ReplacingTest, AboutUnattendedFilesNobodyIsAskedAndTheyFail)
+{
+    m_controller->upload({ .paths = files({ u"a"_s, u"b"_s }), .request = { .number = 1, .isUnattended = true } });
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    EXPECT_TRUE(look()->asksNobody);
+    whenLooked({ "a" });
+    serve();
+
+    EXPECT_TRUE(shownBoxes().isEmpty());
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Failed, Outcome::Confirmed }));
+    EXPECT_EQ(m_controller->history().entries()[0].status,
+              u"a file of that name is on the server, or may be, and nobody was asked"_s);
+}
+
+TEST_F(ReplacingTest, WithoutADestinationUnattendedFilesWaitForNone)
+{
+    unset(u"Address"_s);
+    m_controller->destinationSet();
+
+    m_controller->upload({ .paths = files({ u"a"_s }), .request = { .number = 1, .isUnattended = true } });
+    serve();
+
+    EXPECT_EQ(outcomes(), QList{ Outcome::Failed });
+}
+
+TEST_F(ReplacingTest, HundredThousandFilesHoldNothingUp)
+{
+    constexpr int many = 100000;
+    PathList paths;
+    QByteArray rows;
+    for (int i = 0; i < many; ++i) {
+        paths.append(u"/some/where/far away/a file %1"_s.arg(i));
+        rows += "-rw-r--r-- 1 u g 5 Jan 1 2024 a file " + QByteArray::number(i) + "\r\n";
+    }
+    m_controller->uploadFiles(paths);
+    const LoopTurns turns;
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    FakeFTPStream& listing = *look();
+    listing.sendOpenCompleted();
+    for (qsizetype at = 0; at < rows.size(); at += FTPListController::bufferSize) {
+        listing.sendBytes(rows.mid(at, FTPListController::bufferSize));
+        QCoreApplication::processEvents();
+    }
+    listing.sendEnd();
+    whenAsked();
+    EXPECT_EQ(titleOfSheet(), u"%1 of %1 files are there already"_s.arg(QLocale().toString(many)));
+    EXPECT_EQ(detailsOfSheet().size(), 12);
+
+    answerSheet(u"Leave Out"_s);
+    QCoreApplication::processEvents();
+
+    EXPECT_EQ(m_controller->history().queueTally().leftOut, many);
+    EXPECT_LT(turns.longestMilliseconds(), 500);
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+#include "ReplacementSearch.h"
+
+#include "FakeFTPStream.h"
+#include "NetworkManager.h"
+#include "Printers.h"
+#include "WaitFor.h"
+
+#include <QMap>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Place = ReplacementSearch::Found::Place;
+
+/// A server that lists folders, and where the search looks.
+class ReplacementSearchTest : public ::testing::Test {
+protected:
+    // Each stop is counted, also of what is idle.
+    ReplacementSearchTest() { NetworkManager::sharedInstance().setNetworkOperationCount(100); }
+
+    static QByteArray row(const QByteArray& name, char type = '-')
+    {
+        return type + QByteArray("rw-r--r-- 1 u g 5 Jan 1 2024 ") + name + "\r\n";
+    }
+    /// Looks what @p files replace, and answers "INDEX PLACE" of each, or why it is not known.
+    QStringList look(const PathList& files, const PathList& before = {}, bool isLineBusy = false)
+    {
+        ReplacementSearch search(m_controller, { .location = u"ftp://host/in/"_s }, files, before, isLineBusy);
+        bool hasEnded = false;
+        QObject::connect(&search, &ReplacementSearch::ended, &search, [&hasEnded] { hasEnded = true; });
+        size_t served = m_streams.streams().size();
+        EXPECT_TRUE(waitFor([&] {
+            for (; served < m_streams.streams().size(); ++served) {
+                serve(*m_streams.streams()[served]);
+            }
+            return hasEnded;
+        }));
+        m_fileCount = search.fileCount();
+        if (!search.failure().isNull()) {
+            return { search.failure() };
+        }
+        QStringList found;
+        for (const ReplacementSearch::Found& each : search.found()) {
+            const QString place = each.place == Place::Listed ? u"listed"_s
+                : each.place == Place::SentBefore             ? u"before"_s
+                                                              : u"unlisted"_s;
+            found.append(u"%1 %2"_s.arg(each.index).arg(place));
+        }
+        return found;
+    }
+    QStringList listed() const
+    {
+        QStringList listed;
+        for (const auto& stream : m_streams.streams()) {
+            listed.append(stream->location.mid(u"ftp://host/in/"_s.size()));
+        }
+        return listed;
+    }
+
+    FakeStreamFactory m_streams;
+    FTPListController m_controller{ m_streams };
+    QMap<QString, QByteArray> m_folders; ///< Their rows, by location below the destination; others are not there.
+    FTPStreamError m_error{ .domain = FTPStreamError::Domain::FTP,
+                            .code = 550,
+                            .stage = FTPStreamError::Stage::EnteringFolder };
+    QString m_reply = u"550 Not there"_s;
+    qsizetype m_fileCount = 0;
+
+private:
+    void serve(FakeFTPStream& stream)
+    {
+        const auto rows = m_folders.constFind(stream.location.mid(u"ftp://host/in/"_s.size()));
+        if (rows == m_folders.cend()) {
+            stream.reply = m_reply;
+            stream.error = m_error;
+            stream.send(FTPStreamEvent::ErrorOccurred);
+            return;
+        }
+        stream.sendOpenCompleted();
+        if (!rows->isEmpty()) {
+            stream.sendBytes(*rows);
+        }
+        stream.sendEnd();
+    }
+};
+
+TEST_F(ReplacementSearchTest, FilesThatAreListedAreFoundInTheirOrder)
+{
+    m_folders[u""_s] = row("c") + row("a") + row("other");
+
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/b"_s, u"/y/c"_s }), (QStringList{ u"0 listed"_s, u"2 listed"_s }));
+    EXPECT_EQ(m_fileCount, 3);
+    EXPECT_EQ(listed(), QStringList{ u""_s });
+}
+
+TEST_F(ReplacementSearchTest, AFolderOfTheNameIsNotReplaced)
+{
+    m_folders[u""_s] = row("a", 'd') + row("b", 'l');
+
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/b"_s }), QStringList{ u"1 listed"_s });
+}
+
+TEST_F(ReplacementSearchTest, OnlyFoldersThatAreThereAreLookedInto)
+{
+    m_folders[u""_s] = row("Photos", 'd') + row("Texts");
+    m_folders[u"Photos/"_s] = row("2020", 'd') + row("a");
+    m_folders[u"Photos/2020/"_s] = row("a");
+
+    EXPECT_EQ(look({ u"/x/.//./Photos/2020/a"_s, u"/x/.//./Photos/2021/a"_s, u"/x/.//./Photos/b"_s,
+                     u"/x/.//./Photos/empty/"_s, u"/x/.//./Texts/a"_s, u"/x/.//./New/deep/a"_s }),
+              QStringList{ u"0 listed"_s });
+    EXPECT_EQ(m_fileCount, 5);
+    EXPECT_EQ(listed(), (QStringList{ u""_s, u"Photos/"_s, u"Photos/2020/"_s }));
+}
+
+TEST_F(ReplacementSearchTest, WhereNobodyIsLetInNothingIsReplaced)
+{
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/.//./Photos/a"_s }), QStringList());
+    EXPECT_EQ(listed(), QStringList{ u""_s });
+}
+
+TEST_F(ReplacementSearchTest, AListingThatFailsLeavesAllUnknown)
+{
+    m_folders[u""_s] = row("Photos", 'd') + row("a");
+    m_error.stage = FTPStreamError::Stage::Acting;
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/.//./Photos/a"_s }), QStringList{ u"550 Not there"_s });
+
+    m_error = { .domain = FTPStreamError::Domain::Silent };
+    m_reply = u"250 Done"_s;
+    EXPECT_EQ(look({ u"/x/.//./Photos/a"_s }), QStringList{ u"Stream open error"_s });
+
+    m_streams.refusesCreation = true;
+    EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"Can not create network connection."_s });
+}
+
+TEST_F(ReplacementSearchTest, WhatIsSentBeforeIsReplacedToo)
+{
+    m_folders[u""_s] = row("c");
+
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/b"_s, u"/y/a"_s, u"/x/.//./Photos/b"_s, u"/y/c"_s },
+                   { u"/z/b"_s, u"/z/.//./Photos/a"_s, u"/z/.//./Photos/b/"_s, u"/z/c"_s }),
+              (QStringList{ u"1 before"_s, u"2 before"_s, u"4 before"_s }));
+}
+
+TEST_F(ReplacementSearchTest, NamesAreTheSameThatTheServerTakesForTheSame)
+{
+    m_folders[u""_s] = row("e\xCC\x81t\xC3\xA9") + row("README") + row("caf\xE9");
+
+    EXPECT_EQ(look({ u"/x/\u00E9te\u0301"_s, u"/x/readme"_s, u"/x/caf\xDCE9"_s, u"/x/caf\u00E9"_s }),
+              (QStringList{ u"0 listed"_s, u"2 listed"_s }));
+
+    m_folders[u""_s] = "01-01-24  10:00AM  5 README\r\n01-01-24  10:00AM  <DIR> PHOTOS\r\n";
+    m_folders[u"Photos/"_s] = "01-01-24  10:00AM  5 A\r\n";
+    EXPECT_EQ(look({ u"/x/readme"_s, u"/x/.//./Photos/a"_s }), (QStringList{ u"0 listed"_s, u"1 listed"_s }));
+}
+
+TEST_F(ReplacementSearchTest, NamesThatAreNeverListedMayBeThere)
+{
+    m_folders[u""_s] = row("a");
+    m_folders[u".git/"_s] = row("config");
+    EXPECT_EQ(look({ u"/x/.profile"_s, u"/x/.//./.git/config"_s, u"/x/.//./.new/config"_s }),
+              (QStringList{ u"0 unlisted"_s, u"1 listed"_s }));
+
+    m_folders[u""_s] = row(".") + row("..") + row(".other");
+    EXPECT_EQ(look({ u"/x/.profile"_s, u"/x/.//./.git/config"_s }), QStringList());
+}
+
+TEST_F(ReplacementSearchTest, TheLastConnectionIsLeftToWhatIsSent)
+{
+    m_folders[u""_s] = row("a");
+
+    look({ u"/x/a"_s });
+    EXPECT_FALSE(m_streams.last().calls.contains(u"setStandsBack"_s));
+    look({ u"/x/a"_s }, { u"/x/b"_s }, true);
+    EXPECT_TRUE(m_streams.last().calls.contains(u"setStandsBack"_s));
+}
+
+TEST_F(ReplacementSearchTest, OneNameInALongListManyTimesCostsNoMore)
+{
+    constexpr int many = 20000;
+    PathList files;
+    for (int i = 0; i < many; ++i) {
+        files.append(u"/x/a"_s);
+    }
+    m_folders[u""_s] = row("a");
+
+    EXPECT_EQ(look(files).size(), many);
+}
+
+} // namespace
