@@ -7,7 +7,7 @@ from desktop import wait_for
 from file_manager import FileManagerTest
 
 
-class Drop(FileManagerTest):
+class OfFiles(FileManagerTest):
     def test_a_dropped_file_arrives_on_the_server_and_another_one_dropped_onto_the_list_too(self):
         self.settings()
         first = self.file("a été 1.txt", b"dropped")
@@ -61,6 +61,8 @@ class Drop(FileManagerTest):
             self.wait_for_status(program, "Upload succeeded")
             self.assertIsNone(program.sheet())
 
+
+class OfFolders(FileManagerTest):
     def test_a_folder_alone_is_refused_with_a_sheet(self):
         self.settings()
         os.mkdir(os.path.join(self.folder, "a folder"))
