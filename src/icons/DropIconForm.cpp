@@ -168,8 +168,8 @@ void DropIconForm::explain()
     const bool hasOwnServer = sort() == IconSort::OwnServer;
     const bool canBeMade = IconName::canBeMade(IconName::judge(name, sort()));
     m_ui->serverArea->setVisible(hasOwnServer);
-    m_ui->destinationLabel->setVisible(canBeMade && !hasOwnServer); // The server's form says that itself.
-    m_ui->destinationLabel->setText(IconText::destination(destinationOf({ .name = name }), IconSort::SubFolder));
+    m_ui->destinationLabel->setVisible(!hasOwnServer); // The server's form says that itself.
+    m_ui->destinationLabel->setText(canBeMade ? IconText::destination(destinationOf({ .name = name })) : QString());
     m_ui->explanationLabel->setText(IconText::explanation(name, sort()));
     m_ui->failureLabel->setText(m_isRunning ? IconText::running(m_icon->name) : QString());
     m_ui->saveIconButton->setEnabled(canBeStored());

@@ -47,7 +47,8 @@ QByteArray IconFiles::launcher(const Content& content)
 QByteArray IconFiles::sendTo(const Content& content)
 {
     QString text = u"[Desktop Entry]\nType=Application\nVersion=1.0\n"_s;
-    text += line("Name", uploadTo(content.name)) + line("TryExec", content.command.first());
+    // Thunar takes an underscore for the mark of the next letter.
+    text += line("Name", uploadTo(content.name).replace(u'_', u"__"_s)) + line("TryExec", content.command.first());
     text += u"Exec="_s + DesktopEntry::commandLine(content.command) + u'\n';
     text += line("Icon", content.image);
     return (text + DesktopEntry::ownLine(content.fileName) + u'\n').toUtf8();

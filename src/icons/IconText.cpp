@@ -61,13 +61,10 @@ QString explanation(const QString& name, IconSort sort)
     Q_UNREACHABLE();
 }
 
-QString destination(const QString& destination, IconSort sort)
+QString destination(const QString& destination)
 {
-    if (!destination.isNull()) {
-        return u"Files go to %1"_s.arg(destination);
-    }
-    return sort == IconSort::OwnServer ? u"No server yet: enter one below"_s
-                                       : u"No server yet: enter one in the preferences"_s;
+    return destination.isNull() ? u"No server yet: enter one in the preferences"_s
+                                : u"Files go to %1"_s.arg(destination);
 }
 
 QString made(bool onDesktop)

@@ -10,8 +10,8 @@ namespace IconText {
 /// What an icon of that name and sort would be, or why there can be none.
 QString explanation(const QString& name, IconSort sort);
 
-/// Where its files go; a null @p destination: nowhere.
-QString destination(const QString& destination, IconSort sort);
+/// Where the files of one without a server of its own go; a null @p destination: nowhere.
+QString destination(const QString& destination);
 
 /// Where it is to be found.
 QString made(bool onDesktop);

@@ -351,6 +351,8 @@ TEST_F(DropIconsTest, AnEntryOfAFileManagerUploadsToTheIconAndIsExecutableWhereT
     ASSERT_EQ(m_icons.make({ .name = u"A/B"_s }), Outcome::Made);
 
     EXPECT_TRUE(read(sendToPath(u"A:B"_s)).contains("\nName=Upload to A/B\n"));
+    ASSERT_EQ(m_icons.make({ .name = u"a_b"_s }), Outcome::Made);
+    EXPECT_TRUE(read(sendToPath(u"a_b"_s)).contains("\nName=Upload to a__b\n"));
     const QByteArray menu = read(serviceMenuPath(u"A:B"_s));
     EXPECT_TRUE(menu.contains("\nActions=upload;\n"));
     EXPECT_TRUE(menu.contains("\n[Desktop Action upload]\nName=Upload to A/B\n"));

@@ -136,6 +136,12 @@ class Icons:
         wait_for(lambda: name in self.listed(program), f"“{name}” in the list")
         wait_for(lambda: "applications menu" in program.text("Message"), "what is said of it")
 
+    def last_upload_of_first(self, program):
+        """What the list says of its first icon when it is read again, as the window becomes the active one."""
+        self.activate(program, "^(ftp:|Quillbox)")
+        self.activate(program, "^Drop Icons$")
+        return program.rows(TABLE)[0][2]
+
     def make_both(self, program):
         self.open_icons(program)
         self.make_icon(program, SUMMER)
@@ -218,8 +224,7 @@ class Running(Icons):
 
         wait_for(lambda: contents_of(other.path("in")) == contents, "the files on the other server")
         self.assertEqual(sorted(os.listdir(self.on_server())), sorted([OTHER, "Photos", SUMMER]))
-        self.activate(program, "^Drop Icons$")
-        wait_for(lambda: program.rows(TABLE)[0][2][:1].isdigit(), "its last upload")
+        wait_for(lambda: self.last_upload_of_first(program)[:1].isdigit(), "its last upload")
 
         # While it runs, it keeps its name, and can be removed.
         program.press("Edit…")
