@@ -1,9 +1,8 @@
 #include "IconCommands.h"
 
 #include "CommandLine.h"
-#include "DestinationSettings.h"
 #include "DropIcons.h"
-#include "IconName.h"
+#include "IconDestination.h"
 #include "IconSettings.h"
 #include "LocalPath.h"
 #include "ProgramName.h"
@@ -14,13 +13,11 @@
 #include "VisibleText.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QTextStream>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <unistd.h>
 #include <vector>
 
@@ -28,36 +25,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// An icon, and the settings of its own server; null when it goes to a sub-folder of the main one.
-struct ListedIcon {
-    QString name;
-    std::unique_ptr<UserDefaults> settings;
-};
-
-QString destinationOf(const ListedIcon& icon)
-{
-    if (icon.settings != nullptr && !icon.settings->isReadable()) {
-        return u"no destination, as its settings %1"_s.arg(
-            QFileInfo::exists(icon.settings->filePath()) ? u"cannot be read"_s : u"are gone"_s);
-    }
-    const QString destination = icon.settings == nullptr
-        ? DestinationSettings::destinationOfSubFolderIcon(IconName::fileName(icon.name))
-        : DestinationSettings::destinationOfOwnServer(*icon.settings);
-    return destination.isNull() ? u"no destination"_s : destination;
-}
-
 /// Reading settings has closed them to others: says so as a window would.
 void printAlert(const SettingsAlert& alert)
 {
     if (!alert.title.isNull()) {
         QTextStream(stderr) << "Quillbox: " << wholeVisibleText(alertLine(alert.title, alert.text)) << '\n';
-    }
-}
-
-void printIfOpen(UserDefaults& settings)
-{
-    if (const PrivateFile::Access access = settings.takeOpenReport(); access.had) {
-        printAlert(SettingsAlert::open(settings.filePath(), access));
     }
 }
 
@@ -120,31 +92,21 @@ bool IconCommands::useSettings(const CommandLine& commandLine)
 
 void IconCommands::list(const DropIcons& icons)
 {
-    // All is looked at before any of it is read, which closes the folder around it, too.
-    TrustedCertificates::standard().noteAccess();
-    UserDefaults::standard().noteAccess();
-    std::vector<ListedIcon> listed;
-    for (const DropIcons::Icon& icon : icons.icons()) {
-        const QString file = IconName::fileName(icon.name);
-        listed.push_back({ icon.name, IconSettings::areOf(file) ? IconSettings::open(file) : nullptr });
-        if (listed.back().settings != nullptr) {
-            listed.back().settings->noteAccess();
-        }
-    }
+    UserDefaults& settings = UserDefaults::standard();
+    TrustedCertificates& trusted = TrustedCertificates::standard();
+    trusted.noteAccess(); // Before settings are read, which closes the folder of both.
     {
         QTextStream out(stdout);
-        for (const ListedIcon& icon : listed) {
-            out << wholeVisibleText(icon.name) << '\t' << destinationOf(icon) << '\n';
+        for (const DropIcons::Icon& icon : icons.icons()) {
+            const QString destination = destinationOf(icon);
+            out << wholeVisibleText(icon.name) << '\t' << (destination.isNull() ? u"no destination"_s : destination)
+                << '\n';
         }
     }
-    printIfOpen(UserDefaults::standard());
-    for (const ListedIcon& icon : listed) {
-        if (icon.settings != nullptr) {
-            printIfOpen(*icon.settings);
-        }
+    if (const PrivateFile::Access access = settings.takeOpenReport(); access.had) {
+        printAlert(SettingsAlert::open(settings.filePath(), access));
     }
-    printAlert(SettingsAlert::openTrust(TrustedCertificates::standard().filePath(),
-                                        TrustedCertificates::standard().takeOpenReport()));
+    printAlert(SettingsAlert::openTrust(trusted.filePath(), trusted.takeOpenReport()));
 }
 
 void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& commandLine)

@@ -7,6 +7,8 @@
 #include "LabelAlignment.h"
 #include "ScreenRoom.h"
 #include "ServerForm.h"
+#include "SettingsAlert.h"
+#include "SheetQueue.h"
 #include "UserDefaults.h"
 #include "VisibleText.h"
 #include "WholeButtons.h"
@@ -83,6 +85,10 @@ void DropIconForm::fill()
     if (!m_icon) {
         return;
     }
+    m_settings->setOpenFileHandler([this](PrivateFile::Access access) {
+        const SettingsAlert alert = SettingsAlert::open(m_settings->filePath(), access);
+        SheetQueue::of(*this).raise({ .title = alert.title, .text = alert.text });
+    });
     m_ui->nameTextField->setText(m_icon->name);
     m_ui->onDesktopCheckBox->setChecked(m_icon->isOnDesktop);
     m_ui->lettersTextField->setText(m_icon->picture.letters);

@@ -7,17 +7,6 @@
 #include "SettingNames.h"
 #include "UserDefaults.h"
 
-namespace {
-
-QString destinationIn(const UserDefaults& settings, const QString& subFolder)
-{
-    const UserDefaults::Reading reading(settings);
-    return Addressing::fullPath(settings.string(SettingNames::address), settings.string(SettingNames::ftpFolder),
-                                subFolder);
-}
-
-} // namespace
-
 namespace DestinationSettings {
 
 QString username()
@@ -72,12 +61,10 @@ QString createFullDestinationPathFromAppNameAndFTPFolder()
 
 QString destinationOfSubFolderIcon(const QString& fileName)
 {
-    return destinationIn(UserDefaults::standard(), Addressing::folderFromAppName(Addressing::appName(fileName)));
-}
-
-QString destinationOfOwnServer(const UserDefaults& settings)
-{
-    return destinationIn(settings, QString());
+    const UserDefaults& settings = UserDefaults::standard();
+    const UserDefaults::Reading reading(settings);
+    return Addressing::fullPath(settings.string(SettingNames::address), settings.string(SettingNames::ftpFolder),
+                                Addressing::folderFromAppName(Addressing::appName(fileName)));
 }
 
 Destination destination()

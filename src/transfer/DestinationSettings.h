@@ -2,8 +2,6 @@
 
 #include "Destination.h"
 
-class UserDefaults;
-
 /// What connectionSettings() say about where transfers go. Read afresh on every call, on the main thread; null stands
 /// for nothing.
 namespace DestinationSettings {
@@ -30,9 +28,6 @@ QString createFullDestinationPathFromAppNameAndFTPFolder();
 /// Where the files of a drop icon without a server of its own go that starts the program as @p fileName, whatever icon
 /// this program is; null when no usable address is set.
 QString destinationOfSubFolderIcon(const QString& fileName);
-
-/// Where the files of a drop icon go whose server is in @p settings; null when no usable address is set.
-QString destinationOfOwnServer(const UserDefaults& settings);
 
 /// The destination in force.
 Destination destination();

@@ -541,4 +541,21 @@ TEST_F(DropIconsWindowTest, AVeryLongNameDoesNotWidenTheWindow)
     EXPECT_LE(m_window->minimumSizeHint().width(), width);
 }
 
+TEST_F(DropIconsWindowTest, WhoEditsAServerIsToldWhenItsSettingsWereOpenToOthers)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    const QString settings = IconSettings::filePath(u"a"_s);
+    open();
+    ASSERT_TRUE(QFile::setPermissions(settings, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther));
+    EXPECT_EQ(shownSheets(), QStringList());
+
+    table().selectRow(0);
+    press("editIconButton");
+
+    ASSERT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
+    EXPECT_TRUE(shownSheets().first().contains(settings)) << shownSheets().first().toStdString();
+    EXPECT_FALSE(QFileInfo(settings).permissions() & QFile::ReadOther);
+    answerSheet();
+}
+
 } // namespace
