@@ -156,10 +156,9 @@ bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
             askWhetherToQuit(warning);
             return true;
         }
-        m_isQuitting = true;
         m_candidate.window().remember();
         m_candidate.windows().remember();
-        QCoreApplication::quit(); // Whatever other windows are open.
+        quit(); // Whatever other windows are open.
     }
     return QObject::eventFilter(watched, event);
 }
@@ -182,6 +181,12 @@ void AppDelegate::askWhetherToQuit(const QString& warning)
                                            window.close();
                                        },
                                    .onDefault = [this] { m_isAskingToQuit = false; } });
+}
+
+void AppDelegate::quit()
+{
+    m_isQuitting = true;
+    QCoreApplication::quit();
 }
 
 void AppDelegate::findMainWindow()

@@ -63,6 +63,8 @@ public:
     void hide() { m_isHidden = true; }
     bool isHidden() const { return m_isHidden; }
     void showMainWindow();
+    /// Ends the program: nothing is taken any more.
+    void quit();
     /// Shows the welcome window, in any case when there is a @p sender.
     void showWelcomeWindow(const QObject* sender);
     /// Shows the window that lists the drop icons.

@@ -6,8 +6,6 @@
 #include "UploadsService.h"
 #include "ViewController.h"
 
-#include <QCoreApplication>
-
 using namespace Qt::StringLiterals;
 
 HiddenRun::HiddenRun(const Parts& parts, const QStringList& files)
@@ -23,7 +21,7 @@ HiddenRun::HiddenRun(const Parts& parts, const QStringList& files)
             Qt::QueuedConnection);
     auto* const termination = new TerminationSignals;
     termination->setParent(this);
-    connect(termination, &TerminationSignals::received, QCoreApplication::instance(), &QCoreApplication::quit);
+    connect(termination, &TerminationSignals::received, &m_parts.delegate, &AppDelegate::quit);
 }
 
 void HiddenRun::begin()
@@ -47,7 +45,7 @@ void HiddenRun::endIfIdle()
     const bool isOver = m_watch == nullptr || m_watch->isOver();
     if (m_parts.delegate.isHidden() && isOver && m_parts.service.isIdle()
         && !m_parts.viewController.history().isQueueUnderWay()) {
-        QCoreApplication::quit();
+        m_parts.delegate.quit();
     }
 }
 

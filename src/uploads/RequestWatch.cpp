@@ -19,6 +19,13 @@ namespace {
 constexpr auto tellingInterval = 50ms;
 constexpr qsizetype mostAtOnce = 500;
 
+QList<int> sorted(const QSet<int>& rows)
+{
+    QList<int> list(rows.begin(), rows.end());
+    std::sort(list.begin(), list.end());
+    return list;
+}
+
 FileEnd endOf(const HistoryEntry& entry)
 {
     QString words = HistoryText::cell(entry, HistoryText::Column::Outcome);
@@ -96,7 +103,7 @@ void RequestWatch::look(int row)
         return;
     }
     if (entry.outcome == Outcome::Confirmed) {
-        m_confirmed.push_back(row);
+        m_confirmed.insert(row);
     } else {
         m_isAnyLost = true;
     }
@@ -130,8 +137,7 @@ void RequestWatch::endIfOver()
 
 bool RequestWatch::isAnyUnchecked() const
 {
-    return m_history.hasUncheckedFiles(
-        [this](int row) { return std::binary_search(m_confirmed.begin(), m_confirmed.end(), row); });
+    return m_history.hasUncheckedFiles([this](int row) { return m_confirmed.contains(row); });
 }
 
 /// What has arrived is looked at once more.
@@ -139,7 +145,7 @@ void RequestWatch::end()
 {
     m_isOver = true;
     QList<FileEnd> others;
-    for (const int row : m_confirmed) {
+    for (const int row : sorted(m_confirmed)) {
         const Outcome outcome = m_history.entries().withoutPath(row).outcome;
         if (outcome != Outcome::Confirmed) {
             others.append(endOf(m_history.entries()[row]));
@@ -157,16 +163,14 @@ void RequestWatch::programEnds()
     if (m_isOver) {
         return;
     }
-    QList<int> rows(m_open.begin(), m_open.end());
-    std::sort(rows.begin(), rows.end());
-    for (const int row : rows) {
+    for (const int row : sorted(m_open)) {
         HistoryEntry entry = m_history.entries()[row];
         if (!entry.isAwaitingTry) {
             entry.outcome = Outcome::Interrupted;
         }
         m_untold.append(endOf(entry));
     }
-    m_isAnyLost = m_isAnyLost || !rows.isEmpty() || !m_haveAllJoined;
+    m_isAnyLost = m_isAnyLost || !m_open.isEmpty() || !m_haveAllJoined;
     m_open.clear();
     if (!m_untold.isEmpty()) {
         emit ended(std::exchange(m_untold, {}));

@@ -9,8 +9,6 @@
 #include <QString>
 #include <QTimer>
 
-#include <vector>
-
 class UploadHistory;
 class UploadIntake;
 
@@ -60,7 +58,7 @@ private:
     int m_firstAppended = 0; ///< Of the rows that are being appended.
     QSet<int> m_open; ///< The rows that are not over.
     QHash<QString, int> m_again; ///< The paths that are about to be queued once more, and how often.
-    std::vector<int> m_confirmed; ///< The rows that had arrived when they ended.
+    QSet<int> m_confirmed; ///< The rows that had arrived when they ended.
     QList<FileEnd> m_untold;
     bool m_haveAllJoined = false;
     bool m_isAnyLost = false;

@@ -1,5 +1,6 @@
 #include "RememberedTrust.h"
 
+#include "KnownTrust.h"
 #include "Printers.h"
 #include "TrustedCertificates.h"
 
@@ -65,6 +66,26 @@ protected:
     QStringList m_log;
     std::vector<std::function<void(bool)>> m_answers;
 };
+
+TEST_F(RememberedTrustTest, WhereNobodyIsAskedOnlyWhatIsKnownIsTrusted)
+{
+    KnownTrust known(m_store);
+    CertificateQuestion question;
+    question.host = u"Host"_s;
+    question.certificate.fingerprint = QByteArray(32, 'a');
+    const auto judged = [this](bool isTrusted) { m_log.append(isTrusted ? u"trusted"_s : u"refused"_s); };
+
+    known.judge(question, judged);
+    m_store.trust(u"host"_s, question.port, question.certificate.fingerprint);
+    known.judge(question, judged);
+    question.certificate.fingerprint = QByteArray(32, 'b');
+    known.judge(question, judged);
+
+    EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"trusted"_s, u"refused"_s }));
+    writeFile("{");
+    known.judge(question, judged);
+    EXPECT_EQ(m_log.last(), u"refused"_s);
+}
 
 TEST_F(RememberedTrustTest, TrustIsStoredAndAskedForOnce)
 {

@@ -161,6 +161,15 @@ class HiddenAndEncrypted(Command):
         self.assertEqual(self.lines(through), [("two.txt", refused)])
         self.assert_no_more_sheets(program)
 
+        program.choose("View", "Refresh")
+        program.press("Trust")
+        wait_for(lambda: program.text("Listing status") == "Listing succeeded", "the listing")
+        trusted = self.launch("--hidden", "--wait", self.file("three.txt"))
+        self.assertEqual(trusted.exit_code(), 0)
+        alone = self.launch("--hidden", "--wait", self.file("four.txt"), **NOWHERE)
+        self.assertEqual(alone.exit_code(), 0)
+        self.assertEqual(self.lines(trusted) + self.lines(alone), [("three.txt", CONFIRMED), ("four.txt", CONFIRMED)])
+
 
 class ThroughTheWindow(Command):
     def test_what_becomes_of_each_file_is_told_as_it_ends(self):
