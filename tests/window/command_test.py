@@ -115,6 +115,19 @@ class Hidden(Command):
         self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Not taken")]))
         self.assertIn("Settings Not Readable", command.output())
 
+    def test_an_icon_that_has_lost_its_own_server_takes_nothing(self):
+        self.settings()
+        icon = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/icons/Far")
+        os.makedirs(os.path.dirname(icon))
+        os.symlink(PROGRAM, icon)
+
+        command = self.launch("--hidden", "--wait", self.file("one.txt"), program=icon, **NOWHERE)
+
+        self.assertEqual(command.exit_code(), 1)
+        self.assertEqual(self.lines(command), [("one.txt", "Not taken")])
+        self.assertIn("Settings Missing", command.output())
+        self.assertEqual(self.server.received, [])
+
     def test_a_wrong_password_is_a_failure(self):
         self.settings(Password="wrong")
         status, command = self.run_hidden("--wait", self.file("one.txt"))
