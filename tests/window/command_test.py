@@ -115,6 +115,30 @@ class Hidden(Command):
         self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Not taken")]))
         self.assertIn("Settings Not Readable", command.output())
 
+    def test_a_file_that_is_listed_with_another_size_has_not_arrived(self):
+        self.settings()
+        self.server.after_receiving = lambda path: os.truncate(path, 3)
+
+        status, command = self.run_hidden("--wait", self.file("one.txt"))
+
+        self.assertEqual(status, 1)
+        told = [("one.txt", CONFIRMED), ("one.txt", "Confirmed, but 3 bytes listed, not 8")]
+        self.assertEqual(self.lines(command), told)
+
+    def test_nothing_is_replaced_that_somebody_would_be_asked_about(self):
+        self.settings(AskBeforeReplacing=True)
+        self.file("old.txt", b"new words\n")
+        with open(self.server.path("old.txt"), "wb") as file:
+            file.write(b"old")
+
+        status, command = self.run_hidden("--wait", "old.txt", self.file("new.txt"))
+
+        self.assertEqual(status, 1)
+        told = dict(self.lines(command))
+        self.assertRegex(told["old.txt"], "^Failed: a file of that name is on the server")
+        self.assertEqual(told["new.txt"], CONFIRMED)
+        self.assertEqual((self.server.content("old.txt"), self.server.received), (b"old", ["new.txt"]))
+
     def test_an_icon_that_has_lost_its_own_server_takes_nothing(self):
         self.settings()
         icon = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/icons/Far")
