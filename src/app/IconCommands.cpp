@@ -25,6 +25,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// @p path of a file that need not be there, by its folder's true path.
+QString withoutLinkedFolders(const QString& path)
+{
+    const QFileInfo file(QDir::cleanPath(path));
+    const QString folder = QFileInfo(file.path()).canonicalFilePath();
+    return (folder.isEmpty() ? file.path() : folder) + u'/' + file.fileName();
+}
+
 /// Reading settings has closed them to others: says so as a window would.
 void printAlert(const SettingsAlert& alert)
 {
@@ -76,9 +84,9 @@ void IconCommands::refuse(const QStringList& files, const QString& why)
 bool IconCommands::useSettings(const CommandLine& commandLine)
 {
     const QString program = programFileName();
-    const QString own = QDir::cleanPath(IconSettings::filePath(program));
+    const QString own = IconSettings::filePath(program);
     const bool isTold = !commandLine.settings.isNull();
-    if (isTold && QDir::cleanPath(commandLine.settings) != own) {
+    if (isTold && withoutLinkedFolders(commandLine.settings) != withoutLinkedFolders(own)) {
         refuse(commandLine.files,
                u"The settings in \"%1\" are not those of this program, which are in \"%2\"."_s.arg(
                    wholeVisibleText(commandLine.settings), wholeVisibleText(own)));

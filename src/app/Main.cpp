@@ -155,10 +155,11 @@ void watchAccess(UserDefaults& settings, ViewController& viewController)
 }
 
 /// Has the window tell what is wrong with @p settings.
-void watchSettings(UserDefaults& settings, SettingsAlert (*broken)(const QString& path), ViewController& viewController)
+void watchSettings(UserDefaults& settings, SettingsAlert (*broken)(const UserDefaults& settings),
+                   ViewController& viewController)
 {
-    settings.setBrokenFileHandler([&viewController, broken, path = settings.filePath()] {
-        const SettingsAlert alert = broken(path);
+    settings.setBrokenFileHandler([&viewController, broken, &settings] {
+        const SettingsAlert alert = broken(settings);
         viewController.showAlert(alert.title, alert.text);
     });
     watchAccess(settings, viewController);

@@ -19,8 +19,8 @@ QString whyThereIsNoDestination()
         return alertLine(u"No Destination"_s,
                          u"Specify a destination on the FTP server. See Preferences for instructions."_s);
     }
-    const SettingsAlert alert = IconSettings::areInUse() ? SettingsAlert::iconBroken(settings.filePath())
-                                                         : SettingsAlert::broken(settings.filePath());
+    const SettingsAlert alert
+        = IconSettings::areInUse() ? SettingsAlert::iconBroken(settings) : SettingsAlert::broken(settings);
     return alertLine(alert.title, alert.text);
 }
 

@@ -168,9 +168,13 @@ void DragDropView::setServerLost(bool isLost)
         return;
     }
     m_hint->setServerLost(isLost);
-    const QString lost = u"Nothing is uploaded: this icon’s settings are gone or cannot be read. "_s;
-    const QString description = accessibleDescription();
-    setAccessibleDescription(isLost ? lost + description : description.sliced(lost.size()));
+    if (isLost) {
+        m_usualDescription = accessibleDescription();
+        setAccessibleDescription(u"Nothing is uploaded: this icon’s settings are gone or cannot be read. "_s
+                                 + m_usualDescription);
+    } else {
+        setAccessibleDescription(m_usualDescription);
+    }
 }
 
 QSize DragDropView::minimumSizeHint() const

@@ -82,6 +82,7 @@ private:
 
     QueuedFilesView* m_textView;
     DropHint* m_hint;
+    QString m_usualDescription; ///< While this icon's server is lost.
     ViewController* m_viewController = nullptr;
     PathList m_droppedFiles;
     QStringList m_leftOut; ///< What came with them and is no plain file.

@@ -215,6 +215,12 @@ UserDefaults::Stamp UserDefaults::stampOfFile() const
                   .changedNs = qint64(status.st_ctim.tv_sec) * 1'000'000'000 + status.st_ctim.tv_nsec };
 }
 
+bool UserDefaults::isAbsent() const
+{
+    const int error = stampOfFile().error;
+    return error == ENOENT || error == ENOTDIR;
+}
+
 void UserDefaults::refresh() const
 {
     if (m_readings == 0 && m_stamp != stampOfFile()) {

@@ -50,6 +50,8 @@ public:
     bool contains(const QString& key) const;
     /// Whether the file can be read as settings, or its absence is in order; otherwise every key reads as nothing.
     bool isReadable() const;
+    /// Whether there is no file.
+    bool isAbsent() const;
     /// The text under @p key as it was stored; null when the key is absent or holds no text.
     QString string(const QString& key) const;
     /// The boolean under @p key; std::nullopt when the key is absent or holds no boolean.

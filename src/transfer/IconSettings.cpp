@@ -6,6 +6,9 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <cerrno>
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -17,6 +20,14 @@ std::unique_ptr<UserDefaults>& settingsInUse()
 {
     static std::unique_ptr<UserDefaults> settings;
     return settings;
+}
+
+/// Whether anything is at @p path, were it a link that leads nowhere. What cannot be looked at may be there.
+bool isThere(const QString& path)
+{
+    struct stat status { };
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0
+        || (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG);
 }
 
 } // namespace
@@ -33,8 +44,7 @@ QString IconSettings::linkFolder()
 
 bool IconSettings::areOf(const QString& fileName)
 {
-    const QFileInfo settings(filePath(fileName));
-    return settings.exists() || settings.isSymLink() || QFileInfo(linkFolder() + u'/' + fileName).isSymLink();
+    return fileName != u"Quillbox"_s && (isThere(filePath(fileName)) || isThere(linkFolder() + u'/' + fileName));
 }
 
 std::unique_ptr<UserDefaults> IconSettings::open(const QString& fileName)

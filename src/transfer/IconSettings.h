@@ -20,7 +20,8 @@ constexpr qsizetype longestFileName = 231;
 QString filePath(const QString& fileName);
 /// Where the links to the program are by which such icons start it, each called as the program's file is to be.
 QString linkFolder();
-/// Whether a program that is started as @p fileName has a server of its own: its settings or its link are there.
+/// Whether a program that is started as @p fileName has a server of its own: its settings or its link are there, or
+/// nobody can tell. The product itself never has.
 bool areOf(const QString& fileName);
 
 /// These settings; broken while there are none.

@@ -1,19 +1,24 @@
 #include "SettingsAlert.h"
 
-#include <QFileInfo>
+#include "IconSettings.h"
+#include "UserDefaults.h"
 
 using namespace Qt::StringLiterals;
 
-SettingsAlert SettingsAlert::broken(const QString& path)
+SettingsAlert SettingsAlert::broken(const UserDefaults& settings)
 {
+    const QString effect = IconSettings::areInUse()
+        ? u"none of them are in effect. This icon’s server is set in another file"_s
+        : u"none are in effect"_s;
     return { u"Settings Not Readable"_s,
-             u"The settings in “%1” cannot be read, so none are in effect.\n\nThe file will be kept as “%1.bak” when "
-             "settings are next stored."_s.arg(path) };
+             u"The settings in “%1” cannot be read, so %2.\n\nThe file will be kept as “%1.bak” when "
+             "settings are next stored."_s.arg(settings.filePath(), effect) };
 }
 
-SettingsAlert SettingsAlert::iconBroken(const QString& path)
+SettingsAlert SettingsAlert::iconBroken(const UserDefaults& settings)
 {
-    if (const QFileInfo file(path); !file.exists() && !file.isSymLink()) {
+    const QString& path = settings.filePath();
+    if (settings.isAbsent()) {
         return {
             u"Settings Missing"_s,
             u"The settings of this icon’s own server, “%1”, are gone. Nothing is uploaded without them, to no other "

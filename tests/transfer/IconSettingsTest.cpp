@@ -72,6 +72,25 @@ TEST_F(IconSettingsTest, TheyLieInAPrivateFileBesideTheMainOnes)
               QFile::Permissions());
 }
 
+TEST_F(IconSettingsTest, WhereNobodyCanTellAnIconHasAServerOfItsOwn)
+{
+    const QByteArray folder = QFile::encodeName(QFileInfo(IconSettings::filePath(u"x"_s)).path());
+    ASSERT_EQ(::symlink(folder.constData(), folder.constData()), 0) << "leads to itself";
+
+    EXPECT_TRUE(IconSettings::areOf(u"Work"_s));
+
+    ASSERT_EQ(::unlink(folder.constData()), 0);
+    EXPECT_FALSE(IconSettings::areOf(u"Work"_s));
+    EXPECT_FALSE(IconSettings::areOf(QString(255, u'x'))) << "which is too long for the settings' file";
+}
+
+TEST_F(IconSettingsTest, TheProductItselfHasNone)
+{
+    runAs(u"Quillbox"_s);
+
+    EXPECT_FALSE(IconSettings::areOf(u"Quillbox"_s));
+}
+
 TEST_F(IconSettingsTest, AnIconHasAServerOfItsOwnWhenItsSettingsOrItsLinkAreThere)
 {
     EXPECT_FALSE(IconSettings::areOf(u"Work"_s));

@@ -144,17 +144,10 @@ const UserDefaults* PreferencesController::store()
     if (!isOfIcon()) {
         others.insert(std::exchange(connection, {})); // In one step.
     }
-    const QJsonObject before = m_connection.values();
-    if (!connection.isEmpty() && !m_connection.store(connection)) {
-        return &m_connection;
-    }
     if (!others.isEmpty() && !m_defaults.store(others)) {
-        for (auto it = connection.begin(); it != connection.end(); ++it) {
-            it.value() = before.contains(it.key()) ? before.value(it.key()) : QJsonValue();
-        }
-        return connection.isEmpty() || m_connection.store(connection) ? &m_defaults : &m_connection;
+        return &m_defaults;
     }
-    return nullptr;
+    return connection.isEmpty() || m_connection.store(connection) ? nullptr : &m_connection;
 }
 
 QHash<QString, QJsonValue> PreferencesController::connectionChanges() const

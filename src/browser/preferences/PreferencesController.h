@@ -97,7 +97,8 @@ private:
     bool isOfIcon() const { return &m_connection != &m_defaults; }
     QHash<QString, QJsonValue> connectionChanges() const;
     QHash<QString, QJsonValue> otherChanges() const;
-    /// Null when all is stored, or the settings that could not be: then nothing is.
+    /// Null when all is stored, or the first settings that could not be. An icon's own come last: where files go
+    /// changes with all else, or not at all.
     const UserDefaults* store();
     void layOut();
     void fitToFont();
