@@ -222,7 +222,7 @@ void DropIconForm::accept()
 void DropIconForm::store()
 {
     const DropIcons::Wish wanted = wish();
-    const DropIcons::Outcome outcome = m_icon ? m_icons.change(m_icon->name, wanted) : m_icons.make(wanted);
+    const DropIcons::Outcome outcome = m_icon ? m_icons.change(*m_icon, wanted) : m_icons.make(wanted);
     if (outcome == DropIcons::Outcome::Made) {
         emit stored(wanted.name, !m_icon, wanted.onDesktop);
         QDialog::accept();

@@ -43,14 +43,19 @@ bool isLink(const QString& path)
 QByteArray contentOf(const QString& path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString backupOf(const QString& settings)
+{
+    return settings + u".bak"_s;
 }
 
 /// What belongs to the settings of the program's file @p file, other files of theirs first.
 QStringList settingsFilesOf(const QString& file)
 {
     const QString path = IconSettings::filePath(file);
-    return { path + u".bak"_s, path };
+    return { backupOf(path), path };
 }
 
 } // namespace
@@ -104,10 +109,10 @@ DropIcons::Outcome DropIcons::make(const Wish& wish) const
     return put(std::nullopt, wish);
 }
 
-DropIcons::Outcome DropIcons::change(const QString& name, const Wish& wish) const
+DropIcons::Outcome DropIcons::change(const Icon& icon, const Wish& wish) const
 {
-    const std::optional<Icon> old = find(name);
-    return old ? put(old, wish) : Outcome::Gone;
+    const std::optional<Icon> old = find(icon.name);
+    return old && old->sort == icon.sort ? put(old, wish) : Outcome::Gone;
 }
 
 DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wish) const
@@ -119,12 +124,10 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
     const QString oldFile = old ? IconName::fileName(old->name) : QString();
     const QStringList oldPaths = old ? pathsOf(*old) : QStringList();
     QList<Part> parts = partsOf(wish);
-    if (old && old->sort == IconSort::OwnServer && wish.sort == IconSort::OwnServer && !wish.server) {
-        const QString settings = IconSettings::filePath(oldFile);
-        if (file != oldFile && QFileInfo::exists(settings)) { // They move, in whatever state they are.
-            parts.prepend(
-                { Part::Kind::Settings, IconSettings::filePath(file), contentOf(settings), FileChanges::ownersAlone });
-        }
+    if (wish.sort == IconSort::OwnServer) {
+        parts = settingsPartsOf(wish, oldFile) + parts;
+        // First: alone it stands for an icon that is listed, and uploads nothing.
+        parts.prepend({ Part::Kind::Link, linkPath(file, wish.sort) });
     }
     const auto isTakenByAnother = [this, &file](IconSort sort) { return FileChanges::isTaken(linkPath(file, sort)); };
     if (file != oldFile && std::ranges::any_of(bothSorts, isTakenByAnother)) {
@@ -146,11 +149,11 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
     for (const Part& part : parts) {
         kept.append(part.path);
         const bool isOfOld = oldPaths.contains(part.path);
-        if (part.kind == Part::Kind::Link && isOfOld) {
-            continue;
+        if (part.kind == Part::Kind::Link && isOfOld && QFileInfo::exists(part.path)) {
+            continue; // Otherwise the program has moved.
         }
         const bool isMade = part.kind == Part::Kind::Link
-            ? changes.link(part.path, m_programPath, false)
+            ? changes.link(part.path, m_programPath, isOfOld)
             : changes.write(part.path, part.content, part.permissions,
                             part.kind != Part::Kind::Entry || isOfOld || DesktopEntry::isOurs(part.path, file));
         if (!isMade) {
@@ -160,14 +163,18 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
     // Settings that are not to be stay until the last, so that nothing goes to the main server before its time. A file
     // that lies there without its icon would give this one a server.
     const QStringList settings = settingsFilesOf(file);
-    const bool hasOwnServer = wish.sort == IconSort::OwnServer;
-    kept += hasOwnServer ? settings : QStringList();
-    for (const QString& path : hasOwnServer ? oldPaths : oldPaths + settings) {
+    if (wish.sort == IconSort::OwnServer && file == oldFile) {
+        kept += settings;
+    }
+    for (const QString& path : oldPaths + settings) {
         if (!kept.contains(path) && !changes.remove(path)) {
             return Outcome::NotWritable;
         }
     }
     changes.keep();
+    if (old && (file != oldFile || wish.sort != IconSort::OwnServer)) {
+        PrivateFile::removeUnfinished(IconSettings::filePath(oldFile));
+    }
     return Outcome::Made;
 }
 
@@ -178,10 +185,7 @@ bool DropIcons::remove(const QString& name) const
         return false;
     }
     FileChanges changes;
-    QStringList paths = pathsOf(*icon);
-    // Last: while the link is there, the icon is listed and can be removed again.
-    std::stable_partition(paths.begin(), paths.end(), [&icon](const QString& path) { return path != icon->path; });
-    for (const QString& path : paths) {
+    for (const QString& path : pathsOf(*icon)) {
         if (!changes.remove(path)) {
             return false;
         }
@@ -204,9 +208,8 @@ QList<DropIcons::Icon> DropIcons::icons() const
                 continue;
             }
             const std::optional<QString> desktop = desktopPath(file);
-            const bool hasSettings = QFileInfo::exists(IconSettings::filePath(file));
             found.append({ .name = name,
-                           .sort = hasSettings ? IconSort::OwnServer : sort,
+                           .sort = IconSettings::areOf(file) ? IconSort::OwnServer : sort,
                            .path = linkPath(file, sort),
                            .isOnDesktop = desktop && DesktopEntry::isOurs(*desktop, file),
                            .picture = IconFiles::pictureOf(launcherPath(file)) });
@@ -221,11 +224,13 @@ QList<DropIcons::Icon> DropIcons::icons() const
 void DropIcons::makeMissingEntries() const
 {
     for (const Icon& icon : icons()) {
-        for (const Part& part : entriesOf({ .name = icon.name, .sort = icon.sort, .picture = icon.picture })) {
+        for (const Part& part : entriesOf(icon)) {
             const QString folder = QFileInfo(part.path).path();
             const bool isOfFileManager = folder == m_folders.sendTo || folder == m_folders.serviceMenus;
+            const bool isOurs = DesktopEntry::isOurs(part.path, IconName::fileName(icon.name));
             FileChanges changes;
-            if (isOfFileManager && changes.write(part.path, part.content, part.permissions, false)) {
+            if (isOfFileManager && contentOf(part.path) != part.content
+                && changes.write(part.path, part.content, part.permissions, isOurs)) {
                 changes.keep();
             }
         }
@@ -272,17 +277,16 @@ std::optional<QString> DropIcons::desktopPath(const QString& file) const
 }
 
 /// Launchers and entries in the menus of file managers.
-QList<DropIcons::Part> DropIcons::entriesOf(const Wish& wish) const
+QList<DropIcons::Part> DropIcons::entriesOf(const Icon& icon) const
 {
-    const QString file = IconName::fileName(wish.name);
-    const Icon icon{ .name = wish.name, .sort = wish.sort, .path = linkPath(file, wish.sort) };
-    const IconFiles::Content content{ .name = wish.name,
+    const QString file = IconName::fileName(icon.name);
+    const IconFiles::Content content{ .name = icon.name,
                                       .fileName = file,
                                       .command = command(icon),
                                       .image
-                                      = wish.picture.isOwn() ? picturePath(file) : ProgramIdentity::productIconName(),
-                                      .picture = wish.picture,
-                                      .hasOwnServer = wish.sort == IconSort::OwnServer };
+                                      = icon.picture.isOwn() ? picturePath(file) : ProgramIdentity::productIconName(),
+                                      .picture = icon.picture,
+                                      .hasOwnServer = icon.sort == IconSort::OwnServer };
     const QString entry = u'/' + busName(file) + DesktopEntry::suffix;
     const QByteArray launcher = IconFiles::launcher(content);
     QList<Part> parts{
@@ -291,7 +295,7 @@ QList<DropIcons::Part> DropIcons::entriesOf(const Wish& wish) const
         { Part::Kind::Entry, m_folders.serviceMenus + entry, IconFiles::serviceMenu(content), IconFiles::executable },
     };
     const std::optional<QString> desktop = desktopPath(file);
-    if (wish.onDesktop && desktop) {
+    if (icon.isOnDesktop && desktop) {
         parts.append({ Part::Kind::Entry, *desktop, launcher, IconFiles::executable });
     }
     return parts;
@@ -301,15 +305,44 @@ QList<DropIcons::Part> DropIcons::partsOf(const Wish& wish) const
 {
     const QString file = IconName::fileName(wish.name);
     QList<Part> parts;
-    if (wish.sort == IconSort::OwnServer && wish.server) {
-        parts.append({ Part::Kind::Settings, IconSettings::filePath(file), QJsonDocument(*wish.server).toJson(),
-                       FileChanges::ownersAlone });
+    if (wish.sort == IconSort::SubFolder) {
+        parts.append({ Part::Kind::Link, linkPath(file, wish.sort) });
     }
-    parts.append({ Part::Kind::Link, linkPath(file, wish.sort) });
     if (wish.picture.isOwn()) {
         parts.append({ Part::Kind::Picture, picturePath(file), png(wish.picture), IconFiles::readable });
     }
-    return parts + entriesOf(wish);
+    return parts
+        + entriesOf({ .name = wish.name,
+                      .sort = wish.sort,
+                      .path = linkPath(file, wish.sort),
+                      .isOnDesktop = wish.onDesktop,
+                      .picture = wish.picture });
+}
+
+/// Those of @p wish, or those of the program's file @p oldFile, in whatever state they are, where @p wish changes the
+/// name alone. What is damaged stays beside the new ones.
+QList<DropIcons::Part> DropIcons::settingsPartsOf(const Wish& wish, const QString& oldFile) const
+{
+    const QString path = IconSettings::filePath(IconName::fileName(wish.name));
+    const QString oldPath = oldFile.isNull() ? QString() : IconSettings::filePath(oldFile);
+    QList<Part> parts;
+    const auto add = [&parts](const QString& to, const QByteArray& content) {
+        parts.append({ Part::Kind::Settings, to, content, FileChanges::ownersAlone });
+    };
+    const bool moves = path != oldPath;
+    const bool isThere = !oldPath.isNull() && QFileInfo::exists(oldPath);
+    const QByteArray old = isThere ? contentOf(oldPath) : QByteArray();
+    if (wish.server && isThere && !old.isEmpty() && !QJsonDocument::fromJson(old).isObject()) {
+        add(backupOf(path), old);
+    } else if (moves && !oldPath.isNull() && QFileInfo::exists(backupOf(oldPath))) {
+        add(backupOf(path), contentOf(backupOf(oldPath)));
+    }
+    if (wish.server) {
+        add(path, QJsonDocument(*wish.server).toJson());
+    } else if (moves && isThere) {
+        add(path, old);
+    }
+    return parts;
 }
 
 /// What there is of @p icon, in the order in which it is removed where another takes its place.
@@ -317,10 +350,14 @@ QStringList DropIcons::pathsOf(const Icon& icon) const
 {
     const QString file = IconName::fileName(icon.name);
     QStringList paths;
-    for (const Part& part : entriesOf({ .name = icon.name, .sort = icon.sort, .onDesktop = true })) {
+    for (const Part& part :
+         entriesOf({ .name = icon.name, .sort = icon.sort, .path = icon.path, .isOnDesktop = true })) {
         if (DesktopEntry::isOurs(part.path, file)) {
             paths.append(part.path);
         }
     }
-    return paths + QStringList{ picturePath(file), icon.path } + settingsFilesOf(file);
+    // While a link is there, the icon is listed and can be removed again; the one that says that it has a server of its
+    // own outlives all that would have it go to the main one.
+    return paths + QStringList{ picturePath(file), linkPath(file, IconSort::SubFolder) } + settingsFilesOf(file)
+        + QStringList{ linkPath(file, IconSort::OwnServer) };
 }

@@ -69,8 +69,9 @@ public:
     /// Whether an icon can be put on the desktop.
     bool hasDesktop() const { return !m_folders.desktop.isNull(); }
     Outcome make(const Wish& wish) const;
-    /// Makes the icon @p name what @p wish says. Its program does not run where its name or its sort changes.
-    Outcome change(const QString& name, const Wish& wish) const;
+    /// Makes @p icon, which is gone when it is of another sort by now, what @p wish says. Its program does not run
+    /// where its name or its sort changes.
+    Outcome change(const Icon& icon, const Wish& wish) const;
     /// Removes what belongs to the icon @p name, its settings included. False when something of it could not be
     /// removed, or there is none.
     bool remove(const QString& name) const;
@@ -90,8 +91,9 @@ private:
     QString launcherPath(const QString& file) const;
     QString picturePath(const QString& file) const;
     std::optional<QString> desktopPath(const QString& file) const;
-    QList<Part> entriesOf(const Wish& wish) const;
+    QList<Part> entriesOf(const Icon& icon) const;
     QList<Part> partsOf(const Wish& wish) const;
+    QList<Part> settingsPartsOf(const Wish& wish, const QString& oldFile) const;
     QStringList pathsOf(const Icon& icon) const;
     Outcome put(const std::optional<Icon>& old, const Wish& wish) const;
 

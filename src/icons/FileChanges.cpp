@@ -90,7 +90,7 @@ bool FileChanges::note(const QString& path)
     State state{ .path = path, .isThere = isTaken(path), .target = targetOf(path) };
     if (state.isThere && state.target.isNull()) {
         QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
+        if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
             return false;
         }
         state.content = file.readAll();
@@ -102,6 +102,9 @@ bool FileChanges::note(const QString& path)
 
 void FileChanges::restore(const State& state)
 {
+    if (state.isThere && state.permissions == ownersAlone && PrivateFile::replace(state.path, state.content)) {
+        return; // Never away, also on a full disk.
+    }
     QFile::remove(state.path);
     if (state.isThere && !state.target.isNull()) {
         makeLink(state.path, state.target);

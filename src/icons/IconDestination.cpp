@@ -6,6 +6,7 @@
 #include "SettingNames.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 
 namespace {
@@ -15,7 +16,7 @@ constexpr qint64 mostBytes = 1'048'576; ///< Of settings.
 QJsonObject settingsOf(const QString& fileName)
 {
     QFile file(IconSettings::filePath(fileName));
-    const bool isReadable = file.open(QIODevice::ReadOnly) && file.size() <= mostBytes;
+    const bool isReadable = QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly) && file.size() <= mostBytes;
     return isReadable ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
 }
 

@@ -1,6 +1,7 @@
 #include "DropIcons.h"
 
 #include "BusName.h"
+#include "IconDestination.h"
 #include "IconName.h"
 #include "IconSettings.h"
 #include "TemporaryHome.h"
@@ -16,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <sys/fsuid.h>
 #include <sys/stat.h>
@@ -53,6 +55,14 @@ protected:
     QStringList files(const QString& folder) const
     {
         return QDir(path(folder)).entryList(QDir::Files | QDir::System | QDir::Hidden);
+    }
+
+    /// Of the icon @p name as it is now.
+    static Outcome changeOf(const DropIcons& icons, const QString& name, const DropIcons::Wish& wish)
+    {
+        const QList<DropIcons::Icon> all = icons.icons();
+        const auto found = std::ranges::find(all, name, &DropIcons::Icon::name);
+        return icons.change(found == all.end() ? DropIcons::Icon{ .name = name } : *found, wish);
     }
 
     static void write(const QString& path, const QByteArray& content)
@@ -419,7 +429,7 @@ TEST_F(DropIconsTest, ARenamedIconMovesWithAllThatItHas)
         ASSERT_EQ(m_icons.make(wish), Outcome::Made);
         renamed.server.reset();
 
-        EXPECT_EQ(m_icons.change(u"old"_s, renamed), Outcome::Made);
+        EXPECT_EQ(changeOf(m_icons, u"old"_s, renamed), Outcome::Made);
 
         EXPECT_EQ(everything(), expected);
         EXPECT_TRUE(m_icons.remove(u"new"_s));
@@ -432,14 +442,14 @@ TEST_F(DropIconsTest, AnIconOfOneSortBecomesOneOfTheOther)
     ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
     const QMap<QString, QByteArray> inSubFolder = everything();
 
-    EXPECT_EQ(m_icons.change(u"a"_s, withServer(u"a"_s)), Outcome::Made);
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, withServer(u"a"_s)), Outcome::Made);
     EXPECT_EQ(files(u"quillbox/copies"_s), QStringList());
     EXPECT_EQ(files(u"quillbox/icons"_s), QStringList{ u"a"_s });
     EXPECT_TRUE(read(launcherPath(u"a"_s)).contains("--settings"));
     EXPECT_TRUE(QFile::exists(settingsPath(u"a"_s)));
     write(settingsPath(u"a"_s) + u".bak"_s, "{}");
 
-    EXPECT_EQ(m_icons.change(u"a"_s, { .name = u"a"_s }), Outcome::Made);
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, { .name = u"a"_s }), Outcome::Made);
     EXPECT_EQ(everything(), inSubFolder);
 }
 
@@ -450,17 +460,17 @@ TEST_F(DropIconsTest, AChangeThatCannotBeMadeWhollyChangesNothing)
     const QMap<QString, QByteArray> before = everything();
     DropIcons::Wish wish{ .name = u"new"_s, .sort = IconSort::OwnServer, .onDesktop = true };
     const auto changed = [this, &wish](const std::function<void(DropIcons::Folders&)>& change) {
-        return iconsWith(change).change(u"old"_s, wish);
+        return changeOf(iconsWith(change), u"old"_s, wish);
     };
 
     EXPECT_EQ(changed([](auto& folders) { folders.desktop = u"/proc/nowhere"_s; }), Outcome::NotWritable);
     wish.picture.letters = u"a"_s;
     EXPECT_EQ(changed([](auto& folders) { folders.pictures = u"/proc/nowhere"_s; }), Outcome::NotWritable);
     wish.name = u"other"_s;
-    EXPECT_EQ(m_icons.change(u"old"_s, wish), Outcome::AlreadyThere);
+    EXPECT_EQ(changeOf(m_icons, u"old"_s, wish), Outcome::AlreadyThere);
     wish.name = u"a:b"_s;
-    EXPECT_EQ(m_icons.change(u"old"_s, wish), Outcome::NameNotPossible);
-    EXPECT_EQ(m_icons.change(u"nothing"_s, { .name = u"new"_s }), Outcome::Gone);
+    EXPECT_EQ(changeOf(m_icons, u"old"_s, wish), Outcome::NameNotPossible);
+    EXPECT_EQ(changeOf(m_icons, u"nothing"_s, { .name = u"new"_s }), Outcome::Gone);
 
     EXPECT_EQ(everything(), before);
 }
@@ -471,7 +481,7 @@ TEST_F(DropIconsTest, AServerIsChangedInPlace)
     DropIcons::Wish wish = withServer(u"a"_s);
     wish.server->insert(u"Address"_s, u"third"_s);
 
-    EXPECT_EQ(m_icons.change(u"a"_s, wish), Outcome::Made);
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, wish), Outcome::Made);
 
     EXPECT_TRUE(read(settingsPath(u"a"_s)).contains("\"third\""));
     EXPECT_EQ(files(u"quillbox/icons"_s), QStringList{ u"a"_s });
@@ -494,10 +504,107 @@ TEST_F(DropIconsTest, AnIconWhoseSettingsAreGoneStillHasAServerOfItsOwn)
 
     ASSERT_EQ(m_icons.icons().size(), 1);
     EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
-    EXPECT_EQ(m_icons.change(u"a"_s, { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
     EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
     EXPECT_TRUE(m_icons.remove(u"b"_s));
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, ARenamedIconWithoutSettingsGetsNoneThatLieThere)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    ASSERT_TRUE(QFile::remove(settingsPath(u"a"_s)));
+    write(settingsPath(u"b"_s), "{\"Address\": \"somebody's\"}");
+
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
+
+    EXPECT_FALSE(QFile::exists(settingsPath(u"b"_s)));
+    EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
+}
+
+TEST_F(DropIconsTest, DamagedSettingsAreKeptBesideTheNewOnes)
+{
+    for (const QString& name : { u"a"_s, u"b"_s }) {
+        ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+        write(settingsPath(u"a"_s), "{ \"Password\": \"typed by hand\" ");
+
+        EXPECT_EQ(changeOf(m_icons, u"a"_s, withServer(name)), Outcome::Made);
+
+        EXPECT_TRUE(read(settingsPath(name)).contains("\"other\""));
+        EXPECT_EQ(read(settingsPath(name) + u".bak"_s), "{ \"Password\": \"typed by hand\" ");
+        EXPECT_EQ(modeOf(settingsPath(name) + u".bak"_s), 0600U);
+        EXPECT_TRUE(m_icons.remove(name));
+    }
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, AnIconThatIsOfAnotherSortByNowIsNotChanged)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+    const DropIcons::Icon asItWas = m_icons.icons().constFirst();
+    ASSERT_EQ(changeOf(m_icons, u"a"_s, withServer(u"a"_s)), Outcome::Made);
+    const QMap<QString, QByteArray> before = everything();
+
+    EXPECT_EQ(m_icons.change(asItWas, { .name = u"a"_s, .onDesktop = true }), Outcome::Gone);
+
+    EXPECT_EQ(everything(), before);
+}
+
+TEST_F(DropIconsTest, AnIconWithLinksOfBothSortsIsRemovedWholly)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+    ASSERT_TRUE(QDir().mkpath(path(u"quillbox/icons"_s)));
+    ASSERT_TRUE(QFile::link(path(u"program"_s), path(u"quillbox/icons/a"_s)));
+
+    ASSERT_EQ(m_icons.icons().size(), 1);
+    EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
+    EXPECT_TRUE(m_icons.remove(u"a"_s));
+
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, AChangeLeadsAnIconToTheProgramWhereThatHasMoved)
+{
+    for (const IconSort sort : { IconSort::SubFolder, IconSort::OwnServer }) {
+        DropIcons::Wish wish{ .name = u"a"_s, .sort = sort };
+        ASSERT_EQ(m_icons.make(wish), Outcome::Made);
+        const QString link = m_icons.icons().constFirst().path;
+        ASSERT_TRUE(QFile::remove(link));
+        ASSERT_TRUE(QFile::link(path(u"before/program"_s), link));
+
+        EXPECT_EQ(changeOf(m_icons, u"a"_s, wish), Outcome::Made);
+
+        EXPECT_EQ(QFile::symLinkTarget(link), path(u"program"_s));
+        EXPECT_TRUE(m_icons.remove(u"a"_s));
+    }
+}
+
+TEST_F(DropIconsTest, EntriesStartTheLinkThatIsThereAndAreBroughtUpToDate)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+    ASSERT_TRUE(QFile::remove(sendToPath(u"a"_s)));
+    write(settingsPath(u"a"_s), "{}"); // By hand: from now on it has a server of its own.
+
+    m_icons.makeMissingEntries();
+
+    for (const QString& entry : { sendToPath(u"a"_s), serviceMenuPath(u"a"_s) }) {
+        EXPECT_TRUE(read(entry).contains("quillbox/copies/a")) << read(entry).toStdString();
+        EXPECT_TRUE(read(entry).contains("--settings"));
+    }
+}
+
+TEST_F(DropIconsTest, SettingsThatAreNoFileHoldNobodyUp)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    ASSERT_TRUE(QFile::remove(settingsPath(u"a"_s)));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(settingsPath(u"a"_s)).constData(), 0600), 0);
+
+    EXPECT_EQ(destinationOf(m_icons.icons().constFirst()), QString());
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, withServer(u"a"_s)), Outcome::NotWritable);
+    EXPECT_FALSE(m_icons.remove(u"a"_s));
+
+    ASSERT_TRUE(QFile::remove(settingsPath(u"a"_s)));
+    EXPECT_TRUE(m_icons.remove(u"a"_s));
 }
 
 TEST_F(DropIconsTest, NamesThatDifferByCaseAreTwoIcons)
@@ -506,7 +613,7 @@ TEST_F(DropIconsTest, NamesThatDifferByCaseAreTwoIcons)
     ASSERT_EQ(m_icons.make(withServer(u"Scans"_s)), Outcome::Made);
 
     EXPECT_EQ(m_icons.icons().size(), 2);
-    EXPECT_EQ(m_icons.change(u"scans"_s, { .name = u"SCANS"_s, .onDesktop = true }), Outcome::Made);
+    EXPECT_EQ(changeOf(m_icons, u"scans"_s, { .name = u"SCANS"_s, .onDesktop = true }), Outcome::Made);
     EXPECT_TRUE(m_icons.remove(u"Scans"_s));
 
     ASSERT_EQ(m_icons.icons().size(), 1);
@@ -524,7 +631,7 @@ TEST_F(DropIconsTest, TheLauncherTellsThePictureAndShowsIt)
     EXPECT_TRUE(read(launcherPath(u"a%b"_s)).contains("\nIcon=" + image.toUtf8() + '\n'));
     EXPECT_EQ(QImage(image).size(), QSize(256, 256));
 
-    EXPECT_EQ(m_icons.change(u"a%b"_s, { .name = u"a%b"_s }), Outcome::Made);
+    EXPECT_EQ(changeOf(m_icons, u"a%b"_s, { .name = u"a%b"_s }), Outcome::Made);
     EXPECT_EQ(m_icons.icons().constFirst().picture, IconPicture());
     EXPECT_FALSE(QFile::exists(image));
 }
