@@ -9,8 +9,7 @@ struct CommandLine;
 namespace IconCommands {
 
 /// Has the running program use the settings of its own icon (IconSettings) where it has such, or was told so. False
-/// when
-/// @p commandLine names those of another icon, having said so and which files are not taken.
+/// when @p commandLine names those of another icon, having said so and which files are not taken.
 bool useSettings(const CommandLine& commandLine);
 
 /// Says that @p files are not taken, and why.

@@ -33,7 +33,7 @@ std::vector<std::unique_ptr<UserDefaults>> all();
 
 /// From now on connectionSettings() are those of the icon that starts the program as @p fileName, also when its file is
 /// gone or cannot be read: then nothing is set, and nothing of the main settings takes their place. Null for the main
-/// ones, which are in use at first.
+/// ones, which are in use at first. Called once at most, before anybody holds connectionSettings().
 void use(const QString& fileName);
 bool areInUse();
 
