@@ -1,5 +1,6 @@
 """Drop icons: made in their window, started by their launchers, removed again."""
 
+import json
 import os
 import signal
 import subprocess
@@ -8,6 +9,7 @@ import urllib.parse
 from pathlib import Path
 
 import private_network
+from certificates import make_certificate
 from desktop import wait_for
 from launcher import LaunchedProgram
 from real_ftp_server import RealFTPServer
@@ -161,6 +163,12 @@ class Icons:
         """What Thunar has in its menu for the icon of that name: a launcher of the same file name."""
         return os.path.join(self.data_folder("Thunar/sendto"), os.path.basename(self.launchers()[name]))
 
+    def service_menu(self, name):
+        """A launcher of what Dolphin does for its entry of that icon."""
+        menu = os.path.join(self.data_folder("kio/servicemenus"), os.path.basename(self.launchers()[name]))
+        action = Path(menu).read_text(encoding="utf-8").split("[Desktop Action upload]\n")[1]
+        return self.file("action.desktop", f"[Desktop Entry]\nType=Application\n{action}".encode())
+
     def launch_icon(self, name, *paths, launcher=None):
         launched = LaunchedProgram(self.desktop, launcher or self.launchers()[name], paths, self.home)
         self.addCleanup(launched.close)
@@ -210,11 +218,45 @@ class Running(Icons):
         for running in (program, summer, photos):
             self.assertIsNone(running.process.poll())
 
+    def test_icons_on_three_servers_are_used_at_once_from_everywhere(self):
+        encrypted = self.other_server("127.0.0.1", *make_certificate(self.desktop.folder))
+        plain = self.other_server("127.0.0.2")
+        program = self.start()
+        self.open_icons(program)
+        self.make_icon(program, SUMMER)
+        self.make_icon_with_server(program, "Web", plain.settings(FTPFolder="in"))
+        self.make_icon_with_server(program, "Safe", encrypted.settings(FTPFolder="in", Encryption="required"))
+        launched, by_launcher = self.files_of_some_kinds("launched")
+        menu, by_menu = self.files_of_some_kinds("menu")
+        sent, by_entry = self.files_of_some_kinds("sent")
+        commanded, by_command = self.files_of_some_kinds("commanded")
+
+        self.launch_icon(SUMMER, *by_launcher)
+        self.launch_icon(SUMMER, *by_menu, launcher=self.service_menu(SUMMER))
+        self.launch_icon("Web", *by_entry, launcher=self.send_to("Web"))
+        self.launch("--icon", "Safe", *by_command)
+
+        for folder, contents in (
+            (self.on_server(SUMMER), {**launched, **menu}),
+            (plain.path("in"), sent),
+            (encrypted.path("in"), commanded),
+        ):
+            wait_for(lambda folder=folder, contents=contents: contents_of(folder) == contents, f"the files in {folder}")
+        self.assertEqual(sorted(os.listdir(self.on_server())), sorted([OTHER, "Photos", SUMMER]))
+
+    def other_server(self, address, pem=None, fingerprint=None):
+        """One of the same make with the folder “in”; its certificate, when it has one, is trusted."""
+        server = RealFTPServer(self.make, pem, address)
+        self.addCleanup(server.close)
+        os.mkdir(server.path("in"))
+        if pem:
+            trusted = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "trusted-certificates.json")
+            with open(os.open(trusted, os.O_WRONLY | os.O_CREAT, 0o600), "w", encoding="utf-8") as file:
+                json.dump({f"{address}:{server.port}": fingerprint}, file)
+        return server
 
     def test_an_icon_with_a_server_of_its_own_sends_there_until_it_is_removed(self):
-        other = RealFTPServer(self.make, address="127.0.0.2")
-        self.addCleanup(other.close)
-        os.mkdir(other.path("in"))
+        other = self.other_server("127.0.0.2")
         program = self.start()
         self.open_icons(program)
         self.make_icon_with_server(program, "Print shop", other.settings(FTPFolder="in"))
