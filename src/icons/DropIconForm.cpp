@@ -64,6 +64,7 @@ DropIconForm::DropIconForm(DropIcons icons, Application application, std::option
     keepButtonsWhole(*this);
     m_ui->onDesktopCheckBox->setVisible(m_icons.hasDesktop());
     m_ui->serverRows->addWidget(m_server);
+    setTabOrder(m_ui->ownServerButton, m_server);
     m_ui->colourBox->addItem(u"No colour"_s, QString());
     for (const NamedColour& entry : colours) {
         const QString colour = QString::fromLatin1(entry.colour);
@@ -176,7 +177,9 @@ void DropIconForm::explain()
     m_ui->serverArea->setVisible(hasOwnServer);
     m_ui->destinationLabel->setVisible(!hasOwnServer); // The server's form says that itself.
     m_ui->destinationLabel->setText(canBeMade ? IconText::destination(destinationOf({ .name = name })) : QString());
-    m_ui->explanationLabel->setText(IconText::explanation(name, sort()));
+    const bool losesServer = m_icon && m_icon->sort == IconSort::OwnServer && !hasOwnServer && canBeMade;
+    m_ui->explanationLabel->setText(IconText::explanation(name, sort())
+                                    + (losesServer ? u' ' + IconText::settingsLost() : QString()));
     m_ui->failureLabel->setText(m_isRunning ? IconText::running(m_icon->name) : QString());
     m_ui->saveIconButton->setEnabled(canBeStored());
 }

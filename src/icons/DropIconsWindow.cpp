@@ -14,11 +14,13 @@
 
 #include <QEvent>
 #include <QHeaderView>
+#include <QHideEvent>
 #include <QItemSelectionModel>
 #include <QShortcut>
 #include <QShowEvent>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -27,6 +29,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int rowHeight = 32;
+constexpr std::chrono::minutes betweenReadings(1);
 constexpr int lastUploadColumn = 2;
 const QString emptyText = u"No drop icons yet"_s;
 
@@ -48,6 +51,8 @@ DropIconsWindow::DropIconsWindow(DropIcons icons, Application application)
     m_ui->setupUi(this);
     keepButtonsWhole(*this);
     m_model.setHorizontalHeaderLabels({ u"Name"_s, u"Destination"_s, u"Last Upload"_s });
+    m_model.horizontalHeaderItem(lastUploadColumn)
+        ->setToolTip(u"When an icon of this name last had a file confirmed, as far as the history tells"_s);
     TextTable& table = *m_ui->iconsTable;
     table.setModel(&m_model);
     table.verticalHeader()->setDefaultSectionSize(rowHeight);
@@ -59,6 +64,8 @@ DropIconsWindow::DropIconsWindow(DropIcons icons, Application application)
                          columnWidthFor(table, shortDateShortTimeText(QDateTime({ 2028, 10, 28 }, { 20, 58 }))));
     header.setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     table.setEmptyText(emptyText);
+    m_reading.setInterval(betweenReadings);
+    connect(&m_reading, &QTimer::timeout, this, &DropIconsWindow::reload);
     connectActions();
     keepWithinScreen(*this);
     alignLabelsToDirection(*this);
@@ -81,6 +88,7 @@ void DropIconsWindow::connectActions()
         m_ui->listMessageLabel->clear();
         showWhatCanBeDone();
     });
+    m_ui->startIconAction->setShortcuts({ QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) });
     m_ui->iconsTable->addActions({ m_ui->startIconAction, m_ui->editIconAction, m_ui->removeIconAction });
     connect(new QShortcut(QKeySequence(u"Ctrl+W"_s), this), &QShortcut::activated, this, &QWidget::close);
 }
@@ -96,6 +104,7 @@ bool DropIconsWindow::event(QEvent* event)
 void DropIconsWindow::showEvent(QShowEvent* event)
 {
     QDialog::showEvent(event);
+    m_reading.start();
     if (!event->spontaneous()) {
         m_icons.makeMissingEntries();
         m_ui->iconsTable->clearSelection();
@@ -103,6 +112,12 @@ void DropIconsWindow::showEvent(QShowEvent* event)
         m_ui->iconsTable->setFocus();
         reload();
     }
+}
+
+void DropIconsWindow::hideEvent(QHideEvent* event)
+{
+    QDialog::hideEvent(event);
+    m_reading.stop();
 }
 
 void DropIconsWindow::showForm(const std::optional<DropIcons::Icon>& icon)

@@ -9,6 +9,7 @@
 #include <QStandardItemModel>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -19,8 +20,8 @@ class DropIconsWindow;
 } // namespace Ui
 
 /// The window that lists the drop icons, each with its destination and its last upload, and from which they are made,
-/// changed, started and removed. The list is read again whenever the window becomes the active one. It holds nothing
-/// else up. Belongs to the main thread.
+/// changed, started and removed. The list is read again whenever the window becomes the active one, and every minute
+/// while it is seen. It holds nothing else up. Belongs to the main thread.
 class DropIconsWindow final : public QDialog {
     Q_OBJECT
 
@@ -42,6 +43,7 @@ public:
 protected:
     bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     /// A line of the list.
@@ -72,6 +74,7 @@ private:
     DropIcons m_icons;
     Application m_application;
     std::unique_ptr<Ui::DropIconsWindow> m_ui;
+    QTimer m_reading{ this }; ///< Runs while the window is seen.
     QStandardItemModel m_model; ///< What the table shows of m_listed.
     QList<Row> m_listed;
     LastUploads m_lastUploads;

@@ -61,6 +61,11 @@ QString explanation(const QString& name, IconSort sort)
     Q_UNREACHABLE();
 }
 
+QString settingsLost()
+{
+    return u"The icon’s own settings, with the login, are removed."_s;
+}
+
 QString destination(const QString& destination)
 {
     return destination.isNull() ? u"No server yet: enter one in the preferences"_s

@@ -10,6 +10,9 @@ namespace IconText {
 /// What an icon of that name and sort would be, or why there can be none.
 QString explanation(const QString& name, IconSort sort);
 
+/// What becomes of the settings of an icon that is to have a server of its own no longer.
+QString settingsLost();
+
 /// Where the files of one without a server of its own go; a null @p destination: nowhere.
 QString destination(const QString& destination);
 

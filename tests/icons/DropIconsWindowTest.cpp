@@ -23,6 +23,7 @@
 #include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -331,6 +332,42 @@ TEST_F(DropIconsWindowTest, AnIconIsRenamedAndItsServerChanged)
     EXPECT_FALSE(QFile::exists(IconSettings::filePath(u"b"_s)));
 }
 
+TEST_F(DropIconsWindowTest, TabGoesThroughTheFieldsOfTheServerBehindItsChoice)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    open();
+    beginEdit(0);
+    QStringList walked;
+    name().setFocus();
+
+    do {
+        walked.append(form()->focusWidget()->objectName());
+        QTest::keyClick(form()->focusWidget(), Qt::Key_Tab);
+    } while (form()->focusWidget() != &name() && walked.size() < 30);
+
+    EXPECT_EQ(walked.join(u' '),
+              u"nameTextField colourBox lettersTextField onDesktopCheckBox subFolderButton addressTextField "
+              "usernameTextField passwordTextField showPasswordButton folderTextField noEncryptionButton testButton "
+              "webAddressTextField cancelIconButton saveIconButton"_s);
+}
+
+TEST_F(DropIconsWindowTest, WhoTakesAnIconItsServerIsToldThatItsSettingsAreRemoved)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    open();
+    beginEdit(0);
+    const auto& explanation = part<QLabel>("explanationLabel");
+    EXPECT_EQ(explanation.text(), IconText::explanation(u"a"_s, IconSort::OwnServer));
+
+    part<QRadioButton>("subFolderButton").click();
+    EXPECT_EQ(explanation.text(),
+              IconText::explanation(u"a"_s, IconSort::SubFolder)
+                  + u" The icon’s own settings, with the login, are removed."_s);
+
+    part<QRadioButton>("ownServerButton").click();
+    EXPECT_EQ(explanation.text(), IconText::explanation(u"a"_s, IconSort::OwnServer));
+}
+
 TEST_F(DropIconsWindowTest, NameAndSortOfAnIconThatRunsStayAndItsServerMayChange)
 {
     ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
@@ -510,6 +547,24 @@ TEST_F(DropIconsWindowTest, StartStartsTheSelectedIconOrSaysThatItCannot)
     EXPECT_EQ(message(), QString());
 }
 
+TEST_F(DropIconsWindowTest, ReturnAndEnterStartTheSelectedIconAndF2EditsIt)
+{
+    ASSERT_EQ(icons().make({ .name = u"a"_s }), DropIcons::Outcome::Made);
+    open();
+    QTest::keyClick(&table(), Qt::Key_Return);
+    EXPECT_EQ(m_started, QStringList());
+    table().selectRow(0);
+    const QString link = path(u"quillbox/copies/a"_s);
+
+    QTest::keyClick(&table(), Qt::Key_Return);
+    QTest::keyClick(&table(), Qt::Key_Enter, Qt::KeypadModifier);
+    EXPECT_EQ(m_started, (QStringList{ link, link }));
+
+    QTest::keyClick(&table(), Qt::Key_F2);
+    ASSERT_TRUE(waitFor([this] { return form() != nullptr && form()->isActiveWindow(); }));
+    EXPECT_EQ(name().text(), u"a"_s);
+}
+
 TEST_F(DropIconsWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSelectionStays)
 {
     open();
@@ -527,6 +582,24 @@ TEST_F(DropIconsWindowTest, TheListIsReadAgainWhenTheWindowBecomesActiveAndTheSe
     EXPECT_TRUE(waitFor([this] { return rows().size() == 2; }));
     EXPECT_EQ(selectedRow(), 1);
     EXPECT_EQ(rows().last(), u"b|ftp://elsewhere/b/|None known"_s);
+}
+
+TEST_F(DropIconsWindowTest, TheListIsReadAgainNowAndThenWhileItIsSeen)
+{
+    ASSERT_EQ(icons().make({ .name = u"a"_s }), DropIcons::Outcome::Made);
+    open();
+    auto& reading = *m_window->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
+    EXPECT_EQ(reading.interval(), 60'000);
+    const QDateTime moment = QDateTime::currentDateTime();
+    m_lastUploads = QHash<QString, qint64>{ { u"a"_s, moment.toMSecsSinceEpoch() } };
+    EXPECT_EQ(rows(), QStringList{ u"a|ftp://host/a/|None known"_s });
+
+    reading.setInterval(1);
+
+    const QString expected = u"a|ftp://host/a/"_s + u'|' + shortDateShortTimeText(moment);
+    EXPECT_TRUE(waitFor([&] { return rows() == QStringList{ expected }; }));
+    m_window->close();
+    EXPECT_FALSE(reading.isActive());
 }
 
 TEST_F(DropIconsWindowTest, AVeryLongNameDoesNotWidenTheWindow)

@@ -3,6 +3,7 @@
 #include "ServerExtras.h"
 #include "ServerForm.h"
 
+#include <QLineEdit>
 #include <QVBoxLayout>
 
 IconServerForm::IconServerForm(const ServerAccess& access, QWidget* parent)
@@ -18,6 +19,9 @@ IconServerForm::IconServerForm(const ServerAccess& access, QWidget* parent)
     layout->setSpacing(12);
     layout->addWidget(m_server);
     layout->addWidget(m_extras);
+    // By these it has a place in the Tab order, with all that is in it.
+    setFocusProxy(m_server->fields().address);
+    setFocusPolicy(Qt::TabFocus);
 }
 
 void IconServerForm::fill(const UserDefaults& settings)
