@@ -26,10 +26,8 @@ HiddenRun::HiddenRun(const Parts& parts, const QStringList& files)
 
 void HiddenRun::begin()
 {
-    QString refusal;
-    m_watch = m_parts.uploads.begin(m_files, true, refusal);
+    m_watch = m_parts.uploads.begin(m_files, true);
     if (m_watch == nullptr) {
-        m_report.problem(refusal);
         m_report.rest(u"Not taken"_s);
         QMetaObject::invokeMethod(this, &HiddenRun::endIfIdle, Qt::QueuedConnection); // The loop does not run yet.
         return;

@@ -223,9 +223,8 @@ int main(int argc, char** argv)
     UploadsService uploadsService(
         &delegate, QDBusConnection::sessionBus(),
         {
-            .upload
-            = [&requestedUploads](const PathList& files, bool areUnattended,
-                                  QString& refusal) { return requestedUploads.begin(files, areUnattended, refusal); },
+            .upload = [&requestedUploads](const PathList& files,
+                                          bool areUnattended) { return requestedUploads.begin(files, areUnattended); },
             .becameIdle =
                 [&hiddenRun] {
                     if (hiddenRun) {

@@ -19,8 +19,8 @@ public:
     }
 
     /// Has @p files join the queue, and answers what follows them. For attended ones the window comes to the front.
-    /// Null when they are not taken: @p refusal says why, or is null where the program ends.
-    std::unique_ptr<RequestWatch> begin(const PathList& files, bool areUnattended, QString& refusal);
+    /// Null when the program ends.
+    std::unique_ptr<RequestWatch> begin(const PathList& files, bool areUnattended);
 
 private:
     ViewController& m_viewController;

@@ -80,8 +80,7 @@ void UploadsClient::addNext()
 void UploadsClient::refuse(const QDBusError& error, bool mayBeTaken)
 {
     if (error.type() != QDBusError::NoReply) {
-        const bool isReason = error.type() == QDBusError::Failed;
-        emit refused(isReason ? error.message() : u"The window that is open refuses what it is asked."_s);
+        emit refused(u"The window that is open refuses what it is asked."_s);
     } else if (mayBeTaken) {
         emit unanswered();
     } else {

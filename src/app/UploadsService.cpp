@@ -45,13 +45,9 @@ void UploadsService::start(bool isUnattended, const QDBusMessage& call)
         m_bus.send(call.createErrorReply(QDBusError::InvalidArgs, u"There are no files, or others go up."_s));
         return;
     }
-    QString refusal;
-    std::unique_ptr<RequestWatch> watch = m_handler.upload(m_added.take(caller), isUnattended, refusal);
+    std::unique_ptr<RequestWatch> watch = m_handler.upload(m_added.take(caller), isUnattended);
     if (watch == nullptr) {
-        if (!refusal.isNull()) {
-            m_bus.send(call.createErrorReply(QDBusError::Failed, refusal));
-        } // Otherwise the caller hears of the end.
-        return;
+        return; // The caller hears of the end.
     }
     connect(watch.get(), &RequestWatch::ended, this,
             [this, call](const QList<FileEnd>& files) { sendFiles(call, u"Ended"_s, files); });

@@ -24,9 +24,8 @@ class UploadsService final : public QDBusAbstractAdaptor {
 
 public:
     struct Handler {
-        /// Has these files join the queue, and answers what follows them. Null when they are not taken: @p refusal says
-        /// why, or is null where the program ends.
-        std::function<std::unique_ptr<RequestWatch>(const PathList& files, bool isUnattended, QString& refusal)> upload;
+        /// Has these files join the queue, and answers what follows them. Null when the program ends.
+        std::function<std::unique_ptr<RequestWatch>(const PathList& files, bool isUnattended)> upload;
         std::function<void()> becameIdle; ///< isIdle() holds again.
     };
 

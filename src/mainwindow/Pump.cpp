@@ -21,6 +21,7 @@
 #include "UserDefaults.h"
 #include "WindowIndicators.h"
 
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -31,6 +32,9 @@ constexpr int showingIntervalMs = 80;
 
 /// So long uploads follow one another before everything else that has come is seen to first.
 constexpr int turnsMs = 20;
+
+/// So long settings without a destination may be some that are being written.
+constexpr std::chrono::milliseconds quietTime{ 1000 };
 
 } // namespace
 
@@ -43,6 +47,10 @@ Pump::Pump(const Parts& parts)
         m_sinceOthersTurn.start();
         takeTurn();
     });
+    m_destinationChange.setSingleShot(true);
+    m_destinationChange.start(quietTime);
+    connect(&parts.listing, &DestinationListing::destinationChanged, &m_destinationChange,
+            [this] { m_destinationChange.start(quietTime); });
     connect(&parts.queue, &UploadQueue::changed, this, &Pump::wake);
     connect(&parts.history, &UploadHistory::rowsChanged, this, &Pump::wake);
     connect(&parts.listing, &DestinationListing::changed, this, &Pump::wake);
@@ -184,6 +192,11 @@ bool Pump::isDownloadDue() const
     return !isMoving() && m_parts.items.isDownloadDue();
 }
 
+bool Pump::isDestinationMissed() const
+{
+    return m_parts.listing.destination().isNull() && !m_destinationChange.isActive();
+}
+
 void Pump::startNext()
 {
     // Once for all that a start asks for.
@@ -195,6 +208,9 @@ void Pump::startNext()
     }
     if (isUploadDue()) {
         m_parts.listing.setDestination(DestinationSettings::destination());
+    }
+    if (isDestinationMissed() && m_parts.intake.stage() == UploadIntake::Stage::AwaitingDestination) {
+        emit destinationMissed();
     }
     const Destination& destination = m_parts.listing.destination();
     if (isUploadDue() && !destination.isNull()) {
@@ -214,7 +230,8 @@ void Pump::startNext()
         }
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
-    } else if (isUploadDue() && m_parts.history.requestOf(m_parts.history.nextRow()).isUnattended) {
+    } else if (isUploadDue() && isDestinationMissed()
+               && m_parts.history.requestOf(m_parts.history.nextRow()).isUnattended) {
         m_parts.run.failUnattended(m_parts.queue);
     } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {
         m_parts.listing.setDue(false);

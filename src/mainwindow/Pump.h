@@ -73,6 +73,8 @@ signals:
     void listingDue();
     /// So is a refresh that was put off while files go up, beside them.
     void refreshDue();
+    /// Drops are held for want of a destination, and there has been none for a while.
+    void destinationMissed();
 
 private:
     void come();
@@ -88,6 +90,8 @@ private:
     bool isUploadDue() const;
     /// Whether several files are being downloaded, and the next one can be. It comes before what waits.
     bool isDownloadDue() const;
+    /// Whether there has been no destination for a second: settings that are being written have none for a moment.
+    bool isDestinationMissed() const;
     void startNext();
     void reportActivity();
 
@@ -98,5 +102,6 @@ private:
     QElapsedTimer m_sinceShown;
     QElapsedTimer m_sinceOthersTurn; ///< Since all other events had their turn before an upload.
     QTimer m_turnBehindOthers{ this }; ///< Behind all events that have come.
+    QTimer m_destinationChange{ this }; ///< Runs for a second.
     bool m_isTurnComing = false;
 };

@@ -89,6 +89,7 @@ void ViewController::connectParts()
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
+    connect(&m_pump, &Pump::destinationMissed, &m_intake, &UploadIntake::destinationMissed);
     connect(&m_pump, &Pump::refreshDue, this, &ViewController::refreshBesideUploads);
 
     connect(&m_listing, &DestinationListing::began, this, [this] { m_pace.listingBegan(); });

@@ -5,7 +5,10 @@
 #include "IconSettings.h"
 #include "ProgramName.h"
 #include "SettingNames.h"
+#include "SettingsAlert.h"
 #include "UserDefaults.h"
+
+using namespace Qt::StringLiterals;
 
 namespace DestinationSettings {
 
@@ -74,6 +77,15 @@ Destination destination()
              .username = username(),
              .password = password(),
              .encryption = encryption() };
+}
+
+QString whyThereIsNoDestination()
+{
+    const UserDefaults& settings = connectionSettings();
+    if (settings.isReadable()) {
+        return u"No Destination"_s;
+    }
+    return (IconSettings::areInUse() ? SettingsAlert::iconBroken(settings) : SettingsAlert::broken(settings)).title;
 }
 
 } // namespace DestinationSettings

@@ -31,5 +31,7 @@ QString destinationOfSubFolderIcon(const QString& fileName);
 
 /// The destination in force.
 Destination destination();
+/// Why that is null, where it is: the title of the alert that says so.
+QString whyThereIsNoDestination();
 
 } // namespace DestinationSettings

@@ -83,6 +83,15 @@ bool HeldDrops::isUnattended(const Held& held) const
     return !held.files.rows.isEmpty() && m_history.requestOf(held.files.rows.first()).isUnattended;
 }
 
+void HeldDrops::destinationMissed()
+{
+    followDestination();
+    while (m_destination.isNull() && !m_held.empty() && m_held.front().hasEnded && isUnattended(m_held.front())) {
+        join(m_held.front().files);
+        emit changed();
+    }
+}
+
 void HeldDrops::giveUp()
 {
     stopLooking();
@@ -100,8 +109,7 @@ void HeldDrops::goOn()
         const Held& held = m_held.front();
         // What is bound elsewhere goes nowhere.
         const bool isElsewhere = !held.bound.isNull() && !held.bound.isSamePlace(m_destination);
-        const bool failsAtOnce = m_destination.isNull() && isUnattended(held);
-        if (!areWanted() || held.files.paths.isEmpty() || isElsewhere || failsAtOnce) {
+        if (!areWanted() || held.files.paths.isEmpty() || isElsewhere) {
             join(held.files);
         } else if (m_destination.isNull()) {
             break; // It goes on when there is one.

@@ -45,6 +45,8 @@ public:
     /// Another destination is in force, maybe. Then what waits in the queue, unless it has a destination of its own,
     /// waits for an answer again.
     void destinationChanged() { goOn(); }
+    /// There is none, and has been none for a while: unattended drops wait for none.
+    void destinationMissed();
     /// All join the queue, for whoever clears that next.
     void giveUp();
 

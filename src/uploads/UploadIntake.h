@@ -29,6 +29,8 @@ public:
     void takeAgain(const PathList& paths, const Destination& destination);
     /// Another destination is in force.
     void destinationChanged() { m_held.destinationChanged(); }
+    /// There is none, and has been none for a while: unattended files join, and fail in the queue.
+    void destinationMissed() { m_held.destinationMissed(); }
     /// What has not joined does, for whoever clears the queue next: what has not been looked through as it was dropped.
     void giveUp();
 

@@ -1,6 +1,7 @@
 #include "UploadRun.h"
 
 #include "Addressing.h"
+#include "DestinationSettings.h"
 #include "FTPPutController.h"
 #include "TreePath.h"
 #include "UploadHistory.h"
@@ -58,13 +59,15 @@ bool UploadRun::failRefused(UploadQueue& queue, const Destination& destination)
 
 void UploadRun::failUnattended(UploadQueue& queue)
 {
+    const UploadOutcome outcome{ .kind = UploadOutcome::Kind::Failed,
+                                 .status = DestinationSettings::whyThereIsNoDestination() };
     QElapsedTimer time;
     time.start();
     while (!queue.isEmpty() && m_history.requestOf(m_history.nextRow()).isUnattended
            && !time.hasExpired(refusingTimeMs)) {
         queue.takeFirst();
         m_history.nextFileStarts({});
-        m_history.fileEnded({ .kind = UploadOutcome::Kind::Failed, .status = u"No Destination"_s });
+        m_history.fileEnded(outcome);
     }
 }
 

@@ -23,11 +23,10 @@ class UploadsServiceTest : public FakeWindowTest {
 protected:
     UploadsServiceTest()
     {
-        m_service
-            = new UploadsService(&m_object, m_bus.connection(),
-                                 { .upload = [this](const PathList& files, bool isUnattended,
-                                                    QString& refusal) { return upload(files, isUnattended, refusal); },
-                                   .becameIdle = [this] { ++m_becameIdle; } });
+        m_service = new UploadsService(
+            &m_object, m_bus.connection(),
+            { .upload = [this](const PathList& files, bool isUnattended) { return upload(files, isUnattended); },
+              .becameIdle = [this] { ++m_becameIdle; } });
         const QString name = busName(programName);
         EXPECT_TRUE(m_bus.connection().registerObject(ApplicationService::objectPath(name), &m_object));
         EXPECT_TRUE(m_bus.connection().registerService(name));
@@ -48,14 +47,10 @@ protected:
         });
     }
 
-    std::unique_ptr<RequestWatch> upload(const PathList& files, bool isUnattended, QString& refusal)
+    std::unique_ptr<RequestWatch> upload(const PathList& files, bool isUnattended)
     {
         m_asked.append(files.toStringList());
         m_wasUnattended = isUnattended;
-        refusal = m_refusal;
-        if (m_isRefusing) {
-            return nullptr;
-        }
         const UploadRequest request{ static_cast<quint32>(m_asked.size()), isUnattended };
         auto watch = std::make_unique<RequestWatch>(m_controller->history(), m_controller->intake(), request);
         m_controller->upload({ files, {}, request });
@@ -73,8 +68,6 @@ protected:
     QStringList m_said;
     QList<QStringList> m_asked;
     bool m_wasUnattended = false;
-    bool m_isRefusing = false;
-    QString m_refusal;
     int m_becameIdle = 0;
 };
 
@@ -118,17 +111,6 @@ TEST_F(UploadsServiceTest, ManyFilesAreOneRequest)
     ASSERT_TRUE(isSaid(u"over"_s));
     EXPECT_EQ(m_said.size(), 2003);
     EXPECT_EQ(m_said[2001], u"/gone/2000: Removed from the queue"_s);
-}
-
-TEST_F(UploadsServiceTest, WhatIsNotTakenIsSaidWithTheReason)
-{
-    m_isRefusing = true;
-    m_refusal = u"No Destination."_s;
-
-    m_client.upload({ u"/a"_s }, true);
-
-    EXPECT_TRUE(isSaid(u"refused: No Destination."_s));
-    EXPECT_TRUE(m_service->isIdle());
 }
 
 TEST_F(UploadsServiceTest, ACallThatComesWhileTheLoopIsHeldIsServedAfterwards)

@@ -1,4 +1,5 @@
 #include "AlertDialog.h"
+#include "Delays.h"
 #include "LoopTurns.h"
 #include "QueueAgain.h"
 #include "ViewControllerTest.h"
@@ -362,6 +363,9 @@ TEST_F(ReplacingTest, WithoutADestinationUnattendedFilesWaitForNone)
     m_controller->destinationSet();
 
     m_controller->upload({ .paths = files({ u"a"_s }), .request = { .number = 1, .isUnattended = true } });
+    tick();
+    EXPECT_EQ(outcomes(), QList{ Outcome::Waiting });
+    passDelaysOf(m_controller->pump());
     serve();
 
     EXPECT_EQ(outcomes(), QList{ Outcome::Failed });

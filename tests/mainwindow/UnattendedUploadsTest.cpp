@@ -11,6 +11,17 @@ namespace {
 class UnattendedUploadsTest : public ViewControllerTest {
 protected:
     void uploadUnattended(const QStringList& paths) { m_controller->upload({ paths, {}, { 1, true } }); }
+    static void write(const QByteArray& settings)
+    {
+        QFile file(UserDefaults::standard().filePath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(settings), settings.size());
+    }
+    static QByteArray contents(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
     HistoryEntry row(int number) const { return m_controller->history().entries()[number]; }
 };
 
@@ -66,6 +77,10 @@ TEST_F(UnattendedUploadsTest, WithoutADestinationFilesFail)
     unset(u"Address"_s);
     uploadUnattended({ makeFile(u"a"_s), makeFile(u"b"_s) });
     tick();
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Waiting);
+    EXPECT_EQ(delaysOf(m_controller->pump()), QList<int>{ 1000 });
+    passDelaysOf(m_controller->pump());
+    tick();
 
     EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Failed);
     EXPECT_EQ(row(1).status, u"No Destination"_s);
@@ -75,6 +90,27 @@ TEST_F(UnattendedUploadsTest, WithoutADestinationFilesFail)
     m_controller->uploadFiles({ makeFile(u"a"_s) });
     tick();
     EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+}
+
+TEST_F(UnattendedUploadsTest, ThatSettingsCannotBeReadForAMomentFailsNoFile)
+{
+    const QByteArray settings = contents(UserDefaults::standard().filePath());
+    passDelaysOf(m_controller->pump());
+    write({});
+    uploadUnattended({ makeFile(u"a"_s) });
+    tick();
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Waiting);
+
+    write(settings);
+    tick();
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Sending);
+    upload().sendOtherError();
+    write("{");
+    uploadUnattended({ makeFile(u"b"_s) });
+    tick();
+    passDelaysOf(m_controller->pump());
+    tick();
+    EXPECT_EQ(row(1).status, u"Settings Not Readable"_s);
 }
 
 } // namespace

@@ -101,18 +101,17 @@ class Hidden(Command):
         self.assertEqual(told, {name: CONFIRMED for name in ("tree/a/one", "tree/two", "tree/empty")})
         self.assertEqual(self.server.content("tree/a/one"), b"content\n")
 
-    def test_nothing_is_taken_without_a_destination_and_damaged_settings_are_told(self):
+    def test_files_fail_without_a_destination_and_damaged_settings_are_told(self):
         self.forget_settings()
         self.file("one.txt")
         status, command = self.run_hidden("--wait", "one.txt")
-        self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Not taken")]))
-        self.assertIn("No Destination. Specify a destination", command.output())
+        self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Failed: No Destination")]))
 
         folder = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox")
         with open(os.path.join(folder, "settings.json"), "w", encoding="utf-8") as file:
             file.write("{")
         status, command = self.run_hidden("--wait", "one.txt")
-        self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Not taken")]))
+        self.assertEqual((status, self.lines(command)), (1, [("one.txt", "Failed: Settings Not Readable")]))
         self.assertIn("Settings Not Readable", command.output())
 
     def test_a_file_that_is_listed_with_another_size_has_not_arrived(self):
@@ -139,7 +138,7 @@ class Hidden(Command):
         self.assertEqual(told["new.txt"], CONFIRMED)
         self.assertEqual((self.server.content("old.txt"), self.server.received), (b"old", ["new.txt"]))
 
-    def test_an_icon_that_has_lost_its_own_server_takes_nothing(self):
+    def test_an_icon_that_has_lost_its_own_server_sends_nothing(self):
         self.settings()
         icon = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/icons/Far")
         os.makedirs(os.path.dirname(icon))
@@ -148,7 +147,7 @@ class Hidden(Command):
         command = self.launch("--hidden", "--wait", self.file("one.txt"), program=icon, **NOWHERE)
 
         self.assertEqual(command.exit_code(), 1)
-        self.assertEqual(self.lines(command), [("one.txt", "Not taken")])
+        self.assertEqual(self.lines(command), [("one.txt", "Failed: Settings Missing")])
         self.assertIn("Settings Missing", command.output())
         self.assertEqual(self.server.received, [])
 
@@ -280,7 +279,7 @@ class ThroughTheWindow(Command):
         self.forget_settings()
         refused = self.launch("--hidden", "--wait", self.file("three.txt"))
         self.assertEqual(refused.exit_code(), 1)
-        self.assertEqual(self.lines(refused), [("three.txt", "Not taken")])
+        self.assertEqual(self.lines(refused), [("three.txt", "Failed: No Destination")])
         self.assertIsNone(program.sheet())
 
     def test_an_icon_is_waited_for(self):
