@@ -281,8 +281,8 @@ void HistoryWindow::clearHistory()
     SheetQueue::of(*this).raise(
         { .title = u"Clear History?"_s,
           .text = u"All files that have ended are removed from the history, those of every run "
-                  "and of all copies. What waits stays, and so do interrupted files that another copy "
-                  "has yet to ask about."_s,
+                  "and of all drop icons. What waits stays, and so do interrupted files that another icon, "
+                  "or Quillbox itself, has yet to ask about."_s,
           .defaultButton = u"Cancel"_s,
           .alternateButton = u"Clear"_s,
           .onAlternate = [this] { m_ledger.clear(); } });

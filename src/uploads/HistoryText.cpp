@@ -88,7 +88,7 @@ QString title(Column column)
     case Column::Time:
         return u"Time"_s;
     case Column::Copy:
-        return u"Copy"_s;
+        return u"Icon"_s;
     }
     return {};
 }
@@ -187,7 +187,7 @@ QStringList titles()
     return { u"File"_s,         u"Size (bytes)"_s,
              u"Duration (s)"_s, u"Speed (bytes/s)"_s,
              u"Outcome"_s,      u"Server reply"_s,
-             u"Time"_s,         u"Copy"_s,
+             u"Time"_s,         u"Icon"_s,
              u"Destination"_s,  u"Received by the server's machine (bytes)"_s };
 }
 
