@@ -161,6 +161,7 @@ void ManualTransfers::startStopList(const QObject* sender)
     if (sender == m_ui->startStopListButton) {
         folder.location = destination();
     }
+    m_parts->listings.setAsksNobody(false);
     m_parts->listing.listFolder(folder);
     m_parts->indicators.listingStarted(m_parts->listings, m_parts->listings.isReceiving());
 }

@@ -1,5 +1,6 @@
 #include "ViewController.h"
 
+#include "DelayedAlert.h"
 #include "DestinationSettings.h"
 #include "DestinationWatch.h"
 #include "DragDropView.h"
@@ -16,6 +17,8 @@
 #include "ui_MainWindow.h"
 
 #include <QCoreApplication>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -88,10 +91,11 @@ void ViewController::connectParts()
     connect(&m_intake, &UploadIntake::changed, &m_pump, &Pump::wake);
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
-    connect(&m_pump, &Pump::listingDue, this, &ViewController::listFTPDestination);
+    connect(&m_pump, &Pump::listingDue, this, &ViewController::listAfterUploads);
     connect(&m_pump, &Pump::destinationMissed, &m_intake, &UploadIntake::destinationMissed);
     connect(&m_pump, &Pump::refreshDue, this, &ViewController::refreshBesideUploads);
 
+    connect(this, &ViewController::userRequestedConnection, this, [this] { m_isUnattended = false; });
     connect(&m_listing, &DestinationListing::began, this, [this] { m_pace.listingBegan(); });
     connect(&m_listing, &DestinationListing::ended, this, [this] { m_pace.listingEnded(); });
     auto* const sight = new WindowSight(m_window);
@@ -119,6 +123,8 @@ void ViewController::upload(const Drop& drop)
     }
     if (!drop.request.isUnattended) {
         emit userRequestedConnection();
+    } else if (!m_history.isQueueUnderWay()) {
+        m_isUnattended = true;
     }
     m_intake.take(drop);
     if (drop.request.isUnattended) {
@@ -183,6 +189,12 @@ void ViewController::stopDownload()
 
 void ViewController::listFTPDestination()
 {
+    m_isUnattended = false;
+    listAfterUploads();
+}
+
+void ViewController::listAfterUploads()
+{
     if (m_pc.isSending() || m_gc.isReceiving()) {
         // A running listing goes on and fills the list from where it stands; what is missing then is listed afterwards.
         const bool isUnknown = m_listing.state() == DestinationListing::State::Idle; // The destination has changed.
@@ -193,7 +205,19 @@ void ViewController::listFTPDestination()
     if (!destination.isNull()) {
         m_indicators.resetProgress();
     }
-    m_lc.setStandsBack(!m_queue.isEmpty()); // The next file goes at once, without another login.
+    list(destination, !m_queue.isEmpty()); // The next file goes at once, without another login.
+}
+
+void ViewController::list(const Destination& destination, bool standsBack)
+{
+    if (!m_lc.isReceiving()) {
+        m_lc.setAsksNobody(m_isUnattended);
+    }
+    std::optional<DelayedAlertSilence> silence;
+    if (m_lc.asksNobody()) {
+        silence.emplace();
+    }
+    m_lc.setStandsBack(standsBack);
     m_listing.list(destination);
     m_indicators.listingStarted(m_lc, m_lc.isReceiving());
 }
@@ -210,9 +234,7 @@ void ViewController::refreshBesideUploads()
     if (m_gc.isReceiving() || destination.isNull() || !isLineFree()) {
         return; // It is due when the queue has ended.
     }
-    m_lc.setStandsBack(!m_pc.isSending()); // The upload under way has its connection.
-    m_listing.list(destination);
-    m_indicators.listingStarted(m_lc, m_lc.isReceiving());
+    list(destination, !m_pc.isSending()); // The upload under way has its connection.
 }
 
 void ViewController::refresh()
@@ -261,7 +283,9 @@ void ViewController::updateListingStatus(const QString& status)
 {
     m_indicators.setListingStatus(status);
     m_listing.statusReported(status);
-    alertIfError(status);
+    if (!m_lc.asksNobody()) {
+        alertIfError(status);
+    }
 }
 
 void ViewController::alertIfError(const QString& status)
@@ -282,7 +306,7 @@ void ViewController::uploadDone()
     if (m_gc.isReceiving() || !isDue || !isLineFree()) {
         m_listing.setDue(true);
     } else {
-        listFTPDestination();
+        listAfterUploads();
     }
     m_pump.fileConfirmed();
 }

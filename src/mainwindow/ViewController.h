@@ -173,7 +173,9 @@ private:
     void queueChanged();
     void showQueueLength();
     void showQueuedFiles();
+    void listAfterUploads();
     void refreshBesideUploads();
+    void list(const Destination& destination, bool standsBack);
     void alertIfError(const QString& status);
 
     MainWindow m_window;
@@ -195,5 +197,6 @@ private:
     SecondaryWindows m_windows;
     WindowIndicators m_indicators;
     Pump m_pump;
+    bool m_isUnattended = false; ///< The queue began with unattended files, and nobody has asked for anything since.
     WeakAnchor m_anchor; ///< Last, so that it dies first.
 };

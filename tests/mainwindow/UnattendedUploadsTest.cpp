@@ -22,6 +22,14 @@ protected:
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
+    void sendNext()
+    {
+        tick();
+        upload().sendOpenCompleted();
+        while (upload().isOpen()) {
+            upload().sendHasSpace();
+        }
+    }
     HistoryEntry row(int number) const { return m_controller->history().entries()[number]; }
 };
 
@@ -56,6 +64,34 @@ TEST_F(UnattendedUploadsTest, NoAlertIsRaised)
 
     EXPECT_EQ(delaysOf(*qApp), QList<int>{ 1000 });
     passDelaysOf(*qApp);
+}
+
+TEST_F(UnattendedUploadsTest, TheListingThatFollowsAsksNobodyAndIsSilentUntilTheUserWantsSomething)
+{
+    uploadUnattended({ makeFile(u"a"_s) });
+    sendNext();
+    ASSERT_TRUE(latest(Kind::Listing).isOpen());
+    EXPECT_TRUE(latest(Kind::Listing).asksNobody);
+    latest(Kind::Listing).sendOtherError();
+    latest(Kind::Listing).sendRefusal(530);
+    EXPECT_EQ(shownSheets(), QStringList());
+
+    m_controller->refresh();
+    EXPECT_FALSE(latest(Kind::Listing).asksNobody);
+    latest(Kind::Listing).sendRefusal(530);
+    EXPECT_EQ(shownSheets().size(), 1);
+}
+
+TEST_F(UnattendedUploadsTest, TheListingAfterAQueueThatHasFilesOfTheUserToo)
+{
+    uploadUnattended({ makeFile(u"a"_s) });
+    m_controller->uploadFiles({ makeFile(u"b"_s) });
+    uploadUnattended({ makeFile(u"c"_s) });
+    sendNext();
+    sendNext();
+    sendNext();
+
+    EXPECT_FALSE(latest(Kind::Listing).asksNobody);
 }
 
 TEST_F(UnattendedUploadsTest, AFileIsNotTriedAgainByItself)
