@@ -25,6 +25,22 @@ bool HeldDrops::areWanted()
     return UserDefaults::standard().boolean(SettingNames::askBeforeReplacing).value_or(false);
 }
 
+void HeldDrops::take(const Drop& drop)
+{
+    m_held.push_back({ .files = filesOf(drop), .bound = drop.bound, .hasEnded = true });
+    goOn();
+}
+
+/// The files of @p drop, which the history has from now on, with what was left out.
+UploadQueue::Held HeldDrops::filesOf(const Drop& drop)
+{
+    UploadQueue::Held files{ .paths = drop.paths };
+    for (int row = m_history.filesHeld(drop.paths, drop.leftOut, drop.request); row < m_history.rowCount(); ++row) {
+        files.rows.append(row);
+    }
+    return files;
+}
+
 void HeldDrops::begin(const Drop& drop)
 {
     m_held.push_back({ .bound = drop.bound });
@@ -34,11 +50,9 @@ void HeldDrops::begin(const Drop& drop)
 void HeldDrops::add(const Drop& piece)
 {
     const auto held = std::find_if(m_held.begin(), m_held.end(), [](const Held& each) { return !each.hasEnded; });
-    int row = m_history.filesHeld(piece.paths, piece.leftOut, piece.request);
-    held->files.paths.append(piece.paths);
-    for (; row < m_history.rowCount(); ++row) {
-        held->files.rows.append(row);
-    }
+    const UploadQueue::Held files = filesOf(piece);
+    held->files.paths.append(files.paths);
+    held->files.rows.append(files.rows);
 }
 
 void HeldDrops::end()

@@ -37,9 +37,11 @@ public:
     /// The setting "AskBeforeReplacing": whether drops are held.
     static bool areWanted();
 
-    /// A drop begins of which add() tells what is in it, until end(). Another one may begin before.
+    /// @p drop is here as a whole. What it leaves out is in the history.
+    void take(const Drop& drop);
+    /// A drop begins of which add() tells what is in it, until end(). Others may begin before: they end in their order.
     void begin(const Drop& drop);
-    /// A further part of the first drop that has not ended. What it leaves out is in the history.
+    /// A further part of the first drop that has begun and not ended. What it leaves out is in the history.
     void add(const Drop& piece);
     void end();
     /// Another destination is in force, maybe. Then what waits in the queue, unless it has a destination of its own,
@@ -70,6 +72,7 @@ private:
         bool hasEnded = false;
     };
 
+    UploadQueue::Held filesOf(const Drop& drop);
     bool isUnattended(const Held& held) const;
     void followDestination();
     void hold(const UploadQueue::Held& waiting);

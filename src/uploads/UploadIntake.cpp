@@ -91,9 +91,7 @@ void UploadIntake::takeAgain(const PathList& paths, const Destination& destinati
 void UploadIntake::hold(const Drop& drop)
 {
     m_history.setMoreComes(true);
-    m_held.begin(drop);
-    m_held.add(drop);
-    m_held.end();
+    m_held.take(drop);
 }
 
 void UploadIntake::giveUp()

@@ -266,6 +266,29 @@ TEST_F(ReplacingTest, AFolderIsAskedAboutWhenAllOfItWasFound)
     m_controller->clearQueue();
 }
 
+TEST_F(ReplacingTest, WhatIsDroppedWhileAFolderIsLookedThroughIsADropOfItsOwn)
+{
+    set(u"DroppedFolders"_s, u"uploaded"_s);
+    ASSERT_TRUE(QDir().mkpath(m_directory.filePath(u"Photos"_s)));
+    makeFile(u"Photos/a"_s);
+    m_controller->uploadFiles({ m_directory.filePath(u"Photos"_s) });
+    set(u"DroppedFolders"_s, u""_s);
+
+    m_controller->uploadFiles(files({ u"b"_s }));
+    whenLooked({ "Photos/", "b" });
+    whenLooked({ "a" }, u"ftp://host/in/Photos/"_s);
+    whenAsked();
+    EXPECT_EQ(titleOfSheet(), u"“Photos/a” is there already"_s);
+    answerSheet(u"Replace"_s);
+    whenLooked({ "b" });
+    whenAsked();
+    EXPECT_EQ(titleOfSheet(), u"“b” is there already"_s);
+    answerSheet(u"Leave Out"_s);
+    serve();
+
+    EXPECT_EQ(sent(), QStringList{ u"Photos/a"_s });
+}
+
 TEST_F(ReplacingTest, ClearingTheQueueEndsThatToo)
 {
     m_controller->uploadFiles(files({ u"a"_s }));
