@@ -44,6 +44,14 @@ bool isSameName(const ListingEntry& entry, const QString& listed, const QString&
         || listed.normalized(QString::NormalizationForm_C) == name.normalized(QString::NormalizationForm_C);
 }
 
+/// Whether a server that completes a listing with @p reply says that it is not the whole one.
+bool saysNotWhole(const QString& reply)
+{
+    const auto words = { u"truncated"_s, u"unable to read"_s, u"failed to open"_s };
+    return std::any_of(words.begin(), words.end(),
+                       [&reply](const QString& word) { return reply.contains(word, Qt::CaseInsensitive); });
+}
+
 } // namespace
 
 ReplacementSearch::ReplacementSearch(FTPListController& controller, Destination destination, const PathList& files,
@@ -214,6 +222,11 @@ void ReplacementSearch::choose(const QString& folder)
 void ReplacementSearch::listingEnded()
 {
     const FTPStreamError& error = m_controller.lastError();
+    if (m_controller.hasSucceeded() && saysNotWhole(m_controller.lastReply())) {
+        m_failure = m_controller.lastReply();
+        end();
+        return;
+    }
     if (m_controller.hasSucceeded()) {
         folderListed();
     } else if (error.domain != FTPStreamError::Domain::FTP || error.code != notTaken

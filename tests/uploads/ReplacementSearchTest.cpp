@@ -67,6 +67,7 @@ protected:
                             .code = 550,
                             .stage = FTPStreamError::Stage::EnteringFolder };
     QString m_reply = u"550 Not there"_s;
+    QString m_completion = u"226 Done"_s; ///< Of listings.
     qsizetype m_fileCount = 0;
 
 private:
@@ -80,6 +81,7 @@ private:
             return;
         }
         stream.sendOpenCompleted();
+        stream.reply = m_completion;
         if (!rows->isEmpty()) {
             stream.sendBytes(*rows);
         }
@@ -134,6 +136,17 @@ TEST_F(ReplacementSearchTest, AListingThatFailsLeavesAllUnknown)
 
     m_streams.refusesCreation = true;
     EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"Can not create network connection."_s });
+}
+
+TEST_F(ReplacementSearchTest, SoDoesOneOfWhichTheServerSaysThatItIsNotWhole)
+{
+    m_folders[u""_s] = row("b");
+    for (const QString& completion :
+         { u"226 Output truncated to 10000 matches"_s, u"226 Sorry, we were Unable to read [.]"_s,
+           u"226 Transfer done (but failed to open directory)."_s }) {
+        m_completion = completion;
+        EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ completion });
+    }
 }
 
 TEST_F(ReplacementSearchTest, WhatIsSentBeforeIsReplacedToo)
