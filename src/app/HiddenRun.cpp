@@ -6,13 +6,24 @@
 #include "UploadsService.h"
 #include "ViewController.h"
 
+#include <chrono>
+#include <csignal>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto reportLimit = 3s; ///< Somebody who does not read the report keeps nobody's program.
+
+} // namespace
 
 HiddenRun::HiddenRun(const Parts& parts, const QStringList& files)
     : m_parts(parts)
     , m_files(files)
     , m_report(files)
 {
+    std::signal(SIGPIPE, SIG_IGN); // The files go up also when nobody reads what becomes of them.
     m_parts.delegate.hide();
     m_parts.viewController.pump().setSeen(false);
     connect(&m_parts.viewController, &ViewController::alertUnseen, this,
@@ -51,7 +62,10 @@ int HiddenRun::finish()
 {
     if (m_watch != nullptr && !m_watch->isOver()) {
         m_watch->programEnds();
-        m_report.rest(u"Not confirmed: Quillbox ended"_s);
+        if (!m_watch->haveAllJoined()) {
+            m_report.rest(u"Not confirmed: Quillbox ended"_s);
+        }
     }
-    return m_watch != nullptr && m_watch->haveAllArrived() ? 0 : 1;
+    const bool haveAllArrived = m_watch != nullptr && m_watch->haveAllArrived();
+    return m_report.finish(reportLimit) && haveAllArrived ? 0 : 1;
 }

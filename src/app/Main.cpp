@@ -22,6 +22,7 @@
 #include "RequestedUploads.h"
 #include "SettingNames.h"
 #include "SettingsAlert.h"
+#include "StandardStreams.h"
 #include "TrustedCertificates.h"
 #include "UploadCommand.h"
 #include "UploadsService.h"
@@ -190,6 +191,7 @@ void openLedger(ViewController& viewController)
 
 int main(int argc, char** argv)
 {
+    openStandardStreams();
     keepMemoryOutOfCoreDumps();
     QCoreApplication::setApplicationName(u"quillbox"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -41,8 +42,11 @@ void OwnProcess::start(const QStringList& options)
         return;
     }
     auto* const notifier = new QSocketNotifier(descriptor, QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+    connect(notifier, &QSocketNotifier::activated, this, [this, notifier, descriptor] {
         notifier->setEnabled(false);
+        siginfo_t end{};
+        ::waitid(P_PIDFD, static_cast<id_t>(descriptor), &end, WEXITED | WNOHANG);
+        ::close(descriptor);
         emit ended();
     });
 }

@@ -9,8 +9,10 @@
 #include <QDBusConnectionInterface>
 #include <QScopeGuard>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -74,6 +76,10 @@ void UploadCommand::startWindow()
         fail(u"There is no display for the window. \"--hidden\" needs none."_s, u"Not taken"_s);
         return;
     }
+    if (std::exchange(m_hasStarted, true)) {
+        fail(u"The window was opened, and has gone."_s, u"Not taken"_s);
+        return;
+    }
     auto* const window = new OwnProcess(this);
     connect(window, &OwnProcess::ended, this, [this] {
         if (m_client == nullptr && !isRegistered(m_bus)) {
@@ -93,7 +99,7 @@ void UploadCommand::handOver()
     connect(m_client.get(), &UploadsClient::taken, this, [this] {
         m_isTaken = true;
         if (!m_commandLine.isWaitedFor) {
-            QCoreApplication::exit(0);
+            exit(0);
         }
     });
     connect(m_client.get(), &UploadsClient::refused, this, [this](const QString& why) { fail(why, u"Not taken"_s); });
@@ -104,9 +110,16 @@ void UploadCommand::handOver()
             [this](const QList<FileEnd>& files) { m_report.ended(files); });
     connect(m_client.get(), &UploadsClient::corrected, this,
             [this](const QList<FileEnd>& files) { m_report.corrected(files); });
-    connect(m_client.get(), &UploadsClient::over, this,
-            [](bool haveAllArrived) { QCoreApplication::exit(haveAllArrived ? 0 : 1); });
+    connect(m_client.get(), &UploadsClient::over, this, [this](bool haveAllArrived, bool haveAllJoined) {
+        if (!haveAllJoined) {
+            m_report.rest(u"Not confirmed: Quillbox ended"_s);
+        }
+        exit(haveAllArrived ? 0 : 1);
+    });
     connect(m_client.get(), &UploadsClient::lost, this, &UploadCommand::programLost);
+    connect(m_client.get(), &UploadsClient::busLost, this, [this] {
+        fail(u"The session bus has gone."_s, m_isTaken ? u"Not known"_s : u"Not known whether taken"_s);
+    });
     m_client->upload(m_commandLine.files, m_commandLine.isHidden);
 }
 
@@ -117,15 +130,26 @@ void UploadCommand::programLost()
     } else if (m_commandLine.isHidden) {
         QCoreApplication::exit(nobodyRuns);
     } else {
+        m_client->disconnect(this);
         m_client.release()->deleteLater(); // It is the one that says so.
         begin();
     }
 }
 
+/// Ends the command with @p status, if all that was to be printed could be.
+void UploadCommand::exit(int status)
+{
+    constexpr std::chrono::hours limit{ 24 }; // The files are in other hands: it may wait for its reader.
+    QCoreApplication::exit(m_report.finish(limit) ? status : 1);
+}
+
 /// Ends the command: @p words are said of the files that nothing was heard of.
 void UploadCommand::fail(const QString& why, const QString& words)
 {
+    if (std::exchange(m_isEnding, true)) {
+        return;
+    }
     m_report.problem(why);
     m_report.rest(words);
-    QCoreApplication::exit(1);
+    exit(1);
 }

@@ -28,6 +28,7 @@ private:
     void startWindow();
     void handOver();
     void programLost();
+    void exit(int status);
     void fail(const QString& why, const QString& words);
 
     const CommandLine& m_commandLine;
@@ -35,5 +36,7 @@ private:
     QDBusConnection m_bus;
     QDBusServiceWatcher m_registration;
     std::unique_ptr<UploadsClient> m_client; ///< Null until the program is there.
+    bool m_hasStarted = false; ///< The window.
     bool m_isTaken = false;
+    bool m_isEnding = false;
 };

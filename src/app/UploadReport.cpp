@@ -3,20 +3,24 @@
 #include "TreePath.h"
 #include "VisibleText.h"
 
-#include <QTextStream>
-
-#include <cstdio>
+#include <algorithm>
+#include <cerrno>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-void print(QTextStream& out, const QList<FileEnd>& files)
+bool isWritten(int stream, QByteArrayView bytes)
 {
-    for (const FileEnd& file : files) {
-        out << wholeVisibleText(file.path) << '\t' << file.words << '\n';
+    while (!bytes.isEmpty()) {
+        const ssize_t count = ::write(stream, bytes.data(), static_cast<size_t>(bytes.size()));
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes = bytes.sliced(std::max<qsizetype>(count, 0));
     }
-    out.flush();
+    return true;
 }
 
 } // namespace
@@ -38,19 +42,17 @@ void UploadReport::ended(const QList<FileEnd>& files)
     for (const FileEnd& file : files) {
         ++m_told[file.path];
     }
-    QTextStream out(stdout);
-    print(out, files);
+    print(STDOUT_FILENO, files);
 }
 
 void UploadReport::corrected(const QList<FileEnd>& files)
 {
-    QTextStream err(stderr);
-    print(err, files);
+    print(STDERR_FILENO, files);
 }
 
 void UploadReport::problem(const QString& why)
 {
-    QTextStream(stderr) << "Quillbox: " << why << '\n';
+    print(STDERR_FILENO, u"Quillbox: "_s + why + u'\n');
 }
 
 void UploadReport::rest(const QString& words)
@@ -63,6 +65,28 @@ void UploadReport::rest(const QString& words)
             files.append({ file, words });
         }
     }
-    QTextStream out(stdout);
-    print(out, files);
+    print(STDOUT_FILENO, files);
+}
+
+bool UploadReport::finish(std::chrono::milliseconds limit)
+{
+    return m_printer.finish(limit) && *m_isPrinted;
+}
+
+void UploadReport::print(int stream, const QList<FileEnd>& files)
+{
+    QString text;
+    for (const FileEnd& file : files) {
+        text += wholeVisibleText(file.path) + u'\t' + file.words + u'\n';
+    }
+    print(stream, text);
+}
+
+void UploadReport::print(int stream, const QString& text)
+{
+    m_printer.post([stream, bytes = text.toLocal8Bit(), isPrinted = m_isPrinted] {
+        if (!isWritten(stream, bytes) && stream == STDOUT_FILENO) {
+            *isPrinted = false;
+        }
+    });
 }

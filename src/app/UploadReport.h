@@ -1,16 +1,22 @@
 #pragma once
 
 #include "RequestWatch.h"
+#include "TaskThread.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+#include <chrono>
+#include <memory>
+
 /// An alert as one line.
 QString alertLine(const QString& title, const QString& text);
 
-/// Prints what becomes of files that were named on the command line: a line for each, its path, a tab and the words.
+/// Prints what becomes of files that were named on the command line: a line for each, its path, a tab and the words. It
+/// prints on a thread of its own: whoever reads the lines may take long, or never come.
 class UploadReport {
 public:
     /// @p files: absolute paths.
@@ -24,8 +30,15 @@ public:
     void problem(const QString& why);
     /// The rest of the files, of which nothing more is going to be heard.
     void rest(const QString& words);
+    /// Waits until all is printed, for @p limit at most. False when a line for a file could not be.
+    bool finish(std::chrono::milliseconds limit);
 
 private:
+    void print(int stream, const QString& text);
+    void print(int stream, const QList<FileEnd>& files);
+
     QStringList m_files;
     QHash<QString, int> m_told; ///< How often.
+    std::shared_ptr<std::atomic<bool>> m_isPrinted = std::make_shared<std::atomic<bool>>(true); ///< Each line so far.
+    TaskThread m_printer;
 };

@@ -38,10 +38,10 @@ UploadsClient::UploadsClient(const QDBusConnection& bus, const QString& programN
     };
     hear("Ended", SLOT(receiveEnded(QByteArrayList, QStringList)));
     hear("Corrected", SLOT(receiveCorrected(QByteArrayList, QStringList)));
-    hear("Over", SIGNAL(over(bool)));
+    hear("Over", SIGNAL(over(bool, bool)));
     connect(&m_program, &QDBusServiceWatcher::serviceUnregistered, this, &UploadsClient::lost);
     m_bus.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s, this,
-                  SLOT(busLost()));
+                  SIGNAL(busLost()));
 }
 
 void UploadsClient::upload(const QStringList& files, bool areUnattended)

@@ -30,14 +30,15 @@ signals:
     void unanswered();
     void ended(const QList<FileEnd>& files);
     void corrected(const QList<FileEnd>& files);
-    void over(bool haveAllArrived);
-    /// The program has gone, or the bus has.
+    /// Without @p haveAllJoined some files have not been told of: the program ends.
+    void over(bool haveAllArrived, bool haveAllJoined);
+    /// The program has gone.
     void lost();
+    void busLost();
 
 private slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     void receiveEnded(const QByteArrayList& paths, const QStringList& words);
     void receiveCorrected(const QByteArrayList& paths, const QStringList& words);
-    void busLost() { emit lost(); }
 
 private: // NOLINT(readability-redundant-access-specifiers): likewise
     void addNext();

@@ -35,17 +35,19 @@ void UploadsService::Add(const QByteArrayList& paths, const QDBusMessage& call)
 void UploadsService::Start(bool isUnattended, const QDBusMessage& call)
 {
     call.setDelayedReply(true);
-    LoopSuspension::whenResumed(*this, [this, isUnattended, call] { start(isUnattended, call); });
+    // Taken at once: a caller that does not wait for the answer says that they may be uploaded later.
+    LoopSuspension::whenResumed(
+        *this, [this, files = m_added.take(call.service()), isUnattended, call] { start(files, isUnattended, call); });
 }
 
-void UploadsService::start(bool isUnattended, const QDBusMessage& call)
+void UploadsService::start(const PathList& wanted, bool isUnattended, const QDBusMessage& call)
 {
     const QString caller = call.service();
-    if (!m_added.contains(caller) || m_watches.contains(caller)) {
+    if (wanted.isEmpty() || m_watches.contains(caller)) {
         m_bus.send(call.createErrorReply(QDBusError::InvalidArgs, u"There are no files, or others go up."_s));
         return;
     }
-    std::unique_ptr<RequestWatch> watch = m_handler.upload(m_added.take(caller), isUnattended);
+    std::unique_ptr<RequestWatch> watch = m_handler.upload(wanted, isUnattended);
     if (watch == nullptr) {
         return; // The caller hears of the end.
     }
@@ -53,8 +55,8 @@ void UploadsService::start(bool isUnattended, const QDBusMessage& call)
             [this, call](const QList<FileEnd>& files) { sendFiles(call, u"Ended"_s, files); });
     connect(watch.get(), &RequestWatch::corrected, this,
             [this, call](const QList<FileEnd>& files) { sendFiles(call, u"Corrected"_s, files); });
-    connect(watch.get(), &RequestWatch::over, this, [this, call](bool haveAllArrived) {
-        send(call, u"Over"_s, { haveAllArrived });
+    connect(watch.get(), &RequestWatch::over, this, [this, call, watched = watch.get()](bool haveAllArrived) {
+        send(call, u"Over"_s, { haveAllArrived, watched->haveAllJoined() });
         // The one that says so is not destroyed meanwhile.
         QMetaObject::invokeMethod(
             this, [this, call] { forget(call.service()); }, Qt::QueuedConnection);

@@ -17,7 +17,7 @@
 /// Uploads files for other programs on the session bus, and tells each what becomes of its own. A caller adds its files
 /// in pieces and starts them, once at a time; when it goes away it is forgotten, and what was started goes up all the
 /// same. Signals go to the caller alone: Ended(aay paths, as words) and Corrected(aay paths, as words), as RequestWatch
-/// tells them, and Over(b haveAllArrived) at the end.
+/// tells them, and Over(b haveAllArrived, b haveAllJoined) at the end.
 class UploadsService final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "io.github.quillbox.Quillbox.Uploads")
@@ -45,7 +45,7 @@ public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the 
     // NOLINTEND(readability-identifier-naming)
 
 private:
-    void start(bool isUnattended, const QDBusMessage& call);
+    void start(const PathList& wanted, bool isUnattended, const QDBusMessage& call);
     void send(const QDBusMessage& call, const QString& signal, const QVariantList& arguments);
     void sendFiles(const QDBusMessage& call, const QString& signal, const QList<FileEnd>& files);
     void forget(const QString& caller);

@@ -33,6 +33,8 @@ public:
     /// The program ends: says so of each file that is not over, at once.
     void programEnds();
     bool isOver() const { return m_isOver; }
+    /// Whether all that was handed over has been found; otherwise some of it is told of by nobody.
+    bool haveAllJoined() const { return m_haveAllJoined; }
     /// Whether all files have arrived, as far as that is known when it is over.
     bool haveAllArrived() const { return m_isOver && !m_isAnyLost; }
 

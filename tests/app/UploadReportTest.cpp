@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -18,6 +19,7 @@ TEST(UploadReportTest, EachFileHasOneLineAndTheRestFollowsInItsOrder)
     report.problem(u"Gone."_s);
     report.rest(u"Not known"_s);
 
+    EXPECT_TRUE(report.finish(10s));
     EXPECT_EQ(::testing::internal::GetCapturedStdout(),
               "/a\tConfirmed\n/v/c\tNot found\n/b␉\tNot known\n/a\tNot known\n/d\tNot known\n");
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "/a\tConfirmed, but 3 bytes listed\nQuillbox: Gone.\n");

@@ -76,11 +76,8 @@ class Hidden(Command):
         self.assertEqual([lines[i][1] for i in (0, 1, 2, 4)], [CONFIRMED, "Not found", "Failed: not a plain file", CONFIRMED])
         self.assertRegex(lines[3][1], r"^Failed: FTP error 550.*\t550 ")
 
-        script = f'"$QUILLBOX" --hidden --wait one.txt && echo sent; "$QUILLBOX" --hidden gone || echo failed'
-        environment = {**self.desktop.environment, **self.home, "QUILLBOX": PROGRAM}
-        for name, value in NOWHERE.items():
-            environment.pop(name, None) if value is None else environment.update({name: value})
-        said = subprocess.run(["sh", "-c", script], env=environment, cwd=self.folder, capture_output=True, text=True)
+        script = '"$QUILLBOX" --hidden --wait one.txt && echo sent; "$QUILLBOX" --hidden gone || echo failed'
+        said = self.run_script(script)
         self.assertIn("sent\n", said.stdout)
         self.assertIn("failed\n", said.stdout)
         self.assertEqual(said.stderr, "")
@@ -123,6 +120,40 @@ class Hidden(Command):
         self.assertEqual(status, 1)
         told = [("one.txt", CONFIRMED), ("one.txt", "Confirmed, but 3 bytes listed, not 8")]
         self.assertEqual(self.lines(command), told)
+
+    def test_the_files_go_up_whoever_reads_what_becomes_of_them(self):
+        self.settings()
+        names = [self.file(f"{number}.txt") for number in range(8)]
+        everything = sorted(os.path.basename(name) for name in names)
+        for number, ending in enumerate((">&-", "2>&- >&-", "| head -n 1")):
+            with self.subTest(ending):
+                said = self.run_script(f'"$QUILLBOX" --hidden --wait "$@" {ending}', *names)
+                self.assertEqual(said.stderr, "")
+                self.assertEqual(sorted(self.server.received), sorted(everything * (number + 1)))
+        self.assertNotEqual(self.run_script('"$QUILLBOX" --hidden --wait "$1" >/dev/full', names[0]).returncode, 0)
+
+    def test_nobody_who_does_not_read_holds_the_program_up(self):
+        self.settings()
+        count = 1000
+        names = [self.file(f"{'long' * 40}{number}") for number in range(count)]
+        process = self.start_script('exec "$QUILLBOX" --hidden --wait "$@"', *names)
+        wait_for(lambda: len(self.server.received) == count, "all to be sent")
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(60), 1, "the lines are not printed")
+        process.stdout.close()
+        process.stderr.close()
+
+    def start_script(self, script, *words):
+        environment = {**self.desktop.environment, **self.home, "QUILLBOX": PROGRAM}
+        for name, value in NOWHERE.items():
+            environment.pop(name, None) if value is None else environment.update({name: value})
+        pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "text": True}
+        return subprocess.Popen(["sh", "-c", script, "sh", *words], env=environment, cwd=self.folder, **pipes)
+
+    def run_script(self, script, *words):
+        process = self.start_script(script, *words)
+        out, err = process.communicate()
+        return subprocess.CompletedProcess(script, process.returncode, out, err)
 
     def test_nothing_is_replaced_that_somebody_would_be_asked_about(self):
         self.settings(AskBeforeReplacing=True)
