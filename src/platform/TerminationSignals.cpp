@@ -9,13 +9,13 @@
 
 namespace {
 
-int descriptor = -1; ///< For the handler, which may touch next to nothing.
+int toLoop = -1; ///< Descriptor for the handler, which may touch next to nothing.
 
 void note(int /*number*/)
 {
     const int before = errno;
     const quint64 one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(descriptor, &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = ::write(toLoop, &one, sizeof one);
     errno = before;
 }
 
@@ -23,11 +23,11 @@ void note(int /*number*/)
 
 TerminationSignals::TerminationSignals()
 {
-    descriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (descriptor < 0) {
+    toLoop = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (toLoop < 0) {
         return; // They end the process as usual.
     }
-    auto* const notifier = new QSocketNotifier(descriptor, QSocketNotifier::Read, this);
+    auto* const notifier = new QSocketNotifier(toLoop, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
         notifier->setEnabled(false);
         emit received();
