@@ -119,6 +119,10 @@ void HeldDrops::giveUp()
 void HeldDrops::goOn()
 {
     followDestination();
+    if (m_destination.isNull()) { // Others wait for one, unattended drops do not.
+        std::stable_partition(m_held.begin(), m_held.end(),
+                              [this](const Held& held) { return held.hasEnded && isUnattended(held); });
+    }
     while (m_search == nullptr && !m_held.empty() && m_held.front().hasEnded) {
         const Held& held = m_held.front();
         // What is bound elsewhere goes nowhere.

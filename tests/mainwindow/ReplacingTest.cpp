@@ -394,6 +394,18 @@ TEST_F(ReplacingTest, WithoutADestinationUnattendedFilesWaitForNone)
     EXPECT_EQ(outcomes(), QList{ Outcome::Failed });
 }
 
+TEST_F(ReplacingTest, NorForOthersThatDo)
+{
+    unset(u"Address"_s);
+    m_controller->destinationSet();
+    m_controller->uploadFiles(files({ u"a"_s }));
+
+    m_controller->upload({ .paths = files({ u"b"_s }), .request = { .number = 1, .isUnattended = true } });
+
+    EXPECT_TRUE(waitFor([this] { return outcomes() == QList{ Outcome::Waiting, Outcome::Failed }; }, 10s));
+    m_controller->clearQueue();
+}
+
 TEST_F(ReplacingTest, HundredThousandFilesHoldNothingUp)
 {
     constexpr int many = 100000;
