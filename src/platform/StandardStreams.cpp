@@ -1,6 +1,7 @@
 #include "StandardStreams.h"
 
 #include <fcntl.h>
+#include <initializer_list>
 #include <unistd.h>
 
 void openStandardStreams()
