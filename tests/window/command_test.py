@@ -121,16 +121,27 @@ class Hidden(Command):
         told = [("one.txt", CONFIRMED), ("one.txt", "Confirmed, but 3 bytes listed, not 8")]
         self.assertEqual(self.lines(command), told)
 
-    def test_the_files_go_up_whoever_reads_what_becomes_of_them(self):
+    def test_the_files_go_up_when_nobody_reads_what_becomes_of_them(self):
         self.settings()
         names = [self.file(f"{number}.txt") for number in range(8)]
-        everything = sorted(os.path.basename(name) for name in names)
-        for number, ending in enumerate((">&-", "2>&- >&-", "| head -n 1")):
-            with self.subTest(ending):
-                said = self.run_script(f'"$QUILLBOX" --hidden --wait "$@" {ending}', *names)
-                self.assertEqual(said.stderr, "")
-                self.assertEqual(sorted(self.server.received), sorted(everything * (number + 1)))
+        reading, writing = os.pipe()
+        os.close(reading)
+        process = self.start_script('exec "$QUILLBOX" --hidden --wait "$@"', *names, stdout=writing)
+        os.close(writing)
+        self.assertEqual((process.communicate()[1], process.returncode), ("", 1))
+        self.wait_for_files(*map(os.path.basename, names))
         self.assertNotEqual(self.run_script('"$QUILLBOX" --hidden --wait "$1" >/dev/full', names[0]).returncode, 0)
+
+    def test_a_stream_that_is_closed_leads_to_nothing_and_to_no_file_of_the_program(self):
+        self.settings()
+        self.server.read_at_most(SLOW)
+        script = 'exec "$QUILLBOX" --hidden --wait "$1" <&- >&- 2>&-'
+        process = self.start_script(script, self.file("one", bytes(20_000_000)))
+        self.wait_until_begun("one")
+        streams = [os.readlink(f"/proc/{process.pid}/fd/{number}") for number in range(3)]
+        process.send_signal(signal.SIGTERM)
+        process.communicate()
+        self.assertEqual((streams, process.returncode), (["/dev/null"] * 3, 1))
 
     def test_nobody_who_does_not_read_holds_the_program_up(self):
         self.settings()
@@ -143,11 +154,11 @@ class Hidden(Command):
         process.stdout.close()
         process.stderr.close()
 
-    def start_script(self, script, *words):
+    def start_script(self, script, *words, stdout=subprocess.PIPE):
         environment = {**self.desktop.environment, **self.home, "QUILLBOX": PROGRAM}
         for name, value in NOWHERE.items():
             environment.pop(name, None) if value is None else environment.update({name: value})
-        pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "text": True}
+        pipes = {"stdout": stdout, "stderr": subprocess.PIPE, "text": True}
         return subprocess.Popen(["sh", "-c", script, "sh", *words], env=environment, cwd=self.folder, **pipes)
 
     def run_script(self, script, *words):
