@@ -39,7 +39,7 @@ class Conversation:
                     if event.what == ">" and verb_of(event) in TRANSFERS:
                         open_verbs[event.connection] = verb_of(event)
                     elif is_final(event) and open_verbs.get(event.connection):
-                        left -= open_verbs.pop(event.connection) == verb
+                        left -= open_verbs.pop(event.connection) == verb and event.text[0] == "2"
                         if left == 0:
                             return event.time
                 seen = len(self._events)
