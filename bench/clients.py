@@ -12,12 +12,12 @@ class Curl:
 
     def upload(self, files):
         words = [word for file in files for word in ("--upload-file", file, self._location)]
-        return ["curl", "-sS", *self._user, *words]
+        return ["curl", "-sS", "--fail-early", *self._user, *words]
 
     def download(self, names, folder):
         """Into files of those names; one that comes twice is fetched twice, over a kept connection."""
         words = [word for name in names for word in ("--output", os.path.join(folder, name), self._location + name)]
-        return ["curl", "-sS", *self._user, *words]
+        return ["curl", "-sS", "--fail-early", *self._user, *words]
 
     def list(self, times=1):
         return ["curl", "-sS", *self._user, *[self._location] * times]

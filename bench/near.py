@@ -14,7 +14,7 @@ from benchmark import TOP, build, helper
 from clients import Curl, Lftp, Ncftp
 from conversation import Conversation, counts, parts, transfers
 from table import Row, interval, median, of_counts, paired, spread
-from usage import Usage, cpu_seconds, forget_peak_memory, memory, peak_memory, run, wait_for_calm, wait_for_ports, wake_ups
+from usage import Usage, cpu_seconds, forget_peak_memory, memory, peak_memory, run, wait_for_calm, wake_ups
 from window import Window, settings_of
 
 LARGE = 1024**3
@@ -104,8 +104,8 @@ def row_of(workload, server, to_reach, results, events):
 
 
 def check_size(path, size):
-    if os.path.getsize(path) != size:
-        raise RuntimeError(f"{path} is not whole")
+    if not os.path.exists(path) or os.path.getsize(path) != size:
+        raise RuntimeError(f"{path} has not arrived as a whole")
 
 
 def longest_stall(window, busy):
@@ -270,7 +270,6 @@ def small_uploads(_, make, count=1000, listed=0):
         make_files(root, listed, 0, "other {:06d}")
 
         def turn(_, window):
-            wait_for_ports()
             mark = conversation.mark()
             usage = measured(window, lambda: window.open(files), lambda: conversation.wait_for(mark, count, "STOR"))
             conversation.wait_for_quiet(0.5)
@@ -292,7 +291,10 @@ def upload_many(bench):
 
             def theirs(command):
                 usage = run(command)
-                scene.finish()
+                try:
+                    scene.finish()
+                except RuntimeError as error:
+                    raise RuntimeError(f"{command[0]}: {error}") from error
                 return usage
 
             names = [path.replace(" ", "\\ ") for path in scene.files]

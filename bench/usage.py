@@ -10,8 +10,6 @@ import time
 # Seconds on the wall and on processors, and the most memory in MiB.
 Usage = collections.namedtuple("Usage", "wall cpu peak")
 
-MOST_ENDED_CONNECTIONS = 8000  # Of 28,000 ports, for clients and servers.
-
 
 def wake_ups(pid):
     """How often the kernel has put threads of the process to work that had nothing to do."""
@@ -70,20 +68,8 @@ def wait_for_calm(pid, seconds=60, calm=0.3, slice_seconds=0.005):
     raise RuntimeError(f"the program is still busy after {seconds} s")
 
 
-def wait_for_ports(seconds=90):
-    """Waits until few ports are kept for connections that have ended: where many are, a small file meets one now and then,
-    and its transfer fails, whoever sends it."""
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        with open("/proc/net/sockstat", encoding="ascii") as file:
-            if int(re.search(r" tw (\d+)", file.read())[1]) < MOST_ENDED_CONNECTIONS:
-                return
-        time.sleep(0.1)
-
-
 def run(command, stdin=None, stdout=subprocess.DEVNULL):
     """Runs a command to its end."""
-    wait_for_ports()
     start = time.monotonic()
     with subprocess.Popen(command, stdin=stdin, stdout=stdout, stderr=subprocess.PIPE) as process:
         errors = process.stderr.read()
