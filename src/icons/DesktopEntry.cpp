@@ -34,7 +34,8 @@ QString textOf(const QString& value)
 QByteArrayList linesOf(const QString& path)
 {
     QFile file(path);
-    if (path.isEmpty() || QFileInfo(path).isSymLink() || !file.open(QIODevice::ReadOnly)) {
+    const QFileInfo info(path);
+    if (path.isEmpty() || info.isSymLink() || !info.isFile() || !file.open(QIODevice::ReadOnly)) {
         return {};
     }
     return file.readAll().split('\n');

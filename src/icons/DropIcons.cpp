@@ -40,10 +40,11 @@ bool isLink(const QString& path)
     return QFileInfo(path).isSymLink();
 }
 
-QByteArray contentOf(const QString& path)
+/// std::nullopt where it cannot be read.
+std::optional<QByteArray> contentOf(const QString& path)
 {
     QFile file(path);
-    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) ? std::optional(file.readAll()) : std::nullopt;
 }
 
 QString backupOf(const QString& settings)
@@ -125,7 +126,11 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
     const QStringList oldPaths = old ? pathsOf(*old) : QStringList();
     QList<Part> parts = partsOf(wish);
     if (wish.sort == IconSort::OwnServer) {
-        parts = settingsPartsOf(wish, oldFile) + parts;
+        const std::optional<QList<Part>> settings = settingsPartsOf(wish, oldFile);
+        if (!settings) {
+            return Outcome::NotWritable;
+        }
+        parts = *settings + parts;
         // First: alone it stands for an icon that is listed, and uploads nothing.
         parts.prepend({ Part::Kind::Link, linkPath(file, wish.sort) });
     }
@@ -178,20 +183,20 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
     return Outcome::Made;
 }
 
-bool DropIcons::remove(const QString& name) const
+bool DropIcons::remove(const Icon& icon) const
 {
-    const std::optional<Icon> icon = find(name);
-    if (!icon) {
+    const std::optional<Icon> present = find(icon.name);
+    if (!present || present->sort != icon.sort) {
         return false;
     }
     FileChanges changes;
-    for (const QString& path : pathsOf(*icon)) {
+    for (const QString& path : pathsOf(*present)) {
         if (!changes.remove(path)) {
             return false;
         }
     }
     changes.keep();
-    PrivateFile::removeUnfinished(IconSettings::filePath(IconName::fileName(name)));
+    PrivateFile::removeUnfinished(IconSettings::filePath(IconName::fileName(icon.name)));
     return true;
 }
 
@@ -320,8 +325,8 @@ QList<DropIcons::Part> DropIcons::partsOf(const Wish& wish) const
 }
 
 /// Those of @p wish, or those of the program's file @p oldFile, in whatever state they are, where @p wish changes the
-/// name alone. What is damaged stays beside the new ones.
-QList<DropIcons::Part> DropIcons::settingsPartsOf(const Wish& wish, const QString& oldFile) const
+/// name alone. What is damaged stays beside the new ones. std::nullopt where that cannot be read.
+std::optional<QList<DropIcons::Part>> DropIcons::settingsPartsOf(const Wish& wish, const QString& oldFile) const
 {
     const QString path = IconSettings::filePath(IconName::fileName(wish.name));
     const QString oldPath = oldFile.isNull() ? QString() : IconSettings::filePath(oldFile);
@@ -330,17 +335,22 @@ QList<DropIcons::Part> DropIcons::settingsPartsOf(const Wish& wish, const QStrin
         parts.append({ Part::Kind::Settings, to, content, FileChanges::ownersAlone });
     };
     const bool moves = path != oldPath;
-    const bool isThere = !oldPath.isNull() && QFileInfo::exists(oldPath);
-    const QByteArray old = isThere ? contentOf(oldPath) : QByteArray();
-    if (wish.server && isThere && !old.isEmpty() && !QJsonDocument::fromJson(old).isObject()) {
-        add(backupOf(path), old);
-    } else if (moves && !oldPath.isNull() && QFileInfo::exists(backupOf(oldPath))) {
-        add(backupOf(path), contentOf(backupOf(oldPath)));
+    const bool isThere = (moves || wish.server) && !oldPath.isNull() && QFileInfo::exists(oldPath);
+    const std::optional<QByteArray> old = isThere ? contentOf(oldPath) : QByteArray();
+    const bool bringsBackup = moves && !oldPath.isNull() && QFileInfo::exists(backupOf(oldPath));
+    const std::optional<QByteArray> backup = bringsBackup ? contentOf(backupOf(oldPath)) : QByteArray();
+    if (!old || !backup) {
+        return std::nullopt;
+    }
+    if (wish.server && !old->isEmpty() && !QJsonDocument::fromJson(*old).isObject()) {
+        add(backupOf(path), *old);
+    } else if (bringsBackup) {
+        add(backupOf(path), *backup);
     }
     if (wish.server) {
         add(path, QJsonDocument(*wish.server).toJson());
     } else if (moves && isThere) {
-        add(path, old);
+        add(path, *old);
     }
     return parts;
 }

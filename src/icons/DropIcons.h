@@ -72,9 +72,9 @@ public:
     /// Makes @p icon, which is gone when it is of another sort by now, what @p wish says. Its program does not run
     /// where its name or its sort changes.
     Outcome change(const Icon& icon, const Wish& wish) const;
-    /// Removes what belongs to the icon @p name, its settings included. False when something of it could not be
-    /// removed, or there is none.
-    bool remove(const QString& name) const;
+    /// Removes what belongs to @p icon, its settings included. False when something of it could not be removed, or it
+    /// is gone or of another sort by now.
+    bool remove(const Icon& icon) const;
     /// Those that are there, in the order in which the user's language has their file names.
     QList<Icon> icons() const;
     /// Makes the entries in the menus of file managers that are missing, as earlier versions made none.
@@ -93,7 +93,7 @@ private:
     std::optional<QString> desktopPath(const QString& file) const;
     QList<Part> entriesOf(const Icon& icon) const;
     QList<Part> partsOf(const Wish& wish) const;
-    QList<Part> settingsPartsOf(const Wish& wish, const QString& oldFile) const;
+    std::optional<QList<Part>> settingsPartsOf(const Wish& wish, const QString& oldFile) const;
     QStringList pathsOf(const Icon& icon) const;
     Outcome put(const std::optional<Icon>& old, const Wish& wish) const;
 

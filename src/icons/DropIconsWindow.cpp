@@ -165,7 +165,7 @@ void DropIconsWindow::askWhetherToRemove()
 void DropIconsWindow::remove(const DropIcons::Icon& icon)
 {
     const qsizetype row = rowOf(icon.name);
-    m_icons.remove(icon.name);
+    m_icons.remove(icon);
     reload();
     if (rowOf(icon.name) >= 0) {
         m_ui->listMessageLabel->setText(IconText::notRemoved(icon.name));

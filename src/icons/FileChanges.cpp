@@ -11,6 +11,9 @@
 
 namespace {
 
+/// Rights that Qt tells besides those of a file: what its user may do.
+constexpr QFile::Permissions ofThisUser = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
+
 /// What the link at @p path leads to, as it stands in it; null when it is none.
 QByteArray targetOf(const QString& path)
 {
@@ -52,20 +55,35 @@ FileChanges::~FileChanges()
 
 bool FileChanges::write(const QString& path, const QByteArray& content, QFile::Permissions permissions, bool replaces)
 {
-    if (permissions == ownersAlone && replaces) {
-        return note(path) && PrivateFile::replace(path, content);
+    if (permissions == ownersAlone && replaces && isTaken(path)) {
+        const std::optional<State> before = stateOf(path);
+        if (!before || !PrivateFile::replace(path, content)) {
+            return false;
+        }
+        m_before.append(*before);
+        return true;
     }
-    return makeRoom(path, replaces) && writeNew(path, content, permissions);
+    return makeRoom(path, replaces) && isMade(path, writeNew(path, content, permissions));
 }
 
 bool FileChanges::link(const QString& path, const QString& target, bool replaces)
 {
-    return makeRoom(path, replaces) && makeLink(path, QFile::encodeName(target));
+    return makeRoom(path, replaces) && isMade(path, makeLink(path, QFile::encodeName(target)));
 }
 
 bool FileChanges::remove(const QString& path)
 {
-    return !isTaken(path) || makeRoom(path, true);
+    if (!isTaken(path)) {
+        return true;
+    }
+    const std::optional<State> before = stateOf(path);
+    if (!QFile::remove(path)) {
+        return false;
+    }
+    if (before) {
+        m_before.append(*before);
+    }
+    return true;
 }
 
 bool FileChanges::isTaken(const QString& path)
@@ -74,41 +92,51 @@ bool FileChanges::isTaken(const QString& path)
     return info.exists() || info.isSymLink();
 }
 
-/// Has what is at @p path go. False when it stays.
+/// Has what is at @p path go. False when it stays, or could not be brought back.
 bool FileChanges::makeRoom(const QString& path, bool replaces)
 {
     if (!isTaken(path)) {
         QDir().mkpath(QFileInfo(path).path());
-        return note(path);
+        return true;
     }
-    return replaces && note(path) && QFile::remove(path);
+    return replaces && stateOf(path) && remove(path);
 }
 
-/// Notes what is at @p path. False when that cannot be read.
-bool FileChanges::note(const QString& path)
+/// Notes that something is at @p path where nothing was, if @p isMade says so: what another program was quicker to make
+/// there stays as it is. Answers @p isMade.
+bool FileChanges::isMade(const QString& path, bool isMade)
 {
-    State state{ .path = path, .isThere = isTaken(path), .target = targetOf(path) };
-    if (state.isThere && state.target.isNull()) {
-        QFile file(path);
-        if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
-            return false;
-        }
-        state.content = file.readAll();
-        state.permissions = file.permissions();
+    if (isMade) {
+        m_before.append({ .path = path });
     }
-    m_before.append(state);
-    return true;
+    return isMade;
+}
+
+/// What is at @p path; std::nullopt when that cannot be read.
+std::optional<FileChanges::State> FileChanges::stateOf(const QString& path)
+{
+    State state{ .path = path, .target = targetOf(path) };
+    if (!state.target.isNull()) {
+        return state;
+    }
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    state.content = file.readAll();
+    state.permissions = file.permissions() & ~ofThisUser;
+    return state;
 }
 
 void FileChanges::restore(const State& state)
 {
-    if (state.isThere && state.permissions == ownersAlone && PrivateFile::replace(state.path, state.content)) {
-        return; // Never away, also on a full disk.
-    }
-    QFile::remove(state.path);
-    if (state.isThere && !state.target.isNull()) {
+    if (!state.target.isNull()) {
         makeLink(state.path, state.target);
-    } else if (state.isThere) {
-        writeNew(state.path, state.content, state.permissions);
+    } else if (state.content && state.permissions == ownersAlone) {
+        PrivateFile::replace(state.path, *state.content); // What is there is never away, also on a full disk.
+    } else if (state.content) {
+        writeNew(state.path, *state.content, state.permissions);
+    } else {
+        QFile::remove(state.path);
     }
 }

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 
+#include <optional>
+
 /// Changes of files that are all made or none: what was made is undone when this goes, unless keep() was called.
 class FileChanges {
 public:
@@ -21,7 +23,8 @@ public:
     bool write(const QString& path, const QByteArray& content, QFile::Permissions permissions, bool replaces);
     /// Makes a link to @p target at @p path, in the same way.
     bool link(const QString& path, const QString& target, bool replaces);
-    /// Removes the file or the link at @p path. True when nothing is there.
+    /// Removes the file or the link at @p path. True when nothing is there. What cannot be read cannot be brought back
+    /// either.
     bool remove(const QString& path);
 
     /// Whether anything is at @p path, were it a link that leads nowhere.
@@ -30,18 +33,18 @@ public:
     void keep() { m_before.clear(); }
 
 private:
-    /// What was at a path before the first change of it that is to be undone next.
+    /// What was at a path before a change.
     struct State {
         QString path;
-        bool isThere = false;
-        QByteArray target; ///< Of a link; null for a file.
-        QByteArray content = {};
+        QByteArray target = {}; ///< Of a link; null where there was none.
+        std::optional<QByteArray> content = {}; ///< Of a file.
         QFile::Permissions permissions = {};
     };
 
-    bool makeRoom(const QString& path, bool replaces);
-    bool note(const QString& path);
+    static std::optional<State> stateOf(const QString& path);
     static void restore(const State& state);
+    bool makeRoom(const QString& path, bool replaces);
+    bool isMade(const QString& path, bool isMade);
 
     QList<State> m_before; ///< In the order of the changes.
 };

@@ -1,6 +1,7 @@
 #include "DropIcons.h"
 
 #include "BusName.h"
+#include "FileChanges.h"
 #include "IconDestination.h"
 #include "IconName.h"
 #include "IconSettings.h"
@@ -57,13 +58,19 @@ protected:
         return QDir(path(folder)).entryList(QDir::Files | QDir::System | QDir::Hidden);
     }
 
-    /// Of the icon @p name as it is now.
-    static Outcome changeOf(const DropIcons& icons, const QString& name, const DropIcons::Wish& wish)
+    /// The icon @p name as it is now.
+    static DropIcons::Icon iconCalled(const DropIcons& icons, const QString& name)
     {
         const QList<DropIcons::Icon> all = icons.icons();
         const auto found = std::ranges::find(all, name, &DropIcons::Icon::name);
-        return icons.change(found == all.end() ? DropIcons::Icon{ .name = name } : *found, wish);
+        return found == all.end() ? DropIcons::Icon{ .name = name } : *found;
     }
+    static Outcome changeOf(const DropIcons& icons, const QString& name, const DropIcons::Wish& wish)
+    {
+        return icons.change(iconCalled(icons, name), wish);
+    }
+
+    static bool remove(const DropIcons& icons, const QString& name) { return icons.remove(iconCalled(icons, name)); }
 
     static void write(const QString& path, const QByteArray& content)
     {
@@ -170,7 +177,7 @@ TEST_F(DropIconsTest, ALauncherOnTheDesktopIsNoHiddenFile)
     EXPECT_EQ(m_icons.make({ .name = u"_x"_s, .onDesktop = true }), Outcome::AlreadyThere);
     ASSERT_EQ(m_icons.icons().size(), 1);
     EXPECT_TRUE(m_icons.icons().constFirst().isOnDesktop);
-    EXPECT_TRUE(m_icons.remove(u".x"_s));
+    EXPECT_TRUE(remove(m_icons, u".x"_s));
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
 }
 
@@ -232,13 +239,13 @@ TEST_F(DropIconsTest, RemovingLeavesNothingOfAnIconAndAllOfTheOthers)
     ASSERT_EQ(m_icons.make({ .name = u"a\"%/é"_s, .onDesktop = true }), Outcome::Made);
     ASSERT_EQ(m_icons.make({ .name = u"other"_s, .onDesktop = true }), Outcome::Made);
 
-    EXPECT_TRUE(m_icons.remove(u"a\"%/é"_s));
+    EXPECT_TRUE(remove(m_icons, u"a\"%/é"_s));
 
     EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"other"_s });
     EXPECT_EQ(files(u"applications"_s).size(), 1);
     EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"other.desktop"_s });
-    EXPECT_FALSE(m_icons.remove(u"a\"%/é"_s));
-    EXPECT_FALSE(m_icons.remove(u".."_s));
+    EXPECT_FALSE(remove(m_icons, u"a\"%/é"_s));
+    EXPECT_FALSE(remove(m_icons, u".."_s));
     EXPECT_TRUE(QFile::exists(path(u"program"_s)));
 }
 
@@ -253,9 +260,9 @@ TEST_F(DropIconsTest, WhatIsNotOursStaysAsItIs)
     for (const QString& name : { u"x"_s, u"y"_s, u"z"_s, u"w"_s }) {
         EXPECT_EQ(m_icons.make({ .name = name, .onDesktop = true }), Outcome::AlreadyThere) << name.toStdString();
     }
-    EXPECT_FALSE(m_icons.remove(u"x"_s));
+    EXPECT_FALSE(remove(m_icons, u"x"_s));
     EXPECT_EQ(m_icons.make({ .name = u"z"_s }), Outcome::Made);
-    EXPECT_TRUE(m_icons.remove(u"z"_s));
+    EXPECT_TRUE(remove(m_icons, u"z"_s));
 
     EXPECT_EQ(read(path(u"quillbox/copies/x"_s)), foreign);
     EXPECT_EQ(read(launcherPath(u"y"_s)), foreign);
@@ -276,7 +283,7 @@ TEST_F(DropIconsTest, AnIconWhoseLinkWasRemovedByHandCanBeMadeAgain)
 
     EXPECT_EQ(read(launcherPath(u"a"_s)), launcher);
     EXPECT_EQ(read(path(u"Desktop/a.desktop"_s)), launcher);
-    EXPECT_TRUE(m_icons.remove(u"a"_s));
+    EXPECT_TRUE(remove(m_icons, u"a"_s));
     EXPECT_EQ(files(u"applications"_s) + files(u"Desktop"_s), QStringList());
 }
 
@@ -347,12 +354,12 @@ TEST_F(DropIconsTest, AnIconWhoseLauncherCannotBeRemovedStaysListedUntilItCan)
         const auto before = static_cast<uid_t>(::setfsuid(65534));
         const auto restore = qScopeGuard([before] { ::setfsuid(before); });
 
-        EXPECT_FALSE(m_icons.remove(u"a"_s));
+        EXPECT_FALSE(remove(m_icons, u"a"_s));
         EXPECT_EQ(m_icons.icons().size(), 1);
     }
     setMode(u"applications"_s, 0755);
 
-    EXPECT_TRUE(m_icons.remove(u"a"_s));
+    EXPECT_TRUE(remove(m_icons, u"a"_s));
     EXPECT_EQ(files(u"quillbox/copies"_s) + files(u"applications"_s), QStringList());
 }
 
@@ -411,7 +418,7 @@ TEST_F(DropIconsTest, AnIconWithAServerOfItsOwnHasItsSettingsForTheUserAloneAndN
     EXPECT_EQ(m_icons.icons().size(), strangeNames.size());
     EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
     for (const QString& name : strangeNames) {
-        EXPECT_TRUE(m_icons.remove(name));
+        EXPECT_TRUE(remove(m_icons, name));
     }
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
 }
@@ -425,14 +432,14 @@ TEST_F(DropIconsTest, ARenamedIconMovesWithAllThatItHas)
         wish.server = renamed.server = QJsonObject{ { u"Address"_s, u"other"_s } };
         ASSERT_EQ(m_icons.make(renamed), Outcome::Made);
         const QMap<QString, QByteArray> expected = everything();
-        ASSERT_TRUE(m_icons.remove(u"new"_s));
+        ASSERT_TRUE(remove(m_icons, u"new"_s));
         ASSERT_EQ(m_icons.make(wish), Outcome::Made);
         renamed.server.reset();
 
         EXPECT_EQ(changeOf(m_icons, u"old"_s, renamed), Outcome::Made);
 
         EXPECT_EQ(everything(), expected);
-        EXPECT_TRUE(m_icons.remove(u"new"_s));
+        EXPECT_TRUE(remove(m_icons, u"new"_s));
     }
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
 }
@@ -506,7 +513,7 @@ TEST_F(DropIconsTest, AnIconWhoseSettingsAreGoneStillHasAServerOfItsOwn)
     EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
     EXPECT_EQ(changeOf(m_icons, u"a"_s, { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
     EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
-    EXPECT_TRUE(m_icons.remove(u"b"_s));
+    EXPECT_TRUE(remove(m_icons, u"b"_s));
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
 }
 
@@ -533,12 +540,25 @@ TEST_F(DropIconsTest, DamagedSettingsAreKeptBesideTheNewOnes)
         EXPECT_TRUE(read(settingsPath(name)).contains("\"other\""));
         EXPECT_EQ(read(settingsPath(name) + u".bak"_s), "{ \"Password\": \"typed by hand\" ");
         EXPECT_EQ(modeOf(settingsPath(name) + u".bak"_s), 0600U);
-        EXPECT_TRUE(m_icons.remove(name));
+        EXPECT_TRUE(remove(m_icons, name));
     }
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
 }
 
-TEST_F(DropIconsTest, AnIconThatIsOfAnotherSortByNowIsNotChanged)
+TEST_F(DropIconsTest, SettingsThatCannotBeReadAreNotLostByARename)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    ASSERT_TRUE(QFile::remove(settingsPath(u"a"_s)));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(settingsPath(u"a"_s)).constData(), 0600), 0);
+    const DropIcons::Wish renamed{ .name = u"b"_s, .sort = IconSort::OwnServer };
+
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, renamed), Outcome::NotWritable);
+
+    EXPECT_TRUE(FileChanges::isTaken(settingsPath(u"a"_s)));
+    EXPECT_EQ(m_icons.icons().constFirst().name, u"a"_s);
+}
+
+TEST_F(DropIconsTest, AnIconThatIsOfAnotherSortByNowIsNeitherChangedNorRemoved)
 {
     ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
     const DropIcons::Icon asItWas = m_icons.icons().constFirst();
@@ -546,6 +566,7 @@ TEST_F(DropIconsTest, AnIconThatIsOfAnotherSortByNowIsNotChanged)
     const QMap<QString, QByteArray> before = everything();
 
     EXPECT_EQ(m_icons.change(asItWas, { .name = u"a"_s, .onDesktop = true }), Outcome::Gone);
+    EXPECT_FALSE(m_icons.remove(asItWas));
 
     EXPECT_EQ(everything(), before);
 }
@@ -558,7 +579,7 @@ TEST_F(DropIconsTest, AnIconWithLinksOfBothSortsIsRemovedWholly)
 
     ASSERT_EQ(m_icons.icons().size(), 1);
     EXPECT_EQ(m_icons.icons().constFirst().sort, IconSort::OwnServer);
-    EXPECT_TRUE(m_icons.remove(u"a"_s));
+    EXPECT_TRUE(remove(m_icons, u"a"_s));
 
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
 }
@@ -575,7 +596,7 @@ TEST_F(DropIconsTest, AChangeLeadsAnIconToTheProgramWhereThatHasMoved)
         EXPECT_EQ(changeOf(m_icons, u"a"_s, wish), Outcome::Made);
 
         EXPECT_EQ(QFile::symLinkTarget(link), path(u"program"_s));
-        EXPECT_TRUE(m_icons.remove(u"a"_s));
+        EXPECT_TRUE(remove(m_icons, u"a"_s));
     }
 }
 
@@ -601,10 +622,20 @@ TEST_F(DropIconsTest, SettingsThatAreNoFileHoldNobodyUp)
 
     EXPECT_EQ(destinationOf(m_icons.icons().constFirst()), QString());
     EXPECT_EQ(changeOf(m_icons, u"a"_s, withServer(u"a"_s)), Outcome::NotWritable);
-    EXPECT_FALSE(m_icons.remove(u"a"_s));
+    EXPECT_TRUE(remove(m_icons, u"a"_s));
 
-    ASSERT_TRUE(QFile::remove(settingsPath(u"a"_s)));
-    EXPECT_TRUE(m_icons.remove(u"a"_s));
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, APipeInALaunchersPlaceHoldsNobodyUp)
+{
+    ASSERT_EQ(m_icons.make({ .name = u"a"_s }), Outcome::Made);
+    ASSERT_TRUE(QFile::remove(launcherPath(u"a"_s)));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(launcherPath(u"a"_s)).constData(), 0600), 0);
+
+    EXPECT_EQ(m_icons.icons().size(), 1);
+    EXPECT_TRUE(remove(m_icons, u"a"_s));
+    EXPECT_TRUE(FileChanges::isTaken(launcherPath(u"a"_s)));
 }
 
 TEST_F(DropIconsTest, NamesThatDifferByCaseAreTwoIcons)
@@ -614,7 +645,7 @@ TEST_F(DropIconsTest, NamesThatDifferByCaseAreTwoIcons)
 
     EXPECT_EQ(m_icons.icons().size(), 2);
     EXPECT_EQ(changeOf(m_icons, u"scans"_s, { .name = u"SCANS"_s, .onDesktop = true }), Outcome::Made);
-    EXPECT_TRUE(m_icons.remove(u"Scans"_s));
+    EXPECT_TRUE(remove(m_icons, u"Scans"_s));
 
     ASSERT_EQ(m_icons.icons().size(), 1);
     EXPECT_EQ(m_icons.icons().constFirst().name, u"SCANS"_s);
