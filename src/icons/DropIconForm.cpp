@@ -37,6 +37,17 @@ constexpr std::array colours{
     NamedColour{ "Grey", "#77767b" },
 };
 
+/// The settings that @p icon has, or an empty file's for a new one.
+std::unique_ptr<UserDefaults> settingsOf(const std::optional<DropIcons::Icon>& icon)
+{
+    if (!icon) {
+        return std::make_unique<UserDefaults>(QString());
+    }
+    const QString fileName = IconName::fileName(icon->name);
+    return icon->sort == IconSort::OwnServer ? IconSettings::open(fileName)
+                                             : std::make_unique<UserDefaults>(IconSettings::filePath(fileName));
+}
+
 QPixmap swatch(const QString& colour)
 {
     QPixmap pixmap(14, 14);
@@ -52,8 +63,7 @@ DropIconForm::DropIconForm(DropIcons icons, Application application, std::option
     , m_icons(std::move(icons))
     , m_application(std::move(application))
     , m_icon(std::move(icon))
-    , m_settings(
-          std::make_unique<UserDefaults>(m_icon ? IconSettings::filePath(IconName::fileName(m_icon->name)) : QString()))
+    , m_settings(settingsOf(m_icon))
     , m_ui(std::make_unique<Ui::DropIconForm>())
     , m_server(new IconServerForm(m_application.server, this))
 {
@@ -88,6 +98,10 @@ void DropIconForm::fill()
     }
     m_settings->setOpenFileHandler([this](PrivateFile::Access access) {
         const SettingsAlert alert = SettingsAlert::open(m_settings->filePath(), access);
+        SheetQueue::of(*this).raise({ .title = alert.title, .text = alert.text });
+    });
+    m_settings->setBrokenFileHandler([this] {
+        const SettingsAlert alert = SettingsAlert::iconBroken(*m_settings);
         SheetQueue::of(*this).raise({ .title = alert.title, .text = alert.text });
     });
     m_ui->nameTextField->setText(m_icon->name);

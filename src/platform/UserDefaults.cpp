@@ -116,6 +116,12 @@ QJsonValue UserDefaults::lastKnown(const QString& key) const
     return m_lastKnown.value(key);
 }
 
+bool UserDefaults::isLastKnown() const
+{
+    refresh();
+    return !m_broken || !m_lastKnown.isEmpty();
+}
+
 QString UserDefaults::string(const QString& key) const
 {
     refresh();

@@ -61,6 +61,9 @@ public:
     /// something. For what must not be lost while somebody writes the file. Undefined when the key is absent.
     QJsonValue lastKnown(const QString& key) const;
 
+    /// Whether that is known: whether the file has held anything since this was made, or can be read as it is.
+    bool isLastKnown() const;
+
     /// All that is stored.
     QJsonObject values() const;
 

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 FTPEncryption encryptionSetting(const UserDefaults& defaults)
 {
     const QJsonValue value = defaults.lastKnown(SettingNames::encryption);
-    const bool isOff = value.isUndefined() || value == encryptionValue(FTPEncryption::None);
+    const bool isOff = value.isUndefined() ? defaults.isLastKnown() : value == encryptionValue(FTPEncryption::None);
     return isOff ? FTPEncryption::None : FTPEncryption::Required;
 }
 

@@ -22,7 +22,7 @@ SettingsAlert SettingsAlert::iconBroken(const UserDefaults& settings)
         return {
             u"Settings Missing"_s,
             u"The settings of this icon’s own server, “%1”, are gone. Nothing is uploaded without them, to no other "
-            "server either.\n\nPut them back, or enter the server in the preferences."_s.arg(path)
+            "server either.\n\nPut them back, or enter the server again."_s.arg(path)
         };
     }
     return { u"Settings Not Readable"_s,

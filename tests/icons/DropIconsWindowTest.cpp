@@ -189,6 +189,28 @@ TEST_F(DropIconsWindowTest, EachIconIsListedWithItsDestinationAndItsLastUpload)
     EXPECT_EQ(table().emptyText(), QString());
 }
 
+TEST_F(DropIconsWindowTest, TheFormOfSettingsThatCannotBeReadSaysSoAndKeepsThePasswordEncrypted)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    QFile settings(IconSettings::filePath(u"a"_s));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    ASSERT_GT(settings.write(R"({ "Encryption": "required", "Address": )"), 0);
+    settings.close();
+    open();
+
+    beginEdit(0);
+    EXPECT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
+    EXPECT_TRUE(shownSheets().constFirst().contains(u"Settings Not Readable"_s));
+    answerSheet(u"OK"_s);
+    EXPECT_TRUE(part<QRadioButton>("requiredEncryptionButton").isChecked());
+    part<QLineEdit>("addressTextField").setText(u"another"_s);
+    saveForm();
+
+    const UserDefaults stored(IconSettings::filePath(u"a"_s));
+    EXPECT_EQ(stored.string(SettingNames::address), u"another"_s);
+    EXPECT_EQ(stored.string(SettingNames::encryption), u"required"_s);
+}
+
 TEST_F(DropIconsWindowTest, WhereTheHistoryCannotBeReadNoUploadIsKnown)
 {
     ASSERT_EQ(icons().make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
@@ -517,7 +539,7 @@ TEST_F(DropIconsWindowTest, AnIconThatSomebodyElseHasRemovedIsJustGone)
     open();
     make(u"Scans"_s);
     press("removeIconButton");
-    ASSERT_TRUE(icons().remove(u"Scans"_s));
+    ASSERT_TRUE(icons().remove({ .name = u"Scans"_s }));
 
     answerSheet(u"Remove"_s);
 

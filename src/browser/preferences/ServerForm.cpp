@@ -115,8 +115,11 @@ QHash<QString, QJsonValue> ServerForm::changes(const UserDefaults& settings) con
     }
     // Like the fields: what the form shows holds, also when another program has changed it meanwhile.
     isEdited = isEdited || wantedEncryption() != m_filledEncryption;
-    if (wantedEncryption() != encryptionSetting(settings)) {
-        values.insert(SettingNames::encryption, encryptionValue(wantedEncryption()));
+    const FTPEncryption wanted = wantedEncryption();
+    // A file that cannot be read is replaced: what is known besides what it holds is known no longer then.
+    const bool isStored = settings.isReadable() ? wanted == encryptionSetting(settings) : wanted == FTPEncryption::None;
+    if (!isStored) {
+        values.insert(SettingNames::encryption, encryptionValue(wanted));
     }
     return isEdited ? values : QHash<QString, QJsonValue>();
 }
