@@ -2,7 +2,6 @@
 
 #include "ByteCountText.h"
 #include "DateText.h"
-#include "PathText.h"
 #include "SheetQueue.h"
 #include "TreePath.h"
 #include "VisibleText.h"
@@ -25,8 +24,7 @@ constexpr qsizetype mostShown = 12;
 /// The name of the file at @p path, with the folder that it goes into.
 QString nameOf(const QString& path)
 {
-    const QString kept = TreePath::relative(path);
-    return visibleText(kept.isNull() ? PathText::lastPathComponent(path) : kept);
+    return visibleText(TreePath::below(path));
 }
 
 QString nameOfOnly(const HeldDrops::Question& question)

@@ -1,5 +1,7 @@
 #include "TreePath.h"
 
+#include "PathText.h"
+
 using namespace Qt::StringLiterals;
 
 namespace TreePath {
@@ -19,6 +21,12 @@ QString shown(const QString& path)
 {
     const QString kept = relative(path);
     return kept.isNull() ? path : kept;
+}
+
+QString below(const QString& path)
+{
+    const QString kept = relative(path);
+    return kept.isNull() ? PathText::lastPathComponent(path) : kept;
 }
 
 QString folder(const QString& path)

@@ -19,6 +19,8 @@ QByteArray ofFolder(const QByteArray& parent, const QByteArray& name);
 QString relative(const QString& path);
 /// That part as a list of files shows it; a plain path as it is.
 QString shown(const QString& path);
+/// Where it goes, below the destination: that part, or the name of a file that goes into the destination itself.
+QString below(const QString& path);
 /// The folder that it goes into, below the destination; null for the destination itself.
 QString folder(const QString& path);
 /// How many folders that part names.

@@ -2,7 +2,6 @@
 
 #include "LocalItem.h"
 #include "LocalPath.h"
-#include "PathText.h"
 #include "TreePath.h"
 #include "URLText.h"
 #include "WebLink.h"
@@ -87,7 +86,6 @@ QString HistoryRows::webLink(const HistoryEntry& entry)
     if (entry.outcome != Outcome::Confirmed) {
         return QString();
     }
-    const QString kept = TreePath::relative(entry.path);
-    const QByteArray name = LocalPath::toBytes(kept.isNull() ? PathText::lastPathComponent(entry.path) : kept);
-    return ::webLink(URLText::appendingPathComponent(entry.destination, name));
+    return ::webLink(
+        URLText::appendingPathComponent(entry.destination, LocalPath::toBytes(TreePath::below(entry.path))));
 }

@@ -13,6 +13,7 @@ TEST(TreePathTest, WhatTheServerKeepsBeginsBehindTheMark)
     EXPECT_EQ(file, u"/home/anna/.//./Photos/2020/a.jpg"_s);
     EXPECT_EQ(TreePath::relative(file), u"Photos/2020/a.jpg"_s);
     EXPECT_EQ(TreePath::shown(file), u"Photos/2020/a.jpg"_s);
+    EXPECT_EQ(TreePath::below(file), u"Photos/2020/a.jpg"_s);
     EXPECT_EQ(TreePath::folder(file), u"Photos/2020"_s);
     EXPECT_EQ(TreePath::levels(file), 2);
     EXPECT_FALSE(TreePath::isFolder(file));
@@ -37,6 +38,7 @@ TEST(TreePathTest, APlainPathGoesIntoTheDestinationItself)
     const QString path = u"/home/anna/a.jpg"_s;
     EXPECT_TRUE(TreePath::relative(path).isNull());
     EXPECT_EQ(TreePath::shown(path), path);
+    EXPECT_EQ(TreePath::below(path), u"a.jpg"_s);
     EXPECT_TRUE(TreePath::folder(path).isNull());
     EXPECT_EQ(TreePath::levels(path), 0);
     EXPECT_EQ(TreePath::plain(path), path);
