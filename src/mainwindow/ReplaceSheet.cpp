@@ -70,6 +70,8 @@ QString factsOf(const Found& found)
         return u"one of that name is sent before it"_s;
     case Found::Place::Unlisted:
         return u"not known, as the server does not list such names"_s;
+    case Found::Place::Similar:
+        return u"not known, as the server may take it for “%1”"_s.arg(visibleText(found.other));
     case Found::Place::Listed:
         break;
     }

@@ -2,7 +2,6 @@
 
 #include "Addressing.h"
 #include "LocalName.h"
-#include "PathText.h"
 #include "TreePath.h"
 
 #include <QElapsedTimer>
@@ -20,28 +19,36 @@ constexpr int stepsBetweenLooks = 50; ///< At the clock.
 /// "Requested action not taken" (RFC 959, section 4.2).
 constexpr int notTaken = 550;
 
-/// The same for names that some server may take for the same.
+/// The same for names that some server takes for the same, as it ignores the case, or how letters are composed, or
+/// blanks around them.
 QString keyOf(const QString& name)
 {
-    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded().trimmed();
 }
 
-/// What @p path (TreePath) is called, and in which folder below the destination.
+/// All keys of @p name. Some servers have "_" for a blank at the end.
+QStringList keysOf(const QString& name)
+{
+    const QString key = keyOf(name);
+    return name.endsWith(u' ') ? QStringList{ key, key + u'_' } : QStringList{ key };
+}
+
+QString keyOfFolder(const QString& path)
+{
+    QStringList names = path.split(u'/');
+    std::transform(names.cbegin(), names.cend(), names.begin(), keyOf);
+    return names.join(u'/');
+}
+
+/// What @p path below the destination is called, and in which folder.
 QString nameOf(const QString& path)
 {
-    return PathText::lastPathComponent(path);
+    return path.mid(path.lastIndexOf(u'/') + 1);
 }
 
 QString folderOf(const QString& path)
 {
-    return u""_s + TreePath::folder(path); // A null text is the destination itself.
-}
-
-/// Whether the server that lists @p entry would take @p name for the same. Those that list like DOS ignore the case.
-bool isSameName(const ListingEntry& entry, const QString& listed, const QString& name)
-{
-    return !entry.mode
-        || listed.normalized(QString::NormalizationForm_C) == name.normalized(QString::NormalizationForm_C);
+    return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
 }
 
 /// Whether a server that completes a listing with @p reply says that it is not the whole one.
@@ -62,6 +69,7 @@ ReplacementSearch::ReplacementSearch(FTPListController& controller, Destination 
     , m_before(std::move(before))
     , m_isLineBusy(isLineBusy)
     , m_isFound(files.size())
+    , m_isSimilar(files.size())
 {
     m_controller.setDelegate(m_anchor.ref<FTPListControllerDelegate>(this));
     m_controller.setEncryptionSource([encryption = m_destination.encryption] { return encryption; });
@@ -99,7 +107,10 @@ bool ReplacementSearch::step()
         return true;
     }
     if (m_nextBefore < m_before.size()) {
-        compareWith(m_before.at(m_nextBefore++));
+        const QString path = m_before.at(m_nextBefore++);
+        if (!TreePath::isFolder(path)) {
+            compareWith(TreePath::below(path), { .place = Found::Place::SentBefore });
+        }
         return true;
     }
     m_timer.stop();
@@ -109,27 +120,46 @@ bool ReplacementSearch::step()
 
 void ReplacementSearch::take(qsizetype index)
 {
-    const QString path = m_files.at(index);
-    if (TreePath::isFolder(path)) {
+    if (TreePath::isFolder(m_files.at(index))) {
         return;
     }
     ++m_fileCount;
+    const QString path = TreePath::below(m_files.at(index));
     Folder& folder = folderAt(folderOf(path));
-    if (fileCalled(folder, nameOf(path))) {
+    if (folder.files.contains(nameOf(path))) {
         note({ .index = index, .place = Found::Place::SentBefore });
-    } else {
-        folder.files.insert(keyOf(nameOf(path)), index);
+        return;
+    }
+    folder.files.insert(nameOf(path), index);
+    QHash<QString, qsizetype>& firsts = m_firsts[keyOfFolder(folderOf(path))];
+    for (const QString& key : keysOf(nameOf(path))) {
+        if (const auto first = firsts.constFind(key); first == firsts.cend()) {
+            firsts.insert(key, index);
+        } else {
+            note({ .index = index, .place = Found::Place::Similar, .other = TreePath::below(m_files.at(*first)) });
+        }
     }
 }
 
-void ReplacementSearch::compareWith(const QString& sentBefore)
+/// Notes which files would replace @p other, below the destination: the one of exactly that name as @p found, which has
+/// no index yet. Of those with similar names the first one is enough: the others are similar to that.
+void ReplacementSearch::compareWith(const QString& other, Found found)
 {
-    const auto folder = m_folders.constFind(folderOf(sentBefore));
-    if (folder == m_folders.cend() || TreePath::isFolder(sentBefore)) {
+    if (const auto folder = m_folders.constFind(folderOf(other)); folder != m_folders.cend()) {
+        if (const auto file = folder->files.constFind(nameOf(other)); file != folder->files.cend()) {
+            found.index = *file;
+            note(found);
+        }
+    }
+    const auto firsts = m_firsts.constFind(keyOfFolder(folderOf(other)));
+    if (firsts == m_firsts.cend()) {
         return;
     }
-    if (const std::optional<qsizetype> index = fileCalled(*folder, nameOf(sentBefore))) {
-        note({ .index = *index, .place = Found::Place::SentBefore });
+    for (const QString& key : keysOf(nameOf(other))) {
+        const auto first = firsts->constFind(key);
+        if (first != firsts->cend() && TreePath::below(m_files.at(*first)) != other) {
+            note({ .index = *first, .place = Found::Place::Similar, .other = other });
+        }
     }
 }
 
@@ -137,22 +167,19 @@ void ReplacementSearch::compareWith(const QString& sentBefore)
 ReplacementSearch::Folder& ReplacementSearch::folderAt(const QString& path)
 {
     if (!path.isEmpty() && !m_folders.contains(path)) {
-        folderAt(path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0))).folders.insert(keyOf(nameOf(path)), path);
+        Folder& parent = folderAt(folderOf(path));
+        for (const QString& key : keysOf(nameOf(path))) {
+            parent.folders.insert(key, path);
+        }
     }
     return m_folders[path];
 }
 
-std::optional<qsizetype> ReplacementSearch::fileCalled(const Folder& folder, const QString& name) const
-{
-    const auto [first, end] = folder.files.equal_range(keyOf(name));
-    const auto file = std::find_if(first, end, [&](qsizetype index) { return nameOf(m_files.at(index)) == name; });
-    return file == end ? std::nullopt : std::optional(*file);
-}
-
 void ReplacementSearch::note(const Found& found)
 {
-    if (!m_isFound.testBit(found.index)) {
-        m_isFound.setBit(found.index);
+    QBitArray& isNoted = found.place == Found::Place::Similar ? m_isSimilar : m_isFound;
+    if (!isNoted.testBit(found.index)) {
+        isNoted.setBit(found.index);
         m_found.push_back(found);
     }
 }
@@ -189,22 +216,21 @@ void ReplacementSearch::updateListingStatus(const QString& status)
 
 void ReplacementSearch::addListEntries(const QList<ListingEntry>& entries)
 {
-    const Folder& folder = m_folders[m_listing.path];
+    Folder& folder = m_folders[m_listing.path];
+    const QString prefix = m_listing.path.isEmpty() ? QString() : m_listing.path + u'/';
     for (const ListingEntry& entry : entries) {
         const QString listed = localName(entry);
         m_listing.hasDotNames
             = m_listing.hasDotNames || (listed.startsWith(u'.') && listed != u"."_s && listed != u".."_s);
-        const QString key = keyOf(listed);
-        const auto [firstFile, lastFile] = folder.files.equal_range(key);
-        for (auto file = firstFile; file != lastFile && entry.type != ListingEntry::folderType; ++file) {
-            if (isSameName(entry, listed, nameOf(m_files.at(*file)))) {
-                note({ .index = *file, .place = Found::Place::Listed, .size = entry.size, .modDate = entry.modDate });
-            }
+        if (entry.type != ListingEntry::folderType) {
+            compareWith(prefix + listed,
+                        { .place = Found::Place::Listed, .size = entry.size, .modDate = entry.modDate });
         }
-        const auto [firstFolder, lastFolder] = folder.folders.equal_range(key);
-        for (auto below = firstFolder; below != lastFolder && entry.type != ListingEntry::plainFileType; ++below) {
-            if (isSameName(entry, listed, nameOf(*below))) {
-                choose(*below);
+        if (entry.type != ListingEntry::plainFileType) {
+            for (const QString& key : keysOf(listed)) {
+                while (folder.folders.contains(key)) {
+                    choose(folder.folders.take(key));
+                }
             }
         }
     }
@@ -247,9 +273,9 @@ void ReplacementSearch::folderListed()
         return;
     }
     const Folder& folder = m_folders[m_listing.path];
-    for (const qsizetype index : folder.files) {
-        if (nameOf(m_files.at(index)).startsWith(u'.')) {
-            note({ .index = index, .place = Found::Place::Unlisted });
+    for (auto file = folder.files.cbegin(); file != folder.files.cend(); ++file) {
+        if (file.key().startsWith(u'.')) {
+            note({ .index = *file, .place = Found::Place::Unlisted });
         }
     }
     for (const QString& below : folder.folders) {
@@ -261,7 +287,10 @@ void ReplacementSearch::folderListed()
 
 void ReplacementSearch::end()
 {
-    std::sort(m_found.begin(), m_found.end(),
-              [](const Found& left, const Found& right) { return left.index < right.index; });
+    std::sort(m_found.begin(), m_found.end(), [](const Found& left, const Found& right) {
+        return std::pair(left.index, left.place) < std::pair(right.index, right.place);
+    });
+    const auto isSameFile = [](const Found& left, const Found& right) { return left.index == right.index; };
+    m_found.erase(std::unique(m_found.begin(), m_found.end(), isSameFile), m_found.end()); // What is known stays.
     QTimer::singleShot(0, this, &ReplacementSearch::ended);
 }

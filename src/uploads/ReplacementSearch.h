@@ -27,11 +27,13 @@ public:
             Listed, ///< In its folder on the server.
             SentBefore, ///< Nowhere yet: it is sent there before.
             Unlisted, ///< Maybe: the server lists no names that begin with ".".
+            Similar, ///< Maybe: one is, or is sent before, whose name some servers take for the same.
         };
-        qsizetype index; ///< Of the file that would replace it.
-        Place place;
+        qsizetype index = 0; ///< Of the file that would replace it.
+        Place place = Place::Listed;
         std::optional<qint64> size = {}; ///< In bytes; only of what is listed.
         std::optional<qint64> modDate = {}; ///< In milliseconds since the epoch; likewise.
+        QString other = {}; ///< Where that is, below the destination; only of what is similar.
     };
 
     /// Looks whether @p files (TreePath), of which none is being sent yet, replace any in the folder @p destination, or
@@ -54,11 +56,10 @@ signals:
     void ended();
 
 private:
-    /// What goes into a folder: its files, and folders that others go to. By keys, since servers may take names for the
-    /// same that differ.
+    /// What goes into a folder. A key is the same for names that some server takes for the same.
     struct Folder {
-        QMultiHash<QString, qsizetype> files = {}; ///< The first one of each name.
-        QMultiHash<QString, QString> folders = {}; ///< By their paths below the destination.
+        QHash<QString, qsizetype> files = {}; ///< The first one of each name.
+        QMultiHash<QString, QString> folders = {}; ///< Their paths below the destination, by keys of their names.
     };
 
     void updateListingStatus(const QString& status) override;
@@ -67,9 +68,8 @@ private:
     void work();
     bool step();
     void take(qsizetype index);
-    void compareWith(const QString& sentBefore);
+    void compareWith(const QString& other, Found found);
     Folder& folderAt(const QString& path);
-    std::optional<qsizetype> fileCalled(const Folder& folder, const QString& name) const;
     void note(const Found& found);
     void choose(const QString& folder);
     void listNext();
@@ -87,6 +87,8 @@ private:
     qsizetype m_nextBefore = 0;
     qsizetype m_fileCount = 0;
     QHash<QString, Folder> m_folders; ///< By their paths below the destination, which has none.
+    /// The first files of all that may be one to a server, by the keys of their folders and those of their names.
+    QHash<QString, QHash<QString, qsizetype>> m_firsts;
     QStringList m_toList{ QString() }; ///< The last one is next.
     QSet<QString> m_chosen; ///< What stood there.
     struct {
@@ -97,7 +99,8 @@ private:
         QString status = {};
     } m_listing;
     std::vector<Found> m_found;
-    QBitArray m_isFound; ///< One for each file.
+    QBitArray m_isFound; ///< One for each file, more than similar.
+    QBitArray m_isSimilar; ///< Likewise.
     QString m_failure;
     WeakAnchor m_anchor; ///< Last, so that it dies first.
 };

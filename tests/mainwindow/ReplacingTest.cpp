@@ -243,6 +243,19 @@ TEST_F(ReplacingTest, SeveralDropsAreAskedAboutInTheirOrder)
     EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Confirmed, Outcome::NotReplacing }));
 }
 
+TEST_F(ReplacingTest, ANameThatTheServerMayTakeForAnotherIsAskedAbout)
+{
+    m_controller->uploadFiles(files({ u"photo.jpg"_s }));
+    whenLooked({ "Photo.JPG" });
+    whenAsked();
+
+    EXPECT_EQ(titleOfSheet(), u"“photo.jpg” may replace others"_s);
+    EXPECT_EQ(detailsOfSheet(), QStringList{ u"photo.jpg – not known, as the server may take it for “Photo.JPG”"_s });
+    answerSheet(u"Leave Out"_s);
+
+    EXPECT_EQ(outcomes(), QList{ Outcome::NotReplacing });
+}
+
 TEST_F(ReplacingTest, AFolderIsAskedAboutWhenAllOfItWasFound)
 {
     set(u"DroppedFolders"_s, u"uploaded"_s);

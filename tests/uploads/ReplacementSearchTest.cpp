@@ -46,6 +46,7 @@ protected:
         for (const ReplacementSearch::Found& each : search.found()) {
             const QString place = each.place == Place::Listed ? u"listed"_s
                 : each.place == Place::SentBefore             ? u"before"_s
+                : each.place == Place::Similar                ? u"similar "_s + each.other
                                                               : u"unlisted"_s;
             found.append(u"%1 %2"_s.arg(each.index).arg(place));
         }
@@ -158,16 +159,49 @@ TEST_F(ReplacementSearchTest, WhatIsSentBeforeIsReplacedToo)
               (QStringList{ u"1 before"_s, u"2 before"_s, u"4 before"_s }));
 }
 
-TEST_F(ReplacementSearchTest, NamesAreTheSameThatTheServerTakesForTheSame)
+TEST_F(ReplacementSearchTest, NamesThatSomeServersTakeForTheSameMayBe)
 {
-    m_folders[u""_s] = row("e\xCC\x81t\xC3\xA9") + row("README") + row("caf\xE9");
+    m_folders[u""_s] = row("e\xCC\x81t\xC3\xA9") + row("README") + row("caf\xE9") + row("a") + row("b_") + row("c_");
 
-    EXPECT_EQ(look({ u"/x/\u00E9te\u0301"_s, u"/x/readme"_s, u"/x/caf\xDCE9"_s, u"/x/caf\u00E9"_s }),
-              (QStringList{ u"0 listed"_s, u"2 listed"_s }));
+    EXPECT_EQ(look({ u"/x/\u00E9te\u0301"_s, u"/x/readme"_s, u"/x/caf\xDCE9"_s, u"/x/caf\u00E9"_s, u"/x/ a"_s,
+                     u"/x/b "_s, u"/x/c"_s }),
+              (QStringList{ u"0 similar e\u0301t\u00E9"_s, u"1 similar README"_s, u"2 listed"_s, u"4 similar a"_s,
+                            u"5 similar b_"_s }));
 
-    m_folders[u""_s] = "01-01-24  10:00AM  5 README\r\n01-01-24  10:00AM  <DIR> PHOTOS\r\n";
-    m_folders[u"Photos/"_s] = "01-01-24  10:00AM  5 A\r\n";
-    EXPECT_EQ(look({ u"/x/readme"_s, u"/x/.//./Photos/a"_s }), (QStringList{ u"0 listed"_s, u"1 listed"_s }));
+    m_folders[u""_s] = "01-01-24  10:00AM  5 README\r\n01-01-24  10:00AM  5 A\r\n";
+    EXPECT_EQ(look({ u"/x/readme"_s, u"/x/A"_s }), (QStringList{ u"0 similar README"_s, u"1 listed"_s }));
+}
+
+TEST_F(ReplacementSearchTest, WhatIsListedToTheLetterIsNoMereSuspicion)
+{
+    m_folders[u""_s] = row("README") + row("Readme") + row("readme");
+
+    EXPECT_EQ(look({ u"/x/readme"_s, u"/x/ReadMe"_s, u"/x/README"_s }, { u"/z/readME"_s }),
+              (QStringList{ u"0 listed"_s, u"1 similar readme"_s, u"2 listed"_s }));
+}
+
+TEST_F(ReplacementSearchTest, FoldersWhoseNamesMayBeTheSameAreLookedInto)
+{
+    m_folders[u""_s] = row("PHOTOS", 'd') + row("Photos", 'd') + row("notes", 'd') + row("new_", 'd');
+    m_folders[u"photos/"_s] = row("a") + row("B");
+
+    EXPECT_EQ(look({ u"/x/.//./photos/a"_s, u"/x/.//./photos/b"_s, u"/x/.//./Notes/a"_s, u"/x/.//./new /a"_s,
+                     u"/x/.//./other/a"_s }),
+              (QStringList{ u"0 listed"_s, u"1 similar photos/B"_s }));
+    QStringList folders = listed();
+    folders.sort();
+    EXPECT_EQ(folders, (QStringList{ u""_s, u"Notes/"_s, u"new%20/"_s, u"photos/"_s }));
+}
+
+TEST_F(ReplacementSearchTest, OneOfTwoThatAreSentMayReplaceTheOther)
+{
+    m_folders[u""_s] = row("other");
+
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/A"_s, u"/x/\u00E9"_s, u"/x/e\u0301"_s, u"/y/A"_s, u"/x/.//./sub/b"_s,
+                     u"/x/.//./Sub/b"_s, u"/x/.//./s/c"_s },
+                   { u"/z/E\u0301"_s, u"/z/.//./S/C"_s, u"/z/.//./S/other/"_s }),
+              (QStringList{ u"1 similar a"_s, u"2 similar E\u0301"_s, u"3 similar \u00E9"_s, u"4 before"_s,
+                            u"6 similar sub/b"_s, u"7 similar S/C"_s }));
 }
 
 TEST_F(ReplacementSearchTest, NamesThatAreNeverListedMayBeThere)
@@ -199,6 +233,25 @@ TEST_F(ReplacementSearchTest, OneNameInALongListManyTimesCostsNoMore)
         files.append(u"/x/a"_s);
     }
     m_folders[u""_s] = row("a");
+
+    EXPECT_EQ(look(files).size(), many);
+}
+
+TEST_F(ReplacementSearchTest, NorDoNamesThatMayAllBeOne)
+{
+    constexpr int many = 20000;
+    const auto name = [](int number) {
+        QByteArray letters(16, 'a');
+        for (int bit = 0; bit < letters.size(); ++bit) {
+            letters[bit] = (number >> bit & 1) == 0 ? 'a' : 'A';
+        }
+        return letters;
+    };
+    PathList files;
+    for (int i = 0; i < many; ++i) {
+        files.append(u"/x/"_s + QString::fromLatin1(name(i)));
+        m_folders[u""_s] += row(name(2 * many + i));
+    }
 
     EXPECT_EQ(look(files).size(), many);
 }
