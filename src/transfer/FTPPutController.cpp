@@ -47,7 +47,8 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     if (!watch.isUndisturbed()) {
         return;
     }
-    const bool isFolder = m_madeLevels > 0 && filePath.endsWith(u'/'); // With it nothing else is found.
+    // With the "/" nothing else is found.
+    const bool isFolder = m_madeLevels > 0 && filePath.endsWith(u'/') && !TreePath::isUnread(filePath);
     m_fileSize = isFolder ? 0 : item->size;
 
     const QString folder = NetworkManager::sharedInstance().smartURLForString(destination);

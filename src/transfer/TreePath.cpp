@@ -6,15 +6,27 @@ using namespace Qt::StringLiterals;
 
 namespace TreePath {
 
+namespace {
+
+    constexpr QLatin1StringView unreadEnd("//");
+
+} // namespace
+
 QByteArray ofFolder(const QByteArray& parent, const QByteArray& name)
 {
     return parent + mark.data() + name + '/';
 }
 
+QByteArray ofUnread(const QByteArray& folder)
+{
+    return folder + '/';
+}
+
 QString relative(const QString& path)
 {
     const qsizetype start = path.indexOf(mark);
-    return start < 0 ? QString() : path.mid(start + mark.size());
+    const QString kept = start < 0 ? QString() : path.mid(start + mark.size());
+    return isUnread(path) ? kept.chopped(unreadEnd.size()) : kept;
 }
 
 QString shown(const QString& path)
@@ -43,12 +55,17 @@ int levels(const QString& path)
 
 bool isFolder(const QString& path)
 {
-    return path.endsWith(u'/') && levels(path) > 0;
+    return path.endsWith(u'/') && path.contains(mark);
+}
+
+bool isUnread(const QString& path)
+{
+    return path.endsWith(unreadEnd) && path.contains(mark);
 }
 
 QString plain(const QString& path)
 {
-    QString plain = path;
+    QString plain = isUnread(path) ? path.chopped(unreadEnd.size()) : path;
     while (plain.contains(mark)) {
         plain.replace(mark, u"/"_s);
     }

@@ -144,11 +144,10 @@ private:
         sayPieceIfDue();
     }
 
-    /// Where a file is expected, a folder stands that nothing can be sent of.
     void addUnread(Level& level)
     {
         level.isUnread = true;
-        add(level.path.chopped(1));
+        add(TreePath::ofUnread(level.path));
     }
 
     void leaveOut(const QByteArray& path)

@@ -16,7 +16,8 @@ namespace {
 bool isPlainLocalFile(const HistoryEntry& entry)
 {
     const std::optional<LocalItem> item = LocalItem::at(entry.path);
-    return item && (item->isPlainFile || (item->isFolder && TreePath::isFolder(entry.path)));
+    const bool isMade = TreePath::isFolder(entry.path) && !TreePath::isUnread(entry.path);
+    return item && (item->isPlainFile || (item->isFolder && isMade));
 }
 
 } // namespace

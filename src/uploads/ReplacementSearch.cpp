@@ -188,7 +188,7 @@ void ReplacementSearch::note(const Found& found)
 
 void ReplacementSearch::listNext()
 {
-    if (m_toList.isEmpty()) {
+    if (m_toList.isEmpty() || m_fileCount == 0) {
         end();
         return;
     }

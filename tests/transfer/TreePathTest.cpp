@@ -33,6 +33,24 @@ TEST(TreePathTest, AFolderEndsInASlashAndCountsAmongItsLevels)
     EXPECT_EQ(TreePath::levels(dropped), 1);
 }
 
+TEST(TreePathTest, AFolderThatCouldNotBeReadIsAFolderThatIsNotMade)
+{
+    const QByteArray folder = TreePath::ofFolder("/home", "Photos") + "secret/";
+    const QString path = QString::fromUtf8(TreePath::ofUnread(folder));
+
+    EXPECT_TRUE(TreePath::isUnread(path));
+    EXPECT_TRUE(TreePath::isFolder(path));
+    EXPECT_EQ(TreePath::relative(path), u"Photos/secret"_s);
+    EXPECT_EQ(TreePath::shown(path), u"Photos/secret"_s);
+    EXPECT_EQ(TreePath::folder(path), u"Photos"_s);
+    EXPECT_EQ(TreePath::plain(path), u"/home/Photos/secret"_s);
+    EXPECT_TRUE(TreePath::isUnread(QString::fromUtf8(TreePath::ofUnread(TreePath::ofFolder("", "srv")))));
+
+    EXPECT_FALSE(TreePath::isUnread(QString::fromUtf8(folder)));
+    EXPECT_FALSE(TreePath::isUnread(u"/home//"_s)); // Somebody has written that.
+    EXPECT_EQ(TreePath::plain(u"/home//"_s), u"/home//"_s);
+}
+
 TEST(TreePathTest, APlainPathGoesIntoTheDestinationItself)
 {
     const QString path = u"/home/anna/a.jpg"_s;

@@ -118,7 +118,7 @@ TEST(HistoryRowsTest, PresentIsAlsoAFolderThatIsToBeMadeOnTheServerAndNoneThatCo
 {
     const QTemporaryDir folder;
     const QString inTree = QString::fromUtf8(TreePath::ofFolder("", folder.path().toUtf8().sliced(1)));
-    const HistoryEntries entries{ { .path = inTree }, { .path = inTree.chopped(1) }, { .path = folder.path() + u'/' } };
+    const HistoryEntries entries{ { .path = inTree }, { .path = inTree + u'/' }, { .path = folder.path() + u'/' } };
 
     EXPECT_EQ(numbersOf(HistoryRows::present(rowsOf(entries))), QList<int>{ 0 });
 }

@@ -119,6 +119,18 @@ TEST_F(ReplacementSearchTest, OnlyFoldersThatAreThereAreLookedInto)
     EXPECT_EQ(listed(), (QStringList{ u""_s, u"Photos/"_s, u"Photos/2020/"_s }));
 }
 
+TEST_F(ReplacementSearchTest, FoldersAreNoFilesAndWithoutAFileNothingIsLookedAt)
+{
+    m_folders[u""_s] = row("secret") + row("Photos", 'd');
+
+    EXPECT_EQ(look({ u"/x/.//./secret//"_s, u"/x/.//./Photos/"_s }, { u"/y/secret"_s }), QStringList());
+    EXPECT_EQ(m_fileCount, 0);
+    EXPECT_EQ(listed(), QStringList());
+
+    EXPECT_EQ(look({ u"/x/.//./secret//"_s, u"/x/secret"_s }), QStringList{ u"1 listed"_s });
+    EXPECT_EQ(m_fileCount, 1);
+}
+
 TEST_F(ReplacementSearchTest, WhereNobodyIsLetInNothingIsReplaced)
 {
     EXPECT_EQ(look({ u"/x/a"_s, u"/x/.//./Photos/a"_s }), QStringList());
