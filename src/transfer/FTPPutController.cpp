@@ -38,7 +38,8 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
     }
     const std::optional<LocalItem> item = LocalItem::at(filePath);
     if (!item) {
-        m_outcome = { .kind = UploadOutcome::Kind::NotFound };
+        m_outcome = { .kind = LocalItem::isMissing(filePath) ? UploadOutcome::Kind::NotFound
+                                                             : UploadOutcome::Kind::NotReadable };
         return;
     }
     m_outcome = { .kind = UploadOutcome::Kind::Sending };

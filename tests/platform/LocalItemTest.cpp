@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -33,6 +35,24 @@ TEST(LocalItemTest, FollowsLinks)
     ASSERT_TRUE(LocalItem::at(folder.filePath(u"to-folder"_s)));
     EXPECT_TRUE(LocalItem::at(folder.filePath(u"to-folder"_s))->isFolder);
     EXPECT_FALSE(LocalItem::at(folder.filePath(u"to-nothing"_s)));
+}
+
+TEST(LocalItemTest, OnlyWhatIsKnownNotToBeThereIsMissing)
+{
+    const QTemporaryDir folder;
+    const FileOfBytes file(folder.path(), "file", "12345");
+    QFile::link(u"/nowhere"_s, folder.filePath(u"to-nothing"_s));
+    QFile::link(folder.filePath(u"loop"_s), folder.filePath(u"loop"_s));
+
+    for (const QString& name : { u"gone"_s, u"gone/file"_s, u"file/inside"_s, u"to-nothing"_s }) {
+        EXPECT_TRUE(LocalItem::isMissing(folder.filePath(name))) << name.toStdString();
+    }
+    EXPECT_TRUE(LocalItem::isMissing({}));
+    EXPECT_TRUE(LocalItem::isMissing(u"/"_s + QChar::Null));
+    EXPECT_FALSE(LocalItem::isMissing(folder.filePath(u"file"_s)));
+    // Nobody can look at these, whatever is allowed.
+    EXPECT_FALSE(LocalItem::isMissing(folder.filePath(u"loop"_s)));
+    EXPECT_FALSE(LocalItem::isMissing(u"/long"_s.repeated(PATH_MAX)));
 }
 
 TEST(LocalItemTest, TellsWhereALinkLeads)

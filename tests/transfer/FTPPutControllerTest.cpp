@@ -486,9 +486,11 @@ TEST_F(FTPPutControllerTest, AnErrorOfTheStreamBecomesTheOutcomeOfItsKind)
 
 TEST_F(FTPPutControllerTest, WhatNeverReachesTheServerHasAnOutcomeOfItsOwn)
 {
+    QFile::link(path(u"loop"_s), path(u"loop"_s)); // That something is there is all that can be said of it.
     checkRows<void(QString, Outcome, QString)>(
         {
             { path(u"none"_s), Outcome::NotFound, QString() },
+            { path(u"loop"_s), Outcome::NotReadable, QString() },
             { path(QString()), Outcome::NotPlainFile, u"Can not create output file."_s },
             { u"/proc/self/mem"_s, Outcome::NotReadable, u"File read error"_s },
             // A plain file that not even root can read.
