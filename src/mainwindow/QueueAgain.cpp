@@ -2,6 +2,7 @@
 
 #include "DestinationSettings.h"
 #include "HistoryRows.h"
+#include "LocalItem.h"
 #include "SheetQueue.h"
 #include "ViewController.h"
 #include "VisibleText.h"
@@ -133,6 +134,9 @@ private:
     {
         const QList<LedgerRow> repeatable = HistoryRows::repeatable(rows);
         m_isAnyRepeatable = m_isAnyRepeatable || !repeatable.isEmpty();
+        m_isAnyThere = m_isAnyThere || std::any_of(repeatable.begin(), repeatable.end(), [](const LedgerRow& row) {
+                           return !LocalItem::isMissing(row.entry.path);
+                       });
         m_found.append(HistoryRows::present(repeatable));
         m_next += rowsAtOnce;
         if (m_next < m_keys.size()) {
@@ -141,6 +145,8 @@ private:
         } else if (!m_found.isEmpty()) {
             queueRows(m_controller, m_found);
             end({});
+        } else if (m_isAnyThere) {
+            end(u"None of these can be read as a file. A folder is looked through when it is dropped again."_s);
         } else {
             end(m_isAnyRepeatable ? u"None of these files is there any more."_s : QString());
         }
@@ -158,6 +164,7 @@ private:
     QList<LedgerKey> m_keys;
     qsizetype m_next = 0; ///< Of the keys.
     bool m_isAnyRepeatable = false;
+    bool m_isAnyThere = false; ///< Of those, or maybe.
     QList<LedgerRow> m_found;
 };
 

@@ -6,6 +6,7 @@
 #include "HistoryWindow.h"
 #include "NetworkManager.h"
 #include "QueueAgain.h"
+#include "TreePath.h"
 #include "ViewControllerTest.h"
 
 #include <QAccessible>
@@ -280,6 +281,32 @@ TEST_F(OutcomeLineTest, QueueAgainAsksAlsoAboutFilesThatWereRemovedBeforeTheyWer
 
     EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
     EXPECT_EQ(shownSheets().size(), 1);
+}
+
+TEST_F(OutcomeLineTest, WhatIsThereAndCannotBeQueuedAgainIsNotCalledGone)
+{
+    const QString loop = m_directory.filePath(u"loop"_s);
+    QFile::link(loop, loop); // Nobody can look at it, whatever is allowed.
+    const QString unread
+        = QString::fromUtf8(TreePath::ofUnread(TreePath::ofFolder("", m_directory.path().toUtf8().sliced(1))));
+    for (const QString& path : { loop, unread }) {
+        m_controller->history().filesQueued({ u"/nonexistent"_s, path });
+        QList<LedgerKey> keys;
+        for (int file = 0; file < 2; ++file) {
+            m_controller->history().nextFileStarts(DestinationSettings::destination());
+            m_controller->history().fileEnded({ .kind = UploadOutcome::Kind::NotReadable });
+            keys.append(LedgerKey{ .number = m_controller->history().rowCount() - 2 + file });
+        }
+
+        queueAgain(*m_controller, keys);
+
+        EXPECT_EQ(
+            shownSheets(),
+            QStringList{ u"Queue Again: None of these can be read as a file. A folder is looked through when it is "
+                         "dropped again."_s })
+            << path.toStdString();
+        answerSheet();
+    }
 }
 
 TEST_F(OutcomeLineTest, ManyFilesAreLookedForWithoutHoldingUpTheLoop)
