@@ -2,6 +2,7 @@
 
 #include "AccessibleQueuedFiles.h"
 #include "ElidedPath.h"
+#include "LineDelegate.h"
 #include "TreePath.h"
 #include "VisibleText.h"
 
@@ -11,7 +12,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
-#include <QStyledItemDelegate>
 
 #include <algorithm>
 
@@ -22,11 +22,6 @@ namespace {
 QString lineOf(qsizetype row, const QString& path)
 {
     return QString::number(row + 1) + u") "_s + path;
-}
-
-int heightOfLine(const QFontMetrics& metrics)
-{
-    return metrics.lineSpacing() + 3;
 }
 
 /// What a line of @p view leaves free beside its text.
@@ -65,31 +60,17 @@ private:
     const QueuedFilesView& m_view;
 };
 
-/// Lines are as wide as the view, whatever they hold. Each stands at the side that the window's direction says, and has
-/// the direction of its own text, so that a path reads as elsewhere.
-class LineDelegate final : public QStyledItemDelegate {
+/// Cuts paths, and never their numbers.
+class QueuedFileDelegate final : public LineDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const override
-    {
-        return { 1, heightOfLine(option.fontMetrics) };
-    }
+    using LineDelegate::LineDelegate;
 
 protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    QString shownText(const QStyleOptionViewItem& option) const override
     {
-        QStyledItemDelegate::initStyleOption(option, index);
-        const QString number = option->text.section(u' ', 0, 0) + u' ';
-        const int room
-            = option->rect.width() - marginsOf(*option->widget) - option->fontMetrics.horizontalAdvance(number);
-        option->text = number + elidedPath(option->text.mid(number.size()), option->fontMetrics, room);
-        const QPalette& palette = option->widget->palette();
-        option->palette.setColor(QPalette::Text, palette.color(option->widget->foregroundRole()));
-        const Qt::Alignment side = QStyle::visualAlignment(option->direction, Qt::AlignLeft);
-        option->displayAlignment = side | Qt::AlignVCenter | Qt::AlignAbsolute;
-        option->direction = option->text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
-        option->state.setFlag(QStyle::State_MouseOver, false);
+        const QString number = option.text.section(u' ', 0, 0) + u' ';
+        const int room = option.rect.width() - marginsOf(*option.widget) - option.fontMetrics.horizontalAdvance(number);
+        return number + elidedPath(option.text.mid(number.size()), option.fontMetrics, room);
     }
 };
 
@@ -100,7 +81,7 @@ QueuedFilesView::QueuedFilesView(QWidget* parent)
 {
     installAccessibleQueuedFiles();
     setModel(new QueuedFilesModel(*this, this));
-    setItemDelegate(new LineDelegate(this));
+    setItemDelegate(new QueuedFileDelegate(this));
     setUniformItemSizes(true);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::ContiguousSelection);
@@ -166,7 +147,7 @@ int QueuedFilesView::rowAtOffset(qsizetype offset) const
 
 int QueuedFilesView::heightOfLines(int height) const
 {
-    const int line = heightOfLine(fontMetrics());
+    const int line = LineDelegate::heightOfLine(fontMetrics());
     return std::max(1, height / line) * line;
 }
 
