@@ -1,6 +1,7 @@
 """Certificates made for a test."""
 
 import hashlib
+import json
 import os
 import secrets
 
@@ -26,3 +27,11 @@ def make_certificate(folder, names="IP:127.0.0.1", subject="test server"):
         file.write(crypto.dump_certificate(crypto.FILETYPE_PEM, certificate))
         file.write(crypto.dump_privatekey(crypto.FILETYPE_PEM, key))
     return path, hashlib.sha256(crypto.dump_certificate(crypto.FILETYPE_ASN1, certificate)).hexdigest()
+
+
+def trust_certificate(environment, server, fingerprint):
+    """Has the program in that home folder trust the server of that host and port."""
+    path = os.path.join(environment["XDG_CONFIG_HOME"], "quillbox", "trusted-certificates.json")
+    os.makedirs(os.path.dirname(path), mode=0o700, exist_ok=True)
+    with open(os.open(path, os.O_WRONLY | os.O_CREAT, 0o600), "w", encoding="utf-8") as file:
+        json.dump({server: fingerprint}, file)

@@ -14,11 +14,15 @@ import os
 import random
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
+from pathlib import Path
 
 # A program under a tool that slows it down is waited for so many times longer.
 PATIENCE = float(os.environ.get("QUILLBOX_PATIENCE", "1"))
+
+IN_DRAG_SOURCE = (30, 30)  # Where files are dragged from.
 
 # What would let the session around us shine through.
 FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "QT_", "WAYLAND_", "XDG_")
@@ -139,6 +143,15 @@ class Desktop:
                 return wait_for(taken, "the drop", seconds)
         self.drag(source, target)
         return wait_for(taken, "the drop")
+
+    def drag_source(self, *paths):
+        """Has a small window in the corner of the screen, from which these files can be dragged. Answers its process."""
+        script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "drag_source.py")
+        uris = [Path(os.fsdecode(path)).as_uri() for path in paths]
+        source = self.spawn([sys.executable, "-B", "-W", "ignore", script, *uris])
+        window = wait_for(lambda: self.windows_of(source.pid, "^Drag source$"), "what files are dragged from")[0]
+        self.xdotool("windowmove", "--sync", window, 0, 0)
+        return source
 
     def windows_of(self, pid, title=""):
         """The X windows, as numbers, that the process shows and whose titles hold a match for that expression."""

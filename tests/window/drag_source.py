@@ -1,4 +1,4 @@
-"""A small window of one colour from which a file, whose URI is the only word of the command line, can be dragged."""
+"""A small window of one colour from which the files can be dragged whose URIs are the words of the command line."""
 
 import sys
 

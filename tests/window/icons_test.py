@@ -1,6 +1,5 @@
 """Drop icons: made in their window, started by their launchers, removed again."""
 
-import json
 import os
 import signal
 import subprocess
@@ -9,7 +8,7 @@ import urllib.parse
 from pathlib import Path
 
 import private_network
-from certificates import make_certificate
+from certificates import make_certificate, trust_certificate
 from desktop import wait_for
 from launcher import LaunchedProgram
 from real_ftp_server import RealFTPServer
@@ -250,9 +249,7 @@ class Running(Icons):
         self.addCleanup(server.close)
         os.mkdir(server.path("in"))
         if pem:
-            trusted = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "trusted-certificates.json")
-            with open(os.open(trusted, os.O_WRONLY | os.O_CREAT, 0o600), "w", encoding="utf-8") as file:
-                json.dump({f"{address}:{server.port}": fingerprint}, file)
+            trust_certificate(self.home, server.place, fingerprint)
         return server
 
     def test_an_icon_with_a_server_of_its_own_sends_there_until_it_is_removed(self):

@@ -1,4 +1,4 @@
-"""A real FTP server of one make on loopback, with a folder of its own: on port 21, or encrypted on a free port."""
+"""A real FTP server of one make on loopback, with a folder of its own: on port 21, or, also encrypted, on a free port."""
 
 import contextlib
 import os
@@ -14,24 +14,32 @@ from helper_client import Helper  # noqa: E402
 
 
 class RealFTPServer:
-    def __init__(self, make, pem=None, address="127.0.0.1"):
-        """With the file of a certificate and its key, nothing is taken unencrypted."""
+    def __init__(self, make, pem=None, address="127.0.0.1", port=21):
+        """With the file of a certificate and its key, nothing is taken unencrypted. No port: a free one."""
         self._make = make
+        self._pem = pem
         self._address = address
         self._root = tempfile.mkdtemp(prefix="quillbox-server-")
-        self._port = None if pem else 21
-        self._start(["--tls", pem] if pem else [])
+        self._port = None if pem else port
+        self.come_back()
 
-    def _start(self, tls):
+    def go_away(self):
+        """Ends; all connections with it."""
+        self._helper.finish()
+
+    def come_back(self):
+        """Starts again, on the same port, with another password."""
         place = [self._address, str(self._port)] if self._port else []
+        tls = ["--tls", self._pem] if self._pem else []
         self._helper = Helper("real_server.py", self._make, self._root, *place, *tls)
         self._port = self._helper.port
         self._user, self._password = self._helper.values["user"], self._helper.values["password"]
 
     def show_certificate(self, pem):
-        """Starts again, on the same port, with another certificate and another password."""
-        self._helper.finish()
-        self._start(["--tls", pem])
+        """Starts again like that, with another certificate."""
+        self.go_away()
+        self._pem = pem
+        self.come_back()
 
     def stand_still(self):
         """Says nothing until go_on()."""
@@ -62,8 +70,17 @@ class RealFTPServer:
     def port(self):
         return self._port
 
+    @property
+    def is_encrypted(self):
+        return self._pem is not None
+
+    @property
+    def place(self):
+        """Its host and port, as certificates are trusted for."""
+        return f"{self._address}:{self._port}"
+
     def settings(self, **others):
-        address = self._address if self._port == 21 else f"{self._address}:{self._port}"
+        address = self._address if self._port == 21 else self.place
         return {"Address": address, "Username": self._user, "Password": self._password, **others}
 
     def path(self, name):
