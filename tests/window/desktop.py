@@ -145,7 +145,9 @@ class Desktop:
         return wait_for(taken, "the drop")
 
     def drag_source(self, *paths):
-        """Has a small window in the corner of the screen, from which these files can be dragged. Answers its process."""
+        """Shows a small window in the corner of the screen, from which these files can be dragged, until they are taken
+        somewhere. Answers its process.
+        """
         script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "drag_source.py")
         uris = [Path(os.fsdecode(path)).as_uri() for path in paths]
         source = self.spawn([sys.executable, "-B", "-W", "ignore", script, *uris])

@@ -1,4 +1,7 @@
-"""A small window of one colour from which the files can be dragged whose URIs are the words of the command line."""
+"""A small window of one colour from which the files can be dragged whose URIs are the words of the command line.
+
+It goes when they were taken somewhere.
+"""
 
 import sys
 
@@ -10,6 +13,7 @@ from gi.repository import Gdk, Gtk
 
 STYLE = b"window { background: #ff00ff; box-shadow: none; border-radius: 0; }"
 
+failures = []  # Of the drag that ends next.
 source = Gtk.Window(title="Drag source", decorated=False)
 source.set_default_size(60, 60)
 provider = Gtk.CssProvider()
@@ -22,5 +26,7 @@ source.drag_source_add_uri_targets()
 source.connect("drag-data-get", lambda _widget, _context, data, _info, _time: data.set_uris(sys.argv[1:]))
 # The picture of what is dragged is far from the mouse, where it hides nothing.
 source.connect("drag-begin", lambda _widget, context: Gtk.drag_set_icon_name(context, "text-x-generic", 5000, 5000))
+source.connect("drag-failed", lambda *_: failures.append(True))
+source.connect("drag-end", lambda *_: failures.clear() if failures else Gtk.main_quit())
 source.show_all()
 Gtk.main()

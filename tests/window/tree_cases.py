@@ -1,0 +1,190 @@
+"""What a tree is dropped for: uploaded, left out or replaced, and a walk through it that is stopped, cleared or killed.
+
+Each case answers what it has seen, in a few words.
+"""
+
+import os
+
+from awkward_tree import assert_same, stamps_below
+from desktop import wait_for
+from tree_session import CONFIRMED, FAILED, INTERRUPTED, NOT_REPLACING, REMOVED, STOPPED, count_in
+
+MERGED = "Several of the dropped folders are named “Twice”. All go into one folder."
+CLEARED = "The queue was cleared before all that was dropped had been looked through."
+MANY = r"([\d,]+)"
+
+
+class Answers:
+    """A tree on its way, first to an empty folder, then to where it is, with each answer."""
+
+    def __init__(self, session, tree):
+        self._session, self._tree = session, tree
+        self._version = 1
+
+    def upload(self):
+        self._session.set()
+        self._session.drop(*self._tree.dropped)
+        return self._check_sent()
+
+    def leave_out(self):
+        before = self._ask(self._listed)
+        self._session.program.answer("Leave Out")
+        words = self._check_rows(lambda entry: not entry.is_folder and entry.arrives)
+        self._check_untouched(before)
+        return words
+
+    def replace(self):
+        self._ask(self._listed)
+        self._session.program.answer("Replace")
+        return self._check_sent()
+
+    def leave_out_unknown(self):
+        before = self._ask(self._unlisted)
+        self._session.program.answer("Leave Out")
+        words = self._check_rows(lambda entry: not entry.is_folder)
+        self._check_untouched(before)
+        return words
+
+    def replace_unknown(self):
+        self._ask(self._unlisted)
+        self._session.program.answer("Replace")
+        return self._check_sent()
+
+    def _ask(self, expect):
+        """Drops the tree once more, with other contents; answers what the server's disk is like before the answer."""
+        self._version += 1
+        self._tree.write(self._version)
+        self._session.set(AskBeforeReplacing=True)
+        before = stamps_below(self._session.server.path(""))
+        expect([entry for entry in self._tree.entries if not entry.is_folder])
+        return before
+
+    def _listed(self, files):
+        """The question when the server tells what is there."""
+        self._session.drop(*self._tree.dropped)
+        title, *_ = self._session.wait_for_question()
+        # Of names that the server does not list it is not known.
+        found, count = count_in(f"{MANY} of {MANY} files (?:are there already|may replace others)", title)
+        there = sum(entry.arrives for entry in files)
+        assert (found, count) == (there, len(files)), f"“{title}” instead of {there:,} of {len(files):,}"
+
+    def _unlisted(self, files):
+        """The question when the server has gone, which is back for the answer."""
+        self._session.server.go_away()
+        self._session.drop(*self._tree.dropped)
+        title, text, *_ = self._session.wait_for_question()
+        assert title == "What is there is not known", title
+        assert f"({len(files):,} to be uploaded)" in text, text
+        self._session.server.come_back()
+        self._session.set(AskBeforeReplacing=True)  # The password is another one.
+
+    def _check_sent(self):
+        words = self._check_rows(lambda entry: False)
+        self._session.assert_on_server(self._tree.expected())
+        return words
+
+    def _check_rows(self, is_left_out):
+        """What has become of each entry, in the order of the queue, and what else is told."""
+        words = self._session.wait_for_end()
+        rows = [(path, FAILED if outcome in FAILED else outcome) for path, outcome in self._session.rows()]
+        expected = []
+        for entry in self._tree.entries:
+            path = entry.path + b"/" if entry.is_folder else entry.path
+            outcome = NOT_REPLACING if is_left_out(entry) else CONFIRMED if entry.arrives else FAILED
+            expected.append((path, outcome))
+        assert_same(dict(enumerate(rows)), dict(enumerate(expected)))
+        assert sorted(self._session.left_out()) == sorted(self._tree.left_out), self._session.left_out()
+        assert self._session.notes().count(MERGED) == 1, self._session.notes()
+        return words
+
+    def _check_untouched(self, before):
+        assert_same(stamps_below(self._session.server.path("")), before)
+
+
+class MidWalk:
+    """What happens while folders are looked through, which goes on for as long as is wanted."""
+
+    def __init__(self, session, walk):
+        """The server's folder is empty."""
+        self._session, self._walk = session, walk
+        self._session.set()
+
+    def stop(self):
+        """Only the file ends that is being sent; all others are found, and arrive."""
+        first, *others = self._walk.found_first
+        sent = [(first, STOPPED), *((path, CONFIRMED) for path in others)]
+        self._drop_and_wait()
+        self._session.program.press("Stop")
+        wait_for(lambda: self._session.rows()[0] == (first, STOPPED), "the file to be stopped")
+        assert self._session.is_looking(), self._session.waiting()
+        self._session.server.go_on()
+        wait_for(lambda: self._session.rows() == sent, "what was found to be sent")
+        assert self._session.is_looking(), self._session.waiting()
+        self._walk.end()
+        words = self._session.wait_for_end()
+        folder = b"Walk/b"  # All in it is left out.
+        sent += [(path, CONFIRMED) for path in (folder + b"/", *self._walk.found_last)]
+        assert_same(dict(enumerate(self._session.rows())), dict(enumerate(sent)))
+        self._assert_on_server([*others, *self._walk.found_last], {folder: None}, unknown=first)
+        return words
+
+    def clear(self, *beside):
+        """The walk ends, with all but the file that is being sent; these files, which are dropped next, go up alone."""
+        first, *others = self._walk.found_first
+        self._drop_and_wait()
+        self._session.program.press("Clear Queue")
+        wait_for(lambda: not self._session.is_looking(), "the walk to end")
+        self._session.server.go_on()
+        words = self._session.wait_for_end()
+        rows = [(first, CONFIRMED), *((path, REMOVED) for path in (*others, b"Walk"))]
+        assert_same(dict(enumerate(self._session.rows())), dict(enumerate(rows)))
+        assert self._session.notes() == [CLEARED], self._session.notes()
+        self._walk.end()
+        self._session.drop(*beside)  # They would stand behind what else was found.
+        self._session.wait_for_end()
+        self._assert_on_server([first], dict(map(self._sent, beside)))
+        return words
+
+    def kill(self):
+        """What is confirmed is whole; the next start tells of the others that were found, and sends nothing."""
+        files = self._walk.found_first
+        self._session.drop(self._walk.dropped)
+        wait_for(lambda: sum(outcome == CONFIRMED for _, outcome in self._session.rows()) >= 10, "some files to be sent")
+        self._session.server.stand_still()
+        wait_for(lambda: len(self._session.rows()) == len(files), "what is found first")
+        assert self._session.is_looking(), self._session.waiting()
+        self._session.close()
+        rows = self._session.rows()
+        self._session.server.go_on()
+        self._session.start()
+        confirmed = [path for path, outcome in rows if outcome == CONFIRMED]
+        words = f"{len(files) - len(confirmed):,} files were not confirmed"
+        self._session.program.need(words)
+        assert [path for path, _ in rows] == list(files), rows[:3]
+        told = [path for path, outcome in self._session.rows() if outcome == INTERRUPTED]
+        assert told == list(files)[len(confirmed) :], told[:3]
+        self._assert_on_server(confirmed, unknown=told[0])  # That one was under way.
+        self._session.program.press("Forget")
+        self._walk.end()
+        return f"{len(confirmed):,} confirmed, {words}"
+
+    def _drop_and_wait(self):
+        """The server stands still, so that the first file is being sent; what follows it was found."""
+        self._session.server.stand_still()
+        self._session.drop(self._walk.dropped)
+        wait_for(lambda: len(self._session.rows()) == len(self._walk.found_first), "what is found first")
+        wait_for(self._session.is_looking, "the walk to be told")
+
+    def _assert_on_server(self, paths, others=None, unknown=None):
+        """These are there whole, with others; of what is unknown nobody knows how far it came."""
+        contents = {**self._walk.found_first, **self._walk.found_last}
+        expected = {b"Walk": None, **{path: contents[path] for path in paths}, **(others or {})}
+        expected.update((path.rpartition(b"/")[0], None) for path in paths)
+        on_server = self._session.on_server()
+        on_server.pop(unknown, None)
+        assert_same(on_server, expected)
+
+    def _sent(self, path):
+        """A plain file's name on the server, and what is in it."""
+        with open(path, "rb") as file:
+            return os.path.basename(path), file.read()
