@@ -11,7 +11,20 @@ from window_test import WindowTest
 LINK = "https://www.example.com/files/note%20one.txt"
 
 
-class FirstStart(WindowTest):
+class AccessTest(WindowTest):
+    def go_to(self, program, name):
+        """Brings the keyboard to a control of the window that has it."""
+
+        def is_there():
+            if program.find(name) and program.has_focus(name):
+                return True
+            self.desktop.key("Tab")
+            return False
+
+        wait_for(is_there, f"the keyboard to be at “{name}”")
+
+
+class FirstStart(AccessTest):
     def setUp(self):
         super().setUp()
         self.forget_settings()
@@ -73,17 +86,6 @@ class ByKeyboard(FirstStart):
         self.desktop.key("Tab", "space")
         self.wait_until_gone(program)
 
-    def go_to(self, program, name):
-        """Brings the keyboard to a control of the window that has it."""
-
-        def is_there():
-            if program.find(name) and program.has_focus(name):
-                return True
-            self.desktop.key("Tab")
-            return False
-
-        wait_for(is_there, f"the keyboard to be at “{name}”")
-
     def fill_in_the_preferences(self, program):
         wait_for(lambda: "Preferences" in program.titles() and program.has_focus("Server address"), "the preferences")
         for value in (f"127.0.0.1:{self.server.port}", USER, self.server.password):
@@ -96,6 +98,47 @@ class ByKeyboard(FirstStart):
         self.desktop.key("Return")
         wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
         self.wait_for_listing(program)
+
+
+class DropIconsByKeyboard(AccessTest):
+    def test_an_icon_with_a_server_of_its_own_is_made_edited_and_removed(self):
+        self.settings()
+        program = self.start()
+        self.bring_to_front(program)
+        self.desktop.key("alt+f", "i")
+        self.wait_for_window(program, "Drop Icons", "Drop icons")
+        self.desktop.key("alt+n")
+        self.wait_for_window(program, "New Drop Icon", "Name of the icon")
+        self.desktop.xdotool("type", "--delay", 15, "Print shop")
+        self.go_to(program, "In a folder of this name on the main server")
+        self.desktop.key("Down")
+        wait_for(lambda: program.has_focus("On a server of its own"), "the other choice")
+        for name, value in (("Server address", "files.example.com"), ("User name", USER), ("Folder", "inbox")):
+            self.go_to(program, name)
+            self.desktop.xdotool("type", "--delay", 15, value)
+        self.desktop.key("Return")
+        self.wait_for_window(program, "Drop Icons", "Drop icons")
+        self.assertEqual(program.rows("Drop icons")[0][:2], ["Print shop", "ftp://files.example.com/inbox/"])
+
+        self.desktop.key("F2")
+        self.wait_for_window(program, "Edit Drop Icon", "Name of the icon")
+        self.desktop.key("End")
+        self.desktop.xdotool("type", "--delay", 15, " 2")
+        self.desktop.key("Return")
+        self.wait_for_window(program, "Drop Icons", "Drop icons")
+        wait_for(lambda: program.rows("Drop icons")[0][0] == "Print shop 2", "the other name")
+        self.desktop.key("Delete")
+        wait_for(program.sheet, "the question")
+        wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
+        self.desktop.key("Tab", "space")
+        wait_for(lambda: program.rows("Drop icons") == [], "the icon to go")
+        self.desktop.key("Escape")
+        wait_for(lambda: "Drop Icons" not in program.titles() and program.is_active(), "the main window alone")
+
+    def wait_for_window(self, program, title, focused):
+        """Until it has the keyboard, and in it what is focused."""
+        wait_for(lambda: title in program.titles(), f"the window “{title}”")
+        wait_for(lambda: program.has_focus(focused), f"the keyboard to be at “{focused}”")
 
 
 class ByScreenReader(FirstStart):

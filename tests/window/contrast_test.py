@@ -4,20 +4,18 @@ import contextlib
 import os
 import re
 import subprocess
-import sys
 import unittest
-from pathlib import Path
 
 from certificates import make_certificate
 from contrast import Screen, contrasts_of, faint_texts, ratio
-from desktop import wait_for
+from desktop import IN_DRAG_SOURCE, wait_for
 from program import store_settings
 from real_ftp_server import RealFTPServer
 from window_test import ANY_TITLE, WindowTest
 
 # Large letters have inner pixels of their full colour, and take coordinates that need no scaling.
 LARGE_FONT = "DejaVu Sans,16,-1,5,50,0,0,0,0,0"
-DRAG_SOURCE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "drag_source.py")
+LONG_NAME = "Photos of the summer that somebody is to print before winter comes/été à la mer et à la montagne"
 
 
 class Measure(unittest.TestCase):
@@ -110,12 +108,10 @@ class WithoutRows(Contrast):
         left, top, _, height = program.box("Drop area")
         frame = [("the frame", (left - 10, top + height // 4, 40, height // 2))]
         wait_for(lambda: faint_texts(contrasts_of(self.desktop, frame)), "the frame to be pale")
-        source = self.desktop.spawn([sys.executable, DRAG_SOURCE, Path(self.file("one")).as_uri()])
+        source = self.desktop.drag_source(self.file("one"))
         self.addCleanup(self.desktop.end, source)
-        window = wait_for(lambda: self.desktop.windows_of(source.pid, "^Drag source$"), "the source")[0]
-        self.desktop.xdotool("windowmove", "--sync", window, 0, 0)
 
-        self.desktop.drag_over((30, 30), (left + 40, top + height // 2))  # What is dragged hides no text.
+        self.desktop.drag_over(IN_DRAG_SOURCE, (left + 40, top + height // 2))  # What is dragged hides no text.
         self.check_shown(lambda: [*frame, *program.texts(ANY_TITLE)], "Drop files here", "or press Ctrl+O")
         self.desktop.xdotool("mousemove", 10, 900, "mouseup", 1)
 
@@ -169,16 +165,6 @@ class OtherWindows(Contrast):
         self.check(program, "^Manual Transfers$", "Manual destination", "Folder to create")
         self.open_by_key(program, "ctrl+h", "^History$")
         self.check(program, "^History$", "Clear History…", "No files yet")
-        self.bring_to_front(program, "^No FTP")
-        self.desktop.key("alt+f", "i")
-        self.bring_to_front(program, "^Drop Icons$")
-        program.press("New…")
-        program.enter("Name of the icon", "Invoices")
-        program.enter("Letters on the picture", "In")
-        self.check(program, "^New Drop Icon$", "Invoices")
-        program.press("Create")
-        wait_for(lambda: len(program.rows("Drop icons")) == 1, "the icon")
-        self.check(program, "^Drop Icons$", "Invoices")
 
     def test_of_the_question_about_a_certificate(self):
         pem, _ = make_certificate(self.desktop.folder)
@@ -208,6 +194,36 @@ class InThePreferences(Contrast):
         self.check(program, "^Preferences$", "Use Encryption", "No destination")
         program.press("More")
         self.check(program, "^Preferences$", "Forget Certificate", "Web address of this folder")
+
+
+class InDropIcons(Contrast):
+    def test_of_the_list_and_of_the_form_for_each_sort(self):
+        self.settings()
+        program = self.start()
+        self.bring_to_front(program)
+        self.desktop.key("alt+f", "i")
+        self.check(program, "^Drop Icons$", "No drop icons yet", "Remove…")
+        program.press("New…")
+        program.enter("Letters on the picture", "In")
+        program.enter("Name of the icon", "a:b")
+        self.check(program, "^New Drop Icon$", "A name cannot hold “:”. A “/” makes levels, as in “Photos/2024”.", "Create")
+        self.make(program, "Invoices", 1)
+        program.press("New…")
+        program.press("On a server of its own")
+        for field, value in (("Letters on the picture", "Ph"), ("Server address", "files.example.com"), ("User name", "anna")):
+            program.enter(field, value)
+        program.enter("Name of the icon", LONG_NAME)
+        self.check(program, "^New Drop Icon$", "files.example.com", "Folder", "Files go to ftp://files.example.com/")
+        self.make(program, LONG_NAME, 2)
+        self.check(program, "^Drop Icons$", "Invoices", "None known", "Start")
+        self.desktop.key("Delete")
+        self.check_sheet(program, "Remove Drop Icon", "Remove", "Cancel")
+
+    def make(self, program, name, count):
+        """Makes the icon whose form shows."""
+        program.enter("Name of the icon", name)
+        program.press("Create")
+        wait_for(lambda: len(program.rows("Drop icons")) == count, "the icon")
 
 
 if __name__ == "__main__":
