@@ -1,26 +1,16 @@
 #include "RunLocks.h"
 
+#include "ByteLock.h"
 #include "LocalPath.h"
 
 #include <QRandomGenerator>
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
 
 constexpr qint64 placeOfAlone = 0; ///< No run has that number.
-
-struct flock lockOf(qint64 run)
-{
-    struct flock lock { };
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = run;
-    lock.l_len = 1;
-    return lock;
-}
 
 } // namespace
 
@@ -33,12 +23,13 @@ std::optional<qint64> RunLocks::take()
 {
     while (m_file.get() >= 0) {
         const auto run = static_cast<qint64>(QRandomGenerator::system()->generate64() >> 2U) + 1;
-        struct flock lock = lockOf(run);
-        if (fcntl(m_file.get(), F_OFD_SETLK, &lock) == 0) {
+        switch (ByteLock::take(m_file.get(), run)) {
+        case ByteLock::Attempt::Taken:
             return run;
-        }
-        if (errno != EAGAIN && errno != EACCES && errno != EINTR) {
+        case ByteLock::Attempt::Busy:
             break;
+        case ByteLock::Attempt::Impossible:
+            return std::nullopt;
         }
     }
     return std::nullopt;
@@ -46,23 +37,18 @@ std::optional<qint64> RunLocks::take()
 
 bool RunLocks::isTaken(qint64 run) const
 {
-    struct flock lock = lockOf(run);
-    return fcntl(m_file.get(), F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
+    return ByteLock::isTaken(m_file.get(), run);
 }
 
 RunLocks::Alone::Alone(const RunLocks& locks)
     : m_locks(locks)
+    , m_isAlone(ByteLock::take(locks.m_file.get(), placeOfAlone) == ByteLock::Attempt::Taken)
 {
-    struct flock lock = lockOf(placeOfAlone);
-    m_isAlone = fcntl(m_locks.m_file.get(), F_OFD_SETLK, &lock) == 0;
 }
 
 RunLocks::Alone::~Alone()
 {
-    if (!m_isAlone) {
-        return;
+    if (m_isAlone) {
+        ByteLock::giveUp(m_locks.m_file.get(), placeOfAlone);
     }
-    struct flock lock = lockOf(placeOfAlone);
-    lock.l_type = F_UNLCK;
-    fcntl(m_locks.m_file.get(), F_OFD_SETLK, &lock);
 }

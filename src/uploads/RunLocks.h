@@ -33,7 +33,7 @@ public:
 
     private:
         const RunLocks& m_locks;
-        bool m_isAlone = false;
+        bool m_isAlone;
     };
 
 private:
