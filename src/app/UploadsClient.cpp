@@ -10,6 +10,7 @@
 #include <QDBusPendingCallWatcher>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -39,7 +40,7 @@ UploadsClient::UploadsClient(const QDBusConnection& bus, const QString& programN
     hear("Ended", SLOT(receiveEnded(QByteArrayList, QStringList)));
     hear("Corrected", SLOT(receiveCorrected(QByteArrayList, QStringList)));
     hear("Over", SIGNAL(over(bool, bool)));
-    connect(&m_program, &QDBusServiceWatcher::serviceUnregistered, this, &UploadsClient::lost);
+    connect(&m_program, &QDBusServiceWatcher::serviceUnregistered, this, &UploadsClient::tellOfLoss);
     m_bus.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s, this,
                   SIGNAL(busLost()));
 }
@@ -71,10 +72,21 @@ void UploadsClient::addNext()
         answer->deleteLater();
         if (!answer->isError()) {
             isLast ? emit taken() : addNext();
-        } else if (m_bus.isConnected() && m_bus.interface()->isServiceRegistered(m_name)) {
+        } else if (!m_bus.isConnected()) {
+            return; // That is told.
+        } else if (m_bus.interface()->isServiceRegistered(m_name)) {
             refuse(answer->error(), isLast);
-        } // Otherwise it has ended, which is told.
+        } else {
+            tellOfLoss(); // It may have gone before it was watched.
+        }
     });
+}
+
+void UploadsClient::tellOfLoss()
+{
+    if (!std::exchange(m_isLost, true)) {
+        emit lost();
+    }
 }
 
 void UploadsClient::refuse(const QDBusError& error, bool mayBeTaken)

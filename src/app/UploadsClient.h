@@ -32,7 +32,7 @@ signals:
     void corrected(const QList<FileEnd>& files);
     /// Without @p haveAllJoined some files have not been told of: the program ends.
     void over(bool haveAllArrived, bool haveAllJoined);
-    /// The program has gone.
+    /// The program has gone. Once.
     void lost();
     void busLost();
 
@@ -42,6 +42,7 @@ private slots: // NOLINT(readability-redundant-access-specifiers): moc tells the
 
 private: // NOLINT(readability-redundant-access-specifiers): likewise
     void addNext();
+    void tellOfLoss();
     void refuse(const QDBusError& error, bool mayBeTaken);
 
     QDBusConnection m_bus;
@@ -51,4 +52,5 @@ private: // NOLINT(readability-redundant-access-specifiers): likewise
     QByteArrayList m_files;
     qsizetype m_added = 0;
     bool m_areUnattended = false;
+    bool m_isLost = false;
 };

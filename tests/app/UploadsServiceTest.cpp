@@ -38,13 +38,16 @@ protected:
         QObject::connect(&client, &UploadsClient::refused, &client,
                          [this](const QString& why) { m_said.append(u"refused: "_s + why); });
         QObject::connect(&client, &UploadsClient::lost, &client, [this] { m_said.append(u"lost"_s); });
-        QObject::connect(&client, &UploadsClient::over, &client,
-                         [this](bool all) { m_said.append(all ? u"all arrived"_s : u"over"_s); });
-        QObject::connect(&client, &UploadsClient::ended, &client, [this](const QList<FileEnd>& files) {
+        QObject::connect(&client, &UploadsClient::over, &client, [this](bool all, bool haveAllJoined) {
+            m_said.append(!haveAllJoined ? u"over too early"_s : all ? u"all arrived"_s : u"over"_s);
+        });
+        const auto say = [this](const QList<FileEnd>& files) {
             for (const FileEnd& file : files) {
                 m_said.append(file.path + u": "_s + file.words);
             }
-        });
+        };
+        QObject::connect(&client, &UploadsClient::ended, &client, say);
+        QObject::connect(&client, &UploadsClient::corrected, &client, say);
     }
 
     std::unique_ptr<RequestWatch> upload(const PathList& files, bool isUnattended)
@@ -85,13 +88,13 @@ TEST_F(UploadsServiceTest, TheCallerHearsWhatBecomesOfItsFiles)
     tick();
     finishUpload();
     latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
-    latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2024 a\r\n");
+    latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 3 Jan 1 2024 a\r\n");
     latest(FakeFTPStream::Kind::Listing).sendEnd();
     tick();
     ASSERT_TRUE(isSaid(u"over"_s));
-    EXPECT_EQ(
-        m_said,
-        (QStringList{ u"taken"_s, path + u": Confirmed by the server"_s, strange + u": Not found"_s, u"over"_s }));
+    EXPECT_EQ(m_said,
+              (QStringList{ u"taken"_s, path + u": Confirmed by the server"_s, strange + u": Not found"_s,
+                            path + u": Confirmed, but 3 bytes listed, not 5"_s, u"over"_s }));
     EXPECT_TRUE(waitFor([this] { return m_becameIdle == 1; }));
     EXPECT_TRUE(m_service->isIdle());
 }
@@ -111,6 +114,63 @@ TEST_F(UploadsServiceTest, ManyFilesAreOneRequest)
     ASSERT_TRUE(isSaid(u"over"_s));
     EXPECT_EQ(m_said.size(), 2003);
     EXPECT_EQ(m_said[2001], u"/gone/2000: Removed from the queue"_s);
+}
+
+TEST_F(UploadsServiceTest, ThatAllHaveArrivedIsTold)
+{
+    m_client.upload({ makeFile(u"a"_s) }, true);
+    ASSERT_TRUE(isSaid(u"taken"_s));
+    tick();
+    finishUpload();
+    latest(FakeFTPStream::Kind::Listing).sendOpenCompleted();
+    latest(FakeFTPStream::Kind::Listing).sendBytes("-rw-r--r-- 1 u g 5 Jan 1 2024 a\r\n");
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+
+    EXPECT_TRUE(isSaid(u"all arrived"_s));
+}
+
+TEST_F(UploadsServiceTest, NoFilesAreRefusedAndSoIsMoreBeforeTheFirstAreOver)
+{
+    const QString refusal = u"refused: The window that is open refuses what it is asked."_s;
+    m_client.upload({}, false);
+    ASSERT_TRUE(isSaid(refusal));
+    m_said.clear();
+    m_client.upload({ makeFile(u"a"_s) }, false);
+    ASSERT_TRUE(isSaid(u"taken"_s));
+
+    UploadsClient again(m_bus.serviceConnection(), programName);
+    connectTo(again);
+    again.upload({ u"/b"_s }, false);
+
+    EXPECT_TRUE(isSaid(refusal));
+    EXPECT_EQ(m_asked.size(), 1);
+}
+
+TEST_F(UploadsServiceTest, AWindowOfAnEarlierVersionRefusesAndIsNotLost)
+{
+    QObject windowOfBefore;
+    const QString name = busName(u"Before"_s);
+    ASSERT_TRUE(m_bus.connection().registerObject(ApplicationService::objectPath(name), &windowOfBefore));
+    ASSERT_TRUE(m_bus.connection().registerService(name));
+    UploadsClient client(m_bus.serviceConnection(), u"Before"_s);
+    connectTo(client);
+
+    client.upload({ u"/a"_s }, false);
+
+    EXPECT_TRUE(isSaid(u"refused: The window that is open refuses what it is asked."_s));
+    EXPECT_EQ(m_said.size(), 1);
+}
+
+TEST_F(UploadsServiceTest, AProgramThatHasGoneBeforeItIsAskedIsLostAndToldOnce)
+{
+    UploadsClient client(m_bus.serviceConnection(), u"Nobody"_s);
+    connectTo(client);
+
+    client.upload({ u"/a"_s }, false);
+
+    EXPECT_TRUE(isSaid(u"lost"_s));
+    drainEventLoop();
+    EXPECT_EQ(m_said, QStringList{ u"lost"_s });
 }
 
 TEST_F(UploadsServiceTest, ACallThatComesWhileTheLoopIsHeldIsServedAfterwards)
