@@ -11,6 +11,7 @@
 #include "EngineStreamFactory.h"
 #include "FTPEngine.h"
 #include "HiddenRun.h"
+#include "HiddenTurn.h"
 #include "IconCommands.h"
 #include "IconSettings.h"
 #include "KnownTrust.h"
@@ -84,7 +85,7 @@ void handOver(const CommandLine& commandLine)
 
 /// The same, also for those who wait until the files are over, or want no window. A program of our name that goes to
 /// another server gets nothing: this one goes on beside it.
-void handOverAll(const CommandLine& commandLine)
+void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
 {
     if (ApplicationService::hasOtherServer(programFileName())) {
         if (commandLine.isWaitedFor && !commandLine.isHidden) { // Who waits is told by the program that has the name.
@@ -96,7 +97,7 @@ void handOverAll(const CommandLine& commandLine)
         return;
     }
     if (commandLine.isWaitedFor || commandLine.isHidden) {
-        UploadCommand::run(commandLine);
+        UploadCommand::run(commandLine, turn);
     } else {
         handOver(commandLine);
     }
@@ -112,7 +113,7 @@ void doWithoutDisplay()
 }
 
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
-CommandLine readCommandLine(int argc, char** argv)
+CommandLine readCommandLine(int argc, char** argv, HiddenTurn& turn)
 {
     QStringList words;
     std::transform(argv, argv + argc, std::back_inserter(words), LocalPath::fromBytes);
@@ -134,7 +135,7 @@ CommandLine readCommandLine(int argc, char** argv)
         IconCommands::becomeIcon(icons, *commandLine);
         std::exit(1);
     }
-    handOverAll(*commandLine);
+    handOverAll(*commandLine, turn);
     return *std::move(commandLine);
 }
 
@@ -195,7 +196,8 @@ int main(int argc, char** argv)
     keepMemoryOutOfCoreDumps();
     QCoreApplication::setApplicationName(u"quillbox"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));
-    const CommandLine commandLine = readCommandLine(argc, argv);
+    HiddenTurn turn;
+    const CommandLine commandLine = readCommandLine(argc, argv, turn);
     // Before settings are read, which closes their folders.
     TrustedCertificates::standard().noteAccess();
     const std::vector<std::unique_ptr<UserDefaults>> iconSettings = IconSettings::all();
@@ -271,7 +273,7 @@ int main(int argc, char** argv)
     // Where nobody could see the window, no other start may ask for it.
     const bool isVisible = !commandLine.isHidden || QGuiApplication::platformName() != u"offscreen"_s;
     if (isVisible && !service.registerFor(programFileName())) {
-        handOverAll(commandLine); // Another start was quicker.
+        handOverAll(commandLine, turn); // Another start was quicker.
     }
     UserDefaults::standard().removeUnfinishedStores();
     connectionSettings().removeUnfinishedStores();
@@ -280,6 +282,7 @@ int main(int argc, char** argv)
         hiddenRun.emplace(HiddenRun::Parts{ viewController, delegate, requestedUploads, uploadsService },
                           commandLine.files);
         QObject::connect(&delegate, &AppDelegate::mainWindowAppears, &delegate, letCertificatesBeAskedAbout);
+        QObject::connect(&delegate, &AppDelegate::mainWindowAppears, &delegate, [&turn] { turn.giveUp(); });
     } else {
         letCertificatesBeAskedAbout();
         viewController.window().show();

@@ -1,8 +1,10 @@
 #include "UploadCommand.h"
 
 #include "BusName.h"
+#include "HiddenTurn.h"
 #include "OwnProcess.h"
 #include "ProgramName.h"
+#include "TerminationSignals.h"
 #include "UploadsClient.h"
 
 #include <QCoreApplication>
@@ -15,9 +17,11 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
+constexpr auto turnInterval = 200ms; ///< Nobody tells that a process has ended that is not on the bus.
 constexpr int nobodyRuns = -1; ///< What the loop ends with where this process is to upload the files.
 
 bool isRegistered(const QDBusConnection& bus)
@@ -32,15 +36,12 @@ bool hasDisplay()
 
 } // namespace
 
-void UploadCommand::run(const CommandLine& commandLine)
+void UploadCommand::run(const CommandLine& commandLine, HiddenTurn& turn)
 {
     static const QString connectionName = u"uploads"_s;
     const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
     const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
-    if (commandLine.isHidden && !isRegistered(bus)) {
-        return;
-    }
-    UploadCommand command(commandLine, bus);
+    UploadCommand command(commandLine, turn, bus);
     QMetaObject::invokeMethod(&command, &UploadCommand::begin, Qt::QueuedConnection);
     const int status = QCoreApplication::exec();
     if (status != nobodyRuns) {
@@ -49,24 +50,50 @@ void UploadCommand::run(const CommandLine& commandLine)
     }
 }
 
-UploadCommand::UploadCommand(const CommandLine& commandLine, const QDBusConnection& bus)
+UploadCommand::UploadCommand(const CommandLine& commandLine, HiddenTurn& turn, const QDBusConnection& bus)
     : m_commandLine(commandLine)
+    , m_turn(turn)
     , m_report(commandLine.files)
     , m_bus(bus)
     , m_registration(busName(programFileName()), bus, QDBusServiceWatcher::WatchForRegistration)
 {
     connect(&m_registration, &QDBusServiceWatcher::serviceRegistered, this, &UploadCommand::handOver);
+    connect(&m_turnTimer, &QTimer::timeout, this, &UploadCommand::takeTurn);
 }
+
+UploadCommand::~UploadCommand() = default;
 
 void UploadCommand::begin()
 {
-    if (!m_bus.isConnected()) {
+    if (isRegistered(m_bus)) {
+        handOver();
+    } else if (m_commandLine.isHidden) {
+        awaitTurn();
+    } else if (!m_bus.isConnected()) {
         fail(u"There is no session bus, over which the window could be asked. \"--hidden\" needs none."_s,
              u"Not taken"_s);
-    } else if (isRegistered(m_bus)) {
-        handOver();
     } else {
         startWindow();
+    }
+}
+
+/// This program is to be the one, after those that are hidden as well and cannot be asked to take the files.
+void UploadCommand::awaitTurn()
+{
+    m_termination = std::make_unique<TerminationSignals>();
+    connect(m_termination.get(), &TerminationSignals::received, this, [this] {
+        m_report.rest(u"Not confirmed: Quillbox ended"_s);
+        exit(1);
+    });
+    m_turnTimer.start(turnInterval);
+    takeTurn();
+}
+
+void UploadCommand::takeTurn()
+{
+    if (m_turn.take(programFileName())) {
+        m_turnTimer.stop();
+        QCoreApplication::exit(nobodyRuns);
     }
 }
 
@@ -95,6 +122,9 @@ void UploadCommand::handOver()
     if (m_client != nullptr) {
         return;
     }
+    m_turnTimer.stop();
+    m_turn.giveUp();
+    m_termination.reset(); // The files are in other hands.
     m_client = std::make_unique<UploadsClient>(m_bus, programFileName());
     connect(m_client.get(), &UploadsClient::taken, this, [this] {
         m_isTaken = true;
@@ -127,8 +157,6 @@ void UploadCommand::programLost()
 {
     if (m_isTaken) {
         fail(u"The window has gone."_s, u"Not known: Quillbox ended"_s);
-    } else if (m_commandLine.isHidden) {
-        QCoreApplication::exit(nobodyRuns);
     } else {
         m_client->disconnect(this);
         m_client.release()->deleteLater(); // It is the one that says so.

@@ -6,9 +6,12 @@
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QObject>
+#include <QTimer>
 
 #include <memory>
 
+class HiddenTurn;
+class TerminationSignals;
 class UploadsClient;
 
 /// A command line whose files somebody waits for, or that are to go up without a window: hands them to the program that
@@ -18,13 +21,17 @@ class UploadCommand final : public QObject {
 
 public:
     /// Ends the process when the command has been carried out. Comes back only when no window is wanted and no program
-    /// of our name runs: this one is to be it. Needs an application object whose loop does not run.
-    static void run(const CommandLine& commandLine);
+    /// of our name runs: this one is to be it, and has the @p turn. Needs an application object whose loop does not
+    /// run.
+    static void run(const CommandLine& commandLine, HiddenTurn& turn);
 
 private:
-    UploadCommand(const CommandLine& commandLine, const QDBusConnection& bus);
+    UploadCommand(const CommandLine& commandLine, HiddenTurn& turn, const QDBusConnection& bus);
+    ~UploadCommand() override;
 
     void begin();
+    void awaitTurn();
+    void takeTurn();
     void startWindow();
     void handOver();
     void programLost();
@@ -32,6 +39,9 @@ private:
     void fail(const QString& why, const QString& words);
 
     const CommandLine& m_commandLine;
+    HiddenTurn& m_turn;
+    QTimer m_turnTimer; ///< Runs while another one has the turn.
+    std::unique_ptr<TerminationSignals> m_termination; ///< Likewise.
     UploadReport m_report;
     QDBusConnection m_bus;
     QDBusServiceWatcher m_registration;

@@ -2,12 +2,16 @@
 
 #include <QSocketNotifier>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <sys/eventfd.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
+
+constexpr std::array numbers{ SIGINT, SIGTERM, SIGHUP };
 
 int toLoop = -1; ///< Descriptor for the handler, which may touch next to nothing.
 
@@ -30,9 +34,11 @@ TerminationSignals::TerminationSignals()
     auto* const notifier = new QSocketNotifier(toLoop, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
         notifier->setEnabled(false);
+        quint64 count = 0;
+        [[maybe_unused]] const ssize_t taken = ::read(toLoop, &count, sizeof count);
         emit received();
     });
-    for (const int number : { SIGINT, SIGTERM, SIGHUP }) {
+    for (const int number : numbers) {
         struct sigaction action = {};
         if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
             action.sa_handler = note;
@@ -40,4 +46,20 @@ TerminationSignals::TerminationSignals()
             ::sigaction(number, &action, nullptr);
         }
     }
+}
+
+TerminationSignals::~TerminationSignals()
+{
+    for (const int number : numbers) {
+        struct sigaction action = {};
+        if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == note) {
+            action.sa_handler = SIG_DFL;
+            ::sigaction(number, &action, nullptr);
+        }
+    }
+    quint64 untold = 0;
+    if (::read(toLoop, &untold, sizeof untold) > 0) {
+        std::raise(SIGTERM);
+    }
+    ::close(std::exchange(toLoop, -1));
 }

@@ -1,7 +1,9 @@
 """Commands that wait until their files are over, with the window and without it."""
 
+import fcntl
 import os
 import signal
+import struct
 import subprocess
 import unittest
 
@@ -45,6 +47,24 @@ class Command(WindowTest):
         if process:
             os.kill(process, signal.SIGKILL)
             wait_for(lambda: self.process_on_the_bus() is None, "the program to be gone")
+
+    def hold_the_turn(self):
+        """Has everybody wait who would upload without a window, until the file that is answered is closed."""
+        folder = os.path.join(self.home["XDG_STATE_HOME"], "quillbox")
+        os.makedirs(folder, mode=0o700, exist_ok=True)
+        file = open(os.path.join(folder, "hidden.turns"), "w", encoding="utf-8")
+        self.addCleanup(file.close)
+        fcntl.fcntl(file, fcntl.F_OFD_SETLK, struct.pack("hhqqi", fcntl.F_WRLCK, os.SEEK_SET, 0, 0, 0))
+        return file
+
+    def wait_until_it_waits(self, command):
+        """Until a command has looked whether it is its turn."""
+        folder = f"/proc/{command.process.pid}/fd"
+
+        def open_files():
+            return [os.path.basename(os.path.realpath(os.path.join(folder, number))) for number in os.listdir(folder)]
+
+        wait_for(lambda: "hidden.turns" in open_files(), "the command to wait")
 
     def wait_until_begun(self, name):
         wait_for(lambda: name in self.server.begun, f"{name} to be sent")
@@ -210,6 +230,23 @@ class Hidden(Command):
         self.assertEqual(command.exit_code(), 1)
         self.assertEqual(self.lines(command), [(name, "Not confirmed: Quillbox ended") for name in ("one", "two")])
 
+    def test_hidden_programs_of_one_name_upload_one_after_another(self):
+        self.settings()
+        turn = self.hold_the_turn()
+        names = ["one", "two", "three"]
+        commands = [self.launch("--hidden", "--wait", self.file(name), **NOWHERE) for name in names]
+        for command in commands:
+            self.wait_until_it_waits(command)
+
+        commands[2].process.send_signal(signal.SIGTERM)
+        self.assertEqual(commands[2].exit_code(), 1)
+        self.assertEqual(self.lines(commands[2]), [("three", "Not confirmed: Quillbox ended")])
+        self.assertEqual(self.server.begun, [])
+
+        turn.close()
+        self.assertEqual([command.exit_code() for command in commands[:2]], [0, 0])
+        self.assertEqual(sorted(self.server.received), ["one", "two"])
+
     def test_a_failing_connection_is_not_waited_out(self):
         self.settings(RetryFailedFiles=True)
         self.server.let_nobody_in()
@@ -374,12 +411,25 @@ class WhereNobodyRuns(Command):
         self.assertEqual(self.launch().exit_code(), 0)
 
         wait_for(lambda: self.desktop.windows_of(hidden.process.pid, "^ftp:"), "the window")
+        self.assertEqual(self.launch("--hidden", "--wait", self.file("two"), **NOWHERE).exit_code(), 0)
         self.server.read_at_most(0)
         self.wait_for_status(hidden, "Upload succeeded")
         wait_for(lambda: self.lines(hidden) == [("one", CONFIRMED)], "the line")
         self.assertIsNone(hidden.process.poll())
         hidden.choose("File", "Quit")
         self.assertEqual(hidden.exit_code(), 0)
+
+    def test_hidden_files_that_wait_for_their_turn_go_through_a_window_that_is_opened(self):
+        self.settings()
+        self.hold_the_turn()
+        hidden = self.launch("--hidden", "--wait", self.file("one"))
+        self.wait_until_it_waits(hidden)
+
+        program = self.start()
+
+        self.assertEqual(hidden.exit_code(), 0)
+        self.assertEqual(self.lines(hidden), [("one", CONFIRMED)])
+        self.wait_for_status(program, "Upload succeeded")
 
     def test_others_hand_their_files_to_a_hidden_program(self):
         self.settings()
