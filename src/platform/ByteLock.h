@@ -2,8 +2,8 @@
 
 #include <QtGlobal>
 
-/// Locks on single bytes of a file, by which processes know of each other: they belong to the opened file, and the system
-/// takes them away when that is closed, however the process ends. Nobody waits for one.
+/// Locks on single bytes of a file, by which processes know of each other: they belong to the opened file, and the
+/// system takes them away when that is closed, however the process ends. Nobody waits for one.
 namespace ByteLock {
 
 enum class Attempt {

@@ -1,0 +1,218 @@
+#include "HiddenRun.h"
+
+#include "AppDelegate.h"
+#include "ApplicationService.h"
+#include "BusName.h"
+#include "FakeWindowTest.h"
+#include "PrivateBus.h"
+#include "RequestedUploads.h"
+#include "UploadsClient.h"
+#include "UploadsService.h"
+#include "WaitFor.h"
+
+#include <QScopeGuard>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString nameOfHidden = u"Quillbox"_s;
+
+/// A program without its window, and somebody else on its bus.
+class HiddenRunTest : public FakeWindowTest {
+protected:
+    HiddenRunTest()
+    {
+        m_service = new UploadsService(
+            &m_object, m_bus.connection(),
+            { .upload
+              = [this](const PathList& files, bool areUnattended) { return m_uploads.begin(files, areUnattended); },
+              .becameIdle = [this] { m_run->endIfIdle(); } });
+        const QString name = busName(nameOfHidden);
+        EXPECT_TRUE(m_bus.connection().registerObject(ApplicationService::objectPath(name), &m_object));
+        EXPECT_TRUE(m_bus.connection().registerService(name));
+    }
+    void begin(const QStringList& files)
+    {
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        m_run.emplace(HiddenRun::Parts{ *m_controller, m_delegate, m_uploads, *m_service }, files);
+        m_run->begin();
+    }
+    /// Lets the file @p name, of five bytes, arrive, and the server list it with @p size.
+    void send(const QByteArray& name, const QByteArray& size = "5")
+    {
+        tick();
+        finishUpload();
+        list(name, size);
+    }
+    void list(const QByteArray& name, const QByteArray& size = "5")
+    {
+        FakeFTPStream& listing = latest(FakeFTPStream::Kind::Listing);
+        listing.sendOpenCompleted();
+        listing.sendBytes("-rw-r--r-- 1 u g " + size + " Jan 1 2024 " + name + "\r\n");
+        listing.sendEnd();
+        tick();
+    }
+    /// Whether nothing is taken any more.
+    bool isEnding() { return !m_delegate.upload({}); }
+    bool ends()
+    {
+        return waitFor([this] { return isEnding(); });
+    }
+    /// The exit status.
+    int finish()
+    {
+        const int status = m_run->finish();
+        m_out = ::testing::internal::GetCapturedStdout();
+        m_err = ::testing::internal::GetCapturedStderr();
+        return status;
+    }
+    std::string line(const QString& path, const char* words) { return path.toStdString() + '\t' + words + '\n'; }
+
+    PrivateBus m_bus;
+    QObject m_object;
+    AppDelegate m_delegate{ *m_controller };
+    RequestedUploads m_uploads{ *m_controller, m_delegate };
+    UploadsService* m_service = nullptr; ///< The object's.
+    std::optional<HiddenRun> m_run;
+    std::string m_out;
+    std::string m_err;
+};
+
+TEST_F(HiddenRunTest, ItEndsWithALineForEachFileWhenItsFilesAreOver)
+{
+    const QString path = makeFile(u"a"_s);
+    begin({ path });
+    EXPECT_FALSE(m_controller->window().isVisible());
+
+    send("a");
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(finish(), 0);
+    EXPECT_EQ(m_out, line(path, "Confirmed by the server"));
+    EXPECT_EQ(m_err, "");
+}
+
+TEST_F(HiddenRunTest, AFileThatHasNotArrivedIsAFailure)
+{
+    begin({ u"/gone"_s });
+    tick();
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(finish(), 1);
+    EXPECT_EQ(m_out, "/gone\tNot found\n");
+}
+
+TEST_F(HiddenRunTest, WhatTheServerListsOtherwiseIsAFailureAndTold)
+{
+    const QString path = makeFile(u"a"_s);
+    begin({ path });
+
+    send("a", "3");
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(finish(), 1);
+    EXPECT_EQ(m_out, line(path, "Confirmed by the server"));
+    EXPECT_EQ(m_err, line(path, "Confirmed, but 3 bytes listed, not 5"));
+}
+
+TEST_F(HiddenRunTest, AnAlertIsALineOnTheStandardError)
+{
+    begin({ makeFile(u"a"_s) });
+
+    m_controller->showAlert(u"Title"_s, u"One.\n\nTwo."_s);
+
+    finish();
+    EXPECT_EQ(m_err, "Quillbox: Title. One. Two.\n");
+}
+
+TEST_F(HiddenRunTest, EndedEarlyItSaysOfEachFileWhatIsKnown)
+{
+    const QString path = makeFile(u"a"_s);
+    begin({ u"/gone"_s, path });
+    tick();
+    tick();
+
+    std::raise(SIGTERM);
+
+    EXPECT_TRUE(ends());
+    EXPECT_EQ(finish(), 1);
+    EXPECT_EQ(m_out, "/gone\tNot found\n" + line(path, "Not confirmed: Quillbox ended"));
+}
+
+TEST_F(HiddenRunTest, WhatIsNotTakenIsSaidAndTheProgramEnds)
+{
+    m_delegate.quit();
+
+    begin({ u"/a"_s, u"/b"_s });
+
+    EXPECT_EQ(finish(), 1);
+    EXPECT_EQ(m_out, "/a\tNot taken\n/b\tNot taken\n");
+}
+
+TEST_F(HiddenRunTest, ItGoesOnUntilTheFilesOfOthersAreOver)
+{
+    begin({ u"/gone"_s });
+    UploadsClient other(m_bus.serviceConnection(), nameOfHidden);
+    QSignalSpy taken(&other, &UploadsClient::taken);
+    QSignalSpy over(&other, &UploadsClient::over);
+    other.upload({ makeFile(u"b"_s) }, true);
+    ASSERT_TRUE(waitFor([&taken] { return !taken.isEmpty(); }));
+    tick();
+    tick();
+    finishUpload();
+    m_run->endIfIdle(); // As it is at the end of the queue.
+    EXPECT_FALSE(isEnding());
+
+    list("b");
+
+    EXPECT_TRUE(waitFor([&over] { return !over.isEmpty(); }));
+    EXPECT_TRUE(ends());
+    finish();
+}
+
+TEST_F(HiddenRunTest, ItGoesOnWhileNobodyWaitsForWhatIsQueued)
+{
+    begin({ u"/gone"_s });
+    m_delegate.upload({ { makeFile(u"b"_s) } });
+    tick();
+    ASSERT_TRUE(
+        waitFor([this] { return m_controller->history().entries()[0].outcome == UploadOutcome::Kind::NotFound; }));
+    m_run->endIfIdle();
+
+    EXPECT_FALSE(isEnding());
+    finish();
+}
+
+TEST_F(HiddenRunTest, ItStaysWhenItsWindowHasBeenShown)
+{
+    begin({ u"/gone"_s });
+    m_delegate.showMainWindow();
+    EXPECT_TRUE(m_controller->window().isVisible());
+    tick();
+    drainEventLoop();
+    m_run->endIfIdle();
+
+    EXPECT_FALSE(isEnding());
+    finish();
+}
+
+TEST_F(HiddenRunTest, ThatNobodyReadsItsLinesDoesNotEndIt)
+{
+    const auto before = std::signal(SIGPIPE, SIG_DFL);
+    const auto restore = qScopeGuard([before] { std::signal(SIGPIPE, before); });
+
+    begin({ u"/gone"_s });
+
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
+    finish();
+}
+
+} // namespace
