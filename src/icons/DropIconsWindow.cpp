@@ -247,7 +247,9 @@ void DropIconsWindow::showWhatCanBeDone()
 void DropIconsWindow::select(qsizetype row)
 {
     if (row >= 0) {
-        m_ui->iconsTable->selectRow(static_cast<int>(row));
+        // Not by selectRow(), which finds no row where one reads from right to left and the columns fill the table.
+        m_ui->iconsTable->selectionModel()->setCurrentIndex(
+            m_model.index(static_cast<int>(row), 0), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
 }
 

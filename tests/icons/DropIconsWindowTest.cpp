@@ -273,6 +273,17 @@ TEST_F(DropIconsWindowTest, ReturnMakesTheIconAndTheListSelectsIt)
     EXPECT_EQ(selectedRow(), 0);
 }
 
+TEST_F(DropIconsWindowTest, ItSelectsItAlsoWhereOneReadsFromRightToLeft)
+{
+    open().setLayoutDirection(Qt::RightToLeft);
+
+    make(u"One"_s);
+    make(u"Two"_s);
+
+    EXPECT_EQ(selectedRow(), 1);
+    EXPECT_TRUE(part<QPushButton>("editIconButton").isEnabled());
+}
+
 TEST_F(DropIconsWindowTest, ANameThatCannotBeMakesNothing)
 {
     open();
