@@ -130,13 +130,24 @@ void DropIconForm::connectFields()
     connect(m_ui->saveIconButton, &QPushButton::clicked, this, &QDialog::accept);
 }
 
-/// For what the form shows of a server, or no longer shows.
+/// For what the form shows of a server, or no longer shows. The fields become as wide as the screen allows without
+/// scrolling sideways.
 void DropIconForm::makeRoom()
+{
+    ServerForm& server = m_server->server();
+    const int wanted = server.preferredFieldWidth();
+    server.setFieldWidth(wanted);
+    layOut();
+    server.setFieldWidth(std::max(0, wanted - excessWidth(*this)));
+    layOut();
+    resizeToContents(*this);
+}
+
+void DropIconForm::layOut()
 {
     m_ui->pageGrid->activate();
     m_ui->pageArea->updateGeometry();
     layout()->activate();
-    resizeToContents(*this);
 }
 
 IconSort DropIconForm::sort() const

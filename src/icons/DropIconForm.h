@@ -45,6 +45,7 @@ private:
     void fill();
     void connectFields();
     void makeRoom();
+    void layOut();
     IconSort sort() const;
     IconPicture picture() const;
     DropIcons::Wish wish() const;

@@ -110,7 +110,7 @@ class DropIconsByKeyboard(AccessTest):
         self.desktop.key("alt+n")
         self.wait_for_window(program, "New Drop Icon", "Name of the icon")
         self.desktop.xdotool("type", "--delay", 15, "Print shop")
-        self.go_to(program, "In a folder of this name on the main server")
+        self.go_to(program, "In a folder on the main server")
         self.desktop.key("Down")
         wait_for(lambda: program.has_focus("On a server of its own"), "the other choice")
         for name, value in (("Server address", "files.example.com"), ("User name", USER), ("Folder", "inbox")):

@@ -8,6 +8,7 @@ import unittest
 from desktop import Desktop, wait_for
 from window_test import ANY_TITLE, WindowTest
 
+LONG_NAME = "Invoices of the year that the tax adviser is to have before the end of March/Été à la mer"
 LARGE_FONT = "DejaVu Sans,18,-1,5,50,0,0,0,0,0"
 
 
@@ -68,6 +69,30 @@ class OnAScreen(WindowTest):
         program.press("Cancel")
         return program
 
+    def try_icons(self, program):
+        """Makes a drop icon of each sort, and looks at the buttons of the windows on the way."""
+        in_the_list = ["New…", "Edit…", "Start", "Remove…", "Close"]
+        self.bring_to_front(program)
+        self.desktop.key("alt+f", "i")
+        self.assert_reachable(program, "^Drop Icons$", *in_the_list)
+        for count, place in enumerate(("In a folder on the main server", "On a server of its own"), 1):
+            program.press("New…")
+            self.assert_reachable(program, "^New Drop Icon$", "Name of the icon", "Cancel", "Create")
+            program.enter("Name of the icon", f"{LONG_NAME} {count}")
+            program.press(place)
+            if count == 2:
+                program.enter("Server address", "files.example.com")
+            self.assert_reachable(program, "^New Drop Icon$", "Name of the icon", "Cancel", "Create")
+            program.press("Create")
+            wait_for(lambda count=count: len(program.rows("Drop icons")) == count, "the icon")
+            self.assert_reachable(program, "^Drop Icons$", *in_the_list)
+        program.press("Edit…")
+        self.assert_reachable(program, "^Edit Drop Icon$", "Cancel", "Save")
+        program.press("Cancel")
+        program.press("Remove…")
+        wait_for(program.sheet, "the question")
+        self.assert_reachable(program, "^Remove Drop Icon$", "Remove", "Cancel")
+
 
 class SmallScreen(OnAScreen):
     def test_every_button_is_reached(self):
@@ -84,6 +109,11 @@ class SmallScreen(OnAScreen):
             self.desktop.key(keys)
             self.assert_reachable(program, title, *buttons)
 
+    def test_in_a_large_font_in_the_windows_of_drop_icons(self):
+        self.settings()
+        self.use_large_font()
+        self.try_icons(self.start(LANG="de_DE.UTF-8"))
+
     def test_a_right_to_left_locale_mirrors_the_window(self):
         program = self.try_locale("ar_EG")
         self.assertLess(program.centre("Stop")[0], program.centre("Status")[0])
@@ -94,14 +124,14 @@ class OldScreen(OnAScreen):
     size = "800x600"
 
     def test_every_button_is_reached_in_a_large_font(self):
-        self.try_locale("ar_EG", is_large=True)
+        self.try_icons(self.try_locale("ar_EG", is_large=True))
 
 
 class LaptopAt150Percent(OnAScreen):
     size, scale = "1366x768", "1.5"
 
     def test_every_button_is_reached(self):
-        self.try_locale("zh_CN")
+        self.try_icons(self.try_locale("zh_CN"))
 
 
 class SharpScreens(OnAScreen):
