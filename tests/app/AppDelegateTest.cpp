@@ -558,7 +558,7 @@ TEST_F(AppDelegateTest, AnIconMadeThereIsALinkToThisProgramsOwnFile)
     ASSERT_EQ(icons.icons().size(), 1);
     EXPECT_EQ(QFile::symLinkTarget(icons.icons().constFirst().path),
               QFileInfo(u"/proc/self/exe"_s).canonicalFilePath());
-    EXPECT_TRUE(icons.remove(u"Scans"_s));
+    EXPECT_TRUE(icons.remove({ .name = u"Scans"_s }));
 }
 
 TEST_F(AppDelegateTest, IconsOfEarlierVersionsGetTheEntriesOfFileManagersAfterTheStart)
@@ -572,7 +572,7 @@ TEST_F(AppDelegateTest, IconsOfEarlierVersionsGetTheEntriesOfFileManagersAfterTh
     launch();
 
     EXPECT_TRUE(waitFor([&entry] { return QFile::exists(entry); }));
-    EXPECT_TRUE(icons.remove(u"Scans"_s));
+    EXPECT_TRUE(icons.remove({ .name = u"Scans"_s }));
 }
 
 TEST_F(AppDelegateTest, AtTheEndOfTheSessionNothingIsAsked)

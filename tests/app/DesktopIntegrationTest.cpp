@@ -298,7 +298,7 @@ TEST_F(DesktopIntegrationTest, ACopyWithALauncherShowsItsProgressThereUnderThePr
 {
     const DropIcons icons(u"/nowhere"_s, DropIcons::Folders::standard());
     ASSERT_EQ(icons.make({ .name = u"Scans"_s }), DropIcons::Outcome::Made);
-    const auto remove = qScopeGuard([&icons] { EXPECT_TRUE(icons.remove(u"Scans"_s)); });
+    const auto remove = qScopeGuard([&icons] { EXPECT_TRUE(icons.remove({ .name = u"Scans"_s })); });
     integrate(u"Scans"_s);
 
     startOne();
