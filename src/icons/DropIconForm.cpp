@@ -145,6 +145,8 @@ void DropIconForm::makeRoom()
 
 void DropIconForm::layOut()
 {
+    m_server->layout()->activate();
+    m_ui->serverRows->activate();
     m_ui->pageGrid->activate();
     m_ui->pageArea->updateGeometry();
     layout()->activate();
