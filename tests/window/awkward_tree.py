@@ -53,6 +53,7 @@ class Entry(NamedTuple):
     path: bytes  # Below the destination.
     is_folder: bool
     arrives: bool
+    end: bytes  # What the path of a folder ends with in the queue, twice where that cannot be read.
 
 
 def _in_order(entry):
@@ -135,7 +136,8 @@ class AwkwardTree:
     def _enter(self, top, name, is_folder=False, is_closed=False):
         path, top_name = top
         below = os.path.join(top_name, name) if name else top_name
-        entry = Entry(below, is_folder, not is_closed and self._arrives(below, is_folder))
+        arrives = not is_closed and self._arrives(below, is_folder)
+        entry = Entry(below, is_folder, arrives, b"/" * is_folder * (1 + is_closed))
         self._entries[path].append(entry)
         return entry
 
@@ -222,9 +224,9 @@ class AwkwardTree:
             path = self._local(top, name)
             with open(path, "wb") as file:
                 file.write(b"secret")
-        for name in (b"closed/file", b"closed/folder"):
+        for name, is_folder in ((b"closed/file", False), (b"closed/folder", True)):
             self._closed.append(self._local(top, name))
-            self._enter(top, name, is_closed=True)
+            self._enter(top, name, is_folder, is_closed=True)
 
     def _make_linked(self):
         real = os.path.join(self._place, b"outside", b"real folder")

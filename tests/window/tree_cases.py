@@ -89,9 +89,8 @@ class Answers:
         rows = [(path, FAILED if outcome in FAILED else outcome) for path, outcome in self._session.rows()]
         expected = []
         for entry in self._tree.entries:
-            path = entry.path + b"/" if entry.is_folder else entry.path
             outcome = NOT_REPLACING if is_left_out(entry) else CONFIRMED if entry.arrives else FAILED
-            expected.append((path, outcome))
+            expected.append((entry.path + entry.end, outcome))
         assert_same(dict(enumerate(rows)), dict(enumerate(expected)))
         assert sorted(self._session.left_out()) == sorted(self._tree.left_out), self._session.left_out()
         assert self._session.notes().count(MERGED) == 1, self._session.notes()
