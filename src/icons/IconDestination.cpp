@@ -4,29 +4,9 @@
 #include "DestinationSettings.h"
 #include "IconSettings.h"
 #include "SettingNames.h"
+#include "UserDefaults.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
-
-namespace {
-
-constexpr qint64 mostBytes = 1'048'576; ///< Of settings.
-
-QJsonObject settingsOf(const QString& fileName)
-{
-    QFile file(IconSettings::filePath(fileName));
-    const bool isReadable = QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly) && file.size() <= mostBytes;
-    return isReadable ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
-}
-
-QString textIn(const QJsonObject& settings, const QString& key)
-{
-    const QJsonValue value = settings.value(key);
-    return value.isString() ? value.toString() : QString();
-}
-
-} // namespace
+#include <QJsonObject>
 
 QString destinationOf(const DropIcons::Icon& icon)
 {
@@ -34,7 +14,7 @@ QString destinationOf(const DropIcons::Icon& icon)
     if (icon.sort == IconSort::SubFolder) {
         return DestinationSettings::destinationOfSubFolderIcon(fileName);
     }
-    const QJsonObject settings = settingsOf(fileName);
-    return Addressing::fullPath(textIn(settings, SettingNames::address), textIn(settings, SettingNames::ftpFolder),
-                                QString());
+    const QJsonObject settings = UserDefaults::valuesIn(IconSettings::filePath(fileName)).value_or(QJsonObject());
+    return Addressing::fullPath(settings.value(SettingNames::address).toString(),
+                                settings.value(SettingNames::ftpFolder).toString(), QString());
 }

@@ -35,16 +35,11 @@ QByteArray nameOf(const QString& path)
     return QFile::encodeName(QFileInfo(path).fileName());
 }
 
-/// How the names of unfinished files begin. Nobody else gives such names: everything that has one may be removed.
+/// How the names of unfinished files begin. Nobody else gives such names, settings included, which end in ".json":
+/// everything that has one may be removed.
 QByteArray unfinishedName(const QString& path)
 {
     return '.' + nameOf(path) + ".unfinished-";
-}
-
-bool isUnfinishedName(const QByteArray& name, const QString& path)
-{
-    const QByteArray beginning = unfinishedName(path);
-    return name.startsWith(beginning) && name.size() == beginning.size() + placeOfCode.size();
 }
 
 bool isSmall(char c)
@@ -55,6 +50,19 @@ bool isSmall(char c)
 bool isCapital(char c)
 {
     return c >= 'A' && c <= 'Z';
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool isUnfinishedName(const QByteArray& name, const QString& path)
+{
+    const QByteArray beginning = unfinishedName(path);
+    const QByteArray code = name.mid(beginning.size());
+    return name.startsWith(beginning) && code.size() == placeOfCode.size()
+        && std::all_of(code.begin(), code.end(), [](char c) { return isSmall(c) || isCapital(c) || isDigit(c); });
 }
 
 /// Whether earlier versions gave such names, which end in six letters.
@@ -131,13 +139,29 @@ bool PrivateFile::makeFolder(const QString& path)
             || (errno == EEXIST && QFileInfo(path).isDir())); // Somebody else was quicker.
 }
 
+QString PrivateFile::behindLinks(const QString& path)
+{
+    // Where something is there, the system knows it: behind a linked folder ".." leads elsewhere than it reads.
+    const QString there = QFileInfo(path).isSymLink() ? QFileInfo(path).canonicalFilePath() : QString();
+    if (!there.isEmpty()) {
+        return there;
+    }
+    constexpr int maximumLinks = 40; // as the kernel has it
+    QString target = path;
+    for (int i = 0; i < maximumLinks && QFileInfo(target).isSymLink(); ++i) {
+        target = QFileInfo(target).symLinkTarget();
+    }
+    return QFileInfo(target).isSymLink() ? path : target;
+}
+
 bool PrivateFile::replace(const QString& path, const QByteArray& bytes)
 {
-    const QByteArray name = QFile::encodeName(path);
-    if (access(name.constData(), W_OK) != 0 && errno != ENOENT) {
+    const QString target = behindLinks(path);
+    const QByteArray name = QFile::encodeName(target);
+    if (!makeFolder(QFileInfo(target).path()) || (access(name.constData(), W_OK) != 0 && errno != ENOENT)) {
         return false;
     }
-    QByteArray unfinished = folderOf(path) + '/' + unfinishedName(path) + placeOfCode.toByteArray();
+    QByteArray unfinished = folderOf(target) + '/' + unfinishedName(target) + placeOfCode.toByteArray();
     const Descriptor file(mkostemp(unfinished.data(), O_CLOEXEC));
     if (file.get() < 0) {
         return false;
@@ -152,14 +176,15 @@ bool PrivateFile::replace(const QString& path, const QByteArray& bytes)
 
 void PrivateFile::removeUnfinished(const QString& path)
 {
-    const QStringList names = QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    const QString target = behindLinks(path);
+    const QStringList names = QFileInfo(target).dir().entryList(QDir::Files | QDir::Hidden | QDir::NoSymLinks);
     for (const QString& each : names) {
         const QByteArray name = QFile::encodeName(each);
-        const bool isEarlier = isEarlierUnfinishedName(name, path);
-        if (!isEarlier && !isUnfinishedName(name, path)) {
+        const bool isEarlier = isEarlierUnfinishedName(name, target);
+        if (!isEarlier && !isUnfinishedName(name, target)) {
             continue;
         }
-        const QByteArray whole = folderOf(path) + '/' + name;
+        const QByteArray whole = folderOf(target) + '/' + name;
         const Descriptor file(open(whole.constData(), O_RDWR | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
         struct stat status { };
         if (file.get() >= 0 && fstat(file.get(), &status) == 0

@@ -4,14 +4,20 @@
 #include <QFlags>
 #include <QString>
 
-/// Files that only their owner may read.
+/// Files that only their owner may read. Symbolic links are followed: what lies where they lead is read and replaced,
+/// and they stay.
 namespace PrivateFile {
 
 /// Makes the folder at @p path and what is missing above it, for the owner alone. True when it is there.
 bool makeFolder(const QString& path);
 
+/// Where a chain of links at @p path leads, whether something is there or not. Links in a circle lead nowhere: then it
+/// is the first of them, which stands in the way.
+QString behindLinks(const QString& path);
+
 /// Writes @p bytes to the file at @p path in one step: whoever reads it, and whenever this program is killed, it holds
-/// what it held before or all of them. Its folder exists. False when it could not be written; then it stands as it was.
+/// what it held before or all of them. Folders that are missing are made for the owner alone. False when it could not
+/// be written; then it stands as it was.
 bool replace(const QString& path, const QByteArray& bytes);
 
 /// Removes what was left beside the file at @p path by programs that were killed while they replaced it, those of

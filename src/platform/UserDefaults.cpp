@@ -50,26 +50,6 @@ std::optional<QByteArray> contents(const QString& path)
     return count < 0 ? std::nullopt : std::optional(bytes);
 }
 
-/// The object in the file at @p path; std::nullopt when it holds no JSON object.
-std::optional<QJsonObject> parsedFile(const QString& path)
-{
-    const std::optional<QByteArray> bytes = contents(path);
-    const QJsonDocument document = bytes ? QJsonDocument::fromJson(*bytes) : QJsonDocument();
-    return document.isObject() ? std::optional(document.object()) : std::nullopt;
-}
-
-/// Where a chain of symbolic links leads, whether something is there or not.
-QString linkTarget(const QString& path)
-{
-    constexpr int maximumLinks = 40; // as the kernel has it
-    QString target = path;
-    for (int i = 0; i < maximumLinks && QFileInfo(target).isSymLink(); ++i) {
-        target = QFileInfo(target).symLinkTarget();
-    }
-    // Links in a circle lead nowhere: the first of them is what stands in the way.
-    return QFileInfo(target).isSymLink() ? path : target;
-}
-
 } // namespace
 
 UserDefaults& UserDefaults::standard()
@@ -77,6 +57,13 @@ UserDefaults& UserDefaults::standard()
     static UserDefaults defaults(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation)
                                  + u"/settings.json"_s);
     return defaults;
+}
+
+std::optional<QJsonObject> UserDefaults::valuesIn(const QString& filePath)
+{
+    const std::optional<QByteArray> bytes = contents(filePath);
+    const QJsonDocument document = bytes ? QJsonDocument::fromJson(*bytes) : QJsonDocument();
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
 UserDefaults::UserDefaults(QString filePath, Absence absence)
@@ -164,18 +151,18 @@ bool UserDefaults::replace(const QJsonObject& values)
 bool UserDefaults::write(const QJsonObject& values, bool keepsOldFile)
 {
     const QByteArray bytes = QJsonDocument(values).toJson();
-    const QString target = linkTarget(m_filePath);
-    if (bytes.size() > maximumFileSize || !PrivateFile::makeFolder(QFileInfo(target).path())) {
+    if (bytes.size() > maximumFileSize) {
         return false;
     }
     if (!keepsOldFile) {
-        return PrivateFile::replace(target, bytes);
+        return PrivateFile::replace(m_filePath, bytes);
     }
+    const QString target = PrivateFile::behindLinks(m_filePath);
     const bool holdsNothing = !QFileInfo(target).isSymLink() && !QFileInfo::exists(target);
     if (!holdsNothing && !keepFile(target)) {
         return false;
     }
-    const bool written = PrivateFile::replace(target, bytes);
+    const bool written = PrivateFile::replace(m_filePath, bytes);
     if (!holdsNothing && !written) {
         QFile::rename(backupPath(), target); // Unless it is still in place.
         QFile::remove(backupPath());
@@ -185,7 +172,7 @@ bool UserDefaults::write(const QJsonObject& values, bool keepsOldFile)
 
 void UserDefaults::removeUnfinishedStores() const
 {
-    PrivateFile::removeUnfinished(linkTarget(m_filePath));
+    PrivateFile::removeUnfinished(m_filePath);
 }
 
 void UserDefaults::setBrokenFileHandler(std::function<void()> handler)
@@ -241,7 +228,7 @@ bool UserDefaults::readFile() const
     // Taken first: whatever changes from here on makes the next read look again.
     const Stamp stamp = stampOfFile();
     errno = 0;
-    const std::optional<QJsonObject> values = stamp.error == 0 ? parsedFile(m_filePath) : std::nullopt;
+    const std::optional<QJsonObject> values = stamp.error == 0 ? valuesIn(m_filePath) : std::nullopt;
     if (errno == EMFILE || errno == ENFILE) {
         return false; // What is known holds until there is a descriptor to read with.
     }

@@ -23,6 +23,10 @@ public:
     /// The settings of this program: settings.json in the folder that QStandardPaths::AppConfigLocation names.
     static UserDefaults& standard();
 
+    /// What is stored in the file at @p filePath; std::nullopt where that cannot be read as settings. The file stays as
+    /// it is, were it open to others.
+    static std::optional<QJsonObject> valuesIn(const QString& filePath);
+
     /// What it means that there is no file.
     enum class Absence {
         IsInOrder,

@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -22,6 +23,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -74,9 +76,10 @@ protected:
         EXPECT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
         return status.st_mode & 07777U;
     }
-    QByteArray contents() const
+    QByteArray contents() const { return contents(m_path); }
+    static QByteArray contents(const QString& path)
     {
-        QFile file(m_path);
+        QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::ReadOnly));
         return file.readAll();
     }
@@ -120,7 +123,7 @@ TEST_F(PrivateFileTest, WhatCannotBeWrittenLeavesNothingBehind)
         const FileSizeLimit limit(4);
         EXPECT_FALSE(PrivateFile::replace(m_path, "secret"));
     }
-    EXPECT_FALSE(PrivateFile::replace(m_folder.filePath(u"no/where"_s), "two"));
+    EXPECT_FALSE(PrivateFile::replace(m_path + u"/below"_s, "two"));
     ASSERT_TRUE(QDir(m_folder.path()).mkdir(u"folder"_s));
     EXPECT_FALSE(PrivateFile::replace(m_folder.filePath(u"folder"_s), "three"));
 
@@ -144,7 +147,7 @@ TEST_F(PrivateFileTest, WhatAKilledProgramHasLeftIsRemovedAndNothingElse)
 {
     ASSERT_TRUE(PrivateFile::replace(m_path, "one"));
     const QStringList others{ u".[a] été.json.unfinished-"_s, u".[a] été.json.unfinished-abcdefg"_s,
-                              u".[b] été.json.unfinished-abcdef"_s };
+                              u".[b] été.json.unfinished-abcdef"_s, u".[a] été.json.unfinished-a.json"_s };
     for (const QString& name : others) {
         write(name, "secret", 0600);
     }
@@ -217,6 +220,21 @@ TEST_F(PrivateFileTest, WhereNothingCanBeLockedWhatIsOlderThanAnHourIsRemoved)
 
         EXPECT_EQ(names(), QStringList());
     }
+}
+
+TEST_F(PrivateFileTest, BehindALinkedFolderALinkLeadsWhereTheSystemSaysItDoes)
+{
+    ASSERT_TRUE(QDir().mkpath(m_folder.filePath(u"far/inner"_s)));
+    write(u"far/file"_s, "one", 0600);
+    ASSERT_TRUE(QFile::link(m_folder.filePath(u"far/inner"_s), m_folder.filePath(u"near"_s)));
+    const QString link = m_folder.filePath(u"near/link"_s);
+    ASSERT_EQ(symlink("../file", QFile::encodeName(link).constData()), 0);
+
+    EXPECT_TRUE(PrivateFile::replace(link, "two"));
+
+    EXPECT_EQ(contents(m_folder.filePath(u"far/file"_s)), "two");
+    EXPECT_TRUE(QFileInfo(link).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(m_folder.filePath(u"file"_s)));
 }
 
 TEST_F(PrivateFileTest, AFolderIsMadeForTheOwnerAlone)

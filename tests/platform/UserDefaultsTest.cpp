@@ -549,6 +549,20 @@ TEST_F(UserDefaultsTest, MoreThanCouldBeReadBackIsNotStored)
     EXPECT_EQ(m_defaults.string(u"Address"_s), u"host"_s);
 }
 
+TEST_F(UserDefaultsTest, WhoJustLooksIntoAFileLeavesItAsItIs)
+{
+    writeFile(R"({"Address": "host"})");
+    ASSERT_EQ(chmod(QFile::encodeName(m_path).constData(), 0644), 0);
+
+    EXPECT_EQ(UserDefaults::valuesIn(m_path), (QJsonObject{ { u"Address"_s, u"host"_s } }));
+    EXPECT_EQ(mode(m_path), 0644);
+    writeFile("[]");
+    EXPECT_EQ(UserDefaults::valuesIn(m_path), std::nullopt);
+    writeFile("{" + QByteArray(mebibyte, ' ') + "}");
+    EXPECT_EQ(UserDefaults::valuesIn(m_path), std::nullopt);
+    EXPECT_EQ(UserDefaults::valuesIn(m_folder.path()), std::nullopt);
+}
+
 TEST_F(UserDefaultsTest, ALinkStaysAndTheFileThatItLeadsToIsReplaced)
 {
     const QString target = m_folder.filePath(u"elsewhere.json"_s);
