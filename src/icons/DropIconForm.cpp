@@ -206,7 +206,7 @@ void DropIconForm::explain()
     m_ui->destinationLabel->setText(canBeMade ? IconText::destination(destinationOf({ .name = name })) : QString());
     const bool losesServer = m_icon && m_icon->sort == IconSort::OwnServer && !hasOwnServer && canBeMade;
     m_ui->explanationLabel->setText(IconText::explanation(name, sort())
-                                    + (losesServer ? u' ' + IconText::settingsLost() : QString()));
+                                    + (losesServer ? u' ' + IconText::settingsLost(*m_icon) : QString()));
     m_ui->failureLabel->setText(m_isRunning ? IconText::running(m_icon->name) : QString());
     m_ui->saveIconButton->setEnabled(canBeStored());
 }

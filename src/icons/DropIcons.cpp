@@ -7,6 +7,7 @@
 #include "IconSettings.h"
 #include "PrivateFile.h"
 #include "ProgramIdentity.h"
+#include "UserDefaults.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -69,6 +70,7 @@ struct DropIcons::Part {
     QString path;
     QByteArray content = {};
     QFile::Permissions permissions = {};
+    QString target = {}; ///< Of a link; null for a file.
 };
 
 DropIcons::Folders DropIcons::Folders::standard()
@@ -132,7 +134,7 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
         }
         parts = *settings + parts;
         // First: alone it stands for an icon that is listed, and uploads nothing.
-        parts.prepend({ Part::Kind::Link, linkPath(file, wish.sort) });
+        parts.prepend(linkTo(file, wish.sort));
     }
     const auto isTakenByAnother = [this, &file](IconSort sort) { return FileChanges::isTaken(linkPath(file, sort)); };
     if (file != oldFile && std::ranges::any_of(bothSorts, isTakenByAnother)) {
@@ -146,6 +148,9 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
     if (std::ranges::any_of(parts, isForeign)) {
         return Outcome::AlreadyThere;
     }
+    if (old) {
+        PrivateFile::removeUnfinished(IconSettings::filePath(oldFile)); // While a link still leads there.
+    }
     if (wish.sort == IconSort::OwnServer) {
         PrivateFile::makeFolder(QFileInfo(IconSettings::filePath(file)).path());
     }
@@ -157,10 +162,10 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
         if (part.kind == Part::Kind::Link && isOfOld && QFileInfo::exists(part.path)) {
             continue; // Otherwise the program has moved.
         }
-        const bool isMade = part.kind == Part::Kind::Link
-            ? changes.link(part.path, m_programPath, isOfOld)
-            : changes.write(part.path, part.content, part.permissions,
-                            part.kind != Part::Kind::Entry || isOfOld || DesktopEntry::isOurs(part.path, file));
+        const bool replaces = isOfOld || part.kind == Part::Kind::Settings || part.kind == Part::Kind::Picture
+            || DesktopEntry::isOurs(part.path, file);
+        const bool isMade = part.target.isNull() ? changes.write(part.path, part.content, part.permissions, replaces)
+                                                 : changes.link(part.path, part.target, replaces);
         if (!isMade) {
             return Outcome::NotWritable;
         }
@@ -177,9 +182,6 @@ DropIcons::Outcome DropIcons::put(const std::optional<Icon>& old, const Wish& wi
         }
     }
     changes.keep();
-    if (old && (file != oldFile || wish.sort != IconSort::OwnServer)) {
-        PrivateFile::removeUnfinished(IconSettings::filePath(oldFile));
-    }
     return Outcome::Made;
 }
 
@@ -189,6 +191,7 @@ bool DropIcons::remove(const Icon& icon) const
     if (!present || present->sort != icon.sort) {
         return false;
     }
+    PrivateFile::removeUnfinished(IconSettings::filePath(IconName::fileName(icon.name)));
     FileChanges changes;
     for (const QString& path : pathsOf(*present)) {
         if (!changes.remove(path)) {
@@ -196,7 +199,6 @@ bool DropIcons::remove(const Icon& icon) const
         }
     }
     changes.keep();
-    PrivateFile::removeUnfinished(IconSettings::filePath(IconName::fileName(icon.name)));
     return true;
 }
 
@@ -217,7 +219,8 @@ QList<DropIcons::Icon> DropIcons::icons() const
                            .sort = IconSettings::areOf(file) ? IconSort::OwnServer : sort,
                            .path = linkPath(file, sort),
                            .isOnDesktop = desktop && DesktopEntry::isOurs(*desktop, file),
-                           .picture = IconFiles::pictureOf(launcherPath(file)) });
+                           .picture = IconFiles::pictureOf(launcherPath(file)),
+                           .areSettingsLinked = isLink(IconSettings::filePath(file)) });
         }
     }
     std::ranges::stable_sort(found, [](const Icon& a, const Icon& b) {
@@ -306,12 +309,17 @@ QList<DropIcons::Part> DropIcons::entriesOf(const Icon& icon) const
     return parts;
 }
 
+DropIcons::Part DropIcons::linkTo(const QString& file, IconSort sort) const
+{
+    return { .kind = Part::Kind::Link, .path = linkPath(file, sort), .target = m_programPath };
+}
+
 QList<DropIcons::Part> DropIcons::partsOf(const Wish& wish) const
 {
     const QString file = IconName::fileName(wish.name);
     QList<Part> parts;
     if (wish.sort == IconSort::SubFolder) {
-        parts.append({ Part::Kind::Link, linkPath(file, wish.sort) });
+        parts.append(linkTo(file, wish.sort));
     }
     if (wish.picture.isOwn()) {
         parts.append({ Part::Kind::Picture, picturePath(file), png(wish.picture), IconFiles::readable });
@@ -325,7 +333,8 @@ QList<DropIcons::Part> DropIcons::partsOf(const Wish& wish) const
 }
 
 /// Those of @p wish, or those of the program's file @p oldFile, in whatever state they are, where @p wish changes the
-/// name alone. What is damaged stays beside the new ones. std::nullopt where that cannot be read.
+/// name alone. What is damaged stays beside the new ones, and a link leads where it did. std::nullopt where that cannot
+/// be read.
 std::optional<QList<DropIcons::Part>> DropIcons::settingsPartsOf(const Wish& wish, const QString& oldFile) const
 {
     const QString path = IconSettings::filePath(IconName::fileName(wish.name));
@@ -342,14 +351,18 @@ std::optional<QList<DropIcons::Part>> DropIcons::settingsPartsOf(const Wish& wis
     if (!old || !backup) {
         return std::nullopt;
     }
-    if (wish.server && !old->isEmpty() && !QJsonDocument::fromJson(*old).isObject()) {
+    if (wish.server && !old->isEmpty() && !UserDefaults::valuesIn(oldPath)) {
         add(backupOf(path), *old);
     } else if (bringsBackup) {
         add(backupOf(path), *backup);
     }
+    const bool isLinked = moves && isLink(oldPath);
+    if (isLinked) {
+        parts.append({ .kind = Part::Kind::Settings, .path = path, .target = QFileInfo(oldPath).symLinkTarget() });
+    }
     if (wish.server) {
         add(path, QJsonDocument(*wish.server).toJson());
-    } else if (moves && isThere) {
+    } else if (moves && isThere && !isLinked) {
         add(path, *old);
     }
     return parts;

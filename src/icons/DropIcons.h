@@ -37,6 +37,7 @@ public:
         QString path = {}; ///< The link; what is started.
         bool isOnDesktop = false;
         IconPicture picture = {};
+        bool areSettingsLinked = false; ///< Its own are a link to a file somewhere else, which stays when it goes.
 
         bool operator==(const Icon& other) const = default;
     };
@@ -91,6 +92,7 @@ private:
     QString launcherPath(const QString& file) const;
     QString picturePath(const QString& file) const;
     std::optional<QString> desktopPath(const QString& file) const;
+    Part linkTo(const QString& file, IconSort sort) const;
     QList<Part> entriesOf(const Icon& icon) const;
     QList<Part> partsOf(const Wish& wish) const;
     std::optional<QList<Part>> settingsPartsOf(const Wish& wish, const QString& oldFile) const;

@@ -55,15 +55,18 @@ FileChanges::~FileChanges()
 
 bool FileChanges::write(const QString& path, const QByteArray& content, QFile::Permissions permissions, bool replaces)
 {
-    if (permissions == ownersAlone && replaces && isTaken(path)) {
-        const std::optional<State> before = stateOf(path);
-        if (!before || !PrivateFile::replace(path, content)) {
+    // What is private is replaced where a link leads.
+    const bool isPrivate = permissions == ownersAlone && replaces;
+    const QString target = isPrivate ? PrivateFile::behindLinks(path) : path;
+    if (isPrivate && isTaken(target)) {
+        const std::optional<State> before = stateOf(target);
+        if (!before || !PrivateFile::replace(target, content)) {
             return false;
         }
         m_before.append(*before);
         return true;
     }
-    return makeRoom(path, replaces) && isMade(path, writeNew(path, content, permissions));
+    return makeRoom(target, replaces) && isMade(target, writeNew(target, content, permissions));
 }
 
 bool FileChanges::link(const QString& path, const QString& target, bool replaces)

@@ -10,7 +10,7 @@
 /// Changes of files that are all made or none: what was made is undone when this goes, unless keep() was called.
 class FileChanges {
 public:
-    /// What is written with these is replaced in one step: programs that run read it.
+    /// What is written with these is replaced in one step, as programs that run read it, and where a link leads.
     static constexpr QFile::Permissions ownersAlone = QFile::ReadOwner | QFile::WriteOwner;
 
     FileChanges() = default;

@@ -9,6 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString linkedFileStays = u"the file that it leads to stays, with the login."_s;
+
 /// Why @p name names no folder; it holds at least one character.
 QString whyUnsuitable(const QString& name)
 {
@@ -61,9 +63,10 @@ QString explanation(const QString& name, IconSort sort)
     Q_UNREACHABLE();
 }
 
-QString settingsLost()
+QString settingsLost(const DropIcons::Icon& icon)
 {
-    return u"The icon’s own settings, with the login, are removed."_s;
+    return icon.areSettingsLinked ? u"The icon’s own settings are a link, which is removed; "_s + linkedFileStays
+                                  : u"The icon’s own settings, with the login, are removed."_s;
 }
 
 QString destination(const QString& destination)
@@ -108,7 +111,8 @@ QString removalQuestion(const DropIcons::Icon& icon, bool isRunning)
     QString text = u"Are you sure you want to remove the drop icon “%1” from this computer?"_s;
     const bool hasOwnServer = icon.sort == IconSort::OwnServer;
     if (hasOwnServer) {
-        text += u" Its settings, with the login, are removed too."_s;
+        text += icon.areSettingsLinked ? u" Its settings are a link, which is removed too; "_s + linkedFileStays
+                                       : u" Its settings, with the login, are removed too."_s;
     }
     text += u"\n\nThe files that it has uploaded stay on the server."_s;
     if (isRunning) {

@@ -10,8 +10,8 @@ namespace IconText {
 /// What an icon of that name and sort would be, or why there can be none.
 QString explanation(const QString& name, IconSort sort);
 
-/// What becomes of the settings of an icon that is to have a server of its own no longer.
-QString settingsLost();
+/// What becomes of the settings of @p icon, which is to have a server of its own no longer.
+QString settingsLost(const DropIcons::Icon& icon);
 
 /// Where the files of one without a server of its own go; a null @p destination: nowhere.
 QString destination(const QString& destination);

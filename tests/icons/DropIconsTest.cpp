@@ -556,6 +556,44 @@ TEST_F(DropIconsTest, SettingsThatCannotBeReadAreNotLostByARename)
 
     EXPECT_TRUE(FileChanges::isTaken(settingsPath(u"a"_s)));
     EXPECT_EQ(m_icons.icons().constFirst().name, u"a"_s);
+    EXPECT_TRUE(remove(m_icons, u"a"_s));
+}
+
+TEST_F(DropIconsTest, SettingsThatAreALinkStayOneAndTheFileThatItLeadsToIsChanged)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    const QString target = path(u"dotfiles/a.json"_s);
+    ASSERT_TRUE(QDir().mkpath(path(u"dotfiles"_s)));
+    ASSERT_TRUE(QFile::rename(settingsPath(u"a"_s), target));
+    ASSERT_TRUE(QFile::link(target, settingsPath(u"a"_s)));
+    const auto leadsThere
+        = [&target](const QString& name) { return QFile::symLinkTarget(settingsPath(name)) == target; };
+    DropIcons::Wish wish = withServer(u"a"_s);
+    for (const QString& name : { u"a"_s, u"b"_s }) {
+        wish.name = name;
+        wish.server->insert(u"Address"_s, u"server of "_s + name);
+
+        EXPECT_EQ(changeOf(m_icons, u"a"_s, wish), Outcome::Made);
+
+        EXPECT_TRUE(leadsThere(name));
+        EXPECT_TRUE(read(target).contains("\"server of " + name.toUtf8() + '"'));
+        EXPECT_EQ(modeOf(target), 0600U);
+    }
+    EXPECT_FALSE(QFileInfo(settingsPath(u"a"_s)).isSymLink());
+    EXPECT_EQ(changeOf(m_icons, u"b"_s, { .name = u"c"_s, .sort = IconSort::OwnServer }), Outcome::Made);
+    EXPECT_TRUE(leadsThere(u"c"_s));
+    const QMap<QString, QByteArray> before = everything();
+
+    wish.name = u"c"_s;
+    wish.server->insert(u"Address"_s, u"another"_s);
+    wish.onDesktop = true;
+    const DropIcons blocked = iconsWith([](auto& folders) { folders.desktop = u"/proc/nowhere"_s; });
+    EXPECT_EQ(changeOf(blocked, u"c"_s, wish), Outcome::NotWritable);
+    EXPECT_EQ(everything(), before);
+
+    ASSERT_TRUE(m_icons.icons().constFirst().areSettingsLinked);
+    EXPECT_TRUE(remove(m_icons, u"c"_s));
+    EXPECT_EQ(everything().keys(), (QStringList{ target, path(u"program"_s) }));
 }
 
 TEST_F(DropIconsTest, AnIconThatIsOfAnotherSortByNowIsNeitherChangedNorRemoved)

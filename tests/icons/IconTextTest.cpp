@@ -87,6 +87,20 @@ TEST(IconTextTest, TheQuestionBeforeARemovalSaysWhatGoesAndWhatGoesOn)
                   + u" It is running: its window uploads nothing more from then on."_s);
 }
 
+TEST(IconTextTest, OfSettingsThatAreALinkTheLinkAloneIsSaidToBeRemoved)
+{
+    const DropIcons::Icon linked{ .name = u"a"_s, .sort = IconSort::OwnServer, .areSettingsLinked = true };
+
+    EXPECT_EQ(
+        IconText::removalQuestion(linked, false),
+        u"Are you sure you want to remove the drop icon “a” from this computer? Its settings are a link, which is "
+        "removed too; the file that it leads to stays, with the login.\n\nThe files that it has uploaded stay on "
+        "the server."_s);
+    EXPECT_EQ(
+        IconText::settingsLost(linked),
+        u"The icon’s own settings are a link, which is removed; the file that it leads to stays, with the login."_s);
+}
+
 TEST(IconTextTest, NamesInSentencesAreShownAndNotObeyed)
 {
     const QString name = u"a%1\u202Eb"_s;
