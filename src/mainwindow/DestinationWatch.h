@@ -12,6 +12,9 @@ class DestinationWatch final : public QObject {
     Q_OBJECT
 
 public:
+    /// So long settings may be some that are being written.
+    static constexpr std::chrono::milliseconds quietTime{ 1000 };
+
     explicit DestinationWatch(QObject& parent);
 
     /// Another destination is in force.
@@ -23,8 +26,6 @@ signals:
     void settled();
 
 private:
-    static constexpr std::chrono::milliseconds quietTime{ 1000 };
-
     static std::chrono::milliseconds ageOfSettings();
     void check();
 

@@ -4,6 +4,7 @@
 #include "DelayedAlert.h"
 #include "DestinationListing.h"
 #include "DestinationSettings.h"
+#include "DestinationWatch.h"
 #include "FTPCreateController.h"
 #include "FTPGetController.h"
 #include "FTPPutController.h"
@@ -21,7 +22,6 @@
 #include "UserDefaults.h"
 #include "WindowIndicators.h"
 
-#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -32,9 +32,6 @@ constexpr int showingIntervalMs = 80;
 
 /// So long uploads follow one another before everything else that has come is seen to first.
 constexpr int turnsMs = 20;
-
-/// So long settings without a destination may be some that are being written.
-constexpr std::chrono::milliseconds quietTime{ 1000 };
 
 } // namespace
 
@@ -48,9 +45,9 @@ Pump::Pump(const Parts& parts)
         takeTurn();
     });
     m_destinationChange.setSingleShot(true);
-    m_destinationChange.start(quietTime);
+    m_destinationChange.start(DestinationWatch::quietTime);
     connect(&parts.listing, &DestinationListing::destinationChanged, &m_destinationChange,
-            [this] { m_destinationChange.start(quietTime); });
+            [this] { m_destinationChange.start(DestinationWatch::quietTime); });
     connect(&parts.queue, &UploadQueue::changed, this, &Pump::wake);
     connect(&parts.history, &UploadHistory::rowsChanged, this, &Pump::wake);
     connect(&parts.listing, &DestinationListing::changed, this, &Pump::wake);
