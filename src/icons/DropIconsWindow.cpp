@@ -106,7 +106,6 @@ void DropIconsWindow::showEvent(QShowEvent* event)
     QDialog::showEvent(event);
     m_reading.start();
     if (!event->spontaneous()) {
-        m_icons.makeMissingEntries();
         m_ui->iconsTable->clearSelection();
         m_ui->listMessageLabel->clear();
         m_ui->iconsTable->setFocus();
