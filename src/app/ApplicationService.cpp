@@ -9,7 +9,6 @@
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QScopeGuard>
 #include <QUrl>
 
 #include <utility>
@@ -22,6 +21,11 @@ namespace {
 QString nameOfOwnServer(const QString& busName)
 {
     return busName + u".OwnServer"_s;
+}
+
+bool isRegistered(const QDBusConnection& bus, const QString& name)
+{
+    return bus.isConnected() && bus.interface()->isServiceRegistered(name);
 }
 
 QDBusMessage callTo(const QString& name, const QString& method, const QVariantList& arguments)
@@ -61,7 +65,7 @@ ApplicationService::HandOver deliver(const QDBusConnection& bus, const QString& 
     if (reply.type() == QDBusMessage::ReplyMessage) {
         return HandOver::Taken;
     }
-    if (!bus.interface()->isServiceRegistered(name)) {
+    if (!isRegistered(bus, name)) {
         return HandOver::NobodyRuns; // It has ended meanwhile, with all that it was asked.
     }
     return QDBusError(reply).type() == QDBusError::NoReply ? HandOver::Unanswered : HandOver::Refused;
@@ -81,15 +85,16 @@ QString ApplicationService::objectPath(const QString& name)
     return path.replace(u'.', u'/').replace(u'-', u'_');
 }
 
-ApplicationService::HandOver ApplicationService::handOver(const QString& programName, const QStringList& files,
-                                                          const QString& action)
+bool ApplicationService::isRunning(const QDBusConnection& bus, const QString& programName)
 {
-    // A connection of its own, since this may come before the application that the shared one belongs to.
-    static const QString connectionName = u"handOver"_s;
-    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
-    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
+    return isRegistered(bus, busName(programName));
+}
+
+ApplicationService::HandOver ApplicationService::handOver(const QDBusConnection& bus, const QString& programName,
+                                                          const QStringList& files, const QString& action)
+{
     const QString name = busName(programName);
-    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(name)) {
+    if (!isRegistered(bus, name)) {
         return HandOver::NobodyRuns;
     }
     const QList<QDBusMessage> calls = callsTo(name, files, action);
@@ -114,17 +119,10 @@ void ApplicationService::askWhetherRuns(const QString& programName, QObject* con
             });
 }
 
-bool ApplicationService::hasOtherServer(const QString& programName)
+bool ApplicationService::hasOtherServer(const QDBusConnection& bus, const QString& programName)
 {
-    if (!IconSettings::areInUse()) {
-        return false;
-    }
-    static const QString connectionName = u"hasOtherServer"_s;
-    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
-    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     const QString name = busName(programName);
-    return bus.isConnected() && bus.interface()->isServiceRegistered(name)
-        && !bus.interface()->isServiceRegistered(nameOfOwnServer(name));
+    return IconSettings::areInUse() && isRegistered(bus, name) && !isRegistered(bus, nameOfOwnServer(name));
 }
 
 bool ApplicationService::registerFor(const QString& programName)

@@ -9,6 +9,8 @@
 
 #include <functional>
 
+class QDBusConnection;
+
 /// One running program for each program name: the first one answers under a bus name of its own on the session bus, as
 /// org.freedesktop.Application describes, and later starts hand their files to it. A call that comes while the main
 /// loop is suspended (LoopSuspension) is served, and answered, once it is resumed.
@@ -43,12 +45,15 @@ public:
         Unanswered, ///< It may take the files later, or never.
     };
 
+    /// Whether a program of that name runs; no without a @p bus.
+    static bool isRunning(const QDBusConnection& bus, const QString& programName);
     /// Hands @p files and @p action (null for none) to the running program of that name, or only activates it when
     /// there is neither.
-    static HandOver handOver(const QString& programName, const QStringList& files, const QString& action);
+    static HandOver handOver(const QDBusConnection& bus, const QString& programName, const QStringList& files,
+                             const QString& action);
     /// Whether a program of that name runs that has no server of its own, although this one has: it was started by an
     /// icon that there is no more, and would upload what it is handed to another server.
-    static bool hasOtherServer(const QString& programName);
+    static bool hasOtherServer(const QDBusConnection& bus, const QString& programName);
     /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
     bool registerFor(const QString& programName);
 

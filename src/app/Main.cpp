@@ -33,8 +33,10 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QLocale>
 #include <QMainWindow>
+#include <QScopeGuard>
 #include <QTextStream>
 #include <QUrl>
 
@@ -61,10 +63,10 @@ int wordsForToolkit = 1;
 
 /// Ends the process when a program of our name runs: with 0 when that has the files in its queue. Otherwise with 1,
 /// having said which files those are, and whether they may still be taken.
-void handOver(const CommandLine& commandLine)
+void handOver(const CommandLine& commandLine, const QDBusConnection& bus)
 {
     using HandOver = ApplicationService::HandOver;
-    const HandOver result = ApplicationService::handOver(programFileName(), commandLine.files, commandLine.action);
+    const HandOver result = ApplicationService::handOver(bus, programFileName(), commandLine.files, commandLine.action);
     if (result == HandOver::NobodyRuns) {
         return;
     }
@@ -87,7 +89,11 @@ void handOver(const CommandLine& commandLine)
 /// another server gets nothing: this one goes on beside it.
 void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
 {
-    if (ApplicationService::hasOtherServer(programFileName())) {
+    // A connection of its own, since this may come before the application that the shared one belongs to.
+    static const QString connectionName = u"handOver"_s;
+    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
+    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
+    if (ApplicationService::hasOtherServer(bus, programFileName())) {
         if (commandLine.isWaitedFor && !commandLine.isHidden) { // Who waits is told by the program that has the name.
             IconCommands::refuse(commandLine.files,
                                  u"The window that is open is of a former icon of this name, and goes to another "
@@ -97,9 +103,9 @@ void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
         return;
     }
     if (commandLine.isWaitedFor || commandLine.isHidden) {
-        UploadCommand::run(commandLine, turn);
+        UploadCommand::run(commandLine, turn, bus);
     } else {
-        handOver(commandLine);
+        handOver(commandLine, bus);
     }
 }
 

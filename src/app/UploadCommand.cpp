@@ -1,5 +1,6 @@
 #include "UploadCommand.h"
 
+#include "ApplicationService.h"
 #include "BusName.h"
 #include "HiddenTurn.h"
 #include "OwnProcess.h"
@@ -8,8 +9,6 @@
 #include "UploadsClient.h"
 
 #include <QCoreApplication>
-#include <QDBusConnectionInterface>
-#include <QScopeGuard>
 
 #include <chrono>
 #include <cstdio>
@@ -24,9 +23,9 @@ namespace {
 constexpr auto turnInterval = 200ms; ///< Nobody tells that a process has ended that is not on the bus.
 constexpr int nobodyRuns = -1; ///< What the loop ends with where this process is to upload the files.
 
-bool isRegistered(const QDBusConnection& bus)
+bool isRunning(const QDBusConnection& bus)
 {
-    return bus.isConnected() && bus.interface()->isServiceRegistered(busName(programFileName()));
+    return ApplicationService::isRunning(bus, programFileName());
 }
 
 bool hasDisplay()
@@ -36,11 +35,8 @@ bool hasDisplay()
 
 } // namespace
 
-void UploadCommand::run(const CommandLine& commandLine, HiddenTurn& turn)
+void UploadCommand::run(const CommandLine& commandLine, HiddenTurn& turn, const QDBusConnection& bus)
 {
-    static const QString connectionName = u"uploads"_s;
-    const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
-    const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     UploadCommand command(commandLine, turn, bus);
     QMetaObject::invokeMethod(&command, &UploadCommand::begin, Qt::QueuedConnection);
     const int status = QCoreApplication::exec();
@@ -65,7 +61,7 @@ UploadCommand::~UploadCommand() = default;
 
 void UploadCommand::begin()
 {
-    if (isRegistered(m_bus)) {
+    if (isRunning(m_bus)) {
         handOver();
     } else if (m_commandLine.isHidden) {
         awaitTurn();
@@ -109,7 +105,7 @@ void UploadCommand::startWindow()
     }
     auto* const window = new OwnProcess(this);
     connect(window, &OwnProcess::ended, this, [this] {
-        if (m_client == nullptr && !isRegistered(m_bus)) {
+        if (m_client == nullptr && !isRunning(m_bus)) {
             fail(u"The window could not be opened."_s, u"Not taken"_s);
         }
     });

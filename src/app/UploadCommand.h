@@ -22,8 +22,8 @@ class UploadCommand final : public QObject {
 public:
     /// Ends the process when the command has been carried out. Comes back only when no window is wanted and no program
     /// of our name runs: this one is to be it, and has the @p turn. Needs an application object whose loop does not
-    /// run.
-    static void run(const CommandLine& commandLine, HiddenTurn& turn);
+    /// run; the connection to the session bus may be none.
+    static void run(const CommandLine& commandLine, HiddenTurn& turn, const QDBusConnection& bus);
 
 private:
     UploadCommand(const CommandLine& commandLine, HiddenTurn& turn, const QDBusConnection& bus);

@@ -1,6 +1,5 @@
 #include "ApplicationService.h"
 
-#include "EnvironmentValue.h"
 #include "LoopSuspension.h"
 #include "Printers.h"
 #include "WaitFor.h"
@@ -83,9 +82,11 @@ TEST(ApplicationServiceTest, CallsThatComeWhileTheLoopIsHeldAreServedAfterwardsI
 
 TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)
 {
-    const EnvironmentValue address("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    const QDBusConnection none(u"none"_s);
 
-    EXPECT_EQ(ApplicationService::handOver(u"Quillbox"_s, { u"/a"_s }, {}), ApplicationService::HandOver::NobodyRuns);
+    EXPECT_EQ(ApplicationService::handOver(none, u"Quillbox"_s, { u"/a"_s }, {}),
+              ApplicationService::HandOver::NobodyRuns);
+    EXPECT_FALSE(ApplicationService::isRunning(none, u"Quillbox"_s));
 }
 
 } // namespace
