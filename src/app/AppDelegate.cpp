@@ -14,6 +14,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDBusConnection>
 #include <QDesktopServices>
 #include <QEvent>
 #include <QFile>
@@ -220,13 +221,16 @@ void AppDelegate::showDropIconsWindow()
     if (m_dropIconsWindow == nullptr) {
         const auto start
             = [](const QStringList& words) { return QProcess::startDetached(words.first(), words.sliced(1)); };
+        const auto askWhetherRuns = [](const QString& fileName, QObject* context, const auto& answer) {
+            ApplicationService::askWhetherRuns(QDBusConnection::sessionBus(), fileName, context, answer);
+        };
         const auto askForLastUploads
             = [this](QObject* context, const auto& answer) { m_candidate.ledger().lastUploads(context, answer); };
         m_dropIconsWindow = std::make_unique<DropIconsWindow>(
             m_icons,
             DropIconsWindow::Application{
                 .forms = { .server = m_candidate.windows().serverAccess([] { return QString(); }),
-                           .askWhetherRuns = &ApplicationService::askWhetherRuns },
+                           .askWhetherRuns = askWhetherRuns },
                 .start = start,
                 .askForLastUploads = askForLastUploads,
             });

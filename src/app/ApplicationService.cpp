@@ -105,17 +105,23 @@ ApplicationService::HandOver ApplicationService::handOver(const QDBusConnection&
     return result;
 }
 
-void ApplicationService::askWhetherRuns(const QString& programName, QObject* context, std::function<void(bool)> answer)
+void ApplicationService::askWhetherRuns(const QDBusConnection& bus, const QString& programName, QObject* context,
+                                        std::function<void(std::optional<bool>)> answer)
 {
+    if (!bus.isConnected()) { // It would never answer.
+        QMetaObject::invokeMethod(
+            context, [answer = std::move(answer)] { answer(std::nullopt); }, Qt::QueuedConnection);
+        return;
+    }
     static const QString daemon = u"org.freedesktop.DBus"_s;
     QDBusMessage call = QDBusMessage::createMethodCall(daemon, u"/org/freedesktop/DBus"_s, daemon, u"NameHasOwner"_s);
     call.setArguments({ busName(programName) });
-    auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), context);
+    auto* const watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), context);
     connect(watcher, &QDBusPendingCallWatcher::finished, context,
             [answer = std::move(answer)](QDBusPendingCallWatcher* finished) {
                 finished->deleteLater();
                 const QDBusPendingReply<bool> reply = *finished;
-                answer(reply.isValid() && reply.value());
+                answer(reply.isValid() ? std::optional(reply.value()) : std::nullopt);
             });
 }
 

@@ -8,6 +8,7 @@
 #include <QVariantMap>
 
 #include <functional>
+#include <optional>
 
 class QDBusConnection;
 
@@ -35,8 +36,9 @@ public:
     static constexpr int callTimeoutMs = 10'000; ///< How long a start waits for the running program's answer.
 
     /// Asks the session bus whether the program of that name runs. @p answer is called from the loop, unless @p context
-    /// is gone by then; without a bus that is not known, and the answer is no.
-    static void askWhetherRuns(const QString& programName, QObject* context, std::function<void(bool)> answer);
+    /// is gone by then; std::nullopt: not known, as there is no bus.
+    static void askWhetherRuns(const QDBusConnection& bus, const QString& programName, QObject* context,
+                               std::function<void(std::optional<bool>)> answer);
 
     enum class HandOver {
         NobodyRuns, ///< No program of that name, or none any more, or there is no session bus.

@@ -113,7 +113,7 @@ void DropIconForm::fill()
     m_ui->colourBox->setCurrentIndex(m_ui->colourBox->findData(m_icon->picture.colour));
     m_ui->ownServerButton->setChecked(m_icon->sort == IconSort::OwnServer);
     m_application.askWhetherRuns(IconName::fileName(m_icon->name), this,
-                                 [this](bool isRunning) { showRunning(isRunning); });
+                                 [this](std::optional<bool> isRunning) { showRunning(isRunning); });
 }
 
 void DropIconForm::connectFields()
@@ -207,7 +207,7 @@ void DropIconForm::explain()
     const bool losesServer = m_icon && m_icon->sort == IconSort::OwnServer && !hasOwnServer && canBeMade;
     m_ui->explanationLabel->setText(IconText::explanation(name, sort())
                                     + (losesServer ? u' ' + IconText::settingsLost(*m_icon) : QString()));
-    m_ui->failureLabel->setText(m_isRunning ? IconText::running(m_icon->name) : QString());
+    m_ui->failureLabel->setText(m_icon ? IconText::running(m_icon->name, m_isRunning) : QString());
     m_ui->saveIconButton->setEnabled(canBeStored());
 }
 
@@ -219,12 +219,13 @@ void DropIconForm::showPicture()
     m_ui->pictureView->setPixmap(pixmap);
 }
 
-void DropIconForm::showRunning(bool isRunning)
+void DropIconForm::showRunning(std::optional<bool> isRunning)
 {
     m_isRunning = isRunning;
-    m_ui->nameTextField->setEnabled(!isRunning);
-    m_ui->subFolderButton->setEnabled(!isRunning);
-    m_ui->ownServerButton->setEnabled(!isRunning);
+    const bool mayChange = !isRunning.value_or(false);
+    m_ui->nameTextField->setEnabled(mayChange);
+    m_ui->subFolderButton->setEnabled(mayChange);
+    m_ui->ownServerButton->setEnabled(mayChange);
     explain();
 }
 
@@ -237,8 +238,8 @@ void DropIconForm::accept()
         store();
         return;
     }
-    m_application.askWhetherRuns(IconName::fileName(m_icon->name), this, [this](bool isRunning) {
-        if (isRunning) { // By now.
+    m_application.askWhetherRuns(IconName::fileName(m_icon->name), this, [this](std::optional<bool> isRunning) {
+        if (isRunning.value_or(false)) { // By now.
             m_ui->nameTextField->setText(m_icon->name);
             m_ui->subFolderButton->setChecked(m_icon->sort == IconSort::SubFolder);
             m_ui->ownServerButton->setChecked(m_icon->sort == IconSort::OwnServer);

@@ -18,8 +18,8 @@ class DropIconForm;
 } // namespace Ui
 
 /// The form in which a drop icon is made or changed. What its name leads to is said while it is typed. Name and sort of
-/// an icon that runs stay as they are. It stores what it shows all at once; where that is not possible it says why and
-/// stays open. Belongs to the main thread.
+/// an icon that runs stay as they are; where nobody knows whether it runs, the form says so. It stores what it shows
+/// all at once; where that is not possible it says why and stays open. Belongs to the main thread.
 class DropIconForm final : public QDialog {
     Q_OBJECT
 
@@ -27,8 +27,9 @@ public:
     /// What the form asks of the application.
     struct Application {
         ServerAccess server;
-        /// Asks whether the program runs whose file has that name.
-        std::function<void(const QString& fileName, QObject* context, std::function<void(bool)> answer)> askWhetherRuns;
+        /// Asks whether the program runs whose file has that name; std::nullopt answers that nobody knows.
+        std::function<void(const QString& fileName, QObject* context, std::function<void(std::optional<bool>)> answer)>
+            askWhetherRuns;
     };
 
     /// To change @p icon, or without one to make another one.
@@ -54,14 +55,14 @@ private:
     bool canBeStored() const;
     void explain();
     void showPicture();
-    void showRunning(bool isRunning);
+    void showRunning(std::optional<bool> isRunning);
     void store();
 
     DropIcons m_icons;
     Application m_application;
     std::optional<DropIcons::Icon> m_icon;
     std::unique_ptr<UserDefaults> m_settings; ///< Of the icon's own server; there may be none yet.
-    bool m_isRunning = false;
+    std::optional<bool> m_isRunning = false; ///< As far as was answered; std::nullopt: nobody knows.
     std::unique_ptr<Ui::DropIconForm> m_ui;
     IconServerForm* m_server;
 };

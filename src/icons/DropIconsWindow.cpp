@@ -152,13 +152,14 @@ void DropIconsWindow::askWhetherToRemove()
     if (!icon) {
         return;
     }
-    m_application.forms.askWhetherRuns(IconName::fileName(icon->name), this, [this, icon](bool isRunning) {
+    const auto ask = [this, icon](std::optional<bool> isRunning) {
         SheetQueue::of(*this).raise({ .title = u"Remove Drop Icon"_s,
                                       .text = IconText::removalQuestion(*icon, isRunning),
                                       .defaultButton = u"Cancel"_s,
                                       .alternateButton = u"Remove"_s,
                                       .onAlternate = [this, icon] { remove(*icon); } });
-    });
+    };
+    m_application.forms.askWhetherRuns(IconName::fileName(icon->name), this, ask);
 }
 
 void DropIconsWindow::remove(const DropIcons::Icon& icon)

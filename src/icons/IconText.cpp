@@ -100,13 +100,21 @@ QString failure(DropIcons::Outcome outcome, bool isListed)
     Q_UNREACHABLE();
 }
 
-QString running(const QString& name)
+QString running(const QString& name, std::optional<bool> isRunning)
 {
-    return u"“%1” is running: its name, and whether it has a server of its own, can be changed when its window is "
-           "closed."_s.arg(visibleText(name));
+    QString text;
+    if (!isRunning) {
+        text = u"Without a session bus nobody knows whether “%1” is running. Close its window before you change its "
+               u"name "
+               "or picture, or whether it has a server of its own."_s;
+    } else if (*isRunning) {
+        text = u"“%1” is running: its name, and whether it has a server of its own, can be changed when its window is "
+               "closed. Another picture shows there when it is started again."_s;
+    }
+    return text.isNull() ? text : text.arg(visibleText(name));
 }
 
-QString removalQuestion(const DropIcons::Icon& icon, bool isRunning)
+QString removalQuestion(const DropIcons::Icon& icon, std::optional<bool> isRunning)
 {
     QString text = u"Are you sure you want to remove the drop icon “%1” from this computer?"_s;
     const bool hasOwnServer = icon.sort == IconSort::OwnServer;
@@ -115,9 +123,11 @@ QString removalQuestion(const DropIcons::Icon& icon, bool isRunning)
                                        : u" Its settings, with the login, are removed too."_s;
     }
     text += u"\n\nThe files that it has uploaded stay on the server."_s;
-    if (isRunning) {
-        text += hasOwnServer ? u" It is running: its window uploads nothing more from then on."_s
-                             : u" It is running: its window goes on until it is closed."_s;
+    if (isRunning.value_or(true)) {
+        text += isRunning ? u" It is running: its"_s
+                          : u" Without a session bus nobody knows whether it is running; if so, its"_s;
+        text += hasOwnServer ? u" window uploads nothing more from then on."_s
+                             : u" window goes on until it is closed."_s;
     }
     return text.arg(visibleText(icon.name));
 }

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <optional>
+
 /// What is said of drop icons: sentences for the person who makes them. Pure.
 namespace IconText {
 
@@ -22,11 +24,13 @@ QString made(bool onDesktop);
 /// Why an icon was not made or changed. @p isListed: there is another icon of that name.
 QString failure(DropIcons::Outcome outcome, bool isListed);
 
-/// Why the name and the sort of the icon @p name cannot be changed.
-QString running(const QString& name);
+// std::nullopt says of an icon that nobody knows whether it is running.
+
+/// What of the icon @p name cannot be changed, or not for what is running; null when that is nothing.
+QString running(const QString& name, std::optional<bool> isRunning);
 
 /// The question before @p icon is removed.
-QString removalQuestion(const DropIcons::Icon& icon, bool isRunning);
+QString removalQuestion(const DropIcons::Icon& icon, std::optional<bool> isRunning);
 QString notRemoved(const QString& name);
 QString notStarted(const QString& name);
 

@@ -1,12 +1,16 @@
 #include "ApplicationService.h"
 
+#include "BusName.h"
 #include "LoopSuspension.h"
 #include "Printers.h"
+#include "PrivateBus.h"
 #include "WaitFor.h"
 
 #include <QDBusConnection>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -87,6 +91,31 @@ TEST(ApplicationServiceTest, WithoutASessionBusNothingIsHandedOver)
     EXPECT_EQ(ApplicationService::handOver(none, u"Quillbox"_s, { u"/a"_s }, {}),
               ApplicationService::HandOver::NobodyRuns);
     EXPECT_FALSE(ApplicationService::isRunning(none, u"Quillbox"_s));
+}
+
+/// What is answered of a program with that name, from the loop.
+std::optional<bool> runs(const QDBusConnection& bus, const QString& programName)
+{
+    QObject context;
+    std::optional<bool> isRunning;
+    bool isAnswered = false;
+    ApplicationService::askWhetherRuns(bus, programName, &context, [&](std::optional<bool> answer) {
+        isRunning = answer;
+        isAnswered = true;
+    });
+    EXPECT_FALSE(isAnswered);
+    EXPECT_TRUE(waitFor([&isAnswered] { return isAnswered; }));
+    return isRunning;
+}
+
+TEST(ApplicationServiceTest, WhetherAProgramRunsIsKnownWhereThereIsASessionBusAlone)
+{
+    const PrivateBus bus;
+    ASSERT_TRUE(bus.serviceConnection().registerService(busName(u"Scans"_s)));
+
+    EXPECT_EQ(runs(bus.connection(), u"Scans"_s), true);
+    EXPECT_EQ(runs(bus.connection(), u"scans"_s), false);
+    EXPECT_EQ(runs(QDBusConnection(u"none"_s), u"Scans"_s), std::nullopt);
 }
 
 } // namespace

@@ -78,8 +78,10 @@ protected:
                                                return address.isEmpty() ? QString()
                                                                         : u"ftp://"_s + address + u'/' + folder;
                                            } },
-                           .askWhetherRuns = [this](const QString& file, QObject*,
-                                                    const auto& answer) { answer(m_running.contains(file)); } },
+                           .askWhetherRuns =
+                               [this](const QString& file, QObject*, const auto& answer) {
+                                   answer(m_hasBus ? std::optional(m_running.contains(file)) : std::nullopt);
+                               } },
                 .start =
                     [this](const QStringList& words) {
                         m_started.append(words.join(u' '));
@@ -153,6 +155,7 @@ protected:
     TemporaryHome m_home;
     QTemporaryDir m_folder;
     QStringList m_running;
+    bool m_hasBus = true;
     QStringList m_started;
     DropIconsWindow::LastUploads m_lastUploads = QHash<QString, qint64>();
     bool m_canStart = true;
@@ -411,10 +414,29 @@ TEST_F(DropIconsWindowTest, NameAndSortOfAnIconThatRunsStayAndItsServerMayChange
 
     EXPECT_FALSE(name().isEnabled());
     EXPECT_FALSE(part<QRadioButton>("subFolderButton").isEnabled());
-    EXPECT_EQ(failure(), IconText::running(u"a"_s));
+    EXPECT_EQ(failure(), IconText::running(u"a"_s, true));
     part<QLineEdit>("folderTextField").setText(u"out"_s);
     saveForm();
     EXPECT_EQ(rows(), QStringList{ u"a|ftp://other/out/|None known"_s });
+}
+
+TEST_F(DropIconsWindowTest, WhereNobodyKnowsWhetherAnIconRunsTheFormSaysSoAndLetsItBeRenamed)
+{
+    ASSERT_EQ(icons().make({ .name = u"a"_s }), DropIcons::Outcome::Made);
+    m_hasBus = false;
+    open();
+
+    beginEdit(0);
+
+    EXPECT_EQ(failure(), IconText::running(u"a"_s, std::nullopt));
+    name().setText(u"b"_s);
+    saveForm();
+    EXPECT_EQ(rows(), QStringList{ u"b|ftp://host/b/|None known"_s });
+    press("removeIconButton");
+    EXPECT_EQ(
+        shownSheets(),
+        QStringList{ u"Remove Drop Icon: "_s + IconText::removalQuestion(icons().icons().constFirst(), std::nullopt) });
+    answerSheet(u"Cancel"_s);
 }
 
 TEST_F(DropIconsWindowTest, AnIconThatIsStartedMeanwhileIsNotRenamed)
@@ -427,7 +449,7 @@ TEST_F(DropIconsWindowTest, AnIconThatIsStartedMeanwhileIsNotRenamed)
 
     save().click();
 
-    EXPECT_EQ(failure(), IconText::running(u"a"_s));
+    EXPECT_EQ(failure(), IconText::running(u"a"_s, true));
     EXPECT_EQ(name().text(), u"a"_s);
     EXPECT_EQ(files(u"quillbox/copies"_s), QStringList{ u"a"_s });
 }

@@ -85,6 +85,23 @@ TEST(IconTextTest, TheQuestionBeforeARemovalSaysWhatGoesAndWhatGoesOn)
     EXPECT_EQ(IconText::removalQuestion(withServer, true),
               question + u" Its settings, with the login, are removed too."_s + stays
                   + u" It is running: its window uploads nothing more from then on."_s);
+    const QString unknown = stays + u" Without a session bus nobody knows whether it is running; if so, its window "_s;
+    EXPECT_EQ(IconText::removalQuestion(inSubFolder, std::nullopt),
+              question + unknown + u"goes on until it is closed."_s);
+    EXPECT_EQ(IconText::removalQuestion(withServer, std::nullopt),
+              question + u" Its settings, with the login, are removed too."_s + unknown
+                  + u"uploads nothing more from then on."_s);
+}
+
+TEST(IconTextTest, WhatMustNotChangeWhileAnIconRunsIsSaidAndThatNobodyKnowsWhetherItDoes)
+{
+    EXPECT_EQ(IconText::running(u"a"_s, false), QString());
+    EXPECT_EQ(IconText::running(u"a"_s, true),
+              u"“a” is running: its name, and whether it has a server of its own, can be changed when its window is "
+              "closed. Another picture shows there when it is started again."_s);
+    EXPECT_EQ(IconText::running(u"a"_s, std::nullopt),
+              u"Without a session bus nobody knows whether “a” is running. Close its window before you change its name "
+              "or picture, or whether it has a server of its own."_s);
 }
 
 TEST(IconTextTest, OfSettingsThatAreALinkTheLinkAloneIsSaidToBeRemoved)
@@ -107,7 +124,8 @@ TEST(IconTextTest, NamesInSentencesAreShownAndNotObeyed)
     const QString shown = u"“a%1⟨U+202E⟩b”"_s;
 
     EXPECT_TRUE(IconText::removalQuestion({ .name = name }, false).contains(shown));
-    EXPECT_TRUE(IconText::running(name).startsWith(shown));
+    EXPECT_TRUE(IconText::running(name, true).startsWith(shown));
+    EXPECT_TRUE(IconText::running(name, std::nullopt).contains(shown));
     EXPECT_TRUE(IconText::notRemoved(name).startsWith(shown));
     EXPECT_TRUE(IconText::notStarted(name).startsWith(shown));
 }
