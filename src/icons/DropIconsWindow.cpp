@@ -52,7 +52,8 @@ DropIconsWindow::DropIconsWindow(DropIcons icons, Application application)
     keepButtonsWhole(*this);
     m_model.setHorizontalHeaderLabels({ u"Name"_s, u"Destination"_s, u"Last Upload"_s });
     m_model.horizontalHeaderItem(lastUploadColumn)
-        ->setToolTip(u"When an icon of this name last had a file confirmed, as far as the history tells"_s);
+        ->setToolTip(
+            u"When an icon of this name last had a file confirmed at this destination, as far as the history tells"_s);
     TextTable& table = *m_ui->iconsTable;
     table.setModel(&m_model);
     table.verticalHeader()->setDefaultSectionSize(rowHeight);
@@ -215,22 +216,21 @@ void DropIconsWindow::reload()
 void DropIconsWindow::showLastUploads()
 {
     for (int row = 0; row < m_model.rowCount(); ++row) {
-        m_model.item(row, lastUploadColumn)->setText(lastUploadText(m_listed[row].icon.name));
+        m_model.item(row, lastUploadColumn)->setText(lastUploadText(m_listed[row]));
     }
 }
 
-QString DropIconsWindow::lastUploadText(const QString& name) const
+QString DropIconsWindow::lastUploadText(const Row& row) const
 {
     if (!m_hasAskedForUploads) {
         return {};
     }
-    const QString fileName = IconName::fileName(name);
     if (!m_lastUploads) {
         return u"Not known"_s; // The history cannot be read.
     }
-    return m_lastUploads->contains(fileName)
-        ? shortDateShortTimeText(QDateTime::fromMSecsSinceEpoch(m_lastUploads->value(fileName)))
-        : u"None known"_s;
+    const auto found = m_lastUploads->constFind({ IconName::fileName(row.icon.name), row.destination });
+    return found == m_lastUploads->cend() ? u"None known"_s
+                                          : shortDateShortTimeText(QDateTime::fromMSecsSinceEpoch(*found));
 }
 
 void DropIconsWindow::showWhatCanBeDone()

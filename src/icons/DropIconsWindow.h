@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace Ui {
 class DropIconsWindow;
@@ -26,8 +27,9 @@ class DropIconsWindow final : public QDialog {
     Q_OBJECT
 
 public:
-    /// When the newest file of each icon was confirmed, by the program's file name; std::nullopt: not known.
-    using LastUploads = std::optional<QHash<QString, qint64>>;
+    /// When the newest file of each icon at each destination was confirmed, by the program's file name and that;
+    /// std::nullopt: not known.
+    using LastUploads = std::optional<QHash<std::pair<QString, QString>, qint64>>;
 
     /// What the window asks of the application.
     struct Application {
@@ -62,7 +64,7 @@ private:
     void remove(const DropIcons::Icon& icon);
     void reload();
     void showLastUploads();
-    QString lastUploadText(const QString& name) const;
+    QString lastUploadText(const Row& row) const;
     void showWhatCanBeDone();
     void select(qsizetype row);
     /// Where the icon @p name stands in the list; -1 when it is not there.

@@ -254,18 +254,19 @@ std::optional<QList<LedgerRow>> LedgerReader::read(const QList<LedgerKey>& keys)
     return rows;
 }
 
-std::optional<QHash<QString, qint64>> LedgerReader::lastUploads()
+std::optional<LedgerReader::LastUploads> LedgerReader::lastUploads()
 {
     QSqlQuery query(m_database);
     query.setForwardOnly(true);
     if (!prepare(query,
-                 u"SELECT copy, max(time) FROM files WHERE outcome = %1 AND NOT manual GROUP BY copy"_s.arg(
-                     static_cast<int>(Outcome::Confirmed)))) {
+                 u"SELECT copy, destination, max(time) FROM files WHERE outcome = %1 AND NOT manual GROUP BY copy, "
+                 "destination"_s.arg(static_cast<int>(Outcome::Confirmed)))) {
         return std::nullopt;
     }
-    QHash<QString, qint64> times;
+    LastUploads times;
     for (bool isThere = query.exec() && query.next(); isThere; isThere = query.next()) {
-        times.insert(LocalPath::fromBytes(query.value(0).toByteArray()), query.value(1).toLongLong());
+        times.insert({ LocalPath::fromBytes(query.value(0).toByteArray()), query.value(1).toString() },
+                     query.value(2).toLongLong());
     }
     if (query.lastError().isValid()) {
         noteProblem(query);

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <optional>
+#include <utility>
 
 class QSqlQuery;
 
@@ -38,9 +39,10 @@ public:
     /// What is known of those of @p keys that find() has answered and that are still there.
     std::optional<QList<LedgerRow>> read(const QList<LedgerKey>& keys);
 
-    /// When each copy's newest file was confirmed, by the copy's name: milliseconds since the epoch. What was sent by
-    /// hand does not count.
-    std::optional<QHash<QString, qint64>> lastUploads();
+    /// When each copy's newest file at each destination was confirmed, by the copy's name and the folder that it was to
+    /// go to, as a location: milliseconds since the epoch. What was sent by hand does not count.
+    using LastUploads = QHash<std::pair<QString, QString>, qint64>;
+    std::optional<LastUploads> lastUploads();
 
     /// What keysOf() expects as the first column. One for all, since each costs time for every row.
     static QString keyColumn(qint64 run);

@@ -389,7 +389,7 @@ void UploadLedger::read(const QList<LedgerKey>& keys, QObject* context, Answer<Q
     }
 }
 
-void UploadLedger::lastUploads(QObject* context, Answer<QHash<QString, qint64>> answer)
+void UploadLedger::lastUploads(QObject* context, Answer<LedgerReader::LastUploads> answer)
 {
     ask([](LedgerReader& reader, const auto&) { return reader.lastUploads(); }, context, std::move(answer));
 }

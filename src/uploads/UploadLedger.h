@@ -55,8 +55,8 @@ public:
     void find(const LedgerQuery& query, QObject* context, Answer<QList<LedgerKey>> answer);
     /// Tells what is known of those @p keys that are still there. About files of this run alone it is told at once.
     void read(const QList<LedgerKey>& keys, QObject* context, Answer<QList<LedgerRow>> answer);
-    /// Tells when each copy's newest file was confirmed, as LedgerReader::lastUploads() does.
-    void lastUploads(QObject* context, Answer<QHash<QString, qint64>> answer);
+    /// Tells what LedgerReader::lastUploads() does.
+    void lastUploads(QObject* context, Answer<LedgerReader::LastUploads> answer);
     /// Why the database could not be read the last time; null when it could.
     const QString& readProblem() const { return m_readProblem; }
     /// Has it looked whether others have written; then othersChanged() follows.

@@ -34,6 +34,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+using Times = DropIconsWindow::LastUploads::value_type;
+
 class DropIconsWindowTest : public ::testing::Test {
 protected:
     DropIconsWindowTest()
@@ -157,7 +159,7 @@ protected:
     QStringList m_running;
     bool m_hasBus = true;
     QStringList m_started;
-    DropIconsWindow::LastUploads m_lastUploads = QHash<QString, qint64>();
+    DropIconsWindow::LastUploads m_lastUploads = Times();
     bool m_canStart = true;
     std::unique_ptr<DropIconsWindow> m_window;
 };
@@ -181,7 +183,10 @@ TEST_F(DropIconsWindowTest, EachIconIsListedWithItsDestinationAndItsLastUpload)
     QFile settings(IconSettings::filePath(u"damaged"_s));
     ASSERT_TRUE(settings.open(QIODevice::WriteOnly | QIODevice::Truncate));
     const QDateTime moment = QDateTime::currentDateTime();
-    m_lastUploads = QHash<QString, qint64>{ { u"A:B"_s, moment.toMSecsSinceEpoch() } };
+    const qint64 later = moment.addDays(1).toMSecsSinceEpoch();
+    m_lastUploads = Times{ { { u"A:B"_s, u"ftp://other/in/"_s }, moment.toMSecsSinceEpoch() },
+                           { { u"A:B"_s, u"ftp://formerly/"_s }, later },
+                           { { u"Scans"_s, u"ftp://formerly/"_s }, later } };
 
     open();
 
@@ -646,7 +651,7 @@ TEST_F(DropIconsWindowTest, TheListIsReadAgainNowAndThenWhileItIsSeen)
     auto& reading = *m_window->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
     EXPECT_EQ(reading.interval(), 60'000);
     const QDateTime moment = QDateTime::currentDateTime();
-    m_lastUploads = QHash<QString, qint64>{ { u"a"_s, moment.toMSecsSinceEpoch() } };
+    m_lastUploads = Times{ { { u"a"_s, u"ftp://host/a/"_s }, moment.toMSecsSinceEpoch() } };
     EXPECT_EQ(rows(), QStringList{ u"a|ftp://host/a/|None known"_s });
 
     reading.setInterval(1);

@@ -172,13 +172,16 @@ TEST_F(UploadLedgerTest, AFileIsReadInALaterRunAsItWasWrittenAndNoPasswordIsKept
     EXPECT_TRUE(ask(u"SELECT * FROM files"_s).filter(u"s3cret"_s).isEmpty());
 }
 
-TEST_F(UploadLedgerTest, TheLastUploadOfACopyIsTheNewestFileThatWasConfirmed)
+TEST_F(UploadLedgerTest, TheLastUploadOfACopyIsTheNewestFileThatWasConfirmedAtADestination)
 {
+    const QString name = LocalPath::fromBytes("Scans\xe9");
     {
-        Launch scans(m_path, LocalPath::fromBytes("Scans\xe9"));
-        scans.history.filesQueued({ u"/a"_s, u"/b"_s, u"/c"_s });
+        Launch scans(m_path, name);
+        scans.history.filesQueued({ u"/a"_s, u"/b"_s, u"/elsewhere"_s, u"/c"_s });
         scans.confirmNext();
         scans.confirmNext();
+        scans.history.nextFileStarts({ u"ftp://elsewhere/"_s });
+        scans.history.fileConfirmed(5, u"226 Done"_s);
         scans.history.nextFileStarts({ u"ftp://host/in/"_s });
         scans.history.fileEnded({ .kind = Outcome::Refused });
         scans.settle();
@@ -193,11 +196,14 @@ TEST_F(UploadLedgerTest, TheLastUploadOfACopyIsTheNewestFileThatWasConfirmed)
     run.history.filesQueued({ u"/d"_s });
     run.confirmNext();
     const qint64 now = run.history.entries()[0].time;
-    std::optional<QHash<QString, qint64>> times;
+    std::optional<LedgerReader::LastUploads> times;
     run.ledger.lastUploads(&run.ledger, [&times](const auto& known) { times = known; });
 
     ASSERT_TRUE(waitFor([&times] { return times.has_value(); }));
-    EXPECT_EQ(*times, (QHash<QString, qint64>{ { LocalPath::fromBytes("Scans\xe9"), 2000 }, { u"Quillbox"_s, now } }));
+    EXPECT_EQ(*times,
+              (LedgerReader::LastUploads{ { { name, u"ftp://host/in/"_s }, 2000 },
+                                          { { name, u"ftp://elsewhere/"_s }, 3000 },
+                                          { { u"Quillbox"_s, u"ftp://host/in/"_s }, now } }));
 }
 
 /// The statements by which a database of @p version was made, with a file that was sent, one that waits and one that
