@@ -57,7 +57,7 @@ QByteArray IconFiles::sendTo(const Content& content)
 QByteArray IconFiles::serviceMenu(const Content& content)
 {
     QString text = u"[Desktop Entry]\nType=Service\nX-KDE-ServiceTypes=KonqPopupMenu/Plugin\nX-KDE-Protocols=file\n"
-                   "MimeType=all/allfiles;\nActions=upload;\n"_s;
+                   "MimeType=all/allfiles;inode/directory;\nActions=upload;\n"_s;
     text += DesktopEntry::ownLine(content.fileName) + u"\n\n[Desktop Action upload]\n"_s;
     text += line("Name", uploadTo(content.name)) + line("Icon", content.image);
     text += u"Exec="_s + DesktopEntry::commandLine(content.command) + u'\n';

@@ -21,9 +21,9 @@ struct Content {
 };
 
 QByteArray launcher(const Content& content);
-/// "Upload to NAME" in Thunar's menu "Send To".
+/// "Upload to NAME" in Thunar's menu "Send To", for files and folders, as it names no types.
 QByteArray sendTo(const Content& content);
-/// "Upload to NAME" in Dolphin's menu.
+/// "Upload to NAME" in Dolphin's menu, for files and folders.
 QByteArray serviceMenu(const Content& content);
 
 /// What the launcher at @p path says of the picture.

@@ -372,6 +372,8 @@ TEST_F(DropIconsTest, AnEntryOfAFileManagerUploadsToTheIconAndIsExecutableWhereT
     EXPECT_TRUE(read(sendToPath(u"a_b"_s)).contains("\nName=Upload to a__b\n"));
     const QByteArray menu = read(serviceMenuPath(u"A:B"_s));
     EXPECT_TRUE(menu.contains("\nActions=upload;\n"));
+    EXPECT_TRUE(menu.contains("\nMimeType=all/allfiles;inode/directory;\n"));
+    EXPECT_FALSE(read(sendToPath(u"A:B"_s)).contains("MimeType")); // Which takes all that there is.
     EXPECT_TRUE(menu.contains("\n[Desktop Action upload]\nName=Upload to A/B\n"));
     EXPECT_TRUE(QFileInfo(serviceMenuPath(u"A:B"_s)).isExecutable());
 }

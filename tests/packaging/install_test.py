@@ -112,6 +112,17 @@ class Install(unittest.TestCase):
             lines = [entry[section]["Exec"] for section in entry.sections() if "Exec" in entry[section]]
             self.assertIn("Quillbox %F", lines, name)
 
+    def test_every_entry_of_a_file_manager_is_for_files_and_folders(self):
+        wanted = [
+            ("Thunar/sendto", "Desktop Entry", "MimeType", None),
+            ("file-manager/actions", "X-Action-Profile upload", "MimeTypes", "all/allfiles;inode/directory;"),
+            ("kio/servicemenus", "Desktop Entry", "MimeType", "all/allfiles;inode/directory;"),
+            ("nemo/actions", "Nemo Action", "Extensions", "any;"),
+        ]
+        for (folder, section, key, types), name in zip(wanted, ENTRIES[1:]):
+            self.assertIn(folder, name)
+            self.assertEqual(self.entry(name)[section].get(key), types, name)
+
     def test_opening_a_file_never_uploads_it(self):
         launcher = self.entry(ENTRIES[0])["Desktop Entry"]
 
