@@ -214,11 +214,11 @@ QList<DropIcons::Icon> DropIcons::icons() const
             if (name.isNull() || isListed || !isLink(linkPath(file, sort))) {
                 continue;
             }
-            const std::optional<QString> desktop = desktopPath(file);
+            const auto isOurs = [&file](const QString& path) { return DesktopEntry::isOurs(path, file); };
             found.append({ .name = name,
                            .sort = IconSettings::areOf(file) ? IconSort::OwnServer : sort,
                            .path = linkPath(file, sort),
-                           .isOnDesktop = desktop && DesktopEntry::isOurs(*desktop, file),
+                           .isOnDesktop = std::ranges::any_of(desktopPaths(file), isOurs),
                            .picture = IconFiles::pictureOf(launcherPath(file)),
                            .areSettingsLinked = isLink(IconSettings::filePath(file)) });
         }
@@ -274,14 +274,19 @@ QString DropIcons::picturePath(const QString& file) const
     return m_folders.pictures + u'/' + file + u".png"_s;
 }
 
-std::optional<QString> DropIcons::desktopPath(const QString& file) const
+/// Where the launcher of @p file is made on the desktop, and where earlier versions have made it; none without a
+/// desktop.
+QStringList DropIcons::desktopPaths(const QString& file) const
 {
     if (m_folders.desktop.isNull()) {
-        return std::nullopt;
+        return {};
     }
-    // A hidden file does not show on the desktop.
-    const QString shown = file.startsWith(u'.') ? u'_' + file.sliced(1) : file;
-    return m_folders.desktop + u'/' + shown + DesktopEntry::suffix;
+    const auto path = [this](const QString& name) { return m_folders.desktop + u'/' + name + DesktopEntry::suffix; };
+    if (!file.startsWith(u'.')) {
+        return { path(file) };
+    }
+    // A hidden file does not show on the desktop. No icon's own file begins with ":", but others' do with "_".
+    return { path(u':' + file.sliced(1)), path(u'_' + file.sliced(1)) };
 }
 
 /// Launchers and entries in the menus of file managers.
@@ -302,9 +307,9 @@ QList<DropIcons::Part> DropIcons::entriesOf(const Icon& icon) const
         { Part::Kind::Entry, m_folders.sendTo + entry, IconFiles::sendTo(content), IconFiles::readable },
         { Part::Kind::Entry, m_folders.serviceMenus + entry, IconFiles::serviceMenu(content), IconFiles::executable },
     };
-    const std::optional<QString> desktop = desktopPath(file);
-    if (icon.isOnDesktop && desktop) {
-        parts.append({ Part::Kind::Entry, *desktop, launcher, IconFiles::executable });
+    const QStringList desktop = desktopPaths(file);
+    if (icon.isOnDesktop && !desktop.isEmpty()) {
+        parts.append({ Part::Kind::Entry, desktop.first(), launcher, IconFiles::executable });
     }
     return parts;
 }
@@ -373,12 +378,11 @@ QStringList DropIcons::pathsOf(const Icon& icon) const
 {
     const QString file = IconName::fileName(icon.name);
     QStringList paths;
-    for (const Part& part :
-         entriesOf({ .name = icon.name, .sort = icon.sort, .path = icon.path, .isOnDesktop = true })) {
-        if (DesktopEntry::isOurs(part.path, file)) {
-            paths.append(part.path);
-        }
+    for (const Part& part : entriesOf({ .name = icon.name, .sort = icon.sort, .path = icon.path })) {
+        paths.append(part.path);
     }
+    paths += desktopPaths(file);
+    paths.removeIf([&file](const QString& path) { return !DesktopEntry::isOurs(path, file); });
     // While a link is there, the icon is listed and can be removed again; the one that says that it has a server of its
     // own outlives all that would have it go to the main one.
     return paths + QStringList{ picturePath(file), linkPath(file, IconSort::SubFolder) } + settingsFilesOf(file)

@@ -91,7 +91,7 @@ private:
     QString linkPath(const QString& file, IconSort sort) const;
     QString launcherPath(const QString& file) const;
     QString picturePath(const QString& file) const;
-    std::optional<QString> desktopPath(const QString& file) const;
+    QStringList desktopPaths(const QString& file) const;
     Part linkTo(const QString& file, IconSort sort) const;
     QList<Part> entriesOf(const Icon& icon) const;
     QList<Part> partsOf(const Wish& wish) const;

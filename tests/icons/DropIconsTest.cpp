@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QScopeGuard>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -173,12 +174,110 @@ TEST_F(DropIconsTest, ALauncherOnTheDesktopIsNoHiddenFile)
 {
     EXPECT_EQ(m_icons.make({ .name = u".x"_s, .onDesktop = true }), Outcome::Made);
 
-    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u"_x.desktop"_s });
-    EXPECT_EQ(m_icons.make({ .name = u"_x"_s, .onDesktop = true }), Outcome::AlreadyThere);
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u":x.desktop"_s });
     ASSERT_EQ(m_icons.icons().size(), 1);
     EXPECT_TRUE(m_icons.icons().constFirst().isOnDesktop);
     EXPECT_TRUE(remove(m_icons, u".x"_s));
     EXPECT_EQ(files(u"Desktop"_s), QStringList());
+}
+
+TEST_F(DropIconsTest, ALauncherThatAnEarlierVersionHasPutOnTheDesktopMovesWithTheNextChangeOrIsRemoved)
+{
+    const DropIcons::Wish wish{ .name = u".x"_s, .onDesktop = true };
+    const auto asItWas = [this, &wish] {
+        ASSERT_EQ(m_icons.make(wish), Outcome::Made);
+        ASSERT_TRUE(QFile::rename(path(u"Desktop/:x.desktop"_s), path(u"Desktop/_x.desktop"_s)));
+    };
+    asItWas();
+    EXPECT_TRUE(m_icons.icons().constFirst().isOnDesktop);
+    EXPECT_EQ(m_icons.make({ .name = u"_x"_s, .onDesktop = true }), Outcome::AlreadyThere);
+
+    EXPECT_EQ(changeOf(m_icons, u".x"_s, wish), Outcome::Made);
+
+    EXPECT_EQ(files(u"Desktop"_s), QStringList{ u":x.desktop"_s });
+    EXPECT_TRUE(remove(m_icons, u".x"_s));
+    asItWas();
+    EXPECT_TRUE(remove(m_icons, u".x"_s));
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+/// Names of which two differ by little: by what some file systems, formats or people take for the same.
+QStringList similarNames()
+{
+    const QStringList words{ u"x"_s,
+                             u"X"_s,
+                             u".x"_s,
+                             u"_x"_s,
+                             u"..x"_s,
+                             u"__x"_s,
+                             u"x."_s,
+                             u" x"_s,
+                             u"x "_s,
+                             u"x  "_s,
+                             u"\\sx"_s,
+                             u"x\\s"_s,
+                             u"%x"_s,
+                             u"%%x"_s,
+                             u"x%20"_s,
+                             u"x%2F"_s,
+                             u"é"_s,
+                             u"e\u0301"_s,
+                             u"É"_s,
+                             u"ß"_s,
+                             u"ss"_s,
+                             u"\uFB00"_s,
+                             u"ff"_s,
+                             u"x.app"_s,
+                             u".app"_s,
+                             u"x.json"_s,
+                             u"x.desktop"_s,
+                             u"x.json.bak"_s,
+                             u".x.json.unfinished-a"_s,
+                             u"x.png"_s,
+                             u"x=y"_s,
+                             u"x-y"_s,
+                             u"x\"y"_s };
+    QStringList names;
+    for (const QString& word : words) {
+        names += { word, word + u".app"_s };
+    }
+    for (const QChar last : { u'a', u'A', u'.', u'_' }) {
+        names.append(QString(IconSettings::longestFileName - 1, u'x') + last);
+    }
+    names.removeDuplicates();
+    return names;
+}
+
+TEST_F(DropIconsTest, NoTwoIconsShareAnything)
+{
+    const QStringList names = similarNames();
+    QSet<QString> busNames;
+    qsizetype withServers = 0;
+    for (const QString& name : names) {
+        DropIcons::Wish wish{ .name = name, .onDesktop = true, .picture = { {}, u"a"_s } };
+        if (busNames.size() % 2 == 0) {
+            wish.sort = IconSort::OwnServer;
+            wish.server = QJsonObject{ { u"Address"_s, u"other"_s } };
+            ++withServers;
+        }
+        ASSERT_EQ(m_icons.make(wish), Outcome::Made) << name.toStdString();
+        busNames.insert(busName(IconName::fileName(name)));
+    }
+
+    EXPECT_EQ(busNames.size(), names.size());
+    EXPECT_EQ(files(u"quillbox/icons"_s).size(), withServers);
+    EXPECT_EQ(files(u"quillbox/copies"_s).size(), names.size() - withServers);
+    EXPECT_EQ(QDir(QFileInfo(settingsPath(u"x"_s)).path()).entryList(QDir::Files | QDir::Hidden).size(), withServers);
+    for (const QString& folder :
+         { u"quillbox/pictures"_s, u"applications"_s, u"Thunar/sendto"_s, u"kio/servicemenus"_s, u"Desktop"_s }) {
+        EXPECT_EQ(files(folder).size(), names.size()) << folder.toStdString();
+    }
+    for (qsizetype left = names.size() - 1; left >= 0; --left) {
+        EXPECT_TRUE(remove(m_icons, names[left])) << names[left].toStdString();
+        EXPECT_EQ(m_icons.icons().size(), left);
+        EXPECT_EQ(files(u"Desktop"_s).size(), left) << names[left].toStdString();
+    }
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
 }
 
 TEST_F(DropIconsTest, NoIconClaimsTheWindowsOfAllOthers)
