@@ -6,6 +6,7 @@
 #include "CoreDump.h"
 #include "DelayedAlert.h"
 #include "DesktopIntegration.h"
+#include "Display.h"
 #include "DropIcons.h"
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
@@ -112,8 +113,7 @@ void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
 /// Without a display the toolkit gets one that nobody sees.
 void doWithoutDisplay()
 {
-    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-    if (!hasDisplay) {
+    if (!hasDisplay()) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
 }

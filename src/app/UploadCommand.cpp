@@ -2,6 +2,7 @@
 
 #include "ApplicationService.h"
 #include "BusName.h"
+#include "Display.h"
 #include "HiddenTurn.h"
 #include "OwnProcess.h"
 #include "ProgramName.h"
@@ -26,11 +27,6 @@ constexpr int nobodyRuns = -1; ///< What the loop ends with where this process i
 bool isRunning(const QDBusConnection& bus)
 {
     return ApplicationService::isRunning(bus, programFileName());
-}
-
-bool hasDisplay()
-{
-    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 } // namespace
