@@ -6,7 +6,6 @@
 #include "IconSettings.h"
 #include "LocalPath.h"
 #include "ProgramName.h"
-#include "SettingsAlert.h"
 #include "TrustedCertificates.h"
 #include "UploadReport.h"
 #include "UserDefaults.h"
@@ -81,21 +80,20 @@ void IconCommands::refuse(const QStringList& files, const QString& why)
     }
 }
 
-bool IconCommands::useSettings(const CommandLine& commandLine)
+std::optional<SettingsAlert> IconCommands::useSettings(const CommandLine& commandLine)
 {
     const QString program = programFileName();
     const QString own = IconSettings::filePath(program);
     const bool isTold = !commandLine.settings.isNull();
     if (isTold && withoutLinkedFolders(commandLine.settings) != withoutLinkedFolders(own)) {
-        refuse(commandLine.files,
-               u"The settings in \"%1\" are not those of this program, which are in \"%2\"."_s.arg(
-                   wholeVisibleText(commandLine.settings), wholeVisibleText(own)));
-        return false;
+        const SettingsAlert alert = SettingsAlert::foreign(commandLine.settings, own);
+        refuse(commandLine.files, wholeVisibleText(alertLine(alert.title, alert.text)));
+        return alert;
     }
     if (isTold || IconSettings::areOf(program)) {
         IconSettings::use(program);
     }
-    return true;
+    return std::nullopt;
 }
 
 void IconCommands::list(const DropIcons& icons)

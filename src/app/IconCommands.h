@@ -1,6 +1,10 @@
 #pragma once
 
+#include "SettingsAlert.h"
+
 #include <QStringList>
+
+#include <optional>
 
 class DropIcons;
 struct CommandLine;
@@ -8,9 +12,10 @@ struct CommandLine;
 /// What the command line asks of drop icons. Needs no display.
 namespace IconCommands {
 
-/// Has the running program use the settings of its own icon (IconSettings) where it has such, or was told so. False
-/// when @p commandLine names those of another icon, having said so and which files are not taken.
-bool useSettings(const CommandLine& commandLine);
+/// Has the running program use the settings of its own icon (IconSettings) where it has such, or was told so. Where
+/// @p commandLine names those of another icon, the answer says so, and has been printed with the files that are not
+/// taken; the program must not go on.
+[[nodiscard]] std::optional<SettingsAlert> useSettings(const CommandLine& commandLine);
 
 /// Says that @p files are not taken, and why.
 void refuse(const QStringList& files, const QString& why);

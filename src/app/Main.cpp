@@ -1,3 +1,4 @@
+#include "AlertDialog.h"
 #include "AppDelegate.h"
 #include "ApplicationService.h"
 #include "CertificateSheets.h"
@@ -16,6 +17,7 @@
 #include "IconCommands.h"
 #include "IconSettings.h"
 #include "KnownTrust.h"
+#include "LightAppearance.h"
 #include "LocalPath.h"
 #include "PrivateFile.h"
 #include "ProgramIdentity.h"
@@ -48,6 +50,7 @@
 #include <memory>
 #include <optional>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -118,18 +121,38 @@ void doWithoutDisplay()
     }
 }
 
+/// What the application is known by, and the direction that it is read in.
+void takeIdentity()
+{
+    QGuiApplication::setLayoutDirection(QLocale().textDirection());
+    ProgramIdentity::apply(programFileName());
+}
+
+/// Says in a window of its own what nobody reads that a launcher's program prints.
+void show(const SettingsAlert& alert, char** argv)
+{
+    const QApplication application(wordsForToolkit, argv);
+    takeIdentity();
+    useLightAppearance();
+    AlertDialog(alert.title, alert.text).exec();
+}
+
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv, HiddenTurn& turn)
 {
     QStringList words;
     std::transform(argv, argv + argc, std::back_inserter(words), LocalPath::fromBytes);
-    const QCoreApplication application(wordsForToolkit, argv);
+    std::optional<QCoreApplication> application(std::in_place, wordsForToolkit, argv);
     int exitCode = 0;
     std::optional<CommandLine> commandLine = CommandLine::read(words, QStringLiteral(QUILLBOX_VERSION), exitCode);
     if (!commandLine) {
         std::exit(exitCode);
     }
-    if (!IconCommands::useSettings(*commandLine)) {
+    if (const std::optional<SettingsAlert> refusal = IconCommands::useSettings(*commandLine)) {
+        if (hasDisplay() && commandLine->opensWindow()) {
+            application.reset(); // There is one at a time.
+            show(*refusal, argv);
+        }
         std::exit(1);
     }
     if (commandLine->listsIcons || !commandLine->icon.isNull()) {
@@ -215,8 +238,7 @@ int main(int argc, char** argv)
         doWithoutDisplay();
     }
     const QApplication application(wordsForToolkit, argv);
-    QGuiApplication::setLayoutDirection(QLocale().textDirection());
-    ProgramIdentity::apply(programFileName());
+    takeIdentity();
     CertificateSheets certificateSheets;
     RememberedTrust trust(TrustedCertificates::standard(), certificateSheets);
     FTPEngine engine;

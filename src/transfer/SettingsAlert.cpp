@@ -2,6 +2,7 @@
 
 #include "IconSettings.h"
 #include "UserDefaults.h"
+#include "VisibleText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -28,6 +29,14 @@ SettingsAlert SettingsAlert::iconBroken(const UserDefaults& settings)
     return { u"Settings Not Readable"_s,
              u"The settings of this icon’s own server in “%1” cannot be read. Nothing is uploaded without them, to no "
              "other server either.\n\nThe file will be kept as “%1.bak” when the server is next stored."_s.arg(path) };
+}
+
+SettingsAlert SettingsAlert::foreign(const QString& path, const QString& own)
+{
+    return { u"Settings Refused"_s,
+             u"The settings in “%1” are not those of this program, which are in “%2”. No files are taken.\n\nWhere its "
+             "launcher names them, open Drop Icons in Quillbox and save the icon again."_s.arg(visibleText(path),
+                                                                                               own) };
 }
 
 SettingsAlert SettingsAlert::open(const QString& path, PrivateFile::Access access)

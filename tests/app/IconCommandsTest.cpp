@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 using namespace Qt::StringLiterals;
@@ -60,9 +61,10 @@ protected:
         commandLine.files = QStringList{ u"/a b"_s };
         commandLine.settings = settings;
         ::testing::internal::CaptureStderr();
-        const bool isUsed = IconCommands::useSettings(commandLine);
+        const std::optional<SettingsAlert> refusal = IconCommands::useSettings(commandLine);
         const std::string words = ::testing::internal::GetCapturedStderr();
-        EXPECT_EQ(isUsed, words.empty());
+        EXPECT_EQ(refusal.has_value(), !words.empty());
+        EXPECT_EQ(refusal ? refusal->title : QString(), refusal ? u"Settings Refused"_s : QString());
         return words;
     }
 };
@@ -95,10 +97,12 @@ TEST_F(IconCommandsTest, SettingsOfAnotherIconAreRefused)
 {
     for (const QString& other :
          { IconSettings::filePath(u"work"_s), UserDefaults::standard().filePath(), u"/nowhere"_s }) {
-        EXPECT_EQ(complaint(other),
-                  "Quillbox: The settings in \"" + other.toStdString()
-                      + "\" are not those of this program, which are in \""
-                      + IconSettings::filePath(u"Work"_s).toStdString() + "\".\nNot taken: /a b\n");
+        EXPECT_EQ(
+            complaint(other),
+            "Quillbox: Settings Refused. The settings in “" + other.toStdString()
+                + "” are not those of this program, which are in “" + IconSettings::filePath(u"Work"_s).toStdString()
+                + "”. No files are taken. Where its launcher names them, open Drop Icons in Quillbox and save the "
+                  "icon again.\nNot taken: /a b\n");
         EXPECT_FALSE(IconSettings::areInUse());
     }
 }

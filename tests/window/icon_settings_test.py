@@ -79,21 +79,43 @@ class Used(IconSettings):
         self.assertEqual(second.exit_code(), 0, second.output())
         wait_for(lambda: other.received == ["lower.txt", "second.txt"], "the file that was handed over")
 
-    def test_settings_of_another_icon_are_refused_whether_or_not_the_icon_runs(self):
+    def test_settings_of_another_icon_are_refused_in_a_window_whether_or_not_the_icon_runs(self):
         work, work_too = self.make_icon("Work", self.own), self.make_icon("work", self.own)
         words = ("--settings", self.path("Work"), self.file("one.txt"))
 
         first = self.launch(*words, program=work_too)
+        self.assertEqual(self.wait_for_refusal(first), "Settings Refused")
         self.start(program=work_too)
         second = self.launch(*words, program=work_too)
         main = self.launch(*words)
 
         for refused in (first, second, main):
-            self.assertEqual(refused.exit_code(), 1)
-            self.assertIn("are not those of this program", refused.output())
-            self.assertIn(f"Not taken: {self.folder}/one.txt", refused.output())
+            self.wait_for_refusal(refused)
+            refused.press("OK")
+            self.assert_refused(refused)
         self.assertEqual(self.own.received, [])
         self.assertTrue(os.path.exists(work))
+
+    def wait_for_refusal(self, program):
+        """The title of the window that says it, which names the settings."""
+        title, text = wait_for(program.sheet, "the refusal")
+        self.assertIn(self.path("Work"), text)
+        return title
+
+    def assert_refused(self, program):
+        self.assertEqual(program.exit_code(), 1, program.output())
+        self.assertIn("are not those of this program", program.output())
+        self.assertIn(f"Not taken: {self.folder}/one.txt", program.output())
+
+    def test_who_waits_or_has_no_display_reads_the_refusal_alone(self):
+        work = self.make_icon("Work", self.own)
+        words = ("--settings", self.path("work"), self.file("one.txt"))
+
+        self.assert_refused(self.launch("--wait", *words, program=work))
+        self.assert_refused(self.launch("--hidden", *words, program=work))
+        self.assert_refused(self.launch(*words, program=work, DISPLAY=None))
+
+        self.assertEqual(self.own.received, [])
 
     def test_the_preferences_of_an_icon_edit_its_own_settings(self):
         main = content(settings_path(self.home))
