@@ -2,6 +2,7 @@
 #include "PreferencesController.h"
 #include "ProgramName.h"
 #include "Sheets.h"
+#include "TypedServer.h"
 #include "UserDefaults.h"
 
 #include <QCheckBox>
@@ -12,7 +13,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -84,23 +84,12 @@ TEST_F(IconPreferencesTest, ThePanelSaysWhoseSettingsItShows)
 
 TEST_F(IconPreferencesTest, WhereFilesGoIsStoredForTheIconAlone)
 {
-    control<QLineEdit>("addressTextField").setText(u"other"_s);
-    control<QLineEdit>("usernameTextField").setText(u"anna"_s);
-    control<QLineEdit>("passwordTextField").setText(u"new"_s);
-    control<QLineEdit>("folderTextField").setText(u"in"_s);
-    control<QRadioButton>("requiredEncryptionButton").click();
-    control<QLineEdit>("webAddressTextField").setText(u"https://other"_s);
+    const QJsonObject typed = typeServer(*m_preferences.view());
 
     pressDone();
 
     EXPECT_FALSE(m_preferences.view()->isVisible());
-    EXPECT_EQ(m_connection.values(),
-              (QJsonObject{ { u"Address"_s, u"other"_s },
-                            { u"Username"_s, u"anna"_s },
-                            { u"Password"_s, u"new"_s },
-                            { u"FTPFolder"_s, u"in"_s },
-                            { u"Encryption"_s, u"required"_s },
-                            { u"WebAddress"_s, u"https://other"_s } }));
+    EXPECT_EQ(m_connection.values(), typed);
     EXPECT_EQ(m_defaults.values(), m_main);
     const QFile::Permissions mode = QFileInfo(m_connection.filePath()).permissions();
     EXPECT_FALSE(mode & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther));

@@ -1,12 +1,12 @@
 #include "IconServerForm.h"
 
 #include "ServerForm.h"
+#include "TypedServer.h"
 #include "UserDefaults.h"
 
 #include <QJsonObject>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -40,21 +40,10 @@ TEST_F(IconServerFormTest, ANewIconsServerIsAllThatWasTyped)
     m_form.fill(m_settings);
     EXPECT_TRUE(m_form.changes(m_settings).isEmpty());
 
-    field("addressTextField").setText(u"host"_s);
-    field("usernameTextField").setText(u"anna"_s);
-    field("passwordTextField").setText(u"secret"_s);
-    field("folderTextField").setText(u"in"_s);
-    field("webAddressTextField").setText(u"https://host"_s);
-    m_form.findChild<QRadioButton*>(u"requiredEncryptionButton"_s)->click();
+    const QJsonObject typed = typeServer(m_form);
 
-    EXPECT_EQ(m_form.destination(), u"ftp://host/in/"_s);
-    EXPECT_EQ(storedChanges(),
-              (QJsonObject{ { u"Address"_s, u"host"_s },
-                            { u"Username"_s, u"anna"_s },
-                            { u"Password"_s, u"secret"_s },
-                            { u"FTPFolder"_s, u"in"_s },
-                            { u"Encryption"_s, u"required"_s },
-                            { u"WebAddress"_s, u"https://host"_s } }));
+    EXPECT_EQ(m_form.destination(), u"ftp://other/in/"_s);
+    EXPECT_EQ(storedChanges(), typed);
 }
 
 TEST_F(IconServerFormTest, OfAnIconThatIsThereOnlyWhatWasEditedChanges)
