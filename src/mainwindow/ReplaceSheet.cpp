@@ -13,13 +13,13 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using Found = ReplacementSearch::Found;
 
 namespace {
-
-constexpr qsizetype mostShown = 12;
 
 /// The name of the file at @p path, with the folder that it goes into.
 QString nameOf(const QString& path)
@@ -85,21 +85,25 @@ QString factsOf(const Found& found)
     return facts.join(u", "_s);
 }
 
-QList<SheetDetail> details(const HeldDrops::Question& question)
+/// @p name as a part of a line that reads from left to right.
+QString embedded(const QString& name)
 {
-    QList<SheetDetail> details;
-    const qsizetype count = std::ssize(question.found);
-    const qsizetype shown = count <= mostShown ? count : mostShown - 1;
-    for (qsizetype row = 0; row < shown; ++row) {
-        const Found& found = question.found[static_cast<size_t>(row)];
-        const QString name = nameOf(question.files.at(found.index));
-        const QString facts = factsOf(found);
-        details.append({ .name = {}, .value = facts.isEmpty() ? name : name + u" – "_s + facts });
-    }
-    if (shown < count) {
-        details.append({ .name = {}, .value = u"and %1 more"_s.arg(QLocale().toString(count - shown)) });
-    }
-    return details;
+    const bool isOfBoth = std::any_of(name.begin(), name.end(), [](QChar letter) {
+        return letter.direction() == QChar::DirR || letter.direction() == QChar::DirAL;
+    });
+    return isOfBoth ? QChar(0x2068) + name + QChar(0x2069) : name;
+}
+
+SheetList list(const HeldDrops::Question& question)
+{
+    const auto found = std::make_shared<const std::vector<Found>>(question.found);
+    const auto line = [found, files = question.files](int row) {
+        const Found& each = (*found)[static_cast<size_t>(row)];
+        const QString name = embedded(nameOf(files.at(each.index)));
+        const QString facts = factsOf(each);
+        return facts.isEmpty() ? name : name + u" – "_s + facts;
+    };
+    return { .name = u"What would be replaced"_s, .count = static_cast<int>(found->size()), .line = line };
 }
 
 } // namespace
@@ -116,6 +120,6 @@ void askWhetherToReplace(QWidget& window, const HeldDrops::Question& question)
                                    .alternateButton = u"Replace"_s,
                                    .onAlternate = [answer = question.answer] { answer(true); },
                                    .onDefault = [answer = question.answer] { answer(false); },
-                                   .details = details(question) });
+                                   .list = list(question) });
     QApplication::alert(&window);
 }

@@ -17,8 +17,8 @@ ACCESSIBLE, ACTION, COMPONENT, EDITABLE_TEXT, TABLE, TEXT, VALUE = (
 STATES = {"ACTIVE": 1, "ENABLED": 8, "FOCUSED": 12, "SHOWING": 25}  # The numbers of their bits.
 # Of the roles that somebody asks for. A program says them as words, too, but in the user's language.
 ROLES = {
-    **{2: "alert", 7: "check box", 10: "column header", 11: "combo box", 29: "label", 33: "menu", 34: "menu bar"},
-    **{35: "menu item", 37: "page tab", 40: "password text", 43: "push button", 44: "radio button", 55: "table"},
+    **{2: "alert", 7: "check box", 10: "column header", 11: "combo box", 29: "label", 32: "list item", 33: "menu"},
+    **{34: "menu bar", 35: "menu item", 37: "page tab", 40: "password text", 43: "push button", 44: "radio button", 55: "table"},
     **{56: "table cell", 57: "table column header", 61: "text", 62: "toggle button", 64: "tool tip", 79: "entry"},
     **{88: "link"},
 }

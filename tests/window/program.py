@@ -254,7 +254,7 @@ class Program:
         """The texts of the sheet that shows, title first; nothing without one."""
         for sheet in self._sheets():
             nodes = self._bus.showing([sheet])
-            labels = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role == "label"]
+            labels = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role in ("label", "list item")]
             return [text for text in self._bus.texts(labels) if text] or None
         return None
 

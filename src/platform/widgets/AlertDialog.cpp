@@ -5,6 +5,7 @@
 #include "LabelAlignment.h"
 #include "ScreenRoom.h"
 #include "SheetDetail.h"
+#include "SheetListView.h"
 
 #include <QAccessibleWidget>
 #include <QApplication>
@@ -124,7 +125,6 @@ AlertDialog::AlertDialog(QString title, QString text, QWidget* parent)
     setWindowTitle(m_title);
     m_icon->setSide(iconSide);
     setAlertStyle(m_style);
-    m_defaultButton->setDefault(true);
     connect(m_defaultButton, &QPushButton::clicked, this, &QDialog::reject);
 
     auto* const heading = newPlainLabel(m_title);
@@ -134,8 +134,8 @@ AlertDialog::AlertDialog(QString title, QString text, QWidget* parent)
     heading->setFixedWidth(widthOfText());
     m_column->setContentsMargins({});
     m_column->setSpacing(8);
-    m_column->addWidget(heading);
-    m_column->addWidget(newText());
+    m_column->addWidget(heading, 0, Qt::AlignLeft);
+    m_column->addWidget(newText(), 0, Qt::AlignLeft);
     auto* const layout = new QGridLayout(this);
     layout->setContentsMargins(sideMargin, 20, sideMargin, 16);
     layout->setHorizontalSpacing(iconGap);
@@ -144,15 +144,21 @@ AlertDialog::AlertDialog(QString title, QString text, QWidget* parent)
     layout->addWidget(m_icon, 0, 0, Qt::AlignTop);
     layout->addWidget(m_texts, 0, 1);
     layout->addWidget(m_buttons, 1, 0, 1, 2);
+    m_defaultButton->setDefault(true); // Only in its dialog it is that again when another widget has had the keyboard.
     m_defaultButton->setFocus();
 }
 
-/// As wide as its longest line, within what is good to read and what the screen has room for.
+/// As wide as its longest line.
 int AlertDialog::widthOfText() const
+{
+    return widthFor(fontMetrics().size(0, m_text).width() + fontMetrics().averageCharWidth());
+}
+
+/// @p wanted, within what is good to read and what the screen has room for.
+int AlertDialog::widthFor(int wanted) const
 {
     const int character = fontMetrics().averageCharWidth();
     const int least = qMax(leastWidth, usualColumns * character);
-    const int wanted = fontMetrics().size(0, m_text).width() + character;
     const int room = roomOnScreen(*this).width() - 2 * sideMargin - m_icon->sizeHint().width() - iconGap
         - style()->pixelMetric(QStyle::PM_ScrollBarExtent);
     return qMin(room, qBound(least, wanted, qMax(least, mostColumns * character)));
@@ -218,6 +224,13 @@ void AlertDialog::addDetails(const QList<SheetDetail>& details)
         rows->addWidget(value, row, 1);
     }
     m_column->addLayout(rows);
+}
+
+void AlertDialog::addList(const SheetList& list)
+{
+    auto* const view = new SheetListView(list, roomOnScreen(*this).height() / 4);
+    view->setMinimumWidth(widthFor(view->widthOfLines()));
+    m_column->addWidget(view);
 }
 
 /// Has the texts scrolled where the screen has no room for all of them, so that the buttons stay in sight.

@@ -11,6 +11,7 @@ class QIcon;
 class QPushButton;
 class QVBoxLayout;
 struct SheetDetail;
+struct SheetList;
 
 /// A message or a question: an icon, a title, a text, details, and one or two buttons. All texts are shown as they
 /// stand: what looks like markup is none. Ctrl+C copies title and text. Its result is Accepted when the alternate
@@ -39,6 +40,8 @@ public:
     /// Shows @p details below the text, each a value that is described by its name. Codes are never shortened, and can
     /// be selected.
     void addDetails(const QList<SheetDetail>& details);
+    /// Shows @p list below them.
+    void addList(const SheetList& list);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -47,6 +50,7 @@ protected:
 private:
     QWidget* newText();
     int widthOfText() const;
+    int widthFor(int wanted) const;
     void fitToScreen();
 
     QString m_title;

@@ -87,6 +87,9 @@ void SheetQueue::showNext()
     if (!sheet.details.isEmpty()) {
         alert->addDetails(sheet.details);
     }
+    if (sheet.list.count > 0) {
+        alert->addList(sheet.list);
+    }
     connect(alert, &QDialog::finished, this, [this](int result) { finished(result == QDialog::Accepted); });
     m_alert = alert;
     if (m_window.isActiveWindow()) {

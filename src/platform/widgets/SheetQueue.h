@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SheetDetail.h"
+#include "SheetList.h"
 
 #include <QList>
 #include <QObject>
@@ -21,6 +22,7 @@ struct Sheet {
     std::function<void()> onAlternate = {}; ///< The other choice was made.
     std::function<void()> onDefault = {}; ///< The default choice was made, or the sheet was closed without any.
     QList<SheetDetail> details = {}; ///< Shown below the text, in this order.
+    SheetList list = {}; ///< Shown below them.
 };
 
 /// The sheets of one window: window-modal, one at a time, in the order in which they were raised. A message without a

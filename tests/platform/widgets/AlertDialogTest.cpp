@@ -4,6 +4,7 @@
 #include "Printers.h"
 #include "ScreenRoom.h"
 #include "SheetDetail.h"
+#include "SheetListView.h"
 #include "WaitFor.h"
 
 #include <QAccessible>
@@ -13,6 +14,7 @@
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -34,6 +36,18 @@ protected:
         m_alert->show();
         drainEventLoop();
     }
+    /// Shows an alert with a list of lines "line 0" and so on; answers the list.
+    SheetListView& showList(int count)
+    {
+        m_alert = std::make_unique<AlertDialog>(u"title"_s, u"text"_s);
+        m_alert->addList({ .name = u"Files"_s, .count = count, .line = [this](int row) {
+                              ++m_linesMade;
+                              return u"line %1"_s.arg(row);
+                          } });
+        m_alert->show();
+        drainEventLoop();
+        return *m_alert->findChild<SheetListView*>();
+    }
     /// The label that screen readers read @p text from.
     QLabel& label(const QString& text) const
     {
@@ -47,6 +61,7 @@ protected:
     QRect placeOf(const QWidget& widget) const { return { widget.mapTo(m_alert.get(), QPoint()), widget.size() }; }
 
     std::unique_ptr<AlertDialog> m_alert;
+    int m_linesMade = 0;
 };
 
 TEST_F(AlertDialogTest, TheTitleIsBoldAboveTheTextAndIsTheCaption)
@@ -143,6 +158,63 @@ TEST_F(AlertDialogTest, CodesAreShownWholeBetweenTextAndButtonsWhateverStandsBes
     EXPECT_TRUE(m_alert->rect().contains(placeOf(shown)));
     EXPECT_GT(placeOf(shown).top(), placeOf(label(u"text"_s)).bottom());
     EXPECT_LT(placeOf(shown).bottom(), placeOf(*m_alert->defaultButton()).top());
+}
+
+TEST_F(AlertDialogTest, AListHasRoomForAFewLinesAndScrollsMore)
+{
+    const int one = showList(1).height();
+    const SheetListView& few = showList(3);
+    EXPECT_LT(one, few.height());
+    EXPECT_FALSE(few.verticalScrollBar()->isVisible());
+    EXPECT_EQ(few.indexAt(QPoint(1, few.viewport()->height() - 1)).row(), 2);
+
+    const SheetListView& many = showList(300);
+    const int height = many.height();
+    EXPECT_TRUE(many.verticalScrollBar()->isVisible());
+    EXPECT_LE(height, roomOnScreen(*m_alert).height() / 2);
+    m_linesMade = 0;
+    EXPECT_EQ(showList(100'000).height(), height);
+    EXPECT_LT(m_linesMade, 100);
+}
+
+TEST_F(AlertDialogTest, AListMakesItAsWideAsIsGoodToRead)
+{
+    const auto width = [this](const QString& line) {
+        m_alert = std::make_unique<AlertDialog>(u"title"_s, u"text"_s);
+        m_alert->addList({ .count = 1, .line = [line](int /*row*/) { return line; } });
+        m_alert->show();
+        drainEventLoop();
+        const QListView& list = *m_alert->findChild<QListView*>();
+        EXPECT_EQ(placeOf(label(u"text"_s)).left(), placeOf(list).left());
+        return list.width();
+    };
+    const QString sixty = u"x"_s.repeated(60);
+    const int narrow = width(u"x"_s);
+    EXPECT_LT(narrow, width(sixty));
+    EXPECT_GE(width(sixty), m_alert->fontMetrics().horizontalAdvance(sixty));
+    EXPECT_LT(width(sixty.repeated(4)), 2 * width(sixty));
+}
+
+TEST_F(AlertDialogTest, AListIsGoneThroughWithTheKeyboardWhichAnswersAsElsewhere)
+{
+    SheetListView& list = showList(300);
+    EXPECT_EQ(m_alert->focusWidget(), m_alert->defaultButton());
+    QTest::keyClick(m_alert.get(), Qt::Key_Tab);
+    EXPECT_EQ(m_alert->focusWidget(), &list);
+    EXPECT_EQ(list.currentIndex().row(), 0);
+    m_linesMade = 0;
+    QTest::keyClick(&list, Qt::Key_X);
+    EXPECT_EQ(m_linesMade, 0);
+
+    QTest::keyClick(&list, Qt::Key_End);
+    EXPECT_EQ(list.currentIndex().row(), 299);
+    EXPECT_TRUE(list.viewport()->rect().contains(list.visualRect(list.currentIndex())));
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&list)->text(QAccessible::Name), u"Files"_s);
+
+    m_alert->setResult(QDialog::Accepted);
+    QTest::keyClick(&list, Qt::Key_Return);
+    EXPECT_FALSE(m_alert->isVisible());
+    EXPECT_EQ(m_alert->result(), QDialog::Rejected);
 }
 
 TEST_F(AlertDialogTest, ReturnAndEscapeAreTheDefaultButtonAndTheOtherOneIsAcceptance)
