@@ -35,6 +35,7 @@
 #include "VisibleText.h"
 
 #include <QApplication>
+#include <QByteArrayList>
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QLocale>
@@ -113,12 +114,21 @@ void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
     }
 }
 
-/// Without a display the toolkit gets one that nobody sees.
+/// Where no display can be reached, as in a session that has outlived its own, the toolkit gets one that nobody sees.
 void doWithoutDisplay()
 {
-    if (!hasDisplay()) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QByteArrayList platforms{ "offscreen" };
+    if (hasDisplay() && !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        platforms.prepend(qgetenv("QT_QPA_PLATFORM"));
+    } else { // The toolkit's own order.
+        for (const auto& [display, platform] :
+             { std::pair("DISPLAY", "xcb"), std::pair("WAYLAND_DISPLAY", "wayland") }) {
+            if (!qEnvironmentVariableIsEmpty(display)) {
+                platforms.prepend(platform);
+            }
+        }
     }
+    qputenv("QT_QPA_PLATFORM", platforms.join(';'));
 }
 
 /// What the application is known by, and the direction that it is read in.

@@ -102,6 +102,16 @@ class Hidden(Command):
         self.assertIn("failed\n", said.stdout)
         self.assertEqual(said.stderr, "")
 
+    def test_a_display_that_cannot_be_reached_is_done_without(self):
+        self.settings()
+        self.file("one.txt")
+        nowhere = os.path.join(self.folder, "nowhere")
+        both = {"DISPLAY": nowhere, "WAYLAND_DISPLAY": nowhere}
+        for displays in ({"DISPLAY": nowhere}, {"WAYLAND_DISPLAY": nowhere}, both, {**both, "QT_QPA_PLATFORM": "xcb"}):
+            with self.subTest(displays=displays):
+                status, command = self.run_hidden("--wait", "one.txt", **{"QT_QPA_PLATFORM": None, **displays})
+                self.assertEqual((status, self.lines(command)), (0, [("one.txt", CONFIRMED)]), command.output())
+
     def test_folders_that_are_uploaded_have_a_line_for_each_file(self):
         self.settings(DroppedFolders="uploaded")
         for name in ("tree/a/one", "tree/two"):
