@@ -159,6 +159,9 @@ void UploadCommand::programLost()
 /// Ends the command with @p status, if all that was to be printed could be.
 void UploadCommand::exit(int status)
 {
+    if (m_client != nullptr) {
+        m_client->disconnect(this); // What comes behind that changes nothing, such as the end of the program.
+    }
     constexpr std::chrono::hours limit{ 24 }; // The files are in other hands: it may wait for its reader.
     QCoreApplication::exit(m_report.finish(limit) ? status : 1);
 }
