@@ -127,16 +127,22 @@ void ApplicationService::askWhetherRuns(const QDBusConnection& bus, const QStrin
 
 bool ApplicationService::hasOtherServer(const QDBusConnection& bus, const QString& programName)
 {
+    const auto holderOf = [&bus](const QString& name) {
+        return bus.isConnected() ? bus.interface()->serviceOwner(name).value() : QString();
+    };
     const QString name = busName(programName);
-    return IconSettings::areInUse() && isRegistered(bus, name) && !isRegistered(bus, nameOfOwnServer(name));
+    const QString holder = holderOf(name);
+    // Another one may have that name for a moment, which is about to find the first one taken.
+    return !holder.isEmpty() && (holderOf(nameOfOwnServer(name)) == holder) != IconSettings::areInUse();
 }
 
-bool ApplicationService::registerFor(const QString& programName)
+bool ApplicationService::registerFor(QDBusConnection bus, const QString& programName)
 {
-    QDBusConnection bus = QDBusConnection::sessionBus();
     const QString name = busName(programName);
-    if (IconSettings::areInUse()) {
-        bus.registerService(nameOfOwnServer(name)); // First: whoever finds the other one looks for this.
+    if (IconSettings::areInUse() && bus.isConnected()) {
+        // First: whoever finds the other one looks for this. Where another program has it at this moment, one of the
+        // two does not get the other name, and gives this one back.
+        bus.interface()->registerService(nameOfOwnServer(name), QDBusConnectionInterface::QueueService);
     }
     const bool isRegistered
         = bus.registerObject(objectPath(name), parent(), QDBusConnection::ExportAdaptors) && bus.registerService(name);

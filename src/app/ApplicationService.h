@@ -53,11 +53,11 @@ public:
     /// there is neither.
     static HandOver handOver(const QDBusConnection& bus, const QString& programName, const QStringList& files,
                              const QString& action);
-    /// Whether a program of that name runs that has no server of its own, although this one has: it was started by an
-    /// icon that there is no more, and would upload what it is handed to another server.
+    /// Whether a program of that name runs that has a server of its own where this one has none, or none where this one
+    /// has: it was started by an icon that there is no more, and would upload what it is handed to another server.
     static bool hasOtherServer(const QDBusConnection& bus, const QString& programName);
     /// Answers from now on under the name of @p programName. False without a session bus, and when the name is taken.
-    bool registerFor(const QString& programName);
+    bool registerFor(QDBusConnection bus, const QString& programName);
 
 public slots: // NOLINT(readability-redundant-access-specifiers): moc tells the two apart
     // The names are those of the interface.

@@ -310,7 +310,7 @@ int main(int argc, char** argv)
 
     // Where nobody could see the window, no other start may ask for it.
     const bool isVisible = !commandLine.isHidden || QGuiApplication::platformName() != u"offscreen"_s;
-    if (isVisible && !service.registerFor(programFileName())) {
+    if (isVisible && !service.registerFor(QDBusConnection::sessionBus(), programFileName())) {
         handOverAll(commandLine, turn); // Another start was quicker.
     }
     UserDefaults::standard().removeUnfinishedStores();

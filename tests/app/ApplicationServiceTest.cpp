@@ -1,12 +1,14 @@
 #include "ApplicationService.h"
 
 #include "BusName.h"
+#include "IconSettings.h"
 #include "LoopSuspension.h"
 #include "Printers.h"
 #include "PrivateBus.h"
 #include "WaitFor.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 
 #include <gtest/gtest.h>
 
@@ -116,6 +118,76 @@ TEST(ApplicationServiceTest, WhetherAProgramRunsIsKnownWhereThereIsASessionBusAl
     EXPECT_EQ(runs(bus.connection(), u"Scans"_s), true);
     EXPECT_EQ(runs(bus.connection(), u"scans"_s), false);
     EXPECT_EQ(runs(QDBusConnection(u"none"_s), u"Scans"_s), std::nullopt);
+}
+
+class OfAFormerIconTest : public ::testing::Test {
+protected:
+    ~OfAFormerIconTest() override { useServer(Server::Main); }
+
+    enum class Server { Main, Own };
+    /// Which one the program of a test has, from here on.
+    static void useServer(Server server) { IconSettings::use(server == Server::Own ? m_program : QString()); }
+    bool beginToRun() { return m_service.registerFor(m_bus.connection(), m_program); }
+    bool isOther() { return ApplicationService::hasOtherServer(m_bus.serviceConnection(), m_program); }
+    QString holderOfOwnServer() { return m_bus.connection().interface()->serviceOwner(m_ownServer).value(); }
+
+    static inline const QString m_program = u"Scans"_s;
+    const QString m_ownServer = busName(m_program) + u".OwnServer"_s;
+    PrivateBus m_bus;
+    QObject m_parent;
+    ApplicationService m_service{ &m_parent, {} };
+};
+
+TEST_F(OfAFormerIconTest, AProgramHasAnotherServerWhenOneOfTheTwoHasItsOwn)
+{
+    for (const Server first : { Server::Main, Server::Own }) {
+        useServer(first);
+        ASSERT_TRUE(beginToRun());
+        for (const Server second : { Server::Main, Server::Own }) {
+            useServer(second);
+            EXPECT_EQ(isOther(), first != second);
+        }
+        m_bus.connection().unregisterService(busName(m_program));
+        for (const Server second : { Server::Main, Server::Own }) {
+            useServer(second);
+            EXPECT_FALSE(isOther());
+        }
+        m_bus.connection().unregisterService(m_ownServer);
+        m_bus.connection().unregisterObject(ApplicationService::objectPath(busName(m_program)));
+    }
+    EXPECT_FALSE(ApplicationService::hasOtherServer(QDBusConnection(u"none"_s), m_program));
+}
+
+TEST_F(OfAFormerIconTest, AnotherStartThatHasAServerOfItsOwnDoesNotMakeItTheFirstOnes)
+{
+    ASSERT_TRUE(beginToRun());
+    useServer(Server::Own);
+
+    ASSERT_TRUE(m_bus.serviceConnection().registerService(m_ownServer));
+
+    EXPECT_TRUE(isOther());
+}
+
+TEST_F(OfAFormerIconTest, WhoFindsTheNameTakenSaysNothingOfItsServer)
+{
+    ASSERT_TRUE(m_bus.serviceConnection().registerService(busName(m_program)));
+    useServer(Server::Own);
+
+    EXPECT_FALSE(beginToRun());
+
+    EXPECT_EQ(holderOfOwnServer(), QString());
+}
+
+TEST_F(OfAFormerIconTest, OfTwoThatStartAtOnceTheOneWithTheNameKeepsTheOther)
+{
+    ASSERT_TRUE(m_bus.serviceConnection().registerService(m_ownServer));
+    useServer(Server::Own);
+    ASSERT_TRUE(beginToRun());
+
+    m_bus.serviceConnection().unregisterService(m_ownServer);
+
+    EXPECT_EQ(holderOfOwnServer(), m_bus.connection().baseService());
+    EXPECT_FALSE(isOther());
 }
 
 } // namespace

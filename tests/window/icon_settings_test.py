@@ -135,24 +135,47 @@ class Used(IconSettings):
 
 
 class AfterAnother(WindowTest):
-    def test_a_window_that_is_left_of_a_former_icon_gets_no_file_of_one_with_a_server_of_its_own(self):
+    """A window is left of a former icon, and the icon of that name now has another server."""
+
+    def setUp(self):
+        super().setUp()
         self.settings()
         os.makedirs(self.server.path("Work"))
-        former = os.path.join(self.folder, "Work")
-        os.symlink(PROGRAM, former)
-        self.start(program=former)
+        self.own = UploadServer()
+        self.addCleanup(self.own.close)
+        self.icon = os.path.join(self.folder, "Work")
+        os.symlink(PROGRAM, self.icon)
+
+    def give_it_its_own_server(self):
+        store_settings(self.home, self.own.settings(), "Work")
+
+    def assert_files_go(self, server, folder=""):
+        """Of a start, and of commands; those that wait for the window that is open get nothing."""
+        waiting = self.launch("--wait", self.file("waiting"), program=self.icon)
+        hidden = self.launch("--hidden", "--wait", self.file("hidden"), program=self.icon)
+        self.assertEqual((waiting.exit_code(), hidden.exit_code()), (1, 0))
+        self.start(self.file("shown"), program=self.icon)
+        wait_for(lambda: server.received == [folder + "hidden", folder + "shown"], "the files")
+        self.assertIn(f"Not taken: {self.folder}/waiting", waiting.output())
+
+    def test_a_window_that_has_the_main_server_gets_no_file_for_the_icons_own(self):
+        self.start(program=self.icon)
         wait_for(lambda: self.server.logins, "the former icon to be at work")
-        own = UploadServer()
-        self.addCleanup(own.close)
-        store_settings(self.home, own.settings(), "Work")
+        self.give_it_its_own_server()
 
-        waiting = self.launch("--wait", self.file("waiting.txt"), program=former)
-        self.start(self.file("own.txt"), program=former)
+        self.assert_files_go(self.own)
 
-        wait_for(lambda: own.received == ["own.txt"], "the file")
-        self.assertEqual(waiting.exit_code(), 1)
-        self.assertIn(f"Not taken: {self.folder}/waiting.txt", waiting.output())
         self.assertEqual(self.server.received, [])
+
+    def test_a_window_that_has_a_server_of_its_own_gets_no_file_for_the_main_one(self):
+        self.give_it_its_own_server()
+        self.start(program=self.icon)
+        wait_for(lambda: self.own.logins, "the former icon to be at work")
+        os.remove(settings_path(self.home, "Work"))
+
+        self.assert_files_go(self.server, "Work/")
+
+        self.assertEqual(self.own.received, [])
 
 
 class Harmed(IconSettings):
