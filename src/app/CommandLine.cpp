@@ -114,8 +114,7 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             return std::nullopt;
         }
     }
-    const bool isForFiles = commandLine.isWaitedFor || commandLine.isHidden;
-    if (isForFiles && (commandLine.files.isEmpty() || !commandLine.action.isNull())) {
+    if (commandLine.isReported() && (commandLine.files.isEmpty() || !commandLine.action.isNull())) {
         QTextStream(stderr) << "Quillbox: \"--wait\" and \"--hidden\" are for files, and for nothing else.\n";
         exitCode = 2;
         return std::nullopt;

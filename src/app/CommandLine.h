@@ -15,8 +15,10 @@ struct CommandLine {
     bool isHidden = false; ///< Without a window and without questions.
     QString action; ///< The launcher's action that is asked for; null for none.
 
+    /// Whether somebody reads a line for each file.
+    bool isReported() const { return isWaitedFor || isHidden; }
     /// Whether it is this program's window that is wanted, as it is of launchers.
-    bool opensWindow() const { return !isWaitedFor && !isHidden && !listsIcons && icon.isNull(); }
+    bool opensWindow() const { return !isReported() && !listsIcons && icon.isNull(); }
 
     /// Reads @p arguments (the program's name first), each the text of its bytes (LocalPath). std::nullopt when the
     /// program is to end at once with @p exitCode: help or version were asked for, or an option is unknown; what there

@@ -71,11 +71,18 @@ const char* run(const DropIcons::Icon& icon, const CommandLine& commandLine)
 
 } // namespace
 
-void IconCommands::refuse(const QStringList& files, const QString& why)
+void IconCommands::refuse(const CommandLine& commandLine, const QString& why)
 {
+    if (commandLine.isReported()) {
+        UploadReport report(commandLine.files);
+        report.problem(why);
+        report.rest(u"Not taken"_s);
+        report.finish();
+        return;
+    }
     QTextStream err(stderr);
     err << "Quillbox: " << why << '\n';
-    for (const QString& file : files) {
+    for (const QString& file : commandLine.files) {
         err << "Not taken: " << wholeVisibleText(file) << '\n';
     }
 }
@@ -87,7 +94,7 @@ std::optional<SettingsAlert> IconCommands::useSettings(const CommandLine& comman
     const bool isTold = !commandLine.settings.isNull();
     if (isTold && withoutLinkedFolders(commandLine.settings) != withoutLinkedFolders(own)) {
         const SettingsAlert alert = SettingsAlert::foreign(commandLine.settings, own);
-        refuse(commandLine.files, wholeVisibleText(alertLine(alert.title, alert.text)));
+        refuse(commandLine, wholeVisibleText(alertLine(alert.title, alert.text)));
         return alert;
     }
     if (isTold || IconSettings::areOf(program)) {
@@ -120,7 +127,7 @@ void IconCommands::becomeIcon(const DropIcons& icons, const CommandLine& command
     const QList<DropIcons::Icon> all = icons.icons();
     const auto icon = std::ranges::find(all, commandLine.icon, &DropIcons::Icon::name);
     const QString name = wholeVisibleText(commandLine.icon);
-    refuse(commandLine.files,
+    refuse(commandLine,
            icon == all.end() ? u"There is no icon \"%1\"; \"--list-icons\" shows those that there are."_s.arg(name)
                              : u"The icon \"%1\" cannot be started: %2."_s.arg(
                                  name, QString::fromLocal8Bit(run(*icon, commandLine))));

@@ -2,7 +2,7 @@
 
 #include "SettingsAlert.h"
 
-#include <QStringList>
+#include <QString>
 
 #include <optional>
 
@@ -17,8 +17,8 @@ namespace IconCommands {
 /// taken; the program must not go on.
 [[nodiscard]] std::optional<SettingsAlert> useSettings(const CommandLine& commandLine);
 
-/// Says that @p files are not taken, and why.
-void refuse(const QStringList& files, const QString& why);
+/// Says that the files of @p commandLine are not taken, and why.
+void refuse(const CommandLine& commandLine, const QString& why);
 
 /// Prints a line for each icon: its name, a tab, and where its files go.
 void list(const DropIcons& icons);

@@ -100,14 +100,14 @@ void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
     const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     if (ApplicationService::hasOtherServer(bus, programFileName())) {
         if (commandLine.isWaitedFor && !commandLine.isHidden) { // Who waits is told by the program that has the name.
-            IconCommands::refuse(commandLine.files,
+            IconCommands::refuse(commandLine,
                                  u"The window that is open is of a former icon of this name, and goes to another "
                                  "server. Close it first."_s);
             std::_Exit(1);
         }
         return;
     }
-    if (commandLine.isWaitedFor || commandLine.isHidden) {
+    if (commandLine.isReported()) {
         UploadCommand::run(commandLine, turn, bus);
     } else {
         handOver(commandLine, bus);

@@ -11,7 +11,6 @@
 
 #include <QCoreApplication>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -162,8 +161,7 @@ void UploadCommand::exit(int status)
     if (m_client != nullptr) {
         m_client->disconnect(this); // What comes behind that changes nothing, such as the end of the program.
     }
-    constexpr std::chrono::hours limit{ 24 }; // The files are in other hands: it may wait for its reader.
-    QCoreApplication::exit(m_report.finish(limit) ? status : 1);
+    QCoreApplication::exit(m_report.finish() ? status : 1);
 }
 
 /// Ends the command: @p words are said of the files that nothing was heard of.

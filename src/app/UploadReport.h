@@ -30,8 +30,10 @@ public:
     void problem(const QString& why);
     /// The rest of the files, of which nothing more is going to be heard.
     void rest(const QString& words);
+    static constexpr std::chrono::hours patience{ 24 }; ///< With a reader for whom alone the process is still there.
+
     /// Waits until all is printed, for @p limit at most. False when a line for a file could not be.
-    bool finish(std::chrono::milliseconds limit);
+    bool finish(std::chrono::milliseconds limit = patience);
 
 private:
     void print(int stream, const QString& text);

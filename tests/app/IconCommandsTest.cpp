@@ -15,6 +15,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -47,6 +48,19 @@ protected:
         ::testing::internal::CaptureStdout();
         ::testing::internal::CaptureStderr();
         IconCommands::list(DropIcons(u"/nowhere"_s, folders));
+        return { ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr() };
+    }
+    /// What is printed of a file for an icon that there is not.
+    static Printed refusal(bool isWaitedFor, bool isHidden)
+    {
+        CommandLine commandLine;
+        commandLine.files = QStringList{ u"/a b"_s };
+        commandLine.icon = u"Typo"_s;
+        commandLine.isWaitedFor = isWaitedFor;
+        commandLine.isHidden = isHidden;
+        ::testing::internal::CaptureStdout();
+        ::testing::internal::CaptureStderr();
+        IconCommands::becomeIcon(DropIcons(u"/nowhere"_s, DropIcons::Folders::below(u"/nowhere"_s)), commandLine);
         return { ::testing::internal::GetCapturedStdout(), ::testing::internal::GetCapturedStderr() };
     }
     static void setServer(const QString& fileName, const QString& address)
@@ -105,6 +119,20 @@ TEST_F(IconCommandsTest, SettingsOfAnotherIconAreRefused)
                   "icon again.\nNot taken: /a b\n");
         EXPECT_FALSE(IconSettings::areInUse());
     }
+}
+
+TEST_F(IconCommandsTest, FilesForAnIconThatThereIsNotHaveALineEachForWhoeverReadsThose)
+{
+    const std::string why = "Quillbox: There is no icon \"Typo\"; \"--list-icons\" shows those that there are.\n";
+
+    for (const auto& [isWaitedFor, isHidden] : { std::pair(true, false), std::pair(false, true) }) {
+        const Printed reported = refusal(isWaitedFor, isHidden);
+        EXPECT_EQ(reported.out, "/a b\tNot taken\n");
+        EXPECT_EQ(reported.err, why);
+    }
+    const Printed told = refusal(false, false);
+    EXPECT_EQ(told.out, "");
+    EXPECT_EQ(told.err, why + "Not taken: /a b\n");
 }
 
 TEST_F(IconCommandsTest, EachIconIsListedWithItsOwnServerWhoeverListsThem)

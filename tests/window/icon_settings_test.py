@@ -102,17 +102,17 @@ class Used(IconSettings):
         self.assertIn(self.path("Work"), text)
         return title
 
-    def assert_refused(self, program):
+    def assert_refused(self, program, words="Not taken: {}\n"):
         self.assertEqual(program.exit_code(), 1, program.output())
         self.assertIn("are not those of this program", program.output())
-        self.assertIn(f"Not taken: {self.folder}/one.txt", program.output())
+        self.assertIn(words.format(f"{self.folder}/one.txt"), program.output())
 
     def test_who_waits_or_has_no_display_reads_the_refusal_alone(self):
         work = self.make_icon("Work", self.own)
         words = ("--settings", self.path("work"), self.file("one.txt"))
 
-        self.assert_refused(self.launch("--wait", *words, program=work))
-        self.assert_refused(self.launch("--hidden", *words, program=work))
+        for option in ("--wait", "--hidden"):
+            self.assert_refused(self.launch(option, *words, program=work), "{}\tNot taken\n")
         self.assert_refused(self.launch(*words, program=work, DISPLAY=None))
 
         self.assertEqual(self.own.received, [])
@@ -156,7 +156,7 @@ class AfterAnother(WindowTest):
         self.assertEqual((waiting.exit_code(), hidden.exit_code()), (1, 0))
         self.start(self.file("shown"), program=self.icon)
         wait_for(lambda: server.received == [folder + "hidden", folder + "shown"], "the files")
-        self.assertIn(f"Not taken: {self.folder}/waiting", waiting.output())
+        self.assertIn(f"{self.folder}/waiting\tNot taken\n", waiting.output())
 
     def test_a_window_that_has_the_main_server_gets_no_file_for_the_icons_own(self):
         self.start(program=self.icon)
