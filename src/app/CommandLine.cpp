@@ -76,6 +76,7 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
         const QString& word = arguments[i];
         if (isBehindOptions || !word.startsWith(u'-')) {
             commandLine.files.append(absolutePath(word));
+            commandLine.filesAsGiven.append(word);
         } else if (word == u"--"_s) {
             isBehindOptions = true;
         } else if (word == u"--preferences"_s) {

@@ -8,6 +8,7 @@
 /// error, and behind "--" every word is a file.
 struct CommandLine {
     QStringList files; ///< Absolute paths (LocalPath), in order.
+    QStringList filesAsGiven; ///< The same, as the words that they were.
     QString settings; ///< The file with the settings of the icon that starts the program; null when none is named.
     QString icon; ///< The drop icon that they are for; null for the program as it was started.
     bool listsIcons = false; ///< The drop icons are to be listed, and nothing else.

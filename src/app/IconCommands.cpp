@@ -57,7 +57,7 @@ const char* run(const DropIcons::Icon& icon, const CommandLine& commandLine)
         words.append("--hidden");
     }
     words.append("--");
-    for (const QString& file : commandLine.files) {
+    for (const QString& file : commandLine.filesAsGiven) { // Absolute, they may be longer than the system allows.
         words.append(LocalPath::toBytes(file));
     }
     std::vector<char*> arguments;

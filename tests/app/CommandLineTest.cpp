@@ -34,6 +34,8 @@ TEST_F(CommandLineTest, PathsBecomeAbsolute)
     const QString here = QDir::currentPath() + u'/';
     EXPECT_EQ(commandLine->files,
               (QStringList{ here + u"a b"_s, u"/x/../y"_s, here + u"./c"_s, u"/d e"_s, here + u"-f"_s }));
+    EXPECT_EQ(commandLine->filesAsGiven,
+              (QStringList{ u"a b"_s, u"/x/../y"_s, u"./c"_s, u"file:///d%20e"_s, u"-f"_s }));
 }
 
 TEST_F(CommandLineTest, WhatIsNoCompleteFileURLIsAName)

@@ -70,6 +70,15 @@ class Command(WindowTest):
         wait_for(lambda: name in self.server.begun, f"{name} to be sent")
 
 
+    def make_icon(self):
+        """An icon with a sub-folder of its own."""
+        self.settings()
+        folder = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/copies")
+        os.makedirs(folder, exist_ok=True)
+        os.symlink(PROGRAM, os.path.join(folder, "Scans"))
+        os.mkdir(self.server.path("Scans"))
+
+
 class Hidden(Command):
     """Without a display and a session bus, as in a script that runs at night."""
 
@@ -223,6 +232,16 @@ class Hidden(Command):
         self.assertIn("Settings Missing", command.output())
         self.assertEqual(self.server.received, [])
 
+    def test_an_icon_takes_as_many_files_as_the_program_itself(self):
+        self.make_icon()
+        deep = os.path.join(self.folder, *["long" * 60] * 14)
+        os.makedirs(deep)
+        count = 2000  # By absolute paths longer than a command may be.
+
+        command = self.launch("--icon", "Scans", "--hidden", "--wait", "--", *["-gone"] * count, folder=deep, **NOWHERE)
+
+        self.assertEqual((command.exit_code(), len(self.lines(command))), (1, count))
+
     def test_a_wrong_password_is_a_failure(self):
         self.settings(Password="wrong")
         status, command = self.run_hidden("--wait", self.file("one.txt"))
@@ -372,11 +391,7 @@ class ThroughTheWindow(Command):
         self.assertIsNone(program.sheet())
 
     def test_an_icon_is_waited_for(self):
-        self.settings()
-        folder = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/copies")
-        os.makedirs(folder, exist_ok=True)
-        os.symlink(PROGRAM, os.path.join(folder, "Scans"))
-        os.mkdir(self.server.path("Scans"))
+        self.make_icon()
 
         command = self.launch("--icon", "Scans", "--hidden", "--wait", self.file("one.txt"))
 
