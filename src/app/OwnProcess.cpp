@@ -32,6 +32,7 @@ void OwnProcess::start(const QStringList& options)
     for (const int stream : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO }) {
         ::posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
     }
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     pid_t process = -1;
     const int error = ::posix_spawn(&process, "/proc/self/exe", &actions, &attributes, words.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);

@@ -4,7 +4,8 @@
 #include <QStringList>
 
 /// The program once more under the same name, as a process that depends on nothing of this one: it has a session of its
-/// own, and its standard streams lead nowhere. It goes on when this object, or this process, goes.
+/// own, its standard streams lead nowhere, and it has no other file that is open here. It goes on when this object, or
+/// this process, goes.
 class OwnProcess final : public QObject {
     Q_OBJECT
 

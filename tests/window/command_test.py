@@ -407,7 +407,9 @@ class WhereNobodyRuns(Command):
 
     def test_a_window_is_opened_that_stays(self):
         self.settings()
-        command = self.launch("--wait", self.file("one.txt"), self.file("two.txt"))
+        lock = os.path.join(self.folder, "lock")
+        script = ["-c", 'exec "$@" 9>>"$0"', lock, PROGRAM, "--wait", self.file("one.txt"), self.file("two.txt")]
+        command = self.launch(*script, program="/bin/sh")
 
         self.assertEqual(command.exit_code(), 0)
         self.assertEqual(self.lines(command), [("one.txt", CONFIRMED), ("two.txt", CONFIRMED)])
@@ -415,6 +417,7 @@ class WhereNobodyRuns(Command):
         wait_for(lambda: self.desktop.windows_of(process), "the window")
         self.assertNotEqual(os.getsid(process), os.getsid(0))
         self.assertEqual({os.readlink(f"/proc/{process}/fd/{stream}") for stream in range(3)}, {"/dev/null"})
+        self.assertNotIn(lock, [os.path.realpath(stream.path) for stream in os.scandir(f"/proc/{process}/fd")])
 
     def test_without_a_bus_or_a_display_the_window_cannot_be_asked(self):
         self.settings()
