@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto reportLimit = 3s; ///< Somebody who does not read the report keeps nobody's program.
+constexpr auto reportLimit = 3s; ///< Somebody who does not read the report keeps nobody's program that is to end.
 
 } // namespace
 
@@ -51,11 +51,20 @@ void HiddenRun::begin()
 
 void HiddenRun::endIfIdle()
 {
-    const bool isOver = m_watch == nullptr || m_watch->isOver();
-    if (m_parts.delegate.isHidden() && isOver && m_parts.service.isIdle()
-        && !m_parts.viewController.history().isQueueUnderWay()) {
-        m_parts.delegate.quit();
+    if (isIdle()) {
+        m_report.whenPrinted(this, [this] { // Others may have brought files meanwhile.
+            if (isIdle()) {
+                m_parts.delegate.quit();
+            }
+        });
     }
+}
+
+bool HiddenRun::isIdle() const
+{
+    const bool isOver = m_watch == nullptr || m_watch->isOver();
+    return m_parts.delegate.isHidden() && isOver && m_parts.service.isIdle()
+        && !m_parts.viewController.history().isQueueUnderWay();
 }
 
 int HiddenRun::finish()

@@ -30,8 +30,10 @@ public:
     HiddenRun(const Parts& parts, const QStringList& files);
 
     void begin();
-    /// Ends the program when nothing is left to do and the window is still hidden.
+    /// Ends the program when it isIdle() and all its lines are read.
     void endIfIdle();
+    /// Whether nothing is left to do and the window is still hidden.
+    bool isIdle() const;
     /// The loop has ended: says of each file that is not over that it is not. Answers the process's exit status.
     int finish();
 

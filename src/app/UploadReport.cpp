@@ -3,9 +3,12 @@
 #include "TreePath.h"
 #include "VisibleText.h"
 
+#include <QObject>
+
 #include <algorithm>
 #include <cerrno>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -66,6 +69,12 @@ void UploadReport::rest(const QString& words)
         }
     }
     print(STDOUT_FILENO, files);
+}
+
+void UploadReport::whenPrinted(QObject* context, std::function<void()> then)
+{
+    m_printer.post(
+        [context, then = std::move(then)] { QMetaObject::invokeMethod(context, then, Qt::QueuedConnection); });
 }
 
 bool UploadReport::finish(std::chrono::milliseconds limit)

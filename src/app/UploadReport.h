@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 
 /// An alert as one line.
@@ -30,6 +31,9 @@ public:
     void problem(const QString& why);
     /// The rest of the files, of which nothing more is going to be heard.
     void rest(const QString& words);
+    /// Calls @p then from the loop of @p context, which outlives the report, as soon as all so far is printed.
+    void whenPrinted(QObject* context, std::function<void()> then);
+
     static constexpr std::chrono::hours patience{ 24 }; ///< With a reader for whom alone the process is still there.
 
     /// Waits until all is printed, for @p limit at most. False when a line for a file could not be.

@@ -15,14 +15,56 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
+#include <cstdio>
+#include <fcntl.h>
 #include <optional>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QString nameOfHidden = u"Quillbox"_s;
+
+/// Leads the standard output to somebody who does not read it yet. What a test finds out meanwhile it says afterwards.
+class UnreadOutput {
+public:
+    UnreadOutput()
+        : m_before(::dup(STDOUT_FILENO))
+    {
+        std::fflush(stdout);
+        EXPECT_EQ(::pipe2(m_ends.data(), O_CLOEXEC), 0);
+        EXPECT_EQ(::fcntl(m_ends[0], F_SETFL, O_NONBLOCK), 0);
+        EXPECT_GT(::fcntl(m_ends[1], F_SETPIPE_SZ, 4096), 0);
+        ::dup2(m_ends[1], STDOUT_FILENO);
+        ::close(m_ends[1]);
+    }
+    UnreadOutput(const UnreadOutput&) = delete;
+    UnreadOutput& operator=(const UnreadOutput&) = delete;
+    ~UnreadOutput()
+    {
+        ::dup2(m_before, STDOUT_FILENO);
+        ::close(m_before);
+        ::close(m_ends[0]);
+    }
+
+    /// What there is now.
+    QByteArray read() const
+    {
+        QByteArray all;
+        std::array<char, 4096> bytes{};
+        for (ssize_t count = 0; (count = ::read(m_ends[0], bytes.data(), bytes.size())) > 0;) {
+            all.append(bytes.data(), count);
+        }
+        return all;
+    }
+
+private:
+    int m_before;
+    std::array<int, 2> m_ends{};
+};
 
 /// A program without its window, and somebody else on its bus.
 class HiddenRunTest : public FakeWindowTest {
@@ -168,8 +210,7 @@ TEST_F(HiddenRunTest, ItGoesOnUntilTheFilesOfOthersAreOver)
     tick();
     tick();
     finishUpload();
-    m_run->endIfIdle(); // As it is at the end of the queue.
-    EXPECT_FALSE(isEnding());
+    EXPECT_FALSE(m_run->isIdle());
 
     list("b");
 
@@ -185,9 +226,8 @@ TEST_F(HiddenRunTest, ItGoesOnWhileNobodyWaitsForWhatIsQueued)
     tick();
     ASSERT_TRUE(
         waitFor([this] { return m_controller->history().entries()[0].outcome == UploadOutcome::Kind::NotFound; }));
-    m_run->endIfIdle();
 
-    EXPECT_FALSE(isEnding());
+    EXPECT_FALSE(m_run->isIdle());
     finish();
 }
 
@@ -198,10 +238,42 @@ TEST_F(HiddenRunTest, ItStaysWhenItsWindowHasBeenShown)
     EXPECT_TRUE(m_controller->window().isVisible());
     tick();
     drainEventLoop();
-    m_run->endIfIdle();
 
-    EXPECT_FALSE(isEnding());
+    EXPECT_FALSE(m_run->isIdle());
     finish();
+}
+
+TEST_F(HiddenRunTest, ItGoesOnUntilItsLinesAreRead)
+{
+    constexpr int count = 100; // More than the pipe holds.
+    QStringList files;
+    for (int i = 0; i < count; ++i) {
+        files.append(u"/gone/%1/%2"_s.arg(QString(200, u'x')).arg(i));
+    }
+    bool endedEarly = true;
+    bool hasEnded = false;
+    QByteArray read;
+    {
+        const UnreadOutput output;
+        m_run.emplace(HiddenRun::Parts{ *m_controller, m_delegate, m_uploads, *m_service }, files);
+        m_run->begin();
+        waitFor([this] {
+            tick();
+            return m_run->isIdle();
+        });
+        drainEventLoop();
+        endedEarly = isEnding();
+        hasEnded = waitFor([&] {
+            read += output.read();
+            return isEnding();
+        });
+        m_run->finish();
+        read += output.read();
+    }
+
+    EXPECT_FALSE(endedEarly);
+    EXPECT_TRUE(hasEnded);
+    EXPECT_EQ(read.count('\n'), count);
 }
 
 TEST_F(HiddenRunTest, ThatNobodyReadsItsLinesDoesNotEndIt)
