@@ -4,6 +4,7 @@
 #include "BusName.h"
 #include "Display.h"
 #include "HiddenTurn.h"
+#include "IconSettings.h"
 #include "OwnProcess.h"
 #include "ProgramName.h"
 #include "TerminationSignals.h"
@@ -104,8 +105,9 @@ void UploadCommand::startWindow()
             fail(u"The window could not be opened."_s, u"Not taken"_s);
         }
     });
-    const QString& settings = m_commandLine.settings;
-    window->start(settings.isNull() ? QStringList() : QStringList{ u"--settings"_s, settings });
+    // Named also where nobody has named them here: they may be gone when the window looks for them.
+    window->start(IconSettings::areInUse() ? QStringList{ u"--settings"_s, IconSettings::filePath(programFileName()) }
+                                           : QStringList());
 }
 
 void UploadCommand::handOver()

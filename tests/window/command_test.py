@@ -1,6 +1,7 @@
 """Commands that wait until their files are over, with the window and without it."""
 
 import fcntl
+import hashlib
 import os
 import signal
 import struct
@@ -9,7 +10,7 @@ import unittest
 
 from certificates import make_certificate
 from desktop import wait_for
-from program import Program
+from program import settings_path, store_settings
 from real_ftp_server import RealFTPServer
 from start_test import NAME, connect_to_the_bus
 from upload_server import SLOW
@@ -25,14 +26,14 @@ class Command(WindowTest):
         rows = [line.split("\t", 1) for line in command.output().splitlines() if line.startswith(self.folder)]
         return [(os.path.relpath(path, self.folder), words) for path, words in rows]
 
-    def process_on_the_bus(self):
-        """The number of the process that answers under the program's name; nothing without one."""
+    def process_on_the_bus(self, name=NAME):
+        """The number of the process that answers under that name; nothing without one."""
         from gi.repository import Gio, GLib
 
         bus = connect_to_the_bus()
         try:
             words = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
-            arguments = GLib.Variant("(s)", (NAME,))
+            arguments = GLib.Variant("(s)", (name,))
             answer = bus.call_sync(
                 *words, "GetConnectionUnixProcessID", arguments, None, Gio.DBusCallFlags.NONE, 20_000, None
             )
@@ -42,11 +43,11 @@ class Command(WindowTest):
         finally:
             bus.close_sync(None)
 
-    def kill_what_is_on_the_bus(self):
-        process = self.process_on_the_bus()
+    def kill_what_is_on_the_bus(self, name=NAME):
+        process = self.process_on_the_bus(name)
         if process:
             os.kill(process, signal.SIGKILL)
-            wait_for(lambda: self.process_on_the_bus() is None, "the program to be gone")
+            wait_for(lambda: self.process_on_the_bus(name) is None, "the program to be gone")
 
     def hold_the_turn(self):
         """Has everybody wait who would upload without a window, until the file that is answered is closed."""
@@ -418,6 +419,19 @@ class WhereNobodyRuns(Command):
         self.assertNotEqual(os.getsid(process), os.getsid(0))
         self.assertEqual({os.readlink(f"/proc/{process}/fd/{stream}") for stream in range(3)}, {"/dev/null"})
         self.assertNotIn(lock, [os.path.realpath(stream.path) for stream in os.scandir(f"/proc/{process}/fd")])
+
+    def test_the_window_of_an_icon_is_told_of_the_server_that_the_command_has(self):
+        self.settings()
+        store_settings(self.home, self.server.settings(), "Work")
+        icon = os.path.join(self.folder, "Work")
+        os.symlink(PROGRAM, icon)
+        name = NAME + ".c" + hashlib.sha256(b"Work").hexdigest()[:16]
+        self.addCleanup(self.kill_what_is_on_the_bus, name)
+
+        self.assertEqual(self.launch("--wait", self.file("one.txt"), program=icon).exit_code(), 0)
+
+        words = content(f"/proc/{self.process_on_the_bus(name)}/cmdline").split("\0")
+        self.assertEqual(words, [icon, "--settings", settings_path(self.home, "Work"), ""])
 
     def test_without_a_bus_or_a_display_the_window_cannot_be_asked(self):
         self.settings()
