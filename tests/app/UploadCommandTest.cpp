@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <unistd.h>
@@ -60,6 +61,10 @@ public:
         const QByteArrayList paths{ "/a", "/b" };
         signal(call, u"Ended"_s, { QVariant::fromValue(paths), QStringList{ u"Confirmed"_s, u"Confirmed"_s } });
         signal(call, u"Over"_s, { true, true });
+    }
+    void killBus() const
+    {
+        ::kill(static_cast<pid_t>(m_bus.interface()->servicePid(u"org.freedesktop.DBus"_s).value()), SIGKILL);
     }
     void end() { m_bus.unregisterService(busName(runningName)); }
     /// Returns when all that was sent waits at the command's side, of which nothing has been looked at.
@@ -111,6 +116,32 @@ TEST_F(UploadCommandTest, WhatHasArrivedStaysSoWhenTheProgramEndsBehindIt)
     };
 
     EXPECT_EXIT(waitForFiles(start), testing::ExitedWithCode(0), "^/a\tConfirmed\n/b\tConfirmed\n$");
+}
+
+TEST_F(UploadCommandTest, WhatIsNotAnsweredInTimeIsNotKnown)
+{
+    const auto start = [](Program& program, const QDBusMessage& call) {
+        program.send(call.createErrorReply(QDBusError::NoReply, u"Late"_s));
+    };
+
+    EXPECT_EXIT(waitForFiles(start), testing::ExitedWithCode(1),
+                "^Quillbox: The window that is open does not answer; it may do so later, or never.\n"
+                "/a\tNot known whether taken\n/b\tNot known whether taken\n$");
+}
+
+TEST_F(UploadCommandTest, WithTheSessionBusAllIsLostOfWhatWasNotOver)
+{
+    const auto start = [](Program& program, const QDBusMessage& call) {
+        program.send(call.createReply());
+        program.pass();
+        program.killBus();
+    };
+    const auto startUnanswered = [](Program& program, const QDBusMessage& /*call*/) { program.killBus(); };
+
+    EXPECT_EXIT(waitForFiles(start), testing::ExitedWithCode(1),
+                "^Quillbox: The session bus has gone.\n/a\tNot known\n/b\tNot known\n$");
+    EXPECT_EXIT(waitForFiles(startUnanswered), testing::ExitedWithCode(1),
+                "^Quillbox: The session bus has gone.\n/a\tNot known whether taken\n/b\tNot known whether taken\n$");
 }
 
 } // namespace
