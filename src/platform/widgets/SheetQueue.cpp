@@ -43,9 +43,10 @@ bool SheetQueue::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::WindowActivate && m_alert != nullptr && !m_alert->isModal()) {
         // Modality counts when a window is shown. This one, hidden and shown again, might stay hidden: to the window
         // manager, which may only now hear that it is to be shown, the hiding comes last.
-        m_alert->disconnect(this);
-        m_alert->close();
+        closeAlert();
         showNext();
+    } else if (event->type() == QEvent::Show) {
+        showNextSoon();
     }
     return QObject::eventFilter(watched, event);
 }
@@ -60,9 +61,30 @@ void SheetQueue::raise(const Sheet& sheet)
         return;
     }
     m_sheets.append(sheet);
+    if (sheet.matter != nullptr) {
+        connect(sheet.matter, &QObject::destroyed, this, [this, matter = sheet.matter] { withdraw(matter); });
+    }
     if (m_sheets.size() == 1) {
         showNext();
     }
+}
+
+/// Takes the sheets about @p matter away, unanswered.
+void SheetQueue::withdraw(const QObject* matter)
+{
+    const bool isFirst = !m_sheets.isEmpty() && m_sheets.first().matter == matter;
+    m_sheets.removeIf([matter](const Sheet& sheet) { return sheet.matter == matter; });
+    if (isFirst && m_alert != nullptr) {
+        closeAlert();
+        alertHasGone();
+    }
+}
+
+void SheetQueue::closeAlert()
+{
+    m_alert->disconnect(this);
+    m_alert->close();
+    m_alert.clear(); // It goes, and shows no more.
 }
 
 void SheetQueue::showNextSoon()
@@ -71,8 +93,12 @@ void SheetQueue::showNextSoon()
     RunLoop::dispatchAfter(0, this, [this] { showNext(); });
 }
 
+/// Does nothing where none waits, or cannot be shown by now.
 void SheetQueue::showNext()
 {
+    if (m_sheets.isEmpty() || m_alert != nullptr || !m_window.isVisible()) {
+        return;
+    }
     if (const QDialog* const dialog = openedDialog(m_window)) {
         connect(dialog, &QDialog::finished, this, &SheetQueue::showNextSoon, Qt::SingleShotConnection);
         return;
@@ -106,14 +132,17 @@ void SheetQueue::finished(bool isAlternate)
 {
     const Sheet sheet = m_sheets.takeFirst();
     m_alert.clear(); // It goes, and shows no more.
-    if (!m_sheets.isEmpty()) {
-        showNextSoon();
+    alertHasGone();
+    if (const std::function<void()>& then = isAlternate ? sheet.onAlternate : sheet.onDefault) {
+        then();
     }
+}
+
+void SheetQueue::alertHasGone()
+{
+    showNextSoon();
     // Whoever manages the windows may take a while.
     for (const int delayMs : { 100, 300, 1000 }) {
         RunLoop::dispatchAfter(delayMs, this, [this] { noticeKeyboard(m_window); });
-    }
-    if (const std::function<void()>& then = isAlternate ? sheet.onAlternate : sheet.onDefault) {
-        then();
     }
 }

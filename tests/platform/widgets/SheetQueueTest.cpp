@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -95,6 +97,61 @@ TEST_F(SheetQueueTest, ASheetWaitsForAnotherDialogOfItsWindow)
     dialog.reject();
 
     EXPECT_TRUE(waitForSheet(u"one"_s));
+    answerSheet();
+}
+
+TEST_F(SheetQueueTest, ASheetWaitsForItsWindow)
+{
+    m_window.hide();
+    raise(u"one"_s);
+    drainEventLoop();
+    EXPECT_TRUE(shownSheets().isEmpty());
+
+    m_window.show();
+
+    EXPECT_TRUE(waitForSheet(u"one"_s));
+    answerSheet();
+}
+
+TEST_F(SheetQueueTest, ASheetGoesUnansweredWithWhatItIsAbout)
+{
+    auto first = std::make_unique<QObject>();
+    auto third = std::make_unique<QObject>();
+    bool isAnswered = false;
+    const auto note = [&isAnswered] { isAnswered = true; };
+    m_queue.raise({ .title = u"one"_s, .text = u"text"_s, .onDefault = note, .matter = first.get() });
+    raise(u"two"_s);
+    m_queue.raise({ .title = u"three"_s, .text = u"text"_s, .onDefault = note, .matter = third.get() });
+    raise(u"four"_s);
+    ASSERT_TRUE(waitForSheet(u"one"_s));
+
+    first.reset();
+    EXPECT_TRUE(shownSheets().isEmpty());
+    ASSERT_TRUE(waitForSheet(u"two"_s));
+    third.reset(); // It does not show yet.
+    answerSheet();
+
+    ASSERT_TRUE(waitForSheet(u"four"_s));
+    answerSheet();
+    EXPECT_FALSE(isAnswered);
+}
+
+TEST_F(SheetQueueTest, ASheetThatWaitedForADialogAloneAndHasGoneLeavesTheNextOneItsTurn)
+{
+    QDialog dialog(&m_window);
+    dialog.open();
+    auto matter = std::make_unique<QObject>();
+    m_queue.raise({ .title = u"one"_s, .text = u"text"_s, .matter = matter.get() });
+
+    matter.reset();
+    dialog.reject();
+    drainEventLoop();
+    EXPECT_TRUE(shownSheets().isEmpty());
+
+    dialog.open();
+    m_queue.raise({ .title = u"two"_s, .text = u"text"_s });
+    dialog.reject();
+    EXPECT_TRUE(waitForSheet(u"two"_s));
     answerSheet();
 }
 
