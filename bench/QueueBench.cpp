@@ -1,5 +1,6 @@
 // What many waiting files cost the window, and what a tick costs: Google Benchmark, off screen.
 
+#include "DestinationSettings.h"
 #include "DragDropView.h"
 #include "EngineConnections.h"
 #include "EngineStreamFactory.h"
@@ -8,6 +9,7 @@
 #include "HistoryWindow.h"
 #include "LedgerDatabase.h"
 #include "ProgramName.h"
+#include "SettingNames.h"
 #include "UploadHistory.h"
 #include "UploadLedger.h"
 #include "UserDefaults.h"
@@ -102,6 +104,52 @@ void addOneToMany(benchmark::State& state)
     controller().clearQueue();
 }
 BENCHMARK(addOneToMany)->Arg(manyFiles)->Iterations(100)->Unit(benchmark::kMillisecond);
+
+void set(const QString& key, const QJsonValue& value)
+{
+    if (!UserDefaults::standard().store({ { key, value } })) {
+        qFatal("cannot store the settings");
+    }
+}
+
+/// So many drops of one file each; with a second argument of 1 somebody is to be asked about them.
+void dropOneByOne(benchmark::State& state)
+{
+    set(SettingNames::askBeforeReplacing, state.range(1) == 1);
+    for (auto _ : state) {
+        for (int number = 0; number < state.range(0); ++number) {
+            controller().uploadFiles({ u"/nowhere/at/all/file %1"_s.arg(number) });
+        }
+        state.PauseTiming();
+        controller().clearQueue();
+        QApplication::processEvents();
+        state.ResumeTiming();
+    }
+    set(SettingNames::askBeforeReplacing, QJsonValue());
+}
+BENCHMARK(dropOneByOne)->Args({ manyFiles, 0 })->Args({ manyFiles, 1 })->Iterations(1)->Unit(benchmark::kMillisecond);
+
+/// Another destination is in force while so many files wait to be sent to the one before, and as many more that were
+/// queued again one by one: somebody is to be asked about the former again.
+void changeDestination(benchmark::State& state)
+{
+    controller().clearQueue();
+    const Destination destination = DestinationSettings::destination();
+    for (int number = 0; number < state.range(0); ++number) {
+        controller().uploadAgain({ u"/nowhere/at/all/once more %1"_s.arg(number) }, destination);
+    }
+    controller().uploadFiles(QStringList(state.range(0), u"/nowhere/at/all"_s));
+    set(SettingNames::askBeforeReplacing, true);
+    set(SettingNames::ftpFolder, u"another"_s);
+    for (auto _ : state) {
+        controller().destinationSet();
+    }
+    set(SettingNames::askBeforeReplacing, QJsonValue());
+    set(SettingNames::ftpFolder, QJsonValue());
+    controller().clearQueue();
+    controller().destinationSet();
+}
+BENCHMARK(changeDestination)->Arg(manyFiles)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void tickWhileFilesWait(benchmark::State& state)
 {
