@@ -206,7 +206,7 @@ void Pump::startNext()
     if (isUploadDue()) {
         m_parts.listing.setDestination(DestinationSettings::destination());
     }
-    if (isDestinationMissed() && m_parts.intake.stage() == UploadIntake::Stage::AwaitingDestination) {
+    if (isDestinationMissed()) {
         emit destinationMissed();
     }
     const Destination& destination = m_parts.listing.destination();
@@ -227,9 +227,6 @@ void Pump::startNext()
         }
         m_parts.run.startNext(m_parts.queue, destination);
         m_parts.indicators.transferStarted(m_parts.uploads, m_parts.uploads.isSending());
-    } else if (isUploadDue() && isDestinationMissed()
-               && m_parts.history.requestOf(m_parts.history.nextRow()).isUnattended) {
-        m_parts.run.failUnattended(m_parts.queue);
     } else if (!isMoving() && m_parts.listing.isDue() && !m_parts.listing.isListing()) {
         m_parts.listing.setDue(false);
         emit listingDue();

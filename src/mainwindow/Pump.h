@@ -73,7 +73,7 @@ signals:
     void listingDue();
     /// So is a refresh that was put off while files go up, beside them.
     void refreshDue();
-    /// Drops are held for want of a destination, and there has been none for a while.
+    /// There has been no destination for a while.
     void destinationMissed();
 
 private:

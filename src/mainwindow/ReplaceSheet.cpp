@@ -110,16 +110,13 @@ SheetList list(const HeldDrops::Question& question)
 
 void askWhetherToReplace(QWidget& window, const HeldDrops::Question& question)
 {
-    if (!window.isVisible()) {
-        question.answer(false);
-        return;
-    }
     SheetQueue::of(window).raise({ .title = title(question),
                                    .text = text(question),
                                    .defaultButton = u"Leave Out"_s,
                                    .alternateButton = u"Replace"_s,
                                    .onAlternate = [answer = question.answer] { answer(true); },
                                    .onDefault = [answer = question.answer] { answer(false); },
-                                   .list = list(question) });
+                                   .list = list(question),
+                                   .matter = question.matter });
     QApplication::alert(&window);
 }

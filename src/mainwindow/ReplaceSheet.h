@@ -4,5 +4,5 @@
 
 class QWidget;
 
-/// Puts @p question in a sheet of @p window. Where that does not show there is nobody to ask, and nothing is replaced.
+/// Puts @p question in a sheet of @p window, as long as it stands.
 void askWhetherToReplace(QWidget& window, const HeldDrops::Question& question);

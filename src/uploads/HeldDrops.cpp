@@ -1,33 +1,54 @@
 #include "HeldDrops.h"
 
 #include "DestinationSettings.h"
+#include "RunLoop.h"
 #include "SettingNames.h"
 #include "TreePath.h"
 #include "UploadHistory.h"
 #include "UserDefaults.h"
 
-#include <algorithm>
-#include <iterator>
+#include <QPointer>
+
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
-HeldDrops::HeldDrops(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams)
+namespace {
+
+/// So often settings are looked at while a question stands.
+constexpr int settingsIntervalMs = 1000;
+
+/// The setting "AskBeforeReplacing". Whoever writes the file does not switch it off meanwhile.
+bool isAskingWanted()
+{
+    return UserDefaults::standard().lastKnown(SettingNames::askBeforeReplacing).toBool();
+}
+
+} // namespace
+
+HeldDrops::HeldDrops(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams, bool areUnattended)
     : m_queue(queue)
     , m_history(history)
     , m_controller(streams)
+    , m_areUnattended(areUnattended)
     , m_destination(DestinationSettings::destination())
 {
+    m_controller.setAsksNobody(areUnattended);
+    connect(&queue, &UploadQueue::appended, this, [this](const PathList& paths) {
+        if (m_search != nullptr) {
+            m_search->alsoBefore(paths);
+        }
+    });
 }
 
-bool HeldDrops::areWanted()
+bool HeldDrops::areWanted() const
 {
-    return UserDefaults::standard().boolean(SettingNames::askBeforeReplacing).value_or(false);
+    return isAskingWanted() || (m_areUnattended && DestinationSettings::destination().isNull());
 }
 
 void HeldDrops::take(const Drop& drop)
 {
-    m_held.push_back({ .files = filesOf(drop), .bound = drop.bound, .hasEnded = true });
+    hold({ .files = filesOf(drop), .bound = drop.bound });
     goOn();
 }
 
@@ -41,24 +62,29 @@ UploadQueue::Held HeldDrops::filesOf(const Drop& drop)
     return files;
 }
 
-void HeldDrops::begin(const Drop& drop)
-{
-    m_held.push_back({ .bound = drop.bound });
-    emit changed();
-}
-
 void HeldDrops::add(const Drop& piece)
 {
-    const auto held = std::find_if(m_held.begin(), m_held.end(), [](const Held& each) { return !each.hasEnded; });
-    const UploadQueue::Held files = filesOf(piece);
-    held->files.paths.append(files.paths);
-    held->files.rows.append(files.rows);
+    m_coming.append(filesOf(piece));
 }
 
 void HeldDrops::end()
 {
-    std::find_if(m_held.begin(), m_held.end(), [](const Held& each) { return !each.hasEnded; })->hasEnded = true;
+    hold({ .files = std::exchange(m_coming, {}) });
     goOn();
+}
+
+/// Has @p held wait behind all others, or be one with the last of them.
+void HeldDrops::hold(const Held& held)
+{
+    const bool isLastLookedAt = m_search != nullptr && m_held.size() == 1;
+    if (held.files.paths.isEmpty()) {
+        return;
+    }
+    if (m_held.empty() || isLastLookedAt || m_held.back().bound != held.bound) {
+        m_held.push_back(held);
+    } else {
+        m_held.back().files.append(held.files);
+    }
 }
 
 /// Sees which destination is in force. Where it is another one, nothing is known of what is there, nor agreed to.
@@ -69,46 +95,37 @@ void HeldDrops::followDestination()
         return;
     }
     stopLooking();
-    if (areWanted() && !m_queue.isEmpty()) {
-        hold(m_queue.takeUnbound());
+    if (m_queue.isEmpty() || !areWanted()) {
+        return;
+    }
+    m_history.setMoreComes(true); // The queue is not over.
+    Held held{ .files = m_queue.takeUnbound(m_areUnattended) };
+    if (!held.files.paths.isEmpty()) {
+        m_held.push_front(std::move(held));
         emit queueChanged();
     }
 }
 
-/// Has @p waiting, which were queued, wait before all others: those of unattended drops apart.
-void HeldDrops::hold(const UploadQueue::Held& waiting)
-{
-    std::deque<Held> drops;
-    bool wasUnattended = false;
-    for (qsizetype index = 0; index < waiting.rows.size(); ++index) {
-        const bool isUnattended = m_history.requestOf(waiting.rows[index]).isUnattended;
-        if (drops.empty() || isUnattended != wasUnattended) {
-            drops.push_back({ .hasEnded = true });
-        }
-        wasUnattended = isUnattended;
-        drops.back().files.paths.appendBytes(waiting.paths.bytesAt(index));
-        drops.back().files.rows.append(waiting.rows[index]);
-    }
-    m_held.insert(m_held.begin(), std::make_move_iterator(drops.begin()), std::make_move_iterator(drops.end()));
-}
-
-bool HeldDrops::isUnattended(const Held& held) const
-{
-    return !held.files.rows.isEmpty() && m_history.requestOf(held.files.rows.first()).isUnattended;
-}
-
 void HeldDrops::destinationMissed()
 {
-    followDestination();
-    while (m_destination.isNull() && !m_held.empty() && m_held.front().hasEnded && isUnattended(m_held.front())) {
-        join(m_held.front().files);
-        emit changed();
+    if (m_held.empty()) {
+        return;
     }
+    followDestination();
+    if (m_destination.isNull()) {
+        const UploadOutcome outcome{ .kind = UploadOutcome::Kind::Failed,
+                                     .status = DestinationSettings::whyThereIsNoDestination() };
+        for (const Held& held : std::exchange(m_held, {})) {
+            m_history.heldFilesEnded(held.files.rows, outcome);
+        }
+    }
+    goOn();
 }
 
 void HeldDrops::giveUp()
 {
     stopLooking();
+    hold({ .files = std::exchange(m_coming, {}) });
     for (const Held& held : std::exchange(m_held, {})) {
         m_queue.appendHeld(held.files, held.bound);
     }
@@ -119,20 +136,21 @@ void HeldDrops::giveUp()
 void HeldDrops::goOn()
 {
     followDestination();
-    if (m_destination.isNull()) { // Others wait for one, unattended drops do not.
-        std::stable_partition(m_held.begin(), m_held.end(),
-                              [this](const Held& held) { return held.hasEnded && isUnattended(held); });
+    const bool isToBeAsked = isAskingWanted();
+    if (!isToBeAsked) {
+        stopLooking();
     }
-    while (m_search == nullptr && !m_held.empty() && m_held.front().hasEnded) {
+    while (m_search == nullptr && !m_held.empty()) {
+        if (m_destination.isNull() && (isToBeAsked || m_areUnattended)) {
+            break; // It goes on when there is one.
+        }
         const Held& held = m_held.front();
         // What is bound elsewhere goes nowhere.
         const bool isElsewhere = !held.bound.isNull() && !held.bound.isSamePlace(m_destination);
-        if (!areWanted() || held.files.paths.isEmpty() || isElsewhere) {
-            join(held.files);
-        } else if (m_destination.isNull()) {
-            break; // It goes on when there is one.
-        } else {
+        if (isToBeAsked && !isElsewhere) {
             look();
+        } else {
+            join(held.files);
         }
     }
     emit changed();
@@ -145,51 +163,65 @@ void HeldDrops::look()
         before.append(m_history.entries()[m_history.currentRow()].path);
     }
     before.append(m_queue.paths());
-    m_controller.setAsksNobody(isUnattended(m_held.front()));
     m_search = std::make_unique<ReplacementSearch>(m_controller, m_destination, m_held.front().files.paths, before,
                                                    !before.isEmpty());
     connect(m_search.get(), &ReplacementSearch::ended, this, &HeldDrops::judge);
 }
 
-/// It is known what the first drop would replace, or cannot be.
+/// It is known what the first drop would replace, or cannot be, or somebody has answered.
 void HeldDrops::judge()
 {
     followDestination();
-    if (m_search == nullptr) {
-        goOn();
-        return;
+    if (m_search != nullptr && m_search->isOver() && isAskingWanted()) {
+        settle();
     }
-    const Held& held = m_held.front();
-    if (!areWanted() || (m_search->failure().isNull() && m_search->found().empty())) {
-        join(held.files);
-        goOn();
-    } else if (isUnattended(held)) {
+    goOn();
+}
+
+void HeldDrops::settle()
+{
+    const bool isKnown = m_search->failure().isNull();
+    const size_t foundCount = isKnown ? m_search->found().size() : 0;
+    if (isKnown && foundCount == 0) {
+        join(m_held.front().files);
+    } else if (m_areUnattended) {
         failUnasked();
-        goOn();
-    } else {
-        m_isAsking = true;
-        emit changed();
-        emit asked({ .files = held.files.paths,
-                     .fileCount = m_search->fileCount(),
-                     .found = m_search->found(),
-                     .failure = m_search->failure(),
-                     .answer = [this, question = ++m_question](bool replace) {
-                         if (m_isAsking && question == m_question) {
-                             answered(replace);
-                         }
-                     } });
+    } else if (!isAsking() || m_asking->foundCount != foundCount) {
+        ask(foundCount);
+    } else if (m_asking->answer && *m_asking->answer) {
+        join(m_held.front().files);
+    } else if (m_asking->answer) {
+        endFound({ .kind = UploadOutcome::Kind::NotReplacing });
     }
 }
 
-void HeldDrops::answered(bool replace)
+void HeldDrops::ask(size_t foundCount)
 {
-    followDestination();
-    if (m_search != nullptr && replace) { // Otherwise that is not what was asked about.
-        join(m_held.front().files);
-    } else if (m_search != nullptr) {
-        endFound({ .kind = UploadOutcome::Kind::NotReplacing });
-    }
-    goOn();
+    m_asking = std::make_unique<Asking>();
+    m_asking->foundCount = foundCount;
+    lookAtSettingsSoon();
+    emit asked({ .files = m_held.front().files.paths,
+                 .fileCount = m_search->fileCount(),
+                 .found = m_search->found(),
+                 .failure = m_search->failure(),
+                 .matter = m_asking.get(),
+                 .answer = [this, asking = QPointer(m_asking.get())](bool replace) {
+                     if (asking) {
+                         asking->answer = replace;
+                         judge();
+                     }
+                 } });
+}
+
+/// They may say that nobody has to answer any more.
+void HeldDrops::lookAtSettingsSoon()
+{
+    RunLoop::dispatchAfter(settingsIntervalMs, m_asking.get(), [this] {
+        goOn();
+        if (isAsking()) {
+            lookAtSettingsSoon();
+        }
+    });
 }
 
 void HeldDrops::failUnasked()
@@ -227,14 +259,14 @@ void HeldDrops::endFound(const UploadOutcome& outcome)
 /// Has @p files of the first drop join the queue, and is done with it.
 void HeldDrops::join(const UploadQueue::Held& files)
 {
+    stopLooking();
     m_queue.appendHeld(files, m_held.front().bound);
     m_held.pop_front();
-    stopLooking();
     emit queueChanged();
 }
 
 void HeldDrops::stopLooking()
 {
-    m_isAsking = false;
+    m_asking.reset();
     m_search.reset();
 }

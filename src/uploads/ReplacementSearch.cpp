@@ -114,8 +114,19 @@ bool ReplacementSearch::step()
         return true;
     }
     m_timer.stop();
-    listNext();
+    if (m_stage == Stage::Reading) {
+        m_stage = Stage::Listing;
+        listNext();
+    } else if (m_stage == Stage::Listed) {
+        tell();
+    }
     return false;
+}
+
+void ReplacementSearch::alsoBefore(const PathList& files)
+{
+    m_before.append(files);
+    m_timer.start(0);
 }
 
 void ReplacementSearch::take(qsizetype index)
@@ -286,6 +297,14 @@ void ReplacementSearch::folderListed()
 }
 
 void ReplacementSearch::end()
+{
+    m_stage = Stage::Listed;
+    if (!m_timer.isActive()) {
+        tell();
+    }
+}
+
+void ReplacementSearch::tell()
 {
     std::sort(m_found.begin(), m_found.end(), [](const Found& left, const Found& right) {
         return std::pair(left.index, left.place) < std::pair(right.index, right.place);

@@ -44,6 +44,11 @@ public:
     /// Ends the listing that runs.
     ~ReplacementSearch() override;
 
+    /// So are @p files, as comes out only now. When they have been compared ended() comes, once more if it has come.
+    void alsoBefore(const PathList& files);
+
+    /// Whether all is known, or cannot be.
+    bool isOver() const { return m_stage == Stage::Listed && !m_timer.isActive(); }
     /// Once each, in the order of the files. A folder with the name of a file is none of them: it is not replaced.
     const std::vector<Found>& found() const { return m_found; }
     /// How many of the paths are files: some stand for empty folders.
@@ -52,10 +57,15 @@ public:
     const QString& failure() const { return m_failure; }
 
 signals:
-    /// It is all known, or cannot be. Whoever hears of it may destroy this.
+    /// It is all known, or cannot be, unless that has changed meanwhile. Whoever hears of it may destroy this.
     void ended();
 
 private:
+    enum class Stage {
+        Reading, ///< The files.
+        Listing,
+        Listed, ///< Or it cannot be.
+    };
     /// What goes into a folder. A key is the same for names that some server takes for the same.
     struct Folder {
         QHash<QString, qsizetype> files = {}; ///< The first one of each name.
@@ -76,13 +86,15 @@ private:
     void listingEnded();
     void folderListed();
     void end();
+    void tell();
 
     FTPListController& m_controller;
     Destination m_destination;
     PathList m_files;
     PathList m_before;
     bool m_isLineBusy;
-    QTimer m_timer;
+    QTimer m_timer; ///< Runs while there are paths to be gone through.
+    Stage m_stage = Stage::Reading;
     qsizetype m_nextFile = 0;
     qsizetype m_nextBefore = 0;
     qsizetype m_fileCount = 0;

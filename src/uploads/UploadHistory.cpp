@@ -99,12 +99,12 @@ void UploadHistory::heldFilesEnded(const QList<int>& rows, const UploadOutcome& 
     checkDrained();
 }
 
-QList<int> UploadHistory::queuedFilesHeld(const std::function<bool(qsizetype place)>& condition)
+QList<int> UploadHistory::queuedFilesHeld(const std::function<bool(int row)>& condition)
 {
     QList<int> held;
     std::deque<int> rest;
-    for (qsizetype place = 0; const int row : m_waiting) {
-        if (condition(place++)) {
+    for (const int row : m_waiting) {
+        if (condition(row)) {
             held.append(row);
         } else {
             rest.push_back(row);

@@ -42,9 +42,9 @@ public:
     void heldFilesQueued(const QList<int>& rows);
     /// The files of @p rows, which were held, never join the queue. Takes time by the rows between them.
     void heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome);
-    /// Those files that wait in the queue whose place in it, from 0 on, fits @p condition have been taken out of it and
-    /// are held; answers their rows. Takes time by the length of the queue.
-    QList<int> queuedFilesHeld(const std::function<bool(qsizetype place)>& condition);
+    /// Those files that wait in the queue whose row fits @p condition, which is asked once of each in the order of the
+    /// queue, have been taken out of it and are held; answers their rows. Takes time by the length of the queue.
+    QList<int> queuedFilesHeld(const std::function<bool(int row)>& condition);
     /// Whether further files are about to join the queue, so that it is not over when none waits or is being sent.
     void setMoreComes(bool comes);
     /// The files that wait have been taken out of the queue.

@@ -6,6 +6,8 @@
 #include "UploadQueue.h"
 #include "VisibleText.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -32,43 +34,49 @@ PathList plainPaths(const PathList& paths)
 UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams)
     : m_queue(queue)
     , m_history(history)
-    , m_held(queue, history, streams)
+    , m_lines{ { { .held = HeldDrops(queue, history, streams, false) },
+                 { .held = HeldDrops(queue, history, streams, true) } } }
 {
-    connect(&m_walks, &FolderWalks::found, this, [this](const Drop& piece) {
+    for (Line& line : m_lines) {
+        connectTo(line);
+    }
+}
+
+void UploadIntake::connectTo(Line& line)
+{
+    connect(&line.walks, &FolderWalks::found, this, [this, &line](const Drop& piece) {
         if (piece.isHeld) {
-            m_held.add(piece);
+            line.held.add(piece);
         } else {
             join(piece);
             emit queueChanged();
         }
     });
-    connect(&m_walks, &FolderWalks::ended, this, [this](const Drop& drop) {
+    connect(&line.walks, &FolderWalks::ended, this, [this, &line](const Drop& drop) {
         if (drop.isHeld) {
-            m_held.end();
+            line.held.end();
         }
         emit dropEnded(drop.request);
     });
-    connect(&m_walks, &FolderWalks::merged, this, [this](const QString& name) {
+    connect(&line.walks, &FolderWalks::merged, this, [this](const QString& name) {
         m_history.note(
             u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
     });
-    connect(&m_walks, &FolderWalks::changed, this, &UploadIntake::stageChanged);
-    connect(&m_held, &HeldDrops::changed, this, &UploadIntake::stageChanged);
-    connect(&m_held, &HeldDrops::queueChanged, this, &UploadIntake::queueChanged);
-    connect(&m_held, &HeldDrops::asked, this, &UploadIntake::asked);
+    connect(&line.walks, &FolderWalks::changed, this, &UploadIntake::stageChanged);
+    connect(&line.held, &HeldDrops::changed, this, &UploadIntake::stageChanged);
+    connect(&line.held, &HeldDrops::queueChanged, this, &UploadIntake::queueChanged);
+    connect(&line.held, &HeldDrops::asked, this, &UploadIntake::asked);
 }
 
 void UploadIntake::take(const Drop& drop)
 {
+    Line& line = lineOf(drop.request);
     Drop plain = drop;
     plain.paths = plainPaths(drop.paths);
-    plain.isHeld = HeldDrops::areWanted() && !plain.paths.isEmpty();
+    plain.isHeld = !plain.paths.isEmpty() && line.held.areWanted();
     if (DroppedFolders::areUploaded() && !plain.paths.isEmpty()) {
         m_history.setMoreComes(true);
-        if (plain.isHeld) {
-            m_held.begin(plain);
-        }
-        m_walks.begin(plain);
+        line.walks.begin(plain);
     } else {
         if (plain.isHeld) {
             hold(plain);
@@ -81,8 +89,9 @@ void UploadIntake::take(const Drop& drop)
 
 void UploadIntake::takeAgain(const PathList& paths, const Destination& destination)
 {
-    if (HeldDrops::areWanted()) {
-        hold({ .paths = paths, .bound = destination });
+    const Drop drop{ .paths = paths, .bound = destination };
+    if (lineOf(drop.request).held.areWanted()) {
+        hold(drop);
     } else {
         m_queue.appendAgain(paths, destination);
     }
@@ -91,23 +100,39 @@ void UploadIntake::takeAgain(const PathList& paths, const Destination& destinati
 void UploadIntake::hold(const Drop& drop)
 {
     m_history.setMoreComes(true);
-    m_held.take(drop);
+    lineOf(drop.request).held.take(drop);
+}
+
+void UploadIntake::destinationChanged()
+{
+    for (Line& line : m_lines) {
+        line.held.destinationChanged();
+    }
 }
 
 void UploadIntake::giveUp()
 {
-    if (m_walks.isUnderWay()) {
-        const QList<Drop> all = m_walks.rest();
-        for (const Drop& rest : all) {
-            join(rest);
-        }
-        m_walks.stop();
-        for (const Drop& rest : all) {
-            emit dropEnded(rest.request);
+    if (isLookingThrough()) {
+        for (Line& line : m_lines) {
+            giveUp(line.walks);
         }
         m_history.note(u"The queue was cleared before all that was dropped had been looked through."_s);
     }
-    m_held.giveUp();
+    for (Line& line : m_lines) {
+        line.held.giveUp();
+    }
+}
+
+void UploadIntake::giveUp(FolderWalks& walks)
+{
+    const QList<Drop> all = walks.rest();
+    for (const Drop& rest : all) {
+        join(rest);
+    }
+    walks.stop();
+    for (const Drop& rest : all) {
+        emit dropEnded(rest.request);
+    }
 }
 
 void UploadIntake::join(const Drop& drop)
@@ -115,18 +140,29 @@ void UploadIntake::join(const Drop& drop)
     m_queue.append(drop.paths, drop.leftOut, drop.request);
 }
 
+bool UploadIntake::isLookingThrough() const
+{
+    return std::any_of(m_lines.begin(), m_lines.end(), [](const Line& line) { return line.walks.isUnderWay(); });
+}
+
 UploadIntake::Stage UploadIntake::stage() const
 {
-    if (m_held.isAsking()) {
+    const Stage first = m_lines.front().stage();
+    return first == Stage::Nothing ? m_lines.back().stage() : first;
+}
+
+UploadIntake::Stage UploadIntake::Line::stage() const
+{
+    if (held.isAsking()) {
         return Stage::Asking;
     }
-    if (m_held.isLooking()) {
+    if (held.isLooking()) {
         return Stage::LookingAtDestination;
     }
-    if (m_walks.isUnderWay()) {
+    if (walks.isUnderWay()) {
         return Stage::LookingThroughFolders;
     }
-    return m_held.isEmpty() ? Stage::Nothing : Stage::AwaitingDestination;
+    return held.isEmpty() ? Stage::Nothing : Stage::AwaitingDestination;
 }
 
 void UploadIntake::stageChanged()

@@ -5,8 +5,11 @@
 
 #include <QObject>
 
+#include <array>
+
 /// What joins the queue: each drop, at once, as its files are found where folders are uploaded, or when it is settled
-/// what becomes of files that it would replace. Belongs to the main thread.
+/// what becomes of files that it would replace. Drops keep their order, but unattended ones never wait for others:
+/// those may be walks without end, or wait for somebody's answer. Belongs to the main thread.
 class UploadIntake final : public QObject {
     Q_OBJECT
 
@@ -28,16 +31,16 @@ public:
     /// The same for files that are queued again, whose paths (TreePath) the history has.
     void takeAgain(const PathList& paths, const Destination& destination);
     /// Another destination is in force.
-    void destinationChanged() { m_held.destinationChanged(); }
-    /// There is none, and has been none for a while: unattended files join, and fail in the queue.
-    void destinationMissed() { m_held.destinationMissed(); }
+    void destinationChanged();
+    /// There is none, and has been none for a while: unattended files fail.
+    void destinationMissed() { lineOf({ .isUnattended = true }).held.destinationMissed(); }
     /// What has not joined does, for whoever clears the queue next: what has not been looked through as it was dropped.
     void giveUp();
 
-    /// What keeps the first drop that has not joined.
+    /// What keeps the first drop that has not joined; unattended ones come behind all others.
     Stage stage() const;
     /// Whether folders are being looked through, and more files may be found.
-    bool isLookingThrough() const { return m_walks.isUnderWay(); }
+    bool isLookingThrough() const;
 
 signals:
     /// No more files come of the drop that was for @p request: the history has all.
@@ -50,12 +53,22 @@ signals:
     void changed();
 
 private:
+    /// Drops that keep their order.
+    struct Line {
+        HeldDrops held;
+        FolderWalks walks = {};
+
+        Stage stage() const;
+    };
+
+    Line& lineOf(UploadRequest request) { return m_lines[request.isUnattended ? 1 : 0]; }
+    void connectTo(Line& line);
     void join(const Drop& drop);
     void hold(const Drop& drop);
+    void giveUp(FolderWalks& walks);
     void stageChanged();
 
     UploadQueue& m_queue;
     UploadHistory& m_history;
-    HeldDrops m_held;
-    FolderWalks m_walks;
+    std::array<Line, 2> m_lines; ///< The unattended ones are behind.
 };

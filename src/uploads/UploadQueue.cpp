@@ -2,13 +2,12 @@
 
 #include "UploadHistory.h"
 
-#include <algorithm>
-
 void UploadQueue::append(const PathList& paths, const QStringList& leftOut, UploadRequest request)
 {
     m_paths.append(paths);
     m_history.filesQueued(paths, leftOut, request);
     emit changed();
+    emit appended(paths);
 }
 
 void UploadQueue::appendAgain(const PathList& paths, const Destination& destination)
@@ -35,32 +34,31 @@ void UploadQueue::appendHeld(const Held& held, const Destination& destination)
         m_paths.append(held.paths);
         m_history.heldFilesQueued(held.rows);
         emit changed();
+        emit appended(held.paths);
     }
 }
 
-UploadQueue::Held UploadQueue::takeUnbound()
+UploadQueue::Held UploadQueue::takeUnbound(bool areUnattended)
 {
-    Held held;
-    held.rows = m_history.queuedFilesHeld([this](qsizetype place) { return !isBound(m_taken + place); });
-    PathList bound;
-    for (qsizetype place = 0; place < size(); ++place) {
-        (isBound(m_taken + place) ? bound : held.paths).appendBytes(m_paths.bytesAt(place));
-    }
-    m_paths = bound;
-    for (qsizetype end = m_taken; Tries & tries : m_tries) { // Nothing else is left.
-        const qsizetype count = tries.end - std::max(tries.first, m_taken);
-        tries.first = end;
-        tries.end = end += count;
-    }
+    Held taken;
+    PathList rest;
+    qsizetype place = 0;
+    auto tries = m_tries.begin(); // Those that the file is one of, or the next ones.
+    taken.rows = m_history.queuedFilesHeld([&](int row) {
+        const qsizetype number = m_taken + place;
+        const bool isBound = tries != m_tries.end() && tries->first <= number;
+        const bool isTaken = !isBound && m_history.requestOf(row).isUnattended == areUnattended;
+        (isTaken ? taken.paths : rest).appendBytes(m_paths.bytesAt(place++));
+        if (isBound && number + 1 == tries->end) {
+            tries->first -= taken.paths.size();
+            tries->end -= taken.paths.size();
+            ++tries;
+        }
+        return isTaken;
+    });
+    m_paths = rest;
     emit changed();
-    return held;
-}
-
-/// @p number: how many files were taken out before the file and before those before it.
-bool UploadQueue::isBound(qsizetype number) const
-{
-    return std::any_of(m_tries.begin(), m_tries.end(),
-                       [number](const Tries& tries) { return tries.first <= number && number < tries.end; });
+    return taken;
 }
 
 void UploadQueue::clear()

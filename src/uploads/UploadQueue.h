@@ -30,11 +30,18 @@ public:
     struct Held {
         PathList paths = {};
         QList<int> rows = {};
+
+        void append(const Held& more)
+        {
+            paths.append(more.paths);
+            rows.append(more.rows);
+        }
     };
     /// Appends @p held; they go to @p destination or nowhere, unless that is null.
     void appendHeld(const Held& held, const Destination& destination);
-    /// Takes all files out that have no destination of their own.
-    Held takeUnbound();
+    /// Takes all files out that have no destination of their own and @p areUnattended (UploadRequest), or are not.
+    /// Takes time by the length of the queue.
+    Held takeUnbound(bool areUnattended);
     void clear();
     /// Takes the first path out of a queue that is not empty.
     QString takeFirst();
@@ -50,10 +57,11 @@ public:
 signals:
     /// Files have joined the queue or left it.
     void changed();
+    /// @p paths have joined it.
+    void appended(const PathList& paths);
 
 private:
     void bind(qsizetype count, const Destination& destination);
-    bool isBound(qsizetype number) const;
 
     /// Files for another try, by how many files were taken out before them and before those behind them.
     struct Tries {

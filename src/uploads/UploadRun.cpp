@@ -1,7 +1,6 @@
 #include "UploadRun.h"
 
 #include "Addressing.h"
-#include "DestinationSettings.h"
 #include "FTPPutController.h"
 #include "TreePath.h"
 #include "UploadHistory.h"
@@ -55,20 +54,6 @@ bool UploadRun::failRefused(UploadQueue& queue, const Destination& destination)
         m_history.fileEnded(m_refusal.outcome);
     } while (isRefused() && !time.hasExpired(refusingTimeMs));
     return true;
-}
-
-void UploadRun::failUnattended(UploadQueue& queue)
-{
-    const UploadOutcome outcome{ .kind = UploadOutcome::Kind::Failed,
-                                 .status = DestinationSettings::whyThereIsNoDestination() };
-    QElapsedTimer time;
-    time.start();
-    while (!queue.isEmpty() && m_history.requestOf(m_history.nextRow()).isUnattended
-           && !time.hasExpired(refusingTimeMs)) {
-        queue.takeFirst();
-        m_history.nextFileStarts({});
-        m_history.fileEnded(outcome);
-    }
 }
 
 void UploadRun::startManually(const QString& path, const Destination& destination)

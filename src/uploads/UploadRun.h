@@ -22,8 +22,6 @@ public:
     /// a TreePath's. It leaves the queue before. Files below a folder that the server has just refused to make fail
     /// without being sent, for a while at a time; when all of them have, nothing is started.
     void startNext(UploadQueue& queue, const Destination& destination);
-    /// Takes unattended files off the front of @p queue, which fail for want of a destination, for a while at a time.
-    void failUnattended(UploadQueue& queue);
     /// Starts the file at @p path, which never stood in the queue.
     void startManually(const QString& path, const Destination& destination);
     /// Stops what is sent with the status "Upload Stopped".

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -29,6 +30,10 @@ struct Faults {
 
 /// So many reads of databases until one fails, which are in threads; 0 for none, negative when it has failed.
 std::atomic<int> databaseReads = 0;
+
+/// Whether those wait who open a path that ends like that.
+std::atomic<bool> isOpeningHeld = false;
+std::string_view heldEnd;
 
 Faults& faults()
 {
@@ -116,6 +121,9 @@ int __wrap_rename(const char* from, const char* to)
 
 int __wrap_open(const char* path, int flags, ...)
 {
+    if (isOpeningHeld && std::string_view(path).ends_with(heldEnd)) {
+        isOpeningHeld.wait(true);
+    }
     if ((flags & O_EXCL) != 0 && faults().creationError != 0) {
         return fail(faults().creationError);
     }
@@ -173,6 +181,8 @@ FaultyFileCalls::~FaultyFileCalls()
 {
     faults() = Faults();
     databaseReads = 0;
+    isOpeningHeld = false;
+    isOpeningHeld.notify_all();
 }
 
 void FaultyFileCalls::interruptReads(int count)
@@ -208,6 +218,12 @@ void FaultyFileCalls::refuseToRename()
 void FaultyFileCalls::failToOpen(int error)
 {
     faults().openError = error;
+}
+
+void FaultyFileCalls::holdOpening(const char* end)
+{
+    heldEnd = end;
+    isOpeningHeld = true;
 }
 
 void FaultyFileCalls::failToCreate(int error)

@@ -23,6 +23,8 @@ public:
     static void refuseToRename();
     /// From here on no file that is there can be opened, with @p error.
     static void failToOpen(int error);
+    /// From here on whoever opens what has that end of its path waits, in any thread, as long as this lives.
+    static void holdOpening(const char* end);
     /// From here on making a file that must not be there yet fails with @p error.
     static void failToCreate(int error);
     /// From here on no file can be given to another group, for want of permission.

@@ -31,11 +31,8 @@ protected:
         ReplacementSearch search(m_controller, { .location = u"ftp://host/in/"_s }, files, before, isLineBusy);
         bool hasEnded = false;
         QObject::connect(&search, &ReplacementSearch::ended, &search, [&hasEnded] { hasEnded = true; });
-        size_t served = m_streams.streams().size();
         EXPECT_TRUE(waitFor([&] {
-            for (; served < m_streams.streams().size(); ++served) {
-                serve(*m_streams.streams()[served]);
-            }
+            serveAll();
             return hasEnded;
         }));
         m_fileCount = search.fileCount();
@@ -51,6 +48,13 @@ protected:
             found.append(u"%1 %2"_s.arg(each.index).arg(place));
         }
         return found;
+    }
+    /// Serves all that have not been served yet.
+    void serveAll()
+    {
+        for (; m_served < m_streams.streams().size(); ++m_served) {
+            serve(*m_streams.streams()[m_served]);
+        }
     }
     QStringList listed() const
     {
@@ -72,6 +76,8 @@ protected:
     qsizetype m_fileCount = 0;
 
 private:
+    size_t m_served = 0; ///< So many streams.
+
     void serve(FakeFTPStream& stream)
     {
         const auto rows = m_folders.constFind(stream.location.mid(u"ftp://host/in/"_s.size()));
@@ -97,6 +103,32 @@ TEST_F(ReplacementSearchTest, FilesThatAreListedAreFoundInTheirOrder)
     EXPECT_EQ(look({ u"/x/a"_s, u"/x/b"_s, u"/y/c"_s }), (QStringList{ u"0 listed"_s, u"2 listed"_s }));
     EXPECT_EQ(m_fileCount, 3);
     EXPECT_EQ(listed(), QStringList{ u""_s });
+}
+
+TEST_F(ReplacementSearchTest, WhatTurnsOutToBeSentBeforeIsComparedWheneverThatIs)
+{
+    m_folders[u""_s] = row("a");
+    ReplacementSearch search(m_controller, { .location = u"ftp://host/in/"_s }, { u"/x/a"_s, u"/x/b"_s, u"/x/c"_s }, {},
+                             false);
+    int ends = 0;
+    QObject::connect(&search, &ReplacementSearch::ended, &search, [&ends] { ++ends; });
+    ASSERT_TRUE(waitFor([this] { return !m_streams.streams().empty(); }));
+
+    search.alsoBefore({ u"/y/c"_s });
+    drainEventLoop();
+    EXPECT_FALSE(search.isOver());
+    serveAll();
+    ASSERT_TRUE(waitFor([&] { return ends == 1; }));
+    EXPECT_TRUE(search.isOver());
+    EXPECT_EQ(search.found().size(), 2);
+
+    search.alsoBefore({ u"/y/b"_s, u"/y/a"_s });
+    EXPECT_FALSE(search.isOver());
+    ASSERT_TRUE(waitFor([&] { return ends == 2; }));
+    EXPECT_TRUE(search.isOver());
+    EXPECT_EQ(search.found().size(), 3);
+    EXPECT_EQ(search.found()[1].index, 1); // In their order.
+    EXPECT_EQ(listed().size(), 1);
 }
 
 TEST_F(ReplacementSearchTest, AFolderOfTheNameIsNotReplaced)

@@ -1,8 +1,11 @@
 #include "UploadQueue.h"
 
+#include "Printers.h"
 #include "UploadHistory.h"
 
 #include <gtest/gtest.h>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Outcome = HistoryEntry::Outcome;
@@ -69,6 +72,35 @@ TEST(UploadQueueTest, AFileForAnotherTryHasADestinationOfItsOwn)
 
     EXPECT_EQ(queue.firstDestination(), nullptr);
     EXPECT_EQ(queue.paths(), QStringList{ u"/d"_s });
+}
+
+TEST(UploadQueueTest, WhatIsTakenOutLeavesAllOthersTheirDestinations)
+{
+    UploadHistory history;
+    UploadQueue queue(history);
+    const Destination destination{ .location = u"ftp://host/"_s };
+    const Destination other{ .location = u"ftp://other/"_s };
+    queue.appendAgain({ u"/0"_s, u"/1"_s }, destination);
+    queue.append({ u"/2"_s });
+    queue.append({ u"/3"_s }, {}, { .number = 1, .isUnattended = true });
+    queue.appendAgain({ u"/4"_s, u"/5"_s }, other);
+    queue.append({ u"/6"_s });
+    queue.takeFirst();
+    history.nextFileStarts(destination);
+
+    const UploadQueue::Held taken = queue.takeUnbound(false);
+
+    EXPECT_EQ(taken.paths, (QStringList{ u"/2"_s, u"/6"_s }));
+    EXPECT_EQ(taken.rows, (QList{ 2, 6 }));
+    EXPECT_EQ(history.waitingCount(), 6);
+    EXPECT_EQ(queue.takeUnbound(true).rows, QList{ 3 });
+    queue.append({ u"/7"_s });
+    for (const auto& [path, expected] :
+         { std::pair(u"/1"_s, &destination), { u"/4"_s, &other }, { u"/5"_s, &other }, { u"/7"_s, nullptr } }) {
+        const Destination* const present = queue.firstDestination();
+        EXPECT_EQ(present == nullptr ? Destination() : *present, expected == nullptr ? Destination() : *expected);
+        EXPECT_EQ(queue.takeFirst(), path);
+    }
 }
 
 TEST(UploadQueueTest, WhatComesIntoAClearedQueueIsForNoDestinationOfItsOwn)

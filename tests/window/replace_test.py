@@ -59,14 +59,22 @@ class Replacing(WindowTest):
         self.assertEqual(self.stored(), {**TREE, "b ü.txt": b"old b", "sub %41/c": b"old c", "other": b"old"})
         wait_for(lambda: program.find("2 uploaded, 2 left out"), "the outcome")
 
+    def test_the_question_goes_when_nobody_is_to_be_asked_any_more(self):
+        program = self.ask()
+
+        self.settings(DroppedFolders="uploaded")
+
+        wait_for(lambda: not program.sheet(), "the question to go")
+        wait_for(lambda: len(self.server.received) == 4, "all files")
+        self.assertEqual(self.stored(), {**TREE, "other": b"old"})
+
     def test_where_the_folder_cannot_be_listed_the_question_is_for_all(self):
         self.server.let_nobody_in()
         program = self.ask()
-        while program.sheet()[0] == "Check Settings":  # The table's listing has failed, too.
-            program.answer("OK")
-            wait_for(program.sheet, "the question")
-        self.assertEqual(program.sheet()[0], "What is there is not known")
-        self.assertIn("(4 to be uploaded)", program.sheet()[1])
+        while (sheet := wait_for(program.sheet, "the question"))[0] == "Check Settings":  # The table's listing, too.
+            program.acknowledge()
+        self.assertEqual(sheet[0], "What is there is not known")
+        self.assertIn("(4 to be uploaded)", sheet[1])
         self.server.let_nobody_in(False)
 
         program.answer("Leave Out")
