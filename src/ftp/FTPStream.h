@@ -47,7 +47,7 @@ struct FTPStreamError {
     Domain domain = Domain::None;
     int code = 0; ///< The reply code in the FTP domain, else 0.
     /// The server was sent all that it takes to make the folder or to have the whole file, and its word has not come:
-    /// nobody knows what it has done.
+    /// nobody knows what it has done. Never of a folder that may be there already, which can be made once more.
     bool isUndecided = false;
     Stage stage = Stage::Acting;
     /// The server was to make missing levels of the folder and has refused one: how many it leaves missing, that one

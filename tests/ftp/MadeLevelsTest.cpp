@@ -195,6 +195,21 @@ TEST_P(MadeLevelsTest, AConnectionThatIsLostWhileAFolderIsMadeIsNoRefusal)
     EXPECT_EQ(m_recorder.error().missingLevels, 0);
 }
 
+TEST_P(MadeLevelsTest, AFolderWhoseMakingIsCutOffLeavesNothingInDoubtSinceItCanBeMadeAgain)
+{
+    startFolder(1, u"/a/"_s);
+    auto control = logIn({ "CWD a", "TYPE I" });
+    control->say("550 No such folder");
+    control->say("200 I");
+    converse(*control, { { "CWD /home", "250 There" } });
+    EXPECT_EQ(control->hear(), "MKD a");
+
+    control->close();
+
+    EXPECT_EQ(m_recorder.waitForEnd(), QStringList{ u"other"_s });
+    EXPECT_FALSE(m_recorder.error().isUndecided);
+}
+
 TEST_P(MadeLevelsTest, AServerThatEndsItsServiceWhileAFolderIsMadeRefusesNoFolderAndTheNextFileConnectsAfresh)
 {
     startUploadBelow(1, u"/a/f"_s);

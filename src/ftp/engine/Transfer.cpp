@@ -827,7 +827,7 @@ bool Transfer::isUndecided() const
 {
     switch (m_request.kind) {
     case Kind::FolderCreation:
-        return m_state == State::AwaitingConsent;
+        return m_state == State::AwaitingConsent && !m_request.isAboutFolder(); // Which can be made once more.
     case Kind::Upload:
         return m_state == State::Confirming || (m_state == State::Delivering && !m_data.isEnding());
     case Kind::Listing:
