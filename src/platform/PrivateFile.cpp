@@ -142,7 +142,7 @@ bool PrivateFile::makeFolder(const QString& path)
 QString PrivateFile::behindLinks(const QString& path)
 {
     // Where something is there, the system knows it: behind a linked folder ".." leads elsewhere than it reads.
-    const QString there = QFileInfo(path).isSymLink() ? QFileInfo(path).canonicalFilePath() : QString();
+    QString there = QFileInfo(path).isSymLink() ? QFileInfo(path).canonicalFilePath() : QString();
     if (!there.isEmpty()) {
         return there;
     }
