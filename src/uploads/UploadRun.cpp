@@ -37,13 +37,13 @@ void UploadRun::startNext(UploadQueue& queue, const Destination& destination)
 /// False when the first file of @p queue is to be started.
 bool UploadRun::failRefused(UploadQueue& queue, const Destination& destination)
 {
-    const auto isRefused = [this, &queue] {
-        // What somebody has queued again is worth another question.
-        return !queue.isEmpty() && queue.firstDestination() == nullptr
-            && queue.paths().at(0).startsWith(m_refusal.folder);
+    const auto isBound = [&queue] { return queue.firstDestination() != nullptr; };
+    const auto isRefused = [this, &queue, &isBound] {
+        // What somebody has queued again is worth another question, once for all.
+        return !queue.isEmpty() && isBound() == m_refusal.isBound && queue.paths().at(0).startsWith(m_refusal.folder);
     };
     if (m_refusal.folder.isNull() || destination != m_refusal.destination || !isRefused()) {
-        m_refusal = { .destination = destination };
+        m_refusal = { .destination = destination, .isBound = isBound() };
         return false;
     }
     QElapsedTimer time;

@@ -42,6 +42,7 @@ private:
     struct Refusal {
         QString folder = {}; ///< A TreePath's, or the folder that the dropped one lies in, "/" at its end; null: none.
         Destination destination = {};
+        bool isBound = false; ///< What was refused had a destination of its own: it was queued again.
         UploadOutcome outcome = {};
     };
 

@@ -210,6 +210,28 @@ TEST_F(DroppedFoldersTest, AFileThatIsQueuedAgainGoesIntoItsSubFolderAndAsksTheS
     EXPECT_EQ(sent().mid(1), (QStringList{ u"ftp://host/in/Photos/b/1 2"_s, u"ftp://host/in/Photos/b/2 2"_s }));
 }
 
+TEST_F(DroppedFoldersTest, AFolderThatIsRefusedAgainFailsAllThatWasQueuedAgainWithOneLine)
+{
+    makeBelow(u"Photos/1"_s);
+    makeBelow(u"Photos/2"_s);
+    makeBelow(u"Texts/3"_s);
+    const auto refusePhotos = [](const FakeFTPStream& stream) { return stream.location.contains(u"Photos"_s) ? 1 : 0; };
+    m_controller->uploadFiles({ folder(u"Photos"_s) });
+    serve(refusePhotos);
+    ASSERT_EQ(notes().size(), 1);
+
+    queueAgain(*m_controller, { { .row = 0, .number = 0 }, { .row = 0, .number = 1 } });
+    ASSERT_TRUE(waitFor([this] { return m_controller->history().isQueueUnderWay(); }));
+    m_controller->uploadFiles({ folder(u"Photos"_s), folder(u"Texts"_s) });
+    serve(refusePhotos);
+
+    EXPECT_EQ(sent(),
+              (QStringList{ u"ftp://host/in/Photos/1 1"_s, u"ftp://host/in/Photos/1 1"_s, u"ftp://host/in/Photos/1 1"_s,
+                            u"ftp://host/in/Texts/3 1"_s }));
+    EXPECT_EQ(notes().size(), 3) << "one for each time that somebody has asked for it";
+    EXPECT_EQ(m_controller->history().queueTally().failed, 4);
+}
+
 TEST_F(DroppedFoldersTest, ClearingTheQueueEndsTheWalk)
 {
     makeBelow(u"Photos/a"_s);
