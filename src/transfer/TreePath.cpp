@@ -63,6 +63,12 @@ bool isUnread(const QString& path)
     return path.endsWith(unreadEnd) && path.contains(mark);
 }
 
+bool liesIn(const QString& path, const QString& folder)
+{
+    const QString kept = relative(path);
+    return !kept.isNull() && kept.startsWith(folder);
+}
+
 QString plain(const QString& path)
 {
     QString plain = isUnread(path) ? path.chopped(unreadEnd.size()) : path;

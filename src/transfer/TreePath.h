@@ -33,6 +33,10 @@ bool isFolder(const QString& path);
 /// Whether that could not be read: then it is not made either.
 bool isUnread(const QString& path);
 
+/// Whether it goes into @p folder, or into a folder there: a path below the destination with a "/" at its end, or an
+/// empty one for the destination itself, where no plain path counts.
+bool liesIn(const QString& path, const QString& folder);
+
 /// @p path as a plain one to the same file.
 QString plain(const QString& path);
 

@@ -40,7 +40,8 @@ bool UploadRun::failRefused(UploadQueue& queue, const Destination& destination)
     const auto isBound = [&queue] { return queue.firstDestination() != nullptr; };
     const auto isRefused = [this, &queue, &isBound] {
         // What somebody has queued again is worth another question, once for all.
-        return !queue.isEmpty() && isBound() == m_refusal.isBound && queue.paths().at(0).startsWith(m_refusal.folder);
+        return !queue.isEmpty() && isBound() == m_refusal.isBound
+            && TreePath::liesIn(queue.paths().at(0), m_refusal.folder);
     };
     if (m_refusal.folder.isNull() || destination != m_refusal.destination || !isRefused()) {
         m_refusal = { .destination = destination, .isBound = isBound() };
@@ -85,14 +86,13 @@ void UploadRun::end(const UploadOutcome& outcome)
         return;
     }
     // All that goes through the folder fails with it, and that is said once.
-    m_refusal.folder = TreePath::withoutLevels(m_path, outcome.missingLevels - 1);
+    m_refusal.folder = TreePath::relative(TreePath::withoutLevels(m_path, outcome.missingLevels - 1));
     m_refusal.outcome = outcome;
-    const QString folder = TreePath::relative(m_refusal.folder.chopped(1));
     const QString reply = outcome.reply.isEmpty() ? outcome.status : outcome.reply;
-    m_history.note(folder.isNull()
+    m_history.note(m_refusal.folder.isEmpty()
                        ? u"The server has no such destination: %1. No folder is uploaded there."_s.arg(reply)
                        : u"The server does not make the folder “%1”: %2. Nothing in it is uploaded."_s.arg(
-                           visibleText(folder), reply));
+                           visibleText(m_refusal.folder.chopped(1)), reply));
 }
 
 void UploadRun::stop()

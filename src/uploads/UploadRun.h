@@ -40,7 +40,7 @@ public:
 private:
     /// A folder that the server has refused to make.
     struct Refusal {
-        QString folder = {}; ///< A TreePath's, or the folder that the dropped one lies in, "/" at its end; null: none.
+        QString folder = {}; ///< As TreePath::liesIn() takes it; null: none.
         Destination destination = {};
         bool isBound = false; ///< What was refused had a destination of its own: it was queued again.
         UploadOutcome outcome = {};

@@ -166,13 +166,27 @@ TEST_F(DroppedFoldersTest, AFolderThatTheServerRefusesFailsAllInItWithOneLine)
                            "is uploaded."_s });
 }
 
+TEST_F(DroppedFoldersTest, AFolderThatSeveralAreMergedIntoIsRefusedOnce)
+{
+    makeBelow(u"one/Photos/a"_s);
+    makeBelow(u"two/Photos/b"_s);
+    makeBelow(u"two/Photos more/c"_s);
+
+    m_controller->uploadFiles({ folder(u"one/Photos"_s), folder(u"two/Photos"_s), folder(u"two/Photos more"_s) });
+    serve([](const FakeFTPStream& stream) { return stream.location.contains(u"/Photos/"_s) ? 1 : 0; });
+
+    EXPECT_EQ(sent(), (QStringList{ u"ftp://host/in/Photos/a 1"_s, u"ftp://host/in/Photos%20more/c 1"_s }));
+    EXPECT_EQ(count(Outcome::Refused), 2);
+    EXPECT_EQ(notes().size(), 2) << "one of them that they were merged";
+}
+
 TEST_F(DroppedFoldersTest, WithoutADestinationOnTheServerAllThatIsInFoldersFailsWithOneLine)
 {
     makeBelow(u"Photos/a"_s);
     makeBelow(u"Photos/b/1"_s);
-    makeBelow(u"Texts/c"_s);
+    makeBelow(u"elsewhere/Texts/c"_s);
 
-    m_controller->uploadFiles({ folder(u"Photos"_s), folder(u"Texts"_s) });
+    m_controller->uploadFiles({ folder(u"Photos"_s), folder(u"elsewhere/Texts"_s) });
     serve([](const FakeFTPStream& stream) { return stream.madeLevels + 1; });
 
     EXPECT_EQ(sent().size(), 1);

@@ -72,6 +72,18 @@ TEST(TreePathTest, APlainPathIsLeftToTheLetterUnlessItHoldsTheMark)
     EXPECT_EQ(TreePath::plain(u"/.//./home/.//././/./a"_s), u"/home/a"_s);
 }
 
+TEST(TreePathTest, WhereItLiesIsAMatterOfThePartThatTheServerKeeps)
+{
+    const QString file = u"/home/.//./a/b/f"_s;
+    EXPECT_TRUE(TreePath::liesIn(file, u"a/b/"_s));
+    EXPECT_TRUE(TreePath::liesIn(file, u"a/"_s));
+    EXPECT_TRUE(TreePath::liesIn(u"/srv/.//./a/b/"_s, u"a/b/"_s));
+    EXPECT_FALSE(TreePath::liesIn(file, u"b/"_s));
+    EXPECT_TRUE(TreePath::liesIn(file, u""_s));
+    EXPECT_FALSE(TreePath::liesIn(u"/a/b/f"_s, u"a/"_s));
+    EXPECT_FALSE(TreePath::liesIn(u"/a/b/f"_s, u""_s));
+}
+
 TEST(TreePathTest, FoldersAreTakenOffFromTheEnd)
 {
     const QString file = u"/home/.//./a/b/f"_s;
