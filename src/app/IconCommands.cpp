@@ -112,8 +112,11 @@ void IconCommands::list(const DropIcons& icons)
         QTextStream out(stdout);
         for (const DropIcons::Icon& icon : icons.icons()) {
             const QString destination = destinationOf(icon);
-            out << wholeVisibleText(icon.name) << '\t' << (destination.isNull() ? u"no destination"_s : destination)
-                << '\n';
+            const QString name = wholeVisibleText(icon.name);
+            out << name << '\t' << (destination.isNull() ? u"no destination"_s : destination) << '\n';
+            if (destination.isNull()) {
+                QTextStream(stderr) << u"Quillbox: Files of “%1” go nowhere: %2.\n"_s.arg(name, whyNowhere(icon));
+            }
         }
     }
     if (const PrivateFile::Access access = settings.takeOpenReport(); access.had) {

@@ -33,14 +33,6 @@ constexpr std::chrono::minutes betweenReadings(1);
 constexpr int lastUploadColumn = 2;
 const QString emptyText = u"No drop icons yet"_s;
 
-QString destinationText(const QString& destination, IconSort sort)
-{
-    if (!destination.isNull()) {
-        return destination;
-    }
-    return sort == IconSort::OwnServer ? u"Nowhere: its settings name no server"_s : u"Nowhere: no server yet"_s;
-}
-
 } // namespace
 
 DropIconsWindow::DropIconsWindow(DropIcons icons, Application application)
@@ -184,7 +176,10 @@ void DropIconsWindow::reload()
     });
     QList<Row> rows;
     for (const DropIcons::Icon& icon : m_icons.icons()) {
-        rows.append({ .icon = icon, .destination = destinationOf(icon) });
+        const QString destination = destinationOf(icon);
+        rows.append({ .icon = icon,
+                      .destination = destination,
+                      .whyNowhere = destination.isNull() ? whyNowhere(icon) : QString() });
     }
     if (rows == m_listed) {
         return;
@@ -194,9 +189,10 @@ void DropIconsWindow::reload()
     m_model.setRowCount(0);
     const double ratio = devicePixelRatioF();
     const int edge = static_cast<int>(std::lround(m_ui->iconsTable->iconSize().width() * ratio));
-    for (const auto& [icon, destination] : m_listed) {
+    for (const auto& [icon, destination, why] : m_listed) {
         QList<QStandardItem*> items; // The model takes them over.
-        for (const QString& text : { icon.name, destinationText(destination, icon.sort), QString() }) {
+        for (const QString& text :
+             { icon.name, destination.isNull() ? u"Nowhere: %1"_s.arg(why) : destination, QString() }) {
             items.append(new QStandardItem(visibleText(text)));
             items.last()->setToolTip(plainToolTip(items.last()->text()));
         }

@@ -52,6 +52,7 @@ private:
     struct Row {
         DropIcons::Icon icon;
         QString destination; ///< Null: none.
+        QString whyNowhere; ///< Of none.
 
         bool operator==(const Row&) const = default;
     };

@@ -71,7 +71,7 @@ QString settingsLost(const DropIcons::Icon& icon)
 
 QString destination(const QString& destination)
 {
-    return destination.isNull() ? u"No server yet: enter one in the preferences"_s
+    return destination.isNull() ? u"No server yet: enter one in Quillbox’s own preferences"_s
                                 : u"Files go to %1"_s.arg(destination);
 }
 

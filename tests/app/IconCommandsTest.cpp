@@ -149,16 +149,23 @@ TEST_F(IconCommandsTest, EachIconIsListedWithItsOwnServerWhoeverListsThem)
                               "Nowhere\tno destination\n" }) {
         EXPECT_NE(printed.out.find(line), std::string::npos) << printed.out;
     }
-    EXPECT_EQ(printed.err, "");
+    EXPECT_EQ(printed.err, "Quillbox: Files of “Nowhere” go nowhere: its settings name no server.\n");
 }
 
-TEST_F(IconCommandsTest, AnIconWithoutReadableSettingsIsListedWithoutADestination)
+TEST_F(IconCommandsTest, AnIconWithoutReadableSettingsIsListedWithoutADestinationAndTheReasonIsTold)
 {
     ASSERT_TRUE(UserDefaults::standard().store({ { u"Address"_s, u"main"_s } }));
     setServer(u"Work"_s, u"own"_s);
     QFile file(IconSettings::filePath(u"Work"_s));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    EXPECT_EQ(listing({ u"Work"_s }).out, "Work\tno destination\n");
+    const Printed damaged = listing({ u"Work"_s });
+    EXPECT_EQ(damaged.out, "Work\tno destination\n");
+    EXPECT_EQ(damaged.err, "Quillbox: Files of “Work” go nowhere: its settings cannot be read.\n");
+
+    QFile mainSettings(UserDefaults::standard().filePath());
+    ASSERT_TRUE(mainSettings.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    EXPECT_EQ(listing({ u"Photos"_s }).err,
+              "Quillbox: Files of “Photos” go nowhere: the main settings cannot be read.\n");
 }
 
 TEST_F(IconCommandsTest, WhoeverListsThemIsToldWhenSettingsWereOpenToOthers)

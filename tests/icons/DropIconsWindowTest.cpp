@@ -192,7 +192,7 @@ TEST_F(DropIconsWindowTest, EachIconIsListedWithItsDestinationAndItsLastUpload)
 
     EXPECT_EQ(rows(),
               (QStringList{ u"A/B|ftp://other/in/|"_s + shortDateShortTimeText(moment),
-                            u"damaged|Nowhere: its settings name no server|None known"_s,
+                            u"damaged|Nowhere: its settings cannot be read|None known"_s,
                             u"Scans|ftp://host/Scans/|None known"_s }));
     EXPECT_EQ(table().emptyText(), QString());
 }
@@ -260,7 +260,7 @@ TEST_F(DropIconsWindowTest, WithoutAServerItSaysWhereToEnterOne)
 
     beginNew(u"Scans"_s);
 
-    EXPECT_EQ(destination(), u"No server yet: enter one in the preferences"_s);
+    EXPECT_EQ(destination(), u"No server yet: enter one in Quillbox’s own preferences"_s);
     EXPECT_TRUE(save().isEnabled());
 }
 
