@@ -2,12 +2,11 @@
 
 #include "DestinationSettings.h"
 #include "NetworkManager.h"
+#include "OutcomeText.h"
 #include "SettingNames.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
 #include "UserDefaults.h"
-
-#include <QLocale>
 
 #include <algorithm>
 #include <utility>
@@ -184,8 +183,7 @@ void AutomaticTries::hinder(const QMap<QString, int>& others)
 {
     for (auto other = others.cbegin(); other != others.cend(); ++other) {
         m_hindrance = u"no other try, as another destination is in force"_s;
-        m_history.note(u"%1 waited for another try, which was given up: another destination is in force than %2."_s.arg(
-            other.value() == 1 ? u"One file"_s : u"%1 files"_s.arg(QLocale().toString(other.value())), other.key()));
+        m_history.note(otherDestinationText(other.value(), other.key()));
     }
 }
 

@@ -57,3 +57,9 @@ QString outcomeText(const FileTally& tally, const QString& name)
     };
     return u"“%1” %2"_s.arg(visibleText(name), what());
 }
+
+QString otherDestinationText(int count, const QString& destination)
+{
+    return u"%1 waited for another try, which was given up: another destination is in force than %2."_s.arg(
+        count == 1 ? u"One file"_s : u"%1 files"_s.arg(QLocale().toString(count)), destination);
+}

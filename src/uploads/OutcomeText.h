@@ -8,3 +8,6 @@
 QString outcomeText(const FileTally& tally);
 /// The same for a queue of one file, which is called @p name: "“photo.jpg” uploaded".
 QString outcomeText(const FileTally& tally, const QString& name);
+
+/// That nothing becomes of @p count files that were to be tried again at the location @p destination alone.
+QString otherDestinationText(int count, const QString& destination);
