@@ -1,6 +1,7 @@
 #include "HeldDrops.h"
 
 #include "DestinationSettings.h"
+#include "OutcomeText.h"
 #include "RunLoop.h"
 #include "SettingNames.h"
 #include "TreePath.h"
@@ -145,15 +146,25 @@ void HeldDrops::goOn()
             break; // It goes on when there is one.
         }
         const Held& held = m_held.front();
-        // What is bound elsewhere goes nowhere.
-        const bool isElsewhere = !held.bound.isNull() && !held.bound.isSamePlace(m_destination);
-        if (isToBeAsked && !isElsewhere) {
-            look();
-        } else {
+        if (!isToBeAsked) {
             join(held.files);
+        } else if (!held.bound.isNull() && !held.bound.isSamePlace(m_destination)) {
+            endElsewhere();
+        } else {
+            look();
         }
     }
     emit changed();
+}
+
+/// The first drop is bound elsewhere, and goes nowhere: in the queue it could wait until its destination is in force
+/// again, and nobody would have looked at what is there.
+void HeldDrops::endElsewhere()
+{
+    const Held held = std::move(m_held.front());
+    m_held.pop_front();
+    m_history.heldFilesEnded(held.files.rows, { .kind = UploadOutcome::Kind::Removed });
+    m_history.note(otherDestinationText(static_cast<int>(held.files.rows.size()), held.bound.location));
 }
 
 void HeldDrops::look()

@@ -83,6 +83,7 @@ private:
     void followDestination();
     void hold(const Held& held);
     void goOn();
+    void endElsewhere();
     void look();
     void judge();
     void settle();

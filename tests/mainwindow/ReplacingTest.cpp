@@ -48,6 +48,14 @@ protected:
     {
         EXPECT_TRUE(waitFor([] { return !shownBoxes().isEmpty(); }, 10s));
     }
+    /// Drops the file @p name, which is there already, and leaves it out.
+    void leaveOutFile(const QString& name)
+    {
+        m_controller->uploadFiles(files({ name }));
+        whenLooked({ name.toUtf8() });
+        whenAsked();
+        answerSheet(u"Leave Out"_s);
+    }
     static QString titleOfSheet() { return shownBoxes().isEmpty() ? QString() : shownBoxes().first()->title(); }
     /// Of the files that would replace others.
     static const QAbstractItemModel& listInSheet() { return *shownBoxes().first()->findChild<QListView*>()->model(); }
@@ -348,6 +356,54 @@ TEST_F(ReplacingTest, WhatWaitsForAnotherDestinationIsLookedAtAgainWhenThatIsInF
     EXPECT_EQ(titleOfSheet(), u"“b” is there already"_s);
     answerSheet(u"Leave Out"_s);
     EXPECT_EQ(outcomes(), (QList{ Outcome::Confirmed, Outcome::NotReplacing }));
+}
+
+TEST_F(ReplacingTest, WhatIsQueuedAgainWaitsWhileThereIsNoDestinationAndIsLookedAtThen)
+{
+    leaveOutFile(u"a"_s);
+    queueAgain(*m_controller, { { .row = 0, .number = 0 } });
+    for (const bool isAsked : { false, true }) {
+        ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+        if (isAsked) {
+            whenLooked({ "a" });
+            whenAsked();
+        }
+        unset(u"Address"_s);
+        tick();
+        set(u"Address"_s, u"host"_s);
+        tick();
+        answerSheet(u"Leave Out"_s); // That question is out of date.
+    }
+    whenLooked({ "a" });
+    whenAsked();
+    answerSheet(u"Leave Out"_s);
+    serve();
+
+    EXPECT_TRUE(sent().isEmpty());
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::NotReplacing }));
+}
+
+TEST_F(ReplacingTest, WhatIsQueuedAgainIsGivenUpAsSoonAsAnotherDestinationIsInForce)
+{
+    leaveOutFile(u"a"_s);
+    m_controller->uploadFiles(files({ u"b"_s }));
+    whenLooked();
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    queueAgain(*m_controller, { { .row = 0, .number = 0 } });
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+
+    set(u"FTPFolder"_s, u"other"_s);
+    tick();
+    set(u"FTPFolder"_s, u"in"_s);
+    tick();
+    finishUpload();
+    serve();
+
+    EXPECT_EQ(sent(), QStringList{ u"b"_s });
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Confirmed, Outcome::Removed, Outcome::Note }));
+    EXPECT_EQ(
+        m_controller->history().entries().last().path,
+        u"One file waited for another try, which was given up: another destination is in force than ftp://host/in/."_s);
 }
 
 TEST_F(ReplacingTest, WithoutADestinationFilesWaitForOne)
