@@ -1,12 +1,11 @@
 #include "HeldDrops.h"
 
+#include "AskBeforeReplacing.h"
 #include "DestinationSettings.h"
 #include "OutcomeText.h"
 #include "RunLoop.h"
-#include "SettingNames.h"
 #include "TreePath.h"
 #include "UploadHistory.h"
-#include "UserDefaults.h"
 
 #include <QPointer>
 
@@ -18,12 +17,6 @@ namespace {
 
 /// So often settings are looked at while a question stands.
 constexpr int settingsIntervalMs = 1000;
-
-/// The setting "AskBeforeReplacing". Whoever writes the file does not switch it off meanwhile.
-bool isAskingWanted()
-{
-    return UserDefaults::standard().lastKnown(SettingNames::askBeforeReplacing).toBool();
-}
 
 } // namespace
 
@@ -44,7 +37,7 @@ HeldDrops::HeldDrops(UploadQueue& queue, UploadHistory& history, FTPStreamFactor
 
 bool HeldDrops::areWanted() const
 {
-    return isAskingWanted() || (m_areUnattended && DestinationSettings::destination().isNull());
+    return AskBeforeReplacing::isWanted() || (m_areUnattended && DestinationSettings::destination().isNull());
 }
 
 void HeldDrops::take(const Drop& drop)
@@ -137,7 +130,7 @@ void HeldDrops::giveUp()
 void HeldDrops::goOn()
 {
     followDestination();
-    const bool isToBeAsked = isAskingWanted();
+    const bool isToBeAsked = AskBeforeReplacing::isWanted();
     if (!isToBeAsked) {
         stopLooking();
     }
@@ -183,7 +176,7 @@ void HeldDrops::look()
 void HeldDrops::judge()
 {
     followDestination();
-    if (m_search != nullptr && m_search->isOver() && isAskingWanted()) {
+    if (m_search != nullptr && m_search->isOver() && AskBeforeReplacing::isWanted()) {
         settle();
     }
     goOn();

@@ -86,6 +86,24 @@ TEST_F(IconServerTest, AChangeOfTheMainSettingsChangesNothing)
     EXPECT_EQ(inForce(), u"ftp://own/there/"_s);
 }
 
+TEST_F(IconServerTest, WhileTheMainSettingsAreDamagedWhatTheySaidOfReplacingCounts)
+{
+    set(u"AskBeforeReplacing"_s, true);
+    tick();
+    QFile settings(UserDefaults::standard().filePath());
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    settings.write("{");
+    settings.close();
+    tick();
+
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    tick();
+
+    EXPECT_EQ(m_controller->queue().size(), 0) << "before it is known what is there";
+    EXPECT_EQ(count(Kind::Upload), 0);
+    m_controller->clearQueue();
+}
+
 TEST_F(IconServerTest, ThePreferencesShowItsServer)
 {
     m_controller->windows().showPreferences();
