@@ -356,6 +356,8 @@ TEST_F(ReplacingTest, WhatWaitsForAnotherDestinationIsLookedAtAgainWhenThatIsInF
     EXPECT_EQ(titleOfSheet(), u"“b” is there already"_s);
     answerSheet(u"Leave Out"_s);
     EXPECT_EQ(outcomes(), (QList{ Outcome::Confirmed, Outcome::NotReplacing }));
+    EXPECT_EQ(m_controller->history().queueTally(), (FileTally{ .confirmed = 1, .leftOut = 1 })) << "of one queue";
+    EXPECT_EQ(text("outcomeTextField"), u"1 uploaded, 1 left out"_s);
 }
 
 TEST_F(ReplacingTest, WhatIsQueuedAgainWaitsWhileThereIsNoDestinationAndIsLookedAtThen)
