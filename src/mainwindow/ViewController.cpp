@@ -29,7 +29,7 @@ ViewController::ViewController(FTPStreamFactory& streams, FTPConnections& connec
     , m_cc(streams)
     , m_connections(connections)
     , m_queue(m_history)
-    , m_intake(m_queue, m_history, streams)
+    , m_intake(m_queue, m_history, m_tries, streams)
     , m_run(m_pc, m_history)
     , m_listing(m_lc)
     , m_items(m_window, *m_window.ui().destinationListingTable, m_listing, m_gc, connections, *this, this)

@@ -187,8 +187,8 @@ private:
     UploadHistory m_history;
     UploadLedger m_ledger{ m_history };
     UploadQueue m_queue;
-    UploadIntake m_intake;
     AutomaticTries m_tries{ m_history, m_queue };
+    UploadIntake m_intake;
     UploadRun m_run;
     DestinationListing m_listing;
     RefreshPace m_pace;

@@ -4,6 +4,7 @@
 #include "NetworkManager.h"
 #include "OutcomeText.h"
 #include "SettingNames.h"
+#include "TreePath.h"
 #include "UploadHistory.h"
 #include "UploadQueue.h"
 #include "UserDefaults.h"
@@ -45,6 +46,7 @@ AutomaticTries::Delays AutomaticTries::usualDelays()
 void AutomaticTries::queueBegins()
 {
     m_hindrance.clear();
+    m_replacing.clear();
     m_hadWay = NetworkManager::hasConnectivity() || (m_hadWay && !m_waiting.empty());
 }
 
@@ -52,7 +54,8 @@ void AutomaticTries::fileFails(int number, const UploadOutcome& outcome)
 {
     const int triesBefore = m_triesBefore.value(number);
     const bool isLast = number == m_lastTry || triesBefore >= static_cast<int>(m_delays.size());
-    if (isLast || !isConnectionFailure(outcome) || m_history.requestOf(number).isUnattended || !isWanted()) {
+    if (isLast || !isConnectionFailure(outcome) || isReplaced(number) || m_history.requestOf(number).isUnattended
+        || !isWanted()) {
         return;
     }
     m_history.filesAwaitTry({ number }, true);
@@ -106,15 +109,49 @@ void AutomaticTries::giveUp()
     if (isTry(m_history.currentRow())) {
         m_lastTry = m_history.currentRow();
     }
+    giveUpThose([](int) { return true; });
+}
+
+void AutomaticTries::replacementsQueued(const QHash<QString, int>& numbers)
+{
+    m_replacing.insert(numbers);
+    giveUpThose([this](int number) { return isReplaced(number); });
+}
+
+bool AutomaticTries::isReplaced(int number) const
+{
+    return !m_replacing.isEmpty()
+        && number < m_replacing.value(TreePath::below(m_history.entries()[number].path), number);
+}
+
+/// None of those that wait and fit @p condition is tried again.
+void AutomaticTries::giveUpThose(const std::function<bool(int number)>& condition)
+{
     QList<int> numbers;
-    for (const Waiting& file : std::exchange(m_waiting, {})) {
-        numbers.append(file.number);
-    }
+    std::erase_if(m_waiting, [&](const Waiting& file) {
+        const bool isGivenUp = condition(file.number);
+        if (isGivenUp) {
+            numbers.append(file.number);
+        }
+        return isGivenUp;
+    });
     lookSoon();
     if (!numbers.isEmpty()) {
         m_history.filesAwaitTry(numbers, false);
         emit changed();
     }
+}
+
+PathList AutomaticTries::waitingPaths(const Destination& destination) const
+{
+    PathList paths;
+    for (const Waiting& file : m_waiting) {
+        const HistoryEntry entry = m_history.entries()[file.number];
+        if (entry.canQueueAgain() && entry.isFor(destination)) {
+            paths.append(entry.path);
+        }
+    }
+    return paths;
 }
 
 /// Queues those of @p files that nobody has queued meanwhile. Those for which another destination is in force than

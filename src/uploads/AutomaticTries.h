@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Destination.h"
+#include "PathList.h"
 #include "UploadOutcome.h"
 
 #include <QHash>
@@ -9,6 +10,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <functional>
 #include <vector>
 
 class UploadHistory;
@@ -31,6 +33,8 @@ public:
 
     /// How many files wait for another try, outside the queue.
     qsizetype waitingCount() const { return static_cast<qsizetype>(m_waiting.size()); }
+    /// The paths (TreePath) of those that go to @p destination.
+    PathList waitingPaths(const Destination& destination) const;
     /// Whether the file of this run with that @p number was queued by itself.
     bool isTry(int number) const { return m_triesBefore.contains(number); }
     /// Whether all files of the present queue, or of the last one, were queued by themselves.
@@ -42,6 +46,9 @@ public:
     void tryNow();
     /// None of them is tried again, nor is one whose try is under way.
     void giveUp();
+    /// The files of this run with those @p numbers are queued to replace, each at its place (TreePath::below()), those
+    /// with lower numbers: these are tried again no more, or would come behind.
+    void replacementsQueued(const QHash<QString, int>& numbers);
     /// Takes those at the front of the queue out that stand there for another try and are not for @p present, which is
     /// in force.
     void dropOthers(const Destination& present);
@@ -61,6 +68,8 @@ private:
 
     /// Whether what is due waits until there is a way to the network again.
     bool isHeldBack() const { return m_wasCutOff && m_hadWay; }
+    void giveUpThose(const std::function<bool(int number)>& condition);
+    bool isReplaced(int number) const;
     void queueBegins();
     void fileFails(int number, const UploadOutcome& outcome);
     void look();
@@ -73,6 +82,7 @@ private:
     Delays m_delays;
     std::vector<Waiting> m_waiting;
     QHash<int, int> m_triesBefore; ///< Of files that were queued by themselves.
+    QHash<QString, int> m_replacing; ///< In the present queue: what replacementsQueued() was told.
     int m_lastTry = -1; ///< The file of this run whose try was under way when they were given up.
     QString m_hindrance;
     bool m_wasCutOff = false; ///< At the last look there was no way to the network.

@@ -1,12 +1,14 @@
 #include "HeldDrops.h"
 
 #include "AskBeforeReplacing.h"
+#include "AutomaticTries.h"
 #include "DestinationSettings.h"
 #include "OutcomeText.h"
 #include "RunLoop.h"
 #include "TreePath.h"
 #include "UploadHistory.h"
 
+#include <QHash>
 #include <QPointer>
 
 #include <utility>
@@ -20,9 +22,11 @@ constexpr int settingsIntervalMs = 1000;
 
 } // namespace
 
-HeldDrops::HeldDrops(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams, bool areUnattended)
+HeldDrops::HeldDrops(UploadQueue& queue, UploadHistory& history, AutomaticTries& tries, FTPStreamFactory& streams,
+                     bool areUnattended)
     : m_queue(queue)
     , m_history(history)
+    , m_tries(tries)
     , m_controller(streams)
     , m_areUnattended(areUnattended)
     , m_destination(DestinationSettings::destination())
@@ -167,8 +171,10 @@ void HeldDrops::look()
         before.append(m_history.entries()[m_history.currentRow()].path);
     }
     before.append(m_queue.paths());
+    const bool isLineBusy = !before.isEmpty();
+    before.append(m_tries.waitingPaths(m_destination));
     m_search = std::make_unique<ReplacementSearch>(m_controller, m_destination, m_held.front().files.paths, before,
-                                                   !before.isEmpty());
+                                                   isLineBusy);
     connect(m_search.get(), &ReplacementSearch::ended, this, &HeldDrops::judge);
 }
 
@@ -193,6 +199,7 @@ void HeldDrops::settle()
     } else if (!isAsking() || m_asking->foundCount != foundCount) {
         ask(foundCount);
     } else if (m_asking->answer && *m_asking->answer) {
+        tellReplacing();
         join(m_held.front().files);
     } else if (m_asking->answer) {
         endFound({ .kind = UploadOutcome::Kind::NotReplacing });
@@ -226,6 +233,19 @@ void HeldDrops::lookAtSettingsSoon()
             lookAtSettingsSoon();
         }
     });
+}
+
+/// What the first drop is to replace is not to be sent once more behind it.
+void HeldDrops::tellReplacing()
+{
+    const UploadQueue::Held& files = m_held.front().files;
+    QHash<QString, int> numbers;
+    for (const ReplacementSearch::Found& found : m_search->found()) {
+        if (found.place == ReplacementSearch::Found::Place::SentBefore) {
+            numbers.insert(TreePath::below(files.paths.at(found.index)), files.rows[found.index]);
+        }
+    }
+    m_tries.replacementsQueued(numbers);
 }
 
 void HeldDrops::failUnasked()

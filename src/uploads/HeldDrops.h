@@ -14,6 +14,8 @@
 #include <memory>
 #include <optional>
 
+class AutomaticTries;
+
 /// The drops that do not join the queue before it is known whether they replace files on the server, and somebody was
 /// asked about these: one after the other, in their order. Those that come while one is looked at or asked about are
 /// the next one together. What was queued before goes on meanwhile. The history has their files as soon as they are
@@ -37,7 +39,8 @@ public:
 
     /// All others outlive the drops, of which all or none @p areUnattended. Folders are listed by a controller of their
     /// own.
-    HeldDrops(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams, bool areUnattended);
+    HeldDrops(UploadQueue& queue, UploadHistory& history, AutomaticTries& tries, FTPStreamFactory& streams,
+              bool areUnattended);
 
     /// Whether a drop is to be held that comes now.
     bool areWanted() const;
@@ -89,6 +92,7 @@ private:
     void settle();
     void ask(size_t foundCount);
     void lookAtSettingsSoon();
+    void tellReplacing();
     void failUnasked();
     void endFound(const UploadOutcome& outcome);
     void join(const UploadQueue::Held& files);
@@ -96,6 +100,7 @@ private:
 
     UploadQueue& m_queue;
     UploadHistory& m_history;
+    AutomaticTries& m_tries;
     FTPListController m_controller;
     bool m_areUnattended;
     Destination m_destination; ///< The one in force, as it was last seen.

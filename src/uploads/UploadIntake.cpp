@@ -31,11 +31,11 @@ PathList plainPaths(const PathList& paths)
 
 } // namespace
 
-UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams)
+UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history, AutomaticTries& tries, FTPStreamFactory& streams)
     : m_queue(queue)
     , m_history(history)
-    , m_lines{ { { .held = HeldDrops(queue, history, streams, false) },
-                 { .held = HeldDrops(queue, history, streams, true) } } }
+    , m_lines{ { { .held = HeldDrops(queue, history, tries, streams, false) },
+                 { .held = HeldDrops(queue, history, tries, streams, true) } } }
 {
     for (Line& line : m_lines) {
         connectTo(line);

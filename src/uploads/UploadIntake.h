@@ -24,7 +24,7 @@ public:
     };
 
     /// All outlive the intake.
-    UploadIntake(UploadQueue& queue, UploadHistory& history, FTPStreamFactory& streams);
+    UploadIntake(UploadQueue& queue, UploadHistory& history, AutomaticTries& tries, FTPStreamFactory& streams);
 
     /// Has @p drop join the queue, as far as that can be done at once.
     void take(const Drop& drop);

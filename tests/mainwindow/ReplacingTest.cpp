@@ -265,6 +265,69 @@ TEST_F(ReplacingTest, ANameThatTheServerMayTakeForAnotherIsAskedAbout)
     EXPECT_EQ(outcomes(), QList{ Outcome::NotReplacing });
 }
 
+TEST_F(ReplacingTest, AFileThatWaitsForAnotherTryIsAskedAboutAndNotTriedWhenItIsReplaced)
+{
+    set(u"RetryFailedFiles"_s, true);
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    whenLooked();
+    for (int lost = 1; lost <= 2; ++lost) {
+        ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+        upload().sendRefusal(421);
+        ASSERT_EQ(m_controller->tries().waitingCount(), lost);
+    }
+
+    m_controller->uploadFiles(files({ u"a"_s }));
+    whenLooked();
+    whenAsked();
+    EXPECT_EQ(linesInSheet(), QStringList{ u"a – one of that name is sent before it"_s });
+    answerSheet(u"Replace"_s);
+    serve();
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Refused, Outcome::Refused, Outcome::Confirmed }));
+    EXPECT_FALSE(m_controller->history().entries()[0].isAwaitingTry) << "the older one would take its place";
+    EXPECT_TRUE(m_controller->history().entries()[1].isAwaitingTry);
+}
+
+TEST_F(ReplacingTest, NorIsOneThatIsLostAfterThat)
+{
+    set(u"RetryFailedFiles"_s, true);
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    whenLooked();
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+    whenLooked();
+    whenAsked();
+    answerSheet(u"Replace"_s);
+
+    for (int count = 0; count < 3; ++count) { // Both, and the one that is to replace the first.
+        ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+        upload().sendRefusal(421);
+    }
+    serve();
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Refused, Outcome::Refused, Outcome::Refused, Outcome::Confirmed }));
+    for (int row = 0; row < 4; ++row) {
+        EXPECT_EQ(m_controller->history().entries()[row].isAwaitingTry, row == 2) << row;
+    }
+}
+
+TEST_F(ReplacingTest, WhatWaitsForAnotherTryElsewhereIsNotAskedAbout)
+{
+    set(u"RetryFailedFiles"_s, true);
+    m_controller->uploadFiles(files({ u"a"_s }));
+    whenLooked();
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    upload().sendRefusal(421);
+    set(u"FTPFolder"_s, u"other"_s);
+
+    m_controller->uploadFiles(files({ u"a"_s }));
+    whenLooked({}, u"ftp://host/other/"_s);
+    serve();
+
+    EXPECT_TRUE(shownBoxes().isEmpty());
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Refused, Outcome::Confirmed }));
+}
+
 TEST_F(ReplacingTest, AFolderIsAskedAboutWhenAllOfItWasFound)
 {
     set(u"DroppedFolders"_s, u"uploaded"_s);

@@ -1,5 +1,6 @@
 #include "RequestWatch.h"
 
+#include "AutomaticTries.h"
 #include "DestinationSettings.h"
 #include "FakeFTPStream.h"
 #include "NetworkManager.h"
@@ -78,7 +79,8 @@ protected:
     UploadHistory m_history;
     UploadQueue m_queue{ m_history };
     FakeStreamFactory m_streams; ///< Nothing is listed.
-    UploadIntake m_intake{ m_queue, m_history, m_streams };
+    AutomaticTries m_tries{ m_history, m_queue };
+    UploadIntake m_intake{ m_queue, m_history, m_tries, m_streams };
     RequestWatch m_watch{ m_history, m_intake, m_request };
     QList<FileEnd> m_ended;
     QList<FileEnd> m_corrected;

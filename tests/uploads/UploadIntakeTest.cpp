@@ -1,5 +1,6 @@
 #include "UploadIntake.h"
 
+#include "AutomaticTries.h"
 #include "Delays.h"
 #include "FakeFTPStream.h"
 #include "FaultyFileCalls.h"
@@ -38,7 +39,7 @@ protected:
         setProgramFileName(u"Quillbox"_s); // No drop icon, which has a folder of its own.
         set(SettingNames::address, u"host"_s);
         set(SettingNames::askBeforeReplacing, true);
-        m_intake.emplace(m_queue, m_history, m_streams);
+        m_intake.emplace(m_queue, m_history, m_tries, m_streams);
         QObject::connect(&*m_intake, &UploadIntake::asked, &*m_intake, [this](const HeldDrops::Question& question) {
             m_question = question;
             m_matter = question.matter;
@@ -120,6 +121,7 @@ protected:
     UploadHistory m_history;
     UploadQueue m_queue{ m_history };
     FakeStreamFactory m_streams;
+    AutomaticTries m_tries{ m_history, m_queue };
     std::optional<UploadIntake> m_intake;
     HeldDrops::Question m_question{}; ///< The latest one.
     QPointer<const QObject> m_matter; ///< Its.
