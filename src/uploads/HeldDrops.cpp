@@ -114,7 +114,7 @@ void HeldDrops::destinationMissed()
         const UploadOutcome outcome{ .kind = UploadOutcome::Kind::Failed,
                                      .status = DestinationSettings::whyThereIsNoDestination() };
         for (const Held& held : std::exchange(m_held, {})) {
-            m_history.heldFilesEnded(held.files.rows, outcome);
+            m_history.heldFilesEnded(held.files.rows, outcome, m_destination);
         }
     }
     goOn();
@@ -160,7 +160,7 @@ void HeldDrops::endElsewhere()
 {
     const Held held = std::move(m_held.front());
     m_held.pop_front();
-    m_history.heldFilesEnded(held.files.rows, { .kind = UploadOutcome::Kind::Removed });
+    m_history.heldFilesEnded(held.files.rows, { .kind = UploadOutcome::Kind::Removed }, held.bound);
     m_history.note(otherDestinationText(static_cast<int>(held.files.rows.size()), held.bound.location));
 }
 
@@ -276,7 +276,7 @@ void HeldDrops::endFound(const UploadOutcome& outcome)
             rest.rows.append(files.rows[index]);
         }
     }
-    m_history.heldFilesEnded(ended, outcome);
+    m_history.heldFilesEnded(ended, outcome, m_destination);
     join(rest);
 }
 

@@ -82,12 +82,13 @@ void UploadHistory::heldFilesQueued(const QList<int>& rows)
     m_waiting.insert(m_waiting.end(), rows.begin(), rows.end());
 }
 
-void UploadHistory::heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome)
+void UploadHistory::heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome, const Destination& destination)
 {
     m_held -= rows.size();
     const qint64 now = wallClock();
     for (const int row : rows) {
-        m_entries.change(row, [&outcome, now](HistoryEntry& entry) {
+        m_entries.change(row, [&](HistoryEntry& entry) {
+            entry.setDestination(destination);
             entry.outcome = outcome.kind;
             entry.status = outcome.status;
             entry.reply = outcome.reply;

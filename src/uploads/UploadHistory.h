@@ -40,8 +40,9 @@ public:
     int filesHeld(const PathList& paths, const QStringList& leftOut, UploadRequest request);
     /// The files of @p rows, which were held, have joined the queue, in that order.
     void heldFilesQueued(const QList<int>& rows);
-    /// The files of @p rows, which were held, never join the queue. Takes time by the rows between them.
-    void heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome);
+    /// The files of @p rows, which were held, never join the queue, to go to @p destination. Takes time by the rows
+    /// between them.
+    void heldFilesEnded(const QList<int>& rows, const UploadOutcome& outcome, const Destination& destination);
     /// Those files that wait in the queue whose row fits @p condition, which is asked once of each in the order of the
     /// queue, have been taken out of it and are held; answers their rows. Takes time by the length of the queue.
     QList<int> queuedFilesHeld(const std::function<bool(int row)>& condition);

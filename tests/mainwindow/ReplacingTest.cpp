@@ -420,6 +420,7 @@ TEST_F(ReplacingTest, WhatWaitsForAnotherDestinationIsLookedAtAgainWhenThatIsInF
     answerSheet(u"Leave Out"_s);
     EXPECT_EQ(outcomes(), (QList{ Outcome::Confirmed, Outcome::NotReplacing }));
     EXPECT_EQ(m_controller->history().queueTally(), (FileTally{ .confirmed = 1, .leftOut = 1 })) << "of one queue";
+    EXPECT_EQ(m_controller->history().entries()[1].destination, u"ftp://host/other/"_s);
     EXPECT_EQ(text("outcomeTextField"), u"1 uploaded, 1 left out"_s);
 }
 
@@ -466,6 +467,7 @@ TEST_F(ReplacingTest, WhatIsQueuedAgainIsGivenUpAsSoonAsAnotherDestinationIsInFo
 
     EXPECT_EQ(sent(), QStringList{ u"b"_s });
     EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Confirmed, Outcome::Removed, Outcome::Note }));
+    EXPECT_EQ(m_controller->history().entries()[2].destination, u"ftp://host/in/"_s);
     EXPECT_EQ(
         m_controller->history().entries().last().path,
         u"One file waited for another try, which was given up: another destination is in force than ftp://host/in/."_s);
