@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FolderWalk.h"
+#include "FolderWalks.h"
 #include "HeldDrops.h"
 
 #include <QObject>

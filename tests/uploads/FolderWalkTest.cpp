@@ -1,5 +1,6 @@
 #include "FolderWalk.h"
 
+#include "FolderWalks.h"
 #include "LocalPath.h"
 #include "NoThreadLeft.h"
 #include "Printers.h"
