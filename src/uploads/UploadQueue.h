@@ -10,8 +10,8 @@
 
 class UploadHistory;
 
-/// The local files that wait to be uploaded, first in first out. A file that was taken out is never put back. Belongs
-/// to the main thread.
+/// The local files that wait to be uploaded, first in first out. A file that was taken out to be sent is never put
+/// back. Belongs to the main thread.
 class UploadQueue final : public QObject {
     Q_OBJECT
 
