@@ -2,21 +2,27 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <tuple>
 #include <vector>
 
 namespace {
 
-std::vector<std::pair<int, QByteArray>> parse(QByteArrayView bytes, qsizetype pieceSize)
+using Parsed = std::tuple<int, QByteArray, QByteArray>;
+
+std::vector<Parsed> parse(QByteArrayView bytes, qsizetype pieceSize)
 {
     ReplyParser parser;
-    std::vector<std::pair<int, QByteArray>> replies;
+    std::vector<Parsed> replies;
     for (qsizetype at = 0; at < bytes.size(); at += pieceSize) {
         parser.append(bytes.sliced(at, std::min(pieceSize, bytes.size() - at)));
         while (const std::optional<Reply> reply = parser.next()) {
-            if (reply->code < 100 || reply->code > 599) {
+            const bool isCodeRight = reply->code >= 100 && reply->code <= 599;
+            const QByteArray& earlier = reply->earlier;
+            const bool areLines = earlier.isEmpty() || earlier.endsWith('\n');
+            if (!isCodeRight || !areLines || earlier.size() > ReplyParser::earlierLimit) {
                 std::abort();
             }
-            replies.emplace_back(reply->code, reply->text);
+            replies.emplace_back(reply->code, reply->text, earlier);
         }
     }
     return replies;

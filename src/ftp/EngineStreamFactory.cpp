@@ -107,6 +107,8 @@ public:
     {
         return m_transfer != nullptr ? m_transfer->size() : std::nullopt;
     }
+
+    QString shortfall() const override { return m_transfer != nullptr ? m_transfer->shortfall() : QString(); }
 };
 
 class EngineWriteStream final : public EngineStream<FTPWriteStream> {

@@ -131,6 +131,9 @@ public:
     virtual void setStandsBack(bool /*standsBack*/) { }
     /// Bytes of the file as the server announced them; known, if at all, from OpenCompleted on.
     virtual std::optional<qint64> resourceSize() const = 0;
+    /// The line in which the server says that a listing, which it has confirmed, is not the whole one, for people like
+    /// lastReply(); null: it says no such thing. Until the stream is closed.
+    virtual QString shortfall() const { return {}; }
 };
 
 /// An upload, or the creation of a folder (to which nothing is written).

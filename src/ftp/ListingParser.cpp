@@ -1,6 +1,7 @@
 #include "ListingParser.h"
 
 #include "ListingDialects.h"
+#include "ListingShortfall.h"
 
 #include <cstring>
 
@@ -38,7 +39,9 @@ ParsedListing parseListingLine(QByteArrayView bytes, const QDateTime& now)
         return { .consumed = bytes.size() > maximumListingLine ? -1 : 0, .entry = {} };
     }
     const QByteArrayView line = bytes.first(lineEnd - bytes.data() + 1);
-    return { .consumed = line.size(), .entry = parseLine(withoutLineEnd(line), now) };
+    ParsedListing parsed{ .consumed = line.size(), .entry = parseLine(withoutLineEnd(line), now) };
+    parsed.isComplaint = !parsed.entry && isListingComplaint(withoutLineEnd(line));
+    return parsed;
 }
 
 bool ListingMeasure::takes(const ParsedListing& line)

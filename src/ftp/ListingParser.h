@@ -14,6 +14,8 @@ struct ParsedListing {
     qint64 consumed = 0;
     /// The item that the line describes. Lines such as "total 12" and lines that cannot be parsed have none.
     std::optional<ListingEntry> entry;
+    /// The line says that the listing is not whole: a complaint about what could not be read.
+    bool isComplaint = false;
 };
 
 /// The longest line that is read, in bytes, line end included.

@@ -1,5 +1,7 @@
 #include "ReplyParser.h"
 
+#include <utility>
+
 namespace {
 
 /// The reply code that a line begins with, or 0.
@@ -67,8 +69,9 @@ std::optional<Reply> ReplyParser::takeLine(QByteArrayView line)
         if (code == m_multiLineCode && separator == ' ') {
             m_multiLineCode = 0;
             m_replyLength = 0;
-            return Reply{ code, textOf(line) };
+            return Reply{ code, textOf(line), std::exchange(m_earlier, {}) };
         }
+        keep(line);
         m_broken = m_replyLength > replyLimit;
         return std::nullopt;
     }
@@ -82,7 +85,17 @@ std::optional<Reply> ReplyParser::takeLine(QByteArrayView line)
     }
     if (separator == '-') {
         m_multiLineCode = code;
+        keep(line);
         return std::nullopt;
     }
     return Reply{ code, textOf(line) };
+}
+
+/// Keeps @p line, which is not the last one of its reply, where there is room for all of it: a part could hold the
+/// beginning of a password that is to be left out.
+void ReplyParser::keep(QByteArrayView line)
+{
+    if (m_earlier.size() + line.size() < earlierLimit) {
+        m_earlier.append(line).append('\n');
+    }
 }

@@ -12,6 +12,7 @@ class ReplyParser {
 public:
     static constexpr qsizetype lineLimit = qsizetype(64) * 1024; ///< Bytes of one line.
     static constexpr qsizetype replyLimit = qsizetype(1024) * 1024; ///< Bytes of all lines of one reply.
+    static constexpr qsizetype earlierLimit = qsizetype(4) * 1024; ///< Bytes of Reply::earlier.
 
     void append(QByteArrayView bytes);
 
@@ -23,11 +24,13 @@ public:
 
 private:
     std::optional<Reply> takeLine(QByteArrayView line);
+    void keep(QByteArrayView line);
 
     QByteArray m_bytes; ///< Received and not yet read from m_start on.
     qsizetype m_start = 0; ///< Where the present line begins.
     qsizetype m_searched = 0; ///< No line end stands before this place.
     qsizetype m_replyLength = 0; ///< Bytes of the lines of the present multi-line reply.
     int m_multiLineCode = 0; ///< The code that ends the present multi-line reply, or 0.
+    QByteArray m_earlier; ///< Of the present multi-line reply.
     bool m_broken = false;
 };

@@ -164,6 +164,19 @@ TEST(ListingParserTest, SkipsWhatMakesNoSense)
     });
 }
 
+TEST(ListingParserTest, AComplaintIsNoItemAndNoNameOfOne)
+{
+    const ParsedListing complaint
+        = parseListingLine("/bin/ls: cannot open directory '.': Permission denied\r\n", now());
+    EXPECT_TRUE(complaint.isComplaint);
+    EXPECT_FALSE(complaint.entry);
+
+    const ParsedListing item = parseListingLine("-rw-r--r-- 1 u g 5 Jan 12 2024 ls: a\r\n", now());
+    EXPECT_FALSE(item.isComplaint);
+    EXPECT_TRUE(item.entry);
+    EXPECT_FALSE(parseListingLine("total 12\r\n", now()).isComplaint);
+}
+
 TEST(ListingParserTest, KnowsMoreThanAHundredAndTwentyLines)
 {
     EXPECT_GE(unixRows().size() + dosRows().size() + ignoredRows().size(), 120U);

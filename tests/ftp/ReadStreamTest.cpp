@@ -320,6 +320,39 @@ TEST_P(ReadStreamTest, AReplyThatNobodyAskedForDoesNotHarmButCostsTheConnection)
     EXPECT_EQ(control->receiveToEnd(), "");
 }
 
+TEST_P(ReadStreamTest, WhereAListingFallsShortIsToldInTheWordsOfTheLineThatSaysSo)
+{
+    const auto list = [this](const QByteArray& completion) {
+        startListing(u"/"_s);
+        auto control = open("LIST");
+        control->say("150 Comes");
+        m_data->close();
+        control->say(completion);
+        EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+        m_pool.closeIdle(u"127.0.0.1"_s, m_peer.port());
+        return static_cast<FTPReadStream*>(m_recorder.stream())->shortfall();
+    };
+
+    EXPECT_EQ(list("226-Sorry,\x1b we were unable to read [.]\r\n226-Options: -l\r\n226 0 matches total"),
+              u"226-Sorry,\\x1b we were unable to read [.]"_s);
+    EXPECT_EQ(m_recorder.lastReply(), u"226 0 matches total"_s);
+    EXPECT_EQ(list("226 Output truncated"), u"226 Output truncated"_s);
+    EXPECT_TRUE(list("226-Options: -l\r\n226 0 matches total").isNull());
+}
+
+TEST_P(ReadStreamTest, OfADownloadNothingIsTakenForThat)
+{
+    startDownload(u"/f"_s);
+    auto control = openDownload();
+    control->say("150 Comes");
+    m_data->sendBytes("hello");
+    m_data->close();
+    control->say("226 A truncated file");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_TRUE(static_cast<FTPReadStream*>(m_recorder.stream())->shortfall().isNull());
+}
+
 TEST_P(ReadStreamTest, WhatIsNotReadIsReportedAgain)
 {
     int times = 0;

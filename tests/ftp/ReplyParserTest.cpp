@@ -9,13 +9,14 @@ namespace {
 struct Parsed {
     int code;
     QByteArray text;
+    QByteArray earlier = {};
 
     bool operator==(const Parsed&) const = default;
 };
 
 void PrintTo(const Parsed& parsed, std::ostream* out) // NOLINT(readability-identifier-naming): GoogleTest's name
 {
-    *out << parsed.code << " \"" << parsed.text.toStdString() << '"';
+    *out << parsed.code << " \"" << parsed.text.toStdString() << "\" behind \"" << parsed.earlier.toStdString() << '"';
 }
 
 /// Feeds @p bytes in pieces of @p size.
@@ -26,7 +27,7 @@ std::vector<Parsed> parse(const QByteArray& bytes, qsizetype size)
     for (qsizetype at = 0; at < bytes.size(); at += size) {
         parser.append(bytes.sliced(at, std::min(size, bytes.size() - at)));
         while (const std::optional<Reply> reply = parser.next()) {
-            replies.push_back({ reply->code, reply->text });
+            replies.push_back({ reply->code, reply->text, reply->earlier });
         }
     }
     return replies;
@@ -45,12 +46,17 @@ TEST(ReplyParserTest, ReadsRepliesHoweverTheyAreCut)
         { "no text", "226\r\n", { { 226, "" } } },
         { "no text but a blank", "226 \r\n", { { 226, "" } } },
         { "two replies in one piece", "331 Password\r\n230 In\r\n", { { 331, "Password" }, { 230, "In" } } },
-        { "several lines", "220-Hello\r\n220-there\r\n220 Ready\r\n", { { 220, "Ready" } } },
-        { "other codes inside", "220-Hello\r\n530 not you\r\n 220 nor this\r\n220 Ready\r\n", { { 220, "Ready" } } },
+        { "several lines", "220-Hello\r\n220-there\r\n220 Ready\r\n", { { 220, "Ready", "220-Hello\n220-there\n" } } },
+        { "other codes inside",
+          "220-Hello\r\n530 not you\r\n 220 nor this\r\n220 Ready\r\n",
+          { { 220, "Ready", "220-Hello\n530 not you\n 220 nor this\n" } } },
+        { "one line behind several",
+          "230-Hello\r\n230 In\r\n200 Binary\r\n",
+          { { 230, "In", "230-Hello\n" }, { 200, "Binary" } } },
         { "the same code without a blank inside",
           "211-Features\r\n211x\r\n211-still\r\n211 End\r\n",
-          { { 211, "End" } } },
-        { "an empty line inside", "220-Hello\r\n\r\n220 Ready\r\n", { { 220, "Ready" } } },
+          { { 211, "End", "211-Features\n211x\n211-still\n" } } },
+        { "an empty line inside", "220-Hello\r\n\r\n220 Ready\r\n", { { 220, "Ready", "220-Hello\n\n" } } },
         { "an empty line between", "220 Ready\r\n\r\n331 Password\r\n", { { 220, "Ready" }, { 331, "Password" } } },
         { "no separator", "220Ready\r\n", { { 220, "eady" } } },
         { "bytes that are no text", QByteArray("257 \"/\0\xff\"\r\n", 11), { { 257, QByteArray("\"/\0\xff\"", 5) } } },
@@ -113,6 +119,24 @@ TEST(ReplyParserTest, AReplyOfManyLinesIsReadUpToTheLimitAndBreaksBeyond)
 
         EXPECT_EQ(parser.next().has_value(), !isTooLong);
     }
+}
+
+TEST(ReplyParserTest, OfALongReplyThoseLinesAreKeptThatThereIsRoomFor)
+{
+    const QByteArray large(ReplyParser::earlierLimit, 'x');
+    const QByteArray half(ReplyParser::earlierLimit / 2 - 1, 'y');
+    ReplyParser parser;
+    parser.append("226-First\r\n" + large + "\r\n" + half + "\r\n" + half + "\r\nLast\r\n226 Done\r\n");
+
+    const std::optional<Reply> reply = parser.next();
+
+    ASSERT_TRUE(reply);
+    EXPECT_TRUE(reply->earlier == "226-First\n" + half + "\nLast\n");
+
+    parser.append("226-Fits\r\n" + large.chopped(10) + "\r\n226 Done\r\n");
+    EXPECT_EQ(parser.next()->earlier.size(), ReplyParser::earlierLimit);
+    parser.append("226-Large\r\n" + large.chopped(10) + "\r\n226 Done\r\n");
+    EXPECT_EQ(parser.next()->earlier.size(), 10);
 }
 
 TEST(ReplyParserTest, TheLimitOfLinesIsThatOfOneReply)

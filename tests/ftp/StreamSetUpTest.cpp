@@ -342,6 +342,20 @@ TEST_F(StreamSetUpTest, TheLastReplyIsToldEscapedAndWithoutThePassword)
     EXPECT_EQ(m_recorder.lastReply(), u"530 anna/**** is no login\\x1b"_s);
 }
 
+TEST_F(StreamSetUpTest, ThePasswordIsLeftOutOfEarlierLinesTooAlsoWhereOnlyThoseRepeatIt)
+{
+    startListing(u"/"_s);
+    const auto control = greet();
+    control->answer({ "331 P", "230-Hello anna/secret\r\n230 In", "257 \"/\"", "200 I" });
+    reopen(*control, "LIST");
+    control->say("150 Comes");
+    m_data->close();
+    control->say("226-Unable to read secret\r\n226 Done");
+
+    EXPECT_EQ(m_recorder.waitForEnd().last(), u"end"_s);
+    EXPECT_EQ(static_cast<FTPReadStream*>(m_recorder.stream())->shortfall(), u"226-Unable to read ****"_s);
+}
+
 TEST_F(StreamSetUpTest, WhatALaterReplySaysStaysUnlessTheServerHasRepeatedThePassword)
 {
     checkRows<QString(QByteArray)>(

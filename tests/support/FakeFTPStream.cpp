@@ -126,6 +126,7 @@ public:
         return !fake().refusesFetchResourceInfo;
     }
     std::optional<qint64> resourceSize() const override { return fake().resourceSize; }
+    QString shortfall() const override { return fake().shortfall; }
 };
 
 class FakeWriteStream final : public FakeStreamBase<FTPWriteStream> {

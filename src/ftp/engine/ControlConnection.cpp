@@ -266,6 +266,11 @@ QByteArray ControlConnection::readableText(FTPVerb command, QByteArray text)
 void ControlConnection::dispatch(Reply reply)
 {
     const FTPVerb answered = m_pending.isEmpty() ? FTPVerb::Quit : m_pending.head().verb;
+    if (!reply.earlier.isEmpty()) {
+        for (const QByteArray& line : reply.earlier.chopped(1).split('\n')) {
+            reply.readableEarlier.append(QString::fromUtf8(escapedForLog(readableText(answered, line))));
+        }
+    }
     const QByteArray line = QByteArray::number(reply.code) + ' ' + escapedForLog(readableText(answered, reply.text));
     qCDebug(ftpLog, "< %s", line.constData());
     reply.readable = QString::fromUtf8(line);

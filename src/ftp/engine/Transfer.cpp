@@ -4,6 +4,7 @@
 #include "DeliveryGate.h"
 #include "FTPEngine.h"
 #include "FTPLog.h"
+#include "ListingShortfall.h"
 #include "ServerTraits.h"
 #include "TlsChannel.h"
 
@@ -493,6 +494,7 @@ void Transfer::handleTransferReply(FTPVerb verb, const Reply& reply)
         return;
     } else {
         m_try.isConfirmed = true;
+        m_try.shortfall = m_request.kind == Kind::Listing ? shortfallIn(reply) : QString();
     }
     m_try.hasConsented = true; // Some servers say nothing before the end.
     if (m_state == State::AwaitingConsent || m_state == State::AwaitingLateConsent) {

@@ -60,6 +60,8 @@ public:
     qint64 acknowledgedBytes() const;
     const FTPStreamError& error() const { return m_error; }
     std::optional<qint64> size() const { return m_try.size; }
+    /// See FTPReadStream::shortfall().
+    const QString& shortfall() const { return m_try.shortfall; }
     const Progress& progress() const { return m_progress; }
 
 signals:
@@ -82,6 +84,7 @@ private:
         bool hasDataConnection = false; ///< It stands, or has stood.
         bool isDataSilent = false; ///< The limit for making the data connection was over.
         bool isConfirmed = false; ///< The server has said that it was done.
+        QString shortfall; ///< Of a listing: what it has said of that.
         std::optional<qint64> size; ///< Bytes of the file, as the server says.
         qint64 moved = 0; ///< Bytes written or read.
         qint64 movedBefore = 0; ///< Of a listing: at the last look at its pace.
