@@ -2,6 +2,8 @@
 
 #include "CertificateTrust.h"
 
+#include <QString>
+
 class TrustedCertificates;
 
 /// Decides about certificates by what the user has trusted before, and asks nobody.
@@ -19,3 +21,7 @@ public:
 private:
     TrustedCertificates& m_store;
 };
+
+/// Why @p store does not let the server of @p location be trusted whose certificate was refused, for people: words that
+/// stand behind a colon.
+QString untrustedText(const TrustedCertificates& store, const QString& location);

@@ -14,7 +14,9 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
 {
     const Server server{ question.host.toLower(), question.port };
     const QByteArray known = m_store.fingerprint(server.host, server.port);
-    if (known == question.certificate.fingerprint) {
+    if (question.certificate.fingerprint.isEmpty()) {
+        answer(false); // There is no certificate that anybody could trust.
+    } else if (known == question.certificate.fingerprint) {
         answer(true);
     } else if (!known.isEmpty()) {
         answer(false);

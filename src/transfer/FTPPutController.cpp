@@ -1,12 +1,14 @@
 #include "FTPPutController.h"
 
 #include "FileInputStream.h"
+#include "KnownTrust.h"
 #include "LocalItem.h"
 #include "LocalPath.h"
 #include "NetworkManager.h"
 #include "PathText.h"
 #include "TransferPercent.h"
 #include "TreePath.h"
+#include "TrustedCertificates.h"
 #include "URLText.h"
 
 #include <utility>
@@ -54,16 +56,17 @@ void FTPPutController::startSend(const QString& filePath, const QString& destina
 
     const QString folder = NetworkManager::sharedInstance().smartURLForString(destination);
     const QByteArray name = LocalPath::toBytes(PathText::lastPathComponent(filePath));
-    const QString location = URLText::appendingPathComponent(folder, name);
-    if (location.isNull()) {
+    m_location = URLText::appendingPathComponent(folder, name);
+    if (m_location.isNull()) {
         refuseStart(UploadOutcome::Kind::Failed, u"Invalid URL"_s);
         return;
     }
     if (!isFolder && !openFile(filePath, *item)) {
         return;
     }
-    std::unique_ptr<FTPWriteStream> stream = isFolder ? m_streams.createFolderStream(location)
-                                                      : m_streams.createUploadStream(location, m_fileStream->length());
+    std::unique_ptr<FTPWriteStream> stream = isFolder
+        ? m_streams.createFolderStream(m_location)
+        : m_streams.createUploadStream(m_location, m_fileStream->length());
     if (stream != nullptr) {
         stream->setMadeLevels(m_madeLevels);
     }
@@ -175,7 +178,7 @@ void FTPPutController::streamFailed()
     const bool isUnasked = asksNobody() && error.domain == FTPStreamError::Domain::Certificate;
     // Kept: the text asks about a directory because folder creation shares it.
     stop(kind(), errorStatus(u"FTP error %1; Directory may already exist?"_s.arg(error.code)),
-         isUnasked ? u"the server’s certificate is not trusted"_s : QString());
+         isUnasked ? untrustedText(TrustedCertificates::standard(), m_location) : QString());
 }
 
 void FTPPutController::sendStep()

@@ -98,5 +98,6 @@ private:
     qint64 m_totalBytesWritten = 0;
     UploadOutcome m_outcome;
     QString m_pathToUpload;
+    QString m_location; ///< Where the file goes.
     QString m_sendingStatus; ///< Names the file of m_pathToUpload; said for each block.
 };

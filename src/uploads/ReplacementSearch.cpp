@@ -1,8 +1,10 @@
 #include "ReplacementSearch.h"
 
 #include "Addressing.h"
+#include "KnownTrust.h"
 #include "LocalName.h"
 #include "TreePath.h"
+#include "TrustedCertificates.h"
 
 #include <QElapsedTimer>
 
@@ -269,7 +271,8 @@ void ReplacementSearch::listingEnded()
     } else if (error.domain != FTPStreamError::Domain::FTP || error.code != notTaken
                || error.stage != FTPStreamError::Stage::EnteringFolder) {
         const bool isUntrusted = error.domain == FTPStreamError::Domain::Certificate;
-        m_failure = isUntrusted ? u"the server’s certificate is not trusted"_s : m_controller.failure(m_listing.status);
+        m_failure = isUntrusted ? untrustedText(TrustedCertificates::standard(), m_destination.location)
+                                : m_controller.failure(m_listing.status);
         end();
         return;
     }

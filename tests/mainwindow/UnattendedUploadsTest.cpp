@@ -1,6 +1,7 @@
 #include "DelayedAlert.h"
 #include "Delays.h"
 #include "SettingNames.h"
+#include "TrustedCertificates.h"
 #include "ViewControllerTest.h"
 
 #include <QSignalSpy>
@@ -44,6 +45,14 @@ TEST_F(UnattendedUploadsTest, NobodyIsAskedAboutTheCertificateOfAnUploadAndTheWo
 
     EXPECT_EQ(row(0).status, u"the server’s certificate is not trusted"_s);
     EXPECT_EQ(requests.size(), 0);
+
+    ASSERT_TRUE(TrustedCertificates::standard().trust(u"host"_s, 21, QByteArray(32, 'f')));
+    uploadUnattended({ makeFile(u"a"_s) });
+    tick();
+    upload().error = { FTPStreamError::Domain::Certificate, 0 };
+    upload().send(FTPStreamEvent::ErrorOccurred);
+    EXPECT_EQ(row(1).status, u"the server has shown another certificate than the one that is trusted"_s);
+    EXPECT_TRUE(QFile::remove(TrustedCertificates::standard().filePath()));
 
     m_controller->uploadFiles({ makeFile(u"b"_s) });
     tick();

@@ -87,6 +87,38 @@ TEST_F(RememberedTrustTest, WhereNobodyIsAskedOnlyWhatIsKnownIsTrusted)
     EXPECT_EQ(m_log.last(), u"refused"_s);
 }
 
+TEST_F(RememberedTrustTest, AServerWithoutACertificateIsNeverTrusted)
+{
+    KnownTrust known(m_store);
+    const CertificateQuestion question{ .host = u"host"_s, .certificate = {} };
+    const auto judged = [this](bool isTrusted) { m_log.append(isTrusted ? u"trusted"_s : u"refused"_s); };
+
+    known.judge(question, judged);
+    m_trust->judge(question, judged);
+
+    EXPECT_EQ(m_log, (QStringList{ u"refused"_s, u"refused"_s }));
+}
+
+TEST_F(RememberedTrustTest, WhyAServerIsNotTrustedIsSaidAsItIs)
+{
+    const auto text = [this](const QString& location) { return untrustedText(m_store, location); };
+    EXPECT_EQ(text(u"ftp://host/in/"_s), u"the server’s certificate is not trusted"_s);
+
+    m_store.trust(u"host"_s, 2121, QByteArray(32, 'a'));
+    EXPECT_EQ(text(u"ftp://host/in/"_s), u"the server’s certificate is not trusted"_s);
+    EXPECT_EQ(text(u"ftp://HOST:2121/in/"_s),
+              u"the server has shown another certificate than the one that is trusted"_s);
+
+    QFile file(m_store.filePath());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QByteArray bytes = file.readAll();
+    writeFile(bytes.replace('}', ",\"other:21\": \"?\"}"));
+    EXPECT_EQ(text(u"ftp://HOST:2121/in/"_s),
+              u"the server has shown another certificate than the one that is trusted"_s);
+    EXPECT_EQ(text(u"ftp://host/in/"_s),
+              u"the file “%1”, which says whose certificates are trusted, is damaged"_s.arg(m_store.filePath()));
+}
+
 TEST_F(RememberedTrustTest, TrustIsStoredAndAskedForOnce)
 {
     judge('a');

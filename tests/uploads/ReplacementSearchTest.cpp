@@ -3,8 +3,10 @@
 #include "FakeFTPStream.h"
 #include "NetworkManager.h"
 #include "Printers.h"
+#include "TrustedCertificates.h"
 #include "WaitFor.h"
 
+#include <QFile>
 #include <QMap>
 
 #include <gtest/gtest.h>
@@ -181,6 +183,18 @@ TEST_F(ReplacementSearchTest, AListingThatFailsLeavesAllUnknown)
 
     m_streams.refusesCreation = true;
     EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"Can not create network connection."_s });
+}
+
+TEST_F(ReplacementSearchTest, SoDoesAServerThatIsNotTrustedAndTheWordsSayWhy)
+{
+    m_error = { .domain = FTPStreamError::Domain::Certificate };
+    EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"the server’s certificate is not trusted"_s });
+
+    TrustedCertificates& trusted = TrustedCertificates::standard();
+    ASSERT_TRUE(trusted.trust(u"host"_s, 21, QByteArray(32, 'f')));
+    EXPECT_EQ(look({ u"/x/a"_s }),
+              QStringList{ u"the server has shown another certificate than the one that is trusted"_s });
+    EXPECT_TRUE(QFile::remove(trusted.filePath()));
 }
 
 TEST_F(ReplacementSearchTest, SoDoesOneOfWhichTheServerSaysThatItIsNotWhole)
