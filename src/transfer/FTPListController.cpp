@@ -32,6 +32,7 @@ void FTPListController::startReceive(const QString& address, const QString& user
         return;
     }
     m_hasSucceeded = false;
+    m_shortfall.clear();
     const Watch watch(*this);
     updateListingStatus(u"Starting list..."_s);
     if (!watch.isUndisturbed()) {
@@ -56,6 +57,9 @@ void FTPListController::startReceive(const QString& address, const QString& user
 
 void FTPListController::stopReceiveWithStatus(const QString& status)
 {
+    if (isReceiving() && m_shortfall.isNull()) {
+        m_shortfall = networkStream()->shortfall();
+    }
     closeStream();
     receiveDidStopWithStatus(status);
 }
@@ -146,6 +150,9 @@ void FTPListController::parseListData()
             consumed = -1;
         }
         if (consumed > 0) {
+            if (parsed.isComplaint && m_shortfall.isNull()) {
+                m_shortfall = QString::fromUtf8(QByteArrayView(m_listData).sliced(offset, consumed).trimmed());
+            }
             offset += static_cast<qsizetype>(consumed);
             if (parsed.entry) {
                 entries.append(entryByReencodingNameInEntry(std::move(*parsed.entry), QStringConverter::Utf8));

@@ -48,9 +48,11 @@ public:
     void stopReceiveWithStatus(const QString& status);
 
     bool isReceiving() const { return networkStream() != nullptr; }
-    /// Whether the server has confirmed the end of the last listing. It is known before the status of the end is
-    /// reported.
-    bool hasSucceeded() const { return m_hasSucceeded; }
+    /// Whether the last listing is all that the folder holds: the server has confirmed its end, and said nothing of
+    /// what it leaves out. It is known before the status of the end is reported, which tells of the confirmation alone.
+    bool isWhole() const { return m_hasSucceeded && m_shortfall.isNull(); }
+    /// Why it is not, when it has ended with @p status, for people.
+    QString whyNotWhole(const QString& status) const { return m_hasSucceeded ? m_shortfall : failure(status); }
 
     /// What has been received of lines that are not complete. Stays after the end; the next start empties it.
     const QByteArray& listData() const { return m_listData; }
@@ -85,4 +87,5 @@ private:
     qsizetype m_searched = 0; ///< So many bytes at the beginning of m_listData are known to hold no line end.
     QString m_status;
     bool m_hasSucceeded = false;
+    QString m_shortfall; ///< What the server has said first of what the listing leaves out; null: nothing.
 };

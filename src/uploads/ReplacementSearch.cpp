@@ -53,14 +53,6 @@ QString folderOf(const QString& path)
     return path.left(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
 }
 
-/// Whether a server that completes a listing with @p reply says that it is not the whole one.
-bool saysNotWhole(const QString& reply)
-{
-    const auto words = { u"truncated"_s, u"unable to read"_s, u"failed to open"_s };
-    return std::any_of(words.begin(), words.end(),
-                       [&reply](const QString& word) { return reply.contains(word, Qt::CaseInsensitive); });
-}
-
 } // namespace
 
 ReplacementSearch::ReplacementSearch(FTPListController& controller, Destination destination, const PathList& files,
@@ -261,18 +253,13 @@ void ReplacementSearch::choose(const QString& folder)
 void ReplacementSearch::listingEnded()
 {
     const FTPStreamError& error = m_controller.lastError();
-    if (m_controller.hasSucceeded() && saysNotWhole(m_controller.lastReply())) {
-        m_failure = m_controller.lastReply();
-        end();
-        return;
-    }
-    if (m_controller.hasSucceeded()) {
+    if (m_controller.isWhole()) {
         folderListed();
     } else if (error.domain != FTPStreamError::Domain::FTP || error.code != notTaken
                || error.stage != FTPStreamError::Stage::EnteringFolder) {
         const bool isUntrusted = error.domain == FTPStreamError::Domain::Certificate;
         m_failure = isUntrusted ? untrustedText(TrustedCertificates::standard(), m_destination.location)
-                                : m_controller.failure(m_listing.status);
+                                : m_controller.whyNotWhole(m_listing.status);
         end();
         return;
     }

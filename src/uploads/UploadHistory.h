@@ -75,7 +75,7 @@ public:
     void listed(const QList<ListingEntry>& entries);
     /// That listing is complete.
     void listingSucceeded();
-    /// That listing has ended before.
+    /// That listing has ended, and is not the whole one: of what it has not shown nothing is known.
     void listingFailed();
     /// Listings are of another folder from here on, or seen by another login: they say nothing of what was sent before.
     void forgetUnchecked();

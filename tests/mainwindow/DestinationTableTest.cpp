@@ -175,6 +175,12 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     tick();
     EXPECT_EQ(table().emptyText(), u"Could not list: Stream open error\nF5 tries again"_s);
 
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).shortfall = u"226-Unable to read [.]"_s; // It may hold anything.
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    tick();
+    EXPECT_EQ(table().emptyText(), u"Could not list: 226-Unable to read [.]\nF5 tries again"_s);
+
     unset(u"Address"_s);
     m_controller->listFTPDestination();
     tick();

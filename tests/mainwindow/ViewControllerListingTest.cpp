@@ -76,6 +76,27 @@ TEST_F(ViewControllerListingTest, AListingThatBreaksOffSaysSoAtItsRows)
     EXPECT_FALSE(label.isVisible()); // The empty table says it.
 }
 
+TEST_F(ViewControllerListingTest, AListingThatTheServerHasCutSaysSoAtItsRowsAndNothingOfFilesThatItDoesNotHold)
+{
+    m_streams.next.shortfall = u"226-Output truncated to 1 matches"_s;
+    m_controller->uploadFiles({ makeFile(u"one.txt"_s), makeFile(u"two.txt"_s) });
+    for (int file = 0; file < 2; ++file) {
+        tick();
+        finishUpload();
+    }
+    for (; latest(Kind::Listing).isOpen(); tick()) {
+        latest(Kind::Listing).sendOpenCompleted();
+        latest(Kind::Listing).sendBytes(entryLine);
+        latest(Kind::Listing).sendEnd();
+    }
+
+    EXPECT_EQ(text("listingStatusTextField"), u"Listing succeeded"_s);
+    EXPECT_EQ(text("brokenListingLabel"),
+              u"Could not list the rest: 226-Output truncated to 1 matches – F5 tries again"_s);
+    EXPECT_EQ(m_controller->history().queueTally(), (FileTally{ .confirmed = 1, .otherSize = 1 }));
+    EXPECT_TRUE(m_controller->history().hasUncheckedFiles());
+}
+
 TEST_F(ViewControllerListingTest, AfterARefreshAlsoOneThatFailsTheKeyboardGoesOnFromWhereAnItemHasGone)
 {
     const auto list = [this](const QByteArrayList& names, bool isWhole = true) {

@@ -1,4 +1,5 @@
 #include "ConnectionPool.h"
+#include "ListingTable.h"
 #include "OpenDescriptors.h"
 #include "WindowServerTest.h"
 
@@ -64,6 +65,28 @@ TEST_F(WindowPumpTest, AfterAnyFaultTheNextFileGoesUpAndNothingIsLeftOpenOrCount
         EXPECT_EQ(NetworkManager::sharedInstance().networkOperationCount(), 0U);
         EXPECT_TRUE(waitFor([this, descriptors] { return descriptorsAtRest() == descriptors; }));
     }
+}
+
+TEST_F(WindowPumpTest, AFolderThatTheServerCannotReadIsNoEmptyOne)
+{
+    const QString words = u"226-Sorry, we were unable to read [.]"_s;
+    m_server.on(
+        "LIST",
+        { "150 Go", "write", "data-close", "say " + words.toUtf8(), "say 226-Options: -l ", "226 0 matches total" });
+    set(u"AskBeforeReplacing"_s, true);
+
+    m_controller->uploadFiles({ makeFile(u"file"_s, "x") });
+    ASSERT_TRUE(waitFor([] { return !shownBoxes().isEmpty(); }));
+
+    EXPECT_TRUE(m_controller->fileUploadQueue().isEmpty());
+    EXPECT_TRUE(shownSheets().first().endsWith(u"could not be listed: "_s + words))
+        << shownSheets().first().toStdString();
+    answerSheet(u"Replace"_s);
+    EXPECT_TRUE(waitFor([this] { return m_controller->history().queueTally().confirmed == 1; }));
+    EXPECT_EQ(list(), u"Listing succeeded"_s);
+    EXPECT_EQ(control<ListingTable>("destinationListingTable").emptyText(),
+              u"Could not list: %1\nF5 tries again"_s.arg(words));
+    EXPECT_EQ(m_controller->history().queueTally(), FileTally{ .confirmed = 1 });
 }
 
 TEST_F(WindowPumpTest, TheListIsRightAfterManyUploadsDuringASlowListing)

@@ -59,6 +59,46 @@ TEST_F(FTPListControllerTest, AnEmptyFolderGivesNoEntries)
     EXPECT_EQ(m_delegate->calls, (QStringList{ u"Receiving"_s, u"Listing succeeded"_s }));
 }
 
+TEST_F(FTPListControllerTest, AListingIsWholeWhenTheServerHasConfirmedItAndSaysNothingElse)
+{
+    EXPECT_FALSE(m_controller->isWhole());
+    startReceiving();
+    EXPECT_FALSE(m_controller->isWhole());
+    m_streams.last().sendEnd();
+    EXPECT_TRUE(m_controller->isWhole());
+
+    startReceiving();
+    m_streams.last().reply = u"426 Too slow"_s;
+    m_streams.last().shortfall = u"226 Truncated"_s; // Said of it before the line broke.
+    m_streams.last().sendRefusal(426);
+    EXPECT_FALSE(m_controller->isWhole());
+    EXPECT_EQ(m_controller->whyNotWhole(u"status"_s), u"426 Too slow"_s);
+}
+
+TEST_F(FTPListControllerTest, WhatTheServerSaysThatItLeavesOutChangesNoReport)
+{
+    startReceiving();
+    m_streams.last().shortfall = u"226-Output truncated"_s;
+    m_streams.last().reply = u"226 Done"_s;
+    m_streams.last().sendBytes(line("a"));
+    m_streams.last().sendEnd();
+
+    EXPECT_EQ(m_delegate->calls,
+              (QStringList{ u"Receiving"_s, u"entries a"_s, u"Receiving"_s, u"Listing succeeded"_s }));
+    EXPECT_FALSE(m_controller->isWhole());
+    EXPECT_EQ(m_controller->whyNotWhole(u"Listing succeeded"_s), u"226-Output truncated"_s);
+
+    startReceiving();
+    m_streams.last().sendBytes("/bin/ls: .: Permission denied\r\n/bin/ls: a: No such file or directory\r\n");
+    m_streams.last().sendEnd();
+    EXPECT_FALSE(m_controller->isWhole());
+    EXPECT_EQ(m_controller->whyNotWhole({}), u"/bin/ls: .: Permission denied"_s);
+
+    startReceiving();
+    m_streams.last().sendEnd();
+    EXPECT_TRUE(m_controller->isWhole());
+}
+
 TEST_F(FTPListControllerTest, AStartWhileAListingRunsIsIgnoredInSilence)
 {
     startReceiving();

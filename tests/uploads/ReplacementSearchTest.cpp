@@ -74,7 +74,7 @@ protected:
                             .code = 550,
                             .stage = FTPStreamError::Stage::EnteringFolder };
     QString m_reply = u"550 Not there"_s;
-    QString m_completion = u"226 Done"_s; ///< Of listings.
+    QString m_shortfall; ///< Of listings.
     qsizetype m_fileCount = 0;
 
 private:
@@ -90,7 +90,8 @@ private:
             return;
         }
         stream.sendOpenCompleted();
-        stream.reply = m_completion;
+        stream.reply = u"226 Done"_s;
+        stream.shortfall = m_shortfall;
         if (!rows->isEmpty()) {
             stream.sendBytes(*rows);
         }
@@ -199,13 +200,13 @@ TEST_F(ReplacementSearchTest, SoDoesAServerThatIsNotTrustedAndTheWordsSayWhy)
 
 TEST_F(ReplacementSearchTest, SoDoesOneOfWhichTheServerSaysThatItIsNotWhole)
 {
-    m_folders[u""_s] = row("b");
-    for (const QString& completion :
-         { u"226 Output truncated to 10000 matches"_s, u"226 Sorry, we were Unable to read [.]"_s,
-           u"226 Transfer done (but failed to open directory)."_s }) {
-        m_completion = completion;
-        EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ completion });
+    m_shortfall = u"226-Output truncated to 2000 matches"_s;
+    for (const QByteArray& rows : { QByteArray(), row("b"), row("a") }) {
+        m_folders[u""_s] = rows;
+        EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ m_shortfall });
     }
+    m_folders[u""_s] = "/bin/ls: .: Permission denied\r\n";
+    EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"/bin/ls: .: Permission denied"_s });
 }
 
 TEST_F(ReplacementSearchTest, WhatIsSentBeforeIsReplacedToo)

@@ -114,14 +114,14 @@ void DestinationListing::statusReported(const QString& status)
     if (m_isStarting || m_state != State::Listing || isListing()) {
         return;
     }
-    if (m_controller.hasSucceeded()) {
+    if (m_controller.isWhole()) {
         m_state = State::Complete;
         m_answered = { m_source.location, m_controller.peerAddress() };
         emit completed();
         emit ended(m_state);
     } else {
         m_state = State::Failed;
-        m_failure = m_hasOpened ? m_controller.failure(status) : status;
+        m_failure = m_hasOpened ? m_controller.whyNotWhole(status) : status;
         m_isFailureUnreported = true;
         QTimer::singleShot(0, this, &DestinationListing::reportFailure);
     }

@@ -21,7 +21,7 @@ public:
         Idle, ///< Nothing has been listed, or there is no destination.
         Listing,
         Complete, ///< The list holds all that the server has listed.
-        Failed, ///< The listing ended before, or could not begin.
+        Failed, ///< The listing ended before, could not begin, or leaves something out by the server's own words.
     };
 
     /// @p controller outlives the listing.
@@ -37,7 +37,7 @@ public:
     bool isStuck() const;
     /// Nothing can come at the moment, since the main loop is suspended.
     void pause() { m_sinceProgress.start(); }
-    /// Why the last listing failed, for people: the server's words, or the status. Null when it has not.
+    /// Why the last listing is not whole, for people: the server's words, or the status. Null when it is.
     const QString& failure() const { return m_failure; }
     /// The folder that the items belong to.
     const QString& location() const { return m_source.location; }
@@ -86,7 +86,7 @@ signals:
     void entriesAdded(const QList<ListingEntry>& entries);
     /// The server has listed all items; ended() follows.
     void completed();
-    /// The listing ended before, and what had come is here; likewise.
+    /// The listing is not the whole one, and what has come of it is here; likewise.
     void failed();
     /// All items have come that will.
     void ended(DestinationListing::State state);
