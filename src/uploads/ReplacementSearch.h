@@ -25,7 +25,7 @@ public:
     struct Found {
         enum class Place {
             Listed, ///< In its folder on the server.
-            SentBefore, ///< Nowhere yet: it is sent there before.
+            SentBefore, ///< Nowhere yet: one of exactly that name is sent there before.
             Unlisted, ///< Maybe: the server lists no names that begin with ".".
             Similar, ///< Maybe: one is, or is sent before, whose name some servers take for the same.
         };

@@ -232,6 +232,22 @@ TEST_F(ReplacingTest, WhereTheListingFailsItIsOneQuestionForAll)
     EXPECT_FALSE(m_controller->history().isQueueUnderWay());
 }
 
+TEST_F(ReplacingTest, OneNameTwiceInADropIsOneThatTheFirstPutsThere)
+{
+    ASSERT_TRUE(QDir().mkpath(m_directory.filePath(u"other"_s)));
+    m_controller->uploadFiles(files({ u"a"_s, u"b"_s, u"other/a"_s }));
+    whenLooked();
+    whenAsked();
+
+    EXPECT_EQ(titleOfSheet(), u"1 of 3 files may replace others"_s);
+    EXPECT_EQ(linesInSheet(), QStringList{ u"a – one of that name is sent before it"_s });
+    answerSheet(u"Leave Out"_s);
+    serve();
+
+    EXPECT_EQ(sent(), (QStringList{ u"a"_s, u"b"_s }));
+    EXPECT_EQ(outcomes(), (QList{ Outcome::Confirmed, Outcome::Confirmed, Outcome::NotReplacing }));
+}
+
 TEST_F(ReplacingTest, SeveralDropsAreAskedAboutInTheirOrder)
 {
     m_controller->uploadFiles(files({ u"a"_s }));
