@@ -41,14 +41,14 @@ void UploadQueue::appendHeld(const Held& held, const Destination& destination)
 UploadQueue::Held UploadQueue::takeUnbound(bool areUnattended)
 {
     Held taken;
-    PathList rest;
+    PathList others;
     qsizetype place = 0;
     auto tries = m_tries.begin(); // Those that the file is one of, or the next ones.
     taken.rows = m_history.queuedFilesHeld([&](int row) {
         const qsizetype number = m_taken + place;
         const bool isBound = tries != m_tries.end() && tries->first <= number;
         const bool isTaken = !isBound && m_history.requestOf(row).isUnattended == areUnattended;
-        (isTaken ? taken.paths : rest).appendBytes(m_paths.bytesAt(place++));
+        (isTaken ? taken.paths : others).appendBytes(m_paths.bytesAt(place++));
         if (isBound && number + 1 == tries->end) {
             tries->first -= taken.paths.size();
             tries->end -= taken.paths.size();
@@ -56,7 +56,7 @@ UploadQueue::Held UploadQueue::takeUnbound(bool areUnattended)
         }
         return isTaken;
     });
-    m_paths = rest;
+    m_paths = others;
     emit changed();
     return taken;
 }
