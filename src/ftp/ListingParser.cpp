@@ -1,6 +1,7 @@
 #include "ListingParser.h"
 
 #include "ListingDialects.h"
+#include "ListingRemark.h"
 #include "ListingShortfall.h"
 
 #include <cstring>
@@ -40,6 +41,7 @@ ParsedListing parseListingLine(QByteArrayView bytes, const QDateTime& now)
     }
     const QByteArrayView line = bytes.first(lineEnd - bytes.data() + 1);
     ParsedListing parsed{ .consumed = line.size(), .entry = parseLine(withoutLineEnd(line), now) };
+    parsed.isUnread = !parsed.entry && !isListingRemark(withoutLineEnd(line));
     parsed.isComplaint = !parsed.entry && isListingComplaint(withoutLineEnd(line));
     return parsed;
 }

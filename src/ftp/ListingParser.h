@@ -16,6 +16,8 @@ struct ParsedListing {
     std::optional<ListingEntry> entry;
     /// The line says that the listing is not whole: a complaint about what could not be read.
     bool isComplaint = false;
+    /// Nobody knows what the line says: it may be an item, in a form of its own.
+    bool isUnread = false;
 };
 
 /// The longest line that is read, in bytes, line end included.

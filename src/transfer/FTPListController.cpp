@@ -9,6 +9,16 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// What is said of a listing in which @p line is not understood.
+QString unreadText(QByteArrayView line)
+{
+    return u"a line of the server’s list cannot be read: %1"_s.arg(QString::fromUtf8(line));
+}
+
+} // namespace
+
 FTPListController::FTPListController(FTPStreamFactory& streams, LineParser parseLine)
     : m_streams(streams)
     , m_parseLine(std::move(parseLine))
@@ -59,6 +69,9 @@ void FTPListController::stopReceiveWithStatus(const QString& status)
 {
     if (isReceiving() && m_shortfall.isNull()) {
         m_shortfall = networkStream()->shortfall();
+        if (const QByteArray rest = m_listData.trimmed(); m_shortfall.isNull() && !rest.isEmpty()) {
+            m_shortfall = unreadText(rest); // A line that has not ended.
+        }
     }
     closeStream();
     receiveDidStopWithStatus(status);
@@ -150,8 +163,9 @@ void FTPListController::parseListData()
             consumed = -1;
         }
         if (consumed > 0) {
-            if (parsed.isComplaint && m_shortfall.isNull()) {
-                m_shortfall = QString::fromUtf8(QByteArrayView(m_listData).sliced(offset, consumed).trimmed());
+            if (parsed.isUnread && m_shortfall.isNull()) {
+                const QByteArrayView line = QByteArrayView(m_listData).sliced(offset, consumed).trimmed();
+                m_shortfall = parsed.isComplaint ? QString::fromUtf8(line) : unreadText(line);
             }
             offset += static_cast<qsizetype>(consumed);
             if (parsed.entry) {

@@ -49,7 +49,8 @@ public:
 
     bool isReceiving() const { return networkStream() != nullptr; }
     /// Whether the last listing is all that the folder holds: the server has confirmed its end, and said nothing of
-    /// what it leaves out. It is known before the status of the end is reported, which tells of the confirmation alone.
+    /// what it leaves out, and all of it was understood. It is known before the status of the end is reported, which
+    /// tells of the confirmation alone.
     bool isWhole() const { return m_hasSucceeded && m_shortfall.isNull(); }
     /// Why it is not, when it has ended with @p status, for people.
     QString whyNotWhole(const QString& status) const { return m_hasSucceeded ? m_shortfall : failure(status); }

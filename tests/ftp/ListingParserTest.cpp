@@ -160,6 +160,7 @@ TEST(ListingParserTest, SkipsWhatMakesNoSense)
 
             EXPECT_EQ(parsed.consumed, line.size());
             EXPECT_FALSE(parsed.entry);
+            EXPECT_EQ(parsed.isUnread, !row.isRemark);
         }
     });
 }
@@ -173,6 +174,7 @@ TEST(ListingParserTest, AComplaintIsNoItemAndNoNameOfOne)
 
     const ParsedListing item = parseListingLine("-rw-r--r-- 1 u g 5 Jan 12 2024 ls: a\r\n", now());
     EXPECT_FALSE(item.isComplaint);
+    EXPECT_FALSE(item.isUnread);
     EXPECT_TRUE(item.entry);
     EXPECT_FALSE(parseListingLine("total 12\r\n", now()).isComplaint);
 }

@@ -26,6 +26,7 @@ struct ListingRow {
 struct IgnoredRow {
     const char* why;
     const char* line;
+    bool isRemark = false; ///< It is known not to be an item.
 };
 
 std::span<const ListingRow> unixRows();

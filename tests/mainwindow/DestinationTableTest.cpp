@@ -181,6 +181,13 @@ TEST_F(DestinationTableTest, AnEmptyTableSaysWhyItIsEmpty)
     tick();
     EXPECT_EQ(table().emptyText(), u"Could not list: 226-Unable to read [.]\nF5 tries again"_s);
 
+    m_controller->listFTPDestination();
+    latest(FakeFTPStream::Kind::Listing).sendBytes("notes.txt\r\n");
+    latest(FakeFTPStream::Kind::Listing).sendEnd();
+    tick();
+    EXPECT_EQ(table().emptyText(),
+              u"Could not list: a line of the server’s list cannot be read: notes.txt\nF5 tries again"_s);
+
     unset(u"Address"_s);
     m_controller->listFTPDestination();
     tick();

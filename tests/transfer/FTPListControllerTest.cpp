@@ -99,6 +99,24 @@ TEST_F(FTPListControllerTest, WhatTheServerSaysThatItLeavesOutChangesNoReport)
     EXPECT_TRUE(m_controller->isWhole());
 }
 
+TEST_F(FTPListControllerTest, AListingThatCannotBeReadIsNotWholeWhateverTheServerSays)
+{
+    const auto shortfallOf = [this](const QByteArray& bytes) {
+        startReceiving();
+        m_streams.last().sendBytes(bytes);
+        m_streams.last().sendEnd();
+        EXPECT_EQ(m_delegate->calls.last(), u"Listing succeeded"_s);
+        return m_controller->isWhole() ? QString() : m_controller->whyNotWhole(u"Listing succeeded"_s);
+    };
+    EXPECT_EQ(shortfallOf("total 4\r\n" + line("a") + "\r\n"), QString());
+    EXPECT_EQ(shortfallOf(line("a") + "+r,s280,\tb\r\n+r,s280,\tc\r\n" + line("d")),
+              u"a line of the server’s list cannot be read: +r,s280,\tb"_s);
+    // One that has not ended is not read either.
+    EXPECT_EQ(shortfallOf(line("a") + line("b").chopped(2)),
+              u"a line of the server’s list cannot be read: "_s + QString::fromUtf8(line("b").trimmed()));
+    EXPECT_EQ(shortfallOf(line("a") + "\r"), QString());
+}
+
 TEST_F(FTPListControllerTest, AStartWhileAListingRunsIsIgnoredInSilence)
 {
     startReceiving();

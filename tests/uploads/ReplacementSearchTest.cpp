@@ -92,8 +92,8 @@ private:
         stream.sendOpenCompleted();
         stream.reply = u"226 Done"_s;
         stream.shortfall = m_shortfall;
-        if (!rows->isEmpty()) {
-            stream.sendBytes(*rows);
+        for (qsizetype at = 0; at < rows->size(); at += FTPListController::bufferSize) {
+            stream.sendBytes(rows->mid(at, FTPListController::bufferSize));
         }
         stream.sendEnd();
     }
@@ -205,6 +205,9 @@ TEST_F(ReplacementSearchTest, SoDoesOneOfWhichTheServerSaysThatItIsNotWhole)
         m_folders[u""_s] = rows;
         EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ m_shortfall });
     }
+    m_shortfall.clear();
+    m_folders[u""_s] = "+r,s280,\ta\r\n";
+    EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"a line of the server’s list cannot be read: +r,s280,\ta"_s });
     m_folders[u""_s] = "/bin/ls: .: Permission denied\r\n";
     EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"/bin/ls: .: Permission denied"_s });
 }
