@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype rowsAtOnce = 500; ///< They take a few milliseconds.
+constexpr qsizetype rowsQueuedAtOnce = 500; ///< They take a few milliseconds.
 
 /// Whether nobody has queued the file of @p row again since that was read.
 bool isStillRepeatable(ViewController& controller, const LedgerRow& row)
@@ -120,7 +120,7 @@ public:
     void readSome()
     {
         m_controller.ledger().read(
-            m_keys.mid(m_next, rowsAtOnce), this, [this](const std::optional<QList<LedgerRow>>& rows) {
+            m_keys.mid(m_next, rowsQueuedAtOnce), this, [this](const std::optional<QList<LedgerRow>>& rows) {
                 if (rows) {
                     look(*rows);
                 } else {
@@ -138,7 +138,7 @@ private:
                            return !LocalItem::isMissing(row.entry.path);
                        });
         m_found.append(HistoryRows::present(repeatable));
-        m_next += rowsAtOnce;
+        m_next += rowsQueuedAtOnce;
         if (m_next < m_keys.size()) {
             QMetaObject::invokeMethod(
                 this, [this] { readSome(); }, Qt::QueuedConnection);

@@ -23,7 +23,7 @@ using Outcome = HistoryEntry::Outcome;
 
 namespace {
 
-constexpr auto rest = 50ms; ///< So long news are gathered before they are written.
+constexpr auto newsInterval = 50ms; ///< So long news are gathered before they are written.
 constexpr int rowsBetweenPrunings = 5000;
 
 /// Without a password, which somebody may have typed into a location of a manual transfer.
@@ -168,7 +168,7 @@ private:
         const auto end = std::chrono::steady_clock::now() + m_patience;
         LedgerProblem problem = attempt();
         while (problem == LedgerProblem::Busy && std::chrono::steady_clock::now() < end) {
-            std::this_thread::sleep_for(rest);
+            std::this_thread::sleep_for(newsInterval);
             problem = attempt();
         }
         return problem;
@@ -442,7 +442,7 @@ void UploadLedger::rowsChanged(int first, int last)
 void UploadLedger::handOver(LedgerBatch&& batch)
 {
     if (m_work->keep(std::move(batch))) {
-        m_thread.post([work = m_work] { work->write(); }, rest);
+        m_thread.post([work = m_work] { work->write(); }, newsInterval);
     }
 }
 
