@@ -11,7 +11,7 @@ namespace {
 
 bool saysNotWhole(const QByteArray& line)
 {
-    static const QRegularExpression words(
+    const QRegularExpression words( // Not static: nothing that goes at the end of a program is made so late.
         uR"(\btruncated|\bincomplete|\bnot complete|\baborted)"
         uR"(|\b(?:permission|access) denied|\bnot a directory|\binput/output error)"
         uR"(|\b(?:unable to|failed to|could ?n[o'’]t|can ?not|can['’]t) (?:read|open|list|access|stat)\b)"
