@@ -274,8 +274,10 @@ class Running(Icons):
         self.assertIn("uploads nothing more", " ".join(program.sheet()))
         self.desktop.key("Tab", "space")
         wait_for(lambda: self.listed(program) == [], "the list to be empty")
-        self.assertEqual(os.listdir(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox/icons")), [])
-        words = ["Print shop", self.file("late", b"late")]
+        settings = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox/icons")
+        self.assertEqual(os.listdir(settings), [])
+        # As by its launcher, of which a file manager may have a copy.
+        words = ["Print shop", "--settings", os.path.join(settings, "Print shop.json"), self.file("late", b"late")]
         subprocess.run(words, executable=PROGRAM, env={**self.desktop.environment, **self.home}, check=True)
         wait_for(icon.sheet, "the icon to say that it has no server")
         self.assertEqual(contents_of(other.path("in")), contents)
