@@ -16,7 +16,9 @@ void RememberedTrust::judge(const CertificateQuestion& question, std::function<v
     const QByteArray known = m_store.fingerprint(server.host, server.port);
     if (question.certificate.fingerprint.isEmpty()) {
         answer(false); // There is no certificate that anybody could trust.
-    } else if (known == question.certificate.fingerprint) {
+        return;
+    }
+    if (known == question.certificate.fingerprint) {
         answer(true);
     } else if (!known.isEmpty()) {
         answer(false);

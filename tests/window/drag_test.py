@@ -63,14 +63,14 @@ class OverAFile(Drag):
 
         self.drag_row(0, program, manager)
         wait_for(lambda: program.sheet() == QUESTION, "the question")
-        program.press("Cancel")
+        program.answer("Cancel")
         self.assert_no_more_sheets(program)
         self.assertEqual(self.content_here("été %41.bin"), b"mine")
         self.assertFalse(program.text("Status"))
 
         self.drag_row(0, program, manager)
         wait_for(lambda: program.sheet() == QUESTION, "the question")
-        program.press("Overwrite")
+        program.answer("Overwrite")
         self.wait_for_status(program, "Download succeeded")
         self.assertEqual(self.content_here("été %41.bin"), self.content)
 
@@ -90,7 +90,7 @@ class OverAFile(Drag):
         self.assertEqual(
             text, f"{QUESTION[1]}\n\nIt is a link to “{precious}”. The link is replaced, what it leads to is not."
         )
-        program.press("Overwrite")
+        program.answer("Overwrite")
 
         self.wait_for_status(program, "Download succeeded")
         self.assertEqual(self.content_here("été %41.bin"), self.content)

@@ -345,6 +345,18 @@ class Program:
             nodes = self._bus.showing([sheet])
             self._bus.press(next(node for node, words in zip(nodes, self._bus.names(nodes)) if words == name))
 
+    def answer(self, button):
+        """Presses a button of the sheet that shows until it has been heard: a sheet is made anew when its window comes to
+        the front, and what is pressed in that moment is lost."""
+        texts = self.sheet()
+
+        def is_heard():
+            if self.sheet() == texts:
+                self.press_what_shows(button)
+            return self.sheet() != texts
+
+        wait_for(is_heard, f"“{button}” to be heard")
+
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
         texts = wait_for(self.sheet, "a sheet")

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int leastLines = 2; ///< Of those that are scrolled.
-constexpr int mostLines = 10;
+constexpr int mostRows = 10;
 constexpr int mostMeasured = 50;
 
 class SheetListModel final : public QAbstractListModel {
@@ -52,7 +52,7 @@ SheetListView::SheetListView(const SheetList& list, int mostHeight)
     setTextElideMode(Qt::ElideMiddle);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     const int line = LineDelegate::heightOfLine(fontMetrics());
-    const int lines = std::clamp(mostHeight / line, leastLines, mostLines);
+    const int lines = std::clamp(mostHeight / line, leastLines, mostRows);
     if (list.count <= lines) {
         setFrameShape(QFrame::NoFrame);
         setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
