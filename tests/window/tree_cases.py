@@ -151,6 +151,7 @@ class MidWalk:
         wait_for(lambda: sum(outcome == CONFIRMED for _, outcome in self._session.rows()) >= 10, "some files to be sent")
         self._session.server.stand_still()
         wait_for(lambda: len(self._session.rows()) == len(files), "what is found first")
+        wait_for(self._is_written_down, "what was confirmed to be in the ledger")
         assert self._session.is_looking(), self._session.waiting()
         self._session.close()
         rows = self._session.rows()
@@ -166,6 +167,11 @@ class MidWalk:
         self._session.program.press("Forget")
         self._walk.end()
         return f"{len(confirmed):,} confirmed, {words}"
+
+    def _is_written_down(self):
+        """Whether all that is on the server is known as confirmed, but for one that may be under way."""
+        sent = sum(content is not None for content in self._session.on_server().values())
+        return sum(outcome == CONFIRMED for _, outcome in self._session.rows()) >= sent - 1
 
     def _drop_and_wait(self):
         """The server stands still, so that the first file is being sent; what follows it was found."""
