@@ -32,7 +32,11 @@ QString keyOf(const QString& name)
 QStringList keysOf(const QString& name)
 {
     const QString key = keyOf(name);
-    return name.endsWith(u' ') ? QStringList{ key, key + u'_' } : QStringList{ key };
+    QStringList keys(key);
+    if (name.endsWith(u' ')) {
+        keys.append(key + u'_');
+    }
+    return keys;
 }
 
 QString keyOfFolder(const QString& path)
