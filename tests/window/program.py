@@ -302,7 +302,10 @@ class Program:
 
     def press_what_shows(self, name):
         """Whether there is such a button that can be pressed; then it has been."""
-        node = self.find(name)
+        return self._press(self.find(name))
+
+    def _press(self, node):
+        """Whether there is one that can be pressed; then it has been."""
         can_be = node and self._bus.have([node], "ENABLED")[0] and self._bus.is_a(node, ACTION)
         if can_be:
             self._bus.press(node)
@@ -340,22 +343,17 @@ class Program:
         self._bus.set_text(wait_for(field, f"the field “{name}”"), text)
 
     def answer(self, name):
-        """Presses a button of the sheet that shows, whatever is called so elsewhere."""
-        for sheet in self._sheets():
-            nodes = self._bus.showing([sheet])
-            self._bus.press(next(node for node, words in zip(nodes, self._bus.names(nodes)) if words == name))
-
-    def answer(self, button):
-        """Presses a button of the sheet that shows until it has been heard: a sheet is made anew when its window comes to
-        the front, and what is pressed in that moment is lost."""
+        """Presses a button of the sheet that shows, whatever is called so elsewhere, until it has been heard: a sheet is
+        made anew when its window comes to the front, and what is pressed in that moment is lost."""
         texts = self.sheet()
 
         def is_heard():
             if self.sheet() == texts:
-                self.press_what_shows(button)
+                nodes = self._bus.showing(self._sheets()[:1])
+                self._press(next((node for node, words in zip(nodes, self._bus.names(nodes)) if words == name), None))
             return self.sheet() != texts
 
-        wait_for(is_heard, f"“{button}” to be heard")
+        wait_for(is_heard, f"“{name}” to be heard")
 
     def acknowledge(self):
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
