@@ -5,6 +5,12 @@
 #include <algorithm>
 #include <limits>
 
+namespace {
+
+constexpr qsizetype fewPaths = 8; ///< To share so many takes more than to copy them.
+
+} // namespace
+
 PathList::PathList(const QStringList& paths)
 {
     for (const QString& path : paths) {
@@ -66,6 +72,12 @@ void PathList::appendBytes(QByteArrayView bytes)
 
 void PathList::append(const PathList& paths)
 {
+    if (const qsizetype count = paths.size(); count <= fewPaths) {
+        for (qsizetype index = 0; index < count; ++index) {
+            appendBytes(paths.bytesAt(index));
+        }
+        return;
+    }
     const qsizetype shift = m_end - paths.m_begin;
     const QList<Part> parts = paths.m_parts; // Those of this list, perhaps.
     for (const Part& part : parts) {
@@ -92,11 +104,14 @@ QList<PathList::Part>::const_iterator PathList::partOf(qsizetype number) const
                             [](qsizetype wanted, const Part& part) { return wanted < part.end; });
 }
 
-/// Whether the last block is this list's alone and has room for so many further bytes.
+/// Whether the last block ends with this list's last path and has room for so many further bytes. Lists that share it
+/// have no more of it than they had.
 bool PathList::canGrow(qsizetype bytes) const
 {
-    if (m_parts.isEmpty() || m_parts.constLast().block.use_count() > 1) {
+    if (m_parts.isEmpty()) {
         return false;
     }
-    return m_parts.constLast().block->byteCount() + bytes <= std::numeric_limits<quint32>::max();
+    const Part& last = m_parts.constLast();
+    return last.end - last.blockNumber == last.block->size()
+        && last.block->byteCount() + bytes <= std::numeric_limits<quint32>::max();
 }

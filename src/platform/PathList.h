@@ -10,8 +10,8 @@
 #include <memory>
 
 /// Paths of local files (LocalPath) in an order. A path costs its bytes and a number, in however many lists it is:
-/// lists that were copied or joined share what they hold, and to copy or join them takes next to no time. Belongs to
-/// one thread, with all that it shares with others.
+/// lists that were copied or joined share what they hold, but for a few paths, and to copy or join them takes next to
+/// no time. Belongs to one thread, with all that it shares with others.
 class PathList {
 public:
     PathList() = default;
@@ -23,7 +23,7 @@ public:
     bool isEmpty() const { return m_begin == m_end; }
     /// @p index: from 0 to size() - 1.
     QString at(qsizetype index) const;
-    /// Its bytes, which stay as long as the list does not change.
+    /// Its bytes, which stay as long as neither the list changes nor one that shares with it.
     QByteArrayView bytesAt(qsizetype index) const;
     QStringList toStringList() const;
     /// @p count of the paths from @p first on, in a list that shares nothing and so may go to another thread. Takes

@@ -56,6 +56,31 @@ TEST(PathListTest, AListThatSharesItsPathsStaysWhenTheOtherChanges)
     EXPECT_EQ(joined.at(1), u"/b"_s);
 }
 
+TEST(PathListTest, ListsThatShareGoOnEachForItself)
+{
+    PathList list{ u"/a"_s };
+    PathList copy = list;
+    list.append(u"/b"_s);
+    copy.append(PathList{ u"/c"_s });
+    list.append(PathList{ u"/d"_s });
+
+    EXPECT_EQ(list, (PathList{ u"/a"_s, u"/b"_s, u"/d"_s }));
+    EXPECT_EQ(copy, (PathList{ u"/a"_s, u"/c"_s }));
+}
+
+TEST(PathListTest, GrowingPathByPathTakesNoTimeByTheirNumberWhoeverHasCopies)
+{
+    constexpr int many = 200'000;
+    PathList list;
+    PathList copy;
+    for (int i = 0; i < many; ++i) {
+        list.append(PathList{ u"/folder/file"_s });
+        copy = list;
+    }
+    EXPECT_EQ(copy.size(), many);
+    EXPECT_EQ(copy.at(many - 1), u"/folder/file"_s);
+}
+
 TEST(PathListTest, ACopyOfAPartHasItsPathsAndSharesNothing)
 {
     PathList list{ u"/a"_s, u"/b"_s };
