@@ -68,6 +68,8 @@ QString factsOf(const Found& found)
     switch (found.place) {
     case Found::Place::SentBefore:
         return u"one of that name is sent before it"_s;
+    case Found::Place::AwaitingTry:
+        return u"one of that name waits for another try"_s;
     case Found::Place::Unlisted:
         return u"not known, as the server does not list such names"_s;
     case Found::Place::Similar:

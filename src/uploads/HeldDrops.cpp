@@ -14,6 +14,7 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using Place = ReplacementSearch::Found::Place;
 
 namespace {
 
@@ -168,13 +169,14 @@ void HeldDrops::look()
 {
     PathList before;
     if (m_history.isSending()) {
-        before.append(m_history.entries()[m_history.currentRow()].path);
+        const HistoryEntry current = m_history.entries()[m_history.currentRow()];
+        if (current.isFor(m_destination)) {
+            before.append(current.path);
+        }
     }
     before.append(m_queue.paths());
-    const bool isLineBusy = !before.isEmpty();
-    before.append(m_tries.waitingPaths(m_destination));
     m_search = std::make_unique<ReplacementSearch>(m_controller, m_destination, m_held.front().files.paths, before,
-                                                   isLineBusy);
+                                                   m_tries.waitingPaths(m_destination));
     connect(m_search.get(), &ReplacementSearch::ended, this, &HeldDrops::judge);
 }
 
@@ -241,7 +243,7 @@ void HeldDrops::tellReplacing()
     const UploadQueue::Held& files = m_held.front().files;
     QHash<QString, int> numbers;
     for (const ReplacementSearch::Found& found : m_search->found()) {
-        if (found.place == ReplacementSearch::Found::Place::SentBefore) {
+        if (found.place == Place::SentBefore || found.place == Place::AwaitingTry) {
             numbers.insert(TreePath::below(files.paths.at(found.index)), files.rows[found.index]);
         }
     }

@@ -60,12 +60,13 @@ QString folderOf(const QString& path)
 } // namespace
 
 ReplacementSearch::ReplacementSearch(FTPListController& controller, Destination destination, const PathList& files,
-                                     PathList before, bool isLineBusy)
+                                     PathList before, PathList tries)
     : m_controller(controller)
     , m_destination(std::move(destination))
     , m_files(files)
     , m_before(std::move(before))
-    , m_isLineBusy(isLineBusy)
+    , m_tries(std::move(tries))
+    , m_isLineBusy(!m_before.isEmpty())
     , m_isFound(files.size())
     , m_isSimilar(files.size())
 {
@@ -104,11 +105,12 @@ bool ReplacementSearch::step()
         take(m_nextFile++);
         return true;
     }
-    if (m_nextBefore < m_before.size()) {
-        const QString path = m_before.at(m_nextBefore++);
-        if (!TreePath::isFolder(path)) {
-            compareWith(TreePath::below(path), { .place = Found::Place::SentBefore });
-        }
+    if (!m_before.isEmpty()) {
+        compareWithOneOf(m_before, Found::Place::SentBefore);
+        return true;
+    }
+    if (!m_tries.isEmpty()) {
+        compareWithOneOf(m_tries, Found::Place::AwaitingTry);
         return true;
     }
     m_timer.stop();
@@ -169,6 +171,15 @@ void ReplacementSearch::compareWith(const QString& other, Found found)
         if (first != firsts->cend() && TreePath::below(m_files.at(*first)) != other) {
             note({ .index = *first, .place = Found::Place::Similar, .other = other });
         }
+    }
+}
+
+/// Takes the first one out of @p paths.
+void ReplacementSearch::compareWithOneOf(PathList& paths, Found::Place place)
+{
+    const QString path = paths.takeFirst();
+    if (!TreePath::isFolder(path)) {
+        compareWith(TreePath::below(path), { .place = place });
     }
 }
 

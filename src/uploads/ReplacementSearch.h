@@ -26,6 +26,7 @@ public:
         enum class Place {
             Listed, ///< In its folder on the server.
             SentBefore, ///< Nowhere yet: one of exactly that name is sent there before.
+            AwaitingTry, ///< Likewise: one of exactly that name was lost, and is to be tried again.
             Unlisted, ///< Maybe: the server lists no names that begin with ".".
             Similar, ///< Maybe: one is, or is sent before, whose name some servers take for the same.
         };
@@ -37,10 +38,10 @@ public:
     };
 
     /// Looks whether @p files (TreePath), of which none is being sent yet, replace any in the folder @p destination, or
-    /// any of @p before, which are sent before them. @p isLineBusy: something is being sent there. @p controller, which
+    /// any of @p before, which are sent before them, or of @p tries, which wait for another try. @p controller, which
     /// is idle, lists the folders.
     ReplacementSearch(FTPListController& controller, Destination destination, const PathList& files, PathList before,
-                      bool isLineBusy);
+                      PathList tries);
     /// Ends the listing that runs.
     ~ReplacementSearch() override;
 
@@ -79,6 +80,7 @@ private:
     bool step();
     void take(qsizetype index);
     void compareWith(const QString& other, Found found);
+    void compareWithOneOf(PathList& paths, Found::Place place);
     Folder& folderAt(const QString& path);
     void note(const Found& found);
     void choose(const QString& folder);
@@ -91,12 +93,12 @@ private:
     FTPListController& m_controller;
     Destination m_destination;
     PathList m_files;
-    PathList m_before;
-    bool m_isLineBusy;
+    PathList m_before; ///< Those that have not been compared yet.
+    PathList m_tries; ///< Likewise.
+    bool m_isLineBusy; ///< Something is sent before.
     QTimer m_timer; ///< Runs while there are paths to be gone through.
     Stage m_stage = Stage::Reading;
     qsizetype m_nextFile = 0;
-    qsizetype m_nextBefore = 0;
     qsizetype m_fileCount = 0;
     QHash<QString, Folder> m_folders; ///< By their paths below the destination, which has none.
     /// The first files of all that may be one to a server, by the keys of their folders and those of their names.

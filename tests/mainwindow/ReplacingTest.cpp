@@ -295,7 +295,7 @@ TEST_F(ReplacingTest, AFileThatWaitsForAnotherTryIsAskedAboutAndNotTriedWhenItIs
     m_controller->uploadFiles(files({ u"a"_s }));
     whenLooked();
     whenAsked();
-    EXPECT_EQ(linesInSheet(), QStringList{ u"a – one of that name is sent before it"_s });
+    EXPECT_EQ(linesInSheet(), QStringList{ u"a – one of that name waits for another try"_s });
     answerSheet(u"Replace"_s);
     serve();
 

@@ -28,9 +28,9 @@ protected:
         return type + QByteArray("rw-r--r-- 1 u g 5 Jan 1 2024 ") + name + "\r\n";
     }
     /// Looks what @p files replace, and answers "INDEX PLACE" of each, or why it is not known.
-    QStringList look(const PathList& files, const PathList& before = {}, bool isLineBusy = false)
+    QStringList look(const PathList& files, const PathList& before = {}, const PathList& tries = {})
     {
-        ReplacementSearch search(m_controller, { .location = u"ftp://host/in/"_s }, files, before, isLineBusy);
+        ReplacementSearch search(m_controller, { .location = u"ftp://host/in/"_s }, files, before, tries);
         bool hasEnded = false;
         QObject::connect(&search, &ReplacementSearch::ended, &search, [&hasEnded] { hasEnded = true; });
         EXPECT_TRUE(waitFor([&] {
@@ -45,6 +45,7 @@ protected:
         for (const ReplacementSearch::Found& each : search.found()) {
             const QString place = each.place == Place::Listed ? u"listed"_s
                 : each.place == Place::SentBefore             ? u"before"_s
+                : each.place == Place::AwaitingTry            ? u"try"_s
                 : each.place == Place::Similar                ? u"similar "_s + each.other
                                                               : u"unlisted"_s;
             found.append(u"%1 %2"_s.arg(each.index).arg(place));
@@ -112,7 +113,7 @@ TEST_F(ReplacementSearchTest, WhatTurnsOutToBeSentBeforeIsComparedWheneverThatIs
 {
     m_folders[u""_s] = row("a");
     ReplacementSearch search(m_controller, { .location = u"ftp://host/in/"_s }, { u"/x/a"_s, u"/x/b"_s, u"/x/c"_s }, {},
-                             false);
+                             {});
     int ends = 0;
     QObject::connect(&search, &ReplacementSearch::ended, &search, [&ends] { ++ends; });
     ASSERT_TRUE(waitFor([this] { return !m_streams.streams().empty(); }));
@@ -182,6 +183,10 @@ TEST_F(ReplacementSearchTest, AListingThatFailsLeavesAllUnknown)
     m_reply = u"250 Done"_s;
     EXPECT_EQ(look({ u"/x/.//./Photos/a"_s }), QStringList{ u"Stream open error"_s });
 
+    m_error = { .domain = FTPStreamError::Domain::FTP, .code = 421, .stage = FTPStreamError::Stage::EnteringFolder };
+    m_reply = u"421 Not now"_s;
+    EXPECT_EQ(look({ u"/x/.//./Photos/a"_s }), QStringList{ m_reply });
+
     m_streams.refusesCreation = true;
     EXPECT_EQ(look({ u"/x/a"_s }), QStringList{ u"Can not create network connection."_s });
 }
@@ -219,6 +224,15 @@ TEST_F(ReplacementSearchTest, WhatIsSentBeforeIsReplacedToo)
     EXPECT_EQ(look({ u"/x/a"_s, u"/x/b"_s, u"/y/a"_s, u"/x/.//./Photos/b"_s, u"/y/c"_s },
                    { u"/z/b"_s, u"/z/.//./Photos/a"_s, u"/z/.//./Photos/b/"_s, u"/z/c"_s }),
               (QStringList{ u"1 before"_s, u"2 before"_s, u"4 before"_s }));
+}
+
+TEST_F(ReplacementSearchTest, SoIsWhatWaitsForAnotherTry)
+{
+    m_folders[u""_s] = row("c");
+
+    EXPECT_EQ(look({ u"/x/a"_s, u"/x/b"_s, u"/x/c"_s, u"/x/d"_s, u"/x/.//./Photos/d"_s }, { u"/z/b"_s },
+                   { u"/z/b"_s, u"/z/c"_s, u"/z/D"_s, u"/z/.//./Photos/d"_s, u"/z/.//./a/"_s }),
+              (QStringList{ u"1 before"_s, u"2 try"_s, u"3 similar D"_s, u"4 try"_s }));
 }
 
 TEST_F(ReplacementSearchTest, NamesThatSomeServersTakeForTheSameMayBe)
@@ -283,7 +297,9 @@ TEST_F(ReplacementSearchTest, TheLastConnectionIsLeftToWhatIsSent)
 
     look({ u"/x/a"_s });
     EXPECT_FALSE(m_streams.last().calls.contains(u"setStandsBack"_s));
-    look({ u"/x/a"_s }, { u"/x/b"_s }, true);
+    look({ u"/x/a"_s }, {}, { u"/x/b"_s });
+    EXPECT_FALSE(m_streams.last().calls.contains(u"setStandsBack"_s));
+    look({ u"/x/a"_s }, { u"/x/b"_s });
     EXPECT_TRUE(m_streams.last().calls.contains(u"setStandsBack"_s));
 }
 

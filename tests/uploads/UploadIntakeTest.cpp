@@ -2,6 +2,7 @@
 
 #include "AutomaticTries.h"
 #include "Delays.h"
+#include "DestinationSettings.h"
 #include "FakeFTPStream.h"
 #include "FaultyFileCalls.h"
 #include "NetworkManager.h"
@@ -227,6 +228,22 @@ TEST_F(UploadIntakeTest, WhatOthersSendWhileTheServerIsAskedCountsForUnattendedF
     whenLooked({}, true);
 
     EXPECT_TRUE(waitFor([this] { return outcomes() == QList{ Outcome::Failed, Outcome::Waiting }; }));
+}
+
+TEST_F(UploadIntakeTest, WhatIsSentByHandIsAskedAboutWhereItGoesToTheSamePlace)
+{
+    m_history.manualFileStarts(u"/y/a"_s, { .location = u"ftp://elsewhere/"_s });
+    take({ u"/x/a"_s });
+    whenLooked({});
+    ASSERT_TRUE(waitForQueue({ u"/x/a"_s }));
+    m_history.fileEnded({ .kind = Outcome::Stopped });
+
+    m_history.manualFileStarts(u"/y/b"_s, DestinationSettings::destination());
+    take({ u"/x/b"_s });
+    whenLooked({});
+
+    EXPECT_TRUE(waitForQuestion(1));
+    EXPECT_EQ(found(), QList<qsizetype>{ 0 });
 }
 
 TEST_F(UploadIntakeTest, UnattendedFilesDoNotWaitForAWalkThroughTheFoldersOfOthers)
