@@ -3,6 +3,7 @@
 #include "Addressing.h"
 #include "KnownTrust.h"
 #include "LocalName.h"
+#include "LocalPath.h"
 #include "TreePath.h"
 #include "TrustedCertificates.h"
 
@@ -22,17 +23,24 @@ constexpr int stepsBetweenLooks = 50; ///< At the clock.
 constexpr int notTaken = 550;
 
 /// The same for names that some server takes for the same, as it ignores the case, or how letters are composed, or
-/// blanks around them.
+/// blanks around them, or dots at their end.
 QString keyOf(const QString& name)
 {
-    return name.normalized(QString::NormalizationForm_C).toCaseFolded().trimmed();
+    QString key = name.normalized(QString::NormalizationForm_C).toCaseFolded().trimmed();
+    while (key.endsWith(u'.') || key.endsWith(u' ')) {
+        key.chop(1);
+    }
+    return key;
 }
 
-/// All keys of @p name. Some servers have "_" for a blank at the end.
+/// All keys of @p name, each once. Some servers take each byte for a character, or have "_" for a blank at the end.
 QStringList keysOf(const QString& name)
 {
     const QString key = keyOf(name);
     QStringList keys(key);
+    if (const QString ofBytes = keyOf(QString::fromLatin1(LocalPath::toBytes(name))); ofBytes != key) {
+        keys.append(ofBytes);
+    }
     if (name.endsWith(u' ')) {
         keys.append(key + u'_');
     }

@@ -241,11 +241,30 @@ TEST_F(ReplacementSearchTest, NamesThatSomeServersTakeForTheSameMayBe)
 
     EXPECT_EQ(look({ u"/x/\u00E9te\u0301"_s, u"/x/readme"_s, u"/x/caf\xDCE9"_s, u"/x/caf\u00E9"_s, u"/x/ a"_s,
                      u"/x/b "_s, u"/x/c"_s }),
-              (QStringList{ u"0 similar e\u0301t\u00E9"_s, u"1 similar README"_s, u"2 listed"_s, u"4 similar a"_s,
-                            u"5 similar b_"_s }));
+              (QStringList{ u"0 similar e\u0301t\u00E9"_s, u"1 similar README"_s, u"2 listed"_s,
+                            u"3 similar caf\xDCE9"_s, u"4 similar a"_s, u"5 similar b_"_s }));
 
     m_folders[u""_s] = "01-01-24  10:00AM  5 README\r\n01-01-24  10:00AM  5 A\r\n";
     EXPECT_EQ(look({ u"/x/readme"_s, u"/x/A"_s }), (QStringList{ u"0 similar README"_s, u"1 listed"_s }));
+}
+
+TEST_F(ReplacementSearchTest, SoMayThoseThatSomeServersShorten)
+{
+    m_folders[u""_s] = row("a") + row("b.. .") + row("c.txt") + row("sub", 'd');
+    m_folders[u"sub./"_s] = row("d");
+
+    EXPECT_EQ(
+        look({ u"/x/a. ."_s, u"/x/b"_s, u"/x/c.txt."_s, u"/x/.c"_s, u"/x/ctxt"_s, u"/x/.//./sub./d"_s }),
+        (QStringList{ u"0 similar a"_s, u"1 similar b.. ."_s, u"2 similar c.txt"_s, u"3 unlisted"_s, u"5 listed"_s }));
+}
+
+TEST_F(ReplacementSearchTest, SoMayThoseOfWhichAServerTakesEachByteForACharacter)
+{
+    m_folders[u""_s] = row("gr\xC3\x83\xC2\xBC\xC3\x83\xC2\x9F.txt") + row("caf\xE9") + row("\xC3\x83\xC2\xA4", 'd');
+    m_folders[u"%C3%A4/"_s] = row("a");
+
+    EXPECT_EQ(look({ u"/x/gr\u00FC\u00DF.txt"_s, u"/x/caf\u00E9"_s, u"/x/.//./\u00E4/a"_s }),
+              (QStringList{ u"0 similar gr\u00C3\u00BC\u00C3\u009F.txt"_s, u"1 similar caf\xDCE9"_s, u"2 listed"_s }));
 }
 
 TEST_F(ReplacementSearchTest, WhatIsListedToTheLetterIsNoMereSuspicion)
