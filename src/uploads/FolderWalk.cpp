@@ -5,8 +5,6 @@
 #include "PostedCall.h"
 #include "TreePath.h"
 
-#include <QHash>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -174,10 +172,7 @@ private:
             return;
         }
         const QByteArray name = path.sliced(slash + 1);
-        if (++m_named[name] == 2) {
-            sayPiece();
-            say([text = LocalPath::fromBytes(name)](FolderWalk& walk) { emit walk.merged(text); });
-        }
+        say([text = LocalPath::fromBytes(name)](FolderWalk& walk) { emit walk.entered(text); });
         m_seen.clear();
         walk(TreePath::ofFolder(path.first(slash), name));
     }
@@ -279,7 +274,6 @@ private:
 
     PathList m_dropped;
     qsizetype m_done = 0; ///< So many of these are dealt with when the present piece has been reported.
-    QHash<QByteArray, int> m_named; ///< How often a dropped folder had that name.
     std::set<Identity> m_seen; ///< Folders below the present dropped one, itself among them.
     PathList m_paths; ///< The present piece.
     QStringList m_leftOut; ///< Likewise.

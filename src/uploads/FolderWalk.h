@@ -32,8 +32,8 @@ signals:
     // From the loop of this object's thread.
 
     void found(const PathList& paths, const QStringList& leftOut);
-    /// Several of the dropped folders have this name.
-    void merged(const QString& name);
+    /// One of the dropped folders, of this name, is being looked through.
+    void entered(const QString& name);
     void ended();
 
 private:

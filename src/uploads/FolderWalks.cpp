@@ -35,7 +35,7 @@ void FolderWalks::beginNext()
     m_walk = std::make_unique<FolderWalk>(m_drop.paths);
     connect(m_walk.get(), &FolderWalk::found, this,
             [this](const PathList& paths, const QStringList& leftOut) { emit found(pieceOf(paths, leftOut)); });
-    connect(m_walk.get(), &FolderWalk::merged, this, &FolderWalks::merged);
+    connect(m_walk.get(), &FolderWalk::entered, this, &FolderWalks::entered);
     connect(m_walk.get(), &FolderWalk::ended, this, [this] {
         m_walk.release()->deleteLater(); // It is the one that says so.
         emit ended(m_drop);

@@ -27,7 +27,7 @@ signals:
     void found(const Drop& piece);
     /// All of @p drop was found. Nobody begins another one meanwhile.
     void ended(const Drop& drop);
-    void merged(const QString& name);
+    void entered(const QString& name);
     /// isUnderWay() has another answer.
     void changed();
 

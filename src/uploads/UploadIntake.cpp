@@ -40,6 +40,7 @@ UploadIntake::UploadIntake(UploadQueue& queue, UploadHistory& history, Automatic
     for (Line& line : m_lines) {
         connectTo(line);
     }
+    connect(&history, &UploadHistory::queueBegins, this, [this] { m_named.clear(); });
 }
 
 void UploadIntake::connectTo(Line& line)
@@ -58,14 +59,19 @@ void UploadIntake::connectTo(Line& line)
         }
         emit dropEnded(drop.request);
     });
-    connect(&line.walks, &FolderWalks::merged, this, [this](const QString& name) {
-        m_history.note(
-            u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
-    });
+    connect(&line.walks, &FolderWalks::entered, this, &UploadIntake::folderEntered);
     connect(&line.walks, &FolderWalks::changed, this, &UploadIntake::stageChanged);
     connect(&line.held, &HeldDrops::changed, this, &UploadIntake::stageChanged);
     connect(&line.held, &HeldDrops::queueChanged, this, &UploadIntake::queueChanged);
     connect(&line.held, &HeldDrops::asked, this, &UploadIntake::asked);
+}
+
+void UploadIntake::folderEntered(const QString& name)
+{
+    if (++m_named[name] == 2) {
+        m_history.note(
+            u"Several of the dropped folders are named “%1”. All go into one folder."_s.arg(visibleText(name)));
+    }
 }
 
 void UploadIntake::take(const Drop& drop)
@@ -105,6 +111,7 @@ void UploadIntake::hold(const Drop& drop)
 
 void UploadIntake::destinationChanged()
 {
+    m_named.clear(); // What follows goes elsewhere.
     for (Line& line : m_lines) {
         line.held.destinationChanged();
     }

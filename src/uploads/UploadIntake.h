@@ -3,6 +3,7 @@
 #include "FolderWalks.h"
 #include "HeldDrops.h"
 
+#include <QHash>
 #include <QObject>
 
 #include <array>
@@ -63,6 +64,7 @@ private:
 
     Line& lineOf(UploadRequest request) { return m_lines[request.isUnattended ? 1 : 0]; }
     void connectTo(Line& line);
+    void folderEntered(const QString& name);
     void join(const Drop& drop);
     void hold(const Drop& drop);
     void giveUp(FolderWalks& walks);
@@ -71,4 +73,5 @@ private:
     UploadQueue& m_queue;
     UploadHistory& m_history;
     std::array<Line, 2> m_lines; ///< The unattended ones are behind.
+    QHash<QString, int> m_named; ///< How many folders that were dropped since the queue began have that name.
 };

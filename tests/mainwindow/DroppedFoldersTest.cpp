@@ -310,6 +310,26 @@ TEST_F(DroppedFoldersTest, TwoFoldersOfOneNameAreMergedAndThatIsSaid)
     EXPECT_EQ(notes(), QStringList{ u"Several of the dropped folders are named “Photos”. All go into one folder."_s });
 }
 
+TEST_F(DroppedFoldersTest, SoIsItOfFoldersThatAreDroppedOneAfterTheOther)
+{
+    const QString one = QFileInfo(makeBelow(u"one/Photos/a"_s)).path();
+    const QString two = QFileInfo(makeBelow(u"two/Photos/b"_s)).path();
+    m_controller->uploadFiles({ one });
+    m_controller->uploadFiles({ two });
+    serve();
+    EXPECT_EQ(notes().size(), 1);
+
+    m_controller->uploadFiles({ one }); // In the next queue.
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
+    set(u"FTPFolder"_s, u"elsewhere"_s);
+    m_controller->destinationSet();
+    m_controller->uploadFiles({ two }); // And not into one folder.
+    serve();
+
+    EXPECT_EQ(sent().last(), u"ftp://host/elsewhere/Photos/b 1"_s);
+    EXPECT_EQ(notes().size(), 1);
+}
+
 TEST_F(DroppedFoldersTest, APathThatIsWrittenLikeOneBelowAFolderIsTakenForWhatItIs)
 {
     unset(u"DroppedFolders"_s);

@@ -36,8 +36,8 @@ protected:
             m_paths.append(piece.paths.toStringList());
             m_leftOut.append(piece.leftOut);
         });
-        QObject::connect(&m_walks, &FolderWalks::merged, &m_walks,
-                         [this](const QString& name) { m_merged.append(name); });
+        QObject::connect(&m_walks, &FolderWalks::entered, &m_walks,
+                         [this](const QString& name) { m_entered.append(name); });
     }
 
     QString path(const QString& name) const { return m_folder.path() + u'/' + name; }
@@ -70,7 +70,7 @@ protected:
     FolderWalks m_walks;
     QStringList m_paths;
     QStringList m_leftOut;
-    QStringList m_merged;
+    QStringList m_entered;
 };
 
 TEST_F(FolderWalkTest, EveryFileBelowComesInTheOrderOfNames)
@@ -87,7 +87,6 @@ TEST_F(FolderWalkTest, EveryFileBelowComesInTheOrderOfNames)
               (QStringList{ found(u"Photos/B"_s), found(u"Photos/a/deep/er/x"_s), found(u"Photos/b/1"_s),
                             found(u"Photos/b/2"_s), found(u"Photos/c"_s) }));
     EXPECT_TRUE(m_leftOut.isEmpty());
-    EXPECT_TRUE(m_merged.isEmpty());
 }
 
 TEST_F(FolderWalkTest, AFolderWithoutAnyFileComesByItself)
@@ -194,15 +193,17 @@ TEST_F(FolderWalkTest, TheWholeDiskIsLeftOutHoweverItIsWritten)
     EXPECT_EQ(m_leftOut, (QStringList{ u"/"_s, u"/tmp/.."_s, u"//."_s, link }));
 }
 
-TEST_F(FolderWalkTest, SeveralFoldersOfOneNameAreSaidToBeMerged)
+TEST_F(FolderWalkTest, TheNameOfEachDroppedFolderIsToldAndOneThatLiesInAnotherIsWholeToo)
 {
-    makeFile(u"one/Photos/a"_s);
+    const QString file = makeFile(u"one/Photos/a"_s);
     makeFile(u"two/Photos/b"_s);
-    makeFile(u"three/Photos/c"_s);
 
-    walk({ path(u"one/Photos"_s), path(u"two/Photos"_s), path(u"three/Photos"_s), path(u"one"_s) });
+    walk({ path(u"one"_s), path(u"one/Photos"_s), file, path(u"two/Photos"_s), u"/"_s });
 
-    EXPECT_EQ(m_merged, QStringList{ u"Photos"_s });
+    EXPECT_EQ(m_entered, (QStringList{ u"one"_s, u"Photos"_s, u"Photos"_s }));
+    EXPECT_EQ(m_paths,
+              (QStringList{ found(u"one/Photos/a"_s), path(u"one"_s) + TreePath::mark + u"Photos/a"_s, file,
+                            path(u"two"_s) + TreePath::mark + u"Photos/b"_s }));
 }
 
 TEST_F(FolderWalkTest, FilesAmongTheFoldersKeepTheirPlacesAndPaths)
