@@ -81,12 +81,10 @@ public:
         say([](FolderWalk& walk) { emit walk.ended(); });
     }
 
-    /// Instead of run(), where there is no thread for that.
+    /// Instead of run(), where there is no thread for that: what was dropped comes as it is, and folders fail.
     void giveUp()
     {
-        for (qsizetype index = 0; index < m_dropped.size(); ++index) {
-            m_leftOut.append(m_dropped.at(index));
-        }
+        m_paths = m_dropped;
         m_done = m_dropped.size();
         sayPiece();
         say([](FolderWalk& walk) { emit walk.ended(); });
@@ -157,7 +155,8 @@ private:
     void take(const QByteArray& dropped, qsizetype index)
     {
         struct stat status = {};
-        if (::stat(dropped.constData(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        const bool isPath = !dropped.contains('\0'); // The system would stop there and find another item.
+        if (!isPath || ::stat(dropped.constData(), &status) != 0 || !S_ISDIR(status.st_mode)) {
             m_done = index + 1; // With the piece that it comes in.
             add(dropped);
             return;
@@ -258,15 +257,16 @@ private:
                   [](const Item& left, const Item& right) { return left.name < right.name; });
     }
 
-    /// DT_REG also for a link to a file; DT_LNK for any other link.
+    /// DT_REG also for a link to a file, and for what may not be looked at; DT_LNK for any other link.
     static int kindOf(DIR& folder, const dirent& entry)
     {
         int kind = entry.d_type;
         struct stat status = {};
-        if (kind == DT_UNKNOWN && ::fstatat(dirfd(&folder), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0) {
-            kind = IFTODT(status.st_mode);
+        const auto look = [&](int flags) { return ::fstatat(dirfd(&folder), entry.d_name, &status, flags) == 0; };
+        if (kind == DT_UNKNOWN) {
+            kind = look(AT_SYMLINK_NOFOLLOW) ? IFTODT(status.st_mode) : int{ DT_REG };
         }
-        if (kind == DT_LNK && ::fstatat(dirfd(&folder), entry.d_name, &status, 0) == 0 && S_ISREG(status.st_mode)) {
+        if (kind == DT_LNK && (look(0) ? S_ISREG(status.st_mode) : errno == EACCES)) {
             kind = DT_REG;
         }
         return kind;

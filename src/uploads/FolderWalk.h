@@ -13,9 +13,9 @@
 /// Plain files come in the order of their names, as bytes, the files of a folder between what stands before and behind
 /// it. Their paths are a TreePath's; what was dropped and is no folder has its own. Links to files are followed, links
 /// to folders are not, but one that was dropped stands for its folder. A folder without any file has a path of its own,
-/// and so has one that cannot be read. What is neither file nor folder is left out, and so
-/// is a folder that was met before under the same dropped one, by its device and number: through a mount it may lie
-/// within itself.
+/// and so has one that cannot be read. What is neither file nor folder is left out, and so is a folder that was met
+/// before under the same dropped one, by its device and number: through a mount it may lie within itself. What may not
+/// be looked at counts as a file: why it cannot be sent is told at its turn.
 class FolderWalk final : public QObject {
     Q_OBJECT
 

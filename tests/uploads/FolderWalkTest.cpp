@@ -19,6 +19,7 @@
 #include <climits>
 #include <fcntl.h>
 #include <optional>
+#include <sys/fsuid.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -206,6 +207,36 @@ TEST_F(FolderWalkTest, TheNameOfEachDroppedFolderIsToldAndOneThatLiesInAnotherIs
                             path(u"two"_s) + TreePath::mark + u"Photos/b"_s }));
 }
 
+TEST_F(FolderWalkTest, APathThatTheSystemWouldCutIsNotTakenForAnother)
+{
+    makeFile(u"Photos/a"_s);
+    const QString odd = path(u"Photos"_s) + QChar(QChar::Null) + u"x"_s;
+
+    walk({ odd });
+
+    EXPECT_EQ(m_paths, QStringList{ odd });
+}
+
+TEST_F(FolderWalkTest, WhatALinkLeadsToAndNobodyMayLookAtIsNoOtherThanAFile)
+{
+    const QString hidden = makeFile(u"hidden/file"_s);
+    makeFolder(u"Photos"_s);
+    link(u"Photos/link"_s, hidden);
+    const QByteArray folder = LocalPath::toBytes(path(u"hidden"_s));
+    ASSERT_EQ(::chmod(LocalPath::toBytes(m_folder.path()).constData(), 0755), 0);
+    ASSERT_EQ(::chmod(folder.constData(), 0), 0);
+    constexpr uid_t nobody = 65534;
+    const auto user = static_cast<uid_t>(::setfsuid(nobody)); // Of threads that begin now, too: root may look at all.
+    m_walks.begin({ { path(u"Photos"_s) } });
+    ::setfsuid(user);
+
+    ASSERT_TRUE(waitFor([this] { return !m_walks.isUnderWay(); }));
+
+    ASSERT_EQ(::chmod(folder.constData(), 0755), 0);
+    EXPECT_EQ(m_paths, QStringList{ found(u"Photos/link"_s) });
+    EXPECT_TRUE(m_leftOut.isEmpty());
+}
+
 TEST_F(FolderWalkTest, FilesAmongTheFoldersKeepTheirPlacesAndPaths)
 {
     const QString file = makeFile(u"file"_s);
@@ -315,15 +346,16 @@ TEST_F(FolderWalkTest, WhatIsFoundIsReportedInPieces)
     EXPECT_LE(*std::max_element(pieces.begin(), pieces.end()), 500);
 }
 
-TEST_F(FolderWalkTest, WithoutAThreadForItEverythingIsLeftOut)
+TEST_F(FolderWalkTest, WithoutAThreadForItEverythingComesAsItWasDropped)
 {
     makeFile(u"Photos/a"_s);
+    const QString file = makeFile(u"file"_s);
     const NoThreadLeft noThreadLeft;
 
-    walk({ path(u"Photos"_s) });
+    walk({ path(u"Photos"_s), file });
 
-    EXPECT_TRUE(m_paths.isEmpty());
-    EXPECT_EQ(m_leftOut, QStringList{ path(u"Photos"_s) });
+    EXPECT_EQ(m_paths, (QStringList{ path(u"Photos"_s), file }));
+    EXPECT_TRUE(m_leftOut.isEmpty());
 }
 
 } // namespace
