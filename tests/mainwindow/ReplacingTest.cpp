@@ -232,6 +232,22 @@ TEST_F(ReplacingTest, WhereTheListingFailsItIsOneQuestionForAll)
     EXPECT_FALSE(m_controller->history().isQueueUnderWay());
 }
 
+TEST_F(ReplacingTest, ThenFoldersWithoutAnyFileAreMadeAllTheSame)
+{
+    set(u"DroppedFolders"_s, u"uploaded"_s);
+    ASSERT_TRUE(QDir().mkpath(m_directory.filePath(u"Photos/empty"_s)));
+    makeFile(u"Photos/a"_s);
+    m_controller->uploadFiles({ m_directory.filePath(u"Photos"_s) });
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    look()->sendRefusal(421);
+    whenAsked();
+
+    answerSheet(u"Leave Out"_s);
+
+    EXPECT_EQ(outcomes(), (QList{ Outcome::NotReplacing, Outcome::Waiting }));
+    m_controller->clearQueue();
+}
+
 TEST_F(ReplacingTest, OneNameTwiceInADropIsOneThatTheFirstPutsThere)
 {
     ASSERT_TRUE(QDir().mkpath(m_directory.filePath(u"other"_s)));

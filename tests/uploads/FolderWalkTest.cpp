@@ -1,5 +1,7 @@
 #include "FolderWalk.h"
 
+#include "Descriptor.h"
+#include "FaultyFileCalls.h"
 #include "FolderWalks.h"
 #include "LocalPath.h"
 #include "NoThreadLeft.h"
@@ -16,10 +18,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <fcntl.h>
 #include <optional>
 #include <sys/fsuid.h>
+#include <sys/inotify.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -56,6 +60,13 @@ protected:
         EXPECT_TRUE(QDir().mkpath(path(name)));
         return path(name);
     }
+    /// Makes a folder whose files come in a piece of their own, whatever follows.
+    void makePiece(const QString& name)
+    {
+        for (int i = 0; i < onePiece; ++i) {
+            makeFile(name + u'/' + QString::number(i));
+        }
+    }
     QString link(const QString& name, const QString& target)
     {
         EXPECT_TRUE(QFile::link(target, path(name)));
@@ -66,6 +77,8 @@ protected:
         m_walks.begin({ dropped, leftOut });
         EXPECT_TRUE(waitFor([this] { return !m_walks.isUnderWay(); }));
     }
+
+    static constexpr int onePiece = 500;
 
     QTemporaryDir m_folder;
     FolderWalks m_walks;
@@ -237,6 +250,25 @@ TEST_F(FolderWalkTest, WhatALinkLeadsToAndNobodyMayLookAtIsNoOtherThanAFile)
     EXPECT_TRUE(m_leftOut.isEmpty());
 }
 
+TEST_F(FolderWalkTest, AFolderThatBecomesALinkMeanwhileIsNotFollowed)
+{
+    makePiece(u"Photos/before"_s);
+    const QString inner = makeFolder(u"Photos/inner"_s);
+    makeFile(u"elsewhere/file"_s);
+    {
+        const FaultyFileCalls calls;
+        FaultyFileCalls::holdOpening("/inner");
+        m_walks.begin({ { path(u"Photos"_s) } });
+        ASSERT_TRUE(waitFor([this] { return m_paths.size() == onePiece; })); // By then it has met the other.
+        ASSERT_TRUE(QDir().rmdir(inner));
+        link(u"Photos/inner"_s, path(u"elsewhere"_s));
+    }
+
+    ASSERT_TRUE(waitFor([this] { return !m_walks.isUnderWay(); }));
+
+    EXPECT_EQ(m_paths.mid(onePiece), QStringList{ found(u"Photos/inner//"_s) });
+}
+
 TEST_F(FolderWalkTest, FilesAmongTheFoldersKeepTheirPlacesAndPaths)
 {
     const QString file = makeFile(u"file"_s);
@@ -305,11 +337,34 @@ TEST_F(FolderWalkTest, StoppedItFindsNothingMoreAndTheNextOneBeginsAfresh)
     EXPECT_EQ(m_paths, QStringList{ file });
 }
 
+TEST_F(FolderWalkTest, StoppedItOpensNothingMoreEither)
+{
+    makePiece(u"Photos/before"_s);
+    makeFolder(u"Photos/inner"_s);
+    const QByteArray next = LocalPath::toBytes(makeFolder(u"Photos/next"_s));
+    const auto threads = [] { return QDir(u"/proc/self/task"_s).count(); };
+    const Descriptor opened(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    ASSERT_GE(::inotify_add_watch(opened.get(), next.constData(), IN_OPEN), 0);
+    const auto before = threads();
+    {
+        const FaultyFileCalls calls;
+        FaultyFileCalls::holdOpening("/inner");
+        m_walks.begin({ { path(u"Photos"_s) } });
+        ASSERT_TRUE(waitFor([this] { return !m_paths.isEmpty(); }));
+
+        m_walks.stop();
+    }
+
+    ASSERT_TRUE(waitFor([&] { return threads() == before; }));
+    std::array<char, 4096> events{};
+    EXPECT_EQ(::read(opened.get(), events.data(), events.size()), -1) << "it has gone on to the next folder";
+}
+
 TEST_F(FolderWalkTest, WhatHasBeenFoundToItsEndIsNoRest)
 {
     const QString file = makeFile(u"file"_s);
     makeFile(u"Photos/a"_s);
-    FolderWalk walk(QStringList{ file, u"/"_s, path(u"Photos"_s), file });
+    FolderWalk walk(QStringList{ file, u"/"_s, file, path(u"Photos"_s) });
     std::optional<QStringList> rest;
     QObject::connect(&walk, &FolderWalk::ended, &walk, [&] { rest = walk.rest().toStringList(); });
     EXPECT_EQ(walk.rest().size(), 4);

@@ -312,6 +312,18 @@ TEST_F(UploadIntakeTest, UnattendedFilesGoOnWhenTheDestinationIsBack)
     EXPECT_EQ(m_history.firstQueueRow(), 0);
 }
 
+TEST_F(UploadIntakeTest, UnattendedFilesFailInTheWordsOfAListingThatFails)
+{
+    take({ u"/x/a"_s }, unattended);
+    ASSERT_TRUE(waitFor([this] { return look(true) != nullptr; }));
+    look(true)->reply = u"421 Not now"_s;
+    look(true)->sendRefusal(421);
+
+    EXPECT_TRUE(waitFor([this] { return outcomes() == QList{ Outcome::Failed }; }));
+    EXPECT_EQ(m_history.entries()[0].status,
+              u"it is not known what is on the server, and nobody was asked: 421 Not now"_s);
+}
+
 TEST_F(UploadIntakeTest, AQuestionIsOverWhenNobodyWantsToBeAsked)
 {
     take({ u"/x/a"_s });
@@ -372,6 +384,28 @@ TEST_F(UploadIntakeTest, GivingUpTakesAllThatIsHeld)
     EXPECT_EQ(m_matter, nullptr);
     EXPECT_EQ(m_intake->stage(), UploadIntake::Stage::Nothing);
     EXPECT_EQ(m_queue.paths(), (QStringList{ u"/x/a"_s, u"/x/b"_s, u"/x/c"_s }));
+}
+
+TEST_F(UploadIntakeTest, GivingUpInMidWalkEndsEachDrop)
+{
+    set(SettingNames::droppedFolders, u"uploaded"_s);
+    const QTemporaryDir folder;
+    const QString slow = folder.filePath(u"slow"_s);
+    ASSERT_TRUE(QDir().mkdir(slow));
+    QList<int> ended;
+    QObject::connect(&*m_intake, &UploadIntake::dropEnded, &*m_intake,
+                     [&ended](UploadRequest request) { ended.append(request.number); });
+    const FaultyFileCalls calls;
+    FaultyFileCalls::holdOpening("/slow");
+    take({ slow }, { .number = 2 });
+    take({ u"/x/a"_s }, { .number = 3 });
+    take({ slow }, unattended);
+
+    m_intake->giveUp();
+
+    EXPECT_EQ(ended, (QList{ 2, 3, 1 }));
+    EXPECT_EQ(m_queue.paths(), (QStringList{ slow, u"/x/a"_s, slow }));
+    EXPECT_EQ(m_intake->stage(), UploadIntake::Stage::Nothing);
 }
 
 } // namespace
