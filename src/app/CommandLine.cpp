@@ -32,7 +32,8 @@ QString currentFolder()
     return LocalPath::fromBytes(QByteArray::fromStdString(std::filesystem::current_path(error).native()));
 }
 
-/// The absolute path of a word of the command line: a path, or a file's URL.
+/// The absolute path of a word of the command line: a path, or a file's URL. Empty where it names nothing: without a
+/// letter it would stand for the whole folder, and where that is gone a name for something else below "/".
 QString absolutePath(const QString& word)
 {
     if (word.startsWith(u"file://"_s)) {
@@ -41,7 +42,28 @@ QString absolutePath(const QString& word)
         }
     }
     // Not cleaned: after a link, ".." is the parent of what the link leads to.
-    return withOneLeadingSlash(word.startsWith(u'/') ? word : currentFolder() + u'/' + word);
+    if (word.startsWith(u'/')) {
+        return withOneLeadingSlash(word);
+    }
+    const QString folder = currentFolder();
+    return word.isEmpty() || folder.isEmpty() ? u""_s : withOneLeadingSlash(folder + u'/' + word);
+}
+
+/// What is wrong with @p commandLine, which has so many words, as a whole; null for nothing.
+QString complaint(const CommandLine& commandLine, qsizetype wordCount)
+{
+    if (const qsizetype nothing = commandLine.files.indexOf(QString()); nothing >= 0) {
+        const QString word = visibleText(commandLine.filesAsGiven[nothing]);
+        return word.isEmpty() ? u"\"\" names no file."_s
+                              : u"\"%1\" names no file: the current folder is gone."_s.arg(word);
+    }
+    if (commandLine.listsIcons && wordCount > 1) {
+        return u"\"--list-icons\" stands alone."_s;
+    }
+    if (commandLine.isReported() && (commandLine.files.isEmpty() || !commandLine.action.isNull())) {
+        return u"\"--wait\" and \"--hidden\" are for files, and for nothing else."_s;
+    }
+    return {};
 }
 
 constexpr const char* helpText
@@ -89,7 +111,7 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             commandLine.isHidden = true;
         } else if (word == u"--icon"_s || word == u"--settings"_s) {
             const bool isIcon = word == u"--icon"_s;
-            if (++i == arguments.size()) {
+            if (++i == arguments.size() || arguments[i].isEmpty()) {
                 QTextStream(stderr) << "Quillbox: \"" << word << "\" is followed by "
                                     << (isIcon ? "the name of an icon" : "a file with an icon's settings") << ".\n";
                 exitCode = 2;
@@ -115,8 +137,8 @@ std::optional<CommandLine> CommandLine::read(const QStringList& arguments, const
             return std::nullopt;
         }
     }
-    if (commandLine.isReported() && (commandLine.files.isEmpty() || !commandLine.action.isNull())) {
-        QTextStream(stderr) << "Quillbox: \"--wait\" and \"--hidden\" are for files, and for nothing else.\n";
+    if (const QString why = complaint(commandLine, arguments.size() - 1); !why.isNull()) {
+        QTextStream(stderr) << "Quillbox: " << why << '\n';
         exitCode = 2;
         return std::nullopt;
     }

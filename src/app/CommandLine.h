@@ -22,7 +22,7 @@ struct CommandLine {
     bool opensWindow() const { return !isReported() && !listsIcons && icon.isNull(); }
 
     /// Reads @p arguments (the program's name first), each the text of its bytes (LocalPath). std::nullopt when the
-    /// program is to end at once with @p exitCode: help or version were asked for, or an option is unknown; what there
+    /// program is to end at once with @p exitCode: help or version were asked for, or a word cannot be; what there
     /// is to say has been printed. Needs no display.
     static std::optional<CommandLine> read(const QStringList& arguments, const QString& version, int& exitCode);
 };

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -54,6 +55,38 @@ TEST_F(CommandLineTest, PathsBeginWithOneSlashSoThatNothingIsTakenForAHost)
 
     ASSERT_TRUE(commandLine);
     EXPECT_EQ(commandLine->files, (QStringList{ u"/x/y"_s, u"/a//../b"_s, u"/"_s, u"/"_s, u"/c"_s }));
+}
+
+TEST_F(CommandLineTest, AWordThatNamesNothingIsAnErrorAndNotTheFolderItself)
+{
+    for (const QStringList& words : { QStringList{ u"--wait"_s, u""_s }, { u"/a"_s, u""_s }, { u"--"_s, u""_s } }) {
+        ::testing::internal::CaptureStderr();
+        EXPECT_FALSE(read(words));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Quillbox: \"\" names no file.\n");
+        EXPECT_EQ(m_exitCode, 2);
+    }
+    for (const QString& option : { u"--icon"_s, u"--settings"_s }) {
+        EXPECT_FALSE(read({ option, u""_s, u"/a"_s }));
+        EXPECT_EQ(m_exitCode, 2);
+    }
+}
+
+TEST_F(CommandLineTest, InAFolderThatIsGoneANameIsNoFileBelowTheRoot)
+{
+    const QString before = QDir::currentPath();
+    std::optional<QTemporaryDir> folder(std::in_place);
+    ASSERT_TRUE(QDir::setCurrent(folder->path()));
+    folder.reset();
+
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(read({ u"/tmp"_s, u"tmp"_s }));
+    const std::string said = ::testing::internal::GetCapturedStderr();
+    const auto commandLine = read({ u"/a"_s, u"file:///b"_s });
+    QDir::setCurrent(before);
+
+    EXPECT_EQ(said, "Quillbox: \"tmp\" names no file: the current folder is gone.\n");
+    ASSERT_TRUE(commandLine);
+    EXPECT_EQ(commandLine->files, (QStringList{ u"/a"_s, u"/b"_s }));
 }
 
 TEST_F(CommandLineTest, NamesThatAreNotUtf8KeepTheirBytes)
@@ -221,6 +254,20 @@ TEST_F(CommandLineTest, AnIconIsNamedByTheWordBehindItsOption)
 
     EXPECT_FALSE(read({ u"/a"_s, u"--icon"_s }));
     EXPECT_EQ(m_exitCode, 2);
+}
+
+TEST_F(CommandLineTest, WhoeverListsTheIconsAsksForNothingThatWouldNotBeDone)
+{
+    for (const QStringList& others :
+         { QStringList{ u"/a"_s }, { u"--wait"_s, u"/a"_s }, { u"--icon"_s, u"b"_s }, { u"--preferences"_s } }) {
+        for (const QStringList& words :
+             { others + QStringList{ u"--list-icons"_s }, QStringList{ u"--list-icons"_s } + others }) {
+            ::testing::internal::CaptureStderr();
+            EXPECT_FALSE(read(words));
+            EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Quillbox: \"--list-icons\" stands alone.\n");
+            EXPECT_EQ(m_exitCode, 2);
+        }
+    }
 }
 
 TEST_F(CommandLineTest, AnIconsSettingsAreNamedByTheWordBehindTheirOptionAndBeforeTheFiles)
