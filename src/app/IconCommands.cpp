@@ -69,9 +69,8 @@ const char* run(const DropIcons::Icon& icon, const CommandLine& commandLine)
     return std::strerror(errno); // There is one thread yet.
 }
 
-} // namespace
-
-void IconCommands::refuse(const CommandLine& commandLine, const QString& why)
+/// Says that the files of @p commandLine are not taken, and why.
+void refuse(const CommandLine& commandLine, const QString& why)
 {
     if (commandLine.isReported()) {
         UploadReport report(commandLine.files);
@@ -86,6 +85,8 @@ void IconCommands::refuse(const CommandLine& commandLine, const QString& why)
         err << "Not taken: " << wholeVisibleText(file) << '\n';
     }
 }
+
+} // namespace
 
 std::optional<SettingsAlert> IconCommands::useSettings(const CommandLine& commandLine)
 {

@@ -2,8 +2,6 @@
 
 #include "SettingsAlert.h"
 
-#include <QString>
-
 #include <optional>
 
 class DropIcons;
@@ -16,9 +14,6 @@ namespace IconCommands {
 /// @p commandLine names those of another icon, the answer says so, and has been printed with the files that are not
 /// taken; the program must not go on.
 [[nodiscard]] std::optional<SettingsAlert> useSettings(const CommandLine& commandLine);
-
-/// Says that the files of @p commandLine are not taken, and why.
-void refuse(const CommandLine& commandLine, const QString& why);
 
 /// Prints a line for each icon: its name, a tab, and where its files go.
 void list(const DropIcons& icons);

@@ -91,25 +91,16 @@ void handOver(const CommandLine& commandLine, const QDBusConnection& bus)
 }
 
 /// The same, also for those who wait until the files are over, or want no window. A program of our name that goes to
-/// another server gets nothing: this one goes on beside it.
+/// another server gets nothing: a window is opened beside it.
 void handOverAll(const CommandLine& commandLine, HiddenTurn& turn)
 {
     // A connection of its own, since this may come before the application that the shared one belongs to.
     static const QString connectionName = u"handOver"_s;
     const auto disconnect = qScopeGuard([] { QDBusConnection::disconnectFromBus(connectionName); });
     const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
-    if (ApplicationService::hasOtherServer(bus, programFileName())) {
-        if (commandLine.isWaitedFor && !commandLine.isHidden) { // Who waits is told by the program that has the name.
-            IconCommands::refuse(commandLine,
-                                 u"The window that is open is of a former icon of this name, and goes to another "
-                                 "server. Close it first."_s);
-            std::_Exit(1);
-        }
-        return;
-    }
     if (commandLine.isReported()) {
         UploadCommand::run(commandLine, turn, bus);
-    } else {
+    } else if (!ApplicationService::hasOtherServer(bus, programFileName())) {
         handOver(commandLine, bus);
     }
 }

@@ -49,18 +49,26 @@ UploadCommand::UploadCommand(const CommandLine& commandLine, HiddenTurn& turn, c
     , m_bus(bus)
     , m_registration(busName(programFileName()), bus, QDBusServiceWatcher::WatchForRegistration)
 {
-    connect(&m_registration, &QDBusServiceWatcher::serviceRegistered, this, &UploadCommand::handOver);
+    connect(&m_registration, &QDBusServiceWatcher::serviceRegistered, this, &UploadCommand::begin);
     connect(&m_turnTimer, &QTimer::timeout, this, &UploadCommand::takeTurn);
 }
 
 UploadCommand::~UploadCommand() = default;
 
+/// A program of our name that goes to another server gets nothing.
 void UploadCommand::begin()
 {
-    if (isRunning(m_bus)) {
+    if (m_client != nullptr) {
+        return;
+    }
+    const bool isOther = ApplicationService::hasOtherServer(m_bus, programFileName());
+    if (!isOther && isRunning(m_bus)) {
         handOver();
     } else if (m_commandLine.isHidden) {
         awaitTurn();
+    } else if (isOther) {
+        fail(u"The window that is open is of a former icon of this name, and goes to another server. Close it first."_s,
+             u"Not taken"_s);
     } else if (!m_bus.isConnected()) {
         fail(u"There is no session bus, over which the window could be asked. \"--hidden\" needs none."_s,
              u"Not taken"_s);
@@ -72,11 +80,13 @@ void UploadCommand::begin()
 /// This program is to be the one, after those that are hidden as well and cannot be asked to take the files.
 void UploadCommand::awaitTurn()
 {
-    m_termination = std::make_unique<TerminationSignals>();
-    connect(m_termination.get(), &TerminationSignals::received, this, [this] {
-        m_report.rest(u"Not confirmed: Quillbox ended"_s);
-        exit(1);
-    });
+    if (m_termination == nullptr) {
+        m_termination = std::make_unique<TerminationSignals>();
+        connect(m_termination.get(), &TerminationSignals::received, this, [this] {
+            m_report.rest(u"Not confirmed: Quillbox ended"_s);
+            exit(1);
+        });
+    }
     m_turnTimer.start(turnInterval);
     takeTurn();
 }
@@ -112,9 +122,6 @@ void UploadCommand::startWindow()
 
 void UploadCommand::handOver()
 {
-    if (m_client != nullptr) {
-        return;
-    }
     m_turnTimer.stop();
     m_turn.giveUp();
     m_termination.reset(); // The files are in other hands.
