@@ -57,6 +57,7 @@ public:
         }
     }
     void close() override { endTransfer(); }
+    bool isAwaitingTrust() const override { return m_transfer != nullptr && m_transfer->isAwaitingTrust(); }
 
     FTPStreamError error() const override { return m_transfer != nullptr ? m_transfer->error() : FTPStreamError(); }
     QString lastReply() const override { return said().reply; }

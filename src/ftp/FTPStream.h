@@ -101,6 +101,8 @@ public:
     virtual void open() = 0;
     /// Drops the transfer in whatever state it is, and returns at once.
     virtual void close() = 0;
+    /// Whether it stands still until somebody has said whether the server's certificate is to be trusted.
+    virtual bool isAwaitingTrust() const { return false; }
 
     /// What the ErrorOccurred event was about.
     virtual FTPStreamError error() const = 0;

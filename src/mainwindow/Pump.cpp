@@ -60,6 +60,7 @@ void Pump::tick()
 {
     const bool isHeld = noteHold();
     if (!isHeld) {
+        noteTrust();
         showAndStart();
     }
     m_clock.came(isHeld || isBusy());
@@ -72,6 +73,7 @@ void Pump::come()
         m_clock.came(true);
         return;
     }
+    noteTrust();
     if (isUploadDue()) {
         m_sinceOthersTurn.start();
     }
@@ -120,6 +122,13 @@ bool Pump::noteHold()
         m_parts.listing.pause();
     }
     return isSuspended;
+}
+
+void Pump::noteTrust()
+{
+    if (m_parts.queue.mayHoldUnattended() && m_parts.uploads.isAwaitingTrust()) {
+        emit trustAwaited();
+    }
 }
 
 void Pump::showAndStart()

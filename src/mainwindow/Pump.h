@@ -75,11 +75,15 @@ signals:
     void refreshDue();
     /// There has been no destination for a while.
     void destinationMissed();
+    /// The upload under way waits for an answer about its server's certificate, and unattended files may wait behind
+    /// it.
+    void trustAwaited();
 
 private:
     void come();
     void takeTurn();
     bool noteHold();
+    void noteTrust();
     void showAndStart();
     WindowState state() const;
     qint64 movingSize() const;

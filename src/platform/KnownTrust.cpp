@@ -13,10 +13,15 @@ void KnownTrust::judge(const CertificateQuestion& question, std::function<void(b
     answer(!shown.isEmpty() && m_store.fingerprint(question.host, question.port) == shown);
 }
 
-QString untrustedText(const TrustedCertificates& store, const QString& location)
+bool isAnyTrusted(const TrustedCertificates& store, const QString& location)
 {
     const std::optional<FTPLocation> server = FTPLocation::fromText(location);
-    if (server && !store.fingerprint(server->host, server->port).isEmpty()) {
+    return server && !store.fingerprint(server->host, server->port).isEmpty();
+}
+
+QString untrustedText(const TrustedCertificates& store, const QString& location)
+{
+    if (isAnyTrusted(store, location)) {
         return u"the server has shown another certificate than the one that is trusted"_s;
     }
     if (store.isDamaged()) {

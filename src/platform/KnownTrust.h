@@ -22,6 +22,8 @@ private:
     TrustedCertificates& m_store;
 };
 
+/// Whether @p store has a certificate that is trusted for the server of @p location.
+bool isAnyTrusted(const TrustedCertificates& store, const QString& location);
 /// Why @p store does not let the server of @p location be trusted whose certificate was refused, for people: words that
 /// stand behind a colon.
 QString untrustedText(const TrustedCertificates& store, const QString& location);

@@ -54,6 +54,8 @@ public:
     void stopSendWithStatus(const QString& status);
 
     bool isSending() const { return networkStream() != nullptr; }
+    /// Whether the upload stands still; see FTPStream::isAwaitingTrust().
+    bool isAwaitingTrust() const { return isSending() && networkStream()->isAwaitingTrust(); }
     /// What has become of the file that was last to be started; a start that is ignored while another upload runs
     /// changes nothing. It is known before the status of the end is reported.
     const UploadOutcome& outcome() const { return m_outcome; }

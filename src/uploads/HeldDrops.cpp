@@ -3,9 +3,11 @@
 #include "AskBeforeReplacing.h"
 #include "AutomaticTries.h"
 #include "DestinationSettings.h"
+#include "KnownTrust.h"
 #include "OutcomeText.h"
 #include "RunLoop.h"
 #include "TreePath.h"
+#include "TrustedCertificates.h"
 #include "UploadHistory.h"
 
 #include <QHash>
@@ -119,6 +121,21 @@ void HeldDrops::destinationMissed()
         }
     }
     goOn();
+}
+
+void HeldDrops::trustAwaited()
+{
+    const Destination destination = DestinationSettings::destination();
+    const TrustedCertificates& trusted = TrustedCertificates::standard();
+    const int row = m_history.currentRow();
+    if (row < 0 || !m_history.entries().withoutPath(row).isFor(destination)
+        || isAnyTrusted(trusted, destination.location)) {
+        return; // They may be let in where they go, or the answer is known and about to be given.
+    }
+    const UploadOutcome outcome{ .kind = UploadOutcome::Kind::Failed,
+                                 .status = untrustedText(trusted, destination.location) };
+    m_history.heldFilesEnded(m_queue.takeUnbound(m_areUnattended).rows, outcome, destination);
+    emit queueChanged();
 }
 
 void HeldDrops::giveUp()

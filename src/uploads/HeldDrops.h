@@ -55,6 +55,9 @@ public:
     void destinationChanged() { goOn(); }
     /// There is none, and has been none for a while: unattended drops wait for none.
     void destinationMissed();
+    /// What is sent waits for an answer about its server's certificate: those that wait in the queue behind it, to go
+    /// there too, wait for none.
+    void trustAwaited();
     /// All join the queue, for whoever clears that next.
     void giveUp();
 

@@ -35,6 +35,9 @@ public:
     void destinationChanged();
     /// There is none, and has been none for a while: unattended files fail.
     void destinationMissed() { lineOf({ .isUnattended = true }).held.destinationMissed(); }
+    /// The upload under way stands still until somebody has said whether its server is to be trusted: unattended files
+    /// that wait for the same server fail.
+    void trustAwaited() { lineOf({ .isUnattended = true }).held.trustAwaited(); }
     /// What has not joined does, for whoever clears the queue next: what has not been looked through as it was dropped.
     void giveUp();
 

@@ -6,6 +6,12 @@ void UploadQueue::append(const PathList& paths, const QStringList& leftOut, Uplo
 {
     m_paths.append(paths);
     m_history.filesQueued(paths, leftOut, request);
+    tellAppended(paths, request);
+}
+
+void UploadQueue::tellAppended(const PathList& paths, UploadRequest request)
+{
+    m_mayHoldUnattended = m_mayHoldUnattended || request.isUnattended;
     emit changed();
     emit appended(paths);
 }
@@ -33,8 +39,7 @@ void UploadQueue::appendHeld(const Held& held, const Destination& destination)
         }
         m_paths.append(held.paths);
         m_history.heldFilesQueued(held.rows);
-        emit changed();
-        emit appended(held.paths);
+        tellAppended(held.paths, m_history.requestOf(held.rows.first()));
     }
 }
 
@@ -57,6 +62,7 @@ UploadQueue::Held UploadQueue::takeUnbound(bool areUnattended)
         return isTaken;
     });
     m_paths = others;
+    m_mayHoldUnattended = m_mayHoldUnattended && !areUnattended;
     emit changed();
     return taken;
 }

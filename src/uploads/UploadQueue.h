@@ -42,6 +42,8 @@ public:
     /// Takes all files out that have no destination of their own and @p areUnattended (UploadRequest), or are not.
     /// Takes time by the length of the queue.
     Held takeUnbound(bool areUnattended);
+    /// Whether unattended files may have joined since these were last taken out.
+    bool mayHoldUnattended() const { return m_mayHoldUnattended; }
     void clear();
     /// Takes the first path out of a queue that is not empty.
     QString takeFirst();
@@ -62,6 +64,7 @@ signals:
 
 private:
     void bind(qsizetype count, const Destination& destination);
+    void tellAppended(const PathList& paths, UploadRequest request);
 
     /// Files for another try, by how many files were taken out before them and before those behind them.
     struct Tries {
@@ -73,5 +76,6 @@ private:
     UploadHistory& m_history;
     PathList m_paths;
     qsizetype m_taken = 0; ///< So many files were taken out.
+    bool m_mayHoldUnattended = false;
     std::deque<Tries> m_tries; ///< In the order of the queue.
 };

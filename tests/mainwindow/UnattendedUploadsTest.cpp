@@ -60,6 +60,60 @@ TEST_F(UnattendedUploadsTest, NobodyIsAskedAboutTheCertificateOfAnUploadAndTheWo
     EXPECT_EQ(requests.size(), 1);
 }
 
+TEST_F(UnattendedUploadsTest, FilesBehindOneThatWaitsForAnAnswerAboutTheCertificateFailAndOthersGoOnWaiting)
+{
+    uploadUnattended({ makeFile(u"before"_s) });
+    m_controller->uploadFiles({ makeFile(u"a"_s), makeFile(u"b"_s) });
+    uploadUnattended({ makeFile(u"c"_s), makeFile(u"d"_s) });
+    sendNext();
+    tick();
+    EXPECT_EQ(row(3).outcome, UploadOutcome::Kind::Waiting);
+
+    upload().isAwaitingTrust = true;
+    tick();
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Confirmed);
+    EXPECT_EQ(row(1).outcome, UploadOutcome::Kind::Sending);
+    EXPECT_EQ(m_controller->fileUploadQueue(), QStringList{ row(2).path });
+    for (const int number : { 3, 4 }) {
+        EXPECT_EQ(row(number).outcome, UploadOutcome::Kind::Failed);
+        EXPECT_EQ(row(number).status, u"the server’s certificate is not trusted"_s);
+        EXPECT_EQ(row(number).destination, row(1).destination);
+    }
+
+    uploadUnattended({ makeFile(u"e"_s) });
+    tick();
+    EXPECT_EQ(row(5).outcome, UploadOutcome::Kind::Failed);
+    EXPECT_EQ(shownSheets(), QStringList());
+
+    ASSERT_TRUE(TrustedCertificates::standard().trust(u"host"_s, 21, QByteArray(32, 'f')));
+    uploadUnattended({ makeFile(u"f"_s) });
+    tick();
+    EXPECT_EQ(row(6).outcome, UploadOutcome::Kind::Waiting); // The answer is known.
+    EXPECT_TRUE(QFile::remove(TrustedCertificates::standard().filePath()));
+    set(u"Address"_s, u"other"_s); // Which may well be trusted.
+    uploadUnattended({ makeFile(u"g"_s) });
+    tick();
+    EXPECT_EQ(row(6).outcome, UploadOutcome::Kind::Waiting);
+    EXPECT_EQ(row(7).outcome, UploadOutcome::Kind::Waiting);
+}
+
+TEST_F(UnattendedUploadsTest, SoDoThoseThatHaveWaitedForADestination)
+{
+    unset(u"Address"_s);
+    m_controller->uploadFiles({ makeFile(u"a"_s) });
+    uploadUnattended({ makeFile(u"b"_s) });
+    tick();
+    set(u"Address"_s, u"host"_s);
+    tick();
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Sending);
+    EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
+
+    upload().isAwaitingTrust = true;
+    tick();
+
+    EXPECT_EQ(row(1).outcome, UploadOutcome::Kind::Failed);
+}
+
 TEST_F(UnattendedUploadsTest, NoAlertIsRaised)
 {
     setDelayedAlertPresenter(nullptr); // Nothing counts as told.

@@ -52,6 +52,7 @@ public:
         m_record->calls.append(u"close"_s);
         m_loop.reset();
     }
+    bool isAwaitingTrust() const override { return m_record->isAwaitingTrust; }
     FTPStreamError error() const override { return m_record->error; }
     QString lastReply() const override { return m_record->reply; }
     std::optional<FTPSecurity> security() const override { return m_record->security; }

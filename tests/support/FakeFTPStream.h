@@ -27,6 +27,7 @@ struct FakeStreamScript {
     QHostAddress peerAddress;
     std::optional<qint64> resourceSize;
     QString shortfall;
+    bool isAwaitingTrust = false;
     /// The next answers of write(): -1 to fail, otherwise how many bytes it takes at most. Takes all when empty.
     std::deque<qint64> writeAnswers;
     /// What the next reads answer: bytes (at most as many as fit, the rest later), nothing to fail. At the end when

@@ -316,6 +316,19 @@ class HiddenAndEncrypted(Command):
         self.assertEqual(self.lines(trusted) + self.lines(alone), [("three.txt", CONFIRMED), ("four.txt", CONFIRMED)])
 
 
+    def test_hidden_files_fail_behind_one_that_waits_for_an_answer(self):
+        self.settings(Encryption="required")
+        program = self.start(self.file("one.txt"))
+        wait_for(lambda: (program.sheet() or [""])[0] == "Trust This Server?", "the question")
+
+        hidden = self.launch("--hidden", "--wait", self.file("two.txt"))
+
+        self.assertEqual(hidden.exit_code(), 1)
+        self.assertEqual(self.lines(hidden), [("two.txt", "Failed: the server’s certificate is not trusted")])
+        program.press("Trust")
+        self.wait_for_files("one.txt")
+
+
 class ThroughTheWindow(Command):
     def test_what_becomes_of_each_file_is_told_as_it_ends(self):
         self.settings()

@@ -58,6 +58,8 @@ public:
     qint64 write(std::span<const char> data);
     /// See FTPWriteStream::acknowledgedBytes().
     qint64 acknowledgedBytes() const;
+    /// See FTPStream::isAwaitingTrust().
+    bool isAwaitingTrust() const { return m_state == State::AwaitingTrust; }
     const FTPStreamError& error() const { return m_error; }
     std::optional<qint64> size() const { return m_try.size; }
     /// See FTPReadStream::shortfall().
