@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 #include <utility>
 
@@ -18,7 +19,10 @@ bool isWritten(int stream, QByteArrayView bytes)
 {
     while (!bytes.isEmpty()) {
         const ssize_t count = ::write(stream, bytes.data(), static_cast<size_t>(bytes.size()));
-        if (count < 0 && errno != EINTR) {
+        if (count < 0 && errno == EAGAIN) { // Somebody who has the same stream does not want to wait for its reader.
+            pollfd room{ .fd = stream, .events = POLLOUT, .revents = 0 };
+            ::poll(&room, 1, -1);
+        } else if (count < 0 && errno != EINTR) {
             return false;
         }
         bytes = bytes.sliced(std::max<qsizetype>(count, 0));

@@ -55,7 +55,7 @@ bool TaskThread::finish(std::chrono::milliseconds limit)
 {
     std::unique_lock lock(m_shared->mutex);
     if (!m_thread.joinable()) {
-        return true;
+        return m_shared->tasks.empty();
     }
     m_shared->isHurried = true;
     m_shared->changed.notify_all();

@@ -38,6 +38,7 @@ public:
         EXPECT_EQ(::pipe2(m_ends.data(), O_CLOEXEC), 0);
         EXPECT_EQ(::fcntl(m_ends[0], F_SETFL, O_NONBLOCK), 0);
         EXPECT_GT(::fcntl(m_ends[1], F_SETPIPE_SZ, 4096), 0);
+        EXPECT_EQ(::fcntl(m_ends[1], F_SETFL, O_NONBLOCK), 0); // Whoever has opened it may want that.
         ::dup2(m_ends[1], STDOUT_FILENO);
         ::close(m_ends[1]);
     }

@@ -3,6 +3,8 @@
 #include "EnvironmentValue.h"
 #include "Printers.h"
 
+#include <QProcess>
+
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -36,6 +38,21 @@ TEST(HiddenTurnTest, ItGoesWithItsOwner)
     first.reset();
 
     EXPECT_TRUE(HiddenTurn().take(u"Scans"_s));
+}
+
+TEST(HiddenTurnTest, NoProcessThatItsOwnerStartsKeepsIt)
+{
+    std::optional<HiddenTurn> first(std::in_place);
+    ASSERT_TRUE(first->take(u"Scans"_s));
+    QProcess other;
+    other.start(u"cat"_s, QStringList());
+    ASSERT_TRUE(other.waitForStarted());
+
+    first.reset();
+
+    EXPECT_TRUE(HiddenTurn().take(u"Scans"_s));
+    other.closeWriteChannel();
+    EXPECT_TRUE(other.waitForFinished());
 }
 
 TEST(HiddenTurnTest, EveryNameHasItsOwn)

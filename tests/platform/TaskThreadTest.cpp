@@ -1,5 +1,7 @@
 #include "TaskThread.h"
 
+#include "NoThreadLeft.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -56,6 +58,22 @@ TEST(TaskThreadTest, ATaskThatHangsIsNotWaitedForLongerThanIsSaid)
     EXPECT_FALSE(thread.finish(20ms));
     release.set_value();
     EXPECT_TRUE(thread.finish(60s));
+}
+
+TEST(TaskThreadTest, WithoutAThreadNoTaskIsDoneBeforeThereIsOne)
+{
+    TaskThread thread;
+    int done = 0;
+    {
+        const NoThreadLeft none;
+        thread.post([&done] { ++done; });
+        EXPECT_FALSE(thread.finish(60s));
+    }
+
+    thread.post([&done] { ++done; });
+
+    EXPECT_TRUE(thread.finish(60s));
+    EXPECT_EQ(done, 2);
 }
 
 TEST(TaskThreadTest, AllTasksAreDoneWhenItGoes)

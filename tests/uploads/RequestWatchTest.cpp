@@ -1,6 +1,7 @@
 #include "RequestWatch.h"
 
 #include "AutomaticTries.h"
+#include "Delays.h"
 #include "DestinationSettings.h"
 #include "FakeFTPStream.h"
 #include "NetworkManager.h"
@@ -136,6 +137,53 @@ TEST_F(RequestWatchTest, TheListingThatChecksIsWaitedFor)
     EXPECT_EQ(m_ended.size(), 2);
 }
 
+TEST_F(RequestWatchTest, AListingThatDoesNotComeIsWaitedForFiveSecondsAndThatOfOthersNotAtAll)
+{
+    queue({ u"/a"_s });
+    m_intake.take({ { u"/b"_s } });
+    confirm();
+    confirm();
+    passDelaysOf(m_watch); // The line is told.
+    EXPECT_EQ(delaysOf(m_watch), QList<int>{ 5000 });
+    m_history.listingStarts(destination.location);
+    m_history.listingFailed();
+    EXPECT_EQ(delaysOf(m_watch), QList<int>{ 5000 });
+
+    m_history.listingStarts(destination.location);
+    m_history.listed({ listed(u"a"_s, 5) });
+    m_history.listingFailed(); // Of the other file it says nothing.
+
+    EXPECT_EQ(delaysOf(m_watch), QList<int>{ 0 });
+    ASSERT_TRUE(isOver());
+    EXPECT_EQ(m_over, QList<bool>{ true });
+}
+
+TEST_F(RequestWatchTest, WithoutAListingTheServersWordCounts)
+{
+    queue({ u"/a"_s });
+    confirm();
+    passDelaysOf(m_watch);
+
+    passDelaysOf(m_watch);
+
+    ASSERT_TRUE(m_watch.isOver());
+    EXPECT_EQ(m_over, QList<bool>{ true });
+}
+
+TEST_F(RequestWatchTest, AListingBeforeTheLastFileEndsNothing)
+{
+    queue({ u"/a"_s, u"/b"_s });
+    confirm();
+    list({ listed(u"a"_s, 5) });
+    drainEventLoop();
+    EXPECT_FALSE(m_watch.isOver());
+
+    fail(Kind::NotFound);
+
+    ASSERT_TRUE(isOver());
+    EXPECT_EQ(m_over, QList<bool>{ false });
+}
+
 TEST_F(RequestWatchTest, AnotherSizeIsAFailureAndAMissingNameARemark)
 {
     queue({ u"/a"_s, u"/b"_s });
@@ -181,6 +229,25 @@ TEST_F(RequestWatchTest, AFileThatIsTriedAgainIsOverWithItsLastTry)
     EXPECT_EQ(m_ended.size(), 2);
 }
 
+TEST_F(RequestWatchTest, AFileThatWasNamedTwiceIsOverWithTheLastTryOfBoth)
+{
+    queue({ u"/a"_s, u"/a"_s });
+    m_history.filesAwaitTry({ 0, 1 }, true);
+    fail(Kind::ConnectionLost);
+    fail(Kind::ConnectionLost);
+    m_intake.take({ { u"/a"_s } }); // Somebody else's.
+    start();
+    m_history.fileEnded({ .kind = Kind::Stopped });
+
+    m_queue.appendAgain(m_history.takeToQueueAgain({ 0, 1 }), destination);
+    confirm();
+    fail(Kind::NotFound);
+
+    ASSERT_TRUE(isOver());
+    EXPECT_EQ(m_ended, (QList<FileEnd>{ { u"/a"_s, u"Confirmed by the server"_s }, { u"/a"_s, u"Not found"_s } }));
+    EXPECT_EQ(m_over, QList<bool>{ false });
+}
+
 TEST_F(RequestWatchTest, ATryThatIsGivenUpEndsTheFile)
 {
     queue({ u"/a"_s });
@@ -204,6 +271,29 @@ TEST_F(RequestWatchTest, WhenTheProgramEndsEveryFileIsToldAtOnce)
               (QList<FileEnd>{ { u"/a"_s, u"Not found"_s },
                                { u"/b"_s, u"Not confirmed: Quillbox ended"_s },
                                { u"/c"_s, u"Not confirmed: Quillbox ended"_s } }));
+    EXPECT_EQ(m_over, QList<bool>{ false });
+}
+
+TEST_F(RequestWatchTest, WhenTheProgramEndsAFileThatWaitsForAnotherTryKeepsItsWords)
+{
+    queue({ u"/a"_s });
+    m_history.filesAwaitTry({ 0 }, true);
+    fail(Kind::ConnectionLost, u"Stream open error"_s);
+
+    m_watch.programEnds();
+
+    EXPECT_EQ(m_ended, (QList<FileEnd>{ { u"/a"_s, u"Failed: Stream open error"_s } }));
+    EXPECT_EQ(m_over, QList<bool>{ false });
+}
+
+TEST_F(RequestWatchTest, WhenTheProgramEndsBeforeAllWasFoundNotAllHasArrived)
+{
+    m_queue.append({ u"/a"_s }, {}, m_request); // A piece of a walk.
+    confirm();
+
+    m_watch.programEnds();
+
+    EXPECT_FALSE(m_watch.haveAllJoined());
     EXPECT_EQ(m_over, QList<bool>{ false });
 }
 

@@ -182,6 +182,8 @@ class Hidden(Command):
         process.send_signal(signal.SIGTERM)
         process.communicate()
         self.assertEqual((streams, process.returncode), (["/dev/null"] * 3, 1))
+        self.server.read_at_most(0)
+        self.assertEqual(self.run_script(script, self.file("two")).returncode, 0)
 
     def test_nobody_who_does_not_read_holds_the_program_up(self):
         self.settings()
@@ -449,7 +451,11 @@ class WhereNobodyRuns(Command):
     def test_without_a_bus_or_a_display_the_window_cannot_be_asked(self):
         self.settings()
         self.file("one.txt")
-        for missing, word in (({"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}, "session bus"), ({"DISPLAY": None}, "display")):
+        for missing, word in (
+            ({"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}, "session bus"),
+            ({"DISPLAY": None}, "display"),
+            ({"DISPLAY": "/nonexistent"}, "could not be opened"),
+        ):
             command = self.launch("--wait", "one.txt", folder=self.folder, **missing)
             self.assertEqual(command.exit_code(), 1)
             self.assertEqual(self.lines(command), [("one.txt", "Not taken")])
