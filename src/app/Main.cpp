@@ -138,6 +138,13 @@ void show(const SettingsAlert& alert, char** argv)
     AlertDialog(alert.title, alert.text).exec();
 }
 
+/// Ends the process with @p status, or with 1 where what it has printed could not be written.
+[[noreturn]] void exitPrinted(int status)
+{
+    const bool isPrinted = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    std::exit(isPrinted ? status : 1);
+}
+
 /// What the command line asks for, read without a display; ends the process when nothing is left to do.
 CommandLine readCommandLine(int argc, char** argv, HiddenTurn& turn)
 {
@@ -147,7 +154,7 @@ CommandLine readCommandLine(int argc, char** argv, HiddenTurn& turn)
     int exitCode = 0;
     std::optional<CommandLine> commandLine = CommandLine::read(words, QStringLiteral(QUILLBOX_VERSION), exitCode);
     if (!commandLine) {
-        std::exit(exitCode);
+        exitPrinted(exitCode);
     }
     if (const std::optional<SettingsAlert> refusal = IconCommands::useSettings(*commandLine)) {
         if (hasDisplay() && commandLine->opensWindow()) {
@@ -160,7 +167,7 @@ CommandLine readCommandLine(int argc, char** argv, HiddenTurn& turn)
         const DropIcons icons(DropIcons::ourProgramPath(), DropIcons::Folders::standard());
         if (commandLine->listsIcons) {
             IconCommands::list(icons);
-            std::exit(0);
+            exitPrinted(0);
         }
         IconCommands::becomeIcon(icons, *commandLine);
         std::exit(1);

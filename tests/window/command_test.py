@@ -328,7 +328,8 @@ class HiddenAndEncrypted(Command):
         self.assertEqual(hidden.exit_code(), 1)
         self.assertEqual(self.lines(hidden), [("two.txt", "Failed: the server’s certificate is not trusted")])
         program.press("Trust")
-        self.wait_for_files("one.txt")
+        self.wait_for_status(program, "Upload succeeded")
+        self.assertEqual(os.listdir(self.server.path("")), ["one.txt"])
 
 
 class ThroughTheWindow(Command):

@@ -169,6 +169,14 @@ class Alone(Start):
         self.assertEqual(for_version.exit_code(), 0)
         self.assertRegex(for_version.output(), r"^Quillbox \d+\.\d+\.\d+\n$")
 
+    def test_what_cannot_be_printed_is_no_success(self):
+        folder = os.path.join(self.home["XDG_DATA_HOME"], "quillbox/copies")
+        os.makedirs(folder)
+        os.symlink(PROGRAM, os.path.join(folder, "Scans"))
+        for option in ("--help", "--version", "--list-icons"):
+            with open("/dev/full", "wb") as full:
+                self.assertEqual(subprocess.run([PROGRAM, option], env=self.home, stdout=full, check=False).returncode, 1)
+
     def test_files_named_like_options_of_the_toolkit_are_files(self):
         self.settings()
         names = ("-platform", "nowhere", "-style", "-stylesheet=x", "-qmljsdebugger=port:1", "-", "--", "--version")
