@@ -26,6 +26,7 @@
 #include "RequestedUploads.h"
 #include "SettingNames.h"
 #include "SettingsAlert.h"
+#include "StandardFolders.h"
 #include "StandardStreams.h"
 #include "TrustedCertificates.h"
 #include "UploadCommand.h"
@@ -230,6 +231,7 @@ void openLedger(ViewController& viewController)
 int main(int argc, char** argv)
 {
     openStandardStreams();
+    ignoreRelativeFolders();
     keepMemoryOutOfCoreDumps();
     QCoreApplication::setApplicationName(u"quillbox"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QUILLBOX_VERSION));

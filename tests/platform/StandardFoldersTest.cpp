@@ -29,4 +29,18 @@ TEST(StandardFoldersTest, StateIsKeptWhereTheEnvironmentSaysOrInTheUsualPlace)
     }
 }
 
+TEST(StandardFoldersTest, FoldersThatAreNamedByARelativePathCountForNothing)
+{
+    const EnvironmentValue config("XDG_CONFIG_HOME", "relative");
+    const EnvironmentValue data("XDG_DATA_HOME", "/absolute");
+
+    ignoreRelativeFolders();
+
+    EXPECT_TRUE(qEnvironmentVariableIsEmpty("XDG_CONFIG_HOME"));
+    EXPECT_EQ(qgetenv("XDG_DATA_HOME"), "/absolute");
+    qputenv("XDG_DATA_HOME", "./relative");
+    ignoreRelativeFolders();
+    EXPECT_TRUE(qEnvironmentVariableIsEmpty("XDG_DATA_HOME"));
+}
+
 } // namespace

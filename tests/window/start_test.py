@@ -353,6 +353,10 @@ class BesideAnother(Start):
         self.assertIn('There is no icon "scans/2024"', missing.output())
         self.assertIn(f"Not taken: {self.folder}/one.txt", missing.output())
 
+        # In the usual place, whatever folder it is started in.
+        relative = self.launch("--list-icons", folder=self.folder, XDG_DATA_HOME="data", XDG_CONFIG_HOME="config", **nothing)
+        self.assertEqual((relative.exit_code(), relative.output()), (0, listing.output()))
+
         self.start()
         first = self.launch("--icon", "Scans/2024", "one.txt", folder=self.folder)
         self.wait_for_files("Scans/2024/one.txt")
