@@ -3,6 +3,7 @@
 #include "DestinationSettings.h"
 #include "ProgramName.h"
 #include "SettingNames.h"
+#include "SettingsAlert.h"
 #include "UserDefaults.h"
 #include "WebLink.h"
 
@@ -82,6 +83,9 @@ TEST_F(IconSettingsTest, WhereNobodyCanTellAnIconHasAServerOfItsOwn)
     ASSERT_EQ(::unlink(folder.constData()), 0);
     EXPECT_FALSE(IconSettings::areOf(u"Work"_s));
     EXPECT_FALSE(IconSettings::areOf(QString(255, u'x'))) << "which is too long for the settings' file";
+    write(QFile::decodeName(folder), "");
+    EXPECT_FALSE(IconSettings::areOf(u"Work"_s)) << "as a file is in the folder's place";
+    EXPECT_TRUE(QFile::remove(QFile::decodeName(folder)));
 }
 
 TEST_F(IconSettingsTest, TheProductItselfHasNone)
@@ -199,6 +203,19 @@ TEST_F(IconSettingsTest, WhereASubFolderIconsFilesGoIsKnownToEveryIcon)
 
     EXPECT_EQ(DestinationSettings::destinationOfSubFolderIcon(u"Photos:2024"_s),
               u"ftp://main.example/main/Photos/2024/"_s);
+}
+
+TEST_F(IconSettingsTest, AlertsShowWhatActsUnseenInTheIconsName)
+{
+    const UserDefaults settings(u"/nowhere/a\u202Eb.json"_s, UserDefaults::Absence::IsBroken);
+    const QString& path = settings.filePath();
+
+    for (const SettingsAlert& alert :
+         { SettingsAlert::broken(settings), SettingsAlert::iconBroken(settings), SettingsAlert::foreign(path, path),
+           SettingsAlert::open(path, { .had = PrivateFile::Right::Read, .have = {} }) }) {
+        EXPECT_TRUE(alert.text.contains(u"“/nowhere/a⟨U+202E⟩b.json”"_s)) << alert.title.toStdString();
+        EXPECT_FALSE(alert.text.contains(u'\u202E')) << alert.title.toStdString();
+    }
 }
 
 TEST_F(IconSettingsTest, ThoseOfAllIconsAreFound)

@@ -124,7 +124,7 @@ void PreferencesController::doneButton()
     if (const UserDefaults* const unstored = store(); unstored != nullptr) {
         SheetQueue::of(*m_view).raise(
             { .title = u"Settings Not Saved"_s,
-              .text = u"The settings could not be written to “%1”."_s.arg(unstored->filePath()) });
+              .text = u"The settings could not be written to “%1”."_s.arg(visibleText(unstored->filePath())) });
         return;
     }
     m_view->accept();
