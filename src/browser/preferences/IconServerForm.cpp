@@ -41,8 +41,3 @@ QString IconServerForm::destination() const
 {
     return m_server->destination();
 }
-
-void IconServerForm::clearTest()
-{
-    m_server->clearTest();
-}

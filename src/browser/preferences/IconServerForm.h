@@ -11,8 +11,8 @@ class ServerExtras;
 class ServerForm;
 class UserDefaults;
 
-/// All that is edited of the server of a drop icon's own. Whoever shows the form fills it, stores its changes, and ends
-/// its test when it closes. Belongs to the main thread.
+/// All that is edited of the server of a drop icon's own. Whoever shows the form fills it and stores its changes; its
+/// test ends with it. Belongs to the main thread.
 class IconServerForm final : public QWidget {
     Q_OBJECT
 
@@ -26,7 +26,6 @@ public:
     QHash<QString, QJsonValue> changes(const UserDefaults& settings) const;
     /// Where files would go with what it holds; null: nowhere.
     QString destination() const;
-    void clearTest();
 
     /// For the width of the fields, and room for what it may come to say: see there. And its signals.
     ServerForm& server() { return *m_server; }
