@@ -48,6 +48,7 @@ namespace DesktopEntry {
 QString value(QString text)
 {
     text.replace(u'\\', u"\\\\"_s);
+    text.replace(u'\n', u"\\n"_s);
     if (text.startsWith(u' ')) {
         text.replace(0, 1, u"\\s"_s);
     }

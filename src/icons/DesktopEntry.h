@@ -10,7 +10,7 @@ namespace DesktopEntry {
 
 constexpr QLatin1String suffix(".desktop");
 
-/// @p text as the value of a key. Some readers drop blanks at either end of a value.
+/// @p text as the value of a key, in one line. Some readers drop blanks at either end of a value.
 QString value(QString text);
 
 /// The command line that starts a program with those words, the first of which is its path, and behind them the files

@@ -237,8 +237,7 @@ void DropIcons::makeMissingEntries() const
             const bool isOfFileManager = folder == m_folders.sendTo || folder == m_folders.serviceMenus;
             const bool isOurs = DesktopEntry::isOurs(part.path, IconName::fileName(icon.name));
             FileChanges changes;
-            if (isOfFileManager && contentOf(part.path) != part.content
-                && changes.write(part.path, part.content, part.permissions, isOurs)) {
+            if (isOfFileManager && changes.write(part.path, part.content, part.permissions, isOurs)) {
                 changes.keep();
             }
         }

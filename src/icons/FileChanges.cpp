@@ -58,11 +58,15 @@ bool FileChanges::write(const QString& path, const QByteArray& content, QFile::P
     // What is private is replaced where a link leads.
     const bool isPrivate = permissions == ownersAlone && replaces;
     const QString target = isPrivate ? PrivateFile::behindLinks(path) : path;
+    std::optional<State> before = stateOf(target);
+    if (replaces && before && before->content == content && before->permissions == permissions) {
+        return true;
+    }
     if (isPrivate && isTaken(target)) {
-        const std::optional<State> before = stateOf(target);
         if (!before || !PrivateFile::replace(target, content)) {
             return false;
         }
+        before->permissions = ownersAlone; // It is brought back in the same way, and to nobody else.
         m_before.append(*before);
         return true;
     }

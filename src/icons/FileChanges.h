@@ -19,7 +19,8 @@ public:
     ~FileChanges();
 
     /// Writes the file at @p path, whose folder is made where it is missing. What was there goes, if @p replaces says
-    /// so; otherwise nothing is written where anything is.
+    /// so; otherwise nothing is written where anything is. What is so already is not touched: desktops take a file that
+    /// goes and comes for another one.
     bool write(const QString& path, const QByteArray& content, QFile::Permissions permissions, bool replaces);
     /// Makes a link to @p target at @p path, in the same way.
     bool link(const QString& path, const QString& target, bool replaces);

@@ -8,6 +8,7 @@
 #include "TemporaryHome.h"
 #include "WaitFor.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -316,6 +317,19 @@ TEST_F(DropIconsTest, EveryLauncherIsValidAndStartsTheProgramUnderTheIconsName)
     EXPECT_EQ(startedBy(launchers), expected);
 }
 
+TEST_F(DropIconsTest, OfALinkThatWasMadeByHandNothingIsLeftEitherWhateverItsName)
+{
+    const QString name = u"two\nlines"_s;
+    ASSERT_TRUE(QDir().mkpath(path(u"quillbox/copies"_s)));
+    ASSERT_TRUE(QFile::link(path(u"program"_s), path(u"quillbox/copies/"_s) + name));
+
+    m_icons.makeMissingEntries();
+
+    EXPECT_EQ(startedBy({ sendToPath(name) }), QByteArrayList{ "two\nlines\n/a b%\n" });
+    EXPECT_TRUE(remove(m_icons, name));
+    EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
 TEST_F(DropIconsTest, IconsAreListedByTheNamesThatWereGiven)
 {
     for (const QString& name : strangeNames) {
@@ -595,6 +609,27 @@ TEST_F(DropIconsTest, AServerIsChangedInPlace)
     EXPECT_EQ(files(u"quillbox/icons"_s), QStringList{ u"a"_s });
 }
 
+TEST_F(DropIconsTest, AChangeOfTheServerLeavesTheLaunchersAsTheyAre)
+{
+    DropIcons::Wish wish = withServer(u"a"_s);
+    wish.onDesktop = true;
+    ASSERT_EQ(m_icons.make(wish), Outcome::Made);
+    const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1'000'000'000);
+    const QStringList entries{ launcherPath(u"a"_s), sendToPath(u"a"_s), serviceMenuPath(u"a"_s),
+                               path(u"Desktop/a.desktop"_s) };
+    for (const QString& entry : entries) {
+        QFile file(entry);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.setFileTime(longAgo, QFile::FileModificationTime));
+    }
+    wish.server->insert(u"Address"_s, u"third"_s);
+
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, wish), Outcome::Made);
+
+    for (const QString& entry : entries) {
+        EXPECT_EQ(QFileInfo(entry).lastModified(), longAgo) << entry.toStdString();
+    }
+}
+
 TEST_F(DropIconsTest, SettingsThatWereLeftBehindGiveNoIconAServer)
 {
     write(settingsPath(u"a"_s), "{\"Address\": \"old\"}");
@@ -644,6 +679,27 @@ TEST_F(DropIconsTest, DamagedSettingsAreKeptBesideTheNewOnes)
         EXPECT_TRUE(remove(m_icons, name));
     }
     EXPECT_EQ(everything().keys(), QStringList{ path(u"program"_s) });
+}
+
+TEST_F(DropIconsTest, WhatWasKeptOfDamagedSettingsMovesWithAnIconAndWhatAKilledStoreHasLeftGoes)
+{
+    ASSERT_EQ(m_icons.make(withServer(u"a"_s)), Outcome::Made);
+    write(settingsPath(u"a"_s) + u".bak"_s, "kept");
+    const auto unfinished = [](const QString& name) {
+        const QFileInfo settings(settingsPath(name));
+        return settings.path() + u"/."_s + settings.fileName() + u".unfinished-abcdef"_s;
+    };
+    write(unfinished(u"a"_s), "{}");
+
+    EXPECT_EQ(changeOf(m_icons, u"a"_s, { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
+
+    EXPECT_EQ(read(settingsPath(u"b"_s) + u".bak"_s), "kept");
+    EXPECT_FALSE(QFile::exists(settingsPath(u"a"_s) + u".bak"_s));
+    EXPECT_FALSE(QFile::exists(unfinished(u"a"_s)));
+    write(unfinished(u"b"_s), "{}");
+    EXPECT_TRUE(remove(m_icons, u"b"_s));
+    EXPECT_FALSE(QFile::exists(settingsPath(u"b"_s) + u".bak"_s));
+    EXPECT_FALSE(QFile::exists(unfinished(u"b"_s)));
 }
 
 TEST_F(DropIconsTest, SettingsThatCannotBeReadAreNotLostByARename)

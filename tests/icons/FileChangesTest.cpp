@@ -2,6 +2,7 @@
 
 #include "Descriptor.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -117,6 +118,34 @@ TEST_F(FileChangesTest, WhatCannotBeReadIsRemovedButNotReplaced)
     EXPECT_TRUE(FileChanges::isTaken(path(u"pipe"_s)));
     EXPECT_TRUE(changes.remove(path(u"pipe"_s)));
     EXPECT_FALSE(FileChanges::isTaken(path(u"pipe"_s)));
+}
+
+TEST_F(FileChangesTest, WhatWasNotTheOwnersAloneBeforeIsUndoneToo)
+{
+    put(u"private"_s, "login", FileChanges::ownersAlone | QFile::ReadOther);
+    {
+        FileChanges changes;
+        ASSERT_TRUE(changes.write(path(u"private"_s), "another", FileChanges::ownersAlone, true));
+    }
+    EXPECT_EQ(seen(u"private"_s), (Seen{ "login", 0600 }));
+}
+
+TEST_F(FileChangesTest, WhatIsSoAlreadyStaysTheSameFile)
+{
+    put(u"launcher"_s, "same", readable);
+    const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1'000'000'000);
+    QFile file(path(u"launcher"_s));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.setFileTime(longAgo, QFile::FileModificationTime));
+    const auto isTheSame = [&] { return QFileInfo(path(u"launcher"_s)).lastModified() == longAgo; };
+    FileChanges changes;
+
+    EXPECT_TRUE(changes.write(path(u"launcher"_s), "same", readable, true));
+    EXPECT_FALSE(changes.write(path(u"launcher"_s), "same", readable, false));
+    EXPECT_TRUE(isTheSame());
+
+    EXPECT_TRUE(changes.write(path(u"launcher"_s), "same", FileChanges::ownersAlone | QFile::ExeOwner, true));
+    EXPECT_EQ(seen(u"launcher"_s), (Seen{ "same", 0700 }));
+    EXPECT_FALSE(isTheSame());
 }
 
 } // namespace
