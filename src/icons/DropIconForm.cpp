@@ -125,7 +125,13 @@ void DropIconForm::connectFields()
     });
     connect(&m_server->server(), &ServerForm::destinationShown, this, &DropIconForm::explain);
     connect(m_ui->colourBox, &QComboBox::currentIndexChanged, this, &DropIconForm::showPicture);
-    connect(m_ui->lettersTextField, &QLineEdit::textChanged, this, &DropIconForm::showPicture);
+    connect(m_ui->lettersTextField, &QLineEdit::textChanged, this, [this](const QString& text) {
+        if (const QString letters = firstLetters(text); letters != text) {
+            m_ui->lettersTextField->setText(letters); // Which comes back here.
+        } else {
+            showPicture();
+        }
+    });
     connect(m_ui->cancelIconButton, &QPushButton::clicked, this, &QDialog::reject);
     connect(m_ui->saveIconButton, &QPushButton::clicked, this, &QDialog::accept);
 }

@@ -7,6 +7,7 @@
 #include <QFontMetricsF>
 #include <QIcon>
 #include <QPainter>
+#include <QTextBoundaryFinder>
 
 #include <algorithm>
 #include <cmath>
@@ -15,6 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int mostLetters = 2;
 constexpr int smallEdge = 24; ///< Up to here the patch takes more of the picture, as there is less to read.
 const QString patchWithoutColour = u"#3f3f44"_s;
 
@@ -39,6 +41,16 @@ QFont fontFor(const QString& letters, const QRectF& patch)
 }
 
 } // namespace
+
+QString firstLetters(const QString& text)
+{
+    QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, text);
+    qsizetype end = 0;
+    for (int letter = 0; letter < mostLetters; ++letter) {
+        end = std::max(end, letters.toNextBoundary());
+    }
+    return text.left(end);
+}
 
 QImage drawn(const IconPicture& picture, int edge)
 {

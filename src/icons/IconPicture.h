@@ -13,5 +13,8 @@ struct IconPicture {
     bool operator==(const IconPicture&) const = default;
 };
 
+/// The first two letters of @p text. A letter and its accents are one, as is what makes one emoji.
+QString firstLetters(const QString& text);
+
 /// The picture in a size of @p edge pixels. Needs the application object.
 QImage drawn(const IconPicture& picture, int edge);

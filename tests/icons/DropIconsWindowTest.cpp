@@ -323,6 +323,28 @@ TEST_F(DropIconsWindowTest, AnIconIsMadeWithAPictureOnTheDesktop)
     EXPECT_EQ(part<QLineEdit>("lettersTextField").text(), u"Sc"_s);
 }
 
+TEST_F(DropIconsWindowTest, APictureHasTwoLettersWithTheirAccentsAndNoneIsCut)
+{
+    open();
+    beginNew(u"Scans"_s);
+    auto& letters = part<QLineEdit>("lettersTextField");
+    checkRows<QString(QString)>(
+        {
+            { u"abc"_s, u"ab"_s },
+            { u"e\u0301o\u0308x"_s, u"e\u0301o\u0308"_s },
+            { u"\U0001F469\u200d\U0001F680x"_s, u"\U0001F469\u200d\U0001F680x"_s },
+            { u"a\U0001F600b"_s, u"a\U0001F600"_s },
+        },
+        [&letters](const QString& typed) {
+            letters.clear();
+            letters.insert(typed);
+            return letters.text();
+        });
+    saveForm();
+
+    EXPECT_EQ(icons().icons().constFirst().picture.letters, u"a\U0001F600"_s);
+}
+
 TEST_F(DropIconsWindowTest, WithoutADesktopThereIsNoCheckBox)
 {
     open(icons(QString()));
