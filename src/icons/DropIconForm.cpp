@@ -209,7 +209,9 @@ void DropIconForm::explain()
     const bool canBeMade = IconName::canBeMade(IconName::judge(name, sort()));
     m_ui->serverArea->setVisible(hasOwnServer);
     m_ui->destinationLabel->setVisible(!hasOwnServer); // The server's form says that itself.
-    m_ui->destinationLabel->setText(canBeMade ? IconText::destination(destinationOf({ .name = name })) : QString());
+    m_ui->destinationLabel->setText(
+        canBeMade ? IconText::destination(destinationOf({ .name = name }), UserDefaults::standard().isReadable())
+                  : QString());
     const bool losesServer = m_icon && m_icon->sort == IconSort::OwnServer && !hasOwnServer && canBeMade;
     m_ui->explanationLabel->setText(IconText::explanation(name, sort())
                                     + (losesServer ? u' ' + IconText::settingsLost(*m_icon) : QString()));

@@ -57,8 +57,8 @@ public:
         NameNotPossible,
         AlreadyThere, ///< An icon of that name, or a file that is not ours where something of it would be; nothing has
                       ///< changed.
-        NotWritable, ///< A file could not be made, changed or removed; all is as it was.
-        Gone, ///< There is no icon of that name, or no longer.
+        NotWritable, ///< A file could not be read, made, changed or removed; all is as it was.
+        Gone, ///< There is no icon of that name and sort, or no longer.
     };
 
     /// Icons of the program at @p programPath, absolute and not itself a link.

@@ -8,6 +8,7 @@
 #include "PlainToolTip.h"
 #include "ScreenRoom.h"
 #include "SheetQueue.h"
+#include "URLText.h"
 #include "VisibleText.h"
 #include "WholeButtons.h"
 #include "ui_DropIconsWindow.h"
@@ -191,8 +192,8 @@ void DropIconsWindow::reload()
     const int edge = static_cast<int>(std::lround(m_ui->iconsTable->iconSize().width() * ratio));
     for (const auto& [icon, destination, why] : m_listed) {
         QList<QStandardItem*> items; // The model takes them over.
-        for (const QString& text :
-             { icon.name, destination.isNull() ? u"Nowhere: %1"_s.arg(why) : destination, QString() }) {
+        const QString whereto = destination.isNull() ? u"Nowhere: %1"_s.arg(why) : URLText::readable(destination);
+        for (const QString& text : { icon.name, whereto, QString() }) {
             items.append(new QStandardItem(visibleText(text)));
             items.last()->setToolTip(plainToolTip(items.last()->text()));
         }

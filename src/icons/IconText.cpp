@@ -1,6 +1,7 @@
 #include "IconText.h"
 
 #include "IconName.h"
+#include "URLText.h"
 #include "VisibleText.h"
 
 #include <algorithm>
@@ -69,16 +70,19 @@ QString settingsLost(const DropIcons::Icon& icon)
                                   : u"The icon’s own settings, with the login, are removed."_s;
 }
 
-QString destination(const QString& destination)
+QString destination(const QString& destination, bool areSettingsReadable)
 {
-    return destination.isNull() ? u"No server yet: enter one in Quillbox’s own preferences"_s
-                                : u"Files go to %1"_s.arg(destination);
+    if (!destination.isNull()) {
+        return u"Files go to %1"_s.arg(URLText::readable(destination));
+    }
+    return areSettingsReadable ? u"No server yet: enter one in Quillbox’s own preferences"_s
+                               : u"Files go nowhere: the main settings cannot be read"_s;
 }
 
 QString made(bool onDesktop)
 {
-    return onDesktop ? u"It is on the desktop, in the applications menu and in those of file managers."_s
-                     : u"It is in the applications menu and in those of file managers."_s;
+    return onDesktop ? u"It is on the desktop, in the applications menu and in those of Thunar and Dolphin."_s
+                     : u"It is in the applications menu and in those of Thunar and Dolphin."_s;
 }
 
 QString failure(DropIcons::Outcome outcome, bool isListed)
@@ -93,9 +97,9 @@ QString failure(DropIcons::Outcome outcome, bool isListed)
         return isListed ? u"There is an icon of that name already."_s
                         : u"Another file is where one of the icon’s files would be. Nothing has been changed."_s;
     case NotWritable:
-        return u"The icon’s files could not be written. Nothing has been changed."_s;
+        return u"The icon’s files could not be read or written. Nothing has been changed."_s;
     case Gone:
-        return u"Somebody else has removed the icon or given it another name meanwhile."_s;
+        return u"Somebody else has removed the icon, renamed it, or changed whether it has a server of its own."_s;
     }
     Q_UNREACHABLE();
 }
@@ -105,8 +109,7 @@ QString running(const QString& name, std::optional<bool> isRunning)
     QString text;
     if (!isRunning) {
         text = u"Without a session bus nobody knows whether “%1” is running. Close its window before you change its "
-               u"name "
-               "or picture, or whether it has a server of its own."_s;
+               "name or picture, or whether it has a server of its own."_s;
     } else if (*isRunning) {
         text = u"“%1” is running: its name, and whether it has a server of its own, can be changed when its window is "
                "closed. Another picture shows there when it is started again."_s;

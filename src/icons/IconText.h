@@ -15,8 +15,9 @@ QString explanation(const QString& name, IconSort sort);
 /// What becomes of the settings of @p icon, which is to have a server of its own no longer.
 QString settingsLost(const DropIcons::Icon& icon);
 
-/// Where the files of one without a server of its own go; a null @p destination: nowhere.
-QString destination(const QString& destination);
+/// Where the files of one without a server of its own go; a null @p destination: nowhere, as the main settings name no
+/// server, or cannot be read.
+QString destination(const QString& destination, bool areSettingsReadable);
 
 /// Where it is to be found.
 QString made(bool onDesktop);

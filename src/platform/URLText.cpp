@@ -1,6 +1,7 @@
 #include "URLText.h"
 
 #include "PathText.h"
+#include "VisibleText.h"
 
 #include <algorithm>
 #include <tuple>
@@ -132,4 +133,12 @@ QString URLText::lastPathComponent(const QString& url)
     // Escapes are resolved last: an escaped "/" separates nothing.
     const QString component = PathText::lastPathComponent(url.mid(path.start, path.end - path.start));
     return QString::fromUtf8(QByteArray::fromPercentEncoding(component.toUtf8()));
+}
+
+QString URLText::readable(const QString& url)
+{
+    const QByteArray bytes = QByteArray::fromPercentEncoding(url.toUtf8());
+    QString text = QString::fromUtf8(bytes);
+    const bool isSafe = bytes.isValidUtf8() && text.count(u'/') == url.count(u'/') && wholeVisibleText(text) == text;
+    return isSafe ? text : url;
 }

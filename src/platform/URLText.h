@@ -31,4 +31,8 @@ bool hasReadableAuthority(const QString& url);
 /// the component of the path "/" is "/". Empty when there is no path, null for null.
 QString lastPathComponent(const QString& url);
 
+/// @p url for people to read: its escapes resolved, unless one stands for a "/", for no UTF-8, or for what would act
+/// unseen (VisibleText); then as it stands.
+QString readable(const QString& url);
+
 } // namespace URLText

@@ -13,6 +13,7 @@
 #include "ProgramName.h"
 #include "Sheets.h"
 #include "StandardFolders.h"
+#include "URLText.h"
 #include "UserDefaults.h"
 #include "WaitFor.h"
 
@@ -538,7 +539,8 @@ TEST_F(AppDelegateTest, TheMenuOpensOneWindowForDropIconsWhichSaysWhereTheyUploa
         setProgramFileName(IconName::fileName(plain));
         name->setText(plain);
         EXPECT_EQ(destination->text(),
-                  u"Files go to "_s + DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder());
+                  u"Files go to "_s
+                      + URLText::readable(DestinationSettings::createFullDestinationPathFromAppNameAndFTPFolder()));
     }
     name->setText(u"Quillbox 2"_s);
     EXPECT_EQ(destination->text(), u"Files go to ftp://host/in/"_s);

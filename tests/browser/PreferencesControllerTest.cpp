@@ -601,6 +601,8 @@ TEST_F(PreferencesControllerTest, ThePanelSaysWhereFilesGoAndOtherwiseWhyNowhere
     type(m_preferences.addressTextField(), u"host"_s);
     type(m_preferences.folderTextField(), u"<b>"_s);
     EXPECT_EQ(destination.text(), u"Files go to ftp://host/<b>"_s);
+    type(m_preferences.folderTextField(), u"in%20box"_s); // As escaped as the location of “in box” is.
+    EXPECT_EQ(destination.text(), u"Files go to ftp://host/in box"_s);
     EXPECT_EQ(advice.text(), u"Its name or IP address, and “:” with a port other than 21."_s);
     EXPECT_EQ(destination.textFormat(), Qt::PlainText);
     EXPECT_EQ(advice.textFormat(), Qt::PlainText);

@@ -148,6 +148,15 @@ protected:
         press("editIconButton");
         EXPECT_TRUE(waitFor([this] { return form() != nullptr && form()->isActiveWindow(); }));
     }
+    /// Likewise of one whose settings are damaged, which is said at once.
+    void beginEditOfDamaged(const QString& alert)
+    {
+        table().selectRow(0);
+        press("editIconButton");
+        ASSERT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
+        EXPECT_TRUE(shownSheets().constFirst().contains(alert)) << shownSheets().constFirst().toStdString();
+        answerSheet(u"OK"_s);
+    }
     void saveForm()
     {
         save().click();
@@ -197,6 +206,21 @@ TEST_F(DropIconsWindowTest, EachIconIsListedWithItsDestinationAndItsLastUpload)
     EXPECT_EQ(table().emptyText(), QString());
 }
 
+TEST_F(DropIconsWindowTest, DestinationsAreShownAsPeopleReadThemUnlessThatWouldHideSomething)
+{
+    for (const QString& name : { u"Été 100%"_s, u"a\u202Eb"_s }) {
+        ASSERT_EQ(icons().make({ .name = name }), DropIcons::Outcome::Made);
+    }
+    const QDateTime moment = QDateTime::currentDateTime();
+    m_lastUploads = Times{ { { u"Été 100%"_s, u"ftp://host/%C3%89t%C3%A9%20100%25/"_s }, moment.toMSecsSinceEpoch() } };
+
+    open();
+
+    EXPECT_EQ(rows(),
+              (QStringList{ u"a⟨U+202E⟩b|ftp://host/a%E2%80%AEb/|None known"_s,
+                            u"Été 100%|ftp://host/Été 100%/|"_s + shortDateShortTimeText(moment) }));
+}
+
 TEST_F(DropIconsWindowTest, TheFormOfSettingsThatCannotBeReadSaysSoAndKeepsThePasswordEncrypted)
 {
     ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
@@ -206,10 +230,7 @@ TEST_F(DropIconsWindowTest, TheFormOfSettingsThatCannotBeReadSaysSoAndKeepsThePa
     settings.close();
     open();
 
-    beginEdit(0);
-    EXPECT_TRUE(waitFor([] { return !shownSheets().isEmpty(); }));
-    EXPECT_TRUE(shownSheets().constFirst().contains(u"Settings Not Readable"_s));
-    answerSheet(u"OK"_s);
+    beginEditOfDamaged(u"Settings Not Readable"_s);
     EXPECT_TRUE(part<QRadioButton>("requiredEncryptionButton").isChecked());
     part<QLineEdit>("addressTextField").setText(u"another"_s);
     saveForm();
@@ -239,6 +260,7 @@ TEST_F(DropIconsWindowTest, WhatANameLeadsToIsSaidWhileItIsTyped)
         {
             { u"Scans"_s, u"Files go to ftp://host/Scans/"_s, true },
             { u"A/B"_s, u"Files go to ftp://host/A/B/"_s, true },
+            { u"Été 100%"_s, u"Files go to ftp://host/Été 100%/"_s, true },
             { u"Quillbox 2"_s, u"Files go to ftp://host/"_s, true },
             { u"Quillbox"_s, QString(), false },
             { u"a/"_s, QString(), false },
@@ -262,6 +284,18 @@ TEST_F(DropIconsWindowTest, WithoutAServerItSaysWhereToEnterOne)
 
     EXPECT_EQ(destination(), u"No server yet: enter one in Quillbox’s own preferences"_s);
     EXPECT_TRUE(save().isEnabled());
+}
+
+TEST_F(DropIconsWindowTest, WhereTheMainSettingsCannotBeReadTheFormSaysSo)
+{
+    const QString settings = UserDefaults::standard().filePath();
+    write(settings);
+    open();
+
+    beginNew(u"Scans"_s);
+
+    EXPECT_EQ(destination(), u"Files go nowhere: the main settings cannot be read"_s);
+    EXPECT_TRUE(QFile::remove(settings));
 }
 
 TEST_F(DropIconsWindowTest, ReturnMakesTheIconAndTheListSelectsIt)
@@ -395,6 +429,20 @@ TEST_F(DropIconsWindowTest, AnIconIsRenamedAndItsServerChanged)
     EXPECT_FALSE(QFile::exists(IconSettings::filePath(u"b"_s)));
 }
 
+TEST_F(DropIconsWindowTest, AnIconWhoseSettingsAreGoneCanBeRenamedAndHasNoneThen)
+{
+    ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
+    ASSERT_TRUE(QFile::remove(IconSettings::filePath(u"a"_s)));
+    open();
+
+    beginEditOfDamaged(u"Settings Missing"_s);
+    name().setText(u"b"_s);
+    saveForm();
+
+    EXPECT_EQ(rows(), QStringList{ u"b|Nowhere: its settings are gone|None known"_s });
+    EXPECT_FALSE(QFile::exists(IconSettings::filePath(u"b"_s)));
+}
+
 TEST_F(DropIconsWindowTest, TabGoesThroughTheFieldsOfTheServerBehindItsChoice)
 {
     ASSERT_EQ(icons().make(withServer(u"a"_s)), DropIcons::Outcome::Made);
@@ -441,6 +489,7 @@ TEST_F(DropIconsWindowTest, NameAndSortOfAnIconThatRunsStayAndItsServerMayChange
 
     EXPECT_FALSE(name().isEnabled());
     EXPECT_FALSE(part<QRadioButton>("subFolderButton").isEnabled());
+    EXPECT_FALSE(part<QRadioButton>("ownServerButton").isEnabled());
     EXPECT_EQ(failure(), IconText::running(u"a"_s, true));
     part<QLineEdit>("folderTextField").setText(u"out"_s);
     saveForm();

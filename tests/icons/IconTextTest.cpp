@@ -57,6 +57,13 @@ TEST(IconTextTest, OfAServerOfItsOwnANameSaysNothing)
         [](const QString& name) { return IconText::explanation(name, IconSort::OwnServer); });
 }
 
+TEST(IconTextTest, WhereAnIconIsToBeFoundIsSaid)
+{
+    EXPECT_EQ(IconText::made(false), u"It is in the applications menu and in those of Thunar and Dolphin."_s);
+    EXPECT_EQ(IconText::made(true),
+              u"It is on the desktop, in the applications menu and in those of Thunar and Dolphin."_s);
+}
+
 TEST(IconTextTest, EveryFailureIsTold)
 {
     EXPECT_EQ(IconText::failure(Outcome::Made, true), QString());
@@ -65,9 +72,9 @@ TEST(IconTextTest, EveryFailureIsTold)
     EXPECT_EQ(IconText::failure(Outcome::AlreadyThere, false),
               u"Another file is where one of the icon’s files would be. Nothing has been changed."_s);
     EXPECT_EQ(IconText::failure(Outcome::NotWritable, false),
-              u"The icon’s files could not be written. Nothing has been changed."_s);
+              u"The icon’s files could not be read or written. Nothing has been changed."_s);
     EXPECT_EQ(IconText::failure(Outcome::Gone, false),
-              u"Somebody else has removed the icon or given it another name meanwhile."_s);
+              u"Somebody else has removed the icon, renamed it, or changed whether it has a server of its own."_s);
 }
 
 TEST(IconTextTest, TheQuestionBeforeARemovalSaysWhatGoesAndWhatGoesOn)

@@ -109,4 +109,21 @@ TEST(URLTextTest, BytesThatAreNoUTF8AreEscapedOneByOne)
     EXPECT_TRUE(URLText::appendingPathComponent(u"ftp://host"_s, QByteArray()).isNull());
 }
 
+TEST(URLTextTest, PeopleReadWhatEscapesStandForUnlessThatWouldHideSomething)
+{
+    checkRows<QString(QString)>(
+        {
+            { QString(), QString() },
+            { u"ftp://h:21/a%20b/%C3%89t%C3%A9/"_s, u"ftp://h:21/a b/Été/"_s },
+            { u"ftp://h/100%25%3F%23/"_s, u"ftp://h/100%?#/"_s },
+            { u"ftp://h/a%2520b/"_s, u"ftp://h/a%20b/"_s },
+            { u"ftp://h/%F0%9F%98%80%E2%80%8D/"_s, u"ftp://h/\U0001F600\u200d/"_s },
+            { "no UTF-8", u"ftp://h/a%20%E9/"_s, u"ftp://h/a%20%E9/"_s },
+            { "a control character", u"ftp://h/a%20%0A/"_s, u"ftp://h/a%20%0A/"_s },
+            { "turns the direction of writing", u"ftp://h/a%20%E2%80%AE/"_s, u"ftp://h/a%20%E2%80%AE/"_s },
+            { "would look like two folders", u"ftp://h/a%20%2Fb/"_s, u"ftp://h/a%20%2Fb/"_s },
+        },
+        URLText::readable);
+}
+
 } // namespace

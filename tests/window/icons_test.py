@@ -114,7 +114,8 @@ class Icons:
     def make_icon(self, program, name, on_desktop=False):
         self.open_form(program)
         self.paste(program, name)
-        self.assertEqual(program.text("Destination of the icon"), f"Files go to {self.destination(name)}")
+        readable = urllib.parse.unquote(self.destination(name))
+        self.assertEqual(program.text("Destination of the icon"), f"Files go to {readable}")
         if on_desktop:
             program.press("Also on the desktop")
         self.desktop.key("Return")

@@ -50,7 +50,7 @@ class Preferences(WindowTest):
         self.desktop.key("Tab")  # Past the button that shows the password.
         self.desktop.xdotool("type", "--delay", 15, "in box ")
         wait_for(lambda: program.text("Folder") == "in box ", "the folder to be typed")
-        self.assertEqual(program.text("Destination"), f"Files go to ftp://{values[0]}/in%20box%20/")
+        self.assertEqual(program.text("Destination"), f"Files go to ftp://{values[0]}/in box /")
         self.assertIsNone(self.stored())
         self.assertEqual(self.server.logins, [])
         os.mkdir(self.server.path("in box "))

@@ -6,6 +6,7 @@
 #include "EncryptionSetting.h"
 #include "FocusKeeping.h"
 #include "SettingNames.h"
+#include "URLText.h"
 #include "UserDefaults.h"
 #include "ui_ServerForm.h"
 
@@ -133,7 +134,8 @@ void ServerForm::showDestination()
 {
     const QString location = destination();
     const bool isNowhere = location.isNull();
-    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s : u"Files go to %1"_s.arg(location));
+    m_ui->destinationLabel->setText(isNowhere ? u"No destination"_s
+                                              : u"Files go to %1"_s.arg(URLText::readable(location)));
     m_ui->adviceLabel->setText(isNowhere ? addressAdvice(m_fields.address->text())
                                          : u"Its name or IP address, and “:” with a port other than 21."_s);
     setVisibleKeepingFocus(*m_ui->useEncryptionButton, !addressWithoutFtps(m_fields.address->text()).isNull(),
