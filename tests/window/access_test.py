@@ -1,7 +1,6 @@
 """From the first start of all to an upload, a download, a copied link and a deletion: without a mouse, and without eyes."""
 
 import os
-import subprocess
 import unittest
 
 from desktop import wait_for
@@ -11,35 +10,11 @@ from window_test import WindowTest
 LINK = "https://www.example.com/files/note%20one.txt"
 
 
-class AccessTest(WindowTest):
-    def go_to(self, program, name):
-        """Brings the keyboard to a control of the window that has it."""
-
-        def is_there():
-            if program.find(name) and program.has_focus(name):
-                return True
-            self.desktop.key("Tab")
-            return False
-
-        wait_for(is_there, f"the keyboard to be at “{name}”")
-
-
-class FirstStart(AccessTest):
+class FirstStart(WindowTest):
     def setUp(self):
         super().setUp()
         self.forget_settings()
         self.path = self.file("note one.txt", b"noted")
-
-    def copied(self):
-        words = ["xclip", "-selection", "clipboard", "-out"]
-        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True, timeout=20).stdout
-
-    def assert_downloaded(self):
-        """The file has come, and its bytes are the server's."""
-        folder = os.path.join(self.home["HOME"], "Downloads")
-        wait_for(lambda: [name for name in os.listdir(folder) if name.endswith("note one.txt")], "the file")
-        (name,) = os.listdir(folder)
-        wait_for(lambda: os.path.getsize(os.path.join(folder, name)) == len(b"noted"), "the whole of it")
 
     def wait_until_there(self, program):
         self.wait_for_files("note one.txt")
@@ -74,12 +49,12 @@ class ByKeyboard(FirstStart):
         self.desktop.key("Home")
         wait_for(lambda: program.selected_row("Destination folder") == 0, "the file to be selected")
         self.desktop.key("Return")
-        self.assert_downloaded()
+        self.wait_for_download("note one.txt", b"noted")
         self.wait_for_status(program, "Download succeeded")
         self.desktop.key("Menu")
         wait_for(lambda: program.find("Copy Web Link"), "the menu")
         self.desktop.key("w")
-        wait_for(lambda: self.copied() == LINK, "the link to be copied")
+        wait_for(lambda: self.desktop.clipboard() == LINK, "the link to be copied")
         self.desktop.key("Delete")
         wait_for(program.sheet, "the question")
         wait_for(lambda: program.has_focus("Cancel"), "the keyboard to be in the question")
@@ -100,12 +75,11 @@ class ByKeyboard(FirstStart):
         self.wait_for_listing(program)
 
 
-class DropIconsByKeyboard(AccessTest):
+class DropIconsByKeyboard(WindowTest):
     def test_an_icon_with_a_server_of_its_own_is_made_edited_and_removed(self):
         self.settings()
         program = self.start()
-        self.bring_to_front(program)
-        self.desktop.key("alt+f", "i")
+        self.open_drop_icons(program)
         self.wait_for_window(program, "Drop Icons", "Drop icons")
         self.desktop.key("alt+n")
         self.wait_for_window(program, "New Drop Icon", "Name of the icon")
@@ -166,11 +140,11 @@ class ByScreenReader(FirstStart):
         self.wait_until_there(program)
         self.assertEqual(program.text("Outcome of the last queue"), "“note one.txt” uploaded")
         program.press("Copy Web Link")
-        wait_for(lambda: self.copied() == LINK, "the link to be copied")
+        wait_for(lambda: self.desktop.clipboard() == LINK, "the link to be copied")
 
         program.select_row("Destination folder", 0)
         program.press("Download")
-        self.assert_downloaded()
+        self.wait_for_download("note one.txt", b"noted")
         self.wait_for_status(program, "Download succeeded")
         program.press("Delete")
         wait_for(

@@ -21,10 +21,6 @@ class Clipboard(WindowTest):
         self.assertEqual(manager.stdout.readline(), b"ready\n")
         return manager
 
-    def clipboard(self):
-        words = ["xclip", "-out", "-selection", "clipboard"]
-        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
-
     def start_and_copy_the_location(self):
         self.settings(FTPFolder="in box")
         os.mkdir(self.server.path("in box"))
@@ -32,7 +28,7 @@ class Clipboard(WindowTest):
         self.bring_to_front(program)
         self.desktop.key("ctrl+shift+c")
         location = f"ftp://127.0.0.1:{self.server.port}/in%20box/"
-        wait_for(lambda: self.clipboard() == location, "the location on the clipboard")
+        wait_for(lambda: self.desktop.clipboard() == location, "the location on the clipboard")
         return program, location
 
     def quit(self, program):
@@ -49,7 +45,7 @@ class Clipboard(WindowTest):
 
         self.quit(program)
 
-        self.assertEqual(self.clipboard(), location)
+        self.assertEqual(self.desktop.clipboard(), location)
 
     def test_a_clipboard_manager_that_hangs_does_not_keep_the_program(self):
         manager = self.start_manager()

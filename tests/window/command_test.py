@@ -391,9 +391,7 @@ class ThroughTheWindow(Command):
     def test_hidden_files_join_the_queue_at_once_and_the_window_stays_where_it_is(self):
         self.settings()
         program = self.start()
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
-        self.desktop.xdotool("windowminimize", window)
-        wait_for(lambda: not self.desktop.windows_of(program.process.pid), "the window to be minimised")
+        self.minimise(program)
 
         self.assertEqual(self.launch("--hidden", self.file("one.txt")).exit_code(), 0)
         command = self.launch("--hidden", "--wait", self.file("two.txt"))

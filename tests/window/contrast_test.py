@@ -74,7 +74,7 @@ class Contrast(WindowTest):
         self.check_shown(lambda: [("the number", (left + width // 2 - 40, top, 80, height))], "the number")
 
     def open_by_key(self, program, keys, title):
-        self.bring_to_front(program, "^(ftp:|No FTP)")
+        self.bring_to_front(program, ANY_TITLE)
         self.desktop.key(keys)
         self.bring_to_front(program, title)
 
@@ -200,8 +200,7 @@ class InDropIcons(Contrast):
     def test_of_the_list_and_of_the_form_for_each_sort(self):
         self.settings()
         program = self.start()
-        self.bring_to_front(program)
-        self.desktop.key("alt+f", "i")
+        self.open_drop_icons(program)
         self.check(program, "^Drop Icons$", "No drop icons yet", "Remove…")
         program.press("New…")
         program.enter("Letters on the picture", "In")

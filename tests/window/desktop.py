@@ -155,6 +155,10 @@ class Desktop:
         self.xdotool("windowmove", "--sync", window, 0, 0)
         return source
 
+    def clipboard(self):
+        words = ["xclip", "-out", "-selection", "clipboard"]
+        return subprocess.run(words, env=self.environment, capture_output=True, text=True, timeout=20 * PATIENCE).stdout
+
     def windows_of(self, pid, title=""):
         """The X windows, as numbers, that the process shows and whose titles hold a match for that expression."""
         return self.xdotool("search", "--all", "--onlyvisible", "--pid", pid, "--name", title).split()

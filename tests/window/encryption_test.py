@@ -10,7 +10,7 @@ import unittest
 from certificates import make_certificate
 from desktop import wait_for
 from real_ftp_server import RealFTPServer
-from window_test import WindowTest
+from window_test import ANY_TITLE, WindowTest
 
 QUESTION = "Trust This Server?"
 DAMAGED = "Trusted Certificates Not Readable"
@@ -42,10 +42,6 @@ class EncryptedWindowTest(WindowTest):
         with open(self.trusted_path(), encoding="utf-8") as file:
             return json.load(file)
 
-    def stored_settings(self):
-        with open(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"), encoding="utf-8") as file:
-            return json.load(file)
-
     def trusted_path(self):
         return os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "trusted-certificates.json")
 
@@ -64,10 +60,7 @@ class EncryptedWindowTest(WindowTest):
 
     def press_key(self, program, key):
         """Presses a key in the main window."""
-        titles = "^ftp://|^No FTP Destination$"
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, titles), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program, ANY_TITLE)
         self.desktop.key(key)
 
     def open_panel(self, program):
@@ -403,9 +396,7 @@ class WithoutAnAnswer(WindowTest):
     def test_a_connection_test_is_stopped_by_a_second_press_and_the_window_lives_meanwhile(self):
         program = self.start()
         wait_for(lambda: "No FTP Destination" in program.titles(), "the title")
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^No FTP Dest"), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program, ANY_TITLE)
         self.desktop.key("ctrl+comma")
         program.enter("Server address", self.server.settings()["Address"])
 

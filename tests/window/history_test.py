@@ -3,7 +3,6 @@
 import contextlib
 import os
 import sqlite3
-import subprocess
 import unittest
 
 from desktop import wait_for
@@ -30,10 +29,6 @@ class History(WindowTest):
 
     def wait_for_outcomes(self, program, *outcomes):
         wait_for(lambda: [row[OUTCOME] for row in self.rows(program)] == list(outcomes), f"the outcomes {outcomes}")
-
-    def clipboard(self):
-        words = ["xclip", "-out", "-selection", "clipboard"]
-        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
 
     def test_each_file_has_a_line_with_the_servers_word(self):
         os.mkdir(self.server.path("taken"))
@@ -105,7 +100,7 @@ class History(WindowTest):
         self.desktop.click(program.cell("Files of all runs", 0, 0))
         self.desktop.key("ctrl+c")
 
-        lines = wait_for(self.clipboard, "the line on the clipboard").splitlines()
+        lines = wait_for(self.desktop.clipboard, "the line on the clipboard").splitlines()
         self.assertEqual(len(lines), 2)
         line = lines[1].split("\t")
         self.assertEqual(line[0], os.path.join(self.folder, "note.txt"))

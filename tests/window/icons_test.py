@@ -12,7 +12,7 @@ from certificates import make_certificate, trust_certificate
 from desktop import wait_for
 from launcher import LaunchedProgram
 from real_ftp_server import RealFTPServer
-from window_test import PROGRAM, WindowTest
+from window_test import ANY_TITLE, PROGRAM, WindowTest
 
 FIELD = "Name of the icon"
 TABLE = "Drop icons"
@@ -74,21 +74,10 @@ class Icons:
 
     # What is done in the window.
 
-    def activate(self, program, title):
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), title)
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the keyboard")
-
-    def open_icons(self, program):
-        self.activate(program, "^(ftp:|Quillbox)")
-        self.desktop.click(program.centre("File"))
-        self.desktop.click(program.centre("Drop Icons…"))
-        self.activate(program, "^Drop Icons$")
-
     def open_form(self, program, button="New…", title="^New Drop Icon$"):
-        self.activate(program, "^Drop Icons$")
+        self.bring_to_front(program, "^Drop Icons$")
         program.press(button)
-        self.activate(program, title)
+        self.bring_to_front(program, title)
         wait_for(lambda: program.has_focus(FIELD), "the keyboard to be in the field")
 
     def paste(self, program, text):
@@ -97,12 +86,7 @@ class Icons:
         with open(path, "w", encoding="utf-8") as file:
             file.write(text)
         clipboard = self.desktop.spawn(["xclip", "-quiet", "-in", "-selection", "clipboard", path])
-        words = ["xclip", "-out", "-selection", "clipboard"]
-
-        def content():
-            return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
-
-        wait_for(lambda: content() == text, "the clipboard")
+        wait_for(lambda: self.desktop.clipboard() == text, "the clipboard")
         self.desktop.key("ctrl+v")
         wait_for(lambda: program.text(FIELD) == text, f"“{text}” in the field")
         self.desktop.end(clipboard)
@@ -140,18 +124,18 @@ class Icons:
 
     def last_upload_of_first(self, program):
         """What the list says of its first icon when it is read again, as the window becomes the active one."""
-        self.activate(program, "^(ftp:|Quillbox)")
-        self.activate(program, "^Drop Icons$")
+        self.bring_to_front(program, ANY_TITLE)
+        self.bring_to_front(program, "^Drop Icons$")
         return program.rows(TABLE)[0][2]
 
     def make_both(self, program):
-        self.open_icons(program)
+        self.open_drop_icons(program)
         self.make_icon(program, SUMMER)
         self.make_icon(program, PHOTOS, on_desktop=True)
 
     def ask_to_remove(self, program):
         """Asks for the removal of the icon that is selected, by key, and leaves the question unanswered."""
-        self.activate(program, "^Drop Icons$")
+        self.bring_to_front(program, "^Drop Icons$")
         wait_for(lambda: program.has_focus(TABLE), "the keyboard to be in the list")
         self.desktop.key("Delete")
         self.assertEqual(wait_for(program.sheet, "the question")[0], "Remove Drop Icon")
@@ -222,7 +206,7 @@ class Running(Icons):
         encrypted = self.other_server("127.0.0.1", *make_certificate(self.desktop.folder))
         plain = self.other_server("127.0.0.2")
         program = self.start()
-        self.open_icons(program)
+        self.open_drop_icons(program)
         self.make_icon(program, SUMMER)
         self.make_icon_with_server(program, "Web", plain.settings(FTPFolder="in"))
         self.make_icon_with_server(program, "Safe", encrypted.settings(FTPFolder="in", Encryption="required"))
@@ -256,7 +240,7 @@ class Running(Icons):
     def test_an_icon_with_a_server_of_its_own_sends_there_until_it_is_removed(self):
         other = self.other_server("127.0.0.2")
         program = self.start()
-        self.open_icons(program)
+        self.open_drop_icons(program)
         self.make_icon_with_server(program, "Print shop", other.settings(FTPFolder="in"))
         contents, paths = self.files_of_some_kinds("print")
 
@@ -314,13 +298,13 @@ class MakingAndRemoving(Icons, WindowTest):
 
     def test_the_folder_of_an_icon_is_made_by_new_folder_one_level_after_the_other(self):
         program = self.start()
-        self.open_icons(program)
+        self.open_drop_icons(program)
         self.make_icon(program, "New/Folders é")
         self.desktop.key("Escape")
         wait_for(lambda: "Drop Icons" not in program.titles(), "the window to close")
 
         for level in ("New", "New/Folders é"):
-            self.activate(program, "^ftp:")
+            self.bring_to_front(program, "^ftp:")
             self.wait_for_listing(program, self.place)
             self.desktop.key("ctrl+shift+n")
             program.enter("Enter name of folder to create.", level)
@@ -334,7 +318,7 @@ class MakingAndRemoving(Icons, WindowTest):
         other = os.path.join(self.folder, OTHER)
         os.symlink(PROGRAM, other)
         program = self.start(program=other)
-        self.open_icons(program)
+        self.open_drop_icons(program)
 
         self.make_icon(program, SUMMER)
         self.assertEqual(os.readlink(self.link(SUMMER)), os.path.realpath(PROGRAM))

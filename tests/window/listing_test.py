@@ -33,18 +33,14 @@ class ListingTest(WindowTest):
         self.bring_to_front(program)
         return program
 
-    def downloads(self):
-        folder = os.path.join(self.home["HOME"], "Downloads")
-        return sorted(os.listdir(folder)) if os.path.isdir(folder) else []
+    def rows_of(self, program, names):
+        """The rows of the table once they have those names, in that order; a refresh empties it for a moment."""
+        rows = program.rows("Destination folder")
+        return [row[0] for row in rows] == names and rows
 
-    def assert_downloaded(self, name):
-        """That one file came, and its bytes are the server's."""
-        wait_for(lambda: [entry for entry in self.downloads() if entry.endswith(name)], f"{name} to be downloaded")
-        (entry,) = self.downloads()
-        path = os.path.join(self.home["HOME"], "Downloads", entry)
-        wait_for(lambda: os.path.getsize(path) == os.path.getsize(self.server.path(name)), f"the whole of {name}")
-        with open(path, "rb") as file:
-            self.assertEqual(file.read(), self.server.content(name))
+    def selected_names(self, program):
+        names = self.names(program)
+        return [names[row] for row in program.selected_rows("Destination folder") if row < len(names)]
 
 
 class Table(ListingTest):
@@ -105,13 +101,11 @@ class ByKeyboard(ListingTest):
 
     def test_by_keyboard_alone(self):
         program = self.start_listed()
-        while not program.has_focus("Destination folder"):
-            self.desktop.key("Tab")
-            program.text("Status")  # An answer comes when the key has had its effect.
-
-        self.desktop.xdotool("type", "--delay", 15, "gam")
+        self.go_to(program, "Destination folder")
+        self.desktop.key("g")
+        wait_for(lambda: self.selected_names(program) == ["gamma file.txt"], "the file to be selected")
         self.desktop.key("Return")
-        self.assert_downloaded("gamma file.txt")
+        self.wait_for_download("gamma file.txt", self.server.content("gamma file.txt"))
         self.wait_for_status(program, "Download succeeded")
 
         self.desktop.key("Delete")
@@ -162,7 +156,7 @@ class Commands(ListingTest):
         self.assertEqual(program.acknowledge(), ["Folder Item", "Folders are not downloadable."])
         self.desktop.double_click(program.cell("Destination folder", 1, 0))
 
-        self.assert_downloaded("beta.txt")
+        self.wait_for_download("beta.txt", self.server.content("beta.txt"))
         self.wait_for_status(program, "Download succeeded")
 
     def test_an_upload_keeps_item_actions_back(self):

@@ -3,7 +3,7 @@
 import unittest
 
 from desktop import wait_for
-from window_test import WindowTest
+from window_test import ANY_TITLE, WindowTest
 
 
 class Menus(WindowTest):
@@ -11,9 +11,7 @@ class Menus(WindowTest):
         """Starts the program, which a test may end, with its window in front."""
         self.settings()
         program = self.launch()
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program, ANY_TITLE)
         return program
 
     def choose(self, program, menu, command):
@@ -32,8 +30,7 @@ class Menus(WindowTest):
         program = self.launch_in_front()
         self.choose(program, "Transfer", "Manual Transfers…")
         wait_for(lambda: "Manual Transfers" in program.titles(), "the second window")
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the destination as title")
-        self.desktop.xdotool("windowactivate", "--sync", window)
+        self.bring_to_front(program)
 
         self.desktop.key("ctrl+q")
 
@@ -42,11 +39,7 @@ class Menus(WindowTest):
     def test_files_are_chosen_by_key_from_the_drop_area(self):
         program = self.launch_in_front()
         wait_for(lambda: program.has_focus("Destination folder"), "the keyboard to be in the table")
-        for _ in range(10):
-            if program.has_focus("Drop area"):
-                break
-            self.desktop.key("Tab")
-        wait_for(lambda: program.has_focus("Drop area"), "the keyboard to be in the drop area")
+        self.go_to(program, "Drop area")
 
         self.desktop.key("space")
 

@@ -40,10 +40,7 @@ class Outcome(WindowTest):
         self.bring_to_front(program, ANY_TITLE)
 
         self.press_by_keyboard(program, "Show…")
-        wait_for(lambda: "History" in program.titles(), "the history")
-        rows = program.rows("Files of all runs")
-        selected = program.selected_rows("Files of all runs")
-        self.assertEqual([rows[row][0] for row in selected], ["taken", "taken too"])
+        wait_for(lambda: self.selected_in_the_history(program) == ["taken", "taken too"], "the lost files to be shown")
         self.bring_to_front(program, ANY_TITLE)
         self.press_by_keyboard(program, "Queue Again")
 
@@ -59,14 +56,12 @@ class Outcome(WindowTest):
         while program.sheet():
             program.acknowledge()
 
-    def press_by_keyboard(self, program, name):
-        def is_reached():
-            if program.has_focus(name):
-                return True
-            self.desktop.key("Tab")
-            return False
+    def selected_in_the_history(self, program):
+        names = [row[0] for row in program.rows("Files of all runs")]
+        return [names[row] for row in program.selected_rows("Files of all runs") if row < len(names)]
 
-        wait_for(is_reached, f"the keyboard to reach “{name}”")
+    def press_by_keyboard(self, program, name):
+        self.go_to(program, name)
         self.desktop.key("space")
 
 

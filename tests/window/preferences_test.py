@@ -1,6 +1,5 @@
 """The preferences panel and the welcome window of the real program, filled by keys and by the accessibility interface."""
 
-import json
 import os
 import unittest
 
@@ -14,25 +13,11 @@ class Preferences(WindowTest):
         super().setUp()
         self.forget_settings()
 
-    def stored(self):
-        """What the settings file holds; nothing without one."""
-        try:
-            with open(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"), encoding="utf-8") as file:
-                return json.load(file)
-        except FileNotFoundError:
-            return None
-
-    def window(self, program, title):
-        """The X window of that title, once the keyboard has come to it."""
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), title)
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        return window
-
     def open_panel(self, program):
         """Opens the panel by its shortcut, and waits until it takes keys."""
-        self.window(program, "^No FTP Destination$")
+        self.bring_to_front(program, "^No FTP Destination$")
         self.desktop.key("ctrl+comma")
-        self.window(program, "^Preferences$")
+        self.bring_to_front(program, "^Preferences$")
         wait_for(lambda: program.has_focus("Server address"), "the keyboard to be in the panel")
 
     def test_filled_by_keys_from_empty_it_starts_the_waiting_file(self):
@@ -51,14 +36,14 @@ class Preferences(WindowTest):
         self.desktop.xdotool("type", "--delay", 15, "in box ")
         wait_for(lambda: program.text("Folder") == "in box ", "the folder to be typed")
         self.assertEqual(program.text("Destination"), f"Files go to ftp://{values[0]}/in box /")
-        self.assertIsNone(self.stored())
+        self.assertIsNone(self.stored_settings())
         self.assertEqual(self.server.logins, [])
         os.mkdir(self.server.path("in box "))
         self.desktop.key("Return")
 
         self.wait_for_files("in box /one.txt")
         self.assertEqual(
-            self.stored(),
+            self.stored_settings(),
             {"Address": values[0], "Username": values[1], "Password": values[2], "FTPFolder": "in box "},
         )
         wait_for(lambda: f"ftp://{values[0]}/in%20box%20/" in program.titles(), "the destination as the title")
@@ -83,7 +68,7 @@ class Preferences(WindowTest):
         program.press("Done")
 
         wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
-        self.assertEqual(self.stored(), {"Address": "localhost", "Password": self.server.password})
+        self.assertEqual(self.stored_settings(), {"Address": "localhost", "Password": self.server.password})
         self.assertNotIn(self.server.password, program.tree())
 
     def test_escape_changes_nothing(self):
@@ -97,7 +82,7 @@ class Preferences(WindowTest):
         self.desktop.key("Escape")
 
         wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
-        self.assertIsNone(self.stored())
+        self.assertIsNone(self.stored_settings())
 
     def test_what_cannot_be_stored_stays_in_the_panel(self):
         program = self.start()
@@ -115,13 +100,13 @@ class Preferences(WindowTest):
         os.remove(obstacle)
         program.press("Done")
         wait_for(lambda: "Preferences" not in program.titles(), "the panel to close")
-        self.assertEqual(self.stored(), {"Address": "localhost"})
+        self.assertEqual(self.stored_settings(), {"Address": "localhost"})
 
     def test_the_welcome_window_shows_until_it_is_turned_off(self):
         program = self.launch()
         wait_for(lambda: "Welcome to Quillbox" in program.titles(), "the welcome window")
         program.press("Do not show this window again")
-        wait_for(lambda: self.stored() == {"DoNotShowWelcomeWindowAgain": True}, "the choice to be stored")
+        wait_for(lambda: self.stored_settings() == {"DoNotShowWelcomeWindowAgain": True}, "the choice to be stored")
         program.close()
 
         program = self.start()

@@ -162,6 +162,11 @@ class Program:
         node = self.find(name)
         return self._bus.value(node) if node else None
 
+    def focused(self):
+        """The widget that has the keyboard; nothing while none has."""
+        nodes = self._bus.showing(self.windows())
+        return next((node for node, has in zip(nodes, self._bus.have(nodes, "FOCUSED")) if has), None)
+
     def has_focus(self, name):
         return self._bus.have([self.need(name)], "FOCUSED")[0]
 

@@ -72,8 +72,7 @@ class OnAScreen(WindowTest):
     def try_icons(self, program):
         """Makes a drop icon of each sort, and looks at the buttons of the windows on the way."""
         in_the_list = ["New…", "Edit…", "Start", "Remove…", "Close"]
-        self.bring_to_front(program)
-        self.desktop.key("alt+f", "i")
+        self.open_drop_icons(program)
         self.assert_reachable(program, "^Drop Icons$", *in_the_list)
         for count, place in enumerate(("In a folder on the main server", "On a server of its own"), 1):
             program.press("New…")

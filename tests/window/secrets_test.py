@@ -5,12 +5,11 @@ import resource
 import shutil
 import signal
 import stat
-import subprocess
 import unittest
 
 from desktop import wait_for
 from upload_server import PASSWORD
-from window_test import WindowTest, content
+from window_test import ANY_TITLE, WindowTest, content
 
 SECRET = PASSWORD.split()[0]  # No spelling of the whole changes this part.
 
@@ -66,7 +65,7 @@ class AtWork(Secrets):
         self.wait_for_files("in/one.txt", "in/two.txt")
         self.bring_to_front(program)
         self.desktop.key("ctrl+shift+c")
-        clipboard = wait_for(self.clipboard, "the clipboard to be filled")
+        clipboard = wait_for(self.desktop.clipboard, "the clipboard to be filled")
         # A wrong password is no less a secret.
         self.settings(FTPFolder="in", Password=PASSWORD + "!")
         third = self.launch(self.file("three.txt"))
@@ -160,10 +159,6 @@ class AtWork(Secrets):
             self.assertTrue(dump.startswith(b"\x7fELF"))
             self.assertFalse(holds_secret([dump]))
 
-    def clipboard(self):
-        words = ["xclip", "-selection", "clipboard", "-o"]
-        return subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
-
 
 class Stored(Secrets):
     def test_only_the_settings_file_holds_it_and_only_its_owner_reads_that(self):
@@ -180,9 +175,7 @@ class Stored(Secrets):
 
     def change_the_folder(self, program):
         """In the panel, which stores the settings anew."""
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp://"), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program)
         self.desktop.key("ctrl+comma")
         program.enter("Folder", "out")
         self.assert_silent("the panel", program.tree())
@@ -233,18 +226,12 @@ class Stored(Secrets):
     def close_welcome(self, program):
         """It comes a moment after the main window, and takes the keyboard from it."""
 
-        def welcome():
-            return self.desktop.windows_of(program.process.pid, "Welcome")
-
-        self.desktop.xdotool("windowactivate", "--sync", wait_for(welcome, "the welcome window")[0])
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program, "^Welcome")
         self.desktop.key("Escape")
-        wait_for(lambda: not welcome(), "the end of the welcome window")
+        wait_for(lambda: not self.desktop.windows_of(program.process.pid, "^Welcome"), "the end of the welcome window")
 
     def quit(self, program):
-        (window, *_) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "."), "the window")
-        self.desktop.xdotool("windowactivate", "--sync", window)
-        wait_for(program.is_active, "the program to have the keyboard")
+        self.bring_to_front(program, ANY_TITLE)
         self.desktop.key("ctrl+q")
         self.assertEqual(program.exit_code(), 0)
 

@@ -68,15 +68,8 @@ class Session(WindowTest):
         self.bring_to_front(program)
         self.select(program, name)
         self.desktop.key("Return")
-        folder = os.path.join(self.home["HOME"], "Downloads")
-        wait_for(lambda: self.holds_only(folder, content), name)
+        self.wait_for_download(name, content)
         self.wait_for_status(program, "Download succeeded")
-
-    def holds_only(self, folder, content):
-        try:
-            return [self.read(os.path.join(folder, entry)) for entry in os.listdir(folder)] == [content]
-        except FileNotFoundError:  # A download gets its name when it is whole.
-            return False
 
     def sort_by_every_column(self, program):
         for column in (4, 3, 2, 1, 0, 0, 0):

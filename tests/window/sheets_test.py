@@ -1,11 +1,10 @@
 """Sheets: when they come, what they say, and that nothing stands still meanwhile."""
 
-import json
 import os
 import unittest
 
 from desktop import wait_for
-from program import store_settings
+from program import settings_path, store_settings
 from window_test import WindowTest
 
 NO_DESTINATION = ["No Destination", "Specify a destination on the FTP server. See Preferences for instructions."]
@@ -18,10 +17,6 @@ CHECK_SETTINGS = [
 
 class Sheets(WindowTest):
     """One sheet, the window behind it, and the other windows."""
-
-    def stored(self):
-        with open(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"), encoding="utf-8") as file:
-            return json.load(file)
 
     def test_files_without_a_destination_wait_for_one(self):
         program = self.start(self.file("one.txt"), self.file("two.txt"))
@@ -86,7 +81,7 @@ class Sheets(WindowTest):
         self.server.stand_still()  # Lest the listing that Done begins fails too.
         self.desktop.key("Return")
         wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
-        self.assertEqual(self.stored()["Password"], password)
+        self.assertEqual(self.stored_settings()["Password"], password)
         self.assertEqual(program.sheet(), CHECK_SETTINGS)
 
     def test_a_sheet_gets_the_keyboard_with_its_window(self):
@@ -128,8 +123,7 @@ class Failures(WindowTest):
 
     def break_settings(self, content="{ broken"):
         store_settings(self.home, {})
-        path = os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json")
-        with open(path, "w", encoding="utf-8") as file:
+        with open(settings_path(self.home), "w", encoding="utf-8") as file:
             file.write(content)
 
     def refresh(self, program):

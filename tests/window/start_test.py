@@ -51,15 +51,7 @@ def refuse_all_calls(test):
     bus.call_sync(*words, GLib.Variant("(su)", (NAME, 0)), None, Gio.DBusCallFlags.NONE, 20_000, None)
 
 
-class Start(WindowTest):
-    def minimise(self, program):
-        pid = program.process.pid
-        (window,) = wait_for(lambda: self.desktop.windows_of(pid), "the window on the screen")
-        self.desktop.xdotool("windowminimize", window)
-        wait_for(lambda: not self.desktop.windows_of(pid), "the window to be minimised")
-
-
-class Alone(Start):
+class Alone(WindowTest):
     def test_the_title_becomes_the_destination(self):
         self.settings(FTPFolder="in box")
 
@@ -204,7 +196,7 @@ class Alone(Start):
         self.assertEqual(program.output(), "")
 
 
-class BesideAnother(Start):
+class BesideAnother(WindowTest):
     def test_a_second_start_hands_its_files_to_the_first(self):
         self.settings()
         first = self.start()

@@ -4,6 +4,8 @@ The environment's QUILLBOX names the program; without it, it is that of the dev 
 a command that is to run it, such as a memory checker's.
 """
 
+import contextlib
+import json
 import os
 import shlex
 import subprocess
@@ -11,10 +13,10 @@ import tempfile
 import unittest
 
 from desktop import Desktop, bound_to_us, end, wait_for
-from program import Program, store_settings
+from program import Program, settings_path, store_settings
 from upload_server import SLOW, UploadServer
 
-ANY_TITLE = "^(ftp:|Quillbox)"  # Of the main window, from the first moment on.
+ANY_TITLE = "^(ftp:|No FTP|Quillbox)"  # Of the main window, from the first moment on.
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PROGRAM = os.path.abspath(os.environ.get("QUILLBOX", os.path.join(TOP, "build/dev/Quillbox")))
@@ -55,7 +57,15 @@ class WindowTest(unittest.TestCase):
 
     def forget_settings(self):
         """As on the first start of all."""
-        os.remove(os.path.join(self.home["XDG_CONFIG_HOME"], "quillbox", "settings.json"))
+        os.remove(settings_path(self.home))
+
+    def stored_settings(self):
+        """What the settings file holds; nothing without one."""
+        try:
+            with open(settings_path(self.home), encoding="utf-8") as file:
+                return json.load(file)
+        except FileNotFoundError:
+            return None
 
     def file(self, name, content=b"content\n"):
         """Makes a file to upload, and answers its path."""
@@ -95,6 +105,19 @@ class WindowTest(unittest.TestCase):
         wait_for(lambda: len(self.server.received) >= len(names), f"{names} to arrive")
         self.assertEqual(self.server.received, list(names))
 
+    def wait_for_download(self, name, content):
+        """Waits until one file has come into the folder for downloads, which gave it a name that ends like that, whole."""
+        folder = os.path.join(self.home["HOME"], "Downloads")
+
+        def is_whole():
+            names = os.listdir(folder)
+            if len(names) != 1 or not names[0].endswith(name):
+                return False
+            with open(os.path.join(folder, names[0]), "rb") as file:
+                return file.read() == content
+
+        wait_for(is_whole, f"{name} to be downloaded")
+
     def start_busy(self):
         """Starts the program with a long file on its way and another one waiting."""
         self.settings()
@@ -109,6 +132,33 @@ class WindowTest(unittest.TestCase):
         (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), "the window")
         self.desktop.xdotool("windowactivate", "--sync", window)
         wait_for(program.is_active, "the program to have the keyboard")
+
+    def minimise(self, program):
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid), "the window on the screen")
+        self.desktop.xdotool("windowminimize", window)
+        wait_for(lambda: not self.desktop.windows_of(program.process.pid), "the window to be minimised")
+
+    def go_to(self, program, name):
+        """Brings the keyboard by Tab to a control of the window that has it."""
+
+        def is_there():
+            if program.find(name) and program.has_focus(name):
+                return True
+            before = program.focused()
+            self.desktop.key("Tab")
+            # Another Tab before the first has had its effect would lead past the control. None comes of it where the
+            # window did not have the keyboard yet.
+            with contextlib.suppress(AssertionError):
+                wait_for(lambda: program.focused() != before, "the keyboard to move", seconds=2)
+            return False
+
+        wait_for(is_there, f"the keyboard to be at “{name}”")
+
+    def open_drop_icons(self, program):
+        """Opens their window by keys, and waits until it has the keyboard."""
+        self.bring_to_front(program, ANY_TITLE)
+        self.desktop.key("alt+f", "i")
+        self.bring_to_front(program, "^Drop Icons$")
 
     def wait_for_listing(self, program, place=""):
         """Waits until the table shows what that folder of the server holds."""
