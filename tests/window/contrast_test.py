@@ -84,8 +84,7 @@ class WithoutRows(Contrast):
         self.settings(FTPFolder="folder")
         program = self.start()
         self.check_sheet(program, "Check Settings", "OK")
-        program.press("OK")
-        wait_for(lambda: program.sheet() is None, "the alert to go")
+        program.answer("OK")
         failed = "Could not list: 550 No such file or directory.\nF5 tries again"
         self.check(program, ANY_TITLE, "Error: Check Settings", failed)
 
@@ -147,7 +146,7 @@ class WithAQueue(Contrast):
         self.bring_to_front(program, ANY_TITLE)
         self.desktop.key("Delete")
         self.check_sheet(program, "Delete Item", "Delete", "Cancel")
-        program.press("Cancel")
+        program.answer("Cancel")
         self.open_by_key(program, "ctrl+shift+n", "^Enter Name$")
         self.check(program, "^Enter Name$", "Enter name of folder to create.")
         self.desktop.key("Return")

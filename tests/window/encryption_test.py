@@ -30,10 +30,6 @@ class EncryptedWindowTest(WindowTest):
     def wait_for_sheet(self, program, title):
         wait_for(lambda: (program.sheet() or [None])[0] == title, f"the sheet “{title}”")
 
-    def answer(self, program, button):
-        program.press(button)
-        wait_for(lambda: program.sheet() is None, "the sheet to go")
-
     def shown_fingerprint(self, program, name="Fingerprint (SHA-256)"):
         return program.text(name).replace(":", "").replace("\n", "").lower()
 
@@ -100,7 +96,7 @@ class Roads:
         self.assertEqual(program.text("Server"), f"127.0.0.1, port {self.server.port}")
         self.assertEqual(program.text("Issued to"), "CN=test server")
         self.assertEqual(self.shown_fingerprint(program), self.fingerprint)
-        self.answer(program, "Cancel")
+        program.answer("Cancel")
         wait_for(lambda: program.text("Listing status") == "Stream open error", "the refusal")
         self.assertFalse(os.path.exists(self.trusted_path()))
         self.assertEqual(program.text("Connection"), "No connection has been made yet.")
@@ -108,7 +104,7 @@ class Roads:
     def trust(self, program, content):
         self.hand_over(self.file("one.bin", content))
         self.wait_for_sheet(program, QUESTION)
-        self.answer(program, "Trust")
+        program.answer("Trust")
         self.arrives("one.bin", content)
         self.wait_for_status(program, "Upload succeeded")
         self.wait_for_listing(program)
@@ -150,7 +146,7 @@ class Roads:
         program.press("Done")
         self.wait_for_sheet(program, QUESTION)
         self.assertEqual(self.shown_fingerprint(program), self.changed)
-        self.answer(program, "Trust")
+        program.answer("Trust")
         self.wait_for_listing(program)
         self.assertEqual(self.trusted(), {self.place(): self.changed})
 
@@ -177,7 +173,7 @@ class Questions(EncryptedWindowTest):
 
         self.wait_for_sheet(program, QUESTION)
         self.wait_for_the_clock(program)
-        self.answer(program, "Trust")
+        program.answer("Trust")
 
         for name, content in contents.items():
             self.arrives(name, content)
@@ -189,7 +185,7 @@ class Questions(EncryptedWindowTest):
         program = self.start(*[self.file(f"file {number}") for number in range(20)])
 
         self.wait_for_sheet(program, QUESTION)
-        self.answer(program, "Cancel")
+        program.answer("Cancel")
 
         wait_for(lambda: program.value("Files waiting") is None, "the queue to be worked off")
         self.wait_for_status(program, "Stream open error")
@@ -213,7 +209,7 @@ class Decisions(EncryptedWindowTest):
 
         self.wait_for_sheet(program, DAMAGED)
         self.assertIn(self.trusted_path(), program.sheet()[1])
-        self.answer(program, "Cancel")
+        program.answer("Cancel")
         wait_for(lambda: program.value("Files waiting") is None, "the queue to be worked off")
         self.wait_for_status(program, "Stream open error")
         self.assert_no_more_sheets(program)
@@ -223,13 +219,13 @@ class Decisions(EncryptedWindowTest):
 
         self.press_key(program, "F5")
         self.wait_for_sheet(program, DAMAGED)
-        self.answer(program, "Forget")
+        program.answer("Forget")
         with open(self.trusted_path() + ".bak", encoding="utf-8") as file:
             self.assertEqual(file.read(), damaged)
         self.assertEqual(self.trusted(), {})
         self.press_key(program, "F5")
         self.wait_for_sheet(program, QUESTION)
-        self.answer(program, "Trust")
+        program.answer("Trust")
         self.wait_for_listing(program)
 
     def test_a_file_can_be_stopped_while_the_question_shows(self):
@@ -240,7 +236,7 @@ class Decisions(EncryptedWindowTest):
         program.press("Stop")
 
         self.wait_for_status(program, "Upload Stopped")
-        self.answer(program, "Trust")
+        program.answer("Trust")
         wait_for(lambda: os.path.exists(self.trusted_path()), "the certificate to be trusted")
         self.assertEqual(os.listdir(self.server.path("")), [])
         self.press_key(program, "F5")
@@ -257,7 +253,7 @@ class Decisions(EncryptedWindowTest):
         self.desktop.key("ctrl+q")  # The sheet keeps it from the window.
         self.wait_for_the_clock(program)
         self.assertEqual(program.sheet()[0], QUESTION)
-        self.answer(program, "Cancel")
+        program.answer("Cancel")
         wait_for(lambda: program.value("Files waiting") is None, "the queue to be worked off")
         self.press_key(program, "ctrl+q")
 
@@ -274,7 +270,7 @@ class Decisions(EncryptedWindowTest):
 
         self.assertIn("• It was made for “other.example”, not for “127.0.0.1”.", program.sheet()[1])
         self.assertEqual(program.text("Issued to"), 'CN="<b>bold</b>"')
-        self.answer(program, "Cancel")
+        program.answer("Cancel")
 
 
 class Trusted(EncryptedWindowTest):
@@ -284,7 +280,7 @@ class Trusted(EncryptedWindowTest):
         self.require_encryption()
         program = self.start(self.file("one.txt"), QT_LOGGING_RULES="*=true")
         self.wait_for_sheet(program, QUESTION)
-        self.answer(program, "Trust")
+        program.answer("Trust")
         self.wait_for_status(program, "Upload succeeded")
         self.wait_for_listing(program)
 
@@ -307,7 +303,7 @@ class Trusted(EncryptedWindowTest):
 
         program.press("Test Connection")
         self.wait_for_sheet(program, QUESTION)
-        self.answer(program, "Trust")
+        program.answer("Trust")
         wait_for(lambda: program.text("Test result") == "The server refuses the login.", "the refusal")
         self.assertRegex(program.text("Server's reply"), "^The server said: 530 ")
         program.enter("Password", settings["Password"])

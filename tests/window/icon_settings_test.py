@@ -91,7 +91,7 @@ class Used(IconSettings):
 
         for refused in (first, second, main):
             self.wait_for_refusal(refused)
-            refused.press("OK")
+            refused.answer("OK")
             self.assert_refused(refused)
         self.assertEqual(self.own.received, [])
         self.assertTrue(os.path.exists(work))

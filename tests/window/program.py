@@ -257,15 +257,17 @@ class Program:
 
     def sheet(self):
         """The texts of the sheet that shows, title first; nothing without one."""
-        for sheet in self._sheets():
-            nodes = self._bus.showing([sheet])
-            labels = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role in ("label", "list item")]
-            return [text for text in self._bus.texts(labels) if text] or None
-        return None
+        return self._texts_of(self._sheets())
+
+    def _texts_of(self, sheets):
+        nodes = self._bus.showing(sheets)
+        labels = [node for node, role in zip(nodes, self._bus.roles(nodes)) if role in ("label", "list item")]
+        return [text for text in self._bus.texts(labels) if text] or None
 
     def _sheets(self):
+        """The one that shows, or none."""
         windows = self.windows()
-        return [window for window, role in zip(windows, self._bus.roles(windows)) if role == "alert"]
+        return [window for window, role in zip(windows, self._bus.roles(windows)) if role == "alert"][:1]
 
     def tree(self):
         """All that there is, for a person who wonders."""
@@ -348,15 +350,22 @@ class Program:
         self._bus.set_text(wait_for(field, f"the field “{name}”"), text)
 
     def answer(self, name):
-        """Presses a button of the sheet that shows, whatever is called so elsewhere, until it has been heard: a sheet is
-        made anew when its window comes to the front, and what is pressed in that moment is lost."""
-        texts = self.sheet()
+        """Waits for a sheet, presses its button of that name, whatever is called so elsewhere, and sees it go.
+
+        A sheet is made anew when its window comes to the front, and what is pressed in that moment is lost: then the new
+        one's is pressed. Each is pressed once, since a second press puts off the first one's effect.
+        """
+        texts = wait_for(self.sheet, "a sheet")
+        pressed = []
 
         def is_heard():
-            if self.sheet() == texts:
-                nodes = self._bus.showing(self._sheets()[:1])
-                self._press(next((node for node, words in zip(nodes, self._bus.names(nodes)) if words == name), None))
-            return self.sheet() != texts
+            sheets = self._sheets()
+            if self._texts_of(sheets) != texts:
+                return self.sheet() != texts  # The first look may have come while it was made anew.
+            nodes = self._bus.showing(sheets)
+            buttons = [node for node, words in zip(nodes, self._bus.names(nodes)) if words == name]
+            pressed.extend(node for node in buttons if node not in pressed and self._press(node))
+            return False
 
         wait_for(is_heard, f"“{name}” to be heard")
 
@@ -364,8 +373,7 @@ class Program:
         """Waits for a sheet, answers it with OK, sees it go, and answers what it said."""
         texts = wait_for(self.sheet, "a sheet")
         windows = self._desktop.windows_of(self.process.pid, f"^{re.escape(texts[0])}$")
-        self.press("OK")
-        wait_for(lambda: self.sheet() != texts, "the sheet to go")
+        self.answer("OK")
         # From the screen, too: a window that is brought to the front while its sheet goes leaves the keyboard nowhere.
         wait_for(lambda: not windows or set(windows) - set(self._desktop.windows_of(self.process.pid)), "its window to go")
         return texts

@@ -34,7 +34,7 @@ class Quit(WindowTest):
         program = self.start_busy()
         self.ask(program)
 
-        program.press("Quit")
+        program.answer("Quit")
 
         self.assertEqual(program.exit_code(), 0)
         self.assertEqual(program.output(), "")

@@ -66,7 +66,7 @@ class OnAScreen(WindowTest):
         self.desktop.click(program.centre("Delete"))
         wait_for(program.sheet, "the question")
         self.assert_reachable(program, "^Delete Item$", "Cancel")
-        program.press("Cancel")
+        program.answer("Cancel")
         return program
 
     def try_icons(self, program):

@@ -190,7 +190,7 @@ class Alone(WindowTest):
         program = self.start_busy()
 
         self.desktop.key("alt+F4")
-        program.press("Quit")  # It asks whether to leave the upload.
+        program.answer("Quit")  # It asks whether to leave the upload.
 
         self.assertEqual(program.exit_code(), 0)
         self.assertEqual(program.output(), "")
