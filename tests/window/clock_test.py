@@ -27,12 +27,15 @@ def seconds_of(duration):
 class Clock(WindowTest):
     def setUp(self):
         super().setUp()
+        now = time.localtime()
+        self.until_noon = 12 * 3600 - (3600 * now.tm_hour + 60 * now.tm_min + now.tm_sec)
         self.shift_file = self.file("shift", bytes(8))
+        self.shift(0)
 
     def shift(self, seconds):
-        """Sets the program's clock that far from ours."""
+        """Sets the program's clock that far from the noon at which the test begins: its date changes by that alone."""
         with open(self.shift_file, "r+b", buffering=0) as file:
-            file.write(struct.pack("=q", seconds))
+            file.write(struct.pack("=q", self.until_noon + seconds))
 
     def start_shiftable(self, *paths):
         # A sanitizer's library does not like not to be the first.
