@@ -25,7 +25,7 @@ PATIENCE = float(os.environ.get("QUILLBOX_PATIENCE", "1"))
 IN_DRAG_SOURCE = (30, 30)  # Where files are dragged from.
 
 # What would let the session around us shine through.
-FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "QT_", "WAYLAND_", "XDG_")
+FOREIGN = ("AT_SPI", "DBUS_", "DESKTOP_", "GDK_", "GNOME_", "GTK_", "KDE_", "LANG", "LC_", "QT_", "WAYLAND_", "XDG_")
 
 
 def wait_for(condition, what, seconds=60, longest_pause=0.1):
@@ -49,10 +49,10 @@ def bound_to_us(words):
 
 
 def end(process):
-    """Ends a process of ours, kindly if that helps."""
+    """Ends a process of ours, kindly if that helps: an X server that is killed leaves its lock behind."""
     process.terminate()
     try:
-        process.wait(3)
+        process.wait(20)
     except subprocess.TimeoutExpired:
         process.kill()
         process.wait()
@@ -70,6 +70,7 @@ class Desktop:
         self._processes = []
         self.folder = None
         self.environment = {name: value for name, value in os.environ.items() if not name.startswith(FOREIGN)}
+        self.environment["LANG"] = "C.UTF-8"  # Numbers are shown as the tests read them.
 
     def __enter__(self):
         try:

@@ -127,7 +127,7 @@ class Alone(WindowTest):
     def test_goes_on_when_the_session_bus_is_lost(self):
         self.settings()
         self.server.read_at_most(SLOW)
-        command = ["dbus-daemon", "--session", "--nofork", "--print-address"]
+        command = ["dbus-daemon", "--session", "--nofork", "--print-address", f"--address=unix:dir={self.folder}"]
         with subprocess.Popen(bound_to_us(command), stdout=subprocess.PIPE, text=True) as bus:
             address = bus.stdout.readline().strip()
             program = self.launch(
