@@ -9,7 +9,7 @@ import subprocess
 import unittest
 
 from certificates import make_certificate
-from desktop import wait_for
+from desktop import bound_to_us, wait_for
 from program import settings_path, store_settings
 from real_ftp_server import RealFTPServer
 from start_test import NAME, connect_to_the_bus
@@ -69,7 +69,6 @@ class Command(WindowTest):
 
     def wait_until_begun(self, name):
         wait_for(lambda: name in self.server.begun, f"{name} to be sent")
-
 
     def make_icon(self):
         """An icon with a sub-folder of its own."""
@@ -201,7 +200,7 @@ class Hidden(Command):
         for name, value in NOWHERE.items():
             environment.pop(name, None) if value is None else environment.update({name: value})
         pipes = {"stdout": stdout, "stderr": subprocess.PIPE, "text": True}
-        return subprocess.Popen(["sh", "-c", script, "sh", *words], env=environment, cwd=self.folder, **pipes)
+        return subprocess.Popen(bound_to_us(["sh", "-c", script, "sh", *words]), env=environment, cwd=self.folder, **pipes)
 
     def run_script(self, script, *words):
         process = self.start_script(script, *words)
@@ -493,9 +492,11 @@ class WhereNobodyRuns(Command):
     def test_others_hand_their_files_to_a_hidden_program(self):
         self.settings()
         self.server.read_at_most(SLOW)
-        hidden = self.launch("--hidden", self.file("one", bytes(2_000_000)))
+        hidden = self.launch("--hidden", self.file("one", bytes(20_000_000)))
         self.wait_until_begun("one")
+        messages = self.monitored_bus()
         second = self.launch("--hidden", "--wait", self.file("two"))
+        wait_for(lambda: "member=Start\n" in content(messages), "the other file to be handed over")
         self.server.read_at_most(0)
 
         self.assertEqual(second.exit_code(), 0)

@@ -57,7 +57,7 @@ class Contrast(WindowTest):
             return len(contrasts) == len(texts) and set(expected) <= set(dict(texts)) and not faint_texts(contrasts)
 
         with contextlib.suppress(AssertionError):
-            wait_for(is_clear, "what is being painted", seconds=5)
+            wait_for(is_clear, "what is being painted")
         self.assertEqual(faint_texts(contrasts), [])
         self.assertEqual([words for words, _ in contrasts], [words for words, _ in texts], "not all seen whole")
         self.assertLessEqual(set(expected), set(dict(contrasts)))

@@ -112,7 +112,8 @@ class Elsewhere(Drag):
 
         self.wait_for_status(program, "Download succeeded")
         self.assertEqual(self.content_here("other.txt"), b"other")
-        self.assertEqual(target.wait(10), 0)
+        wait_for(lambda: target.poll() is not None, "the target to go")
+        self.assertEqual(target.returncode, 0)
 
     def test_a_drag_that_ends_nowhere_brings_nothing(self):
         program = self.start_listed()

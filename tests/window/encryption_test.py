@@ -1,5 +1,6 @@
 """Encryption as the user meets it: the choice, the padlock, the question about a certificate, on real servers."""
 
+import contextlib
 import json
 import os
 import socket
@@ -341,7 +342,7 @@ class Refuser:
                 peer, _ = self._listener.accept()
             except OSError:
                 return
-            with peer:
+            with peer, contextlib.suppress(ConnectionError):
                 peer.sendall(b"220 Ready\r\n")
                 while data := peer.recv(4096):
                     self.received += data

@@ -49,7 +49,7 @@ class Target(Gtk.Window):
             GLib.Variant("(s)", (self._folder,)),
             None,
             Gio.DBusCallFlags.NONE,
-            3000,
+            60_000,
         )
         Gtk.main_quit()
         return False

@@ -30,10 +30,15 @@ class FileManagerTest(WindowTest):
     def drag_icon(self, manager, number, program, target="Drop area"):
         left, top = self.desktop.place_of(manager)
         icon = (left + FIRST_ICON[0] + number * TO_NEXT_ICON, top + FIRST_ICON[1])
-        begun = len(self.server.begun)
-        self.desktop.drag_until(
-            lambda: len(self.server.begun) > begun or program.sheet(), icon, program.centre(target)
-        )
+        def queued():
+            return program.find("Queued files") and program.text("Queued files")
+
+        begun, before = len(self.server.begun), queued()
+
+        def is_taken():
+            return program.sheet() or queued() != before or len(self.server.begun) > begun
+
+        self.desktop.drag_until(is_taken, icon, program.centre(target))
 
     def drag_row(self, row, program, manager):
         """Drags a row of the table by its name into the folder."""

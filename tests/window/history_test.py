@@ -61,10 +61,13 @@ class History(WindowTest):
         wait_for(lambda: not program.is_enabled("Queue Again"), "nothing to be left to queue")
 
     def kept(self):
-        """The outcome of each file, by its number, as the ledger has it on disk."""
+        """The outcome of each file, by its number, as the ledger has it on disk; none before there is one."""
         path = os.path.join(self.home["XDG_STATE_HOME"], "quillbox", "history.sqlite")
-        with contextlib.closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as ledger:
-            return [outcome for (outcome,) in ledger.execute("SELECT outcome FROM files ORDER BY row")]
+        try:
+            with contextlib.closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as ledger:
+                return [outcome for (outcome,) in ledger.execute("SELECT outcome FROM files ORDER BY row")]
+        except sqlite3.OperationalError:
+            return []
 
     def test_what_was_not_confirmed_when_the_program_was_killed_is_told_by_the_next_one(self):
         program = self.start_busy()

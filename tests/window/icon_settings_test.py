@@ -211,7 +211,7 @@ class Harmed(IconSettings):
 
         self.assertEqual(program.acknowledge()[0], "Settings Missing")
         self.wait_for_title(program, NOWHERE)
-        self.assertIn("Nothing is uploaded", program.tree())
+        wait_for(lambda: "Nothing is uploaded" in program.tree(), "the drop area to say so")
         second = self.launched(link, self.file("two.txt"))
         self.assertEqual(second.exit_code(), 0, second.output())
         self.assertEqual(program.acknowledge()[0], NO_DESTINATION)

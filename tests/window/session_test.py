@@ -73,9 +73,8 @@ class Session(WindowTest):
 
     def sort_by_every_column(self, program):
         for column in (4, 3, 2, 1, 0, 0, 0):
-            before = self.names(program)
             self.desktop.click(program.column_title(TABLE, column))
-            wait_for(lambda: sorted(self.names(program)) == sorted(before), "the same names in some order")
+            self.wait_for_listing(program)  # The same names in some order.
 
     def create_folder(self, program, name):
         self.bring_to_front(program)
