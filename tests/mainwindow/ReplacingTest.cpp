@@ -6,11 +6,8 @@
 #include <QDir>
 #include <QListView>
 
-#include <chrono>
-
 namespace {
 
-using namespace std::chrono_literals;
 using Outcome = HistoryEntry::Outcome;
 
 /// Files that are dropped where the settings say that somebody is asked before one on the server is replaced.
@@ -33,7 +30,7 @@ protected:
     /// of folders.
     void whenLooked(const QByteArrayList& names = {}, const QString& location = u"ftp://host/in/"_s)
     {
-        ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+        ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
         FakeFTPStream& listing = *look();
         EXPECT_EQ(listing.location, location);
         listing.sendOpenCompleted();
@@ -46,7 +43,7 @@ protected:
     }
     void whenAsked()
     {
-        EXPECT_TRUE(waitFor([] { return !shownBoxes().isEmpty(); }, 10s));
+        EXPECT_TRUE(waitFor([] { return !shownBoxes().isEmpty(); }));
     }
     /// Drops the file @p name, which is there already, and leaves it out.
     void leaveOutFile(const QString& name)
@@ -71,20 +68,18 @@ protected:
     void serve()
     {
         size_t served = 0;
-        EXPECT_TRUE(waitFor(
-            [&] {
-                for (; served < m_streams.streams().size(); ++served) {
-                    const std::shared_ptr<FakeFTPStream> stream = m_streams.streams()[served];
-                    if (stream->isOpen() && stream->kind == Kind::Upload) {
-                        stream->sendOpenCompleted();
-                        while (stream->isOpen()) {
-                            stream->sendHasSpace();
-                        }
+        EXPECT_TRUE(waitFor([&] {
+            for (; served < m_streams.streams().size(); ++served) {
+                const std::shared_ptr<FakeFTPStream> stream = m_streams.streams()[served];
+                if (stream->isOpen() && stream->kind == Kind::Upload) {
+                    stream->sendOpenCompleted();
+                    while (stream->isOpen()) {
+                        stream->sendHasSpace();
                     }
                 }
-                return !m_controller->history().isQueueUnderWay();
-            },
-            10s));
+            }
+            return !m_controller->history().isQueueUnderWay();
+        }));
     }
     QStringList sent() const
     {
@@ -193,16 +188,16 @@ TEST_F(ReplacingTest, WhatWasQueuedBeforeGoesOnMeanwhile)
 {
     unset(u"AskBeforeReplacing"_s);
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
-    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
     set(u"AskBeforeReplacing"_s, true);
 
     m_controller->uploadFiles(files({ u"c"_s }));
-    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
     EXPECT_TRUE(look()->calls.contains(u"setStandsBack"_s));
     whenLooked({ "c" });
     whenAsked();
     finishUpload();
-    ASSERT_TRUE(waitFor([this] { return sent().size() == 2; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return sent().size() == 2; }));
     finishUpload();
 
     EXPECT_EQ(sent(), (QStringList{ u"a"_s, u"b"_s }));
@@ -216,7 +211,7 @@ TEST_F(ReplacingTest, WhatWasQueuedBeforeGoesOnMeanwhile)
 TEST_F(ReplacingTest, WhereTheListingFailsItIsOneQuestionForAll)
 {
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
-    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
     FakeFTPStream& listing = *look();
     listing.reply = u"421 Not now"_s;
     listing.sendRefusal(421);
@@ -303,7 +298,7 @@ TEST_F(ReplacingTest, AFileThatWaitsForAnotherTryIsAskedAboutAndNotTriedWhenItIs
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
     whenLooked();
     for (int lost = 1; lost <= 2; ++lost) {
-        ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+        ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
         upload().sendRefusal(421);
         ASSERT_EQ(m_controller->tries().waitingCount(), lost);
     }
@@ -325,14 +320,14 @@ TEST_F(ReplacingTest, NorIsOneThatIsLostAfterThat)
     set(u"RetryFailedFiles"_s, true);
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
     whenLooked();
-    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
     whenLooked();
     whenAsked();
     answerSheet(u"Replace"_s);
 
     for (int count = 0; count < 3; ++count) { // Both, and the one that is to replace the first.
-        ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+        ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
         upload().sendRefusal(421);
     }
     serve();
@@ -348,7 +343,7 @@ TEST_F(ReplacingTest, WhatWaitsForAnotherTryElsewhereIsNotAskedAbout)
     set(u"RetryFailedFiles"_s, true);
     m_controller->uploadFiles(files({ u"a"_s }));
     whenLooked();
-    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
     upload().sendRefusal(421);
     set(u"FTPFolder"_s, u"other"_s);
 
@@ -441,7 +436,7 @@ TEST_F(ReplacingTest, WhatWaitsForAnotherDestinationIsLookedAtAgainWhenThatIsInF
 {
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
     whenLooked();
-    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
     set(u"FTPFolder"_s, u"other"_s);
 
     finishUpload();
@@ -461,7 +456,7 @@ TEST_F(ReplacingTest, WhatIsQueuedAgainWaitsWhileThereIsNoDestinationAndIsLooked
     leaveOutFile(u"a"_s);
     queueAgain(*m_controller, { { .row = 0, .number = 0 } });
     for (const bool isAsked : { false, true }) {
-        ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+        ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
         if (isAsked) {
             whenLooked({ "a" });
             whenAsked();
@@ -486,9 +481,9 @@ TEST_F(ReplacingTest, WhatIsQueuedAgainIsGivenUpAsSoonAsAnotherDestinationIsInFo
     leaveOutFile(u"a"_s);
     m_controller->uploadFiles(files({ u"b"_s }));
     whenLooked();
-    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }, 10s));
+    ASSERT_TRUE(waitFor([this] { return m_controller->pc().isSending(); }));
     queueAgain(*m_controller, { { .row = 0, .number = 0 } });
-    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
 
     set(u"FTPFolder"_s, u"other"_s);
     tick();
@@ -528,7 +523,7 @@ TEST_F(ReplacingTest, AQuestionWaitsForTheWindowToShow)
     m_controller->window().hide();
     m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
     whenLooked({ "a" });
-    ASSERT_TRUE(waitFor([this] { return m_controller->intake().stage() == UploadIntake::Stage::Asking; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return m_controller->intake().stage() == UploadIntake::Stage::Asking; }));
     EXPECT_TRUE(shownBoxes().isEmpty());
 
     m_controller->window().show();
@@ -542,7 +537,7 @@ TEST_F(ReplacingTest, AQuestionWaitsForTheWindowToShow)
 TEST_F(ReplacingTest, AboutUnattendedFilesNobodyIsAskedAndTheyFail)
 {
     m_controller->upload({ .paths = files({ u"a"_s, u"b"_s }), .request = { .number = 1, .isUnattended = true } });
-    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
     EXPECT_TRUE(look()->asksNobody);
     whenLooked({ "a" });
     serve();
@@ -575,7 +570,7 @@ TEST_F(ReplacingTest, NorForOthersThatDo)
 
     m_controller->upload({ .paths = files({ u"b"_s }), .request = { .number = 1, .isUnattended = true } });
 
-    EXPECT_TRUE(waitFor([this] { return outcomes() == QList{ Outcome::Waiting, Outcome::Failed }; }, 10s));
+    EXPECT_TRUE(waitFor([this] { return outcomes() == QList{ Outcome::Waiting, Outcome::Failed }; }));
     m_controller->clearQueue();
 }
 
@@ -589,7 +584,7 @@ TEST_F(ReplacingTest, HundredThousandFilesAreAskedAboutAtOnceAndLeftOut)
         rows += "-rw-r--r-- 1 u g 5 Jan 1 2024 a file " + QByteArray::number(i) + "\r\n";
     }
     m_controller->uploadFiles(paths);
-    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }, 10s));
+    ASSERT_TRUE(waitFor([this] { return look() != nullptr; }));
     FakeFTPStream& listing = *look();
     listing.sendOpenCompleted();
     for (qsizetype at = 0; at < rows.size(); at += FTPListController::bufferSize) {
