@@ -42,8 +42,7 @@ const QString unended = u"(outcome <= %1 OR settled = %2)"_s.arg(
 static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcome::Sending) == 1);
 /// What was interrupted, and nobody has said yet what is to become of it.
 const QString undecided = u"((outcome = %1 AND settled = 0) OR settled = %2)"_s.arg(
-    QString::number(static_cast<int>(Outcome::Interrupted)),
-    QString::number(static_cast<int>(LedgerSettled::MissedTry)));
+    QString::number(static_cast<int>(Outcome::Interrupted)), QString::number(static_cast<int>(LedgerSettled::Missed)));
 
 /// What is put behind the name of a database for that of each of its files, itself first.
 const std::array<QString, 3> filesOfDatabase{ QString(), u"-wal"_s, u"-shm"_s };
@@ -354,7 +353,7 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
     for (const qint64 other : ended) {
         isDone = isDone
             && run(u"UPDATE files SET settled = ? WHERE run = ? AND settled = ?"_s,
-                   { numberOf(LedgerSettled::MissedTry), other, numberOf(LedgerSettled::AwaitingTry) })
+                   { numberOf(LedgerSettled::Missed), other, numberOf(LedgerSettled::AwaitingTry) })
             && run(u"UPDATE files SET outcome = ? WHERE run = ? AND "_s + unended,
                    { static_cast<int>(Outcome::Interrupted), other });
     }
