@@ -26,50 +26,38 @@ class Answers:
         self._session.drop(*self._tree.dropped)
         return self._check_sent()
 
-    def leave_out(self):
-        before = self._ask(self._listed)
+    def leave_out(self, ask):
+        before = stamps_below(self._session.server.path(""))
+        asked = self._write_and(ask)
         self._session.program.answer("Leave Out")
-        words = self._check_rows(lambda entry: not entry.is_folder and entry.arrives)
-        self._check_untouched(before)
+        words = self._check_rows(set(asked))
+        assert_same(stamps_below(self._session.server.path("")), before)
         return words
 
-    def replace(self):
-        self._ask(self._listed)
+    def replace(self, ask):
+        self._write_and(ask)
         self._session.program.answer("Replace")
         return self._check_sent()
 
-    def leave_out_unknown(self):
-        before = self._ask(self._unlisted)
-        self._session.program.answer("Leave Out")
-        words = self._check_rows(lambda entry: not entry.is_folder)
-        self._check_untouched(before)
-        return words
-
-    def replace_unknown(self):
-        self._ask(self._unlisted)
-        self._session.program.answer("Replace")
-        return self._check_sent()
-
-    def _ask(self, expect):
-        """Drops the tree once more, with other contents; answers what the server's disk is like before the answer."""
+    def _write_and(self, ask):
+        """Asks about the tree with other contents; answers which entries the question is about."""
         self._version += 1
         self._tree.write(self._version)
         self._session.set(AskBeforeReplacing=True)
-        before = stamps_below(self._session.server.path(""))
-        expect([entry for entry in self._tree.entries if not entry.is_folder])
-        return before
+        return ask([entry for entry in self._tree.entries if not entry.is_folder])
 
-    def _listed(self, files):
-        """The question when the server tells what is there."""
+    def when_listed(self, files):
+        """Has the question come when the server tells what is there."""
         self._session.drop(*self._tree.dropped)
         title, *_ = self._session.wait_for_question()
         # Of names that the server does not list it is not known.
         found, count = count_in(f"{MANY} of {MANY} files (?:are there already|may replace others)", title)
-        there = sum(entry.arrives for entry in files)
-        assert (found, count) == (there, len(files)), f"“{title}” instead of {there:,} of {len(files):,}"
+        there = [entry for entry in files if entry.arrives]
+        assert (found, count) == (len(there), len(files)), f"“{title}” instead of {len(there):,} of {len(files):,}"
+        return there
 
-    def _unlisted(self, files):
-        """The question when the server has gone, which is back for the answer."""
+    def when_not_listed(self, files):
+        """Has it come when the server has gone, which is back for the answer."""
         self._session.server.go_away()
         self._session.drop(*self._tree.dropped)
         title, text, *_ = self._session.wait_for_question()
@@ -77,27 +65,25 @@ class Answers:
         assert f"({len(files):,} to be uploaded)" in text, text
         self._session.server.come_back()
         self._session.set(AskBeforeReplacing=True)  # The password is another one.
+        return files
 
     def _check_sent(self):
-        words = self._check_rows(lambda entry: False)
+        words = self._check_rows(left_out=())
         self._session.assert_on_server(self._tree.expected())
         return words
 
-    def _check_rows(self, is_left_out):
+    def _check_rows(self, left_out):
         """What has become of each entry, in the order of the queue, and what else is told."""
         words = self._session.wait_for_end()
         rows = [(path, FAILED if outcome in FAILED else outcome) for path, outcome in self._session.rows()]
         expected = []
         for entry in self._tree.entries:
-            outcome = NOT_REPLACING if is_left_out(entry) else CONFIRMED if entry.arrives else FAILED
+            outcome = NOT_REPLACING if entry in left_out else CONFIRMED if entry.arrives else FAILED
             expected.append((entry.path + entry.end, outcome))
         assert_same(dict(enumerate(rows)), dict(enumerate(expected)))
         assert sorted(self._session.left_out()) == sorted(self._tree.left_out), self._session.left_out()
         assert self._session.notes().count(MERGED) == 1, self._session.notes()
         return words
-
-    def _check_untouched(self, before):
-        assert_same(stamps_below(self._session.server.path("")), before)
 
 
 class MidWalk:

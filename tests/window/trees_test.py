@@ -36,8 +36,8 @@ class Whole(TreeTest):
         answers = Answers(self.new_session(), tree)
 
         answers.upload()
-        answers.leave_out()
-        answers.replace()
+        answers.leave_out(answers.when_listed)
+        answers.replace(answers.when_listed)
 
 
 class Stopped(TreeTest):
