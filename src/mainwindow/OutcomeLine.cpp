@@ -76,11 +76,11 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     m_text->setProperty("smallestScale", smallestScale);
     m_icon->setIcon(drawnWarningIcon());
     m_showButton = addButton("showOutcomeButton", u"Show…"_s);
-    m_showButton->setToolTip(u"Show these files in the history"_s);
+    m_showButton->setToolTip(u"Show this in the history"_s);
     m_queueAgainButton = addButton("queueOutcomeAgainButton", u"Queue Again"_s);
     m_queueAgainButton->setToolTip(u"Put the files that were lost or stopped into the queue once more"_s);
     m_forgetButton = addButton("forgetInterruptedButton", u"Forget"_s);
-    m_forgetButton->setToolTip(u"Leave these files as they are, and do not ask about them again"_s);
+    m_forgetButton->setToolTip(u"Leave this as it is, and do not ask about it again"_s);
     m_tryNowButton = addButton("tryNowButton", u"Try Now"_s);
     m_tryNowButton->setToolTip(u"Send the files that wait for another try at once"_s);
     m_giveUpButton = addButton("giveUpTriesButton", u"Give Up"_s);
@@ -99,7 +99,7 @@ OutcomeLine::OutcomeLine(QWidget* parent)
     connect(m_dismissButton, &QToolButton::clicked, this, &OutcomeLine::dismiss);
     connect(m_showButton, &QToolButton::clicked, this, [this] {
         emit showRequested(m_isAboutEarlierRuns
-                               ? m_ledger->interrupted()
+                               ? m_ledger->interrupted() + m_ledger->interruptedWalks()
                                : keys(HistoryRows::remarkable(m_history->entries(), m_history->firstQueueRow())));
     });
     connect(m_copyWebLinkButton, &QToolButton::clicked, this, &OutcomeLine::copyWebLinks);
@@ -263,16 +263,28 @@ void OutcomeLine::dismiss()
 /// Where nothing is said of a queue, what an earlier run has left is, until the user has dismissed that.
 void OutcomeLine::endTelling()
 {
-    const qsizetype count = m_ledger->interrupted().size();
-    m_isAboutEarlierRuns = count > 0 && !m_isInterruptedDismissed;
+    const QString text = earlierRunsText();
+    m_isAboutEarlierRuns = !text.isNull() && !m_isInterruptedDismissed;
     if (m_isAboutEarlierRuns) {
         m_lostRows.reset();
-        setText(count == 1 ? u"1 file was not confirmed"_s
-                           : u"%1 files were not confirmed"_s.arg(QLocale().toString(count)),
-                true);
-        offer({ m_queueAgainButton, m_forgetButton });
+        setText(text, true);
+        offer(m_ledger->interrupted().isEmpty() ? QList{ m_forgetButton }
+                                                : QList{ m_queueAgainButton, m_forgetButton });
     }
     tell(m_isAboutEarlierRuns);
+}
+
+/// What is not known of them; null when all is.
+QString OutcomeLine::earlierRunsText() const
+{
+    const qsizetype count = m_ledger->interrupted().size();
+    const bool isAllFound = m_ledger->interruptedWalks().isEmpty();
+    if (count == 0) {
+        return isAllFound ? QString() : u"Not all that was dropped was looked through"_s;
+    }
+    const QString files
+        = count == 1 ? u"1 file was not confirmed"_s : u"%1 files were not confirmed"_s.arg(QLocale().toString(count));
+    return isAllFound ? files : files + u", and not all that was dropped was looked through"_s;
 }
 
 void OutcomeLine::triesChanged()

@@ -18,7 +18,8 @@ class UploadLedger;
 /// The line below the status that says what has become of the last queue: "3 of 5 uploaded, 2 failed". It comes when a
 /// queue has ended, is corrected when a later listing knows better, and stays until the next queue begins or until it
 /// is dismissed. Where it has nothing to say of a queue, it says of how many files an earlier run has not learnt what
-/// has become of them, until that is dismissed. Buttons that have no room are in a menu. Belongs to the main thread.
+/// has become of them, and whether it has not found all, until that is dismissed. Buttons that have no room are in a
+/// menu. Belongs to the main thread.
 class OutcomeLine final : public QFrame {
     Q_OBJECT
 
@@ -63,6 +64,7 @@ private:
     void triesChanged();
     void refresh();
     QString queueText() const;
+    QString earlierRunsText() const;
     void setText(const QString& text, bool isWarning);
     QList<LedgerKey> keys(const QList<int>& numbers) const;
     QList<int> lostRows() const;

@@ -89,6 +89,8 @@ void ViewController::connectParts()
             [this](const HeldDrops::Question& question) { askWhetherToReplace(m_window, question); });
     connect(&m_listing, &DestinationListing::destinationChanged, &m_intake, &UploadIntake::destinationChanged);
     connect(&m_intake, &UploadIntake::changed, &m_pump, &Pump::wake);
+    connect(&m_intake, &UploadIntake::changed, &m_ledger,
+            [this] { m_ledger.setLookingThrough(m_intake.isLookingThrough()); });
     connect(&m_tries, &AutomaticTries::changed, &m_pump, &Pump::wake);
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listAfterUploads);

@@ -3,6 +3,7 @@
 #include "HistoryEntry.h"
 #include "PathList.h"
 
+#include <optional>
 #include <vector>
 
 /// News of the files of this run, on their way to the ledger's thread. Files are known by their numbers in the run.
@@ -23,4 +24,5 @@ struct LedgerBatch {
 
     std::vector<Added> added; ///< Written before what has changed.
     std::vector<Changed> changed;
+    std::optional<bool> isLookingThrough; ///< Whether more files may be found in folders; none where that is no news.
 };

@@ -44,6 +44,10 @@ static_assert(static_cast<int>(Outcome::Waiting) == 0 && static_cast<int>(Outcom
 const QString undecided = u"((outcome = %1 AND settled = 0) OR settled = %2)"_s.arg(
     QString::number(static_cast<int>(Outcome::Interrupted)), QString::number(static_cast<int>(LedgerSettled::Missed)));
 
+/// What is no file.
+const QString noted = u"outcome = %1"_s.arg(static_cast<int>(Outcome::Note));
+constexpr auto walkNote = "Quillbox ended before all that was dropped had been looked through.";
+
 /// What is put behind the name of a database for that of each of its files, itself first.
 const std::array<QString, 3> filesOfDatabase{ QString(), u"-wal"_s, u"-shm"_s };
 
@@ -311,6 +315,8 @@ bool LedgerDatabase::setUp()
             && run(u"CREATE INDEX filesUndecided ON files (copy) WHERE "_s + undecided)
             && run(u"PRAGMA user_version = %1"_s.arg(version));
     }
+    // Programs that know nothing of it get along with it: the run that looks through folders has a row.
+    isDone = isDone && run(u"CREATE TABLE IF NOT EXISTS walks (run INTEGER PRIMARY KEY, copy BLOB NOT NULL)"_s);
     if (end(isDone) != LedgerProblem::None) {
         return false;
     }
@@ -329,8 +335,7 @@ bool LedgerDatabase::setUp()
                        numberOf(LedgerSettled::QueuedAgain)));
 }
 
-/// The files that wait in runs that have ended, for their turn or for another try, will not be sent. What is known of
-/// the last try of the latter is kept.
+/// What runs that have ended have not brought to an end is said to be so.
 LedgerProblem LedgerDatabase::interruptEndedRuns()
 {
     if (!begin()) {
@@ -338,7 +343,7 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
     }
     QSqlQuery query(m_database);
     bool isDone = true;
-    query.exec(u"SELECT DISTINCT run FROM files WHERE "_s + unended);
+    query.exec(u"SELECT run FROM files WHERE %1 UNION SELECT run FROM walks"_s.arg(unended));
     QList<qint64> ended;
     while (query.next()) {
         if (const qint64 other = query.value(0).toLongLong(); other != m_run && !m_locks->isTaken(other)) {
@@ -350,14 +355,23 @@ LedgerProblem LedgerDatabase::interruptEndedRuns()
         isDone = false;
     }
     query.finish();
-    for (const qint64 other : ended) {
-        isDone = isDone
-            && run(u"UPDATE files SET settled = ? WHERE run = ? AND settled = ?"_s,
-                   { numberOf(LedgerSettled::Missed), other, numberOf(LedgerSettled::AwaitingTry) })
-            && run(u"UPDATE files SET outcome = ? WHERE run = ? AND "_s + unended,
-                   { static_cast<int>(Outcome::Interrupted), other });
-    }
-    return end(isDone);
+    return end(isDone && std::all_of(ended.begin(), ended.end(), [this](qint64 other) { return interrupt(other); }));
+}
+
+/// The files that wait in @p ended, for their turn or for another try, will not be sent. What is known of the last try
+/// of the latter is kept. What it would have found in folders is not known; the note that says so is its last row.
+bool LedgerDatabase::interrupt(qint64 ended)
+{
+    return run(u"UPDATE files SET settled = ? WHERE run = ? AND settled = ?"_s,
+               { numberOf(LedgerSettled::Missed), ended, numberOf(LedgerSettled::AwaitingTry) })
+        && run(u"UPDATE files SET outcome = ? WHERE run = ? AND "_s + unended,
+               { static_cast<int>(Outcome::Interrupted), ended })
+        && run(u"INSERT INTO files (run, number, copy, name, outcome, settled, time) SELECT run, (SELECT "
+               "coalesce(max(number), -1) + 1 FROM files WHERE files.run = walks.run), copy, ?, ?, ?, ? FROM walks "
+               "WHERE run = ?"_s,
+               { QByteArray(walkNote), static_cast<int>(Outcome::Note), numberOf(LedgerSettled::Missed),
+                 QDateTime::currentMSecsSinceEpoch(), ended })
+        && run(u"DELETE FROM walks WHERE run = ?"_s, { ended });
 }
 
 bool LedgerDatabase::run(const QString& command, const QVariantList& values)
@@ -413,7 +427,8 @@ LedgerProblem LedgerDatabase::write(const LedgerBatch& batch)
     }
     return end(std::all_of(batch.added.begin(), batch.added.end(), [this](const auto& added) { return add(added); })
                && std::all_of(batch.changed.begin(), batch.changed.end(),
-                              [this](const auto& changed) { return change(changed); }));
+                              [this](const auto& changed) { return change(changed); })
+               && (!batch.isLookingThrough || setLookingThrough(*batch.isLookingThrough)));
 }
 
 bool LedgerDatabase::add(const LedgerBatch::Added& added)
@@ -448,6 +463,12 @@ bool LedgerDatabase::change(const LedgerBatch::Changed& changed)
                  changed.first, changed.last });
 }
 
+bool LedgerDatabase::setLookingThrough(bool isLooking)
+{
+    return isLooking ? run(u"INSERT OR REPLACE INTO walks (run, copy) VALUES (?, ?)"_s, { m_run, m_copy })
+                     : run(u"DELETE FROM walks WHERE run = ?"_s, { m_run });
+}
+
 LedgerProblem LedgerDatabase::prune(Bounds bounds)
 {
     if (!begin()) {
@@ -476,10 +497,20 @@ LedgerProblem LedgerDatabase::clear()
 
 QList<LedgerKey> LedgerDatabase::interrupted()
 {
+    return undecidedKeys(u"NOT "_s + noted);
+}
+
+QList<LedgerKey> LedgerDatabase::interruptedWalks()
+{
+    return undecidedKeys(noted);
+}
+
+QList<LedgerKey> LedgerDatabase::undecidedKeys(const QString& condition)
+{
     QSqlQuery query(m_database);
     query.setForwardOnly(true);
-    query.prepare(
-        u"SELECT %1 FROM files WHERE copy = ? AND %2 ORDER BY row"_s.arg(LedgerReader::keyColumn(m_run), undecided));
+    query.prepare(u"SELECT %1 FROM files WHERE copy = ? AND %2 AND %3 ORDER BY row"_s.arg(
+        LedgerReader::keyColumn(m_run), undecided, condition));
     query.bindValue(0, m_copy);
     return LedgerReader::keysOf(query).value_or(QList<LedgerKey>());
 }

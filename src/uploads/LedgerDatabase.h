@@ -51,7 +51,7 @@ public:
     /// What the system said of the last problem.
     const QString& reason() const { return m_reason; }
 
-    /// All of it or nothing.
+    /// All of it or nothing. A run that ends while it is looking through folders is noted by the next open().
     LedgerProblem write(const LedgerBatch& batch);
     /// Removes what is beyond @p bounds and has ended.
     LedgerProblem prune(Bounds bounds);
@@ -66,7 +66,10 @@ public:
 
     /// The files of earlier runs of this copy that were interrupted, and neither queued again nor forgotten since.
     QList<LedgerKey> interrupted();
-    /// They are forgotten: they stay in the history, and nobody is asked about them any more.
+    /// The notes that earlier runs of this copy have ended before their folders had been looked through, unless they
+    /// were forgotten since.
+    QList<LedgerKey> interruptedWalks();
+    /// All these are forgotten: they stay in the history, and nobody is asked about them any more.
     LedgerProblem forgetInterrupted();
     /// Those of @p keys that are no files of this run are queued again: later rows stand for the next try.
     LedgerProblem queuedAgain(const QList<LedgerKey>& keys);
@@ -86,6 +89,8 @@ private:
     std::optional<int> presentVersion();
     bool setUp();
     LedgerProblem interruptEndedRuns();
+    bool interrupt(qint64 run);
+    QList<LedgerKey> undecidedKeys(const QString& condition);
     bool prepare(QSqlQuery& query, const QString& command);
     bool run(const QString& command, const QVariantList& values = {});
     bool run(QSqlQuery& query, const QVariantList& values);
@@ -94,6 +99,7 @@ private:
     LedgerProblem end(bool isDone);
     bool add(const LedgerBatch::Added& added);
     bool change(const LedgerBatch::Changed& changed);
+    bool setLookingThrough(bool isLooking);
 
     QString m_name; ///< Of the connection.
     QByteArray m_copy;

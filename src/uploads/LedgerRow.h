@@ -23,7 +23,7 @@ enum class LedgerSettled {
     QueuedAgain,
     Forgotten,
     AwaitingTry, ///< By itself, as long as the run goes on.
-    Missed, ///< The run has ended before that, and nobody has said yet what is to become of it.
+    Missed, ///< The run has ended before that, or what a note tells of; nobody has said yet what is to become of it.
 };
 
 /// What the ledger knows of one file.

@@ -100,6 +100,7 @@ public:
         const std::lock_guard lock(m_mutex);
         append(m_news.added, std::move(news.added));
         append(m_news.changed, std::move(news.changed));
+        m_news.isLookingThrough = news.isLookingThrough ? news.isLookingThrough : m_news.isLookingThrough;
         return !std::exchange(m_isWriteAsked, true);
     }
 
@@ -189,8 +190,10 @@ private:
 
     void tellInterrupted()
     {
-        const QList<LedgerKey> keys = m_database.isOpen() ? m_database.interrupted() : QList<LedgerKey>();
-        postCall(&m_ledger, [&ledger = m_ledger, keys] { ledger.setInterrupted(keys); });
+        const bool isOpen = m_database.isOpen();
+        const QList<LedgerKey> files = isOpen ? m_database.interrupted() : QList<LedgerKey>();
+        const QList<LedgerKey> walks = isOpen ? m_database.interruptedWalks() : QList<LedgerKey>();
+        postCall(&m_ledger, [&ledger = m_ledger, files, walks] { ledger.setInterrupted(files, walks); });
     }
 
     void tellOthers()
@@ -278,6 +281,9 @@ void UploadLedger::open(const QString& path, const QString& copy, LedgerDatabase
     m_reading = std::make_shared<Reading>();
     m_thread.post([work = m_work] { work->open(); });
     rowsAppended();
+    if (m_isLookingThrough) {
+        tellLookingThrough();
+    }
 }
 
 bool UploadLedger::close(std::chrono::milliseconds limit)
@@ -304,6 +310,13 @@ void UploadLedger::lookForOthers()
 {
     if (isOpen()) {
         m_thread.post([work = m_work] { work->lookForOthers(); });
+    }
+}
+
+void UploadLedger::setLookingThrough(bool isLooking)
+{
+    if (std::exchange(m_isLookingThrough, isLooking) != isLooking && isOpen()) {
+        tellLookingThrough();
     }
 }
 
@@ -435,8 +448,14 @@ void UploadLedger::rowsAppended()
 void UploadLedger::rowsChanged(int first, int last)
 {
     if (isOpen()) {
-        handOver({ .added = {}, .changed = changesOf(m_history.entries(), first, last) });
+        handOver(
+            { .added = {}, .changed = changesOf(m_history.entries(), first, last), .isLookingThrough = std::nullopt });
     }
+}
+
+void UploadLedger::tellLookingThrough()
+{
+    handOver({ .added = {}, .changed = {}, .isLookingThrough = m_isLookingThrough });
 }
 
 void UploadLedger::handOver(LedgerBatch&& batch)
@@ -465,9 +484,11 @@ void UploadLedger::setReadProblem(const QString& text)
     }
 }
 
-void UploadLedger::setInterrupted(const QList<LedgerKey>& keys)
+void UploadLedger::setInterrupted(const QList<LedgerKey>& files, const QList<LedgerKey>& walks)
 {
-    if (std::exchange(m_interrupted, keys) != keys) {
+    const bool areFilesNews = std::exchange(m_interrupted, files) != files;
+    const bool areWalksNews = std::exchange(m_interruptedWalks, walks) != walks;
+    if (areFilesNews || areWalksNews) {
         emit interruptedChanged();
     }
 }

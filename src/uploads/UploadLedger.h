@@ -45,6 +45,10 @@ public:
     /// Why it is not kept on disk although it was to be, in whole sentences; null when it is.
     const QString& problem() const { return m_problem; }
 
+    /// Whether folders are being looked through for files that the history does not have yet. When the run ends
+    /// meanwhile, the next one says so.
+    void setLookingThrough(bool isLooking);
+
     /// Removes all files that have ended from the history.
     void clear();
 
@@ -70,6 +74,9 @@ public:
     /// The files of earlier runs of this copy that were interrupted, of which nobody has said what is to become of
     /// them.
     const QList<LedgerKey>& interrupted() const { return m_interrupted; }
+    /// The notes that earlier runs of this copy have ended before all that was dropped had been looked through.
+    const QList<LedgerKey>& interruptedWalks() const { return m_interruptedWalks; }
+    /// Nobody is told of any of these again.
     void forgetInterrupted();
     /// Of those of @p keys that are no files of this run later rows stand for the next try.
     void queuedAgain(const QList<LedgerKey>& keys);
@@ -82,7 +89,7 @@ signals:
     void problemFound(bool isNews);
     /// readProblem() has another answer.
     void readProblemChanged();
-    /// interrupted() has another answer.
+    /// interrupted() or interruptedWalks() has another answer.
     void interruptedChanged();
     /// Rows have gone, or something else is known of rows that are no files of this run.
     void othersChanged();
@@ -94,9 +101,10 @@ private:
     void endWork();
     void rowsAppended();
     void rowsChanged(int first, int last);
+    void tellLookingThrough();
     void failed(const QString& text, bool isNews);
     void setReadProblem(const QString& text);
-    void setInterrupted(const QList<LedgerKey>& keys);
+    void setInterrupted(const QList<LedgerKey>& files, const QList<LedgerKey>& walks);
     template <typename Question, typename Listener> void ask(Question question, QObject* context, Listener answer);
     void handOver(LedgerBatch&& batch);
 
@@ -107,7 +115,9 @@ private:
     QString m_problem;
     QString m_readProblem;
     int m_recorded = 0; ///< So many rows of the history were handed over.
+    bool m_isLookingThrough = false;
     QList<LedgerKey> m_interrupted;
+    QList<LedgerKey> m_interruptedWalks;
     QSet<LedgerKey> m_queuedAgain; ///< Of earlier runs, by this one.
     QString m_copy;
     TaskThread m_readerThread;

@@ -270,6 +270,27 @@ TEST_F(DroppedFoldersTest, ClearingTheQueueEndsTheWalk)
     EXPECT_EQ(sent(), QStringList{ u"ftp://host/in/plain 0"_s });
 }
 
+TEST_F(DroppedFoldersTest, WhenTheProgramEndsBeforeTheWalkTheNextStartSaysSo)
+{
+    makeBelow(u"Photos/a"_s);
+    for (const bool isWalkOver : { false, true }) {
+        SCOPED_TRACE(isWalkOver);
+        const QTemporaryDir state;
+        const QString path = state.filePath(u"history.sqlite"_s);
+        m_controller->ledger().open(path, u"Quillbox"_s);
+        m_controller->uploadFiles({ folder(u"Photos"_s) });
+        if (isWalkOver) {
+            serve();
+        }
+
+        startAgainWithLedger(path);
+
+        EXPECT_EQ(m_controller->ledger().interruptedWalks().isEmpty(), isWalkOver);
+        EXPECT_TRUE(m_controller->ledger().interrupted().isEmpty());
+        startAgain();
+    }
+}
+
 TEST_F(DroppedFoldersTest, StoppingEndsTheCurrentFileOnly)
 {
     makeBelow(u"Photos/a"_s);

@@ -461,11 +461,7 @@ TEST_F(InterruptedFilesTest, ForgottenFilesAreNotAskedAboutAgain)
     EXPECT_FALSE(line().isVisible());
     ASSERT_TRUE(waitFor([this] { return m_controller->ledger().interrupted().isEmpty(); }));
 
-    ASSERT_TRUE(m_controller->ledger().close(60s));
-    startAgain();
-    m_controller->ledger().open(m_path, u"Quillbox"_s);
-    EXPECT_TRUE(m_controller->ledger().close(60s));
-    QApplication::processEvents();
+    startAgainWithLedger(m_path);
     EXPECT_FALSE(line().isVisible());
 }
 
@@ -533,6 +529,55 @@ TEST_F(InterruptedFilesTest, TheLineAboutAQueueThatHasEndedStandsBeforeIt)
     ASSERT_TRUE(waitFor([this] { return !m_controller->ledger().interrupted().isEmpty(); }));
     EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
     EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+}
+
+/// After a run that has ended while folders were looked through.
+class InterruptedWalkTest : public OutcomeLineTest {
+protected:
+    /// Begins as the run after one that had found @p files.
+    void startAfter(const PathList& files)
+    {
+        UploadHistory history;
+        UploadLedger ledger(history);
+        ledger.open(m_path, u"Quillbox"_s);
+        history.filesQueued(files);
+        ledger.setLookingThrough(true);
+        EXPECT_TRUE(ledger.close(60s));
+        m_controller->ledger().open(m_path, u"Quillbox"_s);
+        EXPECT_TRUE(waitFor([this] { return line().isVisible(); }));
+    }
+
+    QTemporaryDir m_state;
+    QString m_path = m_state.filePath(u"history.sqlite"_s);
+};
+
+TEST_F(InterruptedWalkTest, TheLineSaysSoAlsoWhereAllThatWasFoundIsConfirmed)
+{
+    startAfter({});
+
+    EXPECT_EQ(text("outcomeTextField"), u"Not all that was dropped was looked through"_s);
+    EXPECT_TRUE(isWarning());
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+    tool("showOutcomeButton").click();
+    const auto* const table = m_controller->windows().historyWindow()->findChild<QTableView*>(u"historyTable"_s);
+    EXPECT_TRUE(waitFor([table] { return table->selectionModel()->selectedRows().size() == 1; }));
+    tool("forgetInterruptedButton").click();
+    EXPECT_FALSE(line().isVisible());
+    EXPECT_TRUE(waitFor([this] { return m_controller->ledger().interruptedWalks().isEmpty(); }));
+}
+
+TEST_F(InterruptedWalkTest, FilesThatWereFoundAreQueuedAgainAndTheRestIsStillSaid)
+{
+    startAfter({ makeFile(u"a"_s) });
+
+    EXPECT_EQ(text("outcomeTextField"), u"1 file was not confirmed, and not all that was dropped was looked through"_s);
+    tool("queueOutcomeAgainButton").click();
+    ASSERT_TRUE(waitFor([this] { return m_controller->ledger().interrupted().isEmpty(); }));
+    EXPECT_EQ(text("outcomeTextField"), u"Not all that was dropped was looked through"_s);
+    EXPECT_FALSE(tool("queueOutcomeAgainButton").isVisible());
+    tick();
+    confirmNext();
+    EXPECT_EQ(text("outcomeTextField"), u"“a” uploaded"_s);
 }
 
 /// With files that are tried again by themselves.

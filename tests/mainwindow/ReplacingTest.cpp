@@ -417,6 +417,26 @@ TEST_F(ReplacingTest, ClearingTheQueueEndsThatToo)
     EXPECT_FALSE(button("clearQueueButton").isEnabled());
 }
 
+TEST_F(ReplacingTest, WhenTheProgramEndsBeforeTheAnswerTheNextStartTellsOfTheFiles)
+{
+    for (const bool isAsked : { false, true }) {
+        SCOPED_TRACE(isAsked);
+        const QTemporaryDir state;
+        const QString path = state.filePath(u"history.sqlite"_s);
+        m_controller->ledger().open(path, u"Quillbox"_s);
+        m_controller->uploadFiles(files({ u"a"_s, u"b"_s }));
+        if (isAsked) {
+            whenLooked({ "a" });
+            whenAsked();
+        }
+
+        startAgainWithLedger(path);
+
+        EXPECT_EQ(m_controller->ledger().interrupted().size(), 2);
+        startAgain();
+    }
+}
+
 TEST_F(ReplacingTest, AnAnswerCountsForTheDestinationThatItWasAskedAbout)
 {
     m_controller->uploadFiles(files({ u"a"_s }));

@@ -7,6 +7,7 @@
 #include "UserDefaults.h"
 #include "WaitFor.h"
 
+#include <QApplication>
 #include <QDialog>
 #include <QFile>
 #include <QLineEdit>
@@ -34,6 +35,17 @@ protected:
     {
         m_controller->window().show();
         tick();
+    }
+
+    /// Ends the run, and begins another one with the same ledger, at @p path. What that one has found there is known.
+    void startAgainWithLedger(const QString& path)
+    {
+        using namespace std::chrono_literals;
+        EXPECT_TRUE(m_controller->ledger().close(60s));
+        startAgain();
+        m_controller->ledger().open(path, u"Quillbox"_s);
+        EXPECT_TRUE(m_controller->ledger().close(60s));
+        QApplication::processEvents();
     }
 
     QPushButton& button(const char* name) { return control<QPushButton>(name); }

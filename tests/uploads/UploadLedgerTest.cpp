@@ -109,6 +109,21 @@ protected:
         next.settle();
         return next.ledger.interrupted().size();
     }
+    /// How many runs are known to look through folders.
+    QStringList walks() const { return askWhenMade(u"SELECT count(*) FROM walks"_s); }
+    qsizetype interruptedWalksOf(const QString& copy, LedgerDatabase::Bounds bounds = {}) const
+    {
+        Launch next(m_path, copy, bounds);
+        next.settle();
+        return next.ledger.interruptedWalks().size();
+    }
+    /// A run that ends while it looks through folders.
+    void endInMidWalk() const
+    {
+        Launch run(m_path);
+        run.ledger.setLookingThrough(true);
+        run.settle();
+    }
 
     QTemporaryDir m_directory;
     QString m_path = m_directory.filePath(u"state/quillbox/history.sqlite"_s);
@@ -459,6 +474,96 @@ TEST_F(UploadLedgerTest, NobodyIsAskedAgainAboutFilesThatWereForgotten)
 
     EXPECT_EQ(interruptedOf(u"Quillbox"_s), 0);
     EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Interrupted) });
+}
+
+TEST_F(UploadLedgerTest, AWalkThatARunHasNotEndedIsANoteThatTheNextStartOfItsCopyTellsOf)
+{
+    {
+        Launch run(m_path, u"Bilder"_s);
+        run.ledger.setLookingThrough(true);
+        run.history.filesQueued({ u"/a"_s, u"/b"_s });
+        run.confirmNext();
+        run.settle();
+    }
+    EXPECT_EQ(outcomes(), (QStringList{ row(u"a"_s, Outcome::Confirmed), row(u"b"_s, Outcome::Waiting) }));
+    EXPECT_EQ(interruptedWalksOf(u"Quillbox"_s), 0);
+
+    EXPECT_EQ(interruptedWalksOf(u"Bilder"_s), 1);
+    EXPECT_EQ(interruptedOf(u"Bilder"_s), 1);
+    EXPECT_EQ(
+        outcomes(),
+        (QStringList{ row(u"a"_s, Outcome::Confirmed), row(u"b"_s, Outcome::Interrupted),
+                      row(u"Quillbox ended before all that was dropped had been looked through."_s, Outcome::Note) }));
+    EXPECT_EQ(ask(u"SELECT DISTINCT copy, folder FROM files WHERE time > 1000 * (unixepoch() - 60) AND row = 3"_s),
+              QStringList{ u"Bilder|"_s });
+    EXPECT_EQ(walks(), QStringList{ u"0"_s });
+}
+
+TEST_F(UploadLedgerTest, EachWalkThatWasNotEndedIsToldOfAlsoWhereItHadFoundNothing)
+{
+    endInMidWalk();
+    endInMidWalk();
+
+    Launch next(m_path);
+    next.settle();
+    EXPECT_EQ(next.ledger.interruptedWalks(), (QList<LedgerKey>{ { .row = 1 }, { .row = 2 } }));
+    EXPECT_TRUE(next.ledger.interrupted().isEmpty());
+}
+
+TEST_F(UploadLedgerTest, OfAWalkThatWasEndedNothingIsTold)
+{
+    {
+        Launch run(m_path);
+        run.ledger.setLookingThrough(true);
+        run.history.filesQueued({ u"/a"_s });
+        ASSERT_TRUE(waitFor([this] { return walks() == QStringList{ u"1"_s }; }));
+        run.confirmNext();
+        run.ledger.setLookingThrough(false);
+        run.settle();
+    }
+    EXPECT_EQ(interruptedWalksOf(u"Quillbox"_s), 0);
+    EXPECT_EQ(outcomes(), QStringList{ row(u"a"_s, Outcome::Confirmed) });
+}
+
+TEST_F(UploadLedgerTest, NorOfOneInARunThatGoesOn)
+{
+    Launch run(m_path);
+    run.ledger.setLookingThrough(true);
+    ASSERT_TRUE(waitFor([this] { return walks() == QStringList{ u"1"_s }; }));
+
+    EXPECT_EQ(interruptedWalksOf(u"Quillbox"_s), 0);
+    EXPECT_EQ(walks(), QStringList{ u"1"_s });
+}
+
+TEST_F(UploadLedgerTest, AWalkThatBeganBeforeTheLedgerWasOpenedIsKnown)
+{
+    {
+        Launch run;
+        run.ledger.setLookingThrough(true);
+        run.ledger.open(m_path, u"Quillbox"_s);
+        run.settle();
+    }
+    EXPECT_EQ(interruptedWalksOf(u"Quillbox"_s), 1);
+}
+
+TEST_F(UploadLedgerTest, TheNoteOfAWalkIsToldOfUntilItIsForgottenAndStaysThen)
+{
+    endInMidWalk();
+    EXPECT_EQ(interruptedWalksOf(u"Other"_s, { .files = 0, .days = 90 }), 0);
+    {
+        Launch other(m_path, u"Other"_s);
+        other.ledger.clear();
+        other.settle();
+    }
+    EXPECT_EQ(interruptedWalksOf(u"Quillbox"_s), 1);
+    Launch next(m_path);
+    ASSERT_TRUE(waitFor([&next] { return next.ledger.interruptedWalks().size() == 1; }));
+    next.ledger.forgetInterrupted();
+    EXPECT_TRUE(waitFor([&next] { return next.ledger.interruptedWalks().isEmpty(); }));
+    next.settle();
+
+    EXPECT_EQ(interruptedWalksOf(u"Quillbox"_s), 0);
+    EXPECT_EQ(outcomes().size(), 1);
 }
 
 TEST_F(UploadLedgerTest, ClearingKeepsWhatWaits)

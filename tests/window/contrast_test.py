@@ -136,7 +136,7 @@ class WithAQueue(Contrast):
         self.select(program, "large")
         self.check(program, ANY_TITLE, outcome, "Show…", f"1) {large}\n\n2) {taken}\n\n")
         self.desktop.xdotool("mousemove", *program.centre("Show…"))
-        tip = "Show these files in the history"
+        tip = "Show this in the history"
         self.check_shown(lambda: program.texts(f"^{tip}$"), tip)
 
         self.open_by_key(program, "ctrl+h", "^History$")
