@@ -14,9 +14,11 @@ LINKS = 5000
 class LongWalk:
     """What is dropped has files that are found at once, in "a", the links, in "b", and files that are found last, in "c"."""
 
-    def __init__(self, place, found_first=600, found_last=300):
-        self._maze = os.path.join(os.fsencode(place), b"maze")
-        self.dropped = os.path.join(os.fsencode(place), b"Walk")
+    def __init__(self, place, name=b"Walk", found_first=600, found_last=300):
+        """What is dropped is called so."""
+        self._maze = os.path.join(os.fsencode(place), b"maze of " + name)
+        self.dropped = os.path.join(os.fsencode(place), name)
+        self._name = name
         os.makedirs(os.path.join(self._maze, b"r"))
         for turn in range(TURNS):
             os.symlink(STEPS + b"%d" % (turn + 1), os.path.join(self._maze, b"%d" % turn))
@@ -24,7 +26,7 @@ class LongWalk:
         self.found_first = self._make_files(b"a", found_first)
         os.mkdir(os.path.join(self.dropped, b"b"))
         for number in range(LINKS):
-            os.symlink(b"../../maze/0", os.path.join(self.dropped, b"b", b"%d" % number))
+            os.symlink(b"../../maze of %b/0" % name, os.path.join(self.dropped, b"b", b"%d" % number))
         self.found_last = self._make_files(b"c", found_last)
 
     def end(self):
@@ -38,8 +40,8 @@ class LongWalk:
         os.makedirs(os.path.join(self.dropped, folder))
         contents = {}
         for number in range(count):
-            path = os.path.join(folder, b"%04d" % number)
-            contents[b"Walk/" + path] = os.urandom(1000)
-            with open(os.path.join(self.dropped, path), "wb") as file:
-                file.write(contents[b"Walk/" + path])
+            path = os.path.join(self._name, folder, b"%04d" % number)
+            contents[path] = os.urandom(1000)
+            with open(os.path.join(os.path.dirname(self.dropped), path), "wb") as file:
+                file.write(contents[path])
         return contents

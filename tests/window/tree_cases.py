@@ -11,6 +11,7 @@ from tree_session import CONFIRMED, FAILED, INTERRUPTED, NOT_REPLACING, REMOVED,
 
 MERGED = "Several of the dropped folders are named “Twice”. All go into one folder."
 CLEARED = "The queue was cleared before all that was dropped had been looked through."
+ENDED = "Quillbox ended before all that was dropped had been looked through."
 MANY = r"([\d,]+)"
 
 
@@ -103,7 +104,7 @@ class MidWalk:
         wait_for(lambda: self._session.rows()[0] == (first, STOPPED), "the file to be stopped")
         assert self._session.is_looking(), self._session.waiting()
         self._session.server.go_on()
-        wait_for(lambda: self._session.rows() == sent, "what was found to be sent")
+        self._wait_for_rows(sent)
         assert self._session.is_looking(), self._session.waiting()
         self._walk.end()
         words = self._session.wait_for_end()
@@ -130,34 +131,32 @@ class MidWalk:
         self._assert_on_server([first], dict(map(self._sent, beside)))
         return words
 
-    def kill(self):
-        """What is confirmed is whole; the next start tells of the others that were found, and sends nothing."""
-        files = self._walk.found_first
-        self._session.drop(self._walk.dropped)
-        wait_for(lambda: sum(outcome == CONFIRMED for _, outcome in self._session.rows()) >= 10, "some files to be sent")
+    def kill(self, further):
+        """What was found first is confirmed and whole; the next start tells of what was found behind it, and that this
+        was not all, and sends nothing. The further walk is dropped behind the other."""
+        confirmed = list(self._walk.found_first)
+        folder = b"Walk/b"  # All in it is left out.
+        others = [folder + b"/", *self._walk.found_last, *further.found_first]
+        self._session.drop(self._walk.dropped, further.dropped)
+        self._wait_for_rows([(path, CONFIRMED) for path in confirmed])
         self._session.server.stand_still()
-        wait_for(lambda: len(self._session.rows()) == len(files), "what is found first")
-        wait_for(self._is_written_down, "what was confirmed to be in the ledger")
+        self._walk.end()
+        wait_for(lambda: len(self._session.rows()) == len(confirmed) + len(others), "what is found next")
         assert self._session.is_looking(), self._session.waiting()
         self._session.close()
-        rows = self._session.rows()
         self._session.server.go_on()
         self._session.start()
-        confirmed = [path for path, outcome in rows if outcome == CONFIRMED]
-        words = f"{len(files) - len(confirmed):,} files were not confirmed"
+        words = f"{len(others):,} files were not confirmed, and not all that was dropped was looked through"
         self._session.program.need(words)
-        assert [path for path, _ in rows] == list(files), rows[:3]
-        told = [path for path, outcome in self._session.rows() if outcome == INTERRUPTED]
-        assert told == list(files)[len(confirmed) :], told[:3]
-        self._assert_on_server(confirmed, unknown=told[0])  # That one was under way.
+        self._wait_for_rows([*((path, CONFIRMED) for path in confirmed), *((path, INTERRUPTED) for path in others)])
+        assert self._session.notes() == [ENDED], self._session.notes()
+        self._assert_on_server(confirmed, unknown=folder)  # That one was under way.
         self._session.program.press("Forget")
-        self._walk.end()
+        further.end()
         return f"{len(confirmed):,} confirmed, {words}"
 
-    def _is_written_down(self):
-        """Whether all that is on the server is known as confirmed, but for one that may be under way."""
-        sent = sum(content is not None for content in self._session.on_server().values())
-        return sum(outcome == CONFIRMED for _, outcome in self._session.rows()) >= sent - 1
+    def _wait_for_rows(self, rows):
+        wait_for(lambda: self._session.rows() == rows, "what was found to be over")
 
     def _drop_and_wait(self):
         """The server stands still, so that the first file is being sent; what follows it was found."""

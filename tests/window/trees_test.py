@@ -53,7 +53,7 @@ class Stopped(TreeTest):
         self.cases.clear(*(os.fsencode(self.file(name)) for name in ("one", "two")))
 
     def test_a_kill_leaves_what_was_found_to_the_next_start(self):
-        self.cases.kill()
+        self.cases.kill(LongWalk(self.folder, b"Further", found_first=10, found_last=0))
 
 
 if __name__ == "__main__":
