@@ -217,6 +217,9 @@ void Pump::startNext()
     }
     if (isDestinationMissed()) {
         emit destinationMissed();
+    } else if (m_parts.intake.stage() == UploadIntake::Stage::AwaitingDestination
+               && !m_parts.listing.destination().isNull()) {
+        emit destinationFound();
     }
     const Destination& destination = m_parts.listing.destination();
     if (isUploadDue() && !destination.isNull()) {

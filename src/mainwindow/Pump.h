@@ -75,6 +75,8 @@ signals:
     void refreshDue();
     /// There has been no destination for a while.
     void destinationMissed();
+    /// There is one, and files wait for it.
+    void destinationFound();
     /// The upload under way waits for an answer about its server's certificate, and unattended files may wait behind
     /// it.
     void trustAwaited();

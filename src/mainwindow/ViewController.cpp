@@ -95,6 +95,7 @@ void ViewController::connectParts()
     connect(&m_pump, &Pump::activityChanged, this, &ViewController::activityChanged);
     connect(&m_pump, &Pump::listingDue, this, &ViewController::listAfterUploads);
     connect(&m_pump, &Pump::destinationMissed, &m_intake, &UploadIntake::destinationMissed);
+    connect(&m_pump, &Pump::destinationFound, &m_intake, &UploadIntake::destinationChanged);
     connect(&m_pump, &Pump::trustAwaited, &m_intake, &UploadIntake::trustAwaited);
     connect(&m_pump, &Pump::refreshDue, this, &ViewController::refreshBesideUploads);
 

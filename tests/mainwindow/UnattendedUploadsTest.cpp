@@ -191,6 +191,19 @@ TEST_F(UnattendedUploadsTest, WithoutADestinationFilesFail)
     EXPECT_EQ(m_controller->fileUploadQueue().size(), 1);
 }
 
+TEST_F(UnattendedUploadsTest, SettingsThatCannotBeReadOnlyWhileAFileComesKeepItBackNoLonger)
+{
+    const QByteArray settings = contents(UserDefaults::standard().filePath());
+    write({});
+    uploadUnattended({ makeFile(u"a"_s) });
+    write(settings);
+
+    tick();
+    tick();
+
+    EXPECT_EQ(row(0).outcome, UploadOutcome::Kind::Sending);
+}
+
 TEST_F(UnattendedUploadsTest, ThatSettingsCannotBeReadForAMomentFailsNoFile)
 {
     const QByteArray settings = contents(UserDefaults::standard().filePath());
