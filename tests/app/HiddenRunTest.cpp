@@ -255,6 +255,7 @@ TEST_F(HiddenRunTest, ItGoesOnUntilItsLinesAreRead)
         files.append(u"/gone/%1/%2"_s.arg(QString(200, u'x')).arg(i));
     }
     bool endedEarly = true;
+    bool endedWithOthers = true;
     bool hasEnded = false;
     QByteArray read;
     {
@@ -267,15 +268,22 @@ TEST_F(HiddenRunTest, ItGoesOnUntilItsLinesAreRead)
         });
         drainEventLoop();
         endedEarly = isEnding();
-        hasEnded = waitFor([&] {
+        m_delegate.upload({ { makeFile(u"b"_s) } });
+        waitFor([&] {
             read += output.read();
-            return isEnding();
+            return read.count('\n') == count;
         });
+        drainEventLoop();
+        endedWithOthers = isEnding();
+        tick();
+        finishUpload();
+        hasEnded = ends();
         m_run->finish();
         read += output.read();
     }
 
     EXPECT_FALSE(endedEarly);
+    EXPECT_FALSE(endedWithOthers);
     EXPECT_TRUE(hasEnded);
     EXPECT_EQ(read.count('\n'), count);
 }

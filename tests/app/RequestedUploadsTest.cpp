@@ -42,11 +42,14 @@ TEST_F(RequestedUploadsTest, EachWatchFollowsItsOwnFiles)
 {
     const auto first = m_uploads.begin({ u"/a"_s }, true);
     const auto second = m_uploads.begin({ u"/b"_s }, true);
+    QSignalSpy endedBefore(first.get(), &RequestWatch::ended);
     QSignalSpy ended(second.get(), &RequestWatch::ended);
     tick();
     tick();
 
     ASSERT_TRUE(waitFor([&] { return first->isOver() && second->isOver(); }));
+    ASSERT_EQ(endedBefore.size(), 1);
+    EXPECT_EQ(endedBefore[0][0].value<QList<FileEnd>>(), (QList<FileEnd>{ { u"/a"_s, u"Not found"_s } }));
     ASSERT_EQ(ended.size(), 1);
     EXPECT_EQ(ended[0][0].value<QList<FileEnd>>(), (QList<FileEnd>{ { u"/b"_s, u"Not found"_s } }));
 }

@@ -184,6 +184,19 @@ TEST_F(RequestWatchTest, AListingBeforeTheLastFileEndsNothing)
     EXPECT_EQ(m_over, QList<bool>{ false });
 }
 
+TEST_F(RequestWatchTest, WhileMoreIsLookedForNothingIsOver)
+{
+    m_queue.append({ u"/a"_s }, {}, m_request); // A piece of a walk.
+    fail(Kind::NotFound);
+    ASSERT_TRUE(waitFor([this] { return !m_ended.isEmpty(); }));
+    drainEventLoop();
+    EXPECT_FALSE(m_watch.isOver());
+
+    emit m_intake.dropEnded(m_request);
+
+    EXPECT_TRUE(isOver());
+}
+
 TEST_F(RequestWatchTest, AnotherSizeIsAFailureAndAMissingNameARemark)
 {
     queue({ u"/a"_s, u"/b"_s });
