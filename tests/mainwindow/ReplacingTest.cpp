@@ -292,6 +292,17 @@ TEST_F(ReplacingTest, ANameThatTheServerMayTakeForAnotherIsAskedAbout)
     EXPECT_EQ(outcomes(), QList{ Outcome::NotReplacing });
 }
 
+TEST_F(ReplacingTest, ANameFromRightToLeftStaysApartFromWhatIsSaidOfIt)
+{
+    const QString name = u"\u05E9\u05DC\u05D5\u05DD"_s;
+    m_controller->uploadFiles(files({ name }));
+    whenLooked({ name.toUtf8() });
+    whenAsked();
+
+    EXPECT_TRUE(linesInSheet().first().startsWith(QChar(0x2068) + name + QChar(0x2069) + u" – 5 bytes, "_s));
+    answerSheet(u"Leave Out"_s);
+}
+
 TEST_F(ReplacingTest, AFileThatWaitsForAnotherTryIsAskedAboutAndNotTriedWhenItIsReplaced)
 {
     set(u"RetryFailedFiles"_s, true);

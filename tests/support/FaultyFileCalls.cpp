@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
 #include <optional>
 #include <string_view>
@@ -34,6 +35,9 @@ std::atomic<int> databaseReads = 0;
 /// Whether those wait who open a path that ends like that.
 std::atomic<bool> isOpeningHeld = false;
 std::string_view heldEnd;
+
+/// What comes instead of the end of a folder, which is read in threads; 0 for that end.
+std::atomic<int> folderError = 0;
 
 Faults& faults()
 {
@@ -79,6 +83,7 @@ int __real_fchown(int descriptor, uid_t owner, gid_t group);
 int __real_fdatasync(int descriptor);
 int __real_flock(int descriptor, int operation);
 int __real_fcntl(int descriptor, int command, ...);
+dirent* __real_readdir(DIR* folder);
 ssize_t __wrap_read(int descriptor, void* data, size_t size);
 ssize_t __wrap_write(int descriptor, const void* data, size_t size);
 int __wrap_close(int descriptor);
@@ -89,6 +94,7 @@ int __wrap_fchown(int descriptor, uid_t owner, gid_t group);
 int __wrap_fdatasync(int descriptor);
 int __wrap_flock(int descriptor, int operation);
 int __wrap_fcntl(int descriptor, int command, ...);
+dirent* __wrap_readdir(DIR* folder);
 
 ssize_t __wrap_read(int descriptor, void* data, size_t size)
 {
@@ -165,6 +171,15 @@ int __wrap_fcntl(int descriptor, int command, ...)
     return locks && faults().lockError != 0 ? fail(faults().lockError) : __real_fcntl(descriptor, command, argument);
 }
 
+dirent* __wrap_readdir(DIR* folder)
+{
+    dirent* const entry = __real_readdir(folder);
+    if (entry == nullptr && folderError != 0) {
+        errno = folderError;
+    }
+    return entry;
+}
+
 /// Takes the place of the C library's, which the library of the database calls.
 __attribute__((visibility("default"))) ssize_t pread64(int descriptor, void* data, size_t size, off64_t place)
 {
@@ -181,6 +196,7 @@ FaultyFileCalls::~FaultyFileCalls()
 {
     faults() = Faults();
     databaseReads = 0;
+    folderError = 0;
     isOpeningHeld = false;
     isOpeningHeld.notify_all();
 }
@@ -224,6 +240,11 @@ void FaultyFileCalls::holdOpening(const char* end)
 {
     heldEnd = end;
     isOpeningHeld = true;
+}
+
+void FaultyFileCalls::failToReadFolders(int error)
+{
+    folderError = error;
 }
 
 void FaultyFileCalls::failToCreate(int error)

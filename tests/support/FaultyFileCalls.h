@@ -25,6 +25,8 @@ public:
     static void failToOpen(int error);
     /// From here on whoever opens what has that end of its path waits, in any thread, as long as this lives.
     static void holdOpening(const char* end);
+    /// From here on no folder can be read to its end, in any thread: instead of that comes @p error.
+    static void failToReadFolders(int error);
     /// From here on making a file that must not be there yet fails with @p error.
     static void failToCreate(int error);
     /// From here on no file can be given to another group, for want of permission.

@@ -145,7 +145,7 @@ TEST_F(ReplacementSearchTest, AFolderOfTheNameIsNotReplaced)
 TEST_F(ReplacementSearchTest, OnlyFoldersThatAreThereAreLookedInto)
 {
     m_folders[u""_s] = row("Photos", 'd') + row("Texts");
-    m_folders[u"Photos/"_s] = row("2020", 'd') + row("a");
+    m_folders[u"Photos/"_s] = row("2020", 'l') + row("a"); // To a folder, maybe.
     m_folders[u"Photos/2020/"_s] = row("a");
 
     EXPECT_EQ(look({ u"/x/.//./Photos/2020/a"_s, u"/x/.//./Photos/2021/a"_s, u"/x/.//./Photos/b"_s,
@@ -260,11 +260,13 @@ TEST_F(ReplacementSearchTest, SoMayThoseThatSomeServersShorten)
 
 TEST_F(ReplacementSearchTest, SoMayThoseOfWhichAServerTakesEachByteForACharacter)
 {
-    m_folders[u""_s] = row("gr\xC3\x83\xC2\xBC\xC3\x83\xC2\x9F.txt") + row("caf\xE9") + row("\xC3\x83\xC2\xA4", 'd');
+    m_folders[u""_s] = row("gr\xC3\x83\xC2\xBC\xC3\x83\xC2\x9F.txt") + row("caf\xE9") + row("\xC3\x83\xC2\xA4", 'd')
+        + row("\xC3\x84", 'd');
     m_folders[u"%C3%A4/"_s] = row("a");
 
     EXPECT_EQ(look({ u"/x/gr\u00FC\u00DF.txt"_s, u"/x/caf\u00E9"_s, u"/x/.//./\u00E4/a"_s }),
               (QStringList{ u"0 similar gr\u00C3\u00BC\u00C3\u009F.txt"_s, u"1 similar caf\xDCE9"_s, u"2 listed"_s }));
+    EXPECT_EQ(listed().size(), 2) << "each folder once";
 }
 
 TEST_F(ReplacementSearchTest, WhatIsListedToTheLetterIsNoMereSuspicion)
@@ -305,6 +307,9 @@ TEST_F(ReplacementSearchTest, NamesThatAreNeverListedMayBeThere)
     m_folders[u".git/"_s] = row("config");
     EXPECT_EQ(look({ u"/x/.profile"_s, u"/x/.//./.git/config"_s, u"/x/.//./.new/config"_s }),
               (QStringList{ u"0 unlisted"_s, u"1 listed"_s }));
+
+    m_folders[u""_s] = row(".") + row("..") + row("a");
+    EXPECT_EQ(look({ u"/x/.profile"_s }), QStringList{ u"0 unlisted"_s });
 
     m_folders[u""_s] = row(".") + row("..") + row(".other");
     EXPECT_EQ(look({ u"/x/.profile"_s, u"/x/.//./.git/config"_s }), QStringList());

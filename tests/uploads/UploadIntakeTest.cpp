@@ -324,6 +324,18 @@ TEST_F(UploadIntakeTest, UnattendedFilesFailInTheWordsOfAListingThatFails)
               u"it is not known what is on the server, and nobody was asked: 421 Not now"_s);
 }
 
+TEST_F(UploadIntakeTest, NorDoTheyFailWhereNobodyWantsToBeAskedAnyMore)
+{
+    take({ u"/x/a"_s }, unattended);
+    ASSERT_TRUE(waitFor([this] { return look(true) != nullptr; }));
+
+    set(SettingNames::askBeforeReplacing, QJsonValue());
+    whenLooked({ "a" }, true);
+
+    EXPECT_TRUE(waitForQueue({ u"/x/a"_s }));
+    EXPECT_EQ(outcomes(), QList{ Outcome::Waiting });
+}
+
 TEST_F(UploadIntakeTest, AQuestionIsOverWhenNobodyWantsToBeAsked)
 {
     take({ u"/x/a"_s });
@@ -384,6 +396,26 @@ TEST_F(UploadIntakeTest, GivingUpTakesAllThatIsHeld)
     EXPECT_EQ(m_matter, nullptr);
     EXPECT_EQ(m_intake->stage(), UploadIntake::Stage::Nothing);
     EXPECT_EQ(m_queue.paths(), (QStringList{ u"/x/a"_s, u"/x/b"_s, u"/x/c"_s }));
+}
+
+TEST_F(UploadIntakeTest, GivingUpInMidWalkTakesWhatWasFoundAndTheRest)
+{
+    set(SettingNames::droppedFolders, u"uploaded"_s);
+    const QTemporaryDir folder;
+    ASSERT_TRUE(QDir(folder.path()).mkdir(u"slow"_s));
+    PathList paths(QStringList(500, u"/x/a"_s)); // A piece of them comes before the folder.
+    paths.append(folder.filePath(u"slow"_s));
+    const FaultyFileCalls calls;
+    FaultyFileCalls::holdOpening("/slow");
+    take(paths);
+    ASSERT_TRUE(waitFor([this] { return m_history.waitingCount() > 0; }));
+
+    m_intake->giveUp();
+
+    EXPECT_EQ(m_queue.size(), paths.size());
+    m_queue.clear();
+    EXPECT_EQ(m_history.waitingCount(), 0);
+    EXPECT_FALSE(m_history.isQueueUnderWay());
 }
 
 TEST_F(UploadIntakeTest, GivingUpInMidWalkEndsEachDrop)
