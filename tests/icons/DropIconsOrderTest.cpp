@@ -79,8 +79,7 @@ TEST_F(DropIconsOrderTest, TheLinkOfAnIconWithAServerComesFirstAndGoesLast)
     EXPECT_EQ(done(), (QStringList{ u"+icon a"_s, u"+settings a.json"_s }));
 
     ASSERT_EQ(m_icons.change(icon(), { .name = u"b"_s, .sort = IconSort::OwnServer }), Outcome::Made);
-    EXPECT_EQ(done(),
-              (QStringList{ u"+icon b"_s, u"+settings b.json"_s, u"-settings a.json"_s, u"-icon a"_s }));
+    EXPECT_EQ(done(), (QStringList{ u"+icon b"_s, u"+settings b.json"_s, u"-settings a.json"_s, u"-icon a"_s }));
 
     ASSERT_TRUE(m_icons.remove(icon()));
     EXPECT_EQ(done(), (QStringList{ u"-settings b.json"_s, u"-icon b"_s }));

@@ -512,6 +512,7 @@ TEST_F(DropIconsTest, EntriesOfFileManagersThatAreMissingAreMadeAndNothingElse)
 
 TEST_F(DropIconsTest, AnIconWithAServerOfItsOwnHasItsSettingsForTheUserAloneAndNamesThemWhenItIsStarted)
 {
+    QDir(QFileInfo(settingsPath(u"Scans"_s)).path()).removeRecursively(); // It is made for the user alone, too.
     QStringList launchers;
     QByteArrayList expected;
     for (const QString& name : strangeNames) {

@@ -84,7 +84,7 @@ TEST(ProgramIdentityTest, AnIconsOwnPictureIsThatOfItsWindowsAndNotifications)
         const QImage image = icon.pixmap(QSize(edge, edge), 1.0).toImage();
         EXPECT_EQ(image.pixelColor(edge - 2 - edge / 20, edge * 3 / 4).name(), u"#26a269"_s) << edge;
     }
-    const QUrl image(ProgramIdentity::notificationIcon(u"Été %"_s));
+    const QUrl image(ProgramIdentity::notificationIcon(u"Été %"_s), QUrl::StrictMode);
     EXPECT_TRUE(image.isValid());
     EXPECT_TRUE(QFile::exists(image.toLocalFile())) << image.toString().toStdString();
     EXPECT_EQ(ProgramIdentity::notificationIcon(u"Other"_s), u"io.github.quillbox.Quillbox"_s);
