@@ -40,18 +40,23 @@ class Whole(TreeTest):
         answers.replace(answers.when_listed)
 
 
-class Stopped(TreeTest):
+class MidWalkTest(TreeTest):
     def setUp(self):
         super().setUp()
-        self.walk = LongWalk(self.folder, found_first=30, found_last=10)
-        self.cases = MidWalk(self.new_session(), self.walk)
+        self.cases = MidWalk(self.new_session(), LongWalk(self.folder, found_first=30, found_last=10))
 
+
+class Stopped(MidWalkTest):
     def test_stop_ends_a_file_and_not_the_walk(self):
         self.cases.stop()
 
+
+class Cleared(MidWalkTest):
     def test_clear_queue_ends_the_walk(self):
         self.cases.clear(*(os.fsencode(self.file(name)) for name in ("one", "two")))
 
+
+class Killed(MidWalkTest):
     def test_a_kill_leaves_what_was_found_to_the_next_start(self):
         self.cases.kill(LongWalk(self.folder, b"Further", found_first=10, found_last=0))
 
